@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+// From the words in which an x86 processor describes itself to the feature mask.
+#ifndef ZEPJP_CORE_SRC_CPU_FEATURES_H_
+#define ZEPJP_CORE_SRC_CPU_FEATURES_H_
+
+#include <cstdint>
+
+namespace zepcore {
+
+// The feature words of the cpuid leaves 1 and 7, and the register states that the operating system
+// saves (XCR0). Words that do not exist are 0.
+struct FeatureWords {
+  uint32_t leaf1_ecx;
+  uint32_t leaf7_ebx;
+  uint32_t leaf7_ecx;
+  uint64_t xcr0;
+};
+
+// The mask for these words; `is_64_bit` tells whether the program runs in 64-bit mode.
+uint64_t MaskOf(const FeatureWords& words, bool is_64_bit);
+
+// The mask that is left of `detected` under `setting`, the value of the environment variable (null:
+// it is not set).
+uint64_t Narrowed(uint64_t detected, const char* setting);
+
+// One cache as cpuid's deterministic cache leaf (4, or 0x8000001D) describes it.
+struct CacheWords {
+  uint32_t eax, ebx, ecx;
+};
+
+// Whether this is a description of a cache at all: the list ends with one that is not.
+bool IsCache(const CacheWords& words);
+
+// Its size in bytes; 0 for an instruction cache.
+uint64_t DataCacheSize(const CacheWords& words);
+
+}  // namespace zepcore
+
+#endif  // ZEPJP_CORE_SRC_CPU_FEATURES_H_

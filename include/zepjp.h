@@ -1,0 +1,664 @@
+/* SPDX-License-Identifier: MIT */
+/**
+ * @file zepjp.h
+ * @brief The stages of image codecs as flat C functions over buffers that the caller owns.
+ *
+ * Each function turns buffers (a row, an 8x8 block, a plane) into others. It checks its
+ * arguments, in the order that its documentation gives, before it touches memory; the first check
+ * that fails decides the status, and then nothing is written. It keeps nothing between calls, except
+ * in a state record that the caller owns, and allocates nothing, except in the functions named
+ * `...InitAlloc`. The same bytes come out on every processor and for every number of threads.
+ *
+ * What holds everywhere, unless a function says otherwise:
+ *
+ * - **Names.** `zepi`, the operation, the standard served, the element types (source, then
+ *   destination), the layout: `C1`, `C3`, `C4` interleaved channels, `P3`, `P4` separate planes, `R`
+ *   a region with row steps, `I` in place. `8u`, `16s`, `16u`: unsigned or signed elements of 8 or
+ *   16 bits; `1u`: a stream of bits held in bytes.
+ * - **Rows.** A step is the distance in bytes between the starts of two successive rows. Row y starts
+ *   at base + y * step, computed in 64 bits. No alignment is needed, of any buffer, step or record
+ *   of 16-bit elements; nothing outside the region, block or row is read or written.
+ * - **Not checked**: that pointers lead to the memory that the sizes promise, that a step is large
+ *   enough for its row, that source and destination do not overlap (they must not).
+ * - **Threads.** Any functions may run at the same time on separate data. Functions marked
+ *   *row-parallel* split regions of more than 8192 elements over the threads that the core library
+ *   allows (zepSetNumThreads() in zepcore.h; 1 switches it off); all others stay on the calling
+ *   thread.
+ * - No function throws, logs or ends the program.
+ */
+#ifndef ZEPJP_H
+#define ZEPJP_H
+
+#include <stdint.h>
+
+#define ZEPJP_VERSION_MAJOR 7
+#define ZEPJP_VERSION_MINOR 1
+#define ZEPJP_VERSION_UPDATE 0
+
+/** The calling convention of every function: on 32-bit x86 the callee removes the arguments. */
+#ifndef ZEP_CALL
+#  if defined(__i386__) && defined(__GNUC__)
+#    define ZEP_CALL __attribute__((stdcall))
+#  else
+#    define ZEP_CALL
+#  endif
+#endif
+
+#ifndef ZEP_API
+#  if defined(__GNUC__)
+#    define ZEP_API __attribute__((visibility("default")))
+#  else
+#    define ZEP_API
+#  endif
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/**
+ * @defgroup frame Status, sizes, version
+ * @{
+ */
+
+/** Zero is success, negative values are errors, positive ones warnings about finished work. */
+typedef int32_t zepStatus;
+
+/** The values of ::zepStatus. */
+enum {
+  zepStatusOk = 0,
+  zepStatusError = -1,              /**< Unspecified failure. */
+  zepStatusBadArg = -5,             /**< A value outside what the operation accepts. */
+  zepStatusBadSize = -6,            /**< A size is not positive, or too small for the operation. */
+  zepStatusOutOfRange = -7,         /**< An argument outside its range. */
+  zepStatusNullPtr = -8,            /**< A pointer that is needed, or one of its planes, is null. */
+  zepStatusMemAlloc = -9,           /**< An allocation failed. */
+  zepStatusBadStep = -14,           /**< A row step is not positive, or too small for its row. */
+  zepStatusContextMismatch = -17,   /**< A state record of another kind. */
+  zepStatusBufferExhausted = -62,   /**< The coded buffer is full, or ended too early. */
+  zepStatusBadHuffCode = -63,       /**< No such Huffman code, or bits needed behind a marker. */
+  zepStatusBadHuffTable = -64,      /**< An invalid Huffman table, or a symbol without a code. */
+  zepStatusJPEG2KDecodeError = -112,     /**< A coding pass failed its consistency check. */
+  zepStatusJPEG2KBadPassNumber = -113,   /**< No such coding pass. */
+  zepStatusUnpackBitsOverrun = -124,     /**< A PackBits run beyond the source or the row. */
+  zepStatusJPEG2KNotAttached = -180,     /**< No code-block was attached. */
+  zepStatusNotSupportedMode = -9999,     /**< No such BC7 mode. */
+  zepStatusDivByZeroWarning = 6,    /**< A quantizer step of 0; its table entry became 65535. */
+  zepStatusOddSizeWarning = 35      /**< Converted, but a size that is to be halved is odd. */
+};
+
+/** Width and height of a region, in pixels or elements. */
+typedef struct zepiSize {
+  int32_t width;
+  int32_t height;
+} zepiSize;
+
+/** The version of the library and the processor variant that it runs. */
+typedef struct zepLibraryVersion {
+  int32_t major;
+  int32_t minor;
+  int32_t update;
+  int32_t revision;
+  char cpuCode[4];         /**< "v8" or "s8", padded with zeros. */
+  const char* name;        /**< For people: the library and the variant. */
+  const char* versionText; /**< For people: the version numbers. */
+  const char* buildDate;   /**< For people: the date of the definition that this version follows. */
+} zepLibraryVersion;
+
+/**
+ * The version record of the running variant: constant, never freed, the same on every call. The
+ * variant is chosen when the library is loaded and changes speed only, never results.
+ */
+ZEP_API const zepLibraryVersion* ZEP_CALL zepjGetLibVersion(void);
+
+/** The name of a status as it stands in this header, or "unknown status". */
+static inline const char* zepStatusName(zepStatus status) {
+  switch (status) {
+    case zepStatusOk: return "zepStatusOk";
+    case zepStatusError: return "zepStatusError";
+    case zepStatusBadArg: return "zepStatusBadArg";
+    case zepStatusBadSize: return "zepStatusBadSize";
+    case zepStatusOutOfRange: return "zepStatusOutOfRange";
+    case zepStatusNullPtr: return "zepStatusNullPtr";
+    case zepStatusMemAlloc: return "zepStatusMemAlloc";
+    case zepStatusBadStep: return "zepStatusBadStep";
+    case zepStatusContextMismatch: return "zepStatusContextMismatch";
+    case zepStatusBufferExhausted: return "zepStatusBufferExhausted";
+    case zepStatusBadHuffCode: return "zepStatusBadHuffCode";
+    case zepStatusBadHuffTable: return "zepStatusBadHuffTable";
+    case zepStatusJPEG2KDecodeError: return "zepStatusJPEG2KDecodeError";
+    case zepStatusJPEG2KBadPassNumber: return "zepStatusJPEG2KBadPassNumber";
+    case zepStatusUnpackBitsOverrun: return "zepStatusUnpackBitsOverrun";
+    case zepStatusJPEG2KNotAttached: return "zepStatusJPEG2KNotAttached";
+    case zepStatusNotSupportedMode: return "zepStatusNotSupportedMode";
+    case zepStatusDivByZeroWarning: return "zepStatusDivByZeroWarning";
+    case zepStatusOddSizeWarning: return "zepStatusOddSizeWarning";
+    default: return "unknown status";
+  }
+}
+
+/** @} */
+
+/**
+ * @defgroup color JPEG: colour conversion
+ *
+ * RGB and CMYK to and from the colour spaces of JPEG files, full range (JFIF, ITU-T T.871: Y 0..255,
+ * chroma centred on 128). All arithmetic is integer: a sum of products, an arithmetic shift, a clamp
+ * to 0..255.
+ *
+ * **Layouts.** C3: three bytes a pixel in the order of the name (RGB: R, G, B; BGR: B, G, R). C4: a
+ * fourth byte that has no influence. P3, P4: an array of plane pointers that share one step.
+ *
+ * **Forward rules.** The 15-bit rule holds for the first 8 * floor(width / 8) pixels of a row, the
+ * 14-bit rule for the up to seven that remain, so that a value depends on its column by at most one:
+ *
+ * | | 15-bit rule | 14-bit rule |
+ * |---|---|---|
+ * | Y | (9798 R + 19235 G + 3736 B + 16266) >> 15 | (4899 R + 9617 G + 1868 B + 8192) >> 14 |
+ * | Cb | (-5529 R - 10855 G + 16384 B + 4210688) >> 15 | (-2764 R - 5428 G + 8192 B + 2105344) >> 14 |
+ * | Cr | (16384 R - 13720 G - 2664 B + 4210704) >> 15 | (8192 R - 6860 G - 1332 B + 2105344) >> 14 |
+ *
+ * **Inverse rule**: R = (16384 Y + 22970 (Cr - 128) + 8192) >> 14,
+ * G = (16384 Y - 5638 (Cb - 128) - 11700 (Cr - 128) + 8192) >> 14,
+ * B = (16384 Y + 29032 (Cb - 128) + 8192) >> 14, each clamped.
+ *
+ * **Checks**: all pointers (a plane array before its planes), then the source step and the
+ * destination step (::zepStatusBadStep where 0 or less), then width and height (::zepStatusBadSize
+ * where 0 or less).
+ * @{
+ */
+
+/** RGB to Y, Cb, Cr by the 15-bit and 14-bit rules. Row-parallel. */
+ZEP_API zepStatus ZEP_CALL zepiRGBToYCbCr_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
+                                                        uint8_t* const pDst[3], int32_t dstStep,
+                                                        zepiSize roiSize);
+/** BGR to Y, Cb, Cr by the 15-bit and 14-bit rules. Row-parallel. */
+ZEP_API zepStatus ZEP_CALL zepiBGRToYCbCr_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
+                                                        uint8_t* const pDst[3], int32_t dstStep,
+                                                        zepiSize roiSize);
+/** Planes R, G, B to Y, Cb, Cr by the 15-bit and 14-bit rules. Row-parallel. */
+ZEP_API zepStatus ZEP_CALL zepiRGBToYCbCr_JPEG_8u_P3R(const uint8_t* const pSrc[3], int32_t srcStep,
+                                                      uint8_t* const pDst[3], int32_t dstStep,
+                                                      zepiSize roiSize);
+/**
+ * RGBX to Y, Cb, Cr by the 15-bit and 14-bit rules.
+ * Steps are not checked: 0 and negative ones work (a negative step walks upwards).
+ */
+ZEP_API zepStatus ZEP_CALL zepiRGBToYCbCr_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
+                                                        uint8_t* const pDst[3], int32_t dstStep,
+                                                        zepiSize roiSize);
+/** BGRX to Y, Cb, Cr, otherwise as zepiRGBToYCbCr_JPEG_8u_C4P3R(): steps are not checked. */
+ZEP_API zepStatus ZEP_CALL zepiBGRToYCbCr_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
+                                                        uint8_t* const pDst[3], int32_t dstStep,
+                                                        zepiSize roiSize);
+
+/** RGB to Y, every pixel by the 15-bit rule. Row-parallel. */
+ZEP_API zepStatus ZEP_CALL zepiRGBToY_JPEG_8u_C3C1R(const uint8_t* pSrc, int32_t srcStep,
+                                                    uint8_t* pDst, int32_t dstStep,
+                                                    zepiSize roiSize);
+/** BGR to Y, every pixel by the 15-bit rule. Row-parallel. */
+ZEP_API zepStatus ZEP_CALL zepiBGRToY_JPEG_8u_C3C1R(const uint8_t* pSrc, int32_t srcStep,
+                                                    uint8_t* pDst, int32_t dstStep,
+                                                    zepiSize roiSize);
+/** Planes R, G, B to Y, every pixel by the 15-bit rule. Row-parallel. */
+ZEP_API zepStatus ZEP_CALL zepiRGBToY_JPEG_8u_P3C1R(const uint8_t* const pSrc[3], int32_t srcStep,
+                                                    uint8_t* pDst, int32_t dstStep,
+                                                    zepiSize roiSize);
+
+/**
+ * CMYK to Y, Cb, Cr, K: the inks are inverted (R = 255 - C and so on), then every pixel goes by the
+ * 14-bit rule; K is copied. Row-parallel.
+ */
+ZEP_API zepStatus ZEP_CALL zepiCMYKToYCCK_JPEG_8u_C4P4R(const uint8_t* pSrc, int32_t srcStep,
+                                                        uint8_t* const pDst[4], int32_t dstStep,
+                                                        zepiSize roiSize);
+/** Planes C, M, Y, K, otherwise as zepiCMYKToYCCK_JPEG_8u_C4P4R(). Row-parallel. */
+ZEP_API zepStatus ZEP_CALL zepiCMYKToYCCK_JPEG_8u_P4R(const uint8_t* const pSrc[4], int32_t srcStep,
+                                                      uint8_t* const pDst[4], int32_t dstStep,
+                                                      zepiSize roiSize);
+
+/**
+ * Packed 16-bit pixels (the processor's byte order, any alignment) to Y, Cb, Cr by the 14-bit rule.
+ * Bits 14..10, 9..5, 4..0 hold R, G, B; bit 15 has no influence. A field of 5 bits becomes
+ * (f << 3) | (f >> 2), one of 6 bits (f << 2) | (f >> 4).
+ */
+ZEP_API zepStatus ZEP_CALL zepiRGB555ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc,
+                                                              int32_t srcStep,
+                                                              uint8_t* const pDst[3],
+                                                              int32_t dstStep, zepiSize roiSize);
+/** As zepiRGB555ToYCbCr_JPEG_16u8u_C3P3R() with B in bits 14..10 and R in bits 4..0. */
+ZEP_API zepStatus ZEP_CALL zepiBGR555ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc,
+                                                              int32_t srcStep,
+                                                              uint8_t* const pDst[3],
+                                                              int32_t dstStep, zepiSize roiSize);
+/** As zepiRGB555ToYCbCr_JPEG_16u8u_C3P3R() with R in bits 15..11, G in 10..5 and B in 4..0. */
+ZEP_API zepStatus ZEP_CALL zepiRGB565ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc,
+                                                              int32_t srcStep,
+                                                              uint8_t* const pDst[3],
+                                                              int32_t dstStep, zepiSize roiSize);
+/** As zepiRGB555ToYCbCr_JPEG_16u8u_C3P3R() with B in bits 15..11, G in 10..5 and R in 4..0. */
+ZEP_API zepStatus ZEP_CALL zepiBGR565ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc,
+                                                              int32_t srcStep,
+                                                              uint8_t* const pDst[3],
+                                                              int32_t dstStep, zepiSize roiSize);
+
+/**
+ * RGB to Y in full and Cb, Cr at half width and half height (4:2:0).
+ *
+ * Y of every pixel by the 15-bit rule; a chroma sample from the sums of its 2x2 group with the
+ * 14-bit coefficients, rounded once: (c . sums + 4 * 2105344) >> 16, clamped. The chroma planes hold
+ * floor(width / 2) by floor(height / 2) samples; a last odd row or column has no chroma sample.
+ * Pad odd pictures to even before the call.
+ *
+ * Checks: pointers, then ::zepStatusBadSize for a width or height below 2. Steps are not checked: 0
+ * and negative ones work. All three planes share `dstStep`.
+ * @return ::zepStatusOddSizeWarning after the conversion where width or height is odd.
+ */
+ZEP_API zepStatus ZEP_CALL zepiRGBToYCbCr411_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
+                                                           uint8_t* const pDst[3], int32_t dstStep,
+                                                           zepiSize roiSize);
+/** RGBX, otherwise as zepiRGBToYCbCr411_JPEG_8u_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiRGBToYCbCr411_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
+                                                           uint8_t* const pDst[3], int32_t dstStep,
+                                                           zepiSize roiSize);
+/** BGR, otherwise as zepiRGBToYCbCr411_JPEG_8u_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiBGRToYCbCr411_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
+                                                           uint8_t* const pDst[3], int32_t dstStep,
+                                                           zepiSize roiSize);
+/** BGRX, otherwise as zepiRGBToYCbCr411_JPEG_8u_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiBGRToYCbCr411_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
+                                                           uint8_t* const pDst[3], int32_t dstStep,
+                                                           zepiSize roiSize);
+/**
+ * RGB to Y in full and Cb, Cr at half width (4:2:2).
+ *
+ * As zepiRGBToYCbCr411_JPEG_8u_C3P3R() with groups of 2x1: (c . sums + 2 * 2105344) >> 15. Width
+ * below 2 or height below 1: ::zepStatusBadSize.
+ * @return ::zepStatusOddSizeWarning after the conversion where the width is odd.
+ */
+ZEP_API zepStatus ZEP_CALL zepiRGBToYCbCr422_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
+                                                           uint8_t* const pDst[3], int32_t dstStep,
+                                                           zepiSize roiSize);
+/** RGBX, otherwise as zepiRGBToYCbCr422_JPEG_8u_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiRGBToYCbCr422_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
+                                                           uint8_t* const pDst[3], int32_t dstStep,
+                                                           zepiSize roiSize);
+/** BGR, otherwise as zepiRGBToYCbCr422_JPEG_8u_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiBGRToYCbCr422_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
+                                                           uint8_t* const pDst[3], int32_t dstStep,
+                                                           zepiSize roiSize);
+/** BGRX, otherwise as zepiRGBToYCbCr422_JPEG_8u_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiBGRToYCbCr422_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
+                                                           uint8_t* const pDst[3], int32_t dstStep,
+                                                           zepiSize roiSize);
+
+/** Planes Y, Cb, Cr to RGB by the inverse rule. Row-parallel. */
+ZEP_API zepStatus ZEP_CALL zepiYCbCrToRGB_JPEG_8u_P3C3R(const uint8_t* const pSrc[3],
+                                                        int32_t srcStep, uint8_t* pDst,
+                                                        int32_t dstStep, zepiSize roiSize);
+/** Planes Y, Cb, Cr to planes R, G, B by the inverse rule. Row-parallel. */
+ZEP_API zepStatus ZEP_CALL zepiYCbCrToRGB_JPEG_8u_P3R(const uint8_t* const pSrc[3],
+                                                      int32_t srcStep, uint8_t* const pDst[3],
+                                                      int32_t dstStep, zepiSize roiSize);
+/** Planes Y, Cb, Cr to BGR by the inverse rule. Row-parallel. */
+ZEP_API zepStatus ZEP_CALL zepiYCbCrToBGR_JPEG_8u_P3C3R(const uint8_t* const pSrc[3],
+                                                        int32_t srcStep, uint8_t* pDst,
+                                                        int32_t dstStep, zepiSize roiSize);
+/** Planes Y, Cb, Cr, K to CMYK: 255 minus each result of the inverse rule; K is copied. Row-parallel. */
+ZEP_API zepStatus ZEP_CALL zepiYCCKToCMYK_JPEG_8u_P4C4R(const uint8_t* const pSrc[4],
+                                                        int32_t srcStep, uint8_t* pDst,
+                                                        int32_t dstStep, zepiSize roiSize);
+/** Planes C, M, Y, K out, otherwise as zepiYCCKToCMYK_JPEG_8u_P4C4R(). Row-parallel. */
+ZEP_API zepStatus ZEP_CALL zepiYCCKToCMYK_JPEG_8u_P4R(const uint8_t* const pSrc[4],
+                                                      int32_t srcStep, uint8_t* const pDst[4],
+                                                      int32_t dstStep, zepiSize roiSize);
+/**
+ * Rows of Y0 Cb Y1 Cr to RGB by the inverse rule; both pixels of a pair share Cb and Cr. An odd width:
+ * ::zepStatusBadSize. Row-parallel.
+ */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr422ToRGB_JPEG_8u_C2C3R(const uint8_t* pSrc, int32_t srcStep,
+                                                           uint8_t* pDst, int32_t dstStep,
+                                                           zepiSize roiSize);
+/** @} */
+
+/**
+ * @defgroup sampling JPEG: sampling and level shift
+ *
+ * Halving and doubling of planes, and the shift between samples and signed values
+ * (ITU-T T.81, A.3.1). **Checks**: each buffer's pointer and then its step (0 or less:
+ * ::zepStatusBadStep), source first, then the sizes: ::zepStatusBadSize where a width or height is
+ * below 1, or where the sizes do not fit: the larger width must be exactly twice the smaller one, and
+ * the heights equal (H2V1) or in the same ratio (H2V2).
+ * @{
+ */
+
+/** Half width: the mean of two neighbours, (a + b + 1) >> 1. Row-parallel. */
+ZEP_API zepStatus ZEP_CALL zepiSampleDownH2V1_JPEG_8u_C1R(const uint8_t* pSrc, int32_t srcStep,
+                                                          zepiSize srcSize, uint8_t* pDst,
+                                                          int32_t dstStep, zepiSize dstSize);
+/** Half width and height: the mean of a 2x2 group, (a + b + c + d + 2) >> 2. Row-parallel. */
+ZEP_API zepStatus ZEP_CALL zepiSampleDownH2V2_JPEG_8u_C1R(const uint8_t* pSrc, int32_t srcStep,
+                                                          zepiSize srcSize, uint8_t* pDst,
+                                                          int32_t dstStep, zepiSize dstSize);
+/**
+ * Double width by the triangle filter: (3 near + far + 2) >> 2, the sample at an edge standing for
+ * its missing neighbour.
+ */
+ZEP_API zepStatus ZEP_CALL zepiSampleUpH2V1_JPEG_8u_C1R(const uint8_t* pSrc, int32_t srcStep,
+                                                        zepiSize srcSize, uint8_t* pDst,
+                                                        int32_t dstStep, zepiSize dstSize);
+/**
+ * Double width and height by the triangle filter: weights 9, 3, 3, 1 (near in both directions, in
+ * one, in none), (sum + 8) >> 4; samples at an edge repeat. Row-parallel.
+ */
+ZEP_API zepStatus ZEP_CALL zepiSampleUpH2V2_JPEG_8u_C1R(const uint8_t* pSrc, int32_t srcStep,
+                                                        zepiSize srcSize, uint8_t* pDst,
+                                                        int32_t dstStep, zepiSize dstSize);
+/** v + 128, saturated to 0..255. Checks: pSrc, srcStep, pDst, dstStep, roiSize. Row-parallel. */
+ZEP_API zepStatus ZEP_CALL zepiAdd128_JPEG_16s8u_C1R(const int16_t* pSrc, int32_t srcStep,
+                                                     uint8_t* pDst, int32_t dstStep,
+                                                     zepiSize roiSize);
+/** v - 128. Checks: pSrc, srcStep, pDst, dstStep, roiSize. Row-parallel. */
+ZEP_API zepStatus ZEP_CALL zepiSub128_JPEG_8u16s_C1R(const uint8_t* pSrc, int32_t srcStep,
+                                                     int16_t* pDst, int32_t dstStep,
+                                                     zepiSize roiSize);
+/** @} */
+
+/**
+ * @defgroup quantization JPEG: quantization
+ *
+ * A quantization table has two forms: the *raw table*, 64 steps of one byte in zigzag order as they
+ * stand in a DQT segment (ITU-T T.81, B.2.4.1), and a *prepared table*, 64 unsigned 16-bit values in
+ * natural (row-major) order. A *block* is 64 signed 16-bit coefficients in natural order, contiguous.
+ * @{
+ */
+
+/**
+ * Scales a raw table in place: scale = 5000 / quality below 50, else 200 - 2 * quality; each step
+ * becomes (step * scale + 50) / 100, limited to 1..255. Quality 50 leaves the table as it is,
+ * quality 100 and above gives all ones.
+ *
+ * Checks: pointer, then ::zepStatusBadArg for a quality below 1.
+ */
+ZEP_API zepStatus ZEP_CALL zepiQuantFwdRawTableInit_JPEG_8u(uint8_t* pQuantRawTable,
+                                                            int32_t qualityFactor);
+/**
+ * Prepares the forward (encoder's) table: entry i is 32768 / step in single precision, rounded to the
+ * nearest integer, halves to even. Checks: pointers.
+ * @return ::zepStatusDivByZeroWarning where a step is 0: its entry is 65535, all others are good.
+ */
+ZEP_API zepStatus ZEP_CALL zepiQuantFwdTableInit_JPEG_8u16u(const uint8_t* pQuantRawTable,
+                                                            uint16_t* pQuantFwdTable);
+/** Prepares the inverse (decoder's) table: the steps, widened, in natural order. Checks: pointers. */
+ZEP_API zepStatus ZEP_CALL zepiQuantInvTableInit_JPEG_8u16u(const uint8_t* pQuantRawTable,
+                                                            uint16_t* pQuantInvTable);
+/**
+ * Quantizes a block in place, in 16-bit lanes that wrap:
+ * x = (((x << 3) * (q >> 1) >> 16) + 1) >> 1. Magnitudes of 4096 and above wrap in the left shift.
+ * Halves are resolved by the floor of the product, so negative values lean one unit further down than
+ * positive ones lean up. Checks: pointers.
+ */
+ZEP_API zepStatus ZEP_CALL zepiQuantFwd8x8_JPEG_16s_C1I(int16_t* pSrcDst,
+                                                        const uint16_t* pQuantFwdTable);
+/** Dequantizes a block in place: the low 16 bits of x * q. Checks: pointers. */
+ZEP_API zepStatus ZEP_CALL zepiQuantInv8x8_JPEG_16s_C1I(int16_t* pSrcDst,
+                                                        const uint16_t* pQuantInvTable);
+/** @} */
+
+/**
+ * @defgroup fdct JPEG: forward DCT with quantization
+ *
+ * The two-dimensional 8x8 DCT of ITU-T T.81, A.3.3, and the quantization of A.3.4 in one step, with
+ * a table of zepiQuantFwdTableInit_JPEG_8u16u(). The transform is fixed-point (16-bit sums that
+ * saturate, products of 16 bits, a final rounding in 32 bits) and lies within 1 of the exact one for
+ * 8-bit input. Each coefficient c becomes p = q * c, scaled by 2^-15 and rounded,
+ * ((p >> 1) + (((p & 1) + 16383 + ((p >> 15) & 1)) >> 1)) >> 14: halves to even; the result saturates
+ * to 16 bits.
+ *
+ * **Checks** of the LS functions: `pSrc` and `pDst`, then `srcStep` below 1 (::zepStatusBadStep), then
+ * the table; of the others: the pointers.
+ * @{
+ */
+
+/** Forward DCT and quantization of a block of signed (level-shifted) values; pDst may be pSrc. */
+ZEP_API zepStatus ZEP_CALL zepiDCTQuantFwd8x8_JPEG_16s_C1(const int16_t* pSrc, int16_t* pDst,
+                                                          const uint16_t* pQuantFwdTable);
+/** zepiDCTQuantFwd8x8_JPEG_16s_C1() in place. */
+ZEP_API zepStatus ZEP_CALL zepiDCTQuantFwd8x8_JPEG_16s_C1I(int16_t* pSrcDst,
+                                                           const uint16_t* pQuantFwdTable);
+/** 8 rows of 8 samples, `srcStep` bytes apart: minus 128, forward DCT, quantization. */
+ZEP_API zepStatus ZEP_CALL zepiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(const uint8_t* pSrc,
+                                                               int32_t srcStep, int16_t* pDst,
+                                                               const uint16_t* pQuantFwdTable);
+/**
+ * 8 rows of 8 samples of 12 bits, `srcStep` bytes apart: minus 2048, forward DCT, quantization. A
+ * sample is taken as signed 16 bits. Single precision throughout; times q / 32768, rounded once,
+ * halves to even, saturated to 16 bits.
+ */
+ZEP_API zepStatus ZEP_CALL zepiDCTQuantFwd8x8LS_JPEG_16u16s_C1R(const uint16_t* pSrc,
+                                                                int32_t srcStep, int16_t* pDst,
+                                                                const uint16_t* pQuantFwdTable);
+/** @} */
+
+/**
+ * @defgroup idct JPEG: inverse DCT with dequantization
+ *
+ * Dequantization (the low 16 bits of coefficient times step) with a table of
+ * zepiQuantInvTableInit_JPEG_8u16u(), then the two-dimensional inverse DCT of ITU-T T.81, A.3.3,
+ * accurate to the limits of IEEE 1180. The LS functions add 128, saturate to 0..255 and write rows
+ * `dstStep` bytes apart, top to bottom (so rows may overlap where the step is short).
+ *
+ * **Checks** of the LS functions: `pSrc` and `pDst`, then `dstStep` below 1 (::zepStatusBadStep), then
+ * the table; of the others: the pointers.
+ * @{
+ */
+
+/** Dequantization and inverse DCT to 64 signed values, no level shift; pDst may be pSrc. */
+ZEP_API zepStatus ZEP_CALL zepiDCTQuantInv8x8_JPEG_16s_C1(const int16_t* pSrc, int16_t* pDst,
+                                                          const uint16_t* pQuantInvTable);
+/** zepiDCTQuantInv8x8_JPEG_16s_C1() in place. */
+ZEP_API zepStatus ZEP_CALL zepiDCTQuantInv8x8_JPEG_16s_C1I(int16_t* pSrcDst,
+                                                           const uint16_t* pQuantInvTable);
+/** Dequantization, inverse DCT, plus 128, saturated: 8x8 samples. */
+ZEP_API zepStatus ZEP_CALL zepiDCTQuantInv8x8LS_JPEG_16s8u_C1R(const int16_t* pSrc, uint8_t* pDst,
+                                                               int32_t dstStep,
+                                                               const uint16_t* pQuantInvTable);
+/** The same to 8x8 samples of 12 bits: plus 2048, saturated to 0..4095. */
+ZEP_API zepStatus ZEP_CALL zepiDCTQuantInv8x8LS_JPEG_16s16u_C1R(const int16_t* pSrc,
+                                                                uint16_t* pDst, int32_t dstStep,
+                                                                const uint16_t* pQuantInvTable);
+/**
+ * 8x8 samples from the DC coefficient alone: all are the low 16 bits, taken as signed, of
+ * (coefficient * step >> 3) + 128, saturated. The shift truncates.
+ */
+ZEP_API zepStatus ZEP_CALL zepiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R(const int16_t* pSrc,
+                                                                   uint8_t* pDst, int32_t dstStep,
+                                                                   const uint16_t* pQuantInvTable);
+/** 8x8 samples from the 2x2 coefficients of lowest frequency; the others have no influence. */
+ZEP_API zepStatus ZEP_CALL zepiDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R(const int16_t* pSrc,
+                                                                   uint8_t* pDst, int32_t dstStep,
+                                                                   const uint16_t* pQuantInvTable);
+/** 8x8 samples from the 4x4 coefficients of lowest frequency; the others have no influence. */
+ZEP_API zepStatus ZEP_CALL zepiDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R(const int16_t* pSrc,
+                                                                   uint8_t* pDst, int32_t dstStep,
+                                                                   const uint16_t* pQuantInvTable);
+/**
+ * The block at half scale: the 4-point inverse DCT of the 4x4 coefficients of lowest frequency,
+ * f = 1/4 sum C(u) C(v) F(u,v) cos((2x+1) u pi / 8) cos((2y+1) v pi / 8), to 4 rows of 4 samples.
+ */
+ZEP_API zepStatus ZEP_CALL zepiDCTQuantInv8x8To4x4LS_JPEG_16s8u_C1R(
+    const int16_t* pSrc, uint8_t* pDst, int32_t dstStep, const uint16_t* pQuantInvTable);
+/** The block at quarter scale: the 2-point inverse DCT, likewise, to 2 rows of 2 samples. */
+ZEP_API zepStatus ZEP_CALL zepiDCTQuantInv8x8To2x2LS_JPEG_16s8u_C1R(
+    const int16_t* pSrc, uint8_t* pDst, int32_t dstStep, const uint16_t* pQuantInvTable);
+/** @} */
+
+/**
+ * @defgroup hufftables JPEG: Huffman tables
+ *
+ * Tables for the coders, made from the lists of a DHT segment (ITU-T T.81, B.2.4.2 and annex C):
+ * `pListBits`, the number of codes of each length 1..16, and `pListVals`, the symbols in the order of
+ * their codes, as many as the counts say. Either the caller provides the record, or `...InitAlloc`
+ * allocates it and `...Free` releases it. The records hold no addresses and may be copied.
+ * Checks: pointers.
+ * @{
+ */
+
+/** Encoder's table: entry = (code length << 16) | code for each symbol, 0 where it has no code. */
+typedef struct zepiEncodeHuffmanSpec {
+  uint32_t entry[256];
+} zepiEncodeHuffmanSpec;
+
+/** Decoder's table. Index l of the three length arrays stands for codes of length l. */
+typedef struct zepiDecodeHuffmanSpec {
+  uint16_t symbol[256];    /**< Symbols in the order of their codes. */
+  uint32_t fast[256];      /**< By the next 8 bits: (length << 16) | symbol, or 0. */
+  uint16_t firstCode[18];  /**< Smallest code of a length. */
+  uint16_t lastCode[18];   /**< Largest code of a length, 65535 where there is none. */
+  uint16_t firstIndex[18]; /**< Index in `symbol` of the smallest code of a length. */
+} zepiDecodeHuffmanSpec;
+
+/** Stores 1024, the size of ::zepiEncodeHuffmanSpec. */
+ZEP_API zepStatus ZEP_CALL zepiEncodeHuffmanSpecGetBufSize_JPEG_8u(int32_t* pSize);
+/**
+ * Builds an encoder's table. A symbol that is listed twice keeps its last code; no codes at all are
+ * allowed.
+ * @return ::zepStatusBadHuffTable for more than 256 codes, and where the codes of a length do not fit
+ *   into it, the all-ones code included; the record is then partly filled.
+ */
+ZEP_API zepStatus ZEP_CALL zepiEncodeHuffmanSpecInit_JPEG_8u(const uint8_t* pListBits,
+                                                             const uint8_t* pListVals,
+                                                             zepiEncodeHuffmanSpec* pEncHuffSpec);
+/**
+ * Allocates and builds an encoder's table. The record is returned, and must be freed, also where the
+ * status is ::zepStatusBadHuffTable. A failed allocation: ::zepStatusNullPtr.
+ */
+ZEP_API zepStatus ZEP_CALL zepiEncodeHuffmanSpecInitAlloc_JPEG_8u(
+    const uint8_t* pListBits, const uint8_t* pListVals, zepiEncodeHuffmanSpec** ppEncHuffSpec);
+/** Releases a table of zepiEncodeHuffmanSpecInitAlloc_JPEG_8u(). */
+ZEP_API zepStatus ZEP_CALL zepiEncodeHuffmanSpecFree_JPEG_8u(zepiEncodeHuffmanSpec* pEncHuffSpec);
+/** Stores 1644, the size of ::zepiDecodeHuffmanSpec. */
+ZEP_API zepStatus ZEP_CALL zepiDecodeHuffmanSpecGetBufSize_JPEG_8u(int32_t* pSize);
+/**
+ * Builds a decoder's table. Lists with too many codes for a length pass unless the first entry of a
+ * code in the table of 8-bit prefixes would lie beyond its end ({3} passes, {4} does not).
+ * @return ::zepStatusBadHuffTable for that and for more than 256 codes.
+ */
+ZEP_API zepStatus ZEP_CALL zepiDecodeHuffmanSpecInit_JPEG_8u(const uint8_t* pListBits,
+                                                             const uint8_t* pListVals,
+                                                             zepiDecodeHuffmanSpec* pDecHuffSpec);
+/** Allocates and builds a decoder's table; otherwise as the encoder's. */
+ZEP_API zepStatus ZEP_CALL zepiDecodeHuffmanSpecInitAlloc_JPEG_8u(
+    const uint8_t* pListBits, const uint8_t* pListVals, zepiDecodeHuffmanSpec** ppDecHuffSpec);
+/** Releases a table of zepiDecodeHuffmanSpecInitAlloc_JPEG_8u(). */
+ZEP_API zepStatus ZEP_CALL zepiDecodeHuffmanSpecFree_JPEG_8u(zepiDecodeHuffmanSpec* pDecHuffSpec);
+/** @} */
+
+/**
+ * @defgroup huffman JPEG: Huffman coding of blocks
+ *
+ * Baseline entropy coding (ITU-T T.81, annex F.1.2 and F.2.2) of one block at a time into or out of
+ * the caller's byte buffer. The buffer's length and the position in it are counted in bytes; the
+ * coder advances the position, which always stays within the buffer. Bits that do not fill a byte are
+ * kept in a state record of one stream. A zero byte is stuffed behind each FF and removed again.
+ * @{
+ */
+
+/** Encoder's state of one stream; only its size is of interest to callers. */
+typedef struct zepiEncodeHuffmanState {
+  uint32_t bits;        /**< Pending bits, the next one at bit 23. */
+  uint32_t reserved;    /**< 0. */
+  int32_t numBits;      /**< Number of pending bits, 0..7 between calls. */
+  uint32_t eobRun;      /**< For progressive scans: blocks in the end-of-band run. */
+  uint32_t numCorrectionBits; /**< For progressive scans: pending correction bits. */
+  uint8_t correctionBits[1024];
+  uint32_t spare;
+} zepiEncodeHuffmanState;
+
+/** Decoder's state of one stream; only its size is of interest to callers. */
+typedef struct zepiDecodeHuffmanState {
+  uint32_t bits;     /**< Bits read ahead, the newest byte lowest. */
+  uint32_t reserved; /**< 0. */
+  int32_t numBits;   /**< Number of bits read ahead that are still to be used. */
+  uint32_t eobRun;   /**< For progressive scans. */
+  uint32_t reserved2;
+  uint32_t spare; /**< Left as it is by Init. */
+} zepiDecodeHuffmanState;
+
+/** Stores 1048, the size of ::zepiEncodeHuffmanState. */
+ZEP_API zepStatus ZEP_CALL zepiEncodeHuffmanStateGetBufSize_JPEG_8u(int32_t* pSize);
+/** Starts a stream: no pending bits. */
+ZEP_API zepStatus ZEP_CALL zepiEncodeHuffmanStateInit_JPEG_8u(
+    zepiEncodeHuffmanState* pEncHuffState);
+/** Allocates a state and starts a stream. A failed allocation: ::zepStatusNullPtr. */
+ZEP_API zepStatus ZEP_CALL zepiEncodeHuffmanStateInitAlloc_JPEG_8u(
+    zepiEncodeHuffmanState** ppEncHuffState);
+/** Releases a state of zepiEncodeHuffmanStateInitAlloc_JPEG_8u(). */
+ZEP_API zepStatus ZEP_CALL zepiEncodeHuffmanStateFree_JPEG_8u(
+    zepiEncodeHuffmanState* pEncHuffState);
+/** Stores 24, the size of ::zepiDecodeHuffmanState. */
+ZEP_API zepStatus ZEP_CALL zepiDecodeHuffmanStateGetBufSize_JPEG_8u(int32_t* pSize);
+/** Starts a stream or a restart interval: nothing read ahead. Zeroes the first 20 bytes. */
+ZEP_API zepStatus ZEP_CALL zepiDecodeHuffmanStateInit_JPEG_8u(
+    zepiDecodeHuffmanState* pDecHuffState);
+/** Allocates a state and starts a stream. A failed allocation: ::zepStatusNullPtr. */
+ZEP_API zepStatus ZEP_CALL zepiDecodeHuffmanStateInitAlloc_JPEG_8u(
+    zepiDecodeHuffmanState** ppDecHuffState);
+/** Releases a state of zepiDecodeHuffmanStateInitAlloc_JPEG_8u(). */
+ZEP_API zepStatus ZEP_CALL zepiDecodeHuffmanStateFree_JPEG_8u(
+    zepiDecodeHuffmanState* pDecHuffState);
+
+/**
+ * Encodes one block, or flushes.
+ *
+ * With a non-zero `bFlushState` the last byte is padded with ones and written, and the state starts
+ * anew, also where the write failed; `pSrc`, `pLastDC` and the tables are not looked at.
+ *
+ * A block is DC difference to `*pLastDC` (which becomes this block's DC), then runs and values of AC
+ * coefficients in zigzag order. Nothing beyond the last byte counted by `*pDstCurrPos` is touched.
+ *
+ * Checks: `pDst`, `dstLenBytes` below 1 (::zepStatusBadSize), `pDstCurrPos`, the state; then, unless
+ * flushing, `pSrc`, `pLastDC`, `pDcTable`, `pAcTable`.
+ * @return ::zepStatusBufferExhausted: no room; the block is lost, although what was stored is counted
+ *   in `*pDstCurrPos`. Enlarge the buffer and start again from a position and state saved before.
+ *   ::zepStatusBadHuffTable: a symbol without a code, or an AC coefficient of -32768.
+ */
+ZEP_API zepStatus ZEP_CALL zepiEncodeHuffman8x8_JPEG_16s1u_C1(
+    const int16_t* pSrc, uint8_t* pDst, int32_t dstLenBytes, int32_t* pDstCurrPos,
+    int16_t* pLastDC, const zepiEncodeHuffmanSpec* pDcTable, const zepiEncodeHuffmanSpec* pAcTable,
+    zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState);
+
+/**
+ * Decodes one block to 64 coefficients in natural order.
+ *
+ * `*pMarker` must be 0 at the start of an interval; it becomes the second byte of the marker that
+ * stopped reading (0xD9 for EOI), with the position behind it. Bits that were read before a marker are
+ * used up first. Up to 32 bits are read ahead into the state.
+ *
+ * Checks: `pSrc`, `srcLenBytes` negative (::zepStatusBadArg), `pSrcCurrPos`, `pDst`, `pLastDC`,
+ * `pMarker`, `pDcTable`, `pAcTable`, the state.
+ * @return ::zepStatusBufferExhausted: the source ended before the bits that the block needs;
+ *   ::zepStatusBadHuffCode: no such code, a run past the last coefficient, or bits needed behind a
+ *   marker. On both `*pLastDC` keeps its value and `pDst` holds what was decoded before; nothing but
+ *   its 64 values is written.
+ */
+ZEP_API zepStatus ZEP_CALL zepiDecodeHuffman8x8_JPEG_1u16s_C1(
+    const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcCurrPos, int16_t* pDst,
+    int16_t* pLastDC, int32_t* pMarker, const zepiDecodeHuffmanSpec* pDcTable,
+    const zepiDecodeHuffmanSpec* pAcTable, zepiDecodeHuffmanState* pDecHuffState);
+/** @} */
+
+/* Record sizes are part of the binary interface. */
+#define ZEP_ASSERT_SIZE(type, size) typedef char type##_has_##size##_bytes[sizeof(type) == (size) ? 1 : -1]
+ZEP_ASSERT_SIZE(zepiSize, 8);
+ZEP_ASSERT_SIZE(zepiEncodeHuffmanSpec, 1024);
+ZEP_ASSERT_SIZE(zepiDecodeHuffmanSpec, 1644);
+ZEP_ASSERT_SIZE(zepiEncodeHuffmanState, 1048);
+ZEP_ASSERT_SIZE(zepiDecodeHuffmanState, 24);
+#undef ZEP_ASSERT_SIZE
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* ZEPJP_H */

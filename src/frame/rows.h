@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+// Rows: where they are, and which thread works on them.
+#ifndef ZEPJP_SRC_FRAME_ROWS_H_
+#define ZEPJP_SRC_FRAME_ROWS_H_
+
+#include <cstddef>
+#include <cstdint>
+
+#include "zepcore.h"
+#include "zepjp.h"
+
+namespace zepjp {
+
+// Row `y` of a plane whose rows lie `step` bytes apart; the address is computed in 64 bits.
+template <class T>
+T* Row(T* plane, int32_t step, int32_t y) {
+  const ptrdiff_t offset = ptrdiff_t{step} * y;
+  return reinterpret_cast<T*>(reinterpret_cast<uintptr_t>(plane) + static_cast<uintptr_t>(offset));
+}
+
+// Regions of up to so many elements stay on the calling thread.
+constexpr int64_t kMaxSerialElements = 8192;
+
+// Calls row(y) for all rows of the region, on several threads where it is large. Rows must not
+// depend on one another; the team may turn out smaller than asked for.
+template <class RowFunction>
+void ForRows(zepiSize roi, const RowFunction& row) {
+  [[maybe_unused]] const int32_t threads = ownGetNumThreads();
+#ifdef _OPENMP
+  if (int64_t{roi.width} * roi.height > kMaxSerialElements && threads > 1) {
+#  pragma omp parallel for schedule(static) num_threads(threads)
+    for (int32_t y = 0; y < roi.height; ++y) row(y);
+    return;
+  }
+#endif
+  for (int32_t y = 0; y < roi.height; ++y) row(y);
+}
+
+}  // namespace zepjp
+
+#endif  // ZEPJP_SRC_FRAME_ROWS_H_

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+// The choices that are made once, while the library is loaded.
+#ifndef ZEPJP_SRC_FRAME_STARTUP_H_
+#define ZEPJP_SRC_FRAME_STARTUP_H_
+
+#include <cstdint>
+
+// A constructor that runs before those of the program's own global objects (static libraries).
+#define ZEP_AT_LOAD __attribute__((constructor(101)))
+
+namespace zepjp {
+
+// The processor variants; they differ in speed, never in results.
+enum class Variant : int32_t { kV8 = 0, kS8 = 1 };
+
+// The variant that a feature mask stands for: both of its variant bits are set, or it is V8.
+Variant VariantOf(uint64_t cpu_features);
+
+// What may run here.
+struct Enabled {
+  bool sse4, avx2, avx512;
+  Variant variant;
+};
+
+// Asks the core library, after making sure that the processor has the floor (SSSE3 or NEON): one
+// that has not ends the program with a line on standard error.
+Enabled EnabledAtLoad();
+
+}  // namespace zepjp
+
+#endif  // ZEPJP_SRC_FRAME_STARTUP_H_

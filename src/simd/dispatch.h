@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+// The choice of a family's kernels among those compiled for each instruction set.
+//
+// A family's file is compiled once per instruction set by Highway's foreach_target. Each pass
+// defines a constant table `kKernels` in the namespace of its target; at load one of them is
+// copied to the family's own table:
+//
+//   Kernels kernels;
+//   ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
+//
+// so that a call costs one load and one indirect jump.
+#ifndef ZEPJP_SRC_SIMD_DISPATCH_H_
+#define ZEPJP_SRC_SIMD_DISPATCH_H_
+
+#include "frame/startup.h"
+
+namespace zepjp {
+
+// One pointer for each instruction set, null where it was not compiled.
+template <class T>
+struct PerTarget {
+  const T* ssse3;
+  const T* sse4;
+  const T* avx2;
+  const T* avx512;
+  const T* neon;
+};
+
+template <class T>
+const T* Choose(const PerTarget<T>& tables, const Enabled& enabled) {
+  if (tables.avx512 != nullptr && enabled.avx512) return tables.avx512;
+  if (tables.avx2 != nullptr && enabled.avx2) return tables.avx2;
+  if (tables.sse4 != nullptr && enabled.sse4) return tables.sse4;
+  return tables.ssse3 != nullptr ? tables.ssse3 : tables.neon;
+}
+
+}  // namespace zepjp
+
+#define ZEP_CHOOSE(table)                                                                       \
+  ::zepjp::Choose<Kernels>({HWY_CHOOSE_SSSE3(table), HWY_CHOOSE_SSE4(table),                    \
+                            HWY_CHOOSE_AVX2(table), HWY_CHOOSE_AVX3_DL(table),                  \
+                            HWY_CHOOSE_NEON(table)},                                            \
+                           ::zepjp::EnabledAtLoad())
+
+#endif  // ZEPJP_SRC_SIMD_DISPATCH_H_
