@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: MIT
+// The few vector operations that Highway lacks. Included once per instruction set.
+
+// Instructions that kernels may use besides those that Highway names for the target: dot products of
+// 16-bit lanes with AVX-512.
+#undef ZEP_TARGET_STR
+#if HWY_TARGET == HWY_AVX3_DL
+#  define ZEP_TARGET_STR HWY_TARGET_STR ",avx512vnni"
+#elif defined(HWY_TARGET_STR)
+#  define ZEP_TARGET_STR HWY_TARGET_STR
+#endif
+
+#undef ZEP_BEFORE_NAMESPACE
+#ifdef ZEP_TARGET_STR
+#  define ZEP_BEFORE_NAMESPACE()          \
+    HWY_PUSH_ATTRIBUTES(ZEP_TARGET_STR) \
+    static_assert(true, "For requiring trailing semicolon")
+#else
+#  define ZEP_BEFORE_NAMESPACE() HWY_BEFORE_NAMESPACE()
+#endif
+
+#if defined(ZEPJP_SRC_SIMD_OPS_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#  ifdef ZEPJP_SRC_SIMD_OPS_INL_H_
+#    undef ZEPJP_SRC_SIMD_OPS_INL_H_
+#  else
+#    define ZEPJP_SRC_SIMD_OPS_INL_H_
+#  endif
+
+#  include "hwy/highway.h"
+
+ZEP_BEFORE_NAMESPACE();
+namespace zepjp {
+namespace HWY_NAMESPACE {
+namespace {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+HWY_INLINE void CopyBytes(const void* from, void* to, size_t size) {
+  __builtin_memcpy(to, from, size);
+}
+
+// PackBlocks: two registers to one of half as wide lanes, saturated. In 128-bit blocks: each block of
+// the result holds that block of `low`, then that of `high`. 32-bit lanes become signed 16-bit ones,
+// 16-bit lanes unsigned 8-bit ones.
+//
+// DotAcc: acc + a[2i] * b[2i] + a[2i+1] * b[2i+1] in 32-bit lanes; the sum wraps.
+#  if HWY_TARGET == HWY_NEON
+
+HWY_INLINE hn::Vec128<int16_t> PackBlocks(hn::Vec128<int32_t> low, hn::Vec128<int32_t> high) {
+  return hn::Vec128<int16_t>(vcombine_s16(vqmovn_s32(low.raw), vqmovn_s32(high.raw)));
+}
+HWY_INLINE hn::Vec128<uint8_t> PackBlocks(hn::Vec128<int16_t> low, hn::Vec128<int16_t> high) {
+  return hn::Vec128<uint8_t>(vcombine_u8(vqmovun_s16(low.raw), vqmovun_s16(high.raw)));
+}
+HWY_INLINE hn::Vec128<int32_t> DotAcc(hn::Vec128<int32_t> acc, hn::Vec128<int16_t> a,
+                                      hn::Vec128<int16_t> b) {
+  const int32x4_t low = vmull_s16(vget_low_s16(a.raw), vget_low_s16(b.raw));
+  const int32x4_t high = vmull_high_s16(a.raw, b.raw);
+  return hn::Vec128<int32_t>(vaddq_s32(acc.raw, vpaddq_s32(low, high)));
+}
+
+#  else  // x86
+
+HWY_INLINE hn::Vec128<int16_t> PackBlocks(hn::Vec128<int32_t> low, hn::Vec128<int32_t> high) {
+  return hn::Vec128<int16_t>{_mm_packs_epi32(low.raw, high.raw)};
+}
+HWY_INLINE hn::Vec128<uint8_t> PackBlocks(hn::Vec128<int16_t> low, hn::Vec128<int16_t> high) {
+  return hn::Vec128<uint8_t>{_mm_packus_epi16(low.raw, high.raw)};
+}
+HWY_INLINE hn::Vec128<int32_t> DotAcc(hn::Vec128<int32_t> acc, hn::Vec128<int16_t> a,
+                                      hn::Vec128<int16_t> b) {
+  return hn::Vec128<int32_t>{_mm_add_epi32(acc.raw, _mm_madd_epi16(a.raw, b.raw))};
+}
+
+#    if HWY_TARGET <= HWY_AVX2  // a newer instruction set has a smaller number
+
+HWY_INLINE hn::Vec256<int16_t> PackBlocks(hn::Vec256<int32_t> low, hn::Vec256<int32_t> high) {
+  return hn::Vec256<int16_t>{_mm256_packs_epi32(low.raw, high.raw)};
+}
+HWY_INLINE hn::Vec256<uint8_t> PackBlocks(hn::Vec256<int16_t> low, hn::Vec256<int16_t> high) {
+  return hn::Vec256<uint8_t>{_mm256_packus_epi16(low.raw, high.raw)};
+}
+HWY_INLINE hn::Vec256<int32_t> DotAcc(hn::Vec256<int32_t> acc, hn::Vec256<int16_t> a,
+                                      hn::Vec256<int16_t> b) {
+  return hn::Vec256<int32_t>{_mm256_add_epi32(acc.raw, _mm256_madd_epi16(a.raw, b.raw))};
+}
+
+#    endif
+#    if HWY_TARGET <= HWY_AVX3_DL
+
+HWY_INLINE hn::Vec512<int16_t> PackBlocks(hn::Vec512<int32_t> low, hn::Vec512<int32_t> high) {
+  return hn::Vec512<int16_t>{_mm512_packs_epi32(low.raw, high.raw)};
+}
+HWY_INLINE hn::Vec512<uint8_t> PackBlocks(hn::Vec512<int16_t> low, hn::Vec512<int16_t> high) {
+  return hn::Vec512<uint8_t>{_mm512_packus_epi16(low.raw, high.raw)};
+}
+HWY_INLINE hn::Vec512<int32_t> DotAcc(hn::Vec512<int32_t> acc, hn::Vec512<int16_t> a,
+                                      hn::Vec512<int16_t> b) {
+  return hn::Vec512<int32_t>{_mm512_dpwssd_epi32(acc.raw, a.raw, b.raw)};
+}
+
+#    endif
+#  endif
+
+// The 64-bit halves [a0 b0 a1 b1 ...] that PackBlocks leaves, in order: [a0 a1 ... b0 b1 ...].
+template <class T>
+HWY_INLINE hn::Vec128<T> OrderHalves(hn::Vec128<T> v) {
+  return v;
+}
+#  if HWY_TARGET <= HWY_AVX2
+template <class T>
+HWY_INLINE hn::Vec256<T> OrderHalves(hn::Vec256<T> v) {
+  return hn::Vec256<T>{_mm256_permute4x64_epi64(v.raw, 0xD8)};
+}
+#  endif
+#  if HWY_TARGET <= HWY_AVX3_DL
+template <class T>
+HWY_INLINE hn::Vec512<T> OrderHalves(hn::Vec512<T> v) {
+  const __m512i order = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
+  return hn::Vec512<T>{_mm512_permutexvar_epi64(order, v.raw)};
+}
+#  endif
+
+// Calls step(src + i, dst + i), which turns kLanes elements into as many, until `width` are done. The
+// last step overlaps the one before, so source and destination must not; a row shorter than a step
+// goes through a buffer.
+template <size_t kLanes, class Src, class Dst, class Step>
+HWY_INLINE void ForVectors(int32_t width, const Src* src, Dst* dst, const Step& step) {
+  const size_t count = static_cast<size_t>(width);
+  if (count < kLanes) {
+    Src in[kLanes] = {};
+    Dst out[kLanes];
+    CopyBytes(src, in, count * sizeof(Src));
+    step(in, out);
+    CopyBytes(out, dst, count * sizeof(Dst));
+    return;
+  }
+  size_t i = 0;
+  for (; i + kLanes <= count; i += kLanes) step(src + i, dst + i);
+  if (i < count) step(src + count - kLanes, dst + count - kLanes);
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace zepjp
+HWY_AFTER_NAMESPACE();
+
+#endif  // per-target include guard
