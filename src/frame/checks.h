@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The argument checks of an export, in the order in which they are written:
 //
-//   if (auto bad = Checks().Ptr(pSrc).Planes<3>(pDst).Step(srcStep).Size(roiSize).Failed()) {
+//   if (auto bad = Checks().Ptr(pSrc).Planes(pDst, 3).Step(srcStep).Size(roiSize).Failed()) {
 //     return bad;
 //   }
 //
@@ -29,11 +29,11 @@ class Checks {
     return Refuse(pointer == nullptr, zepStatusNullPtr);
   }
 
-  // The pointer to an array of planes, then each of its `kCount` planes.
-  template <int kCount, class T>
-  Checks& Planes(T* const* planes) {
+  // The pointer to an array of planes, then each of its `count` planes.
+  template <class T>
+  Checks& Planes(T* const* planes, int count) {
     Ptr(planes);
-    for (int i = 0; i < kCount && status_ == zepStatusOk; ++i) Ptr(planes[i]);
+    for (int i = 0; i < count && status_ == zepStatusOk; ++i) Ptr(planes[i]);
     return *this;
   }
 

@@ -36,10 +36,10 @@ const T* Choose(const PerTarget<T>& tables, const Enabled& enabled) {
 
 }  // namespace zepjp
 
-#define ZEP_CHOOSE(table)                                                                       \
-  ::zepjp::Choose<Kernels>({HWY_CHOOSE_SSSE3(table), HWY_CHOOSE_SSE4(table),                    \
-                            HWY_CHOOSE_AVX2(table), HWY_CHOOSE_AVX3_DL(table),                  \
-                            HWY_CHOOSE_NEON(table)},                                            \
-                           ::zepjp::EnabledAtLoad())
+#define ZEP_CHOOSE(table)                                                       \
+  ::zepjp::Choose<Kernels>(                                                     \
+      {HWY_CHOOSE_SSSE3(table), HWY_CHOOSE_SSE4(table), HWY_CHOOSE_AVX2(table), \
+       HWY_CHOOSE_AVX3_DL(table), HWY_CHOOSE_NEON(table)},                      \
+      ::zepjp::EnabledAtLoad())
 
 #endif  // ZEPJP_SRC_SIMD_DISPATCH_H_

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The few vector operations that Highway lacks. Included once per instruction set.
 
-// Instructions that kernels may use besides those that Highway names for the target: dot products of
-// 16-bit lanes with AVX-512.
+// Instructions that kernels may use besides those that Highway names for the target: dot products
+// of 16-bit lanes with AVX-512.
 #undef ZEP_TARGET_STR
 #if HWY_TARGET == HWY_AVX3_DL
 #  define ZEP_TARGET_STR HWY_TARGET_STR ",avx512vnni"
@@ -12,7 +12,7 @@
 
 #undef ZEP_BEFORE_NAMESPACE
 #ifdef ZEP_TARGET_STR
-#  define ZEP_BEFORE_NAMESPACE()          \
+#  define ZEP_BEFORE_NAMESPACE()        \
     HWY_PUSH_ATTRIBUTES(ZEP_TARGET_STR) \
     static_assert(true, "For requiring trailing semicolon")
 #else
@@ -39,9 +39,11 @@ HWY_INLINE void CopyBytes(const void* from, void* to, size_t size) {
   __builtin_memcpy(to, from, size);
 }
 
-// PackBlocks: two registers to one of half as wide lanes, saturated. In 128-bit blocks: each block of
-// the result holds that block of `low`, then that of `high`. 32-bit lanes become signed 16-bit ones,
-// 16-bit lanes unsigned 8-bit ones.
+// PackBlocks: two registers to one of half as wide lanes, saturated. In 128-bit blocks: each block
+// of the result holds that block of `low`, then that of `high`. 32-bit lanes become signed 16-bit
+// ones, 16-bit lanes unsigned 8-bit ones.
+//
+// PairSums: the sums of neighbouring bytes, a[2i] + a[2i+1].
 //
 // DotAcc: acc + a[2i] * b[2i] + a[2i+1] * b[2i+1] in 32-bit lanes; the sum wraps.
 #  if HWY_TARGET == HWY_NEON
@@ -59,6 +61,10 @@ HWY_INLINE hn::Vec128<int32_t> DotAcc(hn::Vec128<int32_t> acc, hn::Vec128<int16_
   return hn::Vec128<int32_t>(vaddq_s32(acc.raw, vpaddq_s32(low, high)));
 }
 
+HWY_INLINE hn::Vec128<int16_t> PairSums(hn::Vec128<uint8_t> v) {
+  return hn::Vec128<int16_t>(vreinterpretq_s16_u16(vpaddlq_u8(v.raw)));
+}
+
 #  else  // x86
 
 HWY_INLINE hn::Vec128<int16_t> PackBlocks(hn::Vec128<int32_t> low, hn::Vec128<int32_t> high) {
@@ -66,6 +72,9 @@ HWY_INLINE hn::Vec128<int16_t> PackBlocks(hn::Vec128<int32_t> low, hn::Vec128<in
 }
 HWY_INLINE hn::Vec128<uint8_t> PackBlocks(hn::Vec128<int16_t> low, hn::Vec128<int16_t> high) {
   return hn::Vec128<uint8_t>{_mm_packus_epi16(low.raw, high.raw)};
+}
+HWY_INLINE hn::Vec128<int16_t> PairSums(hn::Vec128<uint8_t> v) {
+  return hn::Vec128<int16_t>{_mm_maddubs_epi16(v.raw, _mm_set1_epi8(1))};
 }
 HWY_INLINE hn::Vec128<int32_t> DotAcc(hn::Vec128<int32_t> acc, hn::Vec128<int16_t> a,
                                       hn::Vec128<int16_t> b) {
@@ -80,6 +89,9 @@ HWY_INLINE hn::Vec256<int16_t> PackBlocks(hn::Vec256<int32_t> low, hn::Vec256<in
 HWY_INLINE hn::Vec256<uint8_t> PackBlocks(hn::Vec256<int16_t> low, hn::Vec256<int16_t> high) {
   return hn::Vec256<uint8_t>{_mm256_packus_epi16(low.raw, high.raw)};
 }
+HWY_INLINE hn::Vec256<int16_t> PairSums(hn::Vec256<uint8_t> v) {
+  return hn::Vec256<int16_t>{_mm256_maddubs_epi16(v.raw, _mm256_set1_epi8(1))};
+}
 HWY_INLINE hn::Vec256<int32_t> DotAcc(hn::Vec256<int32_t> acc, hn::Vec256<int16_t> a,
                                       hn::Vec256<int16_t> b) {
   return hn::Vec256<int32_t>{_mm256_add_epi32(acc.raw, _mm256_madd_epi16(a.raw, b.raw))};
@@ -93,6 +105,9 @@ HWY_INLINE hn::Vec512<int16_t> PackBlocks(hn::Vec512<int32_t> low, hn::Vec512<in
 }
 HWY_INLINE hn::Vec512<uint8_t> PackBlocks(hn::Vec512<int16_t> low, hn::Vec512<int16_t> high) {
   return hn::Vec512<uint8_t>{_mm512_packus_epi16(low.raw, high.raw)};
+}
+HWY_INLINE hn::Vec512<int16_t> PairSums(hn::Vec512<uint8_t> v) {
+  return hn::Vec512<int16_t>{_mm512_maddubs_epi16(v.raw, _mm512_set1_epi8(1))};
 }
 HWY_INLINE hn::Vec512<int32_t> DotAcc(hn::Vec512<int32_t> acc, hn::Vec512<int16_t> a,
                                       hn::Vec512<int16_t> b) {
@@ -121,9 +136,22 @@ HWY_INLINE hn::Vec512<T> OrderHalves(hn::Vec512<T> v) {
 }
 #  endif
 
-// Calls step(src + i, dst + i), which turns kLanes elements into as many, until `width` are done. The
-// last step overlaps the one before, so source and destination must not; a row shorter than a step
-// goes through a buffer.
+// 128-bit blocks that lie kStride bytes apart, at any alignment.
+template <size_t kStride, size_t kLanes>
+HWY_INLINE hn::VFromD<hn::Simd<uint8_t, kLanes, 0>> LoadBlocks(hn::Simd<uint8_t, kLanes, 0> d,
+                                                               const uint8_t* from) {
+  if constexpr (kLanes == 16) {
+    return hn::LoadU(d, from);
+  } else {
+    const hn::Half<decltype(d)> half;
+    return hn::Combine(d, LoadBlocks<kStride>(half, from + kStride * kLanes / 32),
+                       LoadBlocks<kStride>(half, from));
+  }
+}
+
+// Calls step(src + i, dst + i), which turns kLanes elements into as many, until `width` are done.
+// The last step overlaps the one before, so source and destination must not; a row shorter than a
+// step goes through a buffer.
 template <size_t kLanes, class Src, class Dst, class Step>
 HWY_INLINE void ForVectors(int32_t width, const Src* src, Dst* dst, const Step& step) {
   const size_t count = static_cast<size_t>(width);

@@ -34,8 +34,10 @@ struct Named {
 template <class Call>
 Named(const char*, Call) -> Named<Call>;
 
-#define HARNESS_NAMED(function) \
-  ::harness::Named { #function, [](auto... args) { return ::function(args...); } }
+#define HARNESS_NAMED(function)                                 \
+  ::harness::Named {                                            \
+#    function, [](auto... args) { return ::function(args...); } \
+  }
 
 template <class Call, class... Args>
 class CheckOrder {
@@ -78,10 +80,9 @@ class CheckOrder {
   template <size_t kIndex>
   CheckOrder& Size(int min_width = 1, int min_height = 1) {
     const zepiSize good = std::get<kIndex>(good_);
-    return Bad<kIndex>(zepStatusBadSize, {zepiSize{min_width - 1, good.height},
-                                          zepiSize{good.width, min_height - 1},
-                                          zepiSize{-5, good.height}, zepiSize{good.width, INT_MIN},
-                                          zepiSize{0, 0}});
+    return Bad<kIndex>(zepStatusBadSize,
+                       {zepiSize{min_width - 1, good.height}, zepiSize{good.width, min_height - 1},
+                        zepiSize{-5, good.height}, zepiSize{good.width, INT_MIN}, zepiSize{0, 0}});
   }
 
   // Argument `kIndex` with one of these values gives `status`.
@@ -157,7 +158,8 @@ class CheckOrder {
       what += ", " + other->what;
     }
     const auto before = Snapshot();
-    EXPECT_EQ(std::apply(function_.call, arguments), fault.status) << function_.name << ": " << what;
+    EXPECT_EQ(std::apply(function_.call, arguments), fault.status)
+        << function_.name << ": " << what;
     EXPECT_TRUE(Snapshot() == before) << function_.name << " wrote with " << what;
   }
 

@@ -11,8 +11,8 @@ std::string FirstDifference(const std::vector<std::vector<uint8_t>>& got,
     if (first == got[plane].end()) continue;
     const auto offset = first - got[plane].begin();
     return "plane " + std::to_string(plane) + " byte " + std::to_string(offset) + " (row " +
-           std::to_string(step == 0 ? 0 : offset / std::abs(step)) + "): " +
-           std::to_string(*first) + " instead of " + std::to_string(*second);
+           std::to_string(step == 0 ? 0 : offset / std::abs(step)) +
+           "): " + std::to_string(*first) + " instead of " + std::to_string(*second);
   }
   return "";
 }

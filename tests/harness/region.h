@@ -28,7 +28,8 @@ class Plane {
       : size_(size), step_(step), memory_(Bytes(size, step), edge) {}
 
   T* base() {
-    const ptrdiff_t lowest = step_ < 0 && size_.height > 0 ? ptrdiff_t{step_} * (size_.height - 1) : 0;
+    const ptrdiff_t lowest =
+        step_ < 0 && size_.height > 0 ? ptrdiff_t{step_} * (size_.height - 1) : 0;
     return reinterpret_cast<T*>(memory_.raw() - lowest);
   }
   Guarded<uint8_t>& memory() { return memory_; }
@@ -87,7 +88,7 @@ class Planar {
       const zepiSize own = {size.width / (chroma ? kDivideX : 1),
                             size.height / (chroma ? kDivideY : 1)};
       planes_[i] = std::make_unique<Plane<T>>(own, step, edge);
-      pointers_[i] = const_pointers_[i] = planes_[i]->base();
+      const_pointers_[i] = pointers_[i] = planes_[i]->base();
     }
   }
   void Fill(Pattern pattern, Random& random) {
@@ -119,20 +120,24 @@ std::vector<std::vector<uint8_t>> MemoryOf(Image& image) {
 std::string FirstDifference(const std::vector<std::vector<uint8_t>>& got,
                             const std::vector<std::vector<uint8_t>>& want, int32_t step);
 
-// The steps to try for rows of at least `min_step` bytes.
-struct Steps {
-  bool negative;  // whether the function takes steps that are not positive
-  std::vector<int32_t> For(int32_t min_step) const {
+// What a function takes besides the usual.
+struct Takes {
+  bool any_step = false;   // 0 and negative steps
+  int32_t width_unit = 1;  // widths are multiples of it
+  zepiSize min_size = {1, 1};
+
+  // The steps to try for rows of at least `min_step` bytes.
+  std::vector<int32_t> Steps(int32_t min_step) const {
     std::vector<int32_t> steps = {min_step, min_step + 1, min_step + 37};
-    if (negative) steps.push_back(-min_step - 3);
+    if (any_step) steps.push_back(-min_step - 3);
     return steps;
   }
 };
 
 // Compares the export with its model, both called as (source, step, destination, step, size).
 template <class Src, class Dst, class Export, class Model>
-void CompareRegion(const Named<Export>& exported, const Model& model, zepiSize size, Pattern pattern,
-                   Edge edge, int32_t src_step, int32_t dst_step, Random& random) {
+void CompareRegion(const Named<Export>& exported, const Model& model, zepiSize size,
+                   Pattern pattern, Edge edge, int32_t src_step, int32_t dst_step, Random& random) {
   Src src(size, src_step, edge);
   Dst got(size, dst_step, edge);
   Dst want(size, dst_step, edge);
@@ -147,27 +152,25 @@ void CompareRegion(const Named<Export>& exported, const Model& model, zepiSize s
                             << " seed " << Seed();
 }
 
-// The same over sizes, patterns, steps and edges. `width_unit`: widths are multiples of it.
+// The same over sizes, patterns, steps and edges.
 template <class Src, class Dst, class Export, class Model>
-void CompareRegions(const Named<Export>& exported, const Model& model, Steps steps = {false},
-                    int width_unit = 1) {
+void CompareRegions(const Named<Export>& exported, const Model& model, const Takes& takes = {}) {
   Random random(Seed());
-  const int32_t max_width = 131;  // twice the longest register in bytes, and a little more
-  for (int32_t width = width_unit; width <= max_width; width += width_unit) {
-    for (const int32_t height : {1, 2, 3}) {
-      const zepiSize size = {width, height};
-      for (const Edge edge : {Edge::kStart, Edge::kEnd}) {
-        const auto src_steps = steps.For(Src::MinStep(size));
-        const auto dst_steps = steps.For(Dst::MinStep(size));
-        const Pattern pattern = kPatterns[random() % std::size(kPatterns)];
-        CompareRegion<Src, Dst>(exported, model, size, pattern, edge,
-                                src_steps[random() % src_steps.size()],
-                                dst_steps[random() % dst_steps.size()], random);
-        if (::testing::Test::HasFailure()) return;
-      }
+  const int32_t max_width = 2 * 128 + 3;  // twice the longest step of a kernel, and a little more
+  for (int32_t width = 1; width <= max_width; ++width) {
+    const zepiSize size = {width * takes.width_unit, 1 + width % 4};
+    if (size.width < takes.min_size.width || size.height < takes.min_size.height) continue;
+    for (const Edge edge : {Edge::kStart, Edge::kEnd}) {
+      const auto src_steps = takes.Steps(Src::MinStep(size));
+      const auto dst_steps = takes.Steps(Dst::MinStep(size));
+      const Pattern pattern = kPatterns[random() % std::size(kPatterns)];
+      CompareRegion<Src, Dst>(exported, model, size, pattern, edge,
+                              src_steps[random() % src_steps.size()],
+                              dst_steps[random() % dst_steps.size()], random);
+      if (::testing::Test::HasFailure()) return;
     }
   }
-  const zepiSize large = {1000 * width_unit, 17};  // beyond the limit for one thread
+  const zepiSize large = {1000 * takes.width_unit, 17};  // beyond the limit for one thread
   for (const Pattern pattern : kPatterns) {
     CompareRegion<Src, Dst>(exported, model, large, pattern, Edge::kEnd, Src::MinStep(large) + 5,
                             Dst::MinStep(large) + 3, random);

@@ -41,16 +41,15 @@ HWY_INLINE void Add128(D8 d8, const int16_t* src, uint8_t* dst) {
 
 void Add128Row(const int16_t* src, uint8_t* dst, int32_t width) {
   const hn::ScalableTag<uint8_t> d8;
-  ForVectors<hn::MaxLanes(d8)>(width, src, dst, [&](const int16_t* from, uint8_t* to) {
-    Add128(d8, from, to);
-  });
+  ForVectors<hn::MaxLanes(d8)>(
+      width, src, dst, [&](const int16_t* from, uint8_t* to) HWY_ATTR { Add128(d8, from, to); });
 }
 
 void Sub128Row(const uint8_t* src, int16_t* dst, int32_t width) {
   const hn::ScalableTag<int16_t> d16;
   const hn::Rebind<uint8_t, decltype(d16)> d8;
   const auto offset = hn::Set(d16, 128);
-  ForVectors<hn::MaxLanes(d16)>(width, src, dst, [&](const uint8_t* from, int16_t* to) {
+  ForVectors<hn::MaxLanes(d16)>(width, src, dst, [&](const uint8_t* from, int16_t* to) HWY_ATTR {
     hn::StoreU(hn::PromoteTo(d16, hn::LoadU(d8, from)) - offset, d16, to);
   });
 }
@@ -68,7 +67,8 @@ namespace {
 
 Kernels kernels;
 
-ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
+ZEP_AT_LOAD
+void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 
 }  // namespace
 }  // namespace zepjp

@@ -35,12 +35,20 @@ TEST(LevelShift, ChecksInOrder) {
   uint8_t samples[8] = {};
   CheckOrder(HARNESS_NAMED(zepiAdd128_JPEG_16s8u_C1R), static_cast<const int16_t*>(values), 16,
              &samples[0], 8, zepiSize{8, 1})
-      .Null<0>().Step<1>().Null<2>().Step<3>().Size<4>()
+      .Null<0>()
+      .Step<1>()
+      .Null<2>()
+      .Step<3>()
+      .Size<4>()
       .Output(samples, sizeof(samples))
       .Run();
   CheckOrder(HARNESS_NAMED(zepiSub128_JPEG_8u16s_C1R), static_cast<const uint8_t*>(samples), 8,
              &values[0], 16, zepiSize{8, 1})
-      .Null<0>().Step<1>().Null<2>().Step<3>().Size<4>()
+      .Null<0>()
+      .Step<1>()
+      .Null<2>()
+      .Step<3>()
+      .Size<4>()
       .Output(values, sizeof(values))
       .Run();
 }

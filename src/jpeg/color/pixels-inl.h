@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: MIT
+// Loading of pixels for dot products over their three colour channels. Included once per
+// instruction set.
+//
+// A vector of N bytes stands for N pixels. They are loaded as four quarters of N / 4 pixels, each
+// as two registers of 16-bit pairs: (c0, c1) and (c2, 0), one pair for a pixel. In 128-bit blocks:
+// block b of quarter q holds the pixels 16 b + 4 q .. + 3, so that two PackBlocks put them back in
+// order.
+#if defined(ZEPJP_SRC_JPEG_COLOR_PIXELS_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#  ifdef ZEPJP_SRC_JPEG_COLOR_PIXELS_INL_H_
+#    undef ZEPJP_SRC_JPEG_COLOR_PIXELS_INL_H_
+#  else
+#    define ZEPJP_SRC_JPEG_COLOR_PIXELS_INL_H_
+#  endif
+
+#  include "simd/ops-inl.h"
+
+ZEP_BEFORE_NAMESPACE();
+namespace zepjp {
+namespace HWY_NAMESPACE {
+namespace {
+
+using D8 = hn::ScalableTag<uint8_t>;
+using D16 = hn::ScalableTag<int16_t>;
+using D32 = hn::ScalableTag<int32_t>;
+using V8 = hn::VFromD<D8>;
+using V16 = hn::VFromD<D16>;
+using V32 = hn::VFromD<D32>;
+
+constexpr size_t kPixels = hn::MaxLanes(D8());  // in a vector
+
+struct Pairs {
+  V16 first[4];   // (c0, c1)
+  V16 second[4];  // (c2, 0)
+};
+
+constexpr int8_t kZero = -1;  // an index that makes TableLookupBytesOr0 give 0
+
+// For TableLookupBytesOr0: bytes of four pixels that lie kBytes apart, from `shift` on, as pairs of
+// 16-bit lanes (channel kFirst, channel kSecond); a negative channel gives 0.
+struct PairIndices {
+  alignas(16) int8_t bytes[16];
+};
+constexpr PairIndices MakePairIndices(int pixel_bytes, int shift, int first, int second) {
+  PairIndices result = {};
+  for (int pixel = 0; pixel < 4; ++pixel) {
+    const int start = shift + pixel * pixel_bytes;
+    result.bytes[4 * pixel] = static_cast<int8_t>(start + first);
+    result.bytes[4 * pixel + 1] = kZero;
+    result.bytes[4 * pixel + 2] = second < 0 ? kZero : static_cast<int8_t>(start + second);
+    result.bytes[4 * pixel + 3] = kZero;
+  }
+  return result;
+}
+
+// The same for sums of two neighbouring pixels: (c0, c0', c1, c1') of both couples of the four
+// pixels in the lower half, (c2, c2', 0, 0) in the upper half.
+constexpr PairIndices MakeCoupleIndices(int pixel_bytes, int shift) {
+  PairIndices result = {};
+  for (int couple = 0; couple < 2; ++couple) {
+    const int start = shift + couple * 2 * pixel_bytes;
+    for (int pixel = 0; pixel < 2; ++pixel) {
+      const int byte = start + pixel * pixel_bytes;
+      result.bytes[4 * couple + pixel] = static_cast<int8_t>(byte);
+      result.bytes[4 * couple + 2 + pixel] = static_cast<int8_t>(byte + 1);
+      result.bytes[8 + 4 * couple + pixel] = static_cast<int8_t>(byte + 2);
+      result.bytes[8 + 4 * couple + 2 + pixel] = kZero;
+    }
+  }
+  return result;
+}
+
+HWY_INLINE V8 LoadIndices(const PairIndices& indices) {
+  return hn::LoadDup128(D8(), reinterpret_cast<const uint8_t*>(indices.bytes));
+}
+
+HWY_INLINE V8 Shuffle(V8 bytes, const PairIndices& indices) {
+  return hn::TableLookupBytesOr0(bytes, LoadIndices(indices));
+}
+
+// kBytes interleaved bytes a pixel, 3 or 4; a fourth has no influence.
+template <int kBytes>
+struct Interleaved {
+  static constexpr int kPlanes = 1;
+  static constexpr size_t kPixelBytes = kBytes;
+
+  // Four pixels for each block. No byte beyond the N pixels is read: the last quarter of three-byte
+  // pixels lies at the end of its register.
+  static constexpr int Shift(int quarter) { return kBytes == 3 && quarter == 3 ? 4 : 0; }
+  template <int kQuarter>
+  static HWY_INLINE V8 Quarter(const uint8_t* const* src, size_t x) {
+    constexpr size_t kOffset = 4 * kBytes * kQuarter - Shift(kQuarter);
+    return LoadBlocks<16 * kBytes>(D8(), src[0] + x * kBytes + kOffset);
+  }
+
+  template <int kQuarter>
+  static HWY_INLINE void LoadQuarter(const uint8_t* const* src, size_t x, Pairs& pairs) {
+    static constexpr auto kFirst = MakePairIndices(kBytes, Shift(kQuarter), 0, 1);
+    static constexpr auto kSecond = MakePairIndices(kBytes, Shift(kQuarter), 2, -1);
+    const V8 bytes = Quarter<kQuarter>(src, x);
+    pairs.first[kQuarter] = hn::BitCast(D16(), Shuffle(bytes, kFirst));
+    pairs.second[kQuarter] = hn::BitCast(D16(), Shuffle(bytes, kSecond));
+  }
+
+  static HWY_INLINE Pairs Load(const uint8_t* const* src, size_t x) {
+    Pairs pairs;
+    LoadQuarter<0>(src, x, pairs);
+    LoadQuarter<1>(src, x, pairs);
+    LoadQuarter<2>(src, x, pairs);
+    LoadQuarter<3>(src, x, pairs);
+    return pairs;
+  }
+
+  // Sums of horizontal neighbours among four pixels of each block, as MakeCoupleIndices puts them.
+  template <int kQuarter>
+  static HWY_INLINE V16 CoupleSums(const uint8_t* const* src, size_t x) {
+    static constexpr auto kCouples = MakeCoupleIndices(kBytes, Shift(kQuarter));
+    return PairSums(Shuffle(Quarter<kQuarter>(src, x), kCouples));
+  }
+};
+
+// (a, b) pairs of 16-bit lanes from bytes of equal channels.
+HWY_INLINE void PairsOfBytes(V8 a, V8 b, V16 (&pairs)[4]) {
+  const D8 d8;
+  const auto zero = hn::Zero(d8);
+  const V8 low = hn::InterleaveLower(d8, a, b);
+  const V8 high = hn::InterleaveUpper(d8, a, b);
+  pairs[0] = hn::BitCast(D16(), hn::InterleaveLower(d8, low, zero));
+  pairs[1] = hn::BitCast(D16(), hn::InterleaveUpper(d8, low, zero));
+  pairs[2] = hn::BitCast(D16(), hn::InterleaveLower(d8, high, zero));
+  pairs[3] = hn::BitCast(D16(), hn::InterleaveUpper(d8, high, zero));
+}
+
+// Three separate planes.
+struct Planar {
+  static constexpr int kPlanes = 3;
+  static constexpr size_t kPixelBytes = 1;
+
+  static HWY_INLINE Pairs Load(const uint8_t* const* src, size_t x) {
+    const D8 d8;
+    Pairs pairs;
+    PairsOfBytes(hn::LoadU(d8, src[0] + x), hn::LoadU(d8, src[1] + x), pairs.first);
+    PairsOfBytes(hn::LoadU(d8, src[2] + x), hn::Zero(d8), pairs.second);
+    return pairs;
+  }
+};
+
+// 16-bit pixels with fields of 5, kGreenBits and 5 bits, the first channel highest. A field is
+// widened to 8 bits by repeating its upper bits below.
+template <int kGreenBits>
+struct Packed {
+  static constexpr int kPlanes = 1;
+  static constexpr size_t kPixelBytes = 2;
+
+  template <int kHalf>
+  static HWY_INLINE void LoadHalf(const uint8_t* const* src, size_t x, Pairs& pairs) {
+    const D16 d16;
+    const V16 word = hn::BitCast(d16, LoadBlocks<32>(D8(), src[0] + 2 * x + 16 * kHalf));
+    const auto bits = [&](auto v, int mask) { return hn::And(v, hn::Set(d16, int16_t(mask))); };
+    constexpr int kHighShift = kGreenBits + 5 - 3;  // from the first field's place to bits 7..3
+    const V16 c0 = hn::Or(bits(hn::ShiftRight<kHighShift>(word), 0xF8),
+                          bits(hn::ShiftRight<kHighShift + 5>(word), 0x07));
+    const V16 c1 =
+        kGreenBits == 6
+            ? hn::Or(bits(hn::ShiftRight<3>(word), 0xFC), bits(hn::ShiftRight<9>(word), 0x03))
+            : hn::Or(bits(hn::ShiftRight<2>(word), 0xF8), bits(hn::ShiftRight<7>(word), 0x07));
+    const V16 c2 = hn::Or(bits(hn::ShiftLeft<3>(word), 0xF8), bits(hn::ShiftRight<2>(word), 0x07));
+    const auto zero = hn::Zero(d16);
+    pairs.first[2 * kHalf] = hn::InterleaveLower(d16, c0, c1);
+    pairs.first[2 * kHalf + 1] = hn::InterleaveUpper(d16, c0, c1);
+    pairs.second[2 * kHalf] = hn::InterleaveLower(d16, c2, zero);
+    pairs.second[2 * kHalf + 1] = hn::InterleaveUpper(d16, c2, zero);
+  }
+
+  static HWY_INLINE Pairs Load(const uint8_t* const* src, size_t x) {
+    Pairs pairs;
+    LoadHalf<0>(src, x, pairs);
+    LoadHalf<1>(src, x, pairs);
+    return pairs;
+  }
+};
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace zepjp
+HWY_AFTER_NAMESPACE();
+
+#endif  // per-target include guard

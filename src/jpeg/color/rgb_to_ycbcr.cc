@@ -1,0 +1,555 @@
+// SPDX-License-Identifier: MIT
+// RGB and CMYK to the colour spaces of JPEG files.
+//
+// Each output is (c0 x0 + c1 x1 + c2 x2 + round) >> shift, clamped to 0..255: two dot products of
+// 16-bit pairs in 32-bit lanes. Within a row the first 8 * floor(width / 8) pixels take
+// coefficients scaled by 2^15, the rest those scaled by 2^14.
+#include "frame/checks.h"
+#include "frame/rows.h"
+#include "simd/dispatch.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "jpeg/color/rgb_to_ycbcr.cc"
+#include "hwy/foreach_target.h"
+#include "jpeg/color/pixels-inl.h"
+
+#ifndef ZEPJP_RGB_TO_YCBCR_KERNELS
+#  define ZEPJP_RGB_TO_YCBCR_KERNELS
+namespace zepjp {
+namespace {
+
+// `src` and `dst` hold a pointer for each plane; functions that reduce chroma take the rows of a
+// group first (one or two of the source, as many of Y) and then Cb and Cr.
+using RowFunction = void (*)(const uint8_t* const* src, uint8_t* const* dst, size_t width);
+
+struct Kernels {
+  RowFunction rgb_c3, bgr_c3, rgb_c4, bgr_c4, rgb_p3;
+  RowFunction rgb_to_y_c3, bgr_to_y_c3, rgb_to_y_c4, bgr_to_y_c4, rgb_to_y_p3;
+  RowFunction cmyk_c4, cmyk_p4;
+  RowFunction rgb555, bgr555, rgb565, bgr565;
+  RowFunction rgb_c3_411, rgb_c4_411, bgr_c3_411, bgr_c4_411;
+  RowFunction rgb_c3_422, rgb_c4_422, bgr_c3_422, bgr_c4_422;
+};
+
+struct Component {
+  int16_t c0, c1, c2;
+  int32_t round;
+};
+
+struct Rule {
+  int shift;
+  Component y, cb, cr;
+};
+
+constexpr Rule k15Bits = {15,
+                          {9798, 19235, 3736, 16266},
+                          {-5529, -10855, 16384, 4210688},
+                          {16384, -13720, -2664, 4210704}};
+constexpr Rule k14Bits = {
+    14, {4899, 9617, 1868, 8192}, {-2764, -5428, 8192, 2105344}, {8192, -6860, -1332, 2105344}};
+
+constexpr Component Reversed(Component c) { return {c.c2, c.c1, c.c0, c.round}; }
+constexpr Rule Reversed(Rule rule) {
+  return {rule.shift, Reversed(rule.y), Reversed(rule.cb), Reversed(rule.cr)};
+}
+
+// The rule for channels v that stand for 255 - v.
+constexpr Component Inverted(Component c) {
+  const auto minus = [](int16_t v) { return static_cast<int16_t>(-v); };
+  return {minus(c.c0), minus(c.c1), minus(c.c2), c.round + 255 * (c.c0 + c.c1 + c.c2)};
+}
+constexpr Rule Inverted(Rule rule) {
+  return {rule.shift, Inverted(rule.y), Inverted(rule.cb), Inverted(rule.cr)};
+}
+
+// The rule for sums of 2^log2 pixels.
+constexpr Rule Summed(Rule rule, int log2) {
+  for (Component* c : {&rule.y, &rule.cb, &rule.cr}) c->round <<= log2;
+  rule.shift += log2;
+  return rule;
+}
+
+// The pair of rules of a row's full groups of eight pixels and of its rest.
+struct RgbOrder {
+  static constexpr Rule kGroups = k15Bits, kRest = k14Bits;
+};
+struct BgrOrder {
+  static constexpr Rule kGroups = Reversed(k15Bits), kRest = Reversed(k14Bits);
+};
+struct RgbOrder14 {
+  static constexpr Rule kGroups = k14Bits, kRest = k14Bits;
+};
+struct BgrOrder14 {
+  static constexpr Rule kGroups = Reversed(k14Bits), kRest = Reversed(k14Bits);
+};
+struct Inks14 {
+  static constexpr Rule kGroups = Inverted(k14Bits), kRest = Inverted(k14Bits);
+};
+
+}  // namespace
+}  // namespace zepjp
+#endif
+
+ZEP_BEFORE_NAMESPACE();
+namespace zepjp {
+namespace HWY_NAMESPACE {
+namespace {
+
+HWY_INLINE V16 SetPairs(int16_t low, int16_t high) {
+  const uint32_t pair = static_cast<uint16_t>(low) | uint32_t{static_cast<uint16_t>(high)} << 16;
+  return hn::BitCast(D16(), hn::Set(hn::ScalableTag<uint32_t>(), pair));
+}
+
+template <int kShift>
+HWY_INLINE V32 Dot(V16 first, V16 second, const Component& c) {
+  const V32 sum = DotAcc(hn::Set(D32(), c.round), first, SetPairs(c.c0, c.c1));
+  return hn::ShiftRight<kShift>(DotAcc(sum, second, SetPairs(c.c2, 0)));
+}
+
+template <int kShift>
+HWY_INLINE V8 Convert(const Pairs& p, const Component& c) {
+  return PackBlocks(
+      PackBlocks(Dot<kShift>(p.first[0], p.second[0], c), Dot<kShift>(p.first[1], p.second[1], c)),
+      PackBlocks(Dot<kShift>(p.first[2], p.second[2], c), Dot<kShift>(p.first[3], p.second[3], c)));
+}
+
+// Calls step(src, dst, x) for the pixels from `begin` to before `end`, kStep at a time. Source
+// bytes of pixel x start at x * Source::kPixelBytes, its results at dst[i][x]. The last step
+// overlaps the one before; where there is none, it works on copies.
+template <class Source, int kOutputs, class Step>
+HWY_INLINE void ForPixels(const uint8_t* const* src, uint8_t* const* dst, size_t begin, size_t end,
+                          const Step& step) {
+  if (begin == end) return;
+  if (end - begin >= kPixels) {
+    size_t x = begin;
+    for (; x + kPixels <= end; x += kPixels) step(src, dst, x);
+    if (x < end) step(src, dst, end - kPixels);
+    return;
+  }
+  HWY_ALIGN uint8_t in[Source::kPlanes][kPixels * Source::kPixelBytes];
+  HWY_ALIGN uint8_t out[kOutputs][kPixels];
+  const uint8_t* in_rows[Source::kPlanes];
+  uint8_t* out_rows[kOutputs];
+  for (int i = 0; i < Source::kPlanes; ++i) {
+    CopyBytes(src[i] + begin * Source::kPixelBytes, in[i], (end - begin) * Source::kPixelBytes);
+    in_rows[i] = in[i];
+  }
+  for (int i = 0; i < kOutputs; ++i) out_rows[i] = out[i];
+  step(in_rows, out_rows, 0);
+  for (int i = 0; i < kOutputs; ++i) CopyBytes(out[i], dst[i] + begin, end - begin);
+}
+
+template <class Source, const Rule& kRule>
+void ConvertSpan(const uint8_t* const* src, uint8_t* const* dst, size_t begin, size_t end) {
+  ForPixels<Source, 3>(src, dst, begin, end,
+                       [](const uint8_t* const* from, uint8_t* const* to, size_t x) HWY_ATTR {
+                         const Pairs pairs = Source::Load(from, x);
+                         hn::StoreU(Convert<kRule.shift>(pairs, kRule.y), D8(), to[0] + x);
+                         hn::StoreU(Convert<kRule.shift>(pairs, kRule.cb), D8(), to[1] + x);
+                         hn::StoreU(Convert<kRule.shift>(pairs, kRule.cr), D8(), to[2] + x);
+                       });
+}
+
+template <class Source, class Order>
+void ConvertRow(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
+  if constexpr (Order::kGroups.shift == Order::kRest.shift) {
+    ConvertSpan<Source, Order::kGroups>(src, dst, 0, width);
+  } else {
+    const size_t groups = width / 8 * 8;
+    ConvertSpan<Source, Order::kGroups>(src, dst, 0, groups);
+    ConvertSpan<Source, Order::kRest>(src, dst, groups, width);
+  }
+}
+
+template <class Source, class Order>
+void LuminanceSpan(const uint8_t* const* src, uint8_t* const* dst, size_t begin, size_t end) {
+  static constexpr Component kY = Order::kGroups.y;
+  ForPixels<Source, 1>(src, dst, begin, end,
+                       [](const uint8_t* const* from, uint8_t* const* to, size_t x) HWY_ATTR {
+                         hn::StoreU(Convert<15>(Source::Load(from, x), kY), D8(), to[0] + x);
+                       });
+}
+
+template <class Source, class Order>
+void LuminanceRow(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
+  LuminanceSpan<Source, Order>(src, dst, 0, width);
+}
+
+void CmykRowC4(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
+  ConvertSpan<Interleaved<4>, Inks14::kGroups>(src, dst, 0, width);
+  const uint8_t* from = src[0];
+  const auto store_k = [](const uint8_t* const* in, uint8_t* const* out, size_t x) HWY_ATTR {
+    V8 c, m, y, k;
+    hn::LoadInterleaved4(D8(), in[0] + 4 * x, c, m, y, k);
+    hn::StoreU(k, D8(), out[0] + x);
+  };
+  ForPixels<Interleaved<4>, 1>(&from, dst + 3, 0, width, store_k);
+}
+
+void CmykRowP4(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
+  ConvertSpan<Planar, Inks14::kGroups>(src, dst, 0, width);
+  CopyBytes(src[3], dst[3], width);
+}
+
+// The chroma of kPixels pixels in each of kRows rows: kPixels / 2 sums of groups, in the order of
+// PackBlocks, as pairs.
+template <class Source, int kRows, int kQuarter>
+HWY_INLINE V16 GroupSums(const uint8_t* const* src, size_t x) {
+  V16 sums = Source::template CoupleSums<kQuarter>(src, x);
+  if constexpr (kRows == 2) sums = hn::Add(sums, Source::template CoupleSums<kQuarter>(src + 1, x));
+  return sums;
+}
+
+struct GroupPairs {
+  V16 first[2], second[2];
+};
+
+template <class Source, int kRows>
+HWY_INLINE GroupPairs LoadGroups(const uint8_t* const* src, size_t x) {
+  const hn::Repartition<uint64_t, D16> d64;
+  const auto wide = [&](V16 v) HWY_ATTR { return hn::BitCast(d64, v); };
+  const auto q0 = wide(GroupSums<Source, kRows, 0>(src, x));
+  const auto q1 = wide(GroupSums<Source, kRows, 1>(src, x));
+  const auto q2 = wide(GroupSums<Source, kRows, 2>(src, x));
+  const auto q3 = wide(GroupSums<Source, kRows, 3>(src, x));
+  const D16 d16;
+  return {{hn::BitCast(d16, hn::InterleaveLower(d64, q0, q1)),
+           hn::BitCast(d16, hn::InterleaveLower(d64, q2, q3))},
+          {hn::BitCast(d16, hn::InterleaveUpper(d64, q0, q1)),
+           hn::BitCast(d16, hn::InterleaveUpper(d64, q2, q3))}};
+}
+
+template <int kShift>
+HWY_INLINE V16 ConvertGroups(const GroupPairs& p, const Component& c) {
+  return PackBlocks(Dot<kShift>(p.first[0], p.second[0], c),
+                    Dot<kShift>(p.first[1], p.second[1], c));
+}
+
+template <class Source, class Order, int kRows>
+struct ReducingStep {
+  static constexpr size_t kStep = 2 * kPixels;
+  static constexpr Rule kRule = Summed(Order::kRest, kRows);
+  static constexpr Component kY = Order::kGroups.y;
+
+  // dst: the rows of Y, then Cb and Cr.
+  static HWY_INLINE void Run(const uint8_t* const* src, uint8_t* const* dst, size_t x) {
+    for (int row = 0; row < kRows; ++row) {
+      for (size_t i = x; i < x + kStep; i += kPixels) {
+        hn::StoreU(Convert<15>(Source::Load(src + row, i), kY), D8(), dst[row] + i);
+      }
+    }
+    const GroupPairs low = LoadGroups<Source, kRows>(src, x);
+    const GroupPairs high = LoadGroups<Source, kRows>(src, x + kPixels);
+    StoreChroma(low, high, kRule.cb, dst[kRows] + x / 2);
+    StoreChroma(low, high, kRule.cr, dst[kRows + 1] + x / 2);
+  }
+
+  static HWY_INLINE void StoreChroma(const GroupPairs& low, const GroupPairs& high,
+                                     const Component& c, uint8_t* to) {
+    const V8 packed =
+        PackBlocks(ConvertGroups<kRule.shift>(low, c), ConvertGroups<kRule.shift>(high, c));
+    hn::StoreU(OrderHalves(packed), D8(), to);
+  }
+};
+
+// Rows too short for a step: the same step on copies.
+template <class Step, class Source, int kRows>
+HWY_NOINLINE void ReduceShortRow(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
+  HWY_ALIGN uint8_t in[kRows][Step::kStep * Source::kPixelBytes];
+  HWY_ALIGN uint8_t out[kRows + 2][Step::kStep];
+  const uint8_t* in_rows[kRows];
+  uint8_t* out_rows[kRows + 2];
+  for (int i = 0; i < kRows; ++i) {
+    CopyBytes(src[i], in[i], width * Source::kPixelBytes);
+    in_rows[i] = in[i];
+  }
+  for (int i = 0; i < kRows + 2; ++i) out_rows[i] = out[i];
+  Step::Run(in_rows, out_rows, 0);
+  for (int i = 0; i < kRows + 2; ++i) CopyBytes(out[i], dst[i], i < kRows ? width : width / 2);
+}
+
+// Chroma of groups of 2 x kRows pixels; a last odd column has luminance only.
+template <class Source, class Order, int kRows>
+void ReducingRow(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
+  using Step = ReducingStep<Source, Order, kRows>;
+  if (width < Step::kStep) return ReduceShortRow<Step, Source, kRows>(src, dst, width);
+  const size_t even = width & ~size_t{1};
+  size_t x = 0;
+  for (; x + Step::kStep <= even; x += Step::kStep) Step::Run(src, dst, x);
+  if (x < even) Step::Run(src, dst, even - Step::kStep);
+  for (int row = 0; row < kRows; ++row) {
+    LuminanceSpan<Source, Order>(src + row, dst + row, even, width);
+  }
+}
+
+using C3 = Interleaved<3>;
+using C4 = Interleaved<4>;
+
+constexpr Kernels kKernels = {
+    ConvertRow<C3, RgbOrder>,
+    ConvertRow<C3, BgrOrder>,
+    ConvertRow<C4, RgbOrder>,
+    ConvertRow<C4, BgrOrder>,
+    ConvertRow<Planar, RgbOrder>,
+    LuminanceRow<C3, RgbOrder>,
+    LuminanceRow<C3, BgrOrder>,
+    LuminanceRow<C4, RgbOrder>,
+    LuminanceRow<C4, BgrOrder>,
+    LuminanceRow<Planar, RgbOrder>,
+    CmykRowC4,
+    CmykRowP4,
+    ConvertRow<Packed<5>, RgbOrder14>,
+    ConvertRow<Packed<5>, BgrOrder14>,
+    ConvertRow<Packed<6>, RgbOrder14>,
+    ConvertRow<Packed<6>, BgrOrder14>,
+    ReducingRow<C3, RgbOrder, 2>,
+    ReducingRow<C4, RgbOrder, 2>,
+    ReducingRow<C3, BgrOrder, 2>,
+    ReducingRow<C4, BgrOrder, 2>,
+    ReducingRow<C3, RgbOrder, 1>,
+    ReducingRow<C4, RgbOrder, 1>,
+    ReducingRow<C3, BgrOrder, 1>,
+    ReducingRow<C4, BgrOrder, 1>,
+};
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace zepjp
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace zepjp {
+namespace {
+
+Kernels kernels;
+
+ZEP_AT_LOAD
+void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
+
+// Row `y` of each of `kCount` planes.
+template <int kCount, class T>
+struct PlaneRows {
+  PlaneRows(T* const* planes, int32_t step, int32_t y) {
+    for (int i = 0; i < kCount; ++i) rows[i] = Row(planes[i], step, y);
+  }
+  T* rows[kCount];
+};
+
+template <int kSources, int kTargets>
+void ConvertRows(RowFunction kernel, const uint8_t* const* src, int32_t src_step,
+                 uint8_t* const* dst, int32_t dst_step, zepiSize roi, int32_t y) {
+  const PlaneRows<kSources, const uint8_t> from(src, src_step, y);
+  const PlaneRows<kTargets, uint8_t> to(dst, dst_step, y);
+  kernel(from.rows, to.rows, static_cast<size_t>(roi.width));
+}
+
+// Checks and runs a conversion from kSources to kTargets planes, row-parallel.
+template <int kSources, int kTargets>
+zepStatus Parallel(RowFunction kernel, const uint8_t* const* src, int32_t src_step,
+                   uint8_t* const* dst, int32_t dst_step, zepiSize roi) {
+  if (auto bad = Checks()
+                     .Planes(src, kSources)
+                     .Planes(dst, kTargets)
+                     .Step(src_step)
+                     .Step(dst_step)
+                     .Size(roi)
+                     .Failed()) {
+    return bad;
+  }
+  ForRows(roi, [=](int32_t y) {
+    ConvertRows<kSources, kTargets>(kernel, src, src_step, dst, dst_step, roi, y);
+  });
+  return zepStatusOk;
+}
+
+const uint8_t* Bytes(const uint16_t* words) { return reinterpret_cast<const uint8_t*>(words); }
+
+zepStatus ConvertPacked(RowFunction kernel, const uint16_t* src, int32_t src_step,
+                        uint8_t* const* dst, int32_t dst_step, zepiSize roi) {
+  if (auto bad =
+          Checks().Ptr(src).Planes(dst, 3).Step(src_step).Step(dst_step).Size(roi).Failed()) {
+    return bad;
+  }
+  const uint8_t* const plane = Bytes(src);
+  for (int32_t y = 0; y < roi.height; ++y) {
+    ConvertRows<1, 3>(kernel, &plane, src_step, dst, dst_step, roi, y);
+  }
+  return zepStatusOk;
+}
+
+zepStatus ConvertC4(RowFunction kernel, const uint8_t* src, int32_t src_step, uint8_t* const* dst,
+                    int32_t dst_step, zepiSize roi) {
+  if (auto bad = Checks().Ptr(src).Planes(dst, 3).Size(roi).Failed()) return bad;
+  for (int32_t y = 0; y < roi.height; ++y) {
+    ConvertRows<1, 3>(kernel, &src, src_step, dst, dst_step, roi, y);
+  }
+  return zepStatusOk;
+}
+
+zepStatus Convert422(RowFunction kernel, const uint8_t* src, int32_t src_step, uint8_t* const* dst,
+                     int32_t dst_step, zepiSize roi) {
+  if (auto bad = Checks().Ptr(src).Planes(dst, 3).Size(roi, 2, 1).Failed()) return bad;
+  for (int32_t y = 0; y < roi.height; ++y) {
+    ConvertRows<1, 3>(kernel, &src, src_step, dst, dst_step, roi, y);
+  }
+  return roi.width % 2 != 0 ? zepStatusOddSizeWarning : zepStatusOk;
+}
+
+// `luminance` serves a last row that has no chroma.
+zepStatus Convert411(RowFunction kernel, RowFunction luminance, const uint8_t* src,
+                     int32_t src_step, uint8_t* const* dst, int32_t dst_step, zepiSize roi) {
+  if (auto bad = Checks().Ptr(src).Planes(dst, 3).Size(roi, 2, 2).Failed()) return bad;
+  const auto width = static_cast<size_t>(roi.width);
+  for (int32_t y = 0; y + 2 <= roi.height; y += 2) {
+    const uint8_t* const from[] = {Row(src, src_step, y), Row(src, src_step, y + 1)};
+    uint8_t* const to[] = {Row(dst[0], dst_step, y), Row(dst[0], dst_step, y + 1),
+                           Row(dst[1], dst_step, y / 2), Row(dst[2], dst_step, y / 2)};
+    kernel(from, to, width);
+  }
+  if (roi.height % 2 != 0) {
+    const uint8_t* const from = Row(src, src_step, roi.height - 1);
+    uint8_t* const to = Row(dst[0], dst_step, roi.height - 1);
+    luminance(&from, &to, width);
+  }
+  return (roi.width | roi.height) % 2 != 0 ? zepStatusOddSizeWarning : zepStatusOk;
+}
+
+}  // namespace
+}  // namespace zepjp
+
+using zepjp::kernels;
+
+zepStatus ZEP_CALL zepiRGBToYCbCr_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
+                                                uint8_t* const pDst[3], int32_t dstStep,
+                                                zepiSize roiSize) {
+  return zepjp::Parallel<1, 3>(kernels.rgb_c3, &pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiBGRToYCbCr_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
+                                                uint8_t* const pDst[3], int32_t dstStep,
+                                                zepiSize roiSize) {
+  return zepjp::Parallel<1, 3>(kernels.bgr_c3, &pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiRGBToYCbCr_JPEG_8u_P3R(const uint8_t* const pSrc[3], int32_t srcStep,
+                                              uint8_t* const pDst[3], int32_t dstStep,
+                                              zepiSize roiSize) {
+  return zepjp::Parallel<3, 3>(kernels.rgb_p3, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiRGBToYCbCr_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
+                                                uint8_t* const pDst[3], int32_t dstStep,
+                                                zepiSize roiSize) {
+  return zepjp::ConvertC4(kernels.rgb_c4, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiBGRToYCbCr_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
+                                                uint8_t* const pDst[3], int32_t dstStep,
+                                                zepiSize roiSize) {
+  return zepjp::ConvertC4(kernels.bgr_c4, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiRGBToY_JPEG_8u_C3C1R(const uint8_t* pSrc, int32_t srcStep, uint8_t* pDst,
+                                            int32_t dstStep, zepiSize roiSize) {
+  return zepjp::Parallel<1, 1>(kernels.rgb_to_y_c3, &pSrc, srcStep, &pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiBGRToY_JPEG_8u_C3C1R(const uint8_t* pSrc, int32_t srcStep, uint8_t* pDst,
+                                            int32_t dstStep, zepiSize roiSize) {
+  return zepjp::Parallel<1, 1>(kernels.bgr_to_y_c3, &pSrc, srcStep, &pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiRGBToY_JPEG_8u_P3C1R(const uint8_t* const pSrc[3], int32_t srcStep,
+                                            uint8_t* pDst, int32_t dstStep, zepiSize roiSize) {
+  return zepjp::Parallel<3, 1>(kernels.rgb_to_y_p3, pSrc, srcStep, &pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiCMYKToYCCK_JPEG_8u_C4P4R(const uint8_t* pSrc, int32_t srcStep,
+                                                uint8_t* const pDst[4], int32_t dstStep,
+                                                zepiSize roiSize) {
+  return zepjp::Parallel<1, 4>(kernels.cmyk_c4, &pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiCMYKToYCCK_JPEG_8u_P4R(const uint8_t* const pSrc[4], int32_t srcStep,
+                                              uint8_t* const pDst[4], int32_t dstStep,
+                                              zepiSize roiSize) {
+  return zepjp::Parallel<4, 4>(kernels.cmyk_p4, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiRGB555ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc, int32_t srcStep,
+                                                      uint8_t* const pDst[3], int32_t dstStep,
+                                                      zepiSize roiSize) {
+  return zepjp::ConvertPacked(kernels.rgb555, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiBGR555ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc, int32_t srcStep,
+                                                      uint8_t* const pDst[3], int32_t dstStep,
+                                                      zepiSize roiSize) {
+  return zepjp::ConvertPacked(kernels.bgr555, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiRGB565ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc, int32_t srcStep,
+                                                      uint8_t* const pDst[3], int32_t dstStep,
+                                                      zepiSize roiSize) {
+  return zepjp::ConvertPacked(kernels.rgb565, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiBGR565ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc, int32_t srcStep,
+                                                      uint8_t* const pDst[3], int32_t dstStep,
+                                                      zepiSize roiSize) {
+  return zepjp::ConvertPacked(kernels.bgr565, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiRGBToYCbCr411_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
+                                                   uint8_t* const pDst[3], int32_t dstStep,
+                                                   zepiSize roiSize) {
+  return zepjp::Convert411(kernels.rgb_c3_411, kernels.rgb_to_y_c3, pSrc, srcStep, pDst, dstStep,
+                           roiSize);
+}
+
+zepStatus ZEP_CALL zepiRGBToYCbCr411_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
+                                                   uint8_t* const pDst[3], int32_t dstStep,
+                                                   zepiSize roiSize) {
+  return zepjp::Convert411(kernels.rgb_c4_411, kernels.rgb_to_y_c4, pSrc, srcStep, pDst, dstStep,
+                           roiSize);
+}
+
+zepStatus ZEP_CALL zepiBGRToYCbCr411_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
+                                                   uint8_t* const pDst[3], int32_t dstStep,
+                                                   zepiSize roiSize) {
+  return zepjp::Convert411(kernels.bgr_c3_411, kernels.bgr_to_y_c3, pSrc, srcStep, pDst, dstStep,
+                           roiSize);
+}
+
+zepStatus ZEP_CALL zepiBGRToYCbCr411_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
+                                                   uint8_t* const pDst[3], int32_t dstStep,
+                                                   zepiSize roiSize) {
+  return zepjp::Convert411(kernels.bgr_c4_411, kernels.bgr_to_y_c4, pSrc, srcStep, pDst, dstStep,
+                           roiSize);
+}
+
+zepStatus ZEP_CALL zepiRGBToYCbCr422_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
+                                                   uint8_t* const pDst[3], int32_t dstStep,
+                                                   zepiSize roiSize) {
+  return zepjp::Convert422(kernels.rgb_c3_422, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiRGBToYCbCr422_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
+                                                   uint8_t* const pDst[3], int32_t dstStep,
+                                                   zepiSize roiSize) {
+  return zepjp::Convert422(kernels.rgb_c4_422, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiBGRToYCbCr422_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
+                                                   uint8_t* const pDst[3], int32_t dstStep,
+                                                   zepiSize roiSize) {
+  return zepjp::Convert422(kernels.bgr_c3_422, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiBGRToYCbCr422_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
+                                                   uint8_t* const pDst[3], int32_t dstStep,
+                                                   zepiSize roiSize) {
+  return zepjp::Convert422(kernels.bgr_c4_422, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+#endif  // HWY_ONCE
