@@ -43,7 +43,7 @@ HWY_INLINE void CopyBytes(const void* from, void* to, size_t size) {
 // of the result holds that block of `low`, then that of `high`. 32-bit lanes become signed 16-bit
 // ones, 16-bit lanes unsigned 8-bit ones.
 //
-// PairSums: the sums of neighbouring bytes, a[2i] + a[2i+1].
+// PairDot: kEven * v[2i] + kOdd * v[2i+1] of unsigned bytes in 16-bit lanes; the weights are small.
 //
 // DotAcc: acc + a[2i] * b[2i] + a[2i+1] * b[2i+1] in 32-bit lanes; the sum wraps.
 #  if HWY_TARGET == HWY_NEON
@@ -61,8 +61,11 @@ HWY_INLINE hn::Vec128<int32_t> DotAcc(hn::Vec128<int32_t> acc, hn::Vec128<int16_
   return hn::Vec128<int32_t>(vaddq_s32(acc.raw, vpaddq_s32(low, high)));
 }
 
-HWY_INLINE hn::Vec128<int16_t> PairSums(hn::Vec128<uint8_t> v) {
-  return hn::Vec128<int16_t>(vreinterpretq_s16_u16(vpaddlq_u8(v.raw)));
+template <int kEven, int kOdd>
+HWY_INLINE hn::Vec128<int16_t> PairDot(hn::Vec128<uint8_t> v) {
+  const uint16x8_t pairs = vreinterpretq_u16_u8(v.raw);
+  const uint16x8_t even = vmulq_n_u16(vandq_u16(pairs, vdupq_n_u16(255)), kEven);
+  return hn::Vec128<int16_t>(vreinterpretq_s16_u16(vmlaq_n_u16(even, vshrq_n_u16(pairs, 8), kOdd)));
 }
 
 #  else  // x86
@@ -73,8 +76,9 @@ HWY_INLINE hn::Vec128<int16_t> PackBlocks(hn::Vec128<int32_t> low, hn::Vec128<in
 HWY_INLINE hn::Vec128<uint8_t> PackBlocks(hn::Vec128<int16_t> low, hn::Vec128<int16_t> high) {
   return hn::Vec128<uint8_t>{_mm_packus_epi16(low.raw, high.raw)};
 }
-HWY_INLINE hn::Vec128<int16_t> PairSums(hn::Vec128<uint8_t> v) {
-  return hn::Vec128<int16_t>{_mm_maddubs_epi16(v.raw, _mm_set1_epi8(1))};
+template <int kEven, int kOdd>
+HWY_INLINE hn::Vec128<int16_t> PairDot(hn::Vec128<uint8_t> v) {
+  return hn::Vec128<int16_t>{_mm_maddubs_epi16(v.raw, _mm_set1_epi16(kOdd << 8 | kEven))};
 }
 HWY_INLINE hn::Vec128<int32_t> DotAcc(hn::Vec128<int32_t> acc, hn::Vec128<int16_t> a,
                                       hn::Vec128<int16_t> b) {
@@ -89,8 +93,9 @@ HWY_INLINE hn::Vec256<int16_t> PackBlocks(hn::Vec256<int32_t> low, hn::Vec256<in
 HWY_INLINE hn::Vec256<uint8_t> PackBlocks(hn::Vec256<int16_t> low, hn::Vec256<int16_t> high) {
   return hn::Vec256<uint8_t>{_mm256_packus_epi16(low.raw, high.raw)};
 }
-HWY_INLINE hn::Vec256<int16_t> PairSums(hn::Vec256<uint8_t> v) {
-  return hn::Vec256<int16_t>{_mm256_maddubs_epi16(v.raw, _mm256_set1_epi8(1))};
+template <int kEven, int kOdd>
+HWY_INLINE hn::Vec256<int16_t> PairDot(hn::Vec256<uint8_t> v) {
+  return hn::Vec256<int16_t>{_mm256_maddubs_epi16(v.raw, _mm256_set1_epi16(kOdd << 8 | kEven))};
 }
 HWY_INLINE hn::Vec256<int32_t> DotAcc(hn::Vec256<int32_t> acc, hn::Vec256<int16_t> a,
                                       hn::Vec256<int16_t> b) {
@@ -106,8 +111,9 @@ HWY_INLINE hn::Vec512<int16_t> PackBlocks(hn::Vec512<int32_t> low, hn::Vec512<in
 HWY_INLINE hn::Vec512<uint8_t> PackBlocks(hn::Vec512<int16_t> low, hn::Vec512<int16_t> high) {
   return hn::Vec512<uint8_t>{_mm512_packus_epi16(low.raw, high.raw)};
 }
-HWY_INLINE hn::Vec512<int16_t> PairSums(hn::Vec512<uint8_t> v) {
-  return hn::Vec512<int16_t>{_mm512_maddubs_epi16(v.raw, _mm512_set1_epi8(1))};
+template <int kEven, int kOdd>
+HWY_INLINE hn::Vec512<int16_t> PairDot(hn::Vec512<uint8_t> v) {
+  return hn::Vec512<int16_t>{_mm512_maddubs_epi16(v.raw, _mm512_set1_epi16(kOdd << 8 | kEven))};
 }
 HWY_INLINE hn::Vec512<int32_t> DotAcc(hn::Vec512<int32_t> acc, hn::Vec512<int16_t> a,
                                       hn::Vec512<int16_t> b) {
@@ -149,23 +155,60 @@ HWY_INLINE hn::VFromD<hn::Simd<uint8_t, kLanes, 0>> LoadBlocks(hn::Simd<uint8_t,
   }
 }
 
-// Calls step(src + i, dst + i), which turns kLanes elements into as many, until `width` are done.
-// The last step overlaps the one before, so source and destination must not; a row shorter than a
-// step goes through a buffer.
-template <size_t kLanes, class Src, class Dst, class Step>
-HWY_INLINE void ForVectors(int32_t width, const Src* src, Dst* dst, const Step& step) {
-  const size_t count = static_cast<size_t>(width);
-  if (count < kLanes) {
-    Src in[kLanes] = {};
-    Dst out[kLanes];
-    CopyBytes(src, in, count * sizeof(Src));
-    step(in, out);
-    CopyBytes(out, dst, count * sizeof(Dst));
+// The reverse of LoadBlocks.
+template <size_t kStride, size_t kLanes>
+HWY_INLINE void StoreBlocks(hn::VFromD<hn::Simd<uint8_t, kLanes, 0>> v,
+                            hn::Simd<uint8_t, kLanes, 0> d, uint8_t* to) {
+  if constexpr (kLanes == 16) {
+    hn::StoreU(v, d, to);
+  } else {
+    const hn::Half<decltype(d)> half;
+    StoreBlocks<kStride>(hn::LowerHalf(half, v), half, to);
+    StoreBlocks<kStride>(hn::UpperHalf(half, v), half, to + kStride * kLanes / 32);
+  }
+}
+
+// Stores the lanes of three vectors in turn.
+template <class D>
+HWY_INLINE void StoreTriples(hn::VFromD<D> a, hn::VFromD<D> b, hn::VFromD<D> c, D d, uint8_t* to) {
+  hn::StoreInterleaved3(a, b, c, d, to);
+}
+
+// How the elements of one step lie in memory: kPlanes rows, kBytes for each element.
+template <int kPlanesOf, size_t kBytesOf>
+struct Span {
+  static constexpr int kPlanes = kPlanesOf;
+  static constexpr size_t kBytes = kBytesOf;
+};
+
+// Calls step(src, dst, x) for the elements from `begin` to before `end` of a row, kStep at a time;
+// it reads them at src[i] + x * Source::kBytes and writes as many at dst[i] + x * Target::kBytes.
+// The last step overlaps the one before, so source and target must not; where there is none, it
+// works on copies, so that a step never goes beyond what it was given.
+template <size_t kStep, class Source, class Target, class Step>
+HWY_INLINE void ForElements(const uint8_t* const* src, uint8_t* const* dst, size_t begin,
+                            size_t end, const Step& step) {
+  const size_t count = end - begin;
+  if (count >= kStep) {
+    size_t x = begin;
+    for (; x + kStep <= end; x += kStep) step(src, dst, x);
+    if (x < end) step(src, dst, end - kStep);
     return;
   }
-  size_t i = 0;
-  for (; i + kLanes <= count; i += kLanes) step(src + i, dst + i);
-  if (i < count) step(src + count - kLanes, dst + count - kLanes);
+  if (count == 0) return;
+  HWY_ALIGN uint8_t in[Source::kPlanes][kStep * Source::kBytes];
+  HWY_ALIGN uint8_t out[Target::kPlanes][kStep * Target::kBytes];
+  const uint8_t* in_rows[Source::kPlanes];
+  uint8_t* out_rows[Target::kPlanes];
+  for (int i = 0; i < Source::kPlanes; ++i) {
+    CopyBytes(src[i] + begin * Source::kBytes, in[i], count * Source::kBytes);
+    in_rows[i] = in[i];
+  }
+  for (int i = 0; i < Target::kPlanes; ++i) out_rows[i] = out[i];
+  step(in_rows, out_rows, 0);
+  for (int i = 0; i < Target::kPlanes; ++i) {
+    CopyBytes(out[i], dst[i] + begin * Target::kBytes, count * Target::kBytes);
+  }
 }
 
 }  // namespace

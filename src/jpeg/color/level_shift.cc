@@ -16,8 +16,8 @@ namespace zepjp {
 namespace {
 
 struct Kernels {
-  void (*add128_row)(const int16_t* src, uint8_t* dst, int32_t width);
-  void (*sub128_row)(const uint8_t* src, int16_t* dst, int32_t width);
+  void (*add128_row)(const uint8_t* src, uint8_t* dst, size_t width);
+  void (*sub128_row)(const uint8_t* src, uint8_t* dst, size_t width);
 };
 
 }  // namespace
@@ -29,29 +29,39 @@ namespace zepjp {
 namespace HWY_NAMESPACE {
 namespace {
 
-// v + 128 leaves 16 bits only where the saturated sum is above 255 anyway.
-template <class D8>
-HWY_INLINE void Add128(D8 d8, const int16_t* src, uint8_t* dst) {
-  const hn::Repartition<int16_t, D8> d16;
-  const auto offset = hn::Set(d16, 128);
-  const auto low = hn::SaturatedAdd(hn::LoadU(d16, src), offset);
-  const auto high = hn::SaturatedAdd(hn::LoadU(d16, src + hn::Lanes(d16)), offset);
-  hn::StoreU(OrderHalves(PackBlocks(low, high)), d8, dst);
+using D8 = hn::ScalableTag<uint8_t>;
+using D16 = hn::ScalableTag<int16_t>;
+constexpr size_t kStep = hn::MaxLanes(D8());
+
+// Samples are counted in bytes, signed values in pairs of bytes: rows may lie at any address.
+HWY_INLINE hn::VFromD<D16> LoadValues(const uint8_t* from) {
+  return hn::BitCast(D16(), hn::LoadU(D8(), from));
+}
+HWY_INLINE void StoreValues(hn::VFromD<D16> values, uint8_t* to) {
+  hn::StoreU(hn::BitCast(D8(), values), D8(), to);
 }
 
-void Add128Row(const int16_t* src, uint8_t* dst, int32_t width) {
-  const hn::ScalableTag<uint8_t> d8;
-  ForVectors<hn::MaxLanes(d8)>(
-      width, src, dst, [&](const int16_t* from, uint8_t* to) HWY_ATTR { Add128(d8, from, to); });
+// A sum that saturates at 16 bits is beyond 255 anyway.
+void Add128Row(const uint8_t* src, uint8_t* dst, size_t width) {
+  const auto step = [](const uint8_t* const* from, uint8_t* const* to, size_t x) HWY_ATTR {
+    const auto offset = hn::Set(D16(), 128);
+    const auto low = hn::SaturatedAdd(LoadValues(from[0] + 2 * x), offset);
+    const auto high = hn::SaturatedAdd(LoadValues(from[0] + 2 * x + kStep), offset);
+    hn::StoreU(OrderHalves(PackBlocks(low, high)), D8(), to[0] + x);
+  };
+  ForElements<kStep, Span<1, 2>, Span<1, 1>>(&src, &dst, 0, width, step);
 }
 
-void Sub128Row(const uint8_t* src, int16_t* dst, int32_t width) {
-  const hn::ScalableTag<int16_t> d16;
-  const hn::Rebind<uint8_t, decltype(d16)> d8;
-  const auto offset = hn::Set(d16, 128);
-  ForVectors<hn::MaxLanes(d16)>(width, src, dst, [&](const uint8_t* from, int16_t* to) HWY_ATTR {
-    hn::StoreU(hn::PromoteTo(d16, hn::LoadU(d8, from)) - offset, d16, to);
-  });
+void Sub128Row(const uint8_t* src, uint8_t* dst, size_t width) {
+  const auto step = [](const uint8_t* const* from, uint8_t* const* to, size_t x) HWY_ATTR {
+    const hn::Half<D8> half;
+    const auto offset = hn::Set(D16(), 128);
+    const auto low = hn::PromoteTo(D16(), hn::LoadU(half, from[0] + x));
+    const auto high = hn::PromoteTo(D16(), hn::LoadU(half, from[0] + x + kStep / 2));
+    StoreValues(hn::Sub(low, offset), to[0] + 2 * x);
+    StoreValues(hn::Sub(high, offset), to[0] + 2 * x + kStep);
+  };
+  ForElements<kStep, Span<1, 1>, Span<1, 2>>(&src, &dst, 0, width, step);
 }
 
 constexpr Kernels kKernels = {Add128Row, Sub128Row};
@@ -67,34 +77,34 @@ namespace {
 
 Kernels kernels;
 
-ZEP_AT_LOAD
-void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
+ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 
-}  // namespace
-}  // namespace zepjp
-
-using zepjp::Checks;
-using zepjp::kernels;
-
-zepStatus ZEP_CALL zepiAdd128_JPEG_16s8u_C1R(const int16_t* pSrc, int32_t srcStep, uint8_t* pDst,
-                                             int32_t dstStep, zepiSize roiSize) {
-  if (auto bad = Checks().Ptr(pSrc).Step(srcStep).Ptr(pDst).Step(dstStep).Size(roiSize).Failed()) {
+template <class Src, class Dst>
+zepStatus Shift(void (*kernel)(const uint8_t*, uint8_t*, size_t), const Src* src, int32_t src_step,
+                Dst* dst, int32_t dst_step, zepiSize roi) {
+  if (auto bad = Checks().Ptr(src).Step(src_step).Ptr(dst).Step(dst_step).Size(roi).Failed()) {
     return bad;
   }
-  zepjp::ForRows(roiSize, [=](int32_t y) {
-    kernels.add128_row(zepjp::Row(pSrc, srcStep, y), zepjp::Row(pDst, dstStep, y), roiSize.width);
+  const auto* const from = reinterpret_cast<const uint8_t*>(src);
+  auto* const to = reinterpret_cast<uint8_t*>(dst);
+  ForRows(roi, [=](int32_t y) {
+    kernel(Row(from, src_step, y), Row(to, dst_step, y), static_cast<size_t>(roi.width));
   });
   return zepStatusOk;
 }
 
+}  // namespace
+}  // namespace zepjp
+
+using zepjp::kernels;
+
+zepStatus ZEP_CALL zepiAdd128_JPEG_16s8u_C1R(const int16_t* pSrc, int32_t srcStep, uint8_t* pDst,
+                                             int32_t dstStep, zepiSize roiSize) {
+  return zepjp::Shift(kernels.add128_row, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
 zepStatus ZEP_CALL zepiSub128_JPEG_8u16s_C1R(const uint8_t* pSrc, int32_t srcStep, int16_t* pDst,
                                              int32_t dstStep, zepiSize roiSize) {
-  if (auto bad = Checks().Ptr(pSrc).Step(srcStep).Ptr(pDst).Step(dstStep).Size(roiSize).Failed()) {
-    return bad;
-  }
-  zepjp::ForRows(roiSize, [=](int32_t y) {
-    kernels.sub128_row(zepjp::Row(pSrc, srcStep, y), zepjp::Row(pDst, dstStep, y), roiSize.width);
-  });
-  return zepStatusOk;
+  return zepjp::Shift(kernels.sub128_row, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 #endif  // HWY_ONCE

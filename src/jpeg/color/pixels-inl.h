@@ -36,8 +36,8 @@ struct Pairs {
 
 constexpr int8_t kZero = -1;  // an index that makes TableLookupBytesOr0 give 0
 
-// For TableLookupBytesOr0: bytes of four pixels that lie kBytes apart, from `shift` on, as pairs of
-// 16-bit lanes (channel kFirst, channel kSecond); a negative channel gives 0.
+// For TableLookupBytesOr0: bytes of four pixels that lie `pixel_bytes` apart, from `shift` on, as
+// pairs of 16-bit lanes (channel `first`, channel `second`); a negative channel gives 0.
 struct PairIndices {
   alignas(16) int8_t bytes[16];
 };
@@ -78,25 +78,22 @@ HWY_INLINE V8 Shuffle(V8 bytes, const PairIndices& indices) {
   return hn::TableLookupBytesOr0(bytes, LoadIndices(indices));
 }
 
-// kBytes interleaved bytes a pixel, 3 or 4; a fourth has no influence.
-template <int kBytes>
-struct Interleaved {
-  static constexpr int kPlanes = 1;
-  static constexpr size_t kPixelBytes = kBytes;
-
+// kChannels interleaved bytes a pixel, 3 or 4; a fourth has no influence.
+template <int kChannels>
+struct Interleaved : Span<1, kChannels> {
   // Four pixels for each block. No byte beyond the N pixels is read: the last quarter of three-byte
   // pixels lies at the end of its register.
-  static constexpr int Shift(int quarter) { return kBytes == 3 && quarter == 3 ? 4 : 0; }
+  static constexpr int Shift(int quarter) { return kChannels == 3 && quarter == 3 ? 4 : 0; }
   template <int kQuarter>
   static HWY_INLINE V8 Quarter(const uint8_t* const* src, size_t x) {
-    constexpr size_t kOffset = 4 * kBytes * kQuarter - Shift(kQuarter);
-    return LoadBlocks<16 * kBytes>(D8(), src[0] + x * kBytes + kOffset);
+    constexpr size_t kOffset = 4 * kChannels * kQuarter - Shift(kQuarter);
+    return LoadBlocks<16 * kChannels>(D8(), src[0] + x * kChannels + kOffset);
   }
 
   template <int kQuarter>
   static HWY_INLINE void LoadQuarter(const uint8_t* const* src, size_t x, Pairs& pairs) {
-    static constexpr auto kFirst = MakePairIndices(kBytes, Shift(kQuarter), 0, 1);
-    static constexpr auto kSecond = MakePairIndices(kBytes, Shift(kQuarter), 2, -1);
+    static constexpr auto kFirst = MakePairIndices(kChannels, Shift(kQuarter), 0, 1);
+    static constexpr auto kSecond = MakePairIndices(kChannels, Shift(kQuarter), 2, -1);
     const V8 bytes = Quarter<kQuarter>(src, x);
     pairs.first[kQuarter] = hn::BitCast(D16(), Shuffle(bytes, kFirst));
     pairs.second[kQuarter] = hn::BitCast(D16(), Shuffle(bytes, kSecond));
@@ -114,8 +111,8 @@ struct Interleaved {
   // Sums of horizontal neighbours among four pixels of each block, as MakeCoupleIndices puts them.
   template <int kQuarter>
   static HWY_INLINE V16 CoupleSums(const uint8_t* const* src, size_t x) {
-    static constexpr auto kCouples = MakeCoupleIndices(kBytes, Shift(kQuarter));
-    return PairSums(Shuffle(Quarter<kQuarter>(src, x), kCouples));
+    static constexpr auto kCouples = MakeCoupleIndices(kChannels, Shift(kQuarter));
+    return PairDot<1, 1>(Shuffle(Quarter<kQuarter>(src, x), kCouples));
   }
 };
 
@@ -132,10 +129,7 @@ HWY_INLINE void PairsOfBytes(V8 a, V8 b, V16 (&pairs)[4]) {
 }
 
 // Three separate planes.
-struct Planar {
-  static constexpr int kPlanes = 3;
-  static constexpr size_t kPixelBytes = 1;
-
+struct Planar : Span<3, 1> {
   static HWY_INLINE Pairs Load(const uint8_t* const* src, size_t x) {
     const D8 d8;
     Pairs pairs;
@@ -148,10 +142,7 @@ struct Planar {
 // 16-bit pixels with fields of 5, kGreenBits and 5 bits, the first channel highest. A field is
 // widened to 8 bits by repeating its upper bits below.
 template <int kGreenBits>
-struct Packed {
-  static constexpr int kPlanes = 1;
-  static constexpr size_t kPixelBytes = 2;
-
+struct Packed : Span<1, 2> {
   template <int kHalf>
   static HWY_INLINE void LoadHalf(const uint8_t* const* src, size_t x, Pairs& pairs) {
     const D16 d16;

@@ -4,8 +4,7 @@
 // Each output is (c0 x0 + c1 x1 + c2 x2 + round) >> shift, clamped to 0..255: two dot products of
 // 16-bit pairs in 32-bit lanes. Within a row the first 8 * floor(width / 8) pixels take
 // coefficients scaled by 2^15, the rest those scaled by 2^14.
-#include "frame/checks.h"
-#include "frame/rows.h"
+#include "jpeg/color/plane_rows.h"
 #include "simd/dispatch.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -18,10 +17,8 @@
 namespace zepjp {
 namespace {
 
-// `src` and `dst` hold a pointer for each plane; functions that reduce chroma take the rows of a
-// group first (one or two of the source, as many of Y) and then Cb and Cr.
-using RowFunction = void (*)(const uint8_t* const* src, uint8_t* const* dst, size_t width);
-
+// The functions that reduce chroma take the rows of a group first (one or two of the source, as
+// many of Y) and then Cb and Cr.
 struct Kernels {
   RowFunction rgb_c3, bgr_c3, rgb_c4, bgr_c4, rgb_p3;
   RowFunction rgb_to_y_c3, bgr_to_y_c3, rgb_to_y_c4, bgr_to_y_c4, rgb_to_y_p3;
@@ -113,41 +110,15 @@ HWY_INLINE V8 Convert(const Pairs& p, const Component& c) {
       PackBlocks(Dot<kShift>(p.first[2], p.second[2], c), Dot<kShift>(p.first[3], p.second[3], c)));
 }
 
-// Calls step(src, dst, x) for the pixels from `begin` to before `end`, kStep at a time. Source
-// bytes of pixel x start at x * Source::kPixelBytes, its results at dst[i][x]. The last step
-// overlaps the one before; where there is none, it works on copies.
-template <class Source, int kOutputs, class Step>
-HWY_INLINE void ForPixels(const uint8_t* const* src, uint8_t* const* dst, size_t begin, size_t end,
-                          const Step& step) {
-  if (begin == end) return;
-  if (end - begin >= kPixels) {
-    size_t x = begin;
-    for (; x + kPixels <= end; x += kPixels) step(src, dst, x);
-    if (x < end) step(src, dst, end - kPixels);
-    return;
-  }
-  HWY_ALIGN uint8_t in[Source::kPlanes][kPixels * Source::kPixelBytes];
-  HWY_ALIGN uint8_t out[kOutputs][kPixels];
-  const uint8_t* in_rows[Source::kPlanes];
-  uint8_t* out_rows[kOutputs];
-  for (int i = 0; i < Source::kPlanes; ++i) {
-    CopyBytes(src[i] + begin * Source::kPixelBytes, in[i], (end - begin) * Source::kPixelBytes);
-    in_rows[i] = in[i];
-  }
-  for (int i = 0; i < kOutputs; ++i) out_rows[i] = out[i];
-  step(in_rows, out_rows, 0);
-  for (int i = 0; i < kOutputs; ++i) CopyBytes(out[i], dst[i] + begin, end - begin);
-}
-
 template <class Source, const Rule& kRule>
 void ConvertSpan(const uint8_t* const* src, uint8_t* const* dst, size_t begin, size_t end) {
-  ForPixels<Source, 3>(src, dst, begin, end,
-                       [](const uint8_t* const* from, uint8_t* const* to, size_t x) HWY_ATTR {
-                         const Pairs pairs = Source::Load(from, x);
-                         hn::StoreU(Convert<kRule.shift>(pairs, kRule.y), D8(), to[0] + x);
-                         hn::StoreU(Convert<kRule.shift>(pairs, kRule.cb), D8(), to[1] + x);
-                         hn::StoreU(Convert<kRule.shift>(pairs, kRule.cr), D8(), to[2] + x);
-                       });
+  ForElements<kPixels, Source, Span<3, 1>>(
+      src, dst, begin, end, [](const uint8_t* const* from, uint8_t* const* to, size_t x) HWY_ATTR {
+        const Pairs pairs = Source::Load(from, x);
+        hn::StoreU(Convert<kRule.shift>(pairs, kRule.y), D8(), to[0] + x);
+        hn::StoreU(Convert<kRule.shift>(pairs, kRule.cb), D8(), to[1] + x);
+        hn::StoreU(Convert<kRule.shift>(pairs, kRule.cr), D8(), to[2] + x);
+      });
 }
 
 template <class Source, class Order>
@@ -164,10 +135,10 @@ void ConvertRow(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
 template <class Source, class Order>
 void LuminanceSpan(const uint8_t* const* src, uint8_t* const* dst, size_t begin, size_t end) {
   static constexpr Component kY = Order::kGroups.y;
-  ForPixels<Source, 1>(src, dst, begin, end,
-                       [](const uint8_t* const* from, uint8_t* const* to, size_t x) HWY_ATTR {
-                         hn::StoreU(Convert<15>(Source::Load(from, x), kY), D8(), to[0] + x);
-                       });
+  ForElements<kPixels, Source, Span<1, 1>>(
+      src, dst, begin, end, [](const uint8_t* const* from, uint8_t* const* to, size_t x) HWY_ATTR {
+        hn::StoreU(Convert<15>(Source::Load(from, x), kY), D8(), to[0] + x);
+      });
 }
 
 template <class Source, class Order>
@@ -183,7 +154,7 @@ void CmykRowC4(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
     hn::LoadInterleaved4(D8(), in[0] + 4 * x, c, m, y, k);
     hn::StoreU(k, D8(), out[0] + x);
   };
-  ForPixels<Interleaved<4>, 1>(&from, dst + 3, 0, width, store_k);
+  ForElements<kPixels, Span<1, 4>, Span<1, 1>>(&from, dst + 3, 0, width, store_k);
 }
 
 void CmykRowP4(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
@@ -255,12 +226,12 @@ struct ReducingStep {
 // Rows too short for a step: the same step on copies.
 template <class Step, class Source, int kRows>
 HWY_NOINLINE void ReduceShortRow(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
-  HWY_ALIGN uint8_t in[kRows][Step::kStep * Source::kPixelBytes];
+  HWY_ALIGN uint8_t in[kRows][Step::kStep * Source::kBytes];
   HWY_ALIGN uint8_t out[kRows + 2][Step::kStep];
   const uint8_t* in_rows[kRows];
   uint8_t* out_rows[kRows + 2];
   for (int i = 0; i < kRows; ++i) {
-    CopyBytes(src[i], in[i], width * Source::kPixelBytes);
+    CopyBytes(src[i], in[i], width * Source::kBytes);
     in_rows[i] = in[i];
   }
   for (int i = 0; i < kRows + 2; ++i) out_rows[i] = out[i];
@@ -326,42 +297,6 @@ Kernels kernels;
 ZEP_AT_LOAD
 void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 
-// Row `y` of each of `kCount` planes.
-template <int kCount, class T>
-struct PlaneRows {
-  PlaneRows(T* const* planes, int32_t step, int32_t y) {
-    for (int i = 0; i < kCount; ++i) rows[i] = Row(planes[i], step, y);
-  }
-  T* rows[kCount];
-};
-
-template <int kSources, int kTargets>
-void ConvertRows(RowFunction kernel, const uint8_t* const* src, int32_t src_step,
-                 uint8_t* const* dst, int32_t dst_step, zepiSize roi, int32_t y) {
-  const PlaneRows<kSources, const uint8_t> from(src, src_step, y);
-  const PlaneRows<kTargets, uint8_t> to(dst, dst_step, y);
-  kernel(from.rows, to.rows, static_cast<size_t>(roi.width));
-}
-
-// Checks and runs a conversion from kSources to kTargets planes, row-parallel.
-template <int kSources, int kTargets>
-zepStatus Parallel(RowFunction kernel, const uint8_t* const* src, int32_t src_step,
-                   uint8_t* const* dst, int32_t dst_step, zepiSize roi) {
-  if (auto bad = Checks()
-                     .Planes(src, kSources)
-                     .Planes(dst, kTargets)
-                     .Step(src_step)
-                     .Step(dst_step)
-                     .Size(roi)
-                     .Failed()) {
-    return bad;
-  }
-  ForRows(roi, [=](int32_t y) {
-    ConvertRows<kSources, kTargets>(kernel, src, src_step, dst, dst_step, roi, y);
-  });
-  return zepStatusOk;
-}
-
 const uint8_t* Bytes(const uint16_t* words) { return reinterpret_cast<const uint8_t*>(words); }
 
 zepStatus ConvertPacked(RowFunction kernel, const uint16_t* src, int32_t src_step,
@@ -371,27 +306,21 @@ zepStatus ConvertPacked(RowFunction kernel, const uint16_t* src, int32_t src_ste
     return bad;
   }
   const uint8_t* const plane = Bytes(src);
-  for (int32_t y = 0; y < roi.height; ++y) {
-    ConvertRows<1, 3>(kernel, &plane, src_step, dst, dst_step, roi, y);
-  }
+  ConvertSerial<1, 3>(kernel, &plane, src_step, dst, dst_step, roi);
   return zepStatusOk;
 }
 
 zepStatus ConvertC4(RowFunction kernel, const uint8_t* src, int32_t src_step, uint8_t* const* dst,
                     int32_t dst_step, zepiSize roi) {
   if (auto bad = Checks().Ptr(src).Planes(dst, 3).Size(roi).Failed()) return bad;
-  for (int32_t y = 0; y < roi.height; ++y) {
-    ConvertRows<1, 3>(kernel, &src, src_step, dst, dst_step, roi, y);
-  }
+  ConvertSerial<1, 3>(kernel, &src, src_step, dst, dst_step, roi);
   return zepStatusOk;
 }
 
 zepStatus Convert422(RowFunction kernel, const uint8_t* src, int32_t src_step, uint8_t* const* dst,
                      int32_t dst_step, zepiSize roi) {
   if (auto bad = Checks().Ptr(src).Planes(dst, 3).Size(roi, 2, 1).Failed()) return bad;
-  for (int32_t y = 0; y < roi.height; ++y) {
-    ConvertRows<1, 3>(kernel, &src, src_step, dst, dst_step, roi, y);
-  }
+  ConvertSerial<1, 3>(kernel, &src, src_step, dst, dst_step, roi);
   return roi.width % 2 != 0 ? zepStatusOddSizeWarning : zepStatusOk;
 }
 
@@ -422,19 +351,19 @@ using zepjp::kernels;
 zepStatus ZEP_CALL zepiRGBToYCbCr_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                 uint8_t* const pDst[3], int32_t dstStep,
                                                 zepiSize roiSize) {
-  return zepjp::Parallel<1, 3>(kernels.rgb_c3, &pSrc, srcStep, pDst, dstStep, roiSize);
+  return zepjp::ConvertParallel<1, 3>(kernels.rgb_c3, &pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGRToYCbCr_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                 uint8_t* const pDst[3], int32_t dstStep,
                                                 zepiSize roiSize) {
-  return zepjp::Parallel<1, 3>(kernels.bgr_c3, &pSrc, srcStep, pDst, dstStep, roiSize);
+  return zepjp::ConvertParallel<1, 3>(kernels.bgr_c3, &pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGBToYCbCr_JPEG_8u_P3R(const uint8_t* const pSrc[3], int32_t srcStep,
                                               uint8_t* const pDst[3], int32_t dstStep,
                                               zepiSize roiSize) {
-  return zepjp::Parallel<3, 3>(kernels.rgb_p3, pSrc, srcStep, pDst, dstStep, roiSize);
+  return zepjp::ConvertParallel<3, 3>(kernels.rgb_p3, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGBToYCbCr_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
@@ -451,29 +380,29 @@ zepStatus ZEP_CALL zepiBGRToYCbCr_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t src
 
 zepStatus ZEP_CALL zepiRGBToY_JPEG_8u_C3C1R(const uint8_t* pSrc, int32_t srcStep, uint8_t* pDst,
                                             int32_t dstStep, zepiSize roiSize) {
-  return zepjp::Parallel<1, 1>(kernels.rgb_to_y_c3, &pSrc, srcStep, &pDst, dstStep, roiSize);
+  return zepjp::ConvertParallel<1, 1>(kernels.rgb_to_y_c3, &pSrc, srcStep, &pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGRToY_JPEG_8u_C3C1R(const uint8_t* pSrc, int32_t srcStep, uint8_t* pDst,
                                             int32_t dstStep, zepiSize roiSize) {
-  return zepjp::Parallel<1, 1>(kernels.bgr_to_y_c3, &pSrc, srcStep, &pDst, dstStep, roiSize);
+  return zepjp::ConvertParallel<1, 1>(kernels.bgr_to_y_c3, &pSrc, srcStep, &pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGBToY_JPEG_8u_P3C1R(const uint8_t* const pSrc[3], int32_t srcStep,
                                             uint8_t* pDst, int32_t dstStep, zepiSize roiSize) {
-  return zepjp::Parallel<3, 1>(kernels.rgb_to_y_p3, pSrc, srcStep, &pDst, dstStep, roiSize);
+  return zepjp::ConvertParallel<3, 1>(kernels.rgb_to_y_p3, pSrc, srcStep, &pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiCMYKToYCCK_JPEG_8u_C4P4R(const uint8_t* pSrc, int32_t srcStep,
                                                 uint8_t* const pDst[4], int32_t dstStep,
                                                 zepiSize roiSize) {
-  return zepjp::Parallel<1, 4>(kernels.cmyk_c4, &pSrc, srcStep, pDst, dstStep, roiSize);
+  return zepjp::ConvertParallel<1, 4>(kernels.cmyk_c4, &pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiCMYKToYCCK_JPEG_8u_P4R(const uint8_t* const pSrc[4], int32_t srcStep,
                                               uint8_t* const pDst[4], int32_t dstStep,
                                               zepiSize roiSize) {
-  return zepjp::Parallel<4, 4>(kernels.cmyk_p4, pSrc, srcStep, pDst, dstStep, roiSize);
+  return zepjp::ConvertParallel<4, 4>(kernels.cmyk_p4, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGB555ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc, int32_t srcStep,

@@ -1,0 +1,234 @@
+// SPDX-License-Identifier: MIT
+// Halving and doubling of planes.
+//
+// Down: the rounded mean of two or four samples. Up: the triangle filter, weights 3/4 and 1/4 in
+// each direction; a sample at an edge stands for its missing neighbour.
+#include "frame/checks.h"
+#include "frame/rows.h"
+#include "simd/dispatch.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "jpeg/color/sampling.cc"
+#include "hwy/foreach_target.h"
+#include "simd/ops-inl.h"
+
+#ifndef ZEPJP_SAMPLING_KERNELS
+#  define ZEPJP_SAMPLING_KERNELS
+namespace zepjp {
+namespace {
+
+// One row of the destination from one or two of the source (up: near, far). `width` is the smaller
+// one.
+using SamplingRow = void (*)(const uint8_t* const* src, uint8_t* dst, size_t width);
+
+struct Kernels {
+  SamplingRow down_h2v1, down_h2v2, up_h2v1, up_h2v2;
+};
+
+}  // namespace
+}  // namespace zepjp
+#endif
+
+ZEP_BEFORE_NAMESPACE();
+namespace zepjp {
+namespace HWY_NAMESPACE {
+namespace {
+
+using D8 = hn::ScalableTag<uint8_t>;
+using D16 = hn::ScalableTag<int16_t>;
+using V8 = hn::VFromD<D8>;
+using V16 = hn::VFromD<D16>;
+
+constexpr size_t kSamples = hn::MaxLanes(D8());  // in a step, counted in the smaller width
+
+// The rounded mean of 2 x kRows samples.
+template <int kRows>
+HWY_INLINE V16 Means(const uint8_t* const* src, size_t offset) {
+  const D16 d16;
+  V16 sum = PairDot<1, 1>(hn::LoadU(D8(), src[0] + offset));
+  if constexpr (kRows == 2) sum = hn::Add(sum, PairDot<1, 1>(hn::LoadU(D8(), src[1] + offset)));
+  return hn::ShiftRight<kRows>(hn::Add(sum, hn::Set(d16, kRows)));
+}
+
+template <int kRows>
+void DownRow(const uint8_t* const* src, uint8_t* dst, size_t width) {
+  const auto step = [](const uint8_t* const* from, uint8_t* const* to, size_t x) HWY_ATTR {
+    const V8 means = PackBlocks(Means<kRows>(from, 2 * x), Means<kRows>(from, 2 * x + kSamples));
+    hn::StoreU(OrderHalves(means), D8(), to[0] + x);
+  };
+  ForElements<kSamples, Span<kRows, 2>, Span<1, 1>>(src, &dst, 0, width, step);
+}
+
+// 16-bit sums 3 near + far of the lower and upper 64-bit halves of each block.
+struct Sums {
+  V16 low, high;
+};
+
+HWY_INLINE Sums Weighted(V8 near, V8 far) {
+  const D8 d8;
+  return {PairDot<3, 1>(hn::InterleaveLower(d8, near, far)),
+          PairDot<3, 1>(hn::InterleaveUpper(d8, near, far))};
+}
+
+// Even and odd results next to one another: two neighbours for each sample.
+HWY_INLINE void StorePairs(V16 even_low, V16 odd_low, V16 even_high, V16 odd_high, uint8_t* to) {
+  const D8 d8;
+  const V8 low = hn::BitCast(d8, hn::Or(even_low, hn::ShiftLeft<8>(odd_low)));
+  const V8 high = hn::BitCast(d8, hn::Or(even_high, hn::ShiftLeft<8>(odd_high)));
+  StoreBlocks<32>(low, d8, to);
+  StoreBlocks<32>(high, d8, to + 16);
+}
+
+// One step of each filter; it reads one sample beyond either end of its own.
+struct UpH2V1 {
+  static constexpr int kRows = 1;
+  static HWY_INLINE void Run(const uint8_t* const* src, uint8_t* dst, size_t x) {
+    const D8 d8;
+    const V8 here = hn::LoadU(d8, src[0] + x);
+    const Sums even = Weighted(here, hn::LoadU(d8, src[0] + x - 1));
+    const Sums odd = Weighted(here, hn::LoadU(d8, src[0] + x + 1));
+    const auto round = [](V16 v)
+                           HWY_ATTR { return hn::ShiftRight<2>(hn::Add(v, hn::Set(D16(), 2))); };
+    StorePairs(round(even.low), round(odd.low), round(even.high), round(odd.high), dst + 2 * x);
+  }
+};
+
+struct UpH2V2 {
+  static constexpr int kRows = 2;
+  static HWY_INLINE Sums Column(const uint8_t* const* src, size_t x) {
+    return Weighted(hn::LoadU(D8(), src[0] + x), hn::LoadU(D8(), src[1] + x));
+  }
+  static HWY_INLINE V16 Blend(V16 near, V16 far) {
+    const V16 sum = hn::Add(hn::Add(near, hn::ShiftLeft<1>(near)), far);
+    return hn::ShiftRight<4>(hn::Add(sum, hn::Set(D16(), 8)));
+  }
+  static HWY_INLINE void Run(const uint8_t* const* src, uint8_t* dst, size_t x) {
+    const Sums here = Column(src, x);
+    const Sums left = Column(src, x - 1);
+    const Sums right = Column(src, x + 1);
+    StorePairs(Blend(here.low, left.low), Blend(here.low, right.low), Blend(here.high, left.high),
+               Blend(here.high, right.high), dst + 2 * x);
+  }
+};
+
+// Samples [begin, begin + count) of a row by way of a copy in which the edges are repeated;
+// `count` is at most a step.
+template <class Filter>
+HWY_NOINLINE void UpWithEdges(const uint8_t* const* src, uint8_t* dst, size_t begin, size_t count,
+                              size_t width) {
+  HWY_ALIGN uint8_t in[Filter::kRows][kSamples + 2];
+  HWY_ALIGN uint8_t out[2 * kSamples];
+  const uint8_t* rows[Filter::kRows];
+  const size_t end = begin + count;
+  for (int i = 0; i < Filter::kRows; ++i) {
+    in[i][0] = src[i][begin == 0 ? 0 : begin - 1];
+    CopyBytes(src[i] + begin, in[i] + 1, count);
+    in[i][1 + count] = src[i][end == width ? width - 1 : end];
+    rows[i] = in[i] + 1;
+  }
+  Filter::Run(rows, out, 0);
+  CopyBytes(out, dst + 2 * begin, 2 * count);
+}
+
+template <class Filter>
+void UpRow(const uint8_t* const* src, uint8_t* dst, size_t width) {
+  if (width <= kSamples) return UpWithEdges<Filter>(src, dst, 0, width, width);
+  UpWithEdges<Filter>(src, dst, 0, kSamples, width);
+  size_t x = kSamples;
+  for (; x + kSamples < width; x += kSamples) Filter::Run(src, dst, x);
+  UpWithEdges<Filter>(src, dst, x, width - x, width);
+}
+
+constexpr Kernels kKernels = {DownRow<1>, DownRow<2>, UpRow<UpH2V1>, UpRow<UpH2V2>};
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace zepjp
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+#  include <algorithm>
+
+namespace zepjp {
+namespace {
+
+Kernels kernels;
+
+ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
+
+// `large` and `small` are in the ratio of 2 : 1 in width and kRows : 1 in height.
+template <int kRows>
+bool Fit(zepiSize large, zepiSize small) {
+  return int64_t{small.width} * 2 == large.width && int64_t{small.height} * kRows == large.height;
+}
+
+Checks BufferChecks(const uint8_t* src, int32_t src_step, zepiSize src_size, const uint8_t* dst,
+                    int32_t dst_step, zepiSize dst_size) {
+  return Checks().Ptr(src).Step(src_step).Ptr(dst).Step(dst_step).Size(src_size).Size(dst_size);
+}
+
+template <int kRows>
+zepStatus Down(SamplingRow kernel, const uint8_t* src, int32_t src_step, zepiSize src_size,
+               uint8_t* dst, int32_t dst_step, zepiSize dst_size) {
+  if (auto bad = BufferChecks(src, src_step, src_size, dst, dst_step, dst_size)
+                     .Refuse(!Fit<kRows>(src_size, dst_size), zepStatusBadSize)
+                     .Failed()) {
+    return bad;
+  }
+  ForRows(dst_size, [=](int32_t y) {
+    const uint8_t* const rows[] = {Row(src, src_step, kRows * y),
+                                   Row(src, src_step, kRows * y + kRows - 1)};
+    kernel(rows, Row(dst, dst_step, y), static_cast<size_t>(dst_size.width));
+  });
+  return zepStatusOk;
+}
+
+}  // namespace
+}  // namespace zepjp
+
+using zepjp::kernels;
+
+zepStatus ZEP_CALL zepiSampleDownH2V1_JPEG_8u_C1R(const uint8_t* pSrc, int32_t srcStep,
+                                                  zepiSize srcSize, uint8_t* pDst, int32_t dstStep,
+                                                  zepiSize dstSize) {
+  return zepjp::Down<1>(kernels.down_h2v1, pSrc, srcStep, srcSize, pDst, dstStep, dstSize);
+}
+
+zepStatus ZEP_CALL zepiSampleDownH2V2_JPEG_8u_C1R(const uint8_t* pSrc, int32_t srcStep,
+                                                  zepiSize srcSize, uint8_t* pDst, int32_t dstStep,
+                                                  zepiSize dstSize) {
+  return zepjp::Down<2>(kernels.down_h2v2, pSrc, srcStep, srcSize, pDst, dstStep, dstSize);
+}
+
+zepStatus ZEP_CALL zepiSampleUpH2V1_JPEG_8u_C1R(const uint8_t* pSrc, int32_t srcStep,
+                                                zepiSize srcSize, uint8_t* pDst, int32_t dstStep,
+                                                zepiSize dstSize) {
+  if (auto bad = zepjp::BufferChecks(pSrc, srcStep, srcSize, pDst, dstStep, dstSize)
+                     .Refuse(!zepjp::Fit<1>(dstSize, srcSize), zepStatusBadSize)
+                     .Failed()) {
+    return bad;
+  }
+  for (int32_t y = 0; y < srcSize.height; ++y) {
+    const uint8_t* const row = zepjp::Row(pSrc, srcStep, y);
+    kernels.up_h2v1(&row, zepjp::Row(pDst, dstStep, y), static_cast<size_t>(srcSize.width));
+  }
+  return zepStatusOk;
+}
+
+zepStatus ZEP_CALL zepiSampleUpH2V2_JPEG_8u_C1R(const uint8_t* pSrc, int32_t srcStep,
+                                                zepiSize srcSize, uint8_t* pDst, int32_t dstStep,
+                                                zepiSize dstSize) {
+  if (auto bad = zepjp::BufferChecks(pSrc, srcStep, srcSize, pDst, dstStep, dstSize)
+                     .Refuse(!zepjp::Fit<2>(dstSize, srcSize), zepStatusBadSize)
+                     .Failed()) {
+    return bad;
+  }
+  zepjp::ForRows(dstSize, [=](int32_t y) {
+    const int32_t near = y / 2;
+    const int32_t far = std::clamp(y % 2 == 0 ? near - 1 : near + 1, 0, srcSize.height - 1);
+    const uint8_t* const rows[] = {zepjp::Row(pSrc, srcStep, near), zepjp::Row(pSrc, srcStep, far)};
+    kernels.up_h2v2(rows, zepjp::Row(pDst, dstStep, y), static_cast<size_t>(srcSize.width));
+  });
+  return zepStatusOk;
+}
+#endif  // HWY_ONCE

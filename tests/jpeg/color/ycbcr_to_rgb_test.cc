@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: MIT
+#include "reference/ycbcr_to_rgb.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "harness/region.h"
+
+namespace {
+
+using harness::CheckOrder;
+using harness::CompareRegions;
+using harness::Interleaved;
+using harness::Planar;
+
+using C2 = Interleaved<uint8_t, 2>;
+using C3 = Interleaved<uint8_t, 3>;
+using C4 = Interleaved<uint8_t, 4>;
+using P3 = Planar<uint8_t, 3>;
+using P4 = Planar<uint8_t, 4>;
+constexpr harness::Takes kEvenWidth = {false, 2};
+
+TEST(YcbcrToRgb, EqualsModel) {
+  CompareRegions<P3, C3>(HARNESS_PAIR(zepiYCbCrToRGB_JPEG_8u_P3C3R));
+  CompareRegions<P3, C3>(HARNESS_PAIR(zepiYCbCrToBGR_JPEG_8u_P3C3R));
+  CompareRegions<P3, P3>(HARNESS_PAIR(zepiYCbCrToRGB_JPEG_8u_P3R));
+  CompareRegions<P4, C4>(HARNESS_PAIR(zepiYCCKToCMYK_JPEG_8u_P4C4R));
+  CompareRegions<P4, P4>(HARNESS_PAIR(zepiYCCKToCMYK_JPEG_8u_P4R));
+  CompareRegions<C2, C3>(HARNESS_PAIR(zepiYCbCr422ToRGB_JPEG_8u_C2C3R), kEvenWidth);
+}
+
+TEST(YcbcrToRgb, AllColours_Exhaustive) {
+  constexpr int32_t kWidth = 256;
+  std::vector<uint8_t> ycc(3 * kWidth), got(3 * kWidth), want(3 * kWidth);
+  const uint8_t* const src[] = {&ycc[0], &ycc[kWidth], &ycc[2 * kWidth]};
+  const int32_t stride = harness::Exhaustive() ? 1 : 37;
+  for (int32_t chroma = 0; chroma < 65536; chroma += stride) {
+    for (size_t x = 0; x < kWidth; ++x) {
+      ycc[x] = static_cast<uint8_t>(x);
+      ycc[kWidth + x] = static_cast<uint8_t>(chroma >> 8);
+      ycc[2 * kWidth + x] = static_cast<uint8_t>(chroma);
+    }
+    zepiYCbCrToRGB_JPEG_8u_P3C3R(src, kWidth, got.data(), 3 * kWidth, {kWidth, 1});
+    reference::zepiYCbCrToRGB_JPEG_8u_P3C3R(src, kWidth, want.data(), 3 * kWidth, {kWidth, 1});
+    ASSERT_EQ(got, want) << "chroma " << chroma;
+  }
+}
+
+TEST(YcbcrToRgb, ChecksInOrder) {
+  uint8_t src[4][64] = {};
+  uint8_t dst[4][64] = {};
+  const uint8_t* const src_planes[] = {src[0], src[1], src[2], src[3]};
+  uint8_t* const dst_planes[] = {dst[0], dst[1], dst[2], dst[3]};
+  const uint8_t* const* const from = src_planes;
+  uint8_t* const* const to = dst_planes;
+  constexpr zepiSize kSize = {4, 2};
+  CheckOrder(HARNESS_NAMED(zepiYCbCrToRGB_JPEG_8u_P3C3R), from, 16, &dst[0][0], 16, kSize)
+      .Planes<0, 3>().Null<2>().Step<1>().Step<3>().Size<4>().Output(dst, sizeof(dst)).Run();
+  CheckOrder(HARNESS_NAMED(zepiYCbCrToBGR_JPEG_8u_P3C3R), from, 16, &dst[0][0], 16, kSize)
+      .Planes<0, 3>().Null<2>().Step<1>().Step<3>().Size<4>().Output(dst, sizeof(dst)).Run();
+  CheckOrder(HARNESS_NAMED(zepiYCbCrToRGB_JPEG_8u_P3R), from, 16, to, 16, kSize)
+      .Planes<0, 3>().Planes<2, 3>().Step<1>().Step<3>().Size<4>().Output(dst, sizeof(dst)).Run();
+  CheckOrder(HARNESS_NAMED(zepiYCCKToCMYK_JPEG_8u_P4C4R), from, 16, &dst[0][0], 16, kSize)
+      .Planes<0, 4>().Null<2>().Step<1>().Step<3>().Size<4>().Output(dst, sizeof(dst)).Run();
+  CheckOrder(HARNESS_NAMED(zepiYCCKToCMYK_JPEG_8u_P4R), from, 16, to, 16, kSize)
+      .Planes<0, 4>().Planes<2, 4>().Step<1>().Step<3>().Size<4>().Output(dst, sizeof(dst)).Run();
+  const uint8_t* const interleaved = src[0];
+  CheckOrder(HARNESS_NAMED(zepiYCbCr422ToRGB_JPEG_8u_C2C3R), interleaved, 16, &dst[0][0], 16, kSize)
+      .Null<0>().Null<2>().Step<1>().Step<3>().Size<4>()
+      .Bad<4>(zepStatusBadSize, {zepiSize{3, 2}})
+      .Output(dst, sizeof(dst)).Run();
+}
+
+}  // namespace

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+#ifndef ZEPJP_TESTS_REFERENCE_SAMPLING_H_
+#define ZEPJP_TESTS_REFERENCE_SAMPLING_H_
+
+#include "zepjp.h"
+
+namespace reference {
+
+zepStatus zepiSampleDownH2V1_JPEG_8u_C1R(const uint8_t* src, int32_t src_step, zepiSize src_size,
+                                         uint8_t* dst, int32_t dst_step, zepiSize dst_size);
+zepStatus zepiSampleDownH2V2_JPEG_8u_C1R(const uint8_t* src, int32_t src_step, zepiSize src_size,
+                                         uint8_t* dst, int32_t dst_step, zepiSize dst_size);
+zepStatus zepiSampleUpH2V1_JPEG_8u_C1R(const uint8_t* src, int32_t src_step, zepiSize src_size,
+                                       uint8_t* dst, int32_t dst_step, zepiSize dst_size);
+zepStatus zepiSampleUpH2V2_JPEG_8u_C1R(const uint8_t* src, int32_t src_step, zepiSize src_size,
+                                       uint8_t* dst, int32_t dst_step, zepiSize dst_size);
+
+}  // namespace reference
+
+#endif  // ZEPJP_TESTS_REFERENCE_SAMPLING_H_
