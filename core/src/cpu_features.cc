@@ -17,21 +17,32 @@ constexpr uint32_t Bits(Positions... positions) {
   return ((1U << positions) | ...);
 }
 
-// cpuid leaf 1, ECX.
-constexpr uint32_t kSse4Leaf1 = Bits(1, 19, 20, 25);     // PCLMULQDQ, SSE4.1, SSE4.2, AES
-constexpr uint32_t kOsXsave = Bits(27);                  // XGETBV may be used
-constexpr uint32_t kAvx2Leaf1 = Bits(12, 27, 28, 29);    // FMA, OSXSAVE, AVX, F16C
+// cpuid leaf 1, ECX. SSE4.2 brings POPCNT along for a compiler, so it has to be there too.
+constexpr uint32_t kSse4Leaf1 = Bits(1, 19, 20, 23, 25);  // PCLMULQDQ, SSE4.1, SSE4.2, POPCNT, AES
+constexpr uint32_t kOsXsave = Bits(27);                   // XGETBV may be used
+constexpr uint32_t kAvx2Leaf1 = Bits(12, 27, 28, 29);     // FMA, OSXSAVE, AVX, F16C
 // cpuid leaf 7, EBX and ECX.
-constexpr uint32_t kAvx2Leaf7 = Bits(3, 5, 8);           // BMI1, AVX2, BMI2
-constexpr uint32_t kAvx512Leaf7 = Bits(16, 17, 28, 30, 31);         // F, DQ, CD, BW, VL
-constexpr uint32_t kAvx512Leaf7Ecx = Bits(1, 6, 9, 10, 11, 12, 14);  // VBMI, VBMI2, VAES,
-                                                                     // VPCLMULQDQ, VNNI, BITALG,
-                                                                     // VPOPCNTDQ
+constexpr uint32_t kAvx2Leaf7 = Bits(3, 5, 8);               // BMI1, AVX2, BMI2
+constexpr uint32_t kAvx512Leaf7 = Bits(16, 17, 28, 30, 31);  // F, DQ, CD, BW, VL
+constexpr uint32_t kAvx512Leaf7Ecx =
+    Bits(1, 6, 9, 10, 11, 12, 14);  // VBMI, VBMI2, VAES, VPCLMULQDQ, VNNI, BITALG, VPOPCNTDQ
+// cpuid leaf 0x80000001, ECX.
+constexpr uint32_t kAvx2Extended1 = Bits(5);  // LZCNT
 // XCR0.
 constexpr uint64_t kYmmState = Bits(1, 2);     // XMM, YMM
 constexpr uint64_t kZmmState = Bits(5, 6, 7);  // opmask, ZMM0..15, ZMM16..31
 
 constexpr bool Has(uint64_t word, uint64_t all) { return (word & all) == all; }
+
+bool HasAvx2(const FeatureWords& words) {
+  return Has(words.leaf1_ecx, kAvx2Leaf1) && Has(words.leaf7_ebx, kAvx2Leaf7) &&
+         Has(words.extended1_ecx, kAvx2Extended1) && Has(words.xcr0, kYmmState);
+}
+
+bool HasAvx512(const FeatureWords& words) {
+  return Has(words.leaf7_ebx, kAvx512Leaf7) && Has(words.leaf7_ecx, kAvx512Leaf7Ecx) &&
+         Has(words.xcr0, kZmmState);
+}
 
 #if defined(__x86_64__) || defined(__i386__)
 uint64_t ReadXcr0() {
@@ -40,59 +51,79 @@ uint64_t ReadXcr0() {
   return (uint64_t{high} << 32) | low;
 }
 
-uint64_t Detect() {
+// Under a hypervisor each cpuid is a trip out of the guest, so none is asked for twice.
+FeatureWords ReadFeatureWords() {
   FeatureWords words = {};
   unsigned eax, ebx, ecx, edx;
-  if (__get_cpuid(1, &eax, &ebx, &ecx, &edx) != 0) words.leaf1_ecx = ecx;
-  if (__get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx) != 0) {
+  // Some compilers' __get_cpuid_max() is an int.
+  const auto last = static_cast<unsigned>(__get_cpuid_max(0, nullptr));
+  const auto last_extended = static_cast<unsigned>(__get_cpuid_max(0x80000000U, nullptr));
+  if (last < 1) return words;
+  __cpuid(1, eax, ebx, ecx, edx);
+  words.leaf1_ecx = ecx;
+  if (last >= 7) {
+    __cpuid_count(7, 0, eax, ebx, ecx, edx);
     words.leaf7_ebx = ebx;
     words.leaf7_ecx = ecx;
   }
+  if (last_extended >= 0x80000001U) {
+    __cpuid(0x80000001U, eax, ebx, ecx, edx);
+    words.extended1_ecx = ecx;
+  }
   if (Has(words.leaf1_ecx, kOsXsave)) words.xcr0 = ReadXcr0();
-  return MaskOf(words, sizeof(void*) == 8);
+  return words;
+}
+
+uint64_t Detect() {
+#  ifdef __x86_64__
+  constexpr bool kIs64Bit = true;
+#  else
+  constexpr bool kIs64Bit = false;
+#  endif
+  return MaskOf(ReadFeatureWords(), kIs64Bit);
 }
 #else
 uint64_t Detect() { return 0; }
 #endif
 
+// The value of a digit in bases up to 16; 16 for any other character.
+unsigned DigitOf(char c) {
+  if (c >= '0' && c <= '9') return static_cast<unsigned>(c - '0');
+  if (c >= 'a' && c <= 'f') return static_cast<unsigned>(c - 'a' + 10);
+  if (c >= 'A' && c <= 'F') return static_cast<unsigned>(c - 'A' + 10);
+  return 16;
+}
+
+// Reads a decimal or 0x... number that fills the whole text. Not strtoull, which takes signs and
+// spaces too and leaves its mark in errno.
+bool ParseNumber(const char* text, uint64_t* value) {
+  const bool is_hex = text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
+  const unsigned base = is_hex ? 16 : 10;
+  if (is_hex) text += 2;
+  if (*text == '\0') return false;
+  uint64_t sum = 0;
+  for (; *text != '\0'; ++text) {
+    const unsigned digit = DigitOf(*text);
+    if (digit >= base || sum > (UINT64_MAX - digit) / base) return false;
+    sum = sum * base + digit;
+  }
+  *value = sum;
+  return true;
+}
+
 }  // namespace
 
 uint64_t MaskOf(const FeatureWords& words, bool is_64_bit) {
-  uint64_t mask = 0;
-  if (!Has(words.leaf1_ecx, kSse4Leaf1)) return mask;
-  mask |= ZEPCORE_CPU_SSE4;
-  if (!is_64_bit) return mask;
-  if (!Has(words.leaf1_ecx, kAvx2Leaf1) || !Has(words.leaf7_ebx, kAvx2Leaf7) ||
-      !Has(words.xcr0, kYmmState)) {
-    return mask;
-  }
-  mask |= ZEPCORE_CPU_AVX2;
-  if (!Has(words.leaf7_ebx, kAvx512Leaf7) || !Has(words.leaf7_ecx, kAvx512Leaf7Ecx) ||
-      !Has(words.xcr0, kZmmState)) {
-    return mask;
-  }
-  return mask | ZEPCORE_CPU_AVX512;
+  if (!Has(words.leaf1_ecx, kSse4Leaf1)) return 0;
+  if (!is_64_bit || !HasAvx2(words)) return ZEPCORE_CPU_SSE4;
+  if (!HasAvx512(words)) return ZEPCORE_CPU_SSE4 | ZEPCORE_CPU_AVX2;
+  return ZEPCORE_CPU_SSE4 | ZEPCORE_CPU_AVX2 | ZEPCORE_CPU_AVX512;
 }
 
 uint64_t Narrowed(uint64_t detected, const char* setting) {
-  if (setting == nullptr) return detected;
-  char* end = nullptr;
-  const bool is_hex = setting[0] == '0' && (setting[1] == 'x' || setting[1] == 'X');
-  const uint64_t value = std::strtoull(setting, &end, is_hex ? 16 : 10);
-  if (end == setting || *end != '\0') return detected;
+  uint64_t value = 0;
+  if (setting == nullptr || !ParseNumber(setting, &value)) return detected;
   return (detected & value) | (value & ZEPCORE_CPU_VARIANT);
-}
-
-bool IsCache(const CacheWords& words) { return (words.eax & 31U) != 0; }
-
-uint64_t DataCacheSize(const CacheWords& words) {
-  constexpr uint32_t kInstructionCache = 2;
-  if ((words.eax & 31U) == kInstructionCache) return 0;
-  const uint64_t line = (words.ebx & 0xFFFU) + 1;
-  const uint64_t partitions = ((words.ebx >> 12) & 0x3FFU) + 1;
-  const uint64_t ways = (words.ebx >> 22) + 1;
-  const uint64_t sets = uint64_t{words.ecx} + 1;
-  return line * partitions * ways * sets;
 }
 
 }  // namespace zepcore

@@ -7,12 +7,13 @@
 
 namespace zepcore {
 
-// The feature words of the cpuid leaves 1 and 7, and the register states that the operating system
-// saves (XCR0). Words that do not exist are 0.
+// The feature words of the cpuid leaves 1, 7 and 0x80000001, and the register states that the
+// operating system saves (XCR0). Words that do not exist are 0.
 struct FeatureWords {
   uint32_t leaf1_ecx;
   uint32_t leaf7_ebx;
   uint32_t leaf7_ecx;
+  uint32_t extended1_ecx;
   uint64_t xcr0;
 };
 
@@ -22,17 +23,6 @@ uint64_t MaskOf(const FeatureWords& words, bool is_64_bit);
 // The mask that is left of `detected` under `setting`, the value of the environment variable (null:
 // it is not set).
 uint64_t Narrowed(uint64_t detected, const char* setting);
-
-// One cache as cpuid's deterministic cache leaf (4, or 0x8000001D) describes it.
-struct CacheWords {
-  uint32_t eax, ebx, ecx;
-};
-
-// Whether this is a description of a cache at all: the list ends with one that is not.
-bool IsCache(const CacheWords& words);
-
-// Its size in bytes; 0 for an instruction cache.
-uint64_t DataCacheSize(const CacheWords& words);
 
 }  // namespace zepcore
 

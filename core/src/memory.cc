@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: MIT
-#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 
 #include "zepcore.h"
 
+// aligned_alloc() takes whole multiples of the alignment. Rounded up, an int32 still fits 32 bits
+// without a sign.
 void* zepMalloc(int32_t size) {
-  constexpr size_t kAlignment = 64;
+  constexpr uint32_t kAlignment = 64;
   if (size < 1) return nullptr;
-  const size_t rounded = (static_cast<size_t>(size) + kAlignment - 1) & ~(kAlignment - 1);
+  const uint32_t rounded = (static_cast<uint32_t>(size) + kAlignment - 1) & ~(kAlignment - 1);
   return std::aligned_alloc(kAlignment, rounded);
 }
 

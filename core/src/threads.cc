@@ -11,15 +11,30 @@
 
 namespace {
 
-std::atomic<int32_t> chosen_count{0};  // 0: the default.
+// OpenMP runtimes end the program when the system refuses them a thread, so no slip of a caller
+// may ask for millions.
+constexpr int32_t kMaxCount = 1024;
+
+// Constant from the start: callers may come before any constructor.
+std::atomic<int32_t> chosen_count{0};  // 0: the default
+static_assert(std::atomic<int32_t>::is_always_lock_free);
+
+#ifdef _OPENMP
+// Some OpenMP runtimes crash when asked before their own constructors have run, which they have
+// when this library's turn comes.
+std::atomic<bool> openmp_is_up{false};
+
+__attribute__((constructor(101))) void NoteThatOpenMpIsUp() {
+  openmp_is_up.store(true, std::memory_order_relaxed);
+}
 
 int32_t DefaultCount() {
-#ifdef _OPENMP
-  return std::max(omp_get_max_threads(), 1);
-#else
-  return 1;
-#endif
+  if (!openmp_is_up.load(std::memory_order_relaxed)) return 1;
+  return std::clamp<int32_t>(omp_get_max_threads(), 1, kMaxCount);
 }
+#else
+int32_t DefaultCount() { return 1; }
+#endif
 
 }  // namespace
 
@@ -29,5 +44,5 @@ int32_t ownGetNumThreads(void) {
 }
 
 void zepSetNumThreads(int32_t count) {
-  chosen_count.store(std::max(count, 0), std::memory_order_relaxed);
+  chosen_count.store(std::clamp(count, 0, kMaxCount), std::memory_order_relaxed);
 }
