@@ -39,7 +39,7 @@ const T* Choose(const PerTarget<T>& tables, const Enabled& enabled) {
 #define ZEP_CHOOSE(table)                                                       \
   ::zepjp::Choose<Kernels>(                                                     \
       {HWY_CHOOSE_SSSE3(table), HWY_CHOOSE_SSE4(table), HWY_CHOOSE_AVX2(table), \
-       HWY_CHOOSE_AVX3_DL(table), HWY_CHOOSE_NEON(table)},                      \
+       HWY_CHOOSE_AVX3(table), HWY_CHOOSE_NEON(table)},                         \
       ::zepjp::EnabledAtLoad())
 
 #endif  // ZEPJP_SRC_SIMD_DISPATCH_H_

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
 // The few vector operations that Highway lacks. Included once per instruction set.
 
-// Instructions that kernels may use besides those that Highway names for the target: dot products
-// of 16-bit lanes with AVX-512.
+// The instruction set that kernels call AVX-512 has byte permutations and dot products besides what
+// Highway's target names. (Its own newer target would not do: it stands for processors that have
+// the dot products in their VEX form too, which many with AVX-512 lack.)
 #undef ZEP_TARGET_STR
-#if HWY_TARGET == HWY_AVX3_DL
-#  define ZEP_TARGET_STR HWY_TARGET_STR ",avx512vnni"
+#if HWY_TARGET == HWY_AVX3
+#  define ZEP_TARGET_STR \
+    HWY_TARGET_STR ",avx512vnni,avx512vbmi,avx512vbmi2,avx512bitalg,avx512vpopcntdq"
 #elif defined(HWY_TARGET_STR)
 #  define ZEP_TARGET_STR HWY_TARGET_STR
 #endif
@@ -103,7 +105,7 @@ HWY_INLINE hn::Vec256<int32_t> DotAcc(hn::Vec256<int32_t> acc, hn::Vec256<int16_
 }
 
 #    endif
-#    if HWY_TARGET <= HWY_AVX3_DL
+#    if HWY_TARGET <= HWY_AVX3
 
 HWY_INLINE hn::Vec512<int16_t> PackBlocks(hn::Vec512<int32_t> low, hn::Vec512<int32_t> high) {
   return hn::Vec512<int16_t>{_mm512_packs_epi32(low.raw, high.raw)};
@@ -134,7 +136,7 @@ HWY_INLINE hn::Vec256<T> OrderHalves(hn::Vec256<T> v) {
   return hn::Vec256<T>{_mm256_permute4x64_epi64(v.raw, 0xD8)};
 }
 #  endif
-#  if HWY_TARGET <= HWY_AVX3_DL
+#  if HWY_TARGET <= HWY_AVX3
 template <class T>
 HWY_INLINE hn::Vec512<T> OrderHalves(hn::Vec512<T> v) {
   const __m512i order = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
@@ -168,11 +170,52 @@ HWY_INLINE void StoreBlocks(hn::VFromD<hn::Simd<uint8_t, kLanes, 0>> v,
   }
 }
 
-// Stores the lanes of three vectors in turn.
+// Stores the lanes of three vectors of bytes in turn: a0 b0 c0 a1 b1 c1 ...
+#  if HWY_TARGET == HWY_AVX3
+
+// For byte i of the triples that start at byte `start`: which lane it comes from, and of which
+// vector.
+struct TripleIndices {
+  alignas(64) uint8_t from_ab[64];  // 64 and above: b
+  alignas(64) uint8_t from_c[64];
+  uint64_t is_c;
+};
+constexpr TripleIndices MakeTripleIndices(unsigned start) {
+  TripleIndices result = {};
+  for (unsigned i = 0; i < 64; ++i) {
+    const unsigned lane = (start + i) / 3;
+    const unsigned vector = (start + i) % 3;
+    result.from_ab[i] = static_cast<uint8_t>(lane + (vector == 1 ? 64 : 0));
+    result.from_c[i] = static_cast<uint8_t>(lane);
+    if (vector == 2) result.is_c |= uint64_t{1} << i;
+  }
+  return result;
+}
+
+template <unsigned kStart, class V, class D>
+HWY_INLINE void StoreTriplesPart(V a, V b, V c, D d, uint8_t* to) {
+  static constexpr TripleIndices kIndices = MakeTripleIndices(kStart);
+  const __m512i ab = _mm512_permutex2var_epi8(a.raw, _mm512_load_si512(kIndices.from_ab), b.raw);
+  const __m512i abc =
+      _mm512_mask_permutexvar_epi8(ab, kIndices.is_c, _mm512_load_si512(kIndices.from_c), c.raw);
+  hn::StoreU(V{abc}, d, to + kStart);
+}
+
+template <class D>
+HWY_INLINE void StoreTriples(hn::VFromD<D> a, hn::VFromD<D> b, hn::VFromD<D> c, D d, uint8_t* to) {
+  StoreTriplesPart<0>(a, b, c, d, to);
+  StoreTriplesPart<64>(a, b, c, d, to);
+  StoreTriplesPart<128>(a, b, c, d, to);
+}
+
+#  else
+
 template <class D>
 HWY_INLINE void StoreTriples(hn::VFromD<D> a, hn::VFromD<D> b, hn::VFromD<D> c, D d, uint8_t* to) {
   hn::StoreInterleaved3(a, b, c, d, to);
 }
+
+#  endif
 
 // How the elements of one step lie in memory: kPlanes rows, kBytes for each element.
 template <int kPlanesOf, size_t kBytesOf>

@@ -81,38 +81,48 @@ HWY_INLINE V8 Shuffle(V8 bytes, const PairIndices& indices) {
 // kChannels interleaved bytes a pixel, 3 or 4; a fourth has no influence.
 template <int kChannels>
 struct Interleaved : Span<1, kChannels> {
-  // Four pixels for each block. No byte beyond the N pixels is read: the last quarter of three-byte
-  // pixels lies at the end of its register.
+  // The bytes of N pixels, four for each block of a quarter. No byte beyond the N pixels is read:
+  // the last quarter of three-byte pixels lies at the end of its register.
+  struct Raw {
+    V8 quarters[4];
+  };
   static constexpr int Shift(int quarter) { return kChannels == 3 && quarter == 3 ? 4 : 0; }
+
   template <int kQuarter>
-  static HWY_INLINE V8 Quarter(const uint8_t* const* src, size_t x) {
+  static HWY_INLINE V8 LoadQuarter(const uint8_t* from) {
     constexpr size_t kOffset = 4 * kChannels * kQuarter - Shift(kQuarter);
-    return LoadBlocks<16 * kChannels>(D8(), src[0] + x * kChannels + kOffset);
+    return LoadBlocks<16 * kChannels>(D8(), from + kOffset);
+  }
+  static HWY_INLINE Raw LoadRaw(const uint8_t* const* src, size_t x) {
+    const uint8_t* from = src[0] + x * kChannels;
+    return {
+        {LoadQuarter<0>(from), LoadQuarter<1>(from), LoadQuarter<2>(from), LoadQuarter<3>(from)}};
   }
 
   template <int kQuarter>
-  static HWY_INLINE void LoadQuarter(const uint8_t* const* src, size_t x, Pairs& pairs) {
+  static HWY_INLINE void MakePairs(const Raw& raw, Pairs& pairs) {
     static constexpr auto kFirst = MakePairIndices(kChannels, Shift(kQuarter), 0, 1);
     static constexpr auto kSecond = MakePairIndices(kChannels, Shift(kQuarter), 2, -1);
-    const V8 bytes = Quarter<kQuarter>(src, x);
-    pairs.first[kQuarter] = hn::BitCast(D16(), Shuffle(bytes, kFirst));
-    pairs.second[kQuarter] = hn::BitCast(D16(), Shuffle(bytes, kSecond));
+    pairs.first[kQuarter] = hn::BitCast(D16(), Shuffle(raw.quarters[kQuarter], kFirst));
+    pairs.second[kQuarter] = hn::BitCast(D16(), Shuffle(raw.quarters[kQuarter], kSecond));
   }
-
-  static HWY_INLINE Pairs Load(const uint8_t* const* src, size_t x) {
+  static HWY_INLINE Pairs MakePairs(const Raw& raw) {
     Pairs pairs;
-    LoadQuarter<0>(src, x, pairs);
-    LoadQuarter<1>(src, x, pairs);
-    LoadQuarter<2>(src, x, pairs);
-    LoadQuarter<3>(src, x, pairs);
+    MakePairs<0>(raw, pairs);
+    MakePairs<1>(raw, pairs);
+    MakePairs<2>(raw, pairs);
+    MakePairs<3>(raw, pairs);
     return pairs;
+  }
+  static HWY_INLINE Pairs Load(const uint8_t* const* src, size_t x) {
+    return MakePairs(LoadRaw(src, x));
   }
 
   // Sums of horizontal neighbours among four pixels of each block, as MakeCoupleIndices puts them.
   template <int kQuarter>
-  static HWY_INLINE V16 CoupleSums(const uint8_t* const* src, size_t x) {
+  static HWY_INLINE V16 CoupleSums(const Raw& raw) {
     static constexpr auto kCouples = MakeCoupleIndices(kChannels, Shift(kQuarter));
-    return PairDot<1, 1>(Shuffle(Quarter<kQuarter>(src, x), kCouples));
+    return PairDot<1, 1>(Shuffle(raw.quarters[kQuarter], kCouples));
   }
 };
 

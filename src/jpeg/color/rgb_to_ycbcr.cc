@@ -162,27 +162,25 @@ void CmykRowP4(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
   CopyBytes(src[3], dst[3], width);
 }
 
-// The chroma of kPixels pixels in each of kRows rows: kPixels / 2 sums of groups, in the order of
-// PackBlocks, as pairs.
-template <class Source, int kRows, int kQuarter>
-HWY_INLINE V16 GroupSums(const uint8_t* const* src, size_t x) {
-  V16 sums = Source::template CoupleSums<kQuarter>(src, x);
-  if constexpr (kRows == 2) sums = hn::Add(sums, Source::template CoupleSums<kQuarter>(src + 1, x));
-  return sums;
-}
-
+// Sums of groups of 2 x kRows pixels: of kPixels pixels of each row kPixels / 2 groups, as pairs.
 struct GroupPairs {
   V16 first[2], second[2];
 };
 
+template <class Source, int kRows, int kQuarter>
+HWY_INLINE auto GroupSums(const typename Source::Raw (&raw)[kRows]) {
+  V16 sums = Source::template CoupleSums<kQuarter>(raw[0]);
+  if constexpr (kRows == 2) sums = hn::Add(sums, Source::template CoupleSums<kQuarter>(raw[1]));
+  return hn::BitCast(hn::ScalableTag<uint64_t>(), sums);
+}
+
 template <class Source, int kRows>
-HWY_INLINE GroupPairs LoadGroups(const uint8_t* const* src, size_t x) {
-  const hn::Repartition<uint64_t, D16> d64;
-  const auto wide = [&](V16 v) HWY_ATTR { return hn::BitCast(d64, v); };
-  const auto q0 = wide(GroupSums<Source, kRows, 0>(src, x));
-  const auto q1 = wide(GroupSums<Source, kRows, 1>(src, x));
-  const auto q2 = wide(GroupSums<Source, kRows, 2>(src, x));
-  const auto q3 = wide(GroupSums<Source, kRows, 3>(src, x));
+HWY_INLINE GroupPairs SumGroups(const typename Source::Raw (&raw)[kRows]) {
+  const auto q0 = GroupSums<Source, kRows, 0>(raw);
+  const auto q1 = GroupSums<Source, kRows, 1>(raw);
+  const auto q2 = GroupSums<Source, kRows, 2>(raw);
+  const auto q3 = GroupSums<Source, kRows, 3>(raw);
+  const hn::ScalableTag<uint64_t> d64;
   const D16 d16;
   return {{hn::BitCast(d16, hn::InterleaveLower(d64, q0, q1)),
            hn::BitCast(d16, hn::InterleaveLower(d64, q2, q3))},
@@ -204,15 +202,20 @@ struct ReducingStep {
 
   // dst: the rows of Y, then Cb and Cr.
   static HWY_INLINE void Run(const uint8_t* const* src, uint8_t* const* dst, size_t x) {
-    for (int row = 0; row < kRows; ++row) {
-      for (size_t i = x; i < x + kStep; i += kPixels) {
-        hn::StoreU(Convert<15>(Source::Load(src + row, i), kY), D8(), dst[row] + i);
-      }
-    }
-    const GroupPairs low = LoadGroups<Source, kRows>(src, x);
-    const GroupPairs high = LoadGroups<Source, kRows>(src, x + kPixels);
+    const GroupPairs low = LuminanceAndSums(src, dst, x);
+    const GroupPairs high = LuminanceAndSums(src, dst, x + kPixels);
     StoreChroma(low, high, kRule.cb, dst[kRows] + x / 2);
     StoreChroma(low, high, kRule.cr, dst[kRows + 1] + x / 2);
+  }
+
+  static HWY_INLINE GroupPairs LuminanceAndSums(const uint8_t* const* src, uint8_t* const* dst,
+                                                size_t x) {
+    typename Source::Raw raw[kRows];
+    for (int row = 0; row < kRows; ++row) raw[row] = Source::LoadRaw(src + row, x);
+    for (int row = 0; row < kRows; ++row) {
+      hn::StoreU(Convert<15>(Source::MakePairs(raw[row]), kY), D8(), dst[row] + x);
+    }
+    return SumGroups<Source, kRows>(raw);
   }
 
   static HWY_INLINE void StoreChroma(const GroupPairs& low, const GroupPairs& high,

@@ -79,67 +79,59 @@ HWY_INLINE void StorePairs(V16 even_low, V16 odd_low, V16 even_high, V16 odd_hig
   StoreBlocks<32>(high, d8, to + 16);
 }
 
-// One step of each filter; it reads one sample beyond either end of its own.
-struct UpH2V1 {
-  static constexpr int kRows = 1;
-  static HWY_INLINE void Run(const uint8_t* const* src, uint8_t* dst, size_t x) {
-    const D8 d8;
-    const V8 here = hn::LoadU(d8, src[0] + x);
-    const Sums even = Weighted(here, hn::LoadU(d8, src[0] + x - 1));
-    const Sums odd = Weighted(here, hn::LoadU(d8, src[0] + x + 1));
-    const auto round = [](V16 v)
-                           HWY_ATTR { return hn::ShiftRight<2>(hn::Add(v, hn::Set(D16(), 2))); };
-    StorePairs(round(even.low), round(odd.low), round(even.high), round(odd.high), dst + 2 * x);
-  }
-};
+// Both filters go by gaps between neighbours: the gap behind sample i gives the results 2 i + 1,
+// near to sample i, and 2 i + 2, near to sample i + 1. The first and the last result have no gap.
 
-struct UpH2V2 {
-  static constexpr int kRows = 2;
-  static HWY_INLINE Sums Column(const uint8_t* const* src, size_t x) {
-    return Weighted(hn::LoadU(D8(), src[0] + x), hn::LoadU(D8(), src[1] + x));
-  }
-  static HWY_INLINE V16 Blend(V16 near, V16 far) {
-    const V16 sum = hn::Add(hn::Add(near, hn::ShiftLeft<1>(near)), far);
-    return hn::ShiftRight<4>(hn::Add(sum, hn::Set(D16(), 8)));
-  }
-  static HWY_INLINE void Run(const uint8_t* const* src, uint8_t* dst, size_t x) {
-    const Sums here = Column(src, x);
-    const Sums left = Column(src, x - 1);
-    const Sums right = Column(src, x + 1);
-    StorePairs(Blend(here.low, left.low), Blend(here.low, right.low), Blend(here.high, left.high),
-               Blend(here.high, right.high), dst + 2 * x);
-  }
-};
-
-// Samples [begin, begin + count) of a row by way of a copy in which the edges are repeated;
-// `count` is at most a step.
-template <class Filter>
-HWY_NOINLINE void UpWithEdges(const uint8_t* const* src, uint8_t* dst, size_t begin, size_t count,
-                              size_t width) {
-  HWY_ALIGN uint8_t in[Filter::kRows][kSamples + 2];
-  HWY_ALIGN uint8_t out[2 * kSamples];
-  const uint8_t* rows[Filter::kRows];
-  const size_t end = begin + count;
-  for (int i = 0; i < Filter::kRows; ++i) {
-    in[i][0] = src[i][begin == 0 ? 0 : begin - 1];
-    CopyBytes(src[i] + begin, in[i] + 1, count);
-    in[i][1 + count] = src[i][end == width ? width - 1 : end];
-    rows[i] = in[i] + 1;
-  }
-  Filter::Run(rows, out, 0);
-  CopyBytes(out, dst + 2 * begin, 2 * count);
+// src: the row, and the row from its second sample on.
+HWY_INLINE void UpGapsH2V1(const uint8_t* const* src, uint8_t* const* dst, size_t x) {
+  const D8 d8;
+  const V8 left = hn::LoadU(d8, src[0] + x);
+  const V8 right = hn::LoadU(d8, src[1] + x);
+  const Sums near_left = Weighted(left, right);
+  const Sums near_right = Weighted(right, left);
+  const auto round = [](V16 v)
+                         HWY_ATTR { return hn::ShiftRight<2>(hn::Add(v, hn::Set(D16(), 2))); };
+  StorePairs(round(near_left.low), round(near_right.low), round(near_left.high),
+             round(near_right.high), dst[0] + 2 * x);
 }
 
-template <class Filter>
-void UpRow(const uint8_t* const* src, uint8_t* dst, size_t width) {
-  if (width <= kSamples) return UpWithEdges<Filter>(src, dst, 0, width, width);
-  UpWithEdges<Filter>(src, dst, 0, kSamples, width);
-  size_t x = kSamples;
-  for (; x + kSamples < width; x += kSamples) Filter::Run(src, dst, x);
-  UpWithEdges<Filter>(src, dst, x, width - x, width);
+void UpRowH2V1(const uint8_t* const* src, uint8_t* dst, size_t width) {
+  const uint8_t* const row = src[0];
+  const uint8_t* const sides[] = {row, row + 1};
+  uint8_t* const gaps = dst + 1;
+  ForElements<kSamples, Span<2, 1>, Span<1, 2>>(sides, &gaps, 0, width - 1, UpGapsH2V1);
+  dst[0] = row[0];
+  dst[2 * width - 1] = row[width - 1];
 }
 
-constexpr Kernels kKernels = {DownRow<1>, DownRow<2>, UpRow<UpH2V1>, UpRow<UpH2V2>};
+HWY_INLINE V16 Blend(V16 near, V16 far) {
+  const V16 sum = hn::Add(hn::Add(near, hn::ShiftLeft<1>(near)), far);
+  return hn::ShiftRight<4>(hn::Add(sum, hn::Set(D16(), 8)));
+}
+
+// src: the near and the far row, and both from their second samples on.
+HWY_INLINE void UpGapsH2V2(const uint8_t* const* src, uint8_t* const* dst, size_t x) {
+  const D8 d8;
+  const Sums left = Weighted(hn::LoadU(d8, src[0] + x), hn::LoadU(d8, src[1] + x));
+  const Sums right = Weighted(hn::LoadU(d8, src[2] + x), hn::LoadU(d8, src[3] + x));
+  StorePairs(Blend(left.low, right.low), Blend(right.low, left.low), Blend(left.high, right.high),
+             Blend(right.high, left.high), dst[0] + 2 * x);
+}
+
+// A result at an edge: its neighbour in the row is the sample itself.
+HWY_INLINE uint8_t EdgeH2V2(const uint8_t* const* src, size_t x) {
+  return static_cast<uint8_t>((4 * (3 * src[0][x] + src[1][x]) + 8) >> 4);
+}
+
+void UpRowH2V2(const uint8_t* const* src, uint8_t* dst, size_t width) {
+  const uint8_t* const sides[] = {src[0], src[1], src[0] + 1, src[1] + 1};
+  uint8_t* const gaps = dst + 1;
+  ForElements<kSamples, Span<4, 1>, Span<1, 2>>(sides, &gaps, 0, width - 1, UpGapsH2V2);
+  dst[0] = EdgeH2V2(src, 0);
+  dst[2 * width - 1] = EdgeH2V2(src, width - 1);
+}
+
+constexpr Kernels kKernels = {DownRow<1>, DownRow<2>, UpRowH2V1, UpRowH2V2};
 
 }  // namespace
 }  // namespace HWY_NAMESPACE
