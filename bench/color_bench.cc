@@ -26,7 +26,8 @@ class Images {
     for (size_t i = 0; i < interleaved_.size(); ++i) {
       interleaved_[i] = static_cast<uint8_t>(i * 2654435761U >> 13);
     }
-    for (auto& plane : planes_) plane.assign(interleaved_.begin(), interleaved_.begin() + Offset() + kSlack);
+    for (auto& plane : planes_)
+      plane.assign(interleaved_.begin(), interleaved_.begin() + Offset() + kSlack);
     for (auto& plane : results_) plane.resize(Bytes(1) + kSlack);
     result_.resize(Bytes(4) + kSlack);
     for (int32_t y = 0; y < size.height; ++y) {

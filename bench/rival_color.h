@@ -17,12 +17,10 @@ void jsimd_rgb_gray_convert_avx2(unsigned width, RivalRows input, RivalPlanes ou
                                  unsigned output_row, int rows);
 void jsimd_ycc_rgb_convert_avx2(unsigned width, RivalPlanes input, unsigned input_row,
                                 RivalRows output, int rows);
-void jsimd_h2v1_downsample_avx2(unsigned image_width, int max_v_samp_factor,
-                                unsigned v_samp_factor, unsigned width_in_blocks, RivalRows input,
-                                RivalRows output);
-void jsimd_h2v2_downsample_avx2(unsigned image_width, int max_v_samp_factor,
-                                unsigned v_samp_factor, unsigned width_in_blocks, RivalRows input,
-                                RivalRows output);
+void jsimd_h2v1_downsample_avx2(unsigned image_width, int max_v_samp_factor, unsigned v_samp_factor,
+                                unsigned width_in_blocks, RivalRows input, RivalRows output);
+void jsimd_h2v2_downsample_avx2(unsigned image_width, int max_v_samp_factor, unsigned v_samp_factor,
+                                unsigned width_in_blocks, RivalRows input, RivalRows output);
 void jsimd_h2v1_fancy_upsample_avx2(int max_v_samp_factor, unsigned width, RivalRows input,
                                     RivalRows* output);
 void jsimd_h2v2_fancy_upsample_avx2(int max_v_samp_factor, unsigned width, RivalRows input,

@@ -67,24 +67,24 @@ typedef int32_t zepStatus;
 /** The values of ::zepStatus. */
 enum {
   zepStatusOk = 0,
-  zepStatusError = -1,              /**< Unspecified failure. */
-  zepStatusBadArg = -5,             /**< A value outside what the operation accepts. */
-  zepStatusBadSize = -6,            /**< A size is not positive, or too small for the operation. */
-  zepStatusOutOfRange = -7,         /**< An argument outside its range. */
-  zepStatusNullPtr = -8,            /**< A pointer that is needed, or one of its planes, is null. */
-  zepStatusMemAlloc = -9,           /**< An allocation failed. */
-  zepStatusBadStep = -14,           /**< A row step is not positive, or too small for its row. */
-  zepStatusContextMismatch = -17,   /**< A state record of another kind. */
-  zepStatusBufferExhausted = -62,   /**< The coded buffer is full, or ended too early. */
-  zepStatusBadHuffCode = -63,       /**< No such Huffman code, or bits needed behind a marker. */
-  zepStatusBadHuffTable = -64,      /**< An invalid Huffman table, or a symbol without a code. */
-  zepStatusJPEG2KDecodeError = -112,     /**< A coding pass failed its consistency check. */
-  zepStatusJPEG2KBadPassNumber = -113,   /**< No such coding pass. */
-  zepStatusUnpackBitsOverrun = -124,     /**< A PackBits run beyond the source or the row. */
-  zepStatusJPEG2KNotAttached = -180,     /**< No code-block was attached. */
-  zepStatusNotSupportedMode = -9999,     /**< No such BC7 mode. */
-  zepStatusDivByZeroWarning = 6,    /**< A quantizer step of 0; its table entry became 65535. */
-  zepStatusOddSizeWarning = 35      /**< Converted, but a size that is to be halved is odd. */
+  zepStatusError = -1,            /**< Unspecified failure. */
+  zepStatusBadArg = -5,           /**< A value outside what the operation accepts. */
+  zepStatusBadSize = -6,          /**< A size is not positive, or too small for the operation. */
+  zepStatusOutOfRange = -7,       /**< An argument outside its range. */
+  zepStatusNullPtr = -8,          /**< A pointer that is needed, or one of its planes, is null. */
+  zepStatusMemAlloc = -9,         /**< An allocation failed. */
+  zepStatusBadStep = -14,         /**< A row step is not positive, or too small for its row. */
+  zepStatusContextMismatch = -17, /**< A state record of another kind. */
+  zepStatusBufferExhausted = -62, /**< The coded buffer is full, or ended too early. */
+  zepStatusBadHuffCode = -63,     /**< No such Huffman code, or bits needed behind a marker. */
+  zepStatusBadHuffTable = -64,    /**< An invalid Huffman table, or a symbol without a code. */
+  zepStatusJPEG2KDecodeError = -112,   /**< A coding pass failed its consistency check. */
+  zepStatusJPEG2KBadPassNumber = -113, /**< No such coding pass. */
+  zepStatusUnpackBitsOverrun = -124,   /**< A PackBits run beyond the source or the row. */
+  zepStatusJPEG2KNotAttached = -180,   /**< No code-block was attached. */
+  zepStatusNotSupportedMode = -9999,   /**< No such BC7 mode. */
+  zepStatusDivByZeroWarning = 6,       /**< A quantizer step of 0; its table entry became 65535. */
+  zepStatusOddSizeWarning = 35         /**< Converted, but a size that is to be halved is odd. */
 };
 
 /** Width and height of a region, in pixels or elements. */
@@ -222,23 +222,19 @@ ZEP_API zepStatus ZEP_CALL zepiCMYKToYCCK_JPEG_8u_P4R(const uint8_t* const pSrc[
  * Bits 14..10, 9..5, 4..0 hold R, G, B; bit 15 has no influence. A field of 5 bits becomes
  * (f << 3) | (f >> 2), one of 6 bits (f << 2) | (f >> 4).
  */
-ZEP_API zepStatus ZEP_CALL zepiRGB555ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc,
-                                                              int32_t srcStep,
+ZEP_API zepStatus ZEP_CALL zepiRGB555ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc, int32_t srcStep,
                                                               uint8_t* const pDst[3],
                                                               int32_t dstStep, zepiSize roiSize);
 /** As zepiRGB555ToYCbCr_JPEG_16u8u_C3P3R() with B in bits 14..10 and R in bits 4..0. */
-ZEP_API zepStatus ZEP_CALL zepiBGR555ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc,
-                                                              int32_t srcStep,
+ZEP_API zepStatus ZEP_CALL zepiBGR555ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc, int32_t srcStep,
                                                               uint8_t* const pDst[3],
                                                               int32_t dstStep, zepiSize roiSize);
 /** As zepiRGB555ToYCbCr_JPEG_16u8u_C3P3R() with R in bits 15..11, G in 10..5 and B in 4..0. */
-ZEP_API zepStatus ZEP_CALL zepiRGB565ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc,
-                                                              int32_t srcStep,
+ZEP_API zepStatus ZEP_CALL zepiRGB565ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc, int32_t srcStep,
                                                               uint8_t* const pDst[3],
                                                               int32_t dstStep, zepiSize roiSize);
 /** As zepiRGB555ToYCbCr_JPEG_16u8u_C3P3R() with B in bits 15..11, G in 10..5 and R in 4..0. */
-ZEP_API zepStatus ZEP_CALL zepiBGR565ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc,
-                                                              int32_t srcStep,
+ZEP_API zepStatus ZEP_CALL zepiBGR565ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc, int32_t srcStep,
                                                               uint8_t* const pDst[3],
                                                               int32_t dstStep, zepiSize roiSize);
 
@@ -297,9 +293,9 @@ ZEP_API zepStatus ZEP_CALL zepiYCbCrToRGB_JPEG_8u_P3C3R(const uint8_t* const pSr
                                                         int32_t srcStep, uint8_t* pDst,
                                                         int32_t dstStep, zepiSize roiSize);
 /** Planes Y, Cb, Cr to planes R, G, B by the inverse rule. Row-parallel. */
-ZEP_API zepStatus ZEP_CALL zepiYCbCrToRGB_JPEG_8u_P3R(const uint8_t* const pSrc[3],
-                                                      int32_t srcStep, uint8_t* const pDst[3],
-                                                      int32_t dstStep, zepiSize roiSize);
+ZEP_API zepStatus ZEP_CALL zepiYCbCrToRGB_JPEG_8u_P3R(const uint8_t* const pSrc[3], int32_t srcStep,
+                                                      uint8_t* const pDst[3], int32_t dstStep,
+                                                      zepiSize roiSize);
 /** Planes Y, Cb, Cr to BGR by the inverse rule. Row-parallel. */
 ZEP_API zepStatus ZEP_CALL zepiYCbCrToBGR_JPEG_8u_P3C3R(const uint8_t* const pSrc[3],
                                                         int32_t srcStep, uint8_t* pDst,
@@ -309,9 +305,9 @@ ZEP_API zepStatus ZEP_CALL zepiYCCKToCMYK_JPEG_8u_P4C4R(const uint8_t* const pSr
                                                         int32_t srcStep, uint8_t* pDst,
                                                         int32_t dstStep, zepiSize roiSize);
 /** Planes C, M, Y, K out, otherwise as zepiYCCKToCMYK_JPEG_8u_P4C4R(). Row-parallel. */
-ZEP_API zepStatus ZEP_CALL zepiYCCKToCMYK_JPEG_8u_P4R(const uint8_t* const pSrc[4],
-                                                      int32_t srcStep, uint8_t* const pDst[4],
-                                                      int32_t dstStep, zepiSize roiSize);
+ZEP_API zepStatus ZEP_CALL zepiYCCKToCMYK_JPEG_8u_P4R(const uint8_t* const pSrc[4], int32_t srcStep,
+                                                      uint8_t* const pDst[4], int32_t dstStep,
+                                                      zepiSize roiSize);
 /**
  * Rows of Y0 Cb Y1 Cr to RGB by the inverse rule; both pixels of a pair share Cb and Cr. An odd width:
  * ::zepStatusBadSize. Row-parallel.
@@ -427,8 +423,8 @@ ZEP_API zepStatus ZEP_CALL zepiDCTQuantFwd8x8_JPEG_16s_C1(const int16_t* pSrc, i
 ZEP_API zepStatus ZEP_CALL zepiDCTQuantFwd8x8_JPEG_16s_C1I(int16_t* pSrcDst,
                                                            const uint16_t* pQuantFwdTable);
 /** 8 rows of 8 samples, `srcStep` bytes apart: minus 128, forward DCT, quantization. */
-ZEP_API zepStatus ZEP_CALL zepiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(const uint8_t* pSrc,
-                                                               int32_t srcStep, int16_t* pDst,
+ZEP_API zepStatus ZEP_CALL zepiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(const uint8_t* pSrc, int32_t srcStep,
+                                                               int16_t* pDst,
                                                                const uint16_t* pQuantFwdTable);
 /**
  * 8 rows of 8 samples of 12 bits, `srcStep` bytes apart: minus 2048, forward DCT, quantization. A
@@ -464,8 +460,8 @@ ZEP_API zepStatus ZEP_CALL zepiDCTQuantInv8x8LS_JPEG_16s8u_C1R(const int16_t* pS
                                                                int32_t dstStep,
                                                                const uint16_t* pQuantInvTable);
 /** The same to 8x8 samples of 12 bits: plus 2048, saturated to 0..4095. */
-ZEP_API zepStatus ZEP_CALL zepiDCTQuantInv8x8LS_JPEG_16s16u_C1R(const int16_t* pSrc,
-                                                                uint16_t* pDst, int32_t dstStep,
+ZEP_API zepStatus ZEP_CALL zepiDCTQuantInv8x8LS_JPEG_16s16u_C1R(const int16_t* pSrc, uint16_t* pDst,
+                                                                int32_t dstStep,
                                                                 const uint16_t* pQuantInvTable);
 /**
  * 8x8 samples from the DC coefficient alone: all are the low 16 bits, taken as signed, of
@@ -486,11 +482,13 @@ ZEP_API zepStatus ZEP_CALL zepiDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R(const int16_t
  * The block at half scale: the 4-point inverse DCT of the 4x4 coefficients of lowest frequency,
  * f = 1/4 sum C(u) C(v) F(u,v) cos((2x+1) u pi / 8) cos((2y+1) v pi / 8), to 4 rows of 4 samples.
  */
-ZEP_API zepStatus ZEP_CALL zepiDCTQuantInv8x8To4x4LS_JPEG_16s8u_C1R(
-    const int16_t* pSrc, uint8_t* pDst, int32_t dstStep, const uint16_t* pQuantInvTable);
+ZEP_API zepStatus ZEP_CALL zepiDCTQuantInv8x8To4x4LS_JPEG_16s8u_C1R(const int16_t* pSrc,
+                                                                    uint8_t* pDst, int32_t dstStep,
+                                                                    const uint16_t* pQuantInvTable);
 /** The block at quarter scale: the 2-point inverse DCT, likewise, to 2 rows of 2 samples. */
-ZEP_API zepStatus ZEP_CALL zepiDCTQuantInv8x8To2x2LS_JPEG_16s8u_C1R(
-    const int16_t* pSrc, uint8_t* pDst, int32_t dstStep, const uint16_t* pQuantInvTable);
+ZEP_API zepStatus ZEP_CALL zepiDCTQuantInv8x8To2x2LS_JPEG_16s8u_C1R(const int16_t* pSrc,
+                                                                    uint8_t* pDst, int32_t dstStep,
+                                                                    const uint16_t* pQuantInvTable);
 /** @} */
 
 /**
@@ -566,10 +564,10 @@ ZEP_API zepStatus ZEP_CALL zepiDecodeHuffmanSpecFree_JPEG_8u(zepiDecodeHuffmanSp
 
 /** Encoder's state of one stream; only its size is of interest to callers. */
 typedef struct zepiEncodeHuffmanState {
-  uint32_t bits;        /**< Pending bits, the next one at bit 23. */
-  uint32_t reserved;    /**< 0. */
-  int32_t numBits;      /**< Number of pending bits, 0..7 between calls. */
-  uint32_t eobRun;      /**< For progressive scans: blocks in the end-of-band run. */
+  uint32_t bits;              /**< Pending bits, the next one at bit 23. */
+  uint32_t reserved;          /**< 0. */
+  int32_t numBits;            /**< Number of pending bits, 0..7 between calls. */
+  uint32_t eobRun;            /**< For progressive scans: blocks in the end-of-band run. */
   uint32_t numCorrectionBits; /**< For progressive scans: pending correction bits. */
   uint8_t correctionBits[1024];
   uint32_t spare;
@@ -588,25 +586,25 @@ typedef struct zepiDecodeHuffmanState {
 /** Stores 1048, the size of ::zepiEncodeHuffmanState. */
 ZEP_API zepStatus ZEP_CALL zepiEncodeHuffmanStateGetBufSize_JPEG_8u(int32_t* pSize);
 /** Starts a stream: no pending bits. */
-ZEP_API zepStatus ZEP_CALL zepiEncodeHuffmanStateInit_JPEG_8u(
-    zepiEncodeHuffmanState* pEncHuffState);
+ZEP_API zepStatus ZEP_CALL
+zepiEncodeHuffmanStateInit_JPEG_8u(zepiEncodeHuffmanState* pEncHuffState);
 /** Allocates a state and starts a stream. A failed allocation: ::zepStatusNullPtr. */
-ZEP_API zepStatus ZEP_CALL zepiEncodeHuffmanStateInitAlloc_JPEG_8u(
-    zepiEncodeHuffmanState** ppEncHuffState);
+ZEP_API zepStatus ZEP_CALL
+zepiEncodeHuffmanStateInitAlloc_JPEG_8u(zepiEncodeHuffmanState** ppEncHuffState);
 /** Releases a state of zepiEncodeHuffmanStateInitAlloc_JPEG_8u(). */
-ZEP_API zepStatus ZEP_CALL zepiEncodeHuffmanStateFree_JPEG_8u(
-    zepiEncodeHuffmanState* pEncHuffState);
+ZEP_API zepStatus ZEP_CALL
+zepiEncodeHuffmanStateFree_JPEG_8u(zepiEncodeHuffmanState* pEncHuffState);
 /** Stores 24, the size of ::zepiDecodeHuffmanState. */
 ZEP_API zepStatus ZEP_CALL zepiDecodeHuffmanStateGetBufSize_JPEG_8u(int32_t* pSize);
 /** Starts a stream or a restart interval: nothing read ahead. Zeroes the first 20 bytes. */
-ZEP_API zepStatus ZEP_CALL zepiDecodeHuffmanStateInit_JPEG_8u(
-    zepiDecodeHuffmanState* pDecHuffState);
+ZEP_API zepStatus ZEP_CALL
+zepiDecodeHuffmanStateInit_JPEG_8u(zepiDecodeHuffmanState* pDecHuffState);
 /** Allocates a state and starts a stream. A failed allocation: ::zepStatusNullPtr. */
-ZEP_API zepStatus ZEP_CALL zepiDecodeHuffmanStateInitAlloc_JPEG_8u(
-    zepiDecodeHuffmanState** ppDecHuffState);
+ZEP_API zepStatus ZEP_CALL
+zepiDecodeHuffmanStateInitAlloc_JPEG_8u(zepiDecodeHuffmanState** ppDecHuffState);
 /** Releases a state of zepiDecodeHuffmanStateInitAlloc_JPEG_8u(). */
-ZEP_API zepStatus ZEP_CALL zepiDecodeHuffmanStateFree_JPEG_8u(
-    zepiDecodeHuffmanState* pDecHuffState);
+ZEP_API zepStatus ZEP_CALL
+zepiDecodeHuffmanStateFree_JPEG_8u(zepiDecodeHuffmanState* pDecHuffState);
 
 /**
  * Encodes one block, or flushes.
@@ -624,8 +622,8 @@ ZEP_API zepStatus ZEP_CALL zepiDecodeHuffmanStateFree_JPEG_8u(
  *   ::zepStatusBadHuffTable: a symbol without a code, or an AC coefficient of -32768.
  */
 ZEP_API zepStatus ZEP_CALL zepiEncodeHuffman8x8_JPEG_16s1u_C1(
-    const int16_t* pSrc, uint8_t* pDst, int32_t dstLenBytes, int32_t* pDstCurrPos,
-    int16_t* pLastDC, const zepiEncodeHuffmanSpec* pDcTable, const zepiEncodeHuffmanSpec* pAcTable,
+    const int16_t* pSrc, uint8_t* pDst, int32_t dstLenBytes, int32_t* pDstCurrPos, int16_t* pLastDC,
+    const zepiEncodeHuffmanSpec* pDcTable, const zepiEncodeHuffmanSpec* pAcTable,
     zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState);
 
 /**
@@ -643,13 +641,14 @@ ZEP_API zepStatus ZEP_CALL zepiEncodeHuffman8x8_JPEG_16s1u_C1(
  *   its 64 values is written.
  */
 ZEP_API zepStatus ZEP_CALL zepiDecodeHuffman8x8_JPEG_1u16s_C1(
-    const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcCurrPos, int16_t* pDst,
-    int16_t* pLastDC, int32_t* pMarker, const zepiDecodeHuffmanSpec* pDcTable,
-    const zepiDecodeHuffmanSpec* pAcTable, zepiDecodeHuffmanState* pDecHuffState);
+    const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcCurrPos, int16_t* pDst, int16_t* pLastDC,
+    int32_t* pMarker, const zepiDecodeHuffmanSpec* pDcTable, const zepiDecodeHuffmanSpec* pAcTable,
+    zepiDecodeHuffmanState* pDecHuffState);
 /** @} */
 
 /* Record sizes are part of the binary interface. */
-#define ZEP_ASSERT_SIZE(type, size) typedef char type##_has_##size##_bytes[sizeof(type) == (size) ? 1 : -1]
+#define ZEP_ASSERT_SIZE(type, size) \
+  typedef char type##_has_##size##_bytes[sizeof(type) == (size) ? 1 : -1]
 ZEP_ASSERT_SIZE(zepiSize, 8);
 ZEP_ASSERT_SIZE(zepiEncodeHuffmanSpec, 1024);
 ZEP_ASSERT_SIZE(zepiDecodeHuffmanSpec, 1644);

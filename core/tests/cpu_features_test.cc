@@ -63,20 +63,11 @@ const std::vector<NeededBit>& NeededBits() {
 void Flip(const NeededBit& bit, FeatureWords* words) {
   const uint32_t flag = 1U << bit.position;
   switch (bit.word) {
-    case '1':
-      words->leaf1_ecx ^= flag;
-      break;
-    case 'b':
-      words->leaf7_ebx ^= flag;
-      break;
-    case 'c':
-      words->leaf7_ecx ^= flag;
-      break;
-    case 'e':
-      words->extended1_ecx ^= flag;
-      break;
-    default:
-      words->xcr0 ^= flag;
+    case '1': words->leaf1_ecx ^= flag; break;
+    case 'b': words->leaf7_ebx ^= flag; break;
+    case 'c': words->leaf7_ecx ^= flag; break;
+    case 'e': words->extended1_ecx ^= flag; break;
+    default: words->xcr0 ^= flag;
   }
 }
 

@@ -39,10 +39,6 @@ bool ProcessorHasFloor() {
 
 }  // namespace
 
-Variant VariantOf(uint64_t cpu_features) {
-  return (cpu_features & ZEPCORE_CPU_VARIANT) == ZEPCORE_CPU_VARIANT ? Variant::kS8 : Variant::kV8;
-}
-
 Enabled EnabledAtLoad() {
   if (!ProcessorHasFloor()) {
     std::fprintf(stderr, "zepjp: this processor has no %s, which this library needs\n", kFloor);

@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+#include "zepcore.h"
+
 // A constructor that runs before those of the program's own global objects (static libraries).
 #define ZEP_AT_LOAD __attribute__((constructor(101)))
 
@@ -14,7 +16,9 @@ namespace zepjp {
 enum class Variant : int32_t { kV8 = 0, kS8 = 1 };
 
 // The variant that a feature mask stands for: both of its variant bits are set, or it is V8.
-Variant VariantOf(uint64_t cpu_features);
+constexpr Variant VariantOf(uint64_t cpu_features) {
+  return (cpu_features & ZEPCORE_CPU_VARIANT) == ZEPCORE_CPU_VARIANT ? Variant::kS8 : Variant::kV8;
+}
 
 // What may run here.
 struct Enabled {

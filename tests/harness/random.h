@@ -30,22 +30,16 @@ T PatternValue(Pattern pattern, size_t index, Random& random) {
   constexpr auto kMax = std::numeric_limits<T>::max();
   const auto limit = [](bool low) { return low ? kMin : kMax; };
   switch (pattern) {
-    case Pattern::kMin:
-      return kMin;
-    case Pattern::kMax:
-      return kMax;
-    case Pattern::kAlternating:
-      return limit(index % 2 == 0);
-    case Pattern::kRamp:
-      return static_cast<T>(kMin + static_cast<T>(index * 7));
+    case Pattern::kMin: return kMin;
+    case Pattern::kMax: return kMax;
+    case Pattern::kAlternating: return limit(index % 2 == 0);
+    case Pattern::kRamp: return static_cast<T>(kMin + static_cast<T>(index * 7));
     case Pattern::kNearLimits: {
       const auto off = static_cast<T>(random() % 4);
       return random() % 2 ? static_cast<T>(kMin + off) : static_cast<T>(kMax - off);
     }
-    case Pattern::kSmall:
-      return static_cast<T>(static_cast<int>(random() % 7) - 3);
-    case Pattern::kRandom:
-      break;
+    case Pattern::kSmall: return static_cast<T>(static_cast<int>(random() % 7) - 3);
+    case Pattern::kRandom: break;
   }
   return static_cast<T>(random());
 }

@@ -64,8 +64,12 @@ void ExpectOrder(const Named<Export>& exported, zepiSize src_size, zepiSize dst_
   const zepiSize wide = {src_size.width + 1, src_size.height};
   const zepiSize high = {src_size.width, src_size.height + 1};
   CheckOrder(exported, static_cast<const uint8_t*>(src), 8, src_size, &dst[0], 8, dst_size)
-      .template Null<0>().template Step<1>().template Null<3>().template Step<4>()
-      .template Size<2>().template Size<5>()
+      .template Null<0>()
+      .template Step<1>()
+      .template Null<3>()
+      .template Step<4>()
+      .template Size<2>()
+      .template Size<5>()
       .template Bad<2>(zepStatusBadSize, {wide, high})
       .Output(dst, sizeof(dst))
       .Run();

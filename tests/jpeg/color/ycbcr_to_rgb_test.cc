@@ -56,20 +56,55 @@ TEST(YcbcrToRgb, ChecksInOrder) {
   uint8_t* const* const to = dst_planes;
   constexpr zepiSize kSize = {4, 2};
   CheckOrder(HARNESS_NAMED(zepiYCbCrToRGB_JPEG_8u_P3C3R), from, 16, &dst[0][0], 16, kSize)
-      .Planes<0, 3>().Null<2>().Step<1>().Step<3>().Size<4>().Output(dst, sizeof(dst)).Run();
+      .Planes<0, 3>()
+      .Null<2>()
+      .Step<1>()
+      .Step<3>()
+      .Size<4>()
+      .Output(dst, sizeof(dst))
+      .Run();
   CheckOrder(HARNESS_NAMED(zepiYCbCrToBGR_JPEG_8u_P3C3R), from, 16, &dst[0][0], 16, kSize)
-      .Planes<0, 3>().Null<2>().Step<1>().Step<3>().Size<4>().Output(dst, sizeof(dst)).Run();
+      .Planes<0, 3>()
+      .Null<2>()
+      .Step<1>()
+      .Step<3>()
+      .Size<4>()
+      .Output(dst, sizeof(dst))
+      .Run();
   CheckOrder(HARNESS_NAMED(zepiYCbCrToRGB_JPEG_8u_P3R), from, 16, to, 16, kSize)
-      .Planes<0, 3>().Planes<2, 3>().Step<1>().Step<3>().Size<4>().Output(dst, sizeof(dst)).Run();
+      .Planes<0, 3>()
+      .Planes<2, 3>()
+      .Step<1>()
+      .Step<3>()
+      .Size<4>()
+      .Output(dst, sizeof(dst))
+      .Run();
   CheckOrder(HARNESS_NAMED(zepiYCCKToCMYK_JPEG_8u_P4C4R), from, 16, &dst[0][0], 16, kSize)
-      .Planes<0, 4>().Null<2>().Step<1>().Step<3>().Size<4>().Output(dst, sizeof(dst)).Run();
+      .Planes<0, 4>()
+      .Null<2>()
+      .Step<1>()
+      .Step<3>()
+      .Size<4>()
+      .Output(dst, sizeof(dst))
+      .Run();
   CheckOrder(HARNESS_NAMED(zepiYCCKToCMYK_JPEG_8u_P4R), from, 16, to, 16, kSize)
-      .Planes<0, 4>().Planes<2, 4>().Step<1>().Step<3>().Size<4>().Output(dst, sizeof(dst)).Run();
+      .Planes<0, 4>()
+      .Planes<2, 4>()
+      .Step<1>()
+      .Step<3>()
+      .Size<4>()
+      .Output(dst, sizeof(dst))
+      .Run();
   const uint8_t* const interleaved = src[0];
   CheckOrder(HARNESS_NAMED(zepiYCbCr422ToRGB_JPEG_8u_C2C3R), interleaved, 16, &dst[0][0], 16, kSize)
-      .Null<0>().Null<2>().Step<1>().Step<3>().Size<4>()
+      .Null<0>()
+      .Null<2>()
+      .Step<1>()
+      .Step<3>()
+      .Size<4>()
       .Bad<4>(zepStatusBadSize, {zepiSize{3, 2}})
-      .Output(dst, sizeof(dst)).Run();
+      .Output(dst, sizeof(dst))
+      .Run();
 }
 
 }  // namespace

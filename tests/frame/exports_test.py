@@ -1,0 +1,75 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""The list of exports, the dynamic symbols, the public header, tests and benchmarks agree."""
+import argparse
+import pathlib
+import re
+import subprocess
+import sys
+
+
+def dynamic_symbols(library, nm):
+    output = subprocess.run([nm, "-D", "--defined-only", library], check=True, text=True,
+                            capture_output=True).stdout
+    symbols = [line.split()[-1].split("@")[0] for line in output.splitlines()]
+    return {symbol for symbol in symbols if symbol != "ZEPJP_7"}
+
+
+def declared(header):
+    text = re.sub(r"/\*.*?\*/", "", header.read_text(), flags=re.S)
+    return set(re.findall(r"ZEP_CALL\s+(zep\w+)\s*\(", text))
+
+
+def undocumented(header):
+    """Declarations that no comment stands in front of."""
+    text = header.read_text()
+    return {match.group(2) for match in
+            re.finditer(r"(\S[^\n]*)\nZEP_API[^;]*?ZEP_CALL\s+(zep\w+)\s*\(", text)
+            if not match.group(1).endswith("*/")}
+
+
+def words_in(paths):
+    words = set()
+    for path in paths:
+        words.update(re.findall(r"\bzep\w+", path.read_text()))
+    return words
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--source", type=pathlib.Path, required=True)
+    parser.add_argument("--library", required=True)
+    parser.add_argument("--nm", default="nm")
+    arguments = parser.parse_args()
+    source = arguments.source
+    listed = (source / "src/exports.txt").read_text().split()
+    wanted = set(listed)
+    header = source / "include/zepjp.h"
+    failures = []
+
+    def expect(what, names):
+        if names:
+            failures.append(f"{what}: {', '.join(sorted(names))}")
+
+    expect("listed twice", {name for name in wanted if listed.count(name) > 1})
+    symbols = dynamic_symbols(arguments.library, arguments.nm)
+    expect("listed but not exported", wanted - symbols)
+    expect("exported but not listed", symbols - wanted)
+    expect("listed but not declared", wanted - declared(header))
+    expect("declared but not listed", declared(header) - wanted)
+    expect("not documented", undocumented(header))
+    tests = [p for p in (source / "tests").rglob("*.cc") if "reference" not in p.parts]
+    expect("without a test", wanted - words_in(tests))
+    benches = words_in((source / "bench").glob("*.cc"))
+    expect("without a benchmark", {name for name in wanted - benches if needs_benchmark(name)})
+    print("\n".join(failures) or f"{len(wanted)} exports agree")
+    return 1 if failures else 0
+
+
+def needs_benchmark(name):
+    """Size queries, allocation and the version do no work worth timing."""
+    return not re.search(r"GetBufSize|Alloc|Free|GetLibVersion|StateInit", name)
+
+
+if __name__ == "__main__":
+    sys.exit(main())

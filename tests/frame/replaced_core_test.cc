@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+// A program that brings its own core library: no features but the variant's bits, its own thread
+// count, and memory that it counts.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include "zepcore.h"
+#include "zepjp.h"
+
+namespace {
+
+int thread_count_calls = 0;
+
+}  // namespace
+
+uint64_t zepGetEnabledCpuFeatures(void) { return 0x30; }
+
+int32_t ownGetNumThreads(void) {
+  ++thread_count_calls;
+  return 3;
+}
+
+namespace {
+
+TEST(ReplacedCore, ItsMaskChoosesTheVariant) {
+  EXPECT_EQ(std::memcmp(zepjGetLibVersion()->cpuCode, "s8\0", 4), 0);
+}
+
+TEST(ReplacedCore, ItsThreadCountIsAsked) {
+  const zepiSize size = {128, 65};
+  std::vector<uint8_t> rgb(static_cast<size_t>(size.width * size.height * 3), 200);
+  std::vector<uint8_t> y(static_cast<size_t>(size.width * size.height));
+  const int before = thread_count_calls;
+  ASSERT_EQ(zepiRGBToY_JPEG_8u_C3C1R(rgb.data(), size.width * 3, y.data(), size.width, size), 0);
+  EXPECT_EQ(thread_count_calls, before + 1);
+  for (const uint8_t value : y) ASSERT_EQ(value, 200);
+}
+
+}  // namespace

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+#include "frame/startup.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "frame/memory.h"
+#include "simd/dispatch.h"
+#include "zepjp.h"
+
+namespace {
+
+using zepjp::Variant;
+
+TEST(Startup, BothBitsChooseTheOtherVariant) {
+  EXPECT_EQ(zepjp::VariantOf(0), Variant::kV8);
+  EXPECT_EQ(zepjp::VariantOf(0x10), Variant::kV8);
+  EXPECT_EQ(zepjp::VariantOf(0x20), Variant::kV8);
+  EXPECT_EQ(zepjp::VariantOf(0x30), Variant::kS8);
+  EXPECT_EQ(zepjp::VariantOf(~uint64_t{0x30}), Variant::kV8);
+  EXPECT_EQ(zepjp::VariantOf(~uint64_t{0}), Variant::kS8);
+}
+
+TEST(Startup, VersionRecord) {
+  const char* const expected = std::getenv("ZEPJP_EXPECTED_VARIANT");
+  const std::string code = expected != nullptr ? expected : "v8";
+  const zepLibraryVersion* const version = zepjGetLibVersion();
+  EXPECT_EQ(version, zepjGetLibVersion());
+  EXPECT_EQ(version->major, ZEPJP_VERSION_MAJOR);
+  EXPECT_EQ(version->minor, ZEPJP_VERSION_MINOR);
+  EXPECT_EQ(version->update, ZEPJP_VERSION_UPDATE);
+  EXPECT_EQ(version->revision, 36264);
+  char padded[4] = {};
+  std::memcpy(padded, code.data(), code.size());
+  EXPECT_EQ(std::memcmp(version->cpuCode, padded, 4), 0);
+  EXPECT_STREQ(version->name, code == "s8" ? "zepJP Mote (s8)" : "zepJP SSSE3 (v8)");
+  EXPECT_STREQ(version->versionText, "7.1.0 (r36264)");
+  EXPECT_STREQ(version->buildDate, "Jul 23 2012");
+}
+
+TEST(Startup, BestEnabledTableIsChosen) {
+  const int ssse3 = 0, sse4 = 1, avx2 = 2, avx512 = 3, neon = 4;
+  const zepjp::PerTarget<int> x86 = {&ssse3, &sse4, &avx2, &avx512, nullptr};
+  const auto choose = [&](bool has_sse4, bool has_avx2, bool has_avx512) {
+    return *zepjp::Choose(x86, {has_sse4, has_avx2, has_avx512, Variant::kV8});
+  };
+  EXPECT_EQ(choose(false, false, false), ssse3);
+  EXPECT_EQ(choose(true, false, false), sse4);
+  EXPECT_EQ(choose(true, true, false), avx2);
+  EXPECT_EQ(choose(true, true, true), avx512);
+  const zepjp::PerTarget<int> x86_32 = {&ssse3, &sse4, nullptr, nullptr, nullptr};
+  EXPECT_EQ(*zepjp::Choose(x86_32, {true, true, true, Variant::kV8}), sse4);
+  const zepjp::PerTarget<int> arm = {nullptr, nullptr, nullptr, nullptr, &neon};
+  EXPECT_EQ(*zepjp::Choose(arm, {false, false, false, Variant::kV8}), neon);
+}
+
+TEST(Startup, MemoryRefusesSizesBelowOne) {
+  EXPECT_EQ(zepjp::Allocate(0), nullptr);
+  EXPECT_EQ(zepjp::Allocate(-1), nullptr);
+  void* const memory = zepjp::Allocate(1);
+  ASSERT_NE(memory, nullptr);
+  EXPECT_EQ(reinterpret_cast<uintptr_t>(memory) % 64, 0U);
+  zepjp::Release(memory);
+}
+
+TEST(Startup, EveryStatusHasItsName) {
+  EXPECT_STREQ(zepStatusName(zepStatusOk), "zepStatusOk");
+  EXPECT_STREQ(zepStatusName(zepStatusBadHuffCode), "zepStatusBadHuffCode");
+  EXPECT_STREQ(zepStatusName(zepStatusOddSizeWarning), "zepStatusOddSizeWarning");
+  EXPECT_STREQ(zepStatusName(1), "unknown status");
+  EXPECT_STREQ(zepStatusName(-256), "unknown status");
+}
+
+}  // namespace
