@@ -12,12 +12,16 @@
 #  define ZEP_TARGET_STR HWY_TARGET_STR
 #endif
 
+// ZEP_ATTR stands behind the arguments of a lambda in a kernel.
 #undef ZEP_BEFORE_NAMESPACE
+#undef ZEP_ATTR
 #ifdef ZEP_TARGET_STR
+#  define ZEP_ATTR __attribute__((target(ZEP_TARGET_STR)))
 #  define ZEP_BEFORE_NAMESPACE()        \
     HWY_PUSH_ATTRIBUTES(ZEP_TARGET_STR) \
     static_assert(true, "For requiring trailing semicolon")
 #else
+#  define ZEP_ATTR
 #  define ZEP_BEFORE_NAMESPACE() HWY_BEFORE_NAMESPACE()
 #endif
 

@@ -43,7 +43,7 @@ HWY_INLINE void StoreValues(hn::VFromD<D16> values, uint8_t* to) {
 
 // A sum that saturates at 16 bits is beyond 255 anyway.
 void Add128Row(const uint8_t* src, uint8_t* dst, size_t width) {
-  const auto step = [](const uint8_t* const* from, uint8_t* const* to, size_t x) HWY_ATTR {
+  const auto step = [](const uint8_t* const* from, uint8_t* const* to, size_t x) ZEP_ATTR {
     const auto offset = hn::Set(D16(), 128);
     const auto low = hn::SaturatedAdd(LoadValues(from[0] + 2 * x), offset);
     const auto high = hn::SaturatedAdd(LoadValues(from[0] + 2 * x + kStep), offset);
@@ -53,7 +53,7 @@ void Add128Row(const uint8_t* src, uint8_t* dst, size_t width) {
 }
 
 void Sub128Row(const uint8_t* src, uint8_t* dst, size_t width) {
-  const auto step = [](const uint8_t* const* from, uint8_t* const* to, size_t x) HWY_ATTR {
+  const auto step = [](const uint8_t* const* from, uint8_t* const* to, size_t x) ZEP_ATTR {
     const hn::Half<D8> half;
     const auto offset = hn::Set(D16(), 128);
     const auto low = hn::PromoteTo(D16(), hn::LoadU(half, from[0] + x));

@@ -113,7 +113,7 @@ HWY_INLINE V8 Convert(const Pairs& p, const Component& c) {
 template <class Source, const Rule& kRule>
 void ConvertSpan(const uint8_t* const* src, uint8_t* const* dst, size_t begin, size_t end) {
   ForElements<kPixels, Source, Span<3, 1>>(
-      src, dst, begin, end, [](const uint8_t* const* from, uint8_t* const* to, size_t x) HWY_ATTR {
+      src, dst, begin, end, [](const uint8_t* const* from, uint8_t* const* to, size_t x) ZEP_ATTR {
         const Pairs pairs = Source::Load(from, x);
         hn::StoreU(Convert<kRule.shift>(pairs, kRule.y), D8(), to[0] + x);
         hn::StoreU(Convert<kRule.shift>(pairs, kRule.cb), D8(), to[1] + x);
@@ -136,7 +136,7 @@ template <class Source, class Order>
 void LuminanceSpan(const uint8_t* const* src, uint8_t* const* dst, size_t begin, size_t end) {
   static constexpr Component kY = Order::kGroups.y;
   ForElements<kPixels, Source, Span<1, 1>>(
-      src, dst, begin, end, [](const uint8_t* const* from, uint8_t* const* to, size_t x) HWY_ATTR {
+      src, dst, begin, end, [](const uint8_t* const* from, uint8_t* const* to, size_t x) ZEP_ATTR {
         hn::StoreU(Convert<15>(Source::Load(from, x), kY), D8(), to[0] + x);
       });
 }
@@ -149,7 +149,7 @@ void LuminanceRow(const uint8_t* const* src, uint8_t* const* dst, size_t width) 
 void CmykRowC4(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
   ConvertSpan<Interleaved<4>, Inks14::kGroups>(src, dst, 0, width);
   const uint8_t* from = src[0];
-  const auto store_k = [](const uint8_t* const* in, uint8_t* const* out, size_t x) HWY_ATTR {
+  const auto store_k = [](const uint8_t* const* in, uint8_t* const* out, size_t x) ZEP_ATTR {
     V8 c, m, y, k;
     hn::LoadInterleaved4(D8(), in[0] + 4 * x, c, m, y, k);
     hn::StoreU(k, D8(), out[0] + x);

@@ -52,7 +52,7 @@ HWY_INLINE V16 Means(const uint8_t* const* src, size_t offset) {
 
 template <int kRows>
 void DownRow(const uint8_t* const* src, uint8_t* dst, size_t width) {
-  const auto step = [](const uint8_t* const* from, uint8_t* const* to, size_t x) HWY_ATTR {
+  const auto step = [](const uint8_t* const* from, uint8_t* const* to, size_t x) ZEP_ATTR {
     const V8 means = PackBlocks(Means<kRows>(from, 2 * x), Means<kRows>(from, 2 * x + kSamples));
     hn::StoreU(OrderHalves(means), D8(), to[0] + x);
   };
@@ -90,7 +90,7 @@ HWY_INLINE void UpGapsH2V1(const uint8_t* const* src, uint8_t* const* dst, size_
   const Sums near_left = Weighted(left, right);
   const Sums near_right = Weighted(right, left);
   const auto round = [](V16 v)
-                         HWY_ATTR { return hn::ShiftRight<2>(hn::Add(v, hn::Set(D16(), 2))); };
+                         ZEP_ATTR { return hn::ShiftRight<2>(hn::Add(v, hn::Set(D16(), 2))); };
   StorePairs(round(near_left.low), round(near_right.low), round(near_left.high),
              round(near_right.high), dst[0] + 2 * x);
 }

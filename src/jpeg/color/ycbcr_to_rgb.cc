@@ -97,9 +97,9 @@ struct PlanarYcc : Span<3, 1> {
     const V8 cb = hn::LoadU(d8, src[1] + x);
     const V8 cr = hn::LoadU(d8, src[2] + x);
     const auto low = [&](V8 v)
-                         HWY_ATTR { return hn::BitCast(d16, hn::InterleaveLower(d8, v, zero)); };
+                         ZEP_ATTR { return hn::BitCast(d16, hn::InterleaveLower(d8, v, zero)); };
     const auto high = [&](V8 v)
-                          HWY_ATTR { return hn::BitCast(d16, hn::InterleaveUpper(d8, v, zero)); };
+                          ZEP_ATTR { return hn::BitCast(d16, hn::InterleaveUpper(d8, v, zero)); };
     return Convert({low(y), Centred(low(cb)), Centred(low(cr))},
                    {high(y), Centred(high(cb)), Centred(high(cr))});
   }
@@ -147,19 +147,19 @@ struct ToPlanes : Span<3, 1> {
 };
 
 HWY_INLINE Rgb Inks(const Rgb& p) {
-  const auto invert = [](V8 v) HWY_ATTR { return hn::Xor(v, hn::Set(D8(), 255)); };
+  const auto invert = [](V8 v) ZEP_ATTR { return hn::Xor(v, hn::Set(D8(), 255)); };
   return {invert(p.r), invert(p.g), invert(p.b)};
 }
 
 template <class Source, class Target>
 void ConvertRow(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
   const auto step = [](const uint8_t* const* from, uint8_t* const* to, size_t x)
-                        HWY_ATTR { Target::Store(Source::Load(from, x), to, x); };
+                        ZEP_ATTR { Target::Store(Source::Load(from, x), to, x); };
   ForElements<kPixels, Source, Target>(src, dst, 0, width, step);
 }
 
 void CmykRowC4(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
-  const auto step = [](const uint8_t* const* from, uint8_t* const* to, size_t x) HWY_ATTR {
+  const auto step = [](const uint8_t* const* from, uint8_t* const* to, size_t x) ZEP_ATTR {
     const Rgb inks = Inks(PlanarYcc::Load(from, x));
     const V8 k = hn::LoadU(D8(), from[3] + x);
     hn::StoreInterleaved4(inks.r, inks.g, inks.b, k, D8(), to[0] + 4 * x);
@@ -169,7 +169,7 @@ void CmykRowC4(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
 
 void CmykRowP4(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
   const auto step = [](const uint8_t* const* from, uint8_t* const* to, size_t x)
-                        HWY_ATTR { ToPlanes::Store(Inks(PlanarYcc::Load(from, x)), to, x); };
+                        ZEP_ATTR { ToPlanes::Store(Inks(PlanarYcc::Load(from, x)), to, x); };
   ForElements<kPixels, Span<3, 1>, Span<3, 1>>(src, dst, 0, width, step);
   CopyBytes(src[3], dst[3], width);
 }
