@@ -88,7 +88,11 @@ HWY_INLINE hn::Vec128<int16_t> PairDot(hn::Vec128<uint8_t> v) {
 }
 HWY_INLINE hn::Vec128<int32_t> DotAcc(hn::Vec128<int32_t> acc, hn::Vec128<int16_t> a,
                                       hn::Vec128<int16_t> b) {
+#    if HWY_TARGET <= HWY_AVX3
+  return hn::Vec128<int32_t>{_mm_dpwssd_epi32(acc.raw, a.raw, b.raw)};
+#    else
   return hn::Vec128<int32_t>{_mm_add_epi32(acc.raw, _mm_madd_epi16(a.raw, b.raw))};
+#    endif
 }
 
 #    if HWY_TARGET <= HWY_AVX2  // a newer instruction set has a smaller number
@@ -105,7 +109,11 @@ HWY_INLINE hn::Vec256<int16_t> PairDot(hn::Vec256<uint8_t> v) {
 }
 HWY_INLINE hn::Vec256<int32_t> DotAcc(hn::Vec256<int32_t> acc, hn::Vec256<int16_t> a,
                                       hn::Vec256<int16_t> b) {
+#      if HWY_TARGET <= HWY_AVX3
+  return hn::Vec256<int32_t>{_mm256_dpwssd_epi32(acc.raw, a.raw, b.raw)};
+#      else
   return hn::Vec256<int32_t>{_mm256_add_epi32(acc.raw, _mm256_madd_epi16(a.raw, b.raw))};
+#      endif
 }
 
 #    endif

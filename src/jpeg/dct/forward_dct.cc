@@ -1,0 +1,239 @@
+// SPDX-License-Identifier: MIT
+// Forward DCT with quantization (ITU-T T.81, A.3.3 and A.3.4).
+//
+// Samples of 8 bits: a column pass in 16-bit lanes in tangent form, a row pass in 32-bit dot products
+// that removes the scale which the column pass leaves, and the quantization, all on registers.
+// Samples of 12 bits: two products with the matrix of cosines in single precision.
+#include "frame/checks.h"
+#include "frame/rows.h"
+#include "simd/dispatch.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "jpeg/dct/forward_dct.cc"
+#include "hwy/foreach_target.h"
+#include "jpeg/dct/block-inl.h"
+#include "jpeg/dct/float_dct-inl.h"
+
+#ifndef ZEPJP_FORWARD_DCT_KERNELS
+#  define ZEPJP_FORWARD_DCT_KERNELS
+namespace zepjp {
+namespace {
+
+struct Kernels {
+  void (*values)(const int16_t* src, int16_t* dst, const uint16_t* table);
+  void (*samples8)(const uint8_t* src, int32_t step, int16_t* dst, const uint16_t* table);
+  void (*samples12)(const uint16_t* src, int32_t step, int16_t* dst, const uint16_t* table);
+};
+
+}  // namespace
+}  // namespace zepjp
+#endif
+
+ZEP_BEFORE_NAMESPACE();
+namespace zepjp {
+namespace HWY_NAMESPACE {
+namespace {
+
+// What the input of the column pass is: any values, or unsigned samples, for which no sum leaves 16
+// bits and the level shift is a constant in the sum of all rows.
+enum class Input { kValues, kSamples };
+
+// v << kBits, saturated.
+template <Input kInput, int kBits>
+HWY_INLINE VRow Scale(VRow v) {
+  if constexpr (kInput == Input::kSamples) return hn::ShiftLeft<kBits>(v);
+  for (int i = 0; i < kBits; ++i) v = hn::SaturatedAdd(v, v);
+  return v;
+}
+
+// tan(pi / 16), tan(2 pi / 16), tan(3 pi / 16) - 1 and cos(pi / 4) / 2 in units of 2^-16.
+constexpr int16_t kTan1 = 13036, kTan2 = 27146, kTan3Less1 = -21746, kHalfCos4 = 23170;
+
+HWY_INLINE VRow MulHigh(VRow v, int16_t factor) { return hn::MulHigh(v, hn::Set(DRow(), factor)); }
+HWY_INLINE VRow TimesTan3(VRow v) { return hn::SaturatedAdd(MulHigh(v, kTan3Less1), v); }
+
+// A product that was cut off below is half a unit too small in the mean; this makes up for it.
+HWY_INLINE VRow Rounded(VRow v) { return hn::Or(v, hn::Set(DRow(), 1)); }
+
+// Sums and differences of rows that mirror one another.
+struct Mirrored {
+  VRow sum[4], difference[4];  // of rows 0 and 7, 1 and 6, 2 and 5, 3 and 4
+};
+
+HWY_INLINE Mirrored Mirror(const Rows& x) {
+  Mirrored m;
+  for (int i = 0; i < 4; ++i) {
+    m.sum[i] = hn::SaturatedAdd(x.row[i], x.row[7 - i]);
+    m.difference[i] = hn::SaturatedSub(x.row[i], x.row[7 - i]);
+  }
+  return m;
+}
+
+template <Input kInput>
+HWY_INLINE void EvenRows(const Mirrored& m, Rows& out) {
+  const VRow p03 = Scale<kInput, 3>(hn::SaturatedAdd(m.sum[0], m.sum[3]));
+  const VRow m03 = Scale<kInput, 3>(hn::SaturatedSub(m.sum[0], m.sum[3]));
+  const VRow p12 = Scale<kInput, 3>(hn::SaturatedAdd(m.sum[1], m.sum[2]));
+  const VRow m12 = Scale<kInput, 3>(hn::SaturatedSub(m.sum[1], m.sum[2]));
+  out.row[0] = hn::SaturatedAdd(p03, p12);
+  if constexpr (kInput == Input::kSamples) {
+    out.row[0] = hn::Sub(out.row[0], hn::Set(DRow(), 8 * 8 * 128));
+  }
+  out.row[4] = hn::SaturatedSub(p03, p12);
+  out.row[2] = Rounded(hn::SaturatedAdd(m03, MulHigh(m12, kTan2)));
+  out.row[6] = Rounded(hn::SaturatedSub(MulHigh(m03, kTan2), m12));
+}
+
+template <Input kInput>
+HWY_INLINE void OddRows(const Mirrored& m, Rows& out) {
+  const VRow d07 = Scale<kInput, 3>(m.difference[0]);
+  const VRow d16 = Scale<kInput, 4>(m.difference[1]);
+  const VRow d25 = Scale<kInput, 4>(m.difference[2]);
+  const VRow d34 = Scale<kInput, 3>(m.difference[3]);
+  const VRow p65 = Rounded(MulHigh(hn::SaturatedAdd(d16, d25), kHalfCos4));
+  const VRow m65 = Rounded(MulHigh(hn::SaturatedSub(d16, d25), kHalfCos4));
+  const VRow p765 = hn::SaturatedAdd(d07, p65);
+  const VRow m765 = hn::SaturatedSub(d07, p65);
+  const VRow p465 = hn::SaturatedAdd(d34, m65);
+  const VRow m465 = hn::SaturatedSub(d34, m65);
+  out.row[1] = Rounded(hn::SaturatedAdd(p765, MulHigh(p465, kTan1)));
+  out.row[7] = Rounded(hn::SaturatedSub(MulHigh(p765, kTan1), p465));
+  out.row[3] = hn::SaturatedSub(m765, TimesTan3(m465));
+  out.row[5] = Rounded(hn::SaturatedAdd(TimesTan3(m765), m465));
+}
+
+// The four dot products of each row, rounded, in natural order.
+HWY_INLINE V16 RowPass(V16 rows, int vector) {
+  static constexpr LaneOrder k76 = MakeLaneOrder(7, 6, 7, 6, 7, 6, 7, 6);
+  static constexpr LaneOrder k54 = MakeLaneOrder(5, 4, 5, 4, 5, 4, 5, 4);
+  static constexpr LaneOrder kInterleave = MakeLaneOrder(0, 4, 1, 5, 2, 6, 3, 7);
+  const V16 x01 = RepeatPair<0>(rows);
+  const V16 x23 = RepeatPair<1>(rows);
+  const V16 x76 = Reorder(rows, k76);
+  const V16 x54 = Reorder(rows, k54);
+  const V32 round = hn::Set(D32(), 1 << 19);
+  const auto dot = [&](V16 a, V16 b, int which) ZEP_ATTR {
+    const V32 sum = DotAcc(round, a, Factors(kForwardTable, which, vector));
+    return hn::ShiftRight<20>(DotAcc(sum, b, Factors(kForwardTable, which + 1, vector)));
+  };
+  const V32 even = dot(hn::SaturatedAdd(x01, x76), hn::SaturatedAdd(x23, x54), 0);
+  const V32 odd = dot(hn::SaturatedSub(x01, x76), hn::SaturatedSub(x23, x54), 2);
+  return Reorder(PackBlocks(even, odd), kInterleave);
+}
+
+// p = q c, (p + 2^14 - 1 + bit 15 of p) >> 15, saturated, in 16-bit lanes. The fixed-point product is
+// (c q' + 2^14) >> 15 for the signed q' of the same bits; it differs only for a tie that belongs down,
+// p = 2^14 modulo 2^16. Where q is 2^15 or more, q' = q - 2^16 leaves 2 c to be added, once without
+// and once with saturation: the first sum lies between 0 and c.
+HWY_INLINE V16 Quantize(V16 c, const uint16_t* table) {
+  const D16 d;
+  const V16 q = hn::BitCast(d, hn::LoadU(hn::RebindToUnsigned<D16>(), table));
+  const V16 tie = hn::VecFromMask(d, hn::Eq(hn::Mul(c, q), hn::Set(d, 0x4000)));
+  const V16 rounded = hn::Add(hn::MulFixedPoint15(c, q), tie);
+  const V16 rest = hn::And(c, hn::BroadcastSignBit(q));
+  return hn::SaturatedAdd(hn::SaturatedAdd(rounded, rest), rest);
+}
+
+template <Input kInput>
+HWY_INLINE void Transform(const Rows& x, int16_t* dst, const uint16_t* table) {
+  Rows columns;
+  const Mirrored mirrored = Mirror(x);
+  EvenRows<kInput>(mirrored, columns);
+  OddRows<kInput>(mirrored, columns);
+  for (int i = 0; i < kVectors; ++i) {
+    const V16 coefficients = RowPass(JoinRows(columns.row + i * kRowsInVector), i);
+    const int first = 8 * kRowsInVector * i;
+    hn::StoreU(Quantize(coefficients, table + first), D16(), dst + first);
+  }
+}
+
+void ForwardValues(const int16_t* src, int16_t* dst, const uint16_t* table) {
+  Rows x;
+  for (int i = 0; i < 8; ++i) x.row[i] = hn::LoadU(DRow(), src + 8 * i);
+  Transform<Input::kValues>(x, dst, table);
+}
+
+void ForwardSamples8(const uint8_t* src, int32_t step, int16_t* dst, const uint16_t* table) {
+  Rows x;
+  for (int i = 0; i < 8; ++i) {
+    x.row[i] = hn::PromoteTo(DRow(), hn::LoadU(hn::FixedTag<uint8_t, 8>(), Row(src, step, i)));
+  }
+  Transform<Input::kSamples>(x, dst, table);
+}
+
+void ForwardSamples12(const uint16_t* src, int32_t step, int16_t* dst, const uint16_t* table) {
+  FloatBlock block;
+  for (int y = 0; y < 8; ++y) {
+    const auto* row = reinterpret_cast<const int16_t*>(Row(src, step, y));
+    ForFloats([&](auto d, size_t x) ZEP_ATTR {
+      const auto samples = LoadAsFloats(d, row + x);
+      hn::Store(hn::Sub(samples, hn::Set(d, 2048.0F)), d, block.row[y] + x);
+    });
+  }
+  TransformColumns(kForwardMatrix, block);
+  TransformRows(kInverseMatrix, block);
+  for (int y = 0; y < 8; ++y) {
+    ForFloats([&](auto d, size_t x) ZEP_ATTR {
+      const auto q = LoadAsFloats(d, table + 8 * y + x);
+      const auto scaled =
+          hn::Mul(hn::Load(d, block.row[y] + x), hn::Mul(q, hn::Set(d, 1.0F / 32768)));
+      StoreAsIntegers(d, scaled, -32768.0F, 32767.0F, dst + 8 * y + x);
+    });
+  }
+}
+
+constexpr Kernels kKernels = {ForwardValues, ForwardSamples8, ForwardSamples12};
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace zepjp
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace zepjp {
+namespace {
+
+Kernels kernels;
+
+ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
+
+}  // namespace
+}  // namespace zepjp
+
+using zepjp::Checks;
+using zepjp::kernels;
+
+zepStatus ZEP_CALL zepiDCTQuantFwd8x8_JPEG_16s_C1(const int16_t* pSrc, int16_t* pDst,
+                                                  const uint16_t* pQuantFwdTable) {
+  if (auto bad = Checks().Ptr(pSrc).Ptr(pDst).Ptr(pQuantFwdTable).Failed()) return bad;
+  kernels.values(pSrc, pDst, pQuantFwdTable);
+  return zepStatusOk;
+}
+
+zepStatus ZEP_CALL zepiDCTQuantFwd8x8_JPEG_16s_C1I(int16_t* pSrcDst,
+                                                   const uint16_t* pQuantFwdTable) {
+  if (auto bad = Checks().Ptr(pSrcDst).Ptr(pQuantFwdTable).Failed()) return bad;
+  kernels.values(pSrcDst, pSrcDst, pQuantFwdTable);
+  return zepStatusOk;
+}
+
+zepStatus ZEP_CALL zepiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(const uint8_t* pSrc, int32_t srcStep,
+                                                       int16_t* pDst,
+                                                       const uint16_t* pQuantFwdTable) {
+  if (auto bad = Checks().Ptr(pSrc).Ptr(pDst).Step(srcStep).Ptr(pQuantFwdTable).Failed()) {
+    return bad;
+  }
+  kernels.samples8(pSrc, srcStep, pDst, pQuantFwdTable);
+  return zepStatusOk;
+}
+
+zepStatus ZEP_CALL zepiDCTQuantFwd8x8LS_JPEG_16u16s_C1R(const uint16_t* pSrc, int32_t srcStep,
+                                                        int16_t* pDst,
+                                                        const uint16_t* pQuantFwdTable) {
+  if (auto bad = Checks().Ptr(pSrc).Ptr(pDst).Step(srcStep).Ptr(pQuantFwdTable).Failed()) {
+    return bad;
+  }
+  kernels.samples12(pSrc, srcStep, pDst, pQuantFwdTable);
+  return zepStatusOk;
+}
+#endif  // HWY_ONCE
