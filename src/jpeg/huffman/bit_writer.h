@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: MIT
+// The careful way to write bits to a caller's buffer: one write at a time, each complete or without
+// a trace in the state.
+#ifndef ZEPJP_SRC_JPEG_HUFFMAN_BIT_WRITER_H_
+#define ZEPJP_SRC_JPEG_HUFFMAN_BIT_WRITER_H_
+
+#include <cstdint>
+
+#include "jpeg/huffman/states.h"
+
+namespace zepjp {
+
+// A caller's buffer and the position in it, which the writer moves.
+struct Destination {
+  uint8_t* bytes;
+  int32_t length;
+  int32_t* position;
+};
+
+// The state's record keeps the pending bits left-aligned below bit 24, and above them the byte that
+// was written last. A record that no coder left behind (more than 7 pending bits) does no harm.
+inline uint32_t NumPending(const zepiEncodeHuffmanState& state) {
+  return static_cast<uint32_t>(state.numBits) & 7U;
+}
+inline uint32_t PendingAndLastByte(const zepiEncodeHuffmanState& state) {
+  return state.bits & ~(0xFFFFFFU >> NumPending(state));
+}
+inline void StorePending(uint32_t bits, uint32_t count, zepiEncodeHuffmanState* state) {
+  state->bits = bits;
+  state->reserved = 0;
+  state->numBits = static_cast<int32_t>(count);
+}
+
+class BitWriter {
+ public:
+  BitWriter(const Destination& to, zepiEncodeHuffmanState* state) : to_(to), state_(state) {}
+
+  // The `count` lowest bits of `value`, 1 to 16. No bits at all stand for a symbol without a code.
+  // Where the buffer ends before the last full byte, what fits is stored and the state stays.
+  zepStatus Put(uint32_t value, uint32_t count) {
+    if (count == 0 || count > 16) return zepStatusBadHuffTable;
+    uint32_t total = NumPending(*state_) + count;  // up to 23
+    uint32_t bits = PendingAndLastByte(*state_);
+    bits |= (value & ((1U << count) - 1)) << (24 - total);
+    for (; total >= 8; total -= 8, bits <<= 8) {
+      if (!PutByte((bits >> 16) & 0xFF)) return zepStatusBufferExhausted;
+    }
+    StorePending(bits, total, state_);
+    return zepStatusOk;
+  }
+
+  // The code of an encoder table's entry.
+  zepStatus PutCode(uint32_t entry) { return Put(entry & 0xFFFF, entry >> 16); }
+
+  // Ones fill up the last byte; the state starts anew whether they fit or not.
+  zepStatus Flush() {
+    const zepStatus status = Put(0x7F, 7);
+    Reset(state_);
+    return status;
+  }
+
+ private:
+  // A byte of ones is followed by a zero, so that it is not taken for a marker (T.81, F.1.2.3).
+  bool PutByte(uint32_t byte) {
+    if (!Store(byte)) return false;
+    return byte != 0xFF || Store(0);
+  }
+  bool Store(uint32_t byte) {
+    if (*to_.position < 0 || *to_.position >= to_.length) return false;
+    to_.bytes[*to_.position] = static_cast<uint8_t>(byte);
+    ++*to_.position;
+    return true;
+  }
+
+  Destination to_;
+  zepiEncodeHuffmanState* state_;
+};
+
+}  // namespace zepjp
+
+#endif  // ZEPJP_SRC_JPEG_HUFFMAN_BIT_WRITER_H_

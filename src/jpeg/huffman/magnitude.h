@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+// Values as a category s and s extra bits (ITU-T T.81, F.1.2.1): category s holds the values v with
+// 2^(s-1) <= |v| < 2^s; the bits are those of v, or of v - 1 where v is negative.
+#ifndef ZEPJP_SRC_JPEG_HUFFMAN_MAGNITUDE_H_
+#define ZEPJP_SRC_JPEG_HUFFMAN_MAGNITUDE_H_
+
+#include <cstdint>
+
+namespace zepjp {
+
+constexpr uint32_t kEndOfBlock = 0x00;
+constexpr uint32_t kRunOf16 = 0xF0;  // zeros
+
+// |value| < 2^31.
+inline uint32_t CategoryOf(int32_t value) {
+  const auto magnitude = static_cast<uint32_t>(value < 0 ? -value : value);
+  return magnitude == 0 ? 0 : 32 - static_cast<uint32_t>(__builtin_clz(magnitude));
+}
+
+// Only the lowest bits, as many as the category says, count.
+inline uint32_t ExtraBits(int32_t value) {
+  return static_cast<uint32_t>(value) - (value < 0 ? 1U : 0U);
+}
+
+// A category of 0 to 16 and its extra bits back to the value.
+inline int32_t ValueOf(uint32_t category, uint32_t bits) {
+  if (category == 0) return 0;
+  const bool negative = bits >> (category - 1) == 0;
+  return static_cast<int32_t>(bits) - (negative ? (1 << category) - 1 : 0);
+}
+
+}  // namespace zepjp
+
+#endif  // ZEPJP_SRC_JPEG_HUFFMAN_MAGNITUDE_H_

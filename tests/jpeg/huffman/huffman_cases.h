@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: MIT
+// Tables, blocks and streams for the tests of the Huffman coders.
+#ifndef ZEPJP_TESTS_JPEG_HUFFMAN_HUFFMAN_CASES_H_
+#define ZEPJP_TESTS_JPEG_HUFFMAN_HUFFMAN_CASES_H_
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include "harness/guarded.h"
+#include "harness/random.h"
+#include "zepjp.h"
+
+namespace huffman_cases {
+
+using Block = std::array<int16_t, 64>;  // natural order
+
+// The lists of a DHT segment.
+struct Lists {
+  std::array<uint8_t, 16> bits;
+  std::vector<uint8_t> vals;
+};
+
+// The example tables of ITU-T T.81, K.3.
+Lists StandardDc();
+Lists StandardAc();
+
+// A prefix code for all of `symbols`, of random lengths, with the code of ones alone left free.
+Lists RandomLists(std::vector<uint8_t> symbols, harness::Random& random);
+// The same for all 256 symbols, or for some of them.
+Lists RandomLists(harness::Random& random);
+Lists RandomSparseLists(harness::Random& random);
+// Code counts with neither sense nor limit.
+Lists WildLists(harness::Random& random);
+
+zepiEncodeHuffmanSpec EncoderTable(const Lists& lists);
+zepiDecodeHuffmanSpec DecoderTable(const Lists& lists);
+
+// A block of some kind or other: sparse, dense, with long runs, with large or extreme values.
+Block RandomBlock(harness::Random& random);
+
+// Both tables of a component, for both coders.
+struct Tables {
+  zepiEncodeHuffmanSpec dc_encoder, ac_encoder;
+  zepiDecodeHuffmanSpec dc_decoder, ac_decoder;
+};
+Tables MakeTables(const Lists& dc, const Lists& ac);
+Tables StandardTables();
+Tables RandomTables(harness::Random& random);
+
+// Memory at an untouchable page that is used for many short buffers in turn.
+class Arena {
+ public:
+  Arena(size_t capacity, harness::Edge edge) : memory_(capacity, edge), edge_(edge) {}
+
+  // A buffer at the page. All other memory is filled anew.
+  uint8_t* Buffer(size_t size) {
+    std::memset(memory_.raw(), harness::kFill, memory_.bytes());
+    return edge_ == harness::Edge::kStart ? memory_.raw() : memory_.raw() + memory_.bytes() - size;
+  }
+  uint8_t* Buffer(const std::vector<uint8_t>& content) {
+    uint8_t* buffer = Buffer(content.size());
+    if (!content.empty()) std::memcpy(buffer, content.data(), content.size());
+    return buffer;
+  }
+  bool operator==(const Arena& other) const {
+    return std::memcmp(memory_.raw(), other.memory_.raw(), memory_.bytes()) == 0;
+  }
+
+ private:
+  harness::Guarded<uint8_t> memory_;
+  harness::Edge edge_;
+};
+
+// Blocks as the model encodes them, flushed.
+std::vector<uint8_t> Encode(const std::vector<Block>& blocks, const Tables& tables);
+
+}  // namespace huffman_cases
+
+#endif  // ZEPJP_TESTS_JPEG_HUFFMAN_HUFFMAN_CASES_H_
