@@ -93,7 +93,6 @@ void ReadCoefficientsRivalBench(benchmark::State& state) {
 #define QUALITIES ->Arg(50)->Arg(75)->Arg(92)->Unit(benchmark::kMillisecond)
 
 BENCHMARK(DecodeOursBench)->Name("zepiDecodeHuffman8x8_JPEG_1u16s_C1/ours") QUALITIES;
-BENCHMARK(ReadCoefficientsRivalBench)
-    ->Name("zepiDecodeHuffman8x8_JPEG_1u16s_C1/rival") QUALITIES;
+BENCHMARK(ReadCoefficientsRivalBench)->Name("zepiDecodeHuffman8x8_JPEG_1u16s_C1/rival") QUALITIES;
 
 }  // namespace

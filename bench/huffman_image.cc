@@ -90,8 +90,7 @@ Pixels ReadFile(const char* name) {
 
 const Pixels& Original() {
   const char* name = std::getenv("ZEPJP_BENCH_IMAGE");
-  static const Pixels picture =
-      name != nullptr ? ReadFile(name) : SyntheticPhotograph(1920, 1280);
+  static const Pixels picture = name != nullptr ? ReadFile(name) : SyntheticPhotograph(1920, 1280);
   return picture;
 }
 
@@ -111,8 +110,7 @@ std::vector<uint8_t> Compress(const Pixels& picture, int quality) {
   jpeg_set_quality(&jpeg, quality, TRUE);
   jpeg_start_compress(&jpeg, TRUE);
   while (jpeg.next_scanline < jpeg.image_height) {
-    auto* row =
-        const_cast<uint8_t*>(&picture.rgb[size_t{3} * picture.width * jpeg.next_scanline]);
+    auto* row = const_cast<uint8_t*>(&picture.rgb[size_t{3} * picture.width * jpeg.next_scanline]);
     jpeg_write_scanlines(&jpeg, &row, 1);
   }
   jpeg_finish_compress(&jpeg);

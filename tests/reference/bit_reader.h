@@ -74,8 +74,7 @@ struct Reader {
       if (status != zepStatusOk) return status;
       code = code * (1U << count) + bits;
       if (table->lastCode[l] != 65535 && code <= table->lastCode[l]) {
-        const int64_t index =
-            int64_t{table->firstIndex[l]} + code - int64_t{table->firstCode[l]};
+        const int64_t index = int64_t{table->firstIndex[l]} + code - int64_t{table->firstCode[l]};
         if (index < 0 || index > 255) return zepStatusBadHuffCode;
         *symbol = table->symbol[index];
         return zepStatusOk;

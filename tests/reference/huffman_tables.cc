@@ -47,7 +47,8 @@ zepStatus zepiEncodeHuffmanSpecInit_JPEG_8u(const uint8_t* list_bits, const uint
   if (!ListSizes(list_bits, &sizes)) return zepStatusBadHuffTable;
   if (!ListCodes(sizes, true, &codes)) return zepStatusBadHuffTable;
   for (size_t k = 0; k < codes.size(); ++k) {
-    table->entry[list_vals[k]] = static_cast<uint32_t>(sizes[k] * 65536 + static_cast<int>(codes[k]));
+    table->entry[list_vals[k]] =
+        static_cast<uint32_t>(sizes[k] * 65536 + static_cast<int>(codes[k]));
   }
   return zepStatusOk;
 }

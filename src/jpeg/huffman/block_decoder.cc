@@ -62,10 +62,12 @@ zepStatus DecodeCarefully(int16_t* block, int16_t* last_dc, const zepiDecodeHuff
 
 using zepjp::Checks;
 
-zepStatus ZEP_CALL zepiDecodeHuffman8x8_JPEG_1u16s_C1(
-    const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcCurrPos, int16_t* pDst,
-    int16_t* pLastDC, int32_t* pMarker, const zepiDecodeHuffmanSpec* pDcTable,
-    const zepiDecodeHuffmanSpec* pAcTable, zepiDecodeHuffmanState* pDecHuffState) {
+zepStatus ZEP_CALL zepiDecodeHuffman8x8_JPEG_1u16s_C1(const uint8_t* pSrc, int32_t srcLenBytes,
+                                                      int32_t* pSrcCurrPos, int16_t* pDst,
+                                                      int16_t* pLastDC, int32_t* pMarker,
+                                                      const zepiDecodeHuffmanSpec* pDcTable,
+                                                      const zepiDecodeHuffmanSpec* pAcTable,
+                                                      zepiDecodeHuffmanState* pDecHuffState) {
   if (auto bad = Checks()
                      .Ptr(pSrc)
                      .Refuse(srcLenBytes < 0, zepStatusBadArg)
@@ -80,8 +82,7 @@ zepStatus ZEP_CALL zepiDecodeHuffman8x8_JPEG_1u16s_C1(
     return bad;
   }
   zepjp::BitReader reader({pSrc, srcLenBytes, pSrcCurrPos, pMarker}, pDecHuffState);
-  const zepStatus status =
-      zepjp::DecodeCarefully(pDst, pLastDC, *pDcTable, *pAcTable, &reader);
+  const zepStatus status = zepjp::DecodeCarefully(pDst, pLastDC, *pDcTable, *pAcTable, &reader);
   reader.Store();
   return status;
 }

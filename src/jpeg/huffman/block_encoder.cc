@@ -66,8 +66,8 @@ zepStatus EncodeCarefully(const int16_t* block, int32_t dc_difference,
 using zepjp::Checks;
 
 zepStatus ZEP_CALL zepiEncodeHuffman8x8_JPEG_16s1u_C1(
-    const int16_t* pSrc, uint8_t* pDst, int32_t dstLenBytes, int32_t* pDstCurrPos,
-    int16_t* pLastDC, const zepiEncodeHuffmanSpec* pDcTable, const zepiEncodeHuffmanSpec* pAcTable,
+    const int16_t* pSrc, uint8_t* pDst, int32_t dstLenBytes, int32_t* pDstCurrPos, int16_t* pLastDC,
+    const zepiEncodeHuffmanSpec* pDcTable, const zepiEncodeHuffmanSpec* pAcTable,
     zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState) {
   if (auto bad = Checks()
                      .Ptr(pDst)

@@ -18,8 +18,8 @@ zepStatus ZEP_CALL zepiEncodeHuffmanStateInit_JPEG_8u(zepiEncodeHuffmanState* pE
   return zepStatusOk;
 }
 
-zepStatus ZEP_CALL zepiEncodeHuffmanStateInitAlloc_JPEG_8u(
-    zepiEncodeHuffmanState** ppEncHuffState) {
+zepStatus ZEP_CALL
+zepiEncodeHuffmanStateInitAlloc_JPEG_8u(zepiEncodeHuffmanState** ppEncHuffState) {
   if (auto bad = Checks().Ptr(ppEncHuffState).Failed()) return bad;
   if (auto bad = zepjp::AllocateRecord(ppEncHuffState)) return bad;
   zepjp::Reset(*ppEncHuffState);
@@ -40,8 +40,8 @@ zepStatus ZEP_CALL zepiDecodeHuffmanStateInit_JPEG_8u(zepiDecodeHuffmanState* pD
   return zepStatusOk;
 }
 
-zepStatus ZEP_CALL zepiDecodeHuffmanStateInitAlloc_JPEG_8u(
-    zepiDecodeHuffmanState** ppDecHuffState) {
+zepStatus ZEP_CALL
+zepiDecodeHuffmanStateInitAlloc_JPEG_8u(zepiDecodeHuffmanState** ppDecHuffState) {
   if (auto bad = Checks().Ptr(ppDecHuffState).Failed()) return bad;
   if (auto bad = zepjp::AllocateRecord(ppDecHuffState)) return bad;
   zepjp::Reset(*ppDecHuffState);

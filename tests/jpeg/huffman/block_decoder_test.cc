@@ -61,9 +61,8 @@ class DecoderTest : public ::testing::Test {
         &tables.dc_decoder, &tables.ac_decoder, &want.state);
     EXPECT_EQ(got, want) << "length " << length << " from " << before << " seed "
                          << harness::Seed();
-    EXPECT_TRUE(side.dst == side.model_dst)
-        << "coefficients differ; length " << length << " from " << before << " seed "
-        << harness::Seed();
+    EXPECT_TRUE(side.dst == side.model_dst) << "coefficients differ; length " << length << " from "
+                                            << before << " seed " << harness::Seed();
     std::memcpy(block_.data(), want_dst, sizeof(Block));
     return got;
   }
@@ -113,8 +112,8 @@ class DecoderTest : public ::testing::Test {
 
 TEST_F(DecoderTest, RoundTrip) {
   for (int i = 0; i < 1500 && !HasFailure(); ++i) {
-    const Tables tables = i % 3 != 0 ? huffman_cases::RandomTables(random_)
-                                     : huffman_cases::StandardTables();
+    const Tables tables =
+        i % 3 != 0 ? huffman_cases::RandomTables(random_) : huffman_cases::StandardTables();
     std::vector<Block> blocks = RandomBlocks(20);
     if (i % 3 == 0) {  // the standard's tables have no code for more
       for (Block& block : blocks) {
@@ -122,8 +121,8 @@ TEST_F(DecoderTest, RoundTrip) {
       }
     }
     const Bytes bytes = huffman_cases::Encode(blocks, tables);
-    const Outcome end = ExpectStreamEqualsModel(bytes, tables, start_,
-                                                static_cast<int>(blocks.size()));
+    const Outcome end =
+        ExpectStreamEqualsModel(bytes, tables, start_, static_cast<int>(blocks.size()));
     EXPECT_EQ(end.status, zepStatusOk);
     EXPECT_EQ(blocks_, blocks);
   }
@@ -146,8 +145,8 @@ TEST_F(DecoderTest, EndsAtEveryByte) {
 
 TEST_F(DecoderTest, RandomBytes) {
   for (int i = 0; i < 12000 && !HasFailure(); ++i) {
-    const Tables tables = i % 2 != 0 ? huffman_cases::RandomTables(random_)
-                                     : huffman_cases::StandardTables();
+    const Tables tables =
+        i % 2 != 0 ? huffman_cases::RandomTables(random_) : huffman_cases::StandardTables();
     const Bytes bytes = RandomBytes(random_() % 400, i % 5 == 0 ? 3 : 200);
     Outcome state = start_;
     for (int tries = 0; tries < 6; ++tries) {  // failures do not end the stream
@@ -208,8 +207,8 @@ TEST_F(DecoderTest, Resumption) {
 // Every number of valid bits, with any bits, in front of any bytes.
 TEST_F(DecoderTest, AnyBitsReadAhead) {
   for (int i = 0; i < 30000 && !HasFailure(); ++i) {
-    const Tables tables = i % 2 != 0 ? huffman_cases::RandomTables(random_)
-                                     : huffman_cases::StandardTables();
+    const Tables tables =
+        i % 2 != 0 ? huffman_cases::RandomTables(random_) : huffman_cases::StandardTables();
     Outcome state = start_;
     state.state.numBits = static_cast<int32_t>(random_() % 33);
     state.state.bits = static_cast<uint32_t>(random_());
@@ -320,8 +319,7 @@ TEST_F(DecoderTest, DcCategories) {
       const auto first = static_cast<uint8_t>((31 - category) << 2 | (fill & 3));
       Outcome state = start_;
       state.last_dc = -30000;
-      const Outcome end =
-          ExpectEqualsModel({first, fill, fill, fill, fill, 0x00}, tables, state);
+      const Outcome end = ExpectEqualsModel({first, fill, fill, fill, fill, 0x00}, tables, state);
       const bool bad = category > 16;
       const zepStatus want = bad ? zepStatusBadHuffCode : zepStatusOk;
       EXPECT_TRUE(fill != 0 || end.status == want) << int{category};
@@ -374,8 +372,15 @@ TEST_F(DecoderTest, ChecksInOrder) {
   zepiDecodeHuffmanState state = {};
   CheckOrder(HARNESS_NAMED(zepiDecodeHuffman8x8_JPEG_1u16s_C1), bytes.data(), 64, &position,
              block.data(), &last_dc, &marker, &tables.dc_decoder, &tables.ac_decoder, &state)
-      .Null<0>().Bad<1>(zepStatusBadArg, {-1, INT_MIN}).Null<2>().Null<3>().Null<4>().Null<5>()
-      .Null<6>().Null<7>().Null<8>()
+      .Null<0>()
+      .Bad<1>(zepStatusBadArg, {-1, INT_MIN})
+      .Null<2>()
+      .Null<3>()
+      .Null<4>()
+      .Null<5>()
+      .Null<6>()
+      .Null<7>()
+      .Null<8>()
       .Output(&position, sizeof(position))
       .Output(block.data(), sizeof(block))
       .Output(&last_dc, sizeof(last_dc))

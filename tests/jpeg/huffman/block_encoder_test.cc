@@ -75,8 +75,8 @@ class EncoderTest : public ::testing::Test {
         &tables.ac_encoder, &want.state, flush);
     EXPECT_EQ(got, want) << "length " << length << " from " << before << " seed "
                          << harness::Seed();
-    EXPECT_TRUE(side.dst == model.dst) << "bytes differ; length " << length << " from " << before
-                                       << " seed " << harness::Seed();
+    EXPECT_TRUE(side.dst == model.dst)
+        << "bytes differ; length " << length << " from " << before << " seed " << harness::Seed();
     bytes_.assign(want_dst, want_dst + std::clamp(want.position, 0, length));
     return got;
   }
@@ -313,8 +313,14 @@ TEST_F(EncoderTest, ChecksInOrder) {
   zepiEncodeHuffmanState state = {};
   CheckOrder(HARNESS_NAMED(zepiEncodeHuffman8x8_JPEG_16s1u_C1), block.data(), &dst[0], 64,
              &position, &last_dc, &tables.dc_encoder, &tables.ac_encoder, &state, 0)
-      .Null<1>().Bad<2>(zepStatusBadSize, {0, -1, INT_MIN}).Null<3>().Null<7>()
-      .Null<0>().Null<4>().Null<5>().Null<6>()
+      .Null<1>()
+      .Bad<2>(zepStatusBadSize, {0, -1, INT_MIN})
+      .Null<3>()
+      .Null<7>()
+      .Null<0>()
+      .Null<4>()
+      .Null<5>()
+      .Null<6>()
       .Output(dst, sizeof(dst))
       .Output(&position, sizeof(position))
       .Output(&last_dc, sizeof(last_dc))
@@ -325,7 +331,10 @@ TEST_F(EncoderTest, ChecksInOrder) {
              static_cast<const int16_t*>(nullptr), &dst[0], 64, &position,
              static_cast<int16_t*>(nullptr), static_cast<const zepiEncodeHuffmanSpec*>(nullptr),
              static_cast<const zepiEncodeHuffmanSpec*>(nullptr), &state, 1)
-      .Null<1>().Bad<2>(zepStatusBadSize, {0, -1, INT_MIN}).Null<3>().Null<7>()
+      .Null<1>()
+      .Bad<2>(zepStatusBadSize, {0, -1, INT_MIN})
+      .Null<3>()
+      .Null<7>()
       .Output(dst, sizeof(dst))
       .Output(&state, sizeof(state))
       .Run();

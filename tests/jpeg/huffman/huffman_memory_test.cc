@@ -15,7 +15,7 @@ namespace {
 
 struct Memory {
   bool fail = false;
-  std::vector<int32_t> sizes;     // asked for
+  std::vector<int32_t> sizes;  // asked for
   std::vector<void*> released;
 };
 Memory memory;
@@ -108,12 +108,10 @@ TEST_F(HuffmanMemory, StatesAreAllocatedAndReleased) {
 TEST_F(HuffmanMemory, NoMemory) {
   memory.fail = true;
   auto* encoder_table = Garbage<zepiEncodeHuffmanSpec>();
-  EXPECT_EQ(zepiEncodeHuffmanSpecInitAlloc_JPEG_8u(bits_, vals_, &encoder_table),
-            zepStatusNullPtr);
+  EXPECT_EQ(zepiEncodeHuffmanSpecInitAlloc_JPEG_8u(bits_, vals_, &encoder_table), zepStatusNullPtr);
   EXPECT_EQ(encoder_table, nullptr);
   auto* decoder_table = Garbage<zepiDecodeHuffmanSpec>();
-  EXPECT_EQ(zepiDecodeHuffmanSpecInitAlloc_JPEG_8u(bits_, vals_, &decoder_table),
-            zepStatusNullPtr);
+  EXPECT_EQ(zepiDecodeHuffmanSpecInitAlloc_JPEG_8u(bits_, vals_, &decoder_table), zepStatusNullPtr);
   EXPECT_EQ(decoder_table, nullptr);
   auto* encoder_state = Garbage<zepiEncodeHuffmanState>();
   EXPECT_EQ(zepiEncodeHuffmanStateInitAlloc_JPEG_8u(&encoder_state), zepStatusNullPtr);

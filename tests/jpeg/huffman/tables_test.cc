@@ -124,12 +124,12 @@ TEST(HuffmanTables, DecoderRecord) {
   zepiDecodeHuffmanSpec decoder;
   ASSERT_EQ(BuildDecoder(huffman_cases::StandardDc(), &decoder), zepStatusOk);
   const auto* bytes = reinterpret_cast<const uint8_t*>(&decoder);
-  EXPECT_EQ(bytes[2 * 11], 11);                    // symbol 11
-  EXPECT_EQ(bytes[512 + 4 * 0x40], 1);             // symbol of the prefix 0x40
-  EXPECT_EQ(bytes[512 + 4 * 0x40 + 2], 3);         // its length
-  EXPECT_EQ(bytes[1536 + 2 * 9], 0xFE);            // first code of 9 bits
-  EXPECT_EQ(bytes[1572 + 2 * 3], 6);               // last code of 3 bits
-  EXPECT_EQ(bytes[1608 + 2 * 9], 11);              // first index of 9 bits
+  EXPECT_EQ(bytes[2 * 11], 11);             // symbol 11
+  EXPECT_EQ(bytes[512 + 4 * 0x40], 1);      // symbol of the prefix 0x40
+  EXPECT_EQ(bytes[512 + 4 * 0x40 + 2], 3);  // its length
+  EXPECT_EQ(bytes[1536 + 2 * 9], 0xFE);     // first code of 9 bits
+  EXPECT_EQ(bytes[1572 + 2 * 3], 6);        // last code of 3 bits
+  EXPECT_EQ(bytes[1608 + 2 * 9], 11);       // first index of 9 bits
 }
 
 TEST(HuffmanTables, NoCodes) {
@@ -222,13 +222,13 @@ TEST(HuffmanTables, EqualsModel) {
 
 TEST(HuffmanTables, GuardedInFront) {
   Build<zepiEncodeHuffmanSpec> encoder(huffman_cases::StandardAc(), Edge::kStart);
-  EXPECT_EQ(zepiEncodeHuffmanSpecInit_JPEG_8u(encoder.bits.data(), encoder.vals.data(),
-                                              encoder.table()),
-            zepStatusOk);
+  EXPECT_EQ(
+      zepiEncodeHuffmanSpecInit_JPEG_8u(encoder.bits.data(), encoder.vals.data(), encoder.table()),
+      zepStatusOk);
   Build<zepiDecodeHuffmanSpec> decoder(huffman_cases::StandardAc(), Edge::kStart);
-  EXPECT_EQ(zepiDecodeHuffmanSpecInit_JPEG_8u(decoder.bits.data(), decoder.vals.data(),
-                                              decoder.table()),
-            zepStatusOk);
+  EXPECT_EQ(
+      zepiDecodeHuffmanSpecInit_JPEG_8u(decoder.bits.data(), decoder.vals.data(), decoder.table()),
+      zepStatusOk);
 }
 
 TEST(HuffmanTables, ChecksInOrder) {
@@ -238,13 +238,17 @@ TEST(HuffmanTables, ChecksInOrder) {
   zepiEncodeHuffmanSpec encoder;
   std::memset(&encoder, 0x5A, sizeof(encoder));
   CheckOrder(HARNESS_NAMED(zepiEncodeHuffmanSpecInit_JPEG_8u), bits, vals, &encoder)
-      .Null<0>().Null<1>().Null<2>()
+      .Null<0>()
+      .Null<1>()
+      .Null<2>()
       .Output(&encoder, sizeof(encoder))
       .Run();
   zepiDecodeHuffmanSpec decoder;
   std::memset(&decoder, 0x5A, sizeof(decoder));
   CheckOrder(HARNESS_NAMED(zepiDecodeHuffmanSpecInit_JPEG_8u), bits, vals, &decoder)
-      .Null<0>().Null<1>().Null<2>()
+      .Null<0>()
+      .Null<1>()
+      .Null<2>()
       .Output(&decoder, sizeof(decoder))
       .Run();
   int32_t size = 77;
