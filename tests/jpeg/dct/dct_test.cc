@@ -20,12 +20,15 @@ using harness::Named;
 using harness::Pattern;
 using harness::Random;
 
+// Room for a block, and for one more byte where `odd` is, so that its start lies at an odd address.
+size_t BlockBytes(int odd) { return 128 + static_cast<size_t>(odd % 2); }
+
 // Input blocks and tables of all kinds, at odd addresses too.
 struct Inputs {
   explicit Inputs(Random& random, int round)
       : edge(round % 2 == 0 ? Edge::kEnd : Edge::kStart),
-        block(128 + round % 3 % 2, edge),
-        table(128 + round % 5 % 2, edge) {
+        block(BlockBytes(round % 3), edge),
+        table(BlockBytes(round % 5), edge) {
     const auto pattern = harness::kPatterns[random() % std::size(harness::kPatterns)];
     harness::FillPattern(src(), 64, pattern, random);
     harness::FillPattern(steps(), 64, Pattern::kRandom, random);
@@ -63,7 +66,7 @@ void CompareBlocks(const Named<Call>& exported, const Model& model) {
   Random random(harness::Seed());
   for (int round = 0; round < kRounds; ++round) {
     Inputs in(random, round);
-    Guarded<uint8_t> got(128 + round % 7 % 2, in.edge), want(got.bytes(), in.edge);
+    Guarded<uint8_t> got(BlockBytes(round % 7), in.edge), want(got.bytes(), in.edge);
     const int16_t* const src = in.src();
     const uint16_t* const table = in.steps();
     exported.call(src, reinterpret_cast<int16_t*>(got.raw()), table);
@@ -122,7 +125,7 @@ void CompareFromSamples(const Named<Call>& exported, const Model& model) {
     Guarded<uint8_t> samples(RegionBytes<Sample>(step, 8), in.edge);
     const auto pattern = harness::kPatterns[random() % std::size(harness::kPatterns)];
     harness::FillPattern(samples.raw(), samples.bytes(), pattern, random);
-    Guarded<uint8_t> got(128 + round % 7 % 2, in.edge), want(got.bytes(), in.edge);
+    Guarded<uint8_t> got(BlockBytes(round % 7), in.edge), want(got.bytes(), in.edge);
     const auto* const src = reinterpret_cast<const Sample*>(samples.raw());
     const uint16_t* const table = in.steps();
     exported.call(src, step, reinterpret_cast<int16_t*>(got.raw()), table);
