@@ -18,5 +18,6 @@ for preset in "${presets[@]}"; do
   cmake --build --preset "$preset" >"build/$preset.build.log" || { tail -n 60 "build/$preset.build.log"; exit 1; }
   echo "subdirs(\"$PWD/build/$preset\")" >>build/all/CTestTestfile.cmake
 done
+export LSAN_OPTIONS=suppressions=$PWD/tests/lsan.supp:print_suppressions=0
 ctest --test-dir build/all -j "$(nproc)" --output-on-failure --timeout 1200 --no-tests=error \
   --progress
