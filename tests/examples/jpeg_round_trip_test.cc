@@ -128,7 +128,9 @@ TEST(JpegPreview, IsTheReducedPicture) {
       const jpeg::Image full = DecodeGood(file);
       for (const int scale : {2, 4, 8}) {
         const jpeg::Image preview = DecodeGood(file, scale);
-        EXPECT_LE(Compare(preview, Reduce(full, scale)).most, 6) << "scale " << scale;
+        const pictures::Difference difference = Compare(preview, Reduce(full, scale));
+        EXPECT_LE(difference.mean, 2.0) << "scale " << scale;
+        EXPECT_LE(difference.most, 16) << "scale " << scale;
       }
     }
   }
@@ -291,7 +293,7 @@ TEST(JpegDecode, RgbIsRecognised) {
   const size_t jfif = FindMarker(file, jpeg::kApp0);
   const Bytes bare = jpeg_files::Without(file, jfif, SegmentSize(file, jfif));
   EXPECT_EQ(Decode(bare).info.model, jpeg::ColorModel::kYCbCr);
-  for (const uint8_t transform : {0, 1}) {
+  for (const uint8_t transform : std::array<uint8_t, 2>{0, 1}) {
     const Bytes adobe = {0xFF, jpeg::kApp14, 0, 14, 'A', 'd', 'o',      'b', 'e',
                          0,    100,          0, 0,  0,   0,   transform};
     const jpeg_files::Decoded decoded = Decode(jpeg_files::With(bare, 2, adobe));
