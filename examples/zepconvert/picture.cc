@@ -108,7 +108,10 @@ jpeg::Status ToGrey(const jpeg::Image& image, jpeg::Image* grey) {
 jpeg::Status CheckPixels(int64_t width, int64_t height, int64_t max_pixels) {
   const std::string claim = std::to_string(width) + " x " + std::to_string(height) + " pixels";
   if (width < 1 || height < 1) return jpeg::Status::Error("the picture has " + claim);
-  if (width <= max_pixels / height) return jpeg::Status();
+  constexpr int64_t kMostOnASide = int64_t{1} << 28;  // so that rows have less than 2^31 bytes
+  if (width <= max_pixels / height && std::max(width, height) <= kMostOnASide) {
+    return jpeg::Status();
+  }
   return jpeg::Status::Error("the header announces " + claim + ", more than the limit of " +
                              std::to_string(max_pixels) + " (--max-megapixels)");
 }
