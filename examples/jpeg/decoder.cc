@@ -52,6 +52,11 @@ class FileDecoder {
   Status DecodeRowByRow(PictureWriter* writer);
   Status DecodeScanToPlanes();
   bool NextScan();
+  // The error with its place.
+  Status AtMarker(const Status& status) const {
+    const std::string offset = std::to_string(reader_.marker_offset());
+    return Status::Error("byte " + offset + ": " + status.text());
+  }
   void ReportMissing();
   void FillInfo();
 
@@ -70,7 +75,7 @@ Status FileDecoder::ReadHeaders() {
     Status status = reader_.Next(&event);
     if (event == Event::kEnd) status = Status::Error("the file has no picture in it");
     FillInfo();
-    if (!status.ok()) return status;
+    if (!status.ok()) return AtMarker(status);
     if (event == Event::kFrame) {
       if (Status bad = CheckSize(); !bad.ok()) return bad;
     }
@@ -119,8 +124,7 @@ Status FileDecoder::MakeLayout(ScanLayout* layout) {
     const int quant = reader_.frame().components[index].quant_table;
     if (!tables.has_quant[quant] || !tables.has_dc[part.dc_table] ||
         !tables.has_ac[part.ac_table]) {
-      return Status::Error("byte " + std::to_string(reader_.position()) +
-                           ": a scan without its quantization or Huffman tables");
+      return Status::Error("a scan without its quantization or Huffman tables");
     }
     ScanPart out{&planes_[index],
                  place.block_size,
@@ -170,7 +174,7 @@ Status FileDecoder::DecodeRowByRow(PictureWriter* writer) {
     }
   }
   ScanLayout layout;
-  if (Status status = MakeLayout(&layout); !status.ok()) return status;
+  if (Status status = MakeLayout(&layout); !status.ok()) return AtMarker(status);
   ScanDecoder scan(data_, size_, reader_.position(), layout, &info_->messages, options_.times);
   int done = 0;
   for (int row = 0; row < layout.mcu_rows; ++row) {
@@ -202,9 +206,9 @@ Status FileDecoder::DecodePlanes() {
   do {
     const Status status = DecodeScanToPlanes();
     const bool first = std::none_of(decoded_.begin(), decoded_.end(), [](bool b) { return b; });
-    if (!status.ok() && first) return status;
+    if (!status.ok() && first) return AtMarker(status);
     if (!status.ok()) {
-      info_->messages.Add(reader_.position(), status.text());
+      info_->messages.Add(reader_.marker_offset(), status.text());
       break;
     }
   } while (NextScan());
@@ -229,7 +233,7 @@ bool FileDecoder::NextScan() {
   Event event = Event::kEnd;
   const Status status = reader_.Next(&event);
   if (!status.ok()) {
-    info_->messages.Add(reader_.position(), status.text());
+    info_->messages.Add(reader_.marker_offset(), status.text());
     return false;
   }
   if (event != Event::kScan) return false;

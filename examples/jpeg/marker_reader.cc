@@ -46,10 +46,6 @@ bool HasSegment(int marker) {
 MarkerReader::MarkerReader(const uint8_t* data, size_t size, Messages* messages)
     : data_(data), size_(size), messages_(messages) {}
 
-Status MarkerReader::Bad(const std::string& text) const {
-  return Status::Error("byte " + std::to_string(marker_offset_) + ": " + text);
-}
-
 Status MarkerReader::Start() {
   if (size_ < 2 || data_[0] != 0xFF || data_[1] != kSoi) {
     return Status::Error("not a JPEG file: it does not begin with FF D8");
@@ -61,7 +57,7 @@ Status MarkerReader::Start() {
 Status MarkerReader::FindMarker(int* marker) {
   const size_t found = FindMarkerInData(data_, size_, position_);
   marker_offset_ = found;
-  if (found == size_) return Bad("the file ends where a marker should follow");
+  if (found == size_) return Status::Error("the file ends where a marker should follow");
   const auto is_padding = [](uint8_t byte) { return byte == 0xFF; };
   if (!std::all_of(data_ + position_, data_ + found, is_padding)) {
     const std::string count = std::to_string(found - position_);
@@ -76,8 +72,8 @@ Status MarkerReader::OpenSegment(Cursor* cursor) {
   Cursor rest{data_ + position_, data_ + size_};
   const int length = rest.Word();
   if (rest.failed || length < 2 || static_cast<size_t>(length) > size_ - position_) {
-    return Bad("segment " + Hex(data_[marker_offset_ + 1]) + " of length " +
-               std::to_string(length) + " does not fit into the file");
+    return Status::Error("segment " + Hex(data_[marker_offset_ + 1]) + " of length " +
+                         std::to_string(length) + " does not fit into the file");
   }
   *cursor = Cursor{rest.next, rest.next + length - 2};
   position_ += static_cast<size_t>(length);
@@ -100,8 +96,8 @@ Status MarkerReader::Next(Event* event) {
       continue;
     }
     if (const char* process = UnsupportedProcess(marker)) {
-      return Bad(std::string(process) + " JPEG (" + Hex(marker) +
-                 "): only baseline pictures can be read");
+      return Status::Error(std::string(process) + " JPEG (" + Hex(marker) +
+                           "): only baseline pictures can be read");
     }
     Cursor cursor{};
     if (Status status = OpenSegment(&cursor); !status.ok()) return status;
@@ -125,7 +121,7 @@ Status MarkerReader::ReadSegment(int marker, Cursor cursor) {
     case kSos: return ReadScan(cursor);
     case kDri:
       restart_interval_ = cursor.Word();
-      return cursor.failed ? Bad("the restart interval is missing") : Status();
+      return cursor.failed ? Status::Error("the restart interval is missing") : Status();
     case kDnl: return Status();  // was looked for when the frame was read
     default:
       messages_->Add(marker_offset_, "segment " + Hex(marker) + " is unknown, skipped");
@@ -134,22 +130,24 @@ Status MarkerReader::ReadSegment(int marker, Cursor cursor) {
 }
 
 Status MarkerReader::ReadFrame(int marker, Cursor cursor) {
-  if (!frame_.components.empty()) return Bad("a second frame header");
+  if (!frame_.components.empty()) return Status::Error("a second frame header");
   const int precision = cursor.Byte();
   frame_.height = cursor.Word();
   frame_.width = cursor.Word();
   const int count = cursor.Byte();
   if (cursor.failed || cursor.left() < static_cast<size_t>(3 * count)) {
-    return Bad("the frame header is too short");
+    return Status::Error("the frame header is too short");
   }
   if (precision != 8) {
-    return Bad(std::to_string(precision) + "-bit JPEG (" + Hex(marker) +
-               "): only baseline pictures, of 8 bits, can be read");
+    return Status::Error(std::to_string(precision) + "-bit JPEG (" + Hex(marker) +
+                         "): only baseline pictures, of 8 bits, can be read");
   }
   if (frame_.height == 0) frame_.height = FindLineCount();
-  if (frame_.width == 0 || frame_.height == 0) return Bad("the picture has no width or no height");
+  if (frame_.width == 0 || frame_.height == 0)
+    return Status::Error("the picture has no width or no height");
   if (count != 1 && count != 3 && count != 4) {
-    return Bad("a picture of " + std::to_string(count) + " components; 1, 3 or 4 can be read");
+    return Status::Error("a picture of " + std::to_string(count) +
+                         " components; 1, 3 or 4 can be read");
   }
   return ReadComponents(count, &cursor);
 }
@@ -165,8 +163,8 @@ Status MarkerReader::ReadComponents(int count, Cursor* cursor) {
     if (component.h < 1 || component.h > 4 || component.v < 1 || component.v > 4 ||
         component.quant_table >= kTableCount) {
       frame_.components.clear();
-      return Bad("component " + std::to_string(component.id) +
-                 " has a bad sampling factor or quantization table");
+      return Status::Error("component " + std::to_string(component.id) +
+                           " has a bad sampling factor or quantization table");
     }
     // The samples of a single component are all there is, whatever its factors say.
     if (count == 1) component.h = component.v = 1;
@@ -178,10 +176,10 @@ Status MarkerReader::ReadComponents(int count, Cursor* cursor) {
 }
 
 Status MarkerReader::ReadScan(Cursor cursor) {
-  if (frame_.components.empty()) return Bad("a scan before the frame header");
+  if (frame_.components.empty()) return Status::Error("a scan before the frame header");
   const int count = cursor.Byte();
   if (cursor.failed || count < 1 || count > 4 || cursor.left() < static_cast<size_t>(2 * count)) {
-    return Bad("a bad scan header");
+    return Status::Error("a bad scan header");
   }
   if (Status status = ReadScanComponents(count, &cursor); !status.ok()) return status;
   const int first = cursor.Byte();
@@ -208,13 +206,13 @@ Status MarkerReader::ReadScanComponents(int count, Cursor* cursor) {
     const auto found = std::find_if(frame_.components.begin(), frame_.components.end(), is_meant);
     if (found == frame_.components.end() || (table >> 4) >= kTableCount ||
         (table & 15) >= kTableCount) {
-      return Bad("a scan of an unknown component or with an unknown Huffman table");
+      return Status::Error("a scan of an unknown component or with an unknown Huffman table");
     }
     const int index = static_cast<int>(found - frame_.components.begin());
     scan_.push_back({index, table >> 4, table & 15});
     blocks += found->h * found->v;
   }
-  if (count > 1 && blocks > 10) return Bad("more than 10 blocks in an MCU");
+  if (count > 1 && blocks > 10) return Status::Error("more than 10 blocks in an MCU");
   return Status();
 }
 
@@ -224,7 +222,7 @@ Status MarkerReader::ReadQuantization(Cursor cursor) {
     const int slot = head & 15;
     const bool wide = (head >> 4) == 1;
     if ((head >> 4) > 1 || slot >= kTableCount || cursor.left() < (wide ? 128u : 64u)) {
-      return Bad("a bad quantization table");
+      return Status::Error("a bad quantization table");
     }
     uint16_t* steps = tables_.quant[slot];
     if (wide) {  // steps beyond 255: no raw table of the library
@@ -244,15 +242,17 @@ Status MarkerReader::ReadHuffman(Cursor cursor) {
     const int head = cursor.Byte();
     const int slot = head & 15;
     if ((head >> 4) > 1 || slot >= kTableCount || cursor.left() < 16) {
-      return Bad("a bad Huffman table");
+      return Status::Error("a bad Huffman table");
     }
     const uint8_t* bits = cursor.next;
     const size_t symbol_count = std::accumulate(bits, bits + 16, size_t{0});
-    if (symbol_count > 256 || symbol_count > cursor.left() - 16) return Bad("a bad Huffman table");
+    if (symbol_count > 256 || symbol_count > cursor.left() - 16)
+      return Status::Error("a bad Huffman table");
     const bool is_ac = (head >> 4) == 1;
     zepiDecodeHuffmanSpec* spec = is_ac ? &tables_.ac[slot] : &tables_.dc[slot];
     const zepStatus status = zepiDecodeHuffmanSpecInit_JPEG_8u(bits, bits + 16, spec);
-    if (status != zepStatusOk) return Bad("a Huffman table with too many codes of a length");
+    if (status != zepStatusOk)
+      return Status::Error("a Huffman table with too many codes of a length");
     (is_ac ? tables_.has_ac : tables_.has_dc)[slot] = true;
     cursor.next += 16 + symbol_count;
   }

@@ -30,6 +30,8 @@ class MarkerReader {
   void Seek(size_t position) { position_ = position; }
 
   size_t position() const { return position_; }
+  // Of the last marker: where an error that Next() returns lies.
+  size_t marker_offset() const { return marker_offset_; }
   const Frame& frame() const { return frame_; }
   const Scan& scan() const { return scan_; }
   const Tables& tables() const { return tables_; }
@@ -74,8 +76,6 @@ class MarkerReader {
   void UseStandardHuffman();
   // The height from the DNL segment behind the first scan (T.81, B.2.5), or 0.
   int FindLineCount() const;
-  // "byte 123: text", for errors in the segment that was opened last.
-  Status Bad(const std::string& text) const;
 
   const uint8_t* data_;
   size_t size_;

@@ -15,6 +15,9 @@ zepStatus ZEP_CALL MeanOfBlock(const int16_t* block, uint8_t* samples, int32_t /
   return zepStatusOk;
 }
 
+// At full scale every block goes through the full transform. The functions for corners of 2x2 and
+// 4x4 coefficients give the same samples where the rest is zero, but to find such blocks costs more
+// than they save (measured on photographs: 40 % more time for this stage).
 InverseTransform TransformFor(int block_size) {
   switch (block_size) {
     case 8: return zepiDCTQuantInv8x8LS_JPEG_16s8u_C1R;

@@ -116,7 +116,9 @@ std::string Plot(const std::vector<const Result*>& results) {
   std::array<bool, kStageCount> used{};
   for (const Result* result : results) {
     most = std::max(most, per_megapixel(*result, result->TotalSeconds()));
-    for (size_t i = 0; i < kStageCount; ++i) used[i] = used[i] || result->seconds[i] > 0;
+    for (size_t i = 0; i < kStageCount; ++i) {
+      used[i] = used[i] || result->seconds[i] > 0.002 * result->TotalSeconds();
+    }
   }
   double y = 10;
   std::string svg;
