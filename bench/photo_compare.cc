@@ -1,0 +1,232 @@
+// SPDX-License-Identifier: MIT
+// Whole photographs: the JPEG example beside libjpeg, one core, the same files in the same run.
+//   photo_compare [--rounds N] FILE.jpg...
+// Decoding is that of the file; encoding is that of its picture at quality 90, 4:2:0. Both sides use
+// accurate transforms. PSNR: of the encoded picture, decoded by libjpeg, against what was encoded.
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <jpeglib.h>
+
+#include "jpeg/decoder.h"
+#include "jpeg/encoder.h"
+#include "zepcore.h"
+
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+[[noreturn]] void ThrowError(j_common_ptr info) {
+  char text[JMSG_LENGTH_MAX];
+  info->err->format_message(info, text);
+  throw std::runtime_error(text);
+}
+
+template <class Info>
+void SetErrors(Info* info, jpeg_error_mgr* errors) {
+  info->err = jpeg_std_error(errors);
+  errors->error_exit = ThrowError;
+}
+
+// The peer, in the form that costs it least: rows straight into the picture, many at a time.
+void RivalDecode(const Bytes& file, jpeg::Image* image) {
+  jpeg_decompress_struct info;
+  jpeg_error_mgr errors;
+  SetErrors(&info, &errors);
+  jpeg_create_decompress(&info);
+  jpeg_mem_src(&info, file.data(), file.size());
+  jpeg_read_header(&info, TRUE);
+  info.out_color_space = info.num_components == 1 ? JCS_GRAYSCALE : JCS_RGB;
+  info.dct_method = JDCT_ISLOW;
+  jpeg_start_decompress(&info);
+  const auto layout = info.num_components == 1 ? jpeg::PixelLayout::kGrey : jpeg::PixelLayout::kRgb;
+  if (!image->Resize(static_cast<int>(info.output_width), static_cast<int>(info.output_height),
+                     layout)) {
+    std::abort();
+  }
+  std::vector<JSAMPROW> rows;
+  for (int y = 0; y < image->height(); ++y) rows.push_back(image->Row(y));
+  while (info.output_scanline < info.output_height) {
+    jpeg_read_scanlines(&info, &rows[info.output_scanline],
+                        info.output_height - info.output_scanline);
+  }
+  jpeg_finish_decompress(&info);
+  jpeg_destroy_decompress(&info);
+}
+
+// Memory that is large enough is handed over, as it is kept from round to round on our side.
+void RivalEncode(const jpeg::Image& image, Bytes* file) {
+  jpeg_compress_struct info;
+  jpeg_error_mgr errors;
+  SetErrors(&info, &errors);
+  jpeg_create_compress(&info);
+  file->resize(image.SizeInBytes() + 65536);
+  unsigned char* memory = file->data();
+  unsigned long size = file->size();  // NOLINT(google-runtime-int): the library's type
+  jpeg_mem_dest(&info, &memory, &size);
+  info.image_width = static_cast<JDIMENSION>(image.width());
+  info.image_height = static_cast<JDIMENSION>(image.height());
+  info.input_components = image.channels();
+  info.in_color_space = image.channels() == 1 ? JCS_GRAYSCALE : JCS_RGB;
+  jpeg_set_defaults(&info);
+  jpeg_set_quality(&info, 90, TRUE);
+  info.dct_method = JDCT_ISLOW;
+  jpeg_start_compress(&info, TRUE);
+  std::vector<JSAMPROW> rows;
+  for (int y = 0; y < image.height(); ++y) rows.push_back(const_cast<uint8_t*>(image.Row(y)));
+  jpeg_write_scanlines(&info, rows.data(), info.image_height);
+  jpeg_finish_compress(&info);
+  jpeg_destroy_compress(&info);
+  if (memory != file->data()) {  // grew beyond any use
+    file->assign(memory, memory + size);
+    std::free(memory);
+  }
+  file->resize(size);
+}
+
+double Psnr(const jpeg::Image& a, const jpeg::Image& b) {
+  uint64_t sum = 0;
+  for (size_t i = 0; i < a.SizeInBytes(); ++i) {
+    const int distance = a.Row(0)[i] - b.Row(0)[i];
+    sum += static_cast<uint64_t>(distance * distance);
+  }
+  return 10 * std::log10(255.0 * 255.0 * static_cast<double>(a.SizeInBytes()) /
+                         std::max(1.0, static_cast<double>(sum)));
+}
+
+// The shortest time of several rounds, in milliseconds.
+class Best {
+ public:
+  template <class Function>
+  void Time(Function function) {
+    const auto start = std::chrono::steady_clock::now();
+    function();
+    const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - start;
+    best_ = std::min(best_, time.count());
+  }
+  double ms() const { return best_; }
+
+ private:
+  double best_ = 1e30;
+};
+
+struct Row {
+  std::string name;
+  double megapixels = 0;
+  double decode_ours = 0;
+  double decode_rival = 0;
+  double encode_ours = 0;
+  double encode_rival = 0;
+  double psnr_ours = 0;
+  double psnr_rival = 0;
+  double kb_ours = 0;
+  double kb_rival = 0;
+};
+
+Bytes ReadFile(const std::string& path) {
+  Bytes bytes;
+  FILE* file = std::fopen(path.c_str(), "rb");
+  if (file == nullptr) return bytes;
+  std::vector<uint8_t> piece(1 << 20);
+  while (const size_t count = std::fread(piece.data(), 1, piece.size(), file)) {
+    bytes.insert(bytes.end(), piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(count));
+  }
+  std::fclose(file);
+  return bytes;
+}
+
+void Require(const jpeg::Status& status) {
+  if (!status.ok()) throw std::runtime_error(status.text());
+}
+
+Row Compare(const std::string& path, int rounds) {
+  const Bytes file = ReadFile(path);
+  jpeg::Image image;
+  jpeg::Image theirs;
+  jpeg::FileInfo info;
+  jpeg::ByteBuffer our_file;
+  Bytes their_file;
+  Best decode[2];
+  Best encode[2];
+  for (int round = 0; round < rounds; ++round) {
+    decode[0].Time([&] {
+      Require(jpeg::Decode(file.data(), file.size(), jpeg::DecodeOptions(), &image, &info));
+    });
+    decode[1].Time([&] { RivalDecode(file, &theirs); });
+    encode[0].Time([&] { Require(jpeg::Encode(image, jpeg::EncodeOptions(), &our_file)); });
+    encode[1].Time([&] { RivalEncode(image, &their_file); });
+  }
+  Row row;
+  row.name = path.substr(path.rfind('/') + 1);
+  row.megapixels = image.width() * 1e-6 * image.height();
+  row.decode_ours = decode[0].ms();
+  row.decode_rival = decode[1].ms();
+  row.encode_ours = encode[0].ms();
+  row.encode_rival = encode[1].ms();
+  row.kb_ours = static_cast<double>(our_file.size()) / 1000;
+  row.kb_rival = static_cast<double>(their_file.size()) / 1000;
+  RivalDecode(Bytes(our_file.data(), our_file.data() + our_file.size()), &theirs);
+  row.psnr_ours = Psnr(image, theirs);
+  RivalDecode(their_file, &theirs);
+  row.psnr_rival = Psnr(image, theirs);
+  return row;
+}
+
+void Print(const Row& row) {
+  std::printf("%-34.34s %5.1f  %8.1f %8.1f %5.2f  %8.1f %8.1f %5.2f  %6.2f %6.2f  %8.0f %8.0f\n",
+              row.name.c_str(), row.megapixels, row.decode_ours, row.decode_rival,
+              row.decode_rival / row.decode_ours, row.encode_ours, row.encode_rival,
+              row.encode_rival / row.encode_ours, row.psnr_ours, row.psnr_rival, row.kb_ours,
+              row.kb_rival);
+  std::fflush(stdout);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  int rounds = 5;
+  Row all;
+  all.name = "all (sums; mean PSNR)";
+  zepSetNumThreads(1);
+  std::printf("%-34s %5s  %23s  %23s  %13s  %17s\n", "", "", "decode, ms", "encode, ms", "PSNR, dB",
+              "size, kB");
+  std::printf("%-34s %5s  %8s %8s %5s  %8s %8s %5s  %6s %6s  %8s %8s\n", "file", "Mpix", "zepjp",
+              "libjpeg", "ratio", "zepjp", "libjpeg", "ratio", "zepjp", "libj.", "zepjp",
+              "libjpeg");
+  int count = 0;
+  for (int i = 1; i < argc; ++i) {
+    if (std::strcmp(argv[i], "--rounds") == 0 && i + 1 < argc) {
+      rounds = std::max(1, std::atoi(argv[++i]));
+      continue;
+    }
+    try {
+      const Row row = Compare(argv[i], rounds);
+      Print(row);
+      ++count;
+      all.megapixels += row.megapixels;
+      all.decode_ours += row.decode_ours;
+      all.decode_rival += row.decode_rival;
+      all.encode_ours += row.encode_ours;
+      all.encode_rival += row.encode_rival;
+      all.psnr_ours += row.psnr_ours;
+      all.psnr_rival += row.psnr_rival;
+      all.kb_ours += row.kb_ours;
+      all.kb_rival += row.kb_rival;
+    } catch (const std::exception& error) {
+      std::fprintf(stderr, "%s: %s\n", argv[i], error.what());
+      return 1;
+    }
+  }
+  if (count == 0) return 2;
+  all.psnr_ours /= count;
+  all.psnr_rival /= count;
+  Print(all);
+  return 0;
+}

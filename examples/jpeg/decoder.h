@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: MIT
+// A decoder for baseline JPEG files (ITU-T T.81), put together from the stages in zepjp.h.
+//
+// It reads grey, YCbCr, RGB, CMYK and YCCK pictures of 8 bits with any sampling factors, restart
+// intervals and any number of scans. Of a damaged file it saves what can be saved: each restart
+// interval stands alone, and what is lost becomes a flat area.
+#ifndef ZEPJP_EXAMPLES_JPEG_DECODER_H_
+#define ZEPJP_EXAMPLES_JPEG_DECODER_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "jpeg/frame.h"
+#include "jpeg/image.h"
+#include "jpeg/messages.h"
+#include "jpeg/metadata.h"
+#include "jpeg/picture_writer.h"
+#include "jpeg/stage_clock.h"
+#include "jpeg/status.h"
+
+namespace jpeg {
+
+struct DecodeOptions {
+  // 1, 2, 4 or 8: the picture at 1/scale of its size, rounded up.
+  int scale = 1;
+  // Files that claim more pixels are refused.
+  int64_t max_pixels = int64_t{1} << 28;
+  // If not null, the time of the stages is added here.
+  StageTimes* times = nullptr;
+};
+
+// What a file says about itself, and what is wrong with it.
+struct FileInfo {
+  Frame frame;
+  ColorModel model = ColorModel::kGrey;
+  int restart_interval = 0;
+  Metadata metadata;
+  Messages messages;
+};
+
+// A component's samples as they are coded, before any up-sampling or colour conversion.
+struct ComponentSamples {
+  int width = 0;
+  int height = 0;
+  std::vector<uint8_t> samples;  // rows without gaps
+};
+
+// Memory is taken only if the file can hold the picture that its header announces. A block takes at
+// least two bits (the shortest codes of a DC difference and of an end of block), so a file is
+// refused if its picture has more than four blocks for each byte behind the frame header. Up to
+// 65536 blocks (4 MiB of samples) are always accepted, so that small truncated files still show
+// their first rows.
+constexpr int64_t kBlocksInAByte = 4;
+constexpr int64_t kAlwaysAcceptedBlocks = 65536;
+
+// Decodes a picture. The image's memory is used again where it suffices. An error means that there
+// is no picture; a picture with damaged parts comes with messages.
+Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Image* image,
+              FileInfo* info);
+
+// Decodes the components alone, at full scale.
+Status DecodeComponents(const uint8_t* data, size_t size, const DecodeOptions& options,
+                        std::vector<ComponentSamples>* components, FileInfo* info);
+
+// Reads the headers up to the first scan.
+Status ReadFileInfo(const uint8_t* data, size_t size, FileInfo* info);
+
+}  // namespace jpeg
+
+#endif  // ZEPJP_EXAMPLES_JPEG_DECODER_H_

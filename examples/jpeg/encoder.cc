@@ -1,0 +1,130 @@
+// SPDX-License-Identifier: MIT
+#include "jpeg/encoder.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <vector>
+
+#include "jpeg/geometry.h"
+#include "jpeg/markers.h"
+#include "jpeg/scan_encoder.h"
+#include "jpeg/segment_writer.h"
+#include "jpeg/standard_tables.h"
+#include "jpeg/strip_maker.h"
+#include "zepjp.h"
+
+namespace jpeg {
+namespace {
+
+constexpr int kMostPixelsOnASide = 65535;
+constexpr int kAdobeYcck = 2;
+
+Status CheckArguments(const Image& image, const EncodeOptions& options) {
+  if (image.width() < 1 || image.height() < 1 || image.width() > kMostPixelsOnASide ||
+      image.height() > kMostPixelsOnASide) {
+    return Status::Error("a JPEG file holds 1 to 65535 pixels on a side, not " +
+                         std::to_string(image.width()) + " x " + std::to_string(image.height()));
+  }
+  if (options.quality < 1 || options.quality > 100) {
+    return Status::Error("the quality must lie in 1 to 100");
+  }
+  if (options.restart_interval < 0 || options.restart_interval > 65535) {
+    return Status::Error("the restart interval must lie in 0 to 65535");
+  }
+  for (const Segment& segment : options.metadata.segments) {
+    if (segment.data.size() > kMaxSegmentBytes) return Status::Error("a segment is too large");
+  }
+  return Status();
+}
+
+// Table 0 serves Y, K and grey, table 1 the colour components.
+Frame MakeFrame(const Image& image, Sampling sampling) {
+  Frame frame;
+  frame.width = image.width();
+  frame.height = image.height();
+  if (image.channels() > 1) {
+    frame.max_h = sampling == Sampling::k444 ? 1 : 2;
+    frame.max_v = sampling == Sampling::k420 ? 2 : 1;
+  }
+  for (int i = 0; i < image.channels(); ++i) {
+    const bool is_chroma = i == 1 || i == 2;
+    frame.components.push_back(
+        {i + 1, is_chroma ? 1 : frame.max_h, is_chroma ? 1 : frame.max_v, is_chroma ? 1 : 0});
+  }
+  return frame;
+}
+
+using RawTables = std::array<std::array<uint8_t, 64>, 2>;
+
+void MakeTables(int quality, RawTables* raw, CoderTables* tables) {
+  *raw = {kLuminanceSteps, kChrominanceSteps};
+  for (size_t i = 0; i < 2; ++i) {
+    zepiQuantFwdRawTableInit_JPEG_8u((*raw)[i].data(), quality);
+    zepiQuantFwdTableInit_JPEG_8u16u((*raw)[i].data(), tables[i].steps);
+    zepiEncodeHuffmanSpecInit_JPEG_8u(kDcHuffman[i].bits.data(), kDcHuffman[i].symbols,
+                                      &tables[i].dc);
+    zepiEncodeHuffmanSpecInit_JPEG_8u(kAcHuffman[i].bits.data(), kAcHuffman[i].symbols,
+                                      &tables[i].ac);
+  }
+}
+
+bool WriteHeaders(const Frame& frame, const EncodeOptions& options, const RawTables& raw,
+                  ByteBuffer* file) {
+  const int table_count = frame.components.size() > 1 ? 2 : 1;
+  SegmentWriter writer(file);
+  writer.Marker(kSoi);
+  if (frame.components.size() == 4) {
+    writer.Adobe(kAdobeYcck);
+  } else {
+    writer.Jfif(options.metadata.density);
+  }
+  for (const Segment& segment : options.metadata.segments) writer.Saved(segment);
+  for (int i = 0; i < table_count; ++i) writer.Quantization(i, raw[static_cast<size_t>(i)].data());
+  writer.BaselineFrame(frame);
+  for (int i = 0; i < table_count; ++i) {
+    writer.Huffman(0, i, kDcHuffman[i]);
+    writer.Huffman(1, i, kAcHuffman[i]);
+  }
+  if (options.restart_interval > 0) writer.RestartInterval(options.restart_interval);
+  Scan scan;
+  for (int i = 0; i < static_cast<int>(frame.components.size()); ++i) {
+    const int table = frame.components[static_cast<size_t>(i)].quant_table;
+    scan.push_back({i, table, table});
+  }
+  writer.ScanHeader(frame, scan);
+  return writer.ok();
+}
+
+}  // namespace
+
+Status Encode(const Image& image, const EncodeOptions& options, ByteBuffer* file) {
+  if (Status status = CheckArguments(image, options); !status.ok()) return status;
+  const Frame frame = MakeFrame(image, options.sampling);
+  const Geometry geometry(frame, 1);
+  RawTables raw;
+  CoderTables tables[2];
+  MakeTables(options.quality, &raw, tables);
+  StripMaker strip(image, options.sampling, geometry);
+  const Status no_memory = Status::Error("not enough memory");
+  if (!file->Resize(0) || !strip.Init() || !WriteHeaders(frame, options, raw, file)) {
+    return no_memory;
+  }
+  std::vector<const CoderTables*> component_tables;
+  for (const FrameComponent& component : frame.components) {
+    component_tables.push_back(&tables[component.quant_table]);
+  }
+  ScanEncoder scan(geometry, component_tables, options.restart_interval, file, options.times);
+  for (int row = 0; row < geometry.mcu_rows; ++row) {
+    StageClock clock(options.times);
+    strip.Make(row);
+    clock.Lap(&StageTimes::color);
+    if (Status status = scan.EncodeRow(strip); !status.ok()) return status;
+  }
+  if (Status status = scan.Finish(); !status.ok()) return status;
+  SegmentWriter writer(file);
+  writer.Marker(kEoi);
+  return writer.ok() ? Status() : no_memory;
+}
+
+}  // namespace jpeg

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+// An encoder for baseline JPEG files (ITU-T T.81), put together from the stages in zepjp.h.
+//
+// Grey pictures become one component, RGB becomes YCbCr with a JFIF header, CMYK becomes YCCK with
+// an Adobe header and inverted inks. The Huffman tables are the standard's.
+#ifndef ZEPJP_EXAMPLES_JPEG_ENCODER_H_
+#define ZEPJP_EXAMPLES_JPEG_ENCODER_H_
+
+#include "jpeg/byte_buffer.h"
+#include "jpeg/image.h"
+#include "jpeg/metadata.h"
+#include "jpeg/stage_clock.h"
+#include "jpeg/status.h"
+
+namespace jpeg {
+
+// The resolution of the colour components: full, half the width, half the width and height.
+enum class Sampling { k444, k422, k420 };
+
+struct EncodeOptions {
+  int quality = 90;  // 1..100
+  Sampling sampling = Sampling::k420;
+  int restart_interval = 0;  // in MCUs, up to 65535; 0 for none
+  // Resolution, and segments that are written as they are.
+  Metadata metadata;
+  // If not null, the time of the stages is added here.
+  StageTimes* times = nullptr;
+};
+
+// Makes a file. Its memory is used again where it suffices.
+Status Encode(const Image& image, const EncodeOptions& options, ByteBuffer* file);
+
+}  // namespace jpeg
+
+#endif  // ZEPJP_EXAMPLES_JPEG_ENCODER_H_

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: MIT
+// From the components' planes to the rows of a picture: up-sampling and colour conversion.
+#ifndef ZEPJP_EXAMPLES_JPEG_PICTURE_WRITER_H_
+#define ZEPJP_EXAMPLES_JPEG_PICTURE_WRITER_H_
+
+#include <cstdint>
+#include <vector>
+
+#include "jpeg/image.h"
+#include "jpeg/upsampler.h"
+
+namespace jpeg {
+
+// What the components of a file mean.
+enum class ColorModel { kGrey, kYCbCr, kRgb, kYcck, kCmyk };
+
+constexpr PixelLayout LayoutOf(ColorModel model) {
+  switch (model) {
+    case ColorModel::kGrey: return PixelLayout::kGrey;
+    case ColorModel::kYCbCr:
+    case ColorModel::kRgb: return PixelLayout::kRgb;
+    default: return PixelLayout::kCmyk;
+  }
+}
+
+class PictureWriter {
+ public:
+  // `inverted`: the file holds 255 minus the amount of ink, as Adobe's programs write it.
+  PictureWriter(ColorModel model, bool inverted, Image* image)
+      : model_(model), inverted_(inverted), image_(image) {}
+
+  // False: no memory.
+  [[nodiscard]] bool Init(const Geometry& geometry, const std::vector<Plane>& planes);
+
+  // Writes rows first..last-1; see Upsampler::Rows() for what they may be.
+  void Write(int first, int last);
+
+ private:
+  void Interleave(const uint8_t* const* planes, int channels, int first, int last);
+  void InvertInks(int first, int last);
+
+  ColorModel model_;
+  bool inverted_;
+  Image* image_;
+  int step_ = 0;
+  std::vector<Upsampler> components_;
+};
+
+}  // namespace jpeg
+
+#endif  // ZEPJP_EXAMPLES_JPEG_PICTURE_WRITER_H_

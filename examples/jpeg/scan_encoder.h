@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: MIT
+// Codes the blocks of a scan, one row of MCUs after the other.
+#ifndef ZEPJP_EXAMPLES_JPEG_SCAN_ENCODER_H_
+#define ZEPJP_EXAMPLES_JPEG_SCAN_ENCODER_H_
+
+#include <cstdint>
+#include <vector>
+
+#include "jpeg/byte_buffer.h"
+#include "jpeg/geometry.h"
+#include "jpeg/stage_clock.h"
+#include "jpeg/status.h"
+#include "jpeg/strip_maker.h"
+#include "zepjp.h"
+
+namespace jpeg {
+
+struct CoderTables {
+  uint16_t steps[64];  // prepared for the forward transform
+  zepiEncodeHuffmanSpec dc;
+  zepiEncodeHuffmanSpec ac;
+};
+
+class ScanEncoder {
+ public:
+  // One entry of `tables` for each component. What is referred to must outlive the encoder.
+  ScanEncoder(const Geometry& geometry, const std::vector<const CoderTables*>& tables,
+              int restart_interval, ByteBuffer* file, StageTimes* times);
+
+  // Codes a row of MCUs, the next one, from its samples.
+  Status EncodeRow(const StripMaker& strip);
+  // Writes what is left of the last byte.
+  Status Finish();
+
+ private:
+  static constexpr int kChunkBlocks = 48;
+  static constexpr size_t kMostBytesOfBlock = 512;  // 64 codes and values of 27 bits, all stuffed
+
+  struct Part {
+    ComponentGeometry place;
+    const CoderTables* tables;
+    int16_t last_dc;
+  };
+
+  void TransformBlocks(const StripMaker& strip, int first_mcu, int mcus);
+  Status CodeBlocks(int mcus);
+  Status Restart();
+
+  std::vector<Part> parts_;
+  int mcus_per_row_;
+  int restart_interval_;
+  ByteBuffer* file_;
+  StageTimes* times_;
+  int blocks_in_mcu_ = 0;
+  int row_ = 0;
+  int mcus_left_;  // until the next restart marker
+  int restarts_ = 0;
+  zepiEncodeHuffmanState state_;
+  alignas(64) int16_t blocks_[kChunkBlocks * 64];
+};
+
+}  // namespace jpeg
+
+#endif  // ZEPJP_EXAMPLES_JPEG_SCAN_ENCODER_H_

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+// Writes the segments of a file up to the coded data.
+#ifndef ZEPJP_EXAMPLES_JPEG_SEGMENT_WRITER_H_
+#define ZEPJP_EXAMPLES_JPEG_SEGMENT_WRITER_H_
+
+#include <cstdint>
+#include <vector>
+
+#include "jpeg/byte_buffer.h"
+#include "jpeg/frame.h"
+#include "jpeg/metadata.h"
+#include "jpeg/standard_tables.h"
+
+namespace jpeg {
+
+// Collects what happens: after a lack of memory all further writes do nothing and ok() is false.
+class SegmentWriter {
+ public:
+  explicit SegmentWriter(ByteBuffer* file) : file_(file) {}
+
+  void Marker(int marker);
+  void Jfif(const Density& density);
+  void Adobe(int transform);
+  void Saved(const Segment& segment);
+  // `steps` in zigzag order.
+  void Quantization(int slot, const uint8_t* steps);
+  void BaselineFrame(const Frame& frame);
+  // `kind`: 0 for DC, 1 for AC.
+  void Huffman(int kind, int slot, const HuffmanList& list);
+  void RestartInterval(int mcus);
+  void ScanHeader(const Frame& frame, const Scan& scan);
+  bool ok() const { return ok_; }
+
+ private:
+  void Begin(int marker, size_t content_size);
+  void Byte(int value);
+  void Word(int value);
+  void Bytes(const uint8_t* bytes, size_t count);
+
+  ByteBuffer* file_;
+  bool ok_ = true;
+};
+
+}  // namespace jpeg
+
+#endif  // ZEPJP_EXAMPLES_JPEG_SEGMENT_WRITER_H_

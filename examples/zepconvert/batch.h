@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: MIT
+// Converts many files on several threads.
+#ifndef ZEPJP_EXAMPLES_ZEPCONVERT_BATCH_H_
+#define ZEPJP_EXAMPLES_ZEPCONVERT_BATCH_H_
+
+#include <atomic>
+#include <vector>
+
+#include "zepconvert/conversion.h"
+#include "zepconvert/settings.h"
+
+namespace zepconvert {
+
+// Files are converted at the same time as far as cores and memory allow: pictures of together more
+// than a gigabyte wait for each other. When `stop` becomes true, files in work are finished and no
+// other is begun. One result for each job, in their order.
+std::vector<Result> ConvertAll(const Settings& settings, const std::vector<Job>& jobs,
+                               const std::atomic<bool>& stop);
+
+}  // namespace zepconvert
+
+#endif  // ZEPJP_EXAMPLES_ZEPCONVERT_BATCH_H_

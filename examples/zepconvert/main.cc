@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: MIT
+// zepconvert: converts pictures between JPEG, PNG and PNM. See docs/zepconvert.md.
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <atomic>
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <map>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "zepconvert/batch.h"
+#include "zepconvert/picture.h"
+#include "zepconvert/report.h"
+#include "zepconvert/settings.h"
+#include "zepjp.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using zepconvert::Format;
+using zepconvert::FormatOfName;
+using zepconvert::Job;
+using zepconvert::Result;
+using zepconvert::Settings;
+
+enum ExitCode {
+  kDone = 0,
+  kSomeFailed = 1,
+  kUsage = 2,
+  kInterrupted = 3,
+  kSomeDamaged = 4,  // all were written, but not all were whole
+};
+
+std::atomic<bool> stop_requested{false};
+
+// Once: finish what is in work. A second time: the system's way.
+void StopOnSignal() {
+  struct sigaction action {};
+  action.sa_handler = [](int) { stop_requested = true; };
+  action.sa_flags = SA_RESETHAND | SA_RESTART;
+  sigaction(SIGINT, &action, nullptr);
+  sigaction(SIGTERM, &action, nullptr);
+}
+
+struct Arguments {
+  Settings settings;
+  std::vector<std::string> files;
+  std::string sampling = "420";
+  std::string to;
+  std::string out_dir;
+  double max_megapixels = 268.4;
+  bool no_metadata = false;
+};
+
+void DefineOptions(CLI::App* app, Arguments* arguments) {
+  Settings& settings = arguments->settings;
+  app->add_option("files", arguments->files, "IN OUT, or any number of inputs with --to")
+      ->required();
+  app->add_option("-q,--quality", settings.quality, "quality of JPEG files, 1 to 100 (90)")
+      ->check(CLI::Range(1, 100));
+  app->add_option("--sampling", arguments->sampling,
+                  "resolution of colours in JPEG files: 444, 422 or 420 (420)")
+      ->check(CLI::IsMember(std::vector<std::string>{"444", "422", "420"}).description(""));
+  app->add_flag("--grey,--gray", settings.grey, "convert to grey");
+  app->add_option("--restart", settings.restart_interval,
+                  "restart interval of JPEG files in MCUs, 0 for none (0)")
+      ->check(CLI::Range(0, 65535));
+  app->add_option("--scale", settings.scale, "reduce JPEG inputs to 1/2, 1/4 or 1/8: 1, 2, 4, 8")
+      ->check(CLI::IsMember(std::vector<int>{1, 2, 4, 8}).description(""));
+  app->add_option("--to", arguments->to, "convert all files to jpg, png, ppm, pgm or pnm");
+  app->add_option("--out-dir", arguments->out_dir, "where results of --to go (beside the inputs)");
+  app->add_option("--report", settings.report_directory,
+                  "write a page with pictures, sizes, PSNR and times to this directory");
+  app->add_option("-j,--jobs", settings.jobs, "files at the same time (all cores)")
+      ->check(CLI::Range(1, 1024));
+  app->add_option("--max-megapixels", arguments->max_megapixels, "refuse larger pictures (268.4)")
+      ->check(CLI::Range(0.000001, 4294.9));
+  app->add_flag("--no-metadata", arguments->no_metadata,
+                "leave out EXIF data, colour profiles and comments");
+  app->add_flag("--quiet", settings.quiet, "errors and damage only");
+  app->set_version_flag("--version", std::string("zepconvert ") + zepjGetLibVersion()->versionText);
+}
+
+// The output's name for --to; the error is empty where it is fine.
+Job MakeJob(const Arguments& arguments, const std::string& input) {
+  const fs::path path(input);
+  fs::path output = arguments.out_dir.empty() ? path.parent_path() : fs::path(arguments.out_dir);
+  output /= path.stem();
+  output += std::string(".") + zepconvert::Extension(FormatOfName(arguments.to));
+  return {input, output.string()};
+}
+
+// What to do; a text where the arguments make no sense together.
+std::string MakeJobs(const Arguments& arguments, std::vector<Job>* jobs) {
+  if (arguments.to.empty()) {
+    if (!arguments.out_dir.empty()) return "--out-dir goes with --to";
+    if (arguments.files.size() != 2) return "give an input and an output, or --to FORMAT";
+    if (FormatOfName(arguments.files[1]) == Format::kUnknown) {
+      return arguments.files[1] + ": the name must end in .jpg, .png, .ppm, .pgm or .pnm";
+    }
+    jobs->push_back({arguments.files[0], arguments.files[1]});
+    return "";
+  }
+  if (FormatOfName("." + arguments.to) == Format::kUnknown) {
+    return "--to " + arguments.to + ": must be jpg, png, ppm, pgm or pnm";
+  }
+  std::map<std::string, std::string> inputs;  // by output
+  for (const std::string& input : arguments.files) {
+    jobs->push_back(MakeJob(arguments, input));
+    const auto [other, is_new] = inputs.emplace(jobs->back().output, input);
+    if (!is_new) {
+      return other->second + " and " + input + " would both become " + jobs->back().output;
+    }
+  }
+  return "";
+}
+
+int Judge(const std::vector<Result>& results) {
+  const auto any = [&](auto predicate) {
+    return std::any_of(results.begin(), results.end(), predicate);
+  };
+  if (any([](const Result& result) { return !result.started; })) return kInterrupted;
+  if (any([](const Result& result) { return !result.status.ok(); })) return kSomeFailed;
+  if (any([](const Result& result) { return !result.warnings.empty(); })) return kSomeDamaged;
+  return kDone;
+}
+
+int Fail(ExitCode code, const std::string& text) {
+  std::fprintf(stderr, "zepconvert: %s\n", text.c_str());
+  return code;
+}
+
+int Run(const Arguments& arguments) {
+  std::vector<Job> jobs;
+  const std::string error = MakeJobs(arguments, &jobs);
+  if (!error.empty()) return Fail(kUsage, error);
+  if (!arguments.out_dir.empty()) {
+    std::error_code failed;
+    fs::create_directories(arguments.out_dir, failed);
+    if (failed) return Fail(kSomeFailed, arguments.out_dir + ": " + failed.message());
+  }
+  StopOnSignal();
+  const std::vector<Result> results =
+      zepconvert::ConvertAll(arguments.settings, jobs, stop_requested);
+  const int code = Judge(results);
+  if (code == kInterrupted) return Fail(kInterrupted, "interrupted");
+  if (arguments.settings.report_directory.empty()) return code;
+  const jpeg::Status status = zepconvert::WriteReport(arguments.settings.report_directory, results);
+  return status.ok() ? code : Fail(kSomeFailed, status.text());
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Arguments arguments;
+  CLI::App app("Converts pictures between JPEG (baseline), PNG and binary PGM and PPM files.",
+               "zepconvert");
+  app.footer(
+      "Exit codes: 0 done, 1 some file failed, 2 wrong usage, 3 interrupted, 4 all were "
+      "written but some input was damaged.");
+  try {
+    DefineOptions(&app, &arguments);
+    app.parse(argc, argv);
+    arguments.settings.sampling = arguments.sampling == "444"   ? jpeg::Sampling::k444
+                                  : arguments.sampling == "422" ? jpeg::Sampling::k422
+                                                                : jpeg::Sampling::k420;
+    arguments.settings.keep_metadata = !arguments.no_metadata;
+    arguments.settings.max_pixels = static_cast<int64_t>(arguments.max_megapixels * 1e6);
+    return Run(arguments);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? kDone : kUsage;
+  } catch (const std::exception& error) {
+    return Fail(kSomeFailed, error.what());
+  }
+}

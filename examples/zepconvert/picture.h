@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+// A picture with what belongs to it, and the formats of files.
+#ifndef ZEPJP_EXAMPLES_ZEPCONVERT_PICTURE_H_
+#define ZEPJP_EXAMPLES_ZEPCONVERT_PICTURE_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "jpeg/image.h"
+#include "jpeg/metadata.h"
+#include "jpeg/status.h"
+
+namespace zepconvert {
+
+struct Picture {
+  jpeg::Image image;
+  jpeg::Metadata metadata;
+  std::vector<std::string> notes;     // what was given up, for the user to know
+  std::vector<std::string> warnings;  // what was damaged
+};
+
+enum class Format { kUnknown, kJpeg, kPng, kPpm, kPgm, kPnm };
+
+// By the first bytes.
+Format FormatOfBytes(const uint8_t* data, size_t size);
+// By the part behind the last dot; also "jpg" and the like alone.
+Format FormatOfName(const std::string& name);
+// "jpg" and the like.
+const char* Extension(Format format);
+
+// What the first bytes of a file tell. Zero: they cannot be read.
+struct Dimensions {
+  int64_t width = 0;
+  int64_t height = 0;
+};
+Dimensions ReadDimensions(const uint8_t* data, size_t size);
+
+// 255 minus the ink, times what black lets through.
+jpeg::Status CmykToRgb(const jpeg::Image& cmyk, jpeg::Image* rgb);
+// Luminance as JPEG files define it; from any layout.
+jpeg::Status ToGrey(const jpeg::Image& image, jpeg::Image* grey);
+
+// Refuses what is beyond the limit before memory is taken.
+jpeg::Status CheckPixels(int64_t width, int64_t height, int64_t max_pixels);
+
+}  // namespace zepconvert
+
+#endif  // ZEPJP_EXAMPLES_ZEPCONVERT_PICTURE_H_

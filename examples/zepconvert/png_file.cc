@@ -1,0 +1,230 @@
+// SPDX-License-Identifier: MIT
+#include "zepconvert/png_file.h"
+
+#include <csetjmp>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <png.h>
+
+namespace zepconvert {
+namespace {
+
+constexpr double kInchesPerMetre = 39.37007874;
+
+// libpng reports errors by a long jump. All that lives across one are members, nothing is
+// constructed between the place that it returns to and the calls that may jump.
+struct ErrorText {
+  char text[256] = "damaged";
+};
+
+void KeepError(png_structp png, png_const_charp text) {
+  auto* error = static_cast<ErrorText*>(png_get_error_ptr(png));
+  std::strncpy(error->text, text, sizeof(error->text) - 1);
+  png_longjmp(png, 1);
+}
+
+void IgnoreWarning(png_structp /*png*/, png_const_charp /*text*/) {}
+
+class Reader {
+ public:
+  Reader(const uint8_t* data, size_t size) : next_(data), left_(size) {
+    png_ = png_create_read_struct(PNG_LIBPNG_VER_STRING, &error_, KeepError, IgnoreWarning);
+    if (png_ != nullptr) info_ = png_create_info_struct(png_);
+    if (info_ != nullptr) png_set_read_fn(png_, this, ReadBytes);
+  }
+  ~Reader() { png_destroy_read_struct(&png_, &info_, nullptr); }
+  Reader(const Reader&) = delete;
+  Reader& operator=(const Reader&) = delete;
+
+  bool ok() const { return info_ != nullptr; }
+  const char* error() const { return error_.text; }
+  int channels() const { return channels_; }
+  int64_t width() const { return png_get_image_width(png_, info_); }
+  int64_t height() const { return png_get_image_height(png_, info_); }
+
+  // Up to the pixels, which will have 8 bits and 1 to 4 channels.
+  bool ReadHeader() {
+    if (setjmp(png_jmpbuf(png_)) != 0) return false;
+    png_set_user_limits(png_, 0x7FFFFFFF, 0x7FFFFFFF);  // the caller has a limit of its own
+    png_read_info(png_, info_);
+    raw_bytes_ =
+        static_cast<uint64_t>(png_get_rowbytes(png_, info_)) * png_get_image_height(png_, info_);
+    png_set_expand(png_);
+    png_set_scale_16(png_);
+    png_set_interlace_handling(png_);
+    png_read_update_info(png_, info_);
+    channels_ = png_get_channels(png_, info_);
+    return true;
+  }
+
+  // Deflate makes at most 1032 bytes of one: a picture that cannot be in the file is refused.
+  bool CanHold(size_t file_size) const { return raw_bytes_ / 1032 <= file_size; }
+
+  bool ReadPixels(uint8_t* pixels) {
+    const size_t step = static_cast<size_t>(width()) * static_cast<size_t>(channels_);
+    rows_.resize(static_cast<size_t>(height()));
+    for (size_t y = 0; y < rows_.size(); ++y) rows_[y] = pixels + y * step;
+    if (setjmp(png_jmpbuf(png_)) != 0) return false;
+    png_read_image(png_, rows_.data());
+    png_read_end(png_, info_);
+    return true;
+  }
+
+  void ReadMetadata(jpeg::Metadata* metadata) {
+    if (setjmp(png_jmpbuf(png_)) != 0) return;
+    png_charp name = nullptr;
+    int method = 0;
+    png_bytep bytes = nullptr;
+    png_uint_32 size = 0;
+    if (png_get_iCCP(png_, info_, &name, &method, &bytes, &size) != 0) {
+      icc_.assign(bytes, bytes + size);
+      jpeg::AddIccProfile(icc_, metadata);
+    }
+    if (png_get_eXIf_1(png_, info_, &size, &bytes) != 0) {
+      exif_.assign(bytes, bytes + size);
+      jpeg::AddExif(exif_, metadata);
+    }
+    const png_uint_32 per_metre = png_get_pixels_per_meter(png_, info_);
+    const int dots = static_cast<int>(per_metre / kInchesPerMetre + 0.5);
+    if (dots > 0 && dots <= 65535) metadata->density = {1, dots, dots};
+  }
+
+ private:
+  static void ReadBytes(png_structp png, png_bytep out, size_t count) {
+    auto* reader = static_cast<Reader*>(png_get_io_ptr(png));
+    if (count > reader->left_) png_error(png, "the file ends within the picture");
+    std::memcpy(out, reader->next_, count);
+    reader->next_ += count;
+    reader->left_ -= count;
+  }
+
+  const uint8_t* next_;
+  size_t left_;
+  ErrorText error_;
+  png_structp png_ = nullptr;
+  png_infop info_ = nullptr;
+  int channels_ = 0;
+  uint64_t raw_bytes_ = 0;
+  std::vector<png_bytep> rows_;
+  std::vector<uint8_t> icc_;
+  std::vector<uint8_t> exif_;
+};
+
+// Grey or RGB with alpha to the same over white. True: some pixel was transparent.
+bool LayOverWhite(const uint8_t* in, int channels, jpeg::Image* image) {
+  bool transparent = false;
+  uint8_t* out = image->Row(0);
+  for (uint8_t* end = out + image->SizeInBytes(); out < end; ++in) {
+    const int alpha = in[channels - 1];
+    transparent |= alpha != 255;
+    for (int c = 1; c < channels; ++c) {
+      *out++ = static_cast<uint8_t>((*in++ * alpha + 255 * (255 - alpha) + 127) / 255);
+    }
+  }
+  return transparent;
+}
+
+class Writer {
+ public:
+  explicit Writer(jpeg::ByteBuffer* file) : file_(file) {
+    png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, &error_, KeepError, IgnoreWarning);
+    if (png_ != nullptr) info_ = png_create_info_struct(png_);
+    if (info_ != nullptr) png_set_write_fn(png_, this, WriteBytes, [](png_structp) {});
+  }
+  ~Writer() { png_destroy_write_struct(&png_, &info_); }
+  Writer(const Writer&) = delete;
+  Writer& operator=(const Writer&) = delete;
+
+  bool ok() const { return info_ != nullptr; }
+  const char* error() const { return error_.text; }
+
+  bool Write(const jpeg::Image& image, const jpeg::Metadata& metadata) {
+    icc_ = jpeg::FindIccProfile(metadata);
+    exif_ = jpeg::FindExif(metadata);
+    if (setjmp(png_jmpbuf(png_)) != 0) return false;
+    png_set_user_limits(png_, 0x7FFFFFFF, 0x7FFFFFFF);
+    // Photographs gain little from more effort.
+    png_set_compression_level(png_, 3);
+    png_set_IHDR(png_, info_, static_cast<png_uint_32>(image.width()),
+                 static_cast<png_uint_32>(image.height()), 8,
+                 image.channels() == 1 ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB,
+                 PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_BASE, PNG_FILTER_TYPE_BASE);
+    SetMetadata(metadata.density);
+    png_write_info(png_, info_);
+    for (int y = 0; y < image.height(); ++y) png_write_row(png_, image.Row(y));
+    png_write_end(png_, info_);
+    return true;
+  }
+
+ private:
+  void SetMetadata(const jpeg::Density& density) {
+    if (!icc_.empty()) {
+      png_set_iCCP(png_, info_, "icc", PNG_COMPRESSION_TYPE_BASE, icc_.data(),
+                   static_cast<png_uint_32>(icc_.size()));
+    }
+    if (!exif_.empty()) {
+      png_set_eXIf_1(png_, info_, static_cast<png_uint_32>(exif_.size()), exif_.data());
+    }
+    if (density.unit == 0) return;
+    const double scale = density.unit == 1 ? kInchesPerMetre : 100;
+    png_set_pHYs(png_, info_, static_cast<png_uint_32>(density.x * scale + 0.5),
+                 static_cast<png_uint_32>(density.y * scale + 0.5), PNG_RESOLUTION_METER);
+  }
+
+  static void WriteBytes(png_structp png, png_bytep bytes, size_t count) {
+    auto* writer = static_cast<Writer*>(png_get_io_ptr(png));
+    if (!writer->file_->Append(bytes, count)) png_error(png, "not enough memory for the file");
+  }
+
+  jpeg::ByteBuffer* file_;
+  ErrorText error_;
+  png_structp png_ = nullptr;
+  png_infop info_ = nullptr;
+  std::vector<uint8_t> icc_;
+  std::vector<uint8_t> exif_;
+};
+
+jpeg::Status PngError(const char* text) { return jpeg::Status::Error(std::string("PNG: ") + text); }
+
+}  // namespace
+
+jpeg::Status ReadPng(const uint8_t* data, size_t size, int64_t max_pixels, Picture* picture) {
+  const jpeg::Status no_memory = jpeg::Status::Error("not enough memory for the picture");
+  Reader reader(data, size);
+  if (!reader.ok()) return no_memory;
+  if (!reader.ReadHeader()) return PngError(reader.error());
+  const jpeg::Status status = CheckPixels(reader.width(), reader.height(), max_pixels);
+  if (!status.ok()) return status;
+  if (!reader.CanHold(size)) return PngError("the file is too small for the picture it announces");
+  const bool has_alpha = reader.channels() % 2 == 0;
+  const auto layout = reader.channels() <= 2 ? jpeg::PixelLayout::kGrey : jpeg::PixelLayout::kRgb;
+  jpeg::Image& image = picture->image;
+  const int width = static_cast<int>(reader.width());
+  const int height = static_cast<int>(reader.height());
+  if (!image.Resize(width, height, layout)) return no_memory;
+  jpeg::ByteBuffer with_alpha;
+  if (has_alpha) {
+    const size_t channels = static_cast<size_t>(reader.channels());
+    if (!with_alpha.Resize(image.SizeInBytes() / (channels - 1) * channels)) return no_memory;
+  }
+  if (!reader.ReadPixels(has_alpha ? with_alpha.data() : image.Row(0))) {
+    return PngError(reader.error());
+  }
+  if (has_alpha && LayOverWhite(with_alpha.data(), reader.channels(), &image)) {
+    picture->notes.emplace_back("transparent parts were laid over white");
+  }
+  reader.ReadMetadata(&picture->metadata);
+  return jpeg::Status();
+}
+
+jpeg::Status WritePng(const jpeg::Image& image, const jpeg::Metadata& metadata,
+                      jpeg::ByteBuffer* file) {
+  if (!file->Resize(0)) return jpeg::Status::Error("not enough memory for the file");
+  Writer writer(file);
+  if (!writer.ok()) return jpeg::Status::Error("not enough memory for the file");
+  return writer.Write(image, metadata) ? jpeg::Status() : PngError(writer.error());
+}
+
+}  // namespace zepconvert

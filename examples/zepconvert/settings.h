@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+// What the user asks for.
+#ifndef ZEPJP_EXAMPLES_ZEPCONVERT_SETTINGS_H_
+#define ZEPJP_EXAMPLES_ZEPCONVERT_SETTINGS_H_
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "jpeg/encoder.h"
+
+namespace zepconvert {
+
+struct Settings {
+  int quality = 90;
+  jpeg::Sampling sampling = jpeg::Sampling::k420;
+  int restart_interval = 0;
+  int scale = 1;
+  bool grey = false;
+  bool keep_metadata = true;
+  int64_t max_pixels = int64_t{1} << 28;
+  int jobs = 0;  // 0: as many as there are cores
+  bool quiet = false;
+  std::string report_directory;  // empty: no report
+};
+
+struct Job {
+  std::string input;
+  std::string output;
+};
+
+}  // namespace zepconvert
+
+#endif  // ZEPJP_EXAMPLES_ZEPCONVERT_SETTINGS_H_

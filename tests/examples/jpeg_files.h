@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: MIT
+// Encoding and decoding in one line, and surgery on files, for the tests of the JPEG example.
+#ifndef ZEPJP_TESTS_EXAMPLES_JPEG_FILES_H_
+#define ZEPJP_TESTS_EXAMPLES_JPEG_FILES_H_
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "examples/pictures.h"
+#include "jpeg/decoder.h"
+#include "jpeg/encoder.h"
+#include "jpeg/markers.h"
+
+namespace jpeg_files {
+
+using pictures::Bytes;
+
+inline Bytes Encode(const jpeg::Image& image, const jpeg::EncodeOptions& options = {}) {
+  jpeg::ByteBuffer file;
+  const jpeg::Status status = jpeg::Encode(image, options, &file);
+  EXPECT_TRUE(status.ok()) << status.text();
+  return pictures::ToBytes(file);
+}
+
+struct Decoded {
+  jpeg::Status status;
+  jpeg::Image image;
+  jpeg::FileInfo info;
+
+  std::string AllMessages() const {
+    std::string all;
+    for (const jpeg::Message& message : info.messages.kept()) all += message.ToString() + "\n";
+    return all;
+  }
+};
+
+inline Decoded Decode(const Bytes& file, int scale = 1) {
+  Decoded result;
+  jpeg::DecodeOptions options;
+  options.scale = scale;
+  result.status = jpeg::Decode(file.data(), file.size(), options, &result.image, &result.info);
+  return result;
+}
+
+// A file that must be without fault.
+inline jpeg::Image DecodeGood(const Bytes& file, int scale = 1) {
+  Decoded result = Decode(file, scale);
+  EXPECT_TRUE(result.status.ok()) << result.status.text();
+  EXPECT_EQ(result.AllMessages(), "");
+  return std::move(result.image);
+}
+
+// The offset of the first marker of a kind behind `from`, in a file whose segments do not contain
+// the same two bytes.
+inline size_t FindMarker(const Bytes& file, int marker, size_t from = 0) {
+  for (size_t i = from; i + 1 < file.size(); ++i) {
+    if (file[i] == 0xFF && file[i + 1] == marker) return i;
+  }
+  ADD_FAILURE() << "no marker " << marker;
+  return 0;
+}
+
+// The segment at an offset with its marker: how many bytes it takes.
+inline size_t SegmentSize(const Bytes& file, size_t at) {
+  return 2 + static_cast<size_t>(file[at + 2] << 8 | file[at + 3]);
+}
+
+inline Bytes Without(const Bytes& file, size_t at, size_t count) {
+  Bytes result(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(at));
+  result.insert(result.end(), file.begin() + static_cast<std::ptrdiff_t>(at + count), file.end());
+  return result;
+}
+
+inline Bytes With(const Bytes& file, size_t at, const Bytes& more) {
+  Bytes result = file;
+  result.insert(result.begin() + static_cast<std::ptrdiff_t>(at), more.begin(), more.end());
+  return result;
+}
+
+}  // namespace jpeg_files
+
+#endif  // ZEPJP_TESTS_EXAMPLES_JPEG_FILES_H_

@@ -1,0 +1,348 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""zepconvert as a user meets it: results, messages, exit codes, files that are left behind.
+
+    zepconvert_test.py PATH_OF_ZEPCONVERT
+"""
+import math
+import os
+import pty
+import re
+import resource
+import signal
+import struct
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+TOOL = os.path.abspath(sys.argv.pop(1))
+
+
+def picture(width, height, channels, seed=1):
+    """Smooth waves with a little noise."""
+    samples = bytearray()
+    state = seed
+    for y in range(height):
+        for x in range(width):
+            for c in range(channels):
+                state = (state * 1103515245 + 12345) & 0x7FFFFFFF
+                wave = 128 + 60 * math.sin(x / 9 + c) + 50 * math.cos(y / 11 + 2 * c)
+                samples.append(max(0, min(255, int(wave + (state >> 16) % 9 - 4))))
+    return bytes(samples)
+
+
+def pnm(width, height, channels, samples):
+    return b"P%d\n%d %d\n255\n" % (5 if channels == 1 else 6, width, height) + samples
+
+
+def read_pnm(path):
+    with open(path, "rb") as file:
+        data = file.read()
+    head = re.match(rb"P([56])\n(\d+) (\d+)\n255\n", data)
+    channels = 1 if head.group(1) == b"5" else 3
+    return int(head.group(2)), int(head.group(3)), channels, data[head.end():]
+
+
+def segments(path):
+    """Marker and content of each segment of a JPEG file, up to the scan."""
+    with open(path, "rb") as file:
+        data = file.read()
+    found, at = [], 2
+    while True:
+        marker, size = data[at + 1], struct.unpack(">H", data[at + 2:at + 4])[0]
+        found.append((marker, data[at + 4:at + 2 + size]))
+        at += 2 + size
+        if marker == 0xDA:
+            return found
+
+
+def mean_difference(a, b):
+    assert len(a) == len(b)
+    return sum(abs(x - y) for x, y in zip(a, b)) / len(a)
+
+
+class ZepconvertTest(unittest.TestCase):
+    def setUp(self):
+        directory = tempfile.TemporaryDirectory()
+        self.addCleanup(directory.cleanup)
+        self.directory = directory.name
+        self.samples = picture(50, 33, 3)
+        self.write("in.ppm", pnm(50, 33, 3, self.samples))
+
+    def path(self, name):
+        return os.path.join(self.directory, name)
+
+    def write(self, name, data):
+        with open(self.path(name), "wb") as file:
+            file.write(data)
+
+    def read(self, name):
+        with open(self.path(name), "rb") as file:
+            return file.read()
+
+    def run_tool(self, *arguments, code=0, **options):
+        done = subprocess.run([TOOL, *arguments], cwd=self.directory, capture_output=True,
+                              text=True, timeout=120, check=False, **options)
+        self.assertEqual(done.returncode, code, done.stderr)
+        return done.stderr
+
+    def files(self):
+        return sorted(os.listdir(self.directory))
+
+    def test_lossless_formats_keep_every_sample(self):
+        for name in ("a.png", "a.ppm", "a.pnm"):
+            self.run_tool("in.ppm", name)
+            self.run_tool(name, "back.ppm")
+            self.assertEqual(read_pnm(self.path("back.ppm")), (50, 33, 3, self.samples))
+
+    def test_jpeg_is_close(self):
+        self.assertEqual(self.run_tool("in.ppm", "a.jpg", "--quality", "95"), "")
+        self.run_tool("a.jpg", "back.ppm")
+        self.assertLess(mean_difference(read_pnm(self.path("back.ppm"))[3], self.samples), 4)
+
+    def test_grey(self):
+        grey = picture(20, 10, 1)
+        self.write("g.pgm", pnm(20, 10, 1, grey))
+        self.run_tool("g.pgm", "g.png")
+        self.run_tool("g.png", "g.ppm")
+        self.assertEqual(read_pnm(self.path("g.ppm"))[3], bytes(v for v in grey for _ in range(3)))
+        self.run_tool("g.png", "back.pgm")
+        self.assertEqual(read_pnm(self.path("back.pgm"))[3], grey)
+        for name, options in (("c.pgm", []), ("c.jpg", ["--grey"]), ("c.png", ["--grey"])):
+            self.run_tool("in.ppm", name, *options)
+            self.run_tool(name, "c2.pnm")
+            self.assertEqual(read_pnm(self.path("c2.pnm"))[2], 1, name)
+
+    def test_wide_samples_are_scaled(self):
+        self.write("w.pgm", b"P5 # comment\n2 1\n65535\n" + struct.pack(">HH", 65535, 0x8080))
+        self.run_tool("w.pgm", "w.pnm")
+        self.assertEqual(read_pnm(self.path("w.pnm"))[3], bytes([255, 128]))
+        self.write("s.pgm", b"P5\n2 1\n15\n" + bytes([15, 5]))
+        self.run_tool("s.pgm", "s.pnm")
+        self.assertEqual(read_pnm(self.path("s.pnm"))[3], bytes([255, 85]))
+
+    def test_options_show_in_the_file(self):
+        for sampling, factors in (("444", 0x11), ("422", 0x21), ("420", 0x22)):
+            self.run_tool("in.ppm", "a.jpg", "--sampling", sampling, "--restart", "3")
+            found = dict(segments(self.path("a.jpg")))
+            self.assertEqual(found[0xC0][7], factors)
+            self.assertEqual(found[0xDD], b"\0\3")
+        sizes = []
+        for quality in ("10", "50", "90"):
+            self.run_tool("in.ppm", "a.jpg", "-q", quality)
+            sizes.append(os.path.getsize(self.path("a.jpg")))
+        self.assertEqual(sizes, sorted(sizes))
+        for scale in (1, 2, 4, 8):
+            self.run_tool("a.jpg", "a.ppm", "--scale", str(scale))
+            self.assertEqual(read_pnm(self.path("a.ppm"))[:2], (-(-50 // scale), -(-33 // scale)))
+
+    def test_metadata_survives(self):
+        self.run_tool("in.ppm", "a.jpg")
+        data = self.read("a.jpg")
+        # Big-endian TIFF: one directory with one entry, the orientation.
+        exif = (b"Exif\0\0MM\0*\0\0\0\x08\0\1\x01\x12\0\3\0\0\0\1\0\1\0\0\0\0\0\0")
+        profile = self.profile()
+        more = b"\xFF\xE1" + struct.pack(">H", len(exif) + 2) + exif
+        icc = b"ICC_PROFILE\0\1\1" + profile
+        more += b"\xFF\xE2" + struct.pack(">H", len(icc) + 2) + icc
+        more += b"\xFF\xFE\0\7hello"
+        self.write("m.jpg", data[:20] + more + data[20:])
+        self.run_tool("m.jpg", "j.jpg")
+        kept = segments(self.path("j.jpg"))
+        self.assertIn((0xE1, exif), kept)
+        self.assertIn((0xE2, icc), kept)
+        self.assertIn((0xFE, b"hello"), kept)
+        self.run_tool("m.jpg", "p.png")
+        self.run_tool("p.png", "q.jpg")
+        kept = segments(self.path("q.jpg"))
+        self.assertIn((0xE1, exif), kept)
+        self.assertIn((0xE2, icc), kept)
+        self.run_tool("m.jpg", "n.jpg", "--no-metadata")
+        markers = [marker for marker, _ in segments(self.path("n.jpg"))]
+        self.assertFalse({0xE1, 0xE2, 0xFE} & set(markers))
+        self.run_tool("m.jpg", "g.jpg", "--grey")
+        self.assertNotIn(0xE2, [marker for marker, _ in segments(self.path("g.jpg"))])
+
+    @staticmethod
+    def profile():
+        """A small colour profile that libpng takes: a header and one tag."""
+        head = bytearray(132)
+        struct.pack_into(">I", head, 0, 160)
+        struct.pack_into(">I", head, 8, 0x02100000)
+        head[12:24] = b"mntrRGB XYZ "
+        head[36:40] = b"acsp"
+        struct.pack_into(">III", head, 68, 0xF6D6, 0x10000, 0xD32D)
+        struct.pack_into(">I", head, 128, 1)
+        head += b"cprt" + struct.pack(">II", 144, 16) + b"text\0\0\0\0nobody\0\0"
+        return bytes(head)
+
+    def test_usage_errors(self):
+        self.run_tool("in.ppm", "a.jpg")
+        for arguments in (["in.ppm"], [], ["in.ppm", "a.jpg", "b.jpg"], ["in.ppm", "x.gif"],
+                          ["in.ppm", "x.jpg", "--quality", "0"],
+                          ["in.ppm", "x.jpg", "--quality", "101"],
+                          ["in.ppm", "x.jpg", "--sampling", "411"],
+                          ["in.ppm", "x.jpg", "--scale", "3"],
+                          ["in.ppm", "x.jpg", "--restart", "65536"],
+                          ["in.ppm", "x.jpg", "--nonsense"],
+                          ["in.ppm", "x.jpg", "--out-dir", "d"], ["in.ppm", "--to", "gif"],
+                          ["in.ppm", "a.jpg", "--to", "png", "sub/a.ppm"]):
+            before = self.files()
+            with self.subTest(arguments):
+                if "sub/a.ppm" in arguments:
+                    text = self.run_tool(*arguments, "--out-dir", ".", code=2)
+                    self.assertIn("would both become", text)
+                else:
+                    self.assertTrue(self.run_tool(*arguments, code=2))
+                self.assertEqual(self.files(), before)
+
+    def test_help_and_version(self):
+        for option in ("--help", "--version"):
+            self.run_tool(option)
+
+    def test_bad_inputs(self):
+        self.run_tool("in.ppm", "a.jpg")
+        self.run_tool("in.ppm", "a.png")
+        jpg, png = self.read("a.jpg"), self.read("a.png")
+        self.write("text.jpg", b"hello")
+        self.write("empty.jpg", b"")
+        self.write("short.png", png[:-100])
+        self.write("short.ppm", pnm(50, 33, 3, self.samples)[:-1])
+        self.write("head.ppm", b"P6\n50 ")
+        self.write("progressive.jpg", jpg.replace(b"\xFF\xC0", b"\xFF\xC2", 1))
+        self.write("cut.jpg", jpg[:100])
+        for name, text in (("text.jpg", "neither"), ("empty.jpg", "neither"),
+                           ("short.png", "ends"), ("short.ppm", "ends"), ("head.ppm", "header"),
+                           ("progressive.jpg", "progressive"), ("cut.jpg", "byte"),
+                           ("missing.jpg", "No such file"), (".", "directory")):
+            with self.subTest(name):
+                before = self.files()
+                self.assertIn(text, self.run_tool(name, "out.png", code=1))
+                self.assertEqual(self.files(), before)
+        self.assertIn("--scale", self.run_tool("a.png", "b.png", "--scale", "2", code=1))
+
+    def test_huge_headers_cost_nothing(self):
+        self.run_tool("in.ppm", "a.jpg", "--grey")
+        self.run_tool("in.ppm", "a.png")
+        jpg = bytearray(self.read("a.jpg"))
+        at = jpg.find(b"\xFF\xC0")
+        jpg[at + 5:at + 9] = b"\xFF\xFF\xFF\xFF"
+        self.write("huge.jpg", bytes(jpg[:200]) + b"\xFF\xD9")
+        png = bytearray(self.read("a.png"))
+        png[16:24] = b"\0\1\0\0\0\1\0\0"
+        crc = __import__("zlib").crc32(png[12:29])
+        png[29:33] = struct.pack(">I", crc)
+        self.write("huge.png", bytes(png))
+        self.write("huge.ppm", b"P6\n65535 65535\n255\n")
+        for name in ("huge.jpg", "huge.png", "huge.ppm"):
+            for limit in ("268", "4294"):
+                with self.subTest(name):
+                    start = time.monotonic()
+                    text = self.run_tool(name, "out.png", "--max-megapixels", limit, code=1)
+                    self.assertTrue(text)
+                    self.assertLess(time.monotonic() - start, 5)
+
+    def test_damaged_picture_is_saved(self):
+        self.run_tool("in.ppm", "a.jpg", "--restart", "1")
+        data = self.read("a.jpg")
+        self.write("cut.jpg", data[:-200])
+        text = self.run_tool("cut.jpg", "cut.png", code=4)
+        self.assertRegex(text, r"cut\.jpg: damaged: byte \d+, MCU \d+: ")
+        self.assertTrue(os.path.exists(self.path("cut.png")))
+        self.assertIn("damaged", self.run_tool("cut.jpg", "in.ppm", "--to", "png", code=4))
+
+    def test_failed_write_leaves_nothing(self):
+        def limit():
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+            resource.setrlimit(resource.RLIMIT_FSIZE, (1000, 1000))
+        self.write("old.ppm", b"old")
+        self.assertIn("cannot be written",
+                      self.run_tool("in.ppm", "old.ppm", code=1, preexec_fn=limit))
+        self.assertEqual(self.read("old.ppm"), b"old")
+        self.assertIn("No such file", self.run_tool("in.ppm", "nowhere/a.jpg", code=1))
+        self.assertEqual(self.files(), ["in.ppm", "old.ppm"])
+
+    def test_rights_follow_the_mask(self):
+        self.run_tool("in.ppm", "a.jpg", preexec_fn=lambda: os.umask(0o027))
+        self.assertEqual(os.stat(self.path("a.jpg")).st_mode & 0o777, 0o640)
+
+    def test_output_may_be_the_input(self):
+        self.run_tool("in.ppm", "a.jpg")
+        self.run_tool("a.jpg", "a.jpg", "--grey")
+        self.assertEqual(len(dict(segments(self.path("a.jpg")))[0xC0]), 6 + 3)
+
+    def many(self, count):
+        names = []
+        for i in range(count):
+            names.append("p%d.ppm" % i)
+            self.write(names[-1], pnm(50, 33, 3, self.samples))
+        return names
+
+    def test_many_files(self):
+        names = self.many(20)
+        self.assertEqual(self.run_tool(*names, "--to", "jpg", "--out-dir", "new/dir"), "")
+        self.run_tool("in.ppm", "a.jpg")
+        for i in range(20):
+            self.assertEqual(self.read("new/dir/p%d.jpg" % i), self.read("a.jpg"))
+        self.assertIn("missing", self.run_tool(*names, "missing.ppm", "--to", "png", code=1))
+        for i in range(20):
+            self.assertTrue(os.path.exists(self.path("p%d.png" % i)))
+        self.run_tool(*names, "--to", "jpg", "-j", "1")
+        self.assertEqual(self.read("p7.jpg"), self.read("a.jpg"))
+
+    def test_progress_on_a_terminal_only(self):
+        names = self.many(3)
+        self.assertEqual(self.run_tool(*names, "--to", "jpg"), "")
+        for options, expected in (([], True), (["--quiet"], False)):
+            outer, inner = pty.openpty()
+            subprocess.run([TOOL, *names, "--to", "jpg", *options], cwd=self.directory,
+                           stderr=inner, check=True, timeout=60)
+            os.close(inner)
+            text = b""
+            try:
+                while piece := os.read(outer, 4096):
+                    text += piece
+            except OSError:
+                pass
+            os.close(outer)
+            self.assertEqual(b"3 of 3" in text, expected, text)
+
+    def test_interrupt_leaves_whole_files(self):
+        names = self.many(400)
+        process = subprocess.Popen([TOOL, *names, "--to", "png", "--out-dir", "out", "-j", "1"],
+                                   cwd=self.directory, stderr=subprocess.PIPE, text=True)
+        while len(os.listdir(self.path("out")) if os.path.isdir(self.path("out")) else []) < 2:
+            time.sleep(0.001)
+            self.assertIsNone(process.poll())
+        process.send_signal(signal.SIGINT)
+        text = process.communicate(timeout=60)[1]
+        self.assertEqual(process.returncode, 3, text)
+        results = os.listdir(self.path("out"))
+        self.assertLess(len(results), 400)
+        self.run_tool("in.ppm", "a.png")
+        for name in results:
+            self.assertEqual(self.read("out/" + name), self.read("a.png"))
+
+    def test_report(self):
+        self.run_tool("in.ppm", "a.jpg")
+        self.run_tool("in.ppm", "<b>&.png")
+        self.write("cut.jpg", self.read("a.jpg")[:-200])
+        self.run_tool("in.ppm", "<b>&.png", "cut.jpg", "missing.ppm", "--to", "jpg", "--out-dir",
+                      "o", "--report", "r/e", code=1)
+        html = self.read("r/e/index.html").decode()
+        for text in ("<svg", "dB", "50 x 33", "No such file", "damaged:", "&lt;b&gt;&amp;.png",
+                     "forward DCT", "Huffman decoding"):
+            self.assertIn(text, html)
+        for text in ("http", "<script", "<b>"):
+            self.assertNotIn(text, html)
+        sources = re.findall(r'(?:src|href)="([^"]+)"', html)
+        self.assertEqual(len(sources), 12)
+        for source in sources:
+            self.assertTrue(os.path.exists(self.path("r/e/" + source)), source)
+        self.assertIn(b"PNG", self.read("r/e/1-original.png")[:8])
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
