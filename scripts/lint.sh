@@ -12,7 +12,5 @@ base=${1:-$(git merge-base HEAD origin/main 2>/dev/null || true)}
 mapfile -t changed < <(git diff --name-only --diff-filter=d "$base" -- 'src/*.cc' 'core/src/*.cc' \
   'examples/*.cc' 2>/dev/null || true)
 [ ${#changed[@]} -eq 0 ] && exit 0
-if [ ! -f build/tidy/compile_commands.json ]; then
-  cmake -S . -B build/tidy -G Ninja -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_C_COMPILER=clang >/dev/null
-fi
+cmake -S . -B build/tidy -G Ninja -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_C_COMPILER=clang >/dev/null
 printf '%s\n' "${changed[@]}" | xargs -P "$(nproc)" -n 1 clang-tidy --quiet -p build/tidy

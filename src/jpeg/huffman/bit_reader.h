@@ -33,91 +33,106 @@ inline int NumValid(const zepiDecodeHuffmanState& state) {
   return std::clamp(state.numBits, int32_t{0}, int32_t{32});
 }
 
+// The bits read ahead and the position behind them.
+struct Bits {
+  uint32_t value;     // the last bytes read, the newest lowest
+  uint32_t reserved;  // 0 once a byte was read
+  int count;          // how many of the lowest bits are still to be used
+  int32_t position;
+};
+
+struct FillResult {
+  Bits bits;
+  zepStatus status;
+};
+
+// Reads up to 25 bits or more, byte by byte; `need` of them decide whether the end of the source or a
+// marker that was met before is an error.
+FillResult FillCarefully(const Source& from, Bits bits, int need);
+
 // Works on copies of the position and the state; Store() puts them back.
 class BitReader {
  public:
   BitReader(const Source& from, zepiDecodeHuffmanState* state)
       : from_(from),
         state_(state),
-        position_(*from.position),
-        bits_(state->bits),
-        reserved_(state->reserved),
-        num_bits_(NumValid(*state)) {}
+        bits_{state->bits, state->reserved, NumValid(*state), *from.position} {}
+
+  const Source& source() const { return from_; }
+  const Bits& bits() const { return bits_; }
+  void set_bits(const Bits& bits) { bits_ = bits; }
 
   void Store() {
-    *from_.position = position_;
-    state_->bits = bits_;
-    state_->reserved = reserved_;
-    state_->numBits = num_bits_;
+    *from_.position = bits_.position;
+    state_->bits = bits_.value;
+    state_->reserved = bits_.reserved;
+    state_->numBits = bits_.count;
   }
 
   // The next `count` bits, 1 to 16.
-  zepStatus Take(int count, uint32_t* value) {
+  [[gnu::always_inline]] zepStatus Take(int count, uint32_t* value) {
     // A fill that meets a marker succeeds; a second one knows that no bits will follow.
-    while (num_bits_ < count) {
+    while (bits_.count < count) {
       if (const zepStatus bad = Fill(count)) return bad;
     }
     *value = Peek(count);
-    num_bits_ -= count;
+    bits_.count -= count;
     return zepStatusOk;
   }
 
   // The next symbol.
-  zepStatus TakeSymbol(const zepiDecodeHuffmanSpec& table, uint32_t* symbol) {
+  [[gnu::always_inline]] zepStatus TakeSymbol(const zepiDecodeHuffmanSpec& table,
+                                              uint32_t* symbol) {
     *symbol = 0;
-    if (num_bits_ < kFastCodeBits) {
+    if (bits_.count < kFastCodeBits) {
       if (const zepStatus bad = Fill(0)) return bad;
     }
-    if (num_bits_ < kFastCodeBits) return Search(table, 1, symbol);
-    const uint32_t entry = table.fast[Peek(kFastCodeBits)];
-    if (!IsFastCode(entry)) return Search(table, kFastCodeBits + 1, symbol);
-    *symbol = entry & 0xFFFF;
-    num_bits_ -= static_cast<int>(entry >> 16);
-    return zepStatusOk;
+    if (bits_.count >= kFastCodeBits) {
+      const uint32_t entry = table.fast[Peek(kFastCodeBits)];
+      if (IsFastCode(entry)) {
+        *symbol = entry & 0xFFFF;
+        bits_.count -= static_cast<int>(entry >> 16);
+        return zepStatusOk;
+      }
+    }
+    // A copy of the reader, so that this one's address goes nowhere and it stays in registers.
+    BitReader copy = *this;
+    const zepStatus status =
+        copy.Search(table, bits_.count < kFastCodeBits ? 1 : kFastCodeBits + 1, symbol);
+    bits_ = copy.bits_;
+    return status;
   }
 
  private:
-  enum class Byte { kData, kMarker, kEnd };
-
-  uint32_t Peek(int count) const { return (bits_ >> (num_bits_ - count)) & ((1U << count) - 1); }
-
-  bool AtEnd() const { return position_ < 0 || position_ >= from_.length; }
-
-  // Reads up to 25 bits or more; `need` of them decide whether the end of the source or a marker that
-  // was met before is an error.
-  zepStatus Fill(int need) {
-    if (*from_.marker != 0) return need > num_bits_ ? zepStatusBadHuffCode : zepStatusOk;
-    while (num_bits_ < 25) {
-      if (AtEnd()) return need > num_bits_ ? zepStatusBufferExhausted : zepStatusOk;
-      uint32_t byte = 0;
-      switch (NextByte(&byte)) {
-        case Byte::kEnd: return zepStatusBufferExhausted;
-        case Byte::kMarker: *from_.marker = static_cast<int32_t>(byte); return zepStatusOk;
-        case Byte::kData: break;
-      }
-      bits_ = bits_ << 8 | byte;
-      reserved_ = 0;
-      num_bits_ += 8;
-    }
-    return zepStatusOk;
+  uint32_t Peek(int count) const {
+    return (bits_.value >> (bits_.count - count)) & ((1U << count) - 1);
   }
 
-  // FF 00 is the data byte FF, FF and anything else a marker; more FFs between them are filling.
-  Byte NextByte(uint32_t* byte) {
-    *byte = from_.bytes[position_++];
-    if (*byte != 0xFF) return Byte::kData;
-    do {
-      if (AtEnd()) return Byte::kEnd;
-      *byte = from_.bytes[position_++];
-    } while (*byte == 0xFF);
-    if (*byte != 0) return Byte::kMarker;
-    *byte = 0xFF;
-    return Byte::kData;
+  // As FillCarefully; four bytes at once where none of them is FF.
+  [[gnu::always_inline]] zepStatus Fill(int need) {
+    if (*from_.marker == 0 && bits_.position >= 0 && bits_.position <= from_.length - 4) {
+      uint32_t next;
+      __builtin_memcpy(&next, from_.bytes + bits_.position, sizeof(next));
+      const bool has_ff = ((next & 0x80808080U) & ~(next + 0x01010101U)) != 0;
+      if (!has_ff && bits_.count < 25) {
+        const int bytes = (32 - bits_.count) / 8;
+        const uint64_t both = uint64_t{bits_.value} << 32 | __builtin_bswap32(next);
+        bits_.value = static_cast<uint32_t>(both >> (32 - 8 * bytes));
+        bits_.reserved = 0;
+        bits_.count += 8 * bytes;
+        bits_.position += bytes;
+        return zepStatusOk;
+      }
+    }
+    const FillResult result = FillCarefully(from_, bits_, need);
+    bits_ = result.bits;
+    return result.status;
   }
 
   // Codes of `length` bits or more, one bit more at a time: the first that is not above the last code
   // of its length (T.81, F.2.2.3).
-  zepStatus Search(const zepiDecodeHuffmanSpec& table, int length, uint32_t* symbol) {
+  [[gnu::noinline]] zepStatus Search(const zepiDecodeHuffmanSpec& table, int length,
+                                     uint32_t* symbol) {
     uint32_t code = 0;
     if (const zepStatus bad = Take(length, &code)) return bad;
     while (table.lastCode[length] == kNoCode || code > table.lastCode[length]) {
@@ -135,10 +150,7 @@ class BitReader {
 
   Source from_;
   zepiDecodeHuffmanState* state_;
-  int32_t position_;
-  uint32_t bits_;
-  uint32_t reserved_;
-  int num_bits_;
+  Bits bits_;
 };
 
 }  // namespace zepjp

@@ -22,11 +22,12 @@ inline uint32_t ExtraBits(int32_t value) {
   return static_cast<uint32_t>(value) - (value < 0 ? 1U : 0U);
 }
 
-// A category of 0 to 16 and its extra bits back to the value.
+// A category of 0 to 16 and its extra bits back to the value. (No branch: signs are random.)
 inline int32_t ValueOf(uint32_t category, uint32_t bits) {
-  if (category == 0) return 0;
-  const bool negative = bits >> (category - 1) == 0;
-  return static_cast<int32_t>(bits) - (negative ? (1 << category) - 1 : 0);
+  const auto value = static_cast<int32_t>(bits);
+  const int32_t half = (1 << category) >> 1;  // bits below it stand for negative values
+  const int32_t is_negative = (value - half) >> 31;
+  return value + (is_negative & (1 - (1 << category)));
 }
 
 }  // namespace zepjp
