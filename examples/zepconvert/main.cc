@@ -41,7 +41,7 @@ std::atomic<bool> stop_requested{false};
 void StopOnSignal() {
   struct sigaction action {};
   action.sa_handler = [](int) { stop_requested = true; };
-  action.sa_flags = SA_RESETHAND | SA_RESTART;
+  action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
   sigaction(SIGINT, &action, nullptr);
   sigaction(SIGTERM, &action, nullptr);
 }

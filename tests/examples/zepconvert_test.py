@@ -169,13 +169,14 @@ class ZepconvertTest(unittest.TestCase):
     def profile():
         """A small colour profile that libpng takes: a header and one tag."""
         head = bytearray(132)
-        struct.pack_into(">I", head, 0, 160)
+        struct.pack_into(">I", head, 0, 144 + 12 + 240)
         struct.pack_into(">I", head, 8, 0x02100000)
         head[12:24] = b"mntrRGB XYZ "
         head[36:40] = b"acsp"
         struct.pack_into(">III", head, 68, 0xF6D6, 0x10000, 0xD32D)
         struct.pack_into(">I", head, 128, 1)
-        head += b"cprt" + struct.pack(">II", 144, 16) + b"text\0\0\0\0nobody\0\0"
+        head += b"cprt" + struct.pack(">II", 144, 252) + b"text\0\0\0\0"
+        head += bytes(33 + i * 41 % 94 for i in range(243)) + b"\0"
         return bytes(head)
 
     def test_usage_errors(self):

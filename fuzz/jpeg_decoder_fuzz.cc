@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+// Any bytes as a JPEG file, at every scale: a picture or an error. The first byte chooses the scale.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <vector>
+
+#include "jpeg/decoder.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  if (size < 1) return 0;
+  const int choice = data[0] % 5;
+  // A copy of the exact size, so that reading beyond it is seen.
+  const std::vector<uint8_t> file(data + 1, data + size);
+  jpeg::DecodeOptions options;
+  options.max_pixels = 1 << 20;  // more costs time and finds nothing new
+  jpeg::FileInfo info;
+  jpeg::Status status;
+  if (choice == 4) {
+    std::vector<jpeg::ComponentSamples> components;
+    status = jpeg::DecodeComponents(file.data(), file.size(), options, &components, &info);
+    if (status.ok() && components.empty()) std::abort();
+  } else {
+    jpeg::Image image;
+    options.scale = 1 << choice;
+    status = jpeg::Decode(file.data(), file.size(), options, &image, &info);
+    if (status.ok() && image.SizeInBytes() == 0) std::abort();
+  }
+  if (status.ok() == !status.text().empty()) std::abort();
+  return 0;
+}
