@@ -1,0 +1,36 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Writes the first inputs of each fuzz target: standard tables with plain data, and small files."""
+import pathlib
+import random
+
+HERE = pathlib.Path(__file__).parent / "corpus"
+DC = bytes([0, 1, 5, 1, 1, 1, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0]) + bytes(range(12)).ljust(64, b"\0")
+AC = bytes([0, 2, 1, 3, 3, 2, 4, 3, 5, 5, 4, 4, 0, 0, 1, 20]) + bytes(
+    [0x01, 0x02, 0x03, 0x00, 0x04, 0x11, 0x05, 0x12, 0x21, 0x31, 0x41, 0x06, 0x13, 0x51, 0x61, 0x07,
+     0x22, 0x71, 0x14, 0x32, 0x81, 0x91, 0xa1, 0x08, 0x23, 0x42, 0xb1, 0xc1, 0x15, 0x52, 0xd1, 0xf0,
+     0x24, 0x33, 0x62, 0x72, 0x82, 0x09, 0x0a, 0x16, 0x17, 0x18, 0x19, 0x1a, 0x25, 0x26, 0x27, 0x28,
+     0x29, 0x2a, 0x34, 0x35]).ljust(64, b"\0")
+
+
+def write(target, name, data):
+    (HERE / target).mkdir(parents=True, exist_ok=True)
+    (HERE / target / name).write_bytes(data)
+
+
+def main():
+    chance = random.Random(1)
+    noise = [bytes(chance.randrange(256) for _ in range(n)) for n in (16, 100, 400)]
+    write("huffman_tables", "dc", DC)
+    write("huffman_tables", "ac", AC)
+    write("huffman_tables", "overfull", bytes([3] + [0] * 15))
+    for i, data in enumerate(noise):
+        write("block_decoder", f"noise{i}", DC + AC + bytes([0]) + data)
+        write("block_decoder", f"stuffed{i}", DC + AC + bytes([0]) + data.replace(b"\xff", b"\xff\0"))
+        write("block_encoder", f"noise{i}", DC + AC + bytes([200]) + data)
+    write("block_decoder", "marker", DC + AC + bytes([0]) + noise[0] + b"\xff\xd9")
+    write("block_encoder", "tight", DC + AC + bytes([1]) + noise[1])
+
+
+if __name__ == "__main__":
+    main()
