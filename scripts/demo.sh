@@ -1,0 +1,60 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# Photographs through the example codec: installs what is missing, builds, converts the fifteen
+# pictures of Debian's lomiri-wallpapers-16.04 from JPEG to PNG and back, writes reports, and prints
+# times and quality beside libjpeg-turbo's. Everything stays in build/demo.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+root=$PWD
+demo=$root/build/demo
+package=lomiri-wallpapers-16.04
+scripts/setup.sh build demo
+
+echo "== Building"
+mkdir -p "$demo"
+cmake -S . -B "$demo/build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DZEPJP_BUILD_TESTS=OFF \
+  -DZEPJP_BUILD_BENCH=ON >"$demo/configure.log" || { cat "$demo/configure.log"; exit 1; }
+cmake --build "$demo/build" --target zepconvert photo_compare >"$demo/build.log" ||
+  { tail -n 60 "$demo/build.log"; exit 1; }
+tool=$demo/build/examples/zepconvert/zepconvert
+
+echo "== Getting the pictures"
+mkdir -p "$demo/package"
+cd "$demo/package"
+if ! compgen -G "$package*.deb" >/dev/null; then
+  # On a fresh system the lists of packages have to come first.
+  apt-get download -q "$package" 2>download.log || {
+    as_root=()
+    [ "$(id -u)" -eq 0 ] || as_root=(sudo)
+    "${as_root[@]}" apt-get update -q
+    apt-get download -q "$package" 2>download.log || { cat download.log; exit 1; }
+  }
+fi
+dpkg-deb -x "$package"*.deb .
+
+# Copies: of progressive files, which are not read yet, with the same coefficients in baseline form.
+rm -rf "$demo/photos" "$demo/png" "$demo/jpg" "$demo/report-png" "$demo/report-jpg"
+mkdir "$demo/photos"
+for photo in usr/share/backgrounds/*.jpg; do
+  [ -L "$photo" ] && continue
+  said=$("$tool" --scale 8 "$photo" probe.ppm 2>&1 || true)
+  if [[ $said == *progressive* ]]; then
+    jpegtran -copy all -outfile "$demo/photos/$(basename "$photo")" "$photo"
+  else
+    cp "$photo" "$demo/photos/"
+  fi
+done
+rm -f probe.ppm
+
+cd "$demo"
+echo "== Converting JPEG to PNG"
+"$tool" photos/*.jpg --to png --out-dir png --report report-png
+echo "== Converting PNG to JPEG"
+"$tool" png/*.png --to jpg --out-dir jpg --report report-jpg
+
+echo "== Beside libjpeg-turbo, one core, quality 90, 4:2:0 (ratio above 1: zepjp is faster)"
+build/bench/photo_compare --rounds 3 photos/*.jpg | tee summary.txt
+echo
+echo "Reports to look at in a browser:"
+echo "  $demo/report-png/index.html"
+echo "  $demo/report-jpg/index.html"
