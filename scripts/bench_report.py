@@ -33,10 +33,11 @@ def read(directory):
         for row in json.loads(path.read_text())["benchmarks"]:
             parts = row["name"].split("/")
             work, who, size = parts[0], parts[1], "/".join(parts[2:])
-            if "items_per_second" not in row:
+            speed = row.get("items_per_second", row.get("blocks/s"))
+            if speed is None:
                 continue
             cell = benches[bench][(work, size)].setdefault(instruction_set, {})
-            cell[who] = row["items_per_second"]
+            cell[who] = speed
     return benches
 
 
