@@ -31,9 +31,12 @@
 
 #include <stdint.h>
 
+/** @name The version of this header
+ * @{ */
 #define ZEPJP_VERSION_MAJOR 7
 #define ZEPJP_VERSION_MINOR 1
 #define ZEPJP_VERSION_UPDATE 0
+/** @} */
 
 /** The calling convention of every function: on 32-bit x86 the callee removes the arguments. */
 #ifndef ZEP_CALL
@@ -564,23 +567,23 @@ ZEP_API zepStatus ZEP_CALL zepiDecodeHuffmanSpecFree_JPEG_8u(zepiDecodeHuffmanSp
 
 /** Encoder's state of one stream; only its size is of interest to callers. */
 typedef struct zepiEncodeHuffmanState {
-  uint32_t bits;              /**< Pending bits, the next one at bit 23. */
-  uint32_t reserved;          /**< 0. */
-  int32_t numBits;            /**< Number of pending bits, 0..7 between calls. */
-  uint32_t eobRun;            /**< For progressive scans: blocks in the end-of-band run. */
-  uint32_t numCorrectionBits; /**< For progressive scans: pending correction bits. */
-  uint8_t correctionBits[1024];
-  uint32_t spare;
+  uint32_t bits;                /**< Pending bits, the next one at bit 23. */
+  uint32_t reserved;            /**< 0. */
+  int32_t numBits;              /**< Number of pending bits, 0..7 between calls. */
+  uint32_t eobRun;              /**< For progressive scans: blocks in the end-of-band run. */
+  uint32_t numCorrectionBits;   /**< For progressive scans: pending correction bits. */
+  uint8_t correctionBits[1024]; /**< For progressive scans. */
+  uint32_t spare;               /**< 0. */
 } zepiEncodeHuffmanState;
 
 /** Decoder's state of one stream; only its size is of interest to callers. */
 typedef struct zepiDecodeHuffmanState {
-  uint32_t bits;     /**< Bits read ahead, the newest byte lowest. */
-  uint32_t reserved; /**< 0. */
-  int32_t numBits;   /**< Number of bits read ahead that are still to be used. */
-  uint32_t eobRun;   /**< For progressive scans. */
-  uint32_t reserved2;
-  uint32_t spare; /**< Left as it is by Init. */
+  uint32_t bits;      /**< Bits read ahead, the newest byte lowest. */
+  uint32_t reserved;  /**< 0. */
+  int32_t numBits;    /**< Number of bits read ahead that are still to be used. */
+  uint32_t eobRun;    /**< For progressive scans. */
+  uint32_t reserved2; /**< 0. */
+  uint32_t spare;     /**< Left as it is by Init. */
 } zepiDecodeHuffmanState;
 
 /** Stores 1048, the size of ::zepiEncodeHuffmanState. */
@@ -646,7 +649,7 @@ ZEP_API zepStatus ZEP_CALL zepiDecodeHuffman8x8_JPEG_1u16s_C1(
     zepiDecodeHuffmanState* pDecHuffState);
 /** @} */
 
-/* Record sizes are part of the binary interface. */
+/** @cond Record sizes are part of the binary interface. */
 #define ZEP_ASSERT_SIZE(type, size) \
   typedef char type##_has_##size##_bytes[sizeof(type) == (size) ? 1 : -1]
 ZEP_ASSERT_SIZE(zepiSize, 8);
@@ -655,6 +658,7 @@ ZEP_ASSERT_SIZE(zepiDecodeHuffmanSpec, 1644);
 ZEP_ASSERT_SIZE(zepiEncodeHuffmanState, 1048);
 ZEP_ASSERT_SIZE(zepiDecodeHuffmanState, 24);
 #undef ZEP_ASSERT_SIZE
+/** @endcond */
 
 #ifdef __cplusplus
 }

@@ -20,9 +20,14 @@ case $way in
     libdir=$(dirname "$(find "$work/prefix" -name zepjp.pc)")
     sed -i "s|^prefix=.*|prefix=$work/prefix|" "$libdir"/zep*.pc
     export PKG_CONFIG_PATH=$libdir
-    # shellcheck disable=SC2046
-    cc -std=c99 -Wall -Wextra -Werror "$source/tests/consumers/consumer.c" -o "$work/consumer" \
-      $(pkg-config --cflags --libs zepjp zepcore)
-    LD_LIBRARY_PATH=$(dirname "$libdir") "$work/consumer"
+    # The program of the README too.
+    awk '/^```c/ {inside = 1; next} /^```/ {inside = 0} inside' "$source/README.md" >"$work/readme.c"
+    export LD_LIBRARY_PATH=${libdir%/*}
+    for program in "$source/tests/consumers/consumer.c" "$work/readme.c"; do
+      # shellcheck disable=SC2046
+      cc -std=c99 -Wall -Wextra -Werror "$program" -o "$work/program" \
+        $(pkg-config --cflags --libs zepjp zepcore)
+      "$work/program"
+    done
     ;;
 esac

@@ -11,7 +11,7 @@
 
 namespace harness {
 
-// The seed of this run: ZEPJP_TEST_SEED in the environment, or a fixed one. Print it with failures.
+// What random input starts from: ZEPJP_TEST_SEED in the environment, or a fixed one. Print it with failures.
 uint32_t Seed();
 
 // Whether tests over a whole finite domain run in full here; else they take a sample.
