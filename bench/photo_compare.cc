@@ -52,6 +52,7 @@ void RivalDecode(const Bytes& file, jpeg::Image* image) {
     std::abort();
   }
   std::vector<JSAMPROW> rows;
+  rows.reserve(static_cast<size_t>(image->height()));
   for (int y = 0; y < image->height(); ++y) rows.push_back(image->Row(y));
   while (info.output_scanline < info.output_height) {
     jpeg_read_scanlines(&info, &rows[info.output_scanline],
@@ -80,6 +81,7 @@ void RivalEncode(const jpeg::Image& image, Bytes* file) {
   info.dct_method = JDCT_ISLOW;
   jpeg_start_compress(&info, TRUE);
   std::vector<JSAMPROW> rows;
+  rows.reserve(static_cast<size_t>(image.height()));
   for (int y = 0; y < image.height(); ++y) rows.push_back(const_cast<uint8_t*>(image.Row(y)));
   jpeg_write_scanlines(&info, rows.data(), info.image_height);
   jpeg_finish_compress(&info);
