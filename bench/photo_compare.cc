@@ -36,12 +36,12 @@ void SetErrors(Info* info, jpeg_error_mgr* errors) {
 }
 
 // The peer, in the form that costs it least: rows straight into the picture, many at a time.
-void RivalDecode(const Bytes& file, jpeg::Image* image) {
+void RivalDecode(const uint8_t* file, size_t size, jpeg::Image* image) {
   jpeg_decompress_struct info;
   jpeg_error_mgr errors;
   SetErrors(&info, &errors);
   jpeg_create_decompress(&info);
-  jpeg_mem_src(&info, file.data(), file.size());
+  jpeg_mem_src(&info, file, size);
   jpeg_read_header(&info, TRUE);
   info.out_color_space = info.num_components == 1 ? JCS_GRAYSCALE : JCS_RGB;
   info.dct_method = JDCT_ISLOW;
@@ -52,6 +52,7 @@ void RivalDecode(const Bytes& file, jpeg::Image* image) {
     std::abort();
   }
   std::vector<JSAMPROW> rows;
+  rows.reserve(static_cast<size_t>(image->height()));
   for (int y = 0; y < image->height(); ++y) rows.push_back(image->Row(y));
   while (info.output_scanline < info.output_height) {
     jpeg_read_scanlines(&info, &rows[info.output_scanline],
@@ -62,12 +63,12 @@ void RivalDecode(const Bytes& file, jpeg::Image* image) {
 }
 
 // Memory that is large enough is handed over, as it is kept from round to round on our side.
-void RivalEncode(const jpeg::Image& image, Bytes* file) {
+void RivalEncode(const jpeg::Image& image, jpeg::ByteBuffer* file) {
   jpeg_compress_struct info;
   jpeg_error_mgr errors;
   SetErrors(&info, &errors);
   jpeg_create_compress(&info);
-  file->resize(image.SizeInBytes() + 65536);
+  if (!file->Resize(image.SizeInBytes() + 65536)) std::abort();
   unsigned char* memory = file->data();
   unsigned long size = file->size();  // NOLINT(google-runtime-int): the library's type
   jpeg_mem_dest(&info, &memory, &size);
@@ -80,15 +81,13 @@ void RivalEncode(const jpeg::Image& image, Bytes* file) {
   info.dct_method = JDCT_ISLOW;
   jpeg_start_compress(&info, TRUE);
   std::vector<JSAMPROW> rows;
+  rows.reserve(static_cast<size_t>(image.height()));
   for (int y = 0; y < image.height(); ++y) rows.push_back(const_cast<uint8_t*>(image.Row(y)));
   jpeg_write_scanlines(&info, rows.data(), info.image_height);
   jpeg_finish_compress(&info);
   jpeg_destroy_compress(&info);
-  if (memory != file->data()) {  // grew beyond any use
-    file->assign(memory, memory + size);
-    std::free(memory);
-  }
-  file->resize(size);
+  if (memory != file->data()) throw std::runtime_error("the file is larger than its picture");
+  if (!file->Resize(size)) std::abort();
 }
 
 double Psnr(const jpeg::Image& a, const jpeg::Image& b) {
@@ -152,14 +151,14 @@ Row Compare(const std::string& path, int rounds) {
   jpeg::Image theirs;
   jpeg::FileInfo info;
   jpeg::ByteBuffer our_file;
-  Bytes their_file;
+  jpeg::ByteBuffer their_file;
   Best decode[2];
   Best encode[2];
   for (int round = 0; round < rounds; ++round) {
     decode[0].Time([&] {
       Require(jpeg::Decode(file.data(), file.size(), jpeg::DecodeOptions(), &image, &info));
     });
-    decode[1].Time([&] { RivalDecode(file, &theirs); });
+    decode[1].Time([&] { RivalDecode(file.data(), file.size(), &theirs); });
     encode[0].Time([&] { Require(jpeg::Encode(image, jpeg::EncodeOptions(), &our_file)); });
     encode[1].Time([&] { RivalEncode(image, &their_file); });
   }
@@ -172,9 +171,9 @@ Row Compare(const std::string& path, int rounds) {
   row.encode_rival = encode[1].ms();
   row.kb_ours = static_cast<double>(our_file.size()) / 1000;
   row.kb_rival = static_cast<double>(their_file.size()) / 1000;
-  RivalDecode(Bytes(our_file.data(), our_file.data() + our_file.size()), &theirs);
+  RivalDecode(our_file.data(), our_file.size(), &theirs);
   row.psnr_ours = Psnr(image, theirs);
-  RivalDecode(their_file, &theirs);
+  RivalDecode(their_file.data(), their_file.size(), &theirs);
   row.psnr_rival = Psnr(image, theirs);
   return row;
 }

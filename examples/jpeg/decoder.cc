@@ -15,8 +15,6 @@
 namespace jpeg {
 namespace {
 
-constexpr char kNoMemory[] = "not enough memory for the picture";
-
 ColorModel FindColorModel(const MarkerReader& reader) {
   const std::vector<FrameComponent>& components = reader.frame().components;
   const int transform = reader.adobe_transform();
@@ -149,7 +147,7 @@ Status FileDecoder::DecodePicture(Image* image) {
   const bool inverted =
       LayoutOf(info_->model) == PixelLayout::kCmyk && reader_.adobe_transform() >= 0;
   PictureWriter writer(info_->model, inverted, image);
-  if (!writer.Init(*geometry_, planes_)) return Status::Error(kNoMemory);
+  if (!writer.Init(*geometry_, planes_)) return Status::NoMemory();
   if (ScanHasAllComponents()) return DecodeRowByRow(&writer);
   if (Status status = DecodePlanes(); !status.ok()) return status;
   StageClock clock(options_.times);
@@ -170,7 +168,7 @@ Status FileDecoder::DecodePicture(Image* image) {
 Status FileDecoder::DecodeRowByRow(PictureWriter* writer) {
   for (size_t i = 0; i < planes_.size(); ++i) {
     if (!planes_[i].AllocateWindow(*geometry_, geometry_->components[i])) {
-      return Status::Error(kNoMemory);
+      return Status::NoMemory();
     }
   }
   ScanLayout layout;
@@ -199,7 +197,7 @@ Status FileDecoder::DecodePlanes() {
   planes_.resize(geometry_->components.size());
   for (size_t i = 0; i < planes_.size(); ++i) {
     if (!planes_[i].AllocateAll(*geometry_, geometry_->components[i])) {
-      return Status::Error(kNoMemory);
+      return Status::NoMemory();
     }
   }
   decoded_.assign(planes_.size(), false);

@@ -106,9 +106,8 @@ Status Encode(const Image& image, const EncodeOptions& options, ByteBuffer* file
   CoderTables tables[2];
   MakeTables(options.quality, &raw, tables);
   StripMaker strip(image, options.sampling, geometry);
-  const Status no_memory = Status::Error("not enough memory");
   if (!file->Resize(0) || !strip.Init() || !WriteHeaders(frame, options, raw, file)) {
-    return no_memory;
+    return Status::NoMemory();
   }
   std::vector<const CoderTables*> component_tables;
   for (const FrameComponent& component : frame.components) {
@@ -124,7 +123,7 @@ Status Encode(const Image& image, const EncodeOptions& options, ByteBuffer* file
   if (Status status = scan.Finish(); !status.ok()) return status;
   SegmentWriter writer(file);
   writer.Marker(kEoi);
-  return writer.ok() ? Status() : no_memory;
+  return writer.ok() ? Status() : Status::NoMemory();
 }
 
 }  // namespace jpeg

@@ -18,14 +18,17 @@ bool PictureWriter::Init(const Geometry& geometry, const std::vector<Plane>& pla
 
 void PictureWriter::Write(int first, int last) {
   if (first >= last) return;
+  const int channels = image_->channels();  // as many as there are components
   const uint8_t* rows[4] = {};
-  for (size_t i = 0; i < components_.size(); ++i) rows[i] = components_[i].Rows(first, last);
+  for (int i = 0; i < channels; ++i) {
+    rows[i] = components_[static_cast<size_t>(i)].Rows(first, last);
+  }
   const zepiSize size = {image_->width(), last - first};
   const int32_t image_step = static_cast<int32_t>(image_->Step());
   switch (model_) {
     case ColorModel::kGrey:
     case ColorModel::kRgb:
-    case ColorModel::kCmyk: Interleave(rows, image_->channels(), first, last); break;
+    case ColorModel::kCmyk: Interleave(rows, channels, first, last); break;
     case ColorModel::kYCbCr:
       zepiYCbCrToRGB_JPEG_8u_P3C3R(rows, step_, image_->Row(first), image_step, size);
       break;

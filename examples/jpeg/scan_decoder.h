@@ -66,29 +66,29 @@ class ScanDecoder {
   size_t Offset() const { return base_ + static_cast<size_t>(at_); }
   void Rebase();
 
+  alignas(64) int16_t blocks_[kChunkBlocks * 64];
   const uint8_t* data_;
   size_t size_;
   Messages* messages_;
   StageTimes* times_;
   int mcus_per_row_;
+  int blocks_in_mcu_ = 0;
   int64_t mcu_count_;
   int64_t restart_interval_;
   std::vector<Part> parts_;
-  int blocks_in_mcu_ = 0;
   Intervals intervals_;
 
-  int row_ = 0;
   int64_t mcus_done_ = 0;
-  size_t interval_ = 0;    // number of the interval behind the current one
   int64_t mcus_left_ = 0;  // in the current interval
-  bool lost_ = false;      // the rest of the current interval
+  size_t interval_ = 0;    // number of the interval behind the current one
   // The library counts bytes in 32 bits: its buffer begins at data_ + base_.
   size_t base_ = 0;
   int32_t length_ = 0;
   int32_t at_ = 0;
   int32_t marker_ = 0;
+  int row_ = 0;
   zepiDecodeHuffmanState state_;
-  alignas(64) int16_t blocks_[kChunkBlocks * 64];
+  bool lost_ = false;  // the rest of the current interval
 };
 
 }  // namespace jpeg

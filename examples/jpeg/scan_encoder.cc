@@ -8,12 +8,6 @@
 #include "jpeg/markers.h"
 
 namespace jpeg {
-namespace {
-
-const char kNoMemory[] = "not enough memory for the file";
-
-}  // namespace
-
 ScanEncoder::ScanEncoder(const Geometry& geometry, const std::vector<const CoderTables*>& tables,
                          int restart_interval, ByteBuffer* file, StageTimes* times)
     : mcus_per_row_(geometry.mcus_per_row),
@@ -74,7 +68,7 @@ void ScanEncoder::TransformBlocks(const StripMaker& strip, int first_mcu, int mc
 
 Status ScanEncoder::CodeBlocks(int mcus) {
   const size_t room = static_cast<size_t>(mcus * blocks_in_mcu_) * kMostBytesOfBlock;
-  if (!file_->MakeRoom(room)) return Status::Error(kNoMemory);
+  if (!file_->MakeRoom(room)) return Status::NoMemory();
   uint8_t* out = file_->data() + file_->size();
   int32_t at = 0;
   const int16_t* block = blocks_;
@@ -95,7 +89,7 @@ Status ScanEncoder::CodeBlocks(int mcus) {
 
 Status ScanEncoder::Finish() {
   constexpr int32_t kRoom = 8;
-  if (!file_->MakeRoom(kRoom)) return Status::Error(kNoMemory);
+  if (!file_->MakeRoom(kRoom)) return Status::NoMemory();
   int32_t at = 0;
   const zepStatus status = zepiEncodeHuffman8x8_JPEG_16s1u_C1(
       nullptr, file_->data() + file_->size(), kRoom, &at, nullptr, nullptr, nullptr, &state_, 1);
@@ -107,7 +101,7 @@ Status ScanEncoder::Finish() {
 Status ScanEncoder::Restart() {
   if (Status status = Finish(); !status.ok()) return status;
   const uint8_t marker[2] = {0xFF, static_cast<uint8_t>(kRst0 + restarts_ % 8)};
-  if (!file_->Append(marker, sizeof(marker))) return Status::Error(kNoMemory);
+  if (!file_->Append(marker, sizeof(marker))) return Status::NoMemory();
   ++restarts_;
   mcus_left_ = restart_interval_;
   for (Part& part : parts_) part.last_dc = 0;

@@ -46,6 +46,7 @@ class ScanEncoder {
   Status CodeBlocks(int mcus);
   Status Restart();
 
+  alignas(64) int16_t blocks_[kChunkBlocks * 64];
   std::vector<Part> parts_;
   int mcus_per_row_;
   int restart_interval_;
@@ -56,7 +57,6 @@ class ScanEncoder {
   int mcus_left_;  // until the next restart marker
   int restarts_ = 0;
   zepiEncodeHuffmanState state_;
-  alignas(64) int16_t blocks_[kChunkBlocks * 64];
 };
 
 }  // namespace jpeg

@@ -17,6 +17,7 @@ class [[nodiscard]] Status {
     status.text_ = std::move(text);
     return status;
   }
+  static Status NoMemory() { return Error("not enough memory"); }
   bool ok() const { return !failed_; }
   const std::string& text() const { return text_; }
 

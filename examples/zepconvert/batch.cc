@@ -87,7 +87,7 @@ class Batch {
       try {
         ConvertOne(result);
       } catch (const std::bad_alloc&) {
-        result->status = jpeg::Status::Error("not enough memory");
+        result->status = jpeg::Status::NoMemory();
       }
       Report(*result);
       console_.Step();
@@ -115,13 +115,13 @@ class Batch {
   }
 
   void Report(const Result& result) {
-    const std::string& name = result.job.input;
-    if (!result.status.ok()) console_.Say(name + ": " + result.status.text());
+    const std::string name = result.job.input + ": ";
+    if (!result.status.ok()) console_.Say(name + result.status.text());
     for (const std::string& warning : result.warnings) {
-      console_.Say(name + ": damaged: " + warning);
+      console_.Say(std::string(name).append("damaged: ").append(warning));
     }
     if (settings_.quiet) return;
-    for (const std::string& note : result.notes) console_.Say(name + ": " + note);
+    for (const std::string& note : result.notes) console_.Say(name + note);
   }
 
   const Settings& settings_;

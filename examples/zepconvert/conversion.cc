@@ -100,7 +100,7 @@ jpeg::Status SaveJpeg(const Settings& settings, const Picture& picture, jpeg::By
   options.restart_interval = settings.restart_interval;
   options.metadata = picture.metadata;
   options.times = &times;
-  const jpeg::Status status = jpeg::Encode(picture.image, options, output);
+  jpeg::Status status = jpeg::Encode(picture.image, options, output);
   result->lossless = false;
   result->seconds[kColorEncode] = times.color;
   result->seconds[kForwardDct] = times.dct;

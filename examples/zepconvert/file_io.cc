@@ -66,18 +66,19 @@ jpeg::Status ReadFile(const std::string& path, jpeg::ByteBuffer* bytes) {
   struct stat info {};
   if (fstat(file.get(), &info) != 0) return SystemError("cannot be read");
   if (S_ISDIR(info.st_mode)) return jpeg::Status::Error("is a directory");
-  const jpeg::Status no_memory = jpeg::Status::Error("not enough memory to read the file");
-  if (!bytes->Resize(0)) return no_memory;
+  if (!bytes->Resize(0)) return jpeg::Status::NoMemory();
   // One byte more than the file has, so that its end is seen without growing.
-  if (!bytes->MakeRoom(static_cast<size_t>(std::max<off_t>(info.st_size, 0)) + 1)) return no_memory;
+  if (!bytes->MakeRoom(static_cast<size_t>(std::max<off_t>(info.st_size, 0)) + 1))
+    return jpeg::Status::NoMemory();
   while (true) {
-    if (bytes->capacity() == bytes->size() && !bytes->MakeRoom(kPieceBytes)) return no_memory;
+    if (bytes->capacity() == bytes->size() && !bytes->MakeRoom(kPieceBytes))
+      return jpeg::Status::NoMemory();
     const size_t room = bytes->capacity() - bytes->size();
     const ssize_t count = read(file.get(), bytes->data() + bytes->size(), room);
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) return SystemError("cannot be read");
     if (count == 0) return jpeg::Status();
-    if (!bytes->Resize(bytes->size() + static_cast<size_t>(count))) return no_memory;
+    if (!bytes->Resize(bytes->size() + static_cast<size_t>(count))) return jpeg::Status::NoMemory();
   }
 }
 
@@ -90,7 +91,7 @@ jpeg::Status WriteFile(const std::string& path, const uint8_t* data, size_t size
   const bool good = WriteAll(file.get(), data, size) && fchmod(file.get(), file_mode) == 0 &&
                     file.Close() && rename(temporary.c_str(), path.c_str()) == 0;
   if (good) return jpeg::Status();
-  const jpeg::Status status = SystemError("cannot be written");
+  jpeg::Status status = SystemError("cannot be written");
   unlink(temporary.c_str());
   return status;
 }

@@ -153,9 +153,7 @@ int Run(const Arguments& arguments) {
   return status.ok() ? code : Fail(kSomeFailed, status.text());
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int ParseAndRun(int argc, char** argv) {
   Arguments arguments;
   CLI::App app("Converts pictures between JPEG (baseline), PNG and binary PGM and PPM files.",
                "zepconvert");
@@ -170,10 +168,19 @@ int main(int argc, char** argv) {
                                                                 : jpeg::Sampling::k420;
     arguments.settings.keep_metadata = !arguments.no_metadata;
     arguments.settings.max_pixels = static_cast<int64_t>(arguments.max_megapixels * 1e6);
-    return Run(arguments);
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? kDone : kUsage;
+  }
+  return Run(arguments);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return ParseAndRun(argc, argv);
   } catch (const std::exception& error) {
-    return Fail(kSomeFailed, error.what());
+    std::fprintf(stderr, "zepconvert: %s\n", error.what());
+    return kSomeFailed;
   }
 }

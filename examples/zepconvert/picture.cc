@@ -73,7 +73,7 @@ Dimensions ReadDimensions(const uint8_t* data, size_t size) {
 
 jpeg::Status CmykToRgb(const jpeg::Image& cmyk, jpeg::Image* rgb) {
   if (!rgb->Resize(cmyk.width(), cmyk.height(), jpeg::PixelLayout::kRgb)) {
-    return jpeg::Status::Error("not enough memory for the picture");
+    return jpeg::Status::NoMemory();
   }
   for (int y = 0; y < cmyk.height(); ++y) {
     const uint8_t* in = cmyk.Row(y);
@@ -94,7 +94,7 @@ jpeg::Status ToGrey(const jpeg::Image& image, jpeg::Image* grey) {
     return ToGrey(rgb, grey);
   }
   if (!grey->Resize(image.width(), image.height(), jpeg::PixelLayout::kGrey)) {
-    return jpeg::Status::Error("not enough memory for the picture");
+    return jpeg::Status::NoMemory();
   }
   if (image.layout() == jpeg::PixelLayout::kGrey) {
     std::memcpy(grey->Row(0), image.Row(0), image.SizeInBytes());

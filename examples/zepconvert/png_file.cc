@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "zepconvert/png_file.h"
 
+#include <cmath>
 #include <csetjmp>
 #include <cstring>
 #include <string>
@@ -87,7 +88,7 @@ class Reader {
       jpeg::AddExif(exif_, metadata);
     }
     const png_uint_32 per_metre = png_get_pixels_per_meter(png_, info_);
-    const int dots = static_cast<int>(per_metre / kInchesPerMetre + 0.5);
+    const int dots = static_cast<int>(std::lround(per_metre / kInchesPerMetre));
     if (dots > 0 && dots <= 65535) metadata->density = {1, dots, dots};
   }
 
@@ -169,8 +170,8 @@ class Writer {
     }
     if (density.unit == 0) return;
     const double scale = density.unit == 1 ? kInchesPerMetre : 100;
-    png_set_pHYs(png_, info_, static_cast<png_uint_32>(density.x * scale + 0.5),
-                 static_cast<png_uint_32>(density.y * scale + 0.5), PNG_RESOLUTION_METER);
+    png_set_pHYs(png_, info_, static_cast<png_uint_32>(std::lround(density.x * scale)),
+                 static_cast<png_uint_32>(std::lround(density.y * scale)), PNG_RESOLUTION_METER);
   }
 
   static void WriteBytes(png_structp png, png_bytep bytes, size_t count) {
@@ -191,11 +192,10 @@ jpeg::Status PngError(const char* text) { return jpeg::Status::Error(std::string
 }  // namespace
 
 jpeg::Status ReadPng(const uint8_t* data, size_t size, int64_t max_pixels, Picture* picture) {
-  const jpeg::Status no_memory = jpeg::Status::Error("not enough memory for the picture");
   Reader reader(data, size);
-  if (!reader.ok()) return no_memory;
+  if (!reader.ok()) return jpeg::Status::NoMemory();
   if (!reader.ReadHeader()) return PngError(reader.error());
-  const jpeg::Status status = CheckPixels(reader.width(), reader.height(), max_pixels);
+  jpeg::Status status = CheckPixels(reader.width(), reader.height(), max_pixels);
   if (!status.ok()) return status;
   if (!reader.CanHold(size)) return PngError("the file is too small for the picture it announces");
   const bool has_alpha = reader.channels() % 2 == 0;
@@ -203,11 +203,12 @@ jpeg::Status ReadPng(const uint8_t* data, size_t size, int64_t max_pixels, Pictu
   jpeg::Image& image = picture->image;
   const int width = static_cast<int>(reader.width());
   const int height = static_cast<int>(reader.height());
-  if (!image.Resize(width, height, layout)) return no_memory;
+  if (!image.Resize(width, height, layout)) return jpeg::Status::NoMemory();
   jpeg::ByteBuffer with_alpha;
   if (has_alpha) {
     const size_t channels = static_cast<size_t>(reader.channels());
-    if (!with_alpha.Resize(image.SizeInBytes() / (channels - 1) * channels)) return no_memory;
+    if (!with_alpha.Resize(image.SizeInBytes() / (channels - 1) * channels))
+      return jpeg::Status::NoMemory();
   }
   if (!reader.ReadPixels(has_alpha ? with_alpha.data() : image.Row(0))) {
     return PngError(reader.error());
@@ -221,9 +222,9 @@ jpeg::Status ReadPng(const uint8_t* data, size_t size, int64_t max_pixels, Pictu
 
 jpeg::Status WritePng(const jpeg::Image& image, const jpeg::Metadata& metadata,
                       jpeg::ByteBuffer* file) {
-  if (!file->Resize(0)) return jpeg::Status::Error("not enough memory for the file");
+  if (!file->Resize(0)) return jpeg::Status::NoMemory();
   Writer writer(file);
-  if (!writer.ok()) return jpeg::Status::Error("not enough memory for the file");
+  if (!writer.ok()) return jpeg::Status::NoMemory();
   return writer.Write(image, metadata) ? jpeg::Status() : PngError(writer.error());
 }
 

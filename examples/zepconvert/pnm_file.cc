@@ -57,7 +57,7 @@ jpeg::Status ReadPnm(const uint8_t* data, size_t size, int64_t max_pixels, Pictu
   const auto layout = header.channels == 3 ? jpeg::PixelLayout::kRgb : jpeg::PixelLayout::kGrey;
   jpeg::Image& image = picture->image;
   if (!image.Resize(static_cast<int>(header.width), static_cast<int>(header.height), layout)) {
-    return jpeg::Status::Error("not enough memory for the picture");
+    return jpeg::Status::NoMemory();
   }
   const uint8_t* in = data + header.size;
   if (header.max_value == 255) {
@@ -77,15 +77,14 @@ jpeg::Status WritePnm(const jpeg::Image& image, bool as_ppm, jpeg::ByteBuffer* f
   const std::string header = std::string(as_ppm || image.channels() == 3 ? "P6" : "P5") + "\n" +
                              std::to_string(image.width()) + " " + std::to_string(image.height()) +
                              "\n255\n";
-  const jpeg::Status no_memory = jpeg::Status::Error("not enough memory for the file");
   const size_t count = image.SizeInBytes();
   if (!file->Resize(0) || !file->MakeRoom(header.size() + count * (widen ? 3 : 1)) ||
       !file->Append(reinterpret_cast<const uint8_t*>(header.data()), header.size())) {
-    return no_memory;
+    return jpeg::Status::NoMemory();
   }
-  if (!widen) return file->Append(image.Row(0), count) ? jpeg::Status() : no_memory;
+  if (!widen) return file->Append(image.Row(0), count) ? jpeg::Status() : jpeg::Status::NoMemory();
   const size_t start = file->size();
-  if (!file->Resize(start + 3 * count)) return no_memory;
+  if (!file->Resize(start + 3 * count)) return jpeg::Status::NoMemory();
   uint8_t* out = file->data() + start;
   for (size_t i = 0; i < count; ++i, out += 3) std::memset(out, image.Row(0)[i], 3);
   return jpeg::Status();

@@ -199,7 +199,7 @@ Bytes RecodeCoefficients(const Bytes& file) {
   jpeg_copy_critical_parameters(&decompressor.info, &compressor.info);
   compressor.info.restart_interval = decompressor.info.restart_interval;
   jpeg_write_coefficients(&compressor.info, coefficients);
-  const Bytes recoded = compressor.Finish();
+  Bytes recoded = compressor.Finish();
   jpeg_finish_decompress(&decompressor.info);
   return recoded;
 }
