@@ -12,6 +12,9 @@
 namespace jpeg {
 namespace {
 
+// A profile takes up to 255; a file of nothing but empty segments must not fill the memory.
+constexpr size_t kMostSegments = 4096;
+
 const char* UnsupportedProcess(int marker) {
   switch (marker) {
     case 0xC2: return "progressive";
@@ -284,6 +287,10 @@ void MarkerReader::ReadApplication(int marker, Cursor cursor) {
   }
   if (marker == kApp14 && size >= 12 && std::memcmp(cursor.next, "Adobe", 5) == 0) {
     adobe_transform_ = cursor.next[11];
+    return;
+  }
+  if (metadata_.segments.size() == kMostSegments) {
+    messages_->Add(marker_offset_, "too many application segments, dropped");
     return;
   }
   metadata_.segments.push_back({marker, {cursor.next, cursor.end}});

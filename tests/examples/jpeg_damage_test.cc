@@ -194,6 +194,16 @@ TEST(JpegDamage, ABadEndOfHeadersIsNoPicture) {
   EXPECT_NE(Decode(changed).status.text().find("without"), std::string::npos);
 }
 
+TEST(JpegDamage, AFloodOfSegmentsIsCut) {
+  Bytes file = FileWithIntervals();
+  Bytes flood;
+  for (int i = 0; i < 10000; ++i) flood.insert(flood.end(), {0xFF, jpeg::kCom, 0, 2});
+  const Decoded decoded = Decode(jpeg_files::With(file, 2, flood));
+  EXPECT_TRUE(decoded.status.ok());
+  EXPECT_EQ(decoded.info.metadata.segments.size(), 4096u);
+  EXPECT_EQ(decoded.info.messages.count(), 10000 - 4096);
+}
+
 // A header that announces 65535 x 65535 pixels costs neither memory nor time.
 TEST(JpegDamage, HugeHeaderInASmallFile) {
   Bytes file = Encode(pictures::Smooth(16, 16, PixelLayout::kRgb));

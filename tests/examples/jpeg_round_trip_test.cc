@@ -102,6 +102,36 @@ TEST(JpegRoundTrip, NoiseAtFullQuality) {
   EXPECT_LE(Compare(image, DecodeGood(Encode(image, Options(100, Sampling::k444)))).mean, 1.0);
 }
 
+uint64_t Hash(const Bytes& bytes) {
+  uint64_t hash = 0xCBF29CE484222325;  // FNV-1a
+  for (const uint8_t byte : bytes) hash = (hash ^ byte) * 0x100000001B3;
+  return hash;
+}
+
+// The whole way there and back, on every processor, for every compiler.
+TEST(JpegRoundTrip, TheSameBytesEverywhere) {
+  uint32_t state = 1;
+  jpeg::Image image;
+  ASSERT_TRUE(image.Resize(301, 203, PixelLayout::kRgb));
+  for (int y = 0; y < image.height(); ++y) {
+    for (int x = 0; x < image.width() * 3; ++x) {
+      state = state * 1664525 + 1013904223;
+      const int noise = static_cast<int>(state >> 27);
+      image.Row(y)[x] = static_cast<uint8_t>((x * (1 + x % 3) / 4 + y + noise) & 255);
+    }
+  }
+  Bytes all;
+  for (const Sampling sampling : kSamplings) {
+    const Bytes file = Encode(image, Options(85, sampling));
+    all.insert(all.end(), file.begin(), file.end());
+    for (const int scale : {1, 2, 4, 8}) {
+      const Bytes decoded = pictures::ToBytes(DecodeGood(file, scale));
+      all.insert(all.end(), decoded.begin(), decoded.end());
+    }
+  }
+  EXPECT_EQ(Hash(all), 3281835064908097573u);
+}
+
 // Means of the full picture over squares of scale x scale pixels, whole ones only.
 jpeg::Image Reduce(const jpeg::Image& image, int scale) {
   jpeg::Image reduced;
