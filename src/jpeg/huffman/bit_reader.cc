@@ -23,24 +23,54 @@ Byte NextByte(const Source& from, int32_t* position, uint32_t* byte) {
 
 }  // namespace
 
-FillResult FillCarefully(const Source& from, Bits bits, int need) {
-  const auto end = [&](zepStatus status) {
-    return FillResult{bits, need > bits.count ? status : zepStatusOk};
-  };
-  if (*from.marker != 0) return end(zepStatusBadHuffCode);
-  while (bits.count < 25) {
-    if (AtEnd(from, bits.position)) return end(zepStatusBufferExhausted);
+zepStatus BitReader::Fill(int need) {
+  if (*from_.marker != 0) return need > bits_.count ? zepStatusBadHuffCode : zepStatusOk;
+  while (bits_.count < 25) {
+    if (AtEnd(from_, bits_.position)) {
+      return need > bits_.count ? zepStatusBufferExhausted : zepStatusOk;
+    }
     uint32_t byte = 0;
-    switch (NextByte(from, &bits.position, &byte)) {
-      case Byte::kEnd: return {bits, zepStatusBufferExhausted};
-      case Byte::kMarker: *from.marker = static_cast<int32_t>(byte); return {bits, zepStatusOk};
+    switch (NextByte(from_, &bits_.position, &byte)) {
+      case Byte::kEnd: return zepStatusBufferExhausted;
+      case Byte::kMarker: *from_.marker = static_cast<int32_t>(byte); return zepStatusOk;
       case Byte::kData: break;
     }
-    bits.value = bits.value << 8 | byte;
-    bits.reserved = 0;
-    bits.count += 8;
+    bits_.value = bits_.value << 8 | byte;
+    bits_.reserved = 0;
+    bits_.count += 8;
   }
-  return {bits, zepStatusOk};
+  return zepStatusOk;
+}
+
+zepStatus BitReader::TakeSymbol(const zepiDecodeHuffmanSpec& table, uint32_t* symbol) {
+  *symbol = 0;
+  if (bits_.count < kFastCodeBits) {
+    if (const zepStatus bad = Fill(0)) return bad;
+  }
+  if (bits_.count < kFastCodeBits) return Search(table, 1, symbol);
+  const uint32_t entry = table.fast[Peek(kFastCodeBits)];
+  if (!IsFastCode(entry)) return Search(table, kFastCodeBits + 1, symbol);
+  *symbol = entry & 0xFFFF;
+  bits_.count -= static_cast<int>(entry >> 16);
+  return zepStatusOk;
+}
+
+// Codes of `length` bits or more, one bit more at a time: the first that is not above the last code
+// of its length (T.81, F.2.2.3).
+zepStatus BitReader::Search(const zepiDecodeHuffmanSpec& table, int length, uint32_t* symbol) {
+  uint32_t code = 0;
+  if (const zepStatus bad = Take(length, &code)) return bad;
+  while (table.lastCode[length] == kNoCode || code > table.lastCode[length]) {
+    if (length == kMaxCodeBits) return zepStatusBadHuffCode;
+    uint32_t bit = 0;
+    if (const zepStatus bad = Take(1, &bit)) return bad;
+    code = code << 1 | bit;
+    ++length;
+  }
+  const uint32_t index = table.firstIndex[length] + code - table.firstCode[length];
+  if (index > 255) return zepStatusBadHuffCode;
+  *symbol = table.symbol[index];
+  return zepStatusOk;
 }
 
 }  // namespace zepjp

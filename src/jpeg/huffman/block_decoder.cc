@@ -1,20 +1,125 @@
 // SPDX-License-Identifier: MIT
 // Baseline decoding of a block (ITU-T T.81, F.2.2).
+//
+// Two ways give the same coefficients, positions and states. The quick one gives up, without a trace but
+// in the block, where a code is bad or the source ends or a marker comes; the careful one then decodes
+// the block from its start.
 #include <cstring>
 
 #include "frame/checks.h"
 #include "jpeg/huffman/bit_reader.h"
-#include "jpeg/huffman/fast_bit_reader.h"
 #include "jpeg/huffman/magnitude.h"
 #include "jpeg/zigzag.h"
+#include "simd/dispatch.h"
 
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "jpeg/huffman/block_decoder.cc"
+#include "hwy/foreach_target.h"
+#include "jpeg/huffman/quick_reader-inl.h"
+#include "simd/ops-inl.h"
+
+#ifndef ZEPJP_BLOCK_DECODER_KERNELS
+#  define ZEPJP_BLOCK_DECODER_KERNELS
 namespace zepjp {
 namespace {
 
-void StoreCoefficient(int32_t value, int16_t* to) {
+struct Kernels {
+  // The export behind its checks, with its arguments, so that the call is a jump.
+  zepStatus (*decode)(const uint8_t* source, int32_t length, int32_t* position, int16_t* block,
+                      int16_t* last_dc, int32_t* marker, const zepiDecodeHuffmanSpec* dc_table,
+                      const zepiDecodeHuffmanSpec* ac_table, zepiDecodeHuffmanState* state);
+};
+
+zepStatus DecodeCarefully(const Source& from, int16_t* block, int16_t* last_dc,
+                          const zepiDecodeHuffmanSpec& dc_table,
+                          const zepiDecodeHuffmanSpec& ac_table, zepiDecodeHuffmanState* state);
+
+// What a symbol of an AC table stands for.
+struct RunAndCategory {
+  uint32_t run, category;
+  bool IsEnd() const { return category == 0 && run < 15; }
+};
+inline RunAndCategory Split(uint32_t symbol) { return {(symbol >> 4) & 15, symbol & 15}; }
+
+inline int32_t LoadCoefficient(const int16_t* from) {
+  int16_t value;
+  std::memcpy(&value, from, sizeof(value));
+  return value;
+}
+inline void StoreCoefficient(int32_t value, int16_t* to) {
   const auto low = static_cast<uint16_t>(value);
   std::memcpy(to, &low, sizeof(low));
 }
+
+}  // namespace
+}  // namespace zepjp
+#endif
+
+ZEP_BEFORE_NAMESPACE();
+namespace zepjp {
+namespace HWY_NAMESPACE {
+namespace {
+
+HWY_INLINE void Clear(int16_t* block) {
+  const hn::CappedTag<uint8_t, 128> d;
+  auto* const bytes = reinterpret_cast<uint8_t*>(block);
+  for (size_t i = 0; i < 128; i += hn::Lanes(d)) hn::StoreU(hn::Zero(d), d, bytes + i);
+}
+
+HWY_INLINE bool TakeDc(const zepiDecodeHuffmanSpec& table, QuickReader* reader,
+                       int32_t* difference) {
+  uint32_t category = 0;
+  if (!reader->Ensure32() || !reader->TakeSymbol(table, &category) || category > 16) return false;
+  *difference = reader->TakeValue(category);
+  return true;
+}
+
+HWY_INLINE bool TakeAcs(const zepiDecodeHuffmanSpec& table, QuickReader* reader, int16_t* block) {
+  uint32_t k = 1;
+  do {
+    uint32_t symbol = 0;
+    if (!reader->Ensure32() || !reader->TakeSymbol(table, &symbol)) return false;
+    const RunAndCategory next = Split(symbol);
+    if (next.IsEnd()) return true;
+    k += next.run;
+    if (HWY_UNLIKELY(k > 63)) return false;
+    StoreCoefficient(reader->TakeValue(next.category), block + kNaturalOfZigzag[k]);
+    ++k;
+  } while (k < 64);
+  return true;
+}
+
+zepStatus Decode(const uint8_t* source, int32_t length, int32_t* position, int16_t* block,
+                 int16_t* last_dc, int32_t* marker, const zepiDecodeHuffmanSpec* dc_table,
+                 const zepiDecodeHuffmanSpec* ac_table, zepiDecodeHuffmanState* state) {
+  const Source from = {source, length, position, marker};
+  Bits bits = LoadBits(position, *state);
+  if (HWY_LIKELY(*marker == 0 && bits.position >= 0)) {
+    QuickReader reader(from, bits);
+    int32_t difference = 0;
+    Clear(block);
+    if (HWY_LIKELY(TakeDc(*dc_table, &reader, &difference) && TakeAcs(*ac_table, &reader, block) &&
+                   reader.Finish(&bits))) {
+      const int32_t dc = LoadCoefficient(last_dc) + difference;
+      StoreCoefficient(dc, block);
+      StoreCoefficient(dc, last_dc);
+      StoreBits(bits, position, state);
+      return zepStatusOk;
+    }
+  }
+  return DecodeCarefully(from, block, last_dc, *dc_table, *ac_table, state);
+}
+
+constexpr Kernels kKernels = {Decode};
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace zepjp
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace zepjp {
+namespace {
 
 zepStatus TakeDc(const zepiDecodeHuffmanSpec& table, BitReader* reader, int32_t* difference) {
   uint32_t category = 0, bits = 0;
@@ -26,85 +131,40 @@ zepStatus TakeDc(const zepiDecodeHuffmanSpec& table, BitReader* reader, int32_t*
   return zepStatusOk;
 }
 
-// What a symbol of an AC table stands for.
-struct RunAndCategory {
-  uint32_t run, category;
-  bool IsEnd() const { return category == 0 && run < 15; }
-};
-RunAndCategory Split(uint32_t symbol) { return {(symbol >> 4) & 15, symbol & 15}; }
-
-// The DC difference, by the quick reader. False, and nothing taken: it is left to the careful one.
-[[gnu::always_inline]] inline bool TakeDcFast(const zepiDecodeHuffmanSpec& table,
-                                              FastBitReader* reader, int32_t* difference) {
-  if (!reader->Ensure32()) return false;
-  const auto mark = reader->mark();
-  uint32_t category = 0;
-  if (!reader->TakeSymbol(table, &category)) return false;
-  if (category > 16) return reader->GoBack(mark), false;
-  *difference = ValueOf(category, reader->Take(static_cast<int>(category)));
-  return true;
-}
-
-// The coefficients from zigzag index `k` on, as far as the quick reader comes; returns the index of the
-// next one, 64 at the end of the block. Whatever is out of the ordinary is left to the careful reader.
-[[gnu::always_inline]] inline uint32_t TakeAcsFast(uint32_t k, const zepiDecodeHuffmanSpec& table,
-                                                   FastBitReader* reader, int16_t* block) {
-  while (k < 64 && reader->Ensure32()) {
-    const auto mark = reader->mark();
-    uint32_t symbol = 0;
-    if (!reader->TakeSymbol(table, &symbol)) return k;
-    const RunAndCategory next = Split(symbol);
-    if (next.IsEnd()) return 64;
-    if (k + next.run > 63) return reader->GoBack(mark), k;
-    k += next.run;
-    const int32_t value = ValueOf(next.category, reader->Take(static_cast<int>(next.category)));
-    StoreCoefficient(value, block + kNaturalOfZigzag[k]);  // 0 behind a run of 16
-    ++k;
-  }
-  return k;
-}
-
-zepStatus TakeAcs(uint32_t k, const zepiDecodeHuffmanSpec& table, BitReader* reader,
-                  int16_t* block) {
-  while (k < 64) {
+zepStatus TakeAcs(const zepiDecodeHuffmanSpec& table, BitReader* reader, int16_t* block) {
+  for (uint32_t k = 1; k < 64; ++k) {
     uint32_t symbol = 0, bits = 0;
     if (auto bad = reader->TakeSymbol(table, &symbol)) return bad;
     const RunAndCategory next = Split(symbol);
     if (next.IsEnd()) return zepStatusOk;
     k += next.run;
     if (k > 63) return zepStatusBadHuffCode;
-    if (next.category != 0) {
-      if (auto bad = reader->Take(static_cast<int>(next.category), &bits)) return bad;
-      StoreCoefficient(ValueOf(next.category, bits), block + kNaturalOfZigzag[k]);
-    }
-    ++k;
-    FastBitReader fast(reader->source(), reader->bits());
-    k = TakeAcsFast(k, table, &fast, block);
-    reader->set_bits(fast.bits());
+    if (next.category == 0) continue;
+    if (auto bad = reader->Take(static_cast<int>(next.category), &bits)) return bad;
+    StoreCoefficient(ValueOf(next.category, bits), block + kNaturalOfZigzag[k]);
   }
   return zepStatusOk;
 }
 
-zepStatus DecodeBlock(int16_t* block, int16_t* last_dc, const zepiDecodeHuffmanSpec& dc_table,
-                      const zepiDecodeHuffmanSpec& ac_table, BitReader* reader) {
+zepStatus DecodeCarefully(const Source& from, int16_t* block, int16_t* last_dc,
+                          const zepiDecodeHuffmanSpec& dc_table,
+                          const zepiDecodeHuffmanSpec& ac_table, zepiDecodeHuffmanState* state) {
+  BitReader reader(from, state);
   std::memset(block, 0, 64 * sizeof(*block));
-  int16_t last;
-  std::memcpy(&last, last_dc, sizeof(last));
   int32_t difference = 0;
-  FastBitReader fast(reader->source(), reader->bits());
-  uint32_t k = 1;
-  if (TakeDcFast(dc_table, &fast, &difference)) {
-    k = TakeAcsFast(k, ac_table, &fast, block);
-    reader->set_bits(fast.bits());
-  } else {
-    reader->set_bits(fast.bits());
-    if (auto bad = TakeDc(dc_table, reader, &difference)) return bad;
+  zepStatus status = TakeDc(dc_table, &reader, &difference);
+  if (status == zepStatusOk) {
+    StoreCoefficient(LoadCoefficient(last_dc) + difference, block);
+    status = TakeAcs(ac_table, &reader, block);
   }
-  StoreCoefficient(last + difference, block);
-  if (auto bad = TakeAcs(k, ac_table, reader, block)) return bad;
-  std::memcpy(last_dc, block, sizeof(*block));
-  return zepStatusOk;
+  if (status == zepStatusOk) std::memcpy(last_dc, block, sizeof(*block));
+  reader.Store();
+  return status;
 }
+
+Kernels kernels;
+
+ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 
 }  // namespace
 }  // namespace zepjp
@@ -130,8 +190,7 @@ zepStatus ZEP_CALL zepiDecodeHuffman8x8_JPEG_1u16s_C1(const uint8_t* pSrc, int32
                      .Failed()) {
     return bad;
   }
-  zepjp::BitReader reader({pSrc, srcLenBytes, pSrcCurrPos, pMarker}, pDecHuffState);
-  const zepStatus status = zepjp::DecodeBlock(pDst, pLastDC, *pDcTable, *pAcTable, &reader);
-  reader.Store();
-  return status;
+  return zepjp::kernels.decode(pSrc, srcLenBytes, pSrcCurrPos, pDst, pLastDC, pMarker, pDcTable,
+                               pAcTable, pDecHuffState);
 }
+#endif  // HWY_ONCE
