@@ -30,9 +30,9 @@ struct Kernels {
                       const zepiDecodeHuffmanSpec* ac_table, zepiDecodeHuffmanState* state);
 };
 
-zepStatus DecodeCarefully(const Source& from, int16_t* block, int16_t* last_dc,
-                          const zepiDecodeHuffmanSpec& dc_table,
-                          const zepiDecodeHuffmanSpec& ac_table, zepiDecodeHuffmanState* state);
+zepStatus DecodeCarefully(const uint8_t* source, int32_t length, int32_t* position, int16_t* block,
+                          int16_t* last_dc, int32_t* marker, const zepiDecodeHuffmanSpec* dc_table,
+                          const zepiDecodeHuffmanSpec* ac_table, zepiDecodeHuffmanState* state);
 
 // What a symbol of an AC table stands for.
 struct RunAndCategory {
@@ -68,46 +68,66 @@ HWY_INLINE void Clear(int16_t* block) {
 
 HWY_INLINE bool TakeDc(const zepiDecodeHuffmanSpec& table, QuickReader* reader,
                        int32_t* difference) {
-  uint32_t category = 0;
-  if (!reader->Ensure32() || !reader->TakeSymbol(table, &category) || category > 16) return false;
+  const uint32_t entry = reader->TakeSymbol(table);
+  const uint32_t category = entry & 0xFFFF;
+  if (HWY_UNLIKELY(entry == 0 || category > 16)) return false;
   *difference = reader->TakeValue(category);
   return true;
 }
 
+enum class After { kMore, kEnd, kFailure };
+
+// One symbol and its coefficient, at zigzag index *k or behind it.
+HWY_INLINE After TakeAc(const zepiDecodeHuffmanSpec& table, QuickReader* reader, int16_t* block,
+                        uint32_t* k) {
+  const uint32_t entry = reader->TakeSymbol(table);
+  const RunAndCategory next = Split(entry);
+  if (next.category == 0) {
+    if (next.run < 15) return entry != 0 ? After::kEnd : After::kFailure;
+    *k += 16;
+    return *k < 64 ? After::kMore : *k == 64 ? After::kEnd : After::kFailure;
+  }
+  const uint32_t index = *k + next.run;
+  if (HWY_UNLIKELY(index > 63)) return After::kFailure;
+  StoreCoefficient(reader->TakeValue(next.category), block + kNaturalOfZigzag[index]);
+  *k = index + 1;
+  return index < 63 ? After::kMore : After::kEnd;
+}
+
 HWY_INLINE bool TakeAcs(const zepiDecodeHuffmanSpec& table, QuickReader* reader, int16_t* block) {
   uint32_t k = 1;
-  do {
-    uint32_t symbol = 0;
-    if (!reader->Ensure32() || !reader->TakeSymbol(table, &symbol)) return false;
-    const RunAndCategory next = Split(symbol);
-    if (next.IsEnd()) return true;
-    k += next.run;
-    if (HWY_UNLIKELY(k > 63)) return false;
-    StoreCoefficient(reader->TakeValue(next.category), block + kNaturalOfZigzag[k]);
-    ++k;
-  } while (k < 64);
-  return true;
+  After after = TakeAc(table, reader, block, &k);
+  while (after == After::kMore) {
+    if (HWY_UNLIKELY(!reader->Refill())) return false;
+    after = TakeAc(table, reader, block, &k);
+    if (after == After::kMore) after = TakeAc(table, reader, block, &k);
+  }
+  return after == After::kEnd;
 }
 
 zepStatus Decode(const uint8_t* source, int32_t length, int32_t* position, int16_t* block,
                  int16_t* last_dc, int32_t* marker, const zepiDecodeHuffmanSpec* dc_table,
                  const zepiDecodeHuffmanSpec* ac_table, zepiDecodeHuffmanState* state) {
-  const Source from = {source, length, position, marker};
-  Bits bits = LoadBits(position, *state);
-  if (HWY_LIKELY(*marker == 0 && bits.position >= 0)) {
-    QuickReader reader(from, bits);
+  const BlockStart start = {source, length, *position, state->bits, state->numBits};
+  if (HWY_LIKELY(*marker == 0 && state->reserved == 0 && start.unused >= 0 && start.unused <= 32 &&
+                 start.position >= 0)) {
     int32_t difference = 0;
+    PlainCopy copy;
+    QuickReader reader(start, &copy);
     Clear(block);
-    if (HWY_LIKELY(TakeDc(*dc_table, &reader, &difference) && TakeAcs(*ac_table, &reader, block) &&
-                   reader.Finish(&bits))) {
+    if (HWY_LIKELY(reader.Begin() && TakeDc(*dc_table, &reader, &difference) &&
+                   TakeAcs(*ac_table, &reader, block) && reader.IsSafe())) {
       const int32_t dc = LoadCoefficient(last_dc) + difference;
       StoreCoefficient(dc, block);
       StoreCoefficient(dc, last_dc);
-      StoreBits(bits, position, state);
+      state->bits = reader.newest();
+      state->numBits = reader.unused();
+      *position = reader.position();
       return zepStatusOk;
     }
   }
-  return DecodeCarefully(from, block, last_dc, *dc_table, *ac_table, state);
+  return DecodeCarefully(source, length, position, block, last_dc, marker, dc_table, ac_table,
+                         state);
 }
 
 constexpr Kernels kKernels = {Decode};
@@ -146,16 +166,16 @@ zepStatus TakeAcs(const zepiDecodeHuffmanSpec& table, BitReader* reader, int16_t
   return zepStatusOk;
 }
 
-zepStatus DecodeCarefully(const Source& from, int16_t* block, int16_t* last_dc,
-                          const zepiDecodeHuffmanSpec& dc_table,
-                          const zepiDecodeHuffmanSpec& ac_table, zepiDecodeHuffmanState* state) {
-  BitReader reader(from, state);
+zepStatus DecodeCarefully(const uint8_t* source, int32_t length, int32_t* position, int16_t* block,
+                          int16_t* last_dc, int32_t* marker, const zepiDecodeHuffmanSpec* dc_table,
+                          const zepiDecodeHuffmanSpec* ac_table, zepiDecodeHuffmanState* state) {
+  BitReader reader({source, length, position, marker}, state);
   std::memset(block, 0, 64 * sizeof(*block));
   int32_t difference = 0;
-  zepStatus status = TakeDc(dc_table, &reader, &difference);
+  zepStatus status = TakeDc(*dc_table, &reader, &difference);
   if (status == zepStatusOk) {
     StoreCoefficient(LoadCoefficient(last_dc) + difference, block);
-    status = TakeAcs(ac_table, &reader, block);
+    status = TakeAcs(*ac_table, &reader, block);
   }
   if (status == zepStatusOk) std::memcpy(last_dc, block, sizeof(*block));
   reader.Store();

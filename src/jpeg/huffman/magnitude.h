@@ -30,6 +30,13 @@ inline int32_t ValueOf(uint32_t category, uint32_t bits) {
   return value + (is_negative & (1 - (1 << category)));
 }
 
+// The same of the highest bits of `bits`.
+inline int32_t ValueAtTop(uint32_t category, uint64_t bits) {
+  const auto value = static_cast<int32_t>(bits >> 1 >> (63 - category));
+  const auto is_positive = static_cast<int32_t>(static_cast<int64_t>(bits) >> 63);
+  return value + (~is_positive & (1 - (1 << category)));
+}
+
 }  // namespace zepjp
 
 #endif  // ZEPJP_SRC_JPEG_HUFFMAN_MAGNITUDE_H_

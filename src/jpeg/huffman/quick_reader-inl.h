@@ -52,139 +52,173 @@ HWY_NOINLINE uint32_t FindLongCode(const zepiDecodeHuffmanSpec& table, uint32_t 
   return static_cast<uint32_t>(length) << 16 | table.symbol[index];
 }
 
-// `bits` behind the data bytes up to `end` but for the last `ahead` ones; a data byte FF has a 00 behind.
-HWY_NOINLINE Bits Walk(const uint8_t* bytes, Bits bits, int32_t end, int32_t ahead) {
-  const auto next = [bytes](int32_t at) { return bytes[at] == 0xFF ? at + 2 : at + 1; };
-  int32_t left = -ahead;
-  for (int32_t at = bits.position; at < end; at = next(at)) ++left;
-  for (; left > 0; --left) {
-    bits.value = bits.value << 8 | bytes[bits.position];
-    bits.reserved = 0;
-    bits.position = next(bits.position);
+// The number of bytes before the first FF among kScanned.
+constexpr int32_t kScanned = 32;
+HWY_INLINE int32_t CountPlain(const uint8_t* bytes) {
+  const hn::CappedTag<uint8_t, kScanned> d;
+  constexpr size_t kLanes = hn::MaxLanes(d);
+  uint64_t is_ff = uint64_t{1} << kScanned;
+  for (size_t i = 0; i < kScanned; i += kLanes) {
+    uint64_t bits = 0;
+    hn::StoreMaskBits(d, hn::Eq(hn::LoadU(d, bytes + i), hn::Set(d, 0xFF)),
+                      reinterpret_cast<uint8_t*>(&bits));
+    is_ff |= bits << i;
   }
-  return bits;
+  return static_cast<int32_t>(__builtin_ctzll(is_ff));
+}
+
+// Where a block starts: a position in the source and the bits that were read ahead.
+struct BlockStart {
+  const uint8_t* source;
+  int32_t length, position;
+  uint32_t state_bytes;
+  int32_t unused;  // bits of them, up to 32
+};
+
+constexpr int32_t kStateBytes = 4;
+
+// Data bytes without the 00 behind FF, after those of the state.
+class PlainCopy {
+ public:
+  // Copies `kMore` bytes beyond `at`, fewer where a marker, a filling byte or the end of the source comes
+  // before; returns how many bytes are there.
+  HWY_NOINLINE int32_t Make(const BlockStart& start, int32_t at) {
+    uint32_t first = __builtin_bswap32(start.state_bytes);
+    CopyBytes(&first, bytes_, kStateBytes);
+    const int32_t end = at < kMaxBytes - kMore ? at + kMore : kMaxBytes;
+    int32_t size = kStateBytes;
+    for (int32_t from = start.position; size < end && from < start.length; ++from) {
+      const uint8_t byte = start.source[from];
+      if (byte == 0xFF) {
+        if (from + 1 >= start.length || start.source[from + 1] != 0) break;
+        ++from;
+      }
+      bytes_[size++] = byte;
+    }
+    return size;
+  }
+
+  const uint8_t* bytes() const { return bytes_; }
+
+ private:
+  static constexpr int32_t kMore = 40;
+  static constexpr int32_t kMaxBytes = 320;  // more than any block has
+  uint8_t bytes_[kMaxBytes];
+};
+
+// The position behind `count` data bytes.
+HWY_NOINLINE int32_t Advance(const BlockStart& start, int32_t count) {
+  int32_t position = start.position;
+  for (; count > 0; --count) position += start.source[position] == 0xFF ? 2 : 1;
+  return position;
 }
 
 class QuickReader {
  public:
-  // Starts at `from`, with the bits that were read ahead. The position lies in the source.
-  HWY_INLINE QuickReader(const Source& from, const Bits& bits)
-      : bytes_(from.bytes),
-        length_(from.length),
-        start_(bits),
-        window_(uint64_t{bits.value} << 32 << (32 - bits.count)),
-        valid_(bits.count),
-        careful_(bits.count - 1),
-        position_(bits.position) {}
+  HWY_INLINE QuickReader(const BlockStart& start, PlainCopy* copy)
+      : start_(start), copy_(copy), taken_(8 * kStateBytes - start.unused) {}
 
-  // Makes sure of 32 bits, enough for any symbol with its extra bits. False: the careful reader has
-  // to say what follows.
-  HWY_INLINE bool Ensure32() {
-    if (HWY_UNLIKELY(valid_ < 32)) Refill();
-    return HWY_LIKELY(valid_ >= 32);
+  // False: the careful reader has to say what follows.
+  HWY_INLINE bool Begin() {
+    bytes_ = start_.source + start_.position - kStateBytes;
+    // The state's bytes are in the source too, so that nothing waits for what the call before stored.
+    if (HWY_LIKELY(start_.position >= kStateBytes && start_.position <= start_.length - kScanned &&
+                   LoadBigEndian32(bytes_) == start_.state_bytes)) {
+      limit_ = kStateBytes - 8 + CountPlain(bytes_ + kStateBytes);
+    } else {
+      UseCopy();
+    }
+    next_ = taken_ >> 3;
+    if (HWY_UNLIKELY(next_ > limit_) && !Extend()) return false;
+    window_ = __builtin_bswap64(LoadLittleEndian64(bytes_ + next_)) << (taken_ & 7);
+    next_ += 8;
+    return true;
   }
 
-  // The next symbol, after Ensure32(). False: there is no such code.
-  HWY_INLINE bool TakeSymbol(const zepiDecodeHuffmanSpec& table, uint32_t* symbol) {
+  // Makes sure of 56 bits, enough for any two symbols and their extra bits. False: the careful reader
+  // has to say what follows.
+  HWY_INLINE bool Refill() {
+    if (HWY_UNLIKELY(next_ > limit_) && !Extend()) return false;
+    const int32_t valid = 8 * next_ - taken_;
+    window_ |= __builtin_bswap64(LoadLittleEndian64(bytes_ + next_)) >> valid;
+    next_ += (63 - valid) >> 3;
+    return true;
+  }
+
+  // The next symbol's entry of a fast table; 0: there is no such code, or no bits behind a long one.
+  HWY_INLINE uint32_t TakeSymbol(const zepiDecodeHuffmanSpec& table) {
     uint32_t entry = table.fast[window_ >> (64 - kFastCodeBits)];
     if (HWY_LIKELY(IsFastCode(entry))) {
-      FillCareful(kFastCodeBits);
-    } else {
-      entry = FindLongCode(table, static_cast<uint32_t>(window_ >> (64 - kMaxCodeBits)));
-      if (entry == 0) return false;
-      // The careful reader takes 9 bits, then one by one.
-      FillCareful(kFastCodeBits + 1);
-      if (careful_ + 1 < static_cast<int>(entry >> 16)) careful_ += 32;
+      ReadCarefully(kFastCodeBits);
+      Use(entry >> 16);
+      return entry;
     }
-    *symbol = entry & 0xFFFF;
-    Use(static_cast<int>(entry >> 16));
-    return true;
+    entry = FindLongCode(table, static_cast<uint32_t>(window_ >> (64 - kMaxCodeBits)));
+    // The careful reader takes 9 bits, then one by one.
+    ReadCarefully(kFastCodeBits + 1);
+    if (read_ < taken_ + static_cast<int32_t>(entry >> 16)) read_ += 32;
+    Use(entry >> 16);
+    return Refill() ? entry : 0;
   }
 
   // The value with `category` extra bits, 0 to 16, after its symbol.
   HWY_INLINE int32_t TakeValue(uint32_t category) {
-    FillCareful(static_cast<int>(category));
-    const auto bits = static_cast<uint32_t>(window_ >> 1 >> (63 - category));
-    Use(static_cast<int>(category));
-    return ValueOf(category, bits);
+    ReadCarefully(static_cast<int32_t>(category));
+    const int32_t value = ValueAtTop(category, window_);
+    Use(category);
+    return value;
   }
 
-  // Where the careful reader would be now. False: it would have met something that this one cannot
-  // read.
-  HWY_INLINE bool Finish(Bits* bits) {
-    if (HWY_UNLIKELY(careful_ >= valid_)) Refill();
-    if (HWY_UNLIKELY(careful_ >= valid_)) return false;
-    const int32_t ahead = (valid_ - 1 - careful_) >> 3;  // bytes
-    if (HWY_UNLIKELY(by_bytes_ || start_.position > length_ - 4)) {
-      *bits = Walk(bytes_, start_, position_, ahead);
-    } else {
-      bits->position = position_ - ahead;
-      const int32_t read = bits->position - start_.position;
-      const int32_t recent = read < 4 ? read : 4;
-      const uint64_t both = uint64_t{start_.value} << 32 |
-                            LoadBigEndian32(bytes_ + start_.position + (read - recent));
-      bits->value = static_cast<uint32_t>(both >> (32 - 8 * recent));
-      bits->reserved = read == 0 ? start_.reserved : 0;
-    }
-    bits->count = careful_ + 1;
-    return true;
+  // Whether the careful reader would only have read what is known to be here.
+  HWY_INLINE bool IsSafe() { return HWY_LIKELY(read_ <= 8 * next_) || Refill(); }
+
+  // Where the careful reader would be: behind the bytes that it has read, the newest four of them in
+  // its state, some bits of them still to be used.
+  HWY_INLINE int32_t position() const {
+    const int32_t count = bytes_read();
+    if (HWY_UNLIKELY(is_copied())) return Advance(start_, count);
+    return start_.position + count;
   }
+  HWY_INLINE uint32_t newest() const { return LoadBigEndian32(bytes_ + bytes_read()); }
+  HWY_INLINE int32_t unused() const { return read_ - taken_; }
 
  private:
-  // As many whole bytes as the window has room for.
-  HWY_INLINE void Refill() {
-    if (HWY_LIKELY(position_ <= length_ - 8)) {
-      const uint64_t next = LoadLittleEndian64(bytes_ + position_);
-      const bool has_ff = (next & ~(next + 0x0101010101010101U) & 0x8080808080808080U) != 0;
-      if (HWY_LIKELY(!has_ff)) {
-        window_ |= __builtin_bswap64(next) >> valid_;
-        position_ += (63 - valid_) >> 3;
-        valid_ |= 56;
-        return;
-      }
-    }
-    *this = RefilledByBytes(*this);
+  HWY_INLINE bool is_copied() const { return bytes_ == copy_->bytes(); }
+  HWY_INLINE int32_t bytes_read() const { return read_ / 8 - kStateBytes; }
+
+  HWY_INLINE void UseCopy() {
+    limit_ = copy_->Make(start_, next_) - 8;
+    bytes_ = copy_->bytes();
   }
 
-  // Up to a marker, a filling byte or the end of the source. By value, so that the reader stays in
-  // registers.
-  static HWY_NOINLINE QuickReader RefilledByBytes(QuickReader reader) {
-    reader.by_bytes_ = true;
-    while (reader.valid_ < 56 && reader.position_ < reader.length_) {
-      const uint64_t byte = reader.bytes_[reader.position_];
-      if (byte == 0xFF) {
-        if (reader.position_ + 1 >= reader.length_ || reader.bytes_[reader.position_ + 1] != 0)
-          break;
-        ++reader.position_;
-      }
-      reader.window_ |= byte << (56 - reader.valid_);
-      reader.valid_ += 8;
-      ++reader.position_;
-    }
-    return reader;
+  // Eight more bytes, copied if FF is among them.
+  HWY_INLINE bool Extend() {
+    if (is_copied()) return false;
+    if (start_.position <= start_.length - kScanned - next_)
+      limit_ = next_ - 8 + CountPlain(bytes_ + next_);
+    if (next_ > limit_) UseCopy();
+    return next_ <= limit_;
   }
 
-  HWY_INLINE void Use(int count) {
+  HWY_INLINE void Use(uint32_t count) {
     window_ <<= count;
-    valid_ -= count;
-    careful_ -= count;
+    taken_ += static_cast<int32_t>(count);
   }
 
-  // What the careful reader does before it takes `need` bits; a few instructions more, but no branch:
-  // it would be a guess.
-  HWY_INLINE void FillCareful(int need) {
-    const int filled = (careful_ & 7) | 24;
-    careful_ = careful_ < need - 1 ? filled : careful_;
+  // What the careful reader does before it takes `need` bits. No branch: it would be a guess.
+  HWY_INLINE void ReadCarefully(int32_t need) {
+    const int32_t filled = (taken_ + 32) & ~7;
+    read_ = read_ < taken_ + need ? filled : read_;
   }
 
-  const uint8_t* bytes_;
-  int32_t length_;
-  Bits start_;
-  uint64_t window_;  // the next bit is the highest
-  int valid_;        // how many of the window's bits are counted in the position
-  int careful_;      // the careful reader's count of unused bits, less 1
-  int32_t position_;
-  bool by_bytes_ = false;  // a data byte may have had a 00 behind it
+  BlockStart start_;
+  PlainCopy* copy_;
+  const uint8_t* bytes_ = nullptr;
+  int32_t limit_ = 0;               // eight bytes may be loaded up to here
+  int32_t next_ = 0;                // the byte behind the window
+  int32_t taken_;                   // bits from the start
+  int32_t read_ = 8 * kStateBytes;  // bits from the start that the careful reader would have read
+  uint64_t window_ = 0;             // the next bit is the highest
 };
 
 }  // namespace
