@@ -66,68 +66,87 @@ HWY_INLINE void Clear(int16_t* block) {
   for (size_t i = 0; i < 128; i += hn::Lanes(d)) hn::StoreU(hn::Zero(d), d, bytes + i);
 }
 
-HWY_INLINE bool TakeDc(const zepiDecodeHuffmanSpec& table, QuickReader* reader,
-                       int32_t* difference) {
+template <class Reader>
+HWY_INLINE bool TakeDc(const zepiDecodeHuffmanSpec& table, Reader* reader, int32_t* difference) {
   const uint32_t entry = reader->TakeSymbol(table);
   const uint32_t category = entry & 0xFFFF;
   if (HWY_UNLIKELY(entry == 0 || category > 16)) return false;
-  *difference = reader->TakeValue(category);
+  *difference = reader->TakeDc(category);
   return true;
 }
 
-enum class After { kMore, kEnd, kFailure };
-
-// One symbol and its coefficient, at zigzag index *k or behind it.
-HWY_INLINE After TakeAc(const zepiDecodeHuffmanSpec& table, QuickReader* reader, int16_t* block,
-                        uint32_t* k) {
-  const uint32_t entry = reader->TakeSymbol(table);
-  const RunAndCategory next = Split(entry);
-  if (next.category == 0) {
-    if (next.run < 15) return entry != 0 ? After::kEnd : After::kFailure;
-    *k += 16;
-    return *k < 64 ? After::kMore : *k == 64 ? After::kEnd : After::kFailure;
+template <class Reader>
+HWY_INLINE bool TakeAcs(const zepiDecodeHuffmanSpec& table, Reader* reader, int16_t* block) {
+  uint32_t k = 1;
+  while (k < 64) {
+    if (!reader->Ensure()) return false;
+    const uint32_t entry = reader->TakeSymbol(table);
+    const RunAndCategory next = Split(entry);
+    if (next.category == 0) {
+      if (next.run < 15) return entry != 0;
+      k += 16;
+      if (k > 64) return false;
+      continue;
+    }
+    k += next.run;
+    if (HWY_UNLIKELY(k > 63)) return false;
+    StoreCoefficient(reader->TakeAc(next.category), block + kNaturalOfZigzag[k]);
+    ++k;
   }
-  const uint32_t index = *k + next.run;
-  if (HWY_UNLIKELY(index > 63)) return After::kFailure;
-  StoreCoefficient(reader->TakeValue(next.category), block + kNaturalOfZigzag[index]);
-  *k = index + 1;
-  return index < 63 ? After::kMore : After::kEnd;
+  return true;
 }
 
-HWY_INLINE bool TakeAcs(const zepiDecodeHuffmanSpec& table, QuickReader* reader, int16_t* block) {
-  uint32_t k = 1;
-  After after = TakeAc(table, reader, block, &k);
-  while (after == After::kMore) {
-    if (HWY_UNLIKELY(!reader->Refill())) return false;
-    after = TakeAc(table, reader, block, &k);
-    if (after == After::kMore) after = TakeAc(table, reader, block, &k);
+// False: nothing was changed but the block.
+template <class Reader>
+HWY_INLINE bool TakeBlock(const zepiDecodeHuffmanSpec& dc_table,
+                          const zepiDecodeHuffmanSpec& ac_table, Reader* reader, int16_t* block,
+                          int16_t* last_dc, int32_t* position, zepiDecodeHuffmanState* state) {
+  int32_t difference = 0;
+  Clear(block);
+  if (!reader->Refill() || !TakeDc(dc_table, reader, &difference)) return false;
+  if (!TakeAcs(ac_table, reader, block) || !reader->IsSafe()) return false;
+  const int32_t dc = LoadCoefficient(last_dc) + difference;
+  StoreCoefficient(dc, block);
+  StoreCoefficient(dc, last_dc);
+  *position += reader->Advance(&state->bits);
+  state->numBits = reader->unused();
+  return true;
+}
+
+bool IsUsual(const zepiDecodeHuffmanState& state) {
+  return state.reserved == 0 && static_cast<uint32_t>(state.numBits) <= 32;
+}
+
+HWY_NOINLINE zepStatus DecodeStuffed(const uint8_t* source, int32_t length, int32_t* position,
+                                     int16_t* block, int16_t* last_dc, int32_t* marker,
+                                     const zepiDecodeHuffmanSpec* dc_table,
+                                     const zepiDecodeHuffmanSpec* ac_table,
+                                     zepiDecodeHuffmanState* state) {
+  if (*position >= 0 && *position <= length && *marker == 0 && IsUsual(*state)) {
+    QuickReader<StuffedBytes> reader({state->bits, source + *position, source + length},
+                                     static_cast<uint32_t>(state->numBits));
+    if (TakeBlock(*dc_table, *ac_table, &reader, block, last_dc, position, state))
+      return zepStatusOk;
   }
-  return after == After::kEnd;
+  return DecodeCarefully(source, length, position, block, last_dc, marker, dc_table, ac_table,
+                         state);
 }
 
 zepStatus Decode(const uint8_t* source, int32_t length, int32_t* position, int16_t* block,
                  int16_t* last_dc, int32_t* marker, const zepiDecodeHuffmanSpec* dc_table,
                  const zepiDecodeHuffmanSpec* ac_table, zepiDecodeHuffmanState* state) {
-  const BlockStart start = {source, length, *position, state->bits, state->numBits};
-  if (HWY_LIKELY(*marker == 0 && state->reserved == 0 && start.unused >= 0 && start.unused <= 32 &&
-                 start.position >= 0)) {
-    int32_t difference = 0;
-    PlainCopy copy;
-    QuickReader reader(start, &copy);
-    Clear(block);
-    if (HWY_LIKELY(reader.Begin() && TakeDc(*dc_table, &reader, &difference) &&
-                   TakeAcs(*ac_table, &reader, block) && reader.IsSafe())) {
-      const int32_t dc = LoadCoefficient(last_dc) + difference;
-      StoreCoefficient(dc, block);
-      StoreCoefficient(dc, last_dc);
-      state->bits = reader.newest();
-      state->numBits = reader.unused();
-      *position = reader.position();
-      return zepStatusOk;
+  const int64_t start = *position;
+  if (HWY_LIKELY(start >= 4 && start <= length && *marker == 0 && IsUsual(*state))) {
+    // The state's bytes are in the source too, so that nothing waits for what the call before stored.
+    const uint8_t* const from = source + start - 4;
+    if (HWY_LIKELY(LoadBigEndian32(from) == state->bits)) {
+      QuickReader<PlainBytes> reader({from, length - start + 4},
+                                     static_cast<uint32_t>(state->numBits));
+      if (HWY_LIKELY(TakeBlock(*dc_table, *ac_table, &reader, block, last_dc, position, state)))
+        return zepStatusOk;
     }
   }
-  return DecodeCarefully(source, length, position, block, last_dc, marker, dc_table, ac_table,
-                         state);
+  return DecodeStuffed(source, length, position, block, last_dc, marker, dc_table, ac_table, state);
 }
 
 constexpr Kernels kKernels = {Decode};

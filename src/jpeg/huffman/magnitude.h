@@ -32,9 +32,10 @@ inline int32_t ValueOf(uint32_t category, uint32_t bits) {
 
 // The same of the highest bits of `bits`.
 inline int32_t ValueAtTop(uint32_t category, uint64_t bits) {
-  const auto value = static_cast<int32_t>(bits >> 1 >> (63 - category));
-  const auto is_positive = static_cast<int32_t>(static_cast<int64_t>(bits) >> 63);
-  return value + (~is_positive & (1 - (1 << category)));
+  const uint64_t value = bits >> 1 >> (63 - category);
+  const uint64_t ones = ~uint64_t{0} >> 1 >> (63 - category);
+  const auto is_positive = static_cast<uint64_t>(static_cast<int64_t>(bits) >> 63);
+  return static_cast<int32_t>(value - (ones & ~is_positive));
 }
 
 }  // namespace zepjp

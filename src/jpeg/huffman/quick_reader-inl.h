@@ -13,6 +13,7 @@
 #  endif
 
 #  include "jpeg/huffman/bit_reader.h"
+#  include "jpeg/huffman/magnitude.h"
 #  include "simd/ops-inl.h"
 
 ZEP_BEFORE_NAMESPACE();
@@ -25,12 +26,6 @@ HWY_INLINE uint32_t LoadBigEndian32(const uint8_t* from) {
   CopyBytes(from, &value, sizeof(value));
   return __builtin_bswap32(value);
 }
-HWY_INLINE uint64_t LoadLittleEndian64(const uint8_t* from) {
-  uint64_t value;
-  CopyBytes(from, &value, sizeof(value));
-  return value;
-}
-
 // A code of 9 to 16 bits at the start of 16 bits, as an entry of a fast table; 0 if there is none.
 HWY_NOINLINE uint32_t FindLongCode(const zepiDecodeHuffmanSpec& table, uint32_t bits) {
   const hn::FixedTag<uint16_t, 8> d;
@@ -52,173 +47,152 @@ HWY_NOINLINE uint32_t FindLongCode(const zepiDecodeHuffmanSpec& table, uint32_t 
   return static_cast<uint32_t>(length) << 16 | table.symbol[index];
 }
 
-// The number of bytes before the first FF among kScanned.
-constexpr int32_t kScanned = 32;
-HWY_INLINE int32_t CountPlain(const uint8_t* bytes) {
-  const hn::CappedTag<uint8_t, kScanned> d;
-  constexpr size_t kLanes = hn::MaxLanes(d);
-  uint64_t is_ff = uint64_t{1} << kScanned;
-  for (size_t i = 0; i < kScanned; i += kLanes) {
-    uint64_t bits = 0;
-    hn::StoreMaskBits(d, hn::Eq(hn::LoadU(d, bytes + i), hn::Set(d, 0xFF)),
-                      reinterpret_cast<uint8_t*>(&bits));
-    is_ff |= bits << i;
-  }
-  return static_cast<int32_t>(__builtin_ctzll(is_ff));
-}
+constexpr size_t kStateBytes = 4;
 
-// Where a block starts: a position in the source and the bits that were read ahead.
-struct BlockStart {
-  const uint8_t* source;
-  int32_t length, position;
-  uint32_t state_bytes;
-  int32_t unused;  // bits of them, up to 32
-};
-
-constexpr int32_t kStateBytes = 4;
-
-// Data bytes without the 00 behind FF, after those of the state.
-class PlainCopy {
+// Data bytes that lie in the source as they are, those of the state first: FF ends them.
+class PlainBytes {
  public:
-  // Copies `kMore` bytes beyond `at`, fewer where a marker, a filling byte or the end of the source comes
-  // before; returns how many bytes are there.
-  HWY_NOINLINE int32_t Make(const BlockStart& start, int32_t at) {
-    uint32_t first = __builtin_bswap32(start.state_bytes);
-    CopyBytes(&first, bytes_, kStateBytes);
-    const int32_t end = at < kMaxBytes - kMore ? at + kMore : kMaxBytes;
-    int32_t size = kStateBytes;
-    for (int32_t from = start.position; size < end && from < start.length; ++from) {
-      const uint8_t byte = start.source[from];
-      if (byte == 0xFF) {
-        if (from + 1 >= start.length || start.source[from + 1] != 0) break;
-        ++from;
-      }
-      bytes_[size++] = byte;
-    }
-    return size;
+  HWY_INLINE PlainBytes(const uint8_t* from, int64_t size) : from_(from), limit_(size - 8) {}
+
+  // 57 bits or more from bit `at` on, the first one highest. False: they are not all there.
+  HWY_INLINE bool Load(size_t at, uint64_t* bits) {
+    const auto byte = static_cast<int64_t>(at >> 3);
+    if (HWY_UNLIKELY(byte > limit_)) return false;
+    uint64_t next;
+    CopyBytes(from_ + byte, &next, sizeof(next));
+    *bits = __builtin_bswap64(next) << (at & 7);
+    return HWY_LIKELY((next & ~(next + 0x0101010101010101U) & 0x8080808080808080U) == 0);
   }
 
-  const uint8_t* bytes() const { return bytes_; }
+  // The bytes of the source behind the state's that `count` ones more come from, and the four newest.
+  HWY_INLINE int32_t Advance(size_t count, uint32_t* newest) const {
+    *newest = LoadBigEndian32(from_ + count);
+    return static_cast<int32_t>(count);
+  }
 
  private:
-  static constexpr int32_t kMore = 40;
-  static constexpr int32_t kMaxBytes = 320;  // more than any block has
-  uint8_t bytes_[kMaxBytes];
+  const uint8_t* from_;
+  int64_t limit_;  // eight bytes may be loaded up to here
 };
 
-// The position behind `count` data bytes.
-HWY_NOINLINE int32_t Advance(const BlockStart& start, int32_t count) {
-  int32_t position = start.position;
-  for (; count > 0; --count) position += start.source[position] == 0xFF ? 2 : 1;
-  return position;
-}
+// Data bytes with a 00 behind FF: a marker, a filling byte or the end of the source ends them.
+class StuffedBytes {
+ public:
+  StuffedBytes(uint32_t state_bytes, const uint8_t* from, const uint8_t* end)
+      : start_(from), from_(from), end_(end), state_bytes_(state_bytes), newest_(state_bytes) {}
 
+  HWY_INLINE bool Load(size_t at, uint64_t* bits) {
+    while (8 * count_ - at < 57) {
+      if (from_ == end_) return false;
+      if (*from_ == 0xFF && (end_ - from_ < 2 || from_[1] != 0)) return false;
+      newest_ = newest_ << 8 | *from_;
+      from_ = Behind(from_);
+      ++count_;
+    }
+    *bits = newest_ << (64 - (8 * count_ - at));
+    return true;
+  }
+
+  int32_t Advance(size_t count, uint32_t* newest) const {
+    const uint8_t* at = start_;
+    *newest = state_bytes_;
+    for (; count > 0; --count) {
+      *newest = *newest << 8 | *at;
+      at = Behind(at);
+    }
+    return static_cast<int32_t>(at - start_);
+  }
+
+ private:
+  static const uint8_t* Behind(const uint8_t* byte) { return byte + (*byte == 0xFF ? 2 : 1); }
+
+  const uint8_t* start_;
+  const uint8_t* from_;
+  const uint8_t* end_;
+  uint32_t state_bytes_;
+  uint64_t newest_;             // the last 8 of
+  size_t count_ = kStateBytes;  // data bytes
+};
+
+// Symbols and values of data bytes, the first four of which are those of the state that the careful
+// reader left behind; `unused` of their bits are still to be used, up to 32.
+template <class Bytes>
 class QuickReader {
  public:
-  HWY_INLINE QuickReader(const BlockStart& start, PlainCopy* copy)
-      : start_(start), copy_(copy), taken_(8 * kStateBytes - start.unused) {}
+  HWY_INLINE QuickReader(const Bytes& bytes, uint32_t unused)
+      : bytes_(bytes), taken_(8 * kStateBytes - unused) {}
 
-  // False: the careful reader has to say what follows.
-  HWY_INLINE bool Begin() {
-    bytes_ = start_.source + start_.position - kStateBytes;
-    // The state's bytes are in the source too, so that nothing waits for what the call before stored.
-    if (HWY_LIKELY(start_.position >= kStateBytes && start_.position <= start_.length - kScanned &&
-                   LoadBigEndian32(bytes_) == start_.state_bytes)) {
-      limit_ = kStateBytes - 8 + CountPlain(bytes_ + kStateBytes);
-    } else {
-      UseCopy();
-    }
-    next_ = taken_ >> 3;
-    if (HWY_UNLIKELY(next_ > limit_) && !Extend()) return false;
-    window_ = __builtin_bswap64(LoadLittleEndian64(bytes_ + next_)) << (taken_ & 7);
-    next_ += 8;
-    return true;
-  }
-
-  // Makes sure of 56 bits, enough for any two symbols and their extra bits. False: the careful reader
-  // has to say what follows.
+  // Makes sure of 57 bits, enough for any symbol and its extra bits. False: the careful reader has to
+  // say what follows.
   HWY_INLINE bool Refill() {
-    if (HWY_UNLIKELY(next_ > limit_) && !Extend()) return false;
-    const int32_t valid = 8 * next_ - taken_;
-    window_ |= __builtin_bswap64(LoadLittleEndian64(bytes_ + next_)) >> valid;
-    next_ += (63 - valid) >> 3;
-    return true;
+    refill_behind_ = taken_ + 57 - kUsualBits;
+    return bytes_.Load(taken_, &window_);
   }
 
-  // The next symbol's entry of a fast table; 0: there is no such code, or no bits behind a long one.
+  // Makes sure of enough for an AC symbol and its extra bits.
+  HWY_INLINE bool Ensure() { return HWY_LIKELY(taken_ <= refill_behind_) || Refill(); }
+
+  // The next symbol's entry of a fast table; 0: there is no such code, or not enough behind a long one.
   HWY_INLINE uint32_t TakeSymbol(const zepiDecodeHuffmanSpec& table) {
     uint32_t entry = table.fast[window_ >> (64 - kFastCodeBits)];
     if (HWY_LIKELY(IsFastCode(entry))) {
-      ReadCarefully(kFastCodeBits);
+      ReadCarefully(taken_ + kFastCodeBits);
       Use(entry >> 16);
       return entry;
     }
     entry = FindLongCode(table, static_cast<uint32_t>(window_ >> (64 - kMaxCodeBits)));
     // The careful reader takes 9 bits, then one by one.
-    ReadCarefully(kFastCodeBits + 1);
-    if (read_ < taken_ + static_cast<int32_t>(entry >> 16)) read_ += 32;
+    ReadCarefully(taken_ + kFastCodeBits + 1);
+    if (read_ < taken_ + (entry >> 16)) read_ += 32;
     Use(entry >> 16);
     return Refill() ? entry : 0;
   }
 
-  // The value with `category` extra bits, 0 to 16, after its symbol.
-  HWY_INLINE int32_t TakeValue(uint32_t category) {
-    ReadCarefully(static_cast<int32_t>(category));
-    const int32_t value = ValueAtTop(category, window_);
+  // The value with `category` extra bits after its symbol: 0 to 16, or 1 to 15.
+  HWY_INLINE int32_t TakeDc(uint32_t category) {
+    const uint32_t bits = static_cast<uint32_t>(window_ >> 1 >> (63 - category));
+    ReadCarefully(taken_ + category);
     Use(category);
-    return value;
+    return ValueOf(category, bits);
+  }
+  HWY_INLINE int32_t TakeAc(uint32_t category) {
+    const uint64_t bits = window_ >> (64 - category);
+    const uint64_t ones = ~uint64_t{0} >> (64 - category);
+    const auto is_positive = static_cast<uint64_t>(static_cast<int64_t>(window_) >> 63);
+    ReadCarefully(taken_ + category);
+    Use(category);
+    return static_cast<int32_t>(bits - (ones & ~is_positive));
   }
 
   // Whether the careful reader would only have read what is known to be here.
-  HWY_INLINE bool IsSafe() { return HWY_LIKELY(read_ <= 8 * next_) || Refill(); }
+  HWY_INLINE bool IsSafe() { return HWY_LIKELY(read_ <= refill_behind_ + kUsualBits) || Refill(); }
 
-  // Where the careful reader would be: behind the bytes that it has read, the newest four of them in
-  // its state, some bits of them still to be used.
-  HWY_INLINE int32_t position() const {
-    const int32_t count = bytes_read();
-    if (HWY_UNLIKELY(is_copied())) return Advance(start_, count);
-    return start_.position + count;
+  // Where the careful reader would be: so many bytes further in the source, the newest four in its
+  // state, some bits of them still to be used.
+  HWY_INLINE int32_t Advance(uint32_t* newest) const {
+    return bytes_.Advance(read_ / 8 - kStateBytes, newest);
   }
-  HWY_INLINE uint32_t newest() const { return LoadBigEndian32(bytes_ + bytes_read()); }
-  HWY_INLINE int32_t unused() const { return read_ - taken_; }
+  HWY_INLINE int32_t unused() const { return static_cast<int32_t>(read_ - taken_); }
 
  private:
-  HWY_INLINE bool is_copied() const { return bytes_ == copy_->bytes(); }
-  HWY_INLINE int32_t bytes_read() const { return read_ / 8 - kStateBytes; }
-
-  HWY_INLINE void UseCopy() {
-    limit_ = copy_->Make(start_, next_) - 8;
-    bytes_ = copy_->bytes();
-  }
-
-  // Eight more bytes, copied if FF is among them.
-  HWY_INLINE bool Extend() {
-    if (is_copied()) return false;
-    if (start_.position <= start_.length - kScanned - next_)
-      limit_ = next_ - 8 + CountPlain(bytes_ + next_);
-    if (next_ > limit_) UseCopy();
-    return next_ <= limit_;
-  }
+  static constexpr size_t kUsualBits = kFastCodeBits + 15;
 
   HWY_INLINE void Use(uint32_t count) {
     window_ <<= count;
-    taken_ += static_cast<int32_t>(count);
+    taken_ += count;
   }
 
-  // What the careful reader does before it takes `need` bits. No branch: it would be a guess.
-  HWY_INLINE void ReadCarefully(int32_t need) {
-    const int32_t filled = (taken_ + 32) & ~7;
-    read_ = read_ < taken_ + need ? filled : read_;
+  // What the careful reader does before it takes the bits up to `end`. No branch: it would be a guess.
+  HWY_INLINE void ReadCarefully(size_t end) {
+    const size_t filled = (taken_ + 32) & ~size_t{7};
+    read_ = read_ < end ? filled : read_;
   }
 
-  BlockStart start_;
-  PlainCopy* copy_;
-  const uint8_t* bytes_ = nullptr;
-  int32_t limit_ = 0;               // eight bytes may be loaded up to here
-  int32_t next_ = 0;                // the byte behind the window
-  int32_t taken_;                   // bits from the start
-  int32_t read_ = 8 * kStateBytes;  // bits from the start that the careful reader would have read
-  uint64_t window_ = 0;             // the next bit is the highest
+  Bytes bytes_;
+  size_t taken_;                   // bits from the start
+  size_t read_ = 8 * kStateBytes;  // bits from the start that the careful reader would have read
+  size_t refill_behind_ = 0;
+  uint64_t window_ = 0;  // the next bit is the highest
 };
 
 }  // namespace
