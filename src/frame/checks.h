@@ -20,7 +20,7 @@ class Checks {
 
   // `bad` decides; `status` is the result if it is true and all before was good.
   Checks& Refuse(bool bad, zepStatus status) {
-    if (status_ == zepStatusOk && bad) status_ = status;
+    if (__builtin_expect(status_ == zepStatusOk && bad, false)) status_ = status;
     return *this;
   }
 

@@ -61,17 +61,17 @@ namespace HWY_NAMESPACE {
 namespace {
 
 HWY_INLINE void Clear(int16_t* block) {
-  const hn::CappedTag<uint8_t, 128> d;
+  const hn::FixedTag<uint8_t, 16> d;
   auto* const bytes = reinterpret_cast<uint8_t*>(block);
   for (size_t i = 0; i < 128; i += hn::Lanes(d)) hn::StoreU(hn::Zero(d), d, bytes + i);
 }
 
 template <class Reader>
-HWY_INLINE bool TakeDc(const zepiDecodeHuffmanSpec& table, Reader* reader, int32_t* difference) {
+HWY_INLINE bool TakeDc(const zepiDecodeHuffmanSpec& table, Reader* reader, int16_t* difference) {
   const uint32_t entry = reader->TakeSymbol(table);
   const uint32_t category = entry & 0xFFFF;
   if (HWY_UNLIKELY(entry == 0 || category > 16)) return false;
-  *difference = reader->TakeDc(category);
+  StoreCoefficient(reader->TakeDc(category), difference);
   return true;
 }
 
@@ -82,8 +82,8 @@ HWY_INLINE bool TakeAcs(const zepiDecodeHuffmanSpec& table, Reader* reader, int1
     if (!reader->Ensure()) return false;
     const uint32_t entry = reader->TakeSymbol(table);
     const RunAndCategory next = Split(entry);
-    if (next.category == 0) {
-      if (next.run < 15) return entry != 0;
+    if (HWY_UNLIKELY(next.category == 0)) {
+      if (HWY_LIKELY(next.run < 15)) return entry != 0;
       k += 16;
       if (k > 64) return false;
       continue;
@@ -96,21 +96,28 @@ HWY_INLINE bool TakeAcs(const zepiDecodeHuffmanSpec& table, Reader* reader, int1
   return true;
 }
 
-// False: nothing was changed but the block.
-template <class Reader>
-HWY_INLINE bool TakeBlock(const zepiDecodeHuffmanSpec& dc_table,
-                          const zepiDecodeHuffmanSpec& ac_table, Reader* reader, int16_t* block,
-                          int16_t* last_dc, int32_t* position, zepiDecodeHuffmanState* state) {
-  int32_t difference = 0;
+// The coefficients, with the DC difference.
+template <class Bytes>
+HWY_INLINE Progress TakeBlock(const Bytes& bytes, uint32_t unused,
+                              const zepiDecodeHuffmanSpec& dc_table,
+                              const zepiDecodeHuffmanSpec& ac_table, int16_t* block) {
+  QuickReader<Bytes> reader(bytes, unused);
   Clear(block);
-  if (!reader->Refill() || !TakeDc(dc_table, reader, &difference)) return false;
-  if (!TakeAcs(ac_table, reader, block) || !reader->IsSafe()) return false;
-  const int32_t dc = LoadCoefficient(last_dc) + difference;
-  StoreCoefficient(dc, block);
-  StoreCoefficient(dc, last_dc);
-  *position += reader->Advance(&state->bits);
-  state->numBits = reader->unused();
-  return true;
+  if (HWY_UNLIKELY(!reader.Refill() || !TakeDc(dc_table, &reader, block))) return {0, 0};
+  if (HWY_UNLIKELY(!TakeAcs(ac_table, &reader, block) || !reader.IsSafe())) return {0, 0};
+  return reader.progress();
+}
+
+// A function of its own, so that what it does not need takes no registers.
+HWY_NOINLINE Progress TakePlainBlock(const uint8_t* from, int64_t size, uint32_t unused,
+                                     const zepiDecodeHuffmanSpec& dc_table,
+                                     const zepiDecodeHuffmanSpec& ac_table, int16_t* block) {
+  return TakeBlock(PlainBytes(from, size), unused, dc_table, ac_table, block);
+}
+
+void AddLastDc(int16_t* block, int16_t* last_dc) {
+  StoreCoefficient(LoadCoefficient(last_dc) + LoadCoefficient(block), block);
+  CopyBytes(block, last_dc, sizeof(*block));
 }
 
 bool IsUsual(const zepiDecodeHuffmanState& state) {
@@ -123,10 +130,15 @@ HWY_NOINLINE zepStatus DecodeStuffed(const uint8_t* source, int32_t length, int3
                                      const zepiDecodeHuffmanSpec* ac_table,
                                      zepiDecodeHuffmanState* state) {
   if (*position >= 0 && *position <= length && *marker == 0 && IsUsual(*state)) {
-    QuickReader<StuffedBytes> reader({state->bits, source + *position, source + length},
-                                     static_cast<uint32_t>(state->numBits));
-    if (TakeBlock(*dc_table, *ac_table, &reader, block, last_dc, position, state))
+    const StuffedBytes bytes(state->bits, source + *position, source + length);
+    const Progress progress =
+        TakeBlock(bytes, static_cast<uint32_t>(state->numBits), *dc_table, *ac_table, block);
+    if (progress.read != 0) {
+      AddLastDc(block, last_dc);
+      *position += bytes.Advance(progress.bytes_read(), &state->bits);
+      state->numBits = progress.unused();
       return zepStatusOk;
+    }
   }
   return DecodeCarefully(source, length, position, block, last_dc, marker, dc_table, ac_table,
                          state);
@@ -137,13 +149,20 @@ zepStatus Decode(const uint8_t* source, int32_t length, int32_t* position, int16
                  const zepiDecodeHuffmanSpec* ac_table, zepiDecodeHuffmanState* state) {
   const int64_t start = *position;
   if (HWY_LIKELY(start >= 4 && start <= length && *marker == 0 && IsUsual(*state))) {
-    // The state's bytes are in the source too, so that nothing waits for what the call before stored.
+    // The state's bytes are in the source too, so that nothing waits for what the call before
+    // stored.
     const uint8_t* const from = source + start - 4;
     if (HWY_LIKELY(LoadBigEndian32(from) == state->bits)) {
-      QuickReader<PlainBytes> reader({from, length - start + 4},
-                                     static_cast<uint32_t>(state->numBits));
-      if (HWY_LIKELY(TakeBlock(*dc_table, *ac_table, &reader, block, last_dc, position, state)))
+      const Progress progress =
+          TakePlainBlock(from, length - start + 4, static_cast<uint32_t>(state->numBits), *dc_table,
+                         *ac_table, block);
+      if (HWY_LIKELY(progress.read != 0)) {
+        AddLastDc(block, last_dc);
+        *position += static_cast<int32_t>(progress.bytes_read());
+        state->bits = LoadBigEndian32(from + progress.bytes_read());
+        state->numBits = progress.unused();
         return zepStatusOk;
+      }
     }
   }
   return DecodeStuffed(source, length, position, block, last_dc, marker, dc_table, ac_table, state);

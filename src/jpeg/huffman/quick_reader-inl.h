@@ -64,12 +64,6 @@ class PlainBytes {
     return HWY_LIKELY((next & ~(next + 0x0101010101010101U) & 0x8080808080808080U) == 0);
   }
 
-  // The bytes of the source behind the state's that `count` ones more come from, and the four newest.
-  HWY_INLINE int32_t Advance(size_t count, uint32_t* newest) const {
-    *newest = LoadBigEndian32(from_ + count);
-    return static_cast<int32_t>(count);
-  }
-
  private:
   const uint8_t* from_;
   int64_t limit_;  // eight bytes may be loaded up to here
@@ -93,6 +87,7 @@ class StuffedBytes {
     return true;
   }
 
+  // The bytes of the source that `count` ones behind the state's come from, and the four newest.
   int32_t Advance(size_t count, uint32_t* newest) const {
     const uint8_t* at = start_;
     *newest = state_bytes_;
@@ -112,6 +107,13 @@ class StuffedBytes {
   uint32_t state_bytes_;
   uint64_t newest_;             // the last 8 of
   size_t count_ = kStateBytes;  // data bytes
+};
+
+// Bits from the start: how many were taken, and how many the careful reader would have read.
+struct Progress {
+  uint32_t taken, read;
+  size_t bytes_read() const { return read / 8 - kStateBytes; }  // behind the state's
+  int32_t unused() const { return static_cast<int32_t>(read - taken); }
 };
 
 // Symbols and values of data bytes, the first four of which are those of the state that the careful
@@ -167,12 +169,9 @@ class QuickReader {
   // Whether the careful reader would only have read what is known to be here.
   HWY_INLINE bool IsSafe() { return HWY_LIKELY(read_ <= refill_behind_ + kUsualBits) || Refill(); }
 
-  // Where the careful reader would be: so many bytes further in the source, the newest four in its
-  // state, some bits of them still to be used.
-  HWY_INLINE int32_t Advance(uint32_t* newest) const {
-    return bytes_.Advance(read_ / 8 - kStateBytes, newest);
+  Progress progress() const {
+    return {static_cast<uint32_t>(taken_), static_cast<uint32_t>(read_)};
   }
-  HWY_INLINE int32_t unused() const { return static_cast<int32_t>(read_ - taken_); }
 
  private:
   static constexpr size_t kUsualBits = kFastCodeBits + 15;
