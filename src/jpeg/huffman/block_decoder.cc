@@ -8,10 +8,13 @@
 
 #include "frame/checks.h"
 #include "jpeg/huffman/bit_reader.h"
+#include "jpeg/huffman/data_bytes.h"
 #include "jpeg/huffman/magnitude.h"
 #include "jpeg/zigzag.h"
 #include "simd/dispatch.h"
 
+// Nearly all of it is scalar code, to which AVX2's BMI2 is of use and AVX-512 of none.
+#define HWY_DISABLED_TARGETS HWY_AVX3
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/huffman/block_decoder.cc"
 #include "hwy/foreach_target.h"
@@ -23,16 +26,15 @@
 namespace zepjp {
 namespace {
 
+// The coefficients of a block, with the DC difference. None read: the careful way has to do it.
+template <class Bytes>
+using TakeBlock = Progress(const Bytes& bytes, uint32_t unused,
+                           const zepiDecodeHuffmanSpec& dc_table,
+                           const zepiDecodeHuffmanSpec& ac_table, int16_t* block);
 struct Kernels {
-  // The export behind its checks, with its arguments, so that the call is a jump.
-  zepStatus (*decode)(const uint8_t* source, int32_t length, int32_t* position, int16_t* block,
-                      int16_t* last_dc, int32_t* marker, const zepiDecodeHuffmanSpec* dc_table,
-                      const zepiDecodeHuffmanSpec* ac_table, zepiDecodeHuffmanState* state);
+  TakeBlock<PlainBytes>* take_plain;
+  TakeBlock<StuffedBytes>* take_stuffed;
 };
-
-zepStatus DecodeCarefully(const uint8_t* source, int32_t length, int32_t* position, int16_t* block,
-                          int16_t* last_dc, int32_t* marker, const zepiDecodeHuffmanSpec* dc_table,
-                          const zepiDecodeHuffmanSpec* ac_table, zepiDecodeHuffmanState* state);
 
 // What a symbol of an AC table stands for.
 struct RunAndCategory {
@@ -40,6 +42,17 @@ struct RunAndCategory {
   bool IsEnd() const { return category == 0 && run < 15; }
 };
 inline RunAndCategory Split(uint32_t symbol) { return {(symbol >> 4) & 15, symbol & 15}; }
+
+// Runs that lead out of the block end at its last coefficient.
+struct NaturalOrLast {
+  uint8_t positions[64 + 16];
+};
+constexpr NaturalOrLast MakeNaturalOrLast() {
+  NaturalOrLast table = {};
+  for (int k = 0; k < 64 + 16; ++k) table.positions[k] = kNaturalOfZigzag[k < 64 ? k : 63];
+  return table;
+}
+constexpr NaturalOrLast kNaturalOrLast = MakeNaturalOrLast();
 
 inline int32_t LoadCoefficient(const int16_t* from) {
   int16_t value;
@@ -61,7 +74,7 @@ namespace HWY_NAMESPACE {
 namespace {
 
 HWY_INLINE void Clear(int16_t* block) {
-  const hn::FixedTag<uint8_t, 16> d;
+  const hn::CappedTag<uint8_t, 128> d;
   auto* const bytes = reinterpret_cast<uint8_t*>(block);
   for (size_t i = 0; i < 128; i += hn::Lanes(d)) hn::StoreU(hn::Zero(d), d, bytes + i);
 }
@@ -85,22 +98,18 @@ HWY_INLINE bool TakeAcs(const zepiDecodeHuffmanSpec& table, Reader* reader, int1
     if (HWY_UNLIKELY(next.category == 0)) {
       if (HWY_LIKELY(next.run < 15)) return entry != 0;
       k += 16;
-      if (k > 64) return false;
       continue;
     }
     k += next.run;
-    if (HWY_UNLIKELY(k > 63)) return false;
-    StoreCoefficient(reader->TakeAc(next.category), block + kNaturalOfZigzag[k]);
+    StoreCoefficient(reader->TakeAc(next.category), block + kNaturalOrLast.positions[k]);
     ++k;
   }
-  return true;
+  return k == 64;
 }
 
-// The coefficients, with the DC difference.
 template <class Bytes>
-HWY_INLINE Progress TakeBlock(const Bytes& bytes, uint32_t unused,
-                              const zepiDecodeHuffmanSpec& dc_table,
-                              const zepiDecodeHuffmanSpec& ac_table, int16_t* block) {
+Progress Take(const Bytes& bytes, uint32_t unused, const zepiDecodeHuffmanSpec& dc_table,
+              const zepiDecodeHuffmanSpec& ac_table, int16_t* block) {
   QuickReader<Bytes> reader(bytes, unused);
   Clear(block);
   if (HWY_UNLIKELY(!reader.Refill() || !TakeDc(dc_table, &reader, block))) return {0, 0};
@@ -108,67 +117,7 @@ HWY_INLINE Progress TakeBlock(const Bytes& bytes, uint32_t unused,
   return reader.progress();
 }
 
-// A function of its own, so that what it does not need takes no registers.
-HWY_NOINLINE Progress TakePlainBlock(const uint8_t* from, int64_t size, uint32_t unused,
-                                     const zepiDecodeHuffmanSpec& dc_table,
-                                     const zepiDecodeHuffmanSpec& ac_table, int16_t* block) {
-  return TakeBlock(PlainBytes(from, size), unused, dc_table, ac_table, block);
-}
-
-void AddLastDc(int16_t* block, int16_t* last_dc) {
-  StoreCoefficient(LoadCoefficient(last_dc) + LoadCoefficient(block), block);
-  CopyBytes(block, last_dc, sizeof(*block));
-}
-
-bool IsUsual(const zepiDecodeHuffmanState& state) {
-  return state.reserved == 0 && static_cast<uint32_t>(state.numBits) <= 32;
-}
-
-HWY_NOINLINE zepStatus DecodeStuffed(const uint8_t* source, int32_t length, int32_t* position,
-                                     int16_t* block, int16_t* last_dc, int32_t* marker,
-                                     const zepiDecodeHuffmanSpec* dc_table,
-                                     const zepiDecodeHuffmanSpec* ac_table,
-                                     zepiDecodeHuffmanState* state) {
-  if (*position >= 0 && *position <= length && *marker == 0 && IsUsual(*state)) {
-    const StuffedBytes bytes(state->bits, source + *position, source + length);
-    const Progress progress =
-        TakeBlock(bytes, static_cast<uint32_t>(state->numBits), *dc_table, *ac_table, block);
-    if (progress.read != 0) {
-      AddLastDc(block, last_dc);
-      *position += bytes.Advance(progress.bytes_read(), &state->bits);
-      state->numBits = progress.unused();
-      return zepStatusOk;
-    }
-  }
-  return DecodeCarefully(source, length, position, block, last_dc, marker, dc_table, ac_table,
-                         state);
-}
-
-zepStatus Decode(const uint8_t* source, int32_t length, int32_t* position, int16_t* block,
-                 int16_t* last_dc, int32_t* marker, const zepiDecodeHuffmanSpec* dc_table,
-                 const zepiDecodeHuffmanSpec* ac_table, zepiDecodeHuffmanState* state) {
-  const int64_t start = *position;
-  if (HWY_LIKELY(start >= 4 && start <= length && *marker == 0 && IsUsual(*state))) {
-    // The state's bytes are in the source too, so that nothing waits for what the call before
-    // stored.
-    const uint8_t* const from = source + start - 4;
-    if (HWY_LIKELY(LoadBigEndian32(from) == state->bits)) {
-      const Progress progress =
-          TakePlainBlock(from, length - start + 4, static_cast<uint32_t>(state->numBits), *dc_table,
-                         *ac_table, block);
-      if (HWY_LIKELY(progress.read != 0)) {
-        AddLastDc(block, last_dc);
-        *position += static_cast<int32_t>(progress.bytes_read());
-        state->bits = LoadBigEndian32(from + progress.bytes_read());
-        state->numBits = progress.unused();
-        return zepStatusOk;
-      }
-    }
-  }
-  return DecodeStuffed(source, length, position, block, last_dc, marker, dc_table, ac_table, state);
-}
-
-constexpr Kernels kKernels = {Decode};
+constexpr Kernels kKernels = {Take<PlainBytes>, Take<StuffedBytes>};
 
 }  // namespace
 }  // namespace HWY_NAMESPACE
@@ -204,16 +153,16 @@ zepStatus TakeAcs(const zepiDecodeHuffmanSpec& table, BitReader* reader, int16_t
   return zepStatusOk;
 }
 
-zepStatus DecodeCarefully(const uint8_t* source, int32_t length, int32_t* position, int16_t* block,
-                          int16_t* last_dc, int32_t* marker, const zepiDecodeHuffmanSpec* dc_table,
-                          const zepiDecodeHuffmanSpec* ac_table, zepiDecodeHuffmanState* state) {
-  BitReader reader({source, length, position, marker}, state);
+zepStatus DecodeCarefully(const Source& from, int16_t* block, int16_t* last_dc,
+                          const zepiDecodeHuffmanSpec& dc_table,
+                          const zepiDecodeHuffmanSpec& ac_table, zepiDecodeHuffmanState* state) {
+  BitReader reader(from, state);
   std::memset(block, 0, 64 * sizeof(*block));
   int32_t difference = 0;
-  zepStatus status = TakeDc(*dc_table, &reader, &difference);
+  zepStatus status = TakeDc(dc_table, &reader, &difference);
   if (status == zepStatusOk) {
     StoreCoefficient(LoadCoefficient(last_dc) + difference, block);
-    status = TakeAcs(*ac_table, &reader, block);
+    status = TakeAcs(ac_table, &reader, block);
   }
   if (status == zepStatusOk) std::memcpy(last_dc, block, sizeof(*block));
   reader.Store();
@@ -223,6 +172,54 @@ zepStatus DecodeCarefully(const uint8_t* source, int32_t length, int32_t* positi
 Kernels kernels;
 
 ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
+
+void AddLastDc(int16_t* block, int16_t* last_dc) {
+  StoreCoefficient(LoadCoefficient(last_dc) + LoadCoefficient(block), block);
+  std::memcpy(last_dc, block, sizeof(*block));
+}
+
+bool IsUsual(const Source& from, const zepiDecodeHuffmanState& state) {
+  return *from.marker == 0 && *from.position >= 0 && *from.position <= from.length &&
+         state.reserved == 0 && static_cast<uint32_t>(state.numBits) <= 32;
+}
+
+[[gnu::noinline]] zepStatus DecodeStuffed(const Source& from, int16_t* block, int16_t* last_dc,
+                                          const zepiDecodeHuffmanSpec& dc_table,
+                                          const zepiDecodeHuffmanSpec& ac_table,
+                                          zepiDecodeHuffmanState* state) {
+  if (IsUsual(from, *state)) {
+    const StuffedBytes bytes(state->bits, from.bytes + *from.position, from.bytes + from.length);
+    const Progress progress = kernels.take_stuffed(bytes, static_cast<uint32_t>(state->numBits),
+                                                   dc_table, ac_table, block);
+    if (progress.read != 0) {
+      AddLastDc(block, last_dc);
+      *from.position += bytes.Advance(progress.bytes_read(), &state->bits);
+      state->numBits = progress.unused();
+      return zepStatusOk;
+    }
+  }
+  return DecodeCarefully(from, block, last_dc, dc_table, ac_table, state);
+}
+
+[[gnu::always_inline]] inline bool DecodePlain(const Source& from, int16_t* block, int16_t* last_dc,
+                                               const zepiDecodeHuffmanSpec& dc_table,
+                                               const zepiDecodeHuffmanSpec& ac_table,
+                                               zepiDecodeHuffmanState* state) {
+  const int64_t start = *from.position;
+  if (start < 4 || !IsUsual(from, *state)) return false;
+  // The state's bytes are in the source too, so that nothing waits for what the call before stored.
+  const uint8_t* const bytes = from.bytes + start - kStateBytes;
+  if (LoadBigEndian32(bytes) != state->bits) return false;
+  const Progress progress =
+      kernels.take_plain({bytes, from.length - start + 4}, static_cast<uint32_t>(state->numBits),
+                         dc_table, ac_table, block);
+  if (progress.read == 0) return false;
+  AddLastDc(block, last_dc);
+  *from.position += static_cast<int32_t>(progress.bytes_read());
+  state->bits = LoadBigEndian32(bytes + progress.bytes_read());
+  state->numBits = progress.unused();
+  return true;
+}
 
 }  // namespace
 }  // namespace zepjp
@@ -248,7 +245,12 @@ zepStatus ZEP_CALL zepiDecodeHuffman8x8_JPEG_1u16s_C1(const uint8_t* pSrc, int32
                      .Failed()) {
     return bad;
   }
-  return zepjp::kernels.decode(pSrc, srcLenBytes, pSrcCurrPos, pDst, pLastDC, pMarker, pDcTable,
-                               pAcTable, pDecHuffState);
+  // Two sources: that of the common case stays in registers.
+  if (zepjp::DecodePlain({pSrc, srcLenBytes, pSrcCurrPos, pMarker}, pDst, pLastDC, *pDcTable,
+                         *pAcTable, pDecHuffState)) {
+    return zepStatusOk;
+  }
+  return zepjp::DecodeStuffed({pSrc, srcLenBytes, pSrcCurrPos, pMarker}, pDst, pLastDC, *pDcTable,
+                              *pAcTable, pDecHuffState);
 }
 #endif  // HWY_ONCE

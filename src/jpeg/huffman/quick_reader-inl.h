@@ -13,6 +13,7 @@
 #  endif
 
 #  include "jpeg/huffman/bit_reader.h"
+#  include "jpeg/huffman/data_bytes.h"
 #  include "jpeg/huffman/magnitude.h"
 #  include "simd/ops-inl.h"
 
@@ -21,11 +22,6 @@ namespace zepjp {
 namespace HWY_NAMESPACE {
 namespace {
 
-HWY_INLINE uint32_t LoadBigEndian32(const uint8_t* from) {
-  uint32_t value;
-  CopyBytes(from, &value, sizeof(value));
-  return __builtin_bswap32(value);
-}
 // A code of 9 to 16 bits at the start of 16 bits, as an entry of a fast table; 0 if there is none.
 HWY_NOINLINE uint32_t FindLongCode(const zepiDecodeHuffmanSpec& table, uint32_t bits) {
   const hn::FixedTag<uint16_t, 8> d;
@@ -46,75 +42,6 @@ HWY_NOINLINE uint32_t FindLongCode(const zepiDecodeHuffmanSpec& table, uint32_t 
   if (index > 255) return 0;
   return static_cast<uint32_t>(length) << 16 | table.symbol[index];
 }
-
-constexpr size_t kStateBytes = 4;
-
-// Data bytes that lie in the source as they are, those of the state first: FF ends them.
-class PlainBytes {
- public:
-  HWY_INLINE PlainBytes(const uint8_t* from, int64_t size) : from_(from), limit_(size - 8) {}
-
-  // 57 bits or more from bit `at` on, the first one highest. False: they are not all there.
-  HWY_INLINE bool Load(size_t at, uint64_t* bits) {
-    const auto byte = static_cast<int64_t>(at >> 3);
-    if (HWY_UNLIKELY(byte > limit_)) return false;
-    uint64_t next;
-    CopyBytes(from_ + byte, &next, sizeof(next));
-    *bits = __builtin_bswap64(next) << (at & 7);
-    return HWY_LIKELY((next & ~(next + 0x0101010101010101U) & 0x8080808080808080U) == 0);
-  }
-
- private:
-  const uint8_t* from_;
-  int64_t limit_;  // eight bytes may be loaded up to here
-};
-
-// Data bytes with a 00 behind FF: a marker, a filling byte or the end of the source ends them.
-class StuffedBytes {
- public:
-  StuffedBytes(uint32_t state_bytes, const uint8_t* from, const uint8_t* end)
-      : start_(from), from_(from), end_(end), state_bytes_(state_bytes), newest_(state_bytes) {}
-
-  HWY_INLINE bool Load(size_t at, uint64_t* bits) {
-    while (8 * count_ - at < 57) {
-      if (from_ == end_) return false;
-      if (*from_ == 0xFF && (end_ - from_ < 2 || from_[1] != 0)) return false;
-      newest_ = newest_ << 8 | *from_;
-      from_ = Behind(from_);
-      ++count_;
-    }
-    *bits = newest_ << (64 - (8 * count_ - at));
-    return true;
-  }
-
-  // The bytes of the source that `count` ones behind the state's come from, and the four newest.
-  int32_t Advance(size_t count, uint32_t* newest) const {
-    const uint8_t* at = start_;
-    *newest = state_bytes_;
-    for (; count > 0; --count) {
-      *newest = *newest << 8 | *at;
-      at = Behind(at);
-    }
-    return static_cast<int32_t>(at - start_);
-  }
-
- private:
-  static const uint8_t* Behind(const uint8_t* byte) { return byte + (*byte == 0xFF ? 2 : 1); }
-
-  const uint8_t* start_;
-  const uint8_t* from_;
-  const uint8_t* end_;
-  uint32_t state_bytes_;
-  uint64_t newest_;             // the last 8 of
-  size_t count_ = kStateBytes;  // data bytes
-};
-
-// Bits from the start: how many were taken, and how many the careful reader would have read.
-struct Progress {
-  uint32_t taken, read;
-  size_t bytes_read() const { return read / 8 - kStateBytes; }  // behind the state's
-  int32_t unused() const { return static_cast<int32_t>(read - taken); }
-};
 
 // Symbols and values of data bytes, the first four of which are those of the state that the careful
 // reader left behind; `unused` of their bits are still to be used, up to 32.
@@ -152,14 +79,18 @@ class QuickReader {
 
   // The value with `category` extra bits after its symbol: 0 to 16, or 1 to 15.
   HWY_INLINE int32_t TakeDc(uint32_t category) {
-    const uint32_t bits = static_cast<uint32_t>(window_ >> 1 >> (63 - category));
+    const uint32_t unused = ~category & 63;
+    const uint64_t bits = window_ >> 1 >> unused;
+    const uint64_t ones = ~uint64_t{0} >> 1 >> unused;
+    const auto is_positive = static_cast<uint64_t>(static_cast<int64_t>(window_) >> 63);
     ReadCarefully(taken_ + category);
     Use(category);
-    return ValueOf(category, bits);
+    return static_cast<int32_t>(bits - (ones & ~is_positive));
   }
   HWY_INLINE int32_t TakeAc(uint32_t category) {
-    const uint64_t bits = window_ >> (64 - category);
-    const uint64_t ones = ~uint64_t{0} >> (64 - category);
+    const uint32_t unused = -category & 63;
+    const uint64_t bits = window_ >> unused;
+    const uint64_t ones = ~uint64_t{0} >> unused;
     const auto is_positive = static_cast<uint64_t>(static_cast<int64_t>(window_) >> 63);
     ReadCarefully(taken_ + category);
     Use(category);
@@ -170,7 +101,7 @@ class QuickReader {
   HWY_INLINE bool IsSafe() { return HWY_LIKELY(read_ <= refill_behind_ + kUsualBits) || Refill(); }
 
   Progress progress() const {
-    return {static_cast<uint32_t>(taken_), static_cast<uint32_t>(read_)};
+    return {taken_, read_};
   }
 
  private:
