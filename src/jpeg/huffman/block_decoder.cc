@@ -5,6 +5,7 @@
 // in the block, where a code is bad or the source ends or a marker comes; the careful one then decodes
 // the block from its start.
 #include <cstring>
+#include <utility>
 
 #include "frame/checks.h"
 #include "jpeg/huffman/bit_reader.h"
@@ -73,10 +74,14 @@ namespace zepjp {
 namespace HWY_NAMESPACE {
 namespace {
 
+// Without a loop, which would be taken for a call of memset.
+template <size_t... kIndex>
+HWY_INLINE void ClearParts(uint8_t* block, std::index_sequence<kIndex...>) {
+  const hn::FixedTag<uint8_t, 16> d;
+  (hn::StoreU(hn::Zero(d), d, block + 16 * kIndex), ...);
+}
 HWY_INLINE void Clear(int16_t* block) {
-  const hn::CappedTag<uint8_t, 128> d;
-  auto* const bytes = reinterpret_cast<uint8_t*>(block);
-  for (size_t i = 0; i < 128; i += hn::Lanes(d)) hn::StoreU(hn::Zero(d), d, bytes + i);
+  ClearParts(reinterpret_cast<uint8_t*>(block), std::make_index_sequence<8>());
 }
 
 template <class Reader>
