@@ -1,40 +1,32 @@
 // SPDX-License-Identifier: MIT
 // Baseline decoding of a block (ITU-T T.81, F.2.2).
 //
-// Two ways give the same coefficients, positions and states. The quick one gives up, without a trace but
-// in the block, where a code is bad or the source ends or a marker comes; the careful one then decodes
-// the block from its start.
+// Three ways give the same coefficients, positions and states. The first takes the bytes of the source as
+// they are, the second those that 00 follows too; both give up, without a trace but in the block, where a
+// code is bad, the source ends or a marker comes. The careful one then decodes the block from its start.
 #include <cstring>
-#include <utility>
 
 #include "frame/checks.h"
 #include "jpeg/huffman/bit_reader.h"
-#include "jpeg/huffman/data_bytes.h"
 #include "jpeg/huffman/magnitude.h"
+#include "jpeg/huffman/quick_reader.h"
 #include "jpeg/zigzag.h"
 #include "simd/dispatch.h"
 
-// Nearly all of it is scalar code, to which AVX2's BMI2 is of use and AVX-512 of none.
-#define HWY_DISABLED_TARGETS HWY_AVX3
+// Scalar code, compiled for its shifts: AVX2's processors have BMI2 too.
+#define HWY_DISABLED_TARGETS (HWY_SSE4 | HWY_AVX3)
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/huffman/block_decoder.cc"
 #include "hwy/foreach_target.h"
-#include "jpeg/huffman/quick_reader-inl.h"
-#include "simd/ops-inl.h"
+#include "hwy/highway.h"
 
 #ifndef ZEPJP_BLOCK_DECODER_KERNELS
 #  define ZEPJP_BLOCK_DECODER_KERNELS
 namespace zepjp {
 namespace {
 
-// The coefficients of a block, with the DC difference. None read: the careful way has to do it.
-template <class Bytes>
-using TakeBlock = Progress(const Bytes& bytes, uint32_t unused,
-                           const zepiDecodeHuffmanSpec& dc_table,
-                           const zepiDecodeHuffmanSpec& ac_table, int16_t* block);
 struct Kernels {
-  TakeBlock<PlainBytes>* take_plain;
-  TakeBlock<StuffedBytes>* take_stuffed;
+  decltype(zepiDecodeHuffman8x8_JPEG_1u16s_C1)* decode;
 };
 
 // What a symbol of an AC table stands for.
@@ -43,17 +35,6 @@ struct RunAndCategory {
   bool IsEnd() const { return category == 0 && run < 15; }
 };
 inline RunAndCategory Split(uint32_t symbol) { return {(symbol >> 4) & 15, symbol & 15}; }
-
-// Runs that lead out of the block end at its last coefficient.
-struct NaturalOrLast {
-  uint8_t positions[64 + 16];
-};
-constexpr NaturalOrLast MakeNaturalOrLast() {
-  NaturalOrLast table = {};
-  for (int k = 0; k < 64 + 16; ++k) table.positions[k] = kNaturalOfZigzag[k < 64 ? k : 63];
-  return table;
-}
-constexpr NaturalOrLast kNaturalOrLast = MakeNaturalOrLast();
 
 inline int32_t LoadCoefficient(const int16_t* from) {
   int16_t value;
@@ -65,73 +46,113 @@ inline void StoreCoefficient(int32_t value, int16_t* to) {
   std::memcpy(to, &low, sizeof(low));
 }
 
-}  // namespace
-}  // namespace zepjp
-#endif
-
-ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
-namespace {
-
-// Without a loop, which would be taken for a call of memset.
-template <size_t... kIndex>
-HWY_INLINE void ClearParts(uint8_t* block, std::index_sequence<kIndex...>) {
-  const hn::FixedTag<uint8_t, 16> d;
-  (hn::StoreU(hn::Zero(d), d, block + 16 * kIndex), ...);
+// The natural position of each zigzag index; a run that leads out of the block ends at its last one.
+struct NaturalOrLast {
+  uint8_t of[64 + 16];
+};
+constexpr NaturalOrLast MakeNaturalOrLast() {
+  NaturalOrLast natural = {};
+  for (int k = 0; k < 64 + 16; ++k) natural.of[k] = kNaturalOfZigzag[k < 64 ? k : 63];
+  return natural;
 }
-HWY_INLINE void Clear(int16_t* block) {
-  ClearParts(reinterpret_cast<uint8_t*>(block), std::make_index_sequence<8>());
+constexpr NaturalOrLast kNaturalOrLast = MakeNaturalOrLast();
+
+// By hand: a loop or a call of memset would become an instruction that takes longer than all this.
+inline void Clear(int16_t* block) {
+  using Part [[gnu::vector_size(16), gnu::aligned(1), gnu::may_alias]] = int64_t;
+  auto* const part = reinterpret_cast<Part*>(block);
+  part[0] = part[1] = part[2] = part[3] = part[4] = part[5] = part[6] = part[7] = Part{};
 }
 
-template <class Reader>
-HWY_INLINE bool TakeDc(const zepiDecodeHuffmanSpec& table, Reader* reader, int16_t* difference) {
+template <class Bytes>
+HWY_INLINE bool TakeDc(const zepiDecodeHuffmanSpec& table, QuickReader<Bytes>* reader,
+                       int16_t* difference) {
   const uint32_t entry = reader->TakeSymbol(table);
   const uint32_t category = entry & 0xFFFF;
   if (HWY_UNLIKELY(entry == 0 || category > 16)) return false;
-  StoreCoefficient(reader->TakeDc(category), difference);
+  StoreCoefficient(reader->TakeDifference(category), difference);
   return true;
 }
 
-template <class Reader>
-HWY_INLINE bool TakeAcs(const zepiDecodeHuffmanSpec& table, Reader* reader, int16_t* block) {
+template <class Bytes>
+HWY_INLINE bool TakeAcs(const zepiDecodeHuffmanSpec& table, QuickReader<Bytes>* reader,
+                        int16_t* block) {
   uint32_t k = 1;
   while (k < 64) {
     if (!reader->Ensure()) return false;
     const uint32_t entry = reader->TakeSymbol(table);
     const RunAndCategory next = Split(entry);
     if (HWY_UNLIKELY(next.category == 0)) {
-      if (HWY_LIKELY(next.run < 15)) return entry != 0;
+      if (next.IsEnd()) return entry != 0;
       k += 16;
       continue;
     }
     k += next.run;
-    StoreCoefficient(reader->TakeAc(next.category), block + kNaturalOrLast.positions[k]);
+    StoreCoefficient(reader->TakeValue(next.category), block + kNaturalOrLast.of[k]);
     ++k;
   }
   return k == 64;
 }
 
+// The coefficients, with the DC difference.
 template <class Bytes>
-Progress Take(const Bytes& bytes, uint32_t unused, const zepiDecodeHuffmanSpec& dc_table,
-              const zepiDecodeHuffmanSpec& ac_table, int16_t* block) {
+HWY_INLINE bool TakeBlock(const Bytes& bytes, uint32_t unused,
+                          const zepiDecodeHuffmanSpec& dc_table,
+                          const zepiDecodeHuffmanSpec& ac_table, int16_t* block,
+                          Progress* progress) {
   QuickReader<Bytes> reader(bytes, unused);
   Clear(block);
-  if (HWY_UNLIKELY(!reader.Refill() || !TakeDc(dc_table, &reader, block))) return {0, 0};
-  if (HWY_UNLIKELY(!TakeAcs(ac_table, &reader, block) || !reader.IsSafe())) return {0, 0};
-  return reader.progress();
+  return reader.Refill() && TakeDc(dc_table, &reader, block) && TakeAcs(ac_table, &reader, block) &&
+         reader.Finish(progress);
 }
 
-constexpr Kernels kKernels = {Take<PlainBytes>, Take<StuffedBytes>};
+inline void AddLastDc(int16_t* block, int16_t* last_dc) {
+  StoreCoefficient(LoadCoefficient(last_dc) + LoadCoefficient(block), block);
+  std::memcpy(last_dc, block, sizeof(*block));
+}
 
-}  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
-HWY_AFTER_NAMESPACE();
+// What only a caller's own hand can make otherwise is left to the careful way, and markers too.
+inline bool IsUsual(const Source& from, const zepiDecodeHuffmanState& state) {
+  return *from.marker == 0 && *from.position >= 0 && *from.position <= from.length &&
+         state.reserved == 0 && static_cast<uint32_t>(state.numBits) <= 8 * kStateBytes;
+}
 
-#if HWY_ONCE
-namespace zepjp {
-namespace {
+HWY_INLINE bool DecodePlain(const Source& from, int16_t* block, int16_t* last_dc,
+                            const zepiDecodeHuffmanSpec& dc_table,
+                            const zepiDecodeHuffmanSpec& ac_table, zepiDecodeHuffmanState* state) {
+  const int64_t start = int64_t{*from.position} - int64_t{kStateBytes};
+  if (start < 0 || !IsUsual(from, *state)) return false;
+  // The state's bytes are in the source too, so that nothing waits for what the call before stored.
+  const uint8_t* const bytes = from.bytes + start;
+  if (LoadBigEndian32(bytes) != state->bits) return false;
+  Progress progress;
+  if (HWY_UNLIKELY(!TakeBlock(PlainBytes(bytes, from.length - start),
+                              static_cast<uint32_t>(state->numBits), dc_table, ac_table, block,
+                              &progress))) {
+    return false;
+  }
+  AddLastDc(block, last_dc);
+  *from.position += static_cast<int32_t>(progress.bytes_read());
+  state->bits = LoadBigEndian32(bytes + progress.bytes_read());
+  state->numBits = progress.unused();
+  return true;
+}
+
+bool DecodeStuffed(const Source& from, int16_t* block, int16_t* last_dc,
+                   const zepiDecodeHuffmanSpec& dc_table, const zepiDecodeHuffmanSpec& ac_table,
+                   zepiDecodeHuffmanState* state) {
+  if (!IsUsual(from, *state)) return false;
+  const StuffedBytes bytes(state->bits, from.bytes + *from.position, from.bytes + from.length);
+  Progress progress;
+  if (!TakeBlock(bytes, static_cast<uint32_t>(state->numBits), dc_table, ac_table, block,
+                 &progress)) {
+    return false;
+  }
+  AddLastDc(block, last_dc);
+  *from.position += bytes.Advance(progress.bytes_read(), &state->bits);
+  state->numBits = progress.unused();
+  return true;
+}
 
 zepStatus TakeDc(const zepiDecodeHuffmanSpec& table, BitReader* reader, int32_t* difference) {
   uint32_t category = 0, bits = 0;
@@ -162,7 +183,7 @@ zepStatus DecodeCarefully(const Source& from, int16_t* block, int16_t* last_dc,
                           const zepiDecodeHuffmanSpec& dc_table,
                           const zepiDecodeHuffmanSpec& ac_table, zepiDecodeHuffmanState* state) {
   BitReader reader(from, state);
-  std::memset(block, 0, 64 * sizeof(*block));
+  Clear(block);
   int32_t difference = 0;
   zepStatus status = TakeDc(dc_table, &reader, &difference);
   if (status == zepStatusOk) {
@@ -174,62 +195,69 @@ zepStatus DecodeCarefully(const Source& from, int16_t* block, int16_t* last_dc,
   return status;
 }
 
-Kernels kernels;
-
-ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
-
-void AddLastDc(int16_t* block, int16_t* last_dc) {
-  StoreCoefficient(LoadCoefficient(last_dc) + LoadCoefficient(block), block);
-  std::memcpy(last_dc, block, sizeof(*block));
-}
-
-bool IsUsual(const Source& from, const zepiDecodeHuffmanState& state) {
-  return *from.marker == 0 && *from.position >= 0 && *from.position <= from.length &&
-         state.reserved == 0 && static_cast<uint32_t>(state.numBits) <= 32;
-}
-
-[[gnu::noinline]] zepStatus DecodeStuffed(const Source& from, int16_t* block, int16_t* last_dc,
-                                          const zepiDecodeHuffmanSpec& dc_table,
-                                          const zepiDecodeHuffmanSpec& ac_table,
-                                          zepiDecodeHuffmanState* state) {
-  if (IsUsual(from, *state)) {
-    const StuffedBytes bytes(state->bits, from.bytes + *from.position, from.bytes + from.length);
-    const Progress progress = kernels.take_stuffed(bytes, static_cast<uint32_t>(state->numBits),
-                                                   dc_table, ac_table, block);
-    if (progress.read != 0) {
-      AddLastDc(block, last_dc);
-      *from.position += bytes.Advance(progress.bytes_read(), &state->bits);
-      state->numBits = progress.unused();
-      return zepStatusOk;
-    }
-  }
+HWY_NOINLINE zepStatus DecodeRare(const Source& from, int16_t* block, int16_t* last_dc,
+                                  const zepiDecodeHuffmanSpec& dc_table,
+                                  const zepiDecodeHuffmanSpec& ac_table,
+                                  zepiDecodeHuffmanState* state) {
+  if (DecodeStuffed(from, block, last_dc, dc_table, ac_table, state)) return zepStatusOk;
   return DecodeCarefully(from, block, last_dc, dc_table, ac_table, state);
-}
-
-[[gnu::always_inline]] inline bool DecodePlain(const Source& from, int16_t* block, int16_t* last_dc,
-                                               const zepiDecodeHuffmanSpec& dc_table,
-                                               const zepiDecodeHuffmanSpec& ac_table,
-                                               zepiDecodeHuffmanState* state) {
-  const int64_t start = *from.position;
-  if (start < 4 || !IsUsual(from, *state)) return false;
-  // The state's bytes are in the source too, so that nothing waits for what the call before stored.
-  const uint8_t* const bytes = from.bytes + start - kStateBytes;
-  if (LoadBigEndian32(bytes) != state->bits) return false;
-  const Progress progress =
-      kernels.take_plain({bytes, from.length - start + 4}, static_cast<uint32_t>(state->numBits),
-                         dc_table, ac_table, block);
-  if (progress.read == 0) return false;
-  AddLastDc(block, last_dc);
-  *from.position += static_cast<int32_t>(progress.bytes_read());
-  state->bits = LoadBigEndian32(bytes + progress.bytes_read());
-  state->numBits = progress.unused();
-  return true;
 }
 
 }  // namespace
 }  // namespace zepjp
+#endif
 
-using zepjp::Checks;
+#if HWY_TARGET == HWY_AVX2
+HWY_PUSH_ATTRIBUTES("bmi,bmi2")
+#endif
+namespace zepjp {
+namespace HWY_NAMESPACE {
+namespace {
+
+zepStatus Decode(const uint8_t* source, int32_t length, int32_t* position, int16_t* block,
+                 int16_t* last_dc, int32_t* marker, const zepiDecodeHuffmanSpec* dc_table,
+                 const zepiDecodeHuffmanSpec* ac_table, zepiDecodeHuffmanState* state) {
+  if (auto bad = Checks()
+                     .Ptr(source)
+                     .Refuse(length < 0, zepStatusBadArg)
+                     .Ptr(position)
+                     .Ptr(block)
+                     .Ptr(last_dc)
+                     .Ptr(marker)
+                     .Ptr(dc_table)
+                     .Ptr(ac_table)
+                     .Ptr(state)
+                     .Failed()) {
+    return bad;
+  }
+  // Two sources: that of the common case stays in registers.
+  const Source from = {source, length, position, marker};
+  if (HWY_LIKELY(DecodePlain(from, block, last_dc, *dc_table, *ac_table, state))) {
+    return zepStatusOk;
+  }
+  return DecodeRare({source, length, position, marker}, block, last_dc, *dc_table, *ac_table,
+                    state);
+}
+
+constexpr Kernels kKernels = {Decode};
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace zepjp
+#if HWY_TARGET == HWY_AVX2
+HWY_POP_ATTRIBUTES
+#endif
+
+#if HWY_ONCE
+namespace zepjp {
+namespace {
+
+Kernels kernels;
+
+ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
+
+}  // namespace
+}  // namespace zepjp
 
 zepStatus ZEP_CALL zepiDecodeHuffman8x8_JPEG_1u16s_C1(const uint8_t* pSrc, int32_t srcLenBytes,
                                                       int32_t* pSrcCurrPos, int16_t* pDst,
@@ -237,25 +265,7 @@ zepStatus ZEP_CALL zepiDecodeHuffman8x8_JPEG_1u16s_C1(const uint8_t* pSrc, int32
                                                       const zepiDecodeHuffmanSpec* pDcTable,
                                                       const zepiDecodeHuffmanSpec* pAcTable,
                                                       zepiDecodeHuffmanState* pDecHuffState) {
-  if (auto bad = Checks()
-                     .Ptr(pSrc)
-                     .Refuse(srcLenBytes < 0, zepStatusBadArg)
-                     .Ptr(pSrcCurrPos)
-                     .Ptr(pDst)
-                     .Ptr(pLastDC)
-                     .Ptr(pMarker)
-                     .Ptr(pDcTable)
-                     .Ptr(pAcTable)
-                     .Ptr(pDecHuffState)
-                     .Failed()) {
-    return bad;
-  }
-  // Two sources: that of the common case stays in registers.
-  if (zepjp::DecodePlain({pSrc, srcLenBytes, pSrcCurrPos, pMarker}, pDst, pLastDC, *pDcTable,
-                         *pAcTable, pDecHuffState)) {
-    return zepStatusOk;
-  }
-  return zepjp::DecodeStuffed({pSrc, srcLenBytes, pSrcCurrPos, pMarker}, pDst, pLastDC, *pDcTable,
-                              *pAcTable, pDecHuffState);
+  return zepjp::kernels.decode(pSrc, srcLenBytes, pSrcCurrPos, pDst, pLastDC, pMarker, pDcTable,
+                               pAcTable, pDecHuffState);
 }
 #endif  // HWY_ONCE

@@ -1,0 +1,185 @@
+// SPDX-License-Identifier: MIT
+// The quick way to read symbols and values: from a window of 64 bits, without a look at each byte.
+//
+// How far ahead the careful reader would have read is part of what callers see, so this one keeps count
+// of it: the careful reader fills only where fewer bits are left than it needs, and then whole bytes up
+// to 25 bits or more.
+#ifndef ZEPJP_SRC_JPEG_HUFFMAN_QUICK_READER_H_
+#define ZEPJP_SRC_JPEG_HUFFMAN_QUICK_READER_H_
+
+#include <cstddef>
+#include <cstdint>
+
+#include "hwy/base.h"
+#include "jpeg/huffman/bit_reader.h"
+#include "jpeg/huffman/magnitude.h"
+
+namespace zepjp {
+
+// Data bytes are numbered from those that the careful reader's state holds, the last four that it read.
+constexpr size_t kStateBytes = 4;
+
+inline uint32_t LoadBigEndian32(const uint8_t* from) {
+  uint32_t value;
+  __builtin_memcpy(&value, from, sizeof(value));
+  return __builtin_bswap32(value);
+}
+
+// Data bytes as they lie in a source, those of the state first. There is no FF among them: it ends them.
+class PlainBytes {
+ public:
+  PlainBytes(const uint8_t* from, int64_t size) : from_(from), limit_(size - 8) {}
+
+  // 57 bits or more from bit `at` on, the first one highest. False: they are not all there.
+  HWY_INLINE bool Load(size_t at, uint64_t* bits) {
+    const auto byte = static_cast<int64_t>(at >> 3);
+    if (HWY_UNLIKELY(byte > limit_)) return false;
+    uint64_t next;
+    __builtin_memcpy(&next, from_ + byte, sizeof(next));
+    *bits = __builtin_bswap64(next) << (at & 7);
+    return HWY_LIKELY((next & ~(next + 0x0101010101010101U) & 0x8080808080808080U) == 0);
+  }
+
+ private:
+  const uint8_t* from_;
+  int64_t limit_;  // eight bytes may be loaded up to here
+};
+
+// Data bytes of a source with 00 behind FF. A marker, a filling byte and the end of the source end them.
+class StuffedBytes {
+ public:
+  StuffedBytes(uint32_t state_bytes, const uint8_t* from, const uint8_t* end)
+      : start_(from), from_(from), end_(end), state_bytes_(state_bytes), newest_(state_bytes) {}
+
+  // As PlainBytes::Load; `at` never falls.
+  HWY_INLINE bool Load(size_t at, uint64_t* bits) {
+    for (; 8 * count_ - at < 57; ++count_) {
+      if (from_ == end_) return false;
+      if (*from_ == 0xFF && (end_ - from_ < 2 || from_[1] != 0)) return false;
+      newest_ = newest_ << 8 | *from_;
+      from_ = Behind(from_);
+    }
+    *bits = newest_ << (64 - (8 * count_ - at));
+    return true;
+  }
+
+  // How many bytes of the source the `count` ones behind the state's take, and the newest four.
+  int32_t Advance(size_t count, uint32_t* newest) const {
+    const uint8_t* at = start_;
+    *newest = state_bytes_;
+    for (; count > 0; --count) {
+      *newest = *newest << 8 | *at;
+      at = Behind(at);
+    }
+    return static_cast<int32_t>(at - start_);
+  }
+
+ private:
+  static const uint8_t* Behind(const uint8_t* byte) { return byte + (*byte == 0xFF ? 2 : 1); }
+
+  const uint8_t* start_;
+  const uint8_t* from_;
+  const uint8_t* end_;
+  uint32_t state_bytes_;
+  uint64_t newest_;             // the last eight of them
+  size_t count_ = kStateBytes;  // how many were read
+};
+
+// In bits: how many were taken, and how many the careful reader would have read.
+struct Progress {
+  size_t taken, read;
+  size_t bytes_read() const { return read / 8 - kStateBytes; }  // behind the state's
+  int32_t unused() const { return static_cast<int32_t>(read - taken); }
+};
+
+// Symbols and values of the bytes, from where `unused` bits of the state's are left, up to 32.
+template <class Bytes>
+class QuickReader {
+ public:
+  HWY_INLINE QuickReader(const Bytes& bytes, uint32_t unused)
+      : bytes_(bytes), taken_(8 * kStateBytes - unused) {}
+
+  // Makes sure of 57 bits, enough for any symbol and its value. False: the careful reader has to say
+  // what follows.
+  HWY_INLINE bool Refill() {
+    refill_behind_ = taken_ + 57 - kUsualBits;
+    return bytes_.Load(taken_, &window_);
+  }
+
+  // Makes sure of enough for an AC symbol and its value.
+  HWY_INLINE bool Ensure() { return HWY_LIKELY(taken_ <= refill_behind_) || Refill(); }
+
+  // The next symbol's entry of a fast table; 0: there is no such code, or not enough behind a long one.
+  HWY_INLINE uint32_t TakeSymbol(const zepiDecodeHuffmanSpec& table) {
+    uint32_t entry = table.fast[window_ >> (64 - kFastCodeBits)];
+    if (HWY_LIKELY(IsFastCode(entry))) {
+      ReadCarefully(taken_ + kFastCodeBits);
+      Use(entry >> 16);
+      return entry;
+    }
+    entry = FindLongCode(table, static_cast<uint32_t>(window_ >> (64 - kMaxCodeBits)));
+    // The careful reader takes 9 bits, then one by one.
+    ReadCarefully(taken_ + kFastCodeBits + 1);
+    if (read_ < taken_ + (entry >> 16)) read_ += 32;
+    Use(entry >> 16);
+    return Refill() ? entry : 0;
+  }
+
+  // The value behind a symbol of `category` 1 to 15.
+  HWY_INLINE int32_t TakeValue(uint32_t category) {
+    const int32_t value = ValueOfHighest(category, window_);
+    ReadCarefully(taken_ + category);
+    Use(category);
+    return value;
+  }
+
+  // The same for 0 to 16.
+  HWY_INLINE int32_t TakeDifference(uint32_t category) {
+    const auto bits = static_cast<uint32_t>(window_ >> 1 >> (63 - category));
+    ReadCarefully(taken_ + category);
+    Use(category);
+    return ValueOf(category, bits);
+  }
+
+  // False: the careful reader may have met what is not known to be here.
+  HWY_INLINE bool Finish(Progress* progress) {
+    if (HWY_UNLIKELY(read_ > refill_behind_ + kUsualBits) && !Refill()) return false;
+    *progress = {taken_, read_};
+    return true;
+  }
+
+ private:
+  static constexpr size_t kUsualBits = kFastCodeBits + 15;
+
+  HWY_INLINE void Use(uint32_t count) {
+    window_ <<= count;
+    taken_ += count;
+  }
+
+  // What the careful reader does before it takes the bits up to `end`. No branch: it would be a guess.
+  HWY_INLINE void ReadCarefully(size_t end) {
+    const size_t filled = (taken_ + 32) & ~size_t{7};
+    read_ = read_ < end ? filled : read_;
+  }
+
+  // A code of 9 to 16 bits at the start of 16, as an entry of a fast table; 0: there is none.
+  static HWY_NOINLINE uint32_t FindLongCode(const zepiDecodeHuffmanSpec& table, uint32_t bits) {
+    for (int length = kFastCodeBits + 1; length <= kMaxCodeBits; ++length) {
+      const uint32_t code = bits >> (kMaxCodeBits - length);
+      if (table.lastCode[length] == kNoCode || code > table.lastCode[length]) continue;
+      const uint32_t index = table.firstIndex[length] + code - table.firstCode[length];
+      return index > 255 ? 0 : static_cast<uint32_t>(length) << 16 | table.symbol[index];
+    }
+    return 0;
+  }
+
+  Bytes bytes_;
+  size_t taken_;
+  size_t read_ = 8 * kStateBytes;
+  size_t refill_behind_ = 0;
+  uint64_t window_ = 0;  // the next bit is the highest
+};
+
+}  // namespace zepjp
+
+#endif  // ZEPJP_SRC_JPEG_HUFFMAN_QUICK_READER_H_
