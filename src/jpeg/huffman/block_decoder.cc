@@ -58,10 +58,10 @@ constexpr NaturalOrLast MakeNaturalOrLast() {
 constexpr NaturalOrLast kNaturalOrLast = MakeNaturalOrLast();
 
 // By hand: a loop or a call of memset would become an instruction that takes longer than all this.
+typedef int64_t Eighth __attribute__((vector_size(16), aligned(1), may_alias));
 inline void Clear(int16_t* block) {
-  using Part [[gnu::vector_size(16), gnu::aligned(1), gnu::may_alias]] = int64_t;
-  auto* const part = reinterpret_cast<Part*>(block);
-  part[0] = part[1] = part[2] = part[3] = part[4] = part[5] = part[6] = part[7] = Part{};
+  auto* const part = reinterpret_cast<Eighth*>(block);
+  part[0] = part[1] = part[2] = part[3] = part[4] = part[5] = part[6] = part[7] = Eighth{};
 }
 
 template <class Bytes>

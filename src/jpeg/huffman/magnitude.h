@@ -30,12 +30,18 @@ inline int32_t ValueOf(uint32_t category, uint32_t bits) {
   return value + (is_negative & (1 - (1 << category)));
 }
 
-// The same for a category of 1 to 15, whose bits are the highest of `bits`.
+// The same where the extra bits are the highest of 64; ValueOfHighest for a category of 1 to 15 only.
 inline int32_t ValueOfHighest(uint32_t category, uint64_t bits) {
   const uint32_t others = -category & 63;
   const uint64_t ones = ~uint64_t{0} >> others;
   const auto is_positive = static_cast<uint64_t>(static_cast<int64_t>(bits) >> 63);
   return static_cast<int32_t>((bits >> others) - (ones & ~is_positive));
+}
+inline int32_t DifferenceOfHighest(uint32_t category, uint64_t bits) {
+  const uint32_t others = ~category & 63;
+  const uint64_t ones = ~uint64_t{0} >> 1 >> others;
+  const auto is_positive = static_cast<uint64_t>(static_cast<int64_t>(bits) >> 63);
+  return static_cast<int32_t>((bits >> 1 >> others) - (ones & ~is_positive));
 }
 
 }  // namespace zepjp

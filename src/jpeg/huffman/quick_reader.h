@@ -135,10 +135,10 @@ class QuickReader {
 
   // The same for 0 to 16.
   HWY_INLINE int32_t TakeDifference(uint32_t category) {
-    const auto bits = static_cast<uint32_t>(window_ >> 1 >> (63 - category));
+    const int32_t value = DifferenceOfHighest(category, window_);
     ReadCarefully(taken_ + category);
     Use(category);
-    return ValueOf(category, bits);
+    return value;
   }
 
   // False: the careful reader may have met what is not known to be here.
