@@ -18,31 +18,26 @@ namespace {
 using bench::CodedBlock;
 using bench::CodedPicture;
 using bench::PictureAt;
+using bench::TableLists;
 
-struct OurTables {
-  zepiDecodeHuffmanSpec dc[2], ac[2];
-  explicit OurTables(const CodedPicture& picture) {
-    for (int i = 0; i < 2; ++i) {
-      zepiDecodeHuffmanSpecInit_JPEG_8u(picture.dc[i].bits, picture.dc[i].vals, &dc[i]);
-      zepiDecodeHuffmanSpecInit_JPEG_8u(picture.ac[i].bits, picture.ac[i].vals, &ac[i]);
-    }
-  }
+struct Component {
+  zepiDecodeHuffmanSpec dc, ac;
+  int16_t last_dc = 0;
 };
 
 // False where a block fails.
-bool DecodeOurs(const CodedPicture& picture, const OurTables& tables, CodedBlock* to) {
+bool DecodeOurs(const CodedPicture& picture, Component (&components)[3], CodedBlock* to) {
   zepiDecodeHuffmanState state;
   zepiDecodeHuffmanStateInit_JPEG_8u(&state);
   const uint8_t* scan = picture.file.data() + picture.scan_begin;
   const auto length = static_cast<int32_t>(picture.file.size() - picture.scan_begin);
   int32_t position = 0, marker = 0;
-  int16_t last_dc[3] = {};
-  const size_t count = picture.blocks.size();
-  for (size_t i = 0; i < count; ++i) {
-    const unsigned component = picture.component[i], kind = component != 0;
-    if (zepiDecodeHuffman8x8_JPEG_1u16s_C1(scan, length, &position, to[i].coefficients,
-                                           &last_dc[component], &marker, &tables.dc[kind],
-                                           &tables.ac[kind], &state) != zepStatusOk) {
+  for (Component& component : components) component.last_dc = 0;
+  for (const uint8_t index : picture.component) {
+    Component& component = components[index];
+    if (zepiDecodeHuffman8x8_JPEG_1u16s_C1(scan, length, &position, (to++)->coefficients,
+                                           &component.last_dc, &marker, &component.dc,
+                                           &component.ac, &state) != zepStatusOk) {
       return false;
     }
   }
@@ -59,17 +54,22 @@ void Report(benchmark::State& state, const CodedPicture& picture) {
 
 void DecodeOursBench(benchmark::State& state) {
   const CodedPicture& picture = PictureAt(static_cast<int>(state.range(0)));
-  const OurTables tables(picture);
+  Component components[3];
+  for (int i = 0; i < 3; ++i) {
+    const TableLists &dc = picture.dc[i != 0], &ac = picture.ac[i != 0];
+    zepiDecodeHuffmanSpecInit_JPEG_8u(dc.bits, dc.vals, &components[i].dc);
+    zepiDecodeHuffmanSpecInit_JPEG_8u(ac.bits, ac.vals, &components[i].ac);
+  }
   const size_t bytes = picture.blocks.size() * sizeof(CodedBlock);
   std::vector<CodedBlock> check(picture.blocks.size());
-  if (!DecodeOurs(picture, tables, check.data()) ||
+  if (!DecodeOurs(picture, components, check.data()) ||
       std::memcmp(check.data(), picture.blocks.data(), bytes) != 0) {
     std::fprintf(stderr, "other blocks than libjpeg-turbo's\n");
     std::exit(1);
   }
   for (auto _ : state) {
     auto* to = static_cast<CodedBlock*>(std::malloc(bytes));
-    benchmark::DoNotOptimize(DecodeOurs(picture, tables, to));
+    benchmark::DoNotOptimize(DecodeOurs(picture, components, to));
     std::free(to);
   }
   Report(state, picture);

@@ -25,6 +25,15 @@ inline uint32_t LoadBigEndian32(const uint8_t* from) {
   return __builtin_bswap32(value);
 }
 
+inline uint64_t LoadBigEndian64(const uint8_t* from) {
+  uint64_t value;
+  __builtin_memcpy(&value, from, sizeof(value));
+  return __builtin_bswap64(value);
+}
+inline bool HasFf(uint64_t bytes) {
+  return (bytes & ~(bytes + 0x0101010101010101U) & 0x8080808080808080U) != 0;
+}
+
 // Data bytes as they lie in a source, those of the state first. There is no FF among them: it ends them.
 class PlainBytes {
  public:
@@ -34,10 +43,9 @@ class PlainBytes {
   HWY_INLINE bool Load(size_t at, uint64_t* bits) {
     const auto byte = static_cast<int64_t>(at >> 3);
     if (HWY_UNLIKELY(byte > limit_)) return false;
-    uint64_t next;
-    __builtin_memcpy(&next, from_ + byte, sizeof(next));
-    *bits = __builtin_bswap64(next) << (at & 7);
-    return HWY_LIKELY((next & ~(next + 0x0101010101010101U) & 0x8080808080808080U) == 0);
+    const uint64_t next = LoadBigEndian64(from_ + byte);
+    *bits = next << (at & 7);
+    return HWY_LIKELY(!HasFf(next));
   }
 
  private:
@@ -53,11 +61,8 @@ class StuffedBytes {
 
   // As PlainBytes::Load; `at` never falls.
   HWY_INLINE bool Load(size_t at, uint64_t* bits) {
-    for (; 8 * count_ - at < 57; ++count_) {
-      if (from_ == end_) return false;
-      if (*from_ == 0xFF && (end_ - from_ < 2 || from_[1] != 0)) return false;
-      newest_ = newest_ << 8 | *from_;
-      from_ = Behind(from_);
+    while (8 * count_ - at < 57) {
+      if (!TakeSeveral(at / 8 + 8 - count_) && !TakeOne()) return false;
     }
     *bits = newest_ << (64 - (8 * count_ - at));
     return true;
@@ -75,6 +80,26 @@ class StuffedBytes {
   }
 
  private:
+  // 1 to 8 bytes.
+  HWY_INLINE bool TakeSeveral(size_t count) {
+    if (end_ - from_ < 8) return false;
+    const uint64_t next = LoadBigEndian64(from_);
+    if (HasFf(next)) return false;
+    newest_ = newest_ << (4 * count) << (4 * count) | next >> (64 - 8 * count);
+    from_ += count;
+    count_ += count;
+    return true;
+  }
+
+  HWY_INLINE bool TakeOne() {
+    if (from_ == end_) return false;
+    if (*from_ == 0xFF && (end_ - from_ < 2 || from_[1] != 0)) return false;
+    newest_ = newest_ << 8 | *from_;
+    from_ = Behind(from_);
+    ++count_;
+    return true;
+  }
+
   static const uint8_t* Behind(const uint8_t* byte) { return byte + (*byte == 0xFF ? 2 : 1); }
 
   const uint8_t* start_;
