@@ -11,10 +11,10 @@ namespace zepjp {
 constexpr uint32_t kEndOfBlock = 0x00;
 constexpr uint32_t kRunOf16 = 0xF0;  // zeros
 
-// |value| < 2^31.
+// |value| < 2^30.
 inline uint32_t CategoryOf(int32_t value) {
   const auto magnitude = static_cast<uint32_t>(value < 0 ? -value : value);
-  return magnitude == 0 ? 0 : 32 - static_cast<uint32_t>(__builtin_clz(magnitude));
+  return 31 ^ static_cast<uint32_t>(__builtin_clz(2 * magnitude + 1));  // no branch for 0
 }
 
 // Only the lowest bits, as many as the category says, count.
