@@ -7,7 +7,9 @@
 #undef ZEP_TARGET_STR
 #if HWY_TARGET == HWY_AVX3
 #  define ZEP_TARGET_STR \
-    HWY_TARGET_STR ",avx512vnni,avx512vbmi,avx512vbmi2,avx512bitalg,avx512vpopcntdq"
+    HWY_TARGET_STR ",lzcnt,avx512vnni,avx512vbmi,avx512vbmi2,avx512bitalg,avx512vpopcntdq"
+#elif HWY_TARGET == HWY_AVX2
+#  define ZEP_TARGET_STR HWY_TARGET_STR ",lzcnt"
 #elif defined(HWY_TARGET_STR)
 #  define ZEP_TARGET_STR HWY_TARGET_STR
 #endif

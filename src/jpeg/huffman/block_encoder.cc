@@ -129,11 +129,11 @@ class Collector {
 };
 
 // A code and the extra bits of a value behind it. False: there is no code.
-HWY_INLINE bool PutValue(uint32_t entry, int32_t value, uint32_t category, Collector* to) {
-  const uint32_t length = entry >> 16;
+HWY_INLINE bool PutValue(uint64_t entry, int64_t value, uint32_t category, Collector* to) {
+  const uint64_t length = entry >> 16;
   if (HWY_UNLIKELY(length - 1 > 15)) return false;
-  const uint64_t code = entry & ((1U << length) - 1);
-  const uint64_t extra = ExtraBits(value) & ((1U << category) - 1);
+  const uint64_t code = entry & ((uint64_t{1} << length) - 1);
+  const uint64_t extra = ExtraBits(value) & ((uint64_t{1} << category) - 1);
   to->Put(code << category | extra, static_cast<int>(length + category));
   return true;
 }
@@ -155,7 +155,8 @@ inline int32_t ExchangeDc(const int16_t* block, int16_t* last_dc) {
 zepStatus PutDc(int32_t difference, const zepiEncodeHuffmanSpec& table, BitWriter* writer) {
   const uint32_t category = CategoryOf(difference);
   if (auto bad = writer->PutCode(table.entry[category])) return bad;
-  return category == 0 ? zepStatusOk : writer->Put(ExtraBits(difference), category);
+  return category == 0 ? zepStatusOk
+                       : writer->Put(static_cast<uint32_t>(ExtraBits(difference)), category);
 }
 
 // A non-zero coefficient behind `run` zeros.
@@ -167,7 +168,7 @@ zepStatus PutAc(int32_t value, uint32_t run, const zepiEncodeHuffmanSpec& table,
   const uint32_t category = CategoryOf(value);
   if (category > 15) return zepStatusBadHuffTable;  // -32768 has no symbol
   if (auto bad = writer->PutCode(table.entry[run << 4 | category])) return bad;
-  return writer->Put(ExtraBits(value), category);
+  return writer->Put(static_cast<uint32_t>(ExtraBits(value)), category);
 }
 
 HWY_NOINLINE zepStatus EncodeCarefully(const int16_t* block, int32_t dc_difference,
@@ -202,17 +203,33 @@ using D8 = hn::FixedTag<uint8_t, 16>;
 using D16 = hn::FixedTag<int16_t, 8>;
 using V8 = hn::VFromD<D8>;
 
+// The coefficients in zigzag order: which of them are not 0, and their values.
 #if HWY_TARGET == HWY_AVX3
 
-// Bit k: the coefficient of zigzag index k is not 0.
-HWY_INLINE uint64_t NonZeroInZigzag(const int16_t* block) {
-  const __m512i low = _mm512_loadu_si512(block);
-  const __m512i high = _mm512_loadu_si512(block + 32);
-  const uint64_t natural =
-      _mm512_test_epi16_mask(low, low) | uint64_t{_mm512_test_epi16_mask(high, high)} << 32;
-  const __m512i order = _mm512_loadu_si512(kNaturalOfZigzag);
-  return _mm512_movepi8_mask(_mm512_permutexvar_epi8(order, _mm512_movm_epi8(natural)));
-}
+class Scan {
+ public:
+  HWY_INLINE explicit Scan(const int16_t* block) {
+    const __m512i low = _mm512_loadu_si512(block);
+    const __m512i high = _mm512_loadu_si512(block + 32);
+    const __m512i first = _mm512_permutex2var_epi16(low, Order(0), high);
+    const __m512i second = _mm512_permutex2var_epi16(low, Order(32), high);
+    _mm512_store_si512(values_, first);
+    _mm512_store_si512(values_ + 32, second);
+    nonzero_ = _mm512_test_epi16_mask(first, first) |
+               uint64_t{_mm512_test_epi16_mask(second, second)} << 32;
+  }
+  uint64_t nonzero() const { return nonzero_; }
+  int64_t value(int index) const { return values_[index]; }
+
+ private:
+  static HWY_INLINE __m512i Order(int from) {
+    return _mm512_cvtepu8_epi16(
+        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(kNaturalOfZigzag + from)));
+  }
+
+  alignas(64) int16_t values_[64];
+  uint64_t nonzero_;
+};
 
 #else
 
@@ -246,24 +263,33 @@ HWY_INLINE uint64_t GroupBits(const V8 (&flags)[4]) {
   return bits << (16 * kGroup);
 }
 
-// Bit k: the coefficient of zigzag index k is not 0.
-HWY_INLINE uint64_t NonZeroInZigzag(const int16_t* block) {
-  const V8 flags[4] = {NonZero16(block), NonZero16(block + 16), NonZero16(block + 32),
-                       NonZero16(block + 48)};
-  return GroupBits<0>(flags) | GroupBits<1>(flags) | GroupBits<2>(flags) | GroupBits<3>(flags);
-}
+class Scan {
+ public:
+  HWY_INLINE explicit Scan(const int16_t* block) : block_(block) {
+    const V8 flags[4] = {NonZero16(block), NonZero16(block + 16), NonZero16(block + 32),
+                         NonZero16(block + 48)};
+    nonzero_ =
+        GroupBits<0>(flags) | GroupBits<1>(flags) | GroupBits<2>(flags) | GroupBits<3>(flags);
+  }
+  uint64_t nonzero() const { return nonzero_; }
+  int64_t value(int index) const { return LoadCoefficient(block_ + kNaturalOfZigzag[index]); }
+
+ private:
+  const int16_t* block_;
+  uint64_t nonzero_;  // bit k for zigzag index k
+};
 
 #endif
 
-HWY_INLINE bool PutAcs(const int16_t* block, const zepiEncodeHuffmanSpec& table, Collector* to) {
+HWY_INLINE bool PutAcs(const Scan& scan, const zepiEncodeHuffmanSpec& table, Collector* to) {
   int next = 1;  // the first index that is not coded yet
-  for (uint64_t left = NonZeroInZigzag(block) & ~uint64_t{1}; left != 0; left &= left - 1) {
+  for (uint64_t left = scan.nonzero() & ~uint64_t{1}; left != 0; left &= left - 1) {
     const int index = __builtin_ctzll(left);
     auto run = static_cast<uint32_t>(index - next);
     for (; HWY_UNLIKELY(run > 15); run -= 16) {
       if (!PutValue(table.entry[kRunOf16], 0, 0, to)) return false;
     }
-    const int32_t value = LoadCoefficient(block + kNaturalOfZigzag[index]);
+    const int64_t value = scan.value(index);
     const uint32_t category = CategoryOf(value);
     if (HWY_UNLIKELY(category > 15)) return false;
     if (!PutValue(table.entry[run << 4 | category], value, category, to)) return false;
@@ -279,10 +305,11 @@ HWY_INLINE bool EncodeQuickly(const int16_t* block, int32_t dc_difference,
                               zepiEncodeHuffmanState* state) {
   const int64_t position = *to.position;
   if (HWY_UNLIKELY(position < 0 || to.length - position < kMaxBlockBytes)) return false;
+  const Scan scan(block);
   Collector collector(*state, to.bytes + position);
   const uint32_t category = CategoryOf(dc_difference);
   if (HWY_UNLIKELY(!PutValue(dc_table.entry[category], dc_difference, category, &collector) ||
-                   !PutAcs(block, ac_table, &collector))) {
+                   !PutAcs(scan, ac_table, &collector))) {
     return false;
   }
   *to.position = static_cast<int32_t>(collector.Finish(state) - to.bytes);

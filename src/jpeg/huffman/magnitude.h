@@ -11,16 +11,14 @@ namespace zepjp {
 constexpr uint32_t kEndOfBlock = 0x00;
 constexpr uint32_t kRunOf16 = 0xF0;  // zeros
 
-// |value| < 2^30.
-inline uint32_t CategoryOf(int32_t value) {
-  const auto magnitude = static_cast<uint32_t>(value < 0 ? -value : value);
-  return 31 ^ static_cast<uint32_t>(__builtin_clz(2 * magnitude + 1));  // no branch for 0
+// In 64 bits, which take fewer instructions, for values of 32.
+inline uint32_t CategoryOf(int64_t value) {
+  const auto magnitude = static_cast<uint64_t>(value < 0 ? -value : value);
+  return 63 ^ static_cast<uint32_t>(__builtin_clzll(2 * magnitude + 1));  // no branch for 0
 }
 
 // Only the lowest bits, as many as the category says, count.
-inline uint32_t ExtraBits(int32_t value) {
-  return static_cast<uint32_t>(value) - (value < 0 ? 1U : 0U);
-}
+inline uint64_t ExtraBits(int64_t value) { return static_cast<uint64_t>(value + (value >> 63)); }
 
 // A category of 0 to 16 and its extra bits back to the value. (No branch: signs are random.)
 inline int32_t ValueOf(uint32_t category, uint32_t bits) {
