@@ -65,7 +65,7 @@ class Collector {
  public:
   HWY_INLINE Collector(const zepiEncodeHuffmanState& state, uint8_t* to)
       : to_(to),
-        bits_(PendingAndLastByte(state) >> (24 - NumPending(state))),
+        bits_(state.bits >> (24 - NumPending(state))),
         free_(64 - static_cast<int>(NumPending(state))) {}
 
   // The lowest `count` bits of `value`, up to 32; `value` has no others.
