@@ -35,17 +35,30 @@ uint8_t* jsimd_huff_encode_one_block_sse2(RivalState* state, uint8_t* buffer, co
 
 namespace {
 
+using bench::CodedBlock;
 using bench::CodedPicture;
 using bench::PictureAt;
+using bench::TableLists;
 
-struct OurTables {
-  zepiEncodeHuffmanSpec dc[2], ac[2];
-  explicit OurTables(const CodedPicture& picture) {
-    for (int i = 0; i < 2; ++i) {
-      zepiEncodeHuffmanSpecInit_JPEG_8u(picture.dc[i].bits, picture.dc[i].vals, &dc[i]);
-      zepiEncodeHuffmanSpecInit_JPEG_8u(picture.ac[i].bits, picture.ac[i].vals, &ac[i]);
-    }
-  }
+struct Tables {
+  zepiEncodeHuffmanSpec dc, ac;
+};
+// Of luminance (index 0) or chrominance.
+Tables TablesOf(const CodedPicture& picture, int index) {
+  Tables tables;
+  const TableLists &dc = picture.dc[index != 0], &ac = picture.ac[index != 0];
+  zepiEncodeHuffmanSpecInit_JPEG_8u(dc.bits, dc.vals, &tables.dc);
+  zepiEncodeHuffmanSpecInit_JPEG_8u(ac.bits, ac.vals, &tables.ac);
+  return tables;
+}
+
+struct Component {
+  Tables tables;
+  int16_t last_dc = 0;
+};
+struct RivalComponent {
+  RivalTable dc, ac;
+  int16_t last_dc = 0;
 };
 
 RivalTable ToRival(const zepiEncodeHuffmanSpec& table) {
@@ -57,37 +70,38 @@ RivalTable ToRival(const zepiEncodeHuffmanSpec& table) {
   return rival;
 }
 
-size_t EncodeOurs(const CodedPicture& picture, const OurTables& tables, std::vector<uint8_t>* to) {
+size_t EncodeOurs(const CodedPicture& picture, Component (&components)[3],
+                  std::vector<uint8_t>* to) {
   zepiEncodeHuffmanState state;
   zepiEncodeHuffmanStateInit_JPEG_8u(&state);
   int32_t position = 0;
-  int16_t last_dc[3] = {};
   const auto length = static_cast<int32_t>(to->size());
-  const size_t count = picture.blocks.size();
-  for (size_t i = 0; i < count; ++i) {
-    const unsigned component = picture.component[i], kind = component != 0;
-    zepiEncodeHuffman8x8_JPEG_16s1u_C1(picture.blocks[i].coefficients, to->data(), length,
-                                       &position, &last_dc[component], &tables.dc[kind],
-                                       &tables.ac[kind], &state, 0);
+  for (Component& component : components) component.last_dc = 0;
+  const CodedBlock* block = picture.blocks.data();
+  for (const uint8_t index : picture.component) {
+    Component& component = components[index];
+    zepiEncodeHuffman8x8_JPEG_16s1u_C1((block++)->coefficients, to->data(), length, &position,
+                                       &component.last_dc, &component.tables.dc,
+                                       &component.tables.ac, &state, 0);
   }
   zepiEncodeHuffman8x8_JPEG_16s1u_C1(nullptr, to->data(), length, &position, nullptr, nullptr,
                                      nullptr, &state, 1);
   return static_cast<size_t>(position);
 }
 
-size_t EncodeRival(const CodedPicture& picture, const RivalTable* dc, const RivalTable* ac,
+size_t EncodeRival(const CodedPicture& picture, RivalComponent (&components)[3],
                    std::vector<uint8_t>* to) {
   RivalState state = {};
   state.free_bits = 64;
-  int16_t last_dc[3] = {};
+  for (RivalComponent& component : components) component.last_dc = 0;
   uint8_t* at = to->data();
-  const size_t count = picture.blocks.size();
-  for (size_t i = 0; i < count; ++i) {
-    const unsigned component = picture.component[i], kind = component != 0;
-    const int16_t* block = picture.blocks[i].coefficients;
-    at = jsimd_huff_encode_one_block_sse2(&state, at, block, last_dc[component], &dc[kind],
-                                          &ac[kind]);
-    last_dc[component] = block[0];
+  const CodedBlock* next = picture.blocks.data();
+  for (const uint8_t index : picture.component) {
+    RivalComponent& component = components[index];
+    const int16_t* block = (next++)->coefficients;
+    at = jsimd_huff_encode_one_block_sse2(&state, at, block, component.last_dc, &component.dc,
+                                          &component.ac);
+    component.last_dc = block[0];
   }
   for (int bits = 64 - state.free_bits; bits > 0; bits -= 8) {  // the last bits, padded
     const uint64_t left = state.put_buffer << state.free_bits;
@@ -121,21 +135,25 @@ void Report(benchmark::State& state, const CodedPicture& picture) {
 
 void EncodeOursBench(benchmark::State& state) {
   const CodedPicture& picture = PictureAt(static_cast<int>(state.range(0)));
-  const OurTables tables(picture);
+  Component components[3];
+  for (int i = 0; i < 3; ++i) components[i].tables = TablesOf(picture, i);
   std::vector<uint8_t> to(picture.file.size() + 4096);
-  Verify(picture, to, EncodeOurs(picture, tables, &to), 0, "ours");
-  for (auto _ : state) benchmark::DoNotOptimize(EncodeOurs(picture, tables, &to));
+  Verify(picture, to, EncodeOurs(picture, components, &to), 0, "ours");
+  for (auto _ : state) benchmark::DoNotOptimize(EncodeOurs(picture, components, &to));
   Report(state, picture);
 }
 
 void EncodeRivalBench(benchmark::State& state) {
   const CodedPicture& picture = PictureAt(static_cast<int>(state.range(0)));
-  const OurTables tables(picture);
-  const RivalTable dc[2] = {ToRival(tables.dc[0]), ToRival(tables.dc[1])};
-  const RivalTable ac[2] = {ToRival(tables.ac[0]), ToRival(tables.ac[1])};
+  RivalComponent components[3];
+  for (int i = 0; i < 3; ++i) {
+    const Tables tables = TablesOf(picture, i);
+    components[i].dc = ToRival(tables.dc);
+    components[i].ac = ToRival(tables.ac);
+  }
   std::vector<uint8_t> to(picture.file.size() + 4096);
-  Verify(picture, to, EncodeRival(picture, dc, ac, &to), 8, "rival");
-  for (auto _ : state) benchmark::DoNotOptimize(EncodeRival(picture, dc, ac, &to));
+  Verify(picture, to, EncodeRival(picture, components, &to), 8, "rival");
+  for (auto _ : state) benchmark::DoNotOptimize(EncodeRival(picture, components, &to));
   Report(state, picture);
 }
 
