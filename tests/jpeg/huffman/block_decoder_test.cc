@@ -49,10 +49,11 @@ class DecoderTest : public ::testing::Test {
     Outcome got = before, want = before;
     Side& side = edge_toggle_ ? at_start_ : at_end_;
     edge_toggle_ = !edge_toggle_;
+    away_ = (away_ + 1) % 5;  // any address will do
     const auto length = static_cast<int32_t>(bytes.size());
     const uint8_t* src = side.src.Buffer(bytes);
-    auto* got_dst = reinterpret_cast<int16_t*>(side.dst.Buffer(sizeof(Block)));
-    auto* want_dst = reinterpret_cast<int16_t*>(side.model_dst.Buffer(sizeof(Block)));
+    auto* got_dst = reinterpret_cast<int16_t*>(side.dst.Buffer(sizeof(Block), away_));
+    auto* want_dst = reinterpret_cast<int16_t*>(side.model_dst.Buffer(sizeof(Block), away_));
     got.status = zepiDecodeHuffman8x8_JPEG_1u16s_C1(src, length, &got.position, got_dst,
                                                     &got.last_dc, &got.marker, &tables.dc_decoder,
                                                     &tables.ac_decoder, &got.state);
@@ -107,6 +108,7 @@ class DecoderTest : public ::testing::Test {
     Arena src, dst, model_dst;
   };
   Side at_start_{Edge::kStart}, at_end_{Edge::kEnd};
+  size_t away_ = 0;
   bool edge_toggle_ = false;
 };
 

@@ -50,11 +50,11 @@ class EncoderTest : public ::testing::Test {
     explicit Side(Edge edge) : dst(kCapacity, edge), src(2 * sizeof(Block), edge) {}
   };
 
+  // At one of the edges, or so near that the address is any.
   const int16_t* Place(const Block& block, Arena* arena) {
-    // An odd address at one of the edges.
-    const std::vector<uint8_t> bytes(reinterpret_cast<const uint8_t*>(block.data()),
-                                     reinterpret_cast<const uint8_t*>(block.data() + 64));
-    uint8_t* at = arena->Buffer(bytes);
+    away_ = (away_ + 1) % 5;
+    uint8_t* at = arena->Buffer(sizeof(Block), away_);
+    std::memcpy(at, block.data(), sizeof(Block));
     return reinterpret_cast<const int16_t*>(at);
   }
 
@@ -103,6 +103,7 @@ class EncoderTest : public ::testing::Test {
  private:
   Side at_start_{Edge::kStart}, at_end_{Edge::kEnd};
   Side model_at_start_{Edge::kStart}, model_at_end_{Edge::kEnd};
+  size_t away_ = 0;
   bool edge_toggle_ = false;
 };
 

@@ -54,10 +54,11 @@ class Arena {
  public:
   Arena(size_t capacity, harness::Edge edge) : memory_(capacity, edge), edge_(edge) {}
 
-  // A buffer at the page. All other memory is filled anew.
-  uint8_t* Buffer(size_t size) {
+  // A buffer at the page, or `away` bytes from it. All other memory is filled anew.
+  uint8_t* Buffer(size_t size, size_t away = 0) {
     std::memset(memory_.raw(), harness::kFill, memory_.bytes());
-    return edge_ == harness::Edge::kStart ? memory_.raw() : memory_.raw() + memory_.bytes() - size;
+    return edge_ == harness::Edge::kStart ? memory_.raw() + away
+                                          : memory_.raw() + memory_.bytes() - size - away;
   }
   uint8_t* Buffer(const std::vector<uint8_t>& content) {
     uint8_t* buffer = Buffer(content.size());
