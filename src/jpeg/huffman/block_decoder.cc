@@ -214,9 +214,9 @@ namespace zepjp {
 namespace HWY_NAMESPACE {
 namespace {
 
-zepStatus Decode(const uint8_t* source, int32_t length, int32_t* position, int16_t* block,
-                 int16_t* last_dc, int32_t* marker, const zepiDecodeHuffmanSpec* dc_table,
-                 const zepiDecodeHuffmanSpec* ac_table, zepiDecodeHuffmanState* state) {
+zepStatus ZEP_CALL Decode(const uint8_t* source, int32_t length, int32_t* position, int16_t* block,
+                          int16_t* last_dc, int32_t* marker, const zepiDecodeHuffmanSpec* dc_table,
+                          const zepiDecodeHuffmanSpec* ac_table, zepiDecodeHuffmanState* state) {
   if (auto bad = Checks()
                      .Ptr(source)
                      .Refuse(length < 0, zepStatusBadArg)

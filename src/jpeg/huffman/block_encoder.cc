@@ -316,10 +316,10 @@ HWY_INLINE bool EncodeQuickly(const int16_t* block, int32_t dc_difference,
   return true;
 }
 
-zepStatus Encode(const int16_t* block, uint8_t* bytes, int32_t length, int32_t* position,
-                 int16_t* last_dc, const zepiEncodeHuffmanSpec* dc_table,
-                 const zepiEncodeHuffmanSpec* ac_table, zepiEncodeHuffmanState* state,
-                 int32_t flushes) {
+zepStatus ZEP_CALL Encode(const int16_t* block, uint8_t* bytes, int32_t length, int32_t* position,
+                          int16_t* last_dc, const zepiEncodeHuffmanSpec* dc_table,
+                          const zepiEncodeHuffmanSpec* ac_table, zepiEncodeHuffmanState* state,
+                          int32_t flushes) {
   if (auto bad = Checks()
                      .Ptr(bytes)
                      .Refuse(length < 1, zepStatusBadSize)
