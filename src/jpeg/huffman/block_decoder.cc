@@ -5,6 +5,7 @@
 // they are, the second those that 00 follows too; both give up, without a trace but in the block, where a
 // code is bad, the source ends or a marker comes. The careful one then decodes the block from its start.
 #include <cstring>
+#include <utility>
 
 #include "frame/checks.h"
 #include "jpeg/huffman/bit_reader.h"
@@ -57,12 +58,13 @@ constexpr NaturalOrLast MakeNaturalOrLast() {
 }
 constexpr NaturalOrLast kNaturalOrLast = MakeNaturalOrLast();
 
-// By hand: a loop or a call of memset would become an instruction that takes longer than all this.
-typedef int64_t Eighth __attribute__((vector_size(16), aligned(1), may_alias));
-inline void Clear(int16_t* block) {
-  auto* const part = reinterpret_cast<Eighth*>(block);
-  part[0] = part[1] = part[2] = part[3] = part[4] = part[5] = part[6] = part[7] = Eighth{};
+// Part by part: a loop or a call of memset would become an instruction that takes longer than all this.
+template <size_t... kPart>
+HWY_INLINE void ClearParts(int16_t* block, std::index_sequence<kPart...>) {
+  constexpr int16_t kZeros[8] = {};
+  (std::memcpy(block + 8 * kPart, kZeros, sizeof(kZeros)), ...);
 }
+inline void Clear(int16_t* block) { ClearParts(block, std::make_index_sequence<8>()); }
 
 template <class Bytes>
 HWY_INLINE bool TakeDc(const zepiDecodeHuffmanSpec& table, QuickReader<Bytes>* reader,
