@@ -75,17 +75,17 @@ void ForwardColumn(Values& v, int x) {
   const int32_t d16 = Saturate(16 * difference[1]);
   const int32_t d25 = Saturate(16 * difference[2]);
   const int32_t d34 = Saturate(8 * difference[3]);
-  const int32_t p65 = odd_or(MulHigh(Add(d16, d25), 23170));
-  const int32_t m65 = odd_or(MulHigh(Sub(d16, d25), 23170));
-  const int32_t p765 = Add(d07, p65);
-  const int32_t m765 = Sub(d07, p65);
+  const int32_t minus_p65 = MulHigh(Add(d16, d25), -23170);
+  const int32_t m65 = MulHigh(Sub(d16, d25), 23170);
+  const int32_t p765 = Sub(d07, minus_p65);
+  const int32_t m765 = Add(d07, minus_p65);
   const int32_t p465 = Add(d34, m65);
   const int32_t m465 = Sub(d34, m65);
   const auto times_tan3 = [](int32_t value) { return Add(MulHigh(value, -21746), value); };
-  at(1) = odd_or(Add(p765, MulHigh(p465, 13036)));
-  at(7) = odd_or(Sub(MulHigh(p765, 13036), p465));
+  at(1) = Add(p765, MulHigh(p465, 13036));
+  at(7) = Sub(MulHigh(p765, 13036), p465);
   at(3) = Sub(m765, times_tan3(m465));
-  at(5) = odd_or(Add(times_tan3(m765), m465));
+  at(5) = Add(times_tan3(m765), m465);
 }
 
 void ForwardRow(Values& v, int y) {
