@@ -183,37 +183,70 @@ zepStatus InverseCorner(int corner, const int16_t* src, uint8_t* dst, int32_t st
 // Single precision, in the order of the sums of the kernels.
 using Floats = std::array<float, 64>;
 
-float FloatWeight(int x, int u) {
-  static constexpr float kHalfCosines[9] = {0.5F,        0.49039264F, 0.46193977F,
-                                            0.41573481F, 0.35355339F, 0.27778512F,
-                                            0.19134172F, 0.09754516F, 0.0F};
-  if (u == 0) return kHalfCosines[4];
-  const int angle = (2 * x + 1) * u % 32;
-  const int folded = angle <= 16 ? angle : 32 - angle;
-  return folded <= 8 ? kHalfCosines[folded] : -kHalfCosines[16 - folded];
+void Butterfly(float& x, float& y) {
+  const float sum = x + y;
+  y = x - y;
+  x = sum;
 }
 
-Floats FloatTransform(const Floats& in, bool forward) {
-  const auto weight = [=](int out, int k) {
-    return forward ? FloatWeight(k, out) : FloatWeight(out, k);
-  };
-  const auto index = [](int y, int x) { return static_cast<size_t>(8 * y + x); };
-  Floats columns, out;
-  for (int y = 0; y < 8; ++y) {
-    for (int x = 0; x < 8; ++x) {
-      float sum = weight(y, 0) * in[index(0, x)];
-      for (int k = 1; k < 8; ++k) sum += weight(y, k) * in[index(k, x)];
-      columns[index(y, x)] = sum;
-    }
+// sqrt2 times a rotation by k pi/16 and a reflection.
+void Reflect(int k, float& x, float& y) {
+  static constexpr float kCosines[3] = {1.3870398F, 1.306563F, 1.1758756F};
+  static constexpr float kSines[3] = {0.27589938F, 0.5411961F, 0.78569496F};
+  const float c = kCosines[k - 1], s = kSines[k - 1];
+  const float sum = x * c + y * s;
+  y = x * s - y * c;
+  x = sum;
+}
+
+constexpr float kFloatCos4 = 0.70710678F;
+
+// Eight values at a stride, transformed in place; 2 sqrt2 times too large.
+void FloatForward(float* values, int stride) {
+  const auto at = [=](int i) -> float& { return values[i * stride]; };
+  float sum[4], difference[4];
+  for (int i = 0; i < 4; ++i) {
+    sum[i] = at(i) + at(7 - i);
+    difference[i] = at(i) - at(7 - i);
   }
-  for (int y = 0; y < 8; ++y) {
-    for (int x = 0; x < 8; ++x) {
-      float sum = columns[index(y, 0)] * weight(x, 0);
-      for (int k = 1; k < 8; ++k) sum += columns[index(y, k)] * weight(x, k);
-      out[index(y, x)] = sum;
-    }
+  Butterfly(sum[0], sum[3]);
+  Butterfly(sum[1], sum[2]);
+  at(0) = sum[0] + sum[1];
+  at(4) = sum[0] - sum[1];
+  at(2) = sum[3];
+  at(6) = sum[2];
+  Reflect(2, at(2), at(6));
+  const float p = (difference[1] + difference[2]) * kFloatCos4;
+  const float m = (difference[1] - difference[2]) * kFloatCos4;
+  at(1) = difference[0] + p;
+  at(7) = m + difference[3];
+  Reflect(1, at(1), at(7));
+  at(3) = difference[0] - p;
+  at(5) = m - difference[3];
+  Reflect(3, at(3), at(5));
+}
+
+void FloatInverse(float* values, int stride) {
+  const auto at = [=](int i) -> float& { return values[i * stride]; };
+  Reflect(1, at(1), at(7));
+  Reflect(2, at(2), at(6));
+  Reflect(3, at(3), at(5));
+  const float p = (at(1) - at(3)) * kFloatCos4;
+  const float m = (at(7) + at(5)) * kFloatCos4;
+  const float odd[4] = {at(1) + at(3), p + m, p - m, at(7) - at(5)};
+  const float low = at(0) + at(4), high = at(0) - at(4);
+  const float even[4] = {low + at(2), high + at(6), high - at(6), low - at(2)};
+  for (int i = 0; i < 4; ++i) {
+    at(i) = even[i] + odd[i];
+    at(7 - i) = even[i] - odd[i];
   }
-  return out;
+}
+
+// Rows, then columns; 8 times too large.
+template <class Pass>
+void FloatTransform(Floats& block, const Pass& pass) {
+  for (int y = 0; y < 8; ++y) pass(block.data() + 8 * y, 1);
+  for (int x = 0; x < 8; ++x) pass(block.data() + x, 8);
 }
 
 float RoundLimited(float v, float min, float max) {
@@ -308,10 +341,10 @@ zepStatus zepiDCTQuantFwd8x8LS_JPEG_16u16s_C1R(const uint16_t* src, int32_t step
     const auto sample = static_cast<int16_t>(Get(src, step, i % 8, i / 8));
     samples[static_cast<size_t>(i)] = static_cast<float>(sample) - 2048.0F;
   }
-  const Floats coefficients = FloatTransform(samples, true);
+  FloatTransform(samples, FloatForward);
   for (int i = 0; i < 64; ++i) {
-    const float factor = static_cast<float>(Get(table, 16, i % 8, i / 8)) * (1.0F / 32768);
-    const float value = RoundLimited(coefficients[static_cast<size_t>(i)] * factor, -32768, 32767);
+    const float factor = static_cast<float>(Get(table, 16, i % 8, i / 8)) * (0.125F / 32768);
+    const float value = RoundLimited(samples[static_cast<size_t>(i)] * factor, -32768, 32767);
     Put(dst, 16, i % 8, i / 8, static_cast<int16_t>(value));
   }
   return zepStatusOk;
@@ -343,12 +376,12 @@ zepStatus zepiDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R(const int16_t* src, uint8_t* d
 zepStatus zepiDCTQuantInv8x8LS_JPEG_16s16u_C1R(const int16_t* src, uint16_t* dst, int32_t step,
                                                const uint16_t* table) {
   const Values values = Dequantized(src, table);
-  Floats coefficients;
-  std::transform(values.begin(), values.end(), coefficients.begin(),
+  Floats samples;
+  std::transform(values.begin(), values.end(), samples.begin(),
                  [](int32_t v) { return static_cast<float>(v); });
-  const Floats samples = FloatTransform(coefficients, false);
+  FloatTransform(samples, FloatInverse);
   for (int i = 0; i < 64; ++i) {
-    const float value = RoundLimited(samples[static_cast<size_t>(i)] + 2048.0F, 0, 4095);
+    const float value = RoundLimited(samples[static_cast<size_t>(i)] * 0.125F + 2048.0F, 0, 4095);
     Put(dst, step, i % 8, i / 8, static_cast<uint16_t>(value));
   }
   return zepStatusOk;

@@ -1,110 +1,177 @@
 // SPDX-License-Identifier: MIT
-// The 8x8 DCT in single precision, for samples of more than 8 bits: products with the matrix of
-// cosines from both sides, summed in a fixed order, so that every instruction set gives the same bits.
-// Included once per instruction set.
-
-#ifndef ZEPJP_SRC_JPEG_DCT_FLOAT_CONSTANTS
-#define ZEPJP_SRC_JPEG_DCT_FLOAT_CONSTANTS
-
-namespace zepjp {
-namespace {
-
-struct FloatMatrix {
-  float at[8][8];
-};
-
-// 1/2 cos(k pi / 16)
-constexpr float kHalfCosines[9] = {0.5F,        0.49039264F, 0.46193977F, 0.41573481F, 0.35355339F,
-                                   0.27778512F, 0.19134172F, 0.09754516F, 0.0F};
-
-// 1/2 C(u) cos((2 x + 1) u pi / 16)
-constexpr float FloatWeight(int x, int u) {
-  if (u == 0) return kHalfCosines[4];
-  const int angle = (2 * x + 1) * u % 32;
-  const int folded = angle <= 16 ? angle : 32 - angle;
-  return folded <= 8 ? kHalfCosines[folded] : -kHalfCosines[16 - folded];
-}
-
-// Rows are frequencies (forward) or samples (inverse): one is the other transposed.
-constexpr FloatMatrix MakeMatrix(bool forward) {
-  FloatMatrix matrix = {};
-  for (int x = 0; x < 8; ++x) {
-    for (int u = 0; u < 8; ++u) {
-      (forward ? matrix.at[u][x] : matrix.at[x][u]) = FloatWeight(x, u);
-    }
-  }
-  return matrix;
-}
-constexpr FloatMatrix kForwardMatrix = MakeMatrix(true);
-constexpr FloatMatrix kInverseMatrix = MakeMatrix(false);
-
-}  // namespace
-}  // namespace zepjp
-#endif
+// The 8x8 DCT in single precision: each sum and product is rounded in a fixed order, so that every
+// instruction set gives the same bits. Included once per instruction set.
+//
+// One pass is 2 sqrt2 times the orthonormal transform, and its inverse the transposed flow graph: both
+// passes leave a factor of 8.
 
 #if defined(ZEPJP_SRC_JPEG_DCT_FLOAT_DCT_INL_H_) == defined(HWY_TARGET_TOGGLE)
-#ifdef ZEPJP_SRC_JPEG_DCT_FLOAT_DCT_INL_H_
-#  undef ZEPJP_SRC_JPEG_DCT_FLOAT_DCT_INL_H_
-#else
-#  define ZEPJP_SRC_JPEG_DCT_FLOAT_DCT_INL_H_
-#endif
+#  ifdef ZEPJP_SRC_JPEG_DCT_FLOAT_DCT_INL_H_
+#    undef ZEPJP_SRC_JPEG_DCT_FLOAT_DCT_INL_H_
+#  else
+#    define ZEPJP_SRC_JPEG_DCT_FLOAT_DCT_INL_H_
+#  endif
 
-#include "simd/ops-inl.h"
+#  include "simd/ops-inl.h"
 
 ZEP_BEFORE_NAMESPACE();
 namespace zepjp {
 namespace HWY_NAMESPACE {
 namespace {
 
+using DWords = hn::FixedTag<int16_t, 8>;  // a row
+using VWords = hn::VFromD<DWords>;
+using DFloat = hn::CappedTag<float, 8>;  // a row, or half of it
+using VFloat = hn::VFromD<DFloat>;
+
+constexpr int kParts = static_cast<int>(8 / hn::MaxLanes(DFloat()));
+
+// Columns side by side: rows 0 to 7 of each part of the columns.
 struct FloatBlock {
-  alignas(64) float row[8][8];
+  VFloat part[kParts][8];
 };
 
-// Calls work(d, x) for the lanes of a row, from lane x on.
-template <class Work>
-HWY_INLINE void ForFloats(const Work& work) {
-  const hn::CappedTag<float, 8> d;
-  for (size_t x = 0; x < 8; x += hn::MaxLanes(d)) work(d, x);
-}
-
-template <class D, class T>
-HWY_INLINE hn::VFromD<D> LoadAsFloats(D d, const T* from) {
-  const hn::RebindToSigned<D> d32;
-  return hn::ConvertTo(d, hn::PromoteTo(d32, hn::LoadU(hn::Rebind<T, D>(), from)));
-}
-
-// To the nearest integers, halves to even, limited to 16-bit values.
-template <class D, class T>
-HWY_INLINE void StoreAsIntegers(D d, hn::VFromD<D> v, float min, float max, T* to) {
-  const auto limited = hn::Min(hn::Max(v, hn::Set(d, min)), hn::Set(d, max));
-  hn::StoreU(hn::DemoteTo(hn::Rebind<T, D>(), hn::NearestInt(limited)), hn::Rebind<T, D>(), to);
-}
-
-// out[i] = sum over k of matrix[i][k] block[k], a row at a time.
-HWY_INLINE void TransformColumns(const FloatMatrix& matrix, FloatBlock& block) {
-  const FloatBlock in = block;
-  for (int i = 0; i < 8; ++i) {
-    ForFloats([&](auto d, size_t x) ZEP_ATTR {
-      auto sum = hn::Mul(hn::Set(d, matrix.at[i][0]), hn::Load(d, in.row[0] + x));
-      for (int k = 1; k < 8; ++k) {
-        sum = hn::Add(sum, hn::Mul(hn::Set(d, matrix.at[i][k]), hn::Load(d, in.row[k] + x)));
-      }
-      hn::Store(sum, d, block.row[i] + x);
-    });
+// Twice to exchange rows and columns of a vector's 128-bit blocks of floats, three times for words.
+template <int kRows, class V>
+HWY_INLINE void Interleave(V (&rows)[kRows]) {
+  const hn::DFromV<V> d;
+  V in[kRows];
+  for (int i = 0; i < kRows; ++i) in[i] = rows[i];
+  for (int i = 0; i < kRows / 2; ++i) {
+    rows[2 * i] = hn::InterleaveLower(d, in[i], in[i + kRows / 2]);
+    rows[2 * i + 1] = hn::InterleaveUpper(d, in[i], in[i + kRows / 2]);
   }
 }
 
-// out[i][..] = sum over k of block[i][k] matrix[k][..].
-HWY_INLINE void TransformRows(const FloatMatrix& matrix, FloatBlock& block) {
-  const FloatBlock in = block;
-  for (int i = 0; i < 8; ++i) {
-    ForFloats([&](auto d, size_t x) ZEP_ATTR {
-      auto sum = hn::Mul(hn::Set(d, in.row[i][0]), hn::LoadU(d, matrix.at[0] + x));
-      for (int k = 1; k < 8; ++k) {
-        sum = hn::Add(sum, hn::Mul(hn::Set(d, in.row[i][k]), hn::LoadU(d, matrix.at[k] + x)));
-      }
-      hn::Store(sum, d, block.row[i] + x);
-    });
+HWY_INLINE void Transpose(VWords (&rows)[8]) {
+  for (int i = 0; i < 3; ++i) Interleave(rows);
+}
+
+// The quarter in rows 4 i to 4 i + 3 of a half of the columns; where a vector holds a whole row, beside
+// it the one in rows 4 to 7. (A template, so that only one of the ways is compiled.)
+template <class Block>
+HWY_INLINE void GetQuarter(const Block& in, int half, int i, VFloat (&rows)[4]) {
+  for (int y = 0; y < 4; ++y) {
+    if constexpr (sizeof(in.part) / sizeof(in.part[0]) == 2) {
+      rows[y] = in.part[half][4 * i + y];
+    } else {
+      const VFloat low = in.part[0][y];
+      const VFloat high = in.part[0][4 + y];
+      rows[y] = half == 0 ? hn::ConcatLowerLower(DFloat(), high, low)
+                          : hn::ConcatUpperUpper(DFloat(), high, low);
+    }
+  }
+}
+
+HWY_INLINE FloatBlock Transposed(const FloatBlock& in) {
+  FloatBlock out;
+  for (int half = 0; half < 2; ++half) {
+    for (int i = 0; i < kParts; ++i) {
+      VFloat rows[4];
+      GetQuarter(in, half, i, rows);
+      Interleave(rows);
+      Interleave(rows);
+      for (int y = 0; y < 4; ++y) out.part[i][4 * half + y] = rows[y];
+    }
+  }
+  return out;
+}
+
+// The signed or unsigned words of a part of a row.
+template <class V>
+HWY_INLINE VFloat AsFloats(V words, int part) {
+  const hn::RebindToSigned<DFloat> d32;
+  if constexpr (kParts == 1) {
+    return hn::ConvertTo(DFloat(), hn::PromoteTo(d32, words));
+  } else {
+    const hn::Half<hn::DFromV<V>> d;
+    return hn::ConvertTo(DFloat(), hn::PromoteTo(d32, part == 0 ? hn::LowerHalf(d, words)
+                                                                : hn::UpperHalf(d, words)));
+  }
+}
+
+HWY_INLINE FloatBlock AsFloats(const VWords (&rows)[8]) {
+  FloatBlock block;
+  for (int i = 0; i < kParts; ++i) {
+    for (int y = 0; y < 8; ++y) block.part[i][y] = AsFloats(rows[y], i);
+  }
+  return block;
+}
+
+// To the nearest integers, halves to even, saturated.
+template <class Block>
+HWY_INLINE VWords AsWords(const Block& block, int row) {
+  const auto low = hn::NearestInt(block.part[0][row]);
+  if constexpr (kParts == 1) {
+    return hn::DemoteTo(DWords(), low);
+  } else {
+    return PackBlocks(low, hn::NearestInt(block.part[1][row]));
+  }
+}
+
+// The rotation by k pi/16 with a reflection, which is its own inverse, times sqrt2. The factors are
+// sqrt2 cos(k pi / 16) and sqrt2 sin(k pi / 16).
+HWY_INLINE void Reflect(VFloat& x, VFloat& y, float cosine, float sine) {
+  const VFloat c = hn::Set(DFloat(), cosine);
+  const VFloat s = hn::Set(DFloat(), sine);
+  const VFloat sum = hn::Add(hn::Mul(x, c), hn::Mul(y, s));
+  y = hn::Sub(hn::Mul(x, s), hn::Mul(y, c));
+  x = sum;
+}
+HWY_INLINE void Reflect1(VFloat& x, VFloat& y) { Reflect(x, y, 1.3870398F, 0.27589938F); }
+HWY_INLINE void Reflect2(VFloat& x, VFloat& y) { Reflect(x, y, 1.306563F, 0.5411961F); }
+HWY_INLINE void Reflect3(VFloat& x, VFloat& y) { Reflect(x, y, 1.1758756F, 0.78569496F); }
+
+// x + y and x - y.
+HWY_INLINE void Butterfly(VFloat& x, VFloat& y) {
+  const VFloat sum = hn::Add(x, y);
+  y = hn::Sub(x, y);
+  x = sum;
+}
+
+HWY_INLINE VFloat TimesCos4(VFloat v) { return hn::Mul(v, hn::Set(DFloat(), 0.70710678F)); }
+
+HWY_INLINE void ForwardPass(FloatBlock& block) {
+  for (auto& v : block.part) {
+    for (int i = 0; i < 4; ++i) Butterfly(v[i], v[7 - i]);
+    Butterfly(v[0], v[3]);
+    Butterfly(v[1], v[2]);
+    Butterfly(v[0], v[1]);
+    Reflect2(v[3], v[2]);
+    Butterfly(v[6], v[5]);
+    VFloat a = TimesCos4(v[6]);
+    VFloat b = TimesCos4(v[5]);
+    Butterfly(v[7], a);
+    VFloat c = hn::Add(b, v[4]);
+    VFloat e = hn::Sub(b, v[4]);
+    Reflect1(v[7], c);
+    Reflect3(a, e);
+    const VFloat out[8] = {v[0], v[7], v[3], a, v[1], e, v[2], c};
+    for (int i = 0; i < 8; ++i) v[i] = out[i];
+  }
+}
+
+HWY_INLINE void InversePass(FloatBlock& block) {
+  for (auto& v : block.part) {
+    VFloat even[4] = {v[0], v[4], v[6], v[2]};
+    Butterfly(even[0], even[1]);
+    Reflect2(even[3], even[2]);
+    Butterfly(even[0], even[3]);
+    Butterfly(even[1], even[2]);
+    Reflect1(v[1], v[7]);
+    Reflect3(v[3], v[5]);
+    Butterfly(v[1], v[3]);
+    const VFloat sum = hn::Add(v[7], v[5]);
+    const VFloat difference = hn::Sub(v[7], v[5]);
+    VFloat p = TimesCos4(v[3]);
+    VFloat m = TimesCos4(sum);
+    Butterfly(p, m);
+    VFloat odd[4] = {v[1], p, m, difference};
+    for (int i = 0; i < 4; ++i) {
+      Butterfly(even[i], odd[i]);
+      v[i] = even[i];
+      v[7 - i] = odd[i];
+    }
   }
 }
 

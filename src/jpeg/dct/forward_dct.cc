@@ -163,24 +163,25 @@ void ForwardSamples8(const uint8_t* src, int32_t step, int16_t* dst, const uint1
   Transform<Input::kSamples>(x, dst, table);
 }
 
+// The level shift is exact in the sum of a line.
 void ForwardSamples12(const uint16_t* src, int32_t step, int16_t* dst, const uint16_t* table) {
-  FloatBlock block;
+  VWords rows[8];
   for (int y = 0; y < 8; ++y) {
-    const auto* row = reinterpret_cast<const int16_t*>(Row(src, step, y));
-    ForFloats([&](auto d, size_t x) ZEP_ATTR {
-      const auto samples = LoadAsFloats(d, row + x);
-      hn::Store(hn::Sub(samples, hn::Set(d, 2048.0F)), d, block.row[y] + x);
-    });
+    rows[y] = hn::LoadU(DWords(), reinterpret_cast<const int16_t*>(Row(src, step, y)));
   }
-  TransformColumns(kForwardMatrix, block);
-  TransformRows(kInverseMatrix, block);
+  Transpose(rows);
+  FloatBlock block = AsFloats(rows);
+  ForwardPass(block);
+  for (auto& v : block.part) v[0] = hn::Sub(v[0], hn::Set(DFloat(), 8 * 2048.0F));
+  block = Transposed(block);
+  ForwardPass(block);
   for (int y = 0; y < 8; ++y) {
-    ForFloats([&](auto d, size_t x) ZEP_ATTR {
-      const auto q = LoadAsFloats(d, table + 8 * y + x);
-      const auto scaled =
-          hn::Mul(hn::Load(d, block.row[y] + x), hn::Mul(q, hn::Set(d, 1.0F / 32768)));
-      StoreAsIntegers(d, scaled, -32768.0F, 32767.0F, dst + 8 * y + x);
-    });
+    const auto q = hn::LoadU(hn::RebindToUnsigned<DWords>(), table + 8 * y);
+    for (int i = 0; i < kParts; ++i) {
+      const VFloat factor = hn::Mul(AsFloats(q, i), hn::Set(DFloat(), 1.0F / (8 * 32768)));
+      block.part[i][y] = hn::Mul(block.part[i][y], factor);
+    }
+    hn::StoreU(AsWords(block, y), DWords(), dst + 8 * y);
   }
 }
 

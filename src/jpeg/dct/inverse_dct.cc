@@ -181,23 +181,23 @@ void InverseValues(const int16_t* src, int16_t* dst, const uint16_t* table) {
 }
 
 void InverseSamples12(const int16_t* src, uint16_t* dst, int32_t step, const uint16_t* table) {
-  FloatBlock block;
+  VWords rows[8];
   for (int y = 0; y < 8; ++y) {
-    const auto coefficients =
-        hn::Mul(hn::LoadU(DRow(), src + 8 * y),
-                hn::LoadU(DRow(), reinterpret_cast<const int16_t*>(table) + 8 * y));
-    HWY_ALIGN int16_t row[8];
-    hn::Store(coefficients, DRow(), row);
-    ForFloats([&](auto d, size_t x)
-                  ZEP_ATTR { hn::Store(LoadAsFloats(d, row + x), d, block.row[y] + x); });
+    rows[y] = hn::Mul(hn::LoadU(DWords(), src + 8 * y),
+                      hn::LoadU(DWords(), reinterpret_cast<const int16_t*>(table) + 8 * y));
   }
-  TransformColumns(kInverseMatrix, block);
-  TransformRows(kForwardMatrix, block);
+  Transpose(rows);
+  FloatBlock block = AsFloats(rows);
+  InversePass(block);
+  block = Transposed(block);
+  InversePass(block);
   for (int y = 0; y < 8; ++y) {
-    ForFloats([&](auto d, size_t x) ZEP_ATTR {
-      const auto shifted = hn::Add(hn::Load(d, block.row[y] + x), hn::Set(d, 2048.0F));
-      StoreAsIntegers(d, shifted, 0.0F, 4095.0F, reinterpret_cast<int16_t*>(Row(dst, step, y)) + x);
-    });
+    for (auto& v : block.part) {
+      v[y] = hn::Add(hn::Mul(v[y], hn::Set(DFloat(), 0.125F)), hn::Set(DFloat(), 2048.0F));
+    }
+    const VWords samples = hn::Max(AsWords(block, y), hn::Zero(DWords()));
+    hn::StoreU(hn::Min(samples, hn::Set(DWords(), 4095)), DWords(),
+               reinterpret_cast<int16_t*>(Row(dst, step, y)));
   }
 }
 
