@@ -381,7 +381,8 @@ zepStatus zepiDCTQuantInv8x8LS_JPEG_16s16u_C1R(const int16_t* src, uint16_t* dst
                  [](int32_t v) { return static_cast<float>(v); });
   FloatTransform(samples, FloatInverse);
   for (int i = 0; i < 64; ++i) {
-    const float value = RoundLimited(samples[static_cast<size_t>(i)] * 0.125F + 2048.0F, 0, 4095);
+    const float value =
+        2048.0F + RoundLimited(samples[static_cast<size_t>(i)] * 0.125F, -2048, 2047);
     Put(dst, step, i % 8, i / 8, static_cast<uint16_t>(value));
   }
   return zepStatusOk;

@@ -98,14 +98,32 @@ HWY_INLINE FloatBlock AsFloats(const VWords (&rows)[8]) {
   return block;
 }
 
-// To the nearest integers, halves to even, saturated.
-template <class Block>
-HWY_INLINE VWords AsWords(const Block& block, int row) {
-  const auto low = hn::NearestInt(block.part[0][row]);
+// v / 2^kShift + offset to the nearest integer, halves to even: in a sum with 3/2 2^(23 + kShift) the
+// mantissa counts units of 2^kShift. |v| < 2^(22 + kShift).
+template <int kShift>
+HWY_INLINE auto NearestUnits(VFloat v, int32_t offset) {
+  constexpr float kUnits = 1.5F * (1 << 23) * (1 << kShift);
+  const auto units = hn::Set(DFloat(), kUnits);
+  const hn::RebindToSigned<DFloat> d32;
+  const auto zero = hn::Sub(hn::BitCast(d32, units), hn::Set(d32, offset));
+  return hn::Sub(hn::BitCast(d32, hn::Add(v, units)), zero);
+}
+
+// Rows of such integers, saturated.
+template <int kShift, class Block>
+HWY_INLINE void RoundToWords(const Block& block, int32_t offset, VWords (&rows)[8]) {
+  const auto units = [=](VFloat v) ZEP_ATTR { return NearestUnits<kShift>(v, offset); };
   if constexpr (kParts == 1) {
-    return hn::DemoteTo(DWords(), low);
+    for (int y = 0; y < 8; y += 2) {
+      const auto two =
+          OrderHalves(PackBlocks(units(block.part[0][y]), units(block.part[0][y + 1])));
+      rows[y] = hn::LowerHalf(DWords(), two);
+      rows[y + 1] = hn::UpperHalf(DWords(), two);
+    }
   } else {
-    return PackBlocks(low, hn::NearestInt(block.part[1][row]));
+    for (int y = 0; y < 8; ++y) {
+      rows[y] = PackBlocks(units(block.part[0][y]), units(block.part[1][y]));
+    }
   }
 }
 

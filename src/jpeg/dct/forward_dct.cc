@@ -178,11 +178,11 @@ void ForwardSamples12(const uint16_t* src, int32_t step, int16_t* dst, const uin
   for (int y = 0; y < 8; ++y) {
     const auto q = hn::LoadU(hn::RebindToUnsigned<DWords>(), table + 8 * y);
     for (int i = 0; i < kParts; ++i) {
-      const VFloat factor = hn::Mul(AsFloats(q, i), hn::Set(DFloat(), 1.0F / (8 * 32768)));
-      block.part[i][y] = hn::Mul(block.part[i][y], factor);
+      block.part[i][y] = hn::Mul(block.part[i][y], AsFloats(q, i));
     }
-    hn::StoreU(AsWords(block, y), DWords(), dst + 8 * y);
   }
+  RoundToWords<3 + 15>(block, 0, rows);
+  for (int y = 0; y < 8; ++y) hn::StoreU(rows[y], DWords(), dst + 8 * y);
 }
 
 constexpr Kernels kKernels = {ForwardValues, ForwardSamples8, ForwardSamples12};

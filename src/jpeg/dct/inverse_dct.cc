@@ -191,11 +191,9 @@ void InverseSamples12(const int16_t* src, uint16_t* dst, int32_t step, const uin
   InversePass(block);
   block = Transposed(block);
   InversePass(block);
+  RoundToWords<3>(block, 2048, rows);
   for (int y = 0; y < 8; ++y) {
-    for (auto& v : block.part) {
-      v[y] = hn::Add(hn::Mul(v[y], hn::Set(DFloat(), 0.125F)), hn::Set(DFloat(), 2048.0F));
-    }
-    const VWords samples = hn::Max(AsWords(block, y), hn::Zero(DWords()));
+    const VWords samples = hn::Max(rows[y], hn::Zero(DWords()));
     hn::StoreU(hn::Min(samples, hn::Set(DWords(), 4095)), DWords(),
                reinterpret_cast<int16_t*>(Row(dst, step, y)));
   }
