@@ -113,7 +113,7 @@ Status Encode(const Image& image, const EncodeOptions& options, ByteBuffer* file
   for (const FrameComponent& component : frame.components) {
     component_tables.push_back(&tables[component.quant_table]);
   }
-  ScanEncoder scan(geometry, component_tables, options.restart_interval, file, options.times);
+  ScanEncoder scan(geometry, component_tables, options, file);
   for (int row = 0; row < geometry.mcu_rows; ++row) {
     StageClock clock(options.times);
     strip.Make(row);

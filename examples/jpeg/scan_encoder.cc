@@ -8,13 +8,33 @@
 #include "jpeg/markers.h"
 
 namespace jpeg {
+namespace {
+
+// Samples of 8 bits through the transform of 12 bits, which rounds only once: a sample of 128 becomes
+// the 2048 of its level shift.
+void PreciseTransform(const uint8_t* samples, int step, int16_t* block, const uint16_t* steps) {
+  uint16_t words[64];
+  for (int y = 0; y < 8; ++y) {
+    for (int x = 0; x < 8; ++x) words[8 * y + x] = static_cast<uint16_t>(samples[x] + 1920);
+    samples += step;
+  }
+  zepiDCTQuantFwd8x8LS_JPEG_16u16s_C1R(words, 16, block, steps);
+}
+
+void FastTransform(const uint8_t* samples, int step, int16_t* block, const uint16_t* steps) {
+  zepiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(samples, step, block, steps);
+}
+
+}  // namespace
+
 ScanEncoder::ScanEncoder(const Geometry& geometry, const std::vector<const CoderTables*>& tables,
-                         int restart_interval, ByteBuffer* file, StageTimes* times)
+                         const EncodeOptions& options, ByteBuffer* file)
     : mcus_per_row_(geometry.mcus_per_row),
-      restart_interval_(restart_interval),
+      restart_interval_(options.restart_interval),
+      fast_dct_(options.fast_dct),
       file_(file),
-      times_(times),
-      mcus_left_(restart_interval) {
+      times_(options.times),
+      mcus_left_(options.restart_interval) {
   for (size_t i = 0; i < tables.size(); ++i) {
     const ComponentGeometry& place = geometry.components[i];
     parts_.push_back({place, tables[i], 0});
@@ -46,6 +66,7 @@ Status ScanEncoder::EncodeRow(const StripMaker& strip) {
 // MCU without AC coefficients.
 void ScanEncoder::TransformBlocks(const StripMaker& strip, int first_mcu, int mcus) {
   const int step = strip.step();
+  const auto transform = fast_dct_ ? FastTransform : PreciseTransform;
   int16_t* block = blocks_;
   for (int mcu = first_mcu; mcu < first_mcu + mcus; ++mcu) {
     for (size_t i = 0; i < parts_.size(); ++i) {
@@ -55,7 +76,7 @@ void ScanEncoder::TransformBlocks(const StripMaker& strip, int first_mcu, int mc
         const bool row_exists = row_ * place.v + y < place.block_rows;
         for (int x = mcu * place.h; x < (mcu + 1) * place.h; ++x, block += 64) {
           if (row_exists && x < place.blocks_per_row) {
-            zepiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(row + x * 8, step, block, parts_[i].tables->steps);
+            transform(row + x * 8, step, block, parts_[i].tables->steps);
           } else {
             std::memset(block, 0, 64 * sizeof(*block));
             block[0] = block[-64];

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "jpeg/byte_buffer.h"
+#include "jpeg/encoder.h"
 #include "jpeg/geometry.h"
 #include "jpeg/stage_clock.h"
 #include "jpeg/status.h"
@@ -25,7 +26,7 @@ class ScanEncoder {
  public:
   // One entry of `tables` for each component. What is referred to must outlive the encoder.
   ScanEncoder(const Geometry& geometry, const std::vector<const CoderTables*>& tables,
-              int restart_interval, ByteBuffer* file, StageTimes* times);
+              const EncodeOptions& options, ByteBuffer* file);
 
   // Codes a row of MCUs, the next one, from its samples.
   Status EncodeRow(const StripMaker& strip);
@@ -50,6 +51,7 @@ class ScanEncoder {
   std::vector<Part> parts_;
   int mcus_per_row_;
   int restart_interval_;
+  bool fast_dct_;
   ByteBuffer* file_;
   StageTimes* times_;
   int blocks_in_mcu_ = 0;
