@@ -109,20 +109,18 @@ HWY_INLINE auto NearestUnits(VFloat v, int32_t offset) {
   return hn::Sub(hn::BitCast(d32, hn::Add(v, units)), zero);
 }
 
-// Rows of such integers, saturated.
-template <int kShift, class Block>
-HWY_INLINE void RoundToWords(const Block& block, int32_t offset, VWords (&rows)[8]) {
+// Calls store(y, row) for the rows of such integers, saturated.
+template <int kShift, class Block, class Store>
+HWY_INLINE void StoreWords(const Block& block, int32_t offset, const Store& store) {
   const auto units = [=](VFloat v) ZEP_ATTR { return NearestUnits<kShift>(v, offset); };
-  if constexpr (kParts == 1) {
-    for (int y = 0; y < 8; y += 2) {
+  for (int y = 0; y < 8; y += 3 - kParts) {
+    if constexpr (kParts == 1) {
       const auto two =
           OrderHalves(PackBlocks(units(block.part[0][y]), units(block.part[0][y + 1])));
-      rows[y] = hn::LowerHalf(DWords(), two);
-      rows[y + 1] = hn::UpperHalf(DWords(), two);
-    }
-  } else {
-    for (int y = 0; y < 8; ++y) {
-      rows[y] = PackBlocks(units(block.part[0][y]), units(block.part[1][y]));
+      store(y, hn::LowerHalf(DWords(), two));
+      store(y + 1, hn::UpperHalf(DWords(), two));
+    } else {
+      store(y, PackBlocks(units(block.part[0][y]), units(block.part[1][y])));
     }
   }
 }

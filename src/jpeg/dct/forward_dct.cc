@@ -181,8 +181,8 @@ void ForwardSamples12(const uint16_t* src, int32_t step, int16_t* dst, const uin
       block.part[i][y] = hn::Mul(block.part[i][y], AsFloats(q, i));
     }
   }
-  RoundToWords<3 + 15>(block, 0, rows);
-  for (int y = 0; y < 8; ++y) hn::StoreU(rows[y], DWords(), dst + 8 * y);
+  StoreWords<3 + 15>(block, 0,
+                     [=](int y, VWords row) ZEP_ATTR { hn::StoreU(row, DWords(), dst + 8 * y); });
 }
 
 constexpr Kernels kKernels = {ForwardValues, ForwardSamples8, ForwardSamples12};

@@ -191,12 +191,10 @@ void InverseSamples12(const int16_t* src, uint16_t* dst, int32_t step, const uin
   InversePass(block);
   block = Transposed(block);
   InversePass(block);
-  RoundToWords<3>(block, 2048, rows);
-  for (int y = 0; y < 8; ++y) {
-    const VWords samples = hn::Max(rows[y], hn::Zero(DWords()));
-    hn::StoreU(hn::Min(samples, hn::Set(DWords(), 4095)), DWords(),
-               reinterpret_cast<int16_t*>(Row(dst, step, y)));
-  }
+  StoreWords<3>(block, 2048, [=](int y, VWords row) ZEP_ATTR {
+    const VWords samples = hn::Min(hn::Max(row, hn::Zero(DWords())), hn::Set(DWords(), 4095));
+    hn::StoreU(samples, DWords(), reinterpret_cast<int16_t*>(Row(dst, step, y)));
+  });
 }
 
 // The 4-point transform, 1/2 C(u) cos((2 x + 1) u pi / 8) in units of 2^-15, by the pairs of
