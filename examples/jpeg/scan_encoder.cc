@@ -31,7 +31,7 @@ ScanEncoder::ScanEncoder(const Geometry& geometry, const std::vector<const Coder
                          const EncodeOptions& options, ByteBuffer* file)
     : mcus_per_row_(geometry.mcus_per_row),
       restart_interval_(options.restart_interval),
-      fast_dct_(options.fast_dct),
+      precise_dct_(options.precise_dct),
       file_(file),
       times_(options.times),
       mcus_left_(options.restart_interval) {
@@ -66,7 +66,7 @@ Status ScanEncoder::EncodeRow(const StripMaker& strip) {
 // MCU without AC coefficients.
 void ScanEncoder::TransformBlocks(const StripMaker& strip, int first_mcu, int mcus) {
   const int step = strip.step();
-  const auto transform = fast_dct_ ? FastTransform : PreciseTransform;
+  const auto transform = precise_dct_ ? PreciseTransform : FastTransform;
   int16_t* block = blocks_;
   for (int mcu = first_mcu; mcu < first_mcu + mcus; ++mcu) {
     for (size_t i = 0; i < parts_.size(); ++i) {

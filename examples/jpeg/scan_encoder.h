@@ -51,7 +51,7 @@ class ScanEncoder {
   std::vector<Part> parts_;
   int mcus_per_row_;
   int restart_interval_;
-  bool fast_dct_;
+  bool precise_dct_;
   ByteBuffer* file_;
   StageTimes* times_;
   int blocks_in_mcu_ = 0;

@@ -98,7 +98,7 @@ jpeg::Status SaveJpeg(const Settings& settings, const Picture& picture, jpeg::By
   options.quality = settings.quality;
   options.sampling = settings.sampling;
   options.restart_interval = settings.restart_interval;
-  options.fast_dct = settings.fast_dct;
+  options.precise_dct = settings.precise_dct;
   options.metadata = picture.metadata;
   options.times = &times;
   jpeg::Status status = jpeg::Encode(picture.image, options, output);

@@ -15,7 +15,7 @@ struct Settings {
   int quality = 90;
   jpeg::Sampling sampling = jpeg::Sampling::k420;
   int restart_interval = 0;
-  bool fast_dct = false;
+  bool precise_dct = false;
   int scale = 1;
   bool grey = false;
   bool keep_metadata = true;
