@@ -649,6 +649,115 @@ ZEP_API zepStatus ZEP_CALL zepiDecodeHuffman8x8_JPEG_1u16s_C1(
     zepiDecodeHuffmanState* pDecHuffState);
 /** @} */
 
+/**
+ * @defgroup texture Textures: DXT1, DXT3, DXT5, BC4, BC5
+ *
+ * Images of 8-bit pixels to 4x4 blocks of a fixed size and back (the blocks of S3TC and RGTC: Khronos
+ * Data Format Specification, 18 and 19). Blocks follow one another without padding: ceil(width / 4) for
+ * each row of blocks, left to right, the rows top to bottom. Pixel i of a block is that of row i / 4 and
+ * column i % 4. All words are little-endian.
+ *
+ * - Colour part, 8 bytes: two 16-bit colours c0 and c1 (5 bits of red on top, 6 of green, 5 of blue), then
+ *   sixteen 2-bit indexes, pixel i in bits 2i and 2i + 1. It is the whole of a DXT1 block, and the second
+ *   half of a DXT3 or DXT5 block.
+ * - Alpha part of DXT3, 8 bytes: sixteen 4-bit values, pixel 0 in the lower half of byte 0.
+ * - Channel part, 8 bytes: a0, a1, then sixteen 3-bit indexes, pixel i in bits 3i to 3i + 2 of 48. It is
+ *   the alpha part of DXT5 and the whole of a BC4 block; a BC5 block has one for R and one for G.
+ *
+ * **Checks**: pSrc, pDst: ::zepStatusNullPtr; a step of 0: ::zepStatusBadStep; a width or height below 1:
+ * ::zepStatusBadSize. **Not checked**: that the buffers hold what the sizes say, and the step: it may be
+ * negative, or smaller than a row, whose pixels later rows then replace. Any bytes are good blocks.
+ * Sources and destinations have any alignment and do not overlap. Everything runs on the calling thread.
+ *
+ * Decoders write the pixels inside roiSize and nothing else. Encoders read those; a block that reaches
+ * beyond the right edge repeats the last pixel of each of its rows, one that reaches beyond the bottom the
+ * last row.
+ *
+ * @code
+ * zepiSize size = {width, height};
+ * uint8_t* blocks = malloc((size_t)((width + 3) / 4) * ((height + 3) / 4) * 8);
+ * zepiTextureEncodeBlockFromRGBA_DXT1_8u_C4C1R(rgba, 4 * width, size, blocks);
+ * zepiTextureDecodeBlockToRGBA_DXT1_8u_C1C4R(blocks, rgba, 4 * width, size);
+ * @endcode
+ * @{
+ */
+
+/**
+ * DXT1 to RGBA, 8 bytes a block. A colour is widened by its upper bits (r << 3 | r >> 2). Where c0 > c1,
+ * the palette is c0, c1, (2 c0 + c1) / 3, (c0 + 2 c1) / 3 for each channel, truncated; otherwise c0, c1,
+ * (c0 + c1) >> 1 and white. Alpha is 255 throughout, for the fourth colour too.
+ */
+ZEP_API zepStatus ZEP_CALL zepiTextureDecodeBlockToRGBA_DXT1_8u_C1C4R(const uint8_t* pSrc,
+                                                                      uint8_t* pDst,
+                                                                      int32_t dstStep,
+                                                                      zepiSize roiSize);
+/**
+ * DXT3 to RGBA, 16 bytes a block. Colours as in DXT1 where c0 > c1, whatever c0 and c1 are; alpha is
+ * 16 times its 4-bit value: 240 at most.
+ */
+ZEP_API zepStatus ZEP_CALL zepiTextureDecodeBlockToRGBA_DXT3_8u_C1C4R(const uint8_t* pSrc,
+                                                                      uint8_t* pDst,
+                                                                      int32_t dstStep,
+                                                                      zepiSize roiSize);
+/**
+ * DXT5 to RGBA, 16 bytes a block. Colours as in DXT3. Alpha from a palette of eight: where a0 > a1, a0, a1
+ * and ((7 - k) a0 + k a1 + 3) / 7 for k = 1..6; otherwise a0, a1, ((5 - k) a0 + k a1 + 2) / 5 for
+ * k = 1..4, 0 and 255.
+ */
+ZEP_API zepStatus ZEP_CALL zepiTextureDecodeBlockToRGBA_DXT5_8u_C1C4R(const uint8_t* pSrc,
+                                                                      uint8_t* pDst,
+                                                                      int32_t dstStep,
+                                                                      zepiSize roiSize);
+/**
+ * RGBA to DXT1; alpha is ignored. For each channel the bounds of the block, lo and hi, are drawn in by
+ * (hi - lo) >> 4; c0 is what 5:6:5 bits keep of the upper ones, c1 of the lower ones, so that c0 >= c1.
+ * A pixel's index is that of the nearest colour of the palette by |R - r| + |G - g| + |B - b|, found by
+ * comparisons along the line from c0 to c1. One pass, no search.
+ */
+ZEP_API zepStatus ZEP_CALL zepiTextureEncodeBlockFromRGBA_DXT1_8u_C4C1R(const uint8_t* pSrc,
+                                                                        int32_t srcStep,
+                                                                        zepiSize roiSize,
+                                                                        uint8_t* pDst);
+/** RGBA to DXT3: the colour part as in DXT1, alpha cut to its upper four bits. */
+ZEP_API zepStatus ZEP_CALL zepiTextureEncodeBlockFromRGBA_DXT3_8u_C4C1R(const uint8_t* pSrc,
+                                                                        int32_t srcStep,
+                                                                        zepiSize roiSize,
+                                                                        uint8_t* pDst);
+/** RGBA to DXT5: the colour part as in DXT1, alpha as zepiTextureEncodeBlock_BC4_8u_C1R() has it. */
+ZEP_API zepStatus ZEP_CALL zepiTextureEncodeBlockFromRGBA_DXT5_8u_C4C1R(const uint8_t* pSrc,
+                                                                        int32_t srcStep,
+                                                                        zepiSize roiSize,
+                                                                        uint8_t* pDst);
+/**
+ * Y Co Cg (chroma with an offset of 128) to DXT5: Y goes into the alpha part, Co becomes red, Cg green,
+ * and blue is 0. A shader gets R = Y + Co - Cg, G = Y + Cg, B = Y - Co - Cg, with the offsets taken off.
+ */
+ZEP_API zepStatus ZEP_CALL zepiTextureEncodeBlockFromYCoCg_DXT5_8u_C3C1R(const uint8_t* pSrc,
+                                                                         int32_t srcStep,
+                                                                         zepiSize roiSize,
+                                                                         uint8_t* pDst);
+/** BC4 to one channel, 8 bytes a block, by the palette of DXT5's alpha. */
+ZEP_API zepStatus ZEP_CALL zepiTextureDecodeBlock_BC4_8u_C1R(const uint8_t* pSrc, uint8_t* pDst,
+                                                             int32_t dstStep, zepiSize roiSize);
+/** BC5 to R G pixels, 16 bytes a block: R's channel part, then G's. */
+ZEP_API zepStatus ZEP_CALL zepiTextureDecodeBlockToRG_BC5_8u_C1C2R(const uint8_t* pSrc,
+                                                                   uint8_t* pDst, int32_t dstStep,
+                                                                   zepiSize roiSize);
+/**
+ * One channel to BC4. The bounds of the block, drawn in by (hi - lo) >> 4, become a1 and a0. With
+ * bias = (a0 - a1) / 14 there are seven thresholds: a1 + bias and ((7 - j) a0 + j a1) / 7 + bias for
+ * j = 1..6, truncated. Of c thresholds that are not below the value, the index is 0 for c = 0, 1 for
+ * c = 7, else c + 1. A block of equal values has a0 = a1 and indexes of 1.
+ */
+ZEP_API zepStatus ZEP_CALL zepiTextureEncodeBlock_BC4_8u_C1R(const uint8_t* pSrc, int32_t srcStep,
+                                                             zepiSize roiSize, uint8_t* pDst);
+/** R G pixels to BC5, each channel as in BC4. */
+ZEP_API zepStatus ZEP_CALL zepiTextureEncodeBlockFromRG_BC5_8u_C2C1R(const uint8_t* pSrc,
+                                                                     int32_t srcStep,
+                                                                     zepiSize roiSize,
+                                                                     uint8_t* pDst);
+/** @} */
+
 /** @cond Record sizes are part of the binary interface. */
 #define ZEP_ASSERT_SIZE(type, size) \
   typedef char type##_has_##size##_bytes[sizeof(type) == (size) ? 1 : -1]

@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: MIT
+// What the kernels of textures have in common: each 128-bit block of a register holds one block of the
+// texture, or a part of it. Included once per instruction set.
+#if defined(ZEPJP_SRC_TEXTURE_LANES_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#  ifdef ZEPJP_SRC_TEXTURE_LANES_INL_H_
+#    undef ZEPJP_SRC_TEXTURE_LANES_INL_H_
+#  else
+#    define ZEPJP_SRC_TEXTURE_LANES_INL_H_
+#  endif
+
+#  include "simd/ops-inl.h"
+#  include "texture/blocks.h"
+
+ZEP_BEFORE_NAMESPACE();
+namespace zepjp {
+namespace HWY_NAMESPACE {
+namespace {
+
+using D8 = hn::ScalableTag<uint8_t>;
+using D16 = hn::Repartition<uint16_t, D8>;
+using D32 = hn::Repartition<uint32_t, D8>;
+using D64 = hn::Repartition<uint64_t, D8>;
+using DI16 = hn::Repartition<int16_t, D8>;
+using DI32 = hn::Repartition<int32_t, D8>;
+using V8 = hn::VFromD<D8>;
+using V16 = hn::VFromD<D16>;
+using V32 = hn::VFromD<D32>;
+using V64 = hn::VFromD<D64>;
+using VI16 = hn::VFromD<DI16>;
+using VI32 = hn::VFromD<DI32>;
+
+constexpr size_t kRegisterBlocks = hn::MaxLanes(D8()) / 16;
+
+// The same 16 bytes, or eight words, in each block.
+struct alignas(16) Bytes16 {
+  uint8_t lane[16];
+};
+struct alignas(16) Words8 {
+  uint16_t lane[8];
+};
+HWY_INLINE V8 Each(const Bytes16& bytes) { return hn::LoadDup128(D8(), bytes.lane); }
+HWY_INLINE V16 Each(const Words8& words) { return hn::LoadDup128(D16(), words.lane); }
+
+HWY_INLINE V16 AsWords(V8 v) { return hn::BitCast(D16(), v); }
+HWY_INLINE V8 AsBytes(V16 v) { return hn::BitCast(D8(), v); }
+
+// Words up to 255 to bytes: those of `low`, then those of `high`.
+HWY_INLINE V8 PackWords(V16 low, V16 high) {
+  return PackBlocks(hn::BitCast(DI16(), low), hn::BitCast(DI16(), high));
+}
+
+HWY_INLINE V8 SwapHalves(V8 v) { return hn::BitCast(D8(), hn::Shuffle1032(hn::BitCast(D32(), v))); }
+HWY_INLINE V8 LowerHalves(V8 low, V8 high) {
+  return hn::BitCast(D8(),
+                     hn::InterleaveLower(D64(), hn::BitCast(D64(), low), hn::BitCast(D64(), high)));
+}
+HWY_INLINE V8 UpperHalves(V8 low, V8 high) {
+  return hn::BitCast(D8(),
+                     hn::InterleaveUpper(D64(), hn::BitCast(D64(), low), hn::BitCast(D64(), high)));
+}
+
+// Floor(x / 3), / 5, / 7 and / 14 as the upper half of a product; right for all x that occur here.
+constexpr uint16_t kThird = 21846, kFifth = 13108, kSeventh = 9363, kFourteenth = 4682;
+
+// Eight bytes for each block, into the lower halves; or from there.
+#  if HWY_TARGET == HWY_AVX3
+HWY_INLINE V8 LoadLowerHalves(const uint8_t* from) {
+  const __m512i order = _mm512_setr_epi64(0, 0, 1, 1, 2, 2, 3, 3);
+  const __m256i bytes = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
+  return V8{_mm512_permutexvar_epi64(order, _mm512_castsi256_si512(bytes))};
+}
+HWY_INLINE void StoreLowerHalves(V8 v, uint8_t* to) {
+  const __m512i order = _mm512_setr_epi64(0, 2, 4, 6, 0, 2, 4, 6);
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(to),
+                      _mm512_castsi512_si256(_mm512_permutexvar_epi64(order, v.raw)));
+}
+#  elif HWY_TARGET == HWY_AVX2
+HWY_INLINE V8 LoadLowerHalves(const uint8_t* from) {
+  const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+  return V8{_mm256_permute4x64_epi64(_mm256_castsi128_si256(bytes), 0x50)};
+}
+HWY_INLINE void StoreLowerHalves(V8 v, uint8_t* to) {
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(to),
+                   _mm256_castsi256_si128(_mm256_permute4x64_epi64(v.raw, 0x08)));
+}
+#  else
+HWY_INLINE V8 LoadLowerHalves(const uint8_t* from) {
+  const hn::Half<D8> half;
+  return hn::ZeroExtendVector(D8(), hn::LoadU(half, from));
+}
+HWY_INLINE void StoreLowerHalves(V8 v, uint8_t* to) {
+  const hn::Half<D8> half;
+  hn::StoreU(hn::LowerHalf(half, v), half, to);
+}
+#  endif
+
+// The 4x4 dwords of each block of four registers, transposed.
+struct Four {
+  V8 part[4];
+};
+HWY_INLINE Four TransposeDwords(const Four& v) {
+  const D32 d;
+  V32 in[4];
+  for (int i = 0; i < 4; ++i) in[i] = hn::BitCast(d, v.part[i]);
+  const V8 low01 = hn::BitCast(D8(), hn::InterleaveLower(d, in[0], in[1]));
+  const V8 low23 = hn::BitCast(D8(), hn::InterleaveLower(d, in[2], in[3]));
+  const V8 high01 = hn::BitCast(D8(), hn::InterleaveUpper(d, in[0], in[1]));
+  const V8 high23 = hn::BitCast(D8(), hn::InterleaveUpper(d, in[2], in[3]));
+  return {{LowerHalves(low01, low23), UpperHalves(low01, low23), LowerHalves(high01, high23),
+           UpperHalves(high01, high23)}};
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace zepjp
+HWY_AFTER_NAMESPACE();
+
+#endif
