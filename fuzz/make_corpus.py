@@ -30,6 +30,8 @@ def main():
         write("block_encoder", f"noise{i}", DC + AC + bytes([200]) + data)
     write("block_decoder", "marker", DC + AC + bytes([0]) + noise[0] + b"\xff\xd9")
     write("block_encoder", "tight", DC + AC + bytes([1]) + noise[1])
+    for kind, name in enumerate(("dxt1", "dxt3", "dxt5", "bc4", "bc5")):
+        write("texture_decoder", name, bytes([kind, 16, 6, 0, 1, 3]) + noise[2])
 
 
 if __name__ == "__main__":

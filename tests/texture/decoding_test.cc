@@ -81,15 +81,15 @@ TEST(TextureDecoding, LargerSizes) {
 // Pairs of end points, all or one of `stride` at random, each with all indexes.
 template <class MakeBlock>
 void ExpectPalettes(const Format& format, uint64_t pairs, uint32_t stride, MakeBlock make) {
-  constexpr uint32_t kColumns = 256;
+  constexpr int32_t kColumns = 256;
   const zepiSize size = {4 * kColumns, 4};
   Bytes blocks(kColumns * static_cast<size_t>(format.block_bytes));
   Random random(harness::Seed());
   uint64_t next = 0;
   while (next < pairs && !::testing::Test::HasFatalFailure()) {
-    for (uint32_t i = 0; i < kColumns; ++i, next += stride) {
+    for (int32_t i = 0; i < kColumns; ++i, next += stride) {
       const uint64_t pair = std::min(next + random() % stride, pairs - 1);
-      make(static_cast<uint32_t>(pair), &blocks[i * static_cast<size_t>(format.block_bytes)]);
+      make(static_cast<uint32_t>(pair), &blocks[static_cast<size_t>(i * format.block_bytes)]);
     }
     ExpectEqualsModel(format, blocks, size, 4 * kColumns * format.pixel_bytes, Edge::kEnd);
   }
