@@ -38,17 +38,14 @@ struct RowTable {
   alignas(64) int16_t factors[4][8][8];
 };
 
-// The sums of mirrored samples (s0, s1) and (s2, s3) give the even frequencies 0, 2, 4, 6, their
-// differences the odd ones.
+// Frequencies 0 to 3, then 4 to 7; the even ones from sums of mirrored samples, the odd ones from their
+// differences: for either four the factors of samples 0 and 1, then of 2 and 3.
 constexpr RowTable MakeForwardTable() {
   RowTable table = {};
-  for (int row = 0; row < 8; ++row) {
-    for (int i = 0; i < 4; ++i) {
-      for (int pair = 0; pair < 2; ++pair) {
-        table.factors[0][row][2 * i + pair] = Weight(row, pair, 2 * i);
-        table.factors[1][row][2 * i + pair] = Weight(row, 2 + pair, 2 * i);
-        table.factors[2][row][2 * i + pair] = Weight(row, pair, 2 * i + 1);
-        table.factors[3][row][2 * i + pair] = Weight(row, 2 + pair, 2 * i + 1);
+  for (int which = 0; which < 4; ++which) {
+    for (int row = 0; row < 8; ++row) {
+      for (int i = 0; i < 8; ++i) {
+        table.factors[which][row][i] = Weight(row, which % 2 * 2 + i % 2, which / 2 * 4 + i / 2);
       }
     }
   }
@@ -147,12 +144,6 @@ HWY_INLINE V16 Reorder(V16 rows, const LaneOrder& order) {
   const hn::Repartition<uint8_t, D16> d8;
   return hn::BitCast(D16(),
                      hn::TableLookupBytes(hn::BitCast(d8, rows), hn::LoadDup128(d8, order.bytes)));
-}
-
-// Lanes 2 k and 2 k + 1 of each row, four times.
-template <int kPair>
-HWY_INLINE V16 RepeatPair(V16 rows) {
-  return hn::BitCast(D16(), hn::Broadcast<kPair>(hn::BitCast(D32(), rows)));
 }
 
 }  // namespace

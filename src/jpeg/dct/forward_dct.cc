@@ -104,23 +104,22 @@ HWY_INLINE void OddRows(const Mirrored& m, Rows& out) {
   out.row[5] = hn::SaturatedAdd(TimesTan3(m765), m465);
 }
 
-// The four dot products of each row, rounded, in natural order.
+// Sums and differences of mirrored samples in pairs, (s0 s1)(d0 d1) and (s2 s3)(d2 d3), each twice:
+// with the factors of the frequencies 0 to 3, then 4 to 7, they give a row in its order.
 HWY_INLINE V16 RowPass(V16 rows, int vector) {
-  static constexpr LaneOrder k76 = MakeLaneOrder(7, 6, 7, 6, 7, 6, 7, 6);
-  static constexpr LaneOrder k54 = MakeLaneOrder(5, 4, 5, 4, 5, 4, 5, 4);
-  static constexpr LaneOrder kInterleave = MakeLaneOrder(0, 4, 1, 5, 2, 6, 3, 7);
-  const V16 x01 = RepeatPair<0>(rows);
-  const V16 x23 = RepeatPair<1>(rows);
-  const V16 x76 = Reorder(rows, k76);
-  const V16 x54 = Reorder(rows, k54);
-  const V32 round = hn::Set(D32(), 1 << 19);
-  const auto dot = [&](V16 a, V16 b, int which) ZEP_ATTR {
-    const V32 sum = DotAcc(round, a, Factors(kForwardTable, which, vector));
-    return hn::ShiftRight<20>(DotAcc(sum, b, Factors(kForwardTable, which + 1, vector)));
+  static constexpr LaneOrder kReverse = MakeLaneOrder(7, 6, 5, 4, 3, 2, 1, 0);
+  const V16 mirrored = Reorder(rows, kReverse);
+  const V32 sums = hn::BitCast(D32(), hn::SaturatedAdd(rows, mirrored));
+  const V32 differences = hn::BitCast(D32(), hn::SaturatedSub(rows, mirrored));
+  const hn::Repartition<int64_t, D16> d64;
+  const auto pairs = hn::BitCast(d64, hn::InterleaveLower(D32(), sums, differences));
+  const V16 pairs01 = hn::BitCast(D16(), hn::InterleaveLower(d64, pairs, pairs));
+  const V16 pairs23 = hn::BitCast(D16(), hn::InterleaveUpper(d64, pairs, pairs));
+  const auto dot = [&](int which) ZEP_ATTR {
+    const V32 sum = DotAcc(hn::Set(D32(), 1 << 19), pairs01, Factors(kForwardTable, which, vector));
+    return hn::ShiftRight<20>(DotAcc(sum, pairs23, Factors(kForwardTable, which + 1, vector)));
   };
-  const V32 even = dot(hn::SaturatedAdd(x01, x76), hn::SaturatedAdd(x23, x54), 0);
-  const V32 odd = dot(hn::SaturatedSub(x01, x76), hn::SaturatedSub(x23, x54), 2);
-  return Reorder(PackBlocks(even, odd), kInterleave);
+  return PackBlocks(dot(0), dot(2));
 }
 
 // p = q c, (p + 2^14 - 1 + bit 15 of p) >> 15, saturated, in 16-bit lanes. The fixed-point product is
