@@ -141,6 +141,7 @@ HWY_INLINE void Transform(const Rows& x, int16_t* dst, const uint16_t* table) {
   const Mirrored mirrored = Mirror(x);
   EvenRows<kInput>(mirrored, columns);
   OddRows<kInput>(mirrored, columns);
+#pragma GCC unroll 8
   for (int i = 0; i < kVectors; ++i) {
     const V16 coefficients = RowPass(JoinRows(columns.row + i * kRowsInVector), i);
     const int first = 8 * kRowsInVector * i;
