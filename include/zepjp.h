@@ -410,7 +410,7 @@ ZEP_API zepStatus ZEP_CALL zepiQuantInv8x8_JPEG_16s_C1I(int16_t* pSrcDst,
  * The two-dimensional 8x8 DCT of ITU-T T.81, A.3.3, and the quantization of A.3.4 in one step, with
  * a table of zepiQuantFwdTableInit_JPEG_8u16u(). The transform is fixed-point (16-bit sums that
  * saturate, products of 16 bits, a final rounding in 32 bits) and lies within 1 of the exact one for
- * 8-bit input. Each coefficient c becomes p = q * c, scaled by 2^-15 and rounded,
+ * 8-bit input; its results are integers before they are quantized. Each coefficient c becomes p = q * c, scaled by 2^-15 and rounded,
  * ((p >> 1) + (((p & 1) + 16383 + ((p >> 15) & 1)) >> 1)) >> 14: halves to even; the result saturates
  * to 16 bits.
  *
@@ -432,7 +432,8 @@ ZEP_API zepStatus ZEP_CALL zepiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(const uint8_t* pS
 /**
  * 8 rows of 8 samples of 12 bits, `srcStep` bytes apart: minus 2048, forward DCT, quantization. A
  * sample is taken as signed 16 bits. Single precision throughout; times q / 32768, rounded once,
- * halves to even, saturated to 16 bits.
+ * halves to even, saturated to 16 bits. Samples s of 8 bits give as 1920 + s what
+ * zepiDCTQuantFwd8x8LS_JPEG_8u16s_C1R() gives, but with one rounding in place of two.
  */
 ZEP_API zepStatus ZEP_CALL zepiDCTQuantFwd8x8LS_JPEG_16u16s_C1R(const uint16_t* pSrc,
                                                                 int32_t srcStep, int16_t* pDst,

@@ -147,6 +147,29 @@ TEST_P(JpegInterop, OurFilesDecodeThere) {
   }
 }
 
+double MeanSquareError(const jpeg::Image& image, const Bytes& file) {
+  const Bytes a = pictures::ToBytes(image);
+  const Bytes b = pictures::ToBytes(DecodeGood(file));
+  double sum = 0;
+  for (size_t i = 0; i < a.size(); ++i) sum += (a[i] - b[i]) * (a[i] - b[i]);
+  return sum / static_cast<double>(a.size());
+}
+
+// One rounding as there, of all coefficients; the integers' second one tells where steps are even.
+TEST_P(JpegInterop, OurFilesLoseNoMore) {
+  const jpeg::Image image = pictures::Detailed(640, 480, GetParam());
+  Settings theirs;
+  theirs.quality = 90;
+  const double expected = MeanSquareError(image, libjpeg_codec::Compress(image, theirs));
+  jpeg::EncodeOptions options;
+  options.quality = 90;
+  const double precise = MeanSquareError(image, jpeg_files::Encode(image, options));
+  options.fast_dct = true;
+  const double fast = MeanSquareError(image, jpeg_files::Encode(image, options));
+  EXPECT_LE(precise, expected * 1.005);
+  EXPECT_LE(fast, expected * 1.03);
+}
+
 // For equal coefficients the coded bytes are the same.
 TEST_P(JpegInterop, CodedBytesAreTheSame) {
   for (const Size& size : kSizes) {

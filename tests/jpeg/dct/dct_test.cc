@@ -317,6 +317,25 @@ TEST(Dct, ReducedIsWithinOneOfExact) {
   }
 }
 
+// Samples of 8 bits through the transform of 12 bits: the exact coefficients, divided and rounded once.
+TEST(Dct, SamplesOf8BitsIn12AreRoundedOnce) {
+  Random random(harness::Seed());
+  uint16_t table[64];
+  std::fill_n(table, 64, uint16_t{16384});
+  for (int round = 0; round < kRounds; ++round) {
+    uint8_t samples[64];
+    const auto pattern = harness::kPatterns[random() % std::size(harness::kPatterns)];
+    harness::FillPattern(samples, 64, pattern, random);
+    uint16_t words[64];
+    std::transform(samples, samples + 64, words,
+                   [](uint8_t s) { return static_cast<uint16_t>(s + 1920); });
+    int16_t got[64];
+    ASSERT_EQ(zepiDCTQuantFwd8x8LS_JPEG_16u16s_C1R(words, 16, got, table), zepStatusOk);
+    const auto exact = ExactCoefficients(samples);
+    for (size_t i = 0; i < 64; ++i) ASSERT_NEAR(got[i], exact[i] / 2, 0.5001) << i;
+  }
+}
+
 TEST(Dct, TwelveBitsRoundTrip) {
   Random random(harness::Seed());
   uint8_t raw[64];
