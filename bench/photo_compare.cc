@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Whole photographs: the JPEG example beside libjpeg, one core, the same files in the same run.
-//   photo_compare [--rounds N] FILE.jpg...
+//   photo_compare [--rounds N] [--precise-dct] FILE.jpg...
 // Decoding is that of the file; encoding is that of its picture at quality 90, 4:2:0. Both sides use
 // accurate transforms. PSNR: of the encoded picture, decoded by libjpeg, against what was encoded.
 #include <algorithm>
@@ -145,7 +145,7 @@ void Require(const jpeg::Status& status) {
   if (!status.ok()) throw std::runtime_error(status.text());
 }
 
-Row Compare(const std::string& path, int rounds) {
+Row Compare(const std::string& path, int rounds, const jpeg::EncodeOptions& options) {
   const Bytes file = ReadFile(path);
   jpeg::Image image;
   jpeg::Image theirs;
@@ -159,7 +159,7 @@ Row Compare(const std::string& path, int rounds) {
       Require(jpeg::Decode(file.data(), file.size(), jpeg::DecodeOptions(), &image, &info));
     });
     decode[1].Time([&] { RivalDecode(file.data(), file.size(), &theirs); });
-    encode[0].Time([&] { Require(jpeg::Encode(image, jpeg::EncodeOptions(), &our_file)); });
+    encode[0].Time([&] { Require(jpeg::Encode(image, options, &our_file)); });
     encode[1].Time([&] { RivalEncode(image, &their_file); });
   }
   Row row;
@@ -191,6 +191,7 @@ void Print(const Row& row) {
 
 int main(int argc, char** argv) {
   int rounds = 5;
+  jpeg::EncodeOptions options;
   Row all;
   all.name = "all (sums; mean PSNR)";
   zepSetNumThreads(1);
@@ -205,8 +206,12 @@ int main(int argc, char** argv) {
       rounds = std::max(1, std::atoi(argv[++i]));
       continue;
     }
+    if (std::strcmp(argv[i], "--precise-dct") == 0) {
+      options.precise_dct = true;
+      continue;
+    }
     try {
-      const Row row = Compare(argv[i], rounds);
+      const Row row = Compare(argv[i], rounds, options);
       Print(row);
       ++count;
       all.megapixels += row.megapixels;

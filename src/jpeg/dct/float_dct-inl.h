@@ -28,6 +28,7 @@ constexpr int kParts = static_cast<int>(8 / hn::MaxLanes(DFloat()));
 
 // Columns side by side: rows 0 to 7 of each part of the columns.
 struct FloatBlock {
+  static constexpr int kPartCount = kParts;
   VFloat part[kParts][8];
 };
 
@@ -52,7 +53,7 @@ HWY_INLINE void Transpose(VWords (&rows)[8]) {
 template <class Block>
 HWY_INLINE void GetQuarter(const Block& in, int half, int i, VFloat (&rows)[4]) {
   for (int y = 0; y < 4; ++y) {
-    if constexpr (sizeof(in.part) / sizeof(in.part[0]) == 2) {
+    if constexpr (Block::kPartCount == 2) {
       rows[y] = in.part[half][4 * i + y];
     } else {
       const VFloat low = in.part[0][y];
