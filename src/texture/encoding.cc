@@ -312,7 +312,7 @@ void Encode(const uint8_t* src, ptrdiff_t step, uint8_t* dst, size_t count) {
   for (; i + kBlocks + Format::kMore <= count; i += kBlocks) {
     Format::Step(src + i * kWidth, step, dst + i * Layout::kBlock);
   }
-  if (i == count) return;
+  if (i == count || kBlocks + Format::kMore == 1) return;  // a step of one block leaves none
   if (Format::kMore == 0 && count >= kBlocks) {
     const size_t last = count - kBlocks;
     Format::Step(src + last * kWidth, step, dst + last * Layout::kBlock);
