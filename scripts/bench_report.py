@@ -97,7 +97,8 @@ def main():
         f"Measured by `scripts/bench.sh` on {datetime.date.today()}: {processor()}, one core, g++, "
         "release build. Items (pixels, samples, blocks) a second; the ratio is to the rival in the "
         "same run. The rival is libjpeg-turbo's best kernel for this processor (AVX2 where it has "
-        "one) also in the columns of the older instruction sets. Rows without a rival have none that "
+        "one) also in the columns of the older instruction sets; for textures stb_dxt (encoding) and "
+        "libsquish (decoding). Rows without a rival have none that "
         "does the same work.", ""]
     for bench, rows in read(results).items():
         title = bench.replace("_bench", "").replace("_", " ")
