@@ -9,6 +9,7 @@
 
 #include "frame/checks.h"
 #include "jpeg/huffman/bit_reader.h"
+#include "jpeg/huffman/elements.h"
 #include "jpeg/huffman/magnitude.h"
 #include "jpeg/huffman/quick_reader.h"
 #include "jpeg/zigzag.h"
@@ -36,16 +37,6 @@ struct RunAndCategory {
   bool IsEnd() const { return category == 0 && run < 15; }
 };
 inline RunAndCategory Split(uint32_t symbol) { return {(symbol >> 4) & 15, symbol & 15}; }
-
-inline int32_t LoadCoefficient(const int16_t* from) {
-  int16_t value;
-  std::memcpy(&value, from, sizeof(value));
-  return value;
-}
-inline void StoreCoefficient(int32_t value, int16_t* to) {
-  const auto low = static_cast<uint16_t>(value);
-  std::memcpy(to, &low, sizeof(low));
-}
 
 // The natural position of each zigzag index; a run that leads out of the block ends at its last one.
 struct NaturalOrLast {

@@ -10,6 +10,7 @@
 
 #include "frame/checks.h"
 #include "jpeg/huffman/bit_writer.h"
+#include "jpeg/huffman/elements.h"
 #include "jpeg/huffman/magnitude.h"
 #include "jpeg/zigzag.h"
 #include "simd/dispatch.h"
@@ -95,10 +96,6 @@ class Collector {
   }
 
  private:
-  static HWY_INLINE bool HasFf(uint64_t bytes) {
-    return (bytes & ~(bytes + 0x0101010101010101U) & 0x8080808080808080U) != 0;
-  }
-
   HWY_INLINE void StoreAll(uint64_t bytes) {
     if (HWY_UNLIKELY(HasFf(bytes))) {
       to_ = StoreStuffed(bytes, 8, to_);
@@ -136,12 +133,6 @@ HWY_INLINE bool PutValue(uint64_t entry, int64_t value, uint32_t category, Colle
   const uint64_t extra = ExtraBits(value) & ((uint64_t{1} << category) - 1);
   to->Put(code << category | extra, static_cast<int>(length + category));
   return true;
-}
-
-inline int32_t LoadCoefficient(const int16_t* from) {
-  int16_t value;
-  std::memcpy(&value, from, sizeof(value));
-  return value;
 }
 
 // The difference to the DC of the block before, whose place this block's takes.

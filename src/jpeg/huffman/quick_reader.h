@@ -12,6 +12,7 @@
 
 #include "hwy/base.h"
 #include "jpeg/huffman/bit_reader.h"
+#include "jpeg/huffman/elements.h"
 #include "jpeg/huffman/magnitude.h"
 
 namespace zepjp {
@@ -29,9 +30,6 @@ inline uint64_t LoadBigEndian64(const uint8_t* from) {
   uint64_t value;
   __builtin_memcpy(&value, from, sizeof(value));
   return __builtin_bswap64(value);
-}
-inline bool HasFf(uint64_t bytes) {
-  return (bytes & ~(bytes + 0x0101010101010101U) & 0x8080808080808080U) != 0;
 }
 
 // Data bytes as they lie in a source, those of the state first. There is no FF among them: it ends them.
