@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Decoding of DXT1, DXT3, DXT5, BC4 and BC5 blocks. A block's palette fills 16 bytes, or eight, and
 // byte shuffles by its indexes make the pixels.
+#include <type_traits>
+
 #include "frame/checks.h"
 #include "simd/dispatch.h"
 #include "texture/blocks.h"
@@ -33,60 +35,160 @@ namespace zepjp {
 namespace HWY_NAMESPACE {
 namespace {
 
-// The four colours of each block, R G B and 0, from c0 and c1 in its bytes kAt .. kAt + 3. In 16 bits: the
-// end points, then the two colours between them, of which DXT1 has only one where c0 <= c1.
-template <uint8_t kAt, bool kIsDxt1>
-HWY_INLINE V8 Palette(V8 blocks) {
+// Eight bytes from byte kAt (0 or 8) on, in both halves of each block.
+template <uint8_t kAt>
+HWY_INLINE V8 HalfTwice(V8 blocks) {
+  static_assert(kAt == 0 || kAt == 8, "one half or the other");
+  return kAt == 0 ? LowerHalves(blocks, blocks) : UpperHalves(blocks, blocks);
+}
+
+// The end points, c0 and c1 in the bytes kAt .. kAt + 3, as R G B A in 16 bits, with this alpha.
+#if HWY_TARGET == HWY_AVX3
+
+template <uint8_t kAt, uint16_t kAlpha>
+HWY_INLINE V16 EndColors(V8 blocks) {
+  // Where the field begins less what has to stand below it, and where its highest bits do.
+  static constexpr Bytes16 kField = {{8, 0, 3, 0, 61, 0, 0, 0, 24, 0, 19, 0, 13, 0, 0, 0}};
+  static constexpr Bytes16 kHighest = {{13, 0, 9, 0, 2, 0, 0, 0, 29, 0, 25, 0, 18, 0, 0, 0}};
+  static constexpr Words8 kKept = {{0xF8, 0xFC, 0xF8, 0, 0xF8, 0xFC, 0xF8, 0}};
+  static constexpr Words8 kNoColor = {{0, 0, 0, kAlpha, 0, 0, 0, kAlpha}};
+  constexpr __mmask64 kColorBytes = 0x1515151515151515;
+  const __m512i rest = Each(kNoColor).raw, from = HalfTwice<kAt>(blocks).raw;
+  const __m512i field =
+      _mm512_mask_multishift_epi64_epi8(rest, kColorBytes, Each(kField).raw, from);
+  const __m512i highest =
+      _mm512_mask_multishift_epi64_epi8(rest, kColorBytes, Each(kHighest).raw, from);
+  return V16{_mm512_ternarylogic_epi32(Each(kKept).raw, field, highest, 0xCA)};  // a ? b : c
+}
+
+// `three` where c0 <= c1.
+template <uint8_t kAt>
+HWY_INLINE V16 ThreeOrFour(V8 blocks, V16 three, V16 four) {
+  static constexpr Bytes16 kFirst = {{kAt, kAt + 1, 128, 128, kAt, kAt + 1, 128, 128, kAt, kAt + 1,
+                                      128, 128, kAt, kAt + 1, 128, 128}};
+  static constexpr Bytes16 kSecond = {{kAt + 2, kAt + 3, 128, 128, kAt + 2, kAt + 3, 128, 128,
+                                       kAt + 2, kAt + 3, 128, 128, kAt + 2, kAt + 3, 128, 128}};
+  const V8 c0 = hn::TableLookupBytesOr0(blocks, Each(kFirst));
+  const V8 c1 = hn::TableLookupBytesOr0(blocks, Each(kSecond));
+  return V16{_mm512_mask_mov_epi32(four.raw, _mm512_cmple_epu32_mask(c0.raw, c1.raw), three.raw)};
+}
+
+#else
+
+// Each colour in four words.
+template <uint8_t kAt>
+HWY_INLINE V16 ColorWords(V8 blocks) {
   static constexpr Bytes16 kColors = {{kAt, kAt + 1, kAt, kAt + 1, kAt, kAt + 1, kAt, kAt + 1,
                                        kAt + 2, kAt + 3, kAt + 2, kAt + 3, kAt + 2, kAt + 3,
                                        kAt + 2, kAt + 3}};
+  return AsWords(hn::TableLookupBytes(blocks, Each(kColors)));
+}
+
+template <uint8_t kAt, uint16_t kAlpha>
+HWY_INLINE V16 EndColors(V8 blocks) {
   static constexpr Words8 kFields = {{0xF800, 0x07E0, 0x001F, 0, 0xF800, 0x07E0, 0x001F, 0}};
   static constexpr Words8 kToTop = {{1, 1 << 5, 1 << 11, 0, 1, 1 << 5, 1 << 11, 0}};
-  static constexpr Words8 kRepeat = {{1 << 3, 1 << 2, 1 << 3, 0, 1 << 3, 1 << 2, 1 << 3, 0}};
-  const V16 colors = AsWords(hn::TableLookupBytes(blocks, Each(kColors)));
-  const V16 fields = hn::Mul(hn::And(colors, Each(kFields)), Each(kToTop));
-  const V16 ends = hn::Or(hn::ShiftRight<8>(fields), hn::MulHigh(fields, Each(kRepeat)));
-  const V16 swapped = AsWords(SwapHalves(AsBytes(ends)));
-  const V16 sums = hn::Add(ends, swapped);
+  // 2^3 + 2^-2 and 2^2 + 2^-4 of the field, which stands at the top.
+  static constexpr Words8 kWiden = {{264, 260, 264, 0, 264, 260, 264, 0}};
+  static constexpr Words8 kNoColor = {{0, 0, 0, kAlpha, 0, 0, 0, kAlpha}};
+  const V16 fields = hn::Mul(hn::And(ColorWords<kAt>(blocks), Each(kFields)), Each(kToTop));
+  const V16 ends = hn::MulHigh(fields, Each(kWiden));
+  return kAlpha == 0 ? ends : hn::Or(ends, Each(kNoColor));
+}
+
+template <uint8_t kAt>
+HWY_INLINE V16 ThreeOrFour(V8 blocks, V16 three, V16 four) {
+  const V16 colors = ColorWords<kAt>(blocks);
+  const V16 others = AsWords(SwapHalves(AsBytes(colors)));
+  const V16 not_above = hn::VecFromMask(
+      D16(), hn::Eq(hn::SaturatedSub(colors, others), hn::Zero(D16())));  // c0 <= c1, c1 <= c0
+  const V16 is_three = AsWords(LowerHalves(AsBytes(not_above), AsBytes(not_above)));
+  return hn::IfVecThenElse(is_three, three, four);
+}
+
+#endif
+
+// The four colours of each block from its eight bytes at kAt: the end points, then the two colours between
+// them; DXT1, which has alpha 255 and else 0, has only one of those and white where c0 <= c1.
+template <uint8_t kAt, bool kIsDxt1>
+HWY_INLINE V8 Palette(V8 blocks) {
+  constexpr uint16_t kAlpha = kIsDxt1 ? 255 : 0;
+  const V16 ends = EndColors<kAt, kAlpha>(blocks);
+  const V16 sums = hn::Add(ends, AsWords(SwapHalves(AsBytes(ends))));
   V16 between = hn::MulHigh(hn::Add(sums, ends), hn::Set(D16(), kThird));
   if constexpr (kIsDxt1) {
     static constexpr Words8 kWhite = {{0, 0, 0, 0, 255, 255, 255, 255}};
-    static constexpr Words8 kMiddle = {{0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0, 0, 0, 0}};
-    const V16 others = AsWords(SwapHalves(AsBytes(colors)));
-    const V16 not_above = hn::VecFromMask(
-        D16(), hn::Eq(hn::SaturatedSub(colors, others), hn::Zero(D16())));  // c0 <= c1, c1 <= c0
-    const V16 is_three = AsWords(LowerHalves(AsBytes(not_above), AsBytes(not_above)));
-    const V16 three = hn::Or(hn::And(hn::ShiftRight<1>(sums), Each(kMiddle)), Each(kWhite));
-    between = hn::IfVecThenElse(is_three, three, between);
+    const V16 three = hn::Or(hn::ShiftRight<1>(sums), Each(kWhite));
+    between = ThreeOrFour<kAt>(blocks, three, between);
   }
   return PackWords(ends, between);
 }
 
-// Four times the sixteen 2-bit indexes from byte kAt on.
-template <uint8_t kAt>
-HWY_INLINE V8 ColorIndexes(V8 blocks) {
-  static constexpr Bytes16 kBytes = {{kAt, kAt, kAt, kAt, kAt + 1, kAt + 1, kAt + 1, kAt + 1,
-                                      kAt + 2, kAt + 2, kAt + 2, kAt + 2, kAt + 3, kAt + 3, kAt + 3,
-                                      kAt + 3}};
-  static constexpr Bytes16 kBits = {{0x03, 0x0C, 0x30, 0xC0, 0x03, 0x0C, 0x30, 0xC0, 0x03, 0x0C,
-                                     0x30, 0xC0, 0x03, 0x0C, 0x30, 0xC0}};
-  // An index i comes as i or 4 i.
-  static constexpr Bytes16 kTimes4 = {{0, 4, 8, 12, 4, 0, 0, 0, 8, 0, 0, 0, 12, 0, 0, 0}};
-  const V8 bits = hn::And(hn::TableLookupBytes(blocks, Each(kBytes)), Each(kBits));
-  const V8 folded = hn::Or(bits, AsBytes(hn::ShiftRight<4>(AsWords(bits))));
-  return hn::TableLookupBytes(Each(kTimes4), hn::And(folded, hn::Set(D8(), 0x0F)));
+// Rows of pixels from palettes and the 2-bit indexes of the colours that lie from byte kAt on.
+constexpr Bytes16 kChannels = {{0, 1, 2, 3, 0, 1, 2, 3, 0, 1, 2, 3, 0, 1, 2, 3}};
+
+#if HWY_TARGET == HWY_AVX3
+
+// For each byte of row kRow where in the indexes the two bits of its pixel begin, two bits before which
+// is four times the index.
+template <int kRow>
+constexpr Bytes16 BitsOfRow() {
+  Bytes16 from = {};
+  for (int i = 0; i < 16; ++i) from.lane[i] = static_cast<uint8_t>(30 + 8 * kRow + i / 4 * 2);
+  return from;
 }
 
-// The pixels of row kRow of each block.
-template <uint8_t kRow>
-HWY_INLINE V8 ColorRow(V8 palette, V8 indexes) {
-  constexpr uint8_t k = 4 * kRow;
-  static constexpr Bytes16 kPixels = {{k, k, k, k, k + 1, k + 1, k + 1, k + 1, k + 2, k + 2, k + 2,
-                                       k + 2, k + 3, k + 3, k + 3, k + 3}};
-  static constexpr Bytes16 kChannels = {{0, 1, 2, 3, 0, 1, 2, 3, 0, 1, 2, 3, 0, 1, 2, 3}};
-  const V8 first = hn::TableLookupBytes(indexes, Each(kPixels));
-  return hn::TableLookupBytes(palette, hn::Or(first, Each(kChannels)));
-}
+template <uint8_t kAt>
+class ColorRows {
+ public:
+  HWY_INLINE ColorRows(V8 palette, V8 blocks)
+      : palette_(palette), colors_(HalfTwice<kAt>(blocks)) {}
+
+  template <int kRow>
+  HWY_INLINE V8 Row() const {
+    static constexpr Bytes16 kBits = BitsOfRow<kRow>();
+    const __m512i shifted = _mm512_multishift_epi64_epi8(Each(kBits).raw, colors_.raw);
+    const V8 place = {_mm512_ternarylogic_epi32(shifted, hn::Set(D8(), 12).raw, Each(kChannels).raw,
+                                                0xEA)};  // a & b | c
+    return hn::TableLookupBytes(palette_, place);
+  }
+
+ private:
+  V8 palette_, colors_;
+};
+
+#else
+
+template <uint8_t kAt>
+class ColorRows {
+ public:
+  HWY_INLINE ColorRows(V8 palette, V8 blocks) : palette_(palette) {
+    constexpr uint8_t k = kAt + 4;
+    static constexpr Bytes16 kBytes = {{k, k, k, k, k + 1, k + 1, k + 1, k + 1, k + 2, k + 2, k + 2,
+                                        k + 2, k + 3, k + 3, k + 3, k + 3}};
+    static constexpr Bytes16 kBits = {{0x03, 0x0C, 0x30, 0xC0, 0x03, 0x0C, 0x30, 0xC0, 0x03, 0x0C,
+                                       0x30, 0xC0, 0x03, 0x0C, 0x30, 0xC0}};
+    // An index i comes as i or 4 i.
+    static constexpr Bytes16 kTimes4 = {{0, 4, 8, 12, 4, 0, 0, 0, 8, 0, 0, 0, 12, 0, 0, 0}};
+    const V8 bits = hn::And(hn::TableLookupBytes(blocks, Each(kBytes)), Each(kBits));
+    const V8 folded = hn::Or(bits, AsBytes(hn::ShiftRight<4>(AsWords(bits))));
+    places_ = hn::TableLookupBytes(Each(kTimes4), hn::And(folded, hn::Set(D8(), 0x0F)));
+  }
+
+  template <int kRow>
+  HWY_INLINE V8 Row() const {
+    constexpr uint8_t k = 4 * kRow;
+    static constexpr Bytes16 kPixels = {{k, k, k, k, k + 1, k + 1, k + 1, k + 1, k + 2, k + 2,
+                                         k + 2, k + 2, k + 3, k + 3, k + 3, k + 3}};
+    const V8 first = hn::TableLookupBytes(places_, Each(kPixels));
+    return hn::TableLookupBytes(palette_, hn::Or(first, Each(kChannels)));
+  }
+
+ private:
+  V8 palette_, places_;
+};
+
+#endif
 
 // Of sixteen alpha values, those of row kRow, where the pixels have them.
 template <uint8_t kRow>
@@ -97,39 +199,53 @@ HWY_INLINE V8 AlphaRow(V8 alpha) {
   return hn::TableLookupBytesOr0(alpha, Each(kPixels));
 }
 
-// The sixteen values of a channel block in the lower half of each block: p[k] is a weighted mean of a0 and
-// a1 in sevenths, or, where a0 <= a1, in fifths, with 0 and 255 as p[6] and p[7].
-HWY_INLINE V8 Channel(V8 blocks) {
-  static constexpr Bytes16 kFirst = {
-      {0, 128, 0, 128, 0, 128, 0, 128, 0, 128, 0, 128, 0, 128, 0, 128}};
-  static constexpr Bytes16 kSecond = {
-      {1, 128, 1, 128, 1, 128, 1, 128, 1, 128, 1, 128, 1, 128, 1, 128}};
-  static constexpr Words8 kFirst7 = {{7, 0, 6, 5, 4, 3, 2, 1}};
-  static constexpr Words8 kFirst5 = {{5, 0, 4, 3, 2, 1, 0, 0}};
-  static constexpr Words8 kSecond7 = {{0, 7, 1, 2, 3, 4, 5, 6}};
-  static constexpr Words8 kSecond5 = {{0, 5, 1, 2, 3, 4, 0, 0}};
-  static constexpr Words8 kAdd5 = {{2, 2, 2, 2, 2, 2, 2, 5 * 255}};
-  const D16 d;
-  const V16 a0 = AsWords(hn::TableLookupBytesOr0(blocks, Each(kFirst)));
-  const V16 a1 = AsWords(hn::TableLookupBytesOr0(blocks, Each(kSecond)));
-  const V16 is_five = hn::VecFromMask(d, hn::Eq(hn::SaturatedSub(a0, a1), hn::Zero(d)));
-  const auto choose = [&](V16 five, V16 seven)
-                          ZEP_ATTR { return hn::IfVecThenElse(is_five, five, seven); };
-  const V16 sums = hn::Add(hn::Add(hn::Mul(a0, choose(Each(kFirst5), Each(kFirst7))),
-                                   hn::Mul(a1, choose(Each(kSecond5), Each(kSecond7)))),
-                           choose(Each(kAdd5), hn::Set(d, 3)));
-  const V16 values = hn::MulHigh(sums, choose(hn::Set(d, kFifth), hn::Set(d, kSeventh)));
-  const V8 palette = PackWords(values, values);
+// The sixteen 3-bit indexes of the channel block from byte kAt on.
+#if HWY_TARGET == HWY_AVX3
 
-  // Each 3-bit index to the top of its word.
-  static constexpr Bytes16 kLow = {{2, 3, 2, 3, 2, 3, 3, 4, 3, 4, 3, 4, 4, 5, 4, 5}};
-  static constexpr Bytes16 kHigh = {{5, 6, 5, 6, 5, 6, 6, 7, 6, 7, 6, 7, 7, 8, 7, 8}};
+template <uint8_t kAt>
+HWY_INLINE V8 ChannelIndexes(V8 blocks) {
+  static constexpr Bytes16 kBits = {
+      {16, 19, 22, 25, 28, 31, 34, 37, 40, 43, 46, 49, 52, 55, 58, 61}};
+  const V8 shifted = {_mm512_multishift_epi64_epi8(Each(kBits).raw, HalfTwice<kAt>(blocks).raw)};
+  return hn::And(shifted, hn::Set(D8(), 7));
+}
+
+#else
+
+template <uint8_t kAt>
+HWY_INLINE V8 ChannelIndexes(V8 blocks) {
+  constexpr uint8_t a = kAt + 2, b = kAt + 3, c = kAt + 4, d = kAt + 5, e = kAt + 6, f = kAt + 7;
+  static constexpr Bytes16 kLow = {{a, b, a, b, a, b, b, c, b, c, b, c, c, d, c, d}};
+  static constexpr Bytes16 kHigh = {{d, e, d, e, d, e, e, f, e, f, e, f, f, f, f, f}};
+  // Each index to the top of its word.
   static constexpr Words8 kToTop = {
       {1 << 13, 1 << 10, 1 << 7, 1 << 12, 1 << 9, 1 << 6, 1 << 11, 1 << 8}};
   const V16 low = hn::Mul(AsWords(hn::TableLookupBytes(blocks, Each(kLow))), Each(kToTop));
   const V16 high = hn::Mul(AsWords(hn::TableLookupBytes(blocks, Each(kHigh))), Each(kToTop));
-  return hn::TableLookupBytes(palette,
-                              PackWords(hn::ShiftRight<13>(low), hn::ShiftRight<13>(high)));
+  return PackWords(hn::ShiftRight<13>(low), hn::ShiftRight<13>(high));
+}
+
+#endif
+
+// The sixteen values of the channel block from byte kAt on: p[k] is a weighted mean of a0 and a1 in
+// sevenths, or, where a0 <= a1, in fifths, with 0 and 255 as p[6] and p[7].
+template <uint8_t kAt>
+HWY_INLINE V8 Channel(V8 blocks) {
+  constexpr uint8_t a = kAt, b = kAt + 1;
+  static constexpr Bytes16 kEnds = {{a, b, a, b, a, b, a, b, a, b, a, b, a, b, a, b}};
+  static constexpr Bytes16 kInSevenths = {{7, 0, 0, 7, 6, 1, 5, 2, 4, 3, 3, 4, 2, 5, 1, 6}};
+  static constexpr Bytes16 kInFifths = {{5, 0, 0, 5, 4, 1, 3, 2, 2, 3, 1, 4, 0, 0, 0, 0}};
+  static constexpr Words8 kAddFifths = {{2, 2, 2, 2, 2, 2, 2, 5 * 255}};
+  const D16 d;
+  const DI16 di;
+  const V8 ends = hn::TableLookupBytes(blocks, Each(kEnds));
+  const V16 sevenths = hn::Add(hn::BitCast(d, PairSums(ends, kInSevenths)), hn::Set(d, 3));
+  const V16 fifths = hn::Add(hn::BitCast(d, PairSums(ends, kInFifths)), Each(kAddFifths));
+  const V16 a0 = hn::And(AsWords(ends), hn::Set(d, 255)), a1 = hn::ShiftRight<8>(AsWords(ends));
+  const auto falls = hn::RebindMask(d, hn::Gt(hn::BitCast(di, a0), hn::BitCast(di, a1)));
+  const V16 values = hn::IfThenElse(falls, hn::MulHigh(sevenths, hn::Set(d, kSeventh)),
+                                    hn::MulHigh(fifths, hn::Set(d, kFifth)));
+  return hn::TableLookupBytes(PackWords(values, values), ChannelIndexes<kAt>(blocks));
 }
 
 // Sixteen 4-bit values in the lower half of each block, times 16.
@@ -149,13 +265,11 @@ struct DecodeDxt1 {
 
   static HWY_INLINE void Step(const uint8_t* src, uint8_t* dst, ptrdiff_t step) {
     const V8 blocks = LoadLowerHalves(src);
-    const V8 opaque = hn::BitCast(D8(), hn::Set(D32(), 0xFF000000));
-    const V8 palette = hn::Or(Palette<0, true>(blocks), opaque);
-    const V8 indexes = ColorIndexes<4>(blocks);
-    StoreRow(ColorRow<0>(palette, indexes), dst, step, 0);
-    StoreRow(ColorRow<1>(palette, indexes), dst, step, 1);
-    StoreRow(ColorRow<2>(palette, indexes), dst, step, 2);
-    StoreRow(ColorRow<3>(palette, indexes), dst, step, 3);
+    const ColorRows<0> rows(Palette<0, true>(blocks), blocks);
+    StoreRow(rows.Row<0>(), dst, step, 0);
+    StoreRow(rows.Row<1>(), dst, step, 1);
+    StoreRow(rows.Row<2>(), dst, step, 2);
+    StoreRow(rows.Row<3>(), dst, step, 3);
   }
 };
 
@@ -166,46 +280,42 @@ struct DecodeDxt {
 
   static HWY_INLINE void Step(const uint8_t* src, uint8_t* dst, ptrdiff_t step) {
     const V8 blocks = hn::LoadU(D8(), src);
-    const V8 alpha = kIsDxt5 ? Channel(blocks) : Nibbles(blocks);
-    const V8 palette = Palette<8, false>(blocks);
-    const V8 indexes = ColorIndexes<12>(blocks);
-    StoreRow(hn::Or(ColorRow<0>(palette, indexes), AlphaRow<0>(alpha)), dst, step, 0);
-    StoreRow(hn::Or(ColorRow<1>(palette, indexes), AlphaRow<1>(alpha)), dst, step, 1);
-    StoreRow(hn::Or(ColorRow<2>(palette, indexes), AlphaRow<2>(alpha)), dst, step, 2);
-    StoreRow(hn::Or(ColorRow<3>(palette, indexes), AlphaRow<3>(alpha)), dst, step, 3);
+    const V8 alpha = kIsDxt5 ? Channel<0>(blocks) : Nibbles(blocks);
+    const ColorRows<8> rows(Palette<8, false>(blocks), blocks);
+    StoreRow(hn::Or(rows.Row<0>(), AlphaRow<0>(alpha)), dst, step, 0);
+    StoreRow(hn::Or(rows.Row<1>(), AlphaRow<1>(alpha)), dst, step, 1);
+    StoreRow(hn::Or(rows.Row<2>(), AlphaRow<2>(alpha)), dst, step, 2);
+    StoreRow(hn::Or(rows.Row<3>(), AlphaRow<3>(alpha)), dst, step, 3);
   }
 };
 
-// Each 128-bit block of the registers takes four blocks that follow one another, so that its rows do.
-struct DecodeBc4 {
-  using Layout = Bc4;
-  static constexpr size_t kBlocks = 4 * kRegisterBlocks;
+// Two channel blocks of each 16 bytes: BC4 has them side by side, four pixels of one and then four of
+// the other; BC5 has R and G in turn. Eight bytes of both together are a row.
+template <class TLayout>
+struct DecodeBc {
+  using Layout = TLayout;
+  static constexpr size_t kBlocks = 32 / Layout::kBlock * kRegisterBlocks;
+  using Lane = std::conditional_t<Layout::kPixel == 1, uint32_t, uint8_t>;
 
-  static HWY_INLINE void Step(const uint8_t* src, uint8_t* dst, ptrdiff_t step) {
-    const V8 pair01 = LoadBlocks<32>(D8(), src);
-    const V8 pair23 = LoadBlocks<32>(D8(), src + 16);
-    const Four rows = TransposeDwords({{Channel(pair01), Channel(SwapHalves(pair01)),
-                                        Channel(pair23), Channel(SwapHalves(pair23))}});
-    for (int y = 0; y < 4; ++y) StoreRow(rows.part[y], dst, step, y);
+  struct RowPairs {
+    V64 rows01, rows23;
+  };
+  static HWY_INLINE RowPairs DecodeBoth(const uint8_t* src) {
+    const hn::Repartition<Lane, D8> d;
+    const V8 blocks = hn::LoadU(D8(), src);
+    const auto first = hn::BitCast(d, Channel<0>(blocks));
+    const auto second = hn::BitCast(d, Channel<8>(blocks));
+    return {hn::BitCast(D64(), hn::InterleaveLower(d, first, second)),
+            hn::BitCast(D64(), hn::InterleaveUpper(d, first, second))};
   }
-};
-
-struct DecodeBc5 {
-  using Layout = Bc5;
-  static constexpr size_t kBlocks = 2 * kRegisterBlocks;
 
   static HWY_INLINE void Step(const uint8_t* src, uint8_t* dst, ptrdiff_t step) {
-    const D8 d;
-    const V8 first = LoadBlocks<32>(d, src);
-    const V8 second = LoadBlocks<32>(d, src + 16);
-    const V8 r0 = Channel(first), g0 = Channel(SwapHalves(first));
-    const V8 r1 = Channel(second), g1 = Channel(SwapHalves(second));
-    const V8 top0 = hn::InterleaveLower(d, r0, g0), bottom0 = hn::InterleaveUpper(d, r0, g0);
-    const V8 top1 = hn::InterleaveLower(d, r1, g1), bottom1 = hn::InterleaveUpper(d, r1, g1);
-    StoreRow(LowerHalves(top0, top1), dst, step, 0);
-    StoreRow(UpperHalves(top0, top1), dst, step, 1);
-    StoreRow(LowerHalves(bottom0, bottom1), dst, step, 2);
-    StoreRow(UpperHalves(bottom0, bottom1), dst, step, 3);
+    const D64 d;
+    const RowPairs a = DecodeBoth(src), b = DecodeBoth(src + 16 * kRegisterBlocks);
+    StoreRow(hn::BitCast(D8(), hn::ConcatEven(d, b.rows01, a.rows01)), dst, step, 0);
+    StoreRow(hn::BitCast(D8(), hn::ConcatOdd(d, b.rows01, a.rows01)), dst, step, 1);
+    StoreRow(hn::BitCast(D8(), hn::ConcatEven(d, b.rows23, a.rows23)), dst, step, 2);
+    StoreRow(hn::BitCast(D8(), hn::ConcatOdd(d, b.rows23, a.rows23)), dst, step, 3);
   }
 };
 
@@ -234,7 +344,7 @@ void Decode(const uint8_t* src, uint8_t* dst, ptrdiff_t step, size_t count) {
 }
 
 constexpr Kernels kKernels = {Decode<DecodeDxt1>, Decode<DecodeDxt<false>>, Decode<DecodeDxt<true>>,
-                              Decode<DecodeBc4>, Decode<DecodeBc5>};
+                              Decode<DecodeBc<Bc4>>, Decode<DecodeBc<Bc5>>};
 
 }  // namespace
 }  // namespace HWY_NAMESPACE

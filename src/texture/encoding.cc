@@ -34,110 +34,147 @@ namespace zepjp {
 namespace HWY_NAMESPACE {
 namespace {
 
-// The bounds of channels, drawn in by a sixteenth of what lies between them.
-struct Bounds {
-  V8 low, high;
-};
-HWY_INLINE Bounds DrawnIn(V8 low, V8 high) {
-  const V8 range = hn::Sub(high, low);
-  const V8 inset = hn::And(AsBytes(hn::ShiftRight<4>(AsWords(range))), hn::Set(D8(), 0x0F));
-  return {hn::SaturatedAdd(low, inset), hn::SaturatedSub(high, inset)};
-}
-
 // Four rows of four pixels each; the fourth byte of a pixel is alpha.
 using Rows = Four;
 
-// Of the four channels, in each pixel.
-HWY_INLINE Bounds BoundsOf(const Rows& rows) {
-  const auto across = [&](auto combine) ZEP_ATTR {
-    const V8 column =
-        combine(combine(rows.part[0], rows.part[1]), combine(rows.part[2], rows.part[3]));
-    const V8 pair = combine(column, SwapHalves(column));
-    return combine(pair, hn::BitCast(D8(), hn::Shuffle2301(hn::BitCast(D32(), pair))));
-  };
-  const V8 low = across([](V8 a, V8 b) ZEP_ATTR { return hn::Min(a, b); });
-  const V8 high = across([](V8 a, V8 b) ZEP_ATTR { return hn::Max(a, b); });
-  return DrawnIn(low, high);
+constexpr Bytes16 kLowerHalfNot = {
+    {0, 0, 0, 0, 0, 0, 0, 0, 255, 255, 255, 255, 255, 255, 255, 255}};
+
+// The bounds of each channel, drawn in by a sixteenth of what lies between them, in 16 bits: the
+// upper ones in the lower half of each block, the lower ones in the upper half.
+HWY_INLINE V16 EndsOf(const Rows& rows) {
+  static constexpr Bytes16 kWiden = {
+      {0, 128, 1, 128, 2, 128, 3, 128, 8, 128, 9, 128, 10, 128, 11, 128}};
+  static constexpr Words8 kInwards = {{1, 1, 1, 1, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF}};
+  const V8 low = hn::Min(hn::Min(rows.part[0], rows.part[1]), hn::Min(rows.part[2], rows.part[3]));
+  const V8 high = hn::Max(hn::Max(rows.part[0], rows.part[1]), hn::Max(rows.part[2], rows.part[3]));
+  // Both at once: the smallest value is the complement of the largest complement.
+  const V8 not_low = hn::Not(low);
+  const V8 pairs = hn::Max(LowerHalves(high, not_low), UpperHalves(high, not_low));
+  const V8 largest = hn::Max(pairs, hn::BitCast(D8(), hn::Shuffle2301(hn::BitCast(D32(), pairs))));
+  const V8 bounds = hn::Xor(largest, Each(kLowerHalfNot));
+  const V16 wide = AsWords(hn::TableLookupBytesOr0(bounds, Each(kWiden)));
+  const V16 other = AsWords(SwapHalves(AsBytes(wide)));
+  const V16 range = hn::BitCast(D16(), hn::Abs(hn::BitCast(DI16(), hn::Sub(wide, other))));
+  return hn::Sub(wide, hn::Mul(hn::ShiftRight<4>(range), Each(kInwards)));
 }
 
-// Red and blue cut to 5 bits, green to 6, and back to 8; no alpha.
-HWY_INLINE V8 Quantized(V8 colors) {
-  const auto dword = [](uint32_t v) ZEP_ATTR { return hn::BitCast(D8(), hn::Set(D32(), v)); };
-  const V16 words = AsWords(colors);
-  const V8 high = hn::And(colors, dword(0x00F8FCF8));
-  const V8 red_blue = hn::And(AsBytes(hn::ShiftRight<5>(words)), dword(0x00070007));
-  const V8 green = hn::And(AsBytes(hn::ShiftRight<6>(words)), dword(0x00000300));
-  return hn::Or(high, hn::Or(red_blue, green));
+// Red and blue cut to 5 bits, green to 6; no alpha.
+HWY_INLINE V16 CutEnds(V16 ends) {
+  static constexpr Words8 kKept = {{0xF8, 0xFC, 0xF8, 0, 0xF8, 0xFC, 0xF8, 0}};
+  return hn::And(ends, Each(kKept));
 }
 
-// (2 a + b) / 3 of pixels that are all the same.
-HWY_INLINE V8 TwoThirds(V8 a, V8 b) {
-  const D8 d;
-  const V16 wide_a = AsWords(hn::InterleaveLower(d, a, hn::Zero(d)));
-  const V16 wide_b = AsWords(hn::InterleaveLower(d, b, hn::Zero(d)));
-  const V16 sum = hn::Add(hn::Add(wide_a, wide_a), wide_b);
-  const V16 third = hn::MulHigh(sum, hn::Set(D16(), kThird));
-  return PackWords(third, third);
+// c0 and c1 in the first four bytes of each block, zeros behind. A cut channel v takes its place p in
+// bits as v * 2^(p - 5) (green: 2^(p - 4)), all 8-fold, so that blue does too.
+HWY_INLINE V8 EndWords(V16 cut) {
+  static constexpr Words8 kPlaces = {{1 << 11, 1 << 6, 1, 0, 1 << 11, 1 << 6, 1, 0}};
+  static constexpr Bytes16 kTwoOf8 = {
+      {0, 1, 8, 9, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128}};
+  const V64 sums = hn::BitCast(D64(), DotAcc(hn::Zero(DI32()), hn::BitCast(DI16(), cut),
+                                             hn::BitCast(DI16(), Each(kPlaces))));
+  const V32 words = hn::BitCast(D32(), hn::Add(sums, hn::ShiftRight<32>(sums)));
+  return hn::TableLookupBytesOr0(hn::BitCast(D8(), hn::ShiftRight<3>(words)), Each(kTwoOf8));
 }
 
-// |R - r| + |G - g| + |B - b| of the eight pixels of two rows.
-HWY_INLINE VI16 Distances(V8 row0, V8 row1, V8 color) {
-  const DI32 d;
-  const auto distance = [&](V8 row) ZEP_ATTR {
-    const V8 difference = hn::Sub(hn::Max(row, color), hn::Min(row, color));
-    return DotAcc(hn::Zero(d), PairDot<1, 1>(difference), hn::Set(DI16(), 1));
-  };
-  return PackBlocks(distance(row0), distance(row1));
+// The decoder's four colours, R G B 0 in the dwords of each block.
+HWY_INLINE V8 PaletteOf(V16 cut) {
+  static constexpr Words8 kRepeat = {{1 << 11, 1 << 10, 1 << 11, 0, 1 << 11, 1 << 10, 1 << 11, 0}};
+  const V16 ends = hn::Or(cut, hn::MulHigh(cut, Each(kRepeat)));
+  const V16 sum = hn::Add(hn::Add(ends, ends), AsWords(SwapHalves(AsBytes(ends))));
+  return PackWords(ends, hn::MulHigh(sum, hn::Set(D16(), kThird)));
 }
 
-struct Colors {
-  V8 p[4];
+// |R - r| + |G - g| + |B - b| of the eight pixels of two rows to colour k, the pixels of the rows in
+// turn.
+#if HWY_TARGET == HWY_AVX3
+
+// Sums of four absolute differences: 16-bit lane j of eight bytes compares its pixel (of the four
+// bytes where it lies) with a repeated colour from its byte j on, so the pixel is rotated by j bytes.
+constexpr Bytes16 RotatedPixels(int row) {
+  Bytes16 from = {};
+  for (int i = 0; i < 16; ++i) {
+    const int channel = (i + i / 4 % 2 * 2 + row) % 4;
+    from.lane[i] = static_cast<uint8_t>(channel == 3 ? 128 : i / 4 * 4 + channel);
+  }
+  return from;
+}
+
+class TwoRows {
+ public:
+  HWY_INLINE TwoRows(V8 row0, V8 row1)
+      : even_(hn::TableLookupBytesOr0(row0, Each(kEven))),
+        odd_(hn::TableLookupBytesOr0(row1, Each(kOdd))) {}
+
+  template <int k>
+  HWY_INLINE VI16 DistancesTo(V8 palette) const {
+    const __m512i even = _mm512_dbsad_epu8(even_.raw, palette.raw, k * 0x55);
+    return VI16{_mm512_mask_dbsad_epu8(even, 0xAAAAAAAA, odd_.raw, palette.raw, k * 0x55)};
+  }
+
+ private:
+  static constexpr Bytes16 kEven = RotatedPixels(0), kOdd = RotatedPixels(1);
+  V8 even_, odd_;
 };
 
-// Indexes of eight pixels: of colours on one line, p[0] and p[1] its ends, the nearest.
-HWY_INLINE V16 NearestOf8(V8 row0, V8 row1, const Colors& colors) {
+#else
+
+class TwoRows {
+ public:
+  HWY_INLINE TwoRows(V8 row0, V8 row1) {
+    static constexpr Bytes16 kApart = {
+        {0, 1, 4, 5, 8, 9, 12, 13, 2, 128, 6, 128, 10, 128, 14, 128}};
+    const V16 first = AsWords(hn::TableLookupBytesOr0(row0, Each(kApart)));
+    const V16 second = AsWords(hn::TableLookupBytesOr0(row1, Each(kApart)));
+    red_green_ = AsBytes(hn::InterleaveLower(D16(), first, second));
+    blue_ = hn::BitCast(DI16(), hn::InterleaveUpper(D16(), first, second));
+  }
+
+  template <uint8_t k>
+  HWY_INLINE VI16 DistancesTo(V8 palette) const {
+    constexpr uint8_t r = 4 * k, g = r + 1, b = r + 2;
+    static constexpr Bytes16 kRedGreen = {{r, g, r, g, r, g, r, g, r, g, r, g, r, g, r, g}};
+    static constexpr Bytes16 kBlue = {
+        {b, 128, b, 128, b, 128, b, 128, b, 128, b, 128, b, 128, b, 128}};
+    const V8 red_green = hn::TableLookupBytes(palette, Each(kRedGreen));
+    const VI16 blue = hn::BitCast(DI16(), hn::TableLookupBytesOr0(palette, Each(kBlue)));
+    const V8 difference = hn::Sub(hn::Max(red_green_, red_green), hn::Min(red_green_, red_green));
+    return hn::Add(PairDot<1, 1>(difference), hn::Abs(hn::Sub(blue_, blue)));
+  }
+
+ private:
+  V8 red_green_;
+  VI16 blue_;
+};
+
+#endif
+
+// Indexes of eight pixels: of colours on one line, the first two its ends, the nearest. With d the
+// distances, bit 0 is d0 > d3 and d2 > d3; bit 1 is (d1 > d2 and d0 > d2) or (d0 > d3 and d1 > d3).
+HWY_INLINE V16 NearestOf8(V8 row0, V8 row1, V8 palette) {
   const DI16 d;
-  VI16 distance[4];
-  for (int k = 0; k < 4; ++k) distance[k] = Distances(row0, row1, colors.p[k]);
-  const auto above = [&](int i, int k)
-                         ZEP_ATTR { return hn::VecFromMask(d, hn::Gt(distance[i], distance[k])); };
-  const VI16 is_03 = above(0, 3);
-  const VI16 bit0 = hn::And(is_03, above(2, 3));
-  const VI16 bit1 = hn::Or(hn::And(above(1, 2), above(0, 2)), hn::And(is_03, above(1, 3)));
+  const TwoRows rows(row0, row1);
+  const VI16 d0 = rows.DistancesTo<0>(palette), d1 = rows.DistancesTo<1>(palette);
+  const VI16 d2 = rows.DistancesTo<2>(palette), d3 = rows.DistancesTo<3>(palette);
+  const VI16 bit0 = hn::VecFromMask(d, hn::Gt(hn::Min(d0, d2), d3));
+  const VI16 bit1 = hn::VecFromMask(d, hn::Gt(hn::Min(d0, d1), hn::Min(d2, d3)));
   return hn::BitCast(D16(), hn::Or(hn::And(bit0, hn::Set(d, 1)), hn::And(bit1, hn::Set(d, 2))));
 }
 
 // c0, c1 and the indexes, in the lower half of each block.
-HWY_INLINE V8 ColorBlock(const Rows& rows, const Bounds& bounds) {
-  const D32 d32;
-  const V8 no_alpha = hn::BitCast(D8(), hn::Set(d32, 0x00FFFFFF));
-  Colors colors;
-  colors.p[0] = Quantized(bounds.high);
-  colors.p[1] = Quantized(bounds.low);
-  colors.p[2] = TwoThirds(colors.p[0], colors.p[1]);
-  colors.p[3] = TwoThirds(colors.p[1], colors.p[0]);
-  V8 opaque[4];
-  for (int y = 0; y < 4; ++y) opaque[y] = hn::And(rows.part[y], no_alpha);
-  const V8 indexes =
-      PackWords(NearestOf8(opaque[0], opaque[1], colors), NearestOf8(opaque[2], opaque[3], colors));
+HWY_INLINE V8 ColorBlock(const Rows& rows, V16 ends) {
+  static constexpr Bytes16 kRowByRow = {{0, 2, 4, 6, 1, 3, 5, 7, 8, 10, 12, 14, 9, 11, 13, 15}};
+  static constexpr Bytes16 kFirstOf4 = {
+      {128, 128, 128, 128, 0, 4, 8, 12, 128, 128, 128, 128, 128, 128, 128, 128}};
+  const V16 cut = CutEnds(ends);
+  const V8 palette = PaletteOf(cut);
+  const V8 in_turn = PackWords(NearestOf8(rows.part[0], rows.part[1], palette),
+                               NearestOf8(rows.part[2], rows.part[3], palette));
+  const V8 indexes = hn::TableLookupBytes(in_turn, Each(kRowByRow));
   // i0 + 4 i1, then + 16 (i2 + 4 i3): a byte for each row.
   const VI32 bytes = DotAcc(hn::Zero(DI32()), PairDot<1, 4>(indexes),
-                            hn::BitCast(DI16(), hn::Set(d32, 16 << 16 | 1)));
-  static constexpr Bytes16 kFirstOf4 = {
-      {0, 4, 8, 12, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128}};
-  const V8 index_word = hn::TableLookupBytesOr0(hn::BitCast(D8(), bytes), Each(kFirstOf4));
-
-  const V32 ends =
-      hn::InterleaveLower(d32, hn::BitCast(d32, bounds.high), hn::BitCast(d32, bounds.low));
-  const V32 red = hn::ShiftLeft<8>(hn::And(ends, hn::Set(d32, 0xF8)));
-  const V32 green = hn::And(hn::ShiftRight<5>(ends), hn::Set(d32, 0x07E0));
-  const V32 blue = hn::And(hn::ShiftRight<19>(ends), hn::Set(d32, 0x1F));
-  const V8 c0_c1 = hn::BitCast(D8(), hn::Or(red, hn::Or(green, blue)));
-  static constexpr Bytes16 kTwoOf4 = {
-      {0, 1, 4, 5, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128, 128}};
-  const V8 end_word = hn::TableLookupBytesOr0(c0_c1, Each(kTwoOf4));
-  return hn::BitCast(
-      D8(), hn::InterleaveLower(d32, hn::BitCast(d32, end_word), hn::BitCast(d32, index_word)));
+                            hn::BitCast(DI16(), hn::Set(D32(), 16 << 16 | 1)));
+  return hn::Or(EndWords(cut), hn::TableLookupBytesOr0(hn::BitCast(D8(), bytes), Each(kFirstOf4)));
 }
 
 // The sixteen alpha values.
@@ -157,55 +194,32 @@ HWY_INLINE V8 NibbleBlock(V8 values) {
   return PackWords(hn::Or(even, odd), hn::Zero(D16()));
 }
 
-// Of sixteen values, in each byte. The lower half of a register looks for the smallest value, the upper
-// half for the smallest complement.
-HWY_INLINE Bounds BoundsOfChannel(V8 values) {
-  static constexpr Bytes16 kSwapDwords = {{4, 5, 6, 7, 0, 1, 2, 3, 12, 13, 14, 15, 8, 9, 10, 11}};
-  static constexpr Bytes16 kSwapWords = {{2, 3, 0, 1, 6, 7, 4, 5, 10, 11, 8, 9, 14, 15, 12, 13}};
-  static constexpr Bytes16 kLowest = {{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}};
-  static constexpr Bytes16 kLowestNext = {{1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1}};
-  static constexpr Bytes16 kUpper = {{8, 8, 8, 8, 8, 8, 8, 8, 8, 8, 8, 8, 8, 8, 8, 8}};
-  static constexpr Bytes16 kUpperNext = {{9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9, 9}};
-  const V8 ones = hn::Set(D8(), 255);
-  const V8 low = hn::Min(values, SwapHalves(values));
-  const V8 high = hn::Max(values, SwapHalves(values));
-  V8 both = LowerHalves(low, hn::Xor(high, ones));
-  both = hn::Min(both, hn::TableLookupBytes(both, Each(kSwapDwords)));
-  both = hn::Min(both, hn::TableLookupBytes(both, Each(kSwapWords)));
-  const V8 lowest = hn::Min(hn::TableLookupBytes(both, Each(kLowest)),
-                            hn::TableLookupBytes(both, Each(kLowestNext)));
-  const V8 highest = hn::Min(hn::TableLookupBytes(both, Each(kUpper)),
-                             hn::TableLookupBytes(both, Each(kUpperNext)));
-  return DrawnIn(lowest, hn::Xor(highest, ones));
-}
-
 // How many of the seven thresholds between the end points are not below each value. In 16 bits and lane
 // j - 1, threshold j is (7 - j + 1) / 7 of the way from low to high (the first one is low), plus a bias.
-HWY_INLINE V8 CountThresholds(V8 values, const Bounds& bounds) {
-  static constexpr Words8 kHigh = {{0, 6, 5, 4, 3, 2, 1, 0}};
-  static constexpr Words8 kLow = {{7, 1, 2, 3, 4, 5, 6, 7}};
+HWY_INLINE V8 CountThresholds(V8 values, V8 ends) {
+  static constexpr Bytes16 kSevenths = {{0, 7, 6, 1, 5, 2, 4, 3, 3, 4, 2, 5, 1, 6, 0, 7}};
+  static constexpr Bytes16 kRange = {
+      {1, 255, 1, 255, 1, 255, 1, 255, 1, 255, 1, 255, 1, 255, 1, 255}};  // high - low
   const D8 d8;
   const D16 d;
-  const V16 low = AsWords(hn::InterleaveLower(d8, bounds.low, hn::Zero(d8)));
-  const V16 high = AsWords(hn::InterleaveLower(d8, bounds.high, hn::Zero(d8)));
-  const V16 bias = hn::MulHigh(hn::Sub(high, low), hn::Set(d, kFourteenth));
-  const V16 sums = hn::Add(hn::Mul(high, Each(kHigh)), hn::Mul(low, Each(kLow)));
-  const V16 words = hn::Add(hn::MulHigh(sums, hn::Set(d, kSeventh)), bias);
-  const V8 thresholds = PackWords(words, words);
+  const V16 sums = hn::BitCast(d, PairSums(ends, kSevenths));
+  const V16 range = hn::BitCast(d, PairSums(ends, kRange));
+  const V16 bias = hn::MulHigh(range, hn::Set(d, kFourteenth));
+  const V8 thresholds = AsBytes(hn::Add(hn::MulHigh(sums, hn::Set(d, kSeventh)), bias));
   V8 count = hn::Zero(d8);
   for (uint8_t j = 0; j < 7; ++j) {
-    const V8 threshold = hn::TableLookupBytes(thresholds, hn::Set(d8, j));
+    const V8 threshold = hn::TableLookupBytes(thresholds, hn::Set(d8, static_cast<uint8_t>(2 * j)));
     const auto is_below = hn::Eq(hn::Max(values, threshold), threshold);
     count = hn::Sub(count, hn::VecFromMask(d8, is_below));  // + 1
   }
   return count;
 }
 
-// A channel's end points and indexes, in the lower half of each block.
-HWY_INLINE V8 ChannelBlock(V8 values) {
+// The end points, which come as high and low in turn, and the indexes of a channel's sixteen values, in
+// the lower half of each block.
+HWY_INLINE V8 ChannelBlock(V8 values, V8 ends) {
   static constexpr Bytes16 kIndexOfCount = {{0, 2, 3, 4, 5, 6, 7, 1, 0, 0, 0, 0, 0, 0, 0, 0}};
-  const Bounds bounds = BoundsOfChannel(values);
-  const V8 indexes = hn::TableLookupBytes(Each(kIndexOfCount), CountThresholds(values, bounds));
+  const V8 indexes = hn::TableLookupBytes(Each(kIndexOfCount), CountThresholds(values, ends));
   // Two indexes in 6 bits, four in 12, eight in 24.
   const VI32 fours = DotAcc(hn::Zero(DI32()), PairDot<1, 8>(indexes),
                             hn::BitCast(DI16(), hn::Set(D32(), 64 << 16 | 1)));
@@ -213,10 +227,41 @@ HWY_INLINE V8 ChannelBlock(V8 values) {
   const V8 eights = hn::BitCast(D8(), hn::Or(pairs, hn::ShiftRight<20>(pairs)));
   static constexpr Bytes16 kThreeOf8 = {
       {128, 128, 0, 1, 2, 8, 9, 10, 128, 128, 128, 128, 128, 128, 128, 128}};
-  static constexpr Bytes16 kFirst = {{255}};
-  static constexpr Bytes16 kSecond = {{0, 255}};
-  const V8 ends = hn::Or(hn::And(bounds.high, Each(kFirst)), hn::And(bounds.low, Each(kSecond)));
-  return hn::Or(ends, hn::TableLookupBytesOr0(eights, Each(kThreeOf8)));
+  static constexpr Bytes16 kFirstTwo = {{255, 255}};
+  return hn::Or(hn::And(ends, Each(kFirstTwo)), hn::TableLookupBytesOr0(eights, Each(kThreeOf8)));
+}
+
+// The end points of four channels, one of which fills a dword of each row: high and low in turn.
+HWY_INLINE V32 EndsOfFour(const Rows& rows) {
+  const auto across = [&](auto combine) ZEP_ATTR {
+    const D32 d;
+    const V32 column = hn::BitCast(
+        d, combine(combine(rows.part[0], rows.part[1]), combine(rows.part[2], rows.part[3])));
+    const V8 halves = combine(hn::BitCast(D8(), hn::ShiftRight<16>(column)),
+                              hn::BitCast(D8(), column));  // in the lower two bytes
+    const V8 one = combine(AsBytes(hn::ShiftRight<8>(AsWords(halves))), halves);
+    static constexpr Bytes16 kFirstOf4 = {{0, 0, 0, 0, 4, 4, 4, 4, 8, 8, 8, 8, 12, 12, 12, 12}};
+    return hn::TableLookupBytes(one, Each(kFirstOf4));
+  };
+  const V8 low = across([](V8 a, V8 b) ZEP_ATTR { return hn::Min(a, b); });
+  const V8 high = across([](V8 a, V8 b) ZEP_ATTR { return hn::Max(a, b); });
+  const V8 sixteenth = AsBytes(hn::ShiftRight<4>(AsWords(hn::Sub(high, low))));
+  const V8 inset = hn::And(sixteenth, hn::Set(D8(), 0x0F));
+  const V8 is_high = AsBytes(hn::Set(D16(), 0x00FF));
+  return hn::BitCast(D32(), hn::Or(hn::And(is_high, hn::Sub(high, inset)),
+                                   hn::AndNot(is_high, hn::Add(low, inset))));
+}
+
+// Rows of four channels next to one another, four values of each, to blocks.
+HWY_INLINE void StoreChannels(const Rows& rows, uint8_t* dst) {
+  const V32 ends = EndsOfFour(rows);
+  const Four channels = TransposeDwords(rows);
+  const V8 first = ChannelBlock(channels.part[0], hn::BitCast(D8(), hn::Broadcast<0>(ends)));
+  const V8 second = ChannelBlock(channels.part[1], hn::BitCast(D8(), hn::Broadcast<1>(ends)));
+  StoreBlocks<32>(LowerHalves(first, second), D8(), dst);
+  const V8 third = ChannelBlock(channels.part[2], hn::BitCast(D8(), hn::Broadcast<2>(ends)));
+  const V8 fourth = ChannelBlock(channels.part[3], hn::BitCast(D8(), hn::Broadcast<3>(ends)));
+  StoreBlocks<32>(LowerHalves(third, fourth), D8(), dst + 16);
 }
 
 HWY_INLINE Rows LoadRows(const uint8_t* src, ptrdiff_t step) {
@@ -232,15 +277,20 @@ struct EncodeDxt1 {
 
   static HWY_INLINE void Step(const uint8_t* src, ptrdiff_t step, uint8_t* dst) {
     const Rows rows = LoadRows(src, step);
-    StoreLowerHalves(ColorBlock(rows, BoundsOf(rows)), dst);
+    StoreLowerHalves(ColorBlock(rows, EndsOf(rows)), dst);
   }
 };
 
 template <bool kIsDxt5>
 HWY_INLINE void StoreDxt(const Rows& rows, uint8_t* dst) {
-  const V8 color = ColorBlock(rows, BoundsOf(rows));
-  const V8 alpha = kIsDxt5 ? ChannelBlock(AlphaOf(rows)) : NibbleBlock(AlphaOf(rows));
-  hn::StoreU(LowerHalves(alpha, color), D8(), dst);
+  static constexpr Bytes16 kAlphaEnds = {{6, 14, 6, 14, 6, 14, 6, 14, 6, 14, 6, 14, 6, 14, 6, 14}};
+  const V16 ends = EndsOf(rows);
+  const V8 color = ColorBlock(rows, ends);
+  const V8 alpha = AlphaOf(rows);
+  const V8 alpha_block =
+      kIsDxt5 ? ChannelBlock(alpha, hn::TableLookupBytes(AsBytes(ends), Each(kAlphaEnds)))
+              : NibbleBlock(alpha);
+  hn::StoreU(LowerHalves(alpha_block, color), D8(), dst);
 }
 
 template <bool kIsDxt5>
@@ -277,11 +327,7 @@ struct EncodeBc4 {
   static constexpr size_t kMore = 0;
 
   static HWY_INLINE void Step(const uint8_t* src, ptrdiff_t step, uint8_t* dst) {
-    const Four blocks = TransposeDwords(LoadRows(src, step));
-    StoreBlocks<32>(LowerHalves(ChannelBlock(blocks.part[0]), ChannelBlock(blocks.part[1])), D8(),
-                    dst);
-    StoreBlocks<32>(LowerHalves(ChannelBlock(blocks.part[2]), ChannelBlock(blocks.part[3])), D8(),
-                    dst + 16);
+    StoreChannels(LoadRows(src, step), dst);
   }
 };
 
@@ -291,14 +337,10 @@ struct EncodeBc5 {
   static constexpr size_t kMore = 0;
 
   static HWY_INLINE void Step(const uint8_t* src, ptrdiff_t step, uint8_t* dst) {
-    static constexpr Bytes16 kApart = {{0, 2, 4, 6, 8, 10, 12, 14, 1, 3, 5, 7, 9, 11, 13, 15}};
+    static constexpr Bytes16 kApart = {{0, 2, 4, 6, 1, 3, 5, 7, 8, 10, 12, 14, 9, 11, 13, 15}};
     Rows rows = LoadRows(src, step);
     for (V8& row : rows.part) row = hn::TableLookupBytes(row, Each(kApart));
-    const Four channels = TransposeDwords(rows);  // R and R of the next block, then G and G
-    StoreBlocks<32>(LowerHalves(ChannelBlock(channels.part[0]), ChannelBlock(channels.part[2])),
-                    D8(), dst);
-    StoreBlocks<32>(LowerHalves(ChannelBlock(channels.part[1]), ChannelBlock(channels.part[3])),
-                    D8(), dst + 16);
+    StoreChannels(rows, dst);  // R, G, and those of the next block
   }
 };
 

@@ -59,6 +59,25 @@ HWY_INLINE V8 UpperHalves(V8 low, V8 high) {
                      hn::InterleaveUpper(D64(), hn::BitCast(D64(), low), hn::BitCast(D64(), high)));
 }
 
+// a[2i] * weights[2i] + a[2i+1] * weights[2i+1] in 16 bits; the weights are signed, and small.
+HWY_INLINE VI16 PairSums(V8 a, const Bytes16& weights) {
+  const V8 w = Each(weights);
+#  if HWY_TARGET == HWY_NEON
+  const V16 pairs = AsWords(a);
+  const VI16 both = hn::BitCast(DI16(), w);
+  const VI16 even = hn::BitCast(DI16(), hn::And(pairs, hn::Set(D16(), 255)));
+  const VI16 odd = hn::BitCast(DI16(), hn::ShiftRight<8>(pairs));
+  return hn::Add(hn::Mul(even, hn::ShiftRight<8>(hn::ShiftLeft<8>(both))),
+                 hn::Mul(odd, hn::ShiftRight<8>(both)));
+#  elif HWY_TARGET <= HWY_AVX3
+  return VI16{_mm512_maddubs_epi16(a.raw, w.raw)};
+#  elif HWY_TARGET <= HWY_AVX2
+  return VI16{_mm256_maddubs_epi16(a.raw, w.raw)};
+#  else
+  return VI16{_mm_maddubs_epi16(a.raw, w.raw)};
+#  endif
+}
+
 // Floor(x / 3), / 5, / 7 and / 14 as the upper half of a product; right for all x that occur here.
 constexpr uint16_t kThird = 21846, kFifth = 13108, kSeventh = 9363, kFourteenth = 4682;
 

@@ -125,6 +125,71 @@ TEST(TextureDecoding, AnyColors) {
   }
 }
 
+// A colour of 16 bits as R G B 255, one byte after another.
+uint32_t Widened(uint32_t color) {
+  const uint32_t r = color >> 11, g = color >> 5 & 63, b = color & 31;
+  return (r << 3 | r >> 2) | (g << 2 | g >> 4) << 8 | (b << 3 | b >> 2) << 16 | 255U << 24;
+}
+
+// c0 with every c1: the four colours of each.
+class PalettesOf {
+ public:
+  PalettesOf() : ends_(65536), between_(2 * 4 * 65536), palettes_(4 * 65536) {
+    for (uint32_t c1 = 0; c1 < 65536; ++c1) ends_[c1] = Widened(c1);
+  }
+
+  const std::vector<uint32_t>& For(uint32_t c0) {
+    const uint32_t color = ends_[c0];
+    for (uint32_t channel = 0; channel < 4; ++channel) {
+      const uint32_t shift = 8 * channel;
+      Mix(color >> shift & 255, shift, &between_[channel * 65536],
+          &between_[(4 + channel) * 65536]);
+    }
+    for (uint32_t c1 = 0; c1 < 65536; ++c1) {
+      uint32_t* palette = &palettes_[size_t{4} * c1];
+      palette[0] = color;
+      palette[1] = ends_[c1];
+      palette[2] =
+          c0 > c1 ? Joined(c1) : (color & ends_[c1]) + ((color ^ ends_[c1]) >> 1 & 0x7F7F7F7F);
+      palette[3] = c0 > c1 ? Joined(4 * 65536 + c1) : 0xFFFFFFFF;
+    }
+    return palettes_;
+  }
+
+ private:
+  void Mix(uint32_t e0, uint32_t shift, uint8_t* third, uint8_t* two_thirds) const {
+    for (size_t i = 0; i < 65536; ++i) {
+      const uint32_t e1 = ends_[i] >> shift & 255;
+      third[i] = static_cast<uint8_t>((2 * e0 + e1) / 3);
+      two_thirds[i] = static_cast<uint8_t>((e0 + 2 * e1) / 3);
+    }
+  }
+  uint32_t Joined(size_t i) const {
+    return uint32_t{between_[i]} | uint32_t{between_[i + 65536]} << 8 |
+           uint32_t{between_[i + 2 * 65536]} << 16 | uint32_t{between_[i + 3 * 65536]} << 24;
+  }
+
+  std::vector<uint32_t> ends_;
+  Bytes between_;
+  std::vector<uint32_t> palettes_;
+};
+
+// All 2^32 pairs of colours, or all of some c0, with all indexes: the first row of each block.
+TEST(TextureDecoding, AllColors_Exhaustive) {
+  Bytes blocks(size_t{8} * 65536);
+  std::vector<uint32_t> got(4 * 65536);
+  PalettesOf palettes;
+  Random random(harness::Seed());
+  for (uint32_t c0 = 0; c0 < 65536;) {
+    for (uint32_t c1 = 0; c1 < 65536; ++c1) StoreColors(c0 | c1 << 16, &blocks[size_t{8} * c1]);
+    ASSERT_EQ(kDxt1.call(blocks.data(), reinterpret_cast<uint8_t*>(got.data()), 16 * 65536,
+                         {4 * 65536, 1}),
+              zepStatusOk);
+    ASSERT_TRUE(got == palettes.For(c0)) << "c0 " << c0 << " seed " << harness::Seed();
+    c0 += harness::Exhaustive() ? 1 : 1 + static_cast<uint32_t>(random() % 8192);
+  }
+}
+
 TEST(TextureDecoding, ChannelPalettes_Exhaustive) {
   for (const Format& format : {kDxt5, kBc4, kBc5}) {
     ExpectPalettes(format, 1 << 16, 1, [&](uint32_t pair, uint8_t* block) {

@@ -31,9 +31,10 @@ const Format kBc4 = TEXTURE_FORMAT(zepiTextureEncodeBlock_BC4_8u_C1R, 1, 8);
 const Format kBc5 = TEXTURE_FORMAT(zepiTextureEncodeBlockFromRG_BC5_8u_C2C1R, 2, 16);
 const Format kFormats[] = {kDxt1, kDxt3, kDxt5, kYCoCg, kBc4, kBc5};
 
-enum class Content { kRandom, kFlat, kTwoValues, kOneChannel, kGradient, kExtreme };
+enum class Content { kRandom, kFlat, kTwoValues, kOneChannel, kGradient, kExtreme, kNear };
 constexpr Content kContents[] = {Content::kRandom,     Content::kFlat,     Content::kTwoValues,
-                                 Content::kOneChannel, Content::kGradient, Content::kExtreme};
+                                 Content::kOneChannel, Content::kGradient, Content::kExtreme,
+                                 Content::kNear};
 
 uint8_t Value(Content content, int x, int y, int channel, uint32_t key, Random& random) {
   const uint32_t own = key >> (4 * channel);
@@ -45,6 +46,7 @@ uint8_t Value(Content content, int x, int y, int channel, uint32_t key, Random& 
     case Content::kGradient:
       return static_cast<uint8_t>(static_cast<int>(own % 100) + (x * 3 + y * 5) * (1 + channel));
     case Content::kExtreme: return random() % 2 ? 255 : 0;
+    case Content::kNear: return static_cast<uint8_t>(own % 200 + random() % (1 + own % 50));
   }
   return static_cast<uint8_t>(random());
 }
@@ -133,6 +135,36 @@ TEST(TextureEncoding, ChannelValues_Exhaustive) {
     Bytes want(Blocks(size) * 8);
     reference::zepiTextureEncodeBlock_BC4_8u_C1R(pixels.data(), 4, size, want.data());
     ASSERT_EQ(Encode(kBc4, pixels, size), want) << "low " << low;
+  }
+}
+
+// The same for each channel of colours beside flat ones, where distances are often equal.
+TEST(TextureEncoding, ColorValues_Exhaustive) {
+  const int stride = harness::Exhaustive() ? 1 : 29;
+  for (const Format& format : {kDxt1, kDxt5, kYCoCg}) {
+    for (int i = 0; i < format.pixel_bytes * 256; i += stride) {
+      const int varied = i / 256, low = i % 256;
+      Bytes pixels;
+      const auto add = [&](int value) {
+        for (int channel = 0; channel < format.pixel_bytes; ++channel) {
+          const bool is_flat = channel != varied;
+          pixels.push_back(static_cast<uint8_t>(is_flat ? 70 * channel + 9 : value));
+        }
+      };
+      for (int high = low; high < 256; high += stride) {
+        for (int value = low; value <= high; value += 14) {
+          add(low);
+          add(high);
+          for (int k = 0; k < 14; ++k) add(std::min(value + k, high));
+        }
+      }
+      const int32_t width = 4 * format.pixel_bytes;
+      const zepiSize size = {4, static_cast<int32_t>(pixels.size()) / width};
+      Bytes want(Blocks(size) * static_cast<size_t>(format.block_bytes));
+      format.model(pixels.data(), width, size, want.data());
+      ASSERT_EQ(Encode(format, pixels, size), want)
+          << format.name << " channel " << varied << " low " << low;
+    }
   }
 }
 
