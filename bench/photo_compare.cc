@@ -36,7 +36,7 @@ void SetErrors(Info* info, jpeg_error_mgr* errors) {
 }
 
 // The peer, in the form that costs it least: rows straight into the picture, many at a time.
-void RivalDecode(const uint8_t* file, size_t size, jpeg::Image* image) {
+void RivalDecode(const uint8_t* file, size_t size, common::Image* image) {
   jpeg_decompress_struct info;
   jpeg_error_mgr errors;
   SetErrors(&info, &errors);
@@ -46,7 +46,8 @@ void RivalDecode(const uint8_t* file, size_t size, jpeg::Image* image) {
   info.out_color_space = info.num_components == 1 ? JCS_GRAYSCALE : JCS_RGB;
   info.dct_method = JDCT_ISLOW;
   jpeg_start_decompress(&info);
-  const auto layout = info.num_components == 1 ? jpeg::PixelLayout::kGrey : jpeg::PixelLayout::kRgb;
+  const auto layout =
+      info.num_components == 1 ? common::PixelLayout::kGrey : common::PixelLayout::kRgb;
   if (!image->Resize(static_cast<int>(info.output_width), static_cast<int>(info.output_height),
                      layout)) {
     std::abort();
@@ -63,7 +64,7 @@ void RivalDecode(const uint8_t* file, size_t size, jpeg::Image* image) {
 }
 
 // Memory that is large enough is handed over, as it is kept from round to round on our side.
-void RivalEncode(const jpeg::Image& image, jpeg::ByteBuffer* file) {
+void RivalEncode(const common::Image& image, common::ByteBuffer* file) {
   jpeg_compress_struct info;
   jpeg_error_mgr errors;
   SetErrors(&info, &errors);
@@ -90,7 +91,7 @@ void RivalEncode(const jpeg::Image& image, jpeg::ByteBuffer* file) {
   if (!file->Resize(size)) std::abort();
 }
 
-double Psnr(const jpeg::Image& a, const jpeg::Image& b) {
+double Psnr(const common::Image& a, const common::Image& b) {
   uint64_t sum = 0;
   for (size_t i = 0; i < a.SizeInBytes(); ++i) {
     const int distance = a.Row(0)[i] - b.Row(0)[i];
@@ -141,17 +142,17 @@ Bytes ReadFile(const std::string& path) {
   return bytes;
 }
 
-void Require(const jpeg::Status& status) {
+void Require(const common::Status& status) {
   if (!status.ok()) throw std::runtime_error(status.text());
 }
 
 Row Compare(const std::string& path, int rounds, const jpeg::EncodeOptions& options) {
   const Bytes file = ReadFile(path);
-  jpeg::Image image;
-  jpeg::Image theirs;
+  common::Image image;
+  common::Image theirs;
   jpeg::FileInfo info;
-  jpeg::ByteBuffer our_file;
-  jpeg::ByteBuffer their_file;
+  common::ByteBuffer our_file;
+  common::ByteBuffer their_file;
   Best decode[2];
   Best encode[2];
   for (int round = 0; round < rounds; ++round) {

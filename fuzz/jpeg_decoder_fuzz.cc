@@ -15,13 +15,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   jpeg::DecodeOptions options;
   options.max_pixels = 1 << 20;  // more costs time and finds nothing new
   jpeg::FileInfo info;
-  jpeg::Status status;
+  common::Status status;
   if (choice == 4) {
     std::vector<jpeg::ComponentSamples> components;
     status = jpeg::DecodeComponents(file.data(), file.size(), options, &components, &info);
     if (status.ok() && components.empty()) std::abort();
   } else {
-    jpeg::Image image;
+    common::Image image;
     options.scale = 1 << choice;
     status = jpeg::Decode(file.data(), file.size(), options, &image, &info);
     if (status.ok() && image.SizeInBytes() == 0) std::abort();

@@ -11,13 +11,12 @@
 #include <cstdint>
 #include <vector>
 
+#include "jpeg/common.h"
 #include "jpeg/frame.h"
-#include "jpeg/image.h"
 #include "jpeg/messages.h"
 #include "jpeg/metadata.h"
 #include "jpeg/picture_writer.h"
 #include "jpeg/stage_clock.h"
-#include "jpeg/status.h"
 
 namespace jpeg {
 

@@ -26,6 +26,7 @@ Status CheckArguments(const Image& image, const EncodeOptions& options) {
     return Status::Error("a JPEG file holds 1 to 65535 pixels on a side, not " +
                          std::to_string(image.width()) + " x " + std::to_string(image.height()));
   }
+  if (HasAlpha(image.layout())) return Status::Error("a JPEG file holds no transparent pixels");
   if (options.quality < 1 || options.quality > 100) {
     return Status::Error("the quality must lie in 1 to 100");
   }

@@ -6,11 +6,9 @@
 #ifndef ZEPJP_EXAMPLES_JPEG_ENCODER_H_
 #define ZEPJP_EXAMPLES_JPEG_ENCODER_H_
 
-#include "jpeg/byte_buffer.h"
-#include "jpeg/image.h"
+#include "jpeg/common.h"
 #include "jpeg/metadata.h"
 #include "jpeg/stage_clock.h"
-#include "jpeg/status.h"
 
 namespace jpeg {
 

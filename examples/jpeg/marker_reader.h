@@ -6,10 +6,10 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "jpeg/common.h"
 #include "jpeg/frame.h"
 #include "jpeg/messages.h"
 #include "jpeg/metadata.h"
-#include "jpeg/status.h"
 
 namespace jpeg {
 

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "jpeg/image.h"
+#include "jpeg/common.h"
 #include "jpeg/upsampler.h"
 
 namespace jpeg {

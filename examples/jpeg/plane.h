@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "jpeg/byte_buffer.h"
+#include "jpeg/common.h"
 #include "jpeg/geometry.h"
 
 namespace jpeg {

@@ -6,11 +6,10 @@
 #include <cstdint>
 #include <vector>
 
-#include "jpeg/byte_buffer.h"
+#include "jpeg/common.h"
 #include "jpeg/encoder.h"
 #include "jpeg/geometry.h"
 #include "jpeg/stage_clock.h"
-#include "jpeg/status.h"
 #include "jpeg/strip_maker.h"
 #include "zepjp.h"
 

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "jpeg/byte_buffer.h"
+#include "jpeg/common.h"
 #include "jpeg/frame.h"
 #include "jpeg/metadata.h"
 #include "jpeg/standard_tables.h"

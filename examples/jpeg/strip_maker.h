@@ -6,10 +6,9 @@
 #include <cstdint>
 #include <vector>
 
-#include "jpeg/byte_buffer.h"
+#include "jpeg/common.h"
 #include "jpeg/encoder.h"
 #include "jpeg/geometry.h"
-#include "jpeg/image.h"
 
 namespace jpeg {
 

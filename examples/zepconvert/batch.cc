@@ -11,6 +11,7 @@
 #include "zepconvert/console.h"
 #include "zepconvert/file_io.h"
 #include "zepconvert/picture.h"
+#include "zepconvert/report.h"
 #include "zepcore.h"
 
 namespace zepconvert {
@@ -87,7 +88,7 @@ class Batch {
       try {
         ConvertOne(result);
       } catch (const std::bad_alloc&) {
-        result->status = jpeg::Status::NoMemory();
+        result->status = common::Status::NoMemory();
       }
       Report(*result);
       console_.Step();
@@ -96,22 +97,28 @@ class Batch {
 
   void ConvertOne(Result* result) {
     const auto start = std::chrono::steady_clock::now();
-    jpeg::ByteBuffer input;
+    common::ByteBuffer input;
     result->status = ReadFile(result->job.input, &input);
     if (!result->status.ok()) return;
     result->seconds[kReadFile] =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     const Budget::Share share(&budget_, EstimateMemory(input));
-    Convert(settings_, input, !settings_.report_directory.empty(), result);
+    const auto number = static_cast<size_t>(result - results_.data());
+    Convert(settings_, input,
+            settings_.report_directory.empty()
+                ? ""
+                : ErrorPicturePath(settings_.report_directory, number),
+            result);
   }
 
-  // Picture and output file; a header that cannot be believed is refused later.
-  int64_t EstimateMemory(const jpeg::ByteBuffer& input) const {
+  // Picture, what it is made into on the way, output file; a header that cannot be believed is refused
+  // later.
+  int64_t EstimateMemory(const common::ByteBuffer& input) const {
     const Dimensions size = ReadDimensions(input.data(), input.size());
     if (size.width < 1 || size.height < 1 || size.width > settings_.max_pixels / size.height) {
       return 0;
     }
-    return size.width * size.height * 6 + static_cast<int64_t>(input.size());
+    return size.width * size.height * 12 + static_cast<int64_t>(input.size());
   }
 
   void Report(const Result& result) {

@@ -2,11 +2,11 @@
 #include "zepconvert/conversion.h"
 
 #include <chrono>
-#include <cmath>
 #include <limits>
 #include <numeric>
 #include <utility>
 
+#include "dds/codec.h"
 #include "jpeg/decoder.h"
 #include "zepconvert/file_io.h"
 #include "zepconvert/picture.h"
@@ -16,6 +16,7 @@
 namespace zepconvert {
 namespace {
 
+using common::PixelLayout;
 using Clock = std::chrono::steady_clock;
 
 // Adds the time of its life to a stage.
@@ -31,15 +32,15 @@ class Timer {
   Clock::time_point start_;
 };
 
-jpeg::Status LoadJpeg(const Settings& settings, const jpeg::ByteBuffer& input, Picture* picture,
-                      Result* result) {
+common::Status LoadJpeg(const Settings& settings, const common::ByteBuffer& input, Picture* picture,
+                        Result* result) {
   jpeg::StageTimes times;
   jpeg::DecodeOptions options;
   options.scale = settings.scale;
   options.max_pixels = settings.max_pixels;
   options.times = &times;
   jpeg::FileInfo info;
-  jpeg::Status status = jpeg::Decode(input.data(), input.size(), options, &picture->image, &info);
+  common::Status status = jpeg::Decode(input.data(), input.size(), options, &picture->image, &info);
   result->seconds[kHuffmanDecode] = times.huffman;
   result->seconds[kInverseDct] = times.dct;
   result->seconds[kColorDecode] = times.color;
@@ -53,46 +54,110 @@ jpeg::Status LoadJpeg(const Settings& settings, const jpeg::ByteBuffer& input, P
   return status;
 }
 
-jpeg::Status Load(const Settings& settings, const jpeg::ByteBuffer& input, Picture* picture,
-                  Result* result) {
+common::Status LoadDds(const Settings& settings, const common::ByteBuffer& input,
+                       Picture* picture) {
+  dds::Header header;
+  common::Status status =
+      dds::Decode(input.data(), input.size(), settings.max_pixels, 0, &picture->image, &header);
+  if (header.pictures > 1) {
+    picture->notes.push_back("the first of " + std::to_string(header.pictures) +
+                             " pictures was taken");
+  }
+  return status;
+}
+
+common::Status LoadAny(const Settings& settings, const common::ByteBuffer& input, Picture* picture,
+                       Result* result) {
   const Format format = FormatOfBytes(input.data(), input.size());
   if (format == Format::kJpeg) return LoadJpeg(settings, input, picture, result);
   if (format == Format::kUnknown) {
-    return jpeg::Status::Error("neither a JPEG nor a PNG nor a binary PGM or PPM file");
+    return common::Status::Error("neither a JPEG nor a PNG nor a binary PGM or PPM nor a DDS file");
   }
   if (settings.scale != 1) {
-    return jpeg::Status::Error("only JPEG files can be reduced (--scale)");
+    return common::Status::Error("only JPEG files can be reduced (--scale)");
   }
-  const Timer timer(&result->seconds[kDecodeOther]);
+  const Timer timer(&result->seconds[format == Format::kDds ? kTextureDecode : kDecodeOther]);
+  if (format == Format::kDds) return LoadDds(settings, input, picture);
   const auto read = format == Format::kPng ? ReadPng : ReadPnm;
   return read(input.data(), input.size(), settings.max_pixels, picture);
 }
 
+common::Status Load(const Settings& settings, const common::ByteBuffer& input, Picture* picture,
+                    Result* result) {
+  common::Status status = LoadAny(settings, input, picture, result);
+  if (!status.ok() || !HasAlpha(picture->image.layout()) || !IsOpaque(picture->image))
+    return status;
+  common::Image opaque;
+  status = ChangeLayout(picture->image,
+                        picture->image.channels() == 2 ? PixelLayout::kGrey : PixelLayout::kRgb,
+                        &opaque);
+  picture->image = std::move(opaque);
+  return status;
+}
+
+dds::EncodeOptions TextureOptions(const Settings& settings, const common::Image& image) {
+  dds::EncodeOptions options = settings.texture;
+  if (!settings.has_texture_format && HasAlpha(image.layout())) {
+    options.format = dds::BlockFormat::kBc3;
+  }
+  return options;
+}
+
+// What the output can have of this picture.
+PixelLayout LayoutFor(const Settings& settings, Format format, const common::Image& image) {
+  const PixelLayout before = image.layout();
+  bool is_grey = settings.grey || format == Format::kPgm || ChannelCount(before) <= 2;
+  bool has_alpha = HasAlpha(before) && format == Format::kPng;
+  if (format == Format::kDds) {
+    const dds::EncodeOptions options = TextureOptions(settings, image);
+    if (options.format == dds::BlockFormat::kBc4) is_grey = true;
+    if (options.format == dds::BlockFormat::kBc5) return PixelLayout::kRgb;
+    // BC1 has none, though its pixels have room for it.
+    has_alpha = HasAlpha(before) && options.format != dds::BlockFormat::kBc1 &&
+                HasAlpha(dds::LayoutOf(options.format, options.is_ycocg));
+  }
+  if (is_grey) return has_alpha ? PixelLayout::kGreyAlpha : PixelLayout::kGrey;
+  if (before == PixelLayout::kCmyk && format == Format::kJpeg) return before;
+  return has_alpha ? PixelLayout::kRgba : PixelLayout::kRgb;
+}
+
+common::Status Relayout(PixelLayout layout, common::Image* image) {
+  if (layout == image->layout()) return common::Status();
+  common::Image changed;
+  common::Status status = ChangeLayout(*image, layout, &changed);
+  *image = std::move(changed);
+  return status;
+}
+
 // Brings the picture into a form that the output can have.
-jpeg::Status Adjust(const Settings& settings, Format format, Picture* picture) {
-  const jpeg::PixelLayout before = picture->image.layout();
-  const bool to_grey =
-      (settings.grey || format == Format::kPgm) && before != jpeg::PixelLayout::kGrey;
-  const bool to_rgb = !to_grey && before == jpeg::PixelLayout::kCmyk && format != Format::kJpeg;
-  jpeg::Image changed;
-  jpeg::Status status;
-  if (to_grey) status = ToGrey(picture->image, &changed);
-  if (to_rgb) status = CmykToRgb(picture->image, &changed);
+common::Status Adjust(const Settings& settings, Format format, Picture* picture) {
+  const PixelLayout before = picture->image.layout();
+  const PixelLayout after = LayoutFor(settings, format, picture->image);
+  common::Status status = Relayout(after, &picture->image);
   if (!status.ok()) return status;
-  if (to_grey || to_rgb) {
-    picture->image = std::move(changed);
-    // A profile for colours says nothing about grey, one for inks nothing about RGB.
+  if (format == Format::kDds && settings.texture.format == dds::BlockFormat::kBc5) {
+    for (size_t i = 2; i < picture->image.SizeInBytes(); i += 3) picture->image.Row(0)[i] = 0;
+    picture->notes.emplace_back("BC5 holds red and green only");
+  }
+  if (before == PixelLayout::kCmyk && after == PixelLayout::kRgb) {
+    picture->notes.emplace_back("CMYK was converted to RGB without its profile");
+  }
+  if (HasAlpha(before) && !HasAlpha(after)) {
+    picture->notes.emplace_back("transparent parts were laid over white");
+  }
+  // A profile for colours says nothing about grey, one for inks nothing about RGB.
+  if (ChannelCount(before) > 2 && (ChannelCount(after) <= 2 || before == PixelLayout::kCmyk) &&
+      after != before) {
     jpeg::RemoveIccProfile(&picture->metadata);
   }
-  if (to_rgb) picture->notes.emplace_back("CMYK was converted to RGB without its profile");
   // Its offsets point at what stood behind the picture.
   jpeg::RemoveMultiPictureIndex(&picture->metadata);
   if (!settings.keep_metadata) picture->metadata.segments.clear();
   return status;
 }
 
-jpeg::Status SaveJpeg(const Settings& settings, const Picture& picture, jpeg::ByteBuffer* output,
-                      Result* result) {
+common::Status SaveJpeg(const Settings& settings, const Picture& picture,
+                        common::ByteBuffer* output, Result* result) {
   jpeg::StageTimes times;
   jpeg::EncodeOptions options;
   options.quality = settings.quality;
@@ -101,7 +166,7 @@ jpeg::Status SaveJpeg(const Settings& settings, const Picture& picture, jpeg::By
   options.precise_dct = settings.precise_dct;
   options.metadata = picture.metadata;
   options.times = &times;
-  jpeg::Status status = jpeg::Encode(picture.image, options, output);
+  common::Status status = jpeg::Encode(picture.image, options, output);
   result->lossless = false;
   result->seconds[kColorEncode] = times.color;
   result->seconds[kForwardDct] = times.dct;
@@ -109,52 +174,68 @@ jpeg::Status SaveJpeg(const Settings& settings, const Picture& picture, jpeg::By
   return status;
 }
 
-jpeg::Status Save(const Settings& settings, Format format, const Picture& picture,
-                  jpeg::ByteBuffer* output, Result* result) {
+common::Status SaveDds(const Settings& settings, const common::Image& image,
+                       common::ByteBuffer* output, Result* result) {
+  const Timer timer(&result->seconds[kTextureEncode]);
+  const dds::EncodeOptions options = TextureOptions(settings, image);
+  result->lossless = false;
+  common::Image pixels;
+  common::Status status =
+      ChangeLayout(image, dds::LayoutOf(options.format, options.is_ycocg), &pixels);
+  return status.ok() ? dds::Encode(pixels, options, output) : status;
+}
+
+common::Status Save(const Settings& settings, Format format, const Picture& picture,
+                    common::ByteBuffer* output, Result* result) {
   if (format == Format::kJpeg) return SaveJpeg(settings, picture, output, result);
+  if (format == Format::kDds) return SaveDds(settings, picture.image, output, result);
   const Timer timer(&result->seconds[kEncodeOther]);
   if (format == Format::kPng) return WritePng(picture.image, picture.metadata, output);
   return WritePnm(picture.image, format == Format::kPpm, output);
 }
 
-void Measure(const jpeg::ByteBuffer& output, const Picture& picture, Result* result) {
-  if (result->lossless) return;
-  jpeg::Image again;
-  jpeg::FileInfo info;
-  jpeg::DecodeOptions options;
-  options.max_pixels = std::numeric_limits<int64_t>::max();
-  result->status = jpeg::Decode(output.data(), output.size(), options, &again, &info);
-  if (result->status.ok()) result->psnr = Psnr(picture.image, again);
+common::Status MeasureLoss(const common::ByteBuffer& output, const std::string& error_picture,
+                           common::Image* image, Result* result) {
+  Picture again;
+  common::Image errors;
+  common::ByteBuffer file;
+  common::Status status = LoadPicture(output, &again);
+  if (!status.ok()) return status;
+  // DXT3 makes opaque pixels transparent.
+  status = HasAlpha(again.image.layout()) ? Relayout(again.image.layout(), image)
+                                          : Relayout(image->layout(), &again.image);
+  if (!status.ok()) return status;
+  result->psnr = Measure(*image, again.image);
+  status = MakeErrorPicture(*image, again.image, &errors);
+  if (status.ok()) status = WritePng(errors, jpeg::Metadata(), &file);
+  return status.ok() ? WriteFile(error_picture, file.data(), file.size()) : status;
 }
 
 }  // namespace
 
 const char* StageName(Stage stage) {
   constexpr std::array<const char*, kStageCount> kNames = {
-      "read file",        "decode PNG or PNM", "Huffman decoding", "inverse DCT",
-      "up-sampling, RGB", "grey, CMYK to RGB", "YCbCr, reduction", "forward DCT",
-      "Huffman encoding", "encode PNG or PNM", "write file"};
+      "read file",   "decode PNG or PNM", "decode texture",   "Huffman decoding",
+      "inverse DCT", "up-sampling, RGB",  "layout of pixels", "YCbCr, reduction",
+      "forward DCT", "Huffman encoding",  "encode texture",   "encode PNG or PNM",
+      "write file"};
   return kNames[stage];
 }
 
 double Result::TotalSeconds() const { return std::accumulate(seconds.begin(), seconds.end(), 0.0); }
 
-double Psnr(const jpeg::Image& a, const jpeg::Image& b) {
-  uint64_t sum = 0;
-  for (size_t i = 0; i < a.SizeInBytes(); ++i) {
-    const int distance = a.Row(0)[i] - b.Row(0)[i];
-    sum += static_cast<uint64_t>(distance * distance);
-  }
-  if (sum == 0) return std::numeric_limits<double>::infinity();
-  return 10 * std::log10(255.0 * 255.0 * static_cast<double>(a.SizeInBytes()) /
-                         static_cast<double>(sum));
+common::Status LoadPicture(const common::ByteBuffer& input, Picture* picture) {
+  Settings settings;
+  settings.max_pixels = std::numeric_limits<int64_t>::max();
+  Result ignored;
+  return Load(settings, input, picture, &ignored);
 }
 
-void Convert(const Settings& settings, const jpeg::ByteBuffer& input, bool measure,
-             Result* result) {
+void Convert(const Settings& settings, const common::ByteBuffer& input,
+             const std::string& error_picture, Result* result) {
   const Format format = FormatOfName(result->job.output);
   Picture picture;
-  jpeg::ByteBuffer output;
+  common::ByteBuffer output;
   result->input_bytes = input.size();
   result->status = Load(settings, input, &picture, result);
   if (!result->status.ok()) return;
@@ -168,14 +249,16 @@ void Convert(const Settings& settings, const jpeg::ByteBuffer& input, bool measu
   result->status = Save(settings, format, picture, &output, result);
   if (!result->status.ok()) return;
   result->output_bytes = output.size();
-  if (measure) Measure(output, picture, result);
+  if (!error_picture.empty() && !result->lossless) {
+    result->status = MeasureLoss(output, error_picture, &picture.image, result);
+  }
   if (!result->status.ok()) return;
   {
     const Timer timer(&result->seconds[kWriteFile]);
     result->status = WriteFile(result->job.output, output.data(), output.size());
   }
   if (!result->status.ok()) {
-    result->status = jpeg::Status::Error(result->job.output + " " + result->status.text());
+    result->status = common::Status::Error(result->job.output + " " + result->status.text());
   }
   result->warnings = std::move(picture.warnings);
   result->notes = std::move(picture.notes);

@@ -8,8 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "jpeg/byte_buffer.h"
-#include "jpeg/status.h"
+#include "common/byte_buffer.h"
+#include "common/status.h"
+#include "zepconvert/picture.h"
+#include "zepconvert/pixels.h"
 #include "zepconvert/settings.h"
 
 namespace zepconvert {
@@ -18,6 +20,7 @@ namespace zepconvert {
 enum Stage {
   kReadFile,
   kDecodeOther,  // PNG, PNM
+  kTextureDecode,
   kHuffmanDecode,
   kInverseDct,
   kColorDecode,
@@ -25,6 +28,7 @@ enum Stage {
   kColorEncode,
   kForwardDct,
   kHuffmanEncode,
+  kTextureEncode,
   kEncodeOther,
   kWriteFile,
   kStageCount,
@@ -34,7 +38,7 @@ const char* StageName(Stage stage);
 struct Result {
   Job job;
   bool started = false;
-  jpeg::Status status;
+  common::Status status;
   std::vector<std::string> warnings;  // damage in the input
   std::vector<std::string> notes;
   int width = 0;
@@ -43,16 +47,18 @@ struct Result {
   size_t output_bytes = 0;
   std::array<double, kStageCount> seconds{};
   bool lossless = true;
-  double psnr = 0;  // of a lossy result against the picture that was encoded, where asked for
+  Psnr psnr;  // of a lossy result against the picture that was encoded, where asked for
 
   double TotalSeconds() const;
 };
 
-// `input` holds the file's bytes. `measure`: decode a lossy result again to tell its PSNR.
-void Convert(const Settings& settings, const jpeg::ByteBuffer& input, bool measure, Result* result);
+// `input` holds the file's bytes. If `error_picture` is a name, a lossy result is decoded again to tell
+// its PSNR, and its errors become a PNG file of that name.
+void Convert(const Settings& settings, const common::ByteBuffer& input,
+             const std::string& error_picture, Result* result);
 
-// In dB over all samples; infinite for equal pictures.
-double Psnr(const jpeg::Image& a, const jpeg::Image& b);
+// The picture in a file of any known format.
+common::Status LoadPicture(const common::ByteBuffer& input, Picture* picture);
 
 }  // namespace zepconvert
 

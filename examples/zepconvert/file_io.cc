@@ -15,8 +15,8 @@ namespace {
 
 constexpr size_t kPieceBytes = size_t{1} << 20;
 
-jpeg::Status SystemError(const std::string& what) {
-  return jpeg::Status::Error(what + ": " + std::strerror(errno));
+common::Status SystemError(const std::string& what) {
+  return common::Status::Error(what + ": " + std::strerror(errno));
 }
 
 class Descriptor {
@@ -60,29 +60,30 @@ bool WriteAll(int file, const uint8_t* data, size_t size) {
 
 }  // namespace
 
-jpeg::Status ReadFile(const std::string& path, jpeg::ByteBuffer* bytes) {
+common::Status ReadFile(const std::string& path, common::ByteBuffer* bytes) {
   Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
   if (file.get() < 0) return SystemError("cannot be opened");
   struct stat info {};
   if (fstat(file.get(), &info) != 0) return SystemError("cannot be read");
-  if (S_ISDIR(info.st_mode)) return jpeg::Status::Error("is a directory");
-  if (!bytes->Resize(0)) return jpeg::Status::NoMemory();
+  if (S_ISDIR(info.st_mode)) return common::Status::Error("is a directory");
+  if (!bytes->Resize(0)) return common::Status::NoMemory();
   // One byte more than the file has, so that its end is seen without growing.
   if (!bytes->MakeRoom(static_cast<size_t>(std::max<off_t>(info.st_size, 0)) + 1))
-    return jpeg::Status::NoMemory();
+    return common::Status::NoMemory();
   while (true) {
     if (bytes->capacity() == bytes->size() && !bytes->MakeRoom(kPieceBytes))
-      return jpeg::Status::NoMemory();
+      return common::Status::NoMemory();
     const size_t room = bytes->capacity() - bytes->size();
     const ssize_t count = read(file.get(), bytes->data() + bytes->size(), room);
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) return SystemError("cannot be read");
-    if (count == 0) return jpeg::Status();
-    if (!bytes->Resize(bytes->size() + static_cast<size_t>(count))) return jpeg::Status::NoMemory();
+    if (count == 0) return common::Status();
+    if (!bytes->Resize(bytes->size() + static_cast<size_t>(count)))
+      return common::Status::NoMemory();
   }
 }
 
-jpeg::Status WriteFile(const std::string& path, const uint8_t* data, size_t size) {
+common::Status WriteFile(const std::string& path, const uint8_t* data, size_t size) {
   const size_t slash = path.rfind('/');
   std::string temporary = slash == std::string::npos ? "" : path.substr(0, slash + 1);
   temporary += ".zepconvert-XXXXXX";
@@ -90,8 +91,8 @@ jpeg::Status WriteFile(const std::string& path, const uint8_t* data, size_t size
   if (file.get() < 0) return SystemError("cannot be written");
   const bool good = WriteAll(file.get(), data, size) && fchmod(file.get(), file_mode) == 0 &&
                     file.Close() && rename(temporary.c_str(), path.c_str()) == 0;
-  if (good) return jpeg::Status();
-  jpeg::Status status = SystemError("cannot be written");
+  if (good) return common::Status();
+  common::Status status = SystemError("cannot be written");
   unlink(temporary.c_str());
   return status;
 }

@@ -7,16 +7,16 @@
 #include <cstdint>
 #include <string>
 
-#include "jpeg/byte_buffer.h"
-#include "jpeg/status.h"
+#include "common/byte_buffer.h"
+#include "common/status.h"
 
 namespace zepconvert {
 
-jpeg::Status ReadFile(const std::string& path, jpeg::ByteBuffer* bytes);
+common::Status ReadFile(const std::string& path, common::ByteBuffer* bytes);
 
 // Writes to a file of another name in the same directory, then renames it. After an error there is
 // neither that file nor a change to one that was there before.
-jpeg::Status WriteFile(const std::string& path, const uint8_t* data, size_t size);
+common::Status WriteFile(const std::string& path, const uint8_t* data, size_t size);
 
 }  // namespace zepconvert
 

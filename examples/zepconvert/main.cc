@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// zepconvert: converts pictures between JPEG, PNG and PNM. See docs/zepconvert.md.
+// zepconvert: converts pictures between JPEG, PNG, PNM and DDS. See docs/zepconvert.md.
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -50,11 +50,43 @@ struct Arguments {
   Settings settings;
   std::vector<std::string> files;
   std::string sampling = "420";
+  std::string texture_format;
+  std::string dds_header = "fourcc";
   std::string to;
   std::string out_dir;
   double max_megapixels = 268.4;
   bool no_metadata = false;
 };
+
+struct TextureFormat {
+  dds::BlockFormat format;
+  bool is_ycocg;
+};
+const std::map<std::string, TextureFormat> kTextureFormats = {
+    {"bc1", {dds::BlockFormat::kBc1, false}}, {"bc2", {dds::BlockFormat::kBc2, false}},
+    {"bc3", {dds::BlockFormat::kBc3, false}}, {"bc4", {dds::BlockFormat::kBc4, false}},
+    {"bc5", {dds::BlockFormat::kBc5, false}}, {"ycocg", {dds::BlockFormat::kBc3, true}}};
+const std::map<std::string, dds::HeaderStyle> kHeaderStyles = {
+    {"fourcc", dds::HeaderStyle::kFourCc},
+    {"unsigned", dds::HeaderStyle::kUnsignedFourCc},
+    {"dx10", dds::HeaderStyle::kDx10}};
+
+template <class Value>
+std::vector<std::string> Keys(const std::map<std::string, Value>& values) {
+  std::vector<std::string> keys(values.size());
+  std::transform(values.begin(), values.end(), keys.begin(),
+                 [](const auto& pair) { return pair.first; });
+  return keys;
+}
+
+void SetTexture(const Arguments& arguments, Settings* settings) {
+  settings->texture.style = kHeaderStyles.at(arguments.dds_header);
+  settings->has_texture_format = !arguments.texture_format.empty();
+  if (!settings->has_texture_format) return;
+  const TextureFormat& wanted = kTextureFormats.at(arguments.texture_format);
+  settings->texture.format = wanted.format;
+  settings->texture.is_ycocg = wanted.is_ycocg;
+}
 
 void DefineOptions(CLI::App* app, Arguments* arguments) {
   Settings& settings = arguments->settings;
@@ -71,9 +103,18 @@ void DefineOptions(CLI::App* app, Arguments* arguments) {
       ->check(CLI::Range(0, 65535));
   app->add_flag("--precise-dct", settings.precise_dct,
                 "write JPEG files with the transform that rounds once: some 0.3 dB more");
+  app->add_option("--format", arguments->texture_format,
+                  "blocks of DDS files: bc1, bc2, bc3, bc4 (grey), bc5 (red and green) or ycocg "
+                  "(bc3 where something is transparent, else bc1)")
+      ->check(CLI::IsMember(Keys(kTextureFormats)).description(""));
+  app->add_flag("--mipmaps", settings.texture.has_mipmaps,
+                "write DDS files with all levels down to one pixel");
+  app->add_option("--dds-header", arguments->dds_header,
+                  "how DDS files name their format: fourcc, unsigned (BC4U, BC5U) or dx10 (fourcc)")
+      ->check(CLI::IsMember(Keys(kHeaderStyles)).description(""));
   app->add_option("--scale", settings.scale, "reduce JPEG inputs to 1/2, 1/4 or 1/8: 1, 2, 4, 8")
       ->check(CLI::IsMember(std::vector<int>{1, 2, 4, 8}).description(""));
-  app->add_option("--to", arguments->to, "convert all files to jpg, png, ppm, pgm or pnm");
+  app->add_option("--to", arguments->to, "convert all files to jpg, png, ppm, pgm, pnm or dds");
   app->add_option("--out-dir", arguments->out_dir, "where results of --to go (beside the inputs)");
   app->add_option("--report", settings.report_directory,
                   "write a page with pictures, sizes, PSNR and times to this directory");
@@ -102,13 +143,13 @@ std::string MakeJobs(const Arguments& arguments, std::vector<Job>* jobs) {
     if (!arguments.out_dir.empty()) return "--out-dir goes with --to";
     if (arguments.files.size() != 2) return "give an input and an output, or --to FORMAT";
     if (FormatOfName(arguments.files[1]) == Format::kUnknown) {
-      return arguments.files[1] + ": the name must end in .jpg, .png, .ppm, .pgm or .pnm";
+      return arguments.files[1] + ": the name must end in .jpg, .png, .ppm, .pgm, .pnm or .dds";
     }
     jobs->push_back({arguments.files[0], arguments.files[1]});
     return "";
   }
   if (FormatOfName("." + arguments.to) == Format::kUnknown) {
-    return "--to " + arguments.to + ": must be jpg, png, ppm, pgm or pnm";
+    return "--to " + arguments.to + ": must be jpg, png, ppm, pgm, pnm or dds";
   }
   std::map<std::string, std::string> inputs;  // by output
   for (const std::string& input : arguments.files) {
@@ -145,19 +186,24 @@ int Run(const Arguments& arguments) {
     fs::create_directories(arguments.out_dir, failed);
     if (failed) return Fail(kSomeFailed, arguments.out_dir + ": " + failed.message());
   }
+  const std::string& report = arguments.settings.report_directory;
+  if (!report.empty()) {
+    const common::Status status = zepconvert::PrepareReport(report);
+    if (!status.ok()) return Fail(kSomeFailed, status.text());
+  }
   StopOnSignal();
   const std::vector<Result> results =
       zepconvert::ConvertAll(arguments.settings, jobs, stop_requested);
   const int code = Judge(results);
   if (code == kInterrupted) return Fail(kInterrupted, "interrupted");
-  if (arguments.settings.report_directory.empty()) return code;
-  const jpeg::Status status = zepconvert::WriteReport(arguments.settings.report_directory, results);
+  if (report.empty()) return code;
+  const common::Status status = zepconvert::WriteReport(report, results);
   return status.ok() ? code : Fail(kSomeFailed, status.text());
 }
 
 int ParseAndRun(int argc, char** argv) {
   Arguments arguments;
-  CLI::App app("Converts pictures between JPEG (baseline), PNG and binary PGM and PPM files.",
+  CLI::App app("Converts pictures between JPEG (baseline), PNG, binary PGM and PPM, and DDS files.",
                "zepconvert");
   app.footer(
       "Exit codes: 0 done, 1 some file failed, 2 wrong usage, 3 interrupted, 4 all were "
@@ -168,6 +214,7 @@ int ParseAndRun(int argc, char** argv) {
     arguments.settings.sampling = arguments.sampling == "444"   ? jpeg::Sampling::k444
                                   : arguments.sampling == "422" ? jpeg::Sampling::k422
                                                                 : jpeg::Sampling::k420;
+    SetTexture(arguments, &arguments.settings);
     arguments.settings.keep_metadata = !arguments.no_metadata;
     arguments.settings.max_pixels = static_cast<int64_t>(arguments.max_megapixels * 1e6);
   } catch (const CLI::ParseError& error) {

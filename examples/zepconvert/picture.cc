@@ -5,9 +5,9 @@
 #include <cctype>
 #include <cstring>
 
+#include "dds/header.h"
 #include "jpeg/decoder.h"
 #include "zepconvert/pnm_file.h"
-#include "zepjp.h"
 
 namespace zepconvert {
 namespace {
@@ -27,6 +27,7 @@ Format FormatOfBytes(const uint8_t* data, size_t size) {
       (std::isspace(data[2]) != 0 || data[2] == '#')) {
     return Format::kPnm;
   }
+  if (size >= 4 && std::memcmp(data, "DDS ", 4) == 0) return Format::kDds;
   return Format::kUnknown;
 }
 
@@ -39,6 +40,7 @@ Format FormatOfName(const std::string& name) {
   if (extension == "ppm") return Format::kPpm;
   if (extension == "pgm") return Format::kPgm;
   if (extension == "pnm") return Format::kPnm;
+  if (extension == "dds") return Format::kDds;
   return Format::kUnknown;
 }
 
@@ -48,6 +50,7 @@ const char* Extension(Format format) {
     case Format::kPng: return "png";
     case Format::kPpm: return "ppm";
     case Format::kPgm: return "pgm";
+    case Format::kDds: return "dds";
     default: return "pnm";
   }
 }
@@ -67,53 +70,24 @@ Dimensions ReadDimensions(const uint8_t* data, size_t size) {
       if (!ReadPnmHeader(data, size, &header).ok()) return {};
       return {header.width, header.height};
     }
+    case Format::kDds: {
+      dds::Header header;
+      if (!dds::ParseHeader(data, size, &header).ok()) return {};
+      return {header.width, header.height};
+    }
     default: return {};
   }
 }
 
-jpeg::Status CmykToRgb(const jpeg::Image& cmyk, jpeg::Image* rgb) {
-  if (!rgb->Resize(cmyk.width(), cmyk.height(), jpeg::PixelLayout::kRgb)) {
-    return jpeg::Status::NoMemory();
-  }
-  for (int y = 0; y < cmyk.height(); ++y) {
-    const uint8_t* in = cmyk.Row(y);
-    uint8_t* out = rgb->Row(y);
-    for (int x = 0; x < cmyk.width(); ++x, in += 4, out += 3) {
-      for (int c = 0; c < 3; ++c) {
-        out[c] = static_cast<uint8_t>(((255 - in[c]) * (255 - in[3]) + 127) / 255);
-      }
-    }
-  }
-  return jpeg::Status();
-}
-
-jpeg::Status ToGrey(const jpeg::Image& image, jpeg::Image* grey) {
-  if (image.layout() == jpeg::PixelLayout::kCmyk) {
-    jpeg::Image rgb;
-    if (jpeg::Status status = CmykToRgb(image, &rgb); !status.ok()) return status;
-    return ToGrey(rgb, grey);
-  }
-  if (!grey->Resize(image.width(), image.height(), jpeg::PixelLayout::kGrey)) {
-    return jpeg::Status::NoMemory();
-  }
-  if (image.layout() == jpeg::PixelLayout::kGrey) {
-    std::memcpy(grey->Row(0), image.Row(0), image.SizeInBytes());
-    return jpeg::Status();
-  }
-  zepiRGBToY_JPEG_8u_C3C1R(image.Row(0), static_cast<int32_t>(image.Step()), grey->Row(0),
-                           static_cast<int32_t>(grey->Step()), {image.width(), image.height()});
-  return jpeg::Status();
-}
-
-jpeg::Status CheckPixels(int64_t width, int64_t height, int64_t max_pixels) {
+common::Status CheckPixels(int64_t width, int64_t height, int64_t max_pixels) {
   const std::string claim = std::to_string(width) + " x " + std::to_string(height) + " pixels";
-  if (width < 1 || height < 1) return jpeg::Status::Error("the picture has " + claim);
+  if (width < 1 || height < 1) return common::Status::Error("the picture has " + claim);
   constexpr int64_t kMostOnASide = int64_t{1} << 28;  // so that rows have less than 2^31 bytes
   if (width <= max_pixels / height && std::max(width, height) <= kMostOnASide) {
-    return jpeg::Status();
+    return common::Status();
   }
-  return jpeg::Status::Error("the header announces " + claim + ", more than the limit of " +
-                             std::to_string(max_pixels) + " (--max-megapixels)");
+  return common::Status::Error("the header announces " + claim + ", more than the limit of " +
+                               std::to_string(max_pixels) + " (--max-megapixels)");
 }
 
 }  // namespace zepconvert

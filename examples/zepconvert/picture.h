@@ -8,20 +8,20 @@
 #include <string>
 #include <vector>
 
-#include "jpeg/image.h"
+#include "common/image.h"
+#include "common/status.h"
 #include "jpeg/metadata.h"
-#include "jpeg/status.h"
 
 namespace zepconvert {
 
 struct Picture {
-  jpeg::Image image;
+  common::Image image;
   jpeg::Metadata metadata;
   std::vector<std::string> notes;     // what was given up, for the user to know
   std::vector<std::string> warnings;  // what was damaged
 };
 
-enum class Format { kUnknown, kJpeg, kPng, kPpm, kPgm, kPnm };
+enum class Format { kUnknown, kJpeg, kPng, kPpm, kPgm, kPnm, kDds };
 
 // By the first bytes.
 Format FormatOfBytes(const uint8_t* data, size_t size);
@@ -37,13 +37,8 @@ struct Dimensions {
 };
 Dimensions ReadDimensions(const uint8_t* data, size_t size);
 
-// 255 minus the ink, times what black lets through.
-jpeg::Status CmykToRgb(const jpeg::Image& cmyk, jpeg::Image* rgb);
-// Luminance as JPEG files define it; from any layout.
-jpeg::Status ToGrey(const jpeg::Image& image, jpeg::Image* grey);
-
 // Refuses what is beyond the limit before memory is taken.
-jpeg::Status CheckPixels(int64_t width, int64_t height, int64_t max_pixels);
+common::Status CheckPixels(int64_t width, int64_t height, int64_t max_pixels);
 
 }  // namespace zepconvert
 

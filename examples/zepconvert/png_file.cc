@@ -113,23 +113,15 @@ class Reader {
   std::vector<uint8_t> exif_;
 };
 
-// Grey or RGB with alpha to the same over white. True: some pixel was transparent.
-bool LayOverWhite(const uint8_t* in, int channels, jpeg::Image* image) {
-  bool transparent = false;
-  uint8_t* out = image->Row(0);
-  for (uint8_t* end = out + image->SizeInBytes(); out < end; ++in) {
-    const int alpha = in[channels - 1];
-    transparent |= alpha != 255;
-    for (int c = 1; c < channels; ++c) {
-      *out++ = static_cast<uint8_t>((*in++ * alpha + 255 * (255 - alpha) + 127) / 255);
-    }
-  }
-  return transparent;
-}
+constexpr common::PixelLayout kLayouts[] = {
+    common::PixelLayout::kGrey, common::PixelLayout::kGreyAlpha, common::PixelLayout::kRgb,
+    common::PixelLayout::kRgba};  // by the number of channels
+constexpr int kColorTypes[] = {PNG_COLOR_TYPE_GRAY, PNG_COLOR_TYPE_GRAY_ALPHA, PNG_COLOR_TYPE_RGB,
+                               PNG_COLOR_TYPE_RGB_ALPHA};
 
 class Writer {
  public:
-  explicit Writer(jpeg::ByteBuffer* file) : file_(file) {
+  explicit Writer(common::ByteBuffer* file) : file_(file) {
     png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, &error_, KeepError, IgnoreWarning);
     if (png_ != nullptr) info_ = png_create_info_struct(png_);
     if (info_ != nullptr) png_set_write_fn(png_, this, WriteBytes, [](png_structp) {});
@@ -141,7 +133,7 @@ class Writer {
   bool ok() const { return info_ != nullptr; }
   const char* error() const { return error_.text; }
 
-  bool Write(const jpeg::Image& image, const jpeg::Metadata& metadata) {
+  bool Write(const common::Image& image, const jpeg::Metadata& metadata) {
     icc_ = jpeg::FindIccProfile(metadata);
     exif_ = jpeg::FindExif(metadata);
     if (setjmp(png_jmpbuf(png_)) != 0) return false;
@@ -149,8 +141,7 @@ class Writer {
     // Photographs gain little from more effort.
     png_set_compression_level(png_, 3);
     png_set_IHDR(png_, info_, static_cast<png_uint_32>(image.width()),
-                 static_cast<png_uint_32>(image.height()), 8,
-                 image.channels() == 1 ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB,
+                 static_cast<png_uint_32>(image.height()), 8, kColorTypes[image.channels() - 1],
                  PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_BASE, PNG_FILTER_TYPE_BASE);
     SetMetadata(metadata.density);
     png_write_info(png_, info_);
@@ -179,7 +170,7 @@ class Writer {
     if (!writer->file_->Append(bytes, count)) png_error(png, "not enough memory for the file");
   }
 
-  jpeg::ByteBuffer* file_;
+  common::ByteBuffer* file_;
   ErrorText error_;
   png_structp png_ = nullptr;
   png_infop info_ = nullptr;
@@ -187,45 +178,35 @@ class Writer {
   std::vector<uint8_t> exif_;
 };
 
-jpeg::Status PngError(const char* text) { return jpeg::Status::Error(std::string("PNG: ") + text); }
+common::Status PngError(const char* text) {
+  return common::Status::Error(std::string("PNG: ") + text);
+}
 
 }  // namespace
 
-jpeg::Status ReadPng(const uint8_t* data, size_t size, int64_t max_pixels, Picture* picture) {
+common::Status ReadPng(const uint8_t* data, size_t size, int64_t max_pixels, Picture* picture) {
   Reader reader(data, size);
-  if (!reader.ok()) return jpeg::Status::NoMemory();
+  if (!reader.ok()) return common::Status::NoMemory();
   if (!reader.ReadHeader()) return PngError(reader.error());
-  jpeg::Status status = CheckPixels(reader.width(), reader.height(), max_pixels);
+  common::Status status = CheckPixels(reader.width(), reader.height(), max_pixels);
   if (!status.ok()) return status;
   if (!reader.CanHold(size)) return PngError("the file is too small for the picture it announces");
-  const bool has_alpha = reader.channels() % 2 == 0;
-  const auto layout = reader.channels() <= 2 ? jpeg::PixelLayout::kGrey : jpeg::PixelLayout::kRgb;
-  jpeg::Image& image = picture->image;
-  const int width = static_cast<int>(reader.width());
-  const int height = static_cast<int>(reader.height());
-  if (!image.Resize(width, height, layout)) return jpeg::Status::NoMemory();
-  jpeg::ByteBuffer with_alpha;
-  if (has_alpha) {
-    const size_t channels = static_cast<size_t>(reader.channels());
-    if (!with_alpha.Resize(image.SizeInBytes() / (channels - 1) * channels))
-      return jpeg::Status::NoMemory();
+  common::Image& image = picture->image;
+  if (!image.Resize(static_cast<int>(reader.width()), static_cast<int>(reader.height()),
+                    kLayouts[reader.channels() - 1])) {
+    return common::Status::NoMemory();
   }
-  if (!reader.ReadPixels(has_alpha ? with_alpha.data() : image.Row(0))) {
-    return PngError(reader.error());
-  }
-  if (has_alpha && LayOverWhite(with_alpha.data(), reader.channels(), &image)) {
-    picture->notes.emplace_back("transparent parts were laid over white");
-  }
+  if (!reader.ReadPixels(image.Row(0))) return PngError(reader.error());
   reader.ReadMetadata(&picture->metadata);
-  return jpeg::Status();
+  return common::Status();
 }
 
-jpeg::Status WritePng(const jpeg::Image& image, const jpeg::Metadata& metadata,
-                      jpeg::ByteBuffer* file) {
-  if (!file->Resize(0)) return jpeg::Status::NoMemory();
+common::Status WritePng(const common::Image& image, const jpeg::Metadata& metadata,
+                        common::ByteBuffer* file) {
+  if (!file->Resize(0)) return common::Status::NoMemory();
   Writer writer(file);
-  if (!writer.ok()) return jpeg::Status::NoMemory();
-  return writer.Write(image, metadata) ? jpeg::Status() : PngError(writer.error());
+  if (!writer.ok()) return common::Status::NoMemory();
+  return writer.Write(image, metadata) ? common::Status() : PngError(writer.error());
 }
 
 }  // namespace zepconvert

@@ -30,7 +30,7 @@ int64_t ReadNumber(const uint8_t* data, size_t size, size_t* at) {
 
 }  // namespace
 
-jpeg::Status ReadPnmHeader(const uint8_t* data, size_t size, PnmHeader* header) {
+common::Status ReadPnmHeader(const uint8_t* data, size_t size, PnmHeader* header) {
   header->channels = size > 1 && data[1] == '6' ? 3 : 1;
   size_t at = 2;
   header->width = ReadNumber(data, size, &at);
@@ -38,41 +38,41 @@ jpeg::Status ReadPnmHeader(const uint8_t* data, size_t size, PnmHeader* header) 
   header->max_value = ReadNumber(data, size, &at);
   if (header->width < 1 || header->height < 1 || header->max_value < 1 ||
       header->max_value > 65535 || at >= size || std::isspace(data[at]) == 0) {
-    return jpeg::Status::Error(kBadHeader);
+    return common::Status::Error(kBadHeader);
   }
   header->size = at + 1;
-  return jpeg::Status();
+  return common::Status();
 }
 
-jpeg::Status ReadPnm(const uint8_t* data, size_t size, int64_t max_pixels, Picture* picture) {
+common::Status ReadPnm(const uint8_t* data, size_t size, int64_t max_pixels, Picture* picture) {
   PnmHeader header;
-  if (jpeg::Status status = ReadPnmHeader(data, size, &header); !status.ok()) return status;
-  jpeg::Status status = CheckPixels(header.width, header.height, max_pixels);
+  if (common::Status status = ReadPnmHeader(data, size, &header); !status.ok()) return status;
+  common::Status status = CheckPixels(header.width, header.height, max_pixels);
   if (!status.ok()) return status;
   const size_t sample_size = header.max_value > 255 ? 2 : 1;
   const size_t count = static_cast<size_t>(header.width * header.height * header.channels);
   if ((size - header.size) / sample_size < count) {
-    return jpeg::Status::Error("the file ends within the picture");
+    return common::Status::Error("the file ends within the picture");
   }
-  const auto layout = header.channels == 3 ? jpeg::PixelLayout::kRgb : jpeg::PixelLayout::kGrey;
-  jpeg::Image& image = picture->image;
+  const auto layout = header.channels == 3 ? common::PixelLayout::kRgb : common::PixelLayout::kGrey;
+  common::Image& image = picture->image;
   if (!image.Resize(static_cast<int>(header.width), static_cast<int>(header.height), layout)) {
-    return jpeg::Status::NoMemory();
+    return common::Status::NoMemory();
   }
   const uint8_t* in = data + header.size;
   if (header.max_value == 255) {
     std::memcpy(image.Row(0), in, count);
-    return jpeg::Status();
+    return common::Status();
   }
   for (size_t i = 0; i < count; ++i, in += sample_size) {
     const int64_t value = sample_size == 2 ? in[0] << 8 | in[1] : in[0];
     const int64_t scaled = (value * 255 + header.max_value / 2) / header.max_value;
     image.Row(0)[i] = static_cast<uint8_t>(std::min<int64_t>(scaled, 255));
   }
-  return jpeg::Status();
+  return common::Status();
 }
 
-jpeg::Status WritePnm(const jpeg::Image& image, bool as_ppm, jpeg::ByteBuffer* file) {
+common::Status WritePnm(const common::Image& image, bool as_ppm, common::ByteBuffer* file) {
   const bool widen = as_ppm && image.channels() == 1;
   const std::string header = std::string(as_ppm || image.channels() == 3 ? "P6" : "P5") + "\n" +
                              std::to_string(image.width()) + " " + std::to_string(image.height()) +
@@ -80,14 +80,15 @@ jpeg::Status WritePnm(const jpeg::Image& image, bool as_ppm, jpeg::ByteBuffer* f
   const size_t count = image.SizeInBytes();
   if (!file->Resize(0) || !file->MakeRoom(header.size() + count * (widen ? 3 : 1)) ||
       !file->Append(reinterpret_cast<const uint8_t*>(header.data()), header.size())) {
-    return jpeg::Status::NoMemory();
+    return common::Status::NoMemory();
   }
-  if (!widen) return file->Append(image.Row(0), count) ? jpeg::Status() : jpeg::Status::NoMemory();
+  if (!widen)
+    return file->Append(image.Row(0), count) ? common::Status() : common::Status::NoMemory();
   const size_t start = file->size();
-  if (!file->Resize(start + 3 * count)) return jpeg::Status::NoMemory();
+  if (!file->Resize(start + 3 * count)) return common::Status::NoMemory();
   uint8_t* out = file->data() + start;
   for (size_t i = 0; i < count; ++i, out += 3) std::memset(out, image.Row(0)[i], 3);
-  return jpeg::Status();
+  return common::Status();
 }
 
 }  // namespace zepconvert

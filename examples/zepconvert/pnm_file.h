@@ -6,9 +6,9 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "jpeg/byte_buffer.h"
-#include "jpeg/image.h"
-#include "jpeg/status.h"
+#include "common/byte_buffer.h"
+#include "common/image.h"
+#include "common/status.h"
 #include "zepconvert/picture.h"
 
 namespace zepconvert {
@@ -21,13 +21,13 @@ struct PnmHeader {
   size_t size = 0;        // of the header
 };
 
-jpeg::Status ReadPnmHeader(const uint8_t* data, size_t size, PnmHeader* header);
+common::Status ReadPnmHeader(const uint8_t* data, size_t size, PnmHeader* header);
 
 // Samples are scaled to 0..255.
-jpeg::Status ReadPnm(const uint8_t* data, size_t size, int64_t max_pixels, Picture* picture);
+common::Status ReadPnm(const uint8_t* data, size_t size, int64_t max_pixels, Picture* picture);
 
 // Grey pictures become P5 unless `as_ppm`, RGB ones P6.
-jpeg::Status WritePnm(const jpeg::Image& image, bool as_ppm, jpeg::ByteBuffer* file);
+common::Status WritePnm(const common::Image& image, bool as_ppm, common::ByteBuffer* file);
 
 }  // namespace zepconvert
 

@@ -11,7 +11,6 @@
 #include "zepconvert/file_io.h"
 #include "zepconvert/picture.h"
 #include "zepconvert/png_file.h"
-#include "zepconvert/pnm_file.h"
 
 namespace zepconvert {
 namespace {
@@ -20,8 +19,8 @@ namespace fs = std::filesystem;
 
 // Colours that people with colour blindness can tell apart, repeated in a lighter shade.
 constexpr std::array<const char*, kStageCount> kColors = {
-    "#4d4d4d", "#b2df8a", "#0072b2", "#d55e00", "#009e73", "#999999",
-    "#66c2a5", "#e69f00", "#56b4e9", "#33a02c", "#cccccc"};
+    "#4d4d4d", "#b2df8a", "#cc79a7", "#0072b2", "#d55e00", "#009e73", "#999999",
+    "#66c2a5", "#e69f00", "#56b4e9", "#f0e442", "#33a02c", "#cccccc"};
 
 constexpr char kHead[] = R"(<!DOCTYPE html>
 <html lang="en">
@@ -66,10 +65,25 @@ std::string Number(double value, int digits) {
 
 std::string Kilobytes(size_t bytes) { return Number(static_cast<double>(bytes) / 1000, 1); }
 
+std::string Decibels(double psnr) {
+  return std::isinf(psnr) ? "identical" : Number(psnr, 2) + " dB";
+}
+
 std::string Quality(const Result& result) {
-  if (result.lossless) return "lossless";
-  if (std::isinf(result.psnr)) return "identical";
-  return Number(result.psnr, 2) + " dB";
+  return result.lossless ? "lossless" : Decibels(result.psnr.all);
+}
+
+// "R 40.12 dB, G ..." for more channels than one.
+std::string QualityOfChannels(const Result& result) {
+  const std::vector<double>& channels = result.psnr.channels;
+  constexpr std::array<const char*, 5> kNames = {"", "", "YA", "RGB", "RGBA"};
+  if (result.lossless || channels.size() < 2) return Quality(result);
+  std::string text = Quality(result) + ":";
+  for (size_t i = 0; i < channels.size(); ++i) {
+    text +=
+        std::string(i == 0 ? " " : ", ") + kNames[channels.size()][i] + " " + Decibels(channels[i]);
+  }
+  return text;
 }
 
 std::string Table(const std::vector<Result>& results) {
@@ -151,10 +165,10 @@ std::string Plot(const std::vector<const Result*>& results) {
 
 // Puts a picture beside the page, as it is where browsers show its format, else as PNG. The name
 // under which it stands there.
-jpeg::Status PlacePicture(const std::string& path, const fs::path& directory,
-                          const std::string& stem, std::string* name) {
-  jpeg::ByteBuffer bytes;
-  if (jpeg::Status status = ReadFile(path, &bytes); !status.ok()) return status;
+common::Status PlacePicture(const std::string& path, const fs::path& directory,
+                            const std::string& stem, std::string* name) {
+  common::ByteBuffer bytes;
+  if (common::Status status = ReadFile(path, &bytes); !status.ok()) return status;
   const Format format = FormatOfBytes(bytes.data(), bytes.size());
   *name = stem + (format == Format::kJpeg ? ".jpg" : ".png");
   const std::string target = (directory / *name).string();
@@ -162,7 +176,7 @@ jpeg::Status PlacePicture(const std::string& path, const fs::path& directory,
     return WriteFile(target, bytes.data(), bytes.size());
   }
   Picture picture;
-  jpeg::Status status = ReadPnm(bytes.data(), bytes.size(), INT64_MAX, &picture);
+  common::Status status = LoadPicture(bytes, &picture);
   if (status.ok()) status = WritePng(picture.image, picture.metadata, &bytes);
   return status.ok() ? WriteFile(target, bytes.data(), bytes.size()) : status;
 }
@@ -172,12 +186,12 @@ std::string Figure(const std::string& file, const std::string& caption) {
          "\" loading=\"lazy\"></a><figcaption>" + Escape(caption) + "</figcaption></figure>\n";
 }
 
-jpeg::Status Pair(const Result& result, size_t number, const fs::path& directory,
-                  std::string* html) {
+common::Status Pictures(const Result& result, size_t number, const std::string& directory,
+                        std::string* html) {
   std::string original;
   std::string converted;
-  const std::string stem = std::to_string(number);
-  jpeg::Status status = PlacePicture(result.job.input, directory, stem + "-original", &original);
+  const std::string stem = std::to_string(number + 1);
+  common::Status status = PlacePicture(result.job.input, directory, stem + "-original", &original);
   if (status.ok()) {
     status = PlacePicture(result.job.output, directory, stem + "-result", &converted);
   }
@@ -186,28 +200,41 @@ jpeg::Status Pair(const Result& result, size_t number, const fs::path& directory
   for (const std::string& warning : result.warnings) {
     *html += "<p class=\"bad\">damaged: " + Escape(warning) + "</p>\n";
   }
-  *html +=
-      "<div class=\"pair\">\n" +
-      Figure(original, "original, " + Kilobytes(result.input_bytes) + " kB") +
-      Figure(converted, "result, " + Kilobytes(result.output_bytes) + " kB, " + Quality(result)) +
-      "</div>\n";
+  *html += "<div class=\"pair\">\n" +
+           Figure(original, "original, " + Kilobytes(result.input_bytes) + " kB") +
+           Figure(converted, "result, " + Kilobytes(result.output_bytes) + " kB, " +
+                                 QualityOfChannels(result));
+  if (!result.lossless) {
+    *html += Figure(fs::path(ErrorPicturePath(directory, number)).filename().string(),
+                    "errors, times " + std::to_string(kErrorScale));
+  }
+  *html += "</div>\n";
   return status;
 }
 
 }  // namespace
 
-jpeg::Status WriteReport(const std::string& directory, const std::vector<Result>& results) {
+common::Status PrepareReport(const std::string& directory) {
   std::error_code error;
   fs::create_directories(directory, error);
-  if (error) return jpeg::Status::Error(directory + ": " + error.message());
+  return error ? common::Status::Error(directory + ": " + error.message()) : common::Status();
+}
+
+std::string ErrorPicturePath(const std::string& directory, size_t number) {
+  return (fs::path(directory) / (std::to_string(number + 1) + "-errors.png")).string();
+}
+
+common::Status WriteReport(const std::string& directory, const std::vector<Result>& results) {
   std::vector<const Result*> good;
   for (const Result& result : results) {
     if (result.started && result.status.ok()) good.push_back(&result);
   }
   std::string html = kHead + Table(results);
   if (!good.empty()) html += Plot(good) + "<h2>Pictures</h2>\n";
-  for (size_t i = 0; i < good.size(); ++i) {
-    if (jpeg::Status status = Pair(*good[i], i + 1, directory, &html); !status.ok()) return status;
+  for (const Result* result : good) {
+    const auto number = static_cast<size_t>(result - results.data());
+    common::Status status = Pictures(*result, number, directory, &html);
+    if (!status.ok()) return status;
   }
   html += "</body>\n</html>\n";
   const std::string path = (fs::path(directory) / "index.html").string();

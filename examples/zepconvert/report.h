@@ -6,14 +6,20 @@
 #include <string>
 #include <vector>
 
-#include "jpeg/status.h"
+#include "common/status.h"
 #include "zepconvert/conversion.h"
 
 namespace zepconvert {
 
-// Writes index.html into the directory, which is made if need be, and the pictures beside it. The
-// page needs nothing else: no network, no script.
-jpeg::Status WriteReport(const std::string& directory, const std::vector<Result>& results);
+// Makes the directory if need be.
+common::Status PrepareReport(const std::string& directory);
+
+// Where in it the errors of the result of this number belong.
+std::string ErrorPicturePath(const std::string& directory, size_t number);
+
+// Writes index.html into the directory and the pictures beside it. The page needs nothing else: no
+// network, no script.
+common::Status WriteReport(const std::string& directory, const std::vector<Result>& results);
 
 }  // namespace zepconvert
 

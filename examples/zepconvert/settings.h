@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "dds/codec.h"
 #include "jpeg/encoder.h"
 
 namespace zepconvert {
@@ -16,6 +17,9 @@ struct Settings {
   jpeg::Sampling sampling = jpeg::Sampling::k420;
   int restart_interval = 0;
   bool precise_dct = false;
+  // Of DDS files. The format by default: BC3 where something is transparent, else BC1.
+  dds::EncodeOptions texture;
+  bool has_texture_format = false;
   int scale = 1;
   bool grey = false;
   bool keep_metadata = true;

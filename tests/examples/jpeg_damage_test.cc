@@ -13,7 +13,7 @@
 
 namespace {
 
-using jpeg::PixelLayout;
+using common::PixelLayout;
 using jpeg_files::Bytes;
 using jpeg_files::Decode;
 using jpeg_files::Decoded;
@@ -24,7 +24,7 @@ using jpeg_files::FindMarker;
 constexpr int kWidth = 48;   // 6 MCUs of 8 x 8 in a row
 constexpr int kHeight = 40;  // 5 rows, a restart interval each
 
-jpeg::Image Picture() { return pictures::Detailed(kWidth, kHeight, PixelLayout::kRgb); }
+common::Image Picture() { return pictures::Detailed(kWidth, kHeight, PixelLayout::kRgb); }
 
 Bytes FileWithIntervals() {
   jpeg::EncodeOptions options;
@@ -37,9 +37,9 @@ Bytes FileWithIntervals() {
 void DecodeGuarded(const Bytes& file) {
   harness::Guarded<uint8_t> memory(file.size());
   if (!file.empty()) std::memcpy(memory.data(), file.data(), file.size());
-  jpeg::Image image;
+  common::Image image;
   jpeg::FileInfo info;
-  const jpeg::Status status =
+  const common::Status status =
       jpeg::Decode(memory.data(), file.size(), jpeg::DecodeOptions(), &image, &info);
   if (status.ok()) {
     EXPECT_GT(image.SizeInBytes(), 0u);
@@ -49,7 +49,7 @@ void DecodeGuarded(const Bytes& file) {
 }
 
 // Rows of MCUs, of 8 rows of pixels, that are as in the whole file.
-std::string GoodRows(const jpeg::Image& whole, const jpeg::Image& image) {
+std::string GoodRows(const common::Image& whole, const common::Image& image) {
   std::string good;
   for (int row = 0; row < kHeight / 8; ++row) {
     const size_t size = whole.Step() * 8;
@@ -60,7 +60,7 @@ std::string GoodRows(const jpeg::Image& whole, const jpeg::Image& image) {
 
 TEST(JpegDamage, TruncatedAtEveryByte) {
   const Bytes file = FileWithIntervals();
-  const jpeg::Image whole = DecodeGood(file);
+  const common::Image whole = DecodeGood(file);
   const size_t data = FindMarker(file, jpeg::kSos);
   for (size_t size = 0; size < file.size(); ++size) {
     const Bytes part(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(size));
@@ -118,7 +118,7 @@ TEST(JpegDamage, RandomBytesBehindGoodHeaders) {
 
 TEST(JpegDamage, OneBadIntervalCostsNoOther) {
   const Bytes file = FileWithIntervals();
-  const jpeg::Image whole = DecodeGood(file);
+  const common::Image whole = DecodeGood(file);
   const size_t third = FindMarker(file, 0xD1) + 2;  // rows 16..23
   const size_t fourth = FindMarker(file, 0xD2);
   Bytes changed = file;
@@ -136,7 +136,7 @@ TEST(JpegDamage, OneBadIntervalCostsNoOther) {
 
 TEST(JpegDamage, AMissingIntervalIsLeftOut) {
   const Bytes file = FileWithIntervals();
-  const jpeg::Image whole = DecodeGood(file);
+  const common::Image whole = DecodeGood(file);
   const size_t from = FindMarker(file, 0xD1);
   const size_t to = FindMarker(file, 0xD2);
   const Decoded decoded = Decode(jpeg_files::Without(file, from, to - from));
@@ -147,7 +147,7 @@ TEST(JpegDamage, AMissingIntervalIsLeftOut) {
 
 TEST(JpegDamage, ALostMarkerCostsItsInterval) {
   const Bytes file = FileWithIntervals();
-  const jpeg::Image whole = DecodeGood(file);
+  const common::Image whole = DecodeGood(file);
   Bytes changed = file;
   changed[FindMarker(file, 0xD1)] = 0x12;
   const Decoded decoded = Decode(changed);
@@ -157,7 +157,7 @@ TEST(JpegDamage, ALostMarkerCostsItsInterval) {
 
 TEST(JpegDamage, AFalseMarkerCostsItsInterval) {
   const Bytes file = FileWithIntervals();
-  const jpeg::Image whole = DecodeGood(file);
+  const common::Image whole = DecodeGood(file);
   const size_t third = FindMarker(file, 0xD1) + 2;
   for (const int false_marker : {0xD0, 0xD3, 0xD5, 0xD9, 0xC4, 0x01, 0xF0}) {
     Bytes changed = file;
@@ -173,7 +173,7 @@ TEST(JpegDamage, AFalseMarkerCostsItsInterval) {
 
 TEST(JpegDamage, TheRowsBeforeATruncationAreGood) {
   const Bytes file = FileWithIntervals();
-  const jpeg::Image whole = DecodeGood(file);
+  const common::Image whole = DecodeGood(file);
   const Bytes part(file.begin(),
                    file.begin() + static_cast<std::ptrdiff_t>(FindMarker(file, 0xD2) + 9));
   const Decoded decoded = Decode(part);
@@ -213,9 +213,9 @@ TEST(JpegDamage, HugeHeaderInASmallFile) {
   jpeg::DecodeOptions options;
   for (const int64_t limit : {options.max_pixels, INT64_MAX}) {
     options.max_pixels = limit;
-    jpeg::Image image;
+    common::Image image;
     jpeg::FileInfo info;
-    const jpeg::Status status = jpeg::Decode(file.data(), file.size(), options, &image, &info);
+    const common::Status status = jpeg::Decode(file.data(), file.size(), options, &image, &info);
     EXPECT_NE(status.text().find("65535 x 65535"), std::string::npos) << status.text();
   }
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
@@ -223,7 +223,7 @@ TEST(JpegDamage, HugeHeaderInASmallFile) {
 
 TEST(JpegDamage, GoodFilesWithinTheBoundAreNotRefused) {
   // One colour: about two bits a block.
-  jpeg::Image image;
+  common::Image image;
   ASSERT_TRUE(image.Resize(8000, 4000, PixelLayout::kGrey));
   std::memset(image.Row(0), 128, image.SizeInBytes());
   EXPECT_TRUE(pictures::Same(image, DecodeGood(Encode(image))));

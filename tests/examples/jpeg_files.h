@@ -17,16 +17,16 @@ namespace jpeg_files {
 
 using pictures::Bytes;
 
-inline Bytes Encode(const jpeg::Image& image, const jpeg::EncodeOptions& options = {}) {
-  jpeg::ByteBuffer file;
-  const jpeg::Status status = jpeg::Encode(image, options, &file);
+inline Bytes Encode(const common::Image& image, const jpeg::EncodeOptions& options = {}) {
+  common::ByteBuffer file;
+  const common::Status status = jpeg::Encode(image, options, &file);
   EXPECT_TRUE(status.ok()) << status.text();
   return pictures::ToBytes(file);
 }
 
 struct Decoded {
-  jpeg::Status status;
-  jpeg::Image image;
+  common::Status status;
+  common::Image image;
   jpeg::FileInfo info;
 
   std::string AllMessages() const {
@@ -45,7 +45,7 @@ inline Decoded Decode(const Bytes& file, int scale = 1) {
 }
 
 // A file that must be without fault.
-inline jpeg::Image DecodeGood(const Bytes& file, int scale = 1) {
+inline common::Image DecodeGood(const Bytes& file, int scale = 1) {
   Decoded result = Decode(file, scale);
   EXPECT_TRUE(result.status.ok()) << result.status.text();
   EXPECT_EQ(result.AllMessages(), "");

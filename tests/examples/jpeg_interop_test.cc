@@ -12,7 +12,7 @@
 
 namespace {
 
-using jpeg::PixelLayout;
+using common::PixelLayout;
 using jpeg_files::Bytes;
 using jpeg_files::Decode;
 using jpeg_files::DecodeGood;
@@ -48,7 +48,7 @@ void ExpectSameComponents(const Bytes& file, const std::string& what) {
   const libjpeg_codec::Components expected = libjpeg_codec::DecompressComponents(file);
   std::vector<jpeg::ComponentSamples> components;
   jpeg::FileInfo info;
-  const jpeg::Status status =
+  const common::Status status =
       jpeg::DecodeComponents(file.data(), file.size(), jpeg::DecodeOptions(), &components, &info);
   ASSERT_TRUE(status.ok()) << what << ": " << status.text();
   EXPECT_TRUE(info.messages.empty()) << what;
@@ -90,7 +90,7 @@ class JpegInterop : public ::testing::TestWithParam<PixelLayout> {};
 
 TEST_P(JpegInterop, TheirFilesDecodeHere) {
   for (const Size& size : kSizes) {
-    const jpeg::Image image = pictures::Detailed(size.width, size.height, GetParam());
+    const common::Image image = pictures::Detailed(size.width, size.height, GetParam());
     for (const auto& factors : kFactors) {
       for (const int quality : {20, 75, 90, 100}) {
         Settings settings;
@@ -108,7 +108,7 @@ TEST_P(JpegInterop, TheirFilesDecodeHere) {
 
 TEST_P(JpegInterop, TheirRestartIntervalsScansAndTables) {
   const Size size = {131, 67};
-  const jpeg::Image image = pictures::Detailed(size.width, size.height, GetParam());
+  const common::Image image = pictures::Detailed(size.width, size.height, GetParam());
   for (const auto& factors : kFactors) {
     for (const int kind : {0, 1, 2, 3, 4, 5}) {
       Settings settings;
@@ -132,7 +132,7 @@ TEST_P(JpegInterop, TheirRestartIntervalsScansAndTables) {
 
 TEST_P(JpegInterop, OurFilesDecodeThere) {
   for (const Size& size : kSizes) {
-    const jpeg::Image image = pictures::Detailed(size.width, size.height, GetParam());
+    const common::Image image = pictures::Detailed(size.width, size.height, GetParam());
     for (int i = 0; i < 9; ++i) {
       jpeg::EncodeOptions options;
       options.sampling = static_cast<jpeg::Sampling>(i % 3);
@@ -147,7 +147,7 @@ TEST_P(JpegInterop, OurFilesDecodeThere) {
   }
 }
 
-double MeanSquareError(const jpeg::Image& image, const Bytes& file) {
+double MeanSquareError(const common::Image& image, const Bytes& file) {
   const Bytes a = pictures::ToBytes(image);
   const Bytes b = pictures::ToBytes(DecodeGood(file));
   double sum = 0;
@@ -157,7 +157,7 @@ double MeanSquareError(const jpeg::Image& image, const Bytes& file) {
 
 // The integer transform rounds twice, which shows where steps are even; the precise one once, as there.
 TEST_P(JpegInterop, OurFilesLoseNoMore) {
-  const jpeg::Image image = pictures::Detailed(640, 480, GetParam());
+  const common::Image image = pictures::Detailed(640, 480, GetParam());
   Settings theirs;
   theirs.quality = 90;
   const double expected = MeanSquareError(image, libjpeg_codec::Compress(image, theirs));
@@ -171,7 +171,7 @@ TEST_P(JpegInterop, OurFilesLoseNoMore) {
 // For equal coefficients the coded bytes are the same.
 TEST_P(JpegInterop, CodedBytesAreTheSame) {
   for (const Size& size : kSizes) {
-    const jpeg::Image image = pictures::Detailed(size.width, size.height, GetParam());
+    const common::Image image = pictures::Detailed(size.width, size.height, GetParam());
     for (int i = 0; i < 12; ++i) {
       jpeg::EncodeOptions options;
       options.sampling = static_cast<jpeg::Sampling>(i % 3);
@@ -193,7 +193,7 @@ TEST_P(JpegInterop, CodedBytesAreTheSame) {
 // libjpeg's reduced transforms also look at higher frequencies, so this is not exact. At 1/8 it repeats
 // colour samples where the example filters them: compared where neither needs to.
 TEST_P(JpegInterop, PreviewsAreClose) {
-  const jpeg::Image image = pictures::Smooth(203, 117, GetParam());
+  const common::Image image = pictures::Smooth(203, 117, GetParam());
   for (const auto& factors : kFactors) {
     Settings settings;
     settings.sampling = factors[0];
@@ -203,7 +203,7 @@ TEST_P(JpegInterop, PreviewsAreClose) {
     const bool is_square = factors[0][0] * factors[1][1] == factors[0][1] * factors[1][0];
     for (const int scale : {2, 4, 8}) {
       if (scale == 8 && !is_square) continue;
-      const jpeg::Image expected = libjpeg_codec::Decompress(file, scale);
+      const common::Image expected = libjpeg_codec::Decompress(file, scale);
       const Difference difference = Compare(DecodeGood(file, scale), expected);
       EXPECT_LE(difference.mean, 2.0) << Name({203, 117}, settings) << " scale " << scale;
       EXPECT_LE(difference.most, 12) << Name({203, 117}, settings) << " scale " << scale;

@@ -13,7 +13,7 @@
 
 namespace {
 
-using jpeg::PixelLayout;
+using common::PixelLayout;
 using jpeg::Sampling;
 using jpeg_files::Bytes;
 using jpeg_files::Decode;
@@ -41,8 +41,8 @@ TEST(JpegRoundTrip, EverySizeAndSampling) {
     for (const Sampling sampling : kSamplings) {
       for (int height = 1; height <= 40; ++height) {
         for (int width = 1; width <= 40; ++width) {
-          const jpeg::Image image = pictures::Smooth(width, height, layout);
-          const jpeg::Image decoded = DecodeGood(Encode(image, Options(97, sampling)));
+          const common::Image image = pictures::Smooth(width, height, layout);
+          const common::Image decoded = DecodeGood(Encode(image, Options(97, sampling)));
           const pictures::Difference difference = Compare(image, decoded);
           ASSERT_LE(difference.most, 14)
               << width << "x" << height << " sampling " << static_cast<int>(sampling);
@@ -56,8 +56,8 @@ TEST(JpegRoundTrip, EverySizeAndSampling) {
 TEST(JpegRoundTrip, RestartIntervalsChangeNoSample) {
   for (const PixelLayout layout : kLayouts) {
     for (const Sampling sampling : kSamplings) {
-      const jpeg::Image image = pictures::Detailed(143, 75, layout);
-      const jpeg::Image without = DecodeGood(Encode(image, Options(80, sampling)));
+      const common::Image image = pictures::Detailed(143, 75, layout);
+      const common::Image without = DecodeGood(Encode(image, Options(80, sampling)));
       for (const int interval : {1, 2, 3, 9, 10, 100, 65535}) {
         const Bytes file = Encode(image, Options(80, sampling, interval));
         EXPECT_TRUE(Same(without, DecodeGood(file))) << "interval " << interval;
@@ -70,16 +70,16 @@ TEST(JpegRoundTrip, ExtremeSizes) {
   const std::array<std::array<int, 2>, 4> sizes = {
       {{65535, 1}, {1, 65535}, {65535, 9}, {17, 65535}}};
   for (const auto& [width, height] : sizes) {
-    const jpeg::Image image = pictures::Smooth(width, height, PixelLayout::kRgb);
+    const common::Image image = pictures::Smooth(width, height, PixelLayout::kRgb);
     for (const Sampling sampling : kSamplings) {
-      const jpeg::Image decoded = DecodeGood(Encode(image, Options(95, sampling)));
+      const common::Image decoded = DecodeGood(Encode(image, Options(95, sampling)));
       EXPECT_LE(Compare(image, decoded).mean, 2.5) << width << "x" << height;
     }
   }
 }
 
 TEST(JpegRoundTrip, EveryQuality) {
-  const jpeg::Image image = pictures::Detailed(64, 48, PixelLayout::kRgb);
+  const common::Image image = pictures::Detailed(64, 48, PixelLayout::kRgb);
   size_t last_size = 0;
   for (int quality = 1; quality <= 100; ++quality) {
     const Bytes file = Encode(image, Options(quality, Sampling::k444));
@@ -93,7 +93,7 @@ TEST(JpegRoundTrip, EveryQuality) {
 // The strongest contrasts: pixels of noise, at quality 100.
 TEST(JpegRoundTrip, NoiseAtFullQuality) {
   uint32_t state = 1;
-  jpeg::Image image;
+  common::Image image;
   ASSERT_TRUE(image.Resize(200, 100, PixelLayout::kRgb));
   for (size_t i = 0; i < image.SizeInBytes(); ++i) {
     state = state * 1664525 + 1013904223;
@@ -111,7 +111,7 @@ uint64_t Hash(const Bytes& bytes) {
 // The whole way there and back, on every processor, for every compiler.
 TEST(JpegRoundTrip, TheSameBytesEverywhere) {
   uint32_t state = 1;
-  jpeg::Image image;
+  common::Image image;
   ASSERT_TRUE(image.Resize(301, 203, PixelLayout::kRgb));
   for (int y = 0; y < image.height(); ++y) {
     for (int x = 0; x < image.width() * 3; ++x) {
@@ -137,8 +137,8 @@ TEST(JpegRoundTrip, TheSameBytesEverywhere) {
 }
 
 // Means of the full picture over squares of scale x scale pixels, whole ones only.
-jpeg::Image Reduce(const jpeg::Image& image, int scale) {
-  jpeg::Image reduced;
+common::Image Reduce(const common::Image& image, int scale) {
+  common::Image reduced;
   EXPECT_TRUE(reduced.Resize(image.width() / scale, image.height() / scale, image.layout()));
   const int channels = image.channels();
   for (int y = 0; y < reduced.height(); ++y) {
@@ -159,9 +159,9 @@ TEST(JpegPreview, IsTheReducedPicture) {
   for (const PixelLayout layout : kLayouts) {
     for (const Sampling sampling : kSamplings) {
       const Bytes file = Encode(pictures::Smooth(160, 96, layout), Options(95, sampling));
-      const jpeg::Image full = DecodeGood(file);
+      const common::Image full = DecodeGood(file);
       for (const int scale : {2, 4, 8}) {
-        const jpeg::Image preview = DecodeGood(file, scale);
+        const common::Image preview = DecodeGood(file, scale);
         const pictures::Difference difference = Compare(preview, Reduce(full, scale));
         EXPECT_LE(difference.mean, 3.0) << "scale " << scale;
         EXPECT_LE(difference.most, 16) << "scale " << scale;
@@ -176,7 +176,7 @@ TEST(JpegPreview, OddSizesAreRoundedUp) {
       const Bytes file =
           Encode(pictures::Smooth(width, 41 - width, PixelLayout::kRgb), Options(90, sampling));
       for (const int scale : {2, 4, 8}) {
-        const jpeg::Image preview = DecodeGood(file, scale);
+        const common::Image preview = DecodeGood(file, scale);
         EXPECT_EQ(preview.width(), (width + scale - 1) / scale);
         EXPECT_EQ(preview.height(), (41 - width + scale - 1) / scale);
       }
@@ -213,9 +213,9 @@ TEST(JpegMetadata, ExifAndProfileComeBack) {
 }
 
 TEST(JpegEncode, BadArguments) {
-  jpeg::ByteBuffer file;
-  const jpeg::Image image = pictures::Smooth(8, 8, PixelLayout::kRgb);
-  EXPECT_FALSE(jpeg::Encode(jpeg::Image(), {}, &file).ok());
+  common::ByteBuffer file;
+  const common::Image image = pictures::Smooth(8, 8, PixelLayout::kRgb);
+  EXPECT_FALSE(jpeg::Encode(common::Image(), {}, &file).ok());
   EXPECT_FALSE(jpeg::Encode(image, Options(0, Sampling::k444), &file).ok());
   EXPECT_FALSE(jpeg::Encode(image, Options(101, Sampling::k444), &file).ok());
   EXPECT_FALSE(jpeg::Encode(image, Options(90, Sampling::k444, 65536), &file).ok());
@@ -254,7 +254,7 @@ TEST(JpegDecode, NoPicture) {
 // Padding in front of markers, segments that are not known, a second table in one segment.
 TEST(JpegDecode, UnusualButGood) {
   const Bytes file = Encode(pictures::Detailed(33, 21, PixelLayout::kRgb));
-  const jpeg::Image expected = DecodeGood(file);
+  const common::Image expected = DecodeGood(file);
   const size_t frame = FindMarker(file, jpeg::kSof0);
   EXPECT_TRUE(Same(expected, DecodeGood(jpeg_files::With(file, frame, {0xFF, 0xFF, 0xFF}))));
   const Bytes unknown = {0xFF, 0xF1, 0, 4, 1, 2};
@@ -282,7 +282,7 @@ TEST(JpegDecode, WideQuantizationTables) {
 
 TEST(JpegDecode, StepsBeyond255) {
   // One grey block with a DC coefficient of 1 and a step of 512: 128 + 512 / 8 everywhere.
-  jpeg::Image image;
+  common::Image image;
   ASSERT_TRUE(image.Resize(8, 8, PixelLayout::kGrey));
   for (size_t i = 0; i < 64; ++i) image.Row(0)[i] = 129;
   Bytes file = Encode(image, Options(99, Sampling::k444));  // steps of 1 or 2
@@ -295,7 +295,7 @@ TEST(JpegDecode, StepsBeyond255) {
     segment.push_back(static_cast<uint8_t>((64 * step) & 255));
   }
   file = jpeg_files::With(jpeg_files::Without(file, at, 69), at, segment);
-  const jpeg::Image decoded = DecodeGood(file);
+  const common::Image decoded = DecodeGood(file);
   for (size_t i = 0; i < 64; ++i) EXPECT_EQ(decoded.Row(0)[i], 128 + 64);
 }
 
@@ -322,7 +322,7 @@ TEST(JpegDecode, HeightBehindTheFirstScan) {
 
 // The names of the components, or Adobe's header, tell RGB from YCbCr.
 TEST(JpegDecode, RgbIsRecognised) {
-  const jpeg::Image image = pictures::Smooth(20, 12, PixelLayout::kRgb);
+  const common::Image image = pictures::Smooth(20, 12, PixelLayout::kRgb);
   Bytes file = Encode(image, Options(95, Sampling::k444));
   const size_t jfif = FindMarker(file, jpeg::kApp0);
   const Bytes bare = jpeg_files::Without(file, jfif, SegmentSize(file, jfif));
@@ -347,7 +347,7 @@ TEST(JpegDecode, RgbIsRecognised) {
 TEST(JpegDecode, LimitOfPixels) {
   const Bytes file = Encode(pictures::Smooth(100, 100, PixelLayout::kGrey));
   jpeg::DecodeOptions options;
-  jpeg::Image image;
+  common::Image image;
   jpeg::FileInfo info;
   options.max_pixels = 10000;
   EXPECT_TRUE(jpeg::Decode(file.data(), file.size(), options, &image, &info).ok());
@@ -365,7 +365,7 @@ TEST(JpegDecode, StageTimesAddUp) {
   const Bytes file = Encode(pictures::Detailed(400, 300, PixelLayout::kRgb), options);
   jpeg::DecodeOptions decode_options;
   decode_options.times = &decode;
-  jpeg::Image image;
+  common::Image image;
   jpeg::FileInfo info;
   ASSERT_TRUE(jpeg::Decode(file.data(), file.size(), decode_options, &image, &info).ok());
   for (const jpeg::StageTimes& times : {encode, decode}) {

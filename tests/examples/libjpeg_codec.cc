@@ -74,17 +74,17 @@ std::vector<jpeg_scan_info> ScanForEach(int components) {
   return scans;
 }
 
-void SetColorSpaces(const jpeg::Image& image, const Settings& settings,
+void SetColorSpaces(const common::Image& image, const Settings& settings,
                     jpeg_compress_struct* info) {
   info->input_components = image.channels();
   switch (image.layout()) {
-    case jpeg::PixelLayout::kGrey: info->in_color_space = JCS_GRAYSCALE; break;
-    case jpeg::PixelLayout::kRgb: info->in_color_space = JCS_RGB; break;
-    case jpeg::PixelLayout::kCmyk: info->in_color_space = JCS_CMYK; break;
+    case common::PixelLayout::kGrey: info->in_color_space = JCS_GRAYSCALE; break;
+    case common::PixelLayout::kRgb: info->in_color_space = JCS_RGB; break;
+    default: info->in_color_space = JCS_CMYK;
   }
   jpeg_set_defaults(info);
   if (settings.as_rgb) jpeg_set_colorspace(info, JCS_RGB);
-  if (image.layout() == jpeg::PixelLayout::kCmyk) {
+  if (image.layout() == common::PixelLayout::kCmyk) {
     jpeg_set_colorspace(info, settings.as_cmyk ? JCS_CMYK : JCS_YCCK);
     info->write_Adobe_marker = TRUE;
   }
@@ -92,7 +92,7 @@ void SetColorSpaces(const jpeg::Image& image, const Settings& settings,
 
 }  // namespace
 
-Bytes Compress(const jpeg::Image& image, const Settings& settings) {
+Bytes Compress(const common::Image& image, const Settings& settings) {
   Compressor compressor;
   jpeg_compress_struct& info = compressor.info;
   info.image_width = static_cast<JDIMENSION>(image.width());
@@ -114,7 +114,7 @@ Bytes Compress(const jpeg::Image& image, const Settings& settings) {
   }
   if (settings.progressive) jpeg_simple_progression(&info);
   jpeg_start_compress(&info, TRUE);
-  const bool invert = image.layout() == jpeg::PixelLayout::kCmyk;
+  const bool invert = image.layout() == common::PixelLayout::kCmyk;
   Bytes row(image.Step());
   for (int y = 0; y < image.height(); ++y) {
     const auto stored = [&](uint8_t v) { return static_cast<uint8_t>(invert ? 255 - v : v); };
@@ -125,16 +125,16 @@ Bytes Compress(const jpeg::Image& image, const Settings& settings) {
   return compressor.Finish();
 }
 
-jpeg::Image Decompress(const Bytes& file, int scale) {
+common::Image Decompress(const Bytes& file, int scale) {
   Decompressor decompressor(file);
   jpeg_decompress_struct& info = decompressor.info;
   info.scale_num = 1;
   info.scale_denom = static_cast<unsigned>(scale);
   jpeg_start_decompress(&info);
-  const auto layout = info.output_components == 1   ? jpeg::PixelLayout::kGrey
-                      : info.output_components == 3 ? jpeg::PixelLayout::kRgb
-                                                    : jpeg::PixelLayout::kCmyk;
-  jpeg::Image image;
+  const auto layout = info.output_components == 1   ? common::PixelLayout::kGrey
+                      : info.output_components == 3 ? common::PixelLayout::kRgb
+                                                    : common::PixelLayout::kCmyk;
+  common::Image image;
   if (!image.Resize(static_cast<int>(info.output_width), static_cast<int>(info.output_height),
                     layout)) {
     std::abort();
@@ -144,12 +144,12 @@ jpeg::Image Decompress(const Bytes& file, int scale) {
     jpeg_read_scanlines(&info, rows, 1);
   }
   jpeg_finish_decompress(&info);
-  if (layout == jpeg::PixelLayout::kCmyk && info.saw_Adobe_marker) {
+  if (layout == common::PixelLayout::kCmyk && info.saw_Adobe_marker) {
     for (size_t i = 0; i < image.SizeInBytes(); ++i) {
       image.Row(0)[i] = static_cast<uint8_t>(255 - image.Row(0)[i]);
     }
   }
-  return decompressor.HadWarnings() ? jpeg::Image() : std::move(image);
+  return decompressor.HadWarnings() ? common::Image() : std::move(image);
 }
 
 Components DecompressComponents(const Bytes& file) {

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "jpeg/image.h"
+#include "common/image.h"
 
 namespace libjpeg_codec {
 
@@ -27,7 +27,7 @@ struct Settings {
 };
 
 // CMYK pictures hold the amounts of ink; the file holds them inverted.
-Bytes Compress(const jpeg::Image& image, const Settings& settings);
+Bytes Compress(const common::Image& image, const Settings& settings);
 
 struct Components {
   struct Component {
@@ -39,7 +39,7 @@ struct Components {
 };
 
 // By the accurate inverse transform. Empty or 0 x 0 where the file has an error or a warning.
-jpeg::Image Decompress(const Bytes& file, int scale = 1);
+common::Image Decompress(const Bytes& file, int scale = 1);
 Components DecompressComponents(const Bytes& file);
 
 // Decodes the coefficients and codes them again with the same tables and restart interval.

@@ -10,8 +10,8 @@ namespace pictures {
 namespace {
 
 template <class Function>
-jpeg::Image Make(int width, int height, jpeg::PixelLayout layout, Function sample) {
-  jpeg::Image image;
+common::Image Make(int width, int height, common::PixelLayout layout, Function sample) {
+  common::Image image;
   if (!image.Resize(width, height, layout)) std::abort();
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
@@ -26,13 +26,13 @@ jpeg::Image Make(int width, int height, jpeg::PixelLayout layout, Function sampl
 
 }  // namespace
 
-jpeg::Image Smooth(int width, int height, jpeg::PixelLayout layout) {
+common::Image Smooth(int width, int height, common::PixelLayout layout) {
   return Make(width, height, layout, [](int x, int y, int c) {
     return 128 + 60 * std::sin(0.05 * x + 1.3 * c) + 50 * std::cos(0.04 * y - 0.9 * c);
   });
 }
 
-jpeg::Image Detailed(int width, int height, jpeg::PixelLayout layout, uint32_t seed) {
+common::Image Detailed(int width, int height, common::PixelLayout layout, uint32_t seed) {
   std::mt19937 random(seed);
   return Make(width, height, layout, [&](int x, int y, int c) {
     const double wave = 128 + 70 * std::sin(0.06 * x + c) + 50 * std::cos(0.11 * y + 0.7 * c);
@@ -57,20 +57,20 @@ Difference Compare(const Bytes& a, const Bytes& b) {
   return difference;
 }
 
-Difference Compare(const jpeg::Image& a, const jpeg::Image& b) {
+Difference Compare(const common::Image& a, const common::Image& b) {
   if (a.width() != b.width() || a.height() != b.height() || a.layout() != b.layout()) {
     return {255, 255};
   }
   return Compare(ToBytes(a), ToBytes(b));
 }
 
-bool Same(const jpeg::Image& a, const jpeg::Image& b) { return Compare(a, b).most == 0; }
+bool Same(const common::Image& a, const common::Image& b) { return Compare(a, b).most == 0; }
 
-Bytes ToBytes(const jpeg::ByteBuffer& buffer) {
+Bytes ToBytes(const common::ByteBuffer& buffer) {
   return Bytes(buffer.data(), buffer.data() + buffer.size());
 }
 
-Bytes ToBytes(const jpeg::Image& image) {
+Bytes ToBytes(const common::Image& image) {
   return Bytes(image.Row(0), image.Row(0) + image.SizeInBytes());
 }
 

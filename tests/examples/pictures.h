@@ -6,17 +6,17 @@
 #include <cstdint>
 #include <vector>
 
-#include "jpeg/byte_buffer.h"
-#include "jpeg/image.h"
+#include "common/byte_buffer.h"
+#include "common/image.h"
 
 namespace pictures {
 
 using Bytes = std::vector<uint8_t>;
 
 // Slow gradients, different in each channel: what every sampling keeps.
-jpeg::Image Smooth(int width, int height, jpeg::PixelLayout layout);
+common::Image Smooth(int width, int height, common::PixelLayout layout);
 // Gradients, discs and some noise, as in a photograph.
-jpeg::Image Detailed(int width, int height, jpeg::PixelLayout layout, uint32_t seed = 1);
+common::Image Detailed(int width, int height, common::PixelLayout layout, uint32_t seed = 1);
 
 struct Difference {
   int most = 0;
@@ -24,13 +24,13 @@ struct Difference {
 };
 
 // Of all samples. Pictures of different size or layout differ by 255.
-Difference Compare(const jpeg::Image& a, const jpeg::Image& b);
+Difference Compare(const common::Image& a, const common::Image& b);
 Difference Compare(const Bytes& a, const Bytes& b);
-bool Same(const jpeg::Image& a, const jpeg::Image& b);
+bool Same(const common::Image& a, const common::Image& b);
 
-Bytes ToBytes(const jpeg::ByteBuffer& buffer);
+Bytes ToBytes(const common::ByteBuffer& buffer);
 // The samples of a picture.
-Bytes ToBytes(const jpeg::Image& image);
+Bytes ToBytes(const common::Image& image);
 
 }  // namespace pictures
 

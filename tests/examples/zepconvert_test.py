@@ -16,6 +16,7 @@ import sys
 import tempfile
 import time
 import unittest
+import zlib
 
 TOOL = os.path.abspath(sys.argv.pop(1))
 
@@ -43,6 +44,17 @@ def read_pnm(path):
     head = re.match(rb"P([56])\n(\d+) (\d+)\n255\n", data)
     channels = 1 if head.group(1) == b"5" else 3
     return int(head.group(2)), int(head.group(3)), channels, data[head.end():]
+
+
+def png(width, height, channels, samples):
+    def chunk(name, data):
+        return (struct.pack(">I", len(data)) + name + data +
+                struct.pack(">I", zlib.crc32(name + data)))
+    step = width * channels
+    rows = b"".join(b"\0" + samples[y * step:(y + 1) * step] for y in range(height))
+    kind = {1: 0, 2: 4, 3: 2, 4: 6}[channels]
+    return (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, kind, 0, 0, 0)) +
+            chunk(b"IDAT", zlib.compress(rows)) + chunk(b"IEND", b""))
 
 
 def segments(path):
@@ -114,6 +126,90 @@ class ZepconvertTest(unittest.TestCase):
             self.run_tool("in.ppm", name, *options)
             self.run_tool(name, "c2.pnm")
             self.assertEqual(read_pnm(self.path("c2.pnm"))[2], 1, name)
+
+    def test_transparent_pixels(self):
+        white = "laid over white"
+        for channels in (2, 4):
+            samples = bytes(i * 7 % 256 for i in range(20 * 10 * channels))
+            self.write("t.png", png(20, 10, channels, samples))
+            self.assertEqual(self.run_tool("t.png", "same.png"), "")
+            self.assertEqual(self.run_tool("same.png", "again.png"), "")
+            self.assertEqual(self.read("same.png"), self.read("again.png"))
+            for name in ("t.ppm", "t.jpg"):
+                self.assertIn(white, self.run_tool("t.png", name))
+            self.assertIn(white, self.run_tool("same.png", "same.ppm"))
+            expected = []
+            for i in range(0, len(samples), channels):
+                pixel, alpha = samples[i:i + channels - 1], samples[i + channels - 1]
+                expected += [(v * alpha + 255 * (255 - alpha) + 127) // 255
+                             for v in (pixel if channels == 4 else pixel * 3)]
+            self.assertEqual(read_pnm(self.path("t.ppm"))[3], bytes(expected))
+            self.assertEqual(self.read("t.ppm"), self.read("same.ppm"))
+        opaque = bytes(255 if i % 4 == 3 else i * 7 % 256 for i in range(800))
+        self.write("o.png", png(20, 10, 4, opaque))
+        self.assertEqual(self.run_tool("o.png", "o.jpg"), "")
+
+    def four_cc(self, name):
+        return self.read(name)[84:88]
+
+    def test_textures(self):
+        for kind, name, most in (("bc1", b"DXT1", 5), ("bc2", b"DXT3", 20), ("bc3", b"DXT5", 5),
+                                 ("ycocg", b"DXT5", 5)):
+            self.assertEqual(self.run_tool("in.ppm", "a.dds", "--format", kind), "")
+            self.assertEqual(self.four_cc("a.dds"), name)
+            self.run_tool("a.dds", "back.ppm")
+            width, height, _, back = read_pnm(self.path("back.ppm"))
+            self.assertEqual((width, height), (50, 33))
+            self.assertLess(mean_difference(back, self.samples), most, kind)
+        self.run_tool("in.ppm", "grey.pgm")
+        self.run_tool("in.ppm", "a.dds", "--format", "bc4")
+        self.run_tool("a.dds", "back.pgm")
+        self.assertLess(mean_difference(self.read("back.pgm"), self.read("grey.pgm")), 3)
+        self.assertIn("red and green", self.run_tool("in.ppm", "a.dds", "--format", "bc5"))
+        self.run_tool("a.dds", "back.ppm")
+        back = read_pnm(self.path("back.ppm"))[3]
+        for c, most in ((0, 3), (1, 3)):
+            self.assertLess(mean_difference(back[c::3], self.samples[c::3]), most)
+        self.assertEqual(set(back[2::3]), {0})
+
+    def test_texture_options(self):
+        self.run_tool("in.ppm", "a.dds")
+        self.assertEqual(self.four_cc("a.dds"), b"DXT1")
+        self.assertEqual(len(self.read("a.dds")), 128 + 13 * 9 * 8)
+        self.run_tool("in.ppm", "b.dds", "--mipmaps")
+        self.assertEqual(len(self.read("b.dds")), 128 + 8 * (13 * 9 + 7 * 4 + 3 * 2 + 2 + 1 + 1))
+        self.assertEqual(self.read("b.dds")[128:128 + 936], self.read("a.dds")[128:])
+        self.run_tool("in.ppm", "c.dds", "--dds-header", "dx10")
+        self.assertEqual(self.four_cc("c.dds"), b"DX10")
+        self.assertEqual(self.read("c.dds")[148:], self.read("a.dds")[128:])
+        self.run_tool("in.ppm", "d.dds", "--format", "bc4", "--dds-header", "unsigned")
+        self.assertEqual(self.four_cc("d.dds"), b"BC4U")
+        samples = bytes(i * 7 % 256 for i in range(800))
+        self.write("t.png", png(20, 10, 4, samples))
+        self.run_tool("t.png", "t.dds")
+        self.assertEqual(self.four_cc("t.dds"), b"DXT5")
+        self.assertIn("over white", self.run_tool("t.png", "t.dds", "--format", "bc1"))
+        self.run_tool("in.ppm", "--to", "dds", "--out-dir", "o", "--grey")
+        self.run_tool("o/in.dds", "back.ppm")
+        back = read_pnm(self.path("back.ppm"))[3]
+        self.assertLess(mean_difference(back[0::3], back[1::3]), 6)  # but for 5:6:5 bits
+
+    def test_bad_textures(self):
+        self.run_tool("in.ppm", "a.dds", "--mipmaps")
+        good = self.read("a.dds")
+        self.write("cut.dds", good[:-1])
+        self.write("head.dds", good[:100])
+        huge = bytearray(good)
+        huge[12:20] = struct.pack("<II", 1 << 27, 1 << 27)
+        self.write("huge.dds", bytes(huge))
+        for name, text in (("cut.dds", "announces"), ("head.dds", "within its header"),
+                           ("huge.dds", "announces")):
+            with self.subTest(name):
+                before = self.files()
+                self.assertIn(text, self.run_tool(name, "out.png", code=1))
+                self.assertEqual(self.files(), before)
+        self.assertIn("limit", self.run_tool("a.dds", "out.png", "--max-megapixels", "0.001", code=1))
+        self.assertIn("--scale", self.run_tool("a.dds", "out.png", "--scale", "2", code=1))
 
     def test_wide_samples_are_scaled(self):
         self.write("w.pgm", b"P5 # comment\n2 1\n65535\n" + struct.pack(">HH", 65535, 0x8080))
@@ -187,6 +283,8 @@ class ZepconvertTest(unittest.TestCase):
                           ["in.ppm", "x.jpg", "--sampling", "411"],
                           ["in.ppm", "x.jpg", "--scale", "3"],
                           ["in.ppm", "x.jpg", "--restart", "65536"],
+                          ["in.ppm", "x.dds", "--format", "bc9"],
+                          ["in.ppm", "x.dds", "--dds-header", "old"],
                           ["in.ppm", "x.jpg", "--nonsense"],
                           ["in.ppm", "x.jpg", "--out-dir", "d"], ["in.ppm", "--to", "gif"],
                           ["in.ppm", "a.jpg", "--to", "png", "sub/a.ppm"]):
@@ -233,7 +331,7 @@ class ZepconvertTest(unittest.TestCase):
         self.write("huge.jpg", bytes(jpg[:200]) + b"\xFF\xD9")
         png = bytearray(self.read("a.png"))
         png[16:24] = b"\0\1\0\0\0\1\0\0"
-        crc = __import__("zlib").crc32(png[12:29])
+        crc = zlib.crc32(png[12:29])
         png[29:33] = struct.pack(">I", crc)
         self.write("huge.png", bytes(png))
         self.write("huge.ppm", b"P6\n65535 65535\n255\n")
@@ -339,10 +437,19 @@ class ZepconvertTest(unittest.TestCase):
         for text in ("http", "<script", "<b>"):
             self.assertNotIn(text, html)
         sources = re.findall(r'(?:src|href)="([^"]+)"', html)
-        self.assertEqual(len(sources), 12)
+        self.assertEqual(len(sources), 18)
         for source in sources:
             self.assertTrue(os.path.exists(self.path("r/e/" + source)), source)
         self.assertIn(b"PNG", self.read("r/e/1-original.png")[:8])
+        self.assertEqual(html.count("errors, times 8</figcaption>"), 3)
+        self.assertRegex(html, r": R \d+\.\d\d dB, G \d+\.\d\d dB, B \d+\.\d\d dB")
+        self.write("t.png", png(20, 10, 4, bytes(i * 7 % 256 for i in range(800))))
+        self.run_tool("t.png", "t.dds", "--report", "r2")
+        html = self.read("r2/index.html").decode()
+        self.assertRegex(html, r": R .* dB, A \d+\.\d\d dB")
+        self.assertIn("encode texture", html)
+        for name in ("1-original.png", "1-result.png", "1-errors.png"):
+            self.assertEqual(self.read("r2/" + name)[1:4], b"PNG")
 
 
 if __name__ == "__main__":

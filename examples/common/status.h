@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 // The outcome of a step: fine, or a sentence for people that says what went wrong.
-#ifndef ZEPJP_EXAMPLES_JPEG_STATUS_H_
-#define ZEPJP_EXAMPLES_JPEG_STATUS_H_
+#ifndef ZEPJP_EXAMPLES_COMMON_STATUS_H_
+#define ZEPJP_EXAMPLES_COMMON_STATUS_H_
 
 #include <string>
 #include <utility>
 
-namespace jpeg {
+namespace common {
 
 class [[nodiscard]] Status {
  public:
@@ -26,6 +26,6 @@ class [[nodiscard]] Status {
   std::string text_;
 };
 
-}  // namespace jpeg
+}  // namespace common
 
-#endif  // ZEPJP_EXAMPLES_JPEG_STATUS_H_
+#endif  // ZEPJP_EXAMPLES_COMMON_STATUS_H_

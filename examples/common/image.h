@@ -1,20 +1,30 @@
 // SPDX-License-Identifier: MIT
 // A picture in memory: rows of interleaved bytes, without gaps.
-#ifndef ZEPJP_EXAMPLES_JPEG_IMAGE_H_
-#define ZEPJP_EXAMPLES_JPEG_IMAGE_H_
+#ifndef ZEPJP_EXAMPLES_COMMON_IMAGE_H_
+#define ZEPJP_EXAMPLES_COMMON_IMAGE_H_
 
 #include <cstddef>
 #include <cstdint>
 
-#include "jpeg/byte_buffer.h"
+#include "common/byte_buffer.h"
 
-namespace jpeg {
+namespace common {
 
-// CMYK holds the amount of ink: 0 none, 255 full.
-enum class PixelLayout { kGrey, kRgb, kCmyk };
+// Alpha is 255 where a pixel is opaque, and the colours are not multiplied by it. CMYK holds the
+// amount of ink: 0 none, 255 full.
+enum class PixelLayout { kGrey, kGreyAlpha, kRgb, kRgba, kCmyk };
 
 constexpr int ChannelCount(PixelLayout layout) {
-  return layout == PixelLayout::kGrey ? 1 : layout == PixelLayout::kRgb ? 3 : 4;
+  switch (layout) {
+    case PixelLayout::kGrey: return 1;
+    case PixelLayout::kGreyAlpha: return 2;
+    case PixelLayout::kRgb: return 3;
+    default: return 4;
+  }
+}
+
+constexpr bool HasAlpha(PixelLayout layout) {
+  return layout == PixelLayout::kGreyAlpha || layout == PixelLayout::kRgba;
 }
 
 class Image {
@@ -44,6 +54,6 @@ class Image {
   ByteBuffer samples_;
 };
 
-}  // namespace jpeg
+}  // namespace common
 
-#endif  // ZEPJP_EXAMPLES_JPEG_IMAGE_H_
+#endif  // ZEPJP_EXAMPLES_COMMON_IMAGE_H_

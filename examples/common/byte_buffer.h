@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Bytes on the heap. Unlike a vector, new bytes have no value yet, and a lack of memory is a result
 // instead of an exception.
-#ifndef ZEPJP_EXAMPLES_JPEG_BYTE_BUFFER_H_
-#define ZEPJP_EXAMPLES_JPEG_BYTE_BUFFER_H_
+#ifndef ZEPJP_EXAMPLES_COMMON_BYTE_BUFFER_H_
+#define ZEPJP_EXAMPLES_COMMON_BYTE_BUFFER_H_
 
 #include <algorithm>
 #include <cstddef>
@@ -12,7 +12,7 @@
 #include <new>
 #include <utility>
 
-namespace jpeg {
+namespace common {
 
 class ByteBuffer {
  public:
@@ -58,6 +58,6 @@ class ByteBuffer {
   size_t capacity_ = 0;
 };
 
-}  // namespace jpeg
+}  // namespace common
 
-#endif  // ZEPJP_EXAMPLES_JPEG_BYTE_BUFFER_H_
+#endif  // ZEPJP_EXAMPLES_COMMON_BYTE_BUFFER_H_

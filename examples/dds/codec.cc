@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: MIT
+#include "dds/codec.h"
+
+#include <string>
+#include <utility>
+
+#include "dds/mipmaps.h"
+#include "dds/ycocg.h"
+#include "zepjp.h"
+
+namespace dds {
+namespace {
+
+// Pixels as the functions of BC5 have them.
+constexpr size_t kRg = 2;
+
+common::Status StatusOf(zepStatus status) {
+  return status == zepStatusOk ? common::Status() : common::Status::Error(zepStatusName(status));
+}
+
+// Pixels of three bytes in another form, which takes `bytes` a pixel; empty: no memory.
+template <class Convert>
+common::ByteBuffer Converted(const common::Image& image, size_t bytes, Convert convert) {
+  common::ByteBuffer out;
+  const size_t pixels = image.SizeInBytes() / 3;
+  if (out.Resize(pixels * bytes)) convert(image.Row(0), pixels, out.data());
+  return out;
+}
+
+common::Status EncodeLevel(const common::Image& image, const EncodeOptions& options,
+                           uint8_t* blocks) {
+  const zepiSize size = {image.width(), image.height()};
+  const auto step = static_cast<int32_t>(image.Step());
+  if (options.is_ycocg) {
+    const common::ByteBuffer ycocg = Converted(image, 3, RgbToYCoCg);
+    if (ycocg.size() == 0) return common::Status::NoMemory();
+    return StatusOf(
+        zepiTextureEncodeBlockFromYCoCg_DXT5_8u_C3C1R(ycocg.data(), step, size, blocks));
+  }
+  switch (options.format) {
+    case BlockFormat::kBc1:
+      return StatusOf(
+          zepiTextureEncodeBlockFromRGBA_DXT1_8u_C4C1R(image.Row(0), step, size, blocks));
+    case BlockFormat::kBc2:
+      return StatusOf(
+          zepiTextureEncodeBlockFromRGBA_DXT3_8u_C4C1R(image.Row(0), step, size, blocks));
+    case BlockFormat::kBc3:
+      return StatusOf(
+          zepiTextureEncodeBlockFromRGBA_DXT5_8u_C4C1R(image.Row(0), step, size, blocks));
+    case BlockFormat::kBc4:
+      return StatusOf(zepiTextureEncodeBlock_BC4_8u_C1R(image.Row(0), step, size, blocks));
+    case BlockFormat::kBc5: break;
+  }
+  const common::ByteBuffer rg =
+      Converted(image, kRg, [](const uint8_t* in, size_t pixels, uint8_t* out) {
+        for (size_t i = 0; i < pixels; ++i) {
+          out[kRg * i] = in[3 * i];
+          out[kRg * i + 1] = in[3 * i + 1];
+        }
+      });
+  if (rg.size() == 0) return common::Status::NoMemory();
+  return StatusOf(zepiTextureEncodeBlockFromRG_BC5_8u_C2C1R(
+      rg.data(), static_cast<int32_t>(kRg) * size.width, size, blocks));
+}
+
+common::Status DecodeRgba(BlockFormat format, const uint8_t* blocks, uint8_t* pixels,
+                          zepiSize size) {
+  const auto decode = format == BlockFormat::kBc1   ? zepiTextureDecodeBlockToRGBA_DXT1_8u_C1C4R
+                      : format == BlockFormat::kBc2 ? zepiTextureDecodeBlockToRGBA_DXT3_8u_C1C4R
+                                                    : zepiTextureDecodeBlockToRGBA_DXT5_8u_C1C4R;
+  return StatusOf(decode(blocks, pixels, 4 * size.width, size));
+}
+
+common::Status DecodeLevel(const Header& header, const uint8_t* blocks, common::Image* image) {
+  const zepiSize size = {image->width(), image->height()};
+  const size_t pixels = static_cast<size_t>(size.width) * static_cast<size_t>(size.height);
+  if (header.format == BlockFormat::kBc4) {
+    return StatusOf(zepiTextureDecodeBlock_BC4_8u_C1R(blocks, image->Row(0), size.width, size));
+  }
+  if (image->layout() == common::PixelLayout::kRgba) {
+    return DecodeRgba(header.format, blocks, image->Row(0), size);
+  }
+  common::ByteBuffer decoded;
+  if (!decoded.Resize(pixels * (header.is_ycocg ? 4 : kRg))) return common::Status::NoMemory();
+  if (header.is_ycocg) {
+    common::Status status = DecodeRgba(header.format, blocks, decoded.data(), size);
+    YCoCgToRgb(decoded.data(), pixels, image->Row(0));
+    return status;
+  }
+  common::Status status = StatusOf(zepiTextureDecodeBlockToRG_BC5_8u_C1C2R(
+      blocks, decoded.data(), static_cast<int32_t>(kRg) * size.width, size));
+  const uint8_t* in = decoded.data();
+  uint8_t* out = image->Row(0);
+  for (size_t i = 0; i < pixels; ++i, in += kRg, out += 3) {
+    out[0] = in[0];
+    out[1] = in[1];
+    out[2] = 0;
+  }
+  return status;
+}
+
+}  // namespace
+
+common::Status Encode(const common::Image& image, const EncodeOptions& options,
+                      common::ByteBuffer* file) {
+  if (image.width() < 1 || image.height() < 1 || image.width() > kMostPixelsOnASide ||
+      image.height() > kMostPixelsOnASide) {
+    return common::Status::Error("a side must have 1 to 2^28 pixels");
+  }
+  if (options.is_ycocg && options.format != BlockFormat::kBc3) {
+    return common::Status::Error("Y Co Cg goes with BC3 only");
+  }
+  if (image.layout() != LayoutOf(options.format, options.is_ycocg)) {
+    return common::Status::Error("the picture has another layout than the format wants");
+  }
+  Header header;
+  header.format = options.format;
+  header.is_ycocg = options.is_ycocg;
+  header.width = image.width();
+  header.height = image.height();
+  header.levels = options.has_mipmaps ? FullLevelCount(image.width(), image.height()) : 1;
+  if (!file->Resize(0)) return common::Status::NoMemory();
+  if (common::Status status = AppendHeader(header, options.style, file); !status.ok())
+    return status;
+  header.data_offset = file->size();
+  const std::vector<Level> levels = LevelsOf(header);
+  if (!file->Resize(levels.back().offset + levels.back().size)) return common::Status::NoMemory();
+  common::Image smaller;
+  for (size_t i = 0; i < levels.size(); ++i) {
+    if (i > 0) {
+      common::Image half;
+      if (common::Status status = Halve(i == 1 ? image : smaller, &half); !status.ok())
+        return status;
+      smaller = std::move(half);
+    }
+    common::Status status =
+        EncodeLevel(i == 0 ? image : smaller, options, file->data() + levels[i].offset);
+    if (!status.ok()) return status;
+  }
+  return common::Status();
+}
+
+common::Status Decode(const uint8_t* data, size_t size, int64_t max_pixels, int level,
+                      common::Image* image, Header* header) {
+  if (common::Status status = ParseHeader(data, size, header); !status.ok()) return status;
+  if (level < 0 || level >= header->levels) {
+    return common::Status::Error("there is no level " + std::to_string(level));
+  }
+  const Level place = LevelsOf(*header)[static_cast<size_t>(level)];
+  if (place.width > max_pixels / place.height) {
+    return common::Status::Error(
+        std::to_string(place.width) + " x " + std::to_string(place.height) +
+        " pixels are more than the limit of " + std::to_string(max_pixels));
+  }
+  const common::PixelLayout layout = LayoutOf(header->format, header->is_ycocg);
+  if (!image->Resize(place.width, place.height, layout)) return common::Status::NoMemory();
+  return DecodeLevel(*header, data + place.offset, image);
+}
+
+}  // namespace dds

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+// Textures in DDS files, encoded and decoded by the functions of zepjp.h.
+#ifndef ZEPJP_EXAMPLES_DDS_CODEC_H_
+#define ZEPJP_EXAMPLES_DDS_CODEC_H_
+
+#include <cstddef>
+#include <cstdint>
+
+#include "common/byte_buffer.h"
+#include "common/image.h"
+#include "common/status.h"
+#include "dds/header.h"
+
+namespace dds {
+
+// The pixels that blocks are made of and decoded to. BC5 holds R and G of an RGB picture; B is 0.
+constexpr common::PixelLayout LayoutOf(BlockFormat format, bool is_ycocg) {
+  if (format == BlockFormat::kBc4) return common::PixelLayout::kGrey;
+  if (format == BlockFormat::kBc5 || is_ycocg) return common::PixelLayout::kRgb;
+  return common::PixelLayout::kRgba;
+}
+
+struct EncodeOptions {
+  BlockFormat format = BlockFormat::kBc1;
+  bool is_ycocg = false;  // with kBc3
+  bool has_mipmaps = false;
+  HeaderStyle style = HeaderStyle::kFourCc;
+};
+
+// Makes a file of a picture of the layout that LayoutOf() tells.
+common::Status Encode(const common::Image& image, const EncodeOptions& options,
+                      common::ByteBuffer* file);
+
+// A level of the first picture; level 0 is the picture itself. Pictures of more pixels are refused, and
+// files that hold less than their header announces, before memory is taken.
+common::Status Decode(const uint8_t* data, size_t size, int64_t max_pixels, int level,
+                      common::Image* image, Header* header);
+
+}  // namespace dds
+
+#endif  // ZEPJP_EXAMPLES_DDS_CODEC_H_

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: MIT
+// The header of a DDS file: what its blocks are, and where those of each level lie.
+#ifndef ZEPJP_EXAMPLES_DDS_HEADER_H_
+#define ZEPJP_EXAMPLES_DDS_HEADER_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "common/byte_buffer.h"
+#include "common/status.h"
+
+namespace dds {
+
+// BC1 to BC3 are also called DXT1, DXT3, DXT5; BC4 and BC5 are ATI1 and ATI2.
+enum class BlockFormat { kBc1, kBc2, kBc3, kBc4, kBc5 };
+
+constexpr size_t BlockSize(BlockFormat format) {
+  return format == BlockFormat::kBc1 || format == BlockFormat::kBc4 ? 8 : 16;
+}
+
+// How a header names its format: by four characters (DXT1, DXT3, DXT5, ATI1, ATI2), which every
+// program knows; by the later names of the two last (BC4U, BC5U); by a number in an extended header.
+enum class HeaderStyle { kFourCc, kUnsignedFourCc, kDx10 };
+
+struct Header {
+  BlockFormat format = BlockFormat::kBc1;
+  // Of BC3: Y in the alpha part, Co and Cg as red and green. Marked in a reserved field, which other
+  // programs ignore.
+  bool is_ycocg = false;
+  int width = 0;
+  int height = 0;
+  int levels = 1;        // the picture, then each time half the size before
+  int64_t pictures = 1;  // faces of a cube, elements of an array; all of one size
+  size_t data_offset = 0;
+};
+
+struct Level {
+  int width;
+  int height;
+  size_t offset;  // in the file, for the first picture
+  size_t size;
+};
+
+constexpr int kMostPixelsOnASide = 1 << 28;  // rows of pixels then have less than 2^31 bytes
+
+// How many levels there are down to a single pixel.
+int FullLevelCount(int width, int height);
+// The levels of the first picture.
+std::vector<Level> LevelsOf(const Header& header);
+
+// Refuses what is no block texture, and a file that holds less than its header announces.
+common::Status ParseHeader(const uint8_t* data, size_t size, Header* header);
+
+// For one picture; `data_offset` is not used.
+common::Status AppendHeader(const Header& header, HeaderStyle style, common::ByteBuffer* file);
+
+}  // namespace dds
+
+#endif  // ZEPJP_EXAMPLES_DDS_HEADER_H_

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+// Any bytes as a DDS file: each of its levels is a picture, or the file an error.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <vector>
+
+#include "dds/codec.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const std::vector<uint8_t> file(data, data + size);  // so that reading beyond its end is seen
+  common::Image image;
+  dds::Header header;
+  int levels = 1;
+  for (int level = 0; level < levels; ++level) {
+    const common::Status status =
+        dds::Decode(file.data(), file.size(), INT64_MAX, level, &image, &header);
+    if (status.ok() != status.text().empty()) std::abort();
+    if (!status.ok()) return 0;
+    // Nothing larger than the file may come out of it: 4x4 pixels of at most 4 bytes for 8 bytes.
+    if (image.SizeInBytes() / 8 > file.size()) std::abort();
+    levels = header.levels;
+  }
+  return 0;
+}

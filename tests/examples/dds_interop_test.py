@@ -1,0 +1,210 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""DDS files of zepconvert in other programs, and theirs in zepconvert: ImageMagick, nvcompress and
+nvdecompress of libnvtt-bin, Pillow. Where the decoders differ on purpose, the difference is computed from
+the blocks and must be met exactly.
+
+    dds_interop_test.py PATH_OF_ZEPCONVERT
+"""
+import math
+import os
+import struct
+import subprocess
+import sys
+import tempfile
+import unittest
+
+from PIL import Image
+
+TOOL = os.path.abspath(sys.argv.pop(1))
+FOUR_CC = {b"DXT1": "bc1", b"DXT3": "bc2", b"DXT5": "bc3", b"ATI1": "bc4", b"ATI2": "bc5"}
+
+
+def run(*command):
+    done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                          timeout=60)
+    if done.returncode != 0:
+        raise AssertionError("%s: %s" % (command, done.stdout))
+
+
+def picture(width, height, transparent):
+    """Waves, discs, a little noise; alpha from a wave, with holes, or 255."""
+    pixels = []
+    state = 1
+    for y in range(height):
+        for x in range(width):
+            state = (state * 1103515245 + 12345) & 0x7FFFFFFF
+            disc = 40 if (x % 41 - 20) ** 2 + (y % 37 - 18) ** 2 < 120 else 0
+            wave = [128 + 60 * math.sin(x / 15 + c) + 45 * math.cos(y / 19 + 2 * c) + disc * (c - 1)
+                    for c in range(3)]
+            alpha = 128 + 160 * math.sin((x + y) / 12) if transparent else 255
+            pixels.append(tuple(max(0, min(255, int(v + (state >> 16) % 7))) for v in wave) +
+                          (max(0, min(255, int(alpha))),))
+    image = Image.new("RGBA", (width, height))
+    image.putdata(pixels)
+    return image
+
+
+def channel_palette(a0, a1, rounds):
+    """What DXT5's alpha, BC4 and BC5 mix: means rounded to nearest, as here, or truncated, as elsewhere."""
+    if a0 > a1:
+        half = 3 if rounds else 0
+        return [a0, a1] + [((7 - k) * a0 + k * a1 + half) // 7 for k in range(1, 7)]
+    half = 2 if rounds else 0
+    return [a0, a1] + [((5 - k) * a0 + k * a1 + half) // 5 for k in range(1, 5)] + [0, 255]
+
+
+def channel_blocks(data, width, height, stride, at, rounds):
+    """The channel whose parts lie at byte `at` of each block of `stride` bytes."""
+    out = [0] * (width * height)
+    block = 128 + at
+    for top in range(0, height, 4):
+        for left in range(0, width, 4):
+            palette = channel_palette(data[block], data[block + 1], rounds)
+            bits = int.from_bytes(data[block + 2:block + 8], "little")
+            for i in range(16):
+                x, y = left + i % 4, top + i // 4
+                if x < width and y < height:
+                    out[y * width + x] = palette[bits >> 3 * i & 7]
+            block += stride
+    return out
+
+
+class DdsInterop(unittest.TestCase):
+    def setUp(self):
+        self.old = os.getcwd()
+        self.directory = tempfile.TemporaryDirectory()
+        os.chdir(self.directory.name)
+        picture(121, 83, False).convert("RGB").save("rgb.png")
+        picture(121, 83, True).save("rgba.png")
+
+    def tearDown(self):
+        os.chdir(self.old)
+        self.directory.cleanup()
+
+    def load(self, name):
+        image = Image.open(name)
+        image.load()
+        return image
+
+    def ours(self, name):
+        run(TOOL, "--quiet", name, "ours.png")
+        return self.load("ours.png").convert("RGBA")
+
+    def readers(self, name, image_magick=True):
+        """The picture as other programs decode it."""
+        run("nvdecompress", name)
+        yield self.load(os.path.splitext(name)[0] + ".tga").convert("RGBA")
+        if image_magick:
+            run("convert", name + "[0]", "magick.png")
+            yield self.load("magick.png").convert("RGBA")
+        yield self.load(name).convert("RGBA")
+
+    def check(self, name):
+        """Decodes a file here and elsewhere, and explains each difference."""
+        with open(name, "rb") as file:
+            data = file.read()
+        kind = FOUR_CC[data[84:88]]
+        height, width = struct.unpack_from("<II", data, 12)
+        ours = self.ours(name)
+        self.assertEqual(ours.size, (width, height))
+        for theirs in self.readers(name, kind not in ("bc4", "bc5")):
+            self.assertEqual(theirs.size, ours.size)
+            getattr(self, "compare_" + kind)(list(ours.getdata()), list(theirs.getdata()), data,
+                                             ours.size)
+
+    def compare_bc1(self, ours, theirs, _data, _size):
+        # The fourth of three colours: opaque white here, transparent black there.
+        holes = 0
+        for our, their in zip(ours, theirs):
+            if their == (0, 0, 0, 0):
+                self.assertEqual(our, (255, 255, 255, 255))
+                holes += 1
+            else:
+                self.assertEqual(our, their)
+        self.holes = holes
+
+    def compare_bc2(self, ours, theirs, _data, _size):
+        # Alpha v is 16 v here, 17 v there.
+        for our, their in zip(ours, theirs):
+            self.assertEqual(our[:3], their[:3])
+            self.assertEqual(their[3] * 16, our[3] * 17)
+
+    def compare_bc3(self, ours, theirs, data, size):
+        self.compare_channel(ours, theirs, data, size, 3, 0)
+        for our, their in zip(ours, theirs):
+            self.assertEqual(our[:3], their[:3])
+
+    def compare_bc4(self, ours, theirs, data, size):
+        self.compare_channel(ours, theirs, data, size, 0, 0, 8)
+
+    def compare_bc5(self, ours, theirs, data, size):
+        self.compare_channel(ours, theirs, data, size, 0, 0)
+        self.compare_channel(ours, theirs, data, size, 1, 8)
+
+    def compare_channel(self, ours, theirs, data, size, channel, at, stride=16):
+        # Means are rounded here, truncated there.
+        self.assertEqual([pixel[channel] for pixel in ours],
+                         channel_blocks(data, *size, stride, at, True))
+        self.assertEqual([pixel[channel] for pixel in theirs],
+                         channel_blocks(data, *size, stride, at, False))
+
+    def test_our_files_elsewhere(self):
+        for kind in ("bc1", "bc2", "bc3", "bc4", "bc5"):
+            for mipmaps in ([], ["--mipmaps"]):
+                with self.subTest(kind + " ".join(mipmaps)):
+                    run(TOOL, "--quiet", "rgba.png", "a.dds", "--format", kind, *mipmaps)
+                    self.check("a.dds")
+
+    def test_small_sizes_elsewhere(self):
+        for width, height in ((1, 1), (2, 7), (3, 3), (5, 1), (4, 4), (9, 6)):
+            picture(width, height, True).save("small.png")
+            for kind in ("bc1", "bc2", "bc3", "bc4", "bc5"):
+                with self.subTest((width, height, kind)):
+                    run(TOOL, "--quiet", "small.png", "a.dds", "--format", kind, "--mipmaps")
+                    self.check("a.dds")
+
+    def test_extended_header_elsewhere(self):
+        # Pillow reads BC5 behind it.
+        run(TOOL, "--quiet", "rgb.png", "a.dds", "--format", "bc5")
+        run(TOOL, "--quiet", "rgb.png", "b.dds", "--format", "bc5", "--dds-header", "dx10")
+        self.assertEqual(self.load("a.dds").tobytes(), self.load("b.dds").tobytes())
+
+    def test_levels_elsewhere(self):
+        run(TOOL, "--quiet", "rgb.png", "a.dds", "--format", "bc1", "--mipmaps")
+        run("nvddsinfo", "a.dds")
+        out = subprocess.run(["nvddsinfo", "a.dds"], capture_output=True, text=True, check=True)
+        self.assertIn("Mipmap count: 7", out.stdout)
+
+    def test_files_of_nvcompress(self):
+        for kind in ("bc1", "bc1a", "bc2", "bc3", "bc4", "bc5"):
+            for options in (["-nomips"], []):
+                with self.subTest(kind):
+                    run("nvcompress", "-nocuda", "-alpha", *options, "-" + kind, "rgba.png", "n.dds")
+                    self.check("n.dds")
+                    if kind == "bc1a":
+                        self.assertGreater(self.holes, 0)
+
+    def test_files_of_image_magick(self):
+        for name in ("rgb.png", "rgba.png"):
+            for kind in ("dxt1", "dxt5"):
+                run("convert", name, "-define", "dds:compression=" + kind, "m.dds")
+                self.check("m.dds")
+
+    def test_quality_beside_nvcompress(self):
+        """One pass without search costs little against an encoder that searches."""
+        source = list(self.load("rgb.png").getdata())
+
+        def psnr(name):
+            pixels = self.ours(name).convert("RGB").getdata()
+            total = sum((a - b) ** 2 for p, q in zip(source, pixels) for a, b in zip(p, q))
+            return 10 * math.log10(255 ** 2 * 3 * len(source) / total)
+        run(TOOL, "--quiet", "rgb.png", "a.dds", "--format", "bc1")
+        run("nvcompress", "-nocuda", "-nomips", "-bc1", "rgb.png", "n.dds")
+        self.assertGreater(psnr("a.dds"), psnr("n.dds") - 5)
+        run(TOOL, "--quiet", "rgb.png", "y.dds", "--format", "ycocg")
+        self.assertGreater(psnr("y.dds"), psnr("a.dds"))
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
