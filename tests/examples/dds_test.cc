@@ -298,7 +298,7 @@ TEST(Dds, EveryByteChanged) {
 TEST(Dds, HugeHeadersCostNothing) {
   const auto start = std::chrono::steady_clock::now();
   for (const uint32_t side : {0u, 1u << 20, 1u << 28, (1u << 28) + 1, 0xFFFFFFFFu}) {
-    for (const size_t field : {12, 16, 28}) {
+    for (const size_t field : {size_t{12}, size_t{16}, size_t{28}}) {
       Bytes file = File(BlockFormat::kBc1, HeaderStyle::kFourCc, true);
       Set(&file, field, side);
       if (field == 28 && side == 0) continue;  // no levels are one
