@@ -759,6 +759,189 @@ ZEP_API zepStatus ZEP_CALL zepiTextureEncodeBlockFromRG_BC5_8u_C2C1R(const uint8
                                                                      uint8_t* pDst);
 /** @} */
 
+/**
+ * @defgroup codeblock JPEG 2000: code-blocks
+ *
+ * The embedded block coder (ISO/IEC 15444-1, annexes C and D): a block of quantized wavelet coefficients
+ * to bytes and back, bit plane by bit plane in up to three coding passes each, with the rates and
+ * distortions that rate control needs.
+ *
+ * **Samples** are 32-bit words of sign and magnitude: bit 31 is the sign, bits 30 to 0 the magnitude. A
+ * subband of M magnitude bits holds a quantized value q as q << (31 - M), so that its planes are 30 down to
+ * 31 - M; bits below may hold the fraction of a step, which counts for distortion only. **Subbands**: 0 LL,
+ * 1 LH, 2 HL (horizontally high), 3 HH.
+ *
+ * **Passes** are numbered from 0: a cleanup pass on the highest plane that is not empty, then significance
+ * propagation, refinement and cleanup on each plane below. A block with P planes has 3 P - 2.
+ *
+ * **Style** is the code-block style of a coding-style marker: 1 bypass, 2 reset of the contexts behind each
+ * pass, 4 termination of each pass, 8 vertically causal contexts, 16 predictable termination, 32
+ * segmentation symbols. **Segments**: without 1 and 4 all passes form one codeword segment; with 4 each
+ * pass is one; with 1 alone passes 0 to 9 are one, then each pair of raw passes and each cleanup pass.
+ * No segment ends in FF or holds FF followed by more than 8F; behind the end of a segment decoders read
+ * ones, and nothing else.
+ *
+ * @code
+ * zepiEncodeStateJPEG2K* state;
+ * zepiEncodeInitAlloc_JPEG2K(&state, size);
+ * int32_t sfBits, passes, segments, length = capacity, unfinished;
+ * zepiEncodeLoadCodeBlock_JPEG2K_32s_C1R(samples, 4 * size.width, size, state, subband, M, 0, 0, style,
+ *                                        &sfBits, &passes, &segments);
+ * zepiEncodeStoreBits_JPEG2K_1u(bytes, &length, state, &unfinished);
+ * int32_t zeroPlanes = 31 - sfBits;  // for the packet header
+ * zepiEncodeFree_JPEG2K(state);
+ * @endcode
+ * @{
+ */
+
+/** An encoder's state, made by zepiEncodeInitAlloc_JPEG2K(); it begins with the bytes "DSML". */
+typedef struct zepiEncodeStateJPEG2K zepiEncodeStateJPEG2K;
+/** A decoder's state in the caller's memory, of any alignment; it begins with the bytes "PAMC". */
+typedef struct zepiDecodeStateJPEG2K zepiDecodeStateJPEG2K;
+
+/**
+ * Makes a state for blocks of up to this size, for any number of them. **Checks**: ppState:
+ * ::zepStatusNullPtr; a width or height below 1: ::zepStatusBadSize (nothing is written);
+ * ::zepStatusMemAlloc with *ppState null.
+ */
+ZEP_API zepStatus ZEP_CALL zepiEncodeInitAlloc_JPEG2K(zepiEncodeStateJPEG2K** ppState,
+                                                      zepiSize codeBlockMaxSize);
+/**
+ * Codes a block; what the state held of another is gone.
+ *
+ * @param magnBits M of the subband, clamped to 1..31; with 0 or less nothing is coded.
+ * @param param1, param2 Ignored.
+ * @param codeStyleFlags The style, 0..63.
+ * @param pSfBits 1 + the highest bit that any magnitude has, 0 for a block of zeros: a packet header tells
+ *     31 - sfBits zero bit planes.
+ * @param pNOfPasses 3 (sfBits - (31 - M)) - 2, or 0.
+ * @param pNOfTermPasses The number of segments; 1 without passes.
+ *
+ * **Checks**: pState: ::zepStatusNullPtr; its identifier: ::zepStatusContextMismatch; pSfBits, pNOfPasses,
+ * pNOfTermPasses: ::zepStatusNullPtr; size: ::zepStatusBadSize; pSrc: ::zepStatusNullPtr; srcStep below 1:
+ * ::zepStatusBadStep. **Not checked**: that the block is no larger than the state was made for.
+ */
+ZEP_API zepStatus ZEP_CALL zepiEncodeLoadCodeBlock_JPEG2K_32s_C1R(
+    const int32_t* pSrc, int32_t srcStep, zepiSize codeBlockSize, zepiEncodeStateJPEG2K* pState,
+    int32_t subband, int32_t magnBits, int32_t param1, int32_t param2, int32_t codeStyleFlags,
+    int32_t* pSfBits, int32_t* pNOfPasses, int32_t* pNOfTermPasses);
+/**
+ * Bytes, from the block's first on, that the coder had put out at the end of a pass; of the last pass of
+ * a segment, that segment included. **Checks**: pState: ::zepStatusNullPtr; its identifier:
+ * ::zepStatusContextMismatch; the result: ::zepStatusNullPtr; no such pass:
+ * ::zepStatusJPEG2KBadPassNumber.
+ */
+ZEP_API zepStatus ZEP_CALL zepiEncodeGetRate_JPEG2K(const zepiEncodeStateJPEG2K* pState,
+                                                    int32_t passNumber, int32_t* pRate);
+/**
+ * What passes 0 to passNumber remove of the distortion: squared error in squares of the subband's step,
+ * with midpoint reconstruction above the lowest plane and the exact value on it. Checks as for
+ * zepiEncodeGetRate_JPEG2K().
+ */
+ZEP_API zepStatus ZEP_CALL zepiEncodeGetDist_JPEG2K(const zepiEncodeStateJPEG2K* pState,
+                                                    int32_t passNumber, double* pDist);
+/**
+ * Bytes, from the block's first on, that suffice to decode passes 0 to passNumber; one less does not. The
+ * difference to the end of the segment before is what a packet header tells. Checks as for
+ * zepiEncodeGetRate_JPEG2K().
+ */
+ZEP_API zepStatus ZEP_CALL zepiEncodeGetTermPassLen_JPEG2K(const zepiEncodeStateJPEG2K* pState,
+                                                           int32_t passNumber, int32_t* pLength);
+/**
+ * Copies code out, all segments back to back, up to *pDstLen bytes with each call; *pDstLen becomes their
+ * number. *pIsNotFinished tells whether bytes are left; afterwards, and for a block without passes, 0 bytes
+ * come. **Checks**: pState: ::zepStatusNullPtr; its identifier: ::zepStatusContextMismatch; pDst, pDstLen,
+ * pIsNotFinished: ::zepStatusNullPtr; *pDstLen below 1: ::zepStatusBadSize.
+ */
+ZEP_API zepStatus ZEP_CALL zepiEncodeStoreBits_JPEG2K_1u(uint8_t* pDst, int32_t* pDstLen,
+                                                         zepiEncodeStateJPEG2K* pState,
+                                                         int32_t* pIsNotFinished);
+/** Releases a state. A null pointer: ::zepStatusNullPtr; the identifier is not looked at. */
+ZEP_API zepStatus ZEP_CALL zepiEncodeFree_JPEG2K(zepiEncodeStateJPEG2K* pState);
+
+/**
+ * Decodes a block in one call.
+ *
+ * @param magnBits The block's significant planes: sfBits of the encoder, 31 less the zero bit planes of a
+ *     packet header. The first plane is magnBits - 1. Above 31 counts as 31, below 1 as none.
+ * @param nOfPasses How many passes the segments hold; what is left behind plane 0 is ignored.
+ * @param pTermPassLen The length of each segment; negative ones count as 0.
+ * @param codeStyleFlags The style, and
+ *     - 0x10000: where a pass fails, keep the planes above its plane p, with a midpoint: p's bit set in what
+ *       is not 0 then, and 0 for the rest;
+ *     - 0x20000: do not clear the block first;
+ *     - 0x40000: leave the midpoint below the last plane p (samples have bits below it otherwise cleared);
+ *     - 0x80000: do not clear the flags in the state; the caller has filled the memory with zeros.
+ * @param pErrorBitPlane On ::zepStatusJPEG2KDecodeError the plane of the pass that failed; may be null.
+ * @param pState Memory of zepiDecodeGetBufSize_JPEG2K() bytes, of any contents and alignment.
+ *
+ * A sample of which the highest one was decoded on plane p and bits down to plane q carries a midpoint, a
+ * one on plane q - 1. For lossy coding pass magnBits = sfBits + 1 and 0x40000: samples then are twice as
+ * large, and bit 0 is the half of a step.
+ *
+ * A pass fails where a segmentation symbol is wrong (32), or where a segment that must end with its last
+ * pass (4, or 1) does not with predictable termination (16).
+ *
+ * **Checks**: pSrc, pState: ::zepStatusNullPtr; size: ::zepStatusBadSize; pTermPassLen, pDst:
+ * ::zepStatusNullPtr; dstStep below 1: ::zepStatusBadStep.
+ */
+ZEP_API zepStatus ZEP_CALL zepiDecodeCodeBlock_JPEG2K_1u32s_C1R(
+    const uint8_t* pSrc, int32_t* pDst, int32_t dstStep, zepiSize codeBlockSize, int32_t subband,
+    int32_t magnBits, int32_t nOfPasses, const int32_t* pTermPassLen, int32_t nOfTermPasses,
+    int32_t codeStyleFlags, int32_t* pErrorBitPlane, uint8_t* pState);
+/**
+ * The size of a decoder's state for blocks of up to this size: with the row ((width + 2) * 4 rounded up to
+ * 32), row * ((height + 1) / 2 + 2) + 388 bytes. **Checks**: a width or height below 1:
+ * ::zepStatusBadSize; pSize: ::zepStatusNullPtr; a size beyond int32_t: ::zepStatusBadSize.
+ */
+ZEP_API zepStatus ZEP_CALL zepiDecodeGetBufSize_JPEG2K(zepiSize codeBlockMaxSize, int32_t* pSize);
+/** The same as zepiDecodeGetBufSize_JPEG2K(). */
+ZEP_API zepStatus ZEP_CALL zepiDecodeCBProgrGetStateSize_JPEG2K(zepiSize codeBlockMaxSize,
+                                                                int32_t* pSize);
+/** Makes a state of memory of that size, to which no block is attached. pState null: ::zepStatusNullPtr. */
+ZEP_API zepStatus ZEP_CALL zepiDecodeCBProgrInit_JPEG2K(zepiDecodeStateJPEG2K* pState);
+/**
+ * Allocates a state. **Checks**: ppState: ::zepStatusNullPtr; size: ::zepStatusBadSize (nothing is written);
+ * ::zepStatusMemAlloc with *ppState null.
+ */
+ZEP_API zepStatus ZEP_CALL zepiDecodeCBProgrInitAlloc_JPEG2K(zepiDecodeStateJPEG2K** ppState,
+                                                             zepiSize codeBlockMaxSize);
+/** Releases what zepiDecodeCBProgrInitAlloc_JPEG2K() made. pState null: ::zepStatusNullPtr. */
+ZEP_API zepStatus ZEP_CALL zepiDecodeCBProgrFree_JPEG2K(zepiDecodeStateJPEG2K* pState);
+/**
+ * Binds a block to a state and starts at its highest plane, with no passes to decode. Arguments as for
+ * zepiDecodeCodeBlock_JPEG2K_1u32s_C1R(). The block and its step stay in use until the last step.
+ * **Checks**: pState: ::zepStatusNullPtr; its identifier: ::zepStatusContextMismatch; pDst:
+ * ::zepStatusNullPtr; dstStep below 1: ::zepStatusBadStep; size: ::zepStatusBadSize.
+ */
+ZEP_API zepStatus ZEP_CALL zepiDecodeCBProgrAttach_JPEG2K_32s_C1R(
+    int32_t* pDst, int32_t dstStep, zepiSize codeBlockSize, zepiDecodeStateJPEG2K* pState,
+    int32_t subband, int32_t magnBits, int32_t codeStyleFlags);
+/** Sets how many passes are to be decoded. pState: ::zepStatusNullPtr, ::zepStatusContextMismatch. */
+ZEP_API zepStatus ZEP_CALL zepiDecodeCBProgrSetPassCounter_JPEG2K(int32_t nOfPasses,
+                                                                  zepiDecodeStateJPEG2K* pState);
+/**
+ * How many passes are left: one less for each that was decoded, a failed one included. **Checks**: pState,
+ * pCounter: ::zepStatusNullPtr; the identifier: ::zepStatusContextMismatch.
+ */
+ZEP_API zepStatus ZEP_CALL zepiDecodeCBProgrGetPassCounter_JPEG2K(
+    const zepiDecodeStateJPEG2K* pState, int32_t* pCounter);
+/**
+ * The plane of the last pass that was begun, or magnBits - 1. **Checks**: pState: ::zepStatusNullPtr; its
+ * identifier: ::zepStatusContextMismatch; pBitPlane: ::zepStatusNullPtr.
+ */
+ZEP_API zepStatus ZEP_CALL zepiDecodeCBProgrGetCurBitPlaneNum_JPEG2K(
+    const zepiDecodeStateJPEG2K* pState, int32_t* pBitPlane);
+/**
+ * Decodes the passes of one segment, as many as are left. Samples keep the midpoints below their last bits.
+ * Without passes left nothing is read. After ::zepStatusJPEG2KDecodeError further steps return it again
+ * and do nothing. **Checks**: pSrc, pState: ::zepStatusNullPtr; the identifier:
+ * ::zepStatusContextMismatch; no block attached: ::zepStatusJPEG2KNotAttached. A length below 0 counts as 0.
+ */
+ZEP_API zepStatus ZEP_CALL zepiDecodeCBProgrStep_JPEG2K(const uint8_t* pSrc, int32_t srcLen,
+                                                        zepiDecodeStateJPEG2K* pState);
+/** @} */
+
 /** @cond Record sizes are part of the binary interface. */
 #define ZEP_ASSERT_SIZE(type, size) \
   typedef char type##_has_##size##_bytes[sizeof(type) == (size) ? 1 : -1]

@@ -124,7 +124,10 @@ common::Status Encode(const common::Image& image, const EncodeOptions& options,
     return status;
   header.data_offset = file->size();
   const std::vector<Level> levels = LevelsOf(header);
-  if (!file->Resize(levels.back().offset + levels.back().size)) return common::Status::NoMemory();
+  const uint64_t size = levels.back().offset + levels.back().size;
+  if (size > SIZE_MAX || !file->Resize(static_cast<size_t>(size))) {
+    return common::Status::NoMemory();
+  }
   common::Image smaller;
   for (size_t i = 0; i < levels.size(); ++i) {
     if (i > 0) {

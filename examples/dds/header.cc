@@ -144,13 +144,13 @@ int FullLevelCount(int width, int height) {
 
 std::vector<Level> LevelsOf(const Header& header) {
   std::vector<Level> levels;
-  size_t offset = header.data_offset;
+  uint64_t offset = header.data_offset;
   for (int i = 0; i < header.levels; ++i) {
     const int width = std::max(header.width >> i, 1);
     const int height = std::max(header.height >> i, 1);
-    const size_t blocks =
-        (static_cast<size_t>(width) + 3) / 4 * ((static_cast<size_t>(height) + 3) / 4);
-    levels.push_back({width, height, offset, blocks * BlockSize(header.format)});
+    const auto blocks_wide = (static_cast<uint64_t>(width) + 3) / 4;
+    const auto blocks_high = (static_cast<uint64_t>(height) + 3) / 4;
+    levels.push_back({width, height, offset, blocks_wide * blocks_high * BlockSize(header.format)});
     offset += levels.back().size;
   }
   return levels;
@@ -191,7 +191,7 @@ common::Status AppendHeader(const Header& header, HeaderStyle style, common::Byt
   set(kHeight, static_cast<uint32_t>(header.height));
   set(kWidth, static_cast<uint32_t>(header.width));
   // What does not fit is no use to readers, which compute it.
-  set(kLinearSize, static_cast<uint32_t>(std::min<size_t>(LevelsOf(first)[0].size, UINT32_MAX)));
+  set(kLinearSize, static_cast<uint32_t>(std::min<uint64_t>(LevelsOf(first)[0].size, UINT32_MAX)));
   set(kLevelCount, static_cast<uint32_t>(header.levels));
   if (header.is_ycocg) {
     set(kReserved, kMark[0]);

@@ -38,8 +38,8 @@ struct Header {
 struct Level {
   int width;
   int height;
-  size_t offset;  // in the file, for the first picture
-  size_t size;
+  uint64_t offset;  // in the file, for the first picture
+  uint64_t size;
 };
 
 constexpr int kMostPixelsOnASide = 1 << 28;  // rows of pixels then have less than 2^31 bytes
