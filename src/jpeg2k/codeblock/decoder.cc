@@ -145,15 +145,15 @@ class BlockDecoder {
     const uint32_t y = i % 4;
     uint32_t sign;
     if constexpr (kIsRaw) {
-      sign = bits->Decode(0);
+      sign = bits->DecodeUnforeseen(0);
     } else {
       const Symbol context = Stripes::SignContext(window, y);
-      sign = bits->Decode(context) ^ (context & 1);
+      sign = bits->DecodeUnforeseen(context / 2) ^ (context & 1);
     }
     stripes_.SetSignificant(window, stripe, y, sign, is_causal_);
     const uint32_t value =
         sign << 31 | static_cast<uint32_t>((uint64_t{3} << progress_.plane) >> 1);
-    std::memcpy(dst + static_cast<ptrdiff_t>(y) * progress_.step + i / 4 * 4, &value, 4);
+    std::memcpy(dst + static_cast<ptrdiff_t>(y) * progress_.step + (i & ~3u), &value, 4);
   }
 
   template <bool kIsRaw, class Bits>
@@ -170,8 +170,8 @@ class BlockDecoder {
       const uint64_t sample = candidates & -candidates;
       candidates ^= sample;
       visited |= sample;
-      uint32_t* window = windows + i / 4;
-      if (bits->Decode(zero_contexts_[*window >> (3 * (i % 4)) & 0x1FF]) == 0) continue;
+      uint32_t* window = WindowOf(windows, i);
+      if (bits->DecodeUnforeseen(zero_contexts_[*window >> (3 * (i % 4)) & 0x1FF]) == 0) continue;
       DecodeSign<kIsRaw>(window, stripe, dst, i, bits);
       significant |= sample;
       candidates |= kAhead[i % 4] << i & open;
@@ -194,12 +194,13 @@ class BlockDecoder {
     const uint32_t change[2] = {1u << progress_.plane | half, half};
     for (; left != 0; left &= left - 1) {
       const auto i = static_cast<uint32_t>(__builtin_ctzll(left));
-      const auto first = static_cast<uint32_t>(kFirstRefinement + (neighbours >> i & 1));
-      const uint32_t context = (refined >> i & 1) != 0 ? kFirstRefinement + 2 : first;
-      uint8_t* place = dst + static_cast<ptrdiff_t>(i % 4) * progress_.step + i / 4 * 4;
+      const auto again = static_cast<uint32_t>(refined >> i & 1);
+      const auto near = static_cast<uint32_t>(neighbours >> i & ~again & 1);
+      const uint32_t context = kFirstRefinement + near + 2 * again;
+      uint8_t* place = dst + static_cast<ptrdiff_t>(i % 4) * progress_.step + (i & ~3u);
       uint32_t value;
       std::memcpy(&value, place, 4);
-      value ^= change[bits->Decode(static_cast<Symbol>(2 * context))];
+      value ^= change[bits->DecodeUnforeseen(context)];
       std::memcpy(place, &value, 4);
     }
   }
@@ -216,20 +217,20 @@ class BlockDecoder {
     while (left != 0) {
       auto i = static_cast<uint32_t>(__builtin_ctzll(left));
       if ((runs >> i & 1) != 0) {
-        if (bits->Decode(2 * kRun) == 0) {
+        if (bits->Decode(kRun) == 0) {
           left &= ~(uint64_t{15} << i);
           continue;
         }
-        uint32_t first = bits->Decode(2 * kUniform) << 1;
-        first |= bits->Decode(2 * kUniform);
+        uint32_t first = bits->DecodeUnforeseen(kUniform) << 1;
+        first |= bits->DecodeUnforeseen(kUniform);
         left &= ~(((uint64_t{1} << first) - 1) << i);
         i += first;
-      } else if (bits->Decode(zero_contexts_[windows[i / 4] >> (3 * (i % 4)) & 0x1FF]) == 0) {
+      } else if (bits->Decode(zero_contexts_[*WindowOf(windows, i) >> (3 * (i % 4)) & 0x1FF]) == 0) {
         left &= left - 1;
         continue;
       }
       left &= left - 1;
-      DecodeSign<false>(windows + i / 4, stripe, dst, i, bits);
+      DecodeSign<false>(WindowOf(windows, i), stripe, dst, i, bits);
       significant |= uint64_t{1} << i;
       runs &= ~(uint64_t{16} << (i & ~3u));  // the next column has a neighbour now
     }
@@ -239,7 +240,7 @@ class BlockDecoder {
   void CheckSymbol(MqDecoder* bits) {
     if ((progress_.style & kSegmentationSymbols) == 0) return;
     uint32_t symbol = 0;
-    for (int i = 0; i < 4; ++i) symbol = symbol << 1 | bits->Decode(2 * kUniform);
+    for (int i = 0; i < 4; ++i) symbol = symbol << 1 | bits->DecodeUnforeseen(kUniform);
     if (symbol != 0xA) progress_.has_failed = 1;
   }
 

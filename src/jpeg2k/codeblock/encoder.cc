@@ -218,15 +218,15 @@ class BlockEncoder {
       }
     }
     if (type == kCleanup && (style_ & kSegmentationSymbols) != 0) {
-      for (const uint32_t bit : {1u, 0u, 1u, 0u}) Put(2 * kUniform, bit);
+      for (const uint32_t bit : {1u, 0u, 1u, 0u}) Put(kUniform, bit);
     }
     CodeSymbols();
     Record(&coder_.passes[pass]);
     if (!is_raw_) positions_[pass] = mq_.position();
   }
 
-  void Put(uint32_t twice_context, uint64_t bit) {
-    *next_++ = static_cast<Symbol>(twice_context | bit);
+  void Put(uint32_t context, uint64_t bit) {
+    *next_++ = static_cast<Symbol>(2 * context + bit);
   }
 
   HWY_NOINLINE void CodeSymbols() {
@@ -258,7 +258,7 @@ class BlockEncoder {
       const auto i = static_cast<uint32_t>(__builtin_ctzll(candidates));
       candidates &= candidates - 1;
       visited |= uint64_t{1} << i;
-      uint32_t* window = windows + i / 4;
+      uint32_t* window = WindowOf(windows, i);
       const uint64_t bit = bits >> i & 1;
       Put(zero_contexts_[*window >> (3 * (i % 4)) & 0x1FF], bit);
       if (bit != 0) {
@@ -281,9 +281,10 @@ class BlockEncoder {
     stripes_.refined[at] = refined | left;
     for (; left != 0; left &= left - 1) {
       const int i = __builtin_ctzll(left);
-      const auto first = static_cast<uint32_t>(kFirstRefinement + (neighbours >> i & 1));
-      const uint32_t context = (refined >> i & 1) != 0 ? kFirstRefinement + 2 : first;
-      Put(2 * context, bits >> i & 1);
+      const uint64_t again = refined >> i & 1;
+      const auto context =
+          static_cast<uint32_t>(kFirstRefinement + (neighbours >> i & ~again & 1) + 2 * again);
+      Put(context, bits >> i & 1);
     }
   }
 
@@ -303,23 +304,23 @@ class BlockEncoder {
       uint64_t bit = bits >> i & 1;
       if ((runs >> i & 1) != 0) {
         const uint64_t column = bits >> i & 15;
-        Put(2 * kRun, column != 0 ? 1 : 0);
+        Put(kRun, column != 0 ? 1 : 0);
         if (column == 0) {
           left &= ~(uint64_t{15} << i);
           continue;
         }
         const auto first = static_cast<uint32_t>(__builtin_ctzll(column));
-        Put(2 * kUniform, first >> 1);
-        Put(2 * kUniform, first & 1);
+        Put(kUniform, first >> 1);
+        Put(kUniform, first & 1);
         left &= ~(((uint64_t{1} << first) - 1) << i);
         i += first;
         bit = 1;
       } else {
-        Put(zero_contexts_[windows[i / 4] >> (3 * (i % 4)) & 0x1FF], bit);
+        Put(zero_contexts_[*WindowOf(windows, i) >> (3 * (i % 4)) & 0x1FF], bit);
       }
       left &= left - 1;
       if (bit != 0) {
-        PutSign(windows + i / 4, stripe, signs, i);
+        PutSign(WindowOf(windows, i), stripe, signs, i);
         runs &= ~(uint64_t{16} << (i & ~3u));  // the next column has a neighbour now
       }
     }

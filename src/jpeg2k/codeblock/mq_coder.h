@@ -37,18 +37,24 @@ class MqEncoder {
     MqPosition at = at_;
     for (; symbols < end; ++symbols) {
       uint8_t* context = &(*contexts)[*symbols >> 1];
-      const uint32_t state = *context;
-      const Estimate& estimate = kEstimates[state];
-      const uint32_t qe = estimate.qe;
-      const bool is_lps = ((state ^ *symbols) & 1) != 0;
-      uint32_t interval = at.interval - qe;
-      // The smaller part is always the less probable symbol's.
-      const bool is_upper = (interval < qe) == is_lps;
-      at.code += is_upper ? qe : 0;
-      interval = is_upper ? interval : qe;
-      const int shift = __builtin_clz(interval) - 16;
-      *context = shift > 0 ? estimate.next[is_lps ? 1 : 0] : static_cast<uint8_t>(state);
-      at.interval = interval << shift;
+      const uint64_t state = kEncoderStates[*context];
+      const auto qe = static_cast<uint32_t>(state >> kEncoderPoint);
+      const uint32_t is_lps = (static_cast<uint32_t>(state) ^ *symbols) & 1;
+      const uint32_t interval = at.interval - qe;
+      constexpr uint32_t kRare = 0x2000;
+      if ((interval & 0x8000 & (is_lps - 1) & (qe - kRare) >> 8) != 0) {
+        at.interval = interval;
+        at.code += qe;
+        continue;
+      }
+      // The smaller part is always the less probable symbol's. No jumps: they could not be foreseen.
+      const uint32_t lower = 0u - ((interval - qe) >> 31 ^ is_lps);  // all ones: the lower part
+      at.code += qe & ~lower;
+      at.interval = interval ^ ((interval ^ qe) & lower);
+      const int shift = __builtin_clz(at.interval) - 16;
+      const uint32_t is_scaled = (at.interval >> 15) ^ 1;
+      *context = static_cast<uint8_t>(state >> (8 + 8 * (is_scaled + is_lps)));
+      at.interval <<= shift;
       at.code <<= shift;
       at.room -= shift;
       while (__builtin_expect(at.room <= 0, 0)) PutByte(&at);
@@ -167,48 +173,64 @@ class RawEncoder {
 // Reads a segment, and ones behind its end or a marker.
 //
 // Code and interval fill the upper bits of 64, with up to 32 bits of the segment below them that are not
-// needed yet. As long as nothing is renormalized, a symbol only takes its estimate off both, so their
-// smaller distance to a decision is all that has to be kept: `distance_`.
+// needed yet.
 class MqDecoder {
  public:
   ZEP_FLATTEN MqDecoder(const uint8_t* bytes, size_t size, const ContextStates& states)
       : bytes_(bytes), size_(size) {
     SetContexts(states);
     last_ = size > 0 ? bytes[0] : 0xFF;
-    uint64_t code = uint64_t{last_} << kPoint;
-    AddByte(&code);
-    code <<= 7;
+    code_ = uint64_t{last_} << kPoint;
+    AddByte();
+    code_ <<= 7;
     ahead_ -= 7;
-    Keep(kHalf, code);
   }
 
   ZEP_FLATTEN void SetContexts(const ContextStates& states) {
-    for (size_t i = 0; i < kContextCount; ++i) SetState(&contexts_[i], states[i]);
+    for (size_t i = 0; i < kContextCount; ++i) contexts_[i] = kDecoderStates[states[i]];
   }
   ContextStates states() const {
     ContextStates states{};
-    for (size_t i = 0; i < kContextCount; ++i) {
-      states[i] = static_cast<uint8_t>(contexts_[i].state);
-    }
+    for (size_t i = 0; i < kContextCount; ++i) states[i] = static_cast<uint8_t>(contexts_[i]);
     return states;
   }
 
-  // Takes twice a context.
-  ZEP_FLATTEN uint32_t Decode(Symbol symbol) {
-    Context& context = contexts_[symbol >> 1];
-    distance_ -= context.qe;
-    if (__builtin_expect(distance_ >= 0, 1)) return context.state & 1;
-    return Renormalize(&context);
+  // For symbols of which most can be foreseen.
+  ZEP_FLATTEN uint32_t Decode(uint32_t context) {
+    const uint64_t state = contexts_[context];
+    const uint64_t qe = state & kEstimateBits;
+    const uint64_t excess = excess_ - qe, code = code_ - qe;
+    if (__builtin_expect(static_cast<int64_t>(excess | code) < 0, 0)) return DecodeUnforeseen(context);
+    excess_ = excess;
+    code_ = code;
+    return state & 1;
   }
 
-  // How many of `most` symbols of this context in a row are surely the more probable one; it takes them.
-  ZEP_FLATTEN uint32_t SkipProbable(Symbol symbol, uint32_t most) {
-    const int64_t qe = contexts_[symbol >> 1].qe;
-    uint32_t count = 0;
-    for (; count < most && distance_ >= qe; ++count) distance_ -= qe;
-    return count;
+  // The same without any jump, for symbols that cannot be foreseen.
+  ZEP_FLATTEN uint32_t DecodeUnforeseen(uint32_t context) {
+    const uint64_t state = contexts_[context];
+    const uint64_t qe = state & kEstimateBits;
+    const uint64_t interval = excess_ + kHalf - qe;
+    uint64_t code = code_ - qe;
+    const auto lower = static_cast<uint64_t>(static_cast<int64_t>(code) >> 63);  // all ones: lower part
+    code += qe & lower;
+    uint64_t left = interval ^ ((interval ^ qe) & lower);
+    const uint64_t is_lps = (lower ^ (interval - qe)) >> 63;
+    const uint64_t is_scaled = left >> 62 ^ 1;
+    contexts_[context] = kDecoderStates[state >> (8 + 8 * (is_lps + is_scaled)) & 0xFF];
+    int shift = __builtin_clzll(left) - 1;
+    excess_ = (left << shift) - kHalf;
+    code_ = code;
+    while (__builtin_expect(shift > ahead_, 0)) {
+      code_ <<= ahead_;
+      shift -= ahead_;
+      Fill();
+    }
+    ahead_ -= shift;
+    // A damaged code may exceed the interval, and then wraps as in a register of as many bits.
+    code_ = code_ << shift & ((kHalf << 1) - 1);
+    return static_cast<uint32_t>((state ^ is_lps) & 1);
   }
-  bool IsProbablyZero(Symbol symbol) const { return (contexts_[symbol >> 1].state & 1) == 0; }
 
   // Bytes behind those that a decoder without foresight has read by now.
   int64_t Unread() const {
@@ -218,76 +240,36 @@ class MqDecoder {
   int Supplied() const { return supplied_; }
 
  private:
-  struct Context {
-    int64_t qe;
-    uint32_t state;
-  };
-
-  static constexpr int kPoint = 47;  // the lowest bit of code and interval in their 64
+  static constexpr int kPoint = kDecoderPoint;  // the lowest bit of code and interval in their 64
   static constexpr uint64_t kHalf = uint64_t{0x8000} << kPoint;
-
-  static void SetState(Context* context, uint32_t state) {
-    *context = {int64_t{kEstimates[state].qe} << kPoint, state};
-  }
-
-  ZEP_FLATTEN uint32_t Renormalize(Context* context) {
-    const auto qe = static_cast<uint64_t>(context->qe);
-    const uint64_t interval = static_cast<uint64_t>(distance_) + interval_more_;
-    uint64_t code = static_cast<uint64_t>(distance_) + code_more_;
-    const bool is_lower = static_cast<int64_t>(code) < 0;
-    const bool is_lps = is_lower != (interval < qe);
-    code += is_lower ? qe : 0;
-    uint64_t left = is_lower ? qe : interval;
-    const uint32_t bit = (context->state & 1) ^ (is_lps ? 1u : 0u);
-    SetState(context, kEstimates[context->state].next[is_lps ? 1 : 0]);
-    int shift = __builtin_clzll(left) - 1;
-    left <<= shift;
-    while (__builtin_expect(shift > ahead_, 0)) {
-      code <<= ahead_;
-      shift -= ahead_;
-      Fill(&code);
-    }
-    code <<= shift;
-    ahead_ -= shift;
-    Keep(left, code);
-    return bit;
-  }
-
-  // A damaged code may exceed the interval, and then wraps as in a register of as many bits.
-  ZEP_FLATTEN void Keep(uint64_t interval, uint64_t code) {
-    code &= (kHalf << 1) - 1;
-    const uint64_t distance = std::min(interval - kHalf, code);
-    distance_ = static_cast<int64_t>(distance);
-    interval_more_ = interval - distance;
-    code_more_ = code - distance;
-  }
+  static constexpr uint64_t kEstimateBits = ~((uint64_t{1} << kPoint) - 1);
 
   // Four bytes if none of them is special.
-  ZEP_FLATTEN void Fill(uint64_t* code) {
+  ZEP_FLATTEN void Fill() {
     if (last_ != 0xFF && size_ - position_ > 4 && position_ < size_) {
       uint32_t word;
       std::memcpy(&word, bytes_ + position_ + 1, 4);
       if (((~word - 0x01010101u) & word & 0x80808080u) == 0) {
-        *code += uint64_t{__builtin_bswap32(word)} << (kPoint - 32);
+        code_ += uint64_t{__builtin_bswap32(word)} << (kPoint - 32);
         ahead_ = 32;
         position_ += 4;
         last_ = bytes_[position_];
         return;
       }
     }
-    AddByte(code);
+    AddByte();
   }
 
-  void AddByte(uint64_t* code) {
+  void AddByte() {
     const uint32_t byte = position_ + 1 < size_ ? bytes_[position_ + 1] : 0xFF;
     if (last_ == 0xFF && byte > 0x8F) {
-      *code += uint64_t{0xFF} << (kPoint - 8);
+      code_ += uint64_t{0xFF} << (kPoint - 8);
       ahead_ = 8;
       ++supplied_;
       return;
     }
     const int bits = last_ == 0xFF ? 7 : 8;
-    *code += uint64_t{byte} << (kPoint - bits);
+    code_ += uint64_t{byte} << (kPoint - bits);
     ahead_ = bits;
     last_ = byte;
     ++position_;
@@ -299,17 +281,16 @@ class MqDecoder {
   uint32_t last_ = 0;
   int ahead_ = 0;
   int supplied_ = 0;
-  int64_t distance_ = 0;
-  uint64_t interval_more_ = 0;
-  uint64_t code_more_ = 0;
-  Context contexts_[kContextCount];
+  uint64_t excess_ = 0;  // of the interval over its half
+  uint64_t code_ = 0;
+  uint64_t contexts_[kContextCount];
 };
 
 class RawDecoder {
  public:
   RawDecoder(const uint8_t* bytes, size_t size) : bytes_(bytes), size_(size) {}
 
-  uint32_t Decode(Symbol /*symbol*/) {
+  uint32_t DecodeUnforeseen(uint32_t /*context*/) {
     if (left_ == 0) {
       left_ = value_ == 0xFF ? 7 : 8;
       value_ = position_ < size_ ? bytes_[position_++] : 0xFF;

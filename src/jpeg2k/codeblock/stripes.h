@@ -102,6 +102,11 @@ struct Stripes {
   }
 };
 
+// The window of sample `i`'s column: as far into them as the sample's row lies into its word, in bytes.
+inline uint32_t* WindowOf(uint32_t* windows, uint32_t i) {
+  return reinterpret_cast<uint32_t*>(reinterpret_cast<uint8_t*>(windows) + (i & ~3u));
+}
+
 // Of a column of four: samples that a significant one in row y makes candidates behind it in the scan,
 // from its own bit on.
 constexpr uint64_t kAhead[4] = {1u << 1 | 1u << 4 | 1u << 5, 1u << 1 | 1u << 3 | 1u << 4 | 1u << 5,

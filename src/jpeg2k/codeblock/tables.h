@@ -87,6 +87,22 @@ constexpr std::array<Estimate, kStateCount> MakeEstimates() {
 }
 inline constexpr std::array<Estimate, kStateCount> kEstimates = MakeEstimates();
 
+// The same in a word: the state in the lowest 8 bits, then the state behind a symbol that does not
+// renormalize (itself), a more and a less probable one that does; the estimate from bit `point` on.
+using PackedStates = std::array<uint64_t, kStateCount>;
+constexpr PackedStates MakePackedStates(int point) {
+  PackedStates packed{};
+  for (size_t i = 0; i < kStateCount; ++i) {
+    const Estimate& estimate = kEstimates[i];
+    packed[i] = i | i << 8 | uint64_t{estimate.next[0]} << 16 | uint64_t{estimate.next[1]} << 24 |
+                uint64_t{estimate.qe} << point;
+  }
+  return packed;
+}
+constexpr int kEncoderPoint = 32, kDecoderPoint = 47;
+inline constexpr PackedStates kEncoderStates = MakePackedStates(kEncoderPoint);
+inline constexpr PackedStates kDecoderStates = MakePackedStates(kDecoderPoint);
+
 // A symbol to code: twice its context, plus the bit.
 using Symbol = uint8_t;
 
@@ -94,8 +110,8 @@ using Symbol = uint8_t;
 enum Neighbour : uint32_t { kNW, kN, kNE, kW, kSelf, kE, kSW, kS, kSE };
 constexpr uint32_t kAllNeighbours = 0x1EF;
 
-// Table D.1: for each window twice the context of significance.
-using ZeroContexts = std::array<Symbol, 512>;
+// Table D.1: for each window the context of significance.
+using ZeroContexts = std::array<uint8_t, 512>;
 constexpr int CountIn(uint32_t window, uint32_t a, uint32_t b) {
   return static_cast<int>((window >> a & 1) + (window >> b & 1));
 }
@@ -120,7 +136,7 @@ constexpr ZeroContexts MakeZeroContexts(int subband) {
     const int context = subband == 3   ? DiagonalContextOf(h + v, d)
                         : subband == 2 ? ZeroContextOf(v, h, d)
                                        : ZeroContextOf(h, v, d);
-    contexts[window] = static_cast<Symbol>(2 * context);
+    contexts[window] = static_cast<uint8_t>(context);
   }
   return contexts;
 }
