@@ -43,8 +43,8 @@ std::string Describe(const char* name, int width) {
 
 template <class Family>
 class WaveletColumnLifting53 : public ::testing::Test {};
-TYPED_TEST_SUITE(WaveletColumnLifting53,
-                 (::testing::Types<wavelet_cases::B53_16s, wavelet_cases::B53_32s>));
+using Families53 = ::testing::Types<wavelet_cases::B53_16s, wavelet_cases::B53_32s>;
+TYPED_TEST_SUITE(WaveletColumnLifting53, Families53);
 
 // Rows 0 to 3 are inputs, 4 and 5 outputs. `low` and `high` say which row an output is.
 template <class Family>
@@ -83,9 +83,9 @@ TYPED_TEST(WaveletColumnLifting53, EqualsModelAlsoInPlace) {
 
 template <class Family>
 class WaveletColumnLifting97 : public ::testing::Test {};
-TYPED_TEST_SUITE(WaveletColumnLifting97,
-                 (::testing::Types<wavelet_cases::D97_16s, wavelet_cases::D97_32s,
-                                   wavelet_cases::D97_32f>));
+TYPED_TEST_SUITE(
+    WaveletColumnLifting97,
+    (::testing::Types<wavelet_cases::D97_16s, wavelet_cases::D97_32s, wavelet_cases::D97_32f>));
 
 template <class Family, class Rows>
 zepStatus CallForward(Rows& r, int width) {
@@ -158,7 +158,8 @@ template <class Family, class T>
 void StreamForward97(Plane<T>& x, int n, Plane<T>& low, Plane<T>& high) {
   const int width = x.size().width;
   Plane<T> rows({width, 32}, 3, Edge::kEnd);  // a, b, c of all calls live in a ring
-  rows.FillAll(harness::Pattern::kSmall, *std::make_unique<Random>(1));
+  Random random(harness::Seed());
+  rows.FillAll(harness::Pattern::kSmall, random);
   const auto b = [&](int k) { return rows.at(0, (k + 8) % 8); };
   const auto a = [&](int k) { return rows.at(0, 8 + (k + 8) % 8); };
   for (int k = -2; k <= n + 1; ++k) {
@@ -215,7 +216,8 @@ TYPED_TEST(WaveletColumnLifting97, InverseByCallsUndoesThePass) {
   const int n = 12, width = 19;
   Plane<T> x({width, 2 * n + 8}, 0, Edge::kEnd, 0, -4);
   for (int y = 0; y < 2 * n; ++y) {
-    for (int i = 0; i < width; ++i) x.Set(i, y, static_cast<T>(static_cast<int>(random() % 2000) - 1000));
+    for (int i = 0; i < width; ++i)
+      x.Set(i, y, static_cast<T>(static_cast<int>(random() % 2000) - 1000));
   }
   Mirror(x, 2 * n);
   Plane<T> low({width, n + 4}, 0, Edge::kEnd, 0, -2), high({width, n + 4}, 0, Edge::kEnd, 0, -2);
@@ -251,7 +253,8 @@ TYPED_TEST(WaveletColumnLifting53, CallsEqualThePass) {
   x.FillAll(harness::Pattern::kRandom, random);
   Mirror(x, 2 * n);
   Plane<T> low({width, n}, 0, Edge::kEnd), want_low({width, n}, 0, Edge::kEnd);
-  Plane<T> high({width, n + 2}, 0, Edge::kEnd, 0, -1), want_high({width, n + 2}, 0, Edge::kEnd, 0, -1);
+  Plane<T> high({width, n + 2}, 0, Edge::kEnd, 0, -1),
+      want_high({width, n + 2}, 0, Edge::kEnd, 0, -1);
   TypeParam::FwdCol(x.base(), x.step(), want_low.base(), low.step(), want_high.base(), high.step(),
                     zepiSize{width, n}, 0);
   for (int k = -1; k < n; ++k) {
@@ -262,7 +265,8 @@ TYPED_TEST(WaveletColumnLifting53, CallsEqualThePass) {
   }
   ExpectSame(low, want_low, "low");
   for (int k = 0; k < n; ++k) {
-    EXPECT_EQ(std::memcmp(high.at(0, k), want_high.at(0, k), static_cast<size_t>(width) * sizeof(T)), 0);
+    EXPECT_EQ(
+        std::memcmp(high.at(0, k), want_high.at(0, k), static_cast<size_t>(width) * sizeof(T)), 0);
   }
   Plane<T> back({width, 2 * n + 2}, 0, Edge::kEnd, 0, -2);
   for (int k = 0; k < n; ++k) {
@@ -270,7 +274,8 @@ TYPED_TEST(WaveletColumnLifting53, CallsEqualThePass) {
                           back.at(0, 2 * k - 1), back.at(0, 2 * k), width);
   }
   for (int y = 0; y < 2 * n - 1; ++y) {
-    EXPECT_EQ(std::memcmp(back.at(0, y), x.at(0, y), static_cast<size_t>(width) * sizeof(T)), 0) << y;
+    EXPECT_EQ(std::memcmp(back.at(0, y), x.at(0, y), static_cast<size_t>(width) * sizeof(T)), 0)
+        << y;
   }
 }
 

@@ -11,9 +11,9 @@ using wavelet_cases::Plane;
 
 template <class Family>
 class WaveletRowPasses : public ::testing::Test {};
-using Families = ::testing::Types<wavelet_cases::B53_16s, wavelet_cases::B53_32s,
-                                  wavelet_cases::D97_16s, wavelet_cases::D97_32s,
-                                  wavelet_cases::D97_32f>;
+using Families =
+    ::testing::Types<wavelet_cases::B53_16s, wavelet_cases::B53_32s, wavelet_cases::D97_16s,
+                     wavelet_cases::D97_32s, wavelet_cases::D97_32f>;
 TYPED_TEST_SUITE(WaveletRowPasses, Families);
 
 std::string Describe(const char* name, zepiSize size, int phase, Edge edge) {

@@ -24,41 +24,41 @@ using harness::Random;
 
 // The exports called `zepiWT<operation>_<suffix>` as static members named by the operation. (Templates,
 // because calling conventions do not pass through pointers.)
-#define WAVELET_FUNCTION(operation, suffix)                 \
-  template <class... Args>                                  \
-  static zepStatus operation(Args... args) {                \
-    return ::zepiWT##operation##_##suffix(args...);         \
+#define WAVELET_FUNCTION(operation, suffix)         \
+  template <class... Args>                          \
+  static zepStatus operation(Args... args) {        \
+    return ::zepiWT##operation##_##suffix(args...); \
   }
-#define WAVELET_TILE_FUNCTIONS(filter, type)                            \
-  template <class... Args>                                              \
-  static zepStatus FwdInPlace(Args... args) {                           \
-    return ::zepiWTFwd_##filter##_JPEG2K_##type##_C1IR(args...);        \
-  }                                                                     \
-  template <class... Args>                                              \
-  static zepStatus InvInPlace(Args... args) {                           \
-    return ::zepiWTInv_##filter##_JPEG2K_##type##_C1IR(args...);        \
-  }                                                                     \
-  WAVELET_FUNCTION(Fwd, filter##_JPEG2K_##type##_C1R)                   \
-  WAVELET_FUNCTION(Inv, filter##_JPEG2K_##type##_C1R)                   \
-  static int32_t InPlaceSize(const zepiRect& tile) {                    \
-    int32_t size = -1;                                                  \
+#define WAVELET_TILE_FUNCTIONS(filter, type)                                        \
+  template <class... Args>                                                          \
+  static zepStatus FwdInPlace(Args... args) {                                       \
+    return ::zepiWTFwd_##filter##_JPEG2K_##type##_C1IR(args...);                    \
+  }                                                                                 \
+  template <class... Args>                                                          \
+  static zepStatus InvInPlace(Args... args) {                                       \
+    return ::zepiWTInv_##filter##_JPEG2K_##type##_C1IR(args...);                    \
+  }                                                                                 \
+  WAVELET_FUNCTION(Fwd, filter##_JPEG2K_##type##_C1R)                               \
+  WAVELET_FUNCTION(Inv, filter##_JPEG2K_##type##_C1R)                               \
+  static int32_t InPlaceSize(const zepiRect& tile) {                                \
+    int32_t size = -1;                                                              \
     EXPECT_EQ(::zepiWTGetBufSize_##filter##_JPEG2K_##type##_C1IR(&tile, &size), 0); \
-    return size;                                                        \
-  }                                                                     \
-  static int32_t PlanesSize(const zepiRect& tile) {                     \
-    int32_t size = -1;                                                  \
-    EXPECT_EQ(::zepiWTGetBufSize_##filter##_JPEG2K_##type##_C1R(&tile, &size), 0); \
-    return size;                                                        \
+    return size;                                                                    \
+  }                                                                                 \
+  static int32_t PlanesSize(const zepiRect& tile) {                                 \
+    int32_t size = -1;                                                              \
+    EXPECT_EQ(::zepiWTGetBufSize_##filter##_JPEG2K_##type##_C1R(&tile, &size), 0);  \
+    return size;                                                                    \
   }
-#define WAVELET_FAMILY(filter, filter_name, type, element)                \
-  using T = element;                                                      \
-  using Model = reference::Wavelet<reference::filter, element>;           \
-  static constexpr char kName[] = #filter "_" #type;                      \
+#define WAVELET_FAMILY(filter, filter_name, type, element)                                         \
+  using T = element;                                                                               \
+  using Model = reference::Wavelet<reference::filter, element>;                                    \
+  static constexpr char kName[] = #filter "_" #type;                                               \
   static constexpr bool kReversible = std::is_same_v<reference::filter<int>, reference::B53<int>>; \
-  static constexpr int kReach = kReversible ? 2 : 4;                      \
-  WAVELET_FUNCTION(FwdRow, filter##_JPEG2K_##type##_C1R)                  \
-  WAVELET_FUNCTION(InvRow, filter##_JPEG2K_##type##_C1R)                  \
-  WAVELET_FUNCTION(FwdColLift, filter##_JPEG2K_##type##_C1)               \
+  static constexpr int kReach = kReversible ? 2 : 4;                                               \
+  WAVELET_FUNCTION(FwdRow, filter##_JPEG2K_##type##_C1R)                                           \
+  WAVELET_FUNCTION(InvRow, filter##_JPEG2K_##type##_C1R)                                           \
+  WAVELET_FUNCTION(FwdColLift, filter##_JPEG2K_##type##_C1)                                        \
   WAVELET_FUNCTION(InvColLift, filter##_JPEG2K_##type##_C1)
 
 struct B53_16s {
