@@ -418,7 +418,9 @@ zepStatus BufferSize(const BufferNeed& need, const zepiRect* rect, int32_t* size
     bytes = need.element_bytes * (width > height ? width : height) + need.extension_bytes;
   }
   if (need.with_planes && width > 0 && height > 0) {
-    bytes += ((width * need.element_bytes + 31) & ~int64_t{31}) * height;
+    const int64_t row_bytes = (width * need.element_bytes + 31) & ~int64_t{31};
+    if (row_bytes > INT32_MAX / height) return zepStatusBadSize;
+    bytes += row_bytes * height;
   }
   if (bytes > INT32_MAX) return zepStatusBadSize;
   *size = static_cast<int32_t>(bytes);

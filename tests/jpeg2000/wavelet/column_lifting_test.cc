@@ -83,9 +83,9 @@ TYPED_TEST(WaveletColumnLifting53, EqualsModelAlsoInPlace) {
 
 template <class Family>
 class WaveletColumnLifting97 : public ::testing::Test {};
-TYPED_TEST_SUITE(
-    WaveletColumnLifting97,
-    (::testing::Types<wavelet_cases::D97_16s, wavelet_cases::D97_32s, wavelet_cases::D97_32f>));
+using Families97 =
+    ::testing::Types<wavelet_cases::D97_16s, wavelet_cases::D97_32s, wavelet_cases::D97_32f>;
+TYPED_TEST_SUITE(WaveletColumnLifting97, Families97);
 
 template <class Family, class Rows>
 zepStatus CallForward(Rows& r, int width) {

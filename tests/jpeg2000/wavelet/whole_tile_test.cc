@@ -202,7 +202,7 @@ TYPED_TEST(WaveletWholeTile, NearlyReversible97) {
   TypeParam::FwdInPlace(got.base(), got.step(), &tile, line.data());
   TypeParam::InvInPlace(got.base(), got.step(), &tile, line.data());
   for (int y = 0; y < 58; ++y) {
-    for (int x = 0; x < 101; ++x) ASSERT_NEAR(got.Get(x, y), src.Get(x, y), 5) << x << ", " << y;
+    for (int x = 0; x < 101; ++x) ASSERT_NEAR(got.Get(x, y), src.Get(x, y), 10) << x << ", " << y;
   }
 }
 
@@ -289,8 +289,9 @@ TEST(WaveletBufferSize, Formula) {
         const int64_t width = w, height = h;
         const bool small = width < f.smallest && height < f.smallest;
         const int64_t line = small ? 0 : std::max(f.bytes * width, f.bytes * height) + f.extension;
-        const int64_t copy =
-            width < 1 || height < 1 ? 0 : (f.bytes * width + 31) / 32 * 32 * height;
+        const int64_t row = (f.bytes * width + 31) / 32 * 32;
+        const bool huge = static_cast<double>(row) * h > 1e10;
+        const int64_t copy = width < 1 || height < 1 ? 0 : huge ? int64_t{1} << 40 : row * height;
         const zepiRect tile = {-3, 4, w, h};
         for (const bool planes : {false, true}) {
           const int64_t want = planes ? line + copy : line;
