@@ -145,17 +145,19 @@ struct ForwardPair<Filter53<T>> {
     out[0] = Filter53<T>::template Forward<1>(in[0], in[3], out[1]);
   }
 };
-template <class T>
-struct ForwardPair<Filter97<T>> {
+template <class T, class P>
+struct ForwardPair<Steps97<T, P>> {
   using V = Vector<T>;
   // x[p-1], x[p], x[p+1], b[p-3], c[p-4], a[p-2] to L[p-3], b[p-1], H[p-4], c[p-2], a[p]
   static HWY_INLINE void Apply(const V (&in)[6], V (&out)[5]) {
-    using F = Filter97<T>;
-    out[4] = F::template Forward<0>(in[1], in[0], in[2]);
-    out[1] = F::template Forward<1>(in[0], in[5], out[4]);
-    out[3] = F::template Forward<2>(in[5], in[3], out[1]);
-    out[0] = F::template ForwardScale<false>(F::template Forward<3>(in[3], in[4], out[3]));
-    out[2] = F::template ForwardScale<true>(in[4]);
+    LiftBySize(in, [&](auto steps) ZEP_ATTR {
+      using F = decltype(steps);
+      out[4] = F::template Forward<0>(in[1], in[0], in[2]);
+      out[1] = F::template Forward<1>(in[0], in[5], out[4]);
+      out[3] = F::template Forward<2>(in[5], in[3], out[1]);
+      out[0] = F::template ForwardScale<false>(F::template Forward<3>(in[3], in[4], out[3]));
+      out[2] = F::template ForwardScale<true>(in[4]);
+    });
   }
 };
 template <class Filter>
@@ -169,17 +171,19 @@ struct InversePair<Filter53<T>> {
     out[0] = Filter53<T>::template Inverse<0>(in[1], in[3], out[1]);
   }
 };
-template <class T>
-struct InversePair<Filter97<T>> {
+template <class T, class P>
+struct InversePair<Steps97<T, P>> {
   using V = Vector<T>;
   // L[p-1], H[p], x[p-5], g[p-4], l[p-3], h[p-2] to x[p-4], x[p-3], g[p-2], l[p-1], h[p]
   static HWY_INLINE void Apply(const V (&in)[6], V (&out)[5]) {
-    using F = Filter97<T>;
-    out[4] = F::template InverseScale<true>(in[1]);
-    out[3] = F::template Inverse<3>(F::template InverseScale<false>(in[0]), in[5], out[4]);
-    out[2] = F::template Inverse<2>(in[5], in[4], out[3]);
-    out[1] = F::template Inverse<1>(in[4], in[3], out[2]);
-    out[0] = F::template Inverse<0>(in[3], in[2], out[1]);
+    LiftBySize(in, [&](auto steps) ZEP_ATTR {
+      using F = decltype(steps);
+      out[4] = F::template InverseScale<true>(in[1]);
+      out[3] = F::template Inverse<3>(F::template InverseScale<false>(in[0]), in[5], out[4]);
+      out[2] = F::template Inverse<2>(in[5], in[4], out[3]);
+      out[1] = F::template Inverse<1>(in[4], in[3], out[2]);
+      out[0] = F::template Inverse<0>(in[3], in[2], out[1]);
+    });
   }
 };
 

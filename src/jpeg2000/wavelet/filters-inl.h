@@ -159,33 +159,73 @@ struct Products97<int32_t> {
   }
 };
 
-// T: int16_t, int32_t or float.
-template <class T>
-struct Filter97 {
+// The same for values of less than 2^28. With s = 2^14 e + d, d from -2^13 to 2^13 - 1, it is
+// e c + ((4 d c + 2^15) >> 16); 4 d is the lower half of 4 s, and e the upper one of 4 s + 2^15.
+struct Products97Small {
+  using Constants = Constants97Fixed;
+  using V = Vector<int32_t>;
+  static HWY_INLINE V OfOne(V a, int32_t c) {
+    const Tag<int32_t> d;
+    const hn::Repartition<int16_t, Tag<int32_t>> d16;
+    const V half = hn::Set(d, 1 << 15);
+    const auto lower_c = hn::BitCast(d16, hn::Set(d, c & 0xFFFF));
+    const auto upper_c =
+        hn::BitCast(d16, hn::Set(d, static_cast<int32_t>(static_cast<uint32_t>(c) << 16)));
+    const V four = hn::ShiftLeft<2>(a);
+    const V fraction = DotAcc(half, hn::BitCast(d16, four), lower_c);
+    return DotAcc(hn::ShiftRight<16>(fraction), hn::BitCast(d16, hn::Add(four, half)), upper_c);
+  }
+  static HWY_INLINE V OfSum(V a, V b, int32_t c) { return OfOne(hn::Add(a, b), c); }
+};
+
+template <class T, class Products>
+struct Steps97 {
   using Element = T;
   using V = Vector<T>;
-  using Constants = typename Products97<T>::Constants;
+  using Constants = typename Products::Constants;
   static constexpr int kSteps = 4;
   static constexpr bool kScales = true;
   static constexpr bool kPairRule = false;
 
   template <int kStep>
   static HWY_INLINE V Forward(V value, V left, V right) {
-    return hn::Add(value, Products97<T>::OfSum(left, right, Constants::kLift[kStep]));
+    return hn::Add(value, Products::OfSum(left, right, Constants::kLift[kStep]));
   }
   template <int kStep>
   static HWY_INLINE V Inverse(V value, V left, V right) {
-    return hn::Sub(value, Products97<T>::OfSum(left, right, Constants::kLift[kStep]));
+    return hn::Sub(value, Products::OfSum(left, right, Constants::kLift[kStep]));
   }
   template <bool kHigh>
   static HWY_INLINE V ForwardScale(V value) {
-    return Products97<T>::OfOne(value, kHigh ? Constants::kK : Constants::kInverseK);
+    return Products::OfOne(value, kHigh ? Constants::kK : Constants::kInverseK);
   }
   template <bool kHigh>
   static HWY_INLINE V InverseScale(V value) {
-    return Products97<T>::OfOne(value, kHigh ? Constants::kInverseK : Constants::kK);
+    return Products::OfOne(value, kHigh ? Constants::kInverseK : Constants::kK);
   }
 };
+
+// T: int16_t, int32_t or float.
+template <class T>
+using Filter97 = Steps97<T, Products97<T>>;
+
+// Calls lift(steps) with the 9/7 steps for these values, which the lifting starts from: 32-bit values of
+// less than 2^24 stay below 2^28 throughout (no value or sum grows by more than 14) and need less work.
+template <class Lift, size_t kCount, class V>
+HWY_INLINE auto LiftBySize(const V (&values)[kCount], const Lift& lift) {
+  using T = hn::TFromD<hn::DFromV<V>>;
+  if constexpr (sizeof(T) == 4 && !hwy::IsFloat<T>()) {
+    const hn::DFromV<V> d;
+    const V bound = hn::Set(d, 1 << 24);
+    V bits = hn::Add(values[0], bound);
+    for (size_t i = 1; i < kCount; ++i) bits = hn::Or(bits, hn::Add(values[i], bound));
+    const V excess = hn::And(bits, hn::Set(d, -(1 << 25)));
+    if (HWY_LIKELY(hn::AllTrue(d, hn::Eq(excess, hn::Zero(d))))) {
+      return lift(Steps97<int32_t, Products97Small>());
+    }
+  }
+  return lift(Filter97<T>());
+}
 
 }  // namespace
 }  // namespace HWY_NAMESPACE

@@ -195,24 +195,27 @@ class ForwardRow {
     Vector<T> high;
   };
 
-  template <class U>
-  struct State<Filter97<U>> {
-    using Filter = Filter97<U>;
+  template <class U, class P>
+  struct State<Steps97<U, P>> {
     void Start(EvenOdd<T> before, EvenOdd<T> first) {
       a = b = c = hn::Zero(Tag<T>());
       now = before;
       Next(first);
     }
     HWY_INLINE EvenOdd<T> Next(EvenOdd<T> next) {
-      const auto a1 = Filter::template Forward<0>(now.odd, now.even, MoveDown(now.even, next.even));
-      const auto b1 = Filter::template Forward<1>(now.even, MoveUp(a, a1), a1);
-      const auto c0 = Filter::template Forward<2>(a, b, MoveDown(b, b1));
-      const auto l0 = Filter::template Forward<3>(b, MoveUp(c, c0), c0);
-      a = a1;
-      b = b1;
-      c = c0;
-      now = next;
-      return {Filter::template ForwardScale<false>(l0), Filter::template ForwardScale<true>(c0)};
+      const Vector<T> values[] = {now.even, now.odd, next.even, a, b, c};
+      return LiftBySize(values, [&](auto steps) ZEP_ATTR {
+        using F = decltype(steps);
+        const auto a1 = F::template Forward<0>(now.odd, now.even, MoveDown(now.even, next.even));
+        const auto b1 = F::template Forward<1>(now.even, MoveUp(a, a1), a1);
+        const auto c0 = F::template Forward<2>(a, b, MoveDown(b, b1));
+        const auto l0 = F::template Forward<3>(b, MoveUp(c, c0), c0);
+        a = a1;
+        b = b1;
+        c = c0;
+        now = next;
+        return EvenOdd<T>{F::template ForwardScale<false>(l0), F::template ForwardScale<true>(c0)};
+      });
     }
     EvenOdd<T> now;
     Vector<T> a, b, c;
@@ -345,26 +348,29 @@ class InverseRow {
     Vector<T> even, high;
   };
 
-  template <class U>
-  struct State<Filter97<U>> {
-    using Filter = Filter97<U>;
+  template <class U, class P>
+  struct State<Steps97<U, P>> {
     void Start(EvenOdd<T> before) {
       h = l = g = even = hn::Zero(Tag<T>());
       Next(before);
     }
     HWY_INLINE EvenOdd<T> Next(EvenOdd<T> next) {
-      const auto h2 = Filter::template InverseScale<true>(next.odd);
-      const auto l2 = Filter::template Inverse<3>(Filter::template InverseScale<false>(next.even),
-                                                  MoveUp(h, h2), h2);
-      const auto g1 = Filter::template Inverse<2>(h, l, MoveDown(l, l2));
-      const auto e1 = Filter::template Inverse<1>(l, MoveUp(g, g1), g1);
-      const auto odd = Filter::template Inverse<0>(g, even, MoveDown(even, e1));
-      const EvenOdd<T> done = {even, odd};
-      h = h2;
-      l = l2;
-      g = g1;
-      even = e1;
-      return done;
+      const Vector<T> values[] = {next.even, next.odd, h, l, g, even};
+      return LiftBySize(values, [&](auto steps) ZEP_ATTR {
+        using F = decltype(steps);
+        const auto h2 = F::template InverseScale<true>(next.odd);
+        const auto l2 =
+            F::template Inverse<3>(F::template InverseScale<false>(next.even), MoveUp(h, h2), h2);
+        const auto g1 = F::template Inverse<2>(h, l, MoveDown(l, l2));
+        const auto e1 = F::template Inverse<1>(l, MoveUp(g, g1), g1);
+        const auto odd = F::template Inverse<0>(g, even, MoveDown(even, e1));
+        const EvenOdd<T> done = {even, odd};
+        h = h2;
+        l = l2;
+        g = g1;
+        even = e1;
+        return done;
+      });
     }
     Vector<T> h, l, g, even;
   };
