@@ -209,12 +209,15 @@ struct Steps97 {
 template <class T>
 using Filter97 = Steps97<T, Products97<T>>;
 
+// Whether 32-bit products take several instructions.
+constexpr bool kSlowProducts = HWY_TARGET == HWY_SSSE3;
+
 // Calls lift(steps) with the 9/7 steps for these values, which the lifting starts from: 32-bit values of
-// less than 2^24 stay below 2^28 throughout (no value or sum grows by more than 14) and need less work.
+// less than 2^24 stay below 2^28 throughout (no value or sum grows by more than 14) and may need less work.
 template <class Lift, size_t kCount, class V>
 HWY_INLINE auto LiftBySize(const V (&values)[kCount], const Lift& lift) {
   using T = hn::TFromD<hn::DFromV<V>>;
-  if constexpr (sizeof(T) == 4 && !hwy::IsFloat<T>()) {
+  if constexpr (kSlowProducts && sizeof(T) == 4 && !hwy::IsFloat<T>()) {
     const hn::DFromV<V> d;
     const V bound = hn::Set(d, 1 << 24);
     V bits = hn::Add(values[0], bound);
