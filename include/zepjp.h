@@ -772,7 +772,8 @@ ZEP_API zepStatus ZEP_CALL zepiTextureEncodeBlockFromRG_BC5_8u_C2C1R(const uint8
  *               x[odd] = H + ((x[left even] + x[right even]) >> 1)
  *
  * Every sum wraps at the width of the element. The inverse undoes the forward transform exactly, even where
- * sums wrap; 16 bits suffice for true coefficients of samples of up to 13 bits.
+ * sums wrap (but for doubled single samples, below); 16 bits hold the true coefficients of samples of up to
+ * 13 bits.
  *
  * **Passes** (`FwdRow`, `InvRow`, `FwdCol`, `InvCol`) work on pairs and extend nothing: the caller fills the
  * neighbourhood of the region, with real neighbours or with the line mirrored about its ends (x[-i] = x[i]).
@@ -968,7 +969,8 @@ ZEP_API zepStatus ZEP_CALL zepiWTGetBufSize_B53_JPEG2K_32s_C1R(const zepiRect* p
  * The low filter has a gain of 1 at DC, the high filter one of 2 at the highest frequency.
  *
  * **Fixed point**: each product is (sum * c + 8192) >> 14 of the exact sum, rounded on its own, and each result
- * keeps the lower 16 or 32 bits. Passes, row-by-row lifting and whole tiles give the same bits.
+ * keeps the lower 16 or 32 bits. Passes, row-by-row lifting and whole tiles give the same bits. Rows of `32s`
+ * values from -2^11 to 2^11 - 1 take less time.
  *
  * **Floating point**: products and sums are rounded one by one, the sum of the two neighbours first, so that
  * all processors give the same bits. The first and the last low and high coefficient of a row of

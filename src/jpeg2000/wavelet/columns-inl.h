@@ -148,16 +148,14 @@ struct ForwardPair<Filter53<T>> {
 template <class T, class P>
 struct ForwardPair<Steps97<T, P>> {
   using V = Vector<T>;
+  using F = Steps97<T, P>;
   // x[p-1], x[p], x[p+1], b[p-3], c[p-4], a[p-2] to L[p-3], b[p-1], H[p-4], c[p-2], a[p]
   static HWY_INLINE void Apply(const V (&in)[6], V (&out)[5]) {
-    LiftBySize(in, [&](auto steps) ZEP_ATTR {
-      using F = decltype(steps);
-      out[4] = F::template Forward<0>(in[1], in[0], in[2]);
-      out[1] = F::template Forward<1>(in[0], in[5], out[4]);
-      out[3] = F::template Forward<2>(in[5], in[3], out[1]);
-      out[0] = F::template ForwardScale<false>(F::template Forward<3>(in[3], in[4], out[3]));
-      out[2] = F::template ForwardScale<true>(in[4]);
-    });
+    out[4] = F::template Forward<0>(in[1], in[0], in[2]);
+    out[1] = F::template Forward<1>(in[0], in[5], out[4]);
+    out[3] = F::template Forward<2>(in[5], in[3], out[1]);
+    out[0] = F::template ForwardScale<false>(F::template Forward<3>(in[3], in[4], out[3]));
+    out[2] = F::template ForwardScale<true>(in[4]);
   }
 };
 template <class Filter>
@@ -174,16 +172,14 @@ struct InversePair<Filter53<T>> {
 template <class T, class P>
 struct InversePair<Steps97<T, P>> {
   using V = Vector<T>;
+  using F = Steps97<T, P>;
   // L[p-1], H[p], x[p-5], g[p-4], l[p-3], h[p-2] to x[p-4], x[p-3], g[p-2], l[p-1], h[p]
   static HWY_INLINE void Apply(const V (&in)[6], V (&out)[5]) {
-    LiftBySize(in, [&](auto steps) ZEP_ATTR {
-      using F = decltype(steps);
-      out[4] = F::template InverseScale<true>(in[1]);
-      out[3] = F::template Inverse<3>(F::template InverseScale<false>(in[0]), in[5], out[4]);
-      out[2] = F::template Inverse<2>(in[5], in[4], out[3]);
-      out[1] = F::template Inverse<1>(in[4], in[3], out[2]);
-      out[0] = F::template Inverse<0>(in[3], in[2], out[1]);
-    });
+    out[4] = F::template InverseScale<true>(in[1]);
+    out[3] = F::template Inverse<3>(F::template InverseScale<false>(in[0]), in[5], out[4]);
+    out[2] = F::template Inverse<2>(in[5], in[4], out[3]);
+    out[1] = F::template Inverse<1>(in[4], in[3], out[2]);
+    out[0] = F::template Inverse<0>(in[3], in[2], out[1]);
   }
 };
 
@@ -218,7 +214,10 @@ class Columns {
     if constexpr (kHasTiles) {
       if (IsShort()) return ForwardShort();
     }
+    See(extent_.first);
     for (int64_t p = extent_.FirstHigh(); p - kSteps <= extent_.last; p += 2) {
+      See(p);
+      See(p + 1);
       if (p - kSteps >= extent_.first && p < extent_.last) {
         ForwardInside(p);
       } else {
@@ -236,6 +235,8 @@ class Columns {
     for (int64_t p = extent_.FirstHigh(); p - kSteps <= extent_.last; p += 2) {
       if (extent_.Has(p - 1)) rows_.Enter(p - 1);
       if (extent_.Has(p)) rows_.Enter(p);
+      See(p - 1);
+      See(p);
       if (p - kSteps > extent_.first && p <= extent_.last) {
         InverseInside(p);
       } else {
@@ -289,15 +290,31 @@ class Columns {
     ApplyToRows<InverseTwo<Filter>>(in, out, width_);
   }
 
+  // Row p is about to be read for the first time.
+  void See(int64_t p) {
+    if constexpr (kHasSmallSteps<Filter>) {
+      if (all_small_ && extent_.Has(p)) all_small_ = AllSmall(In(p), width_);
+    }
+  }
+
+  // Everything so far comes from the rows seen so far.
+  template <template <class> class Pair, size_t kIn, size_t kOut>
+  void ApplyPair(const T* const (&in)[kIn], T* const (&out)[kOut]) {
+    if constexpr (kHasSmallSteps<Filter>) {
+      if (all_small_) return ApplyToRows<Pair<SmallSteps<Filter>>>(in, out, width_);
+    }
+    ApplyToRows<Pair<Filter>>(in, out, width_);
+  }
+
   void ForwardInside(int64_t p) {
     if constexpr (kSteps == 2) {
       const T* const in[] = {In(p - 1), In(p), In(p + 1), Out(p - 2)};
       T* const out[] = {Out(p - 1), Out(p)};
-      ApplyToRows<ForwardPair<Filter>>(in, out, width_);
+      ApplyPair<ForwardPair>(in, out);
     } else {
       const T* const in[] = {In(p - 1), In(p), In(p + 1), Out(p - 3), Out(p - 4), Out(p - 2)};
       T* const out[] = {Out(p - 3), Out(p - 1), Out(p - 4), Out(p - 2), Out(p)};
-      ApplyToRows<ForwardPair<Filter>>(in, out, width_);
+      ApplyPair<ForwardPair>(in, out);
     }
   }
 
@@ -325,11 +342,11 @@ class Columns {
     if constexpr (kSteps == 2) {
       const T* const in[] = {In(p - 1), In(p - 2), In(p), Out(p - 3)};
       T* const out[] = {Out(p - 2), Out(p - 1)};
-      ApplyToRows<InversePair<Filter>>(in, out, width_);
+      ApplyPair<InversePair>(in, out);
     } else {
       const T* const in[] = {In(p - 1), In(p), Out(p - 5), Out(p - 4), Out(p - 3), Out(p - 2)};
       T* const out[] = {Out(p - 4), Out(p - 3), Out(p - 2), Out(p - 1), Out(p)};
-      ApplyToRows<InversePair<Filter>>(in, out, width_);
+      ApplyPair<InversePair>(in, out);
     }
   }
 
@@ -360,6 +377,7 @@ class Columns {
   Rows& rows_;
   const Extent extent_;
   const size_t width_;
+  bool all_small_ = true;
 };
 
 }  // namespace

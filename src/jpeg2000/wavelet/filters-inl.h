@@ -159,21 +159,16 @@ struct Products97<int32_t> {
   }
 };
 
-// The same for values of less than 2^28. With s = 2^14 e + d, d from -2^13 to 2^13 - 1, it is
-// e c + ((4 d c + 2^15) >> 16); 4 d is the lower half of 4 s, and e the upper one of 4 s + 2^15.
+// The same where all values and sums of two fit in 16 bits.
 struct Products97Small {
   using Constants = Constants97Fixed;
   using V = Vector<int32_t>;
   static HWY_INLINE V OfOne(V a, int32_t c) {
     const Tag<int32_t> d;
     const hn::Repartition<int16_t, Tag<int32_t>> d16;
-    const V half = hn::Set(d, 1 << 15);
-    const auto lower_c = hn::BitCast(d16, hn::Set(d, c & 0xFFFF));
-    const auto upper_c =
-        hn::BitCast(d16, hn::Set(d, static_cast<int32_t>(static_cast<uint32_t>(c) << 16)));
-    const V four = hn::ShiftLeft<2>(a);
-    const V fraction = DotAcc(half, hn::BitCast(d16, four), lower_c);
-    return DotAcc(hn::ShiftRight<16>(fraction), hn::BitCast(d16, hn::Add(four, half)), upper_c);
+    const V c_in_lower_half = hn::Set(d, c & 0xFFFF);
+    return hn::ShiftRight<14>(
+        DotAcc(hn::Set(d, 1 << 13), hn::BitCast(d16, a), hn::BitCast(d16, c_in_lower_half)));
   }
   static HWY_INLINE V OfSum(V a, V b, int32_t c) { return OfOne(hn::Add(a, b), c); }
 };
@@ -209,25 +204,32 @@ struct Steps97 {
 template <class T>
 using Filter97 = Steps97<T, Products97<T>>;
 
-// Whether 32-bit products take several instructions.
-constexpr bool kSlowProducts = HWY_TARGET == HWY_SSSE3;
+// The filter for values from -2^11 to 2^11 - 1, for which it may be quicker: no value and no sum of two
+// becomes more than 13.5 times as large on the way through the steps, forward or inverse.
+template <class Filter>
+struct ForSmallValues {
+  using Steps = Filter;
+};
+template <>
+struct ForSmallValues<Filter97<int32_t>> {
+  using Steps = Steps97<int32_t, Products97Small>;
+};
+template <class Filter>
+using SmallSteps = typename ForSmallValues<Filter>::Steps;
+template <class Filter>
+constexpr bool kHasSmallSteps = !hwy::IsSame<SmallSteps<Filter>, Filter>();
 
-// Calls lift(steps) with the 9/7 steps for these values, which the lifting starts from: 32-bit values of
-// less than 2^24 stay below 2^28 throughout (no value or sum grows by more than 14) and may need less work.
-template <class Lift, size_t kCount, class V>
-HWY_INLINE auto LiftBySize(const V (&values)[kCount], const Lift& lift) {
-  using T = hn::TFromD<hn::DFromV<V>>;
-  if constexpr (kSlowProducts && sizeof(T) == 4 && !hwy::IsFloat<T>()) {
-    const hn::DFromV<V> d;
-    const V bound = hn::Set(d, 1 << 24);
-    V bits = hn::Add(values[0], bound);
-    for (size_t i = 1; i < kCount; ++i) bits = hn::Or(bits, hn::Add(values[i], bound));
-    const V excess = hn::And(bits, hn::Set(d, -(1 << 25)));
-    if (HWY_LIKELY(hn::AllTrue(d, hn::Eq(excess, hn::Zero(d))))) {
-      return lift(Steps97<int32_t, Products97Small>());
-    }
+// Whether all values of a row are small in that sense. Rows shorter than a vector do not count as such.
+inline bool AllSmall(const int32_t* row, size_t count) {
+  const Tag<int32_t> d;
+  constexpr size_t kLanes = kLanesOf<int32_t>;
+  if (count < kLanes) return false;
+  const auto offset = hn::Set(d, 1 << 11);
+  auto bits = hn::Add(hn::LoadU(d, row + (count - kLanes)), offset);
+  for (size_t i = 0; i + kLanes <= count; i += kLanes) {
+    bits = hn::Or(bits, hn::Add(hn::LoadU(d, row + i), offset));
   }
-  return lift(Filter97<T>());
+  return hn::AllTrue(d, hn::Eq(hn::And(bits, hn::Set(d, -(1 << 12))), hn::Zero(d)));
 }
 
 }  // namespace

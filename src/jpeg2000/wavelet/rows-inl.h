@@ -149,6 +149,16 @@ class ForwardRow {
 
   template <class Filter>
   void Run() {
+    if constexpr (kHasSmallSteps<Filter>) {
+      const auto count = static_cast<size_t>(shape_.last - shape_.first + 1);
+      if (AllSmall(src_ + shape_.first, count)) return RunSteps<SmallSteps<Filter>>();
+    }
+    RunSteps<Filter>();
+  }
+
+ private:
+  template <class Filter>
+  void RunSteps() {
     constexpr int64_t kLag = Filter::kSteps / 2 - 1;
     const int64_t pairs = std::max(low_count_ + shape_.phase, high_count_);
     const int64_t blocks = (pairs + kLanes - 1) / kLanes;
@@ -166,7 +176,6 @@ class ForwardRow {
     }
   }
 
- private:
   static constexpr int64_t kLanes = static_cast<int64_t>(kLanesOf<T>);
   static constexpr int64_t kBlock = 2 * kLanes;
   template <size_t kBlocks>
@@ -197,25 +206,22 @@ class ForwardRow {
 
   template <class U, class P>
   struct State<Steps97<U, P>> {
+    using F = Steps97<U, P>;
     void Start(EvenOdd<T> before, EvenOdd<T> first) {
       a = b = c = hn::Zero(Tag<T>());
       now = before;
       Next(first);
     }
     HWY_INLINE EvenOdd<T> Next(EvenOdd<T> next) {
-      const Vector<T> values[] = {now.even, now.odd, next.even, a, b, c};
-      return LiftBySize(values, [&](auto steps) ZEP_ATTR {
-        using F = decltype(steps);
-        const auto a1 = F::template Forward<0>(now.odd, now.even, MoveDown(now.even, next.even));
-        const auto b1 = F::template Forward<1>(now.even, MoveUp(a, a1), a1);
-        const auto c0 = F::template Forward<2>(a, b, MoveDown(b, b1));
-        const auto l0 = F::template Forward<3>(b, MoveUp(c, c0), c0);
-        a = a1;
-        b = b1;
-        c = c0;
-        now = next;
-        return EvenOdd<T>{F::template ForwardScale<false>(l0), F::template ForwardScale<true>(c0)};
-      });
+      const auto a1 = F::template Forward<0>(now.odd, now.even, MoveDown(now.even, next.even));
+      const auto b1 = F::template Forward<1>(now.even, MoveUp(a, a1), a1);
+      const auto c0 = F::template Forward<2>(a, b, MoveDown(b, b1));
+      const auto l0 = F::template Forward<3>(b, MoveUp(c, c0), c0);
+      a = a1;
+      b = b1;
+      c = c0;
+      now = next;
+      return {F::template ForwardScale<false>(l0), F::template ForwardScale<true>(c0)};
     }
     EvenOdd<T> now;
     Vector<T> a, b, c;
@@ -269,6 +275,18 @@ class InverseRow {
 
   template <class Filter>
   void Run() {
+    if constexpr (kHasSmallSteps<Filter>) {
+      if (AllSmall(low_ + LowBegin(), static_cast<size_t>(LowEnd() - LowBegin())) &&
+          AllSmall(high_ + HighBegin(), static_cast<size_t>(HighEnd() - HighBegin()))) {
+        return RunSteps<SmallSteps<Filter>>();
+      }
+    }
+    RunSteps<Filter>();
+  }
+
+ private:
+  template <class Filter>
+  void RunSteps() {
     constexpr int64_t kLag = Filter::kSteps / 2;
     const int64_t blocks = (count_ + shape_.phase + kBlock - 1) / kBlock;
     const int64_t in_memory =
@@ -287,7 +305,6 @@ class InverseRow {
     }
   }
 
- private:
   static constexpr int64_t kLanes = static_cast<int64_t>(kLanesOf<T>);
   static constexpr int64_t kBlock = 2 * kLanes;
 
@@ -350,27 +367,24 @@ class InverseRow {
 
   template <class U, class P>
   struct State<Steps97<U, P>> {
+    using F = Steps97<U, P>;
     void Start(EvenOdd<T> before) {
       h = l = g = even = hn::Zero(Tag<T>());
       Next(before);
     }
     HWY_INLINE EvenOdd<T> Next(EvenOdd<T> next) {
-      const Vector<T> values[] = {next.even, next.odd, h, l, g, even};
-      return LiftBySize(values, [&](auto steps) ZEP_ATTR {
-        using F = decltype(steps);
-        const auto h2 = F::template InverseScale<true>(next.odd);
-        const auto l2 =
-            F::template Inverse<3>(F::template InverseScale<false>(next.even), MoveUp(h, h2), h2);
-        const auto g1 = F::template Inverse<2>(h, l, MoveDown(l, l2));
-        const auto e1 = F::template Inverse<1>(l, MoveUp(g, g1), g1);
-        const auto odd = F::template Inverse<0>(g, even, MoveDown(even, e1));
-        const EvenOdd<T> done = {even, odd};
-        h = h2;
-        l = l2;
-        g = g1;
-        even = e1;
-        return done;
-      });
+      const auto h2 = F::template InverseScale<true>(next.odd);
+      const auto l2 =
+          F::template Inverse<3>(F::template InverseScale<false>(next.even), MoveUp(h, h2), h2);
+      const auto g1 = F::template Inverse<2>(h, l, MoveDown(l, l2));
+      const auto e1 = F::template Inverse<1>(l, MoveUp(g, g1), g1);
+      const auto odd = F::template Inverse<0>(g, even, MoveDown(even, e1));
+      const EvenOdd<T> done = {even, odd};
+      h = h2;
+      l = l2;
+      g = g1;
+      even = e1;
+      return done;
     }
     Vector<T> h, l, g, even;
   };
