@@ -44,23 +44,20 @@ HWY_NOINLINE void ApplyToShortRows(const T* const (&in)[kIn], T* const (&out)[kO
 }
 
 // Applies a step to all columns of its rows. An output may be the same row as an input, so the last step,
-// which overlaps the one before, is computed first and stored last.
+// which may overlap the one before, is computed first and stored last.
 template <class Step, class T, size_t kIn, size_t kOut>
 HWY_INLINE void ApplyToRows(const T* const (&in)[kIn], T* const (&out)[kOut], size_t width) {
   constexpr size_t kLanes = kLanesOf<T>;
   if (width < kLanes) return ApplyToShortRows<Step>(in, out, width);
-  const bool overlaps = width % kLanes != 0;
   Vector<T> sources[kIn], values[kOut], last[kOut];
-  if (overlaps) {
-    LoadColumns(in, width - kLanes, sources);
-    Step::Apply(sources, last);
-  }
-  for (size_t x = 0; x + kLanes <= width; x += kLanes) {
+  LoadColumns(in, width - kLanes, sources);
+  Step::Apply(sources, last);
+  for (size_t x = 0; x + kLanes < width; x += kLanes) {
     LoadColumns(in, x, sources);
     Step::Apply(sources, values);
     StoreColumns(values, x, out);
   }
-  if (overlaps) StoreColumns(last, width - kLanes, out);
+  StoreColumns(last, width - kLanes, out);
 }
 
 // One lifting step: value, left, right.
