@@ -200,7 +200,8 @@ class MqDecoder {
     const uint64_t state = contexts_[context];
     const uint64_t qe = state & kEstimateBits;
     const uint64_t excess = excess_ - qe, code = code_ - qe;
-    if (__builtin_expect(static_cast<int64_t>(excess | code) < 0, 0)) return DecodeUnforeseen(context);
+    if (__builtin_expect(static_cast<int64_t>(excess | code) < 0, 0))
+      return DecodeUnforeseen(context);
     excess_ = excess;
     code_ = code;
     return state & 1;
@@ -212,7 +213,8 @@ class MqDecoder {
     const uint64_t qe = state & kEstimateBits;
     const uint64_t interval = excess_ + kHalf - qe;
     uint64_t code = code_ - qe;
-    const auto lower = static_cast<uint64_t>(static_cast<int64_t>(code) >> 63);  // all ones: lower part
+    const auto lower =
+        static_cast<uint64_t>(static_cast<int64_t>(code) >> 63);  // all ones: lower part
     code += qe & lower;
     uint64_t left = interval ^ ((interval ^ qe) & lower);
     const uint64_t is_lps = (lower ^ (interval - qe)) >> 63;

@@ -64,24 +64,44 @@ struct Stripes {
     return own | columns << 4 | columns >> 4 | left | right;
   }
 
-  // A sample of a column of `row`, the windows of a stripe, becomes significant.
-  void SetSignificant(uint32_t* row, size_t stripe, uint32_t y, uint32_t is_negative,
-                      bool is_causal) const {
-    row[-1] |= 4u << (3 * y + 3);
-    row[0] |= 2u << (3 * y + 3) | is_negative << (19 + y);
-    row[1] |= 1u << (3 * y + 3);
-    if (y == 0 && stripe > 0 && !is_causal) {
-      uint32_t* above = row - window_step;
-      above[-1] |= 4u << 15;
-      above[0] |= 2u << 15 | is_negative << 23;
-      above[1] |= 1u << 15;
+  // The windows of a word's columns, and what a sample changes there and in the stripe beside its row. Where
+  // there is no such stripe nothing of consequence is changed, so that no jump is needed.
+  struct Columns {
+    uint32_t* own;
+    uint32_t* beside[4];
+    uint32_t sample[4];
+    uint32_t sign[4];
+
+    uint32_t* Of(uint32_t i) const { return At(own, i); }
+
+    // Sample `i` of the word becomes significant.
+    void SetSignificant(uint32_t i, uint32_t is_negative) const {
+      const uint32_t y = i % 4;
+      const uint32_t unit = 8u << (3 * y);
+      Set(At(own, i), unit, is_negative << (19 + y));
+      Set(At(beside[y], i), sample[y], sign[y] & (0u - is_negative));
     }
-    if (y == 3 && stripe + 1 < stripe_count) {
-      uint32_t* below = row + window_step;
-      below[-1] |= 4u;
-      below[0] |= 2u | is_negative << 18;
-      below[1] |= 1u;
+
+   private:
+    // As far into them as sample `i` lies into its word, in bytes.
+    static uint32_t* At(uint32_t* windows, uint32_t i) {
+      return reinterpret_cast<uint32_t*>(reinterpret_cast<uint8_t*>(windows) + (i & ~3u));
     }
+    static void Set(uint32_t* window, uint32_t unit, uint32_t sign_bit) {
+      window[-1] |= 4 * unit;
+      window[0] |= 2 * unit | sign_bit;
+      window[1] |= unit;
+    }
+  };
+  // `unused` holds 18 words.
+  Columns ColumnsOf(size_t stripe, size_t g, bool is_causal, uint32_t* unused) const {
+    uint32_t* own = windows + stripe * window_step + 16 * g;
+    const bool has_above = stripe > 0 && !is_causal, has_below = stripe + 1 < stripe_count;
+    return {own,
+            {has_above ? own - window_step : unused + 1, unused + 1, unused + 1,
+             has_below ? own + window_step : unused + 1},
+            {1u << 15, 0, 0, 1u},
+            {1u << 23, 0, 0, 1u << 18}};
   }
 
   // The context of a sign, and whether it is coded inverted.
@@ -101,11 +121,6 @@ struct Stripes {
     return tall;
   }
 };
-
-// The window of sample `i`'s column: as far into them as the sample's row lies into its word, in bytes.
-inline uint32_t* WindowOf(uint32_t* windows, uint32_t i) {
-  return reinterpret_cast<uint32_t*>(reinterpret_cast<uint8_t*>(windows) + (i & ~3u));
-}
 
 // Of a column of four: samples that a significant one in row y makes candidates behind it in the scan,
 // from its own bit on.
