@@ -228,6 +228,9 @@ class BlockDecoder {
     while (left != 0) {
       auto i = static_cast<uint32_t>(__builtin_ctzll(left));
       if ((runs >> i & 1) != 0) {
+        const uint32_t zeros = bits->SkipZeros(kRun, RunLength(runs, i) - 1);
+        left = left >> i >> 4 * zeros << 4 * zeros << i;
+        i += 4 * zeros;
         if (bits->Decode(kRun) == 0) {
           left &= ~(uint64_t{15} << i);
           continue;

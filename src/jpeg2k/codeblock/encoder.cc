@@ -298,17 +298,21 @@ class BlockEncoder {
         stripes_.ColumnsOf(stripe, g, (style_ & kCausal) != 0, unused_);
     const uint64_t bits = bits_[at], signs = PlaneWords(kSignPlane)[at];
     uint64_t runs = RunColumns(open, neighbours);
+    const uint64_t ones =
+        kRow0 & (bits | bits >> 1 | bits >> 2 | bits >> 3);  // columns that have some
     uint64_t left = open;
     while (left != 0) {
       auto i = static_cast<uint32_t>(__builtin_ctzll(left));
       uint64_t bit = bits >> i & 1;
       if ((runs >> i & 1) != 0) {
-        const uint64_t column = bits >> i & 15;
-        Put(kRun, column != 0 ? 1 : 0);
-        if (column == 0) {
-          left &= ~(uint64_t{15} << i);
+        const uint32_t zeros = RunLength(runs & ~ones, i);
+        if (zeros > 0) {
+          *next_++ = static_cast<Symbol>(kZeroRuns + zeros);
+          left &= ~(~uint64_t{0} >> (64 - 4 * zeros) << i);
           continue;
         }
+        const uint64_t column = bits >> i & 15;
+        Put(kRun, 1);
         const auto first = static_cast<uint32_t>(__builtin_ctzll(column));
         Put(kUniform, first >> 1);
         Put(kUniform, first & 1);

@@ -135,6 +135,12 @@ constexpr uint64_t RunColumns(uint64_t open, uint64_t neighbours) {
   return runs & kRow0;
 }
 
+// How many of them follow on one another from bit `i` on.
+constexpr uint32_t RunLength(uint64_t runs, uint32_t i) {
+  const uint64_t others = ~(runs >> i) & kRow0;
+  return others == 0 ? 16 : static_cast<uint32_t>(__builtin_ctzll(others)) / 4;
+}
+
 }  // namespace zepjp::codeblock
 
 #endif  // ZEPJP_SRC_JPEG2K_CODEBLOCK_STRIPES_H_
