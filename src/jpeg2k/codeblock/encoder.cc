@@ -64,8 +64,10 @@ struct Kernels {
 
 constexpr size_t kSignPlane = kMostPlanes;
 
-inline int64_t Code(zepiSize most) {
-  return int64_t{most.width} * 1090 * ((int64_t{most.height} + 3) / 4);
+// Bytes for the code of a block; beyond int32_t there is no memory.
+inline int64_t CodeBytes(zepiSize most) {
+  const int64_t stripe = int64_t{most.width} * 1090;
+  return stripe > INT32_MAX ? stripe : stripe * ((int64_t{most.height} + 3) / 4);
 }
 inline size_t WordCount(zepiSize size) { return Stripes(size.width, size.height, 0).WordCount(); }
 inline size_t WindowStep(zepiSize size) { return static_cast<size_t>(size.width) + 2; }
@@ -485,12 +487,14 @@ void Free(zepiEncodeStateJPEG2K* state) {
 }
 
 bool AllocateCoder(zepiSize most, zepiEncodeStateJPEG2K* state) {
+  state->coder = nullptr;
+  if (CodeBytes(most) >= INT32_MAX) return false;
   state->coder = static_cast<Coder*>(Allocate(sizeof(Coder)));
   if (state->coder == nullptr) return false;
   Coder* coder = state->coder;
   coder->most = most;
   coder->pass_count = coder->segment_count = coder->sf_bits = coder->size = coder->stored = 0;
-  auto* code = static_cast<uint8_t*>(Allocate(Code(most) + 1));
+  auto* code = static_cast<uint8_t*>(Allocate(CodeBytes(most) + 1));
   coder->code = code == nullptr ? nullptr : code + 1;
   if (code != nullptr) *code = 0;
   const auto words = static_cast<int64_t>(WordCount(most));
