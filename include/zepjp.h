@@ -13,11 +13,11 @@
  *
  * - **Names.** `zepi`, the operation, the standard served, the element types (source, then
  *   destination), the layout: `C1`, `C3`, `C4` interleaved channels, `P3`, `P4` separate planes, `R`
- *   a region with row steps, `I` in place. `8u`, `16s`, `16u`: unsigned or signed elements of 8 or
- *   16 bits; `1u`: a stream of bits held in bytes.
+ *   a region with row steps, `I` in place. `8u`, `16s`, `16u`, `32s`: unsigned or signed elements of
+ *   8, 16 or 32 bits; `32f`: float; `1u`: a stream of bits held in bytes.
  * - **Rows.** A step is the distance in bytes between the starts of two successive rows. Row y starts
  *   at base + y * step, computed in 64 bits. No alignment is needed, of any buffer, step or record
- *   of 16-bit elements; nothing outside the region, block or row is read or written.
+ *   of 16-bit or wider elements; nothing outside the region, block or row is read or written.
  * - **Not checked**: that pointers lead to the memory that the sizes promise, that a step is large
  *   enough for its row, that source and destination do not overlap (they must not).
  * - **Threads.** Any functions may run at the same time on separate data. Functions marked
@@ -914,9 +914,11 @@ ZEP_API zepStatus ZEP_CALL zepiDecodeCBProgrFree_JPEG2K(zepiDecodeStateJPEG2K* p
  * **Checks**: pState: ::zepStatusNullPtr; its identifier: ::zepStatusContextMismatch; pDst:
  * ::zepStatusNullPtr; dstStep below 1: ::zepStatusBadStep; size: ::zepStatusBadSize.
  */
-ZEP_API zepStatus ZEP_CALL zepiDecodeCBProgrAttach_JPEG2K_32s_C1R(
-    int32_t* pDst, int32_t dstStep, zepiSize codeBlockSize, zepiDecodeStateJPEG2K* pState,
-    int32_t subband, int32_t magnBits, int32_t codeStyleFlags);
+ZEP_API zepStatus ZEP_CALL zepiDecodeCBProgrAttach_JPEG2K_32s_C1R(int32_t* pDst, int32_t dstStep,
+                                                                  zepiSize codeBlockSize,
+                                                                  zepiDecodeStateJPEG2K* pState,
+                                                                  int32_t subband, int32_t magnBits,
+                                                                  int32_t codeStyleFlags);
 /** Sets how many passes are to be decoded. pState: ::zepStatusNullPtr, ::zepStatusContextMismatch. */
 ZEP_API zepStatus ZEP_CALL zepiDecodeCBProgrSetPassCounter_JPEG2K(int32_t nOfPasses,
                                                                   zepiDecodeStateJPEG2K* pState);
@@ -924,14 +926,14 @@ ZEP_API zepStatus ZEP_CALL zepiDecodeCBProgrSetPassCounter_JPEG2K(int32_t nOfPas
  * How many passes are left: one less for each that was decoded, a failed one included. **Checks**: pState,
  * pCounter: ::zepStatusNullPtr; the identifier: ::zepStatusContextMismatch.
  */
-ZEP_API zepStatus ZEP_CALL zepiDecodeCBProgrGetPassCounter_JPEG2K(
-    const zepiDecodeStateJPEG2K* pState, int32_t* pCounter);
+ZEP_API zepStatus ZEP_CALL
+zepiDecodeCBProgrGetPassCounter_JPEG2K(const zepiDecodeStateJPEG2K* pState, int32_t* pCounter);
 /**
  * The plane of the last pass that was begun, or magnBits - 1. **Checks**: pState: ::zepStatusNullPtr; its
  * identifier: ::zepStatusContextMismatch; pBitPlane: ::zepStatusNullPtr.
  */
-ZEP_API zepStatus ZEP_CALL zepiDecodeCBProgrGetCurBitPlaneNum_JPEG2K(
-    const zepiDecodeStateJPEG2K* pState, int32_t* pBitPlane);
+ZEP_API zepStatus ZEP_CALL
+zepiDecodeCBProgrGetCurBitPlaneNum_JPEG2K(const zepiDecodeStateJPEG2K* pState, int32_t* pBitPlane);
 /**
  * Decodes the passes of one segment, as many as are left. Samples keep the midpoints below their last bits.
  * Without passes left nothing is read. After ::zepStatusJPEG2KDecodeError further steps return it again
@@ -942,10 +944,402 @@ ZEP_API zepStatus ZEP_CALL zepiDecodeCBProgrStep_JPEG2K(const uint8_t* pSrc, int
                                                         zepiDecodeStateJPEG2K* pState);
 /** @} */
 
+/**
+ * @defgroup wavelet53 JPEG 2000: 5/3 wavelet
+ *
+ * The reversible transform (ITU-T T.800, F.3 and F.4) of `16s` and `32s` samples: whole tiles, one
+ * direction of a region, or the columns of a picture that arrives row by row. With x the samples of a line
+ * (a row or a column), L and H its low and high coefficients, and >> rounding downwards:
+ *
+ *     forward   H = x[odd] - ((x[left even] + x[right even]) >> 1)
+ *               L = x[even] + ((H[left] + H[right] + 2) >> 2)
+ *     inverse   x[even] = L - ((H[left] + H[right] + 2) >> 2)
+ *               x[odd] = H + ((x[left even] + x[right even]) >> 1)
+ *
+ * Every sum wraps at the width of the element. The inverse undoes the forward transform exactly, even where
+ * sums wrap (but for doubled single samples, below); 16 bits hold the true coefficients of samples of up to
+ * 13 bits.
+ *
+ * **Passes** (`FwdRow`, `InvRow`, `FwdCol`, `InvCol`) work on pairs and extend nothing: the caller fills the
+ * neighbourhood of the region, with real neighbours or with the line mirrored about its ends (x[-i] = x[i]).
+ * Phase 0: the first position is even, and low; any other phase: it is odd, and high. With n pairs (the
+ * width of the region, or its height) what is read of each line is exactly:
+ *
+ * | | phase 0 | other phases |
+ * |---|---|---|
+ * | forward | x[-2] to x[2n] | x[-1] to x[2n+1] |
+ * | inverse | L[0] to L[n], H[-1] to H[n] | L[-1] to L[n-1], H[-1] to H[n] |
+ *
+ * Source and destination do not overlap. *Checks*: the three pointers, the three steps, width and height.
+ *
+ * **Row by row** (`FwdColLift`, `InvColLift`): one call for each pair of rows. Column i of the outputs depends
+ * on column i of the inputs alone, and an output may be the same row as an input. *Checks*: the pointers,
+ * the width.
+ *
+ * **Whole tiles** (`Fwd`, `Inv`): the tile's origin x, y counts by its parity (x & 1, also of negative
+ * values): a line that starts at an odd position starts with a high coefficient. Lines are mirrored about
+ * their ends. A line of two samples is H = x[odd] - x[even], L = x[even] + ((H + 1) >> 1); a single sample
+ * is left as it is at an even position, doubled at an odd one (halved, towards zero, by the inverse).
+ *
+ * - In place (`C1IR`) a line of n samples ends as its low coefficients, followed by its high ones:
+ *   ceil(n / 2) are low at an even origin, floor(n / 2) at an odd one. A tile with a width or height below
+ *   1 is left alone. *Checks*: pSrcDst, its step, pTileRect, pBuffer.
+ * - With planes (`C1R`), of which every one has its own step: [0] low in both directions, [1] low
+ *   horizontally and high vertically (LH), [2] high horizontally and low vertically (HL), [3] high in both.
+ *   They are cut from the quadrants in place at (width + 1) >> 1 and (height + 1) >> 1 **whatever the
+ *   parity**: with an odd origin and an odd length the first high coefficient is the last of the low plane.
+ *   An empty plane still needs a pointer and a step, nothing is written through it. The tile is copied, or
+ *   built, outside the source, so that it is left as it is. *Checks*: every pointer argument in order, the
+ *   single step, the four planes, their four steps, width and height.
+ *
+ * pBuffer is work memory of any alignment, its size is what `GetBufSize` says; it must not be null, even where
+ * that is 0. `GetBufSize` *checks* its pointers, and gives ::zepStatusBadSize for what int32 does not hold.
+ *
+ * A null pointer is ::zepStatusNullPtr, a step below 1 ::zepStatusBadStep, a size below 1
+ * ::zepStatusBadSize. **Not checked**: that steps hold their rows. Everything runs on the calling thread.
+ * @{
+ */
+
+/** A tile: its origin on the reference grid, and its size. */
+typedef struct zepiRect {
+  int32_t x;
+  int32_t y;
+  int32_t width;
+  int32_t height;
+} zepiRect;
+
+/** Forward pass along rows: 2 x width samples of each row to width low and width high coefficients. */
+ZEP_API zepStatus ZEP_CALL zepiWTFwdRow_B53_JPEG2K_16s_C1R(const int16_t* pSrc, int32_t srcStep,
+                                                           int16_t* pDstLow, int32_t dstLowStep,
+                                                           int16_t* pDstHigh, int32_t dstHighStep,
+                                                           zepiSize dstRoiSize, int32_t phase);
+/** The same for 32s. */
+ZEP_API zepStatus ZEP_CALL zepiWTFwdRow_B53_JPEG2K_32s_C1R(const int32_t* pSrc, int32_t srcStep,
+                                                           int32_t* pDstLow, int32_t dstLowStep,
+                                                           int32_t* pDstHigh, int32_t dstHighStep,
+                                                           zepiSize dstRoiSize, int32_t phase);
+/** Inverse pass along rows: width low and width high coefficients of each row to 2 x width samples. */
+ZEP_API zepStatus ZEP_CALL zepiWTInvRow_B53_JPEG2K_16s_C1R(
+    const int16_t* pSrcLow, int32_t srcLowStep, const int16_t* pSrcHigh, int32_t srcHighStep,
+    zepiSize srcRoiSize, int16_t* pDst, int32_t dstStep, int32_t phase);
+/** The same for 32s. */
+ZEP_API zepStatus ZEP_CALL zepiWTInvRow_B53_JPEG2K_32s_C1R(
+    const int32_t* pSrcLow, int32_t srcLowStep, const int32_t* pSrcHigh, int32_t srcHighStep,
+    zepiSize srcRoiSize, int32_t* pDst, int32_t dstStep, int32_t phase);
+/** Forward pass along columns: 2 x height source rows to height low and height high rows. */
+ZEP_API zepStatus ZEP_CALL zepiWTFwdCol_B53_JPEG2K_16s_C1R(const int16_t* pSrc, int32_t srcStep,
+                                                           int16_t* pDstLow, int32_t dstLowStep,
+                                                           int16_t* pDstHigh, int32_t dstHighStep,
+                                                           zepiSize dstRoiSize, int32_t phase);
+/** The same for 32s. */
+ZEP_API zepStatus ZEP_CALL zepiWTFwdCol_B53_JPEG2K_32s_C1R(const int32_t* pSrc, int32_t srcStep,
+                                                           int32_t* pDstLow, int32_t dstLowStep,
+                                                           int32_t* pDstHigh, int32_t dstHighStep,
+                                                           zepiSize dstRoiSize, int32_t phase);
+/** Inverse pass along columns: height low and height high rows to 2 x height rows of samples. */
+ZEP_API zepStatus ZEP_CALL zepiWTInvCol_B53_JPEG2K_16s_C1R(
+    const int16_t* pSrcLow, int32_t srcLowStep, const int16_t* pSrcHigh, int32_t srcHighStep,
+    zepiSize srcRoiSize, int16_t* pDst, int32_t dstStep, int32_t phase);
+/** The same for 32s. */
+ZEP_API zepStatus ZEP_CALL zepiWTInvCol_B53_JPEG2K_32s_C1R(
+    const int32_t* pSrcLow, int32_t srcLowStep, const int32_t* pSrcHigh, int32_t srcHighStep,
+    zepiSize srcRoiSize, int32_t* pDst, int32_t dstStep, int32_t phase);
+/**
+ * Call k of the forward transform of columns, row by row: from the rows x[2k], x[2k+1], x[2k+2]
+ * (pSrc0, pSrc1, pSrc2) and H[k-1] (pSrcHigh0) to H[k] (pDstHigh1) and L[k] (pDstLow0). pDstHigh1 becomes
+ * pSrcHigh0 of the next call.
+ * @code
+ * for (k = 0; k < pairs; ++k) {  // an even origin: row(-1) is row(1), and so on
+ *   zepiWTFwdColLift_B53_JPEG2K_16s_C1(row(2 * k), row(2 * k + 1), row(2 * k + 2), low(k), high(k - 1),
+ *                                      high(k), width);
+ * }
+ * @endcode
+ */
+ZEP_API zepStatus ZEP_CALL zepiWTFwdColLift_B53_JPEG2K_16s_C1(
+    const int16_t* pSrc0, const int16_t* pSrc1, const int16_t* pSrc2, int16_t* pDstLow0,
+    const int16_t* pSrcHigh0, int16_t* pDstHigh1, int32_t width);
+/** The same for 32s. */
+ZEP_API zepStatus ZEP_CALL zepiWTFwdColLift_B53_JPEG2K_32s_C1(
+    const int32_t* pSrc0, const int32_t* pSrc1, const int32_t* pSrc2, int32_t* pDstLow0,
+    const int32_t* pSrcHigh0, int32_t* pDstHigh1, int32_t width);
+/**
+ * Call k of the inverse transform of columns, row by row: from L[k] (pSrcLow0), H[k-1], H[k] (pSrcHigh0,
+ * pSrcHigh1) and x[2k-2] (pSrc0) to x[2k] (pDst2) and x[2k-1] (pDst1). pDst2 becomes pSrc0 of the next call.
+ */
+ZEP_API zepStatus ZEP_CALL zepiWTInvColLift_B53_JPEG2K_16s_C1(const int16_t* pSrcLow0,
+                                                              const int16_t* pSrcHigh0,
+                                                              const int16_t* pSrcHigh1,
+                                                              const int16_t* pSrc0, int16_t* pDst1,
+                                                              int16_t* pDst2, int32_t width);
+/** The same for 32s. */
+ZEP_API zepStatus ZEP_CALL zepiWTInvColLift_B53_JPEG2K_32s_C1(const int32_t* pSrcLow0,
+                                                              const int32_t* pSrcHigh0,
+                                                              const int32_t* pSrcHigh1,
+                                                              const int32_t* pSrc0, int32_t* pDst1,
+                                                              int32_t* pDst2, int32_t width);
+/** One level of a tile, forward, in place: columns first, then rows. It ends as four quadrants. */
+ZEP_API zepStatus ZEP_CALL zepiWTFwd_B53_JPEG2K_16s_C1IR(int16_t* pSrcDst, int32_t srcDstStep,
+                                                         const zepiRect* pTileRect,
+                                                         uint8_t* pBuffer);
+/** The same for 32s. */
+ZEP_API zepStatus ZEP_CALL zepiWTFwd_B53_JPEG2K_32s_C1IR(int32_t* pSrcDst, int32_t srcDstStep,
+                                                         const zepiRect* pTileRect,
+                                                         uint8_t* pBuffer);
+/** One level of a tile, inverse, in place: rows first, then columns, from the four quadrants. */
+ZEP_API zepStatus ZEP_CALL zepiWTInv_B53_JPEG2K_16s_C1IR(int16_t* pSrcDst, int32_t srcDstStep,
+                                                         const zepiRect* pTileRect,
+                                                         uint8_t* pBuffer);
+/** The same for 32s. */
+ZEP_API zepStatus ZEP_CALL zepiWTInv_B53_JPEG2K_32s_C1IR(int32_t* pSrcDst, int32_t srcDstStep,
+                                                         const zepiRect* pTileRect,
+                                                         uint8_t* pBuffer);
+/** One level of a tile, forward, into four planes. */
+ZEP_API zepStatus ZEP_CALL zepiWTFwd_B53_JPEG2K_16s_C1R(const int16_t* pSrc, int32_t srcStep,
+                                                        const zepiRect* pTileRect,
+                                                        int16_t* const pDst[4],
+                                                        const int32_t dstStep[4], uint8_t* pBuffer);
+/** The same for 32s. */
+ZEP_API zepStatus ZEP_CALL zepiWTFwd_B53_JPEG2K_32s_C1R(const int32_t* pSrc, int32_t srcStep,
+                                                        const zepiRect* pTileRect,
+                                                        int32_t* const pDst[4],
+                                                        const int32_t dstStep[4], uint8_t* pBuffer);
+/** One level of a tile, inverse, from four planes. */
+ZEP_API zepStatus ZEP_CALL zepiWTInv_B53_JPEG2K_16s_C1R(const int16_t* const pSrc[4],
+                                                        const int32_t srcStep[4], int16_t* pDst,
+                                                        int32_t dstStep, const zepiRect* pTileRect,
+                                                        uint8_t* pBuffer);
+/** The same for 32s. */
+ZEP_API zepStatus ZEP_CALL zepiWTInv_B53_JPEG2K_32s_C1R(const int32_t* const pSrc[4],
+                                                        const int32_t srcStep[4], int32_t* pDst,
+                                                        int32_t dstStep, const zepiRect* pTileRect,
+                                                        uint8_t* pBuffer);
+/** Work buffer of the `16s` functions in place: max(2 w, 2 h) + 8, or 0 where w < 3 and h < 3. */
+ZEP_API zepStatus ZEP_CALL zepiWTGetBufSize_B53_JPEG2K_16s_C1IR(const zepiRect* pTileRect,
+                                                                int32_t* pSize);
+/** Work buffer of the `32s` functions in place: max(4 w, 4 h) + 16, or 0 where w < 3 and h < 3. */
+ZEP_API zepStatus ZEP_CALL zepiWTGetBufSize_B53_JPEG2K_32s_C1IR(const zepiRect* pTileRect,
+                                                                int32_t* pSize);
+/**
+ * Work buffer of the `16s` functions with planes: that of the tile in place, and h times
+ * 2 w + 31 rounded down to a multiple of 32 (nothing where w or h is below 1).
+ */
+ZEP_API zepStatus ZEP_CALL zepiWTGetBufSize_B53_JPEG2K_16s_C1R(const zepiRect* pTileRect,
+                                                               int32_t* pSize);
+/**
+ * Work buffer of the `32s` functions with planes: that of the tile in place, and h times
+ * 4 w + 31 rounded down to a multiple of 32 (nothing where w or h is below 1).
+ */
+ZEP_API zepStatus ZEP_CALL zepiWTGetBufSize_B53_JPEG2K_32s_C1R(const zepiRect* pTileRect,
+                                                               int32_t* pSize);
+/** @} */
+
+/**
+ * @defgroup wavelet97 JPEG 2000: 9/7 wavelet
+ *
+ * The irreversible transform (ITU-T T.800, F.3 and F.4) in floating point (`32f`) and fixed point (`16s`,
+ * `32s`). Layouts, phases, lines, planes, buffers and checks are those of @ref wavelet53; the lifting
+ * steps differ. For L at the even and H at the odd positions of a line:
+ *
+ *     forward   H += alpha * (left + right)      inverse   L *= K, H *= 1/K
+ *               L += beta  * (left + right)                L -= delta * (left + right)
+ *               H += gamma * (left + right)                H -= gamma * (left + right)
+ *               L += delta * (left + right)                L -= beta  * (left + right)
+ *               L *= 1/K, H *= K                           H -= alpha * (left + right)
+ *
+ * | | alpha | beta | gamma | delta | 1/K | K |
+ * |---|---|---|---|---|---|---|
+ * | `32f` | -1.5861343145370483 | -0.05298011749982834 | 0.8829110860824585 | 0.4435068666934967 | 0.8128930926322937 | 1.2301740646362305 |
+ * | `16s`, `32s`, times 2^-14 | -25987 | -868 | 14466 | 7266 | 13318 | 20155 |
+ *
+ * The low filter has a gain of 1 at DC, the high filter one of 2 at the highest frequency.
+ *
+ * **Fixed point**: each product is (sum * c + 8192) >> 14 of the exact sum, rounded on its own, and each result
+ * keeps the lower 16 or 32 bits. Passes, row-by-row lifting and whole tiles give the same bits. Rows of `32s`
+ * values from -2^11 to 2^11 - 1 take less time.
+ *
+ * **Floating point**: products and sums are rounded one by one, the sum of the two neighbours first, so that
+ * all processors give the same bits. The first and the last low and high coefficient of a row of
+ * zepiWTFwdRow_D97_JPEG2K_32f_C1R() are convolutions with the equivalent taps, summed from the centre
+ * outwards:
+ *
+ *     L = 0.602949 x[0] + 0.26686412 (x[-1] + x[1]) - 0.078223266 (x[-2] + x[2])
+ *         - 0.01686412 (x[-3] + x[3]) + 0.026748758 (x[-4] + x[4])
+ *     H = 1.115087 x[0] - 0.59127176 (x[-1] + x[1]) - 0.057543527 (x[-2] + x[2])
+ *         + 0.091271766 (x[-3] + x[3])
+ *
+ * **Passes** read, for n pairs, exactly:
+ *
+ * | | phase 0 | other phases |
+ * |---|---|---|
+ * | forward | x[-4] to x[2n+2] | x[-3] to x[2n+3] |
+ * | inverse | L[-1] to L[n+1], H[-2] to H[n+1] | L[-2] to L[n], H[-2] to H[n+1] |
+ *
+ * **Whole tiles**: lines of two samples are mirrored and lifted as longer ones are; single samples follow the
+ * rule of the 5/3 transform, without K.
+ * @{
+ */
+
+/** Forward pass along rows: 2 x width samples of each row to width low and width high coefficients. */
+ZEP_API zepStatus ZEP_CALL zepiWTFwdRow_D97_JPEG2K_16s_C1R(const int16_t* pSrc, int32_t srcStep,
+                                                           int16_t* pDstLow, int32_t dstLowStep,
+                                                           int16_t* pDstHigh, int32_t dstHighStep,
+                                                           zepiSize dstRoiSize, int32_t phase);
+/** The same for 32s. */
+ZEP_API zepStatus ZEP_CALL zepiWTFwdRow_D97_JPEG2K_32s_C1R(const int32_t* pSrc, int32_t srcStep,
+                                                           int32_t* pDstLow, int32_t dstLowStep,
+                                                           int32_t* pDstHigh, int32_t dstHighStep,
+                                                           zepiSize dstRoiSize, int32_t phase);
+/**
+ * Forward pass along rows: 2 x width samples of each row to width low and width high coefficients. The
+ * first and the last low and high coefficient of a row come from the taps, see above.
+ */
+ZEP_API zepStatus ZEP_CALL zepiWTFwdRow_D97_JPEG2K_32f_C1R(const float* pSrc, int32_t srcStep,
+                                                           float* pDstLow, int32_t dstLowStep,
+                                                           float* pDstHigh, int32_t dstHighStep,
+                                                           zepiSize dstRoiSize, int32_t phase);
+/** Inverse pass along rows: width low and width high coefficients of each row to 2 x width samples. */
+ZEP_API zepStatus ZEP_CALL zepiWTInvRow_D97_JPEG2K_16s_C1R(
+    const int16_t* pSrcLow, int32_t srcLowStep, const int16_t* pSrcHigh, int32_t srcHighStep,
+    zepiSize srcRoiSize, int16_t* pDst, int32_t dstStep, int32_t phase);
+/** The same for 32s. */
+ZEP_API zepStatus ZEP_CALL zepiWTInvRow_D97_JPEG2K_32s_C1R(
+    const int32_t* pSrcLow, int32_t srcLowStep, const int32_t* pSrcHigh, int32_t srcHighStep,
+    zepiSize srcRoiSize, int32_t* pDst, int32_t dstStep, int32_t phase);
+/** The same for 32f. */
+ZEP_API zepStatus ZEP_CALL zepiWTInvRow_D97_JPEG2K_32f_C1R(const float* pSrcLow, int32_t srcLowStep,
+                                                           const float* pSrcHigh,
+                                                           int32_t srcHighStep, zepiSize srcRoiSize,
+                                                           float* pDst, int32_t dstStep,
+                                                           int32_t phase);
+/** Forward pass along columns: 2 x height source rows to height low and height high rows. */
+ZEP_API zepStatus ZEP_CALL zepiWTFwdCol_D97_JPEG2K_32f_C1R(const float* pSrc, int32_t srcStep,
+                                                           float* pDstLow, int32_t dstLowStep,
+                                                           float* pDstHigh, int32_t dstHighStep,
+                                                           zepiSize dstRoiSize, int32_t phase);
+/** Inverse pass along columns: height low and height high rows to 2 x height rows of samples. */
+ZEP_API zepStatus ZEP_CALL zepiWTInvCol_D97_JPEG2K_32f_C1R(const float* pSrcLow, int32_t srcLowStep,
+                                                           const float* pSrcHigh,
+                                                           int32_t srcHighStep, zepiSize srcRoiSize,
+                                                           float* pDst, int32_t dstStep,
+                                                           int32_t phase);
+/**
+ * Call k of the forward transform of columns, row by row. x are source rows; a, b, c are the coefficients
+ * after the lifting steps 1, 2 and 3.
+ * 
+ * | argument | before | after |
+ * |---|---|---|
+ * | pSrc0, pSrc1, pSrc2 | x[2k], x[2k+1], x[2k+2] | |
+ * | pDstHigh2 | | a[k] = x[2k+1] + alpha (x[2k] + x[2k+2]) |
+ * | pDstLow1 | | b[k] = x[2k] + beta (a[k-1] + a[k]) |
+ * | pSrcDstHigh1 | a[k-1] | c[k-1] = a[k-1] + gamma (b[k-1] + b[k]) |
+ * | pSrcDstLow0 | b[k-1] | L[k-1] = (b[k-1] + delta (c[k-2] + c[k-1])) / K, finished |
+ * | pSrcDstHigh0 | c[k-2] | H[k-2] = c[k-2] K, finished |
+ * 
+ * In the next call pDstLow1 becomes pSrcDstLow0, pDstHigh2 becomes pSrcDstHigh1, and pSrcDstHigh1 becomes
+ * pSrcDstHigh0. Start with calls from k = -2, rows mirrored about the first, and scratch rows as outputs; end
+ * with two more calls on rows mirrored about the last.
+ */
+ZEP_API zepStatus ZEP_CALL
+zepiWTFwdColLift_D97_JPEG2K_16s_C1(const int16_t* pSrc0, const int16_t* pSrc1, const int16_t* pSrc2,
+                                   int16_t* pSrcDstLow0, int16_t* pDstLow1, int16_t* pSrcDstHigh0,
+                                   int16_t* pSrcDstHigh1, int16_t* pDstHigh2, int32_t width);
+/** The same for 32s. */
+ZEP_API zepStatus ZEP_CALL
+zepiWTFwdColLift_D97_JPEG2K_32s_C1(const int32_t* pSrc0, const int32_t* pSrc1, const int32_t* pSrc2,
+                                   int32_t* pSrcDstLow0, int32_t* pDstLow1, int32_t* pSrcDstHigh0,
+                                   int32_t* pSrcDstHigh1, int32_t* pDstHigh2, int32_t width);
+/** The same for 32f. */
+ZEP_API zepStatus ZEP_CALL zepiWTFwdColLift_D97_JPEG2K_32f_C1(
+    const float* pSrc0, const float* pSrc1, const float* pSrc2, float* pSrcDstLow0, float* pDstLow1,
+    float* pSrcDstHigh0, float* pSrcDstHigh1, float* pDstHigh2, int32_t width);
+/**
+ * Call k of the inverse transform of columns, row by row. pSrc0, pSrcDst1, ..., pDst5 are the rows 2k-4
+ * to 2k+1 of the picture, of which six are in work at a time.
+ * 
+ * | argument | before | after |
+ * |---|---|---|
+ * | pSrcLow0, pSrcHigh0 | L[k], H[k] | |
+ * | pDst5 (row 2k+1) | | h[k] = H[k] / K |
+ * | pDst4 (row 2k) | | l[k] = L[k] K - delta (h[k-1] + h[k]) |
+ * | pSrcDst3 (row 2k-1) | h[k-1] | g[k-1] = h[k-1] - gamma (l[k-1] + l[k]) |
+ * | pSrcDst2 (row 2k-2) | l[k-1] | x[2k-2] = l[k-1] - beta (g[k-2] + g[k-1]), finished |
+ * | pSrcDst1 (row 2k-3) | g[k-2] | x[2k-3] = g[k-2] - alpha (x[2k-4] + x[2k-2]), finished |
+ * | pSrc0 (row 2k-4) | x[2k-4] | |
+ * 
+ * In the next call all six advance by two rows.
+ */
+ZEP_API zepStatus ZEP_CALL zepiWTInvColLift_D97_JPEG2K_16s_C1(
+    const int16_t* pSrcLow0, const int16_t* pSrcHigh0, const int16_t* pSrc0, int16_t* pSrcDst1,
+    int16_t* pSrcDst2, int16_t* pSrcDst3, int16_t* pDst4, int16_t* pDst5, int32_t width);
+/** The same for 32s. */
+ZEP_API zepStatus ZEP_CALL zepiWTInvColLift_D97_JPEG2K_32s_C1(
+    const int32_t* pSrcLow0, const int32_t* pSrcHigh0, const int32_t* pSrc0, int32_t* pSrcDst1,
+    int32_t* pSrcDst2, int32_t* pSrcDst3, int32_t* pDst4, int32_t* pDst5, int32_t width);
+/** The same for 32f. */
+ZEP_API zepStatus ZEP_CALL zepiWTInvColLift_D97_JPEG2K_32f_C1(
+    const float* pSrcLow0, const float* pSrcHigh0, const float* pSrc0, float* pSrcDst1,
+    float* pSrcDst2, float* pSrcDst3, float* pDst4, float* pDst5, int32_t width);
+/** One level of a tile, forward, in place: columns first, then rows. It ends as four quadrants. */
+ZEP_API zepStatus ZEP_CALL zepiWTFwd_D97_JPEG2K_16s_C1IR(int16_t* pSrcDst, int32_t srcDstStep,
+                                                         const zepiRect* pTileRect,
+                                                         uint8_t* pBuffer);
+/** The same for 32s. */
+ZEP_API zepStatus ZEP_CALL zepiWTFwd_D97_JPEG2K_32s_C1IR(int32_t* pSrcDst, int32_t srcDstStep,
+                                                         const zepiRect* pTileRect,
+                                                         uint8_t* pBuffer);
+/** One level of a tile, inverse, in place: rows first, then columns, from the four quadrants. */
+ZEP_API zepStatus ZEP_CALL zepiWTInv_D97_JPEG2K_16s_C1IR(int16_t* pSrcDst, int32_t srcDstStep,
+                                                         const zepiRect* pTileRect,
+                                                         uint8_t* pBuffer);
+/** The same for 32s. */
+ZEP_API zepStatus ZEP_CALL zepiWTInv_D97_JPEG2K_32s_C1IR(int32_t* pSrcDst, int32_t srcDstStep,
+                                                         const zepiRect* pTileRect,
+                                                         uint8_t* pBuffer);
+/** One level of a tile, forward, into four planes. */
+ZEP_API zepStatus ZEP_CALL zepiWTFwd_D97_JPEG2K_16s_C1R(const int16_t* pSrc, int32_t srcStep,
+                                                        const zepiRect* pTileRect,
+                                                        int16_t* const pDst[4],
+                                                        const int32_t dstStep[4], uint8_t* pBuffer);
+/** The same for 32s. */
+ZEP_API zepStatus ZEP_CALL zepiWTFwd_D97_JPEG2K_32s_C1R(const int32_t* pSrc, int32_t srcStep,
+                                                        const zepiRect* pTileRect,
+                                                        int32_t* const pDst[4],
+                                                        const int32_t dstStep[4], uint8_t* pBuffer);
+/** One level of a tile, inverse, from four planes. */
+ZEP_API zepStatus ZEP_CALL zepiWTInv_D97_JPEG2K_16s_C1R(const int16_t* const pSrc[4],
+                                                        const int32_t srcStep[4], int16_t* pDst,
+                                                        int32_t dstStep, const zepiRect* pTileRect,
+                                                        uint8_t* pBuffer);
+/** The same for 32s. */
+ZEP_API zepStatus ZEP_CALL zepiWTInv_D97_JPEG2K_32s_C1R(const int32_t* const pSrc[4],
+                                                        const int32_t srcStep[4], int32_t* pDst,
+                                                        int32_t dstStep, const zepiRect* pTileRect,
+                                                        uint8_t* pBuffer);
+/** Work buffer of the `16s` functions in place: max(2 w, 2 h) + 16, or 0 where w < 2 and h < 2. */
+ZEP_API zepStatus ZEP_CALL zepiWTGetBufSize_D97_JPEG2K_16s_C1IR(const zepiRect* pTileRect,
+                                                                int32_t* pSize);
+/** Work buffer of the `32s` functions in place: max(4 w, 4 h) + 32, or 0 where w < 2 and h < 2. */
+ZEP_API zepStatus ZEP_CALL zepiWTGetBufSize_D97_JPEG2K_32s_C1IR(const zepiRect* pTileRect,
+                                                                int32_t* pSize);
+/**
+ * Work buffer of the `16s` functions with planes: that of the tile in place, and h times
+ * 2 w + 31 rounded down to a multiple of 32 (nothing where w or h is below 1).
+ */
+ZEP_API zepStatus ZEP_CALL zepiWTGetBufSize_D97_JPEG2K_16s_C1R(const zepiRect* pTileRect,
+                                                               int32_t* pSize);
+/**
+ * Work buffer of the `32s` functions with planes: that of the tile in place, and h times
+ * 4 w + 31 rounded down to a multiple of 32 (nothing where w or h is below 1).
+ */
+ZEP_API zepStatus ZEP_CALL zepiWTGetBufSize_D97_JPEG2K_32s_C1R(const zepiRect* pTileRect,
+                                                               int32_t* pSize);
+/** @} */
+
 /** @cond Record sizes are part of the binary interface. */
 #define ZEP_ASSERT_SIZE(type, size) \
   typedef char type##_has_##size##_bytes[sizeof(type) == (size) ? 1 : -1]
 ZEP_ASSERT_SIZE(zepiSize, 8);
+ZEP_ASSERT_SIZE(zepiRect, 16);
 ZEP_ASSERT_SIZE(zepiEncodeHuffmanSpec, 1024);
 ZEP_ASSERT_SIZE(zepiDecodeHuffmanSpec, 1644);
 ZEP_ASSERT_SIZE(zepiEncodeHuffmanState, 1048);

@@ -1,0 +1,191 @@
+// SPDX-License-Identifier: MIT
+// One direction of a region: passes along columns. The caller has filled what lies above and below it.
+// The columns are taken in blocks of so many that the rows at work stay in the nearest cache; within a
+// block all steps follow one another down the rows.
+#include <algorithm>
+
+#include "jpeg2000/wavelet/rows.h"
+#include "simd/dispatch.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "jpeg2000/wavelet/column_passes.cc"
+#include "hwy/foreach_target.h"
+#include "jpeg2000/wavelet/columns-inl.h"
+
+namespace zepjp {
+#ifndef ZEPJP_WAVELET_COLUMN_PASSES_KERNELS
+#  define ZEPJP_WAVELET_COLUMN_PASSES_KERNELS
+namespace {
+
+template <class T>
+using PassKernel = void (*)(const SplitRegion<T>&);
+
+struct Kernels {
+  PassKernel<int16_t> forward53_16s, inverse53_16s;
+  PassKernel<int32_t> forward53_32s, inverse53_32s;
+  PassKernel<float> forward97_32f, inverse97_32f;
+};
+
+}  // namespace
+#endif
+}  // namespace zepjp
+
+ZEP_BEFORE_NAMESPACE();
+namespace zepjp {
+namespace HWY_NAMESPACE {
+namespace {
+
+constexpr size_t kBlockBytes = 2048;
+
+// Work rows for the rows outside the region, of which at most four on either side are in work.
+template <class T>
+class OutsideRows {
+ public:
+  static constexpr size_t kWidth = kBlockBytes / sizeof(T);
+  T* At(int64_t p) { return rows_[p & 7]; }
+
+ private:
+  HWY_ALIGN T rows_[8][kWidth];
+};
+
+// The rows of a forward pass, from column `x` on.
+template <class T>
+class ForwardPassRows {
+ public:
+  ForwardPassRows(const SplitRegion<T>& region, OutsideRows<T>& outside, int64_t x)
+      : region_(region), outside_(outside), x_(x) {}
+  const T* In(int64_t p) const { return RowAt(region_.samples, region_.samples_step, p) + x_; }
+  T* Out(int64_t p) {
+    if (p < 0 || p >= 2 * int64_t{region_.size.height}) return outside_.At(p);
+    return ((p + region_.phase) & 1) != 0 ? RowAt(region_.high, region_.high_step, p >> 1) + x_
+                                          : RowAt(region_.low, region_.low_step, p >> 1) + x_;
+  }
+  void Done(int64_t) {}
+
+ private:
+  const SplitRegion<T>& region_;
+  OutsideRows<T>& outside_;
+  const int64_t x_;
+};
+
+template <class T>
+class InversePassRows {
+ public:
+  InversePassRows(const SplitRegion<T>& region, OutsideRows<T>& outside, int64_t x)
+      : region_(region), outside_(outside), x_(x) {}
+  const T* In(int64_t p) const {
+    return ((p + region_.phase) & 1) != 0 ? RowAt(region_.high, region_.high_step, p >> 1) + x_
+                                          : RowAt(region_.low, region_.low_step, p >> 1) + x_;
+  }
+  T* Out(int64_t p) {
+    if (p < 0 || p >= 2 * int64_t{region_.size.height}) return outside_.At(p);
+    return RowAt(region_.samples, region_.samples_step, p) + x_;
+  }
+  void Enter(int64_t) {}
+
+ private:
+  const SplitRegion<T>& region_;
+  OutsideRows<T>& outside_;
+  const int64_t x_;
+};
+
+template <class Filter>
+void ForwardColumns(const SplitRegion<typename Filter::Element>& region) {
+  using T = typename Filter::Element;
+  constexpr int64_t kReach = Filter::kSteps;
+  OutsideRows<T> outside;
+  const int64_t n = region.size.height, width = region.size.width, phase = region.phase;
+  const Extent extent = {phase - kReach, 2 * n - 2 + phase + kReach, phase == 0};
+  for (int64_t x = 0; x < width; x += outside.kWidth) {
+    ForwardPassRows<T> rows(region, outside, x);
+    const int64_t block = std::min<int64_t>(width - x, outside.kWidth);
+    Columns<Filter, ForwardPassRows<T>>(rows, extent, static_cast<size_t>(block)).Forward();
+  }
+}
+
+template <class Filter>
+void InverseColumns(const SplitRegion<typename Filter::Element>& region) {
+  using T = typename Filter::Element;
+  constexpr int64_t kReach = Filter::kSteps;
+  OutsideRows<T> outside;
+  const int64_t n = region.size.height, width = region.size.width, phase = region.phase;
+  const Extent extent = {1 - phase - kReach, 2 * n - 1 - phase + kReach, phase == 0};
+  for (int64_t x = 0; x < width; x += outside.kWidth) {
+    InversePassRows<T> rows(region, outside, x);
+    const int64_t block = std::min<int64_t>(width - x, outside.kWidth);
+    Columns<Filter, InversePassRows<T>>(rows, extent, static_cast<size_t>(block)).Inverse();
+  }
+}
+
+constexpr Kernels kKernels = {ForwardColumns<Filter53<int16_t>>, InverseColumns<Filter53<int16_t>>,
+                              ForwardColumns<Filter53<int32_t>>, InverseColumns<Filter53<int32_t>>,
+                              ForwardColumns<Filter97<float>>,   InverseColumns<Filter97<float>>};
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace zepjp
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace zepjp {
+namespace {
+
+Kernels kernels;
+
+ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
+
+}  // namespace
+}  // namespace zepjp
+
+using zepjp::ForwardPass;
+using zepjp::InversePass;
+using zepjp::kernels;
+
+zepStatus ZEP_CALL zepiWTFwdCol_B53_JPEG2K_16s_C1R(const int16_t* pSrc, int32_t srcStep,
+                                                   int16_t* pDstLow, int32_t dstLowStep,
+                                                   int16_t* pDstHigh, int32_t dstHighStep,
+                                                   zepiSize dstRoiSize, int32_t phase) {
+  return ForwardPass(kernels.forward53_16s, pSrc, srcStep, pDstLow, dstLowStep, pDstHigh,
+                     dstHighStep, dstRoiSize, phase);
+}
+
+zepStatus ZEP_CALL zepiWTInvCol_B53_JPEG2K_16s_C1R(const int16_t* pSrcLow, int32_t srcLowStep,
+                                                   const int16_t* pSrcHigh, int32_t srcHighStep,
+                                                   zepiSize srcRoiSize, int16_t* pDst,
+                                                   int32_t dstStep, int32_t phase) {
+  return InversePass(kernels.inverse53_16s, pSrcLow, srcLowStep, pSrcHigh, srcHighStep, srcRoiSize,
+                     pDst, dstStep, phase);
+}
+
+zepStatus ZEP_CALL zepiWTFwdCol_B53_JPEG2K_32s_C1R(const int32_t* pSrc, int32_t srcStep,
+                                                   int32_t* pDstLow, int32_t dstLowStep,
+                                                   int32_t* pDstHigh, int32_t dstHighStep,
+                                                   zepiSize dstRoiSize, int32_t phase) {
+  return ForwardPass(kernels.forward53_32s, pSrc, srcStep, pDstLow, dstLowStep, pDstHigh,
+                     dstHighStep, dstRoiSize, phase);
+}
+
+zepStatus ZEP_CALL zepiWTInvCol_B53_JPEG2K_32s_C1R(const int32_t* pSrcLow, int32_t srcLowStep,
+                                                   const int32_t* pSrcHigh, int32_t srcHighStep,
+                                                   zepiSize srcRoiSize, int32_t* pDst,
+                                                   int32_t dstStep, int32_t phase) {
+  return InversePass(kernels.inverse53_32s, pSrcLow, srcLowStep, pSrcHigh, srcHighStep, srcRoiSize,
+                     pDst, dstStep, phase);
+}
+
+zepStatus ZEP_CALL zepiWTFwdCol_D97_JPEG2K_32f_C1R(const float* pSrc, int32_t srcStep,
+                                                   float* pDstLow, int32_t dstLowStep,
+                                                   float* pDstHigh, int32_t dstHighStep,
+                                                   zepiSize dstRoiSize, int32_t phase) {
+  return ForwardPass(kernels.forward97_32f, pSrc, srcStep, pDstLow, dstLowStep, pDstHigh,
+                     dstHighStep, dstRoiSize, phase);
+}
+
+zepStatus ZEP_CALL zepiWTInvCol_D97_JPEG2K_32f_C1R(const float* pSrcLow, int32_t srcLowStep,
+                                                   const float* pSrcHigh, int32_t srcHighStep,
+                                                   zepiSize srcRoiSize, float* pDst,
+                                                   int32_t dstStep, int32_t phase) {
+  return InversePass(kernels.inverse97_32f, pSrcLow, srcLowStep, pSrcHigh, srcHighStep, srcRoiSize,
+                     pDst, dstStep, phase);
+}
+#endif  // HWY_ONCE

@@ -1,0 +1,562 @@
+// SPDX-License-Identifier: MIT
+// One level of a whole tile. Forward: columns, then rows; inverse: rows, then columns. Lines are mirrored
+// about their ends.
+//
+// In place, the columns are lifted where they are, in blocks that keep the rows at work in the nearest cache.
+// The rows are then transformed on their way to their places, along the cycles of the permutation that brings
+// low rows before high ones, so that nothing but one row needs another place meanwhile.
+//
+// To planes, each row is transformed as soon as the columns have finished it; six rows are in work at a
+// time. From planes, the destination is what the columns work on, as soon as its rows are there.
+#include <algorithm>
+
+#include "jpeg2000/wavelet/rows.h"
+#include "simd/dispatch.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "jpeg2000/wavelet/whole_tile.cc"
+#include "hwy/foreach_target.h"
+#include "jpeg2000/wavelet/rows-inl.h"
+
+namespace zepjp {
+#ifndef ZEPJP_WAVELET_WHOLE_TILE_KERNELS
+#  define ZEPJP_WAVELET_WHOLE_TILE_KERNELS
+namespace {
+
+// Rows are those of the tile in place.
+template <class T>
+struct Tile {
+  T* data;
+  int32_t step;
+  zepiRect rect;
+};
+
+// The planes hold the four quadrants of a tile in place, cut in the middle (rounded up).
+template <class T>
+struct Planes {
+  T* const* plane;
+  const int32_t* step;
+};
+
+// `buffer` holds one row (in place), or the rows of the tile and one more (with planes).
+template <class T>
+struct TileKernels {
+  void (*forward)(const Tile<T>& tile, uint8_t* buffer);
+  void (*inverse)(const Tile<T>& tile, uint8_t* buffer);
+  void (*to_planes)(const Tile<T>& tile, const Planes<T>& planes, uint8_t* buffer);
+  void (*from_planes)(const Tile<T>& tile, const Planes<T>& planes, uint8_t* buffer);
+};
+
+struct Kernels {
+  TileKernels<int16_t> b53_16s;
+  TileKernels<int32_t> b53_32s;
+  TileKernels<int16_t> d97_16s;
+  TileKernels<int32_t> d97_32s;
+  // For processors of the low-power line, which have small caches: another schedule, the same arithmetic.
+  void (*low_power_inverse)(const Tile<int16_t>& tile, uint8_t* buffer);
+  void (*low_power_from_planes)(const Tile<int16_t>& tile, const Planes<int16_t>& planes,
+                                uint8_t* buffer);
+};
+
+// A row of `width` elements, rounded up so that rows do not share vectors.
+template <class T>
+int32_t BufferStep(int32_t width) {
+  return static_cast<int32_t>((int64_t{width} * static_cast<int64_t>(sizeof(T)) + 31) &
+                              ~int64_t{31});
+}
+
+// How `count` positions split into low and high ones. The first is high if phase is 1.
+struct Split {
+  int64_t count;
+  int phase;
+
+  int64_t LowCount() const { return (count + 1 - phase) / 2; }
+  // Where position p ends among the low ones, followed by the high ones; and the reverse.
+  int64_t Place(int64_t p) const { return ((p + phase) & 1) != 0 ? LowCount() + (p >> 1) : p >> 1; }
+  int64_t Position(int64_t place) const {
+    return place < LowCount() ? 2 * place + phase : 2 * (place - LowCount()) + 1 - phase;
+  }
+};
+
+inline Split ColumnSplit(const zepiRect& rect) { return {rect.height, rect.y & 1}; }
+inline Split RowSplit(const zepiRect& rect) { return {rect.width, rect.x & 1}; }
+
+}  // namespace
+#endif
+}  // namespace zepjp
+
+ZEP_BEFORE_NAMESPACE();
+namespace zepjp {
+namespace HWY_NAMESPACE {
+namespace {
+
+inline Extent ColumnExtent(const zepiRect& rect) {
+  return {0, int64_t{rect.height} - 1, (rect.y & 1) == 0};
+}
+
+// Calls move(from, to) so that item `to` of `count` gets what was item source(to). move(i, -1) saves an
+// item before the first of a cycle is replaced; it is item -1 then.
+template <class Source, class Move>
+void Permute(int64_t count, const Source& source, const Move& move) {
+  for (int64_t first = 0; first < count; ++first) {
+    int64_t i = source(first);
+    while (i > first) i = source(i);
+    if (i < first) continue;  // this cycle was done when its smallest item was met
+    move(first, -1);
+    for (i = first; source(i) != first; i = source(i)) move(source(i), i);
+    move(-1, i);
+  }
+}
+
+// The rows of a tile that are transformed where they are, from column x on.
+template <class T>
+class RowsInPlace {
+ public:
+  RowsInPlace(const Tile<T>& tile, int64_t x) : tile_(tile), x_(x) {}
+  T* In(int64_t p) const { return RowAt(tile_.data, tile_.step, p) + x_; }
+  T* Out(int64_t p) const { return In(p); }
+  void Enter(int64_t) {}
+  void Done(int64_t) {}
+
+ private:
+  const Tile<T>& tile_;
+  const int64_t x_;
+};
+
+constexpr int64_t kBlockBytes = 2048;
+constexpr int64_t kLowPowerBlockBytes = 512;
+
+template <class Filter, class T>
+void ForwardColumns(const Tile<T>& tile) {
+  constexpr int64_t kBlock = kBlockBytes / sizeof(T);
+  for (int64_t x = 0; x < tile.rect.width; x += kBlock) {
+    RowsInPlace<T> rows(tile, x);
+    const auto width = static_cast<size_t>(std::min<int64_t>(tile.rect.width - x, kBlock));
+    Columns<Filter, RowsInPlace<T>>(rows, ColumnExtent(tile.rect), width).Forward();
+  }
+}
+
+template <class Filter, int64_t kBytes, class T>
+void InverseColumns(const Tile<T>& tile) {
+  constexpr int64_t kBlock = kBytes / sizeof(T);
+  for (int64_t x = 0; x < tile.rect.width; x += kBlock) {
+    RowsInPlace<T> rows(tile, x);
+    const auto width = static_cast<size_t>(std::min<int64_t>(tile.rect.width - x, kBlock));
+    Columns<Filter, RowsInPlace<T>>(rows, ColumnExtent(tile.rect), width).Inverse();
+  }
+}
+
+// One more row than the tile has: at the place that the work buffer has for it, or here, because the smallest
+// tiles have none.
+template <class T>
+class SpareRow {
+ public:
+  SpareRow(uint8_t* place, int64_t width)
+      : row_(reinterpret_cast<T*>(width <= kSmall ? small_ : place)) {}
+  SpareRow(const SpareRow&) = delete;
+  SpareRow& operator=(const SpareRow&) = delete;
+  T* get() const { return row_; }
+
+ private:
+  static constexpr int64_t kSmall = 2;
+  uint8_t small_[kSmall * sizeof(T)];
+  T* const row_;
+};
+
+// Transforms row after row of a tile on its way to another place. transform(from, to) takes rows that
+// differ; source(i) is the row that comes to place i.
+template <class T, class Source, class Transform>
+void MoveRows(const Tile<T>& tile, uint8_t* buffer, const Source& source,
+              const Transform& transform) {
+  const SpareRow<T> saved(buffer, tile.rect.width);
+  Permute(tile.rect.height, source, [&](int64_t from, int64_t to) ZEP_ATTR {
+    T* const src = from < 0 ? saved.get() : RowAt(tile.data, tile.step, from);
+    if (to < 0) {
+      CopyBytes(src, saved.get(), static_cast<size_t>(tile.rect.width) * sizeof(T));
+    } else {
+      transform(src, RowAt(tile.data, tile.step, to));
+    }
+  });
+}
+
+template <class Filter, class T>
+void Forward(const Tile<T>& tile, uint8_t* buffer) {
+  ForwardColumns<Filter>(tile);
+  const Split down = ColumnSplit(tile.rect), across = RowSplit(tile.rect);
+  MoveRows(
+      tile, buffer, [&](int64_t place) ZEP_ATTR { return down.Position(place); },
+      [&](const T* from, T* to) ZEP_ATTR {
+        ForwardTileRow<Filter>(from, across.count, across.phase, to, to + across.LowCount());
+      });
+}
+
+template <class Filter, int64_t kBytes, class T>
+void Inverse(const Tile<T>& tile, uint8_t* buffer) {
+  const Split down = ColumnSplit(tile.rect), across = RowSplit(tile.rect);
+  MoveRows(
+      tile, buffer, [&](int64_t position) ZEP_ATTR { return down.Place(position); },
+      [&](const T* from, T* to) ZEP_ATTR {
+        InverseTileRow<Filter>(from, from + across.LowCount(), across.count, across.phase, to);
+      });
+  InverseColumns<Filter, kBytes>(tile);
+}
+
+// Rows of the quadrants of a tile in planes. With an odd origin and an odd width there is one low coefficient
+// less than the left planes are wide: the first high one is their last. Such rows are put together in
+// a spare row.
+template <class Filter>
+class PlaneRows {
+ public:
+  using T = typename Filter::Element;
+
+  PlaneRows(const Planes<T>& planes, const zepiRect& rect, uint8_t* spare)
+      : planes_(planes),
+        down_(ColumnSplit(rect)),
+        across_(RowSplit(rect)),
+        left_width_((int64_t{rect.width} + 1) >> 1),
+        top_height_((int64_t{rect.height} + 1) >> 1),
+        spare_(spare, rect.width) {}
+
+  // Row p of the tile, its columns done.
+  void Forward(const T* src, int64_t p) {
+    T* const left = At(0, p);
+    T* const right = At(2, p);
+    const int64_t low_count = across_.LowCount();
+    if (low_count == left_width_) {
+      return ForwardTileRow<Filter>(src, across_.count, across_.phase, left, right);
+    }
+    T* const row = spare_.get();
+    ForwardTileRow<Filter>(src, across_.count, across_.phase, row, row + low_count);
+    Copy(row, left, left_width_);
+    Copy(row + left_width_, right, across_.count - left_width_);
+  }
+
+  void Inverse(int64_t p, T* dst) {
+    const T* const left = At(0, p);
+    const T* const right = At(2, p);
+    const int64_t low_count = across_.LowCount();
+    if (low_count == left_width_) {
+      return InverseTileRow<Filter>(left, right, across_.count, across_.phase, dst);
+    }
+    T* const row = spare_.get();
+    Copy(left, row, left_width_);
+    Copy(right, row + left_width_, across_.count - left_width_);
+    InverseTileRow<Filter>(row, row + low_count, across_.count, across_.phase, dst);
+  }
+
+ private:
+  T* At(int plane, int64_t p) const {
+    const int64_t place = down_.Place(p);
+    return place < top_height_
+               ? RowAt(planes_.plane[plane], planes_.step[plane], place)
+               : RowAt(planes_.plane[plane + 1], planes_.step[plane + 1], place - top_height_);
+  }
+  static void Copy(const T* from, T* to, int64_t count) {
+    CopyBytes(from, to, static_cast<size_t>(count) * sizeof(T));
+  }
+
+  const Planes<T> planes_;
+  const Split down_, across_;
+  const int64_t left_width_, top_height_;
+  const SpareRow<T> spare_;
+};
+
+// Rows that come from a source, are worked on in a ring of rows, and go to planes when they are finished.
+template <class Filter>
+class RowsToPlanes {
+ public:
+  using T = typename Filter::Element;
+
+  RowsToPlanes(const Tile<T>& tile, const Planes<T>& planes, uint8_t* buffer)
+      : tile_(tile),
+        ring_(reinterpret_cast<T*>(buffer)),
+        ring_step_(BufferStep<T>(tile.rect.width)),
+        planes_(planes, tile.rect, RowAt(buffer, ring_step_, tile.rect.height)) {}
+
+  const T* In(int64_t p) const { return RowAt(tile_.data, tile_.step, p); }
+  T* Out(int64_t p) const { return RowAt(ring_, ring_step_, p & (kRing - 1)); }
+  void Done(int64_t p) { planes_.Forward(Out(p), p); }
+
+ private:
+  static constexpr int64_t kRing =
+      2 * Filter::kSteps;  // more than the rows at work; a power of two
+
+  const Tile<T>& tile_;
+  T* const ring_;
+  const int32_t ring_step_;
+  PlaneRows<Filter> planes_;
+};
+
+// Rows that come from planes and are worked on at their destination.
+template <class Filter>
+class RowsFromPlanes {
+ public:
+  using T = typename Filter::Element;
+
+  RowsFromPlanes(const Tile<T>& tile, const Planes<T>& planes, uint8_t* buffer)
+      : tile_(tile), planes_(planes, tile.rect, buffer) {}
+
+  T* In(int64_t p) const { return RowAt(tile_.data, tile_.step, p); }
+  T* Out(int64_t p) const { return In(p); }
+  void Enter(int64_t p) { planes_.Inverse(p, In(p)); }
+
+ private:
+  const Tile<T>& tile_;
+  PlaneRows<Filter> planes_;
+};
+
+template <class Filter, class T>
+void ToPlanes(const Tile<T>& tile, const Planes<T>& planes, uint8_t* buffer) {
+  RowsToPlanes<Filter> rows(tile, planes, buffer);
+  Columns<Filter, RowsToPlanes<Filter>>(rows, ColumnExtent(tile.rect),
+                                        static_cast<size_t>(tile.rect.width))
+      .Forward();
+}
+
+template <class Filter, class T>
+void FromPlanes(const Tile<T>& tile, const Planes<T>& planes, uint8_t* buffer) {
+  RowsFromPlanes<Filter> rows(tile, planes, buffer);
+  Columns<Filter, RowsFromPlanes<Filter>>(rows, ColumnExtent(tile.rect),
+                                          static_cast<size_t>(tile.rect.width))
+      .Inverse();
+}
+
+// All rows first, then the columns in narrow blocks.
+template <class Filter, class T>
+void LowPowerFromPlanes(const Tile<T>& tile, const Planes<T>& planes, uint8_t* buffer) {
+  RowsFromPlanes<Filter> rows(tile, planes, buffer);
+  for (int64_t p = 0; p < tile.rect.height; ++p) rows.Enter(p);
+  InverseColumns<Filter, kLowPowerBlockBytes>(tile);
+}
+
+template <class Filter>
+constexpr TileKernels<typename Filter::Element> KernelsOf() {
+  using T = typename Filter::Element;
+  return {Forward<Filter, T>, Inverse<Filter, kBlockBytes, T>, ToPlanes<Filter, T>,
+          FromPlanes<Filter, T>};
+}
+
+constexpr Kernels kKernels = {KernelsOf<Filter53<int16_t>>(),
+                              KernelsOf<Filter53<int32_t>>(),
+                              KernelsOf<Filter97<int16_t>>(),
+                              KernelsOf<Filter97<int32_t>>(),
+                              Inverse<Filter97<int16_t>, kLowPowerBlockBytes, int16_t>,
+                              LowPowerFromPlanes<Filter97<int16_t>, int16_t>};
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace zepjp
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace zepjp {
+namespace {
+
+Kernels kernels;
+
+ZEP_AT_LOAD void ChooseKernels() {
+  kernels = *ZEP_CHOOSE(kKernels);
+  if (EnabledAtLoad().variant == Variant::kS8) {
+    kernels.d97_16s.inverse = kernels.low_power_inverse;
+    kernels.d97_16s.from_planes = kernels.low_power_from_planes;
+  }
+}
+
+template <class T>
+zepStatus InPlace(void (*kernel)(const Tile<T>&, uint8_t*), T* data, int32_t step,
+                  const zepiRect* rect, uint8_t* buffer) {
+  if (auto bad = Checks().Ptr(data).Step(step).Ptr(rect).Ptr(buffer).Failed()) return bad;
+  if (rect->width > 0 && rect->height > 0) kernel({data, step, *rect}, buffer);
+  return zepStatusOk;
+}
+
+// The checks behind those of the pointers, which come in another order each way.
+zepStatus CheckPlanes(Checks checks, int32_t step, const void* const* planes, const int32_t* steps,
+                      const zepiRect* rect) {
+  checks.Step(step);
+  if (checks.Failed() == zepStatusOk) checks.Planes(planes, 4);
+  for (int i = 0; i < 4 && checks.Failed() == zepStatusOk; ++i) checks.Step(steps[i]);
+  if (checks.Failed() == zepStatusOk) checks.Size({rect->width, rect->height});
+  return checks.Failed();
+}
+
+template <class T>
+zepStatus SplitTile(void (*kernel)(const Tile<T>&, const Planes<T>&, uint8_t*), const T* src,
+                    int32_t src_step, const zepiRect* rect, T* const* planes, const int32_t* steps,
+                    uint8_t* buffer) {
+  const Checks pointers = Checks().Ptr(src).Ptr(planes).Ptr(steps).Ptr(rect).Ptr(buffer);
+  const auto* const untyped = reinterpret_cast<const void* const*>(planes);
+  if (auto bad = CheckPlanes(pointers, src_step, untyped, steps, rect)) return bad;
+  kernel({const_cast<T*>(src), src_step, *rect}, {planes, steps}, buffer);
+  return zepStatusOk;
+}
+
+template <class T>
+zepStatus JoinTile(void (*kernel)(const Tile<T>&, const Planes<T>&, uint8_t*),
+                   const T* const* planes, const int32_t* steps, T* dst, int32_t dst_step,
+                   const zepiRect* rect, uint8_t* buffer) {
+  const Checks pointers = Checks().Ptr(planes).Ptr(dst).Ptr(steps).Ptr(rect).Ptr(buffer);
+  const auto* const untyped = reinterpret_cast<const void* const*>(planes);
+  if (auto bad = CheckPlanes(pointers, dst_step, untyped, steps, rect)) return bad;
+  kernel({dst, dst_step, *rect}, {const_cast<T* const*>(planes), steps}, buffer);
+  return zepStatusOk;
+}
+
+// What a work buffer needs: one extended line, from a certain size on, and with planes a copy of the tile.
+struct BufferNeed {
+  int32_t element_bytes;
+  int32_t extension_bytes;
+  int32_t min_length;
+  bool with_planes;
+};
+
+zepStatus BufferSize(const BufferNeed& need, const zepiRect* rect, int32_t* size) {
+  if (auto bad = Checks().Ptr(rect).Ptr(size).Failed()) return bad;
+  const int64_t width = rect->width, height = rect->height;
+  int64_t bytes = 0;
+  if (width >= need.min_length || height >= need.min_length) {
+    bytes = need.element_bytes * (width > height ? width : height) + need.extension_bytes;
+  }
+  if (need.with_planes && width > 0 && height > 0) {
+    const int64_t row_bytes = (width * need.element_bytes + 31) & ~int64_t{31};
+    if (row_bytes > INT32_MAX / height) return zepStatusBadSize;
+    bytes += row_bytes * height;
+  }
+  if (bytes > INT32_MAX) return zepStatusBadSize;
+  *size = static_cast<int32_t>(bytes);
+  return zepStatusOk;
+}
+
+}  // namespace
+}  // namespace zepjp
+
+using zepjp::BufferSize;
+using zepjp::InPlace;
+using zepjp::JoinTile;
+using zepjp::kernels;
+using zepjp::SplitTile;
+
+zepStatus ZEP_CALL zepiWTFwd_B53_JPEG2K_16s_C1IR(int16_t* pSrcDst, int32_t srcDstStep,
+                                                 const zepiRect* pTileRect, uint8_t* pBuffer) {
+  return InPlace(kernels.b53_16s.forward, pSrcDst, srcDstStep, pTileRect, pBuffer);
+}
+
+zepStatus ZEP_CALL zepiWTInv_B53_JPEG2K_16s_C1IR(int16_t* pSrcDst, int32_t srcDstStep,
+                                                 const zepiRect* pTileRect, uint8_t* pBuffer) {
+  return InPlace(kernels.b53_16s.inverse, pSrcDst, srcDstStep, pTileRect, pBuffer);
+}
+
+zepStatus ZEP_CALL zepiWTFwd_B53_JPEG2K_16s_C1R(const int16_t* pSrc, int32_t srcStep,
+                                                const zepiRect* pTileRect, int16_t* const pDst[4],
+                                                const int32_t dstStep[4], uint8_t* pBuffer) {
+  return SplitTile(kernels.b53_16s.to_planes, pSrc, srcStep, pTileRect, pDst, dstStep, pBuffer);
+}
+
+zepStatus ZEP_CALL zepiWTInv_B53_JPEG2K_16s_C1R(const int16_t* const pSrc[4],
+                                                const int32_t srcStep[4], int16_t* pDst,
+                                                int32_t dstStep, const zepiRect* pTileRect,
+                                                uint8_t* pBuffer) {
+  return JoinTile(kernels.b53_16s.from_planes, pSrc, srcStep, pDst, dstStep, pTileRect, pBuffer);
+}
+
+zepStatus ZEP_CALL zepiWTGetBufSize_B53_JPEG2K_16s_C1IR(const zepiRect* pTileRect, int32_t* pSize) {
+  return BufferSize({2, 8, 3, false}, pTileRect, pSize);
+}
+
+zepStatus ZEP_CALL zepiWTGetBufSize_B53_JPEG2K_16s_C1R(const zepiRect* pTileRect, int32_t* pSize) {
+  return BufferSize({2, 8, 3, true}, pTileRect, pSize);
+}
+
+zepStatus ZEP_CALL zepiWTFwd_B53_JPEG2K_32s_C1IR(int32_t* pSrcDst, int32_t srcDstStep,
+                                                 const zepiRect* pTileRect, uint8_t* pBuffer) {
+  return InPlace(kernels.b53_32s.forward, pSrcDst, srcDstStep, pTileRect, pBuffer);
+}
+
+zepStatus ZEP_CALL zepiWTInv_B53_JPEG2K_32s_C1IR(int32_t* pSrcDst, int32_t srcDstStep,
+                                                 const zepiRect* pTileRect, uint8_t* pBuffer) {
+  return InPlace(kernels.b53_32s.inverse, pSrcDst, srcDstStep, pTileRect, pBuffer);
+}
+
+zepStatus ZEP_CALL zepiWTFwd_B53_JPEG2K_32s_C1R(const int32_t* pSrc, int32_t srcStep,
+                                                const zepiRect* pTileRect, int32_t* const pDst[4],
+                                                const int32_t dstStep[4], uint8_t* pBuffer) {
+  return SplitTile(kernels.b53_32s.to_planes, pSrc, srcStep, pTileRect, pDst, dstStep, pBuffer);
+}
+
+zepStatus ZEP_CALL zepiWTInv_B53_JPEG2K_32s_C1R(const int32_t* const pSrc[4],
+                                                const int32_t srcStep[4], int32_t* pDst,
+                                                int32_t dstStep, const zepiRect* pTileRect,
+                                                uint8_t* pBuffer) {
+  return JoinTile(kernels.b53_32s.from_planes, pSrc, srcStep, pDst, dstStep, pTileRect, pBuffer);
+}
+
+zepStatus ZEP_CALL zepiWTGetBufSize_B53_JPEG2K_32s_C1IR(const zepiRect* pTileRect, int32_t* pSize) {
+  return BufferSize({4, 16, 3, false}, pTileRect, pSize);
+}
+
+zepStatus ZEP_CALL zepiWTGetBufSize_B53_JPEG2K_32s_C1R(const zepiRect* pTileRect, int32_t* pSize) {
+  return BufferSize({4, 16, 3, true}, pTileRect, pSize);
+}
+
+zepStatus ZEP_CALL zepiWTFwd_D97_JPEG2K_16s_C1IR(int16_t* pSrcDst, int32_t srcDstStep,
+                                                 const zepiRect* pTileRect, uint8_t* pBuffer) {
+  return InPlace(kernels.d97_16s.forward, pSrcDst, srcDstStep, pTileRect, pBuffer);
+}
+
+zepStatus ZEP_CALL zepiWTInv_D97_JPEG2K_16s_C1IR(int16_t* pSrcDst, int32_t srcDstStep,
+                                                 const zepiRect* pTileRect, uint8_t* pBuffer) {
+  return InPlace(kernels.d97_16s.inverse, pSrcDst, srcDstStep, pTileRect, pBuffer);
+}
+
+zepStatus ZEP_CALL zepiWTFwd_D97_JPEG2K_16s_C1R(const int16_t* pSrc, int32_t srcStep,
+                                                const zepiRect* pTileRect, int16_t* const pDst[4],
+                                                const int32_t dstStep[4], uint8_t* pBuffer) {
+  return SplitTile(kernels.d97_16s.to_planes, pSrc, srcStep, pTileRect, pDst, dstStep, pBuffer);
+}
+
+zepStatus ZEP_CALL zepiWTInv_D97_JPEG2K_16s_C1R(const int16_t* const pSrc[4],
+                                                const int32_t srcStep[4], int16_t* pDst,
+                                                int32_t dstStep, const zepiRect* pTileRect,
+                                                uint8_t* pBuffer) {
+  return JoinTile(kernels.d97_16s.from_planes, pSrc, srcStep, pDst, dstStep, pTileRect, pBuffer);
+}
+
+zepStatus ZEP_CALL zepiWTGetBufSize_D97_JPEG2K_16s_C1IR(const zepiRect* pTileRect, int32_t* pSize) {
+  return BufferSize({2, 16, 2, false}, pTileRect, pSize);
+}
+
+zepStatus ZEP_CALL zepiWTGetBufSize_D97_JPEG2K_16s_C1R(const zepiRect* pTileRect, int32_t* pSize) {
+  return BufferSize({2, 16, 2, true}, pTileRect, pSize);
+}
+
+zepStatus ZEP_CALL zepiWTFwd_D97_JPEG2K_32s_C1IR(int32_t* pSrcDst, int32_t srcDstStep,
+                                                 const zepiRect* pTileRect, uint8_t* pBuffer) {
+  return InPlace(kernels.d97_32s.forward, pSrcDst, srcDstStep, pTileRect, pBuffer);
+}
+
+zepStatus ZEP_CALL zepiWTInv_D97_JPEG2K_32s_C1IR(int32_t* pSrcDst, int32_t srcDstStep,
+                                                 const zepiRect* pTileRect, uint8_t* pBuffer) {
+  return InPlace(kernels.d97_32s.inverse, pSrcDst, srcDstStep, pTileRect, pBuffer);
+}
+
+zepStatus ZEP_CALL zepiWTFwd_D97_JPEG2K_32s_C1R(const int32_t* pSrc, int32_t srcStep,
+                                                const zepiRect* pTileRect, int32_t* const pDst[4],
+                                                const int32_t dstStep[4], uint8_t* pBuffer) {
+  return SplitTile(kernels.d97_32s.to_planes, pSrc, srcStep, pTileRect, pDst, dstStep, pBuffer);
+}
+
+zepStatus ZEP_CALL zepiWTInv_D97_JPEG2K_32s_C1R(const int32_t* const pSrc[4],
+                                                const int32_t srcStep[4], int32_t* pDst,
+                                                int32_t dstStep, const zepiRect* pTileRect,
+                                                uint8_t* pBuffer) {
+  return JoinTile(kernels.d97_32s.from_planes, pSrc, srcStep, pDst, dstStep, pTileRect, pBuffer);
+}
+
+zepStatus ZEP_CALL zepiWTGetBufSize_D97_JPEG2K_32s_C1IR(const zepiRect* pTileRect, int32_t* pSize) {
+  return BufferSize({4, 32, 2, false}, pTileRect, pSize);
+}
+
+zepStatus ZEP_CALL zepiWTGetBufSize_D97_JPEG2K_32s_C1R(const zepiRect* pTileRect, int32_t* pSize) {
+  return BufferSize({4, 32, 2, true}, pTileRect, pSize);
+}
+#endif  // HWY_ONCE
