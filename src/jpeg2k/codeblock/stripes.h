@@ -24,10 +24,10 @@ struct Stripes {
   // For each column of a stripe the significance in 3 x 6 bits, from the row above it to the row below,
   // three bits a row, left column first; then the signs of its own column in 6 bits. So the window of row y
   // begins at bit 3 y. There is a column more on either side.
-  uint32_t* windows;
-  uint64_t* significant;
-  uint64_t* visited;  // by the significance pass of this plane
-  uint64_t* refined;
+  uint32_t* windows = nullptr;
+  uint64_t* significant = nullptr;
+  uint64_t* visited = nullptr;  // by the significance pass of this plane
+  uint64_t* refined = nullptr;
 
   Stripes(int block_width, int block_height, size_t step)
       : width(block_width),
