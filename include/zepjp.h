@@ -1011,9 +1011,11 @@ ZEP_API zepStatus ZEP_CALL zepiDecodeCBProgrFree_JPEG2K(zepiDecodeStateJPEG2K* p
  * **Checks**: pState: ::zepStatusNullPtr; its identifier: ::zepStatusContextMismatch; pDst:
  * ::zepStatusNullPtr; dstStep below 1: ::zepStatusBadStep; size: ::zepStatusBadSize.
  */
-ZEP_API zepStatus ZEP_CALL zepiDecodeCBProgrAttach_JPEG2K_32s_C1R(
-    int32_t* pDst, int32_t dstStep, zepiSize codeBlockSize, zepiDecodeStateJPEG2K* pState,
-    int32_t subband, int32_t magnBits, int32_t codeStyleFlags);
+ZEP_API zepStatus ZEP_CALL zepiDecodeCBProgrAttach_JPEG2K_32s_C1R(int32_t* pDst, int32_t dstStep,
+                                                                  zepiSize codeBlockSize,
+                                                                  zepiDecodeStateJPEG2K* pState,
+                                                                  int32_t subband, int32_t magnBits,
+                                                                  int32_t codeStyleFlags);
 /** Sets how many passes are to be decoded. pState: ::zepStatusNullPtr, ::zepStatusContextMismatch. */
 ZEP_API zepStatus ZEP_CALL zepiDecodeCBProgrSetPassCounter_JPEG2K(int32_t nOfPasses,
                                                                   zepiDecodeStateJPEG2K* pState);
@@ -1021,14 +1023,14 @@ ZEP_API zepStatus ZEP_CALL zepiDecodeCBProgrSetPassCounter_JPEG2K(int32_t nOfPas
  * How many passes are left: one less for each that was decoded, a failed one included. **Checks**: pState,
  * pCounter: ::zepStatusNullPtr; the identifier: ::zepStatusContextMismatch.
  */
-ZEP_API zepStatus ZEP_CALL zepiDecodeCBProgrGetPassCounter_JPEG2K(
-    const zepiDecodeStateJPEG2K* pState, int32_t* pCounter);
+ZEP_API zepStatus ZEP_CALL
+zepiDecodeCBProgrGetPassCounter_JPEG2K(const zepiDecodeStateJPEG2K* pState, int32_t* pCounter);
 /**
  * The plane of the last pass that was begun, or magnBits - 1. **Checks**: pState: ::zepStatusNullPtr; its
  * identifier: ::zepStatusContextMismatch; pBitPlane: ::zepStatusNullPtr.
  */
-ZEP_API zepStatus ZEP_CALL zepiDecodeCBProgrGetCurBitPlaneNum_JPEG2K(
-    const zepiDecodeStateJPEG2K* pState, int32_t* pBitPlane);
+ZEP_API zepStatus ZEP_CALL
+zepiDecodeCBProgrGetCurBitPlaneNum_JPEG2K(const zepiDecodeStateJPEG2K* pState, int32_t* pBitPlane);
 /**
  * Decodes the passes of one segment, as many as are left. Samples keep the midpoints below their last bits.
  * Without passes left nothing is read. After ::zepStatusJPEG2KDecodeError further steps return it again

@@ -115,6 +115,7 @@ class BlockDecoder {
     while (progress_.pass < end && !progress_.IsDone() && progress_.has_failed == 0) {
       if ((progress_.style & kReset) != 0) Reset(&bits);
       progress_.plane = progress_.planes - 1 - (progress_.pass + 2) / 3;
+      midpoint_ = static_cast<uint32_t>((uint64_t{3} << progress_.plane) >> 1);
       const PassType type = TypeOf(progress_.pass);
       for (size_t stripe = 0; stripe < stripes_.stripe_count; ++stripe) {
         for (size_t g = 0; g < stripes_.words; ++g) {
@@ -134,26 +135,34 @@ class BlockDecoder {
     *source = bits;
   }
 
-  HWY_INLINE uint8_t* At(size_t stripe, size_t g) const {
-    return progress_.dst + static_cast<ptrdiff_t>(4 * stripe) * progress_.step + 64 * g;
+  // The samples of a word, row by row.
+  struct Rows {
+    uint8_t* of[4];
+
+    uint8_t* At(uint32_t i) const { return of[i % 4] + (i & ~3u); }
+  };
+  HWY_INLINE Rows RowsOf(size_t stripe, size_t g) const {
+    Rows rows;
+    for (size_t y = 0; y < 4; ++y) {
+      rows.of[y] = progress_.dst + static_cast<ptrdiff_t>(4 * stripe + y) * progress_.step + 64 * g;
+    }
+    return rows;
   }
 
   // Sample `i` of a word whose samples begin at `dst` becomes significant.
   template <bool kIsRaw, class Bits>
-  HWY_INLINE void DecodeSign(uint32_t* window, size_t stripe, uint8_t* dst, uint32_t i,
+  HWY_INLINE void DecodeSign(const Stripes::Columns& columns, const Rows& rows, uint32_t i,
                              Bits* bits) {
-    const uint32_t y = i % 4;
     uint32_t sign;
     if constexpr (kIsRaw) {
       sign = bits->DecodeUnforeseen(0);
     } else {
-      const Symbol context = Stripes::SignContext(window, y);
+      const Symbol context = Stripes::SignContext(columns.Of(i), i % 4);
       sign = bits->DecodeUnforeseen(context / 2) ^ (context & 1);
     }
-    stripes_.SetSignificant(window, stripe, y, sign, is_causal_);
-    const uint32_t value =
-        sign << 31 | static_cast<uint32_t>((uint64_t{3} << progress_.plane) >> 1);
-    std::memcpy(dst + static_cast<ptrdiff_t>(y) * progress_.step + (i & ~3u), &value, 4);
+    columns.SetSignificant(i, sign);
+    const uint32_t value = sign << 31 | midpoint_;
+    std::memcpy(rows.At(i), &value, 4);
   }
 
   template <bool kIsRaw, class Bits>
@@ -163,16 +172,18 @@ class BlockDecoder {
     const uint64_t open = ~significant & stripes_.Inside(stripe, g);
     uint64_t candidates = stripes_.Neighbours(stripe, g, is_causal_) & open;
     uint64_t visited = 0;
-    uint32_t* windows = stripes_.windows + stripe * stripes_.window_step + 16 * g;
-    uint8_t* dst = At(stripe, g);
+    stripes_.visited[at] = 0;
+    if (candidates == 0) return;
+    const Stripes::Columns columns = stripes_.ColumnsOf(stripe, g, is_causal_, unused_);
+    const Rows rows = RowsOf(stripe, g);
     while (candidates != 0) {
       const auto i = static_cast<uint32_t>(__builtin_ctzll(candidates));
       const uint64_t sample = candidates & -candidates;
       candidates ^= sample;
       visited |= sample;
-      uint32_t* window = WindowOf(windows, i);
-      if (bits->DecodeUnforeseen(zero_contexts_[*window >> (3 * (i % 4)) & 0x1FF]) == 0) continue;
-      DecodeSign<kIsRaw>(window, stripe, dst, i, bits);
+      if (bits->DecodeUnforeseen(zero_contexts_[*columns.Of(i) >> (3 * (i % 4)) & 0x1FF]) == 0)
+        continue;
+      DecodeSign<kIsRaw>(columns, rows, i, bits);
       significant |= sample;
       candidates |= kAhead[i % 4] << i & open;
     }
@@ -188,7 +199,7 @@ class BlockDecoder {
     const uint64_t neighbours = stripes_.Neighbours(stripe, g, is_causal_);
     const uint64_t refined = stripes_.refined[at];
     stripes_.refined[at] = refined | left;
-    uint8_t* dst = At(stripe, g);
+    const Rows rows = RowsOf(stripe, g);
     // The midpoint's one lies where the bit belongs; below it comes the next.
     const uint32_t half = static_cast<uint32_t>((uint64_t{1} << progress_.plane) >> 1);
     const uint32_t change[2] = {1u << progress_.plane | half, half};
@@ -197,7 +208,7 @@ class BlockDecoder {
       const auto again = static_cast<uint32_t>(refined >> i & 1);
       const auto near = static_cast<uint32_t>(neighbours >> i & ~again & 1);
       const uint32_t context = kFirstRefinement + near + 2 * again;
-      uint8_t* place = dst + static_cast<ptrdiff_t>(i % 4) * progress_.step + (i & ~3u);
+      uint8_t* place = rows.At(i);
       uint32_t value;
       std::memcpy(&value, place, 4);
       value ^= change[bits->DecodeUnforeseen(context)];
@@ -212,11 +223,14 @@ class BlockDecoder {
     stripes_.visited[at] = 0;
     if (left == 0) return;
     uint64_t runs = RunColumns(left, stripes_.Neighbours(stripe, g, is_causal_));
-    uint32_t* windows = stripes_.windows + stripe * stripes_.window_step + 16 * g;
-    uint8_t* dst = At(stripe, g);
+    const Stripes::Columns columns = stripes_.ColumnsOf(stripe, g, is_causal_, unused_);
+    const Rows rows = RowsOf(stripe, g);
     while (left != 0) {
       auto i = static_cast<uint32_t>(__builtin_ctzll(left));
       if ((runs >> i & 1) != 0) {
+        const uint32_t zeros = bits->SkipZeros(kRun, RunLength(runs, i) - 1);
+        left = left >> i >> 4 * zeros << 4 * zeros << i;
+        i += 4 * zeros;
         if (bits->Decode(kRun) == 0) {
           left &= ~(uint64_t{15} << i);
           continue;
@@ -225,12 +239,12 @@ class BlockDecoder {
         first |= bits->DecodeUnforeseen(kUniform);
         left &= ~(((uint64_t{1} << first) - 1) << i);
         i += first;
-      } else if (bits->Decode(zero_contexts_[*WindowOf(windows, i) >> (3 * (i % 4)) & 0x1FF]) == 0) {
+      } else if (bits->Decode(zero_contexts_[*columns.Of(i) >> (3 * (i % 4)) & 0x1FF]) == 0) {
         left &= left - 1;
         continue;
       }
       left &= left - 1;
-      DecodeSign<false>(WindowOf(windows, i), stripe, dst, i, bits);
+      DecodeSign<false>(columns, rows, i, bits);
       significant |= uint64_t{1} << i;
       runs &= ~(uint64_t{16} << (i & ~3u));  // the next column has a neighbour now
     }
@@ -248,6 +262,8 @@ class BlockDecoder {
   const bool is_causal_;
   const ZeroContexts& zero_contexts_;
   Stripes stripes_;
+  uint32_t midpoint_ = 0;  // what a sample is that becomes significant
+  uint32_t unused_[18] = {};
 };
 
 void Decode(const uint8_t* src, size_t size, void* flags, Progress* progress) {

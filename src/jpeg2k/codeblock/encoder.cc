@@ -64,8 +64,10 @@ struct Kernels {
 
 constexpr size_t kSignPlane = kMostPlanes;
 
-inline int64_t Code(zepiSize most) {
-  return int64_t{most.width} * 1090 * ((int64_t{most.height} + 3) / 4);
+// Bytes for the code of a block; beyond int32_t there is no memory.
+inline int64_t CodeBytes(zepiSize most) {
+  const int64_t stripe = int64_t{most.width} * 1090;
+  return stripe > INT32_MAX ? stripe : stripe * ((int64_t{most.height} + 3) / 4);
 }
 inline size_t WordCount(zepiSize size) { return Stripes(size.width, size.height, 0).WordCount(); }
 inline size_t WindowStep(zepiSize size) { return static_cast<size_t>(size.width) + 2; }
@@ -225,9 +227,7 @@ class BlockEncoder {
     if (!is_raw_) positions_[pass] = mq_.position();
   }
 
-  void Put(uint32_t context, uint64_t bit) {
-    *next_++ = static_cast<Symbol>(2 * context + bit);
-  }
+  void Put(uint32_t context, uint64_t bit) { *next_++ = static_cast<Symbol>(2 * context + bit); }
 
   HWY_NOINLINE void CodeSymbols() {
     if (is_raw_) {
@@ -238,12 +238,12 @@ class BlockEncoder {
     next_ = coder_.symbols;
   }
 
-  // Sample `i` of word `g`, at `window`, becomes significant. Signs that bypass the coder are not inverted.
-  HWY_INLINE void PutSign(uint32_t* window, size_t stripe, uint64_t signs, uint32_t i) {
+  // Sample `i` of a word becomes significant. Signs that bypass the coder are not inverted.
+  HWY_INLINE void PutSign(const Stripes::Columns& columns, uint64_t signs, uint32_t i) {
     const auto sign = static_cast<uint32_t>(signs >> i & 1);
-    const Symbol context = is_raw_ ? Symbol{0} : Stripes::SignContext(window, i % 4);
+    const Symbol context = is_raw_ ? Symbol{0} : Stripes::SignContext(columns.Of(i), i % 4);
     *next_++ = static_cast<Symbol>(context ^ sign);
-    stripes_.SetSignificant(window, stripe, i % 4, sign, (style_ & kCausal) != 0);
+    columns.SetSignificant(i, sign);
   }
 
   HWY_INLINE void PropagateSignificance(size_t stripe, size_t g) {
@@ -251,18 +251,19 @@ class BlockEncoder {
     const uint64_t before = stripes_.significant[at];
     const uint64_t open = ~before & stripes_.Inside(stripe, g);
     uint64_t candidates = stripes_.Neighbours(stripe, g, (style_ & kCausal) != 0) & open;
-    uint32_t* windows = stripes_.windows + stripe * stripes_.window_step + 16 * g;
+    const Stripes::Columns columns =
+        stripes_.ColumnsOf(stripe, g, (style_ & kCausal) != 0, unused_);
     const uint64_t bits = bits_[at], signs = PlaneWords(kSignPlane)[at];
     uint64_t visited = 0;
     while (candidates != 0) {
       const auto i = static_cast<uint32_t>(__builtin_ctzll(candidates));
       candidates &= candidates - 1;
       visited |= uint64_t{1} << i;
-      uint32_t* window = WindowOf(windows, i);
+      const uint32_t* window = columns.Of(i);
       const uint64_t bit = bits >> i & 1;
       Put(zero_contexts_[*window >> (3 * (i % 4)) & 0x1FF], bit);
       if (bit != 0) {
-        PutSign(window, stripe, signs, i);
+        PutSign(columns, signs, i);
         candidates |= kAhead[i % 4] << i & open;
       }
     }
@@ -295,20 +296,25 @@ class BlockEncoder {
     stripes_.visited[at] = 0;
     if (open == 0) return;
     const uint64_t neighbours = stripes_.Neighbours(stripe, g, (style_ & kCausal) != 0);
-    uint32_t* windows = stripes_.windows + stripe * stripes_.window_step + 16 * g;
+    const Stripes::Columns columns =
+        stripes_.ColumnsOf(stripe, g, (style_ & kCausal) != 0, unused_);
     const uint64_t bits = bits_[at], signs = PlaneWords(kSignPlane)[at];
     uint64_t runs = RunColumns(open, neighbours);
+    const uint64_t ones =
+        kRow0 & (bits | bits >> 1 | bits >> 2 | bits >> 3);  // columns that have some
     uint64_t left = open;
     while (left != 0) {
       auto i = static_cast<uint32_t>(__builtin_ctzll(left));
       uint64_t bit = bits >> i & 1;
       if ((runs >> i & 1) != 0) {
-        const uint64_t column = bits >> i & 15;
-        Put(kRun, column != 0 ? 1 : 0);
-        if (column == 0) {
-          left &= ~(uint64_t{15} << i);
+        const uint32_t zeros = RunLength(runs & ~ones, i);
+        if (zeros > 0) {
+          *next_++ = static_cast<Symbol>(kZeroRuns + zeros);
+          left &= ~(~uint64_t{0} >> (64 - 4 * zeros) << i);
           continue;
         }
+        const uint64_t column = bits >> i & 15;
+        Put(kRun, 1);
         const auto first = static_cast<uint32_t>(__builtin_ctzll(column));
         Put(kUniform, first >> 1);
         Put(kUniform, first & 1);
@@ -316,11 +322,11 @@ class BlockEncoder {
         i += first;
         bit = 1;
       } else {
-        Put(zero_contexts_[*WindowOf(windows, i) >> (3 * (i % 4)) & 0x1FF], bit);
+        Put(zero_contexts_[*columns.Of(i) >> (3 * (i % 4)) & 0x1FF], bit);
       }
       left &= left - 1;
       if (bit != 0) {
-        PutSign(WindowOf(windows, i), stripe, signs, i);
+        PutSign(columns, signs, i);
         runs &= ~(uint64_t{16} << (i & ~3u));  // the next column has a neighbour now
       }
     }
@@ -424,6 +430,7 @@ class BlockEncoder {
   ContextStates contexts_ = InitialContexts();
   MqEncoder mq_;
   RawEncoder raw_;
+  uint32_t unused_[18] = {};
   // Of the pass.
   bool is_raw_ = false;
   int plane_ = 0;
@@ -480,12 +487,14 @@ void Free(zepiEncodeStateJPEG2K* state) {
 }
 
 bool AllocateCoder(zepiSize most, zepiEncodeStateJPEG2K* state) {
+  state->coder = nullptr;
+  if (CodeBytes(most) >= INT32_MAX) return false;
   state->coder = static_cast<Coder*>(Allocate(sizeof(Coder)));
   if (state->coder == nullptr) return false;
   Coder* coder = state->coder;
   coder->most = most;
   coder->pass_count = coder->segment_count = coder->sf_bits = coder->size = coder->stored = 0;
-  auto* code = static_cast<uint8_t*>(Allocate(Code(most) + 1));
+  auto* code = static_cast<uint8_t*>(Allocate(CodeBytes(most) + 1));
   coder->code = code == nullptr ? nullptr : code + 1;
   if (code != nullptr) *code = 0;
   const auto words = static_cast<int64_t>(WordCount(most));

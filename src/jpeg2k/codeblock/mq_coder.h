@@ -36,28 +36,14 @@ class MqEncoder {
   ZEP_FLATTEN void Encode(const Symbol* symbols, const Symbol* end, ContextStates* contexts) {
     MqPosition at = at_;
     for (; symbols < end; ++symbols) {
-      uint8_t* context = &(*contexts)[*symbols >> 1];
-      const uint64_t state = kEncoderStates[*context];
-      const auto qe = static_cast<uint32_t>(state >> kEncoderPoint);
-      const uint32_t is_lps = (static_cast<uint32_t>(state) ^ *symbols) & 1;
-      const uint32_t interval = at.interval - qe;
-      constexpr uint32_t kRare = 0x2000;
-      if ((interval & 0x8000 & (is_lps - 1) & (qe - kRare) >> 8) != 0) {
-        at.interval = interval;
-        at.code += qe;
+      if (*symbols < kZeroRuns) {
+        EncodeOne(*symbols, contexts, &at);
         continue;
       }
-      // The smaller part is always the less probable symbol's. No jumps: they could not be foreseen.
-      const uint32_t lower = 0u - ((interval - qe) >> 31 ^ is_lps);  // all ones: the lower part
-      at.code += qe & ~lower;
-      at.interval = interval ^ ((interval ^ qe) & lower);
-      const int shift = __builtin_clz(at.interval) - 16;
-      const uint32_t is_scaled = (at.interval >> 15) ^ 1;
-      *context = static_cast<uint8_t>(state >> (8 + 8 * (is_scaled + is_lps)));
-      at.interval <<= shift;
-      at.code <<= shift;
-      at.room -= shift;
-      while (__builtin_expect(at.room <= 0, 0)) PutByte(&at);
+      for (uint32_t left = *symbols - kZeroRuns; left > 0; --left) {
+        left -= SkipZeroRuns(left - 1, (*contexts)[kRun], &at);
+        EncodeOne(2 * kRun, contexts, &at);
+      }
     }
     at_ = at;
   }
@@ -109,6 +95,41 @@ class MqEncoder {
   // Of a byte behind FF only seven bits count.
   static bool IsOnes(const uint8_t* bytes, size_t start, size_t i) {
     return bytes[i] == 0xFF || (bytes[i] == 0x7F && i > start && bytes[i - 1] == 0xFF);
+  }
+
+  // Those that take no scaling, at most so many: returns their number.
+  ZEP_FLATTEN static uint32_t SkipZeroRuns(uint32_t most, uint32_t run_state, MqPosition* at) {
+    const auto qe = static_cast<uint32_t>(kEncoderStates[run_state] >> kEncoderPoint);
+    uint32_t count = 0;
+    if ((run_state & 1) != 0) return 0;
+    for (; count < most && at->interval - qe >= 0x8000; ++count) at->interval -= qe;
+    at->code += count * qe;
+    return count;
+  }
+
+  ZEP_FLATTEN void EncodeOne(Symbol symbol, ContextStates* contexts, MqPosition* at) const {
+    uint8_t* context = &(*contexts)[symbol >> 1];
+    const uint64_t state = kEncoderStates[*context];
+    const auto qe = static_cast<uint32_t>(state >> kEncoderPoint);
+    const uint32_t is_lps = (static_cast<uint32_t>(state) ^ symbol) & 1;
+    const uint32_t interval = at->interval - qe;
+    constexpr uint32_t kRare = 0x2000;
+    if ((interval & 0x8000 & (is_lps - 1) & (qe - kRare) >> 8) != 0) {
+      at->interval = interval;
+      at->code += qe;
+      return;
+    }
+    // The smaller part is always the less probable symbol's. No jumps: they could not be foreseen.
+    const uint32_t lower = 0u - ((interval - qe) >> 31 ^ is_lps);  // all ones: the lower part
+    at->code += qe & ~lower;
+    const uint32_t left = interval ^ ((interval ^ qe) & lower);
+    const int shift = __builtin_clz(left) - 16;
+    const uint32_t is_scaled = (left >> 15) ^ 1;
+    *context = static_cast<uint8_t>(state >> (8 + 8 * (is_scaled + is_lps)));
+    at->interval = left << shift;
+    at->code <<= shift;
+    at->room -= shift;
+    while (__builtin_expect(at->room <= 0, 0)) PutByte(at);
   }
 
   // `room` is how far the code was shifted beyond a byte, or 0. A carry goes into the last byte; behind FF
@@ -200,10 +221,24 @@ class MqDecoder {
     const uint64_t state = contexts_[context];
     const uint64_t qe = state & kEstimateBits;
     const uint64_t excess = excess_ - qe, code = code_ - qe;
-    if (__builtin_expect(static_cast<int64_t>(excess | code) < 0, 0)) return DecodeUnforeseen(context);
+    if (__builtin_expect(static_cast<int64_t>(excess | code) < 0, 0))
+      return DecodeUnforeseen(context);
     excess_ = excess;
     code_ = code;
     return state & 1;
+  }
+
+  // Zeros of a context, at most so many, that take no scaling: returns their number.
+  ZEP_FLATTEN uint32_t SkipZeros(uint32_t context, uint32_t most) {
+    const uint64_t state = contexts_[context];
+    const uint64_t qe = state & kEstimateBits;
+    uint32_t count = 0;
+    if ((state & 1) != 0) return 0;
+    uint64_t distance = std::min(excess_, code_);
+    for (; count < most && distance >= qe; ++count) distance -= qe;
+    excess_ -= count * qe;
+    code_ -= count * qe;
+    return count;
   }
 
   // The same without any jump, for symbols that cannot be foreseen.
@@ -212,7 +247,8 @@ class MqDecoder {
     const uint64_t qe = state & kEstimateBits;
     const uint64_t interval = excess_ + kHalf - qe;
     uint64_t code = code_ - qe;
-    const auto lower = static_cast<uint64_t>(static_cast<int64_t>(code) >> 63);  // all ones: lower part
+    const auto lower =
+        static_cast<uint64_t>(static_cast<int64_t>(code) >> 63);  // all ones: lower part
     code += qe & lower;
     uint64_t left = interval ^ ((interval ^ qe) & lower);
     const uint64_t is_lps = (lower ^ (interval - qe)) >> 63;
@@ -242,6 +278,8 @@ class MqDecoder {
  private:
   static constexpr int kPoint = kDecoderPoint;  // the lowest bit of code and interval in their 64
   static constexpr uint64_t kHalf = uint64_t{0x8000} << kPoint;
+  // Up to this estimate a jump pays.
+  static constexpr uint64_t kRareEstimate = uint64_t{0x1000} << kPoint;
   static constexpr uint64_t kEstimateBits = ~((uint64_t{1} << kPoint) - 1);
 
   // Four bytes if none of them is special.
@@ -290,6 +328,7 @@ class RawDecoder {
  public:
   RawDecoder(const uint8_t* bytes, size_t size) : bytes_(bytes), size_(size) {}
 
+  uint32_t Decode(uint32_t c) { return DecodeUnforeseen(c); }
   uint32_t DecodeUnforeseen(uint32_t /*context*/) {
     if (left_ == 0) {
       left_ = value_ == 0xFF ? 7 : 8;

@@ -24,10 +24,10 @@ struct Stripes {
   // For each column of a stripe the significance in 3 x 6 bits, from the row above it to the row below,
   // three bits a row, left column first; then the signs of its own column in 6 bits. So the window of row y
   // begins at bit 3 y. There is a column more on either side.
-  uint32_t* windows;
-  uint64_t* significant;
-  uint64_t* visited;  // by the significance pass of this plane
-  uint64_t* refined;
+  uint32_t* windows = nullptr;
+  uint64_t* significant = nullptr;
+  uint64_t* visited = nullptr;  // by the significance pass of this plane
+  uint64_t* refined = nullptr;
 
   Stripes(int block_width, int block_height, size_t step)
       : width(block_width),
@@ -64,24 +64,44 @@ struct Stripes {
     return own | columns << 4 | columns >> 4 | left | right;
   }
 
-  // A sample of a column of `row`, the windows of a stripe, becomes significant.
-  void SetSignificant(uint32_t* row, size_t stripe, uint32_t y, uint32_t is_negative,
-                      bool is_causal) const {
-    row[-1] |= 4u << (3 * y + 3);
-    row[0] |= 2u << (3 * y + 3) | is_negative << (19 + y);
-    row[1] |= 1u << (3 * y + 3);
-    if (y == 0 && stripe > 0 && !is_causal) {
-      uint32_t* above = row - window_step;
-      above[-1] |= 4u << 15;
-      above[0] |= 2u << 15 | is_negative << 23;
-      above[1] |= 1u << 15;
+  // The windows of a word's columns, and what a sample changes there and in the stripe beside its row. Where
+  // there is no such stripe nothing of consequence is changed, so that no jump is needed.
+  struct Columns {
+    uint32_t* own;
+    uint32_t* beside[4];
+    uint32_t sample[4];
+    uint32_t sign[4];
+
+    uint32_t* Of(uint32_t i) const { return At(own, i); }
+
+    // Sample `i` of the word becomes significant.
+    void SetSignificant(uint32_t i, uint32_t is_negative) const {
+      const uint32_t y = i % 4;
+      const uint32_t unit = 8u << (3 * y);
+      Set(At(own, i), unit, is_negative << (19 + y));
+      Set(At(beside[y], i), sample[y], sign[y] & (0u - is_negative));
     }
-    if (y == 3 && stripe + 1 < stripe_count) {
-      uint32_t* below = row + window_step;
-      below[-1] |= 4u;
-      below[0] |= 2u | is_negative << 18;
-      below[1] |= 1u;
+
+   private:
+    // As far into them as sample `i` lies into its word, in bytes.
+    static uint32_t* At(uint32_t* windows, uint32_t i) {
+      return reinterpret_cast<uint32_t*>(reinterpret_cast<uint8_t*>(windows) + (i & ~3u));
     }
+    static void Set(uint32_t* window, uint32_t unit, uint32_t sign_bit) {
+      window[-1] |= 4 * unit;
+      window[0] |= 2 * unit | sign_bit;
+      window[1] |= unit;
+    }
+  };
+  // `unused` holds 18 words.
+  Columns ColumnsOf(size_t stripe, size_t g, bool is_causal, uint32_t* unused) const {
+    uint32_t* own = windows + stripe * window_step + 16 * g;
+    const bool has_above = stripe > 0 && !is_causal, has_below = stripe + 1 < stripe_count;
+    return {own,
+            {has_above ? own - window_step : unused + 1, unused + 1, unused + 1,
+             has_below ? own + window_step : unused + 1},
+            {1u << 15, 0, 0, 1u},
+            {1u << 23, 0, 0, 1u << 18}};
   }
 
   // The context of a sign, and whether it is coded inverted.
@@ -102,11 +122,6 @@ struct Stripes {
   }
 };
 
-// The window of sample `i`'s column: as far into them as the sample's row lies into its word, in bytes.
-inline uint32_t* WindowOf(uint32_t* windows, uint32_t i) {
-  return reinterpret_cast<uint32_t*>(reinterpret_cast<uint8_t*>(windows) + (i & ~3u));
-}
-
 // Of a column of four: samples that a significant one in row y makes candidates behind it in the scan,
 // from its own bit on.
 constexpr uint64_t kAhead[4] = {1u << 1 | 1u << 4 | 1u << 5, 1u << 1 | 1u << 3 | 1u << 4 | 1u << 5,
@@ -118,6 +133,12 @@ constexpr uint64_t RunColumns(uint64_t open, uint64_t neighbours) {
   runs &= runs >> 1;
   runs &= runs >> 2;
   return runs & kRow0;
+}
+
+// How many of them follow on one another from bit `i` on.
+constexpr uint32_t RunLength(uint64_t runs, uint32_t i) {
+  const uint64_t others = ~(runs >> i) & kRow0;
+  return others == 0 ? 16 : static_cast<uint32_t>(__builtin_ctzll(others)) / 4;
 }
 
 }  // namespace zepjp::codeblock

@@ -103,8 +103,9 @@ constexpr int kEncoderPoint = 32, kDecoderPoint = 47;
 inline constexpr PackedStates kEncoderStates = MakePackedStates(kEncoderPoint);
 inline constexpr PackedStates kDecoderStates = MakePackedStates(kDecoderPoint);
 
-// A symbol to code: twice its context, plus the bit.
+// A symbol to code: twice its context, plus the bit; or kZeroRuns plus a number of columns without a one.
 using Symbol = uint8_t;
+constexpr Symbol kZeroRuns = 0x80;
 
 // The eight neighbours of a sample, in a window of 3 x 3 bits, row by row; the sample itself is bit 4.
 enum Neighbour : uint32_t { kNW, kN, kNE, kW, kSelf, kE, kSW, kS, kSE };

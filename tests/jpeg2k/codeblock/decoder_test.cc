@@ -361,6 +361,7 @@ TEST(CodeBlockDecoder, Checks) {
       .Size<1>()
       .Output(&made, sizeof(made))
       .Run();
+  EXPECT_EQ(zepiDecodeCBProgrFree_JPEG2K(made), zepStatusOk);  // of the good call
   EXPECT_EQ(zepiDecodeCBProgrInit_JPEG2K(nullptr), zepStatusNullPtr);
   EXPECT_EQ(zepiDecodeCBProgrFree_JPEG2K(nullptr), zepStatusNullPtr);
 

@@ -224,6 +224,7 @@ TEST(CodeBlockEncoder, Checks) {
       .Size<1>()
       .Output(&made, sizeof(made))
       .Run();
+  EXPECT_EQ(zepiEncodeFree_JPEG2K(made), zepStatusOk);  // of the good call
   EXPECT_EQ(zepiEncodeFree_JPEG2K(nullptr), zepStatusNullPtr);
 }
 
