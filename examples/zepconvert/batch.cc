@@ -70,7 +70,8 @@ class Batch {
         settings_.jobs > 0 ? settings_.jobs : std::max(1u, std::thread::hardware_concurrency());
     const size_t count = std::min(static_cast<size_t>(wanted), results_.size());
     // The files share the cores; a single one may use all of them.
-    zepSetNumThreads(count > 1 ? 1 : static_cast<int32_t>(wanted));
+    settings_.threads = count > 1 ? 1 : static_cast<int>(wanted);
+    zepSetNumThreads(settings_.threads);
     std::vector<std::thread> threads;
     for (size_t i = 1; i < count; ++i) threads.emplace_back([this] { Work(); });
     Work();
@@ -131,7 +132,7 @@ class Batch {
     for (const std::string& note : result.notes) console_.Say(name + note);
   }
 
-  const Settings& settings_;
+  Settings settings_;
   const std::atomic<bool>& stop_;
   Console console_;
   Budget budget_;

@@ -9,6 +9,7 @@
 #include "dds/codec.h"
 #include "jpeg/decoder.h"
 #include "zepconvert/file_io.h"
+#include "zepconvert/jp2_file.h"
 #include "zepconvert/picture.h"
 #include "zepconvert/png_file.h"
 #include "zepconvert/pnm_file.h"
@@ -71,10 +72,15 @@ common::Status LoadAny(const Settings& settings, const common::ByteBuffer& input
   const Format format = FormatOfBytes(input.data(), input.size());
   if (format == Format::kJpeg) return LoadJpeg(settings, input, picture, result);
   if (format == Format::kUnknown) {
-    return common::Status::Error("neither a JPEG nor a PNG nor a binary PGM or PPM nor a DDS file");
+    return common::Status::Error(
+        "neither a JPEG nor a JPEG 2000 nor a PNG nor a binary PGM or PPM nor a DDS file");
+  }
+  if (format == Format::kJp2 || format == Format::kJ2k) {
+    const Timer timer(&result->seconds[kJp2Decode]);
+    return ReadJp2(settings, input, picture);
   }
   if (settings.scale != 1) {
-    return common::Status::Error("only JPEG files can be reduced (--scale)");
+    return common::Status::Error("only JPEG and JPEG 2000 files can be reduced (--scale)");
   }
   const Timer timer(&result->seconds[format == Format::kDds ? kTextureDecode : kDecodeOther]);
   if (format == Format::kDds) return LoadDds(settings, input, picture);
@@ -107,7 +113,7 @@ dds::EncodeOptions TextureOptions(const Settings& settings, const common::Image&
 PixelLayout LayoutFor(const Settings& settings, Format format, const common::Image& image) {
   const PixelLayout before = image.layout();
   bool is_grey = settings.grey || format == Format::kPgm || ChannelCount(before) <= 2;
-  bool has_alpha = HasAlpha(before) && format == Format::kPng;
+  bool has_alpha = HasAlpha(before) && (format == Format::kPng || format == Format::kJp2);
   if (format == Format::kDds) {
     const dds::EncodeOptions options = TextureOptions(settings, image);
     if (options.format == dds::BlockFormat::kBc4) is_grey = true;
@@ -189,6 +195,11 @@ common::Status Save(const Settings& settings, Format format, const Picture& pict
                     common::ByteBuffer* output, Result* result) {
   if (format == Format::kJpeg) return SaveJpeg(settings, picture, output, result);
   if (format == Format::kDds) return SaveDds(settings, picture.image, output, result);
+  if (format == Format::kJp2 || format == Format::kJ2k) {
+    const Timer timer(&result->seconds[kJp2Encode]);
+    result->lossless = settings.ratio == 0 && settings.psnr == 0;
+    return WriteJp2(settings, format == Format::kJp2, picture, output);
+  }
   const Timer timer(&result->seconds[kEncodeOther]);
   if (format == Format::kPng) return WritePng(picture.image, picture.metadata, output);
   return WritePnm(picture.image, format == Format::kPpm, output);
@@ -215,10 +226,10 @@ common::Status MeasureLoss(const common::ByteBuffer& output, const std::string& 
 
 const char* StageName(Stage stage) {
   constexpr std::array<const char*, kStageCount> kNames = {
-      "read file",   "decode PNG or PNM", "decode texture",   "Huffman decoding",
-      "inverse DCT", "up-sampling, RGB",  "layout of pixels", "YCbCr, reduction",
-      "forward DCT", "Huffman encoding",  "encode texture",   "encode PNG or PNM",
-      "write file"};
+      "read file",        "decode PNG or PNM", "decode texture",   "decode JPEG 2000",
+      "Huffman decoding", "inverse DCT",       "up-sampling, RGB", "layout of pixels",
+      "YCbCr, reduction", "forward DCT",       "Huffman encoding", "encode texture",
+      "encode JPEG 2000", "encode PNG or PNM", "write file"};
   return kNames[stage];
 }
 

@@ -21,6 +21,7 @@ enum Stage {
   kReadFile,
   kDecodeOther,  // PNG, PNM
   kTextureDecode,
+  kJp2Decode,
   kHuffmanDecode,
   kInverseDct,
   kColorDecode,
@@ -29,6 +30,7 @@ enum Stage {
   kForwardDct,
   kHuffmanEncode,
   kTextureEncode,
+  kJp2Encode,
   kEncodeOther,
   kWriteFile,
   kStageCount,

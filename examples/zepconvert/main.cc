@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// zepconvert: converts pictures between JPEG, PNG, PNM and DDS. See docs/zepconvert.md.
+// zepconvert: converts pictures between JPEG, JPEG 2000, PNG, PNM and DDS. See docs/zepconvert.md.
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -12,6 +12,7 @@
 #include <system_error>
 #include <vector>
 
+#include "jpeg2000/codestream.h"
 #include "zepconvert/batch.h"
 #include "zepconvert/picture.h"
 #include "zepconvert/report.h"
@@ -52,6 +53,8 @@ struct Arguments {
   std::string sampling = "420";
   std::string texture_format;
   std::string dds_header = "fourcc";
+  bool is_lossless = false;
+  std::vector<std::string> block_styles;
   std::string to;
   std::string out_dir;
   double max_megapixels = 268.4;
@@ -70,6 +73,11 @@ const std::map<std::string, dds::HeaderStyle> kHeaderStyles = {
     {"fourcc", dds::HeaderStyle::kFourCc},
     {"unsigned", dds::HeaderStyle::kUnsignedFourCc},
     {"dx10", dds::HeaderStyle::kDx10}};
+
+const std::map<std::string, int> kBlockStyles = {
+    {"bypass", jpeg2000::kBypass},           {"reset", jpeg2000::kReset},
+    {"terminate", jpeg2000::kTerminateAll},  {"causal", jpeg2000::kCausal},
+    {"predictable", jpeg2000::kPredictable}, {"symbols", jpeg2000::kSegmentationSymbols}};
 
 template <class Value>
 std::vector<std::string> Keys(const std::map<std::string, Value>& values) {
@@ -112,9 +120,27 @@ void DefineOptions(CLI::App* app, Arguments* arguments) {
   app->add_option("--dds-header", arguments->dds_header,
                   "how DDS files name their format: fourcc, unsigned (BC4U, BC5U) or dx10 (fourcc)")
       ->check(CLI::IsMember(Keys(kHeaderStyles)).description(""));
-  app->add_option("--scale", settings.scale, "reduce JPEG inputs to 1/2, 1/4 or 1/8: 1, 2, 4, 8")
+  auto* const lossless =
+      app->add_flag("--lossless", arguments->is_lossless,
+                    "write JPEG 2000 files without loss, as they are by default");
+  auto* const ratio = app->add_option("--ratio", settings.ratio,
+                                      "write JPEG 2000 files so many times smaller than the pixels")
+                          ->check(CLI::Range(1.0, 100000.0))
+                          ->excludes(lossless);
+  app->add_option("--psnr", settings.psnr, "write JPEG 2000 files of this PSNR in dB")
+      ->check(CLI::Range(10.0, 80.0))
+      ->excludes(lossless)
+      ->excludes(ratio);
+  app->add_option("--style", arguments->block_styles,
+                  "code-blocks of JPEG 2000 files: any of bypass, reset, terminate, causal, "
+                  "predictable, symbols, with commas between")
+      ->delimiter(',')
+      ->check(CLI::IsMember(Keys(kBlockStyles)).description(""));
+  app->add_option("--scale", settings.scale,
+                  "reduce JPEG and JPEG 2000 inputs to 1/2, 1/4 or 1/8: 1, 2, 4, 8")
       ->check(CLI::IsMember(std::vector<int>{1, 2, 4, 8}).description(""));
-  app->add_option("--to", arguments->to, "convert all files to jpg, png, ppm, pgm, pnm or dds");
+  app->add_option("--to", arguments->to,
+                  "convert all files to jpg, jp2, j2k, png, ppm, pgm, pnm or dds");
   app->add_option("--out-dir", arguments->out_dir, "where results of --to go (beside the inputs)");
   app->add_option("--report", settings.report_directory,
                   "write a page with pictures, sizes, PSNR and times to this directory");
@@ -143,13 +169,14 @@ std::string MakeJobs(const Arguments& arguments, std::vector<Job>* jobs) {
     if (!arguments.out_dir.empty()) return "--out-dir goes with --to";
     if (arguments.files.size() != 2) return "give an input and an output, or --to FORMAT";
     if (FormatOfName(arguments.files[1]) == Format::kUnknown) {
-      return arguments.files[1] + ": the name must end in .jpg, .png, .ppm, .pgm, .pnm or .dds";
+      return arguments.files[1] +
+             ": the name must end in .jpg, .jp2, .j2k, .png, .ppm, .pgm, .pnm or .dds";
     }
     jobs->push_back({arguments.files[0], arguments.files[1]});
     return "";
   }
   if (FormatOfName("." + arguments.to) == Format::kUnknown) {
-    return "--to " + arguments.to + ": must be jpg, png, ppm, pgm, pnm or dds";
+    return "--to " + arguments.to + ": must be jpg, jp2, j2k, png, ppm, pgm, pnm or dds";
   }
   std::map<std::string, std::string> inputs;  // by output
   for (const std::string& input : arguments.files) {
@@ -203,8 +230,10 @@ int Run(const Arguments& arguments) {
 
 int ParseAndRun(int argc, char** argv) {
   Arguments arguments;
-  CLI::App app("Converts pictures between JPEG (baseline), PNG, binary PGM and PPM, and DDS files.",
-               "zepconvert");
+  CLI::App app(
+      "Converts pictures between JPEG (baseline), JPEG 2000, PNG, binary PGM and PPM, and DDS "
+      "files.",
+      "zepconvert");
   app.footer(
       "Exit codes: 0 done, 1 some file failed, 2 wrong usage, 3 interrupted, 4 all were "
       "written but some input was damaged.");
@@ -215,6 +244,9 @@ int ParseAndRun(int argc, char** argv) {
                                   : arguments.sampling == "422" ? jpeg::Sampling::k422
                                                                 : jpeg::Sampling::k420;
     SetTexture(arguments, &arguments.settings);
+    for (const std::string& style : arguments.block_styles) {
+      arguments.settings.block_style |= kBlockStyles.at(style);
+    }
     arguments.settings.keep_metadata = !arguments.no_metadata;
     arguments.settings.max_pixels = static_cast<int64_t>(arguments.max_megapixels * 1e6);
   } catch (const CLI::ParseError& error) {

@@ -7,11 +7,13 @@
 
 #include "dds/header.h"
 #include "jpeg/decoder.h"
+#include "jpeg2000/decoder.h"
 #include "zepconvert/pnm_file.h"
 
 namespace zepconvert {
 namespace {
 
+constexpr uint8_t kJp2Signature[12] = {0, 0, 0, 12, 'j', 'P', ' ', ' ', '\r', '\n', 0x87, '\n'};
 constexpr uint8_t kPngSignature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
 
 int64_t BigEndian32(const uint8_t* bytes) {
@@ -28,6 +30,10 @@ Format FormatOfBytes(const uint8_t* data, size_t size) {
     return Format::kPnm;
   }
   if (size >= 4 && std::memcmp(data, "DDS ", 4) == 0) return Format::kDds;
+  if (size >= 12 && std::memcmp(data, kJp2Signature, 12) == 0) return Format::kJp2;
+  if (size >= 4 && data[0] == 0xFF && data[1] == 0x4F && data[2] == 0xFF && data[3] == 0x51) {
+    return Format::kJ2k;
+  }
   return Format::kUnknown;
 }
 
@@ -41,6 +47,8 @@ Format FormatOfName(const std::string& name) {
   if (extension == "pgm") return Format::kPgm;
   if (extension == "pnm") return Format::kPnm;
   if (extension == "dds") return Format::kDds;
+  if (extension == "jp2") return Format::kJp2;
+  if (extension == "j2k" || extension == "j2c" || extension == "jpc") return Format::kJ2k;
   return Format::kUnknown;
 }
 
@@ -51,6 +59,8 @@ const char* Extension(Format format) {
     case Format::kPpm: return "ppm";
     case Format::kPgm: return "pgm";
     case Format::kDds: return "dds";
+    case Format::kJp2: return "jp2";
+    case Format::kJ2k: return "j2k";
     default: return "pnm";
   }
 }
@@ -74,6 +84,12 @@ Dimensions ReadDimensions(const uint8_t* data, size_t size) {
       dds::Header header;
       if (!dds::ParseHeader(data, size, &header).ok()) return {};
       return {header.width, header.height};
+    }
+    case Format::kJp2:
+    case Format::kJ2k: {
+      jpeg2000::FileInfo info;
+      if (!jpeg2000::ReadFileInfo(data, size, &info).ok()) return {};
+      return {int64_t{info.size.x1} - info.size.x0, int64_t{info.size.y1} - info.size.y0};
     }
     default: return {};
   }

@@ -20,11 +20,16 @@ struct Settings {
   // Of DDS files. The format by default: BC3 where something is transparent, else BC1.
   dds::EncodeOptions texture;
   bool has_texture_format = false;
+  // Of JPEG 2000 files: without loss unless one of these asks for less.
+  double ratio = 0;  // how many times smaller than the pixels
+  double psnr = 0;   // in dB
+  int block_style = 0;
   int scale = 1;
   bool grey = false;
   bool keep_metadata = true;
   int64_t max_pixels = int64_t{1} << 28;
-  int jobs = 0;  // 0: as many as there are cores
+  int jobs = 0;     // 0: as many as there are cores
+  int threads = 1;  // for each file
   bool quiet = false;
   std::string report_directory;  // empty: no report
 };

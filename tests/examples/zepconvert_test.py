@@ -194,6 +194,81 @@ class ZepconvertTest(unittest.TestCase):
         back = read_pnm(self.path("back.ppm"))[3]
         self.assertLess(mean_difference(back[0::3], back[1::3]), 6)  # but for 5:6:5 bits
 
+    def test_jpeg2000(self):
+        for name, head in (("a.jp2", b"\0\0\0\x0cjP  "), ("a.j2k", b"\xff\x4f\xff\x51")):
+            for options in ([], ["--lossless"], ["--style", "bypass,symbols"], ["--style", "causal"]):
+                self.assertEqual(self.run_tool("in.ppm", name, *options), "")
+                self.assertTrue(self.read(name).startswith(head))
+                self.run_tool(name, "back.ppm")
+                self.assertEqual(read_pnm(self.path("back.ppm")), (50, 33, 3, self.samples))
+        self.run_tool("in.ppm", "plain.j2k")
+        self.run_tool("in.ppm", "styled.j2k", "--style", "reset,terminate,predictable")
+        self.assertNotEqual(self.read("plain.j2k"), self.read("styled.j2k"))
+        sizes = []
+        for ratio in ("4", "8", "16"):
+            self.run_tool("in.ppm", "a.j2k", "--ratio", ratio)
+            sizes.append(os.path.getsize(self.path("a.j2k")))
+            self.assertLessEqual(sizes[-1], 50 * 33 * 3 / int(ratio))
+            self.assertGreater(sizes[-1], 50 * 33 * 3 / int(ratio) * 0.8)
+        self.run_tool("a.j2k", "back.ppm")
+        self.assertLess(mean_difference(read_pnm(self.path("back.ppm"))[3], self.samples), 8)
+
+    def test_jpeg2000_of_a_given_psnr(self):
+        def psnr(name):
+            self.run_tool(name, "back.ppm")
+            back = read_pnm(self.path("back.ppm"))[3]
+            total = sum((a - b) ** 2 for a, b in zip(back, self.samples))
+            return 10 * math.log10(255 ** 2 * len(back) / total)
+        sizes = []
+        for wanted in (32, 36, 40):
+            self.run_tool("in.ppm", "a.jp2", "--psnr", str(wanted))
+            self.assertGreaterEqual(psnr("a.jp2"), wanted)
+            self.assertLess(psnr("a.jp2"), wanted + 1)
+            sizes.append(os.path.getsize(self.path("a.jp2")))
+        self.assertEqual(sizes, sorted(sizes))
+
+    def test_jpeg2000_keeps_grey_transparency_and_profile(self):
+        self.write("g.pgm", pnm(20, 10, 1, picture(20, 10, 1)))
+        self.run_tool("g.pgm", "g.jp2")
+        self.run_tool("g.jp2", "back.pnm")
+        self.assertEqual(self.read("back.pnm"), self.read("g.pgm"))
+        for channels in (2, 4):
+            samples = bytes(i * 7 % 256 for i in range(20 * 10 * channels))
+            self.write("t.png", png(20, 10, channels, samples))
+            self.assertEqual(self.run_tool("t.png", "t.jp2"), "")
+            self.run_tool("t.png", "want.png")
+            self.run_tool("t.jp2", "got.png")
+            self.assertEqual(self.read("got.png"), self.read("want.png"))
+            self.assertIn("over white", self.run_tool("t.png", "t.j2k"))
+        self.run_tool("in.ppm", "a.jpg")
+        data = self.read("a.jpg")
+        icc = b"ICC_PROFILE\0\1\1" + self.profile()
+        self.write("i.jpg", data[:20] + b"\xFF\xE2" + struct.pack(">H", len(icc) + 2) + icc + data[20:])
+        self.run_tool("i.jpg", "i.jp2")
+        self.run_tool("i.jp2", "i2.jpg")
+        self.assertIn((0xE2, icc), segments(self.path("i2.jpg")))
+
+    def test_jpeg2000_is_reduced(self):
+        self.run_tool("in.ppm", "a.jp2")
+        for scale in (2, 4, 8):
+            self.run_tool("a.jp2", "a.ppm", "--scale", str(scale))
+            self.assertEqual(read_pnm(self.path("a.ppm"))[:2], (-(-50 // scale), -(-33 // scale)))
+
+    def test_bad_jpeg2000(self):
+        self.run_tool("in.ppm", "a.jp2")
+        good = self.read("a.jp2")
+        self.write("cut.jp2", good[:-len(good) // 3])
+        self.assertIn("damaged", self.run_tool("cut.jp2", "cut.png", code=4))
+        self.write("head.jp2", good[:60])
+        before = self.files()
+        self.assertTrue(self.run_tool("head.jp2", "out.png", code=1))
+        self.assertEqual(self.files(), before)
+        at = good.find(b"\xff\x4f\xff\x51") + 8
+        self.write("huge.jp2", good[:at] + b"\x7f\xff\xff\xff" * 2 + good[at + 8:])
+        start = time.monotonic()
+        self.assertTrue(self.run_tool("huge.jp2", "out.png", code=1))
+        self.assertLess(time.monotonic() - start, 5)
+
     def test_bad_textures(self):
         self.run_tool("in.ppm", "a.dds", "--mipmaps")
         good = self.read("a.dds")
@@ -284,6 +359,10 @@ class ZepconvertTest(unittest.TestCase):
                           ["in.ppm", "x.jpg", "--scale", "3"],
                           ["in.ppm", "x.jpg", "--restart", "65536"],
                           ["in.ppm", "x.dds", "--format", "bc9"],
+                          ["in.ppm", "x.jp2", "--ratio", "0.5"],
+                          ["in.ppm", "x.jp2", "--ratio", "5", "--psnr", "40"],
+                          ["in.ppm", "x.jp2", "--lossless", "--psnr", "40"],
+                          ["in.ppm", "x.jp2", "--style", "bypass,bold"],
                           ["in.ppm", "x.dds", "--dds-header", "old"],
                           ["in.ppm", "x.jpg", "--nonsense"],
                           ["in.ppm", "x.jpg", "--out-dir", "d"], ["in.ppm", "--to", "gif"],

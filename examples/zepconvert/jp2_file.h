@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+// JPEG 2000 files, by the example codec.
+#ifndef ZEPJP_EXAMPLES_ZEPCONVERT_JP2_FILE_H_
+#define ZEPJP_EXAMPLES_ZEPCONVERT_JP2_FILE_H_
+
+#include "common/byte_buffer.h"
+#include "common/image.h"
+#include "common/status.h"
+#include "zepconvert/picture.h"
+#include "zepconvert/settings.h"
+
+namespace zepconvert {
+
+// Grey, RGB, YCbCr and CMYK, with opacity. Samples are brought to 8 bits, coarser components to the grid of
+// the picture by repeating. A colour profile is kept.
+common::Status ReadJp2(const Settings& settings, const common::ByteBuffer& input, Picture* picture);
+
+// The image must not be CMYK. Without boxes, for .j2k files, opacity and profile have no place.
+common::Status WriteJp2(const Settings& settings, bool has_boxes, const Picture& picture,
+                        common::ByteBuffer* file);
+
+}  // namespace zepconvert
+
+#endif  // ZEPJP_EXAMPLES_ZEPCONVERT_JP2_FILE_H_
