@@ -4,14 +4,13 @@
 // its whole call is code-block coding but for some hundredth. Ours codes them as the same subband. `lossy`:
 // without the two lowest bits.
 #include <benchmark/benchmark.h>
-#include <openjpeg.h>
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 #include <vector>
 
+#include "openjpeg_codec.h"
 #include "zepjp.h"
 
 namespace {
@@ -169,94 +168,27 @@ class Ours {
   Coded coded_[kBlocks * kBlocks];
 };
 
-// A codestream in memory.
-struct Stream {
-  std::vector<uint8_t> bytes;
-  size_t at = 0;
-
-  opj_stream_t* Open(bool reads) {
-    opj_stream_t* stream = opj_stream_create(1 << 20, reads ? OPJ_TRUE : OPJ_FALSE);
-    opj_stream_set_user_data(stream, this, nullptr);
-    opj_stream_set_user_data_length(stream, bytes.size());
-    opj_stream_set_read_function(stream, [](void* to, OPJ_SIZE_T count, void* self) -> OPJ_SIZE_T {
-      auto* own = static_cast<Stream*>(self);
-      const size_t got = std::min<size_t>(count, own->bytes.size() - own->at);
-      if (got == 0) return static_cast<OPJ_SIZE_T>(-1);
-      std::memcpy(to, own->bytes.data() + own->at, got);
-      own->at += got;
-      return got;
-    });
-    opj_stream_set_write_function(stream,
-                                  [](void* from, OPJ_SIZE_T count, void* self) -> OPJ_SIZE_T {
-                                    auto* own = static_cast<Stream*>(self);
-                                    own->bytes.resize(std::max(own->bytes.size(), own->at + count));
-                                    std::memcpy(own->bytes.data() + own->at, from, count);
-                                    own->at += count;
-                                    return count;
-                                  });
-    opj_stream_set_skip_function(stream, [](OPJ_OFF_T count, void* self) -> OPJ_OFF_T {
-      static_cast<Stream*>(self)->at += static_cast<size_t>(count);
-      return count;
-    });
-    opj_stream_set_seek_function(stream, [](OPJ_OFF_T to, void* self) -> OPJ_BOOL {
-      static_cast<Stream*>(self)->at = static_cast<size_t>(to);
-      return OPJ_TRUE;
-    });
-    return stream;
-  }
-};
-
 class Rival {
  public:
-  explicit Rival(bool is_lossy) : samples_(Coefficients(is_lossy)) {}
+  explicit Rival(bool is_lossy) {
+    picture_.width = picture_.height = kSide;
+    picture_.bits = 13;
+    picture_.is_signed = true;
+    picture_.planes = {Coefficients(is_lossy)};
+  }
 
   size_t Encode() {
-    opj_image_cmptparm_t component = {};
-    component.dx = component.dy = 1;
-    component.w = component.h = kSide;
-    component.prec = 13;
-    component.sgnd = 1;
-    opj_image_t* image = opj_image_create(1, &component, OPJ_CLRSPC_GRAY);
-    image->x1 = image->y1 = kSide;
-    std::memcpy(image->comps[0].data, samples_.data(), samples_.size() * 4);
-    opj_cparameters_t parameters;
-    opj_set_default_encoder_parameters(&parameters);
-    parameters.numresolution = 1;
-    parameters.tcp_numlayers = 1;
-    parameters.cp_disto_alloc = 1;
-    opj_codec_t* codec = opj_create_compress(OPJ_CODEC_J2K);
-    opj_setup_encoder(codec, &parameters, image);
-    stream_ = Stream();
-    opj_stream_t* stream = stream_.Open(false);
-    opj_start_compress(codec, image, stream);
-    opj_encode(codec, stream);
-    opj_end_compress(codec, stream);
-    opj_stream_destroy(stream);
-    opj_destroy_codec(codec);
-    opj_image_destroy(image);
-    return stream_.bytes.size();
+    rival::Options options;
+    options.resolutions = 1;
+    codestream_ = rival::Encode(picture_, options);
+    return codestream_.size();
   }
 
-  bool Decode() {
-    stream_.at = 0;
-    opj_dparameters_t parameters;
-    opj_set_default_decoder_parameters(&parameters);
-    opj_codec_t* codec = opj_create_decompress(OPJ_CODEC_J2K);
-    opj_setup_decoder(codec, &parameters);
-    opj_stream_t* stream = stream_.Open(true);
-    opj_image_t* image = nullptr;
-    opj_read_header(stream, codec, &image);
-    opj_decode(codec, stream, image);
-    const bool is_same = std::memcmp(image->comps[0].data, samples_.data(), kSamples * 4) == 0;
-    opj_stream_destroy(stream);
-    opj_destroy_codec(codec);
-    opj_image_destroy(image);
-    return is_same;
-  }
+  bool Decode() { return rival::Decode(&codestream_).planes == picture_.planes; }
 
  private:
-  Samples samples_;
-  Stream stream_;
+  rival::Picture picture_;
+  std::vector<uint8_t> codestream_;
 };
 
 template <class Codec>
