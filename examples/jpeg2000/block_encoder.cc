@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <new>
 #include <utility>
 
@@ -41,20 +42,33 @@ BlockEncoder::~BlockEncoder() {
   if (state_ != nullptr) zepiEncodeFree_JPEG2K(state_);
 }
 
-// Below the planes that are coded, the fraction of a step counts for the distortion.
-template <class T>
-void BlockEncoder::Quantize(const T* from, const BlockSource& source) {
-  const double scale = std::ldexp(1 / source.quantizer_step, kMagnitudeBits - source.most_planes);
-  constexpr double kMost = 0x7FFFFFFF;
-  int32_t* to = samples_.data();
+template <class T, class ToMagnitude>
+void BlockEncoder::Quantize(const T* from, const BlockSource& source, ToMagnitude to_magnitude) {
   for (int32_t y = 0; y < source.size.height; ++y) {
     const T* row = from + source.row_step * y;
+    int32_t* to = samples_.data() + int64_t{y} * source.size.width;
     for (int32_t x = 0; x < source.size.width; ++x) {
-      const double value = row[x] * scale;
-      const auto magnitude = static_cast<uint32_t>(std::min(std::fabs(value), kMost));
-      *to++ = static_cast<int32_t>(value < 0 ? magnitude | kSign : magnitude);
+      const uint32_t sign = row[x] < 0 ? kSign : 0;
+      to[x] = static_cast<int32_t>(to_magnitude(row[x]) | sign);
     }
   }
+}
+
+void BlockEncoder::QuantizeIntegers(const BlockSource& source) {
+  const int shift = kMagnitudeBits - source.most_planes;
+  Quantize(source.integers, source, [shift](int32_t value) {
+    return static_cast<uint32_t>(std::abs(value)) << shift & ~kSign;
+  });
+}
+
+// Below the planes that are coded, the fraction of a step counts for the distortion.
+void BlockEncoder::QuantizeReals(const BlockSource& source) {
+  const auto scale = static_cast<float>(
+      std::ldexp(1 / source.quantizer_step, kMagnitudeBits - source.most_planes));
+  static constexpr float kMost = 0x7FFFFF80;  // the highest below 2^31
+  Quantize(source.reals, source, [scale](float value) {
+    return static_cast<uint32_t>(static_cast<int32_t>(std::min(std::fabs(value) * scale, kMost)));
+  });
 }
 
 void BlockEncoder::StoreBytes(EncodedBlock* block) {
@@ -70,9 +84,9 @@ void BlockEncoder::StoreBytes(EncodedBlock* block) {
 
 void BlockEncoder::Encode(const BlockSource& source, EncodedBlock* block) {
   if (source.integers != nullptr) {
-    Quantize(source.integers, source);
+    QuantizeIntegers(source);
   } else {
-    Quantize(source.reals, source);
+    QuantizeReals(source);
   }
   int32_t planes = 0, passes = 0, segments = 0;
   zepiEncodeLoadCodeBlock_JPEG2K_32s_C1R(samples_.data(), 4 * source.size.width, source.size,

@@ -234,7 +234,8 @@ int32_t Rounded(int32_t value) { return value; }
 // Within the bounds that clamping needs; not a number becomes a bound as well.
 int32_t Rounded(float value) {
   constexpr float kMost = 1 << 20;
-  return static_cast<int32_t>(std::lrint(std::max(-kMost, std::min(value, kMost))));
+  const float bounded = std::max(-kMost, std::min(value, kMost));
+  return static_cast<int32_t>(bounded + (bounded < 0 ? -0.5F : 0.5F));
 }
 
 template <class T>

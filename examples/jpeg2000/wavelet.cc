@@ -62,6 +62,15 @@ class FloatLines {
   float* Sample(int64_t i) { return samples_.data() + (i + kBefore) * width_; }
   float* Low(int64_t i) { return low_.data() + (i + kMargin) * width_; }
   float* High(int64_t i) { return high_.data() + (i + kMargin) * width_; }
+  // `lines` lines of `count` values, which lie so far apart here and there.
+  static void CopyLines(const float* from, int64_t from_step, int64_t lines, int64_t to_step,
+                        int64_t count, float* to) {
+    if (from_step == 1 && to_step == 1) {
+      std::copy_n(from, lines, to);
+      return;
+    }
+    for (int64_t i = 0; i < lines; ++i) std::copy_n(from + i * from_step, count, to + i * to_step);
+  }
   // The size of the pairs, along rows or along columns.
   zepiSize PairsOf(int64_t count) const {
     const auto pairs = static_cast<int32_t>(pairs_);
@@ -72,27 +81,32 @@ class FloatLines {
   template <class Pass>
   void Forward(float* first, int64_t step, int64_t count, Pass* pass) {
     if (length_ == 1) return Scale(first, count, 2);
-    for (int64_t i = -kBefore; i < 2 * pairs_ + kBehind; ++i) {
-      std::copy_n(first + Mirrored(i, length_) * step, count, Sample(i));
-    }
+    CopyLines(first, step, length_, width_, count, Sample(0));
+    const auto mirror = [&](int64_t i) {
+      std::copy_n(Sample(Mirrored(i, length_)), count, Sample(i));
+    };
+    for (int64_t i = -kBefore; i < 0; ++i) mirror(i);
+    for (int64_t i = length_; i < 2 * pairs_ + kBehind; ++i) mirror(i);
     pass(Sample(0), step_, Low(0), step_, High(0), step_, PairsOf(count), phase_);
-    for (int64_t i = 0; i < lows_; ++i) std::copy_n(Low(i), count, first + i * step);
-    for (int64_t i = lows_; i < length_; ++i) {
-      std::copy_n(High(i - lows_), count, first + i * step);
-    }
+    CopyLines(Low(0), width_, lows_, step, count, first);
+    CopyLines(High(0), width_, length_ - lows_, step, count, first + lows_ * step);
   }
 
   template <class Pass>
   void Inverse(float* first, int64_t step, int64_t count, Pass* pass) {
     if (length_ == 1) return Scale(first, count, 0.5F);
+    const int64_t highs = length_ - lows_;
+    CopyLines(first, step, lows_, width_, count, Low(0));
+    CopyLines(first + lows_ * step, step, highs, width_, count, High(0));
     for (int64_t i = -kMargin; i < pairs_ + kMargin; ++i) {
       const int64_t low = Mirrored(2 * i + phase_, length_) / 2;
       const int64_t high = Mirrored(2 * i + 1 - phase_, length_) / 2;
-      std::copy_n(first + low * step, count, Low(i));
-      std::copy_n(first + (lows_ + high) * step, count, High(i));
+      if (low != i) std::copy_n(Low(low), count, Low(i));
+      if (high != i) std::copy_n(High(high), count, High(i));
+      if (i == -1) i = std::min(lows_, highs) - 1;  // between the ends nothing is mirrored
     }
     pass(Low(0), step_, High(0), step_, PairsOf(count), Sample(0), step_, phase_);
-    for (int64_t i = 0; i < length_; ++i) std::copy_n(Sample(i), count, first + i * step);
+    CopyLines(Sample(0), width_, length_, step, count, first);
   }
 
   // A line of one sample: as it is, or times 2 at an odd place.

@@ -19,21 +19,31 @@ namespace {
 using common::PixelLayout;
 using jpeg2000::ColorSpace;
 
-uint8_t ToByte(int32_t sample, const jpeg2000::Component& component) {
-  const int64_t most = (int64_t{1} << component.bits) - 1;
-  const int64_t value = component.is_signed ? sample + (most + 1) / 2 : sample;
-  return static_cast<uint8_t>((std::clamp<int64_t>(value, 0, most) * 255 + most / 2) / most);
+// The bytes for all samples, counted from the lowest that there is.
+std::vector<uint8_t> BytesOf(const jpeg2000::Component& component) {
+  const uint32_t most = (1u << component.bits) - 1;
+  std::vector<uint8_t> bytes(most + 1);
+  for (uint32_t i = 0; i <= most; ++i) bytes[i] = static_cast<uint8_t>((i * 255 + most / 2) / most);
+  return bytes;
 }
 
 // A channel of an image of the size of the finest component.
 void FillChannel(const jpeg2000::Component& component, size_t channel, common::Image* image) {
+  const std::vector<uint8_t> bytes = BytesOf(component);
+  const auto most = static_cast<int32_t>(bytes.size() - 1);
+  const int32_t lowest = component.is_signed ? -(most + 1) / 2 : 0;
+  std::vector<int> columns(static_cast<size_t>(image->width()));
+  for (size_t x = 0; x < columns.size(); ++x) {
+    columns[x] = static_cast<int>(x * static_cast<size_t>(component.width) / columns.size());
+  }
   const auto channels = static_cast<size_t>(image->channels());
   for (int y = 0; y < image->height(); ++y) {
     const int64_t row = int64_t{y} * component.height / image->height();
     const int32_t* in = component.Row(static_cast<int>(row));
     uint8_t* out = image->Row(y) + channel;
-    for (int64_t x = 0; x < image->width(); ++x, out += channels) {
-      *out = ToByte(in[x * component.width / image->width()], component);
+    for (const int x : columns) {
+      *out = bytes[static_cast<size_t>(std::clamp(in[x] - lowest, 0, most))];
+      out += channels;
     }
   }
 }
