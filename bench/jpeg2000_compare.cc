@@ -20,6 +20,7 @@
 #include "jpeg2000/decoder.h"
 #include "jpeg2000/encoder.h"
 #include "openjpeg_codec.h"
+#include "zepcore.h"
 
 namespace {
 
@@ -137,6 +138,7 @@ void Compare(const std::string& path, bool is_lossless, int rounds) {
 
 int main(int argc, char** argv) {
   int rounds = 3;
+  zepSetNumThreads(1);  // for reading the photographs: its threads would wait busily
   std::printf("%-28s %-8s %5s  %21s  %21s  %13s  %15s\n", "", "", "", "encode, ms", "decode, ms",
               "PSNR, dB", "size, kB");
   std::printf("%-28s %-8s %5s  %7s %7s %5s  %7s %7s %5s  %6s %6s  %7s %7s\n", "file", "", "Mpix",
