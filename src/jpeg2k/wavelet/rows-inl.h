@@ -5,13 +5,13 @@
 // Included once per instruction set.
 #include <algorithm>
 
-#include "jpeg2000/wavelet/columns-inl.h"
+#include "jpeg2k/wavelet/columns-inl.h"
 
-#if defined(ZEPJP_SRC_JPEG2000_WAVELET_ROWS_INL_H_) == defined(HWY_TARGET_TOGGLE)
-#  ifdef ZEPJP_SRC_JPEG2000_WAVELET_ROWS_INL_H_
-#    undef ZEPJP_SRC_JPEG2000_WAVELET_ROWS_INL_H_
+#if defined(ZEPJP_SRC_JPEG2K_WAVELET_ROWS_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#  ifdef ZEPJP_SRC_JPEG2K_WAVELET_ROWS_INL_H_
+#    undef ZEPJP_SRC_JPEG2K_WAVELET_ROWS_INL_H_
 #  else
-#    define ZEPJP_SRC_JPEG2000_WAVELET_ROWS_INL_H_
+#    define ZEPJP_SRC_JPEG2K_WAVELET_ROWS_INL_H_
 #  endif
 
 ZEP_BEFORE_NAMESPACE();

@@ -10,13 +10,13 @@
 // time. From planes, the destination is what the columns work on, as soon as its rows are there.
 #include <algorithm>
 
-#include "jpeg2000/wavelet/rows.h"
+#include "jpeg2k/wavelet/rows.h"
 #include "simd/dispatch.h"
 
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "jpeg2000/wavelet/whole_tile.cc"
+#define HWY_TARGET_INCLUDE "jpeg2k/wavelet/whole_tile.cc"
 #include "hwy/foreach_target.h"
-#include "jpeg2000/wavelet/rows-inl.h"
+#include "jpeg2k/wavelet/rows-inl.h"
 
 namespace zepjp {
 #ifndef ZEPJP_WAVELET_WHOLE_TILE_KERNELS

@@ -19,7 +19,7 @@
 #include "simd/dispatch.h"
 
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "jpeg2000/components/component_transforms.cc"
+#define HWY_TARGET_INCLUDE "jpeg2k/components/component_transforms.cc"
 #include "hwy/foreach_target.h"
 #include "simd/ops-inl.h"
 

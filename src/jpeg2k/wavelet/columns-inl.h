@@ -2,13 +2,13 @@
 // Lifting along columns: whole rows are the operands. Included once per instruction set.
 #include <cstdint>
 
-#include "jpeg2000/wavelet/filters-inl.h"
+#include "jpeg2k/wavelet/filters-inl.h"
 
-#if defined(ZEPJP_SRC_JPEG2000_WAVELET_COLUMNS_INL_H_) == defined(HWY_TARGET_TOGGLE)
-#  ifdef ZEPJP_SRC_JPEG2000_WAVELET_COLUMNS_INL_H_
-#    undef ZEPJP_SRC_JPEG2000_WAVELET_COLUMNS_INL_H_
+#if defined(ZEPJP_SRC_JPEG2K_WAVELET_COLUMNS_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#  ifdef ZEPJP_SRC_JPEG2K_WAVELET_COLUMNS_INL_H_
+#    undef ZEPJP_SRC_JPEG2K_WAVELET_COLUMNS_INL_H_
 #  else
-#    define ZEPJP_SRC_JPEG2000_WAVELET_COLUMNS_INL_H_
+#    define ZEPJP_SRC_JPEG2K_WAVELET_COLUMNS_INL_H_
 #  endif
 
 ZEP_BEFORE_NAMESPACE();

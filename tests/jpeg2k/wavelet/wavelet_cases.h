@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // What the tests of the wavelets share: the functions of each filter and element type, planes, and
 // comparisons of planes.
-#ifndef ZEPJP_TESTS_JPEG2000_WAVELET_WAVELET_CASES_H_
-#define ZEPJP_TESTS_JPEG2000_WAVELET_WAVELET_CASES_H_
+#ifndef ZEPJP_TESTS_JPEG2K_WAVELET_WAVELET_CASES_H_
+#define ZEPJP_TESTS_JPEG2K_WAVELET_WAVELET_CASES_H_
 
 #include <gtest/gtest.h>
 
@@ -177,4 +177,4 @@ inline int32_t AnyExtra(Random& random) {
 
 }  // namespace wavelet_cases
 
-#endif  // ZEPJP_TESTS_JPEG2000_WAVELET_WAVELET_CASES_H_
+#endif  // ZEPJP_TESTS_JPEG2K_WAVELET_WAVELET_CASES_H_

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "jpeg2000/wavelet/wavelet_cases.h"
+#include "jpeg2k/wavelet/wavelet_cases.h"
 
 namespace {
 

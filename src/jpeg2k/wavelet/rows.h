@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Where the lines of a region are, and the checks that functions over regions share.
-#ifndef ZEPJP_SRC_JPEG2000_WAVELET_ROWS_H_
-#define ZEPJP_SRC_JPEG2000_WAVELET_ROWS_H_
+#ifndef ZEPJP_SRC_JPEG2K_WAVELET_ROWS_H_
+#define ZEPJP_SRC_JPEG2K_WAVELET_ROWS_H_
 
 #include <cstddef>
 #include <cstdint>
@@ -64,4 +64,4 @@ zepStatus InversePass(void (*kernel)(const SplitRegion<T>&), const T* low, int32
 
 }  // namespace zepjp
 
-#endif  // ZEPJP_SRC_JPEG2000_WAVELET_ROWS_H_
+#endif  // ZEPJP_SRC_JPEG2K_WAVELET_ROWS_H_

@@ -4,13 +4,13 @@
 // block all steps follow one another down the rows.
 #include <algorithm>
 
-#include "jpeg2000/wavelet/rows.h"
+#include "jpeg2k/wavelet/rows.h"
 #include "simd/dispatch.h"
 
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "jpeg2000/wavelet/column_passes.cc"
+#define HWY_TARGET_INCLUDE "jpeg2k/wavelet/column_passes.cc"
 #include "hwy/foreach_target.h"
-#include "jpeg2000/wavelet/columns-inl.h"
+#include "jpeg2k/wavelet/columns-inl.h"
 
 namespace zepjp {
 #ifndef ZEPJP_WAVELET_COLUMN_PASSES_KERNELS

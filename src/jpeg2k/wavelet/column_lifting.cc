@@ -5,9 +5,9 @@
 #include "simd/dispatch.h"
 
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "jpeg2000/wavelet/column_lifting.cc"
+#define HWY_TARGET_INCLUDE "jpeg2k/wavelet/column_lifting.cc"
 #include "hwy/foreach_target.h"
-#include "jpeg2000/wavelet/columns-inl.h"
+#include "jpeg2k/wavelet/columns-inl.h"
 
 namespace zepjp {
 #ifndef ZEPJP_WAVELET_COLUMN_LIFTING_KERNELS

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 // One direction of a region: passes along rows. The caller has filled what lies beside the region.
-#include "jpeg2000/wavelet/rows.h"
+#include "jpeg2k/wavelet/rows.h"
 #include "simd/dispatch.h"
 
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "jpeg2000/wavelet/row_passes.cc"
+#define HWY_TARGET_INCLUDE "jpeg2k/wavelet/row_passes.cc"
 #include "hwy/foreach_target.h"
-#include "jpeg2000/wavelet/rows-inl.h"
+#include "jpeg2k/wavelet/rows-inl.h"
 
 namespace zepjp {
 #ifndef ZEPJP_WAVELET_ROW_PASSES_KERNELS

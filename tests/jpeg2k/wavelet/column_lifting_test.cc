@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
 
-#include "jpeg2000/wavelet/wavelet_cases.h"
+#include "jpeg2k/wavelet/wavelet_cases.h"
 
 namespace {
 
