@@ -651,6 +651,103 @@ ZEP_API zepStatus ZEP_CALL zepiDecodeHuffman8x8_JPEG_1u16s_C1(
 /** @} */
 
 /**
+ * @defgroup components JPEG 2000: component transforms
+ *
+ * What ITU-T T.800, Annex G, does with the first three components of a tile: the reversible transform
+ * (RCT, beside the 5/3 wavelet) and the irreversible one (ICT, beside the 9/7 wavelet). Component 0 is R or
+ * Y, 1 is G, U or Cb, 2 is B, V or Cr. `P3IR` works in place on three planes that share a step, `C3P3R`
+ * turns interleaved pixels into planes, `P3C3R` planes into pixels. >> is an arithmetic shift.
+ *
+ * **Checks**, in this order: each pointer, of an array of planes the array and then each plane:
+ * ::zepStatusNullPtr; steps: ::zepStatusBadStep; roiSize: ::zepStatusBadSize. Samples are as the wavelets take
+ * them: after the level shift, of any range that the formulas leave inside the element type. Elements of
+ * 32 bits may have any alignment, too. Everything runs on the calling thread.
+ *
+ * @code
+ * int32_t* planes[3] = {red, green, blue};
+ * zepiRCTFwd_JPEG2K_32s_P3IR(planes, 4 * width, size);  // red, green, blue hold Y, U, V
+ * zepiRCTInv_JPEG2K_32s_P3IR(planes, 4 * width, size);  // and R, G, B again
+ * @endcode
+ * @{
+ */
+
+/**
+ * Reversible, in place: Y = (R + 2G + B) >> 2, U = B - G, V = R - G. Sums do not wrap; of U and V the low
+ * 16 bits remain, which zepiRCTInv_JPEG2K_16s_P3IR() only undoes where they were the whole.
+ */
+ZEP_API zepStatus ZEP_CALL zepiRCTFwd_JPEG2K_16s_P3IR(int16_t* const pSrcDst[3], int32_t srcDstStep,
+                                                      zepiSize roiSize);
+/** The inverse: G = Y - ((U + V) >> 2), R = V + G, B = U + G; the low 16 bits of each. */
+ZEP_API zepStatus ZEP_CALL zepiRCTInv_JPEG2K_16s_P3IR(int16_t* const pSrcDst[3], int32_t srcDstStep,
+                                                      zepiSize roiSize);
+/** zepiRCTFwd_JPEG2K_16s_P3IR() from pixels to planes. */
+ZEP_API zepStatus ZEP_CALL zepiRCTFwd_JPEG2K_16s_C3P3R(const int16_t* pSrc, int32_t srcStep,
+                                                       int16_t* const pDst[3], int32_t dstStep,
+                                                       zepiSize roiSize);
+/** zepiRCTInv_JPEG2K_16s_P3IR() from planes to pixels. */
+ZEP_API zepStatus ZEP_CALL zepiRCTInv_JPEG2K_16s_P3C3R(const int16_t* const pSrc[3],
+                                                       int32_t srcStep, int16_t* pDst,
+                                                       int32_t dstStep, zepiSize roiSize);
+/** zepiRCTFwd_JPEG2K_16s_P3IR() for 32-bit elements; sums and results wrap at 32 bits. */
+ZEP_API zepStatus ZEP_CALL zepiRCTFwd_JPEG2K_32s_P3IR(int32_t* const pSrcDst[3], int32_t srcDstStep,
+                                                      zepiSize roiSize);
+/** zepiRCTInv_JPEG2K_16s_P3IR() for 32-bit elements; sums and results wrap at 32 bits. */
+ZEP_API zepStatus ZEP_CALL zepiRCTInv_JPEG2K_32s_P3IR(int32_t* const pSrcDst[3], int32_t srcDstStep,
+                                                      zepiSize roiSize);
+/** zepiRCTFwd_JPEG2K_32s_P3IR() from pixels to planes. */
+ZEP_API zepStatus ZEP_CALL zepiRCTFwd_JPEG2K_32s_C3P3R(const int32_t* pSrc, int32_t srcStep,
+                                                       int32_t* const pDst[3], int32_t dstStep,
+                                                       zepiSize roiSize);
+/** zepiRCTInv_JPEG2K_32s_P3IR() from planes to pixels. */
+ZEP_API zepStatus ZEP_CALL zepiRCTInv_JPEG2K_32s_P3C3R(const int32_t* const pSrc[3],
+                                                       int32_t srcStep, int32_t* pDst,
+                                                       int32_t dstStep, zepiSize roiSize);
+/**
+ * Irreversible, in place, by colour differences: S = 4899R + 9617G + 1868B; Y = (S + 8192) >> 14. Db is
+ * the low 16 bits, as a signed value, of (16384B - S + 8192) >> 14, Dr the same with R in B's place;
+ * Cb = (9246Db + 8192) >> 14, Cr = (11686Dr + 8192) >> 14. The standard's matrix (G-1) to 14 bits.
+ */
+ZEP_API zepStatus ZEP_CALL zepiICTFwd_JPEG2K_16s_P3IR(int16_t* const pSrcDst[3], int32_t srcDstStep,
+                                                      zepiSize roiSize);
+/** The inverse, as zepiICTInv_JPEG2K_32s_P3IR() computes it, saturated to 16 bits. */
+ZEP_API zepStatus ZEP_CALL zepiICTInv_JPEG2K_16s_P3IR(int16_t* const pSrcDst[3], int32_t srcDstStep,
+                                                      zepiSize roiSize);
+/**
+ * Irreversible, in place, with 14 fractional bits: Y = (4899R + 9617G + 1868B + 8192) >> 14,
+ * Cb = (-2765R - 5427G + 8192B + 8192) >> 14, Cr = (8192R - 6860G - 1332B + 8192) >> 14. Sums are exact;
+ * of a result the low 32 bits remain.
+ */
+ZEP_API zepStatus ZEP_CALL zepiICTFwd_JPEG2K_32s_P3IR(int32_t* const pSrcDst[3], int32_t srcDstStep,
+                                                      zepiSize roiSize);
+/**
+ * The inverse: R = Y + ((22970Cr + 8192) >> 14), G = Y + ((-11700Cr - 5638Cb + 8192) >> 14),
+ * B = Y + ((29032Cb + 8192) >> 14); the low 32 bits of each.
+ */
+ZEP_API zepStatus ZEP_CALL zepiICTInv_JPEG2K_32s_P3IR(int32_t* const pSrcDst[3], int32_t srcDstStep,
+                                                      zepiSize roiSize);
+/**
+ * Irreversible, in place: Y = 0.299R + 0.587G + 0.114B, Cb = -0.16875R - 0.33126G + 0.5B,
+ * Cr = 0.5R - 0.41869G - 0.08131B. Each product and each sum, from left to right, is rounded once.
+ */
+ZEP_API zepStatus ZEP_CALL zepiICTFwd_JPEG2K_32f_P3IR(float* const pSrcDst[3], int32_t srcDstStep,
+                                                      zepiSize roiSize);
+/**
+ * The inverse: R = Y + 1.402Cr, G = Y - 0.34413Cb - 0.71414Cr, B = Y + 1.772Cb; each product and each
+ * sum, from left to right, is rounded once.
+ */
+ZEP_API zepStatus ZEP_CALL zepiICTInv_JPEG2K_32f_P3IR(float* const pSrcDst[3], int32_t srcDstStep,
+                                                      zepiSize roiSize);
+/** zepiICTFwd_JPEG2K_32f_P3IR() from pixels to planes. */
+ZEP_API zepStatus ZEP_CALL zepiICTFwd_JPEG2K_32f_C3P3R(const float* pSrc, int32_t srcStep,
+                                                       float* const pDst[3], int32_t dstStep,
+                                                       zepiSize roiSize);
+/** zepiICTInv_JPEG2K_32f_P3IR() from planes to pixels. */
+ZEP_API zepStatus ZEP_CALL zepiICTInv_JPEG2K_32f_P3C3R(const float* const pSrc[3], int32_t srcStep,
+                                                       float* pDst, int32_t dstStep,
+                                                       zepiSize roiSize);
+/** @} */
+
+/**
  * @defgroup texture Textures: DXT1, DXT3, DXT5, BC4, BC5
  *
  * Images of 8-bit pixels to 4x4 blocks of a fixed size and back (the blocks of S3TC and RGTC: Khronos
