@@ -148,31 +148,29 @@ struct Pairs {
 
 HWY_INLINE V32 Descale(V32 sum) { return hn::ShiftRight<14>(sum); }
 
-// Luminance, then the colour differences B - Y and R - Y times 0.5 / (1 - weight). The differences
-// wrap at 16 bits.
+// Luminance S / 2^14, then the differences from it, times 0.5 / (1 - weight). A difference's own rounding,
+// (2^14 B - S + 2^13) >> 14, is B - ((S + 2^13 - 1) >> 14); it wraps at 16 bits.
 struct IctForward16 {
   static HWY_INLINE Three<D16> Apply(Three<D16> rgb) {
     const Pairs rg(rgb.c0, rgb.c1);
     const Pairs b1(rgb.c2, hn::Set(D16(), 1));
-    const V16 y = PackBlocks(Weigh(rg.low, b1.low, 4899, 9617, 1868),
-                             Weigh(rg.high, b1.high, 4899, 9617, 1868));
-    const V16 db = Difference<16384 - 1868, -9617, -4899>(rg, b1);
-    const V16 dr = Difference<-1868, -9617, 16384 - 4899>(rg, b1);
-    return {y, hn::MulFixedPoint15(db, hn::Set(D16(), 2 * 9246)),
+    const V32 low = Rounded(rg.low, b1.low);
+    const V32 high = Rounded(rg.high, b1.high);
+    const V32 minus_one = hn::Set(D32(), -1);
+    const V16 subtracted =
+        PackBlocks(Descale(hn::Add(low, minus_one)), Descale(hn::Add(high, minus_one)));
+    const V16 db = hn::Sub(rgb.c2, subtracted);
+    const V16 dr = hn::Sub(rgb.c0, subtracted);
+    return {PackBlocks(Descale(low), Descale(high)),
+            hn::MulFixedPoint15(db, hn::Set(D16(), 2 * 9246)),
             hn::MulFixedPoint15(dr, hn::Set(D16(), 2 * 11686))};
   }
 
  private:
-  static HWY_INLINE V32 Weigh(V16 rg, V16 b1, int r, int g, int b) {
-    const V32 sum = DotAcc(hn::Zero(D32()), rg, Weights(r, g));
-    return Descale(DotAcc(sum, b1, Weights(b, kRound)));
+  static HWY_INLINE V32 Rounded(V16 rg, V16 b1) {
+    const V32 sum = DotAcc(hn::Zero(D32()), rg, Weights(4899, 9617));
+    return DotAcc(sum, b1, Weights(1868, kRound));
   }
-  template <int kBlue, int kGreen, int kRed>
-  static HWY_INLINE V16 Difference(const Pairs& rg, const Pairs& b1) {
-    return PackBlocks(Wrap(Weigh(rg.low, b1.low, kRed, kGreen, kBlue)),
-                      Wrap(Weigh(rg.high, b1.high, kRed, kGreen, kBlue)));
-  }
-  static HWY_INLINE V32 Wrap(V32 v) { return hn::ShiftRight<16>(hn::ShiftLeft<16>(v)); }
 };
 
 // A weight of 2^14 and more is 2^14 plus one for the multiplication. The two additions saturate in the
@@ -226,8 +224,29 @@ HWY_INLINE HalfSums StartSums(int sum_of_weights) {
 
 HWY_INLINE V32 Join(HalfSums sums) { return hn::Add(hn::ShiftLeft<2>(sums.h), Descale(sums.l)); }
 
+// Whether all values fit into 16 bits, as those of images do: dot products of one half suffice then.
+HWY_INLINE hn::VFromD<DU32> OffsetFrom16(V32 v) {
+  return hn::BitCast(DU32(), hn::Add(v, hn::Set(D32(), 32768)));
+}
+HWY_INLINE bool AllFit16(hn::VFromD<DU32> offset_values) {
+  return hn::AllTrue(DU32(), hn::Eq(hn::ShiftRight<16>(offset_values), hn::Zero(DU32())));
+}
+
+// The low 16 bits of `first` and of `second` in turn.
+HWY_INLINE V16 LowHalves(V32 first, V32 second) {
+  return hn::BitCast(D16(),
+                     hn::Or(hn::And(first, hn::Set(D32(), 0xFFFF)), hn::ShiftLeft<16>(second)));
+}
+
 struct IctForward32 {
   static HWY_INLINE Three<D32> Apply(Three<D32> rgb) {
+    if (AllFit16(
+            hn::Or(hn::Or(OffsetFrom16(rgb.c0), OffsetFrom16(rgb.c1)), OffsetFrom16(rgb.c2)))) {
+      const V16 rg = LowHalves(rgb.c0, rgb.c1);
+      const V16 b1 = LowHalves(rgb.c2, hn::Set(D32(), 1));
+      return {Weigh<4899, 9617, 1868>(rg, b1), Weigh<-2765, -5427, 8192>(rg, b1),
+              Weigh<8192, -6860, -1332>(rg, b1)};
+    }
     const Halves rg(rgb.c0, rgb.c1);
     const Halves b0(rgb.c2, hn::Zero(D32()));
     return {Weigh<4899, 9617, 1868>(rg, b0), Weigh<-2765, -5427, 8192>(rg, b0),
@@ -235,6 +254,11 @@ struct IctForward32 {
   }
 
  private:
+  template <int kRed, int kGreen, int kBlue>
+  static HWY_INLINE V32 Weigh(V16 rg, V16 b1) {
+    const V32 sum = DotAcc(hn::Zero(D32()), rg, Weights(kRed, kGreen));
+    return Descale(DotAcc(sum, b1, Weights(kBlue, kRound)));
+  }
   template <int kRed, int kGreen, int kBlue>
   static HWY_INLINE V32 Weigh(const Halves& rg, const Halves& b0) {
     const HalfSums sums = AddWeighed(StartSums(kRed + kGreen + kBlue), rg, Weights(kRed, kGreen));
@@ -244,12 +268,22 @@ struct IctForward32 {
 
 struct IctInverse32 {
   static HWY_INLINE Three<D32> Apply(Three<D32> ycc) {
-    const Halves chroma(ycc.c1, ycc.c2);
-    return {hn::Add(ycc.c0, Weigh<0, 22970>(chroma)), hn::Add(ycc.c0, Weigh<-5638, -11700>(chroma)),
-            hn::Add(ycc.c0, Weigh<29032, 0>(chroma))};
+    if (AllFit16(hn::Or(OffsetFrom16(ycc.c1), OffsetFrom16(ycc.c2)))) {
+      return Apply(ycc.c0, LowHalves(ycc.c1, ycc.c2));
+    }
+    return Apply(ycc.c0, Halves(ycc.c1, ycc.c2));
   }
 
  private:
+  template <class Chroma>
+  static HWY_INLINE Three<D32> Apply(V32 y, const Chroma& chroma) {
+    return {hn::Add(y, Weigh<0, 22970>(chroma)), hn::Add(y, Weigh<-5638, -11700>(chroma)),
+            hn::Add(y, Weigh<29032, 0>(chroma))};
+  }
+  template <int kBlue, int kRed>
+  static HWY_INLINE V32 Weigh(V16 chroma) {
+    return Descale(DotAcc(hn::Set(D32(), kRound), chroma, Weights(kBlue, kRed)));
+  }
   template <int kBlue, int kRed>
   static HWY_INLINE V32 Weigh(const Halves& chroma) {
     return Join(AddWeighed(StartSums(kBlue + kRed), chroma, Weights(kBlue, kRed)));
@@ -282,8 +316,13 @@ void TransformRow(const uint8_t* const* src, uint8_t* const* dst, size_t width) 
   constexpr size_t kStep = Source::kLanes;
   const auto step = [](const uint8_t* const* from, uint8_t* const* to, size_t x)
                         ZEP_ATTR { Target::Store(Transform::Apply(Source::Load(from, x)), to, x); };
+  // Pointers of its own, which no store can change: they stay in registers.
+  const uint8_t* from[Source::kPlanes];
+  uint8_t* to[Target::kPlanes];
+  for (int i = 0; i < Source::kPlanes; ++i) from[i] = src[i];
+  for (int i = 0; i < Target::kPlanes; ++i) to[i] = dst[i];
   const size_t whole = width / kStep * kStep;
-  ForElements<kStep, Source, Target>(src, dst, 0, whole, step);
+  for (size_t x = 0; x < whole; x += kStep) step(from, to, x);
   ForElements<kStep, Source, Target>(src, dst, whole, width, step);
 }
 

@@ -72,33 +72,51 @@ int16_t Sample(int32_t y, int32_t sum) {
   return static_cast<int16_t>(std::clamp(y + ((sum + 8192) >> 14), -32768, 32767));
 }
 
-using Values = std::vector<int16_t>;
 constexpr size_t kValues = 65536;
 
-void ExpectInverse16(const Values& y, const Values& cb, const Values& cr) {
-  Values planes[3] = {y, cb, cr};
-  Values want[3] = {y, y, y};
-  int16_t* pointers[3] = {planes[0].data(), planes[1].data(), planes[2].data()};
-  ASSERT_EQ(zepiICTInv_JPEG2K_16s_P3IR(pointers, 2 * kValues, {kValues, 1}), zepStatusOk);
-  for (size_t i = 0; i < kValues; ++i) {
-    want[0][i] = Sample(y[i], 22970 * cr[i]);
-    want[1][i] = Sample(y[i], -11700 * cr[i] - 5638 * cb[i]);
-    want[2][i] = Sample(y[i], 29032 * cb[i]);
+// Rows of pixels through the inverse of 16 bits and through the formula.
+class Inverse16 {
+ public:
+  Inverse16() {
+    for (auto& plane : got_) plane.resize(kValues);
+    for (auto& plane : want_) plane.resize(kValues);
   }
-  for (int i = 0; i < 3; ++i) {
-    ASSERT_TRUE(planes[i] == want[i]) << "component " << i << " Cr " << cr[0] << " Cb " << cb[0];
+
+  // Each component by a function of the pixel's index.
+  template <class Y, class Cb, class Cr>
+  void Expect(Y y, Cb cb, Cr cr) {
+    for (uint32_t i = 0; i < kValues; ++i) {
+      const auto luma = static_cast<int16_t>(y(i));
+      const auto blue = static_cast<int16_t>(cb(i));
+      const auto red = static_cast<int16_t>(cr(i));
+      got_[0][i] = luma;
+      got_[1][i] = blue;
+      got_[2][i] = red;
+      want_[0][i] = Sample(luma, 22970 * red);
+      want_[1][i] = Sample(luma, -11700 * red - 5638 * blue);
+      want_[2][i] = Sample(luma, 29032 * blue);
+    }
+    int16_t* pointers[3] = {got_[0].data(), got_[1].data(), got_[2].data()};
+    ASSERT_EQ(zepiICTInv_JPEG2K_16s_P3IR(pointers, 2 * kValues, {kValues, 1}), zepStatusOk);
+    for (int i = 0; i < 3; ++i) {
+      ASSERT_TRUE(got_[i] == want_[i]) << "component " << i << " Cr " << cr(0) << " Cb " << cb(0);
+    }
   }
-}
+
+ private:
+  std::vector<int16_t> got_[3], want_[3];
+};
 
 // All pairs of Y and a chroma value, and of both chroma values; or of some values with all.
 TEST(ComponentTransforms, IrreversibleInverse16_Exhaustive) {
   Random random(harness::Seed());
-  Values all(kValues);
-  for (size_t i = 0; i < kValues; ++i) all[i] = static_cast<int16_t>(i);
+  Inverse16 inverse;
+  const auto all = [](uint32_t i) { return i; };
   for (uint32_t a = 0; a < kValues && !HasFatalFailure();) {
-    const Values one(kValues, static_cast<int16_t>(a));
-    ExpectInverse16(all, Values(kValues, static_cast<int16_t>(a ^ 0x5A5A)), one);
-    ExpectInverse16(Values(kValues, static_cast<int16_t>(a * 40503)), all, one);
+    const auto one = [a](uint32_t) { return a; };
+    inverse.Expect(
+        all, [a](uint32_t) { return a ^ 0x5A5A; }, one);
+    inverse.Expect([a](uint32_t) { return a * 40503; }, all, one);
     a += harness::Exhaustive() ? 1 : 1 + static_cast<uint32_t>(random() % 512);
   }
 }
