@@ -40,6 +40,16 @@ void PrecinctWriter::Start(size_t layers) {
   }
 }
 
+bool PrecinctWriter::HasPasses() const {
+  for (const BandState& band : bands_) {
+    for (const BlockState& state : band.blocks) {
+      const int before = next_layer_ == 0 ? 0 : state.block->PassesAt(next_layer_ - 1);
+      if (state.block->PassesAt(next_layer_) > before) return true;
+    }
+  }
+  return false;
+}
+
 std::vector<PrecinctWriter::Piece> PrecinctWriter::PiecesOf(int first_pass, size_t first_byte,
                                                             int end_pass, size_t end_byte,
                                                             BlockState* state) const {
@@ -93,9 +103,11 @@ void PrecinctWriter::WriteBlock(size_t index, BandState* band, Bits* bits) {
 
 void PrecinctWriter::WriteHeader(std::vector<uint8_t>* header) {
   HeaderWriter bits(header);
-  bits.Put(1);
-  for (BandState& band : bands_) {
-    for (size_t i = 0; i < band.blocks.size(); ++i) WriteBlock(i, &band, &bits);
+  bits.Put(HasPasses() ? 1 : 0);
+  if (HasPasses()) {
+    for (BandState& band : bands_) {
+      for (size_t i = 0; i < band.blocks.size(); ++i) WriteBlock(i, &band, &bits);
+    }
   }
   bits.Finish();
   ++next_layer_;

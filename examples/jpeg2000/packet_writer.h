@@ -72,6 +72,8 @@ class PrecinctWriter {
   void WriteBlock(size_t index, BandState* band, Bits* bits);
   std::vector<Piece> PiecesOf(int first_pass, size_t first_byte, int end_pass, size_t end_byte,
                               BlockState* state) const;
+  // Whether any block gets passes from the next layer.
+  bool HasPasses() const;
   int FirstLayer(const EncodedBlock& block, size_t layers) const;
 
   std::vector<BandState> bands_;

@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: MIT
+// Reads a codestream's marker segments: the main header, then the headers of all tile-parts, with the
+// places of their packets.
+#ifndef ZEPJP_EXAMPLES_JPEG2000_MARKER_READER_H_
+#define ZEPJP_EXAMPLES_JPEG2000_MARKER_READER_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "jpeg2000/codestream.h"
+#include "jpeg2000/common.h"
+#include "jpeg2000/messages.h"
+#include "jpeg2000/packet_reader.h"
+
+namespace jpeg2000 {
+
+// What the file has of a tile.
+struct TileParts {
+  std::unique_ptr<Parameters> own;  // null: those of the main header
+  std::vector<Span> bodies;
+  std::vector<Span> headers;  // packet headers that stand apart
+  bool is_present = false;
+};
+
+class MarkerReader {
+ public:
+  // The bytes must outlive the reader.
+  MarkerReader(const uint8_t* data, size_t size, Messages* messages)
+      : data_(data), size_(size), messages_(messages) {}
+
+  // Up to the first tile-part.
+  Status ReadMainHeader();
+  // To the end of the codestream; what is damaged gets a message.
+  void ReadTileParts();
+
+  const SizeSegment& picture_size() const { return picture_size_; }
+  const Parameters& parameters() const { return main_; }
+  const std::vector<TileParts>& tiles() const { return tiles_; }
+
+ private:
+  // The bytes of a segment behind its length; reading past the end sets `failed` and gives 0.
+  struct Cursor {
+    const uint8_t* next;
+    const uint8_t* end;
+    bool failed = false;
+
+    size_t left() const { return static_cast<size_t>(end - next); }
+    int Byte() {
+      if (next == end) {
+        failed = true;
+        return 0;
+      }
+      return *next++;
+    }
+    int Word() {
+      const int high = Byte();
+      return high << 8 | Byte();
+    }
+    uint32_t Long() {
+      const auto high = static_cast<uint32_t>(Word());
+      return high << 16 | static_cast<uint32_t>(Word());
+    }
+  };
+  struct TilePart {
+    int tile;
+    size_t begin;  // of its SOT
+    size_t end;
+  };
+  using Numbered = std::vector<std::pair<int, Span>>;
+
+  Status NextSegment(size_t end, int* marker, Cursor* cursor);
+  Status ReadMainSegment(int marker, Cursor cursor);
+  Status ReadSize(Cursor cursor);
+  Status CheckSize() const;
+  Status CheckMain() const;
+  // Segments that both headers can have.
+  Status ReadParameters(int marker, bool in_tile, Cursor cursor, Parameters* parameters);
+  Status ReadCoding(bool in_tile, Cursor cursor, Parameters* parameters);
+  Status ReadComponentCoding(bool in_tile, Cursor cursor, Parameters* parameters);
+  static Status ReadBlockCoding(bool has_precincts, Cursor* cursor, ComponentCoding* coding);
+  Status ReadQuantization(bool in_tile, bool one, Cursor cursor, Parameters* parameters);
+  Status ReadRegion(Cursor cursor, Parameters* parameters);
+  Status ReadVolumes(Cursor cursor, std::vector<ProgressionVolume>* volumes) const;
+  int ReadComponentNumber(Cursor* cursor) const;
+  static void AddHeaders(Cursor cursor, Numbered* headers);
+  static std::vector<Span> InOrder(Numbered headers);
+
+  // False: no more tile-parts.
+  bool FindTilePart(TilePart* part);
+  Status ReadTilePart(const TilePart& part);
+  void TakePackedHeaders(TileParts* tile);
+
+  const uint8_t* data_;
+  size_t size_;
+  Messages* messages_;
+  size_t position_ = 0;
+  SizeSegment picture_size_;
+  Parameters main_;
+  std::vector<TileParts> tiles_;
+  Numbered packed_;                      // of all tile-parts, as PPM segments hold them
+  std::vector<uint8_t> packed_headers_;  // the same in one piece
+  size_t packed_position_ = 0;
+};
+
+}  // namespace jpeg2000
+
+#endif  // ZEPJP_EXAMPLES_JPEG2000_MARKER_READER_H_
