@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+// Decodes code-blocks and dequantizes their coefficients, in the place where the wavelet wants them.
+#ifndef ZEPJP_EXAMPLES_JPEG2000_BLOCK_DECODER_H_
+#define ZEPJP_EXAMPLES_JPEG2000_BLOCK_DECODER_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "jpeg2000/packet_reader.h"
+#include "zepjp.h"
+
+namespace jpeg2000 {
+
+struct BlockJob {
+  const CodedBlock* block;
+  int orientation;
+  int style;
+  int most_planes;  // with the shift of the region of interest
+  int roi_shift;
+  bool reversible;
+  double scale;  // a step in units of the plane; reversible: 1
+  zepiSize size;
+  int32_t* to;
+  int32_t step;  // from row to row, in bytes
+};
+
+class BlockDecoder {
+ public:
+  // For blocks of up to this size.
+  explicit BlockDecoder(zepiSize most);
+  // False: a damaged part was left out.
+  bool Decode(const BlockJob& job);
+
+ private:
+  void Gather(const CodedBlock& block, int most_passes);
+
+  std::vector<uint8_t> state_;
+  std::vector<uint8_t> bytes_;
+  std::vector<int32_t> lengths_;
+  int passes_ = 0;
+};
+
+}  // namespace jpeg2000
+
+#endif  // ZEPJP_EXAMPLES_JPEG2000_BLOCK_DECODER_H_

@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: MIT
+// All packets of a tile.
+#ifndef ZEPJP_EXAMPLES_JPEG2000_TILE_PACKETS_H_
+#define ZEPJP_EXAMPLES_JPEG2000_TILE_PACKETS_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "jpeg2000/codestream.h"
+#include "jpeg2000/geometry.h"
+#include "jpeg2000/messages.h"
+#include "jpeg2000/packet_reader.h"
+#include "jpeg2000/progression.h"
+#include "jpeg2000/quantization.h"
+
+namespace jpeg2000 {
+
+// What of a tile is wanted.
+struct Wanted {
+  int reduce = 0;  // resolutions to leave out
+  int layers = 0;  // 0: all
+};
+
+class TilePackets {
+ public:
+  struct ForResolution {
+    std::vector<BandSteps> steps;  // of each band
+    std::vector<int> most_planes;  // the same with the shift of a region of interest
+    std::vector<std::unique_ptr<PrecinctBlocks>> precincts;  // null: no packet was met
+  };
+
+  TilePackets(const SizeSegment& size, const Parameters& parameters, const Tile& tile,
+              const Wanted& wanted);
+
+  // Reads until all that is wanted is there or the data ends. Damage is put into one message.
+  void Read(int tile_number, const PacketSource& source, Messages* messages);
+
+  const ForResolution& At(size_t component, size_t resolution) const {
+    return components_[component][resolution];
+  }
+
+ private:
+  enum class Progress { kGoOn, kStop };
+  struct PrecinctState {
+    int layers = 0;     // that packets were met of
+    bool lost = false;  // a header could not be read: what follows cannot be either
+  };
+
+  bool IsWanted(const Packet& packet) const;
+  int64_t CountWanted() const;
+  std::vector<ProgressionVolume> Volumes() const;
+  Progress ReadVolume(const ProgressionVolume& volume);
+  Progress Visit(const Packet& packet);
+  Progress Read(const Packet& packet, PrecinctState* state);
+  void SkipStartMarker();
+  // Goes on at a later packet with a start marker; false: there is none.
+  bool Resume(const uint8_t* from);
+
+  const Parameters& parameters_;
+  const Tile& tile_;
+  Wanted wanted_;
+  std::vector<std::vector<ForResolution>> components_;
+  std::vector<std::vector<std::vector<PrecinctState>>> states_;
+  PacketSource source_;
+  int64_t wanted_left_ = 0;
+  int64_t visits_left_ = 0;
+  int64_t packet_ = 0;     // the number of the one to be read
+  int64_t resume_at_ = 0;  // packets before are lost
+  int64_t lost_packets_ = 0;
+  bool cut_ = false;
+  bool gave_up_ = false;
+};
+
+}  // namespace jpeg2000
+
+#endif  // ZEPJP_EXAMPLES_JPEG2000_TILE_PACKETS_H_
