@@ -30,7 +30,8 @@ void Dequantize(const BlockJob& job, int lost) {
     for (int32_t x = 0; x < job.size.width; ++x) {
       const auto coded = static_cast<uint32_t>(row[x]);
       if (coded == 0) continue;
-      const uint64_t halves = Unshift(uint64_t{coded & ~kSign} << lost, job.roi_shift);
+      const uint64_t halves =
+          Unshift(uint64_t{coded & ~kSign} << std::min(lost, 32), job.roi_shift);
       double value = job.reversible ? static_cast<double>(halves >> 1)
                                     : std::floor(static_cast<double>(halves) * scale + 0.5);
       value = std::min(value, kMostValue);

@@ -24,6 +24,10 @@ class Messages {
   void AddForTile(int tile, const std::string& text) {
     Add("tile " + std::to_string(tile) + ": " + text);
   }
+  void Append(const Messages& others) {
+    for (const std::string& text : others.kept_) Add(text);
+    count_ += others.count_ - static_cast<int64_t>(others.kept_.size());
+  }
   bool empty() const { return count_ == 0; }
   int64_t count() const { return count_; }
   const std::vector<std::string>& kept() const { return kept_; }

@@ -1,0 +1,313 @@
+// SPDX-License-Identifier: MIT
+#include "jpeg2000/boxes.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <utility>
+
+namespace jpeg2000 {
+namespace {
+
+constexpr uint32_t Name(const char (&text)[5]) {
+  uint32_t name = 0;
+  for (int i = 0; i < 4; ++i) name = name << 8 | static_cast<uint8_t>(text[i]);
+  return name;
+}
+
+constexpr uint8_t kSignature[12] = {0, 0, 0, 12, 'j', 'P', ' ', ' ', 13, 10, 0x87, 10};
+constexpr size_t kMostEntries = 1024;
+
+uint64_t Number(const uint8_t* bytes, int count) {
+  uint64_t value = 0;
+  for (int i = 0; i < count; ++i) value = value << 8 | bytes[i];
+  return value;
+}
+
+struct Box {
+  uint32_t name;
+  Span content;
+};
+
+// Takes the first box off; false: there is none.
+bool NextBox(Span* rest, Box* box) {
+  if (rest->size < 8) return false;
+  uint64_t length = Number(rest->data, 4);
+  box->name = static_cast<uint32_t>(Number(rest->data + 4, 4));
+  size_t head = 8;
+  if (length == 1) {
+    if (rest->size < 16) return false;
+    length = Number(rest->data + 8, 8);
+    head = 16;
+  }
+  if (length == 0 || length > rest->size) length = rest->size;  // to the end, or cut off
+  if (length < head) return false;
+  const auto size = static_cast<size_t>(length);
+  box->content = {rest->data + head, size - head};
+  *rest = {rest->data + size, rest->size - size};
+  return true;
+}
+
+ColorSpace Enumerated(uint64_t number) {
+  switch (number) {
+    case 12: return ColorSpace::kCmyk;
+    case 16: return ColorSpace::kRgb;
+    case 17: return ColorSpace::kGrey;
+    case 18: return ColorSpace::kYcc;
+    default: return ColorSpace::kUnknown;
+  }
+}
+
+// The first that is understood counts.
+void ReadColor(const Span& content, Boxes* boxes) {
+  if (content.size < 3) return;
+  const int method = content.data[0];
+  if (method == 1 && content.size >= 7 && boxes->color == ColorSpace::kUnknown) {
+    boxes->color = Enumerated(Number(content.data + 3, 4));
+  }
+  if (method == 2 && boxes->icc_profile.empty()) {
+    boxes->icc_profile.assign(content.data + 3, content.data + content.size);
+  }
+}
+
+bool ReadPalette(const Span& content, Boxes::Palette* palette) {
+  if (content.size < 3) return false;
+  const auto rows = static_cast<size_t>(Number(content.data, 2));
+  const size_t count = content.data[2];
+  if (rows < 1 || rows > kMostEntries || count < 1 || content.size < 3 + count) return false;
+  size_t row_bytes = 0;
+  for (size_t i = 0; i < count; ++i) {
+    const int depth = content.data[3 + i];
+    const int bits = (depth & 127) + 1;
+    if (bits > kMostBits) return false;
+    palette->columns.push_back({bits, depth > 127});
+    row_bytes += bits > 8 ? 2 : 1;
+  }
+  if (content.size < 3 + count + rows * row_bytes) return false;
+  const uint8_t* next = content.data + 3 + count;
+  for (size_t i = 0; i < rows * count; ++i) {
+    const Boxes::Palette::Column& column = palette->columns[i % count];
+    const int bytes = column.bits > 8 ? 2 : 1;
+    auto value = static_cast<int32_t>(Number(next, bytes) & ((uint64_t{1} << column.bits) - 1));
+    if (column.is_signed && value >> (column.bits - 1) != 0) value -= 1 << column.bits;
+    palette->entries.push_back(value);
+    next += bytes;
+  }
+  return true;
+}
+
+void ReadHeaderBox(const Box& box, Messages* messages, Boxes* boxes) {
+  const Span& content = box.content;
+  if (box.name == Name("colr")) ReadColor(content, boxes);
+  if (box.name == Name("pclr") && !ReadPalette(content, &boxes->palette)) {
+    boxes->palette = {};
+    messages->Add("the palette is damaged and was left out");
+  }
+  if (box.name == Name("cmap")) {
+    for (size_t i = 0; i + 4 <= content.size; i += 4) {
+      boxes->mappings.push_back({static_cast<int>(Number(content.data + i, 2)),
+                                 content.data[i + 2] == 1, content.data[i + 3]});
+    }
+  }
+  if (box.name == Name("cdef")) {
+    for (size_t i = 2; i + 6 <= content.size; i += 6) {
+      boxes->definitions.push_back({static_cast<int>(Number(content.data + i, 2)),
+                                    static_cast<int>(Number(content.data + i + 2, 2)),
+                                    static_cast<int>(Number(content.data + i + 4, 2))});
+    }
+  }
+}
+
+Component Mapped(const Component& indexes, const Boxes::Palette& palette, size_t column) {
+  Component made = indexes;
+  made.bits = palette.columns[column].bits;
+  made.is_signed = palette.columns[column].is_signed;
+  const auto last = static_cast<int32_t>(palette.Rows()) - 1;
+  for (int32_t& sample : made.samples) {
+    const auto row = static_cast<size_t>(std::clamp(sample, 0, last));
+    sample = palette.entries[row * palette.columns.size() + column];
+  }
+  return made;
+}
+
+void ApplyPalette(const Boxes& boxes, Messages* messages, Image* image) {
+  if (boxes.palette.columns.empty() || boxes.mappings.empty()) return;
+  const auto fits = [&](const Boxes::Mapping& mapping) {
+    return static_cast<size_t>(mapping.component) < image->components.size() &&
+           (!mapping.uses_palette ||
+            static_cast<size_t>(mapping.column) < boxes.palette.columns.size());
+  };
+  if (boxes.mappings.size() > 4 ||
+      !std::all_of(boxes.mappings.begin(), boxes.mappings.end(), fits)) {
+    messages->Add("the palette does not fit the components and was left out");
+    return;
+  }
+  std::vector<Component> channels;
+  for (const Boxes::Mapping& mapping : boxes.mappings) {
+    const Component& from = image->components[size_t(mapping.component)];
+    channels.push_back(mapping.uses_palette
+                           ? Mapped(from, boxes.palette, static_cast<size_t>(mapping.column))
+                           : from);
+  }
+  image->components = std::move(channels);
+}
+
+// Colours in their order, then opacity.
+void ApplyDefinitions(const Boxes& boxes, Image* image) {
+  const size_t count = image->components.size();
+  std::vector<int> places(count);
+  for (size_t i = 0; i < count; ++i) places[i] = static_cast<int>(i);
+  int alpha = -1;
+  for (const Boxes::Definition& definition : boxes.definitions) {
+    if (static_cast<size_t>(definition.channel) >= count) return;
+    int& place = places[size_t(definition.channel)];
+    if (definition.type == 0 && definition.association > 0) place = definition.association - 1;
+    if (definition.type == 1 || definition.type == 2) {
+      alpha = definition.channel;
+      place = static_cast<int>(count);
+    }
+  }
+  std::vector<size_t> order(count);
+  for (size_t i = 0; i < count; ++i) order[i] = i;
+  std::stable_sort(order.begin(), order.end(),
+                   [&](size_t a, size_t b) { return places[a] < places[b]; });
+  std::vector<Component> channels;
+  for (size_t i = 0; i < count; ++i) {
+    if (static_cast<int>(order[i]) == alpha) image->alpha = static_cast<int>(i);
+    channels.push_back(std::move(image->components[order[i]]));
+  }
+  image->components = std::move(channels);
+}
+
+class BoxWriter {
+ public:
+  // A box stays open until its Close().
+  size_t Open(uint32_t name) {
+    bytes.insert(bytes.end(), 4, 0);
+    Put(name, 4);
+    return bytes.size() - 8;
+  }
+  void Close(size_t box) {
+    const size_t length = bytes.size() - box;
+    for (size_t i = 0; i < 4; ++i) bytes[box + i] = static_cast<uint8_t>(length >> (24 - 8 * i));
+  }
+  void Put(uint32_t value, int count) {
+    for (int i = count; i-- > 0;) bytes.push_back(static_cast<uint8_t>(value >> (8 * i)));
+  }
+  std::vector<uint8_t> bytes;
+};
+
+int Depth(const Component& component) {
+  return (component.is_signed ? 128 : 0) | (component.bits - 1);
+}
+
+void WriteColor(const Image& image, BoxWriter* writer) {
+  const size_t box = writer->Open(Name("colr"));
+  if (!image.icc_profile.empty()) {
+    writer->Put(0x020000, 3);
+    writer->bytes.insert(writer->bytes.end(), image.icc_profile.begin(), image.icc_profile.end());
+  } else {
+    const size_t colors = image.components.size() - (image.alpha >= 0 ? 1 : 0);
+    uint32_t number = colors < 3 ? 17 : 16;
+    if (image.color == ColorSpace::kYcc) number = 18;
+    if (image.color == ColorSpace::kCmyk) number = 12;
+    writer->Put(0x010000, 3);
+    writer->Put(number, 4);
+  }
+  writer->Close(box);
+}
+
+void WriteDefinitions(const Image& image, BoxWriter* writer) {
+  if (image.alpha < 0) return;
+  const size_t box = writer->Open(Name("cdef"));
+  writer->Put(static_cast<uint32_t>(image.components.size()), 2);
+  uint32_t color = 0;
+  for (size_t i = 0; i < image.components.size(); ++i) {
+    const bool is_alpha = static_cast<int>(i) == image.alpha;
+    writer->Put(static_cast<uint32_t>(i), 2);
+    writer->Put(is_alpha ? 1 : 0, 2);
+    writer->Put(is_alpha ? 0 : ++color, 2);
+  }
+  writer->Close(box);
+}
+
+void WriteHeader(const Image& image, BoxWriter* writer) {
+  const std::vector<Component>& components = image.components;
+  const bool same = std::all_of(components.begin(), components.end(), [&](const Component& c) {
+    return Depth(c) == Depth(components[0]);
+  });
+  const size_t header = writer->Open(Name("jp2h"));
+  const size_t box = writer->Open(Name("ihdr"));
+  writer->Put(static_cast<uint32_t>(image.y1 - image.y0), 4);
+  writer->Put(static_cast<uint32_t>(image.x1 - image.x0), 4);
+  writer->Put(static_cast<uint32_t>(components.size()), 2);
+  writer->Put(same ? static_cast<uint32_t>(Depth(components[0])) : 255, 1);
+  const bool is_known = image.color != ColorSpace::kUnknown || !image.icc_profile.empty();
+  writer->Put(7, 1);
+  writer->Put(is_known ? 0 : 1, 1);
+  writer->Put(0, 1);
+  writer->Close(box);
+  if (!same) {
+    const size_t depths = writer->Open(Name("bpcc"));
+    for (const Component& c : components) writer->Put(static_cast<uint32_t>(Depth(c)), 1);
+    writer->Close(depths);
+  }
+  WriteColor(image, writer);
+  WriteDefinitions(image, writer);
+  writer->Close(header);
+}
+
+}  // namespace
+
+Status ReadBoxes(const uint8_t* data, size_t size, Messages* messages, Boxes* boxes) {
+  if (size >= 2 && data[0] == 0xFF && data[1] == 0x4F) {
+    boxes->codestream = {data, size};
+    return Status();
+  }
+  if (size < sizeof(kSignature) || std::memcmp(data, kSignature, 4) != 0 ||
+      std::memcmp(data + 4, kSignature + 4, 8) != 0) {
+    return Status::Error("neither a JPEG 2000 codestream nor a JP2 file");
+  }
+  boxes->is_jp2 = true;
+  Span rest = {data + sizeof(kSignature), size - sizeof(kSignature)};
+  Box box{};
+  while (NextBox(&rest, &box)) {
+    if (box.name == Name("jp2h")) {
+      Span inner = box.content;
+      Box part{};
+      while (NextBox(&inner, &part)) ReadHeaderBox(part, messages, boxes);
+    }
+    if (box.name == Name("jp2c")) {
+      boxes->codestream = box.content;
+      return Status();
+    }
+  }
+  return Status::Error("the JP2 file has no codestream in it");
+}
+
+void ApplyBoxes(const Boxes& boxes, Messages* messages, Image* image) {
+  ApplyPalette(boxes, messages, image);
+  image->alpha = -1;
+  ApplyDefinitions(boxes, image);
+  image->color = boxes.color;
+  image->icc_profile = boxes.icc_profile;
+}
+
+Status WriteBoxes(const Image& image, const std::vector<uint8_t>& codestream, ByteBuffer* file) {
+  BoxWriter writer;
+  writer.bytes.assign(kSignature, kSignature + sizeof(kSignature));
+  const size_t type = writer.Open(Name("ftyp"));
+  writer.Put(Name("jp2 "), 4);
+  writer.Put(0, 4);
+  writer.Put(Name("jp2 "), 4);
+  writer.Close(type);
+  WriteHeader(image, &writer);
+  if (codestream.size() > 0xFFFFFFFF - 8) return Status::Error("too large for a JP2 file");
+  writer.Put(static_cast<uint32_t>(codestream.size()) + 8, 4);
+  writer.Put(Name("jp2c"), 4);
+  const bool fits = file->Resize(0) && file->Append(writer.bytes.data(), writer.bytes.size()) &&
+                    file->Append(codestream.data(), codestream.size());
+  return fits ? Status() : Status::NoMemory();
+}
+
+}  // namespace jpeg2000
