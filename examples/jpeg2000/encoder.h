@@ -23,7 +23,7 @@ struct EncodeOptions {
   // The bytes of the whole file up to and with each quality layer, in rising order; 0: all coding
   // passes. One layer with 0 and `reversible`: without loss.
   std::vector<size_t> layer_bytes = {0};
-  int levels = 5;  // fewer where a tile is small
+  int levels = 5;
   int block_width_log2 = 6;
   int block_height_log2 = 6;
   int block_style = 0;  // of BlockStyle
