@@ -2,7 +2,6 @@
 #include "jpeg2000/block_decoder.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace jpeg2000 {
 namespace {
@@ -11,8 +10,8 @@ constexpr int kConceal = 0x10000;
 constexpr int kKeepMidpoints = 0x40000;
 constexpr int kMostDecodedPlanes = 31;
 constexpr uint32_t kSign = 0x80000000;
-// Far beyond what a picture gives, and low enough for the sums of a transform.
-constexpr double kMostValue = 1 << 29;
+// Far beyond what a picture gives.
+constexpr uint64_t kMostInteger = 1 << 29;
 
 // A magnitude in half steps. Samples of the region of interest were shifted above all others; what lies
 // between two of their values is again half a step.
@@ -22,30 +21,34 @@ uint64_t Unshift(uint64_t halves, int roi_shift) {
   return halves >> roi_shift | (rest != 0 ? 1 : 0);
 }
 
-// In place; `lost` planes lie below the decoded ones.
-void Dequantize(const BlockJob& job, int lost) {
-  const double scale = job.scale / 2;
-  for (int32_t y = 0; y < job.size.height; ++y) {
-    int32_t* row = job.to + ptrdiff_t{job.step / 4} * y;
-    for (int32_t x = 0; x < job.size.width; ++x) {
-      const auto coded = static_cast<uint32_t>(row[x]);
-      if (coded == 0) continue;
-      const uint64_t halves =
-          Unshift(uint64_t{coded & ~kSign} << std::min(lost, 32), job.roi_shift);
-      double value = job.reversible ? static_cast<double>(halves >> 1)
-                                    : std::floor(static_cast<double>(halves) * scale + 0.5);
-      value = std::min(value, kMostValue);
-      row[x] = static_cast<int32_t>((coded & kSign) != 0 ? -value : value);
-    }
-  }
-}
-
 }  // namespace
 
 BlockDecoder::BlockDecoder(zepiSize most) {
   int32_t size = 0;
   zepiDecodeGetBufSize_JPEG2K(most, &size);
   state_.resize(static_cast<size_t>(size));
+  samples_.resize(static_cast<size_t>(most.width) * static_cast<size_t>(most.height));
+}
+
+// `lost` planes lie below the decoded ones.
+void BlockDecoder::Dequantize(const BlockJob& job, int lost) {
+  const double scale = job.quantizer_step / 2;
+  const int32_t* from = samples_.data();
+  for (int64_t y = 0; y < job.size.height; ++y) {
+    for (int64_t x = y * job.row_step; x < y * job.row_step + job.size.width; ++x) {
+      const auto coded = static_cast<uint32_t>(*from++);
+      const uint64_t halves =
+          Unshift(uint64_t{coded & ~kSign} << std::min(lost, 32), job.roi_shift);
+      const bool negative = (coded & kSign) != 0;
+      if (job.reversible) {
+        const auto value = static_cast<int32_t>(std::min(halves >> 1, kMostInteger));
+        job.integers[x] = negative ? -value : value;
+      } else {
+        const double value = static_cast<double>(halves) * scale;
+        job.reals[x] = static_cast<float>(negative ? -value : value);
+      }
+    }
+  }
 }
 
 void BlockDecoder::Gather(const CodedBlock& block, int most_passes) {
@@ -69,9 +72,9 @@ bool BlockDecoder::Decode(const BlockJob& job) {
   const int decoded = std::min(planes, kMostDecodedPlanes);
   Gather(*job.block, 3 * decoded - 2);
   const zepStatus status = zepiDecodeCodeBlock_JPEG2K_1u32s_C1R(
-      bytes_.data(), job.to, job.step, job.size, job.orientation, decoded, passes_, lengths_.data(),
-      static_cast<int32_t>(lengths_.size()), job.style | kConceal | kKeepMidpoints, nullptr,
-      state_.data());
+      bytes_.data(), samples_.data(), 4 * job.size.width, job.size, job.orientation, decoded,
+      passes_, lengths_.data(), static_cast<int32_t>(lengths_.size()),
+      job.style | kConceal | kKeepMidpoints, nullptr, state_.data());
   Dequantize(job, planes - decoded);
   return status == zepStatusOk;
 }

@@ -19,10 +19,12 @@ struct BlockJob {
   int most_planes;  // with the shift of the region of interest
   int roi_shift;
   bool reversible;
-  double scale;  // a step in units of the plane; reversible: 1
+  double quantizer_step;
   zepiSize size;
-  int32_t* to;
-  int32_t step;  // from row to row, in bytes
+  // Where the coefficients go, one of the two, and how far its rows lie apart.
+  int32_t* integers;
+  float* reals;
+  int64_t row_step;
 };
 
 class BlockDecoder {
@@ -33,9 +35,11 @@ class BlockDecoder {
   bool Decode(const BlockJob& job);
 
  private:
+  void Dequantize(const BlockJob& job, int lost);
   void Gather(const CodedBlock& block, int most_passes);
 
   std::vector<uint8_t> state_;
+  std::vector<int32_t> samples_;
   std::vector<uint8_t> bytes_;
   std::vector<int32_t> lengths_;
   int passes_ = 0;

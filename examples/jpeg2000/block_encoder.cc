@@ -42,14 +42,15 @@ BlockEncoder::~BlockEncoder() {
 }
 
 // Below the planes that are coded, the fraction of a step counts for the distortion.
-void BlockEncoder::Quantize(const BlockSource& source) {
-  const double scale = std::ldexp(source.scale, kMagnitudeBits - source.most_planes);
+template <class T>
+void BlockEncoder::Quantize(const T* from, const BlockSource& source) {
+  const double scale = std::ldexp(1 / source.quantizer_step, kMagnitudeBits - source.most_planes);
   constexpr double kMost = 0x7FFFFFFF;
   int32_t* to = samples_.data();
   for (int32_t y = 0; y < source.size.height; ++y) {
-    const int32_t* from = source.from + source.step * y;
+    const T* row = from + source.row_step * y;
     for (int32_t x = 0; x < source.size.width; ++x) {
-      const double value = from[x] * scale;
+      const double value = row[x] * scale;
       const auto magnitude = static_cast<uint32_t>(std::min(std::fabs(value), kMost));
       *to++ = static_cast<int32_t>(value < 0 ? magnitude | kSign : magnitude);
     }
@@ -68,7 +69,11 @@ void BlockEncoder::StoreBytes(EncodedBlock* block) {
 }
 
 void BlockEncoder::Encode(const BlockSource& source, EncodedBlock* block) {
-  Quantize(source);
+  if (source.integers != nullptr) {
+    Quantize(source.integers, source);
+  } else {
+    Quantize(source.reals, source);
+  }
   int32_t planes = 0, passes = 0, segments = 0;
   zepiEncodeLoadCodeBlock_JPEG2K_32s_C1R(samples_.data(), 4 * source.size.width, source.size,
                                          state_, source.orientation, source.most_planes, 0, 0,

@@ -12,13 +12,15 @@
 namespace jpeg2000 {
 
 struct BlockSource {
-  const int32_t* from;
-  int64_t step;  // from row to row, in coefficients
+  // Where the coefficients are, one of the two, and how far its rows lie apart.
+  const int32_t* integers;
+  const float* reals;
+  int64_t row_step;
   zepiSize size;
   int orientation;
   int style;
   int most_planes;
-  double scale;   // quantizer steps for one unit of the plane
+  double quantizer_step;
   double weight;  // squared error in the picture for that of one step
 };
 
@@ -34,7 +36,8 @@ class BlockEncoder {
   void Encode(const BlockSource& source, EncodedBlock* block);
 
  private:
-  void Quantize(const BlockSource& source);
+  template <class T>
+  void Quantize(const T* from, const BlockSource& source);
   void StoreBytes(EncodedBlock* block);
 
   zepiEncodeStateJPEG2K* state_ = nullptr;

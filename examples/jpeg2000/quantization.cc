@@ -153,7 +153,4 @@ double ComponentNorm(bool reversible, bool transforms_components, size_t compone
   return component == 1 ? std::hypot(0.34413, 1.772) : std::hypot(0.71414, 1.402);
 }
 
-// A line's coefficients grow by less than 2.6 inside the lifting steps to 4.2 times the samples.
-int FractionBits(int bits) { return std::min(13, 26 - bits); }
-
 }  // namespace jpeg2000

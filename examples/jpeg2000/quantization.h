@@ -28,9 +28,6 @@ double SynthesisNorm(bool reversible, int level, int orientation);
 // The same for a component, from behind the component transform.
 double ComponentNorm(bool reversible, bool transforms_components, size_t component);
 
-// Fractional bits of samples and coefficients in the irreversible transform.
-int FractionBits(int bits);
-
 }  // namespace jpeg2000
 
 #endif  // ZEPJP_EXAMPLES_JPEG2000_QUANTIZATION_H_

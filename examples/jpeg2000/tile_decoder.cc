@@ -9,6 +9,7 @@
 
 #include "jpeg2000/block_decoder.h"
 #include "jpeg2000/parallel.h"
+#include "jpeg2000/plane.h"
 #include "jpeg2000/wavelet.h"
 
 namespace jpeg2000 {
@@ -50,13 +51,14 @@ class TileDecoder {
   int Highest(size_t component) const {
     return tile_.components[component].levels() - wanted_.reduce;
   }
+  // What is decoded of a component, on its own grid.
+  const Rect& AreaOf(size_t component) const {
+    return tile_.components[component].resolutions[size_t(Highest(component))].area;
+  }
   const Parameters::ForComponent& Own(size_t component) const {
     return parameters_.components[component];
   }
-  // Fractional bits of the plane.
-  int Fraction(size_t component) const {
-    return Own(component).coding.reversible ? 0 : FractionBits(size_.components[component].bits);
-  }
+  bool IsReversible(size_t component) const { return Own(component).coding.reversible; }
 
   const SizeSegment& size_;
   const TileParts& parts_;
@@ -68,7 +70,7 @@ class TileDecoder {
   Image* image_;
   Tile tile_;
   std::vector<uint8_t> joined_body_, joined_header_;
-  std::vector<Plane> planes_;
+  std::vector<AnyPlane> planes_;
 };
 
 size_t TotalSize(const std::vector<Span>& spans) {
@@ -118,8 +120,7 @@ Status TileDecoder::Decode() {
   packets.Read(number_, Source(), messages_);
   planes_.resize(tile_.components.size());
   for (size_t c = 0; c < planes_.size(); ++c) {
-    const Rect& area = tile_.components[c].resolutions[size_t(Highest(c))].area;
-    planes_[c].Resize(std::max<int64_t>(0, area.width()), std::max<int64_t>(0, area.height()));
+    planes_[c].Resize(IsReversible(c), AreaOf(c));
   }
   Status status = DecodeBlocks(MakeJobs(packets));
   if (status.ok()) status = InverseWavelets();
@@ -141,7 +142,7 @@ void TileDecoder::AddJobs(const TilePackets& packets, size_t component, int reso
                           std::vector<BlockJob>* jobs) {
   const Resolution& geometry = tile_.components[component].resolutions[size_t(resolution)];
   const TilePackets::ForResolution& read = packets.At(component, size_t(resolution));
-  Plane& plane = planes_[component];
+  AnyPlane& plane = planes_[component];
   for (const auto& precinct : read.precincts) {
     for (size_t b = 0; precinct != nullptr && b < geometry.bands.size(); ++b) {
       const Band& band = geometry.bands[b];
@@ -156,12 +157,17 @@ void TileDecoder::AddJobs(const TilePackets& packets, size_t component, int reso
         job.style = Own(component).coding.block_style;
         job.most_planes = read.most_planes[b];
         job.roi_shift = Own(component).roi_shift;
-        job.reversible = Own(component).coding.reversible;
-        job.scale = std::ldexp(read.steps[b].step, Fraction(component));
+        job.reversible = IsReversible(component);
+        job.quantizer_step = read.steps[b].step;
         job.size = {static_cast<int32_t>(area.width()), static_cast<int32_t>(area.height())};
-        job.to =
-            plane.At(band.plane_x + area.x0 - band.area.x0, band.plane_y + area.y0 - band.area.y0);
-        job.step = plane.Step();
+        const int64_t x = band.plane_x + area.x0 - band.area.x0;
+        const int64_t y = band.plane_y + area.y0 - band.area.y0;
+        job.row_step = AreaOf(component).width();
+        if (job.reversible) {
+          job.integers = plane.integers.At(x, y);
+        } else {
+          job.reals = plane.reals.At(x, y);
+        }
         jobs->push_back(job);
       }
     }
@@ -188,51 +194,73 @@ Status TileDecoder::DecodeBlocks(const std::vector<BlockJob>& jobs) {
 Status TileDecoder::InverseWavelets() {
   return RunParallel(threads_, planes_.size(), [&] {
     return [&](size_t c) {
-      InverseWavelet(tile_.components[c], Own(c).coding.reversible, Highest(c), &planes_[c]);
+      const TileComponent& component = tile_.components[c];
+      if (IsReversible(c)) {
+        InverseWavelet(component, Highest(c), &planes_[c].integers);
+      } else {
+        InverseWavelet(component, Highest(c), &planes_[c].reals);
+      }
     };
   });
+}
+
+template <class T>
+void InverseOf(zepStatus(ZEP_CALL* transform)(T* const*, int32_t, zepiSize), Plane<T>* c0,
+               Plane<T>* c1, Plane<T>* c2) {
+  if (c0->empty()) return;
+  T* const planes[3] = {c0->At(0, 0), c1->At(0, 0), c2->At(0, 0)};
+  transform(planes, c0->StepInBytes(),
+            {static_cast<int32_t>(c0->width()), static_cast<int32_t>(c0->height())});
 }
 
 void TileDecoder::InverseComponents() {
   if (!parameters_.tile.transforms_components) return;
   bool fits = planes_.size() >= 3;
   for (size_t c = 1; fits && c < 3; ++c) {
-    fits = planes_[c].width == planes_[0].width && planes_[c].height == planes_[0].height &&
-           Own(c).coding.reversible == Own(0).coding.reversible && Fraction(c) == Fraction(0);
+    fits = AreaOf(c).width() == AreaOf(0).width() && AreaOf(c).height() == AreaOf(0).height() &&
+           IsReversible(c) == IsReversible(0);
   }
   if (!fits) {
     messages_->AddForTile(number_, "its components differ too much for their transform");
-    return;
+  } else if (IsReversible(0)) {
+    InverseOf(zepiRCTInv_JPEG2K_32s_P3IR, &planes_[0].integers, &planes_[1].integers,
+              &planes_[2].integers);
+  } else {
+    InverseOf(zepiICTInv_JPEG2K_32f_P3IR, &planes_[0].reals, &planes_[1].reals, &planes_[2].reals);
   }
-  if (planes_[0].values.empty()) return;
-  int32_t* const planes[3] = {planes_[0].values.data(), planes_[1].values.data(),
-                              planes_[2].values.data()};
-  const zepiSize size = {static_cast<int32_t>(planes_[0].width),
-                         static_cast<int32_t>(planes_[0].height)};
-  const auto inverse =
-      Own(0).coding.reversible ? zepiRCTInv_JPEG2K_32s_P3IR : zepiICTInv_JPEG2K_32s_P3IR;
-  inverse(planes, planes_[0].Step(), size);
+}
+
+int32_t Rounded(int32_t value) { return value; }
+// Within the bounds that clamping needs; not a number becomes a bound as well.
+int32_t Rounded(float value) {
+  constexpr float kMost = 1 << 20;
+  return static_cast<int32_t>(std::lrint(std::max(-kMost, std::min(value, kMost))));
+}
+
+template <class T>
+void StoreSamples(const Plane<T>& plane, const SizeSegment::ComponentSize& sizes, int64_t left,
+                  int64_t top, Component* component) {
+  const int32_t offset = sizes.is_signed ? 0 : 1 << (sizes.bits - 1);
+  const int32_t half = 1 << (sizes.bits - 1);
+  for (int64_t y = 0; y < plane.height(); ++y) {
+    const T* from = plane.At(0, y);
+    int32_t* to = component->Row(static_cast<int>(top + y)) + left;
+    for (int64_t x = 0; x < plane.width(); ++x) {
+      to[x] = std::clamp(Rounded(from[x]), -half, half - 1) + offset;
+    }
+  }
 }
 
 void TileDecoder::Store(size_t component) {
   const SizeSegment::ComponentSize& sizes = size_.components[component];
-  const Rect& area = tile_.components[component].resolutions[size_t(Highest(component))].area;
   const Rect whole = ComponentArea({size_.x0, size_.y0, size_.x1, size_.y1}, sizes.dx, sizes.dy);
-  const int64_t left = area.x0 - CeilShift(whole.x0, wanted_.reduce);
-  const int64_t top = area.y0 - CeilShift(whole.y0, wanted_.reduce);
-  const int fraction = Fraction(component);
-  const int32_t half = fraction > 0 ? 1 << (fraction - 1) : 0;
-  const int32_t offset = sizes.is_signed ? 0 : 1 << (sizes.bits - 1);
-  const int32_t lowest = offset - (1 << (sizes.bits - 1));
-  const int32_t highest = offset + (1 << (sizes.bits - 1)) - 1;
-  const Plane& plane = planes_[component];
-  for (int64_t y = 0; y < plane.height; ++y) {
-    const int32_t* from = plane.At(0, y);
-    int32_t* to = image_->components[component].Row(static_cast<int>(top + y)) + left;
-    for (int64_t x = 0; x < plane.width; ++x) {
-      const int64_t sample = ((int64_t{from[x]} + half) >> fraction) + offset;
-      to[x] = static_cast<int32_t>(std::clamp<int64_t>(sample, lowest, highest));
-    }
+  const int64_t left = AreaOf(component).x0 - CeilShift(whole.x0, wanted_.reduce);
+  const int64_t top = AreaOf(component).y0 - CeilShift(whole.y0, wanted_.reduce);
+  Component* to = &image_->components[component];
+  if (IsReversible(component)) {
+    StoreSamples(planes_[component].integers, sizes, left, top, to);
+  } else {
+    StoreSamples(planes_[component].reals, sizes, left, top, to);
   }
 }
 

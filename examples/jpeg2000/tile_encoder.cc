@@ -2,19 +2,37 @@
 #include "jpeg2000/tile_encoder.h"
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 #include "jpeg2000/marker_writer.h"
 #include "jpeg2000/parallel.h"
 #include "jpeg2000/progression.h"
 #include "jpeg2000/quantization.h"
+#include "jpeg2000/wavelet.h"
 
 namespace jpeg2000 {
 namespace {
 
-int FractionOf(const ComponentCoding& coding, int bits) {
-  return coding.reversible ? 0 : FractionBits(bits);
+template <class T>
+void LoadPlane(const Component& component, int64_t left, int64_t top, Plane<T>* plane) {
+  const int32_t half = 1 << (component.bits - 1);
+  const int32_t offset = component.is_signed ? 0 : half;
+  for (int64_t y = 0; y < plane->height(); ++y) {
+    const int32_t* from = component.Row(static_cast<int>(top + y)) + left;
+    T* to = plane->At(0, y);
+    for (int64_t x = 0; x < plane->width(); ++x) {
+      to[x] = static_cast<T>(std::clamp(from[x] - offset, -half, half - 1));
+    }
+  }
+}
+
+template <class T>
+void ForwardOf(zepStatus(ZEP_CALL* transform)(T* const*, int32_t, zepiSize), Plane<T>* c0,
+               Plane<T>* c1, Plane<T>* c2) {
+  if (c0->empty()) return;
+  T* const planes[3] = {c0->At(0, 0), c1->At(0, 0), c2->At(0, 0)};
+  transform(planes, c0->StepInBytes(),
+            {static_cast<int32_t>(c0->width()), static_cast<int32_t>(c0->height())});
 }
 
 }  // namespace
@@ -27,7 +45,11 @@ Status TileEncoder::Code(const Image& image, size_t threads) {
   if (parameters_.tile.transforms_components) ForwardComponents();
   Status status = RunParallel(threads, planes_.size(), [&] {
     return [&](size_t c) {
-      ForwardWavelet(tile_.components[c], Own(c).coding.reversible, &planes_[c]);
+      if (IsReversible(c)) {
+        ForwardWavelet(tile_.components[c], &planes_[c].integers);
+      } else {
+        ForwardWavelet(tile_.components[c], &planes_[c].reals);
+      }
     };
   });
   if (!status.ok()) return status;
@@ -44,30 +66,24 @@ void TileEncoder::LoadSamples(const Image& image) {
     const SizeSegment::ComponentSize& sizes = size_.components[c];
     const Rect& area = tile_.components[c].area;
     const Rect whole = ComponentArea({size_.x0, size_.y0, size_.x1, size_.y1}, sizes.dx, sizes.dy);
-    planes_[c].Resize(std::max<int64_t>(0, area.width()), std::max<int64_t>(0, area.height()));
-    const int32_t half = 1 << (sizes.bits - 1);
-    const int32_t offset = sizes.is_signed ? 0 : half;
-    const int32_t unit = 1 << FractionOf(Own(c).coding, sizes.bits);
-    for (int64_t y = 0; y < planes_[c].height; ++y) {
-      const int32_t* from =
-          image.components[c].Row(static_cast<int>(area.y0 - whole.y0 + y)) + (area.x0 - whole.x0);
-      int32_t* to = planes_[c].At(0, y);
-      for (int64_t x = 0; x < planes_[c].width; ++x) {
-        to[x] = std::clamp(from[x] - offset, -half, half - 1) * unit;
-      }
+    planes_[c].Resize(IsReversible(c), area);
+    const int64_t left = area.x0 - whole.x0;
+    const int64_t top = area.y0 - whole.y0;
+    if (IsReversible(c)) {
+      LoadPlane(image.components[c], left, top, &planes_[c].integers);
+    } else {
+      LoadPlane(image.components[c], left, top, &planes_[c].reals);
     }
   }
 }
 
 void TileEncoder::ForwardComponents() {
-  if (planes_[0].values.empty()) return;
-  int32_t* const planes[3] = {planes_[0].values.data(), planes_[1].values.data(),
-                              planes_[2].values.data()};
-  const zepiSize size = {static_cast<int32_t>(planes_[0].width),
-                         static_cast<int32_t>(planes_[0].height)};
-  const auto forward =
-      Own(0).coding.reversible ? zepiRCTFwd_JPEG2K_32s_P3IR : zepiICTFwd_JPEG2K_32s_P3IR;
-  forward(planes, planes_[0].Step(), size);
+  if (IsReversible(0)) {
+    ForwardOf(zepiRCTFwd_JPEG2K_32s_P3IR, &planes_[0].integers, &planes_[1].integers,
+              &planes_[2].integers);
+  } else {
+    ForwardOf(zepiICTFwd_JPEG2K_32f_P3IR, &planes_[0].reals, &planes_[1].reals, &planes_[2].reals);
+  }
 }
 
 BlockSource TileEncoder::SourceOf(size_t component, size_t resolution, const Band& band,
@@ -79,16 +95,20 @@ BlockSource TileEncoder::SourceOf(size_t component, size_t resolution, const Ban
   const double norm =
       SynthesisNorm(coding.reversible, band.level, band.orientation) *
       ComponentNorm(coding.reversible, parameters_.tile.transforms_components, component);
-  const Plane& plane = planes_[component];
+  const int64_t x = band.plane_x + area.x0 - band.area.x0;
+  const int64_t y = band.plane_y + area.y0 - band.area.y0;
   BlockSource source{};
-  source.from =
-      plane.At(band.plane_x + area.x0 - band.area.x0, band.plane_y + area.y0 - band.area.y0);
-  source.step = plane.width;
+  if (coding.reversible) {
+    source.integers = planes_[component].integers.At(x, y);
+  } else {
+    source.reals = planes_[component].reals.At(x, y);
+  }
+  source.row_step = tile_.components[component].area.width();
   source.size = {static_cast<int32_t>(area.width()), static_cast<int32_t>(area.height())};
   source.orientation = band.orientation;
   source.style = coding.block_style;
   source.most_planes = steps.most_planes;
-  source.scale = std::ldexp(1 / steps.step, -FractionOf(coding, bits));
+  source.quantizer_step = steps.step;
   source.weight = steps.step * steps.step * norm * norm;
   return source;
 }

@@ -14,7 +14,7 @@
 #include "jpeg2000/geometry.h"
 #include "jpeg2000/image.h"
 #include "jpeg2000/packet_writer.h"
-#include "jpeg2000/wavelet.h"
+#include "jpeg2000/plane.h"
 
 namespace jpeg2000 {
 
@@ -43,6 +43,7 @@ class TileEncoder {
                        const Rect& area) const;
   Status CodeBlocks(size_t threads);
   size_t MarkerBytes() const;
+  bool IsReversible(size_t component) const { return Own(component).coding.reversible; }
   const Parameters::ForComponent& Own(size_t component) const {
     return parameters_.components[component];
   }
@@ -50,7 +51,7 @@ class TileEncoder {
   const SizeSegment& size_;
   const Parameters& parameters_;
   Tile tile_;
-  std::vector<Plane> planes_;
+  std::vector<AnyPlane> planes_;
   std::deque<EncodedBlock> blocks_;
   std::vector<BlockSource> sources_;  // of each block
   std::vector<std::vector<PrecinctsOfResolution>> precincts_;
