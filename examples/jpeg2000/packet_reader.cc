@@ -137,7 +137,12 @@ PacketResult ReadPacket(const PacketFormat& format, int layer, bool keep, Precin
   }
   const uint8_t* behind = bits.Finish();
   if (!good || bits.failed()) return bits.failed() ? PacketResult::kCut : PacketResult::kBroken;
-  if (format.uses_eph && end - behind >= 2 && behind[0] == 0xFF && behind[1] == 0x92) behind += 2;
+  if (format.uses_eph) {
+    const bool has_marker = end - behind >= 2 && behind[0] == 0xFF && behind[1] == (kEph & 0xFF);
+    if (!has_marker && source->met_header_end) return PacketResult::kBroken;
+    source->met_header_end |= has_marker;
+    if (has_marker) behind += 2;
+  }
   headers = {behind, static_cast<size_t>(end - behind)};
   return ReadBody(pieces, keep, &source->body);
 }

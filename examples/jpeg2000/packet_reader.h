@@ -52,6 +52,7 @@ struct PacketSource {
   Span body;
   Span header;
   bool has_own_headers = false;
+  bool met_header_end = false;  // a marker behind a header; then there must be one behind each
   Span& Headers() { return has_own_headers ? header : body; }
 };
 

@@ -12,6 +12,7 @@ constexpr int64_t kVisitsForByte = 16;
 constexpr int64_t kFreeVisits = 1 << 22;
 // How far the number in a start marker may be ahead before it is taken for chance.
 constexpr int64_t kMostSkipped = 4096;
+constexpr size_t kStartMarkerSize = 6;
 
 std::vector<BandSteps> StepsOfBands(const SizeSegment& size, const Parameters& parameters,
                                     size_t component, size_t resolution,
@@ -119,25 +120,24 @@ TilePackets::Progress TilePackets::Visit(const Packet& packet) {
 }
 
 TilePackets::Progress TilePackets::Read(const Packet& packet, PrecinctState* state) {
-  if (packet_ < resume_at_) state->lost = true;
-  if (state->lost) {
-    ++lost_packets_;
-    return packet_ < resume_at_ || Resume(source_.body.data) ? Progress::kGoOn : Progress::kStop;
-  }
-  const Resolution& geometry =
-      tile_.components[size_t(packet.component)].resolutions[size_t(packet.resolution)];
-  ForResolution& resolution = components_[size_t(packet.component)][size_t(packet.resolution)];
-  std::unique_ptr<PrecinctBlocks>& blocks = resolution.precincts[size_t(packet.precinct)];
-  if (blocks == nullptr) blocks = std::make_unique<PrecinctBlocks>(geometry, packet.precinct);
-  SkipStartMarker();
-  const PacketFormat format = {parameters_.components[size_t(packet.component)].coding.block_style,
-                               parameters_.tile.uses_eph, resolution.most_planes.data()};
+  PacketResult result = PacketResult::kBroken;
   const uint8_t* begin = source_.body.data;
-  const PacketResult result =
-      ReadPacket(format, packet.layer, IsWanted(packet), blocks.get(), &source_);
+  if (packet_ >= resume_at_ && !state->lost) {
+    if (TakeStartMarker()) {
+      begin = source_.body.data;
+      result = ReadAt(packet);
+      last_state_ = state;
+    } else {
+      // The packet before was not what it seemed to be.
+      last_state_->lost = true;
+      ++lost_packets_;
+      begin = last_start_;
+      if (Resume(begin, 0) && resume_at_ == packet_) return Read(packet, state);
+    }
+  }
   if (result == PacketResult::kRead) return Progress::kGoOn;
   state->lost = true;
-  if (Resume(begin)) {
+  if (packet_ < resume_at_ || Resume(begin, 1)) {
     ++lost_packets_;
     return Progress::kGoOn;
   }
@@ -149,21 +149,40 @@ TilePackets::Progress TilePackets::Read(const Packet& packet, PrecinctState* sta
   return Progress::kStop;
 }
 
-void TilePackets::SkipStartMarker() {
-  Span& body = source_.body;
-  constexpr size_t kSize = 6;
-  if (!parameters_.tile.uses_sop || body.size < kSize) return;
-  if (body.data[0] != 0xFF || body.data[1] != (kSop & 0xFF)) return;
-  body = {body.data + kSize, body.size - kSize};
+PacketResult TilePackets::ReadAt(const Packet& packet) {
+  const auto component = size_t(packet.component), number = size_t(packet.resolution);
+  const Resolution& geometry = tile_.components[component].resolutions[number];
+  ForResolution& resolution = components_[component][number];
+  std::unique_ptr<PrecinctBlocks>& blocks = resolution.precincts[size_t(packet.precinct)];
+  if (blocks == nullptr) blocks = std::make_unique<PrecinctBlocks>(geometry, packet.precinct);
+  const PacketFormat format = {parameters_.components[component].coding.block_style,
+                               parameters_.tile.uses_eph, resolution.most_planes.data()};
+  return ReadPacket(format, packet.layer, IsWanted(packet), blocks.get(), &source_);
 }
 
-bool TilePackets::Resume(const uint8_t* from) {
-  if (!parameters_.tile.uses_sop || source_.has_own_headers) return false;
+int64_t TilePackets::NumberAhead(const uint8_t* at) const {
+  if (at[0] != 0xFF || at[1] != (kSop & 0xFF) || at[2] != 0 || at[3] != 4) return -1;
+  return ((at[4] << 8 | at[5]) - packet_) & 0xFFFF;
+}
+
+// A file that may have them need not, and where headers stand apart they help nothing.
+bool TilePackets::TakeStartMarker() {
+  Span& body = source_.body;
+  if (!parameters_.tile.uses_sop) return true;
+  if (body.size >= kStartMarkerSize && NumberAhead(body.data) == 0) {
+    body = {body.data + kStartMarkerSize, body.size - kStartMarkerSize};
+    last_start_ = body.data;
+    return true;
+  }
+  return last_state_ == nullptr || last_start_ == nullptr || source_.has_own_headers;
+}
+
+bool TilePackets::Resume(const uint8_t* from, int64_t least_ahead) {
+  if (last_start_ == nullptr || source_.has_own_headers) return false;
   const uint8_t* const end = source_.body.data + source_.body.size;
-  for (const uint8_t* at = from; end - at >= 6; ++at) {
-    if (at[0] != 0xFF || at[1] != (kSop & 0xFF) || at[2] != 0 || at[3] != 4) continue;
-    const int64_t ahead = ((at[4] << 8 | at[5]) - packet_) & 0xFFFF;
-    if (ahead == 0 || ahead > kMostSkipped) continue;
+  for (const uint8_t* at = from; end - at >= ptrdiff_t{kStartMarkerSize}; ++at) {
+    const int64_t ahead = NumberAhead(at);
+    if (ahead < least_ahead || ahead > kMostSkipped) continue;
     source_.body = {at, static_cast<size_t>(end - at)};
     resume_at_ = packet_ + ahead;
     return true;

@@ -54,9 +54,15 @@ class TilePackets {
   Progress ReadVolume(const ProgressionVolume& volume);
   Progress Visit(const Packet& packet);
   Progress Read(const Packet& packet, PrecinctState* state);
-  void SkipStartMarker();
-  // Goes on at a later packet with a start marker; false: there is none.
-  bool Resume(const uint8_t* from);
+  // Reads the packet that begins here.
+  PacketResult ReadAt(const Packet& packet);
+  // Takes the start marker of the packet off; false: the packet is not here.
+  bool TakeStartMarker();
+  // The number in the start marker at `at`, less that of the packet to be read; negative: no marker.
+  int64_t NumberAhead(const uint8_t* at) const;
+  // Goes on at the next packet from `from` on that has a start marker and is at least so far ahead; false:
+  // there is none.
+  bool Resume(const uint8_t* from, int64_t least_ahead);
 
   const Parameters& parameters_;
   const Tile& tile_;
@@ -66,8 +72,10 @@ class TilePackets {
   PacketSource source_;
   int64_t wanted_left_ = 0;
   int64_t visits_left_ = 0;
-  int64_t packet_ = 0;     // the number of the one to be read
-  int64_t resume_at_ = 0;  // packets before are lost
+  int64_t packet_ = 0;                   // the number of the one to be read
+  int64_t resume_at_ = 0;                // packets before are lost
+  const uint8_t* last_start_ = nullptr;  // behind the last start marker; null: none was met
+  PrecinctState* last_state_ = nullptr;  // of the last packet
   int64_t lost_packets_ = 0;
   bool cut_ = false;
   bool gave_up_ = false;
