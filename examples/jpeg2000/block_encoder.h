@@ -36,8 +36,8 @@ class BlockEncoder {
   void Encode(const BlockSource& source, EncodedBlock* block);
 
  private:
-  template <class T>
-  void Quantize(const T* from, const BlockSource& source);
+  template <class T, class Magnitude>
+  void Quantize(const T* from, const BlockSource& source, const Magnitude& magnitude);
   void StoreBytes(EncodedBlock* block);
 
   zepiEncodeStateJPEG2K* state_ = nullptr;

@@ -68,31 +68,43 @@ class FloatLines {
     return width_ == 1 ? zepiSize{pairs, 1} : zepiSize{static_cast<int32_t>(count), pairs};
   }
 
+  // `lines` times `count` values side by side; of a row, all at once.
+  static void CopyLines(const float* from, int64_t from_step, int64_t count, int64_t lines,
+                        float* to, int64_t to_step) {
+    if (from_step == 1 && to_step == 1) {
+      std::copy_n(from, lines, to);
+      return;
+    }
+    for (int64_t i = 0; i < lines; ++i) std::copy_n(from + i * from_step, count, to + i * to_step);
+  }
+
   // A sample of the line stands `step` values behind the one before; `count` lines lie side by side.
   template <class Pass>
   void Forward(float* first, int64_t step, int64_t count, Pass* pass) {
     if (length_ == 1) return Scale(first, count, 2);
-    for (int64_t i = -kBefore; i < 2 * pairs_ + kBehind; ++i) {
+    CopyLines(first, step, count, length_, Sample(0), width_);
+    for (int64_t i = -kBefore; i < 2 * pairs_ + kBehind; i = i == -1 ? length_ : i + 1) {
       std::copy_n(first + Mirrored(i, length_) * step, count, Sample(i));
     }
     pass(Sample(0), step_, Low(0), step_, High(0), step_, PairsOf(count), phase_);
-    for (int64_t i = 0; i < lows_; ++i) std::copy_n(Low(i), count, first + i * step);
-    for (int64_t i = lows_; i < length_; ++i) {
-      std::copy_n(High(i - lows_), count, first + i * step);
-    }
+    CopyLines(Low(0), width_, count, lows_, first, step);
+    CopyLines(High(0), width_, count, length_ - lows_, first + lows_ * step, step);
   }
 
   template <class Pass>
   void Inverse(float* first, int64_t step, int64_t count, Pass* pass) {
     if (length_ == 1) return Scale(first, count, 0.5F);
-    for (int64_t i = -kMargin; i < pairs_ + kMargin; ++i) {
+    const int64_t inner = length_ / 2;  // both bands have so many
+    CopyLines(first, step, count, inner, Low(0), width_);
+    CopyLines(first + lows_ * step, step, count, inner, High(0), width_);
+    for (int64_t i = -kMargin; i < pairs_ + kMargin; i = i == -1 ? inner : i + 1) {
       const int64_t low = Mirrored(2 * i + phase_, length_) / 2;
       const int64_t high = Mirrored(2 * i + 1 - phase_, length_) / 2;
       std::copy_n(first + low * step, count, Low(i));
       std::copy_n(first + (lows_ + high) * step, count, High(i));
     }
     pass(Low(0), step_, High(0), step_, PairsOf(count), Sample(0), step_, phase_);
-    for (int64_t i = 0; i < length_; ++i) std::copy_n(Sample(i), count, first + i * step);
+    CopyLines(Sample(0), width_, count, length_, first, step);
   }
 
   // A line of one sample: as it is, or times 2 at an odd place.
