@@ -9,9 +9,8 @@ namespace {
 constexpr int kConceal = 0x10000;
 constexpr int kKeepMidpoints = 0x40000;
 constexpr int kMostDecodedPlanes = 31;
-constexpr uint32_t kSign = 0x80000000;
-// Far beyond what a picture gives.
-constexpr uint64_t kMostInteger = 1 << 29;
+constexpr int32_t kMagnitude = 0x7FFFFFFF;
+constexpr uint64_t kMostHalves = 1 << 30;  // far beyond what a picture gives
 
 // A magnitude in half steps. Samples of the region of interest were shifted above all others; what lies
 // between two of their values is again half a step.
@@ -30,24 +29,34 @@ BlockDecoder::BlockDecoder(zepiSize most) {
   samples_.resize(static_cast<size_t>(most.width) * static_cast<size_t>(most.height));
 }
 
-// `lost` planes lie below the decoded ones.
-void BlockDecoder::Dequantize(const BlockJob& job, int lost) {
-  const double scale = job.quantizer_step / 2;
+template <class T, class Value>
+void BlockDecoder::Store(const BlockJob& job, T* to, const Value& value) const {
   const int32_t* from = samples_.data();
-  for (int64_t y = 0; y < job.size.height; ++y) {
-    for (int64_t x = y * job.row_step; x < y * job.row_step + job.size.width; ++x) {
-      const auto coded = static_cast<uint32_t>(*from++);
-      const uint64_t halves =
-          Unshift(uint64_t{coded & ~kSign} << std::min(lost, 32), job.roi_shift);
-      const bool negative = (coded & kSign) != 0;
-      if (job.reversible) {
-        const auto value = static_cast<int32_t>(std::min(halves >> 1, kMostInteger));
-        job.integers[x] = negative ? -value : value;
-      } else {
-        const double value = static_cast<double>(halves) * scale;
-        job.reals[x] = static_cast<float>(negative ? -value : value);
-      }
+  for (int64_t y = 0; y < job.size.height; ++y, to += job.row_step, from += job.size.width) {
+    for (int64_t x = 0; x < job.size.width; ++x) {
+      const T magnitude = value(from[x] & kMagnitude);
+      to[x] = from[x] < 0 ? -magnitude : magnitude;
     }
+  }
+}
+
+// `lost` planes lie below the decoded ones.
+void BlockDecoder::Dequantize(const BlockJob& job, int lost) const {
+  const auto scale = static_cast<float>(job.quantizer_step / 2);
+  const bool is_plain = lost == 0 && job.roi_shift == 0;
+  const auto halves = [&](int32_t coded) {
+    const auto bits = static_cast<uint64_t>(coded) << std::min(lost, 32);
+    return std::min(Unshift(bits, job.roi_shift), kMostHalves);
+  };
+  if (job.reversible && is_plain) {
+    Store(job, job.integers, [](int32_t coded) { return coded >> 1; });
+  } else if (job.reversible) {
+    Store(job, job.integers,
+          [&](int32_t coded) { return static_cast<int32_t>(halves(coded) / 2); });
+  } else if (is_plain) {
+    Store(job, job.reals, [scale](int32_t coded) { return static_cast<float>(coded) * scale; });
+  } else {
+    Store(job, job.reals, [&](int32_t coded) { return static_cast<float>(halves(coded)) * scale; });
   }
 }
 

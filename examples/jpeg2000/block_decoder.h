@@ -35,7 +35,9 @@ class BlockDecoder {
   bool Decode(const BlockJob& job);
 
  private:
-  void Dequantize(const BlockJob& job, int lost);
+  template <class T, class Value>
+  void Store(const BlockJob& job, T* to, const Value& value) const;
+  void Dequantize(const BlockJob& job, int lost) const;
   void Gather(const CodedBlock& block, int most_passes);
 
   std::vector<uint8_t> state_;

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <limits>
 #include <new>
 #include <utility>
 
@@ -11,7 +12,8 @@ namespace jpeg2000 {
 namespace {
 
 constexpr int kMagnitudeBits = 31;
-constexpr uint32_t kSign = 0x80000000;
+constexpr int32_t kSign = std::numeric_limits<int32_t>::min();
+constexpr float kMostMagnitude = 0x7FFFFF80;  // the largest below 2^31
 
 // Keeps the cuts on the convex hull of distortion over length: each removes less for a byte than the one
 // before, so that a slope alone tells how far to go.
@@ -42,33 +44,14 @@ BlockEncoder::~BlockEncoder() {
   if (state_ != nullptr) zepiEncodeFree_JPEG2K(state_);
 }
 
-template <class T, class ToMagnitude>
-void BlockEncoder::Quantize(const T* from, const BlockSource& source, ToMagnitude to_magnitude) {
-  for (int32_t y = 0; y < source.size.height; ++y) {
-    const T* row = from + source.row_step * y;
-    int32_t* to = samples_.data() + int64_t{y} * source.size.width;
+template <class T, class Magnitude>
+void BlockEncoder::Quantize(const T* from, const BlockSource& source, const Magnitude& magnitude) {
+  int32_t* to = samples_.data();
+  for (int32_t y = 0; y < source.size.height; ++y, from += source.row_step) {
     for (int32_t x = 0; x < source.size.width; ++x) {
-      const uint32_t sign = row[x] < 0 ? kSign : 0;
-      to[x] = static_cast<int32_t>(to_magnitude(row[x]) | sign);
+      *to++ = magnitude(from[x]) | (from[x] < 0 ? kSign : 0);
     }
   }
-}
-
-void BlockEncoder::QuantizeIntegers(const BlockSource& source) {
-  const int shift = kMagnitudeBits - source.most_planes;
-  Quantize(source.integers, source, [shift](int32_t value) {
-    return static_cast<uint32_t>(std::abs(value)) << shift & ~kSign;
-  });
-}
-
-// Below the planes that are coded, the fraction of a step counts for the distortion.
-void BlockEncoder::QuantizeReals(const BlockSource& source) {
-  const auto scale = static_cast<float>(
-      std::ldexp(1 / source.quantizer_step, kMagnitudeBits - source.most_planes));
-  static constexpr float kMost = 0x7FFFFF80;  // the highest below 2^31
-  Quantize(source.reals, source, [scale](float value) {
-    return static_cast<uint32_t>(static_cast<int32_t>(std::min(std::fabs(value) * scale, kMost)));
-  });
 }
 
 void BlockEncoder::StoreBytes(EncodedBlock* block) {
@@ -83,10 +66,17 @@ void BlockEncoder::StoreBytes(EncodedBlock* block) {
 }
 
 void BlockEncoder::Encode(const BlockSource& source, EncodedBlock* block) {
+  const int shift = kMagnitudeBits - source.most_planes;
   if (source.integers != nullptr) {
-    QuantizeIntegers(source);
+    const int32_t most = (1 << source.most_planes) - 1;
+    Quantize(source.integers, source,
+             [&](int32_t v) { return std::min(std::abs(v), most) << shift; });
   } else {
-    QuantizeReals(source);
+    // Below the planes that are coded, the fraction of a step counts for the distortion.
+    const auto scale = static_cast<float>(std::ldexp(1 / source.quantizer_step, shift));
+    Quantize(source.reals, source, [&](float v) {
+      return static_cast<int32_t>(std::min(std::fabs(v) * scale, kMostMagnitude));
+    });
   }
   int32_t planes = 0, passes = 0, segments = 0;
   zepiEncodeLoadCodeBlock_JPEG2K_32s_C1R(samples_.data(), 4 * source.size.width, source.size,

@@ -36,10 +36,8 @@ class BlockEncoder {
   void Encode(const BlockSource& source, EncodedBlock* block);
 
  private:
-  template <class T, class ToMagnitude>
-  void Quantize(const T* from, const BlockSource& source, ToMagnitude to_magnitude);
-  void QuantizeIntegers(const BlockSource& source);
-  void QuantizeReals(const BlockSource& source);
+  template <class T, class Magnitude>
+  void Quantize(const T* from, const BlockSource& source, const Magnitude& magnitude);
   void StoreBytes(EncodedBlock* block);
 
   zepiEncodeStateJPEG2K* state_ = nullptr;

@@ -10,6 +10,7 @@ namespace jpeg2000 {
 namespace {
 
 constexpr int kMantissaBits = 11;
+constexpr int kMostExponent = 30;  // with two guard bits, 31 planes: as many as a code-block has
 
 // Nominal range of a band: each high pass doubles it.
 int GainBits(int orientation) {
@@ -102,7 +103,7 @@ StepSize Nearest(double step, int range_bits) {
     parts = 0;
     ++exponent;
   }
-  return {std::clamp(range_bits - exponent, 0, 31), parts};
+  return {std::clamp(range_bits - exponent, 0, kMostExponent), parts};
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cmath>
 #include <string>
 #include <vector>
 
@@ -230,12 +229,15 @@ void TileDecoder::InverseComponents() {
   }
 }
 
-int32_t Rounded(int32_t value) { return value; }
-// Within the bounds that clamping needs; not a number becomes a bound as well.
-int32_t Rounded(float value) {
-  constexpr float kMost = 1 << 20;
-  const float bounded = std::max(-kMost, std::min(value, kMost));
-  return static_cast<int32_t>(bounded + (bounded < 0 ? -0.5F : 0.5F));
+// The nearest number from `lowest` to `highest`.
+int32_t Limited(int32_t value, int32_t lowest, int32_t highest) {
+  return std::clamp(value, lowest, highest);
+}
+// What is not a number becomes the lowest.
+int32_t Limited(float value, int32_t lowest, int32_t highest) {
+  const auto low = static_cast<float>(lowest);
+  const float limited = std::max(low, std::min(value, static_cast<float>(highest)));
+  return static_cast<int32_t>(limited - low + 0.5F) + lowest;
 }
 
 template <class T>
@@ -247,7 +249,7 @@ void StoreSamples(const Plane<T>& plane, const SizeSegment::ComponentSize& sizes
     const T* from = plane.At(0, y);
     int32_t* to = component->Row(static_cast<int>(top + y)) + left;
     for (int64_t x = 0; x < plane.width(); ++x) {
-      to[x] = std::clamp(Rounded(from[x]), -half, half - 1) + offset;
+      to[x] = Limited(from[x], -half, half - 1) + offset;
     }
   }
 }

@@ -62,51 +62,49 @@ class FloatLines {
   float* Sample(int64_t i) { return samples_.data() + (i + kBefore) * width_; }
   float* Low(int64_t i) { return low_.data() + (i + kMargin) * width_; }
   float* High(int64_t i) { return high_.data() + (i + kMargin) * width_; }
-  // `lines` lines of `count` values, which lie so far apart here and there.
-  static void CopyLines(const float* from, int64_t from_step, int64_t lines, int64_t to_step,
-                        int64_t count, float* to) {
-    if (from_step == 1 && to_step == 1) {
-      std::copy_n(from, lines, to);
-      return;
-    }
-    for (int64_t i = 0; i < lines; ++i) std::copy_n(from + i * from_step, count, to + i * to_step);
-  }
   // The size of the pairs, along rows or along columns.
   zepiSize PairsOf(int64_t count) const {
     const auto pairs = static_cast<int32_t>(pairs_);
     return width_ == 1 ? zepiSize{pairs, 1} : zepiSize{static_cast<int32_t>(count), pairs};
   }
 
+  // `lines` times `count` values side by side; of a row, all at once.
+  static void CopyLines(const float* from, int64_t from_step, int64_t count, int64_t lines,
+                        float* to, int64_t to_step) {
+    if (from_step == 1 && to_step == 1) {
+      std::copy_n(from, lines, to);
+      return;
+    }
+    for (int64_t i = 0; i < lines; ++i) std::copy_n(from + i * from_step, count, to + i * to_step);
+  }
+
   // A sample of the line stands `step` values behind the one before; `count` lines lie side by side.
   template <class Pass>
   void Forward(float* first, int64_t step, int64_t count, Pass* pass) {
     if (length_ == 1) return Scale(first, count, 2);
-    CopyLines(first, step, length_, width_, count, Sample(0));
-    const auto mirror = [&](int64_t i) {
-      std::copy_n(Sample(Mirrored(i, length_)), count, Sample(i));
-    };
-    for (int64_t i = -kBefore; i < 0; ++i) mirror(i);
-    for (int64_t i = length_; i < 2 * pairs_ + kBehind; ++i) mirror(i);
+    CopyLines(first, step, count, length_, Sample(0), width_);
+    for (int64_t i = -kBefore; i < 2 * pairs_ + kBehind; i = i == -1 ? length_ : i + 1) {
+      std::copy_n(first + Mirrored(i, length_) * step, count, Sample(i));
+    }
     pass(Sample(0), step_, Low(0), step_, High(0), step_, PairsOf(count), phase_);
-    CopyLines(Low(0), width_, lows_, step, count, first);
-    CopyLines(High(0), width_, length_ - lows_, step, count, first + lows_ * step);
+    CopyLines(Low(0), width_, count, lows_, first, step);
+    CopyLines(High(0), width_, count, length_ - lows_, first + lows_ * step, step);
   }
 
   template <class Pass>
   void Inverse(float* first, int64_t step, int64_t count, Pass* pass) {
     if (length_ == 1) return Scale(first, count, 0.5F);
-    const int64_t highs = length_ - lows_;
-    CopyLines(first, step, lows_, width_, count, Low(0));
-    CopyLines(first + lows_ * step, step, highs, width_, count, High(0));
-    for (int64_t i = -kMargin; i < pairs_ + kMargin; ++i) {
+    const int64_t inner = length_ / 2;  // both bands have so many
+    CopyLines(first, step, count, inner, Low(0), width_);
+    CopyLines(first + lows_ * step, step, count, inner, High(0), width_);
+    for (int64_t i = -kMargin; i < pairs_ + kMargin; i = i == -1 ? inner : i + 1) {
       const int64_t low = Mirrored(2 * i + phase_, length_) / 2;
       const int64_t high = Mirrored(2 * i + 1 - phase_, length_) / 2;
-      if (low != i) std::copy_n(Low(low), count, Low(i));
-      if (high != i) std::copy_n(High(high), count, High(i));
-      if (i == -1) i = std::min(lows_, highs) - 1;  // between the ends nothing is mirrored
+      std::copy_n(first + low * step, count, Low(i));
+      std::copy_n(first + (lows_ + high) * step, count, High(i));
     }
     pass(Low(0), step_, High(0), step_, PairsOf(count), Sample(0), step_, phase_);
-    CopyLines(Sample(0), width_, length_, step, count, first);
+    CopyLines(Sample(0), width_, count, length_, first, step);
   }
 
   // A line of one sample: as it is, or times 2 at an odd place.

@@ -1,0 +1,501 @@
+// SPDX-License-Identifier: MIT
+// The transforms of the first three components of a tile (ITU-T T.800, Annex G): the reversible one,
+// in integers, and the irreversible one, in floating and in fixed point.
+//
+// 16-bit lanes stay 16 bits wide where the formula allows:
+//
+//   floor((R + 2G + B) / 4) = floor((floor((R + B) / 2) + G) / 2)   a mean of means
+//   (d * w + 2^13) >> 14 = (d * 2w + 2^14) >> 15                    one instruction while 2w < 2^15
+//
+// 32-bit fixed point works on halves. With v = 2^16 h + l, 0 <= l < 2^16, a weighted sum S of
+// values is 2^16 H + L, so that
+//
+//   (S + 2^13) >> 14 = 4H + ((L + 2^13) >> 14)
+//
+// and H and L are dot products of 16-bit lanes, l being held as l - 2^15. |L| stays below 2^31, for
+// no row's weights add up to 2^15; what H loses beyond 32 bits is beyond the result, too.
+#include "frame/checks.h"
+#include "frame/rows.h"
+#include "simd/dispatch.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "jpeg2000/components/component_transforms.cc"
+#include "hwy/foreach_target.h"
+#include "simd/ops-inl.h"
+
+namespace zepjp {
+#ifndef ZEPJP_COMPONENT_TRANSFORMS_KERNELS
+#  define ZEPJP_COMPONENT_TRANSFORMS_KERNELS
+namespace {
+
+// A row: a pointer for each plane, or one for interleaved pixels; the number of pixels.
+using RowFunction = void (*)(const uint8_t* const* src, uint8_t* const* dst, size_t width);
+
+struct Reversible {
+  RowFunction forward_planes, inverse_planes, forward_pixels, inverse_pixels;
+};
+
+struct Kernels {
+  Reversible rct16, rct32;
+  RowFunction ict_forward16, ict_inverse16, ict_forward32, ict_inverse32;
+  RowFunction ict_forward_float, ict_inverse_float;
+  RowFunction ict_forward_float_pixels, ict_inverse_float_pixels;
+};
+
+}  // namespace
+#endif
+}  // namespace zepjp
+
+ZEP_BEFORE_NAMESPACE();
+namespace zepjp {
+namespace HWY_NAMESPACE {
+namespace {
+
+using D8 = hn::ScalableTag<uint8_t>;
+using D16 = hn::ScalableTag<int16_t>;
+using D32 = hn::ScalableTag<int32_t>;
+using DU32 = hn::ScalableTag<uint32_t>;
+using DF = hn::ScalableTag<float>;
+using V16 = hn::VFromD<D16>;
+using V32 = hn::VFromD<D32>;
+using VF = hn::VFromD<DF>;
+
+template <class D>
+struct Three {
+  hn::VFromD<D> c0, c1, c2;
+};
+
+// Where the three components lie; elements have any alignment, so rows are counted in bytes.
+template <class D>
+struct Planes : Span<3, sizeof(hn::TFromD<D>)> {
+  static constexpr size_t kLanes = hn::MaxLanes(D());
+  static HWY_INLINE hn::VFromD<D> LoadOne(const uint8_t* row, size_t x) {
+    return hn::BitCast(D(), hn::LoadU(D8(), row + x * Planes::kBytes));
+  }
+  static HWY_INLINE void StoreOne(hn::VFromD<D> v, uint8_t* row, size_t x) {
+    hn::StoreU(hn::BitCast(D8(), v), D8(), row + x * Planes::kBytes);
+  }
+  static HWY_INLINE Three<D> Load(const uint8_t* const* src, size_t x) {
+    return {LoadOne(src[0], x), LoadOne(src[1], x), LoadOne(src[2], x)};
+  }
+  static HWY_INLINE void Store(Three<D> v, uint8_t* const* dst, size_t x) {
+    StoreOne(v.c0, dst[0], x);
+    StoreOne(v.c1, dst[1], x);
+    StoreOne(v.c2, dst[2], x);
+  }
+};
+
+template <class D>
+struct Pixels : Span<1, 3 * sizeof(hn::TFromD<D>)> {
+  static constexpr size_t kLanes = hn::MaxLanes(D());
+  static HWY_INLINE Three<D> Load(const uint8_t* const* src, size_t x) {
+    Three<D> v;
+    const auto* from = reinterpret_cast<const hn::TFromD<D>*>(src[0] + x * Pixels::kBytes);
+    hn::LoadInterleaved3(D(), from, v.c0, v.c1, v.c2);
+    return v;
+  }
+  static HWY_INLINE void Store(Three<D> v, uint8_t* const* dst, size_t x) {
+    auto* to = reinterpret_cast<hn::TFromD<D>*>(dst[0] + x * Pixels::kBytes);
+    hn::StoreInterleaved3(v.c0, v.c1, v.c2, D(), to);
+  }
+};
+
+// floor((a + b) / 2)
+HWY_INLINE V16 Mean(V16 a, V16 b) {
+  return hn::Add(hn::And(a, b), hn::ShiftRight<1>(hn::Xor(a, b)));
+}
+
+struct RctForward {
+  static HWY_INLINE Three<D16> Apply(Three<D16> rgb) {
+    return {Mean(Mean(rgb.c0, rgb.c2), rgb.c1), hn::Sub(rgb.c2, rgb.c1), hn::Sub(rgb.c0, rgb.c1)};
+  }
+  static HWY_INLINE Three<D32> Apply(Three<D32> rgb) {
+    const V32 sum = hn::Add(hn::Add(rgb.c0, rgb.c2), hn::Add(rgb.c1, rgb.c1));
+    return {hn::ShiftRight<2>(sum), hn::Sub(rgb.c2, rgb.c1), hn::Sub(rgb.c0, rgb.c1)};
+  }
+};
+
+struct RctInverse {
+  template <class D>
+  static HWY_INLINE Three<D> FromGreen(hn::VFromD<D> green, const Three<D>& yuv) {
+    return {hn::Add(yuv.c2, green), green, hn::Add(yuv.c1, green)};
+  }
+  static HWY_INLINE Three<D16> Apply(Three<D16> yuv) {
+    const V16 quarter = hn::ShiftRight<1>(Mean(yuv.c1, yuv.c2));
+    return FromGreen<D16>(hn::Sub(yuv.c0, quarter), yuv);
+  }
+  static HWY_INLINE Three<D32> Apply(Three<D32> yuv) {
+    const V32 quarter = hn::ShiftRight<2>(hn::Add(yuv.c1, yuv.c2));
+    return FromGreen<D32>(hn::Sub(yuv.c0, quarter), yuv);
+  }
+};
+
+// Weights of a pair of 16-bit lanes.
+HWY_INLINE V16 Weights(int first, int second) {
+  const auto pair = static_cast<uint32_t>(second) << 16 | (static_cast<uint32_t>(first) & 0xFFFF);
+  return hn::BitCast(D16(), hn::Set(DU32(), pair));
+}
+
+constexpr int kRound = 1 << 13;
+
+// Pairs of 16-bit lanes from two vectors; PackBlocks puts their dot products back in order.
+struct Pairs {
+  HWY_INLINE Pairs(V16 first, V16 second)
+      : low(hn::InterleaveLower(D16(), first, second)),
+        high(hn::InterleaveUpper(D16(), first, second)) {}
+  V16 low, high;
+};
+
+HWY_INLINE V32 Descale(V32 sum) { return hn::ShiftRight<14>(sum); }
+
+// Luminance S / 2^14, then the differences from it, times 0.5 / (1 - weight). A difference's own rounding,
+// (2^14 B - S + 2^13) >> 14, is B - ((S + 2^13 - 1) >> 14); it wraps at 16 bits.
+struct IctForward16 {
+  static HWY_INLINE Three<D16> Apply(Three<D16> rgb) {
+    const Pairs rg(rgb.c0, rgb.c1);
+    const Pairs b1(rgb.c2, hn::Set(D16(), 1));
+    const V32 low = Rounded(rg.low, b1.low);
+    const V32 high = Rounded(rg.high, b1.high);
+    const V32 minus_one = hn::Set(D32(), -1);
+    const V16 subtracted =
+        PackBlocks(Descale(hn::Add(low, minus_one)), Descale(hn::Add(high, minus_one)));
+    const V16 db = hn::Sub(rgb.c2, subtracted);
+    const V16 dr = hn::Sub(rgb.c0, subtracted);
+    return {PackBlocks(Descale(low), Descale(high)),
+            hn::MulFixedPoint15(db, hn::Set(D16(), 2 * 9246)),
+            hn::MulFixedPoint15(dr, hn::Set(D16(), 2 * 11686))};
+  }
+
+ private:
+  static HWY_INLINE V32 Rounded(V16 rg, V16 b1) {
+    const V32 sum = DotAcc(hn::Zero(D32()), rg, Weights(4899, 9617));
+    return DotAcc(sum, b1, Weights(1868, kRound));
+  }
+};
+
+// A weight of 2^14 and more is 2^14 plus one for the multiplication. The two additions saturate in the
+// same direction, for both summands have the sign of the chroma.
+struct IctInverse16 {
+  static HWY_INLINE Three<D16> Apply(Three<D16> ycc) {
+    const Pairs chroma(ycc.c1, ycc.c2);
+    const Pairs y1(ycc.c0, hn::Set(D16(), 1));
+    const V16 green = PackBlocks(Green(chroma.low, y1.low), Green(chroma.high, y1.high));
+    return {AddScaled<22970>(ycc.c0, ycc.c2), green, AddScaled<29032>(ycc.c0, ycc.c1)};
+  }
+
+ private:
+  template <int kWeight>
+  static HWY_INLINE V16 AddScaled(V16 y, V16 chroma) {
+    const V16 rest = hn::MulFixedPoint15(chroma, hn::Set(D16(), 2 * (kWeight - 16384)));
+    return hn::SaturatedAdd(hn::SaturatedAdd(y, chroma), rest);
+  }
+  static HWY_INLINE V32 Green(V16 chroma, V16 y1) {
+    const V32 sum = DotAcc(hn::Zero(D32()), chroma, Weights(-5638, -11700));
+    return Descale(DotAcc(sum, y1, Weights(16384, kRound)));
+  }
+};
+
+// Two vectors as pairs of their lower halves (less 2^15) and of their upper ones.
+struct Halves {
+  HWY_INLINE Halves(V32 first, V32 second) {
+    const DU32 du;
+    const auto a = hn::BitCast(du, first);
+    const auto b = hn::BitCast(du, second);
+    const auto low = hn::Or(hn::And(a, hn::Set(du, 0xFFFF)), hn::ShiftLeft<16>(b));
+    const auto high = hn::Or(hn::ShiftRight<16>(a), hn::And(b, hn::Set(du, 0xFFFF0000)));
+    l = hn::BitCast(D16(), hn::Xor(low, hn::Set(du, 0x80008000)));
+    h = hn::BitCast(D16(), high);
+  }
+  V16 l, h;
+};
+
+struct HalfSums {
+  V32 l, h;
+};
+
+HWY_INLINE HalfSums AddWeighed(HalfSums sums, const Halves& v, V16 weights) {
+  return {DotAcc(sums.l, v.l, weights), DotAcc(sums.h, v.h, weights)};
+}
+
+// Rounding, and what 2^15 less in each lower half amounts to.
+HWY_INLINE HalfSums StartSums(int sum_of_weights) {
+  return {hn::Set(D32(), kRound + sum_of_weights * 32768), hn::Zero(D32())};
+}
+
+HWY_INLINE V32 Join(HalfSums sums) { return hn::Add(hn::ShiftLeft<2>(sums.h), Descale(sums.l)); }
+
+// Whether all values fit into 16 bits, as those of images do: dot products of one half suffice then.
+HWY_INLINE hn::VFromD<DU32> OffsetFrom16(V32 v) {
+  return hn::BitCast(DU32(), hn::Add(v, hn::Set(D32(), 32768)));
+}
+HWY_INLINE bool AllFit16(hn::VFromD<DU32> offset_values) {
+  return hn::AllTrue(DU32(), hn::Eq(hn::ShiftRight<16>(offset_values), hn::Zero(DU32())));
+}
+
+// The low 16 bits of `first` and of `second` in turn.
+HWY_INLINE V16 LowHalves(V32 first, V32 second) {
+  return hn::BitCast(D16(),
+                     hn::Or(hn::And(first, hn::Set(D32(), 0xFFFF)), hn::ShiftLeft<16>(second)));
+}
+
+struct IctForward32 {
+  static HWY_INLINE Three<D32> Apply(Three<D32> rgb) {
+    if (AllFit16(
+            hn::Or(hn::Or(OffsetFrom16(rgb.c0), OffsetFrom16(rgb.c1)), OffsetFrom16(rgb.c2)))) {
+      const V16 rg = LowHalves(rgb.c0, rgb.c1);
+      const V16 b1 = LowHalves(rgb.c2, hn::Set(D32(), 1));
+      return {Weigh<4899, 9617, 1868>(rg, b1), Weigh<-2765, -5427, 8192>(rg, b1),
+              Weigh<8192, -6860, -1332>(rg, b1)};
+    }
+    const Halves rg(rgb.c0, rgb.c1);
+    const Halves b0(rgb.c2, hn::Zero(D32()));
+    return {Weigh<4899, 9617, 1868>(rg, b0), Weigh<-2765, -5427, 8192>(rg, b0),
+            Weigh<8192, -6860, -1332>(rg, b0)};
+  }
+
+ private:
+  template <int kRed, int kGreen, int kBlue>
+  static HWY_INLINE V32 Weigh(V16 rg, V16 b1) {
+    const V32 sum = DotAcc(hn::Zero(D32()), rg, Weights(kRed, kGreen));
+    return Descale(DotAcc(sum, b1, Weights(kBlue, kRound)));
+  }
+  template <int kRed, int kGreen, int kBlue>
+  static HWY_INLINE V32 Weigh(const Halves& rg, const Halves& b0) {
+    const HalfSums sums = AddWeighed(StartSums(kRed + kGreen + kBlue), rg, Weights(kRed, kGreen));
+    return Join(AddWeighed(sums, b0, Weights(kBlue, 0)));
+  }
+};
+
+struct IctInverse32 {
+  static HWY_INLINE Three<D32> Apply(Three<D32> ycc) {
+    if (AllFit16(hn::Or(OffsetFrom16(ycc.c1), OffsetFrom16(ycc.c2)))) {
+      return Apply(ycc.c0, LowHalves(ycc.c1, ycc.c2));
+    }
+    return Apply(ycc.c0, Halves(ycc.c1, ycc.c2));
+  }
+
+ private:
+  template <class Chroma>
+  static HWY_INLINE Three<D32> Apply(V32 y, const Chroma& chroma) {
+    return {hn::Add(y, Weigh<0, 22970>(chroma)), hn::Add(y, Weigh<-5638, -11700>(chroma)),
+            hn::Add(y, Weigh<29032, 0>(chroma))};
+  }
+  template <int kBlue, int kRed>
+  static HWY_INLINE V32 Weigh(V16 chroma) {
+    return Descale(DotAcc(hn::Set(D32(), kRound), chroma, Weights(kBlue, kRed)));
+  }
+  template <int kBlue, int kRed>
+  static HWY_INLINE V32 Weigh(const Halves& chroma) {
+    return Join(AddWeighed(StartSums(kBlue + kRed), chroma, Weights(kBlue, kRed)));
+  }
+};
+
+// One rounding for each product and each sum, from left to right.
+struct IctForwardFloat {
+  static HWY_INLINE Three<DF> Apply(Three<DF> rgb) {
+    return {
+        hn::Add(hn::Add(Times(rgb.c0, 0.299f), Times(rgb.c1, 0.587f)), Times(rgb.c2, 0.114f)),
+        hn::Add(hn::Sub(Times(rgb.c0, -0.16875f), Times(rgb.c1, 0.33126f)), Times(rgb.c2, 0.5f)),
+        hn::Sub(hn::Sub(Times(rgb.c0, 0.5f), Times(rgb.c1, 0.41869f)), Times(rgb.c2, 0.08131f))};
+  }
+  static HWY_INLINE VF Times(VF v, float weight) { return hn::Mul(v, hn::Set(DF(), weight)); }
+};
+
+struct IctInverseFloat {
+  static HWY_INLINE Three<DF> Apply(Three<DF> ycc) {
+    const VF green = hn::Sub(ycc.c0, IctForwardFloat::Times(ycc.c1, 0.34413f));
+    return {hn::Add(ycc.c0, IctForwardFloat::Times(ycc.c2, 1.402f)),
+            hn::Sub(green, IctForwardFloat::Times(ycc.c2, 0.71414f)),
+            hn::Add(ycc.c0, IctForwardFloat::Times(ycc.c1, 1.772f))};
+  }
+};
+
+// Source and target may be the same rows: steps do not overlap, the last one works on copies.
+template <class Transform, class Source, class Target>
+void TransformRow(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
+  constexpr size_t kStep = Source::kLanes;
+  const auto step = [](const uint8_t* const* from, uint8_t* const* to, size_t x)
+                        ZEP_ATTR { Target::Store(Transform::Apply(Source::Load(from, x)), to, x); };
+  // Pointers of its own, which no store can change: they stay in registers.
+  const uint8_t* from[Source::kPlanes];
+  uint8_t* to[Target::kPlanes];
+  for (int i = 0; i < Source::kPlanes; ++i) from[i] = src[i];
+  for (int i = 0; i < Target::kPlanes; ++i) to[i] = dst[i];
+  const size_t whole = width / kStep * kStep;
+  for (size_t x = 0; x < whole; x += kStep) step(from, to, x);
+  ForElements<kStep, Source, Target>(src, dst, whole, width, step);
+}
+
+template <class Transform, class D>
+constexpr RowFunction kPlanesRow = TransformRow<Transform, Planes<D>, Planes<D>>;
+template <class Transform, class D>
+constexpr RowFunction kToPlanesRow = TransformRow<Transform, Pixels<D>, Planes<D>>;
+template <class Transform, class D>
+constexpr RowFunction kToPixelsRow = TransformRow<Transform, Planes<D>, Pixels<D>>;
+
+template <class D>
+constexpr Reversible kReversible = {kPlanesRow<RctForward, D>, kPlanesRow<RctInverse, D>,
+                                    kToPlanesRow<RctForward, D>, kToPixelsRow<RctInverse, D>};
+
+constexpr Kernels kKernels = {
+    kReversible<D16>,
+    kReversible<D32>,
+    kPlanesRow<IctForward16, D16>,
+    kPlanesRow<IctInverse16, D16>,
+    kPlanesRow<IctForward32, D32>,
+    kPlanesRow<IctInverse32, D32>,
+    kPlanesRow<IctForwardFloat, DF>,
+    kPlanesRow<IctInverseFloat, DF>,
+    kToPlanesRow<IctForwardFloat, DF>,
+    kToPixelsRow<IctInverseFloat, DF>,
+};
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace zepjp
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace zepjp {
+namespace {
+
+Kernels kernels;
+
+ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
+
+template <class T>
+zepStatus InPlace(RowFunction kernel, T* const* planes, int32_t step, zepiSize roi) {
+  if (auto bad = Checks().Planes(planes, 3).Step(step).Size(roi).Failed()) return bad;
+  for (int32_t y = 0; y < roi.height; ++y) {
+    uint8_t* rows[3];
+    for (int i = 0; i < 3; ++i) rows[i] = Row(reinterpret_cast<uint8_t*>(planes[i]), step, y);
+    kernel(rows, rows, static_cast<size_t>(roi.width));
+  }
+  return zepStatusOk;
+}
+
+template <class T>
+zepStatus ToPlanes(RowFunction kernel, const T* src, int32_t src_step, T* const* dst,
+                   int32_t dst_step, zepiSize roi) {
+  if (auto bad =
+          Checks().Ptr(src).Planes(dst, 3).Step(src_step).Step(dst_step).Size(roi).Failed()) {
+    return bad;
+  }
+  for (int32_t y = 0; y < roi.height; ++y) {
+    const uint8_t* const from = Row(reinterpret_cast<const uint8_t*>(src), src_step, y);
+    uint8_t* to[3];
+    for (int i = 0; i < 3; ++i) to[i] = Row(reinterpret_cast<uint8_t*>(dst[i]), dst_step, y);
+    kernel(&from, to, static_cast<size_t>(roi.width));
+  }
+  return zepStatusOk;
+}
+
+template <class T>
+zepStatus ToPixels(RowFunction kernel, const T* const* src, int32_t src_step, T* dst,
+                   int32_t dst_step, zepiSize roi) {
+  if (auto bad =
+          Checks().Planes(src, 3).Ptr(dst).Step(src_step).Step(dst_step).Size(roi).Failed()) {
+    return bad;
+  }
+  for (int32_t y = 0; y < roi.height; ++y) {
+    const uint8_t* from[3];
+    for (int i = 0; i < 3; ++i) {
+      from[i] = Row(reinterpret_cast<const uint8_t*>(src[i]), src_step, y);
+    }
+    uint8_t* const to = Row(reinterpret_cast<uint8_t*>(dst), dst_step, y);
+    kernel(from, &to, static_cast<size_t>(roi.width));
+  }
+  return zepStatusOk;
+}
+
+}  // namespace
+}  // namespace zepjp
+
+using zepjp::InPlace;
+using zepjp::kernels;
+using zepjp::ToPixels;
+using zepjp::ToPlanes;
+
+zepStatus ZEP_CALL zepiRCTFwd_JPEG2K_16s_P3IR(int16_t* const pSrcDst[3], int32_t srcDstStep,
+                                              zepiSize roiSize) {
+  return InPlace(kernels.rct16.forward_planes, pSrcDst, srcDstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiRCTInv_JPEG2K_16s_P3IR(int16_t* const pSrcDst[3], int32_t srcDstStep,
+                                              zepiSize roiSize) {
+  return InPlace(kernels.rct16.inverse_planes, pSrcDst, srcDstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiRCTFwd_JPEG2K_16s_C3P3R(const int16_t* pSrc, int32_t srcStep,
+                                               int16_t* const pDst[3], int32_t dstStep,
+                                               zepiSize roiSize) {
+  return ToPlanes(kernels.rct16.forward_pixels, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiRCTInv_JPEG2K_16s_P3C3R(const int16_t* const pSrc[3], int32_t srcStep,
+                                               int16_t* pDst, int32_t dstStep, zepiSize roiSize) {
+  return ToPixels(kernels.rct16.inverse_pixels, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiRCTFwd_JPEG2K_32s_P3IR(int32_t* const pSrcDst[3], int32_t srcDstStep,
+                                              zepiSize roiSize) {
+  return InPlace(kernels.rct32.forward_planes, pSrcDst, srcDstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiRCTInv_JPEG2K_32s_P3IR(int32_t* const pSrcDst[3], int32_t srcDstStep,
+                                              zepiSize roiSize) {
+  return InPlace(kernels.rct32.inverse_planes, pSrcDst, srcDstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiRCTFwd_JPEG2K_32s_C3P3R(const int32_t* pSrc, int32_t srcStep,
+                                               int32_t* const pDst[3], int32_t dstStep,
+                                               zepiSize roiSize) {
+  return ToPlanes(kernels.rct32.forward_pixels, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiRCTInv_JPEG2K_32s_P3C3R(const int32_t* const pSrc[3], int32_t srcStep,
+                                               int32_t* pDst, int32_t dstStep, zepiSize roiSize) {
+  return ToPixels(kernels.rct32.inverse_pixels, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiICTFwd_JPEG2K_16s_P3IR(int16_t* const pSrcDst[3], int32_t srcDstStep,
+                                              zepiSize roiSize) {
+  return InPlace(kernels.ict_forward16, pSrcDst, srcDstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiICTInv_JPEG2K_16s_P3IR(int16_t* const pSrcDst[3], int32_t srcDstStep,
+                                              zepiSize roiSize) {
+  return InPlace(kernels.ict_inverse16, pSrcDst, srcDstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiICTFwd_JPEG2K_32s_P3IR(int32_t* const pSrcDst[3], int32_t srcDstStep,
+                                              zepiSize roiSize) {
+  return InPlace(kernels.ict_forward32, pSrcDst, srcDstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiICTInv_JPEG2K_32s_P3IR(int32_t* const pSrcDst[3], int32_t srcDstStep,
+                                              zepiSize roiSize) {
+  return InPlace(kernels.ict_inverse32, pSrcDst, srcDstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiICTFwd_JPEG2K_32f_P3IR(float* const pSrcDst[3], int32_t srcDstStep,
+                                              zepiSize roiSize) {
+  return InPlace(kernels.ict_forward_float, pSrcDst, srcDstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiICTInv_JPEG2K_32f_P3IR(float* const pSrcDst[3], int32_t srcDstStep,
+                                              zepiSize roiSize) {
+  return InPlace(kernels.ict_inverse_float, pSrcDst, srcDstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiICTFwd_JPEG2K_32f_C3P3R(const float* pSrc, int32_t srcStep,
+                                               float* const pDst[3], int32_t dstStep,
+                                               zepiSize roiSize) {
+  return ToPlanes(kernels.ict_forward_float_pixels, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiICTInv_JPEG2K_32f_P3C3R(const float* const pSrc[3], int32_t srcStep,
+                                               float* pDst, int32_t dstStep, zepiSize roiSize) {
+  return ToPixels(kernels.ict_inverse_float_pixels, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+#endif  // HWY_ONCE
