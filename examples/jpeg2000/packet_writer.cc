@@ -8,7 +8,7 @@
 
 namespace jpeg2000 {
 
-PrecinctWriter::PrecinctWriter(std::vector<ForBand> bands, int block_style)
+PrecinctWriter::PrecinctWriter(const std::vector<ForBand>& bands, int block_style)
     : block_style_(block_style) {
   for (const ForBand& band : bands) {
     BandState state;

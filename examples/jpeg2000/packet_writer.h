@@ -42,7 +42,7 @@ class PrecinctWriter {
     int down = 0;
     std::vector<EncodedBlock*> blocks;
   };
-  PrecinctWriter(std::vector<ForBand> bands, int block_style);
+  PrecinctWriter(const std::vector<ForBand>& bands, int block_style);
 
   // Begins again with layer 0; `layers` of the blocks' cuts are set.
   void Start(size_t layers);
