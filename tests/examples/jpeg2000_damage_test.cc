@@ -125,7 +125,7 @@ TEST(Jpeg2000Damage, CutFilesShowWhatTheyHave) {
   options.layer_bytes = {1000, 2000, 4000, 8000, 16000, 0};
   const Bytes file = Encode(image, options);
   double before = 0;
-  for (const size_t size : {1500, 3000, 6000, 12000}) {
+  for (const size_t size : {1500U, 3000U, 6000U, 12000U}) {
     const Decoded decoded = Decode({file.begin(), file.begin() + static_cast<ptrdiff_t>(size)});
     ASSERT_TRUE(decoded.status.ok()) << decoded.status.text();
     EXPECT_FALSE(decoded.info.messages.empty());

@@ -158,7 +158,7 @@ TEST(Jpeg2000RoundTrip, ThreadsChangeNothing) {
 TEST(Jpeg2000RoundTrip, FilesKeepToTheirBytes) {
   const Image image = MakePicture({200, 150, 3, 8, false});
   double best = 0;
-  for (const size_t bytes : {1000, 2000, 5000, 10000, 20000}) {
+  for (const size_t bytes : {1000U, 2000U, 5000U, 10000U, 20000U}) {
     for (const bool is_jp2 : {false, true}) {
       EncodeOptions options;
       options.is_jp2 = is_jp2;
