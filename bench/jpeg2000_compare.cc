@@ -4,7 +4,6 @@
 // For each photograph without loss (5/3) and at 20:1 (9/7): times of encoding and decoding, where each side
 // decodes its own codestream, bytes and PSNR of what OpenJPEG decodes.
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -16,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "best_time.h"
 #include "jpeg/decoder.h"
 #include "jpeg2000/decoder.h"
 #include "jpeg2000/encoder.h"
@@ -75,22 +75,6 @@ double Psnr(const rival::Picture& a, const rival::Picture& b) {
   return 10 * std::log10(255.0 * 255.0 * count / sum);
 }
 
-// The shortest time of several rounds, in milliseconds.
-class Best {
- public:
-  template <class Function>
-  void Time(Function function) {
-    const auto start = std::chrono::steady_clock::now();
-    function();
-    const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - start;
-    best_ = std::min(best_, time.count());
-  }
-  double ms() const { return best_; }
-
- private:
-  double best_ = 1e30;
-};
-
 void Compare(const std::string& path, bool is_lossless, int rounds) {
   const rival::Picture picture = ReadPhotograph(path);
   const jpeg2000::Image image = ToOurs(picture);
@@ -108,8 +92,8 @@ void Compare(const std::string& path, bool is_lossless, int rounds) {
   decode_options.max_pixels = INT64_MAX;
   decode_options.threads = 1;
 
-  Best encode[2];
-  Best decode[2];
+  BestTime encode[2];
+  BestTime decode[2];
   common::ByteBuffer ours;
   std::vector<uint8_t> theirs;
   for (int round = 0; round < rounds; ++round) {

@@ -4,7 +4,6 @@
 // Decoding is that of the file; encoding is that of its picture at quality 90, 4:2:0. Both sides use
 // accurate transforms. PSNR: of the encoded picture, decoded by libjpeg, against what was encoded.
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -15,6 +14,7 @@
 
 #include <jpeglib.h>
 
+#include "best_time.h"
 #include "jpeg/decoder.h"
 #include "jpeg/encoder.h"
 #include "zepcore.h"
@@ -101,22 +101,6 @@ double Psnr(const common::Image& a, const common::Image& b) {
                          std::max(1.0, static_cast<double>(sum)));
 }
 
-// The shortest time of several rounds, in milliseconds.
-class Best {
- public:
-  template <class Function>
-  void Time(Function function) {
-    const auto start = std::chrono::steady_clock::now();
-    function();
-    const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - start;
-    best_ = std::min(best_, time.count());
-  }
-  double ms() const { return best_; }
-
- private:
-  double best_ = 1e30;
-};
-
 struct Row {
   std::string name;
   double megapixels = 0;
@@ -153,8 +137,8 @@ Row Compare(const std::string& path, int rounds, const jpeg::EncodeOptions& opti
   jpeg::FileInfo info;
   common::ByteBuffer our_file;
   common::ByteBuffer their_file;
-  Best decode[2];
-  Best encode[2];
+  BestTime decode[2];
+  BestTime encode[2];
   for (int round = 0; round < rounds; ++round) {
     decode[0].Time([&] {
       Require(jpeg::Decode(file.data(), file.size(), jpeg::DecodeOptions(), &image, &info));
