@@ -318,6 +318,85 @@ ZEP_API zepStatus ZEP_CALL zepiYCCKToCMYK_JPEG_8u_P4R(const uint8_t* const pSrc[
 ZEP_API zepStatus ZEP_CALL zepiYCbCr422ToRGB_JPEG_8u_C2C3R(const uint8_t* pSrc, int32_t srcStep,
                                                            uint8_t* pDst, int32_t dstStep,
                                                            zepiSize roiSize);
+/**
+ * Planes Y, Cb, Cr to RGBX by the inverse rule; `alpha` goes into every fourth byte. Null, steps, sizes are
+ * checked in this order; on the calling thread.
+ */
+ZEP_API zepStatus ZEP_CALL zepiYCbCrToRGB_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
+                                                        int32_t srcStep, uint8_t* pDst,
+                                                        int32_t dstStep, zepiSize roiSize,
+                                                        uint8_t alpha);
+/** BGRX, otherwise as zepiYCbCrToRGB_JPEG_8u_P3C4R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCrToBGR_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
+                                                        int32_t srcStep, uint8_t* pDst,
+                                                        int32_t dstStep, zepiSize roiSize,
+                                                        uint8_t alpha);
+
+/**
+ * Planes with chroma of half width and half height to RGB by the inverse rule.
+ *
+ * Pixel (x, y) takes chroma sample (x / 2, y / 2): no filter. Planes Cb and Cr have (width + 1) / 2 samples a
+ * row and (height + 1) / 2 rows, so an odd last column or row has a sample of its own, and any size from 1 x 1
+ * on is legal. `srcStep` holds a step for each plane.
+ *
+ * Checks: pointers (planes, `srcStep` and `pDst`), the steps, the size. On the calling thread.
+ */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr411ToRGB_JPEG_8u_P3C3R(const uint8_t* const pSrc[3],
+                                                           const int32_t srcStep[3], uint8_t* pDst,
+                                                           int32_t dstStep, zepiSize roiSize);
+/** RGBX with `alpha`, otherwise as zepiYCbCr411ToRGB_JPEG_8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr411ToRGB_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
+                                                           const int32_t srcStep[3], uint8_t* pDst,
+                                                           int32_t dstStep, zepiSize roiSize,
+                                                           uint8_t alpha);
+/** BGR, otherwise as zepiYCbCr411ToRGB_JPEG_8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr411ToBGR_JPEG_8u_P3C3R(const uint8_t* const pSrc[3],
+                                                           const int32_t srcStep[3], uint8_t* pDst,
+                                                           int32_t dstStep, zepiSize roiSize);
+/** BGRX with `alpha`, otherwise as zepiYCbCr411ToRGB_JPEG_8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr411ToBGR_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
+                                                           const int32_t srcStep[3], uint8_t* pDst,
+                                                           int32_t dstStep, zepiSize roiSize,
+                                                           uint8_t alpha);
+/** Chroma of half width and full height: sample (x / 2, y). Otherwise as zepiYCbCr411ToRGB_JPEG_8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr422ToRGB_JPEG_8u_P3C3R(const uint8_t* const pSrc[3],
+                                                           const int32_t srcStep[3], uint8_t* pDst,
+                                                           int32_t dstStep, zepiSize roiSize);
+/** RGBX with `alpha`, otherwise as zepiYCbCr422ToRGB_JPEG_8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr422ToRGB_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
+                                                           const int32_t srcStep[3], uint8_t* pDst,
+                                                           int32_t dstStep, zepiSize roiSize,
+                                                           uint8_t alpha);
+/** BGR, otherwise as zepiYCbCr422ToRGB_JPEG_8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr422ToBGR_JPEG_8u_P3C3R(const uint8_t* const pSrc[3],
+                                                           const int32_t srcStep[3], uint8_t* pDst,
+                                                           int32_t dstStep, zepiSize roiSize);
+/** BGRX with `alpha`, otherwise as zepiYCbCr422ToRGB_JPEG_8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr422ToBGR_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
+                                                           const int32_t srcStep[3], uint8_t* pDst,
+                                                           int32_t dstStep, zepiSize roiSize,
+                                                           uint8_t alpha);
+
+/**
+ * Planes Y, Cb, Cr to 16-bit pixels: of each result of the inverse rule the upper bits, red in bits 14 to 10,
+ * green in 9 to 5, blue in 4 to 0; bit 15 is 0. Null, steps, sizes are checked in this order; on the calling
+ * thread. Words may have any alignment.
+ */
+ZEP_API zepStatus ZEP_CALL zepiYCbCrToRGB555_JPEG_8u16u_P3C3R(const uint8_t* const pSrc[3],
+                                                              int32_t srcStep, uint16_t* pDst,
+                                                              int32_t dstStep, zepiSize roiSize);
+/** Red in bits 15 to 11, green in 10 to 5, blue in 4 to 0. Otherwise as zepiYCbCrToRGB555_JPEG_8u16u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCrToRGB565_JPEG_8u16u_P3C3R(const uint8_t* const pSrc[3],
+                                                              int32_t srcStep, uint16_t* pDst,
+                                                              int32_t dstStep, zepiSize roiSize);
+/** Red and blue exchanged, otherwise as zepiYCbCrToRGB555_JPEG_8u16u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCrToBGR555_JPEG_8u16u_P3C3R(const uint8_t* const pSrc[3],
+                                                              int32_t srcStep, uint16_t* pDst,
+                                                              int32_t dstStep, zepiSize roiSize);
+/** Red and blue exchanged, otherwise as zepiYCbCrToRGB565_JPEG_8u16u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCrToBGR565_JPEG_8u16u_P3C3R(const uint8_t* const pSrc[3],
+                                                              int32_t srcStep, uint16_t* pDst,
+                                                              int32_t dstStep, zepiSize roiSize);
 /** @} */
 
 /**

@@ -13,21 +13,12 @@
 #    define ZEPJP_SRC_JPEG_COLOR_PIXELS_INL_H_
 #  endif
 
-#  include "simd/ops-inl.h"
+#  include "jpeg/color/vectors-inl.h"
 
 ZEP_BEFORE_NAMESPACE();
 namespace zepjp {
 namespace HWY_NAMESPACE {
 namespace {
-
-using D8 = hn::ScalableTag<uint8_t>;
-using D16 = hn::ScalableTag<int16_t>;
-using D32 = hn::ScalableTag<int32_t>;
-using V8 = hn::VFromD<D8>;
-using V16 = hn::VFromD<D16>;
-using V32 = hn::VFromD<D32>;
-
-constexpr size_t kPixels = hn::MaxLanes(D8());  // in a vector
 
 struct Pairs {
   V16 first[4];   // (c0, c1)
