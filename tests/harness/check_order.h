@@ -18,6 +18,7 @@
 #include <functional>
 #include <string>
 #include <tuple>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -133,7 +134,11 @@ class CheckOrder {
   OneFault Fault(const char* what, Value value, zepStatus status) {
     return {std::string(what) + " " + Label(kIndex), status,
             [value](Arguments& arguments, std::deque<std::vector<void*>>&) {
-              std::get<kIndex>(arguments) = value;
+              auto& argument = std::get<kIndex>(arguments);
+              if constexpr (std::is_pointer_v<std::remove_reference_t<decltype(argument)>>) {
+                if (argument == nullptr) return;  // bad already
+              }
+              argument = value;
             }};
   }
 
