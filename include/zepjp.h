@@ -443,6 +443,171 @@ ZEP_API zepStatus ZEP_CALL zepiSub128_JPEG_8u16s_C1R(const uint8_t* pSrc, int32_
 /** @} */
 
 /**
+ * @defgroup mcu JPEG: pixels to the blocks of an MCU and back
+ *
+ * What stands between pixels and the DCT, for one minimum coded unit at a time: colour conversion, reduction of
+ * chroma and level shift in one pass. The MCU is 8x8 pixels (444), 16x8 (422) or 16x16 (411: 4:2:0).
+ *
+ * A block is 64 contiguous values, row by row; a component's blocks follow one another: 411 has four of Y, top
+ * left, top right, bottom left, bottom right; 422 two, left, right; Cb and Cr have one. K of CMYK has as many as
+ * Y. `pDstMCU` and `pSrcMCU` hold a pointer for each component; blocks may have any alignment.
+ *
+ * To blocks: the results of the conversion, clamped to 0..255, minus 128. To pixels: each value plus 128,
+ * saturated to 0..255, is a sample; then chroma is replicated and converted by the inverse rule of @ref color.
+ *
+ * Checks: pointers and their components, then ::zepStatusBadStep for a step of 0 or less. Not checked: that a
+ * step holds a row of pixels. On the calling thread; source and destination must not overlap.
+ *
+ * @code
+ * int16_t y[4 * 64], cb[64], cr[64];
+ * int16_t* const mcu[] = {y, cb, cr};
+ * zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C3P3R(pixels, step, mcu);  // 16 x 16 pixels
+ * for (int i = 0; i < 4; ++i) zepiDCTQuantFwd8x8_JPEG_16s_C1I(y + 64 * i, luminance);
+ * @endcode
+ * @{
+ */
+/** 8x8 pixels RGB by the 15-bit rule, as a row of eight pixels has it in zepiRGBToYCbCr_JPEG_8u_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** RGBX, otherwise as zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C4P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** 16x8 pixels RGB as in zepiRGBToYCbCr422_JPEG_8u_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** RGBX, otherwise as zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C4P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** 16x16 pixels RGB as in zepiRGBToYCbCr411_JPEG_8u_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** RGBX, otherwise as zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C4P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** BGR, otherwise as zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiBGRToYCbCr444LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** BGRX, otherwise as zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiBGRToYCbCr444LS_MCU_JPEG_8u16s_C4P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** BGR, otherwise as zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiBGRToYCbCr422LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** BGRX, otherwise as zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiBGRToYCbCr422LS_MCU_JPEG_8u16s_C4P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** BGR, otherwise as zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiBGRToYCbCr411LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** BGRX, otherwise as zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiBGRToYCbCr411LS_MCU_JPEG_8u16s_C4P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** 8x8 pixels: 255 minus each ink by the 14-bit rule, as in zepiCMYKToYCCK_JPEG_8u_C4P4R(); K minus 128. */
+ZEP_API zepStatus ZEP_CALL zepiCMYKToYCCK444LS_MCU_JPEG_8u16s_C4P4R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[4]);
+/** 16x8 pixels: Y and K as in zepiCMYKToYCCK444LS_MCU_JPEG_8u16s_C4P4R(), chroma from sums of 2x1 pixels by the 14-bit rule. */
+ZEP_API zepStatus ZEP_CALL zepiCMYKToYCCK422LS_MCU_JPEG_8u16s_C4P4R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[4]);
+/** 16x16 pixels: chroma from sums of 2x2 pixels, otherwise as zepiCMYKToYCCK422LS_MCU_JPEG_8u16s_C4P4R(). */
+ZEP_API zepStatus ZEP_CALL zepiCMYKToYCCK411LS_MCU_JPEG_8u16s_C4P4R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[4]);
+/** 8x8 pixels without conversion: each channel minus 128. */
+ZEP_API zepStatus ZEP_CALL zepiSampleDown444LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** 16x8 pixels without conversion: the first channel in full, of the others (a + b + 1) >> 1 of two neighbours. */
+ZEP_API zepStatus ZEP_CALL zepiSampleDown422LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** 16x16 pixels without conversion: the first channel in full, of the others (a + b + c + d + 2) >> 2 of 2x2 neighbours. */
+ZEP_API zepStatus ZEP_CALL zepiSampleDown411LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** 16x8 pixels stored as Y0 Cb Y1 Cr: every byte minus 128 into its block. */
+ZEP_API zepStatus ZEP_CALL zepiSplit422LS_MCU_JPEG_8u16s_C2P3R(const uint8_t* pSrc, int32_t srcStep,
+                                                               int16_t* const pDstMCU[3]);
+
+/** 8x8 pixels RGB. */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
+                                                                    uint8_t* pDst, int32_t dstStep);
+/** RGBX with `alpha` in every fourth byte, otherwise as zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C4R(const int16_t* const pSrcMCU[3],
+                                                                    uint8_t* pDst, int32_t dstStep,
+                                                                    uint8_t alpha);
+/** 16x8 pixels RGB; two neighbours share their chroma. */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
+                                                                    uint8_t* pDst, int32_t dstStep);
+/** RGBX with `alpha` in every fourth byte, otherwise as zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C4R(const int16_t* const pSrcMCU[3],
+                                                                    uint8_t* pDst, int32_t dstStep,
+                                                                    uint8_t alpha);
+/** 16x16 pixels RGB; 2x2 neighbours share their chroma. */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
+                                                                    uint8_t* pDst, int32_t dstStep);
+/** RGBX with `alpha` in every fourth byte, otherwise as zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C4R(const int16_t* const pSrcMCU[3],
+                                                                    uint8_t* pDst, int32_t dstStep,
+                                                                    uint8_t alpha);
+/** BGR, otherwise as zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
+                                                                    uint8_t* pDst, int32_t dstStep);
+/** BGRX with `alpha` in every fourth byte, otherwise as zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C4R(const int16_t* const pSrcMCU[3],
+                                                                    uint8_t* pDst, int32_t dstStep,
+                                                                    uint8_t alpha);
+/** BGR, otherwise as zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
+                                                                    uint8_t* pDst, int32_t dstStep);
+/** BGRX with `alpha` in every fourth byte, otherwise as zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C4R(const int16_t* const pSrcMCU[3],
+                                                                    uint8_t* pDst, int32_t dstStep,
+                                                                    uint8_t alpha);
+/** BGR, otherwise as zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
+                                                                    uint8_t* pDst, int32_t dstStep);
+/** BGRX with `alpha` in every fourth byte, otherwise as zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C4R(const int16_t* const pSrcMCU[3],
+                                                                    uint8_t* pDst, int32_t dstStep,
+                                                                    uint8_t alpha);
+/** 8x8 pixels CMYK: 255 minus each result of the inverse rule, then the sample of K. */
+ZEP_API zepStatus ZEP_CALL zepiYCCK444ToCMYKLS_MCU_JPEG_16s8u_P4C4R(const int16_t* const pSrcMCU[4],
+                                                                    uint8_t* pDst, int32_t dstStep);
+/** 16x8 pixels, otherwise as zepiYCCK444ToCMYKLS_MCU_JPEG_16s8u_P4C4R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCCK422ToCMYKLS_MCU_JPEG_16s8u_P4C4R(const int16_t* const pSrcMCU[4],
+                                                                    uint8_t* pDst, int32_t dstStep);
+/** 16x16 pixels, otherwise as zepiYCCK444ToCMYKLS_MCU_JPEG_16s8u_P4C4R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCCK411ToCMYKLS_MCU_JPEG_16s8u_P4C4R(const int16_t* const pSrcMCU[4],
+                                                                    uint8_t* pDst, int32_t dstStep);
+/** 8x8 pixels without conversion: the samples as channels. */
+ZEP_API zepStatus ZEP_CALL zepiSampleUp444LS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
+                                                                  uint8_t* pDst, int32_t dstStep);
+/** 16x8 pixels without conversion; two neighbours share the samples of the second and third channel. */
+ZEP_API zepStatus ZEP_CALL zepiSampleUp422LS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
+                                                                  uint8_t* pDst, int32_t dstStep);
+/** 16x16 pixels without conversion; 2x2 neighbours share the samples of the second and third channel. */
+ZEP_API zepStatus ZEP_CALL zepiSampleUp411LS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
+                                                                  uint8_t* pDst, int32_t dstStep);
+/** 16x8 pixels stored as Y0 Cb Y1 Cr. */
+ZEP_API zepStatus ZEP_CALL zepiJoin422LS_MCU_JPEG_16s8u_P3C2R(const int16_t* const pSrcMCU[3],
+                                                              uint8_t* pDst, int32_t dstStep);
+/** @} */
+
+/**
  * @defgroup quantization JPEG: quantization
  *
  * A quantization table has two forms: the *raw table*, 64 steps of one byte in zigzag order as they

@@ -69,7 +69,7 @@ struct Ycc422 : Span<1, 2> {
                                                    9, -1, 9, -1, 13, -1, 13, -1};
     alignas(16) static constexpr int8_t kCr[16] = {3,  -1, 3,  -1, 7,  -1, 7,  -1,
                                                    11, -1, 11, -1, 15, -1, 15, -1};
-    const V8 bytes = LoadBlocks<32>(D8(), from);
+    const V8 bytes = LoadBlocks(D8(), from, 32);
     return {Pick(bytes, kY), Centred(Pick(bytes, kCb)), Centred(Pick(bytes, kCr))};
   }
   static HWY_INLINE Rgb Load(const uint8_t* const* src, size_t x) {
@@ -103,8 +103,8 @@ struct ToPacked : Span<1, 2> {
   static HWY_INLINE void Store(const Rgb& p, uint8_t* const* dst, size_t x, uint8_t = 0) {
     const V16 low = Word(LowerWords(p.r), LowerWords(p.g), LowerWords(p.b));
     const V16 high = Word(UpperWords(p.r), UpperWords(p.g), UpperWords(p.b));
-    StoreBlocks<32>(hn::BitCast(D8(), low), D8(), dst[0] + 2 * x);
-    StoreBlocks<32>(hn::BitCast(D8(), high), D8(), dst[0] + 2 * x + 16);
+    StoreBlocks(hn::BitCast(D8(), low), D8(), dst[0] + 2 * x, 32);
+    StoreBlocks(hn::BitCast(D8(), high), D8(), dst[0] + 2 * x + 16, 32);
   }
 };
 
