@@ -110,16 +110,11 @@ struct ToSamples {
   }
 };
 
-// Runs of eight pixels from cells that lie one after another.
+// Rows of kBytes from where they lie one after another.
 template <size_t kBytes>
-HWY_INLINE void StoreRuns(const uint8_t* cells, uint8_t* first, uint8_t* second,
-                          ptrdiff_t cell_step) {
-  for (size_t cell = 0; cell < kCells; ++cell, cells += 2 * kBytes) {
-    CopyBytes(cells, first, kBytes);
-    CopyBytes(cells + kBytes, second, kBytes);
-    first += cell_step;
-    second += cell_step;
-  }
+HWY_INLINE void CopyRows(const uint8_t* rows, size_t gap, size_t count, uint8_t* to,
+                         ptrdiff_t step) {
+  for (size_t y = 0; y < count; ++y, rows += gap, to += step) CopyBytes(rows, to, kBytes);
 }
 
 template <class Target>
@@ -132,7 +127,10 @@ void FromMcu444(const int16_t* const* src, uint8_t* dst, ptrdiff_t step, uint8_t
     }
     Target::Store(runs, alpha, cells);
     uint8_t* to = dst + static_cast<ptrdiff_t>(y) * step;
-    StoreRuns<8 * Target::kChannels>(cells, to, to + static_cast<ptrdiff_t>(kCells) * step, step);
+    constexpr size_t kRun = 8 * Target::kChannels;
+    CopyRows<kRun>(cells, 2 * kRun, kCells, to, step);
+    CopyRows<kRun>(cells + kRun, 2 * kRun, kCells, to + static_cast<ptrdiff_t>(kCells) * step,
+                   step);
   }
 }
 
@@ -152,7 +150,8 @@ void FromReducedMcu(const int16_t* const* src, uint8_t* dst, ptrdiff_t step, uin
       }
       Target::Store(runs, alpha, cells);
       uint8_t* to = dst + static_cast<ptrdiff_t>(top + row) * step;
-      StoreRuns<8 * Target::kChannels>(cells, to, to + 8 * Target::kChannels, kRows * step);
+      constexpr size_t kRow = 16 * Target::kChannels;
+      CopyRows<kRow>(cells, kRow, kCells, to, kRows * step);
     }
   }
 }
