@@ -38,7 +38,8 @@ class Line {
     for (size_t y = 0; y < kRows; ++y) pixel_rows.push_back(&pixels[y * kStep]);
   }
 
-  static constexpr int32_t kStep = 16 * kMcus * 4, kPlaneStep = 16 * kMcus + 256;
+  // Rows of 4096 bytes would all fall into the same sets of a cache.
+  static constexpr int32_t kStep = 16 * kMcus * 4 + 192, kPlaneStep = 16 * kMcus + 256;
   static constexpr size_t kMcuValues = 256;
 
   int16_t* Blocks(int component, int mcu) {

@@ -9,6 +9,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/color/mcu_to_pixels.cc"
 #include "hwy/foreach_target.h"
+#include "jpeg/color/pixels-inl.h"
 #include "jpeg/color/ycbcr_to_rgb-inl.h"
 
 #ifndef ZEPJP_MCU_TO_PIXELS_KERNELS
@@ -67,77 +68,126 @@ HWY_INLINE Rgb Convert(const Runs& y, const Runs& cb, const Runs& cr) {
                  {Plus128(y.upper), doubled(cb.upper), doubled(cr.upper)});
 }
 
-// What becomes of a cell's components: kPixels pixels of kChannels bytes at `to`.
+// Where the two runs of the first cell begin, and how far the next cells are from it.
+struct Place {
+  uint8_t* first;
+  uint8_t* second;
+  ptrdiff_t step;
+};
+
+// The 24 bytes of a run of three-byte pixels: 16 of the first and of the second run, then what is left of both.
+// Indices of the bytes of channel `channel` in part `part`.
+constexpr PairIndices MakeTripleBytes(int part, int channel) {
+  PairIndices result = {};
+  for (int i = 0; i < 16; ++i) {
+    const int byte = part == 0 ? i : part == 1 ? 24 + i : i < 8 ? 16 + i : 32 + i;
+    result.bytes[i] = byte % 3 == channel ? static_cast<int8_t>(byte / 3) : kZero;
+  }
+  return result;
+}
+template <int kPart>
+HWY_INLINE V8 TriplePart(V8 a, V8 b, V8 c) {
+  static constexpr auto kA = MakeTripleBytes(kPart, 0), kB = MakeTripleBytes(kPart, 1),
+                        kC = MakeTripleBytes(kPart, 2);
+  return hn::Or(hn::Or(Shuffle(a, kA), Shuffle(b, kB)), Shuffle(c, kC));
+}
+
+template <size_t kBlocks>
+HWY_INLINE void StoreHalves(hn::VFromD<hn::Simd<uint8_t, 16 * kBlocks, 0>> v,
+                            hn::Simd<uint8_t, 16 * kBlocks, 0> d, uint8_t* lower, uint8_t* upper,
+                            ptrdiff_t step) {
+  const hn::Half<decltype(d)> half;
+  if constexpr (kBlocks == 1) {
+    hn::StoreU(hn::LowerHalf(half, v), half, lower);
+    hn::StoreU(hn::UpperHalf(half, v), half, upper);
+  } else {
+    constexpr ptrdiff_t kHalf = kBlocks / 2;
+    StoreHalves<kBlocks / 2>(hn::LowerHalf(half, v), half, lower, upper, step);
+    StoreHalves<kBlocks / 2>(hn::UpperHalf(half, v), half, lower + kHalf * step,
+                             upper + kHalf * step, step);
+  }
+}
+
+HWY_INLINE void StoreThree(V8 a, V8 b, V8 c, const Place& to) {
+  const D8 d8;
+  StoreBlocks(TriplePart<0>(a, b, c), d8, to.first, to.step);
+  StoreBlocks(TriplePart<1>(a, b, c), d8, to.second, to.step);
+  StoreHalves<kCells>(TriplePart<2>(a, b, c), d8, to.first + 16, to.second + 16, to.step);
+}
+
+HWY_INLINE void StoreFour(V8 a, V8 b, V8 c, V8 d, const Place& to) {
+  const D8 d8;
+  const auto words = [](V8 v) ZEP_ATTR { return hn::BitCast(D16(), v); };
+  const V16 ab_lower = words(hn::InterleaveLower(d8, a, b)),
+            ab_upper = words(hn::InterleaveUpper(d8, a, b));
+  const V16 cd_lower = words(hn::InterleaveLower(d8, c, d)),
+            cd_upper = words(hn::InterleaveUpper(d8, c, d));
+  const auto store = [&](V16 v, uint8_t* at)
+                         ZEP_ATTR { StoreBlocks(hn::BitCast(D8(), v), D8(), at, to.step); };
+  store(hn::InterleaveLower(D16(), ab_lower, cd_lower), to.first);
+  store(hn::InterleaveUpper(D16(), ab_lower, cd_lower), to.first + 16);
+  store(hn::InterleaveLower(D16(), ab_upper, cd_upper), to.second);
+  store(hn::InterleaveUpper(D16(), ab_upper, cd_upper), to.second + 16);
+}
+
+// What becomes of a cell's components.
 struct ToRgb {
   static constexpr size_t kChannels = 3, kComponents = 3;
-  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t, uint8_t* to) {
+  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t, const Place& to) {
     const Rgb p = Convert(runs[0], runs[1], runs[2]);
-    StoreTriples(p.r, p.g, p.b, D8(), to);
+    StoreThree(p.r, p.g, p.b, to);
   }
 };
 struct ToBgr {
   static constexpr size_t kChannels = 3, kComponents = 3;
-  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t, uint8_t* to) {
+  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t, const Place& to) {
     const Rgb p = Convert(runs[0], runs[1], runs[2]);
-    StoreTriples(p.b, p.g, p.r, D8(), to);
+    StoreThree(p.b, p.g, p.r, to);
   }
 };
 struct ToRgbx {
   static constexpr size_t kChannels = 4, kComponents = 3;
-  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t alpha, uint8_t* to) {
+  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t alpha, const Place& to) {
     const Rgb p = Convert(runs[0], runs[1], runs[2]);
-    hn::StoreInterleaved4(p.r, p.g, p.b, hn::Set(D8(), alpha), D8(), to);
+    StoreFour(p.r, p.g, p.b, hn::Set(D8(), alpha), to);
   }
 };
 struct ToBgrx {
   static constexpr size_t kChannels = 4, kComponents = 3;
-  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t alpha, uint8_t* to) {
+  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t alpha, const Place& to) {
     const Rgb p = Convert(runs[0], runs[1], runs[2]);
-    hn::StoreInterleaved4(p.b, p.g, p.r, hn::Set(D8(), alpha), D8(), to);
+    StoreFour(p.b, p.g, p.r, hn::Set(D8(), alpha), to);
   }
 };
 struct ToInks {
   static constexpr size_t kChannels = 4, kComponents = 4;
-  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t, uint8_t* to) {
+  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t, const Place& to) {
     const Rgb p = Inks(Convert(runs[0], runs[1], runs[2]));
-    hn::StoreInterleaved4(p.r, p.g, p.b, runs[3].Bytes(), D8(), to);
+    StoreFour(p.r, p.g, p.b, runs[3].Bytes(), to);
   }
 };
 struct ToSamples {
   static constexpr size_t kChannels = 3, kComponents = 3;
-  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t, uint8_t* to) {
-    StoreTriples(runs[0].Bytes(), runs[1].Bytes(), runs[2].Bytes(), D8(), to);
+  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t, const Place& to) {
+    StoreThree(runs[0].Bytes(), runs[1].Bytes(), runs[2].Bytes(), to);
   }
 };
 
-// Rows of kBytes from where they lie one after another.
-template <size_t kBytes>
-HWY_INLINE void CopyRows(const uint8_t* rows, size_t gap, size_t count, uint8_t* to,
-                         ptrdiff_t step) {
-  for (size_t y = 0; y < count; ++y, rows += gap, to += step) CopyBytes(rows, to, kBytes);
-}
-
 template <class Target>
 void FromMcu444(const int16_t* const* src, uint8_t* dst, ptrdiff_t step, uint8_t alpha) {
-  HWY_ALIGN uint8_t cells[kPixels * Target::kChannels];
   for (size_t y = 0; y < 8; y += 2 * kCells) {
     Runs runs[4];
     for (size_t i = 0; i < Target::kComponents; ++i) {
       runs[i] = {LoadRows(src[i], y * kRowBytes), LoadRows(src[i], (y + kCells) * kRowBytes)};
     }
-    Target::Store(runs, alpha, cells);
     uint8_t* to = dst + static_cast<ptrdiff_t>(y) * step;
-    constexpr size_t kRun = 8 * Target::kChannels;
-    CopyRows<kRun>(cells, 2 * kRun, kCells, to, step);
-    CopyRows<kRun>(cells + kRun, 2 * kRun, kCells, to + static_cast<ptrdiff_t>(kCells) * step,
-                   step);
+    Target::Store(runs, alpha, {to, to + static_cast<ptrdiff_t>(kCells) * step, step});
   }
 }
 
 // 422 with kRows = 1, 411 with 2: see the other direction.
 template <class Target, int kRows>
 void FromReducedMcu(const int16_t* const* src, uint8_t* dst, ptrdiff_t step, uint8_t alpha) {
-  HWY_ALIGN uint8_t cells[kPixels * Target::kChannels];
   for (size_t y = 0; y < 8; y += kCells) {
     Runs runs[4];
     runs[1] = Twice(LoadRows(src[1], y * kRowBytes));
@@ -148,10 +198,8 @@ void FromReducedMcu(const int16_t* const* src, uint8_t* dst, ptrdiff_t step, uin
       for (size_t i = 0; i < Target::kComponents; i += 3) {
         runs[i] = {LoadRows<kRows>(src[i], offset), LoadRows<kRows>(src[i], offset + kBlockBytes)};
       }
-      Target::Store(runs, alpha, cells);
       uint8_t* to = dst + static_cast<ptrdiff_t>(top + row) * step;
-      constexpr size_t kRow = 16 * Target::kChannels;
-      CopyRows<kRow>(cells, kRow, kCells, to, kRows * step);
+      Target::Store(runs, alpha, {to, to + 8 * Target::kChannels, kRows * step});
     }
   }
 }
