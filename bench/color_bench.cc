@@ -351,6 +351,31 @@ void RegisterSampling() {
                                      m.results()[0], m.size().width, m.size());
       },
       RivalUpH2V2);
+  // A row at a time; the rival's functions take one as well as many.
+  const auto rows = [](Images& m, auto call) {
+    for (int32_t y = 0; y + 2 <= m.size().height; ++y)
+      call(m.plane_rows[0].data() + y, m.result_plane_rows[0][static_cast<size_t>(y)]);
+  };
+  Alone("zepiSampleDownRowH2V1_Box_JPEG_8u_C1", [=](Images& m) {
+    rows(m, [&](uint8_t** src, uint8_t* dst) {
+      zepiSampleDownRowH2V1_Box_JPEG_8u_C1(src[0], m.size().width, dst);
+    });
+  });
+  Alone("zepiSampleDownRowH2V2_Box_JPEG_8u_C1", [=](Images& m) {
+    rows(m, [&](uint8_t** src, uint8_t* dst) {
+      zepiSampleDownRowH2V2_Box_JPEG_8u_C1(src[0], src[1], m.size().width, dst);
+    });
+  });
+  Alone("zepiSampleUpRowH2V1_Triangle_JPEG_8u_C1", [=](Images& m) {
+    rows(m, [&](uint8_t** src, uint8_t* dst) {
+      zepiSampleUpRowH2V1_Triangle_JPEG_8u_C1(src[0], m.size().width / 2, dst);
+    });
+  });
+  Alone("zepiSampleUpRowH2V2_Triangle_JPEG_8u_C1", [=](Images& m) {
+    rows(m, [&](uint8_t** src, uint8_t* dst) {
+      zepiSampleUpRowH2V2_Triangle_JPEG_8u_C1(src[0], src[1], m.size().width / 2, dst);
+    });
+  });
   Alone("zepiAdd128_JPEG_16s8u_C1R", [](Images& m) {
     zepiAdd128_JPEG_16s8u_C1R(reinterpret_cast<const int16_t*>(m.words()), m.size().width * 2,
                               m.result(), m.size().width, m.size());

@@ -432,6 +432,27 @@ ZEP_API zepStatus ZEP_CALL zepiSampleUpH2V1_JPEG_8u_C1R(const uint8_t* pSrc, int
 ZEP_API zepStatus ZEP_CALL zepiSampleUpH2V2_JPEG_8u_C1R(const uint8_t* pSrc, int32_t srcStep,
                                                         zepiSize srcSize, uint8_t* pDst,
                                                         int32_t dstStep, zepiSize dstSize);
+/**
+ * Half a row: (srcWidth + 1) / 2 rounded means (a + b + 1) >> 1; the last sample of an odd row stands for its
+ * missing neighbour. Checks: pointers, then ::zepStatusBadSize for a width below 1. The row functions run on
+ * the calling thread; source and destination must not overlap.
+ */
+ZEP_API zepStatus ZEP_CALL zepiSampleDownRowH2V1_Box_JPEG_8u_C1(const uint8_t* pSrc,
+                                                                int32_t srcWidth, uint8_t* pDst);
+/** Of two rows (a + b + c + d + 2) >> 2, otherwise as zepiSampleDownRowH2V1_Box_JPEG_8u_C1(). */
+ZEP_API zepStatus ZEP_CALL zepiSampleDownRowH2V2_Box_JPEG_8u_C1(const uint8_t* pSrc1,
+                                                                const uint8_t* pSrc2,
+                                                                int32_t srcWidth, uint8_t* pDst);
+/** A row of twice the width by the triangle filter, as zepiSampleUpH2V1_JPEG_8u_C1R() has it. Checks as above. */
+ZEP_API zepStatus ZEP_CALL zepiSampleUpRowH2V1_Triangle_JPEG_8u_C1(const uint8_t* pSrc,
+                                                                   int32_t srcWidth, uint8_t* pDst);
+/**
+ * A row of twice the width from the near row `pSrc1`, weighed 3/4, and the far row `pSrc2`, 1/4, as a row of
+ * zepiSampleUpH2V2_JPEG_8u_C1R(). Checks as above.
+ */
+ZEP_API zepStatus ZEP_CALL zepiSampleUpRowH2V2_Triangle_JPEG_8u_C1(const uint8_t* pSrc1,
+                                                                   const uint8_t* pSrc2,
+                                                                   int32_t srcWidth, uint8_t* pDst);
 /** v + 128, saturated to 0..255. Checks: pSrc, srcStep, pDst, dstStep, roiSize. Row-parallel. */
 ZEP_API zepStatus ZEP_CALL zepiAdd128_JPEG_16s8u_C1R(const int16_t* pSrc, int32_t srcStep,
                                                      uint8_t* pDst, int32_t dstStep,
@@ -892,6 +913,52 @@ ZEP_API zepStatus ZEP_CALL zepiDecodeHuffman8x8_JPEG_1u16s_C1(
     const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcCurrPos, int16_t* pDst, int16_t* pLastDC,
     int32_t* pMarker, const zepiDecodeHuffmanSpec* pDcTable, const zepiDecodeHuffmanSpec* pAcTable,
     zepiDecodeHuffmanState* pDecHuffState);
+/** @} */
+
+/**
+ * @defgroup lossless Lossless JPEG: prediction
+ *
+ * Rows of samples to differences and back (ITU-T T.81, H.1.2.1), modulo 65536. A row has `width` samples of 16
+ * bits at any alignment; `pDst` may be `pSrc`, otherwise rows must not overlap. Samples are the point-transformed
+ * ones; no function shifts them.
+ *
+ * With x the row and b the row above, sample 0 is always predicted by b[0]; sample i > 0 by
+ * | predictor | prediction |
+ * |---|---|
+ * | 1 | x[i-1] |
+ * | 2 | b[i] |
+ * | 3 | b[i-1] |
+ * | 4 | x[i-1] + b[i] - b[i-1] |
+ * | 5 | x[i-1] + ((b[i] - b[i-1]) >> 1) |
+ * | 6 | b[i] + ((x[i-1] - b[i-1]) >> 1) |
+ * | 7 | (x[i-1] + b[i]) >> 1 |
+ *
+ * 5 and 7 take samples as 0..65535; 6 takes them as signed 16-bit values before it halves, which departs from
+ * other codecs where 16-bit samples have their top bit set: a codec had better refuse 6 at 16 bits.
+ *
+ * Checks: pointers, then ::zepStatusBadSize for a width below 1, then ::zepStatusBadArg for a predictor outside
+ * 1..7, `P` outside 2..16 or `Pt` below 0.
+ * @{
+ */
+/**
+ * The first row of a scan or restart interval: sample 0 is predicted by 2^(P - Pt - 1), or by 0 where `Pt` is
+ * `P` or more, the others by their left neighbours.
+ */
+ZEP_API zepStatus ZEP_CALL zepiDiffPredFirstRow_JPEG_16s_C1(const int16_t* pSrc, int16_t* pDst,
+                                                            int32_t width, int32_t P, int32_t Pt);
+/** The differences of a later row from what `predictor` makes of it and the row above. */
+ZEP_API zepStatus ZEP_CALL zepiDiffPredRow_JPEG_16s_C1(const int16_t* pSrc, const int16_t* pPrevRow,
+                                                       int16_t* pDst, int32_t width,
+                                                       int32_t predictor);
+/** The reverse of zepiDiffPredFirstRow_JPEG_16s_C1(). */
+ZEP_API zepStatus ZEP_CALL zepiReconstructPredFirstRow_JPEG_16s_C1(const int16_t* pSrc,
+                                                                   int16_t* pDst, int32_t width,
+                                                                   int32_t P, int32_t Pt);
+/** The reverse of zepiDiffPredRow_JPEG_16s_C1(). */
+ZEP_API zepStatus ZEP_CALL zepiReconstructPredRow_JPEG_16s_C1(const int16_t* pSrc,
+                                                              const int16_t* pPrevRow,
+                                                              int16_t* pDst, int32_t width,
+                                                              int32_t predictor);
 /** @} */
 
 /**
