@@ -916,7 +916,7 @@ ZEP_API zepStatus ZEP_CALL zepiDecodeHuffman8x8_JPEG_1u16s_C1(
 /** @} */
 
 /**
- * @defgroup lossless Lossless JPEG: prediction
+ * @defgroup lossless Lossless JPEG: prediction and coding of differences
  *
  * Rows of samples to differences and back (ITU-T T.81, H.1.2.1), modulo 65536. A row has `width` samples of 16
  * bits at any alignment; `pDst` may be `pSrc`, otherwise rows must not overlap. Samples are the point-transformed
@@ -959,6 +959,53 @@ ZEP_API zepStatus ZEP_CALL zepiReconstructPredRow_JPEG_16s_C1(const int16_t* pSr
                                                               const int16_t* pPrevRow,
                                                               int16_t* pDst, int32_t width,
                                                               int32_t predictor);
+
+/**
+ * Encodes one difference (ITU-T T.81, H.1.2.2), or flushes: the code of its category, 0 to 16, then as many
+ * extra bits; the difference 32768 (as -32768) is the code of category 16 alone.
+ *
+ * Buffer, position, state and flush as in zepiEncodeHuffman8x8_JPEG_16s1u_C1(). Checks: `pDst`, `dstLenBytes`
+ * below 1 (::zepStatusBadSize), `pDstCurrPos`, the state; then, unless it flushes, `pSrc` and `pTable`.
+ * @return ::zepStatusBufferExhausted: no room; ::zepStatusBadHuffTable: the category has no code.
+ */
+ZEP_API zepStatus ZEP_CALL zepiEncodeHuffmanOne_JPEG_16s1u_C1(const int16_t* pSrc, uint8_t* pDst,
+                                                              int32_t dstLenBytes,
+                                                              int32_t* pDstCurrPos,
+                                                              const zepiEncodeHuffmanSpec* pTable,
+                                                              zepiEncodeHuffmanState* pEncHuffState,
+                                                              int32_t bFlushState);
+/**
+ * Decodes one difference. Buffer, position, marker and state as in zepiDecodeHuffman8x8_JPEG_1u16s_C1().
+ *
+ * Checks: `pSrc`, `srcLenBytes` negative (::zepStatusBadArg), the other pointers.
+ * @return ::zepStatusBufferExhausted: the source ended too early; ::zepStatusBadHuffCode: no such code, a
+ *   category above 16, or bits needed behind a marker. On both `*pDst` keeps its value.
+ */
+ZEP_API zepStatus ZEP_CALL zepiDecodeHuffmanOne_JPEG_1u16s_C1(
+    const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcCurrPos, int16_t* pDst, int32_t* pMarker,
+    const zepiDecodeHuffmanSpec* pTable, zepiDecodeHuffmanState* pDecHuffState);
+/**
+ * Encodes rows of differences of 1 to 4 interleaved components, sampling factors of 1: of each column one
+ * difference of each component in turn, as zepiEncodeHuffmanOne_JPEG_16s1u_C1() has it; or flushes, and then
+ * looks at nothing but the buffer and the state.
+ *
+ * Checks: `pDst`, `dstLenBytes`, `pDstCurrPos`, the state; then, unless it flushes, `pSrc` and `pTable`,
+ * `width` below 1 or `nComponents` outside 1..4 (::zepStatusBadSize), their first `nComponents` pointers.
+ */
+ZEP_API zepStatus ZEP_CALL zepiEncodeHuffmanRow_JPEG_16s1u_P4C1(
+    const int16_t* const pSrc[4], uint8_t* pDst, int32_t dstLenBytes, int32_t* pDstCurrPos,
+    int32_t width, int32_t nComponents, const zepiEncodeHuffmanSpec* const pTable[4],
+    zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState);
+/**
+ * Decodes what zepiEncodeHuffmanRow_JPEG_16s1u_P4C1() encodes. On an error the samples before it are valid.
+ *
+ * Checks: `pSrc`, `srcLenBytes` negative (::zepStatusBadArg), the other pointers, `width` below 1 or
+ * `nComponents` outside 1..4 (::zepStatusBadSize), the first `nComponents` pointers of `pDst` and `pTable`.
+ */
+ZEP_API zepStatus ZEP_CALL zepiDecodeHuffmanRow_JPEG_1u16s_C1P4(
+    const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcCurrPos, int16_t* const pDst[4],
+    int32_t width, int32_t nComponents, int32_t* pMarker,
+    const zepiDecodeHuffmanSpec* const pTable[4], zepiDecodeHuffmanState* pDecHuffState);
 /** @} */
 
 /**

@@ -55,9 +55,13 @@ class CheckOrder {
   // Argument `kIndex` points to `kCount` plane pointers: null itself, then each plane null.
   template <size_t kIndex, size_t kCount>
   CheckOrder& Planes() {
+    return Null<kIndex>().template EachPlane<kIndex, kCount>();
+  }
+  // Each plane null, where the pointer to them is checked elsewhere.
+  template <size_t kIndex, size_t kCount>
+  CheckOrder& EachPlane() {
     using Array = std::tuple_element_t<kIndex, Arguments>;
     using Plane = std::remove_const_t<std::remove_pointer_t<Array>>;
-    Null<kIndex>();
     for (size_t plane = 0; plane < kCount; ++plane) {
       Change change = [plane](Arguments& arguments, std::deque<std::vector<void*>>& arrays) {
         Array array = std::get<kIndex>(arguments);
