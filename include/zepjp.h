@@ -1009,6 +1009,43 @@ ZEP_API zepStatus ZEP_CALL zepiDecodeHuffmanRow_JPEG_1u16s_C1P4(
 /** @} */
 
 /**
+ * @defgroup tiff TIFF: PackBits, byte planes
+ *
+ * Rows of TIFF strips (TIFF 6.0, section 9). Source and destination must not overlap. On the calling thread.
+ * @{
+ */
+/**
+ * Packs a row into the least possible number of bytes: packets of 1 to 128 literal bytes (control byte
+ * count - 1) or of 2 to 128 equal ones (257 - count). Among packings of that length the one whose packets are
+ * literal and long as early as can be. At most srcLen + (srcLen + 127) / 128 bytes.
+ *
+ * Checks: pointers; `srcLen` below 1: ::zepStatusBadSize; `*pDstLen` below 1: ::zepStatusBufferExhausted.
+ * @param[in,out] pDstLen room on entry, bytes written on return; on failure it keeps its value.
+ * @return ::zepStatusBufferExhausted: too little room, and nothing was written; ::zepStatusMemAlloc: rows above
+ *   16384 bytes take as many bytes of memory, and there were none.
+ */
+ZEP_API zepStatus ZEP_CALL zepiPackBitsRow_TIFF_8u_C1(const uint8_t* pSrc, int32_t srcLen,
+                                                      uint8_t* pDst, int32_t* pDstLen);
+/**
+ * Unpacks a row of `dstLen` bytes. The control byte 128 is skipped; bytes behind the row are not looked at.
+ *
+ * Checks: pointers; `dstLen` below 1: ::zepStatusBadSize; `*pSrcLen` below 1: ::zepStatusUnpackBitsOverrun.
+ * @param[in,out] pSrcLen bytes there on entry, bytes consumed on return.
+ * @return ::zepStatusUnpackBitsOverrun: a packet would reach beyond the row or the source, or the source ended
+ *   before the row was full. What came before is in `pDst`; `*pSrcLen` is the offset of that packet's control
+ *   byte, or the end.
+ */
+ZEP_API zepStatus ZEP_CALL zepiUnpackBitsRow_TIFF_8u_C1(const uint8_t* pSrc, int32_t* pSrcLen,
+                                                        uint8_t* pDst, int32_t dstLen);
+/** `width` samples as 2 * width bytes: all high bytes, then all low bytes. Checks: pointers, then ::zepStatusBadSize for a width below 1. Samples may have any alignment. */
+ZEP_API zepStatus ZEP_CALL zepiSplitRow_TIFF_16u8u_C1(const uint16_t* pSrc, uint8_t* pDst,
+                                                      int32_t width);
+/** The reverse of zepiSplitRow_TIFF_16u8u_C1(). */
+ZEP_API zepStatus ZEP_CALL zepiJoinRow_TIFF_8u16u_C1(const uint8_t* pSrc, uint16_t* pDst,
+                                                     int32_t width);
+/** @} */
+
+/**
  * @defgroup components JPEG 2000: component transforms
  *
  * What ITU-T T.800, Annex G, does with the first three components of a tile: the reversible transform
