@@ -9,7 +9,6 @@
 
 #  include "simd/ops-inl.h"
 
-ZEP_BEFORE_NAMESPACE();
 namespace zepjp {
 namespace HWY_NAMESPACE {
 namespace {
@@ -26,6 +25,5 @@ constexpr size_t kPixels = hn::MaxLanes(D8());  // in a vector
 }  // namespace
 }  // namespace HWY_NAMESPACE
 }  // namespace zepjp
-HWY_AFTER_NAMESPACE();
 
 #endif  // per-target include guard
