@@ -84,7 +84,7 @@ TEST(PackBits, PacksAsModel) {
 
 TEST(PackBits, PacksLongRows) {
   Random random(harness::Seed());
-  for (const size_t length : {16383, 16384, 16385, 40000}) {
+  for (const size_t length : {size_t{16383}, size_t{16384}, size_t{16385}, size_t{40000}}) {
     Bytes row(length);
     for (size_t i = 0; i < length; ++i)
       row[i] = static_cast<uint8_t>(random() % 40 == 0 ? random() : i / 1000);

@@ -69,7 +69,7 @@ void ForCases(const Shape& shape, const Compare& compare) {
   const int32_t row = shape.size.width * shape.channels;
   for (const int32_t step : {row, row + 1, row + 37, 4096}) {
     for (const Edge edge : {Edge::kStart, Edge::kEnd}) {
-      for (const size_t shift : {0, 1, 6}) {
+      for (const size_t shift : {size_t{0}, size_t{1}, size_t{6}}) {
         for (const Pattern pattern : harness::kPatterns) compare(step, edge, shift, pattern);
       }
     }
