@@ -192,247 +192,74 @@ TEST(Mcu, AllColours_Exhaustive) {
   }
 }
 
-TEST(Mcu, ToBlocksChecksInOrder) {
-  uint8_t pixels[16 * 64] = {};
+template <size_t kComponents, class Export>
+void ExpectOrderToBlocks(const harness::Named<Export>& exported) {
+  const uint8_t pixels[16 * 64] = {};
   int16_t blocks[4][256] = {};
-  int16_t* const pointers[] = {blocks[0], blocks[1], blocks[2], blocks[3]};
-  int16_t* const* const mcu = pointers;
-  const uint8_t* const src = pixels;
-  CheckOrder(HARNESS_NAMED(zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C3P3R), src, 64, mcu)
-      .Null<0>()
-      .Planes<2, 3>()
-      .Step<1>()
-      .Output(blocks, sizeof(blocks))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C4P3R), src, 64, mcu)
-      .Null<0>()
-      .Planes<2, 3>()
-      .Step<1>()
-      .Output(blocks, sizeof(blocks))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C3P3R), src, 64, mcu)
-      .Null<0>()
-      .Planes<2, 3>()
-      .Step<1>()
-      .Output(blocks, sizeof(blocks))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C4P3R), src, 64, mcu)
-      .Null<0>()
-      .Planes<2, 3>()
-      .Step<1>()
-      .Output(blocks, sizeof(blocks))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C3P3R), src, 64, mcu)
-      .Null<0>()
-      .Planes<2, 3>()
-      .Step<1>()
-      .Output(blocks, sizeof(blocks))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C4P3R), src, 64, mcu)
-      .Null<0>()
-      .Planes<2, 3>()
-      .Step<1>()
-      .Output(blocks, sizeof(blocks))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiBGRToYCbCr444LS_MCU_JPEG_8u16s_C3P3R), src, 64, mcu)
-      .Null<0>()
-      .Planes<2, 3>()
-      .Step<1>()
-      .Output(blocks, sizeof(blocks))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiBGRToYCbCr444LS_MCU_JPEG_8u16s_C4P3R), src, 64, mcu)
-      .Null<0>()
-      .Planes<2, 3>()
-      .Step<1>()
-      .Output(blocks, sizeof(blocks))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiBGRToYCbCr422LS_MCU_JPEG_8u16s_C3P3R), src, 64, mcu)
-      .Null<0>()
-      .Planes<2, 3>()
-      .Step<1>()
-      .Output(blocks, sizeof(blocks))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiBGRToYCbCr422LS_MCU_JPEG_8u16s_C4P3R), src, 64, mcu)
-      .Null<0>()
-      .Planes<2, 3>()
-      .Step<1>()
-      .Output(blocks, sizeof(blocks))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiBGRToYCbCr411LS_MCU_JPEG_8u16s_C3P3R), src, 64, mcu)
-      .Null<0>()
-      .Planes<2, 3>()
-      .Step<1>()
-      .Output(blocks, sizeof(blocks))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiBGRToYCbCr411LS_MCU_JPEG_8u16s_C4P3R), src, 64, mcu)
-      .Null<0>()
-      .Planes<2, 3>()
-      .Step<1>()
-      .Output(blocks, sizeof(blocks))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiCMYKToYCCK444LS_MCU_JPEG_8u16s_C4P4R), src, 64, mcu)
-      .Null<0>()
-      .Planes<2, 4>()
-      .Step<1>()
-      .Output(blocks, sizeof(blocks))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiCMYKToYCCK422LS_MCU_JPEG_8u16s_C4P4R), src, 64, mcu)
-      .Null<0>()
-      .Planes<2, 4>()
-      .Step<1>()
-      .Output(blocks, sizeof(blocks))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiCMYKToYCCK411LS_MCU_JPEG_8u16s_C4P4R), src, 64, mcu)
-      .Null<0>()
-      .Planes<2, 4>()
-      .Step<1>()
-      .Output(blocks, sizeof(blocks))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiSampleDown444LS_MCU_JPEG_8u16s_C3P3R), src, 64, mcu)
-      .Null<0>()
-      .Planes<2, 3>()
-      .Step<1>()
-      .Output(blocks, sizeof(blocks))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiSampleDown422LS_MCU_JPEG_8u16s_C3P3R), src, 64, mcu)
-      .Null<0>()
-      .Planes<2, 3>()
-      .Step<1>()
-      .Output(blocks, sizeof(blocks))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiSampleDown411LS_MCU_JPEG_8u16s_C3P3R), src, 64, mcu)
-      .Null<0>()
-      .Planes<2, 3>()
-      .Step<1>()
-      .Output(blocks, sizeof(blocks))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiSplit422LS_MCU_JPEG_8u16s_C2P3R), src, 64, mcu)
-      .Null<0>()
-      .Planes<2, 3>()
-      .Step<1>()
+  int16_t* const mcu[] = {blocks[0], blocks[1], blocks[2], blocks[3]};
+  CheckOrder(exported, &pixels[0], 64, &mcu[0])
+      .template Null<0>()
+      .template Planes<2, kComponents>()
+      .template Step<1>()
       .Output(blocks, sizeof(blocks))
       .Run();
 }
 
-TEST(Mcu, ToPixelsChecksInOrder) {
+template <size_t kComponents, class Export, class... Alpha>
+void ExpectOrderToPixels(const harness::Named<Export>& exported, Alpha... alpha) {
   uint8_t pixels[16 * 64] = {};
-  int16_t blocks[4][256] = {};
-  const int16_t* const pointers[] = {blocks[0], blocks[1], blocks[2], blocks[3]};
-  const int16_t* const* const mcu = pointers;
-  CheckOrder(HARNESS_NAMED(zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C3R), mcu, &pixels[0], 64)
-      .Planes<0, 3>()
-      .Null<1>()
-      .Step<2>()
+  const int16_t blocks[4][256] = {};
+  const int16_t* const mcu[] = {blocks[0], blocks[1], blocks[2], blocks[3]};
+  CheckOrder(exported, &mcu[0], &pixels[0], 64, alpha...)
+      .template Planes<0, kComponents>()
+      .template Null<1>()
+      .template Step<2>()
       .Output(pixels, sizeof(pixels))
       .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C4R), mcu, &pixels[0], 64, kAlpha)
-      .Planes<0, 3>()
-      .Null<1>()
-      .Step<2>()
-      .Output(pixels, sizeof(pixels))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C3R), mcu, &pixels[0], 64)
-      .Planes<0, 3>()
-      .Null<1>()
-      .Step<2>()
-      .Output(pixels, sizeof(pixels))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C4R), mcu, &pixels[0], 64, kAlpha)
-      .Planes<0, 3>()
-      .Null<1>()
-      .Step<2>()
-      .Output(pixels, sizeof(pixels))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C3R), mcu, &pixels[0], 64)
-      .Planes<0, 3>()
-      .Null<1>()
-      .Step<2>()
-      .Output(pixels, sizeof(pixels))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C4R), mcu, &pixels[0], 64, kAlpha)
-      .Planes<0, 3>()
-      .Null<1>()
-      .Step<2>()
-      .Output(pixels, sizeof(pixels))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C3R), mcu, &pixels[0], 64)
-      .Planes<0, 3>()
-      .Null<1>()
-      .Step<2>()
-      .Output(pixels, sizeof(pixels))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C4R), mcu, &pixels[0], 64, kAlpha)
-      .Planes<0, 3>()
-      .Null<1>()
-      .Step<2>()
-      .Output(pixels, sizeof(pixels))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C3R), mcu, &pixels[0], 64)
-      .Planes<0, 3>()
-      .Null<1>()
-      .Step<2>()
-      .Output(pixels, sizeof(pixels))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C4R), mcu, &pixels[0], 64, kAlpha)
-      .Planes<0, 3>()
-      .Null<1>()
-      .Step<2>()
-      .Output(pixels, sizeof(pixels))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C3R), mcu, &pixels[0], 64)
-      .Planes<0, 3>()
-      .Null<1>()
-      .Step<2>()
-      .Output(pixels, sizeof(pixels))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C4R), mcu, &pixels[0], 64, kAlpha)
-      .Planes<0, 3>()
-      .Null<1>()
-      .Step<2>()
-      .Output(pixels, sizeof(pixels))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCCK444ToCMYKLS_MCU_JPEG_16s8u_P4C4R), mcu, &pixels[0], 64)
-      .Planes<0, 4>()
-      .Null<1>()
-      .Step<2>()
-      .Output(pixels, sizeof(pixels))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCCK422ToCMYKLS_MCU_JPEG_16s8u_P4C4R), mcu, &pixels[0], 64)
-      .Planes<0, 4>()
-      .Null<1>()
-      .Step<2>()
-      .Output(pixels, sizeof(pixels))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCCK411ToCMYKLS_MCU_JPEG_16s8u_P4C4R), mcu, &pixels[0], 64)
-      .Planes<0, 4>()
-      .Null<1>()
-      .Step<2>()
-      .Output(pixels, sizeof(pixels))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiSampleUp444LS_MCU_JPEG_16s8u_P3C3R), mcu, &pixels[0], 64)
-      .Planes<0, 3>()
-      .Null<1>()
-      .Step<2>()
-      .Output(pixels, sizeof(pixels))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiSampleUp422LS_MCU_JPEG_16s8u_P3C3R), mcu, &pixels[0], 64)
-      .Planes<0, 3>()
-      .Null<1>()
-      .Step<2>()
-      .Output(pixels, sizeof(pixels))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiSampleUp411LS_MCU_JPEG_16s8u_P3C3R), mcu, &pixels[0], 64)
-      .Planes<0, 3>()
-      .Null<1>()
-      .Step<2>()
-      .Output(pixels, sizeof(pixels))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiJoin422LS_MCU_JPEG_16s8u_P3C2R), mcu, &pixels[0], 64)
-      .Planes<0, 3>()
-      .Null<1>()
-      .Step<2>()
-      .Output(pixels, sizeof(pixels))
-      .Run();
+}
+
+TEST(Mcu, ToBlocksChecksInOrder) {
+  ExpectOrderToBlocks<3>(HARNESS_NAMED(zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C3P3R));
+  ExpectOrderToBlocks<3>(HARNESS_NAMED(zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C4P3R));
+  ExpectOrderToBlocks<3>(HARNESS_NAMED(zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C3P3R));
+  ExpectOrderToBlocks<3>(HARNESS_NAMED(zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C4P3R));
+  ExpectOrderToBlocks<3>(HARNESS_NAMED(zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C3P3R));
+  ExpectOrderToBlocks<3>(HARNESS_NAMED(zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C4P3R));
+  ExpectOrderToBlocks<3>(HARNESS_NAMED(zepiBGRToYCbCr444LS_MCU_JPEG_8u16s_C3P3R));
+  ExpectOrderToBlocks<3>(HARNESS_NAMED(zepiBGRToYCbCr444LS_MCU_JPEG_8u16s_C4P3R));
+  ExpectOrderToBlocks<3>(HARNESS_NAMED(zepiBGRToYCbCr422LS_MCU_JPEG_8u16s_C3P3R));
+  ExpectOrderToBlocks<3>(HARNESS_NAMED(zepiBGRToYCbCr422LS_MCU_JPEG_8u16s_C4P3R));
+  ExpectOrderToBlocks<3>(HARNESS_NAMED(zepiBGRToYCbCr411LS_MCU_JPEG_8u16s_C3P3R));
+  ExpectOrderToBlocks<3>(HARNESS_NAMED(zepiBGRToYCbCr411LS_MCU_JPEG_8u16s_C4P3R));
+  ExpectOrderToBlocks<4>(HARNESS_NAMED(zepiCMYKToYCCK444LS_MCU_JPEG_8u16s_C4P4R));
+  ExpectOrderToBlocks<4>(HARNESS_NAMED(zepiCMYKToYCCK422LS_MCU_JPEG_8u16s_C4P4R));
+  ExpectOrderToBlocks<4>(HARNESS_NAMED(zepiCMYKToYCCK411LS_MCU_JPEG_8u16s_C4P4R));
+  ExpectOrderToBlocks<3>(HARNESS_NAMED(zepiSampleDown444LS_MCU_JPEG_8u16s_C3P3R));
+  ExpectOrderToBlocks<3>(HARNESS_NAMED(zepiSampleDown422LS_MCU_JPEG_8u16s_C3P3R));
+  ExpectOrderToBlocks<3>(HARNESS_NAMED(zepiSampleDown411LS_MCU_JPEG_8u16s_C3P3R));
+  ExpectOrderToBlocks<3>(HARNESS_NAMED(zepiSplit422LS_MCU_JPEG_8u16s_C2P3R));
+}
+
+TEST(Mcu, ToPixelsChecksInOrder) {
+  ExpectOrderToPixels<3>(HARNESS_NAMED(zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C3R));
+  ExpectOrderToPixels<3>(HARNESS_NAMED(zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C4R), kAlpha);
+  ExpectOrderToPixels<3>(HARNESS_NAMED(zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C3R));
+  ExpectOrderToPixels<3>(HARNESS_NAMED(zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C4R), kAlpha);
+  ExpectOrderToPixels<3>(HARNESS_NAMED(zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C3R));
+  ExpectOrderToPixels<3>(HARNESS_NAMED(zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C4R), kAlpha);
+  ExpectOrderToPixels<3>(HARNESS_NAMED(zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C3R));
+  ExpectOrderToPixels<3>(HARNESS_NAMED(zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C4R), kAlpha);
+  ExpectOrderToPixels<3>(HARNESS_NAMED(zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C3R));
+  ExpectOrderToPixels<3>(HARNESS_NAMED(zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C4R), kAlpha);
+  ExpectOrderToPixels<3>(HARNESS_NAMED(zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C3R));
+  ExpectOrderToPixels<3>(HARNESS_NAMED(zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C4R), kAlpha);
+  ExpectOrderToPixels<4>(HARNESS_NAMED(zepiYCCK444ToCMYKLS_MCU_JPEG_16s8u_P4C4R));
+  ExpectOrderToPixels<4>(HARNESS_NAMED(zepiYCCK422ToCMYKLS_MCU_JPEG_16s8u_P4C4R));
+  ExpectOrderToPixels<4>(HARNESS_NAMED(zepiYCCK411ToCMYKLS_MCU_JPEG_16s8u_P4C4R));
+  ExpectOrderToPixels<3>(HARNESS_NAMED(zepiSampleUp444LS_MCU_JPEG_16s8u_P3C3R));
+  ExpectOrderToPixels<3>(HARNESS_NAMED(zepiSampleUp422LS_MCU_JPEG_16s8u_P3C3R));
+  ExpectOrderToPixels<3>(HARNESS_NAMED(zepiSampleUp411LS_MCU_JPEG_16s8u_P3C3R));
+  ExpectOrderToPixels<3>(HARNESS_NAMED(zepiJoin422LS_MCU_JPEG_16s8u_P3C2R));
 }
 
 }  // namespace

@@ -162,147 +162,54 @@ TEST(YcbcrToRgb, ChecksInOrder) {
 }
 
 TEST(YcbcrToRgb, MorePixelsCheckInOrder) {
-  uint8_t src[3][64] = {};
-  uint8_t dst[64] = {};
+  uint8_t src[3][64] = {}, bytes[64] = {};
   uint16_t words[64] = {};
   const uint8_t* const planes[] = {src[0], src[1], src[2]};
   const uint8_t* const* const from = planes;
-  constexpr zepiSize kSize = {4, 2};
-  CheckOrder(HARNESS_NAMED(zepiYCbCrToRGB_JPEG_8u_P3C4R), from, 16, &dst[0], 16, kSize, kAlpha)
-      .Planes<0, 3>()
-      .Null<2>()
-      .Step<1>()
-      .Step<3>()
-      .Size<4>()
-      .Output(dst, sizeof(dst))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCbCrToRGB555_JPEG_8u16u_P3C3R), from, 16, &words[0], 16, kSize)
-      .Planes<0, 3>()
-      .Null<2>()
-      .Step<1>()
-      .Step<3>()
-      .Size<4>()
-      .Output(words, sizeof(words))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCbCrToRGB565_JPEG_8u16u_P3C3R), from, 16, &words[0], 16, kSize)
-      .Planes<0, 3>()
-      .Null<2>()
-      .Step<1>()
-      .Step<3>()
-      .Size<4>()
-      .Output(words, sizeof(words))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCbCrToBGR_JPEG_8u_P3C4R), from, 16, &dst[0], 16, kSize, kAlpha)
-      .Planes<0, 3>()
-      .Null<2>()
-      .Step<1>()
-      .Step<3>()
-      .Size<4>()
-      .Output(dst, sizeof(dst))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCbCrToBGR555_JPEG_8u16u_P3C3R), from, 16, &words[0], 16, kSize)
-      .Planes<0, 3>()
-      .Null<2>()
-      .Step<1>()
-      .Step<3>()
-      .Size<4>()
-      .Output(words, sizeof(words))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCbCrToBGR565_JPEG_8u16u_P3C3R), from, 16, &words[0], 16, kSize)
-      .Planes<0, 3>()
-      .Null<2>()
-      .Step<1>()
-      .Step<3>()
-      .Size<4>()
-      .Output(words, sizeof(words))
-      .Run();
+  const auto expect = [&](auto exported, auto* dst, auto... alpha) {
+    CheckOrder(exported, from, 16, dst, 16, zepiSize{4, 2}, alpha...)
+        .template Planes<0, 3>()
+        .template Null<2>()
+        .template Step<1>()
+        .template Step<3>()
+        .template Size<4>()
+        .Output(dst, 64 * sizeof(*dst))
+        .Run();
+  };
+  expect(HARNESS_NAMED(zepiYCbCrToRGB_JPEG_8u_P3C4R), &bytes[0], kAlpha);
+  expect(HARNESS_NAMED(zepiYCbCrToRGB555_JPEG_8u16u_P3C3R), &words[0]);
+  expect(HARNESS_NAMED(zepiYCbCrToRGB565_JPEG_8u16u_P3C3R), &words[0]);
+  expect(HARNESS_NAMED(zepiYCbCrToBGR_JPEG_8u_P3C4R), &bytes[0], kAlpha);
+  expect(HARNESS_NAMED(zepiYCbCrToBGR555_JPEG_8u16u_P3C3R), &words[0]);
+  expect(HARNESS_NAMED(zepiYCbCrToBGR565_JPEG_8u16u_P3C3R), &words[0]);
 }
 
 TEST(YcbcrToRgb, HalfChromaChecksInOrder) {
-  uint8_t src[3][64] = {};
-  uint8_t dst[64] = {};
+  uint8_t src[3][64] = {}, dst[64] = {};
   const uint8_t* const planes[] = {src[0], src[1], src[2]};
   const uint8_t* const* const from = planes;
   static constexpr int32_t kSteps[] = {16, 8, 8}, kBadY[] = {0, 8, 8}, kBadCb[] = {16, -1, 8},
                            kBadCr[] = {16, 8, 0};
   const int32_t* const steps = kSteps;
-  constexpr zepiSize kSize = {4, 2};
-  CheckOrder(HARNESS_NAMED(zepiYCbCr411ToRGB_JPEG_8u_P3C3R), from, steps, &dst[0], 16, kSize)
-      .Planes<0, 3>()
-      .Null<1>()
-      .Null<2>()
-      .Bad<1>(zepStatusBadStep, {kBadY, kBadCb, kBadCr})
-      .Step<3>()
-      .Size<4>()
-      .Output(dst, sizeof(dst))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCbCr411ToRGB_JPEG_8u_P3C4R), from, steps, &dst[0], 16, kSize,
-             kAlpha)
-      .Planes<0, 3>()
-      .Null<1>()
-      .Null<2>()
-      .Bad<1>(zepStatusBadStep, {kBadY, kBadCb, kBadCr})
-      .Step<3>()
-      .Size<4>()
-      .Output(dst, sizeof(dst))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCbCr411ToBGR_JPEG_8u_P3C3R), from, steps, &dst[0], 16, kSize)
-      .Planes<0, 3>()
-      .Null<1>()
-      .Null<2>()
-      .Bad<1>(zepStatusBadStep, {kBadY, kBadCb, kBadCr})
-      .Step<3>()
-      .Size<4>()
-      .Output(dst, sizeof(dst))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCbCr411ToBGR_JPEG_8u_P3C4R), from, steps, &dst[0], 16, kSize,
-             kAlpha)
-      .Planes<0, 3>()
-      .Null<1>()
-      .Null<2>()
-      .Bad<1>(zepStatusBadStep, {kBadY, kBadCb, kBadCr})
-      .Step<3>()
-      .Size<4>()
-      .Output(dst, sizeof(dst))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCbCr422ToRGB_JPEG_8u_P3C3R), from, steps, &dst[0], 16, kSize)
-      .Planes<0, 3>()
-      .Null<1>()
-      .Null<2>()
-      .Bad<1>(zepStatusBadStep, {kBadY, kBadCb, kBadCr})
-      .Step<3>()
-      .Size<4>()
-      .Output(dst, sizeof(dst))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCbCr422ToRGB_JPEG_8u_P3C4R), from, steps, &dst[0], 16, kSize,
-             kAlpha)
-      .Planes<0, 3>()
-      .Null<1>()
-      .Null<2>()
-      .Bad<1>(zepStatusBadStep, {kBadY, kBadCb, kBadCr})
-      .Step<3>()
-      .Size<4>()
-      .Output(dst, sizeof(dst))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCbCr422ToBGR_JPEG_8u_P3C3R), from, steps, &dst[0], 16, kSize)
-      .Planes<0, 3>()
-      .Null<1>()
-      .Null<2>()
-      .Bad<1>(zepStatusBadStep, {kBadY, kBadCb, kBadCr})
-      .Step<3>()
-      .Size<4>()
-      .Output(dst, sizeof(dst))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCbCr422ToBGR_JPEG_8u_P3C4R), from, steps, &dst[0], 16, kSize,
-             kAlpha)
-      .Planes<0, 3>()
-      .Null<1>()
-      .Null<2>()
-      .Bad<1>(zepStatusBadStep, {kBadY, kBadCb, kBadCr})
-      .Step<3>()
-      .Size<4>()
-      .Output(dst, sizeof(dst))
-      .Run();
+  const auto expect = [&](auto exported, auto... alpha) {
+    CheckOrder(exported, from, steps, &dst[0], 16, zepiSize{4, 2}, alpha...)
+        .template Planes<0, 3>()
+        .template Null<1>()
+        .template Null<2>()
+        .template Bad<1>(zepStatusBadStep, {kBadY, kBadCb, kBadCr})
+        .template Step<3>()
+        .template Size<4>()
+        .Output(dst, sizeof(dst))
+        .Run();
+  };
+  expect(HARNESS_NAMED(zepiYCbCr411ToRGB_JPEG_8u_P3C3R));
+  expect(HARNESS_NAMED(zepiYCbCr411ToRGB_JPEG_8u_P3C4R), kAlpha);
+  expect(HARNESS_NAMED(zepiYCbCr411ToBGR_JPEG_8u_P3C3R));
+  expect(HARNESS_NAMED(zepiYCbCr411ToBGR_JPEG_8u_P3C4R), kAlpha);
+  expect(HARNESS_NAMED(zepiYCbCr422ToRGB_JPEG_8u_P3C3R));
+  expect(HARNESS_NAMED(zepiYCbCr422ToRGB_JPEG_8u_P3C4R), kAlpha);
+  expect(HARNESS_NAMED(zepiYCbCr422ToBGR_JPEG_8u_P3C3R));
+  expect(HARNESS_NAMED(zepiYCbCr422ToBGR_JPEG_8u_P3C4R), kAlpha);
 }
 
 }  // namespace
