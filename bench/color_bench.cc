@@ -35,6 +35,7 @@ class Images {
       rows3.push_back(&interleaved_[row * 3]);
       rows4.push_back(&interleaved_[row * 4]);
       result_rows3.push_back(&result_[row * 3]);
+      result_rows4.push_back(&result_[row * 4]);
       for (int i = 0; i < 3; ++i) {
         plane_rows[i].push_back(&planes_[i][row]);
         result_plane_rows[i].push_back(&results_[i][row]);
@@ -53,7 +54,8 @@ class Images {
   const uint8_t* const* planes() const { return plane_pointers_; }
   uint8_t* const* results() const { return result_pointers_; }
 
-  std::vector<uint8_t*> rows3, rows4, result_rows3, plane_rows[3], result_plane_rows[3];
+  std::vector<uint8_t*> rows3, rows4, result_rows3, result_rows4, plane_rows[3],
+      result_plane_rows[3];
   uint8_t** rival_planes[3];
   uint8_t** rival_results[3];
 
@@ -225,6 +227,76 @@ void RegisterInverse() {
   });
 }
 
+// The rival's merged upsampling: two rows of pixels at once where chroma has half the height.
+template <int kRows, bool kFourBytes>
+void RivalMerged(Images& m) {
+  auto& rows = kFourBytes ? m.result_rows4 : m.result_rows3;
+  const auto up = kRows == 1   ? kFourBytes ? jsimd_h2v1_extrgbx_merged_upsample_avx2
+                                            : jsimd_h2v1_merged_upsample_avx2
+                  : kFourBytes ? jsimd_h2v2_extrgbx_merged_upsample_avx2
+                               : jsimd_h2v2_merged_upsample_avx2;
+  for (int32_t y = 0; y < m.size().height; y += kRows) {
+    up(static_cast<unsigned>(m.size().width), m.rival_planes, static_cast<unsigned>(y / kRows),
+       rows.data() + y);
+  }
+}
+
+void RegisterReduced() {
+  const std::vector<zepiSize> sizes = {kCached, k4K};
+  const auto three = [](auto function) {
+    return [function](Images& m) {
+      const int32_t steps[] = {m.size().width, m.size().width, m.size().width};
+      function(m.planes(), steps, m.result(), m.size().width * 3, m.size());
+    };
+  };
+  const auto four = [](auto function) {
+    return [function](Images& m) {
+      const int32_t steps[] = {m.size().width, m.size().width, m.size().width};
+      function(m.planes(), steps, m.result(), m.size().width * 4, m.size(), uint8_t{255});
+    };
+  };
+  Pair("zepiYCbCr411ToRGB_JPEG_8u_P3C3R", sizes, three(zepiYCbCr411ToRGB_JPEG_8u_P3C3R),
+       RivalMerged<2, false>);
+  Pair("zepiYCbCr411ToRGB_JPEG_8u_P3C4R", {kCached}, four(zepiYCbCr411ToRGB_JPEG_8u_P3C4R),
+       RivalMerged<2, true>);
+  Pair("zepiYCbCr411ToBGR_JPEG_8u_P3C3R", {kCached}, three(zepiYCbCr411ToBGR_JPEG_8u_P3C3R),
+       RivalMerged<2, false>);
+  Pair("zepiYCbCr411ToBGR_JPEG_8u_P3C4R", {kCached}, four(zepiYCbCr411ToBGR_JPEG_8u_P3C4R),
+       RivalMerged<2, true>);
+  Pair("zepiYCbCr422ToRGB_JPEG_8u_P3C3R", sizes, three(zepiYCbCr422ToRGB_JPEG_8u_P3C3R),
+       RivalMerged<1, false>);
+  Pair("zepiYCbCr422ToRGB_JPEG_8u_P3C4R", {kCached}, four(zepiYCbCr422ToRGB_JPEG_8u_P3C4R),
+       RivalMerged<1, true>);
+  Pair("zepiYCbCr422ToBGR_JPEG_8u_P3C3R", {kCached}, three(zepiYCbCr422ToBGR_JPEG_8u_P3C3R),
+       RivalMerged<1, false>);
+  Pair("zepiYCbCr422ToBGR_JPEG_8u_P3C4R", {kCached}, four(zepiYCbCr422ToBGR_JPEG_8u_P3C4R),
+       RivalMerged<1, true>);
+}
+
+void RegisterOtherPixels() {
+  const auto rival = [](Images& m) {
+    jsimd_ycc_extrgbx_convert_avx2(static_cast<unsigned>(m.size().width), m.rival_planes, 0,
+                                   m.result_rows4.data(), m.size().height);
+  };
+  const auto four = [](auto function) {
+    return [function](Images& m) {
+      function(m.planes(), m.size().width, m.result(), m.size().width * 4, m.size(), uint8_t{255});
+    };
+  };
+  Pair("zepiYCbCrToRGB_JPEG_8u_P3C4R", {kCached}, four(zepiYCbCrToRGB_JPEG_8u_P3C4R), rival);
+  Pair("zepiYCbCrToBGR_JPEG_8u_P3C4R", {kCached}, four(zepiYCbCrToBGR_JPEG_8u_P3C4R), rival);
+  const auto packed = [](auto function) {
+    return [function](Images& m) {
+      function(m.planes(), m.size().width, reinterpret_cast<uint16_t*>(m.result()),
+               m.size().width * 2, m.size());
+    };
+  };
+  Alone("zepiYCbCrToRGB555_JPEG_8u16u_P3C3R", packed(zepiYCbCrToRGB555_JPEG_8u16u_P3C3R));
+  Alone("zepiYCbCrToRGB565_JPEG_8u16u_P3C3R", packed(zepiYCbCrToRGB565_JPEG_8u16u_P3C3R));
+  Alone("zepiYCbCrToBGR555_JPEG_8u16u_P3C3R", packed(zepiYCbCrToBGR555_JPEG_8u16u_P3C3R));
+  Alone("zepiYCbCrToBGR565_JPEG_8u16u_P3C3R", packed(zepiYCbCrToBGR565_JPEG_8u16u_P3C3R));
+}
+
 // Throughput of sampling counts the larger side's samples.
 template <bool kVertical>
 void RivalDown(Images& m) {
@@ -279,6 +351,31 @@ void RegisterSampling() {
                                      m.results()[0], m.size().width, m.size());
       },
       RivalUpH2V2);
+  // A row at a time; the rival's functions take one as well as many.
+  const auto rows = [](Images& m, auto call) {
+    for (int32_t y = 0; y + 2 <= m.size().height; ++y)
+      call(m.plane_rows[0].data() + y, m.result_plane_rows[0][static_cast<size_t>(y)]);
+  };
+  Alone("zepiSampleDownRowH2V1_Box_JPEG_8u_C1", [=](Images& m) {
+    rows(m, [&](uint8_t** src, uint8_t* dst) {
+      zepiSampleDownRowH2V1_Box_JPEG_8u_C1(src[0], m.size().width, dst);
+    });
+  });
+  Alone("zepiSampleDownRowH2V2_Box_JPEG_8u_C1", [=](Images& m) {
+    rows(m, [&](uint8_t** src, uint8_t* dst) {
+      zepiSampleDownRowH2V2_Box_JPEG_8u_C1(src[0], src[1], m.size().width, dst);
+    });
+  });
+  Alone("zepiSampleUpRowH2V1_Triangle_JPEG_8u_C1", [=](Images& m) {
+    rows(m, [&](uint8_t** src, uint8_t* dst) {
+      zepiSampleUpRowH2V1_Triangle_JPEG_8u_C1(src[0], m.size().width / 2, dst);
+    });
+  });
+  Alone("zepiSampleUpRowH2V2_Triangle_JPEG_8u_C1", [=](Images& m) {
+    rows(m, [&](uint8_t** src, uint8_t* dst) {
+      zepiSampleUpRowH2V2_Triangle_JPEG_8u_C1(src[0], src[1], m.size().width / 2, dst);
+    });
+  });
   Alone("zepiAdd128_JPEG_16s8u_C1R", [](Images& m) {
     zepiAdd128_JPEG_16s8u_C1R(reinterpret_cast<const int16_t*>(m.words()), m.size().width * 2,
                               m.result(), m.size().width, m.size());
@@ -304,6 +401,8 @@ const bool registered = [] {
   RegisterForward();
   RegisterReducing();
   RegisterInverse();
+  RegisterReduced();
+  RegisterOtherPixels();
   RegisterSampling();
   RegisterCopies();
   return true;

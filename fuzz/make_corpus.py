@@ -30,6 +30,13 @@ def main():
         write("block_encoder", f"noise{i}", DC + AC + bytes([200]) + data)
     write("block_decoder", "marker", DC + AC + bytes([0]) + noise[0] + b"\xff\xd9")
     write("block_encoder", "tight", DC + AC + bytes([1]) + noise[1])
+    for i, data in enumerate(noise):
+        write("difference_decoder", f"noise{i}", DC + DC + bytes([2, 60, 0]) + data)
+        write("difference_decoder", f"stuffed{i}", DC + DC + bytes([0, 99, 0]) + data.replace(b"\xff", b"\xff\0"))
+    runs = b"".join(bytes([i]) * n for i, n in enumerate((1, 2, 3, 127, 128, 129, 2, 300, 1, 1, 5)))
+    write("packbits", "runs", bytes([0, 255, 7]) + runs)
+    write("packbits", "mixed", bytes([0, 255, 7]) + runs + noise[2] + runs)
+    write("packbits", "packets", bytes([1, 200, 0]) + bytes([3, 1, 2, 3, 4, 128, 250, 9, 0, 7, 130, 5]))
     for kind, name in enumerate(("dxt1", "dxt3", "dxt5", "bc4", "bc5")):
         write("texture_decoder", name, bytes([kind, 16, 6, 0, 1, 3]) + noise[2])
 

@@ -318,6 +318,85 @@ ZEP_API zepStatus ZEP_CALL zepiYCCKToCMYK_JPEG_8u_P4R(const uint8_t* const pSrc[
 ZEP_API zepStatus ZEP_CALL zepiYCbCr422ToRGB_JPEG_8u_C2C3R(const uint8_t* pSrc, int32_t srcStep,
                                                            uint8_t* pDst, int32_t dstStep,
                                                            zepiSize roiSize);
+/**
+ * Planes Y, Cb, Cr to RGBX by the inverse rule; `alpha` goes into every fourth byte. Null, steps, sizes are
+ * checked in this order; on the calling thread.
+ */
+ZEP_API zepStatus ZEP_CALL zepiYCbCrToRGB_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
+                                                        int32_t srcStep, uint8_t* pDst,
+                                                        int32_t dstStep, zepiSize roiSize,
+                                                        uint8_t alpha);
+/** BGRX, otherwise as zepiYCbCrToRGB_JPEG_8u_P3C4R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCrToBGR_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
+                                                        int32_t srcStep, uint8_t* pDst,
+                                                        int32_t dstStep, zepiSize roiSize,
+                                                        uint8_t alpha);
+
+/**
+ * Planes with chroma of half width and half height to RGB by the inverse rule.
+ *
+ * Pixel (x, y) takes chroma sample (x / 2, y / 2): no filter. Planes Cb and Cr have (width + 1) / 2 samples a
+ * row and (height + 1) / 2 rows, so an odd last column or row has a sample of its own, and any size from 1 x 1
+ * on is legal. `srcStep` holds a step for each plane.
+ *
+ * Checks: pointers (planes, `srcStep` and `pDst`), the steps, the size. On the calling thread.
+ */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr411ToRGB_JPEG_8u_P3C3R(const uint8_t* const pSrc[3],
+                                                           const int32_t srcStep[3], uint8_t* pDst,
+                                                           int32_t dstStep, zepiSize roiSize);
+/** RGBX with `alpha`, otherwise as zepiYCbCr411ToRGB_JPEG_8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr411ToRGB_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
+                                                           const int32_t srcStep[3], uint8_t* pDst,
+                                                           int32_t dstStep, zepiSize roiSize,
+                                                           uint8_t alpha);
+/** BGR, otherwise as zepiYCbCr411ToRGB_JPEG_8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr411ToBGR_JPEG_8u_P3C3R(const uint8_t* const pSrc[3],
+                                                           const int32_t srcStep[3], uint8_t* pDst,
+                                                           int32_t dstStep, zepiSize roiSize);
+/** BGRX with `alpha`, otherwise as zepiYCbCr411ToRGB_JPEG_8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr411ToBGR_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
+                                                           const int32_t srcStep[3], uint8_t* pDst,
+                                                           int32_t dstStep, zepiSize roiSize,
+                                                           uint8_t alpha);
+/** Chroma of half width and full height: sample (x / 2, y). Otherwise as zepiYCbCr411ToRGB_JPEG_8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr422ToRGB_JPEG_8u_P3C3R(const uint8_t* const pSrc[3],
+                                                           const int32_t srcStep[3], uint8_t* pDst,
+                                                           int32_t dstStep, zepiSize roiSize);
+/** RGBX with `alpha`, otherwise as zepiYCbCr422ToRGB_JPEG_8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr422ToRGB_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
+                                                           const int32_t srcStep[3], uint8_t* pDst,
+                                                           int32_t dstStep, zepiSize roiSize,
+                                                           uint8_t alpha);
+/** BGR, otherwise as zepiYCbCr422ToRGB_JPEG_8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr422ToBGR_JPEG_8u_P3C3R(const uint8_t* const pSrc[3],
+                                                           const int32_t srcStep[3], uint8_t* pDst,
+                                                           int32_t dstStep, zepiSize roiSize);
+/** BGRX with `alpha`, otherwise as zepiYCbCr422ToRGB_JPEG_8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr422ToBGR_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
+                                                           const int32_t srcStep[3], uint8_t* pDst,
+                                                           int32_t dstStep, zepiSize roiSize,
+                                                           uint8_t alpha);
+
+/**
+ * Planes Y, Cb, Cr to 16-bit pixels: of each result of the inverse rule the upper bits, red in bits 14 to 10,
+ * green in 9 to 5, blue in 4 to 0; bit 15 is 0. Null, steps, sizes are checked in this order; on the calling
+ * thread. Words may have any alignment.
+ */
+ZEP_API zepStatus ZEP_CALL zepiYCbCrToRGB555_JPEG_8u16u_P3C3R(const uint8_t* const pSrc[3],
+                                                              int32_t srcStep, uint16_t* pDst,
+                                                              int32_t dstStep, zepiSize roiSize);
+/** Red in bits 15 to 11, green in 10 to 5, blue in 4 to 0. Otherwise as zepiYCbCrToRGB555_JPEG_8u16u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCrToRGB565_JPEG_8u16u_P3C3R(const uint8_t* const pSrc[3],
+                                                              int32_t srcStep, uint16_t* pDst,
+                                                              int32_t dstStep, zepiSize roiSize);
+/** Red and blue exchanged, otherwise as zepiYCbCrToRGB555_JPEG_8u16u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCrToBGR555_JPEG_8u16u_P3C3R(const uint8_t* const pSrc[3],
+                                                              int32_t srcStep, uint16_t* pDst,
+                                                              int32_t dstStep, zepiSize roiSize);
+/** Red and blue exchanged, otherwise as zepiYCbCrToRGB565_JPEG_8u16u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCrToBGR565_JPEG_8u16u_P3C3R(const uint8_t* const pSrc[3],
+                                                              int32_t srcStep, uint16_t* pDst,
+                                                              int32_t dstStep, zepiSize roiSize);
 /** @} */
 
 /**
@@ -353,6 +432,27 @@ ZEP_API zepStatus ZEP_CALL zepiSampleUpH2V1_JPEG_8u_C1R(const uint8_t* pSrc, int
 ZEP_API zepStatus ZEP_CALL zepiSampleUpH2V2_JPEG_8u_C1R(const uint8_t* pSrc, int32_t srcStep,
                                                         zepiSize srcSize, uint8_t* pDst,
                                                         int32_t dstStep, zepiSize dstSize);
+/**
+ * Half a row: (srcWidth + 1) / 2 rounded means (a + b + 1) >> 1; the last sample of an odd row stands for its
+ * missing neighbour. Checks: pointers, then ::zepStatusBadSize for a width below 1. The row functions run on
+ * the calling thread; source and destination must not overlap.
+ */
+ZEP_API zepStatus ZEP_CALL zepiSampleDownRowH2V1_Box_JPEG_8u_C1(const uint8_t* pSrc,
+                                                                int32_t srcWidth, uint8_t* pDst);
+/** Of two rows (a + b + c + d + 2) >> 2, otherwise as zepiSampleDownRowH2V1_Box_JPEG_8u_C1(). */
+ZEP_API zepStatus ZEP_CALL zepiSampleDownRowH2V2_Box_JPEG_8u_C1(const uint8_t* pSrc1,
+                                                                const uint8_t* pSrc2,
+                                                                int32_t srcWidth, uint8_t* pDst);
+/** A row of twice the width by the triangle filter, as zepiSampleUpH2V1_JPEG_8u_C1R() has it. Checks as above. */
+ZEP_API zepStatus ZEP_CALL zepiSampleUpRowH2V1_Triangle_JPEG_8u_C1(const uint8_t* pSrc,
+                                                                   int32_t srcWidth, uint8_t* pDst);
+/**
+ * A row of twice the width from the near row `pSrc1`, weighed 3/4, and the far row `pSrc2`, 1/4, as a row of
+ * zepiSampleUpH2V2_JPEG_8u_C1R(). Checks as above.
+ */
+ZEP_API zepStatus ZEP_CALL zepiSampleUpRowH2V2_Triangle_JPEG_8u_C1(const uint8_t* pSrc1,
+                                                                   const uint8_t* pSrc2,
+                                                                   int32_t srcWidth, uint8_t* pDst);
 /** v + 128, saturated to 0..255. Checks: pSrc, srcStep, pDst, dstStep, roiSize. Row-parallel. */
 ZEP_API zepStatus ZEP_CALL zepiAdd128_JPEG_16s8u_C1R(const int16_t* pSrc, int32_t srcStep,
                                                      uint8_t* pDst, int32_t dstStep,
@@ -361,6 +461,171 @@ ZEP_API zepStatus ZEP_CALL zepiAdd128_JPEG_16s8u_C1R(const int16_t* pSrc, int32_
 ZEP_API zepStatus ZEP_CALL zepiSub128_JPEG_8u16s_C1R(const uint8_t* pSrc, int32_t srcStep,
                                                      int16_t* pDst, int32_t dstStep,
                                                      zepiSize roiSize);
+/** @} */
+
+/**
+ * @defgroup mcu JPEG: pixels to the blocks of an MCU and back
+ *
+ * What stands between pixels and the DCT, for one minimum coded unit at a time: colour conversion, reduction of
+ * chroma and level shift in one pass. The MCU is 8x8 pixels (444), 16x8 (422) or 16x16 (411: 4:2:0).
+ *
+ * A block is 64 contiguous values, row by row; a component's blocks follow one another: 411 has four of Y, top
+ * left, top right, bottom left, bottom right; 422 two, left, right; Cb and Cr have one. K of CMYK has as many as
+ * Y. `pDstMCU` and `pSrcMCU` hold a pointer for each component; blocks may have any alignment.
+ *
+ * To blocks: the results of the conversion, clamped to 0..255, minus 128. To pixels: each value plus 128,
+ * saturated to 0..255, is a sample; then chroma is replicated and converted by the inverse rule of @ref color.
+ *
+ * Checks: pointers and their components, then ::zepStatusBadStep for a step of 0 or less. Not checked: that a
+ * step holds a row of pixels. On the calling thread; source and destination must not overlap.
+ *
+ * @code
+ * int16_t y[4 * 64], cb[64], cr[64];
+ * int16_t* const mcu[] = {y, cb, cr};
+ * zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C3P3R(pixels, step, mcu);  // 16 x 16 pixels
+ * for (int i = 0; i < 4; ++i) zepiDCTQuantFwd8x8_JPEG_16s_C1I(y + 64 * i, luminance);
+ * @endcode
+ * @{
+ */
+/** 8x8 pixels RGB by the 15-bit rule, as a row of eight pixels has it in zepiRGBToYCbCr_JPEG_8u_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** RGBX, otherwise as zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C4P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** 16x8 pixels RGB as in zepiRGBToYCbCr422_JPEG_8u_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** RGBX, otherwise as zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C4P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** 16x16 pixels RGB as in zepiRGBToYCbCr411_JPEG_8u_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** RGBX, otherwise as zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C4P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** BGR, otherwise as zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiBGRToYCbCr444LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** BGRX, otherwise as zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiBGRToYCbCr444LS_MCU_JPEG_8u16s_C4P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** BGR, otherwise as zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiBGRToYCbCr422LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** BGRX, otherwise as zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiBGRToYCbCr422LS_MCU_JPEG_8u16s_C4P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** BGR, otherwise as zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiBGRToYCbCr411LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** BGRX, otherwise as zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C3P3R(). */
+ZEP_API zepStatus ZEP_CALL zepiBGRToYCbCr411LS_MCU_JPEG_8u16s_C4P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** 8x8 pixels: 255 minus each ink by the 14-bit rule, as in zepiCMYKToYCCK_JPEG_8u_C4P4R(); K minus 128. */
+ZEP_API zepStatus ZEP_CALL zepiCMYKToYCCK444LS_MCU_JPEG_8u16s_C4P4R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[4]);
+/** 16x8 pixels: Y and K as in zepiCMYKToYCCK444LS_MCU_JPEG_8u16s_C4P4R(), chroma from sums of 2x1 pixels by the 14-bit rule. */
+ZEP_API zepStatus ZEP_CALL zepiCMYKToYCCK422LS_MCU_JPEG_8u16s_C4P4R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[4]);
+/** 16x16 pixels: chroma from sums of 2x2 pixels, otherwise as zepiCMYKToYCCK422LS_MCU_JPEG_8u16s_C4P4R(). */
+ZEP_API zepStatus ZEP_CALL zepiCMYKToYCCK411LS_MCU_JPEG_8u16s_C4P4R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[4]);
+/** 8x8 pixels without conversion: each channel minus 128. */
+ZEP_API zepStatus ZEP_CALL zepiSampleDown444LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** 16x8 pixels without conversion: the first channel in full, of the others (a + b + 1) >> 1 of two neighbours. */
+ZEP_API zepStatus ZEP_CALL zepiSampleDown422LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** 16x16 pixels without conversion: the first channel in full, of the others (a + b + c + d + 2) >> 2 of 2x2 neighbours. */
+ZEP_API zepStatus ZEP_CALL zepiSampleDown411LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc,
+                                                                    int32_t srcStep,
+                                                                    int16_t* const pDstMCU[3]);
+/** 16x8 pixels stored as Y0 Cb Y1 Cr: every byte minus 128 into its block. */
+ZEP_API zepStatus ZEP_CALL zepiSplit422LS_MCU_JPEG_8u16s_C2P3R(const uint8_t* pSrc, int32_t srcStep,
+                                                               int16_t* const pDstMCU[3]);
+
+/** 8x8 pixels RGB. */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
+                                                                    uint8_t* pDst, int32_t dstStep);
+/** RGBX with `alpha` in every fourth byte, otherwise as zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C4R(const int16_t* const pSrcMCU[3],
+                                                                    uint8_t* pDst, int32_t dstStep,
+                                                                    uint8_t alpha);
+/** 16x8 pixels RGB; two neighbours share their chroma. */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
+                                                                    uint8_t* pDst, int32_t dstStep);
+/** RGBX with `alpha` in every fourth byte, otherwise as zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C4R(const int16_t* const pSrcMCU[3],
+                                                                    uint8_t* pDst, int32_t dstStep,
+                                                                    uint8_t alpha);
+/** 16x16 pixels RGB; 2x2 neighbours share their chroma. */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
+                                                                    uint8_t* pDst, int32_t dstStep);
+/** RGBX with `alpha` in every fourth byte, otherwise as zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C4R(const int16_t* const pSrcMCU[3],
+                                                                    uint8_t* pDst, int32_t dstStep,
+                                                                    uint8_t alpha);
+/** BGR, otherwise as zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
+                                                                    uint8_t* pDst, int32_t dstStep);
+/** BGRX with `alpha` in every fourth byte, otherwise as zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C4R(const int16_t* const pSrcMCU[3],
+                                                                    uint8_t* pDst, int32_t dstStep,
+                                                                    uint8_t alpha);
+/** BGR, otherwise as zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
+                                                                    uint8_t* pDst, int32_t dstStep);
+/** BGRX with `alpha` in every fourth byte, otherwise as zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C4R(const int16_t* const pSrcMCU[3],
+                                                                    uint8_t* pDst, int32_t dstStep,
+                                                                    uint8_t alpha);
+/** BGR, otherwise as zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
+                                                                    uint8_t* pDst, int32_t dstStep);
+/** BGRX with `alpha` in every fourth byte, otherwise as zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C3R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C4R(const int16_t* const pSrcMCU[3],
+                                                                    uint8_t* pDst, int32_t dstStep,
+                                                                    uint8_t alpha);
+/** 8x8 pixels CMYK: 255 minus each result of the inverse rule, then the sample of K. */
+ZEP_API zepStatus ZEP_CALL zepiYCCK444ToCMYKLS_MCU_JPEG_16s8u_P4C4R(const int16_t* const pSrcMCU[4],
+                                                                    uint8_t* pDst, int32_t dstStep);
+/** 16x8 pixels, otherwise as zepiYCCK444ToCMYKLS_MCU_JPEG_16s8u_P4C4R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCCK422ToCMYKLS_MCU_JPEG_16s8u_P4C4R(const int16_t* const pSrcMCU[4],
+                                                                    uint8_t* pDst, int32_t dstStep);
+/** 16x16 pixels, otherwise as zepiYCCK444ToCMYKLS_MCU_JPEG_16s8u_P4C4R(). */
+ZEP_API zepStatus ZEP_CALL zepiYCCK411ToCMYKLS_MCU_JPEG_16s8u_P4C4R(const int16_t* const pSrcMCU[4],
+                                                                    uint8_t* pDst, int32_t dstStep);
+/** 8x8 pixels without conversion: the samples as channels. */
+ZEP_API zepStatus ZEP_CALL zepiSampleUp444LS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
+                                                                  uint8_t* pDst, int32_t dstStep);
+/** 16x8 pixels without conversion; two neighbours share the samples of the second and third channel. */
+ZEP_API zepStatus ZEP_CALL zepiSampleUp422LS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
+                                                                  uint8_t* pDst, int32_t dstStep);
+/** 16x16 pixels without conversion; 2x2 neighbours share the samples of the second and third channel. */
+ZEP_API zepStatus ZEP_CALL zepiSampleUp411LS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
+                                                                  uint8_t* pDst, int32_t dstStep);
+/** 16x8 pixels stored as Y0 Cb Y1 Cr. */
+ZEP_API zepStatus ZEP_CALL zepiJoin422LS_MCU_JPEG_16s8u_P3C2R(const int16_t* const pSrcMCU[3],
+                                                              uint8_t* pDst, int32_t dstStep);
 /** @} */
 
 /**
@@ -648,6 +913,136 @@ ZEP_API zepStatus ZEP_CALL zepiDecodeHuffman8x8_JPEG_1u16s_C1(
     const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcCurrPos, int16_t* pDst, int16_t* pLastDC,
     int32_t* pMarker, const zepiDecodeHuffmanSpec* pDcTable, const zepiDecodeHuffmanSpec* pAcTable,
     zepiDecodeHuffmanState* pDecHuffState);
+/** @} */
+
+/**
+ * @defgroup lossless Lossless JPEG: prediction and coding of differences
+ *
+ * Rows of samples to differences and back (ITU-T T.81, H.1.2.1), modulo 65536. A row has `width` samples of 16
+ * bits at any alignment; `pDst` may be `pSrc`, otherwise rows must not overlap. Samples are the point-transformed
+ * ones; no function shifts them.
+ *
+ * With x the row and b the row above, sample 0 is always predicted by b[0]; sample i > 0 by
+ * | predictor | prediction |
+ * |---|---|
+ * | 1 | x[i-1] |
+ * | 2 | b[i] |
+ * | 3 | b[i-1] |
+ * | 4 | x[i-1] + b[i] - b[i-1] |
+ * | 5 | x[i-1] + ((b[i] - b[i-1]) >> 1) |
+ * | 6 | b[i] + ((x[i-1] - b[i-1]) >> 1) |
+ * | 7 | (x[i-1] + b[i]) >> 1 |
+ *
+ * 5 and 7 take samples as 0..65535; 6 takes them as signed 16-bit values before it halves, which departs from
+ * other codecs where 16-bit samples have their top bit set: a codec had better refuse 6 at 16 bits.
+ *
+ * Checks: pointers, then ::zepStatusBadSize for a width below 1, then ::zepStatusBadArg for a predictor outside
+ * 1..7, `P` outside 2..16 or `Pt` below 0.
+ * @{
+ */
+/**
+ * The first row of a scan or restart interval: sample 0 is predicted by 2^(P - Pt - 1), or by 0 where `Pt` is
+ * `P` or more, the others by their left neighbours.
+ */
+ZEP_API zepStatus ZEP_CALL zepiDiffPredFirstRow_JPEG_16s_C1(const int16_t* pSrc, int16_t* pDst,
+                                                            int32_t width, int32_t P, int32_t Pt);
+/** The differences of a later row from what `predictor` makes of it and the row above. */
+ZEP_API zepStatus ZEP_CALL zepiDiffPredRow_JPEG_16s_C1(const int16_t* pSrc, const int16_t* pPrevRow,
+                                                       int16_t* pDst, int32_t width,
+                                                       int32_t predictor);
+/** The reverse of zepiDiffPredFirstRow_JPEG_16s_C1(). */
+ZEP_API zepStatus ZEP_CALL zepiReconstructPredFirstRow_JPEG_16s_C1(const int16_t* pSrc,
+                                                                   int16_t* pDst, int32_t width,
+                                                                   int32_t P, int32_t Pt);
+/** The reverse of zepiDiffPredRow_JPEG_16s_C1(). */
+ZEP_API zepStatus ZEP_CALL zepiReconstructPredRow_JPEG_16s_C1(const int16_t* pSrc,
+                                                              const int16_t* pPrevRow,
+                                                              int16_t* pDst, int32_t width,
+                                                              int32_t predictor);
+
+/**
+ * Encodes one difference (ITU-T T.81, H.1.2.2), or flushes: the code of its category, 0 to 16, then as many
+ * extra bits; the difference 32768 (as -32768) is the code of category 16 alone.
+ *
+ * Buffer, position, state and flush as in zepiEncodeHuffman8x8_JPEG_16s1u_C1(). Checks: `pDst`, `dstLenBytes`
+ * below 1 (::zepStatusBadSize), `pDstCurrPos`, the state; then, unless it flushes, `pSrc` and `pTable`.
+ * @return ::zepStatusBufferExhausted: no room; ::zepStatusBadHuffTable: the category has no code.
+ */
+ZEP_API zepStatus ZEP_CALL zepiEncodeHuffmanOne_JPEG_16s1u_C1(const int16_t* pSrc, uint8_t* pDst,
+                                                              int32_t dstLenBytes,
+                                                              int32_t* pDstCurrPos,
+                                                              const zepiEncodeHuffmanSpec* pTable,
+                                                              zepiEncodeHuffmanState* pEncHuffState,
+                                                              int32_t bFlushState);
+/**
+ * Decodes one difference. Buffer, position, marker and state as in zepiDecodeHuffman8x8_JPEG_1u16s_C1().
+ *
+ * Checks: `pSrc`, `srcLenBytes` negative (::zepStatusBadArg), the other pointers.
+ * @return ::zepStatusBufferExhausted: the source ended too early; ::zepStatusBadHuffCode: no such code, a
+ *   category above 16, or bits needed behind a marker. On both `*pDst` keeps its value.
+ */
+ZEP_API zepStatus ZEP_CALL zepiDecodeHuffmanOne_JPEG_1u16s_C1(
+    const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcCurrPos, int16_t* pDst, int32_t* pMarker,
+    const zepiDecodeHuffmanSpec* pTable, zepiDecodeHuffmanState* pDecHuffState);
+/**
+ * Encodes rows of differences of 1 to 4 interleaved components, sampling factors of 1: of each column one
+ * difference of each component in turn, as zepiEncodeHuffmanOne_JPEG_16s1u_C1() has it; or flushes, and then
+ * looks at nothing but the buffer and the state.
+ *
+ * Checks: `pDst`, `dstLenBytes`, `pDstCurrPos`, the state; then, unless it flushes, `pSrc` and `pTable`,
+ * `width` below 1 or `nComponents` outside 1..4 (::zepStatusBadSize), their first `nComponents` pointers.
+ */
+ZEP_API zepStatus ZEP_CALL zepiEncodeHuffmanRow_JPEG_16s1u_P4C1(
+    const int16_t* const pSrc[4], uint8_t* pDst, int32_t dstLenBytes, int32_t* pDstCurrPos,
+    int32_t width, int32_t nComponents, const zepiEncodeHuffmanSpec* const pTable[4],
+    zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState);
+/**
+ * Decodes what zepiEncodeHuffmanRow_JPEG_16s1u_P4C1() encodes. On an error the samples before it are valid.
+ *
+ * Checks: `pSrc`, `srcLenBytes` negative (::zepStatusBadArg), the other pointers, `width` below 1 or
+ * `nComponents` outside 1..4 (::zepStatusBadSize), the first `nComponents` pointers of `pDst` and `pTable`.
+ */
+ZEP_API zepStatus ZEP_CALL zepiDecodeHuffmanRow_JPEG_1u16s_C1P4(
+    const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcCurrPos, int16_t* const pDst[4],
+    int32_t width, int32_t nComponents, int32_t* pMarker,
+    const zepiDecodeHuffmanSpec* const pTable[4], zepiDecodeHuffmanState* pDecHuffState);
+/** @} */
+
+/**
+ * @defgroup tiff TIFF: PackBits, byte planes
+ *
+ * Rows of TIFF strips (TIFF 6.0, section 9). Source and destination must not overlap. On the calling thread.
+ * @{
+ */
+/**
+ * Packs a row into the least possible number of bytes: packets of 1 to 128 literal bytes (control byte
+ * count - 1) or of 2 to 128 equal ones (257 - count). Among packings of that length the one whose packets are
+ * literal and long as early as can be. At most srcLen + (srcLen + 127) / 128 bytes.
+ *
+ * Checks: pointers; `srcLen` below 1: ::zepStatusBadSize; `*pDstLen` below 1: ::zepStatusBufferExhausted.
+ * @param[in,out] pDstLen room on entry, bytes written on return; on failure it keeps its value.
+ * @return ::zepStatusBufferExhausted: too little room, and nothing was written; ::zepStatusMemAlloc: rows above
+ *   16384 bytes take as many bytes of memory, and there were none.
+ */
+ZEP_API zepStatus ZEP_CALL zepiPackBitsRow_TIFF_8u_C1(const uint8_t* pSrc, int32_t srcLen,
+                                                      uint8_t* pDst, int32_t* pDstLen);
+/**
+ * Unpacks a row of `dstLen` bytes. The control byte 128 is skipped; bytes behind the row are not looked at.
+ *
+ * Checks: pointers; `dstLen` below 1: ::zepStatusBadSize; `*pSrcLen` below 1: ::zepStatusUnpackBitsOverrun.
+ * @param[in,out] pSrcLen bytes there on entry, bytes consumed on return.
+ * @return ::zepStatusUnpackBitsOverrun: a packet would reach beyond the row or the source, or the source ended
+ *   before the row was full. What came before is in `pDst`; `*pSrcLen` is the offset of that packet's control
+ *   byte, or the end.
+ */
+ZEP_API zepStatus ZEP_CALL zepiUnpackBitsRow_TIFF_8u_C1(const uint8_t* pSrc, int32_t* pSrcLen,
+                                                        uint8_t* pDst, int32_t dstLen);
+/** `width` samples as 2 * width bytes: all high bytes, then all low bytes. Checks: pointers, then ::zepStatusBadSize for a width below 1. Samples may have any alignment. */
+ZEP_API zepStatus ZEP_CALL zepiSplitRow_TIFF_16u8u_C1(const uint16_t* pSrc, uint8_t* pDst,
+                                                      int32_t width);
+/** The reverse of zepiSplitRow_TIFF_16u8u_C1(). */
+ZEP_API zepStatus ZEP_CALL zepiJoinRow_TIFF_8u16u_C1(const uint8_t* pSrc, uint16_t* pDst,
+                                                     int32_t width);
 /** @} */
 
 /**

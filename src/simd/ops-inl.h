@@ -158,29 +158,30 @@ HWY_INLINE hn::Vec512<T> OrderHalves(hn::Vec512<T> v) {
 }
 #  endif
 
-// 128-bit blocks that lie kStride bytes apart, at any alignment.
-template <size_t kStride, size_t kLanes>
+// 128-bit blocks that lie `stride` bytes apart, at any alignment.
+template <size_t kLanes>
 HWY_INLINE hn::VFromD<hn::Simd<uint8_t, kLanes, 0>> LoadBlocks(hn::Simd<uint8_t, kLanes, 0> d,
-                                                               const uint8_t* from) {
+                                                               const uint8_t* from,
+                                                               ptrdiff_t stride) {
   if constexpr (kLanes == 16) {
     return hn::LoadU(d, from);
   } else {
     const hn::Half<decltype(d)> half;
-    return hn::Combine(d, LoadBlocks<kStride>(half, from + kStride * kLanes / 32),
-                       LoadBlocks<kStride>(half, from));
+    return hn::Combine(d, LoadBlocks(half, from + stride * (kLanes / 32), stride),
+                       LoadBlocks(half, from, stride));
   }
 }
 
 // The reverse of LoadBlocks.
-template <size_t kStride, size_t kLanes>
+template <size_t kLanes>
 HWY_INLINE void StoreBlocks(hn::VFromD<hn::Simd<uint8_t, kLanes, 0>> v,
-                            hn::Simd<uint8_t, kLanes, 0> d, uint8_t* to) {
+                            hn::Simd<uint8_t, kLanes, 0> d, uint8_t* to, ptrdiff_t stride) {
   if constexpr (kLanes == 16) {
     hn::StoreU(v, d, to);
   } else {
     const hn::Half<decltype(d)> half;
-    StoreBlocks<kStride>(hn::LowerHalf(half, v), half, to);
-    StoreBlocks<kStride>(hn::UpperHalf(half, v), half, to + kStride * kLanes / 32);
+    StoreBlocks(hn::LowerHalf(half, v), half, to, stride);
+    StoreBlocks(hn::UpperHalf(half, v), half, to + stride * (kLanes / 32), stride);
   }
 }
 

@@ -258,10 +258,10 @@ HWY_INLINE void StoreChannels(const Rows& rows, uint8_t* dst) {
   const Four channels = TransposeDwords(rows);
   const V8 first = ChannelBlock(channels.part[0], hn::BitCast(D8(), hn::Broadcast<0>(ends)));
   const V8 second = ChannelBlock(channels.part[1], hn::BitCast(D8(), hn::Broadcast<1>(ends)));
-  StoreBlocks<32>(LowerHalves(first, second), D8(), dst);
+  StoreBlocks(LowerHalves(first, second), D8(), dst, 32);
   const V8 third = ChannelBlock(channels.part[2], hn::BitCast(D8(), hn::Broadcast<2>(ends)));
   const V8 fourth = ChannelBlock(channels.part[3], hn::BitCast(D8(), hn::Broadcast<3>(ends)));
-  StoreBlocks<32>(LowerHalves(third, fourth), D8(), dst + 16);
+  StoreBlocks(LowerHalves(third, fourth), D8(), dst + 16, 32);
 }
 
 HWY_INLINE Rows LoadRows(const uint8_t* src, ptrdiff_t step) {
@@ -314,7 +314,7 @@ struct EncodeYCoCg {
     static constexpr Bytes16 kOrder = {{1, 2, 128, 0, 4, 5, 128, 3, 7, 8, 128, 6, 10, 11, 128, 9}};
     Rows rows;
     for (int y = 0; y < 4; ++y) {
-      rows.part[y] = hn::TableLookupBytesOr0(LoadBlocks<12>(D8(), src + y * step), Each(kOrder));
+      rows.part[y] = hn::TableLookupBytesOr0(LoadBlocks(D8(), src + y * step, 12), Each(kOrder));
     }
     StoreDxt<true>(rows, dst);
   }

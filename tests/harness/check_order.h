@@ -18,6 +18,7 @@
 #include <functional>
 #include <string>
 #include <tuple>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -54,9 +55,13 @@ class CheckOrder {
   // Argument `kIndex` points to `kCount` plane pointers: null itself, then each plane null.
   template <size_t kIndex, size_t kCount>
   CheckOrder& Planes() {
+    return Null<kIndex>().template EachPlane<kIndex, kCount>();
+  }
+  // Each plane null, where the pointer to them is checked elsewhere.
+  template <size_t kIndex, size_t kCount>
+  CheckOrder& EachPlane() {
     using Array = std::tuple_element_t<kIndex, Arguments>;
     using Plane = std::remove_const_t<std::remove_pointer_t<Array>>;
-    Null<kIndex>();
     for (size_t plane = 0; plane < kCount; ++plane) {
       Change change = [plane](Arguments& arguments, std::deque<std::vector<void*>>& arrays) {
         Array array = std::get<kIndex>(arguments);
@@ -133,7 +138,11 @@ class CheckOrder {
   OneFault Fault(const char* what, Value value, zepStatus status) {
     return {std::string(what) + " " + Label(kIndex), status,
             [value](Arguments& arguments, std::deque<std::vector<void*>>&) {
-              std::get<kIndex>(arguments) = value;
+              auto& argument = std::get<kIndex>(arguments);
+              if constexpr (std::is_pointer_v<std::remove_reference_t<decltype(argument)>>) {
+                if (argument == nullptr) return;  // bad already
+              }
+              argument = value;
             }};
   }
 

@@ -76,8 +76,8 @@ class Interleaved {
 };
 
 // `kPlanes` planes that share a step, passed as an array of pointers. Planes 1 and 2 are smaller by
-// kDivideX and kDivideY, rounded down.
-template <class T, int kPlanes, int kDivideX = 1, int kDivideY = 1>
+// kDivideX and kDivideY, rounded down, or up with kUp.
+template <class T, int kPlanes, int kDivideX = 1, int kDivideY = 1, bool kUp = false>
 class Planar {
  public:
   using Element = T;
@@ -85,8 +85,9 @@ class Planar {
   Planar(zepiSize size, int32_t step, Edge edge) {
     for (int i = 0; i < kPlanes; ++i) {
       const bool chroma = i == 1 || i == 2;
-      const zepiSize own = {size.width / (chroma ? kDivideX : 1),
-                            size.height / (chroma ? kDivideY : 1)};
+      const zepiSize own = chroma ? zepiSize{(size.width + (kUp ? kDivideX - 1 : 0)) / kDivideX,
+                                             (size.height + (kUp ? kDivideY - 1 : 0)) / kDivideY}
+                                  : size;
       planes_[i] = std::make_unique<Plane<T>>(own, step, edge);
       const_pointers_[i] = pointers_[i] = planes_[i]->base();
     }

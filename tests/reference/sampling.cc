@@ -65,4 +65,32 @@ zepStatus zepiSampleUpH2V2_JPEG_8u_C1R(const uint8_t* src, int32_t src_step, zep
   });
 }
 
+zepStatus zepiSampleDownRowH2V1_Box_JPEG_8u_C1(const uint8_t* src, int32_t width, uint8_t* dst) {
+  const Samples s = {src, 0, {width, 1}};
+  return Fill(dst, 0, {(width + 1) / 2, 1},
+              [=](int32_t x, int32_t) { return (s(2 * x, 0) + s(2 * x + 1, 0) + 1) >> 1; });
+}
+
+zepStatus zepiSampleDownRowH2V2_Box_JPEG_8u_C1(const uint8_t* src1, const uint8_t* src2,
+                                               int32_t width, uint8_t* dst) {
+  const Samples a = {src1, 0, {width, 1}}, b = {src2, 0, {width, 1}};
+  return Fill(dst, 0, {(width + 1) / 2, 1}, [=](int32_t x, int32_t) {
+    return (a(2 * x, 0) + a(2 * x + 1, 0) + b(2 * x, 0) + b(2 * x + 1, 0) + 2) >> 2;
+  });
+}
+
+zepStatus zepiSampleUpRowH2V1_Triangle_JPEG_8u_C1(const uint8_t* src, int32_t width, uint8_t* dst) {
+  const Samples s = {src, 0, {width, 1}};
+  return Fill(dst, 0, {2 * width, 1},
+              [=](int32_t x, int32_t) { return (3 * s(x / 2, 0) + s(Far(x), 0) + 2) >> 2; });
+}
+
+zepStatus zepiSampleUpRowH2V2_Triangle_JPEG_8u_C1(const uint8_t* src1, const uint8_t* src2,
+                                                  int32_t width, uint8_t* dst) {
+  const Samples near = {src1, 0, {width, 1}}, far = {src2, 0, {width, 1}};
+  return Fill(dst, 0, {2 * width, 1}, [=](int32_t x, int32_t) {
+    return (9 * near(x / 2, 0) + 3 * near(Far(x), 0) + 3 * far(x / 2, 0) + far(Far(x), 0) + 8) >> 4;
+  });
+}
+
 }  // namespace reference

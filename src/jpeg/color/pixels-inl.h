@@ -13,21 +13,12 @@
 #    define ZEPJP_SRC_JPEG_COLOR_PIXELS_INL_H_
 #  endif
 
-#  include "simd/ops-inl.h"
+#  include "jpeg/color/vectors-inl.h"
 
 ZEP_BEFORE_NAMESPACE();
 namespace zepjp {
 namespace HWY_NAMESPACE {
 namespace {
-
-using D8 = hn::ScalableTag<uint8_t>;
-using D16 = hn::ScalableTag<int16_t>;
-using D32 = hn::ScalableTag<int32_t>;
-using V8 = hn::VFromD<D8>;
-using V16 = hn::VFromD<D16>;
-using V32 = hn::VFromD<D32>;
-
-constexpr size_t kPixels = hn::MaxLanes(D8());  // in a vector
 
 struct Pairs {
   V16 first[4];   // (c0, c1)
@@ -79,19 +70,23 @@ HWY_INLINE V8 Shuffle(V8 bytes, const PairIndices& indices) {
 }
 
 // kChannels interleaved bytes a pixel, 3 or 4; a fourth has no influence.
-template <int kChannels>
+//
+// No byte beyond the pixels is read: where that might be, four three-byte pixels lie at the end of their
+// block, four bytes from its begin. kShifted has a bit for each such quarter.
+template <int kChannels, unsigned kShifted = 1u << 3>
 struct Interleaved : Span<1, kChannels> {
-  // The bytes of N pixels, four for each block of a quarter. No byte beyond the N pixels is read:
-  // the last quarter of three-byte pixels lies at the end of its register.
+  // The bytes of N pixels, four for each block of a quarter.
   struct Raw {
     V8 quarters[4];
   };
-  static constexpr int Shift(int quarter) { return kChannels == 3 && quarter == 3 ? 4 : 0; }
+  static constexpr int Shift(int quarter) {
+    return kChannels == 3 && (kShifted >> quarter & 1) != 0 ? 4 : 0;
+  }
 
   template <int kQuarter>
   static HWY_INLINE V8 LoadQuarter(const uint8_t* from) {
     constexpr size_t kOffset = 4 * kChannels * kQuarter - Shift(kQuarter);
-    return LoadBlocks<16 * kChannels>(D8(), from + kOffset);
+    return LoadBlocks(D8(), from + kOffset, 16 * kChannels);
   }
   static HWY_INLINE Raw LoadRaw(const uint8_t* const* src, size_t x) {
     const uint8_t* from = src[0] + x * kChannels;
@@ -156,7 +151,7 @@ struct Packed : Span<1, 2> {
   template <int kHalf>
   static HWY_INLINE void LoadHalf(const uint8_t* const* src, size_t x, Pairs& pairs) {
     const D16 d16;
-    const V16 word = hn::BitCast(d16, LoadBlocks<32>(D8(), src[0] + 2 * x + 16 * kHalf));
+    const V16 word = hn::BitCast(d16, LoadBlocks(D8(), src[0] + 2 * x + 16 * kHalf, 32));
     const auto bits = [&](auto v, int mask) { return hn::And(v, hn::Set(d16, int16_t(mask))); };
     constexpr int kHighShift = kGreenBits + 5 - 3;  // from the first field's place to bits 7..3
     const V16 c0 = hn::Or(bits(hn::ShiftRight<kHighShift>(word), 0xF8),

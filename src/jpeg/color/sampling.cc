@@ -75,8 +75,8 @@ HWY_INLINE void StorePairs(V16 even_low, V16 odd_low, V16 even_high, V16 odd_hig
   const D8 d8;
   const V8 low = hn::BitCast(d8, hn::Or(even_low, hn::ShiftLeft<8>(odd_low)));
   const V8 high = hn::BitCast(d8, hn::Or(even_high, hn::ShiftLeft<8>(odd_high)));
-  StoreBlocks<32>(low, d8, to);
-  StoreBlocks<32>(high, d8, to + 16);
+  StoreBlocks(low, d8, to, 32);
+  StoreBlocks(high, d8, to + 16, 32);
 }
 
 // Both filters go by gaps between neighbours: the gap behind sample i gives the results 2 i + 1,
@@ -222,5 +222,56 @@ zepStatus ZEP_CALL zepiSampleUpH2V2_JPEG_8u_C1R(const uint8_t* pSrc, int32_t src
     kernels.up_h2v2(rows, zepjp::Row(pDst, dstStep, y), static_cast<size_t>(srcSize.width));
   });
   return zepStatusOk;
+}
+
+namespace zepjp {
+namespace {
+
+// A row of any width: the last sample of an odd one stands for its missing neighbour.
+template <int kRows>
+zepStatus DownRow(SamplingRow kernel, const uint8_t* const (&src)[kRows], int32_t src_width,
+                  uint8_t* dst) {
+  Checks checks = Checks().Planes(src, kRows).Ptr(dst);
+  if (auto bad = checks.Refuse(src_width < 1, zepStatusBadSize).Failed()) return bad;
+  const auto pairs = static_cast<size_t>(src_width) / 2;
+  if (pairs > 0) kernel(src, dst, pairs);
+  if (src_width % 2 != 0) {
+    const uint32_t sum = uint32_t{src[0][2 * pairs]} + src[kRows - 1][2 * pairs];
+    dst[pairs] = static_cast<uint8_t>((sum + 1) >> 1);
+  }
+  return zepStatusOk;
+}
+
+template <int kRows>
+zepStatus UpRow(SamplingRow kernel, const uint8_t* const (&src)[kRows], int32_t src_width,
+                uint8_t* dst) {
+  Checks checks = Checks().Planes(src, kRows).Ptr(dst);
+  if (auto bad = checks.Refuse(src_width < 1, zepStatusBadSize).Failed()) return bad;
+  kernel(src, dst, static_cast<size_t>(src_width));
+  return zepStatusOk;
+}
+
+}  // namespace
+}  // namespace zepjp
+
+zepStatus ZEP_CALL zepiSampleDownRowH2V1_Box_JPEG_8u_C1(const uint8_t* pSrc, int32_t srcWidth,
+                                                        uint8_t* pDst) {
+  return zepjp::DownRow<1>(kernels.down_h2v1, {pSrc}, srcWidth, pDst);
+}
+
+zepStatus ZEP_CALL zepiSampleDownRowH2V2_Box_JPEG_8u_C1(const uint8_t* pSrc1, const uint8_t* pSrc2,
+                                                        int32_t srcWidth, uint8_t* pDst) {
+  return zepjp::DownRow<2>(kernels.down_h2v2, {pSrc1, pSrc2}, srcWidth, pDst);
+}
+
+zepStatus ZEP_CALL zepiSampleUpRowH2V1_Triangle_JPEG_8u_C1(const uint8_t* pSrc, int32_t srcWidth,
+                                                           uint8_t* pDst) {
+  return zepjp::UpRow<1>(kernels.up_h2v1, {pSrc}, srcWidth, pDst);
+}
+
+zepStatus ZEP_CALL zepiSampleUpRowH2V2_Triangle_JPEG_8u_C1(const uint8_t* pSrc1,
+                                                           const uint8_t* pSrc2, int32_t srcWidth,
+                                                           uint8_t* pDst) {
+  return zepjp::UpRow<2>(kernels.up_h2v2, {pSrc1, pSrc2}, srcWidth, pDst);
 }
 #endif  // HWY_ONCE

@@ -1,30 +1,30 @@
 // SPDX-License-Identifier: MIT
-// The colour spaces of JPEG files to RGB and CMYK.
-//
-// With u = Cb - 128, v = Cr - 128:
-//   R = Y + ((22970 v + 8192) >> 14)
-//   G = Y + ((-5638 u - 11700 v + 8192) >> 14)
-//   B = Y + ((29032 u + 8192) >> 14)
-// each clamped to 0..255. (Y << 14 leaves the shift unrounded.) All in 16-bit lanes but G's sum: a
-// rounding fixed-point product gives (a b + 2^14) >> 15, which is R's and B's term for a = 2 v, 2
-// u.
+// The colour spaces of JPEG files to RGB and CMYK, planes to pixels.
+#include "frame/checks.h"
+#include "frame/rows.h"
 #include "jpeg/color/plane_rows.h"
 #include "simd/dispatch.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/color/ycbcr_to_rgb.cc"
 #include "hwy/foreach_target.h"
-#include "simd/ops-inl.h"
+#include "jpeg/color/ycbcr_to_rgb-inl.h"
 
 #ifndef ZEPJP_YCBCR_TO_RGB_KERNELS
 #  define ZEPJP_YCBCR_TO_RGB_KERNELS
 namespace zepjp {
 namespace {
 
+// A row of pixels of planes Y, Cb, Cr; the kinds without a fourth channel ignore `alpha`.
+using PixelRow = void (*)(const uint8_t* const* src, uint8_t* dst, size_t width, uint8_t alpha);
+
 struct Kernels {
   RowFunction p3_to_rgb, p3_to_bgr, p3_to_p3;
   RowFunction p4_to_cmyk, p4_to_p4;
   RowFunction c2_to_rgb;
+  PixelRow rgbx, bgrx;
+  PixelRow rgb555, bgr555, rgb565, bgr565;
+  PixelRow half_rgb, half_bgr, half_rgbx, half_bgrx;  // Cb and Cr of half the width
 };
 
 }  // namespace
@@ -36,72 +36,23 @@ namespace zepjp {
 namespace HWY_NAMESPACE {
 namespace {
 
-using D8 = hn::ScalableTag<uint8_t>;
-using D16 = hn::ScalableTag<int16_t>;
-using D32 = hn::ScalableTag<int32_t>;
-using V8 = hn::VFromD<D8>;
-using V16 = hn::VFromD<D16>;
-
-constexpr size_t kPixels = hn::MaxLanes(D8());  // in a step
-
-// Half of the pixels of a step: 128-bit block b of half h holds the pixels 16 b + 8 h .. + 7.
-struct Half {
-  V16 y, u2, v2;  // Y, 2 (Cb - 128), 2 (Cr - 128)
-};
-
-struct Rgb {
-  V8 r, g, b;
-};
-
-struct RgbHalf {
-  V16 r, g, b;
-};
-
-HWY_INLINE V16 GreenTerm(V16 u2, V16 v2) {
-  const D16 d16;
-  const D32 d32;
-  constexpr uint32_t kPair =
-      static_cast<uint16_t>(-5638 / 2) | uint32_t{static_cast<uint16_t>(-11700 / 2)} << 16;
-  const V16 weights = hn::BitCast(d16, hn::Set(hn::ScalableTag<uint32_t>(), kPair));
-  const auto round = hn::Set(d32, 8192);
-  const auto low = DotAcc(round, hn::InterleaveLower(d16, u2, v2), weights);
-  const auto high = DotAcc(round, hn::InterleaveUpper(d16, u2, v2), weights);
-  return PackBlocks(hn::ShiftRight<14>(low), hn::ShiftRight<14>(high));
-}
-
-HWY_INLINE RgbHalf ConvertHalf(const Half& h) {
-  const D16 d16;
-  return {hn::Add(h.y, hn::MulFixedPoint15(h.v2, hn::Set(d16, 22970))),
-          hn::Add(h.y, GreenTerm(h.u2, h.v2)),
-          hn::Add(h.y, hn::MulFixedPoint15(h.u2, hn::Set(d16, 29032)))};
-}
-
-HWY_INLINE Rgb Convert(const Half& low, const Half& high) {
-  const RgbHalf a = ConvertHalf(low);
-  const RgbHalf b = ConvertHalf(high);
-  return {PackBlocks(a.r, b.r), PackBlocks(a.g, b.g), PackBlocks(a.b, b.b)};
-}
-
-// Twice what is left of 128, of unsigned 16-bit lanes.
-HWY_INLINE V16 Centred(V16 chroma) {
-  return hn::Sub(hn::ShiftLeft<1>(chroma), hn::Set(D16(), 256));
-}
-
 // Separate planes; a fourth is not part of the conversion.
 struct PlanarYcc : Span<3, 1> {
   static HWY_INLINE Rgb Load(const uint8_t* const* src, size_t x) {
     const D8 d8;
-    const D16 d16;
-    const auto zero = hn::Zero(d8);
-    const V8 y = hn::LoadU(d8, src[0] + x);
-    const V8 cb = hn::LoadU(d8, src[1] + x);
-    const V8 cr = hn::LoadU(d8, src[2] + x);
-    const auto low = [&](V8 v)
-                         ZEP_ATTR { return hn::BitCast(d16, hn::InterleaveLower(d8, v, zero)); };
-    const auto high = [&](V8 v)
-                          ZEP_ATTR { return hn::BitCast(d16, hn::InterleaveUpper(d8, v, zero)); };
-    return Convert({low(y), Centred(low(cb)), Centred(low(cr))},
-                   {high(y), Centred(high(cb)), Centred(high(cr))});
+    return Convert(hn::LoadU(d8, src[0] + x), hn::LoadU(d8, src[1] + x), hn::LoadU(d8, src[2] + x));
+  }
+};
+
+// Planes Cb and Cr of half the width: pixels 2 i and 2 i + 1 share sample i; `x` is even.
+struct HalfYcc {
+  static HWY_INLINE V8 Twice(const uint8_t* chroma) {
+    const hn::RepartitionToWide<D8> d16;
+    const auto wide = hn::PromoteTo(d16, hn::LoadU(hn::Half<D8>(), chroma));
+    return hn::BitCast(D8(), hn::Or(wide, hn::ShiftLeft<8>(wide)));
+  }
+  static HWY_INLINE Rgb Load(const uint8_t* const* src, size_t x) {
+    return Convert(hn::LoadU(D8(), src[0] + x), Twice(src[1] + x / 2), Twice(src[2] + x / 2));
   }
 };
 
@@ -118,7 +69,7 @@ struct Ycc422 : Span<1, 2> {
                                                    9, -1, 9, -1, 13, -1, 13, -1};
     alignas(16) static constexpr int8_t kCr[16] = {3,  -1, 3,  -1, 7,  -1, 7,  -1,
                                                    11, -1, 11, -1, 15, -1, 15, -1};
-    const V8 bytes = LoadBlocks<32>(D8(), from);
+    const V8 bytes = LoadBlocks(D8(), from, 32);
     return {Pick(bytes, kY), Centred(Pick(bytes, kCb)), Centred(Pick(bytes, kCr))};
   }
   static HWY_INLINE Rgb Load(const uint8_t* const* src, size_t x) {
@@ -127,35 +78,93 @@ struct Ycc422 : Span<1, 2> {
 };
 
 struct ToRgb : Span<1, 3> {
-  static HWY_INLINE void Store(const Rgb& p, uint8_t* const* dst, size_t x) {
+  static HWY_INLINE void Store(const Rgb& p, uint8_t* const* dst, size_t x, uint8_t = 0) {
     StoreTriples(p.r, p.g, p.b, D8(), dst[0] + 3 * x);
   }
 };
 
-struct ToBgr : Span<1, 3> {
-  static HWY_INLINE void Store(const Rgb& p, uint8_t* const* dst, size_t x) {
-    StoreTriples(p.b, p.g, p.r, D8(), dst[0] + 3 * x);
+struct ToRgbx : Span<1, 4> {
+  static HWY_INLINE void Store(const Rgb& p, uint8_t* const* dst, size_t x, uint8_t alpha) {
+    hn::StoreInterleaved4(p.r, p.g, p.b, hn::Set(D8(), alpha), D8(), dst[0] + 4 * x);
+  }
+};
+
+// 16-bit pixels of the upper 5, kGreenBits and 5 bits, the first channel highest.
+template <int kGreenBits>
+struct ToPacked : Span<1, 2> {
+  static HWY_INLINE V16 Word(V16 first, V16 second, V16 third) {
+    const auto upper = [](V16 v, int bits) ZEP_ATTR {
+      return hn::And(v, hn::Set(D16(), int16_t(256 - (256 >> bits))));
+    };
+    const V16 high = hn::ShiftLeft<kGreenBits + 2>(upper(first, 5));
+    const V16 green = hn::ShiftLeft<kGreenBits - 3>(upper(second, kGreenBits));
+    return hn::Or(hn::Or(high, green), hn::ShiftRight<3>(third));
+  }
+  static HWY_INLINE void Store(const Rgb& p, uint8_t* const* dst, size_t x, uint8_t = 0) {
+    const V16 low = Word(LowerWords(p.r), LowerWords(p.g), LowerWords(p.b));
+    const V16 high = Word(UpperWords(p.r), UpperWords(p.g), UpperWords(p.b));
+    StoreBlocks(hn::BitCast(D8(), low), D8(), dst[0] + 2 * x, 32);
+    StoreBlocks(hn::BitCast(D8(), high), D8(), dst[0] + 2 * x + 16, 32);
   }
 };
 
 struct ToPlanes : Span<3, 1> {
-  static HWY_INLINE void Store(const Rgb& p, uint8_t* const* dst, size_t x) {
+  static HWY_INLINE void Store(const Rgb& p, uint8_t* const* dst, size_t x, uint8_t = 0) {
     hn::StoreU(p.r, D8(), dst[0] + x);
     hn::StoreU(p.g, D8(), dst[1] + x);
     hn::StoreU(p.b, D8(), dst[2] + x);
   }
 };
 
-HWY_INLINE Rgb Inks(const Rgb& p) {
-  const auto invert = [](V8 v) ZEP_ATTR { return hn::Xor(v, hn::Set(D8(), 255)); };
-  return {invert(p.r), invert(p.g), invert(p.b)};
-}
+// The channels in reverse order.
+template <class Target>
+struct Backward : Span<1, Target::kBytes> {
+  static HWY_INLINE void Store(const Rgb& p, uint8_t* const* dst, size_t x, uint8_t alpha = 0) {
+    Target::Store(Reversed(p), dst, x, alpha);
+  }
+};
 
 template <class Source, class Target>
 void ConvertRow(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
   const auto step = [](const uint8_t* const* from, uint8_t* const* to, size_t x)
                         ZEP_ATTR { Target::Store(Source::Load(from, x), to, x); };
   ForElements<kPixels, Source, Target>(src, dst, 0, width, step);
+}
+
+template <class Target>
+void ConvertPixels(const uint8_t* const* src, uint8_t* dst, size_t width, uint8_t alpha) {
+  const auto step = [alpha](const uint8_t* const* from, uint8_t* const* to, size_t x)
+                        ZEP_ATTR { Target::Store(PlanarYcc::Load(from, x), to, x, alpha); };
+  ForElements<kPixels, PlanarYcc, Target>(src, &dst, 0, width, step);
+}
+
+// Pixels from the even `begin` on, fewer than a step, by way of copies.
+template <class Target>
+HWY_NOINLINE void ConvertFewOfHalf(const uint8_t* const* src, uint8_t* dst, size_t begin,
+                                   size_t end, uint8_t alpha) {
+  HWY_ALIGN uint8_t in[3][kPixels];
+  HWY_ALIGN uint8_t out[kPixels * Target::kBytes];
+  const uint8_t* const from[] = {in[0], in[1], in[2]};
+  uint8_t* to = out;
+  const size_t count = end - begin;
+  CopyBytes(src[0] + begin, in[0], count);
+  for (int i = 1; i < 3; ++i) CopyBytes(src[i] + begin / 2, in[i], (count + 1) / 2);
+  Target::Store(HalfYcc::Load(from, 0), &to, 0, alpha);
+  CopyBytes(out, dst + begin * Target::kBytes, count * Target::kBytes);
+}
+
+template <class Target>
+void ConvertHalfPixels(const uint8_t* const* src, uint8_t* dst, size_t width, uint8_t alpha) {
+  const auto step = [=](size_t x)
+                        ZEP_ATTR { Target::Store(HalfYcc::Load(src, x), &dst, x, alpha); };
+  const size_t even = width & ~size_t{1};
+  size_t x = 0;
+  for (; x + kPixels <= even; x += kPixels) step(x);
+  if (x < even && x > 0) {
+    step(even - kPixels);
+    x = even;
+  }
+  if (x < width) ConvertFewOfHalf<Target>(src, dst, x, width, alpha);
 }
 
 void CmykRowC4(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
@@ -176,11 +185,21 @@ void CmykRowP4(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
 
 constexpr Kernels kKernels = {
     ConvertRow<PlanarYcc, ToRgb>,
-    ConvertRow<PlanarYcc, ToBgr>,
+    ConvertRow<PlanarYcc, Backward<ToRgb>>,
     ConvertRow<PlanarYcc, ToPlanes>,
     CmykRowC4,
     CmykRowP4,
     ConvertRow<Ycc422, ToRgb>,
+    ConvertPixels<ToRgbx>,
+    ConvertPixels<Backward<ToRgbx>>,
+    ConvertPixels<ToPacked<5>>,
+    ConvertPixels<Backward<ToPacked<5>>>,
+    ConvertPixels<ToPacked<6>>,
+    ConvertPixels<Backward<ToPacked<6>>>,
+    ConvertHalfPixels<ToRgb>,
+    ConvertHalfPixels<Backward<ToRgb>>,
+    ConvertHalfPixels<ToRgbx>,
+    ConvertHalfPixels<Backward<ToRgbx>>,
 };
 
 }  // namespace
@@ -196,6 +215,40 @@ Kernels kernels;
 
 ZEP_AT_LOAD
 void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
+
+// Planes of one size.
+zepStatus ConvertPlanes(PixelRow kernel, const uint8_t* const* src, int32_t src_step, uint8_t* dst,
+                        int32_t dst_step, zepiSize roi, uint8_t alpha = 0) {
+  if (auto bad =
+          Checks().Planes(src, 3).Ptr(dst).Step(src_step).Step(dst_step).Size(roi).Failed()) {
+    return bad;
+  }
+  for (int32_t y = 0; y < roi.height; ++y) {
+    const PlaneRows<3, const uint8_t> from(src, src_step, y);
+    kernel(from.rows, Row(dst, dst_step, y), static_cast<size_t>(roi.width), alpha);
+  }
+  return zepStatusOk;
+}
+
+zepStatus ConvertPacked(PixelRow kernel, const uint8_t* const* src, int32_t src_step, uint16_t* dst,
+                        int32_t dst_step, zepiSize roi) {
+  return ConvertPlanes(kernel, src, src_step, reinterpret_cast<uint8_t*>(dst), dst_step, roi);
+}
+
+// Cb and Cr of half the width and 1 / kRows of the height, with steps of their own.
+template <int kRows>
+zepStatus ConvertHalf(PixelRow kernel, const uint8_t* const* src, const int32_t* src_step,
+                      uint8_t* dst, int32_t dst_step, zepiSize roi, uint8_t alpha = 0) {
+  Checks checks = Checks().Planes(src, 3).Ptr(src_step).Ptr(dst);
+  for (int i = 0; i < 3 && checks.Failed() == zepStatusOk; ++i) checks.Step(src_step[i]);
+  if (auto bad = checks.Step(dst_step).Size(roi).Failed()) return bad;
+  for (int32_t y = 0; y < roi.height; ++y) {
+    const uint8_t* const from[] = {Row(src[0], src_step[0], y), Row(src[1], src_step[1], y / kRows),
+                                   Row(src[2], src_step[2], y / kRows)};
+    kernel(from, Row(dst, dst_step, y), static_cast<size_t>(roi.width), alpha);
+  }
+  return zepStatusOk;
+}
 
 }  // namespace
 }  // namespace zepjp
@@ -236,5 +289,93 @@ zepStatus ZEP_CALL zepiYCbCr422ToRGB_JPEG_8u_C2C3R(const uint8_t* pSrc, int32_t 
   const bool odd_width = roiSize.width % 2 != 0;
   return ConvertParallel<1, 1>(kernels.c2_to_rgb, &pSrc, srcStep, &pDst, dstStep, roiSize,
                                odd_width);
+}
+
+zepStatus ZEP_CALL zepiYCbCrToRGB_JPEG_8u_P3C4R(const uint8_t* const pSrc[3], int32_t srcStep,
+                                                uint8_t* pDst, int32_t dstStep, zepiSize roiSize,
+                                                uint8_t alpha) {
+  return zepjp::ConvertPlanes(kernels.rgbx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
+}
+
+zepStatus ZEP_CALL zepiYCbCrToBGR_JPEG_8u_P3C4R(const uint8_t* const pSrc[3], int32_t srcStep,
+                                                uint8_t* pDst, int32_t dstStep, zepiSize roiSize,
+                                                uint8_t alpha) {
+  return zepjp::ConvertPlanes(kernels.bgrx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
+}
+
+zepStatus ZEP_CALL zepiYCbCr411ToRGB_JPEG_8u_P3C3R(const uint8_t* const pSrc[3],
+                                                   const int32_t srcStep[3], uint8_t* pDst,
+                                                   int32_t dstStep, zepiSize roiSize) {
+  return zepjp::ConvertHalf<2>(kernels.half_rgb, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiYCbCr411ToRGB_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
+                                                   const int32_t srcStep[3], uint8_t* pDst,
+                                                   int32_t dstStep, zepiSize roiSize,
+                                                   uint8_t alpha) {
+  return zepjp::ConvertHalf<2>(kernels.half_rgbx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
+}
+
+zepStatus ZEP_CALL zepiYCbCr411ToBGR_JPEG_8u_P3C3R(const uint8_t* const pSrc[3],
+                                                   const int32_t srcStep[3], uint8_t* pDst,
+                                                   int32_t dstStep, zepiSize roiSize) {
+  return zepjp::ConvertHalf<2>(kernels.half_bgr, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiYCbCr411ToBGR_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
+                                                   const int32_t srcStep[3], uint8_t* pDst,
+                                                   int32_t dstStep, zepiSize roiSize,
+                                                   uint8_t alpha) {
+  return zepjp::ConvertHalf<2>(kernels.half_bgrx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
+}
+
+zepStatus ZEP_CALL zepiYCbCr422ToRGB_JPEG_8u_P3C3R(const uint8_t* const pSrc[3],
+                                                   const int32_t srcStep[3], uint8_t* pDst,
+                                                   int32_t dstStep, zepiSize roiSize) {
+  return zepjp::ConvertHalf<1>(kernels.half_rgb, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiYCbCr422ToRGB_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
+                                                   const int32_t srcStep[3], uint8_t* pDst,
+                                                   int32_t dstStep, zepiSize roiSize,
+                                                   uint8_t alpha) {
+  return zepjp::ConvertHalf<1>(kernels.half_rgbx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
+}
+
+zepStatus ZEP_CALL zepiYCbCr422ToBGR_JPEG_8u_P3C3R(const uint8_t* const pSrc[3],
+                                                   const int32_t srcStep[3], uint8_t* pDst,
+                                                   int32_t dstStep, zepiSize roiSize) {
+  return zepjp::ConvertHalf<1>(kernels.half_bgr, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiYCbCr422ToBGR_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
+                                                   const int32_t srcStep[3], uint8_t* pDst,
+                                                   int32_t dstStep, zepiSize roiSize,
+                                                   uint8_t alpha) {
+  return zepjp::ConvertHalf<1>(kernels.half_bgrx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
+}
+
+zepStatus ZEP_CALL zepiYCbCrToRGB555_JPEG_8u16u_P3C3R(const uint8_t* const pSrc[3], int32_t srcStep,
+                                                      uint16_t* pDst, int32_t dstStep,
+                                                      zepiSize roiSize) {
+  return zepjp::ConvertPacked(kernels.rgb555, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiYCbCrToRGB565_JPEG_8u16u_P3C3R(const uint8_t* const pSrc[3], int32_t srcStep,
+                                                      uint16_t* pDst, int32_t dstStep,
+                                                      zepiSize roiSize) {
+  return zepjp::ConvertPacked(kernels.rgb565, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiYCbCrToBGR555_JPEG_8u16u_P3C3R(const uint8_t* const pSrc[3], int32_t srcStep,
+                                                      uint16_t* pDst, int32_t dstStep,
+                                                      zepiSize roiSize) {
+  return zepjp::ConvertPacked(kernels.bgr555, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+zepStatus ZEP_CALL zepiYCbCrToBGR565_JPEG_8u16u_P3C3R(const uint8_t* const pSrc[3], int32_t srcStep,
+                                                      uint16_t* pDst, int32_t dstStep,
+                                                      zepiSize roiSize) {
+  return zepjp::ConvertPacked(kernels.bgr565, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 #endif  // HWY_ONCE

@@ -104,47 +104,26 @@ inline void AddLastDc(int16_t* block, int16_t* last_dc) {
   std::memcpy(last_dc, block, sizeof(*block));
 }
 
-// What only a caller's own hand can make otherwise is left to the careful way, and markers too.
-inline bool IsUsual(const Source& from, const zepiDecodeHuffmanState& state) {
-  return *from.marker == 0 && *from.position >= 0 && *from.position <= from.length &&
-         state.reserved == 0 && static_cast<uint32_t>(state.numBits) <= 8 * kStateBytes;
-}
-
 HWY_INLINE bool DecodePlain(const Source& from, int16_t* block, int16_t* last_dc,
                             const zepiDecodeHuffmanSpec& dc_table,
                             const zepiDecodeHuffmanSpec& ac_table, zepiDecodeHuffmanState* state) {
-  const int64_t start = int64_t{*from.position} - int64_t{kStateBytes};
-  if (start < 0 || !IsUsual(from, *state)) return false;
-  // The state's bytes are in the source too, so that nothing waits for what the call before stored.
-  const uint8_t* const bytes = from.bytes + start;
-  if (LoadBigEndian32(bytes) != state->bits) return false;
-  Progress progress;
-  if (HWY_UNLIKELY(!TakeBlock(PlainBytes(bytes, from.length - start),
-                              static_cast<uint32_t>(state->numBits), dc_table, ac_table, block,
-                              &progress))) {
-    return false;
-  }
-  AddLastDc(block, last_dc);
-  *from.position += static_cast<int32_t>(progress.bytes_read());
-  state->bits = LoadBigEndian32(bytes + progress.bytes_read());
-  state->numBits = progress.unused();
-  return true;
+  return ReadPlain(from, state, [&](const PlainBytes& bytes, uint32_t unused, Progress* progress) {
+    if (!TakeBlock(bytes, unused, dc_table, ac_table, block, progress)) return false;
+    AddLastDc(block, last_dc);
+    return true;
+  });
 }
 
 bool DecodeStuffed(const Source& from, int16_t* block, int16_t* last_dc,
                    const zepiDecodeHuffmanSpec& dc_table, const zepiDecodeHuffmanSpec& ac_table,
                    zepiDecodeHuffmanState* state) {
-  if (!IsUsual(from, *state)) return false;
-  const StuffedBytes bytes(state->bits, from.bytes + *from.position, from.bytes + from.length);
-  Progress progress;
-  if (!TakeBlock(bytes, static_cast<uint32_t>(state->numBits), dc_table, ac_table, block,
-                 &progress)) {
-    return false;
-  }
-  AddLastDc(block, last_dc);
-  *from.position += bytes.Advance(progress.bytes_read(), &state->bits);
-  state->numBits = progress.unused();
-  return true;
+  return ReadStuffed(from, state,
+                     [&](const StuffedBytes& bytes, uint32_t unused, Progress* progress) {
+                       if (!TakeBlock(bytes, unused, dc_table, ac_table, block, progress))
+                         return false;
+                       AddLastDc(block, last_dc);
+                       return true;
+                     });
 }
 
 zepStatus TakeDc(const zepiDecodeHuffmanSpec& table, BitReader* reader, int32_t* difference) {

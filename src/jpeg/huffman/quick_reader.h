@@ -203,6 +203,43 @@ class QuickReader {
   uint64_t window_ = 0;  // the next bit is the highest
 };
 
+// What only a caller's own hand can make otherwise is left to the careful way, and markers too.
+inline bool IsUsual(const Source& from, const zepiDecodeHuffmanState& state) {
+  return *from.marker == 0 && *from.position >= 0 && *from.position <= from.length &&
+         state.reserved == 0 && static_cast<uint32_t>(state.numBits) <= 8 * kStateBytes;
+}
+
+// Calls take(bytes, unused, &progress), with the number of bits that are left in the state; where it
+// succeeds, position and state move on. False: nothing was changed.
+template <class Take>
+HWY_INLINE bool ReadPlain(const Source& from, zepiDecodeHuffmanState* state, const Take& take) {
+  const int64_t start = int64_t{*from.position} - int64_t{kStateBytes};
+  if (start < 0 || !IsUsual(from, *state)) return false;
+  // The state's bytes are in the source too, so that nothing waits for what the call before stored.
+  const uint8_t* const bytes = from.bytes + start;
+  if (LoadBigEndian32(bytes) != state->bits) return false;
+  Progress progress;
+  if (HWY_UNLIKELY(!take(PlainBytes(bytes, from.length - start),
+                         static_cast<uint32_t>(state->numBits), &progress))) {
+    return false;
+  }
+  *from.position += static_cast<int32_t>(progress.bytes_read());
+  state->bits = LoadBigEndian32(bytes + progress.bytes_read());
+  state->numBits = progress.unused();
+  return true;
+}
+
+template <class Take>
+HWY_INLINE bool ReadStuffed(const Source& from, zepiDecodeHuffmanState* state, const Take& take) {
+  if (!IsUsual(from, *state)) return false;
+  StuffedBytes bytes(state->bits, from.bytes + *from.position, from.bytes + from.length);
+  Progress progress;
+  if (!take(bytes, static_cast<uint32_t>(state->numBits), &progress)) return false;
+  *from.position += bytes.Advance(progress.bytes_read(), &state->bits);
+  state->numBits = progress.unused();
+  return true;
+}
+
 }  // namespace zepjp
 
 #endif  // ZEPJP_SRC_JPEG_HUFFMAN_QUICK_READER_H_

@@ -82,4 +82,65 @@ TEST(Sampling, ChecksInOrder) {
   ExpectOrder(HARNESS_NAMED(zepiSampleUpH2V2_JPEG_8u_C1R), {4, 3}, {8, 6});
 }
 
+// Rows of every width; `down` or up, of one or two rows, by call(function, sources, width, destination).
+template <class Call, class Export, class Model>
+void CompareRows(const Named<Export>& exported, const Model& model, bool down, const Call& call) {
+  harness::Random random(harness::Seed());
+  for (int32_t width = 1; width <= 300; ++width) {
+    const int32_t results = down ? (width + 1) / 2 : 2 * width;
+    for (const Edge edge : {Edge::kStart, Edge::kEnd}) {
+      Plane<uint8_t> first({width, 1}, width, edge), second({width, 1}, width, edge);
+      Plane<uint8_t> got({results, 1}, results, edge), want({results, 1}, results, edge);
+      const Pattern pattern = harness::kPatterns[random() % std::size(harness::kPatterns)];
+      first.Fill(pattern, random);
+      second.Fill(Pattern::kRandom, random);
+      const uint8_t* const src[] = {first.base(), second.base()};
+      ASSERT_EQ(call(exported.call, src, width, got.base()), zepStatusOk);
+      call(model, src, width, want.base());
+      ASSERT_TRUE(std::equal(got.base(), got.base() + results, want.base()))
+          << exported.name << " width " << width << " seed " << harness::Seed();
+    }
+  }
+}
+
+TEST(Sampling, RowsEqualModel) {
+  const auto one = [](auto f, auto src, int32_t width, uint8_t* dst) {
+    return f(src[0], width, dst);
+  };
+  const auto two = [](auto f, auto src, int32_t width, uint8_t* dst) {
+    return f(src[0], src[1], width, dst);
+  };
+  CompareRows(HARNESS_PAIR(zepiSampleDownRowH2V1_Box_JPEG_8u_C1), true, one);
+  CompareRows(HARNESS_PAIR(zepiSampleDownRowH2V2_Box_JPEG_8u_C1), true, two);
+  CompareRows(HARNESS_PAIR(zepiSampleUpRowH2V1_Triangle_JPEG_8u_C1), false, one);
+  CompareRows(HARNESS_PAIR(zepiSampleUpRowH2V2_Triangle_JPEG_8u_C1), false, two);
+}
+
+TEST(Sampling, RowsCheckInOrder) {
+  uint8_t src[2][64] = {}, dst[128] = {};
+  const uint8_t* const first = src[0];
+  const uint8_t* const second = src[1];
+  const auto one = [&](auto exported) {
+    CheckOrder(exported, first, 9, &dst[0])
+        .template Null<0>()
+        .template Null<2>()
+        .template Bad<1>(zepStatusBadSize, {0, -1, INT_MIN})
+        .Output(dst, sizeof(dst))
+        .Run();
+  };
+  const auto two = [&](auto exported) {
+    CheckOrder(exported, first, second, 9, &dst[0])
+        .template Null<0>()
+        .template Null<1>()
+        .template Null<3>()
+        .template Bad<2>(zepStatusBadSize, {0, -1, INT_MIN})
+        .Output(dst, sizeof(dst))
+        .Run();
+  };
+  one(HARNESS_NAMED(zepiSampleDownRowH2V1_Box_JPEG_8u_C1));
+  two(HARNESS_NAMED(zepiSampleDownRowH2V2_Box_JPEG_8u_C1));
+  one(HARNESS_NAMED(zepiSampleUpRowH2V1_Triangle_JPEG_8u_C1));
+  two(HARNESS_NAMED(zepiSampleUpRowH2V2_Triangle_JPEG_8u_C1));
+}
+
 }  // namespace

@@ -1,0 +1,296 @@
+// SPDX-License-Identifier: MIT
+// Whole MCUs beside what libjpeg-turbo does for them: conversion of rows, reduction, conversion of samples to
+// blocks; back, samples from blocks, then conversion or merged upsampling of rows. (Its inverse DCT ends
+// with the former; here a loop of the same instructions does it.)
+//
+// Rows: <export>/<who>/mcu. A megapixel's line of MCUs lies in the second cache.
+#include <benchmark/benchmark.h>
+#include <emmintrin.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "rival_color.h"
+#include "zepcore.h"
+#include "zepjp.h"
+
+namespace {
+
+constexpr int kMcus = 64;
+constexpr size_t kMostChannels = 4, kRows = 16;
+
+// A line of MCUs: rows of pixels, blocks and planes of samples.
+class Line {
+ public:
+  Line() : pixels(kRows * kStep), blocks_(4 * kMcus * kMcuValues) {
+    for (size_t i = 0; i < pixels.size(); ++i)
+      pixels[i] = static_cast<uint8_t>(i * 2654435761U >> 13);
+    for (size_t i = 0; i < blocks_.size(); ++i) {
+      blocks_[i] = static_cast<int16_t>(static_cast<int>(i * 2654435761U >> 13 & 255) - 128);
+    }
+    for (auto& plane : planes_) plane.assign(pixels.begin(), pixels.begin() + kRows * kPlaneStep);
+    for (int i = 0; i < 3; ++i) {
+      for (size_t y = 0; y < kRows; ++y) plane_rows_[i].push_back(&planes_[i][y * kPlaneStep]);
+      small_[i].resize(kRows * kPlaneStep);
+      for (size_t y = 0; y < kRows; ++y) small_rows_[i].push_back(&small_[i][y * kPlaneStep]);
+    }
+    for (size_t y = 0; y < kRows; ++y) pixel_rows.push_back(&pixels[y * kStep]);
+  }
+
+  // Rows of 4096 bytes would all fall into the same sets of a cache.
+  static constexpr int32_t kStep = 16 * kMcus * 4 + 192, kPlaneStep = 16 * kMcus + 256;
+  static constexpr size_t kMcuValues = 256;
+
+  int16_t* Blocks(int component, int mcu) {
+    return &blocks_[(static_cast<size_t>(component) * kMcus + static_cast<size_t>(mcu)) *
+                    kMcuValues];
+  }
+  uint8_t** Planes(int i) { return plane_rows_[i].data(); }
+  uint8_t** Reduced(int i) { return small_rows_[i].data(); }
+
+  std::vector<uint8_t> pixels;
+  std::vector<uint8_t*> pixel_rows;
+
+ private:
+  std::vector<int16_t> blocks_;
+  std::vector<uint8_t> planes_[3], small_[3];
+  std::vector<uint8_t*> plane_rows_[3], small_rows_[3];
+};
+
+template <class Work>
+void Register(const std::string& name, int pixels, const Work& work) {
+  benchmark::RegisterBenchmark((name + "/mcu").c_str(), [=](benchmark::State& state) {
+    Line line;
+    for (auto _ : state) {
+      work(line);
+      benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(static_cast<int64_t>(state.iterations()) * kMcus * pixels);
+  });
+}
+
+constexpr int Pixels(int columns, int rows) { return 64 * columns * rows; }
+
+template <class Function>
+auto ToBlocks(Function function, int width, int channels) {
+  return [=](Line& line) {
+    for (int i = 0; i < kMcus; ++i) {
+      int16_t* const mcu[] = {line.Blocks(0, i), line.Blocks(1, i), line.Blocks(2, i),
+                              line.Blocks(3, i)};
+      function(&line.pixels[static_cast<size_t>(i * width * channels)], Line::kStep, mcu);
+    }
+  };
+}
+
+template <class Function, class... Alpha>
+auto ToPixels(Function function, int width, int channels, Alpha... alpha) {
+  return [=](Line& line) {
+    for (int i = 0; i < kMcus; ++i) {
+      const int16_t* const mcu[] = {line.Blocks(0, i), line.Blocks(1, i), line.Blocks(2, i),
+                                    line.Blocks(3, i)};
+      function(mcu, &line.pixels[static_cast<size_t>(i * width * channels)], Line::kStep, alpha...);
+    }
+  };
+}
+
+// The rival: a line of MCUs of kColumns x kRowsOf blocks of Y.
+template <int kColumns, int kRowsOf, bool kFourBytes>
+void RivalToBlocks(Line& line) {
+  constexpr unsigned kWidth = 8 * kColumns * kMcus;
+  uint8_t** planes[] = {line.Planes(0), line.Planes(1), line.Planes(2)};
+  const auto convert = kFourBytes ? jsimd_extrgbx_ycc_convert_avx2 : jsimd_rgb_ycc_convert_avx2;
+  convert(kWidth, line.pixel_rows.data(), planes, 0, 8 * kRowsOf);
+  for (int i = 1; i < 3 && kColumns == 2; ++i) {
+    for (int y = 0; y < 8; ++y) {
+      const auto down = kRowsOf == 2 ? jsimd_h2v2_downsample_avx2 : jsimd_h2v1_downsample_avx2;
+      down(kWidth, kRowsOf, 1, kWidth / 16, line.Planes(i) + kRowsOf * y, line.Reduced(i) + y);
+    }
+  }
+  for (int mcu = 0; mcu < kMcus; ++mcu) {
+    for (int block = 0; block < kColumns * kRowsOf; ++block) {
+      jsimd_convsamp_avx2(line.Planes(0) + block / kColumns * 8,
+                          static_cast<unsigned>(8 * (mcu * kColumns + block % kColumns)),
+                          line.Blocks(0, mcu) + 64 * block);
+    }
+    for (int i = 1; i < 3; ++i) {
+      uint8_t** chroma = kColumns == 2 ? line.Reduced(i) : line.Planes(i);
+      jsimd_convsamp_avx2(chroma, static_cast<unsigned>(8 * mcu), line.Blocks(i, mcu));
+    }
+  }
+}
+
+// A block's values plus 128, saturated, as its inverse DCT stores them.
+void SamplesOf(const int16_t* block, uint8_t** rows, size_t column) {
+  const __m128i middle = _mm_set1_epi8(-128);
+  for (size_t y = 0; y < 8; y += 2) {
+    const auto* from = reinterpret_cast<const __m128i*>(block + 8 * y);
+    const __m128i packed = _mm_packs_epi16(_mm_loadu_si128(from), _mm_loadu_si128(from + 1));
+    const __m128i samples = _mm_sub_epi8(packed, middle);
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(rows[y] + column), samples);
+    _mm_storeh_pd(reinterpret_cast<double*>(rows[y + 1] + column), _mm_castsi128_pd(samples));
+  }
+}
+
+template <int kColumns, int kRowsOf, bool kFourBytes>
+void RivalToPixels(Line& line) {
+  constexpr unsigned kWidth = 8 * kColumns * kMcus;
+  for (int mcu = 0; mcu < kMcus; ++mcu) {
+    for (int block = 0; block < kColumns * kRowsOf; ++block) {
+      SamplesOf(line.Blocks(0, mcu) + 64 * block, line.Planes(0) + block / kColumns * 8,
+                static_cast<size_t>(8 * (mcu * kColumns + block % kColumns)));
+    }
+    for (int i = 1; i < 3; ++i)
+      SamplesOf(line.Blocks(i, mcu), line.Planes(i), static_cast<size_t>(8 * mcu));
+  }
+  uint8_t** planes[] = {line.Planes(0), line.Planes(1), line.Planes(2)};
+  if constexpr (kColumns == 1) {
+    const auto convert = kFourBytes ? jsimd_ycc_extrgbx_convert_avx2 : jsimd_ycc_rgb_convert_avx2;
+    convert(kWidth, planes, 0, line.pixel_rows.data(), 8);
+  } else {
+    const auto up = kRowsOf == 1 ? kFourBytes ? jsimd_h2v1_extrgbx_merged_upsample_avx2
+                                              : jsimd_h2v1_merged_upsample_avx2
+                    : kFourBytes ? jsimd_h2v2_extrgbx_merged_upsample_avx2
+                                 : jsimd_h2v2_merged_upsample_avx2;
+    for (unsigned y = 0; y < 8; ++y) up(kWidth, planes, y, line.pixel_rows.data() + kRowsOf * y);
+  }
+}
+
+void RegisterToBlocks() {
+  Register("zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C3P3R/ours", Pixels(1, 1),
+           ToBlocks(zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C3P3R, 8, 3));
+  Register("zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C3P3R/rival", Pixels(1, 1),
+           RivalToBlocks<1, 1, false>);
+  Register("zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C4P3R/ours", Pixels(1, 1),
+           ToBlocks(zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C4P3R, 8, 4));
+  Register("zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C4P3R/rival", Pixels(1, 1),
+           RivalToBlocks<1, 1, true>);
+  Register("zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C3P3R/ours", Pixels(2, 1),
+           ToBlocks(zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C3P3R, 16, 3));
+  Register("zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C3P3R/rival", Pixels(2, 1),
+           RivalToBlocks<2, 1, false>);
+  Register("zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C4P3R/ours", Pixels(2, 1),
+           ToBlocks(zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C4P3R, 16, 4));
+  Register("zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C4P3R/rival", Pixels(2, 1),
+           RivalToBlocks<2, 1, true>);
+  Register("zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C3P3R/ours", Pixels(2, 2),
+           ToBlocks(zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C3P3R, 16, 3));
+  Register("zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C3P3R/rival", Pixels(2, 2),
+           RivalToBlocks<2, 2, false>);
+  Register("zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C4P3R/ours", Pixels(2, 2),
+           ToBlocks(zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C4P3R, 16, 4));
+  Register("zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C4P3R/rival", Pixels(2, 2),
+           RivalToBlocks<2, 2, true>);
+  Register("zepiBGRToYCbCr444LS_MCU_JPEG_8u16s_C3P3R/ours", Pixels(1, 1),
+           ToBlocks(zepiBGRToYCbCr444LS_MCU_JPEG_8u16s_C3P3R, 8, 3));
+  Register("zepiBGRToYCbCr444LS_MCU_JPEG_8u16s_C3P3R/rival", Pixels(1, 1),
+           RivalToBlocks<1, 1, false>);
+  Register("zepiBGRToYCbCr444LS_MCU_JPEG_8u16s_C4P3R/ours", Pixels(1, 1),
+           ToBlocks(zepiBGRToYCbCr444LS_MCU_JPEG_8u16s_C4P3R, 8, 4));
+  Register("zepiBGRToYCbCr444LS_MCU_JPEG_8u16s_C4P3R/rival", Pixels(1, 1),
+           RivalToBlocks<1, 1, true>);
+  Register("zepiBGRToYCbCr422LS_MCU_JPEG_8u16s_C3P3R/ours", Pixels(2, 1),
+           ToBlocks(zepiBGRToYCbCr422LS_MCU_JPEG_8u16s_C3P3R, 16, 3));
+  Register("zepiBGRToYCbCr422LS_MCU_JPEG_8u16s_C3P3R/rival", Pixels(2, 1),
+           RivalToBlocks<2, 1, false>);
+  Register("zepiBGRToYCbCr422LS_MCU_JPEG_8u16s_C4P3R/ours", Pixels(2, 1),
+           ToBlocks(zepiBGRToYCbCr422LS_MCU_JPEG_8u16s_C4P3R, 16, 4));
+  Register("zepiBGRToYCbCr422LS_MCU_JPEG_8u16s_C4P3R/rival", Pixels(2, 1),
+           RivalToBlocks<2, 1, true>);
+  Register("zepiBGRToYCbCr411LS_MCU_JPEG_8u16s_C3P3R/ours", Pixels(2, 2),
+           ToBlocks(zepiBGRToYCbCr411LS_MCU_JPEG_8u16s_C3P3R, 16, 3));
+  Register("zepiBGRToYCbCr411LS_MCU_JPEG_8u16s_C3P3R/rival", Pixels(2, 2),
+           RivalToBlocks<2, 2, false>);
+  Register("zepiBGRToYCbCr411LS_MCU_JPEG_8u16s_C4P3R/ours", Pixels(2, 2),
+           ToBlocks(zepiBGRToYCbCr411LS_MCU_JPEG_8u16s_C4P3R, 16, 4));
+  Register("zepiBGRToYCbCr411LS_MCU_JPEG_8u16s_C4P3R/rival", Pixels(2, 2),
+           RivalToBlocks<2, 2, true>);
+  Register("zepiCMYKToYCCK444LS_MCU_JPEG_8u16s_C4P4R/ours", Pixels(1, 1),
+           ToBlocks(zepiCMYKToYCCK444LS_MCU_JPEG_8u16s_C4P4R, 8, 4));
+  Register("zepiCMYKToYCCK422LS_MCU_JPEG_8u16s_C4P4R/ours", Pixels(2, 1),
+           ToBlocks(zepiCMYKToYCCK422LS_MCU_JPEG_8u16s_C4P4R, 16, 4));
+  Register("zepiCMYKToYCCK411LS_MCU_JPEG_8u16s_C4P4R/ours", Pixels(2, 2),
+           ToBlocks(zepiCMYKToYCCK411LS_MCU_JPEG_8u16s_C4P4R, 16, 4));
+  Register("zepiSampleDown444LS_MCU_JPEG_8u16s_C3P3R/ours", Pixels(1, 1),
+           ToBlocks(zepiSampleDown444LS_MCU_JPEG_8u16s_C3P3R, 8, 3));
+  Register("zepiSampleDown422LS_MCU_JPEG_8u16s_C3P3R/ours", Pixels(2, 1),
+           ToBlocks(zepiSampleDown422LS_MCU_JPEG_8u16s_C3P3R, 16, 3));
+  Register("zepiSampleDown411LS_MCU_JPEG_8u16s_C3P3R/ours", Pixels(2, 2),
+           ToBlocks(zepiSampleDown411LS_MCU_JPEG_8u16s_C3P3R, 16, 3));
+  Register("zepiSplit422LS_MCU_JPEG_8u16s_C2P3R/ours", Pixels(2, 1),
+           ToBlocks(zepiSplit422LS_MCU_JPEG_8u16s_C2P3R, 16, 2));
+}
+
+void RegisterToPixels() {
+  Register("zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C3R/ours", Pixels(1, 1),
+           ToPixels(zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C3R, 8, 3));
+  Register("zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C3R/rival", Pixels(1, 1),
+           RivalToPixels<1, 1, false>);
+  Register("zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C4R/ours", Pixels(1, 1),
+           ToPixels(zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C4R, 8, 4, uint8_t{255}));
+  Register("zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C4R/rival", Pixels(1, 1),
+           RivalToPixels<1, 1, true>);
+  Register("zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C3R/ours", Pixels(2, 1),
+           ToPixels(zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C3R, 16, 3));
+  Register("zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C3R/rival", Pixels(2, 1),
+           RivalToPixels<2, 1, false>);
+  Register("zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C4R/ours", Pixels(2, 1),
+           ToPixels(zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C4R, 16, 4, uint8_t{255}));
+  Register("zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C4R/rival", Pixels(2, 1),
+           RivalToPixels<2, 1, true>);
+  Register("zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C3R/ours", Pixels(2, 2),
+           ToPixels(zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C3R, 16, 3));
+  Register("zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C3R/rival", Pixels(2, 2),
+           RivalToPixels<2, 2, false>);
+  Register("zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C4R/ours", Pixels(2, 2),
+           ToPixels(zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C4R, 16, 4, uint8_t{255}));
+  Register("zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C4R/rival", Pixels(2, 2),
+           RivalToPixels<2, 2, true>);
+  Register("zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C3R/ours", Pixels(1, 1),
+           ToPixels(zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C3R, 8, 3));
+  Register("zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C3R/rival", Pixels(1, 1),
+           RivalToPixels<1, 1, false>);
+  Register("zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C4R/ours", Pixels(1, 1),
+           ToPixels(zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C4R, 8, 4, uint8_t{255}));
+  Register("zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C4R/rival", Pixels(1, 1),
+           RivalToPixels<1, 1, true>);
+  Register("zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C3R/ours", Pixels(2, 1),
+           ToPixels(zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C3R, 16, 3));
+  Register("zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C3R/rival", Pixels(2, 1),
+           RivalToPixels<2, 1, false>);
+  Register("zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C4R/ours", Pixels(2, 1),
+           ToPixels(zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C4R, 16, 4, uint8_t{255}));
+  Register("zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C4R/rival", Pixels(2, 1),
+           RivalToPixels<2, 1, true>);
+  Register("zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C3R/ours", Pixels(2, 2),
+           ToPixels(zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C3R, 16, 3));
+  Register("zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C3R/rival", Pixels(2, 2),
+           RivalToPixels<2, 2, false>);
+  Register("zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C4R/ours", Pixels(2, 2),
+           ToPixels(zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C4R, 16, 4, uint8_t{255}));
+  Register("zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C4R/rival", Pixels(2, 2),
+           RivalToPixels<2, 2, true>);
+  Register("zepiYCCK444ToCMYKLS_MCU_JPEG_16s8u_P4C4R/ours", Pixels(1, 1),
+           ToPixels(zepiYCCK444ToCMYKLS_MCU_JPEG_16s8u_P4C4R, 8, 4));
+  Register("zepiYCCK422ToCMYKLS_MCU_JPEG_16s8u_P4C4R/ours", Pixels(2, 1),
+           ToPixels(zepiYCCK422ToCMYKLS_MCU_JPEG_16s8u_P4C4R, 16, 4));
+  Register("zepiYCCK411ToCMYKLS_MCU_JPEG_16s8u_P4C4R/ours", Pixels(2, 2),
+           ToPixels(zepiYCCK411ToCMYKLS_MCU_JPEG_16s8u_P4C4R, 16, 4));
+  Register("zepiSampleUp444LS_MCU_JPEG_16s8u_P3C3R/ours", Pixels(1, 1),
+           ToPixels(zepiSampleUp444LS_MCU_JPEG_16s8u_P3C3R, 8, 3));
+  Register("zepiSampleUp422LS_MCU_JPEG_16s8u_P3C3R/ours", Pixels(2, 1),
+           ToPixels(zepiSampleUp422LS_MCU_JPEG_16s8u_P3C3R, 16, 3));
+  Register("zepiSampleUp411LS_MCU_JPEG_16s8u_P3C3R/ours", Pixels(2, 2),
+           ToPixels(zepiSampleUp411LS_MCU_JPEG_16s8u_P3C3R, 16, 3));
+  Register("zepiJoin422LS_MCU_JPEG_16s8u_P3C2R/ours", Pixels(2, 1),
+           ToPixels(zepiJoin422LS_MCU_JPEG_16s8u_P3C2R, 16, 2));
+}
+
+const bool registered = [] {
+  zepSetNumThreads(1);
+  RegisterToBlocks();
+  RegisterToPixels();
+  return true;
+}();
+
+}  // namespace

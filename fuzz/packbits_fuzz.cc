@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+// Any bytes as a row to pack, and as packets to unpack: sizes, bytes and statuses are those of the models, and a
+// packed row comes back.
+#include "input.h"
+#include "reference/tiff.h"
+
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+void Pack(const Bytes& row, size_t room) {
+  Bytes ours(room), model(room);
+  auto our_size = static_cast<int32_t>(room), model_size = our_size;
+  const auto length = static_cast<int32_t>(row.size());
+  const zepStatus status = zepiPackBitsRow_TIFF_8u_C1(row.data(), length, ours.data(), &our_size);
+  fuzz::MustEqual(
+      status, reference::zepiPackBitsRow_TIFF_8u_C1(row.data(), length, model.data(), &model_size));
+  fuzz::MustEqual(our_size, model_size);
+  if (ours != model) std::abort();
+  if (status != zepStatusOk) return;
+  Bytes back(row.size());
+  if (zepiUnpackBitsRow_TIFF_8u_C1(ours.data(), &our_size, back.data(), length) != zepStatusOk)
+    std::abort();
+  if (back != row) std::abort();
+}
+
+void Unpack(const Bytes& packed, size_t length) {
+  Bytes ours(length), model(length);
+  auto our_size = static_cast<int32_t>(packed.size()), model_size = our_size;
+  const auto row = static_cast<int32_t>(length);
+  fuzz::MustEqual(
+      zepiUnpackBitsRow_TIFF_8u_C1(packed.data(), &our_size, ours.data(), row),
+      reference::zepiUnpackBitsRow_TIFF_8u_C1(packed.data(), &model_size, model.data(), row));
+  fuzz::MustEqual(our_size, model_size);
+  if (ours != model) std::abort();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  fuzz::Input input(data, size);
+  const bool packs = input.Byte() % 2 == 0;
+  const size_t length = 1 + input.Byte() + 256u * (input.Byte() % 8);
+  const Bytes bytes = input.Rest();
+  if (bytes.empty()) return 0;
+  if (packs) {
+    Pack(bytes, length);
+  } else {
+    Unpack(bytes, length);
+  }
+  return 0;
+}

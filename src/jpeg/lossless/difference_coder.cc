@@ -1,0 +1,296 @@
+// SPDX-License-Identifier: MIT
+// Coding of differences in lossless JPEG (ITU-T T.81, H.1.2.2): the code of a category and its extra bits, one
+// difference or rows of up to four interleaved components at a time.
+//
+// As with blocks there are two ways to the same bytes, positions and states: a quick one for several samples,
+// which gives up without a trace, and a careful one, sample by sample.
+#include <algorithm>
+#include <cstring>
+
+#include "frame/checks.h"
+#include "jpeg/huffman/bit_reader.h"
+#include "jpeg/huffman/bit_writer.h"
+#include "jpeg/huffman/collector.h"
+#include "jpeg/huffman/elements.h"
+#include "jpeg/huffman/magnitude.h"
+#include "jpeg/huffman/quick_reader.h"
+#include "simd/dispatch.h"
+
+// Scalar code, compiled for its shifts: AVX2's processors have BMI2 too.
+#define HWY_DISABLED_TARGETS (HWY_SSE4 | HWY_AVX3)
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "jpeg/lossless/difference_coder.cc"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+
+#ifndef ZEPJP_DIFFERENCE_CODER_KERNELS
+#  define ZEPJP_DIFFERENCE_CODER_KERNELS
+namespace zepjp {
+namespace {
+
+constexpr int kMostComponents = 4;
+
+// Rows of the components of a scan with their tables.
+struct RowsToEncode {
+  const int16_t* rows[kMostComponents];
+  const zepiEncodeHuffmanSpec* tables[kMostComponents];
+  int components;
+};
+struct RowsToDecode {
+  int16_t* rows[kMostComponents];
+  const zepiDecodeHuffmanSpec* tables[kMostComponents];
+  int components;
+};
+
+struct Kernels {
+  zepStatus (*encode)(const RowsToEncode& rows, size_t width, const Destination& to,
+                      zepiEncodeHuffmanState* state);
+  zepStatus (*decode)(const RowsToDecode& rows, size_t width, const Source& from,
+                      zepiDecodeHuffmanState* state);
+};
+
+// The difference 32768 has a category of its own and no extra bits.
+constexpr uint32_t kMostCategory = 16;
+constexpr uint32_t NumExtraBits(uint32_t category) { return category % kMostCategory; }
+constexpr int32_t kFarDifference = -32768;
+
+// So many columns are coded at once.
+constexpr size_t kColumns = 32;
+
+// For so many differences: each takes 31 bits at most, each byte may be stuffed, and whole words are stored.
+constexpr int64_t RoomFor(size_t count) {
+  return 2 * ((7 + 31 * static_cast<int64_t>(count) + 7) / 8) + 8;
+}
+
+HWY_INLINE bool EncodeQuickly(const RowsToEncode& rows, size_t begin, size_t end,
+                              const Destination& to, zepiEncodeHuffmanState* state) {
+  const int64_t position = *to.position;
+  const size_t count = (end - begin) * static_cast<size_t>(rows.components);
+  if (position < 0 || to.length - position < RoomFor(count)) return false;
+  Collector collector(*state, to.bytes + position);
+  for (size_t x = begin; x < end; ++x) {
+    for (int i = 0; i < rows.components; ++i) {
+      const int32_t difference = LoadCoefficient(rows.rows[i] + x);
+      const uint32_t category = CategoryOf(difference);
+      const uint32_t entry = rows.tables[i]->entry[category];
+      if (!PutValue(entry, difference, NumExtraBits(category), &collector)) return false;
+    }
+  }
+  *to.position = static_cast<int32_t>(collector.Finish(state) - to.bytes);
+  return true;
+}
+
+zepStatus EncodeCarefully(const RowsToEncode& rows, size_t begin, size_t end, const Destination& to,
+                          zepiEncodeHuffmanState* state) {
+  BitWriter writer(to, state);
+  for (size_t x = begin; x < end; ++x) {
+    for (int i = 0; i < rows.components; ++i) {
+      const int32_t difference = LoadCoefficient(rows.rows[i] + x);
+      const uint32_t category = CategoryOf(difference);
+      if (auto bad = writer.PutCode(rows.tables[i]->entry[category])) return bad;
+      const uint32_t extra = NumExtraBits(category);
+      if (extra == 0) continue;
+      if (auto bad = writer.Put(static_cast<uint32_t>(ExtraBits(difference)), extra)) return bad;
+    }
+  }
+  return zepStatusOk;
+}
+
+template <class Bytes>
+HWY_INLINE bool TakeDifferences(const RowsToDecode& rows, size_t begin, size_t end,
+                                const Bytes& bytes, uint32_t unused, Progress* progress) {
+  QuickReader<Bytes> reader(bytes, unused);
+  if (!reader.Refill()) return false;
+  for (size_t x = begin; x < end; ++x) {
+    for (int i = 0; i < rows.components; ++i) {
+      if (!reader.Ensure()) return false;
+      const uint32_t entry = reader.TakeSymbol(*rows.tables[i]);
+      const uint32_t category = entry & 0xFFFF;
+      if (HWY_UNLIKELY(entry == 0 || category > kMostCategory)) return false;
+      int32_t difference = reader.TakeDifference(NumExtraBits(category));
+      if (HWY_UNLIKELY(category == kMostCategory)) difference = kFarDifference;
+      StoreCoefficient(difference, rows.rows[i] + x);
+    }
+  }
+  return reader.Finish(progress);
+}
+
+zepStatus TakeDifference(const zepiDecodeHuffmanSpec& table, BitReader* reader,
+                         int32_t* difference) {
+  uint32_t category = 0, bits = 0;
+  if (auto bad = reader->TakeSymbol(table, &category)) return bad;
+  if (category > kMostCategory) return zepStatusBadHuffCode;
+  const uint32_t extra = NumExtraBits(category);
+  *difference = category == kMostCategory ? kFarDifference : 0;
+  if (extra == 0) return zepStatusOk;
+  if (auto bad = reader->Take(static_cast<int>(extra), &bits)) return bad;
+  *difference = ValueOf(extra, bits);
+  return zepStatusOk;
+}
+
+zepStatus DecodeCarefully(const RowsToDecode& rows, size_t begin, size_t end, const Source& from,
+                          zepiDecodeHuffmanState* state) {
+  BitReader reader(from, state);
+  zepStatus status = zepStatusOk;
+  for (size_t x = begin; x < end && status == zepStatusOk; ++x) {
+    for (int i = 0; i < rows.components && status == zepStatusOk; ++i) {
+      int32_t difference = 0;
+      status = TakeDifference(*rows.tables[i], &reader, &difference);
+      if (status == zepStatusOk) StoreCoefficient(difference, rows.rows[i] + x);
+    }
+  }
+  reader.Store();
+  return status;
+}
+
+}  // namespace
+}  // namespace zepjp
+#endif
+
+// For lambdas too.
+#undef ZEP_BITS_ATTR
+#if HWY_TARGET == HWY_AVX2
+#  define ZEP_BITS_ATTR __attribute__((target("bmi,bmi2,lzcnt")))
+HWY_PUSH_ATTRIBUTES("bmi,bmi2,lzcnt")
+#else
+#  define ZEP_BITS_ATTR
+#endif
+namespace zepjp {
+namespace HWY_NAMESPACE {
+namespace {
+
+zepStatus Encode(const RowsToEncode& rows, size_t width, const Destination& to,
+                 zepiEncodeHuffmanState* state) {
+  for (size_t x = 0; x < width; x += kColumns) {
+    const size_t end = std::min(x + kColumns, width);
+    if (EncodeQuickly(rows, x, end, to, state)) continue;
+    if (auto bad = EncodeCarefully(rows, x, end, to, state)) return bad;
+  }
+  return zepStatusOk;
+}
+
+zepStatus Decode(const RowsToDecode& rows, size_t width, const Source& from,
+                 zepiDecodeHuffmanState* state) {
+  for (size_t x = 0; x < width; x += kColumns) {
+    const size_t end = std::min(x + kColumns, width);
+    const auto take = [&](const auto& bytes, uint32_t unused, Progress* progress) ZEP_BITS_ATTR {
+      return TakeDifferences(rows, x, end, bytes, unused, progress);
+    };
+    if (ReadPlain(from, state, take) || ReadStuffed(from, state, take)) continue;
+    if (auto bad = DecodeCarefully(rows, x, end, from, state)) return bad;
+  }
+  return zepStatusOk;
+}
+
+constexpr Kernels kKernels = {Encode, Decode};
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace zepjp
+#if HWY_TARGET == HWY_AVX2
+HWY_POP_ATTRIBUTES
+#endif
+
+#if HWY_ONCE
+namespace zepjp {
+namespace {
+
+Kernels kernels;
+
+ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
+
+bool IsBadCount(int32_t width, int32_t components) {
+  return width < 1 || components < 1 || components > kMostComponents;
+}
+
+zepStatus CheckDestination(const uint8_t* bytes, int32_t length, const int32_t* position,
+                           const zepiEncodeHuffmanState* state) {
+  return Checks().Ptr(bytes).Refuse(length < 1, zepStatusBadSize).Ptr(position).Ptr(state).Failed();
+}
+
+}  // namespace
+}  // namespace zepjp
+
+zepStatus ZEP_CALL zepiEncodeHuffmanOne_JPEG_16s1u_C1(const int16_t* pSrc, uint8_t* pDst,
+                                                      int32_t dstLenBytes, int32_t* pDstCurrPos,
+                                                      const zepiEncodeHuffmanSpec* pTable,
+                                                      zepiEncodeHuffmanState* pEncHuffState,
+                                                      int32_t bFlushState) {
+  using namespace zepjp;
+  if (auto bad = CheckDestination(pDst, dstLenBytes, pDstCurrPos, pEncHuffState)) return bad;
+  const Destination to = {pDst, dstLenBytes, pDstCurrPos};
+  if (bFlushState != 0) return BitWriter(to, pEncHuffState).Flush();
+  if (auto bad = Checks().Ptr(pSrc).Ptr(pTable).Failed()) return bad;
+  return kernels.encode({{pSrc}, {pTable}, 1}, 1, to, pEncHuffState);
+}
+
+zepStatus ZEP_CALL zepiEncodeHuffmanRow_JPEG_16s1u_P4C1(
+    const int16_t* const pSrc[4], uint8_t* pDst, int32_t dstLenBytes, int32_t* pDstCurrPos,
+    int32_t width, int32_t nComponents, const zepiEncodeHuffmanSpec* const pTable[4],
+    zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState) {
+  using namespace zepjp;
+  if (auto bad = CheckDestination(pDst, dstLenBytes, pDstCurrPos, pEncHuffState)) return bad;
+  const Destination to = {pDst, dstLenBytes, pDstCurrPos};
+  if (bFlushState != 0) return BitWriter(to, pEncHuffState).Flush();
+  if (auto bad = Checks()
+                     .Ptr(pSrc)
+                     .Ptr(pTable)
+                     .Refuse(IsBadCount(width, nComponents), zepStatusBadSize)
+                     .Planes(pSrc, nComponents)
+                     .Planes(pTable, nComponents)
+                     .Failed()) {
+    return bad;
+  }
+  RowsToEncode rows = {{}, {}, nComponents};
+  std::copy_n(pSrc, nComponents, rows.rows);
+  std::copy_n(pTable, nComponents, rows.tables);
+  return kernels.encode(rows, static_cast<size_t>(width), to, pEncHuffState);
+}
+
+zepStatus ZEP_CALL zepiDecodeHuffmanOne_JPEG_1u16s_C1(const uint8_t* pSrc, int32_t srcLenBytes,
+                                                      int32_t* pSrcCurrPos, int16_t* pDst,
+                                                      int32_t* pMarker,
+                                                      const zepiDecodeHuffmanSpec* pTable,
+                                                      zepiDecodeHuffmanState* pDecHuffState) {
+  using namespace zepjp;
+  if (auto bad = Checks()
+                     .Ptr(pSrc)
+                     .Refuse(srcLenBytes < 0, zepStatusBadArg)
+                     .Ptr(pSrcCurrPos)
+                     .Ptr(pDst)
+                     .Ptr(pMarker)
+                     .Ptr(pTable)
+                     .Ptr(pDecHuffState)
+                     .Failed()) {
+    return bad;
+  }
+  return kernels.decode({{pDst}, {pTable}, 1}, 1, {pSrc, srcLenBytes, pSrcCurrPos, pMarker},
+                        pDecHuffState);
+}
+
+zepStatus ZEP_CALL zepiDecodeHuffmanRow_JPEG_1u16s_C1P4(
+    const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcCurrPos, int16_t* const pDst[4],
+    int32_t width, int32_t nComponents, int32_t* pMarker,
+    const zepiDecodeHuffmanSpec* const pTable[4], zepiDecodeHuffmanState* pDecHuffState) {
+  using namespace zepjp;
+  if (auto bad = Checks()
+                     .Ptr(pSrc)
+                     .Refuse(srcLenBytes < 0, zepStatusBadArg)
+                     .Ptr(pSrcCurrPos)
+                     .Ptr(pDst)
+                     .Ptr(pMarker)
+                     .Ptr(pTable)
+                     .Ptr(pDecHuffState)
+                     .Refuse(IsBadCount(width, nComponents), zepStatusBadSize)
+                     .Planes(pDst, nComponents)
+                     .Planes(pTable, nComponents)
+                     .Failed()) {
+    return bad;
+  }
+  RowsToDecode rows = {{}, {}, nComponents};
+  std::copy_n(pDst, nComponents, rows.rows);
+  std::copy_n(pTable, nComponents, rows.tables);
+  return kernels.decode(rows, static_cast<size_t>(width), {pSrc, srcLenBytes, pSrcCurrPos, pMarker},
+                        pDecHuffState);
+}
+#endif  // HWY_ONCE

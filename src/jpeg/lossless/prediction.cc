@@ -1,0 +1,320 @@
+// SPDX-License-Identifier: MIT
+// Prediction of lossless JPEG (ITU-T T.81, H.1.2.1): rows of samples to differences and back, modulo 65536.
+//
+// With x the row, b the row above and c = b one sample to the left, predictor 1 is the left neighbour, 2 is b,
+// 3 is c, 4 is left + b - c, 5 is left + ((b - c) >> 1), 6 is b + ((left - c) >> 1), 7 is (left + b) >> 1.
+//
+// Forward every predictor is a formula over vectors. Back, 2 and 3 are too; 1, 4 and 5 are running sums of what
+// is known beforehand, a few steps for a vector; 6 and 7 halve what was reconstructed last and go sample by
+// sample.
+#include <algorithm>
+
+#include "frame/checks.h"
+#include "simd/dispatch.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "jpeg/lossless/prediction.cc"
+#include "hwy/foreach_target.h"
+#include "simd/ops-inl.h"
+
+#ifndef ZEPJP_PREDICTION_KERNELS
+#  define ZEPJP_PREDICTION_KERNELS
+namespace zepjp {
+namespace {
+
+constexpr int kPredictors = 7;
+
+// Samples 1 to width - 1 of a row; those of the row above from its sample 0 on.
+using PredictRow = void (*)(const uint8_t* src, const uint8_t* above, uint8_t* dst, size_t width);
+
+struct Kernels {
+  PredictRow forward[kPredictors];
+  PredictRow inverse[kPredictors];
+};
+
+// 16-bit samples at any alignment.
+inline uint32_t Get(const uint8_t* row, size_t x) {
+  uint16_t sample;
+  __builtin_memcpy(&sample, row + 2 * x, 2);
+  return sample;
+}
+inline void Put(uint8_t* row, size_t x, uint32_t sample) {
+  const auto low = static_cast<uint16_t>(sample);
+  __builtin_memcpy(row + 2 * x, &low, 2);
+}
+
+}  // namespace
+}  // namespace zepjp
+#endif
+
+ZEP_BEFORE_NAMESPACE();
+namespace zepjp {
+namespace HWY_NAMESPACE {
+namespace {
+
+using D = hn::ScalableTag<uint16_t>;
+using D8 = hn::ScalableTag<uint8_t>;
+using V = hn::VFromD<D>;
+constexpr size_t kSamples = hn::MaxLanes(D());
+
+HWY_INLINE V Load(const uint8_t* row, size_t x) {
+  return hn::BitCast(D(), hn::LoadU(D8(), row + 2 * x));
+}
+HWY_INLINE void Store(V v, uint8_t* row, size_t x) {
+  hn::StoreU(hn::BitCast(D8(), v), D8(), row + 2 * x);
+}
+
+// (a - b) >> 1 of unsigned samples, or of signed ones; the low 16 bits.
+HWY_INLINE V Borrow(V a, V b) { return hn::And(hn::AndNot(a, b), hn::Set(D(), 1)); }
+HWY_INLINE V HalfDifference(V a, V b) {
+  return hn::Sub(hn::Sub(hn::ShiftRight<1>(a), hn::ShiftRight<1>(b)), Borrow(a, b));
+}
+HWY_INLINE V SignedHalf(V v) {
+  return hn::BitCast(D(), hn::ShiftRight<1>(hn::BitCast(hn::RebindToSigned<D>(), v)));
+}
+HWY_INLINE V SignedHalfDifference(V a, V b) {
+  return hn::Sub(hn::Sub(SignedHalf(a), SignedHalf(b)), Borrow(a, b));
+}
+// (a + b) >> 1 of unsigned samples.
+HWY_INLINE V Mean(V a, V b) {
+  return hn::Sub(hn::AverageRound(a, b), hn::And(hn::Xor(a, b), hn::Set(D(), 1)));
+}
+
+template <int kPredictor>
+HWY_INLINE V Predict(V left, V above, V corner) {
+  switch (kPredictor) {
+    case 1: return left;
+    case 2: return above;
+    case 3: return corner;
+    case 4: return hn::Add(left, hn::Sub(above, corner));
+    case 5: return hn::Add(left, HalfDifference(above, corner));
+    case 6: return hn::Add(above, SignedHalfDifference(left, corner));
+    default: return Mean(left, above);
+  }
+}
+
+template <int kPredictor>
+HWY_INLINE V Differences(const uint8_t* src, const uint8_t* above, size_t x) {
+  constexpr bool kHasLeft = kPredictor == 1 || kPredictor >= 4;
+  constexpr bool kHasAbove = kPredictor == 2 || kPredictor >= 4;
+  constexpr bool kHasCorner = kPredictor >= 3 && kPredictor <= 6;
+  const V zero = hn::Zero(D());
+  const V left = kHasLeft ? Load(src, x - 1) : zero;
+  const V up = kHasAbove ? Load(above, x) : zero;
+  const V corner = kHasCorner ? Load(above, x - 1) : zero;
+  return hn::Sub(Load(src, x), Predict<kPredictor>(left, up, corner));
+}
+
+// Fewer than kSamples samples from `begin` on, with the one before them, as a row of their own.
+class Few {
+ public:
+  HWY_INLINE Few(const uint8_t* row, size_t begin, size_t count) {
+    if (row != nullptr) CopyBytes(row + 2 * (begin - 1), bytes_, 2 * (count + 1));
+  }
+  const uint8_t* row() const { return bytes_; }
+
+ private:
+  HWY_ALIGN uint8_t bytes_[4 * kSamples] = {};
+};
+
+// From the end, because a row may become its own differences.
+template <int kPredictor>
+void ForwardRow(const uint8_t* src, const uint8_t* above, uint8_t* dst, size_t width) {
+  size_t x = width;
+  for (; x >= kSamples + 1; x -= kSamples) {
+    const size_t begin = x - kSamples;
+    Store(Differences<kPredictor>(src, above, begin), dst, begin);
+  }
+  if (x > 1) {
+    const Few samples(src, 1, x - 1), up(above, 1, x - 1);
+    HWY_ALIGN uint8_t out[2 * kSamples];
+    Store(Differences<kPredictor>(samples.row(), up.row(), 1), out, 0);
+    CopyBytes(out, dst + 2, 2 * (x - 1));
+  }
+}
+
+// What predictors other than 6 and 7 add to differences before any sum.
+template <int kPredictor>
+HWY_INLINE V Known(const uint8_t* src, const uint8_t* above, size_t x) {
+  const V difference = Load(src, x);
+  switch (kPredictor) {
+    case 2: return hn::Add(difference, Load(above, x));
+    case 3: return hn::Add(difference, Load(above, x - 1));
+    case 5: return hn::Add(difference, HalfDifference(Load(above, x), Load(above, x - 1)));
+    default: return difference;
+  }
+}
+
+// Lane i: the sum of the lanes 0 to i, plus `before` in each.
+HWY_INLINE V SumWithin128(V v) {
+  v = hn::Add(v, hn::ShiftLeftLanes<1>(D(), v));
+  v = hn::Add(v, hn::ShiftLeftLanes<2>(D(), v));
+  return hn::Add(v, hn::ShiftLeftLanes<4>(D(), v));
+}
+#if HWY_TARGET == HWY_AVX3
+HWY_INLINE V RunningSum(V v, V before) {
+  v = SumWithin128(v);
+  // The last lane of each block goes to all later blocks.
+  const __m512i last = _mm512_shuffle_epi8(v.raw, _mm512_set1_epi16(0x0F0E));
+  const __m512i zero = _mm512_setzero_si512();
+  const __m512i one = _mm512_alignr_epi64(last, zero, 6);
+  const __m512i two = _mm512_alignr_epi64(last, zero, 4);
+  const __m512i three = _mm512_alignr_epi64(last, zero, 2);
+  const __m512i sum = _mm512_add_epi16(_mm512_add_epi16(one, two), three);
+  return hn::Add(hn::Add(v, V{sum}), before);
+}
+HWY_INLINE V LastLane(V v) { return V{_mm512_permutexvar_epi16(_mm512_set1_epi16(31), v.raw)}; }
+#elif HWY_TARGET == HWY_AVX2
+HWY_INLINE V RunningSum(V v, V before) {
+  v = SumWithin128(v);
+  const __m256i last = _mm256_shuffle_epi8(v.raw, _mm256_set1_epi16(0x0F0E));
+  return hn::Add(hn::Add(v, V{_mm256_permute2x128_si256(last, last, 0x08)}), before);
+}
+HWY_INLINE V LastLane(V v) {
+  const __m256i upper = _mm256_permute4x64_epi64(v.raw, 0xFF);
+  return V{_mm256_shuffle_epi8(upper, _mm256_set1_epi16(0x0706))};
+}
+#else
+HWY_INLINE V RunningSum(V v, V before) { return hn::Add(SumWithin128(v), before); }
+HWY_INLINE V LastLane(V v) { return hn::Broadcast<7>(v); }
+#endif
+
+// Predictor 4 sums what the samples are above their upper neighbours.
+template <int kPredictor>
+HWY_INLINE V Reconstruct(const uint8_t* src, const uint8_t* above, size_t x, V* before) {
+  const V known = Known<kPredictor>(src, above, x);
+  if constexpr (kPredictor == 2 || kPredictor == 3) return known;
+  const V sum = RunningSum(known, *before);
+  *before = LastLane(sum);
+  return kPredictor == 4 ? hn::Add(sum, Load(above, x)) : sum;
+}
+
+template <int kPredictor>
+void InverseRow(const uint8_t* src, const uint8_t* above, uint8_t* dst, size_t width) {
+  uint32_t first = Get(dst, 0);
+  if constexpr (kPredictor == 4) first -= Get(above, 0);
+  V before = hn::Set(D(), static_cast<uint16_t>(first));
+  size_t x = 1;
+  for (; x + kSamples <= width; x += kSamples) {
+    Store(Reconstruct<kPredictor>(src, above, x, &before), dst, x);
+  }
+  if (x < width) {
+    const size_t count = width - x;
+    const Few differences(src, x, count), up(above, x, count);
+    HWY_ALIGN uint8_t out[2 * kSamples];
+    Store(Reconstruct<kPredictor>(differences.row(), up.row(), 1, &before), out, 0);
+    CopyBytes(out, dst + 2 * x, 2 * count);
+  }
+}
+
+void InverseRow6(const uint8_t* src, const uint8_t* above, uint8_t* dst, size_t width) {
+  uint32_t sample = Get(dst, 0);
+  for (size_t x = 1; x < width; ++x) {
+    const int32_t left = static_cast<int16_t>(sample);
+    const int32_t corner = static_cast<int16_t>(Get(above, x - 1));
+    const auto half = static_cast<uint32_t>((left - corner) >> 1);
+    sample = Get(src, x) + Get(above, x) + half;
+    Put(dst, x, sample);
+  }
+}
+
+void InverseRow7(const uint8_t* src, const uint8_t* above, uint8_t* dst, size_t width) {
+  uint32_t sample = Get(dst, 0);
+  for (size_t x = 1; x < width; ++x) {
+    sample = (Get(src, x) + ((sample + Get(above, x)) >> 1)) & 0xFFFF;
+    Put(dst, x, sample);
+  }
+}
+
+constexpr Kernels kKernels = {
+    {ForwardRow<1>, ForwardRow<2>, ForwardRow<3>, ForwardRow<4>, ForwardRow<5>, ForwardRow<6>,
+     ForwardRow<7>},
+    {InverseRow<1>, InverseRow<2>, InverseRow<3>, InverseRow<4>, InverseRow<5>, InverseRow6,
+     InverseRow7},
+};
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace zepjp
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace zepjp {
+namespace {
+
+Kernels kernels;
+
+ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
+
+const uint8_t* Bytes(const int16_t* row) { return reinterpret_cast<const uint8_t*>(row); }
+uint8_t* Bytes(int16_t* row) { return reinterpret_cast<uint8_t*>(row); }
+
+zepStatus CheckFirstRow(const int16_t* src, const int16_t* dst, int32_t width, int32_t precision,
+                        int32_t point_transform) {
+  return Checks()
+      .Ptr(src)
+      .Ptr(dst)
+      .Refuse(width < 1, zepStatusBadSize)
+      .Refuse(precision < 2 || precision > 16 || point_transform < 0, zepStatusBadArg)
+      .Failed();
+}
+zepStatus CheckRow(const int16_t* src, const int16_t* above, const int16_t* dst, int32_t width,
+                   int32_t predictor) {
+  return Checks()
+      .Ptr(src)
+      .Ptr(above)
+      .Ptr(dst)
+      .Refuse(width < 1, zepStatusBadSize)
+      .Refuse(predictor < 1 || predictor > kPredictors, zepStatusBadArg)
+      .Failed();
+}
+
+// Half of the range of point-transformed samples predicts the first one.
+uint32_t Base(int32_t precision, int32_t point_transform) {
+  return point_transform < precision ? 1u << (precision - point_transform - 1) : 0;
+}
+
+}  // namespace
+}  // namespace zepjp
+
+zepStatus ZEP_CALL zepiDiffPredFirstRow_JPEG_16s_C1(const int16_t* pSrc, int16_t* pDst,
+                                                    int32_t width, int32_t P, int32_t Pt) {
+  using namespace zepjp;
+  if (auto bad = CheckFirstRow(pSrc, pDst, width, P, Pt)) return bad;
+  const uint32_t first = Get(Bytes(pSrc), 0) - Base(P, Pt);
+  kernels.forward[0](Bytes(pSrc), nullptr, Bytes(pDst), static_cast<size_t>(width));
+  Put(Bytes(pDst), 0, first);
+  return zepStatusOk;
+}
+
+zepStatus ZEP_CALL zepiDiffPredRow_JPEG_16s_C1(const int16_t* pSrc, const int16_t* pPrevRow,
+                                               int16_t* pDst, int32_t width, int32_t predictor) {
+  using namespace zepjp;
+  if (auto bad = CheckRow(pSrc, pPrevRow, pDst, width, predictor)) return bad;
+  const uint32_t first = Get(Bytes(pSrc), 0) - Get(Bytes(pPrevRow), 0);
+  kernels.forward[predictor - 1](Bytes(pSrc), Bytes(pPrevRow), Bytes(pDst),
+                                 static_cast<size_t>(width));
+  Put(Bytes(pDst), 0, first);
+  return zepStatusOk;
+}
+
+zepStatus ZEP_CALL zepiReconstructPredFirstRow_JPEG_16s_C1(const int16_t* pSrc, int16_t* pDst,
+                                                           int32_t width, int32_t P, int32_t Pt) {
+  using namespace zepjp;
+  if (auto bad = CheckFirstRow(pSrc, pDst, width, P, Pt)) return bad;
+  Put(Bytes(pDst), 0, Get(Bytes(pSrc), 0) + Base(P, Pt));
+  kernels.inverse[0](Bytes(pSrc), nullptr, Bytes(pDst), static_cast<size_t>(width));
+  return zepStatusOk;
+}
+
+zepStatus ZEP_CALL zepiReconstructPredRow_JPEG_16s_C1(const int16_t* pSrc, const int16_t* pPrevRow,
+                                                      int16_t* pDst, int32_t width,
+                                                      int32_t predictor) {
+  using namespace zepjp;
+  if (auto bad = CheckRow(pSrc, pPrevRow, pDst, width, predictor)) return bad;
+  Put(Bytes(pDst), 0, Get(Bytes(pSrc), 0) + Get(Bytes(pPrevRow), 0));
+  kernels.inverse[predictor - 1](Bytes(pSrc), Bytes(pPrevRow), Bytes(pDst),
+                                 static_cast<size_t>(width));
+  return zepStatusOk;
+}
+#endif  // HWY_ONCE

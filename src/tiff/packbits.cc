@@ -1,0 +1,251 @@
+// SPDX-License-Identifier: MIT
+// PackBits (TIFF 6.0, section 9): packets of up to 128 literal bytes or of 2 to 128 equal ones.
+//
+// Packing is exact. From the end of the row backwards, cost(i) is the least length of what follows byte i:
+//   literal  1 + n + cost(i + n) over n = 1 ... 128,
+//   run      2 + cost(i + n), n the equal bytes there are, 128 at most.
+// With key(j) = cost(j) + j a literal takes the least key m of the next 128 positions and has the key m + 1
+// itself. So no key in reach that can still win exceeds m + 1, and two sets of 128 bits, the positions of key m
+// and those of m + 1, are all there is to know. Eight bytes that are all different, or all equal, go at once.
+#include <algorithm>
+#include <cstring>
+
+#include "frame/checks.h"
+#include "frame/memory.h"
+
+// Inlined, so that what they change stays in registers.
+#define ZEP_FLATTEN inline __attribute__((always_inline))
+
+namespace zepjp {
+namespace {
+
+constexpr uint32_t kMost = 128;        // bytes of a packet
+constexpr uint8_t kNothing = 128;      // a control byte without a packet
+constexpr uint32_t kRunControl = 257;  // the control byte of a run is this minus its length
+
+constexpr uint64_t kEach = 0x0101010101010101;  // times a byte: eight of them
+
+uint64_t Load64(const uint8_t* from) {
+  uint64_t bytes;
+  std::memcpy(&bytes, from, sizeof(bytes));
+  return bytes;
+}
+void Store64(uint64_t bytes, uint8_t* to) { std::memcpy(to, &bytes, sizeof(bytes)); }
+
+// The top bit of each byte that is zero.
+constexpr uint64_t ZeroBytes(uint64_t v) {
+  constexpr uint64_t kLow = 0x7F * kEach;
+  return ~(((v & kLow) + kLow) | v | kLow);
+}
+
+// A bit for each of the next 128 positions, the nearest one lowest.
+struct Positions {
+  uint64_t low = 0, high = 0;
+
+  bool IsEmpty() const { return (low | high) == 0; }
+  uint32_t Farthest() const {
+    return high != 0 ? 127u - static_cast<uint32_t>(__builtin_clzll(high))
+                     : 63u - static_cast<uint32_t>(__builtin_clzll(low));
+  }
+  void Advance(int count) {
+    high = high << count | low >> (64 - count);
+    low <<= count;
+  }
+};
+
+// For each byte of a row the control byte of the packet that best begins there. Where both kinds are as good
+// it is a literal, and of literals the longest. Keys are modulo 2^32; only their differences count.
+class Planner {
+ public:
+  Planner(uint32_t size, uint8_t* controls, uint32_t* keys)
+      : controls_(controls), keys_(keys), least_(size), last_(size) {}
+
+  // Returns the length of the packed row.
+  uint32_t Plan(const uint8_t* src, uint32_t size) {
+    uint32_t i = size - 1;
+    at_least_.low = 1;
+    PlanOne(i, 0);
+    for (; i >= 8; i -= 8) {
+      const uint64_t equal = ZeroBytes(Load64(src + i - 8) ^ Load64(src + i - 7));
+      if (equal == 0 && PlanLiterals(i - 8)) continue;
+      if (equal == 0x80 * kEach && PlanRun(i - 8)) continue;
+      for (uint32_t k = 1; k <= 8; ++k) PlanOne(i - k, equal >> (71 - 8 * k) & 1);
+    }
+    for (; i > 0; --i) PlanOne(i - 1, src[i - 1] == src[i] ? 1 : 0);
+    return last_;  // for position 0 cost and key are the same
+  }
+
+ private:
+  // Byte `i`; whether the next one equals it.
+  ZEP_FLATTEN void PlanOne(uint32_t i, uint64_t is_equal) {
+    const uint32_t in_run = 0u - static_cast<uint32_t>(is_equal);
+    behind_run_ = (behind_run_ & in_run) | (last_ & ~in_run);
+    run_ = (run_ & in_run) + 1;
+    const uint32_t key = run_ <= kMost ? behind_run_ - run_ + 2 : keys_[i % kMost] - kMost + 2;
+    // No jumps below: in pictures they could not be foreseen. Masks are all ones where their name holds.
+    const int64_t above = std::min(static_cast<int32_t>(key - least_), int32_t{1});
+    const auto is_run = static_cast<uint64_t>((above - 1) >> 63);
+    const auto is_best = static_cast<uint64_t>(above >> 63);
+    const uint64_t run_control = kRunControl - std::min(run_, kMost);
+    const uint64_t literal = at_least_.Farthest();
+    controls_[i] = static_cast<uint8_t>(literal ^ ((literal ^ run_control) & is_run));
+    last_ = least_ + static_cast<uint32_t>(above);
+    keys_[i % kMost] = last_;
+    at_least_.Advance(1);
+    above_least_.Advance(1);
+    at_least_.low = (at_least_.low & ~is_best) | (is_run & 1);
+    at_least_.high &= ~is_best;
+    above_least_.low = (above_least_.low | 1) & ~is_run;
+    above_least_.high &= ~is_run;
+    least_ += static_cast<uint32_t>(above) & static_cast<uint32_t>(is_best);
+    ForgetLeast();
+  }
+
+  ZEP_FLATTEN void ForgetLeast() {
+    if (__builtin_expect(!at_least_.IsEmpty(), 1)) return;
+    at_least_ = above_least_;
+    above_least_ = Positions();
+    ++least_;
+  }
+
+  // Eight bytes from `low` on, each different from the next. False: they have to be planned one by one.
+  ZEP_FLATTEN bool PlanLiterals(uint32_t low) {
+    constexpr uint64_t kAllEight = uint64_t{0xFF} << 56;
+    const uint64_t literal = at_least_.Farthest();
+    if (literal + 7 < kMost) {
+      Store64(literal * kEach + 0x0001020304050607, controls_ + low);
+    } else if ((at_least_.high & kAllEight) == kAllEight) {
+      Store64((kMost - 1) * kEach, controls_ + low);
+    } else {
+      return false;
+    }
+    last_ = behind_run_ = least_ + 1;
+    keys_[low % kMost] = last_;  // a run may end here
+    run_ = 1;
+    at_least_.Advance(8);
+    above_least_.Advance(8);
+    above_least_.low |= 0xFF;
+    ForgetLeast();
+    return true;
+  }
+
+  // Eight bytes from `low` on, each equal to the next: where a run is better than all within reach it remains so
+  // while it grows to 128 bytes, and then while it was 128 bytes before.
+  ZEP_FLATTEN bool PlanRun(uint32_t low) {
+    uint32_t key;
+    uint64_t controls;
+    if (run_ + 8 <= kMost) {
+      key = behind_run_ - run_ + 1;
+      controls = (kRunControl - 8 - run_) * kEach + 0x0706050403020100;
+    } else if (run_ >= kMost && keys_[(low + 7) % kMost] - keys_[low % kMost] == 7) {
+      key = keys_[(low + 7) % kMost] - kMost + 2;
+      controls = (kRunControl - kMost) * kEach;
+    } else {
+      return false;
+    }
+    if (static_cast<int32_t>(key - least_) >= 0) return false;
+    Store64(controls, controls_ + low);
+    for (uint32_t k = 0; k < 8; ++k) keys_[(low + 7 - k) % kMost] = key - k;
+    last_ = least_ = key - 7;
+    run_ += 8;
+    at_least_ = {1, 0};
+    above_least_ = Positions();
+    return true;
+  }
+
+  uint8_t* controls_;
+  uint32_t* keys_;  // of positions in a run
+  Positions at_least_, above_least_;
+  uint32_t least_;           // the key of at_least_
+  uint32_t last_;            // of the position that was planned last
+  uint32_t behind_run_ = 0;  // of the byte behind the run
+  uint32_t run_ = 0;         // equal bytes from the last position on
+};
+
+void WritePackets(const uint8_t* src, uint32_t size, const uint8_t* controls, uint8_t* dst) {
+  for (uint32_t i = 0; i < size;) {
+    const uint8_t control = controls[i];
+    *dst++ = control;
+    if (control > kNothing) {
+      *dst++ = src[i];
+      i += kRunControl - control;
+      continue;
+    }
+    const uint32_t count = control + 1u;
+    std::memcpy(dst, src + i, count);
+    dst += count;
+    i += count;
+  }
+}
+
+zepStatus Pack(const uint8_t* src, int32_t size, uint8_t* controls, uint8_t* dst,
+               int32_t* dst_size) {
+  const auto count = static_cast<uint32_t>(size);
+  uint32_t keys[kMost];
+  const uint32_t cost = Planner(count, controls, keys).Plan(src, count);
+  if (cost > static_cast<uint32_t>(*dst_size)) return zepStatusBufferExhausted;
+  WritePackets(src, count, controls, dst);
+  *dst_size = static_cast<int32_t>(cost);
+  return zepStatusOk;
+}
+
+constexpr int32_t kRowOnStack = 16384;
+
+}  // namespace
+}  // namespace zepjp
+
+zepStatus ZEP_CALL zepiPackBitsRow_TIFF_8u_C1(const uint8_t* pSrc, int32_t srcLen, uint8_t* pDst,
+                                              int32_t* pDstLen) {
+  using namespace zepjp;
+  if (auto bad =
+          Checks().Ptr(pSrc).Ptr(pDst).Ptr(pDstLen).Refuse(srcLen < 1, zepStatusBadSize).Failed()) {
+    return bad;
+  }
+  if (*pDstLen < 1) return zepStatusBufferExhausted;
+  if (srcLen <= kRowOnStack) {
+    uint8_t controls[kRowOnStack];
+    return Pack(pSrc, srcLen, controls, pDst, pDstLen);
+  }
+  auto* controls = static_cast<uint8_t*>(Allocate(srcLen));
+  if (controls == nullptr) return zepStatusMemAlloc;
+  const zepStatus status = Pack(pSrc, srcLen, controls, pDst, pDstLen);
+  Release(controls);
+  return status;
+}
+
+zepStatus ZEP_CALL zepiUnpackBitsRow_TIFF_8u_C1(const uint8_t* pSrc, int32_t* pSrcLen,
+                                                uint8_t* pDst, int32_t dstLen) {
+  using namespace zepjp;
+  if (auto bad =
+          Checks().Ptr(pSrc).Ptr(pSrcLen).Ptr(pDst).Refuse(dstLen < 1, zepStatusBadSize).Failed()) {
+    return bad;
+  }
+  if (*pSrcLen < 1) return zepStatusUnpackBitsOverrun;
+  const int64_t size = *pSrcLen;
+  int64_t at = 0;
+  for (int64_t left = dstLen; left > 0;) {
+    if (at == size) return zepStatusUnpackBitsOverrun;  // *pSrcLen is the end already
+    const uint8_t control = pSrc[at];
+    if (control == kNothing) {
+      ++at;
+      continue;
+    }
+    const bool is_run = control > kNothing;
+    const int64_t count = is_run ? int64_t{kRunControl} - control : control + 1;
+    const int64_t packet = is_run ? 2 : 1 + count;
+    if (count > left || packet > size - at) {
+      *pSrcLen = static_cast<int32_t>(at);
+      return zepStatusUnpackBitsOverrun;
+    }
+    if (is_run) {
+      std::memset(pDst, pSrc[at + 1], static_cast<size_t>(count));
+    } else {
+      std::memcpy(pDst, pSrc + at + 1, static_cast<size_t>(count));
+    }
+    pDst += count;
+    left -= count;
+    at += packet;
+  }
+  *pSrcLen = static_cast<int32_t>(at);
+  return zepStatusOk;
+}
