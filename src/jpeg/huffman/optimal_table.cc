@@ -51,12 +51,14 @@ void Merge(const Leaf* leaves, int count, const Round& before, Round* round) {
 // The lengths of the leaves, which stand by weight.
 void FindLengths(const Leaf* leaves, int count, int* lengths) {
   Round rounds[kMaxCodeBits];
-  const Round none;
-  for (int i = 0; i < kMaxCodeBits; ++i) Merge(leaves, count, i > 0 ? rounds[i - 1] : none, &rounds[i]);
+  static constexpr Round kNone = {{}, {}, 0};
+  for (int i = 0; i < kMaxCodeBits; ++i)
+    Merge(leaves, count, i > 0 ? rounds[i - 1] : kNone, &rounds[i]);
   std::fill_n(lengths, count, 0);
   int taken = 2 * count - 2;
   for (int i = kMaxCodeBits - 1; i >= 0; --i) {
-    const int symbols = static_cast<int>(std::count(rounds[i].is_leaf, rounds[i].is_leaf + taken, true));
+    const int symbols =
+        static_cast<int>(std::count(rounds[i].is_leaf, rounds[i].is_leaf + taken, true));
     for (int leaf = 0; leaf < symbols; ++leaf) ++lengths[leaf];
     taken = 2 * (taken - symbols);
   }
@@ -98,7 +100,8 @@ zepStatus ZEP_CALL zepiEncodeHuffmanRawTableInit_JPEG_8u(const int32_t pStatisti
                                                          uint8_t pListVals[256]) {
   using namespace zepjp;
   if (auto bad = Checks().Ptr(pStatistics).Ptr(pListBits).Ptr(pListVals).Failed()) return bad;
-  const bool is_negative = std::any_of(pStatistics, pStatistics + kSymbols, [](int32_t n) { return n < 0; });
+  const bool is_negative =
+      std::any_of(pStatistics, pStatistics + kSymbols, [](int32_t n) { return n < 0; });
   if (is_negative) return zepStatusError;
   MakeLists(pStatistics, pListBits, pListVals);
   return zepStatusOk;

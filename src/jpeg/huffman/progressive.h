@@ -10,6 +10,7 @@
 #define ZEPJP_SRC_JPEG_HUFFMAN_PROGRESSIVE_H_
 
 #include <cstdint>
+#include <cstring>
 
 #include "jpeg/huffman/elements.h"
 #include "jpeg/huffman/magnitude.h"
@@ -106,8 +107,8 @@ bool TellRefinement(const int16_t* block, const Band& band, EobRun* run, Sink* s
     magnitudes[k] = ShiftedMagnitude(LoadCoefficient(block + kNaturalOfZigzag[k]), band.shift);
     if (magnitudes[k] == 1) last_new = k;
   }
-  uint32_t zeros = 0, own = 0;  // corrections of this block stand behind those of the run
-  uint8_t* corrections = run->bits + run->corrections;
+  uint32_t zeros = 0, own = 0;
+  uint8_t corrections[64];  // of this block
   for (int32_t k = band.first; k <= band.last; ++k) {
     if (magnitudes[k] == 0) {
       ++zeros;
@@ -119,7 +120,6 @@ bool TellRefinement(const int16_t* block, const Band& band, EobRun* run, Sink* s
       }
       zeros -= 16;
       own = 0;
-      corrections = run->bits;
     }
     if (magnitudes[k] > 1) {
       corrections[own++] = magnitudes[k] & 1;
@@ -131,10 +131,10 @@ bool TellRefinement(const int16_t* block, const Band& band, EobRun* run, Sink* s
       return false;
     }
     zeros = own = 0;
-    corrections = run->bits;
   }
   if (zeros > 0 || own > 0) {
     ++run->blocks;
+    std::memcpy(run->bits + run->corrections, corrections, own);
     run->corrections += own;
   }
   const bool is_full = run->blocks >= kMostEobRun || run->corrections > kMostCorrections;

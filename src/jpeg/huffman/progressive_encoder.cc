@@ -19,7 +19,8 @@ constexpr int64_t kMostBlockBytes = 2 * ((7 + 63 * (31 + 16) + 30 + 1024 + 7) / 
 // Writes carefully; keeps the status of what could not be written.
 class WriterSink {
  public:
-  WriterSink(const zepiEncodeHuffmanSpec* table, const Destination& to, zepiEncodeHuffmanState* state)
+  WriterSink(const zepiEncodeHuffmanSpec* table, const Destination& to,
+             zepiEncodeHuffmanState* state)
       : table_(table), writer_(to, state) {}
 
   bool Symbol(uint32_t symbol) { return Keep(writer_.PutCode(table_->entry[symbol])); }
@@ -47,7 +48,8 @@ class WriterSink {
 
 class CollectorSink {
  public:
-  CollectorSink(const zepiEncodeHuffmanSpec* table, const zepiEncodeHuffmanState& state, uint8_t* to)
+  CollectorSink(const zepiEncodeHuffmanSpec* table, const zepiEncodeHuffmanState& state,
+                uint8_t* to)
       : table_(table), collector_(state, to) {}
 
   bool Symbol(uint32_t symbol) { return PutValue(table_->entry[symbol], 0, 0, &collector_); }
@@ -84,8 +86,7 @@ zepStatus Write(const Tell& tell, const zepiEncodeHuffmanSpec* table, const Dest
   }
   WriterSink sink(table, to, state);
   EobRun run = EobRun::Of(state);
-  tell(&run, &sink);
-  run.StoreTo(state);
+  if (tell(&run, &sink)) run.StoreTo(state);
   return sink.status();
 }
 
@@ -113,9 +114,9 @@ zepStatus Flush(const zepiEncodeHuffmanSpec* table, const Destination& to,
 }
 
 template <class Tell>
-zepStatus EncodeBand(const Tell& tell, const int16_t* block, const Destination& to, const Band& band,
-                     const zepiEncodeHuffmanSpec* table, zepiEncodeHuffmanState* state,
-                     bool flushes) {
+zepStatus EncodeBand(const Tell& tell, const int16_t* block, const Destination& to,
+                     const Band& band, const zepiEncodeHuffmanSpec* table,
+                     zepiEncodeHuffmanState* state, bool flushes) {
   if (auto bad = CheckDestination(to, state)) return bad;
   if (flushes) return Flush(table, to, state);
   if (auto bad = Checks().Ptr(block).Ptr(table).Refuse(band.IsBad(), zepStatusBadArg).Failed()) {

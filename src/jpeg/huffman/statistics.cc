@@ -68,7 +68,8 @@ zepStatus CountBand(Tell tell, const int16_t* block, int32_t* statistics, const 
                     zepiEncodeHuffmanState* state, bool flushes) {
   if (auto bad = Checks().Ptr(statistics).Ptr(state).Failed()) return bad;
   if (!flushes) {
-    if (auto bad = Checks().Ptr(block).Refuse(band.IsBad(), zepStatusOutOfRange).Failed()) return bad;
+    if (auto bad = Checks().Ptr(block).Refuse(band.IsBad(), zepStatusOutOfRange).Failed())
+      return bad;
   }
   Counter counter;
   EobRun run = EobRun::Of(state);
