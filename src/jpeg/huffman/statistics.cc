@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Which symbols the encoders would write: the counts from which zepiEncodeHuffmanRawTableInit_JPEG_8u makes a
 // table.
-#include <cstring>
-
 #include "frame/checks.h"
 #include "jpeg/huffman/progressive.h"
 #include "jpeg/huffman/states.h"
@@ -10,29 +8,37 @@
 namespace zepjp {
 namespace {
 
-// Counts aside, so that a block which cannot be counted leaves no trace. A block has fewer symbols than 256, runs
-// and ends included.
+// Notes a block's symbols, so that a block which cannot be counted leaves no trace.
 class Counter {
  public:
   bool Symbol(uint32_t symbol) {
-    ++counts_[symbol];
+    symbols_[count_++] = static_cast<uint8_t>(symbol);
     return true;
   }
   bool Bits(uint32_t, uint32_t) { return true; }
   bool Corrections(const uint8_t*, uint32_t) { return true; }
   bool NoSymbol() { return false; }
 
-  // False: one of them would leave its range.
+  // False: a count would leave its range, and none has changed.
   bool AddTo(int32_t* statistics) const {
-    for (uint32_t i = 0; i < 256; ++i) {
-      if (statistics[i] > INT32_MAX - counts_[i]) return false;
+    for (size_t i = 0; i < count_; ++i) {
+      if (__builtin_expect(statistics[symbols_[i]] == INT32_MAX, false)) {
+        Take(i, statistics);
+        return false;
+      }
+      ++statistics[symbols_[i]];
     }
-    for (uint32_t i = 0; i < 256; ++i) statistics[i] += counts_[i];
     return true;
   }
+  // The reverse for the first `count` symbols.
+  void Take(size_t count, int32_t* statistics) const {
+    for (size_t i = 0; i < count; ++i) --statistics[symbols_[i]];
+  }
+  size_t count() const { return count_; }
 
  private:
-  uint8_t counts_[256] = {};
+  uint8_t symbols_[96];  // one for each coefficient, three runs of zeros, two ends
+  size_t count_ = 0;
 };
 
 // The DC difference takes the place of the one before where it is counted.
@@ -46,7 +52,6 @@ class DcCounter {
     StoreCoefficient(dc_, last);
     return true;
   }
-  const Counter& counter() const { return counter_; }
 
  private:
   int32_t dc_;
@@ -101,11 +106,9 @@ zepStatus ZEP_CALL zepiGetHuffmanStatistics8x8_JPEG_16s_C1(const int16_t* pSrc,
   }
   Counter acs;
   if (!CountAcs(pSrc, &acs)) return zepStatusBadHuffTable;
-  int32_t unchanged[256];
-  std::memcpy(unchanged, pAcStatistics, sizeof(unchanged));
   if (!acs.AddTo(pAcStatistics)) return zepStatusOutOfRange;
   if (DcCounter(LoadCoefficient(pSrc), pLastDC).AddTo(pDcStatistics, pLastDC)) return zepStatusOk;
-  std::memcpy(pAcStatistics, unchanged, sizeof(unchanged));
+  acs.Take(acs.count(), pAcStatistics);
   return zepStatusOutOfRange;
 }
 
