@@ -916,6 +916,91 @@ ZEP_API zepStatus ZEP_CALL zepiDecodeHuffman8x8_JPEG_1u16s_C1(
 /** @} */
 
 /**
+ * @defgroup progressive JPEG: progressive scans, statistics, optimal tables
+ *
+ * The scans of progressive JPEG (ITU-T T.81, annex G): first scans code what is left of coefficients above bit
+ * `Al`, refinement scans the bit `Al` of each. DC is divided by 2^Al rounding down, AC coefficients towards 0. A
+ * band is the zigzag indexes `Ss` to `Se`. Buffer, position and state are those of
+ * zepiEncodeHuffman8x8_JPEG_16s1u_C1(); the state also keeps the run of blocks whose bands have ended
+ * (`eobRun`), which is written when another symbol follows, when it is 32767 long, or when more than 961
+ * correction bits wait in it. A scan ends with a flush.
+ *
+ * A non-zero `bFlushState` only flushes, and looks at nothing but buffer and state (and, where a run is pending,
+ * `pAcTable`: null then gives ::zepStatusNullPtr and changes nothing): the pending run, ones up to the next byte,
+ * reset. The DC functions drop a run.
+ *
+ * Checks: `pDst`, `dstLenBytes` below 1 (::zepStatusBadSize), `pDstCurrPos`, the state; unless it flushes the
+ * other pointers, then the limits 0 <= Al <= 13, 1 <= Ss <= Se <= 63 (::zepStatusBadArg). After a failure the
+ * block is lost, and the state cannot go on.
+ *
+ * Statistics count the symbols that the encoder of the same name would write, into 256 counts; a table for them
+ * comes from zepiEncodeHuffmanRawTableInit_JPEG_8u(). Checks: pointers, then limits
+ * (::zepStatusOutOfRange). A count that would leave int32: ::zepStatusOutOfRange; an AC coefficient that has no
+ * symbol (-32768, not shifted): ::zepStatusBadHuffTable; then the block changes nothing.
+ *
+ * @code
+ * int dc[256] = {0}, ac[256] = {0};
+ * for (int i = 0; i < blocks; ++i) zepiGetHuffmanStatistics8x8_JPEG_16s_C1(block[i], dc, ac, &lastDC);
+ * uint8_t bits[16], vals[256];
+ * zepiEncodeHuffmanRawTableInit_JPEG_8u(ac, bits, vals);  // then zepiEncodeHuffmanSpecInit_JPEG_8u()
+ * @endcode
+ * @{
+ */
+/** The first DC scan: the category and extra bits of the difference to `*pLastDC`, both divided by 2^Al. */
+ZEP_API zepStatus ZEP_CALL zepiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(
+    const int16_t* pSrc, uint8_t* pDst, int32_t dstLenBytes, int32_t* pDstCurrPos, int16_t* pLastDC,
+    int32_t Al, const zepiEncodeHuffmanSpec* pDcTable, zepiEncodeHuffmanState* pEncHuffState,
+    int32_t bFlushState);
+/** A DC refinement: bit Al of the coefficient as it is. */
+ZEP_API zepStatus ZEP_CALL zepiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(
+    const int16_t* pSrc, uint8_t* pDst, int32_t dstLenBytes, int32_t* pDstCurrPos, int32_t Al,
+    zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState);
+/** The first scan of a band. */
+ZEP_API zepStatus ZEP_CALL zepiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1(
+    const int16_t* pSrc, uint8_t* pDst, int32_t dstLenBytes, int32_t* pDstCurrPos, int32_t Ss,
+    int32_t Se, int32_t Al, const zepiEncodeHuffmanSpec* pAcTable,
+    zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState);
+/** A refinement of a band: coefficients that become nonzero as symbols, a correction bit for each that was. */
+ZEP_API zepStatus ZEP_CALL zepiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1(
+    const int16_t* pSrc, uint8_t* pDst, int32_t dstLenBytes, int32_t* pDstCurrPos, int32_t Ss,
+    int32_t Se, int32_t Al, const zepiEncodeHuffmanSpec* pAcTable,
+    zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState);
+
+/** Counts the symbols of a block of a sequential scan. `*pLastDC` becomes the block's DC. */
+ZEP_API zepStatus ZEP_CALL zepiGetHuffmanStatistics8x8_JPEG_16s_C1(const int16_t* pSrc,
+                                                                   int32_t pDcStatistics[256],
+                                                                   int32_t pAcStatistics[256],
+                                                                   int16_t* pLastDC);
+/** Counts the symbol of a block of a first DC scan. */
+ZEP_API zepStatus ZEP_CALL zepiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1(
+    const int16_t* pSrc, int32_t pDcStatistics[256], int16_t* pLastDC, int32_t Al);
+/**
+ * Counts the symbols of a block of the first scan of a band. The run of ended bands is kept in a state of its own;
+ * a flush counts it and resets the state, and needs only `pAcStatistics` and the state.
+ */
+ZEP_API zepStatus ZEP_CALL zepiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1(
+    const int16_t* pSrc, int32_t pAcStatistics[256], int32_t Ss, int32_t Se, int32_t Al,
+    zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState);
+/** The same of a refinement scan. */
+ZEP_API zepStatus ZEP_CALL zepiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1(
+    const int16_t* pSrc, int32_t pAcStatistics[256], int32_t Ss, int32_t Se, int32_t Al,
+    zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState);
+/** Counts the category of a difference of lossless JPEG. */
+ZEP_API zepStatus ZEP_CALL zepiGetHuffmanStatisticsOne_JPEG_16s_C1(const int16_t* pSrc,
+                                                                   int32_t pStatistics[256]);
+/**
+ * The lists of a DHT segment for counted symbols: the cheapest codes of at most 16 bits, none of them all ones, so
+ * that zepiEncodeHuffmanSpecInit_JPEG_8u() takes them. Without any count: a code of one bit for symbol 0. Of
+ * equal counts the lower symbol gets no longer code; within a length symbols ascend; `pListVals` is 0 behind the last.
+ * Checks: pointers.
+ * @return ::zepStatusError for a negative count.
+ */
+ZEP_API zepStatus ZEP_CALL zepiEncodeHuffmanRawTableInit_JPEG_8u(const int32_t pStatistics[256],
+                                                                 uint8_t pListBits[16],
+                                                                 uint8_t pListVals[256]);
+/** @} */
+
+/**
  * @defgroup lossless Lossless JPEG: prediction and coding of differences
  *
  * Rows of samples to differences and back (ITU-T T.81, H.1.2.1), modulo 65536. A row has `width` samples of 16

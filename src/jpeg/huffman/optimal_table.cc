@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: MIT
+// The lists of the best Huffman table for counted symbols: codes of at most 16 bits, none of them all ones
+// (ITU-T T.81, K.2, asks for both).
+//
+// Package-merge: the lengths that cost least are found by 16 rounds of merging the symbols, by weight, with pairs
+// of what the round before has left; a symbol's length is how often it stands among the first 2 n - 2 of the rounds.
+// A symbol of weight 0 besides takes the code of all ones.
+#include <algorithm>
+#include <cstring>
+
+#include "frame/checks.h"
+#include "jpeg/huffman/bit_reader.h"
+
+namespace zepjp {
+namespace {
+
+constexpr int kSymbols = 256, kMostLeaves = kSymbols + 1, kMostItems = 2 * kMostLeaves;
+
+struct Leaf {
+  int64_t weight;
+  int symbol;
+};
+
+// A round's items by weight: symbols and pairs.
+struct Round {
+  int64_t weights[kMostItems];
+  bool is_leaf[kMostItems];
+  int count = 0;
+
+  void Add(int64_t weight, bool is_symbol) {
+    weights[count] = weight;
+    is_leaf[count++] = is_symbol;
+  }
+};
+
+void Merge(const Leaf* leaves, int count, const Round& before, Round* round) {
+  round->count = 0;
+  int pair = 0;
+  for (int leaf = 0; leaf < count || 2 * pair + 1 < before.count;) {
+    const bool has_pair = 2 * pair + 1 < before.count;
+    const int64_t weight = has_pair ? before.weights[2 * pair] + before.weights[2 * pair + 1] : 0;
+    if (leaf < count && (!has_pair || leaves[leaf].weight <= weight)) {
+      round->Add(leaves[leaf++].weight, true);
+    } else {
+      round->Add(weight, false);
+      ++pair;
+    }
+  }
+}
+
+// The lengths of the leaves, which stand by weight.
+void FindLengths(const Leaf* leaves, int count, int* lengths) {
+  Round rounds[kMaxCodeBits];
+  static constexpr Round kNone = {{}, {}, 0};
+  for (int i = 0; i < kMaxCodeBits; ++i)
+    Merge(leaves, count, i > 0 ? rounds[i - 1] : kNone, &rounds[i]);
+  std::fill_n(lengths, count, 0);
+  int taken = 2 * count - 2;
+  for (int i = kMaxCodeBits - 1; i >= 0; --i) {
+    const int symbols =
+        static_cast<int>(std::count(rounds[i].is_leaf, rounds[i].is_leaf + taken, true));
+    for (int leaf = 0; leaf < symbols; ++leaf) ++lengths[leaf];
+    taken = 2 * (taken - symbols);
+  }
+}
+
+void MakeLists(const int32_t* statistics, uint8_t* bits, uint8_t* values) {
+  Leaf leaves[kMostLeaves];
+  int count = 0;
+  for (int symbol = 0; symbol < kSymbols; ++symbol) {
+    if (statistics[symbol] > 0) leaves[count++] = {statistics[symbol], symbol};
+  }
+  if (count == 0) leaves[count++] = {1, 0};
+  leaves[count++] = {0, kSymbols};
+  // Of equal weights the higher symbol comes first and so gets no shorter code.
+  std::sort(leaves, leaves + count, [](const Leaf& a, const Leaf& b) {
+    return a.weight != b.weight ? a.weight < b.weight : a.symbol > b.symbol;
+  });
+  int lengths[kMostLeaves];
+  FindLengths(leaves, count, lengths);
+  std::memset(bits, 0, kMaxCodeBits);
+  std::memset(values, 0, kSymbols);
+  int written = 0;
+  for (int length = 1; length <= kMaxCodeBits; ++length) {
+    const int start = written;
+    for (int leaf = 1; leaf < count; ++leaf) {  // without the one of all ones
+      if (lengths[leaf] != length) continue;
+      values[written++] = static_cast<uint8_t>(leaves[leaf].symbol);
+    }
+    std::sort(values + start, values + written);
+    bits[length - 1] = static_cast<uint8_t>(written - start);
+  }
+}
+
+}  // namespace
+}  // namespace zepjp
+
+zepStatus ZEP_CALL zepiEncodeHuffmanRawTableInit_JPEG_8u(const int32_t pStatistics[256],
+                                                         uint8_t pListBits[16],
+                                                         uint8_t pListVals[256]) {
+  using namespace zepjp;
+  if (auto bad = Checks().Ptr(pStatistics).Ptr(pListBits).Ptr(pListVals).Failed()) return bad;
+  const bool is_negative =
+      std::any_of(pStatistics, pStatistics + kSymbols, [](int32_t n) { return n < 0; });
+  if (is_negative) return zepStatusError;
+  MakeLists(pStatistics, pListBits, pListVals);
+  return zepStatusOk;
+}
