@@ -1522,6 +1522,208 @@ ZEP_API zepStatus ZEP_CALL zepiDecodeCBProgrStep_JPEG2K(const uint8_t* pSrc, int
 /** @} */
 
 /**
+ * @defgroup jpegxrvlc JPEG XR: adaptive coding of coefficients
+ *
+ * The adaptive variable-length codes of JPEG XR (ITU-T T.832 | ISO/IEC 29199-2): blocks of 4x4 transform
+ * coefficients, and the low-pass coefficients of a macroblock, to bits and back. A coder's state holds 21
+ * choices among code tables, which follow what was coded, and three scan orders, which follow where.
+ *
+ * **The state** is a record of 1780 bytes that the caller owns. It holds no addresses: it may be copied,
+ * kept and moved to another process that runs the same library on the same kind of processor.
+ * zepiVLCInit_JPEGXR(), then zepiVLCScanReset_JPEGXR() for each scan, begin a tile. A state that was not
+ * initialized must not be passed to the coders.
+ *
+ * **Bits** are taken and written highest first. The byte pointer, an accumulator and the number of its
+ * valid bits, 0 to 32, live with the caller between calls, so that different coders can take turns at one
+ * stream. The valid bits are the highest of the accumulator; lower ones are ignored on entry and 0
+ * afterwards.
+ * - Readers start with accumulator and count 0. Wherever a code word, a sign or a field of extra bits is
+ *   about to be looked at and fewer than 16 bits are valid, the next two bytes are read, first byte
+ *   higher; never otherwise. So at most 31 bits behind the last one used have been read: a buffer needs
+ *   four spare bytes. A field of more than 16 bits is read in two parts, its highest 16 bits first.
+ * - Writers start the same way. Whenever 16 bits or more wait, the highest two bytes are stored; where a
+ *   call wrote anything, 0 to 15 bits wait after it. At the end of the stream the caller stores the last
+ *   (count + 7) / 8 bytes. A block takes at most 15 x 64 bits; room is not checked.
+ *
+ * **A block** is a list of pairs: a run of zeros and a level, the nonzero value behind them. The slots of
+ * its values are numbered up to 15, from 1 (all but one value of a block), 2 (14 chroma values of a 4:2:2
+ * macroblock) or 10 (6 of a 4:2:0 one). **Damaged bits** decode to some block: a run that leads beyond
+ * slot 15 ends on it, and nothing follows slot 15. Levels are below 2^30 + 2; larger ones are coded as
+ * 2^30 + 1.
+ *
+ * **Model bits** are what a caller writes besides in fixed length: a coefficient c is significant where
+ * |c| >= 2^modelBits, its level is |c| >> modelBits with the sign of c. What is left comes out as packed
+ * refinement values, v: (v >> 1) is to be written in m + (v & 1) bits, m being the model bits less those
+ * that are trimmed.
+ *
+ * @code
+ * uint32_t acc = 0, count = 0;
+ * zepiVLCInit_JPEGXR(state);
+ * for (uint32_t scan = 0; scan < 3; ++scan) zepiVLCScanReset_JPEGXR(state, scan);
+ * zepiVLCContext luma = {0, 0};                    // for each macroblock
+ * zepiVLCScanSet_JPEGXR(state, 1);
+ * zepiVLCEncode4x4_JPEGXR_32s1u_C1R(block, step, 0, modelBits, &dst, &acc, &count, state, &luma);
+ * zepiVLCAdapt_JPEGXR(state, 1);                   // where the standard does
+ * @endcode
+ * @{
+ */
+
+/** The state of the coders: 1780 bytes (zepiVLCGetStateSize_JPEGXR()). */
+typedef struct zepiVLCState zepiVLCState;
+
+/** What the coders of 4x4 blocks keep for a macroblock's luma, or its chroma; the caller zeroes it. */
+typedef struct zepiVLCContext {
+  uint32_t
+      count; /**< Grows by the coefficients coded: for the standard's update of the model bits. */
+  int32_t multiplier; /**< Decoders store level * (multiplier << modelBits); 0 counts as 1. */
+} zepiVLCContext;
+
+/** The size of a state, 1780. pSize null: ::zepStatusNullPtr. */
+ZEP_API zepStatus ZEP_CALL zepiVLCGetStateSize_JPEGXR(int32_t* pSize);
+/**
+ * Makes a state: all tables at their starting index, the scans in their initial order with totals of 0,
+ * scan 2 current. pState null: ::zepStatusNullPtr.
+ */
+ZEP_API zepStatus ZEP_CALL zepiVLCInit_JPEGXR(zepiVLCState* pState);
+/**
+ * Lets the tables of a group follow what was coded since the last call: group 0, those of the low-pass
+ * coefficients; 1, those of the 4x4 blocks. A table whose code would have been more than 8 bits shorter
+ * with its lower or upper neighbour becomes that neighbour. **Checks**: pState: ::zepStatusNullPtr;
+ * another group: ::zepStatusOutOfRange.
+ */
+ZEP_API zepStatus ZEP_CALL zepiVLCAdapt_JPEGXR(zepiVLCState* pState, uint32_t group);
+/**
+ * Gives a scan (0: 4x4 blocks, vertical; 1: 4x4 blocks, horizontal; 2: low-pass) its totals of the start:
+ * 32767, 32, 30, ..., 4. Its order stays. **Checks**: pState: ::zepStatusNullPtr; another scan:
+ * ::zepStatusOutOfRange.
+ */
+ZEP_API zepStatus ZEP_CALL zepiVLCScanReset_JPEGXR(zepiVLCState* pState, uint32_t scan);
+/** Makes a scan the current one. Checks as for zepiVLCScanReset_JPEGXR(). */
+ZEP_API zepStatus ZEP_CALL zepiVLCScanSet_JPEGXR(zepiVLCState* pState, uint32_t scan);
+
+/**
+ * The pairs of a low-pass block, in the order of the current scan (2), which adapts to them. They are what
+ * zepiVLCEncodeDC444_JPEGXR_32s1u() takes; a stream tells in between which components have any.
+ *
+ * @param pSrc 16 values by raster frequency 4v + u; the first is ignored.
+ * @param modelBits 0 to 15.
+ * @param pRunLevel Room for 32: run, level, run, level, ...; behind the pairs nothing is written.
+ * @param pPairCount The number of pairs, 0 to 15.
+ * @param pPacked 16 packed refinement values by raster frequency, the first 0.
+ *
+ * **Checks**: pSrc, pState, pRunLevel, pPairCount, pPacked: ::zepStatusNullPtr; modelBits:
+ * ::zepStatusOutOfRange.
+ */
+ZEP_API zepStatus ZEP_CALL zepiVLCScan4x4DC_JPEGXR_32s(const int32_t* pSrc, uint32_t modelBits,
+                                                       zepiVLCState* pState, int32_t* pRunLevel,
+                                                       uint32_t* pPairCount, int32_t* pPacked);
+/**
+ * Writes the pairs of the low-pass block that both chroma components of a 4:2:0 macroblock share: up to six
+ * values U1 V1 U2 V2 U3 V3. Without pairs nothing is written.
+ *
+ * @param pRunLevel run, level, run, level, ...; levels are not 0.
+ * @param pairCount 0 to 6.
+ *
+ * **Checks**: pRunLevel, ppDst, *ppDst, pAcc, pBitCount, pState: ::zepStatusNullPtr; *pBitCount above 32,
+ * then pairCount: ::zepStatusOutOfRange. **Not checked**: that the runs and levels fit into the block.
+ */
+ZEP_API zepStatus ZEP_CALL zepiVLCEncodeDC420_JPEGXR_32s1u(const int32_t* pRunLevel,
+                                                           uint32_t pairCount, uint8_t** ppDst,
+                                                           uint32_t* pAcc, uint32_t* pBitCount,
+                                                           zepiVLCState* pState);
+/** The same for 4:2:2: up to 14 values U4 V4 U1 V1 U2 V2 U3 V3 U5 V5 U6 V6 U7 V7; pairCount 0 to 14. */
+ZEP_API zepStatus ZEP_CALL zepiVLCEncodeDC422_JPEGXR_32s1u(const int32_t* pRunLevel,
+                                                           uint32_t pairCount, uint8_t** ppDst,
+                                                           uint32_t* pAcc, uint32_t* pBitCount,
+                                                           zepiVLCState* pState);
+/**
+ * The same for one component with 15 values: luma of any format, chroma of 4:4:4. pairCount 0 to 16;
+ * channel 0: the tables of luma, else of chroma.
+ */
+ZEP_API zepStatus ZEP_CALL zepiVLCEncodeDC444_JPEGXR_32s1u(const int32_t* pRunLevel,
+                                                           uint32_t pairCount, uint32_t channel,
+                                                           uint8_t** ppDst, uint32_t* pAcc,
+                                                           uint32_t* pBitCount,
+                                                           zepiVLCState* pState);
+/**
+ * Reads what zepiVLCEncodeDC420_JPEGXR_32s1u() wrote: the six levels U1 V1 U2 V2 U3 V3, zeros included.
+ *
+ * **Checks**: ppSrc, *ppSrc, pAcc, pBitCount, pState, pDst: ::zepStatusNullPtr; *pBitCount above 32:
+ * ::zepStatusOutOfRange.
+ */
+ZEP_API zepStatus ZEP_CALL zepiVLCDecodeDC420_JPEGXR_1u32s(const uint8_t** ppSrc, uint32_t* pAcc,
+                                                           uint32_t* pBitCount,
+                                                           zepiVLCState* pState, int32_t* pDst);
+/** The same for 4:2:2, 14 levels U4 V4 U1 V1 U2 V2 U3 V3 U5 V5 U6 V6 U7 V7. */
+ZEP_API zepStatus ZEP_CALL zepiVLCDecodeDC422_JPEGXR_1u32s(const uint8_t** ppSrc, uint32_t* pAcc,
+                                                           uint32_t* pBitCount,
+                                                           zepiVLCState* pState, int32_t* pDst);
+/**
+ * The same for one component: pDst[1] to pDst[15] become its levels by raster frequency, zeros included;
+ * the current scan (2) adapts. pDst[0] chooses the tables on entry, 0 those of luma, else those of chroma,
+ * and stays.
+ */
+ZEP_API zepStatus ZEP_CALL zepiVLCDecodeDC444_JPEGXR_1u32s(const uint8_t** ppSrc, uint32_t* pAcc,
+                                                           uint32_t* pBitCount,
+                                                           zepiVLCState* pState, int32_t* pDst);
+
+/**
+ * Writes the levels of a 4x4 block as the transform leaves it in place, in the order of the current scan
+ * (0 or 1), which adapts. The first coefficient is not coded. A block without significant coefficients
+ * writes and changes nothing.
+ *
+ * @param srcStep The row step in bytes, not checked.
+ * @param channel 0: the tables of luma, else those of chroma.
+ * @param modelBits 0 to 15.
+ * @param pCtx Its count grows by the number of levels.
+ *
+ * **Checks**: pSrc, ppDst, *ppDst, pAcc, pBitCount, pState, pCtx: ::zepStatusNullPtr; *pBitCount above 32,
+ * then modelBits: ::zepStatusOutOfRange.
+ */
+ZEP_API zepStatus ZEP_CALL zepiVLCEncode4x4_JPEGXR_16s1u_C1R(
+    const int16_t* pSrc, uint32_t srcStep, uint32_t channel, uint32_t modelBits, uint8_t** ppDst,
+    uint32_t* pAcc, uint32_t* pBitCount, zepiVLCState* pState, zepiVLCContext* pCtx);
+/** The same for 32s. */
+ZEP_API zepStatus ZEP_CALL zepiVLCEncode4x4_JPEGXR_32s1u_C1R(
+    const int32_t* pSrc, uint32_t srcStep, uint32_t channel, uint32_t modelBits, uint8_t** ppDst,
+    uint32_t* pAcc, uint32_t* pBitCount, zepiVLCState* pState, zepiVLCContext* pCtx);
+/**
+ * Writes the same bits and leaves what they do not tell in pFlex: 16 packed refinement values at
+ * 4 * row + column, the first 0; all are 0 where trimBits is modelBits or more. Blocks without significant
+ * coefficients have them too.
+ *
+ * **Checks**: pSrc, ppDst, *ppDst, pAcc, pBitCount, pState, pFlex, pCtx: ::zepStatusNullPtr; *pBitCount
+ * above 32, modelBits or trimBits above 15: ::zepStatusOutOfRange.
+ */
+ZEP_API zepStatus ZEP_CALL zepiVLCEncode4x4Flex_JPEGXR_16s1u_C1R(
+    const int16_t* pSrc, uint32_t srcStep, uint32_t channel, uint32_t modelBits, uint32_t trimBits,
+    uint8_t** ppDst, uint32_t* pAcc, uint32_t* pBitCount, zepiVLCState* pState, int32_t* pFlex,
+    zepiVLCContext* pCtx);
+/** The same for 32s. */
+ZEP_API zepStatus ZEP_CALL zepiVLCEncode4x4Flex_JPEGXR_32s1u_C1R(
+    const int32_t* pSrc, uint32_t srcStep, uint32_t channel, uint32_t modelBits, uint32_t trimBits,
+    uint8_t** ppDst, uint32_t* pAcc, uint32_t* pBitCount, zepiVLCState* pState, int32_t* pFlex,
+    zepiVLCContext* pCtx);
+/**
+ * Reads a block that zepiVLCEncode4x4_JPEGXR_16s1u_C1R() wrote. Only the coefficients that were coded are
+ * stored, modulo 2^16; the caller clears the block first.
+ *
+ * @param dstStep The row step in bytes, not checked.
+ * @param channel 0: the tables of luma, else those of chroma.
+ *
+ * **Checks**: ppSrc, *ppSrc, pAcc, pBitCount, pState, pDst, pCtx: ::zepStatusNullPtr; *pBitCount above 32,
+ * then modelBits above 15: ::zepStatusOutOfRange.
+ */
+ZEP_API zepStatus ZEP_CALL zepiVLCDecode4x4_JPEGXR_1u16s_C1R(
+    const uint8_t** ppSrc, uint32_t* pAcc, uint32_t* pBitCount, uint32_t modelBits,
+    zepiVLCState* pState, uint32_t dstStep, uint32_t channel, int16_t* pDst, zepiVLCContext* pCtx);
+/** The same for 32s, modulo 2^32. */
+ZEP_API zepStatus ZEP_CALL zepiVLCDecode4x4_JPEGXR_1u32s_C1R(
+    const uint8_t** ppSrc, uint32_t* pAcc, uint32_t* pBitCount, uint32_t modelBits,
+    zepiVLCState* pState, uint32_t dstStep, uint32_t channel, int32_t* pDst, zepiVLCContext* pCtx);
+/** @} */
+
+/**
  * @defgroup wavelet53 JPEG 2000: 5/3 wavelet
  *
  * The reversible transform (ITU-T T.800, F.3 and F.4) of `16s` and `32s` samples: whole tiles, one
@@ -1912,6 +2114,145 @@ ZEP_API zepStatus ZEP_CALL zepiWTGetBufSize_D97_JPEG2K_32s_C1R(const zepiRect* p
                                                                int32_t* pSize);
 /** @} */
 
+/**
+ * @defgroup photocore JPEG XR: photo core transform
+ *
+ * The 4x4 photo core transform (ITU-T T.832 | ISO/IEC 29199-2, 9.9.7), forward and inverse, in place, of
+ * every 4x4 block of a region, or of the blocks of a macroblock: 16x16 (luma), 8 wide and 16 high (4:2:2
+ * chroma), 8x8 (4:2:0 chroma). Blocks are independent of one another; afterwards the upper left element is
+ * the DC coefficient, 4 times the mean. The second stage of the standard is the same transform of a block
+ * made of sixteen DC coefficients; its overlap filters are not part of these functions.
+ *
+ * Coefficient f = 4 v + u (u horizontal, v vertical frequency) is left at (row, column)
+ *
+ * | f | 0 | 1 | 2 | 3 | 4 | 5 | 6 | 7 | 8 | 9 | 10 | 11 | 12 | 13 | 14 | 15 |
+ * |---|---|---|---|---|---|---|---|---|---|---|---|---|---|---|---|---|
+ * | | 0,0 | 0,2 | 0,1 | 1,3 | 2,0 | 3,3 | 3,0 | 2,3 | 1,0 | 0,3 | 1,1 | 1,2 | 3,1 | 3,2 | 2,1 | 2,2 |
+ *
+ * Integers: lifting with adds, arithmetic shifts and products by 3; every sum wraps at the width of the
+ * elements, before a shift too. The inverse returns the input bit for bit, whatever wrapped. 16 bits
+ * wrap nowhere for values of up to 12 bits and a sign. Float: the same steps without rounding terms; no product is contracted
+ * with a sum, so that the bits are the same everywhere; the inverse returns the input but for rounding.
+ *
+ * *Order of checks*: regions: the pointer, roiSize positive, the step at least a row in bytes
+ * (zepStatusBadStep), width and height multiples of 4 (zepStatusBadSize). Macroblocks: the pointer,
+ * the step at least a row of the macroblock. Elements and steps need no alignment.
+ * @{
+ */
+
+/** Forward transform of every 4x4 block of roiSize. */
+ZEP_API zepStatus ZEP_CALL zepiPCTFwd_JPEGXR_16s_C1IR(int16_t* pSrcDst, int32_t srcDstStep,
+                                                      zepiSize roiSize);
+/** Forward transform of the blocks of 16 x 16 elements. */
+ZEP_API zepStatus ZEP_CALL zepiPCTFwd16x16_JPEGXR_16s_C1IR(int16_t* pSrcDst, int32_t srcDstStep);
+/** Forward transform of the blocks of 8 x 16 (8 columns, 16 rows) elements. */
+ZEP_API zepStatus ZEP_CALL zepiPCTFwd8x16_JPEGXR_16s_C1IR(int16_t* pSrcDst, int32_t srcDstStep);
+/** Forward transform of the blocks of 8 x 8 elements. */
+ZEP_API zepStatus ZEP_CALL zepiPCTFwd8x8_JPEGXR_16s_C1IR(int16_t* pSrcDst, int32_t srcDstStep);
+/** Inverse transform of every 4x4 block of roiSize. */
+ZEP_API zepStatus ZEP_CALL zepiPCTInv_JPEGXR_16s_C1IR(int16_t* pSrcDst, int32_t srcDstStep,
+                                                      zepiSize roiSize);
+/** Inverse transform of the blocks of 16 x 16 elements. */
+ZEP_API zepStatus ZEP_CALL zepiPCTInv16x16_JPEGXR_16s_C1IR(int16_t* pSrcDst, int32_t srcDstStep);
+/** Inverse transform of the blocks of 8 x 16 (8 columns, 16 rows) elements. */
+ZEP_API zepStatus ZEP_CALL zepiPCTInv8x16_JPEGXR_16s_C1IR(int16_t* pSrcDst, int32_t srcDstStep);
+/** Inverse transform of the blocks of 8 x 8 elements. */
+ZEP_API zepStatus ZEP_CALL zepiPCTInv8x8_JPEGXR_16s_C1IR(int16_t* pSrcDst, int32_t srcDstStep);
+/** Forward transform of every 4x4 block of roiSize. */
+ZEP_API zepStatus ZEP_CALL zepiPCTFwd_JPEGXR_32s_C1IR(int32_t* pSrcDst, int32_t srcDstStep,
+                                                      zepiSize roiSize);
+/** Forward transform of the blocks of 16 x 16 elements. */
+ZEP_API zepStatus ZEP_CALL zepiPCTFwd16x16_JPEGXR_32s_C1IR(int32_t* pSrcDst, int32_t srcDstStep);
+/** Forward transform of the blocks of 8 x 16 (8 columns, 16 rows) elements. */
+ZEP_API zepStatus ZEP_CALL zepiPCTFwd8x16_JPEGXR_32s_C1IR(int32_t* pSrcDst, int32_t srcDstStep);
+/** Forward transform of the blocks of 8 x 8 elements. */
+ZEP_API zepStatus ZEP_CALL zepiPCTFwd8x8_JPEGXR_32s_C1IR(int32_t* pSrcDst, int32_t srcDstStep);
+/** Inverse transform of every 4x4 block of roiSize. */
+ZEP_API zepStatus ZEP_CALL zepiPCTInv_JPEGXR_32s_C1IR(int32_t* pSrcDst, int32_t srcDstStep,
+                                                      zepiSize roiSize);
+/** Inverse transform of the blocks of 16 x 16 elements. */
+ZEP_API zepStatus ZEP_CALL zepiPCTInv16x16_JPEGXR_32s_C1IR(int32_t* pSrcDst, int32_t srcDstStep);
+/** Inverse transform of the blocks of 8 x 16 (8 columns, 16 rows) elements. */
+ZEP_API zepStatus ZEP_CALL zepiPCTInv8x16_JPEGXR_32s_C1IR(int32_t* pSrcDst, int32_t srcDstStep);
+/** Inverse transform of the blocks of 8 x 8 elements. */
+ZEP_API zepStatus ZEP_CALL zepiPCTInv8x8_JPEGXR_32s_C1IR(int32_t* pSrcDst, int32_t srcDstStep);
+/** Forward transform of every 4x4 block of roiSize. */
+ZEP_API zepStatus ZEP_CALL zepiPCTFwd_JPEGXR_32f_C1IR(float* pSrcDst, int32_t srcDstStep,
+                                                      zepiSize roiSize);
+/** Forward transform of the blocks of 16 x 16 elements. */
+ZEP_API zepStatus ZEP_CALL zepiPCTFwd16x16_JPEGXR_32f_C1IR(float* pSrcDst, int32_t srcDstStep);
+/** Forward transform of the blocks of 8 x 16 (8 columns, 16 rows) elements. */
+ZEP_API zepStatus ZEP_CALL zepiPCTFwd8x16_JPEGXR_32f_C1IR(float* pSrcDst, int32_t srcDstStep);
+/** Forward transform of the blocks of 8 x 8 elements. */
+ZEP_API zepStatus ZEP_CALL zepiPCTFwd8x8_JPEGXR_32f_C1IR(float* pSrcDst, int32_t srcDstStep);
+/** Inverse transform of every 4x4 block of roiSize. */
+ZEP_API zepStatus ZEP_CALL zepiPCTInv_JPEGXR_32f_C1IR(float* pSrcDst, int32_t srcDstStep,
+                                                      zepiSize roiSize);
+/** Inverse transform of the blocks of 16 x 16 elements. */
+ZEP_API zepStatus ZEP_CALL zepiPCTInv16x16_JPEGXR_32f_C1IR(float* pSrcDst, int32_t srcDstStep);
+/** Inverse transform of the blocks of 8 x 16 (8 columns, 16 rows) elements. */
+ZEP_API zepStatus ZEP_CALL zepiPCTInv8x16_JPEGXR_32f_C1IR(float* pSrcDst, int32_t srcDstStep);
+/** Inverse transform of the blocks of 8 x 8 elements. */
+ZEP_API zepStatus ZEP_CALL zepiPCTInv8x8_JPEGXR_32f_C1IR(float* pSrcDst, int32_t srcDstStep);
+/** @} */
+
+/**
+ * @defgroup refinement JPEG XR: refinement bits
+ *
+ * The refinement ("flex") bits of a 4x4 block: of each of its fifteen coefficients behind DC, in order of
+ * frequency, m = modelBits bits (0 to 15) of magnitude, and a sign bit (1: negative) where these bits are not all 0 and
+ * no block coder has coded the sign. Positions are those of the photo core transform; DC is neither read
+ * nor written. With m = 0 nothing is read or written, whatever the flags.
+ *
+ * A stream is a byte pointer, an accumulator whose upper *pBitCount bits (0 to 32) are valid, and that
+ * count; bits come highest first, and a stream begins with 0 and 0. The caller keeps all three between
+ * calls.
+ *
+ * - Reading: whenever fewer than 16 bits are valid before a coefficient, two bytes are read, so at most 31 bits beyond
+ *   the last one consumed. The end of the bytes is not known: keep four spare bytes behind them.
+ * - Writing: two bytes are stored whenever 16 bits are pending; 0 to 15 are left after a call, which the
+ *   caller stores in the end in (count + 7) / 8 bytes. A block takes at most 15 (m + 1) bits.
+ *
+ * *Order of checks*: all pointers, in order of arguments (the byte pointer behind ppSrc or ppDst after it);
+ * *pBitCount at most 32, then modelBits and trimBits at most 15 (zepStatusOutOfRange). Steps are not
+ * checked: they may be 0 or negative. Elements need no alignment.
+ * @{
+ */
+
+/**
+ * Decodes the refinement of one block. With q the m bits of a coefficient: refine 0: where q is not 0 the
+ * coefficient becomes q * multiplier with the sign that follows; where it is 0 it stays as it is.
+ * refine 1 (the block coder has coded this block): q * multiplier is added with the coefficient's own
+ * sign, and no sign bit follows; a coefficient that is 0 is treated as with refine 0. Results wrap.
+ */
+ZEP_API zepStatus ZEP_CALL zepiFLCDecode4x4_JPEGXR_1u32s_C1IR(const uint8_t** ppSrc, uint32_t* pAcc,
+                                                              uint32_t* pBitCount, int32_t* pSrcDst,
+                                                              int32_t srcDstStep,
+                                                              uint32_t modelBits,
+                                                              int32_t multiplier, uint32_t refine);
+/** The same for 16s. */
+ZEP_API zepStatus ZEP_CALL zepiFLCDecode4x4_JPEGXR_1u16s_C1IR(const uint8_t** ppSrc, uint32_t* pAcc,
+                                                              uint32_t* pBitCount, int16_t* pSrcDst,
+                                                              int32_t srcDstStep,
+                                                              uint32_t modelBits,
+                                                              int16_t multiplier, uint32_t refine);
+/**
+ * Encodes the refinement of one block in m = modelBits bits each (model bits less trimBits).
+ *
+ * coded 0 (the block coder has not coded this block): the lowest m bits of |c| >> trimBits, and a sign where they
+ * are not all 0. coded 1: the packed values that zepiVLCEncode4x4Flex_JPEGXR_16s1u_C1R and its like left,
+ * pPacked[4 * row + column]: the lowest m + (value & 1) bits of value >> 1. Decoding with modelBits = m, multiplier
+ * = 1 << trimBits and refine = coded restores the coefficients but for what was trimmed.
+ */
+ZEP_API zepStatus ZEP_CALL zepiFLCEncode4x4_JPEGXR_32s1u_C1R(
+    const int32_t* pSrc, int32_t srcStep, const int32_t* pPacked, uint8_t** ppDst, uint32_t* pAcc,
+    uint32_t* pBitCount, uint32_t modelBits, uint32_t trimBits, uint32_t coded);
+/** The same for 16s. */
+ZEP_API zepStatus ZEP_CALL zepiFLCEncode4x4_JPEGXR_16s1u_C1R(
+    const int16_t* pSrc, int32_t srcStep, const int32_t* pPacked, uint8_t** ppDst, uint32_t* pAcc,
+    uint32_t* pBitCount, uint32_t modelBits, uint32_t trimBits, uint32_t coded);
+/** @} */
+
 /** @cond Record sizes are part of the binary interface. */
 #define ZEP_ASSERT_SIZE(type, size) \
   typedef char type##_has_##size##_bytes[sizeof(type) == (size) ? 1 : -1]
@@ -1921,6 +2262,7 @@ ZEP_ASSERT_SIZE(zepiEncodeHuffmanSpec, 1024);
 ZEP_ASSERT_SIZE(zepiDecodeHuffmanSpec, 1644);
 ZEP_ASSERT_SIZE(zepiEncodeHuffmanState, 1048);
 ZEP_ASSERT_SIZE(zepiDecodeHuffmanState, 24);
+ZEP_ASSERT_SIZE(zepiVLCContext, 8);
 #undef ZEP_ASSERT_SIZE
 /** @endcond */
 

@@ -10,6 +10,7 @@
 #include "jpeg/decoder.h"
 #include "zepconvert/file_io.h"
 #include "zepconvert/jp2_file.h"
+#include "zepconvert/jxr_file.h"
 #include "zepconvert/picture.h"
 #include "zepconvert/png_file.h"
 #include "zepconvert/pnm_file.h"
@@ -73,11 +74,16 @@ common::Status LoadAny(const Settings& settings, const common::ByteBuffer& input
   if (format == Format::kJpeg) return LoadJpeg(settings, input, picture, result);
   if (format == Format::kUnknown) {
     return common::Status::Error(
-        "neither a JPEG nor a JPEG 2000 nor a PNG nor a binary PGM or PPM nor a DDS file");
+        "neither a JPEG nor a JPEG 2000 nor a JPEG XR nor a PNG nor a binary PGM or PPM nor a DDS "
+        "file");
   }
   if (format == Format::kJp2 || format == Format::kJ2k) {
     const Timer timer(&result->seconds[kJp2Decode]);
     return ReadJp2(settings, input, picture);
+  }
+  if (format == Format::kJxr && settings.scale == 1) {
+    const Timer timer(&result->seconds[kJxrDecode]);
+    return ReadJxr(settings, input, picture);
   }
   if (settings.scale != 1) {
     return common::Status::Error("only JPEG and JPEG 2000 files can be reduced (--scale)");
@@ -200,6 +206,11 @@ common::Status Save(const Settings& settings, Format format, const Picture& pict
     result->lossless = settings.ratio == 0 && settings.psnr == 0;
     return WriteJp2(settings, format == Format::kJp2, picture, output);
   }
+  if (format == Format::kJxr) {
+    const Timer timer(&result->seconds[kJxrEncode]);
+    result->lossless = IsLosslessJxr(settings);
+    return WriteJxr(settings, picture, output);
+  }
   const Timer timer(&result->seconds[kEncodeOther]);
   if (format == Format::kPng) return WritePng(picture.image, picture.metadata, output);
   return WritePnm(picture.image, format == Format::kPpm, output);
@@ -226,10 +237,11 @@ common::Status MeasureLoss(const common::ByteBuffer& output, const std::string& 
 
 const char* StageName(Stage stage) {
   constexpr std::array<const char*, kStageCount> kNames = {
-      "read file",        "decode PNG or PNM", "decode texture",   "decode JPEG 2000",
-      "Huffman decoding", "inverse DCT",       "up-sampling, RGB", "layout of pixels",
-      "YCbCr, reduction", "forward DCT",       "Huffman encoding", "encode texture",
-      "encode JPEG 2000", "encode PNG or PNM", "write file"};
+      "read file",        "decode PNG or PNM", "decode texture", "decode JPEG 2000",
+      "decode JPEG XR",   "Huffman decoding",  "inverse DCT",    "up-sampling, RGB",
+      "layout of pixels", "YCbCr, reduction",  "forward DCT",    "Huffman encoding",
+      "encode texture",   "encode JPEG 2000",  "encode JPEG XR", "encode PNG or PNM",
+      "write file"};
   return kNames[stage];
 }
 

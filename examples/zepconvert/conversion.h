@@ -22,6 +22,7 @@ enum Stage {
   kDecodeOther,  // PNG, PNM
   kTextureDecode,
   kJp2Decode,
+  kJxrDecode,
   kHuffmanDecode,
   kInverseDct,
   kColorDecode,
@@ -31,6 +32,7 @@ enum Stage {
   kHuffmanEncode,
   kTextureEncode,
   kJp2Encode,
+  kJxrEncode,
   kEncodeOther,
   kWriteFile,
   kStageCount,

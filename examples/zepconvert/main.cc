@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// zepconvert: converts pictures between JPEG, JPEG 2000, PNG, PNM and DDS. See docs/zepconvert.md.
+// zepconvert: converts pictures between JPEG, JPEG 2000, JPEG XR, PNG, PNM and DDS. See docs/zepconvert.md.
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -54,6 +54,7 @@ struct Arguments {
   std::string texture_format;
   std::string dds_header = "fourcc";
   bool is_lossless = false;
+  std::string tiles;
   std::vector<std::string> block_styles;
   std::string to;
   std::string out_dir;
@@ -96,14 +97,29 @@ void SetTexture(const Arguments& arguments, Settings* settings) {
   settings->texture.is_ycocg = wanted.is_ycocg;
 }
 
+// "512x256"; the sizes of tiles in JPEG XR files.
+bool ParseTiles(const std::string& text, int* width, int* height) {
+  char rest = 0;
+  if (std::sscanf(text.c_str(), "%5dx%5d%c", width, height, &rest) != 2) return false;
+  return *width > 0 && *width % 16 == 0 && *height > 0 && *height % 16 == 0;
+}
+
+std::string CheckTiles(const std::string& text) {
+  int width = 0;
+  int height = 0;
+  return ParseTiles(text, &width, &height) ? "" : text + " is not a size in multiples of 16";
+}
+
 void DefineOptions(CLI::App* app, Arguments* arguments) {
   Settings& settings = arguments->settings;
   app->add_option("files", arguments->files, "IN OUT, or any number of inputs with --to")
       ->required();
-  app->add_option("-q,--quality", settings.quality, "quality of JPEG files, 1 to 100 (90)")
-      ->check(CLI::Range(1, 100));
+  auto* const quality =
+      app->add_option("-q,--quality", settings.quality,
+                      "quality of JPEG files (90), and of JPEG XR files that may lose something")
+          ->check(CLI::Range(1, 100));
   app->add_option("--sampling", arguments->sampling,
-                  "resolution of colours in JPEG files: 444, 422 or 420 (420)")
+                  "resolution of colours: 444, 422 or 420 (JPEG files 420, JPEG XR files 444)")
       ->check(CLI::IsMember(std::vector<std::string>{"444", "422", "420"}).description(""));
   app->add_flag("--grey,--gray", settings.grey, "convert to grey");
   app->add_option("--restart", settings.restart_interval,
@@ -122,7 +138,14 @@ void DefineOptions(CLI::App* app, Arguments* arguments) {
       ->check(CLI::IsMember(Keys(kHeaderStyles)).description(""));
   auto* const lossless =
       app->add_flag("--lossless", arguments->is_lossless,
-                    "write JPEG 2000 files without loss, as they are by default");
+                    "write JPEG 2000 and JPEG XR files without loss, as they are by default")
+          ->excludes(quality);
+  app->add_option("--overlap", settings.overlap,
+                  "filters across blocks of JPEG XR files: 0 none, 1 the first stage, 2 both (1)")
+      ->check(CLI::Range(0, 2));
+  app->add_option("--tiles", arguments->tiles,
+                  "tiles of JPEG XR files, as 512x256: multiples of 16 (one tile)")
+      ->check(CheckTiles);
   auto* const ratio = app->add_option("--ratio", settings.ratio,
                                       "write JPEG 2000 files so many times smaller than the pixels")
                           ->check(CLI::Range(1.0, 100000.0))
@@ -140,7 +163,7 @@ void DefineOptions(CLI::App* app, Arguments* arguments) {
                   "reduce JPEG and JPEG 2000 inputs to 1/2, 1/4 or 1/8: 1, 2, 4, 8")
       ->check(CLI::IsMember(std::vector<int>{1, 2, 4, 8}).description(""));
   app->add_option("--to", arguments->to,
-                  "convert all files to jpg, jp2, j2k, png, ppm, pgm, pnm or dds");
+                  "convert all files to jpg, jp2, j2k, jxr, png, ppm, pgm, pnm or dds");
   app->add_option("--out-dir", arguments->out_dir, "where results of --to go (beside the inputs)");
   app->add_option("--report", settings.report_directory,
                   "write a page with pictures, sizes, PSNR and times to this directory");
@@ -170,13 +193,13 @@ std::string MakeJobs(const Arguments& arguments, std::vector<Job>* jobs) {
     if (arguments.files.size() != 2) return "give an input and an output, or --to FORMAT";
     if (FormatOfName(arguments.files[1]) == Format::kUnknown) {
       return arguments.files[1] +
-             ": the name must end in .jpg, .jp2, .j2k, .png, .ppm, .pgm, .pnm or .dds";
+             ": the name must end in .jpg, .jp2, .j2k, .jxr, .png, .ppm, .pgm, .pnm or .dds";
     }
     jobs->push_back({arguments.files[0], arguments.files[1]});
     return "";
   }
   if (FormatOfName("." + arguments.to) == Format::kUnknown) {
-    return "--to " + arguments.to + ": must be jpg, jp2, j2k, png, ppm, pgm, pnm or dds";
+    return "--to " + arguments.to + ": must be jpg, jp2, j2k, jxr, png, ppm, pgm, pnm or dds";
   }
   std::map<std::string, std::string> inputs;  // by output
   for (const std::string& input : arguments.files) {
@@ -231,8 +254,8 @@ int Run(const Arguments& arguments) {
 int ParseAndRun(int argc, char** argv) {
   Arguments arguments;
   CLI::App app(
-      "Converts pictures between JPEG (baseline), JPEG 2000, PNG, binary PGM and PPM, and DDS "
-      "files.",
+      "Converts pictures between JPEG (baseline), JPEG 2000, JPEG XR, PNG, binary PGM and PPM, "
+      "and DDS files.",
       "zepconvert");
   app.footer(
       "Exit codes: 0 done, 1 some file failed, 2 wrong usage, 3 interrupted, 4 all were "
@@ -243,6 +266,9 @@ int ParseAndRun(int argc, char** argv) {
     arguments.settings.sampling = arguments.sampling == "444"   ? jpeg::Sampling::k444
                                   : arguments.sampling == "422" ? jpeg::Sampling::k422
                                                                 : jpeg::Sampling::k420;
+    arguments.settings.has_quality = app.count("--quality") > 0;
+    arguments.settings.has_sampling = app.count("--sampling") > 0;
+    ParseTiles(arguments.tiles, &arguments.settings.tile_width, &arguments.settings.tile_height);
     SetTexture(arguments, &arguments.settings);
     for (const std::string& style : arguments.block_styles) {
       arguments.settings.block_style |= kBlockStyles.at(style);

@@ -8,12 +8,14 @@
 #include "dds/header.h"
 #include "jpeg/decoder.h"
 #include "jpeg2000/decoder.h"
+#include "jpegxr/decoder.h"
 #include "zepconvert/pnm_file.h"
 
 namespace zepconvert {
 namespace {
 
 constexpr uint8_t kJp2Signature[12] = {0, 0, 0, 12, 'j', 'P', ' ', ' ', '\r', '\n', 0x87, '\n'};
+constexpr uint8_t kJxrSignature[3] = {'I', 'I', 0xBC};
 constexpr uint8_t kPngSignature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
 
 int64_t BigEndian32(const uint8_t* bytes) {
@@ -34,6 +36,7 @@ Format FormatOfBytes(const uint8_t* data, size_t size) {
   if (size >= 4 && data[0] == 0xFF && data[1] == 0x4F && data[2] == 0xFF && data[3] == 0x51) {
     return Format::kJ2k;
   }
+  if (size >= 4 && std::memcmp(data, kJxrSignature, 3) == 0 && data[3] <= 1) return Format::kJxr;
   return Format::kUnknown;
 }
 
@@ -49,6 +52,7 @@ Format FormatOfName(const std::string& name) {
   if (extension == "dds") return Format::kDds;
   if (extension == "jp2") return Format::kJp2;
   if (extension == "j2k" || extension == "j2c" || extension == "jpc") return Format::kJ2k;
+  if (extension == "jxr" || extension == "wdp") return Format::kJxr;
   return Format::kUnknown;
 }
 
@@ -61,6 +65,7 @@ const char* Extension(Format format) {
     case Format::kDds: return "dds";
     case Format::kJp2: return "jp2";
     case Format::kJ2k: return "j2k";
+    case Format::kJxr: return "jxr";
     default: return "pnm";
   }
 }
@@ -90,6 +95,11 @@ Dimensions ReadDimensions(const uint8_t* data, size_t size) {
       jpeg2000::FileInfo info;
       if (!jpeg2000::ReadFileInfo(data, size, &info).ok()) return {};
       return {int64_t{info.size.x1} - info.size.x0, int64_t{info.size.y1} - info.size.y0};
+    }
+    case Format::kJxr: {
+      jpegxr::FileInfo info;
+      if (!jpegxr::ReadFileInfo(data, size, &info).ok()) return {};
+      return {info.frame.width, info.frame.height};
     }
     default: return {};
   }

@@ -21,7 +21,7 @@ struct Picture {
   std::vector<std::string> warnings;  // what was damaged
 };
 
-enum class Format { kUnknown, kJpeg, kPng, kPpm, kPgm, kPnm, kDds, kJp2, kJ2k };
+enum class Format { kUnknown, kJpeg, kPng, kPpm, kPgm, kPnm, kDds, kJp2, kJ2k, kJxr };
 
 // By the first bytes.
 Format FormatOfBytes(const uint8_t* data, size_t size);

@@ -17,6 +17,12 @@ struct Settings {
   jpeg::Sampling sampling = jpeg::Sampling::k420;
   int restart_interval = 0;
   bool precise_dct = false;
+  bool has_quality = false;  // asked for: JPEG XR files are without loss otherwise
+  bool has_sampling = false;
+  // Of JPEG XR files.
+  int overlap = 1;
+  int tile_width = 0;  // 0: one tile
+  int tile_height = 0;
   // Of DDS files. The format by default: BC3 where something is transparent, else BC1.
   dds::EncodeOptions texture;
   bool has_texture_format = false;

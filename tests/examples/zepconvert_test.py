@@ -269,6 +269,43 @@ class ZepconvertTest(unittest.TestCase):
         self.assertTrue(self.run_tool("huge.jp2", "out.png", code=1))
         self.assertLess(time.monotonic() - start, 5)
 
+    def test_jpegxr(self):
+        for options in ([], ["--lossless"], ["--overlap", "0"], ["--overlap", "2", "--tiles", "32x16"]):
+            self.assertEqual(self.run_tool("in.ppm", "a.jxr", *options), "")
+            self.assertTrue(self.read("a.jxr").startswith(b"II\xbc\x01"))
+            self.run_tool("a.jxr", "back.ppm")
+            self.assertEqual(read_pnm(self.path("back.ppm")), (50, 33, 3, self.samples))
+        sizes = []
+        for quality in ("90", "60", "30"):
+            self.run_tool("in.ppm", "a.jxr", "--quality", quality)
+            sizes.append(os.path.getsize(self.path("a.jxr")))
+            self.run_tool("a.jxr", "back.ppm")
+            self.assertLess(mean_difference(read_pnm(self.path("back.ppm"))[3], self.samples), 12)
+        self.assertEqual(sizes, sorted(sizes, reverse=True))
+        self.run_tool("in.ppm", "--to", "jxr", "--out-dir", "o", "--grey", "--report", "r")
+        self.run_tool("o/in.jxr", "back.pgm")
+        self.assertEqual(read_pnm(self.path("back.pgm"))[:3], (50, 33, 1))
+        self.run_tool("in.ppm", "s.jxr", "--sampling", "420")
+        self.assertLess(os.path.getsize(self.path("s.jxr")), os.path.getsize(self.path("o/in.jxr")) * 3)
+        samples = bytes(i * 7 % 256 for i in range(20 * 10 * 4))
+        self.write("t.png", png(20, 10, 4, samples))
+        self.assertIn("over white", self.run_tool("t.png", "t.jxr"))
+
+    def test_bad_jpegxr(self):
+        self.run_tool("in.ppm", "a.jxr")
+        good = self.read("a.jxr")
+        self.write("cut.jxr", good[:-len(good) // 3])
+        self.assertIn("damaged", self.run_tool("cut.jxr", "cut.png", code=4))
+        self.write("head.jxr", good[:100])
+        before = self.files()
+        self.assertTrue(self.run_tool("head.jxr", "out.png", code=1))
+        self.assertEqual(self.files(), before)
+        at = good.find(b"WMPHOTO") + 12
+        self.write("huge.jxr", good[:at] + b"\x00\xff\xff\xff" * 2 + good[at + 8:])
+        start = time.monotonic()
+        self.assertTrue(self.run_tool("huge.jxr", "out.png", code=1))
+        self.assertLess(time.monotonic() - start, 5)
+
     def test_bad_textures(self):
         self.run_tool("in.ppm", "a.dds", "--mipmaps")
         good = self.read("a.dds")
@@ -363,6 +400,9 @@ class ZepconvertTest(unittest.TestCase):
                           ["in.ppm", "x.jp2", "--ratio", "5", "--psnr", "40"],
                           ["in.ppm", "x.jp2", "--lossless", "--psnr", "40"],
                           ["in.ppm", "x.jp2", "--style", "bypass,bold"],
+                          ["in.ppm", "x.jxr", "--overlap", "3"],
+                          ["in.ppm", "x.jxr", "--tiles", "40x16"],
+                          ["in.ppm", "x.jxr", "--lossless", "--quality", "50"],
                           ["in.ppm", "x.dds", "--dds-header", "old"],
                           ["in.ppm", "x.jpg", "--nonsense"],
                           ["in.ppm", "x.jpg", "--out-dir", "d"], ["in.ppm", "--to", "gif"],

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+// The coefficients of a picture, or of its opacity, on their way between samples and bits.
+#ifndef ZEPJP_EXAMPLES_JPEGXR_CODED_PLANE_H_
+#define ZEPJP_EXAMPLES_JPEGXR_CODED_PLANE_H_
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "jpegxr/codestream.h"
+#include "jpegxr/plane.h"
+
+namespace jpegxr {
+
+// A component: samples, later first-stage coefficients in place; and beside them the DC coefficients of all
+// blocks, in which the second stage works.
+struct Component {
+  size_t blocks_across = 4;  // of a macroblock
+  size_t blocks_down = 4;
+  Plane values;
+  Plane dcs;
+
+  Window Macroblock(size_t x, size_t y) {
+    return values.All().Part(4 * blocks_across * x, 4 * blocks_down * y, 4 * blocks_across,
+                             4 * blocks_down);
+  }
+  Window MacroblockDcs(size_t x, size_t y) {
+    return dcs.All().Part(blocks_across * x, blocks_down * y, blocks_across, blocks_down);
+  }
+};
+
+struct CodedPlane {
+  PlaneHeader header;
+  std::array<Component, 3> components;
+
+  // With `kept_mb_rows`, a power of two, that many rows of macroblocks of the samples are kept at a time.
+  void Resize(size_t mb_width, size_t mb_height, size_t kept_mb_rows = 0) {
+    for (size_t c = 0; c < header.Components(); ++c) {
+      Component& component = components[c];
+      component.blocks_across = BlocksAcross(header.color, c);
+      component.blocks_down = BlocksDown(header.color, c);
+      const size_t across = component.blocks_across * mb_width;
+      const size_t down = component.blocks_down * mb_height;
+      const size_t kept = kept_mb_rows == 0 ? SIZE_MAX : 4 * component.blocks_down * kept_mb_rows;
+      component.values.Resize(4 * across, 4 * down, kept);
+      component.dcs.Resize(across, down);
+    }
+  }
+};
+
+// In macroblocks.
+struct TileArea {
+  size_t x0, y0, x1, y1;
+
+  size_t Width() const { return x1 - x0; }
+  size_t Height() const { return y1 - y0; }
+};
+
+inline TileArea AreaOfTile(const FrameHeader& frame, size_t tile) {
+  const size_t across = frame.columns.size() - 1;
+  const size_t column = tile % across, row = tile / across;
+  return {frame.columns[column], frame.rows[row], frame.columns[column + 1], frame.rows[row + 1]};
+}
+
+}  // namespace jpegxr
+
+#endif  // ZEPJP_EXAMPLES_JPEGXR_CODED_PLANE_H_

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+// The file around a codestream: a directory of entries as in TIFF (ITU-T T.832, Annex A).
+#ifndef ZEPJP_EXAMPLES_JPEGXR_CONTAINER_H_
+#define ZEPJP_EXAMPLES_JPEGXR_CONTAINER_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "jpegxr/common.h"
+#include "jpegxr/image.h"
+
+namespace jpegxr {
+
+struct Span {
+  const uint8_t* data = nullptr;
+  size_t size = 0;
+};
+
+struct Container {
+  Span picture;
+  Span alpha;  // empty: none of its own
+};
+
+// A codestream without a container is taken as it is. What lies beyond the file is cut off, with a message.
+Status ReadContainer(const uint8_t* data, size_t size, Messages* messages, Container* container);
+
+// Puts the codestream of a picture into a file.
+Status WriteContainer(const Image& image, const std::vector<uint8_t>& codestream_header,
+                      const std::vector<Span>& packets, ByteBuffer* file);
+
+}  // namespace jpegxr
+
+#endif  // ZEPJP_EXAMPLES_JPEGXR_CONTAINER_H_

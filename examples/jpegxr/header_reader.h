@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: MIT
+// Reads the headers of a codestream.
+#ifndef ZEPJP_EXAMPLES_JPEGXR_HEADER_READER_H_
+#define ZEPJP_EXAMPLES_JPEGXR_HEADER_READER_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "jpegxr/codestream.h"
+#include "jpegxr/common.h"
+
+namespace jpegxr {
+
+struct Headers {
+  FrameHeader frame;
+  std::vector<uint64_t> packet_offsets;  // from data_start; one packet at 0 without an index
+  size_t data_start = 0;                 // in the codestream
+};
+
+// Everything before the tiles.
+Status ReadHeaders(const uint8_t* data, size_t size, Headers* headers);
+
+}  // namespace jpegxr
+
+#endif  // ZEPJP_EXAMPLES_JPEGXR_HEADER_READER_H_

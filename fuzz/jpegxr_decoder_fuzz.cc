@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+// Any bytes as a JPEG XR file: a picture of the size that its header tells, or an error.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <vector>
+
+#include "jpegxr/decoder.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  // A copy of the exact size, so that reading beyond it is seen.
+  const std::vector<uint8_t> file(data, data + size);
+  jpegxr::DecodeOptions options;
+  options.threads = size % 8 == 7 ? 2 : 1;  // as a whole, or in strips
+  options.max_pixels = 1 << 16;             // more costs time and finds nothing new
+  jpegxr::Image image;
+  jpegxr::FileInfo info;
+  const common::Status status = jpegxr::Decode(file.data(), file.size(), options, &image, &info);
+  if (status.ok() == !status.text().empty()) std::abort();
+  if (!status.ok()) return 0;
+  if (image.bytes.size() != image.Step() * static_cast<size_t>(image.height)) std::abort();
+  if (info.frame.width != static_cast<uint32_t>(image.width)) std::abort();
+  return 0;
+}

@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: MIT
+// The codes of JPEG XR (ITU-T T.832 | ISO/IEC 29199-2): of each alphabet a set of tables, all of them
+// complete, no code longer than 8 bits. What the tables of 4, 8 and 9 symbols code is the callers' own; the
+// coders here need those below.
+#ifndef ZEPJP_SRC_JPEGXR_VLC_VLC_CODES_H_
+#define ZEPJP_SRC_JPEGXR_VLC_VLC_CODES_H_
+
+#include <cstddef>
+#include <cstdint>
+
+namespace zepjp {
+
+struct VlcCode {
+  uint32_t bits, length;
+};
+constexpr VlcCode CodeOf(const char* digits) {
+  VlcCode code = {0, 0};
+  for (; *digits != '\0'; ++digits) {
+    code.bits = code.bits << 1 | static_cast<uint32_t>(*digits == '1');
+    ++code.length;
+  }
+  return code;
+}
+
+constexpr VlcCode Join(VlcCode a, VlcCode b) {
+  return {a.bits << b.length | b.bits, a.length + b.length};
+}
+
+// Symbol by symbol. 5 symbols: how many zeros a run has.
+constexpr const char* kRunCodes[5] = {"1", "01", "001", "0000", "0001"};
+// 6 symbols: 2 * next + whether the magnitude is above 1. Next: 0, this is the last coefficient; 1, another
+// one follows at once; 2, behind zeros.
+constexpr const char* kIndexCodes[4][6] = {
+    {"1", "00000", "001", "00001", "01", "0001"},
+    {"01", "0000", "10", "0001", "11", "001"},
+    {"0000", "0001", "01", "10", "11", "001"},
+    {"00000", "00001", "01", "1", "0001", "001"},
+};
+// 7 symbols: ranges of magnitudes above 1.
+constexpr const char* kLevelCodes[2][7] = {
+    {"01", "10", "11", "001", "0001", "00000", "00001"},
+    {"1", "01", "001", "0001", "00001", "000000", "000001"},
+};
+// 12 symbols: 4 * next + 2 * whether the magnitude is above 1 + whether there are no zeros before.
+constexpr const char* kFirstCodes[5][12] = {
+    {"00001", "000001", "0000000", "0000001", "00100", "010", "00101", "1", "00110", "0001",
+     "00111", "011"},
+    {"0010", "00010", "000000", "000001", "0011", "010", "00011", "11", "011", "100", "00001",
+     "101"},
+    {"11", "001", "0000000", "0000001", "00001", "010", "0000010", "011", "100", "101", "0000011",
+     "0001"},
+    {"001", "11", "0000000", "00001", "00010", "010", "0000001", "011", "00011", "100", "000001",
+     "101"},
+    {"010", "1", "0000001", "0001", "0000010", "011", "00000000", "0010", "0000011", "0011",
+     "00000001", "00001"},
+};
+
+constexpr uint32_t kNumIndexTables = 4, kNumLevelTables = 2, kNumFirstTables = 5;
+constexpr uint32_t FirstSymbol(uint32_t next, bool has_level, bool has_no_run) {
+  return 4 * next + (has_level ? 2 : 0) + (has_no_run ? 1 : 0);
+}
+constexpr bool HasNoRun(uint32_t symbol) { return (symbol & 1) != 0; }
+constexpr bool HasLevel(uint32_t symbol) { return (symbol & 2) != 0; }
+constexpr uint32_t NextOf(uint32_t symbol) { return symbol >> 2; }
+constexpr uint32_t ContextBehindFirst(uint32_t symbol) { return NextOf(symbol) & symbol & 1; }
+
+// How much shorter each symbol's code is in the next table: of tables i and i + 1.
+constexpr int kIndexDifferences[3][6] = {
+    {-1, 1, 1, 1, 0, 1},
+    {-2, 0, 0, 2, 0, 0},
+    {-1, -1, 0, 1, -2, 0},
+};
+constexpr int kLevelDifferences[7] = {1, 0, -1, -1, -1, -1, -1};
+constexpr int kFirstDifferences[4][12] = {
+    {1, 1, 1, 1, 1, 0, 0, -1, 2, 1, 0, 0},
+    {2, 2, -1, -1, -1, 0, -2, -1, 0, 0, -2, -1},
+    {-1, 1, 0, 2, 0, 0, 0, 0, -2, 0, 1, 1},
+    {0, 1, 0, 1, -2, 0, -1, -1, -2, -1, -2, -2},
+};
+
+// The pairs of tables that a table's first and second counter compare: it and the one below, it and the one
+// above, where there are such.
+constexpr uint32_t PairBelow(uint32_t index) { return index > 1 ? index - 1 : 0; }
+constexpr uint32_t PairAbove(uint32_t index, uint32_t count) {
+  return index < count - 2 ? index : count - 2;
+}
+
+// Magnitudes 2 and above by symbol: base + extra bits; the last symbol is an escape.
+constexpr uint32_t kLevelBase[6] = {2, 3, 4, 6, 10, 14};
+constexpr uint32_t kLevelBits[6] = {0, 0, 1, 2, 2, 2};
+constexpr uint32_t kLevelEscape = 6, kFirstEscaped = 18;
+constexpr uint32_t LevelSymbol(uint32_t magnitude) {
+  uint32_t symbol = 5;
+  while (kLevelBase[symbol] > magnitude) --symbol;
+  return symbol;
+}
+
+// Runs by symbol, by the longest possible run M: 5 and 6, 7 to 10, 11 to 14.
+constexpr uint32_t kRunBase[3][5] = {{1, 2, 3, 4, 5}, {1, 2, 3, 5, 7}, {1, 2, 3, 5, 7}};
+constexpr uint32_t kRunBits[3][5] = {{0, 0, 0, 0, 1}, {0, 0, 1, 1, 2}, {0, 0, 1, 1, 3}};
+constexpr uint32_t RunKind(uint32_t longest) { return longest < 7 ? 0 : longest < 11 ? 1 : 2; }
+// Shorter ones: M = 2 to 4.
+constexpr const char* kShortRunCodes[3][4] = {
+    {"1", "0"}, {"1", "01", "00"}, {"1", "01", "001", "000"}};
+
+// Instead of an index table: at slot 14, where there can be no zeros before another coefficient, and at
+// slot 15, the last one.
+constexpr const char* kCodesAt14[4] = {"0", "110", "10", "111"};
+constexpr const char* kCodesAt15[2] = {"0", "1"};
+
+// Slots of a block's values end with 15; so the joint chroma blocks start later.
+constexpr uint32_t kLastSlot = 15, kFirstSlotOf420 = 10, kFirstSlotOf422 = 2;
+
+}  // namespace zepjp
+
+#endif  // ZEPJP_SRC_JPEGXR_VLC_VLC_CODES_H_

@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: MIT
+// The state of the adaptive coders: choices among code tables that follow what was coded, and scan orders
+// that follow where (ITU-T T.832 | ISO/IEC 29199-2).
+#ifndef ZEPJP_SRC_JPEGXR_VLC_VLC_STATE_H_
+#define ZEPJP_SRC_JPEGXR_VLC_VLC_STATE_H_
+
+#include <cstddef>
+#include <cstdint>
+
+#include "zepjp.h"
+
+namespace zepjp {
+
+// A word of a state, which may lie at any address of memory of any type.
+typedef uint32_t Word __attribute__((aligned(1), may_alias));
+
+// A choice among the code tables of an alphabet. Tables are referred to by number, so that a state may be
+// copied; 0 is none.
+struct VlcTable {
+  Word alphabet;
+  Word index;  // of the code table in use, from the shortest code of its first symbol on
+  Word is_initialized;
+  Word upper, lower;              // signed: the counters' thresholds
+  Word delta1, delta2;            // signed: how many bits the neighbouring tables would have saved
+  Word encoding;                  // 1 + the number of the code table among those of all alphabets
+  Word difference1, difference2;  // 1 + the number of the difference table
+  Word decoding;                  // as `encoding`
+  Word long_decoding;             // 0: one look finds every code
+};
+
+struct VlcScanEntry {
+  Word total;  // how often a coefficient was coded here
+  Word index, x, y;
+};
+
+constexpr uint32_t kNumVlcTables = 21, kNumScans = 3;
+
+struct VlcState {
+  Word current_scan;
+  VlcTable tables[kNumVlcTables];
+  VlcScanEntry scans[kNumScans][16];
+};
+static_assert(sizeof(VlcState) == 1780 && alignof(VlcState) == 1, "a record of the interface");
+
+inline VlcState* Unwrap(zepiVLCState* state) { return reinterpret_cast<VlcState*>(state); }
+
+inline VlcScanEntry* CurrentScan(VlcState* state) { return state->scans[state->current_scan]; }
+
+// After a coefficient was coded at `entry`: the more frequent place moves ahead.
+inline void AdaptScan(VlcScanEntry* entry) {
+  const uint32_t total = entry->total + 1;
+  entry->total = total;
+  if (__builtin_expect(total > entry[-1].total, false)) {
+    const VlcScanEntry ahead = entry[-1];
+    entry[-1] = *entry;
+    *entry = ahead;
+  }
+}
+
+// The numbers of the tables of a band and its first levels' place.
+constexpr uint32_t kLowpassTables = 5, kHighpassTables = 13;
+
+// The tables that a block of one channel uses.
+struct BlockTables {
+  VlcTable *first, *index[2], *level[2];  // by context
+};
+inline BlockTables TablesOf(VlcState* state, uint32_t band, bool is_chroma) {
+  VlcTable* const first = state->tables + band + (is_chroma ? 3 : 0);
+  VlcTable* const level = state->tables + band + 6;
+  return {first, {first + 1, first + 2}, {level, level + 1}};
+}
+
+}  // namespace zepjp
+
+#endif  // ZEPJP_SRC_JPEGXR_VLC_VLC_STATE_H_

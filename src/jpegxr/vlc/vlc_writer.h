@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: MIT
+// A caller's bit stream, written: collected in 64 bits, stored two bytes at a time or more, and never a
+// byte that is not final.
+#ifndef ZEPJP_SRC_JPEGXR_VLC_VLC_WRITER_H_
+#define ZEPJP_SRC_JPEGXR_VLC_VLC_WRITER_H_
+
+#include <cstdint>
+
+#include "hwy/base.h"
+
+namespace zepjp {
+
+// What the caller holds.
+struct BitTarget {
+  uint8_t** bytes;
+  uint32_t *accumulator, *count;
+};
+
+class VlcWriter {
+ public:
+  HWY_INLINE explicit VlcWriter(const BitTarget& to)
+      : bits_(uint64_t{*to.accumulator} >> (32 - *to.count)),
+        count_(*to.count),
+        bytes_(*to.bytes) {}
+
+  // The lowest `count` bits of `value`, up to 32; it has no others.
+  HWY_INLINE void Put(uint32_t value, uint32_t count) {
+    if (HWY_UNLIKELY(count_ >= 32)) {
+      count_ -= 32;
+      Store(__builtin_bswap32(static_cast<uint32_t>(bits_ >> count_)));
+    }
+    bits_ = bits_ << count | value;
+    count_ += count;
+  }
+
+  HWY_INLINE void Finish(const BitTarget& to) {
+    if (count_ >= 32) {
+      count_ -= 32;
+      Store(__builtin_bswap32(static_cast<uint32_t>(bits_ >> count_)));
+    }
+    if (count_ >= 16) {
+      count_ -= 16;
+      Store(__builtin_bswap16(static_cast<uint16_t>(bits_ >> count_)));
+    }
+    *to.bytes = bytes_;
+    *to.accumulator = static_cast<uint32_t>(bits_ << (32 - count_));
+    *to.count = count_;
+  }
+
+ private:
+  template <class T>
+  HWY_INLINE void Store(T value) {
+    __builtin_memcpy(bytes_, &value, sizeof(value));
+    bytes_ += sizeof(value);
+  }
+
+  uint64_t bits_;   // its lowest count_ bits wait, above them are those before
+  uint32_t count_;  // below 64
+  uint8_t* bytes_;
+};
+
+}  // namespace zepjp
+
+#endif  // ZEPJP_SRC_JPEGXR_VLC_VLC_WRITER_H_

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: MIT
+// Pictures and files for the tests of the JPEG XR example.
+#ifndef ZEPJP_TESTS_EXAMPLES_JPEGXR_FILES_H_
+#define ZEPJP_TESTS_EXAMPLES_JPEGXR_FILES_H_
+
+#include <cstdint>
+#include <vector>
+
+#include "jpegxr/decoder.h"
+#include "jpegxr/encoder.h"
+#include "jpegxr/image.h"
+
+namespace jpegxr_files {
+
+// Soft shapes with some noise over the whole range of the type; of 32 bits over 20.
+jpegxr::Image MakeImage(int width, int height, int channels, jpegxr::SampleType type,
+                        uint32_t seed);
+
+std::vector<uint8_t> Encode(const jpegxr::Image& image, const jpegxr::EncodeOptions& options);
+
+// One file of every kind, small ones.
+std::vector<std::vector<uint8_t>> AllKinds();
+
+}  // namespace jpegxr_files
+
+#endif  // ZEPJP_TESTS_EXAMPLES_JPEGXR_FILES_H_

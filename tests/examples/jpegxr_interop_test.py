@@ -1,0 +1,297 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""The JPEG XR codec beside Debian's JxrEncApp and JxrDecApp: what they write decodes here to the samples that
+they decode, and what is written here they decode to the original, or to what is decoded here.
+
+    jpegxr_interop_test.py TOOL
+"""
+
+import itertools
+import random
+import re
+import struct
+import subprocess
+import sys
+import tempfile
+from pathlib import Path
+
+failures = []
+checks = 0
+
+U8, U16, S16, S32, F32 = range(5)
+BYTES = {U8: 1, U16: 2, S16: 2, S32: 4, F32: 4}
+# The formats' numbers on their command lines, by type and channels.
+FORMATS = {(U8, 1): 2, (U8, 3): 9, (U16, 1): 3, (U16, 3): 10, (S16, 1): 4, (S16, 3): 11,
+           (S32, 1): 7, (S32, 3): 14, (F32, 1): 8, (U8, 4): 22, (U16, 4): 23}
+
+
+class Picture:
+    def __init__(self, width, height, channels, kind, samples):
+        self.width, self.height, self.channels, self.kind = width, height, channels, kind
+        self.samples = samples  # bytes, wide samples lower byte first
+
+    def name(self):
+        return f"{self.width}x{self.height} channels {self.channels} type {self.kind}"
+
+
+def make_picture(width, height, channels, kind, texture, seed):
+    """Soft shapes with some noise; or noise; or flat."""
+    rng = random.Random(seed)
+    most = {U8: 255, U16: 65535, S16: 32767, S32: 1 << 20, F32: 1}[kind]
+    values = []
+    for y in range(height):
+        for x in range(width):
+            for c in range(channels):
+                if texture == "noise":
+                    v = rng.random()
+                elif texture == "flat":
+                    v = 0.25 + 0.25 * c
+                else:
+                    v = (x * (c + 1) / 61 + y / 47) % 1 * 0.8 + 0.1 * ((x // 9 + y // 7) % 2)
+                    v += rng.random() * 0.06
+                values.append(v)
+    if kind == F32:
+        return Picture(width, height, channels, kind, struct.pack(f"<{len(values)}f", *values))
+    low = -most if kind in (S16, S32) else 0
+    ints = [min(most, max(low, int(low + v * (most - low)))) for v in values]
+    code = {U8: "B", U16: "H", S16: "h", S32: "i"}[kind]
+    return Picture(width, height, channels, kind, struct.pack(f"<{len(ints)}{code}", *ints))
+
+
+def write_tiff(path, picture):
+    bits = 8 * BYTES[picture.kind]
+    sample_format = {U8: 1, U16: 1, S16: 2, S32: 2, F32: 3}[picture.kind]
+    n = picture.channels
+    extra = 8 + 2 + 12 * 12 + 4
+    entries = [(256, 4, 1, picture.width), (257, 4, 1, picture.height),
+               (258, 3, n, bits if n == 1 else extra), (259, 3, 1, 1),
+               (262, 3, 1, 1 if n == 1 else 2), (273, 4, 1, extra + 16 + 16), (277, 3, 1, n),
+               (278, 4, 1, picture.height), (279, 4, 1, len(picture.samples)), (284, 3, 1, 1)]
+    if n == 4:
+        entries.append((338, 3, 1, 2))
+    entries.append((339, 3, n, sample_format if n == 1 else extra + 16))
+    data = b"II*\0" + struct.pack("<I", 8) + struct.pack("<H", len(entries))
+    for tag, kind, count, value in entries:
+        data += struct.pack("<HHII", tag, kind, count, value)
+    data += struct.pack("<I", 0)
+    data = data.ljust(extra, b"\0")
+    data += struct.pack("<4H", *[bits] * 4).ljust(16, b"\0")
+    data += struct.pack("<4H", *[sample_format] * 4).ljust(16, b"\0")
+    path.write_bytes(data + picture.samples)
+
+
+def read_tiff(path):
+    data = path.read_bytes()
+    (directory,) = struct.unpack_from("<I", data, 4)
+    (count,) = struct.unpack_from("<H", data, directory)
+    tags = {}
+    for i in range(count):
+        tag, kind, number, value = struct.unpack_from("<HHII", data, directory + 2 + 12 * i)
+        if kind == 3 and number == 1:
+            value &= 0xFFFF
+        tags[tag] = (number, value)
+    number, start = tags[273]
+    _, size = tags[279]
+    if number == 1:
+        return data[start:start + size]
+    starts = struct.unpack_from(f"<{number}I", data, start)
+    sizes = struct.unpack_from(f"<{number}I", data, size)
+    return b"".join(data[a:a + b] for a, b in zip(starts, sizes))
+
+
+def write_bmp(path, picture):
+    """Four channels, blue first, lowest row first."""
+    w, h = picture.width, picture.height
+    rows = [picture.samples[4 * w * y:4 * w * (y + 1)] for y in reversed(range(h))]
+    pixels = bytearray(b"".join(rows))
+    pixels[0::4], pixels[2::4] = pixels[2::4], pixels[0::4]
+    path.write_bytes(b"BM" + struct.pack("<IHHI", 54 + len(pixels), 0, 0, 54) +
+                     struct.pack("<IiiHHIIiiII", 40, w, h, 1, 32, 0, len(pixels), 0, 0, 0, 0) + pixels)
+
+
+def read_bmp(path):
+    data = path.read_bytes()
+    (start,) = struct.unpack_from("<I", data, 10)
+    w, h = struct.unpack_from("<ii", data, 18)
+    pixels = bytearray(data[start:start + 4 * w * abs(h)])
+    pixels[0::4], pixels[2::4] = pixels[2::4], pixels[0::4]
+    rows = [bytes(pixels[4 * w * y:4 * w * (y + 1)]) for y in range(abs(h))]
+    return b"".join(reversed(rows) if h > 0 else rows)
+
+
+def run(*command):
+    done = subprocess.run([str(part) for part in command], capture_output=True, text=True,
+                          check=False)
+    if done.returncode != 0:
+        raise RuntimeError(f"{' '.join(map(str, command))}: {done.stdout} {done.stderr}")
+    return done.stdout
+
+
+def expect(condition, what):
+    global checks
+    checks += 1
+    if not condition:
+        failures.append(what)
+        print("FAILED", what, flush=True)
+
+
+def first_difference(a, b):
+    if len(a) != len(b):
+        return f"{len(a)} bytes, not {len(b)}"
+    i = next(i for i in range(len(a)) if a[i] != b[i])
+    return f"byte {i}: {a[i]}, not {b[i]}; {sum(x != y for x, y in zip(a, b))} differ"
+
+
+class Bench:
+    def __init__(self, tool, directory):
+        self.tool, self.directory = tool, Path(directory)
+
+    def path(self, name):
+        return self.directory / name
+
+    def their_decode(self, file, picture):
+        out = self.path("theirs.tif")
+        out.unlink(missing_ok=True)
+        run("JxrDecApp", "-i", file, "-o", out, "-c", FORMATS[picture.kind, picture.channels])
+        return read_tiff(out)
+
+    def our_decode(self, file):
+        """In strips, and as a whole on several threads."""
+        results = []
+        for threads in (1, 3):
+            out = self.path("ours.raw")
+            text = run(self.tool, "decode", file, out, f"threads={threads}")
+            if "message" in text:
+                raise RuntimeError(text)
+            results.append(out.read_bytes())
+        if results[0] != results[1]:
+            raise RuntimeError("threads: " + first_difference(*results))
+        return results[0]
+
+    def theirs(self, picture, *options):
+        """They encode; both decode."""
+        what = f"theirs: {picture.name()} {' '.join(map(str, options))}"
+        try:
+            source, file = self.path("in.tif"), self.path("theirs.jxr")
+            write_tiff(source, picture)
+            run("JxrEncApp", "-i", source, "-o", file, "-c",
+                FORMATS[picture.kind, picture.channels], *options)
+            want, got = self.their_decode(file, picture), self.our_decode(file)
+            expect(got == want, what + (": " + first_difference(got, want) if got != want else ""))
+        except RuntimeError as error:
+            expect(False, f"{what}: {error}")
+
+    def theirs_alpha(self, picture, *options):
+        what = f"theirs: {picture.name()} {' '.join(map(str, options))}"
+        is_bmp = picture.kind == U8
+        write, read, suffix = (write_bmp, read_bmp, "bmp") if is_bmp else (write_tiff, read_tiff, "tif")
+        try:
+            source, file = self.path(f"in.{suffix}"), self.path("theirs.jxr")
+            out = self.path(f"theirs.{suffix}")
+            out.unlink(missing_ok=True)
+            write(source, picture)
+            number = FORMATS[picture.kind, 4]
+            run("JxrEncApp", "-i", source, "-o", file, "-c", number, *options)
+            run("JxrDecApp", "-i", file, "-o", out, "-c", number)
+            want, got = read(out), self.our_decode(file)
+            expect(got == want, what + (": " + first_difference(got, want) if got != want else ""))
+        except RuntimeError as error:
+            expect(False, f"{what}: {error}")
+
+    def ours(self, picture, **settings):
+        """We encode; both decode."""
+        what = f"ours: {picture.name()} {settings}"
+        try:
+            source, file = self.path("in.raw"), self.path("ours.jxr")
+            source.write_bytes(picture.samples)
+            run(self.tool, "encode", source, file, f"size={picture.width}x{picture.height}",
+                f"channels={picture.channels}", f"type={picture.kind}", "threads=1",
+                *[f"{key}={value}" for key, value in settings.items()])
+            want, got = self.their_decode(file, picture), self.our_decode(file)
+            expect(got == want, what + (": " + first_difference(got, want) if got != want else ""))
+            is_lossless = not set(settings) & {"quantizer", "quality", "trim", "bands", "shift"}
+            if is_lossless and settings.get("color", 3) == 3 and picture.kind != F32:
+                expect(got == picture.samples, what + ": not lossless")
+        except RuntimeError as error:
+            expect(False, f"{what}: {error}")
+
+
+def check_theirs(bench):
+    sizes = [(1, 1), (16, 16), (17, 33), (50, 35), (100, 9), (130, 70)]
+    for (w, h), channels, overlap in itertools.product(sizes, (1, 3), (0, 1, 2)):
+        picture = make_picture(w, h, channels, U8, "soft", w + h)
+        bench.theirs(picture, "-q", 1, "-l", overlap)
+        bench.theirs(picture, "-q", 40, "-l", overlap, "-f")
+    for color, overlap, quantizer in itertools.product((1, 2), (0, 1, 2), (1, 30, 90)):
+        for w, h in ((64, 48), (50, 35), (33, 100)):
+            picture = make_picture(w, h, 3, U8, "soft", w)
+            bench.theirs(picture, "-q", quantizer, "-l", overlap, "-d", color)
+    for texture, bands, trim in itertools.product(("noise", "flat", "soft"), (0, 1, 2, 3), (0, 3)):
+        picture = make_picture(60, 60, 3, U8, texture, 3)
+        for extra in ([], ["-f"]):
+            bench.theirs(picture, "-q", 20, "-s", bands, "-F", trim, *extra)
+    for tiles, overlap, extra in itertools.product(([2, 2], [3, 1], [1, 4]), (0, 1, 2), ([], ["-f"])):
+        picture = make_picture(150, 140, 3, U8, "soft", 4)
+        for color in (1, 2, 3):
+            bench.theirs(picture, "-q", 30, "-l", overlap, "-U", *tiles, "-d", color, *extra)
+    for kind, channels in ((U16, 1), (U16, 3), (S16, 1), (S16, 3), (S32, 1), (S32, 3), (F32, 1)):
+        picture = make_picture(70, 40, channels, kind, "soft", 5)
+        for overlap, quantizer in itertools.product((0, 1, 2), (1, 60, 120)):
+            bench.theirs(picture, "-q", quantizer, "-l", overlap)
+    for kind, alpha, quantizer in itertools.product((U8, U16), (2, 3), (1, 50)):
+        picture = make_picture(70, 40, 4, kind, "soft", 6)
+        bench.theirs_alpha(picture, "-a", alpha, "-q", quantizer, "-Q", quantizer)
+
+
+def check_ours(bench):
+    sizes = [(1, 1), (16, 16), (17, 33), (50, 35), (100, 9), (130, 70)]
+    for (w, h), channels, overlap in itertools.product(sizes, (1, 3), (0, 1, 2)):
+        picture = make_picture(w, h, channels, U8, "soft", w + h)
+        bench.ours(picture, overlap=overlap)
+        bench.ours(picture, overlap=overlap, quantizer=40, frequency=1)
+    for color, overlap in itertools.product((1, 2), (0, 1, 2)):
+        for w, h in ((64, 48), (50, 35), (33, 100)):
+            picture = make_picture(w, h, 3, U8, "soft", w)
+            bench.ours(picture, overlap=overlap, color=color)
+            bench.ours(picture, overlap=overlap, color=color, quantizer=50)
+    for (w, h), color, overlap in itertools.product(((16, 40), (9, 9), (32, 16), (200, 5)), (1, 2), (0, 1, 2)):
+        bench.ours(make_picture(w, h, 3, U8, "soft", 1), overlap=overlap, color=color, quantizer=20)
+    for kind, quantizer in itertools.product((U8, U16, S16), (2, 15, 16, 31, 32, 47, 48, 100, 255)):
+        picture = make_picture(64, 64, 3, kind, "noise", 1)
+        bench.theirs(picture, "-q", quantizer)
+        bench.ours(picture, quantizer=quantizer)
+    for texture, bands, trim in itertools.product(("noise", "flat", "soft"), (0, 1, 2, 3), (0, 3)):
+        picture = make_picture(60, 60, 3, U8, texture, 3)
+        for frequency in (0, 1):
+            bench.ours(picture, quantizer=20, bands=bands, trim=trim, frequency=frequency)
+    for tiles, overlap, frequency in itertools.product(("64x64", "32x160", "160x16"), (0, 1, 2), (0, 1)):
+        picture = make_picture(150, 140, 3, U8, "soft", 4)
+        for color in (1, 2, 3):
+            bench.ours(picture, quantizer=30, overlap=overlap, tiles=tiles, color=color,
+                       frequency=frequency)
+        bench.ours(picture, overlap=overlap, tiles=tiles, frequency=frequency)
+    for overlap, color in itertools.product((1, 2), (1, 2, 3)):
+        # As wide as high: JxrDecApp takes the columns of hard tiles for their rows.
+        picture = make_picture(150, 150, 3, U8, "soft", 4)
+        bench.ours(picture, overlap=overlap, tiles="64x64", hard=1, color=color)
+    for kind, channels in ((U16, 1), (U16, 3), (S16, 1), (S16, 3), (S32, 1), (S32, 3), (F32, 1)):
+        picture = make_picture(70, 40, channels, kind, "soft", 5)
+        for overlap in (0, 1, 2):
+            bench.ours(picture, overlap=overlap)
+            bench.ours(picture, overlap=overlap, quantizer=60)
+            bench.ours(picture, overlap=overlap, quality=30)
+        if kind != F32:
+            bench.ours(picture, shift=3)
+
+
+def main():
+    with tempfile.TemporaryDirectory() as directory:
+        bench = Bench(sys.argv[1], directory)
+        check_theirs(bench)
+        check_ours(bench)
+    print(f"{checks} comparisons, {len(failures)} failed")
+    return 1 if failures else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
