@@ -251,7 +251,8 @@ TEST(OptimalTable, CostsLeast) {
       const uint32_t length = table.entry[i] >> 16;
       cost += int64_t{counts[i]} * length;
       ASSERT_TRUE(counts[i] == 0 || length > 0) << "no code";
-      ASSERT_TRUE(length == 0 || (table.entry[i] & 0xFFFF) != (1u << length) - 1) << "a code of ones";
+      ASSERT_TRUE(length == 0 || (table.entry[i] & 0xFFFF) != (1u << length) - 1)
+          << "a code of ones";
     }
     ASSERT_EQ(cost, reference::LeastCodeLength(counts.data())) << "seed " << harness::Seed();
   }
