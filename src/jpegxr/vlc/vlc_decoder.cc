@@ -252,8 +252,8 @@ class BlockDecoder {
     return kRunTables.of[(row & mask) + reader_.Peek(kRunLookBits)];
   }
 
-  // A run, of which there is none in context 1, and a coefficient: 16 bits at most, but for rare ones. Returns
-  // whether another one follows at once, so that a context goes on.
+  // A run, of which there is none in context 1, and a coefficient: 16 bits at most, but for rare ones.
+  // Returns whether another one follows at once, so that a context goes on.
   template <uint32_t kContext>
   HWY_INLINE bool DecodeNext(const SlotTables& tables) {
     ++count_;
