@@ -31,7 +31,7 @@ def read(directory):
     for path in sorted(pathlib.Path(directory).glob("*.json")):
         instruction_set, bench, _ = path.name.split(".")
         for row in json.loads(path.read_text())["benchmarks"]:
-            parts = row["name"].split("/")
+            parts = row["name"].removesuffix("/manual_time").split("/")
             work, who, size = parts[0], parts[1], "/".join(parts[2:])
             speed = row.get("items_per_second", row.get("blocks/s"))
             if speed is None:
@@ -98,7 +98,8 @@ def main():
         "release build. Items (pixels, samples, blocks) a second; the ratio is to the rival in the "
         "same run. The rival is libjpeg-turbo's best kernel for this processor (AVX2 where it has "
         "one) also in the columns of the older instruction sets; for textures stb_dxt (encoding) and "
-        "libsquish (decoding). Rows without a rival have none that "
+        "libsquish (decoding), for JPEG 2000 OpenJPEG, for JPEG XR libjxr (refinement bits: a plain "
+        "loop), for PackBits libtiff, for prediction a copy. Rows without a rival have none that "
         "does the same work.", ""]
     for bench, rows in read(results).items():
         title = bench.replace("_bench", "").replace("_", " ")
