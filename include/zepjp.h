@@ -539,7 +539,10 @@ ZEP_API zepStatus ZEP_CALL zepiBGRToYCbCr411LS_MCU_JPEG_8u16s_C4P3R(const uint8_
 ZEP_API zepStatus ZEP_CALL zepiCMYKToYCCK444LS_MCU_JPEG_8u16s_C4P4R(const uint8_t* pSrc,
                                                                     int32_t srcStep,
                                                                     int16_t* const pDstMCU[4]);
-/** 16x8 pixels: Y and K as in zepiCMYKToYCCK444LS_MCU_JPEG_8u16s_C4P4R(), chroma from sums of 2x1 pixels by the 14-bit rule. */
+/**
+ * 16x8 pixels: Y and K as in zepiCMYKToYCCK444LS_MCU_JPEG_8u16s_C4P4R(), chroma from sums of 2x1 pixels by the
+ * 14-bit rule.
+ */
 ZEP_API zepStatus ZEP_CALL zepiCMYKToYCCK422LS_MCU_JPEG_8u16s_C4P4R(const uint8_t* pSrc,
                                                                     int32_t srcStep,
                                                                     int16_t* const pDstMCU[4]);
@@ -555,7 +558,10 @@ ZEP_API zepStatus ZEP_CALL zepiSampleDown444LS_MCU_JPEG_8u16s_C3P3R(const uint8_
 ZEP_API zepStatus ZEP_CALL zepiSampleDown422LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc,
                                                                     int32_t srcStep,
                                                                     int16_t* const pDstMCU[3]);
-/** 16x16 pixels without conversion: the first channel in full, of the others (a + b + c + d + 2) >> 2 of 2x2 neighbours. */
+/**
+ * 16x16 pixels without conversion: the first channel in full, of the others (a + b + c + d + 2) >> 2 of 2x2
+ * neighbours.
+ */
 ZEP_API zepStatus ZEP_CALL zepiSampleDown411LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc,
                                                                     int32_t srcStep,
                                                                     int16_t* const pDstMCU[3]);
@@ -675,9 +681,9 @@ ZEP_API zepStatus ZEP_CALL zepiQuantInv8x8_JPEG_16s_C1I(int16_t* pSrcDst,
  * The two-dimensional 8x8 DCT of ITU-T T.81, A.3.3, and the quantization of A.3.4 in one step, with
  * a table of zepiQuantFwdTableInit_JPEG_8u16u(). The transform is fixed-point (16-bit sums that
  * saturate, products of 16 bits, a final rounding in 32 bits) and lies within 1 of the exact one for
- * 8-bit input; its results are integers before they are quantized. Each coefficient c becomes p = q * c, scaled by 2^-15 and rounded,
- * ((p >> 1) + (((p & 1) + 16383 + ((p >> 15) & 1)) >> 1)) >> 14: halves to even; the result saturates
- * to 16 bits.
+ * 8-bit input; its results are integers before they are quantized. Each coefficient c becomes p = q * c, scaled
+ * by 2^-15 and rounded, ((p >> 1) + (((p & 1) + 16383 + ((p >> 15) & 1)) >> 1)) >> 14: halves to even; the
+ * result saturates to 16 bits.
  *
  * **Checks** of the LS functions: `pSrc` and `pDst`, then `srcStep` below 1 (::zepStatusBadStep), then
  * the table; of the others: the pointers.
@@ -991,8 +997,8 @@ ZEP_API zepStatus ZEP_CALL zepiGetHuffmanStatisticsOne_JPEG_16s_C1(const int16_t
 /**
  * The lists of a DHT segment for counted symbols: the cheapest codes of at most 16 bits, none of them all ones, so
  * that zepiEncodeHuffmanSpecInit_JPEG_8u() takes them. Without any count: a code of one bit for symbol 0. Of
- * equal counts the lower symbol gets no longer code; within a length symbols ascend; `pListVals` is 0 behind the last.
- * Checks: pointers.
+ * equal counts the lower symbol gets no longer code; within a length symbols ascend; `pListVals` is 0 behind
+ * the last. Checks: pointers.
  * @return ::zepStatusError for a negative count.
  */
 ZEP_API zepStatus ZEP_CALL zepiEncodeHuffmanRawTableInit_JPEG_8u(const int32_t pStatistics[256],
@@ -1122,7 +1128,10 @@ ZEP_API zepStatus ZEP_CALL zepiPackBitsRow_TIFF_8u_C1(const uint8_t* pSrc, int32
  */
 ZEP_API zepStatus ZEP_CALL zepiUnpackBitsRow_TIFF_8u_C1(const uint8_t* pSrc, int32_t* pSrcLen,
                                                         uint8_t* pDst, int32_t dstLen);
-/** `width` samples as 2 * width bytes: all high bytes, then all low bytes. Checks: pointers, then ::zepStatusBadSize for a width below 1. Samples may have any alignment. */
+/**
+ * `width` samples as 2 * width bytes: all high bytes, then all low bytes. Checks: pointers, then
+ * ::zepStatusBadSize for a width below 1. Samples may have any alignment.
+ */
 ZEP_API zepStatus ZEP_CALL zepiSplitRow_TIFF_16u8u_C1(const uint16_t* pSrc, uint8_t* pDst,
                                                       int32_t width);
 /** The reverse of zepiSplitRow_TIFF_16u8u_C1(). */
@@ -2131,8 +2140,9 @@ ZEP_API zepStatus ZEP_CALL zepiWTGetBufSize_D97_JPEG2K_32s_C1R(const zepiRect* p
  *
  * Integers: lifting with adds, arithmetic shifts and products by 3; every sum wraps at the width of the
  * elements, before a shift too. The inverse returns the input bit for bit, whatever wrapped. 16 bits
- * wrap nowhere for values of up to 12 bits and a sign. Float: the same steps without rounding terms; no product is contracted
- * with a sum, so that the bits are the same everywhere; the inverse returns the input but for rounding.
+ * wrap nowhere for values of up to 12 bits and a sign. Float: the same steps without rounding terms; no product
+ * is contracted with a sum, so that the bits are the same everywhere; the inverse returns the input but for
+ * rounding.
  *
  * *Order of checks*: regions: the pointer, roiSize positive, the step at least a row in bytes
  * (zepStatusBadStep), width and height multiples of 4 (zepStatusBadSize). Macroblocks: the pointer,
@@ -2200,16 +2210,16 @@ ZEP_API zepStatus ZEP_CALL zepiPCTInv8x8_JPEGXR_32f_C1IR(float* pSrcDst, int32_t
  * @defgroup refinement JPEG XR: refinement bits
  *
  * The refinement ("flex") bits of a 4x4 block: of each of its fifteen coefficients behind DC, in order of
- * frequency, m = modelBits bits (0 to 15) of magnitude, and a sign bit (1: negative) where these bits are not all 0 and
- * no block coder has coded the sign. Positions are those of the photo core transform; DC is neither read
- * nor written. With m = 0 nothing is read or written, whatever the flags.
+ * frequency, m = modelBits bits (0 to 15) of magnitude, and a sign bit (1: negative) where these bits are not
+ * all 0 and no block coder has coded the sign. Positions are those of the photo core transform; DC is neither
+ * read nor written. With m = 0 nothing is read or written, whatever the flags.
  *
  * A stream is a byte pointer, an accumulator whose upper *pBitCount bits (0 to 32) are valid, and that
  * count; bits come highest first, and a stream begins with 0 and 0. The caller keeps all three between
  * calls.
  *
- * - Reading: whenever fewer than 16 bits are valid before a coefficient, two bytes are read, so at most 31 bits beyond
- *   the last one consumed. The end of the bytes is not known: keep four spare bytes behind them.
+ * - Reading: whenever fewer than 16 bits are valid before a coefficient, two bytes are read, so at most
+ *   31 bits beyond the last one consumed. The end of the bytes is not known: keep four spare bytes behind them.
  * - Writing: two bytes are stored whenever 16 bits are pending; 0 to 15 are left after a call, which the
  *   caller stores in the end in (count + 7) / 8 bytes. A block takes at most 15 (m + 1) bits.
  *
@@ -2241,8 +2251,8 @@ ZEP_API zepStatus ZEP_CALL zepiFLCDecode4x4_JPEGXR_1u16s_C1IR(const uint8_t** pp
  *
  * coded 0 (the block coder has not coded this block): the lowest m bits of |c| >> trimBits, and a sign where they
  * are not all 0. coded 1: the packed values that zepiVLCEncode4x4Flex_JPEGXR_16s1u_C1R and its like left,
- * pPacked[4 * row + column]: the lowest m + (value & 1) bits of value >> 1. Decoding with modelBits = m, multiplier
- * = 1 << trimBits and refine = coded restores the coefficients but for what was trimmed.
+ * pPacked[4 * row + column]: the lowest m + (value & 1) bits of value >> 1. Decoding with modelBits = m,
+ * multiplier = 1 << trimBits and refine = coded restores the coefficients but for what was trimmed.
  */
 ZEP_API zepStatus ZEP_CALL zepiFLCEncode4x4_JPEGXR_32s1u_C1R(
     const int32_t* pSrc, int32_t srcStep, const int32_t* pPacked, uint8_t** ppDst, uint32_t* pAcc,

@@ -15,11 +15,11 @@ Status Forward(const FrameHeader& frame, size_t threads, CodedPlane* plane);
 Status Inverse(const FrameHeader& frame, size_t threads, CodedPlane* plane);
 
 // The same row by row of macroblocks, for frames without hard tiles: the second stage of a row once its
-// coefficients are there; the first stage of a row once the second stage of the next one, if there is any, is done. What
-// lies behind the row before is final then, but for the last two rows of samples.
+// coefficients are there; the first stage of a row once the second stage of the next one, if there is any, is
+// done. What lies behind the row before is final then, but for the last two rows of samples.
 //
-// Forward: the first stage of a row once its samples are there (those of its last blocks wait for the next row), then the second
-// stage of the row before, and in the end that of the last one.
+// Forward: the first stage of a row once its samples are there (those of its last blocks wait for the next
+// row), then the second stage of the row before, and in the end that of the last one.
 void ForwardMbRow(const FrameHeader& frame, size_t mb_row, CodedPlane* plane);
 void ForwardDcRow(const FrameHeader& frame, size_t mb_row, CodedPlane* plane);
 void InverseDcRow(const FrameHeader& frame, size_t mb_row, CodedPlane* plane);

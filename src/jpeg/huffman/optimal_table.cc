@@ -3,8 +3,8 @@
 // (ITU-T T.81, K.2, asks for both).
 //
 // Package-merge: the lengths that cost least are found by 16 rounds of merging the symbols, by weight, with pairs
-// of what the round before has left; a symbol's length is how often it stands among the first 2 n - 2 of the rounds.
-// A symbol of weight 0 besides takes the code of all ones.
+// of what the round before has left; a symbol's length is how often it stands among the first 2 n - 2 of the
+// rounds. A symbol of weight 0 besides takes the code of all ones.
 #include <algorithm>
 #include <cstring>
 
