@@ -49,7 +49,7 @@ class Collector {
     if (HWY_UNLIKELY(count == 64)) {
       StoreAll(bits_);
     } else {
-      StoreSome(bits_ << free_, count >> 3);
+      StoreSome(bits_ << (free_ & 63), count >> 3);
     }
     const uint64_t pending_and_last = bits_ & ((uint64_t{256} << rest) - 1);
     StorePending(static_cast<uint32_t>(pending_and_last << (24 - rest)),
