@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+#include "frame/checks.h"
+#include "jpeg/huffman/magnitude.h"
 #include "jpeg/huffman/states.h"
 
 namespace zepjp {
@@ -16,6 +18,16 @@ struct Destination {
   int32_t length;
   int32_t* position;
 };
+
+// What every encoder checks before it looks whether to flush.
+inline zepStatus CheckDestination(const Destination& to, const zepiEncodeHuffmanState* state) {
+  return Checks()
+      .Ptr(to.bytes)
+      .Refuse(to.length < 1, zepStatusBadSize)
+      .Ptr(to.position)
+      .Ptr(state)
+      .Failed();
+}
 
 // The state's record keeps the pending bits left-aligned below bit 24, and above them the byte that
 // was written last. A record that no coder left behind (more than 7 pending bits) does no harm.
@@ -75,6 +87,14 @@ class BitWriter {
   Destination to_;
   zepiEncodeHuffmanState* state_;
 };
+
+// The category of a DC difference and its extra bits.
+inline zepStatus PutDc(int32_t difference, const zepiEncodeHuffmanSpec& table, BitWriter* writer) {
+  const uint32_t category = CategoryOf(difference);
+  if (auto bad = writer->PutCode(table.entry[category])) return bad;
+  return category == 0 ? zepStatusOk
+                       : writer->Put(static_cast<uint32_t>(ExtraBits(difference)), category);
+}
 
 }  // namespace zepjp
 

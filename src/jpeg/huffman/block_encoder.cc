@@ -60,13 +60,6 @@ inline int32_t ExchangeDc(const int16_t* block, int16_t* last_dc) {
   return difference;
 }
 
-zepStatus PutDc(int32_t difference, const zepiEncodeHuffmanSpec& table, BitWriter* writer) {
-  const uint32_t category = CategoryOf(difference);
-  if (auto bad = writer->PutCode(table.entry[category])) return bad;
-  return category == 0 ? zepStatusOk
-                       : writer->Put(static_cast<uint32_t>(ExtraBits(difference)), category);
-}
-
 // A non-zero coefficient behind `run` zeros.
 zepStatus PutAc(int32_t value, uint32_t run, const zepiEncodeHuffmanSpec& table,
                 BitWriter* writer) {
@@ -228,14 +221,7 @@ zepStatus ZEP_CALL Encode(const int16_t* block, uint8_t* bytes, int32_t length, 
                           int16_t* last_dc, const zepiEncodeHuffmanSpec* dc_table,
                           const zepiEncodeHuffmanSpec* ac_table, zepiEncodeHuffmanState* state,
                           int32_t flushes) {
-  if (auto bad = Checks()
-                     .Ptr(bytes)
-                     .Refuse(length < 1, zepStatusBadSize)
-                     .Ptr(position)
-                     .Ptr(state)
-                     .Failed()) {
-    return bad;
-  }
+  if (auto bad = CheckDestination({bytes, length, position}, state)) return bad;
   if (HWY_UNLIKELY(flushes != 0)) return BitWriter({bytes, length, position}, state).Flush();
   if (auto bad = Checks().Ptr(block).Ptr(last_dc).Ptr(dc_table).Ptr(ac_table).Failed()) return bad;
   const int32_t dc_difference = ExchangeDc(block, last_dc);

@@ -6,6 +6,7 @@
 //   bool Symbol(uint32_t symbol)              false: it cannot take it, and the rest is not told
 //   bool Bits(uint32_t value, uint32_t count)
 //   bool Corrections(const uint8_t* bits, uint32_t count)   a byte for each bit
+//   bool NoSymbol()                           false: a coefficient that has none
 #ifndef ZEPJP_SRC_JPEG_HUFFMAN_PROGRESSIVE_H_
 #define ZEPJP_SRC_JPEG_HUFFMAN_PROGRESSIVE_H_
 
@@ -24,13 +25,13 @@ constexpr uint32_t kMostEobRun = 32767;
 // The run is written while there is room for the corrections of another block.
 constexpr uint32_t kMostCorrections = sizeof(zepiEncodeHuffmanState::correctionBits) - 63;
 
+inline bool IsBadShift(int32_t shift) { return shift < 0 || shift > kMostShift; }
+
 // A scan's band and the lowest bit that it codes.
 struct Band {
   int32_t first, last, shift;
 
-  bool IsBad() const {
-    return first < 1 || last < first || last > 63 || shift < 0 || shift > kMostShift;
-  }
+  bool IsBad() const { return first < 1 || last < first || last > 63 || IsBadShift(shift); }
 };
 
 // The run of blocks whose bands have ended, and the corrections in these.
@@ -76,7 +77,7 @@ inline uint32_t ShiftedMagnitude(int32_t value, int32_t shift) {
   return static_cast<uint32_t>(value < 0 ? -value : value) >> shift;
 }
 
-// The first scan of a band. -32768 has no symbol where it is not shifted: the sink is told category 16.
+// The first scan of a band. -32768 has no symbol where it is not shifted.
 template <class Sink>
 bool TellFirst(const int16_t* block, const Band& band, EobRun* run, Sink* sink) {
   uint32_t zeros = 0;

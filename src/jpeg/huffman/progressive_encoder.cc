@@ -90,15 +90,6 @@ zepStatus Write(const Tell& tell, const zepiEncodeHuffmanSpec* table, const Dest
   return sink.status();
 }
 
-zepStatus CheckDestination(const Destination& to, const zepiEncodeHuffmanState* state) {
-  return Checks()
-      .Ptr(to.bytes)
-      .Refuse(to.length < 1, zepStatusBadSize)
-      .Ptr(to.position)
-      .Ptr(state)
-      .Failed();
-}
-
 // The run that is pending, then ones.
 zepStatus Flush(const zepiEncodeHuffmanSpec* table, const Destination& to,
                 zepiEncodeHuffmanState* state) {
@@ -125,8 +116,6 @@ zepStatus EncodeBand(const Tell& tell, const int16_t* block, const Destination& 
   return Write(tell, table, to, state);
 }
 
-bool IsBadShift(int32_t shift) { return shift < 0 || shift > kMostShift; }
-
 }  // namespace
 }  // namespace zepjp
 
@@ -149,11 +138,8 @@ zepStatus ZEP_CALL zepiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(
   const int32_t dc = LoadCoefficient(pSrc) >> Al;
   const int32_t difference = dc - LoadCoefficient(pLastDC);
   StoreCoefficient(dc, pLastDC);
-  const uint32_t category = CategoryOf(difference);
   BitWriter writer(to, pEncHuffState);
-  if (auto bad = writer.PutCode(pDcTable->entry[category])) return bad;
-  if (category == 0) return zepStatusOk;
-  return writer.Put(static_cast<uint32_t>(ExtraBits(difference)), category);
+  return PutDc(difference, *pDcTable, &writer);
 }
 
 zepStatus ZEP_CALL zepiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(

@@ -120,7 +120,7 @@ zepStatus ZEP_CALL zepiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1(const int16_t
                      .Ptr(pSrc)
                      .Ptr(pDcStatistics)
                      .Ptr(pLastDC)
-                     .Refuse(Al < 0 || Al > kMostShift, zepStatusOutOfRange)
+                     .Refuse(IsBadShift(Al), zepStatusOutOfRange)
                      .Failed()) {
     return bad;
   }

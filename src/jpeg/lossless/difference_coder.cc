@@ -203,11 +203,6 @@ bool IsBadCount(int32_t width, int32_t components) {
   return width < 1 || components < 1 || components > kMostComponents;
 }
 
-zepStatus CheckDestination(const uint8_t* bytes, int32_t length, const int32_t* position,
-                           const zepiEncodeHuffmanState* state) {
-  return Checks().Ptr(bytes).Refuse(length < 1, zepStatusBadSize).Ptr(position).Ptr(state).Failed();
-}
-
 }  // namespace
 }  // namespace zepjp
 
@@ -217,8 +212,8 @@ zepStatus ZEP_CALL zepiEncodeHuffmanOne_JPEG_16s1u_C1(const int16_t* pSrc, uint8
                                                       zepiEncodeHuffmanState* pEncHuffState,
                                                       int32_t bFlushState) {
   using namespace zepjp;
-  if (auto bad = CheckDestination(pDst, dstLenBytes, pDstCurrPos, pEncHuffState)) return bad;
   const Destination to = {pDst, dstLenBytes, pDstCurrPos};
+  if (auto bad = CheckDestination(to, pEncHuffState)) return bad;
   if (bFlushState != 0) return BitWriter(to, pEncHuffState).Flush();
   if (auto bad = Checks().Ptr(pSrc).Ptr(pTable).Failed()) return bad;
   return kernels.encode({{pSrc}, {pTable}, 1}, 1, to, pEncHuffState);
@@ -229,8 +224,8 @@ zepStatus ZEP_CALL zepiEncodeHuffmanRow_JPEG_16s1u_P4C1(
     int32_t width, int32_t nComponents, const zepiEncodeHuffmanSpec* const pTable[4],
     zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState) {
   using namespace zepjp;
-  if (auto bad = CheckDestination(pDst, dstLenBytes, pDstCurrPos, pEncHuffState)) return bad;
   const Destination to = {pDst, dstLenBytes, pDstCurrPos};
+  if (auto bad = CheckDestination(to, pEncHuffState)) return bad;
   if (bFlushState != 0) return BitWriter(to, pEncHuffState).Flush();
   if (auto bad = Checks()
                      .Ptr(pSrc)
