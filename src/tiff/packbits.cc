@@ -12,9 +12,7 @@
 
 #include "frame/checks.h"
 #include "frame/memory.h"
-
-// Inlined, so that what they change stays in registers.
-#define ZEP_FLATTEN inline __attribute__((always_inline))
+#include "hwy/base.h"
 
 namespace zepjp {
 namespace {
@@ -77,7 +75,7 @@ class Planner {
 
  private:
   // Byte `i`; whether the next one equals it.
-  ZEP_FLATTEN void PlanOne(uint32_t i, uint64_t is_equal) {
+  HWY_INLINE void PlanOne(uint32_t i, uint64_t is_equal) {
     const uint32_t in_run = 0u - static_cast<uint32_t>(is_equal);
     behind_run_ = (behind_run_ & in_run) | (last_ & ~in_run);
     run_ = (run_ & in_run) + 1;
@@ -101,7 +99,7 @@ class Planner {
     ForgetLeast();
   }
 
-  ZEP_FLATTEN void ForgetLeast() {
+  HWY_INLINE void ForgetLeast() {
     if (__builtin_expect(!at_least_.IsEmpty(), 1)) return;
     at_least_ = above_least_;
     above_least_ = Positions();
@@ -109,7 +107,7 @@ class Planner {
   }
 
   // Eight bytes from `low` on, each different from the next. False: they have to be planned one by one.
-  ZEP_FLATTEN bool PlanLiterals(uint32_t low) {
+  HWY_INLINE bool PlanLiterals(uint32_t low) {
     constexpr uint64_t kAllEight = uint64_t{0xFF} << 56;
     const uint64_t literal = at_least_.Farthest();
     if (literal + 7 < kMost) {
@@ -131,7 +129,7 @@ class Planner {
 
   // Eight bytes from `low` on, each equal to the next: where a run is better than all within reach it remains so
   // while it grows to 128 bytes, and then while it was 128 bytes before.
-  ZEP_FLATTEN bool PlanRun(uint32_t low) {
+  HWY_INLINE bool PlanRun(uint32_t low) {
     uint32_t key;
     uint64_t controls;
     if (run_ + 8 <= kMost) {

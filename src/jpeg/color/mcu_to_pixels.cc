@@ -131,32 +131,22 @@ HWY_INLINE void StoreFour(V8 a, V8 b, V8 c, V8 d, const Place& to) {
 }
 
 // What becomes of a cell's components.
-struct ToRgb {
+template <bool kIsBgr>
+struct ToThree {
   static constexpr size_t kChannels = 3, kComponents = 3;
   static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t, const Place& to) {
-    const Rgb p = Convert(runs[0], runs[1], runs[2]);
+    const Rgb rgb = Convert(runs[0], runs[1], runs[2]);
+    const Rgb p = kIsBgr ? Reversed(rgb) : rgb;
     StoreThree(p.r, p.g, p.b, to);
   }
 };
-struct ToBgr {
-  static constexpr size_t kChannels = 3, kComponents = 3;
-  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t, const Place& to) {
-    const Rgb p = Convert(runs[0], runs[1], runs[2]);
-    StoreThree(p.b, p.g, p.r, to);
-  }
-};
-struct ToRgbx {
+template <bool kIsBgr>
+struct ToFour {
   static constexpr size_t kChannels = 4, kComponents = 3;
   static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t alpha, const Place& to) {
-    const Rgb p = Convert(runs[0], runs[1], runs[2]);
+    const Rgb rgb = Convert(runs[0], runs[1], runs[2]);
+    const Rgb p = kIsBgr ? Reversed(rgb) : rgb;
     StoreFour(p.r, p.g, p.b, hn::Set(D8(), alpha), to);
-  }
-};
-struct ToBgrx {
-  static constexpr size_t kChannels = 4, kComponents = 3;
-  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t alpha, const Place& to) {
-    const Rgb p = Convert(runs[0], runs[1], runs[2]);
-    StoreFour(p.b, p.g, p.r, hn::Set(D8(), alpha), to);
   }
 };
 struct ToInks {
@@ -224,8 +214,13 @@ constexpr Samplings kSamplings = {FromMcu444<Target>, FromReducedMcu<Target, 1>,
                                   FromReducedMcu<Target, 2>};
 
 constexpr Kernels kKernels = {
-    kSamplings<ToRgb>,  kSamplings<ToRgbx>,    kSamplings<ToBgr>, kSamplings<ToBgrx>,
-    kSamplings<ToInks>, kSamplings<ToSamples>, Join422,
+    kSamplings<ToThree<false>>,
+    kSamplings<ToFour<false>>,
+    kSamplings<ToThree<true>>,
+    kSamplings<ToFour<true>>,
+    kSamplings<ToInks>,
+    kSamplings<ToSamples>,
+    Join422,
 };
 
 }  // namespace

@@ -8,10 +8,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "hwy/base.h"
 #include "jpeg2k/codeblock/tables.h"
-
-// Inlined into kernels, and so compiled for their instruction set.
-#define ZEP_FLATTEN inline __attribute__((always_inline))
 
 namespace zepjp::codeblock {
 
@@ -33,7 +31,7 @@ class MqEncoder {
     at_.size = size;
   }
 
-  ZEP_FLATTEN void Encode(const Symbol* symbols, const Symbol* end, ContextStates* contexts) {
+  HWY_INLINE void Encode(const Symbol* symbols, const Symbol* end, ContextStates* contexts) {
     MqPosition at = at_;
     for (; symbols < end; ++symbols) {
       if (*symbols < kZeroRuns) {
@@ -98,7 +96,7 @@ class MqEncoder {
   }
 
   // Those that take no scaling, at most so many: returns their number.
-  ZEP_FLATTEN static uint32_t SkipZeroRuns(uint32_t most, uint32_t run_state, MqPosition* at) {
+  HWY_INLINE static uint32_t SkipZeroRuns(uint32_t most, uint32_t run_state, MqPosition* at) {
     const auto qe = static_cast<uint32_t>(kEncoderStates[run_state] >> kEncoderPoint);
     uint32_t count = 0;
     if ((run_state & 1) != 0) return 0;
@@ -107,7 +105,7 @@ class MqEncoder {
     return count;
   }
 
-  ZEP_FLATTEN void EncodeOne(Symbol symbol, ContextStates* contexts, MqPosition* at) const {
+  HWY_INLINE void EncodeOne(Symbol symbol, ContextStates* contexts, MqPosition* at) const {
     uint8_t* context = &(*contexts)[symbol >> 1];
     const uint64_t state = kEncoderStates[*context];
     const auto qe = static_cast<uint32_t>(state >> kEncoderPoint);
@@ -134,7 +132,7 @@ class MqEncoder {
 
   // `room` is how far the code was shifted beyond a byte, or 0. A carry goes into the last byte; behind FF
   // comes a byte with room for a carry.
-  ZEP_FLATTEN void PutByte(MqPosition* at) const {
+  HWY_INLINE void PutByte(MqPosition* at) const {
     uint8_t* last = bytes_ + at->size - 1;
     int low = 19 - at->room;  // bits that stay
     uint32_t value = *last;
@@ -197,7 +195,7 @@ class RawEncoder {
 // needed yet.
 class MqDecoder {
  public:
-  ZEP_FLATTEN MqDecoder(const uint8_t* bytes, size_t size, const ContextStates& states)
+  HWY_INLINE MqDecoder(const uint8_t* bytes, size_t size, const ContextStates& states)
       : bytes_(bytes), size_(size) {
     SetContexts(states);
     last_ = size > 0 ? bytes[0] : 0xFF;
@@ -207,7 +205,7 @@ class MqDecoder {
     ahead_ -= 7;
   }
 
-  ZEP_FLATTEN void SetContexts(const ContextStates& states) {
+  HWY_INLINE void SetContexts(const ContextStates& states) {
     for (size_t i = 0; i < kContextCount; ++i) contexts_[i] = kDecoderStates[states[i]];
   }
   ContextStates states() const {
@@ -217,7 +215,7 @@ class MqDecoder {
   }
 
   // For symbols of which most can be foreseen.
-  ZEP_FLATTEN uint32_t Decode(uint32_t context) {
+  HWY_INLINE uint32_t Decode(uint32_t context) {
     const uint64_t state = contexts_[context];
     const uint64_t qe = state & kEstimateBits;
     const uint64_t excess = excess_ - qe, code = code_ - qe;
@@ -229,7 +227,7 @@ class MqDecoder {
   }
 
   // Zeros of a context, at most so many, that take no scaling: returns their number.
-  ZEP_FLATTEN uint32_t SkipZeros(uint32_t context, uint32_t most) {
+  HWY_INLINE uint32_t SkipZeros(uint32_t context, uint32_t most) {
     const uint64_t state = contexts_[context];
     const uint64_t qe = state & kEstimateBits;
     uint32_t count = 0;
@@ -242,7 +240,7 @@ class MqDecoder {
   }
 
   // The same without any jump, for symbols that cannot be foreseen.
-  ZEP_FLATTEN uint32_t DecodeUnforeseen(uint32_t context) {
+  HWY_INLINE uint32_t DecodeUnforeseen(uint32_t context) {
     const uint64_t state = contexts_[context];
     const uint64_t qe = state & kEstimateBits;
     const uint64_t interval = excess_ + kHalf - qe;
@@ -283,7 +281,7 @@ class MqDecoder {
   static constexpr uint64_t kEstimateBits = ~((uint64_t{1} << kPoint) - 1);
 
   // Four bytes if none of them is special.
-  ZEP_FLATTEN void Fill() {
+  HWY_INLINE void Fill() {
     if (last_ != 0xFF && size_ - position_ > 4 && position_ < size_) {
       uint32_t word;
       std::memcpy(&word, bytes_ + position_ + 1, 4);

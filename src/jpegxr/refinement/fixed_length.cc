@@ -15,6 +15,7 @@
 #include <cstring>
 
 #include "frame/checks.h"
+#include "jpegxr/vlc/vlc_writer.h"
 #include "simd/dispatch.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -222,56 +223,14 @@ void Decode(const uint8_t** from, Bits bits, T* block, ptrdiff_t step, uint32_t 
   }
 }
 
-// Collects bits, the first one highest, and stores them by fours and twos of bytes.
-class Collector {
- public:
-  explicit HWY_INLINE Collector(uint8_t* to, Bits bits) : to_(to), count_(*bits.count) {
-    bits_ = count_ == 0 ? 0 : *bits.accumulator >> (32 - count_);
-    Store();
+// The lowest `count` bits of `value`, which has no others.
+HWY_INLINE void PutLong(uint64_t value, uint32_t count, VlcWriter* writer) {
+  if (count > 32) {
+    writer->Put(static_cast<uint32_t>(value >> 32), count - 32);
+    count = 32;
   }
-
-  // The lowest `count` bits of `value`, which has no others; 32 before the next Store.
-  HWY_INLINE void Put(uint32_t value, uint32_t count) {
-    bits_ = bits_ << count | value;
-    count_ += count;
-  }
-
-  // The same with up to 64 bits, stored.
-  HWY_INLINE void PutLong(uint64_t value, uint32_t count) {
-    if (count > 32) {
-      Put(static_cast<uint32_t>(value >> 32), count - 32);
-      Store();
-      count = 32;
-    }
-    Put(static_cast<uint32_t>(value), count);
-    Store();
-  }
-
-  HWY_INLINE void Store() {
-    if (count_ < 32) return;
-    count_ -= 32;
-    const uint32_t bytes = __builtin_bswap32(static_cast<uint32_t>(bits_ >> count_));
-    CopyBytes(&bytes, to_, 4);
-    to_ += 4;
-  }
-
-  HWY_INLINE uint8_t* Leave(Bits bits) {
-    if (count_ >= 16) {
-      count_ -= 16;
-      const uint16_t bytes = __builtin_bswap16(static_cast<uint16_t>(bits_ >> count_));
-      CopyBytes(&bytes, to_, 2);
-      to_ += 2;
-    }
-    *bits.accumulator = static_cast<uint32_t>(bits_ << 16 << (16 - count_));
-    *bits.count = count_;
-    return to_;
-  }
-
- private:
-  uint8_t* to_;
-  uint64_t bits_ = 0;  // its lowest `count` bits are pending
-  uint32_t count_;
-};
+  writer->Put(static_cast<uint32_t>(value), count);
+}
 
 // What four coefficients write: the bits, and a mask of how many.
 struct Fields {
@@ -317,8 +276,8 @@ struct FromPacked {
 };
 
 template <class Source>
-uint8_t* EncodeFields(const Source& source, uint8_t* to, Bits bits, uint32_t m) {
-  Collector collector(to, bits);
+void EncodeFields(const Source& source, const BitTarget& to, uint32_t m) {
+  VlcWriter writer(to);
   HWY_ALIGN uint32_t field[16], mask[16];
   for (ptrdiff_t row = 0; row < 4; ++row) {
     const Fields fields = source.Row(row);
@@ -327,10 +286,9 @@ uint8_t* EncodeFields(const Source& source, uint8_t* to, Bits bits, uint32_t m) 
   }
   for (uint32_t i = 0; i < kCount; ++i) {
     const uint32_t place = kPlace[i];
-    collector.Put(field[place], m + (mask[place] >> m));
-    collector.Store();
+    writer.Put(field[place], m + (mask[place] >> m));
   }
-  return collector.Leave(bits);
+  writer.Finish(to);
 }
 
 #if HWY_TARGET <= HWY_AVX2
@@ -350,37 +308,37 @@ HWY_INLINE __m128i ToBytes(VU32 row0, VU32 row1, VU32 row2, VU32 row3) {
 
 // Fields of up to 8 bits.
 template <class Source>
-uint8_t* EncodeShort(const Source& source, uint8_t* to, Bits bits, uint32_t m) {
-  Collector collector(to, bits);
+void EncodeShort(const Source& source, const BitTarget& to, uint32_t m) {
+  VlcWriter writer(to);
   const Fields rows[4] = {source.Row(0), source.Row(1), source.Row(2), source.Row(3)};
   const __m128i field = ToBytes(rows[0].bits, rows[1].bits, rows[2].bits, rows[3].bits);
   const __m128i mask = ToBytes(rows[0].mask, rows[1].mask, rows[2].mask, rows[3].mask);
   const auto first_mask = static_cast<uint64_t>(_mm_cvtsi128_si64(mask));
   const auto second_mask = static_cast<uint64_t>(_mm_extract_epi64(mask, 1));
-  collector.PutLong(_pext_u64(static_cast<uint64_t>(_mm_cvtsi128_si64(field)), first_mask),
-                    static_cast<uint32_t>(_mm_popcnt_u64(first_mask)));
-  collector.PutLong(_pext_u64(static_cast<uint64_t>(_mm_extract_epi64(field, 1)), second_mask),
-                    static_cast<uint32_t>(_mm_popcnt_u64(second_mask)));
-  return collector.Leave(bits);
+  PutLong(_pext_u64(static_cast<uint64_t>(_mm_cvtsi128_si64(field)), first_mask),
+          static_cast<uint32_t>(_mm_popcnt_u64(first_mask)), &writer);
+  PutLong(_pext_u64(static_cast<uint64_t>(_mm_extract_epi64(field, 1)), second_mask),
+          static_cast<uint32_t>(_mm_popcnt_u64(second_mask)), &writer);
+  writer.Finish(to);
 }
 
 #endif
 
 template <class Source>
-HWY_INLINE uint8_t* EncodeAll(const Source& source, uint8_t* to, Bits bits, uint32_t m) {
+HWY_INLINE void EncodeAll(const Source& source, const BitTarget& to, uint32_t m) {
 #if HWY_TARGET <= HWY_AVX2
-  if (m <= 7) return EncodeShort(source, to, bits, m);
+  if (m <= 7) return EncodeShort(source, to, m);
 #endif
-  return EncodeFields(source, to, bits, m);
+  EncodeFields(source, to, m);
 }
 
 template <class T>
 void Encode(const T* block, ptrdiff_t step, uint8_t** to, Bits bits, uint32_t m, uint32_t trim) {
-  *to = EncodeAll(FromBlock<T>{block, step, m, trim}, *to, bits, m);
+  EncodeAll(FromBlock<T>{block, step, m, trim}, {to, bits.accumulator, bits.count}, m);
 }
 
 void EncodePacked(const int32_t* packed, uint8_t** to, Bits bits, uint32_t m) {
-  *to = EncodeAll(FromPacked{packed, m}, *to, bits, m);
+  EncodeAll(FromPacked{packed, m}, {to, bits.accumulator, bits.count}, m);
 }
 
 constexpr Kernels kKernels = {Decode<int32_t>, Decode<int16_t>, Encode<int32_t>, Encode<int16_t>,

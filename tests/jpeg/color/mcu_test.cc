@@ -111,10 +111,6 @@ void CompareToPixels(const harness::Named<Export>& exported, const Model& model,
 }
 
 constexpr uint8_t kAlpha = 0x5A;
-#define WITH_ALPHA(function)                                                           \
-  harness::Named{#function, [](auto... args) { return ::function(args..., kAlpha); }}, \
-      [](auto... args) { return ::reference::function(args..., kAlpha); }
-
 TEST(Mcu, RgbToBlocks) {
   CompareToBlocks(HARNESS_PAIR(zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C3P3R), {k444, 3, 3});
   CompareToBlocks(HARNESS_PAIR(zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C4P3R), {k444, 4, 3});
@@ -142,17 +138,23 @@ TEST(Mcu, InksAndSamplesToBlocks) {
 
 TEST(Mcu, BlocksToRgb) {
   CompareToPixels(HARNESS_PAIR(zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C3R), {k444, 3, 3});
-  CompareToPixels(WITH_ALPHA(zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C4R), {k444, 4, 3});
+  CompareToPixels(HARNESS_PAIR_WITH(zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C4R, kAlpha),
+                  {k444, 4, 3});
   CompareToPixels(HARNESS_PAIR(zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C3R), {k422, 3, 3});
-  CompareToPixels(WITH_ALPHA(zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C4R), {k422, 4, 3});
+  CompareToPixels(HARNESS_PAIR_WITH(zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C4R, kAlpha),
+                  {k422, 4, 3});
   CompareToPixels(HARNESS_PAIR(zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C3R), {k411, 3, 3});
-  CompareToPixels(WITH_ALPHA(zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C4R), {k411, 4, 3});
+  CompareToPixels(HARNESS_PAIR_WITH(zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C4R, kAlpha),
+                  {k411, 4, 3});
   CompareToPixels(HARNESS_PAIR(zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C3R), {k444, 3, 3});
-  CompareToPixels(WITH_ALPHA(zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C4R), {k444, 4, 3});
+  CompareToPixels(HARNESS_PAIR_WITH(zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C4R, kAlpha),
+                  {k444, 4, 3});
   CompareToPixels(HARNESS_PAIR(zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C3R), {k422, 3, 3});
-  CompareToPixels(WITH_ALPHA(zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C4R), {k422, 4, 3});
+  CompareToPixels(HARNESS_PAIR_WITH(zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C4R, kAlpha),
+                  {k422, 4, 3});
   CompareToPixels(HARNESS_PAIR(zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C3R), {k411, 3, 3});
-  CompareToPixels(WITH_ALPHA(zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C4R), {k411, 4, 3});
+  CompareToPixels(HARNESS_PAIR_WITH(zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C4R, kAlpha),
+                  {k411, 4, 3});
 }
 
 TEST(Mcu, BlocksToInksAndSamples) {

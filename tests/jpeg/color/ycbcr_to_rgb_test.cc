@@ -34,16 +34,11 @@ TEST(YcbcrToRgb, EqualsModel) {
   CompareRegions<C2, C3>(HARNESS_PAIR(zepiYCbCr422ToRGB_JPEG_8u_C2C3R), kEvenWidth);
 }
 
-// The export and its model with a fourth channel, as HARNESS_PAIR has them.
-#define WITH_ALPHA(function)                                                           \
-  harness::Named{#function, [](auto... args) { return ::function(args..., kAlpha); }}, \
-      [](auto... args) { return ::reference::function(args..., kAlpha); }
-
 TEST(YcbcrToRgb, MorePixelsEqualModel) {
-  CompareRegions<P3, C4>(WITH_ALPHA(zepiYCbCrToRGB_JPEG_8u_P3C4R));
+  CompareRegions<P3, C4>(HARNESS_PAIR_WITH(zepiYCbCrToRGB_JPEG_8u_P3C4R, kAlpha));
   CompareRegions<P3, Packed>(HARNESS_PAIR(zepiYCbCrToRGB555_JPEG_8u16u_P3C3R));
   CompareRegions<P3, Packed>(HARNESS_PAIR(zepiYCbCrToRGB565_JPEG_8u16u_P3C3R));
-  CompareRegions<P3, C4>(WITH_ALPHA(zepiYCbCrToBGR_JPEG_8u_P3C4R));
+  CompareRegions<P3, C4>(HARNESS_PAIR_WITH(zepiYCbCrToBGR_JPEG_8u_P3C4R, kAlpha));
   CompareRegions<P3, Packed>(HARNESS_PAIR(zepiYCbCrToBGR555_JPEG_8u16u_P3C3R));
   CompareRegions<P3, Packed>(HARNESS_PAIR(zepiYCbCrToBGR565_JPEG_8u16u_P3C3R));
 }
