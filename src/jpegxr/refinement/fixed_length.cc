@@ -223,15 +223,6 @@ void Decode(const uint8_t** from, Bits bits, T* block, ptrdiff_t step, uint32_t 
   }
 }
 
-// The lowest `count` bits of `value`, which has no others.
-HWY_INLINE void PutLong(uint64_t value, uint32_t count, VlcWriter* writer) {
-  if (count > 32) {
-    writer->Put(static_cast<uint32_t>(value >> 32), count - 32);
-    count = 32;
-  }
-  writer->Put(static_cast<uint32_t>(value), count);
-}
-
 // What four coefficients write: the bits, and a mask of how many.
 struct Fields {
   VU32 bits, mask;
@@ -292,6 +283,15 @@ void EncodeFields(const Source& source, const BitTarget& to, uint32_t m) {
 }
 
 #if HWY_TARGET <= HWY_AVX2
+
+// The lowest `count` bits of `value`, which has no others.
+HWY_INLINE void PutLong(uint64_t value, uint32_t count, VlcWriter* writer) {
+  if (count > 32) {
+    writer->Put(static_cast<uint32_t>(value >> 32), count - 32);
+    count = 32;
+  }
+  writer->Put(static_cast<uint32_t>(value), count);
+}
 
 // The places in order of frequency, the first eight in the lower half, the first one of each half in its
 // highest byte; behind the last coefficient a byte of zero.
