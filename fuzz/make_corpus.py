@@ -32,10 +32,11 @@ def main():
     write("block_encoder", "tight", DC + AC + bytes([1]) + noise[1])
     for i, data in enumerate(noise):
         write("jpegxr_vlc", f"noise{i}", bytes(range(i, i + 40)) + data)
-    write("jpegxr_vlc", "escapes", bytes(20) + b"\x07" + b"\x01\x02\xff\xff\xfc" * 60)
-    write("jpegxr_vlc", "runs", bytes(20) + b"\x07" + b"\x05\x10\x0f\x11" * 60)
         write("difference_decoder", f"noise{i}", DC + DC + bytes([2, 60, 0]) + data)
         write("difference_decoder", f"stuffed{i}", DC + DC + bytes([0, 99, 0]) + data.replace(b"\xff", b"\xff\0"))
+    write("jpegxr_vlc", "escapes", bytes(20) + b"\x07" + b"\x01\x02\xff\xff\xfc" * 60)
+    write("jpegxr_vlc", "runs", bytes(20) + b"\x07" + b"\x05\x10\x0f\x11" * 60)
+    write("difference_decoder", "lone_ff", DC + DC + bytes([0, 17, 0]) + bytes(12) + b"\xff")
     runs = b"".join(bytes([i]) * n for i, n in enumerate((1, 2, 3, 127, 128, 129, 2, 300, 1, 1, 5)))
     write("packbits", "runs", bytes([0, 255, 7]) + runs)
     write("packbits", "mixed", bytes([0, 255, 7]) + runs + noise[2] + runs)

@@ -101,6 +101,8 @@ HWY_INLINE bool TakeDifferences(const RowsToDecode& rows, size_t begin, size_t e
                                 const Bytes& bytes, uint32_t unused, Progress* progress) {
   QuickReader<Bytes> reader(bytes, unused);
   if (!reader.Refill()) return false;
+  // What is given up has written nothing: the careful way may fail at an earlier sample.
+  int16_t taken[kMostComponents][kColumns];
   for (size_t x = begin; x < end; ++x) {
     for (int i = 0; i < rows.components; ++i) {
       if (!reader.Ensure()) return false;
@@ -109,10 +111,14 @@ HWY_INLINE bool TakeDifferences(const RowsToDecode& rows, size_t begin, size_t e
       if (HWY_UNLIKELY(entry == 0 || category > kMostCategory)) return false;
       int32_t difference = reader.TakeDifference(NumExtraBits(category));
       if (HWY_UNLIKELY(category == kMostCategory)) difference = kFarDifference;
-      StoreCoefficient(difference, rows.rows[i] + x);
+      taken[i][x - begin] = static_cast<int16_t>(difference);
     }
   }
-  return reader.Finish(progress);
+  if (!reader.Finish(progress)) return false;
+  for (int i = 0; i < rows.components; ++i) {
+    std::memcpy(rows.rows[i] + begin, taken[i], (end - begin) * sizeof(int16_t));
+  }
+  return true;
 }
 
 zepStatus TakeDifference(const zepiDecodeHuffmanSpec& table, BitReader* reader,

@@ -160,7 +160,10 @@ TEST(DifferenceCoder, RowsDecodeAsModel) {
       case 1:
         if (!bytes.empty()) bytes[random() % bytes.size()] = 0xFF;
         break;
-      case 2: bytes.resize(random() % (bytes.size() + 1)); break;
+      case 2:
+        bytes.resize(random() % (bytes.size() + 1));
+        if (random() % 2 == 0) bytes.push_back(0xFF);
+        break;
       default: break;
     }
     Decoded start = {};
