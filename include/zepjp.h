@@ -972,6 +972,52 @@ ZEP_API zepStatus ZEP_CALL zepiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1(
     int32_t Se, int32_t Al, const zepiEncodeHuffmanSpec* pAcTable,
     zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState);
 
+/**
+ * Decodes a block of the first DC scan: `*pLastDC` + the difference becomes `*pLastDC`, and times 2^Al the
+ * coefficient `pDst[0]`, its low 16 bits; the others stay.
+ *
+ * For the four decoders buffer, position, marker, state and the two errors are those of
+ * zepiDecodeHuffman8x8_JPEG_1u16s_C1(); the state also keeps how many blocks of a run of ended bands are left. Blocks
+ * are in natural order and are changed, not cleared: start with zeros, and keep them from scan to scan. On an
+ * error `pDst` holds what was decoded before; nothing outside the band is ever written.
+ *
+ * Checks: `pSrc`, `srcLenBytes` negative (::zepStatusBadArg), `pSrcCurrPos`, `pDst`, then the other pointers in
+ * their order, the limits of Al, Ss and Se (::zepStatusBadArg).
+ *
+ * @code
+ * // A refinement of the whole band by bit Al, block after block.
+ * zepiDecodeHuffmanStateInit_JPEG_8u(state);
+ * for (int i = 0, marker = 0, at = scanStart; i < blocks; ++i)
+ *   zepiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(file, fileSize, &at, block[i], &marker, 1, 63, Al, table, state);
+ * @endcode
+ */
+ZEP_API zepStatus ZEP_CALL zepiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(
+    const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcCurrPos, int16_t* pDst, int16_t* pLastDC,
+    int32_t* pMarker, int32_t Al, const zepiDecodeHuffmanSpec* pDcTable,
+    zepiDecodeHuffmanState* pDecHuffState);
+/** Decodes a block of a DC refinement: one bit, which sets bit Al of `pDst[0]` where it is 1. */
+ZEP_API zepStatus ZEP_CALL zepiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1(
+    const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcCurrPos, int16_t* pDst, int32_t* pMarker,
+    int32_t Al, zepiDecodeHuffmanState* pDecHuffState);
+/**
+ * Decodes a block of the first scan of a band: writes its coefficients, times 2^Al, where one is coded.
+ * @return ::zepStatusBadHuffCode also for a run past `Se`.
+ */
+ZEP_API zepStatus ZEP_CALL zepiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1(
+    const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcCurrPos, int16_t* pDst, int32_t* pMarker,
+    int32_t Ss, int32_t Se, int32_t Al, const zepiDecodeHuffmanSpec* pAcTable,
+    zepiDecodeHuffmanState* pDecHuffState);
+/**
+ * Decodes a block of a refinement of a band: sets bit Al of coefficients that are not 0, and makes others 2^Al or
+ * -2^Al.
+ * @return ::zepStatusBadHuffCode also for a run of more zeros than the band has left, and for a symbol of a
+ *   coefficient above 1.
+ */
+ZEP_API zepStatus ZEP_CALL zepiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(
+    const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcCurrPos, int16_t* pDst, int32_t* pMarker,
+    int32_t Ss, int32_t Se, int32_t Al, const zepiDecodeHuffmanSpec* pAcTable,
+    zepiDecodeHuffmanState* pDecHuffState);
+
 /** Counts the symbols of a block of a sequential scan. `*pLastDC` becomes the block's DC. */
 ZEP_API zepStatus ZEP_CALL zepiGetHuffmanStatistics8x8_JPEG_16s_C1(const int16_t* pSrc,
                                                                    int32_t pDcStatistics[256],

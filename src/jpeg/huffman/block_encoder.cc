@@ -19,7 +19,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/huffman/block_encoder.cc"
 #include "hwy/foreach_target.h"
-#include "simd/ops-inl.h"
+#include "jpeg/huffman/zigzag_scan-inl.h"
 
 #ifndef ZEPJP_BLOCK_ENCODER_KERNELS
 #  define ZEPJP_BLOCK_ENCODER_KERNELS
@@ -29,24 +29,6 @@ namespace {
 struct Kernels {
   decltype(zepiEncodeHuffman8x8_JPEG_16s1u_C1)* encode;
 };
-
-// For the zigzag indexes 16 g .. 16 g + 15: the bytes of the natural positions 16 s .. 16 s + 15 that
-// come there; others give 0.
-struct ZigzagShuffle {
-  alignas(16) int8_t bytes[4][4][16];
-  bool is_used[4][4];
-};
-constexpr ZigzagShuffle MakeZigzagShuffle() {
-  ZigzagShuffle shuffle = {};
-  for (int k = 0; k < 64; ++k) {
-    for (int s = 0; s < 4; ++s) shuffle.bytes[k / 16][s][k % 16] = -1;
-    const int natural = kNaturalOfZigzag[k];
-    shuffle.bytes[k / 16][natural / 16][k % 16] = static_cast<int8_t>(natural % 16);
-    shuffle.is_used[k / 16][natural / 16] = true;
-  }
-  return shuffle;
-}
-constexpr ZigzagShuffle kZigzagShuffle = MakeZigzagShuffle();
 
 // The longest block, in bytes: 7 pending bits, 32 for DC, 31 for each other coefficient; each byte may be
 // stuffed.
@@ -100,91 +82,9 @@ namespace zepjp {
 namespace HWY_NAMESPACE {
 namespace {
 
-using D8 = hn::FixedTag<uint8_t, 16>;
-using D16 = hn::FixedTag<int16_t, 8>;
-using V8 = hn::VFromD<D8>;
-
-// The coefficients in zigzag order: which of them are not 0, and their values.
-#if HWY_TARGET == HWY_AVX3
-
-class Scan {
- public:
-  HWY_INLINE explicit Scan(const int16_t* block) {
-    const __m512i low = _mm512_loadu_si512(block);
-    const __m512i high = _mm512_loadu_si512(block + 32);
-    const __m512i first = _mm512_permutex2var_epi16(low, Order(0), high);
-    const __m512i second = _mm512_permutex2var_epi16(low, Order(32), high);
-    _mm512_store_si512(values_, first);
-    _mm512_store_si512(values_ + 32, second);
-    nonzero_ = _mm512_test_epi16_mask(first, first) |
-               uint64_t{_mm512_test_epi16_mask(second, second)} << 32;
-  }
-  uint64_t nonzero() const { return nonzero_; }
-  int64_t value(int index) const { return values_[index]; }
-
- private:
-  static HWY_INLINE __m512i Order(int from) {
-    return _mm512_cvtepu8_epi16(
-        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(kNaturalOfZigzag + from)));
-  }
-
-  alignas(64) int16_t values_[64];
-  uint64_t nonzero_;
-};
-
-#else
-
-// 1 for each of 16 coefficients that is not 0.
-HWY_INLINE V8 NonZero16(const int16_t* from) {
-  const D16 d;
-  const auto flag = [&](const int16_t* at) ZEP_ATTR {
-    const auto is_zero = hn::VecFromMask(d, hn::Eq(hn::LoadU(d, at), hn::Zero(d)));
-    return hn::AndNot(is_zero, hn::Set(d, 1));
-  };
-  return PackBlocks(flag(from), flag(from + 8));
-}
-
-template <int kGroup, int kSource>
-HWY_INLINE V8 AddFrom(V8 sum, V8 source) {
-  if constexpr (!kZigzagShuffle.is_used[kGroup][kSource]) return sum;
-  const V8 order =
-      hn::Load(D8(), reinterpret_cast<const uint8_t*>(kZigzagShuffle.bytes[kGroup][kSource]));
-  return hn::Or(sum, hn::TableLookupBytesOr0(source, order));
-}
-
-template <int kGroup>
-HWY_INLINE uint64_t GroupBits(const V8 (&flags)[4]) {
-  V8 group = hn::Zero(D8());
-  group = AddFrom<kGroup, 0>(group, flags[0]);
-  group = AddFrom<kGroup, 1>(group, flags[1]);
-  group = AddFrom<kGroup, 2>(group, flags[2]);
-  group = AddFrom<kGroup, 3>(group, flags[3]);
-  uint64_t bits = 0;
-  hn::StoreMaskBits(D8(), hn::Ne(group, hn::Zero(D8())), reinterpret_cast<uint8_t*>(&bits));
-  return bits << (16 * kGroup);
-}
-
-class Scan {
- public:
-  HWY_INLINE explicit Scan(const int16_t* block) : block_(block) {
-    const V8 flags[4] = {NonZero16(block), NonZero16(block + 16), NonZero16(block + 32),
-                         NonZero16(block + 48)};
-    nonzero_ =
-        GroupBits<0>(flags) | GroupBits<1>(flags) | GroupBits<2>(flags) | GroupBits<3>(flags);
-  }
-  uint64_t nonzero() const { return nonzero_; }
-  int64_t value(int index) const { return LoadCoefficient(block_ + kNaturalOfZigzag[index]); }
-
- private:
-  const int16_t* block_;
-  uint64_t nonzero_;  // bit k for zigzag index k
-};
-
-#endif
-
-HWY_INLINE bool PutAcs(const Scan& scan, const zepiEncodeHuffmanSpec& table, Collector* to) {
+HWY_INLINE bool PutAcs(const ZigzagScan& scan, const zepiEncodeHuffmanSpec& table, Collector* to) {
   int next = 1;  // the first index that is not coded yet
-  for (uint64_t left = scan.nonzero() & ~uint64_t{1}; left != 0; left &= left - 1) {
+  for (uint64_t left = scan.NonZero() & ~uint64_t{1}; left != 0; left &= left - 1) {
     const int index = __builtin_ctzll(left);
     auto run = static_cast<uint32_t>(index - next);
     for (; HWY_UNLIKELY(run > 15); run -= 16) {
@@ -206,7 +106,7 @@ HWY_INLINE bool EncodeQuickly(const int16_t* block, int32_t dc_difference,
                               zepiEncodeHuffmanState* state) {
   const int64_t position = *to.position;
   if (HWY_UNLIKELY(position < 0 || to.length - position < kMaxBlockBytes)) return false;
-  const Scan scan(block);
+  const ZigzagScan scan(block);
   Collector collector(*state, to.bytes + position);
   const uint32_t category = CategoryOf(dc_difference);
   if (HWY_UNLIKELY(!PutValue(dc_table.entry[category], dc_difference, category, &collector) ||

@@ -1,21 +1,18 @@
 // SPDX-License-Identifier: MIT
-// What the scans of progressive JPEG write for a block (ITU-T T.81, G.1.2), told to a sink: it counts symbols, or
-// writes them.
+// The scans of progressive JPEG (ITU-T T.81, annex G): bands, and the runs of blocks whose bands have ended.
 //
-// A sink has
-//   bool Symbol(uint32_t symbol)              false: it cannot take it, and the rest is not told
-//   bool Bits(uint32_t value, uint32_t count)
-//   bool Corrections(const uint8_t* bits, uint32_t count)   a byte for each bit
-//   bool NoSymbol()                           false: a coefficient that has none
+// What a scan writes is told to a sink, which counts symbols or writes them:
+//   bool Symbol(uint32_t symbol, uint32_t extra, uint32_t count)   a symbol and `count` extra bits, up to 15;
+//                                                                  false: it cannot, and the rest is not told
+//   bool Corrections(uint64_t bits, uint32_t count)                up to 63, the first one highest
+//   bool NoSymbol()                                                false: a coefficient that has none
 #ifndef ZEPJP_SRC_JPEG_HUFFMAN_PROGRESSIVE_H_
 #define ZEPJP_SRC_JPEG_HUFFMAN_PROGRESSIVE_H_
 
 #include <cstdint>
 #include <cstring>
 
-#include "jpeg/huffman/elements.h"
-#include "jpeg/huffman/magnitude.h"
-#include "jpeg/zigzag.h"
+#include "hwy/base.h"
 #include "zepjp.h"
 
 namespace zepjp {
@@ -32,13 +29,15 @@ struct Band {
   int32_t first, last, shift;
 
   bool IsBad() const { return first < 1 || last < first || last > 63 || IsBadShift(shift); }
+  // A bit for each zigzag index.
+  uint64_t indexes() const { return ~uint64_t{0} << first & ~uint64_t{0} >> (63 - last); }
 };
 
 // The run of blocks whose bands have ended, and the corrections in these.
 struct EobRun {
   uint32_t blocks;
   uint32_t corrections;
-  uint8_t* bits;
+  uint8_t* bits;  // a byte for each; null where only their number counts
 
   static EobRun Of(zepiEncodeHuffmanState* state) {
     EobRun run = {state->eobRun, state->numCorrectionBits, state->correctionBits};
@@ -51,95 +50,44 @@ struct EobRun {
     state->eobRun = blocks;
     state->numCorrectionBits = corrections;
   }
+
+  HWY_INLINE void Add(uint64_t correction_bits, uint32_t count) {
+    for (uint32_t i = count; bits != nullptr && i > 0; correction_bits >>= 1) {
+      bits[corrections + --i] = correction_bits & 1;
+    }
+    corrections += count;
+  }
 };
 
+// Eight bytes of 0 or 1 as bits, the first one highest: the product brings byte i to bit 63 - i.
+HWY_INLINE uint64_t BitsOfBytes(const uint8_t* bytes) {
+  uint64_t value;
+  std::memcpy(&value, bytes, sizeof(value));
+  return (value & 0x0101010101010101U) * 0x8040201008040201U >> 56;
+}
+
 template <class Sink>
-bool EndRun(EobRun* run, Sink* sink) {
+HWY_INLINE bool TellCorrections(const EobRun& run, Sink* sink) {
+  if (run.bits == nullptr) return true;
+  uint32_t i = 0;
+  for (; i + 8 <= run.corrections; i += 8) {
+    if (!sink->Corrections(BitsOfBytes(run.bits + i), 8)) return false;
+  }
+  for (; i < run.corrections; ++i) {
+    if (!sink->Corrections(run.bits[i] & 1, 1)) return false;
+  }
+  return true;
+}
+
+template <class Sink>
+HWY_INLINE bool EndRun(EobRun* run, Sink* sink) {
   if (run->blocks == 0) return true;
   const uint32_t size = 31 ^ static_cast<uint32_t>(__builtin_clz(run->blocks));
-  if (!sink->Symbol(size << 4)) return false;
-  if (size > 0 && !sink->Bits(run->blocks & ((1u << size) - 1), size)) return false;
+  if (!sink->Symbol(size << 4, run->blocks & ((1u << size) - 1), size)) return false;
   run->blocks = 0;
-  if (!sink->Corrections(run->bits, run->corrections)) return false;
+  if (!TellCorrections(*run, sink)) return false;
   run->corrections = 0;
   return true;
-}
-
-template <class Sink>
-bool TellZeroRun(uint32_t* zeros, Sink* sink) {
-  for (; *zeros > 15; *zeros -= 16) {
-    if (!sink->Symbol(kRunOf16)) return false;
-  }
-  return true;
-}
-
-inline uint32_t ShiftedMagnitude(int32_t value, int32_t shift) {
-  return static_cast<uint32_t>(value < 0 ? -value : value) >> shift;
-}
-
-// The first scan of a band. -32768 has no symbol where it is not shifted.
-template <class Sink>
-bool TellFirst(const int16_t* block, const Band& band, EobRun* run, Sink* sink) {
-  uint32_t zeros = 0;
-  for (int32_t k = band.first; k <= band.last; ++k) {
-    const int32_t value = LoadCoefficient(block + kNaturalOfZigzag[k]);
-    const uint32_t magnitude = ShiftedMagnitude(value, band.shift);
-    if (magnitude == 0) {
-      ++zeros;
-      continue;
-    }
-    if (!EndRun(run, sink) || !TellZeroRun(&zeros, sink)) return false;
-    const uint32_t category = CategoryOf(magnitude);
-    if (category > 15) return sink->NoSymbol();
-    const uint32_t extra = (value < 0 ? ~magnitude : magnitude) & ((1u << category) - 1);
-    if (!sink->Symbol(zeros << 4 | category) || !sink->Bits(extra, category)) return false;
-    zeros = 0;
-  }
-  if (zeros > 0) ++run->blocks;
-  return run->blocks < kMostEobRun || EndRun(run, sink);
-}
-
-// A scan that refines a band by a bit.
-template <class Sink>
-bool TellRefinement(const int16_t* block, const Band& band, EobRun* run, Sink* sink) {
-  uint32_t magnitudes[64];
-  int32_t last_new = 0;  // the last coefficient that becomes nonzero
-  for (int32_t k = band.first; k <= band.last; ++k) {
-    magnitudes[k] = ShiftedMagnitude(LoadCoefficient(block + kNaturalOfZigzag[k]), band.shift);
-    if (magnitudes[k] == 1) last_new = k;
-  }
-  uint32_t zeros = 0, own = 0;
-  uint8_t corrections[64];  // of this block
-  for (int32_t k = band.first; k <= band.last; ++k) {
-    if (magnitudes[k] == 0) {
-      ++zeros;
-      continue;
-    }
-    while (zeros > 15 && k <= last_new) {
-      if (!EndRun(run, sink) || !sink->Symbol(kRunOf16) || !sink->Corrections(corrections, own)) {
-        return false;
-      }
-      zeros -= 16;
-      own = 0;
-    }
-    if (magnitudes[k] > 1) {
-      corrections[own++] = magnitudes[k] & 1;
-      continue;
-    }
-    const uint32_t is_positive = LoadCoefficient(block + kNaturalOfZigzag[k]) < 0 ? 0 : 1;
-    if (!EndRun(run, sink) || !sink->Symbol(zeros << 4 | 1) || !sink->Bits(is_positive, 1) ||
-        !sink->Corrections(corrections, own)) {
-      return false;
-    }
-    zeros = own = 0;
-  }
-  if (zeros > 0 || own > 0) {
-    ++run->blocks;
-    std::memcpy(run->bits + run->corrections, corrections, own);
-    run->corrections += own;
-  }
-  const bool is_full = run->blocks >= kMostEobRun || run->corrections > kMostCorrections;
-  return !is_full || EndRun(run, sink);
 }
 
 }  // namespace zepjp

@@ -3,15 +3,31 @@
 // then a bit more in each scan.
 //
 // As in the block encoder there are two ways to the same bytes, positions and states: one where there is room for
-// the longest block, and a careful one.
+// the longest block, and a careful one. Vectors find the coefficients that count.
 #include "frame/checks.h"
 #include "jpeg/huffman/bit_writer.h"
 #include "jpeg/huffman/collector.h"
 #include "jpeg/huffman/progressive.h"
 #include "jpeg/huffman/states.h"
+#include "simd/dispatch.h"
 
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "jpeg/huffman/progressive_encoder.cc"
+#include "hwy/foreach_target.h"
+#include "jpeg/huffman/progressive-inl.h"
+
+#ifndef ZEPJP_PROGRESSIVE_ENCODER_KERNELS
+#  define ZEPJP_PROGRESSIVE_ENCODER_KERNELS
 namespace zepjp {
 namespace {
+
+using EncodeBlock = zepStatus (*)(const int16_t* block, const Destination& to, const Band& band,
+                                  const zepiEncodeHuffmanSpec* table,
+                                  zepiEncodeHuffmanState* state);
+
+struct Kernels {
+  EncodeBlock first, refine;
+};
 
 // The longest block: 31 bits for each coefficient, runs of zeros, the run before with its corrections, its own.
 constexpr int64_t kMostBlockBytes = 2 * ((7 + 63 * (31 + 16) + 30 + 1024 + 7) / 8) + 8;
@@ -23,11 +39,13 @@ class WriterSink {
              zepiEncodeHuffmanState* state)
       : table_(table), writer_(to, state) {}
 
-  bool Symbol(uint32_t symbol) { return Keep(writer_.PutCode(table_->entry[symbol])); }
-  bool Bits(uint32_t value, uint32_t count) { return Keep(writer_.Put(value, count)); }
-  bool Corrections(const uint8_t* bits, uint32_t count) {
-    for (uint32_t i = 0; i < count; ++i) {
-      if (!Bits(bits[i] & 1u, 1)) return false;
+  bool Symbol(uint32_t symbol, uint32_t extra, uint32_t count) {
+    return Keep(writer_.PutCode(table_->entry[symbol])) &&
+           (count == 0 || Keep(writer_.Put(extra, count)));
+  }
+  bool Corrections(uint64_t bits, uint32_t count) {
+    while (count > 0) {
+      if (!Keep(writer_.Put(static_cast<uint32_t>(bits >> --count) & 1, 1))) return false;
     }
     return true;
   }
@@ -48,22 +66,25 @@ class WriterSink {
 
 class CollectorSink {
  public:
-  CollectorSink(const zepiEncodeHuffmanSpec* table, const zepiEncodeHuffmanState& state,
-                uint8_t* to)
+  HWY_INLINE CollectorSink(const zepiEncodeHuffmanSpec* table, const zepiEncodeHuffmanState& state,
+                           uint8_t* to)
       : table_(table), collector_(state, to) {}
 
-  bool Symbol(uint32_t symbol) { return PutValue(table_->entry[symbol], 0, 0, &collector_); }
-  bool Bits(uint32_t value, uint32_t count) {
-    collector_.Put(value, static_cast<int>(count));
+  HWY_INLINE bool Symbol(uint32_t symbol, uint32_t extra, uint32_t count) {
+    return PutValue(table_->entry[symbol], extra, count, &collector_);
+  }
+  HWY_INLINE bool Corrections(uint64_t bits, uint32_t count) {
+    if (HWY_UNLIKELY(count > 32)) {
+      collector_.Put(bits >> 32, static_cast<int>(count - 32));
+      bits &= 0xFFFFFFFFU;
+      count = 32;
+    }
+    collector_.Put(bits, static_cast<int>(count));
     return true;
   }
-  bool Corrections(const uint8_t* bits, uint32_t count) {
-    for (uint32_t i = 0; i < count; ++i) collector_.Put(bits[i] & 1u, 1);
-    return true;
-  }
-  bool NoSymbol() { return false; }
+  HWY_INLINE bool NoSymbol() { return false; }
 
-  uint8_t* Finish(zepiEncodeHuffmanState* state) { return collector_.Finish(state); }
+  HWY_INLINE uint8_t* Finish(zepiEncodeHuffmanState* state) { return collector_.Finish(state); }
 
  private:
   const zepiEncodeHuffmanSpec* table_;
@@ -72,8 +93,8 @@ class CollectorSink {
 
 // Calls tell(run, sink), quickly where that is possible.
 template <class Tell>
-zepStatus Write(const Tell& tell, const zepiEncodeHuffmanSpec* table, const Destination& to,
-                zepiEncodeHuffmanState* state) {
+HWY_INLINE zepStatus Write(const Tell& tell, const zepiEncodeHuffmanSpec* table,
+                           const Destination& to, zepiEncodeHuffmanState* state) {
   const int64_t position = *to.position;
   if (position >= 0 && to.length - position >= kMostBlockBytes) {
     CollectorSink sink(table, *state, to.bytes + position);
@@ -90,6 +111,56 @@ zepStatus Write(const Tell& tell, const zepiEncodeHuffmanSpec* table, const Dest
   return sink.status();
 }
 
+}  // namespace
+}  // namespace zepjp
+#endif
+
+ZEP_BEFORE_NAMESPACE();
+namespace zepjp {
+namespace HWY_NAMESPACE {
+namespace {
+
+// A block without anything to tell makes the run longer.
+HWY_INLINE bool IsOnlyRun(const ZigzagScan& scan, const Band& band, zepiEncodeHuffmanState* state) {
+  if ((scan.AtLeast(1u << band.shift) & band.indexes()) != 0) return false;
+  if (state->eobRun >= kMostEobRun - 1) return false;
+  ++state->eobRun;
+  return true;
+}
+
+zepStatus EncodeFirst(const int16_t* block, const Destination& to, const Band& band,
+                      const zepiEncodeHuffmanSpec* table, zepiEncodeHuffmanState* state) {
+  const ZigzagScan scan(block);
+  if (IsOnlyRun(scan, band, state)) return zepStatusOk;
+  const auto tell = [&](EobRun* run, auto* sink)
+                        ZEP_ATTR { return TellFirst(scan, band, run, sink); };
+  return Write(tell, table, to, state);
+}
+
+zepStatus EncodeRefinement(const int16_t* block, const Destination& to, const Band& band,
+                           const zepiEncodeHuffmanSpec* table, zepiEncodeHuffmanState* state) {
+  const ZigzagScan scan(block);
+  if (IsOnlyRun(scan, band, state)) return zepStatusOk;
+  const auto tell = [&](EobRun* run, auto* sink)
+                        ZEP_ATTR { return TellRefinement(scan, band, run, sink); };
+  return Write(tell, table, to, state);
+}
+
+constexpr Kernels kKernels = {EncodeFirst, EncodeRefinement};
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace zepjp
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace zepjp {
+namespace {
+
+Kernels kernels;
+
+ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
+
 // The run that is pending, then ones.
 zepStatus Flush(const zepiEncodeHuffmanSpec* table, const Destination& to,
                 zepiEncodeHuffmanState* state) {
@@ -104,8 +175,7 @@ zepStatus Flush(const zepiEncodeHuffmanSpec* table, const Destination& to,
   return BitWriter(to, state).Flush();
 }
 
-template <class Tell>
-zepStatus EncodeBand(const Tell& tell, const int16_t* block, const Destination& to,
+zepStatus EncodeBand(EncodeBlock encode, const int16_t* block, const Destination& to,
                      const Band& band, const zepiEncodeHuffmanSpec* table,
                      zepiEncodeHuffmanState* state, bool flushes) {
   if (auto bad = CheckDestination(to, state)) return bad;
@@ -113,7 +183,7 @@ zepStatus EncodeBand(const Tell& tell, const int16_t* block, const Destination& 
   if (auto bad = Checks().Ptr(block).Ptr(table).Refuse(band.IsBad(), zepStatusBadArg).Failed()) {
     return bad;
   }
-  return Write(tell, table, to, state);
+  return encode(block, to, band, table, state);
 }
 
 }  // namespace
@@ -159,10 +229,8 @@ zepStatus ZEP_CALL zepiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1(
     int32_t Se, int32_t Al, const zepiEncodeHuffmanSpec* pAcTable,
     zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState) {
   using namespace zepjp;
-  const Band band = {Ss, Se, Al};
-  const auto tell = [&](EobRun* run, auto* sink) { return TellFirst(pSrc, band, run, sink); };
-  return EncodeBand(tell, pSrc, {pDst, dstLenBytes, pDstCurrPos}, band, pAcTable, pEncHuffState,
-                    bFlushState != 0);
+  return EncodeBand(kernels.first, pSrc, {pDst, dstLenBytes, pDstCurrPos}, {Ss, Se, Al}, pAcTable,
+                    pEncHuffState, bFlushState != 0);
 }
 
 zepStatus ZEP_CALL zepiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1(
@@ -170,8 +238,7 @@ zepStatus ZEP_CALL zepiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1(
     int32_t Se, int32_t Al, const zepiEncodeHuffmanSpec* pAcTable,
     zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState) {
   using namespace zepjp;
-  const Band band = {Ss, Se, Al};
-  const auto tell = [&](EobRun* run, auto* sink) { return TellRefinement(pSrc, band, run, sink); };
-  return EncodeBand(tell, pSrc, {pDst, dstLenBytes, pDstCurrPos}, band, pAcTable, pEncHuffState,
-                    bFlushState != 0);
+  return EncodeBand(kernels.refine, pSrc, {pDst, dstLenBytes, pDstCurrPos}, {Ss, Se, Al}, pAcTable,
+                    pEncHuffState, bFlushState != 0);
 }
+#endif  // HWY_ONCE

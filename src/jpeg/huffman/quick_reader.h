@@ -164,6 +164,14 @@ class QuickReader {
     return value;
   }
 
+  // The next bits as they are, 0 to 16.
+  HWY_INLINE uint32_t TakeBits(uint32_t count) {
+    const auto bits = static_cast<uint32_t>(window_ >> 1 >> (63 - count));
+    ReadCarefully(taken_ + count);
+    Use(count);
+    return bits;
+  }
+
   // False: the careful reader may have met what is not known to be here.
   HWY_INLINE bool Finish(Progress* progress) {
     if (HWY_UNLIKELY(read_ > refill_behind_ + kUsualBits) && !Refill()) return false;

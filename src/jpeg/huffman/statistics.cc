@@ -2,22 +2,31 @@
 // Which symbols the encoders would write: the counts from which zepiEncodeHuffmanRawTableInit_JPEG_8u makes a
 // table.
 #include "frame/checks.h"
+#include "jpeg/huffman/elements.h"
+#include "jpeg/huffman/magnitude.h"
 #include "jpeg/huffman/progressive.h"
 #include "jpeg/huffman/states.h"
+#include "simd/dispatch.h"
 
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "jpeg/huffman/statistics.cc"
+#include "hwy/foreach_target.h"
+#include "jpeg/huffman/progressive-inl.h"
+
+#ifndef ZEPJP_STATISTICS_KERNELS
+#  define ZEPJP_STATISTICS_KERNELS
 namespace zepjp {
 namespace {
 
 // Notes a block's symbols, so that a block which cannot be counted leaves no trace.
 class Counter {
  public:
-  bool Symbol(uint32_t symbol) {
+  HWY_INLINE bool Symbol(uint32_t symbol, uint32_t, uint32_t) {
     symbols_[count_++] = static_cast<uint8_t>(symbol);
     return true;
   }
-  bool Bits(uint32_t, uint32_t) { return true; }
-  bool Corrections(const uint8_t*, uint32_t) { return true; }
-  bool NoSymbol() { return false; }
+  HWY_INLINE bool Corrections(uint64_t, uint32_t) { return true; }
+  HWY_INLINE bool NoSymbol() { return false; }
 
   // False: a count would leave its range, and none has changed.
   bool AddTo(int32_t* statistics) const {
@@ -41,11 +50,49 @@ class Counter {
   size_t count_ = 0;
 };
 
+using Tell = bool (*)(const int16_t* block, const Band& band, EobRun* run, Counter* counter);
+
+struct Kernels {
+  Tell first, refine;
+};
+
+}  // namespace
+}  // namespace zepjp
+#endif
+
+ZEP_BEFORE_NAMESPACE();
+namespace zepjp {
+namespace HWY_NAMESPACE {
+namespace {
+
+bool CountFirst(const int16_t* block, const Band& band, EobRun* run, Counter* counter) {
+  return TellFirst(ZigzagScan(block), band, run, counter);
+}
+
+bool CountRefinement(const int16_t* block, const Band& band, EobRun* run, Counter* counter) {
+  return TellRefinement(ZigzagScan(block), band, run, counter);
+}
+
+constexpr Kernels kKernels = {CountFirst, CountRefinement};
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace zepjp
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace zepjp {
+namespace {
+
+Kernels kernels;
+
+ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
+
 // The DC difference takes the place of the one before where it is counted.
 class DcCounter {
  public:
   DcCounter(int32_t dc, const int16_t* last) : dc_(dc) {
-    counter_.Symbol(CategoryOf(dc - LoadCoefficient(last)));
+    counter_.Symbol(CategoryOf(dc - LoadCoefficient(last)), 0, 0);
   }
   bool AddTo(int32_t* statistics, int16_t* last) const {
     if (!counter_.AddTo(statistics)) return false;
@@ -60,14 +107,11 @@ class DcCounter {
 
 // Baseline AC symbols are those of a first scan of the whole band, but for the end of the block.
 bool CountAcs(const int16_t* block, Counter* counter) {
-  uint8_t none[1];
-  EobRun run = {0, 0, none};
-  if (!TellFirst(block, {1, 63, 0}, &run, counter)) return false;
-  if (run.blocks > 0) counter->Symbol(kEndOfBlock);
+  EobRun run = {0, 0, nullptr};
+  if (!kernels.first(block, {1, 63, 0}, &run, counter)) return false;
+  if (run.blocks > 0) counter->Symbol(kEndOfBlock, 0, 0);
   return true;
 }
-
-using Tell = bool (*)(const int16_t* block, const Band& band, EobRun* run, Counter* counter);
 
 zepStatus CountBand(Tell tell, const int16_t* block, int32_t* statistics, const Band& band,
                     zepiEncodeHuffmanState* state, bool flushes) {
@@ -78,8 +122,7 @@ zepStatus CountBand(Tell tell, const int16_t* block, int32_t* statistics, const 
   }
   Counter counter;
   EobRun run = EobRun::Of(state);
-  uint8_t unused[sizeof(state->correctionBits)];  // the bits themselves are not counted
-  run.bits = unused;
+  run.bits = nullptr;
   const bool is_told = flushes ? EndRun(&run, &counter) : tell(block, band, &run, &counter);
   if (!is_told) return zepStatusBadHuffTable;
   if (!counter.AddTo(statistics)) return zepStatusOutOfRange;
@@ -131,15 +174,15 @@ zepStatus ZEP_CALL zepiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1(const int16_t
 zepStatus ZEP_CALL zepiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1(
     const int16_t* pSrc, int32_t pAcStatistics[256], int32_t Ss, int32_t Se, int32_t Al,
     zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState) {
-  return zepjp::CountBand(zepjp::TellFirst<zepjp::Counter>, pSrc, pAcStatistics, {Ss, Se, Al},
-                          pEncHuffState, bFlushState != 0);
+  return zepjp::CountBand(zepjp::kernels.first, pSrc, pAcStatistics, {Ss, Se, Al}, pEncHuffState,
+                          bFlushState != 0);
 }
 
 zepStatus ZEP_CALL zepiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1(
     const int16_t* pSrc, int32_t pAcStatistics[256], int32_t Ss, int32_t Se, int32_t Al,
     zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState) {
-  return zepjp::CountBand(zepjp::TellRefinement<zepjp::Counter>, pSrc, pAcStatistics, {Ss, Se, Al},
-                          pEncHuffState, bFlushState != 0);
+  return zepjp::CountBand(zepjp::kernels.refine, pSrc, pAcStatistics, {Ss, Se, Al}, pEncHuffState,
+                          bFlushState != 0);
 }
 
 zepStatus ZEP_CALL zepiGetHuffmanStatisticsOne_JPEG_16s_C1(const int16_t* pSrc,
@@ -147,6 +190,7 @@ zepStatus ZEP_CALL zepiGetHuffmanStatisticsOne_JPEG_16s_C1(const int16_t* pSrc,
   using namespace zepjp;
   if (auto bad = Checks().Ptr(pSrc).Ptr(pStatistics).Failed()) return bad;
   Counter counter;
-  counter.Symbol(CategoryOf(LoadCoefficient(pSrc)));
+  counter.Symbol(CategoryOf(LoadCoefficient(pSrc)), 0, 0);
   return counter.AddTo(pStatistics) ? zepStatusOk : zepStatusOutOfRange;
 }
+#endif  // HWY_ONCE
