@@ -7,6 +7,8 @@
 #include <string>
 #include <utility>
 
+#include "jpeg/coefficient_rows.h"
+#include "jpeg/coefficient_scan.h"
 #include "jpeg/geometry.h"
 #include "jpeg/marker_reader.h"
 #include "jpeg/plane.h"
@@ -26,6 +28,10 @@ ColorModel FindColorModel(const MarkerReader& reader) {
   return named_rgb && !reader.has_jfif() ? ColorModel::kRgb : ColorModel::kYCbCr;
 }
 
+Status MissingTables() {
+  return Status::Error("a scan without its quantization or Huffman tables");
+}
+
 // One file on its way to a picture or to planes.
 class FileDecoder {
  public:
@@ -40,6 +46,9 @@ class FileDecoder {
   Status ReadHeaders();
   Status DecodePicture(Image* image);
   Status DecodePlanes();
+  Status DecodeCoefficients(Coefficients* coefficients) {
+    return DecodeAllScans(coefficients, [](int) { return Status(); });
+  }
   const Geometry& geometry() const { return *geometry_; }
   const std::vector<Plane>& planes() const { return planes_; }
 
@@ -47,7 +56,20 @@ class FileDecoder {
   Status CheckSize() const;
   bool ScanHasAllComponents() const;
   Status MakeLayout(ScanLayout* layout);
-  Status DecodeRowByRow(PictureWriter* writer);
+  Status DecodeRowByRow(Image* image);
+  Status DecodeProgressive(Image* image);
+  template <class OnScan>
+  Status DecodeAllScans(Coefficients* coefficients, const OnScan& on_scan);
+  Status DecodeScanToCoefficients(Coefficients* coefficients);
+  bool HasTables(const ScanComponent& part) const;
+  Status Show(const Coefficients& coefficients, Image* image);
+  [[nodiscard]] bool AllocateWindows();
+  [[nodiscard]] bool AllocatePlanes();
+  template <class Rows>
+  Status WriteRows(Rows* rows, Image* image);
+  bool IsInverted() const {
+    return LayoutOf(info_->model) == PixelLayout::kCmyk && reader_.adobe_transform() >= 0;
+  }
   Status DecodeScanToPlanes();
   bool NextScan();
   // The error with its place.
@@ -66,6 +88,7 @@ class FileDecoder {
   std::unique_ptr<Geometry> geometry_;
   std::vector<Plane> planes_;
   std::vector<bool> decoded_;  // components that had their scan
+  int64_t visits_ = 0;         // of blocks by scans
 };
 
 Status FileDecoder::ReadHeaders() {
@@ -85,6 +108,8 @@ void FileDecoder::FillInfo() {
   info_->frame = reader_.frame();
   if (!info_->frame.components.empty()) info_->model = FindColorModel(reader_);
   info_->restart_interval = reader_.restart_interval();
+  info_->adobe_transform = reader_.adobe_transform();
+  info_->has_jfif = reader_.has_jfif();
   info_->metadata = reader_.metadata();
 }
 
@@ -100,43 +125,49 @@ Status FileDecoder::CheckSize() const {
     blocks += int64_t{place.blocks_per_row} * place.block_rows;
   }
   const int64_t bytes = static_cast<int64_t>(size_ - reader_.position());
-  if (blocks <= kAlwaysAcceptedBlocks || blocks / kBlocksInAByte <= bytes) return Status();
-  return Status::Error(claim + ", which take at least " + std::to_string(blocks / kBlocksInAByte) +
-                       " bytes; only " + std::to_string(bytes) + " follow");
+  const int64_t least =
+      blocks / (frame.is_progressive ? kProgressiveBlocksInAByte : kBlocksInAByte);
+  if (blocks <= kAlwaysAcceptedBlocks || least <= bytes) return Status();
+  return Status::Error(claim + ", which take at least " + std::to_string(least) + " bytes; only " +
+                       std::to_string(bytes) + " follow");
 }
 
 bool FileDecoder::ScanHasAllComponents() const {
-  return reader_.scan().size() == reader_.frame().components.size();
+  return reader_.scan().components.size() == reader_.frame().components.size();
+}
+
+// Those that the scan at hand uses.
+bool FileDecoder::HasTables(const ScanComponent& part) const {
+  const Tables& tables = reader_.tables();
+  const Scan& scan = reader_.scan();
+  const int quant = reader_.frame().components[static_cast<size_t>(part.index)].quant_table;
+  const bool uses_dc = scan.first == 0 && scan.high == 0;
+  const bool uses_ac = scan.last > 0;
+  return tables.has_quant[quant] && (!uses_dc || tables.has_dc[part.dc_table]) &&
+         (!uses_ac || tables.has_ac[part.ac_table]);
 }
 
 Status FileDecoder::MakeLayout(ScanLayout* layout) {
   const Tables& tables = reader_.tables();
   const Scan& scan = reader_.scan();
-  const bool alone = scan.size() == 1;
+  const ScanWalk walk(*geometry_, scan);
   layout->restart_interval = reader_.restart_interval();
-  layout->mcus_per_row = geometry_->mcus_per_row;
-  layout->mcu_rows = geometry_->mcu_rows;
-  for (const ScanComponent& part : scan) {
+  layout->mcus_per_row = walk.mcus_per_row;
+  layout->mcu_rows = walk.mcu_rows;
+  for (size_t i = 0; i < walk.parts.size(); ++i) {
+    const ScanComponent& part = scan.components[i];
     const size_t index = static_cast<size_t>(part.index);
-    const ComponentGeometry& place = geometry_->components[index];
-    const int quant = reader_.frame().components[index].quant_table;
-    if (!tables.has_quant[quant] || !tables.has_dc[part.dc_table] ||
-        !tables.has_ac[part.ac_table]) {
-      return Status::Error("a scan without its quantization or Huffman tables");
-    }
+    if (!HasTables(part)) return MissingTables();
     ScanPart out{&planes_[index],
-                 place.block_size,
-                 alone ? 1 : place.h,
-                 alone ? 1 : place.v,
+                 geometry_->components[index].block_size,
+                 walk.parts[i].across,
+                 walk.parts[i].down,
                  &tables.dc[part.dc_table],
                  &tables.ac[part.ac_table],
                  {}};
+    const int quant = reader_.frame().components[index].quant_table;
     std::memcpy(out.steps, tables.quant[quant], sizeof(out.steps));
     layout->parts.push_back(out);
-    if (alone) {
-      layout->mcus_per_row = place.blocks_per_row;
-      layout->mcu_rows = place.block_rows;
-    }
   }
   return Status();
 }
@@ -144,11 +175,10 @@ Status FileDecoder::MakeLayout(ScanLayout* layout) {
 Status FileDecoder::DecodePicture(Image* image) {
   geometry_ = std::make_unique<Geometry>(reader_.frame(), options_.scale);
   planes_ = std::vector<Plane>(geometry_->components.size());
-  const bool inverted =
-      LayoutOf(info_->model) == PixelLayout::kCmyk && reader_.adobe_transform() >= 0;
-  PictureWriter writer(info_->model, inverted, image);
+  if (reader_.frame().is_progressive) return DecodeProgressive(image);
+  if (ScanHasAllComponents()) return DecodeRowByRow(image);
+  PictureWriter writer(info_->model, IsInverted(), image);
   if (!writer.Init(*geometry_, planes_)) return Status::NoMemory();
-  if (ScanHasAllComponents()) return DecodeRowByRow(&writer);
   if (Status status = DecodePlanes(); !status.ok()) return status;
   StageClock clock(options_.times);
   const int height = geometry_->height;
@@ -163,28 +193,26 @@ Status FileDecoder::DecodePicture(Image* image) {
   return Status();
 }
 
-// The way of almost every file: rows of MCUs become rows of the picture at once. The last row of
-// each waits, because up-sampling looks at the one below.
-Status FileDecoder::DecodeRowByRow(PictureWriter* writer) {
+bool FileDecoder::AllocateWindows() {
   for (size_t i = 0; i < planes_.size(); ++i) {
-    if (!planes_[i].AllocateWindow(*geometry_, geometry_->components[i])) {
-      return Status::NoMemory();
-    }
+    if (!planes_[i].AllocateWindow(*geometry_, geometry_->components[i])) return false;
   }
+  return true;
+}
+
+bool FileDecoder::AllocatePlanes() {
+  for (size_t i = 0; i < planes_.size(); ++i) {
+    if (!planes_[i].AllocateAll(*geometry_, geometry_->components[i])) return false;
+  }
+  return true;
+}
+
+// The way of almost every file: rows of MCUs become rows of the picture at once.
+Status FileDecoder::DecodeRowByRow(Image* image) {
   ScanLayout layout;
   if (Status status = MakeLayout(&layout); !status.ok()) return AtMarker(status);
   ScanDecoder scan(data_, size_, reader_.position(), layout, &info_->messages, options_.times);
-  int done = 0;
-  for (int row = 0; row < layout.mcu_rows; ++row) {
-    scan.DecodeRow();
-    StageClock clock(options_.times);
-    const int bottom = (row + 1) * geometry_->McuHeight();
-    const int last = row + 1 == layout.mcu_rows ? geometry_->height : bottom - 1;
-    writer->Write(done, last);
-    done = last;
-    for (Plane& plane : planes_) plane.Slide();
-    clock.Lap(&StageTimes::color);
-  }
+  if (Status status = WriteRows(&scan, image); !status.ok()) return status;
   reader_.Seek(scan.end());
   decoded_.assign(planes_.size(), true);
   NextScan();
@@ -192,13 +220,92 @@ Status FileDecoder::DecodeRowByRow(PictureWriter* writer) {
   return Status();
 }
 
+// The last row of samples of each row of MCUs waits, because up-sampling looks at the one below.
+template <class Rows>
+Status FileDecoder::WriteRows(Rows* rows, Image* image) {
+  PictureWriter writer(info_->model, IsInverted(), image);
+  if (!writer.Init(*geometry_, planes_) || !AllocateWindows()) return Status::NoMemory();
+  int done = 0;
+  for (int row = 0; row < geometry_->mcu_rows; ++row) {
+    rows->DecodeRow();
+    StageClock clock(options_.times);
+    const int bottom = (row + 1) * geometry_->McuHeight();
+    const int last = row + 1 == geometry_->mcu_rows ? geometry_->height : bottom - 1;
+    writer.Write(done, last);
+    done = last;
+    for (Plane& plane : planes_) plane.Slide();
+    clock.Lap(&StageTimes::color);
+  }
+  return Status();
+}
+
+Status FileDecoder::DecodeProgressive(Image* image) {
+  Coefficients coefficients;
+  const auto show = [&](int number) {
+    if (!options_.on_scan) return Status();
+    if (Status status = Show(coefficients, image); !status.ok()) return status;
+    return options_.on_scan(*image, number, reader_.scan());
+  };
+  if (Status status = DecodeAllScans(&coefficients, show); !status.ok()) return status;
+  return Show(coefficients, image);
+}
+
+Status FileDecoder::Show(const Coefficients& coefficients, Image* image) {
+  CoefficientRows rows(coefficients, *geometry_, &planes_, options_.times);
+  return WriteRows(&rows, image);
+}
+
+template <class OnScan>
+Status FileDecoder::DecodeAllScans(Coefficients* coefficients, const OnScan& on_scan) {
+  if (!coefficients->Allocate(reader_.frame())) return Status::NoMemory();
+  decoded_.assign(reader_.frame().components.size(), false);
+  int number = 0;
+  do {
+    const Status status = DecodeScanToCoefficients(coefficients);
+    if (!status.ok() && number == 0) return AtMarker(status);
+    if (!status.ok()) {
+      info_->messages.Add(reader_.marker_offset(), status.text());
+      break;
+    }
+    if (Status stop = on_scan(++number); !stop.ok()) return stop;
+  } while (NextScan());
+  ReportMissing();
+  FillInfo();
+  return Status();
+}
+
+Status FileDecoder::DecodeScanToCoefficients(Coefficients* coefficients) {
+  StageClock clock(options_.times);
+  const Scan& scan = reader_.scan();
+  const Geometry geometry(reader_.frame(), 1);
+  visits_ += ScanWalk(geometry, scan).BlockCount();
+  if (visits_ > kAlwaysAcceptedVisits && visits_ / kVisitsForAByte > static_cast<int64_t>(size_)) {
+    return Status::Error("more scans than a file of this size can need");
+  }
+  for (const ScanComponent& part : scan.components) {
+    const auto index = static_cast<size_t>(part.index);
+    if (!HasTables(part)) return MissingTables();
+    if (decoded_[index]) continue;
+    const int quant = reader_.frame().components[index].quant_table;
+    std::copy_n(reader_.tables().quant[quant], 64, coefficients->steps[index].begin());
+    decoded_[index] = true;
+  }
+  reader_.Seek(DecodeScan(data_, size_, reader_.position(), scan, reader_.tables(),
+                          reader_.restart_interval(), coefficients, &info_->messages));
+  clock.Lap(&StageTimes::huffman);
+  return Status();
+}
+
 Status FileDecoder::DecodePlanes() {
   if (geometry_ == nullptr) geometry_ = std::make_unique<Geometry>(reader_.frame(), options_.scale);
   planes_.resize(geometry_->components.size());
-  for (size_t i = 0; i < planes_.size(); ++i) {
-    if (!planes_[i].AllocateAll(*geometry_, geometry_->components[i])) {
-      return Status::NoMemory();
-    }
+  if (!AllocatePlanes()) return Status::NoMemory();
+  if (reader_.frame().is_progressive) {
+    Coefficients coefficients;
+    if (Status status = DecodeCoefficients(&coefficients); !status.ok()) return status;
+    CoefficientRows rows(coefficients, *geometry_, &planes_, options_.times);
+    for (int row = 0; row < geometry_->mcu_rows; ++row) rows.DecodeRow();
+    return Status();
   }
   decoded_.assign(planes_.size(), false);
   do {
@@ -220,7 +327,9 @@ Status FileDecoder::DecodeScanToPlanes() {
   if (Status status = MakeLayout(&layout); !status.ok()) return status;
   ScanDecoder scan(data_, size_, reader_.position(), layout, &info_->messages, options_.times);
   for (int row = 0; row < layout.mcu_rows; ++row) scan.DecodeRow();
-  for (const ScanComponent& part : reader_.scan()) decoded_[static_cast<size_t>(part.index)] = true;
+  for (const ScanComponent& part : reader_.scan().components) {
+    decoded_[static_cast<size_t>(part.index)] = true;
+  }
   reader_.Seek(scan.end());
   return Status();
 }
@@ -235,7 +344,8 @@ bool FileDecoder::NextScan() {
     return false;
   }
   if (event != Event::kScan) return false;
-  for (const ScanComponent& part : reader_.scan()) {
+  if (reader_.frame().is_progressive) return true;
+  for (const ScanComponent& part : reader_.scan().components) {
     if (!decoded_[static_cast<size_t>(part.index)]) continue;
     info_->messages.Add(reader_.position(), "a second scan of the same component, ignored");
     return false;
@@ -285,6 +395,14 @@ Status DecodeComponents(const uint8_t* data, size_t size, const DecodeOptions& o
     components->push_back(std::move(out));
   }
   return Status();
+}
+
+Status DecodeCoefficients(const uint8_t* data, size_t size, const DecodeOptions& options,
+                          Coefficients* coefficients, FileInfo* info) {
+  *info = FileInfo();
+  FileDecoder decoder(data, size, options, info);
+  if (Status status = decoder.ReadHeaders(); !status.ok()) return status;
+  return decoder.DecodeCoefficients(coefficients);
 }
 
 Status ReadFileInfo(const uint8_t* data, size_t size, FileInfo* info) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A decoder for baseline JPEG files (ITU-T T.81), put together from the stages in zepjp.h.
+// A decoder for baseline and progressive JPEG files (ITU-T T.81), put together from the stages in zepjp.h.
 //
 // It reads grey, YCbCr, RGB, CMYK and YCCK pictures of 8 bits with any sampling factors, restart
 // intervals and any number of scans. Of a damaged file it saves what can be saved: each restart
@@ -9,8 +9,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
+#include "jpeg/coefficients.h"
 #include "jpeg/common.h"
 #include "jpeg/frame.h"
 #include "jpeg/messages.h"
@@ -27,6 +29,8 @@ struct DecodeOptions {
   int64_t max_pixels = int64_t{1} << 28;
   // If not null, the time of the stages is added here.
   StageTimes* times = nullptr;
+  // Of progressive files: called after each scan, 1, 2, ..., with the picture so far. An error ends decoding.
+  std::function<Status(const Image& image, int number, const Scan& scan)> on_scan;
 };
 
 // What a file says about itself, and what is wrong with it.
@@ -34,6 +38,8 @@ struct FileInfo {
   Frame frame;
   ColorModel model = ColorModel::kGrey;
   int restart_interval = 0;
+  int adobe_transform = -1;  // of the Adobe header, negative where there is none
+  bool has_jfif = false;
   Metadata metadata;
   Messages messages;
 };
@@ -47,11 +53,17 @@ struct ComponentSamples {
 
 // Memory is taken only if the file can hold the picture that its header announces. A block takes at
 // least two bits (the shortest codes of a DC difference and of an end of block), so a file is
-// refused if its picture has more than four blocks for each byte behind the frame header. Up to
-// 65536 blocks (4 MiB of samples) are always accepted, so that small truncated files still show
-// their first rows.
+// refused if its picture has more than four blocks for each byte behind the frame header; in progressive files
+// the first scan of DC takes one bit at least: eight blocks. Up to 65536 blocks (4 MiB of samples) are always
+// accepted, so that small truncated files still show their first rows.
 constexpr int64_t kBlocksInAByte = 4;
+constexpr int64_t kProgressiveBlocksInAByte = 8;
 constexpr int64_t kAlwaysAcceptedBlocks = 65536;
+
+// Later scans of a progressive file may take almost no bytes for all of its blocks. Decoding ends with a message
+// where more blocks would be visited than this for each byte of the file, and these besides.
+constexpr int64_t kVisitsForAByte = 256;
+constexpr int64_t kAlwaysAcceptedVisits = int64_t{1} << 24;
 
 // Decodes a picture. The image's memory is used again where it suffices. An error means that there
 // is no picture; a picture with damaged parts comes with messages.
@@ -61,6 +73,10 @@ Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Im
 // Decodes the components alone, at full scale.
 Status DecodeComponents(const uint8_t* data, size_t size, const DecodeOptions& options,
                         std::vector<ComponentSamples>* components, FileInfo* info);
+
+// Decodes the coefficients alone.
+Status DecodeCoefficients(const uint8_t* data, size_t size, const DecodeOptions& options,
+                          Coefficients* coefficients, FileInfo* info);
 
 // Reads the headers up to the first scan.
 Status ReadFileInfo(const uint8_t* data, size_t size, FileInfo* info);

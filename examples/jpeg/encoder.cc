@@ -82,7 +82,7 @@ bool WriteHeaders(const Frame& frame, const EncodeOptions& options, const RawTab
   }
   for (const Segment& segment : options.metadata.segments) writer.Saved(segment);
   for (int i = 0; i < table_count; ++i) writer.Quantization(i, raw[static_cast<size_t>(i)].data());
-  writer.BaselineFrame(frame);
+  writer.FrameHeader(frame);
   for (int i = 0; i < table_count; ++i) {
     writer.Huffman(0, i, kDcHuffman[i]);
     writer.Huffman(1, i, kAcHuffman[i]);
@@ -91,7 +91,7 @@ bool WriteHeaders(const Frame& frame, const EncodeOptions& options, const RawTab
   Scan scan;
   for (int i = 0; i < static_cast<int>(frame.components.size()); ++i) {
     const int table = frame.components[static_cast<size_t>(i)].quant_table;
-    scan.push_back({i, table, table});
+    scan.components.push_back({i, table, table});
   }
   writer.ScanHeader(frame, scan);
   return writer.ok();

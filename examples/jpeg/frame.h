@@ -18,6 +18,7 @@ struct FrameComponent {
 };
 
 struct Frame {
+  bool is_progressive = false;
   int width = 0;
   int height = 0;
   int max_h = 1;
@@ -31,7 +32,15 @@ struct ScanComponent {
   int ac_table;
 };
 
-using Scan = std::vector<ScanComponent>;
+// Of progressive scans: the band of coefficients, and the bits that scans before have coded (0 for none) and
+// that this one does; sequential scans code all.
+struct Scan {
+  std::vector<ScanComponent> components;
+  int first = 0;
+  int last = 63;
+  int high = 0;
+  int low = 0;
+};
 
 constexpr int kTableCount = 4;
 

@@ -17,7 +17,6 @@ constexpr size_t kMostSegments = 4096;
 
 const char* UnsupportedProcess(int marker) {
   switch (marker) {
-    case 0xC2: return "progressive";
     case 0xC3: return "lossless";
     case 0xC9: return "arithmetic-coded sequential";
     case 0xCA: return "arithmetic-coded progressive";
@@ -100,7 +99,7 @@ Status MarkerReader::Next(Event* event) {
     }
     if (const char* process = UnsupportedProcess(marker)) {
       return Status::Error(std::string(process) + " JPEG (" + Hex(marker) +
-                           "): only baseline pictures can be read");
+                           "): only baseline and progressive pictures can be read");
     }
     Cursor cursor{};
     if (Status status = OpenSegment(&cursor); !status.ok()) return status;
@@ -135,6 +134,7 @@ Status MarkerReader::ReadSegment(int marker, Cursor cursor) {
 Status MarkerReader::ReadFrame(int marker, Cursor cursor) {
   if (!frame_.components.empty()) return Status::Error("a second frame header");
   const int precision = cursor.Byte();
+  frame_.is_progressive = marker == kSof2;
   frame_.height = cursor.Word();
   frame_.width = cursor.Word();
   const int count = cursor.Byte();
@@ -143,7 +143,7 @@ Status MarkerReader::ReadFrame(int marker, Cursor cursor) {
   }
   if (precision != 8) {
     return Status::Error(std::to_string(precision) + "-bit JPEG (" + Hex(marker) +
-                         "): only baseline pictures, of 8 bits, can be read");
+                         "): only pictures of 8 bits can be read");
   }
   if (frame_.height == 0) frame_.height = FindLineCount();
   if (frame_.width == 0 || frame_.height == 0)
@@ -185,18 +185,35 @@ Status MarkerReader::ReadScan(Cursor cursor) {
     return Status::Error("a bad scan header");
   }
   if (Status status = ReadScanComponents(count, &cursor); !status.ok()) return status;
-  const int first = cursor.Byte();
-  const int last = cursor.Byte();
-  const int approximation = cursor.Byte();
-  if (first != 0 || last != 63 || approximation != 0) {
-    messages_->Add(marker_offset_, "the scan header is not that of a baseline scan; read as one");
-  }
+  if (Status status = ReadBand(&cursor); !status.ok()) return status;
   if (!saw_huffman_) UseStandardHuffman();
   return Status();
 }
 
+Status MarkerReader::ReadBand(Cursor* cursor) {
+  scan_.first = cursor->Byte();
+  scan_.last = cursor->Byte();
+  const int approximation = cursor->Byte();
+  scan_.high = approximation >> 4;
+  scan_.low = approximation & 15;
+  if (frame_.is_progressive) {
+    const bool is_dc = scan_.first == 0 && scan_.last == 0;
+    const bool is_band = scan_.first >= 1 && scan_.first <= scan_.last && scan_.last <= 63 &&
+                         scan_.components.size() == 1;
+    const bool is_step = scan_.high == 0 || scan_.high == scan_.low + 1;
+    if ((is_dc || is_band) && is_step && scan_.low <= 13) return Status();
+    return Status::Error("a scan header that progressive JPEG does not have");
+  }
+  if (scan_.first != 0 || scan_.last != 63 || approximation != 0) {
+    messages_->Add(marker_offset_, "the scan header is not that of a baseline scan; read as one");
+    scan_.first = scan_.high = scan_.low = 0;
+    scan_.last = 63;
+  }
+  return Status();
+}
+
 Status MarkerReader::ReadScanComponents(int count, Cursor* cursor) {
-  scan_.clear();
+  scan_.components.clear();
   int blocks = 0;
   for (int i = 0; i < count; ++i) {
     const int id = cursor->Byte();
@@ -204,7 +221,8 @@ Status MarkerReader::ReadScanComponents(int count, Cursor* cursor) {
     const auto is_meant = [&](const FrameComponent& component) {
       const int index = static_cast<int>(&component - frame_.components.data());
       const auto same = [&](const ScanComponent& other) { return other.index == index; };
-      return component.id == id && std::none_of(scan_.begin(), scan_.end(), same);
+      return component.id == id &&
+             std::none_of(scan_.components.begin(), scan_.components.end(), same);
     };
     const auto found = std::find_if(frame_.components.begin(), frame_.components.end(), is_meant);
     if (found == frame_.components.end() || (table >> 4) >= kTableCount ||
@@ -212,7 +230,7 @@ Status MarkerReader::ReadScanComponents(int count, Cursor* cursor) {
       return Status::Error("a scan of an unknown component or with an unknown Huffman table");
     }
     const int index = static_cast<int>(found - frame_.components.begin());
-    scan_.push_back({index, table >> 4, table & 15});
+    scan_.components.push_back({index, table >> 4, table & 15});
     blocks += found->h * found->v;
   }
   if (count > 1 && blocks > 10) return Status::Error("more than 10 blocks in an MCU");

@@ -70,6 +70,7 @@ class MarkerReader {
   Status ReadComponents(int count, Cursor* cursor);
   Status ReadScan(Cursor cursor);
   Status ReadScanComponents(int count, Cursor* cursor);
+  Status ReadBand(Cursor* cursor);
   Status ReadQuantization(Cursor cursor);
   Status ReadHuffman(Cursor cursor);
   void ReadApplication(int marker, Cursor cursor);

@@ -59,8 +59,8 @@ void SegmentWriter::Quantization(int slot, const uint8_t* steps) {
   Bytes(steps, 64);
 }
 
-void SegmentWriter::BaselineFrame(const Frame& frame) {
-  Begin(kSof0, 6 + 3 * frame.components.size());
+void SegmentWriter::FrameHeader(const Frame& frame) {
+  Begin(frame.is_progressive ? kSof2 : kSof0, 6 + 3 * frame.components.size());
   Byte(8);  // bits a sample
   Word(frame.height);
   Word(frame.width);
@@ -86,15 +86,15 @@ void SegmentWriter::RestartInterval(int mcus) {
 }
 
 void SegmentWriter::ScanHeader(const Frame& frame, const Scan& scan) {
-  Begin(kSos, 4 + 2 * scan.size());
-  Byte(static_cast<int>(scan.size()));
-  for (const ScanComponent& part : scan) {
+  Begin(kSos, 4 + 2 * scan.components.size());
+  Byte(static_cast<int>(scan.components.size()));
+  for (const ScanComponent& part : scan.components) {
     Byte(frame.components[static_cast<size_t>(part.index)].id);
     Byte(part.dc_table << 4 | part.ac_table);
   }
-  Byte(0);  // the first and the last coefficient
-  Byte(63);
-  Byte(0);  // no successive approximation
+  Byte(scan.first);
+  Byte(scan.last);
+  Byte(scan.high << 4 | scan.low);
 }
 
 }  // namespace jpeg

@@ -24,7 +24,7 @@ class SegmentWriter {
   void Saved(const Segment& segment);
   // `steps` in zigzag order.
   void Quantization(int slot, const uint8_t* steps);
-  void BaselineFrame(const Frame& frame);
+  void FrameHeader(const Frame& frame);
   // `kind`: 0 for DC, 1 for AC.
   void Huffman(int kind, int slot, const HuffmanList& list);
   void RestartInterval(int mcus);

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: MIT
+// Decodes a scan of any kind into the coefficients of a picture.
+#ifndef ZEPJP_EXAMPLES_JPEG_COEFFICIENT_SCAN_H_
+#define ZEPJP_EXAMPLES_JPEG_COEFFICIENT_SCAN_H_
+
+#include <cstddef>
+#include <cstdint>
+
+#include "jpeg/coefficients.h"
+#include "jpeg/messages.h"
+
+namespace jpeg {
+
+// The scan's data begins at data[begin]; its tables are there. Returns where it ends. What is damaged is reported
+// and stays as the scans before left it.
+size_t DecodeScan(const uint8_t* data, size_t size, size_t begin, const Scan& scan,
+                  const Tables& tables, int restart_interval, Coefficients* coefficients,
+                  Messages* messages);
+
+}  // namespace jpeg
+
+#endif  // ZEPJP_EXAMPLES_JPEG_COEFFICIENT_SCAN_H_
