@@ -62,9 +62,10 @@ class CoefficientScan {
         if (source_.Begin()) {
           for (Part& part : parts_) part.last_dc = 0;
         }
-        for (size_t i = 0; i < parts_.size(); ++i) {
-          DecodePart(i, column, row, decode);
-        }
+        walk_.ForEachBlock(column, row, [&](size_t i, int x, int y) {
+          const auto component = static_cast<size_t>(scan_.components[i].index);
+          DecodeOne(decode, coefficients_.planes[component].Block(x, y), &parts_[i]);
+        });
         source_.End(1);
       }
     }
@@ -72,22 +73,15 @@ class CoefficientScan {
 
   // Of blocks that are lost the first scan of DC shows the last value at least.
   template <class DecodeBlock>
-  void DecodePart(size_t i, int column, int row, const DecodeBlock& decode) {
-    const auto [across, down] = walk_.parts[i];
-    CoefficientPlane& plane = coefficients_.planes[static_cast<size_t>(scan_.components[i].index)];
-    for (int y = row * down; y < (row + 1) * down; ++y) {
-      for (int x = column * across; x < (column + 1) * across; ++x) {
-        int16_t* const block = plane.Block(x, y);
-        if (!source_.lost()) {
-          const zepStatus status = decode(block, &parts_[i]);
-          if (status == zepStatusOk) continue;
-          source_.Lose(status, 0);
-          if (!coefficients_.frame.is_progressive) std::memset(block, 0, 64 * sizeof(*block));
-        }
-        if (scan_.first == 0 && scan_.high == 0) {
-          block[0] = static_cast<int16_t>(parts_[i].last_dc * (1 << scan_.low));
-        }
-      }
+  void DecodeOne(const DecodeBlock& decode, int16_t* block, Part* part) {
+    if (!source_.lost()) {
+      const zepStatus status = decode(block, part);
+      if (status == zepStatusOk) return;
+      source_.Lose(status, 0);
+      if (!coefficients_.frame.is_progressive) std::memset(block, 0, 64 * sizeof(*block));
+    }
+    if (scan_.first == 0 && scan_.high == 0) {
+      block[0] = static_cast<int16_t>(part->last_dc * (1 << scan_.low));
     }
   }
 

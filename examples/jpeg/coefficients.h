@@ -91,6 +91,17 @@ struct ScanWalk {
     return blocks;
   }
 
+  // Calls on_block(part, x, y) for the blocks of an MCU in their order.
+  template <class OnBlock>
+  void ForEachBlock(int column, int row, const OnBlock& on_block) const {
+    for (size_t i = 0; i < parts.size(); ++i) {
+      const auto [across, down] = parts[i];
+      for (int y = row * down; y < (row + 1) * down; ++y) {
+        for (int x = column * across; x < (column + 1) * across; ++x) on_block(i, x, y);
+      }
+    }
+  }
+
   struct Part {
     int across;  // blocks in an MCU
     int down;

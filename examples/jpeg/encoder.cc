@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "jpeg/block_maker.h"
+#include "jpeg/coefficient_writer.h"
 #include "jpeg/geometry.h"
 #include "jpeg/markers.h"
 #include "jpeg/scan_encoder.h"
@@ -70,6 +72,7 @@ void MakeTables(int quality, RawTables* raw, CoderTables* tables) {
   }
 }
 
+// Up to the frame header, and the restart interval.
 bool WriteHeaders(const Frame& frame, const EncodeOptions& options, const RawTables& raw,
                   ByteBuffer* file) {
   const int table_count = frame.components.size() > 1 ? 2 : 1;
@@ -82,12 +85,17 @@ bool WriteHeaders(const Frame& frame, const EncodeOptions& options, const RawTab
   }
   for (const Segment& segment : options.metadata.segments) writer.Saved(segment);
   for (int i = 0; i < table_count; ++i) writer.Quantization(i, raw[static_cast<size_t>(i)].data());
-  writer.FrameHeader(frame);
-  for (int i = 0; i < table_count; ++i) {
+  writer.FrameHeader(frame.is_progressive ? kSof2 : kSof0, frame);
+  if (options.restart_interval > 0) writer.RestartInterval(options.restart_interval);
+  return writer.ok();
+}
+
+bool WriteStandardScanHeader(const Frame& frame, ByteBuffer* file) {
+  SegmentWriter writer(file);
+  for (int i = 0; i < (frame.components.size() > 1 ? 2 : 1); ++i) {
     writer.Huffman(0, i, kDcHuffman[i]);
     writer.Huffman(1, i, kAcHuffman[i]);
   }
-  if (options.restart_interval > 0) writer.RestartInterval(options.restart_interval);
   Scan scan;
   for (int i = 0; i < static_cast<int>(frame.components.size()); ++i) {
     const int table = frame.components[static_cast<size_t>(i)].quant_table;
@@ -97,11 +105,79 @@ bool WriteHeaders(const Frame& frame, const EncodeOptions& options, const RawTab
   return writer.ok();
 }
 
+// What is made of the picture, row of MCUs by row.
+struct Work {
+  const Frame& frame;
+  const Geometry& geometry;
+  const EncodeOptions& options;
+  std::vector<const CoderTables*> tables;  // of each component
+  StripMaker* strip;
+};
+
+// Blocks are coded as they come.
+Status EncodeAtOnce(const Work& work, ByteBuffer* file) {
+  if (!WriteStandardScanHeader(work.frame, file)) return Status::NoMemory();
+  ScanEncoder scan(work.geometry, work.tables, work.options, file);
+  for (int row = 0; row < work.geometry.mcu_rows; ++row) {
+    StageClock clock(work.options.times);
+    work.strip->Make(row);
+    clock.Lap(&StageTimes::color);
+    if (Status status = scan.EncodeRow(*work.strip); !status.ok()) return status;
+  }
+  return scan.Finish();
+}
+
+void MakeBlocks(const Work& work, const BlockMaker& maker, int row, Coefficients* coefficients) {
+  for (size_t i = 0; i < coefficients->planes.size(); ++i) {
+    const ComponentGeometry& place = work.geometry.components[i];
+    CoefficientPlane& plane = coefficients->planes[i];
+    for (int y = row * place.v; y < (row + 1) * place.v; ++y) {
+      for (int x = 0; x < plane.across(); ++x) {
+        // In an MCU a block comes behind the one to its left, or the last one above.
+        const bool is_first = x % place.h == 0;
+        const int16_t* before = !is_first           ? plane.Block(x - 1, y)
+                                : y > row * place.v ? plane.Block(x + place.h - 1, y - 1)
+                                                    : plane.Block(x, y);
+        maker.Make(*work.strip, row, i, x, y, before, plane.Block(x, y));
+      }
+    }
+  }
+}
+
+// All coefficients first, then scans with tables of their own.
+Status EncodeInScans(const Work& work, const Script& script, ByteBuffer* file) {
+  Coefficients coefficients;
+  if (!coefficients.Allocate(work.frame)) return Status::NoMemory();
+  std::vector<const uint16_t*> steps;
+  for (const CoderTables* tables : work.tables) steps.push_back(tables->steps);
+  const BlockMaker maker(work.geometry, steps, work.options.precise_dct);
+  StageClock clock(work.options.times);
+  for (int row = 0; row < work.geometry.mcu_rows; ++row) {
+    work.strip->Make(row);
+    clock.Lap(&StageTimes::color);
+    MakeBlocks(work, maker, row, &coefficients);
+    clock.Lap(&StageTimes::dct);
+  }
+  const Status status =
+      WriteScans(coefficients, script, work.options.optimizes, work.options.restart_interval, file);
+  clock.Lap(&StageTimes::huffman);
+  return status;
+}
+
+Script ScriptOf(const EncodeOptions& options, int component_count) {
+  if (!options.script.empty()) return options.script;
+  return options.progressive ? ProgressiveScript(component_count)
+                             : SequentialScript(component_count);
+}
+
 }  // namespace
 
 Status Encode(const Image& image, const EncodeOptions& options, ByteBuffer* file) {
   if (Status status = CheckArguments(image, options); !status.ok()) return status;
-  const Frame frame = MakeFrame(image, options.sampling);
+  Frame frame = MakeFrame(image, options.sampling);
+  const Script script = ScriptOf(options, image.channels());
+  if (Status status = CheckScript(script, frame); !status.ok()) return status;
+  frame.is_progressive = IsProgressive(script);
   const Geometry geometry(frame, 1);
   RawTables raw;
   CoderTables tables[2];
@@ -110,18 +186,13 @@ Status Encode(const Image& image, const EncodeOptions& options, ByteBuffer* file
   if (!file->Resize(0) || !strip.Init() || !WriteHeaders(frame, options, raw, file)) {
     return Status::NoMemory();
   }
-  std::vector<const CoderTables*> component_tables;
+  Work work = {frame, geometry, options, {}, &strip};
   for (const FrameComponent& component : frame.components) {
-    component_tables.push_back(&tables[component.quant_table]);
+    work.tables.push_back(&tables[component.quant_table]);
   }
-  ScanEncoder scan(geometry, component_tables, options, file);
-  for (int row = 0; row < geometry.mcu_rows; ++row) {
-    StageClock clock(options.times);
-    strip.Make(row);
-    clock.Lap(&StageTimes::color);
-    if (Status status = scan.EncodeRow(strip); !status.ok()) return status;
-  }
-  if (Status status = scan.Finish(); !status.ok()) return status;
+  const bool at_once = script.size() == 1 && !options.optimizes;
+  const Status status = at_once ? EncodeAtOnce(work, file) : EncodeInScans(work, script, file);
+  if (!status.ok()) return status;
   SegmentWriter writer(file);
   writer.Marker(kEoi);
   return writer.ok() ? Status() : Status::NoMemory();

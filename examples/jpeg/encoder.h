@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: MIT
-// An encoder for baseline JPEG files (ITU-T T.81), put together from the stages in zepjp.h.
+// An encoder for baseline and progressive JPEG files (ITU-T T.81), put together from the stages in zepjp.h.
 //
 // Grey pictures become one component, RGB becomes YCbCr with a JFIF header, CMYK becomes YCCK with
-// an Adobe header and inverted inks. The Huffman tables are the standard's.
+// an Adobe header and inverted inks. The Huffman tables are the standard's, or the best for the picture.
 #ifndef ZEPJP_EXAMPLES_JPEG_ENCODER_H_
 #define ZEPJP_EXAMPLES_JPEG_ENCODER_H_
 
 #include "jpeg/common.h"
 #include "jpeg/metadata.h"
+#include "jpeg/scan_script.h"
 #include "jpeg/stage_clock.h"
 
 namespace jpeg {
@@ -22,6 +23,10 @@ struct EncodeOptions {
   // The transform of 12 bits, in single precision: it rounds once, which gains some 0.3 dB at quality
   // 90 and takes a sixth more time.
   bool precise_dct = false;
+  // These keep all coefficients until the end.
+  bool progressive = false;  // with the default script
+  Script script;             // instead, if not empty
+  bool optimizes = false;    // the Huffman tables; always where it is progressive
   // Resolution, and segments that are written as they are.
   Metadata metadata;
   // If not null, the time of the stages is added here.

@@ -10,19 +10,10 @@
 namespace jpeg {
 namespace {
 
-// Samples of 8 bits through the transform of 12 bits, which rounds only once: a sample of 128 becomes
-// the 2048 of its level shift.
-void PreciseTransform(const uint8_t* samples, int step, int16_t* block, const uint16_t* steps) {
-  uint16_t words[64];
-  for (int y = 0; y < 8; ++y) {
-    for (int x = 0; x < 8; ++x) words[8 * y + x] = static_cast<uint16_t>(samples[x] + 1920);
-    samples += step;
-  }
-  zepiDCTQuantFwd8x8LS_JPEG_16u16s_C1R(words, 16, block, steps);
-}
-
-void FastTransform(const uint8_t* samples, int step, int16_t* block, const uint16_t* steps) {
-  zepiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(samples, step, block, steps);
+std::vector<const uint16_t*> StepsOf(const std::vector<const CoderTables*>& tables) {
+  std::vector<const uint16_t*> steps;
+  for (const CoderTables* of_component : tables) steps.push_back(of_component->steps);
+  return steps;
 }
 
 }  // namespace
@@ -31,7 +22,7 @@ ScanEncoder::ScanEncoder(const Geometry& geometry, const std::vector<const Coder
                          const EncodeOptions& options, ByteBuffer* file)
     : mcus_per_row_(geometry.mcus_per_row),
       restart_interval_(options.restart_interval),
-      precise_dct_(options.precise_dct),
+      maker_(geometry, StepsOf(tables), options.precise_dct),
       file_(file),
       times_(options.times),
       mcus_left_(options.restart_interval) {
@@ -62,25 +53,15 @@ Status ScanEncoder::EncodeRow(const StripMaker& strip) {
   return Status();
 }
 
-// A block that lies wholly beyond its component costs least as a copy of the one before it in the
-// MCU without AC coefficients.
 void ScanEncoder::TransformBlocks(const StripMaker& strip, int first_mcu, int mcus) {
-  const int step = strip.step();
-  const auto transform = precise_dct_ ? PreciseTransform : FastTransform;
   int16_t* block = blocks_;
   for (int mcu = first_mcu; mcu < first_mcu + mcus; ++mcu) {
     for (size_t i = 0; i < parts_.size(); ++i) {
       const ComponentGeometry& place = parts_[i].place;
-      for (int y = 0; y < place.v; ++y) {
-        const uint8_t* row = strip.Samples(i) + y * 8 * step;
-        const bool row_exists = row_ * place.v + y < place.block_rows;
+      for (int y = row_ * place.v; y < (row_ + 1) * place.v; ++y) {
         for (int x = mcu * place.h; x < (mcu + 1) * place.h; ++x, block += 64) {
-          if (row_exists && x < place.blocks_per_row) {
-            transform(row + x * 8, step, block, parts_[i].tables->steps);
-          } else {
-            std::memset(block, 0, 64 * sizeof(*block));
-            block[0] = block[-64];
-          }
+          const int16_t* before = block == blocks_ ? block : block - 64;
+          maker_.Make(strip, row_, i, x, y, before, block);
         }
       }
     }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "jpeg/block_maker.h"
 #include "jpeg/common.h"
 #include "jpeg/encoder.h"
 #include "jpeg/geometry.h"
@@ -50,7 +51,7 @@ class ScanEncoder {
   std::vector<Part> parts_;
   int mcus_per_row_;
   int restart_interval_;
-  bool precise_dct_;
+  BlockMaker maker_;
   ByteBuffer* file_;
   StageTimes* times_;
   int blocks_in_mcu_ = 0;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "jpeg/segment_writer.h"
 
+#include <algorithm>
+
 #include "jpeg/markers.h"
 
 namespace jpeg {
@@ -59,8 +61,21 @@ void SegmentWriter::Quantization(int slot, const uint8_t* steps) {
   Bytes(steps, 64);
 }
 
-void SegmentWriter::FrameHeader(const Frame& frame) {
-  Begin(frame.is_progressive ? kSof2 : kSof0, 6 + 3 * frame.components.size());
+void SegmentWriter::Quantization(int slot, const std::array<uint16_t, 64>& steps) {
+  const bool is_wide = *std::max_element(steps.begin(), steps.end()) > 255;
+  Begin(kDqt, is_wide ? 129 : 65);
+  Byte(is_wide ? 1 << 4 | slot : slot);
+  for (const uint8_t place : kZigzag) {
+    if (is_wide) {
+      Word(steps[place]);
+    } else {
+      Byte(steps[place]);
+    }
+  }
+}
+
+void SegmentWriter::FrameHeader(int marker, const Frame& frame) {
+  Begin(marker, 6 + 3 * frame.components.size());
   Byte(8);  // bits a sample
   Word(frame.height);
   Word(frame.width);

@@ -3,6 +3,7 @@
 #ifndef ZEPJP_EXAMPLES_JPEG_SEGMENT_WRITER_H_
 #define ZEPJP_EXAMPLES_JPEG_SEGMENT_WRITER_H_
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -24,7 +25,10 @@ class SegmentWriter {
   void Saved(const Segment& segment);
   // `steps` in zigzag order.
   void Quantization(int slot, const uint8_t* steps);
-  void FrameHeader(const Frame& frame);
+  // `steps` in natural order; 16 bits each where one needs them.
+  void Quantization(int slot, const std::array<uint16_t, 64>& steps);
+  // `marker` names the process.
+  void FrameHeader(int marker, const Frame& frame);
   // `kind`: 0 for DC, 1 for AC.
   void Huffman(int kind, int slot, const HuffmanList& list);
   void RestartInterval(int mcus);
