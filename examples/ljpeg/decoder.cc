@@ -30,7 +30,7 @@ class Decoder {
     if (!found) return Status::Error("the file holds no picture");
     if (Status status = MakePicture(); !status.ok()) return status;
     while (found && !IsRepeated()) {
-      DecodeScan();
+      if (Status status = DecodeScan(); !status.ok()) return status;
       // Behind the last component nothing is missed.
       if (std::count(decoded_.begin(), decoded_.end(), true) == info_->components) break;
       if (Status status = reader_.NextScan(&found); !status.ok()) {
@@ -68,13 +68,14 @@ class Decoder {
     return false;
   }
 
-  void DecodeScan() {
+  Status DecodeScan() {
     ScanDecoder scan(data_, size_, reader_.position(), reader_.scan(), picture_, info_);
-    scan.Decode();
+    if (Status status = scan.Decode(); !status.ok()) return status;
     for (const ScanPart& part : reader_.scan().parts) {
       decoded_[static_cast<size_t>(part.component)] = true;
     }
     reader_.Seek(scan.end());
+    return Status();
   }
 
   void FillMissing() {

@@ -201,9 +201,6 @@ Status HeaderReader::CheckScan() const {
     return Status::Error("a point transform by " + std::to_string(scan_.point_transform) +
                          " leaves nothing of " + std::to_string(info_->bits) + " bits");
   }
-  if (scan_.predictor == 6 && info_->bits - scan_.point_transform > 15) {
-    return Status::Error("predictor 6 with samples of 16 bits is not supported");
-  }
   if (info_->restart_interval % info_->width != 0) {
     return Status::Error("a restart interval of " + std::to_string(info_->restart_interval) +
                          " samples is not made of whole rows");

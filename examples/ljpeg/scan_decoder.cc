@@ -36,7 +36,7 @@ ScanDecoder::ScanDecoder(const uint8_t* data, size_t size, size_t begin, const S
   }
 }
 
-void ScanDecoder::Decode() {
+common::Status ScanDecoder::Decode() {
   size_t index = 0;
   for (int y = 0; y < info_->height; y += rows_in_interval_, ++index) {
     const int rows = std::min(rows_in_interval_, info_->height - y);
@@ -44,6 +44,9 @@ void ScanDecoder::Decode() {
     for (int row = y; row < interval_end_; ++row) {
       DecodeRow(row);
       Reconstruct(row == y);
+      if (!IsPredictable()) {
+        return common::Status::Error("predictor 6 with samples of 16 bits is not supported");
+      }
       for (Part& part : parts_) {
         JoinRow(part.row, scan_.point_transform, part.component, row, picture_);
         std::swap(part.row, part.above);
@@ -51,6 +54,7 @@ void ScanDecoder::Decode() {
     }
     FinishInterval(index);
   }
+  return common::Status();
 }
 
 void ScanDecoder::BeginInterval(size_t start, int y, int rows) {
@@ -107,6 +111,15 @@ void ScanDecoder::Reconstruct(bool is_first) {
                                          scan_.predictor);
     }
   }
+}
+
+// The library's predictor 6 takes samples as signed. As long as no sample needs its highest bit, that is no
+// difference, and some programs write 12 bits as 16.
+bool ScanDecoder::IsPredictable() const {
+  if (scan_.predictor != 6 || info_->bits - scan_.point_transform < 16) return true;
+  return std::all_of(parts_.begin(), parts_.end(), [](const Part& part) {
+    return std::all_of(part.row.begin(), part.row.end(), [](int16_t s) { return s >= 0; });
+  });
 }
 
 // Much data that no row asked for is a sign of damage that made no bad code.

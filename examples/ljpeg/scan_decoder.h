@@ -22,7 +22,8 @@ class ScanDecoder {
   ScanDecoder(const uint8_t* data, size_t size, size_t begin, const Scan& scan,
               common::Raster* picture, FileInfo* info);
 
-  void Decode();
+  // An error where predictor 6 meets samples that it cannot have.
+  common::Status Decode();
   // Of the marker behind the scan.
   size_t end() const { return intervals_.end; }
 
@@ -36,6 +37,7 @@ class ScanDecoder {
   void BeginInterval(size_t start, int y, int rows);
   void DecodeRow(int y);
   void Reconstruct(bool is_first);
+  bool IsPredictable() const;
   void FinishInterval(size_t index);
   void ReportLoss(zepStatus status, int y);
   size_t Offset() const { return base_ + static_cast<size_t>(at_); }
