@@ -13,7 +13,7 @@
 namespace tiff {
 
 // Fields by their tags.
-enum Tag : int {
+enum Tag : uint16_t {
   kImageWidth = 256,
   kImageLength = 257,
   kBitsPerSample = 258,
@@ -33,7 +33,7 @@ enum Tag : int {
   kIccProfile = 34675,
 };
 
-enum Type : int { kByte = 1, kShort = 3, kLong = 4, kRational = 5, kUndefined = 7 };
+enum Type : uint16_t { kByte = 1, kShort = 3, kLong = 4, kRational = 5, kUndefined = 7 };
 
 constexpr uint32_t kWhiteIsZero = 0, kBlackIsZero = 1, kRgb = 2;
 constexpr uint32_t kInch = 2, kCentimetre = 3;
