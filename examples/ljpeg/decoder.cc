@@ -80,10 +80,11 @@ class Decoder {
 
   void FillMissing() {
     const Row grey(static_cast<size_t>(info_->width), static_cast<int16_t>(1 << (info_->bits - 1)));
+    const Row* const rows[kMostComponents] = {&grey};
     for (int c = 0; c < info_->components; ++c) {
       if (decoded_[static_cast<size_t>(c)]) continue;
       info_->messages.Add("component " + std::to_string(c) + " is missing");
-      for (int y = 0; y < info_->height; ++y) JoinRow(grey, 0, c, y, picture_);
+      for (int y = 0; y < info_->height; ++y) JoinRows(rows, 1, 0, c, y, picture_);
     }
   }
 

@@ -7,14 +7,16 @@
 namespace ljpeg {
 namespace {
 
+// All channels at once: each pixel is loaded from where the one before ended.
 template <class T, size_t kChannels>
 void Split(const uint8_t* row, size_t width, int shift, Row* const rows[kMostComponents]) {
-  for (size_t c = 0; c < kChannels; ++c) {
-    int16_t* const out = rows[c]->data();
-    for (size_t x = 0; x < width; ++x) {
-      T sample;
-      std::memcpy(&sample, row + (x * kChannels + c) * sizeof(T), sizeof(T));
-      out[x] = static_cast<int16_t>(static_cast<uint16_t>(sample >> shift));
+  int16_t* out[kChannels];
+  for (size_t c = 0; c < kChannels; ++c) out[c] = rows[c]->data();
+  for (size_t x = 0; x < width; ++x, row += kChannels * sizeof(T)) {
+    T pixel[kChannels];
+    std::memcpy(pixel, row, sizeof(pixel));
+    for (size_t c = 0; c < kChannels; ++c) {
+      out[c][x] = static_cast<int16_t>(static_cast<uint16_t>(pixel[c] >> shift));
     }
   }
 }
@@ -30,24 +32,34 @@ void SplitAny(const common::Raster& picture, int y, int shift, Row* const rows[k
   }
 }
 
-template <class T, size_t kChannels>
-void Join(const Row& samples, int shift, unsigned max_value, uint8_t* out) {
-  for (size_t x = 0; x < samples.size(); ++x) {
-    const unsigned wide = unsigned{static_cast<uint16_t>(samples[x])} << shift;
-    const auto sample = static_cast<T>(std::min(wide, max_value));
-    std::memcpy(out + x * kChannels * sizeof(T), &sample, sizeof(T));
+// `kCount` channels from a first one on, of pixels of `step` bytes.
+template <class T, size_t kCount>
+void Join(const Row* const rows[kMostComponents], int shift, unsigned max_value, size_t step,
+          uint8_t* out) {
+  const int16_t* in[kCount];
+  for (size_t c = 0; c < kCount; ++c) in[c] = rows[c]->data();
+  const size_t width = rows[0]->size();
+  for (size_t x = 0; x < width; ++x, out += step) {
+    T pixel[kCount];
+    for (size_t c = 0; c < kCount; ++c) {
+      const unsigned sample = unsigned{static_cast<uint16_t>(in[c][x])} << shift;
+      pixel[c] = static_cast<T>(std::min(sample, max_value));
+    }
+    std::memcpy(out, pixel, sizeof(pixel));
   }
 }
 
 template <class T>
-void JoinAny(const Row& samples, int shift, int channel, int y, common::Raster* picture) {
+void JoinAny(const Row* const rows[kMostComponents], int count, int shift, int channel, int y,
+             common::Raster* picture) {
   uint8_t* const out = picture->Row(y) + static_cast<size_t>(channel) * sizeof(T);
-  const auto max_value = static_cast<unsigned>(picture->MaxValue());
-  switch (picture->channels()) {
-    case 1: return Join<T, 1>(samples, shift, max_value, out);
-    case 2: return Join<T, 2>(samples, shift, max_value, out);
-    case 3: return Join<T, 3>(samples, shift, max_value, out);
-    default: return Join<T, 4>(samples, shift, max_value, out);
+  const auto most = static_cast<unsigned>(picture->MaxValue());
+  const size_t step = static_cast<size_t>(picture->channels()) * sizeof(T);
+  switch (count) {
+    case 1: return Join<T, 1>(rows, shift, most, step, out);
+    case 2: return Join<T, 2>(rows, shift, most, step, out);
+    case 3: return Join<T, 3>(rows, shift, most, step, out);
+    default: return Join<T, 4>(rows, shift, most, step, out);
   }
 }
 
@@ -58,9 +70,10 @@ void SplitRow(const common::Raster& picture, int y, int shift, Row* const rows[k
                             : SplitAny<uint8_t>(picture, y, shift, rows);
 }
 
-void JoinRow(const Row& samples, int shift, int channel, int y, common::Raster* picture) {
-  return picture->bits() > 8 ? JoinAny<uint16_t>(samples, shift, channel, y, picture)
-                             : JoinAny<uint8_t>(samples, shift, channel, y, picture);
+void JoinRows(const Row* const rows[kMostComponents], int count, int shift, int channel, int y,
+              common::Raster* picture) {
+  return picture->bits() > 8 ? JoinAny<uint16_t>(rows, count, shift, channel, y, picture)
+                             : JoinAny<uint8_t>(rows, count, shift, channel, y, picture);
 }
 
 }  // namespace ljpeg

@@ -47,10 +47,7 @@ common::Status ScanDecoder::Decode() {
       if (!IsPredictable()) {
         return common::Status::Error("predictor 6 with samples of 16 bits is not supported");
       }
-      for (Part& part : parts_) {
-        JoinRow(part.row, scan_.point_transform, part.component, row, picture_);
-        std::swap(part.row, part.above);
-      }
+      TakeRow(row);
     }
     FinishInterval(index);
   }
@@ -120,6 +117,25 @@ bool ScanDecoder::IsPredictable() const {
   return std::all_of(parts_.begin(), parts_.end(), [](const Part& part) {
     return std::all_of(part.row.begin(), part.row.end(), [](int16_t s) { return s >= 0; });
   });
+}
+
+// Into the picture: all components at once where they follow one another, as they do in scans of several.
+void ScanDecoder::TakeRow(int y) {
+  const Row* rows[kMostComponents] = {};
+  const int count = static_cast<int>(parts_.size());
+  bool is_in_order = true;
+  for (size_t i = 0; i < parts_.size(); ++i) {
+    rows[i] = &parts_[i].row;
+    is_in_order = is_in_order && parts_[i].component == parts_[0].component + static_cast<int>(i);
+  }
+  if (is_in_order) {
+    JoinRows(rows, count, scan_.point_transform, parts_[0].component, y, picture_);
+  } else {
+    for (size_t i = 0; i < parts_.size(); ++i) {
+      JoinRows(rows + i, 1, scan_.point_transform, parts_[i].component, y, picture_);
+    }
+  }
+  for (Part& part : parts_) std::swap(part.row, part.above);
 }
 
 // Much data that no row asked for is a sign of damage that made no bad code.

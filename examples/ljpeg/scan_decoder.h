@@ -38,6 +38,7 @@ class ScanDecoder {
   void DecodeRow(int y);
   void Reconstruct(bool is_first);
   bool IsPredictable() const;
+  void TakeRow(int y);
   void FinishInterval(size_t index);
   void ReportLoss(zepStatus status, int y);
   size_t Offset() const { return base_ + static_cast<size_t>(at_); }
