@@ -8,12 +8,15 @@
 
 #include "dds/codec.h"
 #include "jpeg/decoder.h"
+#include "zepconvert/deep_pixels.h"
 #include "zepconvert/file_io.h"
 #include "zepconvert/jp2_file.h"
 #include "zepconvert/jxr_file.h"
+#include "zepconvert/ljpeg_file.h"
 #include "zepconvert/picture.h"
 #include "zepconvert/png_file.h"
 #include "zepconvert/pnm_file.h"
+#include "zepconvert/tiff_file.h"
 
 namespace zepconvert {
 namespace {
@@ -74,8 +77,9 @@ common::Status LoadAny(const Settings& settings, const common::ByteBuffer& input
   if (format == Format::kJpeg) return LoadJpeg(settings, input, picture, result);
   if (format == Format::kUnknown) {
     return common::Status::Error(
-        "neither a JPEG nor a JPEG 2000 nor a JPEG XR nor a PNG nor a binary PGM or PPM nor a DDS "
-        "file");
+        "neither a JPEG nor a JPEG 2000 nor a JPEG XR nor a PNG nor a TIFF nor a binary PGM, PPM "
+        "or "
+        "PAM nor a DDS file");
   }
   if (format == Format::kJp2 || format == Format::kJ2k) {
     const Timer timer(&result->seconds[kJp2Decode]);
@@ -86,24 +90,49 @@ common::Status LoadAny(const Settings& settings, const common::ByteBuffer& input
     return ReadJxr(settings, input, picture);
   }
   if (settings.scale != 1) {
-    return common::Status::Error("only JPEG and JPEG 2000 files can be reduced (--scale)");
+    return common::Status::Error(
+        "only JPEG (but lossless ones) and JPEG 2000 files can be reduced (--scale)");
+  }
+  if (format == Format::kLjpeg) {
+    const Timer timer(&result->seconds[kLjpegDecode]);
+    return ReadLjpeg(settings, input, picture);
   }
   const Timer timer(&result->seconds[format == Format::kDds ? kTextureDecode : kDecodeOther]);
   if (format == Format::kDds) return LoadDds(settings, input, picture);
+  if (format == Format::kTiff) return ReadTiff(settings, input, picture);
   const auto read = format == Format::kPng ? ReadPng : ReadPnm;
   return read(input.data(), input.size(), settings.max_pixels, picture);
+}
+
+common::Status Relayout(int channels, int bits, common::Raster* deep) {
+  if (channels == deep->channels() && bits == deep->bits()) return common::Status();
+  common::Raster changed;
+  common::Status status = ChangeDepth(*deep, channels, bits, &changed);
+  *deep = std::move(changed);
+  return status;
 }
 
 common::Status Load(const Settings& settings, const common::ByteBuffer& input, Picture* picture,
                     Result* result) {
   common::Status status = LoadAny(settings, input, picture, result);
-  if (!status.ok() || !HasAlpha(picture->image.layout()) || !IsOpaque(picture->image))
+  if (status.ok() && picture->IsDeep() && HasAlpha(picture->deep) && IsOpaque(picture->deep)) {
+    return Relayout(picture->deep.channels() - 1, picture->deep.bits(), &picture->deep);
+  }
+  if (!status.ok() || picture->IsDeep() || !HasAlpha(picture->image.layout()) ||
+      !IsOpaque(picture->image))
     return status;
   common::Image opaque;
   status = ChangeLayout(picture->image,
                         picture->image.channels() == 2 ? PixelLayout::kGrey : PixelLayout::kRgb,
                         &opaque);
   picture->image = std::move(opaque);
+  return status;
+}
+
+// Its samples with 8 bits.
+common::Status MakeShallow(Picture* picture) {
+  common::Status status = ToImage(picture->deep, &picture->image);
+  picture->deep = common::Raster();
   return status;
 }
 
@@ -115,11 +144,16 @@ dds::EncodeOptions TextureOptions(const Settings& settings, const common::Image&
   return options;
 }
 
+// True where the output is made for opacity.
+bool KeepsAlpha(Format format) {
+  return format == Format::kPng || format == Format::kPam || format == Format::kJp2;
+}
+
 // What the output can have of this picture.
 PixelLayout LayoutFor(const Settings& settings, Format format, const common::Image& image) {
   const PixelLayout before = image.layout();
   bool is_grey = settings.grey || format == Format::kPgm || ChannelCount(before) <= 2;
-  bool has_alpha = HasAlpha(before) && (format == Format::kPng || format == Format::kJp2);
+  bool has_alpha = HasAlpha(before) && KeepsAlpha(format);
   if (format == Format::kDds) {
     const dds::EncodeOptions options = TextureOptions(settings, image);
     if (options.format == dds::BlockFormat::kBc4) is_grey = true;
@@ -129,7 +163,8 @@ PixelLayout LayoutFor(const Settings& settings, Format format, const common::Ima
                 HasAlpha(dds::LayoutOf(options.format, options.is_ycocg));
   }
   if (is_grey) return has_alpha ? PixelLayout::kGreyAlpha : PixelLayout::kGrey;
-  if (before == PixelLayout::kCmyk && format == Format::kJpeg) return before;
+  const bool is_jpeg = format == Format::kJpeg || format == Format::kLjpeg;
+  if (before == PixelLayout::kCmyk && is_jpeg) return before;
   return has_alpha ? PixelLayout::kRgba : PixelLayout::kRgb;
 }
 
@@ -141,8 +176,36 @@ common::Status Relayout(PixelLayout layout, common::Image* image) {
   return status;
 }
 
+void AdjustMetadata(const Settings& settings, bool loses_colors, Picture* picture) {
+  if (loses_colors) jpeg::RemoveIccProfile(&picture->metadata);
+  // Its offsets point at what stood behind the picture.
+  jpeg::RemoveMultiPictureIndex(&picture->metadata);
+  if (!settings.keep_metadata) picture->metadata.segments.clear();
+}
+
+constexpr char kLaidOverWhite[] = "transparent parts were laid over white";
+
+// PNG and TIFF files have 8 or 16 bits, others any number.
+common::Status AdjustDeep(const Settings& settings, Format format, Picture* picture) {
+  common::Raster& deep = picture->deep;
+  const int before = deep.channels();
+  const bool is_grey = settings.grey || format == Format::kPgm || before <= 2;
+  const bool has_alpha = HasAlpha(deep) && KeepsAlpha(format);
+  const bool has_any_depth = format != Format::kPng && format != Format::kTiff;
+  if (HasAlpha(deep) && !has_alpha) picture->notes.emplace_back(kLaidOverWhite);
+  AdjustMetadata(settings, is_grey && before > 2, picture);
+  return Relayout((is_grey ? 1 : 3) + (has_alpha ? 1 : 0), has_any_depth ? deep.bits() : 16, &deep);
+}
+
 // Brings the picture into a form that the output can have.
 common::Status Adjust(const Settings& settings, Format format, Picture* picture) {
+  if (picture->IsDeep()) {
+    const bool has_any_depth = format != Format::kPng && format != Format::kTiff;
+    if (CanBeDeep(format) && (has_any_depth || picture->deep.bits() > 8)) {
+      return AdjustDeep(settings, format, picture);
+    }
+    if (common::Status status = MakeShallow(picture); !status.ok()) return status;
+  }
   const PixelLayout before = picture->image.layout();
   const PixelLayout after = LayoutFor(settings, format, picture->image);
   common::Status status = Relayout(after, &picture->image);
@@ -155,16 +218,12 @@ common::Status Adjust(const Settings& settings, Format format, Picture* picture)
     picture->notes.emplace_back("CMYK was converted to RGB without its profile");
   }
   if (HasAlpha(before) && !HasAlpha(after)) {
-    picture->notes.emplace_back("transparent parts were laid over white");
+    picture->notes.emplace_back(kLaidOverWhite);
   }
   // A profile for colours says nothing about grey, one for inks nothing about RGB.
-  if (ChannelCount(before) > 2 && (ChannelCount(after) <= 2 || before == PixelLayout::kCmyk) &&
-      after != before) {
-    jpeg::RemoveIccProfile(&picture->metadata);
-  }
-  // Its offsets point at what stood behind the picture.
-  jpeg::RemoveMultiPictureIndex(&picture->metadata);
-  if (!settings.keep_metadata) picture->metadata.segments.clear();
+  const bool loses_colors = ChannelCount(before) > 2 && after != before &&
+                            (ChannelCount(after) <= 2 || before == PixelLayout::kCmyk);
+  AdjustMetadata(settings, loses_colors, picture);
   return status;
 }
 
@@ -197,6 +256,20 @@ common::Status SaveDds(const Settings& settings, const common::Image& image,
   return status.ok() ? dds::Encode(pixels, options, output) : status;
 }
 
+common::Status SaveOther(const Settings& settings, Format format, const Picture& picture,
+                         common::ByteBuffer* output) {
+  if (format == Format::kTiff) return WriteTiff(settings, picture, output);
+  if (format == Format::kPng) {
+    return picture.IsDeep() ? WritePng(picture.deep, picture.metadata, output)
+                            : WritePng(picture.image, picture.metadata, output);
+  }
+  const PnmKind kind = format == Format::kPam   ? PnmKind::kPam
+                       : format == Format::kPpm ? PnmKind::kPpm
+                                                : PnmKind::kPgmOrPpm;
+  return picture.IsDeep() ? WritePnm(picture.deep, kind, output)
+                          : WritePnm(picture.image, kind, output);
+}
+
 common::Status Save(const Settings& settings, Format format, const Picture& picture,
                     common::ByteBuffer* output, Result* result) {
   if (format == Format::kJpeg) return SaveJpeg(settings, picture, output, result);
@@ -211,9 +284,18 @@ common::Status Save(const Settings& settings, Format format, const Picture& pict
     result->lossless = IsLosslessJxr(settings);
     return WriteJxr(settings, picture, output);
   }
+  if (format == Format::kLjpeg) {
+    const Timer timer(&result->seconds[kLjpegEncode]);
+    result->lossless = settings.point_transform == 0;
+    return WriteLjpeg(settings, picture, output);
+  }
   const Timer timer(&result->seconds[kEncodeOther]);
-  if (format == Format::kPng) return WritePng(picture.image, picture.metadata, output);
-  return WritePnm(picture.image, format == Format::kPpm, output);
+  return SaveOther(settings, format, picture, output);
+}
+
+Format OutputFormat(const Settings& settings, const std::string& name) {
+  const Format format = FormatOfName(name);
+  return format == Format::kJpeg && settings.is_lossless ? Format::kLjpeg : format;
 }
 
 common::Status MeasureLoss(const common::ByteBuffer& output, const std::string& error_picture,
@@ -237,10 +319,12 @@ common::Status MeasureLoss(const common::ByteBuffer& output, const std::string& 
 
 const char* StageName(Stage stage) {
   constexpr std::array<const char*, kStageCount> kNames = {
-      "read file",        "decode PNG or PNM", "decode texture", "decode JPEG 2000",
-      "decode JPEG XR",   "Huffman decoding",  "inverse DCT",    "up-sampling, RGB",
-      "layout of pixels", "YCbCr, reduction",  "forward DCT",    "Huffman encoding",
-      "encode texture",   "encode JPEG 2000",  "encode JPEG XR", "encode PNG or PNM",
+      "read file",        "decode PNG, PNM, TIFF", "decode texture",
+      "decode JPEG 2000", "decode JPEG XR",        "decode lossless JPEG",
+      "Huffman decoding", "inverse DCT",           "up-sampling, RGB",
+      "layout of pixels", "YCbCr, reduction",      "forward DCT",
+      "Huffman encoding", "encode texture",        "encode JPEG 2000",
+      "encode JPEG XR",   "encode lossless JPEG",  "encode PNG, PNM, TIFF",
       "write file"};
   return kNames[stage];
 }
@@ -251,12 +335,13 @@ common::Status LoadPicture(const common::ByteBuffer& input, Picture* picture) {
   Settings settings;
   settings.max_pixels = std::numeric_limits<int64_t>::max();
   Result ignored;
-  return Load(settings, input, picture, &ignored);
+  common::Status status = Load(settings, input, picture, &ignored);
+  return status.ok() && picture->IsDeep() ? MakeShallow(picture) : status;
 }
 
 void Convert(const Settings& settings, const common::ByteBuffer& input,
              const std::string& error_picture, Result* result) {
-  const Format format = FormatOfName(result->job.output);
+  const Format format = OutputFormat(settings, result->job.output);
   Picture picture;
   common::ByteBuffer output;
   result->input_bytes = input.size();
@@ -267,13 +352,16 @@ void Convert(const Settings& settings, const common::ByteBuffer& input,
     result->status = Adjust(settings, format, &picture);
   }
   if (!result->status.ok()) return;
-  result->width = picture.image.width();
-  result->height = picture.image.height();
+  result->width = picture.IsDeep() ? picture.deep.width() : picture.image.width();
+  result->height = picture.IsDeep() ? picture.deep.height() : picture.image.height();
   result->status = Save(settings, format, picture, &output, result);
   if (!result->status.ok()) return;
   result->output_bytes = output.size();
   if (!error_picture.empty() && !result->lossless) {
-    result->status = MeasureLoss(output, error_picture, &picture.image, result);
+    if (picture.IsDeep()) result->status = MakeShallow(&picture);
+    if (result->status.ok()) {
+      result->status = MeasureLoss(output, error_picture, &picture.image, result);
+    }
   }
   if (!result->status.ok()) return;
   {

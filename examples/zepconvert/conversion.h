@@ -19,10 +19,11 @@ namespace zepconvert {
 // Where the time goes, in the order of the work.
 enum Stage {
   kReadFile,
-  kDecodeOther,  // PNG, PNM
+  kDecodeOther,  // PNG, PNM, TIFF
   kTextureDecode,
   kJp2Decode,
   kJxrDecode,
+  kLjpegDecode,
   kHuffmanDecode,
   kInverseDct,
   kColorDecode,
@@ -33,6 +34,7 @@ enum Stage {
   kTextureEncode,
   kJp2Encode,
   kJxrEncode,
+  kLjpegEncode,
   kEncodeOther,
   kWriteFile,
   kStageCount,
@@ -61,7 +63,7 @@ struct Result {
 void Convert(const Settings& settings, const common::ByteBuffer& input,
              const std::string& error_picture, Result* result);
 
-// The picture in a file of any known format.
+// The picture in a file of any known format, with 8 bits a sample.
 common::Status LoadPicture(const common::ByteBuffer& input, Picture* picture);
 
 }  // namespace zepconvert

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// zepconvert: converts pictures between JPEG, JPEG 2000, JPEG XR, PNG, PNM and DDS. See docs/zepconvert.md.
+// zepconvert: converts pictures between JPEG, JPEG 2000, JPEG XR, PNG, TIFF, PNM and DDS. See docs/zepconvert.md.
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -53,7 +53,7 @@ struct Arguments {
   std::string sampling = "420";
   std::string texture_format;
   std::string dds_header = "fourcc";
-  bool is_lossless = false;
+  std::string tiff_compression = "packbits";
   std::string tiles;
   std::vector<std::string> block_styles;
   std::string to;
@@ -74,6 +74,9 @@ const std::map<std::string, dds::HeaderStyle> kHeaderStyles = {
     {"fourcc", dds::HeaderStyle::kFourCc},
     {"unsigned", dds::HeaderStyle::kUnsignedFourCc},
     {"dx10", dds::HeaderStyle::kDx10}};
+
+const std::map<std::string, tiff::Compression> kTiffCompressions = {
+    {"none", tiff::Compression::kNone}, {"packbits", tiff::Compression::kPackBits}};
 
 const std::map<std::string, int> kBlockStyles = {
     {"bypass", jpeg2000::kBypass},           {"reset", jpeg2000::kReset},
@@ -122,8 +125,9 @@ void DefineOptions(CLI::App* app, Arguments* arguments) {
                   "resolution of colours: 444, 422 or 420 (JPEG files 420, JPEG XR files 444)")
       ->check(CLI::IsMember(std::vector<std::string>{"444", "422", "420"}).description(""));
   app->add_flag("--grey,--gray", settings.grey, "convert to grey");
-  app->add_option("--restart", settings.restart_interval,
-                  "restart interval of JPEG files in MCUs, 0 for none (0)")
+  app->add_option(
+         "--restart", settings.restart_interval,
+         "restart interval of JPEG files in MCUs, of lossless ones in rows, 0 for none (0)")
       ->check(CLI::Range(0, 65535));
   app->add_flag("--precise-dct", settings.precise_dct,
                 "write JPEG files with the transform that rounds once: some 0.3 dB more");
@@ -137,9 +141,20 @@ void DefineOptions(CLI::App* app, Arguments* arguments) {
                   "how DDS files name their format: fourcc, unsigned (BC4U, BC5U) or dx10 (fourcc)")
       ->check(CLI::IsMember(Keys(kHeaderStyles)).description(""));
   auto* const lossless =
-      app->add_flag("--lossless", arguments->is_lossless,
-                    "write JPEG 2000 and JPEG XR files without loss, as they are by default")
+      app->add_flag("--lossless", settings.is_lossless,
+                    "write lossless JPEG files; JPEG 2000 and JPEG XR files are so by default")
           ->excludes(quality);
+  app->add_option("--predictor", settings.predictor,
+                  "of lossless JPEG files: 1 left, 2 above, 3 above left, 4 to 7 mixtures (1)")
+      ->check(CLI::Range(1, 7));
+  app->add_option("--point-transform", settings.point_transform,
+                  "bits that lossless JPEG files leave out of each sample (0)")
+      ->check(CLI::Range(0, 15));
+  app->add_option("--compression", arguments->tiff_compression,
+                  "of TIFF files: none or packbits (packbits)")
+      ->check(CLI::IsMember(Keys(kTiffCompressions)).description(""));
+  app->add_flag("--byte-planes", settings.has_byte_planes,
+                "write 16-bit TIFF files as planes of bytes, which only this program reads");
   app->add_option("--overlap", settings.overlap,
                   "filters across blocks of JPEG XR files: 0 none, 1 the first stage, 2 both (1)")
       ->check(CLI::Range(0, 2));
@@ -162,8 +177,9 @@ void DefineOptions(CLI::App* app, Arguments* arguments) {
   app->add_option("--scale", settings.scale,
                   "reduce JPEG and JPEG 2000 inputs to 1/2, 1/4 or 1/8: 1, 2, 4, 8")
       ->check(CLI::IsMember(std::vector<int>{1, 2, 4, 8}).description(""));
-  app->add_option("--to", arguments->to,
-                  "convert all files to jpg, jp2, j2k, jxr, png, ppm, pgm, pnm or dds");
+  app->add_option(
+      "--to", arguments->to,
+      "convert all files to jpg, ljpg, jp2, j2k, jxr, png, tif, ppm, pgm, pnm, pam or dds");
   app->add_option("--out-dir", arguments->out_dir, "where results of --to go (beside the inputs)");
   app->add_option("--report", settings.report_directory,
                   "write a page with pictures, sizes, PSNR and times to this directory");
@@ -193,13 +209,16 @@ std::string MakeJobs(const Arguments& arguments, std::vector<Job>* jobs) {
     if (arguments.files.size() != 2) return "give an input and an output, or --to FORMAT";
     if (FormatOfName(arguments.files[1]) == Format::kUnknown) {
       return arguments.files[1] +
-             ": the name must end in .jpg, .jp2, .j2k, .jxr, .png, .ppm, .pgm, .pnm or .dds";
+             ": the name must end in .jpg, .ljpg, .jp2, .j2k, .jxr, .png, .tif, .ppm, .pgm, .pnm, "
+             ".pam "
+             "or .dds";
     }
     jobs->push_back({arguments.files[0], arguments.files[1]});
     return "";
   }
   if (FormatOfName("." + arguments.to) == Format::kUnknown) {
-    return "--to " + arguments.to + ": must be jpg, jp2, j2k, jxr, png, ppm, pgm, pnm or dds";
+    return "--to " + arguments.to +
+           ": must be jpg, ljpg, jp2, j2k, jxr, png, tif, ppm, pgm, pnm, pam or dds";
   }
   std::map<std::string, std::string> inputs;  // by output
   for (const std::string& input : arguments.files) {
@@ -254,8 +273,9 @@ int Run(const Arguments& arguments) {
 int ParseAndRun(int argc, char** argv) {
   Arguments arguments;
   CLI::App app(
-      "Converts pictures between JPEG (baseline), JPEG 2000, JPEG XR, PNG, binary PGM and PPM, "
-      "and DDS files.",
+      "Converts pictures between JPEG (baseline, lossless), JPEG 2000, JPEG XR, PNG, TIFF, binary "
+      "PGM, "
+      "PPM and PAM, and DDS files.",
       "zepconvert");
   app.footer(
       "Exit codes: 0 done, 1 some file failed, 2 wrong usage, 3 interrupted, 4 all were "
@@ -270,6 +290,7 @@ int ParseAndRun(int argc, char** argv) {
     arguments.settings.has_sampling = app.count("--sampling") > 0;
     ParseTiles(arguments.tiles, &arguments.settings.tile_width, &arguments.settings.tile_height);
     SetTexture(arguments, &arguments.settings);
+    arguments.settings.tiff_compression = kTiffCompressions.at(arguments.tiff_compression);
     for (const std::string& style : arguments.block_styles) {
       arguments.settings.block_style |= kBlockStyles.at(style);
     }

@@ -9,6 +9,8 @@
 #include "jpeg/decoder.h"
 #include "jpeg2000/decoder.h"
 #include "jpegxr/decoder.h"
+#include "ljpeg/codec.h"
+#include "tiff/codec.h"
 #include "zepconvert/pnm_file.h"
 
 namespace zepconvert {
@@ -24,10 +26,18 @@ int64_t BigEndian32(const uint8_t* bytes) {
 
 }  // namespace
 
+void Picture::TakeWarnings(const common::Messages& messages) {
+  warnings = messages.kept();
+  const int64_t more = messages.count() - static_cast<int64_t>(warnings.size());
+  if (more > 0) warnings.push_back("and " + std::to_string(more) + " more");
+}
+
 Format FormatOfBytes(const uint8_t* data, size_t size) {
-  if (size >= 3 && data[0] == 0xFF && data[1] == 0xD8 && data[2] == 0xFF) return Format::kJpeg;
+  if (size >= 3 && data[0] == 0xFF && data[1] == 0xD8 && data[2] == 0xFF) {
+    return ljpeg::IsLosslessJpeg(data, size) ? Format::kLjpeg : Format::kJpeg;
+  }
   if (size >= 8 && std::memcmp(data, kPngSignature, 8) == 0) return Format::kPng;
-  if (size >= 3 && data[0] == 'P' && (data[1] == '5' || data[1] == '6') &&
+  if (size >= 3 && data[0] == 'P' && data[1] >= '5' && data[1] <= '7' &&
       (std::isspace(data[2]) != 0 || data[2] == '#')) {
     return Format::kPnm;
   }
@@ -37,6 +47,7 @@ Format FormatOfBytes(const uint8_t* data, size_t size) {
     return Format::kJ2k;
   }
   if (size >= 4 && std::memcmp(data, kJxrSignature, 3) == 0 && data[3] <= 1) return Format::kJxr;
+  if (tiff::IsTiff(data, size)) return Format::kTiff;
   return Format::kUnknown;
 }
 
@@ -45,10 +56,13 @@ Format FormatOfName(const std::string& name) {
   std::transform(extension.begin(), extension.end(), extension.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
   if (extension == "jpg" || extension == "jpeg" || extension == "jpe") return Format::kJpeg;
+  if (extension == "ljpg" || extension == "ljpeg") return Format::kLjpeg;
   if (extension == "png") return Format::kPng;
   if (extension == "ppm") return Format::kPpm;
   if (extension == "pgm") return Format::kPgm;
   if (extension == "pnm") return Format::kPnm;
+  if (extension == "pam") return Format::kPam;
+  if (extension == "tif" || extension == "tiff") return Format::kTiff;
   if (extension == "dds") return Format::kDds;
   if (extension == "jp2") return Format::kJp2;
   if (extension == "j2k" || extension == "j2c" || extension == "jpc") return Format::kJ2k;
@@ -59,9 +73,12 @@ Format FormatOfName(const std::string& name) {
 const char* Extension(Format format) {
   switch (format) {
     case Format::kJpeg: return "jpg";
+    case Format::kLjpeg: return "ljpg";
     case Format::kPng: return "png";
     case Format::kPpm: return "ppm";
     case Format::kPgm: return "pgm";
+    case Format::kPam: return "pam";
+    case Format::kTiff: return "tif";
     case Format::kDds: return "dds";
     case Format::kJp2: return "jp2";
     case Format::kJ2k: return "j2k";
@@ -76,6 +93,16 @@ Dimensions ReadDimensions(const uint8_t* data, size_t size) {
       jpeg::FileInfo info;
       if (!jpeg::ReadFileInfo(data, size, &info).ok()) return {};
       return {info.frame.width, info.frame.height};
+    }
+    case Format::kLjpeg: {
+      ljpeg::FileInfo info;
+      if (!ljpeg::ReadFileInfo(data, size, &info).ok()) return {};
+      return {info.width, info.height};
+    }
+    case Format::kTiff: {
+      tiff::FileInfo info;
+      if (!tiff::ReadFileInfo(data, size, &info).ok()) return {};
+      return {info.width, info.height};
     }
     case Format::kPng:
       if (size < 24) return {};
@@ -102,6 +129,19 @@ Dimensions ReadDimensions(const uint8_t* data, size_t size) {
       return {info.frame.width, info.frame.height};
     }
     default: return {};
+  }
+}
+
+bool CanBeDeep(Format format) {
+  switch (format) {
+    case Format::kLjpeg:
+    case Format::kPng:
+    case Format::kPpm:
+    case Format::kPgm:
+    case Format::kPnm:
+    case Format::kPam:
+    case Format::kTiff: return true;
+    default: return false;
   }
 }
 

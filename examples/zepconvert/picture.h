@@ -9,21 +9,41 @@
 #include <vector>
 
 #include "common/image.h"
+#include "common/messages.h"
+#include "common/raster.h"
 #include "common/status.h"
 #include "jpeg/metadata.h"
 
 namespace zepconvert {
 
 struct Picture {
+  bool IsDeep() const { return deep.channels() > 0; }
+  void TakeWarnings(const common::Messages& messages);
+
   common::Image image;
+  common::Raster deep;  // instead, where samples have another depth than 8 bits
   jpeg::Metadata metadata;
   std::vector<std::string> notes;     // what was given up, for the user to know
   std::vector<std::string> warnings;  // what was damaged
 };
 
-enum class Format { kUnknown, kJpeg, kPng, kPpm, kPgm, kPnm, kDds, kJp2, kJ2k, kJxr };
+enum class Format {
+  kUnknown,
+  kJpeg,
+  kLjpeg,
+  kPng,
+  kPpm,
+  kPgm,
+  kPnm,
+  kPam,
+  kTiff,
+  kDds,
+  kJp2,
+  kJ2k,
+  kJxr
+};
 
-// By the first bytes.
+// By the first bytes; of a JPEG file by its frame header.
 Format FormatOfBytes(const uint8_t* data, size_t size);
 // By the part behind the last dot; also "jpg" and the like alone.
 Format FormatOfName(const std::string& name);
@@ -36,6 +56,9 @@ struct Dimensions {
   int64_t height = 0;
 };
 Dimensions ReadDimensions(const uint8_t* data, size_t size);
+
+// Whether files of this kind can have other depths than 8 bits here.
+bool CanBeDeep(Format format);
 
 // Refuses what is beyond the limit before memory is taken.
 common::Status CheckPixels(int64_t width, int64_t height, int64_t max_pixels);

@@ -12,6 +12,7 @@
 namespace zepconvert {
 namespace {
 
+constexpr bool kIsBigEndianMachine = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__;
 constexpr double kInchesPerMetre = 39.37007874;
 
 // libpng reports errors by a long jump. All that lives across one are members, nothing is
@@ -42,10 +43,11 @@ class Reader {
   bool ok() const { return info_ != nullptr; }
   const char* error() const { return error_.text; }
   int channels() const { return channels_; }
+  int bits() const { return bits_; }
   int64_t width() const { return png_get_image_width(png_, info_); }
   int64_t height() const { return png_get_image_height(png_, info_); }
 
-  // Up to the pixels, which will have 8 bits and 1 to 4 channels.
+  // Up to the pixels, which will have 8 or 16 bits and 1 to 4 channels.
   bool ReadHeader() {
     if (setjmp(png_jmpbuf(png_)) != 0) return false;
     png_set_user_limits(png_, 0x7FFFFFFF, 0x7FFFFFFF);  // the caller has a limit of its own
@@ -53,10 +55,11 @@ class Reader {
     raw_bytes_ =
         static_cast<uint64_t>(png_get_rowbytes(png_, info_)) * png_get_image_height(png_, info_);
     png_set_expand(png_);
-    png_set_scale_16(png_);
+    if (!kIsBigEndianMachine) png_set_swap(png_);
     png_set_interlace_handling(png_);
     png_read_update_info(png_, info_);
     channels_ = png_get_channels(png_, info_);
+    bits_ = png_get_bit_depth(png_, info_);
     return true;
   }
 
@@ -64,7 +67,8 @@ class Reader {
   bool CanHold(size_t file_size) const { return raw_bytes_ / 1032 <= file_size; }
 
   bool ReadPixels(uint8_t* pixels) {
-    const size_t step = static_cast<size_t>(width()) * static_cast<size_t>(channels_);
+    const size_t step =
+        static_cast<size_t>(width()) * static_cast<size_t>(channels_) * (bits_ == 16 ? 2 : 1);
     rows_.resize(static_cast<size_t>(height()));
     for (size_t y = 0; y < rows_.size(); ++y) rows_[y] = pixels + y * step;
     if (setjmp(png_jmpbuf(png_)) != 0) return false;
@@ -107,6 +111,7 @@ class Reader {
   png_structp png_ = nullptr;
   png_infop info_ = nullptr;
   int channels_ = 0;
+  int bits_ = 8;
   uint64_t raw_bytes_ = 0;
   std::vector<png_bytep> rows_;
   std::vector<uint8_t> icc_;
@@ -133,7 +138,9 @@ class Writer {
   bool ok() const { return info_ != nullptr; }
   const char* error() const { return error_.text; }
 
-  bool Write(const common::Image& image, const jpeg::Metadata& metadata) {
+  // `Pixels` is an image of 8 bits or a picture of 16.
+  template <class Pixels>
+  bool Write(const Pixels& image, int bits, const jpeg::Metadata& metadata) {
     icc_ = jpeg::FindIccProfile(metadata);
     exif_ = jpeg::FindExif(metadata);
     if (setjmp(png_jmpbuf(png_)) != 0) return false;
@@ -141,10 +148,11 @@ class Writer {
     // Photographs gain little from more effort.
     png_set_compression_level(png_, 3);
     png_set_IHDR(png_, info_, static_cast<png_uint_32>(image.width()),
-                 static_cast<png_uint_32>(image.height()), 8, kColorTypes[image.channels() - 1],
+                 static_cast<png_uint_32>(image.height()), bits, kColorTypes[image.channels() - 1],
                  PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_BASE, PNG_FILTER_TYPE_BASE);
     SetMetadata(metadata.density);
     png_write_info(png_, info_);
+    if (bits == 16 && !kIsBigEndianMachine) png_set_swap(png_);
     for (int y = 0; y < image.height(); ++y) png_write_row(png_, image.Row(y));
     png_write_end(png_, info_);
     return true;
@@ -182,6 +190,15 @@ common::Status PngError(const char* text) {
   return common::Status::Error(std::string("PNG: ") + text);
 }
 
+template <class Pixels>
+common::Status WriteAny(const Pixels& image, int bits, const jpeg::Metadata& metadata,
+                        common::ByteBuffer* file) {
+  if (!file->Resize(0)) return common::Status::NoMemory();
+  Writer writer(file);
+  if (!writer.ok()) return common::Status::NoMemory();
+  return writer.Write(image, bits, metadata) ? common::Status() : PngError(writer.error());
+}
+
 }  // namespace
 
 common::Status ReadPng(const uint8_t* data, size_t size, int64_t max_pixels, Picture* picture) {
@@ -191,22 +208,27 @@ common::Status ReadPng(const uint8_t* data, size_t size, int64_t max_pixels, Pic
   common::Status status = CheckPixels(reader.width(), reader.height(), max_pixels);
   if (!status.ok()) return status;
   if (!reader.CanHold(size)) return PngError("the file is too small for the picture it announces");
-  common::Image& image = picture->image;
-  if (!image.Resize(static_cast<int>(reader.width()), static_cast<int>(reader.height()),
-                    kLayouts[reader.channels() - 1])) {
-    return common::Status::NoMemory();
-  }
-  if (!reader.ReadPixels(image.Row(0))) return PngError(reader.error());
+  const auto width = static_cast<int>(reader.width());
+  const auto height = static_cast<int>(reader.height());
+  const bool is_deep = reader.bits() == 16;
+  const bool has_memory =
+      is_deep ? picture->deep.Resize(width, height, reader.channels(), 16)
+              : picture->image.Resize(width, height, kLayouts[reader.channels() - 1]);
+  if (!has_memory) return common::Status::NoMemory();
+  uint8_t* const pixels = is_deep ? picture->deep.Row(0) : picture->image.Row(0);
+  if (!reader.ReadPixels(pixels)) return PngError(reader.error());
   reader.ReadMetadata(&picture->metadata);
   return common::Status();
 }
 
 common::Status WritePng(const common::Image& image, const jpeg::Metadata& metadata,
                         common::ByteBuffer* file) {
-  if (!file->Resize(0)) return common::Status::NoMemory();
-  Writer writer(file);
-  if (!writer.ok()) return common::Status::NoMemory();
-  return writer.Write(image, metadata) ? common::Status() : PngError(writer.error());
+  return WriteAny(image, 8, metadata, file);
+}
+
+common::Status WritePng(const common::Raster& picture, const jpeg::Metadata& metadata,
+                        common::ByteBuffer* file) {
+  return WriteAny(picture, 16, metadata, file);
 }
 
 }  // namespace zepconvert

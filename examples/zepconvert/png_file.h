@@ -12,13 +12,15 @@
 
 namespace zepconvert {
 
-// Samples of 16 bits are reduced to 8, palettes expanded. EXIF data, a colour profile and the resolution
+// Palettes are expanded; samples of less than 8 bits become 8. EXIF data, a colour profile and the resolution
 // are kept.
 common::Status ReadPng(const uint8_t* data, size_t size, int64_t max_pixels, Picture* picture);
 
-// The image must not be CMYK. EXIF data, colour profile and resolution are written; other
+// The image must not be CMYK, a deep picture must have 16 bits. EXIF data, colour profile and resolution are written; other
 // segments have no place in a PNG file.
 common::Status WritePng(const common::Image& image, const jpeg::Metadata& metadata,
+                        common::ByteBuffer* file);
+common::Status WritePng(const common::Raster& picture, const jpeg::Metadata& metadata,
                         common::ByteBuffer* file);
 
 }  // namespace zepconvert

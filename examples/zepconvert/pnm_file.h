@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Binary PGM (P5) and PPM (P6) files.
+// Binary PGM (P5) and PPM (P6) files, and PAM (P7) files of the same and of opacity.
 #ifndef ZEPJP_EXAMPLES_ZEPCONVERT_PNM_FILE_H_
 #define ZEPJP_EXAMPLES_ZEPCONVERT_PNM_FILE_H_
 
@@ -14,7 +14,7 @@
 namespace zepconvert {
 
 struct PnmHeader {
-  int channels = 0;  // 1 or 3
+  int channels = 0;  // 1 to 4; 2 and 4 with opacity
   int64_t width = 0;
   int64_t height = 0;
   int64_t max_value = 0;  // 1..65535; samples above 255 take two bytes
@@ -23,11 +23,14 @@ struct PnmHeader {
 
 common::Status ReadPnmHeader(const uint8_t* data, size_t size, PnmHeader* header);
 
-// Samples are scaled to 0..255.
+// Samples of 2^n - 1 values stay as they are; others are scaled to 8 bits or, above 255, to 16.
 common::Status ReadPnm(const uint8_t* data, size_t size, int64_t max_pixels, Picture* picture);
 
-// Grey pictures become P5 unless `as_ppm`, RGB ones P6.
-common::Status WritePnm(const common::Image& image, bool as_ppm, common::ByteBuffer* file);
+enum class PnmKind { kPgmOrPpm, kPpm, kPam };
+
+// Grey pictures become P5 unless P6 is asked for, RGB ones P6; those with opacity can be PAM only.
+common::Status WritePnm(const common::Image& image, PnmKind kind, common::ByteBuffer* file);
+common::Status WritePnm(const common::Raster& picture, PnmKind kind, common::ByteBuffer* file);
 
 }  // namespace zepconvert
 

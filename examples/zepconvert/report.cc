@@ -19,9 +19,9 @@ namespace fs = std::filesystem;
 
 // Colours that people with colour blindness can tell apart, repeated in a lighter shade.
 constexpr std::array<const char*, kStageCount> kColors = {
-    "#4d4d4d", "#b2df8a", "#cc79a7", "#984ea3", "#a6761d", "#0072b2",
-    "#d55e00", "#009e73", "#999999", "#66c2a5", "#e69f00", "#56b4e9",
-    "#f0e442", "#8dd3c7", "#fb9a99", "#33a02c", "#cccccc"};
+    "#4d4d4d", "#b2df8a", "#cc79a7", "#984ea3", "#a6761d", "#1b9e77", "#0072b2",
+    "#d55e00", "#009e73", "#999999", "#66c2a5", "#e69f00", "#56b4e9", "#f0e442",
+    "#8dd3c7", "#fb9a99", "#33a02c", "#bc80bd", "#cccccc"};
 
 constexpr char kHead[] = R"(<!DOCTYPE html>
 <html lang="en">

@@ -9,6 +9,7 @@
 
 #include "dds/codec.h"
 #include "jpeg/encoder.h"
+#include "tiff/codec.h"
 
 namespace zepconvert {
 
@@ -30,6 +31,13 @@ struct Settings {
   double ratio = 0;  // how many times smaller than the pixels
   double psnr = 0;   // in dB
   int block_style = 0;
+  // Of JPEG files that are to be lossless.
+  bool is_lossless = false;
+  int predictor = 1;
+  int point_transform = 0;
+  // Of TIFF files.
+  tiff::Compression tiff_compression = tiff::Compression::kPackBits;
+  bool has_byte_planes = false;
   int scale = 1;
   bool grey = false;
   bool keep_metadata = true;

@@ -46,14 +46,14 @@ def read_pnm(path):
     return int(head.group(2)), int(head.group(3)), channels, data[head.end():]
 
 
-def png(width, height, channels, samples):
+def png(width, height, channels, samples, bits=8):
     def chunk(name, data):
         return (struct.pack(">I", len(data)) + name + data +
                 struct.pack(">I", zlib.crc32(name + data)))
-    step = width * channels
+    step = width * channels * bits // 8
     rows = b"".join(b"\0" + samples[y * step:(y + 1) * step] for y in range(height))
     kind = {1: 0, 2: 4, 3: 2, 4: 6}[channels]
-    return (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, kind, 0, 0, 0)) +
+    return (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, bits, kind, 0, 0, 0)) +
             chunk(b"IDAT", zlib.compress(rows)) + chunk(b"IEND", b""))
 
 
@@ -324,12 +324,142 @@ class ZepconvertTest(unittest.TestCase):
         self.assertIn("--scale", self.run_tool("a.dds", "out.png", "--scale", "2", code=1))
 
     def test_wide_samples_are_scaled(self):
-        self.write("w.pgm", b"P5 # comment\n2 1\n65535\n" + struct.pack(">HH", 65535, 0x8080))
-        self.run_tool("w.pgm", "w.pnm")
-        self.assertEqual(read_pnm(self.path("w.pnm"))[3], bytes([255, 128]))
-        self.write("s.pgm", b"P5\n2 1\n15\n" + bytes([15, 5]))
-        self.run_tool("s.pgm", "s.pnm")
-        self.assertEqual(read_pnm(self.path("s.pnm"))[3], bytes([255, 85]))
+        for head, samples, expected in (
+                (b"P5 # comment\n2 1\n65535\n", struct.pack(">HH", 65535, 0x8080), [255, 128]),
+                (b"P5\n2 1\n4095\n", struct.pack(">HH", 4095, 0x808), [255, 128]),
+                (b"P5\n2 1\n15\n", bytes([15, 5]), [255, 85]),
+                (b"P5\n2 1\n100\n", bytes([100, 40]), [255, 102])):
+            self.write("w.pgm", head + samples)
+            self.run_tool("w.pgm", "w.jp2")
+            self.run_tool("w.jp2", "w.pnm")
+            self.assertEqual(read_pnm(self.path("w.pnm"))[3], bytes(expected))
+
+    def test_depths_are_kept(self):
+        for most in (3, 15, 127, 511, 4095, 65535):
+            size = 1 if most < 256 else 2
+            samples = [(i * i * 7919 + i) % (most + 1) for i in range(60)]
+            body = struct.pack(">60" + "BH"[size - 1], *samples)
+            grey = b"P5\n12 5\n%d\n" % most + body
+            self.write("g.pgm", grey)
+            rgb = b"P6\n4 5\n%d\n" % most + body
+            self.write("c.ppm", rgb)
+            for name, data in (("g.pgm", grey), ("c.ppm", rgb)):
+                for way in ("a.pnm", "a.pam", "a.ljpg"):
+                    self.run_tool(name, way)
+                    self.run_tool(way, "back.pnm")
+                    self.assertEqual(self.read("back.pnm"), data, (most, way))
+            if most < 256:
+                continue
+            wide = [(value * 65535 + most // 2) // most for value in samples]
+            body = struct.pack(">60H", *wide)
+            for way in ("a.png", "a.tif"):
+                self.run_tool("c.ppm", way)
+                self.run_tool(way, "back.pnm")
+                self.assertEqual(self.read("back.pnm"), b"P6\n4 5\n65535\n" + body)
+        # Neither 8 bits nor a power of two.
+        self.write("h.pgm", b"P5\n2 1\n1000\n" + struct.pack(">HH", 1000, 500))
+        self.run_tool("h.pgm", "h.pnm")
+        self.assertEqual(self.read("h.pnm"), b"P5\n2 1\n65535\n" + struct.pack(">HH", 65535, 32768))
+
+    def test_wide_pictures_in_other_layouts(self):
+        samples = struct.pack(">8H", 1000, 2000, 60000, 65535, 0, 65535, 100, 0)
+        self.write("a.png", png(2, 1, 4, samples, 16))
+        self.run_tool("a.png", "a.pam")
+        head = b"P7\nWIDTH 2\nHEIGHT 1\nDEPTH 4\nMAXVAL 65535\nTUPLTYPE RGB_ALPHA\nENDHDR\n"
+        self.assertEqual(self.read("a.pam"), head + samples)
+        self.run_tool("a.pam", "b.png")
+        self.run_tool("b.png", "b.pam")
+        self.assertEqual(self.read("b.pam"), self.read("a.pam"))
+        self.assertIn("over white", self.run_tool("a.pam", "a.ppm"))
+        self.assertEqual(self.read("a.ppm"), b"P6\n2 1\n65535\n" + samples[:6] + b"\xff" * 6)
+        self.run_tool("a.ppm", "a.pgm")
+        luminance = (299 * 1000 + 587 * 2000 + 114 * 60000) / 1000
+        first, second = struct.unpack(">2H", self.read("a.pgm")[-4:])
+        self.assertAlmostEqual(first, luminance, delta=1)
+        self.assertEqual(second, 65535)
+        self.run_tool("a.pgm", "g.ppm")
+        self.assertEqual(self.read("g.ppm")[-12:], struct.pack(">6H", *[first] * 3, *[second] * 3))
+        # Where all is opaque there is no opacity.
+        self.write("o.png", png(1, 1, 2, struct.pack(">2H", 1234, 65535), 16))
+        self.run_tool("o.png", "o.pnm")
+        self.assertEqual(self.read("o.pnm"), b"P5\n1 1\n65535\n" + struct.pack(">H", 1234))
+
+    def test_lossless_jpeg(self):
+        for options in ([], ["--predictor", "7"], ["--restart", "4", "--predictor", "4"], ["--grey"]):
+            self.run_tool("in.ppm", "a.jpg", "--lossless", *options)
+            self.assertIn(0xC3, dict(segments(self.path("a.jpg"))))
+            self.run_tool("in.ppm", "expected.pnm", *[o for o in options if o == "--grey"])
+            self.run_tool("a.jpg", "back.pnm")
+            self.assertEqual(self.read("back.pnm"), self.read("expected.pnm"))
+        self.run_tool("in.ppm", "--to", "jpg", "--lossless", "--out-dir", "o")
+        self.assertIn(0xC3, dict(segments(self.path("o/in.jpg"))))
+        self.run_tool("a.jpg", "a.ljpg", "--point-transform", "3", "--report", "r")
+        self.run_tool("a.ljpg", "cut.pnm")
+        self.assertEqual(read_pnm(self.path("cut.pnm"))[3],
+                         bytes(v & 0xF8 for v in read_pnm(self.path("back.pnm"))[3]))
+        self.assertIn(" dB", self.read("r/index.html").decode())
+        self.write("d.pgm", b"P5\n2 1\n65535\n" + struct.pack(">HH", 65535, 0x8080))
+        self.assertIn("predictor 6", self.run_tool("d.pgm", "d.ljpg", "--predictor", "6", code=1))
+        self.assertIn("1310 rows", self.run_tool("in.ppm", "a.ljpg", "--restart", "2000", code=1))
+        self.assertIn("lossless", self.run_tool("a.ljpg", "a.png", "--scale", "2", code=1))
+        damaged = bytearray(self.read("o/in.jpg"))
+        self.write("damaged.jpg", damaged[:-500])
+        self.assertIn("damaged", self.run_tool("damaged.jpg", "out.png", code=4))
+        self.assertIn("limit", self.run_tool("a.ljpg", "x.png", "--max-megapixels", "0.001", code=1))
+
+    def test_lossless_jpeg_keeps_inks_and_metadata(self):
+        exif = b"Exif\0\0MM\0*\0\0\0\x08\0\0\0\0\0\0"
+        self.run_tool("in.ppm", "a.jpg")
+        data = self.read("a.jpg")
+        segment = b"\xff\xe1" + struct.pack(">H", len(exif) + 2) + exif
+        self.write("e.jpg", data[:2] + segment + data[2:])
+        self.run_tool("e.jpg", "e.ljpg")
+        self.assertEqual(dict(segments(self.path("e.ljpg")))[0xE1], exif)
+        self.run_tool("e.ljpg", "n.ljpg", "--no-metadata")
+        self.assertNotIn(0xE1, dict(segments(self.path("n.ljpg"))))
+
+        # A pixel of four components; the codes of the categories 0, 7 and 8 are 0, 10 and 110.
+        def part(marker, content):
+            return struct.pack(">BBH", 0xFF, marker, len(content) + 2) + content
+        table = part(0xC4, bytes([0, 1, 1, 1] + [0] * 13 + [0, 7, 8]))
+        bits = "0" + "10" "1111111" + "110" "01111111" + "0" + "11"  # 0, 127, -128, 0
+        ids = (1, 2, 3, 4)
+        inks = (b"\xff\xd8" + part(0xC3, bytes([8, 0, 1, 0, 1, 4]) +
+                                   b"".join(bytes([i, 0x11, 0]) for i in ids)) + table +
+                part(0xDA, b"\4" + b"".join(bytes([i, 0]) for i in ids) + b"\1\0\0") +
+                int(bits, 2).to_bytes(3, "big") + b"\xff\xd9")
+        self.write("inks.jpg", inks)
+        self.assertIn("CMYK", self.run_tool("inks.jpg", "a.ppm"))
+        rgb = self.read("a.ppm")
+        self.assertEqual(list(rgb[-3:]), [(127 * 127 + 127) // 255, 0, 127])
+        self.run_tool("inks.jpg", "b.jpg", "--lossless")
+        found = dict(segments(self.path("b.jpg")))
+        self.assertEqual((found[0xC3][5], found[0xEE][:5]), (4, b"Adobe"))
+        self.run_tool("b.jpg", "b.ppm")
+        self.assertEqual(self.read("b.ppm"), rgb)
+
+    def test_tiff(self):
+        for options in ([], ["--compression", "none"], ["--byte-planes"]):
+            self.run_tool("in.ppm", "a.tif", *options)
+            self.run_tool("a.tif", "back.ppm")
+            self.assertEqual(self.read("back.ppm"), self.read("in.ppm"))
+        wide = b"P5\n70 1\n65535\n" + struct.pack(">70H", *range(0x1200, 0x1200 + 70))
+        self.write("w.pgm", wide)
+        sizes = []
+        for options in ([], ["--byte-planes"]):
+            self.run_tool("w.pgm", "w.tif", *options)
+            sizes.append(os.path.getsize(self.path("w.tif")))
+            self.run_tool("w.tif", "back.pgm")
+            self.assertEqual(self.read("back.pgm"), wide)
+        self.assertLess(sizes[1], sizes[0] - 50)
+        data = bytearray(self.read("a.tif"))
+        for i in range(8, 800):
+            data[i] = 0x81  # runs that leave the strip
+        self.write("damaged.tif", data)
+        self.assertIn("strip 0", self.run_tool("damaged.tif", "out.png", code=4))
+        self.assertIn("--scale", self.run_tool("a.tif", "out.png", "--scale", "2", code=1))
+        self.write("cut.tif", data[:9])
+        self.assertIn("directory", self.run_tool("cut.tif", "out.png", code=1))
 
     def test_options_show_in_the_file(self):
         for sampling, factors in (("444", 0x11), ("422", 0x21), ("420", 0x22)):
@@ -396,6 +526,10 @@ class ZepconvertTest(unittest.TestCase):
                           ["in.ppm", "x.jpg", "--scale", "3"],
                           ["in.ppm", "x.jpg", "--restart", "65536"],
                           ["in.ppm", "x.dds", "--format", "bc9"],
+                          ["in.ppm", "x.ljpg", "--predictor", "8"],
+                          ["in.ppm", "x.ljpg", "--point-transform", "16"],
+                          ["in.ppm", "x.jpg", "--lossless", "--quality", "50"],
+                          ["in.ppm", "x.tif", "--compression", "lzw"],
                           ["in.ppm", "x.jp2", "--ratio", "0.5"],
                           ["in.ppm", "x.jp2", "--ratio", "5", "--psnr", "40"],
                           ["in.ppm", "x.jp2", "--lossless", "--psnr", "40"],

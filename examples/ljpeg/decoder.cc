@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: MIT
+#include <algorithm>
+#include <array>
+#include <string>
+
+#include "ljpeg/codec.h"
+#include "ljpeg/header.h"
+#include "ljpeg/rows.h"
+#include "ljpeg/scan_decoder.h"
+
+namespace ljpeg {
+namespace {
+
+using common::Status;
+
+class Decoder {
+ public:
+  Decoder(const uint8_t* data, size_t size, const DecodeOptions& options, common::Raster* picture,
+          FileInfo* info)
+      : data_(data),
+        size_(size),
+        options_(options),
+        picture_(picture),
+        info_(info),
+        reader_(data, size, info) {}
+
+  Status Decode() {
+    bool found = false;
+    if (Status status = reader_.NextScan(&found); !status.ok()) return status;
+    if (!found) return Status::Error("the file holds no picture");
+    if (Status status = MakePicture(); !status.ok()) return status;
+    while (found && !IsRepeated()) {
+      if (Status status = DecodeScan(); !status.ok()) return status;
+      // Behind the last component nothing is missed.
+      if (std::count(decoded_.begin(), decoded_.end(), true) == info_->components) break;
+      if (Status status = reader_.NextScan(&found); !status.ok()) {
+        info_->messages.AddAtByte(reader_.position(), status.text());
+        break;
+      }
+    }
+    FillMissing();
+    return Status();
+  }
+
+ private:
+  Status MakePicture() {
+    const int64_t pixels = int64_t{info_->width} * info_->height;
+    const std::string claim =
+        std::to_string(info_->width) + " x " + std::to_string(info_->height) + " pixels";
+    if (pixels > options_.max_pixels) {
+      return Status::Error("the header announces " + claim + ", more than the limit of " +
+                           std::to_string(options_.max_pixels));
+    }
+    const int64_t bits = 8 * static_cast<int64_t>(size_ - reader_.position());
+    if (pixels * info_->components > std::max(bits, kAlwaysAcceptedSamples)) {
+      return Status::Error("the file is too small for the " + claim + " that it announces");
+    }
+    const bool done = picture_->Resize(info_->width, info_->height, info_->components, info_->bits);
+    return done ? Status() : Status::NoMemory();
+  }
+
+  bool IsRepeated() {
+    for (const ScanPart& part : reader_.scan().parts) {
+      if (!decoded_[static_cast<size_t>(part.component)]) continue;
+      info_->messages.AddAtByte(reader_.position(), "a second scan of a component, not read");
+      return true;
+    }
+    return false;
+  }
+
+  Status DecodeScan() {
+    ScanDecoder scan(data_, size_, reader_.position(), reader_.scan(), picture_, info_);
+    if (Status status = scan.Decode(); !status.ok()) return status;
+    for (const ScanPart& part : reader_.scan().parts) {
+      decoded_[static_cast<size_t>(part.component)] = true;
+    }
+    reader_.Seek(scan.end());
+    return Status();
+  }
+
+  void FillMissing() {
+    const Row grey(static_cast<size_t>(info_->width), static_cast<int16_t>(1 << (info_->bits - 1)));
+    const Row* const rows[kMostComponents] = {&grey};
+    for (int c = 0; c < info_->components; ++c) {
+      if (decoded_[static_cast<size_t>(c)]) continue;
+      info_->messages.Add("component " + std::to_string(c) + " is missing");
+      for (int y = 0; y < info_->height; ++y) JoinRows(rows, 1, 0, c, y, picture_);
+    }
+  }
+
+  const uint8_t* data_;
+  size_t size_;
+  const DecodeOptions& options_;
+  common::Raster* picture_;
+  FileInfo* info_;
+  HeaderReader reader_;
+  std::array<bool, kMostComponents> decoded_{};
+};
+
+}  // namespace
+
+Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options,
+              common::Raster* picture, FileInfo* info) {
+  *info = FileInfo();
+  return Decoder(data, size, options, picture, info).Decode();
+}
+
+}  // namespace ljpeg

@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: MIT
+// Reads the segments of a lossless JPEG file, up to where the coded differences of a scan begin.
+#ifndef ZEPJP_EXAMPLES_LJPEG_HEADER_H_
+#define ZEPJP_EXAMPLES_LJPEG_HEADER_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "common/status.h"
+#include "ljpeg/codec.h"
+#include "zepjp.h"
+
+namespace ljpeg {
+
+struct ScanPart {
+  int component;  // its index in the frame
+  const zepiDecodeHuffmanSpec* table;
+};
+
+struct Scan {
+  std::vector<ScanPart> parts;
+  int predictor = 0;
+  int point_transform = 0;
+};
+
+class HeaderReader {
+ public:
+  // The bytes must outlive the reader, which notes in `info` what it reads.
+  HeaderReader(const uint8_t* data, size_t size, FileInfo* info)
+      : data_(data), size_(size), info_(info) {}
+
+  // Up to the next scan; false in `found`: the picture ends.
+  common::Status NextScan(bool* found);
+  // Goes on behind a scan's data.
+  void Seek(size_t position) { position_ = position; }
+
+  size_t position() const { return position_; }
+  const Scan& scan() const { return scan_; }
+
+ private:
+  // The bytes of a segment behind its length. Reading past the end sets `failed` and gives 0.
+  struct Cursor {
+    const uint8_t* next;
+    const uint8_t* end;
+    bool failed = false;
+
+    size_t left() const { return static_cast<size_t>(end - next); }
+    int Byte() {
+      if (next == end) failed = true;
+      return failed ? 0 : *next++;
+    }
+    int Word() {
+      const int high = Byte();
+      return high << 8 | Byte();
+    }
+  };
+
+  common::Status FindMarker(int* marker);
+  common::Status OpenSegment(int marker, Cursor* cursor);
+  common::Status ReadSegment(int marker, Cursor cursor);
+  common::Status ReadFrame(int marker, Cursor cursor);
+  common::Status ReadTables(Cursor cursor);
+  common::Status ReadScan(Cursor cursor);
+  common::Status ReadScanPart(Cursor* cursor);
+  common::Status CheckScan() const;
+  void ReadApplication(int marker, const Cursor& cursor);
+
+  const uint8_t* data_;
+  size_t size_;
+  FileInfo* info_;
+  size_t position_ = 0;
+  std::vector<int> ids_;  // of the components
+  zepiDecodeHuffmanSpec tables_[4];
+  bool has_table_[4] = {};
+  Scan scan_;
+};
+
+}  // namespace ljpeg
+
+#endif  // ZEPJP_EXAMPLES_LJPEG_HEADER_H_
