@@ -11,6 +11,7 @@
 #include "zepconvert/deep_pixels.h"
 #include "zepconvert/file_io.h"
 #include "zepconvert/jp2_file.h"
+#include "zepconvert/jpeg_file.h"
 #include "zepconvert/jxr_file.h"
 #include "zepconvert/ljpeg_file.h"
 #include "zepconvert/picture.h"
@@ -40,22 +41,10 @@ class Timer {
 common::Status LoadJpeg(const Settings& settings, const common::ByteBuffer& input, Picture* picture,
                         Result* result) {
   jpeg::StageTimes times;
-  jpeg::DecodeOptions options;
-  options.scale = settings.scale;
-  options.max_pixels = settings.max_pixels;
-  options.times = &times;
-  jpeg::FileInfo info;
-  common::Status status = jpeg::Decode(input.data(), input.size(), options, &picture->image, &info);
+  common::Status status = ReadJpeg(settings, result->job.input, input, picture, &times);
   result->seconds[kHuffmanDecode] = times.huffman;
   result->seconds[kInverseDct] = times.dct;
   result->seconds[kColorDecode] = times.color;
-  if (!status.ok()) return status;
-  for (const jpeg::Message& message : info.messages.kept()) {
-    picture->warnings.push_back(message.ToString());
-  }
-  const int64_t more = info.messages.count() - static_cast<int64_t>(picture->warnings.size());
-  if (more > 0) picture->warnings.push_back("and " + std::to_string(more) + " more");
-  picture->metadata = std::move(info.metadata);
   return status;
 }
 
@@ -78,8 +67,7 @@ common::Status LoadAny(const Settings& settings, const common::ByteBuffer& input
   if (format == Format::kUnknown) {
     return common::Status::Error(
         "neither a JPEG nor a JPEG 2000 nor a JPEG XR nor a PNG nor a TIFF nor a binary PGM, PPM "
-        "or "
-        "PAM nor a DDS file");
+        "or PAM nor a DDS file");
   }
   if (format == Format::kJp2 || format == Format::kJ2k) {
     const Timer timer(&result->seconds[kJp2Decode]);
@@ -230,14 +218,7 @@ common::Status Adjust(const Settings& settings, Format format, Picture* picture)
 common::Status SaveJpeg(const Settings& settings, const Picture& picture,
                         common::ByteBuffer* output, Result* result) {
   jpeg::StageTimes times;
-  jpeg::EncodeOptions options;
-  options.quality = settings.quality;
-  options.sampling = settings.sampling;
-  options.restart_interval = settings.restart_interval;
-  options.precise_dct = settings.precise_dct;
-  options.metadata = picture.metadata;
-  options.times = &times;
-  common::Status status = jpeg::Encode(picture.image, options, output);
+  common::Status status = WriteJpeg(settings, picture, output, &times);
   result->lossless = false;
   result->seconds[kColorEncode] = times.color;
   result->seconds[kForwardDct] = times.dct;
@@ -315,6 +296,45 @@ common::Status MeasureLoss(const common::ByteBuffer& output, const std::string& 
   return status.ok() ? WriteFile(error_picture, file.data(), file.size()) : status;
 }
 
+// By way of its pixels.
+common::Status Change(const Settings& settings, const common::ByteBuffer& input,
+                      const std::string& error_picture, Picture* picture,
+                      common::ByteBuffer* output, Result* result) {
+  const Format format = OutputFormat(settings, result->job.output);
+  common::Status status = Load(settings, input, picture, result);
+  if (!status.ok()) return status;
+  {
+    const Timer timer(&result->seconds[kAdjust]);
+    status = Adjust(settings, format, picture);
+  }
+  if (!status.ok()) return status;
+  result->width = picture->IsDeep() ? picture->deep.width() : picture->image.width();
+  result->height = picture->IsDeep() ? picture->deep.height() : picture->image.height();
+  status = Save(settings, format, *picture, output, result);
+  if (!status.ok()) return status;
+  result->output_bytes = output->size();
+  if (error_picture.empty() || result->lossless) return status;
+  if (picture->IsDeep()) status = MakeShallow(picture);
+  return status.ok() ? MeasureLoss(*output, error_picture, &picture->image, result) : status;
+}
+
+common::Status Transcode(const Settings& settings, const common::ByteBuffer& input,
+                         Picture* picture, common::ByteBuffer* output, Result* result) {
+  if (FormatOfBytes(input.data(), input.size()) != Format::kJpeg ||
+      FormatOfName(result->job.output) != Format::kJpeg) {
+    return common::Status::Error("only JPEG files with lossy coding are transcoded, to .jpg");
+  }
+  const Timer timer(&result->seconds[kHuffmanEncode]);
+  common::Status status = TranscodeJpeg(settings, input, picture, output);
+  if (!status.ok()) return status;
+  jpeg::FileInfo info;
+  status = jpeg::ReadFileInfo(output->data(), output->size(), &info);
+  result->width = info.frame.width;
+  result->height = info.frame.height;
+  result->output_bytes = output->size();
+  return status;
+}
+
 }  // namespace
 
 const char* StageName(Stage stage) {
@@ -341,28 +361,12 @@ common::Status LoadPicture(const common::ByteBuffer& input, Picture* picture) {
 
 void Convert(const Settings& settings, const common::ByteBuffer& input,
              const std::string& error_picture, Result* result) {
-  const Format format = OutputFormat(settings, result->job.output);
   Picture picture;
   common::ByteBuffer output;
   result->input_bytes = input.size();
-  result->status = Load(settings, input, &picture, result);
-  if (!result->status.ok()) return;
-  {
-    const Timer timer(&result->seconds[kAdjust]);
-    result->status = Adjust(settings, format, &picture);
-  }
-  if (!result->status.ok()) return;
-  result->width = picture.IsDeep() ? picture.deep.width() : picture.image.width();
-  result->height = picture.IsDeep() ? picture.deep.height() : picture.image.height();
-  result->status = Save(settings, format, picture, &output, result);
-  if (!result->status.ok()) return;
-  result->output_bytes = output.size();
-  if (!error_picture.empty() && !result->lossless) {
-    if (picture.IsDeep()) result->status = MakeShallow(&picture);
-    if (result->status.ok()) {
-      result->status = MeasureLoss(output, error_picture, &picture.image, result);
-    }
-  }
+  result->status = settings.transcodes
+                       ? Transcode(settings, input, &picture, &output, result)
+                       : Change(settings, input, error_picture, &picture, &output, result);
   if (!result->status.ok()) return;
   {
     const Timer timer(&result->seconds[kWriteFile]);

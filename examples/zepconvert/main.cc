@@ -14,6 +14,7 @@
 
 #include "jpeg2000/codestream.h"
 #include "zepconvert/batch.h"
+#include "zepconvert/file_io.h"
 #include "zepconvert/picture.h"
 #include "zepconvert/report.h"
 #include "zepconvert/settings.h"
@@ -52,6 +53,8 @@ struct Arguments {
   std::vector<std::string> files;
   std::string sampling = "420";
   std::string texture_format;
+  std::string script_file;
+  std::string crop;
   std::string dds_header = "fourcc";
   std::string tiff_compression = "packbits";
   std::string tiles;
@@ -113,6 +116,51 @@ std::string CheckTiles(const std::string& text) {
   return ParseTiles(text, &width, &height) ? "" : text + " is not a size in multiples of 16";
 }
 
+// "640x480+16+32"
+bool ParseCrop(const std::string& text, jpeg::Crop* crop) {
+  char rest = 0;
+  return std::sscanf(text.c_str(), "%6dx%6d+%6d+%6d%c", &crop->width, &crop->height, &crop->left,
+                     &crop->top, &rest) == 4 &&
+         crop->width > 0 && crop->height > 0 && crop->left >= 0 && crop->top >= 0;
+}
+
+std::string CheckCrop(const std::string& text) {
+  jpeg::Crop crop;
+  return ParseCrop(text, &crop) ? "" : text + " is not of the form 640x480+16+32";
+}
+
+// A text where the script makes no sense.
+std::string ReadScript(const std::string& name, jpeg::Script* script) {
+  common::ByteBuffer file;
+  common::Status status = zepconvert::ReadFile(name, &file);
+  if (status.ok()) {
+    status = jpeg::ParseScript(std::string(reinterpret_cast<const char*>(file.data()), file.size()),
+                               script);
+  }
+  return status.ok() ? "" : name + ": " + status.text();
+}
+
+void DefineScanOptions(CLI::App* app, Arguments* arguments) {
+  Settings& settings = arguments->settings;
+  auto* const progressive = app->add_flag("--progressive", settings.progressive,
+                                          "write JPEG files in scans, coarse to fine");
+  app->add_option("--script", arguments->script_file,
+                  "write JPEG files in the scans that this file lists, as in 0,1,2: 0-0, 0, 1;")
+      ->check(CLI::ExistingFile.description(""))
+      ->excludes(progressive);
+  app->add_flag("--optimize", settings.optimizes, "write JPEG files with the best Huffman tables");
+  auto* const transcode =
+      app->add_flag("--transcode", settings.transcodes,
+                    "write JPEG files anew without a change of their coefficients");
+  app->add_option("--crop", arguments->crop,
+                  "with --transcode, a part: WIDTHxHEIGHT+LEFT+TOP, where left and top are rounded "
+                  "down to whole MCUs")
+      ->check(CheckCrop)
+      ->needs(transcode);
+  app->add_option("--scans", settings.scans_directory,
+                  "write a PNG file for each scan of progressive JPEG inputs to this directory");
+}
+
 void DefineOptions(CLI::App* app, Arguments* arguments) {
   Settings& settings = arguments->settings;
   app->add_option("files", arguments->files, "IN OUT, or any number of inputs with --to")
@@ -131,6 +179,7 @@ void DefineOptions(CLI::App* app, Arguments* arguments) {
       ->check(CLI::Range(0, 65535));
   app->add_flag("--precise-dct", settings.precise_dct,
                 "write JPEG files with the transform that rounds once: some 0.3 dB more");
+  DefineScanOptions(app, arguments);
   app->add_option("--format", arguments->texture_format,
                   "blocks of DDS files: bc1, bc2, bc3, bc4 (grey), bc5 (red and green) or ycocg "
                   "(bc3 where something is transparent, else bc1)")
@@ -210,8 +259,7 @@ std::string MakeJobs(const Arguments& arguments, std::vector<Job>* jobs) {
     if (FormatOfName(arguments.files[1]) == Format::kUnknown) {
       return arguments.files[1] +
              ": the name must end in .jpg, .ljpg, .jp2, .j2k, .jxr, .png, .tif, .ppm, .pgm, .pnm, "
-             ".pam "
-             "or .dds";
+             ".pam or .dds";
     }
     jobs->push_back({arguments.files[0], arguments.files[1]});
     return "";
@@ -270,12 +318,31 @@ int Run(const Arguments& arguments) {
   return status.ok() ? code : Fail(kSomeFailed, status.text());
 }
 
+// What follows from the options together; a text where they make no sense.
+std::string FinishSettings(const CLI::App& app, Arguments* arguments) {
+  Settings& settings = arguments->settings;
+  settings.sampling = arguments->sampling == "444"   ? jpeg::Sampling::k444
+                      : arguments->sampling == "422" ? jpeg::Sampling::k422
+                                                     : jpeg::Sampling::k420;
+  settings.has_quality = app.count("--quality") > 0;
+  settings.has_sampling = app.count("--sampling") > 0;
+  ParseTiles(arguments->tiles, &settings.tile_width, &settings.tile_height);
+  SetTexture(*arguments, &settings);
+  settings.tiff_compression = kTiffCompressions.at(arguments->tiff_compression);
+  for (const std::string& style : arguments->block_styles) {
+    settings.block_style |= kBlockStyles.at(style);
+  }
+  settings.keep_metadata = !arguments->no_metadata;
+  settings.max_pixels = static_cast<int64_t>(arguments->max_megapixels * 1e6);
+  settings.has_crop = ParseCrop(arguments->crop, &settings.crop);
+  return arguments->script_file.empty() ? "" : ReadScript(arguments->script_file, &settings.script);
+}
+
 int ParseAndRun(int argc, char** argv) {
   Arguments arguments;
   CLI::App app(
-      "Converts pictures between JPEG (baseline, lossless), JPEG 2000, JPEG XR, PNG, TIFF, binary "
-      "PGM, "
-      "PPM and PAM, and DDS files.",
+      "Converts pictures between JPEG (baseline, progressive, lossless), JPEG 2000, JPEG XR, PNG, "
+      "TIFF, binary PGM, PPM and PAM, and DDS files.",
       "zepconvert");
   app.footer(
       "Exit codes: 0 done, 1 some file failed, 2 wrong usage, 3 interrupted, 4 all were "
@@ -283,19 +350,8 @@ int ParseAndRun(int argc, char** argv) {
   try {
     DefineOptions(&app, &arguments);
     app.parse(argc, argv);
-    arguments.settings.sampling = arguments.sampling == "444"   ? jpeg::Sampling::k444
-                                  : arguments.sampling == "422" ? jpeg::Sampling::k422
-                                                                : jpeg::Sampling::k420;
-    arguments.settings.has_quality = app.count("--quality") > 0;
-    arguments.settings.has_sampling = app.count("--sampling") > 0;
-    ParseTiles(arguments.tiles, &arguments.settings.tile_width, &arguments.settings.tile_height);
-    SetTexture(arguments, &arguments.settings);
-    arguments.settings.tiff_compression = kTiffCompressions.at(arguments.tiff_compression);
-    for (const std::string& style : arguments.block_styles) {
-      arguments.settings.block_style |= kBlockStyles.at(style);
-    }
-    arguments.settings.keep_metadata = !arguments.no_metadata;
-    arguments.settings.max_pixels = static_cast<int64_t>(arguments.max_megapixels * 1e6);
+    const std::string error = FinishSettings(app, &arguments);
+    if (!error.empty()) return Fail(kUsage, error);
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? kDone : kUsage;
   }

@@ -9,6 +9,7 @@
 
 #include "dds/codec.h"
 #include "jpeg/encoder.h"
+#include "jpeg/transcoder.h"
 #include "tiff/codec.h"
 
 namespace zepconvert {
@@ -18,7 +19,14 @@ struct Settings {
   jpeg::Sampling sampling = jpeg::Sampling::k420;
   int restart_interval = 0;
   bool precise_dct = false;
-  bool has_quality = false;  // asked for: JPEG XR files are without loss otherwise
+  bool progressive = false;
+  jpeg::Script script;  // of scans, if not empty
+  bool optimizes = false;
+  bool transcodes = false;  // JPEG files to JPEG files, coefficients as they are
+  bool has_crop = false;
+  jpeg::Crop crop;
+  std::string scans_directory;  // for the scans of progressive files; empty: none are shown
+  bool has_quality = false;     // asked for: JPEG XR files are without loss otherwise
   bool has_sampling = false;
   // Of JPEG XR files.
   int overlap = 1;
