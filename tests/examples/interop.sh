@@ -54,6 +54,18 @@ for sampling in 444 422 420; do
   "$tool" rgb.ppm "ours-$sampling-restart.jpg" --sampling $sampling --restart 5 -q 75
 done
 "$tool" grey.pgm ours-grey.jpg
+"$tool" rgb.ppm ours-progressive.jpg --progressive
+"$tool" grey.pgm ours-progressive-grey.jpg --progressive --restart 9
+"$tool" rgb.ppm ours-optimized.jpg --optimize
+cat >script.txt <<'SCRIPT'
+# DC, then bands of luminance in two steps.
+0,1,2: 0-0, 0, 1;
+0: 1-9, 0, 2;   0: 10-63, 0, 3;
+2: 1-63, 0, 0;  1: 1-63, 0, 1;  1: 1-63, 1, 0;
+0: 10-63, 3, 2; 0: 1-63, 2, 1;  0: 1-63, 1, 0;
+0,1,2: 0-0, 1, 0;
+SCRIPT
+"$tool" rgb.ppm ours-script.jpg --script script.txt --sampling 422
 ours=(ours-*.jpg)
 for file in "${ours[@]}"; do "$tool" "$file" "${file%.jpg}.pnm"; done
 
@@ -61,7 +73,7 @@ if have cjpeg && have djpeg; then
   i=0
   for options in "-quality 90" "-quality 30 -sample 1x1" "-quality 100 -sample 2x1" \
     "-quality 75 -sample 1x2" "-quality 85 -sample 4x1" "-restart 1" "-restart 7B -sample 2x1" \
-    "-optimize" "-grayscale" "-quality 5" "-quality 92 -sample 2x2,1x2,2x1" "-rgb"; do
+    "-optimize" "-progressive" "-progressive -sample 1x1 -restart 1" "-scans script.txt" "-grayscale" "-quality 5" "-quality 92 -sample 2x2,1x2,2x1" "-rgb"; do
     i=$((i + 1))
     # shellcheck disable=SC2086
     cjpeg $options -outfile "turbo-$i.jpg" rgb.ppm
@@ -73,11 +85,36 @@ if have cjpeg && have djpeg; then
     djpeg -dct int -pnm -outfile there.pnm "$file"
     same "djpeg reads $file" "${file%.jpg}.pnm" there.pnm
   done
-  for kind in progressive arithmetic; do
-    cjpeg -$kind -outfile $kind.jpg rgb.ppm || continue
+  if cjpeg -arithmetic -outfile arithmetic.jpg rgb.ppm; then
     checks=$((checks + 1))
-    "$tool" $kind.jpg out.ppm 2>message && fail "$kind: no error"
-    grep -q $kind message || fail "$kind: $(cat message)"
+    "$tool" arithmetic.jpg out.ppm 2>message && fail "arithmetic: no error"
+    grep -q arithmetic message || fail "arithmetic: $(cat message)"
+  fi
+fi
+
+# With the same coefficients djpeg makes the same picture, bit for bit.
+same_coefficients() {
+  checks=$((checks + 1))
+  djpeg -pnm -outfile first.pnm "$2"
+  djpeg -pnm -outfile second.pnm "$3"
+  cmp -s first.pnm second.pnm || fail "$1"
+}
+
+if have jpegtran && have djpeg; then
+  for file in "${ours[@]}"; do
+    for way in "" -progressive -optimize "-restart 3"; do
+      # shellcheck disable=SC2086
+      jpegtran $way -outfile theirs.jpg "$file"
+      for back in "" --progressive --optimize "--script script.txt"; do
+        case $file$back in *grey*script*) continue ;; esac
+        # shellcheck disable=SC2086
+        "$tool" theirs.jpg back.jpg --transcode $back
+        same_coefficients "jpegtran $way, --transcode $back of $file" "$file" back.jpg
+      done
+    done
+    "$tool" --quiet "$file" part.jpg --transcode --crop 70x50+33+18
+    jpegtran -crop 70x50+33+18 -outfile theirs.jpg "$file"
+    same_coefficients "part of $file" theirs.jpg part.jpg
   done
 fi
 
@@ -123,11 +160,13 @@ for subsampling in range(3):
     picture.save("pillow-%d.jpg" % subsampling, quality=85, subsampling=subsampling)
     Image.open("pillow-%d.jpg" % subsampling).save("pillow-%d.expected.ppm" % subsampling)
 picture.convert("L").save("pillow-3.jpg", quality=60, optimize=True)
+picture.save("pillow-4.jpg", quality=80, progressive=True)
+Image.open("pillow-4.jpg").save("pillow-4.expected.ppm")
 Image.open("pillow-3.jpg").save("pillow-3.expected.ppm", format="PPM")
 for file in sys.argv[1:]:
     Image.open(file).save(file[:-4] + ".pillow.pnm", format="PPM")
 PYTHON
-  for i in 0 1 2 3; do
+  for i in 0 1 2 3 4; do
     "$tool" pillow-$i.jpg here.pnm
     same "Pillow $i" here.pnm pillow-$i.expected.ppm
   done

@@ -238,12 +238,4 @@ TEST(JpegInteropColor, RgbAndCmykAsTheyAre) {
   ExpectSamePicture(cmyk, "CMYK");
 }
 
-TEST(JpegInteropColor, ProgressiveFilesAreNamed) {
-  Settings settings;
-  settings.progressive = true;
-  const Bytes file =
-      libjpeg_codec::Compress(pictures::Detailed(50, 40, PixelLayout::kRgb), settings);
-  EXPECT_NE(Decode(file).status.text().find("progressive"), std::string::npos);
-}
-
 }  // namespace

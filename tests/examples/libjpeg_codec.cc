@@ -192,16 +192,40 @@ Components DecompressComponents(const Bytes& file) {
   return decompressor.HadWarnings() ? Components() : result;
 }
 
-Bytes RecodeCoefficients(const Bytes& file) {
+Bytes RecodeCoefficients(const Bytes& file) { return RecodeCoefficients(file, {}); }
+
+Bytes RecodeCoefficients(const Bytes& file, const Recoding& recoding) {
   Decompressor decompressor(file);
   jvirt_barray_ptr* coefficients = jpeg_read_coefficients(&decompressor.info);
   Compressor compressor;
   jpeg_copy_critical_parameters(&decompressor.info, &compressor.info);
   compressor.info.restart_interval = decompressor.info.restart_interval;
+  compressor.info.optimize_coding = recoding.optimize ? TRUE : FALSE;
+  if (recoding.progressive) jpeg_simple_progression(&compressor.info);
   jpeg_write_coefficients(&compressor.info, coefficients);
   Bytes recoded = compressor.Finish();
   jpeg_finish_decompress(&decompressor.info);
   return recoded;
+}
+
+std::vector<Blocks> ReadCoefficients(const Bytes& file) {
+  Decompressor decompressor(file);
+  jpeg_decompress_struct& info = decompressor.info;
+  jvirt_barray_ptr* arrays = jpeg_read_coefficients(&info);
+  std::vector<Blocks> result(static_cast<size_t>(info.num_components));
+  for (int i = 0; i < info.num_components; ++i) {
+    const jpeg_component_info& component = info.comp_info[i];
+    for (JDIMENSION y = 0; y < component.height_in_blocks; ++y) {
+      JBLOCKARRAY row = info.mem->access_virt_barray(reinterpret_cast<j_common_ptr>(&info),
+                                                     arrays[i], y, 1, FALSE);
+      for (JDIMENSION x = 0; x < component.width_in_blocks; ++x) {
+        Blocks& blocks = result[static_cast<size_t>(i)];
+        blocks.insert(blocks.end(), row[0][x], row[0][x] + DCTSIZE2);
+      }
+    }
+  }
+  jpeg_finish_decompress(&info);
+  return decompressor.HadWarnings() ? std::vector<Blocks>() : result;
 }
 
 }  // namespace libjpeg_codec

@@ -45,6 +45,17 @@ Components DecompressComponents(const Bytes& file);
 // Decodes the coefficients and codes them again with the same tables and restart interval.
 Bytes RecodeCoefficients(const Bytes& file);
 
+// The same with other scans or tables.
+struct Recoding {
+  bool progressive = false;
+  bool optimize = false;
+};
+Bytes RecodeCoefficients(const Bytes& file, const Recoding& recoding);
+
+// The blocks of a component that hold samples, row by row, 64 coefficients each in natural order.
+using Blocks = std::vector<int16_t>;
+std::vector<Blocks> ReadCoefficients(const Bytes& file);
+
 }  // namespace libjpeg_codec
 
 #endif  // ZEPJP_TESTS_EXAMPLES_LIBJPEG_CODEC_H_
