@@ -105,6 +105,19 @@ int16_t AllButOneBit(int16_t value) { return static_cast<int16_t>(value / 2 * 2)
 
 void RegisterDecoders() {
   RegisterDecoder(
+      "zepiDecodeHuffman8x8_Direct_JPEG_1u16s_C1",
+      [](const int16_t* block, int flush, Scan* s) {
+        if (flush != 0) return;
+        zepiEncodeHuffman8x8_Direct_JPEG_16s1u_C1(block, s->bytes.data(), s->Length(), &s->position,
+                                                  &s->last_dc, &s->table, &s->table);
+      },
+      Nothing,
+      [](int16_t* block, Scan* s) {
+        zepiDecodeHuffman8x8_Direct_JPEG_1u16s_C1(s->bytes.data(), s->Length(), &s->position, block,
+                                                  &s->last_dc, &s->marker, &s->decoder_table,
+                                                  &s->decoder_table);
+      });
+  RegisterDecoder(
       "zepiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1",
       [](const int16_t* block, int flush, Scan* s) {
         zepiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(block, s->bytes.data(), s->Length(),
@@ -158,6 +171,10 @@ void RegisterDecoders() {
 
 const bool registered = [] {
   RegisterDecoders();
+  Register("zepiEncodeHuffman8x8_Direct_JPEG_16s1u_C1", [](const int16_t* block, Scan* s) {
+    zepiEncodeHuffman8x8_Direct_JPEG_16s1u_C1(block, s->bytes.data(), s->Length(), &s->position,
+                                              &s->last_dc, &s->table, &s->table);
+  });
   Register("zepiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1", [](const int16_t* block, Scan* s) {
     zepiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(block, s->bytes.data(), s->Length(), &s->position,
                                                &s->last_dc, 1, &s->table, &s->state, 0);

@@ -919,6 +919,45 @@ ZEP_API zepStatus ZEP_CALL zepiDecodeHuffman8x8_JPEG_1u16s_C1(
     const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcCurrPos, int16_t* pDst, int16_t* pLastDC,
     int32_t* pMarker, const zepiDecodeHuffmanSpec* pDcTable, const zepiDecodeHuffmanSpec* pAcTable,
     zepiDecodeHuffmanState* pDecHuffState);
+
+/**
+ * Encodes one block without a state between calls: `*pDstBitPos` counts bits from the start of the buffer, stuffed
+ * zero bytes included, the first bit of a byte highest. The bits of the byte at the position that lie behind it
+ * are replaced; those behind the block in its last byte become 0. To end a scan, fill them with ones.
+ *
+ * @code
+ * int bits = 0;
+ * for (int i = 0; i < blocks; ++i)
+ *   zepiEncodeHuffman8x8_Direct_JPEG_16s1u_C1(block[i], buffer, size, &bits, &lastDC, dcTable, acTable);
+ * @endcode
+ *
+ * Checks: all pointers in their order, `dstLenBytes` below 1 or above 2^28 - 1 (::zepStatusBadSize).
+ * @return As zepiEncodeHuffman8x8_JPEG_16s1u_C1(); ::zepStatusBufferExhausted also for a position outside the
+ *   buffer. After a failure `*pDstBitPos` and `*pLastDC` keep their values; bytes behind the position may have
+ *   changed.
+ */
+ZEP_API zepStatus ZEP_CALL zepiEncodeHuffman8x8_Direct_JPEG_16s1u_C1(
+    const int16_t* pSrc, uint8_t* pDst, int32_t dstLenBytes, int32_t* pDstBitPos, int16_t* pLastDC,
+    const zepiEncodeHuffmanSpec* pDcTable, const zepiEncodeHuffmanSpec* pAcTable);
+
+/**
+ * Decodes one block without a state between calls, from a position as in
+ * zepiEncodeHuffman8x8_Direct_JPEG_16s1u_C1(): it moves to the bit behind the block, and behind the zero byte
+ * where that follows FF. Bytes FF for filling belong to the byte of data, or the marker, behind them.
+ *
+ * Nothing is read ahead as far as a caller can see: a marker is found, and its code stored in `*pMarker`, only where
+ * the block needs bits behind it; the position then is that of the FF before its code. `*pMarker` must be 0.
+ *
+ * Checks: all pointers in their order, `srcLenBytes` negative (::zepStatusBadArg) or above 2^28 - 1
+ * (::zepStatusBadSize).
+ * @return ::zepStatusBufferExhausted: the source ended before the bits that the block needs, or the position lies
+ *   outside. ::zepStatusBadHuffCode: no such code, a run past the last coefficient, bits needed behind a marker, or
+ *   `*pMarker` was not 0 (then nothing is read). `*pLastDC` keeps its value then, and so does the position but for
+ *   a marker; `pDst` holds what was decoded before.
+ */
+ZEP_API zepStatus ZEP_CALL zepiDecodeHuffman8x8_Direct_JPEG_1u16s_C1(
+    const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcBitPos, int16_t* pDst, int16_t* pLastDC,
+    int32_t* pMarker, const zepiDecodeHuffmanSpec* pDcTable, const zepiDecodeHuffmanSpec* pAcTable);
 /** @} */
 
 /**
