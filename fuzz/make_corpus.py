@@ -28,6 +28,12 @@ def main():
         write("block_decoder", f"noise{i}", DC + AC + bytes([0]) + data)
         write("block_decoder", f"stuffed{i}", DC + AC + bytes([0]) + data.replace(b"\xff", b"\xff\0"))
         write("block_encoder", f"noise{i}", DC + AC + bytes([200]) + data)
+    for kind in range(5):
+        for i, data in enumerate(noise):
+            coded = data.replace(b"\xff", b"\xff\0")
+            write("progressive_decoder", f"kind{kind}noise{i}", AC + bytes([kind, 0, 0, 62, i]) + coded)
+        block = bytes(v % 5 for v in noise[0][:128])
+        write("progressive_decoder", f"kind{kind}block", AC + bytes([kind, 4]) + block + bytes([0, 62, 1]) + noise[1])
     write("block_decoder", "marker", DC + AC + bytes([0]) + noise[0] + b"\xff\xd9")
     write("block_encoder", "tight", DC + AC + bytes([1]) + noise[1])
     for i, data in enumerate(noise):
