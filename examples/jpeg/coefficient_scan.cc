@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "jpeg/coefficient_scan.h"
 
+#include <algorithm>
+#include <cstring>
 #include <vector>
 
 #include "jpeg/scan_source.h"
@@ -9,6 +11,9 @@ namespace jpeg {
 namespace {
 
 struct Part {
+  CoefficientPlane* plane;
+  int across;  // blocks in an MCU
+  int down;
   const zepiDecodeHuffmanSpec* dc;
   const zepiDecodeHuffmanSpec* ac;
   int16_t last_dc;
@@ -19,8 +24,11 @@ class CoefficientScan {
   CoefficientScan(const Scan& scan, const Tables& tables, const ScanWalk& walk, ScanSource* source,
                   Coefficients* coefficients)
       : scan_(scan), walk_(walk), source_(*source), coefficients_(*coefficients) {
-    for (const ScanComponent& component : scan.components) {
-      parts_.push_back({&tables.dc[component.dc_table], &tables.ac[component.ac_table], 0});
+    for (size_t i = 0; i < walk.parts.size(); ++i) {
+      const ScanComponent& component = scan.components[i];
+      parts_.push_back({&coefficients->planes[static_cast<size_t>(component.index)],
+                        walk.parts[i].across, walk.parts[i].down, &tables.dc[component.dc_table],
+                        &tables.ac[component.ac_table], 0});
     }
   }
 
@@ -58,31 +66,40 @@ class CoefficientScan {
   template <class DecodeBlock>
   void Walk(const DecodeBlock& decode) {
     for (int row = 0; row < walk_.mcu_rows; ++row) {
-      for (int column = 0; column < walk_.mcus_per_row; ++column) {
+      for (int first = 0, count = 0; first < walk_.mcus_per_row; first += count) {
         if (source_.Begin()) {
           for (Part& part : parts_) part.last_dc = 0;
         }
-        walk_.ForEachBlock(column, row, [&](size_t i, int x, int y) {
-          const auto component = static_cast<size_t>(scan_.components[i].index);
-          DecodeOne(decode, coefficients_.planes[component].Block(x, y), &parts_[i]);
-        });
-        source_.End(1);
+        count =
+            static_cast<int>(std::min<int64_t>(walk_.mcus_per_row - first, source_.mcus_left()));
+        for (int i = 0; i < count; ++i) DecodeMcu(decode, first + i, row, i);
+        source_.End(count);
+      }
+    }
+  }
+
+  template <class DecodeBlock>
+  void DecodeMcu(const DecodeBlock& decode, int column, int row, int mcus_done) {
+    for (Part& part : parts_) {
+      for (int y = row * part.down; y < (row + 1) * part.down; ++y) {
+        int16_t* block = part.plane->Block(column * part.across, y);
+        for (int x = 0; x < part.across; ++x, block += 64) {
+          if (!source_.lost()) {
+            const zepStatus status = decode(block, &part);
+            if (status == zepStatusOk) continue;
+            source_.Lose(status, mcus_done);
+            if (!coefficients_.frame.is_progressive) std::memset(block, 0, 64 * sizeof(*block));
+          }
+          ShowLost(part, block);
+        }
       }
     }
   }
 
   // Of blocks that are lost the first scan of DC shows the last value at least.
-  template <class DecodeBlock>
-  void DecodeOne(const DecodeBlock& decode, int16_t* block, Part* part) {
-    if (!source_.lost()) {
-      const zepStatus status = decode(block, part);
-      if (status == zepStatusOk) return;
-      source_.Lose(status, 0);
-      if (!coefficients_.frame.is_progressive) std::memset(block, 0, 64 * sizeof(*block));
-    }
-    if (scan_.first == 0 && scan_.high == 0) {
-      block[0] = static_cast<int16_t>(part->last_dc * (1 << scan_.low));
-    }
+  void ShowLost(const Part& part, int16_t* block) const {
+    if (scan_.first != 0 || scan_.high != 0) return;
+    block[0] = static_cast<int16_t>(part.last_dc * (1 << scan_.low));
   }
 
   const Scan& scan_;

@@ -58,7 +58,7 @@ zepStatus TakeDcCarefully(const Source& from, int32_t* difference,
   if (status == zepStatusOk && category > kMostDcCategory) status = zepStatusBadHuffCode;
   if (status == zepStatusOk) status = TakeBits(&reader, category, &bits);
   reader.Store();
-  *difference = ValueOf(category, bits);
+  if (status == zepStatusOk) *difference = ValueOf(category, bits);
   return status;
 }
 
