@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "frame/checks.h"
 #include "zepjp.h"
 
 namespace zepjp {
@@ -66,6 +67,17 @@ void DecodeTexture(DecodeBlocks decode, const uint8_t* src, uint8_t* dst, int32_
     DecodeThroughTile<Layout>(decode, src + whole * Layout::kBlock, to + whole * Layout::kWidth,
                               step, width - 4 * whole, 0, rows);
   }
+}
+
+template <class Layout>
+zepStatus CheckAndDecode(DecodeBlocks decode, const uint8_t* src, uint8_t* dst, int32_t step,
+                         zepiSize size) {
+  if (auto bad =
+          Checks().Ptr(src).Ptr(dst).Refuse(step == 0, zepStatusBadStep).Size(size).Failed()) {
+    return bad;
+  }
+  DecodeTexture<Layout>(decode, src, dst, step, size);
+  return zepStatusOk;
 }
 
 // `width` pixels and `rows` rows, completed to whole blocks by repetition of the last ones.
