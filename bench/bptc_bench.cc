@@ -3,6 +3,7 @@
 // with, so a fill of the memory that decoding writes stands beside them.
 #include <benchmark/benchmark.h>
 
+#include <cmath>
 #include <cstring>
 #include <random>
 #include <vector>
@@ -58,6 +59,45 @@ void DecodeBc7(benchmark::State& state, int only_mode) {
   Report(state);
 }
 
+// Soft shapes with some noise, opaque.
+std::vector<uint8_t> Picture() {
+  std::vector<uint8_t> picture(4 * kPixels, 255);
+  uint32_t state = 1;
+  for (size_t i = 0; i < picture.size(); ++i) {
+    if (i % 4 == 3) continue;
+    const auto x = static_cast<double>(i / 4 % kSide), y = static_cast<double>(i / 4 / kSide);
+    const auto phase = static_cast<double>(i % 4);
+    state = state * 1664525U + 1013904223U;
+    const double noise = static_cast<double>(state >> 28) - 8;
+    picture[i] = static_cast<uint8_t>(
+        128 + 100 * std::sin(x / 37 + phase) * std::cos(y / 23 - phase) + noise);
+  }
+  return picture;
+}
+
+void EncodeBc7(benchmark::State& state, int mode, int rows) {
+  const std::vector<uint8_t> picture = Picture();
+  std::vector<uint8_t> blocks(kPixels);
+  for (auto _ : state) {
+    zepiTextureEncodeBlockFromRGBA_BC7_8u_C4C1R(picture.data(), 4 * kSide, {kSide, rows},
+                                                blocks.data(), mode);
+    benchmark::ClobberMemory();
+  }
+  state.SetItemsProcessed(static_cast<int64_t>(state.iterations()) * kSide * rows);
+}
+
+void DecodeEncoded(benchmark::State& state, int mode) {
+  std::vector<uint8_t> picture = Picture();
+  std::vector<uint8_t> blocks(kPixels);
+  zepiTextureEncodeBlockFromRGBA_BC7_8u_C4C1R(picture.data(), 4 * kSide, kSize, blocks.data(),
+                                              mode);
+  for (auto _ : state) {
+    zepiTextureDecodeBlockToRGBA_BC7_8u_C1C4R(blocks.data(), picture.data(), 4 * kSide, kSize);
+    benchmark::ClobberMemory();
+  }
+  Report(state);
+}
+
 using DecodeHalves = decltype(zepiTextureDecodeBlockToRGB_BC6HU_8u16u_C1C3R);
 
 void DecodeBc6h(benchmark::State& state, DecodeHalves* decode) {
@@ -79,6 +119,16 @@ void Fill(benchmark::State& state, size_t pixel_bytes) {
   Report(state);
 }
 
+BENCHMARK_CAPTURE(EncodeBc7, mode6, 6, kSide)
+    ->Name("zepiTextureEncodeBlockFromRGBA_BC7_8u_C4C1R/ours/mode6");
+BENCHMARK_CAPTURE(EncodeBc7, quick, -1, kSide)
+    ->Name("zepiTextureEncodeBlockFromRGBA_BC7_8u_C4C1R/ours/quick");
+BENCHMARK_CAPTURE(EncodeBc7, thorough, -2, 64)
+    ->Name("zepiTextureEncodeBlockFromRGBA_BC7_8u_C4C1R/ours/thorough");
+BENCHMARK_CAPTURE(DecodeEncoded, encoded, -1)
+    ->Name("zepiTextureDecodeBlockToRGBA_BC7_8u_C1C4R/ours/encoded");
+BENCHMARK_CAPTURE(Fill, encoded, 4)
+    ->Name("zepiTextureDecodeBlockToRGBA_BC7_8u_C1C4R/rival/encoded");
 BENCHMARK_CAPTURE(DecodeBc7, all, -1)
     ->Name("zepiTextureDecodeBlockToRGBA_BC7_8u_C1C4R/ours/all_modes");
 BENCHMARK_CAPTURE(Fill, rgba, 4)->Name("zepiTextureDecodeBlockToRGBA_BC7_8u_C1C4R/rival/all_modes");

@@ -1468,6 +1468,19 @@ ZEP_API zepStatus ZEP_CALL zepiTextureDecodeBlockToRGB_BC6HS_8u16u_C1C3R(const u
 ZEP_API zepStatus ZEP_CALL zepiTextureDecodeBlockToRGBA_BC7_8u_C1C4R(const uint8_t* pSrc,
                                                                      uint8_t* pDst, int32_t dstStep,
                                                                      zepiSize roiSize);
+/**
+ * RGBA to BC7, 16 bytes a block. mode 0 to 7: all blocks in that mode; -1: the best that is quickly found
+ * among all modes; -2: the best of a thorough search. What a search keeps small is the sum of squared
+ * differences over R, G, B and A; modes 0 to 3 have no alpha and decode with 255. A block whose
+ * alpha is 255 throughout decodes so in every mode. The same pixels give the same block, whatever is around
+ * them and on whatever processor.
+ *
+ * **Checks** besides: a mode below -2 or above 7, last: ::zepStatusNotSupportedMode.
+ */
+ZEP_API zepStatus ZEP_CALL zepiTextureEncodeBlockFromRGBA_BC7_8u_C4C1R(const uint8_t* pSrc,
+                                                                       int32_t srcStep,
+                                                                       zepiSize roiSize,
+                                                                       uint8_t* pDst, int32_t mode);
 /** @} */
 
 /**

@@ -81,8 +81,8 @@ zepStatus CheckAndDecode(DecodeBlocks decode, const uint8_t* src, uint8_t* dst, 
 }
 
 // `width` pixels and `rows` rows, completed to whole blocks by repetition of the last ones.
-template <class Layout>
-void EncodeThroughTile(EncodeBlocks encode, const uint8_t* src, ptrdiff_t step, size_t width,
+template <class Layout, class Encode>
+void EncodeThroughTile(const Encode& encode, const uint8_t* src, ptrdiff_t step, size_t width,
                        size_t rows, uint8_t* dst) {
   constexpr size_t kStep = kTileBlocks * Layout::kWidth;
   uint8_t tile[4 * kStep];
@@ -101,8 +101,8 @@ void EncodeThroughTile(EncodeBlocks encode, const uint8_t* src, ptrdiff_t step, 
   }
 }
 
-template <class Layout>
-void EncodeTexture(EncodeBlocks encode, const uint8_t* src, int32_t src_step, zepiSize size,
+template <class Layout, class Encode>
+void EncodeTexture(const Encode& encode, const uint8_t* src, int32_t src_step, zepiSize size,
                    uint8_t* dst) {
   const auto width = static_cast<size_t>(size.width), height = static_cast<size_t>(size.height);
   const ptrdiff_t step = src_step;

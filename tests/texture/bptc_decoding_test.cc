@@ -148,7 +148,7 @@ TEST(BptcDecoding, ExtremeBlocksOfEveryMode) {
 // The partition is where the mode says; here in all modes that have one, with all its values.
 TEST(BptcDecoding, EveryPartition_Exhaustive) {
   Random random(harness::Seed());
-  for (size_t mode : {0, 1, 2, 3, 7}) {
+  for (const unsigned mode : {0U, 1U, 2U, 3U, 7U}) {
     Bytes blocks = MakeBlocks(kBc7, kColumns, random, static_cast<int>(mode));
     for (unsigned i = 0; i < kColumns; ++i) {
       uint16_t word;
