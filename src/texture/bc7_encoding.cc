@@ -26,11 +26,6 @@ struct Kernels {
 
 constexpr int kQuick = -1, kThorough = -2;
 
-// How much of each mode is tried.
-struct Effort {
-  int partitions, rounds;
-};
-
 }  // namespace
 }  // namespace zepjp
 #endif
@@ -58,6 +53,12 @@ template <>
 struct ModeLine<6> : LineFormat<1, 4, 7, kEachPBits, 4> {};
 template <>
 struct ModeLine<7> : LineFormat<2, 4, 5, kEachPBits, 2> {};
+
+// How much of a mode is tried.
+struct Effort {
+  int partitions;
+  Rounds rounds;
+};
 
 // The blocks: what is to be encoded, and the best encoding so far.
 struct Work {
@@ -107,21 +108,34 @@ HWY_INLINE V32 Memberships(V32 partitions) {
 }
 
 // Modes with one set of indexes.
-template <int kMode>
-HWY_NOINLINE void TryMode(V32 partitions, int rounds, MF may_be, Work* work) {
-  using Format = ModeLine<kMode>;
+template <int kMode, class Format = ModeLine<kMode>>
+HWY_NOINLINE void TryMode(V32 partitions, const Rounds& rounds, MF may_be, Work* work) {
   V32 membership = partitions;
   if constexpr (Format::kSubsets != 1) membership = Memberships<Format::kSubsets>(partitions);
   const Channel* in[Format::kChannels];
   for (int c = 0; c < Format::kChannels; ++c) in[c] = &work->channel[c];
-  const Line line = FitLine<Format>(in, membership, work->IsOpaque(), rounds);
+  Line line = FitLine<Format>(in, membership, work->IsOpaque(), rounds);
+  if (Format::kOnlyOnes) {
+    for (int i = 0; i < 2 * Format::kSubsets; ++i)
+      line.ends[i] = hn::Or(line.ends[i], hn::Set(D32(), 0xFF000000));
+  }
   const VF error = Format::kChannels == 3 ? hn::Add(line.error, work->AlphaError()) : line.error;
   Keep(line, error, Choice(kMode, partitions, 0, 0), 2 * Format::kSubsets, may_be, work);
 }
 
+// Mode 6, in which blocks with and without alpha differ in their work.
+HWY_INLINE void TryMode6(const Rounds& rounds, MF may_be, Work* work) {
+  const V32 none = hn::Zero(D32());
+  const MF opaque = hn::And(may_be, work->IsOpaque()), other = hn::AndNot(opaque, may_be);
+  if (!hn::AllFalse(DF(), opaque)) {
+    TryMode<6, OpaqueLine<ModeLine<6>>>(none, rounds, opaque, work);
+  }
+  if (!hn::AllFalse(DF(), other)) TryMode<6>(none, rounds, other, work);
+}
+
 // Modes 4 and 5: one channel, alpha or that which has changed places with it, has indexes of its own.
 template <int kMode, int kSelection>
-HWY_NOINLINE void TrySplitMode(int rotation, int rounds, MF may_be, Work* work) {
+HWY_NOINLINE void TrySplitMode(int rotation, const Rounds& rounds, MF may_be, Work* work) {
   constexpr Bc7Mode m = kBc7Modes[kMode];
   constexpr int kWidth = kSelection == 0 ? m.index_bits : m.second_bits;
   constexpr int kOwnWidth = kSelection == 0 ? m.second_bits : m.index_bits;
@@ -297,7 +311,7 @@ HWY_NOINLINE void TryAny(int mode, const Effort& effort, MF may_be, Work* work) 
         TrySplitMode<5, 0>(rotation, effort.rounds, may_be, work);
       }
       break;
-    case 6: TryMode<6>(hn::Zero(D32()), effort.rounds, may_be, work); break;
+    case 6: TryMode6(effort.rounds, may_be, work); break;
     default: CostsOfTwo<4>(*work, 2, &costs); TryPartitions<7>(64, effort, may_be, &costs, work);
   }
 }
@@ -306,22 +320,47 @@ HWY_NOINLINE void TryAny(int mode, const Effort& effort, MF may_be, Work* work) 
 HWY_INLINE void TryQuick(Work* work) {
   const MF opaque = work->IsOpaque(), any = Everywhere();
   const MF other = hn::AndNot(opaque, any);
-  TryAny(6, {0, 1}, any, work);
+  TryMode6({2, 1, 0}, any, work);
   if (!hn::AllFalse(DF(), opaque)) {
     PartitionCosts costs;
     CostsOfTwo<3>(*work, 3, &costs);
-    TryPartitions<1>(64, {2, 1}, opaque, &costs, work);
+    const V32 best = costs.Next(64);
+    TryMode<1>(best, {1, 1, 0}, opaque, work);
+    TryMode<3>(best, {1, 1, 0}, opaque, work);
   }
   if (!hn::AllFalse(DF(), other)) {
-    TrySplitMode<5, 0>(0, 1, other, work);
-    TrySplitMode<4, 0>(0, 1, other, work);
-    TryAny(7, {1, 1}, other, work);
+    TrySplitMode<5, 0>(0, {1, 1, 0}, other, work);
+    TrySplitMode<4, 0>(0, {1, 1, 0}, other, work);
+    TryAny(7, {1, {1, 1, 0}}, other, work);
+  }
+}
+
+// The best encodings of one mode once more, their end points stepped through.
+template <int kMode>
+HWY_INLINE void TryAgain(const Rounds& rounds, Work* work) {
+  const V32 choice = hn::Load(D32(), work->choice), byte = hn::Set(D32(), 255);
+  const V32 number = hn::Set(D32(), static_cast<uint32_t>(kMode));
+  const MF own = hn::RebindMask(DF(), hn::Eq(hn::And(choice, byte), number));
+  if (hn::AllFalse(DF(), own)) return;
+  const V32 partitions = hn::And(hn::ShiftRight<8>(choice), byte);
+  if constexpr (kMode == 6) {
+    TryMode6(rounds, own, work);
+  } else {
+    TryMode<kMode>(partitions, rounds, own, work);
   }
 }
 
 HWY_INLINE void TryThorough(Work* work) {
-  const MF any = Everywhere();
-  for (int mode = 0; mode < 8; ++mode) TryAny(mode, {8, 3}, any, work);
+  for (int mode = 0; mode < 7; ++mode) TryAny(mode, {8, {2, 1, 0}}, Everywhere(), work);
+  const MF other = hn::AndNot(work->IsOpaque(), Everywhere());
+  if (!hn::AllFalse(DF(), other)) TryAny(7, {8, {2, 1, 0}}, other, work);
+  constexpr Rounds kPolished = {3, 2, 4};
+  TryAgain<0>(kPolished, work);
+  TryAgain<1>(kPolished, work);
+  TryAgain<2>(kPolished, work);
+  TryAgain<3>(kPolished, work);
+  TryAgain<6>(kPolished, work);
+  TryAgain<7>(kPolished, work);
 }
 
 // Blocks next to one another. Lane 4 i + k holds block i + kLanes / 4 * k.
@@ -377,7 +416,7 @@ void EncodeStep(const uint8_t* src, ptrdiff_t step, int mode, uint8_t* dst) {
   } else if (mode == kThorough) {
     TryThorough(&work);
   } else {
-    TryAny(mode, {2, 2}, Everywhere(), &work);
+    TryAny(mode, {4, {3, 1, 0}}, Everywhere(), &work);
   }
   PackWork(work, dst);
 }

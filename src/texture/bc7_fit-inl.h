@@ -9,6 +9,8 @@
 #    define ZEPJP_SRC_TEXTURE_BC7_FIT_INL_H_
 #  endif
 
+#  include <limits>
+
 #  include "texture/bc7_modes.h"
 #  include "texture/lanes-inl.h"
 
@@ -25,6 +27,9 @@ constexpr size_t kLanes = hn::MaxLanes(DF());  // blocks side by side
 
 HWY_INLINE VF Number(float value) { return hn::Set(DF(), value); }
 HWY_INLINE VF Square(VF v) { return hn::Mul(v, v); }
+
+// a * b + c where that is exact, so that it is the same whether it is rounded once or twice.
+HWY_INLINE VF Exact(VF a, VF b, VF c) { return hn::MulAdd(a, b, c); }
 
 // To the nearest whole number below 2^22, ties to even.
 HWY_INLINE VF Whole(VF v) {
@@ -64,6 +69,12 @@ class Membership {
     if constexpr (kSubsets >= 2) sums[1] = hn::Add(sums[1], hn::IfThenElseZero(Has<1>(i), v));
     if constexpr (kSubsets == 3) sums[2] = hn::Add(sums[2], hn::IfThenElseZero(Has<2>(i), v));
   }
+  // The same of a product of whole numbers.
+  HWY_INLINE void AddProduct(int i, VF v, VF w, VF* sums) const {
+    sums[0] = Exact(v, w, sums[0]);
+    if constexpr (kSubsets >= 2) sums[1] = Exact(hn::IfThenElseZero(Has<1>(i), v), w, sums[1]);
+    if constexpr (kSubsets == 3) sums[2] = Exact(hn::IfThenElseZero(Has<2>(i), v), w, sums[2]);
+  }
   static HWY_INLINE void LeaveFirst(VF* sums) {
     for (int s = 1; s < kSubsets; ++s) sums[0] = hn::Sub(sums[0], sums[s]);
   }
@@ -79,6 +90,14 @@ struct LineFormat {
   static constexpr int kIndexBits = kIndexBitsOf, kLast = (1 << kIndexBitsOf) - 1;
   static constexpr int kTotal = kBitsOf + (kPBitsOf == kNoPBits ? 0 : 1);
   static constexpr Bc7PBits kPBits = kPBitsOf;
+  static constexpr bool kOnlyOnes = false;
+};
+
+// The lines of blocks without alpha whose mode has p-bits for it: ones, that alpha be 255.
+template <class Format>
+struct OpaqueLine : Format {
+  static constexpr int kChannels = 3;
+  static constexpr bool kOnlyOnes = true;
 };
 
 template <class Format>
@@ -94,6 +113,23 @@ struct Ends {
 template <class Format>
 struct Stored {
   Ends<Format> code, value;
+
+  HWY_INLINE void Replace(MF mask, const Stored& other) {
+    for (int s = 0; s < Format::kSubsets; ++s) {
+      for (int e = 0; e < 2; ++e) {
+        for (int c = 0; c < Format::kChannels; ++c) {
+          VF &own_code = code.at[s][e][c], &own_value = value.at[s][e][c];
+          own_code = hn::IfThenElse(mask, other.code.at[s][e][c], own_code);
+          own_value = hn::IfThenElse(mask, other.value.at[s][e][c], own_value);
+        }
+      }
+    }
+  }
+};
+
+// From how many end points lines start, how often these are found anew, and stepped through.
+struct Rounds {
+  int starts, fits, sweeps;
 };
 
 // Encodings of all blocks' lines.
@@ -169,7 +205,7 @@ struct Moments {
       for (int c = 0; c < kChannels; ++c) {
         v[c] = in[c]->At(i);
         members.Add(i, v[c], sum[c]);
-        for (int d = 0; d <= c; ++d) members.Add(i, hn::Mul(v[c], v[d]), product[c][d]);
+        for (int d = 0; d <= c; ++d) members.AddProduct(i, v[c], v[d], product[c][d]);
       }
     }
     members.LeaveFirst(count);
@@ -251,19 +287,55 @@ HWY_INLINE VF WidenCode(VF code) {
   }
 }
 
+template <class Format>
+HWY_INLINE void MoveCode(int place, int step, Stored<Format>* stored) {
+  constexpr float kMost = static_cast<float>((1 << Format::kTotal) - 1);
+  const int s = place / (2 * Format::kChannels), e = place / Format::kChannels % 2;
+  const int c = place % Format::kChannels;
+  VF* const code = stored->code.at[s][e] + c;
+  const VF moved = hn::Add(*code, Number(static_cast<float>(step)));
+  const MF is_code = hn::And(hn::Ge(moved, hn::Zero(DF())), hn::Le(moved, Number(kMost)));
+  *code = hn::IfThenElse(is_code, moved, *code);
+  stored->value.at[s][e][c] = WidenCode<Format::kTotal>(*code);
+}
+
+// Of one end point, or of both of a subset where they share it.
+template <class Format>
+HWY_INLINE void FlipPBit(int place, Stored<Format>* stored) {
+  const bool is_shared = Format::kPBits == kSharedPBits;
+  const int s = is_shared ? place : place / 2;
+  for (int e = 0; e < 2; ++e) {
+    if (!is_shared && e != place % 2) continue;
+    for (int c = 0; c < Format::kChannels; ++c) {
+      VF* const code = stored->code.at[s][e] + c;
+      const VF half = hn::Mul(*code, Number(0.5f));
+      const MF is_even = hn::Eq(Whole(half), half);
+      *code = hn::Add(*code, hn::IfThenElse(is_even, Number(1), Number(-1)));
+      stored->value.at[s][e][c] = WidenCode<Format::kTotal>(*code);
+    }
+  }
+}
+
+// The nearest code with this p-bit, `shift` codes further.
+template <class Format>
+HWY_INLINE VF NearestCode(VF end, int p, float shift) {
+  constexpr bool kHasP = Format::kPBits != kNoPBits;
+  constexpr float kScale = static_cast<float>((1 << Format::kTotal) - 1) / 255.0f;
+  const VF scaled = hn::Mul(end, Number(kHasP ? kScale / 2 : kScale));
+  const float more = (kHasP && p != 0 ? -0.5f : 0.0f) + shift;
+  const VF whole = Whole(more == 0 ? scaled : hn::Add(scaled, Number(more)));
+  const VF most = Number(static_cast<float>((1 << Format::kBits) - 1));
+  const VF code = hn::Min(hn::Max(whole, hn::Zero(DF())), most);
+  return kHasP ? hn::Add(hn::Add(code, code), Number(static_cast<float>(p))) : code;
+}
+
 // The nearest codes with this lowest bit (or any, without p-bits); returns the squared distance.
 template <class Format>
 HWY_INLINE VF Nearest(const VF* ends, int p, VF* code, VF* value) {
-  constexpr bool kHasP = Format::kPBits != kNoPBits;
-  constexpr float kScale = static_cast<float>((1 << Format::kTotal) - 1) / 255.0f;
   VF error = hn::Zero(DF());
   for (int c = 0; c < Format::kChannels; ++c) {
-    const VF scaled = hn::Mul(ends[c], Number(kHasP ? kScale / 2 : kScale));
-    VF whole = Whole(kHasP && p != 0 ? hn::Sub(scaled, Number(0.5f)) : scaled);
-    whole = hn::Min(hn::Max(whole, hn::Zero(DF())), Number((1 << Format::kBits) - 1));
-    if (kHasP) whole = hn::Add(hn::Add(whole, whole), Number(static_cast<float>(p)));
-    code[c] = whole;
-    value[c] = WidenCode<Format::kTotal>(whole);
+    code[c] = NearestCode<Format>(ends[c], p, 0);
+    value[c] = WidenCode<Format::kTotal>(code[c]);
     error = hn::Add(error, Square(hn::Sub(value[c], ends[c])));
   }
   return error;
@@ -291,6 +363,7 @@ HWY_INLINE Stored<Format> Store(const Ends<Format>& ends, MF opaque) {
       for (int e = 0; e < 2; ++e) {
         MF is_one = is_shared ? hn::Lt(both[1], both[0]) : hn::Lt(error[1][e], error[0][e]);
         if (kChannels == 4) is_one = hn::Or(is_one, opaque);
+        if (Format::kOnlyOnes) is_one = hn::Eq(both[0], both[0]);
         for (int c = 0; c < kChannels; ++c) {
           stored.code.at[s][e][c] = hn::IfThenElse(is_one, code[1][e][c], code[0][e][c]);
           stored.value.at[s][e][c] = hn::IfThenElse(is_one, value[1][e][c], value[0][e][c]);
@@ -300,6 +373,45 @@ HWY_INLINE Stored<Format> Store(const Ends<Format>& ends, MF opaque) {
   }
   return stored;
 }
+
+// Codes around the best end points e of one channel of a subset, chosen together: with d the distances of
+// what they stand for from e, the error grows by aa d0^2 + 2 ab d0 d1 + bb d1^2.
+template <class Format>
+class PairSearch {
+ public:
+  HWY_INLINE PairSearch(VF aa, VF ab, VF bb) : aa_(aa), ab2_(hn::Add(ab, ab)), bb_(bb) {
+    other_[0] = hn::Neg(hn::Div(ab, hn::Max(bb, Number(1))));
+    other_[1] = hn::Neg(hn::Div(ab, hn::Max(aa, Number(1))));
+  }
+
+  // Codes with these p-bits; returns what they add to the error.
+  HWY_INLINE VF Find(VF e0, VF e1, int p0, int p1, VF* code0, VF* code1) const {
+    VF least = Number(std::numeric_limits<float>::max());
+    *code0 = *code1 = hn::Zero(DF());
+    for (int i = 0; i < 4; ++i) {
+      const bool is_second = i >= 2;
+      const VF first = is_second ? e1 : e0, second = is_second ? e0 : e1;
+      const int p_first = is_second ? p1 : p0, p_second = is_second ? p0 : p1;
+      // Below and above the one; then the other as it suits that best.
+      const VF code = NearestCode<Format>(first, p_first, i % 2 == 0 ? -0.5f : 0.5f);
+      const VF d = hn::Sub(WidenCode<Format::kTotal>(code), first);
+      const VF wanted = hn::Add(second, hn::Mul(d, other_[is_second ? 1 : 0]));
+      const VF partner = NearestCode<Format>(wanted, p_second, 0);
+      const VF d_partner = hn::Sub(WidenCode<Format::kTotal>(partner), second);
+      const VF d0 = is_second ? d_partner : d, d1 = is_second ? d : d_partner;
+      const VF mixed = hn::Add(hn::Mul(aa_, d0), hn::Mul(ab2_, d1));
+      const VF error = hn::Add(hn::Mul(mixed, d0), hn::Mul(bb_, Square(d1)));
+      const MF is_less = hn::Lt(error, least);
+      least = hn::IfThenElse(is_less, error, least);
+      *code0 = hn::IfThenElse(is_less, is_second ? partner : code, *code0);
+      *code1 = hn::IfThenElse(is_less, is_second ? code : partner, *code1);
+    }
+    return least;
+  }
+
+ private:
+  VF aa_, ab2_, bb_, other_[2];
+};
 
 // The sums that give the best end points for given indexes, w of 64: of (64 - w)^2, w (64 - w), w^2, and of
 // (64 - w) v and w v for each channel.
@@ -319,21 +431,22 @@ struct FitSums {
   template <class Members>
   HWY_INLINE void Add(const Members& members, int i, VF w, const VF* v) {
     const VF a = hn::Sub(Number(64), w);
-    members.Add(i, Square(a), aa);
-    members.Add(i, hn::Mul(a, w), ab);
-    members.Add(i, Square(w), bb);
+    members.AddProduct(i, a, a, aa);
+    members.AddProduct(i, a, w, ab);
+    members.AddProduct(i, w, w, bb);
     for (int c = 0; c < Format::kChannels; ++c) {
-      members.Add(i, hn::Mul(a, v[c]), av[c]);
-      members.Add(i, hn::Mul(w, v[c]), bv[c]);
+      members.AddProduct(i, a, v[c], av[c]);
+      members.AddProduct(i, w, v[c], bv[c]);
     }
   }
 
-  // New end points where the indexes are not all alike, clamped.
+  // The best end points; where all indexes are alike, the mean.
   template <class Members>
-  HWY_INLINE void Solve(const Members& members, Ends<Format>* ends) {
+  HWY_INLINE Ends<Format> Solve(const Members& members) {
     members.LeaveFirst(aa);
     members.LeaveFirst(ab);
     members.LeaveFirst(bb);
+    Ends<Format> ends;
     for (int c = 0; c < Format::kChannels; ++c) {
       members.LeaveFirst(av[c]);
       members.LeaveFirst(bv[c]);
@@ -342,56 +455,101 @@ struct FitSums {
       const VF determinant = hn::Sub(hn::Mul(aa[s], bb[s]), Square(ab[s]));
       const MF is_solvable = hn::Gt(determinant, Number(1));
       const VF scale = hn::Div(Number(64), hn::Max(determinant, Number(1)));
+      const VF all = hn::Add(hn::Add(aa[s], bb[s]), hn::Add(ab[s], ab[s]));
+      const VF share = hn::Div(Number(64), all);
       for (int c = 0; c < Format::kChannels; ++c) {
         const VF a = hn::Sub(hn::Mul(bb[s], av[c][s]), hn::Mul(ab[s], bv[c][s]));
         const VF b = hn::Sub(hn::Mul(aa[s], bv[c][s]), hn::Mul(ab[s], av[c][s]));
-        VF* const end = ends->at[s][0] + c;
-        VF* const other = ends->at[s][1] + c;
-        *end = hn::IfThenElse(is_solvable, Clamp(hn::Mul(a, scale)), *end);
-        *other = hn::IfThenElse(is_solvable, Clamp(hn::Mul(b, scale)), *other);
+        const VF mean = hn::Mul(hn::Add(av[c][s], bv[c][s]), share);
+        ends.at[s][0][c] = hn::IfThenElse(is_solvable, Clamp(hn::Mul(a, scale)), mean);
+        ends.at[s][1][c] = hn::IfThenElse(is_solvable, Clamp(hn::Mul(b, scale)), mean);
       }
     }
+    return ends;
   }
 
  private:
   static HWY_INLINE VF Clamp(VF v) { return hn::Min(hn::Max(v, hn::Zero(DF())), Number(255)); }
 };
 
+// Stores the best end points of these sums, the two of each channel chosen together, with all p-bits there
+// may be.
+template <class Format>
+HWY_INLINE Stored<Format> StoreTogether(const FitSums<Format>& sums, const Ends<Format>& ends,
+                                        MF opaque) {
+  constexpr int kChannels = Format::kChannels;
+  constexpr int kChoices = Format::kPBits == kEachPBits     ? 4
+                           : Format::kPBits == kSharedPBits ? 2
+                                                            : 1;
+  Stored<Format> stored;
+  for (int s = 0; s < Format::kSubsets; ++s) {
+    const PairSearch<Format> search(sums.aa[s], sums.ab[s], sums.bb[s]);
+    VF least = Number(std::numeric_limits<float>::max());
+    for (int p = kChoices - 1; p >= (Format::kOnlyOnes ? kChoices - 1 : 0); --p) {
+      VF code[2][kChannels], error = hn::Zero(DF());
+      for (int c = 0; c < kChannels; ++c) {
+        const int p0 = kChoices == 4 ? p / 2 : p, p1 = kChoices == 4 ? p % 2 : p;
+        error = hn::Add(error, search.Find(ends.at[s][0][c], ends.at[s][1][c], p0, p1, &code[0][c],
+                                           &code[1][c]));
+      }
+      MF is_less = hn::Lt(error, least);
+      if (kChannels == 4 && p != kChoices - 1) is_less = hn::AndNot(opaque, is_less);
+      least = hn::IfThenElse(is_less, error, least);
+      for (int e = 0; e < 2; ++e) {
+        for (int c = 0; c < kChannels; ++c) {
+          VF* const kept = stored.code.at[s][e] + c;
+          *kept = p == kChoices - 1 ? code[e][c] : hn::IfThenElse(is_less, code[e][c], *kept);
+        }
+      }
+    }
+    for (int e = 0; e < 2; ++e) {
+      for (int c = 0; c < kChannels; ++c) {
+        stored.value.at[s][e][c] = WidenCode<Format::kTotal>(stored.code.at[s][e][c]);
+      }
+    }
+  }
+  return stored;
+}
+
 // The line of these stored end points: the index of the nearest place on it for each pixel, and the error.
 template <class Format, class Members>
 HWY_INLINE Line Assign(const Inputs<Format>& in, const Members& members,
                        const Stored<Format>& stored, FitSums<Format>* sums) {
   constexpr int kChannels = Format::kChannels, kSubsets = Format::kSubsets;
-  VF start[kChannels][kSubsets], slope[kChannels][kSubsets], inverse[kSubsets];
+  VF start[kChannels][kSubsets], slope[kChannels][kSubsets], origin[kSubsets], inverse[kSubsets];
   for (int s = 0; s < kSubsets; ++s) {
-    VF square = hn::Zero(DF());
+    VF square = hn::Zero(DF()), from = square;
     for (int c = 0; c < kChannels; ++c) {
       const VF difference = hn::Sub(stored.value.at[s][1][c], stored.value.at[s][0][c]);
-      start[c][s] = stored.value.at[s][0][c];
       slope[c][s] = hn::Mul(difference, Number(1.0f / 64));
-      square = hn::Add(square, hn::Mul(difference, slope[c][s]));
+      square = Exact(difference, slope[c][s], square);
+      from = Exact(stored.value.at[s][0][c], slope[c][s], from);
+      // Half a one more decides ties upwards, as the decoder's + 32 does.
+      start[c][s] = hn::Add(stored.value.at[s][0][c], Number(1.0f / 128));
     }
     inverse[s] = hn::Div(Number(Format::kLast), hn::Max(square, Number(1.0f / 64)));
+    // All pixels of a line without length get an index in the middle, where both ends matter alike.
+    constexpr float kMiddle = (Format::kLast + 1) / 2 / (64.0f * Format::kLast);
+    origin[s] = hn::IfThenElse(hn::Eq(square, hn::Zero(DF())), Number(kMiddle), hn::Neg(from));
   }
   Line line;
   line.error = hn::Zero(DF());
   line.indexes[0] = line.indexes[1] = hn::Zero(D32());
   for (int i = 15; i >= 0; --i) {
-    VF v[kChannels], a[kChannels], d[kChannels];
-    VF dot = hn::Zero(DF());
+    VF v[kChannels], d[kChannels];
+    VF dot = members.Pick(i, origin);
     for (int c = 0; c < kChannels; ++c) {
       v[c] = in[c]->At(i);
-      a[c] = members.Pick(i, start[c]);
       d[c] = members.Pick(i, slope[c]);
-      dot = hn::Add(dot, hn::Mul(hn::Sub(v[c], a[c]), d[c]));
+      dot = Exact(v[c], d[c], dot);
     }
     const VF place = Whole(hn::Mul(dot, members.Pick(i, inverse)));
     const VF index = hn::Min(hn::Max(place, hn::Zero(DF())), Number(Format::kLast));
     const VF w = Whole(hn::Mul(index, Number(64.0f / Format::kLast)));
     for (int c = 0; c < kChannels; ++c) {
-      // Sixty-fourths, so that half a one more decides ties upwards, as the decoder's + 32 does.
-      const VF exact = hn::Add(hn::Add(a[c], Number(1.0f / 128)), hn::Mul(d[c], w));
-      line.error = hn::Add(line.error, Square(hn::Sub(v[c], Whole(exact))));
+      const VF mixed = Whole(Exact(d[c], w, members.Pick(i, start[c])));
+      const VF difference = hn::Sub(v[c], mixed);
+      line.error = Exact(difference, difference, line.error);
     }
     const V32 nibble = hn::BitCast(D32(), hn::ConvertTo(DI32(), index));
     line.indexes[i / 8] = hn::Or(hn::ShiftLeft<4>(line.indexes[i / 8]), nibble);
@@ -410,25 +568,84 @@ HWY_INLINE Line Assign(const Inputs<Format>& in, const Members& members,
   return line;
 }
 
-// The best line found: from the principal axis, then again with the end points that suit the indexes best.
-template <class Format>
-Line FitLine(const Inputs<Format>& in, V32 membership, MF opaque, int rounds) {
-  const Membership<Format::kSubsets> members(membership);
-  Ends<Format> ends = PrincipalEnds<Format>(in, members);
-  Line best;
-  for (int round = 0;; ++round) {
-    FitSums<Format> sums;
-    const bool is_last = round == rounds;
-    const Line line =
-        Assign<Format>(in, members, Store<Format>(ends, opaque), is_last ? nullptr : &sums);
-    if (round == 0) {
-      best = line;
-    } else {
-      best.KeepBetter(line, 2 * Format::kSubsets);
+// Tries end points whose codes differ by one step in one place, as long as that helps, at most `sweeps` times
+// through all places. With p-bits a step is 2; then come the p-bits themselves.
+template <class Format, class Members>
+HWY_INLINE void Polish(const Inputs<Format>& in, const Members& members, MF opaque, int sweeps,
+                       Stored<Format>* stored, Line* best) {
+  constexpr bool kHasP = Format::kPBits != kNoPBits;
+  constexpr int kPlaces = 2 * Format::kSubsets * Format::kChannels, kTries = 2 * kPlaces;
+  constexpr int kFlips = !kHasP ? 0 : Format::kSubsets * (Format::kPBits == kSharedPBits ? 1 : 2);
+  for (int sweep = 0; sweep < sweeps; ++sweep) {
+    const VF before = best->error;
+    for (int i = 0; i < kTries + kFlips; ++i) {
+      Stored<Format> changed = *stored;
+      MF may_be = hn::Eq(before, before);
+      if (i < kTries) {
+        MoveCode<Format>(i / 2, (i % 2 == 0 ? 1 : -1) * (kHasP ? 2 : 1), &changed);
+      } else {
+        FlipPBit<Format>(i - kTries, &changed);
+        if (Format::kChannels == 4) may_be = hn::AndNot(opaque, may_be);
+      }
+      Line line = Assign<Format>(in, members, changed, nullptr);
+      line.error = hn::IfThenElse(may_be, line.error, best->error);
+      const MF is_better = hn::Lt(line.error, best->error);
+      best->KeepBetter(line, 2 * Format::kSubsets);
+      stored->Replace(is_better, changed);
     }
-    if (is_last) return best;
-    sums.Solve(members, &ends);
+    if (hn::AllFalse(DF(), hn::Lt(best->error, before))) return;
   }
+}
+
+// Moves both ends of each subset outwards, by so much in all.
+template <class Format>
+HWY_INLINE void Lengthen(float distance, Ends<Format>* ends) {
+  for (int s = 0; s < Format::kSubsets; ++s) {
+    VF square = hn::Zero(DF());
+    for (int c = 0; c < Format::kChannels; ++c) {
+      square = hn::Add(square, Square(hn::Sub(ends->at[s][1][c], ends->at[s][0][c])));
+    }
+    const VF scale = hn::Div(Number(distance), hn::Sqrt(hn::Max(square, Number(1e-3f))));
+    for (int c = 0; c < Format::kChannels; ++c) {
+      const VF a = ends->at[s][0][c], b = ends->at[s][1][c];
+      const VF move = hn::Mul(hn::Sub(b, a), scale);
+      ends->at[s][0][c] = hn::Max(hn::Sub(a, move), hn::Zero(DF()));
+      ends->at[s][1][c] = hn::Min(hn::Add(b, move), Number(255));
+    }
+  }
+}
+
+// The best line found: from the principal axis, then with the end points that suit the indexes best; and
+// the same again from longer lines, whose ends have more choice of what lies between them.
+template <class Format>
+Line FitLine(const Inputs<Format>& in, V32 membership, MF opaque, const Rounds& rounds) {
+  const Membership<Format::kSubsets> members(membership);
+  Ends<Format> start = PrincipalEnds<Format>(in, members);
+  Line best;
+  Stored<Format> best_stored;
+  for (int i = 0; i < rounds.starts; ++i) {
+    if (i != 0) Lengthen<Format>(255.0f / ((1 << Format::kBits) - 1), &start);
+    Stored<Format> stored = Store<Format>(start, opaque);
+    for (int round = 0; round <= rounds.fits; ++round) {
+      FitSums<Format> sums;
+      const bool is_last = round == rounds.fits;
+      const Line line = Assign<Format>(in, members, stored, is_last ? nullptr : &sums);
+      if (i == 0 && round == 0) {
+        best = line;
+        best_stored = stored;
+      } else {
+        best_stored.Replace(hn::Lt(line.error, best.error), stored);
+        best.KeepBetter(line, 2 * Format::kSubsets);
+      }
+      if (is_last) break;
+      const Ends<Format> ends = sums.Solve(members);
+      stored = StoreTogether<Format>(sums, ends, opaque);
+    }
+  }
+  if (rounds.sweeps != 0) {
+    Polish<Format>(in, members, opaque, rounds.sweeps, &best_stored, &best);
+  }
+  return best;
 }
 
 }  // namespace
