@@ -351,9 +351,10 @@ HWY_INLINE void TryAgain(const Rounds& rounds, Work* work) {
 }
 
 HWY_INLINE void TryThorough(Work* work) {
-  for (int mode = 0; mode < 7; ++mode) TryAny(mode, {8, {2, 1, 0}}, Everywhere(), work);
+  TryQuick(work);
+  for (int mode = 0; mode < 7; ++mode) TryAny(mode, {8, {3, 1, 0}}, Everywhere(), work);
   const MF other = hn::AndNot(work->IsOpaque(), Everywhere());
-  if (!hn::AllFalse(DF(), other)) TryAny(7, {8, {2, 1, 0}}, other, work);
+  if (!hn::AllFalse(DF(), other)) TryAny(7, {8, {3, 1, 0}}, other, work);
   constexpr Rounds kPolished = {3, 2, 4};
   TryAgain<0>(kPolished, work);
   TryAgain<1>(kPolished, work);
