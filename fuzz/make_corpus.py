@@ -49,6 +49,10 @@ def main():
     write("packbits", "packets", bytes([1, 200, 0]) + bytes([3, 1, 2, 3, 4, 128, 250, 9, 0, 7, 130, 5]))
     for kind, name in enumerate(("dxt1", "dxt3", "dxt5", "bc4", "bc5")):
         write("texture_decoder", name, bytes([kind, 16, 6, 0, 1, 3]) + noise[2])
+    for kind, name in enumerate(("unsigned", "signed", "bc7")):
+        write("bptc_decoder", name, bytes([kind, 12, 6, 0]) + noise[2])
+    write("bptc_decoder", "modes", bytes([2, 31, 3, 1]) + b"".join(
+        bytes([1 << mode]) + noise[0][1:] for mode in range(8)))
 
 
 if __name__ == "__main__":

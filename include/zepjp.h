@@ -1431,6 +1431,59 @@ ZEP_API zepStatus ZEP_CALL zepiTextureEncodeBlockFromRG_BC5_8u_C2C1R(const uint8
 /** @} */
 
 /**
+ * @defgroup bptc Textures: BC6H, BC7
+ *
+ * Blocks of 16 bytes for 4x4 pixels with a choice of modes (BPTC: Khronos Data Format Specification, 20 and
+ * 21). A mode says how many end points there are, in how many bits, and how the pixels are divided among
+ * them. Order of blocks, checks, steps and edges: as in the group @ref texture. Any bytes are good
+ * blocks.
+ * @{
+ */
+
+/**
+ * BC6H without sign to halves (IEEE 754 binary16 as words) R G B, of which none is negative, infinite or
+ * not a number. A block of a reserved mode gives zeros. dstStep is in bytes; rows need no alignment, so it
+ * may be odd.
+ *
+ * End points are widened to 16 bits (0 stays 0, the highest value becomes 0xFFFF, all others get half a
+ * unit more), mixed as ((64 - w) a + w b + 32) >> 6, and the half is (v * 31) >> 6.
+ */
+ZEP_API zepStatus ZEP_CALL zepiTextureDecodeBlockToRGB_BC6HU_8u16u_C1C3R(const uint8_t* pSrc,
+                                                                         uint16_t* pDst,
+                                                                         int32_t dstStep,
+                                                                         zepiSize roiSize);
+/**
+ * BC6H with sign to halves R G B. End points are widened to 15 bits and a sign; the half is
+ * (|v| * 31) >> 5 with v's sign, but 0 has none. The 16-bit mode's end point -32768 gives minus infinity.
+ */
+ZEP_API zepStatus ZEP_CALL zepiTextureDecodeBlockToRGB_BC6HS_8u16u_C1C3R(const uint8_t* pSrc,
+                                                                         uint16_t* pDst,
+                                                                         int32_t dstStep,
+                                                                         zepiSize roiSize);
+/**
+ * BC7 to RGBA. End points are widened by their upper bits, mixed as ((64 - w) a + w b + 32) >> 6; rotations
+ * exchange channels after that. Modes without alpha give 255. A block whose first byte is 0 gives 0 in
+ * all channels.
+ */
+ZEP_API zepStatus ZEP_CALL zepiTextureDecodeBlockToRGBA_BC7_8u_C1C4R(const uint8_t* pSrc,
+                                                                     uint8_t* pDst, int32_t dstStep,
+                                                                     zepiSize roiSize);
+/**
+ * RGBA to BC7, 16 bytes a block. mode 0 to 7: all blocks in that mode; -1: the best that is quickly found
+ * among all modes; -2: the best of a thorough search. What a search keeps small is the sum of squared
+ * differences over R, G, B and A; modes 0 to 3 have no alpha and decode with 255. A block whose
+ * alpha is 255 throughout decodes so in every mode. The same pixels give the same block, whatever is around
+ * them and on whatever processor.
+ *
+ * **Checks** besides: a mode below -2 or above 7, last: ::zepStatusNotSupportedMode.
+ */
+ZEP_API zepStatus ZEP_CALL zepiTextureEncodeBlockFromRGBA_BC7_8u_C4C1R(const uint8_t* pSrc,
+                                                                       int32_t srcStep,
+                                                                       zepiSize roiSize,
+                                                                       uint8_t* pDst, int32_t mode);
+/** @} */
+
+/**
  * @defgroup codeblock JPEG 2000: code-blocks
  *
  * The embedded block coder (ISO/IEC 15444-1, annexes C and D): a block of quantized wavelet coefficients

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "dds/codec.h"
 
+#include <algorithm>
+#include <new>
 #include <string>
 #include <utility>
 
+#include "common/parallel.h"
 #include "dds/mipmaps.h"
 #include "dds/ycocg.h"
 #include "zepjp.h"
@@ -25,6 +28,23 @@ common::ByteBuffer Converted(const common::Image& image, size_t bytes, Convert c
   const size_t pixels = image.SizeInBytes() / 3;
   if (out.Resize(pixels * bytes)) convert(image.Row(0), pixels, out.data());
   return out;
+}
+
+// Bands of rows are shared out among threads.
+common::Status EncodeBc7(const common::Image& image, const EncodeOptions& options,
+                         uint8_t* blocks) {
+  constexpr int kBand = 16;
+  const auto step = static_cast<int32_t>(image.Step());
+  const size_t row_bytes = (static_cast<size_t>(image.width()) + 3) / 4 * 16;
+  const auto bands = (static_cast<size_t>(image.height()) + kBand - 1) / kBand;
+  return common::RunParallel(common::ThreadCount(options.threads), bands, [&] {
+    return [&](size_t band) {
+      const int top = static_cast<int>(band) * kBand;
+      const zepiSize size = {image.width(), std::min(kBand, image.height() - top)};
+      zepiTextureEncodeBlockFromRGBA_BC7_8u_C4C1R(
+          image.Row(top), step, size, blocks + band * (kBand / 4) * row_bytes, options.bc7_mode);
+    };
+  });
 }
 
 common::Status EncodeLevel(const common::Image& image, const EncodeOptions& options,
@@ -49,7 +69,8 @@ common::Status EncodeLevel(const common::Image& image, const EncodeOptions& opti
           zepiTextureEncodeBlockFromRGBA_DXT5_8u_C4C1R(image.Row(0), step, size, blocks));
     case BlockFormat::kBc4:
       return StatusOf(zepiTextureEncodeBlock_BC4_8u_C1R(image.Row(0), step, size, blocks));
-    case BlockFormat::kBc5: break;
+    case BlockFormat::kBc7: return EncodeBc7(image, options, blocks);
+    default: break;
   }
   const common::ByteBuffer rg =
       Converted(image, kRg, [](const uint8_t* in, size_t pixels, uint8_t* out) {
@@ -65,7 +86,8 @@ common::Status EncodeLevel(const common::Image& image, const EncodeOptions& opti
 
 common::Status DecodeRgba(BlockFormat format, const uint8_t* blocks, uint8_t* pixels,
                           zepiSize size) {
-  const auto decode = format == BlockFormat::kBc1   ? zepiTextureDecodeBlockToRGBA_DXT1_8u_C1C4R
+  const auto decode = format == BlockFormat::kBc7   ? zepiTextureDecodeBlockToRGBA_BC7_8u_C1C4R
+                      : format == BlockFormat::kBc1 ? zepiTextureDecodeBlockToRGBA_DXT1_8u_C1C4R
                       : format == BlockFormat::kBc2 ? zepiTextureDecodeBlockToRGBA_DXT3_8u_C1C4R
                                                     : zepiTextureDecodeBlockToRGBA_DXT5_8u_C1C4R;
   return StatusOf(decode(blocks, pixels, 4 * size.width, size));
@@ -99,6 +121,22 @@ common::Status DecodeLevel(const Header& header, const uint8_t* blocks, common::
   return status;
 }
 
+// Where a level's blocks are, if the file has it whole.
+common::Status FindLevel(const uint8_t* data, size_t size, int64_t max_pixels, int level,
+                         Header* header, Level* place) {
+  if (common::Status status = ParseHeader(data, size, header); !status.ok()) return status;
+  if (level < 0 || level >= header->levels) {
+    return common::Status::Error("there is no level " + std::to_string(level));
+  }
+  *place = LevelsOf(*header)[static_cast<size_t>(level)];
+  if (place->width > max_pixels / place->height) {
+    return common::Status::Error(
+        std::to_string(place->width) + " x " + std::to_string(place->height) +
+        " pixels are more than the limit of " + std::to_string(max_pixels));
+  }
+  return common::Status();
+}
+
 }  // namespace
 
 common::Status Encode(const common::Image& image, const EncodeOptions& options,
@@ -109,6 +147,10 @@ common::Status Encode(const common::Image& image, const EncodeOptions& options,
   }
   if (options.is_ycocg && options.format != BlockFormat::kBc3) {
     return common::Status::Error("Y Co Cg goes with BC3 only");
+  }
+  if (HasHalves(options.format)) return common::Status::Error("there is no encoder for BC6H");
+  if (options.bc7_mode < -2 || options.bc7_mode > 7) {
+    return common::Status::Error("BC7 has modes 0 to 7");
   }
   if (image.layout() != LayoutOf(options.format, options.is_ycocg)) {
     return common::Status::Error("the picture has another layout than the format wants");
@@ -145,19 +187,35 @@ common::Status Encode(const common::Image& image, const EncodeOptions& options,
 
 common::Status Decode(const uint8_t* data, size_t size, int64_t max_pixels, int level,
                       common::Image* image, Header* header) {
-  if (common::Status status = ParseHeader(data, size, header); !status.ok()) return status;
-  if (level < 0 || level >= header->levels) {
-    return common::Status::Error("there is no level " + std::to_string(level));
-  }
-  const Level place = LevelsOf(*header)[static_cast<size_t>(level)];
-  if (place.width > max_pixels / place.height) {
-    return common::Status::Error(
-        std::to_string(place.width) + " x " + std::to_string(place.height) +
-        " pixels are more than the limit of " + std::to_string(max_pixels));
+  Level place = {};
+  common::Status status = FindLevel(data, size, max_pixels, level, header, &place);
+  if (!status.ok()) return status;
+  if (HasHalves(header->format)) {
+    return common::Status::Error("BC6H holds half floats, which no picture of bytes can have");
   }
   const common::PixelLayout layout = LayoutOf(header->format, header->is_ycocg);
   if (!image->Resize(place.width, place.height, layout)) return common::Status::NoMemory();
   return DecodeLevel(*header, data + place.offset, image);
+}
+
+common::Status DecodeHalves(const uint8_t* data, size_t size, int64_t max_pixels, int level,
+                            HalfPicture* picture, Header* header) {
+  Level place = {};
+  common::Status status = FindLevel(data, size, max_pixels, level, header, &place);
+  if (!status.ok()) return status;
+  if (!HasHalves(header->format)) return common::Status::Error("the picture is not of half floats");
+  picture->width = place.width;
+  picture->height = place.height;
+  try {
+    picture->rgb.resize(3 * static_cast<size_t>(place.width) * static_cast<size_t>(place.height));
+  } catch (const std::bad_alloc&) {
+    return common::Status::NoMemory();
+  }
+  const auto decode = header->format == BlockFormat::kBc6hSigned
+                          ? zepiTextureDecodeBlockToRGB_BC6HS_8u16u_C1C3R
+                          : zepiTextureDecodeBlockToRGB_BC6HU_8u16u_C1C3R;
+  return StatusOf(decode(data + place.offset, picture->rgb.data(), 6 * place.width,
+                         {place.width, place.height}));
 }
 
 }  // namespace dds

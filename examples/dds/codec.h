@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "common/byte_buffer.h"
 #include "common/image.h"
@@ -25,9 +26,11 @@ struct EncodeOptions {
   bool is_ycocg = false;  // with kBc3
   bool has_mipmaps = false;
   HeaderStyle style = HeaderStyle::kFourCc;
+  int bc7_mode = -1;  // as zepiTextureEncodeBlockFromRGBA_BC7_8u_C4C1R() has it
+  int threads = 1;    // for BC7; 0: as many as the machine runs at once
 };
 
-// Makes a file of a picture of the layout that LayoutOf() tells.
+// Makes a file of a picture of the layout that LayoutOf() tells. There is no encoder for BC6H.
 common::Status Encode(const common::Image& image, const EncodeOptions& options,
                       common::ByteBuffer* file);
 
@@ -35,6 +38,14 @@ common::Status Encode(const common::Image& image, const EncodeOptions& options,
 // files that hold less than their header announces, before memory is taken.
 common::Status Decode(const uint8_t* data, size_t size, int64_t max_pixels, int level,
                       common::Image* image, Header* header);
+
+// The same of BC6H, which Decode() refuses: R, G and B of each pixel as half floats.
+struct HalfPicture {
+  int width = 0, height = 0;
+  std::vector<uint16_t> rgb;
+};
+common::Status DecodeHalves(const uint8_t* data, size_t size, int64_t max_pixels, int level,
+                            HalfPicture* picture, Header* header);
 
 }  // namespace dds
 

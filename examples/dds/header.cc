@@ -45,8 +45,9 @@ constexpr std::array<Name, 7> kNames = {{{FourCc("DXT1"), BlockFormat::kBc1},
                                          {FourCc("BC5U"), BlockFormat::kBc5}}};
 
 // Numbers of the extended header: three for each format, untyped, linear (in BC4 and BC5: unsigned) and
-// sRGB (in BC4 and BC5: signed).
+// sRGB (in BC4 and BC5: signed). Those of BC6H (untyped, unsigned, signed) and BC7 follow later.
 constexpr uint32_t kFirstDxgi = 70, kDxgiCount = 15;
+constexpr uint32_t kDxgiBc6h = 94, kDxgiBc6hSigned = 96, kDxgiBc7 = 97, kLastDxgi = 99;
 
 uint32_t Word(const uint8_t* data, size_t offset) {
   const uint8_t* bytes = data + offset;
@@ -75,6 +76,12 @@ common::Status ParseFourCc(uint32_t four_cc, Header* header) {
 
 common::Status ParseDxgi(uint32_t number, Header* header) {
   const std::string name = "the pixel format " + std::to_string(number);
+  if (number >= kDxgiBc6h && number <= kLastDxgi) {
+    header->format = number >= kDxgiBc7          ? BlockFormat::kBc7
+                     : number == kDxgiBc6hSigned ? BlockFormat::kBc6hSigned
+                                                 : BlockFormat::kBc6hUnsigned;
+    return common::Status();
+  }
   if (number < kFirstDxgi || number >= kFirstDxgi + kDxgiCount) {
     return common::Status::Error(name + " of the extended header is not supported");
   }
@@ -83,6 +90,15 @@ common::Status ParseDxgi(uint32_t number, Header* header) {
     return common::Status::Error(name + " (signed values) is not supported");
   }
   return common::Status();
+}
+
+uint32_t DxgiNumber(BlockFormat format) {
+  switch (format) {
+    case BlockFormat::kBc6hUnsigned: return kDxgiBc6h + 1;
+    case BlockFormat::kBc6hSigned: return kDxgiBc6hSigned;
+    case BlockFormat::kBc7: return kDxgiBc7 + 1;
+    default: return kFirstDxgi + 1 + 3 * static_cast<uint32_t>(format);
+  }
 }
 
 common::Status ParseFormat(const uint8_t* data, size_t size, Header* header) {
@@ -201,9 +217,9 @@ common::Status AppendHeader(const Header& header, HeaderStyle style, common::Byt
   set(kPixelFormatFlags, kHasFourCc);
   set(kCaps, kIsTexture | (has_mipmaps ? kIsComplex | kHasMipmaps : 0));
   const auto format = static_cast<size_t>(header.format);
-  if (style == HeaderStyle::kDx10) {
+  if (style == HeaderStyle::kDx10 || header.format > BlockFormat::kBc5) {
     set(kFourCcField, FourCc("DX10"));
-    set(kDxgiFormat, kFirstDxgi + 1 + 3 * static_cast<uint32_t>(format));
+    set(kDxgiFormat, DxgiNumber(header.format));
     set(kDimension, kTexture2d);
     set(kArraySize, 1);
     return file->Append(bytes.data(), kDx10HeaderEnd) ? common::Status()

@@ -12,15 +12,20 @@
 
 namespace dds {
 
-// BC1 to BC3 are also called DXT1, DXT3, DXT5; BC4 and BC5 are ATI1 and ATI2.
-enum class BlockFormat { kBc1, kBc2, kBc3, kBc4, kBc5 };
+// BC1 to BC3 are also called DXT1, DXT3, DXT5; BC4 and BC5 are ATI1 and ATI2. BC6H has half floats.
+enum class BlockFormat { kBc1, kBc2, kBc3, kBc4, kBc5, kBc6hUnsigned, kBc6hSigned, kBc7 };
+
+constexpr bool HasHalves(BlockFormat format) {
+  return format == BlockFormat::kBc6hUnsigned || format == BlockFormat::kBc6hSigned;
+}
 
 constexpr size_t BlockSize(BlockFormat format) {
   return format == BlockFormat::kBc1 || format == BlockFormat::kBc4 ? 8 : 16;
 }
 
 // How a header names its format: by four characters (DXT1, DXT3, DXT5, ATI1, ATI2), which every
-// program knows; by the later names of the two last (BC4U, BC5U); by a number in an extended header.
+// program knows; by the later names of the two last (BC4U, BC5U); by a number in an extended header. BC6H
+// and BC7 have numbers only.
 enum class HeaderStyle { kFourCc, kUnsignedFourCc, kDx10 };
 
 struct Header {

@@ -10,6 +10,7 @@
 #include "jpeg/decoder.h"
 #include "zepconvert/deep_pixels.h"
 #include "zepconvert/file_io.h"
+#include "zepconvert/hdr_file.h"
 #include "zepconvert/jp2_file.h"
 #include "zepconvert/jpeg_file.h"
 #include "zepconvert/jxr_file.h"
@@ -126,6 +127,7 @@ common::Status MakeShallow(Picture* picture) {
 
 dds::EncodeOptions TextureOptions(const Settings& settings, const common::Image& image) {
   dds::EncodeOptions options = settings.texture;
+  options.threads = settings.threads;
   if (!settings.has_texture_format && HasAlpha(image.layout())) {
     options.format = dds::BlockFormat::kBc3;
   }
@@ -291,9 +293,34 @@ common::Status MeasureLoss(const common::ByteBuffer& output, const std::string& 
                                           : Relayout(image->layout(), &again.image);
   if (!status.ok()) return status;
   result->psnr = Measure(*image, again.image);
+  result->modes = ModesOfBc7(output, *image, again.image);
   status = MakeErrorPicture(*image, again.image, &errors);
   if (status.ok()) status = WritePng(errors, jpeg::Metadata(), &file);
   return status.ok() ? WriteFile(error_picture, file.data(), file.size()) : status;
+}
+
+// Half floats, which only a BC6H texture has here, to a file of floats.
+common::Status ConvertHalves(const Settings& settings, const common::ByteBuffer& input,
+                             Picture* picture, common::ByteBuffer* output, Result* result) {
+  dds::Header header;
+  dds::HalfPicture halves;
+  if (FormatOfBytes(input.data(), input.size()) != Format::kDds) {
+    return common::Status::Error("only BC6H textures can become .hdr files");
+  }
+  {
+    const Timer timer(&result->seconds[kTextureDecode]);
+    common::Status status =
+        dds::DecodeHalves(input.data(), input.size(), settings.max_pixels, 0, &halves, &header);
+    if (!status.ok()) return status;
+  }
+  const Timer timer(&result->seconds[kEncodeOther]);
+  bool has_negative = false;
+  result->width = halves.width;
+  result->height = halves.height;
+  common::Status status = WriteHdr(halves, output, &has_negative);
+  if (has_negative) picture->notes.emplace_back("negative values became 0");
+  result->output_bytes = output->size();
+  return status;
 }
 
 // By way of its pixels.
@@ -301,6 +328,7 @@ common::Status Change(const Settings& settings, const common::ByteBuffer& input,
                       const std::string& error_picture, Picture* picture,
                       common::ByteBuffer* output, Result* result) {
   const Format format = OutputFormat(settings, result->job.output);
+  if (format == Format::kHdr) return ConvertHalves(settings, input, picture, output, result);
   common::Status status = Load(settings, input, picture, result);
   if (!status.ok()) return status;
   {

@@ -13,6 +13,7 @@
 #include "zepconvert/picture.h"
 #include "zepconvert/pixels.h"
 #include "zepconvert/settings.h"
+#include "zepconvert/texture_modes.h"
 
 namespace zepconvert {
 
@@ -53,6 +54,7 @@ struct Result {
   size_t output_bytes = 0;
   std::array<double, kStageCount> seconds{};
   bool lossless = true;
+  std::vector<ModeShare> modes;  // of BC7 blocks, with psnr
   Psnr psnr;  // of a lossy result against the picture that was encoded, where asked for
 
   double TotalSeconds() const;

@@ -57,6 +57,8 @@ struct Arguments {
   std::string crop;
   std::string dds_header = "fourcc";
   std::string tiff_compression = "packbits";
+  bool is_fast = false;
+  bool is_thorough = false;
   std::string tiles;
   std::vector<std::string> block_styles;
   std::string to;
@@ -72,7 +74,8 @@ struct TextureFormat {
 const std::map<std::string, TextureFormat> kTextureFormats = {
     {"bc1", {dds::BlockFormat::kBc1, false}}, {"bc2", {dds::BlockFormat::kBc2, false}},
     {"bc3", {dds::BlockFormat::kBc3, false}}, {"bc4", {dds::BlockFormat::kBc4, false}},
-    {"bc5", {dds::BlockFormat::kBc5, false}}, {"ycocg", {dds::BlockFormat::kBc3, true}}};
+    {"bc5", {dds::BlockFormat::kBc5, false}}, {"bc7", {dds::BlockFormat::kBc7, false}},
+    {"ycocg", {dds::BlockFormat::kBc3, true}}};
 const std::map<std::string, dds::HeaderStyle> kHeaderStyles = {
     {"fourcc", dds::HeaderStyle::kFourCc},
     {"unsigned", dds::HeaderStyle::kUnsignedFourCc},
@@ -101,6 +104,8 @@ void SetTexture(const Arguments& arguments, Settings* settings) {
   const TextureFormat& wanted = kTextureFormats.at(arguments.texture_format);
   settings->texture.format = wanted.format;
   settings->texture.is_ycocg = wanted.is_ycocg;
+  if (arguments.is_fast) settings->texture.bc7_mode = 6;
+  if (arguments.is_thorough) settings->texture.bc7_mode = -2;
 }
 
 // "512x256"; the sizes of tiles in JPEG XR files.
@@ -180,10 +185,21 @@ void DefineOptions(CLI::App* app, Arguments* arguments) {
   app->add_flag("--precise-dct", settings.precise_dct,
                 "write JPEG files with the transform that rounds once: some 0.3 dB more");
   DefineScanOptions(app, arguments);
-  app->add_option("--format", arguments->texture_format,
-                  "blocks of DDS files: bc1, bc2, bc3, bc4 (grey), bc5 (red and green) or ycocg "
-                  "(bc3 where something is transparent, else bc1)")
+  app->add_option(
+         "--format", arguments->texture_format,
+         "blocks of DDS files: bc1, bc2, bc3, bc4 (grey), bc5 (red and green), bc7 or ycocg "
+         "(bc3 where something is transparent, else bc1)")
       ->check(CLI::IsMember(Keys(kTextureFormats)).description(""));
+  auto* const mode = app->add_option("--mode", settings.texture.bc7_mode,
+                                     "all blocks of BC7 files in one mode, 0 to 7")
+                         ->check(CLI::Range(0, 7));
+  auto* const fast =
+      app->add_flag("--fast", arguments->is_fast, "write BC7 files quickly: mode 6 alone")
+          ->excludes(mode);
+  app->add_flag("--thorough", arguments->is_thorough,
+                "write BC7 files after a long search: half a dB more")
+      ->excludes(mode)
+      ->excludes(fast);
   app->add_flag("--mipmaps", settings.texture.has_mipmaps,
                 "write DDS files with all levels down to one pixel");
   app->add_option("--dds-header", arguments->dds_header,
@@ -228,7 +244,7 @@ void DefineOptions(CLI::App* app, Arguments* arguments) {
       ->check(CLI::IsMember(std::vector<int>{1, 2, 4, 8}).description(""));
   app->add_option(
       "--to", arguments->to,
-      "convert all files to jpg, ljpg, jp2, j2k, jxr, png, tif, ppm, pgm, pnm, pam or dds");
+      "convert all files to jpg, ljpg, jp2, j2k, jxr, png, tif, ppm, pgm, pnm, pam, dds or hdr");
   app->add_option("--out-dir", arguments->out_dir, "where results of --to go (beside the inputs)");
   app->add_option("--report", settings.report_directory,
                   "write a page with pictures, sizes, PSNR and times to this directory");
@@ -259,14 +275,14 @@ std::string MakeJobs(const Arguments& arguments, std::vector<Job>* jobs) {
     if (FormatOfName(arguments.files[1]) == Format::kUnknown) {
       return arguments.files[1] +
              ": the name must end in .jpg, .ljpg, .jp2, .j2k, .jxr, .png, .tif, .ppm, .pgm, .pnm, "
-             ".pam or .dds";
+             ".pam, .dds or .hdr";
     }
     jobs->push_back({arguments.files[0], arguments.files[1]});
     return "";
   }
   if (FormatOfName("." + arguments.to) == Format::kUnknown) {
     return "--to " + arguments.to +
-           ": must be jpg, ljpg, jp2, j2k, jxr, png, tif, ppm, pgm, pnm, pam or dds";
+           ": must be jpg, ljpg, jp2, j2k, jxr, png, tif, ppm, pgm, pnm, pam, dds or hdr";
   }
   std::map<std::string, std::string> inputs;  // by output
   for (const std::string& input : arguments.files) {

@@ -66,6 +66,7 @@ Format FormatOfName(const std::string& name) {
   if (extension == "dds") return Format::kDds;
   if (extension == "jp2") return Format::kJp2;
   if (extension == "j2k" || extension == "j2c" || extension == "jpc") return Format::kJ2k;
+  if (extension == "hdr") return Format::kHdr;
   if (extension == "jxr" || extension == "wdp") return Format::kJxr;
   return Format::kUnknown;
 }
@@ -83,6 +84,7 @@ const char* Extension(Format format) {
     case Format::kJp2: return "jp2";
     case Format::kJ2k: return "j2k";
     case Format::kJxr: return "jxr";
+    case Format::kHdr: return "hdr";
     default: return "pnm";
   }
 }

@@ -40,7 +40,8 @@ enum class Format {
   kDds,
   kJp2,
   kJ2k,
-  kJxr
+  kJxr,
+  kHdr
 };
 
 // By the first bytes; of a JPEG file by its frame header.

@@ -182,6 +182,15 @@ common::Status PlacePicture(const std::string& path, const fs::path& directory,
   return status.ok() ? WriteFile(target, bytes.data(), bytes.size()) : status;
 }
 
+std::string TableOfModes(const std::vector<ModeShare>& modes) {
+  std::string html = "<table>\n<tr><th>BC7 mode</th><th>blocks</th><th>PSNR</th></tr>\n";
+  for (const ModeShare& mode : modes) {
+    html += "<tr><td>" + std::to_string(mode.mode) + "</td><td>" + Number(mode.share * 100, 1) +
+            " %</td><td>" + Decibels(mode.psnr) + "</td></tr>\n";
+  }
+  return html + "</table>\n";
+}
+
 std::string Figure(const std::string& file, const std::string& caption) {
   return "<figure><a href=\"" + file + "\"><img src=\"" + file + "\" alt=\"" + Escape(caption) +
          "\" loading=\"lazy\"></a><figcaption>" + Escape(caption) + "</figcaption></figure>\n";
@@ -189,6 +198,11 @@ std::string Figure(const std::string& file, const std::string& caption) {
 
 common::Status Pictures(const Result& result, size_t number, const std::string& directory,
                         std::string* html) {
+  if (FormatOfName(result.job.output) == Format::kHdr) {
+    *html += "<h3>" + Escape(fs::path(result.job.input).filename().string()) +
+             "</h3>\n<p>half floats, which browsers do not show</p>\n";
+    return common::Status();
+  }
   std::string original;
   std::string converted;
   const std::string stem = std::to_string(number + 1);
@@ -210,6 +224,7 @@ common::Status Pictures(const Result& result, size_t number, const std::string& 
                     "errors, times " + std::to_string(kErrorScale));
   }
   *html += "</div>\n";
+  if (!result.modes.empty()) *html += TableOfModes(result.modes);
   return status;
 }
 

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "frame/checks.h"
 #include "zepjp.h"
 
 namespace zepjp {
@@ -68,9 +69,20 @@ void DecodeTexture(DecodeBlocks decode, const uint8_t* src, uint8_t* dst, int32_
   }
 }
 
-// `width` pixels and `rows` rows, completed to whole blocks by repetition of the last ones.
 template <class Layout>
-void EncodeThroughTile(EncodeBlocks encode, const uint8_t* src, ptrdiff_t step, size_t width,
+zepStatus CheckAndDecode(DecodeBlocks decode, const uint8_t* src, uint8_t* dst, int32_t step,
+                         zepiSize size) {
+  if (auto bad =
+          Checks().Ptr(src).Ptr(dst).Refuse(step == 0, zepStatusBadStep).Size(size).Failed()) {
+    return bad;
+  }
+  DecodeTexture<Layout>(decode, src, dst, step, size);
+  return zepStatusOk;
+}
+
+// `width` pixels and `rows` rows, completed to whole blocks by repetition of the last ones.
+template <class Layout, class Encode>
+void EncodeThroughTile(const Encode& encode, const uint8_t* src, ptrdiff_t step, size_t width,
                        size_t rows, uint8_t* dst) {
   constexpr size_t kStep = kTileBlocks * Layout::kWidth;
   uint8_t tile[4 * kStep];
@@ -89,8 +101,8 @@ void EncodeThroughTile(EncodeBlocks encode, const uint8_t* src, ptrdiff_t step, 
   }
 }
 
-template <class Layout>
-void EncodeTexture(EncodeBlocks encode, const uint8_t* src, int32_t src_step, zepiSize size,
+template <class Layout, class Encode>
+void EncodeTexture(const Encode& encode, const uint8_t* src, int32_t src_step, zepiSize size,
                    uint8_t* dst) {
   const auto width = static_cast<size_t>(size.width), height = static_cast<size_t>(size.height);
   const ptrdiff_t step = src_step;

@@ -3,7 +3,6 @@
 // byte shuffles by its indexes make the pixels.
 #include <type_traits>
 
-#include "frame/checks.h"
 #include "simd/dispatch.h"
 #include "texture/blocks.h"
 
@@ -358,17 +357,6 @@ namespace {
 Kernels kernels;
 
 ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
-
-template <class Layout>
-zepStatus CheckAndDecode(DecodeBlocks decode, const uint8_t* src, uint8_t* dst, int32_t step,
-                         zepiSize size) {
-  if (auto bad =
-          Checks().Ptr(src).Ptr(dst).Refuse(step == 0, zepStatusBadStep).Size(size).Failed()) {
-    return bad;
-  }
-  DecodeTexture<Layout>(decode, src, dst, step, size);
-  return zepStatusOk;
-}
 
 }  // namespace
 }  // namespace zepjp

@@ -59,9 +59,8 @@ HWY_INLINE V8 UpperHalves(V8 low, V8 high) {
                      hn::InterleaveUpper(D64(), hn::BitCast(D64(), low), hn::BitCast(D64(), high)));
 }
 
-// a[2i] * weights[2i] + a[2i+1] * weights[2i+1] in 16 bits; the weights are signed, and small.
-HWY_INLINE VI16 PairSums(V8 a, const Bytes16& weights) {
-  const V8 w = Each(weights);
+// a[2i] * w[2i] + a[2i+1] * w[2i+1] in 16 bits; the weights are signed, and small.
+HWY_INLINE VI16 PairSums(V8 a, V8 w) {
 #  if HWY_TARGET == HWY_NEON
   const V16 pairs = AsWords(a);
   const VI16 both = hn::BitCast(DI16(), w);
@@ -77,6 +76,7 @@ HWY_INLINE VI16 PairSums(V8 a, const Bytes16& weights) {
   return VI16{_mm_maddubs_epi16(a.raw, w.raw)};
 #  endif
 }
+HWY_INLINE VI16 PairSums(V8 a, const Bytes16& weights) { return PairSums(a, Each(weights)); }
 
 // Floor(x / 3), / 5, / 7 and / 14 as the upper half of a product; right for all x that occur here.
 constexpr uint16_t kThird = 21846, kFifth = 13108, kSeventh = 9363, kFourteenth = 4682;

@@ -8,6 +8,7 @@ the blocks and must be met exactly.
 """
 import math
 import os
+import random
 import struct
 import subprocess
 import sys
@@ -204,6 +205,97 @@ class DdsInterop(unittest.TestCase):
         self.assertGreater(psnr("a.dds"), psnr("n.dds") - 5)
         run(TOOL, "--quiet", "rgb.png", "y.dds", "--format", "ycocg")
         self.assertGreater(psnr("y.dds"), psnr("a.dds"))
+
+
+class ExtendedFormats(unittest.TestCase):
+    """BC7 and BC6H, which Pillow decodes and no program of Debian writes; blocks of any bytes besides."""
+
+    def setUp(self):
+        self.old = os.getcwd()
+        self.directory = tempfile.TemporaryDirectory()
+        os.chdir(self.directory.name)
+
+    def tearDown(self):
+        os.chdir(self.old)
+        self.directory.cleanup()
+
+    def load(self, name):
+        image = Image.open(name)
+        image.load()
+        return image
+
+    def write(self, name, number, width, height, blocks):
+        words = {4: 124, 8: 0x81007, 12: height, 16: width, 20: len(blocks), 28: 1, 76: 32, 80: 4,
+                 108: 0x1000, 128: number, 132: 3, 140: 1}
+        head = bytearray(148)
+        head[0:4], head[84:88] = b"DDS ", b"DX10"
+        for offset, word in words.items():
+            struct.pack_into("<I", head, offset, word)
+        with open(name, "wb") as file:
+            file.write(bytes(head) + blocks)
+
+    def test_our_bc7_files(self):
+        picture(121, 83, True).save("rgba.png")
+        for options in ([], ["--fast"], ["--thorough"], *(["--mode", str(m)] for m in range(8))):
+            with self.subTest(options):
+                run(TOOL, "--quiet", "rgba.png", "a.dds", "--format", "bc7", *options)
+                run(TOOL, "--quiet", "a.dds", "ours.png")
+                self.assertEqual(self.load("ours.png").convert("RGBA").tobytes(),
+                                 self.load("a.dds").convert("RGBA").tobytes())
+
+    def test_any_bc7_blocks(self):
+        chance = random.Random(1)
+        blocks = bytearray(chance.randbytes(16 * 40 * 40))
+        for i in range(0, len(blocks), 16):
+            mode = chance.randrange(8)
+            blocks[i] = blocks[i] & ~((2 << mode) - 1) & 255 | 1 << mode
+        for number in (97, 98, 99):
+            self.write("any.dds", number, 160, 160, bytes(blocks))
+            run(TOOL, "--quiet", "any.dds", "ours.png")
+            if number != 97:
+                self.assertEqual(self.load("ours.png").convert("RGBA").tobytes(),
+                                 self.load("any.dds").convert("RGBA").tobytes())
+
+    def read_hdr(self, name, width, height):
+        with open(name, "rb") as file:
+            data = file.read()
+        self.assertTrue(data.startswith(b"#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n"))
+        at = data.index(b"\n", data.index(b"-Y %d +X %d" % (height, width))) + 1
+        pixels = []
+        for _ in range(height):
+            self.assertEqual(data[at:at + 4], bytes([2, 2, width >> 8, width & 255]))
+            at += 4
+            channels = []
+            for _ in range(4):
+                row = b""
+                while len(row) < width:
+                    row += data[at + 1:at + 1 + data[at]]
+                    at += 1 + data[at]
+                channels.append(row)
+            for r, g, b, e in zip(*channels):
+                scale = 2.0 ** (e - 136) if e else 0
+                pixels.append(tuple(v * scale for v in (r, g, b)))
+        self.assertEqual(at, len(data))
+        return pixels
+
+    def test_any_bc6h_blocks(self):
+        # Pillow clamps to 0..1 and makes bytes. (Signed blocks with differences it decodes wrongly.)
+        blocks = random.Random(2).randbytes(16 * 40 * 40)
+        self.write("any.dds", 95, 160, 160, blocks)
+        run(TOOL, "--quiet", "any.dds", "ours.hdr")
+        for our, their in zip(self.read_hdr("ours.hdr", 160, 160), self.load("any.dds").getdata()):
+            # A step of RGBE is a part in 128 of the greatest channel.
+            slack = 1.5 + max(our) / 64 * 255
+            for a, b in zip(our, their):
+                self.assertLessEqual(abs(min(255, a * 255) - b), slack)
+
+    def test_what_hdr_needs(self):
+        picture(20, 20, False).save("rgb.png")
+        for name in ("rgb.png", "a.dds"):
+            run(TOOL, "--quiet", "rgb.png", "a.dds")
+            with self.assertRaises(AssertionError):
+                run(TOOL, "--quiet", name, "no.hdr")
+            self.assertFalse(os.path.exists("no.hdr"))
 
 
 if __name__ == "__main__":

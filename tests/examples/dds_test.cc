@@ -21,7 +21,7 @@ using dds::HeaderStyle;
 using pictures::Bytes;
 
 constexpr BlockFormat kFormats[] = {BlockFormat::kBc1, BlockFormat::kBc2, BlockFormat::kBc3,
-                                    BlockFormat::kBc4, BlockFormat::kBc5};
+                                    BlockFormat::kBc4, BlockFormat::kBc5, BlockFormat::kBc7};
 constexpr HeaderStyle kStyles[] = {HeaderStyle::kFourCc, HeaderStyle::kUnsignedFourCc,
                                    HeaderStyle::kDx10};
 
@@ -113,6 +113,48 @@ TEST(Dds, Bc5KeepsRedAndGreen) {
   ASSERT_TRUE(Decode(file, 0, &image, &header).ok());
   for (size_t i = 2; i < picture.SizeInBytes(); i += 3) picture.Row(0)[i] = 0;
   EXPECT_LE(pictures::Compare(picture, image).mean, 3);
+}
+
+// The same file whatever the number of threads, in every mode.
+TEST(Dds, Bc7InBands) {
+  const common::Image picture = Picture(45, 70, PixelLayout::kRgba);
+  for (int mode = -1; mode < 8; ++mode) {
+    dds::EncodeOptions options;
+    options.format = BlockFormat::kBc7;
+    options.bc7_mode = mode;
+    const Bytes file = Encode(picture, options);
+    options.threads = 3;
+    EXPECT_EQ(Encode(picture, options), file);
+    if (mode < 0) continue;
+    EXPECT_EQ(file[148] & ((2U << mode) - 1), 1U << mode);
+  }
+}
+
+// BC6H blocks as a file, made from one of BC7 by its number.
+Bytes HalfFile(uint32_t number) {
+  Bytes file = File(BlockFormat::kBc7);
+  Set(&file, 128, number);
+  // Mode 3 of one region: all end points 1023, the greatest there is.
+  for (size_t i = 148; i < file.size(); ++i) file[i] = i % 16 == 4 ? 0xE3 : 0xFF;
+  return file;
+}
+
+TEST(Dds, HalvesOfBc6h) {
+  for (const uint32_t number : {94U, 95U, 96U}) {
+    const Bytes file = HalfFile(number);
+    dds::HalfPicture picture;
+    dds::Header header;
+    ASSERT_EQ(dds::DecodeHalves(file.data(), file.size(), INT64_MAX, 0, &picture, &header).text(),
+              "");
+    EXPECT_EQ(header.format, number == 96 ? BlockFormat::kBc6hSigned : BlockFormat::kBc6hUnsigned);
+    EXPECT_EQ(picture.rgb,
+              std::vector<uint16_t>(size_t{3} * 21 * 13, number == 96 ? 0x805D : 0x7BFF));
+    EXPECT_NE(ErrorOf(file).find("half floats"), std::string::npos);
+  }
+  const Bytes bytes = File(BlockFormat::kBc7);
+  dds::HalfPicture picture;
+  dds::Header header;
+  EXPECT_FALSE(dds::DecodeHalves(bytes.data(), bytes.size(), INT64_MAX, 0, &picture, &header).ok());
 }
 
 TEST(Dds, YCoCgComesBackAsRgb) {
@@ -238,7 +280,7 @@ TEST(Dds, WhatIsNotSupportedIsNamed) {
                      {84, 0x53344342, "BC4S"},
                      {84, 0x01020304, "????"},
                      {112, 0x200000, "two-dimensional"},
-                     {128, 98, "98"},
+                     {128, 93, "93"},
                      {128, 69, "69"},
                      {128, 81, "signed"},
                      {128, 84, "signed"},

@@ -149,6 +149,25 @@ class ZepconvertTest(unittest.TestCase):
         self.write("o.png", png(20, 10, 4, opaque))
         self.assertEqual(self.run_tool("o.png", "o.jpg"), "")
 
+    def test_bc7(self):
+        sizes = set()
+        for options, mode in ((["--mode", "0"], 0), (["--mode", "5"], 5), (["--fast"], 6), ([], None),
+                              (["--thorough"], None)):
+            self.assertEqual(self.run_tool("in.ppm", "a.dds", "--format", "bc7", *options), "")
+            data = self.read("a.dds")
+            self.assertEqual(self.four_cc("a.dds"), b"DX10")
+            sizes.add(len(data))
+            if mode is not None:
+                self.assertTrue(all((b & -b) == 1 << mode for b in data[148::16]))
+            self.run_tool("a.dds", "back.ppm")
+            back = read_pnm(self.path("back.ppm"))[3]
+            self.assertLess(mean_difference(back, self.samples), 8 if mode == 0 else 4)
+        self.assertEqual(sizes, {148 + 13 * 9 * 16})
+        self.run_tool("in.ppm", "a.dds", "--format", "bc7", "--mode", "8", code=2)
+        self.run_tool("in.ppm", "a.dds", "--format", "bc7", "--fast", "--thorough", code=2)
+        self.run_tool("in.ppm", "a.dds", "--format", "bc7", "--report", "r7")
+        self.assertIn("BC7 mode", self.read("r7/index.html").decode())
+
     def four_cc(self, name):
         return self.read(name)[84:88]
 
