@@ -14,6 +14,7 @@
 #include "jpeg/huffman/elements.h"
 #include "jpeg/huffman/magnitude.h"
 #include "jpeg/huffman/quick_reader.h"
+#include "jpeg/lossless/row_reader.h"
 #include "simd/dispatch.h"
 
 // Scalar code, compiled for its shifts: AVX2's processors have BMI2 too.
@@ -149,6 +150,75 @@ zepStatus DecodeCarefully(const RowsToDecode& rows, size_t begin, size_t end, co
   return status;
 }
 
+// In long rows chunks of so many differences go through RowReader, which has tables to make first.
+constexpr size_t kLongChunk = 2048, kLeastChunk = 128;
+
+struct LongChunk {
+  ShortCode lists[kMostComponents][kShortCodes];
+  const ShortCode* codes[kMostComponents];
+  int16_t differences[kLongChunk];  // a row of a component behind that of the one before
+};
+
+// Components with the same table have the same list.
+inline void ListCodes(const RowsToDecode& rows, LongChunk* chunk) {
+  for (int i = 0; i < rows.components; ++i) {
+    int same = 0;
+    while (rows.tables[same] != rows.tables[i]) ++same;
+    if (same == i) ListShortCodes(*rows.tables[i], chunk->lists[i]);
+    chunk->codes[i] = chunk->lists[same];
+  }
+}
+
+// How many columns of the chunk could be taken.
+HWY_INLINE size_t TakeColumns(const RowsToDecode& rows, size_t columns, RowReader* reader,
+                              LongChunk* chunk) {
+  RowReader local = *reader;
+  const int components = rows.components;
+  for (size_t x = 0; x < columns; ++x) {
+    int16_t* difference = chunk->differences + x;
+    for (int i = 0; i < components; ++i, difference += columns) {
+      if (!local.Take(*rows.tables[i], chunk->codes[i], difference)) return x;
+    }
+  }
+  *reader = local;
+  return columns;
+}
+
+// The columns from `begin` on; returns how many were possible, and where not all were, has changed nothing.
+HWY_INLINE size_t DecodeChunk(const RowsToDecode& rows, size_t begin, size_t columns,
+                              const Source& from, zepiDecodeHuffmanState* state, LongChunk* chunk) {
+  if (!IsUsual(from, *state)) return 0;
+  RowReader reader(from, *state);
+  const size_t taken = TakeColumns(rows, columns, &reader, chunk);
+  if (taken < columns) return taken;
+  reader.Finish(from, state);
+  const int16_t* differences = chunk->differences;
+  for (int i = 0; i < rows.components; ++i, differences += columns) {
+    std::memcpy(rows.rows[i] + begin, differences, columns * sizeof(int16_t));
+  }
+  return columns;
+}
+
+// How many columns at the start of a row could be decoded by long chunks. Before a marker, the end or a bad code a
+// chunk is tried once more with what was possible.
+HWY_INLINE size_t DecodeLong(const RowsToDecode& rows, size_t width, const Source& from,
+                             zepiDecodeHuffmanState* state) {
+  const auto components = static_cast<size_t>(rows.components);
+  if (width * components < 2 * kLeastChunk) return 0;
+  LongChunk chunk;
+  ListCodes(rows, &chunk);
+  size_t x = 0;
+  while ((width - x) * components >= kLeastChunk) {
+    size_t columns = std::min(width - x, kLongChunk / components);
+    const size_t taken = DecodeChunk(rows, x, columns, from, state, &chunk);
+    x += taken == columns ? columns : 0;
+    if (taken == columns) continue;
+    if (taken * components < kLeastChunk) break;
+    return x + DecodeChunk(rows, x, taken, from, state, &chunk);
+  }
+  return x;
+}
+
 }  // namespace
 }  // namespace zepjp
 #endif
@@ -177,7 +247,7 @@ zepStatus Encode(const RowsToEncode& rows, size_t width, const Destination& to,
 
 zepStatus Decode(const RowsToDecode& rows, size_t width, const Source& from,
                  zepiDecodeHuffmanState* state) {
-  for (size_t x = 0; x < width; x += kColumns) {
+  for (size_t x = DecodeLong(rows, width, from, state); x < width; x += kColumns) {
     const size_t end = std::min(x + kColumns, width);
     const auto take = [&](const auto& bytes, uint32_t unused, Progress* progress) ZEP_BITS_ATTR {
       return TakeDifferences(rows, x, end, bytes, unused, progress);
