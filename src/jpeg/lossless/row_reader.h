@@ -18,25 +18,21 @@
 
 namespace zepjp {
 
-// What eight bits at the start of a code say of it and the extra bits behind it. Where they do not hold all of the
-// code, or its category is 16, `bits` is more than there ever are.
-struct ShortCode {
-  uint8_t bits;    // of both
-  uint8_t length;  // of the code
-  uint8_t others;  // 63 less the extra bits
-  int32_t ones;    // as many as extra bits
-};
+// What eight bits at the start of a code say of it and the extra bits behind it, in one word: from the lowest byte on
+// the bits of both, the length of the code, 63 less the extra bits; in the upper half as many ones as extra bits. Where
+// they do not hold all of the code, or its category is 16, the bits are more than there ever are.
+using ShortCode = uint64_t;
 constexpr size_t kShortCodes = size_t{1} << kFastCodeBits;
-constexpr uint8_t kNotShort = 255;
+constexpr uint32_t kNotShort = 255;
 
 inline void ListShortCodes(const zepiDecodeHuffmanSpec& table, ShortCode codes[kShortCodes]) {
   for (size_t i = 0; i < kShortCodes; ++i) {
     const uint32_t entry = table.fast[i];
     const uint32_t extra = entry & 0xFFFF, length = entry >> 16;
+    const uint64_t ones = (uint64_t{1} << extra % 16) - 1;
     const bool is_short = IsFastCode(entry) && extra < 16;
-    codes[i] = {is_short ? static_cast<uint8_t>(length + extra) : kNotShort,
-                static_cast<uint8_t>(length), static_cast<uint8_t>(63 - extra % 16),
-                (1 << extra % 16) - 1};
+    codes[i] =
+        is_short ? ones << 32 | (63 - extra) << 16 | length << 8 | (length + extra) : kNotShort;
   }
 }
 
@@ -55,9 +51,12 @@ class RowReader {
                        int16_t* difference) {
     if (ahead_ < kFastCodeBits && HWY_UNLIKELY(!Fill())) return false;
     const ShortCode code = codes[window_ >> (64 - kFastCodeBits)];
-    if (HWY_UNLIKELY(ahead_ < code.bits)) return TakeAny(table, difference);
-    *difference = ValueOf(window_ << code.length, code.others, static_cast<uint32_t>(code.ones));
-    Use(code.bits);
+    const auto bits = static_cast<uint32_t>(code & 0xFF);
+    if (HWY_UNLIKELY(ahead_ < bits)) return TakeAny(table, difference);
+    // The upper bits of a number of shifts do not count, which saves taking them out.
+    *difference = ValueOf(window_ << (code >> 8 & 63), code >> 16 & 63, code >> 32);
+    window_ <<= code & 63;
+    ahead_ -= bits;
     return true;
   }
 
@@ -83,9 +82,9 @@ class RowReader {
   }
 
   // Extra bits at the start of 64.
-  static HWY_INLINE int16_t ValueOf(uint64_t extra, uint32_t others, uint32_t ones) {
-    const auto is_positive = static_cast<uint32_t>(static_cast<int64_t>(extra) >> 63);
-    const auto bits = static_cast<uint32_t>(extra >> 1 >> others);
+  static HWY_INLINE int16_t ValueOf(uint64_t extra, uint64_t others, uint64_t ones) {
+    const auto is_positive = static_cast<uint64_t>(static_cast<int64_t>(extra) >> 63);
+    const uint64_t bits = extra >> 1 >> others;
     return static_cast<int16_t>(static_cast<uint16_t>(bits - (ones & ~is_positive)));
   }
 
@@ -108,7 +107,8 @@ class RowReader {
     if (category > 16) return false;
     const uint32_t extra = category % 16;
     if (ahead_ < extra && !Fill()) return false;
-    *difference = category == 16 ? INT16_MIN : ValueOf(window_, 63 - extra, (1U << extra) - 1);
+    *difference =
+        category == 16 ? INT16_MIN : ValueOf(window_, 63 - extra, (uint64_t{1} << extra) - 1);
     Use(extra);
     return true;
   }
