@@ -14,6 +14,7 @@
 #include "jpeg/huffman/elements.h"
 #include "jpeg/huffman/magnitude.h"
 #include "jpeg/huffman/quick_reader.h"
+#include "jpeg/lossless/row_reader.h"
 #include "simd/dispatch.h"
 
 // Scalar code, compiled for its shifts: AVX2's processors have BMI2 too.
@@ -62,18 +63,59 @@ constexpr int64_t RoomFor(size_t count) {
   return 2 * ((7 + 31 * static_cast<int64_t>(count) + 7) / 8) + 8;
 }
 
-HWY_INLINE bool EncodeQuickly(const RowsToEncode& rows, size_t begin, size_t end,
-                              const Destination& to, zepiEncodeHuffmanState* state) {
+// Codes as the tables have them.
+class TableCodes {
+ public:
+  explicit TableCodes(const RowsToEncode& rows) : rows_(rows) {}
+  HWY_INLINE bool Put(int component, int32_t difference, Collector* to) const {
+    const uint32_t category = CategoryOf(difference);
+    return PutValue(rows_.tables[component]->entry[category], difference, NumExtraBits(category),
+                    to);
+  }
+
+ private:
+  const RowsToEncode& rows_;
+};
+
+// The same where so many differences follow that it is worth to put the codes into place before.
+class ListedCodes {
+ public:
+  static constexpr size_t kWorth = 256;
+
+  explicit ListedCodes(const RowsToEncode& rows) {
+    for (int i = 0; i < rows.components; ++i) {
+      for (uint32_t category = 0; category <= kMostCategory; ++category) {
+        const uint64_t entry = rows.tables[i]->entry[category];
+        const uint64_t length = entry >> 16, extra = NumExtraBits(category);
+        const uint64_t code = entry & ((uint64_t{1} << length % 32) - 1);
+        codes_[i][category] = length - 1 > 15 ? 0 : code << extra << 8 | (length + extra);
+      }
+    }
+  }
+  HWY_INLINE bool Put(int component, int32_t difference, Collector* to) const {
+    const uint32_t category = CategoryOf(difference);
+    const uint64_t code = codes_[component][category];
+    if (HWY_UNLIKELY(code == 0)) return false;
+    const uint64_t extra = ExtraBits(difference) & ((uint64_t{1} << NumExtraBits(category)) - 1);
+    to->Put(code >> 8 | extra, static_cast<int>(code & 0xFF));
+    return true;
+  }
+
+ private:
+  uint64_t codes_[kMostComponents]
+                 [kMostCategory + 1];  // above 8 bits for their length with extra bits
+};
+
+template <class Codes>
+HWY_INLINE bool EncodeQuickly(const RowsToEncode& rows, const Codes& codes, size_t begin,
+                              size_t end, const Destination& to, zepiEncodeHuffmanState* state) {
   const int64_t position = *to.position;
   const size_t count = (end - begin) * static_cast<size_t>(rows.components);
   if (position < 0 || to.length - position < RoomFor(count)) return false;
   Collector collector(*state, to.bytes + position);
   for (size_t x = begin; x < end; ++x) {
     for (int i = 0; i < rows.components; ++i) {
-      const int32_t difference = LoadCoefficient(rows.rows[i] + x);
-      const uint32_t category = CategoryOf(difference);
-      const uint32_t entry = rows.tables[i]->entry[category];
-      if (!PutValue(entry, difference, NumExtraBits(category), &collector)) return false;
+      if (!codes.Put(i, LoadCoefficient(rows.rows[i] + x), &collector)) return false;
     }
   }
   *to.position = static_cast<int32_t>(collector.Finish(state) - to.bytes);
@@ -149,6 +191,75 @@ zepStatus DecodeCarefully(const RowsToDecode& rows, size_t begin, size_t end, co
   return status;
 }
 
+// In long rows chunks of so many differences go through RowReader, which has tables to make first.
+constexpr size_t kLongChunk = 2048, kLeastChunk = 128;
+
+struct LongChunk {
+  ShortCode lists[kMostComponents][kShortCodes];
+  const ShortCode* codes[kMostComponents];
+  int16_t differences[kLongChunk];  // a row of a component behind that of the one before
+};
+
+// Components with the same table have the same list.
+inline void ListCodes(const RowsToDecode& rows, LongChunk* chunk) {
+  for (int i = 0; i < rows.components; ++i) {
+    int same = 0;
+    while (rows.tables[same] != rows.tables[i]) ++same;
+    if (same == i) ListShortCodes(*rows.tables[i], chunk->lists[i]);
+    chunk->codes[i] = chunk->lists[same];
+  }
+}
+
+// How many columns of the chunk could be taken.
+HWY_INLINE size_t TakeColumns(const RowsToDecode& rows, size_t columns, RowReader* reader,
+                              LongChunk* chunk) {
+  RowReader local = *reader;
+  const int components = rows.components;
+  for (size_t x = 0; x < columns; ++x) {
+    int16_t* difference = chunk->differences + x;
+    for (int i = 0; i < components; ++i, difference += columns) {
+      if (!local.Take(*rows.tables[i], chunk->codes[i], difference)) return x;
+    }
+  }
+  *reader = local;
+  return columns;
+}
+
+// The columns from `begin` on; returns how many were possible, and where not all were, has changed nothing.
+HWY_INLINE size_t DecodeChunk(const RowsToDecode& rows, size_t begin, size_t columns,
+                              const Source& from, zepiDecodeHuffmanState* state, LongChunk* chunk) {
+  if (!IsUsual(from, *state)) return 0;
+  RowReader reader(from, *state);
+  const size_t taken = TakeColumns(rows, columns, &reader, chunk);
+  if (taken < columns) return taken;
+  reader.Finish(from, state);
+  const int16_t* differences = chunk->differences;
+  for (int i = 0; i < rows.components; ++i, differences += columns) {
+    std::memcpy(rows.rows[i] + begin, differences, columns * sizeof(int16_t));
+  }
+  return columns;
+}
+
+// How many columns at the start of a row could be decoded by long chunks. Before a marker, the end or a bad code a
+// chunk is tried once more with what was possible.
+HWY_INLINE size_t DecodeLong(const RowsToDecode& rows, size_t width, const Source& from,
+                             zepiDecodeHuffmanState* state) {
+  const auto components = static_cast<size_t>(rows.components);
+  if (width * components < 2 * kLeastChunk) return 0;
+  LongChunk chunk;
+  ListCodes(rows, &chunk);
+  size_t x = 0;
+  while ((width - x) * components >= kLeastChunk) {
+    size_t columns = std::min(width - x, kLongChunk / components);
+    const size_t taken = DecodeChunk(rows, x, columns, from, state, &chunk);
+    x += taken == columns ? columns : 0;
+    if (taken == columns) continue;
+    if (taken * components < kLeastChunk) break;
+    return x + DecodeChunk(rows, x, taken, from, state, &chunk);
+  }
+  return x;
+}
+
 }  // namespace
 }  // namespace zepjp
 #endif
@@ -165,19 +276,28 @@ namespace zepjp {
 namespace HWY_NAMESPACE {
 namespace {
 
-zepStatus Encode(const RowsToEncode& rows, size_t width, const Destination& to,
-                 zepiEncodeHuffmanState* state) {
+template <class Codes>
+zepStatus EncodeWith(const Codes& codes, const RowsToEncode& rows, size_t width,
+                     const Destination& to, zepiEncodeHuffmanState* state) {
   for (size_t x = 0; x < width; x += kColumns) {
     const size_t end = std::min(x + kColumns, width);
-    if (EncodeQuickly(rows, x, end, to, state)) continue;
+    if (EncodeQuickly(rows, codes, x, end, to, state)) continue;
     if (auto bad = EncodeCarefully(rows, x, end, to, state)) return bad;
   }
   return zepStatusOk;
 }
 
+zepStatus Encode(const RowsToEncode& rows, size_t width, const Destination& to,
+                 zepiEncodeHuffmanState* state) {
+  if (width * static_cast<size_t>(rows.components) < ListedCodes::kWorth) {
+    return EncodeWith(TableCodes(rows), rows, width, to, state);
+  }
+  return EncodeWith(ListedCodes(rows), rows, width, to, state);
+}
+
 zepStatus Decode(const RowsToDecode& rows, size_t width, const Source& from,
                  zepiDecodeHuffmanState* state) {
-  for (size_t x = 0; x < width; x += kColumns) {
+  for (size_t x = DecodeLong(rows, width, from, state); x < width; x += kColumns) {
     const size_t end = std::min(x + kColumns, width);
     const auto take = [&](const auto& bytes, uint32_t unused, Progress* progress) ZEP_BITS_ATTR {
       return TakeDifferences(rows, x, end, bytes, unused, progress);

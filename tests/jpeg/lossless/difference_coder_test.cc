@@ -173,6 +173,24 @@ TEST(DifferenceCoder, RowsDecodeAsModel) {
   }
 }
 
+// Rows of several chunks of the quickest reader: as they are, cut off, and with a byte changed.
+TEST(DifferenceCoder, LongRowsDecodeAsModel) {
+  Random random(harness::Seed());
+  Arena at_end(1 << 17, Edge::kEnd);
+  for (int trial = 0; trial < 200; ++trial) {
+    const Rows rows(100 + static_cast<int32_t>(random() % 2500),
+                    1 + static_cast<int32_t>(random() % 4), random);
+    Bytes bytes = EncodeRow(rows);
+    if (bytes.size() > (1 << 17)) continue;
+    if (!bytes.empty() && trial % 3 == 1) bytes.resize(random() % bytes.size());
+    if (!bytes.empty() && trial % 3 == 2) {
+      bytes[random() % bytes.size()] = random() % 2 != 0 ? 0xFF : static_cast<uint8_t>(random());
+    }
+    ExpectDecodesAsModel(bytes, rows, Decoded{}, &at_end);
+    if (HasFailure()) return;
+  }
+}
+
 TEST(DifferenceCoder, OneByOneIsARow) {
   Random random(harness::Seed());
   for (int trial = 0; trial < 300; ++trial) {
