@@ -16,8 +16,8 @@ namespace zepconvert {
 // are kept.
 common::Status ReadPng(const uint8_t* data, size_t size, int64_t max_pixels, Picture* picture);
 
-// The image must not be CMYK, a deep picture must have 16 bits. EXIF data, colour profile and resolution are written; other
-// segments have no place in a PNG file.
+// The image must not be CMYK, a deep picture must have 16 bits. EXIF data, colour profile and resolution
+// are written; other segments have no place in a PNG file.
 common::Status WritePng(const common::Image& image, const jpeg::Metadata& metadata,
                         common::ByteBuffer* file);
 common::Status WritePng(const common::Raster& picture, const jpeg::Metadata& metadata,

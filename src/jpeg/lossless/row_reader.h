@@ -18,9 +18,9 @@
 
 namespace zepjp {
 
-// What eight bits at the start of a code say of it and the extra bits behind it, in one word: from the lowest byte on
-// the bits of both, the length of the code, 63 less the extra bits; in the upper half as many ones as extra bits. Where
-// they do not hold all of the code, or its category is 16, the bits are more than there ever are.
+// What eight bits at the start of a code say of it and the extra bits behind it, in one word: from the lowest byte
+// on the bits of both, the length of the code, 63 less the extra bits; in the upper half as many ones as extra
+// bits. Where they do not hold all of the code, or its category is 16, the bits are more than there ever are.
 using ShortCode = uint64_t;
 constexpr size_t kShortCodes = size_t{1} << kFastCodeBits;
 constexpr uint32_t kNotShort = 255;
