@@ -7,6 +7,9 @@ import re
 import subprocess
 import sys
 
+# A function that goes or comes is a change of the interface: of its version too.
+EXPORT_COUNT = 300
+
 
 def dynamic_symbols(library, nm):
     output = subprocess.run([nm, "-D", "--defined-only", library], check=True, text=True,
@@ -51,6 +54,8 @@ def main():
         if names:
             failures.append(f"{what}: {', '.join(sorted(names))}")
 
+    if len(wanted) != EXPORT_COUNT:
+        failures.append(f"{len(wanted)} exports instead of {EXPORT_COUNT}")
     expect("listed twice", {name for name in wanted if listed.count(name) > 1})
     symbols = dynamic_symbols(arguments.library, arguments.nm)
     expect("listed but not exported", wanted - symbols)
