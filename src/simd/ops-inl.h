@@ -167,7 +167,7 @@ HWY_INLINE hn::VFromD<hn::Simd<uint8_t, kLanes, 0>> LoadBlocks(hn::Simd<uint8_t,
     return hn::LoadU(d, from);
   } else {
     const hn::Half<decltype(d)> half;
-    return hn::Combine(d, LoadBlocks(half, from + stride * (kLanes / 32), stride),
+    return hn::Combine(d, LoadBlocks(half, from + stride * ptrdiff_t{kLanes / 32}, stride),
                        LoadBlocks(half, from, stride));
   }
 }
@@ -181,7 +181,7 @@ HWY_INLINE void StoreBlocks(hn::VFromD<hn::Simd<uint8_t, kLanes, 0>> v,
   } else {
     const hn::Half<decltype(d)> half;
     StoreBlocks(hn::LowerHalf(half, v), half, to, stride);
-    StoreBlocks(hn::UpperHalf(half, v), half, to + stride * (kLanes / 32), stride);
+    StoreBlocks(hn::UpperHalf(half, v), half, to + stride * ptrdiff_t{kLanes / 32}, stride);
   }
 }
 
