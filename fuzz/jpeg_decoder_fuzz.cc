@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Any bytes as a JPEG file, at every scale: a picture or an error. The first byte chooses the scale.
+// Any bytes as a JPEG file, at every scale: a picture or an error. The first byte chooses the scale, or the components
+// alone, or samples of 12 bits.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -9,7 +10,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 1) return 0;
-  const int choice = data[0] % 5;
+  const int choice = data[0] % 6;
   // A copy of the exact size, so that reading beyond it is seen.
   const std::vector<uint8_t> file(data + 1, data + size);
   jpeg::DecodeOptions options;
@@ -20,6 +21,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::vector<jpeg::ComponentSamples> components;
     status = jpeg::DecodeComponents(file.data(), file.size(), options, &components, &info);
     if (status.ok() && components.empty()) std::abort();
+  } else if (choice == 5) {
+    common::Raster picture;
+    status = jpeg::DecodeDeep(file.data(), file.size(), options, &picture, &info);
+    if (status.ok() && picture.SizeInBytes() == 0) std::abort();
   } else {
     common::Image image;
     options.scale = 1 << choice;

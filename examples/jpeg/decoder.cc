@@ -9,6 +9,7 @@
 
 #include "jpeg/coefficient_rows.h"
 #include "jpeg/coefficient_scan.h"
+#include "jpeg/deep_planes.h"
 #include "jpeg/geometry.h"
 #include "jpeg/marker_reader.h"
 #include "jpeg/plane.h"
@@ -26,6 +27,13 @@ ColorModel FindColorModel(const MarkerReader& reader) {
   const bool named_rgb =
       components[0].id == 'R' && components[1].id == 'G' && components[2].id == 'B';
   return named_rgb && !reader.has_jfif() ? ColorModel::kRgb : ColorModel::kYCbCr;
+}
+
+// Only the samples' stages depend on it.
+Status CheckPrecision(const Frame& frame, int precision) {
+  if (frame.precision == precision) return Status();
+  return Status::Error("a " + std::to_string(frame.precision) + "-bit picture; one of " +
+                       std::to_string(precision) + " bits was asked for");
 }
 
 Status MissingTables() {
@@ -374,7 +382,23 @@ Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Im
   *info = FileInfo();
   FileDecoder decoder(data, size, options, info);
   if (Status status = decoder.ReadHeaders(); !status.ok()) return status;
+  if (Status status = CheckPrecision(info->frame, 8); !status.ok()) return status;
   return decoder.DecodePicture(image);
+}
+
+Status DecodeDeep(const uint8_t* data, size_t size, const DecodeOptions& options,
+                  common::Raster* picture, FileInfo* info) {
+  Coefficients coefficients;
+  std::vector<DeepPlane> planes;
+  if (options.scale != 1)
+    return Status::Error("pictures of 12 bits are decoded at full scale only");
+  if (Status status = DecodeCoefficients(data, size, options, &coefficients, info); !status.ok()) {
+    return status;
+  }
+  if (Status status = CheckPrecision(info->frame, kDeepBits); !status.ok()) return status;
+  if (info->frame.components.size() > 3) return Status::Error("a 12-bit picture of inks");
+  if (Status status = ToDeepPlanes(coefficients, &planes); !status.ok()) return status;
+  return ToRaster(planes, info->frame, info->model, picture);
 }
 
 Status DecodeComponents(const uint8_t* data, size_t size, const DecodeOptions& options,
@@ -384,6 +408,7 @@ Status DecodeComponents(const uint8_t* data, size_t size, const DecodeOptions& o
   components->clear();
   FileDecoder decoder(data, size, options, info);
   if (Status status = decoder.ReadHeaders(); !status.ok()) return status;
+  if (Status status = CheckPrecision(info->frame, 8); !status.ok()) return status;
   if (Status status = decoder.DecodePlanes(); !status.ok()) return status;
   for (size_t i = 0; i < decoder.planes().size(); ++i) {
     const ComponentGeometry& place = decoder.geometry().components[i];

@@ -8,6 +8,7 @@
 
 #include "jpeg/block_maker.h"
 #include "jpeg/coefficient_writer.h"
+#include "jpeg/deep_planes.h"
 #include "jpeg/geometry.h"
 #include "jpeg/markers.h"
 #include "jpeg/scan_encoder.h"
@@ -22,13 +23,15 @@ namespace {
 constexpr int kMostPixelsOnASide = 65535;
 constexpr int kAdobeYcck = 2;
 
-Status CheckArguments(const Image& image, const EncodeOptions& options) {
-  if (image.width() < 1 || image.height() < 1 || image.width() > kMostPixelsOnASide ||
-      image.height() > kMostPixelsOnASide) {
-    return Status::Error("a JPEG file holds 1 to 65535 pixels on a side, not " +
-                         std::to_string(image.width()) + " x " + std::to_string(image.height()));
+Status CheckSize(int width, int height) {
+  if (width >= 1 && height >= 1 && width <= kMostPixelsOnASide && height <= kMostPixelsOnASide) {
+    return Status();
   }
-  if (HasAlpha(image.layout())) return Status::Error("a JPEG file holds no transparent pixels");
+  return Status::Error("a JPEG file holds 1 to 65535 pixels on a side, not " +
+                       std::to_string(width) + " x " + std::to_string(height));
+}
+
+Status CheckOptions(const EncodeOptions& options) {
   if (options.quality < 1 || options.quality > 100) {
     return Status::Error("the quality must lie in 1 to 100");
   }
@@ -41,16 +44,22 @@ Status CheckArguments(const Image& image, const EncodeOptions& options) {
   return Status();
 }
 
+Status CheckArguments(const Image& image, const EncodeOptions& options) {
+  if (Status status = CheckSize(image.width(), image.height()); !status.ok()) return status;
+  if (HasAlpha(image.layout())) return Status::Error("a JPEG file holds no transparent pixels");
+  return CheckOptions(options);
+}
+
 // Table 0 serves Y, K and grey, table 1 the colour components.
-Frame MakeFrame(const Image& image, Sampling sampling) {
+Frame MakeFrame(int width, int height, int channels, Sampling sampling) {
   Frame frame;
-  frame.width = image.width();
-  frame.height = image.height();
-  if (image.channels() > 1) {
+  frame.width = width;
+  frame.height = height;
+  if (channels > 1) {
     frame.max_h = sampling == Sampling::k444 ? 1 : 2;
     frame.max_v = sampling == Sampling::k420 ? 2 : 1;
   }
-  for (int i = 0; i < image.channels(); ++i) {
+  for (int i = 0; i < channels; ++i) {
     const bool is_chroma = i == 1 || i == 2;
     frame.components.push_back(
         {i + 1, is_chroma ? 1 : frame.max_h, is_chroma ? 1 : frame.max_v, is_chroma ? 1 : 0});
@@ -85,7 +94,7 @@ bool WriteHeaders(const Frame& frame, const EncodeOptions& options, const RawTab
   }
   for (const Segment& segment : options.metadata.segments) writer.Saved(segment);
   for (int i = 0; i < table_count; ++i) writer.Quantization(i, raw[static_cast<size_t>(i)].data());
-  writer.FrameHeader(frame.is_progressive ? kSof2 : kSof0, frame);
+  writer.FrameHeader(frame.is_progressive ? kSof2 : frame.precision == 8 ? kSof0 : kSof1, frame);
   if (options.restart_interval > 0) writer.RestartInterval(options.restart_interval);
   return writer.ok();
 }
@@ -164,6 +173,20 @@ Status EncodeInScans(const Work& work, const Script& script, ByteBuffer* file) {
   return status;
 }
 
+void TransformDeep(const std::vector<DeepPlane>& planes, const CoderTables* tables,
+                   Coefficients* coefficients) {
+  for (size_t i = 0; i < planes.size(); ++i) {
+    const int table = coefficients->frame.components[i].quant_table;
+    CoefficientPlane& blocks = coefficients->planes[i];
+    for (int y = 0; y < blocks.down(); ++y) {
+      for (int x = 0; x < blocks.across(); ++x) {
+        zepiDCTQuantFwd8x8LS_JPEG_16u16s_C1R(planes[i].At(8 * x, 8 * y), planes[i].step(),
+                                             blocks.Block(x, y), tables[table].steps);
+      }
+    }
+  }
+}
+
 Script ScriptOf(const EncodeOptions& options, int component_count) {
   if (!options.script.empty()) return options.script;
   return options.progressive ? ProgressiveScript(component_count)
@@ -174,7 +197,7 @@ Script ScriptOf(const EncodeOptions& options, int component_count) {
 
 Status Encode(const Image& image, const EncodeOptions& options, ByteBuffer* file) {
   if (Status status = CheckArguments(image, options); !status.ok()) return status;
-  Frame frame = MakeFrame(image, options.sampling);
+  Frame frame = MakeFrame(image.width(), image.height(), image.channels(), options.sampling);
   const Script script = ScriptOf(options, image.channels());
   if (Status status = CheckScript(script, frame); !status.ok()) return status;
   frame.is_progressive = IsProgressive(script);
@@ -193,6 +216,40 @@ Status Encode(const Image& image, const EncodeOptions& options, ByteBuffer* file
   const bool at_once = script.size() == 1 && !options.optimizes;
   const Status status = at_once ? EncodeAtOnce(work, file) : EncodeInScans(work, script, file);
   if (!status.ok()) return status;
+  SegmentWriter writer(file);
+  writer.Marker(kEoi);
+  return writer.ok() ? Status() : Status::NoMemory();
+}
+
+Status EncodeDeep(const Raster& picture, const EncodeOptions& options, ByteBuffer* file) {
+  const int channels = picture.channels();
+  if (Status status = CheckSize(picture.width(), picture.height()); !status.ok()) return status;
+  if (Status status = CheckOptions(options); !status.ok()) return status;
+  if (picture.bits() != kDeepBits || (channels != 1 && channels != 3)) {
+    return Status::Error("not a grey or RGB picture of 12 bits");
+  }
+  Frame frame = MakeFrame(picture.width(), picture.height(), channels, Sampling::k444);
+  const Script script = ScriptOf(options, channels);
+  if (Status status = CheckScript(script, frame); !status.ok()) return status;
+  frame.is_progressive = IsProgressive(script);
+  frame.precision = kDeepBits;
+  RawTables raw;
+  CoderTables tables[2];
+  MakeTables(options.quality, &raw, tables);
+  std::vector<DeepPlane> planes;
+  Coefficients coefficients;
+  if (!file->Resize(0) || !WriteHeaders(frame, options, raw, file) ||
+      !coefficients.Allocate(frame)) {
+    return Status::NoMemory();
+  }
+  if (Status status = ToDeepPlanes(picture, Geometry(frame, 1), &planes); !status.ok()) {
+    return status;
+  }
+  TransformDeep(planes, tables, &coefficients);
+  if (Status status = WriteScans(coefficients, script, true, options.restart_interval, file);
+      !status.ok()) {
+    return status;
+  }
   SegmentWriter writer(file);
   writer.Marker(kEoi);
   return writer.ok() ? Status() : Status::NoMemory();

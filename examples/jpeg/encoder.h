@@ -6,6 +6,7 @@
 #ifndef ZEPJP_EXAMPLES_JPEG_ENCODER_H_
 #define ZEPJP_EXAMPLES_JPEG_ENCODER_H_
 
+#include "common/raster.h"
 #include "jpeg/common.h"
 #include "jpeg/metadata.h"
 #include "jpeg/scan_script.h"
@@ -35,6 +36,10 @@ struct EncodeOptions {
 
 // Makes a file. Its memory is used again where it suffices.
 Status Encode(const Image& image, const EncodeOptions& options, ByteBuffer* file);
+
+// The same of a grey or RGB picture of 12 bits: an extended file, its colours of full resolution, its tables the best
+// ones.
+Status EncodeDeep(const common::Raster& picture, const EncodeOptions& options, ByteBuffer* file);
 
 }  // namespace jpeg
 

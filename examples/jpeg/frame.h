@@ -19,6 +19,7 @@ struct FrameComponent {
 
 struct Frame {
   bool is_progressive = false;
+  int precision = 8;  // bits of a sample, 8 or 12
   int width = 0;
   int height = 0;
   int max_h = 1;

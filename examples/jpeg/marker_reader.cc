@@ -135,15 +135,16 @@ Status MarkerReader::ReadFrame(int marker, Cursor cursor) {
   if (!frame_.components.empty()) return Status::Error("a second frame header");
   const int precision = cursor.Byte();
   frame_.is_progressive = marker == kSof2;
+  frame_.precision = precision;
   frame_.height = cursor.Word();
   frame_.width = cursor.Word();
   const int count = cursor.Byte();
   if (cursor.failed || cursor.left() < static_cast<size_t>(3 * count)) {
     return Status::Error("the frame header is too short");
   }
-  if (precision != 8) {
+  if (precision != 8 && (precision != 12 || marker == kSof0)) {
     return Status::Error(std::to_string(precision) + "-bit JPEG (" + Hex(marker) +
-                         "): only pictures of 8 bits can be read");
+                         "): only pictures of 8 bits, and extended ones of 12, can be read");
   }
   if (frame_.height == 0) frame_.height = FindLineCount();
   if (frame_.width == 0 || frame_.height == 0)

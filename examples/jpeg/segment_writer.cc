@@ -76,7 +76,7 @@ void SegmentWriter::Quantization(int slot, const std::array<uint16_t, 64>& steps
 
 void SegmentWriter::FrameHeader(int marker, const Frame& frame) {
   Begin(marker, 6 + 3 * frame.components.size());
-  Byte(8);  // bits a sample
+  Byte(frame.precision);
   Word(frame.height);
   Word(frame.width);
   Byte(static_cast<int>(frame.components.size()));

@@ -70,13 +70,16 @@ std::vector<size_t> AssignTables(Coefficients* coefficients) {
   return first_users;
 }
 
-// Baseline files have steps of 8 bits.
+// Baseline files have samples and steps of 8 bits.
 int FrameMarker(const Coefficients& coefficients, bool is_progressive) {
   if (is_progressive) return kSof2;
   const auto is_wide = [](const std::array<uint16_t, 64>& steps) {
     return *std::max_element(steps.begin(), steps.end()) > 255;
   };
-  return std::any_of(coefficients.steps.begin(), coefficients.steps.end(), is_wide) ? kSof1 : kSof0;
+  const bool is_extended =
+      coefficients.frame.precision != 8 ||
+      std::any_of(coefficients.steps.begin(), coefficients.steps.end(), is_wide);
+  return is_extended ? kSof1 : kSof0;
 }
 
 bool WriteHeaders(const FileInfo& info, const TranscodeOptions& options, bool is_progressive,
@@ -120,8 +123,9 @@ Status Transcode(const uint8_t* data, size_t size, const TranscodeOptions& optio
   if (!file->Resize(0) || !WriteHeaders(*info, options, is_progressive, &coefficients, file)) {
     return Status::NoMemory();
   }
-  if (Status status =
-          WriteScans(coefficients, script, options.optimizes, options.restart_interval, file);
+  // The standard's tables have no codes for samples of 12 bits.
+  const bool optimizes = options.optimizes || coefficients.frame.precision != 8;
+  if (Status status = WriteScans(coefficients, script, optimizes, options.restart_interval, file);
       !status.ok()) {
     return status;
   }

@@ -187,8 +187,24 @@ common::Status AdjustDeep(const Settings& settings, Format format, Picture* pict
   return Relayout((is_grey ? 1 : 3) + (has_alpha ? 1 : 0), has_any_depth ? deep.bits() : 16, &deep);
 }
 
+// A JPEG file of 12 bits has no opacity and no inks.
+common::Status MakeTwelveBits(const Settings& settings, Picture* picture) {
+  if (!picture->IsDeep()) {
+    const bool is_grey = settings.grey || ChannelCount(picture->image.layout()) <= 2;
+    common::Status status =
+        Relayout(is_grey ? PixelLayout::kGrey : PixelLayout::kRgb, &picture->image);
+    if (status.ok()) status = ToRaster(picture->image, &picture->deep);
+    if (!status.ok()) return status;
+  }
+  return Relayout(picture->deep.channels() <= 2 ? 1 : 3, 12, &picture->deep);
+}
+
 // Brings the picture into a form that the output can have.
 common::Status Adjust(const Settings& settings, Format format, Picture* picture) {
+  if (format == Format::kJpeg && settings.depth == 12) {
+    if (common::Status status = MakeTwelveBits(settings, picture); !status.ok()) return status;
+    return AdjustDeep(settings, format, picture);
+  }
   if (picture->IsDeep()) {
     const bool has_any_depth = format != Format::kPng && format != Format::kTiff;
     if (CanBeDeep(format) && (has_any_depth || picture->deep.bits() > 8)) {

@@ -62,7 +62,12 @@ common::Status ReadJpeg(const Settings& settings, const std::string& name,
     };
   }
   jpeg::FileInfo info;
-  common::Status status = jpeg::Decode(input.data(), input.size(), options, &picture->image, &info);
+  common::Status status = jpeg::ReadFileInfo(input.data(), input.size(), &info);
+  if (status.ok()) {
+    status = info.frame.precision == 8
+                 ? jpeg::Decode(input.data(), input.size(), options, &picture->image, &info)
+                 : jpeg::DecodeDeep(input.data(), input.size(), options, &picture->deep, &info);
+  }
   if (!status.ok()) return status;
   TakeMessages(info.messages, picture);
   picture->metadata = std::move(info.metadata);
@@ -81,7 +86,8 @@ common::Status WriteJpeg(const Settings& settings, const Picture& picture,
   options.optimizes = settings.optimizes;
   options.metadata = picture.metadata;
   options.times = times;
-  return jpeg::Encode(picture.image, options, output);
+  return picture.IsDeep() ? jpeg::EncodeDeep(picture.deep, options, output)
+                          : jpeg::Encode(picture.image, options, output);
 }
 
 common::Status TranscodeJpeg(const Settings& settings, const common::ByteBuffer& input,

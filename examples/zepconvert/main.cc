@@ -147,6 +147,9 @@ std::string ReadScript(const std::string& name, jpeg::Script* script) {
 
 void DefineScanOptions(CLI::App* app, Arguments* arguments) {
   Settings& settings = arguments->settings;
+  app->add_option("--depth", settings.depth,
+                  "bits of a sample in JPEG files with lossy coding: 8, or 12 (8)")
+      ->check(CLI::IsMember(std::vector<int>{8, 12}).description(""));
   auto* const progressive = app->add_flag("--progressive", settings.progressive,
                                           "write JPEG files in scans, coarse to fine");
   app->add_option("--script", arguments->script_file,

@@ -19,6 +19,7 @@ struct Settings {
   jpeg::Sampling sampling = jpeg::Sampling::k420;
   int restart_interval = 0;
   bool precise_dct = false;
+  int depth = 8;  // bits of a sample, or 12
   bool progressive = false;
   jpeg::Script script;  // of scans, if not empty
   bool optimizes = false;

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Lossless JPEG files of zepconvert in dcmtk, and dcmtk's in zepconvert: every sample must be the same.
+"""JPEG files of zepconvert in dcmtk, and dcmtk's in zepconvert. Lossless ones: every sample must be the same;
+those of 12 bits with lossy coding: as two inverse transforms agree.
 
     ljpeg_interop_test.py PATH_OF_ZEPCONVERT
 """
@@ -15,6 +16,7 @@ import unittest
 TOOL = os.path.abspath(sys.argv.pop(1))
 PLAIN = b"1.2.840.10008.1.2.1"
 LOSSLESS = b"1.2.840.10008.1.2.4.57"
+EXTENDED = b"1.2.840.10008.1.2.4.51"
 ANY_LENGTH = 0xFFFFFFFF
 
 
@@ -105,7 +107,7 @@ def encapsulated(fragment):
             struct.pack("<HHI", 0xFFFE, 0xE0DD, 0))
 
 
-class LosslessJpeg(unittest.TestCase):
+class Exchange(unittest.TestCase):
     width, height = 61, 37
 
     def setUp(self):
@@ -117,24 +119,12 @@ class LosslessJpeg(unittest.TestCase):
         os.chdir(self.old)
         self.directory.cleanup()
 
-    def kinds(self):
-        """Every predictor with 8, 12 and 16 bits, grey and RGB."""
-        for channels in (1, 3):
-            for bits in (8, 12, 16):
-                samples = picture(self.width, self.height, channels, bits)
-                write_pnm("in.pnm", self.width, self.height, channels, bits, samples)
-                for predictor in range(1, 8):
-                    if predictor == 6 and bits == 16:
-                        continue
-                    with self.subTest(channels=channels, bits=bits, predictor=predictor):
-                        yield channels, bits, predictor, samples
-
     def size(self):
         return self.width, self.height
 
-    def write_ours(self, name, channels, bits):
-        with open("ours.ljpg", "rb") as file:
-            write_dicom(name, LOSSLESS, *self.size(), channels, bits, encapsulated(file.read()))
+    def write_ours(self, name, syntax, channels, bits):
+        with open("ours.jpg", "rb") as file:
+            write_dicom(name, syntax, *self.size(), channels, bits, encapsulated(file.read()))
 
     def there(self, bits, count):
         """Our file as dcmtk decodes it."""
@@ -149,6 +139,20 @@ class LosslessJpeg(unittest.TestCase):
         with open("theirs.jpg", "wb") as file:
             file.write(pixel_data("coded.dcm"))
 
+
+class LosslessJpeg(Exchange):
+    def kinds(self):
+        """Every predictor with 8, 12 and 16 bits, grey and RGB."""
+        for channels in (1, 3):
+            for bits in (8, 12, 16):
+                samples = picture(self.width, self.height, channels, bits)
+                write_pnm("in.pnm", self.width, self.height, channels, bits, samples)
+                for predictor in range(1, 8):
+                    if predictor == 6 and bits == 16:
+                        continue
+                    with self.subTest(channels=channels, bits=bits, predictor=predictor):
+                        yield channels, bits, predictor, samples
+
     def check_here(self, bits, samples):
         """dcmtk announces 16 bits for all that has more than 8."""
         run(TOOL, "--quiet", "theirs.jpg", "out.pnm")
@@ -161,16 +165,16 @@ class LosslessJpeg(unittest.TestCase):
 
     def test_our_files_there(self):
         for channels, bits, predictor, samples in self.kinds():
-            run(TOOL, "--quiet", "in.pnm", "ours.ljpg", "--predictor", str(predictor))
-            self.write_ours("ours.dcm", channels, bits)
+            run(TOOL, "--quiet", "in.pnm", "ours.jpg", "--lossless", "--predictor", str(predictor))
+            self.write_ours("ours.dcm", LOSSLESS, channels, bits)
             self.assertEqual(self.there(bits, len(samples)), to_bytes(samples, bits, "<"))
 
     def test_our_restart_intervals_there(self):
         samples = picture(self.width, self.height, 3, 8)
         write_pnm("in.pnm", self.width, self.height, 3, 8, samples)
         for rows in ("1", "5", "36"):
-            run(TOOL, "--quiet", "in.pnm", "ours.ljpg", "--restart", rows, "--predictor", "5")
-            self.write_ours("ours.dcm", 3, 8)
+            run(TOOL, "--quiet", "in.pnm", "ours.jpg", "--lossless", "--restart", rows, "--predictor", "5")
+            self.write_ours("ours.dcm", LOSSLESS, 3, 8)
             self.assertEqual(self.there(8, len(samples)), bytes(samples))
 
     def test_their_files_here(self):
@@ -189,9 +193,9 @@ class LosslessJpeg(unittest.TestCase):
             samples = picture(self.width, self.height, 1, bits)
             write_pnm("in.pnm", self.width, self.height, 1, bits, samples)
             cut = [value >> shift << shift for value in samples]
-            run(TOOL, "--quiet", "in.pnm", "ours.ljpg", "--point-transform", str(shift),
+            run(TOOL, "--quiet", "in.pnm", "ours.jpg", "--lossless", "--point-transform", str(shift),
                 "--predictor", "4")
-            self.write_ours("ours.dcm", 1, bits)
+            self.write_ours("ours.dcm", LOSSLESS, 1, bits)
             self.assertEqual(self.there(bits, len(samples)), to_bytes(cut, bits, "<"))
             self.write_theirs(1, bits, samples, "--encode-lossless", "+sv", "4", "+pt", str(shift))
             self.check_here(bits, cut)
@@ -200,9 +204,50 @@ class LosslessJpeg(unittest.TestCase):
         """Both make tables for the picture."""
         samples = picture(self.width, self.height, 1, 12)
         write_pnm("in.pnm", self.width, self.height, 1, 12, samples)
-        run(TOOL, "--quiet", "in.pnm", "ours.ljpg", "--predictor", "4")
+        run(TOOL, "--quiet", "in.pnm", "ours.jpg", "--lossless", "--predictor", "4")
         self.write_theirs(1, 12, samples, "--encode-lossless", "+sv", "4")
-        self.assertLessEqual(os.path.getsize("ours.ljpg"), os.path.getsize("theirs.jpg"))
+        self.assertLessEqual(os.path.getsize("ours.jpg"), os.path.getsize("theirs.jpg"))
+
+
+class TwelveBits(Exchange):
+    """Extended sequential files, grey: dcmtk has no colours of 12 bits."""
+
+    def decoded_here(self, name):
+        run(TOOL, "--quiet", name, "out.pgm")
+        with open("out.pgm", "rb") as file:
+            data = file.read()
+        head = b"P5\n%d %d\n4095\n" % self.size()
+        self.assertEqual(data[:len(head)], head)
+        return struct.unpack(">%dH" % (self.width * self.height), data[len(head):])
+
+    def decoded_there(self, name):
+        data = pixel_data(name)[:2 * self.width * self.height]
+        return struct.unpack("<%dH" % (self.width * self.height), data)
+
+    def check_near(self, first, second, most, mean):
+        distances = [abs(a - b) for a, b in zip(first, second)]
+        self.assertLessEqual(max(distances), most)
+        self.assertLessEqual(sum(distances) / len(distances), mean)
+
+    def test_our_files_there(self):
+        samples = picture(self.width, self.height, 1, 12)
+        write_pnm("in.pnm", self.width, self.height, 1, 12, samples)
+        for options in ((), ("-q", "40"), ("-q", "100"), ("--restart", "3")):
+            with self.subTest(options):
+                run(TOOL, "--quiet", "in.pnm", "ours.jpg", "--depth", "12", *options)
+                self.write_ours("ours.dcm", EXTENDED, 1, 12)
+                run("dcmdjpeg", "ours.dcm", "plain.dcm")
+                self.check_near(self.decoded_here("ours.jpg"), self.decoded_there("plain.dcm"), 2, 0.2)
+                if "100" in options:
+                    self.check_near(self.decoded_here("ours.jpg"), samples, 4, 1)
+
+    def test_their_files_here(self):
+        samples = picture(self.width, self.height, 1, 12)
+        for quality in (50, 90, 100):
+            with self.subTest(quality):
+                self.write_theirs(1, 12, samples, "--encode-extended", "+q", str(quality))
+                run("dcmdjpeg", "coded.dcm", "plain.dcm")
+                self.check_near(self.decoded_here("theirs.jpg"), self.decoded_there("plain.dcm"), 2, 0.2)
 
 
 if __name__ == "__main__":

@@ -403,6 +403,73 @@ class ZepconvertTest(unittest.TestCase):
         self.run_tool("o.png", "o.pnm")
         self.assertEqual(self.read("o.pnm"), b"P5\n1 1\n65535\n" + struct.pack(">H", 1234))
 
+    def test_scans_and_tables(self):
+        self.run_tool("in.ppm", "plain.jpg")
+        self.run_tool("plain.jpg", "plain.ppm")
+        self.write("script.txt", b"0,1,2: 0-0, 0, 1;\n0: 1-63, 0, 0;1: 1-63, 0, 0;"
+                                 b"2: 1-63, 0, 0;0,1,2: 0-0, 1, 0;# the last bit of DC")
+        for options in (("--progressive",), ("--optimize",), ("--script", "script.txt"),
+                        ("--progressive", "--restart", "2")):
+            with self.subTest(options):
+                self.run_tool("in.ppm", "out.jpg", *options)
+                self.run_tool("out.jpg", "out.ppm")
+                self.assertEqual(self.read("out.ppm"), self.read("plain.ppm"))
+                self.run_tool("plain.jpg", "again.jpg", "--transcode", *options)
+                self.assertEqual(self.read("again.jpg"), self.read("out.jpg"))
+                self.run_tool("out.jpg", "back.jpg", "--transcode")
+                self.assertEqual(self.read("back.jpg"), self.read("plain.jpg"))
+        self.write("script.txt", b"0: 1-63, 0, 0;")
+        self.assertIn("scan 1 of the script: AC coefficients before DC",
+                      self.run_tool("in.ppm", "x.jpg", "--script", "script.txt", code=1))
+        self.write("script.txt", b"first all, then nothing")
+        self.assertIn("must read as", self.run_tool("in.ppm", "x.jpg", "--script", "script.txt", code=2))
+        self.assertIn("only JPEG", self.run_tool("in.ppm", "x.jpg", "--transcode", code=1))
+
+    def test_scans_are_shown(self):
+        self.run_tool("in.ppm", "a.jpg", "--progressive", "--sampling", "444")
+        self.run_tool("a.jpg", "a.png", "--scans", "scans")
+        names = sorted(os.listdir(self.path("scans")))
+        self.assertEqual(names, ["a-scan-%02d.png" % (i + 1) for i in range(10)])
+        self.assertEqual(self.read("scans/a-scan-10.png")[16:24], self.read("a.png")[16:24])
+        differences = []
+        for name in (names[0], names[-1]):
+            self.run_tool("scans/" + name, "scan.ppm")
+            differences.append(mean_difference(read_pnm(self.path("scan.ppm"))[3], self.samples))
+        self.assertGreater(differences[0], 2 * differences[1])
+
+    def test_crop(self):
+        self.run_tool("in.ppm", "a.jpg", "--sampling", "444")
+        self.run_tool("a.jpg", "a.ppm")
+        note = self.run_tool("a.jpg", "part.jpg", "--transcode", "--crop", "20x10+17+8")
+        self.assertIn("enlarged to the left", note)
+        self.run_tool("part.jpg", "part.ppm")
+        width, height, _, part = read_pnm(self.path("part.ppm"))
+        self.assertEqual((width, height), (21, 10))
+        whole = read_pnm(self.path("a.ppm"))[3]
+        rows = [whole[3 * (50 * y + 16):3 * (50 * y + 37)] for y in range(8, 18)]
+        self.assertEqual(part, b"".join(rows))
+        self.assertIn("outside", self.run_tool("a.jpg", "x.jpg", "--transcode", "--crop", "8x8+50+0", code=1))
+        for crop in ("8x8", "0x8+0+0", "8x8+-1+0"):
+            self.run_tool("a.jpg", "x.jpg", "--transcode", "--crop", crop, code=2)
+        self.run_tool("a.jpg", "x.jpg", "--crop", "8x8+0+0", code=2)
+
+    def test_twelve_bits(self):
+        samples = [(i * 37) % 97 + 40 * (i // 50) for i in range(50 * 33)]
+        data = struct.pack(">%dH" % len(samples), *samples)
+        self.write("in.pgm", b"P5\n50 33\n4095\n" + data)
+        self.run_tool("in.pgm", "a.jpg", "--depth", "12", "-q", "100")
+        frame = dict(segments(self.path("a.jpg")))[0xC1]
+        self.assertEqual(frame[0], 12)
+        self.run_tool("a.jpg", "back.pgm")
+        back = self.read("back.pgm")
+        self.assertEqual(back[:14], b"P5\n50 33\n4095\n"[:14])
+        decoded = struct.unpack(">%dH" % len(samples), back[-2 * len(samples):])
+        self.assertLessEqual(max(abs(a - b) for a, b in zip(samples, decoded)), 3)
+        self.run_tool("in.ppm", "rgb.jpg", "--depth", "12", "-q", "100", "--progressive")
+        self.run_tool("rgb.jpg", "rgb.ppm")
+        self.assertIn(b"\n4095\n", self.read("rgb.ppm")[:20])
+        self.run_tool("in.pgm", "x.jpg", "--depth", "10", code=2)
+
     def test_lossless_jpeg(self):
         for options in ([], ["--predictor", "7"], ["--restart", "4", "--predictor", "4"], ["--grey"]):
             self.run_tool("in.ppm", "a.jpg", "--lossless", *options)

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: MIT
+// Samples of 12 bits: the components of a file as planes, and pictures of them.
+#ifndef ZEPJP_EXAMPLES_JPEG_DEEP_PLANES_H_
+#define ZEPJP_EXAMPLES_JPEG_DEEP_PLANES_H_
+
+#include <cstdint>
+#include <vector>
+
+#include "common/raster.h"
+#include "jpeg/coefficients.h"
+#include "jpeg/common.h"
+#include "jpeg/picture_writer.h"
+
+namespace jpeg {
+
+using common::Raster;
+
+constexpr int kDeepBits = 12;
+
+// The samples of all blocks of a component.
+class DeepPlane {
+ public:
+  // False: no memory.
+  [[nodiscard]] bool Allocate(int blocks_across, int blocks_down) {
+    width_ = 8 * blocks_across;
+    return bytes_.Resize(static_cast<size_t>(width_) * 8 * static_cast<size_t>(blocks_down) *
+                         sizeof(uint16_t));
+  }
+  uint16_t* At(int x, int y) { return reinterpret_cast<uint16_t*>(bytes_.data()) + Index(x, y); }
+  const uint16_t* At(int x, int y) const {
+    return reinterpret_cast<const uint16_t*>(bytes_.data()) + Index(x, y);
+  }
+  int step() const { return width_ * static_cast<int>(sizeof(uint16_t)); }
+
+ private:
+  size_t Index(int x, int y) const {
+    return static_cast<size_t>(y) * static_cast<size_t>(width_) + static_cast<size_t>(x);
+  }
+
+  ByteBuffer bytes_;
+  int width_ = 0;
+};
+
+// A grey or RGB picture as components of full resolution, luminance and colours; what lies beyond it repeats its last
+// column and row.
+Status ToDeepPlanes(const Raster& picture, const Geometry& geometry,
+                    std::vector<DeepPlane>* planes);
+
+// Dequantization and inverse transform of all blocks.
+Status ToDeepPlanes(const Coefficients& coefficients, std::vector<DeepPlane>* planes);
+
+// The picture of one or three components; those of less than the full resolution are repeated.
+Status ToRaster(const std::vector<DeepPlane>& planes, const Frame& frame, ColorModel model,
+                Raster* picture);
+
+}  // namespace jpeg
+
+#endif  // ZEPJP_EXAMPLES_JPEG_DEEP_PLANES_H_
