@@ -7,6 +7,13 @@
 // With key(j) = cost(j) + j a literal takes the least key m of the next 128 positions and has the key m + 1
 // itself. So no key in reach that can still win exceeds m + 1, and two sets of 128 bits, the positions of key m
 // and those of m + 1, are all there is to know. Eight bytes that are all different, or all equal, go at once.
+//
+// Where there is room for any row, this is done in pieces. A run of 4 to 128 bytes is a packet in every shortest
+// packing: as literal bytes it would cost two or more above what it saves, one header of a literal behind it. So is a
+// longer one whose rest beyond packets of 128 is none, or 4 or more. What lies between such runs stands alone, and where
+// that is short, it holds runs of one to three bytes only. Of these a run packet saves something only where it ends a
+// literal, or begins, without another header: a three does if no single byte comes before the next three or
+// the end; a pair does so only where it does not lie behind a literal.
 #include <algorithm>
 #include <cstring>
 
@@ -20,6 +27,8 @@ namespace {
 constexpr uint32_t kMost = 128;        // bytes of a packet
 constexpr uint8_t kNothing = 128;      // a control byte without a packet
 constexpr uint32_t kRunControl = 257;  // the control byte of a run is this minus its length
+
+constexpr int32_t kOnStack = 16384;  // bytes of a row, or of a piece of one
 
 constexpr uint64_t kEach = 0x0101010101010101;  // times a byte: eight of them
 
@@ -160,20 +169,26 @@ class Planner {
   uint32_t run_ = 0;         // equal bytes from the last position on
 };
 
-void WritePackets(const uint8_t* src, uint32_t size, const uint8_t* controls, uint8_t* dst) {
+uint8_t* WriteLiteral(const uint8_t* src, uint32_t count, uint8_t* dst) {
+  *dst = static_cast<uint8_t>(count - 1);
+  std::memcpy(dst + 1, src, count);
+  return dst + 1 + count;
+}
+
+uint8_t* WriteRun(uint8_t byte, uint32_t count, uint8_t* dst) {
+  dst[0] = static_cast<uint8_t>(kRunControl - count);
+  dst[1] = byte;
+  return dst + 2;
+}
+
+uint8_t* WritePackets(const uint8_t* src, uint32_t size, const uint8_t* controls, uint8_t* dst) {
   for (uint32_t i = 0; i < size;) {
     const uint8_t control = controls[i];
-    *dst++ = control;
-    if (control > kNothing) {
-      *dst++ = src[i];
-      i += kRunControl - control;
-      continue;
-    }
-    const uint32_t count = control + 1u;
-    std::memcpy(dst, src + i, count);
-    dst += count;
+    const uint32_t count = control > kNothing ? kRunControl - control : control + 1u;
+    dst = control > kNothing ? WriteRun(src[i], count, dst) : WriteLiteral(src + i, count, dst);
     i += count;
   }
+  return dst;
 }
 
 zepStatus Pack(const uint8_t* src, int32_t size, uint8_t* controls, uint8_t* dst,
@@ -187,7 +202,137 @@ zepStatus Pack(const uint8_t* src, int32_t size, uint8_t* controls, uint8_t* dst
   return zepStatusOk;
 }
 
-constexpr int32_t kRowOnStack = 16384;
+// For 64 bytes whether each equals the next one; 65 are there.
+HWY_INLINE uint64_t EqualToNext(const uint8_t* src) {
+  uint64_t equal = 0;
+  for (int i = 0; i < 8; ++i) {
+    const uint64_t zeros = ZeroBytes(Load64(src + 8 * i) ^ Load64(src + 8 * i + 1)) >> 7;
+    equal |= (zeros * 0x0102040810204080 >> 56) << (8 * i);  // byte k to bit 56 + k
+  }
+  return equal;
+}
+
+// Packs where there is room for any row, piece by piece.
+class PieceWriter {
+ public:
+  PieceWriter(const uint8_t* src, uint32_t size, uint8_t* dst)
+      : src_(src), size_(size), dst_(dst) {}
+
+  // Returns the end of the packed row; null: no memory.
+  uint8_t* Pack() {
+    for (uint32_t i = 0; i < size_;) {
+      uint32_t length = 0;
+      const uint64_t equal = size_ - i > 64 ? EqualToNext(src_ + i) : 0;
+      const uint64_t runs = RunsOfFour(equal);
+      const uint32_t count = runs == 0 ? 0 : static_cast<uint32_t>(__builtin_ctzll(runs));
+      if (runs != 0 && (length = RunLength(i + count), IsAlone(length))) {
+        PackShort(src_ + i, count, equal);
+        i += count;
+      } else {
+        const uint32_t end = FindRunAlone(i, &length);
+        if (!PackExactly(i, end - i)) return nullptr;
+        i = end;
+      }
+      for (uint32_t left = length; left > 0; left -= std::min(left, kMost)) {
+        dst_ = WriteRun(src_[i], std::min(left, kMost), dst_);
+      }
+      i += length;
+    }
+    return dst_;
+  }
+
+ private:
+  static uint64_t RunsOfFour(uint64_t equal) { return equal & equal >> 1 & equal >> 2; }
+  static bool IsAlone(uint32_t length) { return length % kMost == 0 || length % kMost >= 4; }
+
+  uint32_t RunLength(uint32_t from) const {
+    const uint64_t bytes = src_[from] * kEach;
+    uint32_t i = from + 1;
+    for (; size_ - i >= 8; i += 8) {
+      const uint64_t different = Load64(src_ + i) ^ bytes;
+      if (different != 0) return i + FirstByte(different) - from;
+    }
+    while (i < size_ && src_[i] == src_[from]) ++i;
+    return i - from;
+  }
+
+  // The place of the first byte in memory that is not zero.
+  static uint32_t FirstByte(uint64_t bytes) {
+    return static_cast<uint32_t>(__builtin_ctzll(bytes)) / 8;
+  }
+
+  // The first run of such a kind from `i` on, or the end of the row and a length of 0.
+  uint32_t FindRunAlone(uint32_t i, uint32_t* length) const {
+    while (i < size_) {
+      if (size_ - i > 64) {
+        const uint64_t runs = RunsOfFour(EqualToNext(src_ + i));
+        if (runs == 0) {
+          i += 61;  // what begins behind it was not looked at
+          continue;
+        }
+        i += static_cast<uint32_t>(__builtin_ctzll(runs));
+      }
+      *length = RunLength(i);
+      if (*length >= 4 && IsAlone(*length)) return i;
+      i += *length;
+    }
+    *length = 0;
+    return size_;
+  }
+
+  // Up to 61 bytes, no four of them equal, before a packet of a run.
+  HWY_INLINE void PackShort(const uint8_t* src, uint32_t count, uint64_t equal) {
+    const uint64_t all = (uint64_t{1} << count) - 1;
+    const uint64_t pairs = equal & all;  // the last byte differs from the run
+    const uint64_t threes = pairs & pairs >> 1;
+    const uint64_t singles = all & ~(pairs | pairs << 1);
+    const auto ends_well = [=](uint32_t from) {
+      const uint64_t single = singles >> from, three = threes >> from;
+      return single == 0 || (three & (single ^ (single - 1))) != 0;
+    };
+    for (uint32_t i = 0; i < count;) {
+      const bool is_three = (threes >> i & 1) != 0;
+      const bool is_pair = (pairs >> i & 1) != 0;
+      const uint32_t run = is_three ? 3 : is_pair ? 2 : 1;
+      if (is_three || (is_pair && ends_well(i + run))) {
+        dst_ = WriteRun(src[i], run, dst_);
+        i += run;
+        continue;
+      }
+      uint64_t left = threes & ~uint64_t{0} << (i + run);
+      while (left != 0 && !ends_well(static_cast<uint32_t>(__builtin_ctzll(left)) + 3)) {
+        left &= left - 1;
+      }
+      const uint32_t end = left == 0 ? count : static_cast<uint32_t>(__builtin_ctzll(left));
+      dst_ = WriteLiteral(src + i, end - i, dst_);
+      i = end;
+    }
+  }
+
+  HWY_NOINLINE bool PackExactly(uint32_t from, uint32_t count) {
+    if (count == 0) return true;
+    if (count <= kOnStack) {
+      uint8_t controls[kOnStack];
+      PlanAndWrite(from, count, controls);
+      return true;
+    }
+    auto* controls = static_cast<uint8_t*>(Allocate(count));
+    if (controls == nullptr) return false;
+    PlanAndWrite(from, count, controls);
+    Release(controls);
+    return true;
+  }
+
+  void PlanAndWrite(uint32_t from, uint32_t count, uint8_t* controls) {
+    uint32_t keys[kMost];
+    Planner(count, controls, keys).Plan(src_ + from, count);
+    dst_ = WritePackets(src_ + from, count, controls, dst_);
+  }
+
+  const uint8_t* src_;
+  uint32_t size_;
+  uint8_t* dst_;
+};
 
 }  // namespace
 }  // namespace zepjp
@@ -200,8 +345,14 @@ zepStatus ZEP_CALL zepiPackBitsRow_TIFF_8u_C1(const uint8_t* pSrc, int32_t srcLe
     return bad;
   }
   if (*pDstLen < 1) return zepStatusBufferExhausted;
-  if (srcLen <= kRowOnStack) {
-    uint8_t controls[kRowOnStack];
+  if (*pDstLen - int64_t{srcLen} >= (int64_t{srcLen} + 127) / 128) {
+    const uint8_t* const end = PieceWriter(pSrc, static_cast<uint32_t>(srcLen), pDst).Pack();
+    if (end == nullptr) return zepStatusMemAlloc;
+    *pDstLen = static_cast<int32_t>(end - pDst);
+    return zepStatusOk;
+  }
+  if (srcLen <= kOnStack) {
+    uint8_t controls[kOnStack];
     return Pack(pSrc, srcLen, controls, pDst, pDstLen);
   }
   auto* controls = static_cast<uint8_t*>(Allocate(srcLen));

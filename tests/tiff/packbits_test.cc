@@ -27,7 +27,7 @@ Bytes Packed(const Bytes& row) {
   return packed;
 }
 
-// With just enough room, and with one byte less.
+// With just enough room, with one byte less, and with room for any row.
 void ExpectPacksAsModel(const Bytes& row) {
   const Bytes want = Packed(row);
   Guarded<uint8_t> src(row.size()), dst(want.size());
@@ -38,6 +38,13 @@ void ExpectPacksAsModel(const Bytes& row) {
   ASSERT_EQ(static_cast<size_t>(size), want.size());
   ASSERT_EQ(std::memcmp(dst.data(), want.data(), want.size()), 0) << "seed " << harness::Seed();
   ASSERT_LE(want.size(), row.size() + (row.size() + 127) / 128);
+  Guarded<uint8_t> roomy(row.size() + (row.size() + 127) / 128);
+  size = static_cast<int32_t>(roomy.count());
+  ASSERT_EQ(zepiPackBitsRow_TIFF_8u_C1(src.data(), length, roomy.data(), &size), zepStatusOk);
+  ASSERT_EQ(static_cast<size_t>(size), want.size()) << "seed " << harness::Seed();
+  ASSERT_EQ(std::memcmp(roomy.data(), want.data(), want.size()), 0) << "seed " << harness::Seed();
+  for (size_t i = want.size(); i < roomy.count(); ++i) ASSERT_EQ(roomy.data()[i], harness::kFill);
+  size = static_cast<int32_t>(want.size());
   Guarded<uint8_t> tight(want.size() - 1);
   int32_t less = size - 1;
   ASSERT_EQ(zepiPackBitsRow_TIFF_8u_C1(src.data(), length, tight.data(), &less),
@@ -80,6 +87,21 @@ TEST(PackBits, PacksAsModel) {
   const int trials = harness::Exhaustive() ? 1500 : 150;
   for (int trial = 0; trial < trials && !HasFatalFailure(); ++trial)
     ExpectPacksAsModel(MixedRow(random));
+}
+
+// What pictures have: mostly short runs.
+TEST(PackBits, PacksShortRuns) {
+  Random random(harness::Seed());
+  for (int trial = 0; trial < 400 && !HasFatalFailure(); ++trial) {
+    Bytes row(1 + random() % 600);
+    const uint32_t longest = 2 + static_cast<uint32_t>(random() % 4);
+    for (size_t i = 0; i < row.size();) {
+      const auto byte = static_cast<uint8_t>(random());
+      for (uint64_t left = 1 + random() % longest; left > 0 && i < row.size(); --left)
+        row[i++] = byte;
+    }
+    ExpectPacksAsModel(row);
+  }
 }
 
 TEST(PackBits, PacksLongRows) {
