@@ -316,7 +316,7 @@ class PieceWriter {
       PlanAndWrite(from, count, controls);
       return true;
     }
-    auto* controls = static_cast<uint8_t*>(Allocate(count));
+    auto* controls = static_cast<uint8_t*>(Allocate(static_cast<int32_t>(count)));
     if (controls == nullptr) return false;
     PlanAndWrite(from, count, controls);
     Release(controls);
