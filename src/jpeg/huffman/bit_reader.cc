@@ -60,14 +60,14 @@ zepStatus BitReader::TakeSymbol(const zepiDecodeHuffmanSpec& table, uint32_t* sy
 zepStatus BitReader::Search(const zepiDecodeHuffmanSpec& table, int length, uint32_t* symbol) {
   uint32_t code = 0;
   if (const zepStatus bad = Take(length, &code)) return bad;
-  while (table.lastCode[length] == kNoCode || code > table.lastCode[length]) {
+  while (!IsCode(table, length, code)) {
     if (length == kMaxCodeBits) return zepStatusBadHuffCode;
     uint32_t bit = 0;
     if (const zepStatus bad = Take(1, &bit)) return bad;
     code = code << 1 | bit;
     ++length;
   }
-  const uint32_t index = table.firstIndex[length] + code - table.firstCode[length];
+  const uint32_t index = IndexOfCode(table, length, code);
   if (index > 255) return zepStatusBadHuffCode;
   *symbol = table.symbol[index];
   return zepStatusOk;

@@ -24,6 +24,14 @@ constexpr int kFastCodeBits = 8;      // the length of the prefixes in a decoder
 constexpr int kMaxCodeBits = 16;      // the length of the longest code
 constexpr uint16_t kNoCode = 0xFFFF;  // the last code of a length that has none
 
+// Whether bits from the start of a code are one of this length, and the index of its symbol.
+inline bool IsCode(const zepiDecodeHuffmanSpec& table, int length, uint32_t code) {
+  return table.lastCode[length] != kNoCode && code <= table.lastCode[length];
+}
+inline uint32_t IndexOfCode(const zepiDecodeHuffmanSpec& table, int length, uint32_t code) {
+  return table.firstIndex[length] + code - table.firstCode[length];
+}
+
 // A fast entry of a code of 1 to 8 bits. Tables as they are built hold no other, except 0.
 inline bool IsFastCode(uint32_t entry) { return entry - (1U << 16) < 8U << 16; }
 

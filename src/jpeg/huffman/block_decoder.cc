@@ -5,10 +5,10 @@
 // they are, the second those that 00 follows too; both give up, without a trace but in the block, where a
 // code is bad, the source ends or a marker comes. The careful one then decodes the block from its start.
 #include <cstring>
-#include <utility>
 
 #include "frame/checks.h"
 #include "jpeg/huffman/bit_reader.h"
+#include "jpeg/huffman/careful_block.h"
 #include "jpeg/huffman/elements.h"
 #include "jpeg/huffman/magnitude.h"
 #include "jpeg/huffman/quick_reader.h"
@@ -31,13 +31,6 @@ struct Kernels {
   decltype(zepiDecodeHuffman8x8_JPEG_1u16s_C1)* decode;
 };
 
-// What a symbol of an AC table stands for.
-struct RunAndCategory {
-  uint32_t run, category;
-  bool IsEnd() const { return category == 0 && run < 15; }
-};
-inline RunAndCategory Split(uint32_t symbol) { return {(symbol >> 4) & 15, symbol & 15}; }
-
 // The natural position of each zigzag index; a run that leads out of the block ends at its last one.
 struct NaturalOrLast {
   uint8_t of[64 + 16];
@@ -49,24 +42,6 @@ constexpr NaturalOrLast MakeNaturalOrLast() {
 }
 constexpr NaturalOrLast kNaturalOrLast = MakeNaturalOrLast();
 
-// Part by part: a loop or a call of memset would become an instruction that takes longer than all this.
-template <size_t... kPart>
-HWY_INLINE void ClearParts(int16_t* block, std::index_sequence<kPart...>) {
-  constexpr int16_t kZeros[8] = {};
-  (std::memcpy(block + 8 * kPart, kZeros, sizeof(kZeros)), ...);
-}
-inline void Clear(int16_t* block) { ClearParts(block, std::make_index_sequence<8>()); }
-
-template <class Bytes>
-HWY_INLINE bool TakeDc(const zepiDecodeHuffmanSpec& table, QuickReader<Bytes>* reader,
-                       int16_t* difference) {
-  const uint32_t entry = reader->TakeSymbol(table);
-  const uint32_t category = entry & 0xFFFF;
-  if (HWY_UNLIKELY(entry == 0 || category > 16)) return false;
-  StoreCoefficient(reader->TakeDifference(category), difference);
-  return true;
-}
-
 template <class Bytes>
 HWY_INLINE bool TakeAcs(const zepiDecodeHuffmanSpec& table, QuickReader<Bytes>* reader,
                         int16_t* block) {
@@ -74,7 +49,7 @@ HWY_INLINE bool TakeAcs(const zepiDecodeHuffmanSpec& table, QuickReader<Bytes>* 
   while (k < 64) {
     if (!reader->Ensure()) return false;
     const uint32_t entry = reader->TakeSymbol(table);
-    const RunAndCategory next = Split(entry);
+    const RunAndCategory next(entry);
     if (HWY_UNLIKELY(next.category == 0)) {
       if (next.IsEnd()) return entry != 0;
       k += 16;
@@ -94,9 +69,11 @@ HWY_INLINE bool TakeBlock(const Bytes& bytes, uint32_t unused,
                           const zepiDecodeHuffmanSpec& ac_table, int16_t* block,
                           Progress* progress) {
   QuickReader<Bytes> reader(bytes, unused);
+  int32_t difference = 0;
   Clear(block);
-  return reader.Refill() && TakeDc(dc_table, &reader, block) && TakeAcs(ac_table, &reader, block) &&
-         reader.Finish(progress);
+  if (!reader.Refill() || !reader.TakeDc(dc_table, &difference)) return false;
+  StoreCoefficient(difference, block);
+  return TakeAcs(ac_table, &reader, block) && reader.Finish(progress);
 }
 
 inline void AddLastDc(int16_t* block, int16_t* last_dc) {
@@ -126,43 +103,11 @@ bool DecodeStuffed(const Source& from, int16_t* block, int16_t* last_dc,
                      });
 }
 
-zepStatus TakeDc(const zepiDecodeHuffmanSpec& table, BitReader* reader, int32_t* difference) {
-  uint32_t category = 0, bits = 0;
-  if (auto bad = reader->TakeSymbol(table, &category)) return bad;
-  if (category > 16) return zepStatusBadHuffCode;
-  if (category == 0) return *difference = 0, zepStatusOk;
-  if (auto bad = reader->Take(static_cast<int>(category), &bits)) return bad;
-  *difference = ValueOf(category, bits);
-  return zepStatusOk;
-}
-
-zepStatus TakeAcs(const zepiDecodeHuffmanSpec& table, BitReader* reader, int16_t* block) {
-  for (uint32_t k = 1; k < 64; ++k) {
-    uint32_t symbol = 0, bits = 0;
-    if (auto bad = reader->TakeSymbol(table, &symbol)) return bad;
-    const RunAndCategory next = Split(symbol);
-    if (next.IsEnd()) return zepStatusOk;
-    k += next.run;
-    if (k > 63) return zepStatusBadHuffCode;
-    if (next.category == 0) continue;
-    if (auto bad = reader->Take(static_cast<int>(next.category), &bits)) return bad;
-    StoreCoefficient(ValueOf(next.category, bits), block + kNaturalOfZigzag[k]);
-  }
-  return zepStatusOk;
-}
-
 zepStatus DecodeCarefully(const Source& from, int16_t* block, int16_t* last_dc,
                           const zepiDecodeHuffmanSpec& dc_table,
                           const zepiDecodeHuffmanSpec& ac_table, zepiDecodeHuffmanState* state) {
   BitReader reader(from, state);
-  Clear(block);
-  int32_t difference = 0;
-  zepStatus status = TakeDc(dc_table, &reader, &difference);
-  if (status == zepStatusOk) {
-    StoreCoefficient(LoadCoefficient(last_dc) + difference, block);
-    status = TakeAcs(ac_table, &reader, block);
-  }
-  if (status == zepStatusOk) std::memcpy(last_dc, block, sizeof(*block));
+  const zepStatus status = TakeBlock(dc_table, ac_table, &reader, block, last_dc);
   reader.Store();
   return status;
 }

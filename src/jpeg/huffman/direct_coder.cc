@@ -8,9 +8,7 @@
 
 #include "frame/checks.h"
 #include "jpeg/huffman/bit_reader.h"
-#include "jpeg/huffman/elements.h"
-#include "jpeg/huffman/magnitude.h"
-#include "jpeg/zigzag.h"
+#include "jpeg/huffman/careful_block.h"
 
 namespace zepjp {
 namespace {
@@ -52,7 +50,7 @@ class DirectReader {
   }
 
   // Up to 16.
-  zepStatus Take(uint32_t count, uint32_t* bits) {
+  zepStatus Take(int count, uint32_t* bits) {
     for (*bits = 0; count > 0; --count) {
       if (left_ == 0) {
         if (auto bad = Load()) return bad;
@@ -68,8 +66,8 @@ class DirectReader {
     for (int length = 1; length <= kMaxCodeBits; ++length) {
       if (auto bad = Take(1, &bit)) return bad;
       code = code << 1 | bit;
-      if (table.lastCode[length] == kNoCode || code > table.lastCode[length]) continue;
-      const uint32_t index = table.firstIndex[length] + code - table.firstCode[length];
+      if (!IsCode(table, length, code)) continue;
+      const uint32_t index = IndexOfCode(table, length, code);
       if (index > 255) return zepStatusBadHuffCode;
       *symbol = table.symbol[index];
       return zepStatusOk;
@@ -106,37 +104,12 @@ class DirectReader {
   int32_t marker_at_ = 0;
 };
 
-zepStatus DecodeBlock(const zepiDecodeHuffmanSpec& dc_table, const zepiDecodeHuffmanSpec& ac_table,
-                      int16_t* block, int16_t* last_dc, DirectReader* reader) {
-  constexpr int16_t kZeros[64] = {};
-  std::memcpy(block, kZeros, sizeof(kZeros));
-  uint32_t category = 0, bits = 0;
-  if (auto bad = reader->TakeSymbol(dc_table, &category)) return bad;
-  if (category > 16) return zepStatusBadHuffCode;
-  if (auto bad = reader->Take(category, &bits)) return bad;
-  StoreCoefficient(LoadCoefficient(last_dc) + ValueOf(category, bits), block);
-  for (uint32_t k = 1; k < 64; ++k) {
-    uint32_t symbol = 0;
-    if (auto bad = reader->TakeSymbol(ac_table, &symbol)) return bad;
-    const uint32_t run = symbol >> 4 & 15;
-    category = symbol & 15;
-    if (category == 0 && run < 15) break;
-    k += run;
-    if (k > 63) return zepStatusBadHuffCode;
-    if (category == 0) continue;
-    if (auto bad = reader->Take(category, &bits)) return bad;
-    StoreCoefficient(ValueOf(category, bits), block + kNaturalOfZigzag[k]);
-  }
-  std::memcpy(last_dc, block, sizeof(*block));
-  return zepStatusOk;
-}
-
 zepStatus DecodeCarefully(const uint8_t* bytes, int32_t length, int32_t* bit_position,
                           int16_t* block, int16_t* last_dc, int32_t* marker,
                           const zepiDecodeHuffmanSpec& dc_table,
                           const zepiDecodeHuffmanSpec& ac_table) {
   DirectReader reader(bytes, length, *bit_position);
-  const zepStatus status = DecodeBlock(dc_table, ac_table, block, last_dc, &reader);
+  const zepStatus status = TakeBlock(dc_table, ac_table, &reader, block, last_dc);
   if (status == zepStatusOk) {
     *bit_position = reader.bit_position();
   } else if (reader.marker() != 0) {

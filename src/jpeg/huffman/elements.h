@@ -5,6 +5,9 @@
 
 #include <cstdint>
 #include <cstring>
+#include <utility>
+
+#include "hwy/base.h"
 
 namespace zepjp {
 
@@ -17,6 +20,14 @@ inline void StoreCoefficient(int32_t value, int16_t* to) {
   const auto low = static_cast<uint16_t>(value);
   std::memcpy(to, &low, sizeof(low));
 }
+
+// Part by part: a loop or a call of memset would become an instruction that takes longer than all this.
+template <size_t... kPart>
+HWY_INLINE void ClearParts(int16_t* block, std::index_sequence<kPart...>) {
+  constexpr int16_t kZeros[8] = {};
+  (std::memcpy(block + 8 * kPart, kZeros, sizeof(kZeros)), ...);
+}
+inline void Clear(int16_t* block) { ClearParts(block, std::make_index_sequence<8>()); }
 
 // In any order of the bytes.
 inline bool HasFf(uint64_t bytes) {

@@ -11,6 +11,16 @@ namespace zepjp {
 constexpr uint32_t kEndOfBlock = 0x00;
 constexpr uint32_t kRunOf16 = 0xF0;  // zeros
 
+constexpr uint32_t kMostDcCategory = 16;
+
+// What a symbol of an AC table stands for: zeros, and the category of the coefficient behind them. Where that is 0
+// the zeros are sixteen, or the block (in progressive scans the band) ends.
+struct RunAndCategory {
+  explicit RunAndCategory(uint32_t symbol) : run(symbol >> 4 & 15), category(symbol & 15) {}
+  bool IsEnd() const { return category == 0 && run < 15; }
+  uint32_t run, category;
+};
+
 // In 64 bits, which take fewer instructions, for values of 32.
 inline uint32_t CategoryOf(int64_t value) {
   const auto magnitude = static_cast<uint64_t>(value < 0 ? -value : value);

@@ -21,10 +21,15 @@ HWY_INLINE uint32_t ShiftedMagnitude(int64_t value, int32_t shift) {
   return static_cast<uint32_t>(value < 0 ? -value : value) >> shift;
 }
 
-// The first scan of a band. -32768 has no symbol where it is not shifted.
+// The coefficients of a band that a scan of it shows as nonzero.
+HWY_INLINE uint64_t NonZero(const ZigzagScan& scan, const Band& band) {
+  return scan.AtLeast(1u << band.shift) & band.indexes();
+}
+
+// The first scan of a band, whose nonzero coefficients are `left`. -32768 has no symbol where it is not shifted.
 template <class Sink>
-HWY_INLINE bool TellFirst(const ZigzagScan& scan, const Band& band, EobRun* run, Sink* sink) {
-  uint64_t left = scan.AtLeast(1u << band.shift) & band.indexes();
+HWY_INLINE bool TellFirst(const ZigzagScan& scan, uint64_t left, const Band& band, EobRun* run,
+                          Sink* sink) {
   if (left != 0 && !EndRun(run, sink)) return false;
   int32_t next = band.first;  // the first index that is not told yet
   for (; left != 0; left &= left - 1) {
@@ -49,8 +54,8 @@ HWY_INLINE bool TellFirst(const ZigzagScan& scan, const Band& band, EobRun* run,
 
 // A scan that refines a band by a bit.
 template <class Sink>
-HWY_INLINE bool TellRefinement(const ZigzagScan& scan, const Band& band, EobRun* run, Sink* sink) {
-  const uint64_t nonzero = scan.AtLeast(1u << band.shift) & band.indexes();
+HWY_INLINE bool TellRefinement(const ZigzagScan& scan, uint64_t nonzero, const Band& band,
+                               EobRun* run, Sink* sink) {
   const uint64_t old = scan.AtLeast(2u << band.shift) & nonzero;
   const uint64_t fresh = nonzero & ~old;
   const int32_t last_fresh = fresh == 0 ? 0 : 63 - __builtin_clzll(fresh);

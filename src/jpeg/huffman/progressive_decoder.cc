@@ -9,6 +9,7 @@
 
 #include "frame/checks.h"
 #include "jpeg/huffman/bit_reader.h"
+#include "jpeg/huffman/careful_block.h"
 #include "jpeg/huffman/elements.h"
 #include "jpeg/huffman/magnitude.h"
 #include "jpeg/huffman/progressive.h"
@@ -36,29 +37,11 @@ struct Kernels {
   DecodeBlock first, refine;
 };
 
-// What a symbol of an AC table stands for.
-struct RunAndCategory {
-  explicit RunAndCategory(uint32_t symbol) : run(symbol >> 4 & 15), category(symbol & 15) {}
-  bool EndsBand() const { return category == 0 && run < 15; }
-  uint32_t run, category;
-};
-
-constexpr uint32_t kMostDcCategory = 16;
-
-zepStatus TakeBits(BitReader* reader, uint32_t count, uint32_t* bits) {
-  *bits = 0;
-  return count == 0 ? zepStatusOk : reader->Take(static_cast<int>(count), bits);
-}
-
 zepStatus TakeDcCarefully(const Source& from, int32_t* difference,
                           const zepiDecodeHuffmanSpec& table, zepiDecodeHuffmanState* state) {
   BitReader reader(from, state);
-  uint32_t category = 0, bits = 0;
-  zepStatus status = reader.TakeSymbol(table, &category);
-  if (status == zepStatusOk && category > kMostDcCategory) status = zepStatusBadHuffCode;
-  if (status == zepStatusOk) status = TakeBits(&reader, category, &bits);
+  const zepStatus status = TakeDc(table, &reader, difference);
   reader.Store();
-  if (status == zepStatusOk) *difference = ValueOf(category, bits);
   return status;
 }
 
@@ -82,14 +65,14 @@ class CarefulBand {
       uint32_t symbol = 0, bits = 0;
       if (auto bad = reader_.TakeSymbol(table_, &symbol)) return bad;
       const RunAndCategory next(symbol);
-      if (next.EndsBand()) {
+      if (next.IsEnd()) {
         if (auto bad = TakeRun(next.run)) return bad;
         break;
       }
       k += static_cast<int32_t>(next.run);
       if (k > band_.last) return zepStatusBadHuffCode;
       if (next.category == 0) continue;
-      if (auto bad = TakeBits(&reader_, next.category, &bits)) return bad;
+      if (auto bad = TakeExtra(next.category, &reader_, &bits)) return bad;
       StoreCoefficient(ValueOf(next.category, bits) * (1 << band_.shift), At(k));
     }
     if (run_ > 0) --run_;
@@ -103,11 +86,11 @@ class CarefulBand {
       if (auto bad = reader_.TakeSymbol(table_, &symbol)) return bad;
       const RunAndCategory next(symbol);
       if (next.category > 1) return zepStatusBadHuffCode;
-      if (next.EndsBand()) {
+      if (next.IsEnd()) {
         if (auto bad = TakeRun(next.run)) return bad;
         break;
       }
-      if (auto bad = TakeBits(&reader_, next.category, &is_positive)) return bad;
+      if (auto bad = TakeExtra(next.category, &reader_, &is_positive)) return bad;
       if (auto bad = SkipZeros(next.run, &k)) return bad;
       const int32_t unit = 1 << band_.shift;
       if (next.category == 1) StoreCoefficient(is_positive != 0 ? unit : -unit, At(k));
@@ -127,7 +110,7 @@ class CarefulBand {
   // The run of ended bands that begins with this one.
   zepStatus TakeRun(uint32_t size) {
     uint32_t more = 0;
-    if (auto bad = TakeBits(&reader_, size, &more)) return bad;
+    if (auto bad = TakeExtra(size, &reader_, &more)) return bad;
     run_ = (1u << size) + more;
     return zepStatusOk;
   }
@@ -199,12 +182,7 @@ zepStatus FirstDc(const Source& from, int32_t* difference, const zepiDecodeHuffm
                   zepiDecodeHuffmanState* state) {
   const auto take = [&](const auto& bytes, uint32_t unused, Progress* progress) ZEP_ATTR {
     QuickReader<std::decay_t<decltype(bytes)>> reader(bytes, unused);
-    if (!reader.Refill()) return false;
-    const uint32_t entry = reader.TakeSymbol(table);
-    const uint32_t category = entry & 0xFFFF;
-    if (HWY_UNLIKELY(entry == 0 || category > kMostDcCategory)) return false;
-    *difference = reader.TakeDifference(category);
-    return reader.Finish(progress);
+    return reader.Refill() && reader.TakeDc(table, difference) && reader.Finish(progress);
   };
   if (ReadQuickly(from, state, take)) return zepStatusOk;
   return TakeDcCarefully(from, difference, table, state);
@@ -221,7 +199,7 @@ HWY_INLINE bool TakeFirst(const Band& band, const zepiDecodeHuffmanSpec& table, 
     if (HWY_UNLIKELY(entry == 0)) return false;
     const RunAndCategory next(entry & 0xFFFF);
     if (next.category == 0) {
-      if (next.EndsBand()) {
+      if (next.IsEnd()) {
         *run = (1u << next.run) + reader->TakeBits(next.run);
         return true;
       }
@@ -291,7 +269,7 @@ HWY_INLINE bool TakeRefinement(const Band& band, const zepiDecodeHuffmanSpec& ta
     const uint32_t entry = reader->TakeSymbol(table);
     const RunAndCategory next(entry & 0xFFFF);
     if (HWY_UNLIKELY(entry == 0 || next.category > 1)) return false;
-    if (next.EndsBand()) {
+    if (next.IsEnd()) {
       *run = (1u << next.run) + reader->TakeBits(next.run);
       break;
     }

@@ -121,9 +121,8 @@ namespace HWY_NAMESPACE {
 namespace {
 
 // A block without anything to tell makes the run longer.
-HWY_INLINE bool IsOnlyRun(const ZigzagScan& scan, const Band& band, zepiEncodeHuffmanState* state) {
-  if ((scan.AtLeast(1u << band.shift) & band.indexes()) != 0) return false;
-  if (state->eobRun >= kMostEobRun - 1) return false;
+HWY_INLINE bool IsOnlyRun(uint64_t nonzero, zepiEncodeHuffmanState* state) {
+  if (nonzero != 0 || state->eobRun >= kMostEobRun - 1) return false;
   ++state->eobRun;
   return true;
 }
@@ -131,18 +130,20 @@ HWY_INLINE bool IsOnlyRun(const ZigzagScan& scan, const Band& band, zepiEncodeHu
 zepStatus EncodeFirst(const int16_t* block, const Destination& to, const Band& band,
                       const zepiEncodeHuffmanSpec* table, zepiEncodeHuffmanState* state) {
   const ZigzagScan scan(block);
-  if (IsOnlyRun(scan, band, state)) return zepStatusOk;
+  const uint64_t nonzero = NonZero(scan, band);
+  if (IsOnlyRun(nonzero, state)) return zepStatusOk;
   const auto tell = [&](EobRun* run, auto* sink)
-                        ZEP_ATTR { return TellFirst(scan, band, run, sink); };
+                        ZEP_ATTR { return TellFirst(scan, nonzero, band, run, sink); };
   return Write(tell, table, to, state);
 }
 
 zepStatus EncodeRefinement(const int16_t* block, const Destination& to, const Band& band,
                            const zepiEncodeHuffmanSpec* table, zepiEncodeHuffmanState* state) {
   const ZigzagScan scan(block);
-  if (IsOnlyRun(scan, band, state)) return zepStatusOk;
+  const uint64_t nonzero = NonZero(scan, band);
+  if (IsOnlyRun(nonzero, state)) return zepStatusOk;
   const auto tell = [&](EobRun* run, auto* sink)
-                        ZEP_ATTR { return TellRefinement(scan, band, run, sink); };
+                        ZEP_ATTR { return TellRefinement(scan, nonzero, band, run, sink); };
   return Write(tell, table, to, state);
 }
 

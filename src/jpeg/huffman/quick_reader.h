@@ -164,6 +164,15 @@ class QuickReader {
     return value;
   }
 
+  // A category of DC and its value. False: there is no such code.
+  HWY_INLINE bool TakeDc(const zepiDecodeHuffmanSpec& table, int32_t* difference) {
+    const uint32_t entry = TakeSymbol(table);
+    const uint32_t category = entry & 0xFFFF;
+    if (HWY_UNLIKELY(entry == 0 || category > kMostDcCategory)) return false;
+    *difference = TakeDifference(category);
+    return true;
+  }
+
   // The next bits as they are, 0 to 16.
   HWY_INLINE uint32_t TakeBits(uint32_t count) {
     const auto bits = static_cast<uint32_t>(window_ >> 1 >> (63 - count));
@@ -197,8 +206,8 @@ class QuickReader {
   static HWY_NOINLINE uint32_t FindLongCode(const zepiDecodeHuffmanSpec& table, uint32_t bits) {
     for (int length = kFastCodeBits + 1; length <= kMaxCodeBits; ++length) {
       const uint32_t code = bits >> (kMaxCodeBits - length);
-      if (table.lastCode[length] == kNoCode || code > table.lastCode[length]) continue;
-      const uint32_t index = table.firstIndex[length] + code - table.firstCode[length];
+      if (!IsCode(table, length, code)) continue;
+      const uint32_t index = IndexOfCode(table, length, code);
       return index > 255 ? 0 : static_cast<uint32_t>(length) << 16 | table.symbol[index];
     }
     return 0;

@@ -66,11 +66,13 @@ namespace HWY_NAMESPACE {
 namespace {
 
 bool CountFirst(const int16_t* block, const Band& band, EobRun* run, Counter* counter) {
-  return TellFirst(ZigzagScan(block), band, run, counter);
+  const ZigzagScan scan(block);
+  return TellFirst(scan, NonZero(scan, band), band, run, counter);
 }
 
 bool CountRefinement(const int16_t* block, const Band& band, EobRun* run, Counter* counter) {
-  return TellRefinement(ZigzagScan(block), band, run, counter);
+  const ZigzagScan scan(block);
+  return TellRefinement(scan, NonZero(scan, band), band, run, counter);
 }
 
 constexpr Kernels kKernels = {CountFirst, CountRefinement};

@@ -121,8 +121,8 @@ class RowReader {
       if (ahead_ < static_cast<uint32_t>(more) && !Fill()) return false;
       code = code << more | static_cast<uint32_t>(window_ >> (64 - more));
       Use(static_cast<uint32_t>(more));
-      if (table.lastCode[length] == kNoCode || code > table.lastCode[length]) continue;
-      const uint32_t index = table.firstIndex[length] + code - table.firstCode[length];
+      if (!IsCode(table, length, code)) continue;
+      const uint32_t index = IndexOfCode(table, length, code);
       if (index > 255) return false;
       *symbol = table.symbol[index];
       return true;
