@@ -33,7 +33,7 @@ class CoefficientScan {
   }
 
   void Decode() {
-    ScanSource& from = source_;
+    IntervalReader& from = source_.reader();
     const int low = scan_.low;
     if (!coefficients_.frame.is_progressive) {
       Walk([&](int16_t* block, Part* part) {
@@ -112,13 +112,11 @@ class CoefficientScan {
 }  // namespace
 
 size_t DecodeScan(const uint8_t* data, size_t size, size_t begin, const Scan& scan,
-                  const Tables& tables, int restart_interval, Coefficients* coefficients,
-                  Messages* messages) {
-  const Geometry geometry(coefficients->frame, 1);
-  const ScanWalk walk(geometry, scan);
+                  const ScanWalk& walk, const Tables& tables, int restart_interval,
+                  Coefficients* coefficients, Messages* messages) {
   ScanSource source(data, size, begin, walk.McuCount(), restart_interval, messages);
   CoefficientScan(scan, tables, walk, &source, coefficients).Decode();
-  return source.end();
+  return source.reader().end();
 }
 
 }  // namespace jpeg

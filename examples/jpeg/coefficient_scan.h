@@ -11,11 +11,11 @@
 
 namespace jpeg {
 
-// The scan's data begins at data[begin]; its tables are there. Returns where it ends. What is damaged is reported
+// The scan's data begins at data[begin]; its tables are there, and `walk` is its own. Returns where it ends. What is damaged is reported
 // and stays as the scans before left it.
 size_t DecodeScan(const uint8_t* data, size_t size, size_t begin, const Scan& scan,
-                  const Tables& tables, int restart_interval, Coefficients* coefficients,
-                  Messages* messages);
+                  const ScanWalk& walk, const Tables& tables, int restart_interval,
+                  Coefficients* coefficients, Messages* messages);
 
 }  // namespace jpeg
 

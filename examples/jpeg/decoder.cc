@@ -286,7 +286,8 @@ Status FileDecoder::DecodeScanToCoefficients(Coefficients* coefficients) {
   StageClock clock(options_.times);
   const Scan& scan = reader_.scan();
   const Geometry geometry(reader_.frame(), 1);
-  visits_ += ScanWalk(geometry, scan).BlockCount();
+  const ScanWalk walk(geometry, scan);
+  visits_ += walk.BlockCount();
   if (visits_ > kAlwaysAcceptedVisits && visits_ / kVisitsForAByte > static_cast<int64_t>(size_)) {
     return Status::Error("more scans than a file of this size can need");
   }
@@ -298,7 +299,7 @@ Status FileDecoder::DecodeScanToCoefficients(Coefficients* coefficients) {
     std::copy_n(reader_.tables().quant[quant], 64, coefficients->steps[index].begin());
     decoded_[index] = true;
   }
-  reader_.Seek(DecodeScan(data_, size_, reader_.position(), scan, reader_.tables(),
+  reader_.Seek(DecodeScan(data_, size_, reader_.position(), scan, walk, reader_.tables(),
                           reader_.restart_interval(), coefficients, &info_->messages));
   clock.Lap(&StageTimes::huffman);
   return Status();

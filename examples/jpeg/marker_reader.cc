@@ -12,9 +12,6 @@
 namespace jpeg {
 namespace {
 
-// A profile takes up to 255; a file of nothing but empty segments must not fill the memory.
-constexpr size_t kMostSegments = 4096;
-
 const char* UnsupportedProcess(int marker) {
   switch (marker) {
     case 0xC3: return "lossless";
@@ -32,15 +29,6 @@ const char* UnsupportedProcess(int marker) {
     case 0xF7: return "JPEG-LS";
     default: return nullptr;
   }
-}
-
-std::string Hex(int marker) {
-  const char* digits = "0123456789ABCDEF";
-  return std::string("FF ") + digits[marker >> 4 & 15] + digits[marker & 15];
-}
-
-bool HasSegment(int marker) {
-  return marker != kTem && !IsRestart(marker) && marker != kSoi && marker != kEoi;
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include "jpeg/frame.h"
 #include "jpeg/messages.h"
 #include "jpeg/metadata.h"
+#include "jpeg/segment_cursor.h"
 
 namespace jpeg {
 
@@ -42,25 +43,7 @@ class MarkerReader {
   int adobe_transform() const { return adobe_transform_; }
 
  private:
-  // The bytes of a segment behind its length; reading past the end sets `failed` and gives 0.
-  struct Cursor {
-    const uint8_t* next;
-    const uint8_t* end;
-    bool failed = false;
-
-    size_t left() const { return static_cast<size_t>(end - next); }
-    int Byte() {
-      if (next == end) {
-        failed = true;
-        return 0;
-      }
-      return *next++;
-    }
-    int Word() {
-      const int high = Byte();
-      return high << 8 | Byte();
-    }
-  };
+  using Cursor = SegmentCursor;
 
   Status Start();
   Status FindMarker(int* marker);

@@ -37,6 +37,11 @@ constexpr bool IsFrame(int marker) {
   return marker >= kSof0 && marker <= kSof15 && marker != kDht && marker != kJpg && marker != kDac;
 }
 
+// Whether a marker begins a segment with a length.
+constexpr bool HasSegment(int marker) {
+  return marker != kTem && !IsRestart(marker) && marker != kSoi && marker != kEoi;
+}
+
 // kZigzag[k] is the place in natural order of the k-th coefficient of a file (T.81, figure A.6).
 constexpr std::array<uint8_t, 64> kZigzag = {
     0,  1,  8,  16, 9,  2,  3,  10, 17, 24, 32, 25, 18, 11, 4,  5,   //

@@ -32,6 +32,9 @@ struct Metadata {
 // The most bytes that one segment holds.
 constexpr size_t kMaxSegmentBytes = 65533;
 
+// A profile takes up to 255; a file of nothing but empty segments must not fill the memory.
+constexpr size_t kMostSegments = 4096;
+
 // The EXIF data, a TIFF structure; empty where there is none.
 std::vector<uint8_t> FindExif(const Metadata& metadata);
 // The colour profile, joined from its segments; empty where there is none or a part is missing.

@@ -37,14 +37,15 @@ void ScanDecoder::DecodeRow() {
 }
 
 void ScanDecoder::DecodeBlocks(int mcus) {
+  IntervalReader& from = source_.reader();
   int16_t* block = blocks_;
   for (int mcu = 0; mcu < mcus; ++mcu) {
     for (Part& part : parts_) {
       for (int i = part.blocks_across * part.blocks_down; i > 0; --i, block += 64) {
         if (!source_.lost()) {
           const zepStatus status = zepiDecodeHuffman8x8_JPEG_1u16s_C1(
-              source_.bytes(), source_.length(), source_.at(), block, &part.last_dc,
-              source_.marker(), part.dc, part.ac, source_.state());
+              from.bytes(), from.length(), from.at(), block, &part.last_dc, from.marker(), part.dc,
+              part.ac, from.state());
           if (status == zepStatusOk) continue;
           source_.Lose(status, mcu);
         }

@@ -43,7 +43,7 @@ class ScanDecoder {
   // Decodes the next row of MCUs. What is damaged is reported and becomes flat areas.
   void DecodeRow();
   // Where the scan's data ends in the file.
-  size_t end() const { return source_.end(); }
+  size_t end() { return source_.reader().end(); }
 
  private:
   static constexpr int kChunkBlocks = 48;

@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: MIT
-// The coded bytes of a scan, restart interval by restart interval, with what the block decoders keep between calls.
+// The coded bytes of a scan of blocks: counts its MCUs, and tells what is lost of them.
 #ifndef ZEPJP_EXAMPLES_JPEG_SCAN_SOURCE_H_
 #define ZEPJP_EXAMPLES_JPEG_SCAN_SOURCE_H_
 
 #include <cstddef>
 #include <cstdint>
 
-#include "jpeg/intervals.h"
+#include "jpeg/interval_reader.h"
 #include "jpeg/messages.h"
-#include "zepjp.h"
 
 namespace jpeg {
 
@@ -30,38 +29,20 @@ class ScanSource {
   // Because of `status`, `mcus_done` MCUs after Begin().
   void Lose(zepStatus status, int mcus_done);
 
-  // What the block decoders take.
-  const uint8_t* bytes() const { return data_ + base_; }
-  int32_t length() const { return length_; }
-  int32_t* at() { return &at_; }
-  int32_t* marker() { return &marker_; }
-  zepiDecodeHuffmanState* state() { return &state_; }
-
-  // Where the scan's data ends in the file.
-  size_t end() const { return intervals_.end; }
+  // The bytes, and what the block decoders take.
+  IntervalReader& reader() { return reader_; }
 
  private:
   int64_t McusInAnInterval() const;
   void BeginInterval();
   void FinishInterval();
-  void Rebase();
-  size_t Offset() const { return base_ + static_cast<size_t>(at_); }
 
-  const uint8_t* data_;
-  size_t size_;
   Messages* messages_;
   int64_t mcu_count_;
   int64_t restart_interval_;
-  Intervals intervals_;
+  IntervalReader reader_;
   int64_t mcus_done_ = 0;
   int64_t mcus_left_ = 0;  // in the current interval
-  size_t interval_ = 0;    // number of the interval behind the current one
-  // The library counts bytes in 32 bits: its buffer begins at data_ + base_.
-  size_t base_ = 0;
-  int32_t length_ = 0;
-  int32_t at_ = 0;
-  int32_t marker_ = 0;
-  zepiDecodeHuffmanState state_;
   bool lost_ = false;
 };
 

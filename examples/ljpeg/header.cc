@@ -14,20 +14,9 @@ namespace ljpeg {
 namespace {
 
 using common::Status;
+using jpeg::Hex;
 
 constexpr int kLosslessFrame = 0xC3;
-// A profile takes up to 255; a file of nothing but empty segments must not fill the memory.
-constexpr size_t kMostSegments = 4096;
-
-std::string Hex(int marker) {
-  const char* digits = "0123456789ABCDEF";
-  return std::string("FF ") + digits[marker >> 4 & 15] + digits[marker & 15];
-}
-
-bool HasSegment(int marker) {
-  return marker != jpeg::kTem && !jpeg::IsRestart(marker) && marker != jpeg::kSoi &&
-         marker != jpeg::kEoi;
-}
 
 }  // namespace
 
@@ -69,7 +58,7 @@ Status HeaderReader::NextScan(bool* found) {
     int marker = 0;
     if (Status status = FindMarker(&marker); !status.ok()) return status;
     if (marker == jpeg::kEoi) return Status();
-    if (!HasSegment(marker)) {
+    if (!jpeg::HasSegment(marker)) {
       info_->messages.AddAtByte(position_ - 2, "marker " + Hex(marker) + " out of place, skipped");
       continue;
     }
@@ -216,7 +205,7 @@ void HeaderReader::ReadApplication(int marker, const Cursor& cursor) {
     metadata.density = {density[0], density[1] << 8 | density[2], density[3] << 8 | density[4]};
   } else if (marker == jpeg::kApp14 && size >= 12 && std::memcmp(cursor.next, "Adobe", 5) == 0) {
     info_->adobe_transform = cursor.next[11];
-  } else if (metadata.segments.size() < kMostSegments) {
+  } else if (metadata.segments.size() < jpeg::kMostSegments) {
     metadata.segments.push_back({marker, {cursor.next, cursor.end}});
   } else {
     info_->messages.AddAtByte(position_, "too many application segments, dropped");
@@ -240,7 +229,7 @@ bool IsLosslessJpeg(const uint8_t* data, size_t size) {
     const int marker = data[at + 1];
     if (jpeg::IsFrame(marker)) return marker == kLosslessFrame;
     at += 2;
-    if (!HasSegment(marker)) continue;
+    if (!jpeg::HasSegment(marker)) continue;
     const auto length = static_cast<size_t>(data[at] << 8 | data[at + 1]);
     if (length > size - at) return false;
     at += length;

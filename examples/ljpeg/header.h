@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "common/status.h"
+#include "jpeg/segment_cursor.h"
 #include "ljpeg/codec.h"
 #include "zepjp.h"
 
@@ -39,22 +40,7 @@ class HeaderReader {
   const Scan& scan() const { return scan_; }
 
  private:
-  // The bytes of a segment behind its length. Reading past the end sets `failed` and gives 0.
-  struct Cursor {
-    const uint8_t* next;
-    const uint8_t* end;
-    bool failed = false;
-
-    size_t left() const { return static_cast<size_t>(end - next); }
-    int Byte() {
-      if (next == end) failed = true;
-      return failed ? 0 : *next++;
-    }
-    int Word() {
-      const int high = Byte();
-      return high << 8 | Byte();
-    }
-  };
+  using Cursor = jpeg::SegmentCursor;
 
   common::Status FindMarker(int* marker);
   common::Status OpenSegment(int marker, Cursor* cursor);

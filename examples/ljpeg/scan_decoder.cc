@@ -9,26 +9,30 @@
 namespace ljpeg {
 namespace {
 
-std::string Reason(zepStatus status) {
-  switch (status) {
-    case zepStatusBufferExhausted: return "the file ends within the picture";
-    case zepStatusBadHuffCode: return "no such Huffman code, or a marker too early";
-    default: return zepStatusName(status);
-  }
+// Rows of a restart interval; without any the whole picture is one.
+int RowsInInterval(const FileInfo& info) {
+  const int rows = info.restart_interval / info.width;
+  return rows > 0 ? rows : info.height;
+}
+
+jpeg::Intervals FindIntervals(const uint8_t* data, size_t size, size_t begin, FileInfo* info) {
+  const int rows = RowsInInterval(*info);
+  const auto count = static_cast<size_t>((info->height + rows - 1) / rows);
+  jpeg::Messages messages;
+  jpeg::Intervals intervals = jpeg::FindIntervals(data, size, begin, count, &messages);
+  for (const jpeg::Message& message : messages.kept()) info->messages.Add(message.ToString());
+  return intervals;
 }
 
 }  // namespace
 
 ScanDecoder::ScanDecoder(const uint8_t* data, size_t size, size_t begin, const Scan& scan,
                          common::Raster* picture, FileInfo* info)
-    : data_(data), size_(size), scan_(scan), picture_(picture), info_(info) {
-  const int height = info->height;
-  const int rows = info->restart_interval / info->width;
-  rows_in_interval_ = rows > 0 ? rows : height;
-  const auto count = static_cast<size_t>((height + rows_in_interval_ - 1) / rows_in_interval_);
-  jpeg::Messages messages;
-  intervals_ = jpeg::FindIntervals(data, size, begin, count, &messages);
-  for (const jpeg::Message& message : messages.kept()) info->messages.Add(message.ToString());
+    : scan_(scan),
+      picture_(picture),
+      info_(info),
+      rows_in_interval_(RowsInInterval(*info)),
+      reader_(data, size, FindIntervals(data, size, begin, info)) {
   const auto width = static_cast<size_t>(info->width);
   for (size_t i = 0; i < scan.parts.size(); ++i) {
     parts_.push_back({scan.parts[i].component, Row(width), Row(width)});
@@ -37,10 +41,8 @@ ScanDecoder::ScanDecoder(const uint8_t* data, size_t size, size_t begin, const S
 }
 
 common::Status ScanDecoder::Decode() {
-  size_t index = 0;
-  for (int y = 0; y < info_->height; y += rows_in_interval_, ++index) {
-    const int rows = std::min(rows_in_interval_, info_->height - y);
-    BeginInterval(intervals_.starts[index], y, rows);
+  for (int y = 0; y < info_->height; y += rows_in_interval_) {
+    BeginInterval(y, std::min(rows_in_interval_, info_->height - y));
     for (int row = y; row < interval_end_; ++row) {
       DecodeRow(row);
       Reconstruct(row == y);
@@ -49,31 +51,17 @@ common::Status ScanDecoder::Decode() {
       }
       TakeRow(row);
     }
-    FinishInterval(index);
+    FinishInterval();
   }
   return common::Status();
 }
 
-void ScanDecoder::BeginInterval(size_t start, int y, int rows) {
+void ScanDecoder::BeginInterval(int y, int rows) {
   interval_end_ = y + rows;
-  lost_ = start == jpeg::Intervals::kLost;
-  if (lost_) {
-    info_->messages.Add("a restart interval is missing: rows " + std::to_string(y) + " to " +
-                        std::to_string(interval_end_ - 1) + " are lost");
-    return;
-  }
-  base_ = start;
-  at_ = 0;
-  marker_ = 0;
-  Rebase();
-  zepiDecodeHuffmanStateInit_JPEG_8u(&state_);
-}
-
-// Positions have 32 bits, files may be larger.
-void ScanDecoder::Rebase() {
-  base_ += static_cast<size_t>(at_);
-  at_ = 0;
-  length_ = static_cast<int32_t>(std::min<size_t>(size_ - base_, INT32_MAX));
+  lost_ = !reader_.Next();
+  if (!lost_) return;
+  info_->messages.Add("a restart interval is missing: rows " + std::to_string(y) + " to " +
+                      std::to_string(interval_end_ - 1) + " are lost");
 }
 
 void ScanDecoder::DecodeRow(int y) {
@@ -83,18 +71,18 @@ void ScanDecoder::DecodeRow(int y) {
     std::fill(parts_[i].row.begin(), parts_[i].row.end(), int16_t{0});  // for what may be lost
   }
   if (lost_) return;
-  if (at_ > INT32_MAX / 2) Rebase();
+  reader_.KeepInRange();
   const zepStatus status = zepiDecodeHuffmanRow_JPEG_1u16s_C1P4(
-      data_ + base_, length_, &at_, rows, info_->width, static_cast<int32_t>(parts_.size()),
-      &marker_, tables_, &state_);
+      reader_.bytes(), reader_.length(), reader_.at(), rows, info_->width,
+      static_cast<int32_t>(parts_.size()), reader_.marker(), tables_, reader_.state());
   if (status != zepStatusOk) ReportLoss(status, y);
 }
 
 void ScanDecoder::ReportLoss(zepStatus status, int y) {
   lost_ = true;
-  info_->messages.AddAtByte(Offset(), Reason(status) + "; row " + std::to_string(y) +
-                                          " is damaged, " + std::to_string(interval_end_ - 1 - y) +
-                                          " more are lost");
+  info_->messages.AddAtByte(reader_.offset(),
+                            jpeg::Reason(status) + "; row " + std::to_string(y) + " is damaged, " +
+                                std::to_string(interval_end_ - 1 - y) + " more are lost");
 }
 
 void ScanDecoder::Reconstruct(bool is_first) {
@@ -138,18 +126,11 @@ void ScanDecoder::TakeRow(int y) {
   for (Part& part : parts_) std::swap(part.row, part.above);
 }
 
-// Much data that no row asked for is a sign of damage that made no bad code.
-void ScanDecoder::FinishInterval(size_t index) {
-  constexpr size_t kMayRemain = 8;
-  if (lost_) return;
-  size_t next = intervals_.end;
-  if (index + 1 < intervals_.starts.size()) {
-    if (intervals_.starts[index + 1] == jpeg::Intervals::kLost) return;
-    next = intervals_.starts[index + 1] - 2;
-  }
-  if (next <= Offset() + kMayRemain) return;
-  info_->messages.AddAtByte(
-      Offset(), std::to_string(next - Offset()) + " bytes are left over; damage before them");
+void ScanDecoder::FinishInterval() {
+  const size_t left = lost_ ? 0 : reader_.LeftOver();
+  if (left == 0) return;
+  info_->messages.AddAtByte(reader_.offset(),
+                            std::to_string(left) + " bytes are left over; damage before them");
 }
 
 }  // namespace ljpeg

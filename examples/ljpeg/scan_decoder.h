@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "jpeg/intervals.h"
+#include "jpeg/interval_reader.h"
 #include "ljpeg/codec.h"
 #include "ljpeg/header.h"
 #include "ljpeg/rows.h"
@@ -25,7 +25,7 @@ class ScanDecoder {
   // An error where predictor 6 meets samples that it cannot have.
   common::Status Decode();
   // Of the marker behind the scan.
-  size_t end() const { return intervals_.end; }
+  size_t end() const { return reader_.end(); }
 
  private:
   struct Part {
@@ -34,33 +34,24 @@ class ScanDecoder {
     Row row;  // differences, then samples
   };
 
-  void BeginInterval(size_t start, int y, int rows);
+  void BeginInterval(int y, int rows);
   void DecodeRow(int y);
   void Reconstruct(bool is_first);
   bool IsPredictable() const;
   void TakeRow(int y);
-  void FinishInterval(size_t index);
+  void FinishInterval();
   void ReportLoss(zepStatus status, int y);
-  size_t Offset() const { return base_ + static_cast<size_t>(at_); }
-  void Rebase();
 
-  const uint8_t* data_;
-  size_t size_;
   const Scan& scan_;
   common::Raster* picture_;
   FileInfo* info_;
   int rows_in_interval_;
-  jpeg::Intervals intervals_;
+  jpeg::IntervalReader reader_;
   std::vector<Part> parts_;
   const zepiDecodeHuffmanSpec* tables_[kMostComponents] = {};
 
-  size_t base_ = 0;  // what positions count from
-  int32_t at_ = 0;
-  int32_t length_ = 0;
-  int32_t marker_ = 0;
   bool lost_ = false;
   int interval_end_ = 0;  // the row behind the interval
-  zepiDecodeHuffmanState state_;
 };
 
 }  // namespace ljpeg
