@@ -15,11 +15,10 @@ namespace {
 
 using harness::CheckOrder;
 using harness::Edge;
-using harness::Guarded;
-using harness::Plane;
 using harness::Random;
 using texture_cases::Blocks;
 using texture_cases::Bytes;
+using texture_cases::ExpectEqualsModel;
 using Format = texture_cases::Format<texture_cases::Decoder>;
 
 uint16_t* AsHalves(uint8_t* bytes) { return reinterpret_cast<uint16_t*>(bytes); }
@@ -44,20 +43,6 @@ const Format kSigned = {"zepiTextureDecodeBlockToRGB_BC6HS_8u16u_C1C3R", 6, 16,
                         }};
 const Format kBc7 = TEXTURE_FORMAT(zepiTextureDecodeBlockToRGBA_BC7_8u_C1C4R, 4, 16);
 const Format kFormats[] = {kUnsigned, kSigned, kBc7};
-
-// The export against the model; all memory is compared, what lies between rows included.
-void ExpectEqualsModel(const Format& format, const Bytes& blocks, zepiSize size, int32_t step,
-                       Edge edge) {
-  Guarded<uint8_t> src(blocks.size(), edge);
-  std::copy(blocks.begin(), blocks.end(), src.raw());
-  const zepiSize bytes = {size.width * format.pixel_bytes, size.height};
-  Plane<uint8_t> got(bytes, step, edge), want(bytes, step, edge);
-  ASSERT_EQ(format.call(src.raw(), got.base(), step, size), zepStatusOk);
-  ASSERT_EQ(format.model(src.raw(), want.base(), step, size), zepStatusOk);
-  ASSERT_EQ(std::memcmp(got.memory().raw(), want.memory().raw(), got.memory().bytes()), 0)
-      << format.name << " " << size.width << "x" << size.height << " step " << step << " seed "
-      << harness::Seed();
-}
 
 // Numbers of modes as a block's first bits: BC7's and none, and BC6H's, all in five bits.
 const Bytes kBc7Modes = {1, 2, 4, 8, 16, 32, 64, 128, 0};
@@ -93,17 +78,8 @@ Bytes MakeBlocks(const Format& format, size_t count, Random& random, int only_mo
 TEST(BptcDecoding, EverySize) {
   Random random(harness::Seed());
   for (const Format& format : kFormats) {
-    for (int width = 1; width <= 9; ++width) {
-      for (int height = 1; height <= 9; ++height) {
-        const zepiSize size = {width, height};
-        const Bytes blocks = MakeBlocks(format, Blocks(size), random);
-        for (const int32_t step : texture_cases::Steps(width * format.pixel_bytes)) {
-          for (const Edge edge : {Edge::kStart, Edge::kEnd}) {
-            ExpectEqualsModel(format, blocks, size, step, edge);
-          }
-        }
-      }
-    }
+    texture_cases::ExpectEverySizeEqualsModel(
+        format, 9, [&](zepiSize size) { return MakeBlocks(format, Blocks(size), random); });
   }
 }
 

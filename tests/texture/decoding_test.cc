@@ -16,11 +16,10 @@ namespace {
 
 using harness::CheckOrder;
 using harness::Edge;
-using harness::Guarded;
-using harness::Plane;
 using harness::Random;
 using texture_cases::Blocks;
 using texture_cases::Bytes;
+using texture_cases::ExpectEqualsModel;
 using Format = texture_cases::Format<texture_cases::Decoder>;
 
 const Format kDxt1 = TEXTURE_FORMAT(zepiTextureDecodeBlockToRGBA_DXT1_8u_C1C4R, 4, 8);
@@ -29,20 +28,6 @@ const Format kDxt5 = TEXTURE_FORMAT(zepiTextureDecodeBlockToRGBA_DXT5_8u_C1C4R, 
 const Format kBc4 = TEXTURE_FORMAT(zepiTextureDecodeBlock_BC4_8u_C1R, 1, 8);
 const Format kBc5 = TEXTURE_FORMAT(zepiTextureDecodeBlockToRG_BC5_8u_C1C2R, 2, 16);
 const Format kFormats[] = {kDxt1, kDxt3, kDxt5, kBc4, kBc5};
-
-// The export against the model; all memory is compared, what lies between rows included.
-void ExpectEqualsModel(const Format& format, const Bytes& blocks, zepiSize size, int32_t step,
-                       Edge edge) {
-  Guarded<uint8_t> src(blocks.size(), edge);
-  std::copy(blocks.begin(), blocks.end(), src.raw());
-  const zepiSize bytes = {size.width * format.pixel_bytes, size.height};
-  Plane<uint8_t> got(bytes, step, edge), want(bytes, step, edge);
-  ASSERT_EQ(format.call(src.raw(), got.base(), step, size), zepStatusOk);
-  ASSERT_EQ(format.model(src.raw(), want.base(), step, size), zepStatusOk);
-  ASSERT_EQ(std::memcmp(got.memory().raw(), want.memory().raw(), got.memory().bytes()), 0)
-      << format.name << " " << size.width << "x" << size.height << " step " << step << " seed "
-      << harness::Seed();
-}
 
 Bytes RandomBlocks(const Format& format, zepiSize size, Random& random) {
   Bytes blocks(Blocks(size) * static_cast<size_t>(format.block_bytes));
@@ -53,17 +38,8 @@ Bytes RandomBlocks(const Format& format, zepiSize size, Random& random) {
 TEST(TextureDecoding, EverySize) {
   Random random(harness::Seed());
   for (const Format& format : kFormats) {
-    for (int width = 1; width <= 13; ++width) {
-      for (int height = 1; height <= 13; ++height) {
-        const zepiSize size = {width, height};
-        const Bytes blocks = RandomBlocks(format, size, random);
-        for (const int32_t step : texture_cases::Steps(width * format.pixel_bytes)) {
-          for (const Edge edge : {Edge::kStart, Edge::kEnd}) {
-            ExpectEqualsModel(format, blocks, size, step, edge);
-          }
-        }
-      }
-    }
+    texture_cases::ExpectEverySizeEqualsModel(
+        format, 13, [&](zepiSize size) { return RandomBlocks(format, size, random); });
   }
 }
 

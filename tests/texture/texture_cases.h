@@ -3,9 +3,15 @@
 #ifndef ZEPJP_TESTS_TEXTURE_TEXTURE_CASES_H_
 #define ZEPJP_TESTS_TEXTURE_TEXTURE_CASES_H_
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
 #include <functional>
 #include <vector>
 
+#include "harness/random.h"
+#include "harness/region.h"
 #include "zepjp.h"
 
 namespace texture_cases {
@@ -37,6 +43,37 @@ inline size_t Blocks(zepiSize size) {
 // Steps for rows of `width` bytes: tight, loose, upwards, and rows that overlap.
 inline std::vector<int32_t> Steps(int32_t width) {
   return {width, width + 1, width + 13, -width, -width - 7, width / 2 + 1, -1, 1};
+}
+
+// The export against the model; all memory is compared, what lies between rows included.
+inline void ExpectEqualsModel(const Format<Decoder>& format, const Bytes& blocks, zepiSize size,
+                              int32_t step, harness::Edge edge) {
+  harness::Guarded<uint8_t> src(blocks.size(), edge);
+  std::copy(blocks.begin(), blocks.end(), src.raw());
+  const zepiSize bytes = {size.width * format.pixel_bytes, size.height};
+  harness::Plane<uint8_t> got(bytes, step, edge), want(bytes, step, edge);
+  ASSERT_EQ(format.call(src.raw(), got.base(), step, size), zepStatusOk);
+  ASSERT_EQ(format.model(src.raw(), want.base(), step, size), zepStatusOk);
+  ASSERT_EQ(std::memcmp(got.memory().raw(), want.memory().raw(), got.memory().bytes()), 0)
+      << format.name << " " << size.width << "x" << size.height << " step " << step << " seed "
+      << harness::Seed();
+}
+
+// The same for all sizes up to `most` on a side; make_blocks(size) gives their blocks.
+template <class MakeBlocks>
+void ExpectEverySizeEqualsModel(const Format<Decoder>& format, int most,
+                                const MakeBlocks& make_blocks) {
+  for (int width = 1; width <= most; ++width) {
+    for (int height = 1; height <= most; ++height) {
+      const zepiSize size = {width, height};
+      const Bytes blocks = make_blocks(size);
+      for (const int32_t step : Steps(width * format.pixel_bytes)) {
+        for (const harness::Edge edge : {harness::Edge::kStart, harness::Edge::kEnd}) {
+          ExpectEqualsModel(format, blocks, size, step, edge);
+        }
+      }
+    }
+  }
 }
 
 }  // namespace texture_cases
