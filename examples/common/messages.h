@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What a decoder found wrong with a file that it could read all the same.
+// What a decoder found wrong with a file that it could read all the same. A decoder that also has things to
+// say that cost no sample (an unusual file, not a damaged one) keeps them in a second list, `notes`.
 #ifndef ZEPJP_EXAMPLES_COMMON_MESSAGES_H_
 #define ZEPJP_EXAMPLES_COMMON_MESSAGES_H_
 

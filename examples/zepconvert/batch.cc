@@ -129,7 +129,9 @@ class Batch {
       console_.Say(std::string(name).append("damaged: ").append(warning));
     }
     if (settings_.quiet) return;
-    for (const std::string& note : result.notes) console_.Say(name + note);
+    for (const std::string& note : result.notes) {
+      console_.Say(std::string(name).append("note: ").append(note));
+    }
   }
 
   Settings settings_;

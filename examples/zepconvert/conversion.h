@@ -47,7 +47,7 @@ struct Result {
   bool started = false;
   common::Status status;
   std::vector<std::string> warnings;  // damage in the input
-  std::vector<std::string> notes;
+  std::vector<std::string> notes;     // what the user should know; the exit code stays 0
   int width = 0;
   int height = 0;
   size_t input_bytes = 0;

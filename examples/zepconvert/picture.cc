@@ -24,13 +24,17 @@ int64_t BigEndian32(const uint8_t* bytes) {
   return int64_t{bytes[0]} << 24 | bytes[1] << 16 | bytes[2] << 8 | bytes[3];
 }
 
+void Append(const common::Messages& messages, std::vector<std::string>* texts) {
+  texts->insert(texts->end(), messages.kept().begin(), messages.kept().end());
+  const int64_t more = messages.count() - static_cast<int64_t>(messages.kept().size());
+  if (more > 0) texts->push_back("and " + std::to_string(more) + " more");
+}
+
 }  // namespace
 
-void Picture::TakeWarnings(const common::Messages& messages) {
-  warnings = messages.kept();
-  const int64_t more = messages.count() - static_cast<int64_t>(warnings.size());
-  if (more > 0) warnings.push_back("and " + std::to_string(more) + " more");
-}
+void Picture::TakeWarnings(const common::Messages& messages) { Append(messages, &warnings); }
+
+void Picture::TakeNotes(const common::Messages& messages) { Append(messages, &notes); }
 
 Format FormatOfBytes(const uint8_t* data, size_t size) {
   if (size >= 3 && data[0] == 0xFF && data[1] == 0xD8 && data[2] == 0xFF) {

@@ -18,7 +18,10 @@ namespace zepconvert {
 
 struct Picture {
   bool IsDeep() const { return deep.channels() > 0; }
+  // Damage: the tool prints "damaged: TEXT" and ends with exit code 4.
   void TakeWarnings(const common::Messages& messages);
+  // What is unusual but costs nothing: the tool prints "note: TEXT", and the exit code stays 0.
+  void TakeNotes(const common::Messages& messages);
 
   common::Image image;
   common::Raster deep;  // instead, where samples have another depth than 8 bits

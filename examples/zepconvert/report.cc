@@ -215,6 +215,7 @@ common::Status Pictures(const Result& result, size_t number, const std::string& 
   for (const std::string& warning : result.warnings) {
     *html += "<p class=\"bad\">damaged: " + Escape(warning) + "</p>\n";
   }
+  for (const std::string& note : result.notes) *html += "<p>note: " + Escape(note) + "</p>\n";
   *html += "<div class=\"pair\">\n" +
            Figure(original, "original, " + Kilobytes(result.input_bytes) + " kB") +
            Figure(converted, "result, " + Kilobytes(result.output_bytes) + " kB, " +

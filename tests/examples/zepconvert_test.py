@@ -149,6 +149,13 @@ class ZepconvertTest(unittest.TestCase):
         self.write("o.png", png(20, 10, 4, opaque))
         self.assertEqual(self.run_tool("o.png", "o.jpg"), "")
 
+    def test_notes_are_not_damage(self):
+        self.write("t.png", png(20, 10, 4, bytes(i * 7 % 256 for i in range(800))))
+        text = self.run_tool("t.png", "t.jpg", "--report", "r")
+        self.assertEqual(text, "zepconvert: t.png: note: transparent parts were laid over white\n")
+        self.assertIn("<p>note: transparent", self.read("r/index.html").decode())
+        self.assertEqual(self.run_tool("t.png", "t.jpg", "--quiet"), "")
+
     def test_bc7(self):
         sizes = set()
         for options, mode in ((["--mode", "0"], 0), (["--mode", "5"], 5), (["--fast"], 6), ([], None),
