@@ -690,7 +690,10 @@ ZEP_API zepStatus ZEP_CALL zepiQuantInv8x8_JPEG_16s_C1I(int16_t* pSrcDst,
  * @{
  */
 
-/** Forward DCT and quantization of a block of signed (level-shifted) values; pDst may be pSrc. */
+/**
+ * Forward DCT and quantization of a block of signed (level-shifted) values; pDst may be pSrc. For values
+ * beyond 8 bits and a sign the sums saturate, none wraps: a constant block of 256 to 32767 gives a DC of 2048.
+ */
 ZEP_API zepStatus ZEP_CALL zepiDCTQuantFwd8x8_JPEG_16s_C1(const int16_t* pSrc, int16_t* pDst,
                                                           const uint16_t* pQuantFwdTable);
 /** zepiDCTQuantFwd8x8_JPEG_16s_C1() in place. */

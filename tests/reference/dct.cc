@@ -63,12 +63,11 @@ void ForwardColumn(Values& v, int x) {
     sum[i] = Add(at(i), at(7 - i));
     difference[i] = Sub(at(i), at(7 - i));
   }
-  const int32_t p03 = Saturate(8 * Add(sum[0], sum[3]));
+  const int32_t p03 = Add(sum[0], sum[3]), p12 = Add(sum[1], sum[2]);
   const int32_t m03 = Saturate(8 * Sub(sum[0], sum[3]));
-  const int32_t p12 = Saturate(8 * Add(sum[1], sum[2]));
   const int32_t m12 = Saturate(8 * Sub(sum[1], sum[2]));
-  at(0) = Add(p03, p12);
-  at(4) = Sub(p03, p12);
+  at(0) = Saturate(8 * Add(p03, p12));
+  at(4) = Saturate(8 * Sub(p03, p12));
   at(2) = odd_or(Add(m03, MulHigh(m12, 27146)));
   at(6) = odd_or(Sub(MulHigh(m03, 27146), m12));
   const int32_t d07 = Saturate(8 * difference[0]);
@@ -97,8 +96,7 @@ void ForwardRow(Values& v, int y) {
       const int32_t pair = u % 2 == 0 ? Add(row[x], row[7 - x]) : Sub(row[x], row[7 - x]);
       sum += int64_t{pair} * RowWeight(y, x, u);
     }
-    // The sum of four products wraps in 32 bits.
-    out[u] = Saturate(static_cast<int32_t>(static_cast<uint32_t>(sum)) >> 20);
+    out[u] = Saturate(sum >> 20);
   }
   std::copy(out, out + 8, row);
 }

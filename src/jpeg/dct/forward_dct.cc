@@ -71,15 +71,16 @@ HWY_INLINE Mirrored Mirror(const Rows& x) {
 
 template <Input kInput>
 HWY_INLINE void EvenRows(const Mirrored& m, Rows& out) {
-  const VRow p03 = Scale<kInput, 3>(hn::SaturatedAdd(m.sum[0], m.sum[3]));
+  const VRow p03 = hn::SaturatedAdd(m.sum[0], m.sum[3]);
+  const VRow p12 = hn::SaturatedAdd(m.sum[1], m.sum[2]);
   const VRow m03 = Scale<kInput, 3>(hn::SaturatedSub(m.sum[0], m.sum[3]));
-  const VRow p12 = Scale<kInput, 3>(hn::SaturatedAdd(m.sum[1], m.sum[2]));
   const VRow m12 = Scale<kInput, 3>(hn::SaturatedSub(m.sum[1], m.sum[2]));
-  out.row[0] = hn::SaturatedAdd(p03, p12);
+  // Without a product the scale comes last: two scaled sums that saturate would cancel.
+  out.row[0] = Scale<kInput, 3>(hn::SaturatedAdd(p03, p12));
   if constexpr (kInput == Input::kSamples) {
     out.row[0] = hn::Sub(out.row[0], hn::Set(DRow(), 8 * 8 * 128));
   }
-  out.row[4] = hn::SaturatedSub(p03, p12);
+  out.row[4] = Scale<kInput, 3>(hn::SaturatedSub(p03, p12));
   out.row[2] = Rounded(hn::SaturatedAdd(m03, MulHigh(m12, kTan2)));
   out.row[6] = Rounded(hn::SaturatedSub(MulHigh(m03, kTan2), m12));
 }
@@ -104,8 +105,23 @@ HWY_INLINE void OddRows(const Mirrored& m, Rows& out) {
   out.row[5] = hn::SaturatedAdd(TimesTan3(m765), m465);
 }
 
+// (a0 b0 + a1 b1 + 2^19) >> 20 of dot products of pairs. From samples it fits in 32 bits. Values that
+// saturate the columns lead up to 2^32: no single dot product leaves 32 bits (two factors are less than
+// 2^16 together), and neither does half the sum, floor((x + y) / 2).
+template <Input kInput>
+HWY_INLINE V32 RoundedDots(V16 a0, V16 b0, V16 a1, V16 b1) {
+  const D32 d;
+  if constexpr (kInput == Input::kSamples) {
+    return hn::ShiftRight<20>(DotAcc(DotAcc(hn::Set(d, 1 << 19), a0, b0), a1, b1));
+  }
+  const V32 x = DotAcc(hn::Zero(d), a0, b0), y = DotAcc(hn::Zero(d), a1, b1);
+  const V32 half = hn::Add(hn::And(x, y), hn::ShiftRight<1>(hn::Xor(x, y)));
+  return hn::ShiftRight<19>(hn::Add(half, hn::Set(d, 1 << 18)));
+}
+
 // Sums and differences of mirrored samples in pairs, (s0 s1)(d0 d1) and (s2 s3)(d2 d3), each twice:
 // with the factors of the frequencies 0 to 3, then 4 to 7, they give a row in its order.
+template <Input kInput>
 HWY_INLINE V16 RowPass(V16 rows, int vector) {
   static constexpr LaneOrder kReverse = MakeLaneOrder(7, 6, 5, 4, 3, 2, 1, 0);
   const V16 mirrored = Reorder(rows, kReverse);
@@ -116,8 +132,8 @@ HWY_INLINE V16 RowPass(V16 rows, int vector) {
   const V16 pairs01 = hn::BitCast(D16(), hn::InterleaveLower(d64, pairs, pairs));
   const V16 pairs23 = hn::BitCast(D16(), hn::InterleaveUpper(d64, pairs, pairs));
   const auto dot = [&](int which) ZEP_ATTR {
-    const V32 sum = DotAcc(hn::Set(D32(), 1 << 19), pairs01, Factors(kForwardTable, which, vector));
-    return hn::ShiftRight<20>(DotAcc(sum, pairs23, Factors(kForwardTable, which + 1, vector)));
+    return RoundedDots<kInput>(pairs01, Factors(kForwardTable, which, vector), pairs23,
+                               Factors(kForwardTable, which + 1, vector));
   };
   return PackBlocks(dot(0), dot(2));
 }
@@ -143,7 +159,7 @@ HWY_INLINE void Transform(const Rows& x, int16_t* dst, const uint16_t* table) {
   OddRows<kInput>(mirrored, columns);
 #pragma GCC unroll 8
   for (int i = 0; i < kVectors; ++i) {
-    const V16 coefficients = RowPass(JoinRows(columns.row + i * kRowsInVector), i);
+    const V16 coefficients = RowPass<kInput>(JoinRows(columns.row + i * kRowsInVector), i);
     const int first = 8 * kRowsInVector * i;
     hn::StoreU(Quantize(coefficients, table + first), D16(), dst + first);
   }

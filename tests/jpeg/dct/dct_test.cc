@@ -218,6 +218,82 @@ TEST(Dct, ForwardErrorIsThatOfRounding) {
   for (size_t i = 0; i < 64; ++i) EXPECT_LE(std::abs(mean[i]), 0.055) << i;
 }
 
+// Values beyond 8 bits and a sign, with steps of 1: what the sums hold comes within 2 of the exact
+// coefficient; what is beyond saturates, with the sign of the exact one.
+struct Extremes {
+  std::array<int16_t, 64> got;
+  reference::ExactBlock exact;
+
+  explicit Extremes(const std::array<int16_t, 64>& values) {
+    uint16_t ones[64];
+    std::fill_n(ones, 64, uint16_t{32768});
+    EXPECT_EQ(zepiDCTQuantFwd8x8_JPEG_16s_C1(values.data(), got.data(), ones), zepStatusOk);
+    auto in_place = values;
+    EXPECT_EQ(zepiDCTQuantFwd8x8_JPEG_16s_C1I(in_place.data(), ones), zepStatusOk);
+    EXPECT_EQ(got, in_place);
+    std::copy(values.begin(), values.end(), exact.begin());
+    exact = reference::ExactForward(exact);
+  }
+};
+
+TEST(Dct, ForwardOfConstantValuesSaturates) {
+  for (const int value :
+       {0,    1,    -1,    100,   255,   256,  257,  300,  511,  512,   1023,   4095,
+        4096, 8192, 16384, 32766, 32767, -255, -256, -257, -512, -8193, -32767, -32768}) {
+    std::array<int16_t, 64> values;
+    values.fill(static_cast<int16_t>(value));
+    const Extremes block(values);
+    EXPECT_EQ(block.got[0], std::clamp(8 * value, -2048, 2048)) << value;
+    EXPECT_TRUE(std::all_of(block.got.begin() + 1, block.got.end(), [](int16_t v) {
+      return v == 0;
+    })) << value;
+  }
+}
+
+// Signs of a row times signs of a column: each of a pair's 2^14 products at up to ten bits and a sign,
+// for which columns saturate in their last sums only.
+TEST(Dct, ForwardOfAlternatingValuesSaturates) {
+  const int stride = harness::Exhaustive() ? 1 : 13;
+  for (const int amplitude : {255, 256, 600, 1023}) {
+    for (int signs = 0; signs < 1 << 14; signs += stride) {
+      std::array<int16_t, 64> values;
+      for (int i = 0; i < 64; ++i) {
+        const bool is_negative = ((signs >> (i % 8) ^ signs >> (7 + i / 8)) & 1) != 0;
+        values[static_cast<size_t>(i)] = static_cast<int16_t>(is_negative ? -amplitude : amplitude);
+      }
+      const Extremes block(values);
+      for (size_t i = 0; i < 64; ++i) {
+        if (amplitude < 256) {
+          ASSERT_NEAR(block.got[i], block.exact[i], 2) << i << " signs " << signs;
+        } else if (std::abs(block.exact[i]) >= 2048) {
+          ASSERT_EQ(block.got[i] < 0, block.exact[i] < 0) << i << " signs " << signs;
+          ASSERT_GE(std::abs(block.got[i]), 512) << i << " signs " << signs;
+        }
+      }
+    }
+  }
+}
+
+// The pattern of each frequency alone, up to the largest values: its own coefficient saturates.
+TEST(Dct, ForwardOfFrequenciesSaturates) {
+  for (const int amplitude : {256, 1000, 5000, 20000, 32767, -256, -5000, -32767}) {
+    for (size_t frequency = 0; frequency < 64; ++frequency) {
+      reference::ExactBlock alone = {};
+      alone[frequency] = 1;
+      const auto waves = reference::ExactInverse(alone);
+      std::array<int16_t, 64> values;
+      for (size_t i = 0; i < 64; ++i) {
+        values[i] = static_cast<int16_t>(waves[i] < 0 ? -amplitude : amplitude);
+      }
+      const Extremes block(values);
+      const double exact = block.exact[frequency];
+      EXPECT_EQ(block.got[frequency] < 0, exact < 0) << frequency << " of " << amplitude;
+      EXPECT_GE(std::abs(block.got[frequency]), 1024) << frequency << " of " << amplitude;
+      EXPECT_LE(std::abs(block.got[frequency]), std::abs(exact) + 2);
+    }
+  }
+}
+
 TEST(Dct, ForwardOfFlatBlocks) {
   uint16_t table[64];
   std::fill_n(table, 64, uint16_t{32768});
