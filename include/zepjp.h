@@ -23,7 +23,9 @@
  * - **Threads.** Any functions may run at the same time on separate data. Functions marked
  *   *row-parallel* split regions of more than 8192 elements over the threads that the core library
  *   allows (zepSetNumThreads() in zepcore.h; 1 switches it off); all others stay on the calling
- *   thread.
+ *   thread. Where the system has fewer threads or less memory to give, fewer threads do the work;
+ *   a child of fork() works on one thread. The shared library stays in memory after dlclose(),
+ *   because threads of the OpenMP runtime may still run its code.
  * - No function throws, logs or ends the program.
  */
 #ifndef ZEPJP_H

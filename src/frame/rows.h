@@ -9,6 +9,10 @@
 #include "zepcore.h"
 #include "zepjp.h"
 
+#ifdef _OPENMP
+#  include "frame/team.h"
+#endif
+
 namespace zepjp {
 
 // Row `y` of a plane whose rows lie `step` bytes apart; the address is computed in 64 bits.
@@ -27,10 +31,13 @@ template <class RowFunction>
 void ForRows(zepiSize roi, const RowFunction& row) {
   [[maybe_unused]] const int32_t threads = ownGetNumThreads();
 #ifdef _OPENMP
-  if (int64_t{roi.width} * roi.height > kMaxSerialElements && threads > 1) {
-#  pragma omp parallel for schedule(static) num_threads(threads)
-    for (int32_t y = 0; y < roi.height; ++y) row(y);
-    return;
+  if (int64_t{roi.width} * roi.height > kMaxSerialElements) {
+    const int32_t team = TeamSize(threads);
+    if (team > 1) {
+#  pragma omp parallel for schedule(static) num_threads(team)
+      for (int32_t y = 0; y < roi.height; ++y) row(y);
+      return;
+    }
   }
 #endif
   for (int32_t y = 0; y < roi.height; ++y) row(y);

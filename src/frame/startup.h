@@ -7,8 +7,8 @@
 
 #include "zepcore.h"
 
-// A constructor that runs before those of the program's own global objects (static libraries).
-#define ZEP_AT_LOAD __attribute__((constructor(101)))
+// A constructor that runs before all of the program's own, which start at 101 (static libraries).
+#define ZEP_AT_LOAD __attribute__((constructor(100)))
 
 namespace zepjp {
 
