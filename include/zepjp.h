@@ -1202,8 +1202,7 @@ ZEP_API zepStatus ZEP_CALL zepiDecodeHuffmanRow_JPEG_1u16s_C1P4(
  *
  * Checks: pointers; `srcLen` below 1: ::zepStatusBadSize; `*pDstLen` below 1: ::zepStatusBufferExhausted.
  * @param[in,out] pDstLen room on entry, bytes written on return; on failure it keeps its value.
- * @return ::zepStatusBufferExhausted: too little room, and nothing was written; ::zepStatusMemAlloc: rows above
- *   16384 bytes may take as many bytes of memory, and there were none.
+ * @return ::zepStatusBufferExhausted: too little room, and nothing was written.
  */
 ZEP_API zepStatus ZEP_CALL zepiPackBitsRow_TIFF_8u_C1(const uint8_t* pSrc, int32_t srcLen,
                                                       uint8_t* pDst, int32_t* pDstLen);

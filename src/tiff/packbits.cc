@@ -8,17 +8,19 @@
 // itself. So no key in reach that can still win exceeds m + 1, and two sets of 128 bits, the positions of key m
 // and those of m + 1, are all there is to know. Eight bytes that are all different, or all equal, go at once.
 //
-// Where there is room for any row, this is done in pieces. A run of 4 to 128 bytes is a packet in every shortest
+// This is done in pieces. A run of 4 to 128 bytes is a packet in every shortest
 // packing: as literal bytes it would cost two or more above what it saves, one header of a literal behind it. So is a
 // longer one whose rest beyond packets of 128 is none, or 4 or more. What lies between such runs stands alone, and where
 // that is short, it holds runs of one to three bytes only. Of these a run packet saves something only where it ends a
 // literal, or begins, without another header: a three does if no single byte comes before the next three or
 // the end; a pair does so only where it does not lie behind a literal.
+//
+// No memory is allocated. Control bytes are kept for one block of the row at a time: a first pass over a longer piece
+// only notes where the plan stood at the end of each of its parts, and each part is then planned again from there.
 #include <algorithm>
 #include <cstring>
 
 #include "frame/checks.h"
-#include "frame/memory.h"
 #include "hwy/base.h"
 
 namespace zepjp {
@@ -28,7 +30,8 @@ constexpr uint32_t kMost = 128;        // bytes of a packet
 constexpr uint8_t kNothing = 128;      // a control byte without a packet
 constexpr uint32_t kRunControl = 257;  // the control byte of a run is this minus its length
 
-constexpr int32_t kOnStack = 16384;  // bytes of a row, or of a piece of one
+constexpr uint32_t kBlock = 16384;  // bytes whose control bytes are kept; a multiple of kMost
+constexpr uint32_t kParts = 16;     // of a piece longer than a block
 
 constexpr uint64_t kEach = 0x0101010101010101;  // times a byte: eight of them
 
@@ -60,18 +63,29 @@ struct Positions {
   }
 };
 
-// For each byte of a row the control byte of the packet that best begins there. Where both kinds are as good
-// it is a literal, and of literals the longest. Keys are modulo 2^32; only their differences count.
+// Where the plan of a row stands between two blocks. Keys are modulo 2^32; only their differences count.
+struct Progress {
+  Progress() = default;
+  explicit Progress(uint32_t row_size) : least(row_size), last(row_size) { at_least.low = 1; }
+
+  Positions at_least, above_least;  // the positions of the least key in reach, and of that plus 1
+  uint32_t least = 0;
+  uint32_t last = 0;        // the key of the position that was planned last
+  uint32_t behind_run = 0;  // of the byte behind the run
+  uint32_t run = 0;         // equal bytes from the last position on
+};
+
+// For each byte of a block the control byte of the packet that best begins there. Where both kinds are as good
+// it is a literal, and of literals the longest.
 class Planner {
  public:
-  Planner(uint32_t size, uint8_t* controls, uint32_t* keys)
-      : controls_(controls), keys_(keys), least_(size), last_(size) {}
+  Planner(const Progress& start, uint8_t* controls, uint32_t* keys)
+      : controls_(controls), keys_(keys), now_(start) {}
 
-  // Returns the length of the packed row.
-  uint32_t Plan(const uint8_t* src, uint32_t size) {
+  // With more of the row behind the block its last byte is compared with the next one.
+  HWY_INLINE Progress Plan(const uint8_t* src, uint32_t size, bool has_more) {
     uint32_t i = size - 1;
-    at_least_.low = 1;
-    PlanOne(i, 0);
+    PlanOne(i, has_more && src[i] == src[size] ? 1 : 0);
     for (; i >= 8; i -= 8) {
       const uint64_t equal = ZeroBytes(Load64(src + i - 8) ^ Load64(src + i - 7));
       if (equal == 0 && PlanLiterals(i - 8)) continue;
@@ -79,59 +93,60 @@ class Planner {
       for (uint32_t k = 1; k <= 8; ++k) PlanOne(i - k, equal >> (71 - 8 * k) & 1);
     }
     for (; i > 0; --i) PlanOne(i - 1, src[i - 1] == src[i] ? 1 : 0);
-    return last_;  // for position 0 cost and key are the same
+    return now_;
   }
 
  private:
   // Byte `i`; whether the next one equals it.
   HWY_INLINE void PlanOne(uint32_t i, uint64_t is_equal) {
     const uint32_t in_run = 0u - static_cast<uint32_t>(is_equal);
-    behind_run_ = (behind_run_ & in_run) | (last_ & ~in_run);
-    run_ = (run_ & in_run) + 1;
-    const uint32_t key = run_ <= kMost ? behind_run_ - run_ + 2 : keys_[i % kMost] - kMost + 2;
+    now_.behind_run = (now_.behind_run & in_run) | (now_.last & ~in_run);
+    now_.run = (now_.run & in_run) + 1;
+    const uint32_t key =
+        now_.run <= kMost ? now_.behind_run - now_.run + 2 : keys_[i % kMost] - kMost + 2;
     // No jumps below: in pictures they could not be foreseen. Masks are all ones where their name holds.
-    const int64_t above = std::min(static_cast<int32_t>(key - least_), int32_t{1});
+    const int64_t above = std::min(static_cast<int32_t>(key - now_.least), int32_t{1});
     const auto is_run = static_cast<uint64_t>((above - 1) >> 63);
     const auto is_best = static_cast<uint64_t>(above >> 63);
-    const uint64_t run_control = kRunControl - std::min(run_, kMost);
-    const uint64_t literal = at_least_.Farthest();
+    const uint64_t run_control = kRunControl - std::min(now_.run, kMost);
+    const uint64_t literal = now_.at_least.Farthest();
     controls_[i] = static_cast<uint8_t>(literal ^ ((literal ^ run_control) & is_run));
-    last_ = least_ + static_cast<uint32_t>(above);
-    keys_[i % kMost] = last_;
-    at_least_.Advance(1);
-    above_least_.Advance(1);
-    at_least_.low = (at_least_.low & ~is_best) | (is_run & 1);
-    at_least_.high &= ~is_best;
-    above_least_.low = (above_least_.low | 1) & ~is_run;
-    above_least_.high &= ~is_run;
-    least_ += static_cast<uint32_t>(above) & static_cast<uint32_t>(is_best);
+    now_.last = now_.least + static_cast<uint32_t>(above);
+    keys_[i % kMost] = now_.last;
+    now_.at_least.Advance(1);
+    now_.above_least.Advance(1);
+    now_.at_least.low = (now_.at_least.low & ~is_best) | (is_run & 1);
+    now_.at_least.high &= ~is_best;
+    now_.above_least.low = (now_.above_least.low | 1) & ~is_run;
+    now_.above_least.high &= ~is_run;
+    now_.least += static_cast<uint32_t>(above) & static_cast<uint32_t>(is_best);
     ForgetLeast();
   }
 
   HWY_INLINE void ForgetLeast() {
-    if (__builtin_expect(!at_least_.IsEmpty(), 1)) return;
-    at_least_ = above_least_;
-    above_least_ = Positions();
-    ++least_;
+    if (__builtin_expect(!now_.at_least.IsEmpty(), 1)) return;
+    now_.at_least = now_.above_least;
+    now_.above_least = Positions();
+    ++now_.least;
   }
 
   // Eight bytes from `low` on, each different from the next. False: they have to be planned one by one.
   HWY_INLINE bool PlanLiterals(uint32_t low) {
     constexpr uint64_t kAllEight = uint64_t{0xFF} << 56;
-    const uint64_t literal = at_least_.Farthest();
+    const uint64_t literal = now_.at_least.Farthest();
     if (literal + 7 < kMost) {
       Store64(literal * kEach + 0x0001020304050607, controls_ + low);
-    } else if ((at_least_.high & kAllEight) == kAllEight) {
+    } else if ((now_.at_least.high & kAllEight) == kAllEight) {
       Store64((kMost - 1) * kEach, controls_ + low);
     } else {
       return false;
     }
-    last_ = behind_run_ = least_ + 1;
-    keys_[low % kMost] = last_;  // a run may end here
-    run_ = 1;
-    at_least_.Advance(8);
-    above_least_.Advance(8);
-    above_least_.low |= 0xFF;
+    now_.last = now_.behind_run = now_.least + 1;
+    keys_[low % kMost] = now_.last;  // a run may end here
+    now_.run = 1;
+    now_.at_least.Advance(8);
+    now_.above_least.Advance(8);
+    now_.above_least.low |= 0xFF;
     ForgetLeast();
     return true;
   }
@@ -141,32 +156,28 @@ class Planner {
   HWY_INLINE bool PlanRun(uint32_t low) {
     uint32_t key;
     uint64_t controls;
-    if (run_ + 8 <= kMost) {
-      key = behind_run_ - run_ + 1;
-      controls = (kRunControl - 8 - run_) * kEach + 0x0706050403020100;
-    } else if (run_ >= kMost && keys_[(low + 7) % kMost] - keys_[low % kMost] == 7) {
+    if (now_.run + 8 <= kMost) {
+      key = now_.behind_run - now_.run + 1;
+      controls = (kRunControl - 8 - now_.run) * kEach + 0x0706050403020100;
+    } else if (now_.run >= kMost && keys_[(low + 7) % kMost] - keys_[low % kMost] == 7) {
       key = keys_[(low + 7) % kMost] - kMost + 2;
       controls = (kRunControl - kMost) * kEach;
     } else {
       return false;
     }
-    if (static_cast<int32_t>(key - least_) >= 0) return false;
+    if (static_cast<int32_t>(key - now_.least) >= 0) return false;
     Store64(controls, controls_ + low);
     for (uint32_t k = 0; k < 8; ++k) keys_[(low + 7 - k) % kMost] = key - k;
-    last_ = least_ = key - 7;
-    run_ += 8;
-    at_least_ = {1, 0};
-    above_least_ = Positions();
+    now_.last = now_.least = key - 7;
+    now_.run += 8;
+    now_.at_least = {1, 0};
+    now_.above_least = Positions();
     return true;
   }
 
   uint8_t* controls_;
   uint32_t* keys_;  // of positions in a run
-  Positions at_least_, above_least_;
-  uint32_t least_;           // the key of at_least_
-  uint32_t last_;            // of the position that was planned last
-  uint32_t behind_run_ = 0;  // of the byte behind the run
-  uint32_t run_ = 0;         // equal bytes from the last position on
+  Progress now_;
 };
 
 uint8_t* WriteLiteral(const uint8_t* src, uint32_t count, uint8_t* dst) {
@@ -181,26 +192,108 @@ uint8_t* WriteRun(uint8_t byte, uint32_t count, uint8_t* dst) {
   return dst + 2;
 }
 
-uint8_t* WritePackets(const uint8_t* src, uint32_t size, const uint8_t* controls, uint8_t* dst) {
-  for (uint32_t i = 0; i < size;) {
-    const uint8_t control = controls[i];
-    const uint32_t count = control > kNothing ? kRunControl - control : control + 1u;
-    dst = control > kNothing ? WriteRun(src[i], count, dst) : WriteLiteral(src + i, count, dst);
-    i += count;
-  }
-  return dst;
-}
+// Packs a row, or a piece of one that stands alone, exactly.
+class ExactPacker {
+ public:
+  ExactPacker(const uint8_t* src, uint32_t size) : src_(src), size_(size) {}
 
-zepStatus Pack(const uint8_t* src, int32_t size, uint8_t* controls, uint8_t* dst,
-               int32_t* dst_size) {
-  const auto count = static_cast<uint32_t>(size);
-  uint32_t keys[kMost];
-  const uint32_t cost = Planner(count, controls, keys).Plan(src, count);
-  if (cost > static_cast<uint32_t>(*dst_size)) return zepStatusBufferExhausted;
-  WritePackets(src, count, controls, dst);
-  *dst_size = static_cast<int32_t>(cost);
-  return zepStatusOk;
-}
+  // The length of the packed row. For position 0 cost and key are the same.
+  HWY_NOINLINE uint32_t Cost() const {
+    uint8_t controls[kBlock];
+    Place place;
+    place.progress = Progress(size_);
+    Plan(0, size_, controls, &place);
+    return place.progress.last;
+  }
+
+  // Returns the end of what was written.
+  uint8_t* Pack(uint8_t* dst) {
+    Place end;
+    end.progress = Progress(size_);
+    dst_ = dst;
+    if (size_ <= kBlock) {
+      PackBlock(0, size_, &end);
+    } else {
+      PackParts(0, size_, &end);
+    }
+    return dst_;
+  }
+
+  // The same of a row of at most a block; null, and nothing is written, where it takes more than `room` bytes.
+  HWY_NOINLINE uint8_t* PackShortRow(uint32_t room, uint8_t* dst) {
+    uint8_t controls[kBlock];
+    Place place;
+    place.progress = Progress(size_);
+    Plan(0, size_, controls, &place);
+    if (place.progress.last > room) return nullptr;
+    dst_ = dst;
+    WritePackets(0, size_, controls);
+    return dst_;
+  }
+
+ private:
+  struct Place {
+    Progress progress;
+    uint32_t keys[kMost];  // of positions in a run
+  };
+
+  // From `to` backwards to `from`, block by block; of control bytes those of the first block remain.
+  HWY_NOINLINE void Plan(uint32_t from, uint32_t to, uint8_t* controls, Place* place) const {
+    while (to > from) {
+      const uint32_t size = (to - from - 1) % kBlock + 1;
+      to -= size;
+      place->progress =
+          Planner(place->progress, controls, place->keys).Plan(src_ + to, size, to + size < size_);
+    }
+  }
+
+  HWY_NOINLINE void PackBlock(uint32_t from, uint32_t to, Place* place) {
+    uint8_t controls[kBlock];
+    Plan(from, to, controls, place);
+    WritePackets(from, to, controls);
+  }
+
+  HWY_NOINLINE void SkipPart(uint32_t from, uint32_t to, Place* place) const {
+    uint8_t controls[kBlock];
+    Plan(from, to, controls, place);
+  }
+
+  // More than a block. Five levels of this hold any row, each takes one pass over it and 9 KiB of the stack.
+  HWY_NOINLINE void PackParts(uint32_t from, uint32_t to, Place* end) {
+    uint32_t part = kBlock;
+    while ((to - from - 1) / part >= kParts) part *= kParts;
+    const uint32_t last = (to - from - 1) / part;
+    Place ends[kParts];
+    ends[last] = *end;
+    for (uint32_t k = last; k > 0; --k) {
+      ends[k - 1] = ends[k];
+      SkipPart(from + k * part, std::min(to, from + (k + 1) * part), &ends[k - 1]);
+    }
+    for (uint32_t k = 0; k <= last; ++k) {
+      const uint32_t begin = from + k * part, size = std::min(to - begin, part);
+      if (size <= kBlock) {
+        PackBlock(begin, begin + size, &ends[k]);
+      } else {
+        PackParts(begin, begin + size, &ends[k]);
+      }
+    }
+  }
+
+  void WritePackets(uint32_t from, uint32_t to, const uint8_t* controls) {
+    while (at_ < to) {
+      const uint8_t control = controls[at_ - from];
+      const bool is_run = control > kNothing;
+      const uint32_t count = is_run ? kRunControl - control : control + 1u;
+      dst_ = is_run ? WriteRun(src_[at_], count, dst_) : WriteLiteral(src_ + at_, count, dst_);
+      at_ += count;
+    }
+  }
+
+  const uint8_t* src_;
+  uint32_t size_;
+  uint32_t at_ = 0;  // how far it is packed
+  uint8_t* dst_ = nullptr;
+};
 
 // For 64 bytes whether each equals the next one; 65 are there.
 HWY_INLINE uint64_t EqualToNext(const uint8_t* src) {
@@ -212,13 +305,13 @@ HWY_INLINE uint64_t EqualToNext(const uint8_t* src) {
   return equal;
 }
 
-// Packs where there is room for any row, piece by piece.
+// Packs where there is room enough, piece by piece.
 class PieceWriter {
  public:
   PieceWriter(const uint8_t* src, uint32_t size, uint8_t* dst)
       : src_(src), size_(size), dst_(dst) {}
 
-  // Returns the end of the packed row; null: no memory.
+  // Returns the end of the packed row.
   uint8_t* Pack() {
     for (uint32_t i = 0; i < size_;) {
       uint32_t length = 0;
@@ -230,7 +323,7 @@ class PieceWriter {
         i += count;
       } else {
         const uint32_t end = FindRunAlone(i, &length);
-        if (!PackExactly(i, end - i)) return nullptr;
+        if (end > i) dst_ = ExactPacker(src_ + i, end - i).Pack(dst_);
         i = end;
       }
       for (uint32_t left = length; left > 0; left -= std::min(left, kMost)) {
@@ -309,26 +402,6 @@ class PieceWriter {
     }
   }
 
-  HWY_NOINLINE bool PackExactly(uint32_t from, uint32_t count) {
-    if (count == 0) return true;
-    if (count <= kOnStack) {
-      uint8_t controls[kOnStack];
-      PlanAndWrite(from, count, controls);
-      return true;
-    }
-    auto* controls = static_cast<uint8_t*>(Allocate(static_cast<int32_t>(count)));
-    if (controls == nullptr) return false;
-    PlanAndWrite(from, count, controls);
-    Release(controls);
-    return true;
-  }
-
-  void PlanAndWrite(uint32_t from, uint32_t count, uint8_t* controls) {
-    uint32_t keys[kMost];
-    Planner(count, controls, keys).Plan(src_ + from, count);
-    dst_ = WritePackets(src_ + from, count, controls, dst_);
-  }
-
   const uint8_t* src_;
   uint32_t size_;
   uint8_t* dst_;
@@ -345,21 +418,19 @@ zepStatus ZEP_CALL zepiPackBitsRow_TIFF_8u_C1(const uint8_t* pSrc, int32_t srcLe
     return bad;
   }
   if (*pDstLen < 1) return zepStatusBufferExhausted;
-  if (*pDstLen - int64_t{srcLen} >= (int64_t{srcLen} + 127) / 128) {
-    const uint8_t* const end = PieceWriter(pSrc, static_cast<uint32_t>(srcLen), pDst).Pack();
-    if (end == nullptr) return zepStatusMemAlloc;
-    *pDstLen = static_cast<int32_t>(end - pDst);
-    return zepStatusOk;
+  const auto size = static_cast<uint32_t>(srcLen), room = static_cast<uint32_t>(*pDstLen);
+  const bool is_tight = room < uint64_t{size} + (uint64_t{size} + 127) / 128;
+  const uint8_t* end;
+  if (is_tight && size <= kBlock) {
+    end = ExactPacker(pSrc, size).PackShortRow(room, pDst);
+  } else if (is_tight && ExactPacker(pSrc, size).Cost() > room) {
+    end = nullptr;
+  } else {
+    end = PieceWriter(pSrc, size, pDst).Pack();
   }
-  if (srcLen <= kOnStack) {
-    uint8_t controls[kOnStack];
-    return Pack(pSrc, srcLen, controls, pDst, pDstLen);
-  }
-  auto* controls = static_cast<uint8_t*>(Allocate(srcLen));
-  if (controls == nullptr) return zepStatusMemAlloc;
-  const zepStatus status = Pack(pSrc, srcLen, controls, pDst, pDstLen);
-  Release(controls);
-  return status;
+  if (end == nullptr) return zepStatusBufferExhausted;
+  *pDstLen = static_cast<int32_t>(end - pDst);
+  return zepStatusOk;
 }
 
 zepStatus ZEP_CALL zepiUnpackBitsRow_TIFF_8u_C1(const uint8_t* pSrc, int32_t* pSrcLen,

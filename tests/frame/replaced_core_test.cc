@@ -13,6 +13,7 @@
 namespace {
 
 int thread_count_calls = 0;
+int allocations = 0;
 
 }  // namespace
 
@@ -22,6 +23,13 @@ int32_t ownGetNumThreads(void) {
   ++thread_count_calls;
   return 3;
 }
+
+void* zepMalloc(int32_t size) {
+  ++allocations;
+  return std::malloc(static_cast<size_t>(size));
+}
+
+void zepFree(void* memory) { std::free(memory); }
 
 namespace {
 
@@ -37,6 +45,24 @@ TEST(ReplacedCore, ItsThreadCountIsAsked) {
   ASSERT_EQ(zepiRGBToY_JPEG_8u_C3C1R(rgb.data(), size.width * 3, y.data(), size.width, size), 0);
   EXPECT_EQ(thread_count_calls, before + 1);
   for (const uint8_t value : y) ASSERT_EQ(value, 200);
+}
+
+// The functions named InitAlloc, and no others: a PackBits row of any length, with and without room to spare.
+TEST(ReplacedCore, OnlyInitAllocAsksForMemory) {
+  zepiDecodeHuffmanState* state = nullptr;
+  ASSERT_EQ(zepiDecodeHuffmanStateInitAlloc_JPEG_8u(&state), zepStatusOk);
+  ASSERT_EQ(zepiDecodeHuffmanStateFree_JPEG_8u(state), zepStatusOk);
+  EXPECT_EQ(allocations, 1);
+  std::vector<uint8_t> row(300000);
+  for (size_t i = 0; i < row.size(); ++i) row[i] = static_cast<uint8_t>((i * i) >> 5);
+  std::vector<uint8_t> packed(row.size() + row.size() / 128 + 1);
+  auto size = static_cast<int32_t>(packed.size());
+  const auto length = static_cast<int32_t>(row.size());
+  ASSERT_EQ(zepiPackBitsRow_TIFF_8u_C1(row.data(), length, packed.data(), &size), zepStatusOk);
+  int32_t tight = size;
+  ASSERT_EQ(zepiPackBitsRow_TIFF_8u_C1(row.data(), length, packed.data(), &tight), zepStatusOk);
+  EXPECT_EQ(tight, size);
+  EXPECT_EQ(allocations, 1);
 }
 
 }  // namespace

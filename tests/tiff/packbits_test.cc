@@ -115,6 +115,19 @@ TEST(PackBits, PacksLongRows) {
   }
 }
 
+// Two levels of parts, without the runs at which rows fall into pieces.
+TEST(PackBits, PacksLongRowsWithoutLongRuns) {
+  Random random(harness::Seed());
+  for (const size_t length : {size_t{16384 + 7}, size_t{2 * 16384}, size_t{300000}}) {
+    Bytes row(length);
+    for (size_t i = 0; i < length; ++i) {
+      const bool is_repeated = random() % 5 == 0 && i > 2 && row[i - 1] != row[i - 3];
+      row[i] = is_repeated ? row[i - 1] : static_cast<uint8_t>(random() | 1);
+    }
+    ExpectPacksAsModel(row);
+  }
+}
+
 // All sizes, on any bytes, with room between pages that end where source and row do.
 TEST(PackBits, UnpacksAsModel) {
   Random random(harness::Seed());
