@@ -22,8 +22,12 @@ class IntervalReader {
   IntervalReader(const uint8_t* data, size_t size, Intervals intervals)
       : data_(data), size_(size), intervals_(std::move(intervals)) {}
 
-  // Begins the next interval. False: it is missing.
-  [[nodiscard]] bool Next();
+  // Starts the next interval. Where it is missing, returns how many are missing in a row, and passes over them; 0: the
+  // interval begins. `ended_well`: all of the interval before was decoded, so that the reader stands where the next
+  // restart marker should be. A marker there that lost its FF to one wrong bit is found then.
+  size_t Next(bool ended_well);
+  // Whether that was so for the current interval.
+  bool is_repaired() const { return is_repaired_; }
   // After every few calls of a decoder: the library counts bytes in 32 bits, files may be larger.
   void KeepInRange() {
     if (at_ > length_ / 2) Rebase();
@@ -44,12 +48,19 @@ class IntervalReader {
   zepiDecodeHuffmanState* state() { return &state_; }
 
  private:
+  void Start(size_t offset);
   void Rebase();
+  // The index of the next interval that was found, or the number of all.
+  size_t NextFound() const;
+  size_t OffsetBehindUsedBits() const;
+  bool IsDamagedMarker(size_t offset) const;
 
   const uint8_t* data_;
   size_t size_;
   Intervals intervals_;
-  size_t interval_ = 0;  // number of the interval behind the current one
+  size_t interval_ = 0;  // index of the interval after the current one
+  size_t found_ = 0;     // how many entries of intervals_.found were used
+  bool is_repaired_ = false;
   // The library's buffer begins at data_ + base_.
   size_t base_ = 0;
   int32_t length_ = 0;

@@ -12,17 +12,21 @@
 namespace jpeg {
 
 struct Intervals {
-  static constexpr size_t kLost = SIZE_MAX;
-  std::vector<size_t> starts;  // offset of each interval's first byte, or kLost
-  size_t end = 0;              // offset of the marker behind the scan, or the file's size
+  struct Found {
+    size_t index;  // of the interval
+    size_t start;  // offset of its first byte
+  };
+  // In the order of their indexes; the first one has index 0. Intervals that are not in the list are missing.
+  std::vector<Found> found;
+  size_t count = 0;  // of all intervals, missing ones included
+  size_t end = 0;    // offset of the marker after the scan, or the file's size
 };
 
-// Interval k, k > 0, stands behind the marker RST((k - 1) mod 8). `count` intervals are expected.
+// Interval k, k > 0, follows the marker RST((k - 1) mod 8). `count` intervals are expected, at least one.
 //
-// A marker whose number is not the expected one either tells that intervals are missing, and the
-// number tells how many, or is not a restart marker but damage; what comes next decides. Likewise
-// another kind of marker ends the scan unless intervals are still missing and the next marker is a
-// restart marker.
+// Any marker up to the end of the scan may be a restart marker with a wrong bit, and any restart marker may be
+// damaged data. Where a marker is not the expected one, the next few markers decide which explanation is the
+// cheapest: it is the expected one with wrong bits, it does not belong there, or intervals before it are missing.
 Intervals FindIntervals(const uint8_t* data, size_t size, size_t begin, size_t count,
                         Messages* messages);
 

@@ -34,16 +34,26 @@ void ScanSource::End(int mcus) {
 }
 
 void ScanSource::BeginInterval() {
-  mcus_left_ = std::min(McusInAnInterval(), mcu_count_ - mcus_done_);
-  lost_ = !reader_.Next();
+  const int64_t mcus = mcu_count_ - mcus_done_;
+  const size_t missing = reader_.Next(mcus_done_ > 0 && !lost_);
+  lost_ = missing > 0;
+  mcus_left_ = std::min(McusInAnInterval(), mcus);
+  if (reader_.is_repaired()) {
+    messages_->Add(reader_.offset() - 2, mcus_done_, "a damaged restart marker, read as one");
+  }
   if (!lost_) return;
-  messages_->Add(reader_.offset(), mcus_done_,
-                 "a restart interval of " + std::to_string(mcus_left_) + " MCUs is missing");
+  mcus_left_ = std::min(McusInAnInterval() * static_cast<int64_t>(missing), mcus);
+  messages_->Add(
+      reader_.offset(), mcus_done_,
+      (missing == 1 ? "a restart interval" : std::to_string(missing) + " restart intervals") +
+          " of " + std::to_string(mcus_left_) + " MCUs " +
+          (missing == 1 ? "is missing" : "in all are missing"));
 }
 
 void ScanSource::FinishInterval() {
   const size_t left = lost_ ? 0 : reader_.LeftOver();
   if (left == 0) return;
+  lost_ = true;  // the reader does not stand at the next marker
   messages_->Add(reader_.offset(), mcus_done_ - 1,
                  std::to_string(left) + " bytes are left over; damage before them");
 }

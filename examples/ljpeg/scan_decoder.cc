@@ -41,8 +41,8 @@ ScanDecoder::ScanDecoder(const uint8_t* data, size_t size, size_t begin, const S
 }
 
 common::Status ScanDecoder::Decode() {
-  for (int y = 0; y < info_->height; y += rows_in_interval_) {
-    BeginInterval(y, std::min(rows_in_interval_, info_->height - y));
+  for (int y = 0; y < info_->height; y = interval_end_) {
+    BeginInterval(y);
     for (int row = y; row < interval_end_; ++row) {
       DecodeRow(row);
       Reconstruct(row == y);
@@ -56,9 +56,14 @@ common::Status ScanDecoder::Decode() {
   return common::Status();
 }
 
-void ScanDecoder::BeginInterval(int y, int rows) {
-  interval_end_ = y + rows;
-  lost_ = !reader_.Next();
+void ScanDecoder::BeginInterval(int y) {
+  const size_t missing = reader_.Next(y > 0 && !lost_);
+  lost_ = missing > 0;
+  const int64_t rows = int64_t{rows_in_interval_} * static_cast<int64_t>(lost_ ? missing : 1);
+  interval_end_ = static_cast<int>(std::min<int64_t>(y + rows, info_->height));
+  if (reader_.is_repaired()) {
+    info_->messages.AddAtByte(reader_.offset() - 2, "a damaged restart marker, read as one");
+  }
   if (!lost_) return;
   info_->messages.Add("a restart interval is missing: rows " + std::to_string(y) + " to " +
                       std::to_string(interval_end_ - 1) + " are lost");
@@ -129,6 +134,7 @@ void ScanDecoder::TakeRow(int y) {
 void ScanDecoder::FinishInterval() {
   const size_t left = lost_ ? 0 : reader_.LeftOver();
   if (left == 0) return;
+  lost_ = true;  // the reader does not stand at the next marker
   info_->messages.AddAtByte(reader_.offset(),
                             std::to_string(left) + " bytes are left over; damage before them");
 }

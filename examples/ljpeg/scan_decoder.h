@@ -34,7 +34,7 @@ class ScanDecoder {
     Row row;  // differences, then samples
   };
 
-  void BeginInterval(int y, int rows);
+  void BeginInterval(int y);
   void DecodeRow(int y);
   void Reconstruct(bool is_first);
   bool IsPredictable() const;

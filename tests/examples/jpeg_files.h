@@ -5,8 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "examples/pictures.h"
 #include "jpeg/decoder.h"
@@ -77,6 +79,38 @@ inline Bytes With(const Bytes& file, size_t at, const Bytes& more) {
   Bytes result = file;
   result.insert(result.begin() + static_cast<std::ptrdiff_t>(at), more.begin(), more.end());
   return result;
+}
+
+// The offsets of all restart markers of a file without damage.
+inline std::vector<size_t> RestartMarkers(const Bytes& file) {
+  std::vector<size_t> found;
+  bool in_scan = false;
+  for (size_t i = 0; i + 1 < file.size(); ++i) {
+    if (file[i] != 0xFF || file[i + 1] == 0 || file[i + 1] == 0xFF) continue;
+    const bool is_restart = jpeg::IsRestart(file[i + 1]);
+    if (in_scan && is_restart) found.push_back(i);
+    if (!is_restart) in_scan = file[i + 1] == jpeg::kSos;
+  }
+  return found;
+}
+
+// The share of 8 x 8 squares of pixels that are not as in the whole picture.
+inline double LossOf(const common::Image& whole, const common::Image& image) {
+  if (whole.SizeInBytes() != image.SizeInBytes()) return 1;
+  const auto channels = static_cast<size_t>(whole.channels());
+  int lost = 0, all = 0;
+  for (int top = 0; top < whole.height(); top += 8) {
+    for (int left = 0; left < whole.width(); left += 8, ++all) {
+      const size_t from = static_cast<size_t>(left) * channels;
+      const size_t size = static_cast<size_t>(std::min(8, whole.width() - left)) * channels;
+      bool same = true;
+      for (int y = top; y < std::min(top + 8, whole.height()); ++y) {
+        same = same && std::memcmp(whole.Row(y) + from, image.Row(y) + from, size) == 0;
+      }
+      lost += same ? 0 : 1;
+    }
+  }
+  return static_cast<double>(lost) / all;
 }
 
 }  // namespace jpeg_files

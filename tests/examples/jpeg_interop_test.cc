@@ -238,4 +238,30 @@ TEST(JpegInteropColor, RgbAndCmykAsTheyAre) {
   ExpectSamePicture(cmyk, "CMYK");
 }
 
+// Every bit of every restart marker wrong once: both decoders, compared with what they make of the whole file.
+TEST(JpegInteropDamage, RestartMarkersCostLessThanThere) {
+  for (const bool progressive : {false, true}) {
+    Settings settings;
+    settings.restart_interval = 5;
+    settings.progressive = progressive;
+    const Bytes file =
+        libjpeg_codec::Compress(pictures::Detailed(64, 112, PixelLayout::kRgb), settings);
+    const common::Image whole = DecodeGood(file);
+    const common::Image whole_there = libjpeg_codec::Decompress(file);
+    double here = 0, there = 0;
+    const std::vector<size_t> markers = jpeg_files::RestartMarkers(file);
+    for (const size_t marker : markers) {
+      for (size_t bit = 0; bit < 16; ++bit) {
+        Bytes changed = file;
+        changed[marker + bit / 8] ^= static_cast<uint8_t>(1 << bit % 8);
+        here += jpeg_files::LossOf(whole, Decode(changed).image);
+        there += jpeg_files::LossOf(whole_there, libjpeg_codec::DecompressDamaged(changed));
+      }
+    }
+    const double count = 16 * static_cast<double>(markers.size());
+    EXPECT_LT(here / count, 0.002);
+    EXPECT_LT(here, there / 20);
+  }
+}
+
 }  // namespace

@@ -90,6 +90,32 @@ void SetColorSpaces(const common::Image& image, const Settings& settings,
   }
 }
 
+common::Image ReadAll(Decompressor* decompressor, int scale) {
+  jpeg_decompress_struct& info = decompressor->info;
+  info.scale_num = 1;
+  info.scale_denom = static_cast<unsigned>(scale);
+  jpeg_start_decompress(&info);
+  const auto layout = info.output_components == 1   ? common::PixelLayout::kGrey
+                      : info.output_components == 3 ? common::PixelLayout::kRgb
+                                                    : common::PixelLayout::kCmyk;
+  common::Image image;
+  if (!image.Resize(static_cast<int>(info.output_width), static_cast<int>(info.output_height),
+                    layout)) {
+    std::abort();
+  }
+  while (info.output_scanline < info.output_height) {
+    JSAMPROW rows[] = {image.Row(static_cast<int>(info.output_scanline))};
+    jpeg_read_scanlines(&info, rows, 1);
+  }
+  jpeg_finish_decompress(&info);
+  if (layout == common::PixelLayout::kCmyk && info.saw_Adobe_marker) {
+    for (size_t i = 0; i < image.SizeInBytes(); ++i) {
+      image.Row(0)[i] = static_cast<uint8_t>(255 - image.Row(0)[i]);
+    }
+  }
+  return image;
+}
+
 }  // namespace
 
 Bytes Compress(const common::Image& image, const Settings& settings) {
@@ -127,29 +153,17 @@ Bytes Compress(const common::Image& image, const Settings& settings) {
 
 common::Image Decompress(const Bytes& file, int scale) {
   Decompressor decompressor(file);
-  jpeg_decompress_struct& info = decompressor.info;
-  info.scale_num = 1;
-  info.scale_denom = static_cast<unsigned>(scale);
-  jpeg_start_decompress(&info);
-  const auto layout = info.output_components == 1   ? common::PixelLayout::kGrey
-                      : info.output_components == 3 ? common::PixelLayout::kRgb
-                                                    : common::PixelLayout::kCmyk;
-  common::Image image;
-  if (!image.Resize(static_cast<int>(info.output_width), static_cast<int>(info.output_height),
-                    layout)) {
-    std::abort();
-  }
-  while (info.output_scanline < info.output_height) {
-    JSAMPROW rows[] = {image.Row(static_cast<int>(info.output_scanline))};
-    jpeg_read_scanlines(&info, rows, 1);
-  }
-  jpeg_finish_decompress(&info);
-  if (layout == common::PixelLayout::kCmyk && info.saw_Adobe_marker) {
-    for (size_t i = 0; i < image.SizeInBytes(); ++i) {
-      image.Row(0)[i] = static_cast<uint8_t>(255 - image.Row(0)[i]);
-    }
-  }
+  common::Image image = ReadAll(&decompressor, scale);
   return decompressor.HadWarnings() ? common::Image() : std::move(image);
+}
+
+common::Image DecompressDamaged(const Bytes& file) {
+  try {
+    Decompressor decompressor(file);
+    return ReadAll(&decompressor, 1);
+  } catch (const std::runtime_error&) {
+    return common::Image();
+  }
 }
 
 Components DecompressComponents(const Bytes& file) {

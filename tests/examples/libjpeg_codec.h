@@ -41,6 +41,8 @@ struct Components {
 // By the accurate inverse transform. Empty or 0 x 0 where the file has an error or a warning.
 common::Image Decompress(const Bytes& file, int scale = 1);
 Components DecompressComponents(const Bytes& file);
+// What is left of a damaged file; 0 x 0 if nothing is.
+common::Image DecompressDamaged(const Bytes& file);
 
 // Decodes the coefficients and codes them again with the same tables and restart interval.
 Bytes RecodeCoefficients(const Bytes& file);

@@ -367,6 +367,28 @@ TEST(Ljpeg, RestartMarkersSaveTheRest) {
   }
 }
 
+TEST(Ljpeg, AWrongBitInARestartMarkerCostsNothing) {
+  for (const int rows : {1, 4}) {
+    EncodeOptions options;
+    options.restart_rows = rows;
+    options.predictor = 4;
+    const Raster picture = rasters::Noisy(40, 30, 3, 8);
+    const Bytes file = Encode(picture, options);
+    for (size_t at = Find(file, kScan); at + 1 < file.size(); ++at) {
+      if (file[at] != 0xFF || file[at + 1] < 0xD0 || file[at + 1] > 0xD7) continue;
+      for (size_t bit = 0; bit < 16; ++bit) {
+        Bytes changed = file;
+        changed[at + bit / 8] ^= static_cast<uint8_t>(1 << bit % 8);
+        Raster back;
+        ljpeg::FileInfo info;
+        ASSERT_EQ(Decode(changed, &back, &info).text(), "");
+        EXPECT_FALSE(info.messages.empty());
+        EXPECT_TRUE(rasters::Same(picture, back)) << rows << " at " << at << ", bit " << bit;
+      }
+    }
+  }
+}
+
 TEST(Ljpeg, EveryByteChanged) {
   std::mt19937 random(4);
   for (int channels = 1; channels <= 3; channels += 2) {
