@@ -35,9 +35,9 @@
 
 /** @name The version of this header
  * @{ */
-#define ZEPJP_VERSION_MAJOR 7
-#define ZEPJP_VERSION_MINOR 1
-#define ZEPJP_VERSION_UPDATE 0
+#define ZEPJP_VERSION_MAJOR 7  /**< Changes with the binary interface. */
+#define ZEPJP_VERSION_MINOR 1  /**< Changes with new functions. */
+#define ZEPJP_VERSION_UPDATE 0 /**< Changes with corrections. */
 /** @} */
 
 /** The calling convention of every function: on 32-bit x86 the callee removes the arguments. */
@@ -94,16 +94,16 @@ enum {
 
 /** Width and height of a region, in pixels or elements. */
 typedef struct zepiSize {
-  int32_t width;
-  int32_t height;
+  int32_t width;  /**< Columns. */
+  int32_t height; /**< Rows. */
 } zepiSize;
 
 /** The version of the library and the processor variant that it runs. */
 typedef struct zepLibraryVersion {
-  int32_t major;
-  int32_t minor;
-  int32_t update;
-  int32_t revision;
+  int32_t major;           /**< ::ZEPJP_VERSION_MAJOR of the library. */
+  int32_t minor;           /**< ::ZEPJP_VERSION_MINOR of the library. */
+  int32_t update;          /**< ::ZEPJP_VERSION_UPDATE of the library. */
+  int32_t revision;        /**< Tells builds of one version apart. */
   char cpuCode[4];         /**< "v8" or "s8", padded with zeros. */
   const char* name;        /**< For people: the library and the variant. */
   const char* versionText; /**< For people: the version numbers. */
@@ -170,6 +170,8 @@ static inline const char* zepStatusName(zepStatus status) {
  * **Checks**: all pointers (a plane array before its planes), then the source step and the
  * destination step (::zepStatusBadStep where 0 or less), then width and height (::zepStatusBadSize
  * where 0 or less).
+ *
+ * How it works and where the time goes: [docs/color.md](../docs/color.md).
  * @{
  */
 
@@ -409,6 +411,8 @@ ZEP_API zepStatus ZEP_CALL zepiYCbCrToBGR565_JPEG_8u16u_P3C3R(const uint8_t* con
  * ::zepStatusBadStep), source first, then the sizes: ::zepStatusBadSize where a width or height is
  * below 1, or where the sizes do not fit: the larger width must be exactly twice the smaller one, and
  * the heights equal (H2V1) or in the same ratio (H2V2).
+ *
+ * How it works and where the time goes: [docs/color.md](../docs/color.md).
  * @{
  */
 
@@ -487,6 +491,8 @@ ZEP_API zepStatus ZEP_CALL zepiSub128_JPEG_8u16s_C1R(const uint8_t* pSrc, int32_
  * zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C3P3R(pixels, step, mcu);  // 16 x 16 pixels
  * for (int i = 0; i < 4; ++i) zepiDCTQuantFwd8x8_JPEG_16s_C1I(y + 64 * i, luminance);
  * @endcode
+ *
+ * How it works and where the time goes: [docs/color.md](../docs/color.md).
  * @{
  */
 /** 8x8 pixels RGB by the 15-bit rule, as a row of eight pixels has it in zepiRGBToYCbCr_JPEG_8u_C3P3R(). */
@@ -642,6 +648,8 @@ ZEP_API zepStatus ZEP_CALL zepiJoin422LS_MCU_JPEG_16s8u_P3C2R(const int16_t* con
  * A quantization table has two forms: the *raw table*, 64 steps of one byte in zigzag order as they
  * stand in a DQT segment (ITU-T T.81, B.2.4.1), and a *prepared table*, 64 unsigned 16-bit values in
  * natural (row-major) order. A *block* is 64 signed 16-bit coefficients in natural order, contiguous.
+ *
+ * How it works and where the time goes: [docs/dct.md](../docs/dct.md).
  * @{
  */
 
@@ -689,6 +697,8 @@ ZEP_API zepStatus ZEP_CALL zepiQuantInv8x8_JPEG_16s_C1I(int16_t* pSrcDst,
  *
  * **Checks** of the LS functions: `pSrc` and `pDst`, then `srcStep` below 1 (::zepStatusBadStep), then
  * the table; of the others: the pointers.
+ *
+ * How it works and where the time goes: [docs/dct.md](../docs/dct.md).
  * @{
  */
 
@@ -726,6 +736,8 @@ ZEP_API zepStatus ZEP_CALL zepiDCTQuantFwd8x8LS_JPEG_16u16s_C1R(const uint16_t* 
  *
  * **Checks** of the LS functions: `pSrc` and `pDst`, then `dstStep` below 1 (::zepStatusBadStep), then
  * the table; of the others: the pointers.
+ *
+ * How it works and where the time goes: [docs/dct.md](../docs/dct.md).
  * @{
  */
 
@@ -779,12 +791,14 @@ ZEP_API zepStatus ZEP_CALL zepiDCTQuantInv8x8To2x2LS_JPEG_16s8u_C1R(const int16_
  * their codes, as many as the counts say. Either the caller provides the record, or `...InitAlloc`
  * allocates it and `...Free` releases it. The records hold no addresses and may be copied.
  * Checks: pointers.
+ *
+ * How it works and where the time goes: [docs/huffman.md](../docs/huffman.md).
  * @{
  */
 
 /** Encoder's table: entry = (code length << 16) | code for each symbol, 0 where it has no code. */
 typedef struct zepiEncodeHuffmanSpec {
-  uint32_t entry[256];
+  uint32_t entry[256]; /**< By symbol. */
 } zepiEncodeHuffmanSpec;
 
 /** Decoder's table. Index l of the three length arrays stands for codes of length l. */
@@ -839,6 +853,8 @@ ZEP_API zepStatus ZEP_CALL zepiDecodeHuffmanSpecFree_JPEG_8u(zepiDecodeHuffmanSp
  * the caller's byte buffer. The buffer's length and the position in it are counted in bytes; the
  * coder advances the position, which always stays within the buffer. Bits that do not fill a byte are
  * kept in a state record of one stream. A zero byte is stuffed behind each FF and removed again.
+ *
+ * How it works and where the time goes: [docs/huffman.md](../docs/huffman.md).
  * @{
  */
 
@@ -994,6 +1010,8 @@ ZEP_API zepStatus ZEP_CALL zepiDecodeHuffman8x8_Direct_JPEG_1u16s_C1(
  * uint8_t bits[16], vals[256];
  * zepiEncodeHuffmanRawTableInit_JPEG_8u(ac, bits, vals);  // then zepiEncodeHuffmanSpecInit_JPEG_8u()
  * @endcode
+ *
+ * How it works and where the time goes: [docs/huffman.md](../docs/huffman.md).
  * @{
  */
 /** The first DC scan: the category and extra bits of the difference to `*pLastDC`, both divided by 2^Al. */
@@ -1119,6 +1137,8 @@ ZEP_API zepStatus ZEP_CALL zepiEncodeHuffmanRawTableInit_JPEG_8u(const int32_t p
  *
  * Checks: pointers, then ::zepStatusBadSize for a width below 1, then ::zepStatusBadArg for a predictor outside
  * 1..7, `P` outside 2..16 or `Pt` below 0.
+ *
+ * How it works and where the time goes: [docs/lossless-jpeg.md](../docs/lossless-jpeg.md).
  * @{
  */
 /**
@@ -1193,6 +1213,8 @@ ZEP_API zepStatus ZEP_CALL zepiDecodeHuffmanRow_JPEG_1u16s_C1P4(
  * @defgroup tiff TIFF: PackBits, byte planes
  *
  * Rows of TIFF strips (TIFF 6.0, section 9). Source and destination must not overlap. On the calling thread.
+ *
+ * How it works and where the time goes: [docs/tiff.md](../docs/tiff.md).
  * @{
  */
 /**
@@ -1246,6 +1268,8 @@ ZEP_API zepStatus ZEP_CALL zepiJoinRow_TIFF_8u16u_C1(const uint8_t* pSrc, uint16
  * zepiRCTFwd_JPEG2K_32s_P3IR(planes, 4 * width, size);  // red, green, blue hold Y, U, V
  * zepiRCTInv_JPEG2K_32s_P3IR(planes, 4 * width, size);  // and R, G, B again
  * @endcode
+ *
+ * How it works and where the time goes: [docs/component-transforms.md](../docs/component-transforms.md).
  * @{
  */
 
@@ -1355,6 +1379,8 @@ ZEP_API zepStatus ZEP_CALL zepiICTInv_JPEG2K_32f_P3C3R(const float* const pSrc[3
  * zepiTextureEncodeBlockFromRGBA_DXT1_8u_C4C1R(rgba, 4 * width, size, blocks);
  * zepiTextureDecodeBlockToRGBA_DXT1_8u_C1C4R(blocks, rgba, 4 * width, size);
  * @endcode
+ *
+ * How it works and where the time goes: [docs/texture.md](../docs/texture.md).
  * @{
  */
 
@@ -1441,6 +1467,8 @@ ZEP_API zepStatus ZEP_CALL zepiTextureEncodeBlockFromRG_BC5_8u_C2C1R(const uint8
  * 21). A mode says how many end points there are, in how many bits, and how the pixels are divided among
  * them. Order of blocks, checks, steps and edges: as in the group @ref texture. Any bytes are good
  * blocks.
+ *
+ * How it works and where the time goes: [docs/bptc.md](../docs/bptc.md).
  * @{
  */
 
@@ -1519,6 +1547,8 @@ ZEP_API zepStatus ZEP_CALL zepiTextureEncodeBlockFromRGBA_BC7_8u_C4C1R(const uin
  * int32_t zeroPlanes = 31 - sfBits;  // for the packet header
  * zepiEncodeFree_JPEG2K(state);
  * @endcode
+ *
+ * How it works and where the time goes: [docs/codeblock.md](../docs/codeblock.md).
  * @{
  */
 
@@ -1716,6 +1746,8 @@ ZEP_API zepStatus ZEP_CALL zepiDecodeCBProgrStep_JPEG2K(const uint8_t* pSrc, int
  * zepiVLCEncode4x4_JPEGXR_32s1u_C1R(block, step, 0, modelBits, &dst, &acc, &count, state, &luma);
  * zepiVLCAdapt_JPEGXR(state, 1);                   // where the standard does
  * @endcode
+ *
+ * How it works and where the time goes: [docs/adaptive-vlc.md](../docs/adaptive-vlc.md).
  * @{
  */
 
@@ -1927,15 +1959,17 @@ ZEP_API zepStatus ZEP_CALL zepiVLCDecode4x4_JPEGXR_1u32s_C1R(
  *
  * A null pointer is ::zepStatusNullPtr, a step below 1 ::zepStatusBadStep, a size below 1
  * ::zepStatusBadSize. **Not checked**: that steps hold their rows. Everything runs on the calling thread.
+ *
+ * How it works and where the time goes: [docs/wavelet.md](../docs/wavelet.md).
  * @{
  */
 
 /** A tile: its origin on the reference grid, and its size. */
 typedef struct zepiRect {
-  int32_t x;
-  int32_t y;
-  int32_t width;
-  int32_t height;
+  int32_t x;      /**< Column of the upper left sample. */
+  int32_t y;      /**< Row of the upper left sample. */
+  int32_t width;  /**< Columns. */
+  int32_t height; /**< Rows. */
 } zepiRect;
 
 /** Forward pass along rows: 2 x width samples of each row to width low and width high coefficients. */
@@ -2106,6 +2140,8 @@ ZEP_API zepStatus ZEP_CALL zepiWTGetBufSize_B53_JPEG2K_32s_C1R(const zepiRect* p
  *
  * **Whole tiles**: lines of two samples are mirrored and lifted as longer ones are; single samples follow the
  * rule of the 5/3 transform, without K.
+ *
+ * How it works and where the time goes: [docs/wavelet.md](../docs/wavelet.md).
  * @{
  */
 
@@ -2289,6 +2325,8 @@ ZEP_API zepStatus ZEP_CALL zepiWTGetBufSize_D97_JPEG2K_32s_C1R(const zepiRect* p
  * *Order of checks*: regions: the pointer, roiSize positive, the step at least a row in bytes
  * (zepStatusBadStep), width and height multiples of 4 (zepStatusBadSize). Macroblocks: the pointer,
  * the step at least a row of the macroblock. Elements and steps need no alignment.
+ *
+ * How it works and where the time goes: [docs/photo-core-transform.md](../docs/photo-core-transform.md).
  * @{
  */
 
@@ -2368,6 +2406,8 @@ ZEP_API zepStatus ZEP_CALL zepiPCTInv8x8_JPEGXR_32f_C1IR(float* pSrcDst, int32_t
  * *Order of checks*: all pointers, in order of arguments (the byte pointer behind ppSrc or ppDst after it);
  * *pBitCount at most 32, then modelBits and trimBits at most 15 (zepStatusOutOfRange). Steps are not
  * checked: they may be 0 or negative. Elements need no alignment.
+ *
+ * How it works and where the time goes: [docs/refinement-bits.md](../docs/refinement-bits.md).
  * @{
  */
 
