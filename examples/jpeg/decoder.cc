@@ -18,15 +18,18 @@
 namespace jpeg {
 namespace {
 
+// As libjpeg and what is built on it do: a JFIF header says YCbCr, whatever stands beside it; an unknown transform of
+// an Adobe header counts as the usual one.
 ColorModel FindColorModel(const MarkerReader& reader) {
   const std::vector<FrameComponent>& components = reader.frame().components;
   const int transform = reader.adobe_transform();
   if (components.size() == 1) return ColorModel::kGrey;
-  if (components.size() == 4) return transform == 2 ? ColorModel::kYcck : ColorModel::kCmyk;
+  if (components.size() == 4) return transform > 0 ? ColorModel::kYcck : ColorModel::kCmyk;
+  if (reader.has_jfif()) return ColorModel::kYCbCr;
   if (transform >= 0) return transform == 0 ? ColorModel::kRgb : ColorModel::kYCbCr;
   const bool named_rgb =
       components[0].id == 'R' && components[1].id == 'G' && components[2].id == 'B';
-  return named_rgb && !reader.has_jfif() ? ColorModel::kRgb : ColorModel::kYCbCr;
+  return named_rgb ? ColorModel::kRgb : ColorModel::kYCbCr;
 }
 
 // Only the samples' stages depend on it.
@@ -75,9 +78,6 @@ class FileDecoder {
   [[nodiscard]] bool AllocatePlanes();
   template <class Rows>
   Status WriteRows(Rows* rows, Image* image);
-  bool IsInverted() const {
-    return LayoutOf(info_->model) == PixelLayout::kCmyk && reader_.adobe_transform() >= 0;
-  }
   Status DecodeScanToPlanes();
   bool NextScan();
   // The error with its place.
@@ -185,7 +185,7 @@ Status FileDecoder::DecodePicture(Image* image) {
   planes_ = std::vector<Plane>(geometry_->components.size());
   if (reader_.frame().is_progressive) return DecodeProgressive(image);
   if (ScanHasAllComponents()) return DecodeRowByRow(image);
-  PictureWriter writer(info_->model, IsInverted(), image);
+  PictureWriter writer(info_->model, image);
   if (!writer.Init(*geometry_, planes_)) return Status::NoMemory();
   if (Status status = DecodePlanes(); !status.ok()) return status;
   StageClock clock(options_.times);
@@ -231,7 +231,7 @@ Status FileDecoder::DecodeRowByRow(Image* image) {
 // The last row of samples of each row of MCUs waits, because up-sampling looks at the one below.
 template <class Rows>
 Status FileDecoder::WriteRows(Rows* rows, Image* image) {
-  PictureWriter writer(info_->model, IsInverted(), image);
+  PictureWriter writer(info_->model, image);
   if (!writer.Init(*geometry_, planes_) || !AllocateWindows()) return Status::NoMemory();
   int done = 0;
   for (int row = 0; row < geometry_->mcu_rows; ++row) {
@@ -397,7 +397,6 @@ Status DecodeDeep(const uint8_t* data, size_t size, const DecodeOptions& options
     return status;
   }
   if (Status status = CheckPrecision(info->frame, kDeepBits); !status.ok()) return status;
-  if (info->frame.components.size() > 3) return Status::Error("a 12-bit picture of inks");
   if (Status status = ToDeepPlanes(coefficients, &planes); !status.ok()) return status;
   return ToRaster(planes, info->frame, info->model, picture);
 }

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 // A decoder for baseline and progressive JPEG files (ITU-T T.81), put together from the stages in zepjp.h.
 //
-// It reads grey, YCbCr, RGB, CMYK and YCCK pictures of 8 bits, and but for those with inks of 12, with any sampling
-// factors, restart intervals and any number of scans. Of a damaged file it saves what can be saved: each restart
+// It reads grey, YCbCr, RGB, CMYK and YCCK pictures of 8 and 12 bits, with any sampling factors, restart intervals and any number of scans. Of a damaged file it saves what can be saved: each restart
 // interval stands alone, and what is lost becomes a flat area.
 #ifndef ZEPJP_EXAMPLES_JPEG_DECODER_H_
 #define ZEPJP_EXAMPLES_JPEG_DECODER_H_
@@ -75,7 +74,7 @@ Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Im
 Status DecodeComponents(const uint8_t* data, size_t size, const DecodeOptions& options,
                         std::vector<ComponentSamples>* components, FileInfo* info);
 
-// Decodes a grey, YCbCr or RGB picture of 12 bits.
+// Decodes a picture of 12 bits: grey, RGB, or the amounts of ink, 4095 for full.
 Status DecodeDeep(const uint8_t* data, size_t size, const DecodeOptions& options,
                   common::Raster* picture, FileInfo* info);
 

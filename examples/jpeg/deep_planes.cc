@@ -23,11 +23,21 @@ void ToYCbCr(const int (&rgb)[3], uint16_t* const (&to)[3]) {
   *to[1] = static_cast<uint16_t>(ToSample((rgb[2] - y) / 1.772 + kMiddle));
   *to[2] = static_cast<uint16_t>(ToSample((rgb[0] - y) / 1.402 + kMiddle));
 }
-void ToRgb(const int (&ycc)[3], int (&rgb)[3]) {
+void ToRgb(const int (&ycc)[4], int (&rgb)[4]) {
   const double cb = ycc[1] - kMiddle, cr = ycc[2] - kMiddle;
   rgb[0] = ToSample(ycc[0] + 1.402 * cr);
   rgb[1] = ToSample(ycc[0] - 0.114 * 1.772 / 0.587 * cb - 0.299 * 1.402 / 0.587 * cr);
   rgb[2] = ToSample(ycc[0] + 1.772 * cb);
+}
+
+// Inks are inverted in files. Those of YCCK are 4095 - R, 4095 - G, 4095 - B and a fourth one, and so inverted twice.
+void ToPixel(ColorModel model, const int (&samples)[4], int (&pixel)[4]) {
+  const bool has_ycc = model == ColorModel::kYCbCr || model == ColorModel::kYcck;
+  std::copy_n(samples, 4, pixel);
+  if (has_ycc) ToRgb(samples, pixel);
+  if (model == ColorModel::kYcck) pixel[3] = kMostSample - samples[3];
+  if (model != ColorModel::kCmyk) return;
+  for (int& sample : pixel) sample = kMostSample - sample;
 }
 
 }  // namespace
@@ -81,17 +91,13 @@ Status ToRaster(const std::vector<DeepPlane>& planes, const Frame& frame, ColorM
   size_t to = 0;
   for (int y = 0; y < frame.height; ++y) {
     for (int x = 0; x < frame.width; ++x) {
-      int samples[3] = {}, rgb[3] = {};
+      int samples[4] = {}, pixel[4] = {};
       for (size_t i = 0; i < channels; ++i) {
         const FrameComponent& component = frame.components[i];
         samples[i] = *planes[i].At(x * component.h / frame.max_h, y * component.v / frame.max_v);
       }
-      if (model == ColorModel::kYCbCr) {
-        ToRgb(samples, rgb);
-      } else {
-        std::copy_n(samples, 3, rgb);
-      }
-      for (size_t i = 0; i < channels; ++i) picture->Set(to++, rgb[i]);
+      ToPixel(model, samples, pixel);
+      for (size_t i = 0; i < channels; ++i) picture->Set(to++, pixel[i]);
     }
   }
   return Status();

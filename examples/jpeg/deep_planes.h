@@ -49,7 +49,7 @@ Status ToDeepPlanes(const Raster& picture, const Geometry& geometry,
 // Dequantization and inverse transform of all blocks.
 Status ToDeepPlanes(const Coefficients& coefficients, std::vector<DeepPlane>* planes);
 
-// The picture of one or three components; those of less than the full resolution are repeated.
+// Grey, RGB, or amounts of ink (4095 for full); components of less than the full resolution are repeated.
 Status ToRaster(const std::vector<DeepPlane>& planes, const Frame& frame, ColorModel model,
                 Raster* picture);
 

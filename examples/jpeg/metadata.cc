@@ -48,17 +48,21 @@ std::vector<uint8_t> FindIccProfile(const Metadata& metadata) {
   for (const Segment& segment : metadata.segments) {
     if (!IsIccPart(segment)) continue;
     parts.emplace(segment.data[sizeof(kIccName)], &segment);
-    count = segment.data[sizeof(kIccName) + 1];
+    count = std::max<int>(count, segment.data[sizeof(kIccName) + 1]);
   }
-  if (parts.empty() || static_cast<int>(parts.size()) != count || parts.begin()->first != 1 ||
-      parts.rbegin()->first != count) {
-    return {};
-  }
+  if (parts.empty()) return {};
+  const int first = parts.begin()->first, last = parts.rbegin()->first;
+  const bool is_whole = first <= 1 && last - first + 1 == count;
+  if (!is_whole || static_cast<int>(parts.size()) != count) return {};
   std::vector<uint8_t> profile;
   for (const auto& [number, part] : parts) {
     profile.insert(profile.end(), part->data.begin() + kIccHeaderBytes, part->data.end());
   }
   return profile;
+}
+
+bool HasIccProfile(const Metadata& metadata) {
+  return std::any_of(metadata.segments.begin(), metadata.segments.end(), IsIccPart);
 }
 
 bool AddExif(const std::vector<uint8_t>& exif, Metadata* metadata) {

@@ -37,8 +37,11 @@ constexpr size_t kMostSegments = 4096;
 
 // The EXIF data, a TIFF structure; empty where there is none.
 std::vector<uint8_t> FindExif(const Metadata& metadata);
-// The colour profile, joined from its segments; empty where there is none or a part is missing.
+// The colour profile, joined from its segments in the order of their numbers, which count from 1 (from 0 in some
+// files); of two with the same number the first counts. Empty where there is none or a part is missing.
 std::vector<uint8_t> FindIccProfile(const Metadata& metadata);
+// Whether there is a profile or a part of one.
+bool HasIccProfile(const Metadata& metadata);
 
 // Append. False: too large for the form (one segment, or 255 of them).
 bool AddExif(const std::vector<uint8_t>& exif, Metadata* metadata);

@@ -36,7 +36,7 @@ void PictureWriter::Write(int first, int last) {
       zepiYCCKToCMYK_JPEG_8u_P4C4R(rows, step_, image_->Row(first), image_step, size);
       break;
   }
-  if (inverted_) InvertInks(first, last);
+  if (LayoutOf(model_) == PixelLayout::kCmyk) InvertInks(first, last);
 }
 
 void PictureWriter::Interleave(const uint8_t* const* planes, int channels, int first, int last) {

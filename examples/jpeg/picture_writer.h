@@ -11,7 +11,8 @@
 
 namespace jpeg {
 
-// What the components of a file mean.
+// What the components of a file mean. Inks are inverted in all files, with an Adobe header or without: 0 is full ink,
+// as other decoders have it.
 enum class ColorModel { kGrey, kYCbCr, kRgb, kYcck, kCmyk };
 
 constexpr PixelLayout LayoutOf(ColorModel model) {
@@ -25,9 +26,7 @@ constexpr PixelLayout LayoutOf(ColorModel model) {
 
 class PictureWriter {
  public:
-  // `inverted`: the file holds 255 minus the amount of ink, as Adobe's programs write it.
-  PictureWriter(ColorModel model, bool inverted, Image* image)
-      : model_(model), inverted_(inverted), image_(image) {}
+  PictureWriter(ColorModel model, Image* image) : model_(model), image_(image) {}
 
   // False: no memory.
   [[nodiscard]] bool Init(const Geometry& geometry, const std::vector<Plane>& planes);
@@ -40,7 +39,6 @@ class PictureWriter {
   void InvertInks(int first, int last);
 
   ColorModel model_;
-  bool inverted_;
   Image* image_;
   int step_ = 0;
   std::vector<Upsampler> components_;

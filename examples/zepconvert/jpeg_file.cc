@@ -10,6 +10,7 @@
 #include "jpeg/encoder.h"
 #include "jpeg/transcoder.h"
 #include "zepconvert/file_io.h"
+#include "zepconvert/jpeg_parts.h"
 #include "zepconvert/pixels.h"
 #include "zepconvert/png_file.h"
 
@@ -71,7 +72,8 @@ common::Status ReadJpeg(const Settings& settings, const std::string& name,
   if (!status.ok()) return status;
   TakeMessages(info.messages, picture);
   picture->metadata = std::move(info.metadata);
-  return status;
+  DropIncompleteProfile(picture);
+  return picture->deep.channels() == 4 ? DeepInksToRgb(false, picture) : status;
 }
 
 common::Status WriteJpeg(const Settings& settings, const Picture& picture,

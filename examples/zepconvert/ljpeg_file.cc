@@ -6,6 +6,7 @@
 
 #include "ljpeg/codec.h"
 #include "zepconvert/deep_pixels.h"
+#include "zepconvert/jpeg_parts.h"
 
 namespace zepconvert {
 namespace {
@@ -13,31 +14,14 @@ namespace {
 using common::PixelLayout;
 using common::Raster;
 
-// Four components of 8 bits as the amount of ink.
-common::Status ToCmyk(const Raster& raster, bool is_inverted, common::Image* image) {
+// Four components of 8 bits as the amount of ink, of which files hold the inverse.
+common::Status ToCmyk(const Raster& raster, common::Image* image) {
   if (!image->Resize(raster.width(), raster.height(), PixelLayout::kCmyk)) {
     return common::Status::NoMemory();
   }
-  const uint8_t flip = is_inverted ? 255 : 0;
   const uint8_t* in = raster.Row(0);
   uint8_t* out = image->Row(0);
-  for (size_t i = 0; i < image->SizeInBytes(); ++i) out[i] = in[i] ^ flip;
-  return common::Status();
-}
-
-common::Status CmykToRgb(const Raster& raster, bool is_inverted, Raster* rgb) {
-  if (!rgb->Resize(raster.width(), raster.height(), 3, raster.bits())) {
-    return common::Status::NoMemory();
-  }
-  const int64_t most = raster.MaxValue();
-  const auto light = [&](size_t index) {
-    return is_inverted ? raster.Get(index) : most - raster.Get(index);
-  };
-  for (size_t i = 0; i < rgb->SampleCount(); ++i) {
-    const size_t pixel = 4 * (i / 3);
-    const int64_t value = (light(pixel + i % 3) * light(pixel + 3) + most / 2) / most;
-    rgb->Set(i, static_cast<int>(value));
-  }
+  for (size_t i = 0; i < image->SizeInBytes(); ++i) out[i] = in[i] ^ 255;
   return common::Status();
 }
 
@@ -53,6 +37,7 @@ common::Status ReadLjpeg(const Settings& settings, const common::ByteBuffer& inp
   if (!status.ok()) return status;
   picture->TakeWarnings(info.messages);
   picture->metadata = std::move(info.metadata);
+  DropIncompleteProfile(picture);
   if (info.components == 2) {
     return common::Status::Error("two components, neither grey nor RGB nor CMYK");
   }
@@ -60,10 +45,9 @@ common::Status ReadLjpeg(const Settings& settings, const common::ByteBuffer& inp
     picture->notes.emplace_back("YCbCr was taken as RGB");
   }
   if (info.components == 4) {
-    const bool is_inverted = info.adobe_transform >= 0;
-    if (info.bits == 8) return ToCmyk(raster, is_inverted, &picture->image);
-    picture->notes.emplace_back("CMYK was converted to RGB without its profile");
-    return CmykToRgb(raster, is_inverted, &picture->deep);
+    if (info.bits == 8) return ToCmyk(raster, &picture->image);
+    picture->deep = std::move(raster);
+    return DeepInksToRgb(true, picture);
   }
   if (info.bits == 8) return ToImage(raster, &picture->image);
   picture->deep = std::move(raster);

@@ -105,6 +105,78 @@ TEST(JpegDeep, DepthsAreNotMixedUp) {
   EXPECT_FALSE(jpeg::EncodeDeep(picture, {}, &shallow).ok());
 }
 
+size_t Find(const std::vector<uint8_t>& file, int marker) {
+  for (size_t i = 0; i + 1 < file.size(); ++i) {
+    if (file[i] == 0xFF && file[i + 1] == marker) return i;
+  }
+  ADD_FAILURE() << "no marker " << marker;
+  return 0;
+}
+
+// Four components in a scan each, made of grey files, with an Adobe header or (negative) without.
+std::vector<uint8_t> FourComponents(const std::vector<Raster>& components, int transform) {
+  std::vector<uint8_t> file = {0xFF, 0xD8};
+  if (transform >= 0) {
+    file.insert(file.end(), {0xFF, 0xEE, 0, 14, 'A', 'd', 'o', 'b', 'e', 0, 100, 0, 0, 0, 0});
+    file.push_back(static_cast<uint8_t>(transform));
+  }
+  for (size_t c = 0; c < components.size(); ++c) {
+    jpeg::EncodeOptions options;
+    options.quality = 100;
+    const common::ByteBuffer buffer = Encode(components[c], options);
+    const std::vector<uint8_t> grey(buffer.data(), buffer.data() + buffer.size());
+    const auto at = [&](size_t offset) {
+      return grey.begin() + static_cast<std::ptrdiff_t>(offset);
+    };
+    const size_t steps = Find(grey, 0xDB), frame = Find(grey, 0xC1), tables = Find(grey, 0xC4);
+    if (c == 0) {
+      file.insert(file.end(), at(steps), at(steps) + 2 + grey[steps + 2] * 256 + grey[steps + 3]);
+      file.insert(file.end(), {0xFF, 0xC1, 0, 20});
+      file.insert(file.end(), at(frame + 4), at(frame + 9));
+      file.push_back(4);
+      for (uint8_t id = 1; id <= 4; ++id) file.insert(file.end(), {id, 0x11, 0});
+    }
+    const size_t first = file.size();
+    file.insert(file.end(), at(tables), grey.end() - 2);
+    file[first + Find(grey, 0xDA) - tables + 5] = static_cast<uint8_t>(c + 1);
+  }
+  file.insert(file.end(), {0xFF, 0xD9});
+  return file;
+}
+
+TEST(JpegDeep, FourComponentsAreInks) {
+  std::vector<Raster> stored;
+  for (int c = 0; c < 4; ++c) {
+    stored.push_back(Waves(45, 29, 1));
+    for (size_t i = 0; i < stored.back().SampleCount(); ++i) {
+      stored.back().Set(i, (stored.back().Get(i) / (c + 1) + 900 * c) & 4095);
+    }
+  }
+  // What stands in the file comes back from grey files.
+  std::vector<Raster> components;
+  jpeg::EncodeOptions best;
+  best.quality = 100;
+  for (const Raster& one : stored) components.push_back(Decode(Encode(one, best)));
+  for (const int transform : {-1, 0, 2}) {
+    const std::vector<uint8_t> file = FourComponents(stored, transform);
+    Raster picture;
+    jpeg::FileInfo info;
+    ASSERT_EQ(jpeg::DecodeDeep(file.data(), file.size(), {}, &picture, &info).text(), "");
+    EXPECT_TRUE(info.messages.empty());
+    ASSERT_EQ(picture.channels(), 4);
+    for (size_t i = 0; i < components[0].SampleCount(); ++i) {
+      const double y = components[0].Get(i), cb = components[1].Get(i) - 2048,
+                   cr = components[2].Get(i) - 2048;
+      double inks[4] = {y + 1.402 * cr, y - 0.344136 * cb - 0.714136 * cr, y + 1.772 * cb,
+                        4095.0 - components[3].Get(i)};
+      for (size_t c = 0; c < 4; ++c) {
+        if (transform < 2) inks[c] = 4095 - components[c].Get(i);
+        ASSERT_NEAR(picture.Get(4 * i + c), std::clamp(inks[c], 0.0, 4095.0), 0.6) << i << " " << c;
+      }
+    }
+  }
+}
+
 // A picture with a message, or an error.
 TEST(JpegDeep, CutAnywhere) {
   const common::ByteBuffer file = Encode(Waves(61, 37, 3), {});

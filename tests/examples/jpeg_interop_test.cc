@@ -238,6 +238,47 @@ TEST(JpegInteropColor, RgbAndCmykAsTheyAre) {
   ExpectSamePicture(cmyk, "CMYK");
 }
 
+// With and without the headers that tell about colours, and with any of their values: both decoders see the same.
+TEST(JpegInteropColor, HeadersMeanTheSame) {
+  const auto adobe = [](int transform) {
+    return Bytes{0xFF, jpeg::kApp14,
+                 0,    14,
+                 'A',  'd',
+                 'o',  'b',
+                 'e',  0,
+                 100,  0,
+                 0,    0,
+                 0,    static_cast<uint8_t>(transform)};
+  };
+  const Bytes jfif = {0xFF, jpeg::kApp0, 0, 16, 'J', 'F', 'I', 'F', 0, 1, 1, 0, 0, 1, 0, 1, 0, 0};
+  for (const PixelLayout layout : {PixelLayout::kRgb, PixelLayout::kCmyk}) {
+    Settings settings;
+    settings.sampling = {1, 1};
+    Bytes file = libjpeg_codec::Compress(pictures::Smooth(24, 16, layout), settings);
+    const int header = layout == PixelLayout::kRgb ? jpeg::kApp0 : jpeg::kApp14;
+    const size_t at = jpeg_files::FindMarker(file, header);
+    file = jpeg_files::Without(file, at, jpeg_files::SegmentSize(file, at));
+    for (const bool has_jfif : {false, true}) {
+      for (const int transform : {-1, 0, 1, 2, 77}) {
+        for (const char* names : {"\1\2\3\4", "RGBK", "rgbk", "CMYK"}) {
+          Bytes changed = file;
+          const size_t frame = jpeg_files::FindMarker(file, jpeg::kSof0);
+          const size_t scan = jpeg_files::FindMarker(file, jpeg::kSos);
+          for (size_t i = 0; i < file[frame + 9]; ++i) {
+            changed[frame + 10 + 3 * i] = changed[scan + 5 + 2 * i] =
+                static_cast<uint8_t>(names[i]);
+          }
+          if (transform >= 0) changed = jpeg_files::With(changed, 2, adobe(transform));
+          if (has_jfif) changed = jpeg_files::With(changed, 2, jfif);
+          const Difference difference =
+              Compare(Decode(changed).image, libjpeg_codec::DecompressDamaged(changed));
+          EXPECT_LE(difference.most, 4) << has_jfif << " " << transform << " " << names;
+        }
+      }
+    }
+  }
+}
+
 // Every bit of every restart marker wrong once: both decoders, compared with what they make of the whole file.
 TEST(JpegInteropDamage, RestartMarkersCostLessThanThere) {
   for (const bool progressive : {false, true}) {

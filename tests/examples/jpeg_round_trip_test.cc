@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "examples/jpeg_files.h"
@@ -210,6 +211,30 @@ TEST(JpegMetadata, ExifAndProfileComeBack) {
   jpeg::RemoveIccProfile(&options.metadata);
   EXPECT_TRUE(jpeg::FindIccProfile(options.metadata).empty());
   EXPECT_EQ(options.metadata.segments.size(), 2u);
+}
+
+TEST(JpegMetadata, ProfilesInOddOrder) {
+  const auto part = [](int number, int count, uint8_t content) {
+    Bytes data = {'I', 'C', 'C', '_', 'P', 'R', 'O', 'F', 'I', 'L', 'E', 0};
+    data.insert(data.end(), {static_cast<uint8_t>(number), static_cast<uint8_t>(count), content});
+    return jpeg::Segment{jpeg::kApp2, data};
+  };
+  const auto found = [](std::vector<jpeg::Segment> parts) {
+    jpeg::Metadata metadata;
+    metadata.segments = std::move(parts);
+    EXPECT_TRUE(jpeg::HasIccProfile(metadata));
+    return jpeg::FindIccProfile(metadata);
+  };
+  const Bytes whole = {'a', 'b', 'c'};
+  EXPECT_EQ(found({part(3, 3, 'c'), part(1, 3, 'a'), part(2, 3, 'b')}), whole);
+  EXPECT_EQ(found({part(1, 3, 'a'), part(1, 3, 'x'), part(2, 3, 'b'), part(3, 3, 'c')}), whole);
+  EXPECT_EQ(found({part(0, 3, 'a'), part(1, 3, 'b'), part(2, 3, 'c')}), whole);
+  EXPECT_EQ(found({part(1, 3, 'a'), part(2, 0, 'b'), part(3, 3, 'c')}), whole);
+  EXPECT_TRUE(found({part(1, 3, 'a'), part(3, 3, 'c')}).empty());
+  EXPECT_TRUE(found({part(2, 3, 'b'), part(3, 3, 'c')}).empty());
+  EXPECT_TRUE(found({part(2, 3, 'b'), part(3, 3, 'c'), part(4, 3, 'd')}).empty());
+  EXPECT_TRUE(found({part(1, 0, 'a')}).empty());
+  EXPECT_FALSE(jpeg::HasIccProfile(jpeg::Metadata()));
 }
 
 TEST(JpegEncode, BadArguments) {

@@ -108,7 +108,7 @@ common::Image ReadAll(Decompressor* decompressor, int scale) {
     jpeg_read_scanlines(&info, rows, 1);
   }
   jpeg_finish_decompress(&info);
-  if (layout == common::PixelLayout::kCmyk && info.saw_Adobe_marker) {
+  if (layout == common::PixelLayout::kCmyk) {
     for (size_t i = 0; i < image.SizeInBytes(); ++i) {
       image.Row(0)[i] = static_cast<uint8_t>(255 - image.Row(0)[i]);
     }

@@ -524,7 +524,7 @@ class ZepconvertTest(unittest.TestCase):
         self.write("inks.jpg", inks)
         self.assertIn("CMYK", self.run_tool("inks.jpg", "a.ppm"))
         rgb = self.read("a.ppm")
-        self.assertEqual(list(rgb[-3:]), [(127 * 127 + 127) // 255, 0, 127])
+        self.assertEqual(list(rgb[-3:]), [(128 * 128 + 127) // 255, 128, 0])  # 0 is full ink
         self.run_tool("inks.jpg", "b.jpg", "--lossless")
         found = dict(segments(self.path("b.jpg")))
         self.assertEqual((found[0xC3][5], found[0xEE][:5]), (4, b"Adobe"))
@@ -595,6 +595,32 @@ class ZepconvertTest(unittest.TestCase):
         self.assertFalse({0xE1, 0xE2, 0xFE} & set(markers))
         self.run_tool("m.jpg", "g.jpg", "--grey")
         self.assertNotIn(0xE2, [marker for marker, _ in segments(self.path("g.jpg"))])
+
+    def test_a_profile_costs_no_picture(self):
+        """In parts of any order it is kept, without one of them dropped, with a note."""
+        profile = self.profile()
+        pieces = [profile[:50], profile[50:90], profile[90:]]
+
+        def file_with(numbers):
+            more = b""
+            for number in numbers:
+                icc = b"ICC_PROFILE\0" + bytes([number, 3]) + pieces[number - 1]
+                more += b"\xFF\xE2" + struct.pack(">H", len(icc) + 2) + icc
+            return more
+        for options in ((), ("--lossless",)):
+            self.run_tool("in.ppm", "a.jpg", *options)
+            data = self.read("a.jpg")
+            at = 20 if data[2:4] == b"\xFF\xE0" else 2
+            for numbers in ((3, 1, 2), (2, 2, 1, 3)):
+                self.write("m.jpg", data[:at] + file_with(numbers) + data[at:])
+                self.assertEqual(self.run_tool("m.jpg", "p.png"), "")
+                self.run_tool("p.png", "q.jpg")
+                self.assertIn((0xE2, b"ICC_PROFILE\0\1\1" + profile), segments(self.path("q.jpg")))
+            for numbers in ((1, 2), (2, 3), (1, 1, 1)):
+                self.write("m.jpg", data[:at] + file_with(numbers) + data[at:])
+                self.assertIn("not complete", self.run_tool("m.jpg", "p.png"))
+                self.assertIn("not complete", self.run_tool("m.jpg", "q.jpg", "-q", "50"))
+                self.assertNotIn(0xE2, dict(segments(self.path("q.jpg"))))
 
     @staticmethod
     def profile():
