@@ -1535,7 +1535,9 @@ ZEP_API zepStatus ZEP_CALL zepiTextureEncodeBlockFromRGBA_BC7_8u_C4C1R(const uin
  * segmentation symbols. **Segments**: without 1 and 4 all passes form one codeword segment; with 4 each
  * pass is one; with 1 alone passes 0 to 9 are one, then each pair of raw passes and each cleanup pass.
  * No segment ends in FF or holds FF followed by more than 8F; behind the end of a segment decoders read
- * ones, and nothing else.
+ * ones, and nothing else. **Predictable termination** is that of D.4.2: the end of each segment follows from
+ * its decisions alone, so that a decoder can tell damage; raw segments are filled with 0, 1, 0 ..., and with a
+ * byte 2A behind an FF.
  *
  * @code
  * zepiEncodeStateJPEG2K* state;
@@ -1599,8 +1601,8 @@ ZEP_API zepStatus ZEP_CALL zepiEncodeGetRate_JPEG2K(const zepiEncodeStateJPEG2K*
 ZEP_API zepStatus ZEP_CALL zepiEncodeGetDist_JPEG2K(const zepiEncodeStateJPEG2K* pState,
                                                     int32_t passNumber, double* pDist);
 /**
- * Bytes, from the block's first on, that suffice to decode passes 0 to passNumber; one less does not. The
- * difference to the end of the segment before is what a packet header tells. Checks as for
+ * Bytes, from the block's first on, that suffice to decode passes 0 to passNumber; one less does not. (With
+ * predictable termination the last pass of a segment takes the whole of it.) The difference to the end of the segment before is what a packet header tells. Checks as for
  * zepiEncodeGetRate_JPEG2K().
  */
 ZEP_API zepStatus ZEP_CALL zepiEncodeGetTermPassLen_JPEG2K(const zepiEncodeStateJPEG2K* pState,
@@ -1637,8 +1639,8 @@ ZEP_API zepStatus ZEP_CALL zepiEncodeFree_JPEG2K(zepiEncodeStateJPEG2K* pState);
  * one on plane q - 1. For lossy coding pass magnBits = sfBits + 1 and 0x40000: samples then are twice as
  * large, and bit 0 is the half of a step.
  *
- * A pass fails where a segmentation symbol is wrong (32), or where a segment that must end with its last
- * pass (4, or 1) does not with predictable termination (16).
+ * A pass fails where a segmentation symbol is wrong (32), or where, with predictable termination (16), a
+ * segment that must end with its last pass (4, or 1) is not what an encoder writes for its decisions.
  *
  * **Checks**: pSrc, pState: ::zepStatusNullPtr; size: ::zepStatusBadSize; pTermPassLen, pDst:
  * ::zepStatusNullPtr; dstStep below 1: ::zepStatusBadStep.

@@ -109,10 +109,12 @@ class Jpeg2000Interop(unittest.TestCase):
         return picture.read("here.rawl")
 
     def decode_there(self, picture, name, *options):
-        if len(set(picture.grids)) > 1:
-            run("opj_decompress", "-i", name, "-o", "there.pgx", *options)
+        suffix = "pgx" if len(set(picture.grids)) > 1 else "rawl"
+        said = run("opj_decompress", "-i", name, "-o", "there." + suffix, *options)
+        # Their check of predictable termination warns only.
+        self.assertNotIn("PTERM", said)
+        if suffix == "pgx":
             return picture.read_components("there")
-        run("opj_decompress", "-i", name, "-o", "there.rawl", *options)
         return picture.read("there.rawl")
 
     def encode_here(self, picture, name, *options):

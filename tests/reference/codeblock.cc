@@ -107,7 +107,20 @@ class MqEncoder : public Coder {
     ByteOut();
     c_ <<= ct_;
     ByteOut();
-    if (bytes_.size() > start_ && bytes_.back() == 0xFF) bytes_.pop_back();
+    if (LastIsFf()) bytes_.pop_back();
+  }
+
+  // D.4.2. The byte that is put out last remains in the byte register, and is dropped.
+  void FlushPredictably() {
+    int k = 11 - ct_ + 1;
+    while (k > 0) {
+      c_ <<= ct_;
+      ct_ = 0;
+      ByteOut();
+      k -= ct_;
+    }
+    if (!LastIsFf()) ByteOut();
+    bytes_.pop_back();
   }
 
  private:
@@ -185,11 +198,18 @@ class MqDecoder : public Coder {
     return bit;
   }
 
-  // Bytes behind the one that was read last.
-  int64_t Unread() const {
-    return static_cast<int64_t>(size_) - static_cast<int64_t>(position_) - 1;
+  // Whether an encoder ends the segment so, by predictable termination: counted from the front, in bits
+  // that were shifted in. Of the bytes that hold them the segment has all, but for an FF at the end; and
+  // below the lowest bit of these bytes the code differs from the interval's lower end, not above.
+  bool EndsPredictably() const {
+    if (size_ > 0 && bytes_[size_ - 1] == 0xFF) return false;
+    int64_t held = 0;
+    size_t count = 0;
+    for (; held < shifts_; ++count) held += count > 0 && Byte(count - 1) == 0xFF ? 7 : 8;
+    const bool is_ff_left_out = count == size_ + 1;
+    if (count != size_ && !is_ff_left_out) return false;
+    return c_ >> 16 < 1u << (15 + shifts_ - held);
   }
-  int Supplied() const { return supplied_; }
 
  private:
   uint32_t Byte(size_t i) const { return i < size_ ? bytes_[i] : 0xFF; }
@@ -199,7 +219,6 @@ class MqDecoder : public Coder {
       if (Byte(position_ + 1) > 0x8F) {
         c_ += 0xFF00;
         ct_ = 8;
-        ++supplied_;
       } else {
         ++position_;
         c_ += Byte(position_) << 9;
@@ -218,6 +237,7 @@ class MqDecoder : public Coder {
       a_ <<= 1;
       c_ <<= 1;
       --ct_;
+      ++shifts_;
     } while ((a_ & 0x8000) == 0);
   }
 
@@ -225,7 +245,7 @@ class MqDecoder : public Coder {
   size_t size_;
   Contexts& contexts_;
   size_t position_ = 0;
-  int supplied_ = 0;
+  int64_t shifts_ = 0;
   uint32_t a_ = 0x8000;
   uint32_t c_ = 0;
   int ct_ = 0;
@@ -241,17 +261,19 @@ class RawEncoder : public Coder {
     if (--room_ == 0) PutByte();
     return bit;
   }
-  // Fills the last byte with 0, 1, 0 ...; an FF at the end is left out.
-  void Flush() {
-    for (int pad = 0; room_ < (after_ff_ ? 7 : 8); pad ^= 1) Decide(0, pad);
-    if (started_ && bytes_.back() == 0xFF) bytes_.pop_back();
+  // Fills the last byte with 0, 1, 0 ...; an FF at the end is left out, or with predictable termination
+  // a whole byte is filled behind it.
+  void Flush(bool is_predictable) {
+    for (int pad = 0; HasPart(); pad ^= 1) Decide(0, pad);
+    if (!after_ff_) return;
+    if (!is_predictable) return bytes_.pop_back();
+    for (int i = 0; i < 7; ++i) Decide(0, i % 2);
   }
   bool HasPart() const { return room_ < (after_ff_ ? 7 : 8); }
 
  private:
   void PutByte() {
     bytes_.push_back(static_cast<uint8_t>(value_));
-    started_ = true;
     after_ff_ = value_ == 0xFF;
     room_ = after_ff_ ? 7 : 8;
     value_ = 0;
@@ -261,7 +283,6 @@ class RawEncoder : public Coder {
   int value_ = 0;
   int room_ = 8;
   bool after_ff_ = false;
-  bool started_ = false;
 };
 
 class RawDecoder : public Coder {
@@ -274,16 +295,24 @@ class RawDecoder : public Coder {
       value_ = position_ < size_ ? bytes_[position_] : 0xFF;
       if (position_ < size_) ++position_;
     }
-    return value_ >> --left_ & 1;
+    bits_.push_back(value_ >> --left_ & 1);
+    return bits_.back();
   }
 
-  int64_t Unread() const { return static_cast<int64_t>(size_ - position_); }
-  // Whether what is left of the byte is 0, 1, 0 ...
-  bool IsPadding() const {
-    for (int i = left_ - 1, pad = 0; i >= 0; --i, pad ^= 1) {
-      if ((value_ >> i & 1) != pad) return false;
+  // Whether predictable termination ends the segment so: writes the same bits once more. The bit that is
+  // stuffed behind FF is not looked at, but in a byte of padding alone; and an FF may have been left out.
+  bool EndsPredictably() const {
+    std::vector<uint8_t> segment(bytes_, bytes_ + size_), bytes;
+    RawEncoder encoder(&bytes);
+    for (const int bit : bits_) encoder.Decide(0, bit);
+    const bool ends_in_ff = !encoder.HasPart() && !bytes.empty() && bytes.back() == 0xFF;
+    if (ends_in_ff && size_ == bytes.size() + 1 && segment.back() != 0x2A) return false;
+    if (ends_in_ff && size_ + 1 == bytes.size()) segment.push_back(0xFF), segment.push_back(0x2A);
+    encoder.Flush(true);
+    for (size_t i = 1; i < segment.size(); ++i) {
+      if (segment[i - 1] == 0xFF) segment[i] &= 0x7F;
     }
-    return true;
+    return segment == bytes;
   }
 
  private:
@@ -292,6 +321,7 @@ class RawDecoder : public Coder {
   size_t position_ = 0;
   int value_ = 0;
   int left_ = 0;
+  std::vector<int> bits_;
 };
 
 struct Sample {
@@ -592,8 +622,11 @@ class BlockEncoder {
   }
 
   void EndSegment(int pass, bool is_raw, CodedBlock* coded) {
+    const bool is_predictable = (style_ & kPredictable) != 0;
     if (is_raw) {
-      raw_->Flush();
+      raw_->Flush(is_predictable);
+    } else if (is_predictable) {
+      mq_->FlushPredictably();
     } else {
       mq_->Flush();
     }
@@ -601,8 +634,7 @@ class BlockEncoder {
     for (int k = first_; k <= pass; ++k) {
       CodedPass& result = coded->passes[static_cast<size_t>(k)];
       length = is_raw ? RawLength(result, *coded) : ShortestLength(k, length, *coded);
-      if (k == pass && (is_raw || (style_ & kPredictable) != 0))
-        length = coded->bytes.size() - start_;
+      if (k == pass && (is_raw || is_predictable)) length = coded->bytes.size() - start_;
       result.truncated_length = static_cast<int32_t>(start_ + length);
     }
     coded->bytes.resize(start_ + length);
@@ -682,14 +714,10 @@ class BlockDecoder {
     }
     // Only where the encoder must have ended the code here.
     if ((style_ & kPredictable) == 0 || pass_ != end) return;
-    const bool is_wrong = is_raw ? raw.Unread() > 1 || !raw.IsPadding()
-                                 : mq.Unread() > kMostUnread || mq.Supplied() > kMostSupplied;
-    block_.failed = block_.failed || is_wrong;
+    if (!(is_raw ? raw.EndsPredictably() : mq.EndsPredictably())) block_.failed = true;
   }
 
  private:
-  static constexpr int kMostUnread = 2, kMostSupplied = 3;
-
   bool IsDone() const { return block_.passes_left < 1 || pass_ >= 3 * magnitude_bits_ - 2; }
 
   int style_;

@@ -71,12 +71,6 @@ namespace zepjp::codeblock {
 namespace HWY_NAMESPACE {
 namespace {
 
-// With predictable termination the end of a pass is known: how many bytes may lie behind what was read, and
-// how many of ones a decoder may need.
-constexpr int64_t kMostUnread = 2;
-constexpr size_t kMostUnreadRaw = 1;
-constexpr int kMostSupplied = 3;
-
 class BlockDecoder {
  public:
   BlockDecoder(void* flags, Progress* progress)
@@ -93,11 +87,11 @@ class BlockDecoder {
     if (IsRaw(progress_.pass, progress_.style)) {
       RawDecoder raw(src, size);
       DecodePasses<true>(end, &raw);
-      is_well_ended = raw.Unread() <= kMostUnreadRaw && raw.EndsInPadding();
+      is_well_ended = raw.EndsPredictably();
     } else {
       MqDecoder mq(src, size, progress_.contexts);
       DecodePasses<false>(end, &mq);
-      is_well_ended = mq.Unread() <= kMostUnread && mq.Supplied() <= kMostSupplied;
+      is_well_ended = mq.EndsPredictably();
       progress_.contexts = mq.states();
     }
     const bool is_predictable = (progress_.style & kPredictable) != 0;

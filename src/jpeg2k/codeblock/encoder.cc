@@ -399,8 +399,15 @@ class BlockEncoder {
     }
   }
 
+  size_t Flush() {
+    if ((style_ & kPredictable) != 0) {
+      return is_raw_ ? raw_.FlushPredictably() : mq_.FlushPredictably();
+    }
+    return is_raw_ ? raw_.Flush() : mq_.Flush();
+  }
+
   void EndSegment(int pass, bool is_last) {
-    size_t total = is_raw_ ? raw_.Flush() : mq_.Flush();
+    size_t total = Flush();
     for (int k = first_; k <= pass; ++k) {
       size_t length = total;
       if (!is_raw_ && (k < pass || (style_ & kPredictable) == 0)) {

@@ -62,8 +62,18 @@ class MqEncoder {
       at_.room = 0;
       PutByte(&at_);
     }
-    if (bytes_[at_.size - 1] == 0xFF) --at_.size;
-    return at_.size;
+    return DropFinalFf();
+  }
+
+  // Its predictable termination (D.4.2): as many bytes as hold the bits that were shifted out of the
+  // interval. They are the code register's own, so that a decoder can tell them from others.
+  size_t FlushPredictably() {
+    for (int left = MqPosition().room - at_.room; left > 0; left -= at_.room) {
+      at_.code <<= at_.room;
+      at_.room = 0;
+      PutByte(&at_);
+    }
+    return DropFinalFf();
   }
 
   // How many of the finished segment's bytes suffice to decode what was coded up to a position: with the
@@ -90,6 +100,11 @@ class MqEncoder {
   }
 
  private:
+  size_t DropFinalFf() {
+    if (bytes_[at_.size - 1] == 0xFF) --at_.size;
+    return at_.size;
+  }
+
   // Of a byte behind FF only seven bits count.
   static bool IsOnes(const uint8_t* bytes, size_t start, size_t i) {
     return bytes[i] == 0xFF || (bytes[i] == 0x7F && i > start && bytes[i - 1] == 0xFF);
@@ -173,13 +188,27 @@ class RawEncoder {
 
   // Fills the last byte with 0, 1, 0 ...; an FF at the end is left out, because decoders read it there.
   size_t Flush() {
-    for (uint32_t bit = 0; bits_ > 0; bit ^= 1) Put(bit);
-    if (size_ > start_ && bytes_[size_ - 1] == 0xFF) --size_;
+    FillLast();
+    if (EndsInFf()) --size_;
     return size_;
   }
 
+  // The same for predictable termination: behind an FF at the end comes a byte of such bits alone.
+  size_t FlushPredictably() {
+    FillLast();
+    if (EndsInFf()) bytes_[size_++] = kPadding;
+    return size_;
+  }
+
+  static constexpr uint8_t kPadding = 0x2A;
+
  private:
   RawEncoder(uint8_t* bytes, size_t size) : bytes_(bytes), start_(size), size_(size) {}
+
+  void FillLast() {
+    for (uint32_t bit = 0; bits_ > 0; bit ^= 1) Put(bit);
+  }
+  bool EndsInFf() const { return size_ > start_ && bytes_[size_ - 1] == 0xFF; }
 
   uint8_t* bytes_ = nullptr;
   size_t start_ = 0;
@@ -266,12 +295,24 @@ class MqDecoder {
     return static_cast<uint32_t>((state ^ is_lps) & 1);
   }
 
-  // Bytes behind those that a decoder without foresight has read by now.
-  int64_t Unread() const {
-    return static_cast<int64_t>(size_) - static_cast<int64_t>(position_) - 1 + ahead_ / 8;
+  // Whether an encoder ends the segment of these decisions so, with predictable termination.
+  //
+  // It puts out whole bytes until they hold as many bits as were shifted out of the interval. The 15 bits of
+  // the code register hence reach 8 to 15 bits beyond the segment, less where its last byte has seven. These
+  // are ones here; the encoder's are cut off. All that the segment holds being the encoder's, the code lies
+  // above the interval's lower end by less than the first bit beyond is worth. Where the last byte was FF it
+  // is left out, and ones take its place.
+  bool EndsPredictably() const {
+    const auto bytes_beyond =
+        static_cast<int64_t>(position_) + 1 - static_cast<int64_t>(size_) + supplied_;
+    if (position_ + 1 < size_ || (size_ > 0 && bytes_[size_ - 1] == 0xFF)) return false;
+    int64_t bits_beyond = 8 * bytes_beyond - ahead_;
+    const bool is_ff_left_out = bits_beyond > 15;
+    const bool has_seven_bits = !is_ff_left_out && size_ > 1 && bytes_[size_ - 2] == 0xFF;
+    if (is_ff_left_out) bits_beyond -= 8;
+    if (bits_beyond < (has_seven_bits ? 9 : 8) || bits_beyond > 15) return false;
+    return code_ >> (kPoint + bits_beyond) == 0;
   }
-  // Bytes of ones that a marker or the end made necessary.
-  int Supplied() const { return supplied_; }
 
  private:
   static constexpr int kPoint = kDecoderPoint;  // the lowest bit of code and interval in their 64
@@ -330,23 +371,28 @@ class RawDecoder {
   uint32_t DecodeUnforeseen(uint32_t /*context*/) {
     if (left_ == 0) {
       left_ = value_ == 0xFF ? 7 : 8;
+      if (position_ == size_) ++supplied_;
       value_ = position_ < size_ ? bytes_[position_++] : 0xFF;
     }
     return value_ >> --left_ & 1;
   }
 
-  size_t Unread() const { return size_ - position_; }
-  // What is left of the last byte is 0, 1, 0 ...
-  bool EndsInPadding() const {
+  // Whether predictable termination ends the segment so: what is left of the last byte is 0, 1, 0 ..., and
+  // behind an FF whose bits were all read there is a byte of that alone (or the FF was left out).
+  bool EndsPredictably() const {
+    const bool is_ff_read = value_ == 0xFF && left_ == 0;
+    if (supplied_ > 0) return supplied_ == 1 && is_ff_read;
+    if (is_ff_read) return size_ - position_ == 1 && bytes_[position_] == RawEncoder::kPadding;
     const uint32_t mask = (1u << left_) - 1;
     const uint32_t padding = left_ % 2 == 0 ? 0x55 : 0x2A;
-    return (value_ & mask) == (padding & mask);
+    return position_ == size_ && (value_ & mask) == (padding & mask);
   }
 
  private:
   const uint8_t* bytes_;
   size_t size_;
   size_t position_ = 0;
+  size_t supplied_ = 0;  // bytes of ones that the end made necessary
   uint32_t value_ = 0;
   int left_ = 0;
 };
