@@ -58,8 +58,8 @@ struct PlaneHeader {
 };
 
 struct FrameHeader {
-  bool has_hard_tiles = false;  // overlap filters stop at tiles
-  int filter_version = 1;       // of the overlap filters
+  bool has_hard_tiles = false;   // overlap filters stop at tiles
+  bool has_old_filters = false;  // overlap as in sub-version 0
   bool is_frequency_order = false;
   int orientation = 0;
   bool has_index = false;

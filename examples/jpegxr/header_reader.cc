@@ -97,7 +97,8 @@ struct Flags {
 Status ReadFlags(HeaderReader* reader, FrameHeader* frame, Flags* flags) {
   if (reader->Bits(4) != 1) return Status::Error("an unknown version");
   frame->has_hard_tiles = reader->Bit();
-  frame->filter_version = static_cast<int>(reader->Bits(3));
+  const uint32_t filters = reader->Bits(3);
+  frame->has_old_filters = filters == 0;
   flags->is_tiled = reader->Bit();
   frame->is_frequency_order = reader->Bit();
   frame->orientation = static_cast<int>(reader->Bits(3));
@@ -115,8 +116,9 @@ Status ReadFlags(HeaderReader* reader, FrameHeader* frame, Flags* flags) {
   const uint32_t color = reader->Bits(4);
   frame->is_rgb = color == kRgbOutput;
   if (overlap > 2) return Status::Error("an unknown overlap");
-  if (overlap > 0 && frame->filter_version != 1) {
-    return Status::Error("overlap filters of an old kind");
+  // Hard tiles came after the old filters.
+  if (overlap > 0 && (filters > 1 || (frame->has_old_filters && frame->has_hard_tiles))) {
+    return Status::Error("overlap filters of an unknown kind");
   }
   if (color != kGreyOutput && color != kRgbOutput) return Status::Error("neither grey nor RGB");
   if (!FindSampleType(reader->Bits(4), &frame->type)) {

@@ -15,7 +15,8 @@ namespace {
 constexpr size_t kChunk = 16;
 
 template <class Filter>
-inline __attribute__((always_inline)) void SquaresOf(int32_t* const (&rows)[4], size_t count) {
+inline __attribute__((always_inline)) void SquaresOf(int32_t* const (&rows)[4], size_t count,
+                                                     int32_t leak_limit) {
   W values[4][4][kChunk];
   if (count < kChunk) std::fill_n(&values[0][0][0], 16 * kChunk, W(0));
   for (size_t r = 0; r < 4; ++r) {
@@ -28,7 +29,7 @@ inline __attribute__((always_inline)) void SquaresOf(int32_t* const (&rows)[4], 
     for (size_t r = 0; r < 4; ++r) {
       for (size_t c = 0; c < 4; ++c) x[r][c] = values[r][c][i];
     }
-    Filter::Square(x);
+    Filter::Square(x, leak_limit);
     for (size_t r = 0; r < 4; ++r) {
       for (size_t c = 0; c < 4; ++c) values[r][c][i] = x[r][c];
     }
@@ -41,15 +42,22 @@ inline __attribute__((always_inline)) void SquaresOf(int32_t* const (&rows)[4], 
 }
 
 template <class Filter>
-void FilterSquares(int32_t* const (&rows)[4], size_t count);
+void FilterSquares(int32_t* const (&rows)[4], size_t count, int32_t leak_limit);
 
 template <>
-ZEPJP_VECTOR_LOOPS void FilterSquares<PreFilter>(int32_t* const (&rows)[4], size_t count) {
-  SquaresOf<PreFilter>(rows, count);
+ZEPJP_VECTOR_LOOPS void FilterSquares<PreFilter>(int32_t* const (&rows)[4], size_t count,
+                                                 int32_t leak_limit) {
+  SquaresOf<PreFilter>(rows, count, leak_limit);
 }
 template <>
-ZEPJP_VECTOR_LOOPS void FilterSquares<PostFilter>(int32_t* const (&rows)[4], size_t count) {
-  SquaresOf<PostFilter>(rows, count);
+ZEPJP_VECTOR_LOOPS void FilterSquares<PostFilter>(int32_t* const (&rows)[4], size_t count,
+                                                  int32_t leak_limit) {
+  SquaresOf<PostFilter>(rows, count, leak_limit);
+}
+template <>
+ZEPJP_VECTOR_LOOPS void FilterSquares<OldPostFilter>(int32_t* const (&rows)[4], size_t count,
+                                                     int32_t leak_limit) {
+  SquaresOf<OldPostFilter>(rows, count, leak_limit);
 }
 
 template <class Filter>
@@ -72,6 +80,7 @@ void FilterBorder(const Window& plane, size_t first_row) {
       FilterLine<Filter>(row + x, row + x + 1, row + x + 2, row + x + 3);
     }
   }
+  if (!Filter::kHasCorners) return;
   FilterLine<Filter>(row0, row0 + 1, row1, row1 + 1);
   int32_t* const right0 = row0 + plane.width - 2;
   int32_t* const right1 = row1 + plane.width - 2;
@@ -79,7 +88,7 @@ void FilterBorder(const Window& plane, size_t first_row) {
 }
 
 template <class Filter>
-void FilterRow(const Window& plane, ptrdiff_t row) {
+void FilterRowBy(const Window& plane, ptrdiff_t row, int32_t leak_limit) {
   if (row < 0) return FilterBorder<Filter>(plane, 0);
   const auto y = static_cast<size_t>(4 * row + 2);
   if (y + 2 >= plane.height) return FilterBorder<Filter>(plane, y);
@@ -91,14 +100,7 @@ void FilterRow(const Window& plane, ptrdiff_t row) {
   for (size_t i = 0; i < squares; i += kChunk) {
     int32_t* const part[4] = {rows[0] + 2 + 4 * i, rows[1] + 2 + 4 * i, rows[2] + 2 + 4 * i,
                               rows[3] + 2 + 4 * i};
-    FilterSquares<Filter>(part, std::min(kChunk, squares - i));
-  }
-}
-
-template <class Filter>
-void FilterPlane(const Window& plane) {
-  for (ptrdiff_t row = -1; row < static_cast<ptrdiff_t>(plane.height / 4); ++row) {
-    FilterRow<Filter>(plane, row);
+    FilterSquares<Filter>(part, std::min(kChunk, squares - i), leak_limit);
   }
 }
 
@@ -127,22 +129,27 @@ void FilterSmallSquares(const Window& plane, size_t y) {
   FilterPair<Filter>(row0 + plane.width - 1, row1 + plane.width - 1);
 }
 
+template <class Filter>
+void FilterPairs(int32_t* row, size_t width) {
+  for (size_t x = 1; x + 2 < width; x += 2) FilterPair<Filter>(row + x, row + x + 1);
+}
+
 // A corner is held as its difference to the value beside it while that one is filtered.
 template <class Filter>
 void FilterSmallBorder(int32_t* row, size_t width) {
+  if (!Filter::kHasCorners) return FilterPairs<Filter>(row, width);
   int32_t* const last = row + width - 1;
   const int32_t before_last = last[-1];
   row[0] = WrapSub(row[0], row[1]);
   *last = WrapSub(*last, before_last);
-  for (size_t x = 1; x + 2 < width; x += 2) FilterPair<Filter>(row + x, row + x + 1);
+  FilterPairs<Filter>(row, width);
   const int32_t after_last = width == 2 ? before_last : last[-1];
   row[0] = WrapAdd(row[0], row[1]);
   *last = WrapAdd(*last, after_last);
 }
 
-// What the rows from `begin` to before `end` need besides those before them.
 template <class Filter>
-void FilterSmallRows(const Window& plane, size_t begin, size_t end) {
+void FilterSmallRowsBy(const Window& plane, size_t begin, size_t end) {
   if (begin == 0) FilterSmallBorder<Filter>(plane.Row(0), plane.width);
   for (size_t y = begin == 0 ? 1 : begin - 1; y + 1 < end; y += 2) {
     FilterSmallSquares<Filter>(plane, y);
@@ -152,15 +159,26 @@ void FilterSmallRows(const Window& plane, size_t begin, size_t end) {
 
 }  // namespace
 
-void PreFilterRow(const Window& plane, ptrdiff_t row) { FilterRow<PreFilter>(plane, row); }
-void PostFilterRow(const Window& plane, ptrdiff_t row) { FilterRow<PostFilter>(plane, row); }
-void PreFilterPlane(const Window& plane) { FilterPlane<PreFilter>(plane); }
-void PostFilterPlane(const Window& plane) { FilterPlane<PostFilter>(plane); }
-void PreFilterSmallRows(const Window& plane, size_t begin, size_t end) {
-  FilterSmallRows<PreFilter>(plane, begin, end);
+void FilterRow(const OverlapFilter& filter, const Window& plane, ptrdiff_t row) {
+  switch (filter.kind) {
+    case FilterKind::kPre: return FilterRowBy<PreFilter>(plane, row, filter.leak_limit);
+    case FilterKind::kPost: return FilterRowBy<PostFilter>(plane, row, filter.leak_limit);
+    case FilterKind::kOldPost: return FilterRowBy<OldPostFilter>(plane, row, filter.leak_limit);
+  }
 }
-void PostFilterSmallRows(const Window& plane, size_t begin, size_t end) {
-  FilterSmallRows<PostFilter>(plane, begin, end);
+
+void FilterPlane(const OverlapFilter& filter, const Window& plane) {
+  for (ptrdiff_t row = -1; row < static_cast<ptrdiff_t>(plane.height / 4); ++row) {
+    FilterRow(filter, plane, row);
+  }
+}
+
+void FilterSmallRows(const OverlapFilter& filter, const Window& plane, size_t begin, size_t end) {
+  switch (filter.kind) {
+    case FilterKind::kPre: return FilterSmallRowsBy<PreFilter>(plane, begin, end);
+    case FilterKind::kPost: return FilterSmallRowsBy<PostFilter>(plane, begin, end);
+    case FilterKind::kOldPost: return FilterSmallRowsBy<OldPostFilter>(plane, begin, end);
+  }
 }
 
 }  // namespace jpegxr

@@ -8,23 +8,29 @@
 #define ZEPJP_EXAMPLES_JPEGXR_OVERLAP_H_
 
 #include <cstddef>
+#include <cstdint>
 
 #include "jpegxr/plane.h"
 
 namespace jpegxr {
 
+// Before the forward transform; after the inverse one; the latter for streams of sub-version 0.
+enum class FilterKind { kPre, kPost, kOldPost };
+
+struct OverlapFilter {
+  FilterKind kind;
+  // Of the old filter, which takes back what has leaked in magnitudes below this; see TakeBackLeak().
+  int32_t leak_limit = 0;
+};
+
 // What crosses the border between block rows `row` and row + 1, for row + 1 < height / 4; and what lies inside
 // the first or last row of blocks, for row = -1 and the last. All of it: FilterPlane.
-void PreFilterRow(const Window& plane, ptrdiff_t row);
-void PostFilterRow(const Window& plane, ptrdiff_t row);
+void FilterRow(const OverlapFilter& filter, const Window& plane, ptrdiff_t row);
+void FilterPlane(const OverlapFilter& filter, const Window& plane);
 
-void PreFilterPlane(const Window& plane);
-void PostFilterPlane(const Window& plane);
-
-// The second stage of subsampled chroma, on two values across for each macroblock.
-// Between rows from `begin`, an even one, to before `end`, and between them and those before.
-void PreFilterSmallRows(const Window& plane, size_t begin, size_t end);
-void PostFilterSmallRows(const Window& plane, size_t begin, size_t end);
+// The second stage of subsampled chroma, on two values across for each macroblock: between rows from `begin`, an even
+// one, to before `end`, and between them and those before.
+void FilterSmallRows(const OverlapFilter& filter, const Window& plane, size_t begin, size_t end);
 
 }  // namespace jpegxr
 

@@ -4,6 +4,9 @@
 #ifndef ZEPJP_EXAMPLES_JPEGXR_OVERLAP_OPERATORS_H_
 #define ZEPJP_EXAMPLES_JPEGXR_OVERLAP_OPERATORS_H_
 
+#include <algorithm>
+#include <cstdint>
+
 #include "jpegxr/wrapping.h"
 
 namespace jpegxr {
@@ -64,7 +67,7 @@ inline void RotateTwiceBack(W& a, W& b, W& c, W& d) {
   d -= a;
 }
 
-// Multiplies a sum and divides a difference by the same factor.
+// Multiplies a sum and divides a difference by the same factor. The old filters lack the terms in 2^-7 and 2^-10.
 inline void Scale(W& a, W& d) {
   d -= a >> 7;
   d += a >> 10;
@@ -73,11 +76,14 @@ inline void Scale(W& a, W& d) {
   d = (a >> 1) - d;
   a -= d;
 }
-inline void ScaleBack(W& a, W& d) {
+inline void OldScaleBack(W& a, W& d) {
   a += d;
   d = (a >> 1) - d;
   a += (d * 3) >> 3;
   d += (a * 3) >> 4;
+}
+inline void ScaleBack(W& a, W& d) {
+  OldScaleBack(a, d);
   d += a >> 7;
   d -= a >> 10;
 }
@@ -96,6 +102,12 @@ inline void ScaleEdgeBack(W& a, W& d) {
   d -= a >> 1;
   a += d;
   d = -d;
+}
+
+inline void OldScaleEdgeBack(W& a, W& d) {
+  a += (d * 3 + 16) >> 5;
+  d += (a * 3 + 8) >> 4;
+  a += (d * 3 + 16) >> 5;
 }
 
 inline void HadamardScale(W& a, W& b, W& c, W& d) {
@@ -118,9 +130,26 @@ inline void HadamardScaleBack(W& a, W& b, W& c, W& d) {
   b += sum;
 }
 
-// 4x4 values around the corner of four blocks.
+// A 2x2 square: an operator on the sums over its diagonals.
+template <void (*kPair)(W&, W&)>
+inline void AroundPair(W& a, W& b, W& c, W& d) {
+  a += d;
+  b += c;
+  d -= (a + 1) >> 1;
+  c -= (b + 1) >> 1;
+  kPair(a, b);
+  d += (a + 1) >> 1;
+  c += (b + 1) >> 1;
+  a -= d;
+  b -= c;
+}
+
+// Square: 4x4 values around the corner of four blocks. Line: four values across the border of two, along the border
+// of the plane. A corner of the plane is a line, too, in a
+// square of 2x2. Pair and SmallSquare: the same in the halved DC planes of chroma.
 struct PreFilter {
-  static void Square(W (&x)[4][4]);
+  static constexpr bool kHasCorners = true;
+  static void Square(W (&x)[4][4], int32_t leak_limit);
   static void Line(W& a, W& b, W& c, W& d) {
     a += d;
     b += c;
@@ -142,25 +171,12 @@ struct PreFilter {
     a -= b >> 13;
     b -= (a + 2) >> 2;
   }
-  static void SmallSquare(W& a, W& b, W& c, W& d) { AroundPair<PreFilter>(a, b, c, d); }
-
-  // The 2x2 square: the pair operator on the sums over its diagonals.
-  template <class Filter>
-  static void AroundPair(W& a, W& b, W& c, W& d) {
-    a += d;
-    b += c;
-    d -= (a + 1) >> 1;
-    c -= (b + 1) >> 1;
-    Filter::Pair(a, b);
-    d += (a + 1) >> 1;
-    c += (b + 1) >> 1;
-    a -= d;
-    b -= c;
-  }
+  static void SmallSquare(W& a, W& b, W& c, W& d) { AroundPair<Pair>(a, b, c, d); }
 };
 
 struct PostFilter {
-  static void Square(W (&x)[4][4]);
+  static constexpr bool kHasCorners = true;
+  static void Square(W (&x)[4][4], int32_t leak_limit);
   static void Line(W& a, W& b, W& c, W& d) {
     a += d;
     b += c;
@@ -182,10 +198,58 @@ struct PostFilter {
     a += b >> 13;
     b += (a + 2) >> 2;
   }
-  static void SmallSquare(W& a, W& b, W& c, W& d) { PreFilter::AroundPair<PostFilter>(a, b, c, d); }
+  static void SmallSquare(W& a, W& b, W& c, W& d) { AroundPair<Pair>(a, b, c, d); }
 };
 
-inline void PreFilter::Square(W (&x)[4][4]) {
+// The old scaling makes a flat area lean: of the sum over four mirrored values, 595 / 2^17 goes into the difference
+// between their diagonals. The filter of the encoder counteracts that in high-pass coefficients; where these were
+// quantized away, the decoder takes back what has leaked, but no more than what is there.
+inline void TakeBackLeak(int32_t limit, W& a, W& b, W& c, W& d) {
+  const int32_t leak = ((((a + b + c + d) >> 1) * 595 + 65536) >> 17).value;
+  const int32_t present = ((a - b - c + d) >> 1).value;
+  const int32_t both =
+      leak > 0 ? std::min(leak, std::max(present, 0)) : std::max(leak, std::min(present, 0));
+  const W half = -limit < leak && leak < limit ? both >> 1 : 0;
+  a -= half;
+  b += half;
+  c += half;
+  d -= half;
+}
+
+// Streams of sub-version 0 have older filters. Their scaling steps are shorter; along the border a line scales by the
+// square root of what it does now; the corners of the plane stay as they are.
+struct OldPostFilter {
+  static constexpr bool kHasCorners = false;
+  static void Square(W (&x)[4][4], int32_t leak_limit);
+  static void Line(W& a, W& b, W& c, W& d) {
+    a += d;
+    b += c;
+    d -= (a + 1) >> 1;
+    c -= (b + 1) >> 1;
+    RotateBack(c, d);
+    d += (a + 1) >> 1;
+    c += (b + 1) >> 1;
+    a -= d;
+    b -= c;
+    OldScaleEdgeBack(a, d);
+    OldScaleEdgeBack(b, c);
+  }
+  static void Pair(W& a, W& b) {
+    b += (a + 4) >> 3;
+    a += (b + 2) >> 2;
+    b += (a + 4) >> 3;
+  }
+  static void SmallSquare(W& a, W& b, W& c, W& d) { AroundPair<WidePair>(a, b, c, d); }
+
+ private:
+  static void WidePair(W& a, W& b) {
+    b += (a + 2) >> 2;
+    a += (b + 1) >> 1;
+    b += (a + 2) >> 2;
+  }
+};
+
+inline void PreFilter::Square(W (&x)[4][4], int32_t) {
   for (int r = 0; r < 2; ++r) {
     for (int c = 0; c < 2; ++c) HadamardScale(x[r][c], x[r][3 - c], x[3 - r][c], x[3 - r][3 - c]);
   }
@@ -202,7 +266,9 @@ inline void PreFilter::Square(W (&x)[4][4]) {
   }
 }
 
-inline void PostFilter::Square(W (&x)[4][4]) {
+// The operator around a corner with one of the scaling steps.
+template <void (*kScaleBack)(W&, W&)>
+inline void SquareBack(W (&x)[4][4]) {
   for (int r = 0; r < 2; ++r) {
     for (int c = 0; c < 2; ++c) Hadamard(x[r][c], x[r][3 - c], x[3 - r][c], x[3 - r][3 - c]);
   }
@@ -212,11 +278,22 @@ inline void PostFilter::Square(W (&x)[4][4]) {
   RotateBack(x[1][3], x[0][3]);
   RotateBack(x[1][2], x[0][2]);
   for (int r = 0; r < 2; ++r) {
-    for (int c = 0; c < 2; ++c) ScaleBack(x[r][c], x[3 - r][3 - c]);
+    for (int c = 0; c < 2; ++c) kScaleBack(x[r][c], x[3 - r][3 - c]);
   }
   for (int r = 0; r < 2; ++r) {
     for (int c = 0; c < 2; ++c) {
       HadamardScaleBack(x[r][c], x[r][3 - c], x[3 - r][c], x[3 - r][3 - c]);
+    }
+  }
+}
+
+inline void PostFilter::Square(W (&x)[4][4], int32_t) { SquareBack<ScaleBack>(x); }
+
+inline void OldPostFilter::Square(W (&x)[4][4], int32_t leak_limit) {
+  SquareBack<OldScaleBack>(x);
+  for (int r = 0; r < 2; ++r) {
+    for (int c = 0; c < 2; ++c) {
+      TakeBackLeak(leak_limit, x[r][c], x[r][3 - c], x[3 - r][c], x[3 - r][3 - c]);
     }
   }
 }

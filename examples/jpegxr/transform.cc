@@ -2,10 +2,12 @@
 #include "jpegxr/transform.h"
 
 #include <algorithm>
+#include <array>
 #include <vector>
 
 #include "jpegxr/overlap.h"
 #include "jpegxr/overlap_operators.h"
+#include "jpegxr/quantizer.h"
 #include "zepjp.h"
 
 namespace jpegxr {
@@ -13,6 +15,35 @@ namespace {
 
 zepiSize SizeOf(const Window& window) {
   return {static_cast<int32_t>(window.width), static_cast<int32_t>(window.height)};
+}
+
+constexpr OverlapFilter kPreFilter = {FilterKind::kPre};
+
+// After the second stage nothing is taken back.
+OverlapFilter SecondPostFilter(const FrameHeader& frame) {
+  return {frame.has_old_filters ? FilterKind::kOldPost : FilterKind::kPost};
+}
+
+// Old streams: the high-pass band holds leaks that are no less than its step.
+OverlapFilter FirstPostFilter(const FrameHeader& frame, const PlaneHeader& header, size_t c) {
+  constexpr int32_t kSmallestStep = 21, kAny = INT32_MAX;
+  OverlapFilter filter = SecondPostFilter(frame);
+  if (!frame.has_old_filters) return filter;
+  const int32_t step = QuantizerStep(header.hp[c], header.is_scaled, Band::kHp, c);
+  filter.leak_limit = !header.HasHp() ? kAny : step < kSmallestStep ? 0 : step;
+  return filter;
+}
+
+using Filters = std::array<OverlapFilter, 3>;  // of components
+
+Filters FirstPostFilters(const FrameHeader& frame, const PlaneHeader& header) {
+  return {FirstPostFilter(frame, header, 0), FirstPostFilter(frame, header, 1),
+          FirstPostFilter(frame, header, 2)};
+}
+
+// Whether the first stage's filter crosses all rows of blocks.
+bool CrossesRows(const FrameHeader& frame) {
+  return frame.overlap != Overlap::kNone && !frame.has_hard_tiles;
 }
 
 // The parts of a plane that filters treat as planes of their own: all, or the tiles. The unit is what a macroblock
@@ -104,14 +135,18 @@ void ForwardSecondTransform(const ComponentView& view, const Window& dcs) {
   if (view.is_422) JoinSquares(dcs);
 }
 
+void FilterSecondStage(const FrameHeader& frame, const OverlapFilter& filter,
+                       const ComponentView& view, const Window& dcs) {
+  if (frame.overlap != Overlap::kBoth) return;
+  for (const Window& part :
+       FilteredParts(frame, dcs, view.component->blocks_across, view.component->blocks_down)) {
+    view.is_small ? FilterSmallRows(filter, part, 0, part.height) : FilterPlane(filter, part);
+  }
+}
+
 void ForwardSecondStage(const FrameHeader& frame, const ComponentView& view) {
   const Window dcs = view.component->dcs.All();
-  if (frame.overlap == Overlap::kBoth) {
-    for (const Window& part :
-         FilteredParts(frame, dcs, view.component->blocks_across, view.component->blocks_down)) {
-      view.is_small ? PreFilterSmallRows(part, 0, part.height) : PreFilterPlane(part);
-    }
-  }
+  FilterSecondStage(frame, kPreFilter, view, dcs);
   ForwardSecondTransform(view, dcs);
 }
 
@@ -128,11 +163,7 @@ void InverseSecondTransform(const ComponentView& view, const Window& dcs) {
 void InverseSecondStage(const FrameHeader& frame, const ComponentView& view) {
   const Window dcs = view.component->dcs.All();
   InverseSecondTransform(view, dcs);
-  if (frame.overlap != Overlap::kBoth) return;
-  for (const Window& part :
-       FilteredParts(frame, dcs, view.component->blocks_across, view.component->blocks_down)) {
-    view.is_small ? PostFilterSmallRows(part, 0, part.height) : PostFilterPlane(part);
-  }
+  FilterSecondStage(frame, SecondPostFilter(frame), view, dcs);
 }
 
 // One row of blocks, whose places of DC become 0.
@@ -155,29 +186,32 @@ Window BlockRow(Component* component, size_t row) {
 }
 
 // Rows of blocks from `begin` to before `end`, and the filters between them and behind the last one; before the
-// first one too where the row before it is done.
-void InverseRows(Component* component, bool is_filtered, bool follows, size_t begin, size_t end) {
+// first one too where the row before it is done. Null: no filter.
+void InverseRows(const OverlapFilter* filter, bool follows, size_t begin, size_t end,
+                 Component* component) {
   const Window all = component->values.All();
   const size_t count = all.height / 4;
   for (size_t row = begin; row < end; ++row) {
     ScatterDcs(component, row);
     const Window blocks = BlockRow(component, row);
     zepiPCTInv_JPEGXR_32s_C1IR(blocks.data, blocks.StepInBytes(), SizeOf(blocks));
-    if (!is_filtered) continue;
-    if (follows || row > begin || row == 0) PostFilterRow(all, static_cast<ptrdiff_t>(row) - 1);
-    if (row + 1 == count) PostFilterRow(all, static_cast<ptrdiff_t>(row));
+    if (filter == nullptr) continue;
+    if (follows || row > begin || row == 0) {
+      FilterRow(*filter, all, static_cast<ptrdiff_t>(row) - 1);
+    }
+    if (row + 1 == count) FilterRow(*filter, all, static_cast<ptrdiff_t>(row));
   }
 }
 
 // The filter behind the last row, too, where the row behind it is there.
-void ForwardRows(Component* component, bool is_filtered, bool leads, size_t begin, size_t end) {
+void ForwardRows(bool is_filtered, bool leads, size_t begin, size_t end, Component* component) {
   const Window all = component->values.All();
   const size_t count = all.height / 4;
   for (size_t row = begin; row < end; ++row) {
     if (is_filtered) {
-      if (row == 0) PreFilterRow(all, -1);
+      if (row == 0) FilterRow(kPreFilter, all, -1);
       if (leads || row + 1 < end || end == count) {
-        PreFilterRow(all, static_cast<ptrdiff_t>(row));
+        FilterRow(kPreFilter, all, static_cast<ptrdiff_t>(row));
       }
     }
     const Window blocks = BlockRow(component, row);
@@ -206,23 +240,23 @@ std::vector<Share> SharesOf(CodedPlane* plane, size_t threads) {
 }
 
 // The filters where two shares meet.
-template <class FilterRow>
-void FilterSeams(const std::vector<Share>& shares, CodedPlane* plane, const FilterRow& filter) {
+void FilterSeams(const Filters& filters, const std::vector<Share>& shares, CodedPlane* plane) {
   for (const Share& share : shares) {
     if (share.begin == 0) continue;
-    filter(plane->components[share.component].values.All(),
-           static_cast<ptrdiff_t>(share.begin) - 1);
+    FilterRow(filters[share.component], plane->components[share.component].values.All(),
+              static_cast<ptrdiff_t>(share.begin) - 1);
   }
 }
 
-template <class FilterPlane>
-void FilterTiles(const FrameHeader& frame, CodedPlane* plane, const FilterPlane& filter) {
+// Hard tiles.
+void FilterTiles(const FrameHeader& frame, const Filters& filters, CodedPlane* plane) {
+  if (frame.overlap == Overlap::kNone || !frame.has_hard_tiles) return;
   for (size_t c = 0; c < plane->header.Components(); ++c) {
     Component& component = plane->components[c];
     for (const Window& part :
          FilteredParts(frame, component.values.All(), 4 * component.blocks_across,
                        4 * component.blocks_down)) {
-      filter(part);
+      FilterPlane(filters[c], part);
     }
   }
 }
@@ -230,15 +264,15 @@ void FilterTiles(const FrameHeader& frame, CodedPlane* plane, const FilterPlane&
 }  // namespace
 
 Status Forward(const FrameHeader& frame, size_t threads, CodedPlane* plane) {
-  const bool has_overlap = frame.overlap != Overlap::kNone;
-  const bool is_filtered = has_overlap && !frame.has_hard_tiles;
+  constexpr Filters kFilters = {kPreFilter, kPreFilter, kPreFilter};
+  const bool is_filtered = CrossesRows(frame);
   const std::vector<Share> shares = SharesOf(plane, threads);
-  if (has_overlap && frame.has_hard_tiles) FilterTiles(frame, plane, PreFilterPlane);
-  if (is_filtered) FilterSeams(shares, plane, PreFilterRow);
+  FilterTiles(frame, kFilters, plane);
+  if (is_filtered) FilterSeams(kFilters, shares, plane);
   Status status = RunParallel(threads, shares.size(), [&] {
     return [&](size_t i) {
       const Share& share = shares[i];
-      ForwardRows(&plane->components[share.component], is_filtered, false, share.begin, share.end);
+      ForwardRows(is_filtered, false, share.begin, share.end, &plane->components[share.component]);
     };
   });
   for (size_t c = 0; c < plane->header.Components(); ++c)
@@ -247,23 +281,25 @@ Status Forward(const FrameHeader& frame, size_t threads, CodedPlane* plane) {
 }
 
 Status Inverse(const FrameHeader& frame, size_t threads, CodedPlane* plane) {
-  const bool has_overlap = frame.overlap != Overlap::kNone;
-  const bool is_filtered = has_overlap && !frame.has_hard_tiles;
+  const Filters filters = FirstPostFilters(frame, plane->header);
+  const bool is_filtered = CrossesRows(frame);
   for (size_t c = 0; c < plane->header.Components(); ++c)
     InverseSecondStage(frame, ViewOf(plane, c));
   const std::vector<Share> shares = SharesOf(plane, threads);
   Status status = RunParallel(threads, shares.size(), [&] {
     return [&](size_t i) {
       const Share& share = shares[i];
-      InverseRows(&plane->components[share.component], is_filtered, false, share.begin, share.end);
+      InverseRows(is_filtered ? &filters[share.component] : nullptr, false, share.begin, share.end,
+                  &plane->components[share.component]);
     };
   });
-  if (is_filtered) FilterSeams(shares, plane, PostFilterRow);
-  if (has_overlap && frame.has_hard_tiles) FilterTiles(frame, plane, PostFilterPlane);
+  if (is_filtered) FilterSeams(filters, shares, plane);
+  FilterTiles(frame, filters, plane);
   return status;
 }
 
 void InverseDcRow(const FrameHeader& frame, size_t mb_row, CodedPlane* plane) {
+  const OverlapFilter filter = SecondPostFilter(frame);
   for (size_t c = 0; c < plane->header.Components(); ++c) {
     const ComponentView view = ViewOf(plane, c);
     const Window dcs = view.component->dcs.All();
@@ -272,20 +308,21 @@ void InverseDcRow(const FrameHeader& frame, size_t mb_row, CodedPlane* plane) {
     if (frame.overlap != Overlap::kBoth) continue;
     const bool is_last = rows * (mb_row + 1) == dcs.height;
     if (view.is_small) {
-      PostFilterSmallRows(dcs, rows * mb_row, rows * (mb_row + 1));
+      FilterSmallRows(filter, dcs, rows * mb_row, rows * (mb_row + 1));
     } else {
-      PostFilterRow(dcs, static_cast<ptrdiff_t>(mb_row) - 1);
-      if (is_last) PostFilterRow(dcs, static_cast<ptrdiff_t>(mb_row));
+      FilterRow(filter, dcs, static_cast<ptrdiff_t>(mb_row) - 1);
+      if (is_last) FilterRow(filter, dcs, static_cast<ptrdiff_t>(mb_row));
     }
   }
 }
 
 void InverseMbRow(const FrameHeader& frame, size_t mb_row, CodedPlane* plane) {
+  const Filters filters = FirstPostFilters(frame, plane->header);
   for (size_t c = 0; c < plane->header.Components(); ++c) {
     Component& component = plane->components[c];
     const size_t rows = component.blocks_down;
-    InverseRows(&component, frame.overlap != Overlap::kNone, true, rows * mb_row,
-                rows * (mb_row + 1));
+    InverseRows(CrossesRows(frame) ? &filters[c] : nullptr, true, rows * mb_row,
+                rows * (mb_row + 1), &component);
   }
 }
 
@@ -294,8 +331,8 @@ void ForwardMbRow(const FrameHeader& frame, size_t mb_row, CodedPlane* plane) {
     Component& component = plane->components[c];
     const size_t rows = component.blocks_down;
     const bool is_last = rows * (mb_row + 1) == component.dcs.height();
-    ForwardRows(&component, frame.overlap != Overlap::kNone, true,
-                rows * mb_row - (mb_row == 0 ? 0 : 1), rows * (mb_row + 1) - (is_last ? 0 : 1));
+    ForwardRows(CrossesRows(frame), true, rows * mb_row - (mb_row == 0 ? 0 : 1),
+                rows * (mb_row + 1) - (is_last ? 0 : 1), &component);
   }
 }
 
@@ -306,10 +343,10 @@ void ForwardDcRow(const FrameHeader& frame, size_t mb_row, CodedPlane* plane) {
     const size_t rows = view.component->blocks_down;
     if (frame.overlap == Overlap::kBoth && view.is_small) {
       const size_t end = std::min(dcs.height, rows * (mb_row + 1) + 1);
-      PreFilterSmallRows(dcs, mb_row == 0 ? 0 : rows * mb_row + 2, end);
+      FilterSmallRows(kPreFilter, dcs, mb_row == 0 ? 0 : rows * mb_row + 2, end);
     } else if (frame.overlap == Overlap::kBoth) {
-      if (mb_row == 0) PreFilterRow(dcs, -1);
-      PreFilterRow(dcs, static_cast<ptrdiff_t>(mb_row));
+      if (mb_row == 0) FilterRow(kPreFilter, dcs, -1);
+      FilterRow(kPreFilter, dcs, static_cast<ptrdiff_t>(mb_row));
     }
     ForwardSecondTransform(view, dcs.Part(0, rows * mb_row, dcs.width, rows));
   }

@@ -13,6 +13,7 @@
 namespace {
 
 using Bytes = std::vector<uint8_t>;
+using jpegxr_files::CodestreamOf;
 
 struct Outcome {
   jpegxr::Status status;
@@ -32,14 +33,6 @@ Outcome Decode(const Bytes& file, int64_t max_pixels = 1 << 22) {
       jpegxr::Decode(exact.data(), exact.size(), options, &outcome.image, &outcome.info);
   EXPECT_EQ(outcome.status.ok(), outcome.status.text().empty());
   return outcome;
-}
-
-// Where the codestream begins.
-size_t CodestreamOf(const Bytes& file) {
-  const char signature[] = "WMPHOTO";
-  return static_cast<size_t>(
-      std::search(file.begin(), file.end(), signature, signature + sizeof(signature)) -
-      file.begin());
 }
 
 TEST(JpegXrDamage, CutAnywhere) {
@@ -117,6 +110,18 @@ TEST(JpegXrDamage, NoFileAtAll) {
   EXPECT_FALSE(Decode({'I', 'I', 0xBC, 1, 8, 0, 0, 0}).status.ok());
   EXPECT_FALSE(Decode({'I', 'I', 0xBC, 1, 0xF0, 0xFF, 0xFF, 0xFF}).status.ok());
   EXPECT_FALSE(Decode({'W', 'M', 'P', 'H', 'O', 'T', 'O', 0}).status.ok());
+}
+
+// Overlap filters of sub-version 0 never met hard tiles, and there are no others but those of 1.
+TEST(JpegXrDamage, UnknownFiltersAreRefused) {
+  const jpegxr::Image image = jpegxr_files::MakeImage(64, 64, 1, jpegxr::SampleType::kU8, 1);
+  Bytes file = jpegxr_files::Encode(image, jpegxr::EncodeOptions());
+  uint8_t& versions = file[CodestreamOf(file) + 8];
+  for (int sub_version = 0; sub_version < 16; ++sub_version) {
+    versions = static_cast<uint8_t>(0x10 | sub_version);
+    const bool is_known = sub_version == 0 || sub_version == 1 || sub_version == 9;
+    EXPECT_EQ(Decode(file).status.ok(), is_known) << sub_version;
+  }
 }
 
 TEST(JpegXrDamage, LargeClaimsAreRefused) {

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <random>
@@ -58,6 +59,13 @@ std::vector<uint8_t> Encode(const jpegxr::Image& image, const jpegxr::EncodeOpti
   return {file.data(), file.data() + file.size()};
 }
 
+size_t CodestreamOf(const std::vector<uint8_t>& file) {
+  const char signature[] = "WMPHOTO";
+  return static_cast<size_t>(
+      std::search(file.begin(), file.end(), signature, signature + sizeof(signature)) -
+      file.begin());
+}
+
 std::vector<std::vector<uint8_t>> AllKinds() {
   std::vector<std::vector<uint8_t>> files;
   const auto add = [&](int channels, SampleType type, const jpegxr::EncodeOptions& options) {
@@ -76,6 +84,8 @@ std::vector<std::vector<uint8_t>> AllKinds() {
   options.tile_width = 32;
   options.tile_height = 32;
   add(3, SampleType::kU8, options);
+  files.push_back(files.back());
+  files.back()[CodestreamOf(files.back()) + 8] &= 0xF0;  // with the old overlap filters
   options.color = jpegxr::ColorFormat::k422;
   options.has_hard_tiles = true;
   options.trim = 1;

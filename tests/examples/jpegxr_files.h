@@ -3,6 +3,7 @@
 #ifndef ZEPJP_TESTS_EXAMPLES_JPEGXR_FILES_H_
 #define ZEPJP_TESTS_EXAMPLES_JPEGXR_FILES_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -17,6 +18,10 @@ jpegxr::Image MakeImage(int width, int height, int channels, jpegxr::SampleType 
                         uint32_t seed);
 
 std::vector<uint8_t> Encode(const jpegxr::Image& image, const jpegxr::EncodeOptions& options);
+
+// Where the codestream begins: the signature, then a byte with both versions, then one whose last two bits are
+// the overlap.
+size_t CodestreamOf(const std::vector<uint8_t>& file);
 
 // One file of every kind, small ones.
 std::vector<std::vector<uint8_t>> AllKinds();

@@ -142,6 +142,14 @@ def first_difference(a, b):
     return f"byte {i}: {a[i]}, not {b[i]}; {sum(x != y for x, y in zip(a, b))} differ"
 
 
+def make_old(file):
+    """Turns the codestreams of a file into ones of sub-version 0, whose overlap filters are others."""
+    data = bytearray(file.read_bytes())
+    for signature in re.finditer(b"WMPHOTO\0", bytes(data)):
+        data[signature.end()] &= 0xF0
+    file.write_bytes(data)
+
+
 class Bench:
     def __init__(self, tool, directory):
         self.tool, self.directory = tool, Path(directory)
@@ -149,11 +157,32 @@ class Bench:
     def path(self, name):
         return self.directory / name
 
+    @staticmethod
+    def format_of(picture):
+        """What their tools read and write: of four channels of 8 bits BMP alone."""
+        is_bmp = (picture.kind, picture.channels) == (U8, 4)
+        return ("bmp", write_bmp, read_bmp) if is_bmp else ("tif", write_tiff, read_tiff)
+
+    def their_encode(self, picture, file, *options):
+        suffix, write, _ = self.format_of(picture)
+        source = self.path(f"in.{suffix}")
+        write(source, picture)
+        run("JxrEncApp", "-i", source, "-o", file, "-c", FORMATS[picture.kind, picture.channels],
+            *options)
+
     def their_decode(self, file, picture):
-        out = self.path("theirs.tif")
+        suffix, _, read = self.format_of(picture)
+        out = self.path(f"theirs.{suffix}")
         out.unlink(missing_ok=True)
         run("JxrDecApp", "-i", file, "-o", out, "-c", FORMATS[picture.kind, picture.channels])
-        return read_tiff(out)
+        return read(out)
+
+    def our_encode(self, picture, file, settings):
+        source = self.path("in.raw")
+        source.write_bytes(picture.samples)
+        run(self.tool, "encode", source, file, f"size={picture.width}x{picture.height}",
+            f"channels={picture.channels}", f"type={picture.kind}", "threads=1",
+            *[f"{key}={value}" for key, value in settings.items()])
 
     def our_decode(self, file):
         """In strips, and as a whole on several threads."""
@@ -168,33 +197,21 @@ class Bench:
             raise RuntimeError("threads: " + first_difference(*results))
         return results[0]
 
-    def theirs(self, picture, *options):
-        """They encode; both decode."""
-        what = f"theirs: {picture.name()} {' '.join(map(str, options))}"
-        try:
-            source, file = self.path("in.tif"), self.path("theirs.jxr")
-            write_tiff(source, picture)
-            run("JxrEncApp", "-i", source, "-o", file, "-c",
-                FORMATS[picture.kind, picture.channels], *options)
-            want, got = self.their_decode(file, picture), self.our_decode(file)
-            expect(got == want, what + (": " + first_difference(got, want) if got != want else ""))
-        except RuntimeError as error:
-            expect(False, f"{what}: {error}")
+    def expect_same(self, file, picture, what):
+        """Both decode; returns what is decoded here."""
+        want, got = self.their_decode(file, picture), self.our_decode(file)
+        expect(got == want, what + (": " + first_difference(got, want) if got != want else ""))
+        return got
 
-    def theirs_alpha(self, picture, *options):
-        what = f"theirs: {picture.name()} {' '.join(map(str, options))}"
-        is_bmp = picture.kind == U8
-        write, read, suffix = (write_bmp, read_bmp, "bmp") if is_bmp else (write_tiff, read_tiff, "tif")
+    def theirs(self, picture, *options, is_old=False):
+        """They encode; both decode."""
+        what = f"theirs: {picture.name()} {' '.join(map(str, options))} {'old' if is_old else ''}"
         try:
-            source, file = self.path(f"in.{suffix}"), self.path("theirs.jxr")
-            out = self.path(f"theirs.{suffix}")
-            out.unlink(missing_ok=True)
-            write(source, picture)
-            number = FORMATS[picture.kind, 4]
-            run("JxrEncApp", "-i", source, "-o", file, "-c", number, *options)
-            run("JxrDecApp", "-i", file, "-o", out, "-c", number)
-            want, got = read(out), self.our_decode(file)
-            expect(got == want, what + (": " + first_difference(got, want) if got != want else ""))
+            file = self.path("theirs.jxr")
+            self.their_encode(picture, file, *options)
+            if is_old:
+                make_old(file)
+            self.expect_same(file, picture, what)
         except RuntimeError as error:
             expect(False, f"{what}: {error}")
 
@@ -202,16 +219,22 @@ class Bench:
         """We encode; both decode."""
         what = f"ours: {picture.name()} {settings}"
         try:
-            source, file = self.path("in.raw"), self.path("ours.jxr")
-            source.write_bytes(picture.samples)
-            run(self.tool, "encode", source, file, f"size={picture.width}x{picture.height}",
-                f"channels={picture.channels}", f"type={picture.kind}", "threads=1",
-                *[f"{key}={value}" for key, value in settings.items()])
-            want, got = self.their_decode(file, picture), self.our_decode(file)
-            expect(got == want, what + (": " + first_difference(got, want) if got != want else ""))
+            file = self.path("ours.jxr")
+            self.our_encode(picture, file, settings)
+            got = self.expect_same(file, picture, what)
             is_lossless = not set(settings) & {"quantizer", "quality", "trim", "bands", "shift"}
             if is_lossless and settings.get("color", 3) == 3 and picture.kind != F32:
                 expect(got == picture.samples, what + ": not lossless")
+        except RuntimeError as error:
+            expect(False, f"{what}: {error}")
+
+    def ours_old(self, picture, **settings):
+        what = f"ours, old: {picture.name()} {settings}"
+        try:
+            file = self.path("ours.jxr")
+            self.our_encode(picture, file, settings)
+            make_old(file)
+            self.expect_same(file, picture, what)
         except RuntimeError as error:
             expect(False, f"{what}: {error}")
 
@@ -240,7 +263,7 @@ def check_theirs(bench):
             bench.theirs(picture, "-q", quantizer, "-l", overlap)
     for kind, alpha, quantizer in itertools.product((U8, U16), (2, 3), (1, 50)):
         picture = make_picture(70, 40, 4, kind, "soft", 6)
-        bench.theirs_alpha(picture, "-a", alpha, "-q", quantizer, "-Q", quantizer)
+        bench.theirs(picture, "-a", alpha, "-q", quantizer, "-Q", quantizer)
 
 
 def check_ours(bench):
@@ -284,11 +307,38 @@ def check_ours(bench):
             bench.ours(picture, shift=3)
 
 
+def check_old_filters(bench):
+    """Without high-pass bands, and with quantizers above 20, what leaks through these filters is taken back."""
+    sizes = [(1, 1), (16, 40), (17, 33), (50, 35), (100, 9), (130, 70)]
+    for (w, h), channels, overlap in itertools.product(sizes, (1, 3), (1, 2)):
+        picture = make_picture(w, h, channels, U8, "soft", w + h)
+        bench.ours_old(picture, overlap=overlap)
+        bench.ours_old(picture, overlap=overlap, quantizer=40, frequency=1)
+    for color, overlap, quantizer in itertools.product((1, 2), (1, 2), (1, 30, 90)):
+        for w, h in ((64, 48), (50, 35), (17, 9), (33, 100)):
+            picture = make_picture(w, h, 3, U8, "soft", w)
+            bench.theirs(picture, "-q", quantizer, "-l", overlap, "-d", color, is_old=True)
+    for texture, bands, overlap in itertools.product(("noise", "flat", "soft"), (0, 1, 2, 3), (1, 2)):
+        picture = make_picture(60, 60, 3, U8, texture, 3)
+        bench.ours_old(picture, quantizer=20, bands=bands, overlap=overlap, trim=overlap - 1)
+    for tiles, overlap, color in itertools.product(([2, 2], [3, 1], [1, 4]), (1, 2), (1, 2, 3)):
+        picture = make_picture(150, 140, 3, U8, "soft", 4)
+        bench.theirs(picture, "-q", 60, "-l", overlap, "-U", *tiles, "-d", color, is_old=True)
+    for kind, channels in ((U16, 1), (U16, 3), (S16, 1), (S16, 3), (S32, 1), (S32, 3), (F32, 1)):
+        picture = make_picture(70, 40, channels, kind, "soft", 5)
+        for overlap, quantizer in itertools.product((1, 2), (1, 52, 53, 60, 120)):
+            bench.theirs(picture, "-q", quantizer, "-l", overlap, is_old=True)
+    for kind, alpha, overlap in itertools.product((U8, U16), (2, 3), (1, 2)):
+        picture = make_picture(70, 40, 4, kind, "soft", 6)
+        bench.theirs(picture, "-a", alpha, "-q", 30, "-Q", 70, "-l", overlap, is_old=True)
+
+
 def main():
     with tempfile.TemporaryDirectory() as directory:
         bench = Bench(sys.argv[1], directory)
         check_theirs(bench)
         check_ours(bench)
+        check_old_filters(bench)
     print(f"{checks} comparisons, {len(failures)} failed")
     return 1 if failures else 0
 

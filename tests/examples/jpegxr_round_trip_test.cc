@@ -3,8 +3,10 @@
 
 #include <cmath>
 #include <cstring>
+#include <random>
 
 #include "jpegxr/float_code.h"
+#include "jpegxr/overlap_operators.h"
 #include "jpegxr_files.h"
 
 namespace {
@@ -15,6 +17,7 @@ using jpegxr::EncodeOptions;
 using jpegxr::Image;
 using jpegxr::Overlap;
 using jpegxr::SampleType;
+using jpegxr::W;
 using jpegxr_files::Encode;
 using jpegxr_files::MakeImage;
 
@@ -155,6 +158,121 @@ TEST(JpegXrRoundTrip, ThreadsChangeNothing) {
       }
     }
   }
+}
+
+// The old overlap filters before the forward transform, of which the codec has only the way back.
+struct OldPreFilter {
+  static void ScaleEdge(W& a, W& d) {
+    a -= (d * 3 + 16) >> 5;
+    d -= (a * 3 + 8) >> 4;
+    a -= (d * 3 + 16) >> 5;
+  }
+  static void Scale(W& a, W& d) {
+    d -= (a * 3) >> 4;
+    a -= (d * 3) >> 3;
+    d = (a >> 1) - d;
+    a -= d;
+  }
+  static void Line(W& a, W& b, W& c, W& d) {
+    ScaleEdge(b, c);
+    ScaleEdge(a, d);
+    a += d;
+    b += c;
+    d -= (a + 1) >> 1;
+    c -= (b + 1) >> 1;
+    jpegxr::Rotate(c, d);
+    d += (a + 1) >> 1;
+    c += (b + 1) >> 1;
+    a -= d;
+    b -= c;
+  }
+  static void Square(W (&x)[4][4]) {
+    using namespace jpegxr;
+    for (int r = 0; r < 2; ++r) {
+      for (int c = 0; c < 2; ++c) HadamardScale(x[r][c], x[r][3 - c], x[3 - r][c], x[3 - r][3 - c]);
+    }
+    for (int r = 0; r < 2; ++r) {
+      for (int c = 0; c < 2; ++c) OldPreFilter::Scale(x[r][c], x[3 - r][3 - c]);
+    }
+    Rotate(x[3][1], x[3][0]);
+    Rotate(x[2][1], x[2][0]);
+    Rotate(x[1][3], x[0][3]);
+    Rotate(x[1][2], x[0][2]);
+    RotateTwice(x[2][2], x[2][3], x[3][2], x[3][3]);
+    for (int r = 0; r < 2; ++r) {
+      for (int c = 0; c < 2; ++c) Hadamard(x[r][c], x[r][3 - c], x[3 - r][c], x[3 - r][3 - c]);
+    }
+  }
+  static void Pair(W& a, W& b) {
+    b -= (a + 4) >> 3;
+    a -= (b + 2) >> 2;
+    b -= (a + 4) >> 3;
+  }
+};
+
+TEST(JpegXrRoundTrip, OldOperatorsAreUndone) {
+  std::mt19937 random(11);
+  for (int round = 0; round < 2000; ++round) {
+    W before[4][4], x[4][4];
+    for (auto& row : before) {
+      for (W& value : row) value = static_cast<int32_t>(random()) >> (round % 30);
+    }
+    const auto expect_undone = [&] { EXPECT_EQ(std::memcmp(before, x, sizeof(x)), 0) << round; };
+    std::memcpy(x, before, sizeof(x));
+    OldPreFilter::Square(x);
+    jpegxr::OldPostFilter::Square(x, 0);
+    expect_undone();
+    OldPreFilter::Line(x[0][0], x[0][1], x[0][2], x[0][3]);
+    jpegxr::OldPostFilter::Line(x[0][0], x[0][1], x[0][2], x[0][3]);
+    expect_undone();
+    OldPreFilter::Pair(x[0][0], x[0][1]);
+    jpegxr::OldPostFilter::Pair(x[0][0], x[0][1]);
+    expect_undone();
+  }
+}
+
+// Old filters over a grey picture of whole macroblocks: lines along its borders, squares inside, nothing in corners.
+void FilterOld(size_t width, size_t height, int16_t* samples) {
+  const auto line = [&](size_t first, size_t step) {
+    W v[4];
+    for (size_t i = 0; i < 4; ++i) v[i] = samples[first + i * step];
+    OldPreFilter::Line(v[0], v[1], v[2], v[3]);
+    for (size_t i = 0; i < 4; ++i) samples[first + i * step] = static_cast<int16_t>(v[i].value);
+  };
+  for (size_t x = 2; x + 4 < width; x += 4) {
+    for (const size_t y : {size_t{0}, size_t{1}, height - 2, height - 1}) line(y * width + x, 1);
+  }
+  for (size_t y = 2; y + 4 < height; y += 4) {
+    for (const size_t x : {size_t{0}, size_t{1}, width - 2, width - 1}) line(y * width + x, width);
+    for (size_t x = 2; x + 4 < width; x += 4) {
+      int16_t* const square = samples + y * width + x;
+      W v[4][4];
+      for (size_t i = 0; i < 16; ++i) v[i / 4][i % 4] = square[i / 4 * width + i % 4];
+      OldPreFilter::Square(v);
+      for (size_t i = 0; i < 16; ++i) {
+        square[i / 4 * width + i % 4] = static_cast<int16_t>(v[i / 4][i % 4].value);
+      }
+    }
+  }
+}
+
+// Samples that were filtered before they were coded without overlap: a stream of sub-version 0.
+TEST(JpegXrRoundTrip, OldOverlapIsUndone) {
+  const Image image = MakeImage(96, 64, 1, SampleType::kS16, 12);
+  std::vector<int16_t> samples(96 * 64);
+  std::memcpy(samples.data(), image.bytes.data(), image.bytes.size());
+  for (int16_t& sample : samples) sample = static_cast<int16_t>(sample / 4);
+  Image filtered = image, expected = image;
+  std::memcpy(expected.bytes.data(), samples.data(), image.bytes.size());
+  FilterOld(96, 64, samples.data());
+  std::memcpy(filtered.bytes.data(), samples.data(), image.bytes.size());
+  EncodeOptions options;
+  options.overlap = Overlap::kNone;
+  std::vector<uint8_t> file = Encode(filtered, options);
+  const size_t versions = jpegxr_files::CodestreamOf(file) + 8;
+  file[versions] &= 0xF0;
+  file[versions + 1] |= 1;
+  for (const int threads : {1, 3}) EXPECT_TRUE(Decode(file, threads).bytes == expected.bytes);
 }
 
 TEST(JpegXrRoundTrip, FloatsToTheirMantissa) {
