@@ -1,5 +1,7 @@
 # SPDX-License-Identifier: MIT
-# The CMake package and the pkg-config files.
+# The CMake package and the pkg-config files. Nothing in them names the prefix, so that an installed
+# tree can be moved. A static and a shared build go into one prefix: their targets are in files of
+# their own, all other files are the same.
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/zepjp)
 configure_package_config_file(cmake/zepjpConfig.cmake.in
   ${CMAKE_CURRENT_BINARY_DIR}/zepjpConfig.cmake INSTALL_DESTINATION ${package_dir})
@@ -7,11 +9,31 @@ write_basic_package_version_file(
   ${CMAKE_CURRENT_BINARY_DIR}/zepjpConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zepjpConfig.cmake
   ${CMAKE_CURRENT_BINARY_DIR}/zepjpConfigVersion.cmake DESTINATION ${package_dir})
-install(EXPORT zepjpTargets NAMESPACE zepjp:: DESTINATION ${package_dir})
+set(kind static)
+if(BUILD_SHARED_LIBS)
+  set(kind shared)
+endif()
+install(EXPORT zepjpTargets FILE zepjp-${kind}-targets.cmake NAMESPACE zepjp::
+  DESTINATION ${package_dir})
 
+# A directory of the installation as a .pc file has it.
+function(zepjp_pc_path variable directory)
+  if(IS_ABSOLUTE "${directory}")
+    set(${variable} "${directory}" PARENT_SCOPE)
+  else()
+    set(${variable} "\${prefix}/${directory}" PARENT_SCOPE)
+  endif()
+endfunction()
+zepjp_pc_path(pc_libdir "${CMAKE_INSTALL_LIBDIR}")
+zepjp_pc_path(pc_includedir "${CMAKE_INSTALL_INCLUDEDIR}")
+set(pc_prefix "${CMAKE_INSTALL_PREFIX}")
+if(NOT IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+  file(RELATIVE_PATH up /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+  string(REGEX REPLACE "/$" "" pc_prefix "\${pcfiledir}/${up}")
+endif()
 set(pc_openmp)
 if(ZEP_OPENMP)
-  set(pc_openmp -fopenmp)
+  string(REGEX REPLACE "^([^/].*)$" "-l\\1" pc_openmp "${ZEPJP_OPENMP_LINK}")
 endif()
 foreach(library zepjp zepcore)
   configure_file(cmake/${library}.pc.in ${CMAKE_CURRENT_BINARY_DIR}/${library}.pc @ONLY)

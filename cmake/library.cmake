@@ -8,7 +8,9 @@ function(zepjp_library_properties target version_script)
     POSITION_INDEPENDENT_CODE ON
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
-    LINKER_LANGUAGE C)
+    LINKER_LANGUAGE C
+    DEFINE_SYMBOL ""  # static and shared libraries have the same objects
+    INSTALL_RPATH $<IF:$<PLATFORM_ID:Darwin>,@loader_path,$ORIGIN>)  # they lie side by side
   target_compile_options(${target} PRIVATE
     $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
     $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-prio-ctor-dtor>)  # start-up is earlier than any caller
@@ -19,4 +21,27 @@ function(zepjp_library_properties target version_script)
       LINKER:--version-script=${script} LINKER:--as-needed LINKER:-z,nodelete)
     set_target_properties(${target} PROPERTIES LINK_DEPENDS ${script})
   endif()
+endfunction()
+
+# What a program links for the OpenMP runtime: by name where every compiler finds it.
+set(ZEPJP_OPENMP_LINK)
+if(ZEP_OPENMP)
+  list(GET OpenMP_CXX_LIB_NAMES 0 name)
+  set(ZEPJP_OPENMP_LINK ${name})
+  if(NOT name STREQUAL "gomp")
+    set(ZEPJP_OPENMP_LINK ${OpenMP_${name}_LIBRARY})
+  endif()
+endif()
+
+# Compiles the sources with OpenMP, and links its runtime. An installed static library names the
+# runtime itself, so that a project without C++ or FindOpenMP can link it.
+function(zepjp_use_openmp target)
+  if(NOT ZEP_OPENMP)
+    return()
+  endif()
+  separate_arguments(flags NATIVE_COMMAND "${OpenMP_CXX_FLAGS}")
+  set_property(SOURCE ${ARGN} APPEND PROPERTY COMPILE_OPTIONS ${flags})
+  target_include_directories(${target} SYSTEM PRIVATE ${OpenMP_CXX_INCLUDE_DIRS})
+  target_link_libraries(${target} PRIVATE "$<BUILD_INTERFACE:${OpenMP_CXX_LIBRARIES}>"
+    $<INSTALL_INTERFACE:${ZEPJP_OPENMP_LINK}>)
 endfunction()

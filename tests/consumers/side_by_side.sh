@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# A static library with OpenMP and a shared one without it, in one prefix, with directories of
+# unusual names: each is found, and neither replaces anything of the other.
+set -euo pipefail
+. "$(dirname "$0")/use.sh"
+prefix=$work/prefix
+for kind in static shared; do
+  cmake -S "$source" -B "$work/$kind" -G Ninja -DCMAKE_BUILD_TYPE=Release \
+    -DZEPJP_BUILD_TESTS=OFF -DZEPJP_BUILD_EXAMPLES=OFF \
+    -DBUILD_SHARED_LIBS="$([ $kind = shared ] && echo ON || echo OFF)" \
+    -DZEP_OPENMP="$([ $kind = static ] && echo ON || echo OFF)" \
+    -DCMAKE_INSTALL_PREFIX="$prefix" -DCMAKE_INSTALL_LIBDIR=lib/odd \
+    -DCMAKE_INSTALL_INCLUDEDIR=include/odd >"$work/$kind.log"
+  cmake --build "$work/$kind" >>"$work/$kind.log" || { tail -n 40 "$work/$kind.log"; exit 1; }
+  cmake --install "$work/$kind" >/dev/null
+  rm -rf "${work:?}/$kind"  # what is installed must do without it
+done
+cd "$prefix"
+[ -f include/odd/zepjp.h ] && [ -f lib/odd/libzepjp.a ] && [ -f lib/odd/libzepjp.so.7 ]
+
+for kind in shared static; do
+  use_cmake "$prefix/lib/odd" "$kind" gcc g++ C
+  use_cmake "$prefix/lib/odd" "$kind" clang clang++ "C;CXX"
+done
+# No component: the shared one, unless static ones are asked for.
+readelf -d "$work/use1/consumer" | grep -q 'libzepjp.so.7'
+if readelf -d "$work/use3/consumer" | grep -q 'libzepjp.so'; then exit 1; fi
+use_cmake "$prefix/lib/odd" "" gcc g++ C
+readelf -d "$work/use5/consumer" | grep -q 'libzepjp.so.7'
+use_pkg_config "$prefix/lib/odd" shared gcc
