@@ -30,7 +30,7 @@ class Decoder {
     if (!found) return Status::Error("the file holds no picture");
     if (Status status = MakePicture(); !status.ok()) return status;
     while (found && !IsRepeated()) {
-      if (Status status = DecodeScan(); !status.ok()) return status;
+      DecodeScan();
       // Behind the last component nothing is missed.
       if (std::count(decoded_.begin(), decoded_.end(), true) == info_->components) break;
       if (Status status = reader_.NextScan(&found); !status.ok()) {
@@ -52,7 +52,7 @@ class Decoder {
                            std::to_string(options_.max_pixels));
     }
     const int64_t bits = 8 * static_cast<int64_t>(size_ - reader_.position());
-    if (pixels * info_->components > std::max(bits, kAlwaysAcceptedSamples)) {
+    if (reader_.frame().SampleCount() > std::max(bits, kAlwaysAcceptedSamples)) {
       return Status::Error("the file is too small for the " + claim + " that it announces");
     }
     const bool done = picture_->Resize(info_->width, info_->height, info_->components, info_->bits);
@@ -68,14 +68,14 @@ class Decoder {
     return false;
   }
 
-  Status DecodeScan() {
-    ScanDecoder scan(data_, size_, reader_.position(), reader_.scan(), picture_, info_);
-    if (Status status = scan.Decode(); !status.ok()) return status;
+  void DecodeScan() {
+    ScanDecoder scan(data_, size_, reader_.position(), reader_.frame(), reader_.scan(), picture_,
+                     info_);
+    scan.Decode();
     for (const ScanPart& part : reader_.scan().parts) {
       decoded_[static_cast<size_t>(part.component)] = true;
     }
     reader_.Seek(scan.end());
-    return Status();
   }
 
   void FillMissing() {

@@ -7,6 +7,7 @@
 
 #include "jpeg/markers.h"
 #include "ljpeg/codec.h"
+#include "ljpeg/prediction.h"
 #include "ljpeg/rows.h"
 #include "zepjp.h"
 
@@ -104,9 +105,6 @@ class Encoder {
     if (options_.point_transform < 0 || options_.point_transform >= picture_.bits()) {
       return Status::Error("the point transform must be less than the bits of a sample");
     }
-    if (options_.predictor == 6 && picture_.bits() - options_.point_transform > 15) {
-      return Status::Error("predictor 6 does not go with samples of 16 bits");
-    }
     const int most_rows = kMostRestartInterval / picture_.width();
     if (options_.restart_rows < 0 || options_.restart_rows > most_rows) {
       return Status::Error("at most " + std::to_string(most_rows) + " rows of " +
@@ -122,6 +120,7 @@ class Encoder {
 
   // The differences of row y; rows are asked for from the first to the last.
   void PredictRow(int y) {
+    const Prediction prediction{options_.predictor, picture_.bits(), options_.point_transform};
     Row* rows[kMostComponents] = {};
     for (size_t c = 0; c < components_; ++c) {
       std::swap(samples_[c], above_[c]);
@@ -129,13 +128,10 @@ class Encoder {
     }
     SplitRow(picture_, y, options_.point_transform, rows);
     for (size_t c = 0; c < components_; ++c) {
-      int16_t* const to = differences_[c].data();
       if (IsFirstRow(y)) {
-        zepiDiffPredFirstRow_JPEG_16s_C1(samples_[c].data(), to, picture_.width(), picture_.bits(),
-                                         options_.point_transform);
+        SubtractFirstRow(prediction, samples_[c], &differences_[c]);
       } else {
-        zepiDiffPredRow_JPEG_16s_C1(samples_[c].data(), above_[c].data(), to, picture_.width(),
-                                    options_.predictor);
+        SubtractRow(prediction, samples_[c], above_[c], &differences_[c]);
       }
     }
   }

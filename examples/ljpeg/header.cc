@@ -17,8 +17,38 @@ using common::Status;
 using jpeg::Hex;
 
 constexpr int kLosslessFrame = 0xC3;
+constexpr int kMostInMcu = 10;  // samples
+
+int DivideUp(int value, int divisor) { return (value + divisor - 1) / divisor; }
 
 }  // namespace
+
+bool Frame::IsPlain() const {
+  return std::all_of(components.begin(), components.end(), [this](const Component& component) {
+    return component.sampling.h == most.h && component.sampling.v == most.v;
+  });
+}
+
+int64_t Frame::SampleCount() const {
+  int64_t count = 0;
+  for (const Component& component : components) {
+    const auto [h, v] = component.sampling;
+    count += int64_t{DivideUp(width * h, most.h)} * DivideUp(height * v, most.v);
+  }
+  return count;
+}
+
+ScanGeometry::ScanGeometry(const Frame& frame, const Scan& scan)
+    : mcus_per_row(DivideUp(frame.width, frame.most.h)),
+      mcu_rows(DivideUp(frame.height, frame.most.v)) {
+  for (const ScanPart& part : scan.parts) {
+    mcu.push_back(frame.components[static_cast<size_t>(part.component)].sampling);
+  }
+  if (scan.parts.size() > 1) return;
+  mcus_per_row = DivideUp(frame.width * mcu[0].h, frame.most.h);
+  mcu_rows = DivideUp(frame.height * mcu[0].v, frame.most.v);
+  mcu[0] = Sampling();
+}
 
 Status HeaderReader::FindMarker(int* marker) {
   const size_t found = jpeg::FindMarkerInData(data_, size_, position_);
@@ -94,7 +124,7 @@ Status HeaderReader::ReadFrame(int marker, Cursor cursor) {
     return Status::Error("a frame of another process (" + Hex(marker) +
                          ") than lossless with Huffman coding");
   }
-  if (!ids_.empty()) return Status::Error("a second frame header");
+  if (!frame_.components.empty()) return Status::Error("a second frame header");
   info_->bits = cursor.Byte();
   info_->height = cursor.Word();
   info_->width = cursor.Word();
@@ -114,17 +144,30 @@ Status HeaderReader::ReadFrame(int marker, Cursor cursor) {
     return Status::Error("a picture of " + std::to_string(info_->components) +
                          " components; 1 to 4 can be read");
   }
+  return ReadComponents(cursor);
+}
+
+Status HeaderReader::ReadComponents(Cursor cursor) {
+  Frame frame;
+  frame.width = info_->width;
+  frame.height = info_->height;
   for (int i = 0; i < info_->components; ++i) {
-    const int id = cursor.Byte();
-    const int sampling = cursor.Byte();
+    Component component{};
+    component.id = cursor.Byte();
+    const int factors = cursor.Byte();
     cursor.Byte();  // the quantization table, which there is none of
+    component.sampling = {factors >> 4, factors & 15};
     // The samples of a single component are all there is, whatever its factors say.
-    if (sampling != 0x11 && info_->components > 1) {
-      return Status::Error("sampling factors " + std::to_string(sampling >> 4) + " x " +
-                           std::to_string(sampling & 15) + "; only 1 x 1 can be read");
+    if (info_->components == 1) component.sampling = Sampling();
+    const auto [h, v] = component.sampling;
+    if (h < 1 || h > 4 || v < 1 || v > 4) {
+      return Status::Error("sampling factors " + std::to_string(h) + " x " + std::to_string(v) +
+                           "; 1 to 4 are defined");
     }
-    ids_.push_back(id);
+    frame.most = {std::max(frame.most.h, h), std::max(frame.most.v, v)};
+    frame.components.push_back(component);
   }
+  frame_ = frame;
   return Status();
 }
 
@@ -149,7 +192,7 @@ Status HeaderReader::ReadTables(Cursor cursor) {
 }
 
 Status HeaderReader::ReadScan(Cursor cursor) {
-  if (ids_.empty()) return Status::Error("a scan before the frame header");
+  if (frame_.components.empty()) return Status::Error("a scan before the frame header");
   scan_ = Scan();
   const int count = cursor.Byte();
   if (count < 1 || count > info_->components) return Status::Error("a bad scan header");
@@ -169,16 +212,18 @@ Status HeaderReader::ReadScanPart(Cursor* cursor) {
   const int id = cursor->Byte();
   const int slot = cursor->Byte() >> 4;
   // Where two components have the same name, each part takes the next one.
-  const auto is_meant = [&](const int& candidate) {
-    const int index = static_cast<int>(&candidate - ids_.data());
-    return candidate == id && std::none_of(scan_.parts.begin(), scan_.parts.end(),
-                                           [&](const ScanPart& p) { return p.component == index; });
+  const std::vector<Component>& components = frame_.components;
+  const auto is_meant = [&](const Component& candidate) {
+    const int index = static_cast<int>(&candidate - components.data());
+    return candidate.id == id &&
+           std::none_of(scan_.parts.begin(), scan_.parts.end(),
+                        [&](const ScanPart& p) { return p.component == index; });
   };
-  const auto found = std::find_if(ids_.begin(), ids_.end(), is_meant);
-  if (cursor->failed || found == ids_.end() || slot > 3 || !has_table_[slot]) {
+  const auto found = std::find_if(components.begin(), components.end(), is_meant);
+  if (cursor->failed || found == components.end() || slot > 3 || !has_table_[slot]) {
     return Status::Error("a scan of an unknown component or with an unknown Huffman table");
   }
-  scan_.parts.push_back({static_cast<int>(found - ids_.begin()), &tables_[slot]});
+  scan_.parts.push_back({static_cast<int>(found - components.begin()), &tables_[slot]});
   return Status();
 }
 
@@ -190,9 +235,15 @@ Status HeaderReader::CheckScan() const {
     return Status::Error("a point transform by " + std::to_string(scan_.point_transform) +
                          " leaves nothing of " + std::to_string(info_->bits) + " bits");
   }
-  if (info_->restart_interval % info_->width != 0) {
+  const ScanGeometry geometry(frame_, scan_);
+  int samples = 0;
+  for (const Sampling& sampling : geometry.mcu) samples += sampling.h * sampling.v;
+  if (scan_.parts.size() > 1 && samples > kMostInMcu) {
+    return Status::Error("more than " + std::to_string(kMostInMcu) + " samples in an MCU");
+  }
+  if (info_->restart_interval % geometry.mcus_per_row != 0) {
     return Status::Error("a restart interval of " + std::to_string(info_->restart_interval) +
-                         " samples is not made of whole rows");
+                         " MCUs is not made of whole rows");
   }
   return Status();
 }

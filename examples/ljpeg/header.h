@@ -14,6 +14,28 @@
 
 namespace ljpeg {
 
+struct Sampling {
+  int h = 1;
+  int v = 1;
+};
+
+struct Component {
+  int id;
+  Sampling sampling;
+};
+
+struct Frame {
+  // All components have the picture's resolution.
+  bool IsPlain() const;
+  // Samples of all components.
+  int64_t SampleCount() const;
+
+  int width = 0;
+  int height = 0;
+  Sampling most;  // the largest factors
+  std::vector<Component> components;
+};
+
 struct ScanPart {
   int component;  // its index in the frame
   const zepiDecodeHuffmanSpec* table;
@@ -23,6 +45,15 @@ struct Scan {
   std::vector<ScanPart> parts;
   int predictor = 0;
   int point_transform = 0;
+};
+
+// The samples of a scan: an MCU is one sample of a single component, or h x v of each of several.
+struct ScanGeometry {
+  ScanGeometry(const Frame& frame, const Scan& scan);
+
+  int mcus_per_row;
+  int mcu_rows;
+  std::vector<Sampling> mcu;  // of each part
 };
 
 class HeaderReader {
@@ -37,6 +68,7 @@ class HeaderReader {
   void Seek(size_t position) { position_ = position; }
 
   size_t position() const { return position_; }
+  const Frame& frame() const { return frame_; }
   const Scan& scan() const { return scan_; }
 
  private:
@@ -46,6 +78,7 @@ class HeaderReader {
   common::Status OpenSegment(int marker, Cursor* cursor);
   common::Status ReadSegment(int marker, Cursor cursor);
   common::Status ReadFrame(int marker, Cursor cursor);
+  common::Status ReadComponents(Cursor cursor);
   common::Status ReadTables(Cursor cursor);
   common::Status ReadScan(Cursor cursor);
   common::Status ReadScanPart(Cursor* cursor);
@@ -56,7 +89,7 @@ class HeaderReader {
   size_t size_;
   FileInfo* info_;
   size_t position_ = 0;
-  std::vector<int> ids_;  // of the components
+  Frame frame_;
   zepiDecodeHuffmanSpec tables_[4];
   bool has_table_[4] = {};
   Scan scan_;

@@ -34,11 +34,10 @@ void SplitAny(const common::Raster& picture, int y, int shift, Row* const rows[k
 
 // `kCount` channels from a first one on, of pixels of `step` bytes.
 template <class T, size_t kCount>
-void Join(const Row* const rows[kMostComponents], int shift, unsigned max_value, size_t step,
-          uint8_t* out) {
+void Join(const Row* const rows[kMostComponents], size_t width, int shift, unsigned max_value,
+          size_t step, uint8_t* out) {
   const int16_t* in[kCount];
   for (size_t c = 0; c < kCount; ++c) in[c] = rows[c]->data();
-  const size_t width = rows[0]->size();
   for (size_t x = 0; x < width; ++x, out += step) {
     T pixel[kCount];
     for (size_t c = 0; c < kCount; ++c) {
@@ -55,11 +54,12 @@ void JoinAny(const Row* const rows[kMostComponents], int count, int shift, int c
   uint8_t* const out = picture->Row(y) + static_cast<size_t>(channel) * sizeof(T);
   const auto most = static_cast<unsigned>(picture->MaxValue());
   const size_t step = static_cast<size_t>(picture->channels()) * sizeof(T);
+  const auto width = static_cast<size_t>(picture->width());
   switch (count) {
-    case 1: return Join<T, 1>(rows, shift, most, step, out);
-    case 2: return Join<T, 2>(rows, shift, most, step, out);
-    case 3: return Join<T, 3>(rows, shift, most, step, out);
-    default: return Join<T, 4>(rows, shift, most, step, out);
+    case 1: return Join<T, 1>(rows, width, shift, most, step, out);
+    case 2: return Join<T, 2>(rows, width, shift, most, step, out);
+    case 3: return Join<T, 3>(rows, width, shift, most, step, out);
+    default: return Join<T, 4>(rows, width, shift, most, step, out);
   }
 }
 

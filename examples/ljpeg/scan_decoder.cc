@@ -9,15 +9,15 @@
 namespace ljpeg {
 namespace {
 
-// Rows of a restart interval; without any the whole picture is one.
-int RowsInInterval(const FileInfo& info) {
-  const int rows = info.restart_interval / info.width;
-  return rows > 0 ? rows : info.height;
+// Rows of MCUs in a restart interval; without any the whole picture is one.
+int RowsInInterval(const FileInfo& info, const ScanGeometry& geometry) {
+  const int rows = info.restart_interval / geometry.mcus_per_row;
+  return rows > 0 ? rows : geometry.mcu_rows;
 }
 
-jpeg::Intervals FindIntervals(const uint8_t* data, size_t size, size_t begin, FileInfo* info) {
-  const int rows = RowsInInterval(*info);
-  const auto count = static_cast<size_t>((info->height + rows - 1) / rows);
+jpeg::Intervals FindIntervals(const uint8_t* data, size_t size, size_t begin, int mcu_rows,
+                              int rows_in_interval, FileInfo* info) {
+  const auto count = static_cast<size_t>((mcu_rows + rows_in_interval - 1) / rows_in_interval);
   jpeg::Messages messages;
   jpeg::Intervals intervals = jpeg::FindIntervals(data, size, begin, count, &messages);
   for (const jpeg::Message& message : messages.kept()) info->messages.Add(message.ToString());
@@ -26,109 +26,147 @@ jpeg::Intervals FindIntervals(const uint8_t* data, size_t size, size_t begin, Fi
 
 }  // namespace
 
-ScanDecoder::ScanDecoder(const uint8_t* data, size_t size, size_t begin, const Scan& scan,
-                         common::Raster* picture, FileInfo* info)
-    : scan_(scan),
+ScanDecoder::ScanDecoder(const uint8_t* data, size_t size, size_t begin, const Frame& frame,
+                         const Scan& scan, common::Raster* picture, FileInfo* info)
+    : frame_(frame),
       picture_(picture),
       info_(info),
-      rows_in_interval_(RowsInInterval(*info)),
-      reader_(data, size, FindIntervals(data, size, begin, info)) {
-  const auto width = static_cast<size_t>(info->width);
+      geometry_(frame, scan),
+      prediction_{scan.predictor, info->bits, scan.point_transform},
+      rows_in_interval_(RowsInInterval(*info, geometry_)),
+      reader_(data, size,
+              FindIntervals(data, size, begin, geometry_.mcu_rows, rows_in_interval_, info)),
+      wide_(static_cast<size_t>(info->width)) {
   for (size_t i = 0; i < scan.parts.size(); ++i) {
-    parts_.push_back({scan.parts[i].component, Row(width), Row(width)});
+    const int component = scan.parts[i].component;
+    const Sampling mcu = geometry_.mcu[i];
+    const Row line(static_cast<size_t>(geometry_.mcus_per_row) * static_cast<size_t>(mcu.h));
+    parts_.push_back({component, frame.components[static_cast<size_t>(component)].sampling, mcu.h,
+                      std::vector<Row>(static_cast<size_t>(mcu.v), line), line});
     tables_[i] = scan.parts[i].table;
+    has_plain_mcus_ = has_plain_mcus_ && mcu.h == 1 && mcu.v == 1;
   }
 }
 
-common::Status ScanDecoder::Decode() {
-  for (int y = 0; y < info_->height; y = interval_end_) {
-    BeginInterval(y);
-    for (int row = y; row < interval_end_; ++row) {
-      DecodeRow(row);
-      Reconstruct(row == y);
-      if (!IsPredictable()) {
-        return common::Status::Error("predictor 6 with samples of 16 bits is not supported");
-      }
-      TakeRow(row);
+void ScanDecoder::Decode() {
+  for (int first = 0; first < geometry_.mcu_rows; first = interval_end_) {
+    BeginInterval(first);
+    for (int row = first; row < interval_end_; ++row) {
+      DecodeMcuRow(row);
+      Reconstruct(row == first);
+      TakeMcuRow(row);
     }
     FinishInterval();
   }
-  return common::Status();
 }
 
-void ScanDecoder::BeginInterval(int y) {
-  const size_t missing = reader_.Next(y > 0 && !lost_);
+void ScanDecoder::BeginInterval(int mcu_row) {
+  const size_t missing = reader_.Next(mcu_row > 0 && !lost_);
   lost_ = missing > 0;
   const int64_t rows = int64_t{rows_in_interval_} * static_cast<int64_t>(lost_ ? missing : 1);
-  interval_end_ = static_cast<int>(std::min<int64_t>(y + rows, info_->height));
+  interval_end_ = static_cast<int>(std::min<int64_t>(mcu_row + rows, geometry_.mcu_rows));
   if (reader_.is_repaired()) {
     info_->messages.AddAtByte(reader_.offset() - 2, "a damaged restart marker, read as one");
   }
   if (!lost_) return;
-  info_->messages.Add("a restart interval is missing: rows " + std::to_string(y) + " to " +
+  info_->messages.Add("a restart interval is missing: rows " + std::to_string(mcu_row) + " to " +
                       std::to_string(interval_end_ - 1) + " are lost");
 }
 
-void ScanDecoder::DecodeRow(int y) {
-  int16_t* rows[kMostComponents] = {};
-  for (size_t i = 0; i < parts_.size(); ++i) {
-    rows[i] = parts_[i].row.data();
-    std::fill(parts_[i].row.begin(), parts_[i].row.end(), int16_t{0});  // for what may be lost
+void ScanDecoder::DecodeMcuRow(int mcu_row) {
+  for (Part& part : parts_) {
+    for (Row& line : part.lines)
+      std::fill(line.begin(), line.end(), int16_t{0});  // for what may be lost
   }
   if (lost_) return;
   reader_.KeepInRange();
-  const zepStatus status = zepiDecodeHuffmanRow_JPEG_1u16s_C1P4(
-      reader_.bytes(), reader_.length(), reader_.at(), rows, info_->width,
-      static_cast<int32_t>(parts_.size()), reader_.marker(), tables_, reader_.state());
-  if (status != zepStatusOk) ReportLoss(status, y);
+  const zepStatus status = has_plain_mcus_ ? DecodeLines() : DecodeMcus();
+  if (status != zepStatusOk) ReportLoss(status, mcu_row);
 }
 
-void ScanDecoder::ReportLoss(zepStatus status, int y) {
+zepStatus ScanDecoder::DecodeLines() {
+  int16_t* lines[kMostComponents] = {};
+  for (size_t i = 0; i < parts_.size(); ++i) lines[i] = parts_[i].lines[0].data();
+  return zepiDecodeHuffmanRow_JPEG_1u16s_C1P4(
+      reader_.bytes(), reader_.length(), reader_.at(), lines, geometry_.mcus_per_row,
+      static_cast<int32_t>(parts_.size()), reader_.marker(), tables_, reader_.state());
+}
+
+// An MCU holds h x v samples of each component, line by line.
+zepStatus ScanDecoder::DecodeMcus() {
+  for (int mcu = 0; mcu < geometry_.mcus_per_row; ++mcu) {
+    for (size_t i = 0; i < parts_.size(); ++i) {
+      const int across = parts_[i].across;
+      for (Row& line : parts_[i].lines) {
+        int16_t* samples[kMostComponents] = {line.data() + static_cast<ptrdiff_t>(mcu) * across};
+        const zepiDecodeHuffmanSpec* table[kMostComponents] = {tables_[i]};
+        const zepStatus status = zepiDecodeHuffmanRow_JPEG_1u16s_C1P4(
+            reader_.bytes(), reader_.length(), reader_.at(), samples, across, 1, reader_.marker(),
+            table, reader_.state());
+        if (status != zepStatusOk) return status;
+      }
+    }
+  }
+  return zepStatusOk;
+}
+
+void ScanDecoder::ReportLoss(zepStatus status, int mcu_row) {
   lost_ = true;
-  info_->messages.AddAtByte(reader_.offset(),
-                            jpeg::Reason(status) + "; row " + std::to_string(y) + " is damaged, " +
-                                std::to_string(interval_end_ - 1 - y) + " more are lost");
+  info_->messages.AddAtByte(reader_.offset(), jpeg::Reason(status) + "; row " +
+                                                  std::to_string(mcu_row) + " is damaged, " +
+                                                  std::to_string(interval_end_ - 1 - mcu_row) +
+                                                  " more are lost");
 }
 
 void ScanDecoder::Reconstruct(bool is_first) {
   for (Part& part : parts_) {
-    int16_t* const row = part.row.data();
-    if (is_first) {
-      zepiReconstructPredFirstRow_JPEG_16s_C1(row, row, info_->width, info_->bits,
-                                              scan_.point_transform);
-    } else {
-      zepiReconstructPredRow_JPEG_16s_C1(row, part.above.data(), row, info_->width,
-                                         scan_.predictor);
+    const Row* above = is_first ? nullptr : &part.above;
+    for (Row& line : part.lines) {
+      if (above == nullptr) {
+        AddFirstRow(prediction_, &line);
+      } else {
+        AddRow(prediction_, *above, &line);
+      }
+      above = &line;
     }
   }
-}
-
-// The library's predictor 6 takes samples as signed. As long as no sample needs its highest bit, that is no
-// difference, and some programs write 12 bits as 16.
-bool ScanDecoder::IsPredictable() const {
-  if (scan_.predictor != 6 || info_->bits - scan_.point_transform < 16) return true;
-  return std::all_of(parts_.begin(), parts_.end(), [](const Part& part) {
-    return std::all_of(part.row.begin(), part.row.end(), [](int16_t s) { return s >= 0; });
-  });
 }
 
 // Into the picture: all components at once where they follow one another, as they do in scans of several.
-void ScanDecoder::TakeRow(int y) {
+void ScanDecoder::TakeMcuRow(int mcu_row) {
   const Row* rows[kMostComponents] = {};
   const int count = static_cast<int>(parts_.size());
-  bool is_in_order = true;
+  bool is_plain = has_plain_mcus_ && frame_.IsPlain();
   for (size_t i = 0; i < parts_.size(); ++i) {
-    rows[i] = &parts_[i].row;
-    is_in_order = is_in_order && parts_[i].component == parts_[0].component + static_cast<int>(i);
+    rows[i] = &parts_[i].lines[0];
+    is_plain = is_plain && parts_[i].component == parts_[0].component + static_cast<int>(i);
   }
-  if (is_in_order) {
-    JoinRows(rows, count, scan_.point_transform, parts_[0].component, y, picture_);
+  if (is_plain) {
+    JoinRows(rows, count, prediction_.point_transform, parts_[0].component, mcu_row, picture_);
   } else {
-    for (size_t i = 0; i < parts_.size(); ++i) {
-      JoinRows(rows + i, 1, scan_.point_transform, parts_[i].component, y, picture_);
+    for (const Part& part : parts_) {
+      const int lines = static_cast<int>(part.lines.size());
+      for (int i = 0; i < lines; ++i) {
+        TakeLine(part, part.lines[static_cast<size_t>(i)], mcu_row * lines + i);
+      }
     }
   }
-  for (Part& part : parts_) std::swap(part.row, part.above);
+  for (Part& part : parts_) std::swap(part.lines.back(), part.above);
+}
+
+// Line y of a component, repeated to the resolution of the picture.
+void ScanDecoder::TakeLine(const Part& part, const Row& line, int y) {
+  const auto [h, v] = part.sampling;
+  const auto [max_h, max_v] = frame_.most;
+  for (size_t x = 0; x < wide_.size(); ++x) {
+    wide_[x] = line[x * static_cast<size_t>(h) / static_cast<size_t>(max_h)];
+  }
+  const Row* rows[kMostComponents] = {&wide_};
+  const int first = (y * max_v + v - 1) / v;
+  const int last = std::min(((y + 1) * max_v + v - 1) / v, info_->height);
+  for (int row = first; row < last; ++row) {
+    JoinRows(rows, 1, prediction_.point_transform, part.component, row, picture_);
+  }
 }
 
 void ScanDecoder::FinishInterval() {

@@ -10,6 +10,7 @@
 #include "jpeg/interval_reader.h"
 #include "ljpeg/codec.h"
 #include "ljpeg/header.h"
+#include "ljpeg/prediction.h"
 #include "ljpeg/rows.h"
 #include "zepjp.h"
 
@@ -19,39 +20,46 @@ namespace ljpeg {
 class ScanDecoder {
  public:
   // The scan's data begin at `begin`.
-  ScanDecoder(const uint8_t* data, size_t size, size_t begin, const Scan& scan,
+  ScanDecoder(const uint8_t* data, size_t size, size_t begin, const Frame& frame, const Scan& scan,
               common::Raster* picture, FileInfo* info);
 
-  // An error where predictor 6 meets samples that it cannot have.
-  common::Status Decode();
-  // Of the marker behind the scan.
+  void Decode();
+  // Of the marker after the scan.
   size_t end() const { return reader_.end(); }
 
  private:
   struct Part {
     int component;
+    Sampling sampling;
+    int across;              // samples of an MCU
+    std::vector<Row> lines;  // of a row of MCUs: differences, then samples
     Row above;
-    Row row;  // differences, then samples
   };
 
-  void BeginInterval(int y);
-  void DecodeRow(int y);
+  void BeginInterval(int mcu_row);
+  void DecodeMcuRow(int mcu_row);
+  zepStatus DecodeLines();
+  zepStatus DecodeMcus();
   void Reconstruct(bool is_first);
-  bool IsPredictable() const;
-  void TakeRow(int y);
+  void TakeMcuRow(int mcu_row);
+  void TakeLine(const Part& part, const Row& line, int y);
   void FinishInterval();
-  void ReportLoss(zepStatus status, int y);
+  void ReportLoss(zepStatus status, int mcu_row);
 
-  const Scan& scan_;
+  const Frame& frame_;
   common::Raster* picture_;
   FileInfo* info_;
-  int rows_in_interval_;
+  ScanGeometry geometry_;
+  Prediction prediction_;
+  int rows_in_interval_;  // of MCUs
   jpeg::IntervalReader reader_;
   std::vector<Part> parts_;
   const zepiDecodeHuffmanSpec* tables_[kMostComponents] = {};
+  bool has_plain_mcus_ = true;  // one sample of each component
+  Row wide_;                    // a line at the picture's resolution
 
   bool lost_ = false;
-  int interval_end_ = 0;  // the row behind the interval
+  int interval_end_ = 0;  // the row of MCUs after the interval
 };
 
 }  // namespace ljpeg
