@@ -21,8 +21,8 @@ inline size_t ThreadCount(int wanted) {
   return std::max<size_t>(1, std::thread::hardware_concurrency());
 }
 
-// On each thread makes a worker, which is then called with one item after the other. Errors are not
-// exceptions but a lack of memory.
+// On each thread makes a worker, which is then called with one item after the other. Where the system gives
+// fewer threads, those do all the work. Only a lack of memory is caught, and told.
 template <class MakeWorker>
 Status RunParallel(size_t threads, size_t items, const MakeWorker& make_worker) {
   std::atomic<size_t> next{0};
@@ -36,11 +36,13 @@ Status RunParallel(size_t threads, size_t items, const MakeWorker& make_worker) 
     }
   };
   std::vector<std::thread> others;
-  others.reserve(threads);
   try {
+    others.reserve(std::min(threads, items));
     while (others.size() + 1 < std::min(threads, items)) others.emplace_back(run);
   } catch (const std::system_error&) {
     // As many as there are.
+  } catch (const std::bad_alloc&) {
+    // The same.
   }
   run();
   for (std::thread& other : others) other.join();

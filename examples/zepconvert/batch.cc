@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "zepconvert/batch.h"
 
+#ifdef __GLIBC__
+#  include <malloc.h>
+#endif
+
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
@@ -8,8 +12,10 @@
 #include <new>
 #include <thread>
 
+#include "common/parallel.h"
 #include "zepconvert/console.h"
 #include "zepconvert/file_io.h"
+#include "zepconvert/memory.h"
 #include "zepconvert/picture.h"
 #include "zepconvert/report.h"
 #include "zepcore.h"
@@ -17,48 +23,81 @@
 namespace zepconvert {
 namespace {
 
-// Memory that the files in work may take together. A file that takes more than all waits until it
-// is alone.
+// glibc keeps what a thread frees for later calls of that thread, which adds up over threads.
+void ReturnFreedMemory([[maybe_unused]] int64_t bytes) {
+#ifdef __GLIBC__
+  constexpr int64_t kWorthIt = int64_t{1} << 20;
+  if (bytes >= kWorthIt) malloc_trim(0);
+#endif
+}
+
+// Memory that the files in work may take together. A file first takes a share for its bytes, then grows it by
+// what its picture will need. Where nobody works, one file is let through whatever it takes: so all
+// come to their turn, and what exceeds the budget is one picture at most.
 class Budget {
  public:
-  // Holds a part of it for as long as it lives.
+  // A file's part, for as long as it lives.
   class Share {
    public:
-    Share(Budget* budget, int64_t bytes) : budget_(budget), bytes_(bytes) { budget_->Take(bytes_); }
-    ~Share() { budget_->GiveBack(bytes_); }
+    Share(Budget* budget, int64_t file_bytes) : budget_(budget), bytes_(file_bytes) {
+      budget_->Take(bytes_, &budget_->readers_);
+    }
+    ~Share() { budget_->GiveBack(bytes_, is_at_work_); }
     Share(const Share&) = delete;
     Share& operator=(const Share&) = delete;
+
+    void GrowTo(int64_t bytes) {
+      const int64_t more = std::max<int64_t>(bytes - bytes_, 0);
+      budget_->Take(more, &budget_->workers_);
+      bytes_ += more;
+      is_at_work_ = true;
+    }
 
    private:
     Budget* budget_;
     int64_t bytes_;
+    bool is_at_work_ = false;
   };
 
- private:
-  static constexpr int64_t kBytes = int64_t{1} << 30;
+  explicit Budget(int64_t bytes) : bytes_(bytes) {}
 
-  void Take(int64_t bytes) {
+ private:
+  void Take(int64_t bytes, int* users) {
     std::unique_lock<std::mutex> lock(mutex_);
-    given_back_.wait(lock, [&] { return taken_ == 0 || taken_ + bytes <= kBytes; });
+    given_back_.wait(lock, [&] { return *users == 0 || taken_ + bytes <= bytes_; });
     taken_ += bytes;
+    ++*users;
   }
-  void GiveBack(int64_t bytes) {
+  void GiveBack(int64_t bytes, bool was_at_work) {
+    ReturnFreedMemory(bytes);
     {
       const std::lock_guard<std::mutex> lock(mutex_);
       taken_ -= bytes;
+      --readers_;
+      if (was_at_work) --workers_;
     }
     given_back_.notify_all();
   }
 
+  const int64_t bytes_;
   std::mutex mutex_;
   std::condition_variable given_back_;
   int64_t taken_ = 0;
+  int readers_ = 0;  // all that hold a share
+  int workers_ = 0;  // those of them whose share has grown
 };
+
+bool IsKnown(const uint8_t* data, size_t size) {
+  return FormatOfBytes(data, size) != Format::kUnknown;
+}
 
 class Batch {
  public:
   Batch(const Settings& settings, const std::vector<Job>& jobs, const std::atomic<bool>& stop)
-      : settings_(settings), stop_(stop), console_(jobs.size(), settings.quiet) {
+      : settings_(settings),
+        stop_(stop),
+        console_(jobs.size(), settings.quiet),
+        budget_(settings.memory) {
     for (const Job& job : jobs) {
       results_.emplace_back();
       results_.back().job = job;
@@ -72,54 +111,43 @@ class Batch {
     // The files share the cores; a single one may use all of them.
     settings_.threads = count > 1 ? 1 : static_cast<int>(wanted);
     zepSetNumThreads(settings_.threads);
-    std::vector<std::thread> threads;
-    for (size_t i = 1; i < count; ++i) threads.emplace_back([this] { Work(); });
-    Work();
-    for (std::thread& thread : threads) thread.join();
+    // Each item has a status of its own.
+    (void)common::RunParallel(count, results_.size(), [this] {
+      return [this](size_t index) {
+        if (!stop_) Work(&results_[index]);
+      };
+    });
     return std::move(results_);
   }
 
  private:
-  void Work() {
-    while (!stop_) {
-      const size_t index = next_++;
-      if (index >= results_.size()) return;
-      Result* result = &results_[index];
-      result->started = true;
-      try {
-        ConvertOne(result);
-      } catch (const std::bad_alloc&) {
-        result->status = common::Status::NoMemory();
-      }
-      Report(*result);
-      console_.Step();
+  void Work(Result* result) {
+    result->started = true;
+    try {
+      ConvertOne(result);
+    } catch (const std::bad_alloc&) {
+      result->status = common::Status::NoMemory();
     }
+    Report(*result);
+    console_.Step();
   }
 
   void ConvertOne(Result* result) {
     const auto start = std::chrono::steady_clock::now();
+    Budget::Share share(&budget_, FileSize(result->job.input));
     common::ByteBuffer input;
-    result->status = ReadFile(result->job.input, &input);
+    const ReadLimits limits = {StreamBytes(settings_.max_pixels), IsKnown};
+    result->status = ReadFile(result->job.input, limits, &input);
     if (!result->status.ok()) return;
     result->seconds[kReadFile] =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    const Budget::Share share(&budget_, EstimateMemory(input));
+    share.GrowTo(EstimateMemory(settings_, result->job, input));
     const auto number = static_cast<size_t>(result - results_.data());
     Convert(settings_, input,
             settings_.report_directory.empty()
                 ? ""
                 : ErrorPicturePath(settings_.report_directory, number),
             result);
-  }
-
-  // Picture, what it is made into on the way, output file; a header that cannot be believed is refused
-  // later.
-  int64_t EstimateMemory(const common::ByteBuffer& input) const {
-    const Dimensions size = ReadDimensions(input.data(), input.size());
-    if (size.width < 1 || size.height < 1 || size.width > settings_.max_pixels / size.height) {
-      return 0;
-    }
-    return size.width * size.height * 12 + static_cast<int64_t>(input.size());
   }
 
   void Report(const Result& result) {
@@ -139,7 +167,6 @@ class Batch {
   Console console_;
   Budget budget_;
   std::vector<Result> results_;
-  std::atomic<size_t> next_{0};
 };
 
 }  // namespace

@@ -11,8 +11,7 @@
 
 namespace zepconvert {
 
-// Files are converted at the same time as far as cores and memory allow: pictures of together more
-// than a gigabyte wait for each other. When `stop` becomes true, files in work are finished and no
+// Files are converted at the same time as far as threads and settings.memory allow. When `stop` becomes true, files in work are finished and no
 // other is begun. One result for each job, in their order.
 std::vector<Result> ConvertAll(const Settings& settings, const std::vector<Job>& jobs,
                                const std::atomic<bool>& stop);

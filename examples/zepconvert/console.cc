@@ -5,6 +5,8 @@
 
 #include <cstdio>
 
+#include "zepconvert/text.h"
+
 namespace zepconvert {
 
 Console::Console(size_t steps, bool quiet)
@@ -19,7 +21,7 @@ Console::~Console() {
 void Console::Say(const std::string& text) {
   const std::lock_guard<std::mutex> lock(mutex_);
   if (has_bar_) Clear();
-  std::fprintf(stderr, "zepconvert: %s\n", text.c_str());
+  std::fprintf(stderr, "zepconvert: %s\n", Printable(text).c_str());
   if (has_bar_) Draw();
 }
 

@@ -17,7 +17,7 @@ class Console {
   Console(const Console&) = delete;
   Console& operator=(const Console&) = delete;
 
-  // A line of its own: "zepconvert: text".
+  // A line of its own: "zepconvert: text", made printable.
   void Say(const std::string& text);
   // Moves the bar by one step.
   void Step();

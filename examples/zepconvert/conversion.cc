@@ -312,7 +312,8 @@ common::Status MeasureLoss(const common::ByteBuffer& output, const std::string& 
   result->modes = ModesOfBc7(output, *image, again.image);
   status = MakeErrorPicture(*image, again.image, &errors);
   if (status.ok()) status = WritePng(errors, jpeg::Metadata(), &file);
-  return status.ok() ? WriteFile(error_picture, file.data(), file.size()) : status;
+  return status.ok() ? WriteFile(error_picture, file.data(), file.size(), result->job.input)
+                     : status;
 }
 
 // Half floats, which only a BC6H texture has here, to a file of floats.
@@ -414,7 +415,7 @@ void Convert(const Settings& settings, const common::ByteBuffer& input,
   if (!result->status.ok()) return;
   {
     const Timer timer(&result->seconds[kWriteFile]);
-    result->status = WriteFile(result->job.output, output.data(), output.size());
+    result->status = WriteFile(result->job.output, output.data(), output.size(), result->job.input);
   }
   if (!result->status.ok()) {
     result->status = common::Status::Error(result->job.output + " " + result->status.text());

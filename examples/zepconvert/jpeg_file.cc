@@ -45,7 +45,7 @@ common::Status WriteScan(const Settings& settings, const std::string& name,
     if (!status.ok()) return status;
   }
   common::Status status = WritePng(is_cmyk ? converted : image, jpeg::Metadata(), &file);
-  return status.ok() ? WriteFile(path.string(), file.data(), file.size()) : status;
+  return status.ok() ? WriteFile(path.string(), file.data(), file.size(), name) : status;
 }
 
 }  // namespace

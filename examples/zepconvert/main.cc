@@ -4,10 +4,10 @@
 
 #include <algorithm>
 #include <atomic>
-#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <map>
+#include <sstream>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -16,8 +16,10 @@
 #include "zepconvert/batch.h"
 #include "zepconvert/file_io.h"
 #include "zepconvert/picture.h"
+#include "zepconvert/process.h"
 #include "zepconvert/report.h"
 #include "zepconvert/settings.h"
+#include "zepconvert/text.h"
 #include "zepjp.h"
 
 namespace {
@@ -39,15 +41,6 @@ enum ExitCode {
 
 std::atomic<bool> stop_requested{false};
 
-// Once: finish what is in work. A second time: the system's way.
-void StopOnSignal() {
-  struct sigaction action {};
-  action.sa_handler = [](int) { stop_requested = true; };
-  action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
-  sigaction(SIGINT, &action, nullptr);
-  sigaction(SIGTERM, &action, nullptr);
-}
-
 struct Arguments {
   Settings settings;
   std::vector<std::string> files;
@@ -64,6 +57,7 @@ struct Arguments {
   std::string to;
   std::string out_dir;
   double max_megapixels = 268.4;
+  int64_t megabytes = 1024;
   bool no_metadata = false;
 };
 
@@ -137,12 +131,24 @@ std::string CheckCrop(const std::string& text) {
 // A text where the script makes no sense.
 std::string ReadScript(const std::string& name, jpeg::Script* script) {
   common::ByteBuffer file;
-  common::Status status = zepconvert::ReadFile(name, &file);
+  common::Status status = zepconvert::ReadFile(name, zepconvert::ReadLimits(), &file);
   if (status.ok()) {
     status = jpeg::ParseScript(std::string(reinterpret_cast<const char*>(file.data()), file.size()),
                                script);
   }
   return status.ok() ? "" : name + ": " + status.text();
+}
+
+// Numbers from `least` to `most`; what is no number at all (nan) is neither less nor more than these.
+CLI::Validator Between(double least, double most) {
+  const auto check = [least, most](const std::string& text) {
+    double value = 0;
+    const bool fits = CLI::detail::lexical_cast(text, value) && value >= least && value <= most;
+    std::ostringstream error;
+    if (!fits) error << text << " is not between " << least << " and " << most;
+    return error.str();
+  };
+  return CLI::Validator(check, "");
 }
 
 void DefineScanOptions(CLI::App* app, Arguments* arguments) {
@@ -231,10 +237,10 @@ void DefineOptions(CLI::App* app, Arguments* arguments) {
       ->check(CheckTiles);
   auto* const ratio = app->add_option("--ratio", settings.ratio,
                                       "write JPEG 2000 files so many times smaller than the pixels")
-                          ->check(CLI::Range(1.0, 100000.0))
+                          ->check(Between(1, 100000))
                           ->excludes(lossless);
   app->add_option("--psnr", settings.psnr, "write JPEG 2000 files of this PSNR in dB")
-      ->check(CLI::Range(10.0, 80.0))
+      ->check(Between(10, 80))
       ->excludes(lossless)
       ->excludes(ratio);
   app->add_option("--style", arguments->block_styles,
@@ -253,8 +259,11 @@ void DefineOptions(CLI::App* app, Arguments* arguments) {
                   "write a page with pictures, sizes, PSNR and times to this directory");
   app->add_option("-j,--jobs", settings.jobs, "files at the same time (all cores)")
       ->check(CLI::Range(1, 1024));
+  app->add_option("--memory", arguments->megabytes,
+                  "files at the same time wait for each other beyond so many megabytes (1024)")
+      ->check(CLI::Range(1, 1 << 20));
   app->add_option("--max-megapixels", arguments->max_megapixels, "refuse larger pictures (268.4)")
-      ->check(CLI::Range(0.000001, 4294.9));
+      ->check(Between(0.000001, 4294.9));
   app->add_flag("--no-metadata", arguments->no_metadata,
                 "leave out EXIF data, colour profiles and comments");
   app->add_flag("--quiet", settings.quiet, "errors and damage only");
@@ -287,10 +296,11 @@ std::string MakeJobs(const Arguments& arguments, std::vector<Job>* jobs) {
     return "--to " + arguments.to +
            ": must be jpg, ljpg, jp2, j2k, jxr, png, tif, ppm, pgm, pnm, pam, dds or hdr";
   }
-  std::map<std::string, std::string> inputs;  // by output
+  std::map<std::string, std::string> inputs;  // by the file that they become
   for (const std::string& input : arguments.files) {
     jobs->push_back(MakeJob(arguments, input));
-    const auto [other, is_new] = inputs.emplace(jobs->back().output, input);
+    const auto [other, is_new] =
+        inputs.emplace(zepconvert::OutputIdentity(jobs->back().output), input);
     if (!is_new) {
       return other->second + " and " + input + " would both become " + jobs->back().output;
     }
@@ -309,7 +319,7 @@ int Judge(const std::vector<Result>& results) {
 }
 
 int Fail(ExitCode code, const std::string& text) {
-  std::fprintf(stderr, "zepconvert: %s\n", text.c_str());
+  std::fprintf(stderr, "zepconvert: %s\n", zepconvert::Printable(text).c_str());
   return code;
 }
 
@@ -327,7 +337,7 @@ int Run(const Arguments& arguments) {
     const common::Status status = zepconvert::PrepareReport(report);
     if (!status.ok()) return Fail(kSomeFailed, status.text());
   }
-  StopOnSignal();
+  zepconvert::HandleSignals(&stop_requested);
   const std::vector<Result> results =
       zepconvert::ConvertAll(arguments.settings, jobs, stop_requested);
   const int code = Judge(results);
@@ -353,6 +363,7 @@ std::string FinishSettings(const CLI::App& app, Arguments* arguments) {
   }
   settings.keep_metadata = !arguments->no_metadata;
   settings.max_pixels = static_cast<int64_t>(arguments->max_megapixels * 1e6);
+  settings.memory = arguments->megabytes << 20;
   settings.has_crop = ParseCrop(arguments->crop, &settings.crop);
   return arguments->script_file.empty() ? "" : ReadScript(arguments->script_file, &settings.script);
 }
@@ -372,7 +383,8 @@ int ParseAndRun(int argc, char** argv) {
     const std::string error = FinishSettings(app, &arguments);
     if (!error.empty()) return Fail(kUsage, error);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? kDone : kUsage;
+    if (error.get_exit_code() == 0) return app.exit(error) == 0 ? kDone : kUsage;
+    return Fail(kUsage, std::string(error.what()) + " (--help tells more)");
   }
   return Run(arguments);
 }
@@ -380,10 +392,10 @@ int ParseAndRun(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (!zepconvert::ReserveStandardDescriptors()) return kSomeFailed;
   try {
     return ParseAndRun(argc, argv);
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "zepconvert: %s\n", error.what());
-    return kSomeFailed;
+    return Fail(kSomeFailed, error.what());
   }
 }

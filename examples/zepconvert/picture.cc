@@ -30,6 +30,8 @@ void Append(const common::Messages& messages, std::vector<std::string>* texts) {
   if (more > 0) texts->push_back("and " + std::to_string(more) + " more");
 }
 
+int BytesOfBits(int bits) { return bits > 8 ? 2 : 1; }
+
 }  // namespace
 
 void Picture::TakeWarnings(const common::Messages& messages) { Append(messages, &warnings); }
@@ -98,41 +100,45 @@ Dimensions ReadDimensions(const uint8_t* data, size_t size) {
     case Format::kJpeg: {
       jpeg::FileInfo info;
       if (!jpeg::ReadFileInfo(data, size, &info).ok()) return {};
-      return {info.frame.width, info.frame.height};
+      return {info.frame.width, info.frame.height, static_cast<int>(info.frame.components.size()),
+              BytesOfBits(info.frame.precision)};
     }
     case Format::kLjpeg: {
       ljpeg::FileInfo info;
       if (!ljpeg::ReadFileInfo(data, size, &info).ok()) return {};
-      return {info.width, info.height};
+      return {info.width, info.height, info.components, BytesOfBits(info.bits)};
     }
     case Format::kTiff: {
       tiff::FileInfo info;
       if (!tiff::ReadFileInfo(data, size, &info).ok()) return {};
-      return {info.width, info.height};
+      return {info.width, info.height, info.channels, BytesOfBits(info.bits)};
     }
     case Format::kPng:
-      if (size < 24) return {};
-      return {BigEndian32(data + 16), BigEndian32(data + 20)};
+      if (size < 25) return {};
+      return {BigEndian32(data + 16), BigEndian32(data + 20), 4, BytesOfBits(data[24])};
     case Format::kPnm: {
       PnmHeader header;
       if (!ReadPnmHeader(data, size, &header).ok()) return {};
-      return {header.width, header.height};
+      return {header.width, header.height, header.channels, header.max_value > 255 ? 2 : 1};
     }
     case Format::kDds: {
       dds::Header header;
       if (!dds::ParseHeader(data, size, &header).ok()) return {};
-      return {header.width, header.height};
+      return {header.width, header.height, 4, dds::HasHalves(header.format) ? 2 : 1};
     }
     case Format::kJp2:
     case Format::kJ2k: {
       jpeg2000::FileInfo info;
       if (!jpeg2000::ReadFileInfo(data, size, &info).ok()) return {};
-      return {int64_t{info.size.x1} - info.size.x0, int64_t{info.size.y1} - info.size.y0};
+      return {int64_t{info.size.x1} - info.size.x0, int64_t{info.size.y1} - info.size.y0,
+              static_cast<int>(info.size.components.size()), 1};
     }
     case Format::kJxr: {
       jpegxr::FileInfo info;
       if (!jpegxr::ReadFileInfo(data, size, &info).ok()) return {};
-      return {info.frame.width, info.frame.height};
+      const int colors = info.frame.is_rgb ? 3 : 1;
+      return {info.frame.width, info.frame.height, colors + (info.frame.has_alpha ? 1 : 0),
+              jpegxr::BytesOf(info.frame.type)};
     }
     default: return {};
   }

@@ -58,6 +58,8 @@ const char* Extension(Format format);
 struct Dimensions {
   int64_t width = 0;
   int64_t height = 0;
+  int channels = 4;
+  int sample_bytes = 1;  // of the picture that is made of it
 };
 Dimensions ReadDimensions(const uint8_t* data, size_t size);
 

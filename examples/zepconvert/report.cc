@@ -11,6 +11,7 @@
 #include "zepconvert/file_io.h"
 #include "zepconvert/picture.h"
 #include "zepconvert/png_file.h"
+#include "zepconvert/text.h"
 
 namespace zepconvert {
 namespace {
@@ -46,7 +47,7 @@ svg text { font-size: 12px; font-family: sans-serif; }
 
 std::string Escape(const std::string& text) {
   std::string out;
-  for (const char c : text) {
+  for (const char c : Printable(text)) {
     switch (c) {
       case '&': out += "&amp;"; break;
       case '<': out += "&lt;"; break;
@@ -119,6 +120,17 @@ std::string Text(double x, double y, const char* anchor, const std::string& text
          "\">" + Escape(text) + "</text>\n";
 }
 
+// A name for the plot, where there is little room: its first characters, each of which is one to four bytes.
+std::string Shortened(const std::string& name) {
+  constexpr int kMost = 34;
+  int characters = 0;
+  for (size_t i = 0; i < name.size(); ++i) {
+    if ((static_cast<unsigned char>(name[i]) & 0xC0) == 0x80) continue;
+    if (++characters > kMost) return name.substr(0, i) + "...";
+  }
+  return name;
+}
+
 // Bars of milliseconds a megapixel, so that pictures of different size can be compared.
 std::string Plot(const std::vector<const Result*>& results) {
   constexpr double kLeft = 230;
@@ -138,8 +150,8 @@ std::string Plot(const std::vector<const Result*>& results) {
   double y = 10;
   std::string svg;
   for (const Result* result : results) {
-    const std::string name = fs::path(result->job.input).filename().string();
-    svg += Text(kLeft - 8, y + 14, "end", name.size() <= 34 ? name : name.substr(0, 31) + "...");
+    const std::string name = Printable(fs::path(result->job.input).filename().string());
+    svg += Text(kLeft - 8, y + 14, "end", Shortened(name));
     double x = kLeft;
     for (int i = 0; i < kStageCount; ++i) {
       const double ms = per_megapixel(*result, result->seconds[static_cast<size_t>(i)]);
@@ -169,17 +181,17 @@ std::string Plot(const std::vector<const Result*>& results) {
 common::Status PlacePicture(const std::string& path, const fs::path& directory,
                             const std::string& stem, std::string* name) {
   common::ByteBuffer bytes;
-  if (common::Status status = ReadFile(path, &bytes); !status.ok()) return status;
+  if (common::Status status = ReadFile(path, ReadLimits(), &bytes); !status.ok()) return status;
   const Format format = FormatOfBytes(bytes.data(), bytes.size());
   *name = stem + (format == Format::kJpeg ? ".jpg" : ".png");
   const std::string target = (directory / *name).string();
   if (format == Format::kJpeg || format == Format::kPng) {
-    return WriteFile(target, bytes.data(), bytes.size());
+    return WriteFile(target, bytes.data(), bytes.size(), path);
   }
   Picture picture;
   common::Status status = LoadPicture(bytes, &picture);
   if (status.ok()) status = WritePng(picture.image, picture.metadata, &bytes);
-  return status.ok() ? WriteFile(target, bytes.data(), bytes.size()) : status;
+  return status.ok() ? WriteFile(target, bytes.data(), bytes.size(), path) : status;
 }
 
 std::string TableOfModes(const std::vector<ModeShare>& modes) {
@@ -201,6 +213,12 @@ common::Status Pictures(const Result& result, size_t number, const std::string& 
   if (FormatOfName(result.job.output) == Format::kHdr) {
     *html += "<h3>" + Escape(fs::path(result.job.input).filename().string()) +
              "</h3>\n<p>half floats, which browsers do not show</p>\n";
+    return common::Status();
+  }
+  // A pipe has nothing to show any more.
+  if (!IsRegularFile(result.job.input) || !IsRegularFile(result.job.output)) {
+    *html += "<h3>" + Escape(fs::path(result.job.input).filename().string()) +
+             "</h3>\n<p>not a regular file, not shown</p>\n";
     return common::Status();
   }
   std::string original;
@@ -255,7 +273,7 @@ common::Status WriteReport(const std::string& directory, const std::vector<Resul
   }
   html += "</body>\n</html>\n";
   const std::string path = (fs::path(directory) / "index.html").string();
-  return WriteFile(path, reinterpret_cast<const uint8_t*>(html.data()), html.size());
+  return WriteFile(path, reinterpret_cast<const uint8_t*>(html.data()), html.size(), "");
 }
 
 }  // namespace zepconvert

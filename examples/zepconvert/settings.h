@@ -51,11 +51,19 @@ struct Settings {
   bool grey = false;
   bool keep_metadata = true;
   int64_t max_pixels = int64_t{1} << 28;
-  int jobs = 0;     // 0: as many as there are cores
-  int threads = 1;  // for each file
+  int jobs = 0;                       // 0: as many as there are cores
+  int64_t memory = int64_t{1} << 30;  // of the files in work, about
+  int threads = 1;                    // for each file
   bool quiet = false;
   std::string report_directory;  // empty: no report
 };
+
+// The most that is read of a pipe or a device, which may never end: the pixels of a large picture, uncompressed,
+// and what comes with them.
+constexpr size_t StreamBytes(int64_t max_pixels) {
+  constexpr int64_t kBytesPerPixel = 4, kMetadata = 16 << 20;
+  return static_cast<size_t>(kBytesPerPixel * max_pixels + kMetadata);
+}
 
 struct Job {
   std::string input;
