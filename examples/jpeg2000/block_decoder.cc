@@ -60,7 +60,7 @@ void BlockDecoder::Dequantize(const BlockJob& job, int lost) const {
   }
 }
 
-void BlockDecoder::Gather(const CodedBlock& block, int most_passes) {
+void BlockDecoder::Gather(const CodedBlock::Kept& block, int most_passes) {
   bytes_.clear();
   lengths_.clear();
   passes_ = 0;
@@ -76,10 +76,12 @@ void BlockDecoder::Gather(const CodedBlock& block, int most_passes) {
 }
 
 bool BlockDecoder::Decode(const BlockJob& job) {
-  // One plane more, for the half steps.
+  // One plane more, for the half steps. Passes beyond the planes are ignored: some encoders write them.
   const int planes = job.most_planes - job.block->zero_planes + 1;
   const int decoded = std::min(planes, kMostDecodedPlanes);
-  Gather(*job.block, 3 * decoded - 2);
+  const int coded = std::min(planes - 1, decoded);
+  if (coded < 1) return true;
+  Gather(*job.block->kept, 3 * coded - 2);
   const zepStatus status = zepiDecodeCodeBlock_JPEG2K_1u32s_C1R(
       bytes_.data(), samples_.data(), 4 * job.size.width, job.size, job.orientation, decoded,
       passes_, lengths_.data(), static_cast<int32_t>(lengths_.size()),

@@ -21,7 +21,10 @@ struct BlockJob {
   bool reversible;
   double quantizer_step;
   zepiSize size;
-  // Where the coefficients go, one of the two, and how far its rows lie apart.
+  // Where the coefficients go: which plane and where in it ...
+  size_t component;
+  int64_t x, y;
+  // ... and so one of the two, and how far its rows lie apart.
   int32_t* integers;
   float* reals;
   int64_t row_step;
@@ -38,7 +41,7 @@ class BlockDecoder {
   template <class T, class Value>
   void Store(const BlockJob& job, T* to, const Value& value) const;
   void Dequantize(const BlockJob& job, int lost) const;
-  void Gather(const CodedBlock& block, int most_passes);
+  void Gather(const CodedBlock::Kept& block, int most_passes);
 
   std::vector<uint8_t> state_;
   std::vector<int32_t> samples_;

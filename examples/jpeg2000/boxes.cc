@@ -118,36 +118,33 @@ void ReadHeaderBox(const Box& box, Messages* messages, Boxes* boxes) {
   }
 }
 
-Component Mapped(const Component& indexes, const Boxes::Palette& palette, size_t column) {
-  Component made = indexes;
-  made.bits = palette.columns[column].bits;
-  made.is_signed = palette.columns[column].is_signed;
+void Map(const Boxes::Palette& palette, int number, Component* component) {
+  const auto column = static_cast<size_t>(number);
+  component->bits = palette.columns[column].bits;
+  component->is_signed = palette.columns[column].is_signed;
   const auto last = static_cast<int32_t>(palette.Rows()) - 1;
-  for (int32_t& sample : made.samples) {
+  for (int32_t& sample : component->samples) {
     const auto row = static_cast<size_t>(std::clamp(sample, 0, last));
     sample = palette.entries[row * palette.columns.size() + column];
   }
-  return made;
 }
 
+// A component goes to its last channel without a copy.
 void ApplyPalette(const Boxes& boxes, Messages* messages, Image* image) {
   if (boxes.palette.columns.empty() || boxes.mappings.empty()) return;
-  const auto fits = [&](const Boxes::Mapping& mapping) {
-    return static_cast<size_t>(mapping.component) < image->components.size() &&
-           (!mapping.uses_palette ||
-            static_cast<size_t>(mapping.column) < boxes.palette.columns.size());
-  };
-  if (boxes.mappings.size() > 4 ||
-      !std::all_of(boxes.mappings.begin(), boxes.mappings.end(), fits)) {
+  const std::vector<size_t> sources = PaletteSources(boxes, image->components.size());
+  if (sources.empty()) {
     messages->Add("the palette does not fit the components and was left out");
     return;
   }
   std::vector<Component> channels;
-  for (const Boxes::Mapping& mapping : boxes.mappings) {
-    const Component& from = image->components[size_t(mapping.component)];
-    channels.push_back(mapping.uses_palette
-                           ? Mapped(from, boxes.palette, static_cast<size_t>(mapping.column))
-                           : from);
+  for (size_t i = 0; i < sources.size(); ++i) {
+    Component& from = image->components[sources[i]];
+    const bool is_last = std::find(sources.begin() + static_cast<ptrdiff_t>(i) + 1, sources.end(),
+                                   sources[i]) == sources.end();
+    channels.push_back(is_last ? std::move(from) : from);
+    const Boxes::Mapping& mapping = boxes.mappings[i];
+    if (mapping.uses_palette) Map(boxes.palette, mapping.column, &channels.back());
   }
   image->components = std::move(channels);
 }
@@ -283,6 +280,20 @@ Status ReadBoxes(const uint8_t* data, size_t size, Messages* messages, Boxes* bo
     }
   }
   return Status::Error("the JP2 file has no codestream in it");
+}
+
+std::vector<size_t> PaletteSources(const Boxes& boxes, size_t count) {
+  constexpr size_t kMostChannels = 4;
+  std::vector<size_t> sources;
+  if (boxes.palette.columns.empty() || boxes.mappings.size() > kMostChannels) return sources;
+  for (const Boxes::Mapping& mapping : boxes.mappings) {
+    const auto component = static_cast<size_t>(mapping.component);
+    const bool has_column =
+        !mapping.uses_palette || static_cast<size_t>(mapping.column) < boxes.palette.columns.size();
+    if (component >= count || !has_column) return {};
+    sources.push_back(component);
+  }
+  return sources;
 }
 
 void ApplyBoxes(const Boxes& boxes, Messages* messages, Image* image) {

@@ -48,6 +48,9 @@ struct Boxes {
 // Finds the codestream of a file, which may be a codestream itself.
 Status ReadBoxes(const uint8_t* data, size_t size, Messages* messages, Boxes* boxes);
 
+// The component of `count` that each channel comes from where a palette makes them; else nothing.
+std::vector<size_t> PaletteSources(const Boxes& boxes, size_t count);
+
 // Turns decoded components into channels: palette, order, opacity, colour space.
 void ApplyBoxes(const Boxes& boxes, Messages* messages, Image* image);
 

@@ -24,13 +24,16 @@ Rect BandArea(const Rect& component, int level, int orientation) {
                 level);
 }
 
-std::vector<Band> MakeBands(const Rect& component, const Rect& smaller, int level, bool lowest) {
-  if (lowest) return {{kLL, level, BandArea(component, level, kLL), 0, 0}};
-  std::vector<Band> bands;
+BandList MakeBands(const Rect& component, const Rect& smaller, int level, bool lowest) {
+  BandList bands;
+  if (lowest) {
+    bands.Add({kLL, level, BandArea(component, level, kLL), 0, 0});
+    return bands;
+  }
   for (const int orientation : {kHL, kLH, kHH}) {  // in the order of packets
     const bool right = orientation != kLH, below = orientation != kHL;
-    bands.push_back({orientation, level, BandArea(component, level, orientation),
-                     right ? smaller.width() : 0, below ? smaller.height() : 0});
+    bands.Add({orientation, level, BandArea(component, level, orientation),
+               right ? smaller.width() : 0, below ? smaller.height() : 0});
   }
   return bands;
 }
@@ -49,17 +52,16 @@ Resolution MakeResolution(const Rect& component, const ComponentCoding& coding, 
   const int halving = number > 0 ? 1 : 0;  // of a precinct in a subband
   made.block_width_log2 = std::min(coding.block_width_log2, made.precinct_width_log2 - halving);
   made.block_height_log2 = std::min(coding.block_height_log2, made.precinct_height_log2 - halving);
-  if (!made.area.empty()) {
-    made.precincts_across = CountParts(made.area.x0, made.area.x1, made.precinct_width_log2);
-    made.precincts_down = CountParts(made.area.y0, made.area.y1, made.precinct_height_log2);
-  }
+  if (made.area.empty()) return made;
+  made.precincts_across = CountParts(made.area.x0, made.area.x1, made.precinct_width_log2);
+  made.precincts_down = CountParts(made.area.y0, made.area.y1, made.precinct_height_log2);
   made.bands = MakeBands(component, Halved(component, times + 1), times + halving, number == 0);
   return made;
 }
 
 }  // namespace
 
-Rect BlockGrid::Area(int block) const {
+Rect BlockGrid::Area(int64_t block) const {
   const int64_t x = (first_column + block % across) << width_log2;
   const int64_t y = (first_row + block / across) << height_log2;
   return Intersection({x, y, x + (int64_t{1} << width_log2), y + (int64_t{1} << height_log2)},
@@ -93,20 +95,6 @@ int64_t Tile::PrecinctCount() const {
   return count;
 }
 
-int64_t Tile::MostBlocks() const {
-  int64_t count = 0;
-  for (const TileComponent& component : components) {
-    for (const Resolution& resolution : component.resolutions) {
-      for (const Band& band : resolution.bands) {
-        if (band.area.empty()) continue;
-        count += CountParts(band.area.x0, band.area.x1, resolution.block_width_log2) *
-                 CountParts(band.area.y0, band.area.y1, resolution.block_height_log2);
-      }
-    }
-  }
-  return count;
-}
-
 Rect ComponentArea(const Rect& area, int dx, int dy) {
   return {CeilDivide(area.x0, dx), CeilDivide(area.y0, dy), CeilDivide(area.x1, dx),
           CeilDivide(area.y1, dy)};
@@ -119,13 +107,14 @@ Rect TileArea(const SizeSegment& size, int tile) {
                       {size.x0, size.y0, size.x1, size.y1});
 }
 
-Tile MakeTile(const SizeSegment& size, const Parameters& parameters, int tile) {
+Tile MakeTile(const SizeSegment& size, const Parameters& parameters, const Rect& area) {
   Tile made;
-  made.area = TileArea(size, tile);
+  made.area = area;
   for (size_t i = 0; i < size.components.size(); ++i) {
     const SizeSegment::ComponentSize& sizes = size.components[i];
     const ComponentCoding& coding = parameters.components[i].coding;
     TileComponent component{ComponentArea(made.area, sizes.dx, sizes.dy), sizes.dx, sizes.dy, {}};
+    component.resolutions.reserve(static_cast<size_t>(coding.levels) + 1);
     for (int r = 0; r <= coding.levels; ++r) {
       component.resolutions.push_back(MakeResolution(component.area, coding, r));
     }

@@ -4,6 +4,7 @@
 #ifndef ZEPJP_EXAMPLES_JPEG2000_GEOMETRY_H_
 #define ZEPJP_EXAMPLES_JPEG2000_GEOMETRY_H_
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -40,6 +41,20 @@ struct Band {
   int64_t plane_x, plane_y;
 };
 
+// The subbands of a resolution, at most three, without memory of their own.
+class BandList {
+ public:
+  void Add(const Band& band) { bands_[count_++] = band; }
+  size_t size() const { return count_; }
+  const Band& operator[](size_t i) const { return bands_[i]; }
+  const Band* begin() const { return bands_.data(); }
+  const Band* end() const { return bands_.data() + count_; }
+
+ private:
+  std::array<Band, 3> bands_ = {};
+  size_t count_ = 0;
+};
+
 // The code-blocks of one subband in one precinct, in rows.
 struct BlockGrid {
   Rect clip;
@@ -47,8 +62,8 @@ struct BlockGrid {
   int across = 0, down = 0;
   int width_log2 = 0, height_log2 = 0;
 
-  int Count() const { return across * down; }
-  Rect Area(int block) const;
+  int64_t Count() const { return int64_t{across} * down; }
+  Rect Area(int64_t block) const;
 };
 
 struct Resolution {
@@ -56,7 +71,7 @@ struct Resolution {
   int precinct_width_log2, precinct_height_log2;
   int block_width_log2, block_height_log2;
   int64_t precincts_across, precincts_down;
-  std::vector<Band> bands;
+  BandList bands;  // none where the resolution has no samples
 
   int64_t PrecinctCount() const { return precincts_across * precincts_down; }
   BlockGrid Blocks(const Band& band, int64_t precinct) const;
@@ -75,15 +90,16 @@ struct Tile {
   std::vector<TileComponent> components;
 
   int64_t PrecinctCount() const;
-  // An upper bound, without visiting precincts.
-  int64_t MostBlocks() const;
 };
 
 // The area of a component inside an area of the reference grid.
 Rect ComponentArea(const Rect& area, int dx, int dy);
 Rect TileArea(const SizeSegment& size, int tile);
 // The precincts must be at least 2 wide and high but at resolution 0.
-Tile MakeTile(const SizeSegment& size, const Parameters& parameters, int tile);
+Tile MakeTile(const SizeSegment& size, const Parameters& parameters, const Rect& area);
+inline Tile MakeTile(const SizeSegment& size, const Parameters& parameters, int tile) {
+  return MakeTile(size, parameters, TileArea(size, tile));
+}
 
 }  // namespace jpeg2000
 

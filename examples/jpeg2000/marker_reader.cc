@@ -22,6 +22,9 @@ std::string Hex(int marker) {
   return text + digits[marker & 15];
 }
 
+// Reserved markers without a segment; they mean nothing (A.1.2).
+bool IsBareMarker(int marker) { return marker >= 0xFF30 && marker < 0xFF40; }
+
 int32_t Clamped(uint32_t value) {
   return static_cast<int32_t>(std::min<uint32_t>(value, std::numeric_limits<int32_t>::max()));
 }
@@ -33,8 +36,7 @@ Status MarkerReader::NextSegment(size_t end, int* marker, Cursor* cursor) {
   *marker = head.Word();
   if (head.failed) return Status::Error("the file ends where a marker should follow");
   if (*marker < 0xFF00) return Status::Error("no marker where one should follow");
-  if (*marker == kSod || *marker == kEoc || *marker == kSoc ||
-      (*marker >= 0xFF30 && *marker < 0xFF40)) {
+  if (*marker == kSod || *marker == kEoc || *marker == kSoc || IsBareMarker(*marker)) {
     *cursor = Cursor{head.next, head.next};
     position_ += 2;
     return Status();
@@ -78,7 +80,7 @@ Status MarkerReader::ReadMainSegment(int marker, Cursor cursor) {
     return Status();
   }
   if (marker == kSod || marker == kEoc) return Status::Error("the file has no picture in it");
-  return ReadParameters(marker, false, cursor, &main_);
+  return HasParameters(marker) ? ReadParameters(marker, false, cursor, &main_) : Status();
 }
 
 Status MarkerReader::ReadSize(Cursor cursor) {
@@ -146,8 +148,31 @@ Status MarkerReader::CheckMain() const {
   return Status();
 }
 
+bool MarkerReader::HasParameters(int marker) {
+  switch (marker) {
+    case kCod:
+    case kCoc:
+    case kQcd:
+    case kQcc:
+    case kRgn:
+    case kPoc:
+    case kCap: return true;
+    case kTlm:
+    case kPlm:
+    case kPlt:
+    case kCrg:
+    case kCom: return false;
+    default:
+      if (!IsBareMarker(marker)) {
+        messages_->AddAtByte(position_,
+                             "segment " + Hex(marker) + " before it is unknown, skipped");
+      }
+      return false;
+  }
+}
+
 Status MarkerReader::ReadParameters(int marker, bool in_tile, Cursor cursor,
-                                    Parameters* parameters) {
+                                    Parameters* parameters) const {
   switch (marker) {
     case kCod: return ReadCoding(in_tile, cursor, parameters);
     case kCoc: return ReadComponentCoding(in_tile, cursor, parameters);
@@ -155,19 +180,11 @@ Status MarkerReader::ReadParameters(int marker, bool in_tile, Cursor cursor,
     case kQcc: return ReadQuantization(in_tile, true, cursor, parameters);
     case kRgn: return ReadRegion(cursor, parameters);
     case kPoc: return ReadVolumes(cursor, &parameters->volumes);
-    case kTlm:
-    case kPlm:
-    case kPlt:
-    case kCrg:
-    case kCom: return Status();
-    case kCap: return Status::Error("high-throughput code-blocks cannot be read");
-    default:
-      messages_->AddAtByte(position_, "segment " + Hex(marker) + " before it is unknown, skipped");
-      return Status();
+    default: return Status::Error("high-throughput code-blocks cannot be read");  // kCap
   }
 }
 
-Status MarkerReader::ReadCoding(bool in_tile, Cursor cursor, Parameters* parameters) {
+Status MarkerReader::ReadCoding(bool in_tile, Cursor cursor, Parameters* parameters) const {
   const int style = cursor.Byte();
   const int order = cursor.Byte();
   const int layers = cursor.Word();
@@ -190,7 +207,8 @@ Status MarkerReader::ReadCoding(bool in_tile, Cursor cursor, Parameters* paramet
   return status;
 }
 
-Status MarkerReader::ReadComponentCoding(bool in_tile, Cursor cursor, Parameters* parameters) {
+Status MarkerReader::ReadComponentCoding(bool in_tile, Cursor cursor,
+                                         Parameters* parameters) const {
   const int number = ReadComponentNumber(&cursor);
   const int style = cursor.Byte();
   if (cursor.failed || number < 0) return Status::Error("a bad coding style (COC)");
@@ -227,7 +245,7 @@ Status MarkerReader::ReadBlockCoding(bool has_precincts, Cursor* cursor, Compone
 }
 
 Status MarkerReader::ReadQuantization(bool in_tile, bool one, Cursor cursor,
-                                      Parameters* parameters) {
+                                      Parameters* parameters) const {
   const int number = one ? ReadComponentNumber(&cursor) : 0;
   const int head = cursor.Byte();
   const int style = head & 31;
@@ -254,7 +272,7 @@ Status MarkerReader::ReadQuantization(bool in_tile, bool one, Cursor cursor,
   return Status();
 }
 
-Status MarkerReader::ReadRegion(Cursor cursor, Parameters* parameters) {
+Status MarkerReader::ReadRegion(Cursor cursor, Parameters* parameters) const {
   const int number = ReadComponentNumber(&cursor);
   const int style = cursor.Byte();
   const int shift = cursor.Byte();
@@ -303,6 +321,7 @@ std::vector<Span> MarkerReader::InOrder(Numbered headers) {
 }
 
 void MarkerReader::ReadTileParts() {
+  checked_ = main_;
   for (const Span& span : InOrder(packed_)) {
     packed_headers_.insert(packed_headers_.end(), span.data, span.data + span.size);
   }
@@ -346,7 +365,7 @@ bool MarkerReader::FindTilePart(TilePart* part) {
   }
   const bool has_end =
       expected + 2 <= size_ && data_[expected] == 0xFF && data_[expected + 1] == (kEoc & 0xFF);
-  if (!has_end) messages_->AddAtByte(expected, "the codestream has no end marker");
+  if (!has_end) notes_->AddAtByte(expected, "the codestream has no end marker");
   return false;
 }
 
@@ -365,19 +384,42 @@ Status MarkerReader::ReadTilePart(const TilePart& part) {
       AddHeaders(cursor, &headers);
       continue;
     }
-    if (tile.own == nullptr && marker != kCom && marker != kPlt) {
-      tile.own = std::make_unique<Parameters>(main_);
-    }
-    if (marker == kPoc && !tile.is_present && !has_volumes) tile.own->volumes.clear();
-    if (marker == kPoc) has_volumes = true;
-    status = ReadParameters(marker, true, cursor, tile.own.get());
+    status = ReadTileSegment(marker, cursor, !tile.is_present && !has_volumes, &tile);
+    has_volumes |= marker == kPoc;
     if (!status.ok()) return status;
   }
+  if (!tile.is_present) ++present_tiles_;
   tile.is_present = true;
   tile.bodies.push_back({data_ + position_, part.end - position_});
   for (const Span& span : InOrder(headers)) tile.headers.push_back(span);
   TakePackedHeaders(&tile);
   return Status();
+}
+
+Status MarkerReader::ReadTileSegment(int marker, Cursor cursor, bool first_volumes,
+                                     TileParts* tile) {
+  if (!HasParameters(marker)) return Status();
+  checked_.volumes.clear();
+  Status status = ReadParameters(marker, true, cursor, &checked_);
+  if (marker == kPoc && tile->volumes == 0 && !first_volumes) tile->volumes = main_.volumes.size();
+  tile->volumes += checked_.volumes.size();
+  if (status.ok() && tile->volumes > kMostVolumes)
+    status = Status::Error("too many changes of order");
+  if (!status.ok()) return status;
+  tile->changes.push_back({marker, marker == kPoc && first_volumes, {cursor.next, cursor.left()}});
+  return status;
+}
+
+std::unique_ptr<Parameters> MarkerReader::ParametersOf(const TileParts& tile) const {
+  auto own = std::make_unique<Parameters>(main_);
+  for (const TileParts::Change& change : tile.changes) {
+    if (change.starts_volumes) own->volumes.clear();
+    const Span& content = change.content;
+    const Cursor cursor{content.data, content.data + content.size};
+    // No errors: it was read before.
+    if (!ReadParameters(change.marker, true, cursor, own.get()).ok()) break;
+  }
+  return own;
 }
 
 // A part's headers stand behind their length.

@@ -19,7 +19,15 @@ namespace jpeg2000 {
 
 // What the file has of a tile.
 struct TileParts {
-  std::unique_ptr<Parameters> own;  // null: those of the main header
+  // A segment that changes the parameters of the main header. There can be very many tiles, so each gets
+  // its own parameters only while it is decoded.
+  struct Change {
+    int marker;
+    bool starts_volumes;  // the first change of order, in place of those of the main header
+    Span content;
+  };
+  std::vector<Change> changes;
+  size_t volumes = 0;  // of packets, with all changes
   std::vector<Span> bodies;
   std::vector<Span> headers;  // packet headers that stand apart
   bool is_present = false;
@@ -28,8 +36,8 @@ struct TileParts {
 class MarkerReader {
  public:
   // The bytes must outlive the reader.
-  MarkerReader(const uint8_t* data, size_t size, Messages* messages)
-      : data_(data), size_(size), messages_(messages) {}
+  MarkerReader(const uint8_t* data, size_t size, Messages* messages, Messages* notes)
+      : data_(data), size_(size), messages_(messages), notes_(notes) {}
 
   // Up to the first tile-part.
   Status ReadMainHeader();
@@ -38,7 +46,11 @@ class MarkerReader {
 
   const SizeSegment& picture_size() const { return picture_size_; }
   const Parameters& parameters() const { return main_; }
+  // Of a tile that changes them.
+  std::unique_ptr<Parameters> ParametersOf(const TileParts& tile) const;
   const std::vector<TileParts>& tiles() const { return tiles_; }
+  // How many tiles the file has something of.
+  size_t present_tiles() const { return present_tiles_; }
 
  private:
   // The bytes of a segment behind its length; reading past the end sets `failed` and gives 0.
@@ -76,13 +88,16 @@ class MarkerReader {
   Status ReadSize(Cursor cursor);
   Status CheckSize() const;
   Status CheckMain() const;
+  // Whether the segment has parameters; those that have something else are skipped, unknown ones with a
+  // message.
+  bool HasParameters(int marker);
   // Segments that both headers can have.
-  Status ReadParameters(int marker, bool in_tile, Cursor cursor, Parameters* parameters);
-  Status ReadCoding(bool in_tile, Cursor cursor, Parameters* parameters);
-  Status ReadComponentCoding(bool in_tile, Cursor cursor, Parameters* parameters);
+  Status ReadParameters(int marker, bool in_tile, Cursor cursor, Parameters* parameters) const;
+  Status ReadCoding(bool in_tile, Cursor cursor, Parameters* parameters) const;
+  Status ReadComponentCoding(bool in_tile, Cursor cursor, Parameters* parameters) const;
   static Status ReadBlockCoding(bool has_precincts, Cursor* cursor, ComponentCoding* coding);
-  Status ReadQuantization(bool in_tile, bool one, Cursor cursor, Parameters* parameters);
-  Status ReadRegion(Cursor cursor, Parameters* parameters);
+  Status ReadQuantization(bool in_tile, bool one, Cursor cursor, Parameters* parameters) const;
+  Status ReadRegion(Cursor cursor, Parameters* parameters) const;
   Status ReadVolumes(Cursor cursor, std::vector<ProgressionVolume>* volumes) const;
   int ReadComponentNumber(Cursor* cursor) const;
   static void AddHeaders(Cursor cursor, Numbered* headers);
@@ -91,18 +106,22 @@ class MarkerReader {
   // False: no more tile-parts.
   bool FindTilePart(TilePart* part);
   Status ReadTilePart(const TilePart& part);
+  Status ReadTileSegment(int marker, Cursor cursor, bool first_volumes, TileParts* tile);
   void TakePackedHeaders(TileParts* tile);
 
   const uint8_t* data_;
   size_t size_;
   Messages* messages_;
+  Messages* notes_;
   size_t position_ = 0;
   SizeSegment picture_size_;
   Parameters main_;
+  Parameters checked_;  // where segments of tiles are read to for their errors alone
   std::vector<TileParts> tiles_;
   Numbered packed_;                      // of all tile-parts, as PPM segments hold them
   std::vector<uint8_t> packed_headers_;  // the same in one piece
   size_t packed_position_ = 0;
+  size_t present_tiles_ = 0;
 };
 
 }  // namespace jpeg2000

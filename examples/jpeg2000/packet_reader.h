@@ -5,8 +5,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
+#include "jpeg2000/budget.h"
 #include "jpeg2000/geometry.h"
 #include "jpeg2000/tag_tree.h"
 
@@ -22,28 +24,34 @@ struct Segment {
   size_t length;
 };
 
-// A code-block as far as its packets were read.
+// A code-block as far as its packets were read. There can be very many that never get a pass, so what
+// only others have stands apart.
 struct CodedBlock {
+  // What there is to decode; the spans hold all segments, back to back.
+  struct Kept {
+    std::vector<Segment> segments;
+    std::vector<Span> spans;
+  };
+  std::unique_ptr<Kept> kept;  // null: nothing
+  int32_t passes_seen = 0;     // in packet headers
+  int32_t open_passes = 0;     // in the segment that is not complete
+  uint8_t zero_planes = 0;
+  uint8_t length_bits = 3;
   bool included = false;
   bool cut = false;  // bytes are missing: what follows cannot be appended
-  int zero_planes = 0;
-  int length_bits = 3;
-  int passes_seen = 0;  // in packet headers
-  int open_passes = 0;  // in the segment that is not complete
-  // What there is to decode; the spans hold all segments, back to back.
-  std::vector<Segment> segments;
-  std::vector<Span> spans;
 };
 
 // The code-blocks of a precinct.
 struct PrecinctBlocks {
   struct ForBand {
-    BlockGrid grid;
     TagTree inclusion;
     TagTree zero_planes;
     std::vector<CodedBlock> blocks;
   };
   PrecinctBlocks(const Resolution& resolution, int64_t precinct);
+  // What one takes.
+  static int64_t Memory(const Resolution& resolution, int64_t precinct);
+  int64_t BlockCount() const;
   std::vector<ForBand> bands;
 };
 
@@ -58,8 +66,9 @@ struct PacketSource {
 
 enum class PacketResult {
   kRead,
-  kCut,     // the data ends inside; the blocks that are complete were taken
-  kBroken,  // not a packet header
+  kCut,      // the data ends inside; the blocks that are complete were taken
+  kBroken,   // not a packet header
+  kTooMuch,  // the budget is used up
 };
 
 struct PacketFormat {
@@ -68,10 +77,19 @@ struct PacketFormat {
   const int* most_planes = nullptr;  // of each band
 };
 
-// Reads the packet of `layer` at the beginning of `source`, which advances behind it. The passes are kept
-// in `precinct` only if `keep`; what later headers depend on, always.
-PacketResult ReadPacket(const PacketFormat& format, int layer, bool keep, PrecinctBlocks* precinct,
-                        PacketSource* source);
+// A packet to read.
+struct PacketPlace {
+  const Resolution& resolution;
+  int64_t precinct;
+  int layer;
+  bool keep;  // its passes; what later headers depend on is kept always
+};
+
+// Reads the packet at the beginning of `source`, which advances behind it. `blocks` is made for the first
+// packet that is not empty.
+PacketResult ReadPacket(const PacketFormat& format, const PacketPlace& place,
+                        std::unique_ptr<PrecinctBlocks>* blocks, PacketSource* source,
+                        Budget* budget);
 
 }  // namespace jpeg2000
 

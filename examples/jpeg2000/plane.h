@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "jpeg2000/geometry.h"
@@ -25,6 +26,11 @@ class Plane {
   int64_t width() const { return width_; }
   int64_t height() const { return height_; }
   bool empty() const { return values_.empty(); }
+  // Gives the values away.
+  std::vector<T> Take() {
+    width_ = height_ = 0;
+    return std::move(values_);
+  }
   int32_t StepInBytes() const { return static_cast<int32_t>(width_ * int64_t{sizeof(T)}); }
   T* At(int64_t x, int64_t y) { return values_.data() + y * width_ + x; }
   const T* At(int64_t x, int64_t y) const { return values_.data() + y * width_ + x; }

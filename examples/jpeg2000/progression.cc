@@ -18,27 +18,60 @@ int64_t StartOnGrid(int64_t index, int64_t resolution_start, int64_t tile_start,
 
 }  // namespace
 
-PacketOrder::Place PacketOrder::PlaceOf(const Tile& tile, int component, int resolution,
-                                        int64_t precinct) {
+PacketOrder::Range::Range(const Tile& tile, const ProgressionVolume& volume)
+    : first_component(volume.first_component),
+      end_component(std::min(volume.end_component, static_cast<int>(tile.components.size()))),
+      first_resolution(volume.first_resolution),
+      end_resolution(volume.end_layer > 0 ? std::min(volume.end_resolution, kMostLevels + 1) : 0) {}
+
+int PacketOrder::Range::ResolutionsOf(const TileComponent& component) const {
+  return std::min(end_resolution, component.levels() + 1);
+}
+
+int64_t PacketOrder::CountPlaces(const Tile& tile, const ProgressionVolume& volume) {
+  const Range range(tile, volume);
+  int64_t count = 0;
+  for (int c = range.first_component; c < range.end_component; ++c) {
+    const TileComponent& component = tile.components[size_t(c)];
+    for (int r = range.first_resolution; r < range.ResolutionsOf(component); ++r) {
+      count += component.resolutions[size_t(r)].PrecinctCount();
+    }
+  }
+  return count;
+}
+
+void PacketOrder::AddPlaces(const Tile& tile, int component, int resolution) {
   const TileComponent& parent = tile.components[size_t(component)];
   const Resolution& owner = parent.resolutions[size_t(resolution)];
   const int halvings = parent.levels() - resolution;
-  const int64_t x = StartOnGrid(precinct % owner.precincts_across, owner.area.x0, tile.area.x0,
-                                owner.precinct_width_log2, halvings, parent.dx);
-  const int64_t y = StartOnGrid(precinct / owner.precincts_across, owner.area.y0, tile.area.y0,
-                                owner.precinct_height_log2, halvings, parent.dy);
-  return {component, resolution, precinct, x, y};
+  uint32_t precinct = 0;
+  for (int64_t row = 0; row < owner.precincts_down; ++row) {
+    const int64_t y = StartOnGrid(row, owner.area.y0, tile.area.y0, owner.precinct_height_log2,
+                                  halvings, parent.dy);
+    for (int64_t column = 0; column < owner.precincts_across; ++column, ++precinct) {
+      const int64_t x = StartOnGrid(column, owner.area.x0, tile.area.x0, owner.precinct_width_log2,
+                                    halvings, parent.dx);
+      places_.push_back({static_cast<int32_t>(x), static_cast<int32_t>(y), precinct,
+                         static_cast<uint8_t>(component), static_cast<uint8_t>(resolution)});
+    }
+  }
 }
 
+// Resolutions are the outer loop where the order begins with them, so that there is often nothing to sort.
 PacketOrder::PacketOrder(const Tile& tile, const ProgressionVolume& volume)
     : order_(volume.order), end_layer_(volume.end_layer) {
-  const int components = static_cast<int>(tile.components.size());
-  for (int c = volume.first_component; c < std::min(volume.end_component, components); ++c) {
-    const auto& resolutions = tile.components[size_t(c)].resolutions;
-    const int count = static_cast<int>(resolutions.size());
-    for (int r = volume.first_resolution; r < std::min(volume.end_resolution, count); ++r) {
-      const int64_t precincts = resolutions[size_t(r)].PrecinctCount();
-      for (int64_t p = 0; p < precincts; ++p) places_.push_back(PlaceOf(tile, c, r, p));
+  const Range range(tile, volume);
+  places_.reserve(static_cast<size_t>(CountPlaces(tile, volume)));
+  if (order_ == Progression::kPcrl || order_ == Progression::kCprl) {
+    for (int c = range.first_component; c < range.end_component; ++c) {
+      const int end = range.ResolutionsOf(tile.components[size_t(c)]);
+      for (int r = range.first_resolution; r < end; ++r) AddPlaces(tile, c, r);
+    }
+  } else {
+    for (int r = range.first_resolution; r < range.end_resolution; ++r) {
+      for (int c = range.first_component; c < range.end_component; ++c) {
+        if (r < range.ResolutionsOf(tile.components[size_t(c)])) AddPlaces(tile, c, r);
+      }
     }
   }
   Sort();
@@ -47,8 +80,10 @@ PacketOrder::PacketOrder(const Tile& tile, const ProgressionVolume& volume)
 
 void PacketOrder::Sort() {
   const auto sort_by = [this](auto key) {
-    std::sort(places_.begin(), places_.end(),
-              [&](const Place& a, const Place& b) { return key(a) < key(b); });
+    const auto less = [&](const Place& a, const Place& b) { return key(a) < key(b); };
+    if (!std::is_sorted(places_.begin(), places_.end(), less)) {
+      std::sort(places_.begin(), places_.end(), less);
+    }
   };
   switch (order_) {
     case Progression::kLrcp:
@@ -94,7 +129,7 @@ bool PacketOrder::Next(Packet* packet) {
     run_begin_ = run_end_;
     FindEndOfRun();
   }
-  if (run_begin_ >= places_.size() || end_layer_ <= 0) return false;
+  if (run_begin_ >= places_.size()) return false;
   const Place& place = places_[next_++];
   *packet = {place.component, place.resolution, place.precinct, layer_};
   return true;

@@ -27,17 +27,26 @@ struct Packet {
 class PacketOrder {
  public:
   PacketOrder(const Tile& tile, const ProgressionVolume& volume);
+  // The precincts that the constructor puts in order: a measure of its time.
+  static int64_t CountPlaces(const Tile& tile, const ProgressionVolume& volume);
   // False: no more.
   bool Next(Packet* packet);
 
  private:
   struct Place {
-    int component;
-    int resolution;
-    int64_t precinct;
-    int64_t x, y;  // on the reference grid
+    int32_t x, y;  // on the reference grid
+    uint32_t precinct;
+    uint8_t component;
+    uint8_t resolution;
   };
-  static Place PlaceOf(const Tile& tile, int component, int resolution, int64_t precinct);
+  // What a volume has of a tile, from..before.
+  struct Range {
+    Range(const Tile& tile, const ProgressionVolume& volume);
+    int ResolutionsOf(const TileComponent& component) const;
+    int first_component, end_component;
+    int first_resolution, end_resolution;
+  };
+  void AddPlaces(const Tile& tile, int component, int resolution);
   void Sort();
   bool SharesLayers(const Place& a, const Place& b) const;
   void FindEndOfRun();

@@ -3,10 +3,12 @@
 
 #include <algorithm>
 #include <atomic>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "jpeg2000/block_decoder.h"
+#include "jpeg2000/budget.h"
 #include "jpeg2000/parallel.h"
 #include "jpeg2000/plane.h"
 #include "jpeg2000/wavelet.h"
@@ -14,37 +16,34 @@
 namespace jpeg2000 {
 namespace {
 
-// A packet has a byte at least, a code-block in most cases several. What goes far beyond is refused
-// before there is memory for it; a small number is always accepted, for files that were cut off.
-constexpr int64_t kPrecinctsForByte = 8;
-constexpr int64_t kAlwaysAcceptedPrecincts = 1 << 16;
-constexpr int64_t kBlocksForByte = 64;
-constexpr int64_t kAlwaysAcceptedBlocks = 1 << 18;
-
 class TileDecoder {
  public:
-  TileDecoder(const MarkerReader& reader, int number, const Wanted& wanted, size_t threads,
-              Messages* messages, Image* image)
+  // The parts must be there.
+  TileDecoder(const MarkerReader& reader, const Parameters& parameters, int number,
+              const Wanted& wanted, size_t threads, TileReport* report, Image* image)
       : size_(reader.picture_size()),
         parts_(reader.tiles()[size_t(number)]),
-        parameters_(parts_.own != nullptr ? *parts_.own : reader.parameters()),
+        parameters_(parameters),
         number_(number),
+        tiles_(static_cast<int64_t>(reader.present_tiles())),
         wanted_(wanted),
         threads_(threads),
-        messages_(messages),
-        image_(image),
-        tile_(MakeTile(size_, parameters_, number)) {}
+        report_(report),
+        image_(image) {}
 
   Status Decode();
 
  private:
-  bool Check();
+  Budget MakeBudget() const;
+  bool MakeGeometry(Budget* budget);
   PacketSource Source();
-  std::vector<BlockJob> MakeJobs(const TilePackets& packets);
+  // Components from..before `end`.
+  Status DecodeComponents(const TilePackets& packets, size_t begin, size_t end);
+  std::vector<BlockJob> MakeJobs(const TilePackets& packets, size_t begin, size_t end);
   void AddJobs(const TilePackets& packets, size_t component, int resolution,
                std::vector<BlockJob>* jobs);
   Status DecodeBlocks(const std::vector<BlockJob>& jobs);
-  Status InverseWavelets();
+  Status InverseWavelets(size_t begin, size_t end);
   void InverseComponents();
   void Store(size_t component);
   int Highest(size_t component) const {
@@ -63,13 +62,15 @@ class TileDecoder {
   const TileParts& parts_;
   const Parameters& parameters_;
   int number_;
+  int64_t tiles_;  // that share the free part of the budget
   Wanted wanted_;
   size_t threads_;
-  Messages* messages_;
+  TileReport* report_;
   Image* image_;
   Tile tile_;
   std::vector<uint8_t> joined_body_, joined_header_;
   std::vector<AnyPlane> planes_;
+  int64_t damaged_blocks_ = 0;
 };
 
 size_t TotalSize(const std::vector<Span>& spans) {
@@ -81,23 +82,41 @@ size_t TotalSize(const std::vector<Span>& spans) {
 // The spans as one, in `memory` where they are more.
 Span Join(const std::vector<Span>& spans, std::vector<uint8_t>* memory) {
   if (spans.size() == 1) return spans[0];
+  memory->reserve(TotalSize(spans));
   for (const Span& span : spans) memory->insert(memory->end(), span.data, span.data + span.size);
   return {memory->data(), memory->size()};
 }
 
-bool TileDecoder::Check() {
+int64_t SamplesOf(const SizeSegment& size, int tile) {
+  constexpr int64_t kMost = int64_t{1} << 40;  // far beyond what is decoded in full
+  int64_t samples = 0;
+  for (const SizeSegment::ComponentSize& component : size.components) {
+    const Rect area = ComponentArea(TileArea(size, tile), component.dx, component.dy);
+    samples += std::min(area.Count(), kMost);
+  }
+  return samples;
+}
+
+Budget TileDecoder::MakeBudget() const {
   const auto bytes = static_cast<int64_t>(TotalSize(parts_.bodies) + TotalSize(parts_.headers));
-  for (size_t c = 0; c < tile_.components.size(); ++c) {
-    if (Highest(c) < 0) {
-      messages_->AddForTile(number_, "it has not so many resolutions");
+  return Budget(bytes, SamplesOf(size_, number_), tiles_);
+}
+
+bool TileDecoder::MakeGeometry(Budget* budget) {
+  int64_t resolutions = 0;
+  for (const Parameters::ForComponent& component : parameters_.components) {
+    resolutions += component.coding.levels + 1;
+    if (component.coding.levels < wanted_.reduce) {
+      report_->messages.AddForTile(number_, "it has not so many resolutions");
       return false;
     }
   }
-  if (tile_.PrecinctCount() > kAlwaysAcceptedPrecincts + bytes * kPrecinctsForByte ||
-      tile_.MostBlocks() > kAlwaysAcceptedBlocks + bytes * kBlocksForByte) {
-    messages_->AddForTile(number_, "more precincts or code-blocks than its data can hold");
+  if (!budget->Work(kWorkOfResolution * resolutions)) {
+    report_->messages.AddForTile(number_,
+                                 "stopped: too many resolutions for its few bytes and samples");
     return false;
   }
+  tile_ = MakeTile(size_, parameters_, number_);
   return true;
 }
 
@@ -110,30 +129,51 @@ PacketSource TileDecoder::Source() {
 }
 
 Status TileDecoder::Decode() {
-  if (!parts_.is_present) {
-    messages_->AddForTile(number_, "it is missing");
+  Budget budget = MakeBudget();
+  const PacketSource source = Source();
+  if (source.body.size == 0 && source.header.size == 0) {
+    report_->messages.AddForTile(number_, "it has no data");
     return Status();
   }
-  if (!Check()) return Status();
-  TilePackets packets(size_, parameters_, tile_, wanted_);
-  packets.Read(number_, Source(), messages_);
-  planes_.resize(tile_.components.size());
-  for (size_t c = 0; c < planes_.size(); ++c) {
-    planes_[c].Resize(IsReversible(c), AreaOf(c));
+  Status status;
+  if (MakeGeometry(&budget)) {
+    TilePackets packets(size_, parameters_, tile_, wanted_, &budget);
+    report_->layers_found = packets.Read(number_, source, &report_->messages).layers_found;
+    planes_.resize(tile_.components.size());
+    for (size_t c = 0; status.ok() && c < planes_.size(); c += kComponentsAtOnce) {
+      status = DecodeComponents(packets, c, std::min(c + kComponentsAtOnce, planes_.size()));
+    }
   }
-  Status status = DecodeBlocks(MakeJobs(packets));
-  if (status.ok()) status = InverseWavelets();
-  if (!status.ok()) return status;
-  InverseComponents();
-  for (size_t c = 0; c < planes_.size(); ++c) Store(c);
-  return Status();
+  if (damaged_blocks_ > 0) {
+    report_->messages.AddForTile(number_,
+                                 std::to_string(damaged_blocks_) + " code-blocks are damaged");
+  }
+  report_->work = budget.worked();
+  return status;
 }
 
-std::vector<BlockJob> TileDecoder::MakeJobs(const TilePackets& packets) {
+Status TileDecoder::DecodeComponents(const TilePackets& packets, size_t begin, size_t end) {
+  const std::vector<BlockJob> jobs = MakeJobs(packets, begin, end);
+  if (jobs.empty()) return Status();  // the samples are in the middle of their range already
+  Status status = DecodeBlocks(jobs);
+  if (status.ok()) status = InverseWavelets(begin, end);
+  if (!status.ok()) return status;
+  if (begin == 0) InverseComponents();
+  for (size_t c = begin; c < end; ++c) {
+    Store(c);
+    planes_[c] = AnyPlane();
+  }
+  return status;
+}
+
+// Makes the planes too, if there is anything to decode.
+std::vector<BlockJob> TileDecoder::MakeJobs(const TilePackets& packets, size_t begin, size_t end) {
   std::vector<BlockJob> jobs;
-  for (size_t c = 0; c < tile_.components.size(); ++c) {
+  for (size_t c = begin; c < end; ++c) {
     for (int r = 0; r <= Highest(c); ++r) AddJobs(packets, c, r, &jobs);
   }
+  if (jobs.empty()) return jobs;
+  for (size_t c = begin; c < end; ++c) planes_[c].Resize(IsReversible(c), AreaOf(c));
   return jobs;
 }
 
@@ -141,17 +181,17 @@ void TileDecoder::AddJobs(const TilePackets& packets, size_t component, int reso
                           std::vector<BlockJob>* jobs) {
   const Resolution& geometry = tile_.components[component].resolutions[size_t(resolution)];
   const TilePackets::ForResolution& read = packets.At(component, size_t(resolution));
-  AnyPlane& plane = planes_[component];
-  for (const auto& precinct : read.precincts) {
+  for (size_t p = 0; p < read.precincts.size(); ++p) {
+    const PrecinctBlocks* precinct = read.precincts[p].blocks.get();
     for (size_t b = 0; precinct != nullptr && b < geometry.bands.size(); ++b) {
       const Band& band = geometry.bands[b];
-      const PrecinctBlocks::ForBand& blocks = precinct->bands[b];
-      for (int i = 0; i < blocks.grid.Count(); ++i) {
-        const CodedBlock& block = blocks.blocks[size_t(i)];
-        if (block.segments.empty()) continue;
-        const Rect area = blocks.grid.Area(i);
+      const std::vector<CodedBlock>& blocks = precinct->bands[b].blocks;
+      const BlockGrid grid = geometry.Blocks(band, static_cast<int64_t>(p));
+      for (size_t i = 0; i < blocks.size(); ++i) {
+        if (blocks[i].kept == nullptr) continue;
+        const Rect area = grid.Area(static_cast<int64_t>(i));
         BlockJob job{};
-        job.block = &block;
+        job.block = &blocks[i];
         job.orientation = band.orientation;
         job.style = Own(component).coding.block_style;
         job.most_planes = read.most_planes[b];
@@ -159,14 +199,9 @@ void TileDecoder::AddJobs(const TilePackets& packets, size_t component, int reso
         job.reversible = IsReversible(component);
         job.quantizer_step = read.steps[b].step;
         job.size = {static_cast<int32_t>(area.width()), static_cast<int32_t>(area.height())};
-        const int64_t x = band.plane_x + area.x0 - band.area.x0;
-        const int64_t y = band.plane_y + area.y0 - band.area.y0;
-        job.row_step = AreaOf(component).width();
-        if (job.reversible) {
-          job.integers = plane.integers.At(x, y);
-        } else {
-          job.reals = plane.reals.At(x, y);
-        }
+        job.component = component;
+        job.x = band.plane_x + area.x0 - band.area.x0;
+        job.y = band.plane_y + area.y0 - band.area.y0;
         jobs->push_back(job);
       }
     }
@@ -181,18 +216,25 @@ Status TileDecoder::DecodeBlocks(const std::vector<BlockJob>& jobs) {
   std::atomic<int64_t> damaged{0};
   Status status = RunParallel(threads_, jobs.size(), [&] {
     return [&, decoder = BlockDecoder(most)](size_t i) mutable {
-      if (!decoder.Decode(jobs[i])) ++damaged;
+      BlockJob job = jobs[i];
+      AnyPlane& plane = planes_[job.component];
+      job.row_step = AreaOf(job.component).width();
+      if (job.reversible) {
+        job.integers = plane.integers.At(job.x, job.y);
+      } else {
+        job.reals = plane.reals.At(job.x, job.y);
+      }
+      if (!decoder.Decode(job)) ++damaged;
     };
   });
-  if (damaged > 0) {
-    messages_->AddForTile(number_, std::to_string(damaged) + " code-blocks are damaged");
-  }
+  damaged_blocks_ += damaged;
   return status;
 }
 
-Status TileDecoder::InverseWavelets() {
-  return RunParallel(threads_, planes_.size(), [&] {
-    return [&](size_t c) {
+Status TileDecoder::InverseWavelets(size_t begin, size_t end) {
+  return RunParallel(threads_, end - begin, [&] {
+    return [&, begin](size_t i) {
+      const size_t c = begin + i;
       const TileComponent& component = tile_.components[c];
       if (IsReversible(c)) {
         InverseWavelet(component, Highest(c), &planes_[c].integers);
@@ -220,7 +262,7 @@ void TileDecoder::InverseComponents() {
            IsReversible(c) == IsReversible(0);
   }
   if (!fits) {
-    messages_->AddForTile(number_, "its components differ too much for their transform");
+    report_->messages.AddForTile(number_, "its components differ too much for their transform");
   } else if (IsReversible(0)) {
     InverseOf(zepiRCTInv_JPEG2K_32s_P3IR, &planes_[0].integers, &planes_[1].integers,
               &planes_[2].integers);
@@ -254,12 +296,26 @@ void StoreSamples(const Plane<T>& plane, const SizeSegment::ComponentSize& sizes
   }
 }
 
+// A plane that is the whole component becomes its samples.
+void TakeSamples(const SizeSegment::ComponentSize& sizes, Plane<int32_t>* plane,
+                 Component* component) {
+  const int32_t offset = sizes.is_signed ? 0 : 1 << (sizes.bits - 1);
+  const int32_t half = 1 << (sizes.bits - 1);
+  component->samples = plane->Take();
+  for (int32_t& sample : component->samples) sample = Limited(sample, -half, half - 1) + offset;
+}
+
 void TileDecoder::Store(size_t component) {
   const SizeSegment::ComponentSize& sizes = size_.components[component];
   const Rect whole = ComponentArea({size_.x0, size_.y0, size_.x1, size_.y1}, sizes.dx, sizes.dy);
   const int64_t left = AreaOf(component).x0 - CeilShift(whole.x0, wanted_.reduce);
   const int64_t top = AreaOf(component).y0 - CeilShift(whole.y0, wanted_.reduce);
   Component* to = &image_->components[component];
+  const bool is_whole = to->samples.empty();
+  if (is_whole && IsReversible(component)) {
+    return TakeSamples(sizes, &planes_[component].integers, to);
+  }
+  if (is_whole) to->samples.resize(static_cast<size_t>(AreaOf(component).Count()));
   if (IsReversible(component)) {
     StoreSamples(planes_[component].integers, sizes, left, top, to);
   } else {
@@ -270,8 +326,20 @@ void TileDecoder::Store(size_t component) {
 }  // namespace
 
 Status DecodeTile(const MarkerReader& reader, int number, const Wanted& wanted, size_t threads,
-                  Messages* messages, Image* image) {
-  return TileDecoder(reader, number, wanted, threads, messages, image).Decode();
+                  TileReport* report, Image* image) {
+  const TileParts& parts = reader.tiles()[size_t(number)];
+  if (!parts.is_present) {
+    // Where all components are coarse, there are tiles that hold no sample of any.
+    if (SamplesOf(reader.picture_size(), number) > 0) {
+      report->messages.AddForTile(number, "it is missing");
+    }
+    return Status();
+  }
+  const std::unique_ptr<Parameters> own =
+      parts.changes.empty() ? nullptr : reader.ParametersOf(parts);
+  return TileDecoder(reader, own == nullptr ? reader.parameters() : *own, number, wanted, threads,
+                     report, image)
+      .Decode();
 }
 
 }  // namespace jpeg2000

@@ -4,6 +4,7 @@
 #define ZEPJP_EXAMPLES_JPEG2000_TILE_DECODER_H_
 
 #include <cstddef>
+#include <cstdint>
 
 #include "jpeg2000/common.h"
 #include "jpeg2000/image.h"
@@ -13,10 +14,22 @@
 
 namespace jpeg2000 {
 
-// Writes the tile's samples into the picture, whose components have their sizes. What is damaged gets
-// messages; an error is a lack of memory.
+// Components that are decoded together: the first three, which can have a transform, are among them. Others
+// wait, so that not all are in memory twice.
+constexpr size_t kComponentsAtOnce = 4;
+
+// What became of a tile.
+struct TileReport {
+  Messages messages;
+  int layers_found = 0;  // fewer than announced, but whole ones; 0: see the messages
+  int64_t work = 0;      // in the units of Budget
+};
+
+// Writes the tile's samples into the picture. Its components have their sizes; those without samples get
+// them here, which must not happen in more than one tile. What is damaged gets messages; an error is a lack of
+// memory.
 Status DecodeTile(const MarkerReader& reader, int number, const Wanted& wanted, size_t threads,
-                  Messages* messages, Image* image);
+                  TileReport* report, Image* image);
 
 }  // namespace jpeg2000
 

@@ -7,46 +7,42 @@
 namespace jpeg2000 {
 namespace {
 
-// A packet takes a byte at least, so more visits than bytes come of volumes that overlap.
-constexpr int64_t kVisitsForByte = 16;
-constexpr int64_t kFreeVisits = 1 << 22;
 // How far the number in a start marker may be ahead before it is taken for chance.
 constexpr int64_t kMostSkipped = 4096;
 constexpr size_t kStartMarkerSize = 6;
 
-std::vector<BandSteps> StepsOfBands(const SizeSegment& size, const Parameters& parameters,
-                                    size_t component, size_t resolution,
-                                    const Resolution& geometry) {
-  std::vector<BandSteps> steps;
-  const Parameters::ForComponent& own = parameters.components[component];
-  for (const Band& band : geometry.bands) {
-    steps.push_back(StepsOf(own.quantization, own.coding, size.components[component].bits,
-                            static_cast<int>(resolution), band));
-  }
-  return steps;
-}
+// A precinct's state and its place in the order of packets, in memory that grows in steps of two.
+constexpr int64_t kMemoryOfPrecinct = 48;
 
 }  // namespace
 
 TilePackets::TilePackets(const SizeSegment& size, const Parameters& parameters, const Tile& tile,
-                         const Wanted& wanted)
-    : parameters_(parameters), tile_(tile), wanted_(wanted) {
-  components_.resize(tile.components.size());
-  states_.resize(tile.components.size());
-  for (size_t c = 0; c < tile.components.size(); ++c) {
-    const std::vector<Resolution>& resolutions = tile.components[c].resolutions;
+                         const Wanted& wanted, Budget* budget)
+    : size_(size), parameters_(parameters), tile_(tile), wanted_(wanted), budget_(budget) {}
+
+bool TilePackets::MakePrecincts() {
+  components_.resize(tile_.components.size());
+  for (size_t c = 0; c < tile_.components.size(); ++c) {
+    components_[c].resize(tile_.components[c].resolutions.size());
+  }
+  for (size_t c = 0; c < tile_.components.size(); ++c) {
+    const Parameters::ForComponent& own = parameters_.components[c];
+    const std::vector<Resolution>& resolutions = tile_.components[c].resolutions;
     for (size_t r = 0; r < resolutions.size(); ++r) {
-      const auto count = static_cast<size_t>(resolutions[r].PrecinctCount());
-      ForResolution made;
-      made.steps = StepsOfBands(size, parameters, c, r, resolutions[r]);
-      for (const BandSteps& steps : made.steps) {
-        made.most_planes.push_back(steps.most_planes + parameters.components[c].roi_shift);
+      const int64_t count = resolutions[r].PrecinctCount();
+      if (!budget_->Memory(kMemoryOfPrecinct * count) || !budget_->Work(kWorkOfPrecinct * count)) {
+        return false;
       }
-      made.precincts.resize(count);
-      components_[c].push_back(std::move(made));
-      states_[c].emplace_back(count);
+      ForResolution* made = &components_[c][r];
+      for (size_t b = 0; b < resolutions[r].bands.size(); ++b) {
+        made->steps[b] = StepsOf(own.quantization, own.coding, size_.components[c].bits,
+                                 static_cast<int>(r), resolutions[r].bands[b]);
+        made->most_planes[b] = made->steps[b].most_planes + own.roi_shift;
+      }
+      made->precincts.resize(static_cast<size_t>(count));
     }
   }
+  return true;
 }
 
 bool TilePackets::IsWanted(const Packet& packet) const {
@@ -78,39 +74,66 @@ std::vector<ProgressionVolume> TilePackets::Volumes() const {
   return volumes;
 }
 
-void TilePackets::Read(int tile_number, const PacketSource& source, Messages* messages) {
+TilePackets::Outcome TilePackets::Read(int tile_number, const PacketSource& source,
+                                       Messages* messages) {
   source_ = source;
+  gave_up_ = !MakePrecincts();
   wanted_left_ = CountWanted();
-  visits_left_ =
-      kFreeVisits + kVisitsForByte * static_cast<int64_t>(source.body.size + source.header.size);
-  for (const ProgressionVolume& volume : Volumes()) {
-    if (ReadVolume(volume) == Progress::kStop) break;
+  if (!gave_up_) {
+    for (const ProgressionVolume& volume : Volumes()) {
+      if (ReadVolume(volume) == Progress::kStop) break;
+    }
   }
+  Outcome outcome;
+  if (cut_ && ends_behind_packet_ && lost_packets_ == 0) outcome.layers_found = LayersFound();
   if (lost_packets_ > 0) {
     messages->AddForTile(tile_number, std::to_string(lost_packets_) + " packets lost");
   }
-  if (cut_) messages->AddForTile(tile_number, "the data ends before the last packet");
-  if (gave_up_) messages->AddForTile(tile_number, "too many changes of the order of packets");
+  if (cut_ && outcome.layers_found == 0) {
+    messages->AddForTile(tile_number, "the data ends before the last packet");
+  }
+  if (gave_up_) {
+    messages->AddForTile(
+        tile_number,
+        "stopped: its precincts, code-blocks and changes of order take more memory "
+        "or time than a tile of this size needs");
+  }
+  return outcome;
+}
+
+// Only the last precinct is lost where the data end behind a packet.
+int TilePackets::LayersFound() const {
+  int found = parameters_.tile.layers;
+  for (size_t c = 0; c < components_.size(); ++c) {
+    const int highest = std::max(0, tile_.components[c].levels() - wanted_.reduce);
+    for (int r = 0; r <= highest; ++r) {
+      for (const PrecinctState& state : components_[c][size_t(r)].precincts) {
+        found = std::min(found, state.layers - (state.lost ? 1 : 0));
+      }
+    }
+  }
+  return found;
 }
 
 TilePackets::Progress TilePackets::ReadVolume(const ProgressionVolume& volume) {
-  visits_left_ -= tile_.PrecinctCount();
+  const int64_t places = PacketOrder::CountPlaces(tile_, volume);
+  if (!budget_->Work(kWorkOfResolution + kWorkOfPlace * places)) {
+    gave_up_ = true;
+    return Progress::kStop;
+  }
   PacketOrder order(tile_, volume);
   Packet packet{};
   while (order.Next(&packet)) {
     if (wanted_left_ <= 0) return Progress::kStop;
-    if (--visits_left_ < 0) {
-      gave_up_ = true;
-      return Progress::kStop;
-    }
-    if (Visit(packet) == Progress::kStop) return Progress::kStop;
+    gave_up_ = !budget_->Work(1);
+    if (gave_up_ || Visit(packet) == Progress::kStop) return Progress::kStop;
   }
   return Progress::kGoOn;
 }
 
 TilePackets::Progress TilePackets::Visit(const Packet& packet) {
-  PrecinctState* state =
-      &states_[size_t(packet.component)][size_t(packet.resolution)][size_t(packet.precinct)];
+  PrecinctState* state = &components_[size_t(packet.component)][size_t(packet.resolution)]
+                              .precincts[size_t(packet.precinct)];
   if (packet.layer < state->layers) return Progress::kGoOn;
   state->layers = packet.layer + 1;
   if (IsWanted(packet)) --wanted_left_;
@@ -125,6 +148,7 @@ TilePackets::Progress TilePackets::Read(const Packet& packet, PrecinctState* sta
   if (packet_ >= resume_at_ && !state->lost) {
     if (TakeStartMarker()) {
       begin = source_.body.data;
+      ends_behind_packet_ = source_.Headers().size == 0;
       result = ReadAt(packet);
       last_state_ = state;
     } else {
@@ -136,6 +160,10 @@ TilePackets::Progress TilePackets::Read(const Packet& packet, PrecinctState* sta
     }
   }
   if (result == PacketResult::kRead) return Progress::kGoOn;
+  if (result == PacketResult::kTooMuch) {
+    gave_up_ = true;
+    return Progress::kStop;
+  }
   state->lost = true;
   if (packet_ < resume_at_ || Resume(begin, 1)) {
     ++lost_packets_;
@@ -151,13 +179,13 @@ TilePackets::Progress TilePackets::Read(const Packet& packet, PrecinctState* sta
 
 PacketResult TilePackets::ReadAt(const Packet& packet) {
   const auto component = size_t(packet.component), number = size_t(packet.resolution);
-  const Resolution& geometry = tile_.components[component].resolutions[number];
   ForResolution& resolution = components_[component][number];
-  std::unique_ptr<PrecinctBlocks>& blocks = resolution.precincts[size_t(packet.precinct)];
-  if (blocks == nullptr) blocks = std::make_unique<PrecinctBlocks>(geometry, packet.precinct);
   const PacketFormat format = {parameters_.components[component].coding.block_style,
                                parameters_.tile.uses_eph, resolution.most_planes.data()};
-  return ReadPacket(format, packet.layer, IsWanted(packet), blocks.get(), &source_);
+  const PacketPlace place = {tile_.components[component].resolutions[number], packet.precinct,
+                             packet.layer, IsWanted(packet)};
+  return ReadPacket(format, place, &resolution.precincts[size_t(packet.precinct)].blocks, &source_,
+                    budget_);
 }
 
 int64_t TilePackets::NumberAhead(const uint8_t* at) const {
@@ -168,7 +196,7 @@ int64_t TilePackets::NumberAhead(const uint8_t* at) const {
 // A file that may have them need not, and where headers stand apart they help nothing.
 bool TilePackets::TakeStartMarker() {
   Span& body = source_.body;
-  if (!parameters_.tile.uses_sop) return true;
+  if (!parameters_.tile.uses_sop || body.size == 0) return true;
   if (body.size >= kStartMarkerSize && NumberAhead(body.data) == 0) {
     body = {body.data + kStartMarkerSize, body.size - kStartMarkerSize};
     last_start_ = body.data;

@@ -3,11 +3,13 @@
 #ifndef ZEPJP_EXAMPLES_JPEG2000_TILE_PACKETS_H_
 #define ZEPJP_EXAMPLES_JPEG2000_TILE_PACKETS_H_
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>
 
+#include "jpeg2000/budget.h"
 #include "jpeg2000/codestream.h"
 #include "jpeg2000/geometry.h"
 #include "jpeg2000/messages.h"
@@ -25,17 +27,28 @@ struct Wanted {
 
 class TilePackets {
  public:
+  struct PrecinctState {
+    std::unique_ptr<PrecinctBlocks> blocks;  // null: no packet had passes
+    int32_t layers = 0;                      // that packets were met of
+    bool lost = false;  // a header could not be read: what follows cannot be either
+  };
   struct ForResolution {
-    std::vector<BandSteps> steps;  // of each band
-    std::vector<int> most_planes;  // the same with the shift of a region of interest
-    std::vector<std::unique_ptr<PrecinctBlocks>> precincts;  // null: no packet was met
+    std::array<BandSteps, 3> steps = {};  // of each band
+    std::array<int, 3> most_planes = {};  // the same with the shift of a region of interest
+    std::vector<PrecinctState> precincts;
+  };
+  struct Outcome {
+    // Where the data end behind a packet, and some quality layers are there of every precinct: how many.
+    // 0: all that were announced, or what is missing was put into the messages.
+    int layers_found = 0;
   };
 
+  // All must outlive this.
   TilePackets(const SizeSegment& size, const Parameters& parameters, const Tile& tile,
-              const Wanted& wanted);
+              const Wanted& wanted, Budget* budget);
 
   // Reads until all that is wanted is there or the data ends. Damage is put into one message.
-  void Read(int tile_number, const PacketSource& source, Messages* messages);
+  Outcome Read(int tile_number, const PacketSource& source, Messages* messages);
 
   const ForResolution& At(size_t component, size_t resolution) const {
     return components_[component][resolution];
@@ -43,13 +56,11 @@ class TilePackets {
 
  private:
   enum class Progress { kGoOn, kStop };
-  struct PrecinctState {
-    int layers = 0;     // that packets were met of
-    bool lost = false;  // a header could not be read: what follows cannot be either
-  };
-
   bool IsWanted(const Packet& packet) const;
   int64_t CountWanted() const;
+  // False: they take more memory or time than the tile has.
+  bool MakePrecincts();
+  int LayersFound() const;
   std::vector<ProgressionVolume> Volumes() const;
   Progress ReadVolume(const ProgressionVolume& volume);
   Progress Visit(const Packet& packet);
@@ -64,20 +75,21 @@ class TilePackets {
   // there is none.
   bool Resume(const uint8_t* from, int64_t least_ahead);
 
+  const SizeSegment& size_;
   const Parameters& parameters_;
   const Tile& tile_;
   Wanted wanted_;
+  Budget* budget_;
   std::vector<std::vector<ForResolution>> components_;
-  std::vector<std::vector<std::vector<PrecinctState>>> states_;
   PacketSource source_;
   int64_t wanted_left_ = 0;
-  int64_t visits_left_ = 0;
   int64_t packet_ = 0;                   // the number of the one to be read
   int64_t resume_at_ = 0;                // packets before are lost
   const uint8_t* last_start_ = nullptr;  // behind the last start marker; null: none was met
   PrecinctState* last_state_ = nullptr;  // of the last packet
   int64_t lost_packets_ = 0;
   bool cut_ = false;
+  bool ends_behind_packet_ = false;
   bool gave_up_ = false;
 };
 

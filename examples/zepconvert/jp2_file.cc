@@ -168,9 +168,8 @@ common::Status ReadJp2(const Settings& settings, const common::ByteBuffer& input
   jpeg2000::FileInfo info;
   common::Status status = jpeg2000::Decode(input.data(), input.size(), options, &decoded, &info);
   if (!status.ok()) return status;
-  picture->warnings = info.messages.kept();
-  const int64_t more = info.messages.count() - static_cast<int64_t>(picture->warnings.size());
-  if (more > 0) picture->warnings.push_back("and " + std::to_string(more) + " more");
+  picture->TakeWarnings(info.messages);
+  picture->TakeNotes(info.notes);
   if (!decoded.icc_profile.empty()) jpeg::AddIccProfile(decoded.icc_profile, &picture->metadata);
   return ToImage(decoded, &picture->image);
 }

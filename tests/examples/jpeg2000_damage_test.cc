@@ -6,7 +6,7 @@
 #include <cstring>
 #include <random>
 
-#include "examples/jpeg2000_files.h"
+#include "examples/jpeg2000_streams.h"
 #include "harness/guarded.h"
 #include "jpeg2000/geometry.h"
 
@@ -21,6 +21,12 @@ using jpeg2000_files::Decoded;
 using jpeg2000_files::Encode;
 using jpeg2000_files::MakePicture;
 using jpeg2000_files::Psnr;
+using jpeg2000_streams::Codestream;
+using jpeg2000_streams::CodingStyle;
+using jpeg2000_streams::PacketOfPasses;
+using jpeg2000_streams::Quantization;
+using jpeg2000_streams::Size;
+using jpeg2000_streams::TilePart;
 
 // One thread: starting several takes longer than to decode such small pictures.
 jpeg2000::DecodeOptions Serial() {
@@ -255,6 +261,89 @@ TEST(Jpeg2000Damage, ManyChangesOfOrderEnd) {
   const auto start = std::chrono::steady_clock::now();
   EXPECT_TRUE(Decode(file).status.ok());
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+}
+
+// One tile of 64 x 64 in one code-block of 9 planes.
+Bytes OneBlock(const Bytes& packet, int layers = 1) {
+  return Codestream({Size({}), CodingStyle({0, {}, 0, layers, 0x44, 0, false}), Quantization(0),
+                     TilePart(0, packet)});
+}
+
+// Some encoders write passes below the last plane; they mean nothing.
+TEST(Jpeg2000Tolerance, PassesBelowTheLastPlane) {
+  Bytes data(100);
+  for (size_t i = 0; i < data.size(); ++i) data[i] = static_cast<uint8_t>(i * 37 % 251);
+  const Image expected = jpeg2000_files::DecodeGood(OneBlock(PacketOfPasses(25, data)));
+  EXPECT_NE(expected.components[0].samples, std::vector<int32_t>(64 * 64, 128));
+  for (const int passes : {26, 27, 28, 31, 40, 164}) {
+    const Image image = jpeg2000_files::DecodeGood(OneBlock(PacketOfPasses(passes, data)));
+    EXPECT_EQ(jpeg2000_files::Difference(expected, image), "") << passes;
+  }
+}
+
+TEST(Jpeg2000Tolerance, MarkersWithoutSegments) {
+  const Bytes packet = PacketOfPasses(25, Bytes(100, 0x35));
+  const Bytes bare = {0xFF, 0x30, 0xFF, 0x37, 0xFF, 0x3F};
+  const Bytes file =
+      Codestream({Size({}), bare, CodingStyle({}), Quantization(0), TilePart(0, packet, bare)});
+  EXPECT_EQ(jpeg2000_files::Difference(jpeg2000_files::DecodeGood(OneBlock(packet)),
+                                       jpeg2000_files::DecodeGood(file)),
+            "");
+}
+
+// Every second column of tiles lies between the samples.
+TEST(Jpeg2000Tolerance, TilesWithoutSamples) {
+  const jpeg2000_streams::Shape shape = {4, 2, 1, 2, {{2, 1}, {2, 2}}, 7};
+  std::vector<Bytes> pieces = {Size(shape), CodingStyle({}), Quantization(0)};
+  pieces.push_back(TilePart(0, {0, 0}));
+  pieces.push_back(TilePart(2, {0, 0}));
+  jpeg2000_files::DecodeGood(Codestream(pieces));
+  pieces.pop_back();
+  EXPECT_EQ(Decode(Codestream(pieces)).info.messages.count(), 1);
+}
+
+TEST(Jpeg2000Tolerance, FewerLayersThanAnnounced) {
+  Bytes packets = PacketOfPasses(25, Bytes(100, 0x35));
+  packets.push_back(0);  // the second layer has nothing
+  const Decoded decoded = Decode(OneBlock(packets, 5));
+  EXPECT_TRUE(decoded.info.messages.empty());
+  ASSERT_EQ(decoded.info.notes.count(), 1);
+  EXPECT_NE(decoded.info.notes.kept()[0].find("2 of the announced 5"), std::string::npos);
+  // Where a precinct has nothing at all, or a packet is cut, something is missing.
+  packets.pop_back();
+  packets.pop_back();
+  EXPECT_FALSE(Decode(OneBlock(packets, 5)).info.messages.empty());
+  for (const int bytes : {1, 2}) {
+    const Bytes file = Codestream({Size({}), CodingStyle({1, {}, 2, 2, 0x44, 0, false}),
+                                   Quantization(1), TilePart(0, Bytes(size_t(bytes), 0))});
+    EXPECT_FALSE(Decode(file).info.messages.empty()) << bytes;
+  }
+}
+
+TEST(Jpeg2000Tolerance, FewerLayersWithStartMarkers) {
+  EncodeOptions options;
+  options.uses_sop = options.uses_eph = true;
+  options.layer_bytes = {1000, 2000, 0};
+  options.is_jp2 = false;
+  Bytes file = Encode(MakePicture({64, 64, 1, 8, false}), options);
+  // The tile ends in front of the first packet of the last layer, of six in each.
+  size_t at = Behind(file, jpeg2000::kSop);
+  for (int i = 0; i < 12; ++i) at = Behind(file, jpeg2000::kSop, at);
+  file.resize(at - 2);
+  const size_t tile = Behind(file, jpeg2000::kSot) - 2;
+  const size_t length = file.size() - tile;
+  for (size_t i = 0; i < 4; ++i) file[tile + 6 + i] = static_cast<uint8_t>(length >> (24 - 8 * i));
+  const Decoded decoded = Decode(file);
+  EXPECT_TRUE(decoded.info.messages.empty());
+  EXPECT_EQ(decoded.info.notes.count(), 2) << "layers, and the end marker";
+}
+
+TEST(Jpeg2000Tolerance, NoEndMarker) {
+  Bytes file = OneBlock(PacketOfPasses(25, Bytes(100, 0x35)));
+  file.resize(file.size() - 2);
+  const Decoded decoded = Decode(file);
+  EXPECT_TRUE(decoded.info.messages.empty());
+  EXPECT_EQ(decoded.info.notes.count(), 1);
 }
 
 TEST(Jpeg2000Damage, OtherFilesAreErrors) {
