@@ -76,7 +76,8 @@ void BlockDecoder::Gather(const CodedBlock::Kept& block, int most_passes) {
 }
 
 bool BlockDecoder::Decode(const BlockJob& job) {
-  // One plane more, for the half steps. Passes beyond the planes are ignored: some encoders write them.
+  // One plane more, for the half steps. Passes beyond the planes are ignored: some encoders write
+  // them.
   const int planes = job.most_planes - job.block->zero_planes + 1;
   const int decoded = std::min(planes, kMostDecodedPlanes);
   const int coded = std::min(planes - 1, decoded);

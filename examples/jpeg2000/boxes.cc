@@ -48,14 +48,34 @@ bool NextBox(Span* rest, Box* box) {
   return true;
 }
 
-ColorSpace Enumerated(uint64_t number) {
+// Numbers of ITU-T T.800 and T.801. Of those that are left out, some are RGB with other primaries.
+ColorSpace Enumerated(int number) {
   switch (number) {
+    case 0: return ColorSpace::kInvertedGrey;  // bi-level, 1 is black
+    case 3: return ColorSpace::kYcc;           // YCbCr(2), as in JPEG files
+    case 11: return ColorSpace::kCmy;
     case 12: return ColorSpace::kCmyk;
+    case 13: return ColorSpace::kYcck;
+    case 14: return ColorSpace::kLab;
+    case 15: return ColorSpace::kGrey;  // bi-level, 1 is white
     case 16: return ColorSpace::kRgb;
     case 17: return ColorSpace::kGrey;
-    case 18: return ColorSpace::kYcc;
+    case 18:
+    case 24: return ColorSpace::kYcc;
     default: return ColorSpace::kUnknown;
   }
+}
+
+// Range and offset of L*, a* and b*, then the illuminant; all or nothing.
+void ReadLabRange(const uint8_t* data, size_t size, LabRange* lab) {
+  constexpr uint64_t kD65 = 0x443635;
+  if (size < 28) return;
+  lab->has_offsets = true;
+  for (size_t i = 0; i < 3; ++i) {
+    lab->range[i] = static_cast<double>(Number(data + 8 * i, 4));
+    lab->offsets[i] = static_cast<double>(Number(data + 8 * i + 4, 4));
+  }
+  lab->is_d65 = Number(data + 24, 4) == kD65;
 }
 
 // The first that is understood counts.
@@ -63,11 +83,38 @@ void ReadColor(const Span& content, Boxes* boxes) {
   if (content.size < 3) return;
   const int method = content.data[0];
   if (method == 1 && content.size >= 7 && boxes->color == ColorSpace::kUnknown) {
-    boxes->color = Enumerated(Number(content.data + 3, 4));
+    const auto number = static_cast<int>(std::min<uint64_t>(Number(content.data + 3, 4), 65535));
+    boxes->color = Enumerated(number);
+    if (boxes->color == ColorSpace::kUnknown) boxes->unknown_color = number;
+    if (boxes->color == ColorSpace::kLab) {
+      ReadLabRange(content.data + 7, content.size - 7, &boxes->lab);
+    }
   }
   if (method == 2 && boxes->icc_profile.empty()) {
     boxes->icc_profile.assign(content.data + 3, content.data + content.size);
   }
+}
+
+// The kind of colours that an ICC profile is for.
+ColorSpace ColorOfProfile(const std::vector<uint8_t>& profile) {
+  if (profile.size() < 20) return ColorSpace::kUnknown;
+  switch (Number(profile.data() + 16, 4)) {
+    case Name("GRAY"): return ColorSpace::kGrey;
+    case Name("RGB "): return ColorSpace::kRgb;
+    case Name("CMYK"): return ColorSpace::kCmyk;
+    default: return ColorSpace::kUnknown;
+  }
+}
+
+// Without a header, components 1 and 2 on a coarser grid are taken for chroma, as other decoders
+// do.
+bool LooksLikeYcc(const Image& image) {
+  if (image.components.size() < 3) return false;
+  const Component& luma = image.components[0];
+  const Component& cb = image.components[1];
+  const Component& cr = image.components[2];
+  return cb.dx == cr.dx && cb.dy == cr.dy && cb.dx >= luma.dx && cb.dy >= luma.dy &&
+         cb.dx * cb.dy > luma.dx * luma.dy;
 }
 
 bool ReadPalette(const Span& content, Boxes::Palette* palette) {
@@ -129,13 +176,28 @@ void Map(const Boxes::Palette& palette, int number, Component* component) {
   }
 }
 
+// How channels are made. A palette without a mapping: each of its columns makes one, in their
+// order.
+std::vector<Boxes::Mapping> MappingsOf(const Boxes& boxes, size_t components) {
+  if (!boxes.mappings.empty() || components != 1) return boxes.mappings;
+  std::vector<Boxes::Mapping> mappings;
+  for (size_t i = 0; i < boxes.palette.columns.size(); ++i) {
+    mappings.push_back({0, true, static_cast<int>(i)});
+  }
+  return mappings;
+}
+
 // A component goes to its last channel without a copy.
-void ApplyPalette(const Boxes& boxes, Messages* messages, Image* image) {
-  if (boxes.palette.columns.empty() || boxes.mappings.empty()) return;
+void ApplyPalette(const Boxes& boxes, Messages* messages, Messages* notes, Image* image) {
+  if (boxes.palette.columns.empty()) return;
+  const std::vector<Boxes::Mapping> mappings = MappingsOf(boxes, image->components.size());
   const std::vector<size_t> sources = PaletteSources(boxes, image->components.size());
   if (sources.empty()) {
     messages->Add("the palette does not fit the components and was left out");
     return;
+  }
+  if (boxes.mappings.empty()) {
+    notes->Add("the palette has no mapping; its columns are the channels");
   }
   std::vector<Component> channels;
   for (size_t i = 0; i < sources.size(); ++i) {
@@ -143,25 +205,37 @@ void ApplyPalette(const Boxes& boxes, Messages* messages, Image* image) {
     const bool is_last = std::find(sources.begin() + static_cast<ptrdiff_t>(i) + 1, sources.end(),
                                    sources[i]) == sources.end();
     channels.push_back(is_last ? std::move(from) : from);
-    const Boxes::Mapping& mapping = boxes.mappings[i];
-    if (mapping.uses_palette) Map(boxes.palette, mapping.column, &channels.back());
+    if (mappings[i].uses_palette) Map(boxes.palette, mappings[i].column, &channels.back());
   }
   image->components = std::move(channels);
 }
 
-// Colours in their order, then opacity.
+// Opacity of the whole picture, or else of one colour; null: none.
+const Boxes::Definition* FindOpacity(const Boxes& boxes) {
+  const Boxes::Definition* found = nullptr;
+  for (const Boxes::Definition& definition : boxes.definitions) {
+    if (definition.type != 1 && definition.type != 2) continue;
+    if (found == nullptr || (found->association != 0 && definition.association == 0)) {
+      found = &definition;
+    }
+  }
+  return found;
+}
+
+// Colours in their order, then opacity, then what is neither.
 void ApplyDefinitions(const Boxes& boxes, Image* image) {
   const size_t count = image->components.size();
-  std::vector<int> places(count);
-  for (size_t i = 0; i < count; ++i) places[i] = static_cast<int>(i);
-  int alpha = -1;
+  std::vector<size_t> places(count);
+  for (size_t i = 0; i < count; ++i) places[i] = i;
+  const Boxes::Definition* const opacity = FindOpacity(boxes);
   for (const Boxes::Definition& definition : boxes.definitions) {
     if (static_cast<size_t>(definition.channel) >= count) return;
-    int& place = places[size_t(definition.channel)];
-    if (definition.type == 0 && definition.association > 0) place = definition.association - 1;
-    if (definition.type == 1 || definition.type == 2) {
-      alpha = definition.channel;
-      place = static_cast<int>(count);
+    size_t& place = places[size_t(definition.channel)];
+    const auto association = static_cast<size_t>(definition.association);
+    if (definition.type != 0) {
+      place = &definition == opacity ? count : count + 1;
+    } else if (association >= 1 && association <= count) {
+      place = association - 1;
     }
   }
   std::vector<size_t> order(count);
@@ -170,7 +244,10 @@ void ApplyDefinitions(const Boxes& boxes, Image* image) {
                    [&](size_t a, size_t b) { return places[a] < places[b]; });
   std::vector<Component> channels;
   for (size_t i = 0; i < count; ++i) {
-    if (static_cast<int>(order[i]) == alpha) image->alpha = static_cast<int>(i);
+    if (opacity != nullptr && order[i] == static_cast<size_t>(opacity->channel)) {
+      image->alpha = static_cast<int>(i);
+      image->is_premultiplied = opacity->type == 2;
+    }
     channels.push_back(std::move(image->components[order[i]]));
   }
   image->components = std::move(channels);
@@ -285,8 +362,10 @@ Status ReadBoxes(const uint8_t* data, size_t size, Messages* messages, Boxes* bo
 std::vector<size_t> PaletteSources(const Boxes& boxes, size_t count) {
   constexpr size_t kMostChannels = 4;
   std::vector<size_t> sources;
-  if (boxes.palette.columns.empty() || boxes.mappings.size() > kMostChannels) return sources;
-  for (const Boxes::Mapping& mapping : boxes.mappings) {
+  if (boxes.palette.columns.empty()) return sources;
+  const std::vector<Boxes::Mapping> mappings = MappingsOf(boxes, count);
+  if (mappings.size() > kMostChannels) return sources;
+  for (const Boxes::Mapping& mapping : mappings) {
     const auto component = static_cast<size_t>(mapping.component);
     const bool has_column =
         !mapping.uses_palette || static_cast<size_t>(mapping.column) < boxes.palette.columns.size();
@@ -296,12 +375,19 @@ std::vector<size_t> PaletteSources(const Boxes& boxes, size_t count) {
   return sources;
 }
 
-void ApplyBoxes(const Boxes& boxes, Messages* messages, Image* image) {
-  ApplyPalette(boxes, messages, image);
+void ApplyBoxes(const Boxes& boxes, Messages* messages, Messages* notes, Image* image) {
+  ApplyPalette(boxes, messages, notes, image);
   image->alpha = -1;
+  image->is_premultiplied = false;
   ApplyDefinitions(boxes, image);
   image->color = boxes.color;
+  image->lab = boxes.lab;
   image->icc_profile = boxes.icc_profile;
+  if (image->color != ColorSpace::kUnknown) return;
+  image->color = ColorOfProfile(boxes.icc_profile);
+  if (!boxes.icc_profile.empty()) return;
+  image->unknown_color = boxes.unknown_color;
+  if (boxes.unknown_color < 0 && LooksLikeYcc(*image)) image->color = ColorSpace::kYcc;
 }
 
 Status WriteBoxes(const Image& image, const std::vector<uint8_t>& codestream, ByteBuffer* file) {

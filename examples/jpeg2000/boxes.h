@@ -33,12 +33,14 @@ struct Boxes {
   };
   struct Definition {
     int channel;
-    int type;         // 0 colour, 1 opacity, 2 opacity that was multiplied in
+    int type;         // 0 colour, 1 opacity, 2 opacity that was multiplied in, else neither
     int association;  // 0: the whole picture; else the number of a colour from 1 on
   };
   bool is_jp2 = false;
   Span codestream;
   ColorSpace color = ColorSpace::kUnknown;
+  int unknown_color = -1;
+  LabRange lab;
   std::vector<uint8_t> icc_profile;
   Palette palette;
   std::vector<Mapping> mappings;
@@ -52,7 +54,7 @@ Status ReadBoxes(const uint8_t* data, size_t size, Messages* messages, Boxes* bo
 std::vector<size_t> PaletteSources(const Boxes& boxes, size_t count);
 
 // Turns decoded components into channels: palette, order, opacity, colour space.
-void ApplyBoxes(const Boxes& boxes, Messages* messages, Image* image);
+void ApplyBoxes(const Boxes& boxes, Messages* messages, Messages* notes, Image* image);
 
 // Puts the boxes of a picture around its codestream.
 Status WriteBoxes(const Image& image, const std::vector<uint8_t>& codestream, ByteBuffer* file);

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-// What decoding a tile may cost. A small file can announce a large amount of bookkeeping: precincts of one
-// sample, code-blocks of 16, changes of order that go through all packets again. Decoding in full what honest
-// encoders write stays far below these limits; what goes beyond them is stopped.
+// What decoding a tile may cost. A small file can announce a large amount of bookkeeping: precincts
+// of one sample, code-blocks of 16, changes of order that go through all packets again. Decoding in
+// full what honest encoders write stays far below these limits; what goes beyond them is stopped.
 //
-// Each tile has an allowance of its own, so that the result does not depend on which thread is faster. The
-// allowances of all tiles together are the limit of the picture.
+// Each tile has an allowance of its own, so that the result does not depend on which thread is
+// faster. The allowances of all tiles together are the limit of the picture.
 #ifndef ZEPJP_EXAMPLES_JPEG2000_BUDGET_H_
 #define ZEPJP_EXAMPLES_JPEG2000_BUDGET_H_
 

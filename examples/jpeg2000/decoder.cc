@@ -117,8 +117,8 @@ void TakeReports(const std::vector<TileReport>& reports, FileInfo* info) {
   }
 }
 
-// Many tiles are shared out among the threads, few by their code-blocks. A single tile's planes become the
-// samples of the picture; several write into samples that are there before.
+// Many tiles are shared out among the threads, few by their code-blocks. A single tile's planes
+// become the samples of the picture; several write into samples that are there before.
 Status DecodeTiles(const MarkerReader& reader, const DecodeOptions& options, FileInfo* info,
                    Image* image) {
   const size_t count = reader.tiles().size();
@@ -175,7 +175,7 @@ Status DecodeFile(const uint8_t* data, size_t size, const DecodeOptions& options
   reader.ReadTileParts();
   MakeComponents(reader.picture_size(), options.reduce, image);
   status = DecodeTiles(reader, options, info, image);
-  if (status.ok()) ApplyBoxes(file.boxes, &info->messages, image);
+  if (status.ok()) ApplyBoxes(file.boxes, &info->messages, &info->notes, image);
   return status;
 }
 

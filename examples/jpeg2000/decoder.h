@@ -22,8 +22,8 @@ struct DecodeOptions {
   int reduce = 0;
   // Quality layers to decode; 0: all.
   int layers = 0;
-  // Files that claim more pixels are refused, and those with more than three times as many samples in all
-  // components together.
+  // Files that claim more pixels are refused, and those with more than three times as many samples
+  // in all components together.
   int64_t max_pixels = int64_t{1} << 28;
   // 0: as many as the machine runs at once. They change the time only.
   int threads = 0;
@@ -52,8 +52,8 @@ constexpr int64_t kAlwaysAcceptedSamples = 1 << 24;
 Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Image* image,
               FileInfo* info);
 
-// How much memory Decode() takes for this file, besides the file itself: never much less, seldom twice as
-// much. The error is that of Decode() where the main header is enough to know it.
+// How much memory Decode() takes for this file, besides the file itself: never much less, seldom
+// twice as much. The error is that of Decode() where the main header is enough to know it.
 Status EstimateMemory(const uint8_t* data, size_t size, const DecodeOptions& options,
                       int64_t* bytes);
 

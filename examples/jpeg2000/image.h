@@ -4,6 +4,7 @@
 #ifndef ZEPJP_EXAMPLES_JPEG2000_IMAGE_H_
 #define ZEPJP_EXAMPLES_JPEG2000_IMAGE_H_
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -26,7 +27,23 @@ struct Component {
   const int32_t* Row(int y) const { return samples.data() + size_t(y) * size_t(width); }
 };
 
-enum class ColorSpace { kUnknown, kGrey, kRgb, kYcc, kCmyk };
+// Of these kYcc stands for sYCC and e-sYCC, kInvertedGrey for 0 as white.
+enum class ColorSpace { kUnknown, kGrey, kInvertedGrey, kRgb, kYcc, kCmy, kCmyk, kYcck, kLab };
+
+// What the samples of L*a*b* mean: a code from 0 to 2^bits - 1 is (code - offset) * range / (2^bits
+// - 1).
+struct LabRange {
+  std::array<double, 3> range = {100, 170, 200};
+  bool has_offsets = false;  // else those that the standard sets
+  std::array<double, 3> offsets = {};
+  bool is_d65 = false;  // else D50
+
+  double OffsetOf(size_t channel, int bits) const {
+    if (has_offsets) return offsets[channel];
+    const double half = static_cast<double>(1 << bits) / 2;
+    return channel == 0 ? 0 : channel == 1 ? half : 0.75 * half;
+  }
+};
 
 struct Image {
   // The area on the reference grid: x0 to before x1.
@@ -34,9 +51,12 @@ struct Image {
   int32_t y0 = 0;
   int32_t x1 = 0;
   int32_t y1 = 0;
-  std::vector<Component> components;
+  std::vector<Component> components;  // colours, then opacity, then what is neither
   ColorSpace color = ColorSpace::kUnknown;
+  int unknown_color = -1;            // the number of a JP2 colour space that is not in the list
+  LabRange lab;                      // of kLab
   int alpha = -1;                    // the component that holds opacity; negative: none
+  bool is_premultiplied = false;     // the colours were multiplied with it
   std::vector<uint8_t> icc_profile;  // empty: none
 };
 

@@ -19,8 +19,8 @@ namespace jpeg2000 {
 
 // What the file has of a tile.
 struct TileParts {
-  // A segment that changes the parameters of the main header. There can be very many tiles, so each gets
-  // its own parameters only while it is decoded.
+  // A segment that changes the parameters of the main header. There can be very many tiles, so each
+  // gets its own parameters only while it is decoded.
   struct Change {
     int marker;
     bool starts_volumes;  // the first change of order, in place of those of the main header
@@ -88,8 +88,8 @@ class MarkerReader {
   Status ReadSize(Cursor cursor);
   Status CheckSize() const;
   Status CheckMain() const;
-  // Whether the segment has parameters; those that have something else are skipped, unknown ones with a
-  // message.
+  // Whether the segment has parameters; those that have something else are skipped, unknown ones
+  // with a message.
   bool HasParameters(int marker);
   // Segments that both headers can have.
   Status ReadParameters(int marker, bool in_tile, Cursor cursor, Parameters* parameters) const;

@@ -14,8 +14,8 @@ namespace jpeg2000 {
 namespace {
 
 constexpr int64_t kSampleBytes = sizeof(int32_t);
-// Of a code-block: itself with its nodes of two tag trees; its passes and their places, as the heap rounds
-// them; its job, in a vector that grows in steps of two.
+// Of a code-block: itself with its nodes of two tag trees; its passes and their places, as the heap
+// rounds them; its job, in a vector that grows in steps of two.
 constexpr int64_t kBlockBytes =
     sizeof(CodedBlock) + 22 + sizeof(CodedBlock::Kept) + 96 + 2 * sizeof(BlockJob);
 constexpr int64_t kPrecinctBytes =

@@ -111,7 +111,8 @@ PacketResult ReadBody(const std::vector<Piece>& pieces, bool keep, Span* body) {
   return result;
 }
 
-// False: the precinct's code-blocks would take too much memory, or to go through them too much time.
+// False: the precinct's code-blocks would take too much memory, or to go through them too much
+// time.
 bool PrepareBlocks(const PacketPlace& place, std::unique_ptr<PrecinctBlocks>* blocks,
                    Budget* budget) {
   if (*blocks == nullptr) {

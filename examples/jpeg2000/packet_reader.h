@@ -24,8 +24,8 @@ struct Segment {
   size_t length;
 };
 
-// A code-block as far as its packets were read. There can be very many that never get a pass, so what
-// only others have stands apart.
+// A code-block as far as its packets were read. There can be very many that never get a pass, so
+// what only others have stands apart.
 struct CodedBlock {
   // What there is to decode; the spans hold all segments, back to back.
   struct Kept {
@@ -85,8 +85,8 @@ struct PacketPlace {
   bool keep;  // its passes; what later headers depend on is kept always
 };
 
-// Reads the packet at the beginning of `source`, which advances behind it. `blocks` is made for the first
-// packet that is not empty.
+// Reads the packet at the beginning of `source`, which advances behind it. `blocks` is made for the
+// first packet that is not empty.
 PacketResult ReadPacket(const PacketFormat& format, const PacketPlace& place,
                         std::unique_ptr<PrecinctBlocks>* blocks, PacketSource* source,
                         Budget* budget);

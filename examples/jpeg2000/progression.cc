@@ -57,7 +57,8 @@ void PacketOrder::AddPlaces(const Tile& tile, int component, int resolution) {
   }
 }
 
-// Resolutions are the outer loop where the order begins with them, so that there is often nothing to sort.
+// Resolutions are the outer loop where the order begins with them, so that there is often nothing
+// to sort.
 PacketOrder::PacketOrder(const Tile& tile, const ProgressionVolume& volume)
     : order_(volume.order), end_layer_(volume.end_layer) {
   const Range range(tile, volume);

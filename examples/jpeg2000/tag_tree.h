@@ -11,8 +11,8 @@
 
 namespace jpeg2000 {
 
-// The nodes lie level by level, the leaves first; a node's parent follows from its place, so that a node
-// takes eight bytes.
+// The nodes lie level by level, the leaves first; a node's parent follows from its place, so that a
+// node takes eight bytes.
 class TagTree {
  public:
   TagTree() = default;

@@ -14,8 +14,8 @@
 
 namespace jpeg2000 {
 
-// Components that are decoded together: the first three, which can have a transform, are among them. Others
-// wait, so that not all are in memory twice.
+// Components that are decoded together: the first three, which can have a transform, are among
+// them. Others wait, so that not all are in memory twice.
 constexpr size_t kComponentsAtOnce = 4;
 
 // What became of a tile.
@@ -25,9 +25,9 @@ struct TileReport {
   int64_t work = 0;      // in the units of Budget
 };
 
-// Writes the tile's samples into the picture. Its components have their sizes; those without samples get
-// them here, which must not happen in more than one tile. What is damaged gets messages; an error is a lack of
-// memory.
+// Writes the tile's samples into the picture. Its components have their sizes; those without
+// samples get them here, which must not happen in more than one tile. What is damaged gets
+// messages; an error is a lack of memory.
 Status DecodeTile(const MarkerReader& reader, int number, const Wanted& wanted, size_t threads,
                   TileReport* report, Image* image);
 

@@ -38,8 +38,8 @@ class TilePackets {
     std::vector<PrecinctState> precincts;
   };
   struct Outcome {
-    // Where the data end behind a packet, and some quality layers are there of every precinct: how many.
-    // 0: all that were announced, or what is missing was put into the messages.
+    // Where the data end behind a packet, and some quality layers are there of every precinct: how
+    // many. 0: all that were announced, or what is missing was put into the messages.
     int layers_found = 0;
   };
 

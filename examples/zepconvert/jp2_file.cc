@@ -2,6 +2,7 @@
 #include "zepconvert/jp2_file.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <string>
@@ -11,6 +12,7 @@
 #include "jpeg/metadata.h"
 #include "jpeg2000/decoder.h"
 #include "jpeg2000/encoder.h"
+#include "zepconvert/jp2_colors.h"
 #include "zepconvert/pixels.h"
 
 namespace zepconvert {
@@ -48,55 +50,126 @@ void FillChannel(const jpeg2000::Component& component, size_t channel, common::I
   }
 }
 
-void YccToRgb(common::Image* image) {
-  const auto channels = static_cast<size_t>(image->channels());
-  uint8_t* pixel = image->Row(0);
-  for (uint8_t* end = pixel + image->SizeInBytes(); pixel < end; pixel += channels) {
-    const double y = pixel[0], cb = pixel[1] - 128, cr = pixel[2] - 128;
-    const double rgb[3] = {y + 1.402 * cr, y - 0.344136 * cb - 0.714136 * cr, y + 1.772 * cb};
-    for (int c = 0; c < 3; ++c) {
-      pixel[c] = static_cast<uint8_t>(std::clamp(std::lround(rgb[c]), 0L, 255L));
+// From L*a*b* of any depth, at once: 8 bits of it are too few.
+void FillFromLab(const jpeg2000::Image& decoded, common::Image* image) {
+  const std::array<const jpeg2000::Component*, 3> parts = {
+      &decoded.components[0], &decoded.components[1], &decoded.components[2]};
+  const LabToRgb to_rgb(decoded.lab, {parts[0]->bits, parts[1]->bits, parts[2]->bits});
+  std::array<int32_t, 3> lab = {};
+  for (int y = 0; y < image->height(); ++y) {
+    uint8_t* out = image->Row(y);
+    for (int64_t x = 0; x < image->width(); ++x, out += image->channels()) {
+      for (size_t c = 0; c < 3; ++c) {
+        const jpeg2000::Component& part = *parts[c];
+        const int32_t lowest = part.is_signed ? -(1 << (part.bits - 1)) : 0;
+        const int64_t row = int64_t{y} * part.height / image->height();
+        lab[c] = part.Row(static_cast<int>(row))[x * part.width / image->width()] - lowest;
+      }
+      to_rgb.Convert(lab, out);
     }
   }
 }
 
-// The components that are shown, opacity last.
-std::vector<size_t> ShownComponents(const jpeg2000::Image& decoded) {
-  const size_t count = decoded.components.size();
-  std::vector<size_t> shown;
-  for (size_t i = 0; i < count; ++i) {
-    if (static_cast<int>(i) != decoded.alpha) shown.push_back(i);
+size_t ColorCount(const jpeg2000::Image& decoded, size_t components) {
+  switch (decoded.color) {
+    case ColorSpace::kGrey:
+    case ColorSpace::kInvertedGrey: return 1;
+    case ColorSpace::kCmyk:
+    case ColorSpace::kYcck: return components >= 4 ? 4 : components >= 3 ? 3 : 1;
+    default: return components >= 3 ? 3 : 1;
   }
-  const size_t colors = decoded.color == ColorSpace::kCmyk && shown.size() >= 4  ? 4
-                        : decoded.color == ColorSpace::kGrey || shown.size() < 3 ? 1
-                                                                                 : 3;
-  shown.resize(colors);
-  if (decoded.alpha >= 0 && colors != 4) shown.push_back(static_cast<size_t>(decoded.alpha));
+}
+
+// The components that are shown, opacity last.
+struct Shown {
+  std::vector<size_t> components;
+  PixelLayout layout;
+};
+
+// What has no place gets a note.
+Shown ChooseShown(const jpeg2000::Image& decoded, std::vector<std::string>* notes) {
+  constexpr PixelLayout kLayouts[] = {PixelLayout::kGrey, PixelLayout::kGreyAlpha,
+                                      PixelLayout::kRgb, PixelLayout::kRgba};
+  const size_t count = decoded.components.size();
+  const bool has_alpha = decoded.alpha >= 0 && count > 1;
+  const size_t opaque = count - (has_alpha ? 1 : 0);
+  const size_t colors = ColorCount(decoded, opaque);
+  Shown shown;
+  for (size_t i = 0; shown.components.size() < colors; ++i) {
+    if (!has_alpha || static_cast<int>(i) != decoded.alpha) shown.components.push_back(i);
+  }
+  if (opaque > colors) {
+    notes->push_back("left out beside the colours: " + std::to_string(opaque - colors) +
+                     (opaque - colors == 1 ? " component" : " components"));
+  }
+  if (colors == 4) {
+    if (has_alpha) notes->emplace_back("opacity has no place beside four inks and was left out");
+    shown.layout = PixelLayout::kCmyk;
+    return shown;
+  }
+  if (has_alpha) shown.components.push_back(static_cast<size_t>(decoded.alpha));
+  shown.layout = kLayouts[shown.components.size() - 1];
   return shown;
 }
 
-common::Status ToImage(const jpeg2000::Image& decoded, common::Image* image) {
-  constexpr PixelLayout kLayouts[] = {PixelLayout::kGrey, PixelLayout::kGreyAlpha,
-                                      PixelLayout::kRgb, PixelLayout::kRgba};
-  const std::vector<size_t> shown = ShownComponents(decoded);
-  const bool is_cmyk = decoded.color == ColorSpace::kCmyk && shown.size() == 4;
+// Those that have luminance in a way of their own would look quite wrong as RGB.
+common::Status CheckColors(const jpeg2000::Image& decoded, std::vector<std::string>* notes) {
+  if (decoded.color == ColorSpace::kLab && decoded.components.size() < 3) {
+    return common::Status::Error("a picture in CIELab with fewer than three components");
+  }
+  if (decoded.unknown_color < 0) return common::Status();
+  const std::string number = "the JP2 colour space " + std::to_string(decoded.unknown_color);
+  const bool is_luminance = decoded.unknown_color == 1 || decoded.unknown_color == 4 ||
+                            decoded.unknown_color == 9 || decoded.unknown_color == 19 ||
+                            decoded.unknown_color == 22 || decoded.unknown_color == 23;
+  if (is_luminance) return common::Status::Error(number + " cannot be converted");
+  notes->push_back(number + " is not known; the samples were taken as " +
+                   (decoded.components.size() < 3 ? "grey" : "RGB"));
+  return common::Status();
+}
+
+void ConvertColors(const jpeg2000::Image& decoded, common::Image* image) {
+  const bool has_three = image->channels() >= 3;
+  switch (decoded.color) {
+    case ColorSpace::kInvertedGrey: InvertColors(image); break;
+    case ColorSpace::kYcc:
+      if (has_three) YccToRgb(image);
+      break;
+    case ColorSpace::kCmy: InvertColors(image); break;
+    case ColorSpace::kCmyk:
+      if (image->layout() != PixelLayout::kCmyk) InvertColors(image);  // three inks
+      break;
+    case ColorSpace::kYcck:
+      if (has_three) YccToRgb(image);
+      if (image->layout() == PixelLayout::kCmyk) InvertColors(image);
+      break;
+    case ColorSpace::kLab: FillFromLab(decoded, image); break;
+    default: break;
+  }
+  if (decoded.is_premultiplied && HasAlpha(image->layout())) DivideByAlpha(image);
+}
+
+common::Status ToImage(const jpeg2000::Image& decoded, std::vector<std::string>* notes,
+                       common::Image* image) {
+  common::Status status = CheckColors(decoded, notes);
+  if (!status.ok()) return status;
+  const Shown shown = ChooseShown(decoded, notes);
   int width = 0;
   int height = 0;
-  for (const size_t i : shown) {
+  for (const size_t i : shown.components) {
     width = std::max(width, decoded.components[i].width);
     height = std::max(height, decoded.components[i].height);
   }
-  const PixelLayout layout = is_cmyk ? PixelLayout::kCmyk : kLayouts[shown.size() - 1];
-  if (!image->Resize(width, height, layout)) return common::Status::NoMemory();
-  for (size_t c = 0; c < shown.size(); ++c) {
-    const jpeg2000::Component& component = decoded.components[shown[c]];
+  if (!image->Resize(width, height, shown.layout)) return common::Status::NoMemory();
+  for (size_t c = 0; c < shown.components.size(); ++c) {
+    const jpeg2000::Component& component = decoded.components[shown.components[c]];
     if (component.width < 1 || component.height < 1) {
       return common::Status::Error("a component without samples");
     }
     FillChannel(component, c, image);
   }
-  if (decoded.color == ColorSpace::kYcc && ChannelCount(layout) >= 3) YccToRgb(image);
-  return common::Status();
+  ConvertColors(decoded, image);
+  return status;
 }
 
 jpeg2000::Image FromImage(const common::Image& image) {
@@ -144,7 +217,8 @@ common::Status EncodeTo(double psnr, const jpeg2000::Image& image, const common:
     decode.threads = options.threads;
     common::Image again;
     status = jpeg2000::Decode(tried.data(), tried.size(), decode, &decoded, &info);
-    if (status.ok()) status = ToImage(decoded, &again);
+    std::vector<std::string> ignored;
+    if (status.ok()) status = ToImage(decoded, &ignored, &again);
     if (!status.ok()) return status;
     if (Measure(original, again).all < psnr) {
       too_few = bytes;
@@ -156,14 +230,26 @@ common::Status EncodeTo(double psnr, const jpeg2000::Image& image, const common:
   return status;
 }
 
-}  // namespace
-
-common::Status ReadJp2(const Settings& settings, const common::ByteBuffer& input,
-                       Picture* picture) {
+jpeg2000::DecodeOptions OptionsOf(const Settings& settings) {
   jpeg2000::DecodeOptions options;
   options.max_pixels = settings.max_pixels;
   options.threads = settings.threads;
   while (1 << options.reduce < settings.scale) ++options.reduce;
+  return options;
+}
+
+}  // namespace
+
+int64_t EstimateJp2Memory(const Settings& settings, const common::ByteBuffer& input) {
+  int64_t bytes = 0;
+  const common::Status status =
+      jpeg2000::EstimateMemory(input.data(), input.size(), OptionsOf(settings), &bytes);
+  return status.ok() ? bytes : 0;
+}
+
+common::Status ReadJp2(const Settings& settings, const common::ByteBuffer& input,
+                       Picture* picture) {
+  const jpeg2000::DecodeOptions options = OptionsOf(settings);
   jpeg2000::Image decoded;
   jpeg2000::FileInfo info;
   common::Status status = jpeg2000::Decode(input.data(), input.size(), options, &decoded, &info);
@@ -171,7 +257,7 @@ common::Status ReadJp2(const Settings& settings, const common::ByteBuffer& input
   picture->TakeWarnings(info.messages);
   picture->TakeNotes(info.notes);
   if (!decoded.icc_profile.empty()) jpeg::AddIccProfile(decoded.icc_profile, &picture->metadata);
-  return ToImage(decoded, &picture->image);
+  return ToImage(decoded, &picture->notes, &picture->image);
 }
 
 common::Status WriteJp2(const Settings& settings, bool has_boxes, const Picture& picture,

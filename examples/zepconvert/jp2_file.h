@@ -3,6 +3,8 @@
 #ifndef ZEPJP_EXAMPLES_ZEPCONVERT_JP2_FILE_H_
 #define ZEPJP_EXAMPLES_ZEPCONVERT_JP2_FILE_H_
 
+#include <cstdint>
+
 #include "common/byte_buffer.h"
 #include "common/image.h"
 #include "common/status.h"
@@ -11,8 +13,12 @@
 
 namespace zepconvert {
 
-// Grey, RGB, YCbCr and CMYK, with opacity. Samples are brought to 8 bits, coarser components to the grid of
-// the picture by repeating. A colour profile is kept.
+// What the decoder takes besides the file; 0 where it would refuse the file.
+int64_t EstimateJp2Memory(const Settings& settings, const common::ByteBuffer& input);
+
+// Grey, RGB, YCbCr, CIELab and inks, with opacity. Samples are brought to 8 bits, coarser
+// components to the grid of the picture by repeating. A colour profile is kept. What has no place
+// gets a note.
 common::Status ReadJp2(const Settings& settings, const common::ByteBuffer& input, Picture* picture);
 
 // The image must not be CMYK. Without boxes, for .j2k files, opacity and profile have no place.

@@ -3,13 +3,14 @@
 
 #include <algorithm>
 
+#include "zepconvert/jp2_file.h"
 #include "zepconvert/picture.h"
 
 namespace zepconvert {
 namespace {
 
-// Of a stage: times the bytes of the picture that goes in or comes out, and bytes for each of its samples, which
-// the codec takes whatever their depth.
+// Of a stage: times the bytes of the picture that goes in or comes out, and bytes for each of its
+// samples, which the codec takes whatever their depth.
 struct Cost {
   double pictures;
   double samples;
@@ -25,14 +26,14 @@ Cost DecodeCost(Format format) {
     case Format::kDds: return {2, 0};
     case Format::kJpeg: return {2, 2};  // planes; coefficients of progressive files
     case Format::kJp2:
-    case Format::kJ2k: return {1, 8};
+    case Format::kJ2k: return {1, 5.5};  // of results that are decoded again; files tell it themselves
     case Format::kJxr: return {1, 6};
     default: return {0, 0};
   }
 }
 
-// While a file is encoded: its bytes, with what they take as they grow, and what the codec holds, without the
-// picture.
+// While a file is encoded: its bytes, with what they take as they grow, and what the codec holds,
+// without the picture.
 Cost EncodeCost(Format format) {
   switch (format) {
     case Format::kPng: return {1.5, 0};
@@ -67,7 +68,11 @@ int64_t EstimateMemory(const Settings& settings, const Job& job, const common::B
     return cost.pictures * picture + cost.samples * samples;
   };
   const Format output = FormatOfName(job.output);
-  const double decoding = bytes(DecodeCost(FormatOfBytes(input.data(), input.size())));
+  const Format format = FormatOfBytes(input.data(), input.size());
+  const bool is_jp2 = format == Format::kJp2 || format == Format::kJ2k;
+  const double decoding =
+      is_jp2 ? static_cast<double>(EstimateJp2Memory(settings, input)) + picture
+             : bytes(DecodeCost(format));
   const double encoding = picture + bytes(EncodeCost(output));
   // A search for a PSNR and a report decode the result again.
   const bool decodes_again = settings.psnr > 0 || !settings.report_directory.empty();

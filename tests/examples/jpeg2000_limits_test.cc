@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// What decoding a JPEG 2000 file may cost: time and memory are bounded by the bytes of the file and the samples
-// of the picture, whatever the headers say. Small files that would take minutes or gigabytes.
+// What decoding a JPEG 2000 file may cost: time and memory are bounded by the bytes of the file and
+// the samples of the picture, whatever the headers say. Small files that would take minutes or
+// gigabytes.
 #include <gtest/gtest.h>
 #include <malloc.h>
 
@@ -94,8 +95,8 @@ Measured Measure(const Bytes& file) {
   return measured;
 }
 
-// The bounds of the documentation. The time is generous, for sanitizers and machines with other work; the work
-// is not.
+// The bounds of the documentation. The time is generous, for sanitizers and machines with other
+// work; the work is not.
 Measured ExpectBounded(const Bytes& file) {
   Measured measured = Measure(file);
   const auto bytes = static_cast<int64_t>(file.size());
@@ -228,8 +229,8 @@ TEST(Jpeg2000Limits, LayersOfManyBlocks) {
   EXPECT_NE(measured.text().find("stopped"), std::string::npos) << measured.text();
 }
 
-// Start markers close to each other, from each of which a header would be read to the end of the file: each
-// pass is a segment of its own, with a length.
+// Start markers close to each other, from each of which a header would be read to the end of the
+// file: each pass is a segment of its own, with a length.
 TEST(Jpeg2000Limits, HeadersFromManyStartMarkers) {
   Bytes body;
   for (int i = 0; i < 20000; ++i) {
