@@ -35,15 +35,25 @@ void Unpack(const Bytes& packed, size_t length) {
   if (ours != model) std::abort();
 }
 
+// The bytes again and again, a little more than the packer plans at once.
+Bytes Repeated(const Bytes& bytes) {
+  Bytes row;
+  while (row.size() < 17000) row.insert(row.end(), bytes.begin(), bytes.end());
+  return row;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   fuzz::Input input(data, size);
-  const bool packs = input.Byte() % 2 == 0;
+  const uint8_t choice = input.Byte();
   const size_t length = 1 + input.Byte() + 256u * (input.Byte() % 8);
   const Bytes bytes = input.Rest();
   if (bytes.empty()) return 0;
-  if (packs) {
+  if (choice == 6) {
+    const Bytes row = Repeated(bytes);
+    Pack(row, row.size() - 1024 + length);
+  } else if (choice % 2 == 0) {
     Pack(bytes, length);
   } else {
     Unpack(bytes, length);
