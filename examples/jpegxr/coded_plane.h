@@ -41,10 +41,27 @@ struct CodedPlane {
       component.blocks_down = BlocksDown(header.color, c);
       const size_t across = component.blocks_across * mb_width;
       const size_t down = component.blocks_down * mb_height;
-      const size_t kept = kept_mb_rows == 0 ? SIZE_MAX : 4 * component.blocks_down * kept_mb_rows;
-      component.values.Resize(4 * across, 4 * down, kept);
+      component.values.Resize(4 * across, 4 * down, KeptRows(header, c, kept_mb_rows));
       component.dcs.Resize(across, down);
     }
+  }
+
+  // What that takes.
+  static size_t MemoryOf(const PlaneHeader& header, size_t mb_width, size_t mb_height,
+                         size_t kept_mb_rows) {
+    size_t bytes = 0;
+    for (size_t c = 0; c < header.Components(); ++c) {
+      const size_t across = BlocksAcross(header.color, c) * mb_width;
+      const size_t down = BlocksDown(header.color, c) * mb_height;
+      bytes += Plane::MemoryOf(4 * across, 4 * down, KeptRows(header, c, kept_mb_rows)) +
+               Plane::MemoryOf(across, down, SIZE_MAX);
+    }
+    return bytes;
+  }
+
+ private:
+  static size_t KeptRows(const PlaneHeader& header, size_t c, size_t kept_mb_rows) {
+    return kept_mb_rows == 0 ? SIZE_MAX : 4 * BlocksDown(header.color, c) * kept_mb_rows;
   }
 };
 

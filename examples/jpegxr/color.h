@@ -50,6 +50,7 @@ Status FromImage(const Image& image, const FrameHeader& frame, size_t threads, C
 class PixelWriter {
  public:
   PixelWriter(const FrameHeader& frame, int channel, CodedPlane* plane, Image* image);
+  static size_t MemoryOf(size_t mb_width) { return 3 * (16 * mb_width + 16) * sizeof(int32_t); }
   void WriteRow(size_t y);
 
  private:

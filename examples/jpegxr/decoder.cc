@@ -19,6 +19,13 @@
 namespace jpegxr {
 namespace {
 
+constexpr int64_t kMostPixels = int64_t{1} << 56;  // of sizes that a header can tell
+
+// Of a macroblock: which components have high parts, and a pattern for each of the other bands.
+int64_t LeastBits(const PlaneHeader& plane) {
+  return (plane.Components() == 1 ? 1 : 2) + (plane.HasLp() ? 1 : 0) + (plane.HasHp() ? 1 : 0);
+}
+
 Status CheckClaims(const FrameHeader& frame, size_t bytes, const DecodeOptions& options) {
   const int64_t pixels = int64_t{frame.width} * frame.height;
   const std::string claim = "the header announces " + std::to_string(pixels) + " pixels";
@@ -26,10 +33,17 @@ Status CheckClaims(const FrameHeader& frame, size_t bytes, const DecodeOptions& 
     return Status::Error(claim + ", more than the limit of " + std::to_string(options.max_pixels));
   }
   // With what fills the last macroblocks, which is most of a narrow picture.
-  const int64_t samples = int64_t{256} * frame.MbWidth() * frame.MbHeight() *
-                          static_cast<int64_t>(frame.plane.Components());
-  const auto most = static_cast<int64_t>(bytes) * kSamplesInAByte;
-  if (samples > std::max(most, kAlwaysAcceptedSamples)) {
+  const int64_t coded_pixels = int64_t{256} * frame.MbWidth() * frame.MbHeight();
+  if (coded_pixels >
+      std::max(2 * std::min(options.max_pixels, kMostPixels), kAlwaysAcceptedSamples)) {
+    return Status::Error("macroblocks of " + std::to_string(coded_pixels) + " pixels for " +
+                         std::to_string(pixels) + " of a narrow picture");
+  }
+  const size_t components = frame.plane.Components() + (frame.has_alpha ? 1 : 0);
+  const int64_t samples = coded_pixels * static_cast<int64_t>(components);
+  const int64_t bits = LeastBits(frame.plane) + (frame.has_alpha ? LeastBits(frame.alpha) : 0);
+  if (samples > kAlwaysAcceptedSamples &&
+      coded_pixels / 256 > static_cast<int64_t>(8 * bytes) / bits) {
     return Status::Error(claim + ", more than " + std::to_string(bytes) + " bytes can hold");
   }
   return Status();
@@ -84,6 +98,11 @@ Status DecodeTiles(const Headers& headers, const PaddedBytes& bytes, size_t thre
     if (!results[i].is_whole) messages->AddForTile(static_cast<int>(i), results[i].problem);
   }
   return status;
+}
+
+// In strips a few rows of macroblocks at a time are in memory, and in the cache.
+bool DecodesStrips(const FrameHeader& frame, size_t threads) {
+  return threads == 1 && !(frame.has_hard_tiles && frame.overlap != Overlap::kNone);
 }
 
 // Decodes row by row of macroblocks, over all tiles in it.
@@ -191,9 +210,9 @@ class FrameDecoder {
     std::vector<CodedPlane> planes(frame.has_alpha ? 2 : 1);
     planes[0].header = frame.plane;
     if (frame.has_alpha) planes[1].header = frame.alpha;
-    // In strips a few rows of macroblocks at a time are in memory, and in the cache.
-    const bool filters_tiles = frame.has_hard_tiles && frame.overlap != Overlap::kNone;
-    if (threads_ > 1 || filters_tiles) return DecodeWhole(bytes, channel, &planes, image, messages);
+    if (!DecodesStrips(frame, threads_)) {
+      return DecodeWhole(bytes, channel, &planes, image, messages);
+    }
     for (CodedPlane& plane : planes) {
       plane.Resize(frame.MbWidth(), frame.MbHeight(), StripDecoder::kKeptMbRows);
     }
@@ -201,6 +220,27 @@ class FrameDecoder {
     return Status();
   }
 
+  // What Decode() takes besides the image.
+  int64_t Memory() const {
+    const FrameHeader& frame = headers_.frame;
+    const bool in_strips = DecodesStrips(frame, threads_);
+    const size_t open_tiles =
+        in_strips ? frame.columns.size() - 1 : std::min(threads_, frame.TileCount());
+    const size_t kept_rows = in_strips ? StripDecoder::kKeptMbRows : 0;
+    constexpr size_t kRest = size_t{1} << 22;  // stacks of threads and other small things
+    size_t bytes = codestream_.size + PacketReader::kSpareBytes + kRest;
+    bytes += frame.TileCount() * sizeof(TileResult) * 2 +
+             headers_.packet_offsets.capacity() * sizeof(uint64_t);
+    for (const PlaneHeader* plane : {&frame.plane, &frame.alpha}) {
+      if (plane == &frame.alpha && !frame.has_alpha) break;
+      bytes += CodedPlane::MemoryOf(*plane, frame.MbWidth(), frame.MbHeight(), kept_rows) +
+               TileDecoder::MemoryOf(open_tiles, frame.MbWidth()) +
+               PixelWriter::MemoryOf(frame.MbWidth()) * threads_;
+    }
+    return static_cast<int64_t>(bytes);
+  }
+
+ private:
   Status DecodeWhole(const PaddedBytes& bytes, int channel, std::vector<CodedPlane>* planes,
                      Image* image, Messages* messages) {
     const FrameHeader& frame = headers_.frame;
@@ -218,26 +258,11 @@ class FrameDecoder {
     return status;
   }
 
- private:
   Span codestream_;
   const DecodeOptions& options_;
   size_t threads_;
   Headers headers_;
 };
-
-// Opacity in a codestream of its own.
-Status DecodeAlpha(const Span& codestream, const DecodeOptions& options, Image* image,
-                   FileInfo* info) {
-  FrameDecoder decoder(codestream, options);
-  Status status = decoder.ReadHeader();
-  if (status.ok() &&
-      (decoder.frame().width != info->frame.width || decoder.frame().height != info->frame.height ||
-       decoder.frame().type != info->frame.type || decoder.frame().is_rgb)) {
-    status = Status::Error("it does not fit the picture");
-  }
-  if (status.ok()) status = decoder.Decode(image->Colors(), image, &info->messages);
-  return status;
-}
 
 void FillOpaque(Image* image) {
   const auto bytes = static_cast<size_t>(BytesOf(image->type));
@@ -247,45 +272,104 @@ void FillOpaque(Image* image) {
   }
 }
 
-Status DecodeFile(const uint8_t* data, size_t size, const DecodeOptions& options, Image* image,
-                  FileInfo* info) {
-  Container container;
-  Status status = ReadContainer(data, size, &info->messages, &container);
-  if (!status.ok()) return status;
-  FrameDecoder decoder(container.picture, options);
-  status = decoder.ReadHeader();
-  info->frame = decoder.frame();
-  if (!status.ok() || image == nullptr) return status;
-  const FrameHeader& frame = decoder.frame();
-  const bool has_own_alpha = container.alpha.size > 0 && !frame.has_alpha;
-  image->width = static_cast<int>(frame.width);
-  image->height = static_cast<int>(frame.height);
-  image->type = frame.type;
-  image->channels = (frame.is_rgb ? 3 : 1) + (frame.has_alpha || has_own_alpha ? 1 : 0);
-  image->Resize();
-  status = decoder.Decode(0, image, &info->messages);
-  if (!status.ok() || !has_own_alpha) return status;
-  const Status alpha = DecodeAlpha(container.alpha, options, image, info);
-  if (!alpha.ok()) {
-    info->messages.Add("opacity: " + alpha.text());
-    FillOpaque(image);
+// The codestreams of a file, their headers read.
+class FileDecoder {
+ public:
+  FileDecoder(const Container& container, const DecodeOptions& options)
+      : container_(container), options_(options), decoder_(container_.picture, options) {}
+
+  Status ReadHeader() { return decoder_.ReadHeader(); }
+  const FrameHeader& frame() const { return decoder_.frame(); }
+
+  // What Decode() takes at most.
+  int64_t Memory() const {
+    int64_t bytes = decoder_.Memory();
+    if (HasOwnAlpha()) {
+      FrameDecoder alpha(container_.alpha, options_);
+      if (OpenAlpha(&alpha).ok()) bytes = std::max(bytes, alpha.Memory());
+    }
+    Image image;
+    Describe(&image);
+    return bytes + static_cast<int64_t>(image.Step()) * image.height;
   }
-  return status;
+
+  Status Decode(Image* image, FileInfo* info) {
+    Describe(image);
+    image->Resize();
+    Status status = decoder_.Decode(0, image, &info->messages);
+    if (!status.ok() || !HasOwnAlpha()) return status;
+    FrameDecoder decoder(container_.alpha, options_);
+    Status alpha = OpenAlpha(&decoder);
+    if (alpha.ok()) alpha = decoder.Decode(image->Colors(), image, &info->messages);
+    if (!alpha.ok()) {
+      info->messages.Add("opacity: " + alpha.text());
+      FillOpaque(image);
+    }
+    return status;
+  }
+
+ private:
+  bool HasOwnAlpha() const { return container_.alpha.size > 0 && !frame().has_alpha; }
+
+  Status OpenAlpha(FrameDecoder* decoder) const {
+    const Status status = decoder->ReadHeader();
+    const FrameHeader& alpha = decoder->frame();
+    if (status.ok() && (alpha.width != frame().width || alpha.height != frame().height ||
+                        alpha.type != frame().type || alpha.is_rgb)) {
+      return Status::Error("it does not fit the picture");
+    }
+    return status;
+  }
+
+  void Describe(Image* image) const {
+    image->width = static_cast<int>(frame().width);
+    image->height = static_cast<int>(frame().height);
+    image->type = frame().type;
+    image->channels = (frame().is_rgb ? 3 : 1) + (frame().has_alpha || HasOwnAlpha() ? 1 : 0);
+  }
+
+  Container container_;
+  const DecodeOptions& options_;
+  FrameDecoder decoder_;
+};
+
+// Reads the headers; then `use` is called with what decodes the file.
+template <class Use>
+Status OpenFile(const uint8_t* data, size_t size, const DecodeOptions& options, FileInfo* info,
+                const Use& use) {
+  try {
+    Container container;
+    Status status = ReadContainer(data, size, &info->messages, &container);
+    if (!status.ok()) return status;
+    FileDecoder decoder(container, options);
+    status = decoder.ReadHeader();
+    info->frame = decoder.frame();
+    return status.ok() ? use(&decoder) : status;
+  } catch (const std::bad_alloc&) {
+    return Status::NoMemory();
+  }
 }
 
 }  // namespace
 
 Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Image* image,
               FileInfo* info) {
-  try {
-    return DecodeFile(data, size, options, image, info);
-  } catch (const std::bad_alloc&) {
-    return Status::NoMemory();
-  }
+  return OpenFile(data, size, options, info,
+                  [&](FileDecoder* decoder) { return decoder->Decode(image, info); });
+}
+
+Status EstimateMemory(const uint8_t* data, size_t size, const DecodeOptions& options,
+                      int64_t* bytes) {
+  FileInfo info;
+  return OpenFile(data, size, options, &info, [&](FileDecoder* decoder) {
+    *bytes = decoder->Memory();
+    return Status();
+  });
 }
 
 Status ReadFileInfo(const uint8_t* data, size_t size, FileInfo* info) {
-  return Decode(data, size, DecodeOptions(), nullptr, info);
+  const DecodeOptions options;
+  return OpenFile(data, size, options, info, [](FileDecoder*) { return Status(); });
 }
 
 }  // namespace jpegxr

@@ -17,7 +17,7 @@
 namespace jpegxr {
 
 struct DecodeOptions {
-  // Files that claim more pixels are refused.
+  // Files that claim more pixels are refused; narrow ones, too, whose macroblocks have more than twice as many.
   int64_t max_pixels = int64_t{1} << 28;
   // 0: as many as the machine runs at once. They change the time only.
   int threads = 0;
@@ -29,14 +29,19 @@ struct FileInfo {
   Messages messages;
 };
 
-// A picture is refused if it has more samples, in whole macroblocks, than a file of this size would hold unless it
-// is quite flat: so many for each byte. Fewer than the second number are always accepted.
-constexpr int64_t kSamplesInAByte = 4096;
+// A picture is refused if it has more macroblocks than its codestream can hold with the shortest codes. Fewer samples
+// than this, of whole macroblocks, are always accepted, so that most of what is left of a file can be shown.
 constexpr int64_t kAlwaysAcceptedSamples = 1 << 24;
 
 // Decodes a picture. An error means that there is none; a picture with damaged parts comes with messages.
 Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Image* image,
               FileInfo* info);
+
+// How much memory Decode() takes for this file, besides the file itself: never much less, and seldom much more, since
+// most of it are planes whose sizes the headers tell. The error is that of Decode() where the headers are enough to
+// know it.
+Status EstimateMemory(const uint8_t* data, size_t size, const DecodeOptions& options,
+                      int64_t* bytes);
 
 // Reads the headers alone.
 Status ReadFileInfo(const uint8_t* data, size_t size, FileInfo* info);

@@ -13,10 +13,8 @@ namespace jpegxr {
 #ifdef __linux__
 
 ZeroedMemory::ZeroedMemory(size_t bytes) {
-  constexpr size_t kLargePage = size_t{1} << 21;
   if (bytes == 0) return;
-  bytes_ = (bytes + kLargePage - 1) / kLargePage * kLargePage;
-  if (bytes < kLargePage) bytes_ = bytes;
+  bytes_ = WholePages(bytes);
   start_ = mmap(nullptr, bytes_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (start_ == MAP_FAILED) {
     start_ = nullptr;

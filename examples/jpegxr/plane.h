@@ -39,8 +39,14 @@ class ZeroedMemory {
   }
   ~ZeroedMemory();
   void* get() const { return start_; }
+  // What it really takes.
+  static size_t WholePages(size_t bytes) {
+    return bytes < kLargePage ? bytes : (bytes + kLargePage - 1) / kLargePage * kLargePage;
+  }
 
  private:
+  static constexpr size_t kLargePage = size_t{1} << 21;
+
   void* start_ = nullptr;
   size_t bytes_ = 0;
 };
@@ -53,11 +59,12 @@ class Plane {
   void Resize(size_t width, size_t height, size_t kept_rows = SIZE_MAX) {
     width_ = width;
     height_ = height;
-    constexpr size_t kLine = 64 / sizeof(int32_t);
-    stride_ = (width + kLine - 1) / kLine * kLine;
-    if (stride_ / kLine % 2 == 0) stride_ += kLine;
+    stride_ = StrideOf(width);
     row_mask_ = kept_rows < height ? kept_rows - 1 : SIZE_MAX;
-    values_ = ZeroedMemory(stride_ * std::min(height, kept_rows) * sizeof(int32_t));
+    values_ = ZeroedMemory(RawBytes(width, height, kept_rows));
+  }
+  static size_t MemoryOf(size_t width, size_t height, size_t kept_rows) {
+    return ZeroedMemory::WholePages(RawBytes(width, height, kept_rows));
   }
   size_t width() const { return width_; }
   size_t height() const { return height_; }
@@ -66,6 +73,15 @@ class Plane {
   }
 
  private:
+  static size_t StrideOf(size_t width) {
+    constexpr size_t kLine = 64 / sizeof(int32_t);
+    const size_t lines = (width + kLine - 1) / kLine;
+    return kLine * (lines + (lines % 2 == 0 ? 1 : 0));
+  }
+  static size_t RawBytes(size_t width, size_t height, size_t kept_rows) {
+    return StrideOf(width) * std::min(height, kept_rows) * sizeof(int32_t);
+  }
+
   size_t width_ = 0;
   size_t height_ = 0;
   size_t stride_ = 0;

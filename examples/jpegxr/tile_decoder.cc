@@ -31,6 +31,12 @@ TileDecoder::TileDecoder(const FrameHeader& frame, const TileArea& area, const T
 
 TileDecoder::~TileDecoder() = default;
 
+size_t TileDecoder::MemoryOf(size_t count, size_t mb_width) {
+  constexpr size_t kCoderState = 2048;
+  return count * (sizeof(TileDecoder) + sizeof(PlaneDecoder) + kCoderState) +
+         mb_width * 2 * sizeof(Neighbour);
+}
+
 void TileDecoder::DecodeRow() {
   const size_t y = row_++;
   for (size_t x = 0; x < area_.Width() && result_.is_whole; ++x) {

@@ -39,6 +39,9 @@ class TileDecoder {
   TileDecoder& operator=(const TileDecoder&) = delete;
   ~TileDecoder();
 
+  // What so many decoders take for a plane, side by side over this width or each no wider than that.
+  static size_t MemoryOf(size_t count, size_t mb_width);
+
   // The next row of macroblocks. After a problem nothing more is decoded.
   void DecodeRow();
   const TileResult& result() const { return result_; }
