@@ -2,22 +2,52 @@
 # SPDX-License-Identifier: MIT
 # Builds every configuration and passes all tests; installs what is missing first.
 #   test.sh [PRESET...]   (default: all that CI builds)
+#   test.sh --quick       one configuration, the lowest and the highest instruction set
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh build test
 presets=("$@")
 [ ${#presets[@]} -gt 0 ] || presets=(release clang asan tsan serial i386 arm64)
-
-scripts/lint.sh
-# One tree of tests over all configurations, so that one summary closes the run.
+[ "${presets[0]}" != --quick ] || presets=(quick)
 mkdir -p build/all
+
+# Compilers' results are kept from run to run, and for every checkout.
+if command -v ccache >/dev/null; then
+  export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
+  export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
+fi
+
+times=()
+# timed WHAT LOG COMMAND...: the seconds that a step took; its output where it fails.
+timed() {
+  local what=$1 log=build/$2.log start=$SECONDS
+  shift 2
+  "$@" >"$log" 2>&1 || { tail -n 60 "$log"; echo "$what failed, see $log"; exit 1; }
+  times+=("$(printf '%-20s %5d s' "$what" $((SECONDS - start)))")
+}
+
+[ "${presets[0]}" = quick ] || timed lint lint scripts/lint.sh
+# One tree of tests over all configurations, so that one summary closes the run.
 : >build/all/CTestTestfile.cmake
 for preset in "${presets[@]}"; do
   echo "== $preset"
-  cmake --preset "$preset" >"build/$preset.configure.log" || { cat "build/$preset.configure.log"; exit 1; }
-  cmake --build --preset "$preset" >"build/$preset.build.log" || { tail -n 60 "build/$preset.build.log"; exit 1; }
+  timed "$preset configure" "$preset.configure" cmake --preset "$preset"
+  timed "$preset build" "$preset.build" cmake --build --preset "$preset"
   echo "subdirs(\"$PWD/build/$preset\")" >>build/all/CTestTestfile.cmake
 done
 export LSAN_OPTIONS=suppressions=$PWD/tests/lsan.supp:print_suppressions=0
-ctest --test-dir build/all -j "$(nproc)" --output-on-failure --timeout 1200 --no-tests=error \
-  --progress
+
+# Where the time went stands in front of ctest's summary: for tests the sum over all of them, of
+# which as many run at once as there are processors.
+steps=$(printf '%s\n' "${times[@]}")
+ctest --test-dir build/all -j "$(nproc)" --output-on-failure --timeout 1200 --no-tests=error |
+  awk -v steps="$steps" '
+    / Start +[0-9]+: / { next }
+    / Test +#[0-9]+: / {
+      split($0, parts, ": "); split(parts[2], name, "."); sum[name[1]] += $(NF - 1)
+    }
+    /tests passed/ {
+      print "\nTime by step\n" steps
+      for (preset in sum) printf "%-20s %5d s\n", preset " tests", sum[preset]
+    }
+    { print; fflush() }'
