@@ -11,8 +11,12 @@
 
 namespace jpeg {
 
-// The scan's data begins at data[begin]; its tables are there, and `walk` is its own. Returns where it ends. What is damaged is reported
-// and stays as the scans before left it.
+// The scan's data begins at data[begin]; its tables are there, and `walk` is its own. Returns where it ends. What is
+// damaged is reported and stays as the scans before left it.
+//
+// The time is that of the coded bytes, not of the blocks that the scan passes: runs of ended bands and what lies
+// beyond the data are skipped. Only a refinement must look at blocks in such a run where coefficients may be; these
+// count as Coefficients::idle_visits.
 size_t DecodeScan(const uint8_t* data, size_t size, size_t begin, const Scan& scan,
                   const ScanWalk& walk, const Tables& tables, int restart_interval,
                   Coefficients* coefficients, Messages* messages);

@@ -22,15 +22,20 @@ class CoefficientPlane {
     across_ = across;
     down_ = down;
     const size_t blocks = static_cast<size_t>(across) * static_cast<size_t>(down);
-    if (!bytes_.Resize(blocks * kBlockBytes)) return false;
+    if (!bytes_.Resize(blocks * kBlockBytes) || !touched_.Resize(blocks)) return false;
     std::memset(bytes_.data(), 0, bytes_.size());
+    std::memset(touched_.data(), 0, blocks);
     return true;
   }
+  // Bytes that Allocate() takes for a block.
+  static constexpr size_t BytesForBlock() { return kBlockBytes + 1; }
 
   int16_t* Block(int x, int y) { return reinterpret_cast<int16_t*>(bytes_.data() + Offset(x, y)); }
   const int16_t* Block(int x, int y) const {
     return reinterpret_cast<const int16_t*>(bytes_.data() + Offset(x, y));
   }
+  // A byte for each block, block after block: whether a progressive scan may have made AC coefficients there.
+  uint8_t* Touched(int x, int y) { return touched_.data() + Offset(x, y) / kBlockBytes; }
   int across() const { return across_; }
   int down() const { return down_; }
 
@@ -43,6 +48,7 @@ class CoefficientPlane {
   }
 
   ByteBuffer bytes_;
+  ByteBuffer touched_;
   int across_ = 0;
   int down_ = 0;
 };
@@ -55,6 +61,7 @@ struct Coefficients {
     const Geometry geometry(frame, 1);
     planes = std::vector<CoefficientPlane>(frame.components.size());
     steps.assign(frame.components.size(), {});
+    has_dc.assign(frame.components.size(), false);
     for (size_t i = 0; i < planes.size(); ++i) {
       const ComponentGeometry& place = geometry.components[i];
       if (!planes[i].Allocate(geometry.mcus_per_row * place.h, geometry.mcu_rows * place.v)) {
@@ -67,6 +74,8 @@ struct Coefficients {
   Frame frame;
   std::vector<CoefficientPlane> planes;
   std::vector<std::array<uint16_t, 64>> steps;
+  std::vector<bool> has_dc;  // components that had a first scan of DC
+  int64_t idle_visits = 0;   // see kMostIdleVisits
 };
 
 // The walk of a scan over the blocks of its components: interleaved in MCUs, or those alone that hold samples where
@@ -85,11 +94,6 @@ struct ScanWalk {
     }
   }
   int64_t McuCount() const { return int64_t{mcus_per_row} * mcu_rows; }
-  int64_t BlockCount() const {
-    int64_t blocks = 0;
-    for (const Part& part : parts) blocks += McuCount() * part.across * part.down;
-    return blocks;
-  }
 
   // Calls on_block(part, x, y) for the blocks of an MCU in their order.
   template <class OnBlock>

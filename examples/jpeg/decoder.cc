@@ -32,6 +32,15 @@ ColorModel FindColorModel(const MarkerReader& reader) {
   return named_rgb ? ColorModel::kRgb : ColorModel::kYCbCr;
 }
 
+// Blocks that hold samples.
+int64_t BlockCount(const Geometry& geometry) {
+  int64_t blocks = 0;
+  for (const ComponentGeometry& place : geometry.components) {
+    blocks += int64_t{place.blocks_per_row} * place.block_rows;
+  }
+  return blocks;
+}
+
 // Only the samples' stages depend on it.
 Status CheckPrecision(const Frame& frame, int precision) {
   if (frame.precision == precision) return Status();
@@ -96,7 +105,6 @@ class FileDecoder {
   std::unique_ptr<Geometry> geometry_;
   std::vector<Plane> planes_;
   std::vector<bool> decoded_;  // components that had their scan
-  int64_t visits_ = 0;         // of blocks by scans
 };
 
 Status FileDecoder::ReadHeaders() {
@@ -109,6 +117,7 @@ Status FileDecoder::ReadHeaders() {
       if (Status bad = CheckSize(); !bad.ok()) return bad;
     }
   }
+  info_->has_single_scan = ScanHasAllComponents();
   return Status();
 }
 
@@ -128,10 +137,7 @@ Status FileDecoder::CheckSize() const {
   if (int64_t{frame.width} * frame.height > options_.max_pixels) {
     return Status::Error(claim + ", more than the limit of " + std::to_string(options_.max_pixels));
   }
-  int64_t blocks = 0;
-  for (const ComponentGeometry& place : Geometry(frame, 1).components) {
-    blocks += int64_t{place.blocks_per_row} * place.block_rows;
-  }
+  const int64_t blocks = BlockCount(Geometry(frame, 1));
   const int64_t bytes = static_cast<int64_t>(size_ - reader_.position());
   const int64_t least =
       blocks / (frame.is_progressive ? kProgressiveBlocksInAByte : kBlocksInAByte);
@@ -251,6 +257,7 @@ Status FileDecoder::DecodeProgressive(Image* image) {
   Coefficients coefficients;
   const auto show = [&](int number) {
     if (!options_.on_scan) return Status();
+    coefficients.idle_visits += BlockCount(*geometry_);
     if (Status status = Show(coefficients, image); !status.ok()) return status;
     return options_.on_scan(*image, number, reader_.scan());
   };
@@ -287,9 +294,9 @@ Status FileDecoder::DecodeScanToCoefficients(Coefficients* coefficients) {
   const Scan& scan = reader_.scan();
   const Geometry geometry(reader_.frame(), 1);
   const ScanWalk walk(geometry, scan);
-  visits_ += walk.BlockCount();
-  if (visits_ > kAlwaysAcceptedVisits && visits_ / kVisitsForAByte > static_cast<int64_t>(size_)) {
-    return Status::Error("more scans than a file of this size can need");
+  const int64_t most = std::max(kMostIdleVisits * BlockCount(geometry), kAlwaysAcceptedVisits);
+  if (coefficients->idle_visits > most) {
+    return Status::Error("more scans than a picture of this size can need; the rest is left out");
   }
   for (const ScanComponent& part : scan.components) {
     const auto index = static_cast<size_t>(part.index);

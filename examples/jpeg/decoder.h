@@ -38,7 +38,8 @@ struct FileInfo {
   Frame frame;
   ColorModel model = ColorModel::kGrey;
   int restart_interval = 0;
-  int adobe_transform = -1;  // of the Adobe header, negative where there is none
+  bool has_single_scan = false;  // the first scan holds all components
+  int adobe_transform = -1;      // of the Adobe header, negative where there is none
   bool has_jfif = false;
   Metadata metadata;
   Messages messages;
@@ -60,10 +61,13 @@ constexpr int64_t kBlocksInAByte = 4;
 constexpr int64_t kProgressiveBlocksInAByte = 8;
 constexpr int64_t kAlwaysAcceptedBlocks = 65536;
 
-// Later scans of a progressive file may take almost no bytes for all of its blocks. Decoding ends with a message
-// where more blocks would be visited than this for each byte of the file, and these besides.
-constexpr int64_t kVisitsForAByte = 256;
-constexpr int64_t kAlwaysAcceptedVisits = int64_t{1} << 24;
+// A progressive file may go through all blocks of a picture again and again in scans of a few bytes. Blocks that take
+// no bits are skipped where that is safe; a refinement has to look at those that have coefficients. Decoding ends with
+// a message where it did so more often than kMostIdleVisits times for each block of the picture, or
+// kAlwaysAcceptedVisits times, whichever is more. Pictures shown to DecodeOptions::on_scan count too, a visit for each
+// block. So time is bounded by bytes of the file and blocks of the picture.
+constexpr int64_t kMostIdleVisits = 256;
+constexpr int64_t kAlwaysAcceptedVisits = int64_t{1} << 20;
 
 // Decodes a picture. The image's memory is used again where it suffices. An error means that there
 // is no picture; a picture with damaged parts comes with messages.
@@ -84,6 +88,10 @@ Status DecodeCoefficients(const uint8_t* data, size_t size, const DecodeOptions&
 
 // Reads the headers up to the first scan.
 Status ReadFileInfo(const uint8_t* data, size_t size, FileInfo* info);
+
+// The most bytes that Decode() or DecodeDeep() takes for a file of which ReadFileInfo() told this, the picture
+// included, the file not.
+int64_t MemoryNeed(const FileInfo& info, const DecodeOptions& options);
 
 }  // namespace jpeg
 

@@ -26,7 +26,7 @@ bool ScanSource::Begin() {
   return true;
 }
 
-void ScanSource::End(int mcus) {
+void ScanSource::End(int64_t mcus) {
   mcus_done_ += mcus;
   mcus_left_ -= mcus;
   if (mcus_left_ == 0) FinishInterval();

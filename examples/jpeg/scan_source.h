@@ -22,7 +22,7 @@ class ScanSource {
   // So many may be decoded then.
   int64_t mcus_left() const { return mcus_left_; }
   // After them.
-  void End(int mcus);
+  void End(int64_t mcus);
 
   // The rest of the interval cannot be decoded.
   bool lost() const { return lost_; }

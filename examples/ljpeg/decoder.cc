@@ -105,4 +105,19 @@ Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options,
   return Decoder(data, size, options, picture, info).Decode();
 }
 
+int64_t MemoryNeed(const FileInfo& info) {
+  constexpr int64_t kOther = 1 << 16;        // tables, messages
+  constexpr int64_t kBytesForInterval = 96;  // lists of markers and of intervals, as vectors grow
+  constexpr int64_t kRows = 6;  // of each component: those of an MCU, the one above, one for all
+  constexpr int64_t kBytesForSegment = 64;
+  const int64_t width = info.width, height = info.height, components = info.components;
+  int64_t bytes = width * height * components * (info.bits > 8 ? 2 : 1);
+  bytes += (width + 4) * kRows * components * int64_t{sizeof(int16_t)};
+  if (info.restart_interval > 0) bytes += height * kBytesForInterval;
+  for (const jpeg::Segment& segment : info.metadata.segments) {
+    bytes += 2 * static_cast<int64_t>(segment.data.size()) + kBytesForSegment;
+  }
+  return bytes + kOther;
+}
+
 }  // namespace ljpeg

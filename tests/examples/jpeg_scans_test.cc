@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -339,25 +340,116 @@ TEST(JpegScans, DamagedProgressiveFiles) {
   }
 }
 
-// A file of a few bytes that asks for all blocks of a large picture again and again.
-TEST(JpegScans, EmptyScansEndEarly) {
+// A grey picture of one colour or of noise by a script, its last scan `times` times.
+Bytes WithRepeatedScan(int side, bool is_noise, const std::string& script, int times) {
   jpeg::EncodeOptions options;
-  ASSERT_TRUE(jpeg::ParseScript("0: 0-0,0,0; 0: 1-63,0,0;", &options.script).ok());
+  options.quality = 50;
+  EXPECT_TRUE(jpeg::ParseScript(script, &options.script).ok());
   common::Image image;
-  ASSERT_TRUE(image.Resize(8000, 8000, PixelLayout::kGrey));
-  std::fill_n(image.Row(0), image.SizeInBytes(), uint8_t{128});
+  EXPECT_TRUE(image.Resize(side, side, PixelLayout::kGrey));
+  harness::Random random(1);
+  for (size_t i = 0; i < image.SizeInBytes(); ++i) {
+    image.Row(0)[i] = static_cast<uint8_t>(is_noise ? 100 + random() % 40 : 128);
+  }
   Bytes file = Encode(image, options);
   const size_t last = file.size() - 2;
-  const size_t scan =
-      jpeg_files::FindMarker(file, jpeg::kSos, jpeg_files::FindMarker(file, jpeg::kSos) + 2);
+  // From the tables of the last scan on.
+  size_t scan = 0;
+  for (size_t i = 0; i < options.script.size(); ++i) {
+    scan = jpeg_files::FindMarker(file, jpeg::kSos, scan + 2);
+  }
   const Bytes again(file.begin() + static_cast<std::ptrdiff_t>(scan),
                     file.begin() + static_cast<std::ptrdiff_t>(last));
   file.resize(last);
-  for (int i = 0; i < 500; ++i) file.insert(file.end(), again.begin(), again.end());
+  for (int i = 0; i < times; ++i) file.insert(file.end(), again.begin(), again.end());
   file.insert(file.end(), {0xFF, jpeg::kEoi});
+  return file;
+}
+
+double SecondsToDecode(const Bytes& file, std::string* messages) {
+  const auto start = std::chrono::steady_clock::now();
   const jpeg_files::Decoded decoded = Decode(file, 8);
-  ASSERT_TRUE(decoded.status.ok()) << decoded.status.text();
-  EXPECT_NE(decoded.AllMessages().find("more scans"), std::string::npos);
+  EXPECT_TRUE(decoded.status.ok()) << decoded.status.text();
+  *messages = decoded.AllMessages();
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+// Scans that ask for all blocks of a large picture again and again take the time of their bytes.
+TEST(JpegScans, EmptyScansTakeNoTime) {
+  std::string messages;
+  // 250000 blocks: 8 runs of ended bands in each scan.
+  const std::string band = "0: 0-0,0,0; 0: 1-63,0,0;";
+  EXPECT_LT(SecondsToDecode(WithRepeatedScan(4000, false, band, 20000), &messages), 4);
+  EXPECT_EQ(messages, "");
+  const std::string refinement = "0: 0-0,0,0; 0: 1-63,0,1; 0: 1-63,1,0;";
+  EXPECT_LT(SecondsToDecode(WithRepeatedScan(2000, false, refinement, 20000), &messages), 4);
+  EXPECT_EQ(messages, "");
+  // Nothing but headers.
+  Bytes file = WithRepeatedScan(4000, false, band, 1);
+  file.resize(file.size() - 2);
+  for (const int first : {1, 0}) {
+    for (const int approximation : {0x00, 0x10}) {
+      Bytes empty = file;
+      const auto last = static_cast<uint8_t>(first == 0 ? 0 : 63);
+      const Bytes scan = {0xFF, jpeg::kSos,
+                          0,    8,
+                          1,    1,
+                          0,    static_cast<uint8_t>(first),
+                          last, static_cast<uint8_t>(approximation)};
+      for (int i = 0; i < 50000; ++i) empty.insert(empty.end(), scan.begin(), scan.end());
+      empty.insert(empty.end(), {0xFF, jpeg::kEoi});
+      EXPECT_LT(SecondsToDecode(empty, &messages), 4) << first << " " << approximation;
+      EXPECT_NE(messages.find("MCUs are lost"), std::string::npos);
+    }
+  }
+}
+
+// Two bytes for each interval of a block, most of them markers with numbers that fit nothing.
+TEST(JpegScans, RestartMarkersInDisorderTakeTheTimeOfTheirBytes) {
+  harness::Random random(harness::Seed());
+  std::string messages;
+  Bytes file = WithRepeatedScan(4000, false, "0: 0-0,0,0; 0: 1-63,0,0;", 1);
+  file.resize(file.size() - 2);
+  file.insert(file.end(), {0xFF, jpeg::kDri, 0, 4, 0, 1});
+  for (int scan = 0; scan < 2; ++scan) {
+    file.insert(file.end(), {0xFF, jpeg::kSos, 0, 8, 1, 1, 0, 1, 63, 0});
+    for (int i = 0; i < 250000; ++i) {
+      file.insert(file.end(), {0xFF, static_cast<uint8_t>(jpeg::kRst0 + (random() & 7))});
+    }
+  }
+  file.insert(file.end(), {0xFF, jpeg::kEoi});
+  EXPECT_LT(SecondsToDecode(file, &messages), 5);
+}
+
+// Refinements that have to look at every block and change none: the rest is left out.
+TEST(JpegScans, RefinementsWithoutBitsEnd) {
+  std::string messages;
+  Bytes file = WithRepeatedScan(800, true, "0: 0-0,0,0; 0: 1-63,0,0;", 1);
+  // An end-of-band run for each 32767 blocks, and no other symbol: a table with the code 0 for the run of 2^14 and
+  // more blocks.
+  file.resize(file.size() - 2);
+  const Bytes table = {0xFF, jpeg::kDht, 0, 20, 0x10, 1, 0, 0, 0, 0, 0,
+                       0,    0,          0, 0,  0,    0, 0, 0, 0, 0, 0xE0};
+  file.insert(file.end(), table.begin(), table.end());
+  for (int i = 0; i < 1000; ++i) {
+    file.insert(file.end(), {0xFF, jpeg::kSos, 0, 8, 1, 1, 0, 63, 63, 0x10, 0x3F, 0xFF, 0});
+  }
+  file.insert(file.end(), {0xFF, jpeg::kEoi});
+  EXPECT_LT(SecondsToDecode(file, &messages), 2);
+  EXPECT_NE(messages.find("more scans"), std::string::npos) << messages;
+  // As many as pictures may be shown.
+  int shown = 0;
+  jpeg::DecodeOptions options;
+  options.scale = 8;
+  options.on_scan = [&](const common::Image&, int, const jpeg::Scan&) {
+    ++shown;
+    return common::Status();
+  };
+  common::Image image;
+  jpeg::FileInfo info;
+  ASSERT_TRUE(jpeg::Decode(file.data(), file.size(), options, &image, &info).ok());
+  EXPECT_GT(shown, 20);
+  EXPECT_LE(shown, jpeg::kMostIdleVisits + 4);
 }
 
 }  // namespace
