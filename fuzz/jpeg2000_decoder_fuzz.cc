@@ -20,6 +20,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   jpeg2000::FileInfo info;
   const common::Status status = jpeg2000::Decode(file.data(), file.size(), options, &image, &info);
   if (status.ok() == !status.text().empty()) std::abort();
+  int64_t memory = 0;
+  const common::Status known = jpeg2000::EstimateMemory(file.data(), file.size(), options, &memory);
+  if (status.ok() && (!known.ok() || memory <= 0)) std::abort();
   if (!status.ok()) return 0;
   for (const jpeg2000::Component& component : image.components) {
     const int32_t half = 1 << (component.bits - 1);

@@ -118,6 +118,7 @@ bool LooksLikeYcc(const Image& image) {
 }
 
 bool ReadPalette(const Span& content, Boxes::Palette* palette) {
+  *palette = {};
   if (content.size < 3) return false;
   const auto rows = static_cast<size_t>(Number(content.data, 2));
   const size_t count = content.data[2];

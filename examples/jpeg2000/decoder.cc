@@ -18,6 +18,9 @@
 namespace jpeg2000 {
 namespace {
 
+// The library's functions take steps of rows as 32-bit numbers of bytes.
+constexpr int64_t kLongestSide = int64_t{1} << 28;
+
 Rect WholeArea(const SizeSegment& size) { return {size.x0, size.y0, size.x1, size.y1}; }
 
 Rect ReducedArea(const SizeSegment& size, const SizeSegment::ComponentSize& component, int reduce) {
@@ -54,7 +57,12 @@ int64_t CountSamples(const SizeSegment& size, const Boxes& boxes, int reduce) {
 Status CheckClaims(const SizeSegment& size, const Boxes& boxes, const DecodeOptions& options) {
   int64_t pixels = 0;
   for (const SizeSegment::ComponentSize& component : size.components) {
-    pixels = std::max(pixels, ReducedArea(size, component, options.reduce).Count());
+    const Rect area = ReducedArea(size, component, options.reduce);
+    if (std::max(area.width(), area.height()) > kLongestSide) {
+      return Status::Error("a picture of " + std::to_string(area.width()) + " x " +
+                           std::to_string(area.height()) + " samples has too long sides");
+    }
+    pixels = std::max(pixels, area.Count());
   }
   std::string claim = "the header announces " + std::to_string(pixels) + " pixels";
   if (pixels > options.max_pixels) {

@@ -20,8 +20,8 @@ constexpr int64_t kBlockBytes =
     sizeof(CodedBlock) + 22 + sizeof(CodedBlock::Kept) + 96 + 2 * sizeof(BlockJob);
 constexpr int64_t kPrecinctBytes =
     sizeof(PrecinctBlocks) + 3 * (sizeof(PrecinctBlocks::ForBand) + 48) + 48;
-constexpr int64_t kLineBytes = 3 * 64 * sizeof(float);  // the wavelet's strips of columns
-constexpr int64_t kFixedBytes = 1 << 18;                // coders' states, tables, stacks of threads
+constexpr int64_t kLineBytes = 2 * sizeof(float);  // of the wavelet, for each sample of a strip
+constexpr int64_t kFixedBytes = 1 << 18;           // coders' states, tables, stacks of threads
 
 class Estimate {
  public:
@@ -92,7 +92,8 @@ class Estimate {
         std::min(area.Count(), int64_t{1} << 40) * static_cast<int64_t>(size_.components.size());
     const int64_t most = kFreeMemory + kMemoryForByte * bytes_ + kMemoryForSample * samples;
     return std::min(most, kPrecinctBytes * precincts + kBlockBytes * blocks) +
-           kLineBytes * area.height();
+           kLineBytes * std::max(area.width(),
+                                 area.height() * std::min<int64_t>(64, (area.width() + 1) / 2));
   }
   // Blocks at the borders of precincts, which lie in line with blocks, are not cut.
   static int64_t BlocksOf(const Resolution& resolution, const Band& band) {

@@ -46,11 +46,14 @@ class FloatLines {
 
   void ForwardRow(float* row) { Forward(row, 1, 1, zepiWTFwdRow_D97_JPEG2K_32f_C1R); }
   void InverseRow(float* row) { Inverse(row, 1, 1, zepiWTInvRow_D97_JPEG2K_32f_C1R); }
+  // A single column is extended to a row.
   void ForwardColumns(float* first, int64_t step, int64_t count) {
-    Forward(first, step, count, zepiWTFwdCol_D97_JPEG2K_32f_C1R);
+    Forward(first, step, count,
+            width_ == 1 ? zepiWTFwdRow_D97_JPEG2K_32f_C1R : zepiWTFwdCol_D97_JPEG2K_32f_C1R);
   }
   void InverseColumns(float* first, int64_t step, int64_t count) {
-    Inverse(first, step, count, zepiWTInvCol_D97_JPEG2K_32f_C1R);
+    Inverse(first, step, count,
+            width_ == 1 ? zepiWTInvRow_D97_JPEG2K_32f_C1R : zepiWTInvCol_D97_JPEG2K_32f_C1R);
   }
 
  private:
@@ -122,14 +125,16 @@ class FloatLines {
   std::vector<float> samples_, low_, high_;
 };
 
-constexpr int64_t kStrip = 64;
+constexpr int64_t kWidestStrip = 64;
 
-// Calls columns(lines, first, count) for strips of the area.
+// Calls columns(lines, first, count) for strips of the area. Strips of narrow areas are narrower, so that
+// work memory is in proportion to the samples.
 template <class Columns>
 void ForStrips(const Rect& area, Plane<float>* plane, const Columns& columns) {
-  FloatLines lines(area.height(), static_cast<int>(area.y0 & 1), kStrip);
-  for (int64_t x = 0; x < area.width(); x += kStrip) {
-    columns(&lines, plane->At(x, 0), std::min(kStrip, area.width() - x));
+  const int64_t width = std::clamp<int64_t>(area.width() / 2, 1, kWidestStrip);
+  FloatLines lines(area.height(), static_cast<int>(area.y0 & 1), width);
+  for (int64_t x = 0; x < area.width(); x += width) {
+    columns(&lines, plane->At(x, 0), std::min(width, area.width() - x));
   }
 }
 

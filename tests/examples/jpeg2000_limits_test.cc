@@ -278,6 +278,37 @@ TEST(Jpeg2000Limits, ManyLevels) {
   EXPECT_LT(measured.memory, 5 * measured.samples() + (1 << 21));
 }
 
+TEST(Jpeg2000Limits, LongSidesAreRefused) {
+  for (const bool is_tall : {true, false}) {
+    const uint32_t length = 0x7FFFFFFF;
+    const Bytes file =
+        Codestream({Size({is_tall ? 1 : length, is_tall ? length : 1, 0, 0, {{1, 1}}, 7}),
+                    CodingStyle({}), Quantization(0), TilePart(0, Bytes(600000, 0))});
+    jpeg2000::DecodeOptions options;
+    options.max_pixels = INT64_MAX;
+    const Decoded decoded = jpeg2000_files::Decode(file, options);
+    EXPECT_NE(decoded.status.text().find("sides"), std::string::npos) << decoded.status.text();
+  }
+}
+
+// Work memory of the wavelets is for lines, which are as long as the picture here.
+TEST(Jpeg2000Limits, ThinPictures) {
+  Bytes body = PacketOfPasses(40, {0x5A, 0x33});
+  body.insert(body.end(), 4096, 0);
+  constexpr uint32_t kLength = 3000000;
+  for (const bool reversible : {true, false}) {
+    for (const bool is_tall : {true, false}) {
+      const Bytes file =
+          Codestream({Size({is_tall ? 1 : kLength, is_tall ? kLength : 1, 0, 0, {{1, 1}}, 7}),
+                      CodingStyle({20, {}, 0, 1, 0x44, 0, false, reversible}), Quantization(20, 18),
+                      TilePart(0, body)});
+      const Measured measured = ExpectBounded(file);
+      EXPECT_TRUE(measured.decoded.status.ok());
+      EXPECT_LT(measured.memory, 13 * measured.samples() + (2 << 20));
+    }
+  }
+}
+
 // Each column of a palette makes a channel, which counts like a component.
 TEST(Jpeg2000Limits, PalettesOverLargePictures) {
   const Bytes palette = jpeg2000_streams::Box("pclr", {0, 1, 4, 7, 7, 7, 7, 1, 2, 3, 4});

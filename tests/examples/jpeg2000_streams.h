@@ -67,6 +67,7 @@ struct Coding {
   int block = 0x44;  // height and width less 2
   int block_style = 0;
   bool uses_sop = false;
+  bool reversible = true;
 };
 
 inline Bytes CodingStyle(const Coding& coding) {
@@ -75,8 +76,8 @@ inline Bytes CodingStyle(const Coding& coding) {
   Put(static_cast<uint64_t>(coding.order), 1, &content);
   Put(static_cast<uint64_t>(coding.layers), 2, &content);
   Put(0, 1, &content);
-  for (const int value :
-       {coding.levels, coding.block & 15, coding.block >> 4, coding.block_style, 1}) {
+  for (const int value : {coding.levels, coding.block & 15, coding.block >> 4, coding.block_style,
+                          coding.reversible ? 1 : 0}) {
     Put(static_cast<uint64_t>(value), 1, &content);
   }
   for (const int precinct : coding.precincts) Put(static_cast<uint64_t>(precinct), 1, &content);
