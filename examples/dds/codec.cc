@@ -2,6 +2,7 @@
 #include "dds/codec.h"
 
 #include <algorithm>
+#include <cstring>
 #include <new>
 #include <string>
 #include <utility>
@@ -28,6 +29,32 @@ common::ByteBuffer Converted(const common::Image& image, size_t bytes, Convert c
   const size_t pixels = image.SizeInBytes() / 3;
   if (out.Resize(pixels * bytes)) convert(image.Row(0), pixels, out.data());
   return out;
+}
+
+// Pixels whose alpha is one of the sixteen values that BC2 has, v * 17: the nearest. Empty: no memory.
+common::ByteBuffer WithAlphaOfBc2(const common::Image& image) {
+  common::ByteBuffer pixels;
+  if (!pixels.Resize(image.SizeInBytes())) return pixels;
+  std::memcpy(pixels.data(), image.Row(0), image.SizeInBytes());
+  for (size_t i = 3; i < pixels.size(); i += 4) {
+    pixels.data()[i] = static_cast<uint8_t>((pixels.data()[i] + 8) / 17 * 17);
+  }
+  return pixels;
+}
+
+common::Status EncodeBc2(const common::Image& image, uint8_t* blocks) {
+  const common::ByteBuffer pixels = WithAlphaOfBc2(image);
+  if (pixels.size() == 0) return common::Status::NoMemory();
+  return StatusOf(zepiTextureEncodeBlockFromRGBA_DXT3_8u_C4C1R(
+      pixels.data(), static_cast<int32_t>(image.Step()), {image.width(), image.height()}, blocks));
+}
+
+// The stage gives 16 v for the alpha v, so that nothing would be opaque; other programs show 17 v.
+void WidenAlphaOfBc2(common::Image* image) {
+  uint8_t* const pixels = image->Row(0);
+  for (size_t i = 3; i < image->SizeInBytes(); i += 4) {
+    pixels[i] = static_cast<uint8_t>(pixels[i] | pixels[i] >> 4);
+  }
 }
 
 // Bands of rows are shared out among threads.
@@ -61,9 +88,7 @@ common::Status EncodeLevel(const common::Image& image, const EncodeOptions& opti
     case BlockFormat::kBc1:
       return StatusOf(
           zepiTextureEncodeBlockFromRGBA_DXT1_8u_C4C1R(image.Row(0), step, size, blocks));
-    case BlockFormat::kBc2:
-      return StatusOf(
-          zepiTextureEncodeBlockFromRGBA_DXT3_8u_C4C1R(image.Row(0), step, size, blocks));
+    case BlockFormat::kBc2: return EncodeBc2(image, blocks);
     case BlockFormat::kBc3:
       return StatusOf(
           zepiTextureEncodeBlockFromRGBA_DXT5_8u_C4C1R(image.Row(0), step, size, blocks));
@@ -100,7 +125,9 @@ common::Status DecodeLevel(const Header& header, const uint8_t* blocks, common::
     return StatusOf(zepiTextureDecodeBlock_BC4_8u_C1R(blocks, image->Row(0), size.width, size));
   }
   if (image->layout() == common::PixelLayout::kRgba) {
-    return DecodeRgba(header.format, blocks, image->Row(0), size);
+    common::Status status = DecodeRgba(header.format, blocks, image->Row(0), size);
+    if (header.format == BlockFormat::kBc2) WidenAlphaOfBc2(image);
+    return status;
   }
   common::ByteBuffer decoded;
   if (!decoded.Resize(pixels * (header.is_ycocg ? 4 : kRg))) return common::Status::NoMemory();

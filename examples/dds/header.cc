@@ -18,7 +18,8 @@ constexpr uint32_t FourCc(const char (&name)[5]) {
 
 // Fields by their offset in the file. The header's size counts from its own first field.
 constexpr size_t kHeaderSize = 4, kFlags = 8, kHeight = 12, kWidth = 16, kLinearSize = 20;
-constexpr size_t kLevelCount = 28, kReserved = 32, kPixelFormatSize = 76, kPixelFormatFlags = 80;
+constexpr size_t kDepth = 24, kLevelCount = 28, kReserved = 32, kPixelFormatSize = 76,
+                 kPixelFormatFlags = 80;
 constexpr size_t kFourCcField = 84, kCaps = 108, kCaps2 = 112, kPlainHeaderEnd = 128;
 constexpr size_t kDxgiFormat = 128, kDimension = 132, kMiscFlags = 136, kArraySize = 140;
 constexpr size_t kDx10HeaderEnd = 148;
@@ -29,7 +30,7 @@ constexpr uint32_t kHasLevelCount = 0x20000, kHasLinearSize = 0x80000;
 constexpr uint32_t kHasFourCc = 0x4;
 constexpr uint32_t kIsTexture = 0x1000, kIsComplex = 0x8, kHasMipmaps = 0x400000;
 constexpr uint32_t kIsCube = 0x200, kFaces = 0xFC00, kIsVolume = 0x200000;
-constexpr uint32_t kTexture2d = 3, kDx10Cube = 0x4;
+constexpr uint32_t kTexture2d = 3, kTexture3d = 4, kDx10Cube = 0x4;
 constexpr uint32_t kMark[2] = {FourCc("ZEPJ"), FourCc("YCOC")};
 
 struct Name {
@@ -63,6 +64,10 @@ std::string NameOf(uint32_t four_cc) {
   }
   return name;
 }
+
+// A volume of a single slice is a picture. Some programs write 0 where others write 1, for depth, levels and
+// elements of an array alike.
+bool IsFlat(const uint8_t* data) { return Word(data, kDepth) <= 1; }
 
 common::Status ParseFourCc(uint32_t four_cc, Header* header) {
   const auto* found = std::find_if(kNames.begin(), kNames.end(),
@@ -110,12 +115,12 @@ common::Status ParseFormat(const uint8_t* data, size_t size, Header* header) {
   if (four_cc != FourCc("DX10")) return ParseFourCc(four_cc, header);
   if (size < kDx10HeaderEnd) return common::Status::Error("the file ends within its header");
   header->data_offset = kDx10HeaderEnd;
-  if (Word(data, kDimension) != kTexture2d) {
+  const uint32_t dimension = Word(data, kDimension);
+  if (dimension != kTexture2d && !(dimension == kTexture3d && IsFlat(data))) {
     return common::Status::Error("only two-dimensional textures are supported");
   }
-  header->pictures = int64_t{Word(data, kArraySize)};
+  header->pictures = std::max(int64_t{Word(data, kArraySize)}, int64_t{1});
   if ((Word(data, kMiscFlags) & kDx10Cube) != 0) header->pictures *= 6;
-  if (header->pictures == 0) return common::Status::Error("the header announces no picture");
   return ParseDxgi(Word(data, kDxgiFormat), header);
 }
 
@@ -180,7 +185,7 @@ common::Status ParseHeader(const uint8_t* data, size_t size, Header* header) {
     return common::Status::Error("the header is damaged");
   }
   const uint32_t caps2 = Word(data, kCaps2);
-  if ((caps2 & kIsVolume) != 0) {
+  if ((caps2 & kIsVolume) != 0 && !IsFlat(data)) {
     return common::Status::Error("only two-dimensional textures are supported");
   }
   if (common::Status status = ParseSize(data, header); !status.ok()) return status;

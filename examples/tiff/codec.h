@@ -53,7 +53,8 @@ struct FileInfo {
 constexpr int64_t kMostExpansion = 64;
 constexpr int64_t kAlwaysAcceptedBytes = int64_t{1} << 20;
 
-// The first picture of a file. An error means that there is none; a picture with damaged strips, which are
+// The first picture of a file. The time is bounded by the bytes of the picture (three times as many are
+// touched) and the number of strips, memory by twice the picture and 8 bytes a strip. An error means that there is none; a picture with damaged strips, which are
 // 0 where they are lost, comes with messages.
 common::Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options,
                       common::Raster* picture, FileInfo* info);

@@ -13,6 +13,7 @@ namespace {
 using common::Status;
 
 constexpr bool kIsBigEndianMachine = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__;
+constexpr size_t kUselessBytes = 64;  // that a strip may have besides its packets
 
 class Decoder {
  public:
@@ -85,7 +86,8 @@ class Decoder {
       return Status();
     }
     // Packets should end with their row; some programs let them end with the strip.
-    auto used = static_cast<int32_t>(std::min<size_t>(there, INT32_MAX));
+    auto used =
+        static_cast<int32_t>(std::min<size_t>(std::min(there, MostPacked(wanted)), INT32_MAX));
     const zepStatus status =
         used == 0 ? zepStatusUnpackBitsOverrun
                   : zepiUnpackBitsRow_TIFF_8u_C1(data_ + offset, &used, buffer_.data(),
@@ -93,6 +95,11 @@ class Decoder {
     if (status != zepStatusOk) ReportLoss(index);
     return Status();
   }
+
+  // Packets of one byte each make two bytes of one, and more has no use but for those that stand for nothing. Without
+  // a limit all strips could share one long row of these, and the time would be that of a file that has it in
+  // each.
+  static size_t MostPacked(size_t bytes) { return 2 * bytes + kUselessBytes; }
 
   void ReportLoss(size_t index) {
     info_->messages.Add("strip " + std::to_string(index) + " is damaged or not all there");

@@ -91,22 +91,23 @@ class DirectoryReader {
     entries_.emplace(static_cast<int>(Word(at, 2)), entry);
   }
 
-  // The whole numbers of a field; none where it is missing.
-  std::vector<uint32_t> Values(Tag tag) const {
+  // The first whole numbers of a field; none where it is missing.
+  std::vector<uint32_t> Values(Tag tag, size_t most) const {
     std::vector<uint32_t> values;
     const auto found = entries_.find(tag);
     if (found == entries_.end() || found->second.type == kRational) return values;
     const Entry& entry = found->second;
     const size_t value_size = SizeOfType(entry.type);
-    values.reserve(entry.count);
-    for (size_t i = 0; i < entry.count; ++i) {
+    const size_t count = std::min<size_t>(entry.count, most);
+    values.reserve(count);
+    for (size_t i = 0; i < count; ++i) {
       values.push_back(Word(entry.offset + i * value_size, value_size));
     }
     return values;
   }
 
   uint32_t Value(Tag tag, uint32_t by_default) const {
-    const std::vector<uint32_t> values = Values(tag);
+    const std::vector<uint32_t> values = Values(tag, 1);
     return values.empty() ? by_default : values[0];
   }
 
@@ -127,7 +128,7 @@ class DirectoryReader {
     if (channels != 1 && channels != 3) {
       return Status::Error(std::to_string(channels) + " samples a pixel; 1 and 3 can be read");
     }
-    const std::vector<uint32_t> bits = Values(kBitsPerSample);
+    const std::vector<uint32_t> bits = Values(kBitsPerSample, 4);
     const uint32_t first = bits.empty() ? 1 : bits[0];
     if ((first != 8 && first != 16) ||
         std::any_of(bits.begin(), bits.end(), [&](uint32_t b) { return b != first; })) {
@@ -181,8 +182,10 @@ class DirectoryReader {
     const uint32_t rows = std::min(Value(kRowsPerStrip, height), height);
     if (rows < 1) return Status::Error("the directory announces strips without rows");
     strips_->rows = static_cast<int>(rows);
-    strips_->offsets = Values(kStripOffsets);
-    strips_->sizes = Values(kStripByteCounts);
+    const size_t planes = strips_->is_planar ? static_cast<size_t>(info_->channels) : 1;
+    const size_t strips = planes * ((size_t{height} + rows - 1) / rows);
+    strips_->offsets = Values(kStripOffsets, strips);
+    strips_->sizes = Values(kStripByteCounts, strips);
     if (strips_->offsets.empty()) return Status::Error("the directory tells no place of strips");
     return Status();
   }

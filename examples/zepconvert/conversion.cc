@@ -15,8 +15,10 @@
 #include "zepconvert/jpeg_file.h"
 #include "zepconvert/jxr_file.h"
 #include "zepconvert/ljpeg_file.h"
+#include "zepconvert/orientation.h"
 #include "zepconvert/picture.h"
 #include "zepconvert/png_file.h"
+#include "zepconvert/png_profile.h"
 #include "zepconvert/pnm_file.h"
 #include "zepconvert/tiff_file.h"
 
@@ -153,8 +155,9 @@ PixelLayout LayoutFor(const Settings& settings, Format format, const common::Ima
                 HasAlpha(dds::LayoutOf(options.format, options.is_ycocg));
   }
   if (is_grey) return has_alpha ? PixelLayout::kGreyAlpha : PixelLayout::kGrey;
-  const bool is_jpeg = format == Format::kJpeg || format == Format::kLjpeg;
-  if (before == PixelLayout::kCmyk && is_jpeg) return before;
+  const bool keeps_inks =
+      format == Format::kJpeg || format == Format::kLjpeg || format == Format::kPam;
+  if (before == PixelLayout::kCmyk && keeps_inks) return before;
   return has_alpha ? PixelLayout::kRgba : PixelLayout::kRgb;
 }
 
@@ -174,6 +177,29 @@ void AdjustMetadata(const Settings& settings, bool loses_colors, Picture* pictur
 }
 
 constexpr char kLaidOverWhite[] = "transparent parts were laid over white";
+
+// A profile never costs the picture: what a PNG file cannot have is left out.
+void DropUnfitProfile(bool is_grey, Picture* picture) {
+  const std::vector<uint8_t> profile = jpeg::FindIccProfile(picture->metadata);
+  if (profile.empty()) return;
+  const std::string fault = PngProfileFault(profile, is_grey);
+  if (fault.empty()) return;
+  jpeg::RemoveIccProfile(&picture->metadata);
+  picture->notes.push_back("the colour profile was dropped: " + fault);
+}
+
+bool HoldsExif(Format format) {
+  return format == Format::kJpeg || format == Format::kLjpeg || format == Format::kPng;
+}
+
+void NoteMetadata(Format format, Picture* picture) {
+  const int channels = picture->IsDeep() ? picture->deep.channels() : picture->image.channels();
+  if (format == Format::kPng) DropUnfitProfile(channels <= 2, picture);
+  if (!HoldsExif(format) && OrientationOf(jpeg::FindExif(picture->metadata)) > 1) {
+    picture->notes.emplace_back(
+        "the picture is stored turned or mirrored, and this kind of file cannot say so");
+  }
+}
 
 // PNG and TIFF files have 8 or 16 bits, others any number.
 common::Status AdjustDeep(const Settings& settings, Format format, Picture* picture) {
@@ -304,7 +330,7 @@ common::Status MeasureLoss(const common::ByteBuffer& output, const std::string& 
   common::ByteBuffer file;
   common::Status status = LoadPicture(output, &again);
   if (!status.ok()) return status;
-  // DXT3 makes opaque pixels transparent.
+  // Blocks may be less opaque than the picture.
   status = HasAlpha(again.image.layout()) ? Relayout(again.image.layout(), image)
                                           : Relayout(image->layout(), &again.image);
   if (!status.ok()) return status;
@@ -353,6 +379,7 @@ common::Status Change(const Settings& settings, const common::ByteBuffer& input,
     status = Adjust(settings, format, picture);
   }
   if (!status.ok()) return status;
+  NoteMetadata(format, picture);
   result->width = picture->IsDeep() ? picture->deep.width() : picture->image.width();
   result->height = picture->IsDeep() ? picture->deep.height() : picture->image.height();
   status = Save(settings, format, *picture, output, result);

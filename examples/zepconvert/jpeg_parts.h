@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What pictures from JPEG files with lossy and with lossless coding have in common.
+// What pictures from JPEG files with lossy and with lossless coding have in common, and PAM files in part.
 #ifndef ZEPJP_EXAMPLES_ZEPCONVERT_JPEG_PARTS_H_
 #define ZEPJP_EXAMPLES_ZEPCONVERT_JPEG_PARTS_H_
 

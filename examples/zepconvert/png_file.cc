@@ -9,6 +9,8 @@
 
 #include <png.h>
 
+#include "zepconvert/png_profile.h"
+
 namespace zepconvert {
 namespace {
 
@@ -19,6 +21,7 @@ constexpr double kInchesPerMetre = 39.37007874;
 // constructed between the place that it returns to and the calls that may jump.
 struct ErrorText {
   char text[256] = "damaged";
+  char profile[256] = "";  // why a colour profile was not taken
 };
 
 void KeepError(png_structp png, png_const_charp text) {
@@ -27,12 +30,23 @@ void KeepError(png_structp png, png_const_charp text) {
   png_longjmp(png, 1);
 }
 
-void IgnoreWarning(png_structp /*png*/, png_const_charp /*text*/) {}
+// Only what is said about a profile matters.
+void KeepWarning(png_structp png, png_const_charp text) {
+  auto* error = static_cast<ErrorText*>(png_get_error_ptr(png));
+  if (std::strncmp(text, "iCCP", 4) == 0) {
+    std::strncpy(error->profile, text, sizeof(error->profile) - 1);
+  }
+}
+
+// Chunks that nobody here asks for. A few kilobytes of them can unpack to many megabytes.
+constexpr png_byte kSkippedChunks[] =
+    "tEXt\0zTXt\0iTXt\0sPLT\0hIST\0pCAL\0sCAL";  // with a zero after each
+constexpr int kSkippedChunkCount = sizeof(kSkippedChunks) / 5;
 
 class Reader {
  public:
   Reader(const uint8_t* data, size_t size) : next_(data), left_(size) {
-    png_ = png_create_read_struct(PNG_LIBPNG_VER_STRING, &error_, KeepError, IgnoreWarning);
+    png_ = png_create_read_struct(PNG_LIBPNG_VER_STRING, &error_, KeepError, KeepWarning);
     if (png_ != nullptr) info_ = png_create_info_struct(png_);
     if (info_ != nullptr) png_set_read_fn(png_, this, ReadBytes);
   }
@@ -51,17 +65,21 @@ class Reader {
   bool ReadHeader() {
     if (setjmp(png_jmpbuf(png_)) != 0) return false;
     png_set_user_limits(png_, 0x7FFFFFFF, 0x7FFFFFFF);  // the caller has a limit of its own
+    png_set_keep_unknown_chunks(png_, PNG_HANDLE_CHUNK_NEVER, kSkippedChunks, kSkippedChunkCount);
     png_read_info(png_, info_);
-    raw_bytes_ =
-        static_cast<uint64_t>(png_get_rowbytes(png_, info_)) * png_get_image_height(png_, info_);
+    // Each row has a byte for its filter.
+    raw_bytes_ = (uint64_t{png_get_rowbytes(png_, info_)} + 1) * png_get_image_height(png_, info_);
     png_set_expand(png_);
     if (!kIsBigEndianMachine) png_set_swap(png_);
-    png_set_interlace_handling(png_);
+    passes_ = png_set_interlace_handling(png_);
     png_read_update_info(png_, info_);
     channels_ = png_get_channels(png_, info_);
     bits_ = png_get_bit_depth(png_, info_);
     return true;
   }
+
+  // Why the file's colour profile was not taken; empty where it was, or where there is none.
+  std::string ProfileFault() const { return icc_.empty() ? error_.profile : ""; }
 
   // Deflate makes at most 1032 bytes of one: a picture that cannot be in the file is refused.
   bool CanHold(size_t file_size) const { return raw_bytes_ / 1032 <= file_size; }
@@ -69,10 +87,12 @@ class Reader {
   bool ReadPixels(uint8_t* pixels) {
     const size_t step =
         static_cast<size_t>(width()) * static_cast<size_t>(channels_) * (bits_ == 16 ? 2 : 1);
-    rows_.resize(static_cast<size_t>(height()));
-    for (size_t y = 0; y < rows_.size(); ++y) rows_[y] = pixels + y * step;
     if (setjmp(png_jmpbuf(png_)) != 0) return false;
-    png_read_image(png_, rows_.data());
+    for (int pass = 0; pass < passes_; ++pass) {
+      for (int64_t y = 0; y < height(); ++y) {
+        png_read_row(png_, pixels + static_cast<size_t>(y) * step, nullptr);
+      }
+    }
     png_read_end(png_, info_);
     return true;
   }
@@ -113,7 +133,7 @@ class Reader {
   int channels_ = 0;
   int bits_ = 8;
   uint64_t raw_bytes_ = 0;
-  std::vector<png_bytep> rows_;
+  int passes_ = 1;
   std::vector<uint8_t> icc_;
   std::vector<uint8_t> exif_;
 };
@@ -124,10 +144,12 @@ constexpr common::PixelLayout kLayouts[] = {
 constexpr int kColorTypes[] = {PNG_COLOR_TYPE_GRAY, PNG_COLOR_TYPE_GRAY_ALPHA, PNG_COLOR_TYPE_RGB,
                                PNG_COLOR_TYPE_RGB_ALPHA};
 
+constexpr png_byte kProfileChunk[] = "iCCP";
+
 class Writer {
  public:
   explicit Writer(common::ByteBuffer* file) : file_(file) {
-    png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, &error_, KeepError, IgnoreWarning);
+    png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, &error_, KeepError, KeepWarning);
     if (png_ != nullptr) info_ = png_create_info_struct(png_);
     if (info_ != nullptr) png_set_write_fn(png_, this, WriteBytes, [](png_structp) {});
   }
@@ -141,7 +163,17 @@ class Writer {
   // `Pixels` is an image of 8 bits or a picture of 16.
   template <class Pixels>
   bool Write(const Pixels& image, int bits, const jpeg::Metadata& metadata) {
-    icc_ = jpeg::FindIccProfile(metadata);
+    // libpng would refuse profiles that are in wide use, as that of 3144 bytes for sRGB.
+    const std::vector<uint8_t> profile = jpeg::FindIccProfile(metadata);
+    const bool has_profile =
+        !profile.empty() && PngProfileFault(profile, image.channels() <= 2).empty();
+    if (has_profile) icc_chunk_ = MakeProfileChunk(profile);
+    return WriteChunks(image, bits, metadata);
+  }
+
+ private:
+  template <class Pixels>
+  bool WriteChunks(const Pixels& image, int bits, const jpeg::Metadata& metadata) {
     exif_ = jpeg::FindExif(metadata);
     if (setjmp(png_jmpbuf(png_)) != 0) return false;
     png_set_user_limits(png_, 0x7FFFFFFF, 0x7FFFFFFF);
@@ -151,6 +183,10 @@ class Writer {
                  static_cast<png_uint_32>(image.height()), bits, kColorTypes[image.channels() - 1],
                  PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_BASE, PNG_FILTER_TYPE_BASE);
     SetMetadata(metadata.density);
+    png_write_info_before_PLTE(png_, info_);
+    if (!icc_chunk_.empty()) {
+      png_write_chunk(png_, kProfileChunk, icc_chunk_.data(), icc_chunk_.size());
+    }
     png_write_info(png_, info_);
     if (bits == 16 && !kIsBigEndianMachine) png_set_swap(png_);
     for (int y = 0; y < image.height(); ++y) png_write_row(png_, image.Row(y));
@@ -158,12 +194,7 @@ class Writer {
     return true;
   }
 
- private:
   void SetMetadata(const jpeg::Density& density) {
-    if (!icc_.empty()) {
-      png_set_iCCP(png_, info_, "icc", PNG_COMPRESSION_TYPE_BASE, icc_.data(),
-                   static_cast<png_uint_32>(icc_.size()));
-    }
     if (!exif_.empty()) {
       png_set_eXIf_1(png_, info_, static_cast<png_uint_32>(exif_.size()), exif_.data());
     }
@@ -182,7 +213,7 @@ class Writer {
   ErrorText error_;
   png_structp png_ = nullptr;
   png_infop info_ = nullptr;
-  std::vector<uint8_t> icc_;
+  std::vector<uint8_t> icc_chunk_;
   std::vector<uint8_t> exif_;
 };
 
@@ -218,6 +249,9 @@ common::Status ReadPng(const uint8_t* data, size_t size, int64_t max_pixels, Pic
   uint8_t* const pixels = is_deep ? picture->deep.Row(0) : picture->image.Row(0);
   if (!reader.ReadPixels(pixels)) return PngError(reader.error());
   reader.ReadMetadata(&picture->metadata);
+  if (const std::string fault = reader.ProfileFault(); !fault.empty()) {
+    picture->notes.push_back("the colour profile was dropped: " + fault);
+  }
   return common::Status();
 }
 

@@ -13,11 +13,12 @@
 namespace zepconvert {
 
 // Palettes are expanded; samples of less than 8 bits become 8. EXIF data, a colour profile and the resolution
-// are kept.
+// are kept; other chunks are skipped. It takes the picture's memory and a few rows, and at most 8 MB for
+// each of EXIF data and profile.
 common::Status ReadPng(const uint8_t* data, size_t size, int64_t max_pixels, Picture* picture);
 
 // The image must not be CMYK, a deep picture must have 16 bits. EXIF data, colour profile and resolution
-// are written; other segments have no place in a PNG file.
+// are written, a profile only where PngProfileFault() finds none; other segments have no place in a PNG file.
 common::Status WritePng(const common::Image& image, const jpeg::Metadata& metadata,
                         common::ByteBuffer* file);
 common::Status WritePng(const common::Raster& picture, const jpeg::Metadata& metadata,

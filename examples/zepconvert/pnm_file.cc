@@ -6,6 +6,8 @@
 #include <cstring>
 #include <string>
 
+#include "zepconvert/jpeg_parts.h"
+
 namespace zepconvert {
 namespace {
 
@@ -51,7 +53,9 @@ common::Status ReadPamHeader(const uint8_t* data, size_t size, PnmHeader* header
       channels = ReadNumber(data, size, &at);
     } else if (name == "MAXVAL") {
       header->max_value = ReadNumber(data, size, &at);
-    } else {  // comments and TUPLTYPE, which the number of channels tells too
+    } else if (name == "TUPLTYPE") {  // RGB and the like, which the number of channels tells too
+      header->is_cmyk = ReadWord(data, size, &at) == "CMYK";
+    } else {  // comments
       while (at < size && data[at] != '\n') ++at;
     }
   }
@@ -60,6 +64,7 @@ common::Status ReadPamHeader(const uint8_t* data, size_t size, PnmHeader* header
                                  " channels; 1 to 4 can be read");
   }
   header->channels = static_cast<int>(channels);
+  header->is_cmyk = header->is_cmyk && channels == 4;
   header->size = at + 1;
   return common::Status();
 }
@@ -79,8 +84,9 @@ common::Status ReadImage(const PnmHeader& header, const uint8_t* in, common::Ima
   constexpr common::PixelLayout kLayouts[] = {
       common::PixelLayout::kGrey, common::PixelLayout::kGreyAlpha, common::PixelLayout::kRgb,
       common::PixelLayout::kRgba};
-  if (!image->Resize(static_cast<int>(header.width), static_cast<int>(header.height),
-                     kLayouts[header.channels - 1])) {
+  const common::PixelLayout layout =
+      header.is_cmyk ? common::PixelLayout::kCmyk : kLayouts[header.channels - 1];
+  if (!image->Resize(static_cast<int>(header.width), static_cast<int>(header.height), layout)) {
     return common::Status::NoMemory();
   }
   const size_t count = image->SizeInBytes();
@@ -114,7 +120,8 @@ common::Status ReadDeep(const PnmHeader& header, const uint8_t* in, common::Rast
   return common::Status();
 }
 
-std::string MakeHeader(PnmKind kind, int width, int height, int channels, int max_value) {
+std::string MakeHeader(PnmKind kind, int width, int height, int channels, int max_value,
+                       bool is_cmyk) {
   const std::string size = std::to_string(width) + " " + std::to_string(height);
   const std::string most = std::to_string(max_value);
   if (kind != PnmKind::kPam) {
@@ -123,8 +130,8 @@ std::string MakeHeader(PnmKind kind, int width, int height, int channels, int ma
   }
   constexpr const char* kTypes[] = {"GRAYSCALE", "GRAYSCALE_ALPHA", "RGB", "RGB_ALPHA"};
   return "P7\nWIDTH " + std::to_string(width) + "\nHEIGHT " + std::to_string(height) + "\nDEPTH " +
-         std::to_string(channels) + "\nMAXVAL " + most + "\nTUPLTYPE " + kTypes[channels - 1] +
-         "\nENDHDR\n";
+         std::to_string(channels) + "\nMAXVAL " + most + "\nTUPLTYPE " +
+         (is_cmyk ? "CMYK" : kTypes[channels - 1]) + "\nENDHDR\n";
 }
 
 bool AppendText(const std::string& text, common::ByteBuffer* file) {
@@ -166,12 +173,15 @@ common::Status ReadPnm(const uint8_t* data, size_t size, int64_t max_pixels, Pic
   const bool is_power = (header.max_value & (header.max_value + 1)) == 0;
   const bool is_image =
       header.max_value == 255 || header.max_value == 1 || (header.max_value < 255 && !is_power);
-  return is_image ? ReadImage(header, in, &picture->image) : ReadDeep(header, in, &picture->deep);
+  if (is_image) return ReadImage(header, in, &picture->image);
+  status = ReadDeep(header, in, &picture->deep);
+  return status.ok() && header.is_cmyk ? DeepInksToRgb(false, picture) : status;
 }
 
 common::Status WritePnm(const common::Image& image, PnmKind kind, common::ByteBuffer* file) {
   const size_t count = image.SizeInBytes();
-  const std::string header = MakeHeader(kind, image.width(), image.height(), image.channels(), 255);
+  const std::string header = MakeHeader(kind, image.width(), image.height(), image.channels(), 255,
+                                        image.layout() == common::PixelLayout::kCmyk);
   const bool widen = kind == PnmKind::kPpm && image.channels() == 1;
   if (!file->Resize(0) || !file->MakeRoom(header.size() + count * (widen ? 3 : 1)) ||
       !AppendText(header, file)) {
@@ -187,8 +197,8 @@ common::Status WritePnm(const common::Image& image, PnmKind kind, common::ByteBu
 }
 
 common::Status WritePnm(const common::Raster& picture, PnmKind kind, common::ByteBuffer* file) {
-  const std::string header =
-      MakeHeader(kind, picture.width(), picture.height(), picture.channels(), picture.MaxValue());
+  const std::string header = MakeHeader(kind, picture.width(), picture.height(), picture.channels(),
+                                        picture.MaxValue(), false);
   const int copies = kind == PnmKind::kPpm && picture.channels() == 1 ? 3 : 1;
   const size_t size = picture.SizeInBytes() * static_cast<size_t>(copies);
   if (!file->Resize(0) || !AppendText(header, file) || !file->Resize(header.size() + size)) {

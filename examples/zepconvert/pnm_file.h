@@ -14,7 +14,8 @@
 namespace zepconvert {
 
 struct PnmHeader {
-  int channels = 0;  // 1 to 4; 2 and 4 with opacity
+  int channels = 0;      // 1 to 4; 2 and 4 with opacity
+  bool is_cmyk = false;  // four inks, 0 none
   int64_t width = 0;
   int64_t height = 0;
   int64_t max_value = 0;  // 1..65535; samples above 255 take two bytes
@@ -23,12 +24,14 @@ struct PnmHeader {
 
 common::Status ReadPnmHeader(const uint8_t* data, size_t size, PnmHeader* header);
 
-// Samples of 2^n - 1 values stay as they are; others are scaled to 8 bits or, above 255, to 16.
+// Samples of 2^n - 1 values stay as they are; others are scaled to 8 bits or, above 255, to 16. CMYK of other depths
+// than 8 becomes RGB.
 common::Status ReadPnm(const uint8_t* data, size_t size, int64_t max_pixels, Picture* picture);
 
 enum class PnmKind { kPgmOrPpm, kPpm, kPam };
 
-// Grey pictures become P5 unless P6 is asked for, RGB ones P6; those with opacity can be PAM only.
+// Grey pictures become P5 unless P6 is asked for, RGB ones P6; those with opacity and CMYK can
+// be PAM only.
 common::Status WritePnm(const common::Image& image, PnmKind kind, common::ByteBuffer* file);
 common::Status WritePnm(const common::Raster& picture, PnmKind kind, common::ByteBuffer* file);
 

@@ -308,4 +308,50 @@ TEST(Tiff, HugeHeadersCostNothing) {
             std::string::npos);
 }
 
+// A million strips that all begin with the same packets for nothing.
+TEST(Tiff, ManyStripsAreQuick) {
+  constexpr uint32_t kStrips = 1 << 20;
+  const auto start = std::chrono::steady_clock::now();
+  for (const bool has_sizes : {false, true}) {
+    Bytes file = {'I', 'I', 42, 0, 0, 0, 0, 0};
+    file.resize(60000, 0x80);
+    file.insert(file.end(), {0, 7});
+    const auto add = [&](size_t value, int bytes) {
+      for (int i = 0; i < bytes; ++i) file.push_back(static_cast<uint8_t>(value >> 8 * i));
+    };
+    for (int i = 0; i < 4; ++i)
+      file[4 + static_cast<size_t>(i)] = static_cast<uint8_t>(file.size() >> 8 * i);
+    const uint32_t fields = has_sizes ? 9 : 8;
+    add(fields, 2);
+    const size_t arrays = file.size() + 12 * fields + 4;
+    const auto field = [&](uint32_t tag, uint32_t type, uint32_t count, size_t value) {
+      add(tag, 2);
+      add(type, 2);
+      add(count, 4);
+      add(value, 4);
+    };
+    field(256, 3, 1, 1);
+    field(257, 4, 1, kStrips);
+    field(258, 3, 1, 8);
+    field(259, 3, 1, 32773);
+    field(262, 3, 1, 1);
+    field(273, 3, kStrips, arrays);
+    field(277, 3, 1, 1);
+    field(278, 3, 1, 1);
+    if (has_sizes) field(279, 3, kStrips, arrays + 2 * size_t{kStrips});
+    add(0, 4);
+    for (uint32_t i = 0; i < kStrips; ++i) add(i < kStrips / 2 ? 8 : 60000, 2);
+    if (has_sizes) {
+      for (uint32_t i = 0; i < kStrips; ++i) add(60000, 2);
+    }
+    Raster picture;
+    tiff::FileInfo info;
+    ASSERT_EQ(Decode(file, &picture, &info).text(), "");
+    EXPECT_EQ(info.messages.count(), kStrips / 2);
+    EXPECT_EQ(picture.Get(0), 0);
+    EXPECT_EQ(picture.Get(kStrips - 1), 7);
+  }
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+}
+
 }  // namespace
