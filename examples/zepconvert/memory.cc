@@ -3,6 +3,9 @@
 
 #include <algorithm>
 
+#include "jpeg/decoder.h"
+#include "jpegxr/decoder.h"
+#include "ljpeg/codec.h"
 #include "zepconvert/jp2_file.h"
 #include "zepconvert/picture.h"
 
@@ -16,7 +19,8 @@ struct Cost {
   double samples;
 };
 
-// While a file is decoded: the picture and what the codec holds beside it. Measured on photographs.
+// While a file is decoded: the picture and what the codec holds beside it. Measured on photographs. Codecs that
+// tell it from a file's header are asked instead; of these it counts where a result is decoded again.
 Cost DecodeCost(Format format) {
   switch (format) {
     case Format::kPng:
@@ -26,7 +30,8 @@ Cost DecodeCost(Format format) {
     case Format::kDds: return {2, 0};
     case Format::kJpeg: return {2, 2};  // planes; coefficients of progressive files
     case Format::kJp2:
-    case Format::kJ2k: return {1, 5.5};  // of results that are decoded again; files tell it themselves
+    case Format::kJ2k:
+      return {1, 5.5};  // of results that are decoded again; files tell it themselves
     case Format::kJxr: return {1, 6};
     default: return {0, 0};
   }
@@ -53,6 +58,38 @@ Cost EncodeCost(Format format) {
   }
 }
 
+bool HasEstimate(Format format) {
+  return format == Format::kJpeg || format == Format::kLjpeg || format == Format::kJp2 ||
+         format == Format::kJ2k || format == Format::kJxr;
+}
+
+// What these codecs know from their headers. 0 where they refuse the file.
+double EstimateDecoding(const Settings& settings, Format format, const common::ByteBuffer& input) {
+  int64_t bytes = 0;
+  if (format == Format::kJpeg) {
+    jpeg::FileInfo info;
+    jpeg::DecodeOptions options;
+    options.scale = settings.scale;
+    if (jpeg::ReadFileInfo(input.data(), input.size(), &info).ok()) {
+      bytes = jpeg::MemoryNeed(info, options);
+    }
+  } else if (format == Format::kLjpeg) {
+    ljpeg::FileInfo info;
+    if (ljpeg::ReadFileInfo(input.data(), input.size(), &info).ok()) {
+      bytes = ljpeg::MemoryNeed(info);
+    }
+  } else if (format == Format::kJxr) {
+    jpegxr::DecodeOptions options;
+    options.max_pixels = settings.max_pixels;
+    options.threads = settings.threads;
+    const bool is_good = jpegxr::EstimateMemory(input.data(), input.size(), options, &bytes).ok();
+    if (!is_good) bytes = 0;
+  } else {
+    bytes = EstimateJp2Memory(settings, input);
+  }
+  return static_cast<double>(bytes);
+}
+
 }  // namespace
 
 int64_t EstimateMemory(const Settings& settings, const Job& job, const common::ByteBuffer& input) {
@@ -69,10 +106,8 @@ int64_t EstimateMemory(const Settings& settings, const Job& job, const common::B
   };
   const Format output = FormatOfName(job.output);
   const Format format = FormatOfBytes(input.data(), input.size());
-  const bool is_jp2 = format == Format::kJp2 || format == Format::kJ2k;
-  const double decoding =
-      is_jp2 ? static_cast<double>(EstimateJp2Memory(settings, input)) + picture
-             : bytes(DecodeCost(format));
+  const double decoding = HasEstimate(format) ? EstimateDecoding(settings, format, input) + picture
+                                              : bytes(DecodeCost(format));
   const double encoding = picture + bytes(EncodeCost(output));
   // A search for a PSNR and a report decode the result again.
   const bool decodes_again = settings.psnr > 0 || !settings.report_directory.empty();
