@@ -157,8 +157,8 @@ class IntervalMatcher {
     FillCosts(markers, intervals, &costs);
     const int take = costs[1][1] + CostToTake(next_, index_);
     const int skip = costs[1][0] + CostToSkip(next_);
-    const int wrong = (Marker(next_) - ExpectedAt(index_)) & (kNumbers - 1);
-    const auto missing = static_cast<size_t>(wrong);
+    const int ahead = Marker(next_) - ExpectedAt(index_);
+    const auto missing = static_cast<size_t>(ahead) % kNumbers;
     const bool may_miss = IsRestart(Marker(next_)) && missing < intervals;
     const int miss = may_miss ? costs[0][missing] + kMissing - (CountsAgree(missing) ? 1 : 0)
                               : std::numeric_limits<int>::max();
