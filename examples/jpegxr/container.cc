@@ -42,14 +42,10 @@ void PutEntry(uint16_t tag, uint16_t type, uint32_t count, uint32_t value,
   Put(value, 4, bytes);
 }
 
-// A part of the file; a size of 0 or beyond the end means what there is.
-Span PartOf(const Span& file, uint32_t offset, uint32_t size, Messages* messages) {
+// A codestream goes to the end of the file: it knows where it ends, and some writers' sizes are too small or 0.
+Span CodestreamAt(const Span& file, uint32_t offset) {
   if (offset >= file.size) return {};
-  const size_t rest = file.size - offset;
-  if (size > rest && messages != nullptr) {
-    messages->Add("the file ends before its codestream does");
-  }
-  return {file.data + offset, size == 0 || size > rest ? rest : size};
+  return {file.data + offset, file.size - offset};
 }
 
 }  // namespace
@@ -75,10 +71,12 @@ Status ReadContainer(const uint8_t* data, size_t size, Messages* messages, Conta
     const uint32_t value = Little(entry + 8, Little(entry + 2, 2) == 3 ? 2 : 4);
     if (tag >= kOffsetTag && tag <= kAlphaSizeTag) values[tag - kOffsetTag] = value;
   }
-  container->picture = PartOf(file, values[0], values[1], messages);
+  container->picture = CodestreamAt(file, values[0]);
   if (container->picture.size == 0) return Status::Error("the file has no codestream");
+  if (values[1] > container->picture.size)
+    messages->Add("the file ends before its codestream does");
   // Some encoders claim too much for opacity.
-  if (values[2] != 0) container->alpha = PartOf(file, values[2], values[3], nullptr);
+  if (values[2] != 0) container->alpha = CodestreamAt(file, values[2]);
   return Status();
 }
 

@@ -22,7 +22,7 @@ struct Container {
   Span alpha;  // empty: none of its own
 };
 
-// A codestream without a container is taken as it is. What lies beyond the file is cut off, with a message.
+// A codestream without a container is taken as it is. A size beyond the end of the file makes a message.
 Status ReadContainer(const uint8_t* data, size_t size, Messages* messages, Container* container);
 
 // Puts the codestream of a picture into a file.

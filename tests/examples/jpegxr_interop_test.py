@@ -333,12 +333,76 @@ def check_old_filters(bench):
         bench.theirs(picture, "-a", alpha, "-q", 30, "-Q", 70, "-l", overlap, is_old=True)
 
 
+def long_value(value):
+    return 4, 1, struct.pack("<I", value)
+
+
+def short_value(value):
+    return 3, 1, struct.pack("<HH", value, 0xABCD)
+
+
+def make_container(codestream, changes=(), tags=None, more=0, version=1, next_directory=0):
+    """A file whose directory has these changes, its entries in the order of `tags`."""
+    pixel_format = bytes.fromhex("24c3dd6f034efe4bb1853d77768dc90d")
+    tags = tags or [0xBC01, 0xBC80, 0xBC81, 0xBCC0, 0xBCC1] + [tag for tag in dict(changes) if tag < 0xBC00]
+    start = 8 + 2 + 12 * len(tags) + 4
+    entries = {0xBC01: (1, 16, struct.pack("<I", start)), 0xBC80: long_value(64),
+               0xBC81: long_value(48), 0xBCC0: long_value(start + 16),
+               0xBCC1: long_value(len(codestream)), **dict(changes)}
+    directory = struct.pack("<H", len(tags) + more)
+    for tag in tags:
+        kind, count, value = entries[tag]
+        directory += struct.pack("<HHI", tag, kind, count) + value
+    return (b"II\xBC" + bytes([version]) + struct.pack("<I", 8) + directory +
+            struct.pack("<I", next_directory) + pixel_format + codestream)
+
+
+def move_directory(file, padding):
+    """To the end of the file, at an odd place with one byte of padding or none."""
+    directory = file[8:8 + 2 + 12 * 5 + 4]
+    start = 4 * ((len(file) + 3) // 4) + padding
+    return file[:4] + struct.pack("<I", start) + file[8:].ljust(start - 8, b"\0") + directory
+
+
+def check_containers(bench):
+    """Directories as other programs write them, or should not."""
+    picture = make_picture(64, 48, 3, U8, "soft", 1)
+    file = bench.path("container.jxr")
+    bench.our_encode(picture, file, {})
+    whole = file.read_bytes()
+    codestream = whole[whole.index(b"WMPHOTO\0"):]
+    size = len(codestream)
+    backwards = [0xBCC1, 0xBCC0, 0xBC81, 0xBC80, 0xBC01]
+    plain = make_container(codestream)
+    cases = {"plain": plain, "older": make_container(codestream, version=0),
+             "size 0": make_container(codestream, [(0xBCC1, long_value(0))]),
+             "half the size": make_container(codestream, [(0xBCC1, long_value(size // 2))]),
+             "no size": make_container(codestream, tags=[0xBC01, 0xBC80, 0xBC81, 0xBCC0]),
+             "short sizes": make_container(codestream, [(0xBC80, short_value(64)), (0xBC81, short_value(48))]),
+             "backwards": make_container(codestream, tags=backwards),
+             "wrong width": make_container(codestream, [(0xBC80, long_value(9999))]),
+             "a ring": make_container(codestream, next_directory=8),
+             "directory at the end": move_directory(plain, 0),
+             "directory at an odd place": move_directory(plain, 1),
+             "other tags": make_container(codestream, [(0x010E, (2, 4, b"abc\0")), (0x8773, long_value(3))]),
+             "unknown type": make_container(codestream, [(0xBCC1, (13, 1, struct.pack("<I", size)))]),
+             "too many entries": make_container(codestream, more=1)}
+    for name, data in cases.items():
+        try:
+            file.write_bytes(data)
+            got = bench.expect_same(file, picture, f"container: {name}")
+            expect(got == picture.samples, f"container: {name}: not the picture")
+        except RuntimeError as error:
+            expect(False, f"container: {name}: {error}")
+
+
 def main():
     with tempfile.TemporaryDirectory() as directory:
         bench = Bench(sys.argv[1], directory)
         check_theirs(bench)
         check_ours(bench)
         check_old_filters(bench)
+        check_containers(bench)
     print(f"{checks} comparisons, {len(failures)} failed")
     return 1 if failures else 0
 
