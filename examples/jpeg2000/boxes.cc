@@ -6,6 +6,8 @@
 #include <string>
 #include <utility>
 
+#include "jpeg2000/codestream.h"
+
 namespace jpeg2000 {
 namespace {
 
@@ -17,6 +19,10 @@ constexpr uint32_t Name(const char (&text)[5]) {
 
 constexpr uint8_t kSignature[12] = {0, 0, 0, 12, 'j', 'P', ' ', ' ', 13, 10, 0x87, 10};
 constexpr size_t kMostEntries = 1024;
+
+// Illuminants of L*a*b*.
+constexpr uint32_t kD50 = 0x443530;
+constexpr uint32_t kD65 = 0x443635;
 
 uint64_t Number(const uint8_t* bytes, int count) {
   uint64_t value = 0;
@@ -68,7 +74,6 @@ ColorSpace Enumerated(int number) {
 
 // Range and offset of L*, a* and b*, then the illuminant; all or nothing.
 void ReadLabRange(const uint8_t* data, size_t size, LabRange* lab) {
-  constexpr uint64_t kD65 = 0x443635;
   if (size < 28) return;
   lab->has_offsets = true;
   for (size_t i = 0; i < 3; ++i) {
@@ -276,32 +281,67 @@ int Depth(const Component& component) {
   return (component.is_signed ? 128 : 0) | (component.bits - 1);
 }
 
+// As Enumerated() reads it.
+uint32_t NumberOf(const Image& image) {
+  switch (image.color) {
+    case ColorSpace::kInvertedGrey: return 0;
+    case ColorSpace::kCmy: return 11;
+    case ColorSpace::kCmyk: return 12;
+    case ColorSpace::kYcck: return 13;
+    case ColorSpace::kLab: return 14;
+    case ColorSpace::kYcc: return 18;
+    default: break;
+  }
+  const size_t colors = image.components.size() - (image.alpha >= 0 ? 1 : 0);
+  return colors < 3 ? 17 : 16;
+}
+
+void WriteLabRange(const LabRange& lab, BoxWriter* writer) {
+  if (!lab.has_offsets) return;
+  for (size_t i = 0; i < 3; ++i) {
+    writer->Put(static_cast<uint32_t>(lab.range[i]), 4);
+    writer->Put(static_cast<uint32_t>(lab.offsets[i]), 4);
+  }
+  writer->Put(lab.is_d65 ? kD65 : kD50, 4);
+}
+
 void WriteColor(const Image& image, BoxWriter* writer) {
   const size_t box = writer->Open(Name("colr"));
   if (!image.icc_profile.empty()) {
     writer->Put(0x020000, 3);
     writer->bytes.insert(writer->bytes.end(), image.icc_profile.begin(), image.icc_profile.end());
   } else {
-    const size_t colors = image.components.size() - (image.alpha >= 0 ? 1 : 0);
-    uint32_t number = colors < 3 ? 17 : 16;
-    if (image.color == ColorSpace::kYcc) number = 18;
-    if (image.color == ColorSpace::kCmyk) number = 12;
     writer->Put(0x010000, 3);
-    writer->Put(number, 4);
+    writer->Put(NumberOf(image), 4);
+    if (image.color == ColorSpace::kLab) WriteLabRange(image.lab, writer);
   }
   writer->Close(box);
 }
 
+uint32_t MostColors(ColorSpace color) {
+  switch (color) {
+    case ColorSpace::kUnknown: return kMostComponents;
+    case ColorSpace::kGrey:
+    case ColorSpace::kInvertedGrey: return 1;
+    case ColorSpace::kCmyk:
+    case ColorSpace::kYcck: return 4;
+    default: return 3;
+  }
+}
+
 void WriteDefinitions(const Image& image, BoxWriter* writer) {
+  constexpr uint32_t kNeither = 65535;
   if (image.alpha < 0) return;
   const size_t box = writer->Open(Name("cdef"));
   writer->Put(static_cast<uint32_t>(image.components.size()), 2);
   uint32_t color = 0;
   for (size_t i = 0; i < image.components.size(); ++i) {
     const bool is_alpha = static_cast<int>(i) == image.alpha;
+    const bool is_color = !is_alpha && color < MostColors(image.color);
+    const uint32_t opacity = image.is_premultiplied ? 2 : 1;
     writer->Put(static_cast<uint32_t>(i), 2);
-    writer->Put(is_alpha ? 1 : 0, 2);
-    writer->Put(is_alpha ? 0 : ++color, 2);
+    writer->Put(is_color ? 0 : is_alpha ? opacity : kNeither, 2);
+    writer->Put(is_color ? ++color : is_alpha ? 0 : kNeither, 2);
   }
   writer->Close(box);
 }

@@ -682,6 +682,31 @@ TEST(Jpeg2000RoundTrip, Palettes) {
   }
 }
 
+TEST(Jpeg2000RoundTrip, KindsOfColor) {
+  using jpeg2000::ColorSpace;
+  for (const ColorSpace color : {ColorSpace::kInvertedGrey, ColorSpace::kYcc, ColorSpace::kCmy,
+                                 ColorSpace::kCmyk, ColorSpace::kYcck, ColorSpace::kLab}) {
+    Image image = MakePicture({20, 20, 3, 8, false});
+    image.color = color;
+    image.lab = {{90, 150, 160}, true, {1, 100, 80}, true};
+    const Image decoded = DecodeGood(Encode(image, {}));
+    EXPECT_EQ(decoded.color, color);
+    if (color != ColorSpace::kLab) continue;
+    EXPECT_TRUE(decoded.lab.is_d65);
+    EXPECT_EQ(decoded.lab.range, image.lab.range);
+    EXPECT_EQ(decoded.lab.offsets, image.lab.offsets);
+  }
+  // Opacity that was multiplied in, and a component that is neither.
+  Image image = MakePicture({20, 20, 4, 8, false});
+  image.alpha = 1;
+  image.color = ColorSpace::kGrey;
+  image.is_premultiplied = true;
+  const Image decoded = DecodeGood(Encode(image, {}));
+  EXPECT_EQ(decoded.alpha, 1);
+  EXPECT_TRUE(decoded.is_premultiplied);
+  EXPECT_EQ(Difference(image, decoded), "");
+}
+
 // Channels in the order blue, green, opacity, red.
 TEST(Jpeg2000RoundTrip, ChannelsInAnyOrder) {
   const Image image = MakePicture({20, 20, 4, 8, false});
