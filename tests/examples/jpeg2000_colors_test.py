@@ -173,15 +173,13 @@ class Jpeg2000Colors(unittest.TestCase):
     def test_inks(self):
         planes = self.planes(4)
         inks = list(zip(*planes))
-        rgb = [tuple((255 - ink) * (255 - pixel[3]) / 255 for ink in pixel[:3]) for pixel in inks]
         ours, said = self.convert(jp2(self.encode(planes), 4, color(12)), "a.jp2")
-        self.assertClose(ours, rgb, 1)
-        self.assertIn("CMYK", said)
+        self.assertEqual((ours, said), (inks, ""))
         # By a profile.
         profile = bytes(16) + b"CMYK" + bytes(108)
         icc = box(b"colr", b"\2\0\0" + profile)
         ours, _ = self.convert(jp2(self.encode(planes), 4, icc), "a.jp2")
-        self.assertClose(ours, rgb, 1)
+        self.assertEqual(ours, inks)
         ours, _ = self.convert(jp2(self.encode(planes[:3]), 3, color(11)), "a.jp2")
         self.assertEqual(ours, [tuple(255 - ink for ink in pixel[:3]) for pixel in inks])
         # With opacity, which has no place.
