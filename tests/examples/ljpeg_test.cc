@@ -304,10 +304,10 @@ class Model {
   }
   void Bits(int value, int count) {
     for (int i = count - 1; i >= 0; --i) {
-      current_ = current_ << 1 | (value >> i & 1);
+      current_ = (current_ & 0x7F) << 1 | (value >> i & 1);
       if (++filled_ < 8) continue;
       Put({static_cast<uint8_t>(current_)});
-      if ((current_ & 0xFF) == 0xFF) Put({0});
+      if (current_ == 0xFF) Put({0});
       filled_ = 0;
     }
   }
