@@ -23,9 +23,11 @@ using jpegxr::Overlap;
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || ZEPJP_EXHAUSTIVE == 0
 constexpr bool kMeasuresMemory = false;
 constexpr double kSlowness = 50;
+constexpr uint32_t kPart = 8;  // of the pictures' heights
 #else
 constexpr bool kMeasuresMemory = true;
 constexpr double kSlowness = 4;
+constexpr uint32_t kPart = 1;
 #endif
 
 struct Cost {
@@ -140,7 +142,7 @@ TEST(JpegXrLimits, MuchIsClaimedAndLittleThere) {
   for (const ColorFormat color : kColors) {
     // Somewhat less than what is always accepted.
     const uint32_t height = color == ColorFormat::kGrey ? 8192 : 2720;
-    const jpegxr::FrameHeader frame = MakeFrame(2048, height, color);
+    const jpegxr::FrameHeader frame = MakeFrame(2048, height / kPart, color);
     ExpectBounded(frame, MakeFile(frame, 0), "empty");
     ExpectBounded(frame, MakeFile(frame, 10000), "noise");
   }
@@ -149,7 +151,7 @@ TEST(JpegXrLimits, MuchIsClaimedAndLittleThere) {
 // All packets are the same noise.
 TEST(JpegXrLimits, EachMacroblockIsATile) {
   for (const ColorFormat color : kColors) {
-    jpegxr::FrameHeader frame = MakeFrame(1024, 1024, color);
+    jpegxr::FrameHeader frame = MakeFrame(1024, 1024 / kPart, color);
     SplitAll(&frame);
     ExpectBounded(frame, MakeFile(frame, 0), "empty");
     ExpectBounded(frame, MakeFile(frame, 3000), "noise");
@@ -167,9 +169,9 @@ TEST(JpegXrLimits, EachMacroblockIsATile) {
 // Their macroblocks count, not their pixels.
 TEST(JpegXrLimits, NarrowPictures) {
   for (const ColorFormat color : kColors) {
-    const jpegxr::FrameHeader narrow = MakeFrame(1, 300000, color);
+    const jpegxr::FrameHeader narrow = MakeFrame(1, 300000 / kPart, color);
     ExpectBounded(narrow, MakeFile(narrow, 100000), "narrow");
-    const jpegxr::FrameHeader flat = MakeFrame(300000, 1, color);
+    const jpegxr::FrameHeader flat = MakeFrame(300000 / kPart, 1, color);
     ExpectBounded(flat, MakeFile(flat, 100000), "flat");
   }
 }
@@ -212,6 +214,7 @@ TEST(JpegXrLimits, ClaimsBeyondTheFileAreRefused) {
 // The flattest picture that an encoder can write is read.
 TEST(JpegXrLimits, FlatPicturesAreAccepted) {
   for (const ColorFormat color : kColors) {
+    if (kPart > 1 && color != ColorFormat::k444) continue;
     const int channels = color == ColorFormat::kGrey ? 1 : 3;
     jpegxr::Image image;
     image.width = 4800;
