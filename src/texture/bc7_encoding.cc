@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 // Encoding of BC7 blocks, as many side by side as a register has 32-bit lanes. What is tried, and in which
 // order, does not depend on a block's neighbours.
+#include <algorithm>
 #include <limits>
 
 #include "frame/checks.h"
 #include "simd/dispatch.h"
+#include "texture/bc7_flat.h"
 #include "texture/bc7_modes.h"
 #include "texture/bc7_packing.h"
 #include "texture/blocks.h"
@@ -64,6 +66,7 @@ struct Effort {
 struct Work {
   Channel channel[4];
   HWY_ALIGN float alpha_error[kLanes], is_opaque[kLanes];  // without alpha; 1 or 0
+  HWY_ALIGN uint32_t first[kLanes], is_flat[kLanes];       // pixel; ones where all are like it
   HWY_ALIGN float error[kLanes];
   HWY_ALIGN uint32_t choice[kLanes];  // mode, partition, rotation, selection: a byte each
   HWY_ALIGN uint32_t ends[6][kLanes], own_ends[2][kLanes];
@@ -93,9 +96,9 @@ HWY_INLINE MF Keep(const Line& line, VF error, V32 choice, int ends, MF may_be, 
   return is_better;
 }
 
-HWY_INLINE V32 Choice(int mode, V32 partitions, int rotation, int selection) {
-  const auto fixed = static_cast<uint32_t>(mode | rotation << 16 | selection << 24);
-  return hn::Or(hn::Set(D32(), fixed), hn::ShiftLeft<8>(partitions));
+HWY_INLINE V32 Choice(int mode, V32 partitions, V32 rotations, int selection) {
+  const V32 fixed = hn::Set(D32(), static_cast<uint32_t>(mode | selection << 24));
+  return hn::Or(fixed, hn::Or(hn::ShiftLeft<8>(partitions), hn::ShiftLeft<16>(rotations)));
 }
 
 // Which subset each pixel of these partitions belongs to, as Membership has it.
@@ -119,8 +122,15 @@ HWY_NOINLINE void TryMode(V32 partitions, const Rounds& rounds, MF may_be, Work*
     for (int i = 0; i < 2 * Format::kSubsets; ++i)
       line.ends[i] = hn::Or(line.ends[i], hn::Set(D32(), 0xFF000000));
   }
+  if (Format::kChannels == 4) {
+    const auto is_opaque = hn::RebindMask(D32(), work->IsOpaque());
+    constexpr uint32_t kMost = ((1U << Format::kTotal) - 1) << 24;
+    for (int i = 0; i < 2 * Format::kSubsets; ++i)
+      line.ends[i] = hn::Or(line.ends[i], hn::IfThenElseZero(is_opaque, hn::Set(D32(), kMost)));
+  }
   const VF error = Format::kChannels == 3 ? hn::Add(line.error, work->AlphaError()) : line.error;
-  Keep(line, error, Choice(kMode, partitions, 0, 0), 2 * Format::kSubsets, may_be, work);
+  const V32 choice = Choice(kMode, partitions, hn::Zero(D32()), 0);
+  Keep(line, error, choice, 2 * Format::kSubsets, may_be, work);
 }
 
 // Mode 6, in which blocks with and without alpha differ in their work.
@@ -133,24 +143,52 @@ HWY_INLINE void TryMode6(const Rounds& rounds, MF may_be, Work* work) {
   if (!hn::AllFalse(DF(), other)) TryMode<6>(none, rounds, other, work);
 }
 
-// Modes 4 and 5: one channel, alpha or that which has changed places with it, has indexes of its own.
+// The channels of blocks in which alpha has changed places with the channel of this number, from 1 on.
+struct Rotated {
+  Channel channel[4];
+
+  HWY_INLINE Rotated(const Work& work, V32 rotations) {
+    for (int c = 0; c < 3; ++c) {
+      const V32 own = hn::Set(D32(), static_cast<uint32_t>(c + 1));
+      const MF changes = hn::RebindMask(DF(), hn::Eq(rotations, own));
+      const Channel& alpha = c == 0 ? work.channel[3] : channel[3];
+      for (int i = 0; i < 16; ++i) {
+        const VF v = work.channel[c].At(i);
+        channel[c].Set(i, hn::IfThenElse(changes, work.channel[3].At(i), v));
+        channel[3].Set(i, hn::IfThenElse(changes, v, alpha.At(i)));
+      }
+    }
+  }
+};
+
+// Modes 4 and 5: one channel, alpha or that which has changed places with it, has indexes of its own. Alpha
+// that is 255 is the highest code wherever it is.
 template <int kMode, int kSelection>
-HWY_NOINLINE void TrySplitMode(int rotation, const Rounds& rounds, MF may_be, Work* work) {
+HWY_NOINLINE void TrySplitMode(V32 rotations, const Rounds& rounds, MF may_be, Work* work) {
   constexpr Bc7Mode m = kBc7Modes[kMode];
   constexpr int kWidth = kSelection == 0 ? m.index_bits : m.second_bits;
   constexpr int kOwnWidth = kSelection == 0 ? m.second_bits : m.index_bits;
   using Colors = LineFormat<1, 3, m.color_bits, kNoPBits, kWidth>;
   using Own = LineFormat<1, 1, m.alpha_bits, kNoPBits, kOwnWidth>;
-  const int own = rotation == 0 ? 3 : rotation - 1;
-  const Channel* in[3];
-  for (int c = 0; c < 3; ++c) in[c] = &work->channel[c == own ? 3 : c];
-  const Channel* own_in[1] = {&work->channel[own]};
+  const Rotated rotated(*work, rotations);
+  const Channel* in[3] = {&rotated.channel[0], &rotated.channel[1], &rotated.channel[2]};
+  const Channel* own_in[1] = {&rotated.channel[3]};
   const MF none = Nowhere();
-  const V32 zero = hn::Zero(D32());
-  const Line colors = FitLine<Colors>(in, zero, none, rounds);
-  const Line alone = FitLine<Own>(own_in, zero, none, rounds);
+  const D32 d;
+  const V32 zero = hn::Zero(d);
+  Line colors = FitLine<Colors>(in, zero, none, rounds);
+  Line alone = FitLine<Own>(own_in, zero, none, rounds);
+  for (int c = -1; c < 3; ++c) {
+    const uint32_t most = (1U << (c < 0 ? m.alpha_bits : m.color_bits)) - 1;
+    const auto is_here = hn::Eq(rotations, hn::Set(d, static_cast<uint32_t>(c + 1)));
+    const auto is_opaque = hn::RebindMask(d, work->IsOpaque());
+    const V32 ones = hn::IfThenElseZero(hn::And(is_here, is_opaque),
+                                        hn::Set(d, c < 0 ? most : most << (8 * std::max(c, 0))));
+    Line& line = c < 0 ? alone : colors;
+    for (int e = 0; e < 2; ++e) line.ends[e] = hn::Or(line.ends[e], ones);
+  }
   const MF is_better = Keep(colors, hn::Add(colors.error, alone.error),
-                            Choice(kMode, zero, rotation, kSelection), 2, may_be, work);
+                            Choice(kMode, zero, rotations, kSelection), 2, may_be, work);
   Replace(is_better, alone.ends, work->own_ends, 2);
   Replace(is_better, alone.indexes, work->own_indexes, 2);
 }
@@ -273,6 +311,48 @@ HWY_NOINLINE void CostsOfThree(const Work& work, int index_bits, int partitions,
   }
 }
 
+// The same of modes 4 and 5, whose partitions are the channels: `of` rotation r, what a line of this many
+// index bits leaves of three channels and the other's bits of the fourth.
+HWY_NOINLINE void CostsOfRotations(const Work& work, int index_bits, int own_bits,
+                                   PartitionCosts* costs) {
+  VF total[PixelMoments<4>::kCount];
+  const PixelMoments<4> moments(work);
+  moments.Sum(0xFFFF, total);
+  VF covariance[4][4];
+  for (int c = 0, at = 4; c < 4; ++c) {
+    const VF mean = hn::Mul(total[c], Number(1.0f / 16));
+    for (int d = 0; d <= c; ++d) {
+      covariance[c][d] = covariance[d][c] = hn::Sub(total[at++], hn::Mul(mean, total[d]));
+    }
+  }
+  for (int rotation = 0; rotation < 4; ++rotation) {
+    const int own = rotation == 0 ? 3 : rotation - 1;
+    VF trace = hn::Zero(DF()), square = trace;
+    for (int c = 0; c < 4; ++c) {
+      if (c == own) continue;
+      trace = hn::Add(trace, covariance[c][c]);
+      for (int d = 0; d < 4; ++d) {
+        if (d != own) square = hn::Add(square, Square(covariance[c][d]));
+      }
+    }
+    const VF colors = hn::Sub(trace, hn::Mul(Number(CoveredShare(index_bits)), hn::Sqrt(square)));
+    const VF alone = hn::Mul(Number(1.0f - CoveredShare(own_bits)), covariance[own][own]);
+    hn::Store(hn::Add(colors, alone), DF(), costs->of[rotation]);
+  }
+}
+
+// The rotations that fit best, as many as `count`.
+template <int kMode, int kSelection>
+HWY_INLINE void TryRotations(int count, const Rounds& rounds, MF may_be, Work* work) {
+  constexpr Bc7Mode m = kBc7Modes[kMode];
+  PartitionCosts costs;
+  CostsOfRotations(*work, kSelection == 0 ? m.index_bits : m.second_bits,
+                   kSelection == 0 ? m.second_bits : m.index_bits, &costs);
+  for (int i = 0; i < count; ++i) {
+    TrySplitMode<kMode, kSelection>(costs.Next(4), rounds, may_be, work);
+  }
+}
+
 template <int kMode>
 HWY_INLINE void TryPartitions(int count, const Effort& effort, MF may_be, PartitionCosts* costs,
                               Work* work) {
@@ -301,14 +381,14 @@ HWY_NOINLINE void TryAny(int mode, const Effort& effort, MF may_be, Work* work) 
       TryPartitions<3>(64, effort, may_be, &costs, work);
       break;
     case 4:
-      for (int rotation = 0; rotation < 4; ++rotation) {
-        TrySplitMode<4, 0>(rotation, effort.rounds, may_be, work);
-        TrySplitMode<4, 1>(rotation, effort.rounds, may_be, work);
+      for (uint32_t rotation = 0; rotation < 4; ++rotation) {
+        TrySplitMode<4, 0>(hn::Set(D32(), rotation), effort.rounds, may_be, work);
+        TrySplitMode<4, 1>(hn::Set(D32(), rotation), effort.rounds, may_be, work);
       }
       break;
     case 5:
-      for (int rotation = 0; rotation < 4; ++rotation) {
-        TrySplitMode<5, 0>(rotation, effort.rounds, may_be, work);
+      for (uint32_t rotation = 0; rotation < 4; ++rotation) {
+        TrySplitMode<5, 0>(hn::Set(D32(), rotation), effort.rounds, may_be, work);
       }
       break;
     case 6: TryMode6(effort.rounds, may_be, work); break;
@@ -316,22 +396,47 @@ HWY_NOINLINE void TryAny(int mode, const Effort& effort, MF may_be, Work* work) 
   }
 }
 
-// Modes that pay most: without alpha two subsets of colours, with it alpha on its own.
-HWY_INLINE void TryQuick(Work* work) {
+// The quick search has three steps; most blocks need the first alone, and few the last.
+HWY_INLINE void TryFirst(Work* work) { TryMode6({2, 1, 0}, Everywhere(), work); }
+
+// Modes that pay most: without alpha two subsets of colours, and a channel on its own.
+HWY_INLINE void TrySecond(Work* work) {
   const MF opaque = work->IsOpaque(), any = Everywhere();
   const MF other = hn::AndNot(opaque, any);
-  TryMode6({2, 1, 0}, any, work);
+  constexpr Rounds kOnce = {1, 1, 0}, kThrice = {3, 1, 0};
   if (!hn::AllFalse(DF(), opaque)) {
     PartitionCosts costs;
     CostsOfTwo<3>(*work, 3, &costs);
     const V32 best = costs.Next(64);
-    TryMode<1>(best, {1, 1, 0}, opaque, work);
-    TryMode<3>(best, {1, 1, 0}, opaque, work);
+    TryMode<1>(best, kOnce, opaque, work);
+    TryMode<3>(best, kOnce, opaque, work);
+  }
+  if (!hn::AllFalse(DF(), opaque)) TryRotations<5, 0>(1, kOnce, opaque, work);
+  if (!hn::AllFalse(DF(), other)) {
+    TryRotations<5, 0>(2, kThrice, other, work);
+    TryRotations<4, 0>(1, kOnce, other, work);
+    TryRotations<4, 1>(1, kOnce, other, work);
+    TryAny(7, {1, kOnce}, other, work);
+  }
+}
+
+// Three subsets, and more of what the second step tries.
+HWY_INLINE void TryThird(Work* work) {
+  const MF opaque = work->IsOpaque(), any = Everywhere();
+  const MF other = hn::AndNot(opaque, any);
+  constexpr Rounds kOnce = {1, 1, 0}, kTwice = {2, 1, 0}, kThrice = {3, 1, 0};
+  if (!hn::AllFalse(DF(), opaque)) {
+    TryRotations<4, 0>(2, kOnce, opaque, work);
+    TryRotations<4, 1>(2, kOnce, opaque, work);
+    TryRotations<5, 0>(2, kTwice, opaque, work);
+    TryAny(2, {3, kOnce}, opaque, work);
+    TryAny(0, {2, kOnce}, opaque, work);
+    TryAny(1, {2, kOnce}, opaque, work);
   }
   if (!hn::AllFalse(DF(), other)) {
-    TrySplitMode<5, 0>(0, {1, 1, 0}, other, work);
-    TrySplitMode<4, 0>(0, {1, 1, 0}, other, work);
-    TryAny(7, {1, {1, 1, 0}}, other, work);
+    TryRotations<4, 0>(2, kThrice, other, work);
+    TryRotations<4, 1>(2, kThrice, other, work);
+    TryAny(7, {4, kThrice}, other, work);
   }
 }
 
@@ -351,7 +456,9 @@ HWY_INLINE void TryAgain(const Rounds& rounds, Work* work) {
 }
 
 HWY_INLINE void TryThorough(Work* work) {
-  TryQuick(work);
+  TryFirst(work);
+  TrySecond(work);
+  TryThird(work);
   for (int mode = 0; mode < 7; ++mode) TryAny(mode, {8, {3, 1, 0}}, Everywhere(), work);
   const MF other = hn::AndNot(work->IsOpaque(), Everywhere());
   if (!hn::AllFalse(DF(), other)) TryAny(7, {8, {3, 1, 0}}, other, work);
@@ -369,6 +476,7 @@ HWY_INLINE void LoadWork(const uint8_t* src, ptrdiff_t step, Work* work) {
   const D32 d;
   const V32 byte = hn::Set(d, 255);
   VF alpha_error = hn::Zero(DF());
+  V32 first = hn::Zero(d), difference = first;
   for (int y = 0; y < 4; ++y) {
     Four row;
     for (size_t i = 0; i < 4; ++i) {
@@ -377,6 +485,8 @@ HWY_INLINE void LoadWork(const uint8_t* src, ptrdiff_t step, Work* work) {
     const Four columns = TransposeDwords(row);
     for (int x = 0; x < 4; ++x) {
       const V32 pixels = hn::BitCast(d, columns.part[x]);
+      if (y == 0 && x == 0) first = pixels;
+      difference = hn::Or(difference, hn::Xor(pixels, first));
       const V32 channels[4] = {hn::And(pixels, byte), hn::And(hn::ShiftRight<8>(pixels), byte),
                                hn::And(hn::ShiftRight<16>(pixels), byte),
                                hn::ShiftRight<24>(pixels)};
@@ -388,56 +498,128 @@ HWY_INLINE void LoadWork(const uint8_t* src, ptrdiff_t step, Work* work) {
     }
   }
   const MF opaque = hn::Eq(alpha_error, hn::Zero(DF()));
+  hn::Store(first, d, work->first);
+  hn::Store(hn::VecFromMask(d, hn::Eq(difference, hn::Zero(d))), d, work->is_flat);
   hn::Store(alpha_error, DF(), work->alpha_error);
   hn::Store(hn::IfThenElseZero(opaque, Number(1)), DF(), work->is_opaque);
   hn::Store(Number(std::numeric_limits<float>::max()), DF(), work->error);
 }
 
-HWY_INLINE void PackWork(const Work& work, uint8_t* dst) {
+// Which block of those next to one another a lane holds.
+HWY_INLINE size_t BlockOf(size_t lane) { return lane / 4 + kLanes / 4 * (lane % 4); }
+
+HWY_INLINE void PackLane(const Work& work, size_t lane, uint8_t* block) {
+  const uint32_t choice = work.choice[lane];
+  Bc7Choice chosen = {static_cast<int>(choice & 255),
+                      static_cast<int>(choice >> 8 & 255),
+                      static_cast<int>(choice >> 16 & 255),
+                      static_cast<int>(choice >> 24),
+                      {},
+                      {work.own_ends[0][lane], work.own_ends[1][lane]},
+                      work.indexes[0][lane] | uint64_t{work.indexes[1][lane]} << 32,
+                      work.own_indexes[0][lane] | uint64_t{work.own_indexes[1][lane]} << 32};
+  for (int i = 0; i < 6; ++i) chosen.ends[i] = work.ends[i][lane];
+  PackBc7(chosen, block);
+}
+
+HWY_INLINE void PackWork(const Work& work, int mode, uint8_t* dst) {
   for (size_t lane = 0; lane < kLanes; ++lane) {
-    const uint32_t choice = work.choice[lane];
-    Bc7Choice chosen = {static_cast<int>(choice & 255),
-                        static_cast<int>(choice >> 8 & 255),
-                        static_cast<int>(choice >> 16 & 255),
-                        static_cast<int>(choice >> 24),
-                        {},
-                        {work.own_ends[0][lane], work.own_ends[1][lane]},
-                        work.indexes[0][lane] | uint64_t{work.indexes[1][lane]} << 32,
-                        work.own_indexes[0][lane] | uint64_t{work.own_indexes[1][lane]} << 32};
-    for (int i = 0; i < 6; ++i) chosen.ends[i] = work.ends[i][lane];
-    PackBc7(chosen, dst + 16 * (lane / 4 + kLanes / 4 * (lane % 4)));
+    uint8_t* const block = dst + 16 * BlockOf(lane);
+    const auto error = static_cast<uint32_t>(work.error[lane]);
+    if (work.is_flat[lane] != 0 && PackFlatBc7(work.first[lane], mode, error, block)) continue;
+    PackLane(work, lane, block);
   }
 }
 
-void EncodeStep(const uint8_t* src, ptrdiff_t step, int mode, uint8_t* dst) {
+// Blocks that a search goes on with, until a register is full of them: their pixels, what they cost so far,
+// and where their encodings stand.
+struct Waiting {
+  HWY_ALIGN uint8_t pixels[4][16 * kLanes] = {};
+  float error[kLanes] = {};
+  uint8_t* block[kLanes] = {};
+  size_t count = 0;
+
+  HWY_INLINE bool Add(const uint8_t* src, ptrdiff_t step, float cost, uint8_t* dst) {
+    for (int y = 0; y < 4; ++y) CopyBytes(src + y * step, pixels[y] + 16 * count, 16);
+    error[count] = cost;
+    block[count] = dst;
+    return ++count == kLanes;
+  }
+};
+
+// The quick search over a row of blocks.
+class QuickSearch {
+ public:
+  void Encode(const uint8_t* src, ptrdiff_t step, uint8_t* dst) {
+    Work work;
+    LoadWork(src, step, &work);
+    TryFirst(&work);
+    PackWork(work, kQuick, dst);
+    for (size_t lane = 0; lane < kLanes; ++lane) {
+      if (work.error[lane] <= kGood || work.is_flat[lane] != 0) continue;
+      const size_t i = BlockOf(lane);
+      if (second_.Add(src + 16 * i, step, work.error[lane], dst + 16 * i)) GoOn<2>(&second_);
+    }
+  }
+
+  void Finish() {
+    if (second_.count != 0) GoOn<2>(&second_);
+    if (third_.count != 0) GoOn<3>(&third_);
+  }
+
+ private:
+  // Squared errors of a block with which the second and the third step are left out.
+  static constexpr float kGood = 4, kFair = 56;
+
+  template <int kStep>
+  HWY_NOINLINE void GoOn(Waiting* waiting) {
+    Work work;
+    LoadWork(waiting->pixels[0], 16 * kLanes, &work);
+    for (size_t lane = 0; lane < kLanes; ++lane) work.error[lane] = waiting->error[BlockOf(lane)];
+    kStep == 2 ? TrySecond(&work) : TryThird(&work);
+    for (size_t lane = 0; lane < kLanes; ++lane) {
+      const size_t i = BlockOf(lane);
+      if (i >= waiting->count) continue;
+      if (work.error[lane] < waiting->error[i]) PackLane(work, lane, waiting->block[i]);
+      if (kStep == 3 || work.error[lane] <= kFair) continue;
+      const uint8_t* const src = waiting->pixels[0] + 16 * i;
+      if (third_.Add(src, 16 * kLanes, work.error[lane], waiting->block[i])) GoOn<3>(&third_);
+    }
+    waiting->count = 0;
+  }
+
+  Waiting second_, third_;
+};
+
+void EncodeStep(const uint8_t* src, ptrdiff_t step, int mode, QuickSearch* quick, uint8_t* dst) {
+  if (mode == kQuick) return quick->Encode(src, step, dst);
   Work work;
   LoadWork(src, step, &work);
-  if (mode == kQuick) {
-    TryQuick(&work);
-  } else if (mode == kThorough) {
+  if (mode == kThorough) {
     TryThorough(&work);
   } else {
     TryAny(mode, {4, {3, 1, 0}}, Everywhere(), &work);
   }
-  PackWork(work, dst);
+  PackWork(work, mode, dst);
 }
 
 // The last step overlaps the one before; where there is none, it works on copies.
 void Encode(const uint8_t* src, ptrdiff_t step, uint8_t* dst, size_t count, int mode) {
+  QuickSearch quick;
   if (count >= kLanes) {
     for (size_t i = 0; i + kLanes <= count; i += kLanes) {
-      EncodeStep(src + 16 * i, step, mode, dst + 16 * i);
+      EncodeStep(src + 16 * i, step, mode, &quick, dst + 16 * i);
     }
-    if (count % kLanes == 0) return;
     const size_t last = count - kLanes;
-    EncodeStep(src + 16 * last, step, mode, dst + 16 * last);
-    return;
+    if (count % kLanes != 0) EncodeStep(src + 16 * last, step, mode, &quick, dst + 16 * last);
+    return quick.Finish();
   }
   constexpr size_t kStep = 16 * kLanes;
   HWY_ALIGN uint8_t in[4 * kStep] = {}, out[kStep];
   for (int y = 0; y < 4; ++y)
     CopyBytes(src + y * step, in + static_cast<size_t>(y) * kStep, 16 * count);
-  EncodeStep(in, kStep, mode, out);
+  EncodeStep(in, kStep, mode, &quick, out);
+  quick.Finish();
   CopyBytes(out, dst, 16 * count);
 }
 

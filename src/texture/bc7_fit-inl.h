@@ -569,13 +569,14 @@ HWY_INLINE Line Assign(const Inputs<Format>& in, const Members& members,
 }
 
 // Tries end points whose codes differ by one step in one place, as long as that helps, at most `sweeps` times
-// through all places. With p-bits a step is 2; then come the p-bits themselves.
+// through all places. With p-bits a step is 2; then come the p-bits themselves, where they are free.
 template <class Format, class Members>
 HWY_INLINE void Polish(const Inputs<Format>& in, const Members& members, MF opaque, int sweeps,
                        Stored<Format>* stored, Line* best) {
-  constexpr bool kHasP = Format::kPBits != kNoPBits;
+  constexpr bool kHasP = Format::kPBits != kNoPBits, kMayFlip = kHasP && !Format::kOnlyOnes;
   constexpr int kPlaces = 2 * Format::kSubsets * Format::kChannels, kTries = 2 * kPlaces;
-  constexpr int kFlips = !kHasP ? 0 : Format::kSubsets * (Format::kPBits == kSharedPBits ? 1 : 2);
+  constexpr int kFlips =
+      !kMayFlip ? 0 : Format::kSubsets * (Format::kPBits == kSharedPBits ? 1 : 2);
   for (int sweep = 0; sweep < sweeps; ++sweep) {
     const VF before = best->error;
     for (int i = 0; i < kTries + kFlips; ++i) {

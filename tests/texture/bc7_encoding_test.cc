@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <thread>
 
@@ -117,7 +118,7 @@ uint64_t Digest(const Bytes& bytes) {
   return digest;
 }
 
-constexpr uint64_t kDigest = 3749460014733487389U;
+constexpr uint64_t kDigest = 148836669028275123U;
 
 TEST(Bc7Encoding, SameBytesEverywhere) {
   const zepiSize size = {64, 16};
@@ -200,13 +201,192 @@ TEST(Bc7Encoding, OpaqueStaysOpaque) {
   }
 }
 
-// A flat colour costs at most what rounding its channels does.
+// Blocks of one, two or three regions, of which some are partitions of the format, some scattered pixels.
+enum class Regions { kOne, kTwo, kThree, kScattered };
+enum class Texture { kPlain, kSoft, kNoisy, kGradient, kNoise };
+enum class Alpha { kOpaque, kEven, kOfRegions, kGradient, kCut };
+
+constexpr const char* kTwoRegions[] = {"0011001100110011", "0001001101111111", "0000000011111111",
+                                       "0000100011101111", "0111001100010000", "0110011001100110",
+                                       "0101101001011010", "0110100110010110"};
+constexpr const char* kThreeRegions[] = {"0011001102212222", "0001001122112221", "0000111122222222",
+                                         "0012001200120012", "0122012201220122", "0120120120120120",
+                                         "0000000021122112", "0111201122012220"};
+
+int RegionOf(Regions regions, uint32_t pattern, int i, Random& random) {
+  switch (regions) {
+    case Regions::kOne: return 0;
+    case Regions::kTwo: return kTwoRegions[pattern % 8][i] - '0';
+    case Regions::kThree: return kThreeRegions[pattern % 8][i] - '0';
+    case Regions::kScattered: return static_cast<int>(random() % 3);
+  }
+  return 0;
+}
+
+// A channel of a pixel of a region whose colour is `base`, slopes of a gradient along x and y being a key.
+int TexturedValue(Texture texture, int base, uint32_t slopes, int i, int contrast, Random& random) {
+  const auto any = static_cast<int>(random() % 4096);
+  switch (texture) {
+    case Texture::kPlain: return base;
+    case Texture::kSoft: return base + any % 7 - 3;
+    case Texture::kNoisy: return base + any % 31 - 15;
+    case Texture::kGradient:
+      return base + (static_cast<int>(slopes % 17) - 8) * (i % 4) +
+             (static_cast<int>(slopes / 17 % 17) - 8) * (i / 4);
+    case Texture::kNoise: return base + any % (2 * contrast + 1) - contrast;
+  }
+  return 0;
+}
+
+Bytes ClassBlock(Regions regions, Texture texture, Alpha alpha, int contrast, Random& random) {
+  int base[3][4];
+  uint32_t slopes[3][4];
+  for (int c = 0; c < 4; ++c) {
+    const int middle = static_cast<int>(random() % 256);
+    for (int r = 0; r < 3; ++r) {
+      const int shift = static_cast<int>(random() % static_cast<uint32_t>(2 * contrast + 1));
+      base[r][c] = std::clamp(middle + shift - contrast, 0, 255);
+      slopes[r][c] = static_cast<uint32_t>(random()) >> 8;
+    }
+  }
+  const auto pattern = static_cast<uint32_t>(random());
+  const int even = static_cast<int>(pattern >> 8 & 255);
+  Bytes pixels;
+  for (int i = 0; i < 16; ++i) {
+    const int r = RegionOf(regions, pattern, i, random);
+    for (int c = 0; c < 4; ++c) {
+      int v = TexturedValue(texture, base[r][c], slopes[r][c], i, contrast, random);
+      if (c == 3 && alpha == Alpha::kOpaque) v = 255;
+      if (c == 3 && alpha == Alpha::kEven) v = even;
+      if (c == 3 && alpha == Alpha::kGradient) v = even / 2 + i % 4 * 8 + i / 4 * 5;
+      if (c == 3 && alpha == Alpha::kCut) v = base[r][3] % 2 * 255;
+      pixels.push_back(static_cast<uint8_t>(std::clamp(v, 0, 255)));
+    }
+  }
+  return pixels;
+}
+
+constexpr int kClassBlocks = 96;
+constexpr zepiSize kClassSize = {4 * kClassBlocks, 4};
+
+Bytes ClassPicture(Regions regions, Texture texture, Alpha alpha, int contrast, Random& random) {
+  Bytes pixels(64 * kClassBlocks);
+  for (size_t i = 0; i < kClassBlocks; ++i) {
+    const Bytes block = ClassBlock(regions, texture, alpha, contrast, random);
+    for (size_t y = 0; y < 4; ++y) {
+      std::memcpy(&pixels[16 * (kClassBlocks * y + i)], &block[16 * y], 16);
+    }
+  }
+  return pixels;
+}
+
+// Calls with a picture of each class.
+template <class Call>
+void ForClasses(const std::vector<Alpha>& alphas, const Call& call) {
+  Random random(1);
+  for (int r = 0; r < 4; ++r) {
+    for (int t = 0; t < 5; ++t) {
+      for (const Alpha alpha : alphas) {
+        for (const int contrast : {255, 40, 10}) {
+          SCOPED_TRACE(::testing::Message() << "regions " << r << " texture " << t << " alpha "
+                                            << static_cast<int>(alpha) << " contrast " << contrast);
+          call(ClassPicture(static_cast<Regions>(r), static_cast<Texture>(t), alpha, contrast,
+                            random));
+        }
+      }
+    }
+  }
+}
+
+TEST(Bc7Encoding, OpaqueClassesStayOpaque) {
+  ForClasses({Alpha::kOpaque}, [](const Bytes& pixels) {
+    for (const int mode : kModes) {
+      const Bytes decoded = Decode(Encode(pixels, kClassSize, mode), kClassSize);
+      for (size_t i = 3; i < decoded.size(); i += 4) ASSERT_EQ(decoded[i], 255) << "mode " << mode;
+    }
+  });
+}
+
+// The quick search is at most 15 % worse than any single mode, but for errors that nobody sees: 10 in a
+// block are 56 dB.
+TEST(Bc7Encoding, QuickIsNearTheBestSingleMode) {
+  const std::vector<Alpha> all = {Alpha::kOpaque, Alpha::kEven, Alpha::kOfRegions, Alpha::kGradient,
+                                  Alpha::kCut};
+  ForClasses(all, [](const Bytes& pixels) {
+    uint64_t least = ~uint64_t{0};
+    for (int mode = 0; mode < 8; ++mode) {
+      least = std::min(least, Error(pixels, kClassSize, Encode(pixels, kClassSize, mode)));
+    }
+    const uint64_t quick = Error(pixels, kClassSize, Encode(pixels, kClassSize, -1));
+    EXPECT_LE(static_cast<double>(quick), 1.15 * static_cast<double>(least) + 10.0 * kClassBlocks);
+  });
+}
+
+// Which values a mode's end points give with an index and p-bits, a bit of each byte for each choice.
+class FlatValues {
+ public:
+  explicit FlatValues(int mode) {
+    static constexpr int kBits[4] = {5, 7, 5, 8}, kIndexBits[4] = {3, 3, 2, 2};
+    static constexpr int kWeights[2][8] = {{0, 21, 43, 64}, {0, 9, 18, 27, 37, 46, 55, 64}};
+    const int bits = kBits[mode];
+    for (int index = 0; index < 1 << kIndexBits[mode]; ++index) {
+      const int weight = kWeights[kIndexBits[mode] - 2][index];
+      for (int a = 0; a < 1 << bits; ++a) {
+        for (int b = 0; b < 1 << bits; ++b) {
+          const int p = 2 * (a % 2) + b % 2;
+          if (mode == 1 && (p == 1 || p == 2)) continue;
+          const int value = ((64 - weight) * Widen(a, bits) + weight * Widen(b, bits) + 32) >> 6;
+          near_[value] |= 1U << (4 * index + (mode == 2 ? 0 : p));
+        }
+      }
+    }
+    std::array<uint32_t, 256> exact = near_;
+    for (size_t v = 0; v < 256; ++v) {
+      if (v > 0) near_[v] |= exact[v - 1];
+      if (v < 255) near_[v] |= exact[v + 1];
+    }
+  }
+  bool CanComeWithinOne(const uint8_t* pixel) const {
+    return (near_[pixel[0]] & near_[pixel[1]] & near_[pixel[2]]) != 0;
+  }
+
+ private:
+  static int Widen(int code, int bits) { return code << (8 - bits) | code >> (2 * bits - 8); }
+
+  std::array<uint32_t, 256> near_ = {};
+};
+
+TEST(Bc7Encoding, FlatBlocksComeWithinOne) {
+  Random random(harness::Seed());
+  int count = 0;
+  for (int mode = 0; mode < 4; ++mode) {
+    const FlatValues values(mode);
+    for (int round = 0; round < 400; ++round) {
+      Bytes pixels = Picture(Content::kFlat, {4, 4}, random);
+      for (size_t i = 3; i < 64; i += 4) pixels[i] = 255;
+      if (!values.CanComeWithinOne(pixels.data())) continue;
+      ++count;
+      const Bytes decoded = Decode(Encode(pixels, {4, 4}, mode), {4, 4});
+      for (size_t i = 0; i < 64; ++i) {
+        ASSERT_NEAR(decoded[i], pixels[i], 1) << "mode " << mode << " of " << int{pixels[0]} << ","
+                                              << int{pixels[1]} << "," << int{pixels[2]};
+      }
+    }
+  }
+  EXPECT_GT(count, 800);
+}
+
+// Mode 5 has every colour.
 TEST(Bc7Encoding, FlatBlocks) {
   Random random(harness::Seed());
-  for (int round = 0; round < 200; ++round) {
-    const Bytes pixels = Picture(Content::kFlat, {4, 4}, random);
+  for (int round = 0; round < 256; ++round) {
+    Bytes pixels = Picture(Content::kFlat, {4, 4}, random);
+    if (round % 2 == 0) {
+      for (size_t i = 3; i < 64; i += 4) pixels[i] = 255;
+    }
+    for (size_t i = 0; i < 64; i += 4) pixels[i] = static_cast<uint8_t>(round);
     for (const int mode : {5, -1, -2}) {
-      EXPECT_LE(Error(pixels, {4, 4}, Encode(pixels, {4, 4}, mode)), 16U * 3) << mode;
+      EXPECT_EQ(Error(pixels, {4, 4}, Encode(pixels, {4, 4}, mode)), 0U) << mode;
     }
     EXPECT_LE(Error(pixels, {4, 4}, Encode(pixels, {4, 4}, 6)), 16U * 4);
   }
