@@ -1329,7 +1329,8 @@ ZEP_API zepStatus ZEP_CALL zepiICTInv_JPEG2K_32s_P3IR(int32_t* const pSrcDst[3],
                                                       zepiSize roiSize);
 /**
  * Irreversible, in place: Y = 0.299R + 0.587G + 0.114B, Cb = -0.16875R - 0.33126G + 0.5B,
- * Cr = 0.5R - 0.41869G - 0.08131B. Each product and each sum, from left to right, is rounded once.
+ * Cr = 0.5R - 0.41869G - 0.08131B. Each product and each sum, from left to right, is rounded once. Which
+ * results are NaN is the same on all processors, their sign and payload are not.
  */
 ZEP_API zepStatus ZEP_CALL zepiICTFwd_JPEG2K_32f_P3IR(float* const pSrcDst[3], int32_t srcDstStep,
                                                       zepiSize roiSize);
@@ -2124,7 +2125,8 @@ ZEP_API zepStatus ZEP_CALL zepiWTGetBufSize_B53_JPEG2K_32s_C1R(const zepiRect* p
  * values from -2^11 to 2^11 - 1 take less time.
  *
  * **Floating point**: products and sums are rounded one by one, the sum of the two neighbours first, so that
- * all processors give the same bits. The first and the last low and high coefficient of a row of
+ * all processors give the same bits. (Of a NaN the sign and the payload may differ, not which results are NaN.)
+ * The first and the last low and high coefficient of a row of
  * zepiWTFwdRow_D97_JPEG2K_32f_C1R() are convolutions with the equivalent taps, summed from the centre
  * outwards:
  *

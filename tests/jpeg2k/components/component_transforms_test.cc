@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <cstring>
 #include <vector>
 
 #include "harness/region.h"
@@ -65,6 +67,49 @@ TEST(ComponentTransforms, IrreversibleEqualsModel) {
       HARNESS_PAIR(zepiICTFwd_JPEG2K_32f_C3P3R));
   CompareRegions<Planar<float, 3>, Interleaved<float, 3>>(
       HARNESS_PAIR(zepiICTInv_JPEG2K_32f_P3C3R));
+}
+
+// Numbers, infinities and NaNs of any payload.
+std::vector<float> WithNans(size_t count, Random& random) {
+  std::vector<float> values(count);
+  for (float& v : values) {
+    uint32_t bits = static_cast<uint32_t>(random()) << 9;
+    const auto kind = random() % 8;
+    if (kind == 0) bits |= 0x7F800001;
+    if (kind == 1) bits = (bits & 0x80000000) | 0x7F800000;
+    std::memcpy(&v, &bits, 4);
+    if (kind > 1) v = static_cast<float>(static_cast<int>(random() % 2000) - 1000) / 8;
+  }
+  return values;
+}
+
+// Which results are NaN is the same everywhere; their payload is not told, all others are the same bits.
+TEST(ComponentTransforms, NansAreWhereTheModelHasThem) {
+  constexpr size_t kCount = 611;
+  Random random(harness::Seed());
+  int nans = 0;
+  const auto compare = [&](auto exported, auto model) {
+    std::vector<float> got[3], want[3];
+    for (size_t c = 0; c < 3; ++c) got[c] = want[c] = WithNans(kCount, random);
+    float* const got_planes[3] = {got[0].data(), got[1].data(), got[2].data()};
+    float* const want_planes[3] = {want[0].data(), want[1].data(), want[2].data()};
+    const zepiSize size = {static_cast<int32_t>(kCount), 1};
+    ASSERT_EQ(exported(got_planes, 4 * size.width, size), zepStatusOk);
+    model(want_planes, 4 * size.width, size);
+    for (size_t c = 0; c < 3; ++c) {
+      for (size_t i = 0; i < kCount; ++i) {
+        ASSERT_EQ(std::isnan(got[c][i]), std::isnan(want[c][i])) << c << " " << i;
+        nans += std::isnan(want[c][i]) ? 1 : 0;
+        const bool is_same = std::memcmp(&got[c][i], &want[c][i], 4) == 0;
+        ASSERT_TRUE(is_same || std::isnan(want[c][i])) << c << " " << i;
+      }
+    }
+  };
+  compare([](auto... args) { return ::zepiICTFwd_JPEG2K_32f_P3IR(args...); },
+          [](auto... args) { return reference::zepiICTFwd_JPEG2K_32f_P3IR(args...); });
+  compare([](auto... args) { return ::zepiICTInv_JPEG2K_32f_P3IR(args...); },
+          [](auto... args) { return reference::zepiICTInv_JPEG2K_32f_P3IR(args...); });
+  EXPECT_GT(nans, 200);
 }
 
 // The inverse of 16 bits by its formula, saturated.
