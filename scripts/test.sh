@@ -32,7 +32,7 @@ timed() {
 for preset in "${presets[@]}"; do
   echo "== $preset"
   timed "$preset configure" "$preset.configure" cmake --preset "$preset"
-  timed "$preset build" "$preset.build" cmake --build --preset "$preset"
+  timed "$preset build" "$preset.build" cmake --build --preset "$preset" -- -k 0
   echo "subdirs(\"$PWD/build/$preset\")" >>build/all/CTestTestfile.cmake
 done
 export LSAN_OPTIONS=suppressions=$PWD/tests/lsan.supp:print_suppressions=0

@@ -133,8 +133,8 @@ TEST_F(Surroundings, TheUsersLimitOfThreads) {
 }
 
 TEST_F(Surroundings, LittleMemory) {
-  for (const rlim_t spare : {1, 3, 7, 10, 18, 30, 50, 100}) {
-    EXPECT_EXIT(ConvertUnder(RLIMIT_AS, AddressSpaceInUse() + (spare << 20), 8),
+  for (const unsigned spare : {1U, 3U, 7U, 10U, 18U, 30U, 50U, 100U}) {
+    EXPECT_EXIT(ConvertUnder(RLIMIT_AS, AddressSpaceInUse() + (rlim_t{spare} << 20), 8),
                 testing::ExitedWithCode(0), "")
         << spare << " MiB";
   }
