@@ -336,7 +336,7 @@ class FlatValues {
           const int p = 2 * (a % 2) + b % 2;
           if (mode == 1 && (p == 1 || p == 2)) continue;
           const int value = ((64 - weight) * Widen(a, bits) + weight * Widen(b, bits) + 32) >> 6;
-          near_[value] |= 1U << (4 * index + (mode == 2 ? 0 : p));
+          near_[static_cast<size_t>(value)] |= 1U << (4 * index + (mode == 2 ? 0 : p));
         }
       }
     }
