@@ -529,7 +529,8 @@ HWY_INLINE Line Assign(const Inputs<Format>& in, const Members& members,
     }
     inverse[s] = hn::Div(Number(Format::kLast), hn::Max(square, Number(1.0f / 64)));
     // All pixels of a line without length get an index in the middle, where both ends matter alike.
-    constexpr float kMiddle = (Format::kLast + 1) / 2 / (64.0f * Format::kLast);
+    constexpr int kMiddleIndex = (Format::kLast + 1) / 2;
+    constexpr float kMiddle = kMiddleIndex / (64.0f * Format::kLast);
     origin[s] = hn::IfThenElse(hn::Eq(square, hn::Zero(DF())), Number(kMiddle), hn::Neg(from));
   }
   Line line;
