@@ -2,19 +2,24 @@
 # SPDX-License-Identifier: MIT
 # A static library with OpenMP and a shared one without it, in one prefix, with directories of
 # unusual names: each is found, and neither replaces anything of the other.
+#   side_by_side.sh BUILD_DIR
 set -euo pipefail
 . "$(dirname "$0")/use.sh"
 prefix=$work/prefix
+# Beside the main build, where ccache has the same objects: it tells them by relative paths.
+builds=$(dirname "$1")/side_by_side
+trap 'rm -rf "$work" "$builds".*' EXIT
 for kind in static shared; do
-  cmake -S "$source" -B "$work/$kind" -G Ninja -DCMAKE_BUILD_TYPE=Release \
+  cmake -S "$source" -B "$builds.$kind" -G Ninja -DCMAKE_BUILD_TYPE=Release \
+    -DCMAKE_C_COMPILER=gcc -DCMAKE_CXX_COMPILER=g++ \
     -DZEPJP_BUILD_TESTS=OFF -DZEPJP_BUILD_EXAMPLES=OFF \
     -DBUILD_SHARED_LIBS="$([ $kind = shared ] && echo ON || echo OFF)" \
     -DZEP_OPENMP="$([ $kind = static ] && echo ON || echo OFF)" \
     -DCMAKE_INSTALL_PREFIX="$prefix" -DCMAKE_INSTALL_LIBDIR=lib/odd \
     -DCMAKE_INSTALL_INCLUDEDIR=include/odd >"$work/$kind.log"
-  cmake --build "$work/$kind" >>"$work/$kind.log" || { tail -n 40 "$work/$kind.log"; exit 1; }
-  cmake --install "$work/$kind" >/dev/null
-  rm -rf "${work:?}/$kind"  # what is installed must do without it
+  cmake --build "$builds.$kind" >>"$work/$kind.log" || { tail -n 40 "$work/$kind.log"; exit 1; }
+  cmake --install "$builds.$kind" >/dev/null
+  rm -rf "$builds.$kind"  # what is installed must do without it
 done
 cd "$prefix"
 [ -f include/odd/zepjp.h ] && [ -f lib/odd/libzepjp.a ] && [ -f lib/odd/libzepjp.so.7 ]
