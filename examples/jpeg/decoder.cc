@@ -18,8 +18,8 @@
 namespace jpeg {
 namespace {
 
-// As libjpeg and what is built on it do: a JFIF header says YCbCr, whatever stands beside it; an unknown transform of
-// an Adobe header counts as the usual one.
+// The rules of libjpeg: a JFIF header means YCbCr even if an Adobe header says otherwise; an Adobe header with an
+// unknown transform counts as one with the usual transform.
 ColorModel FindColorModel(const MarkerReader& reader) {
   const std::vector<FrameComponent>& components = reader.frame().components;
   const int transform = reader.adobe_transform();

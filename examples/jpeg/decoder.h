@@ -89,8 +89,8 @@ Status DecodeCoefficients(const uint8_t* data, size_t size, const DecodeOptions&
 // Reads the headers up to the first scan.
 Status ReadFileInfo(const uint8_t* data, size_t size, FileInfo* info);
 
-// The most bytes that Decode() or DecodeDeep() takes for a file of which ReadFileInfo() told this, the picture
-// included, the file not.
+// An upper bound of the memory that Decode() or DecodeDeep() takes for the file that `info` was read from, in bytes:
+// with the picture, without the file.
 int64_t MemoryNeed(const FileInfo& info, const DecodeOptions& options);
 
 }  // namespace jpeg

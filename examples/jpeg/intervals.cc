@@ -186,15 +186,15 @@ class IntervalMatcher {
     ++next_;
   }
 
-  // Whether so many intervals, or eight or a multiple of it more, are exactly what is missing up to the end of the
-  // scan.
+  // True if the scan's remaining intervals, less `missing`, equal its remaining markers or exceed them by a
+  // multiple of eight.
   bool CountsAgree(size_t missing) const {
     const size_t markers = markers_.offsets.size() - next_;
     const size_t intervals = count_ - index_ - missing;
     return markers_.has_marker && intervals >= markers && (intervals - markers) % kNumbers == 0;
   }
 
-  // Numbers tell how many are missing but for a multiple of eight.
+  // Marker numbers repeat after eight, so they give the missing intervals modulo eight.
   void Miss(size_t missing) {
     if (CountsAgree(missing)) missing = count_ - index_ - (markers_.offsets.size() - next_);
     messages_->Add(Offset(), "restart marker " + std::to_string(Marker(next_) - kRst0) +

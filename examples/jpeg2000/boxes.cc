@@ -228,7 +228,7 @@ const Boxes::Definition* FindOpacity(const Boxes& boxes) {
   return found;
 }
 
-// Colours in their order, then opacity, then what is neither.
+// Colours in their order, then opacity, then all other channels.
 void ApplyDefinitions(const Boxes& boxes, Image* image) {
   const size_t count = image->components.size();
   std::vector<size_t> places(count);

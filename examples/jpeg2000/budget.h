@@ -31,7 +31,7 @@ constexpr int64_t kMemoryForSample = 4;
 
 class Budget {
  public:
-  // For a tile of so many bytes and samples, one of `tiles`.
+  // For one of `tiles` tiles, with `bytes` of data and `samples` samples.
   Budget(int64_t bytes, int64_t samples, int64_t tiles)
       : work_(kFreeWork / tiles + kWorkForByte * bytes + kWorkForSample * samples),
         memory_left_(kFreeMemory + kMemoryForByte * bytes + kMemoryForSample * samples) {}

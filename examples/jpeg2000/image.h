@@ -51,7 +51,7 @@ struct Image {
   int32_t y0 = 0;
   int32_t x1 = 0;
   int32_t y1 = 0;
-  std::vector<Component> components;  // colours, then opacity, then what is neither
+  std::vector<Component> components;  // colours, then opacity, then all others
   ColorSpace color = ColorSpace::kUnknown;
   int unknown_color = -1;            // the number of a JP2 colour space that is not in the list
   LabRange lab;                      // of kLab

@@ -11,7 +11,7 @@
 
 namespace jpeg2000 {
 
-// For a codestream of so many bytes whose claims were checked; `channels_of_palette`: 0 without a
+// For a codestream of `bytes` bytes whose claims were checked. `channels_of_palette` is 0 without a
 // palette.
 int64_t MemoryOf(const SizeSegment& size, const Parameters& parameters, size_t bytes,
                  size_t channels_of_palette, const DecodeOptions& options);

@@ -66,7 +66,7 @@ common::Status Decode(const uint8_t* data, size_t size, const DecodeOptions& opt
 // Reads the headers up to the first scan.
 common::Status ReadFileInfo(const uint8_t* data, size_t size, FileInfo* info);
 
-// The most bytes that Decode() takes for a file of which ReadFileInfo() told this, the picture included, the file not.
+// An upper bound of Decode()'s memory for the file that `info` was read from: with the picture, without the file.
 int64_t MemoryNeed(const FileInfo& info);
 
 // Whether the first frame header of these bytes is that of a lossless process with Huffman coding.

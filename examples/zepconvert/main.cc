@@ -139,7 +139,7 @@ std::string ReadScript(const std::string& name, jpeg::Script* script) {
   return status.ok() ? "" : name + ": " + status.text();
 }
 
-// Numbers from `least` to `most`; what is no number at all (nan) is neither less nor more than these.
+// Accepts numbers from `least` to `most`. nan is refused: it compares false with both.
 CLI::Validator Between(double least, double most) {
   const auto check = [least, most](const std::string& text) {
     double value = 0;

@@ -30,7 +30,7 @@ void KeepError(png_structp png, png_const_charp text) {
   png_longjmp(png, 1);
 }
 
-// Only what is said about a profile matters.
+// Only warnings about a profile matter.
 void KeepWarning(png_structp png, png_const_charp text) {
   auto* error = static_cast<ErrorText*>(png_get_error_ptr(png));
   if (std::strncmp(text, "iCCP", 4) == 0) {
