@@ -16,24 +16,27 @@
 #include <vector>
 
 #include "best_time.h"
-#include "jpeg/decoder.h"
-#include "jpeg2000/decoder.h"
-#include "jpeg2000/encoder.h"
+#include "codecs/jpeg/decoder.h"
+#include "codecs/jpeg2000/decoder.h"
+#include "codecs/jpeg2000/encoder.h"
 #include "openjpeg_codec.h"
 #include "zepcore.h"
+
+namespace jpeg = zepcodec::jpeg;
+namespace jpeg2000 = zepcodec::jpeg2000;
 
 namespace {
 
 constexpr double kRatio = 20;
 
-void Require(const common::Status& status) {
+void Require(const zepcodec::Status& status) {
   if (!status.ok()) throw std::runtime_error(status.text());
 }
 
 rival::Picture ReadPhotograph(const std::string& path) {
   std::ifstream stream(path, std::ios::binary);
   const std::vector<char> file{std::istreambuf_iterator<char>(stream), {}};
-  common::Image image;
+  zepcodec::Image image;
   jpeg::FileInfo info;
   Require(jpeg::Decode(reinterpret_cast<const uint8_t*>(file.data()), file.size(),
                        jpeg::DecodeOptions(), &image, &info));
@@ -94,7 +97,7 @@ void Compare(const std::string& path, bool is_lossless, int rounds) {
 
   BestTime encode[2];
   BestTime decode[2];
-  common::ByteBuffer ours;
+  zepcodec::ByteBuffer ours;
   std::vector<uint8_t> theirs;
   for (int round = 0; round < rounds; ++round) {
     encode[0].Time([&] { Require(jpeg2000::Encode(image, options, &ours)); });

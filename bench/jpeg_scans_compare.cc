@@ -18,15 +18,17 @@
 #include <jpeglib.h>
 
 #include "best_time.h"
-#include "jpeg/coefficient_writer.h"
-#include "jpeg/decoder.h"
-#include "jpeg/transcoder.h"
+#include "codecs/jpeg/coefficient_writer.h"
+#include "codecs/jpeg/decoder.h"
+#include "codecs/jpeg/transcoder.h"
+
+namespace jpeg = zepcodec::jpeg;
 
 namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-void Require(const common::Status& status) {
+void Require(const zepcodec::Status& status) {
   if (!status.ok()) throw std::runtime_error(status.text());
 }
 
@@ -95,7 +97,7 @@ Ratios Compare(const std::string& path, int rounds) {
   const jpeg::Script scans = jpeg::ProgressiveScript(components);
   const jpeg::Script plain = jpeg::SequentialScript(components);
   Pair decode, encode, optimized, standard;
-  common::ByteBuffer file;
+  zepcodec::ByteBuffer file;
   const auto write = [&](const jpeg::Script& script, bool optimizes) {
     if (!file.Resize(0)) throw std::bad_alloc();
     Require(jpeg::WriteScans(coefficients, script, optimizes, 0, &file));

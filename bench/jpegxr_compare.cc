@@ -16,24 +16,27 @@
 #include <vector>
 
 #include "best_time.h"
-#include "jpeg/decoder.h"
-#include "jpegxr/decoder.h"
-#include "jpegxr/encoder.h"
+#include "codecs/jpeg/decoder.h"
+#include "codecs/jpegxr/decoder.h"
+#include "codecs/jpegxr/encoder.h"
 #include "libjxr_codec.h"
 #include "zepcore.h"
+
+namespace jpeg = zepcodec::jpeg;
+namespace jpegxr = zepcodec::jpegxr;
 
 namespace {
 
 constexpr int kQuantizer = 36;
 
-void Require(const common::Status& status) {
+void Require(const zepcodec::Status& status) {
   if (!status.ok()) throw std::runtime_error(status.text());
 }
 
 jpegxr::Image ReadPhotograph(const std::string& path) {
   std::ifstream stream(path, std::ios::binary);
   const std::vector<char> file{std::istreambuf_iterator<char>(stream), {}};
-  common::Image image;
+  zepcodec::Image image;
   jpeg::FileInfo info;
   Require(jpeg::Decode(reinterpret_cast<const uint8_t*>(file.data()), file.size(),
                        jpeg::DecodeOptions(), &image, &info));
@@ -64,7 +67,7 @@ constexpr Mode kModes[] = {
     {"lossless", 1, false}, {"quant. 444", kQuantizer, false}, {"quant. 420", kQuantizer, true}};
 
 // The codestream in one of our files.
-std::vector<uint8_t> CodestreamOf(const common::ByteBuffer& file) {
+std::vector<uint8_t> CodestreamOf(const zepcodec::ByteBuffer& file) {
   const char signature[] = "WMPHOTO";
   const uint8_t* const end = file.data() + file.size();
   return {std::search(file.data(), end, signature, signature + sizeof(signature)), end};
@@ -85,7 +88,7 @@ void Compare(const std::string& path, const jpegxr::Image& image, const Mode& mo
 
   BestTime encode[2];
   BestTime decode[2];
-  common::ByteBuffer ours;
+  zepcodec::ByteBuffer ours;
   std::vector<uint8_t> theirs;
   std::vector<uint8_t> codestream;
   for (int round = 0; round < rounds; ++round) {

@@ -15,14 +15,17 @@
 #include <vector>
 
 #include "best_time.h"
+#include "codecs/jpeg/decoder.h"
+#include "codecs/jpeg/lossless/codec.h"
 #include "dcmtk_codec.h"
-#include "jpeg/decoder.h"
-#include "ljpeg/codec.h"
 #include "zepcore.h"
+
+namespace jpeg = zepcodec::jpeg;
+namespace ljpeg = zepcodec::jpeg::lossless;
 
 namespace {
 
-void Require(const common::Status& status) {
+void Require(const zepcodec::Status& status) {
   if (!status.ok()) throw std::runtime_error(status.text());
 }
 
@@ -30,22 +33,22 @@ void Require(bool is_fine, const char* text) {
   if (!is_fine) throw std::runtime_error(text);
 }
 
-common::Raster ReadPhotograph(const std::string& path) {
+zepcodec::Raster ReadPhotograph(const std::string& path) {
   std::ifstream stream(path, std::ios::binary);
   const std::vector<char> file{std::istreambuf_iterator<char>(stream), {}};
-  common::Image image;
+  zepcodec::Image image;
   jpeg::FileInfo info;
   Require(jpeg::Decode(reinterpret_cast<const uint8_t*>(file.data()), file.size(),
                        jpeg::DecodeOptions(), &image, &info));
   Require(image.channels() == 3, "not an RGB picture");
-  common::Raster picture;
+  zepcodec::Raster picture;
   Require(picture.Resize(image.width(), image.height(), 3, 8), "no memory");
   std::copy(image.Row(0), image.Row(0) + image.SizeInBytes(), picture.Row(0));
   return picture;
 }
 
-common::Raster TwelveBits(const common::Raster& rgb) {
-  common::Raster picture;
+zepcodec::Raster TwelveBits(const zepcodec::Raster& rgb) {
+  zepcodec::Raster picture;
   Require(picture.Resize(rgb.width(), rgb.height(), 1, 16), "no memory");
   std::mt19937 random(1);
   for (size_t i = 0; i < picture.SampleCount(); ++i) {
@@ -54,7 +57,7 @@ common::Raster TwelveBits(const common::Raster& rgb) {
   return picture;
 }
 
-void Compare(const std::string& path, const common::Raster& picture, int predictor, int rounds) {
+void Compare(const std::string& path, const zepcodec::Raster& picture, int predictor, int rounds) {
   ljpeg::EncodeOptions options;
   options.predictor = predictor;
   ljpeg::DecodeOptions decode_options;
@@ -67,9 +70,9 @@ void Compare(const std::string& path, const common::Raster& picture, int predict
   rival::DcmtkPicture decoded = theirs;
   BestTime encode[2];
   BestTime decode[2];
-  common::ByteBuffer file;
+  zepcodec::ByteBuffer file;
   std::vector<uint8_t> their_file;
-  common::Raster back;
+  zepcodec::Raster back;
   for (int round = 0; round < rounds; ++round) {
     encode[0].Time([&] { Require(ljpeg::Encode(picture, options, &file)); });
     encode[1].Time([&] { their_file = rival::EncodeDcmtk(&theirs, predictor); });
@@ -107,8 +110,8 @@ int main(int argc, char** argv) {
         rounds = std::max(1, std::atoi(argv[++i]));
         continue;
       }
-      const common::Raster rgb = ReadPhotograph(argv[i]);
-      const common::Raster grey = TwelveBits(rgb);
+      const zepcodec::Raster rgb = ReadPhotograph(argv[i]);
+      const zepcodec::Raster grey = TwelveBits(rgb);
       for (const int predictor : {1, 4, 7}) {
         Compare(argv[i], rgb, predictor, rounds);
         Compare(argv[i], grey, predictor, rounds);

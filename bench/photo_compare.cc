@@ -15,9 +15,11 @@
 #include <jpeglib.h>
 
 #include "best_time.h"
-#include "jpeg/decoder.h"
-#include "jpeg/encoder.h"
+#include "codecs/jpeg/decoder.h"
+#include "codecs/jpeg/encoder.h"
 #include "zepcore.h"
+
+namespace jpeg = zepcodec::jpeg;
 
 namespace {
 
@@ -36,7 +38,7 @@ void SetErrors(Info* info, jpeg_error_mgr* errors) {
 }
 
 // The peer, in the form that costs it least: rows straight into the picture, many at a time.
-void RivalDecode(const uint8_t* file, size_t size, common::Image* image) {
+void RivalDecode(const uint8_t* file, size_t size, zepcodec::Image* image) {
   jpeg_decompress_struct info;
   jpeg_error_mgr errors;
   SetErrors(&info, &errors);
@@ -47,7 +49,7 @@ void RivalDecode(const uint8_t* file, size_t size, common::Image* image) {
   info.dct_method = JDCT_ISLOW;
   jpeg_start_decompress(&info);
   const auto layout =
-      info.num_components == 1 ? common::PixelLayout::kGrey : common::PixelLayout::kRgb;
+      info.num_components == 1 ? zepcodec::PixelLayout::kGrey : zepcodec::PixelLayout::kRgb;
   if (!image->Resize(static_cast<int>(info.output_width), static_cast<int>(info.output_height),
                      layout)) {
     std::abort();
@@ -64,7 +66,7 @@ void RivalDecode(const uint8_t* file, size_t size, common::Image* image) {
 }
 
 // Memory that is large enough is handed over, as it is kept from round to round on our side.
-void RivalEncode(const common::Image& image, common::ByteBuffer* file) {
+void RivalEncode(const zepcodec::Image& image, zepcodec::ByteBuffer* file) {
   jpeg_compress_struct info;
   jpeg_error_mgr errors;
   SetErrors(&info, &errors);
@@ -91,7 +93,7 @@ void RivalEncode(const common::Image& image, common::ByteBuffer* file) {
   if (!file->Resize(size)) std::abort();
 }
 
-double Psnr(const common::Image& a, const common::Image& b) {
+double Psnr(const zepcodec::Image& a, const zepcodec::Image& b) {
   uint64_t sum = 0;
   for (size_t i = 0; i < a.SizeInBytes(); ++i) {
     const int distance = a.Row(0)[i] - b.Row(0)[i];
@@ -126,17 +128,17 @@ Bytes ReadFile(const std::string& path) {
   return bytes;
 }
 
-void Require(const common::Status& status) {
+void Require(const zepcodec::Status& status) {
   if (!status.ok()) throw std::runtime_error(status.text());
 }
 
 Row Compare(const std::string& path, int rounds, const jpeg::EncodeOptions& options) {
   const Bytes file = ReadFile(path);
-  common::Image image;
-  common::Image theirs;
+  zepcodec::Image image;
+  zepcodec::Image theirs;
   jpeg::FileInfo info;
-  common::ByteBuffer our_file;
-  common::ByteBuffer their_file;
+  zepcodec::ByteBuffer our_file;
+  zepcodec::ByteBuffer their_file;
   BestTime decode[2];
   BestTime encode[2];
   for (int round = 0; round < rounds; ++round) {

@@ -5,11 +5,13 @@
 #include <cstdlib>
 #include <vector>
 
-#include "dds/codec.h"
+#include "codecs/dds/codec.h"
+
+namespace dds = zepcodec::dds;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::vector<uint8_t> file(data, data + size);  // so that reading beyond its end is seen
-  common::Image image;
+  zepcodec::Image image;
   dds::Header header;
   dds::HalfPicture halves;
   if (dds::DecodeHalves(file.data(), file.size(), INT64_MAX, 0, &halves, &header).ok()) {
@@ -19,7 +21,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   }
   int levels = 1;
   for (int level = 0; level < levels; ++level) {
-    const common::Status status =
+    const zepcodec::Status status =
         dds::Decode(file.data(), file.size(), INT64_MAX, level, &image, &header);
     if (status.ok() != status.text().empty()) std::abort();
     if (!status.ok()) return 0;

@@ -5,7 +5,9 @@
 #include <cstdlib>
 #include <vector>
 
-#include "jpeg2000/decoder.h"
+#include "codecs/jpeg2000/decoder.h"
+
+namespace jpeg2000 = zepcodec::jpeg2000;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 1) return 0;
@@ -18,10 +20,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   options.max_pixels = 1 << 18;  // more costs time and finds nothing new
   jpeg2000::Image image;
   jpeg2000::FileInfo info;
-  const common::Status status = jpeg2000::Decode(file.data(), file.size(), options, &image, &info);
+  const zepcodec::Status status =
+      jpeg2000::Decode(file.data(), file.size(), options, &image, &info);
   if (status.ok() == !status.text().empty()) std::abort();
   int64_t memory = 0;
-  const common::Status known = jpeg2000::EstimateMemory(file.data(), file.size(), options, &memory);
+  const zepcodec::Status known =
+      jpeg2000::EstimateMemory(file.data(), file.size(), options, &memory);
   if (status.ok() && (!known.ok() || memory <= 0)) std::abort();
   if (!status.ok()) return 0;
   for (const jpeg2000::Component& component : image.components) {

@@ -6,7 +6,9 @@
 #include <cstdlib>
 #include <vector>
 
-#include "jpeg/decoder.h"
+#include "codecs/jpeg/decoder.h"
+
+namespace jpeg = zepcodec::jpeg;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 1) return 0;
@@ -16,17 +18,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   jpeg::DecodeOptions options;
   options.max_pixels = 1 << 20;  // more costs time and finds nothing new
   jpeg::FileInfo info;
-  common::Status status;
+  zepcodec::Status status;
   if (choice == 4) {
     std::vector<jpeg::ComponentSamples> components;
     status = jpeg::DecodeComponents(file.data(), file.size(), options, &components, &info);
     if (status.ok() && components.empty()) std::abort();
   } else if (choice == 5) {
-    common::Raster picture;
+    zepcodec::Raster picture;
     status = jpeg::DecodeDeep(file.data(), file.size(), options, &picture, &info);
     if (status.ok() && picture.SizeInBytes() == 0) std::abort();
   } else {
-    common::Image image;
+    zepcodec::Image image;
     options.scale = 1 << choice;
     status = jpeg::Decode(file.data(), file.size(), options, &image, &info);
     if (status.ok() && image.SizeInBytes() == 0) std::abort();

@@ -5,7 +5,9 @@
 #include <cstdlib>
 #include <vector>
 
-#include "jpegxr/decoder.h"
+#include "codecs/jpegxr/decoder.h"
+
+namespace jpegxr = zepcodec::jpegxr;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   // A copy of the exact size, so that reading beyond it is seen.
@@ -15,7 +17,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   options.max_pixels = 1 << 16;             // more costs time and finds nothing new
   jpegxr::Image image;
   jpegxr::FileInfo info;
-  const common::Status status = jpegxr::Decode(file.data(), file.size(), options, &image, &info);
+  const zepcodec::Status status = jpegxr::Decode(file.data(), file.size(), options, &image, &info);
   if (status.ok() == !status.text().empty()) std::abort();
   if (!status.ok()) return 0;
   if (image.bytes.size() != image.Step() * static_cast<size_t>(image.height)) std::abort();

@@ -5,15 +5,17 @@
 #include <cstdlib>
 #include <vector>
 
-#include "ljpeg/codec.h"
+#include "codecs/jpeg/lossless/codec.h"
+
+namespace ljpeg = zepcodec::jpeg::lossless;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::vector<uint8_t> file(data, data + size);  // so that reading beyond its end is seen
   ljpeg::DecodeOptions options;
   options.max_pixels = 1 << 16;  // more costs time and finds nothing new
-  common::Raster picture;
+  zepcodec::Raster picture;
   ljpeg::FileInfo info;
-  const common::Status status = ljpeg::Decode(file.data(), file.size(), options, &picture, &info);
+  const zepcodec::Status status = ljpeg::Decode(file.data(), file.size(), options, &picture, &info);
   if (status.ok() != status.text().empty()) std::abort();
   if (!status.ok()) return 0;
   if (!ljpeg::IsLosslessJpeg(file.data(), file.size()) && info.messages.empty()) std::abort();
@@ -23,9 +25,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   // What was decoded can be encoded, and is the same again.
   ljpeg::EncodeOptions encode_options;
   encode_options.predictor = 1 + static_cast<int>(size % 7);
-  common::ByteBuffer again;
+  zepcodec::ByteBuffer again;
   if (!ljpeg::Encode(picture, encode_options, &again).ok()) std::abort();
-  common::Raster back;
+  zepcodec::Raster back;
   if (!ljpeg::Decode(again.data(), again.size(), options, &back, &info).ok()) std::abort();
   for (size_t i = 0; i < picture.SampleCount(); ++i) {
     if (picture.Get(i) != back.Get(i)) std::abort();

@@ -7,15 +7,17 @@
 #include <cstring>
 #include <vector>
 
-#include "tiff/codec.h"
+#include "codecs/tiff/codec.h"
+
+namespace tiff = zepcodec::tiff;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::vector<uint8_t> file(data, data + size);  // so that reading beyond its end is seen
   tiff::DecodeOptions options;
   options.max_pixels = 1 << 16;  // more costs time and finds nothing new
-  common::Raster picture;
+  zepcodec::Raster picture;
   tiff::FileInfo info;
-  const common::Status status = tiff::Decode(file.data(), file.size(), options, &picture, &info);
+  const zepcodec::Status status = tiff::Decode(file.data(), file.size(), options, &picture, &info);
   if (status.ok() != status.text().empty()) std::abort();
   if (!status.ok()) return 0;
   if (!tiff::IsTiff(file.data(), file.size())) std::abort();
@@ -27,9 +29,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   // What was decoded can be encoded, and is the same again.
   tiff::EncodeOptions encode_options;
   encode_options.has_byte_planes = picture.bits() == 16 && size % 2 != 0;
-  common::ByteBuffer again;
+  zepcodec::ByteBuffer again;
   if (!tiff::Encode(picture, encode_options, &again).ok()) std::abort();
-  common::Raster back;
+  zepcodec::Raster back;
   if (!tiff::Decode(again.data(), again.size(), options, &back, &info).ok()) std::abort();
   if (!info.messages.empty() ||
       std::memcmp(picture.Row(0), back.Row(0), picture.SizeInBytes()) != 0) {

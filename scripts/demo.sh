@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Photographs through the example codec: installs what is missing, builds, converts the fifteen
+# Photographs through the JPEG codec: installs what is missing, builds, converts the fifteen
 # pictures of Debian's lomiri-wallpapers-16.04 from JPEG to PNG and back, writes reports, and prints
 # times and quality beside libjpeg-turbo's. Everything stays in build/demo.
 set -euo pipefail
@@ -16,7 +16,7 @@ cmake -S . -B "$demo/build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DZEPJP_BUILD_TE
   -DZEPJP_BUILD_BENCH=ON >"$demo/configure.log" || { cat "$demo/configure.log"; exit 1; }
 cmake --build "$demo/build" --target zepconvert photo_compare >"$demo/build.log" ||
   { tail -n 60 "$demo/build.log"; exit 1; }
-tool=$demo/build/examples/zepconvert/zepconvert
+tool=$demo/build/tools/zepconvert/zepconvert
 
 echo "== Getting the pictures"
 mkdir -p "$demo/package"

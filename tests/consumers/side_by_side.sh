@@ -12,7 +12,7 @@ trap 'rm -rf "$work" "$builds".*' EXIT
 for kind in static shared; do
   cmake -S "$source" -B "$builds.$kind" -G Ninja -DCMAKE_BUILD_TYPE=Release \
     -DCMAKE_C_COMPILER=gcc -DCMAKE_CXX_COMPILER=g++ \
-    -DZEPJP_BUILD_TESTS=OFF -DZEPJP_BUILD_EXAMPLES=OFF \
+    -DZEPJP_BUILD_TESTS=OFF -DZEPJP_BUILD_CODECS=OFF \
     -DBUILD_SHARED_LIBS="$([ $kind = shared ] && echo ON || echo OFF)" \
     -DZEP_OPENMP="$([ $kind = static ] && echo ON || echo OFF)" \
     -DCMAKE_INSTALL_PREFIX="$prefix" -DCMAKE_INSTALL_LIBDIR=lib/odd \

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+// The header of a DDS file: what its blocks are, and where those of each level lie.
+#ifndef ZEPJP_CODECS_DDS_HEADER_H_
+#define ZEPJP_CODECS_DDS_HEADER_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "codecs/support/byte_buffer.h"
+#include "codecs/support/status.h"
+
+namespace zepcodec::dds {
+
+// BC1 to BC3 are also called DXT1, DXT3, DXT5; BC4 and BC5 are ATI1 and ATI2. BC6H has half floats.
+enum class BlockFormat { kBc1, kBc2, kBc3, kBc4, kBc5, kBc6hUnsigned, kBc6hSigned, kBc7 };
+
+constexpr bool HasHalves(BlockFormat format) {
+  return format == BlockFormat::kBc6hUnsigned || format == BlockFormat::kBc6hSigned;
+}
+
+constexpr size_t BlockSize(BlockFormat format) {
+  return format == BlockFormat::kBc1 || format == BlockFormat::kBc4 ? 8 : 16;
+}
+
+// How a header names its format: by four characters (DXT1, DXT3, DXT5, ATI1, ATI2), which every
+// program knows; by the later names of the two last (BC4U, BC5U); by a number in an extended header. BC6H
+// and BC7 have numbers only.
+enum class HeaderStyle { kFourCc, kUnsignedFourCc, kDx10 };
+
+struct Header {
+  BlockFormat format = BlockFormat::kBc1;
+  // Of BC3: Y in the alpha part, Co and Cg as red and green. Marked in a reserved field, which other
+  // programs ignore.
+  bool is_ycocg = false;
+  int width = 0;
+  int height = 0;
+  int levels = 1;        // the picture, then each time half the size before
+  int64_t pictures = 1;  // faces of a cube, elements of an array; all of one size
+  size_t data_offset = 0;
+};
+
+struct Level {
+  int width;
+  int height;
+  uint64_t offset;  // in the file, for the first picture
+  uint64_t size;
+};
+
+constexpr int kMostPixelsOnASide = 1 << 28;  // rows of pixels then have less than 2^31 bytes
+
+// How many levels there are down to a single pixel.
+int FullLevelCount(int width, int height);
+// The levels of the first picture.
+std::vector<Level> LevelsOf(const Header& header);
+
+// Refuses what is no block texture, and a file that holds less than its header announces.
+Status ParseHeader(const uint8_t* data, size_t size, Header* header);
+
+// For one picture; `data_offset` is not used.
+Status AppendHeader(const Header& header, HeaderStyle style, ByteBuffer* file);
+
+}  // namespace zepcodec::dds
+
+#endif  // ZEPJP_CODECS_DDS_HEADER_H_

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+// From coefficients to planes of samples, one row of MCUs after the other.
+#ifndef ZEPJP_CODECS_JPEG_COEFFICIENT_ROWS_H_
+#define ZEPJP_CODECS_JPEG_COEFFICIENT_ROWS_H_
+
+#include <vector>
+
+#include "codecs/jpeg/coefficients.h"
+#include "codecs/jpeg/plane.h"
+#include "codecs/jpeg/stage_clock.h"
+
+namespace zepcodec::jpeg {
+
+class CoefficientRows {
+ public:
+  // What is referred to must outlive the object.
+  CoefficientRows(const Coefficients& coefficients, const Geometry& geometry,
+                  std::vector<Plane>* planes, StageTimes* times)
+      : coefficients_(coefficients), geometry_(geometry), planes_(*planes), times_(times) {}
+
+  // Makes the samples of the next row of MCUs.
+  void DecodeRow();
+
+ private:
+  const Coefficients& coefficients_;
+  const Geometry& geometry_;
+  std::vector<Plane>& planes_;
+  StageTimes* times_;
+  int row_ = 0;
+};
+
+}  // namespace zepcodec::jpeg
+
+#endif  // ZEPJP_CODECS_JPEG_COEFFICIENT_ROWS_H_

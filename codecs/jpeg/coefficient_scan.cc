@@ -1,0 +1,217 @@
+// SPDX-License-Identifier: MIT
+#include "codecs/jpeg/coefficient_scan.h"
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "codecs/jpeg/scan_source.h"
+
+namespace zepcodec::jpeg {
+namespace {
+
+struct Part {
+  CoefficientPlane* plane;
+  int across;  // blocks in an MCU
+  int down;
+  const zepiDecodeHuffmanSpec* dc;
+  const zepiDecodeHuffmanSpec* ac;
+  int16_t last_dc;
+};
+
+// Sequential scans and those of DC.
+class BlockScan {
+ public:
+  BlockScan(const Scan& scan, const Tables& tables, const ScanWalk& walk, ScanSource* source,
+            Coefficients* coefficients)
+      : scan_(scan),
+        walk_(walk),
+        source_(*source),
+        coefficients_(*coefficients),
+        shows_lost_(scan.high == 0) {
+    for (size_t i = 0; i < walk.parts.size(); ++i) {
+      const ScanComponent& component = scan.components[i];
+      const auto index = static_cast<size_t>(component.index);
+      parts_.push_back({&coefficients->planes[index], walk.parts[i].across, walk.parts[i].down,
+                        &tables.dc[component.dc_table], &tables.ac[component.ac_table], 0});
+      shows_lost_ = shows_lost_ && !coefficients->has_dc[index];
+    }
+    for (const ScanComponent& component : scan.components) {
+      if (scan.high == 0) coefficients->has_dc[static_cast<size_t>(component.index)] = true;
+    }
+  }
+
+  void Decode() {
+    IntervalReader& from = source_.reader();
+    const int low = scan_.low;
+    if (!coefficients_.frame.is_progressive) {
+      Walk([&](int16_t* block, Part* part) {
+        return zepiDecodeHuffman8x8_JPEG_1u16s_C1(from.bytes(), from.length(), from.at(), block,
+                                                  &part->last_dc, from.marker(), part->dc, part->ac,
+                                                  from.state());
+      });
+    } else if (scan_.first == 0 && scan_.high == 0) {
+      Walk([&](int16_t* block, Part* part) {
+        return zepiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(from.bytes(), from.length(), from.at(),
+                                                          block, &part->last_dc, from.marker(), low,
+                                                          part->dc, from.state());
+      });
+    } else {
+      Walk([&](int16_t* block, Part*) {
+        return zepiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1(from.bytes(), from.length(), from.at(),
+                                                           block, from.marker(), low, from.state());
+      });
+    }
+  }
+
+ private:
+  template <class DecodeBlock>
+  void Walk(const DecodeBlock& decode) {
+    const int64_t all = walk_.McuCount();
+    for (int64_t first = 0, count = 0; first < all; first += count) {
+      if (source_.Begin()) {
+        for (Part& part : parts_) part.last_dc = 0;
+      }
+      count = source_.mcus_left();
+      if (!source_.lost() || shows_lost_) {
+        const auto column = static_cast<int>(first % walk_.mcus_per_row);
+        const auto row = static_cast<int>(first / walk_.mcus_per_row);
+        count = std::min<int64_t>(count, walk_.mcus_per_row - column);
+        for (int i = 0; i < count && (!source_.lost() || shows_lost_); ++i) {
+          DecodeMcu(decode, column + i, row, i);
+        }
+      }
+      source_.End(count);
+    }
+  }
+
+  template <class DecodeBlock>
+  void DecodeMcu(const DecodeBlock& decode, int column, int row, int mcus_done) {
+    for (Part& part : parts_) {
+      for (int y = row * part.down; y < (row + 1) * part.down; ++y) {
+        int16_t* block = part.plane->Block(column * part.across, y);
+        for (int x = 0; x < part.across; ++x, block += 64) {
+          if (!source_.lost()) {
+            const zepStatus status = decode(block, &part);
+            if (status == zepStatusOk) continue;
+            source_.Lose(status, mcus_done);
+            if (!coefficients_.frame.is_progressive) std::memset(block, 0, 64 * sizeof(*block));
+          }
+          if (shows_lost_) ShowLost(part, block);
+        }
+      }
+    }
+  }
+
+  void ShowLost(const Part& part, int16_t* block) const {
+    block[0] = static_cast<int16_t>(part.last_dc * (1 << scan_.low));
+  }
+
+  const Scan& scan_;
+  const ScanWalk& walk_;
+  ScanSource& source_;
+  Coefficients& coefficients_;
+  std::vector<Part> parts_;
+  // Of blocks that are lost, the first scan of DC of a component shows the last value at least.
+  bool shows_lost_;
+};
+
+// A band of AC coefficients of one component.
+class BandScan {
+ public:
+  BandScan(const Scan& scan, const Tables& tables, const ScanWalk& walk, ScanSource* source,
+           Coefficients* coefficients)
+      : scan_(scan),
+        table_(&tables.ac[scan.components[0].ac_table]),
+        walk_(walk),
+        source_(*source),
+        coefficients_(*coefficients),
+        plane_(coefficients->planes[static_cast<size_t>(scan.components[0].index)]),
+        decode_(scan.high == 0 ? zepiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1
+                               : zepiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1) {}
+
+  void Decode() {
+    const int64_t all = walk_.McuCount();
+    for (int64_t first = 0, count = 0; first < all; first += count) {
+      source_.Begin();
+      count = source_.mcus_left();
+      if (!source_.lost()) {
+        if (scan_.high == 0 && EndedBands() > 0) {
+          count = SkipEnded(count);
+        } else {
+          const auto x = static_cast<int>(first % walk_.mcus_per_row);
+          const auto y = static_cast<int>(first / walk_.mcus_per_row);
+          count = std::min<int64_t>(count, walk_.mcus_per_row - x);
+          DecodeBlocks(x, y, static_cast<int>(count));
+        }
+      }
+      source_.End(count);
+    }
+  }
+
+ private:
+  // Blocks left in a run of ended bands.
+  uint32_t EndedBands() const { return source_.reader().state()->eobRun; }
+
+  // Passes over blocks in such a run, at most `most`; returns how many.
+  int64_t SkipEnded(int64_t most) {
+    const int64_t count = std::min<int64_t>(EndedBands(), most);
+    source_.reader().state()->eobRun -= static_cast<uint32_t>(count);
+    return count;
+  }
+
+  void DecodeBlocks(int x, int y, int count) {
+    IntervalReader& from = source_.reader();
+    int16_t* block = plane_.Block(x, y);
+    uint8_t* touched = plane_.Touched(x, y);
+    for (int i = 0; i < count; ++i) {
+      if (EndedBands() > 0) {
+        i += static_cast<int>(SkipEnded(Untouched(touched + i, count - i)));
+        if (i == count) return;
+      }
+      if (EndedBands() > 0) {
+        ++coefficients_.idle_visits;
+      } else {
+        touched[i] = 1;
+      }
+      const zepStatus status =
+          decode_(from.bytes(), from.length(), from.at(), block + ptrdiff_t{64} * i, from.marker(),
+                  scan_.first, scan_.last, scan_.low, table_, from.state());
+      if (status == zepStatusOk) continue;
+      return source_.Lose(status, i);
+    }
+  }
+
+  // How many blocks from here on a run of ended bands changes nothing in: all of a first scan, and those without
+  // coefficients of a refinement.
+  int Untouched(const uint8_t* touched, int count) const {
+    if (scan_.high == 0) return count;
+    const void* found = std::memchr(touched, 1, static_cast<size_t>(count));
+    return found == nullptr ? count
+                            : static_cast<int>(static_cast<const uint8_t*>(found) - touched);
+  }
+
+  const Scan& scan_;
+  const zepiDecodeHuffmanSpec* table_;
+  const ScanWalk& walk_;
+  ScanSource& source_;
+  Coefficients& coefficients_;
+  CoefficientPlane& plane_;
+  decltype(&zepiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1) decode_;
+};
+
+}  // namespace
+
+size_t DecodeScan(const uint8_t* data, size_t size, size_t begin, const Scan& scan,
+                  const ScanWalk& walk, const Tables& tables, int restart_interval,
+                  Coefficients* coefficients, Messages* messages) {
+  ScanSource source(data, size, begin, walk.McuCount(), restart_interval, messages);
+  if (scan.first > 0) {
+    BandScan(scan, tables, walk, &source, coefficients).Decode();
+  } else {
+    BlockScan(scan, tables, walk, &source, coefficients).Decode();
+  }
+  return source.reader().end();
+}
+
+}  // namespace zepcodec::jpeg

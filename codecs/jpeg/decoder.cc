@@ -1,0 +1,447 @@
+// SPDX-License-Identifier: MIT
+#include "codecs/jpeg/decoder.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "codecs/jpeg/coefficient_rows.h"
+#include "codecs/jpeg/coefficient_scan.h"
+#include "codecs/jpeg/deep_planes.h"
+#include "codecs/jpeg/geometry.h"
+#include "codecs/jpeg/marker_reader.h"
+#include "codecs/jpeg/plane.h"
+#include "codecs/jpeg/scan_decoder.h"
+
+namespace zepcodec::jpeg {
+namespace {
+
+// The rules of libjpeg: a JFIF header means YCbCr even if an Adobe header says otherwise; an Adobe header with an
+// unknown transform counts as one with the usual transform.
+ColorModel FindColorModel(const MarkerReader& reader) {
+  const std::vector<FrameComponent>& components = reader.frame().components;
+  const int transform = reader.adobe_transform();
+  if (components.size() == 1) return ColorModel::kGrey;
+  if (components.size() == 4) return transform > 0 ? ColorModel::kYcck : ColorModel::kCmyk;
+  if (reader.has_jfif()) return ColorModel::kYCbCr;
+  if (transform >= 0) return transform == 0 ? ColorModel::kRgb : ColorModel::kYCbCr;
+  const bool named_rgb =
+      components[0].id == 'R' && components[1].id == 'G' && components[2].id == 'B';
+  return named_rgb ? ColorModel::kRgb : ColorModel::kYCbCr;
+}
+
+// Blocks that hold samples.
+int64_t BlockCount(const Geometry& geometry) {
+  int64_t blocks = 0;
+  for (const ComponentGeometry& place : geometry.components) {
+    blocks += int64_t{place.blocks_per_row} * place.block_rows;
+  }
+  return blocks;
+}
+
+// Only the samples' stages depend on it.
+Status CheckPrecision(const Frame& frame, int precision) {
+  if (frame.precision == precision) return Status();
+  return Status::Error("a " + std::to_string(frame.precision) + "-bit picture; one of " +
+                       std::to_string(precision) + " bits was asked for");
+}
+
+Status MissingTables() {
+  return Status::Error("a scan without its quantization or Huffman tables");
+}
+
+// One file on its way to a picture or to planes.
+class FileDecoder {
+ public:
+  FileDecoder(const uint8_t* data, size_t size, const DecodeOptions& options, FileInfo* info)
+      : data_(data),
+        size_(size),
+        options_(options),
+        info_(info),
+        reader_(data, size, &info->messages) {}
+
+  // Reads up to the first scan.
+  Status ReadHeaders();
+  Status DecodePicture(Image* image);
+  Status DecodePlanes();
+  Status DecodeCoefficients(Coefficients* coefficients) {
+    return DecodeAllScans(coefficients, [](int) { return Status(); });
+  }
+  const Geometry& geometry() const { return *geometry_; }
+  const std::vector<Plane>& planes() const { return planes_; }
+
+ private:
+  Status CheckSize() const;
+  bool ScanHasAllComponents() const;
+  Status MakeLayout(ScanLayout* layout);
+  Status DecodeRowByRow(Image* image);
+  Status DecodeProgressive(Image* image);
+  template <class OnScan>
+  Status DecodeAllScans(Coefficients* coefficients, const OnScan& on_scan);
+  Status DecodeScanToCoefficients(Coefficients* coefficients);
+  bool HasTables(const ScanComponent& part) const;
+  Status Show(const Coefficients& coefficients, Image* image);
+  [[nodiscard]] bool AllocateWindows();
+  [[nodiscard]] bool AllocatePlanes();
+  template <class Rows>
+  Status WriteRows(Rows* rows, Image* image);
+  Status DecodeScanToPlanes();
+  bool NextScan();
+  // The error with its place.
+  Status AtMarker(const Status& status) const {
+    const std::string offset = std::to_string(reader_.marker_offset());
+    return Status::Error("byte " + offset + ": " + status.text());
+  }
+  void ReportMissing();
+  void FillInfo();
+
+  const uint8_t* data_;
+  size_t size_;
+  const DecodeOptions& options_;
+  FileInfo* info_;
+  MarkerReader reader_;
+  std::unique_ptr<Geometry> geometry_;
+  std::vector<Plane> planes_;
+  std::vector<bool> decoded_;  // components that had their scan
+};
+
+Status FileDecoder::ReadHeaders() {
+  for (Event event = Event::kFrame; event != Event::kScan;) {
+    Status status = reader_.Next(&event);
+    if (event == Event::kEnd) status = Status::Error("the file has no picture in it");
+    FillInfo();
+    if (!status.ok()) return AtMarker(status);
+    if (event == Event::kFrame) {
+      if (Status bad = CheckSize(); !bad.ok()) return bad;
+    }
+  }
+  info_->has_single_scan = ScanHasAllComponents();
+  return Status();
+}
+
+void FileDecoder::FillInfo() {
+  info_->frame = reader_.frame();
+  if (!info_->frame.components.empty()) info_->model = FindColorModel(reader_);
+  info_->restart_interval = reader_.restart_interval();
+  info_->adobe_transform = reader_.adobe_transform();
+  info_->has_jfif = reader_.has_jfif();
+  info_->metadata = reader_.metadata();
+}
+
+Status FileDecoder::CheckSize() const {
+  const Frame& frame = reader_.frame();
+  const std::string claim = "the header announces " + std::to_string(frame.width) + " x " +
+                            std::to_string(frame.height) + " pixels";
+  if (int64_t{frame.width} * frame.height > options_.max_pixels) {
+    return Status::Error(claim + ", more than the limit of " + std::to_string(options_.max_pixels));
+  }
+  const int64_t blocks = BlockCount(Geometry(frame, 1));
+  const int64_t bytes = static_cast<int64_t>(size_ - reader_.position());
+  const int64_t least =
+      blocks / (frame.is_progressive ? kProgressiveBlocksInAByte : kBlocksInAByte);
+  if (blocks <= kAlwaysAcceptedBlocks || least <= bytes) return Status();
+  return Status::Error(claim + ", which take at least " + std::to_string(least) + " bytes; only " +
+                       std::to_string(bytes) + " follow");
+}
+
+bool FileDecoder::ScanHasAllComponents() const {
+  return reader_.scan().components.size() == reader_.frame().components.size();
+}
+
+// Those that the scan at hand uses.
+bool FileDecoder::HasTables(const ScanComponent& part) const {
+  const Tables& tables = reader_.tables();
+  const Scan& scan = reader_.scan();
+  const int quant = reader_.frame().components[static_cast<size_t>(part.index)].quant_table;
+  const bool uses_dc = scan.first == 0 && scan.high == 0;
+  const bool uses_ac = scan.last > 0;
+  return tables.has_quant[quant] && (!uses_dc || tables.has_dc[part.dc_table]) &&
+         (!uses_ac || tables.has_ac[part.ac_table]);
+}
+
+Status FileDecoder::MakeLayout(ScanLayout* layout) {
+  const Tables& tables = reader_.tables();
+  const Scan& scan = reader_.scan();
+  const ScanWalk walk(*geometry_, scan);
+  layout->restart_interval = reader_.restart_interval();
+  layout->mcus_per_row = walk.mcus_per_row;
+  layout->mcu_rows = walk.mcu_rows;
+  for (size_t i = 0; i < walk.parts.size(); ++i) {
+    const ScanComponent& part = scan.components[i];
+    const size_t index = static_cast<size_t>(part.index);
+    if (!HasTables(part)) return MissingTables();
+    ScanPart out{&planes_[index],
+                 geometry_->components[index].block_size,
+                 walk.parts[i].across,
+                 walk.parts[i].down,
+                 &tables.dc[part.dc_table],
+                 &tables.ac[part.ac_table],
+                 {}};
+    const int quant = reader_.frame().components[index].quant_table;
+    std::memcpy(out.steps, tables.quant[quant], sizeof(out.steps));
+    layout->parts.push_back(out);
+  }
+  return Status();
+}
+
+Status FileDecoder::DecodePicture(Image* image) {
+  geometry_ = std::make_unique<Geometry>(reader_.frame(), options_.scale);
+  planes_ = std::vector<Plane>(geometry_->components.size());
+  if (reader_.frame().is_progressive) return DecodeProgressive(image);
+  if (ScanHasAllComponents()) return DecodeRowByRow(image);
+  PictureWriter writer(info_->model, image);
+  if (!writer.Init(*geometry_, planes_)) return Status::NoMemory();
+  if (Status status = DecodePlanes(); !status.ok()) return status;
+  StageClock clock(options_.times);
+  const int height = geometry_->height;
+  int done = 0;
+  for (int row = 0; row < geometry_->mcu_rows; ++row) {
+    const int bottom = std::min((row + 1) * geometry_->McuHeight(), height);
+    const int last = bottom == height ? height : bottom - 1;
+    writer.Write(done, last);
+    done = last;
+  }
+  clock.Lap(&StageTimes::color);
+  return Status();
+}
+
+bool FileDecoder::AllocateWindows() {
+  for (size_t i = 0; i < planes_.size(); ++i) {
+    if (!planes_[i].AllocateWindow(*geometry_, geometry_->components[i])) return false;
+  }
+  return true;
+}
+
+bool FileDecoder::AllocatePlanes() {
+  for (size_t i = 0; i < planes_.size(); ++i) {
+    if (!planes_[i].AllocateAll(*geometry_, geometry_->components[i])) return false;
+  }
+  return true;
+}
+
+// The way of almost every file: rows of MCUs become rows of the picture at once.
+Status FileDecoder::DecodeRowByRow(Image* image) {
+  ScanLayout layout;
+  if (Status status = MakeLayout(&layout); !status.ok()) return AtMarker(status);
+  ScanDecoder scan(data_, size_, reader_.position(), layout, &info_->messages, options_.times);
+  if (Status status = WriteRows(&scan, image); !status.ok()) return status;
+  reader_.Seek(scan.end());
+  decoded_.assign(planes_.size(), true);
+  NextScan();
+  FillInfo();
+  return Status();
+}
+
+// The last row of samples of each row of MCUs waits, because up-sampling looks at the one below.
+template <class Rows>
+Status FileDecoder::WriteRows(Rows* rows, Image* image) {
+  PictureWriter writer(info_->model, image);
+  if (!writer.Init(*geometry_, planes_) || !AllocateWindows()) return Status::NoMemory();
+  int done = 0;
+  for (int row = 0; row < geometry_->mcu_rows; ++row) {
+    rows->DecodeRow();
+    StageClock clock(options_.times);
+    const int bottom = (row + 1) * geometry_->McuHeight();
+    const int last = row + 1 == geometry_->mcu_rows ? geometry_->height : bottom - 1;
+    writer.Write(done, last);
+    done = last;
+    for (Plane& plane : planes_) plane.Slide();
+    clock.Lap(&StageTimes::color);
+  }
+  return Status();
+}
+
+Status FileDecoder::DecodeProgressive(Image* image) {
+  Coefficients coefficients;
+  const auto show = [&](int number) {
+    if (!options_.on_scan) return Status();
+    coefficients.idle_visits += BlockCount(*geometry_);
+    if (Status status = Show(coefficients, image); !status.ok()) return status;
+    return options_.on_scan(*image, number, reader_.scan());
+  };
+  if (Status status = DecodeAllScans(&coefficients, show); !status.ok()) return status;
+  return Show(coefficients, image);
+}
+
+Status FileDecoder::Show(const Coefficients& coefficients, Image* image) {
+  CoefficientRows rows(coefficients, *geometry_, &planes_, options_.times);
+  return WriteRows(&rows, image);
+}
+
+template <class OnScan>
+Status FileDecoder::DecodeAllScans(Coefficients* coefficients, const OnScan& on_scan) {
+  if (!coefficients->Allocate(reader_.frame())) return Status::NoMemory();
+  decoded_.assign(reader_.frame().components.size(), false);
+  int number = 0;
+  do {
+    const Status status = DecodeScanToCoefficients(coefficients);
+    if (!status.ok() && number == 0) return AtMarker(status);
+    if (!status.ok()) {
+      info_->messages.AddAt(reader_.marker_offset(), status.text());
+      break;
+    }
+    if (Status stop = on_scan(++number); !stop.ok()) return stop;
+  } while (NextScan());
+  ReportMissing();
+  FillInfo();
+  return Status();
+}
+
+Status FileDecoder::DecodeScanToCoefficients(Coefficients* coefficients) {
+  StageClock clock(options_.times);
+  const Scan& scan = reader_.scan();
+  const Geometry geometry(reader_.frame(), 1);
+  const ScanWalk walk(geometry, scan);
+  const int64_t most = std::max(kMostIdleVisits * BlockCount(geometry), kAlwaysAcceptedVisits);
+  if (coefficients->idle_visits > most) {
+    return Status::Error("more scans than a picture of this size can need; the rest is left out");
+  }
+  for (const ScanComponent& part : scan.components) {
+    const auto index = static_cast<size_t>(part.index);
+    if (!HasTables(part)) return MissingTables();
+    if (decoded_[index]) continue;
+    const int quant = reader_.frame().components[index].quant_table;
+    std::copy_n(reader_.tables().quant[quant], 64, coefficients->steps[index].begin());
+    decoded_[index] = true;
+  }
+  reader_.Seek(DecodeScan(data_, size_, reader_.position(), scan, walk, reader_.tables(),
+                          reader_.restart_interval(), coefficients, &info_->messages));
+  clock.Lap(&StageTimes::huffman);
+  return Status();
+}
+
+Status FileDecoder::DecodePlanes() {
+  if (geometry_ == nullptr) geometry_ = std::make_unique<Geometry>(reader_.frame(), options_.scale);
+  planes_.resize(geometry_->components.size());
+  if (!AllocatePlanes()) return Status::NoMemory();
+  if (reader_.frame().is_progressive) {
+    Coefficients coefficients;
+    if (Status status = DecodeCoefficients(&coefficients); !status.ok()) return status;
+    CoefficientRows rows(coefficients, *geometry_, &planes_, options_.times);
+    for (int row = 0; row < geometry_->mcu_rows; ++row) rows.DecodeRow();
+    return Status();
+  }
+  decoded_.assign(planes_.size(), false);
+  do {
+    const Status status = DecodeScanToPlanes();
+    const bool first = std::none_of(decoded_.begin(), decoded_.end(), [](bool b) { return b; });
+    if (!status.ok() && first) return AtMarker(status);
+    if (!status.ok()) {
+      info_->messages.AddAt(reader_.marker_offset(), status.text());
+      break;
+    }
+  } while (NextScan());
+  ReportMissing();
+  FillInfo();
+  return Status();
+}
+
+Status FileDecoder::DecodeScanToPlanes() {
+  ScanLayout layout;
+  if (Status status = MakeLayout(&layout); !status.ok()) return status;
+  ScanDecoder scan(data_, size_, reader_.position(), layout, &info_->messages, options_.times);
+  for (int row = 0; row < layout.mcu_rows; ++row) scan.DecodeRow();
+  for (const ScanComponent& part : reader_.scan().components) {
+    decoded_[static_cast<size_t>(part.index)] = true;
+  }
+  reader_.Seek(scan.end());
+  return Status();
+}
+
+// Goes on to the next scan that brings something new. What is wrong behind the first scan costs no
+// more than what was to come.
+bool FileDecoder::NextScan() {
+  Event event = Event::kEnd;
+  const Status status = reader_.Next(&event);
+  if (!status.ok()) {
+    info_->messages.AddAt(reader_.marker_offset(), status.text());
+    return false;
+  }
+  if (event != Event::kScan) return false;
+  if (reader_.frame().is_progressive) return true;
+  for (const ScanComponent& part : reader_.scan().components) {
+    if (!decoded_[static_cast<size_t>(part.index)]) continue;
+    info_->messages.AddAt(reader_.position(), "a second scan of the same component, ignored");
+    return false;
+  }
+  return true;
+}
+
+void FileDecoder::ReportMissing() {
+  for (size_t i = 0; i < decoded_.size(); ++i) {
+    if (decoded_[i]) continue;
+    info_->messages.AddAt(reader_.position(), "component " + std::to_string(i) + " has no scan");
+  }
+}
+
+Status CheckOptions(const DecodeOptions& options) {
+  const int scale = options.scale;
+  if (scale == 1 || scale == 2 || scale == 4 || scale == 8) return Status();
+  return Status::Error("the scale must be 1, 2, 4 or 8");
+}
+
+}  // namespace
+
+Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Image* image,
+              FileInfo* info) {
+  if (Status status = CheckOptions(options); !status.ok()) return status;
+  *info = FileInfo();
+  FileDecoder decoder(data, size, options, info);
+  if (Status status = decoder.ReadHeaders(); !status.ok()) return status;
+  if (Status status = CheckPrecision(info->frame, 8); !status.ok()) return status;
+  return decoder.DecodePicture(image);
+}
+
+Status DecodeDeep(const uint8_t* data, size_t size, const DecodeOptions& options, Raster* picture,
+                  FileInfo* info) {
+  Coefficients coefficients;
+  std::vector<DeepPlane> planes;
+  if (options.scale != 1)
+    return Status::Error("pictures of 12 bits are decoded at full scale only");
+  if (Status status = DecodeCoefficients(data, size, options, &coefficients, info); !status.ok()) {
+    return status;
+  }
+  if (Status status = CheckPrecision(info->frame, kDeepBits); !status.ok()) return status;
+  if (Status status = ToDeepPlanes(coefficients, &planes); !status.ok()) return status;
+  return ToRaster(planes, info->frame, info->model, picture);
+}
+
+Status DecodeComponents(const uint8_t* data, size_t size, const DecodeOptions& options,
+                        std::vector<ComponentSamples>* components, FileInfo* info) {
+  if (options.scale != 1) return Status::Error("components are decoded at full scale only");
+  *info = FileInfo();
+  components->clear();
+  FileDecoder decoder(data, size, options, info);
+  if (Status status = decoder.ReadHeaders(); !status.ok()) return status;
+  if (Status status = CheckPrecision(info->frame, 8); !status.ok()) return status;
+  if (Status status = decoder.DecodePlanes(); !status.ok()) return status;
+  for (size_t i = 0; i < decoder.planes().size(); ++i) {
+    const ComponentGeometry& place = decoder.geometry().components[i];
+    ComponentSamples out{place.width, place.height, {}};
+    for (int y = 0; y < place.height; ++y) {
+      const uint8_t* row = decoder.planes()[i].Row(y);
+      out.samples.insert(out.samples.end(), row, row + place.width);
+    }
+    components->push_back(std::move(out));
+  }
+  return Status();
+}
+
+Status DecodeCoefficients(const uint8_t* data, size_t size, const DecodeOptions& options,
+                          Coefficients* coefficients, FileInfo* info) {
+  *info = FileInfo();
+  FileDecoder decoder(data, size, options, info);
+  if (Status status = decoder.ReadHeaders(); !status.ok()) return status;
+  return decoder.DecodeCoefficients(coefficients);
+}
+
+Status ReadFileInfo(const uint8_t* data, size_t size, FileInfo* info) {
+  *info = FileInfo();
+  DecodeOptions options;
+  options.max_pixels = INT64_MAX;
+  return FileDecoder(data, size, options, info).ReadHeaders();
+}
+
+}  // namespace zepcodec::jpeg

@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: MIT
+// A decoder for baseline and progressive JPEG files (ITU-T T.81), put together from the stages in zepjp.h.
+//
+// It reads grey, YCbCr, RGB, CMYK and YCCK pictures of 8 and 12 bits, with any sampling factors, restart intervals and any number of scans. Of a damaged file it saves what can be saved: each restart
+// interval stands alone, and what is lost becomes a flat area.
+#ifndef ZEPJP_CODECS_JPEG_DECODER_H_
+#define ZEPJP_CODECS_JPEG_DECODER_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+#include "codecs/jpeg/coefficients.h"
+#include "codecs/jpeg/frame.h"
+#include "codecs/jpeg/metadata.h"
+#include "codecs/jpeg/picture_writer.h"
+#include "codecs/jpeg/stage_clock.h"
+#include "codecs/support/byte_buffer.h"
+#include "codecs/support/image.h"
+#include "codecs/support/messages.h"
+#include "codecs/support/raster.h"
+#include "codecs/support/status.h"
+
+namespace zepcodec::jpeg {
+
+struct DecodeOptions {
+  // 1, 2, 4 or 8: the picture at 1/scale of its size, rounded up.
+  int scale = 1;
+  // Files that claim more pixels are refused.
+  int64_t max_pixels = int64_t{1} << 28;
+  // If not null, the time of the stages is added here.
+  StageTimes* times = nullptr;
+  // Of progressive files: called after each scan, 1, 2, ..., with the picture so far. An error ends decoding.
+  std::function<Status(const Image& image, int number, const Scan& scan)> on_scan;
+};
+
+// What a file says about itself, and what is wrong with it.
+struct FileInfo {
+  Frame frame;
+  ColorModel model = ColorModel::kGrey;
+  int restart_interval = 0;
+  bool has_single_scan = false;  // the first scan holds all components
+  int adobe_transform = -1;      // of the Adobe header, negative where there is none
+  bool has_jfif = false;
+  Metadata metadata;
+  Messages messages;
+};
+
+// A component's samples as they are coded, before any up-sampling or colour conversion.
+struct ComponentSamples {
+  int width = 0;
+  int height = 0;
+  std::vector<uint8_t> samples;  // rows without gaps
+};
+
+// Memory is taken only if the file can hold the picture that its header announces. A block takes at
+// least two bits (the shortest codes of a DC difference and of an end of block), so a file is
+// refused if its picture has more than four blocks for each byte behind the frame header; in progressive files
+// the first scan of DC takes one bit at least: eight blocks. Up to 65536 blocks (4 MiB of samples) are always
+// accepted, so that small truncated files still show their first rows.
+constexpr int64_t kBlocksInAByte = 4;
+constexpr int64_t kProgressiveBlocksInAByte = 8;
+constexpr int64_t kAlwaysAcceptedBlocks = 65536;
+
+// A progressive file may go through all blocks of a picture again and again in scans of a few bytes. Blocks that take
+// no bits are skipped where that is safe; a refinement has to look at those that have coefficients. Decoding ends with
+// a message where it did so more often than kMostIdleVisits times for each block of the picture, or
+// kAlwaysAcceptedVisits times, whichever is more. Pictures shown to DecodeOptions::on_scan count too, a visit for each
+// block. So time is bounded by bytes of the file and blocks of the picture.
+constexpr int64_t kMostIdleVisits = 256;
+constexpr int64_t kAlwaysAcceptedVisits = int64_t{1} << 20;
+
+// Decodes a picture. The image's memory is used again where it suffices. An error means that there
+// is no picture; a picture with damaged parts comes with messages.
+Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Image* image,
+              FileInfo* info);
+
+// Decodes the components alone, at full scale.
+Status DecodeComponents(const uint8_t* data, size_t size, const DecodeOptions& options,
+                        std::vector<ComponentSamples>* components, FileInfo* info);
+
+// Decodes a picture of 12 bits: grey, RGB, or the amounts of ink, 4095 for full.
+Status DecodeDeep(const uint8_t* data, size_t size, const DecodeOptions& options, Raster* picture,
+                  FileInfo* info);
+
+// Decodes the coefficients alone.
+Status DecodeCoefficients(const uint8_t* data, size_t size, const DecodeOptions& options,
+                          Coefficients* coefficients, FileInfo* info);
+
+// Reads the headers up to the first scan.
+Status ReadFileInfo(const uint8_t* data, size_t size, FileInfo* info);
+
+// An upper bound of the memory that Decode() or DecodeDeep() takes for the file that `info` was read from, in bytes:
+// with the picture, without the file.
+int64_t MemoryNeed(const FileInfo& info, const DecodeOptions& options);
+
+}  // namespace zepcodec::jpeg
+
+#endif  // ZEPJP_CODECS_JPEG_DECODER_H_

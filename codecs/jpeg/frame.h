@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: MIT
+// The headers of a file: frame, scan, tables (ITU-T T.81, annex B).
+#ifndef ZEPJP_CODECS_JPEG_FRAME_H_
+#define ZEPJP_CODECS_JPEG_FRAME_H_
+
+#include <cstdint>
+#include <vector>
+
+#include "zepjp.h"
+
+namespace zepcodec::jpeg {
+
+struct FrameComponent {
+  int id;
+  int h;  // sampling factors, 1..4
+  int v;
+  int quant_table;
+};
+
+struct Frame {
+  bool is_progressive = false;
+  int precision = 8;  // bits of a sample, 8 or 12
+  int width = 0;
+  int height = 0;
+  int max_h = 1;
+  int max_v = 1;
+  std::vector<FrameComponent> components;
+};
+
+struct ScanComponent {
+  int index;  // in Frame::components
+  int dc_table;
+  int ac_table;
+};
+
+// Of progressive scans: the band of coefficients, and the bits that scans before have coded (0 for none) and
+// that this one does; sequential scans code all.
+struct Scan {
+  std::vector<ScanComponent> components;
+  int first = 0;
+  int last = 63;
+  int high = 0;
+  int low = 0;
+};
+
+constexpr int kTableCount = 4;
+
+struct Tables {
+  // Steps in natural order, ready for the inverse transforms.
+  uint16_t quant[kTableCount][64];
+  zepiDecodeHuffmanSpec dc[kTableCount];
+  zepiDecodeHuffmanSpec ac[kTableCount];
+  bool has_quant[kTableCount] = {};
+  bool has_dc[kTableCount] = {};
+  bool has_ac[kTableCount] = {};
+};
+
+}  // namespace zepcodec::jpeg
+
+#endif  // ZEPJP_CODECS_JPEG_FRAME_H_

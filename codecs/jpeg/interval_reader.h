@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: MIT
+// The coded bytes of a scan, restart interval by restart interval, with what the library's decoders keep between calls.
+#ifndef ZEPJP_CODECS_JPEG_INTERVAL_READER_H_
+#define ZEPJP_CODECS_JPEG_INTERVAL_READER_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <utility>
+
+#include "codecs/jpeg/intervals.h"
+#include "zepjp.h"
+
+namespace zepcodec::jpeg {
+
+// Why a decoder stopped, for a message.
+std::string Reason(zepStatus status);
+
+class IntervalReader {
+ public:
+  // The bytes must outlive the reader.
+  IntervalReader(const uint8_t* data, size_t size, Intervals intervals)
+      : data_(data), size_(size), intervals_(std::move(intervals)) {}
+
+  // Starts the next interval. Where it is missing, returns how many are missing in a row, and passes over them; 0: the
+  // interval begins. `ended_well`: all of the interval before was decoded, so that the reader stands where the next
+  // restart marker should be. A marker there that lost its FF to one wrong bit is found then.
+  size_t Next(bool ended_well);
+  // Whether that was so for the current interval.
+  bool is_repaired() const { return is_repaired_; }
+  // After every few calls of a decoder: the library counts bytes in 32 bits, files may be larger.
+  void KeepInRange() {
+    if (at_ > length_ / 2) Rebase();
+  }
+  // At the end of an interval: the bytes that no call asked for, as far as they are too many to be what fills the last
+  // byte. They are a sign of damage that made no bad code.
+  size_t LeftOver() const;
+  // Of the next byte in the file.
+  size_t offset() const { return base_ + static_cast<size_t>(at_); }
+  // Where the scan's data ends in the file.
+  size_t end() const { return intervals_.end; }
+
+  // What the decoders take.
+  const uint8_t* bytes() const { return data_ + base_; }
+  int32_t length() const { return length_; }
+  int32_t* at() { return &at_; }
+  int32_t* marker() { return &marker_; }
+  zepiDecodeHuffmanState* state() { return &state_; }
+
+ private:
+  void Start(size_t offset);
+  void Rebase();
+  // The index of the next interval that was found, or the number of all.
+  size_t NextFound() const;
+  size_t OffsetBehindUsedBits() const;
+  bool IsDamagedMarker(size_t offset) const;
+
+  const uint8_t* data_;
+  size_t size_;
+  Intervals intervals_;
+  size_t interval_ = 0;  // index of the interval after the current one
+  size_t found_ = 0;     // how many entries of intervals_.found were used
+  bool is_repaired_ = false;
+  // The library's buffer begins at data_ + base_.
+  size_t base_ = 0;
+  int32_t length_ = 0;
+  int32_t at_ = 0;
+  int32_t marker_ = 0;
+  zepiDecodeHuffmanState state_;
+};
+
+}  // namespace zepcodec::jpeg
+
+#endif  // ZEPJP_CODECS_JPEG_INTERVAL_READER_H_

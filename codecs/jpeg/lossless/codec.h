@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: MIT
+// Lossless JPEG files (ITU-T T.81, annex H), put together from the stages in zepjp.h.
+#ifndef ZEPJP_CODECS_JPEG_LOSSLESS_CODEC_H_
+#define ZEPJP_CODECS_JPEG_LOSSLESS_CODEC_H_
+
+#include <cstddef>
+#include <cstdint>
+
+#include "codecs/jpeg/metadata.h"
+#include "codecs/support/byte_buffer.h"
+#include "codecs/support/messages.h"
+#include "codecs/support/raster.h"
+#include "codecs/support/status.h"
+
+namespace zepcodec::jpeg::lossless {
+
+enum class Tables {
+  kFixed,    // one table that suits photographs: a single pass over the picture
+  kShared,   // one for all components, made for the picture
+  kOptimal,  // one for each component
+};
+
+struct EncodeOptions {
+  int predictor = 1;        // 1..7
+  int point_transform = 0;  // bits that are left out at the lower end of each sample
+  int restart_rows = 0;     // rows between restart markers; 0 for none
+  Tables tables = Tables::kOptimal;
+  // Of a picture of four components: they are CMYK, and 0 is full ink, as an Adobe header has it.
+  bool is_inverted_cmyk = false;
+  jpeg::Metadata metadata;  // segments, written as they are
+};
+
+// Makes a file of a picture of 1 to 4 components and 2 to 16 bits.
+Status Encode(const Raster& picture, const EncodeOptions& options, ByteBuffer* file);
+
+struct DecodeOptions {
+  int64_t max_pixels = int64_t{1} << 28;  // files that claim more are refused
+};
+
+// What a file says about itself, and what is wrong with it.
+struct FileInfo {
+  int width = 0;
+  int height = 0;
+  int components = 0;
+  int bits = 0;
+  // Of the last scan.
+  int predictor = 0;
+  int point_transform = 0;
+  int restart_interval = 0;  // in samples of each component
+  int adobe_transform = -1;  // negative: there is no Adobe header
+  jpeg::Metadata metadata;
+  Messages messages;
+};
+
+// A sample takes at least one bit. A file is refused, before memory is taken, if its picture has more
+// samples than it has bits behind the frame header; up to so many samples are accepted all the same, so
+// that small truncated files still show their first rows.
+constexpr int64_t kAlwaysAcceptedSamples = int64_t{1} << 20;
+
+// Components come out as they are coded. An error means that there is no picture; a picture with damaged
+// parts comes with messages.
+Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Raster* picture,
+              FileInfo* info);
+
+// Reads the headers up to the first scan.
+Status ReadFileInfo(const uint8_t* data, size_t size, FileInfo* info);
+
+// An upper bound of Decode()'s memory for the file that `info` was read from: with the picture, without the file.
+int64_t MemoryNeed(const FileInfo& info);
+
+// Whether the first frame header of these bytes is that of a lossless process with Huffman coding.
+bool IsLosslessJpeg(const uint8_t* data, size_t size);
+
+}  // namespace zepcodec::jpeg::lossless
+
+#endif  // ZEPJP_CODECS_JPEG_LOSSLESS_CODEC_H_

@@ -1,0 +1,295 @@
+// SPDX-License-Identifier: MIT
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "codecs/jpeg/lossless/codec.h"
+#include "codecs/jpeg/lossless/prediction.h"
+#include "codecs/jpeg/lossless/rows.h"
+#include "codecs/jpeg/markers.h"
+#include "zepjp.h"
+
+namespace zepcodec::jpeg::lossless {
+namespace {
+
+constexpr int kLosslessFrame = 0xC3;
+constexpr int kMostRestartInterval = 65535;
+
+constexpr size_t kCategories = 17;
+
+using Statistics = std::array<int32_t, 256>;
+
+struct Table {
+  std::array<uint8_t, 16> bits;
+  std::array<uint8_t, 256> categories;
+  zepiEncodeHuffmanSpec spec;
+};
+
+Status MakeTable(const Statistics& statistics, Table* table) {
+  const bool done =
+      zepiEncodeHuffmanRawTableInit_JPEG_8u(statistics.data(), table->bits.data(),
+                                            table->categories.data()) == zepStatusOk &&
+      zepiEncodeHuffmanSpecInit_JPEG_8u(table->bits.data(), table->categories.data(),
+                                        &table->spec) == zepStatusOk;
+  return done ? Status() : Status::Error("no Huffman table could be made");
+}
+
+// How often the categories come in photographs, roughly: small differences are frequent, and each category
+// beyond is half as frequent as the one before.
+constexpr Statistics kPhotographs = {900, 800, 900, 950, 800, 500, 250, 125, 64,
+                                     32,  16,  8,   4,   2,   1,   1,   1};
+
+// Adds the categories of differences to their counts. zepiGetHuffmanStatisticsOne_JPEG_16s_C1() does so for one
+// difference, but a call for each takes almost as long as its coding; four sets of counts do not wait for one
+// another where a category follows itself.
+void CountCategories(const Row& differences, int32_t* counts) {
+  constexpr size_t kSets = 4;
+  int32_t sets[kSets][32] = {};
+  for (size_t i = 0; i < differences.size(); ++i) {
+    const int difference = differences[i];
+    const auto magnitude = static_cast<unsigned>(difference < 0 ? -difference : difference);
+    ++sets[i % kSets][31 - __builtin_clz(2 * magnitude + 1)];
+  }
+  for (const auto& set : sets) {
+    for (size_t category = 0; category < kCategories; ++category) {
+      // A picture has 2^32 samples at most, and more than 2^31 of a kind are as good as 2^31.
+      counts[category] = static_cast<int32_t>(
+          std::min<int64_t>(int64_t{counts[category]} + set[category], INT32_MAX));
+    }
+  }
+}
+
+class Encoder {
+ public:
+  Encoder(const Raster& picture, const EncodeOptions& options, ByteBuffer* file)
+      : picture_(picture),
+        options_(options),
+        file_(file),
+        components_(static_cast<size_t>(picture.channels())) {
+    for (size_t c = 0; c < components_; ++c) {
+      for (Row* row : {&samples_[c], &above_[c], &differences_[c]}) {
+        row->resize(static_cast<size_t>(picture.width()));
+      }
+    }
+  }
+
+  Status Encode() {
+    if (Status status = Check(); !status.ok()) return status;
+    if (!file_->Resize(0)) return Status::NoMemory();
+    if (Status status = MakeTables(); !status.ok()) return status;
+    if (!AppendHeaders()) return Status::NoMemory();
+    if (Status status = AppendRows(); !status.ok()) return status;
+    Marker(jpeg::kEoi);
+    return ok_ ? Status() : Status::NoMemory();
+  }
+
+ private:
+  Status Check() const {
+    if (picture_.width() < 1 || picture_.width() > kMostSide || picture_.height() < 1 ||
+        picture_.height() > kMostSide) {
+      return Status::Error("a side must have 1 to 65535 pixels");
+    }
+    if (components_ < 1 || components_ > kMostComponents) {
+      return Status::Error("a picture must have 1 to 4 components");
+    }
+    if (picture_.bits() < 2 || picture_.bits() > 16) {
+      return Status::Error("samples must have 2 to 16 bits");
+    }
+    if (options_.predictor < 1 || options_.predictor > 7) {
+      return Status::Error("the predictor must be 1 to 7");
+    }
+    if (options_.point_transform < 0 || options_.point_transform >= picture_.bits()) {
+      return Status::Error("the point transform must be less than the bits of a sample");
+    }
+    const int most_rows = kMostRestartInterval / picture_.width();
+    if (options_.restart_rows < 0 || options_.restart_rows > most_rows) {
+      return Status::Error("at most " + std::to_string(most_rows) + " rows of " +
+                           std::to_string(picture_.width()) +
+                           " pixels fit between two restart markers");
+    }
+    return Status();
+  }
+
+  bool IsFirstRow(int y) const {
+    return y == 0 || (options_.restart_rows > 0 && y % options_.restart_rows == 0);
+  }
+
+  // The differences of row y; rows are asked for from the first to the last.
+  void PredictRow(int y) {
+    const Prediction prediction{options_.predictor, picture_.bits(), options_.point_transform};
+    Row* rows[kMostComponents] = {};
+    for (size_t c = 0; c < components_; ++c) {
+      std::swap(samples_[c], above_[c]);
+      rows[c] = &samples_[c];
+    }
+    SplitRow(picture_, y, options_.point_transform, rows);
+    for (size_t c = 0; c < components_; ++c) {
+      if (IsFirstRow(y)) {
+        SubtractFirstRow(prediction, samples_[c], &differences_[c]);
+      } else {
+        SubtractRow(prediction, samples_[c], above_[c], &differences_[c]);
+      }
+    }
+  }
+
+  Status MakeTables() {
+    if (options_.tables == Tables::kFixed) {
+      tables_.resize(1);
+      return MakeTable(kPhotographs, tables_.data());
+    }
+    tables_.resize(options_.tables == Tables::kShared ? 1 : components_);
+    std::vector<Statistics> statistics(tables_.size(), Statistics{});
+    for (int y = 0; y < picture_.height(); ++y) {
+      PredictRow(y);
+      for (size_t c = 0; c < components_; ++c) {
+        int32_t* const counts = statistics[std::min(c, tables_.size() - 1)].data();
+        CountCategories(differences_[c], counts);
+      }
+    }
+    for (size_t i = 0; i < tables_.size(); ++i) {
+      if (Status status = MakeTable(statistics[i], &tables_[i]); !status.ok()) return status;
+    }
+    return Status();
+  }
+
+  size_t TableOf(size_t component) const { return std::min(component, tables_.size() - 1); }
+
+  void Byte(size_t value) {
+    const auto byte = static_cast<uint8_t>(value);
+    ok_ = ok_ && file_->Append(&byte, 1);
+  }
+  void Word(size_t value) {
+    Byte(value >> 8);
+    Byte(value & 255);
+  }
+  void Bytes(const void* bytes, size_t count) {
+    ok_ = ok_ && file_->Append(static_cast<const uint8_t*>(bytes), count);
+  }
+  void Marker(int marker) {
+    Byte(0xFF);
+    Byte(static_cast<size_t>(marker));
+  }
+  void Begin(int marker, size_t content_size) {
+    Marker(marker);
+    Word(content_size + 2);
+  }
+
+  // Decoders that know of no other hint take components of these names as RGB.
+  size_t NameOf(size_t component) const {
+    constexpr char kRgb[] = "RGB";
+    return components_ == 3 ? static_cast<size_t>(kRgb[component]) : component + 1;
+  }
+
+  bool AppendHeaders() {
+    Marker(jpeg::kSoi);
+    if (components_ == 4 && options_.is_inverted_cmyk) AppendAdobe();
+    for (const jpeg::Segment& segment : options_.metadata.segments) {
+      Begin(segment.marker, segment.data.size());
+      Bytes(segment.data.data(), segment.data.size());
+    }
+    AppendFrame();
+    for (size_t i = 0; i < tables_.size(); ++i) AppendTable(i);
+    if (options_.restart_rows > 0) {
+      Begin(jpeg::kDri, 2);
+      Word(static_cast<size_t>(options_.restart_rows * picture_.width()));
+    }
+    AppendScan();
+    return ok_;
+  }
+
+  void AppendAdobe() {
+    constexpr uint8_t kAdobe[12] = {'A', 'd', 'o', 'b', 'e', 0, 100, 0, 0, 0, 0, 0};
+    Begin(jpeg::kApp14, sizeof(kAdobe));
+    Bytes(kAdobe, sizeof(kAdobe));
+  }
+
+  void AppendFrame() {
+    Begin(kLosslessFrame, 6 + 3 * components_);
+    Byte(static_cast<size_t>(picture_.bits()));
+    Word(static_cast<size_t>(picture_.height()));
+    Word(static_cast<size_t>(picture_.width()));
+    Byte(components_);
+    for (size_t c = 0; c < components_; ++c) {
+      Byte(NameOf(c));
+      Byte(0x11);  // sampling factors
+      Byte(0);     // no quantization
+    }
+  }
+
+  void AppendTable(size_t slot) {
+    const Table& table = tables_[slot];
+    size_t count = 0;
+    for (const uint8_t codes : table.bits) count += codes;
+    Begin(jpeg::kDht, 17 + count);
+    Byte(slot);
+    Bytes(table.bits.data(), table.bits.size());
+    Bytes(table.categories.data(), count);
+  }
+
+  void AppendScan() {
+    Begin(jpeg::kSos, 4 + 2 * components_);
+    Byte(components_);
+    for (size_t c = 0; c < components_; ++c) {
+      Byte(NameOf(c));
+      Byte(TableOf(c) << 4);
+    }
+    Byte(static_cast<size_t>(options_.predictor));
+    Byte(0);
+    Byte(static_cast<size_t>(options_.point_transform));
+  }
+
+  Status AppendRows() {
+    zepiEncodeHuffmanStateInit_JPEG_8u(&state_);
+    int restarts = 0;
+    for (int y = 0; y < picture_.height(); ++y) {
+      if (y > 0 && IsFirstRow(y)) {
+        if (Status status = Code(true); !status.ok()) return status;
+        Marker(jpeg::kRst0 + restarts++ % 8);
+      }
+      PredictRow(y);
+      if (Status status = Code(false); !status.ok()) return status;
+    }
+    return Code(true);
+  }
+
+  // The differences of a row, or what is left in the state.
+  Status Code(bool flushes) {
+    const int16_t* rows[kMostComponents] = {};
+    const zepiEncodeHuffmanSpec* tables[kMostComponents] = {};
+    for (size_t c = 0; c < components_; ++c) {
+      rows[c] = differences_[c].data();
+      tables[c] = &tables_[TableOf(c)].spec;
+    }
+    // A difference takes at most a code and extra bits, together 31 bits, and as many bytes of stuffing.
+    const size_t room = 8 * (picture_.SamplesInRow() + 2);
+    const size_t start = file_->size();
+    if (!file_->MakeRoom(room) || !file_->Resize(start + room)) return Status::NoMemory();
+    int32_t written = 0;
+    const zepStatus status = zepiEncodeHuffmanRow_JPEG_16s1u_P4C1(
+        rows, file_->data() + start, static_cast<int32_t>(room), &written, picture_.width(),
+        static_cast<int32_t>(components_), tables, &state_, flushes ? 1 : 0);
+    if (!file_->Resize(start + static_cast<size_t>(written))) return Status::NoMemory();
+    return status == zepStatusOk ? Status() : Status::Error(zepStatusName(status));
+  }
+
+  const Raster& picture_;
+  const EncodeOptions& options_;
+  ByteBuffer* file_;
+  size_t components_;
+  Row samples_[kMostComponents];
+  Row above_[kMostComponents];
+  Row differences_[kMostComponents];
+  std::vector<Table> tables_;
+  zepiEncodeHuffmanState state_;
+  bool ok_ = true;
+};
+
+}  // namespace
+
+Status Encode(const Raster& picture, const EncodeOptions& options, ByteBuffer* file) {
+  return Encoder(picture, options, file).Encode();
+}
+
+}  // namespace zepcodec::jpeg::lossless

@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: MIT
+// Reads a file's segments one after the other, up to where the coded blocks of a scan begin.
+#ifndef ZEPJP_CODECS_JPEG_MARKER_READER_H_
+#define ZEPJP_CODECS_JPEG_MARKER_READER_H_
+
+#include <cstddef>
+#include <cstdint>
+
+#include "codecs/jpeg/frame.h"
+#include "codecs/jpeg/metadata.h"
+#include "codecs/jpeg/segment_cursor.h"
+#include "codecs/support/byte_buffer.h"
+#include "codecs/support/image.h"
+#include "codecs/support/messages.h"
+#include "codecs/support/status.h"
+
+namespace zepcodec::jpeg {
+
+enum class Event {
+  kFrame,  // frame() is known
+  kScan,   // scan() is known; its data begins at position()
+  kEnd,    // of the picture
+};
+
+class MarkerReader {
+ public:
+  // The bytes must outlive the reader.
+  MarkerReader(const uint8_t* data, size_t size, Messages* messages);
+
+  // Reads up to the next event.
+  Status Next(Event* event);
+  // Goes on behind a scan's data.
+  void Seek(size_t position) { position_ = position; }
+
+  size_t position() const { return position_; }
+  // Of the last marker: where an error that Next() returns lies.
+  size_t marker_offset() const { return marker_offset_; }
+  const Frame& frame() const { return frame_; }
+  const Scan& scan() const { return scan_; }
+  const Tables& tables() const { return tables_; }
+  const Metadata& metadata() const { return metadata_; }
+  int restart_interval() const { return restart_interval_; }
+  bool has_jfif() const { return has_jfif_; }
+  // The Adobe header's transform, negative where there is no such header.
+  int adobe_transform() const { return adobe_transform_; }
+
+ private:
+  using Cursor = SegmentCursor;
+
+  Status Start();
+  Status FindMarker(int* marker);
+  Status OpenSegment(Cursor* cursor);
+  Status ReadSegment(int marker, Cursor cursor);
+  Status ReadFrame(int marker, Cursor cursor);
+  Status ReadComponents(int count, Cursor* cursor);
+  Status ReadScan(Cursor cursor);
+  Status ReadScanComponents(int count, Cursor* cursor);
+  Status ReadBand(Cursor* cursor);
+  Status ReadQuantization(Cursor cursor);
+  Status ReadHuffman(Cursor cursor);
+  void ReadApplication(int marker, Cursor cursor);
+  void UseStandardHuffman();
+  // The height from the DNL segment behind the first scan (T.81, B.2.5), or 0.
+  int FindLineCount() const;
+
+  const uint8_t* data_;
+  size_t size_;
+  Messages* messages_;
+  size_t position_ = 0;
+  size_t marker_offset_ = 0;
+  Frame frame_;
+  Scan scan_;
+  Tables tables_;
+  Metadata metadata_;
+  int restart_interval_ = 0;
+  bool has_jfif_ = false;
+  bool saw_huffman_ = false;
+  int adobe_transform_ = -1;
+};
+
+}  // namespace zepcodec::jpeg
+
+#endif  // ZEPJP_CODECS_JPEG_MARKER_READER_H_

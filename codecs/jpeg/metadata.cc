@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: MIT
+#include "codecs/jpeg/metadata.h"
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+
+#include "codecs/jpeg/markers.h"
+
+namespace zepcodec::jpeg {
+namespace {
+
+// The names that open these segments; the terminating zeros are part of them.
+constexpr char kExifName[] = "Exif\0";      // and the zero that ends the literal
+constexpr char kIccName[] = "ICC_PROFILE";  // then the part's number and the number of parts
+constexpr char kMultiPictureName[] = "MPF";
+constexpr size_t kIccHeaderBytes = sizeof(kIccName) + 2;
+
+template <size_t kSize>
+bool IsNamed(const Segment& segment, int marker, const char (&name)[kSize]) {
+  return segment.marker == marker && segment.data.size() >= kSize &&
+         std::memcmp(segment.data.data(), name, kSize) == 0;
+}
+
+bool IsIccPart(const Segment& segment) {
+  return IsNamed(segment, kApp2, kIccName) && segment.data.size() >= kIccHeaderBytes;
+}
+
+template <class Predicate>
+void RemoveIf(Metadata* metadata, Predicate predicate) {
+  auto& segments = metadata->segments;
+  segments.erase(std::remove_if(segments.begin(), segments.end(), predicate), segments.end());
+}
+
+}  // namespace
+
+std::vector<uint8_t> FindExif(const Metadata& metadata) {
+  for (const Segment& segment : metadata.segments) {
+    if (!IsNamed(segment, kApp1, kExifName)) continue;
+    return {segment.data.begin() + sizeof(kExifName), segment.data.end()};
+  }
+  return {};
+}
+
+std::vector<uint8_t> FindIccProfile(const Metadata& metadata) {
+  std::map<int, const Segment*> parts;
+  int count = 0;
+  for (const Segment& segment : metadata.segments) {
+    if (!IsIccPart(segment)) continue;
+    parts.emplace(segment.data[sizeof(kIccName)], &segment);
+    count = std::max<int>(count, segment.data[sizeof(kIccName) + 1]);
+  }
+  if (parts.empty()) return {};
+  const int first = parts.begin()->first, last = parts.rbegin()->first;
+  const bool is_whole = first <= 1 && last - first + 1 == count;
+  if (!is_whole || static_cast<int>(parts.size()) != count) return {};
+  std::vector<uint8_t> profile;
+  for (const auto& [number, part] : parts) {
+    profile.insert(profile.end(), part->data.begin() + kIccHeaderBytes, part->data.end());
+  }
+  return profile;
+}
+
+bool HasIccProfile(const Metadata& metadata) {
+  return std::any_of(metadata.segments.begin(), metadata.segments.end(), IsIccPart);
+}
+
+bool AddExif(const std::vector<uint8_t>& exif, Metadata* metadata) {
+  if (exif.size() > kMaxSegmentBytes - sizeof(kExifName)) return false;
+  Segment segment{kApp1, {std::begin(kExifName), std::end(kExifName)}};
+  segment.data.insert(segment.data.end(), exif.begin(), exif.end());
+  metadata->segments.push_back(std::move(segment));
+  return true;
+}
+
+bool AddIccProfile(const std::vector<uint8_t>& profile, Metadata* metadata) {
+  constexpr size_t kPartBytes = kMaxSegmentBytes - kIccHeaderBytes;
+  const size_t count = (profile.size() + kPartBytes - 1) / kPartBytes;
+  if (count > 255) return false;
+  for (size_t i = 0; i < count; ++i) {
+    const size_t first = i * kPartBytes;
+    const size_t size = std::min(kPartBytes, profile.size() - first);
+    Segment segment{kApp2, {std::begin(kIccName), std::end(kIccName)}};
+    segment.data.push_back(static_cast<uint8_t>(i + 1));
+    segment.data.push_back(static_cast<uint8_t>(count));
+    const uint8_t* part = profile.data() + first;
+    segment.data.insert(segment.data.end(), part, part + size);
+    metadata->segments.push_back(std::move(segment));
+  }
+  return true;
+}
+
+void RemoveIccProfile(Metadata* metadata) { RemoveIf(metadata, IsIccPart); }
+
+void RemoveMultiPictureIndex(Metadata* metadata) {
+  RemoveIf(metadata,
+           [](const Segment& segment) { return IsNamed(segment, kApp2, kMultiPictureName); });
+}
+
+}  // namespace zepcodec::jpeg

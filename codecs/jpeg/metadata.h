@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+// What a JPEG file says besides its picture: application and comment segments, resolution.
+#ifndef ZEPJP_CODECS_JPEG_METADATA_H_
+#define ZEPJP_CODECS_JPEG_METADATA_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace zepcodec::jpeg {
+
+// An APPn or COM segment without its marker and length.
+struct Segment {
+  int marker;
+  std::vector<uint8_t> data;
+};
+
+// Of the JFIF header: unit 0 says that x:y is the shape of a pixel, 1 dots an inch, 2 dots a cm.
+struct Density {
+  int unit = 0;
+  int x = 1;
+  int y = 1;
+};
+
+// The segments in the order of the file, without the JFIF and Adobe headers: those describe how the
+// samples are stored, so an encoder writes its own.
+struct Metadata {
+  Density density;
+  std::vector<Segment> segments;
+};
+
+// The most bytes that one segment holds.
+constexpr size_t kMaxSegmentBytes = 65533;
+
+// A profile takes up to 255; a file of nothing but empty segments must not fill the memory.
+constexpr size_t kMostSegments = 4096;
+
+// The EXIF data, a TIFF structure; empty where there is none.
+std::vector<uint8_t> FindExif(const Metadata& metadata);
+// The colour profile, joined from its segments in the order of their numbers, which count from 1 (from 0 in some
+// files); of two with the same number the first counts. Empty where there is none or a part is missing.
+std::vector<uint8_t> FindIccProfile(const Metadata& metadata);
+// Whether there is a profile or a part of one.
+bool HasIccProfile(const Metadata& metadata);
+
+// Append. False: too large for the form (one segment, or 255 of them).
+bool AddExif(const std::vector<uint8_t>& exif, Metadata* metadata);
+bool AddIccProfile(const std::vector<uint8_t>& profile, Metadata* metadata);
+
+// Takes out the segments that a change of the picture makes wrong.
+void RemoveIccProfile(Metadata* metadata);
+void RemoveMultiPictureIndex(Metadata* metadata);
+
+}  // namespace zepcodec::jpeg
+
+#endif  // ZEPJP_CODECS_JPEG_METADATA_H_

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+// The samples of one component: all of its rows, or those of one row of MCUs and the row above.
+#ifndef ZEPJP_CODECS_JPEG_PLANE_H_
+#define ZEPJP_CODECS_JPEG_PLANE_H_
+
+#include <cstdint>
+#include <cstring>
+
+#include "codecs/jpeg/geometry.h"
+#include "codecs/support/byte_buffer.h"
+#include "codecs/support/image.h"
+#include "codecs/support/status.h"
+
+namespace zepcodec::jpeg {
+
+class Plane {
+ public:
+  // Room for all rows, and grey in them, in case a component never comes.
+  [[nodiscard]] bool AllocateAll(const Geometry& geometry, const ComponentGeometry& place) {
+    const int rows = geometry.mcu_rows * place.v * place.block_size;
+    if (!Allocate(geometry.step, 0, rows)) return false;
+    std::memset(samples_.data(), 128, samples_.size());
+    return true;
+  }
+
+  // Room for a row of MCUs, the first one, and for the row above it.
+  [[nodiscard]] bool AllocateWindow(const Geometry& geometry, const ComponentGeometry& place) {
+    return Allocate(geometry.step, -1, place.v * place.block_size + 1);
+  }
+
+  // Moves the window to the next row of MCUs; the last row of samples is kept above it.
+  void Slide() {
+    std::memcpy(Row(first_row_), Row(first_row_ + rows_ - 1), static_cast<size_t>(step_));
+    first_row_ += rows_ - 1;
+  }
+
+  uint8_t* Row(int y) {
+    return samples_.data() + static_cast<size_t>(y - first_row_) * static_cast<size_t>(step_);
+  }
+  const uint8_t* Row(int y) const {
+    return samples_.data() + static_cast<size_t>(y - first_row_) * static_cast<size_t>(step_);
+  }
+  int step() const { return step_; }
+
+ private:
+  bool Allocate(int step, int first_row, int rows) {
+    step_ = step;
+    first_row_ = first_row;
+    rows_ = rows;
+    return samples_.Resize(static_cast<size_t>(step) * static_cast<size_t>(rows));
+  }
+
+  ByteBuffer samples_;
+  int step_ = 0;
+  int first_row_ = 0;
+  int rows_ = 0;
+};
+
+}  // namespace zepcodec::jpeg
+
+#endif  // ZEPJP_CODECS_JPEG_PLANE_H_

@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: MIT
+#include "codecs/jpeg/scan_decoder.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace zepcodec::jpeg {
+
+ScanDecoder::ScanDecoder(const uint8_t* data, size_t size, size_t begin, const ScanLayout& layout,
+                         Messages* messages, StageTimes* times)
+    : times_(times),
+      mcus_per_row_(layout.mcus_per_row),
+      source_(data, size, begin, int64_t{layout.mcus_per_row} * layout.mcu_rows,
+              layout.restart_interval, messages) {
+  for (const ScanPart& part : layout.parts) {
+    parts_.push_back({part, TransformFor(part.block_size), 0});
+    blocks_in_mcu_ += part.blocks_across * part.blocks_down;
+  }
+}
+
+void ScanDecoder::DecodeRow() {
+  StageClock clock(times_);
+  const int chunk = kChunkBlocks / blocks_in_mcu_;
+  for (int mcu = 0, count = 0; mcu < mcus_per_row_; mcu += count) {
+    if (source_.Begin()) {
+      for (Part& part : parts_) part.last_dc = 0;
+    }
+    count = std::min(chunk, mcus_per_row_ - mcu);
+    count = static_cast<int>(std::min<int64_t>(count, source_.mcus_left()));
+    DecodeBlocks(count);
+    clock.Lap(&StageTimes::huffman);
+    ReconstructBlocks(mcu, count);
+    clock.Lap(&StageTimes::dct);
+    source_.End(count);
+  }
+  ++row_;
+}
+
+void ScanDecoder::DecodeBlocks(int mcus) {
+  IntervalReader& from = source_.reader();
+  int16_t* block = blocks_;
+  for (int mcu = 0; mcu < mcus; ++mcu) {
+    for (Part& part : parts_) {
+      for (int i = part.blocks_across * part.blocks_down; i > 0; --i, block += 64) {
+        if (!source_.lost()) {
+          const zepStatus status = zepiDecodeHuffman8x8_JPEG_1u16s_C1(
+              from.bytes(), from.length(), from.at(), block, &part.last_dc, from.marker(), part.dc,
+              part.ac, from.state());
+          if (status == zepStatusOk) continue;
+          source_.Lose(status, mcu);
+        }
+        std::memset(block, 0, 64 * sizeof(*block));
+        block[0] = part.last_dc;
+      }
+    }
+  }
+}
+
+void ScanDecoder::ReconstructBlocks(int first_mcu, int mcus) {
+  const int16_t* block = blocks_;
+  for (int mcu = first_mcu; mcu < first_mcu + mcus; ++mcu) {
+    for (const Part& part : parts_) {
+      const int step = part.plane->step();
+      const int left = mcu * part.blocks_across * part.block_size;
+      for (int y = 0; y < part.blocks_down; ++y) {
+        uint8_t* samples = part.plane->Row((row_ * part.blocks_down + y) * part.block_size) + left;
+        for (int x = 0; x < part.blocks_across; ++x, block += 64) {
+          part.inverse(block, samples + x * part.block_size, step, part.steps);
+        }
+      }
+    }
+  }
+}
+
+}  // namespace zepcodec::jpeg

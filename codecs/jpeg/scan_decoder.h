@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+// Decodes the blocks of a scan into planes of samples, one row of MCUs after the other.
+#ifndef ZEPJP_CODECS_JPEG_SCAN_DECODER_H_
+#define ZEPJP_CODECS_JPEG_SCAN_DECODER_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "codecs/jpeg/block_transform.h"
+#include "codecs/jpeg/plane.h"
+#include "codecs/jpeg/scan_source.h"
+#include "codecs/jpeg/stage_clock.h"
+#include "codecs/support/messages.h"
+#include "zepjp.h"
+
+namespace zepcodec::jpeg {
+
+// What an MCU holds of one component.
+struct ScanPart {
+  Plane* plane;
+  int block_size;
+  int blocks_across;
+  int blocks_down;
+  const zepiDecodeHuffmanSpec* dc;
+  const zepiDecodeHuffmanSpec* ac;
+  uint16_t steps[64];
+};
+
+struct ScanLayout {
+  int mcus_per_row;
+  int mcu_rows;
+  int restart_interval;  // in MCUs, 0 for none
+  std::vector<ScanPart> parts;
+};
+
+class ScanDecoder {
+ public:
+  // The scan's data begins at data[begin]. The layout's planes and tables must outlive the decoder.
+  ScanDecoder(const uint8_t* data, size_t size, size_t begin, const ScanLayout& layout,
+              Messages* messages, StageTimes* times);
+
+  // Decodes the next row of MCUs. What is damaged is reported and becomes flat areas.
+  void DecodeRow();
+  // Where the scan's data ends in the file.
+  size_t end() { return source_.reader().end(); }
+
+ private:
+  static constexpr int kChunkBlocks = 48;
+
+  struct Part : ScanPart {
+    InverseTransform inverse;
+    int16_t last_dc;
+  };
+
+  void DecodeBlocks(int mcus);
+  void ReconstructBlocks(int first_mcu, int mcus);
+
+  alignas(64) int16_t blocks_[kChunkBlocks * 64];
+  StageTimes* times_;
+  int mcus_per_row_;
+  int blocks_in_mcu_ = 0;
+  std::vector<Part> parts_;
+  ScanSource source_;
+  int row_ = 0;
+};
+
+}  // namespace zepcodec::jpeg
+
+#endif  // ZEPJP_CODECS_JPEG_SCAN_DECODER_H_

@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: MIT
+#include "codecs/jpeg/scan_encoder.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+#include "codecs/jpeg/markers.h"
+
+namespace zepcodec::jpeg {
+namespace {
+
+std::vector<const uint16_t*> StepsOf(const std::vector<const CoderTables*>& tables) {
+  std::vector<const uint16_t*> steps;
+  for (const CoderTables* of_component : tables) steps.push_back(of_component->steps);
+  return steps;
+}
+
+}  // namespace
+
+ScanEncoder::ScanEncoder(const Geometry& geometry, const std::vector<const CoderTables*>& tables,
+                         const EncodeOptions& options, ByteBuffer* file)
+    : mcus_per_row_(geometry.mcus_per_row),
+      restart_interval_(options.restart_interval),
+      maker_(geometry, StepsOf(tables), options.precise_dct),
+      file_(file),
+      times_(options.times),
+      mcus_left_(options.restart_interval) {
+  for (size_t i = 0; i < tables.size(); ++i) {
+    const ComponentGeometry& place = geometry.components[i];
+    parts_.push_back({place, tables[i], 0});
+    blocks_in_mcu_ += place.h * place.v;
+  }
+  zepiEncodeHuffmanStateInit_JPEG_8u(&state_);
+}
+
+Status ScanEncoder::EncodeRow(const StripMaker& strip) {
+  StageClock clock(times_);
+  const int chunk = kChunkBlocks / blocks_in_mcu_;
+  for (int mcu = 0, count = 0; mcu < mcus_per_row_; mcu += count) {
+    if (restart_interval_ > 0 && mcus_left_ == 0) {
+      if (Status status = Restart(); !status.ok()) return status;
+    }
+    count = std::min(chunk, mcus_per_row_ - mcu);
+    if (restart_interval_ > 0) count = std::min(count, mcus_left_);
+    TransformBlocks(strip, mcu, count);
+    clock.Lap(&StageTimes::dct);
+    if (Status status = CodeBlocks(count); !status.ok()) return status;
+    clock.Lap(&StageTimes::huffman);
+    mcus_left_ -= count;
+  }
+  ++row_;
+  return Status();
+}
+
+void ScanEncoder::TransformBlocks(const StripMaker& strip, int first_mcu, int mcus) {
+  int16_t* block = blocks_;
+  for (int mcu = first_mcu; mcu < first_mcu + mcus; ++mcu) {
+    for (size_t i = 0; i < parts_.size(); ++i) {
+      const ComponentGeometry& place = parts_[i].place;
+      for (int y = row_ * place.v; y < (row_ + 1) * place.v; ++y) {
+        for (int x = mcu * place.h; x < (mcu + 1) * place.h; ++x, block += 64) {
+          const int16_t* before = block == blocks_ ? block : block - 64;
+          maker_.Make(strip, row_, i, x, y, before, block);
+        }
+      }
+    }
+  }
+}
+
+Status ScanEncoder::CodeBlocks(int mcus) {
+  const size_t room = static_cast<size_t>(mcus * blocks_in_mcu_) * kMostBytesOfBlock;
+  if (!file_->MakeRoom(room)) return Status::NoMemory();
+  uint8_t* out = file_->data() + file_->size();
+  int32_t at = 0;
+  const int16_t* block = blocks_;
+  zepStatus status = zepStatusOk;
+  for (int mcu = 0; mcu < mcus; ++mcu) {
+    for (Part& part : parts_) {
+      for (int i = part.place.h * part.place.v; i > 0; --i, block += 64) {
+        status = std::min(status, zepiEncodeHuffman8x8_JPEG_16s1u_C1(
+                                      block, out, static_cast<int32_t>(room), &at, &part.last_dc,
+                                      &part.tables->dc, &part.tables->ac, &state_, 0));
+      }
+    }
+  }
+  const bool kept = file_->Resize(file_->size() + static_cast<size_t>(at));
+  if (kept && status == zepStatusOk) return Status();
+  return Status::Error(std::string("coding a block failed: ") + zepStatusName(status));
+}
+
+Status ScanEncoder::Finish() {
+  constexpr int32_t kRoom = 8;
+  if (!file_->MakeRoom(kRoom)) return Status::NoMemory();
+  int32_t at = 0;
+  const zepStatus status = zepiEncodeHuffman8x8_JPEG_16s1u_C1(
+      nullptr, file_->data() + file_->size(), kRoom, &at, nullptr, nullptr, nullptr, &state_, 1);
+  const bool kept = file_->Resize(file_->size() + static_cast<size_t>(at));
+  if (kept && status == zepStatusOk) return Status();
+  return Status::Error(std::string("ending the data failed: ") + zepStatusName(status));
+}
+
+Status ScanEncoder::Restart() {
+  if (Status status = Finish(); !status.ok()) return status;
+  const uint8_t marker[2] = {0xFF, static_cast<uint8_t>(kRst0 + restarts_ % 8)};
+  if (!file_->Append(marker, sizeof(marker))) return Status::NoMemory();
+  ++restarts_;
+  mcus_left_ = restart_interval_;
+  for (Part& part : parts_) part.last_dc = 0;
+  return Status();
+}
+
+}  // namespace zepcodec::jpeg

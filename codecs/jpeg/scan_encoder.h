@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: MIT
+// Codes the blocks of a scan, one row of MCUs after the other.
+#ifndef ZEPJP_CODECS_JPEG_SCAN_ENCODER_H_
+#define ZEPJP_CODECS_JPEG_SCAN_ENCODER_H_
+
+#include <cstdint>
+#include <vector>
+
+#include "codecs/jpeg/block_maker.h"
+#include "codecs/jpeg/encoder.h"
+#include "codecs/jpeg/geometry.h"
+#include "codecs/jpeg/stage_clock.h"
+#include "codecs/jpeg/strip_maker.h"
+#include "codecs/support/byte_buffer.h"
+#include "codecs/support/image.h"
+#include "codecs/support/status.h"
+#include "zepjp.h"
+
+namespace zepcodec::jpeg {
+
+struct CoderTables {
+  uint16_t steps[64];  // prepared for the forward transform
+  zepiEncodeHuffmanSpec dc;
+  zepiEncodeHuffmanSpec ac;
+};
+
+class ScanEncoder {
+ public:
+  // One entry of `tables` for each component. What is referred to must outlive the encoder.
+  ScanEncoder(const Geometry& geometry, const std::vector<const CoderTables*>& tables,
+              const EncodeOptions& options, ByteBuffer* file);
+
+  // Codes a row of MCUs, the next one, from its samples.
+  Status EncodeRow(const StripMaker& strip);
+  // Writes what is left of the last byte.
+  Status Finish();
+
+ private:
+  static constexpr int kChunkBlocks = 48;
+  static constexpr size_t kMostBytesOfBlock = 512;  // 64 codes and values of 27 bits, all stuffed
+
+  struct Part {
+    ComponentGeometry place;
+    const CoderTables* tables;
+    int16_t last_dc;
+  };
+
+  void TransformBlocks(const StripMaker& strip, int first_mcu, int mcus);
+  Status CodeBlocks(int mcus);
+  Status Restart();
+
+  alignas(64) int16_t blocks_[kChunkBlocks * 64];
+  std::vector<Part> parts_;
+  int mcus_per_row_;
+  int restart_interval_;
+  BlockMaker maker_;
+  ByteBuffer* file_;
+  StageTimes* times_;
+  int blocks_in_mcu_ = 0;
+  int row_ = 0;
+  int mcus_left_;  // until the next restart marker
+  int restarts_ = 0;
+  zepiEncodeHuffmanState state_;
+};
+
+}  // namespace zepcodec::jpeg
+
+#endif  // ZEPJP_CODECS_JPEG_SCAN_ENCODER_H_

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+// From the rows of a picture to the samples of a row of MCUs.
+#ifndef ZEPJP_CODECS_JPEG_STRIP_MAKER_H_
+#define ZEPJP_CODECS_JPEG_STRIP_MAKER_H_
+
+#include <cstdint>
+#include <vector>
+
+#include "codecs/jpeg/encoder.h"
+#include "codecs/jpeg/geometry.h"
+#include "codecs/support/byte_buffer.h"
+#include "codecs/support/image.h"
+#include "codecs/support/status.h"
+
+namespace zepcodec::jpeg {
+
+class StripMaker {
+ public:
+  StripMaker(const Image& image, Sampling sampling, const Geometry& geometry)
+      : image_(image), sampling_(sampling), geometry_(geometry) {}
+
+  // False: no memory.
+  [[nodiscard]] bool Init();
+
+  // Converts the rows under the given row of MCUs. Blocks that reach beyond the picture are filled
+  // by repeating its last column and row; blocks beyond it altogether are left as they are.
+  void Make(int mcu_row);
+
+  const uint8_t* Samples(size_t component) const { return planes_[component].data(); }
+  int step() const { return geometry_.step; }
+
+ private:
+  const uint8_t* Padded(int first, int height, bool invert);
+  void Convert(int first, int height);
+  void ConvertCmyk(int first, int height);
+  void FillBlocks(size_t component, int mcu_row);
+  bool HalvesWidth() const { return sampling_ != Sampling::k444; }
+  bool HalvesHeight() const { return sampling_ == Sampling::k420; }
+
+  const Image& image_;
+  Sampling sampling_;
+  const Geometry& geometry_;
+  std::vector<ByteBuffer> planes_;
+  ByteBuffer padded_;     // rows of the picture, even in number and width
+  ByteBuffer chroma_[2];  // of full resolution
+};
+
+}  // namespace zepcodec::jpeg
+
+#endif  // ZEPJP_CODECS_JPEG_STRIP_MAKER_H_

@@ -1,0 +1,451 @@
+// SPDX-License-Identifier: MIT
+#include "codecs/jpeg2000/boxes.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <utility>
+
+#include "codecs/jpeg2000/codestream.h"
+
+namespace zepcodec::jpeg2000 {
+namespace {
+
+constexpr uint32_t Name(const char (&text)[5]) {
+  uint32_t name = 0;
+  for (int i = 0; i < 4; ++i) name = name << 8 | static_cast<uint8_t>(text[i]);
+  return name;
+}
+
+constexpr uint8_t kSignature[12] = {0, 0, 0, 12, 'j', 'P', ' ', ' ', 13, 10, 0x87, 10};
+constexpr size_t kMostEntries = 1024;
+
+// Illuminants of L*a*b*.
+constexpr uint32_t kD50 = 0x443530;
+constexpr uint32_t kD65 = 0x443635;
+
+uint64_t Number(const uint8_t* bytes, int count) {
+  uint64_t value = 0;
+  for (int i = 0; i < count; ++i) value = value << 8 | bytes[i];
+  return value;
+}
+
+struct Box {
+  uint32_t name;
+  Span content;
+};
+
+// Takes the first box off; false: there is none.
+bool NextBox(Span* rest, Box* box) {
+  if (rest->size < 8) return false;
+  uint64_t length = Number(rest->data, 4);
+  box->name = static_cast<uint32_t>(Number(rest->data + 4, 4));
+  size_t head = 8;
+  if (length == 1) {
+    if (rest->size < 16) return false;
+    length = Number(rest->data + 8, 8);
+    head = 16;
+  }
+  if (length == 0 || length > rest->size) length = rest->size;  // to the end, or cut off
+  if (length < head) return false;
+  const auto size = static_cast<size_t>(length);
+  box->content = {rest->data + head, size - head};
+  *rest = {rest->data + size, rest->size - size};
+  return true;
+}
+
+// Numbers of ITU-T T.800 and T.801. Of those that are left out, some are RGB with other primaries.
+ColorSpace Enumerated(int number) {
+  switch (number) {
+    case 0: return ColorSpace::kInvertedGrey;  // bi-level, 1 is black
+    case 3: return ColorSpace::kYcc;           // YCbCr(2), as in JPEG files
+    case 11: return ColorSpace::kCmy;
+    case 12: return ColorSpace::kCmyk;
+    case 13: return ColorSpace::kYcck;
+    case 14: return ColorSpace::kLab;
+    case 15: return ColorSpace::kGrey;  // bi-level, 1 is white
+    case 16: return ColorSpace::kRgb;
+    case 17: return ColorSpace::kGrey;
+    case 18:
+    case 24: return ColorSpace::kYcc;
+    default: return ColorSpace::kUnknown;
+  }
+}
+
+// Range and offset of L*, a* and b*, then the illuminant; all or nothing.
+void ReadLabRange(const uint8_t* data, size_t size, LabRange* lab) {
+  if (size < 28) return;
+  lab->has_offsets = true;
+  for (size_t i = 0; i < 3; ++i) {
+    lab->range[i] = static_cast<double>(Number(data + 8 * i, 4));
+    lab->offsets[i] = static_cast<double>(Number(data + 8 * i + 4, 4));
+  }
+  lab->is_d65 = Number(data + 24, 4) == kD65;
+}
+
+// The first that is understood counts.
+void ReadColor(const Span& content, Boxes* boxes) {
+  if (content.size < 3) return;
+  const int method = content.data[0];
+  if (method == 1 && content.size >= 7 && boxes->color == ColorSpace::kUnknown) {
+    const auto number = static_cast<int>(std::min<uint64_t>(Number(content.data + 3, 4), 65535));
+    boxes->color = Enumerated(number);
+    if (boxes->color == ColorSpace::kUnknown) boxes->unknown_color = number;
+    if (boxes->color == ColorSpace::kLab) {
+      ReadLabRange(content.data + 7, content.size - 7, &boxes->lab);
+    }
+  }
+  if (method == 2 && boxes->icc_profile.empty()) {
+    boxes->icc_profile.assign(content.data + 3, content.data + content.size);
+  }
+}
+
+// The kind of colours that an ICC profile is for.
+ColorSpace ColorOfProfile(const std::vector<uint8_t>& profile) {
+  if (profile.size() < 20) return ColorSpace::kUnknown;
+  switch (Number(profile.data() + 16, 4)) {
+    case Name("GRAY"): return ColorSpace::kGrey;
+    case Name("RGB "): return ColorSpace::kRgb;
+    case Name("CMYK"): return ColorSpace::kCmyk;
+    default: return ColorSpace::kUnknown;
+  }
+}
+
+// Without a header, components 1 and 2 on a coarser grid are taken for chroma, as other decoders
+// do.
+bool LooksLikeYcc(const Image& image) {
+  if (image.components.size() < 3) return false;
+  const Component& luma = image.components[0];
+  const Component& cb = image.components[1];
+  const Component& cr = image.components[2];
+  return cb.dx == cr.dx && cb.dy == cr.dy && cb.dx >= luma.dx && cb.dy >= luma.dy &&
+         cb.dx * cb.dy > luma.dx * luma.dy;
+}
+
+bool ReadPalette(const Span& content, Boxes::Palette* palette) {
+  *palette = {};
+  if (content.size < 3) return false;
+  const auto rows = static_cast<size_t>(Number(content.data, 2));
+  const size_t count = content.data[2];
+  if (rows < 1 || rows > kMostEntries || count < 1 || content.size < 3 + count) return false;
+  size_t row_bytes = 0;
+  for (size_t i = 0; i < count; ++i) {
+    const int depth = content.data[3 + i];
+    const int bits = (depth & 127) + 1;
+    if (bits > kMostBits) return false;
+    palette->columns.push_back({bits, depth > 127});
+    row_bytes += bits > 8 ? 2 : 1;
+  }
+  if (content.size < 3 + count + rows * row_bytes) return false;
+  const uint8_t* next = content.data + 3 + count;
+  for (size_t i = 0; i < rows * count; ++i) {
+    const Boxes::Palette::Column& column = palette->columns[i % count];
+    const int bytes = column.bits > 8 ? 2 : 1;
+    auto value = static_cast<int32_t>(Number(next, bytes) & ((uint64_t{1} << column.bits) - 1));
+    if (column.is_signed && value >> (column.bits - 1) != 0) value -= 1 << column.bits;
+    palette->entries.push_back(value);
+    next += bytes;
+  }
+  return true;
+}
+
+void ReadHeaderBox(const Box& box, Messages* messages, Boxes* boxes) {
+  const Span& content = box.content;
+  if (box.name == Name("colr")) ReadColor(content, boxes);
+  if (box.name == Name("pclr") && !ReadPalette(content, &boxes->palette)) {
+    boxes->palette = {};
+    messages->Add("the palette is damaged and was left out");
+  }
+  if (box.name == Name("cmap")) {
+    for (size_t i = 0; i + 4 <= content.size; i += 4) {
+      boxes->mappings.push_back({static_cast<int>(Number(content.data + i, 2)),
+                                 content.data[i + 2] == 1, content.data[i + 3]});
+    }
+  }
+  if (box.name == Name("cdef")) {
+    for (size_t i = 2; i + 6 <= content.size; i += 6) {
+      boxes->definitions.push_back({static_cast<int>(Number(content.data + i, 2)),
+                                    static_cast<int>(Number(content.data + i + 2, 2)),
+                                    static_cast<int>(Number(content.data + i + 4, 2))});
+    }
+  }
+}
+
+void Map(const Boxes::Palette& palette, int number, Component* component) {
+  const auto column = static_cast<size_t>(number);
+  component->bits = palette.columns[column].bits;
+  component->is_signed = palette.columns[column].is_signed;
+  const auto last = static_cast<int32_t>(palette.Rows()) - 1;
+  for (int32_t& sample : component->samples) {
+    const auto row = static_cast<size_t>(std::clamp(sample, 0, last));
+    sample = palette.entries[row * palette.columns.size() + column];
+  }
+}
+
+// How channels are made. A palette without a mapping: each of its columns makes one, in their
+// order.
+std::vector<Boxes::Mapping> MappingsOf(const Boxes& boxes, size_t components) {
+  if (!boxes.mappings.empty() || components != 1) return boxes.mappings;
+  std::vector<Boxes::Mapping> mappings;
+  for (size_t i = 0; i < boxes.palette.columns.size(); ++i) {
+    mappings.push_back({0, true, static_cast<int>(i)});
+  }
+  return mappings;
+}
+
+// A component goes to its last channel without a copy.
+void ApplyPalette(const Boxes& boxes, Messages* messages, Messages* notes, Image* image) {
+  if (boxes.palette.columns.empty()) return;
+  const std::vector<Boxes::Mapping> mappings = MappingsOf(boxes, image->components.size());
+  const std::vector<size_t> sources = PaletteSources(boxes, image->components.size());
+  if (sources.empty()) {
+    messages->Add("the palette does not fit the components and was left out");
+    return;
+  }
+  if (boxes.mappings.empty()) {
+    notes->Add("the palette has no mapping; its columns are the channels");
+  }
+  std::vector<Component> channels;
+  for (size_t i = 0; i < sources.size(); ++i) {
+    Component& from = image->components[sources[i]];
+    const bool is_last = std::find(sources.begin() + static_cast<ptrdiff_t>(i) + 1, sources.end(),
+                                   sources[i]) == sources.end();
+    channels.push_back(is_last ? std::move(from) : from);
+    if (mappings[i].uses_palette) Map(boxes.palette, mappings[i].column, &channels.back());
+  }
+  image->components = std::move(channels);
+}
+
+// Opacity of the whole picture, or else of one colour; null: none.
+const Boxes::Definition* FindOpacity(const Boxes& boxes) {
+  const Boxes::Definition* found = nullptr;
+  for (const Boxes::Definition& definition : boxes.definitions) {
+    if (definition.type != 1 && definition.type != 2) continue;
+    if (found == nullptr || (found->association != 0 && definition.association == 0)) {
+      found = &definition;
+    }
+  }
+  return found;
+}
+
+// Colours in their order, then opacity, then all other channels.
+void ApplyDefinitions(const Boxes& boxes, Image* image) {
+  const size_t count = image->components.size();
+  std::vector<size_t> places(count);
+  for (size_t i = 0; i < count; ++i) places[i] = i;
+  const Boxes::Definition* const opacity = FindOpacity(boxes);
+  for (const Boxes::Definition& definition : boxes.definitions) {
+    if (static_cast<size_t>(definition.channel) >= count) return;
+    size_t& place = places[size_t(definition.channel)];
+    const auto association = static_cast<size_t>(definition.association);
+    if (definition.type != 0) {
+      place = &definition == opacity ? count : count + 1;
+    } else if (association >= 1 && association <= count) {
+      place = association - 1;
+    }
+  }
+  std::vector<size_t> order(count);
+  for (size_t i = 0; i < count; ++i) order[i] = i;
+  std::stable_sort(order.begin(), order.end(),
+                   [&](size_t a, size_t b) { return places[a] < places[b]; });
+  std::vector<Component> channels;
+  for (size_t i = 0; i < count; ++i) {
+    if (opacity != nullptr && order[i] == static_cast<size_t>(opacity->channel)) {
+      image->alpha = static_cast<int>(i);
+      image->is_premultiplied = opacity->type == 2;
+    }
+    channels.push_back(std::move(image->components[order[i]]));
+  }
+  image->components = std::move(channels);
+}
+
+class BoxWriter {
+ public:
+  // A box stays open until its Close().
+  size_t Open(uint32_t name) {
+    bytes.insert(bytes.end(), 4, 0);
+    Put(name, 4);
+    return bytes.size() - 8;
+  }
+  void Close(size_t box) {
+    const size_t length = bytes.size() - box;
+    for (size_t i = 0; i < 4; ++i) bytes[box + i] = static_cast<uint8_t>(length >> (24 - 8 * i));
+  }
+  void Put(uint32_t value, int count) {
+    for (int i = count; i-- > 0;) bytes.push_back(static_cast<uint8_t>(value >> (8 * i)));
+  }
+  std::vector<uint8_t> bytes;
+};
+
+int Depth(const Component& component) {
+  return (component.is_signed ? 128 : 0) | (component.bits - 1);
+}
+
+// As Enumerated() reads it.
+uint32_t NumberOf(const Image& image) {
+  switch (image.color) {
+    case ColorSpace::kInvertedGrey: return 0;
+    case ColorSpace::kCmy: return 11;
+    case ColorSpace::kCmyk: return 12;
+    case ColorSpace::kYcck: return 13;
+    case ColorSpace::kLab: return 14;
+    case ColorSpace::kYcc: return 18;
+    default: break;
+  }
+  const size_t colors = image.components.size() - (image.alpha >= 0 ? 1 : 0);
+  return colors < 3 ? 17 : 16;
+}
+
+void WriteLabRange(const LabRange& lab, BoxWriter* writer) {
+  if (!lab.has_offsets) return;
+  for (size_t i = 0; i < 3; ++i) {
+    writer->Put(static_cast<uint32_t>(lab.range[i]), 4);
+    writer->Put(static_cast<uint32_t>(lab.offsets[i]), 4);
+  }
+  writer->Put(lab.is_d65 ? kD65 : kD50, 4);
+}
+
+void WriteColor(const Image& image, BoxWriter* writer) {
+  const size_t box = writer->Open(Name("colr"));
+  if (!image.icc_profile.empty()) {
+    writer->Put(0x020000, 3);
+    writer->bytes.insert(writer->bytes.end(), image.icc_profile.begin(), image.icc_profile.end());
+  } else {
+    writer->Put(0x010000, 3);
+    writer->Put(NumberOf(image), 4);
+    if (image.color == ColorSpace::kLab) WriteLabRange(image.lab, writer);
+  }
+  writer->Close(box);
+}
+
+uint32_t MostColors(ColorSpace color) {
+  switch (color) {
+    case ColorSpace::kUnknown: return kMostComponents;
+    case ColorSpace::kGrey:
+    case ColorSpace::kInvertedGrey: return 1;
+    case ColorSpace::kCmyk:
+    case ColorSpace::kYcck: return 4;
+    default: return 3;
+  }
+}
+
+void WriteDefinitions(const Image& image, BoxWriter* writer) {
+  constexpr uint32_t kNeither = 65535;
+  if (image.alpha < 0) return;
+  const size_t box = writer->Open(Name("cdef"));
+  writer->Put(static_cast<uint32_t>(image.components.size()), 2);
+  uint32_t color = 0;
+  for (size_t i = 0; i < image.components.size(); ++i) {
+    const bool is_alpha = static_cast<int>(i) == image.alpha;
+    const bool is_color = !is_alpha && color < MostColors(image.color);
+    const uint32_t opacity = image.is_premultiplied ? 2 : 1;
+    writer->Put(static_cast<uint32_t>(i), 2);
+    writer->Put(is_color ? 0 : is_alpha ? opacity : kNeither, 2);
+    writer->Put(is_color ? ++color : is_alpha ? 0 : kNeither, 2);
+  }
+  writer->Close(box);
+}
+
+void WriteHeader(const Image& image, BoxWriter* writer) {
+  const std::vector<Component>& components = image.components;
+  const bool same = std::all_of(components.begin(), components.end(), [&](const Component& c) {
+    return Depth(c) == Depth(components[0]);
+  });
+  const size_t header = writer->Open(Name("jp2h"));
+  const size_t box = writer->Open(Name("ihdr"));
+  writer->Put(static_cast<uint32_t>(image.y1 - image.y0), 4);
+  writer->Put(static_cast<uint32_t>(image.x1 - image.x0), 4);
+  writer->Put(static_cast<uint32_t>(components.size()), 2);
+  writer->Put(same ? static_cast<uint32_t>(Depth(components[0])) : 255, 1);
+  const bool is_known = image.color != ColorSpace::kUnknown || !image.icc_profile.empty();
+  writer->Put(7, 1);
+  writer->Put(is_known ? 0 : 1, 1);
+  writer->Put(0, 1);
+  writer->Close(box);
+  if (!same) {
+    const size_t depths = writer->Open(Name("bpcc"));
+    for (const Component& c : components) writer->Put(static_cast<uint32_t>(Depth(c)), 1);
+    writer->Close(depths);
+  }
+  WriteColor(image, writer);
+  WriteDefinitions(image, writer);
+  writer->Close(header);
+}
+
+}  // namespace
+
+Status ReadBoxes(const uint8_t* data, size_t size, Messages* messages, Boxes* boxes) {
+  if (size >= 2 && data[0] == 0xFF && data[1] == 0x4F) {
+    boxes->codestream = {data, size};
+    return Status();
+  }
+  if (size < sizeof(kSignature) || std::memcmp(data, kSignature, 4) != 0 ||
+      std::memcmp(data + 4, kSignature + 4, 8) != 0) {
+    return Status::Error("neither a JPEG 2000 codestream nor a JP2 file");
+  }
+  boxes->is_jp2 = true;
+  Span rest = {data + sizeof(kSignature), size - sizeof(kSignature)};
+  Box box{};
+  while (NextBox(&rest, &box)) {
+    if (box.name == Name("jp2h")) {
+      Span inner = box.content;
+      Box part{};
+      while (NextBox(&inner, &part)) ReadHeaderBox(part, messages, boxes);
+    }
+    if (box.name == Name("jp2c")) {
+      boxes->codestream = box.content;
+      return Status();
+    }
+  }
+  return Status::Error("the JP2 file has no codestream in it");
+}
+
+std::vector<size_t> PaletteSources(const Boxes& boxes, size_t count) {
+  constexpr size_t kMostChannels = 4;
+  std::vector<size_t> sources;
+  if (boxes.palette.columns.empty()) return sources;
+  const std::vector<Boxes::Mapping> mappings = MappingsOf(boxes, count);
+  if (mappings.size() > kMostChannels) return sources;
+  for (const Boxes::Mapping& mapping : mappings) {
+    const auto component = static_cast<size_t>(mapping.component);
+    const bool has_column =
+        !mapping.uses_palette || static_cast<size_t>(mapping.column) < boxes.palette.columns.size();
+    if (component >= count || !has_column) return {};
+    sources.push_back(component);
+  }
+  return sources;
+}
+
+void ApplyBoxes(const Boxes& boxes, Messages* messages, Messages* notes, Image* image) {
+  ApplyPalette(boxes, messages, notes, image);
+  image->alpha = -1;
+  image->is_premultiplied = false;
+  ApplyDefinitions(boxes, image);
+  image->color = boxes.color;
+  image->lab = boxes.lab;
+  image->icc_profile = boxes.icc_profile;
+  if (image->color != ColorSpace::kUnknown) return;
+  image->color = ColorOfProfile(boxes.icc_profile);
+  if (!boxes.icc_profile.empty()) return;
+  image->unknown_color = boxes.unknown_color;
+  if (boxes.unknown_color < 0 && LooksLikeYcc(*image)) image->color = ColorSpace::kYcc;
+}
+
+Status WriteBoxes(const Image& image, const std::vector<uint8_t>& codestream, ByteBuffer* file) {
+  BoxWriter writer;
+  writer.bytes.assign(kSignature, kSignature + sizeof(kSignature));
+  const size_t type = writer.Open(Name("ftyp"));
+  writer.Put(Name("jp2 "), 4);
+  writer.Put(0, 4);
+  writer.Put(Name("jp2 "), 4);
+  writer.Close(type);
+  WriteHeader(image, &writer);
+  if (codestream.size() > 0xFFFFFFFF - 8) return Status::Error("too large for a JP2 file");
+  writer.Put(static_cast<uint32_t>(codestream.size()) + 8, 4);
+  writer.Put(Name("jp2c"), 4);
+  const bool fits = file->Resize(0) && file->Append(writer.bytes.data(), writer.bytes.size()) &&
+                    file->Append(codestream.data(), codestream.size());
+  return fits ? Status() : Status::NoMemory();
+}
+
+}  // namespace zepcodec::jpeg2000

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+// The boxes of a JP2 file around its codestream (ITU-T T.800, Annex I).
+#ifndef ZEPJP_CODECS_JPEG2000_BOXES_H_
+#define ZEPJP_CODECS_JPEG2000_BOXES_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "codecs/jpeg2000/image.h"
+#include "codecs/jpeg2000/packet_reader.h"
+#include "codecs/support/byte_buffer.h"
+#include "codecs/support/messages.h"
+#include "codecs/support/status.h"
+
+namespace zepcodec::jpeg2000 {
+
+// What the boxes say about the components.
+struct Boxes {
+  struct Palette {
+    struct Column {
+      int bits;
+      bool is_signed;
+    };
+    std::vector<Column> columns;
+    std::vector<int32_t> entries;  // row by row
+    size_t Rows() const { return columns.empty() ? 0 : entries.size() / columns.size(); }
+  };
+  // A channel comes from a component, perhaps through a column of the palette.
+  struct Mapping {
+    int component;
+    bool uses_palette;
+    int column;
+  };
+  struct Definition {
+    int channel;
+    int type;         // 0 colour, 1 opacity, 2 opacity that was multiplied in, else neither
+    int association;  // 0: the whole picture; else the number of a colour from 1 on
+  };
+  bool is_jp2 = false;
+  Span codestream;
+  ColorSpace color = ColorSpace::kUnknown;
+  int unknown_color = -1;
+  LabRange lab;
+  std::vector<uint8_t> icc_profile;
+  Palette palette;
+  std::vector<Mapping> mappings;
+  std::vector<Definition> definitions;
+};
+
+// Finds the codestream of a file, which may be a codestream itself.
+Status ReadBoxes(const uint8_t* data, size_t size, Messages* messages, Boxes* boxes);
+
+// The component of `count` that each channel comes from where a palette makes them; else nothing.
+std::vector<size_t> PaletteSources(const Boxes& boxes, size_t count);
+
+// Turns decoded components into channels: palette, order, opacity, colour space.
+void ApplyBoxes(const Boxes& boxes, Messages* messages, Messages* notes, Image* image);
+
+// Puts the boxes of a picture around its codestream.
+Status WriteBoxes(const Image& image, const std::vector<uint8_t>& codestream, ByteBuffer* file);
+
+}  // namespace zepcodec::jpeg2000
+
+#endif  // ZEPJP_CODECS_JPEG2000_BOXES_H_

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+// A picture as JPEG 2000 sees it: components of 1 to 16 bits, each a plane of its own, signed or not,
+// on grids that may be coarser than the reference grid.
+#ifndef ZEPJP_CODECS_JPEG2000_IMAGE_H_
+#define ZEPJP_CODECS_JPEG2000_IMAGE_H_
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace zepcodec::jpeg2000 {
+
+constexpr int kMostBits = 16;
+
+// A sample lies at each multiple of (dx, dy) of the reference grid inside the picture's area.
+struct Component {
+  int width = 0;
+  int height = 0;
+  int dx = 1;
+  int dy = 1;
+  int bits = 8;
+  bool is_signed = false;
+  std::vector<int32_t> samples;  // rows without gaps
+
+  int32_t* Row(int y) { return samples.data() + size_t(y) * size_t(width); }
+  const int32_t* Row(int y) const { return samples.data() + size_t(y) * size_t(width); }
+};
+
+// Of these kYcc stands for sYCC and e-sYCC, kInvertedGrey for 0 as white.
+enum class ColorSpace { kUnknown, kGrey, kInvertedGrey, kRgb, kYcc, kCmy, kCmyk, kYcck, kLab };
+
+// What the samples of L*a*b* mean: a code from 0 to 2^bits - 1 is (code - offset) * range / (2^bits
+// - 1).
+struct LabRange {
+  std::array<double, 3> range = {100, 170, 200};
+  bool has_offsets = false;  // else those that the standard sets
+  std::array<double, 3> offsets = {};
+  bool is_d65 = false;  // else D50
+
+  double OffsetOf(size_t channel, int bits) const {
+    if (has_offsets) return offsets[channel];
+    const double half = static_cast<double>(1 << bits) / 2;
+    return channel == 0 ? 0 : channel == 1 ? half : 0.75 * half;
+  }
+};
+
+struct Image {
+  // The area on the reference grid: x0 to before x1.
+  int32_t x0 = 0;
+  int32_t y0 = 0;
+  int32_t x1 = 0;
+  int32_t y1 = 0;
+  std::vector<Component> components;  // colours, then opacity, then all others
+  ColorSpace color = ColorSpace::kUnknown;
+  int unknown_color = -1;            // the number of a JP2 colour space that is not in the list
+  LabRange lab;                      // of kLab
+  int alpha = -1;                    // the component that holds opacity; negative: none
+  bool is_premultiplied = false;     // the colours were multiplied with it
+  std::vector<uint8_t> icc_profile;  // empty: none
+};
+
+}  // namespace zepcodec::jpeg2000
+
+#endif  // ZEPJP_CODECS_JPEG2000_IMAGE_H_

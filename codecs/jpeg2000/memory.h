@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: MIT
+// How much memory the decoder takes, as far as it can be known from the main header.
+#ifndef ZEPJP_CODECS_JPEG2000_MEMORY_H_
+#define ZEPJP_CODECS_JPEG2000_MEMORY_H_
+
+#include <cstddef>
+#include <cstdint>
+
+#include "codecs/jpeg2000/codestream.h"
+#include "codecs/jpeg2000/decoder.h"
+
+namespace zepcodec::jpeg2000 {
+
+// For a codestream of `bytes` bytes whose claims were checked. `channels_of_palette` is 0 without a
+// palette.
+int64_t MemoryOf(const SizeSegment& size, const Parameters& parameters, size_t bytes,
+                 size_t channels_of_palette, const DecodeOptions& options);
+
+}  // namespace zepcodec::jpeg2000
+
+#endif  // ZEPJP_CODECS_JPEG2000_MEMORY_H_

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: MIT
+#include "codecs/jpeg2000/rate_control.h"
+
+#include <algorithm>
+
+namespace zepcodec::jpeg2000 {
+namespace {
+
+// One cut more of a block.
+struct Step {
+  double slope;
+  EncodedBlock* block;
+  size_t cut;
+};
+
+// How many steps are tried one by one where the next does not fit.
+constexpr size_t kMostTried = 32;
+
+class RateControl {
+ public:
+  RateControl(size_t other_bytes, std::deque<TileEncoder>* tiles)
+      : other_bytes_(other_bytes), tiles_(tiles) {
+    for (TileEncoder& tile : *tiles) {
+      for (EncodedBlock& block : tile.blocks()) {
+        for (size_t i = 0; i < block.cuts.size(); ++i) {
+          steps_.push_back({block.cuts[i].slope, &block, i + 1});
+        }
+      }
+    }
+    // The order of the blocks decides where slopes are equal, so that files are too.
+    std::stable_sort(steps_.begin(), steps_.end(),
+                     [](const Step& a, const Step& b) { return a.slope > b.slope; });
+  }
+
+  void CutLayer(size_t layer, size_t bytes) {
+    if (bytes == 0) {
+      TakeSteps(steps_.size(), layer);
+      return;
+    }
+    size_t fits = 0;
+    size_t too_many = steps_.size() + 1;
+    while (too_many - fits > 1) {
+      const size_t middle = fits + (too_many - fits) / 2;
+      TakeSteps(middle, layer);
+      (Bytes(layer) <= bytes ? fits : too_many) = middle;
+    }
+    TakeSteps(fits, layer);
+    Fill(fits, layer, bytes);
+  }
+
+ private:
+  // The first `count` steps, and what the previous layer has.
+  void TakeSteps(size_t count, size_t layer) {
+    for (const Step& step : steps_) {
+      std::vector<size_t>& cuts = step.block->layer_cuts;
+      cuts[layer] = layer == 0 ? 0 : cuts[layer - 1];
+    }
+    for (size_t i = 0; i < count; ++i) Take(steps_[i], layer);
+  }
+
+  static void Take(const Step& step, size_t layer) {
+    size_t& cut = step.block->layer_cuts[layer];
+    cut = std::max(cut, step.cut);
+  }
+
+  // Smaller steps may fit where a large one does not.
+  void Fill(size_t next, size_t layer, size_t bytes) {
+    const size_t end = std::min(steps_.size(), next + kMostTried);
+    for (size_t i = next; i < end; ++i) {
+      size_t& cut = steps_[i].block->layer_cuts[layer];
+      const size_t before = cut;
+      if (steps_[i].cut != before + 1) continue;
+      cut = steps_[i].cut;
+      if (Bytes(layer) > bytes) cut = before;
+    }
+  }
+
+  size_t Bytes(size_t layer) {
+    size_t size = other_bytes_;
+    for (TileEncoder& tile : *tiles_) size += tile.PacketBytes(layer + 1);
+    return size;
+  }
+
+  size_t other_bytes_;
+  std::deque<TileEncoder>* tiles_;
+  std::vector<Step> steps_;  // of falling slope
+};
+
+}  // namespace
+
+void CutLayers(const std::vector<size_t>& layer_bytes, size_t other_bytes,
+               std::deque<TileEncoder>* tiles) {
+  for (TileEncoder& tile : *tiles) {
+    for (EncodedBlock& block : tile.blocks()) block.layer_cuts.assign(layer_bytes.size(), 0);
+  }
+  RateControl control(other_bytes, tiles);
+  for (size_t layer = 0; layer < layer_bytes.size(); ++layer) {
+    control.CutLayer(layer, layer_bytes[layer]);
+  }
+}
+
+}  // namespace zepcodec::jpeg2000

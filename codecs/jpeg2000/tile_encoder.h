@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: MIT
+// A tile from samples to packets.
+#ifndef ZEPJP_CODECS_JPEG2000_TILE_ENCODER_H_
+#define ZEPJP_CODECS_JPEG2000_TILE_ENCODER_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <vector>
+
+#include "codecs/jpeg2000/block_encoder.h"
+#include "codecs/jpeg2000/codestream.h"
+#include "codecs/jpeg2000/geometry.h"
+#include "codecs/jpeg2000/image.h"
+#include "codecs/jpeg2000/packet_writer.h"
+#include "codecs/jpeg2000/plane.h"
+#include "codecs/support/byte_buffer.h"
+#include "codecs/support/status.h"
+
+namespace zepcodec::jpeg2000 {
+
+class TileEncoder {
+ public:
+  TileEncoder(const SizeSegment& size, const Parameters& parameters, int number);
+
+  // Transforms the tile's samples and codes all code-blocks in full.
+  Status Code(const Image& image, size_t threads);
+
+  std::deque<EncodedBlock>& blocks() { return blocks_; }
+  // Bytes of the packets of the first `layers` layers, as the blocks are cut now.
+  size_t PacketBytes(size_t layers);
+  // All packets in their order.
+  void WritePackets(std::vector<uint8_t>* bytes);
+
+ private:
+  using PrecinctsOfResolution = std::vector<PrecinctWriter>;
+
+  void LoadSamples(const Image& image);
+  void ForwardComponents();
+  void MakeBlocks();
+  std::vector<PrecinctWriter::ForBand> MakePrecinct(size_t component, size_t resolution,
+                                                    int64_t precinct);
+  BlockSource SourceOf(size_t component, size_t resolution, const Band& band,
+                       const Rect& area) const;
+  Status CodeBlocks(size_t threads);
+  size_t MarkerBytes() const;
+  bool IsReversible(size_t component) const { return Own(component).coding.reversible; }
+  const Parameters::ForComponent& Own(size_t component) const {
+    return parameters_.components[component];
+  }
+
+  const SizeSegment& size_;
+  const Parameters& parameters_;
+  Tile tile_;
+  std::vector<AnyPlane> planes_;
+  std::deque<EncodedBlock> blocks_;
+  std::vector<BlockSource> sources_;  // of each block
+  std::vector<std::vector<PrecinctsOfResolution>> precincts_;
+};
+
+}  // namespace zepcodec::jpeg2000
+
+#endif  // ZEPJP_CODECS_JPEG2000_TILE_ENCODER_H_

@@ -1,0 +1,346 @@
+// SPDX-License-Identifier: MIT
+#include "codecs/jpegxr/color.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include "codecs/jpegxr/float_code.h"
+#include "codecs/jpegxr/vector_loops.h"
+#include "codecs/jpegxr/wrapping.h"
+
+namespace zepcodec::jpegxr {
+namespace {
+
+using W = Wrapping;
+constexpr int kScaledShift = 3;
+
+int ShiftOf(const PlaneHeader& header) { return header.is_scaled ? kScaledShift : 0; }
+
+// What stands between a sample and the middle of its range, after scaling.
+int32_t Offset(SampleType type, const PlaneHeader& header) {
+  if (type == SampleType::kU8) return 128 << ShiftOf(header);
+  if (type == SampleType::kU16) return (32768 >> header.shift) << ShiftOf(header);
+  return 0;
+}
+
+// What makes the last shift round; that of opacity inside a picture's codestream rounds up.
+int32_t Rounding(SampleType type, const PlaneHeader& header, bool is_opacity) {
+  if (!header.is_scaled) return 0;
+  return type == SampleType::kU16 || is_opacity ? 4 : 3;
+}
+
+// How samples of each type are read and written, elements of any alignment.
+template <class T>
+struct Samples {
+  static T Load(const uint8_t* from) {
+    T value;
+    std::memcpy(&value, from, sizeof(T));
+    return value;
+  }
+  static void Store(T value, uint8_t* to) { std::memcpy(to, &value, sizeof(T)); }
+  static int32_t Decode(const uint8_t* from, const PlaneHeader& header) {
+    const T value = Load(from);
+    if constexpr (std::is_floating_point_v<T>) {
+      return CodeOfFloat(value, header.shift, header.exponent_bias);
+    } else if constexpr (sizeof(T) == 1) {
+      return value;
+    } else {
+      return static_cast<int32_t>(value) >> header.shift;
+    }
+  }
+  static void Encode(int32_t code, const PlaneHeader& header, uint8_t* to) {
+    if constexpr (std::is_floating_point_v<T>) {
+      Store(FloatOfCode(code, header.shift, header.exponent_bias), to);
+    } else if constexpr (sizeof(T) == 4) {
+      Store((W(code) << header.shift).value, to);
+    } else {
+      const int64_t value = sizeof(T) == 1 ? code : int64_t{code} * (1 << header.shift);
+      constexpr int64_t kLow = std::numeric_limits<T>::min(), kHigh = std::numeric_limits<T>::max();
+      Store(static_cast<T>(std::clamp(value, kLow, kHigh)), to);
+    }
+  }
+};
+
+template <>
+void Samples<uint8_t>::Encode(int32_t code, const PlaneHeader&, uint8_t* to) {
+  *to = static_cast<uint8_t>(std::clamp(code, 0, 255));
+}
+
+template <class T>
+struct Rows {
+  T* y;
+  T* u;
+  T* v;
+};
+
+// A row of pixels, `stride` bytes from one to the next.
+template <class T>
+void SplitRow(const uint8_t* from, size_t stride, size_t width, SampleType type,
+              const PlaneHeader& header, const Rows<int32_t>& rows) {
+  const int shift = ShiftOf(header);
+  const int32_t offset = Offset(type, header);
+  for (size_t x = 0; x < width; ++x, from += stride) {
+    const W r = W(Samples<T>::Decode(from, header)) << shift;
+    if (header.color == ColorFormat::kGrey) {
+      rows.y[x] = (r - offset).value;
+      continue;
+    }
+    const W g = W(Samples<T>::Decode(from + sizeof(T), header)) << shift;
+    const W b = W(Samples<T>::Decode(from + 2 * sizeof(T), header)) << shift;
+    const W v = b - r;
+    const W t = r + ((v + 1) >> 1) - g;
+    rows.y[x] = (g + (t >> 1) - offset).value;
+    rows.u[x] = (-t).value;
+    rows.v[x] = v.value;
+  }
+}
+
+template <class T>
+void JoinRow(const Rows<const int32_t>& rows, size_t width, SampleType type,
+             const PlaneHeader& header, int32_t rounding, size_t stride, uint8_t* to) {
+  const int shift = ShiftOf(header);
+  const W offset = W(Offset(type, header)) + rounding;
+  for (size_t x = 0; x < width; ++x, to += stride) {
+    const W y = W(rows.y[x]) + offset;
+    if (header.color == ColorFormat::kGrey) {
+      Samples<T>::Encode((y >> shift).value, header, to);
+      continue;
+    }
+    const W t = -W(rows.u[x]);
+    const W v = rows.v[x];
+    const W g = y - (t >> 1);
+    const W r = t + g - ((v + 1) >> 1);
+    const W b = v + r;
+    Samples<T>::Encode((r >> shift).value, header, to);
+    Samples<T>::Encode((g >> shift).value, header, to + sizeof(T));
+    Samples<T>::Encode((b >> shift).value, header, to + 2 * sizeof(T));
+  }
+}
+
+// The usual kind of picture, a few pixels at a time in loops that compilers turn into vectors: three bytes of a
+// pixel in a word each, then words over one another.
+ZEPJP_VECTOR_LOOPS void JoinRgb8Row(const Rows<const int32_t>& rows, size_t width, SampleType type,
+                                    const PlaneHeader& header, int32_t rounding, size_t,
+                                    uint8_t* to) {
+  constexpr size_t kChunk = 64;
+  const int shift = ShiftOf(header);
+  const W offset = W(Offset(type, header)) + rounding;
+  const auto byte = [=](W value) {
+    return static_cast<uint32_t>(std::min(std::max((value >> shift).value, 0), 255));
+  };
+  for (size_t start = 0; start < width; start += kChunk) {
+    const size_t count = std::min(kChunk, width - start);
+    uint32_t words[kChunk];
+    for (size_t i = 0; i < count; ++i) {
+      const W t = -W(rows.u[start + i]);
+      const W v = rows.v[start + i];
+      const W g = W(rows.y[start + i]) + offset - (t >> 1);
+      const W r = t + g - ((v + 1) >> 1);
+      words[i] = byte(r) | byte(g) << 8 | byte(v + r) << 16;
+    }
+    uint8_t* const out = to + 3 * start;
+    for (size_t i = 0; i + 1 < count; ++i) {
+      const uint8_t bytes[4] = {static_cast<uint8_t>(words[i]), static_cast<uint8_t>(words[i] >> 8),
+                                static_cast<uint8_t>(words[i] >> 16), 0};
+      std::memcpy(out + 3 * i, bytes, 4);
+    }
+    for (size_t c = 0; c < 3; ++c) {
+      out[3 * count - 3 + c] = static_cast<uint8_t>(words[count - 1] >> (8 * c));
+    }
+  }
+}
+
+using SplitFunction = decltype(&SplitRow<uint8_t>);
+using JoinFunction = decltype(&JoinRow<uint8_t>);
+constexpr SplitFunction kSplit[] = {SplitRow<uint8_t>, SplitRow<uint16_t>, SplitRow<int16_t>,
+                                    SplitRow<int32_t>, SplitRow<float>};
+constexpr JoinFunction kJoin[] = {JoinRow<uint8_t>, JoinRow<uint16_t>, JoinRow<int16_t>,
+                                  JoinRow<int32_t>, JoinRow<float>};
+
+void RepeatLast(int32_t* row, size_t width, size_t whole) {
+  std::fill(row + width, row + whole, row[width - 1]);
+}
+
+// (1 4 6 4 1) / 16 around every second value; the border mirrors.
+int32_t Weighed(int32_t a, int32_t b, int32_t c, int32_t d, int32_t e) {
+  return static_cast<int32_t>((int64_t{b} * 4 + int64_t{d} * 4 + int64_t{c} * 6 + a + e + 8) >> 4);
+}
+
+size_t Mirrored(ptrdiff_t i, size_t size) {
+  const auto last = static_cast<ptrdiff_t>(size) - 1;
+  if (i < 0) i = -i;
+  if (i > last) i = 2 * last - i;
+  return static_cast<size_t>(std::clamp<ptrdiff_t>(i, 0, last));
+}
+
+void HalveRow(const int32_t* from, size_t width, int32_t* to) {
+  for (size_t x = 0; x < width; x += 2) {
+    const auto i = static_cast<ptrdiff_t>(x);
+    to[x / 2] = x >= 2 && x + 2 < width
+                    ? Weighed(from[x - 2], from[x - 1], from[x], from[x + 1], from[x + 2])
+                    : Weighed(from[Mirrored(i - 2, width)], from[Mirrored(i - 1, width)], from[x],
+                              from[Mirrored(i + 1, width)], from[Mirrored(i + 2, width)]);
+  }
+}
+
+int32_t MeanUp(int32_t a, int32_t b) { return (W(a) + b + 1).value >> 1; }
+
+// A row at full resolution: every second value is the mean of its neighbours.
+void DoubleRow(const int32_t* from, size_t count, int32_t* to) {
+  for (size_t x = 0; x + 1 < count; ++x) {
+    to[2 * x] = from[x];
+    to[2 * x + 1] = MeanUp(from[x], from[x + 1]);
+  }
+  to[2 * count - 2] = to[2 * count - 1] = from[count - 1];
+}
+
+// Chroma row `y` of the full picture.
+const int32_t* FullRow(const Window& plane, bool is_420, size_t y, int32_t* narrow, int32_t* wide) {
+  if (!is_420) {
+    DoubleRow(plane.Row(y), plane.width, wide);
+    return wide;
+  }
+  const int32_t* const row = plane.Row(y / 2);
+  if (y % 2 == 0 || y / 2 + 1 == plane.height) {
+    DoubleRow(row, plane.width, wide);
+    return wide;
+  }
+  const int32_t* const next = plane.Row(y / 2 + 1);
+  for (size_t x = 0; x < plane.width; ++x) narrow[x] = MeanUp(row[x], next[x]);
+  DoubleRow(narrow, plane.width, wide);
+  return wide;
+}
+
+constexpr size_t kRowsAtOnce = 16;
+
+// Calls make_worker()(y) for all rows, on several threads.
+template <class MakeWorker>
+Status ForRows(size_t threads, size_t height, const MakeWorker& make_worker) {
+  return RunParallel(threads, (height + kRowsAtOnce - 1) / kRowsAtOnce, [&] {
+    return [&, worker = make_worker()](size_t item) mutable {
+      const size_t end = std::min(height, (item + 1) * kRowsAtOnce);
+      for (size_t y = item * kRowsAtOnce; y < end; ++y) worker(y);
+    };
+  });
+}
+
+}  // namespace
+
+PixelReader::PixelReader(const Image& image, const FrameHeader& frame, size_t kept_mb_rows,
+                         CodedPlane* plane)
+    : image_(image), frame_(frame), plane_(plane) {
+  if (plane->header.color != ColorFormat::k420) return;
+  const Window luma = plane->components[0].values.All();
+  const size_t kept = kept_mb_rows == 0 ? SIZE_MAX : 16 * kept_mb_rows;
+  for (Plane& narrow : narrow_) narrow.Resize(luma.width / 2, luma.height, kept);
+}
+
+// Chroma at half the width.
+Window PixelReader::NarrowChroma(size_t component) {
+  return plane_->header.color == ColorFormat::k420 ? narrow_[component - 1].All()
+                                                   : plane_->components[component].values.All();
+}
+
+void PixelReader::ReadRow(size_t y, Scratch* scratch) {
+  const PlaneHeader& header = plane_->header;
+  const bool is_small = IsSubsampled(header.color);
+  const Window luma = plane_->components[0].values.All();
+  const auto width = static_cast<size_t>(image_.width);
+  const auto last = static_cast<size_t>(image_.height) - 1;
+  Rows<int32_t> rows = {luma.Row(y), nullptr, nullptr};
+  if (is_small) {
+    for (auto& row : scratch->chroma) row.resize(luma.width);
+  }
+  if (header.Components() == 3) {
+    rows.u = is_small ? scratch->chroma[0].data() : plane_->components[1].values.All().Row(y);
+    rows.v = is_small ? scratch->chroma[1].data() : plane_->components[2].values.All().Row(y);
+  }
+  kSplit[static_cast<int>(frame_.type)](image_.Row(static_cast<int>(std::min(y, last))),
+                                        static_cast<size_t>(image_.channels * BytesOf(image_.type)),
+                                        width, frame_.type, header, rows);
+  RepeatLast(rows.y, width, luma.width);
+  if (header.Components() == 1) return;
+  RepeatLast(rows.u, width, luma.width);
+  RepeatLast(rows.v, width, luma.width);
+  if (!is_small) return;
+  HalveRow(rows.u, luma.width, NarrowChroma(1).Row(y));
+  HalveRow(rows.v, luma.width, NarrowChroma(2).Row(y));
+}
+
+void PixelReader::HalveDown(size_t y) {
+  for (size_t c = 1; c < 3; ++c) {
+    const Window narrow = NarrowChroma(c);
+    const int32_t* rows[5];
+    for (ptrdiff_t k = 0; k < 5; ++k) {
+      rows[k] = narrow.Row(Mirrored(static_cast<ptrdiff_t>(2 * y) + k - 2, narrow.height));
+    }
+    int32_t* const out = plane_->components[c].values.All().Row(y);
+    for (size_t x = 0; x < narrow.width; ++x) {
+      out[x] = Weighed(rows[0][x], rows[1][x], rows[2][x], rows[3][x], rows[4][x]);
+    }
+  }
+}
+
+void PixelReader::ReadMbRow(size_t mb_row) {
+  for (size_t y = 16 * mb_row; y < 16 * (mb_row + 1); ++y) ReadRow(y, &scratch_);
+  if (plane_->header.color != ColorFormat::k420) return;
+  // The last row waits for those below it.
+  const bool is_last = mb_row + 1 == frame_.MbHeight();
+  const size_t end = 8 * (mb_row + 1) - (is_last ? 0 : 1);
+  for (; halved_ < end; ++halved_) HalveDown(halved_);
+}
+
+Status FromImage(const Image& image, const FrameHeader& frame, size_t threads, CodedPlane* plane) {
+  PixelReader reader(image, frame, 0, plane);
+  Status status = ForRows(threads, plane->components[0].values.height(), [&] {
+    return [&, scratch = PixelReader::Scratch()](size_t y) mutable { reader.ReadRow(y, &scratch); };
+  });
+  if (!status.ok() || plane->header.color != ColorFormat::k420) return status;
+  return ForRows(threads, plane->components[1].values.height(),
+                 [&] { return [&](size_t y) { reader.HalveDown(y); }; });
+}
+
+PixelWriter::PixelWriter(const FrameHeader& frame, int channel, CodedPlane* plane, Image* image)
+    : frame_(frame), channel_(channel), plane_(plane), image_(image) {
+  const size_t width = plane->components[0].values.width();
+  narrow_.resize(width);
+  for (auto& row : wide_) row.resize(width + 16);
+}
+
+// A chroma component at full resolution.
+const int32_t* PixelWriter::ChromaRow(size_t component, size_t y) {
+  const Window all = plane_->components[component].values.All();
+  const ColorFormat color = plane_->header.color;
+  if (!IsSubsampled(color)) return all.Row(y);
+  return FullRow(all, color == ColorFormat::k420, y, narrow_.data(), wide_[component - 1].data());
+}
+
+void PixelWriter::WriteRow(size_t y) {
+  const PlaneHeader& header = plane_->header;
+  const auto stride = static_cast<size_t>(image_->channels * BytesOf(image_->type));
+  const int32_t rounding = Rounding(frame_.type, header, frame_.has_alpha && channel_ > 0);
+  const bool is_rgb8 = frame_.type == SampleType::kU8 && header.Components() == 3 && stride == 3;
+  const JoinFunction join = is_rgb8 ? JoinRgb8Row : kJoin[static_cast<int>(frame_.type)];
+  const size_t row = y + frame_.extra_top;
+  Rows<const int32_t> rows = {plane_->components[0].values.All().Row(row) + frame_.extra_left,
+                              nullptr, nullptr};
+  if (header.Components() == 3) {
+    rows.u = ChromaRow(1, row) + frame_.extra_left;
+    rows.v = ChromaRow(2, row) + frame_.extra_left;
+  }
+  join(rows, static_cast<size_t>(image_->width), frame_.type, header, rounding, stride,
+       image_->Row(static_cast<int>(y)) + channel_ * BytesOf(image_->type));
+}
+
+Status ToImage(const FrameHeader& frame, int channel, size_t threads, CodedPlane* plane,
+               Image* image) {
+  return ForRows(threads, static_cast<size_t>(image->height), [&] {
+    return [writer = PixelWriter(frame, channel, plane, image)](size_t y) mutable {
+      writer.WriteRow(y);
+    };
+  });
+}
+
+}  // namespace zepcodec::jpegxr

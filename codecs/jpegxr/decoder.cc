@@ -1,0 +1,375 @@
+// SPDX-License-Identifier: MIT
+#include "codecs/jpegxr/decoder.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "codecs/jpegxr/coded_plane.h"
+#include "codecs/jpegxr/color.h"
+#include "codecs/jpegxr/container.h"
+#include "codecs/jpegxr/header_reader.h"
+#include "codecs/jpegxr/packet.h"
+#include "codecs/jpegxr/tile_decoder.h"
+#include "codecs/jpegxr/transform.h"
+
+namespace zepcodec::jpegxr {
+namespace {
+
+constexpr int64_t kMostPixels = int64_t{1} << 56;  // of sizes that a header can tell
+
+// Of a macroblock: which components have high parts, and a pattern for each of the other bands.
+int64_t LeastBits(const PlaneHeader& plane) {
+  return (plane.Components() == 1 ? 1 : 2) + (plane.HasLp() ? 1 : 0) + (plane.HasHp() ? 1 : 0);
+}
+
+Status CheckClaims(const FrameHeader& frame, size_t bytes, const DecodeOptions& options) {
+  const int64_t pixels = int64_t{frame.width} * frame.height;
+  const std::string claim = "the header announces " + std::to_string(pixels) + " pixels";
+  if (pixels > options.max_pixels) {
+    return Status::Error(claim + ", more than the limit of " + std::to_string(options.max_pixels));
+  }
+  // With what fills the last macroblocks, which is most of a narrow picture.
+  const int64_t coded_pixels = int64_t{256} * frame.MbWidth() * frame.MbHeight();
+  if (coded_pixels >
+      std::max(2 * std::min(options.max_pixels, kMostPixels), kAlwaysAcceptedSamples)) {
+    return Status::Error("macroblocks of " + std::to_string(coded_pixels) + " pixels for " +
+                         std::to_string(pixels) + " of a narrow picture");
+  }
+  const size_t components = frame.plane.Components() + (frame.has_alpha ? 1 : 0);
+  const int64_t samples = coded_pixels * static_cast<int64_t>(components);
+  const int64_t bits = LeastBits(frame.plane) + (frame.has_alpha ? LeastBits(frame.alpha) : 0);
+  if (samples > kAlwaysAcceptedSamples &&
+      coded_pixels / 256 > static_cast<int64_t>(8 * bytes) / bits) {
+    return Status::Error(claim + ", more than " + std::to_string(bytes) + " bytes can hold");
+  }
+  return Status();
+}
+
+// A copy of the tiles' bytes with room behind it.
+class PaddedBytes {
+ public:
+  Status Set(const Span& codestream, size_t start) {
+    const size_t size = codestream.size - start;
+    if (!bytes_.Resize(size + PacketReader::kSpareBytes)) return Status::NoMemory();
+    std::memcpy(bytes_.data(), codestream.data + start, size);
+    std::memset(bytes_.data() + size, 0, PacketReader::kSpareBytes);
+    size_ = size;
+    return Status();
+  }
+  const uint8_t* At(uint64_t offset) const {
+    return offset < size_ ? bytes_.data() + offset : nullptr;
+  }
+  const uint8_t* End() const { return bytes_.data() + size_; }
+
+ private:
+  ByteBuffer bytes_;
+  size_t size_ = 0;
+};
+
+TilePackets PacketsOfTile(const Headers& headers, const PaddedBytes& bytes, size_t tile) {
+  const size_t bands = headers.frame.is_frequency_order ? PacketsOf(headers.frame.plane.bands) : 1;
+  TilePackets packets = {{}, bytes.End()};
+  for (size_t i = 0; i < bands; ++i) {
+    const size_t packet = tile * bands + i;
+    if (packet < headers.packet_offsets.size()) {
+      packets.begins[i] = bytes.At(headers.packet_offsets[packet]);
+    }
+  }
+  return packets;
+}
+
+Status DecodeTiles(const Headers& headers, const PaddedBytes& bytes, size_t threads,
+                   const std::vector<CodedPlane*>& planes, Messages* messages) {
+  const FrameHeader& frame = headers.frame;
+  std::vector<TileResult> results(frame.TileCount());
+  Status status = RunParallel(threads, results.size(), [&] {
+    return [&](size_t i) {
+      const TileArea area = AreaOfTile(frame, i);
+      TileDecoder decoder(frame, area, PacketsOfTile(headers, bytes, i), planes);
+      for (size_t y = 0; y < area.Height(); ++y) decoder.DecodeRow();
+      results[i] = decoder.result();
+    };
+  });
+  for (size_t i = 0; i < results.size(); ++i) {
+    if (!results[i].is_whole) messages->AddIn(Place("tile", i), results[i].problem);
+  }
+  return status;
+}
+
+// In strips a few rows of macroblocks at a time are in memory, and in the cache.
+bool DecodesStrips(const FrameHeader& frame, size_t threads) {
+  return threads == 1 && !(frame.has_hard_tiles && frame.overlap != Overlap::kNone);
+}
+
+// Decodes row by row of macroblocks, over all tiles in it.
+class StripDecoder {
+ public:
+  // The row that is decoded, the one that is transformed before it, and what of the one before that pixels wait
+  // for.
+  static constexpr size_t kKeptMbRows = 4;
+
+  StripDecoder(const Headers& headers, const PaddedBytes& bytes, int channel,
+               std::vector<CodedPlane>* planes, Image* image)
+      : headers_(headers), frame_(headers.frame), bytes_(bytes) {
+    for (CodedPlane& plane : *planes) {
+      planes_.push_back(&plane);
+      writers_.emplace_back(frame_, channel, &plane, image);
+      channel = image->Colors();
+    }
+  }
+
+  void Decode(Messages* messages) {
+    const size_t rows = frame_.MbHeight();
+    for (size_t tile_row = 0; tile_row + 1 < frame_.rows.size(); ++tile_row) {
+      OpenTiles(tile_row);
+      for (size_t row = frame_.rows[tile_row]; row < frame_.rows[tile_row + 1]; ++row) {
+        DecodeRow(row);
+        if (row > 0) FinishRow(row - 1, false);
+      }
+      CloseTiles(tile_row, messages);
+    }
+    FinishRow(rows - 1, true);
+  }
+
+ private:
+  size_t TilesAcross() const { return frame_.columns.size() - 1; }
+
+  void OpenTiles(size_t tile_row) {
+    for (size_t i = 0; i < TilesAcross(); ++i) {
+      const size_t tile = tile_row * TilesAcross() + i;
+      tiles_.push_back(std::make_unique<TileDecoder>(
+          frame_, AreaOfTile(frame_, tile), PacketsOfTile(headers_, bytes_, tile), planes_));
+    }
+  }
+
+  void CloseTiles(size_t tile_row, Messages* messages) {
+    for (size_t i = 0; i < tiles_.size(); ++i) {
+      const TileResult& result = tiles_[i]->result();
+      if (result.is_whole) continue;
+      messages->AddIn(Place("tile", tile_row * TilesAcross() + i), result.problem);
+    }
+    tiles_.clear();
+  }
+
+  void DecodeRow(size_t row) {
+    for (CodedPlane* plane : planes_) {
+      for (size_t c = 0; c < plane->header.Components(); ++c) {
+        Component& component = plane->components[c];
+        const size_t height = 4 * component.blocks_down;
+        const Window all = component.values.All();
+        std::memset(all.Row(row * height), 0, all.stride * height * sizeof(int32_t));
+      }
+    }
+    for (auto& tile : tiles_) tile->DecodeRow();
+    for (CodedPlane* plane : planes_) InverseDcRow(frame_, row, plane);
+  }
+
+  // Pixels that the filters and halved chroma of the next row may still change wait for it.
+  void FinishRow(size_t row, bool is_last) {
+    constexpr size_t kWaiting = 8;
+    const size_t bottom = is_last ? SIZE_MAX : 16 * (row + 1) - kWaiting;
+    for (CodedPlane* plane : planes_) InverseMbRow(frame_, row, plane);
+    const size_t end =
+        bottom <= frame_.extra_top ? 0 : std::min<size_t>(bottom - frame_.extra_top, frame_.height);
+    for (PixelWriter& writer : writers_) {
+      for (size_t y = written_; y < end; ++y) writer.WriteRow(y);
+    }
+    written_ = std::max(written_, end);
+  }
+
+  const Headers& headers_;
+  const FrameHeader& frame_;
+  const PaddedBytes& bytes_;
+  std::vector<CodedPlane*> planes_;
+  std::vector<PixelWriter> writers_;
+  std::vector<std::unique_ptr<TileDecoder>> tiles_;
+  size_t written_ = 0;
+};
+
+// One codestream, whose colours go to `channel` and on; opacity, if it has any, behind them.
+class FrameDecoder {
+ public:
+  FrameDecoder(const Span& codestream, const DecodeOptions& options)
+      : codestream_(codestream), options_(options), threads_(ThreadCount(options.threads)) {}
+
+  Status ReadHeader() {
+    Status status = ReadHeaders(codestream_.data, codestream_.size, &headers_);
+    return status.ok() ? CheckClaims(headers_.frame, codestream_.size, options_) : status;
+  }
+  const FrameHeader& frame() const { return headers_.frame; }
+
+  Status Decode(int channel, Image* image, Messages* messages) {
+    const FrameHeader& frame = headers_.frame;
+    PaddedBytes bytes;
+    Status status = bytes.Set(codestream_, headers_.data_start);
+    if (!status.ok()) return status;
+    std::vector<CodedPlane> planes(frame.has_alpha ? 2 : 1);
+    planes[0].header = frame.plane;
+    if (frame.has_alpha) planes[1].header = frame.alpha;
+    if (!DecodesStrips(frame, threads_)) {
+      return DecodeWhole(bytes, channel, &planes, image, messages);
+    }
+    for (CodedPlane& plane : planes) {
+      plane.Resize(frame.MbWidth(), frame.MbHeight(), StripDecoder::kKeptMbRows);
+    }
+    StripDecoder(headers_, bytes, channel, &planes, image).Decode(messages);
+    return Status();
+  }
+
+  // What Decode() takes besides the image.
+  int64_t Memory() const {
+    const FrameHeader& frame = headers_.frame;
+    const bool in_strips = DecodesStrips(frame, threads_);
+    const size_t open_tiles =
+        in_strips ? frame.columns.size() - 1 : std::min(threads_, frame.TileCount());
+    const size_t kept_rows = in_strips ? StripDecoder::kKeptMbRows : 0;
+    constexpr size_t kRest = size_t{1} << 22;  // stacks of threads and other small things
+    size_t bytes = codestream_.size + PacketReader::kSpareBytes + kRest;
+    bytes += frame.TileCount() * sizeof(TileResult) * 2 +
+             headers_.packet_offsets.capacity() * sizeof(uint64_t);
+    for (const PlaneHeader* plane : {&frame.plane, &frame.alpha}) {
+      if (plane == &frame.alpha && !frame.has_alpha) break;
+      bytes += CodedPlane::MemoryOf(*plane, frame.MbWidth(), frame.MbHeight(), kept_rows) +
+               TileDecoder::MemoryOf(open_tiles, frame.MbWidth()) +
+               PixelWriter::MemoryOf(frame.MbWidth()) * threads_;
+    }
+    return static_cast<int64_t>(bytes);
+  }
+
+ private:
+  Status DecodeWhole(const PaddedBytes& bytes, int channel, std::vector<CodedPlane>* planes,
+                     Image* image, Messages* messages) {
+    const FrameHeader& frame = headers_.frame;
+    std::vector<CodedPlane*> pointers;
+    for (CodedPlane& plane : *planes) {
+      plane.Resize(frame.MbWidth(), frame.MbHeight());
+      pointers.push_back(&plane);
+    }
+    Status status = DecodeTiles(headers_, bytes, threads_, pointers, messages);
+    for (CodedPlane* plane : pointers) {
+      if (status.ok()) status = Inverse(frame, threads_, plane);
+      if (status.ok()) status = ToImage(frame, channel, threads_, plane, image);
+      channel = image->Colors();
+    }
+    return status;
+  }
+
+  Span codestream_;
+  const DecodeOptions& options_;
+  size_t threads_;
+  Headers headers_;
+};
+
+void FillOpaque(Image* image) {
+  const auto bytes = static_cast<size_t>(BytesOf(image->type));
+  const auto channels = static_cast<size_t>(image->channels);
+  for (size_t i = (channels - 1) * bytes; i < image->bytes.size(); i += channels * bytes) {
+    std::fill_n(&image->bytes[i], bytes, uint8_t{255});
+  }
+}
+
+// The codestreams of a file, their headers read.
+class FileDecoder {
+ public:
+  FileDecoder(const Container& container, const DecodeOptions& options)
+      : container_(container), options_(options), decoder_(container_.picture, options) {}
+
+  Status ReadHeader() { return decoder_.ReadHeader(); }
+  const FrameHeader& frame() const { return decoder_.frame(); }
+
+  // What Decode() takes at most.
+  int64_t Memory() const {
+    int64_t bytes = decoder_.Memory();
+    if (HasOwnAlpha()) {
+      FrameDecoder alpha(container_.alpha, options_);
+      if (OpenAlpha(&alpha).ok()) bytes = std::max(bytes, alpha.Memory());
+    }
+    Image image;
+    Describe(&image);
+    return bytes + static_cast<int64_t>(image.Step()) * image.height;
+  }
+
+  Status Decode(Image* image, FileInfo* info) {
+    Describe(image);
+    image->Resize();
+    Status status = decoder_.Decode(0, image, &info->messages);
+    if (!status.ok() || !HasOwnAlpha()) return status;
+    FrameDecoder decoder(container_.alpha, options_);
+    Status alpha = OpenAlpha(&decoder);
+    if (alpha.ok()) alpha = decoder.Decode(image->Colors(), image, &info->messages);
+    if (!alpha.ok()) {
+      info->messages.Add("opacity: " + alpha.text());
+      FillOpaque(image);
+    }
+    return status;
+  }
+
+ private:
+  bool HasOwnAlpha() const { return container_.alpha.size > 0 && !frame().has_alpha; }
+
+  Status OpenAlpha(FrameDecoder* decoder) const {
+    const Status status = decoder->ReadHeader();
+    const FrameHeader& alpha = decoder->frame();
+    if (status.ok() && (alpha.width != frame().width || alpha.height != frame().height ||
+                        alpha.type != frame().type || alpha.is_rgb)) {
+      return Status::Error("it does not fit the picture");
+    }
+    return status;
+  }
+
+  void Describe(Image* image) const {
+    image->width = static_cast<int>(frame().width);
+    image->height = static_cast<int>(frame().height);
+    image->type = frame().type;
+    image->channels = (frame().is_rgb ? 3 : 1) + (frame().has_alpha || HasOwnAlpha() ? 1 : 0);
+  }
+
+  Container container_;
+  const DecodeOptions& options_;
+  FrameDecoder decoder_;
+};
+
+// Reads the headers; then `use` is called with what decodes the file.
+template <class Use>
+Status OpenFile(const uint8_t* data, size_t size, const DecodeOptions& options, FileInfo* info,
+                const Use& use) {
+  try {
+    Container container;
+    Status status = ReadContainer(data, size, &info->messages, &container);
+    if (!status.ok()) return status;
+    FileDecoder decoder(container, options);
+    status = decoder.ReadHeader();
+    info->frame = decoder.frame();
+    return status.ok() ? use(&decoder) : status;
+  } catch (const std::bad_alloc&) {
+    return Status::NoMemory();
+  }
+}
+
+}  // namespace
+
+Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Image* image,
+              FileInfo* info) {
+  return OpenFile(data, size, options, info,
+                  [&](FileDecoder* decoder) { return decoder->Decode(image, info); });
+}
+
+Status EstimateMemory(const uint8_t* data, size_t size, const DecodeOptions& options,
+                      int64_t* bytes) {
+  FileInfo info;
+  return OpenFile(data, size, options, &info, [&](FileDecoder* decoder) {
+    *bytes = decoder->Memory();
+    return Status();
+  });
+}
+
+Status ReadFileInfo(const uint8_t* data, size_t size, FileInfo* info) {
+  const DecodeOptions options;
+  return OpenFile(data, size, options, info, [](FileDecoder*) { return Status(); });
+}
+
+}  // namespace zepcodec::jpegxr

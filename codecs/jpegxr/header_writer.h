@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+// Writes the headers of a codestream.
+#ifndef ZEPJP_CODECS_JPEGXR_HEADER_WRITER_H_
+#define ZEPJP_CODECS_JPEGXR_HEADER_WRITER_H_
+
+#include <cstdint>
+#include <vector>
+
+#include "codecs/jpegxr/codestream.h"
+
+namespace zepcodec::jpegxr {
+
+// Everything before the tiles. `packet_sizes` of all packets in their order; without an index they are not
+// used.
+std::vector<uint8_t> MakeHeaders(const FrameHeader& frame,
+                                 const std::vector<uint64_t>& packet_sizes);
+
+}  // namespace zepcodec::jpegxr
+
+#endif  // ZEPJP_CODECS_JPEGXR_HEADER_WRITER_H_

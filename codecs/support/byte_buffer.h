@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: MIT
+// Bytes on the heap. Unlike a vector, new bytes have no value yet, and a lack of memory is a result
+// instead of an exception.
+#ifndef ZEPJP_CODECS_SUPPORT_BYTE_BUFFER_H_
+#define ZEPJP_CODECS_SUPPORT_BYTE_BUFFER_H_
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <utility>
+
+namespace zepcodec {
+
+class ByteBuffer {
+ public:
+  uint8_t* data() { return bytes_.get(); }
+  const uint8_t* data() const { return bytes_.get(); }
+  size_t size() const { return size_; }
+  size_t capacity() const { return capacity_; }
+
+  // The first bytes keep their values, as many as fit. Shrinking keeps the memory.
+  // False: no memory.
+  [[nodiscard]] bool Resize(size_t size) {
+    if (size > capacity_ && !Reserve(size)) return false;
+    size_ = size;
+    return true;
+  }
+
+  // Makes room for `more` bytes behind the last one; grows at least by half, so that appending many
+  // small pieces stays linear.
+  [[nodiscard]] bool MakeRoom(size_t more) {
+    if (capacity_ - size_ >= more) return true;
+    return Reserve(std::max(size_ + more, capacity_ + capacity_ / 2));
+  }
+
+  [[nodiscard]] bool Append(const uint8_t* bytes, size_t count) {
+    if (!MakeRoom(count)) return false;
+    if (count > 0) std::memcpy(data() + size_, bytes, count);
+    size_ += count;
+    return true;
+  }
+
+ private:
+  bool Reserve(size_t capacity) {
+    std::unique_ptr<uint8_t[]> grown(new (std::nothrow) uint8_t[capacity]);
+    if (grown == nullptr) return false;
+    if (size_ > 0) std::memcpy(grown.get(), bytes_.get(), size_);
+    bytes_ = std::move(grown);
+    capacity_ = capacity;
+    return true;
+  }
+
+  std::unique_ptr<uint8_t[]> bytes_;
+  size_t size_ = 0;
+  size_t capacity_ = 0;
+};
+
+}  // namespace zepcodec
+
+#endif  // ZEPJP_CODECS_SUPPORT_BYTE_BUFFER_H_

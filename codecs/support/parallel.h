@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: MIT
+// Work that falls into many independent items, on several threads.
+#ifndef ZEPJP_CODECS_SUPPORT_PARALLEL_H_
+#define ZEPJP_CODECS_SUPPORT_PARALLEL_H_
+
+#include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <new>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+#include "codecs/support/status.h"
+
+namespace zepcodec {
+
+// The number of threads that `wanted` means; 0: as many as the machine runs at once.
+inline size_t ThreadCount(int wanted) {
+  if (wanted > 0) return static_cast<size_t>(wanted);
+  return std::max<size_t>(1, std::thread::hardware_concurrency());
+}
+
+// On each thread makes a worker, which is then called with one item after the other. Where the system gives
+// fewer threads, those do all the work. Only a lack of memory is caught, and told.
+template <class MakeWorker>
+Status RunParallel(size_t threads, size_t items, const MakeWorker& make_worker) {
+  std::atomic<size_t> next{0};
+  std::atomic<bool> failed{false};
+  const auto run = [&] {
+    try {
+      auto worker = make_worker();
+      for (size_t item = next++; item < items && !failed; item = next++) worker(item);
+    } catch (const std::bad_alloc&) {
+      failed = true;
+    }
+  };
+  std::vector<std::thread> others;
+  try {
+    others.reserve(std::min(threads, items));
+    while (others.size() + 1 < std::min(threads, items)) others.emplace_back(run);
+  } catch (const std::system_error&) {
+    // As many as there are.
+  } catch (const std::bad_alloc&) {
+    // The same.
+  }
+  run();
+  for (std::thread& other : others) other.join();
+  return failed ? Status::NoMemory() : Status();
+}
+
+}  // namespace zepcodec
+
+#endif  // ZEPJP_CODECS_SUPPORT_PARALLEL_H_

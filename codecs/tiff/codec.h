@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: MIT
+// TIFF files (TIFF 6.0): strips of grey or RGB of 8 or 16 bits, plain or in PackBits.
+#ifndef ZEPJP_CODECS_TIFF_CODEC_H_
+#define ZEPJP_CODECS_TIFF_CODEC_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "codecs/support/byte_buffer.h"
+#include "codecs/support/messages.h"
+#include "codecs/support/raster.h"
+#include "codecs/support/status.h"
+
+namespace zepcodec::tiff {
+
+enum class Compression { kNone, kPackBits };
+
+struct EncodeOptions {
+  Compression compression = Compression::kPackBits;
+  // Each row of 16-bit samples as all its high bytes, then all its low bytes, which packs better. This
+  // codec's own: the file says so by a private number of its compression, and other programs refuse it.
+  bool has_byte_planes = false;
+  int dots_per_inch = 0;  // 0: unknown
+  std::vector<uint8_t> icc_profile;
+};
+
+// Makes a file of a picture of 1 or 3 channels and 8 or 16 bits.
+Status Encode(const Raster& picture, const EncodeOptions& options, ByteBuffer* file);
+
+struct DecodeOptions {
+  int64_t max_pixels = int64_t{1} << 28;  // files that claim more are refused
+};
+
+// What a file says about itself, and what is wrong with it.
+struct FileInfo {
+  int width = 0;
+  int height = 0;
+  int channels = 0;
+  int bits = 0;
+  bool is_big_endian = false;
+  bool has_more_pictures = false;
+  Compression compression = Compression::kNone;
+  bool has_byte_planes = false;
+  int dots_per_inch = 0;
+  std::vector<uint8_t> icc_profile;
+  Messages messages;
+};
+
+// Two bytes become at most 128 by PackBits. A file is refused, before memory is taken, if its picture has
+// more bytes than that of its size; up to so many bytes are accepted all the same.
+constexpr int64_t kMostExpansion = 64;
+constexpr int64_t kAlwaysAcceptedBytes = int64_t{1} << 20;
+
+// The first picture of a file. The time is bounded by the bytes of the picture (three times as many are
+// touched) and the number of strips, memory by twice the picture and 8 bytes a strip. An error means that there is none; a picture with damaged strips, which are
+// 0 where they are lost, comes with messages.
+Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Raster* picture,
+              FileInfo* info);
+
+// Reads the directory alone.
+Status ReadFileInfo(const uint8_t* data, size_t size, FileInfo* info);
+
+bool IsTiff(const uint8_t* data, size_t size);
+
+}  // namespace zepcodec::tiff
+
+#endif  // ZEPJP_CODECS_TIFF_CODEC_H_

@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: MIT
+// What the JPEG decoders say that they need is what they take, and not much more.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <new>
+#include <utility>
+
+#include "codecs/jpeg/lossless/codec.h"
+#include "tests/codecs/jpeg/jpeg_files.h"
+#include "tests/codecs/support/pictures.h"
+
+namespace jpeg = zepcodec::jpeg;
+namespace ljpeg = zepcodec::jpeg::lossless;
+
+namespace {
+
+std::atomic<int64_t> in_use{0}, peak{0};
+
+constexpr size_t kHead = 16;  // holds the size
+
+void* Take(size_t size) {
+  auto* const memory = static_cast<unsigned char*>(std::malloc(size + kHead));
+  if (memory == nullptr) return nullptr;
+  std::memcpy(memory, &size, sizeof(size));
+  const int64_t now = in_use += static_cast<int64_t>(size);
+  int64_t before = peak;
+  while (before < now && !peak.compare_exchange_weak(before, now)) continue;
+  return memory + kHead;
+}
+
+void* TakeOrThrow(size_t size) {
+  void* const memory = Take(size);
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+
+void GiveBack(void* pointer) {
+  if (pointer == nullptr) return;
+  auto* const memory = static_cast<unsigned char*>(pointer) - kHead;
+  size_t size = 0;
+  std::memcpy(&size, memory, sizeof(size));
+  in_use -= static_cast<int64_t>(size);
+  std::free(memory);
+}
+
+}  // namespace
+
+void* operator new(size_t size) { return TakeOrThrow(size); }
+void* operator new[](size_t size) { return TakeOrThrow(size); }
+void* operator new(size_t size, const std::nothrow_t&) noexcept { return Take(size); }
+void* operator new[](size_t size, const std::nothrow_t&) noexcept { return Take(size); }
+void operator delete(void* pointer) noexcept { GiveBack(pointer); }
+void operator delete[](void* pointer) noexcept { GiveBack(pointer); }
+void operator delete(void* pointer, size_t) noexcept { GiveBack(pointer); }
+void operator delete[](void* pointer, size_t) noexcept { GiveBack(pointer); }
+void operator delete(void* pointer, const std::nothrow_t&) noexcept { GiveBack(pointer); }
+void operator delete[](void* pointer, const std::nothrow_t&) noexcept { GiveBack(pointer); }
+
+namespace {
+
+using jpeg_files::Bytes;
+using zepcodec::PixelLayout;
+
+// Bytes that are taken at the most while `work` runs.
+template <class Work>
+int64_t PeakOf(const Work& work) {
+  const int64_t before = in_use;
+  peak = before;
+  work();
+  return peak - before;
+}
+
+void ExpectNeed(const Bytes& file, int scale) {
+  jpeg::DecodeOptions options;
+  options.scale = scale;
+  jpeg::FileInfo info;
+  ASSERT_TRUE(jpeg::ReadFileInfo(file.data(), file.size(), &info).ok());
+  const int64_t need = jpeg::MemoryNeed(info, options);
+  const int64_t taken = PeakOf([&] {
+    jpeg::FileInfo again;
+    zepcodec::Image image;
+    zepcodec::Raster deep;
+    const zepcodec::Status status =
+        info.frame.precision == 8
+            ? jpeg::Decode(file.data(), file.size(), options, &image, &again)
+            : jpeg::DecodeDeep(file.data(), file.size(), options, &deep, &again);
+    EXPECT_TRUE(status.ok()) << status.text();
+  });
+  EXPECT_LE(taken, need);
+  // A marker for each MCU is counted for the worst case.
+  if (info.restart_interval != 1) {
+    EXPECT_GE(taken, need * 6 / 10 - 100000) << need;
+  }
+}
+
+TEST(JpegMemory, NeedIsWhatIsTaken) {
+  for (const PixelLayout layout : {PixelLayout::kGrey, PixelLayout::kRgb, PixelLayout::kCmyk}) {
+    const zepcodec::Image image = pictures::Smooth(401, 301, layout);
+    for (const jpeg::Sampling sampling : {jpeg::Sampling::k444, jpeg::Sampling::k420}) {
+      for (const bool progressive : {false, true}) {
+        for (const int restart_interval : {0, 1, 40}) {
+          jpeg::EncodeOptions options;
+          options.sampling = sampling;
+          options.progressive = progressive;
+          options.restart_interval = restart_interval;
+          ASSERT_TRUE(jpeg::AddExif(Bytes(60000), &options.metadata));
+          const Bytes file = jpeg_files::Encode(image, options);
+          SCOPED_TRACE(testing::Message() << static_cast<int>(layout) << " " << progressive << " "
+                                          << restart_interval);
+          for (const int scale : {1, 8}) ExpectNeed(file, scale);
+        }
+      }
+    }
+  }
+}
+
+TEST(JpegMemory, SeveralScansAndDeepSamples) {
+  jpeg::EncodeOptions options;
+  ASSERT_TRUE(jpeg::ParseScript("0; 1; 2;", &options.script).ok());
+  ExpectNeed(jpeg_files::Encode(pictures::Smooth(601, 433, PixelLayout::kRgb), options), 1);
+  zepcodec::Raster deep;
+  ASSERT_TRUE(deep.Resize(401, 233, 3, 12));
+  for (size_t i = 0; i < deep.SampleCount(); ++i) deep.Set(i, static_cast<int>(i * 7 & 4095));
+  zepcodec::ByteBuffer file;
+  ASSERT_TRUE(jpeg::EncodeDeep(deep, {}, &file).ok());
+  ExpectNeed(pictures::ToBytes(file), 1);
+}
+
+TEST(JpegMemory, Lossless) {
+  for (const int bits : {8, 16}) {
+    for (const int restart_rows : {0, 1}) {
+      zepcodec::Raster picture;
+      ASSERT_TRUE(picture.Resize(701, 433, 3, bits));
+      for (size_t i = 0; i < picture.SampleCount(); ++i) {
+        picture.Set(i, static_cast<int>(i * 7 & 255));
+      }
+      ljpeg::EncodeOptions options;
+      options.restart_rows = restart_rows;
+      ASSERT_TRUE(jpeg::AddExif(Bytes(60000), &options.metadata));
+      zepcodec::ByteBuffer file;
+      ASSERT_TRUE(ljpeg::Encode(picture, options, &file).ok());
+      ljpeg::FileInfo info;
+      ASSERT_TRUE(ljpeg::ReadFileInfo(file.data(), file.size(), &info).ok());
+      const int64_t need = ljpeg::MemoryNeed(info);
+      const int64_t taken = PeakOf([&] {
+        ljpeg::FileInfo again;
+        zepcodec::Raster back;
+        EXPECT_TRUE(ljpeg::Decode(file.data(), file.size(), {}, &back, &again).ok());
+      });
+      EXPECT_LE(taken, need);
+      EXPECT_GE(taken, need * 6 / 10);
+    }
+  }
+}
+
+}  // namespace

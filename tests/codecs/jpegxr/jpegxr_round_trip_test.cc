@@ -1,0 +1,332 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <random>
+
+#include "codecs/jpegxr/float_code.h"
+#include "codecs/jpegxr/overlap_operators.h"
+#include "jpegxr_files.h"
+
+namespace jpegxr = zepcodec::jpegxr;
+
+namespace {
+
+using jpegxr::Bands;
+using jpegxr::ColorFormat;
+using jpegxr::EncodeOptions;
+using jpegxr::Image;
+using jpegxr::Overlap;
+using jpegxr::SampleType;
+using jpegxr::W;
+using jpegxr_files::Encode;
+using jpegxr_files::MakeImage;
+
+constexpr Overlap kOverlaps[] = {Overlap::kNone, Overlap::kFirst, Overlap::kBoth};
+
+Image Decode(const std::vector<uint8_t>& file, int threads = 1) {
+  jpegxr::DecodeOptions options;
+  options.threads = threads;
+  Image image;
+  jpegxr::FileInfo info;
+  const jpegxr::Status status = jpegxr::Decode(file.data(), file.size(), options, &image, &info);
+  EXPECT_TRUE(status.ok()) << status.text();
+  EXPECT_TRUE(info.messages.empty());
+  return image;
+}
+
+void ExpectExact(const Image& image, const EncodeOptions& options) {
+  const Image decoded = Decode(Encode(image, options));
+  EXPECT_EQ(decoded.width, image.width);
+  EXPECT_EQ(decoded.height, image.height);
+  EXPECT_EQ(decoded.channels, image.channels);
+  EXPECT_EQ(decoded.type, image.type);
+  EXPECT_TRUE(decoded.bytes == image.bytes)
+      << image.width << "x" << image.height << " channels " << image.channels << " type "
+      << static_cast<int>(image.type) << " overlap " << static_cast<int>(options.overlap);
+}
+
+TEST(JpegXrRoundTrip, LosslessIsExact) {
+  for (const int channels : {1, 3}) {
+    for (const Overlap overlap : kOverlaps) {
+      EncodeOptions options;
+      options.overlap = overlap;
+      for (const auto& [width, height] :
+           {std::pair{1, 1}, {5, 40}, {16, 16}, {33, 17}, {130, 90}}) {
+        for (const SampleType type :
+             {SampleType::kU8, SampleType::kU16, SampleType::kS16, SampleType::kS32}) {
+          ExpectExact(MakeImage(width, height, channels, type, 2), options);
+        }
+      }
+    }
+  }
+}
+
+TEST(JpegXrRoundTrip, LosslessInTilesAndBands) {
+  for (const Overlap overlap : kOverlaps) {
+    for (const bool is_hard : {false, true}) {
+      for (const bool is_frequency_order : {false, true}) {
+        EncodeOptions options;
+        options.overlap = overlap;
+        options.tile_width = 48;
+        options.tile_height = 16;
+        options.has_hard_tiles = is_hard;
+        options.is_frequency_order = is_frequency_order;
+        ExpectExact(MakeImage(150, 70, 3, SampleType::kU8, 3), options);
+      }
+    }
+  }
+}
+
+TEST(JpegXrRoundTrip, ExtremeSamples) {
+  for (const SampleType type : {SampleType::kU8, SampleType::kU16, SampleType::kS16}) {
+    Image image = MakeImage(64, 64, 3, type, 4);
+    for (size_t i = 0; i < image.bytes.size(); ++i) image.bytes[i] = i / 6 % 3 == 0 ? 0xFF : 0;
+    for (const Overlap overlap : kOverlaps) {
+      EncodeOptions options;
+      options.overlap = overlap;
+      ExpectExact(image, options);
+    }
+  }
+}
+
+double Psnr(const Image& a, const Image& b) {
+  double sum = 0;
+  for (size_t i = 0; i < a.bytes.size(); ++i) {
+    sum += (a.bytes[i] - b.bytes[i]) * (a.bytes[i] - b.bytes[i]);
+  }
+  return 10 * std::log10(255.0 * 255.0 * static_cast<double>(a.bytes.size()) / sum);
+}
+
+// Better quality: larger files and less noise; fewer bands: smaller files.
+TEST(JpegXrRoundTrip, QualityAndBandsInOrder) {
+  const Image image = MakeImage(200, 150, 3, SampleType::kU8, 5);
+  for (const ColorFormat color : {ColorFormat::k420, ColorFormat::k422, ColorFormat::k444}) {
+    EncodeOptions options;
+    options.lossless = false;
+    options.color = color;
+    double best = 0;
+    size_t largest = 0;
+    for (const int quality : {5, 30, 60, 90}) {
+      options.quality = quality;
+      const std::vector<uint8_t> file = Encode(image, options);
+      const double psnr = Psnr(image, Decode(file));
+      EXPECT_GT(psnr, best) << quality;
+      EXPECT_GT(file.size(), largest) << quality;
+      best = psnr;
+      largest = file.size();
+    }
+    EXPECT_GT(best, color == ColorFormat::k444 ? 40 : 25);
+    for (const Bands bands : {Bands::kNoRefinement, Bands::kNoHighpass, Bands::kDcOnly}) {
+      options.bands = bands;
+      const std::vector<uint8_t> file = Encode(image, options);
+      EXPECT_LT(file.size(), largest);
+      EXPECT_GT(Psnr(image, Decode(file)), 10);
+      largest = file.size();
+    }
+  }
+}
+
+TEST(JpegXrRoundTrip, TrimmedBitsCostSizeAndQuality) {
+  const Image image = MakeImage(128, 128, 1, SampleType::kU16, 6);
+  EncodeOptions options;
+  size_t before = Encode(image, options).size();
+  for (const int trim : {2, 4, 15}) {
+    options.trim = trim;
+    const std::vector<uint8_t> file = Encode(image, options);
+    EXPECT_LT(file.size(), before);
+    before = file.size();
+    EXPECT_NE(Decode(file).bytes, image.bytes);
+  }
+}
+
+TEST(JpegXrRoundTrip, ThreadsChangeNothing) {
+  const Image image = MakeImage(300, 200, 3, SampleType::kU8, 7);
+  for (const Overlap overlap : kOverlaps) {
+    for (const int tile : {0, 64}) {
+      EncodeOptions options;
+      options.lossless = false;
+      options.overlap = overlap;
+      options.color = ColorFormat::k420;
+      options.tile_width = options.tile_height = tile;
+      options.threads = 1;
+      const std::vector<uint8_t> file = Encode(image, options);
+      const Image decoded = Decode(file);
+      for (const int threads : {2, 3, 7}) {
+        options.threads = threads;
+        EXPECT_TRUE(Encode(image, options) == file) << threads;
+        EXPECT_TRUE(Decode(file, threads).bytes == decoded.bytes) << threads;
+      }
+    }
+  }
+}
+
+// The old overlap filters before the forward transform, of which the codec has only the way back.
+struct OldPreFilter {
+  static void ScaleEdge(W& a, W& d) {
+    a -= (d * 3 + 16) >> 5;
+    d -= (a * 3 + 8) >> 4;
+    a -= (d * 3 + 16) >> 5;
+  }
+  static void Scale(W& a, W& d) {
+    d -= (a * 3) >> 4;
+    a -= (d * 3) >> 3;
+    d = (a >> 1) - d;
+    a -= d;
+  }
+  static void Line(W& a, W& b, W& c, W& d) {
+    ScaleEdge(b, c);
+    ScaleEdge(a, d);
+    a += d;
+    b += c;
+    d -= (a + 1) >> 1;
+    c -= (b + 1) >> 1;
+    jpegxr::Rotate(c, d);
+    d += (a + 1) >> 1;
+    c += (b + 1) >> 1;
+    a -= d;
+    b -= c;
+  }
+  static void Square(W (&x)[4][4]) {
+    using namespace jpegxr;
+    for (int r = 0; r < 2; ++r) {
+      for (int c = 0; c < 2; ++c) HadamardScale(x[r][c], x[r][3 - c], x[3 - r][c], x[3 - r][3 - c]);
+    }
+    for (int r = 0; r < 2; ++r) {
+      for (int c = 0; c < 2; ++c) OldPreFilter::Scale(x[r][c], x[3 - r][3 - c]);
+    }
+    Rotate(x[3][1], x[3][0]);
+    Rotate(x[2][1], x[2][0]);
+    Rotate(x[1][3], x[0][3]);
+    Rotate(x[1][2], x[0][2]);
+    RotateTwice(x[2][2], x[2][3], x[3][2], x[3][3]);
+    for (int r = 0; r < 2; ++r) {
+      for (int c = 0; c < 2; ++c) Hadamard(x[r][c], x[r][3 - c], x[3 - r][c], x[3 - r][3 - c]);
+    }
+  }
+  static void Pair(W& a, W& b) {
+    b -= (a + 4) >> 3;
+    a -= (b + 2) >> 2;
+    b -= (a + 4) >> 3;
+  }
+};
+
+TEST(JpegXrRoundTrip, OldOperatorsAreUndone) {
+  std::mt19937 random(11);
+  for (int round = 0; round < 2000; ++round) {
+    W before[4][4], x[4][4];
+    for (auto& row : before) {
+      for (W& value : row) value = static_cast<int32_t>(random()) >> (round % 30);
+    }
+    const auto expect_undone = [&] { EXPECT_EQ(std::memcmp(before, x, sizeof(x)), 0) << round; };
+    std::memcpy(x, before, sizeof(x));
+    OldPreFilter::Square(x);
+    jpegxr::OldPostFilter::Square(x, 0);
+    expect_undone();
+    OldPreFilter::Line(x[0][0], x[0][1], x[0][2], x[0][3]);
+    jpegxr::OldPostFilter::Line(x[0][0], x[0][1], x[0][2], x[0][3]);
+    expect_undone();
+    OldPreFilter::Pair(x[0][0], x[0][1]);
+    jpegxr::OldPostFilter::Pair(x[0][0], x[0][1]);
+    expect_undone();
+  }
+}
+
+// Old filters over a grey picture of whole macroblocks: lines along its borders, squares inside, nothing in corners.
+void FilterOld(size_t width, size_t height, int16_t* samples) {
+  const auto line = [&](size_t first, size_t step) {
+    W v[4];
+    for (size_t i = 0; i < 4; ++i) v[i] = samples[first + i * step];
+    OldPreFilter::Line(v[0], v[1], v[2], v[3]);
+    for (size_t i = 0; i < 4; ++i) samples[first + i * step] = static_cast<int16_t>(v[i].value);
+  };
+  for (size_t x = 2; x + 4 < width; x += 4) {
+    for (const size_t y : {size_t{0}, size_t{1}, height - 2, height - 1}) line(y * width + x, 1);
+  }
+  for (size_t y = 2; y + 4 < height; y += 4) {
+    for (const size_t x : {size_t{0}, size_t{1}, width - 2, width - 1}) line(y * width + x, width);
+    for (size_t x = 2; x + 4 < width; x += 4) {
+      int16_t* const square = samples + y * width + x;
+      W v[4][4];
+      for (size_t i = 0; i < 16; ++i) v[i / 4][i % 4] = square[i / 4 * width + i % 4];
+      OldPreFilter::Square(v);
+      for (size_t i = 0; i < 16; ++i) {
+        square[i / 4 * width + i % 4] = static_cast<int16_t>(v[i / 4][i % 4].value);
+      }
+    }
+  }
+}
+
+// Samples that were filtered before they were coded without overlap: a stream of sub-version 0.
+TEST(JpegXrRoundTrip, OldOverlapIsUndone) {
+  const Image image = MakeImage(96, 64, 1, SampleType::kS16, 12);
+  std::vector<int16_t> samples(96 * 64);
+  std::memcpy(samples.data(), image.bytes.data(), image.bytes.size());
+  for (int16_t& sample : samples) sample = static_cast<int16_t>(sample / 4);
+  Image filtered = image, expected = image;
+  std::memcpy(expected.bytes.data(), samples.data(), image.bytes.size());
+  FilterOld(96, 64, samples.data());
+  std::memcpy(filtered.bytes.data(), samples.data(), image.bytes.size());
+  EncodeOptions options;
+  options.overlap = Overlap::kNone;
+  std::vector<uint8_t> file = Encode(filtered, options);
+  const size_t versions = jpegxr_files::CodestreamOf(file) + 8;
+  file[versions] &= 0xF0;
+  file[versions + 1] |= 1;
+  for (const int threads : {1, 3}) EXPECT_TRUE(Decode(file, threads).bytes == expected.bytes);
+}
+
+TEST(JpegXrRoundTrip, FloatsToTheirMantissa) {
+  for (const float value : {0.0f, 1.0f, -1.0f, 0.3f, -123.456f, 1e-3f, 60000.0f, 1e-20f}) {
+    for (const int mantissa : {8, 13, 23}) {
+      const float again =
+          jpegxr::FloatOfCode(jpegxr::CodeOfFloat(value, mantissa, 20), mantissa, 20);
+      const float smallest = std::ldexp(1.0f, 1 - 20 - mantissa);
+      EXPECT_NEAR(again, value, std::max(std::fabs(value) * std::ldexp(1.0f, -mantissa), smallest));
+    }
+  }
+  const Image image = MakeImage(60, 50, 1, SampleType::kF32, 8);
+  const Image decoded = Decode(Encode(image, EncodeOptions()));
+  for (size_t i = 0; i < image.bytes.size(); i += 4) {
+    float before, after;
+    std::memcpy(&before, &image.bytes[i], 4);
+    std::memcpy(&after, &decoded.bytes[i], 4);
+    ASSERT_NEAR(before, after, std::max(std::fabs(before) / 8192, 1e-5f)) << i;
+  }
+}
+
+TEST(JpegXrRoundTrip, WideIntegersLoseWhatIsShifted) {
+  const Image image = MakeImage(40, 40, 3, SampleType::kU16, 9);
+  EncodeOptions options;
+  options.shift = 4;
+  const Image decoded = Decode(Encode(image, options));
+  for (size_t i = 0; i < image.bytes.size(); i += 2) {
+    ASSERT_EQ(decoded.bytes[i], image.bytes[i] & 0xF0);
+    ASSERT_EQ(decoded.bytes[i + 1], image.bytes[i + 1]);
+  }
+}
+
+TEST(JpegXrRoundTrip, BadOptionsAreRefused) {
+  const Image image = MakeImage(20, 20, 3, SampleType::kU8, 10);
+  jpegxr::ByteBuffer file;
+  const auto fails = [&](auto change) {
+    EncodeOptions options;
+    change(&options);
+    return !jpegxr::Encode(image, options, &file).ok();
+  };
+  EXPECT_TRUE(fails([](EncodeOptions* o) { o->quality = 0; }));
+  EXPECT_TRUE(fails([](EncodeOptions* o) { o->quantizer = 256; }));
+  EXPECT_TRUE(fails([](EncodeOptions* o) { o->tile_width = 24; }));
+  EXPECT_TRUE(fails([](EncodeOptions* o) { o->trim = 16; }));
+  EXPECT_TRUE(fails([](EncodeOptions* o) { o->shift = 8; }));
+  Image wrong = image;
+  wrong.channels = 4;
+  wrong.Resize();
+  EXPECT_FALSE(jpegxr::Encode(wrong, EncodeOptions(), &file).ok());
+  wrong = image;
+  wrong.bytes.pop_back();
+  EXPECT_FALSE(jpegxr::Encode(wrong, EncodeOptions(), &file).ok());
+}
+
+}  // namespace

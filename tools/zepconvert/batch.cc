@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: MIT
+#include "tools/zepconvert/batch.h"
+
+#ifdef __GLIBC__
+#  include <malloc.h>
+#endif
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <new>
+#include <thread>
+
+#include "codecs/support/parallel.h"
+#include "tools/zepconvert/console.h"
+#include "tools/zepconvert/file_io.h"
+#include "tools/zepconvert/memory.h"
+#include "tools/zepconvert/picture.h"
+#include "tools/zepconvert/report.h"
+#include "zepcore.h"
+
+namespace zepconvert {
+namespace {
+
+// glibc keeps what a thread frees for later calls of that thread, which adds up over threads.
+void ReturnFreedMemory([[maybe_unused]] int64_t bytes) {
+#ifdef __GLIBC__
+  constexpr int64_t kWorthIt = int64_t{1} << 20;
+  if (bytes >= kWorthIt) malloc_trim(0);
+#endif
+}
+
+// Memory that the files in work may take together. A file first takes a share for its bytes, then grows it by
+// what its picture will need. Where nobody works, one file is let through whatever it takes: so all
+// come to their turn, and what exceeds the budget is one picture at most.
+class Budget {
+ public:
+  // A file's part, for as long as it lives.
+  class Share {
+   public:
+    Share(Budget* budget, int64_t file_bytes) : budget_(budget), bytes_(file_bytes) {
+      budget_->Take(bytes_, &budget_->readers_);
+    }
+    ~Share() { budget_->GiveBack(bytes_, is_at_work_); }
+    Share(const Share&) = delete;
+    Share& operator=(const Share&) = delete;
+
+    void GrowTo(int64_t bytes) {
+      const int64_t more = std::max<int64_t>(bytes - bytes_, 0);
+      budget_->Take(more, &budget_->workers_);
+      bytes_ += more;
+      is_at_work_ = true;
+    }
+
+   private:
+    Budget* budget_;
+    int64_t bytes_;
+    bool is_at_work_ = false;
+  };
+
+  explicit Budget(int64_t bytes) : bytes_(bytes) {}
+
+ private:
+  void Take(int64_t bytes, int* users) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    given_back_.wait(lock, [&] { return *users == 0 || taken_ + bytes <= bytes_; });
+    taken_ += bytes;
+    ++*users;
+  }
+  void GiveBack(int64_t bytes, bool was_at_work) {
+    ReturnFreedMemory(bytes);
+    {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      taken_ -= bytes;
+      --readers_;
+      if (was_at_work) --workers_;
+    }
+    given_back_.notify_all();
+  }
+
+  const int64_t bytes_;
+  std::mutex mutex_;
+  std::condition_variable given_back_;
+  int64_t taken_ = 0;
+  int readers_ = 0;  // all that hold a share
+  int workers_ = 0;  // those of them whose share has grown
+};
+
+bool IsKnown(const uint8_t* data, size_t size) {
+  return FormatOfBytes(data, size) != Format::kUnknown;
+}
+
+class Batch {
+ public:
+  Batch(const Settings& settings, const std::vector<Job>& jobs, const std::atomic<bool>& stop)
+      : settings_(settings),
+        stop_(stop),
+        console_(jobs.size(), settings.quiet),
+        budget_(settings.memory) {
+    for (const Job& job : jobs) {
+      results_.emplace_back();
+      results_.back().job = job;
+    }
+  }
+
+  std::vector<Result> Run() {
+    const int64_t wanted =
+        settings_.jobs > 0 ? settings_.jobs : std::max(1u, std::thread::hardware_concurrency());
+    const size_t count = std::min(static_cast<size_t>(wanted), results_.size());
+    // The files share the cores; a single one may use all of them.
+    settings_.threads = count > 1 ? 1 : static_cast<int>(wanted);
+    zepSetNumThreads(settings_.threads);
+    // Each item has a status of its own.
+    (void)zepcodec::RunParallel(count, results_.size(), [this] {
+      return [this](size_t index) {
+        if (!stop_) Work(&results_[index]);
+      };
+    });
+    return std::move(results_);
+  }
+
+ private:
+  void Work(Result* result) {
+    result->started = true;
+    try {
+      ConvertOne(result);
+    } catch (const std::bad_alloc&) {
+      result->status = zepcodec::Status::NoMemory();
+    }
+    Report(*result);
+    console_.Step();
+  }
+
+  void ConvertOne(Result* result) {
+    const auto start = std::chrono::steady_clock::now();
+    Budget::Share share(&budget_, FileSize(result->job.input));
+    zepcodec::ByteBuffer input;
+    const ReadLimits limits = {StreamBytes(settings_.max_pixels), IsKnown};
+    result->status = ReadFile(result->job.input, limits, &input);
+    if (!result->status.ok()) return;
+    result->seconds[kReadFile] =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    share.GrowTo(EstimateMemory(settings_, result->job, input));
+    const auto number = static_cast<size_t>(result - results_.data());
+    Convert(settings_, input,
+            settings_.report_directory.empty()
+                ? ""
+                : ErrorPicturePath(settings_.report_directory, number),
+            result);
+  }
+
+  void Report(const Result& result) {
+    const std::string name = result.job.input + ": ";
+    if (!result.status.ok()) console_.Say(name + result.status.text());
+    for (const std::string& warning : result.warnings) {
+      console_.Say(std::string(name).append("damaged: ").append(warning));
+    }
+    if (settings_.quiet) return;
+    for (const std::string& note : result.notes) {
+      console_.Say(std::string(name).append("note: ").append(note));
+    }
+  }
+
+  Settings settings_;
+  const std::atomic<bool>& stop_;
+  Console console_;
+  Budget budget_;
+  std::vector<Result> results_;
+};
+
+}  // namespace
+
+std::vector<Result> ConvertAll(const Settings& settings, const std::vector<Job>& jobs,
+                               const std::atomic<bool>& stop) {
+  return Batch(settings, jobs, stop).Run();
+}
+
+}  // namespace zepconvert

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: MIT
+// A page that shows what was converted.
+#ifndef ZEPJP_TOOLS_ZEPCONVERT_REPORT_H_
+#define ZEPJP_TOOLS_ZEPCONVERT_REPORT_H_
+
+#include <string>
+#include <vector>
+
+#include "codecs/support/status.h"
+#include "tools/zepconvert/conversion.h"
+
+namespace zepconvert {
+
+// Makes the directory if need be.
+zepcodec::Status PrepareReport(const std::string& directory);
+
+// Where in it the errors of the result of this number belong.
+std::string ErrorPicturePath(const std::string& directory, size_t number);
+
+// Writes index.html into the directory and the pictures beside it. The page needs nothing else: no
+// network, no script.
+zepcodec::Status WriteReport(const std::string& directory, const std::vector<Result>& results);
+
+}  // namespace zepconvert
+
+#endif  // ZEPJP_TOOLS_ZEPCONVERT_REPORT_H_

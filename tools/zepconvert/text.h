@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+// Text that comes from outside, for terminals and pages.
+#ifndef ZEPJP_TOOLS_ZEPCONVERT_TEXT_H_
+#define ZEPJP_TOOLS_ZEPCONVERT_TEXT_H_
+
+#include <string>
+
+namespace zepconvert {
+
+// What cannot be printed safely as \xNN for each byte: control characters, which may move the cursor or
+// change the terminal, marks that reverse the direction of text, and bytes that are not UTF-8.
+std::string Printable(const std::string& text);
+
+}  // namespace zepconvert
+
+#endif  // ZEPJP_TOOLS_ZEPCONVERT_TEXT_H_
