@@ -36,7 +36,7 @@ void Require(const zepcodec::Status& status) {
 rival::Picture ReadPhotograph(const std::string& path) {
   std::ifstream stream(path, std::ios::binary);
   const std::vector<char> file{std::istreambuf_iterator<char>(stream), {}};
-  zepcodec::Image image;
+  zepcodec::Picture image;
   jpeg::FileInfo info;
   Require(jpeg::Decode(reinterpret_cast<const uint8_t*>(file.data()), file.size(),
                        jpeg::DecodeOptions(), &image, &info));

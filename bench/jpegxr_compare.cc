@@ -33,20 +33,15 @@ void Require(const zepcodec::Status& status) {
   if (!status.ok()) throw std::runtime_error(status.text());
 }
 
-jpegxr::Image ReadPhotograph(const std::string& path) {
+zepcodec::Picture ReadPhotograph(const std::string& path) {
   std::ifstream stream(path, std::ios::binary);
   const std::vector<char> file{std::istreambuf_iterator<char>(stream), {}};
-  zepcodec::Image image;
+  zepcodec::Picture image;
   jpeg::FileInfo info;
   Require(jpeg::Decode(reinterpret_cast<const uint8_t*>(file.data()), file.size(),
                        jpeg::DecodeOptions(), &image, &info));
   if (image.channels() != 3) throw std::runtime_error(path + " is not RGB");
-  jpegxr::Image picture;
-  picture.width = image.width();
-  picture.height = image.height();
-  picture.channels = 3;
-  picture.bytes.assign(image.Row(0), image.Row(0) + image.SizeInBytes());
-  return picture;
+  return image;
 }
 
 double Psnr(const std::vector<uint8_t>& a, const std::vector<uint8_t>& b) {
@@ -73,7 +68,8 @@ std::vector<uint8_t> CodestreamOf(const zepcodec::ByteBuffer& file) {
   return {std::search(file.data(), end, signature, signature + sizeof(signature)), end};
 }
 
-void Compare(const std::string& path, const jpegxr::Image& image, const Mode& mode, int rounds) {
+void Compare(const std::string& path, const zepcodec::Picture& image, const Mode& mode,
+             int rounds) {
   jpegxr::EncodeOptions options;
   options.lossless = mode.quantizer == 1;
   options.quantizer = mode.quantizer;
@@ -86,6 +82,7 @@ void Compare(const std::string& path, const jpegxr::Image& image, const Mode& mo
   decode_options.max_pixels = INT64_MAX;
   decode_options.threads = 1;
 
+  const std::vector<uint8_t> samples(image.Row(0), image.Row(0) + image.SizeInBytes());
   BestTime encode[2];
   BestTime decode[2];
   zepcodec::ByteBuffer ours;
@@ -94,25 +91,25 @@ void Compare(const std::string& path, const jpegxr::Image& image, const Mode& mo
   for (int round = 0; round < rounds; ++round) {
     encode[0].Time([&] { Require(jpegxr::Encode(image, options, &ours)); });
     encode[1].Time([&] {
-      theirs = rival::EncodeJxr(image.bytes.data(), image.width, image.height, rival_options);
+      theirs = rival::EncodeJxr(image.Row(0), image.width(), image.height(), rival_options);
     });
     codestream = CodestreamOf(ours);
     decode[0].Time([&] {
-      jpegxr::Image decoded;
+      zepcodec::Picture decoded;
       jpegxr::FileInfo info;
       Require(
           jpegxr::Decode(codestream.data(), codestream.size(), decode_options, &decoded, &info));
     });
-    decode[1].Time([&] { rival::DecodeJxr(&codestream, image.width, image.height); });
+    decode[1].Time([&] { rival::DecodeJxr(&codestream, image.width(), image.height()); });
   }
   const double psnr[2] = {
-      Psnr(image.bytes, rival::DecodeJxr(&codestream, image.width, image.height)),
-      Psnr(image.bytes, rival::DecodeJxr(&theirs, image.width, image.height))};
+      Psnr(samples, rival::DecodeJxr(&codestream, image.width(), image.height())),
+      Psnr(samples, rival::DecodeJxr(&theirs, image.width(), image.height()))};
   const std::string name = path.substr(path.rfind('/') + 1);
   std::printf(
       "%-24.24s %-10s %5.1f  %7.0f %7.0f %5.2f  %7.0f %7.0f %5.2f  %6.2f %6.2f  %7.0f %7.0f\n",
-      name.c_str(), mode.name, image.width * 1e-6 * image.height, encode[0].ms(), encode[1].ms(),
-      encode[1].ms() / encode[0].ms(), decode[0].ms(), decode[1].ms(),
+      name.c_str(), mode.name, image.width() * 1e-6 * image.height(), encode[0].ms(),
+      encode[1].ms(), encode[1].ms() / encode[0].ms(), decode[0].ms(), decode[1].ms(),
       decode[1].ms() / decode[0].ms(), psnr[0], psnr[1],
       static_cast<double>(codestream.size()) / 1000, static_cast<double>(theirs.size()) / 1000);
   std::fflush(stdout);
@@ -134,7 +131,7 @@ int main(int argc, char** argv) {
         rounds = std::max(1, std::atoi(argv[++i]));
         continue;
       }
-      const jpegxr::Image image = ReadPhotograph(argv[i]);
+      const zepcodec::Picture image = ReadPhotograph(argv[i]);
       for (const Mode& mode : kModes) Compare(argv[i], image, mode, rounds);
     }
   } catch (const std::exception& error) {

@@ -33,23 +33,20 @@ void Require(bool is_fine, const char* text) {
   if (!is_fine) throw std::runtime_error(text);
 }
 
-zepcodec::Raster ReadPhotograph(const std::string& path) {
+zepcodec::Picture ReadPhotograph(const std::string& path) {
   std::ifstream stream(path, std::ios::binary);
   const std::vector<char> file{std::istreambuf_iterator<char>(stream), {}};
-  zepcodec::Image image;
+  zepcodec::Picture image;
   jpeg::FileInfo info;
   Require(jpeg::Decode(reinterpret_cast<const uint8_t*>(file.data()), file.size(),
                        jpeg::DecodeOptions(), &image, &info));
   Require(image.channels() == 3, "not an RGB picture");
-  zepcodec::Raster picture;
-  Require(picture.Resize(image.width(), image.height(), 3, 8), "no memory");
-  std::copy(image.Row(0), image.Row(0) + image.SizeInBytes(), picture.Row(0));
-  return picture;
+  return image;
 }
 
-zepcodec::Raster TwelveBits(const zepcodec::Raster& rgb) {
-  zepcodec::Raster picture;
-  Require(picture.Resize(rgb.width(), rgb.height(), 1, 16), "no memory");
+zepcodec::Picture TwelveBits(const zepcodec::Picture& rgb) {
+  zepcodec::Picture picture;
+  Require(picture.Resize(rgb.width(), rgb.height(), zepcodec::PixelLayout::kGrey, 16), "no memory");
   std::mt19937 random(1);
   for (size_t i = 0; i < picture.SampleCount(); ++i) {
     picture.Set(i, rgb.Get(3 * i + 1) * 16 + static_cast<int>(random() & 15));
@@ -57,7 +54,7 @@ zepcodec::Raster TwelveBits(const zepcodec::Raster& rgb) {
   return picture;
 }
 
-void Compare(const std::string& path, const zepcodec::Raster& picture, int predictor, int rounds) {
+void Compare(const std::string& path, const zepcodec::Picture& picture, int predictor, int rounds) {
   ljpeg::EncodeOptions options;
   options.predictor = predictor;
   ljpeg::DecodeOptions decode_options;
@@ -72,7 +69,7 @@ void Compare(const std::string& path, const zepcodec::Raster& picture, int predi
   BestTime decode[2];
   zepcodec::ByteBuffer file;
   std::vector<uint8_t> their_file;
-  zepcodec::Raster back;
+  zepcodec::Picture back;
   for (int round = 0; round < rounds; ++round) {
     encode[0].Time([&] { Require(ljpeg::Encode(picture, options, &file)); });
     encode[1].Time([&] { their_file = rival::EncodeDcmtk(&theirs, predictor); });
@@ -110,8 +107,8 @@ int main(int argc, char** argv) {
         rounds = std::max(1, std::atoi(argv[++i]));
         continue;
       }
-      const zepcodec::Raster rgb = ReadPhotograph(argv[i]);
-      const zepcodec::Raster grey = TwelveBits(rgb);
+      const zepcodec::Picture rgb = ReadPhotograph(argv[i]);
+      const zepcodec::Picture grey = TwelveBits(rgb);
       for (const int predictor : {1, 4, 7}) {
         Compare(argv[i], rgb, predictor, rounds);
         Compare(argv[i], grey, predictor, rounds);

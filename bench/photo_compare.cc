@@ -38,7 +38,7 @@ void SetErrors(Info* info, jpeg_error_mgr* errors) {
 }
 
 // The peer, in the form that costs it least: rows straight into the picture, many at a time.
-void RivalDecode(const uint8_t* file, size_t size, zepcodec::Image* image) {
+void RivalDecode(const uint8_t* file, size_t size, zepcodec::Picture* image) {
   jpeg_decompress_struct info;
   jpeg_error_mgr errors;
   SetErrors(&info, &errors);
@@ -66,7 +66,7 @@ void RivalDecode(const uint8_t* file, size_t size, zepcodec::Image* image) {
 }
 
 // Memory that is large enough is handed over, as it is kept from round to round on our side.
-void RivalEncode(const zepcodec::Image& image, zepcodec::ByteBuffer* file) {
+void RivalEncode(const zepcodec::Picture& image, zepcodec::ByteBuffer* file) {
   jpeg_compress_struct info;
   jpeg_error_mgr errors;
   SetErrors(&info, &errors);
@@ -93,7 +93,7 @@ void RivalEncode(const zepcodec::Image& image, zepcodec::ByteBuffer* file) {
   if (!file->Resize(size)) std::abort();
 }
 
-double Psnr(const zepcodec::Image& a, const zepcodec::Image& b) {
+double Psnr(const zepcodec::Picture& a, const zepcodec::Picture& b) {
   uint64_t sum = 0;
   for (size_t i = 0; i < a.SizeInBytes(); ++i) {
     const int distance = a.Row(0)[i] - b.Row(0)[i];
@@ -134,8 +134,8 @@ void Require(const zepcodec::Status& status) {
 
 Row Compare(const std::string& path, int rounds, const jpeg::EncodeOptions& options) {
   const Bytes file = ReadFile(path);
-  zepcodec::Image image;
-  zepcodec::Image theirs;
+  zepcodec::Picture image;
+  zepcodec::Picture theirs;
   jpeg::FileInfo info;
   zepcodec::ByteBuffer our_file;
   zepcodec::ByteBuffer their_file;

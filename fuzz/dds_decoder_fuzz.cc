@@ -11,7 +11,7 @@ namespace dds = zepcodec::dds;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::vector<uint8_t> file(data, data + size);  // so that reading beyond its end is seen
-  zepcodec::Image image;
+  zepcodec::Picture image;
   dds::Header header;
   dds::HalfPicture halves;
   if (dds::DecodeHalves(file.data(), file.size(), INT64_MAX, 0, &halves, &header).ok()) {

@@ -15,12 +15,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   jpegxr::DecodeOptions options;
   options.threads = size % 8 == 7 ? 2 : 1;  // as a whole, or in strips
   options.max_pixels = 1 << 16;             // more costs time and finds nothing new
-  jpegxr::Image image;
+  zepcodec::Picture image;
   jpegxr::FileInfo info;
   const zepcodec::Status status = jpegxr::Decode(file.data(), file.size(), options, &image, &info);
   if (status.ok() == !status.text().empty()) std::abort();
   if (!status.ok()) return 0;
-  if (image.bytes.size() != image.Step() * static_cast<size_t>(image.height)) std::abort();
-  if (info.frame.width != static_cast<uint32_t>(image.width)) std::abort();
+  if (info.frame.width != static_cast<uint32_t>(image.width())) std::abort();
+  if (info.frame.height != static_cast<uint32_t>(image.height())) std::abort();
   return 0;
 }

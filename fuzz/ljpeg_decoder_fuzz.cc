@@ -13,7 +13,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::vector<uint8_t> file(data, data + size);  // so that reading beyond its end is seen
   ljpeg::DecodeOptions options;
   options.max_pixels = 1 << 16;  // more costs time and finds nothing new
-  zepcodec::Raster picture;
+  zepcodec::Picture picture;
   ljpeg::FileInfo info;
   const zepcodec::Status status = ljpeg::Decode(file.data(), file.size(), options, &picture, &info);
   if (status.ok() != status.text().empty()) std::abort();
@@ -27,7 +27,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   encode_options.predictor = 1 + static_cast<int>(size % 7);
   zepcodec::ByteBuffer again;
   if (!ljpeg::Encode(picture, encode_options, &again).ok()) std::abort();
-  zepcodec::Raster back;
+  zepcodec::Picture back;
   if (!ljpeg::Decode(again.data(), again.size(), options, &back, &info).ok()) std::abort();
   for (size_t i = 0; i < picture.SampleCount(); ++i) {
     if (picture.Get(i) != back.Get(i)) std::abort();

@@ -15,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::vector<uint8_t> file(data, data + size);  // so that reading beyond its end is seen
   tiff::DecodeOptions options;
   options.max_pixels = 1 << 16;  // more costs time and finds nothing new
-  zepcodec::Raster picture;
+  zepcodec::Picture picture;
   tiff::FileInfo info;
   const zepcodec::Status status = tiff::Decode(file.data(), file.size(), options, &picture, &info);
   if (status.ok() != status.text().empty()) std::abort();
@@ -31,7 +31,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   encode_options.has_byte_planes = picture.bits() == 16 && size % 2 != 0;
   zepcodec::ByteBuffer again;
   if (!tiff::Encode(picture, encode_options, &again).ok()) std::abort();
-  zepcodec::Raster back;
+  zepcodec::Picture back;
   if (!tiff::Decode(again.data(), again.size(), options, &back, &info).ok()) std::abort();
   if (!info.messages.empty() ||
       std::memcmp(picture.Row(0), back.Row(0), picture.SizeInBytes()) != 0) {

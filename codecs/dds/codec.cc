@@ -24,7 +24,7 @@ Status StatusOf(zepStatus status) {
 
 // Pixels of three bytes in another form, which takes `bytes` a pixel; empty: no memory.
 template <class Convert>
-ByteBuffer Converted(const Image& image, size_t bytes, Convert convert) {
+ByteBuffer Converted(const Picture& image, size_t bytes, Convert convert) {
   ByteBuffer out;
   const size_t pixels = image.SizeInBytes() / 3;
   if (out.Resize(pixels * bytes)) convert(image.Row(0), pixels, out.data());
@@ -32,7 +32,7 @@ ByteBuffer Converted(const Image& image, size_t bytes, Convert convert) {
 }
 
 // Pixels whose alpha is one of the sixteen values that BC2 has, v * 17: the nearest. Empty: no memory.
-ByteBuffer WithAlphaOfBc2(const Image& image) {
+ByteBuffer WithAlphaOfBc2(const Picture& image) {
   ByteBuffer pixels;
   if (!pixels.Resize(image.SizeInBytes())) return pixels;
   std::memcpy(pixels.data(), image.Row(0), image.SizeInBytes());
@@ -42,15 +42,16 @@ ByteBuffer WithAlphaOfBc2(const Image& image) {
   return pixels;
 }
 
-Status EncodeBc2(const Image& image, uint8_t* blocks) {
+Status EncodeBc2(const Picture& image, uint8_t* blocks) {
   const ByteBuffer pixels = WithAlphaOfBc2(image);
   if (pixels.size() == 0) return Status::NoMemory();
   return StatusOf(zepiTextureEncodeBlockFromRGBA_DXT3_8u_C4C1R(
-      pixels.data(), static_cast<int32_t>(image.Step()), {image.width(), image.height()}, blocks));
+      pixels.data(), static_cast<int32_t>(image.Stride()), {image.width(), image.height()},
+      blocks));
 }
 
 // The stage gives 16 v for the alpha v, so that nothing would be opaque; other programs show 17 v.
-void WidenAlphaOfBc2(Image* image) {
+void WidenAlphaOfBc2(Picture* image) {
   uint8_t* const pixels = image->Row(0);
   for (size_t i = 3; i < image->SizeInBytes(); i += 4) {
     pixels[i] = static_cast<uint8_t>(pixels[i] | pixels[i] >> 4);
@@ -58,9 +59,9 @@ void WidenAlphaOfBc2(Image* image) {
 }
 
 // Bands of rows are shared out among threads.
-Status EncodeBc7(const Image& image, const EncodeOptions& options, uint8_t* blocks) {
+Status EncodeBc7(const Picture& image, const EncodeOptions& options, uint8_t* blocks) {
   constexpr int kBand = 16;
-  const auto step = static_cast<int32_t>(image.Step());
+  const auto step = static_cast<int32_t>(image.Stride());
   const size_t row_bytes = (static_cast<size_t>(image.width()) + 3) / 4 * 16;
   const auto bands = (static_cast<size_t>(image.height()) + kBand - 1) / kBand;
   return RunParallel(ThreadCount(options.threads), bands, [&] {
@@ -73,9 +74,9 @@ Status EncodeBc7(const Image& image, const EncodeOptions& options, uint8_t* bloc
   });
 }
 
-Status EncodeLevel(const Image& image, const EncodeOptions& options, uint8_t* blocks) {
+Status EncodeLevel(const Picture& image, const EncodeOptions& options, uint8_t* blocks) {
   const zepiSize size = {image.width(), image.height()};
-  const auto step = static_cast<int32_t>(image.Step());
+  const auto step = static_cast<int32_t>(image.Stride());
   if (options.is_ycocg) {
     const ByteBuffer ycocg = Converted(image, 3, RgbToYCoCg);
     if (ycocg.size() == 0) return Status::NoMemory();
@@ -114,7 +115,7 @@ Status DecodeRgba(BlockFormat format, const uint8_t* blocks, uint8_t* pixels, ze
   return StatusOf(decode(blocks, pixels, 4 * size.width, size));
 }
 
-Status DecodeLevel(const Header& header, const uint8_t* blocks, Image* image) {
+Status DecodeLevel(const Header& header, const uint8_t* blocks, Picture* image) {
   const zepiSize size = {image->width(), image->height()};
   const size_t pixels = static_cast<size_t>(size.width) * static_cast<size_t>(size.height);
   if (header.format == BlockFormat::kBc4) {
@@ -161,7 +162,7 @@ Status FindLevel(const uint8_t* data, size_t size, int64_t max_pixels, int level
 
 }  // namespace
 
-Status Encode(const Image& image, const EncodeOptions& options, ByteBuffer* file) {
+Status Encode(const Picture& image, const EncodeOptions& options, ByteBuffer* file) {
   if (image.width() < 1 || image.height() < 1 || image.width() > kMostPixelsOnASide ||
       image.height() > kMostPixelsOnASide) {
     return Status::Error("a side must have 1 to 2^28 pixels");
@@ -190,10 +191,10 @@ Status Encode(const Image& image, const EncodeOptions& options, ByteBuffer* file
   if (size > SIZE_MAX || !file->Resize(static_cast<size_t>(size))) {
     return Status::NoMemory();
   }
-  Image smaller;
+  Picture smaller;
   for (size_t i = 0; i < levels.size(); ++i) {
     if (i > 0) {
-      Image half;
+      Picture half;
       if (Status status = Halve(i == 1 ? image : smaller, &half); !status.ok()) return status;
       smaller = std::move(half);
     }
@@ -203,7 +204,7 @@ Status Encode(const Image& image, const EncodeOptions& options, ByteBuffer* file
   return Status();
 }
 
-Status Decode(const uint8_t* data, size_t size, int64_t max_pixels, int level, Image* image,
+Status Decode(const uint8_t* data, size_t size, int64_t max_pixels, int level, Picture* image,
               Header* header) {
   Level place = {};
   Status status = FindLevel(data, size, max_pixels, level, header, &place);

@@ -9,7 +9,7 @@
 
 #include "codecs/dds/header.h"
 #include "codecs/support/byte_buffer.h"
-#include "codecs/support/image.h"
+#include "codecs/support/picture.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::dds {
@@ -31,11 +31,11 @@ struct EncodeOptions {
 };
 
 // Makes a file of a picture of the layout that LayoutOf() tells. There is no encoder for BC6H.
-Status Encode(const Image& image, const EncodeOptions& options, ByteBuffer* file);
+Status Encode(const Picture& image, const EncodeOptions& options, ByteBuffer* file);
 
 // A level of the first picture; level 0 is the picture itself. Pictures of more pixels are refused, and
 // files that hold less than their header announces, before memory is taken.
-Status Decode(const uint8_t* data, size_t size, int64_t max_pixels, int level, Image* image,
+Status Decode(const uint8_t* data, size_t size, int64_t max_pixels, int level, Picture* image,
               Header* header);
 
 // The same of BC6H, which Decode() refuses: R, G and B of each pixel as half floats.

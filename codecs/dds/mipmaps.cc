@@ -37,7 +37,7 @@ uint64_t TotalWeight(int side) {
 
 }  // namespace
 
-Status Halve(const Image& image, Image* half) {
+Status Halve(const Picture& image, Picture* half) {
   const int width = std::max(image.width() / 2, 1);
   const int height = std::max(image.height() / 2, 1);
   if (!half->Resize(width, height, image.layout())) return Status::NoMemory();

@@ -41,13 +41,6 @@ int64_t BlockCount(const Geometry& geometry) {
   return blocks;
 }
 
-// Only the samples' stages depend on it.
-Status CheckPrecision(const Frame& frame, int precision) {
-  if (frame.precision == precision) return Status();
-  return Status::Error("a " + std::to_string(frame.precision) + "-bit picture; one of " +
-                       std::to_string(precision) + " bits was asked for");
-}
-
 Status MissingTables() {
   return Status::Error("a scan without its quantization or Huffman tables");
 }
@@ -64,7 +57,7 @@ class FileDecoder {
 
   // Reads up to the first scan.
   Status ReadHeaders();
-  Status DecodePicture(Image* image);
+  Status DecodePicture(Picture* image);
   Status DecodePlanes();
   Status DecodeCoefficients(Coefficients* coefficients) {
     return DecodeAllScans(coefficients, [](int) { return Status(); });
@@ -76,17 +69,17 @@ class FileDecoder {
   Status CheckSize() const;
   bool ScanHasAllComponents() const;
   Status MakeLayout(ScanLayout* layout);
-  Status DecodeRowByRow(Image* image);
-  Status DecodeProgressive(Image* image);
+  Status DecodeRowByRow(Picture* image);
+  Status DecodeProgressive(Picture* image);
   template <class OnScan>
   Status DecodeAllScans(Coefficients* coefficients, const OnScan& on_scan);
   Status DecodeScanToCoefficients(Coefficients* coefficients);
   bool HasTables(const ScanComponent& part) const;
-  Status Show(const Coefficients& coefficients, Image* image);
+  Status Show(const Coefficients& coefficients, Picture* image);
   [[nodiscard]] bool AllocateWindows();
   [[nodiscard]] bool AllocatePlanes();
   template <class Rows>
-  Status WriteRows(Rows* rows, Image* image);
+  Status WriteRows(Rows* rows, Picture* image);
   Status DecodeScanToPlanes();
   bool NextScan();
   // The error with its place.
@@ -186,7 +179,7 @@ Status FileDecoder::MakeLayout(ScanLayout* layout) {
   return Status();
 }
 
-Status FileDecoder::DecodePicture(Image* image) {
+Status FileDecoder::DecodePicture(Picture* image) {
   geometry_ = std::make_unique<Geometry>(reader_.frame(), options_.scale);
   planes_ = std::vector<Plane>(geometry_->components.size());
   if (reader_.frame().is_progressive) return DecodeProgressive(image);
@@ -222,7 +215,7 @@ bool FileDecoder::AllocatePlanes() {
 }
 
 // The way of almost every file: rows of MCUs become rows of the picture at once.
-Status FileDecoder::DecodeRowByRow(Image* image) {
+Status FileDecoder::DecodeRowByRow(Picture* image) {
   ScanLayout layout;
   if (Status status = MakeLayout(&layout); !status.ok()) return AtMarker(status);
   ScanDecoder scan(data_, size_, reader_.position(), layout, &info_->messages, options_.times);
@@ -236,7 +229,7 @@ Status FileDecoder::DecodeRowByRow(Image* image) {
 
 // The last row of samples of each row of MCUs waits, because up-sampling looks at the one below.
 template <class Rows>
-Status FileDecoder::WriteRows(Rows* rows, Image* image) {
+Status FileDecoder::WriteRows(Rows* rows, Picture* image) {
   PictureWriter writer(info_->model, image);
   if (!writer.Init(*geometry_, planes_) || !AllocateWindows()) return Status::NoMemory();
   int done = 0;
@@ -253,7 +246,7 @@ Status FileDecoder::WriteRows(Rows* rows, Image* image) {
   return Status();
 }
 
-Status FileDecoder::DecodeProgressive(Image* image) {
+Status FileDecoder::DecodeProgressive(Picture* image) {
   Coefficients coefficients;
   const auto show = [&](int number) {
     if (!options_.on_scan) return Status();
@@ -265,7 +258,7 @@ Status FileDecoder::DecodeProgressive(Image* image) {
   return Show(coefficients, image);
 }
 
-Status FileDecoder::Show(const Coefficients& coefficients, Image* image) {
+Status FileDecoder::Show(const Coefficients& coefficients, Picture* image) {
   CoefficientRows rows(coefficients, *geometry_, &planes_, options_.times);
   return WriteRows(&rows, image);
 }
@@ -384,28 +377,21 @@ Status CheckOptions(const DecodeOptions& options) {
 
 }  // namespace
 
-Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Image* image,
+Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Picture* picture,
               FileInfo* info) {
   if (Status status = CheckOptions(options); !status.ok()) return status;
   *info = FileInfo();
   FileDecoder decoder(data, size, options, info);
   if (Status status = decoder.ReadHeaders(); !status.ok()) return status;
-  if (Status status = CheckPrecision(info->frame, 8); !status.ok()) return status;
-  return decoder.DecodePicture(image);
-}
-
-Status DecodeDeep(const uint8_t* data, size_t size, const DecodeOptions& options, Raster* picture,
-                  FileInfo* info) {
+  if (info->frame.precision != kDeepBits) return decoder.DecodePicture(picture);
+  if (options.scale != 1) {
+    return Status::Error("pictures of 12 bits are decoded at full scale only");
+  }
   Coefficients coefficients;
   std::vector<DeepPlane> planes;
-  if (options.scale != 1)
-    return Status::Error("pictures of 12 bits are decoded at full scale only");
-  if (Status status = DecodeCoefficients(data, size, options, &coefficients, info); !status.ok()) {
-    return status;
-  }
-  if (Status status = CheckPrecision(info->frame, kDeepBits); !status.ok()) return status;
+  if (Status status = decoder.DecodeCoefficients(&coefficients); !status.ok()) return status;
   if (Status status = ToDeepPlanes(coefficients, &planes); !status.ok()) return status;
-  return ToRaster(planes, info->frame, info->model, picture);
+  return ToPicture(planes, info->frame, info->model, picture);
 }
 
 Status DecodeComponents(const uint8_t* data, size_t size, const DecodeOptions& options,
@@ -415,7 +401,9 @@ Status DecodeComponents(const uint8_t* data, size_t size, const DecodeOptions& o
   components->clear();
   FileDecoder decoder(data, size, options, info);
   if (Status status = decoder.ReadHeaders(); !status.ok()) return status;
-  if (Status status = CheckPrecision(info->frame, 8); !status.ok()) return status;
+  if (info->frame.precision != 8) {
+    return Status::Error("components of 8 bits only are decoded on their own");
+  }
   if (Status status = decoder.DecodePlanes(); !status.ok()) return status;
   for (size_t i = 0; i < decoder.planes().size(); ++i) {
     const ComponentGeometry& place = decoder.geometry().components[i];

@@ -17,9 +17,8 @@
 #include "codecs/jpeg/picture_writer.h"
 #include "codecs/jpeg/stage_clock.h"
 #include "codecs/support/byte_buffer.h"
-#include "codecs/support/image.h"
 #include "codecs/support/messages.h"
-#include "codecs/support/raster.h"
+#include "codecs/support/picture.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpeg {
@@ -32,7 +31,7 @@ struct DecodeOptions {
   // If not null, the time of the stages is added here.
   StageTimes* times = nullptr;
   // Of progressive files: called after each scan, 1, 2, ..., with the picture so far. An error ends decoding.
-  std::function<Status(const Image& image, int number, const Scan& scan)> on_scan;
+  std::function<Status(const Picture& image, int number, const Scan& scan)> on_scan;
 };
 
 // What a file says about itself, and what is wrong with it.
@@ -71,18 +70,15 @@ constexpr int64_t kAlwaysAcceptedBlocks = 65536;
 constexpr int64_t kMostIdleVisits = 256;
 constexpr int64_t kAlwaysAcceptedVisits = int64_t{1} << 20;
 
-// Decodes a picture. The image's memory is used again where it suffices. An error means that there
-// is no picture; a picture with damaged parts comes with messages.
-Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Image* image,
+// Decodes a picture of 8 or 12 bits, grey, RGB or CMYK (also from YCCK). The picture's memory is used
+// again if it is large enough. An error means that there is no picture; a picture with damaged parts
+// comes with messages.
+Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Picture* picture,
               FileInfo* info);
 
 // Decodes the components alone, at full scale.
 Status DecodeComponents(const uint8_t* data, size_t size, const DecodeOptions& options,
                         std::vector<ComponentSamples>* components, FileInfo* info);
-
-// Decodes a picture of 12 bits: grey, RGB, or the amounts of ink, 4095 for full.
-Status DecodeDeep(const uint8_t* data, size_t size, const DecodeOptions& options, Raster* picture,
-                  FileInfo* info);
 
 // Decodes the coefficients alone.
 Status DecodeCoefficients(const uint8_t* data, size_t size, const DecodeOptions& options,
@@ -91,7 +87,7 @@ Status DecodeCoefficients(const uint8_t* data, size_t size, const DecodeOptions&
 // Reads the headers up to the first scan.
 Status ReadFileInfo(const uint8_t* data, size_t size, FileInfo* info);
 
-// An upper bound of the memory that Decode() or DecodeDeep() takes for the file that `info` was read from, in bytes:
+// An upper bound of the memory that Decode() takes for the file that `info` was read from, in bytes:
 // with the picture, without the file.
 int64_t MemoryNeed(const FileInfo& info, const DecodeOptions& options);
 

@@ -42,7 +42,7 @@ void ToPixel(ColorModel model, const int (&samples)[4], int (&pixel)[4]) {
 
 }  // namespace
 
-Status ToDeepPlanes(const Raster& picture, const Geometry& geometry,
+Status ToDeepPlanes(const Picture& picture, const Geometry& geometry,
                     std::vector<DeepPlane>* planes) {
   const auto channels = static_cast<size_t>(picture.channels());
   const int across = geometry.mcus_per_row, down = geometry.mcu_rows;
@@ -82,10 +82,10 @@ Status ToDeepPlanes(const Coefficients& coefficients, std::vector<DeepPlane>* pl
   return Status();
 }
 
-Status ToRaster(const std::vector<DeepPlane>& planes, const Frame& frame, ColorModel model,
-                Raster* picture) {
+Status ToPicture(const std::vector<DeepPlane>& planes, const Frame& frame, ColorModel model,
+                 Picture* picture) {
   const size_t channels = planes.size();
-  if (!picture->Resize(frame.width, frame.height, static_cast<int>(channels), kDeepBits)) {
+  if (!picture->Resize(frame.width, frame.height, LayoutOfComponents(channels), kDeepBits)) {
     return Status::NoMemory();
   }
   size_t to = 0;

@@ -9,8 +9,7 @@
 #include "codecs/jpeg/coefficients.h"
 #include "codecs/jpeg/picture_writer.h"
 #include "codecs/support/byte_buffer.h"
-#include "codecs/support/image.h"
-#include "codecs/support/raster.h"
+#include "codecs/support/picture.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpeg {
@@ -43,15 +42,15 @@ class DeepPlane {
 
 // A grey or RGB picture as components of full resolution, luminance and colours; what lies beyond it repeats its last
 // column and row.
-Status ToDeepPlanes(const Raster& picture, const Geometry& geometry,
+Status ToDeepPlanes(const Picture& picture, const Geometry& geometry,
                     std::vector<DeepPlane>* planes);
 
 // Dequantization and inverse transform of all blocks.
 Status ToDeepPlanes(const Coefficients& coefficients, std::vector<DeepPlane>* planes);
 
 // Grey, RGB, or amounts of ink (4095 for full); components of less than the full resolution are repeated.
-Status ToRaster(const std::vector<DeepPlane>& planes, const Frame& frame, ColorModel model,
-                Raster* picture);
+Status ToPicture(const std::vector<DeepPlane>& planes, const Frame& frame, ColorModel model,
+                 Picture* picture);
 
 }  // namespace zepcodec::jpeg
 

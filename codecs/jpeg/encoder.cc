@@ -44,9 +44,12 @@ Status CheckOptions(const EncodeOptions& options) {
   return Status();
 }
 
-Status CheckArguments(const Image& image, const EncodeOptions& options) {
+Status CheckArguments(const Picture& image, const EncodeOptions& options) {
   if (Status status = CheckSize(image.width(), image.height()); !status.ok()) return status;
   if (HasAlpha(image.layout())) return Status::Error("a JPEG file holds no transparent pixels");
+  if (image.type() != SampleType::kU8 || image.bits() != 8) {
+    return Status::Error("a JPEG file holds samples of 8 or 12 bits");
+  }
   return CheckOptions(options);
 }
 
@@ -193,39 +196,11 @@ Script ScriptOf(const EncodeOptions& options, int component_count) {
                              : SequentialScript(component_count);
 }
 
-}  // namespace
-
-Status Encode(const Image& image, const EncodeOptions& options, ByteBuffer* file) {
-  if (Status status = CheckArguments(image, options); !status.ok()) return status;
-  Frame frame = MakeFrame(image.width(), image.height(), image.channels(), options.sampling);
-  const Script script = ScriptOf(options, image.channels());
-  if (Status status = CheckScript(script, frame); !status.ok()) return status;
-  frame.is_progressive = IsProgressive(script);
-  const Geometry geometry(frame, 1);
-  RawTables raw;
-  CoderTables tables[2];
-  MakeTables(options.quality, &raw, tables);
-  StripMaker strip(image, options.sampling, geometry);
-  if (!file->Resize(0) || !strip.Init() || !WriteHeaders(frame, options, raw, file)) {
-    return Status::NoMemory();
-  }
-  Work work = {frame, geometry, options, {}, &strip};
-  for (const FrameComponent& component : frame.components) {
-    work.tables.push_back(&tables[component.quant_table]);
-  }
-  const bool at_once = script.size() == 1 && !options.optimizes;
-  const Status status = at_once ? EncodeAtOnce(work, file) : EncodeInScans(work, script, file);
-  if (!status.ok()) return status;
-  SegmentWriter writer(file);
-  writer.Marker(kEoi);
-  return writer.ok() ? Status() : Status::NoMemory();
-}
-
-Status EncodeDeep(const Raster& picture, const EncodeOptions& options, ByteBuffer* file) {
+Status EncodeDeep(const Picture& picture, const EncodeOptions& options, ByteBuffer* file) {
   const int channels = picture.channels();
   if (Status status = CheckSize(picture.width(), picture.height()); !status.ok()) return status;
   if (Status status = CheckOptions(options); !status.ok()) return status;
-  if (picture.bits() != kDeepBits || (channels != 1 && channels != 3)) {
+  if (channels != 1 && channels != 3) {
     return Status::Error("not a grey or RGB picture of 12 bits");
   }
   Frame frame = MakeFrame(picture.width(), picture.height(), channels, Sampling::k444);
@@ -250,6 +225,35 @@ Status EncodeDeep(const Raster& picture, const EncodeOptions& options, ByteBuffe
       !status.ok()) {
     return status;
   }
+  SegmentWriter writer(file);
+  writer.Marker(kEoi);
+  return writer.ok() ? Status() : Status::NoMemory();
+}
+
+}  // namespace
+
+Status Encode(const Picture& image, const EncodeOptions& options, ByteBuffer* file) {
+  if (image.bits() == kDeepBits) return EncodeDeep(image, options, file);
+  if (Status status = CheckArguments(image, options); !status.ok()) return status;
+  Frame frame = MakeFrame(image.width(), image.height(), image.channels(), options.sampling);
+  const Script script = ScriptOf(options, image.channels());
+  if (Status status = CheckScript(script, frame); !status.ok()) return status;
+  frame.is_progressive = IsProgressive(script);
+  const Geometry geometry(frame, 1);
+  RawTables raw;
+  CoderTables tables[2];
+  MakeTables(options.quality, &raw, tables);
+  StripMaker strip(image, options.sampling, geometry);
+  if (!file->Resize(0) || !strip.Init() || !WriteHeaders(frame, options, raw, file)) {
+    return Status::NoMemory();
+  }
+  Work work = {frame, geometry, options, {}, &strip};
+  for (const FrameComponent& component : frame.components) {
+    work.tables.push_back(&tables[component.quant_table]);
+  }
+  const bool at_once = script.size() == 1 && !options.optimizes;
+  const Status status = at_once ? EncodeAtOnce(work, file) : EncodeInScans(work, script, file);
+  if (!status.ok()) return status;
   SegmentWriter writer(file);
   writer.Marker(kEoi);
   return writer.ok() ? Status() : Status::NoMemory();

@@ -10,8 +10,7 @@
 #include "codecs/jpeg/scan_script.h"
 #include "codecs/jpeg/stage_clock.h"
 #include "codecs/support/byte_buffer.h"
-#include "codecs/support/image.h"
-#include "codecs/support/raster.h"
+#include "codecs/support/picture.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpeg {
@@ -36,12 +35,10 @@ struct EncodeOptions {
   StageTimes* times = nullptr;
 };
 
-// Makes a file. Its memory is used again where it suffices.
-Status Encode(const Image& image, const EncodeOptions& options, ByteBuffer* file);
-
-// The same of a grey or RGB picture of 12 bits: an extended file, its colours of full resolution, its tables the best
-// ones.
-Status EncodeDeep(const Raster& picture, const EncodeOptions& options, ByteBuffer* file);
+// Makes a file of a picture of 8 bits; or of a grey or RGB one of 12 bits: an extended file, its
+// chroma at full resolution, with the best Huffman tables. The file's memory is used again if it is
+// large enough.
+Status Encode(const Picture& picture, const EncodeOptions& options, ByteBuffer* file);
 
 }  // namespace zepcodec::jpeg
 

@@ -10,8 +10,8 @@
 #include "codecs/jpeg/metadata.h"
 #include "codecs/jpeg/segment_cursor.h"
 #include "codecs/support/byte_buffer.h"
-#include "codecs/support/image.h"
 #include "codecs/support/messages.h"
+#include "codecs/support/picture.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpeg {

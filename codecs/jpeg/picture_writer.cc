@@ -24,7 +24,7 @@ void PictureWriter::Write(int first, int last) {
     rows[i] = components_[static_cast<size_t>(i)].Rows(first, last);
   }
   const zepiSize size = {image_->width(), last - first};
-  const int32_t image_step = static_cast<int32_t>(image_->Step());
+  const int32_t image_step = static_cast<int32_t>(image_->Stride());
   switch (model_) {
     case ColorModel::kGrey:
     case ColorModel::kRgb:
@@ -44,7 +44,7 @@ void PictureWriter::Interleave(const uint8_t* const* planes, int channels, int f
     const size_t offset = static_cast<size_t>(y - first) * static_cast<size_t>(step_);
     uint8_t* out = image_->Row(y);
     if (channels == 1) {
-      std::memcpy(out, planes[0] + offset, image_->Step());
+      std::memcpy(out, planes[0] + offset, image_->Stride());
       continue;
     }
     for (int c = 0; c < channels; ++c) {
@@ -56,7 +56,7 @@ void PictureWriter::Interleave(const uint8_t* const* planes, int channels, int f
 
 void PictureWriter::InvertInks(int first, int last) {
   uint8_t* sample = image_->Row(first);
-  uint8_t* end = sample + image_->Step() * static_cast<size_t>(last - first);
+  uint8_t* end = sample + image_->Stride() * static_cast<size_t>(last - first);
   for (; sample < end; ++sample) *sample = static_cast<uint8_t>(255 - *sample);
 }
 

@@ -8,7 +8,7 @@
 
 #include "codecs/jpeg/upsampler.h"
 #include "codecs/support/byte_buffer.h"
-#include "codecs/support/image.h"
+#include "codecs/support/picture.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpeg {
@@ -28,7 +28,7 @@ constexpr PixelLayout LayoutOf(ColorModel model) {
 
 class PictureWriter {
  public:
-  PictureWriter(ColorModel model, Image* image) : model_(model), image_(image) {}
+  PictureWriter(ColorModel model, Picture* image) : model_(model), image_(image) {}
 
   // False: no memory.
   [[nodiscard]] bool Init(const Geometry& geometry, const std::vector<Plane>& planes);
@@ -41,7 +41,7 @@ class PictureWriter {
   void InvertInks(int first, int last);
 
   ColorModel model_;
-  Image* image_;
+  Picture* image_;
   int step_ = 0;
   std::vector<Upsampler> components_;
 };

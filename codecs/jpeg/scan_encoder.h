@@ -12,7 +12,7 @@
 #include "codecs/jpeg/stage_clock.h"
 #include "codecs/jpeg/strip_maker.h"
 #include "codecs/support/byte_buffer.h"
-#include "codecs/support/image.h"
+#include "codecs/support/picture.h"
 #include "codecs/support/status.h"
 #include "zepjp.h"
 

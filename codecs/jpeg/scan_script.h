@@ -8,7 +8,7 @@
 
 #include "codecs/jpeg/frame.h"
 #include "codecs/support/byte_buffer.h"
-#include "codecs/support/image.h"
+#include "codecs/support/picture.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpeg {

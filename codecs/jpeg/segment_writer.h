@@ -11,7 +11,7 @@
 #include "codecs/jpeg/metadata.h"
 #include "codecs/jpeg/standard_tables.h"
 #include "codecs/support/byte_buffer.h"
-#include "codecs/support/image.h"
+#include "codecs/support/picture.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpeg {

@@ -42,12 +42,12 @@ void StripMaker::Make(int mcu_row) {
 
 void StripMaker::Convert(int first, int height) {
   const int channels = image_.channels();
-  int32_t image_step = static_cast<int32_t>(image_.Step());
+  int32_t image_step = static_cast<int32_t>(image_.Stride());
   const uint8_t* pixels = image_.Row(first);
   zepiSize size = {image_.width(), height};
   if (channels == 1) {
     for (int y = 0; y < height; ++y) {
-      std::memcpy(planes_[0].data() + y * geometry_.step, image_.Row(first + y), image_.Step());
+      std::memcpy(planes_[0].data() + y * geometry_.step, image_.Row(first + y), image_.Stride());
     }
     return;
   }
@@ -88,8 +88,8 @@ const uint8_t* StripMaker::Padded(int first, int height, bool invert) {
   for (int y = 0; y < RoundUpToEven(height); ++y) {
     const uint8_t* pixels = image_.Row(first + std::min(y, height - 1));
     uint8_t* out = padded_.data() + static_cast<size_t>(y) * step;
-    std::memcpy(out, pixels, image_.Step());
-    std::memcpy(out + step - channels, pixels + image_.Step() - channels, channels);
+    std::memcpy(out, pixels, image_.Stride());
+    std::memcpy(out + step - channels, pixels + image_.Stride() - channels, channels);
     if (!invert) continue;
     for (size_t i = 0; i < step; ++i) out[i] = static_cast<uint8_t>(255 - out[i]);
   }

@@ -9,14 +9,14 @@
 #include "codecs/jpeg/encoder.h"
 #include "codecs/jpeg/geometry.h"
 #include "codecs/support/byte_buffer.h"
-#include "codecs/support/image.h"
+#include "codecs/support/picture.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpeg {
 
 class StripMaker {
  public:
-  StripMaker(const Image& image, Sampling sampling, const Geometry& geometry)
+  StripMaker(const Picture& image, Sampling sampling, const Geometry& geometry)
       : image_(image), sampling_(sampling), geometry_(geometry) {}
 
   // False: no memory.
@@ -37,7 +37,7 @@ class StripMaker {
   bool HalvesWidth() const { return sampling_ != Sampling::k444; }
   bool HalvesHeight() const { return sampling_ == Sampling::k420; }
 
-  const Image& image_;
+  const Picture& image_;
   Sampling sampling_;
   const Geometry& geometry_;
   std::vector<ByteBuffer> planes_;

@@ -9,7 +9,7 @@
 #include "codecs/jpeg/geometry.h"
 #include "codecs/jpeg/plane.h"
 #include "codecs/support/byte_buffer.h"
-#include "codecs/support/image.h"
+#include "codecs/support/picture.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpeg {

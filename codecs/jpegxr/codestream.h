@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "codecs/jpegxr/image.h"
+#include "codecs/support/picture.h"
 
 namespace zepcodec::jpegxr {
 
@@ -56,6 +56,11 @@ struct PlaneHeader {
   bool HasLp() const { return bands != Bands::kDcOnly; }
   bool HasHp() const { return bands == Bands::kAll || bands == Bands::kNoRefinement; }
 };
+
+// Whether headers tell how many low bits are left out (of floats, the bits of the mantissa).
+constexpr bool HasShift(SampleType type) {
+  return type != SampleType::kU8 && type != SampleType::kF16;
+}
 
 struct FrameHeader {
   bool has_hard_tiles = false;   // overlap filters stop at tiles

@@ -68,6 +68,24 @@ void Samples<uint8_t>::Encode(int32_t code, const PlaneHeader&, uint8_t* to) {
   *to = static_cast<uint8_t>(std::clamp(code, 0, 255));
 }
 
+// A half is coded as its 16 bits, taken as sign and magnitude.
+struct Half {
+  uint16_t bits;
+};
+
+template <>
+int32_t Samples<Half>::Decode(const uint8_t* from, const PlaneHeader&) {
+  const uint16_t bits = Load(from).bits;
+  const int32_t magnitude = bits & 0x7FFF;
+  return bits >> 15 != 0 ? -magnitude : magnitude;
+}
+
+template <>
+void Samples<Half>::Encode(int32_t code, const PlaneHeader&, uint8_t* to) {
+  const int32_t magnitude = std::min(code < 0 ? -std::max(code, -0x7FFF) : code, 0x7FFF);
+  Store({static_cast<uint16_t>(magnitude | (code < 0 ? 0x8000 : 0))}, to);
+}
+
 template <class T>
 struct Rows {
   T* y;
@@ -155,9 +173,9 @@ ZEPJP_VECTOR_LOOPS void JoinRgb8Row(const Rows<const int32_t>& rows, size_t widt
 using SplitFunction = decltype(&SplitRow<uint8_t>);
 using JoinFunction = decltype(&JoinRow<uint8_t>);
 constexpr SplitFunction kSplit[] = {SplitRow<uint8_t>, SplitRow<uint16_t>, SplitRow<int16_t>,
-                                    SplitRow<int32_t>, SplitRow<float>};
+                                    SplitRow<int32_t>, SplitRow<Half>,     SplitRow<float>};
 constexpr JoinFunction kJoin[] = {JoinRow<uint8_t>, JoinRow<uint16_t>, JoinRow<int16_t>,
-                                  JoinRow<int32_t>, JoinRow<float>};
+                                  JoinRow<int32_t>, JoinRow<Half>,     JoinRow<float>};
 
 void RepeatLast(int32_t* row, size_t width, size_t whole) {
   std::fill(row + width, row + whole, row[width - 1]);
@@ -228,7 +246,7 @@ Status ForRows(size_t threads, size_t height, const MakeWorker& make_worker) {
 
 }  // namespace
 
-PixelReader::PixelReader(const Image& image, const FrameHeader& frame, size_t kept_mb_rows,
+PixelReader::PixelReader(const Picture& image, const FrameHeader& frame, size_t kept_mb_rows,
                          CodedPlane* plane)
     : image_(image), frame_(frame), plane_(plane) {
   if (plane->header.color != ColorFormat::k420) return;
@@ -247,8 +265,8 @@ void PixelReader::ReadRow(size_t y, Scratch* scratch) {
   const PlaneHeader& header = plane_->header;
   const bool is_small = IsSubsampled(header.color);
   const Window luma = plane_->components[0].values.All();
-  const auto width = static_cast<size_t>(image_.width);
-  const auto last = static_cast<size_t>(image_.height) - 1;
+  const auto width = static_cast<size_t>(image_.width());
+  const auto last = static_cast<size_t>(image_.height()) - 1;
   Rows<int32_t> rows = {luma.Row(y), nullptr, nullptr};
   if (is_small) {
     for (auto& row : scratch->chroma) row.resize(luma.width);
@@ -257,9 +275,10 @@ void PixelReader::ReadRow(size_t y, Scratch* scratch) {
     rows.u = is_small ? scratch->chroma[0].data() : plane_->components[1].values.All().Row(y);
     rows.v = is_small ? scratch->chroma[1].data() : plane_->components[2].values.All().Row(y);
   }
-  kSplit[static_cast<int>(frame_.type)](image_.Row(static_cast<int>(std::min(y, last))),
-                                        static_cast<size_t>(image_.channels * BytesOf(image_.type)),
-                                        width, frame_.type, header, rows);
+  kSplit[static_cast<int>(frame_.type)](
+      image_.Row(static_cast<int>(std::min(y, last))),
+      static_cast<size_t>(image_.channels() * BytesOf(image_.type())), width, frame_.type, header,
+      rows);
   RepeatLast(rows.y, width, luma.width);
   if (header.Components() == 1) return;
   RepeatLast(rows.u, width, luma.width);
@@ -292,7 +311,8 @@ void PixelReader::ReadMbRow(size_t mb_row) {
   for (; halved_ < end; ++halved_) HalveDown(halved_);
 }
 
-Status FromImage(const Image& image, const FrameHeader& frame, size_t threads, CodedPlane* plane) {
+Status FromImage(const Picture& image, const FrameHeader& frame, size_t threads,
+                 CodedPlane* plane) {
   PixelReader reader(image, frame, 0, plane);
   Status status = ForRows(threads, plane->components[0].values.height(), [&] {
     return [&, scratch = PixelReader::Scratch()](size_t y) mutable { reader.ReadRow(y, &scratch); };
@@ -302,7 +322,7 @@ Status FromImage(const Image& image, const FrameHeader& frame, size_t threads, C
                  [&] { return [&](size_t y) { reader.HalveDown(y); }; });
 }
 
-PixelWriter::PixelWriter(const FrameHeader& frame, int channel, CodedPlane* plane, Image* image)
+PixelWriter::PixelWriter(const FrameHeader& frame, int channel, CodedPlane* plane, Picture* image)
     : frame_(frame), channel_(channel), plane_(plane), image_(image) {
   const size_t width = plane->components[0].values.width();
   narrow_.resize(width);
@@ -319,7 +339,7 @@ const int32_t* PixelWriter::ChromaRow(size_t component, size_t y) {
 
 void PixelWriter::WriteRow(size_t y) {
   const PlaneHeader& header = plane_->header;
-  const auto stride = static_cast<size_t>(image_->channels * BytesOf(image_->type));
+  const auto stride = static_cast<size_t>(image_->channels() * BytesOf(image_->type()));
   const int32_t rounding = Rounding(frame_.type, header, frame_.has_alpha && channel_ > 0);
   const bool is_rgb8 = frame_.type == SampleType::kU8 && header.Components() == 3 && stride == 3;
   const JoinFunction join = is_rgb8 ? JoinRgb8Row : kJoin[static_cast<int>(frame_.type)];
@@ -330,13 +350,13 @@ void PixelWriter::WriteRow(size_t y) {
     rows.u = ChromaRow(1, row) + frame_.extra_left;
     rows.v = ChromaRow(2, row) + frame_.extra_left;
   }
-  join(rows, static_cast<size_t>(image_->width), frame_.type, header, rounding, stride,
-       image_->Row(static_cast<int>(y)) + channel_ * BytesOf(image_->type));
+  join(rows, static_cast<size_t>(image_->width()), frame_.type, header, rounding, stride,
+       image_->Row(static_cast<int>(y)) + channel_ * BytesOf(image_->type()));
 }
 
 Status ToImage(const FrameHeader& frame, int channel, size_t threads, CodedPlane* plane,
-               Image* image) {
-  return ForRows(threads, static_cast<size_t>(image->height), [&] {
+               Picture* image) {
+  return ForRows(threads, static_cast<size_t>(image->height()), [&] {
     return [writer = PixelWriter(frame, channel, plane, image)](size_t y) mutable {
       writer.WriteRow(y);
     };

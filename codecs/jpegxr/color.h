@@ -9,10 +9,10 @@
 #include <vector>
 
 #include "codecs/jpegxr/coded_plane.h"
-#include "codecs/jpegxr/image.h"
 #include "codecs/support/byte_buffer.h"
 #include "codecs/support/messages.h"
 #include "codecs/support/parallel.h"
+#include "codecs/support/picture.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpegxr {
@@ -26,7 +26,8 @@ class PixelReader {
   };
 
   // `kept_mb_rows` is that of the plane.
-  PixelReader(const Image& image, const FrameHeader& frame, size_t kept_mb_rows, CodedPlane* plane);
+  PixelReader(const Picture& image, const FrameHeader& frame, size_t kept_mb_rows,
+              CodedPlane* plane);
 
   // A row of macroblocks. Of 4:2:0 chroma the last row of samples comes with the next one.
   void ReadMbRow(size_t mb_row);
@@ -38,7 +39,7 @@ class PixelReader {
  private:
   Window NarrowChroma(size_t component);
 
-  const Image& image_;
+  const Picture& image_;
   const FrameHeader& frame_;
   CodedPlane* plane_;
   Plane narrow_[2];
@@ -47,12 +48,12 @@ class PixelReader {
 };
 
 // All of it.
-Status FromImage(const Image& image, const FrameHeader& frame, size_t threads, CodedPlane* plane);
+Status FromImage(const Picture& image, const FrameHeader& frame, size_t threads, CodedPlane* plane);
 
 // Writes rows of the picture; the first component goes to `channel` of its pixels.
 class PixelWriter {
  public:
-  PixelWriter(const FrameHeader& frame, int channel, CodedPlane* plane, Image* image);
+  PixelWriter(const FrameHeader& frame, int channel, CodedPlane* plane, Picture* image);
   static size_t MemoryOf(size_t mb_width) { return 3 * (16 * mb_width + 16) * sizeof(int32_t); }
   void WriteRow(size_t y);
 
@@ -62,12 +63,12 @@ class PixelWriter {
   const FrameHeader& frame_;
   int channel_;
   CodedPlane* plane_;
-  Image* image_;
+  Picture* image_;
   std::vector<int32_t> wide_[2], narrow_;
 };
 
 Status ToImage(const FrameHeader& frame, int channel, size_t threads, CodedPlane* plane,
-               Image* image);
+               Picture* image);
 
 }  // namespace zepcodec::jpegxr
 

@@ -17,11 +17,11 @@ constexpr uint8_t kFormatStart[15] = {0x24, 0xC3, 0xDD, 0x6F, 0x03, 0x4E, 0xFE, 
                                       0xB1, 0x85, 0x3D, 0x77, 0x76, 0x8D, 0xC9};
 
 // The last byte of the identifier of a format.
-uint8_t FormatByte(const Image& image) {
-  constexpr uint8_t kGrey[] = {0x08, 0x0B, 0x13, 0x3F, 0x11};
-  constexpr uint8_t kRgb[] = {0x0D, 0x15, 0x12, 0x18, 0x27};
-  const auto type = static_cast<int>(image.type);
-  return image.Colors() == 1 ? kGrey[type] : kRgb[type];
+uint8_t FormatByte(const Picture& image) {
+  constexpr uint8_t kGrey[] = {0x08, 0x0B, 0x13, 0x3F, 0x3E, 0x11};
+  constexpr uint8_t kRgb[] = {0x0D, 0x15, 0x12, 0x18, 0x3B, 0x27};
+  const auto type = static_cast<int>(image.type());
+  return IsGrey(image.layout()) ? kGrey[type] : kRgb[type];
 }
 
 uint32_t Little(const uint8_t* bytes, int count) {
@@ -80,7 +80,7 @@ Status ReadContainer(const uint8_t* data, size_t size, Messages* messages, Conta
   return Status();
 }
 
-Status WriteContainer(const Image& image, const std::vector<uint8_t>& codestream_header,
+Status WriteContainer(const Picture& image, const std::vector<uint8_t>& codestream_header,
                       const std::vector<Span>& packets, ByteBuffer* file) {
   constexpr uint32_t kDirectory = 8, kEntries = 5;
   constexpr uint32_t kFormat = kDirectory + 2 + kEntries * kEntryBytes + 4;
@@ -92,8 +92,8 @@ Status WriteContainer(const Image& image, const std::vector<uint8_t>& codestream
   Put(kDirectory, 4, &head);
   Put(kEntries, 2, &head);
   PutEntry(kPixelFormatTag, kByteType, 16, kFormat, &head);
-  PutEntry(kWidthTag, kLongType, 1, static_cast<uint32_t>(image.width), &head);
-  PutEntry(kHeightTag, kLongType, 1, static_cast<uint32_t>(image.height), &head);
+  PutEntry(kWidthTag, kLongType, 1, static_cast<uint32_t>(image.width()), &head);
+  PutEntry(kHeightTag, kLongType, 1, static_cast<uint32_t>(image.height()), &head);
   PutEntry(kOffsetTag, kLongType, 1, kStart, &head);
   PutEntry(kSizeTag, kLongType, 1, static_cast<uint32_t>(size), &head);
   Put(0, 4, &head);

@@ -7,10 +7,10 @@
 #include <cstdint>
 #include <vector>
 
-#include "codecs/jpegxr/image.h"
 #include "codecs/support/byte_buffer.h"
 #include "codecs/support/messages.h"
 #include "codecs/support/parallel.h"
+#include "codecs/support/picture.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpegxr {
@@ -29,7 +29,7 @@ struct Container {
 Status ReadContainer(const uint8_t* data, size_t size, Messages* messages, Container* container);
 
 // Puts the codestream of a picture into a file.
-Status WriteContainer(const Image& image, const std::vector<uint8_t>& codestream_header,
+Status WriteContainer(const Picture& image, const std::vector<uint8_t>& codestream_header,
                       const std::vector<Span>& packets, ByteBuffer* file);
 
 }  // namespace zepcodec::jpegxr

@@ -113,12 +113,12 @@ class StripDecoder {
   static constexpr size_t kKeptMbRows = 4;
 
   StripDecoder(const Headers& headers, const PaddedBytes& bytes, int channel,
-               std::vector<CodedPlane>* planes, Image* image)
+               std::vector<CodedPlane>* planes, Picture* image)
       : headers_(headers), frame_(headers.frame), bytes_(bytes) {
     for (CodedPlane& plane : *planes) {
       planes_.push_back(&plane);
       writers_.emplace_back(frame_, channel, &plane, image);
-      channel = image->Colors();
+      channel = ColorCount(image->layout());
     }
   }
 
@@ -202,7 +202,7 @@ class FrameDecoder {
   }
   const FrameHeader& frame() const { return headers_.frame; }
 
-  Status Decode(int channel, Image* image, Messages* messages) {
+  Status Decode(int channel, Picture* image, Messages* messages) {
     const FrameHeader& frame = headers_.frame;
     PaddedBytes bytes;
     Status status = bytes.Set(codestream_, headers_.data_start);
@@ -242,7 +242,7 @@ class FrameDecoder {
 
  private:
   Status DecodeWhole(const PaddedBytes& bytes, int channel, std::vector<CodedPlane>* planes,
-                     Image* image, Messages* messages) {
+                     Picture* image, Messages* messages) {
     const FrameHeader& frame = headers_.frame;
     std::vector<CodedPlane*> pointers;
     for (CodedPlane& plane : *planes) {
@@ -253,7 +253,7 @@ class FrameDecoder {
     for (CodedPlane* plane : pointers) {
       if (status.ok()) status = Inverse(frame, threads_, plane);
       if (status.ok()) status = ToImage(frame, channel, threads_, plane, image);
-      channel = image->Colors();
+      channel = ColorCount(image->layout());
     }
     return status;
   }
@@ -264,11 +264,12 @@ class FrameDecoder {
   Headers headers_;
 };
 
-void FillOpaque(Image* image) {
-  const auto bytes = static_cast<size_t>(BytesOf(image->type));
-  const auto channels = static_cast<size_t>(image->channels);
-  for (size_t i = (channels - 1) * bytes; i < image->bytes.size(); i += channels * bytes) {
-    std::fill_n(&image->bytes[i], bytes, uint8_t{255});
+void FillOpaque(Picture* image) {
+  const size_t bytes = image->BytesPerSample();
+  const auto channels = static_cast<size_t>(image->channels());
+  uint8_t* const samples = image->Row(0);
+  for (size_t i = channels - 1; i < image->SampleCount(); i += channels) {
+    image->StoreOne(samples + i * bytes);
   }
 }
 
@@ -288,19 +289,21 @@ class FileDecoder {
       FrameDecoder alpha(container_.alpha, options_);
       if (OpenAlpha(&alpha).ok()) bytes = std::max(bytes, alpha.Memory());
     }
-    Image image;
-    Describe(&image);
-    return bytes + static_cast<int64_t>(image.Step()) * image.height;
+    const int64_t channels = ChannelCount(Layout());
+    return bytes + channels * BytesOf(frame().type) * frame().width * frame().height;
   }
 
-  Status Decode(Image* image, FileInfo* info) {
-    Describe(image);
-    image->Resize();
+  Status Decode(Picture* image, FileInfo* info) {
+    if (!image->Resize(static_cast<int>(frame().width), static_cast<int>(frame().height), Layout(),
+                       frame().type)) {
+      return Status::NoMemory();
+    }
+    std::memset(image->Row(0), 0, image->SizeInBytes());  // for rows that damage leaves out
     Status status = decoder_.Decode(0, image, &info->messages);
     if (!status.ok() || !HasOwnAlpha()) return status;
     FrameDecoder decoder(container_.alpha, options_);
     Status alpha = OpenAlpha(&decoder);
-    if (alpha.ok()) alpha = decoder.Decode(image->Colors(), image, &info->messages);
+    if (alpha.ok()) alpha = decoder.Decode(ColorCount(image->layout()), image, &info->messages);
     if (!alpha.ok()) {
       info->messages.Add("opacity: " + alpha.text());
       FillOpaque(image);
@@ -321,11 +324,10 @@ class FileDecoder {
     return status;
   }
 
-  void Describe(Image* image) const {
-    image->width = static_cast<int>(frame().width);
-    image->height = static_cast<int>(frame().height);
-    image->type = frame().type;
-    image->channels = (frame().is_rgb ? 3 : 1) + (frame().has_alpha || HasOwnAlpha() ? 1 : 0);
+  PixelLayout Layout() const {
+    const bool has_alpha = frame().has_alpha || HasOwnAlpha();
+    if (frame().is_rgb) return has_alpha ? PixelLayout::kRgba : PixelLayout::kRgb;
+    return has_alpha ? PixelLayout::kGreyAlpha : PixelLayout::kGrey;
   }
 
   Container container_;
@@ -352,7 +354,7 @@ Status OpenFile(const uint8_t* data, size_t size, const DecodeOptions& options, 
 
 }  // namespace
 
-Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Image* image,
+Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Picture* image,
               FileInfo* info) {
   return OpenFile(data, size, options, info,
                   [&](FileDecoder* decoder) { return decoder->Decode(image, info); });

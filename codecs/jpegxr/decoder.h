@@ -11,10 +11,10 @@
 #include <cstdint>
 
 #include "codecs/jpegxr/codestream.h"
-#include "codecs/jpegxr/image.h"
 #include "codecs/support/byte_buffer.h"
 #include "codecs/support/messages.h"
 #include "codecs/support/parallel.h"
+#include "codecs/support/picture.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpegxr {
@@ -37,7 +37,7 @@ struct FileInfo {
 constexpr int64_t kAlwaysAcceptedSamples = 1 << 24;
 
 // Decodes a picture. An error means that there is none; a picture with damaged parts comes with messages.
-Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Image* image,
+Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Picture* image,
               FileInfo* info);
 
 // How much memory Decode() takes for this file, besides the file itself: never much less, and seldom much more, since

@@ -17,12 +17,9 @@
 namespace zepcodec::jpegxr {
 namespace {
 
-Status CheckImage(const Image& image) {
-  if (image.width < 1 || image.height < 1) return Status::Error("a picture without pixels");
-  if (image.channels != 1 && image.channels != 3) return Status::Error("neither grey nor RGB");
-  if (image.bytes.size() < image.Step() * static_cast<size_t>(image.height)) {
-    return Status::Error("fewer samples than pixels");
-  }
+Status CheckImage(const Picture& image) {
+  if (image.width() < 1 || image.height() < 1) return Status::Error("a picture without pixels");
+  if (image.channels() != 1 && image.channels() != 3) return Status::Error("neither grey nor RGB");
   return Status();
 }
 
@@ -53,12 +50,12 @@ std::vector<uint32_t> TileStarts(uint32_t whole, int tile_samples) {
   return starts;
 }
 
-PlaneHeader MakePlaneHeader(const Image& image, const EncodeOptions& options) {
+PlaneHeader MakePlaneHeader(const Picture& image, const EncodeOptions& options) {
   PlaneHeader plane;
-  plane.color = image.channels == 1 ? ColorFormat::kGrey : options.color;
+  plane.color = image.channels() == 1 ? ColorFormat::kGrey : options.color;
   plane.bands = options.bands;
   plane.shift = options.shift;
-  if (image.type == SampleType::kF32) {
+  if (image.type() == SampleType::kF32) {
     plane.shift = options.mantissa;
     plane.exponent_bias = options.exponent_bias;
   }
@@ -68,7 +65,7 @@ PlaneHeader MakePlaneHeader(const Image& image, const EncodeOptions& options) {
   plane.lp.fill(quantizer);
   plane.hp.fill(quantizer);
   // Three more bits where there is room for them.
-  plane.is_scaled = !options.lossless && BytesOf(image.type) < 4;
+  plane.is_scaled = !options.lossless && BytesOf(image.type()) < 4;
   return plane;
 }
 
@@ -82,14 +79,14 @@ uint32_t NarrowestFilteredPart(const FrameHeader& frame) {
   return narrowest;
 }
 
-Status MakeFrameHeader(const Image& image, const EncodeOptions& options, FrameHeader* frame) {
+Status MakeFrameHeader(const Picture& image, const EncodeOptions& options, FrameHeader* frame) {
   frame->overlap = options.overlap;
   frame->is_frequency_order = options.is_frequency_order;
   frame->has_trim = options.trim > 0;
-  frame->is_rgb = image.channels == 3;
-  frame->type = image.type;
-  frame->width = static_cast<uint32_t>(image.width);
-  frame->height = static_cast<uint32_t>(image.height);
+  frame->is_rgb = image.channels() == 3;
+  frame->type = image.type();
+  frame->width = static_cast<uint32_t>(image.width());
+  frame->height = static_cast<uint32_t>(image.height());
   frame->extra_right = (16 - frame->width % 16) % 16;
   frame->extra_bottom = (16 - frame->height % 16) % 16;
   frame->columns = TileStarts(frame->MbWidth(), options.tile_width);
@@ -110,7 +107,7 @@ Status MakeFrameHeader(const Image& image, const EncodeOptions& options, FrameHe
 // Of each tile.
 using Packets = std::vector<std::vector<std::vector<uint8_t>>>;
 
-Status WriteFile(const Image& image, const FrameHeader& frame, const Packets& tiles,
+Status WriteFile(const Picture& image, const FrameHeader& frame, const Packets& tiles,
                  ByteBuffer* file) {
   std::vector<uint64_t> sizes;
   std::vector<Span> packets;
@@ -124,7 +121,7 @@ Status WriteFile(const Image& image, const FrameHeader& frame, const Packets& ti
 }
 
 // On several threads, or where filters see tiles.
-Status EncodeWhole(const Image& image, const FrameHeader& frame, size_t threads, uint32_t trim,
+Status EncodeWhole(const Picture& image, const FrameHeader& frame, size_t threads, uint32_t trim,
                    CodedPlane* plane, Packets* tiles) {
   plane->Resize(frame.MbWidth(), frame.MbHeight());
   Status status = FromImage(image, frame, threads, plane);
@@ -142,7 +139,7 @@ Status EncodeWhole(const Image& image, const FrameHeader& frame, size_t threads,
 // Row by row of macroblocks, over all tiles in it; a few rows at a time are in memory, and in the cache.
 class StripEncoder {
  public:
-  StripEncoder(const Image& image, const FrameHeader& frame, uint32_t trim, CodedPlane* plane,
+  StripEncoder(const Picture& image, const FrameHeader& frame, uint32_t trim, CodedPlane* plane,
                Packets* tiles)
       : frame_(frame), trim_(trim), plane_(plane), tiles_(tiles) {
     constexpr size_t kKeptMbRows = 4;
@@ -187,9 +184,9 @@ class StripEncoder {
   size_t tile_row_ = 0;
 };
 
-Status EncodeFile(const Image& image, const EncodeOptions& options, ByteBuffer* file) {
+Status EncodeFile(const Picture& image, const EncodeOptions& options, ByteBuffer* file) {
   Status status = CheckImage(image);
-  if (status.ok()) status = CheckOptions(options, image.type);
+  if (status.ok()) status = CheckOptions(options, image.type());
   FrameHeader frame;
   if (status.ok()) status = MakeFrameHeader(image, options, &frame);
   if (!status.ok()) return status;
@@ -208,7 +205,7 @@ Status EncodeFile(const Image& image, const EncodeOptions& options, ByteBuffer* 
 
 }  // namespace
 
-Status Encode(const Image& image, const EncodeOptions& options, ByteBuffer* file) {
+Status Encode(const Picture& image, const EncodeOptions& options, ByteBuffer* file) {
   try {
     return EncodeFile(image, options, file);
   } catch (const std::bad_alloc&) {

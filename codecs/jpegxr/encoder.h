@@ -8,10 +8,10 @@
 #include <cstdint>
 
 #include "codecs/jpegxr/codestream.h"
-#include "codecs/jpegxr/image.h"
 #include "codecs/support/byte_buffer.h"
 #include "codecs/support/messages.h"
 #include "codecs/support/parallel.h"
+#include "codecs/support/picture.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpegxr {
@@ -43,7 +43,7 @@ struct EncodeOptions {
 };
 
 // Makes a file of a picture without opacity.
-Status Encode(const Image& image, const EncodeOptions& options, ByteBuffer* file);
+Status Encode(const Picture& image, const EncodeOptions& options, ByteBuffer* file);
 
 }  // namespace zepcodec::jpegxr
 

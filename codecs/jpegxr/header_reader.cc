@@ -18,6 +18,7 @@ bool FindSampleType(uint32_t number, SampleType* type) {
     case 1: *type = SampleType::kU8; return true;
     case 2: *type = SampleType::kU16; return true;
     case 3: *type = SampleType::kS16; return true;
+    case 4: *type = SampleType::kF16; return true;
     case 6: *type = SampleType::kS32; return true;
     case 7: *type = SampleType::kF32; return true;
     default: return false;
@@ -60,7 +61,7 @@ Status ReadPlaneHeader(SampleType type, HeaderReader* reader, PlaneHeader* plane
   if (bands > 3) return Status::Error("an unknown number of bands");
   plane->bands = static_cast<Bands>(bands);
   if (plane->color != ColorFormat::kGrey) reader->Bits(8);  // where chroma lies
-  if (type != SampleType::kU8) plane->shift = static_cast<int>(reader->Bits(8));
+  if (HasShift(type)) plane->shift = static_cast<int>(reader->Bits(8));
   if (type == SampleType::kF32) {
     const auto bias = static_cast<int>(reader->Bits(8));
     plane->exponent_bias = bias < 128 ? bias : bias - 256;

@@ -7,7 +7,7 @@ namespace zepcodec::jpegxr {
 namespace {
 
 uint32_t NumberOf(SampleType type) {
-  constexpr uint32_t kNumbers[] = {1, 2, 3, 6, 7};
+  constexpr uint32_t kNumbers[] = {1, 2, 3, 6, 4, 7};
   return kNumbers[static_cast<int>(type)];
 }
 
@@ -23,7 +23,7 @@ void PutPlaneHeader(SampleType type, const PlaneHeader& plane, HeaderWriter* wri
   writer->Put(plane.is_scaled ? 1 : 0, 1);
   writer->Put(static_cast<uint32_t>(plane.bands), 4);
   if (plane.color != ColorFormat::kGrey) writer->Put(0, 8);
-  if (type != SampleType::kU8) writer->Put(static_cast<uint32_t>(plane.shift), 8);
+  if (HasShift(type)) writer->Put(static_cast<uint32_t>(plane.shift), 8);
   if (type == SampleType::kF32) writer->Put(static_cast<uint32_t>(plane.exponent_bias) & 255, 8);
   writer->Put(1, 1);
   PutSet(components, plane.dc, writer);

@@ -9,7 +9,7 @@
 
 #include "codecs/support/byte_buffer.h"
 #include "codecs/support/messages.h"
-#include "codecs/support/raster.h"
+#include "codecs/support/picture.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::tiff {
@@ -26,7 +26,7 @@ struct EncodeOptions {
 };
 
 // Makes a file of a picture of 1 or 3 channels and 8 or 16 bits.
-Status Encode(const Raster& picture, const EncodeOptions& options, ByteBuffer* file);
+Status Encode(const Picture& picture, const EncodeOptions& options, ByteBuffer* file);
 
 struct DecodeOptions {
   int64_t max_pixels = int64_t{1} << 28;  // files that claim more are refused
@@ -55,7 +55,7 @@ constexpr int64_t kAlwaysAcceptedBytes = int64_t{1} << 20;
 // The first picture of a file. The time is bounded by the bytes of the picture (three times as many are
 // touched) and the number of strips, memory by twice the picture and 8 bytes a strip. An error means that there is none; a picture with damaged strips, which are
 // 0 where they are lost, comes with messages.
-Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Raster* picture,
+Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Picture* picture,
               FileInfo* info);
 
 // Reads the directory alone.

@@ -15,7 +15,7 @@ constexpr size_t kUselessBytes = 64;  // that a strip may have besides its packe
 
 class Decoder {
  public:
-  Decoder(const uint8_t* data, size_t size, Raster* picture, FileInfo* info)
+  Decoder(const uint8_t* data, size_t size, Picture* picture, FileInfo* info)
       : data_(data), size_(size), picture_(picture), info_(info) {}
 
   Status Decode(const DecodeOptions& options) {
@@ -49,8 +49,9 @@ class Decoder {
     if (pixels > std::max(most, kAlwaysAcceptedBytes) / bytes_in_pixel) {
       return Status::Error("the file is too small for the " + claim + " that it announces");
     }
-    const bool done = picture_->Resize(info_->width, info_->height, info_->channels, info_->bits) &&
-                      row_.Resize(picture_->Step());
+    const bool done = picture_->Resize(info_->width, info_->height,
+                                       LayoutWithChannels(info_->channels), info_->bits) &&
+                      row_.Resize(picture_->Stride());
     return done ? Status() : Status::NoMemory();
   }
 
@@ -134,7 +135,7 @@ class Decoder {
 
   const uint8_t* data_;
   size_t size_;
-  Raster* picture_;
+  Picture* picture_;
   FileInfo* info_;
   Strips strips_;
   const uint8_t* strip_ = nullptr;
@@ -144,7 +145,7 @@ class Decoder {
 
 }  // namespace
 
-Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Raster* picture,
+Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Picture* picture,
               FileInfo* info) {
   return Decoder(data, size, picture, info).Decode(options);
 }

@@ -69,15 +69,15 @@ class DirectoryWriter {
 
 class Encoder {
  public:
-  Encoder(const Raster& picture, const EncodeOptions& options, ByteBuffer* file)
+  Encoder(const Picture& picture, const EncodeOptions& options, ByteBuffer* file)
       : picture_(picture), options_(options), file_(file) {}
 
   Status Encode() {
     if (Status status = Check(); !status.ok()) return status;
-    rows_in_strip_ = static_cast<int>(std::clamp<size_t>(kStripSize / picture_.Step(), 1,
+    rows_in_strip_ = static_cast<int>(std::clamp<size_t>(kStripSize / picture_.Stride(), 1,
                                                          static_cast<size_t>(picture_.height())));
     constexpr uint8_t kHeader[8] = {'I', 'I', 42, 0, 0, 0, 0, 0};
-    if (!row_.Resize(picture_.Step()) || !file_->Resize(0) ||
+    if (!row_.Resize(picture_.Stride()) || !file_->Resize(0) ||
         !file_->Append(kHeader, sizeof(kHeader))) {
       return Status::NoMemory();
     }
@@ -111,7 +111,7 @@ class Encoder {
     if (options_.has_byte_planes && picture_.bits() != 16) {
       return Status::Error("byte planes go with samples of 16 bits");
     }
-    if (picture_.Step() > INT32_MAX / 2) return Status::Error("the picture is too wide");
+    if (picture_.Stride() > INT32_MAX / 2) return Status::Error("the picture is too wide");
     return Status();
   }
 
@@ -131,7 +131,7 @@ class Encoder {
 
   bool AppendRow(int y) {
     const uint8_t* const row = ArrangeRow(y);
-    const size_t size = picture_.Step();
+    const size_t size = picture_.Stride();
     if (options_.compression == Compression::kNone) return file_->Append(row, size);
     const size_t start = file_->size();
     const size_t room = size + (size + 127) / 128;
@@ -180,7 +180,7 @@ class Encoder {
     return Status();
   }
 
-  const Raster& picture_;
+  const Picture& picture_;
   const EncodeOptions& options_;
   ByteBuffer* file_;
   ByteBuffer row_;
@@ -191,7 +191,7 @@ class Encoder {
 
 }  // namespace
 
-Status Encode(const Raster& picture, const EncodeOptions& options, ByteBuffer* file) {
+Status Encode(const Picture& picture, const EncodeOptions& options, ByteBuffer* file) {
   return Encoder(picture, options, file).Encode();
 }
 

@@ -8,7 +8,7 @@
 
 #include "codecs/dds/codec.h"
 #include "codecs/jpeg/decoder.h"
-#include "tools/zepconvert/deep_pixels.h"
+#include "codecs/support/convert.h"
 #include "tools/zepconvert/file_io.h"
 #include "tools/zepconvert/hdr_file.h"
 #include "tools/zepconvert/jp2_file.h"
@@ -98,39 +98,29 @@ zepcodec::Status LoadAny(const Settings& settings, const zepcodec::ByteBuffer& i
   return read(input.data(), input.size(), settings.max_pixels, picture);
 }
 
-zepcodec::Status Relayout(int channels, int bits, zepcodec::Raster* deep) {
-  if (channels == deep->channels() && bits == deep->bits()) return zepcodec::Status();
-  zepcodec::Raster changed;
-  zepcodec::Status status = ChangeDepth(*deep, channels, bits, &changed);
-  *deep = std::move(changed);
+zepcodec::Status Relayout(PixelLayout layout, int bits, zepcodec::Picture* image) {
+  if (layout == image->layout() && bits == image->bits()) return zepcodec::Status();
+  zepcodec::Picture changed;
+  zepcodec::Status status = Convert(*image, layout, bits, {}, &changed);
+  *image = std::move(changed);
   return status;
 }
 
 zepcodec::Status Load(const Settings& settings, const zepcodec::ByteBuffer& input, Picture* picture,
                       Result* result) {
-  zepcodec::Status status = LoadAny(settings, input, picture, result);
-  if (status.ok() && picture->IsDeep() && HasAlpha(picture->deep) && IsOpaque(picture->deep)) {
-    return Relayout(picture->deep.channels() - 1, picture->deep.bits(), &picture->deep);
-  }
-  if (!status.ok() || picture->IsDeep() || !HasAlpha(picture->image.layout()) ||
-      !IsOpaque(picture->image))
-    return status;
-  zepcodec::Image opaque;
-  status = ChangeLayout(picture->image,
-                        picture->image.channels() == 2 ? PixelLayout::kGrey : PixelLayout::kRgb,
-                        &opaque);
-  picture->image = std::move(opaque);
-  return status;
+  const zepcodec::Status status = LoadAny(settings, input, picture, result);
+  zepcodec::Picture& image = picture->image;
+  if (!status.ok() || !HasAlpha(image.layout()) || !IsOpaque(image)) return status;
+  return Relayout(IsGrey(image.layout()) ? PixelLayout::kGrey : PixelLayout::kRgb, image.bits(),
+                  &image);
 }
 
 // Its samples with 8 bits.
 zepcodec::Status MakeShallow(Picture* picture) {
-  zepcodec::Status status = ToImage(picture->deep, &picture->image);
-  picture->deep = zepcodec::Raster();
-  return status;
+  return Relayout(picture->image.layout(), 8, &picture->image);
 }
 
-dds::EncodeOptions TextureOptions(const Settings& settings, const zepcodec::Image& image) {
+dds::EncodeOptions TextureOptions(const Settings& settings, const zepcodec::Picture& image) {
   dds::EncodeOptions options = settings.texture;
   options.threads = settings.threads;
   if (!settings.has_texture_format && HasAlpha(image.layout())) {
@@ -145,7 +135,7 @@ bool KeepsAlpha(Format format) {
 }
 
 // What the output can have of this picture.
-PixelLayout LayoutFor(const Settings& settings, Format format, const zepcodec::Image& image) {
+PixelLayout LayoutFor(const Settings& settings, Format format, const zepcodec::Picture& image) {
   const PixelLayout before = image.layout();
   bool is_grey = settings.grey || format == Format::kPgm || ChannelCount(before) <= 2;
   bool has_alpha = HasAlpha(before) && KeepsAlpha(format);
@@ -162,14 +152,6 @@ PixelLayout LayoutFor(const Settings& settings, Format format, const zepcodec::I
       format == Format::kJpeg || format == Format::kLjpeg || format == Format::kPam;
   if (before == PixelLayout::kCmyk && keeps_inks) return before;
   return has_alpha ? PixelLayout::kRgba : PixelLayout::kRgb;
-}
-
-zepcodec::Status Relayout(PixelLayout layout, zepcodec::Image* image) {
-  if (layout == image->layout()) return zepcodec::Status();
-  zepcodec::Image changed;
-  zepcodec::Status status = ChangeLayout(*image, layout, &changed);
-  *image = std::move(changed);
-  return status;
 }
 
 void AdjustMetadata(const Settings& settings, bool loses_colors, Picture* picture) {
@@ -196,8 +178,7 @@ bool HoldsExif(Format format) {
 }
 
 void NoteMetadata(Format format, Picture* picture) {
-  const int channels = picture->IsDeep() ? picture->deep.channels() : picture->image.channels();
-  if (format == Format::kPng) DropUnfitProfile(channels <= 2, picture);
+  if (format == Format::kPng) DropUnfitProfile(IsGrey(picture->image.layout()), picture);
   if (!HoldsExif(format) && OrientationOf(jpeg::FindExif(picture->metadata)) > 1) {
     picture->notes.emplace_back(
         "the picture is stored turned or mirrored, and this kind of file cannot say so");
@@ -206,26 +187,22 @@ void NoteMetadata(Format format, Picture* picture) {
 
 // PNG and TIFF files have 8 or 16 bits, others any number.
 zepcodec::Status AdjustDeep(const Settings& settings, Format format, Picture* picture) {
-  zepcodec::Raster& deep = picture->deep;
-  const int before = deep.channels();
-  const bool is_grey = settings.grey || format == Format::kPgm || before <= 2;
-  const bool has_alpha = HasAlpha(deep) && KeepsAlpha(format);
+  zepcodec::Picture& image = picture->image;
+  const PixelLayout before = image.layout();
+  const bool is_grey = settings.grey || format == Format::kPgm || IsGrey(before);
+  const bool has_alpha = HasAlpha(before) && KeepsAlpha(format);
   const bool has_any_depth = format != Format::kPng && format != Format::kTiff;
-  if (HasAlpha(deep) && !has_alpha) picture->notes.emplace_back(kLaidOverWhite);
-  AdjustMetadata(settings, is_grey && before > 2, picture);
-  return Relayout((is_grey ? 1 : 3) + (has_alpha ? 1 : 0), has_any_depth ? deep.bits() : 16, &deep);
+  if (HasAlpha(before) && !has_alpha) picture->notes.emplace_back(kLaidOverWhite);
+  AdjustMetadata(settings, is_grey && !IsGrey(before), picture);
+  return Relayout(zepcodec::LayoutWithChannels((is_grey ? 1 : 3) + (has_alpha ? 1 : 0)),
+                  has_any_depth ? image.bits() : 16, &image);
 }
 
 // A JPEG file of 12 bits has no opacity and no inks.
 zepcodec::Status MakeTwelveBits(const Settings& settings, Picture* picture) {
-  if (!picture->IsDeep()) {
-    const bool is_grey = settings.grey || ChannelCount(picture->image.layout()) <= 2;
-    zepcodec::Status status =
-        Relayout(is_grey ? PixelLayout::kGrey : PixelLayout::kRgb, &picture->image);
-    if (status.ok()) status = ToRaster(picture->image, &picture->deep);
-    if (!status.ok()) return status;
-  }
-  return Relayout(picture->deep.channels() <= 2 ? 1 : 3, 12, &picture->deep);
+  zepcodec::Picture& image = picture->image;
+  const bool is_grey = IsGrey(image.layout()) || (settings.grey && !picture->IsDeep());
+  return Relayout(is_grey ? PixelLayout::kGrey : PixelLayout::kRgb, 12, &image);
 }
 
 // Brings the picture into a form that the output can have.
@@ -236,14 +213,14 @@ zepcodec::Status Adjust(const Settings& settings, Format format, Picture* pictur
   }
   if (picture->IsDeep()) {
     const bool has_any_depth = format != Format::kPng && format != Format::kTiff;
-    if (CanBeDeep(format) && (has_any_depth || picture->deep.bits() > 8)) {
+    if (CanBeDeep(format) && (has_any_depth || picture->image.bits() > 8)) {
       return AdjustDeep(settings, format, picture);
     }
     if (zepcodec::Status status = MakeShallow(picture); !status.ok()) return status;
   }
   const PixelLayout before = picture->image.layout();
   const PixelLayout after = LayoutFor(settings, format, picture->image);
-  zepcodec::Status status = Relayout(after, &picture->image);
+  zepcodec::Status status = Relayout(after, 8, &picture->image);
   if (!status.ok()) return status;
   if (format == Format::kDds && settings.texture.format == dds::BlockFormat::kBc5) {
     for (size_t i = 2; i < picture->image.SizeInBytes(); i += 3) picture->image.Row(0)[i] = 0;
@@ -273,14 +250,14 @@ zepcodec::Status SaveJpeg(const Settings& settings, const Picture& picture,
   return status;
 }
 
-zepcodec::Status SaveDds(const Settings& settings, const zepcodec::Image& image,
+zepcodec::Status SaveDds(const Settings& settings, const zepcodec::Picture& image,
                          zepcodec::ByteBuffer* output, Result* result) {
   const Timer timer(&result->seconds[kTextureEncode]);
   const dds::EncodeOptions options = TextureOptions(settings, image);
   result->lossless = false;
-  zepcodec::Image pixels;
+  zepcodec::Picture pixels;
   zepcodec::Status status =
-      ChangeLayout(image, dds::LayoutOf(options.format, options.is_ycocg), &pixels);
+      Convert(image, dds::LayoutOf(options.format, options.is_ycocg), 8, {}, &pixels);
   return status.ok() ? dds::Encode(pixels, options, output) : status;
 }
 
@@ -288,14 +265,12 @@ zepcodec::Status SaveOther(const Settings& settings, Format format, const Pictur
                            zepcodec::ByteBuffer* output) {
   if (format == Format::kTiff) return WriteTiff(settings, picture, output);
   if (format == Format::kPng) {
-    return picture.IsDeep() ? WritePng(picture.deep, picture.metadata, output)
-                            : WritePng(picture.image, picture.metadata, output);
+    return WritePng(picture.image, picture.metadata, output);
   }
   const PnmKind kind = format == Format::kPam   ? PnmKind::kPam
                        : format == Format::kPpm ? PnmKind::kPpm
                                                 : PnmKind::kPgmOrPpm;
-  return picture.IsDeep() ? WritePnm(picture.deep, kind, output)
-                          : WritePnm(picture.image, kind, output);
+  return WritePnm(picture.image, kind, output);
 }
 
 zepcodec::Status Save(const Settings& settings, Format format, const Picture& picture,
@@ -327,15 +302,15 @@ Format OutputFormat(const Settings& settings, const std::string& name) {
 }
 
 zepcodec::Status MeasureLoss(const zepcodec::ByteBuffer& output, const std::string& error_picture,
-                             zepcodec::Image* image, Result* result) {
+                             zepcodec::Picture* image, Result* result) {
   Picture again;
-  zepcodec::Image errors;
+  zepcodec::Picture errors;
   zepcodec::ByteBuffer file;
   zepcodec::Status status = LoadPicture(output, &again);
   if (!status.ok()) return status;
   // Blocks may be less opaque than the picture.
-  status = HasAlpha(again.image.layout()) ? Relayout(again.image.layout(), image)
-                                          : Relayout(image->layout(), &again.image);
+  status = HasAlpha(again.image.layout()) ? Relayout(again.image.layout(), 8, image)
+                                          : Relayout(image->layout(), 8, &again.image);
   if (!status.ok()) return status;
   result->psnr = Measure(*image, again.image);
   result->modes = ModesOfBc7(output, *image, again.image);
@@ -383,8 +358,8 @@ zepcodec::Status Change(const Settings& settings, const zepcodec::ByteBuffer& in
   }
   if (!status.ok()) return status;
   NoteMetadata(format, picture);
-  result->width = picture->IsDeep() ? picture->deep.width() : picture->image.width();
-  result->height = picture->IsDeep() ? picture->deep.height() : picture->image.height();
+  result->width = picture->image.width();
+  result->height = picture->image.height();
   status = Save(settings, format, *picture, output, result);
   if (!status.ok()) return status;
   result->output_bytes = output->size();

@@ -24,7 +24,7 @@ uint8_t Rounded(double value) {
 
 // Calls change(pixel) for each.
 template <class Change>
-void ForPixels(zepcodec::Image* image, const Change& change) {
+void ForPixels(zepcodec::Picture* image, const Change& change) {
   const auto channels = static_cast<size_t>(image->channels());
   uint8_t* pixel = image->Row(0);
   for (uint8_t* end = pixel + image->SizeInBytes(); pixel < end; pixel += channels) change(pixel);
@@ -71,7 +71,7 @@ void LabToRgb::Convert(const std::array<int32_t, 3>& lab, uint8_t* rgb) const {
   }
 }
 
-void YccToRgb(zepcodec::Image* image) {
+void YccToRgb(zepcodec::Picture* image) {
   ForPixels(image, [](uint8_t* pixel) {
     const double y = pixel[0], cb = pixel[1] - 128, cr = pixel[2] - 128;
     pixel[0] = Rounded(y + 1.402 * cr);
@@ -80,14 +80,14 @@ void YccToRgb(zepcodec::Image* image) {
   });
 }
 
-void InvertColors(zepcodec::Image* image) {
+void InvertColors(zepcodec::Picture* image) {
   const int colors = std::min(image->channels(), 3);
   ForPixels(image, [colors](uint8_t* pixel) {
     for (int c = 0; c < colors; ++c) pixel[c] = static_cast<uint8_t>(255 - pixel[c]);
   });
 }
 
-void DivideByAlpha(zepcodec::Image* image) {
+void DivideByAlpha(zepcodec::Picture* image) {
   const int colors = image->channels() - 1;
   ForPixels(image, [colors](uint8_t* pixel) {
     const int alpha = pixel[colors];

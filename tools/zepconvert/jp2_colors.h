@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "codecs/jpeg2000/image.h"
-#include "codecs/support/image.h"
+#include "codecs/support/picture.h"
 
 namespace zepconvert {
 
@@ -36,11 +36,11 @@ class LabToRgb {
 
 // In place; the first three channels of each pixel. Full-range YCbCr of ITU-R BT.601, as sYCC and
 // e-sYCC have it.
-void YccToRgb(zepcodec::Image* image);
+void YccToRgb(zepcodec::Picture* image);
 // Each of the first three channels is 255 less what it was.
-void InvertColors(zepcodec::Image* image);
+void InvertColors(zepcodec::Picture* image);
 // Colours that were multiplied with alpha, the last channel, get their own value.
-void DivideByAlpha(zepcodec::Image* image);
+void DivideByAlpha(zepcodec::Picture* image);
 
 }  // namespace zepconvert
 

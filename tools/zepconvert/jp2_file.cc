@@ -33,7 +33,7 @@ std::vector<uint8_t> BytesOf(const jpeg2000::Component& component) {
 }
 
 // A channel of an image of the size of the finest component.
-void FillChannel(const jpeg2000::Component& component, size_t channel, zepcodec::Image* image) {
+void FillChannel(const jpeg2000::Component& component, size_t channel, zepcodec::Picture* image) {
   const std::vector<uint8_t> bytes = BytesOf(component);
   const auto most = static_cast<int32_t>(bytes.size() - 1);
   const int32_t lowest = component.is_signed ? -(most + 1) / 2 : 0;
@@ -54,7 +54,7 @@ void FillChannel(const jpeg2000::Component& component, size_t channel, zepcodec:
 }
 
 // From L*a*b* of any depth, at once: 8 bits of it are too few.
-void FillFromLab(const jpeg2000::Image& decoded, zepcodec::Image* image) {
+void FillFromLab(const jpeg2000::Image& decoded, zepcodec::Picture* image) {
   const std::array<const jpeg2000::Component*, 3> parts = {
       &decoded.components[0], &decoded.components[1], &decoded.components[2]};
   const LabToRgb to_rgb(decoded.lab, {parts[0]->bits, parts[1]->bits, parts[2]->bits});
@@ -131,7 +131,7 @@ zepcodec::Status CheckColors(const jpeg2000::Image& decoded, std::vector<std::st
   return zepcodec::Status();
 }
 
-void ConvertColors(const jpeg2000::Image& decoded, zepcodec::Image* image) {
+void ConvertColors(const jpeg2000::Image& decoded, zepcodec::Picture* image) {
   const bool has_three = image->channels() >= 3;
   switch (decoded.color) {
     case ColorSpace::kInvertedGrey: InvertColors(image); break;
@@ -153,7 +153,7 @@ void ConvertColors(const jpeg2000::Image& decoded, zepcodec::Image* image) {
 }
 
 zepcodec::Status ToImage(const jpeg2000::Image& decoded, std::vector<std::string>* notes,
-                         zepcodec::Image* image) {
+                         zepcodec::Picture* image) {
   zepcodec::Status status = CheckColors(decoded, notes);
   if (!status.ok()) return status;
   const Shown shown = ChooseShown(decoded, notes);
@@ -175,7 +175,7 @@ zepcodec::Status ToImage(const jpeg2000::Image& decoded, std::vector<std::string
   return status;
 }
 
-jpeg2000::Image FromImage(const zepcodec::Image& image) {
+jpeg2000::Image FromImage(const zepcodec::Picture& image) {
   jpeg2000::Image made;
   made.x1 = image.width();
   made.y1 = image.height();
@@ -200,7 +200,7 @@ jpeg2000::Image FromImage(const zepcodec::Image& image) {
 // The smallest file with this PSNR, found by trying: bytes for a lower PSNR and for a higher one close in
 // on it.
 zepcodec::Status EncodeTo(double psnr, const jpeg2000::Image& image,
-                          const zepcodec::Image& original, jpeg2000::EncodeOptions options,
+                          const zepcodec::Picture& original, jpeg2000::EncodeOptions options,
                           zepcodec::ByteBuffer* file) {
   constexpr int kTries = 10;
   constexpr double kCloseEnough = 1.005;
@@ -219,7 +219,7 @@ zepcodec::Status EncodeTo(double psnr, const jpeg2000::Image& image,
     jpeg2000::DecodeOptions decode;
     decode.max_pixels = INT64_MAX;
     decode.threads = options.threads;
-    zepcodec::Image again;
+    zepcodec::Picture again;
     status = jpeg2000::Decode(tried.data(), tried.size(), decode, &decoded, &info);
     std::vector<std::string> ignored;
     if (status.ok()) status = ToImage(decoded, &ignored, &again);

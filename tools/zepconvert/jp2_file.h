@@ -6,7 +6,7 @@
 #include <cstdint>
 
 #include "codecs/support/byte_buffer.h"
-#include "codecs/support/image.h"
+#include "codecs/support/picture.h"
 #include "codecs/support/status.h"
 #include "tools/zepconvert/picture.h"
 #include "tools/zepconvert/settings.h"

@@ -9,6 +9,7 @@
 #include "codecs/jpeg/decoder.h"
 #include "codecs/jpeg/encoder.h"
 #include "codecs/jpeg/transcoder.h"
+#include "codecs/support/convert.h"
 #include "tools/zepconvert/file_io.h"
 #include "tools/zepconvert/jpeg_parts.h"
 #include "tools/zepconvert/pixels.h"
@@ -23,7 +24,7 @@ namespace fs = std::filesystem;
 
 // DIRECTORY/photo-scan-03.png
 zepcodec::Status WriteScan(const Settings& settings, const std::string& name,
-                           const zepcodec::Image& image, int number) {
+                           const zepcodec::Picture& image, int number) {
   std::error_code failed;
   fs::create_directories(settings.scans_directory, failed);
   if (failed) return zepcodec::Status::Error(settings.scans_directory + ": " + failed.message());
@@ -31,11 +32,11 @@ zepcodec::Status WriteScan(const Settings& settings, const std::string& name,
   std::snprintf(suffix, sizeof(suffix), "-scan-%02d.png", number);
   const fs::path path =
       fs::path(settings.scans_directory) / (fs::path(name).stem().string() + suffix);
-  zepcodec::Image converted;
+  zepcodec::Picture converted;
   zepcodec::ByteBuffer file;
   const bool is_cmyk = image.layout() == zepcodec::PixelLayout::kCmyk;
   if (is_cmyk) {
-    zepcodec::Status status = ChangeLayout(image, zepcodec::PixelLayout::kRgb, &converted);
+    zepcodec::Status status = Convert(image, zepcodec::PixelLayout::kRgb, 8, {}, &converted);
     if (!status.ok()) return status;
   }
   zepcodec::Status status = WritePng(is_cmyk ? converted : image, jpeg::Metadata(), &file);
@@ -52,22 +53,18 @@ zepcodec::Status ReadJpeg(const Settings& settings, const std::string& name,
   options.max_pixels = settings.max_pixels;
   options.times = times;
   if (!settings.scans_directory.empty()) {
-    options.on_scan = [&](const zepcodec::Image& image, int number, const jpeg::Scan&) {
+    options.on_scan = [&](const zepcodec::Picture& image, int number, const jpeg::Scan&) {
       return WriteScan(settings, name, image, number);
     };
   }
   jpeg::FileInfo info;
-  zepcodec::Status status = jpeg::ReadFileInfo(input.data(), input.size(), &info);
-  if (status.ok()) {
-    status = info.frame.precision == 8
-                 ? jpeg::Decode(input.data(), input.size(), options, &picture->image, &info)
-                 : jpeg::DecodeDeep(input.data(), input.size(), options, &picture->deep, &info);
-  }
+  zepcodec::Status status =
+      jpeg::Decode(input.data(), input.size(), options, &picture->image, &info);
   if (!status.ok()) return status;
   picture->TakeWarnings(info.messages);
   picture->metadata = std::move(info.metadata);
   DropIncompleteProfile(picture);
-  return picture->deep.channels() == 4 ? DeepInksToRgb(false, picture) : status;
+  return picture->IsDeep() ? DeepInksToRgb(picture) : status;
 }
 
 zepcodec::Status WriteJpeg(const Settings& settings, const Picture& picture,
@@ -82,8 +79,7 @@ zepcodec::Status WriteJpeg(const Settings& settings, const Picture& picture,
   options.optimizes = settings.optimizes;
   options.metadata = picture.metadata;
   options.times = times;
-  return picture.IsDeep() ? jpeg::EncodeDeep(picture.deep, options, output)
-                          : jpeg::Encode(picture.image, options, output);
+  return jpeg::Encode(picture.image, options, output);
 }
 
 zepcodec::Status TranscodeJpeg(const Settings& settings, const zepcodec::ByteBuffer& input,

@@ -6,27 +6,21 @@
 #include <utility>
 #include <vector>
 
+#include "codecs/support/convert.h"
+
 namespace jpeg = zepcodec::jpeg;
 
 namespace zepconvert {
 
-zepcodec::Status DeepInksToRgb(bool is_inverted, Picture* picture) {
-  const zepcodec::Raster& inks = picture->deep;
-  zepcodec::Raster rgb;
-  if (!rgb.Resize(inks.width(), inks.height(), 3, inks.bits())) return zepcodec::Status::NoMemory();
-  const int64_t most = inks.MaxValue();
-  const auto light = [&](size_t index) {
-    return is_inverted ? inks.Get(index) : most - inks.Get(index);
-  };
-  for (size_t i = 0; i < rgb.SampleCount(); ++i) {
-    const size_t pixel = 4 * (i / 3);
-    const int64_t value = (light(pixel + i % 3) * light(pixel + 3) + most / 2) / most;
-    rgb.Set(i, static_cast<int>(value));
-  }
-  picture->deep = std::move(rgb);
+zepcodec::Status DeepInksToRgb(Picture* picture) {
+  if (picture->image.layout() != zepcodec::PixelLayout::kCmyk) return zepcodec::Status();
+  zepcodec::Picture rgb;
+  zepcodec::Status status =
+      Convert(picture->image, zepcodec::PixelLayout::kRgb, picture->image.bits(), {}, &rgb);
+  picture->image = std::move(rgb);
   picture->notes.emplace_back("CMYK was converted to RGB without its profile");
   jpeg::RemoveIccProfile(&picture->metadata);
-  return zepcodec::Status();
+  return status;
 }
 
 void DropIncompleteProfile(Picture* picture) {

@@ -8,9 +8,8 @@
 
 namespace zepconvert {
 
-// Four inks of more than 8 bits become RGB, with a note: no other part of the tool knows such pictures. `is_inverted`:
-// 0 is full ink.
-zepcodec::Status DeepInksToRgb(bool is_inverted, Picture* picture);
+// Turns CMYK of another depth than 8 bits into RGB, with a note: no format that the tool writes has it.
+zepcodec::Status DeepInksToRgb(Picture* picture);
 
 // Drops a colour profile of which a part is missing, with a note.
 void DropIncompleteProfile(Picture* picture);

@@ -4,7 +4,7 @@
 #define ZEPJP_TOOLS_ZEPCONVERT_JXR_FILE_H_
 
 #include "codecs/support/byte_buffer.h"
-#include "codecs/support/image.h"
+#include "codecs/support/picture.h"
 #include "codecs/support/status.h"
 #include "tools/zepconvert/picture.h"
 #include "tools/zepconvert/settings.h"

@@ -144,7 +144,7 @@ Dimensions ReadDimensions(const uint8_t* data, size_t size) {
       if (!jpegxr::ReadFileInfo(data, size, &info).ok()) return {};
       const int colors = info.frame.is_rgb ? 3 : 1;
       return {info.frame.width, info.frame.height, colors + (info.frame.has_alpha ? 1 : 0),
-              jpegxr::BytesOf(info.frame.type)};
+              zepcodec::BytesOf(info.frame.type)};
     }
     default: return {};
   }

@@ -9,22 +9,20 @@
 #include <vector>
 
 #include "codecs/jpeg/metadata.h"
-#include "codecs/support/image.h"
 #include "codecs/support/messages.h"
-#include "codecs/support/raster.h"
+#include "codecs/support/picture.h"
 #include "codecs/support/status.h"
 
 namespace zepconvert {
 
 struct Picture {
-  bool IsDeep() const { return deep.channels() > 0; }
+  bool IsDeep() const { return image.bits() != 8; }
   // Damage: the tool prints "damaged: TEXT" and ends with exit code 4.
   void TakeWarnings(const zepcodec::Messages& messages);
   // What is unusual but costs nothing: the tool prints "note: TEXT", and the exit code stays 0.
   void TakeNotes(const zepcodec::Messages& messages);
 
-  zepcodec::Image image;
-  zepcodec::Raster deep;  // instead, where samples have another depth than 8 bits
+  zepcodec::Picture image;
   zepcodec::jpeg::Metadata metadata;
   std::vector<std::string> notes;     // what was given up, for the user to know
   std::vector<std::string> warnings;  // what was damaged

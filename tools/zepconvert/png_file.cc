@@ -162,35 +162,34 @@ class Writer {
   bool ok() const { return info_ != nullptr; }
   const char* error() const { return error_.text; }
 
-  // `Pixels` is an image of 8 bits or a picture of 16.
-  template <class Pixels>
-  bool Write(const Pixels& image, int bits, const jpeg::Metadata& metadata) {
+  // Of 8 or 16 bits.
+  bool Write(const zepcodec::Picture& image, const jpeg::Metadata& metadata) {
     // libpng would refuse profiles that are in wide use, as that of 3144 bytes for sRGB.
     const std::vector<uint8_t> profile = jpeg::FindIccProfile(metadata);
     const bool has_profile =
         !profile.empty() && PngProfileFault(profile, image.channels() <= 2).empty();
     if (has_profile) icc_chunk_ = MakeProfileChunk(profile);
-    return WriteChunks(image, bits, metadata);
+    return WriteChunks(image, metadata);
   }
 
  private:
-  template <class Pixels>
-  bool WriteChunks(const Pixels& image, int bits, const jpeg::Metadata& metadata) {
+  bool WriteChunks(const zepcodec::Picture& image, const jpeg::Metadata& metadata) {
     exif_ = jpeg::FindExif(metadata);
     if (setjmp(png_jmpbuf(png_)) != 0) return false;
     png_set_user_limits(png_, 0x7FFFFFFF, 0x7FFFFFFF);
     // Photographs gain little from more effort.
     png_set_compression_level(png_, 3);
     png_set_IHDR(png_, info_, static_cast<png_uint_32>(image.width()),
-                 static_cast<png_uint_32>(image.height()), bits, kColorTypes[image.channels() - 1],
-                 PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_BASE, PNG_FILTER_TYPE_BASE);
+                 static_cast<png_uint_32>(image.height()), image.bits(),
+                 kColorTypes[image.channels() - 1], PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_BASE,
+                 PNG_FILTER_TYPE_BASE);
     SetMetadata(metadata.density);
     png_write_info_before_PLTE(png_, info_);
     if (!icc_chunk_.empty()) {
       png_write_chunk(png_, kProfileChunk, icc_chunk_.data(), icc_chunk_.size());
     }
     png_write_info(png_, info_);
-    if (bits == 16 && !kIsBigEndianMachine) png_set_swap(png_);
+    if (image.bits() == 16 && !kIsBigEndianMachine) png_set_swap(png_);
     for (int y = 0; y < image.height(); ++y) png_write_row(png_, image.Row(y));
     png_write_end(png_, info_);
     return true;
@@ -223,15 +222,6 @@ zepcodec::Status PngError(const char* text) {
   return zepcodec::Status::Error(std::string("PNG: ") + text);
 }
 
-template <class Pixels>
-zepcodec::Status WriteAny(const Pixels& image, int bits, const jpeg::Metadata& metadata,
-                          zepcodec::ByteBuffer* file) {
-  if (!file->Resize(0)) return zepcodec::Status::NoMemory();
-  Writer writer(file);
-  if (!writer.ok()) return zepcodec::Status::NoMemory();
-  return writer.Write(image, bits, metadata) ? zepcodec::Status() : PngError(writer.error());
-}
-
 }  // namespace
 
 zepcodec::Status ReadPng(const uint8_t* data, size_t size, int64_t max_pixels, Picture* picture) {
@@ -243,13 +233,12 @@ zepcodec::Status ReadPng(const uint8_t* data, size_t size, int64_t max_pixels, P
   if (!reader.CanHold(size)) return PngError("the file is too small for the picture it announces");
   const auto width = static_cast<int>(reader.width());
   const auto height = static_cast<int>(reader.height());
-  const bool is_deep = reader.bits() == 16;
-  const bool has_memory =
-      is_deep ? picture->deep.Resize(width, height, reader.channels(), 16)
-              : picture->image.Resize(width, height, kLayouts[reader.channels() - 1]);
-  if (!has_memory) return zepcodec::Status::NoMemory();
-  uint8_t* const pixels = is_deep ? picture->deep.Row(0) : picture->image.Row(0);
-  if (!reader.ReadPixels(pixels)) return PngError(reader.error());
+  const int bits = reader.bits() == 16 ? 16 : 8;
+  if (!picture->image.Resize(width, height, zepcodec::LayoutWithChannels(reader.channels()),
+                             bits)) {
+    return zepcodec::Status::NoMemory();
+  }
+  if (!reader.ReadPixels(picture->image.Row(0))) return PngError(reader.error());
   reader.ReadMetadata(&picture->metadata);
   if (const std::string fault = reader.ProfileFault(); !fault.empty()) {
     picture->notes.push_back("the colour profile was dropped: " + fault);
@@ -257,14 +246,12 @@ zepcodec::Status ReadPng(const uint8_t* data, size_t size, int64_t max_pixels, P
   return zepcodec::Status();
 }
 
-zepcodec::Status WritePng(const zepcodec::Image& image, const jpeg::Metadata& metadata,
+zepcodec::Status WritePng(const zepcodec::Picture& image, const jpeg::Metadata& metadata,
                           zepcodec::ByteBuffer* file) {
-  return WriteAny(image, 8, metadata, file);
-}
-
-zepcodec::Status WritePng(const zepcodec::Raster& picture, const jpeg::Metadata& metadata,
-                          zepcodec::ByteBuffer* file) {
-  return WriteAny(picture, 16, metadata, file);
+  if (!file->Resize(0)) return zepcodec::Status::NoMemory();
+  Writer writer(file);
+  if (!writer.ok()) return zepcodec::Status::NoMemory();
+  return writer.Write(image, metadata) ? zepcodec::Status() : PngError(writer.error());
 }
 
 }  // namespace zepconvert

@@ -17,11 +17,9 @@ namespace zepconvert {
 // each of EXIF data and profile.
 zepcodec::Status ReadPng(const uint8_t* data, size_t size, int64_t max_pixels, Picture* picture);
 
-// The image must not be CMYK, a deep picture must have 16 bits. EXIF data, colour profile and resolution
+// The image has 8 or 16 bits and is not CMYK. EXIF data, colour profile and resolution
 // are written, a profile only where PngProfileFault() finds none; other segments have no place in a PNG file.
-zepcodec::Status WritePng(const zepcodec::Image& image, const zepcodec::jpeg::Metadata& metadata,
-                          zepcodec::ByteBuffer* file);
-zepcodec::Status WritePng(const zepcodec::Raster& picture, const zepcodec::jpeg::Metadata& metadata,
+zepcodec::Status WritePng(const zepcodec::Picture& image, const zepcodec::jpeg::Metadata& metadata,
                           zepcodec::ByteBuffer* file);
 
 }  // namespace zepconvert

@@ -80,13 +80,14 @@ int64_t LoadSample(const uint8_t* in, size_t sample_size) {
   return sample_size == 2 ? in[0] << 8 | in[1] : in[0];
 }
 
-zepcodec::Status ReadImage(const PnmHeader& header, const uint8_t* in, zepcodec::Image* image) {
-  constexpr zepcodec::PixelLayout kLayouts[] = {
-      zepcodec::PixelLayout::kGrey, zepcodec::PixelLayout::kGreyAlpha, zepcodec::PixelLayout::kRgb,
-      zepcodec::PixelLayout::kRgba};
-  const zepcodec::PixelLayout layout =
-      header.is_cmyk ? zepcodec::PixelLayout::kCmyk : kLayouts[header.channels - 1];
-  if (!image->Resize(static_cast<int>(header.width), static_cast<int>(header.height), layout)) {
+zepcodec::PixelLayout LayoutOf(const PnmHeader& header) {
+  return header.is_cmyk ? zepcodec::PixelLayout::kCmyk
+                        : zepcodec::LayoutWithChannels(header.channels);
+}
+
+zepcodec::Status ReadImage(const PnmHeader& header, const uint8_t* in, zepcodec::Picture* image) {
+  if (!image->Resize(static_cast<int>(header.width), static_cast<int>(header.height),
+                     LayoutOf(header))) {
     return zepcodec::Status::NoMemory();
   }
   const size_t count = image->SizeInBytes();
@@ -101,11 +102,11 @@ zepcodec::Status ReadImage(const PnmHeader& header, const uint8_t* in, zepcodec:
   return zepcodec::Status();
 }
 
-zepcodec::Status ReadDeep(const PnmHeader& header, const uint8_t* in, zepcodec::Raster* deep) {
+zepcodec::Status ReadDeep(const PnmHeader& header, const uint8_t* in, zepcodec::Picture* deep) {
   int bits = BitsOf(header.max_value);
   if (header.max_value != (1 << bits) - 1) bits = 16;
   if (!deep->Resize(static_cast<int>(header.width), static_cast<int>(header.height),
-                    header.channels, bits)) {
+                    LayoutOf(header), bits)) {
     return zepcodec::Status::NoMemory();
   }
   const int64_t most = deep->MaxValue();
@@ -136,6 +137,45 @@ std::string MakeHeader(PnmKind kind, int width, int height, int channels, int ma
 
 bool AppendText(const std::string& text, zepcodec::ByteBuffer* file) {
   return file->Append(reinterpret_cast<const uint8_t*>(text.data()), text.size());
+}
+
+zepcodec::Status WriteImage(const zepcodec::Picture& image, PnmKind kind,
+                            zepcodec::ByteBuffer* file) {
+  const size_t count = image.SizeInBytes();
+  const std::string header = MakeHeader(kind, image.width(), image.height(), image.channels(), 255,
+                                        image.layout() == zepcodec::PixelLayout::kCmyk);
+  const bool widen = kind == PnmKind::kPpm && image.channels() == 1;
+  if (!file->Resize(0) || !file->MakeRoom(header.size() + count * (widen ? 3 : 1)) ||
+      !AppendText(header, file)) {
+    return zepcodec::Status::NoMemory();
+  }
+  if (!widen)
+    return file->Append(image.Row(0), count) ? zepcodec::Status() : zepcodec::Status::NoMemory();
+  const size_t start = file->size();
+  if (!file->Resize(start + 3 * count)) return zepcodec::Status::NoMemory();
+  uint8_t* out = file->data() + start;
+  for (size_t i = 0; i < count; ++i, out += 3) std::memset(out, image.Row(0)[i], 3);
+  return zepcodec::Status();
+}
+
+zepcodec::Status WriteDeep(const zepcodec::Picture& picture, PnmKind kind,
+                           zepcodec::ByteBuffer* file) {
+  const std::string header = MakeHeader(kind, picture.width(), picture.height(), picture.channels(),
+                                        picture.MaxValue(), false);
+  const int copies = kind == PnmKind::kPpm && picture.channels() == 1 ? 3 : 1;
+  const size_t size = picture.SizeInBytes() * static_cast<size_t>(copies);
+  if (!file->Resize(0) || !AppendText(header, file) || !file->Resize(header.size() + size)) {
+    return zepcodec::Status::NoMemory();
+  }
+  uint8_t* out = file->data() + header.size();
+  for (size_t i = 0; i < picture.SampleCount(); ++i) {
+    const int value = picture.Get(i);
+    for (int copy = 0; copy < copies; ++copy) {
+      if (picture.bits() > 8) *out++ = static_cast<uint8_t>(value >> 8);
+      *out++ = static_cast<uint8_t>(value & 255);
+    }
+  }
+  return zepcodec::Status();
 }
 
 }  // namespace
@@ -174,46 +214,13 @@ zepcodec::Status ReadPnm(const uint8_t* data, size_t size, int64_t max_pixels, P
   const bool is_image =
       header.max_value == 255 || header.max_value == 1 || (header.max_value < 255 && !is_power);
   if (is_image) return ReadImage(header, in, &picture->image);
-  status = ReadDeep(header, in, &picture->deep);
-  return status.ok() && header.is_cmyk ? DeepInksToRgb(false, picture) : status;
+  status = ReadDeep(header, in, &picture->image);
+  return status.ok() ? DeepInksToRgb(picture) : status;
 }
 
-zepcodec::Status WritePnm(const zepcodec::Image& image, PnmKind kind, zepcodec::ByteBuffer* file) {
-  const size_t count = image.SizeInBytes();
-  const std::string header = MakeHeader(kind, image.width(), image.height(), image.channels(), 255,
-                                        image.layout() == zepcodec::PixelLayout::kCmyk);
-  const bool widen = kind == PnmKind::kPpm && image.channels() == 1;
-  if (!file->Resize(0) || !file->MakeRoom(header.size() + count * (widen ? 3 : 1)) ||
-      !AppendText(header, file)) {
-    return zepcodec::Status::NoMemory();
-  }
-  if (!widen)
-    return file->Append(image.Row(0), count) ? zepcodec::Status() : zepcodec::Status::NoMemory();
-  const size_t start = file->size();
-  if (!file->Resize(start + 3 * count)) return zepcodec::Status::NoMemory();
-  uint8_t* out = file->data() + start;
-  for (size_t i = 0; i < count; ++i, out += 3) std::memset(out, image.Row(0)[i], 3);
-  return zepcodec::Status();
-}
-
-zepcodec::Status WritePnm(const zepcodec::Raster& picture, PnmKind kind,
+zepcodec::Status WritePnm(const zepcodec::Picture& image, PnmKind kind,
                           zepcodec::ByteBuffer* file) {
-  const std::string header = MakeHeader(kind, picture.width(), picture.height(), picture.channels(),
-                                        picture.MaxValue(), false);
-  const int copies = kind == PnmKind::kPpm && picture.channels() == 1 ? 3 : 1;
-  const size_t size = picture.SizeInBytes() * static_cast<size_t>(copies);
-  if (!file->Resize(0) || !AppendText(header, file) || !file->Resize(header.size() + size)) {
-    return zepcodec::Status::NoMemory();
-  }
-  uint8_t* out = file->data() + header.size();
-  for (size_t i = 0; i < picture.SampleCount(); ++i) {
-    const int value = picture.Get(i);
-    for (int copy = 0; copy < copies; ++copy) {
-      if (picture.bits() > 8) *out++ = static_cast<uint8_t>(value >> 8);
-      *out++ = static_cast<uint8_t>(value & 255);
-    }
-  }
-  return zepcodec::Status();
+  return image.bits() == 8 ? WriteImage(image, kind, file) : WriteDeep(image, kind, file);
 }
 
 }  // namespace zepconvert

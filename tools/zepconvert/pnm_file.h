@@ -7,7 +7,7 @@
 #include <cstdint>
 
 #include "codecs/support/byte_buffer.h"
-#include "codecs/support/image.h"
+#include "codecs/support/picture.h"
 #include "codecs/support/status.h"
 #include "tools/zepconvert/picture.h"
 
@@ -32,9 +32,7 @@ enum class PnmKind { kPgmOrPpm, kPpm, kPam };
 
 // Grey pictures become P5 unless P6 is asked for, RGB ones P6; those with opacity and CMYK can
 // be PAM only.
-zepcodec::Status WritePnm(const zepcodec::Image& image, PnmKind kind, zepcodec::ByteBuffer* file);
-zepcodec::Status WritePnm(const zepcodec::Raster& picture, PnmKind kind,
-                          zepcodec::ByteBuffer* file);
+zepcodec::Status WritePnm(const zepcodec::Picture& image, PnmKind kind, zepcodec::ByteBuffer* file);
 
 }  // namespace zepconvert
 

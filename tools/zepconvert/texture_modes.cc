@@ -16,7 +16,7 @@ struct Sums {
   double blocks = 0, samples = 0, squares = 0;
 };
 
-void AddBlock(const zepcodec::Image& original, const zepcodec::Image& decoded, int x, int y,
+void AddBlock(const zepcodec::Picture& original, const zepcodec::Picture& decoded, int x, int y,
               Sums* sums) {
   const int channels = original.channels();
   const int right = std::min(x + 4, original.width()), bottom = std::min(y + 4, original.height());
@@ -32,8 +32,9 @@ void AddBlock(const zepcodec::Image& original, const zepcodec::Image& decoded, i
 
 }  // namespace
 
-std::vector<ModeShare> ModesOfBc7(const zepcodec::ByteBuffer& file, const zepcodec::Image& original,
-                                  const zepcodec::Image& decoded) {
+std::vector<ModeShare> ModesOfBc7(const zepcodec::ByteBuffer& file,
+                                  const zepcodec::Picture& original,
+                                  const zepcodec::Picture& decoded) {
   dds::Header header;
   if (!dds::ParseHeader(file.data(), file.size(), &header).ok() ||
       header.format != dds::BlockFormat::kBc7) {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "codecs/support/byte_buffer.h"
-#include "codecs/support/image.h"
+#include "codecs/support/picture.h"
 
 namespace zepconvert {
 
@@ -17,8 +17,9 @@ struct ModeShare {
 };
 
 // Empty: `file` is not of BC7. The pictures have the same layout.
-std::vector<ModeShare> ModesOfBc7(const zepcodec::ByteBuffer& file, const zepcodec::Image& original,
-                                  const zepcodec::Image& decoded);
+std::vector<ModeShare> ModesOfBc7(const zepcodec::ByteBuffer& file,
+                                  const zepcodec::Picture& original,
+                                  const zepcodec::Picture& decoded);
 
 }  // namespace zepconvert
 

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "codecs/tiff/codec.h"
-#include "tools/zepconvert/deep_pixels.h"
 
 namespace jpeg = zepcodec::jpeg;
 namespace tiff = zepcodec::tiff;
@@ -28,8 +27,8 @@ zepcodec::Status ReadTiff(const Settings& settings, const zepcodec::ByteBuffer& 
   tiff::DecodeOptions options;
   options.max_pixels = settings.max_pixels;
   tiff::FileInfo info;
-  zepcodec::Raster raster;
-  zepcodec::Status status = tiff::Decode(input.data(), input.size(), options, &raster, &info);
+  zepcodec::Status status =
+      tiff::Decode(input.data(), input.size(), options, &picture->image, &info);
   if (!status.ok()) return status;
   picture->TakeWarnings(info.messages);
   if (info.has_more_pictures)
@@ -38,8 +37,6 @@ zepcodec::Status ReadTiff(const Settings& settings, const zepcodec::ByteBuffer& 
   if (info.dots_per_inch > 0) {
     picture->metadata.density = {1, info.dots_per_inch, info.dots_per_inch};
   }
-  if (info.bits == 8) return ToImage(raster, &picture->image);
-  picture->deep = std::move(raster);
   return status;
 }
 
@@ -49,13 +46,8 @@ zepcodec::Status WriteTiff(const Settings& settings, const Picture& picture,
   options.compression = settings.tiff_compression;
   options.icc_profile = jpeg::FindIccProfile(picture.metadata);
   options.dots_per_inch = DotsPerInch(picture.metadata.density);
-  if (picture.IsDeep()) {
-    options.has_byte_planes = settings.has_byte_planes;
-    return tiff::Encode(picture.deep, options, file);
-  }
-  zepcodec::Raster raster;
-  zepcodec::Status status = ToRaster(picture.image, &raster);
-  return status.ok() ? tiff::Encode(raster, options, file) : status;
+  options.has_byte_planes = settings.has_byte_planes && picture.IsDeep();
+  return tiff::Encode(picture.image, options, file);
 }
 
 }  // namespace zepconvert

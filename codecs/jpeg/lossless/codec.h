@@ -9,7 +9,7 @@
 #include "codecs/jpeg/metadata.h"
 #include "codecs/support/byte_buffer.h"
 #include "codecs/support/messages.h"
-#include "codecs/support/raster.h"
+#include "codecs/support/picture.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpeg::lossless {
@@ -31,7 +31,7 @@ struct EncodeOptions {
 };
 
 // Makes a file of a picture of 1 to 4 components and 2 to 16 bits.
-Status Encode(const Raster& picture, const EncodeOptions& options, ByteBuffer* file);
+Status Encode(const Picture& picture, const EncodeOptions& options, ByteBuffer* file);
 
 struct DecodeOptions {
   int64_t max_pixels = int64_t{1} << 28;  // files that claim more are refused
@@ -59,7 +59,7 @@ constexpr int64_t kAlwaysAcceptedSamples = int64_t{1} << 20;
 
 // Components come out as they are coded. An error means that there is no picture; a picture with damaged
 // parts comes with messages.
-Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Raster* picture,
+Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Picture* picture,
               FileInfo* info);
 
 // Reads the headers up to the first scan.

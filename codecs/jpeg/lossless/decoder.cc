@@ -13,7 +13,7 @@ namespace {
 
 class Decoder {
  public:
-  Decoder(const uint8_t* data, size_t size, const DecodeOptions& options, Raster* picture,
+  Decoder(const uint8_t* data, size_t size, const DecodeOptions& options, Picture* picture,
           FileInfo* info)
       : data_(data),
         size_(size),
@@ -53,7 +53,9 @@ class Decoder {
     if (reader_.frame().SampleCount() > std::max(bits, kAlwaysAcceptedSamples)) {
       return Status::Error("the file is too small for the " + claim + " that it announces");
     }
-    const bool done = picture_->Resize(info_->width, info_->height, info_->components, info_->bits);
+    const bool done =
+        picture_->Resize(info_->width, info_->height,
+                         LayoutOfComponents(static_cast<size_t>(info_->components)), info_->bits);
     return done ? Status() : Status::NoMemory();
   }
 
@@ -89,7 +91,7 @@ class Decoder {
   const uint8_t* data_;
   size_t size_;
   const DecodeOptions& options_;
-  Raster* picture_;
+  Picture* picture_;
   FileInfo* info_;
   HeaderReader reader_;
   std::array<bool, kMostComponents> decoded_{};
@@ -97,7 +99,7 @@ class Decoder {
 
 }  // namespace
 
-Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Raster* picture,
+Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Picture* picture,
               FileInfo* info) {
   *info = FileInfo();
   return Decoder(data, size, options, picture, info).Decode();

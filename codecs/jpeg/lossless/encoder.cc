@@ -63,7 +63,7 @@ void CountCategories(const Row& differences, int32_t* counts) {
 
 class Encoder {
  public:
-  Encoder(const Raster& picture, const EncodeOptions& options, ByteBuffer* file)
+  Encoder(const Picture& picture, const EncodeOptions& options, ByteBuffer* file)
       : picture_(picture),
         options_(options),
         file_(file),
@@ -274,7 +274,7 @@ class Encoder {
     return status == zepStatusOk ? Status() : Status::Error(zepStatusName(status));
   }
 
-  const Raster& picture_;
+  const Picture& picture_;
   const EncodeOptions& options_;
   ByteBuffer* file_;
   size_t components_;
@@ -288,7 +288,7 @@ class Encoder {
 
 }  // namespace
 
-Status Encode(const Raster& picture, const EncodeOptions& options, ByteBuffer* file) {
+Status Encode(const Picture& picture, const EncodeOptions& options, ByteBuffer* file) {
   return Encoder(picture, options, file).Encode();
 }
 

@@ -22,7 +22,7 @@ void Split(const uint8_t* row, size_t width, int shift, Row* const rows[kMostCom
 }
 
 template <class T>
-void SplitAny(const Raster& picture, int y, int shift, Row* const rows[kMostComponents]) {
+void SplitAny(const Picture& picture, int y, int shift, Row* const rows[kMostComponents]) {
   const auto width = static_cast<size_t>(picture.width());
   switch (picture.channels()) {
     case 1: return Split<T, 1>(picture.Row(y), width, shift, rows);
@@ -50,7 +50,7 @@ void Join(const Row* const rows[kMostComponents], size_t width, int shift, unsig
 
 template <class T>
 void JoinAny(const Row* const rows[kMostComponents], int count, int shift, int channel, int y,
-             Raster* picture) {
+             Picture* picture) {
   uint8_t* const out = picture->Row(y) + static_cast<size_t>(channel) * sizeof(T);
   const auto most = static_cast<unsigned>(picture->MaxValue());
   const size_t step = static_cast<size_t>(picture->channels()) * sizeof(T);
@@ -65,13 +65,13 @@ void JoinAny(const Row* const rows[kMostComponents], int count, int shift, int c
 
 }  // namespace
 
-void SplitRow(const Raster& picture, int y, int shift, Row* const rows[kMostComponents]) {
+void SplitRow(const Picture& picture, int y, int shift, Row* const rows[kMostComponents]) {
   return picture.bits() > 8 ? SplitAny<uint16_t>(picture, y, shift, rows)
                             : SplitAny<uint8_t>(picture, y, shift, rows);
 }
 
 void JoinRows(const Row* const rows[kMostComponents], int count, int shift, int channel, int y,
-              Raster* picture) {
+              Picture* picture) {
   return picture->bits() > 8 ? JoinAny<uint16_t>(rows, count, shift, channel, y, picture)
                              : JoinAny<uint8_t>(rows, count, shift, channel, y, picture);
 }

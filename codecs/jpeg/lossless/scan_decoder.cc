@@ -24,7 +24,7 @@ jpeg::Intervals FindIntervals(const uint8_t* data, size_t size, size_t begin, in
 }  // namespace
 
 ScanDecoder::ScanDecoder(const uint8_t* data, size_t size, size_t begin, const Frame& frame,
-                         const Scan& scan, Raster* picture, FileInfo* info)
+                         const Scan& scan, Picture* picture, FileInfo* info)
     : frame_(frame),
       picture_(picture),
       info_(info),

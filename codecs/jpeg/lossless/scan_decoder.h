@@ -21,7 +21,7 @@ class ScanDecoder {
  public:
   // The scan's data begin at `begin`.
   ScanDecoder(const uint8_t* data, size_t size, size_t begin, const Frame& frame, const Scan& scan,
-              Raster* picture, FileInfo* info);
+              Picture* picture, FileInfo* info);
 
   void Decode();
   // Of the marker after the scan.
@@ -47,7 +47,7 @@ class ScanDecoder {
   void ReportLoss(zepStatus status, int mcu_row);
 
   const Frame& frame_;
-  Raster* picture_;
+  Picture* picture_;
   FileInfo* info_;
   ScanGeometry geometry_;
   Prediction prediction_;

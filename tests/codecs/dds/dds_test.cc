@@ -28,10 +28,10 @@ constexpr HeaderStyle kStyles[] = {HeaderStyle::kFourCc, HeaderStyle::kUnsignedF
                                    HeaderStyle::kDx10};
 
 // RGB and grey as in photographs; RGBA with a gradient of alpha.
-zepcodec::Image Picture(int width, int height, PixelLayout layout) {
+zepcodec::Picture Picture(int width, int height, PixelLayout layout) {
   if (layout != PixelLayout::kRgba) return pictures::Detailed(width, height, layout);
-  const zepcodec::Image rgb = pictures::Detailed(width, height, PixelLayout::kRgb);
-  zepcodec::Image image;
+  const zepcodec::Picture rgb = pictures::Detailed(width, height, PixelLayout::kRgb);
+  zepcodec::Picture image;
   EXPECT_TRUE(image.Resize(width, height, layout));
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
@@ -42,11 +42,11 @@ zepcodec::Image Picture(int width, int height, PixelLayout layout) {
   return image;
 }
 
-void MakeOpaque(zepcodec::Image* rgba) {
+void MakeOpaque(zepcodec::Picture* rgba) {
   for (size_t i = 3; i < rgba->SizeInBytes(); i += 4) rgba->Row(0)[i] = 255;
 }
 
-Bytes Encode(const zepcodec::Image& image, const dds::EncodeOptions& options) {
+Bytes Encode(const zepcodec::Picture& image, const dds::EncodeOptions& options) {
   zepcodec::ByteBuffer file;
   const zepcodec::Status status = dds::Encode(image, options, &file);
   EXPECT_TRUE(status.ok()) << status.text();
@@ -63,7 +63,8 @@ Bytes File(BlockFormat format, HeaderStyle style = HeaderStyle::kFourCc, bool ha
 }
 
 // In memory that ends where the file ends.
-zepcodec::Status Decode(const Bytes& file, int level, zepcodec::Image* image, dds::Header* header) {
+zepcodec::Status Decode(const Bytes& file, int level, zepcodec::Picture* image,
+                        dds::Header* header) {
   harness::Guarded<uint8_t> memory(file.size());
   if (!file.empty()) std::memcpy(memory.data(), file.data(), file.size());
   const zepcodec::Status status =
@@ -73,7 +74,7 @@ zepcodec::Status Decode(const Bytes& file, int level, zepcodec::Image* image, dd
 }
 
 std::string ErrorOf(const Bytes& file) {
-  zepcodec::Image image;
+  zepcodec::Picture image;
   dds::Header header;
   return Decode(file, 0, &image, &header).text();
 }
@@ -86,12 +87,12 @@ TEST(Dds, EveryFormatInEveryHeaderAndSize) {
   for (const BlockFormat format : kFormats) {
     for (const HeaderStyle style : kStyles) {
       for (int side = 1; side <= 13; ++side) {
-        zepcodec::Image picture = Picture(side, 14 - side, dds::LayoutOf(format, false));
+        zepcodec::Picture picture = Picture(side, 14 - side, dds::LayoutOf(format, false));
         dds::EncodeOptions options;
         options.format = format;
         options.style = style;
         const Bytes file = Encode(picture, options);
-        zepcodec::Image image;
+        zepcodec::Picture image;
         dds::Header header;
         ASSERT_EQ(Decode(file, 0, &image, &header).text(), "");
         EXPECT_EQ(header.format, format);
@@ -106,11 +107,11 @@ TEST(Dds, EveryFormatInEveryHeaderAndSize) {
 }
 
 TEST(Dds, Bc5KeepsRedAndGreen) {
-  zepcodec::Image picture = Picture(30, 22, PixelLayout::kRgb);
+  zepcodec::Picture picture = Picture(30, 22, PixelLayout::kRgb);
   dds::EncodeOptions options;
   options.format = BlockFormat::kBc5;
   const Bytes file = Encode(picture, options);
-  zepcodec::Image image;
+  zepcodec::Picture image;
   dds::Header header;
   ASSERT_TRUE(Decode(file, 0, &image, &header).ok());
   for (size_t i = 2; i < picture.SizeInBytes(); i += 3) picture.Row(0)[i] = 0;
@@ -119,7 +120,7 @@ TEST(Dds, Bc5KeepsRedAndGreen) {
 
 // The same file whatever the number of threads, in every mode.
 TEST(Dds, Bc7InBands) {
-  const zepcodec::Image picture = Picture(45, 70, PixelLayout::kRgba);
+  const zepcodec::Picture picture = Picture(45, 70, PixelLayout::kRgba);
   for (int mode = -1; mode < 8; ++mode) {
     dds::EncodeOptions options;
     options.format = BlockFormat::kBc7;
@@ -160,13 +161,13 @@ TEST(Dds, HalvesOfBc6h) {
 }
 
 TEST(Dds, YCoCgComesBackAsRgb) {
-  const zepcodec::Image picture = pictures::Smooth(45, 31, PixelLayout::kRgb);
+  const zepcodec::Picture picture = pictures::Smooth(45, 31, PixelLayout::kRgb);
   dds::EncodeOptions options;
   options.format = BlockFormat::kBc3;
   options.is_ycocg = true;
   options.has_mipmaps = true;
   const Bytes file = Encode(picture, options);
-  zepcodec::Image image;
+  zepcodec::Picture image;
   dds::Header header;
   ASSERT_TRUE(Decode(file, 0, &image, &header).ok());
   EXPECT_TRUE(header.is_ycocg);
@@ -182,7 +183,7 @@ TEST(Dds, OptionsThatDoNotFit) {
 }
 
 // The mean of an area whose borders lie anywhere, in floating point.
-double MeanOfArea(const zepcodec::Image& image, int x, int y, size_t channel, int width,
+double MeanOfArea(const zepcodec::Picture& image, int x, int y, size_t channel, int width,
                   int height) {
   const double x_scale = static_cast<double>(image.width()) / width;
   const double y_scale = static_cast<double>(image.height()) / height;
@@ -206,8 +207,8 @@ TEST(Dds, LevelsAreMeansOfAreas) {
   for (int width = 1; width <= 11; ++width) {
     for (int height = 1; height <= 9; ++height) {
       for (const PixelLayout layout : {PixelLayout::kGrey, PixelLayout::kRgba}) {
-        const zepcodec::Image image = Picture(width, height, layout);
-        zepcodec::Image half;
+        const zepcodec::Picture image = Picture(width, height, layout);
+        zepcodec::Picture half;
         ASSERT_TRUE(dds::Halve(image, &half).ok());
         ASSERT_EQ(half.width(), std::max(width / 2, 1));
         ASSERT_EQ(half.height(), std::max(height / 2, 1));
@@ -225,20 +226,20 @@ TEST(Dds, LevelsAreMeansOfAreas) {
 
 TEST(Dds, AFullChainOfLevels) {
   const Bytes file = File(BlockFormat::kBc1, HeaderStyle::kFourCc, true, 37, 150);
-  zepcodec::Image image;
+  zepcodec::Picture image;
   dds::Header header;
   ASSERT_TRUE(Decode(file, 0, &image, &header).ok());
   ASSERT_EQ(header.levels, 8);
-  zepcodec::Image expected = Picture(37, 150, PixelLayout::kRgba);
+  zepcodec::Picture expected = Picture(37, 150, PixelLayout::kRgba);
   for (int level = 1; level < 8; ++level) {
-    zepcodec::Image half;
+    zepcodec::Picture half;
     ASSERT_TRUE(dds::Halve(expected, &half).ok());
     expected = std::move(half);
     ASSERT_TRUE(Decode(file, level, &image, &header).ok());
     EXPECT_EQ(image.width(), std::max(37 >> level, 1));
     EXPECT_EQ(image.height(), std::max(150 >> level, 1));
     const Bytes alone = Encode(expected, dds::EncodeOptions());
-    zepcodec::Image same;
+    zepcodec::Picture same;
     ASSERT_TRUE(Decode(alone, 0, &same, &header).ok());
     EXPECT_TRUE(pictures::Same(same, image)) << level;
     ASSERT_TRUE(Decode(file, 0, &image, &header).ok());
@@ -252,7 +253,7 @@ TEST(Dds, FacesAndElements) {
   const Bytes blocks(cube.begin() + 128, cube.end());
   for (int i = 0; i < 5; ++i) cube.insert(cube.end(), blocks.begin(), blocks.end());
   Set(&cube, 112, 0x200 | 0xFC00);
-  zepcodec::Image image;
+  zepcodec::Picture image;
   dds::Header header;
   ASSERT_TRUE(Decode(cube, 0, &image, &header).ok());
   EXPECT_EQ(header.pictures, 6);
@@ -271,7 +272,7 @@ TEST(Dds, FacesAndElements) {
 TEST(Dds, NoneCountsAsOne) {
   for (const uint32_t count : {0U, 1U}) {
     Bytes file = File(BlockFormat::kBc1, HeaderStyle::kDx10);
-    zepcodec::Image want, got;
+    zepcodec::Picture want, got;
     dds::Header header;
     ASSERT_TRUE(Decode(file, 0, &want, &header).ok());
     Set(&file, 8, 0x1007 | 0x80000 | 0x20000 | 0x800000);  // levels and depth are said to be there
@@ -293,12 +294,12 @@ TEST(Dds, NoneCountsAsOne) {
 }
 
 TEST(Dds, Bc2CanBeOpaque) {
-  zepcodec::Image picture = Picture(32, 8, PixelLayout::kRgba);
+  zepcodec::Picture picture = Picture(32, 8, PixelLayout::kRgba);
   dds::EncodeOptions options;
   options.format = BlockFormat::kBc2;
   for (int alpha = 0; alpha < 256; ++alpha)
     picture.Row(0)[4 * alpha + 3] = static_cast<uint8_t>(alpha);
-  zepcodec::Image back;
+  zepcodec::Picture back;
   dds::Header header;
   ASSERT_TRUE(Decode(Encode(picture, options), 0, &back, &header).ok());
   for (int alpha = 0; alpha < 256; ++alpha) {
@@ -337,7 +338,7 @@ TEST(Dds, EveryNumberOfTheExtendedHeader) {
     const auto format = static_cast<BlockFormat>((number - 70) / 3);
     Bytes file = File(format, HeaderStyle::kDx10);
     Set(&file, 128, number);
-    zepcodec::Image image;
+    zepcodec::Picture image;
     dds::Header header;
     const bool is_signed = number == 81 || number == 84;
     ASSERT_EQ(Decode(file, 0, &image, &header).ok(), !is_signed) << number;
@@ -366,7 +367,7 @@ TEST(Dds, EveryByteChanged) {
            {0, 255, file[i] ^ 0x80, file[i] + 1, static_cast<int>(random() & 255)}) {
         Bytes changed = file;
         changed[i] = static_cast<uint8_t>(value);
-        zepcodec::Image image;
+        zepcodec::Picture image;
         dds::Header header;
         if (!Decode(changed, 0, &image, &header).ok()) continue;
         for (int level = 1; level < header.levels; ++level) {
@@ -395,7 +396,7 @@ TEST(Dds, HugeHeadersCostNothing) {
 
 TEST(Dds, TheLimitOfPixelsHolds) {
   const Bytes file = File(BlockFormat::kBc1, HeaderStyle::kFourCc, false, 20, 10);
-  zepcodec::Image image;
+  zepcodec::Picture image;
   dds::Header header;
   EXPECT_TRUE(dds::Decode(file.data(), file.size(), 200, 0, &image, &header).ok());
   EXPECT_NE(dds::Decode(file.data(), file.size(), 199, 0, &image, &header).text().find("limit"),

@@ -26,7 +26,7 @@ using zepcodec::PixelLayout;
 constexpr int kWidth = 48;   // 6 MCUs of 8 x 8 in a row
 constexpr int kHeight = 40;  // 5 rows, a restart interval each
 
-zepcodec::Image Picture() { return pictures::Detailed(kWidth, kHeight, PixelLayout::kRgb); }
+zepcodec::Picture Picture() { return pictures::Detailed(kWidth, kHeight, PixelLayout::kRgb); }
 
 Bytes FileWithIntervals() {
   jpeg::EncodeOptions options;
@@ -39,7 +39,7 @@ Bytes FileWithIntervals() {
 void DecodeGuarded(const Bytes& file) {
   harness::Guarded<uint8_t> memory(file.size());
   if (!file.empty()) std::memcpy(memory.data(), file.data(), file.size());
-  zepcodec::Image image;
+  zepcodec::Picture image;
   jpeg::FileInfo info;
   const zepcodec::Status status =
       jpeg::Decode(memory.data(), file.size(), jpeg::DecodeOptions(), &image, &info);
@@ -51,10 +51,10 @@ void DecodeGuarded(const Bytes& file) {
 }
 
 // Rows of MCUs, of 8 rows of pixels, that are as in the whole file.
-std::string GoodRows(const zepcodec::Image& whole, const zepcodec::Image& image) {
+std::string GoodRows(const zepcodec::Picture& whole, const zepcodec::Picture& image) {
   std::string good;
   for (int row = 0; row < kHeight / 8; ++row) {
-    const size_t size = whole.Step() * 8;
+    const size_t size = whole.Stride() * 8;
     good += std::memcmp(whole.Row(row * 8), image.Row(row * 8), size) == 0 ? '+' : '-';
   }
   return good;
@@ -62,7 +62,7 @@ std::string GoodRows(const zepcodec::Image& whole, const zepcodec::Image& image)
 
 TEST(JpegDamage, TruncatedAtEveryByte) {
   const Bytes file = FileWithIntervals();
-  const zepcodec::Image whole = DecodeGood(file);
+  const zepcodec::Picture whole = DecodeGood(file);
   const size_t data = FindMarker(file, jpeg::kSos);
   for (size_t size = 0; size < file.size(); ++size) {
     const Bytes part(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(size));
@@ -120,7 +120,7 @@ TEST(JpegDamage, RandomBytesBehindGoodHeaders) {
 
 TEST(JpegDamage, OneBadIntervalCostsNoOther) {
   const Bytes file = FileWithIntervals();
-  const zepcodec::Image whole = DecodeGood(file);
+  const zepcodec::Picture whole = DecodeGood(file);
   const size_t third = FindMarker(file, 0xD1) + 2;  // rows 16..23
   const size_t fourth = FindMarker(file, 0xD2);
   Bytes changed = file;
@@ -138,7 +138,7 @@ TEST(JpegDamage, OneBadIntervalCostsNoOther) {
 
 TEST(JpegDamage, AMissingIntervalIsLeftOut) {
   const Bytes file = FileWithIntervals();
-  const zepcodec::Image whole = DecodeGood(file);
+  const zepcodec::Picture whole = DecodeGood(file);
   const size_t from = FindMarker(file, 0xD1);
   const size_t to = FindMarker(file, 0xD2);
   const Decoded decoded = Decode(jpeg_files::Without(file, from, to - from));
@@ -149,7 +149,7 @@ TEST(JpegDamage, AMissingIntervalIsLeftOut) {
 
 TEST(JpegDamage, ALostMarkerCostsItsInterval) {
   const Bytes file = FileWithIntervals();
-  const zepcodec::Image whole = DecodeGood(file);
+  const zepcodec::Picture whole = DecodeGood(file);
   Bytes changed = file;
   changed[FindMarker(file, 0xD1)] = 0x12;
   const Decoded decoded = Decode(changed);
@@ -159,7 +159,7 @@ TEST(JpegDamage, ALostMarkerCostsItsInterval) {
 
 TEST(JpegDamage, AFalseMarkerCostsItsInterval) {
   const Bytes file = FileWithIntervals();
-  const zepcodec::Image whole = DecodeGood(file);
+  const zepcodec::Picture whole = DecodeGood(file);
   const size_t third = FindMarker(file, 0xD1) + 2;
   for (const int false_marker : {0xD0, 0xD3, 0xD5, 0xD9, 0xC4, 0x01, 0xF0}) {
     Bytes changed = file;
@@ -175,7 +175,7 @@ TEST(JpegDamage, AFalseMarkerCostsItsInterval) {
 
 TEST(JpegDamage, TheRowsBeforeATruncationAreGood) {
   const Bytes file = FileWithIntervals();
-  const zepcodec::Image whole = DecodeGood(file);
+  const zepcodec::Picture whole = DecodeGood(file);
   const Bytes part(file.begin(),
                    file.begin() + static_cast<std::ptrdiff_t>(FindMarker(file, 0xD2) + 9));
   const Decoded decoded = Decode(part);
@@ -215,7 +215,7 @@ TEST(JpegDamage, HugeHeaderInASmallFile) {
   jpeg::DecodeOptions options;
   for (const int64_t limit : {options.max_pixels, INT64_MAX}) {
     options.max_pixels = limit;
-    zepcodec::Image image;
+    zepcodec::Picture image;
     jpeg::FileInfo info;
     const zepcodec::Status status = jpeg::Decode(file.data(), file.size(), options, &image, &info);
     EXPECT_NE(status.text().find("65535 x 65535"), std::string::npos) << status.text();
@@ -225,7 +225,7 @@ TEST(JpegDamage, HugeHeaderInASmallFile) {
 
 TEST(JpegDamage, GoodFilesWithinTheBoundAreNotRefused) {
   // One colour: about two bits a block.
-  zepcodec::Image image;
+  zepcodec::Picture image;
   ASSERT_TRUE(image.Resize(8000, 4000, PixelLayout::kGrey));
   std::memset(image.Row(0), 128, image.SizeInBytes());
   EXPECT_TRUE(pictures::Same(image, DecodeGood(Encode(image))));

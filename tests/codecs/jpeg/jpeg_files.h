@@ -19,7 +19,7 @@ namespace jpeg_files {
 
 using pictures::Bytes;
 
-inline Bytes Encode(const zepcodec::Image& image,
+inline Bytes Encode(const zepcodec::Picture& image,
                     const zepcodec::jpeg::EncodeOptions& options = {}) {
   zepcodec::ByteBuffer file;
   const zepcodec::Status status = zepcodec::jpeg::Encode(image, options, &file);
@@ -29,7 +29,7 @@ inline Bytes Encode(const zepcodec::Image& image,
 
 struct Decoded {
   zepcodec::Status status;
-  zepcodec::Image image;
+  zepcodec::Picture image;
   zepcodec::jpeg::FileInfo info;
 
   std::string AllMessages() const {
@@ -49,7 +49,7 @@ inline Decoded Decode(const Bytes& file, int scale = 1) {
 }
 
 // A file that must be without fault.
-inline zepcodec::Image DecodeGood(const Bytes& file, int scale = 1) {
+inline zepcodec::Picture DecodeGood(const Bytes& file, int scale = 1) {
   Decoded result = Decode(file, scale);
   EXPECT_TRUE(result.status.ok()) << result.status.text();
   EXPECT_EQ(result.AllMessages(), "");
@@ -97,7 +97,7 @@ inline std::vector<size_t> RestartMarkers(const Bytes& file) {
 }
 
 // The share of 8 x 8 squares of pixels that are not as in the whole picture.
-inline double LossOf(const zepcodec::Image& whole, const zepcodec::Image& image) {
+inline double LossOf(const zepcodec::Picture& whole, const zepcodec::Picture& image) {
   if (whole.SizeInBytes() != image.SizeInBytes()) return 1;
   const auto channels = static_cast<size_t>(whole.channels());
   int lost = 0, all = 0;

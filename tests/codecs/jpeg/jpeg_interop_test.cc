@@ -92,7 +92,7 @@ class JpegInterop : public ::testing::TestWithParam<PixelLayout> {};
 
 TEST_P(JpegInterop, TheirFilesDecodeHere) {
   for (const Size& size : kSizes) {
-    const zepcodec::Image image = pictures::Detailed(size.width, size.height, GetParam());
+    const zepcodec::Picture image = pictures::Detailed(size.width, size.height, GetParam());
     for (const auto& factors : kFactors) {
       for (const int quality : {20, 75, 90, 100}) {
         Settings settings;
@@ -110,7 +110,7 @@ TEST_P(JpegInterop, TheirFilesDecodeHere) {
 
 TEST_P(JpegInterop, TheirRestartIntervalsScansAndTables) {
   const Size size = {131, 67};
-  const zepcodec::Image image = pictures::Detailed(size.width, size.height, GetParam());
+  const zepcodec::Picture image = pictures::Detailed(size.width, size.height, GetParam());
   for (const auto& factors : kFactors) {
     for (const int kind : {0, 1, 2, 3, 4, 5}) {
       Settings settings;
@@ -134,7 +134,7 @@ TEST_P(JpegInterop, TheirRestartIntervalsScansAndTables) {
 
 TEST_P(JpegInterop, OurFilesDecodeThere) {
   for (const Size& size : kSizes) {
-    const zepcodec::Image image = pictures::Detailed(size.width, size.height, GetParam());
+    const zepcodec::Picture image = pictures::Detailed(size.width, size.height, GetParam());
     for (int i = 0; i < 9; ++i) {
       jpeg::EncodeOptions options;
       options.sampling = static_cast<jpeg::Sampling>(i % 3);
@@ -149,7 +149,7 @@ TEST_P(JpegInterop, OurFilesDecodeThere) {
   }
 }
 
-double MeanSquareError(const zepcodec::Image& image, const Bytes& file) {
+double MeanSquareError(const zepcodec::Picture& image, const Bytes& file) {
   const Bytes a = pictures::ToBytes(image);
   const Bytes b = pictures::ToBytes(DecodeGood(file));
   double sum = 0;
@@ -159,7 +159,7 @@ double MeanSquareError(const zepcodec::Image& image, const Bytes& file) {
 
 // The integer transform rounds twice, which shows where steps are even; the precise one once, as there.
 TEST_P(JpegInterop, OurFilesLoseNoMore) {
-  const zepcodec::Image image = pictures::Detailed(640, 480, GetParam());
+  const zepcodec::Picture image = pictures::Detailed(640, 480, GetParam());
   Settings theirs;
   theirs.quality = 90;
   const double expected = MeanSquareError(image, libjpeg_codec::Compress(image, theirs));
@@ -173,7 +173,7 @@ TEST_P(JpegInterop, OurFilesLoseNoMore) {
 // For equal coefficients the coded bytes are the same.
 TEST_P(JpegInterop, CodedBytesAreTheSame) {
   for (const Size& size : kSizes) {
-    const zepcodec::Image image = pictures::Detailed(size.width, size.height, GetParam());
+    const zepcodec::Picture image = pictures::Detailed(size.width, size.height, GetParam());
     for (int i = 0; i < 12; ++i) {
       jpeg::EncodeOptions options;
       options.sampling = static_cast<jpeg::Sampling>(i % 3);
@@ -195,7 +195,7 @@ TEST_P(JpegInterop, CodedBytesAreTheSame) {
 // libjpeg's reduced transforms also look at higher frequencies, so this is not exact. At 1/8 it repeats
 // colour samples where the example filters them: compared where neither needs to.
 TEST_P(JpegInterop, PreviewsAreClose) {
-  const zepcodec::Image image = pictures::Smooth(203, 117, GetParam());
+  const zepcodec::Picture image = pictures::Smooth(203, 117, GetParam());
   for (const auto& factors : kFactors) {
     Settings settings;
     settings.sampling = factors[0];
@@ -205,7 +205,7 @@ TEST_P(JpegInterop, PreviewsAreClose) {
     const bool is_square = factors[0][0] * factors[1][1] == factors[0][1] * factors[1][0];
     for (const int scale : {2, 4, 8}) {
       if (scale == 8 && !is_square) continue;
-      const zepcodec::Image expected = libjpeg_codec::Decompress(file, scale);
+      const zepcodec::Picture expected = libjpeg_codec::Decompress(file, scale);
       const Difference difference = Compare(DecodeGood(file, scale), expected);
       EXPECT_LE(difference.mean, 2.0) << Name({203, 117}, settings) << " scale " << scale;
       EXPECT_LE(difference.most, 12) << Name({203, 117}, settings) << " scale " << scale;
@@ -289,8 +289,8 @@ TEST(JpegInteropDamage, RestartMarkersCostLessThanThere) {
     settings.progressive = progressive;
     const Bytes file =
         libjpeg_codec::Compress(pictures::Detailed(64, 112, PixelLayout::kRgb), settings);
-    const zepcodec::Image whole = DecodeGood(file);
-    const zepcodec::Image whole_there = libjpeg_codec::Decompress(file);
+    const zepcodec::Picture whole = DecodeGood(file);
+    const zepcodec::Picture whole_there = libjpeg_codec::Decompress(file);
     double here = 0, there = 0;
     const std::vector<size_t> markers = jpeg_files::RestartMarkers(file);
     for (const size_t marker : markers) {

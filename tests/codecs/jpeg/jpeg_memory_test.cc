@@ -82,12 +82,8 @@ void ExpectNeed(const Bytes& file, int scale) {
   const int64_t need = jpeg::MemoryNeed(info, options);
   const int64_t taken = PeakOf([&] {
     jpeg::FileInfo again;
-    zepcodec::Image image;
-    zepcodec::Raster deep;
-    const zepcodec::Status status =
-        info.frame.precision == 8
-            ? jpeg::Decode(file.data(), file.size(), options, &image, &again)
-            : jpeg::DecodeDeep(file.data(), file.size(), options, &deep, &again);
+    zepcodec::Picture image;
+    const zepcodec::Status status = jpeg::Decode(file.data(), file.size(), options, &image, &again);
     EXPECT_TRUE(status.ok()) << status.text();
   });
   EXPECT_LE(taken, need);
@@ -99,7 +95,7 @@ void ExpectNeed(const Bytes& file, int scale) {
 
 TEST(JpegMemory, NeedIsWhatIsTaken) {
   for (const PixelLayout layout : {PixelLayout::kGrey, PixelLayout::kRgb, PixelLayout::kCmyk}) {
-    const zepcodec::Image image = pictures::Smooth(401, 301, layout);
+    const zepcodec::Picture image = pictures::Smooth(401, 301, layout);
     for (const jpeg::Sampling sampling : {jpeg::Sampling::k444, jpeg::Sampling::k420}) {
       for (const bool progressive : {false, true}) {
         for (const int restart_interval : {0, 1, 40}) {
@@ -122,19 +118,19 @@ TEST(JpegMemory, SeveralScansAndDeepSamples) {
   jpeg::EncodeOptions options;
   ASSERT_TRUE(jpeg::ParseScript("0; 1; 2;", &options.script).ok());
   ExpectNeed(jpeg_files::Encode(pictures::Smooth(601, 433, PixelLayout::kRgb), options), 1);
-  zepcodec::Raster deep;
-  ASSERT_TRUE(deep.Resize(401, 233, 3, 12));
+  zepcodec::Picture deep;
+  ASSERT_TRUE(deep.Resize(401, 233, zepcodec::PixelLayout::kRgb, 12));
   for (size_t i = 0; i < deep.SampleCount(); ++i) deep.Set(i, static_cast<int>(i * 7 & 4095));
   zepcodec::ByteBuffer file;
-  ASSERT_TRUE(jpeg::EncodeDeep(deep, {}, &file).ok());
+  ASSERT_TRUE(jpeg::Encode(deep, {}, &file).ok());
   ExpectNeed(pictures::ToBytes(file), 1);
 }
 
 TEST(JpegMemory, Lossless) {
   for (const int bits : {8, 16}) {
     for (const int restart_rows : {0, 1}) {
-      zepcodec::Raster picture;
-      ASSERT_TRUE(picture.Resize(701, 433, 3, bits));
+      zepcodec::Picture picture;
+      ASSERT_TRUE(picture.Resize(701, 433, zepcodec::PixelLayout::kRgb, bits));
       for (size_t i = 0; i < picture.SampleCount(); ++i) {
         picture.Set(i, static_cast<int>(i * 7 & 255));
       }
@@ -148,7 +144,7 @@ TEST(JpegMemory, Lossless) {
       const int64_t need = ljpeg::MemoryNeed(info);
       const int64_t taken = PeakOf([&] {
         ljpeg::FileInfo again;
-        zepcodec::Raster back;
+        zepcodec::Picture back;
         EXPECT_TRUE(ljpeg::Decode(file.data(), file.size(), {}, &back, &again).ok());
       });
       EXPECT_LE(taken, need);

@@ -71,7 +71,7 @@ class Losses {
   bool all_tell() const { return all_tell_; }
 
  private:
-  zepcodec::Image whole_;
+  zepcodec::Picture whole_;
   double sum_ = 0;
   double most_ = 0;
   int count_ = 0;

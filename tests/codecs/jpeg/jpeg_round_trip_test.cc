@@ -44,8 +44,8 @@ TEST(JpegRoundTrip, EverySizeAndSampling) {
     for (const Sampling sampling : kSamplings) {
       for (int height = 1; height <= 40; ++height) {
         for (int width = 1; width <= 40; ++width) {
-          const zepcodec::Image image = pictures::Smooth(width, height, layout);
-          const zepcodec::Image decoded = DecodeGood(Encode(image, Options(97, sampling)));
+          const zepcodec::Picture image = pictures::Smooth(width, height, layout);
+          const zepcodec::Picture decoded = DecodeGood(Encode(image, Options(97, sampling)));
           const pictures::Difference difference = Compare(image, decoded);
           ASSERT_LE(difference.most, 14)
               << width << "x" << height << " sampling " << static_cast<int>(sampling);
@@ -59,8 +59,8 @@ TEST(JpegRoundTrip, EverySizeAndSampling) {
 TEST(JpegRoundTrip, RestartIntervalsChangeNoSample) {
   for (const PixelLayout layout : kLayouts) {
     for (const Sampling sampling : kSamplings) {
-      const zepcodec::Image image = pictures::Detailed(143, 75, layout);
-      const zepcodec::Image without = DecodeGood(Encode(image, Options(80, sampling)));
+      const zepcodec::Picture image = pictures::Detailed(143, 75, layout);
+      const zepcodec::Picture without = DecodeGood(Encode(image, Options(80, sampling)));
       for (const int interval : {1, 2, 3, 9, 10, 100, 65535}) {
         const Bytes file = Encode(image, Options(80, sampling, interval));
         EXPECT_TRUE(Same(without, DecodeGood(file))) << "interval " << interval;
@@ -73,16 +73,16 @@ TEST(JpegRoundTrip, ExtremeSizes) {
   const std::array<std::array<int, 2>, 4> sizes = {
       {{65535, 1}, {1, 65535}, {65535, 9}, {17, 65535}}};
   for (const auto& [width, height] : sizes) {
-    const zepcodec::Image image = pictures::Smooth(width, height, PixelLayout::kRgb);
+    const zepcodec::Picture image = pictures::Smooth(width, height, PixelLayout::kRgb);
     for (const Sampling sampling : kSamplings) {
-      const zepcodec::Image decoded = DecodeGood(Encode(image, Options(95, sampling)));
+      const zepcodec::Picture decoded = DecodeGood(Encode(image, Options(95, sampling)));
       EXPECT_LE(Compare(image, decoded).mean, 2.5) << width << "x" << height;
     }
   }
 }
 
 TEST(JpegRoundTrip, EveryQuality) {
-  const zepcodec::Image image = pictures::Detailed(64, 48, PixelLayout::kRgb);
+  const zepcodec::Picture image = pictures::Detailed(64, 48, PixelLayout::kRgb);
   size_t last_size = 0;
   for (int quality = 1; quality <= 100; ++quality) {
     const Bytes file = Encode(image, Options(quality, Sampling::k444));
@@ -96,7 +96,7 @@ TEST(JpegRoundTrip, EveryQuality) {
 // The strongest contrasts: pixels of noise, at quality 100.
 TEST(JpegRoundTrip, NoiseAtFullQuality) {
   uint32_t state = 1;
-  zepcodec::Image image;
+  zepcodec::Picture image;
   ASSERT_TRUE(image.Resize(200, 100, PixelLayout::kRgb));
   for (size_t i = 0; i < image.SizeInBytes(); ++i) {
     state = state * 1664525 + 1013904223;
@@ -114,7 +114,7 @@ uint64_t Hash(const Bytes& bytes) {
 // The whole way there and back, on every processor, for every compiler.
 TEST(JpegRoundTrip, TheSameBytesEverywhere) {
   uint32_t state = 1;
-  zepcodec::Image image;
+  zepcodec::Picture image;
   ASSERT_TRUE(image.Resize(301, 203, PixelLayout::kRgb));
   for (int y = 0; y < image.height(); ++y) {
     for (int x = 0; x < image.width() * 3; ++x) {
@@ -140,8 +140,8 @@ TEST(JpegRoundTrip, TheSameBytesEverywhere) {
 }
 
 // Means of the full picture over squares of scale x scale pixels, whole ones only.
-zepcodec::Image Reduce(const zepcodec::Image& image, int scale) {
-  zepcodec::Image reduced;
+zepcodec::Picture Reduce(const zepcodec::Picture& image, int scale) {
+  zepcodec::Picture reduced;
   EXPECT_TRUE(reduced.Resize(image.width() / scale, image.height() / scale, image.layout()));
   const int channels = image.channels();
   for (int y = 0; y < reduced.height(); ++y) {
@@ -162,9 +162,9 @@ TEST(JpegPreview, IsTheReducedPicture) {
   for (const PixelLayout layout : kLayouts) {
     for (const Sampling sampling : kSamplings) {
       const Bytes file = Encode(pictures::Smooth(160, 96, layout), Options(95, sampling));
-      const zepcodec::Image full = DecodeGood(file);
+      const zepcodec::Picture full = DecodeGood(file);
       for (const int scale : {2, 4, 8}) {
-        const zepcodec::Image preview = DecodeGood(file, scale);
+        const zepcodec::Picture preview = DecodeGood(file, scale);
         const pictures::Difference difference = Compare(preview, Reduce(full, scale));
         EXPECT_LE(difference.mean, 3.0) << "scale " << scale;
         EXPECT_LE(difference.most, 16) << "scale " << scale;
@@ -179,7 +179,7 @@ TEST(JpegPreview, OddSizesAreRoundedUp) {
       const Bytes file =
           Encode(pictures::Smooth(width, 41 - width, PixelLayout::kRgb), Options(90, sampling));
       for (const int scale : {2, 4, 8}) {
-        const zepcodec::Image preview = DecodeGood(file, scale);
+        const zepcodec::Picture preview = DecodeGood(file, scale);
         EXPECT_EQ(preview.width(), (width + scale - 1) / scale);
         EXPECT_EQ(preview.height(), (41 - width + scale - 1) / scale);
       }
@@ -241,8 +241,8 @@ TEST(JpegMetadata, ProfilesInOddOrder) {
 
 TEST(JpegEncode, BadArguments) {
   zepcodec::ByteBuffer file;
-  const zepcodec::Image image = pictures::Smooth(8, 8, PixelLayout::kRgb);
-  EXPECT_FALSE(jpeg::Encode(zepcodec::Image(), {}, &file).ok());
+  const zepcodec::Picture image = pictures::Smooth(8, 8, PixelLayout::kRgb);
+  EXPECT_FALSE(jpeg::Encode(zepcodec::Picture(), {}, &file).ok());
   EXPECT_FALSE(jpeg::Encode(image, Options(0, Sampling::k444), &file).ok());
   EXPECT_FALSE(jpeg::Encode(image, Options(101, Sampling::k444), &file).ok());
   EXPECT_FALSE(jpeg::Encode(image, Options(90, Sampling::k444, 65536), &file).ok());
@@ -281,7 +281,7 @@ TEST(JpegDecode, NoPicture) {
 // Padding in front of markers, segments that are not known, a second table in one segment.
 TEST(JpegDecode, UnusualButGood) {
   const Bytes file = Encode(pictures::Detailed(33, 21, PixelLayout::kRgb));
-  const zepcodec::Image expected = DecodeGood(file);
+  const zepcodec::Picture expected = DecodeGood(file);
   const size_t frame = FindMarker(file, jpeg::kSof0);
   EXPECT_TRUE(Same(expected, DecodeGood(jpeg_files::With(file, frame, {0xFF, 0xFF, 0xFF}))));
   const Bytes unknown = {0xFF, 0xF1, 0, 4, 1, 2};
@@ -309,7 +309,7 @@ TEST(JpegDecode, WideQuantizationTables) {
 
 TEST(JpegDecode, StepsBeyond255) {
   // One grey block with a DC coefficient of 1 and a step of 512: 128 + 512 / 8 everywhere.
-  zepcodec::Image image;
+  zepcodec::Picture image;
   ASSERT_TRUE(image.Resize(8, 8, PixelLayout::kGrey));
   for (size_t i = 0; i < 64; ++i) image.Row(0)[i] = 129;
   Bytes file = Encode(image, Options(99, Sampling::k444));  // steps of 1 or 2
@@ -322,7 +322,7 @@ TEST(JpegDecode, StepsBeyond255) {
     segment.push_back(static_cast<uint8_t>((64 * step) & 255));
   }
   file = jpeg_files::With(jpeg_files::Without(file, at, 69), at, segment);
-  const zepcodec::Image decoded = DecodeGood(file);
+  const zepcodec::Picture decoded = DecodeGood(file);
   for (size_t i = 0; i < 64; ++i) EXPECT_EQ(decoded.Row(0)[i], 128 + 64);
 }
 
@@ -349,7 +349,7 @@ TEST(JpegDecode, HeightBehindTheFirstScan) {
 
 // The names of the components, or Adobe's header, tell RGB from YCbCr.
 TEST(JpegDecode, RgbIsRecognised) {
-  const zepcodec::Image image = pictures::Smooth(20, 12, PixelLayout::kRgb);
+  const zepcodec::Picture image = pictures::Smooth(20, 12, PixelLayout::kRgb);
   Bytes file = Encode(image, Options(95, Sampling::k444));
   const size_t jfif = FindMarker(file, jpeg::kApp0);
   const Bytes bare = jpeg_files::Without(file, jfif, SegmentSize(file, jfif));
@@ -374,7 +374,7 @@ TEST(JpegDecode, RgbIsRecognised) {
 TEST(JpegDecode, LimitOfPixels) {
   const Bytes file = Encode(pictures::Smooth(100, 100, PixelLayout::kGrey));
   jpeg::DecodeOptions options;
-  zepcodec::Image image;
+  zepcodec::Picture image;
   jpeg::FileInfo info;
   options.max_pixels = 10000;
   EXPECT_TRUE(jpeg::Decode(file.data(), file.size(), options, &image, &info).ok());
@@ -392,7 +392,7 @@ TEST(JpegDecode, StageTimesAddUp) {
   const Bytes file = Encode(pictures::Detailed(400, 300, PixelLayout::kRgb), options);
   jpeg::DecodeOptions decode_options;
   decode_options.times = &decode;
-  zepcodec::Image image;
+  zepcodec::Picture image;
   jpeg::FileInfo info;
   ASSERT_TRUE(jpeg::Decode(file.data(), file.size(), decode_options, &image, &info).ok());
   for (const jpeg::StageTimes& times : {encode, decode}) {

@@ -99,7 +99,7 @@ TEST(JpegScans, TheirProgressiveFilesDecodeHere) {
 TEST(JpegScans, OurFilesDecodeThere) {
   for (const PixelLayout layout : kLayouts) {
     for (const jpeg::Sampling sampling : kSamplings) {
-      const zepcodec::Image image = pictures::Detailed(131, 67, layout);
+      const zepcodec::Picture image = pictures::Detailed(131, 67, layout);
       jpeg::EncodeOptions options;
       options.sampling = sampling;
       const std::vector<Blocks> want = ReadCoefficients(Encode(image, options));
@@ -234,7 +234,7 @@ TEST(JpegScans, ScriptsAsTheyAreWritten) {
 }
 
 TEST(JpegScans, BadScriptsAreRefused) {
-  const zepcodec::Image image = pictures::Smooth(16, 16, PixelLayout::kRgb);
+  const zepcodec::Picture image = pictures::Smooth(16, 16, PixelLayout::kRgb);
   const auto error = [&](const char* text) {
     jpeg::EncodeOptions options;
     EXPECT_TRUE(jpeg::ParseScript(text, &options.script).ok()) << text;
@@ -301,22 +301,22 @@ TEST(JpegScans, CropsOutsideAreRefused) {
 TEST(JpegScans, EachScanIsShown) {
   jpeg::EncodeOptions encode_options;
   encode_options.progressive = true;
-  const zepcodec::Image image = pictures::Detailed(131, 67, PixelLayout::kRgb);
+  const zepcodec::Picture image = pictures::Detailed(131, 67, PixelLayout::kRgb);
   const Bytes file = Encode(image, encode_options);
   jpeg::DecodeOptions options;
   std::vector<double> errors;
-  options.on_scan = [&](const zepcodec::Image& so_far, int number, const jpeg::Scan& scan) {
+  options.on_scan = [&](const zepcodec::Picture& so_far, int number, const jpeg::Scan& scan) {
     EXPECT_EQ(number, static_cast<int>(errors.size()) + 1);
     EXPECT_EQ(scan.first == 0, number == 1 || number == 7);
     errors.push_back(pictures::Compare(so_far, image).mean);
     return zepcodec::Status();
   };
-  zepcodec::Image result;
+  zepcodec::Picture result;
   jpeg::FileInfo info;
   ASSERT_TRUE(jpeg::Decode(file.data(), file.size(), options, &result, &info).ok());
   EXPECT_EQ(errors.size(), jpeg::ProgressiveScript(3).size());
   EXPECT_GT(errors.front(), 2 * errors.back());
-  options.on_scan = [](const zepcodec::Image&, int, const jpeg::Scan&) {
+  options.on_scan = [](const zepcodec::Picture&, int, const jpeg::Scan&) {
     return zepcodec::Status::Error("enough");
   };
   EXPECT_EQ(jpeg::Decode(file.data(), file.size(), options, &result, &info).text(), "enough");
@@ -348,7 +348,7 @@ Bytes WithRepeatedScan(int side, bool is_noise, const std::string& script, int t
   jpeg::EncodeOptions options;
   options.quality = 50;
   EXPECT_TRUE(jpeg::ParseScript(script, &options.script).ok());
-  zepcodec::Image image;
+  zepcodec::Picture image;
   EXPECT_TRUE(image.Resize(side, side, PixelLayout::kGrey));
   harness::Random random(1);
   for (size_t i = 0; i < image.SizeInBytes(); ++i) {
@@ -444,11 +444,11 @@ TEST(JpegScans, RefinementsWithoutBitsEnd) {
   int shown = 0;
   jpeg::DecodeOptions options;
   options.scale = 8;
-  options.on_scan = [&](const zepcodec::Image&, int, const jpeg::Scan&) {
+  options.on_scan = [&](const zepcodec::Picture&, int, const jpeg::Scan&) {
     ++shown;
     return zepcodec::Status();
   };
-  zepcodec::Image image;
+  zepcodec::Picture image;
   jpeg::FileInfo info;
   ASSERT_TRUE(jpeg::Decode(file.data(), file.size(), options, &image, &info).ok());
   EXPECT_GT(shown, 20);

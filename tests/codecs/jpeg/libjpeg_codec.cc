@@ -74,7 +74,7 @@ std::vector<jpeg_scan_info> ScanForEach(int components) {
   return scans;
 }
 
-void SetColorSpaces(const zepcodec::Image& image, const Settings& settings,
+void SetColorSpaces(const zepcodec::Picture& image, const Settings& settings,
                     jpeg_compress_struct* info) {
   info->input_components = image.channels();
   switch (image.layout()) {
@@ -90,7 +90,7 @@ void SetColorSpaces(const zepcodec::Image& image, const Settings& settings,
   }
 }
 
-zepcodec::Image ReadAll(Decompressor* decompressor, int scale) {
+zepcodec::Picture ReadAll(Decompressor* decompressor, int scale) {
   jpeg_decompress_struct& info = decompressor->info;
   info.scale_num = 1;
   info.scale_denom = static_cast<unsigned>(scale);
@@ -98,7 +98,7 @@ zepcodec::Image ReadAll(Decompressor* decompressor, int scale) {
   const auto layout = info.output_components == 1   ? zepcodec::PixelLayout::kGrey
                       : info.output_components == 3 ? zepcodec::PixelLayout::kRgb
                                                     : zepcodec::PixelLayout::kCmyk;
-  zepcodec::Image image;
+  zepcodec::Picture image;
   if (!image.Resize(static_cast<int>(info.output_width), static_cast<int>(info.output_height),
                     layout)) {
     std::abort();
@@ -118,7 +118,7 @@ zepcodec::Image ReadAll(Decompressor* decompressor, int scale) {
 
 }  // namespace
 
-Bytes Compress(const zepcodec::Image& image, const Settings& settings) {
+Bytes Compress(const zepcodec::Picture& image, const Settings& settings) {
   Compressor compressor;
   jpeg_compress_struct& info = compressor.info;
   info.image_width = static_cast<JDIMENSION>(image.width());
@@ -141,28 +141,28 @@ Bytes Compress(const zepcodec::Image& image, const Settings& settings) {
   if (settings.progressive) jpeg_simple_progression(&info);
   jpeg_start_compress(&info, TRUE);
   const bool invert = image.layout() == zepcodec::PixelLayout::kCmyk;
-  Bytes row(image.Step());
+  Bytes row(image.Stride());
   for (int y = 0; y < image.height(); ++y) {
     const auto stored = [&](uint8_t v) { return static_cast<uint8_t>(invert ? 255 - v : v); };
-    std::transform(image.Row(y), image.Row(y) + image.Step(), row.begin(), stored);
+    std::transform(image.Row(y), image.Row(y) + image.Stride(), row.begin(), stored);
     JSAMPROW rows[] = {row.data()};
     jpeg_write_scanlines(&info, rows, 1);
   }
   return compressor.Finish();
 }
 
-zepcodec::Image Decompress(const Bytes& file, int scale) {
+zepcodec::Picture Decompress(const Bytes& file, int scale) {
   Decompressor decompressor(file);
-  zepcodec::Image image = ReadAll(&decompressor, scale);
-  return decompressor.HadWarnings() ? zepcodec::Image() : std::move(image);
+  zepcodec::Picture image = ReadAll(&decompressor, scale);
+  return decompressor.HadWarnings() ? zepcodec::Picture() : std::move(image);
 }
 
-zepcodec::Image DecompressDamaged(const Bytes& file) {
+zepcodec::Picture DecompressDamaged(const Bytes& file) {
   try {
     Decompressor decompressor(file);
     return ReadAll(&decompressor, 1);
   } catch (const std::runtime_error&) {
-    return zepcodec::Image();
+    return zepcodec::Picture();
   }
 }
 

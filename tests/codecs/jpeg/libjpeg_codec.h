@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "codecs/support/image.h"
+#include "codecs/support/picture.h"
 
 namespace libjpeg_codec {
 
@@ -27,7 +27,7 @@ struct Settings {
 };
 
 // CMYK pictures hold the amounts of ink; the file holds them inverted.
-Bytes Compress(const zepcodec::Image& image, const Settings& settings);
+Bytes Compress(const zepcodec::Picture& image, const Settings& settings);
 
 struct Components {
   struct Component {
@@ -39,10 +39,10 @@ struct Components {
 };
 
 // By the accurate inverse transform. Empty or 0 x 0 where the file has an error or a warning.
-zepcodec::Image Decompress(const Bytes& file, int scale = 1);
+zepcodec::Picture Decompress(const Bytes& file, int scale = 1);
 Components DecompressComponents(const Bytes& file);
 // What is left of a damaged file; 0 x 0 if nothing is.
-zepcodec::Image DecompressDamaged(const Bytes& file);
+zepcodec::Picture DecompressDamaged(const Bytes& file);
 
 // Decodes the coefficients and codes them again with the same tables and restart interval.
 Bytes RecodeCoefficients(const Bytes& file);

@@ -44,7 +44,7 @@ void DecodeGuarded(const Bytes& file) {
   if (!file.empty()) std::memcpy(memory.data(), file.data(), file.size());
   Image image;
   jpeg2000::FileInfo info;
-  const jpeg2000::Status status =
+  const zepcodec::Status status =
       jpeg2000::Decode(memory.data(), file.size(), Serial(), &image, &info);
   if (!status.ok()) {
     EXPECT_FALSE(status.text().empty());

@@ -57,7 +57,7 @@ jpeg2000::Image MakePicture(const Shape& shape) {
 
 Bytes Encode(const jpeg2000::Image& image, const jpeg2000::EncodeOptions& options) {
   zepcodec::ByteBuffer file;
-  const jpeg2000::Status status = jpeg2000::Encode(image, options, &file);
+  const zepcodec::Status status = jpeg2000::Encode(image, options, &file);
   EXPECT_TRUE(status.ok()) << status.text();
   return {file.data(), file.data() + file.size()};
 }

@@ -36,7 +36,7 @@ Bytes Encode(const zepcodec::jpeg2000::Image& image,
              const zepcodec::jpeg2000::EncodeOptions& options);
 
 struct Decoded {
-  zepcodec::jpeg2000::Status status;
+  zepcodec::Status status;
   zepcodec::jpeg2000::Image image;
   zepcodec::jpeg2000::FileInfo info;
 };

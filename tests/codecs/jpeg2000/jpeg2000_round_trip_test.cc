@@ -286,7 +286,7 @@ TEST(Jpeg2000RoundTrip, BadArgumentsAreErrors) {
   const Image good = MakePicture({});
   zepcodec::ByteBuffer file;
   const auto expect_error = [&](const Image& image, const EncodeOptions& options) {
-    const jpeg2000::Status status = jpeg2000::Encode(image, options, &file);
+    const zepcodec::Status status = jpeg2000::Encode(image, options, &file);
     EXPECT_FALSE(status.ok());
     EXPECT_FALSE(status.text().empty());
   };

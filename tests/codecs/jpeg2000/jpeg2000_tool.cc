@@ -71,7 +71,7 @@ int DecodeFile(const std::string& from, const std::string& to, const Settings& s
   options.threads = Number(settings, "threads", 0);
   jpeg2000::Image image;
   jpeg2000::FileInfo info;
-  const jpeg2000::Status status =
+  const zepcodec::Status status =
       jpeg2000::Decode(file.data(), file.size(), options, &image, &info);
   if (!status.ok()) {
     std::fprintf(stderr, "%s\n", status.text().c_str());
@@ -173,7 +173,7 @@ int EncodeFile(const std::string& from, const std::string& to, const Settings& s
   image.color =
       image.components.size() < 3 ? jpeg2000::ColorSpace::kGrey : jpeg2000::ColorSpace::kRgb;
   zepcodec::ByteBuffer file;
-  const jpeg2000::Status status = jpeg2000::Encode(image, OptionsOf(settings, to), &file);
+  const zepcodec::Status status = jpeg2000::Encode(image, OptionsOf(settings, to), &file);
   if (!status.ok()) {
     std::fprintf(stderr, "%s\n", status.text().c_str());
     return 1;

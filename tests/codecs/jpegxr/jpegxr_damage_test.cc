@@ -8,7 +8,7 @@
 #include <random>
 
 #include "harness/random.h"
-#include "jpegxr_files.h"
+#include "tests/codecs/jpegxr/jpegxr_files.h"
 
 namespace jpegxr = zepcodec::jpegxr;
 
@@ -18,8 +18,8 @@ using Bytes = std::vector<uint8_t>;
 using jpegxr_files::CodestreamOf;
 
 struct Outcome {
-  jpegxr::Status status;
-  jpegxr::Image image;
+  zepcodec::Status status;
+  zepcodec::Picture image;
   jpegxr::FileInfo info;
 };
 
@@ -47,7 +47,7 @@ TEST(JpegXrDamage, CutAnywhere) {
           Decode(Bytes(file.begin(), file.begin() + static_cast<ptrdiff_t>(size)));
       if (outcome.status.ok()) {
         EXPECT_FALSE(outcome.info.messages.empty()) << size << " of " << file.size();
-        EXPECT_EQ(outcome.image.bytes.size(), whole.image.bytes.size());
+        EXPECT_EQ(outcome.image.SizeInBytes(), whole.image.SizeInBytes());
       }
     }
   }
@@ -55,14 +55,14 @@ TEST(JpegXrDamage, CutAnywhere) {
 
 // What was decoded before the end stays.
 TEST(JpegXrDamage, FirstRowsSurviveACut) {
-  const jpegxr::Image image = jpegxr_files::MakeImage(64, 256, 1, jpegxr::SampleType::kU8, 1);
+  const zepcodec::Picture image = jpegxr_files::MakeImage(64, 256, 1, zepcodec::SampleType::kU8, 1);
   jpegxr::EncodeOptions options;
   Bytes file = jpegxr_files::Encode(image, options);
   file.resize(file.size() / 2);
   const Outcome outcome = Decode(file);
   ASSERT_TRUE(outcome.status.ok()) << outcome.status.text();
   EXPECT_GE(outcome.info.messages.count(), 1);
-  EXPECT_EQ(std::memcmp(outcome.image.bytes.data(), image.bytes.data(), 64 * 64), 0);
+  EXPECT_EQ(std::memcmp(outcome.image.Row(0), image.Row(0), 64 * 64), 0);
 }
 
 TEST(JpegXrDamage, HeaderBytesChanged) {
@@ -116,7 +116,7 @@ TEST(JpegXrDamage, NoFileAtAll) {
 
 // Overlap filters of sub-version 0 never met hard tiles, and there are no others but those of 1.
 TEST(JpegXrDamage, UnknownFiltersAreRefused) {
-  const jpegxr::Image image = jpegxr_files::MakeImage(64, 64, 1, jpegxr::SampleType::kU8, 1);
+  const zepcodec::Picture image = jpegxr_files::MakeImage(64, 64, 1, zepcodec::SampleType::kU8, 1);
   Bytes file = jpegxr_files::Encode(image, jpegxr::EncodeOptions());
   uint8_t& versions = file[CodestreamOf(file) + 8];
   for (int sub_version = 0; sub_version < 16; ++sub_version) {
@@ -127,7 +127,7 @@ TEST(JpegXrDamage, UnknownFiltersAreRefused) {
 }
 
 TEST(JpegXrDamage, LargeClaimsAreRefused) {
-  const jpegxr::Image image = jpegxr_files::MakeImage(64, 64, 1, jpegxr::SampleType::kU8, 1);
+  const zepcodec::Picture image = jpegxr_files::MakeImage(64, 64, 1, zepcodec::SampleType::kU8, 1);
   Bytes file = jpegxr_files::Encode(image, jpegxr::EncodeOptions());
   EXPECT_FALSE(Decode(file, 64 * 64 - 1).status.ok());
   EXPECT_TRUE(Decode(file, 64 * 64).status.ok());

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "jpegxr_files.h"
+#include "tests/codecs/jpegxr/jpegxr_files.h"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +13,7 @@ namespace jpegxr = zepcodec::jpegxr;
 namespace jpegxr_files {
 namespace {
 
-using jpegxr::SampleType;
+using zepcodec::SampleType;
 
 template <class T>
 void Put(T value, uint8_t* to) {
@@ -27,19 +27,17 @@ void PutSample(double value, SampleType type, uint8_t* to) {
     case SampleType::kU16: return Put(static_cast<uint16_t>(65535 * value), to);
     case SampleType::kS16: return Put(static_cast<int16_t>(65535 * value - 32768), to);
     case SampleType::kS32: return Put(static_cast<int32_t>((value - 0.5) * (1 << 20)), to);
+    case SampleType::kF16:  // 0.5 to 2, in steps that have no rounding
+      return Put(static_cast<uint16_t>(0x3800 + 2047 * value), to);
     case SampleType::kF32: return Put(static_cast<float>(4 * value - 1), to);
   }
 }
 
 }  // namespace
 
-jpegxr::Image MakeImage(int width, int height, int channels, SampleType type, uint32_t seed) {
-  jpegxr::Image image;
-  image.width = width;
-  image.height = height;
-  image.channels = channels;
-  image.type = type;
-  image.Resize();
+zepcodec::Picture MakeImage(int width, int height, int channels, SampleType type, uint32_t seed) {
+  zepcodec::Picture image;
+  EXPECT_TRUE(image.Resize(width, height, zepcodec::LayoutWithChannels(channels), type));
   std::mt19937 random(seed);
   size_t at = 0;
   for (int y = 0; y < height; ++y) {
@@ -47,16 +45,16 @@ jpegxr::Image MakeImage(int width, int height, int channels, SampleType type, ui
       for (int c = 0; c < channels; ++c, at += static_cast<size_t>(BytesOf(type))) {
         const double shape = std::sin(x / (7.0 + c)) * std::cos(y / (11.0 - c)) * 0.4 + 0.5;
         const double noise = static_cast<double>(random() % 1000) / 10000 - 0.05;
-        PutSample(shape + noise, type, &image.bytes[at]);
+        PutSample(shape + noise, type, image.Row(0) + at);
       }
     }
   }
   return image;
 }
 
-std::vector<uint8_t> Encode(const jpegxr::Image& image, const jpegxr::EncodeOptions& options) {
-  jpegxr::ByteBuffer file;
-  const jpegxr::Status status = jpegxr::Encode(image, options, &file);
+std::vector<uint8_t> Encode(const zepcodec::Picture& image, const jpegxr::EncodeOptions& options) {
+  zepcodec::ByteBuffer file;
+  const zepcodec::Status status = jpegxr::Encode(image, options, &file);
   EXPECT_TRUE(status.ok()) << status.text();
   return {file.data(), file.data() + file.size()};
 }

@@ -9,15 +9,15 @@
 
 #include "codecs/jpegxr/decoder.h"
 #include "codecs/jpegxr/encoder.h"
-#include "codecs/jpegxr/image.h"
+#include "codecs/support/picture.h"
 
 namespace jpegxr_files {
 
 // Soft shapes with some noise over the whole range of the type; of 32 bits over 20.
-zepcodec::jpegxr::Image MakeImage(int width, int height, int channels,
-                                  zepcodec::jpegxr::SampleType type, uint32_t seed);
+zepcodec::Picture MakeImage(int width, int height, int channels, zepcodec::SampleType type,
+                            uint32_t seed);
 
-std::vector<uint8_t> Encode(const zepcodec::jpegxr::Image& image,
+std::vector<uint8_t> Encode(const zepcodec::Picture& image,
                             const zepcodec::jpegxr::EncodeOptions& options);
 
 // Where the codestream begins: the signature, then a byte with both versions, then one whose last two bits are

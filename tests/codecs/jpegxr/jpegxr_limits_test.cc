@@ -11,7 +11,7 @@
 #include <string>
 
 #include "codecs/jpegxr/header_writer.h"
-#include "jpegxr_files.h"
+#include "tests/codecs/jpegxr/jpegxr_files.h"
 
 namespace jpegxr = zepcodec::jpegxr;
 
@@ -55,7 +55,7 @@ Cost CostOf(const Bytes& file, int threads) {
     const auto start = std::chrono::steady_clock::now();
     jpegxr::DecodeOptions options;
     options.threads = threads;
-    jpegxr::Image image;
+    zepcodec::Picture image;
     jpegxr::FileInfo info;
     cost.is_picture = jpegxr::Decode(file.data(), file.size(), options, &image, &info).ok();
     cost.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
@@ -182,15 +182,15 @@ std::string ErrorOf(const Bytes& file, int64_t max_pixels) {
   jpegxr::DecodeOptions options;
   options.max_pixels = max_pixels;
   int64_t memory = 0;
-  const jpegxr::Status estimate =
+  const zepcodec::Status estimate =
       jpegxr::EstimateMemory(file.data(), file.size(), options, &memory);
-  jpegxr::Image image;
+  zepcodec::Picture image;
   jpegxr::FileInfo info;
   if (estimate.ok()) return "";
   // Nothing is taken for what is refused.
   EXPECT_EQ(jpegxr::Decode(file.data(), file.size(), options, &image, &info).text(),
             estimate.text());
-  EXPECT_EQ(image.bytes.capacity(), 0U);
+  EXPECT_EQ(image.SizeInBytes(), 0U);
   return estimate.text();
 }
 
@@ -218,11 +218,9 @@ TEST(JpegXrLimits, FlatPicturesAreAccepted) {
   for (const ColorFormat color : kColors) {
     if (kPart > 1 && color != ColorFormat::k444) continue;
     const int channels = color == ColorFormat::kGrey ? 1 : 3;
-    jpegxr::Image image;
-    image.width = 4800;
-    image.height = 4000;
-    image.channels = channels;
-    image.bytes.assign(image.Step() * 4000, 128);
+    zepcodec::Picture image;
+    ASSERT_TRUE(image.Resize(4800, 4000, zepcodec::LayoutWithChannels(channels)));
+    std::fill_n(image.Row(0), image.SizeInBytes(), uint8_t{128});
     jpegxr::EncodeOptions options;
     options.lossless = false;
     options.quantizer = 200;

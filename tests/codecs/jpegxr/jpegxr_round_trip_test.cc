@@ -7,7 +7,8 @@
 
 #include "codecs/jpegxr/float_code.h"
 #include "codecs/jpegxr/overlap_operators.h"
-#include "jpegxr_files.h"
+#include "tests/codecs/jpegxr/jpegxr_files.h"
+#include "tests/codecs/support/pictures.h"
 
 namespace jpegxr = zepcodec::jpegxr;
 
@@ -16,35 +17,35 @@ namespace {
 using jpegxr::Bands;
 using jpegxr::ColorFormat;
 using jpegxr::EncodeOptions;
-using jpegxr::Image;
 using jpegxr::Overlap;
-using jpegxr::SampleType;
 using jpegxr::W;
 using jpegxr_files::Encode;
 using jpegxr_files::MakeImage;
+using zepcodec::Picture;
+using zepcodec::SampleType;
 
 constexpr Overlap kOverlaps[] = {Overlap::kNone, Overlap::kFirst, Overlap::kBoth};
 
-Image Decode(const std::vector<uint8_t>& file, int threads = 1) {
+Picture Decode(const std::vector<uint8_t>& file, int threads = 1) {
   jpegxr::DecodeOptions options;
   options.threads = threads;
-  Image image;
+  Picture image;
   jpegxr::FileInfo info;
-  const jpegxr::Status status = jpegxr::Decode(file.data(), file.size(), options, &image, &info);
+  const zepcodec::Status status = jpegxr::Decode(file.data(), file.size(), options, &image, &info);
   EXPECT_TRUE(status.ok()) << status.text();
   EXPECT_TRUE(info.messages.empty());
   return image;
 }
 
-void ExpectExact(const Image& image, const EncodeOptions& options) {
-  const Image decoded = Decode(Encode(image, options));
-  EXPECT_EQ(decoded.width, image.width);
-  EXPECT_EQ(decoded.height, image.height);
-  EXPECT_EQ(decoded.channels, image.channels);
-  EXPECT_EQ(decoded.type, image.type);
-  EXPECT_TRUE(decoded.bytes == image.bytes)
-      << image.width << "x" << image.height << " channels " << image.channels << " type "
-      << static_cast<int>(image.type) << " overlap " << static_cast<int>(options.overlap);
+void ExpectExact(const Picture& image, const EncodeOptions& options) {
+  const Picture decoded = Decode(Encode(image, options));
+  EXPECT_EQ(decoded.width(), image.width());
+  EXPECT_EQ(decoded.height(), image.height());
+  EXPECT_EQ(decoded.channels(), image.channels());
+  EXPECT_EQ(decoded.type(), image.type());
+  EXPECT_TRUE(pictures::Same(decoded, image))
+      << image.width() << "x" << image.height() << " channels " << image.channels() << " type "
+      << static_cast<int>(image.type()) << " overlap " << static_cast<int>(options.overlap);
 }
 
 TEST(JpegXrRoundTrip, LosslessIsExact) {
@@ -54,8 +55,8 @@ TEST(JpegXrRoundTrip, LosslessIsExact) {
       options.overlap = overlap;
       for (const auto& [width, height] :
            {std::pair{1, 1}, {5, 40}, {16, 16}, {33, 17}, {130, 90}}) {
-        for (const SampleType type :
-             {SampleType::kU8, SampleType::kU16, SampleType::kS16, SampleType::kS32}) {
+        for (const SampleType type : {SampleType::kU8, SampleType::kU16, SampleType::kS16,
+                                      SampleType::kS32, SampleType::kF16}) {
           ExpectExact(MakeImage(width, height, channels, type, 2), options);
         }
       }
@@ -81,8 +82,8 @@ TEST(JpegXrRoundTrip, LosslessInTilesAndBands) {
 
 TEST(JpegXrRoundTrip, ExtremeSamples) {
   for (const SampleType type : {SampleType::kU8, SampleType::kU16, SampleType::kS16}) {
-    Image image = MakeImage(64, 64, 3, type, 4);
-    for (size_t i = 0; i < image.bytes.size(); ++i) image.bytes[i] = i / 6 % 3 == 0 ? 0xFF : 0;
+    Picture image = MakeImage(64, 64, 3, type, 4);
+    for (size_t i = 0; i < image.SizeInBytes(); ++i) image.Row(0)[i] = i / 6 % 3 == 0 ? 0xFF : 0;
     for (const Overlap overlap : kOverlaps) {
       EncodeOptions options;
       options.overlap = overlap;
@@ -91,17 +92,17 @@ TEST(JpegXrRoundTrip, ExtremeSamples) {
   }
 }
 
-double Psnr(const Image& a, const Image& b) {
+double Psnr(const Picture& a, const Picture& b) {
   double sum = 0;
-  for (size_t i = 0; i < a.bytes.size(); ++i) {
-    sum += (a.bytes[i] - b.bytes[i]) * (a.bytes[i] - b.bytes[i]);
+  for (size_t i = 0; i < a.SizeInBytes(); ++i) {
+    sum += (a.Get(i) - b.Get(i)) * (a.Get(i) - b.Get(i));
   }
-  return 10 * std::log10(255.0 * 255.0 * static_cast<double>(a.bytes.size()) / sum);
+  return 10 * std::log10(255.0 * 255.0 * static_cast<double>(a.SizeInBytes()) / sum);
 }
 
 // Better quality: larger files and less noise; fewer bands: smaller files.
 TEST(JpegXrRoundTrip, QualityAndBandsInOrder) {
-  const Image image = MakeImage(200, 150, 3, SampleType::kU8, 5);
+  const Picture image = MakeImage(200, 150, 3, SampleType::kU8, 5);
   for (const ColorFormat color : {ColorFormat::k420, ColorFormat::k422, ColorFormat::k444}) {
     EncodeOptions options;
     options.lossless = false;
@@ -129,7 +130,7 @@ TEST(JpegXrRoundTrip, QualityAndBandsInOrder) {
 }
 
 TEST(JpegXrRoundTrip, TrimmedBitsCostSizeAndQuality) {
-  const Image image = MakeImage(128, 128, 1, SampleType::kU16, 6);
+  const Picture image = MakeImage(128, 128, 1, SampleType::kU16, 6);
   EncodeOptions options;
   size_t before = Encode(image, options).size();
   for (const int trim : {2, 4, 15}) {
@@ -137,12 +138,12 @@ TEST(JpegXrRoundTrip, TrimmedBitsCostSizeAndQuality) {
     const std::vector<uint8_t> file = Encode(image, options);
     EXPECT_LT(file.size(), before);
     before = file.size();
-    EXPECT_NE(Decode(file).bytes, image.bytes);
+    EXPECT_FALSE(pictures::Same(Decode(file), image));
   }
 }
 
 TEST(JpegXrRoundTrip, ThreadsChangeNothing) {
-  const Image image = MakeImage(300, 200, 3, SampleType::kU8, 7);
+  const Picture image = MakeImage(300, 200, 3, SampleType::kU8, 7);
   for (const Overlap overlap : kOverlaps) {
     for (const int tile : {0, 64}) {
       EncodeOptions options;
@@ -152,11 +153,11 @@ TEST(JpegXrRoundTrip, ThreadsChangeNothing) {
       options.tile_width = options.tile_height = tile;
       options.threads = 1;
       const std::vector<uint8_t> file = Encode(image, options);
-      const Image decoded = Decode(file);
+      const Picture decoded = Decode(file);
       for (const int threads : {2, 3, 7}) {
         options.threads = threads;
         EXPECT_TRUE(Encode(image, options) == file) << threads;
-        EXPECT_TRUE(Decode(file, threads).bytes == decoded.bytes) << threads;
+        EXPECT_TRUE(pictures::Same(Decode(file, threads), decoded)) << threads;
       }
     }
   }
@@ -260,21 +261,22 @@ void FilterOld(size_t width, size_t height, int16_t* samples) {
 
 // Samples that were filtered before they were coded without overlap: a stream of sub-version 0.
 TEST(JpegXrRoundTrip, OldOverlapIsUndone) {
-  const Image image = MakeImage(96, 64, 1, SampleType::kS16, 12);
+  const Picture image = MakeImage(96, 64, 1, SampleType::kS16, 12);
   std::vector<int16_t> samples(96 * 64);
-  std::memcpy(samples.data(), image.bytes.data(), image.bytes.size());
+  std::memcpy(samples.data(), image.Row(0), image.SizeInBytes());
   for (int16_t& sample : samples) sample = static_cast<int16_t>(sample / 4);
-  Image filtered = image, expected = image;
-  std::memcpy(expected.bytes.data(), samples.data(), image.bytes.size());
+  Picture filtered = pictures::CopyOf(image);
+  Picture expected = pictures::CopyOf(image);
+  std::memcpy(expected.Row(0), samples.data(), image.SizeInBytes());
   FilterOld(96, 64, samples.data());
-  std::memcpy(filtered.bytes.data(), samples.data(), image.bytes.size());
+  std::memcpy(filtered.Row(0), samples.data(), image.SizeInBytes());
   EncodeOptions options;
   options.overlap = Overlap::kNone;
   std::vector<uint8_t> file = Encode(filtered, options);
   const size_t versions = jpegxr_files::CodestreamOf(file) + 8;
   file[versions] &= 0xF0;
   file[versions + 1] |= 1;
-  for (const int threads : {1, 3}) EXPECT_TRUE(Decode(file, threads).bytes == expected.bytes);
+  for (const int threads : {1, 3}) EXPECT_TRUE(pictures::Same(Decode(file, threads), expected));
 }
 
 TEST(JpegXrRoundTrip, FloatsToTheirMantissa) {
@@ -286,30 +288,30 @@ TEST(JpegXrRoundTrip, FloatsToTheirMantissa) {
       EXPECT_NEAR(again, value, std::max(std::fabs(value) * std::ldexp(1.0f, -mantissa), smallest));
     }
   }
-  const Image image = MakeImage(60, 50, 1, SampleType::kF32, 8);
-  const Image decoded = Decode(Encode(image, EncodeOptions()));
-  for (size_t i = 0; i < image.bytes.size(); i += 4) {
+  const Picture image = MakeImage(60, 50, 1, SampleType::kF32, 8);
+  const Picture decoded = Decode(Encode(image, EncodeOptions()));
+  for (size_t i = 0; i < image.SizeInBytes(); i += 4) {
     float before, after;
-    std::memcpy(&before, &image.bytes[i], 4);
-    std::memcpy(&after, &decoded.bytes[i], 4);
+    std::memcpy(&before, image.Row(0) + i, 4);
+    std::memcpy(&after, decoded.Row(0) + i, 4);
     ASSERT_NEAR(before, after, std::max(std::fabs(before) / 8192, 1e-5f)) << i;
   }
 }
 
 TEST(JpegXrRoundTrip, WideIntegersLoseWhatIsShifted) {
-  const Image image = MakeImage(40, 40, 3, SampleType::kU16, 9);
+  const Picture image = MakeImage(40, 40, 3, SampleType::kU16, 9);
   EncodeOptions options;
   options.shift = 4;
-  const Image decoded = Decode(Encode(image, options));
-  for (size_t i = 0; i < image.bytes.size(); i += 2) {
-    ASSERT_EQ(decoded.bytes[i], image.bytes[i] & 0xF0);
-    ASSERT_EQ(decoded.bytes[i + 1], image.bytes[i + 1]);
+  const Picture decoded = Decode(Encode(image, options));
+  for (size_t i = 0; i < image.SizeInBytes(); i += 2) {
+    ASSERT_EQ(decoded.Row(0)[i], image.Row(0)[i] & 0xF0);
+    ASSERT_EQ(decoded.Row(0)[i + 1], image.Row(0)[i + 1]);
   }
 }
 
 TEST(JpegXrRoundTrip, BadOptionsAreRefused) {
-  const Image image = MakeImage(20, 20, 3, SampleType::kU8, 10);
-  jpegxr::ByteBuffer file;
+  const Picture image = MakeImage(20, 20, 3, SampleType::kU8, 10);
+  zepcodec::ByteBuffer file;
   const auto fails = [&](auto change) {
     EncodeOptions options;
     change(&options);
@@ -320,13 +322,11 @@ TEST(JpegXrRoundTrip, BadOptionsAreRefused) {
   EXPECT_TRUE(fails([](EncodeOptions* o) { o->tile_width = 24; }));
   EXPECT_TRUE(fails([](EncodeOptions* o) { o->trim = 16; }));
   EXPECT_TRUE(fails([](EncodeOptions* o) { o->shift = 8; }));
-  Image wrong = image;
-  wrong.channels = 4;
-  wrong.Resize();
-  EXPECT_FALSE(jpegxr::Encode(wrong, EncodeOptions(), &file).ok());
-  wrong = image;
-  wrong.bytes.pop_back();
-  EXPECT_FALSE(jpegxr::Encode(wrong, EncodeOptions(), &file).ok());
+  for (const auto layout : {zepcodec::PixelLayout::kRgba, zepcodec::PixelLayout::kCmyk}) {
+    Picture wrong;
+    ASSERT_TRUE(wrong.Resize(20, 20, layout));
+    EXPECT_FALSE(jpegxr::Encode(wrong, EncodeOptions(), &file).ok());
+  }
 }
 
 }  // namespace

@@ -51,7 +51,7 @@ void Pair(const Settings& settings, const std::string& key, int* first, int* sec
   *second = std::atoi(found->second.c_str() + found->second.find('x') + 1);
 }
 
-int Fail(const jpegxr::Status& status) {
+int Fail(const zepcodec::Status& status) {
   std::fprintf(stderr, "%s\n", status.text().c_str());
   return 1;
 }
@@ -60,14 +60,14 @@ int DecodeFile(const std::string& from, const std::string& to, const Settings& s
   const Bytes file = ReadAll(from);
   jpegxr::DecodeOptions options;
   options.threads = Number(settings, "threads", 0);
-  jpegxr::Image image;
+  zepcodec::Picture image;
   jpegxr::FileInfo info;
-  const jpegxr::Status status = jpegxr::Decode(file.data(), file.size(), options, &image, &info);
+  const zepcodec::Status status = jpegxr::Decode(file.data(), file.size(), options, &image, &info);
   if (!status.ok()) return Fail(status);
-  std::printf("%dx%d channels=%d type=%d\n", image.width, image.height, image.channels,
-              static_cast<int>(image.type));
+  std::printf("%dx%d channels=%d type=%d\n", image.width(), image.height(), image.channels(),
+              static_cast<int>(image.type()));
   for (const std::string& line : info.messages.Lines()) std::printf("message: %s\n", line.c_str());
-  WriteAll(to, image.bytes.data(), image.bytes.size());
+  WriteAll(to, image.Row(0), image.SizeInBytes());
   return 0;
 }
 
@@ -91,13 +91,21 @@ jpegxr::EncodeOptions OptionsOf(const Settings& settings) {
 }
 
 int EncodeFile(const std::string& from, const std::string& to, const Settings& settings) {
-  jpegxr::Image image;
-  Pair(settings, "size", &image.width, &image.height);
-  image.channels = Number(settings, "channels", 1);
-  image.type = static_cast<jpegxr::SampleType>(Number(settings, "type", 0));
-  image.bytes = ReadAll(from);
-  jpegxr::ByteBuffer file;
-  const jpegxr::Status status = jpegxr::Encode(image, OptionsOf(settings), &file);
+  zepcodec::Picture image;
+  int width = 0;
+  int height = 0;
+  Pair(settings, "size", &width, &height);
+  const auto type = static_cast<zepcodec::SampleType>(Number(settings, "type", 0));
+  const Bytes samples = ReadAll(from);
+  if (!image.Resize(width, height, zepcodec::LayoutWithChannels(Number(settings, "channels", 1)),
+                    type) ||
+      samples.size() != image.SizeInBytes()) {
+    std::fprintf(stderr, "the samples do not fit the size\n");
+    return 1;
+  }
+  std::copy(samples.begin(), samples.end(), image.Row(0));
+  zepcodec::ByteBuffer file;
+  const zepcodec::Status status = jpegxr::Encode(image, OptionsOf(settings), &file);
   if (!status.ok()) return Fail(status);
   WriteAll(to, file.data(), file.size());
   return 0;

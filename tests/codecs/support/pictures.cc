@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tests/codecs/support/pictures.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -10,8 +12,8 @@ namespace pictures {
 namespace {
 
 template <class Function>
-zepcodec::Image Make(int width, int height, zepcodec::PixelLayout layout, Function sample) {
-  zepcodec::Image image;
+zepcodec::Picture Make(int width, int height, zepcodec::PixelLayout layout, Function sample) {
+  zepcodec::Picture image;
   if (!image.Resize(width, height, layout)) std::abort();
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
@@ -26,13 +28,13 @@ zepcodec::Image Make(int width, int height, zepcodec::PixelLayout layout, Functi
 
 }  // namespace
 
-zepcodec::Image Smooth(int width, int height, zepcodec::PixelLayout layout) {
+zepcodec::Picture Smooth(int width, int height, zepcodec::PixelLayout layout) {
   return Make(width, height, layout, [](int x, int y, int c) {
     return 128 + 60 * std::sin(0.05 * x + 1.3 * c) + 50 * std::cos(0.04 * y - 0.9 * c);
   });
 }
 
-zepcodec::Image Detailed(int width, int height, zepcodec::PixelLayout layout, uint32_t seed) {
+zepcodec::Picture Detailed(int width, int height, zepcodec::PixelLayout layout, uint32_t seed) {
   std::mt19937 random(seed);
   return Make(width, height, layout, [&](int x, int y, int c) {
     const double wave = 128 + 70 * std::sin(0.06 * x + c) + 50 * std::cos(0.11 * y + 0.7 * c);
@@ -57,21 +59,58 @@ Difference Compare(const Bytes& a, const Bytes& b) {
   return difference;
 }
 
-Difference Compare(const zepcodec::Image& a, const zepcodec::Image& b) {
+Difference Compare(const zepcodec::Picture& a, const zepcodec::Picture& b) {
   if (a.width() != b.width() || a.height() != b.height() || a.layout() != b.layout()) {
     return {255, 255};
   }
   return Compare(ToBytes(a), ToBytes(b));
 }
 
-bool Same(const zepcodec::Image& a, const zepcodec::Image& b) { return Compare(a, b).most == 0; }
+bool Same(const zepcodec::Picture& a, const zepcodec::Picture& b) {
+  return a.type() == b.type() && a.bits() == b.bits() && Compare(a, b).most == 0;
+}
 
 Bytes ToBytes(const zepcodec::ByteBuffer& buffer) {
   return Bytes(buffer.data(), buffer.data() + buffer.size());
 }
 
-Bytes ToBytes(const zepcodec::Image& image) {
+Bytes ToBytes(const zepcodec::Picture& image) {
   return Bytes(image.Row(0), image.Row(0) + image.SizeInBytes());
+}
+
+zepcodec::Picture Noisy(int width, int height, int channels, int bits, uint32_t seed) {
+  std::mt19937 random(seed);
+  zepcodec::Picture picture;
+  EXPECT_TRUE(picture.Resize(width, height,
+                             zepcodec::LayoutOfComponents(static_cast<size_t>(channels)), bits));
+  const int most = picture.MaxValue();
+  size_t index = 0;
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      for (int c = 0; c < channels; ++c, ++index) {
+        const auto noise = static_cast<int>(random() % 7) - 3;
+        int value = (x + c * y) * most / (width + c * height) + noise;
+        const uint32_t surprise = random() % 64;
+        if (surprise == 0) value = static_cast<int>(random() & 0xFFFF) & most;
+        if (surprise == 1) value = 0;
+        if (surprise == 2) value = most;
+        picture.Set(index, std::clamp(value, 0, most));
+      }
+    }
+  }
+  return picture;
+}
+
+zepcodec::Picture CopyOf(const zepcodec::Picture& picture) {
+  zepcodec::Picture copy;
+  const bool is_integer =
+      picture.type() == zepcodec::SampleType::kU8 || picture.type() == zepcodec::SampleType::kU16;
+  EXPECT_TRUE(
+      is_integer
+          ? copy.Resize(picture.width(), picture.height(), picture.layout(), picture.bits())
+          : copy.Resize(picture.width(), picture.height(), picture.layout(), picture.type()));
+  std::copy(picture.Row(0), picture.Row(0) + picture.SizeInBytes(), copy.Row(0));
+  return copy;
 }
 
 }  // namespace pictures

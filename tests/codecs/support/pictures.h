@@ -7,16 +7,20 @@
 #include <vector>
 
 #include "codecs/support/byte_buffer.h"
-#include "codecs/support/image.h"
+#include "codecs/support/picture.h"
 
 namespace pictures {
 
 using Bytes = std::vector<uint8_t>;
 
 // Slow gradients, different in each channel: what every sampling keeps.
-zepcodec::Image Smooth(int width, int height, zepcodec::PixelLayout layout);
+zepcodec::Picture Smooth(int width, int height, zepcodec::PixelLayout layout);
 // Gradients, discs and some noise, as in a photograph.
-zepcodec::Image Detailed(int width, int height, zepcodec::PixelLayout layout, uint32_t seed = 1);
+zepcodec::Picture Detailed(int width, int height, zepcodec::PixelLayout layout, uint32_t seed = 1);
+// Of any depth, its channels the components of a file (four are inks): gradients with some noise, now
+// and then a sample of any value, the least and the largest among them.
+zepcodec::Picture Noisy(int width, int height, int channels, int bits, uint32_t seed = 1);
+zepcodec::Picture CopyOf(const zepcodec::Picture& picture);
 
 struct Difference {
   int most = 0;
@@ -24,13 +28,13 @@ struct Difference {
 };
 
 // Of all samples. Pictures of different size or layout differ by 255.
-Difference Compare(const zepcodec::Image& a, const zepcodec::Image& b);
+Difference Compare(const zepcodec::Picture& a, const zepcodec::Picture& b);
 Difference Compare(const Bytes& a, const Bytes& b);
-bool Same(const zepcodec::Image& a, const zepcodec::Image& b);
+bool Same(const zepcodec::Picture& a, const zepcodec::Picture& b);
 
 Bytes ToBytes(const zepcodec::ByteBuffer& buffer);
 // The samples of a picture.
-Bytes ToBytes(const zepcodec::Image& image);
+Bytes ToBytes(const zepcodec::Picture& image);
 
 }  // namespace pictures
 

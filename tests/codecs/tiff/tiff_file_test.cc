@@ -11,18 +11,18 @@
 
 #include "codecs/tiff/codec.h"
 #include "harness/guarded.h"
-#include "tests/codecs/support/rasters.h"
+#include "tests/codecs/support/pictures.h"
 
 namespace tiff = zepcodec::tiff;
 
 namespace {
 
-using rasters::Bytes;
+using pictures::Bytes;
 using tiff::Compression;
 using tiff::EncodeOptions;
-using zepcodec::Raster;
+using zepcodec::Picture;
 
-Bytes Encode(const Raster& picture, const EncodeOptions& options) {
+Bytes Encode(const zepcodec::Picture& picture, const EncodeOptions& options) {
   zepcodec::ByteBuffer file;
   const zepcodec::Status status = tiff::Encode(picture, options, &file);
   EXPECT_TRUE(status.ok()) << status.text();
@@ -30,14 +30,14 @@ Bytes Encode(const Raster& picture, const EncodeOptions& options) {
 }
 
 // In memory that ends where the file ends.
-zepcodec::Status Decode(const Bytes& file, Raster* picture, tiff::FileInfo* info) {
+zepcodec::Status Decode(const Bytes& file, zepcodec::Picture* picture, tiff::FileInfo* info) {
   harness::Guarded<uint8_t> memory(file.size());
   if (!file.empty()) std::memcpy(memory.data(), file.data(), file.size());
   return tiff::Decode(memory.data(), file.size(), tiff::DecodeOptions(), picture, info);
 }
 
 std::string ErrorOf(const Bytes& file) {
-  Raster picture;
+  zepcodec::Picture picture;
   tiff::FileInfo info;
   return Decode(file, &picture, &info).text();
 }
@@ -57,14 +57,14 @@ TEST(Tiff, EveryKindComesBack) {
           for (const Compression compression : {Compression::kNone, Compression::kPackBits}) {
             for (const bool has_byte_planes : {false, true}) {
               if (has_byte_planes && bits == 8) continue;
-              const Raster picture = rasters::Noisy(width, height, channels, bits);
+              const zepcodec::Picture picture = pictures::Noisy(width, height, channels, bits);
               const Bytes file = Encode(picture, Options(compression, has_byte_planes));
-              Raster back;
+              zepcodec::Picture back;
               tiff::FileInfo info;
               ASSERT_EQ(Decode(file, &back, &info).text(), "");
               EXPECT_TRUE(info.messages.empty());
               EXPECT_EQ(info.has_byte_planes, has_byte_planes);
-              ASSERT_TRUE(rasters::Same(picture, back)) << width << " x " << height;
+              ASSERT_TRUE(pictures::Same(picture, back)) << width << " x " << height;
             }
           }
         }
@@ -77,7 +77,7 @@ TEST(Tiff, ProfileAndResolution) {
   EncodeOptions options;
   options.icc_profile = {1, 2, 3, 4, 5};
   options.dots_per_inch = 300;
-  const Bytes file = Encode(rasters::Noisy(9, 9, 3, 8), options);
+  const Bytes file = Encode(pictures::Noisy(9, 9, 3, 8), options);
   tiff::FileInfo info;
   ASSERT_TRUE(tiff::ReadFileInfo(file.data(), file.size(), &info).ok());
   EXPECT_EQ(info.icc_profile, options.icc_profile);
@@ -87,8 +87,8 @@ TEST(Tiff, ProfileAndResolution) {
 }
 
 TEST(Tiff, BytePlanesPackBetter) {
-  Raster picture;
-  ASSERT_TRUE(picture.Resize(300, 100, 1, 16));
+  zepcodec::Picture picture;
+  ASSERT_TRUE(picture.Resize(300, 100, zepcodec::PixelLayout::kGrey, 16));
   std::mt19937 random(2);
   for (size_t i = 0; i < picture.SampleCount(); ++i) {
     picture.Set(i, static_cast<int>(0x1200 + i / 3000 * 256 + (random() & 63)));
@@ -100,11 +100,11 @@ TEST(Tiff, BytePlanesPackBetter) {
 
 TEST(Tiff, OptionsThatDoNotFit) {
   zepcodec::ByteBuffer file;
-  EXPECT_FALSE(tiff::Encode(Raster(), EncodeOptions(), &file).ok());
-  EXPECT_FALSE(tiff::Encode(rasters::Noisy(4, 4, 2, 8), EncodeOptions(), &file).ok());
-  EXPECT_FALSE(tiff::Encode(rasters::Noisy(4, 4, 1, 12), EncodeOptions(), &file).ok());
+  EXPECT_FALSE(tiff::Encode(zepcodec::Picture(), EncodeOptions(), &file).ok());
+  EXPECT_FALSE(tiff::Encode(pictures::Noisy(4, 4, 2, 8), EncodeOptions(), &file).ok());
+  EXPECT_FALSE(tiff::Encode(pictures::Noisy(4, 4, 1, 12), EncodeOptions(), &file).ok());
   const EncodeOptions planes = Options(Compression::kNone, true);
-  EXPECT_FALSE(tiff::Encode(rasters::Noisy(4, 4, 1, 8), planes, &file).ok());
+  EXPECT_FALSE(tiff::Encode(pictures::Noisy(4, 4, 1, 8), planes, &file).ok());
 }
 
 // A file field by field, as other programs might write it: fields of one short or long each, then strips.
@@ -187,7 +187,7 @@ TEST(Tiff, BothOrdersOfBytes) {
   for (const bool is_big_endian : {false, true}) {
     for (const int bits : {8, 16}) {
       for (const int photometric : {0, 1}) {
-        Raster back;
+        zepcodec::Picture back;
         tiff::FileInfo info;
         ASSERT_EQ(Decode(Grey(is_big_endian, bits, photometric), &back, &info).text(), "");
         EXPECT_TRUE(info.messages.empty());
@@ -213,7 +213,7 @@ TEST(Tiff, PlanesAndPacketsAcrossRows) {
   builder.Field(277, 3, {3});
   builder.Field(284, 3, {2});
   const Bytes file = builder.Make({{0xFD, 7}, {3, 1, 2, 3, 4}, {0xFF, 8, 0xFF, 9}});
-  Raster back;
+  zepcodec::Picture back;
   tiff::FileInfo info;
   ASSERT_EQ(Decode(file, &back, &info).text(), "");
   EXPECT_TRUE(info.messages.empty());
@@ -252,7 +252,7 @@ TEST(Tiff, TruncatedAtEveryByte) {
   const Bytes file = Grey(true, 16, 1);
   for (size_t size = 0; size < file.size(); ++size) {
     const Bytes part(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(size));
-    Raster back;
+    zepcodec::Picture back;
     tiff::FileInfo info;
     const zepcodec::Status status = Decode(part, &back, &info);
     if (size + 12 < file.size()) {
@@ -274,13 +274,13 @@ TEST(Tiff, EveryByteChanged) {
   std::mt19937 random(5);
   for (const bool has_byte_planes : {false, true}) {
     const Bytes file =
-        Encode(rasters::Noisy(21, 11, 3, 16), Options(Compression::kPackBits, has_byte_planes));
+        Encode(pictures::Noisy(21, 11, 3, 16), Options(Compression::kPackBits, has_byte_planes));
     for (size_t i = 0; i < file.size(); ++i) {
       for (const int value :
            {0, 255, file[i] ^ 0x80, file[i] + 1, static_cast<int>(random() & 255)}) {
         Bytes changed = file;
         changed[i] = static_cast<uint8_t>(value);
-        Raster back;
+        zepcodec::Picture back;
         tiff::FileInfo info;
         const zepcodec::Status status = Decode(changed, &back, &info);
         ASSERT_EQ(status.ok(), status.text().empty());
@@ -301,10 +301,10 @@ TEST(Tiff, HugeHeadersCostNothing) {
     EXPECT_NE(ErrorOf(builder.Make({Bytes(100)})), "");
   }
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(200));
-  const Bytes small = Encode(rasters::Noisy(20, 10, 1, 8), EncodeOptions());
+  const Bytes small = Encode(pictures::Noisy(20, 10, 1, 8), EncodeOptions());
   tiff::DecodeOptions options;
   options.max_pixels = 199;
-  Raster picture;
+  zepcodec::Picture picture;
   tiff::FileInfo info;
   EXPECT_NE(tiff::Decode(small.data(), small.size(), options, &picture, &info).text().find("limit"),
             std::string::npos);
@@ -346,7 +346,7 @@ TEST(Tiff, ManyStripsAreQuick) {
     if (has_sizes) {
       for (uint32_t i = 0; i < kStrips; ++i) add(60000, 2);
     }
-    Raster picture;
+    zepcodec::Picture picture;
     tiff::FileInfo info;
     ASSERT_EQ(Decode(file, &picture, &info).text(), "");
     EXPECT_EQ(info.messages.count(), kStrips / 2);

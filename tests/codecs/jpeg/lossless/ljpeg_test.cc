@@ -15,7 +15,7 @@
 
 #include "codecs/jpeg/lossless/codec.h"
 #include "harness/guarded.h"
-#include "tests/codecs/support/rasters.h"
+#include "tests/codecs/support/pictures.h"
 
 namespace ljpeg = zepcodec::jpeg::lossless;
 
@@ -23,10 +23,10 @@ namespace {
 
 using ljpeg::EncodeOptions;
 using ljpeg::Tables;
-using rasters::Bytes;
-using zepcodec::Raster;
+using pictures::Bytes;
+using zepcodec::Picture;
 
-Bytes Encode(const Raster& picture, const EncodeOptions& options) {
+Bytes Encode(const zepcodec::Picture& picture, const EncodeOptions& options) {
   zepcodec::ByteBuffer file;
   const zepcodec::Status status = ljpeg::Encode(picture, options, &file);
   EXPECT_TRUE(status.ok()) << status.text();
@@ -34,25 +34,25 @@ Bytes Encode(const Raster& picture, const EncodeOptions& options) {
 }
 
 // In memory that ends where the file ends.
-zepcodec::Status Decode(const Bytes& file, Raster* picture, ljpeg::FileInfo* info) {
+zepcodec::Status Decode(const Bytes& file, zepcodec::Picture* picture, ljpeg::FileInfo* info) {
   harness::Guarded<uint8_t> memory(file.size());
   if (!file.empty()) std::memcpy(memory.data(), file.data(), file.size());
   return ljpeg::Decode(memory.data(), file.size(), ljpeg::DecodeOptions(), picture, info);
 }
 
 std::string ErrorOf(const Bytes& file) {
-  Raster picture;
+  zepcodec::Picture picture;
   ljpeg::FileInfo info;
   return Decode(file, &picture, &info).text();
 }
 
-void ExpectRoundTrip(const Raster& picture, const EncodeOptions& options) {
+void ExpectRoundTrip(const zepcodec::Picture& picture, const EncodeOptions& options) {
   SCOPED_TRACE(testing::Message() << picture.width() << " x " << picture.height() << " x "
                                   << picture.channels() << ", " << picture.bits()
                                   << " bits, predictor " << options.predictor << ", transform "
                                   << options.point_transform);
   const Bytes file = Encode(picture, options);
-  Raster back;
+  zepcodec::Picture back;
   ljpeg::FileInfo info;
   ASSERT_EQ(Decode(file, &back, &info).text(), "");
   EXPECT_TRUE(info.messages.empty()) << info.messages.kept()[0].ToString();
@@ -68,8 +68,8 @@ void ExpectRoundTrip(const Raster& picture, const EncodeOptions& options) {
 TEST(Ljpeg, EveryDepthAndPredictor) {
   for (int bits = 2; bits <= 16; ++bits) {
     for (int channels = 1; channels <= 4; ++channels) {
-      const Raster picture =
-          rasters::Noisy(67, 19, channels, bits, static_cast<uint32_t>(bits * 5 + channels));
+      const zepcodec::Picture picture =
+          pictures::Noisy(67, 19, channels, bits, static_cast<uint32_t>(bits * 5 + channels));
       for (int predictor = 1; predictor <= 7; ++predictor) {
         EncodeOptions options;
         options.predictor = predictor;
@@ -84,7 +84,7 @@ TEST(Ljpeg, EverySizeUpToTwoVectors) {
     EncodeOptions options;
     options.predictor = 1 + width % 7;
     options.tables = static_cast<Tables>(width % 3);
-    ExpectRoundTrip(rasters::Noisy(width, 1 + width % 4, 1 + width % 4, 12), options);
+    ExpectRoundTrip(pictures::Noisy(width, 1 + width % 4, 1 + width % 4, 12), options);
   }
 }
 
@@ -94,7 +94,7 @@ TEST(Ljpeg, PointTransforms) {
       EncodeOptions options;
       options.point_transform = shift;
       options.predictor = shift > 0 ? 6 : 7;
-      ExpectRoundTrip(rasters::Noisy(33, 9, 3, bits), options);
+      ExpectRoundTrip(pictures::Noisy(33, 9, 3, bits), options);
     }
   }
 }
@@ -106,7 +106,7 @@ TEST(Ljpeg, RestartIntervals) {
       options.restart_rows = rows;
       options.predictor = 4;
       options.tables = tables;
-      ExpectRoundTrip(rasters::Noisy(50, 41, 3, 8), options);
+      ExpectRoundTrip(pictures::Noisy(50, 41, 3, 8), options);
     }
   }
 }
@@ -114,8 +114,8 @@ TEST(Ljpeg, RestartIntervals) {
 TEST(Ljpeg, AllOfTheRange) {
   // Noise over all 16 bits needs every category, 16 among them.
   std::mt19937 random(9);
-  Raster picture;
-  ASSERT_TRUE(picture.Resize(300, 40, 1, 16));
+  zepcodec::Picture picture;
+  ASSERT_TRUE(picture.Resize(300, 40, zepcodec::PixelLayout::kGrey, 16));
   for (size_t i = 0; i < picture.SampleCount(); ++i) {
     picture.Set(i,
                 random() % 4 == 0 ? (i % 2 == 0 ? 0 : 0x8000) : static_cast<int>(random() & 65535));
@@ -131,7 +131,7 @@ TEST(Ljpeg, AllOfTheRange) {
 }
 
 TEST(Ljpeg, BetterTablesMakeSmallerFiles) {
-  const Raster picture = rasters::Noisy(200, 100, 3, 10);
+  const zepcodec::Picture picture = pictures::Noisy(200, 100, 3, 10);
   EncodeOptions options;
   options.tables = Tables::kFixed;
   const size_t fixed = Encode(picture, options).size();
@@ -143,7 +143,7 @@ TEST(Ljpeg, BetterTablesMakeSmallerFiles) {
 }
 
 TEST(Ljpeg, OptionsThatDoNotFit) {
-  const auto error = [](const Raster& picture, const EncodeOptions& options) {
+  const auto error = [](const zepcodec::Picture& picture, const EncodeOptions& options) {
     zepcodec::ByteBuffer file;
     return ljpeg::Encode(picture, options, &file).text();
   };
@@ -154,7 +154,7 @@ TEST(Ljpeg, OptionsThatDoNotFit) {
     options.restart_rows = rows;
     return options;
   };
-  const Raster deep = rasters::Noisy(40, 3, 1, 16);
+  const zepcodec::Picture deep = pictures::Noisy(40, 3, 1, 16);
   EXPECT_EQ(error(deep, with(6, 0, 0)), "");
   EXPECT_EQ(error(deep, with(6, 1, 0)), "");
   EXPECT_NE(error(deep, with(0, 0, 0)), "");
@@ -163,9 +163,9 @@ TEST(Ljpeg, OptionsThatDoNotFit) {
   EXPECT_NE(error(deep, with(1, -1, 0)), "");
   EXPECT_EQ(error(deep, with(1, 0, 1638)), "");
   EXPECT_NE(error(deep, with(1, 0, 1639)).find("1638 rows"), std::string::npos);
-  EXPECT_NE(error(rasters::Noisy(4, 4, 1, 1), with(1, 0, 0)), "");
-  EXPECT_NE(error(rasters::Noisy(65536, 1, 1, 8), with(1, 0, 0)), "");
-  EXPECT_NE(error(Raster(), with(1, 0, 0)), "");
+  EXPECT_NE(error(pictures::Noisy(4, 4, 1, 1), with(1, 0, 0)), "");
+  EXPECT_NE(error(pictures::Noisy(65536, 1, 1, 8), with(1, 0, 0)), "");
+  EXPECT_NE(error(zepcodec::Picture(), with(1, 0, 0)), "");
 }
 
 // Segments by their markers; the coded data are left out.
@@ -344,7 +344,7 @@ TEST(Ljpeg, EverySamplingAndPredictor) {
           SCOPED_TRACE(testing::Message() << number << ": " << width << " x " << height << ", "
                                           << factors.size() << " components, predictor "
                                           << predictor << (interleaved ? ", interleaved" : ""));
-          Raster back;
+          zepcodec::Picture back;
           ljpeg::FileInfo info;
           ASSERT_EQ(Decode(file, &back, &info).text(), "");
           EXPECT_TRUE(info.messages.empty()) << info.messages.kept()[0].ToString();
@@ -368,7 +368,7 @@ TEST(Ljpeg, FactorsOfASingleComponentSayNothing) {
   Model model(23, 11, 12, {{1, 1}});
   Bytes file = model.File(false, 4, 0);
   file[Find(file, kFrame) + 11] = 0x23;
-  Raster back;
+  zepcodec::Picture back;
   ljpeg::FileInfo info;
   ASSERT_EQ(Decode(file, &back, &info).text(), "");
   EXPECT_EQ(back.Get(22 + 10 * 23), model.Expected(22, 10, 0));
@@ -383,13 +383,13 @@ TEST(Ljpeg, ReducedComponentsInDamagedFiles) {
     for (size_t i = 0; i < file.size(); ++i) {
       Bytes changed = file;
       changed[i] = static_cast<uint8_t>(random());
-      Raster back;
+      zepcodec::Picture back;
       ljpeg::FileInfo info;
       if (!Decode(changed, &back, &info).ok()) continue;
       for (size_t k = 0; k < back.SampleCount(); ++k) ASSERT_LE(back.Get(k), back.MaxValue());
     }
     for (size_t size = 0; size < file.size(); size += 3) {
-      Raster back;
+      zepcodec::Picture back;
       ljpeg::FileInfo info;
       const Bytes part(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(size));
       EXPECT_TRUE(!Decode(part, &back, &info).ok() || !info.messages.empty());
@@ -398,15 +398,15 @@ TEST(Ljpeg, ReducedComponentsInDamagedFiles) {
 }
 
 // One scan for each component, made of grey files.
-Bytes InSeparateScans(int channels, int bits, Raster* picture) {
-  *picture = rasters::Noisy(45, 23, channels, bits);
+Bytes InSeparateScans(int channels, int bits, zepcodec::Picture* picture) {
+  *picture = pictures::Noisy(45, 23, channels, bits);
   EncodeOptions options;
   options.restart_rows = 5;
   Bytes file = Encode(*picture, options);
   file.resize(Find(file, kTable));
   for (int c = 0; c < channels; ++c) {
-    Raster plane;
-    EXPECT_TRUE(plane.Resize(45, 23, 1, bits));
+    zepcodec::Picture plane;
+    EXPECT_TRUE(plane.Resize(45, 23, zepcodec::PixelLayout::kGrey, bits));
     for (size_t i = 0; i < plane.SampleCount(); ++i) {
       plane.Set(i, picture->Get(i * static_cast<size_t>(channels) + static_cast<size_t>(c)));
     }
@@ -423,24 +423,24 @@ Bytes InSeparateScans(int channels, int bits, Raster* picture) {
 TEST(Ljpeg, AScanForEachComponent) {
   for (int channels = 1; channels <= 4; ++channels) {
     for (const int bits : {8, 16}) {
-      Raster picture;
+      zepcodec::Picture picture;
       const Bytes file = InSeparateScans(channels, bits, &picture);
-      Raster back;
+      zepcodec::Picture back;
       ljpeg::FileInfo info;
       ASSERT_EQ(Decode(file, &back, &info).text(), "");
       EXPECT_TRUE(info.messages.empty()) << info.messages.kept()[0].ToString();
-      EXPECT_TRUE(rasters::Same(picture, back));
+      EXPECT_TRUE(pictures::Same(picture, back));
     }
   }
 }
 
 TEST(Ljpeg, AComponentThatIsMissing) {
-  Raster picture;
+  zepcodec::Picture picture;
   Bytes file = InSeparateScans(3, 8, &picture);
   const uint8_t table[] = {0xFF, kTable};
   const auto at = std::find_end(file.begin(), file.end(), std::begin(table), std::end(table));
   file.erase(at, file.end());  // the third component
-  Raster back;
+  zepcodec::Picture back;
   ljpeg::FileInfo info;
   ASSERT_EQ(Decode(file, &back, &info).text(), "");
   EXPECT_FALSE(info.messages.empty());
@@ -452,7 +452,7 @@ TEST(Ljpeg, AComponentThatIsMissing) {
 TEST(Ljpeg, WhatIsNotSupportedIsNamed) {
   EncodeOptions options;
   options.restart_rows = 2;
-  const Bytes file = Encode(rasters::Noisy(20, 10, 3, 16), options);
+  const Bytes file = Encode(pictures::Noisy(20, 10, 3, 16), options);
   const size_t frame = Find(file, kFrame), scan = Find(file, kScan), dri = Find(file, kInterval);
   struct {
     size_t offset;
@@ -482,7 +482,7 @@ TEST(Ljpeg, WhatIsNotSupportedIsNamed) {
     EXPECT_NE(ErrorOf(changed).find(entry.text), std::string::npos)
         << entry.text << ": " << ErrorOf(changed);
   }
-  Bytes eight = Encode(rasters::Noisy(20, 10, 1, 8), EncodeOptions());
+  Bytes eight = Encode(pictures::Noisy(20, 10, 1, 8), EncodeOptions());
   eight[Find(eight, kScan) + 9] = 8;
   EXPECT_NE(ErrorOf(eight).find("leaves nothing"), std::string::npos);
 }
@@ -490,7 +490,7 @@ TEST(Ljpeg, WhatIsNotSupportedIsNamed) {
 TEST(Ljpeg, WhatItIs) {
   EncodeOptions options;
   options.metadata.segments = {{0xE1, {1, 2, 3}}, {0xFE, {0xFF, 0xC3, 4}}};
-  const Bytes file = Encode(rasters::Noisy(20, 10, 3, 16), options);
+  const Bytes file = Encode(pictures::Noisy(20, 10, 3, 16), options);
   EXPECT_TRUE(ljpeg::IsLosslessJpeg(file.data(), file.size()));
   ljpeg::FileInfo info;
   ASSERT_TRUE(ljpeg::ReadFileInfo(file.data(), file.size(), &info).ok());
@@ -512,12 +512,12 @@ TEST(Ljpeg, WhatItIs) {
 
 TEST(Ljpeg, TruncatedAtEveryByte) {
   EncodeOptions options;
-  const Raster picture = rasters::Noisy(31, 17, 3, 12);
+  const zepcodec::Picture picture = pictures::Noisy(31, 17, 3, 12);
   const Bytes file = Encode(picture, options);
   const size_t data = Find(file, kScan) + 14;
   for (size_t size = 0; size < file.size(); ++size) {
     const Bytes part(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(size));
-    Raster back;
+    zepcodec::Picture back;
     ljpeg::FileInfo info;
     const zepcodec::Status status = Decode(part, &back, &info);
     ASSERT_EQ(status.ok(), size >= data) << size;
@@ -534,14 +534,14 @@ TEST(Ljpeg, TruncatedAtEveryByte) {
 TEST(Ljpeg, RestartMarkersSaveTheRest) {
   EncodeOptions options;
   options.restart_rows = 3;
-  const Raster picture = rasters::Noisy(64, 60, 1, 8);
+  const zepcodec::Picture picture = pictures::Noisy(64, 60, 1, 8);
   const Bytes file = Encode(picture, options);
   std::vector<size_t> starts;
   for (size_t i = Find(file, kScan); i + 1 < file.size(); ++i) {
     if (file[i] == 0xFF && file[i + 1] >= 0xD0 && file[i + 1] <= 0xD7) starts.push_back(i);
   }
   ASSERT_EQ(starts.size(), 19U);
-  const auto same_rows = [&](const Raster& back) {
+  const auto same_rows = [&](const zepcodec::Picture& back) {
     int count = 0;
     for (int y = 0; y < 60; ++y) count += std::equal(back.Row(y), back.Row(y) + 64, picture.Row(y));
     return count;
@@ -558,7 +558,7 @@ TEST(Ljpeg, RestartMarkersSaveTheRest) {
     unmarked[starts[i]] = 0;
     const Bytes* files[] = {&lost, &other, &unmarked};
     for (size_t k = 0; k < 3; ++k) {
-      Raster back;
+      zepcodec::Picture back;
       ljpeg::FileInfo info;
       ASSERT_EQ(Decode(*files[k], &back, &info).text(), "");
       EXPECT_FALSE(info.messages.empty()) << i << " " << k;
@@ -572,18 +572,18 @@ TEST(Ljpeg, AWrongBitInARestartMarkerCostsNothing) {
     EncodeOptions options;
     options.restart_rows = rows;
     options.predictor = 4;
-    const Raster picture = rasters::Noisy(40, 30, 3, 8);
+    const zepcodec::Picture picture = pictures::Noisy(40, 30, 3, 8);
     const Bytes file = Encode(picture, options);
     for (size_t at = Find(file, kScan); at + 1 < file.size(); ++at) {
       if (file[at] != 0xFF || file[at + 1] < 0xD0 || file[at + 1] > 0xD7) continue;
       for (size_t bit = 0; bit < 16; ++bit) {
         Bytes changed = file;
         changed[at + bit / 8] ^= static_cast<uint8_t>(1 << bit % 8);
-        Raster back;
+        zepcodec::Picture back;
         ljpeg::FileInfo info;
         ASSERT_EQ(Decode(changed, &back, &info).text(), "");
         EXPECT_FALSE(info.messages.empty());
-        EXPECT_TRUE(rasters::Same(picture, back)) << rows << " at " << at << ", bit " << bit;
+        EXPECT_TRUE(pictures::Same(picture, back)) << rows << " at " << at << ", bit " << bit;
       }
     }
   }
@@ -595,13 +595,13 @@ TEST(Ljpeg, EveryByteChanged) {
     EncodeOptions options;
     options.restart_rows = 4;
     options.predictor = 7;
-    const Bytes file = Encode(rasters::Noisy(19, 11, channels, 8 + 4 * (channels / 3)), options);
+    const Bytes file = Encode(pictures::Noisy(19, 11, channels, 8 + 4 * (channels / 3)), options);
     for (size_t i = 0; i < file.size(); ++i) {
       for (const int value :
            {0, 255, file[i] ^ 0x80, file[i] + 1, static_cast<int>(random() & 255)}) {
         Bytes changed = file;
         changed[i] = static_cast<uint8_t>(value);
-        Raster back;
+        zepcodec::Picture back;
         ljpeg::FileInfo info;
         const zepcodec::Status status = Decode(changed, &back, &info);
         ASSERT_EQ(status.ok(), status.text().empty());
@@ -614,17 +614,17 @@ TEST(Ljpeg, EveryByteChanged) {
 
 TEST(Ljpeg, HugeHeadersCostNothing) {
   const auto start = std::chrono::steady_clock::now();
-  Bytes file = Encode(rasters::Noisy(20, 10, 3, 16), EncodeOptions());
+  Bytes file = Encode(pictures::Noisy(20, 10, 3, 16), EncodeOptions());
   const size_t frame = Find(file, kFrame);
   std::fill(file.begin() + static_cast<std::ptrdiff_t>(frame + 5),
             file.begin() + static_cast<std::ptrdiff_t>(frame + 9), uint8_t{255});
   EXPECT_NE(ErrorOf(file), "");
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(200));
-  Raster picture;
+  zepcodec::Picture picture;
   ljpeg::FileInfo info;
   ljpeg::DecodeOptions options;
   options.max_pixels = 199;
-  const Bytes small = Encode(rasters::Noisy(20, 10, 1, 8), EncodeOptions());
+  const Bytes small = Encode(pictures::Noisy(20, 10, 1, 8), EncodeOptions());
   EXPECT_NE(
       ljpeg::Decode(small.data(), small.size(), options, &picture, &info).text().find("limit"),
       std::string::npos);
