@@ -64,14 +64,18 @@ Status EncodeBc7(const Picture& image, const EncodeOptions& options, uint8_t* bl
   const auto step = static_cast<int32_t>(image.Stride());
   const size_t row_bytes = (static_cast<size_t>(image.width()) + 3) / 4 * 16;
   const auto bands = (static_cast<size_t>(image.height()) + kBand - 1) / kBand;
-  return RunParallel(ThreadCount(options.threads), bands, [&] {
-    return [&](size_t band) {
-      const int top = static_cast<int>(band) * kBand;
-      const zepiSize size = {image.width(), std::min(kBand, image.height() - top)};
-      zepiTextureEncodeBlockFromRGBA_BC7_8u_C4C1R(
-          image.Row(top), step, size, blocks + band * (kBand / 4) * row_bytes, options.bc7_mode);
-    };
-  });
+  return RunParallel(
+      ThreadCount(options.threads), bands,
+      [&] {
+        return [&](size_t band) {
+          const int top = static_cast<int>(band) * kBand;
+          const zepiSize size = {image.width(), std::min(kBand, image.height() - top)};
+          zepiTextureEncodeBlockFromRGBA_BC7_8u_C4C1R(image.Row(top), step, size,
+                                                      blocks + band * (kBand / 4) * row_bytes,
+                                                      options.bc7_mode);
+        };
+      },
+      options.progress);
 }
 
 Status EncodeLevel(const Picture& image, const EncodeOptions& options, uint8_t* blocks) {
@@ -115,7 +119,16 @@ Status DecodeRgba(BlockFormat format, const uint8_t* blocks, uint8_t* pixels, ze
   return StatusOf(decode(blocks, pixels, 4 * size.width, size));
 }
 
+Status DecodeHalves(BlockFormat format, const uint8_t* blocks, Picture* image) {
+  const auto decode = format == BlockFormat::kBc6hSigned
+                          ? zepiTextureDecodeBlockToRGB_BC6HS_8u16u_C1C3R
+                          : zepiTextureDecodeBlockToRGB_BC6HU_8u16u_C1C3R;
+  return StatusOf(decode(blocks, reinterpret_cast<uint16_t*>(image->Row(0)), 6 * image->width(),
+                         {image->width(), image->height()}));
+}
+
 Status DecodeLevel(const Header& header, const uint8_t* blocks, Picture* image) {
+  if (HasHalves(header.format)) return DecodeHalves(header.format, blocks, image);
   const zepiSize size = {image->width(), image->height()};
   const size_t pixels = static_cast<size_t>(size.width) * static_cast<size_t>(size.height);
   if (header.format == BlockFormat::kBc4) {
@@ -154,8 +167,8 @@ Status FindLevel(const uint8_t* data, size_t size, int64_t max_pixels, int level
   }
   *place = LevelsOf(*header)[static_cast<size_t>(level)];
   if (place->width > max_pixels / place->height) {
-    return Status::Error(std::to_string(place->width) + " x " + std::to_string(place->height) +
-                         " pixels are more than the limit of " + std::to_string(max_pixels));
+    return Status::TooLarge(std::to_string(place->width) + " x " + std::to_string(place->height) +
+                            " pixels are more than the limit of " + std::to_string(max_pixels));
   }
   return Status();
 }
@@ -209,32 +222,10 @@ Status Decode(const uint8_t* data, size_t size, int64_t max_pixels, int level, P
   Level place = {};
   Status status = FindLevel(data, size, max_pixels, level, header, &place);
   if (!status.ok()) return status;
-  if (HasHalves(header->format)) {
-    return Status::Error("BC6H holds half floats, which no picture of bytes can have");
-  }
+  const SampleType type = HasHalves(header->format) ? SampleType::kF16 : SampleType::kU8;
   const PixelLayout layout = LayoutOf(header->format, header->is_ycocg);
-  if (!image->Resize(place.width, place.height, layout)) return Status::NoMemory();
+  if (!image->Resize(place.width, place.height, layout, type)) return Status::NoMemory();
   return DecodeLevel(*header, data + place.offset, image);
-}
-
-Status DecodeHalves(const uint8_t* data, size_t size, int64_t max_pixels, int level,
-                    HalfPicture* picture, Header* header) {
-  Level place = {};
-  Status status = FindLevel(data, size, max_pixels, level, header, &place);
-  if (!status.ok()) return status;
-  if (!HasHalves(header->format)) return Status::Error("the picture is not of half floats");
-  picture->width = place.width;
-  picture->height = place.height;
-  try {
-    picture->rgb.resize(3 * static_cast<size_t>(place.width) * static_cast<size_t>(place.height));
-  } catch (const std::bad_alloc&) {
-    return Status::NoMemory();
-  }
-  const auto decode = header->format == BlockFormat::kBc6hSigned
-                          ? zepiTextureDecodeBlockToRGB_BC6HS_8u16u_C1C3R
-                          : zepiTextureDecodeBlockToRGB_BC6HU_8u16u_C1C3R;
-  return StatusOf(decode(data + place.offset, picture->rgb.data(), 6 * place.width,
-                         {place.width, place.height}));
 }
 
 }  // namespace zepcodec::dds

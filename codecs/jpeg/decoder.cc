@@ -128,7 +128,8 @@ Status FileDecoder::CheckSize() const {
   const std::string claim = "the header announces " + std::to_string(frame.width) + " x " +
                             std::to_string(frame.height) + " pixels";
   if (int64_t{frame.width} * frame.height > options_.max_pixels) {
-    return Status::Error(claim + ", more than the limit of " + std::to_string(options_.max_pixels));
+    return Status::TooLarge(claim + ", more than the limit of " +
+                            std::to_string(options_.max_pixels));
   }
   const int64_t blocks = BlockCount(Geometry(frame, 1));
   const int64_t bytes = static_cast<int64_t>(size_ - reader_.position());
@@ -234,6 +235,7 @@ Status FileDecoder::WriteRows(Rows* rows, Picture* image) {
   if (!writer.Init(*geometry_, planes_) || !AllocateWindows()) return Status::NoMemory();
   int done = 0;
   for (int row = 0; row < geometry_->mcu_rows; ++row) {
+    if (Stops(options_.progress, row, geometry_->mcu_rows)) return Status::Cancelled();
     rows->DecodeRow();
     StageClock clock(options_.times);
     const int bottom = (row + 1) * geometry_->McuHeight();
@@ -276,6 +278,8 @@ Status FileDecoder::DecodeAllScans(Coefficients* coefficients, const OnScan& on_
       break;
     }
     if (Status stop = on_scan(++number); !stop.ok()) return stop;
+    if (Stops(options_.progress, reader_.position(), size_)) return Status::Cancelled();
+    if (number == options_.scans) break;
   } while (NextScan());
   ReportMissing();
   FillInfo();
@@ -320,6 +324,7 @@ Status FileDecoder::DecodePlanes() {
   do {
     const Status status = DecodeScanToPlanes();
     const bool first = std::none_of(decoded_.begin(), decoded_.end(), [](bool b) { return b; });
+    if (status.kind() == Status::Kind::kCancelled) return status;
     if (!status.ok() && first) return AtMarker(status);
     if (!status.ok()) {
       info_->messages.AddAt(reader_.marker_offset(), status.text());
@@ -335,7 +340,10 @@ Status FileDecoder::DecodeScanToPlanes() {
   ScanLayout layout;
   if (Status status = MakeLayout(&layout); !status.ok()) return status;
   ScanDecoder scan(data_, size_, reader_.position(), layout, &info_->messages, options_.times);
-  for (int row = 0; row < layout.mcu_rows; ++row) scan.DecodeRow();
+  for (int row = 0; row < layout.mcu_rows; ++row) {
+    if (Stops(options_.progress, row, layout.mcu_rows)) return Status::Cancelled();
+    scan.DecodeRow();
+  }
   for (const ScanComponent& part : reader_.scan().components) {
     decoded_[static_cast<size_t>(part.index)] = true;
   }

@@ -19,6 +19,7 @@
 #include "codecs/support/byte_buffer.h"
 #include "codecs/support/messages.h"
 #include "codecs/support/picture.h"
+#include "codecs/support/progress.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpeg {
@@ -26,12 +27,16 @@ namespace zepcodec::jpeg {
 struct DecodeOptions {
   // 1, 2, 4 or 8: the picture at 1/scale of its size, rounded up.
   int scale = 1;
+  // Of progressive files: the picture after this many scans; 0: after all.
+  int scans = 0;
   // Files that claim more pixels are refused.
   int64_t max_pixels = int64_t{1} << 28;
   // If not null, the time of the stages is added here.
   StageTimes* times = nullptr;
   // Of progressive files: called after each scan, 1, 2, ..., with the picture so far. An error ends decoding.
   std::function<Status(const Picture& image, int number, const Scan& scan)> on_scan;
+  // Null: nobody watches.
+  Progress* progress = nullptr;
 };
 
 // What a file says about itself, and what is wrong with it.

@@ -131,6 +131,7 @@ Status EncodeAtOnce(const Work& work, ByteBuffer* file) {
   if (!WriteStandardScanHeader(work.frame, file)) return Status::NoMemory();
   ScanEncoder scan(work.geometry, work.tables, work.options, file);
   for (int row = 0; row < work.geometry.mcu_rows; ++row) {
+    if (Stops(work.options.progress, row, work.geometry.mcu_rows)) return Status::Cancelled();
     StageClock clock(work.options.times);
     work.strip->Make(row);
     clock.Lap(&StageTimes::color);
@@ -165,6 +166,7 @@ Status EncodeInScans(const Work& work, const Script& script, ByteBuffer* file) {
   const BlockMaker maker(work.geometry, steps, work.options.precise_dct);
   StageClock clock(work.options.times);
   for (int row = 0; row < work.geometry.mcu_rows; ++row) {
+    if (Stops(work.options.progress, row, work.geometry.mcu_rows)) return Status::Cancelled();
     work.strip->Make(row);
     clock.Lap(&StageTimes::color);
     MakeBlocks(work, maker, row, &coefficients);

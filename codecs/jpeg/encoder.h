@@ -11,6 +11,7 @@
 #include "codecs/jpeg/stage_clock.h"
 #include "codecs/support/byte_buffer.h"
 #include "codecs/support/picture.h"
+#include "codecs/support/progress.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpeg {
@@ -33,6 +34,8 @@ struct EncodeOptions {
   Metadata metadata;
   // If not null, the time of the stages is added here.
   StageTimes* times = nullptr;
+  // Null: nobody watches.
+  Progress* progress = nullptr;
 };
 
 // Makes a file of a picture of 8 bits; or of a grey or RGB one of 12 bits: an extended file, its

@@ -66,13 +66,14 @@ Status CheckClaims(const SizeSegment& size, const Boxes& boxes, const DecodeOpti
   }
   std::string claim = "the header announces " + std::to_string(pixels) + " pixels";
   if (pixels > options.max_pixels) {
-    return Status::Error(claim + ", more than the limit of " + std::to_string(options.max_pixels));
+    return Status::TooLarge(claim + ", more than the limit of " +
+                            std::to_string(options.max_pixels));
   }
   const int64_t samples = CountSamples(size, boxes, options.reduce);
   claim += " of together " + std::to_string(samples) + " samples";
   if (samples / kSamplesInAPixel > options.max_pixels) {
-    return Status::Error(claim + ", more than the limit of " + std::to_string(kSamplesInAPixel) +
-                         " for each of " + std::to_string(options.max_pixels) + " pixels");
+    return Status::TooLarge(claim + ", more than the limit of " + std::to_string(kSamplesInAPixel) +
+                            " for each of " + std::to_string(options.max_pixels) + " pixels");
   }
   const size_t bytes = boxes.codestream.size;
   if (samples > std::max(static_cast<int64_t>(bytes) * kSamplesInAByte, kAlwaysAcceptedSamples)) {
@@ -132,17 +133,27 @@ Status DecodeTiles(const MarkerReader& reader, const DecodeOptions& options, Fil
   const size_t count = reader.tiles().size();
   const size_t threads = ThreadCount(options.threads);
   const bool by_tile = count >= 4 * threads;
-  const Wanted wanted = {options.reduce, options.layers};
+  const Wanted wanted = {options.reduce, options.layers, by_tile ? nullptr : options.progress};
   if (count > 1) MakeSamples(image);
   std::vector<TileReport> reports(count);
   std::atomic<bool> has_failed{false};
-  Status status = RunParallel(by_tile ? threads : 1, count, [&] {
-    return [&](size_t i) {
-      const Status done = DecodeTile(reader, static_cast<int>(i), wanted, by_tile ? 1 : threads,
-                                     &reports[i], image);
-      if (!done.ok()) has_failed = true;
-    };
-  });
+  Status status = RunParallel(
+      by_tile ? threads : 1, count,
+      [&] {
+        return [&](size_t i) {
+          if (wanted.progress != nullptr) {
+            const auto part = [&](size_t n) {
+              return static_cast<double>(n) / static_cast<double>(count);
+            };
+            wanted.progress->SetPart(part(i), part(i + 1));
+          }
+          const Status done = DecodeTile(reader, static_cast<int>(i), wanted, by_tile ? 1 : threads,
+                                         &reports[i], image);
+          if (!done.ok()) has_failed = true;
+        };
+      },
+      options.progress);
+  if (options.progress != nullptr && options.progress->stopped()) return Status::Cancelled();
   if (status.ok() && has_failed) status = Status::NoMemory();
   if (!status.ok()) return status;
   TakeReports(reports, info);

@@ -14,6 +14,7 @@
 #include "codecs/jpeg2000/image.h"
 #include "codecs/support/byte_buffer.h"
 #include "codecs/support/messages.h"
+#include "codecs/support/progress.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpeg2000 {
@@ -28,6 +29,8 @@ struct DecodeOptions {
   int64_t max_pixels = int64_t{1} << 28;
   // 0: as many as the machine runs at once. They change the time only.
   int threads = 0;
+  // Null: nobody watches.
+  Progress* progress = nullptr;
 };
 
 // What a file says about itself, and what is wrong with it.

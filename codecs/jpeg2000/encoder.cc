@@ -154,11 +154,24 @@ Status CodeTiles(const Image& image, const EncodeOptions& options, std::deque<Ti
   const size_t threads = ThreadCount(options.threads);
   const bool by_tile = tiles->size() >= 4 * threads;
   std::atomic<bool> has_failed{false};
-  Status status = RunParallel(by_tile ? threads : 1, tiles->size(), [&] {
-    return [&](size_t i) {
-      if (!(*tiles)[i].Code(image, by_tile ? 1 : threads).ok()) has_failed = true;
-    };
-  });
+  Status status = RunParallel(
+      by_tile ? threads : 1, tiles->size(),
+      [&] {
+        return [&](size_t i) {
+          if (!by_tile && options.progress != nullptr) {
+            const auto part = [&](size_t n) {
+              return static_cast<double>(n) / static_cast<double>(tiles->size());
+            };
+            options.progress->SetPart(part(i), part(i + 1));
+          }
+          if (!(*tiles)[i]
+                   .Code(image, by_tile ? 1 : threads, by_tile ? nullptr : options.progress)
+                   .ok())
+            has_failed = true;
+        };
+      },
+      options.progress);
+  if (options.progress != nullptr && options.progress->stopped()) return Status::Cancelled();
   return has_failed ? Status::NoMemory() : status;
 }
 

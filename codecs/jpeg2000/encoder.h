@@ -13,6 +13,7 @@
 #include "codecs/jpeg2000/codestream.h"
 #include "codecs/jpeg2000/image.h"
 #include "codecs/support/byte_buffer.h"
+#include "codecs/support/progress.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpeg2000 {
@@ -49,6 +50,8 @@ struct EncodeOptions {
   double base_step = 0.5;  // in samples
   // 0: as many as the machine runs at once. They change the time only.
   int threads = 0;
+  // Null: nobody watches.
+  Progress* progress = nullptr;
 };
 
 // Makes a file.

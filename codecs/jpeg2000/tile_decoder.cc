@@ -214,19 +214,22 @@ Status TileDecoder::DecodeBlocks(const std::vector<BlockJob>& jobs) {
     most = {std::max(most.width, job.size.width), std::max(most.height, job.size.height)};
   }
   std::atomic<int64_t> damaged{0};
-  Status status = RunParallel(threads_, jobs.size(), [&] {
-    return [&, decoder = BlockDecoder(most)](size_t i) mutable {
-      BlockJob job = jobs[i];
-      AnyPlane& plane = planes_[job.component];
-      job.row_step = AreaOf(job.component).width();
-      if (job.reversible) {
-        job.integers = plane.integers.At(job.x, job.y);
-      } else {
-        job.reals = plane.reals.At(job.x, job.y);
-      }
-      if (!decoder.Decode(job)) ++damaged;
-    };
-  });
+  Status status = RunParallel(
+      threads_, jobs.size(),
+      [&] {
+        return [&, decoder = BlockDecoder(most)](size_t i) mutable {
+          BlockJob job = jobs[i];
+          AnyPlane& plane = planes_[job.component];
+          job.row_step = AreaOf(job.component).width();
+          if (job.reversible) {
+            job.integers = plane.integers.At(job.x, job.y);
+          } else {
+            job.reals = plane.reals.At(job.x, job.y);
+          }
+          if (!decoder.Decode(job)) ++damaged;
+        };
+      },
+      wanted_.progress);
   damaged_blocks_ += damaged;
   return status;
 }

@@ -40,7 +40,7 @@ void ForwardOf(zepStatus(ZEP_CALL* transform)(T* const*, int32_t, zepiSize), Pla
 TileEncoder::TileEncoder(const SizeSegment& size, const Parameters& parameters, int number)
     : size_(size), parameters_(parameters), tile_(MakeTile(size, parameters, number)) {}
 
-Status TileEncoder::Code(const Image& image, size_t threads) {
+Status TileEncoder::Code(const Image& image, size_t threads, Progress* progress) {
   LoadSamples(image);
   if (parameters_.tile.transforms_components) ForwardComponents();
   Status status = RunParallel(threads, planes_.size(), [&] {
@@ -54,7 +54,7 @@ Status TileEncoder::Code(const Image& image, size_t threads) {
   });
   if (!status.ok()) return status;
   MakeBlocks();
-  status = CodeBlocks(threads);
+  status = CodeBlocks(threads, progress);
   planes_ = {};
   sources_ = {};
   return status;
@@ -146,14 +146,17 @@ void TileEncoder::MakeBlocks() {
   }
 }
 
-Status TileEncoder::CodeBlocks(size_t threads) {
+Status TileEncoder::CodeBlocks(size_t threads, Progress* progress) {
   const ComponentCoding& coding = Own(0).coding;
   const zepiSize most = {1 << coding.block_width_log2, 1 << coding.block_height_log2};
-  return RunParallel(threads, blocks_.size(), [&] {
-    return [&, encoder = BlockEncoder(most)](size_t i) mutable {
-      encoder.Encode(sources_[i], &blocks_[i]);
-    };
-  });
+  return RunParallel(
+      threads, blocks_.size(),
+      [&] {
+        return [&, encoder = BlockEncoder(most)](size_t i) mutable {
+          encoder.Encode(sources_[i], &blocks_[i]);
+        };
+      },
+      progress);
 }
 
 size_t TileEncoder::MarkerBytes() const {

@@ -15,6 +15,7 @@
 #include "codecs/jpeg2000/packet_writer.h"
 #include "codecs/jpeg2000/plane.h"
 #include "codecs/support/byte_buffer.h"
+#include "codecs/support/progress.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpeg2000 {
@@ -24,7 +25,7 @@ class TileEncoder {
   TileEncoder(const SizeSegment& size, const Parameters& parameters, int number);
 
   // Transforms the tile's samples and codes all code-blocks in full.
-  Status Code(const Image& image, size_t threads);
+  Status Code(const Image& image, size_t threads, Progress* progress);
 
   std::deque<EncodedBlock>& blocks() { return blocks_; }
   // Bytes of the packets of the first `layers` layers, as the blocks are cut now.
@@ -42,7 +43,7 @@ class TileEncoder {
                                                     int64_t precinct);
   BlockSource SourceOf(size_t component, size_t resolution, const Band& band,
                        const Rect& area) const;
-  Status CodeBlocks(size_t threads);
+  Status CodeBlocks(size_t threads, Progress* progress);
   size_t MarkerBytes() const;
   bool IsReversible(size_t component) const { return Own(component).coding.reversible; }
   const Parameters::ForComponent& Own(size_t component) const {

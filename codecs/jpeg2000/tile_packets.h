@@ -16,13 +16,15 @@
 #include "codecs/jpeg2000/progression.h"
 #include "codecs/jpeg2000/quantization.h"
 #include "codecs/support/messages.h"
+#include "codecs/support/progress.h"
 
 namespace zepcodec::jpeg2000 {
 
 // What of a tile is wanted.
 struct Wanted {
-  int reduce = 0;  // resolutions to leave out
-  int layers = 0;  // 0: all
+  int reduce = 0;                // resolutions to leave out
+  int layers = 0;                // 0: all
+  Progress* progress = nullptr;  // of the code-blocks; null: nobody watches
 };
 
 class TilePackets {

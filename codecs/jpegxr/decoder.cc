@@ -30,7 +30,8 @@ Status CheckClaims(const FrameHeader& frame, size_t bytes, const DecodeOptions& 
   const int64_t pixels = int64_t{frame.width} * frame.height;
   const std::string claim = "the header announces " + std::to_string(pixels) + " pixels";
   if (pixels > options.max_pixels) {
-    return Status::Error(claim + ", more than the limit of " + std::to_string(options.max_pixels));
+    return Status::TooLarge(claim + ", more than the limit of " +
+                            std::to_string(options.max_pixels));
   }
   // With what fills the last macroblocks, which is most of a narrow picture.
   const int64_t coded_pixels = int64_t{256} * frame.MbWidth() * frame.MbHeight();
@@ -83,17 +84,20 @@ TilePackets PacketsOfTile(const Headers& headers, const PaddedBytes& bytes, size
 }
 
 Status DecodeTiles(const Headers& headers, const PaddedBytes& bytes, size_t threads,
-                   const std::vector<CodedPlane*>& planes, Messages* messages) {
+                   const std::vector<CodedPlane*>& planes, Progress* progress, Messages* messages) {
   const FrameHeader& frame = headers.frame;
   std::vector<TileResult> results(frame.TileCount());
-  Status status = RunParallel(threads, results.size(), [&] {
-    return [&](size_t i) {
-      const TileArea area = AreaOfTile(frame, i);
-      TileDecoder decoder(frame, area, PacketsOfTile(headers, bytes, i), planes);
-      for (size_t y = 0; y < area.Height(); ++y) decoder.DecodeRow();
-      results[i] = decoder.result();
-    };
-  });
+  Status status = RunParallel(
+      threads, results.size(),
+      [&] {
+        return [&](size_t i) {
+          const TileArea area = AreaOfTile(frame, i);
+          TileDecoder decoder(frame, area, PacketsOfTile(headers, bytes, i), planes);
+          for (size_t y = 0; y < area.Height(); ++y) decoder.DecodeRow();
+          results[i] = decoder.result();
+        };
+      },
+      progress);
   for (size_t i = 0; i < results.size(); ++i) {
     if (!results[i].is_whole) messages->AddIn(Place("tile", i), results[i].problem);
   }
@@ -122,17 +126,19 @@ class StripDecoder {
     }
   }
 
-  void Decode(Messages* messages) {
+  Status Decode(Progress* progress, Messages* messages) {
     const size_t rows = frame_.MbHeight();
     for (size_t tile_row = 0; tile_row + 1 < frame_.rows.size(); ++tile_row) {
       OpenTiles(tile_row);
       for (size_t row = frame_.rows[tile_row]; row < frame_.rows[tile_row + 1]; ++row) {
+        if (Stops(progress, row, rows)) return Status::Cancelled();
         DecodeRow(row);
         if (row > 0) FinishRow(row - 1, false);
       }
       CloseTiles(tile_row, messages);
     }
     FinishRow(rows - 1, true);
+    return Status();
   }
 
  private:
@@ -216,8 +222,8 @@ class FrameDecoder {
     for (CodedPlane& plane : planes) {
       plane.Resize(frame.MbWidth(), frame.MbHeight(), StripDecoder::kKeptMbRows);
     }
-    StripDecoder(headers_, bytes, channel, &planes, image).Decode(messages);
-    return Status();
+    return StripDecoder(headers_, bytes, channel, &planes, image)
+        .Decode(options_.progress, messages);
   }
 
   // What Decode() takes besides the image.
@@ -249,7 +255,7 @@ class FrameDecoder {
       plane.Resize(frame.MbWidth(), frame.MbHeight());
       pointers.push_back(&plane);
     }
-    Status status = DecodeTiles(headers_, bytes, threads_, pointers, messages);
+    Status status = DecodeTiles(headers_, bytes, threads_, pointers, options_.progress, messages);
     for (CodedPlane* plane : pointers) {
       if (status.ok()) status = Inverse(frame, threads_, plane);
       if (status.ok()) status = ToImage(frame, channel, threads_, plane, image);
@@ -304,6 +310,7 @@ class FileDecoder {
     FrameDecoder decoder(container_.alpha, options_);
     Status alpha = OpenAlpha(&decoder);
     if (alpha.ok()) alpha = decoder.Decode(ColorCount(image->layout()), image, &info->messages);
+    if (alpha.kind() == Status::Kind::kCancelled) return alpha;
     if (!alpha.ok()) {
       info->messages.Add("opacity: " + alpha.text());
       FillOpaque(image);

@@ -15,6 +15,7 @@
 #include "codecs/support/messages.h"
 #include "codecs/support/parallel.h"
 #include "codecs/support/picture.h"
+#include "codecs/support/progress.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpegxr {
@@ -24,6 +25,8 @@ struct DecodeOptions {
   int64_t max_pixels = int64_t{1} << 28;
   // 0: as many as the machine runs at once. They change the time only.
   int threads = 0;
+  // Null: nobody watches.
+  Progress* progress = nullptr;
 };
 
 // What a file says about itself, and what is wrong with it.

@@ -122,18 +122,21 @@ Status WriteFile(const Picture& image, const FrameHeader& frame, const Packets& 
 
 // On several threads, or where filters see tiles.
 Status EncodeWhole(const Picture& image, const FrameHeader& frame, size_t threads, uint32_t trim,
-                   CodedPlane* plane, Packets* tiles) {
+                   Progress* progress, CodedPlane* plane, Packets* tiles) {
   plane->Resize(frame.MbWidth(), frame.MbHeight());
   Status status = FromImage(image, frame, threads, plane);
   if (status.ok()) status = Forward(frame, threads, plane);
   if (!status.ok()) return status;
-  return RunParallel(threads, tiles->size(), [&] {
-    return [&](size_t i) {
-      TileEncoder encoder(frame, i, trim, plane);
-      for (size_t y = 0; y < encoder.Height(); ++y) encoder.EncodeRow();
-      (*tiles)[i] = encoder.Finish();
-    };
-  });
+  return RunParallel(
+      threads, tiles->size(),
+      [&] {
+        return [&](size_t i) {
+          TileEncoder encoder(frame, i, trim, plane);
+          for (size_t y = 0; y < encoder.Height(); ++y) encoder.EncodeRow();
+          (*tiles)[i] = encoder.Finish();
+        };
+      },
+      progress);
 }
 
 // Row by row of macroblocks, over all tiles in it; a few rows at a time are in memory, and in the cache.
@@ -147,14 +150,16 @@ class StripEncoder {
     reader_ = std::make_unique<PixelReader>(image, frame, kKeptMbRows, plane);
   }
 
-  void Encode() {
+  Status Encode(Progress* progress) {
     const size_t rows = frame_.MbHeight();
     for (size_t row = 0; row < rows; ++row) {
+      if (Stops(progress, row, rows)) return Status::Cancelled();
       reader_->ReadMbRow(row);
       ForwardMbRow(frame_, row, plane_);
       if (row > 0) EncodeRow(row - 1);
     }
     EncodeRow(rows - 1);
+    return Status();
   }
 
  private:
@@ -196,9 +201,9 @@ Status EncodeFile(const Picture& image, const EncodeOptions& options, ByteBuffer
   Packets tiles(frame.TileCount());
   const auto trim = static_cast<uint32_t>(options.trim);
   if (threads > 1 || (frame.has_hard_tiles && frame.overlap != Overlap::kNone)) {
-    status = EncodeWhole(image, frame, threads, trim, &plane, &tiles);
+    status = EncodeWhole(image, frame, threads, trim, options.progress, &plane, &tiles);
   } else {
-    StripEncoder(image, frame, trim, &plane, &tiles).Encode();
+    status = StripEncoder(image, frame, trim, &plane, &tiles).Encode(options.progress);
   }
   return status.ok() ? WriteFile(image, frame, tiles, file) : status;
 }

@@ -12,6 +12,7 @@
 #include "codecs/support/messages.h"
 #include "codecs/support/parallel.h"
 #include "codecs/support/picture.h"
+#include "codecs/support/progress.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpegxr {
@@ -40,6 +41,8 @@ struct EncodeOptions {
   int exponent_bias = 4;
   // 0: as many as the machine runs at once. They change the time only.
   int threads = 0;
+  // Null: nobody watches.
+  Progress* progress = nullptr;
 };
 
 // Makes a file of a picture without opacity.

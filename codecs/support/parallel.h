@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "codecs/support/progress.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec {
@@ -21,16 +22,21 @@ inline size_t ThreadCount(int wanted) {
   return std::max<size_t>(1, std::thread::hardware_concurrency());
 }
 
-// On each thread makes a worker, which is then called with one item after the other. Where the system gives
-// fewer threads, those do all the work. Only a lack of memory is caught, and told.
+// On each thread makes a worker, which is then called with one item after the other. Where the system
+// gives fewer threads, those do all the work. Only std::bad_alloc is caught. `progress` may be null.
 template <class MakeWorker>
-Status RunParallel(size_t threads, size_t items, const MakeWorker& make_worker) {
+Status RunParallel(size_t threads, size_t items, const MakeWorker& make_worker,
+                   Progress* progress = nullptr) {
   std::atomic<size_t> next{0};
+  std::atomic<size_t> finished{0};
   std::atomic<bool> failed{false};
   const auto run = [&] {
     try {
       auto worker = make_worker();
-      for (size_t item = next++; item < items && !failed; item = next++) worker(item);
+      for (size_t item = next++; item < items && !failed; item = next++) {
+        worker(item);
+        if (Stops(progress, ++finished, items)) return;
+      }
     } catch (const std::bad_alloc&) {
       failed = true;
     }
@@ -46,7 +52,8 @@ Status RunParallel(size_t threads, size_t items, const MakeWorker& make_worker) 
   }
   run();
   for (std::thread& other : others) other.join();
-  return failed ? Status::NoMemory() : Status();
+  if (failed) return Status::NoMemory();
+  return progress != nullptr && progress->stopped() ? Status::Cancelled() : Status();
 }
 
 }  // namespace zepcodec

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "codecs/support/byte_buffer.h"
+#include "codecs/support/metadata.h"
 
 namespace zepcodec {
 
@@ -124,6 +125,9 @@ class Picture {
     }
   }
 
+  Metadata& metadata() { return metadata_; }
+  const Metadata& metadata() const { return metadata_; }
+
  private:
   bool Resize(int width, int height, PixelLayout layout, SampleType type, int bits) {
     width_ = width;
@@ -140,6 +144,7 @@ class Picture {
   SampleType type_ = SampleType::kU8;
   int bits_ = 8;
   ByteBuffer samples_;
+  Metadata metadata_;
 };
 
 }  // namespace zepcodec

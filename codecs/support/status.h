@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The outcome of a step: fine, or a sentence for people that says what went wrong.
+// The outcome of a step: fine, or what kind of failure it is and a sentence for people.
 #ifndef ZEPJP_CODECS_SUPPORT_STATUS_H_
 #define ZEPJP_CODECS_SUPPORT_STATUS_H_
 
@@ -10,19 +10,32 @@ namespace zepcodec {
 
 class [[nodiscard]] Status {
  public:
+  enum class Kind { kOk, kError, kUnsupported, kTooLarge, kNoMemory, kCancelled };
+
   Status() = default;
-  static Status Error(std::string text) {
-    Status status;
-    status.failed_ = true;
-    status.text_ = std::move(text);
-    return status;
+  // A bad file or, of an encoder, a bad option.
+  static Status Error(std::string text) { return Status(Kind::kError, std::move(text)); }
+  // A good file, but nothing that this library reads; a picture that a format cannot hold.
+  static Status Unsupported(std::string text) {
+    return Status(Kind::kUnsupported, std::move(text));
   }
-  static Status NoMemory() { return Error("not enough memory"); }
-  bool ok() const { return !failed_; }
-  const std::string& text() const { return text_; }
+  static Status TooLarge(std::string text) { return Status(Kind::kTooLarge, std::move(text)); }
+  // Takes no memory for a text.
+  static Status NoMemory() { return Status(Kind::kNoMemory, {}); }
+  static Status Cancelled() { return Status(Kind::kCancelled, {}); }
+
+  bool ok() const { return kind_ == Kind::kOk; }
+  Kind kind() const { return kind_; }
+  std::string text() const {
+    if (kind_ == Kind::kNoMemory) return "not enough memory";
+    if (kind_ == Kind::kCancelled) return "cancelled";
+    return text_;
+  }
 
  private:
-  bool failed_ = false;
+  Status(Kind kind, std::string text) : kind_(kind), text_(std::move(text)) {}
+
+  Kind kind_ = Kind::kOk;
   std::string text_;
 };
 

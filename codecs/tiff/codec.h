@@ -10,6 +10,7 @@
 #include "codecs/support/byte_buffer.h"
 #include "codecs/support/messages.h"
 #include "codecs/support/picture.h"
+#include "codecs/support/progress.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::tiff {
@@ -23,6 +24,8 @@ struct EncodeOptions {
   bool has_byte_planes = false;
   int dots_per_inch = 0;  // 0: unknown
   std::vector<uint8_t> icc_profile;
+  // Null: nobody watches.
+  Progress* progress = nullptr;
 };
 
 // Makes a file of a picture of 1 or 3 channels and 8 or 16 bits.
@@ -30,6 +33,8 @@ Status Encode(const Picture& picture, const EncodeOptions& options, ByteBuffer* 
 
 struct DecodeOptions {
   int64_t max_pixels = int64_t{1} << 28;  // files that claim more are refused
+  // Null: nobody watches.
+  Progress* progress = nullptr;
 };
 
 // What a file says about itself, and what is wrong with it.

@@ -41,8 +41,8 @@ class Decoder {
     const std::string claim =
         std::to_string(info_->width) + " x " + std::to_string(info_->height) + " pixels";
     if (pixels > options.max_pixels) {
-      return Status::Error("the directory announces " + claim + ", more than the limit of " +
-                           std::to_string(options.max_pixels));
+      return Status::TooLarge("the directory announces " + claim + ", more than the limit of " +
+                              std::to_string(options.max_pixels));
     }
     const int64_t most = static_cast<int64_t>(size_) * kMostExpansion;
     const int64_t bytes_in_pixel = int64_t{info_->channels} * info_->bits / 8;

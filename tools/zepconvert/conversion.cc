@@ -9,13 +9,13 @@
 #include "codecs/dds/codec.h"
 #include "codecs/jpeg/decoder.h"
 #include "codecs/support/convert.h"
+#include "codecs/support/metadata.h"
 #include "tools/zepconvert/file_io.h"
 #include "tools/zepconvert/hdr_file.h"
 #include "tools/zepconvert/jp2_file.h"
 #include "tools/zepconvert/jpeg_file.h"
 #include "tools/zepconvert/jxr_file.h"
 #include "tools/zepconvert/ljpeg_file.h"
-#include "tools/zepconvert/orientation.h"
 #include "tools/zepconvert/picture.h"
 #include "tools/zepconvert/png_file.h"
 #include "tools/zepconvert/png_profile.h"
@@ -59,6 +59,9 @@ zepcodec::Status LoadDds(const Settings& settings, const zepcodec::ByteBuffer& i
   dds::Header header;
   zepcodec::Status status =
       dds::Decode(input.data(), input.size(), settings.max_pixels, 0, &picture->image, &header);
+  if (status.ok() && dds::HasHalves(header.format)) {
+    return zepcodec::Status::Error("BC6H holds half floats, which only .hdr files take");
+  }
   if (header.pictures > 1) {
     picture->notes.push_back("the first of " + std::to_string(header.pictures) +
                              " pictures was taken");
@@ -179,7 +182,7 @@ bool HoldsExif(Format format) {
 
 void NoteMetadata(Format format, Picture* picture) {
   if (format == Format::kPng) DropUnfitProfile(IsGrey(picture->image.layout()), picture);
-  if (!HoldsExif(format) && OrientationOf(jpeg::FindExif(picture->metadata)) > 1) {
+  if (!HoldsExif(format) && zepcodec::OrientationOfExif(jpeg::FindExif(picture->metadata)) > 1) {
     picture->notes.emplace_back(
         "the picture is stored turned or mirrored, and this kind of file cannot say so");
   }
@@ -324,20 +327,23 @@ zepcodec::Status MeasureLoss(const zepcodec::ByteBuffer& output, const std::stri
 zepcodec::Status ConvertHalves(const Settings& settings, const zepcodec::ByteBuffer& input,
                                Picture* picture, zepcodec::ByteBuffer* output, Result* result) {
   dds::Header header;
-  dds::HalfPicture halves;
+  zepcodec::Picture& halves = picture->image;
   if (FormatOfBytes(input.data(), input.size()) != Format::kDds) {
     return zepcodec::Status::Error("only BC6H textures can become .hdr files");
   }
   {
     const Timer timer(&result->seconds[kTextureDecode]);
     zepcodec::Status status =
-        dds::DecodeHalves(input.data(), input.size(), settings.max_pixels, 0, &halves, &header);
+        dds::Decode(input.data(), input.size(), settings.max_pixels, 0, &halves, &header);
     if (!status.ok()) return status;
+    if (!dds::HasHalves(header.format)) {
+      return zepcodec::Status::Error("the picture is not of half floats");
+    }
   }
   const Timer timer(&result->seconds[kEncodeOther]);
   bool has_negative = false;
-  result->width = halves.width;
-  result->height = halves.height;
+  result->width = halves.width();
+  result->height = halves.height();
   zepcodec::Status status = WriteHdr(halves, output, &has_negative);
   if (has_negative) picture->notes.emplace_back("negative values became 0");
   result->output_bytes = output->size();

@@ -7,8 +7,6 @@
 #include <string>
 #include <vector>
 
-namespace dds = zepcodec::dds;
-
 namespace zepconvert {
 namespace {
 
@@ -52,20 +50,20 @@ void AppendRow(const std::vector<std::array<uint8_t, 4>>& row, std::vector<uint8
 
 }  // namespace
 
-zepcodec::Status WriteHdr(const dds::HalfPicture& picture, zepcodec::ByteBuffer* file,
+zepcodec::Status WriteHdr(const zepcodec::Picture& picture, zepcodec::ByteBuffer* file,
                           bool* has_negative) {
   const std::string head = "#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n-Y " +
-                           std::to_string(picture.height) + " +X " + std::to_string(picture.width) +
-                           "\n";
+                           std::to_string(picture.height()) + " +X " +
+                           std::to_string(picture.width()) + "\n";
   if (!file->Resize(0) ||
       !file->Append(reinterpret_cast<const uint8_t*>(head.data()), head.size())) {
     return zepcodec::Status::NoMemory();
   }
   *has_negative = false;
-  std::vector<std::array<uint8_t, 4>> row(static_cast<size_t>(picture.width));
+  std::vector<std::array<uint8_t, 4>> row(static_cast<size_t>(picture.width()));
   std::vector<uint8_t> bytes;
-  const uint16_t* half = picture.rgb.data();
-  for (int y = 0; y < picture.height; ++y) {
+  const auto* half = reinterpret_cast<const uint16_t*>(picture.Row(0));
+  for (int y = 0; y < picture.height(); ++y) {
     for (auto& pixel : row) {
       std::array<double, 3> rgb{};
       for (double& value : rgb) {

@@ -3,14 +3,14 @@
 #ifndef ZEPJP_TOOLS_ZEPCONVERT_HDR_FILE_H_
 #define ZEPJP_TOOLS_ZEPCONVERT_HDR_FILE_H_
 
-#include "codecs/dds/codec.h"
 #include "codecs/support/byte_buffer.h"
+#include "codecs/support/picture.h"
 #include "codecs/support/status.h"
 
 namespace zepconvert {
 
 // Negative values become 0; `has_negative` tells whether there were any.
-zepcodec::Status WriteHdr(const zepcodec::dds::HalfPicture& picture, zepcodec::ByteBuffer* file,
+zepcodec::Status WriteHdr(const zepcodec::Picture& picture, zepcodec::ByteBuffer* file,
                           bool* has_negative);
 
 }  // namespace zepconvert

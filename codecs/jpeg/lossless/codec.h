@@ -10,6 +10,7 @@
 #include "codecs/support/byte_buffer.h"
 #include "codecs/support/messages.h"
 #include "codecs/support/picture.h"
+#include "codecs/support/progress.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpeg::lossless {
@@ -28,6 +29,8 @@ struct EncodeOptions {
   // Of a picture of four components: they are CMYK, and 0 is full ink, as an Adobe header has it.
   bool is_inverted_cmyk = false;
   jpeg::Metadata metadata;  // segments, written as they are
+  // Null: nobody watches.
+  Progress* progress = nullptr;
 };
 
 // Makes a file of a picture of 1 to 4 components and 2 to 16 bits.
@@ -35,6 +38,8 @@ Status Encode(const Picture& picture, const EncodeOptions& options, ByteBuffer* 
 
 struct DecodeOptions {
   int64_t max_pixels = int64_t{1} << 28;  // files that claim more are refused
+  // Null: nobody watches.
+  Progress* progress = nullptr;
 };
 
 // What a file says about itself, and what is wrong with it.

@@ -28,7 +28,7 @@ class Decoder {
     if (!found) return Status::Error("the file holds no picture");
     if (Status status = MakePicture(); !status.ok()) return status;
     while (found && !IsRepeated()) {
-      DecodeScan();
+      if (Status status = DecodeScan(); !status.ok()) return status;
       // Behind the last component nothing is missed.
       if (std::count(decoded_.begin(), decoded_.end(), true) == info_->components) break;
       if (Status status = reader_.NextScan(&found); !status.ok()) {
@@ -46,8 +46,8 @@ class Decoder {
     const std::string claim =
         std::to_string(info_->width) + " x " + std::to_string(info_->height) + " pixels";
     if (pixels > options_.max_pixels) {
-      return Status::Error("the header announces " + claim + ", more than the limit of " +
-                           std::to_string(options_.max_pixels));
+      return Status::TooLarge("the header announces " + claim + ", more than the limit of " +
+                              std::to_string(options_.max_pixels));
     }
     const int64_t bits = 8 * static_cast<int64_t>(size_ - reader_.position());
     if (reader_.frame().SampleCount() > std::max(bits, kAlwaysAcceptedSamples)) {
@@ -68,14 +68,15 @@ class Decoder {
     return false;
   }
 
-  void DecodeScan() {
+  Status DecodeScan() {
     ScanDecoder scan(data_, size_, reader_.position(), reader_.frame(), reader_.scan(), picture_,
                      info_);
-    scan.Decode();
+    if (Status status = scan.Decode(options_.progress); !status.ok()) return status;
     for (const ScanPart& part : reader_.scan().parts) {
       decoded_[static_cast<size_t>(part.component)] = true;
     }
     reader_.Seek(scan.end());
+    return Status();
   }
 
   void FillMissing() {

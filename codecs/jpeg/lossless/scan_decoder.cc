@@ -45,16 +45,18 @@ ScanDecoder::ScanDecoder(const uint8_t* data, size_t size, size_t begin, const F
   }
 }
 
-void ScanDecoder::Decode() {
+Status ScanDecoder::Decode(Progress* progress) {
   for (int first = 0; first < geometry_.mcu_rows; first = interval_end_) {
     BeginInterval(first);
     for (int row = first; row < interval_end_; ++row) {
+      if (Stops(progress, row, geometry_.mcu_rows)) return Status::Cancelled();
       DecodeMcuRow(row);
       Reconstruct(row == first);
       TakeMcuRow(row);
     }
     FinishInterval();
   }
+  return Status();
 }
 
 void ScanDecoder::BeginInterval(int mcu_row) {

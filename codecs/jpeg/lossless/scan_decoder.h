@@ -23,7 +23,7 @@ class ScanDecoder {
   ScanDecoder(const uint8_t* data, size_t size, size_t begin, const Frame& frame, const Scan& scan,
               Picture* picture, FileInfo* info);
 
-  void Decode();
+  Status Decode(Progress* progress);
   // Of the marker after the scan.
   size_t end() const { return reader_.end(); }
 
