@@ -24,6 +24,7 @@
 #include <zepjp.h>
 
 #include "pnm.h"
+#include "problem.h"
 
 enum { kThorough = -2, kLastMode = 7 };
 
@@ -98,16 +99,16 @@ static double psnr(const Texture* texture) {
 static const char* printModes(Texture* texture) {
   printf("%zu blocks of 16 bytes\n", texture->blocks);
   for (int mode = kThorough; mode <= kLastMode; ++mode) {
-    const zepStatus status = roundTrip(texture, mode);
-    if (status != zepStatusOk) return zepStatusName(status);
+    const char* problem = problemOf(roundTrip(texture, mode));
+    if (problem != NULL) return problem;
     printf("mode %2d: %5.2f dB  %s\n", mode, psnr(texture), kDescriptions[mode - kThorough]);
   }
   return NULL;
 }
 
 static const char* writeDecoded(Texture* texture, int mode, Picture* picture) {
-  const zepStatus status = roundTrip(texture, mode);
-  if (status != zepStatusOk) return zepStatusName(status);
+  const char* problem = problemOf(roundTrip(texture, mode));
+  if (problem != NULL) return problem;
   for (size_t i = 0; i < texture->pixels; ++i) {
     for (size_t c = 0; c < 3; ++c) picture->samples[3 * i + c] = texture->decoded[4 * i + c];
   }

@@ -27,11 +27,10 @@
 
 /* How many blocks of component c there are, and in how many of them each coefficient is 0. */
 static size_t countZeros(const JpegFile* file, const JpegBlock* blocks, int c, size_t zeros[64]) {
-  const size_t all = (size_t)file->mcusAcross * (size_t)file->mcusDown * (size_t)file->blocks;
   size_t count = 0;
   for (int k = 0; k < 64; ++k) zeros[k] = 0;
-  for (size_t i = 0; i < all; ++i) {
-    if (jpegComponentOf(file, (int)(i % (size_t)file->blocks)) != c) continue;
+  for (size_t i = 0; i < jpegBlockCount(file); ++i) {
+    if (jpegComponentOf(file, i) != c) continue;
     for (int k = 0; k < 64; ++k) zeros[k] += blocks[i].value[k] == 0;
     ++count;
   }

@@ -26,8 +26,8 @@ static const char* readCodes(JpegFile* file, const uint8_t* content, int size) {
     int used = 17;
     for (int i = 1; i <= 16; ++i) used += content[i];
     if (kind > 1 || table > 3 || used > size) return kDamaged;
-    if (zepiDecodeHuffmanSpecInit_JPEG_8u(content + 1, content + 17, &file->codes[kind][table]) <
-        0) {
+    zepiDecodeHuffmanSpec* const codes = &file->codes[kind][table];
+    if (zepiDecodeHuffmanSpecInit_JPEG_8u(content + 1, content + 17, codes) != zepStatusOk) {
       return "a Huffman table is damaged";
     }
     file->hasCodes[kind][table] = 1;
@@ -47,7 +47,7 @@ static const char* setLayout(JpegFile* file) {
   }
   if (!isSupported) return "only sampling factors of 1x1, 2x1 and 2x2 are supported";
   file->mcusAcross = (file->width + 8 * y->across - 1) / (8 * y->across);
-  file->mcusDown = (file->height + 8 * y->down - 1) / (8 * y->down);
+  file->mcus = file->mcusAcross * ((file->height + 8 * y->down - 1) / (8 * y->down));
   file->blocks = y->across * y->down + file->components - 1;
   return NULL;
 }
@@ -94,7 +94,7 @@ static const char* readScan(JpegFile* file, const uint8_t* content, int size) {
   return NULL;
 }
 
-/* APP14 of Adobe: its twelfth byte is 0 where three components are R, G, B. */
+/* The twelfth byte of an Adobe header is 1 for Y, Cb, Cr; grey files and R, G, B have 0. */
 static const char* readAdobe(const uint8_t* content, int size) {
   if (size < 12 || memcmp(content, "Adobe", 5) != 0 || content[11] == 1) return NULL;
   return "only grey pictures and Y, Cb, Cr are supported";
@@ -136,7 +136,7 @@ static const char* readHeader(JpegFile* file) {
   return NULL;
 }
 
-/* The whole input in memory that grows with it. */
+/* Reads the whole input. Its size is not known before, so the memory doubles when it is full. */
 static const char* readBytes(FILE* in, JpegFile* file) {
   size_t room = 1 << 16, size = 0;
   do {
@@ -157,9 +157,9 @@ const char* jpegRead(FILE* in, JpegFile* file) {
   const char* problem = readBytes(in, file);
   if (problem == NULL) problem = readHeader(file);
   if (problem != NULL) return problem;
-  /* A block takes two bits at least, so that no few bytes can claim a picture of much memory. */
-  const int64_t count = (int64_t)file->mcusAcross * file->mcusDown * file->blocks;
-  return count > 4 * (int64_t)(file->size - file->scan) ? "the file ends too early" : NULL;
+  /* Each block takes at least two bits. A few bytes must not make a program allocate gigabytes. */
+  const int64_t leastBits = 2 * (int64_t)file->mcus * file->blocks;
+  return leastBits > 8 * (int64_t)(file->size - file->scan) ? "the file ends too early" : NULL;
 }
 
 void jpegFree(JpegFile* file) {

@@ -10,24 +10,23 @@
 #ifndef EXAMPLES_JPEG_FILE_H
 #define EXAMPLES_JPEG_FILE_H
 
-#include <zepjp.h>
-
 #include "jpeg_segments.h"
+#include "problem.h"
 
 enum { kMostBlocks = 6 }; /* blocks of an MCU: 2x2 of Y, one of Cb, one of Cr */
 
 typedef struct JpegFile {
   uint8_t* bytes; /* the whole file */
   int32_t size;
-  int32_t scan; /* where the coded data begins in it */
+  int32_t scan; /* position of the coded data */
 
   int width, height;
   int components;   /* 1 or 3 */
   uint8_t names[3]; /* of components, by which SOS refers to SOF0 */
   JpegComponent component[3];
-  int mcusAcross, mcusDown; /* MCUs that cover the picture */
-  int blocks;               /* blocks of an MCU */
-  int restartInterval;      /* MCUs from one restart marker to the next; 0: there are none */
+  int mcusAcross, mcus; /* MCUs of a row, and of the whole picture */
+  int blocks;           /* blocks of an MCU */
+  int restartInterval;  /* MCUs from one restart marker to the next; 0: there are none */
 
   uint8_t steps[4][64];              /* quantizer tables in zigzag order */
   zepiDecodeHuffmanSpec codes[2][4]; /* Huffman tables, by kind */

@@ -4,12 +4,15 @@
 #include <stdlib.h>
 #include <string.h>
 
-int jpegComponentOf(const JpegFile* file, int b) {
+size_t jpegBlockCount(const JpegFile* file) { return (size_t)file->mcus * (size_t)file->blocks; }
+
+int jpegComponentOf(const JpegFile* file, size_t i) {
+  const int b = (int)(i % (size_t)file->blocks); /* in its MCU */
   const int blocksOfY = file->blocks - (file->components - 1);
   return b < blocksOfY ? 0 : b - blocksOfY + 1;
 }
 
-/* In coded data 00 follows an FF that is no marker. Between data and marker FF may be repeated. */
+/* An FF in the data itself is followed by 00. Before a marker's code FF may be repeated. */
 int32_t jpegFindMarker(const JpegFile* file, int32_t position) {
   for (int32_t at = position; at + 1 < file->size; ++at) {
     const int next = file->bytes[at + 1];
@@ -23,8 +26,7 @@ const char* jpegScanStart(JpegScan* scan, const JpegFile* file, int mcu, int32_t
   scan->file = file;
   scan->mcu = mcu;
   scan->position = position;
-  const zepStatus status = zepiDecodeHuffmanStateInit_JPEG_8u(&scan->state);
-  return status < 0 ? zepStatusName(status) : NULL;
+  return problemOf(zepiDecodeHuffmanStateInit_JPEG_8u(&scan->state));
 }
 
 /*
@@ -33,7 +35,7 @@ const char* jpegScanStart(JpegScan* scan, const JpegFile* file, int mcu, int32_t
  */
 static const char* readMarker(JpegScan* scan) {
   const JpegFile* const file = scan->file;
-  const int isLast = scan->mcu == file->mcusAcross * file->mcusDown;
+  const int isLast = scan->mcu == file->mcus;
   const int expected = isLast ? 0xD9 : 0xD0 + (scan->mcu / file->restartInterval - 1) % 8;
   if (scan->marker == 0) { /* the decoder has not read this far */
     const int32_t at = jpegFindMarker(file, scan->position);
@@ -48,7 +50,7 @@ static const char* readMarker(JpegScan* scan) {
 const char* jpegScanMcu(JpegScan* scan, JpegBlock* block) {
   const JpegFile* const file = scan->file;
   for (int b = 0; b < file->blocks; ++b) {
-    const int c = jpegComponentOf(file, b);
+    const int c = jpegComponentOf(file, (size_t)b);
     const JpegComponent* const component = &file->component[c];
     const zepStatus status = zepiDecodeHuffman8x8_JPEG_1u16s_C1(
         file->bytes, file->size, &scan->position, block[b].value, &scan->lastDc[c], &scan->marker,
@@ -58,18 +60,17 @@ const char* jpegScanMcu(JpegScan* scan, JpegBlock* block) {
     if (status < 0) return "the coded data is damaged";
   }
   ++scan->mcu;
-  const int isLast = scan->mcu == file->mcusAcross * file->mcusDown;
+  const int isLast = scan->mcu == file->mcus;
   const int isBeforeRestart = file->restartInterval > 0 && scan->mcu % file->restartInterval == 0;
   return isLast || isBeforeRestart ? readMarker(scan) : NULL;
 }
 
 const char* jpegReadBlocks(const JpegFile* file, JpegBlock** blocks) {
-  const int mcus = file->mcusAcross * file->mcusDown;
-  *blocks = calloc((size_t)mcus * (size_t)file->blocks, sizeof **blocks);
+  *blocks = calloc(jpegBlockCount(file), sizeof **blocks);
   if (*blocks == NULL) return "there is not enough memory for the coefficients";
   JpegScan scan;
   const char* problem = jpegScanStart(&scan, file, 0, file->scan);
-  for (int i = 0; i < mcus && problem == NULL; ++i) {
+  for (int i = 0; i < file->mcus && problem == NULL; ++i) {
     problem = jpegScanMcu(&scan, *blocks + (size_t)i * (size_t)file->blocks);
   }
   return problem;

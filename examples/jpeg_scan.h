@@ -25,8 +25,6 @@ typedef struct JpegScan {
   zepiDecodeHuffmanState state; /* bits that were read but not used */
 } JpegScan;
 
-/* Each function returns null where all went well, else a sentence that says what is wrong. */
-
 /* Starts at an MCU whose data begins at `position`: the first, or one after a restart marker. */
 const char* jpegScanStart(JpegScan* scan, const JpegFile* file, int mcu, int32_t position);
 /*
@@ -38,8 +36,9 @@ const char* jpegScanMcu(JpegScan* scan, JpegBlock* block);
 /* All blocks of a file in the order of the scan. The caller releases them with free(). */
 const char* jpegReadBlocks(const JpegFile* file, JpegBlock** blocks);
 
-/* Which component block b of an MCU belongs to. */
-int jpegComponentOf(const JpegFile* file, int b);
+size_t jpegBlockCount(const JpegFile* file);
+/* The component (0, 1 or 2) of block i in the order of the scan. */
+int jpegComponentOf(const JpegFile* file, size_t i);
 /* Position of the first marker at `position` or after it; the file's size where there is none. */
 int32_t jpegFindMarker(const JpegFile* file, int32_t position);
 

@@ -7,14 +7,15 @@
  *
  * What it shows: how to jump into the middle of the coded data.
  *
- * Why it works: Huffman codes have no fixed length, and DC is coded as the difference from the
- * block before; so a decoder cannot start anywhere it likes. A file can have a restart marker (RST0
- * to RST7 in turn, FF D0 to FF D7) after every so many MCUs, as DRI in its header says. After a
- * marker codes start with a whole byte and DC predictions with 0: the interval stands on its own.
- * And markers can be found without decoding: coded data never contains an FF that 00 does not
- * follow. Searching for a byte is many times faster than decoding.
+ * Why it works: codes have different lengths, and DC is coded as the difference from the block
+ * before. So in general a decoder must start at the beginning. But the header can announce restart
+ * markers at regular distances (DRI: how many MCUs). They are RST0 to RST7 in turn, the bytes FF D0
+ * to FF D7. After one of them codes start with a whole byte and DC predictions with 0, so that an
+ * interval can be decoded on its own. Markers are found without decoding: in coded data 00 follows
+ * each FF. Searching for a byte is many times faster than decoding.
  *
- * The same property lets several threads decode one file, and a decoder go on after damage.
+ * Decoders with several threads start at restart markers too, and after damage a decoder goes on at
+ * the next one.
  *
  * The picture is the smallest rectangle of MCUs that holds the interval; MCUs of other intervals in
  * it are black.
@@ -32,7 +33,7 @@ typedef struct Box {
   int mcuWidth, mcuHeight;
 } Box;
 
-/* Passes number - 1 restart markers. Returns the position after the last one, or -1. */
+/* Skips number - 1 restart markers. Returns the position after the last one, or -1. */
 static int32_t findInterval(const JpegFile* file, int number) {
   int32_t at = file->scan;
   for (int i = 1; i < number; ++i) {
@@ -74,7 +75,7 @@ static zepStatus decodePixels(const JpegFile* file, uint16_t steps[3][64], JpegB
   }
   for (int b = 0; b < file->blocks; ++b) {
     const zepStatus status =
-        zepiDCTQuantInv8x8_JPEG_16s_C1I(blocks[b].value, steps[jpegComponentOf(file, b)]);
+        zepiDCTQuantInv8x8_JPEG_16s_C1I(blocks[b].value, steps[jpegComponentOf(file, (size_t)b)]);
     if (status != zepStatusOk) return status;
   }
   const int16_t* const mcu[3] = {blocks[0].value, blocks[file->blocks - 2].value,
@@ -106,30 +107,30 @@ static const char* decodeMcus(const JpegFile* file, int first, int last, int32_t
   JpegBlock blocks[kMostBlocks];
   uint8_t pixels[16 * 16 * 3];
   JpegScan scan;
-  zepStatus status = zepStatusOk;
-  for (int c = 0; c < file->components && status == zepStatusOk; ++c) {
-    status = zepiQuantInvTableInit_JPEG_8u16u(file->steps[file->component[c].steps], steps[c]);
-  }
   const char* problem = createPart(file, &box, part);
+  for (int c = 0; c < file->components && problem == NULL; ++c) {
+    const uint8_t* const raw = file->steps[file->component[c].steps];
+    problem = problemOf(zepiQuantInvTableInit_JPEG_8u16u(raw, steps[c]));
+  }
   if (problem == NULL) problem = jpegScanStart(&scan, file, first, position);
-  for (int mcu = first; mcu <= last && status == zepStatusOk && problem == NULL; ++mcu) {
+  for (int mcu = first; mcu <= last && problem == NULL; ++mcu) {
     problem = jpegScanMcu(&scan, blocks);
+    if (problem == NULL) problem = problemOf(decodePixels(file, steps, blocks, pixels));
     if (problem != NULL) break;
-    status = decodePixels(file, steps, blocks, pixels);
     copyPixels(&box, pixels, (mcu % file->mcusAcross - box.left) * box.mcuWidth,
                (mcu / file->mcusAcross - box.top) * box.mcuHeight, part);
   }
-  return status == zepStatusOk ? problem : zepStatusName(status);
+  return problem;
 }
 
 static const char* decodeInterval(const JpegFile* file, long number, Picture* part) {
-  const int mcus = file->mcusAcross * file->mcusDown, length = file->restartInterval;
+  const int length = file->restartInterval;
   if (length == 0) return "the file has no restart intervals";
-  if (number > (mcus + length - 1) / length) return "the file has no interval of this number";
+  if (number > (file->mcus + length - 1) / length) return "the file has no interval of this number";
   const int32_t position = findInterval(file, (int)number);
   if (position < 0) return "the coded data is damaged: a restart marker is missing";
   const int first = ((int)number - 1) * length;
-  return decodeMcus(file, first, smaller(first + length, mcus) - 1, position, part);
+  return decodeMcus(file, first, smaller(first + length, file->mcus) - 1, position, part);
 }
 
 int main(int argc, char** argv) {

@@ -12,7 +12,7 @@ typedef struct Picture {
   uint8_t* samples; /* row by row without gaps; the caller releases them with free() */
 } Picture;
 
-/* Each function returns null where all went well, else a sentence that says what is wrong. */
+/* Each function returns null, or a sentence that says what is wrong. */
 
 /* A black picture. Start with Picture picture = {0}, and free(picture.samples) in any case. */
 const char* pictureCreate(Picture* picture, int width, int height, int channels);

@@ -63,20 +63,20 @@ static zepStatus prepare(JpegFile* file, int c, int quality, Requantizer* requan
 }
 
 static const char* requantize(JpegFile* file, JpegBlock* blocks, int quality) {
-  const size_t count = (size_t)file->mcusAcross * (size_t)file->mcusDown * (size_t)file->blocks;
   Requantizer requantizer[3];
   zepStatus status = zepStatusOk;
   separateTables(file);
   for (int c = 0; c < file->components && status == zepStatusOk; ++c) {
     status = prepare(file, c, quality, &requantizer[c]);
   }
-  for (size_t i = 0; i < count && status == zepStatusOk; ++i) {
-    const int c = jpegComponentOf(file, (int)(i % (size_t)file->blocks));
-    status = zepiQuantInv8x8_JPEG_16s_C1I(blocks[i].value, requantizer[c].inverse);
-    if (status != zepStatusOk) break;
-    status = zepiQuantFwd8x8_JPEG_16s_C1I(blocks[i].value, requantizer[c].forward);
+  for (size_t i = 0; i < jpegBlockCount(file) && status == zepStatusOk; ++i) {
+    const Requantizer* const tables = &requantizer[jpegComponentOf(file, i)];
+    status = zepiQuantInv8x8_JPEG_16s_C1I(blocks[i].value, tables->inverse);
+    if (status == zepStatusOk) {
+      status = zepiQuantFwd8x8_JPEG_16s_C1I(blocks[i].value, tables->forward);
+    }
   }
-  return status == zepStatusOk ? NULL : zepStatusName(status);
+  return problemOf(status);
 }
 
 int main(int argc, char** argv) {

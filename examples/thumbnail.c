@@ -38,12 +38,10 @@ static const char* createPlane(const JpegFile* file, int c, int scale, Plane* pl
   const JpegComponent* const component = &file->component[c];
   plane->side = 8 / scale * (file->component[0].down / component->down);
   plane->step = file->mcusAcross * component->across * plane->side;
-  const int rows = file->mcusDown * component->down * plane->side;
+  const int rows = file->mcus / file->mcusAcross * component->down * plane->side;
   plane->samples = malloc((size_t)plane->step * (size_t)rows);
   if (plane->samples == NULL) return "there is not enough memory for the picture";
-  const zepStatus status =
-      zepiQuantInvTableInit_JPEG_8u16u(file->steps[component->steps], plane->steps);
-  return status == zepStatusOk ? NULL : zepStatusName(status);
+  return problemOf(zepiQuantInvTableInit_JPEG_8u16u(file->steps[component->steps], plane->steps));
 }
 
 /* DC is 8 times the mean of the samples less 128; rounded to nearest. */
@@ -72,7 +70,7 @@ static zepStatus reduceMcu(const JpegFile* file, int mcu, const JpegBlock* block
   const int mcuColumn = mcu % file->mcusAcross, mcuRow = mcu / file->mcusAcross;
   zepStatus status = zepStatusOk;
   for (int b = 0; b < file->blocks && status == zepStatusOk; ++b) {
-    const int c = jpegComponentOf(file, b);
+    const int c = jpegComponentOf(file, (size_t)b);
     const JpegComponent* const component = &file->component[c];
     const Plane* const plane = &planes[c];
     const int inMcu = c == 0 ? b : 0; /* chroma has one block */
@@ -89,11 +87,9 @@ static const char* reduceScan(const JpegFile* file, Plane* planes) {
   JpegBlock blocks[kMostBlocks];
   JpegScan scan;
   const char* problem = jpegScanStart(&scan, file, 0, file->scan);
-  for (int mcu = 0; mcu < file->mcusAcross * file->mcusDown && problem == NULL; ++mcu) {
+  for (int mcu = 0; mcu < file->mcus && problem == NULL; ++mcu) {
     problem = jpegScanMcu(&scan, blocks);
-    if (problem != NULL) break;
-    const zepStatus status = reduceMcu(file, mcu, blocks, planes);
-    if (status != zepStatusOk) problem = zepStatusName(status);
+    if (problem == NULL) problem = problemOf(reduceMcu(file, mcu, blocks, planes));
   }
   return problem;
 }
@@ -125,9 +121,8 @@ static const char* makeThumbnail(const JpegFile* file, int scale, Plane* planes,
     problem = createPlane(file, c, scale, &planes[c]);
   }
   if (problem == NULL) problem = reduceScan(file, planes);
-  if (problem != NULL) return problem;
-  const zepStatus status = joinPlanes(file, planes, picture);
-  return status == zepStatusOk ? NULL : zepStatusName(status);
+  if (problem == NULL) problem = problemOf(joinPlanes(file, planes, picture));
+  return problem;
 }
 
 int main(int argc, char** argv) {

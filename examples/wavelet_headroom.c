@@ -13,17 +13,18 @@
  * order.
  *
  * Why headroom: each lifting step of the 9/7 wavelet multiplies by a fraction and rounds to an
- * integer. On samples of 8 bits an error of half a unit in each of many steps costs more than a
- * good quantizer may lose. Samples times 2^n have n bits below the unit, in which most of the
- * rounding happens: each bit gains 6 dB. Above the samples the room shrinks: the first lifting step
- * can make 1 + 2 * 1.586 = 4.2 times the largest sample, and values that do not fit into 16 bits
- * are wrong altogether. 0 bits lose too much, 3 bits suit any picture, 6 bits only smooth ones.
+ * integer. With samples of 8 bits as they are, the errors of all steps add up to more than most
+ * quantizers lose. Samples times 2^n have n fraction bits, and the errors become 2^n times smaller:
+ * 6 dB for each bit. But values must still fit into 16 bits, and the first lifting step can make 1
+ * + 2 * 1.586 = 4.2 times the largest sample. So 0 bits lose too much, 3 or 4 bits are good for any
+ * picture, 6 bits only for smooth ones.
  */
 #include <math.h>
 #include <stdlib.h>
 #include <zepjp.h>
 
 #include "pnm.h"
+#include "problem.h"
 
 enum { kLevels = 5, kMostHeadroom = 7 };
 
@@ -45,8 +46,8 @@ static const char* createWavelet(const Picture* picture, Wavelet* wavelet) {
     height = (height + 1) / 2;
   }
   int32_t size = 0;
-  const zepStatus status = zepiWTGetBufSize_D97_JPEG2K_16s_C1IR(&wavelet->tile[0], &size);
-  if (status != zepStatusOk) return zepStatusName(status);
+  const char* problem = problemOf(zepiWTGetBufSize_D97_JPEG2K_16s_C1IR(&wavelet->tile[0], &size));
+  if (problem != NULL) return problem;
   wavelet->samples = malloc((size_t)wavelet->step * (size_t)picture->height);
   wavelet->buffer = malloc((size_t)size + 1); /* not null for size 0 either */
   if (wavelet->samples != NULL && wavelet->buffer != NULL) return NULL;
