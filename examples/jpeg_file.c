@@ -149,6 +149,9 @@ static const char* readBytes(FILE* in, JpegFile* file) {
   if (ferror(in)) return "the input cannot be read";
   if (size == room) return "the file is too large for this program";
   file->size = (int32_t)size;
+  /* Give back what is left over: then tools for memory errors see each read beyond the end. */
+  uint8_t* const exact = realloc(file->bytes, size > 0 ? size : 1);
+  if (exact != NULL) file->bytes = exact;
   return NULL;
 }
 

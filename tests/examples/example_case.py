@@ -138,6 +138,14 @@ class ExampleCase(unittest.TestCase):
                             input=jpeg[:scan] + b"\xff\xda\0\x08\x01\x01\0\0\x3f\0" + jpeg[scan + 14:])
         self.assert_refused(*arguments, sentence="too early",  # a huge picture in few bytes
                             input=jpeg[:frame + 5] + b"\x1f\xff\x1f\xff" + jpeg[frame + 9:])
+        for segment in (b"\xc4\0\x04\0\0", b"\xc4\0\x13\0" + b"\x10" * 16,  # tables beyond the end of the file
+                        b"\xdb\0\x04\0\0", b"\xc0\0\x08\x08\0\1\0\1\3", b"\xdd\0\3\0", b"\xda\0\3\3"):
+            self.assert_refused(*arguments, input=b"\xff\xd8\xff" + segment, sentence="header")
+        self.assert_refused(*arguments, input=jpeg[:scan] + b"\xff\xda\0\3\3", sentence="header")
+        for at in scan + 6, frame + 12:  # Huffman tables, quantizer table
+            self.assert_refused(*arguments, input=jpeg[:at] + b"\x55" + jpeg[at + 1:], sentence="header")
+        for tables in b"\x30", b"\x03":
+            self.assert_refused(*arguments, input=jpeg[:scan + 6] + tables + jpeg[scan + 7:], sentence="missing")
         self.assert_refused(*arguments, input=picture, sentence="not a JPEG file")
         self.check_random_bytes(*arguments)
         self.check_random_bytes(*arguments, start=b"\xff\xd8\xff")

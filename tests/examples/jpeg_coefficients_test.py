@@ -50,6 +50,14 @@ class JpegCoefficients(ExampleCase):
                 with self.subTest(layout=layout, interval=interval):
                     self.check(picture, "-restart", interval, *options)
 
+    def test_sampling_factors_of_a_single_component(self):
+        """They mean nothing, whatever they are (ITU-T T.81, A.2.2)."""
+        jpeg = cjpeg(ppm(40, 24, smooth(40, 24)), "-grayscale")  # 5 x 3 blocks
+        at = jpeg.index(b"\xff\xc0") + 11
+        self.assertEqual(jpeg[at], 0x11)
+        ours = self.run_well(input=jpeg[:at] + b"\x22" + jpeg[at + 1:])
+        self.assertEqual(djpeg(ours), djpeg(jpeg))
+
     def test_qualities(self):
         picture = ppm(50, 40, smooth(50, 40))
         for quality in "1", "30", "100":

@@ -4,8 +4,12 @@
 import math
 import unittest
 
-from example_case import LAYOUTS, ExampleCase, cjpeg, djpeg, ppm, psnr, read_pnm, smooth
+from example_case import LAYOUTS, ExampleCase, cjpeg, djpeg, pgm, ppm, psnr, read_pnm, smooth
 from jpeg_model import Jpeg
+
+
+# How far grey samples may be from the exact ones, which are no integers: 1/2 by rounding, and what fixed point adds.
+LIMITS = {2: 0.6, 4: 0.6, 8: 0.501}
 
 
 def reduced(block, steps, side):
@@ -65,25 +69,27 @@ class Thumbnail(ExampleCase):
         self.assertGreater(psnr(theirs[3], got[3]), 36)
 
     def test_layouts(self):
-        """Samples are rounded to integers: half a unit in grey; chroma by up to 1.772 times as much."""
+        """An error of a chroma sample counts up to 1.772 times in a colour."""
         for layout, options in LAYOUTS.items():
             for width, height in (1, 1), (16, 16), (67, 45):
                 jpeg = cjpeg(ppm(width, height, smooth(width, height)), "-quality", "85", *options)
                 for scale in 2, 4, 8:
                     with self.subTest(layout=layout, width=width, scale=scale):
-                        self.check(jpeg, scale, 1.01 if layout == "grey" else 3.5)
+                        self.check(jpeg, scale, LIMITS[scale] if layout == "grey" else 3.5)
 
     def test_restart_intervals(self):
         self.check(cjpeg(ppm(67, 45, smooth(67, 45)), "-restart", "3B"), 4, 3.5)
 
     def test_extremes(self):
         """Black and white pixels: sums beyond 0 to 255 are clamped."""
-        samples = bytes(255 * ((x // 3 ^ y // 5) & 1) for y in range(40) for x in range(40) for _ in range(3))
-        jpeg = cjpeg(ppm(40, 40, samples), "-grayscale", "-quality", "30")
-        for scale in 2, 4, 8:
-            width, _, want = picture_of(Jpeg(jpeg), scale)
-            got = read_pnm(self.run_well(scale, input=jpeg))[3]
-            self.assertLessEqual(max(abs(a - b) for a, b in zip(got, want, strict=True)), 1.01)
+        for side in 3, 5, 16:  # at quality 9 a step for DC of 89: black is -12 * 89 / 8 + 128 = -5.5
+            samples = bytes(255 * (x // side + y // side & 1) for y in range(40) for x in range(40))
+            jpeg = cjpeg(pgm(40, 40, samples), "-quality", "9", "-baseline")
+            for scale in 2, 4, 8:
+                want = picture_of(Jpeg(jpeg), scale)[2]
+                got = read_pnm(self.run_well(scale, input=jpeg))[3]
+                self.assertLessEqual(max(abs(a - b) for a, b in zip(got, want, strict=True)),
+                                     LIMITS[scale])
 
     def test_refusals(self):
         for arguments in (), ("1",), ("3",), ("16",), ("half",), ("2", "4"):
