@@ -9,15 +9,15 @@
  * What it shows: the texture coders, which take a whole picture in one call, and what their modes
  * are good for.
  *
- * Why it works: a block of 4x4 pixels takes 16 bytes, whatever it shows, so that a graphics
- * processor can find any block without decoding those before it. A block stores two colours (the
- * end points of a line through the colours of its pixels), and for each pixel only where on that
- * line it lies. Eight modes divide the 128 bits in other ways: two or three lines for groups of
- * pixels (subsets), more bits for end points or for places, a line of its own for alpha. Each block
- * can be in another mode, and a decoder reads in its first bits which one.
+ * Why it works: a block of 4x4 pixels takes 16 bytes, whatever it shows, so a graphics processor
+ * can find any block without decoding those before it. A block stores two colours (the end points
+ * of a line through the colours of its pixels), and for each pixel only where on that line it lies.
+ * Eight modes divide the 128 bits in different ways: two or three lines for groups of pixels
+ * (subsets), more bits for end points or for positions, a line of its own for alpha. The first bits
+ * of a block tell the decoder its mode.
  *
- * One mode for all blocks shows what that mode can do; the searches choose per block. -1 is quick
- * and nearly as good as -2, which tries everything and takes many times as long.
+ * One mode for all blocks shows what that mode can do; the searches choose one for each block. -1
+ * is quick and usually nearly as good as -2, a thorough search that takes many times as long.
  */
 #include <math.h>
 #include <stdlib.h>
@@ -42,7 +42,7 @@ static const char* const kDescriptions[] = {
     "2 subsets with alpha",
 };
 
-/* A picture as pixels R G B A, its blocks, and the pixels that come back. */
+/* A picture as pixels R, G, B, A; its blocks; the pixels decoded from them. */
 typedef struct Texture {
   uint8_t *rgba, *coded, *decoded;
   size_t pixels, blocks;

@@ -15,8 +15,9 @@
  *
  * Why it works: the eye sees fine colour worse than fine brightness, so one chroma value for four
  * pixels is enough. The DCT gathers what neighbouring pixels have in common in few coefficients;
- * large steps make most of the others 0, and a run of zeros costs a few bits. Only the division by
- * the steps loses information on purpose, and the quality chooses them.
+ * large steps make most of the others 0, and a run of zeros costs a few bits. What loses
+ * information is the reduction of chroma and the division by the steps; the quality chooses the
+ * steps.
  *
  * The library makes the bits. The segments around them (sizes, tables) are the caller's:
  * jpeg_segments.c writes them.

@@ -3,16 +3,16 @@
  * one_interval.c: decodes one restart interval of a JPEG file to a picture (PPM or PGM) on standard
  * output.
  *
- *     one_interval NUMBER < photo.jpg > part.ppm        1 is the first interval
+ *     one_interval NUMBER < photo.jpg > part.ppm        (1 is the first interval)
  *
  * What it shows: how to jump into the middle of the coded data.
  *
  * Why it works: codes have different lengths, and DC is coded as the difference from the block
  * before. So in general a decoder must start at the beginning. But the header can announce restart
- * markers at regular distances (DRI: how many MCUs). They are RST0 to RST7 in turn, the bytes FF D0
- * to FF D7. After one of them codes start with a whole byte and DC predictions with 0, so that an
- * interval can be decoded on its own. Markers are found without decoding: in coded data 00 follows
- * each FF. Searching for a byte is many times faster than decoding.
+ * markers at regular distances (DRI: the number of MCUs). They are RST0 to RST7 in turn, the bytes
+ * FF D0 to FF D7. After a marker, codes start with a whole byte and DC predictions with 0, so an
+ * interval can be decoded on its own. Markers are found without decoding, because in coded data
+ * each FF is followed by 00. Searching for a byte is much less work than decoding.
  *
  * Decoders with several threads start at restart markers too, and after damage a decoder goes on at
  * the next one.

@@ -11,13 +11,12 @@
  *
  * Why it works: the steps decide how exact each coefficient is, and a decoder multiplies by
  * whatever steps the file names. Larger steps mean smaller numbers and more zeros, thus fewer bits.
- * Without colour conversion, DCT and rounding to pixels it is several times faster than decoding
- * and encoding, and nothing is rounded but the coefficients.
+ * Compared with decoding and encoding it saves both transforms and both colour conversions, and
+ * nothing is rounded but the coefficients.
  *
- * A step never becomes smaller than it was: finer steps would take more bits for the same
- * coefficients. A coefficient is rounded twice, by the first encoder and here, so the result is a
- * little worse than the same quality made from the original, most of all where a new step is
- * slightly larger than the old one.
+ * A step never becomes smaller than it was: that would take more bits for the same picture. Each
+ * coefficient is rounded twice, by the first encoder and here, so the result is a little worse than
+ * a file of this quality made from the original.
  */
 #include <stdlib.h>
 #include <string.h>

@@ -4,20 +4,19 @@
  *
  *     thumbnail 2|4|8 < photo.jpg > small.ppm
  *
- * What it shows: the reduced inverse transforms, which make 4x4 or 2x2 samples of an 8x8 block
- * directly.
+ * What it shows: the reduced inverse transforms, which make 4x4 or 2x2 samples of an 8x8 block.
  *
  *   1/2   zepiDCTQuantInv8x8To4x4LS...   from the 16 coefficients of lowest frequency
  *   1/4   zepiDCTQuantInv8x8To2x2LS...   from 4 of them
  *   1/8   the mean                       DC / 8 + 128, no transform at all
  *
- * Why it works: coefficients of low frequency describe the block coarsely, those of high frequency
- * add what is finer than the small picture can show. A transform of the low ones alone is a good
- * low-pass filter and a good deal less work than eight by eight samples and a filter afterwards.
+ * Why it works: coefficients of low frequency describe a block coarsely, those of high frequency
+ * add details that the small picture cannot show. To leave them out is a good filter, and it is
+ * much less work than a full transform and a filter afterwards.
  *
- * Chroma of a 4:2:0 file is at half size already. So it is reduced by one factor of 2 less than Y
- * (at 1/2 not at all), and every plane comes out at the size of the small picture. In a 4:2:2 file
- * chroma is at half width only; the colour conversion doubles its columns.
+ * Chroma of a 4:2:0 file is at half size already, so it needs half the reduction of Y (none at
+ * 1/2), and every plane comes out at the size of the small picture. In a 4:2:2 file chroma is at
+ * half width only; the colour conversion doubles its columns.
  */
 #include <stdlib.h>
 #include <string.h>

@@ -3,7 +3,7 @@
  * wavelet_headroom.c: what five levels of the 9/7 wavelet in 16-bit integers lose, by bits of
  * headroom.
  *
- *     wavelet_headroom [PICTURE.pgm]        without a picture it paints one
+ *     wavelet_headroom [PICTURE.pgm]        (without a picture it paints one)
  *
  * What it shows: a transform over several levels, and how to prepare samples for it.
  *
@@ -15,9 +15,9 @@
  * Why headroom: each lifting step of the 9/7 wavelet multiplies by a fraction and rounds to an
  * integer. With samples of 8 bits as they are, the errors of all steps add up to more than most
  * quantizers lose. Samples times 2^n have n fraction bits, and the errors become 2^n times smaller:
- * 6 dB for each bit. But values must still fit into 16 bits, and the first lifting step can make 1
- * + 2 * 1.586 = 4.2 times the largest sample. So 0 bits lose too much, 3 or 4 bits are good for any
- * picture, 6 bits only for smooth ones.
+ * 6 dB for each bit. But values must still fit into 16 bits, and the first lifting step can make
+ * 4.2 times the largest sample (1 + 2 * 1.586). So 0 bits lose too much, 3 or 4 bits are good for
+ * any picture, 6 bits only for smooth ones.
  */
 #include <math.h>
 #include <stdlib.h>
