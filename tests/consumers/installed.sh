@@ -18,11 +18,12 @@ for languages in C "C;CXX"; do
   use_cmake "$libdir" "$kind" gcc g++ "$languages"
   use_cmake "$libdir" "$kind" clang clang++ "$languages"
 done
-# The program of the README too.
+# The program of the README and an example too.
 awk '/^```c/ {inside = 1; next} /^```/ {inside = 0} inside' "$source/README.md" >"$work/readme.c"
 for compiler in gcc clang; do
   use_pkg_config "$libdir" "$kind" "$compiler"
   use_pkg_config "$libdir" "$kind" "$compiler" "$work/readme.c"
+  use_pkg_config "$libdir" "$kind" "$compiler" "$source/examples/"{wavelet_headroom,pnm}.c
 done
 
 if [ -x "$prefix/bin/zepconvert" ]; then

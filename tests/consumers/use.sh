@@ -17,13 +17,14 @@ use_cmake() {
   "$build/consumer"
 }
 
-# use_pkg_config LIBDIR KIND COMPILER [PROGRAM]: a compiler called with what pkg-config says.
+# use_pkg_config LIBDIR KIND COMPILER [SOURCE...]: a compiler called with what pkg-config says.
 use_pkg_config() {
-  local program=${4:-$here/consumer.c} options=()
+  local sources=("${@:4}") options=()
+  [ ${#sources[@]} -gt 0 ] || sources=("$here/consumer.c")
   export PKG_CONFIG_PATH=$1/pkgconfig
   [ "$2" = shared ] || options=(--static)
   # shellcheck disable=SC2046
-  "$3" -std=c99 -Wall -Wextra -Werror "$program" -o "$work/program" \
-    $(pkg-config --cflags --libs "${options[@]}" zepjp) -Wl,-rpath,"$1"
+  "$3" -std=c99 -Wall -Wextra -Werror "${sources[@]}" -o "$work/program" \
+    $(pkg-config --cflags --libs "${options[@]}" zepjp) -lm -Wl,-rpath,"$1"
   "$work/program"
 }
