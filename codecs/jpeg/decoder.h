@@ -47,7 +47,7 @@ struct FileInfo {
   bool has_single_scan = false;  // the first scan holds all components
   int adobe_transform = -1;      // of the Adobe header, negative where there is none
   bool has_jfif = false;
-  Metadata metadata;
+  SavedSegments metadata;
   Messages messages;
 };
 

@@ -31,7 +31,7 @@ struct EncodeOptions {
   Script script;             // instead, if not empty
   bool optimizes = false;    // the Huffman tables; always where it is progressive
   // Resolution, and segments that are written as they are.
-  Metadata metadata;
+  SavedSegments metadata;
   // If not null, the time of the stages is added here.
   StageTimes* times = nullptr;
   // Null: nobody watches.

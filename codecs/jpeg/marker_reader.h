@@ -38,7 +38,7 @@ class MarkerReader {
   const Frame& frame() const { return frame_; }
   const Scan& scan() const { return scan_; }
   const Tables& tables() const { return tables_; }
-  const Metadata& metadata() const { return metadata_; }
+  const SavedSegments& metadata() const { return metadata_; }
   int restart_interval() const { return restart_interval_; }
   bool has_jfif() const { return has_jfif_; }
   // The Adobe header's transform, negative where there is no such header.
@@ -71,7 +71,7 @@ class MarkerReader {
   Frame frame_;
   Scan scan_;
   Tables tables_;
-  Metadata metadata_;
+  SavedSegments metadata_;
   int restart_interval_ = 0;
   bool has_jfif_ = false;
   bool saw_huffman_ = false;

@@ -29,7 +29,7 @@ int64_t Intervals(const FileInfo& info, const Geometry& geometry) {
   return most / info.restart_interval + 1;
 }
 
-int64_t MetadataBytes(const Metadata& metadata) {
+int64_t MetadataBytes(const SavedSegments& metadata) {
   int64_t bytes = 0;
   for (const Segment& segment : metadata.segments) {
     bytes += static_cast<int64_t>(segment.data.size()) + kBytesForSegment;

@@ -2,6 +2,7 @@
 #include "codecs/jpeg/metadata.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <map>
 
@@ -13,6 +14,7 @@ namespace {
 // The names that open these segments; the terminating zeros are part of them.
 constexpr char kExifName[] = "Exif\0";      // and the zero that ends the literal
 constexpr char kIccName[] = "ICC_PROFILE";  // then the part's number and the number of parts
+constexpr char kXmpName[] = "http://ns.adobe.com/xap/1.0/";
 constexpr char kMultiPictureName[] = "MPF";
 constexpr size_t kIccHeaderBytes = sizeof(kIccName) + 2;
 
@@ -27,14 +29,14 @@ bool IsIccPart(const Segment& segment) {
 }
 
 template <class Predicate>
-void RemoveIf(Metadata* metadata, Predicate predicate) {
+void RemoveIf(SavedSegments* metadata, Predicate predicate) {
   auto& segments = metadata->segments;
   segments.erase(std::remove_if(segments.begin(), segments.end(), predicate), segments.end());
 }
 
 }  // namespace
 
-std::vector<uint8_t> FindExif(const Metadata& metadata) {
+std::vector<uint8_t> FindExif(const SavedSegments& metadata) {
   for (const Segment& segment : metadata.segments) {
     if (!IsNamed(segment, kApp1, kExifName)) continue;
     return {segment.data.begin() + sizeof(kExifName), segment.data.end()};
@@ -42,7 +44,7 @@ std::vector<uint8_t> FindExif(const Metadata& metadata) {
   return {};
 }
 
-std::vector<uint8_t> FindIccProfile(const Metadata& metadata) {
+std::vector<uint8_t> FindIccProfile(const SavedSegments& metadata) {
   std::map<int, const Segment*> parts;
   int count = 0;
   for (const Segment& segment : metadata.segments) {
@@ -61,11 +63,11 @@ std::vector<uint8_t> FindIccProfile(const Metadata& metadata) {
   return profile;
 }
 
-bool HasIccProfile(const Metadata& metadata) {
+bool HasIccProfile(const SavedSegments& metadata) {
   return std::any_of(metadata.segments.begin(), metadata.segments.end(), IsIccPart);
 }
 
-bool AddExif(const std::vector<uint8_t>& exif, Metadata* metadata) {
+bool AddExif(const std::vector<uint8_t>& exif, SavedSegments* metadata) {
   if (exif.size() > kMaxSegmentBytes - sizeof(kExifName)) return false;
   Segment segment{kApp1, {std::begin(kExifName), std::end(kExifName)}};
   segment.data.insert(segment.data.end(), exif.begin(), exif.end());
@@ -73,7 +75,7 @@ bool AddExif(const std::vector<uint8_t>& exif, Metadata* metadata) {
   return true;
 }
 
-bool AddIccProfile(const std::vector<uint8_t>& profile, Metadata* metadata) {
+bool AddIccProfile(const std::vector<uint8_t>& profile, SavedSegments* metadata) {
   constexpr size_t kPartBytes = kMaxSegmentBytes - kIccHeaderBytes;
   const size_t count = (profile.size() + kPartBytes - 1) / kPartBytes;
   if (count > 255) return false;
@@ -90,9 +92,63 @@ bool AddIccProfile(const std::vector<uint8_t>& profile, Metadata* metadata) {
   return true;
 }
 
-void RemoveIccProfile(Metadata* metadata) { RemoveIf(metadata, IsIccPart); }
+zepcodec::Metadata ToMetadata(const SavedSegments& saved, Messages* notes) {
+  zepcodec::Metadata metadata;
+  metadata.exif = FindExif(saved);
+  metadata.orientation = OrientationOfExif(metadata.exif);
+  metadata.icc_profile = FindIccProfile(saved);
+  // A profile begins with its length (ICC.1, 7.2.2).
+  constexpr size_t kProfileHeader = 128;
+  uint64_t length = 0;
+  for (size_t i = 0; i < 4 && i < metadata.icc_profile.size(); ++i) {
+    length = length << 8 | metadata.icc_profile[i];
+  }
+  const bool is_whole =
+      metadata.icc_profile.size() >= kProfileHeader && length <= metadata.icc_profile.size();
+  if (HasIccProfile(saved) && !is_whole) {
+    metadata.icc_profile.clear();
+    notes->Add("the colour profile is not complete and was dropped");
+  }
+  for (const Segment& segment : saved.segments) {
+    if (!IsNamed(segment, kApp1, kXmpName)) continue;
+    metadata.xmp.assign(segment.data.begin() + sizeof(kXmpName), segment.data.end());
+    break;
+  }
+  const Density& density = saved.density;
+  if (density.x > 0 && density.y > 0) {
+    metadata.resolution = {density.unit == 1        ? Resolution::Unit::kInch
+                           : density.unit == 2      ? Resolution::Unit::kCentimetre
+                           : density.x == density.y ? Resolution::Unit::kNone
+                                                    : Resolution::Unit::kShape,
+                           static_cast<double>(density.x), static_cast<double>(density.y)};
+  }
+  return metadata;
+}
 
-void RemoveMultiPictureIndex(Metadata* metadata) {
+SavedSegments ToSegments(const zepcodec::Metadata& metadata) {
+  SavedSegments saved;
+  const Resolution& resolution = metadata.resolution;
+  const double x = std::round(resolution.x);
+  const double y = std::round(resolution.y);
+  if (resolution.unit != Resolution::Unit::kNone && x >= 1 && x <= 65535 && y >= 1 && y <= 65535) {
+    const int unit = resolution.unit == Resolution::Unit::kInch         ? 1
+                     : resolution.unit == Resolution::Unit::kCentimetre ? 2
+                                                                        : 0;
+    saved.density = {unit, static_cast<int>(x), static_cast<int>(y)};
+  }
+  if (!metadata.exif.empty()) AddExif(metadata.exif, &saved);
+  if (!metadata.xmp.empty() && metadata.xmp.size() <= kMaxSegmentBytes - sizeof(kXmpName)) {
+    Segment segment{kApp1, {std::begin(kXmpName), std::end(kXmpName)}};
+    segment.data.insert(segment.data.end(), metadata.xmp.begin(), metadata.xmp.end());
+    saved.segments.push_back(std::move(segment));
+  }
+  if (!metadata.icc_profile.empty()) AddIccProfile(metadata.icc_profile, &saved);
+  return saved;
+}
+
+void RemoveIccProfile(SavedSegments* metadata) { RemoveIf(metadata, IsIccPart); }
+
+void RemoveMultiPictureIndex(SavedSegments* metadata) {
   RemoveIf(metadata,
            [](const Segment& segment) { return IsNamed(segment, kApp2, kMultiPictureName); });
 }

@@ -7,6 +7,9 @@
 #include <cstdint>
 #include <vector>
 
+#include "codecs/support/messages.h"
+#include "codecs/support/metadata.h"
+
 namespace zepcodec::jpeg {
 
 // An APPn or COM segment without its marker and length.
@@ -24,7 +27,7 @@ struct Density {
 
 // The segments in the order of the file, without the JFIF and Adobe headers: those describe how the
 // samples are stored, so an encoder writes its own.
-struct Metadata {
+struct SavedSegments {
   Density density;
   std::vector<Segment> segments;
 };
@@ -36,20 +39,25 @@ constexpr size_t kMaxSegmentBytes = 65533;
 constexpr size_t kMostSegments = 4096;
 
 // The EXIF data, a TIFF structure; empty where there is none.
-std::vector<uint8_t> FindExif(const Metadata& metadata);
+std::vector<uint8_t> FindExif(const SavedSegments& metadata);
 // The colour profile, joined from its segments in the order of their numbers, which count from 1 (from 0 in some
 // files); of two with the same number the first counts. Empty where there is none or a part is missing.
-std::vector<uint8_t> FindIccProfile(const Metadata& metadata);
+std::vector<uint8_t> FindIccProfile(const SavedSegments& metadata);
 // Whether there is a profile or a part of one.
-bool HasIccProfile(const Metadata& metadata);
+bool HasIccProfile(const SavedSegments& metadata);
 
 // Append. False: too large for the form (one segment, or 255 of them).
-bool AddExif(const std::vector<uint8_t>& exif, Metadata* metadata);
-bool AddIccProfile(const std::vector<uint8_t>& profile, Metadata* metadata);
+bool AddExif(const std::vector<uint8_t>& exif, SavedSegments* metadata);
+bool AddIccProfile(const std::vector<uint8_t>& profile, SavedSegments* metadata);
+
+// As every format has it. A profile of which a part is missing gets a note and is left out.
+zepcodec::Metadata ToMetadata(const SavedSegments& saved, Messages* notes);
+// The segments that hold it, and the resolution. What no segment can hold is left out.
+SavedSegments ToSegments(const zepcodec::Metadata& metadata);
 
 // Takes out the segments that a change of the picture makes wrong.
-void RemoveIccProfile(Metadata* metadata);
-void RemoveMultiPictureIndex(Metadata* metadata);
+void RemoveIccProfile(SavedSegments* metadata);
+void RemoveMultiPictureIndex(SavedSegments* metadata);
 
 }  // namespace zepcodec::jpeg
 

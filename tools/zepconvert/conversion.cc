@@ -318,7 +318,7 @@ zepcodec::Status MeasureLoss(const zepcodec::ByteBuffer& output, const std::stri
   result->psnr = Measure(*image, again.image);
   result->modes = ModesOfBc7(output, *image, again.image);
   status = MakeErrorPicture(*image, again.image, &errors);
-  if (status.ok()) status = WritePng(errors, jpeg::Metadata(), &file);
+  if (status.ok()) status = WritePng(errors, jpeg::SavedSegments(), &file);
   return status.ok() ? WriteFile(error_picture, file.data(), file.size(), result->job.input)
                      : status;
 }

@@ -39,7 +39,7 @@ zepcodec::Status WriteScan(const Settings& settings, const std::string& name,
     zepcodec::Status status = Convert(image, zepcodec::PixelLayout::kRgb, 8, {}, &converted);
     if (!status.ok()) return status;
   }
-  zepcodec::Status status = WritePng(is_cmyk ? converted : image, jpeg::Metadata(), &file);
+  zepcodec::Status status = WritePng(is_cmyk ? converted : image, jpeg::SavedSegments(), &file);
   return status.ok() ? WriteFile(path.string(), file.data(), file.size(), name) : status;
 }
 

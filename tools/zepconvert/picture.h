@@ -23,7 +23,7 @@ struct Picture {
   void TakeNotes(const zepcodec::Messages& messages);
 
   zepcodec::Picture image;
-  zepcodec::jpeg::Metadata metadata;
+  zepcodec::jpeg::SavedSegments metadata;
   std::vector<std::string> notes;     // what was given up, for the user to know
   std::vector<std::string> warnings;  // what was damaged
 };

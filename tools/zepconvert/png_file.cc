@@ -99,7 +99,7 @@ class Reader {
     return true;
   }
 
-  void ReadMetadata(jpeg::Metadata* metadata) {
+  void ReadMetadata(jpeg::SavedSegments* metadata) {
     if (setjmp(png_jmpbuf(png_)) != 0) return;
     png_charp name = nullptr;
     int method = 0;
@@ -163,7 +163,7 @@ class Writer {
   const char* error() const { return error_.text; }
 
   // Of 8 or 16 bits.
-  bool Write(const zepcodec::Picture& image, const jpeg::Metadata& metadata) {
+  bool Write(const zepcodec::Picture& image, const jpeg::SavedSegments& metadata) {
     // libpng would refuse profiles that are in wide use, as that of 3144 bytes for sRGB.
     const std::vector<uint8_t> profile = jpeg::FindIccProfile(metadata);
     const bool has_profile =
@@ -173,7 +173,7 @@ class Writer {
   }
 
  private:
-  bool WriteChunks(const zepcodec::Picture& image, const jpeg::Metadata& metadata) {
+  bool WriteChunks(const zepcodec::Picture& image, const jpeg::SavedSegments& metadata) {
     exif_ = jpeg::FindExif(metadata);
     if (setjmp(png_jmpbuf(png_)) != 0) return false;
     png_set_user_limits(png_, 0x7FFFFFFF, 0x7FFFFFFF);
@@ -246,7 +246,7 @@ zepcodec::Status ReadPng(const uint8_t* data, size_t size, int64_t max_pixels, P
   return zepcodec::Status();
 }
 
-zepcodec::Status WritePng(const zepcodec::Picture& image, const jpeg::Metadata& metadata,
+zepcodec::Status WritePng(const zepcodec::Picture& image, const jpeg::SavedSegments& metadata,
                           zepcodec::ByteBuffer* file) {
   if (!file->Resize(0)) return zepcodec::Status::NoMemory();
   Writer writer(file);

@@ -28,7 +28,7 @@ struct EncodeOptions {
   Tables tables = Tables::kOptimal;
   // Of a picture of four components: they are CMYK, and 0 is full ink, as an Adobe header has it.
   bool is_inverted_cmyk = false;
-  jpeg::Metadata metadata;  // segments, written as they are
+  jpeg::SavedSegments metadata;  // segments, written as they are
   // Null: nobody watches.
   Progress* progress = nullptr;
 };
@@ -53,7 +53,7 @@ struct FileInfo {
   int point_transform = 0;
   int restart_interval = 0;  // in samples of each component
   int adobe_transform = -1;  // negative: there is no Adobe header
-  jpeg::Metadata metadata;
+  jpeg::SavedSegments metadata;
   Messages messages;
 };
 

@@ -249,7 +249,7 @@ Status HeaderReader::CheckScan() const {
 
 void HeaderReader::ReadApplication(int marker, const Cursor& cursor) {
   const size_t size = cursor.left();
-  jpeg::Metadata& metadata = info_->metadata;
+  jpeg::SavedSegments& metadata = info_->metadata;
   if (marker == jpeg::kApp0 && size >= 12 && std::memcmp(cursor.next, "JFIF", 5) == 0) {
     const uint8_t* density = cursor.next + 7;
     metadata.density = {density[0], density[1] << 8 | density[2], density[3] << 8 | density[4]};

@@ -199,7 +199,7 @@ TEST(JpegMetadata, ExifAndProfileComeBack) {
   const Bytes file = Encode(pictures::Smooth(20, 20, PixelLayout::kRgb), options);
   const jpeg_files::Decoded decoded = Decode(file);
   ASSERT_TRUE(decoded.status.ok());
-  const jpeg::Metadata& metadata = decoded.info.metadata;
+  const jpeg::SavedSegments& metadata = decoded.info.metadata;
   EXPECT_EQ(jpeg::FindExif(metadata), exif);
   EXPECT_EQ(jpeg::FindIccProfile(metadata), profile);
   EXPECT_EQ(metadata.segments.back().marker, jpeg::kCom);
@@ -222,7 +222,7 @@ TEST(JpegMetadata, ProfilesInOddOrder) {
     return jpeg::Segment{jpeg::kApp2, data};
   };
   const auto found = [](std::vector<jpeg::Segment> parts) {
-    jpeg::Metadata metadata;
+    jpeg::SavedSegments metadata;
     metadata.segments = std::move(parts);
     EXPECT_TRUE(jpeg::HasIccProfile(metadata));
     return jpeg::FindIccProfile(metadata);
@@ -236,7 +236,7 @@ TEST(JpegMetadata, ProfilesInOddOrder) {
   EXPECT_TRUE(found({part(2, 3, 'b'), part(3, 3, 'c')}).empty());
   EXPECT_TRUE(found({part(2, 3, 'b'), part(3, 3, 'c'), part(4, 3, 'd')}).empty());
   EXPECT_TRUE(found({part(1, 0, 'a')}).empty());
-  EXPECT_FALSE(jpeg::HasIccProfile(jpeg::Metadata()));
+  EXPECT_FALSE(jpeg::HasIccProfile(jpeg::SavedSegments()));
 }
 
 TEST(JpegEncode, BadArguments) {
@@ -261,7 +261,6 @@ TEST(JpegDecode, OtherProcessesAreNamed) {
     changed[frame + 4] = static_cast<uint8_t>(precision);
     return Decode(changed).status.text();
   };
-  EXPECT_NE(error(0xC1, 12).find("12-bit"), std::string::npos);
   EXPECT_NE(error(0xC2, 8).find("progressive"), std::string::npos);
   EXPECT_NE(error(0xC3, 8).find("lossless"), std::string::npos);
   EXPECT_NE(error(0xC5, 8).find("hierarchical"), std::string::npos);

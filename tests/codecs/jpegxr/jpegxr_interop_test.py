@@ -18,11 +18,12 @@ from pathlib import Path
 failures = []
 checks = 0
 
-U8, U16, S16, S32, F32 = range(5)
-BYTES = {U8: 1, U16: 2, S16: 2, S32: 4, F32: 4}
+U8, U16, S16, S32, F16, F32 = range(6)
+BYTES = {U8: 1, U16: 2, S16: 2, S32: 4, F16: 2, F32: 4}
 # The formats' numbers on their command lines, by type and channels.
 FORMATS = {(U8, 1): 2, (U8, 3): 9, (U16, 1): 3, (U16, 3): 10, (S16, 1): 4, (S16, 3): 11,
-           (S32, 1): 7, (S32, 3): 14, (F32, 1): 8, (U8, 4): 22, (U16, 4): 23}
+           (S32, 1): 7, (S32, 3): 14, (F16, 1): 5, (F16, 3): 12, (F32, 1): 8,
+           (U8, 4): 22, (U16, 4): 23}
 
 
 class Picture:
@@ -37,7 +38,7 @@ class Picture:
 def make_picture(width, height, channels, kind, texture, seed):
     """Soft shapes with some noise; or noise; or flat."""
     rng = random.Random(seed)
-    most = {U8: 255, U16: 65535, S16: 32767, S32: 1 << 20, F32: 1}[kind]
+    most = {U8: 255, U16: 65535, S16: 32767, S32: 1 << 20, F16: 1, F32: 1}[kind]
     values = []
     for y in range(height):
         for x in range(width):
@@ -50,8 +51,9 @@ def make_picture(width, height, channels, kind, texture, seed):
                     v = (x * (c + 1) / 61 + y / 47) % 1 * 0.8 + 0.1 * ((x // 9 + y // 7) % 2)
                     v += rng.random() * 0.06
                 values.append(v)
-    if kind == F32:
-        return Picture(width, height, channels, kind, struct.pack(f"<{len(values)}f", *values))
+    if kind in (F16, F32):
+        code = "e" if kind == F16 else "f"
+        return Picture(width, height, channels, kind, struct.pack(f"<{len(values)}{code}", *values))
     low = -most if kind in (S16, S32) else 0
     ints = [min(most, max(low, int(low + v * (most - low)))) for v in values]
     code = {U8: "B", U16: "H", S16: "h", S32: "i"}[kind]
@@ -60,7 +62,7 @@ def make_picture(width, height, channels, kind, texture, seed):
 
 def write_tiff(path, picture):
     bits = 8 * BYTES[picture.kind]
-    sample_format = {U8: 1, U16: 1, S16: 2, S32: 2, F32: 3}[picture.kind]
+    sample_format = {U8: 1, U16: 1, S16: 2, S32: 2, F16: 3, F32: 3}[picture.kind]
     n = picture.channels
     extra = 8 + 2 + 12 * 12 + 4
     entries = [(256, 4, 1, picture.width), (257, 4, 1, picture.height),
@@ -257,7 +259,8 @@ def check_theirs(bench):
         picture = make_picture(150, 140, 3, U8, "soft", 4)
         for color in (1, 2, 3):
             bench.theirs(picture, "-q", 30, "-l", overlap, "-U", *tiles, "-d", color, *extra)
-    for kind, channels in ((U16, 1), (U16, 3), (S16, 1), (S16, 3), (S32, 1), (S32, 3), (F32, 1)):
+    for kind, channels in ((U16, 1), (U16, 3), (S16, 1), (S16, 3), (S32, 1), (S32, 3),
+                           (F16, 1), (F16, 3), (F32, 1)):
         picture = make_picture(70, 40, channels, kind, "soft", 5)
         for overlap, quantizer in itertools.product((0, 1, 2), (1, 60, 120)):
             bench.theirs(picture, "-q", quantizer, "-l", overlap)
@@ -297,7 +300,8 @@ def check_ours(bench):
         # As wide as high: JxrDecApp takes the columns of hard tiles for their rows.
         picture = make_picture(150, 150, 3, U8, "soft", 4)
         bench.ours(picture, overlap=overlap, tiles="64x64", hard=1, color=color)
-    for kind, channels in ((U16, 1), (U16, 3), (S16, 1), (S16, 3), (S32, 1), (S32, 3), (F32, 1)):
+    for kind, channels in ((U16, 1), (U16, 3), (S16, 1), (S16, 3), (S32, 1), (S32, 3),
+                           (F16, 1), (F16, 3), (F32, 1)):
         picture = make_picture(70, 40, channels, kind, "soft", 5)
         for overlap in (0, 1, 2):
             bench.ours(picture, overlap=overlap)
@@ -324,7 +328,8 @@ def check_old_filters(bench):
     for tiles, overlap, color in itertools.product(([2, 2], [3, 1], [1, 4]), (1, 2), (1, 2, 3)):
         picture = make_picture(150, 140, 3, U8, "soft", 4)
         bench.theirs(picture, "-q", 60, "-l", overlap, "-U", *tiles, "-d", color, is_old=True)
-    for kind, channels in ((U16, 1), (U16, 3), (S16, 1), (S16, 3), (S32, 1), (S32, 3), (F32, 1)):
+    for kind, channels in ((U16, 1), (U16, 3), (S16, 1), (S16, 3), (S32, 1), (S32, 3),
+                           (F16, 1), (F16, 3), (F32, 1)):
         picture = make_picture(70, 40, channels, kind, "soft", 5)
         for overlap, quantizer in itertools.product((1, 2), (1, 52, 53, 60, 120)):
             bench.theirs(picture, "-q", quantizer, "-l", overlap, is_old=True)

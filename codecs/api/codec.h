@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+// What the public functions need of each codec, and the table of formats.
+#ifndef ZEPJP_CODECS_API_CODEC_H_
+#define ZEPJP_CODECS_API_CODEC_H_
+
+#include <cstddef>
+#include <cstdint>
+
+#include "codecs/include/zepcodec.h"
+#include "codecs/support/byte_buffer.h"
+#include "codecs/support/messages.h"
+#include "codecs/support/picture.h"
+#include "codecs/support/progress.h"
+#include "codecs/support/status.h"
+
+namespace zepcodec::api {
+
+struct File {
+  const uint8_t* data;
+  size_t size;
+};
+
+struct Report {
+  Messages damage;
+  Messages notes;
+};
+
+// The limits are set, whatever the caller left at 0.
+struct DecodeRequest {
+  zepcDecodeOptions options;
+  Progress* progress;  // null: nobody watches
+};
+
+struct EncodeRequest {
+  zepcEncodeOptions options;
+  Progress* progress;
+};
+
+struct Codec {
+  zepcFormatFacts facts;
+  bool (*recognizes)(const File& file);
+  // `info` comes with its format set and all else 0.
+  Status (*probe)(const File& file, const DecodeRequest& request, zepcInfo* info);
+  // The picture as the file has it, with its metadata.
+  Status (*decode)(const File& file, const DecodeRequest& request, Picture* picture,
+                   Report* report);
+  // Of a picture with metadata. A wrong option is an error, what the format cannot hold unsupported.
+  Status (*encode)(const Picture& picture, const EncodeRequest& request, ByteBuffer* bytes);
+};
+
+extern const Codec kJpegCodec;
+extern const Codec kLosslessJpegCodec;
+extern const Codec kJp2Codec;
+extern const Codec kJ2kCodec;
+extern const Codec kJpegXrCodec;
+extern const Codec kDdsCodec;
+extern const Codec kTiffCodec;
+
+// The entries of the table, in the order in which files are compared with them.
+const Codec* CodecAt(size_t index);
+const Codec* CodecOf(zepcFormat format);
+const Codec* CodecOfFile(const File& file);
+
+zepcLayout LayoutOf(const PixelFormat& format);
+zepcSample SampleOf(SampleType type);
+
+// A struct of the caller's, of any version: what it does not have is 0. Null: all zeros.
+template <class Struct>
+Struct Complete(const Struct* given);
+
+}  // namespace zepcodec::api
+
+#endif  // ZEPJP_CODECS_API_CODEC_H_
