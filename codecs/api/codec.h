@@ -60,13 +60,13 @@ extern const Codec kTiffCodec;
 const Codec* CodecAt(size_t index);
 const Codec* CodecOf(zepcFormat format);
 const Codec* CodecOfFile(const File& file);
+const Codec* CodecOfExtension(const char* extension);
 
-zepcLayout LayoutOf(const PixelFormat& format);
+zepcLayout LayoutOf(PixelLayout layout);
 zepcSample SampleOf(SampleType type);
 
-// A struct of the caller's, of any version: what it does not have is 0. Null: all zeros.
-template <class Struct>
-Struct Complete(const Struct* given);
+// Status::Unsupported unless `value` is one of low to high; `name` is the member of the struct.
+Status CheckRange(const char* name, int64_t value, int64_t low, int64_t high);
 
 }  // namespace zepcodec::api
 

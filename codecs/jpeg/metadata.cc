@@ -148,6 +148,15 @@ SavedSegments ToSegments(const zepcodec::Metadata& metadata) {
 
 void RemoveIccProfile(SavedSegments* metadata) { RemoveIf(metadata, IsIccPart); }
 
+void MakeExifUpright(SavedSegments* metadata) {
+  for (Segment& segment : metadata->segments) {
+    if (!IsNamed(segment, kApp1, kExifName)) continue;
+    std::vector<uint8_t> exif(segment.data.begin() + sizeof(kExifName), segment.data.end());
+    SetExifUpright(&exif);
+    std::copy(exif.begin(), exif.end(), segment.data.begin() + sizeof(kExifName));
+  }
+}
+
 void RemoveMultiPictureIndex(SavedSegments* metadata) {
   RemoveIf(metadata,
            [](const Segment& segment) { return IsNamed(segment, kApp2, kMultiPictureName); });

@@ -57,6 +57,8 @@ SavedSegments ToSegments(const zepcodec::Metadata& metadata);
 
 // Takes out the segments that a change of the picture makes wrong.
 void RemoveIccProfile(SavedSegments* metadata);
+// Tells in the EXIF data, if there are any, that the picture is upright.
+void MakeExifUpright(SavedSegments* metadata);
 void RemoveMultiPictureIndex(SavedSegments* metadata);
 
 }  // namespace zepcodec::jpeg

@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "codecs/jpeg/coefficient_turn.h"
 #include "codecs/jpeg/coefficient_writer.h"
 #include "codecs/jpeg/markers.h"
 #include "codecs/jpeg/segment_writer.h"
@@ -56,15 +57,15 @@ Status Cut(const Crop& crop, Coefficients* coefficients) {
   return Status();
 }
 
-// Numbers the different tables of the components; their slots.
-std::vector<size_t> AssignTables(Coefficients* coefficients) {
+// Numbers the different tables of the components in `frame`; their first users.
+std::vector<size_t> AssignTables(const Coefficients& coefficients, Frame* frame) {
   std::vector<size_t> first_users;
-  for (size_t i = 0; i < coefficients->steps.size(); ++i) {
+  for (size_t i = 0; i < coefficients.steps.size(); ++i) {
     const auto same = [&](size_t user) {
-      return coefficients->steps[user] == coefficients->steps[i];
+      return coefficients.steps[user] == coefficients.steps[i];
     };
     const auto found = std::find_if(first_users.begin(), first_users.end(), same);
-    coefficients->frame.components[i].quant_table = static_cast<int>(found - first_users.begin());
+    frame->components[i].quant_table = static_cast<int>(found - first_users.begin());
     if (found == first_users.end()) first_users.push_back(i);
   }
   return first_users;
@@ -83,7 +84,7 @@ int FrameMarker(const Coefficients& coefficients, bool is_progressive) {
 }
 
 bool WriteHeaders(const FileInfo& info, const TranscodeOptions& options, bool is_progressive,
-                  Coefficients* coefficients, ByteBuffer* file) {
+                  const Coefficients& coefficients, ByteBuffer* file) {
   SegmentWriter writer(file);
   writer.Marker(kSoi);
   if (info.has_jfif) writer.Jfif(info.metadata.density);
@@ -91,11 +92,12 @@ bool WriteHeaders(const FileInfo& info, const TranscodeOptions& options, bool is
   if (options.keep_metadata) {
     for (const Segment& segment : info.metadata.segments) writer.Saved(segment);
   }
+  Frame frame = coefficients.frame;
   int slot = 0;
-  for (const size_t user : AssignTables(coefficients)) {
-    writer.Quantization(slot++, coefficients->steps[user]);
+  for (const size_t user : AssignTables(coefficients, &frame)) {
+    writer.Quantization(slot++, coefficients.steps[user]);
   }
-  writer.FrameHeader(FrameMarker(*coefficients, is_progressive), coefficients->frame);
+  writer.FrameHeader(FrameMarker(coefficients, is_progressive), frame);
   if (options.restart_interval > 0) writer.RestartInterval(options.restart_interval);
   return writer.ok();
 }
@@ -111,16 +113,31 @@ Status Transcode(const uint8_t* data, size_t size, const TranscodeOptions& optio
       !status.ok()) {
     return status;
   }
+  if (options.makes_upright || options.turn.transposes || options.turn.mirrors_x ||
+      options.turn.mirrors_y) {
+    const Turn turn = options.makes_upright ? UprightOf(OrientationOfExif(FindExif(info->metadata)))
+                                            : options.turn;
+    if (Status status = TurnCoefficients(turn, options.is_exact, &coefficients); !status.ok()) {
+      return status;
+    }
+    if (options.makes_upright) MakeExifUpright(&info->metadata);
+    if (turn.transposes) std::swap(info->metadata.density.x, info->metadata.density.y);
+  }
+  if (options.has_crop) {
+    if (Status status = Cut(options.crop, &coefficients); !status.ok()) return status;
+  }
+  return WriteCoefficients(*info, options, coefficients, file);
+}
+
+Status WriteCoefficients(const FileInfo& info, const TranscodeOptions& options,
+                         const Coefficients& coefficients, ByteBuffer* file) {
   const auto count = static_cast<int>(coefficients.frame.components.size());
   const Script script = !options.script.empty() ? options.script
                         : options.progressive   ? ProgressiveScript(count)
                                                 : SequentialScript(count);
   if (Status status = CheckScript(script, coefficients.frame); !status.ok()) return status;
-  if (options.has_crop) {
-    if (Status status = Cut(options.crop, &coefficients); !status.ok()) return status;
-  }
   const bool is_progressive = IsProgressive(script);
-  if (!file->Resize(0) || !WriteHeaders(*info, options, is_progressive, &coefficients, file)) {
+  if (!file->Resize(0) || !WriteHeaders(info, options, is_progressive, coefficients, file)) {
     return Status::NoMemory();
   }
   // The standard's tables have no codes for samples of 12 bits.

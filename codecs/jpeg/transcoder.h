@@ -6,6 +6,7 @@
 
 #include "codecs/jpeg/decoder.h"
 #include "codecs/jpeg/scan_script.h"
+#include "codecs/support/orientation.h"
 
 namespace zepcodec::jpeg {
 
@@ -22,11 +23,19 @@ struct TranscodeOptions {
   Script script;             // instead, if not empty
   bool optimizes = false;    // the tables of sequential files
   int restart_interval = 0;  // in MCUs; 0 for none
-  bool has_crop = false;
+  Turn turn;
+  bool makes_upright = false;  // the turn that the EXIF orientation asks for, instead
+  bool is_exact = false;       // see TurnCoefficients()
+  bool has_crop = false;       // of the turned picture
   Crop crop;
   bool keep_metadata = true;
   int64_t max_pixels = int64_t{1} << 28;
 };
+
+// Writes a file of coefficients with these segments: headers, tables and scans. Of the options those for
+// scans and restart intervals count, and `keep_metadata`.
+Status WriteCoefficients(const FileInfo& info, const TranscodeOptions& options,
+                         const Coefficients& coefficients, ByteBuffer* file);
 
 Status Transcode(const uint8_t* data, size_t size, const TranscodeOptions& options,
                  ByteBuffer* file, FileInfo* info);

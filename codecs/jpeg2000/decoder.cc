@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "codecs/jpeg2000/boxes.h"
+#include "codecs/jpeg2000/colors.h"
 #include "codecs/jpeg2000/geometry.h"
 #include "codecs/jpeg2000/marker_reader.h"
 #include "codecs/jpeg2000/memory.h"
@@ -219,6 +220,28 @@ Status ReadFileInfo(const uint8_t* data, size_t size, FileInfo* info) {
   return WithoutExceptions([&] {
     Opened file;
     return Open(data, size, info, &file);
+  });
+}
+
+Status ReadShape(const uint8_t* data, size_t size, Picture* pixel) {
+  return WithoutExceptions([&] {
+    Opened file;
+    FileInfo info;
+    if (Status status = Open(data, size, &info, &file); !status.ok()) return status;
+    Image image;
+    for (const SizeSegment::ComponentSize& sizes : info.size.components) {
+      Component one;
+      one.width = one.height = 1;
+      one.dx = sizes.dx;
+      one.dy = sizes.dy;
+      one.bits = sizes.bits;
+      one.is_signed = sizes.is_signed;
+      one.samples = {0};
+      image.components.push_back(std::move(one));
+    }
+    Messages ignored;
+    ApplyBoxes(file.boxes, &ignored, &ignored, &image);
+    return ToPicture(image, &ignored, pixel);
   });
 }
 

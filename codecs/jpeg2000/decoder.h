@@ -14,6 +14,7 @@
 #include "codecs/jpeg2000/image.h"
 #include "codecs/support/byte_buffer.h"
 #include "codecs/support/messages.h"
+#include "codecs/support/picture.h"
 #include "codecs/support/progress.h"
 #include "codecs/support/status.h"
 
@@ -63,6 +64,10 @@ Status EstimateMemory(const uint8_t* data, size_t size, const DecodeOptions& opt
 
 // Reads the main header alone.
 Status ReadFileInfo(const uint8_t* data, size_t size, FileInfo* info);
+
+// What ToPicture() will make of the decoded components, told by the headers: a picture of one pixel,
+// with the layout, the depth and the metadata.
+Status ReadShape(const uint8_t* data, size_t size, Picture* pixel);
 
 }  // namespace zepcodec::jpeg2000
 

@@ -287,6 +287,11 @@ class FileDecoder {
 
   Status ReadHeader() { return decoder_.ReadHeader(); }
   const FrameHeader& frame() const { return decoder_.frame(); }
+  PixelLayout Layout() const {
+    const bool has_alpha = frame().has_alpha || HasOwnAlpha();
+    if (frame().is_rgb) return has_alpha ? PixelLayout::kRgba : PixelLayout::kRgb;
+    return has_alpha ? PixelLayout::kGreyAlpha : PixelLayout::kGrey;
+  }
 
   // What Decode() takes at most.
   int64_t Memory() const {
@@ -331,12 +336,6 @@ class FileDecoder {
     return status;
   }
 
-  PixelLayout Layout() const {
-    const bool has_alpha = frame().has_alpha || HasOwnAlpha();
-    if (frame().is_rgb) return has_alpha ? PixelLayout::kRgba : PixelLayout::kRgb;
-    return has_alpha ? PixelLayout::kGreyAlpha : PixelLayout::kGrey;
-  }
-
   Container container_;
   const DecodeOptions& options_;
   FrameDecoder decoder_;
@@ -353,6 +352,7 @@ Status OpenFile(const uint8_t* data, size_t size, const DecodeOptions& options, 
     FileDecoder decoder(container, options);
     status = decoder.ReadHeader();
     info->frame = decoder.frame();
+    info->layout = decoder.Layout();
     return status.ok() ? use(&decoder) : status;
   } catch (const std::bad_alloc&) {
     return Status::NoMemory();

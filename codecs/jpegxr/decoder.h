@@ -32,6 +32,7 @@ struct DecodeOptions {
 // What a file says about itself, and what is wrong with it.
 struct FileInfo {
   FrameHeader frame;
+  PixelLayout layout = PixelLayout::kGrey;  // with opacity that is coded on its own
   Messages messages;
 };
 

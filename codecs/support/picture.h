@@ -69,6 +69,10 @@ class Picture {
   [[nodiscard]] bool Resize(int width, int height, PixelLayout layout, SampleType type) {
     return Resize(width, height, layout, type, 8 * BytesOf(type));
   }
+  // Of the other picture's layout and samples.
+  [[nodiscard]] bool ResizeLike(const Picture& other, int width, int height) {
+    return Resize(width, height, other.layout_, other.type_, other.bits_);
+  }
 
   int width() const { return width_; }
   int height() const { return height_; }

@@ -25,6 +25,9 @@ class Decoder {
     size_t index = 0;
     for (int plane = 0; plane < planes; ++plane) {
       for (int y = 0; y < info_->height; y += strips_.rows, ++index) {
+        if (Stops(options.progress, plane * info_->height + y, planes * info_->height)) {
+          return Status::Cancelled();
+        }
         const int rows = std::min(strips_.rows, info_->height - y);
         if (Status status = LoadStrip(index, rows); !status.ok()) return status;
         for (int row = 0; row < rows; ++row) {

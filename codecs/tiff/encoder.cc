@@ -83,6 +83,7 @@ class Encoder {
     }
     for (int y = 0; y < picture_.height(); ++y) {
       if (y % rows_in_strip_ == 0) {
+        if (Stops(options_.progress, y, picture_.height())) return Status::Cancelled();
         offsets_.push_back(static_cast<uint32_t>(file_->size()));
         sizes_.push_back(0);
       }

@@ -244,6 +244,7 @@ class Encoder {
     zepiEncodeHuffmanStateInit_JPEG_8u(&state_);
     int restarts = 0;
     for (int y = 0; y < picture_.height(); ++y) {
+      if (Stops(options_.progress, y, picture_.height())) return Status::Cancelled();
       if (y > 0 && IsFirstRow(y)) {
         if (Status status = Code(true); !status.ok()) return status;
         Marker(jpeg::kRst0 + restarts++ % 8);

@@ -103,12 +103,7 @@ zepcodec::Picture Noisy(int width, int height, int channels, int bits, uint32_t 
 
 zepcodec::Picture CopyOf(const zepcodec::Picture& picture) {
   zepcodec::Picture copy;
-  const bool is_integer =
-      picture.type() == zepcodec::SampleType::kU8 || picture.type() == zepcodec::SampleType::kU16;
-  EXPECT_TRUE(
-      is_integer
-          ? copy.Resize(picture.width(), picture.height(), picture.layout(), picture.bits())
-          : copy.Resize(picture.width(), picture.height(), picture.layout(), picture.type()));
+  EXPECT_TRUE(copy.ResizeLike(picture, picture.width(), picture.height()));
   std::copy(picture.Row(0), picture.Row(0) + picture.SizeInBytes(), copy.Row(0));
   return copy;
 }

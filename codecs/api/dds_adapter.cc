@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: MIT
+// Textures in DDS files as the public functions see them.
+#include <cstring>
+#include <string>
+
+#include "codecs/api/codec.h"
+#include "codecs/api/structs.h"
+#include "codecs/dds/codec.h"
+#include "codecs/support/convert.h"
+
+namespace zepcodec::api {
+namespace {
+
+bool IsDds(const File& file) { return file.size >= 4 && std::memcmp(file.data, "DDS ", 4) == 0; }
+
+Status Probe(const File& file, const DecodeRequest& request, zepcInfo* info) {
+  dds::Header header;
+  Status status = dds::ParseHeader(file.data, file.size, &header);
+  if (!status.ok()) return status;
+  info->width = header.width;
+  info->height = header.height;
+  const PixelLayout layout = dds::LayoutOf(header.format, header.is_ycocg);
+  const SampleType type = dds::HasHalves(header.format) ? SampleType::kF16 : SampleType::kU8;
+  info->layout = LayoutOf(layout);
+  info->sample = SampleOf(type);
+  info->bits = 8 * BytesOf(type);
+  info->components = ChannelCount(layout);
+  info->levels = header.levels - 1;
+  info->pictures = static_cast<int32_t>(std::min<int64_t>(header.pictures, INT32_MAX));
+  if (request.options.level > info->levels) {
+    return Status::Error("the file has levels up to " + std::to_string(info->levels));
+  }
+  // Some formats are decoded to other channels first.
+  constexpr int64_t kBytesBetween = 4;
+  info->memory = int64_t{header.width} * header.height *
+                 (ChannelCount(layout) * BytesOf(type) + kBytesBetween);
+  return Status();
+}
+
+Status Decode(const File& file, const DecodeRequest& request, Picture* picture, Report* report) {
+  if (request.options.reduce > 0) {
+    return Status::Unsupported("smaller versions of a texture are its levels (level, not reduce)");
+  }
+  dds::Header header;
+  Status status = dds::Decode(file.data, file.size, request.options.max_pixels,
+                              request.options.level, picture, &header);
+  if (header.pictures > 1) {
+    report->notes.Add("the first of " + std::to_string(header.pictures) + " pictures was taken");
+  }
+  return status;
+}
+
+Status ReadTexture(const Picture& picture, zepcTexture texture, dds::EncodeOptions* options) {
+  switch (texture) {
+    case zepcTextureAuto:
+      options->format =
+          HasAlpha(picture.layout()) ? dds::BlockFormat::kBc3 : dds::BlockFormat::kBc1;
+      return Status();
+    case zepcTextureBc1: options->format = dds::BlockFormat::kBc1; return Status();
+    case zepcTextureBc2: options->format = dds::BlockFormat::kBc2; return Status();
+    case zepcTextureBc3: options->format = dds::BlockFormat::kBc3; return Status();
+    case zepcTextureBc4: options->format = dds::BlockFormat::kBc4; return Status();
+    case zepcTextureBc5: options->format = dds::BlockFormat::kBc5; return Status();
+    case zepcTextureBc7: options->format = dds::BlockFormat::kBc7; return Status();
+    case zepcTextureYCoCg:
+      options->format = dds::BlockFormat::kBc3;
+      options->is_ycocg = true;
+      return Status();
+  }
+  return Status::Error("there is no texture " + std::to_string(texture));
+}
+
+Status Encode(const Picture& picture, const EncodeRequest& request, ByteBuffer* bytes) {
+  constexpr int kBc7Modes[] = {-1, 6, -2};
+  const zepcDdsOptions given = Complete(request.options.dds);
+  dds::EncodeOptions options;
+  for (const Status& status :
+       {CheckRange("header", given.header, 0, 2), CheckRange("bc7_mode", given.bc7_mode, 0, 2),
+        ReadTexture(picture, given.texture, &options)}) {
+    if (!status.ok()) return status;
+  }
+  options.has_mipmaps = given.has_mipmaps != 0;
+  options.style = static_cast<dds::HeaderStyle>(given.header);
+  options.bc7_mode = kBc7Modes[given.bc7_mode];
+  options.threads = request.options.threads;
+  options.progress = request.progress;
+  if (picture.type() != SampleType::kU8 || picture.bits() != 8) {
+    return Status::Unsupported("textures are made of 8-bit samples");
+  }
+  const PixelLayout wanted = dds::LayoutOf(options.format, options.is_ycocg);
+  if (picture.layout() == PixelLayout::kCmyk ||
+      (wanted == PixelLayout::kGrey && !IsGrey(picture.layout())) ||
+      (HasAlpha(picture.layout()) && !HasAlpha(wanted))) {
+    return Status::Unsupported("the texture cannot hold these channels");
+  }
+  if (picture.layout() == wanted) return dds::Encode(picture, options, bytes);
+  Picture pixels;
+  Status status = Convert(picture, wanted, 8, {}, &pixels);
+  return status.ok() ? dds::Encode(pixels, options, bytes) : status;
+}
+
+}  // namespace
+
+const Codec kDdsCodec = {{zepcFormatDds, "DDS", "dds", "image/vnd.ms-dds",
+                          "textures BC1 to BC7, DXT1, DXT3, DXT5 and ATI1, ATI2, with their levels",
+                          "BC1 to BC5 and BC7, with levels", 0, 0, 0, 0},
+                         IsDds,
+                         Probe,
+                         Decode,
+                         Encode};
+
+}  // namespace zepcodec::api

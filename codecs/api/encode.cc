@@ -1,0 +1,211 @@
+// SPDX-License-Identifier: MIT
+#include "codecs/api/encode.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <optional>
+#include <utility>
+
+#include "codecs/api/codec.h"
+#include "codecs/api/error.h"
+#include "codecs/api/structs.h"
+#include "codecs/support/convert.h"
+
+namespace zepcodec::api {
+namespace {
+
+constexpr int64_t kMostOnASide = int64_t{1} << 28;  // so that rows have less than 2^31 bytes
+
+zepcStatus BadArgument(const char* text) { return Fail(zepcStatusBadArgument, text); }
+
+struct Form {
+  PixelFormat format;
+  bool is_known = false;
+};
+
+Form FormOf(const zepcPixels& pixels) {
+  Form form;
+  switch (pixels.layout) {
+    case zepcLayoutGrey: form.format.layout = PixelLayout::kGrey; break;
+    case zepcLayoutGreyAlpha: form.format.layout = PixelLayout::kGreyAlpha; break;
+    case zepcLayoutRgb:
+    case zepcLayoutBgr: form.format.layout = PixelLayout::kRgb; break;
+    case zepcLayoutRgba:
+    case zepcLayoutBgra: form.format.layout = PixelLayout::kRgba; break;
+    case zepcLayoutCmyk: form.format.layout = PixelLayout::kCmyk; break;
+    default: return form;
+  }
+  form.format.is_bgr = pixels.layout == zepcLayoutBgr || pixels.layout == zepcLayoutBgra;
+  switch (pixels.sample) {
+    case zepcSampleU8: form.format.type = SampleType::kU8; break;
+    case zepcSampleU16: form.format.type = SampleType::kU16; break;
+    case zepcSampleS16: form.format.type = SampleType::kS16; break;
+    case zepcSampleS32: form.format.type = SampleType::kS32; break;
+    case zepcSampleF16: form.format.type = SampleType::kF16; break;
+    case zepcSampleF32: form.format.type = SampleType::kF32; break;
+    default: return form;
+  }
+  const int whole = 8 * BytesOf(form.format.type);
+  const int least = pixels.sample == zepcSampleU8 ? 1 : pixels.sample == zepcSampleU16 ? 9 : whole;
+  form.format.bits = pixels.bits == 0 ? whole : pixels.bits;
+  form.is_known = form.format.bits >= least && form.format.bits <= whole;
+  return form;
+}
+
+zepcStatus CheckPixels(const zepcPixels& pixels, const Form& form) {
+  if (pixels.data == nullptr) return BadArgument("the pixels are null");
+  if (!form.is_known) return BadArgument("the pixels have no layout, kind of samples or depth");
+  if (pixels.width < 1 || pixels.height < 1 || pixels.width > kMostOnASide ||
+      pixels.height > kMostOnASide) {
+    return BadArgument("a side must have 1 to 2^28 pixels");
+  }
+  const size_t row_bytes = static_cast<size_t>(pixels.width) * form.format.BytesPerPixel();
+  return pixels.stride < row_bytes ? BadArgument("the stride is less than a row") : zepcStatusOk;
+}
+
+// Samples beyond their depth would index tables out of their range.
+Status CheckDepth(const Picture& picture) {
+  const bool is_whole = picture.bits() == 8 * BytesOf(picture.type());
+  const int most = is_whole ? 0 : picture.MaxValue();
+  for (size_t i = 0; !is_whole && i < picture.SampleCount(); ++i) {
+    if (picture.Get(i) > most) return Status::Error("a sample has more bits than it should");
+  }
+  return Status();
+}
+
+// The caller's rows without gaps, red first.
+Status TakePixels(const zepcPixels& pixels, const Form& form, Picture* picture) {
+  const bool is_unsigned =
+      form.format.type == SampleType::kU8 || form.format.type == SampleType::kU16;
+  const bool has_memory =
+      is_unsigned
+          ? picture->Resize(pixels.width, pixels.height, form.format.layout, form.format.bits)
+          : picture->Resize(pixels.width, pixels.height, form.format.layout, form.format.type);
+  if (!has_memory) return Status::NoMemory();
+  const ConstPixels from = {static_cast<const uint8_t*>(pixels.data), pixels.stride, pixels.width,
+                            pixels.height, form.format};
+  if (Status status = Convert(from, {}, PixelsOf(picture)); !status.ok()) return status;
+  return CheckDepth(*picture);
+}
+
+Resolution::Unit UnitOf(zepcResolutionUnit unit) {
+  switch (unit) {
+    case zepcResolutionShape: return Resolution::Unit::kShape;
+    case zepcResolutionInch: return Resolution::Unit::kInch;
+    case zepcResolutionCm: return Resolution::Unit::kCentimetre;
+    default: return Resolution::Unit::kNone;
+  }
+}
+
+zepcStatus EncodePixels(const zepcPixels& pixels, const zepcEncodeOptions& options,
+                        ByteBuffer* bytes) {
+  const Form form = FormOf(pixels);
+  if (const zepcStatus bad = CheckPixels(pixels, form); bad != zepcStatusOk) return bad;
+  const Codec* const codec = CodecOf(options.format);
+  if (codec == nullptr) return Fail(zepcStatusUnknownFormat, "there is no such format");
+  if (Status status = CheckRange("threads", options.threads, 0, 1024); !status.ok()) {
+    return StatusOf(status, zepcStatusBadArgument);
+  }
+  if (const zepcStatus bad = CheckMetadata(options.metadata); bad != zepcStatusOk) return bad;
+  Picture picture;
+  if (Status status = TakePixels(pixels, form, &picture); !status.ok()) {
+    return StatusOf(status, zepcStatusBadArgument);
+  }
+  picture.metadata() = MetadataOf(options.metadata);
+  std::optional<Progress> progress;
+  if (options.progress != nullptr) {
+    progress.emplace(
+        [&](double done) { return options.progress(options.progress_user, done) != 0; });
+  }
+  const EncodeRequest request = {options, progress.has_value() ? &*progress : nullptr};
+  return StatusOf(codec->encode(picture, request, bytes), zepcStatusBadArgument);
+}
+
+zepcStatus CheckCall(const zepcPixels* pixels, const zepcEncodeOptions* options) {
+  if (pixels == nullptr || options == nullptr) return BadArgument("a null pointer");
+  const auto has_size = [](const auto* given) { return given == nullptr || HasSize(given); };
+  if (!HasSize(pixels) || !HasSize(options)) return BadArgument("the size of a struct is not set");
+  const zepcEncodeOptions whole = Complete(options);
+  if (!has_size(whole.jpeg) || !has_size(whole.lossless_jpeg) || !has_size(whole.jpeg2000) ||
+      !has_size(whole.jpeg_xr) || !has_size(whole.dds) || !has_size(whole.tiff)) {
+    return BadArgument("the size of a format's options is not set");
+  }
+  return zepcStatusOk;
+}
+
+}  // namespace
+
+zepcStatus CheckMetadata(const zepcMetadata* given) {
+  if (given == nullptr) return zepcStatusOk;
+  if (!HasSize(given)) return BadArgument("the size of the metadata is not set");
+  const zepcMetadata whole = Complete(given);
+  if ((whole.exif == nullptr && whole.exif_size > 0) ||
+      (whole.icc == nullptr && whole.icc_size > 0) ||
+      (whole.xmp == nullptr && whole.xmp_size > 0)) {
+    return BadArgument("metadata of some size is null");
+  }
+  return zepcStatusOk;
+}
+
+Metadata MetadataOf(const zepcMetadata* given) {
+  const zepcMetadata whole = Complete(given);
+  const auto bytes = [](const void* data, size_t size) {
+    const auto* const first = static_cast<const uint8_t*>(data);
+    return size == 0 ? std::vector<uint8_t>() : std::vector<uint8_t>(first, first + size);
+  };
+  Metadata metadata;
+  metadata.exif = bytes(whole.exif, whole.exif_size);
+  metadata.icc_profile = bytes(whole.icc, whole.icc_size);
+  metadata.xmp = bytes(whole.xmp, whole.xmp_size);
+  metadata.orientation = whole.orientation;
+  metadata.resolution = {UnitOf(whole.resolution_unit), whole.resolution_x, whole.resolution_y};
+  return metadata;
+}
+
+zepcStatus HandOut(const ByteBuffer& bytes, void** file, size_t* file_size) {
+  void* const copy = std::malloc(std::max<size_t>(bytes.size(), 1));
+  if (copy == nullptr) return Fail(zepcStatusNoMemory, "not enough memory");
+  std::memcpy(copy, bytes.data(), bytes.size());
+  *file = copy;
+  *file_size = bytes.size();
+  return zepcStatusOk;
+}
+
+}  // namespace zepcodec::api
+
+namespace api = zepcodec::api;
+
+zepcStatus zepcEncode(const zepcPixels* pixels, const zepcEncodeOptions* options, void** file,
+                      size_t* file_size) {
+  return api::Guarded([&] {
+    if (file == nullptr || file_size == nullptr) return api::BadArgument("a null pointer");
+    if (const zepcStatus bad = api::CheckCall(pixels, options); bad != zepcStatusOk) return bad;
+    zepcodec::ByteBuffer bytes;
+    const zepcStatus status =
+        api::EncodePixels(api::Complete(pixels), api::Complete(options), &bytes);
+    return status == zepcStatusOk ? api::HandOut(bytes, file, file_size) : status;
+  });
+}
+
+zepcStatus zepcEncodeTo(const zepcPixels* pixels, const zepcEncodeOptions* options, zepcWrite write,
+                        void* write_user) {
+  return api::Guarded([&] {
+    if (write == nullptr) return api::BadArgument("a null pointer");
+    if (const zepcStatus bad = api::CheckCall(pixels, options); bad != zepcStatusOk) return bad;
+    zepcodec::ByteBuffer bytes;
+    const zepcStatus status =
+        api::EncodePixels(api::Complete(pixels), api::Complete(options), &bytes);
+    if (status != zepcStatusOk) return status;
+    constexpr size_t kMostAtOnce = size_t{1} << 16;
+    for (size_t at = 0; at < bytes.size(); at += kMostAtOnce) {
+      if (write(write_user, bytes.data() + at, std::min(kMostAtOnce, bytes.size() - at)) != 0) {
+        return api::Fail(zepcStatusWriteFailed, "the write callback failed");
+      }
+    }
+    return zepcStatusOk;
+  });
+}
+
+void zepcFree(void* file) { std::free(file); }

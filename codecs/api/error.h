@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+// Where every public function that returns a status ends: exceptions become statuses, and failures
+// leave a sentence for zepcLastError().
+#ifndef ZEPJP_CODECS_API_ERROR_H_
+#define ZEPJP_CODECS_API_ERROR_H_
+
+#include <exception>
+#include <new>
+
+#include "codecs/include/zepcodec.h"
+#include "codecs/support/status.h"
+
+namespace zepcodec::api {
+
+// Keeps the sentence, cut off where it is long, for this thread.
+zepcStatus Fail(zepcStatus status, const char* text);
+
+// A codec's outcome; `error` is what a plain error means here.
+zepcStatus StatusOf(const Status& status, zepcStatus error);
+
+// Calls work(), which returns a zepcStatus.
+template <class Work>
+zepcStatus Guarded(const Work& work) {
+  try {
+    return work();
+  } catch (const std::bad_alloc&) {
+    return Fail(zepcStatusNoMemory, "not enough memory");
+  } catch (const std::exception& exception) {
+    return Fail(zepcStatusUnsupported, exception.what());
+  }
+}
+
+}  // namespace zepcodec::api
+
+#endif  // ZEPJP_CODECS_API_ERROR_H_

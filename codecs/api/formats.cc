@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: MIT
+// The table of formats, and what can be asked of it.
+#include <array>
+#include <cctype>
+#include <cstring>
+#include <string>
+
+#include "codecs/api/codec.h"
+#include "codecs/api/error.h"
+
+namespace zepcodec::api {
+namespace {
+
+// Lossless JPEG comes before JPEG, which would recognize it too.
+constexpr std::array<const Codec*, 7> kCodecs = {&kLosslessJpegCodec, &kJpegCodec,   &kJp2Codec,
+                                                 &kJ2kCodec,          &kJpegXrCodec, &kDdsCodec,
+                                                 &kTiffCodec};
+
+// Whether the word is one of the format's, capitals or not.
+bool HasExtension(const zepcFormatFacts& facts, const char* extension, size_t length) {
+  for (const char* word = facts.extensions; word != nullptr;) {
+    const char* const space = std::strchr(word, ' ');
+    const size_t size = space == nullptr ? std::strlen(word) : static_cast<size_t>(space - word);
+    bool is_same = size == length;
+    for (size_t i = 0; is_same && i < length; ++i) {
+      is_same = std::tolower(static_cast<unsigned char>(extension[i])) == word[i];
+    }
+    if (is_same) return true;
+    word = space == nullptr ? nullptr : space + 1;
+  }
+  return false;
+}
+
+}  // namespace
+
+const Codec* CodecOfExtension(const char* extension) {
+  for (const Codec* codec : kCodecs) {
+    if (HasExtension(codec->facts, extension, std::strlen(extension))) return codec;
+  }
+  return nullptr;
+}
+
+const Codec* CodecAt(size_t index) { return index < kCodecs.size() ? kCodecs[index] : nullptr; }
+
+const Codec* CodecOf(zepcFormat format) {
+  for (const Codec* codec : kCodecs) {
+    if (codec->facts.format == format) return codec;
+  }
+  return nullptr;
+}
+
+const Codec* CodecOfFile(const File& file) {
+  for (const Codec* codec : kCodecs) {
+    if (codec->recognizes(file)) return codec;
+  }
+  return nullptr;
+}
+
+zepcLayout LayoutOf(PixelLayout layout) {
+  switch (layout) {
+    case PixelLayout::kGrey: return zepcLayoutGrey;
+    case PixelLayout::kGreyAlpha: return zepcLayoutGreyAlpha;
+    case PixelLayout::kRgb: return zepcLayoutRgb;
+    case PixelLayout::kRgba: return zepcLayoutRgba;
+    case PixelLayout::kCmyk: return zepcLayoutCmyk;
+  }
+  return zepcLayoutNative;
+}
+
+zepcSample SampleOf(SampleType type) {
+  switch (type) {
+    case SampleType::kU8: return zepcSampleU8;
+    case SampleType::kU16: return zepcSampleU16;
+    case SampleType::kS16: return zepcSampleS16;
+    case SampleType::kS32: return zepcSampleS32;
+    case SampleType::kF16: return zepcSampleF16;
+    case SampleType::kF32: return zepcSampleF32;
+  }
+  return zepcSampleNative;
+}
+
+Status CheckRange(const char* name, int64_t value, int64_t low, int64_t high) {
+  if (value >= low && value <= high) return Status();
+  return Status::Error(std::string(name) + " must lie in " + std::to_string(low) + " to " +
+                       std::to_string(high) + ", not " + std::to_string(value));
+}
+
+}  // namespace zepcodec::api
+
+using zepcodec::api::Codec;
+
+const char* zepcVersion(void) { return ZEPC_VERSION; }
+
+const zepcFormatFacts* zepcFormatAt(int32_t index) {
+  const Codec* const codec =
+      index < 0 ? nullptr : zepcodec::api::CodecAt(static_cast<size_t>(index));
+  return codec == nullptr ? nullptr : &codec->facts;
+}
+
+zepcFormat zepcFormatOfBytes(const void* data, size_t size) {
+  if (data == nullptr) return zepcFormatUnknown;
+  const Codec* const codec = zepcodec::api::CodecOfFile({static_cast<const uint8_t*>(data), size});
+  return codec == nullptr ? zepcFormatUnknown : codec->facts.format;
+}
+
+zepcFormat zepcFormatOfName(const char* name) {
+  if (name == nullptr) return zepcFormatUnknown;
+  const char* const dot = std::strrchr(name, '.');
+  const char* const extension = dot == nullptr ? name : dot + 1;
+  const Codec* const codec = zepcodec::api::CodecOfExtension(extension);
+  return codec == nullptr ? zepcFormatUnknown : codec->facts.format;
+}

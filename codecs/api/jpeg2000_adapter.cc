@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: MIT
+// JPEG 2000 as the public functions see it: the same codec with boxes around the codestream and
+// without.
+#include <algorithm>
+#include <cstring>
+#include <utility>
+#include <vector>
+
+#include "codecs/api/codec.h"
+#include "codecs/api/structs.h"
+#include "codecs/jpeg2000/colors.h"
+#include "codecs/jpeg2000/decoder.h"
+#include "codecs/jpeg2000/encoder.h"
+#include "codecs/jpeg2000/rate_search.h"
+
+namespace zepcodec::api {
+namespace {
+
+bool IsJp2(const File& file) {
+  constexpr uint8_t kSignature[12] = {0, 0, 0, 12, 'j', 'P', ' ', ' ', '\r', '\n', 0x87, '\n'};
+  return file.size >= sizeof(kSignature) &&
+         std::memcmp(file.data, kSignature, sizeof(kSignature)) == 0;
+}
+
+bool IsCodestream(const File& file) {
+  constexpr uint8_t kStart[4] = {0xFF, 0x4F, 0xFF, 0x51};
+  return file.size >= sizeof(kStart) && std::memcmp(file.data, kStart, sizeof(kStart)) == 0;
+}
+
+jpeg2000::DecodeOptions OptionsOf(const DecodeRequest& request) {
+  jpeg2000::DecodeOptions options;
+  options.reduce = request.options.reduce;
+  options.layers = request.options.layers;
+  options.max_pixels = request.options.max_pixels;
+  options.threads = request.options.threads;
+  options.progress = request.progress;
+  return options;
+}
+
+Status Probe(const File& file, const DecodeRequest& request, zepcInfo* info) {
+  jpeg2000::FileInfo found;
+  Status status = jpeg2000::ReadFileInfo(file.data, file.size, &found);
+  if (!status.ok()) return status;
+  const jpeg2000::SizeSegment& size = found.size;
+  info->width = size.x1 - size.x0;
+  info->height = size.y1 - size.y0;
+  info->components = static_cast<int32_t>(size.components.size());
+  info->layers = found.parameters.tile.layers;
+  info->is_progressive = info->layers > 1 ? 1 : 0;
+  info->tiles_across = size.TilesAcross();
+  info->tiles_down = size.TilesDown();
+  info->levels = jpeg2000::kMostLevels;
+  info->is_lossless = 1;
+  for (const auto& component : found.parameters.components) {
+    info->levels = std::min(info->levels, component.coding.levels);
+    if (!component.coding.reversible) info->is_lossless = 0;
+  }
+  Picture pixel;
+  status = jpeg2000::ReadShape(file.data, file.size, &pixel);
+  if (!status.ok()) return status;
+  info->layout = LayoutOf(pixel.layout());
+  info->bits = pixel.bits();
+  info->sample = SampleOf(pixel.type());
+  info->has_icc = pixel.metadata().icc_profile.empty() ? 0 : 1;
+  int64_t memory = 0;
+  status = jpeg2000::EstimateMemory(file.data, file.size, OptionsOf(request), &memory);
+  // Interleaved samples come to the planes.
+  info->memory =
+      memory + int64_t{info->width} * info->height * pixel.channels() * BytesOf(pixel.type());
+  return status;
+}
+
+Status Decode(const File& file, const DecodeRequest& request, Picture* picture, Report* report) {
+  jpeg2000::Image image;
+  jpeg2000::FileInfo info;
+  Status status = jpeg2000::Decode(file.data, file.size, OptionsOf(request), &image, &info);
+  if (!status.ok()) return status;
+  report->damage = std::move(info.messages);
+  report->notes = std::move(info.notes);
+  return jpeg2000::ToPicture(image, &report->notes, picture);
+}
+
+Status CheckOptions(const zepcJpeg2000Options& options) {
+  if (!(options.ratio >= 0) || !(options.psnr >= 0)) {
+    return Status::Error("ratio and psnr must not be negative");
+  }
+  if (options.layer_count > 0 && options.layer_bytes == nullptr) {
+    return Status::Error("layer_bytes is null");
+  }
+  const int ways =
+      (options.ratio > 0 ? 1 : 0) + (options.psnr > 0 ? 1 : 0) + (options.layer_count > 0 ? 1 : 0);
+  if (ways > 1) return Status::Error("only one of ratio, psnr and layer_bytes can be set");
+  for (const Status& status : {CheckRange("layer_count", options.layer_count, 0, 65535),
+                               CheckRange("levels", options.levels, -1, jpeg2000::kMostLevels),
+                               CheckRange("block_style", options.block_style, 0, 63),
+                               CheckRange("tile_width", options.tile_width, 0, INT32_MAX),
+                               CheckRange("tile_height", options.tile_height, 0, INT32_MAX),
+                               CheckRange("progression", options.progression, 0, 4)}) {
+    if (!status.ok()) return status;
+  }
+  return Status();
+}
+
+Status Encode(const Picture& picture, const EncodeRequest& request, bool is_jp2,
+              ByteBuffer* bytes) {
+  const zepcJpeg2000Options given = Complete(request.options.jpeg2000);
+  if (Status status = CheckOptions(given); !status.ok()) return status;
+  jpeg2000::Image image;
+  if (Status status = jpeg2000::FromPicture(picture, &image); !status.ok()) return status;
+  jpeg2000::EncodeOptions options;
+  options.is_jp2 = is_jp2;
+  options.reversible = given.ratio == 0 && given.psnr == 0;
+  if (given.levels != 0) options.levels = std::max(given.levels, 0);
+  options.block_style = given.block_style;
+  options.tile_width = given.tile_width;
+  options.tile_height = given.tile_height;
+  options.order = static_cast<jpeg2000::Progression>(given.progression);
+  options.threads = request.options.threads;
+  options.progress = request.progress;
+  if (given.layer_count > 0) {
+    options.layer_bytes.assign(given.layer_bytes, given.layer_bytes + given.layer_count);
+    options.reversible = options.layer_bytes.back() == 0;
+  }
+  if (given.psnr > 0) return jpeg2000::EncodeToPsnr(given.psnr, image, options, bytes);
+  if (given.ratio > 0) {
+    const double size = static_cast<double>(picture.SizeInBytes()) / given.ratio;
+    options.layer_bytes = {std::max<size_t>(static_cast<size_t>(size), 1)};
+  }
+  return jpeg2000::Encode(image, options, bytes);
+}
+
+Status EncodeJp2(const Picture& picture, const EncodeRequest& request, ByteBuffer* bytes) {
+  return Encode(picture, request, true, bytes);
+}
+
+Status EncodeCodestream(const Picture& picture, const EncodeRequest& request, ByteBuffer* bytes) {
+  return Encode(picture, request, false, bytes);
+}
+
+constexpr char kReads[] =
+    "all of part 1: up to 16 components of up to 16 bits; grey, RGB, YCbCr, CMYK, L*a*b*, "
+    "palettes, "
+    "opacity";
+constexpr char kWrites[] =
+    "grey, RGB and CMYK of up to 16 bits, with opacity, without loss or to a size or PSNR";
+
+}  // namespace
+
+const Codec kJp2Codec = {
+    {zepcFormatJp2, "JPEG 2000", "jp2", "image/jp2", kReads, kWrites, 0, 1, 0, 0},
+    IsJp2,
+    Probe,
+    Decode,
+    EncodeJp2};
+
+const Codec kJ2kCodec = {{zepcFormatJ2k, "JPEG 2000 codestream", "j2k j2c jpc", "image/j2c", kReads,
+                          kWrites, 0, 0, 0, 0},
+                         IsCodestream,
+                         Probe,
+                         Decode,
+                         EncodeCodestream};
+
+}  // namespace zepcodec::api

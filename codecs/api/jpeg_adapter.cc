@@ -1,0 +1,217 @@
+// SPDX-License-Identifier: MIT
+// JPEG and lossless JPEG as the public functions see them.
+#include "codecs/api/jpeg_adapter.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <utility>
+
+#include "codecs/api/codec.h"
+#include "codecs/api/structs.h"
+#include "codecs/jpeg/decoder.h"
+#include "codecs/jpeg/encoder.h"
+#include "codecs/jpeg/lossless/codec.h"
+#include "codecs/support/convert.h"
+
+namespace zepcodec::api {
+namespace {
+
+bool IsJpeg(const File& file) {
+  return file.size >= 3 && file.data[0] == 0xFF && file.data[1] == 0xD8 && file.data[2] == 0xFF;
+}
+
+bool IsLosslessJpeg(const File& file) {
+  return IsJpeg(file) && jpeg::lossless::IsLosslessJpeg(file.data, file.size);
+}
+
+void FillMetadata(const jpeg::SavedSegments& saved, zepcInfo* info) {
+  Messages ignored;
+  const Metadata metadata = jpeg::ToMetadata(saved, &ignored);
+  info->orientation = metadata.orientation;
+  info->has_exif = metadata.exif.empty() ? 0 : 1;
+  info->has_icc = metadata.icc_profile.empty() ? 0 : 1;
+  info->has_xmp = metadata.xmp.empty() ? 0 : 1;
+}
+
+zepcLayout LayoutOfCount(size_t components) { return LayoutOf(LayoutOfComponents(components)); }
+
+// The scans of a progressive file, by their headers. Bytes of coded data never look like markers.
+int CountScans(const File& file) {
+  constexpr uint8_t kSos = 0xDA;
+  int scans = 0;
+  for (size_t i = 0; i + 1 < file.size; ++i) {
+    const auto* const found =
+        static_cast<const uint8_t*>(std::memchr(file.data + i, 0xFF, file.size - 1 - i));
+    if (found == nullptr) break;
+    i = static_cast<size_t>(found - file.data);
+    if (file.data[i + 1] == kSos) ++scans;
+  }
+  return scans;
+}
+
+Status CheckReduce(const DecodeRequest& request) {
+  return CheckRange("reduce of a JPEG file", request.options.reduce, 0, 3);
+}
+
+jpeg::DecodeOptions OptionsOf(const DecodeRequest& request) {
+  jpeg::DecodeOptions options;
+  options.scale = 1 << std::min(request.options.reduce, 3);
+  options.scans = request.options.layers;
+  options.max_pixels = request.options.max_pixels;
+  options.progress = request.progress;
+  return options;
+}
+
+Status ProbeJpeg(const File& file, const DecodeRequest& request, zepcInfo* info) {
+  jpeg::FileInfo found;
+  if (Status status = CheckReduce(request); !status.ok()) return status;
+  if (Status status = jpeg::ReadFileInfo(file.data, file.size, &found); !status.ok()) return status;
+  const jpeg::Frame& frame = found.frame;
+  info->width = frame.width;
+  info->height = frame.height;
+  info->components = static_cast<int32_t>(frame.components.size());
+  info->layout = LayoutOfCount(frame.components.size());
+  info->bits = frame.precision;
+  info->sample = SampleOf(UnsignedOf(frame.precision));
+  info->is_progressive = frame.is_progressive ? 1 : 0;
+  if (frame.is_progressive) info->layers = CountScans(file);
+  info->levels = frame.precision == 8 ? 3 : 0;
+  info->memory = jpeg::MemoryNeed(found, OptionsOf(request));
+  FillMetadata(found.metadata, info);
+  return Status();
+}
+
+Status DecodeJpeg(const File& file, const DecodeRequest& request, Picture* picture,
+                  Report* report) {
+  jpeg::FileInfo info;
+  Status status = jpeg::Decode(file.data, file.size, OptionsOf(request), picture, &info);
+  if (!status.ok()) return status;
+  report->damage = std::move(info.messages);
+  picture->metadata() = jpeg::ToMetadata(info.metadata, &report->notes);
+  return status;
+}
+
+Status EncodeJpeg(const Picture& picture, const EncodeRequest& request, ByteBuffer* bytes) {
+  jpeg::EncodeOptions options;
+  if (Status status = ReadJpegOptions(request.options.jpeg, &options); !status.ok()) return status;
+  if (HasAlpha(picture.layout())) {
+    return Status::Unsupported("a JPEG file holds no transparent pixels");
+  }
+  options.metadata = jpeg::ToSegments(picture.metadata());
+  options.progress = request.progress;
+  const bool is_deep = picture.bits() == 12 && picture.type() == SampleType::kU16;
+  const bool is_usual = picture.bits() == 8 && picture.type() == SampleType::kU8;
+  if (!is_usual && (!is_deep || picture.layout() == PixelLayout::kCmyk)) {
+    return Status::Unsupported("a JPEG file holds samples of 8 bits, or grey or RGB of 12 bits");
+  }
+  return jpeg::Encode(picture, options, bytes);
+}
+
+Status ProbeLossless(const File& file, const DecodeRequest&, zepcInfo* info) {
+  jpeg::lossless::FileInfo found;
+  Status status = jpeg::lossless::ReadFileInfo(file.data, file.size, &found);
+  if (!status.ok()) return status;
+  info->width = found.width;
+  info->height = found.height;
+  info->components = found.components;
+  info->layout = LayoutOfCount(static_cast<size_t>(found.components));
+  info->bits = found.bits;
+  info->sample = SampleOf(UnsignedOf(found.bits));
+  info->is_lossless = found.point_transform == 0 ? 1 : 0;
+  info->memory = jpeg::lossless::MemoryNeed(found);
+  FillMetadata(found.metadata, info);
+  return Status();
+}
+
+Status DecodeLossless(const File& file, const DecodeRequest& request, Picture* picture,
+                      Report* report) {
+  if (request.options.reduce > 0) {
+    return Status::Unsupported("lossless JPEG files are decoded at their full size only");
+  }
+  jpeg::lossless::DecodeOptions options;
+  options.max_pixels = request.options.max_pixels;
+  options.progress = request.progress;
+  jpeg::lossless::FileInfo info;
+  Status status = jpeg::lossless::Decode(file.data, file.size, options, picture, &info);
+  if (!status.ok()) return status;
+  report->damage = std::move(info.messages);
+  picture->metadata() = jpeg::ToMetadata(info.metadata, &report->notes);
+  if (info.components == 2) {
+    return Status::Unsupported("two components, neither grey nor RGB nor CMYK");
+  }
+  if (info.components == 3 && info.adobe_transform == 1)
+    report->notes.Add("YCbCr was taken as RGB");
+  // Files hold 0 for full ink.
+  if (info.components == 4) Invert(picture);
+  return status;
+}
+
+Status EncodeLossless(const Picture& picture, const EncodeRequest& request, ByteBuffer* bytes) {
+  const zepcLosslessJpegOptions given = Complete(request.options.lossless_jpeg);
+  jpeg::lossless::EncodeOptions options;
+  for (const Status& status : {CheckRange("predictor", given.predictor, 0, 7),
+                               CheckRange("point_transform", given.point_transform, 0, 15),
+                               CheckRange("restart_rows", given.restart_rows, 0, 65535)}) {
+    if (!status.ok()) return status;
+  }
+  if (given.predictor > 0) options.predictor = given.predictor;
+  options.point_transform = given.point_transform;
+  options.restart_rows = given.restart_rows;
+  options.metadata = jpeg::ToSegments(picture.metadata());
+  const bool is_unsigned = picture.type() == SampleType::kU8 || picture.type() == SampleType::kU16;
+  if (HasAlpha(picture.layout()) || !is_unsigned || picture.bits() < 2) {
+    return Status::Unsupported(
+        "a lossless JPEG file holds grey, RGB or CMYK of 2 to 16 bits, no opacity");
+  }
+  if (picture.layout() != PixelLayout::kCmyk) {
+    return jpeg::lossless::Encode(picture, options, bytes);
+  }
+  Picture inverted;
+  Status status = Convert(picture, picture.layout(), picture.bits(), {}, &inverted);
+  if (!status.ok()) return status;
+  Invert(&inverted);
+  options.is_inverted_cmyk = true;
+  return jpeg::lossless::Encode(inverted, options, bytes);
+}
+
+}  // namespace
+
+Status ReadJpegOptions(const zepcJpegOptions* given, jpeg::EncodeOptions* options) {
+  const zepcJpegOptions whole = Complete(given);
+  for (const Status& status : {CheckRange("quality", whole.quality, 0, 100),
+                               CheckRange("sampling", whole.sampling, 0, zepcSampling420),
+                               CheckRange("restart_interval", whole.restart_interval, 0, 65535)}) {
+    if (!status.ok()) return status;
+  }
+  if (whole.quality > 0) options->quality = whole.quality;
+  options->sampling = whole.sampling == zepcSampling444   ? jpeg::Sampling::k444
+                      : whole.sampling == zepcSampling422 ? jpeg::Sampling::k422
+                                                          : jpeg::Sampling::k420;
+  options->progressive = whole.is_progressive != 0;
+  options->optimizes = whole.optimizes != 0;
+  options->restart_interval = whole.restart_interval;
+  if (whole.scan_script == nullptr) return Status();
+  return jpeg::ParseScript(whole.scan_script, &options->script);
+}
+
+const Codec kJpegCodec = {
+    {zepcFormatJpeg, "JPEG", "jpg jpeg jpe jfif", "image/jpeg",
+     "baseline, extended and progressive files of 8 and 12 bits: grey, RGB, YCbCr, CMYK, YCCK",
+     "baseline and progressive files: grey, RGB and CMYK of 8 bits, grey and RGB of 12", 1, 1, 1,
+     1},
+    IsJpeg,
+    ProbeJpeg,
+    DecodeJpeg,
+    EncodeJpeg};
+
+const Codec kLosslessJpegCodec = {
+    {zepcFormatLosslessJpeg, "lossless JPEG", "ljpg ljpeg", "image/jpeg",
+     "lossless files with Huffman coding: grey, RGB and CMYK of 2 to 16 bits",
+     "grey, RGB and CMYK of 2 to 16 bits", 1, 1, 1, 0},
+    IsLosslessJpeg,
+    ProbeLossless,
+    DecodeLossless,
+    EncodeLossless};
+
+}  // namespace zepcodec::api
