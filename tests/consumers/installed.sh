@@ -26,6 +26,15 @@ for compiler in gcc clang; do
   use_pkg_config "$libdir" "$kind" "$compiler" "$source/examples/"{wavelet_headroom,pnm}.c
 done
 
+if [ -e "$libdir/pkgconfig/zepcodec.pc" ]; then
+  package=zepcodec
+  for compiler in gcc clang; do
+    use_pkg_config "$libdir" "$kind" "$compiler" "$here/codec_consumer.c"
+  done
+  # The same libraries by way of CMake, checked to be there at all.
+  [ "$(ls "$work"/use*/codec_consumer | wc -l)" -eq 4 ]
+fi
+
 if [ -x "$prefix/bin/zepconvert" ]; then
   printf 'P6\n1 1\n255\nabc' >"$work/pixel.ppm"
   "$prefix/bin/zepconvert" "$work/pixel.ppm" --to png --out-dir "$work/out"

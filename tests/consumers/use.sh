@@ -15,9 +15,14 @@ use_cmake() {
     "${compilers[@]}" "-DLANGUAGES=$5" >"$build.log"
   cmake --build "$build" >>"$build.log" || { cat "$build.log"; exit 1; }
   "$build/consumer"
+  for program in "$build"/codec_consumer "$build"/codec_consumer_cxx; do
+    [ ! -x "$program" ] || "$program"
+  done
 }
 
-# use_pkg_config LIBDIR KIND COMPILER [SOURCE...]: a compiler called with what pkg-config says.
+# use_pkg_config LIBDIR KIND COMPILER [SOURCE...]: a compiler called with what pkg-config says of
+# $package.
+package=zepjp
 use_pkg_config() {
   local sources=("${@:4}") options=()
   [ ${#sources[@]} -gt 0 ] || sources=("$here/consumer.c")
@@ -25,6 +30,6 @@ use_pkg_config() {
   [ "$2" = shared ] || options=(--static)
   # shellcheck disable=SC2046
   "$3" -std=c99 -Wall -Wextra -Werror "${sources[@]}" -o "$work/program" \
-    $(pkg-config --cflags --libs "${options[@]}" zepjp) -lm -Wl,-rpath,"$1"
+    $(pkg-config --cflags --libs "${options[@]}" "$package") -lm -Wl,-rpath,"$1"
   "$work/program"
 }
