@@ -18,7 +18,7 @@
 namespace {
 
 constexpr int kMcus = 64;
-constexpr size_t kMostChannels = 4, kRows = 16;
+constexpr size_t kRows = 16;
 
 // A line of MCUs: rows of pixels, blocks and planes of samples.
 class Line {

@@ -87,7 +87,7 @@ class Membership {
 template <int kSubsetsOf, int kChannelsOf, int kBitsOf, Bc7PBits kPBitsOf, int kIndexBitsOf>
 struct LineFormat {
   static constexpr int kSubsets = kSubsetsOf, kChannels = kChannelsOf, kBits = kBitsOf;
-  static constexpr int kIndexBits = kIndexBitsOf, kLast = (1 << kIndexBitsOf) - 1;
+  static constexpr int kLast = (1 << kIndexBitsOf) - 1;
   static constexpr int kTotal = kBitsOf + (kPBitsOf == kNoPBits ? 0 : 1);
   static constexpr Bc7PBits kPBits = kPBitsOf;
   static constexpr bool kOnlyOnes = false;

@@ -35,7 +35,6 @@ struct Pass {
 constexpr size_t kSymbols = 4096, kMostOfWord = 16 * 10 + 4;
 
 struct Coder {
-  zepiSize most;  // the largest block
   int32_t pass_count;
   int32_t segment_count;
   int32_t sf_bits;
@@ -345,8 +344,6 @@ class BlockEncoder {
     }
     return sum;
   }
-  // Those of one sample.
-  int64_t Below(uint64_t sample, size_t at) const { return SumBelow(sample, at); }
 
   // Distortion in units of 2^-13 squares of the plane's value. With i the value's seven bits from the plane
   // down, normal(i) = 128 |i - 64| - 2048 is what a refinement bit removes by midpoints, and
@@ -360,7 +357,7 @@ class BlockEncoder {
       gain_ += 8192 * Count(samples);
     } else {
       for (uint64_t left = samples; left != 0; left &= left - 1) {
-        const int64_t half = (64 + Below(left & -left, at)) / 2;
+        const int64_t half = (64 + SumBelow(left & -left, at)) / 2;
         gain_ += 8 * half * half;
       }
     }
@@ -376,7 +373,7 @@ class BlockEncoder {
     } else {
       for (uint64_t left = samples; left != 0; left &= left - 1) {
         const uint64_t sample = left & -left;
-        const int64_t distance = Below(sample, at) - ((sample & zeros) != 0 ? 64 : 0);
+        const int64_t distance = SumBelow(sample, at) - ((sample & zeros) != 0 ? 64 : 0);
         gain_ += 2 * distance * distance;
       }
     }
@@ -499,7 +496,6 @@ bool AllocateCoder(zepiSize most, zepiEncodeStateJPEG2K* state) {
   state->coder = static_cast<Coder*>(Allocate(sizeof(Coder)));
   if (state->coder == nullptr) return false;
   Coder* coder = state->coder;
-  coder->most = most;
   coder->pass_count = coder->segment_count = coder->sf_bits = coder->size = coder->stored = 0;
   auto* code = static_cast<uint8_t*>(Allocate(CodeBytes(most) + 1));
   coder->code = code == nullptr ? nullptr : code + 1;

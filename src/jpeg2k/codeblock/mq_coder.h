@@ -317,8 +317,6 @@ class MqDecoder {
  private:
   static constexpr int kPoint = kDecoderPoint;  // the lowest bit of code and interval in their 64
   static constexpr uint64_t kHalf = uint64_t{0x8000} << kPoint;
-  // Up to this estimate a jump pays.
-  static constexpr uint64_t kRareEstimate = uint64_t{0x1000} << kPoint;
   static constexpr uint64_t kEstimateBits = ~((uint64_t{1} << kPoint) - 1);
 
   // Four bytes if none of them is special.
@@ -367,7 +365,6 @@ class RawDecoder {
  public:
   RawDecoder(const uint8_t* bytes, size_t size) : bytes_(bytes), size_(size) {}
 
-  uint32_t Decode(uint32_t c) { return DecodeUnforeseen(c); }
   uint32_t DecodeUnforeseen(uint32_t /*context*/) {
     if (left_ == 0) {
       left_ = value_ == 0xFF ? 7 : 8;

@@ -36,7 +36,7 @@ constexpr int SegmentEnd(int pass, int32_t style) {
 }
 
 // Labels of contexts: 0 to 8 significance, 9 to 13 sign, 14 to 16 refinement.
-constexpr uint8_t kFirstSign = 9, kFirstRefinement = 14, kRun = 17, kUniform = 18;
+constexpr uint8_t kFirstRefinement = 14, kRun = 17, kUniform = 18;
 constexpr size_t kContextCount = 19;
 
 // A context's state: twice the index of the probability estimate, plus the more probable symbol.
@@ -109,7 +109,6 @@ constexpr Symbol kZeroRuns = 0x80;
 
 // The eight neighbours of a sample, in a window of 3 x 3 bits, row by row; the sample itself is bit 4.
 enum Neighbour : uint32_t { kNW, kN, kNE, kW, kSelf, kE, kSW, kS, kSE };
-constexpr uint32_t kAllNeighbours = 0x1EF;
 
 // Table D.1: for each window the context of significance.
 using ZeroContexts = std::array<uint8_t, 512>;
