@@ -5,10 +5,14 @@
 //     return bad;
 //   }
 //
-// The first check that fails decides; later ones look at nothing, so planes are only read once the
-// pointer to them was found good.
+// The first check that fails decides the status; later ones look at nothing. So an array is only read
+// after the pointer to it was found good, and a condition that reads memory is given as a callable:
+//
+//   Checks().Ptr(pState).Refuse([&] { return IsOther(pState); }, zepStatusContextMismatch)
 #ifndef ZEPJP_SRC_FRAME_CHECKS_H_
 #define ZEPJP_SRC_FRAME_CHECKS_H_
+
+#include <utility>
 
 #include "zepjp.h"
 
@@ -18,10 +22,16 @@ class Checks {
  public:
   [[nodiscard]] zepStatus Failed() const { return status_; }
 
-  // `bad` decides; `status` is the result if it is true and all before was good.
-  Checks& Refuse(bool bad, zepStatus status) {
-    if (__builtin_expect(status_ == zepStatusOk && bad, false)) status_ = status;
+  // `status` is the result if the callable returns true. It is called only if no check before failed.
+  template <class IsBad, class = decltype(std::declval<const IsBad&>()())>
+  Checks& Refuse(const IsBad& is_bad, zepStatus status) {
+    if (__builtin_expect(status_ == zepStatusOk && is_bad(), false)) status_ = status;
     return *this;
+  }
+
+  // For conditions on the arguments themselves.
+  Checks& Refuse(bool is_bad, zepStatus status) {
+    return Refuse([=] { return is_bad; }, status);
   }
 
   template <class T>
@@ -38,6 +48,12 @@ class Checks {
   }
 
   Checks& Step(int32_t step) { return Refuse(step <= 0, zepStatusBadStep); }
+
+  // Each of `count` steps; the pointer to them has been checked.
+  Checks& Steps(const int32_t* steps, int count) {
+    for (int i = 0; i < count && status_ == zepStatusOk; ++i) Step(steps[i]);
+    return *this;
+  }
 
   Checks& Size(zepiSize size, int32_t min_width = 1, int32_t min_height = 1) {
     return Refuse(size.width < min_width || size.height < min_height, zepStatusBadSize);

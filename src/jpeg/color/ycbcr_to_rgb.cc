@@ -239,9 +239,16 @@ zepStatus ConvertPacked(PixelRow kernel, const uint8_t* const* src, int32_t src_
 template <int kRows>
 zepStatus ConvertHalf(PixelRow kernel, const uint8_t* const* src, const int32_t* src_step,
                       uint8_t* dst, int32_t dst_step, zepiSize roi, uint8_t alpha = 0) {
-  Checks checks = Checks().Planes(src, 3).Ptr(src_step).Ptr(dst);
-  for (int i = 0; i < 3 && checks.Failed() == zepStatusOk; ++i) checks.Step(src_step[i]);
-  if (auto bad = checks.Step(dst_step).Size(roi).Failed()) return bad;
+  if (auto bad = Checks()
+                     .Planes(src, 3)
+                     .Ptr(src_step)
+                     .Ptr(dst)
+                     .Steps(src_step, 3)
+                     .Step(dst_step)
+                     .Size(roi)
+                     .Failed()) {
+    return bad;
+  }
   for (int32_t y = 0; y < roi.height; ++y) {
     const uint8_t* const from[] = {Row(src[0], src_step[0], y), Row(src[1], src_step[1], y / kRows),
                                    Row(src[2], src_step[2], y / kRows)};

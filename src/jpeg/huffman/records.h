@@ -10,7 +10,7 @@ namespace zepjp {
 
 template <class Record>
 zepStatus StoreRecordSize(int32_t* size) {
-  if (size == nullptr) return zepStatusNullPtr;
+  if (auto bad = Checks().Ptr(size).Failed()) return bad;
   *size = static_cast<int32_t>(sizeof(Record));
   return zepStatusOk;
 }
@@ -23,7 +23,7 @@ zepStatus AllocateRecord(Record** record) {
 }
 
 inline zepStatus FreeRecord(void* record) {
-  if (record == nullptr) return zepStatusNullPtr;
+  if (auto bad = Checks().Ptr(record).Failed()) return bad;
   Release(record);
   return zepStatusOk;
 }

@@ -281,7 +281,15 @@ ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 
 constexpr char kId[4] = {'P', 'A', 'M', 'C'};
 
-bool IsOther(const void* state) { return std::memcmp(state, kId, sizeof(kId)) != 0; }
+// Whether the memory is something other than an initialized state.
+struct IsOther {
+  const void* state;
+  bool operator()() const { return std::memcmp(state, kId, sizeof(kId)) != 0; }
+};
+
+Checks CheckState(const void* state) {
+  return Checks().Ptr(state).Refuse(IsOther{state}, zepStatusContextMismatch);
+}
 
 Progress Load(const void* state) {
   Progress progress;
@@ -410,13 +418,7 @@ zepStatus ZEP_CALL zepiDecodeCBProgrAttach_JPEG2K_32s_C1R(int32_t* pDst, int32_t
                                                           int32_t subband, int32_t magnBits,
                                                           int32_t codeStyleFlags) {
   using namespace zepjp::codeblock;
-  if (pState == nullptr) return zepStatusNullPtr;
-  if (auto bad = Checks()
-                     .Refuse(IsOther(pState), zepStatusContextMismatch)
-                     .Ptr(pDst)
-                     .Step(dstStep)
-                     .Size(codeBlockSize)
-                     .Failed()) {
+  if (auto bad = CheckState(pState).Ptr(pDst).Step(dstStep).Size(codeBlockSize).Failed()) {
     return bad;
   }
   Attach(pDst, dstStep, codeBlockSize, pState, subband, magnBits, codeStyleFlags);
@@ -426,8 +428,7 @@ zepStatus ZEP_CALL zepiDecodeCBProgrAttach_JPEG2K_32s_C1R(int32_t* pDst, int32_t
 zepStatus ZEP_CALL zepiDecodeCBProgrSetPassCounter_JPEG2K(int32_t nOfPasses,
                                                           zepiDecodeStateJPEG2K* pState) {
   using namespace zepjp::codeblock;
-  if (pState == nullptr) return zepStatusNullPtr;
-  if (IsOther(pState)) return zepStatusContextMismatch;
+  if (auto bad = CheckState(pState).Failed()) return bad;
   Progress progress = Load(pState);
   progress.passes_left = nOfPasses;
   Store(progress, pState);
@@ -437,8 +438,13 @@ zepStatus ZEP_CALL zepiDecodeCBProgrSetPassCounter_JPEG2K(int32_t nOfPasses,
 zepStatus ZEP_CALL zepiDecodeCBProgrGetPassCounter_JPEG2K(const zepiDecodeStateJPEG2K* pState,
                                                           int32_t* pCounter) {
   using namespace zepjp::codeblock;
-  if (auto bad = Checks().Ptr(pState).Ptr(pCounter).Failed()) return bad;
-  if (IsOther(pState)) return zepStatusContextMismatch;
+  if (auto bad = Checks()
+                     .Ptr(pState)
+                     .Ptr(pCounter)
+                     .Refuse(IsOther{pState}, zepStatusContextMismatch)
+                     .Failed()) {
+    return bad;
+  }
   *pCounter = Load(pState).passes_left;
   return zepStatusOk;
 }
@@ -446,11 +452,7 @@ zepStatus ZEP_CALL zepiDecodeCBProgrGetPassCounter_JPEG2K(const zepiDecodeStateJ
 zepStatus ZEP_CALL zepiDecodeCBProgrGetCurBitPlaneNum_JPEG2K(const zepiDecodeStateJPEG2K* pState,
                                                              int32_t* pBitPlane) {
   using namespace zepjp::codeblock;
-  if (pState == nullptr) return zepStatusNullPtr;
-  if (auto bad =
-          Checks().Refuse(IsOther(pState), zepStatusContextMismatch).Ptr(pBitPlane).Failed()) {
-    return bad;
-  }
+  if (auto bad = CheckState(pState).Ptr(pBitPlane).Failed()) return bad;
   *pBitPlane = Load(pState).plane;
   return zepStatusOk;
 }
@@ -458,9 +460,15 @@ zepStatus ZEP_CALL zepiDecodeCBProgrGetCurBitPlaneNum_JPEG2K(const zepiDecodeSta
 zepStatus ZEP_CALL zepiDecodeCBProgrStep_JPEG2K(const uint8_t* pSrc, int32_t srcLen,
                                                 zepiDecodeStateJPEG2K* pState) {
   using namespace zepjp::codeblock;
-  if (auto bad = Checks().Ptr(pSrc).Ptr(pState).Failed()) return bad;
-  if (IsOther(pState)) return zepStatusContextMismatch;
-  if (Load(pState).is_attached == 0) return zepStatusJPEG2KNotAttached;
+  const auto is_detached = [=] { return Load(pState).is_attached == 0; };
+  if (auto bad = Checks()
+                     .Ptr(pSrc)
+                     .Ptr(pState)
+                     .Refuse(IsOther{pState}, zepStatusContextMismatch)
+                     .Refuse(is_detached, zepStatusJPEG2KNotAttached)
+                     .Failed()) {
+    return bad;
+  }
   return Step(pSrc, srcLen, pState);
 }
 

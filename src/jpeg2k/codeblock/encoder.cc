@@ -472,8 +472,14 @@ ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 
 constexpr char kId[4] = {'D', 'S', 'M', 'L'};
 
-bool IsOther(const zepiEncodeStateJPEG2K* state) {
-  return std::memcmp(state, kId, sizeof(kId)) != 0;
+// Whether the memory is something other than an initialized state.
+struct IsOther {
+  const zepiEncodeStateJPEG2K* state;
+  bool operator()() const { return std::memcmp(state, kId, sizeof(kId)) != 0; }
+};
+
+Checks CheckState(const zepiEncodeStateJPEG2K* state) {
+  return Checks().Ptr(state).Refuse(IsOther{state}, zepStatusContextMismatch);
 }
 
 void* Allocate(int64_t bytes) {
@@ -506,13 +512,12 @@ bool AllocateCoder(zepiSize most, zepiEncodeStateJPEG2K* state) {
   return code != nullptr && coder->planes != nullptr && coder->stripes != nullptr;
 }
 
-// The checks of the three queries; the coder where they are good.
+// The checks of the three queries.
 zepStatus CheckQuery(const zepiEncodeStateJPEG2K* state, int32_t pass, const void* result) {
-  if (state == nullptr) return zepStatusNullPtr;
-  if (IsOther(state)) return zepStatusContextMismatch;
-  return Checks()
+  const auto has_no_such_pass = [=] { return pass < 0 || pass >= state->coder->pass_count; };
+  return CheckState(state)
       .Ptr(result)
-      .Refuse(pass < 0 || pass >= state->coder->pass_count, zepStatusJPEG2KBadPassNumber)
+      .Refuse(has_no_such_pass, zepStatusJPEG2KBadPassNumber)
       .Failed();
 }
 
@@ -542,9 +547,7 @@ zepStatus ZEP_CALL zepiEncodeLoadCodeBlock_JPEG2K_32s_C1R(
     int32_t subband, int32_t magnBits, int32_t /*param1*/, int32_t /*param2*/,
     int32_t codeStyleFlags, int32_t* pSfBits, int32_t* pNOfPasses, int32_t* pNOfTermPasses) {
   using namespace zepjp::codeblock;
-  if (pState == nullptr) return zepStatusNullPtr;
-  if (auto bad = Checks()
-                     .Refuse(IsOther(pState), zepStatusContextMismatch)
+  if (auto bad = CheckState(pState)
                      .Ptr(pSfBits)
                      .Ptr(pNOfPasses)
                      .Ptr(pNOfTermPasses)
@@ -595,16 +598,14 @@ zepStatus ZEP_CALL zepiEncodeStoreBits_JPEG2K_1u(uint8_t* pDst, int32_t* pDstLen
                                                  zepiEncodeStateJPEG2K* pState,
                                                  int32_t* pIsNotFinished) {
   using namespace zepjp::codeblock;
-  if (pState == nullptr) return zepStatusNullPtr;
-  if (auto bad = Checks()
-                     .Refuse(IsOther(pState), zepStatusContextMismatch)
+  if (auto bad = CheckState(pState)
                      .Ptr(pDst)
                      .Ptr(pDstLen)
                      .Ptr(pIsNotFinished)
+                     .Refuse([=] { return *pDstLen < 1; }, zepStatusBadSize)
                      .Failed()) {
     return bad;
   }
-  if (*pDstLen < 1) return zepStatusBadSize;
   Coder* coder = pState->coder;
   const int32_t count = std::min(*pDstLen, coder->size - coder->stored);
   std::memcpy(pDst, coder->code + coder->stored, static_cast<size_t>(count));

@@ -370,14 +370,15 @@ zepStatus InPlace(void (*kernel)(const Tile<T>&, uint8_t*), T* data, int32_t ste
   return zepStatusOk;
 }
 
-// The checks behind those of the pointers, which come in another order each way.
-zepStatus CheckPlanes(Checks checks, int32_t step, const void* const* planes, const int32_t* steps,
-                      const zepiRect* rect) {
-  checks.Step(step);
-  if (checks.Failed() == zepStatusOk) checks.Planes(planes, 4);
-  for (int i = 0; i < 4 && checks.Failed() == zepStatusOk; ++i) checks.Step(steps[i]);
-  if (checks.Failed() == zepStatusOk) checks.Size({rect->width, rect->height});
-  return checks.Failed();
+// The checks after those of the pointers, whose order differs between the two directions.
+template <class T>
+zepStatus CheckTile(Checks pointers, int32_t step, T* const* planes, const int32_t* steps,
+                    const zepiRect* rect) {
+  return pointers.Step(step)
+      .Planes(planes, 4)
+      .Steps(steps, 4)
+      .Refuse([=] { return rect->width < 1 || rect->height < 1; }, zepStatusBadSize)
+      .Failed();
 }
 
 template <class T>
@@ -385,8 +386,7 @@ zepStatus SplitTile(void (*kernel)(const Tile<T>&, const Planes<T>&, uint8_t*), 
                     int32_t src_step, const zepiRect* rect, T* const* planes, const int32_t* steps,
                     uint8_t* buffer) {
   const Checks pointers = Checks().Ptr(src).Ptr(planes).Ptr(steps).Ptr(rect).Ptr(buffer);
-  const auto* const untyped = reinterpret_cast<const void* const*>(planes);
-  if (auto bad = CheckPlanes(pointers, src_step, untyped, steps, rect)) return bad;
+  if (auto bad = CheckTile(pointers, src_step, planes, steps, rect)) return bad;
   kernel({const_cast<T*>(src), src_step, *rect}, {planes, steps}, buffer);
   return zepStatusOk;
 }
@@ -396,8 +396,7 @@ zepStatus JoinTile(void (*kernel)(const Tile<T>&, const Planes<T>&, uint8_t*),
                    const T* const* planes, const int32_t* steps, T* dst, int32_t dst_step,
                    const zepiRect* rect, uint8_t* buffer) {
   const Checks pointers = Checks().Ptr(planes).Ptr(dst).Ptr(steps).Ptr(rect).Ptr(buffer);
-  const auto* const untyped = reinterpret_cast<const void* const*>(planes);
-  if (auto bad = CheckPlanes(pointers, dst_step, untyped, steps, rect)) return bad;
+  if (auto bad = CheckTile(pointers, dst_step, planes, steps, rect)) return bad;
   kernel({dst, dst_step, *rect}, {const_cast<T* const*>(planes), steps}, buffer);
   return zepStatusOk;
 }

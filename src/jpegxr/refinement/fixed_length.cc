@@ -15,6 +15,7 @@
 #include <cstring>
 
 #include "frame/checks.h"
+#include "jpegxr/bit_stream.h"
 #include "jpegxr/vlc/vlc_writer.h"
 #include "simd/dispatch.h"
 
@@ -37,22 +38,16 @@ constexpr uint8_t kPlace[kCount] = {2, 1, 7, 8, 15, 12, 11, 4, 3, 5, 6, 13, 14, 
 constexpr uint32_t kShareOf[16] = {65536, 32768, 21846, 16384, 13108, 10923, 9363, 8192,
                                    7282,  6554,  5958,  5462,  5042,  4682,  4370, 4096};
 
-// The bits of a stream, held by the caller between calls.
-struct Bits {
-  uint32_t* accumulator;
-  uint32_t* count;
-};
-
 struct Kernels {
-  void (*decode32)(const uint8_t** from, Bits bits, int32_t* block, ptrdiff_t step, uint32_t m,
+  void (*decode32)(const BitSource& from, int32_t* block, ptrdiff_t step, uint32_t m,
                    uint32_t multiplier, bool refine);
-  void (*decode16)(const uint8_t** from, Bits bits, int16_t* block, ptrdiff_t step, uint32_t m,
+  void (*decode16)(const BitSource& from, int16_t* block, ptrdiff_t step, uint32_t m,
                    uint32_t multiplier, bool refine);
-  void (*encode32)(const int32_t* block, ptrdiff_t step, uint8_t** to, Bits bits, uint32_t m,
+  void (*encode32)(const int32_t* block, ptrdiff_t step, const BitTarget& to, uint32_t m,
                    uint32_t trim);
-  void (*encode16)(const int16_t* block, ptrdiff_t step, uint8_t** to, Bits bits, uint32_t m,
+  void (*encode16)(const int16_t* block, ptrdiff_t step, const BitTarget& to, uint32_t m,
                    uint32_t trim);
-  void (*encode_packed)(const int32_t* packed, uint8_t** to, Bits bits, uint32_t m);
+  void (*encode_packed)(const int32_t* packed, const BitTarget& to, uint32_t m);
 };
 
 }  // namespace
@@ -109,8 +104,8 @@ HWY_INLINE T Load(const void* from) {
 // The highest `valid` bits of the window are the next of the stream, the others are 0.
 class Window {
  public:
-  HWY_INLINE Window(const uint8_t* from, Bits bits)
-      : from_(from), bits_(uint64_t{*bits.accumulator} << 32), valid_(*bits.count) {
+  explicit HWY_INLINE Window(const BitSource& from)
+      : from_(*from.bytes), bits_(uint64_t{*from.accumulator} << 32), valid_(*from.count) {
     bits_ = valid_ == 0 ? 0 : bits_ & (~uint64_t{0} << (64 - valid_));
   }
 
@@ -146,10 +141,10 @@ class Window {
 
   HWY_INLINE uint32_t valid() const { return valid_; }
 
-  HWY_INLINE const uint8_t* Leave(Bits bits) const {
-    *bits.accumulator = static_cast<uint32_t>(bits_ >> 32);
-    *bits.count = valid_;
-    return from_;
+  HWY_INLINE void Leave(const BitSource& from) const {
+    *from.bytes = from_;
+    *from.accumulator = static_cast<uint32_t>(bits_ >> 32);
+    *from.count = valid_;
   }
 
  private:
@@ -184,9 +179,9 @@ HWY_INLINE uint32_t NonZeros(const T* block, ptrdiff_t step) {
 }
 
 template <bool kRefine, class T>
-HWY_INLINE void DecodeBlock(const uint8_t** from, Bits bits, T* block, ptrdiff_t step, uint32_t m,
+HWY_INLINE void DecodeBlock(const BitSource& from, T* block, ptrdiff_t step, uint32_t m,
                             uint32_t multiplier) {
-  Window window(*from, bits);
+  Window window(from);
   const uint64_t limit = (uint64_t{1} << (64 - m)) - 1;
   const uint32_t coded = kRefine ? NonZeros(block, step) : 0;
   HWY_ALIGN int32_t fields[16];
@@ -204,7 +199,7 @@ HWY_INLINE void DecodeBlock(const uint8_t** from, Bits bits, T* block, ptrdiff_t
   }
   // A reader step by step would have refilled before the last coefficient.
   if (before_last < 16) window.Refill(0);
-  *from = window.Leave(bits);
+  window.Leave(from);
   const V32 factor = hn::BitCast(D32(), hn::Set(DU32(), multiplier));
   for (ptrdiff_t row = 0; row < 4; ++row) {
     const V32 old = LoadRow(block, step, row);
@@ -214,12 +209,12 @@ HWY_INLINE void DecodeBlock(const uint8_t** from, Bits bits, T* block, ptrdiff_t
 }
 
 template <class T>
-void Decode(const uint8_t** from, Bits bits, T* block, ptrdiff_t step, uint32_t m,
-            uint32_t multiplier, bool refine) {
+void Decode(const BitSource& from, T* block, ptrdiff_t step, uint32_t m, uint32_t multiplier,
+            bool refine) {
   if (refine) {
-    DecodeBlock<true>(from, bits, block, step, m, multiplier);
+    DecodeBlock<true>(from, block, step, m, multiplier);
   } else {
-    DecodeBlock<false>(from, bits, block, step, m, multiplier);
+    DecodeBlock<false>(from, block, step, m, multiplier);
   }
 }
 
@@ -333,12 +328,12 @@ HWY_INLINE void EncodeAll(const Source& source, const BitTarget& to, uint32_t m)
 }
 
 template <class T>
-void Encode(const T* block, ptrdiff_t step, uint8_t** to, Bits bits, uint32_t m, uint32_t trim) {
-  EncodeAll(FromBlock<T>{block, step, m, trim}, {to, bits.accumulator, bits.count}, m);
+void Encode(const T* block, ptrdiff_t step, const BitTarget& to, uint32_t m, uint32_t trim) {
+  EncodeAll(FromBlock<T>{block, step, m, trim}, to, m);
 }
 
-void EncodePacked(const int32_t* packed, uint8_t** to, Bits bits, uint32_t m) {
-  EncodeAll(FromPacked{packed, m}, {to, bits.accumulator, bits.count}, m);
+void EncodePacked(const int32_t* packed, const BitTarget& to, uint32_t m) {
+  EncodeAll(FromPacked{packed, m}, to, m);
 }
 
 constexpr Kernels kKernels = {Decode<int32_t>, Decode<int16_t>, Encode<int32_t>, Encode<int16_t>,
@@ -358,37 +353,35 @@ Kernels kernels;
 ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 
 template <class Byte>
-Checks CheckStream(const void* block, Byte* const* stream, Bits bits) {
+Checks CheckStream(const void* block, const BitStream<Byte>& stream) {
   Checks checks;
-  checks.Ptr(block).Planes(stream, 1).Ptr(bits.accumulator).Ptr(bits.count);
-  return checks.Refuse(checks.Failed() == zepStatusOk && *bits.count > 32, zepStatusOutOfRange);
+  return stream.Check(checks.Ptr(block))
+      .Refuse([&] { return stream.IsTooLong(); }, zepStatusOutOfRange);
 }
 
 template <class T, class Kernel>
-zepStatus Decode(Kernel kernel, const uint8_t** from, Bits bits, T* block, int32_t step, uint32_t m,
+zepStatus Decode(Kernel kernel, const BitSource& from, T* block, int32_t step, uint32_t m,
                  T multiplier, uint32_t refine) {
-  if (auto bad = CheckStream(block, from, bits).Refuse(m > 15, zepStatusOutOfRange).Failed()) {
+  if (auto bad = CheckStream(block, from).Refuse(m > 15, zepStatusOutOfRange).Failed()) {
     return bad;
   }
   if (m == 0) return zepStatusOk;
-  kernel(from, bits, block, step, m, static_cast<uint32_t>(int32_t{multiplier}), refine != 0);
+  kernel(from, block, step, m, static_cast<uint32_t>(int32_t{multiplier}), refine != 0);
   return zepStatusOk;
 }
 
 template <class T, class Kernel>
-zepStatus Encode(Kernel kernel, const T* block, int32_t step, const int32_t* packed, uint8_t** to,
-                 Bits bits, uint32_t m, uint32_t trim, uint32_t coded) {
-  auto checks = Checks().Ptr(block).Ptr(packed).Failed();
-  if (checks != zepStatusOk) return checks;
-  if (auto bad =
-          CheckStream(block, to, bits).Refuse(m > 15 || trim > 15, zepStatusOutOfRange).Failed()) {
+zepStatus Encode(Kernel kernel, const T* block, int32_t step, const int32_t* packed,
+                 const BitTarget& to, uint32_t m, uint32_t trim, uint32_t coded) {
+  if (auto bad = Checks().Ptr(block).Ptr(packed).Failed()) return bad;
+  if (auto bad = CheckStream(block, to).Refuse(m > 15 || trim > 15, zepStatusOutOfRange).Failed()) {
     return bad;
   }
   if (m == 0) return zepStatusOk;
   if (coded != 0) {
-    kernels.encode_packed(packed, to, bits, m);
+    kernels.encode_packed(packed, to, m);
   } else {
-    kernel(block, step, to, bits, m, trim);
+    kernel(block, step, to, m, trim);
   }
   return zepStatusOk;
 }
@@ -402,7 +395,7 @@ zepStatus ZEP_CALL zepiFLCDecode4x4_JPEGXR_1u32s_C1IR(const uint8_t** ppSrc, uin
                                                       uint32_t* pBitCount, int32_t* pSrcDst,
                                                       int32_t srcDstStep, uint32_t modelBits,
                                                       int32_t multiplier, uint32_t refine) {
-  return zepjp::Decode(kernels.decode32, ppSrc, {pAcc, pBitCount}, pSrcDst, srcDstStep, modelBits,
+  return zepjp::Decode(kernels.decode32, {ppSrc, pAcc, pBitCount}, pSrcDst, srcDstStep, modelBits,
                        multiplier, refine);
 }
 
@@ -410,7 +403,7 @@ zepStatus ZEP_CALL zepiFLCDecode4x4_JPEGXR_1u16s_C1IR(const uint8_t** ppSrc, uin
                                                       uint32_t* pBitCount, int16_t* pSrcDst,
                                                       int32_t srcDstStep, uint32_t modelBits,
                                                       int16_t multiplier, uint32_t refine) {
-  return zepjp::Decode(kernels.decode16, ppSrc, {pAcc, pBitCount}, pSrcDst, srcDstStep, modelBits,
+  return zepjp::Decode(kernels.decode16, {ppSrc, pAcc, pBitCount}, pSrcDst, srcDstStep, modelBits,
                        multiplier, refine);
 }
 
@@ -419,7 +412,7 @@ zepStatus ZEP_CALL zepiFLCEncode4x4_JPEGXR_32s1u_C1R(const int32_t* pSrc, int32_
                                                      uint32_t* pAcc, uint32_t* pBitCount,
                                                      uint32_t modelBits, uint32_t trimBits,
                                                      uint32_t coded) {
-  return zepjp::Encode(kernels.encode32, pSrc, srcStep, pPacked, ppDst, {pAcc, pBitCount},
+  return zepjp::Encode(kernels.encode32, pSrc, srcStep, pPacked, {ppDst, pAcc, pBitCount},
                        modelBits, trimBits, coded);
 }
 
@@ -428,7 +421,7 @@ zepStatus ZEP_CALL zepiFLCEncode4x4_JPEGXR_16s1u_C1R(const int16_t* pSrc, int32_
                                                      uint32_t* pAcc, uint32_t* pBitCount,
                                                      uint32_t modelBits, uint32_t trimBits,
                                                      uint32_t coded) {
-  return zepjp::Encode(kernels.encode16, pSrc, srcStep, pPacked, ppDst, {pAcc, pBitCount},
+  return zepjp::Encode(kernels.encode16, pSrc, srcStep, pPacked, {ppDst, pAcc, pBitCount},
                        modelBits, trimBits, coded);
 }
 #endif  // HWY_ONCE

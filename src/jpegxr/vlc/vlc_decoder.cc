@@ -37,17 +37,11 @@ struct Kernels {
                                int32_t* levels);
 };
 
-// The pointers that every decoder takes.
-inline Checks CheckPointers(const uint8_t* const* bytes, const uint32_t* accumulator,
-                            const uint32_t* count, const zepiVLCState* state, const void* target) {
-  return Checks()
-      .Planes(bytes, 1)
-      .Ptr(accumulator)
-      .Ptr(count)
-      .Ptr(state)
-      .Ptr(static_cast<const uint8_t*>(target));
+// What every decoder checks before the arguments of its own.
+inline Checks CheckPointers(const BitSource& from, const zepiVLCState* state, const void* target) {
+  Checks checks;
+  return from.Check(checks).Ptr(state).Ptr(static_cast<const uint8_t*>(target));
 }
-inline bool IsTooLong(const uint32_t* count) { return count != nullptr && *count > 32; }
 
 // What could not be looked up at once.
 struct Coefficient {
@@ -351,19 +345,20 @@ template <class T>
 zepStatus ZEP_CALL DecodeScanned(const uint8_t** bytes, uint32_t* accumulator, uint32_t* count,
                                  uint32_t model_bits, zepiVLCState* state, uint32_t step,
                                  uint32_t channel, T* block, zepiVLCContext* context) {
-  if (auto bad = CheckPointers(bytes, accumulator, count, state, block)
-                     .Ptr(context)
-                     .Refuse(IsTooLong(count) || model_bits > 15, zepStatusOutOfRange)
-                     .Failed()) {
+  const BitSource from = {bytes, accumulator, count};
+  if (auto bad =
+          CheckPointers(from, state, block)
+              .Ptr(context)
+              .Refuse([&] { return from.IsTooLong() || model_bits > 15; }, zepStatusOutOfRange)
+              .Failed()) {
     return bad;
   }
   VlcState* const tables = Unwrap(state);
   const auto multiplier = static_cast<uint32_t>(context->multiplier);
   const uint32_t scale = (multiplier == 0 ? 1 : multiplier) << model_bits;
   const BlockTarget to = {reinterpret_cast<uint8_t*>(block), step, scale};
-  context->count +=
-      DecodeBlock(TablesOf(tables, kHighpassTables, channel != 0), 1, {bytes, accumulator, count},
-                  BlockStore<T>{CurrentScan(tables), to});
+  context->count += DecodeBlock(TablesOf(tables, kHighpassTables, channel != 0), 1, from,
+                                BlockStore<T>{CurrentScan(tables), to});
   return zepStatusOk;
 }
 
@@ -398,8 +393,8 @@ ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 
 zepStatus DecodeJoint(uint32_t first_slot, const BitSource& from, zepiVLCState* state,
                       int32_t* levels) {
-  if (auto bad = CheckPointers(from.bytes, from.accumulator, from.count, state, levels)
-                     .Refuse(IsTooLong(from.count), zepStatusOutOfRange)
+  if (auto bad = CheckPointers(from, state, levels)
+                     .Refuse([&] { return from.IsTooLong(); }, zepStatusOutOfRange)
                      .Failed()) {
     return bad;
   }
@@ -448,8 +443,8 @@ zepStatus ZEP_CALL zepiVLCDecodeDC444_JPEGXR_1u32s(const uint8_t** ppSrc, uint32
                                                    uint32_t* pBitCount, zepiVLCState* pState,
                                                    int32_t* pDst) {
   const zepjp::BitSource from = {ppSrc, pAcc, pBitCount};
-  if (auto bad = zepjp::CheckPointers(ppSrc, pAcc, pBitCount, pState, pDst)
-                     .Refuse(zepjp::IsTooLong(pBitCount), zepStatusOutOfRange)
+  if (auto bad = zepjp::CheckPointers(from, pState, pDst)
+                     .Refuse([&] { return from.IsTooLong(); }, zepStatusOutOfRange)
                      .Failed()) {
     return bad;
   }

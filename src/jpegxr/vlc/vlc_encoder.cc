@@ -38,16 +38,11 @@ struct Kernels {
                          bool is_chroma, const BitTarget& to);
 };
 
-// The pointers that every encoder takes.
+// What every encoder checks before the arguments of its own.
 inline Checks CheckPointers(const void* source, const BitTarget& to, const zepiVLCState* state) {
-  return Checks()
-      .Ptr(static_cast<const uint8_t*>(source))
-      .Planes(to.bytes, 1)
-      .Ptr(to.accumulator)
-      .Ptr(to.count)
-      .Ptr(state);
+  Checks checks;
+  return to.Check(checks.Ptr(static_cast<const uint8_t*>(source))).Ptr(state);
 }
-inline bool IsTooLong(const uint32_t* count) { return count != nullptr && *count > 32; }
 
 // n is the number of bits below the highest one of magnitude - 2: 4 to 29.
 constexpr uint32_t kMaxEscaped = 2 + (1u << 30) - 1;
@@ -346,7 +341,7 @@ zepStatus ZEP_CALL Encode(const T* source, uint32_t step, uint32_t channel, uint
   const BitTarget to = {bytes, accumulator, count};
   if (auto bad = CheckPointers(source, to, state)
                      .Ptr(context)
-                     .Refuse(IsTooLong(count) || model_bits > 15, zepStatusOutOfRange)
+                     .Refuse([&] { return to.IsTooLong() || model_bits > 15; }, zepStatusOutOfRange)
                      .Failed()) {
     return bad;
   }
@@ -361,12 +356,12 @@ zepStatus ZEP_CALL EncodeFlex(const T* source, uint32_t step, uint32_t channel, 
                               uint32_t* count, zepiVLCState* state, int32_t* packed,
                               zepiVLCContext* context) {
   const BitTarget to = {bytes, accumulator, count};
-  if (auto bad =
-          CheckPointers(source, to, state)
-              .Ptr(packed)
-              .Ptr(context)
-              .Refuse(IsTooLong(count) || model_bits > 15 || trim_bits > 15, zepStatusOutOfRange)
-              .Failed()) {
+  const auto is_out_of_range = [&] { return to.IsTooLong() || model_bits > 15 || trim_bits > 15; };
+  if (auto bad = CheckPointers(source, to, state)
+                     .Ptr(packed)
+                     .Ptr(context)
+                     .Refuse(is_out_of_range, zepStatusOutOfRange)
+                     .Failed()) {
     return bad;
   }
   const BlockSource from = {reinterpret_cast<const uint8_t*>(source), step, model_bits, trim_bits};
@@ -442,9 +437,10 @@ ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 
 zepStatus EncodePairs(const int32_t* pairs, uint32_t count, uint32_t max_count, uint32_t first_slot,
                       bool is_chroma, const BitTarget& to, zepiVLCState* state) {
-  if (auto bad = CheckPointers(pairs, to, state)
-                     .Refuse(IsTooLong(to.count) || count > max_count, zepStatusOutOfRange)
-                     .Failed()) {
+  if (auto bad =
+          CheckPointers(pairs, to, state)
+              .Refuse([&] { return to.IsTooLong() || count > max_count; }, zepStatusOutOfRange)
+              .Failed()) {
     return bad;
   }
   if (count == 0) return zepStatusOk;

@@ -9,14 +9,9 @@
 #include <cstdint>
 
 #include "hwy/base.h"
+#include "jpegxr/bit_stream.h"
 
 namespace zepjp {
-
-// What the caller holds.
-struct BitSource {
-  const uint8_t** bytes;
-  uint32_t *accumulator, *count;
-};
 
 class VlcReader {
  public:

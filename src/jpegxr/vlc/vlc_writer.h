@@ -7,14 +7,9 @@
 #include <cstdint>
 
 #include "hwy/base.h"
+#include "jpegxr/bit_stream.h"
 
 namespace zepjp {
-
-// What the caller holds.
-struct BitTarget {
-  uint8_t** bytes;
-  uint32_t *accumulator, *count;
-};
 
 class VlcWriter {
  public:
