@@ -9,7 +9,6 @@
 #include "texture/blocks.h"
 #include "texture/bptc_tables.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "texture/bc6h_decoding.cc"
 #include "hwy/foreach_target.h"
 #include "texture/bptc-inl.h"
@@ -28,8 +27,7 @@ struct Kernels {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 struct Block {
@@ -325,11 +323,10 @@ void Decode(const uint8_t* src, uint8_t* dst, ptrdiff_t step, size_t count) {
   }
 }
 
-constexpr Kernels kKernels = {Decode<true>, Decode<false>};
+constexpr Kernels kKernels = {.with_sign = Decode<true>, .without_sign = Decode<false>};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

@@ -7,7 +7,6 @@
 #include "texture/blocks.h"
 #include "texture/bptc_tables.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "texture/bc7_decoding.cc"
 #include "hwy/foreach_target.h"
 #include "texture/bptc-inl.h"
@@ -26,8 +25,7 @@ struct Kernels {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 // A block as two words, its lowest bit first.
@@ -502,11 +500,10 @@ void Decode(const uint8_t* src, uint8_t* dst, ptrdiff_t step, size_t count) {
   }
 }
 
-constexpr Kernels kKernels = {Decode};
+constexpr Kernels kKernels = {.decode = Decode};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

@@ -12,7 +12,6 @@
 #include "texture/blocks.h"
 #include "texture/bptc_tables.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "texture/bc7_encoding.cc"
 #include "hwy/foreach_target.h"
 #include "texture/bc7_fit-inl.h"
@@ -33,8 +32,7 @@ constexpr int kQuick = -1, kThorough = -2;
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 HWY_INLINE MF Everywhere() { return hn::Eq(Number(0), Number(0)); }
@@ -623,11 +621,10 @@ void Encode(const uint8_t* src, ptrdiff_t step, uint8_t* dst, size_t count, int 
   CopyBytes(out, dst, 16 * count);
 }
 
-constexpr Kernels kKernels = {Encode};
+constexpr Kernels kKernels = {.encode = Encode};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

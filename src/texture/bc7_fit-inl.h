@@ -15,8 +15,7 @@
 #  include "texture/lanes-inl.h"
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 using DF = hn::Repartition<float, D8>;
@@ -651,8 +650,7 @@ Line FitLine(const Inputs<Format>& in, V32 membership, MF opaque, const Rounds& 
 }
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #endif

@@ -11,8 +11,7 @@
 #  include "texture/lanes-inl.h"
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 using Q8 = hn::Simd<uint8_t, 16, 0>;
@@ -102,8 +101,7 @@ HWY_INLINE VQ8 Weights(uint64_t indexes) {
 }
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #endif

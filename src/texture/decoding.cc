@@ -6,7 +6,6 @@
 #include "simd/dispatch.h"
 #include "texture/blocks.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "texture/decoding.cc"
 #include "hwy/foreach_target.h"
 #include "texture/lanes-inl.h"
@@ -30,8 +29,7 @@ using Bc5 = TextureLayout<2, 16>;
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 // Eight bytes from byte kAt (0 or 8) on, in both halves of each block.
@@ -342,12 +340,16 @@ void Decode(const uint8_t* src, uint8_t* dst, ptrdiff_t step, size_t count) {
   }
 }
 
-constexpr Kernels kKernels = {Decode<DecodeDxt1>, Decode<DecodeDxt<false>>, Decode<DecodeDxt<true>>,
-                              Decode<DecodeBc<Bc4>>, Decode<DecodeBc<Bc5>>};
+constexpr Kernels kKernels = {
+    .dxt1 = Decode<DecodeDxt1>,
+    .dxt3 = Decode<DecodeDxt<false>>,
+    .dxt5 = Decode<DecodeDxt<true>>,
+    .bc4 = Decode<DecodeBc<Bc4>>,
+    .bc5 = Decode<DecodeBc<Bc5>>,
+};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

@@ -5,7 +5,6 @@
 #include "simd/dispatch.h"
 #include "texture/blocks.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "texture/encoding.cc"
 #include "hwy/foreach_target.h"
 #include "texture/lanes-inl.h"
@@ -30,8 +29,7 @@ using Bc5 = TextureLayout<2, 16>;
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 // Four rows of four pixels each; the fourth byte of a pixel is alpha.
@@ -368,13 +366,17 @@ void Encode(const uint8_t* src, ptrdiff_t step, uint8_t* dst, size_t count) {
   CopyBytes(out, dst + i * Layout::kBlock, (count - i) * Layout::kBlock);
 }
 
-constexpr Kernels kKernels = {Encode<EncodeDxt1>,      Encode<EncodeDxt<false>>,
-                              Encode<EncodeDxt<true>>, Encode<EncodeYCoCg>,
-                              Encode<EncodeBc4>,       Encode<EncodeBc5>};
+constexpr Kernels kKernels = {
+    .dxt1 = Encode<EncodeDxt1>,
+    .dxt3 = Encode<EncodeDxt<false>>,
+    .dxt5 = Encode<EncodeDxt<true>>,
+    .ycocg = Encode<EncodeYCoCg>,
+    .bc4 = Encode<EncodeBc4>,
+    .bc5 = Encode<EncodeBc5>,
+};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

@@ -5,7 +5,6 @@
 #include "frame/rows.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/color/level_shift.cc"
 #include "hwy/foreach_target.h"
 #include "simd/ops-inl.h"
@@ -25,8 +24,7 @@ struct Kernels {
 }  // namespace zepjp
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 using D8 = hn::ScalableTag<uint8_t>;
@@ -64,11 +62,10 @@ void Sub128Row(const uint8_t* src, uint8_t* dst, size_t width) {
   ForElements<kStep, Span<1, 1>, Span<1, 2>>(&src, &dst, 0, width, step);
 }
 
-constexpr Kernels kKernels = {Add128Row, Sub128Row};
+constexpr Kernels kKernels = {.add128_row = Add128Row, .sub128_row = Sub128Row};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

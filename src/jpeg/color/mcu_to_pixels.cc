@@ -6,7 +6,6 @@
 #include "frame/rows.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/color/mcu_to_pixels.cc"
 #include "hwy/foreach_target.h"
 #include "jpeg/color/pixels-inl.h"
@@ -34,8 +33,7 @@ struct Kernels {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 constexpr size_t kCells = kPixels / 16;
@@ -210,22 +208,24 @@ void Join422(const int16_t* const* src, uint8_t* dst, ptrdiff_t step, uint8_t) {
 }
 
 template <class Target>
-constexpr Samplings kSamplings = {FromMcu444<Target>, FromReducedMcu<Target, 1>,
-                                  FromReducedMcu<Target, 2>};
+constexpr Samplings kSamplings = {
+    .full = FromMcu444<Target>,
+    .half_width = FromReducedMcu<Target, 1>,
+    .half = FromReducedMcu<Target, 2>,
+};
 
 constexpr Kernels kKernels = {
-    kSamplings<ToThree<false>>,
-    kSamplings<ToFour<false>>,
-    kSamplings<ToThree<true>>,
-    kSamplings<ToFour<true>>,
-    kSamplings<ToInks>,
-    kSamplings<ToSamples>,
-    Join422,
+    .rgb_c3 = kSamplings<ToThree<false>>,
+    .rgb_c4 = kSamplings<ToFour<false>>,
+    .bgr_c3 = kSamplings<ToThree<true>>,
+    .bgr_c4 = kSamplings<ToFour<true>>,
+    .cmyk = kSamplings<ToInks>,
+    .samples = kSamplings<ToSamples>,
+    .c2 = Join422,
 };
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

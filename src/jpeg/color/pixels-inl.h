@@ -16,8 +16,7 @@
 #  include "jpeg/color/vectors-inl.h"
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 struct Pairs {
@@ -177,8 +176,7 @@ struct Packed : Span<1, 2> {
 };
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #endif  // per-target include guard

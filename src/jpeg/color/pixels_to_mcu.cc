@@ -7,7 +7,6 @@
 #include "frame/rows.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/color/pixels_to_mcu.cc"
 #include "hwy/foreach_target.h"
 #include "jpeg/color/rgb_to_ycbcr-inl.h"
@@ -50,8 +49,7 @@ constexpr Rule Minus128(Rule rule) {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 constexpr size_t kCells = kPixels / 16;
@@ -241,22 +239,24 @@ void Split422(const uint8_t* src, ptrdiff_t step, int16_t* const* dst) {
 }
 
 template <class Conversion>
-constexpr Samplings kSamplings = {ToMcu444<Conversion>, ToReducedMcu<Conversion, 1>,
-                                  ToReducedMcu<Conversion, 2>};
+constexpr Samplings kSamplings = {
+    .full = ToMcu444<Conversion>,
+    .half_width = ToReducedMcu<Conversion, 1>,
+    .half = ToReducedMcu<Conversion, 2>,
+};
 
 constexpr Kernels kKernels = {
-    kSamplings<Converted<3, RgbRules>>,
-    kSamplings<Converted<4, RgbRules>>,
-    kSamplings<Converted<3, BgrRules>>,
-    kSamplings<Converted<4, BgrRules>>,
-    kSamplings<ConvertedInks>,
-    kSamplings<Unconverted>,
-    Split422,
+    .rgb_c3 = kSamplings<Converted<3, RgbRules>>,
+    .rgb_c4 = kSamplings<Converted<4, RgbRules>>,
+    .bgr_c3 = kSamplings<Converted<3, BgrRules>>,
+    .bgr_c4 = kSamplings<Converted<4, BgrRules>>,
+    .cmyk = kSamplings<ConvertedInks>,
+    .samples = kSamplings<Unconverted>,
+    .c2 = Split422,
 };
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

@@ -6,7 +6,6 @@
 #include "jpeg/color/plane_rows.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/color/rgb_to_ycbcr.cc"
 #include "hwy/foreach_target.h"
 #include "jpeg/color/rgb_to_ycbcr-inl.h"
@@ -49,8 +48,7 @@ struct Inks14 {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 template <class Source, const Rule& kRule>
@@ -171,35 +169,34 @@ using C3 = Interleaved<3>;
 using C4 = Interleaved<4>;
 
 constexpr Kernels kKernels = {
-    ConvertRow<C3, RgbOrder>,
-    ConvertRow<C3, BgrOrder>,
-    ConvertRow<C4, RgbOrder>,
-    ConvertRow<C4, BgrOrder>,
-    ConvertRow<Planar, RgbOrder>,
-    LuminanceRow<C3, RgbOrder>,
-    LuminanceRow<C3, BgrOrder>,
-    LuminanceRow<C4, RgbOrder>,
-    LuminanceRow<C4, BgrOrder>,
-    LuminanceRow<Planar, RgbOrder>,
-    CmykRowC4,
-    CmykRowP4,
-    ConvertRow<Packed<5>, RgbOrder14>,
-    ConvertRow<Packed<5>, BgrOrder14>,
-    ConvertRow<Packed<6>, RgbOrder14>,
-    ConvertRow<Packed<6>, BgrOrder14>,
-    ReducingRow<C3, RgbOrder, 2>,
-    ReducingRow<C4, RgbOrder, 2>,
-    ReducingRow<C3, BgrOrder, 2>,
-    ReducingRow<C4, BgrOrder, 2>,
-    ReducingRow<C3, RgbOrder, 1>,
-    ReducingRow<C4, RgbOrder, 1>,
-    ReducingRow<C3, BgrOrder, 1>,
-    ReducingRow<C4, BgrOrder, 1>,
+    .rgb_c3 = ConvertRow<C3, RgbOrder>,
+    .bgr_c3 = ConvertRow<C3, BgrOrder>,
+    .rgb_c4 = ConvertRow<C4, RgbOrder>,
+    .bgr_c4 = ConvertRow<C4, BgrOrder>,
+    .rgb_p3 = ConvertRow<Planar, RgbOrder>,
+    .rgb_to_y_c3 = LuminanceRow<C3, RgbOrder>,
+    .bgr_to_y_c3 = LuminanceRow<C3, BgrOrder>,
+    .rgb_to_y_c4 = LuminanceRow<C4, RgbOrder>,
+    .bgr_to_y_c4 = LuminanceRow<C4, BgrOrder>,
+    .rgb_to_y_p3 = LuminanceRow<Planar, RgbOrder>,
+    .cmyk_c4 = CmykRowC4,
+    .cmyk_p4 = CmykRowP4,
+    .rgb555 = ConvertRow<Packed<5>, RgbOrder14>,
+    .bgr555 = ConvertRow<Packed<5>, BgrOrder14>,
+    .rgb565 = ConvertRow<Packed<6>, RgbOrder14>,
+    .bgr565 = ConvertRow<Packed<6>, BgrOrder14>,
+    .rgb_c3_411 = ReducingRow<C3, RgbOrder, 2>,
+    .rgb_c4_411 = ReducingRow<C4, RgbOrder, 2>,
+    .bgr_c3_411 = ReducingRow<C3, BgrOrder, 2>,
+    .bgr_c4_411 = ReducingRow<C4, BgrOrder, 2>,
+    .rgb_c3_422 = ReducingRow<C3, RgbOrder, 1>,
+    .rgb_c4_422 = ReducingRow<C4, RgbOrder, 1>,
+    .bgr_c3_422 = ReducingRow<C3, BgrOrder, 1>,
+    .bgr_c4_422 = ReducingRow<C4, BgrOrder, 1>,
 };
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

@@ -7,7 +7,6 @@
 #include "frame/rows.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/color/sampling.cc"
 #include "hwy/foreach_target.h"
 #include "simd/ops-inl.h"
@@ -30,8 +29,7 @@ struct Kernels {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 using D8 = hn::ScalableTag<uint8_t>;
@@ -131,11 +129,15 @@ void UpRowH2V2(const uint8_t* const* src, uint8_t* dst, size_t width) {
   dst[2 * width - 1] = EdgeH2V2(src, width - 1);
 }
 
-constexpr Kernels kKernels = {DownRow<1>, DownRow<2>, UpRowH2V1, UpRowH2V2};
+constexpr Kernels kKernels = {
+    .down_h2v1 = DownRow<1>,
+    .down_h2v2 = DownRow<2>,
+    .up_h2v1 = UpRowH2V1,
+    .up_h2v2 = UpRowH2V2,
+};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

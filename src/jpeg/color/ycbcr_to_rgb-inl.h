@@ -18,8 +18,7 @@
 #  include "jpeg/color/vectors-inl.h"
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 // Half of the pixels of a step: 128-bit block b of half h holds the pixels 16 b + 8 h .. + 7.
@@ -84,8 +83,7 @@ HWY_INLINE Rgb Inks(const Rgb& p) {
 HWY_INLINE Rgb Reversed(const Rgb& p) { return {p.b, p.g, p.r}; }
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #endif  // per-target include guard

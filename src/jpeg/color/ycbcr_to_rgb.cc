@@ -5,7 +5,6 @@
 #include "jpeg/color/plane_rows.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/color/ycbcr_to_rgb.cc"
 #include "hwy/foreach_target.h"
 #include "jpeg/color/ycbcr_to_rgb-inl.h"
@@ -32,8 +31,7 @@ struct Kernels {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 // Separate planes; a fourth is not part of the conversion.
@@ -184,27 +182,26 @@ void CmykRowP4(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
 }
 
 constexpr Kernels kKernels = {
-    ConvertRow<PlanarYcc, ToRgb>,
-    ConvertRow<PlanarYcc, Backward<ToRgb>>,
-    ConvertRow<PlanarYcc, ToPlanes>,
-    CmykRowC4,
-    CmykRowP4,
-    ConvertRow<Ycc422, ToRgb>,
-    ConvertPixels<ToRgbx>,
-    ConvertPixels<Backward<ToRgbx>>,
-    ConvertPixels<ToPacked<5>>,
-    ConvertPixels<Backward<ToPacked<5>>>,
-    ConvertPixels<ToPacked<6>>,
-    ConvertPixels<Backward<ToPacked<6>>>,
-    ConvertHalfPixels<ToRgb>,
-    ConvertHalfPixels<Backward<ToRgb>>,
-    ConvertHalfPixels<ToRgbx>,
-    ConvertHalfPixels<Backward<ToRgbx>>,
+    .p3_to_rgb = ConvertRow<PlanarYcc, ToRgb>,
+    .p3_to_bgr = ConvertRow<PlanarYcc, Backward<ToRgb>>,
+    .p3_to_p3 = ConvertRow<PlanarYcc, ToPlanes>,
+    .p4_to_cmyk = CmykRowC4,
+    .p4_to_p4 = CmykRowP4,
+    .c2_to_rgb = ConvertRow<Ycc422, ToRgb>,
+    .rgbx = ConvertPixels<ToRgbx>,
+    .bgrx = ConvertPixels<Backward<ToRgbx>>,
+    .rgb555 = ConvertPixels<ToPacked<5>>,
+    .bgr555 = ConvertPixels<Backward<ToPacked<5>>>,
+    .rgb565 = ConvertPixels<ToPacked<6>>,
+    .bgr565 = ConvertPixels<Backward<ToPacked<6>>>,
+    .half_rgb = ConvertHalfPixels<ToRgb>,
+    .half_bgr = ConvertHalfPixels<Backward<ToRgb>>,
+    .half_rgbx = ConvertHalfPixels<ToRgbx>,
+    .half_bgrx = ConvertHalfPixels<Backward<ToRgbx>>,
 };
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

@@ -86,8 +86,7 @@ constexpr RowTable kInverseTable = MakeInverseTable();
 #include "simd/ops-inl.h"
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 using DRow = hn::FixedTag<int16_t, 8>;  // one row
@@ -147,8 +146,7 @@ HWY_INLINE V16 Reorder(V16 rows, const LaneOrder& order) {
 }
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #endif  // per-target include guard

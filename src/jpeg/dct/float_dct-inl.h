@@ -15,8 +15,7 @@
 #  include "simd/ops-inl.h"
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 using DWords = hn::FixedTag<int16_t, 8>;  // a row
@@ -193,8 +192,7 @@ HWY_INLINE void InversePass(FloatBlock& block) {
 }
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #endif  // per-target include guard

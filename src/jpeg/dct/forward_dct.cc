@@ -8,7 +8,6 @@
 #include "frame/rows.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/dct/forward_dct.cc"
 #include "hwy/foreach_target.h"
 #include "jpeg/dct/block-inl.h"
@@ -30,8 +29,7 @@ struct Kernels {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 // What the input of the column pass is: any values, or unsigned samples, for which no sum leaves 16
@@ -201,11 +199,14 @@ void ForwardSamples12(const uint16_t* src, int32_t step, int16_t* dst, const uin
                      [=](int y, VWords row) ZEP_ATTR { hn::StoreU(row, DWords(), dst + 8 * y); });
 }
 
-constexpr Kernels kKernels = {ForwardValues, ForwardSamples8, ForwardSamples12};
+constexpr Kernels kKernels = {
+    .values = ForwardValues,
+    .samples8 = ForwardSamples8,
+    .samples12 = ForwardSamples12,
+};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

@@ -13,7 +13,6 @@
 #include "frame/rows.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/dct/inverse_dct.cc"
 #include "hwy/foreach_target.h"
 #include "jpeg/dct/block-inl.h"
@@ -37,8 +36,7 @@ struct Kernels {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 constexpr int kRowShift = 11, kColumnShift = 6;
@@ -273,13 +271,18 @@ void InverseTo2x2(const int16_t* src, uint8_t* dst, int32_t step, const uint16_t
   CopyBytes(reinterpret_cast<const uint8_t*>(&four) + 2, Row(dst, step, 1), 2);
 }
 
-constexpr Kernels kKernels = {InverseValues,      InverseSamples8<8>, InverseSamples8<2>,
-                              InverseSamples8<4>, InverseTo4x4,       InverseTo2x2,
-                              InverseSamples12};
+constexpr Kernels kKernels = {
+    .values = InverseValues,
+    .samples8 = InverseSamples8<8>,
+    .from_2x2 = InverseSamples8<2>,
+    .from_4x4 = InverseSamples8<4>,
+    .to_4x4 = InverseTo4x4,
+    .to_2x2 = InverseTo2x2,
+    .samples12 = InverseSamples12,
+};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

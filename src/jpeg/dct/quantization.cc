@@ -6,7 +6,6 @@
 #include "jpeg/zigzag.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/dct/quantization.cc"
 #include "hwy/foreach_target.h"
 #include "simd/ops-inl.h"
@@ -26,8 +25,7 @@ struct Kernels {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 using D16 = hn::ScalableTag<int16_t>;
@@ -57,11 +55,10 @@ void Dequantize(int16_t* block, const uint16_t* table) {
   });
 }
 
-constexpr Kernels kKernels = {Quantize, Dequantize};
+constexpr Kernels kKernels = {.quantize = Quantize, .dequantize = Dequantize};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

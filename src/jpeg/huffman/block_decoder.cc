@@ -17,7 +17,6 @@
 
 // Scalar code, compiled for its shifts: AVX2's processors have BMI2 too.
 #define HWY_DISABLED_TARGETS (HWY_SSE4 | HWY_AVX3)
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/huffman/block_decoder.cc"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
@@ -127,8 +126,7 @@ HWY_NOINLINE zepStatus DecodeRare(const Source& from, int16_t* block, int16_t* l
 #if HWY_TARGET == HWY_AVX2
 HWY_PUSH_ATTRIBUTES("bmi,bmi2")
 #endif
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 zepStatus ZEP_CALL Decode(const uint8_t* source, int32_t length, int32_t* position, int16_t* block,
@@ -156,11 +154,10 @@ zepStatus ZEP_CALL Decode(const uint8_t* source, int32_t length, int32_t* positi
                     state);
 }
 
-constexpr Kernels kKernels = {Decode};
+constexpr Kernels kKernels = {.decode = Decode};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 #if HWY_TARGET == HWY_AVX2
 HWY_POP_ATTRIBUTES
 #endif

@@ -16,7 +16,6 @@
 #include "jpeg/zigzag.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/huffman/block_encoder.cc"
 #include "hwy/foreach_target.h"
 #include "jpeg/huffman/zigzag_scan-inl.h"
@@ -78,8 +77,7 @@ HWY_NOINLINE zepStatus EncodeCarefully(const int16_t* block, int32_t dc_differen
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 HWY_INLINE bool PutAcs(const ZigzagScan& scan, const zepiEncodeHuffmanSpec& table, Collector* to) {
@@ -133,11 +131,10 @@ zepStatus ZEP_CALL Encode(const int16_t* block, uint8_t* bytes, int32_t length, 
                          state);
 }
 
-constexpr Kernels kKernels = {Encode};
+constexpr Kernels kKernels = {.encode = Encode};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

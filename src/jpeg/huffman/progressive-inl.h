@@ -13,8 +13,7 @@
 #  include "jpeg/huffman/zigzag_scan-inl.h"
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 HWY_INLINE uint32_t ShiftedMagnitude(int64_t value, int32_t shift) {
@@ -94,8 +93,7 @@ HWY_INLINE bool TellRefinement(const ZigzagScan& scan, uint64_t nonzero, const B
 }
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #endif

@@ -17,7 +17,6 @@
 #include "jpeg/zigzag.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/huffman/progressive_decoder.cc"
 #include "hwy/foreach_target.h"
 #include "jpeg/huffman/zigzag_scan-inl.h"
@@ -174,8 +173,7 @@ class Undo {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 zepStatus FirstDc(const Source& from, int32_t* difference, const zepiDecodeHuffmanSpec& table,
@@ -310,11 +308,14 @@ zepStatus DecodeRefinement(const Source& from, int16_t* block, const Band& band,
   return DecodeCarefully(&CarefulBand::Refine, from, block, band, table, state);
 }
 
-constexpr Kernels kKernels = {FirstDc, DecodeFirst, DecodeRefinement};
+constexpr Kernels kKernels = {
+    .first_dc = FirstDc,
+    .first = DecodeFirst,
+    .refine = DecodeRefinement,
+};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

@@ -11,7 +11,6 @@
 #include "jpeg/huffman/states.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/huffman/progressive_encoder.cc"
 #include "hwy/foreach_target.h"
 #include "jpeg/huffman/progressive-inl.h"
@@ -116,8 +115,7 @@ HWY_INLINE zepStatus Write(const Tell& tell, const zepiEncodeHuffmanSpec* table,
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 // A block without anything to tell makes the run longer.
@@ -147,11 +145,10 @@ zepStatus EncodeRefinement(const int16_t* block, const Destination& to, const Ba
   return Write(tell, table, to, state);
 }
 
-constexpr Kernels kKernels = {EncodeFirst, EncodeRefinement};
+constexpr Kernels kKernels = {.first = EncodeFirst, .refine = EncodeRefinement};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

@@ -8,7 +8,6 @@
 #include "jpeg/huffman/states.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/huffman/statistics.cc"
 #include "hwy/foreach_target.h"
 #include "jpeg/huffman/progressive-inl.h"
@@ -61,8 +60,7 @@ struct Kernels {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 bool CountFirst(const int16_t* block, const Band& band, EobRun* run, Counter* counter) {
@@ -75,11 +73,10 @@ bool CountRefinement(const int16_t* block, const Band& band, EobRun* run, Counte
   return TellRefinement(scan, NonZero(scan, band), band, run, counter);
 }
 
-constexpr Kernels kKernels = {CountFirst, CountRefinement};
+constexpr Kernels kKernels = {.first = CountFirst, .refine = CountRefinement};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

@@ -12,8 +12,7 @@
 #  include "simd/ops-inl.h"
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 #  if HWY_TARGET == HWY_AVX3
@@ -144,8 +143,7 @@ class ZigzagScan {
 #  endif
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #endif

@@ -19,7 +19,6 @@
 
 // Scalar code, compiled for its shifts: AVX2's processors have BMI2 too.
 #define HWY_DISABLED_TARGETS (HWY_SSE4 | HWY_AVX3)
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/lossless/difference_coder.cc"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
@@ -272,8 +271,7 @@ HWY_PUSH_ATTRIBUTES("bmi,bmi2,lzcnt")
 #else
 #  define ZEP_BITS_ATTR
 #endif
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 template <class Codes>
@@ -308,11 +306,10 @@ zepStatus Decode(const RowsToDecode& rows, size_t width, const Source& from,
   return zepStatusOk;
 }
 
-constexpr Kernels kKernels = {Encode, Decode};
+constexpr Kernels kKernels = {.encode = Encode, .decode = Decode};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 #if HWY_TARGET == HWY_AVX2
 HWY_POP_ATTRIBUTES
 #endif

@@ -12,7 +12,6 @@
 #include "frame/checks.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/lossless/prediction.cc"
 #include "hwy/foreach_target.h"
 #include "simd/ops-inl.h"
@@ -48,8 +47,7 @@ inline void Put(uint8_t* row, size_t x, uint32_t sample) {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 using D = hn::ScalableTag<uint16_t>;
@@ -227,15 +225,14 @@ void InverseRow7(const uint8_t* src, const uint8_t* above, uint8_t* dst, size_t 
 }
 
 constexpr Kernels kKernels = {
-    {ForwardRow<1>, ForwardRow<2>, ForwardRow<3>, ForwardRow<4>, ForwardRow<5>, ForwardRow<6>,
-     ForwardRow<7>},
-    {InverseRow<1>, InverseRow<2>, InverseRow<3>, InverseRow<4>, InverseRow<5>, InverseRow6,
-     InverseRow7},
+    .forward = {ForwardRow<1>, ForwardRow<2>, ForwardRow<3>, ForwardRow<4>, ForwardRow<5>,
+                ForwardRow<6>, ForwardRow<7>},
+    .inverse = {InverseRow<1>, InverseRow<2>, InverseRow<3>, InverseRow<4>, InverseRow<5>,
+                InverseRow6, InverseRow7},
 };
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

@@ -10,7 +10,6 @@
 #include "jpeg2k/codeblock/stripes.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg2k/codeblock/decoder.cc"
 #include "hwy/foreach_target.h"
 #include "simd/ops-inl.h"
@@ -67,8 +66,7 @@ struct Kernels {
 #endif  // ZEPJP_CODEBLOCK_DECODER
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp::codeblock {
-namespace HWY_NAMESPACE {
+namespace zepjp::codeblock::HWY_NAMESPACE {
 namespace {
 
 class BlockDecoder {
@@ -264,11 +262,10 @@ void Decode(const uint8_t* src, size_t size, void* flags, Progress* progress) {
   BlockDecoder(flags, progress).Decode(src, size);
 }
 
-constexpr Kernels kKernels = {Decode};
+constexpr Kernels kKernels = {.decode = Decode};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp::codeblock
+}  // namespace zepjp::codeblock::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

@@ -14,7 +14,6 @@
 #include "jpeg2k/codeblock/stripes.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg2k/codeblock/encoder.cc"
 #include "hwy/foreach_target.h"
 #include "simd/ops-inl.h"
@@ -80,8 +79,7 @@ inline size_t StripesBytes(zepiSize size) {
 #endif  // ZEPJP_CODEBLOCK_ENCODER
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp::codeblock {
-namespace HWY_NAMESPACE {
+namespace zepjp::codeblock::HWY_NAMESPACE {
 namespace {
 
 namespace hn = hwy::HWY_NAMESPACE;
@@ -449,11 +447,10 @@ class BlockEncoder {
 
 void Encode(const Job& job, Coder* coder) { BlockEncoder(job, coder).Encode(); }
 
-constexpr Kernels kKernels = {Encode};
+constexpr Kernels kKernels = {.encode = Encode};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp::codeblock
+}  // namespace zepjp::codeblock::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

@@ -18,7 +18,6 @@
 #include "frame/rows.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg2k/components/component_transforms.cc"
 #include "hwy/foreach_target.h"
 #include "simd/ops-inl.h"
@@ -47,8 +46,7 @@ struct Kernels {
 }  // namespace zepjp
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 using D8 = hn::ScalableTag<uint8_t>;
@@ -334,25 +332,28 @@ template <class Transform, class D>
 constexpr RowFunction kToPixelsRow = TransformRow<Transform, Planes<D>, Pixels<D>>;
 
 template <class D>
-constexpr Reversible kReversible = {kPlanesRow<RctForward, D>, kPlanesRow<RctInverse, D>,
-                                    kToPlanesRow<RctForward, D>, kToPixelsRow<RctInverse, D>};
+constexpr Reversible kReversible = {
+    .forward_planes = kPlanesRow<RctForward, D>,
+    .inverse_planes = kPlanesRow<RctInverse, D>,
+    .forward_pixels = kToPlanesRow<RctForward, D>,
+    .inverse_pixels = kToPixelsRow<RctInverse, D>,
+};
 
 constexpr Kernels kKernels = {
-    kReversible<D16>,
-    kReversible<D32>,
-    kPlanesRow<IctForward16, D16>,
-    kPlanesRow<IctInverse16, D16>,
-    kPlanesRow<IctForward32, D32>,
-    kPlanesRow<IctInverse32, D32>,
-    kPlanesRow<IctForwardFloat, DF>,
-    kPlanesRow<IctInverseFloat, DF>,
-    kToPlanesRow<IctForwardFloat, DF>,
-    kToPixelsRow<IctInverseFloat, DF>,
+    .rct16 = kReversible<D16>,
+    .rct32 = kReversible<D32>,
+    .ict_forward16 = kPlanesRow<IctForward16, D16>,
+    .ict_inverse16 = kPlanesRow<IctInverse16, D16>,
+    .ict_forward32 = kPlanesRow<IctForward32, D32>,
+    .ict_inverse32 = kPlanesRow<IctInverse32, D32>,
+    .ict_forward_float = kPlanesRow<IctForwardFloat, DF>,
+    .ict_inverse_float = kPlanesRow<IctInverseFloat, DF>,
+    .ict_forward_float_pixels = kToPlanesRow<IctForwardFloat, DF>,
+    .ict_inverse_float_pixels = kToPixelsRow<IctInverseFloat, DF>,
 };
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

@@ -4,7 +4,6 @@
 #include "frame/checks.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg2k/wavelet/column_lifting.cc"
 #include "hwy/foreach_target.h"
 #include "jpeg2k/wavelet/columns-inl.h"
@@ -33,8 +32,7 @@ struct Kernels {
 }  // namespace zepjp
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 template <class Step, class T, size_t kIn, size_t kOut>
@@ -43,15 +41,20 @@ void Lift(const T* const (&in)[kIn], T* const (&out)[kOut], size_t width) {
 }
 
 constexpr Kernels kKernels = {
-    Lift<ForwardPair<Filter53<int16_t>>>, Lift<InversePair<Filter53<int16_t>>>,
-    Lift<ForwardPair<Filter53<int32_t>>>, Lift<InversePair<Filter53<int32_t>>>,
-    Lift<ForwardPair<Filter97<int16_t>>>, Lift<InversePair<Filter97<int16_t>>>,
-    Lift<ForwardPair<Filter97<int32_t>>>, Lift<InversePair<Filter97<int32_t>>>,
-    Lift<ForwardPair<Filter97<float>>>,   Lift<InversePair<Filter97<float>>>};
+    .forward53_16s = Lift<ForwardPair<Filter53<int16_t>>>,
+    .inverse53_16s = Lift<InversePair<Filter53<int16_t>>>,
+    .forward53_32s = Lift<ForwardPair<Filter53<int32_t>>>,
+    .inverse53_32s = Lift<InversePair<Filter53<int32_t>>>,
+    .forward97_16s = Lift<ForwardPair<Filter97<int16_t>>>,
+    .inverse97_16s = Lift<InversePair<Filter97<int16_t>>>,
+    .forward97_32s = Lift<ForwardPair<Filter97<int32_t>>>,
+    .inverse97_32s = Lift<InversePair<Filter97<int32_t>>>,
+    .forward97_32f = Lift<ForwardPair<Filter97<float>>>,
+    .inverse97_32f = Lift<InversePair<Filter97<float>>>,
+};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

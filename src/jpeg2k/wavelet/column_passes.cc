@@ -7,7 +7,6 @@
 #include "jpeg2k/wavelet/rows.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg2k/wavelet/column_passes.cc"
 #include "hwy/foreach_target.h"
 #include "jpeg2k/wavelet/columns-inl.h"
@@ -31,8 +30,7 @@ struct Kernels {
 }  // namespace zepjp
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 constexpr size_t kBlockBytes = 2048;
@@ -117,13 +115,17 @@ void InverseColumns(const SplitRegion<typename Filter::Element>& region) {
   }
 }
 
-constexpr Kernels kKernels = {ForwardColumns<Filter53<int16_t>>, InverseColumns<Filter53<int16_t>>,
-                              ForwardColumns<Filter53<int32_t>>, InverseColumns<Filter53<int32_t>>,
-                              ForwardColumns<Filter97<float>>,   InverseColumns<Filter97<float>>};
+constexpr Kernels kKernels = {
+    .forward53_16s = ForwardColumns<Filter53<int16_t>>,
+    .inverse53_16s = InverseColumns<Filter53<int16_t>>,
+    .forward53_32s = ForwardColumns<Filter53<int32_t>>,
+    .inverse53_32s = InverseColumns<Filter53<int32_t>>,
+    .forward97_32f = ForwardColumns<Filter97<float>>,
+    .inverse97_32f = InverseColumns<Filter97<float>>,
+};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

@@ -3,7 +3,6 @@
 #include "jpeg2k/wavelet/rows.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg2k/wavelet/row_passes.cc"
 #include "hwy/foreach_target.h"
 #include "jpeg2k/wavelet/rows-inl.h"
@@ -29,8 +28,7 @@ struct Kernels {
 }  // namespace zepjp
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 inline float ValueAt(const float* row, int64_t i) {
@@ -94,15 +92,21 @@ void InverseRows(const SplitRegion<typename Filter::Element>& region) {
   }
 }
 
-constexpr Kernels kKernels = {ForwardRows<Filter53<int16_t>>, InverseRows<Filter53<int16_t>>,
-                              ForwardRows<Filter53<int32_t>>, InverseRows<Filter53<int32_t>>,
-                              ForwardRows<Filter97<int16_t>>, InverseRows<Filter97<int16_t>>,
-                              ForwardRows<Filter97<int32_t>>, InverseRows<Filter97<int32_t>>,
-                              ForwardRows<Filter97<float>>,   InverseRows<Filter97<float>>};
+constexpr Kernels kKernels = {
+    .forward53_16s = ForwardRows<Filter53<int16_t>>,
+    .inverse53_16s = InverseRows<Filter53<int16_t>>,
+    .forward53_32s = ForwardRows<Filter53<int32_t>>,
+    .inverse53_32s = InverseRows<Filter53<int32_t>>,
+    .forward97_16s = ForwardRows<Filter97<int16_t>>,
+    .inverse97_16s = InverseRows<Filter97<int16_t>>,
+    .forward97_32s = ForwardRows<Filter97<int32_t>>,
+    .inverse97_32s = InverseRows<Filter97<int32_t>>,
+    .forward97_32f = ForwardRows<Filter97<float>>,
+    .inverse97_32f = InverseRows<Filter97<float>>,
+};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

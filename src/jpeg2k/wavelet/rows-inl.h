@@ -15,8 +15,7 @@
 #  endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 // The lanes of a and b in a row, from lane 1 of a (MoveDown) or from the last lane of a (MoveUp).
@@ -447,8 +446,7 @@ void InverseTileRow(const T* low, const T* high, int64_t count, int phase, T* ds
 }
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #endif  // per-target include guard

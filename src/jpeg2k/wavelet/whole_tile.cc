@@ -13,7 +13,6 @@
 #include "jpeg2k/wavelet/rows.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg2k/wavelet/whole_tile.cc"
 #include "hwy/foreach_target.h"
 #include "jpeg2k/wavelet/rows-inl.h"
@@ -86,8 +85,7 @@ inline Split RowSplit(const zepiRect& rect) { return {rect.width, rect.x & 1}; }
 }  // namespace zepjp
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 inline Extent ColumnExtent(const zepiRect& rect) {
@@ -332,20 +330,25 @@ void LowPowerFromPlanes(const Tile<T>& tile, const Planes<T>& planes, uint8_t* b
 template <class Filter>
 constexpr TileKernels<typename Filter::Element> KernelsOf() {
   using T = typename Filter::Element;
-  return {Forward<Filter, T>, Inverse<Filter, kBlockBytes, T>, ToPlanes<Filter, T>,
-          FromPlanes<Filter, T>};
+  return {
+      .forward = Forward<Filter, T>,
+      .inverse = Inverse<Filter, kBlockBytes, T>,
+      .to_planes = ToPlanes<Filter, T>,
+      .from_planes = FromPlanes<Filter, T>,
+  };
 }
 
-constexpr Kernels kKernels = {KernelsOf<Filter53<int16_t>>(),
-                              KernelsOf<Filter53<int32_t>>(),
-                              KernelsOf<Filter97<int16_t>>(),
-                              KernelsOf<Filter97<int32_t>>(),
-                              Inverse<Filter97<int16_t>, kLowPowerBlockBytes, int16_t>,
-                              LowPowerFromPlanes<Filter97<int16_t>, int16_t>};
+constexpr Kernels kKernels = {
+    .b53_16s = KernelsOf<Filter53<int16_t>>(),
+    .b53_32s = KernelsOf<Filter53<int32_t>>(),
+    .d97_16s = KernelsOf<Filter97<int16_t>>(),
+    .d97_32s = KernelsOf<Filter97<int32_t>>(),
+    .low_power_inverse = Inverse<Filter97<int16_t>, kLowPowerBlockBytes, int16_t>,
+    .low_power_from_planes = LowPowerFromPlanes<Filter97<int16_t>, int16_t>,
+};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

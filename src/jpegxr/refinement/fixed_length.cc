@@ -19,7 +19,6 @@
 #include "jpegxr/vlc/vlc_writer.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpegxr/refinement/fixed_length.cc"
 #include "hwy/foreach_target.h"
 #include "simd/ops-inl.h"
@@ -55,8 +54,7 @@ struct Kernels {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 using D32 = hn::Simd<int32_t, 4, 0>;
@@ -336,12 +334,16 @@ void EncodePacked(const int32_t* packed, const BitTarget& to, uint32_t m) {
   EncodeAll(FromPacked{packed, m}, to, m);
 }
 
-constexpr Kernels kKernels = {Decode<int32_t>, Decode<int16_t>, Encode<int32_t>, Encode<int16_t>,
-                              EncodePacked};
+constexpr Kernels kKernels = {
+    .decode32 = Decode<int32_t>,
+    .decode16 = Decode<int16_t>,
+    .encode32 = Encode<int32_t>,
+    .encode16 = Encode<int16_t>,
+    .encode_packed = EncodePacked,
+};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

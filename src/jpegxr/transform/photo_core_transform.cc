@@ -9,7 +9,6 @@
 #include "frame/checks.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpegxr/transform/photo_core_transform.cc"
 #include "hwy/foreach_target.h"
 #include "simd/ops-inl.h"
@@ -36,8 +35,7 @@ struct Kernels {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 // The terms of the lifting steps, over integers and over floating point.
@@ -351,16 +349,24 @@ void Region(uint8_t* data, ptrdiff_t step, size_t blocks_wide, size_t blocks_hig
 }
 
 template <class T, class Transform>
-constexpr Functions kFunctions = {Region<T, Transform>, Area<T, 16, 16, Transform>,
-                                  Area<T, 8, 16, Transform>, Area<T, 8, 8, Transform>};
+constexpr Functions kFunctions = {
+    .region = Region<T, Transform>,
+    .area16x16 = Area<T, 16, 16, Transform>,
+    .area8x16 = Area<T, 8, 16, Transform>,
+    .area8x8 = Area<T, 8, 8, Transform>,
+};
 
-constexpr Kernels kKernels = {kFunctions<int16_t, Forward>, kFunctions<int16_t, Inverse>,
-                              kFunctions<int32_t, Forward>, kFunctions<int32_t, Inverse>,
-                              kFunctions<float, Forward>,   kFunctions<float, Inverse>};
+constexpr Kernels kKernels = {
+    .forward16 = kFunctions<int16_t, Forward>,
+    .inverse16 = kFunctions<int16_t, Inverse>,
+    .forward32 = kFunctions<int32_t, Forward>,
+    .inverse32 = kFunctions<int32_t, Inverse>,
+    .forward_float = kFunctions<float, Forward>,
+    .inverse_float = kFunctions<float, Inverse>,
+};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE

@@ -12,7 +12,6 @@
 
 // Scalar code, compiled for its shifts: AVX2's processors have BMI2 too.
 #define HWY_DISABLED_TARGETS (HWY_SSE4 | HWY_AVX3)
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpegxr/vlc/vlc_decoder.cc"
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
@@ -132,8 +131,7 @@ HWY_NOINLINE FirstCoefficient TakeRareFirst(uint32_t table, uint32_t level_table
 #if HWY_TARGET == HWY_AVX2
 HWY_PUSH_ATTRIBUTES("bmi,bmi2")
 #endif
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 // The tables of a context: slots up to 13, and the last two.
@@ -373,12 +371,15 @@ void DecodeJointLowpass(VlcState* state, uint32_t first_slot, const BitSource& f
               JointStore{first_slot, levels});
 }
 
-constexpr Kernels kKernels = {DecodeScanned<int16_t>, DecodeScanned<int32_t>, DecodeLowpass,
-                              DecodeJointLowpass};
+constexpr Kernels kKernels = {
+    .decode_block_16s = DecodeScanned<int16_t>,
+    .decode_block_32s = DecodeScanned<int32_t>,
+    .decode_lowpass = DecodeLowpass,
+    .decode_joint_lowpass = DecodeJointLowpass,
+};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 #if HWY_TARGET == HWY_AVX2
 HWY_POP_ATTRIBUTES
 #endif

@@ -10,7 +10,6 @@
 #include "jpegxr/vlc/vlc_writer.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpegxr/vlc/vlc_encoder.cc"
 #include "hwy/foreach_target.h"
 #include "simd/ops-inl.h"
@@ -77,8 +76,7 @@ HWY_INLINE uint32_t MagnitudeOf(int32_t level) {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 using D32 = hn::Simd<int32_t, 4, 0>;
@@ -419,12 +417,17 @@ void EncodeLowpass(const uint8_t* pairs, uint32_t count, uint32_t first_slot, Vl
       .Encode(slots, first_slot, to);
 }
 
-constexpr Kernels kKernels = {Encode<int16_t>,     Encode<int32_t>, EncodeFlex<int16_t>,
-                              EncodeFlex<int32_t>, ScanLowpass,     EncodeLowpass};
+constexpr Kernels kKernels = {
+    .encode_16s = Encode<int16_t>,
+    .encode_32s = Encode<int32_t>,
+    .encode_flex_16s = EncodeFlex<int16_t>,
+    .encode_flex_32s = EncodeFlex<int32_t>,
+    .scan_lowpass = ScanLowpass,
+    .encode_lowpass = EncodeLowpass,
+};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
