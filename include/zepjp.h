@@ -1138,7 +1138,7 @@ ZEP_API zepStatus ZEP_CALL zepiEncodeHuffmanRawTableInit_JPEG_8u(const int32_t p
  * Checks: pointers, then ::zepStatusBadSize for a width below 1, then ::zepStatusBadArg for a predictor outside
  * 1..7, `P` outside 2..16 or `Pt` below 0.
  *
- * How it works and where the time goes: [docs/lossless-jpeg.md](../docs/lossless-jpeg.md).
+ * How it works and where the time goes: [docs/lossless.md](../docs/lossless.md).
  * @{
  */
 /**
@@ -1750,7 +1750,7 @@ ZEP_API zepStatus ZEP_CALL zepiDecodeCBProgrStep_JPEG2K(const uint8_t* pSrc, int
  * zepiVLCAdapt_JPEGXR(state, 1);                   // where the standard does
  * @endcode
  *
- * How it works and where the time goes: [docs/adaptive-vlc.md](../docs/adaptive-vlc.md).
+ * How it works and where the time goes: [docs/vlc.md](../docs/vlc.md).
  * @{
  */
 
@@ -2411,7 +2411,7 @@ ZEP_API zepStatus ZEP_CALL zepiPCTInv8x8_JPEGXR_32f_C1IR(float* pSrcDst, int32_t
  * *pBitCount at most 32, then modelBits and trimBits at most 15 (zepStatusOutOfRange). Steps are not
  * checked: they may be 0 or negative. Elements need no alignment.
  *
- * How it works and where the time goes: [docs/refinement-bits.md](../docs/refinement-bits.md).
+ * How it works and where the time goes: [docs/fixed-length.md](../docs/fixed-length.md).
  * @{
  */
 

@@ -7,8 +7,8 @@
 #include <cstdint>
 
 #include "frame/checks.h"
+#include "jpeg/huffman/huffman_states.h"
 #include "jpeg/huffman/magnitude.h"
-#include "jpeg/huffman/states.h"
 
 namespace zepjp {
 

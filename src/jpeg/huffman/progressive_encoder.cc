@@ -7,8 +7,8 @@
 #include "frame/checks.h"
 #include "jpeg/huffman/bit_writer.h"
 #include "jpeg/huffman/collector.h"
+#include "jpeg/huffman/huffman_states.h"
 #include "jpeg/huffman/progressive.h"
-#include "jpeg/huffman/states.h"
 #include "simd/dispatch.h"
 
 #define HWY_TARGET_INCLUDE "jpeg/huffman/progressive_encoder.cc"

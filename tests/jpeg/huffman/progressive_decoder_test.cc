@@ -8,7 +8,7 @@
 #include <cstring>
 
 #include "harness/check_order.h"
-#include "jpeg/huffman/huffman_cases.h"
+#include "jpeg/huffman/progressive_cases.h"
 #include "reference/coefficients.h"
 #include "reference/progressive_encoder.h"
 
@@ -56,30 +56,27 @@ void ExpectEqual(const Outcome& got, const Outcome& want) {
   ASSERT_EQ(std::memcmp(&got.state, &want.state, sizeof(got.state)), 0);
 }
 
-#define CALL(is_export, function, ...) \
-  ((is_export) ? ::function(__VA_ARGS__) : ::reference::function(__VA_ARGS__))
-
 void Decode(bool is_export, const Scan& scan, const zepiDecodeHuffmanSpec& table,
             const uint8_t* bytes, int32_t length, int16_t* block, Outcome* at) {
   switch (scan.kind) {
     case Kind::kFirstDc:
-      at->status =
-          CALL(is_export, zepiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1, bytes, length, &at->position,
-               block, &at->last_dc, &at->marker, scan.shift, &table, &at->state);
+      at->status = HUFFMAN_CALL(is_export, zepiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1, bytes,
+                                length, &at->position, block, &at->last_dc, &at->marker, scan.shift,
+                                &table, &at->state);
       break;
     case Kind::kRefinedDc:
-      at->status = CALL(is_export, zepiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1, bytes, length,
-                        &at->position, block, &at->marker, scan.shift, &at->state);
+      at->status = HUFFMAN_CALL(is_export, zepiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1, bytes,
+                                length, &at->position, block, &at->marker, scan.shift, &at->state);
       break;
     case Kind::kFirst:
-      at->status =
-          CALL(is_export, zepiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1, bytes, length, &at->position,
-               block, &at->marker, scan.first, scan.last, scan.shift, &table, &at->state);
+      at->status = HUFFMAN_CALL(is_export, zepiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1, bytes,
+                                length, &at->position, block, &at->marker, scan.first, scan.last,
+                                scan.shift, &table, &at->state);
       break;
     case Kind::kRefined:
-      at->status =
-          CALL(is_export, zepiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1, bytes, length, &at->position,
-               block, &at->marker, scan.first, scan.last, scan.shift, &table, &at->state);
+      at->status = HUFFMAN_CALL(is_export, zepiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1, bytes,
+                                length, &at->position, block, &at->marker, scan.first, scan.last,
+                                scan.shift, &table, &at->state);
       break;
   }
 }
