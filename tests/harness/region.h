@@ -9,12 +9,12 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "harness/check_order.h"
+#include "harness/difference.h"
 #include "harness/guarded.h"
 #include "harness/random.h"
 #include "zepjp.h"
@@ -116,26 +116,6 @@ std::vector<std::vector<uint8_t>> MemoryOf(Image& image) {
     copies.emplace_back(memory.raw(), memory.raw() + memory.bytes());
   });
   return copies;
-}
-
-// Where two images differ first, in words; empty where they do not.
-std::string FirstDifference(const std::vector<std::vector<uint8_t>>& got,
-                            const std::vector<std::vector<uint8_t>>& want, int32_t step);
-
-// The same for two sequences of numbers: the index, or with `width` elements in a row its row and column.
-template <class Got, class Want>
-std::string FirstDifference(const Got& got, const Want& want, size_t width = 0) {
-  if (std::size(got) != std::size(want)) {
-    return std::to_string(std::size(got)) + " elements instead of " +
-           std::to_string(std::size(want));
-  }
-  const auto [first, second] = std::mismatch(std::begin(got), std::end(got), std::begin(want));
-  if (first == std::end(got)) return "";
-  const auto index = static_cast<size_t>(first - std::begin(got));
-  const std::string place = width == 0 ? "index " + std::to_string(index)
-                                       : "row " + std::to_string(index / width) + ", column " +
-                                             std::to_string(index % width);
-  return place + ": " + std::to_string(*first) + " instead of " + std::to_string(*second);
 }
 
 // What a function takes besides the usual.

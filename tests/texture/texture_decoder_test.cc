@@ -161,7 +161,8 @@ TEST(TextureDecoding, AllColors_Exhaustive) {
     ASSERT_EQ(kDxt1.call(blocks.data(), reinterpret_cast<uint8_t*>(got.data()), 16 * 65536,
                          {4 * 65536, 1}),
               zepStatusOk);
-    ASSERT_TRUE(got == palettes.For(c0)) << "c0 " << c0 << " seed " << harness::Seed();
+    ASSERT_EQ(harness::FirstDifference(got, palettes.For(c0)), "")
+        << "c0 " << c0 << " seed " << harness::Seed();
     c0 += harness::Exhaustive() ? 1 : 1 + static_cast<uint32_t>(random() % 8192);
   }
 }
@@ -248,7 +249,8 @@ TEST(TextureDecoding, FarRows) {
       ASSERT_EQ(format.call(blocks.data(), base, direction * step, size), zepStatusOk);
       for (int y = 0; y < 5; ++y) {
         const uint8_t* row = base + int64_t{direction} * step * y;
-        ASSERT_EQ(std::memcmp(row, &want[static_cast<size_t>(y) * width], width), 0) << format.name;
+        ASSERT_EQ(harness::FirstDifferenceOf(row, &want[static_cast<size_t>(y) * width], width), "")
+            << format.name << " row " << y;
       }
     }
   }

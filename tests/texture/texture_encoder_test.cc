@@ -67,7 +67,7 @@ void ExpectEqualsModel(const Format& format, Content content, zepiSize size, int
   Guarded<uint8_t> got(coded, edge), want(coded, edge);
   ASSERT_EQ(format.call(src.base(), step, size, got.raw()), zepStatusOk);
   ASSERT_EQ(format.model(src.base(), step, size, want.raw()), zepStatusOk);
-  ASSERT_EQ(std::memcmp(got.raw(), want.raw(), coded), 0)
+  ASSERT_EQ(harness::FirstDifferenceOf(got.raw(), want.raw(), coded), "")
       << format.name << " " << size.width << "x" << size.height << " step " << step << " content "
       << static_cast<int>(content) << " seed " << harness::Seed();
 }
@@ -231,7 +231,7 @@ TEST(TextureEncoding, FarRows) {
     }
     Bytes got(Blocks(size) * static_cast<size_t>(format.block_bytes));
     ASSERT_EQ(format.call(first, step, size, got.data()), zepStatusOk);
-    EXPECT_EQ(got, Encode(format, pixels, size)) << format.name;
+    EXPECT_EQ(harness::FirstDifference(got, Encode(format, pixels, size)), "") << format.name;
   }
   munmap(memory, mapped);
 }

@@ -74,7 +74,7 @@ void CompareBlocks(const Named<Call>& exported, const Model& model) {
     const uint16_t* const table = in.steps();
     exported.call(src, reinterpret_cast<int16_t*>(got.raw()), table);
     model(src, reinterpret_cast<int16_t*>(want.raw()), table);
-    ASSERT_EQ(Bytes(got), Bytes(want))
+    ASSERT_EQ(harness::FirstDifference(got, want), "")
         << exported.name << " round " << round << " seed " << harness::Seed();
   }
 }
@@ -89,7 +89,7 @@ void CompareInPlace(const Named<Call>& exported, const Model& model) {
     const uint16_t* const table = in.steps();
     model(reinterpret_cast<int16_t*>(want.data()), table);
     exported.call(in.src(), table);
-    ASSERT_EQ(Bytes(in.block), want)
+    ASSERT_EQ(harness::FirstDifference(Bytes(in.block), want), "")
         << exported.name << " round " << round << " seed " << harness::Seed();
   }
 }
@@ -113,7 +113,7 @@ void CompareToSamples(const Named<Call>& exported, const Model& model, int32_t s
     const uint16_t* const table = in.steps();
     exported.call(src, reinterpret_cast<Sample*>(got.raw()), step, table);
     model(src, reinterpret_cast<Sample*>(want.raw()), step, table);
-    ASSERT_EQ(Bytes(got), Bytes(want))
+    ASSERT_EQ(harness::FirstDifference(got, want), "")
         << exported.name << " round " << round << " step " << step << " seed " << harness::Seed();
   }
 }
@@ -133,7 +133,7 @@ void CompareFromSamples(const Named<Call>& exported, const Model& model) {
     const uint16_t* const table = in.steps();
     exported.call(src, step, reinterpret_cast<int16_t*>(got.raw()), table);
     model(src, step, reinterpret_cast<int16_t*>(want.raw()), table);
-    ASSERT_EQ(Bytes(got), Bytes(want))
+    ASSERT_EQ(harness::FirstDifference(got, want), "")
         << exported.name << " round " << round << " seed " << harness::Seed();
   }
 }

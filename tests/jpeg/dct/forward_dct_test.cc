@@ -89,7 +89,7 @@ struct Extremes {
     EXPECT_EQ(zepiDCTQuantFwd8x8_JPEG_16s_C1(values.data(), got.data(), ones), zepStatusOk);
     auto in_place = values;
     EXPECT_EQ(zepiDCTQuantFwd8x8_JPEG_16s_C1I(in_place.data(), ones), zepStatusOk);
-    EXPECT_EQ(got, in_place);
+    EXPECT_EQ(harness::FirstDifference(got, in_place, 8), "");
     std::copy(values.begin(), values.end(), exact.begin());
     exact = reference::ExactForward(exact);
   }

@@ -62,8 +62,8 @@ class DecoderTest : public ::testing::Test {
         &tables.dc_decoder, &tables.ac_decoder, &want.state);
     EXPECT_EQ(got, want) << "length " << length << " from " << before << " seed "
                          << harness::Seed();
-    EXPECT_TRUE(side.dst == side.model_dst) << "coefficients differ; length " << length << " from "
-                                            << before << " seed " << harness::Seed();
+    EXPECT_EQ(side.dst.DifferenceTo(side.model_dst), "")
+        << "coefficients; length " << length << " from " << before << " seed " << harness::Seed();
     std::memcpy(block_.data(), want_dst, sizeof(Block));
     return got;
   }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "harness/check_order.h"
+#include "harness/difference.h"
 #include "jpeg/huffman/progressive_cases.h"
 #include "reference/progressive_encoder.h"
 
@@ -60,7 +61,8 @@ TEST(HuffmanStatistics, EqualModel) {
         ASSERT_EQ(ours[k].state.numCorrectionBits, models[k].state.numCorrectionBits);
       }
       for (int k = 0; k < 5; ++k)
-        ASSERT_EQ(got[k], want[k]) << "kind " << k << " seed " << harness::Seed();
+        ASSERT_EQ(harness::FirstDifference(got[k], want[k]), "")
+            << "kind " << k << " seed " << harness::Seed();
     }
   }
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "harness/check_order.h"
+#include "harness/difference.h"
 #include "jpeg/huffman/progressive_cases.h"
 
 namespace {
@@ -51,7 +52,8 @@ void ExpectScanEqualsModel(size_t room, const std::vector<Block>& blocks, const 
     if (testing::Test::HasFatalFailure()) return;
     if (got.status != zepStatusOk) break;
   }
-  ASSERT_EQ(std::memcmp(got_bytes, want_bytes, static_cast<size_t>(want.position)), 0)
+  ASSERT_EQ(harness::FirstDifferenceOf(got_bytes, want_bytes, static_cast<size_t>(want.position)),
+            "")
       << "seed " << harness::Seed();
 }
 

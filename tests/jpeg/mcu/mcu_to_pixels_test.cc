@@ -29,7 +29,7 @@ void CompareToPixels(const harness::Named<Export>& exported, const Model& model,
     harness::Plane<uint8_t> got(bytes, step, edge), want(bytes, step, edge);
     EXPECT_EQ(exported.call(blocks.const_pointers(), got.base(), step), zepStatusOk);
     model(blocks.const_pointers(), want.base(), step);
-    ASSERT_EQ(std::memcmp(got.memory().raw(), want.memory().raw(), got.memory().bytes()), 0)
+    ASSERT_EQ(harness::FirstDifference(got.memory(), want.memory(), step), "")
         << exported.name << " step " << step << " pattern " << static_cast<int>(pattern) << " seed "
         << harness::Seed();
   });

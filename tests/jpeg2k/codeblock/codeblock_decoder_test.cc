@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "harness/check_order.h"
+#include "harness/difference.h"
 #include "harness/guarded.h"
 #include "jpeg2k/codeblock/codeblock_cases.h"
 
@@ -65,7 +66,8 @@ void CompareWithModel(zepiSize size, const Bytes& bytes, const std::vector<int32
                                                        subband, bits, passes, flags);
   ASSERT_EQ(got.status, want.failed ? zepStatusJPEG2KDecodeError : zepStatusOk);
   ASSERT_EQ(got.error_plane, want.failed ? want.bit_plane : -1);
-  ASSERT_TRUE(got.samples == want.samples);
+  ASSERT_EQ(harness::FirstDifference(got.samples, want.samples, static_cast<size_t>(size.width)),
+            "");
 }
 
 TEST(CodeBlockDecoder, EveryStyleSubbandAndContent) {
@@ -215,7 +217,7 @@ TEST(CodeBlockDecoder, StepByStepAsAtOnce) {
       at += static_cast<size_t>(length);
     }
     ASSERT_EQ(status, at_once.status) << style;
-    ASSERT_TRUE(samples == at_once.samples) << style;
+    ASSERT_EQ(harness::FirstDifference(samples, at_once.samples), "") << style;
     zepiDecodeCBProgrGetPassCounter_JPEG2K(state, &left);
     zepiDecodeCBProgrGetCurBitPlaneNum_JPEG2K(state, &plane);
     if (status == zepStatusOk) {
@@ -255,7 +257,7 @@ TEST(CodeBlockDecoder, PassByPass) {
     const DecodedBlock want =
         reference::DecodeCodeBlock(20, 15, coded.bytes, SegmentLengths(coded, k + 1, 4), 0,
                                    coded.planes, k + 1, reference::kTerminate | kKeepBits);
-    ASSERT_TRUE(samples == want.samples) << k;
+    ASSERT_EQ(harness::FirstDifference(samples, want.samples, 20), "") << k;
   }
   EXPECT_EQ(zepiDecodeCBProgrFree_JPEG2K(state), zepStatusOk);
 }
@@ -311,7 +313,8 @@ TEST(CodeBlockDecoder, PredictableTerminationFindsDamage) {
       const CodedBlock again = reference::EncodeCodeBlock(decoded, 0, 8, style);
       if (again.planes != coded.planes) continue;  // the damage cleared the top plane
       ++compared;
-      EXPECT_TRUE(again.bytes == coded.bytes) << "style " << style << " round " << round;
+      EXPECT_EQ(harness::FirstDifference(again.bytes, coded.bytes), "")
+          << "style " << style << " round " << round;
     }
     // Padding of raw segments is short; many of their single bits cannot be told.
     EXPECT_GT(found, (style & reference::kBypass) != 0 ? 300 : 380) << style;
@@ -359,7 +362,7 @@ TEST(CodeBlockDecoder, WithoutSegmentsTheBlockIsCleared) {
                                                    16, {4, 3}, 0, 8, 5, &length, 0,
                                                    flags | kKeepBits, nullptr, state.data()),
               zepStatusOk);
-    EXPECT_TRUE(samples == Samples(12, flags == 0 ? 0 : 0x12345678));
+    EXPECT_EQ(harness::FirstDifference(samples, Samples(12, flags == 0 ? 0 : 0x12345678)), "");
   }
 }
 

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "harness/check_order.h"
+#include "harness/difference.h"
 #include "harness/guarded.h"
 #include "jpeg2k/codeblock/codeblock_cases.h"
 
@@ -31,7 +32,7 @@ void ExpectSame(const CodedBlock& got, const CodedBlock& want) {
     want_sum += want.passes[k].distortion;
     ASSERT_NEAR(got_sum, want_sum, 1e-13 * std::abs(want_sum)) << "pass " << k;
   }
-  ASSERT_TRUE(got.bytes == want.bytes);
+  ASSERT_EQ(harness::FirstDifference(got.bytes, want.bytes), "");
 }
 
 void CompareWithModel(const CodeBlock& block, int subband, int magnitude_bits, int style) {
@@ -105,7 +106,8 @@ TEST(CodeBlockEncoder, StoresInPieces) {
   Encoder encoder(64, 64);
   const CodedBlock whole = encoder.Encode(block, 0, 9, 4);
   for (const int32_t capacity : {1, 2, 7, 100}) {
-    EXPECT_TRUE(encoder.Encode(block, 0, 9, 4, capacity).bytes == whole.bytes);
+    EXPECT_EQ(harness::FirstDifference(encoder.Encode(block, 0, 9, 4, capacity).bytes, whole.bytes),
+              "");
   }
   uint8_t byte = 0x77;
   int32_t length = 1, unfinished = 1;
@@ -154,7 +156,8 @@ TEST(CodeBlockEncoder, ReadsItsRowsOnly) {
         int32_t length = 100000, unfinished = 0;
         zepiEncodeStoreBits_JPEG2K_1u(code.data(), &length, encoder.state(), &unfinished);
         code.resize(static_cast<size_t>(length));
-        EXPECT_TRUE(code == other.Encode(block, 0, 7, 0).bytes) << width << " step " << step;
+        EXPECT_EQ(harness::FirstDifference(code, other.Encode(block, 0, 7, 0).bytes), "")
+            << width << " step " << step;
       }
     }
   }

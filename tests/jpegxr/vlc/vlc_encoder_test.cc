@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "harness/check_order.h"
+#include "harness/difference.h"
 #include "jpegxr/vlc/vlc_cases.h"
 
 namespace {
@@ -28,10 +29,10 @@ struct Written {
 
 void ExpectSame(const Written& got, const Written& want) {
   ASSERT_EQ(got.status, want.status);
-  ASSERT_EQ(got.bytes, want.bytes);
+  ASSERT_EQ(harness::FirstDifference(got.bytes, want.bytes), "");
   ASSERT_EQ(got.bits.count, want.bits.count);
   ASSERT_EQ(got.bits.acc, want.bits.acc);
-  ASSERT_EQ(got.others, want.others);
+  ASSERT_EQ(harness::FirstDifference(got.others, want.others), "");
 }
 
 // Calls encode(&dst, &acc, &count) with memory of exactly the size of what was written by the model.
@@ -304,8 +305,9 @@ TEST(VlcEncoder, LowpassScanAsTheModel) {
                                           reinterpret_cast<int32_t*>(got_packed.raw())),
               zepStatusOk);
     ASSERT_EQ(got_count, want_count) << round;
-    ASSERT_EQ(std::memcmp(got_pairs.raw(), want_pairs.raw(), 8 * want_count), 0) << round;
-    ASSERT_EQ(std::memcmp(got_packed.raw(), want_packed.raw(), 64), 0) << round;
+    ASSERT_EQ(harness::FirstDifferenceOf(got_pairs.raw(), want_pairs.raw(), 8 * want_count), "")
+        << round;
+    ASSERT_EQ(harness::FirstDifferenceOf(got_packed.raw(), want_packed.raw(), 64), "") << round;
     ASSERT_TRUE(state == model_state) << round;
   }
 }

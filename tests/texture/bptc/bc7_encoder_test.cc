@@ -104,7 +104,8 @@ TEST(Bc7Encoding, BlocksAreIndependent) {
         for (size_t y = 0; y < 4; ++y) {
           std::memcpy(&tile[16 * y], &pixels[((i / 37 * 4 + y) * 37 + i % 37) * 16], 16);
         }
-        ASSERT_EQ(std::memcmp(Encode(tile, {4, 4}, mode).data(), &blocks[16 * i], 16), 0)
+        ASSERT_EQ(
+            harness::FirstDifferenceOf(Encode(tile, {4, 4}, mode).data(), &blocks[16 * i], 16), "")
             << "mode " << mode << " block " << i << " seed " << harness::Seed();
       }
     }
@@ -181,7 +182,7 @@ TEST(Bc7Encoding, MemoryOfEverySize) {
               zepiTextureEncodeBlockFromRGBA_BC7_8u_C4C1R(src.base(), step, size, dst.raw(), 6),
               zepStatusOk);
           const Bytes want = Encode(tight, size, 6);
-          ASSERT_EQ(std::memcmp(dst.raw(), want.data(), want.size()), 0);
+          ASSERT_EQ(harness::FirstDifferenceOf(dst.raw(), want.data(), want.size()), "");
         }
       }
     }
