@@ -14,6 +14,7 @@
 
 #include <utility>
 
+#include "hwy/base.h"
 #include "zepjp.h"
 
 namespace zepjp {
@@ -25,7 +26,7 @@ class Checks {
   // `status` is the result if the callable returns true. It is called only if no check before failed.
   template <class IsBad, class = decltype(std::declval<const IsBad&>()())>
   Checks& Refuse(const IsBad& is_bad, zepStatus status) {
-    if (__builtin_expect(status_ == zepStatusOk && is_bad(), false)) status_ = status;
+    if (HWY_UNLIKELY(status_ == zepStatusOk && is_bad())) status_ = status;
     return *this;
   }
 
@@ -45,6 +46,12 @@ class Checks {
     Ptr(planes);
     for (int i = 0; i < count && status_ == zepStatusOk; ++i) Ptr(planes[i]);
     return *this;
+  }
+
+  // The first four bytes of a state record say what it is.
+  Checks& Identifier(const void* state, const char (&id)[4]) {
+    return Refuse([&] { return __builtin_memcmp(state, id, sizeof(id)) != 0; },
+                  zepStatusContextMismatch);
   }
 
   Checks& Step(int32_t step) { return Refuse(step <= 0, zepStatusBadStep); }

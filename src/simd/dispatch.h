@@ -36,6 +36,10 @@ const T* Choose(const PerTarget<T>& tables, const Enabled& enabled) {
 
 }  // namespace zepjp
 
+// What foreach_target.h leaves out in the files of scalar coders (simd/scalar-inl.h).
+#define ZEP_ALL_BUT_SCALAR_TARGETS (HWY_SSE4 | HWY_AVX3)
+
+// The table of the best instruction set that is enabled here.
 #define ZEP_CHOOSE(table)                                                       \
   ::zepjp::Choose<Kernels>(                                                     \
       {HWY_CHOOSE_SSSE3(table), HWY_CHOOSE_SSE4(table), HWY_CHOOSE_AVX2(table), \

@@ -25,6 +25,10 @@ struct TextureLayout {
   static constexpr size_t kBlock = kBlockBytes;
   static constexpr size_t kWidth = 4 * kPixelBytes;  // of a row of a block
 };
+using Dxt1 = TextureLayout<4, 8>;
+using Dxt = TextureLayout<4, 16>;  // DXT3 and DXT5
+using Bc4 = TextureLayout<1, 8>;
+using Bc5 = TextureLayout<2, 16>;
 
 // Blocks at an edge go through a tile of so many.
 constexpr size_t kTileBlocks = 16;

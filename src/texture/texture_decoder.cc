@@ -19,11 +19,6 @@ struct Kernels {
   DecodeBlocks dxt1, dxt3, dxt5, bc4, bc5;
 };
 
-using Dxt1 = TextureLayout<4, 8>;
-using Dxt = TextureLayout<4, 16>;
-using Bc4 = TextureLayout<1, 8>;
-using Bc5 = TextureLayout<2, 16>;
-
 }  // namespace
 }  // namespace zepjp
 #endif
@@ -363,28 +358,30 @@ ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 }  // namespace
 }  // namespace zepjp
 
+using namespace zepjp;
+
 zepStatus ZEP_CALL zepiTextureDecodeBlockToRGBA_DXT1_8u_C1C4R(const uint8_t* pSrc, uint8_t* pDst,
                                                               int32_t dstStep, zepiSize roiSize) {
-  return zepjp::CheckAndDecode<zepjp::Dxt1>(zepjp::kernels.dxt1, pSrc, pDst, dstStep, roiSize);
+  return CheckAndDecode<Dxt1>(kernels.dxt1, pSrc, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiTextureDecodeBlockToRGBA_DXT3_8u_C1C4R(const uint8_t* pSrc, uint8_t* pDst,
                                                               int32_t dstStep, zepiSize roiSize) {
-  return zepjp::CheckAndDecode<zepjp::Dxt>(zepjp::kernels.dxt3, pSrc, pDst, dstStep, roiSize);
+  return CheckAndDecode<Dxt>(kernels.dxt3, pSrc, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiTextureDecodeBlockToRGBA_DXT5_8u_C1C4R(const uint8_t* pSrc, uint8_t* pDst,
                                                               int32_t dstStep, zepiSize roiSize) {
-  return zepjp::CheckAndDecode<zepjp::Dxt>(zepjp::kernels.dxt5, pSrc, pDst, dstStep, roiSize);
+  return CheckAndDecode<Dxt>(kernels.dxt5, pSrc, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiTextureDecodeBlock_BC4_8u_C1R(const uint8_t* pSrc, uint8_t* pDst,
                                                      int32_t dstStep, zepiSize roiSize) {
-  return zepjp::CheckAndDecode<zepjp::Bc4>(zepjp::kernels.bc4, pSrc, pDst, dstStep, roiSize);
+  return CheckAndDecode<Bc4>(kernels.bc4, pSrc, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiTextureDecodeBlockToRG_BC5_8u_C1C2R(const uint8_t* pSrc, uint8_t* pDst,
                                                            int32_t dstStep, zepiSize roiSize) {
-  return zepjp::CheckAndDecode<zepjp::Bc5>(zepjp::kernels.bc5, pSrc, pDst, dstStep, roiSize);
+  return CheckAndDecode<Bc5>(kernels.bc5, pSrc, pDst, dstStep, roiSize);
 }
 #endif  // HWY_ONCE

@@ -18,11 +18,7 @@ struct Kernels {
   EncodeBlocks dxt1, dxt3, dxt5, ycocg, bc4, bc5;
 };
 
-using Dxt1 = TextureLayout<4, 8>;
-using Dxt = TextureLayout<4, 16>;
 using YCoCgDxt5 = TextureLayout<3, 16>;
-using Bc4 = TextureLayout<1, 8>;
-using Bc5 = TextureLayout<2, 16>;
 
 }  // namespace
 }  // namespace zepjp
@@ -401,38 +397,39 @@ zepStatus CheckAndEncode(EncodeBlocks encode, const uint8_t* src, int32_t step, 
 }  // namespace
 }  // namespace zepjp
 
+using namespace zepjp;
+
 zepStatus ZEP_CALL zepiTextureEncodeBlockFromRGBA_DXT1_8u_C4C1R(const uint8_t* pSrc,
                                                                 int32_t srcStep, zepiSize roiSize,
                                                                 uint8_t* pDst) {
-  return zepjp::CheckAndEncode<zepjp::Dxt1>(zepjp::kernels.dxt1, pSrc, srcStep, roiSize, pDst);
+  return CheckAndEncode<Dxt1>(kernels.dxt1, pSrc, srcStep, roiSize, pDst);
 }
 
 zepStatus ZEP_CALL zepiTextureEncodeBlockFromRGBA_DXT3_8u_C4C1R(const uint8_t* pSrc,
                                                                 int32_t srcStep, zepiSize roiSize,
                                                                 uint8_t* pDst) {
-  return zepjp::CheckAndEncode<zepjp::Dxt>(zepjp::kernels.dxt3, pSrc, srcStep, roiSize, pDst);
+  return CheckAndEncode<Dxt>(kernels.dxt3, pSrc, srcStep, roiSize, pDst);
 }
 
 zepStatus ZEP_CALL zepiTextureEncodeBlockFromRGBA_DXT5_8u_C4C1R(const uint8_t* pSrc,
                                                                 int32_t srcStep, zepiSize roiSize,
                                                                 uint8_t* pDst) {
-  return zepjp::CheckAndEncode<zepjp::Dxt>(zepjp::kernels.dxt5, pSrc, srcStep, roiSize, pDst);
+  return CheckAndEncode<Dxt>(kernels.dxt5, pSrc, srcStep, roiSize, pDst);
 }
 
 zepStatus ZEP_CALL zepiTextureEncodeBlockFromYCoCg_DXT5_8u_C3C1R(const uint8_t* pSrc,
                                                                  int32_t srcStep, zepiSize roiSize,
                                                                  uint8_t* pDst) {
-  return zepjp::CheckAndEncode<zepjp::YCoCgDxt5>(zepjp::kernels.ycocg, pSrc, srcStep, roiSize,
-                                                 pDst);
+  return CheckAndEncode<YCoCgDxt5>(kernels.ycocg, pSrc, srcStep, roiSize, pDst);
 }
 
 zepStatus ZEP_CALL zepiTextureEncodeBlock_BC4_8u_C1R(const uint8_t* pSrc, int32_t srcStep,
                                                      zepiSize roiSize, uint8_t* pDst) {
-  return zepjp::CheckAndEncode<zepjp::Bc4>(zepjp::kernels.bc4, pSrc, srcStep, roiSize, pDst);
+  return CheckAndEncode<Bc4>(kernels.bc4, pSrc, srcStep, roiSize, pDst);
 }
 
 zepStatus ZEP_CALL zepiTextureEncodeBlockFromRG_BC5_8u_C2C1R(const uint8_t* pSrc, int32_t srcStep,
                                                              zepiSize roiSize, uint8_t* pDst) {
-  return zepjp::CheckAndEncode<zepjp::Bc5>(zepjp::kernels.bc5, pSrc, srcStep, roiSize, pDst);
+  return CheckAndEncode<Bc5>(kernels.bc5, pSrc, srcStep, roiSize, pDst);
 }
 #endif  // HWY_ONCE

@@ -86,8 +86,9 @@ zepStatus CheckRow(const From* src, const To* dst, int32_t width) {
 }  // namespace
 }  // namespace zepjp
 
+using namespace zepjp;
+
 zepStatus ZEP_CALL zepiSplitRow_TIFF_16u8u_C1(const uint16_t* pSrc, uint8_t* pDst, int32_t width) {
-  using namespace zepjp;
   if (auto bad = CheckRow(pSrc, pDst, width)) return bad;
   const auto count = static_cast<size_t>(width);
   kernels.split(reinterpret_cast<const uint8_t*>(pSrc), pDst, pDst + count, count);
@@ -95,7 +96,6 @@ zepStatus ZEP_CALL zepiSplitRow_TIFF_16u8u_C1(const uint16_t* pSrc, uint8_t* pDs
 }
 
 zepStatus ZEP_CALL zepiJoinRow_TIFF_8u16u_C1(const uint8_t* pSrc, uint16_t* pDst, int32_t width) {
-  using namespace zepjp;
   if (auto bad = CheckRow(pSrc, pDst, width)) return bad;
   const auto count = static_cast<size_t>(width);
   kernels.join(pSrc, pSrc + count, reinterpret_cast<uint8_t*>(pDst), count);

@@ -26,11 +26,11 @@
 namespace zepjp {
 namespace {
 
-constexpr uint32_t kMost = 128;        // bytes of a packet
+constexpr uint32_t kMaxPacket = 128;   // bytes of a packet
 constexpr uint8_t kNothing = 128;      // a control byte without a packet
 constexpr uint32_t kRunControl = 257;  // the control byte of a run is this minus its length
 
-constexpr uint32_t kBlock = 16384;  // bytes whose control bytes are kept; a multiple of kMost
+constexpr uint32_t kBlock = 16384;  // bytes whose control bytes are kept; a multiple of kMaxPacket
 constexpr uint32_t kParts = 16;     // of a piece longer than a block
 
 constexpr uint64_t kEach = 0x0101010101010101;  // times a byte: eight of them
@@ -64,9 +64,9 @@ struct Positions {
 };
 
 // Where the plan of a row stands between two blocks. Keys are modulo 2^32; only their differences count.
-struct Progress {
-  Progress() = default;
-  explicit Progress(uint32_t row_size) : least(row_size), last(row_size) { at_least.low = 1; }
+struct PlanState {
+  PlanState() = default;
+  explicit PlanState(uint32_t row_size) : least(row_size), last(row_size) { at_least.low = 1; }
 
   Positions at_least, above_least;  // the positions of the least key in reach, and of that plus 1
   uint32_t least = 0;
@@ -79,11 +79,11 @@ struct Progress {
 // it is a literal, and of literals the longest.
 class Planner {
  public:
-  Planner(const Progress& start, uint8_t* controls, uint32_t* keys)
+  Planner(const PlanState& start, uint8_t* controls, uint32_t* keys)
       : controls_(controls), keys_(keys), now_(start) {}
 
   // With more of the row behind the block its last byte is compared with the next one.
-  HWY_INLINE Progress Plan(const uint8_t* src, uint32_t size, bool has_more) {
+  HWY_INLINE PlanState Plan(const uint8_t* src, uint32_t size, bool has_more) {
     uint32_t i = size - 1;
     PlanOne(i, has_more && src[i] == src[size] ? 1 : 0);
     for (; i >= 8; i -= 8) {
@@ -102,17 +102,17 @@ class Planner {
     const uint32_t in_run = 0u - static_cast<uint32_t>(is_equal);
     now_.behind_run = (now_.behind_run & in_run) | (now_.last & ~in_run);
     now_.run = (now_.run & in_run) + 1;
-    const uint32_t key =
-        now_.run <= kMost ? now_.behind_run - now_.run + 2 : keys_[i % kMost] - kMost + 2;
+    const uint32_t key = now_.run <= kMaxPacket ? now_.behind_run - now_.run + 2
+                                                : keys_[i % kMaxPacket] - kMaxPacket + 2;
     // No jumps below: in pictures they could not be foreseen. Masks are all ones where their name holds.
     const int64_t above = std::min(static_cast<int32_t>(key - now_.least), int32_t{1});
     const auto is_run = static_cast<uint64_t>((above - 1) >> 63);
     const auto is_best = static_cast<uint64_t>(above >> 63);
-    const uint64_t run_control = kRunControl - std::min(now_.run, kMost);
+    const uint64_t run_control = kRunControl - std::min(now_.run, kMaxPacket);
     const uint64_t literal = now_.at_least.Farthest();
     controls_[i] = static_cast<uint8_t>(literal ^ ((literal ^ run_control) & is_run));
     now_.last = now_.least + static_cast<uint32_t>(above);
-    keys_[i % kMost] = now_.last;
+    keys_[i % kMaxPacket] = now_.last;
     now_.at_least.Advance(1);
     now_.above_least.Advance(1);
     now_.at_least.low = (now_.at_least.low & ~is_best) | (is_run & 1);
@@ -124,7 +124,7 @@ class Planner {
   }
 
   HWY_INLINE void ForgetLeast() {
-    if (__builtin_expect(!now_.at_least.IsEmpty(), 1)) return;
+    if (HWY_LIKELY(!now_.at_least.IsEmpty())) return;
     now_.at_least = now_.above_least;
     now_.above_least = Positions();
     ++now_.least;
@@ -134,15 +134,15 @@ class Planner {
   HWY_INLINE bool PlanLiterals(uint32_t low) {
     constexpr uint64_t kAllEight = uint64_t{0xFF} << 56;
     const uint64_t literal = now_.at_least.Farthest();
-    if (literal + 7 < kMost) {
+    if (literal + 7 < kMaxPacket) {
       Store64(literal * kEach + 0x0001020304050607, controls_ + low);
     } else if ((now_.at_least.high & kAllEight) == kAllEight) {
-      Store64((kMost - 1) * kEach, controls_ + low);
+      Store64((kMaxPacket - 1) * kEach, controls_ + low);
     } else {
       return false;
     }
     now_.last = now_.behind_run = now_.least + 1;
-    keys_[low % kMost] = now_.last;  // a run may end here
+    keys_[low % kMaxPacket] = now_.last;  // a run may end here
     now_.run = 1;
     now_.at_least.Advance(8);
     now_.above_least.Advance(8);
@@ -156,18 +156,19 @@ class Planner {
   HWY_INLINE bool PlanRun(uint32_t low) {
     uint32_t key;
     uint64_t controls;
-    if (now_.run + 8 <= kMost) {
+    if (now_.run + 8 <= kMaxPacket) {
       key = now_.behind_run - now_.run + 1;
       controls = (kRunControl - 8 - now_.run) * kEach + 0x0706050403020100;
-    } else if (now_.run >= kMost && keys_[(low + 7) % kMost] - keys_[low % kMost] == 7) {
-      key = keys_[(low + 7) % kMost] - kMost + 2;
-      controls = (kRunControl - kMost) * kEach;
+    } else if (now_.run >= kMaxPacket &&
+               keys_[(low + 7) % kMaxPacket] - keys_[low % kMaxPacket] == 7) {
+      key = keys_[(low + 7) % kMaxPacket] - kMaxPacket + 2;
+      controls = (kRunControl - kMaxPacket) * kEach;
     } else {
       return false;
     }
     if (static_cast<int32_t>(key - now_.least) >= 0) return false;
     Store64(controls, controls_ + low);
-    for (uint32_t k = 0; k < 8; ++k) keys_[(low + 7 - k) % kMost] = key - k;
+    for (uint32_t k = 0; k < 8; ++k) keys_[(low + 7 - k) % kMaxPacket] = key - k;
     now_.last = now_.least = key - 7;
     now_.run += 8;
     now_.at_least = {1, 0};
@@ -177,7 +178,7 @@ class Planner {
 
   uint8_t* controls_;
   uint32_t* keys_;  // of positions in a run
-  Progress now_;
+  PlanState now_;
 };
 
 uint8_t* WriteLiteral(const uint8_t* src, uint32_t count, uint8_t* dst) {
@@ -201,7 +202,7 @@ class ExactPacker {
   HWY_NOINLINE uint32_t Cost() const {
     uint8_t controls[kBlock];
     Place place;
-    place.progress = Progress(size_);
+    place.progress = PlanState(size_);
     Plan(0, size_, controls, &place);
     return place.progress.last;
   }
@@ -209,7 +210,7 @@ class ExactPacker {
   // Returns the end of what was written.
   uint8_t* Pack(uint8_t* dst) {
     Place end;
-    end.progress = Progress(size_);
+    end.progress = PlanState(size_);
     dst_ = dst;
     if (size_ <= kBlock) {
       PackBlock(0, size_, &end);
@@ -223,7 +224,7 @@ class ExactPacker {
   HWY_NOINLINE uint8_t* PackShortRow(uint32_t room, uint8_t* dst) {
     uint8_t controls[kBlock];
     Place place;
-    place.progress = Progress(size_);
+    place.progress = PlanState(size_);
     Plan(0, size_, controls, &place);
     if (place.progress.last > room) return nullptr;
     dst_ = dst;
@@ -233,8 +234,8 @@ class ExactPacker {
 
  private:
   struct Place {
-    Progress progress;
-    uint32_t keys[kMost];  // of positions in a run
+    PlanState progress;
+    uint32_t keys[kMaxPacket];  // of positions in a run
   };
 
   // From `to` backwards to `from`, block by block; of control bytes those of the first block remain.
@@ -326,8 +327,8 @@ class PieceWriter {
         if (end > i) dst_ = ExactPacker(src_ + i, end - i).Pack(dst_);
         i = end;
       }
-      for (uint32_t left = length; left > 0; left -= std::min(left, kMost)) {
-        dst_ = WriteRun(src_[i], std::min(left, kMost), dst_);
+      for (uint32_t left = length; left > 0; left -= std::min(left, kMaxPacket)) {
+        dst_ = WriteRun(src_[i], std::min(left, kMaxPacket), dst_);
       }
       i += length;
     }
@@ -336,7 +337,9 @@ class PieceWriter {
 
  private:
   static uint64_t RunsOfFour(uint64_t equal) { return equal & equal >> 1 & equal >> 2; }
-  static bool IsAlone(uint32_t length) { return length % kMost == 0 || length % kMost >= 4; }
+  static bool IsAlone(uint32_t length) {
+    return length % kMaxPacket == 0 || length % kMaxPacket >= 4;
+  }
 
   uint32_t RunLength(uint32_t from) const {
     const uint64_t bytes = src_[from] * kEach;
@@ -410,9 +413,10 @@ class PieceWriter {
 }  // namespace
 }  // namespace zepjp
 
+using namespace zepjp;
+
 zepStatus ZEP_CALL zepiPackBitsRow_TIFF_8u_C1(const uint8_t* pSrc, int32_t srcLen, uint8_t* pDst,
                                               int32_t* pDstLen) {
-  using namespace zepjp;
   if (auto bad =
           Checks().Ptr(pSrc).Ptr(pDst).Ptr(pDstLen).Refuse(srcLen < 1, zepStatusBadSize).Failed()) {
     return bad;
@@ -435,7 +439,6 @@ zepStatus ZEP_CALL zepiPackBitsRow_TIFF_8u_C1(const uint8_t* pSrc, int32_t srcLe
 
 zepStatus ZEP_CALL zepiUnpackBitsRow_TIFF_8u_C1(const uint8_t* pSrc, int32_t* pSrcLen,
                                                 uint8_t* pDst, int32_t dstLen) {
-  using namespace zepjp;
   if (auto bad =
           Checks().Ptr(pSrc).Ptr(pSrcLen).Ptr(pDst).Refuse(dstLen < 1, zepStatusBadSize).Failed()) {
     return bad;

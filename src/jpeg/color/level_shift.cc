@@ -93,15 +93,15 @@ zepStatus Shift(void (*kernel)(const uint8_t*, uint8_t*, size_t), const Src* src
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::kernels;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiAdd128_JPEG_16s8u_C1R(const int16_t* pSrc, int32_t srcStep, uint8_t* pDst,
                                              int32_t dstStep, zepiSize roiSize) {
-  return zepjp::Shift(kernels.add128_row, pSrc, srcStep, pDst, dstStep, roiSize);
+  return Shift(kernels.add128_row, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiSub128_JPEG_8u16s_C1R(const uint8_t* pSrc, int32_t srcStep, int16_t* pDst,
                                              int32_t dstStep, zepiSize roiSize) {
-  return zepjp::Shift(kernels.sub128_row, pSrc, srcStep, pDst, dstStep, roiSize);
+  return Shift(kernels.sub128_row, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 #endif  // HWY_ONCE

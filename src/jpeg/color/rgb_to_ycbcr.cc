@@ -257,139 +257,135 @@ zepStatus Convert411(RowFunction kernel, RowFunction luminance, const uint8_t* s
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::kernels;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiRGBToYCbCr_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                 uint8_t* const pDst[3], int32_t dstStep,
                                                 zepiSize roiSize) {
-  return zepjp::ConvertParallel<1, 3>(kernels.rgb_c3, &pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertParallel<1, 3>(kernels.rgb_c3, &pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGRToYCbCr_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                 uint8_t* const pDst[3], int32_t dstStep,
                                                 zepiSize roiSize) {
-  return zepjp::ConvertParallel<1, 3>(kernels.bgr_c3, &pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertParallel<1, 3>(kernels.bgr_c3, &pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGBToYCbCr_JPEG_8u_P3R(const uint8_t* const pSrc[3], int32_t srcStep,
                                               uint8_t* const pDst[3], int32_t dstStep,
                                               zepiSize roiSize) {
-  return zepjp::ConvertParallel<3, 3>(kernels.rgb_p3, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertParallel<3, 3>(kernels.rgb_p3, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGBToYCbCr_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
                                                 uint8_t* const pDst[3], int32_t dstStep,
                                                 zepiSize roiSize) {
-  return zepjp::ConvertC4(kernels.rgb_c4, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertC4(kernels.rgb_c4, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGRToYCbCr_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
                                                 uint8_t* const pDst[3], int32_t dstStep,
                                                 zepiSize roiSize) {
-  return zepjp::ConvertC4(kernels.bgr_c4, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertC4(kernels.bgr_c4, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGBToY_JPEG_8u_C3C1R(const uint8_t* pSrc, int32_t srcStep, uint8_t* pDst,
                                             int32_t dstStep, zepiSize roiSize) {
-  return zepjp::ConvertParallel<1, 1>(kernels.rgb_to_y_c3, &pSrc, srcStep, &pDst, dstStep, roiSize);
+  return ConvertParallel<1, 1>(kernels.rgb_to_y_c3, &pSrc, srcStep, &pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGRToY_JPEG_8u_C3C1R(const uint8_t* pSrc, int32_t srcStep, uint8_t* pDst,
                                             int32_t dstStep, zepiSize roiSize) {
-  return zepjp::ConvertParallel<1, 1>(kernels.bgr_to_y_c3, &pSrc, srcStep, &pDst, dstStep, roiSize);
+  return ConvertParallel<1, 1>(kernels.bgr_to_y_c3, &pSrc, srcStep, &pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGBToY_JPEG_8u_P3C1R(const uint8_t* const pSrc[3], int32_t srcStep,
                                             uint8_t* pDst, int32_t dstStep, zepiSize roiSize) {
-  return zepjp::ConvertParallel<3, 1>(kernels.rgb_to_y_p3, pSrc, srcStep, &pDst, dstStep, roiSize);
+  return ConvertParallel<3, 1>(kernels.rgb_to_y_p3, pSrc, srcStep, &pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiCMYKToYCCK_JPEG_8u_C4P4R(const uint8_t* pSrc, int32_t srcStep,
                                                 uint8_t* const pDst[4], int32_t dstStep,
                                                 zepiSize roiSize) {
-  return zepjp::ConvertParallel<1, 4>(kernels.cmyk_c4, &pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertParallel<1, 4>(kernels.cmyk_c4, &pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiCMYKToYCCK_JPEG_8u_P4R(const uint8_t* const pSrc[4], int32_t srcStep,
                                               uint8_t* const pDst[4], int32_t dstStep,
                                               zepiSize roiSize) {
-  return zepjp::ConvertParallel<4, 4>(kernels.cmyk_p4, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertParallel<4, 4>(kernels.cmyk_p4, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGB555ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc, int32_t srcStep,
                                                       uint8_t* const pDst[3], int32_t dstStep,
                                                       zepiSize roiSize) {
-  return zepjp::ConvertPacked(kernels.rgb555, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertPacked(kernels.rgb555, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGR555ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc, int32_t srcStep,
                                                       uint8_t* const pDst[3], int32_t dstStep,
                                                       zepiSize roiSize) {
-  return zepjp::ConvertPacked(kernels.bgr555, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertPacked(kernels.bgr555, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGB565ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc, int32_t srcStep,
                                                       uint8_t* const pDst[3], int32_t dstStep,
                                                       zepiSize roiSize) {
-  return zepjp::ConvertPacked(kernels.rgb565, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertPacked(kernels.rgb565, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGR565ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc, int32_t srcStep,
                                                       uint8_t* const pDst[3], int32_t dstStep,
                                                       zepiSize roiSize) {
-  return zepjp::ConvertPacked(kernels.bgr565, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertPacked(kernels.bgr565, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGBToYCbCr411_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                    uint8_t* const pDst[3], int32_t dstStep,
                                                    zepiSize roiSize) {
-  return zepjp::Convert411(kernels.rgb_c3_411, kernels.rgb_to_y_c3, pSrc, srcStep, pDst, dstStep,
-                           roiSize);
+  return Convert411(kernels.rgb_c3_411, kernels.rgb_to_y_c3, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGBToYCbCr411_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
                                                    uint8_t* const pDst[3], int32_t dstStep,
                                                    zepiSize roiSize) {
-  return zepjp::Convert411(kernels.rgb_c4_411, kernels.rgb_to_y_c4, pSrc, srcStep, pDst, dstStep,
-                           roiSize);
+  return Convert411(kernels.rgb_c4_411, kernels.rgb_to_y_c4, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGRToYCbCr411_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                    uint8_t* const pDst[3], int32_t dstStep,
                                                    zepiSize roiSize) {
-  return zepjp::Convert411(kernels.bgr_c3_411, kernels.bgr_to_y_c3, pSrc, srcStep, pDst, dstStep,
-                           roiSize);
+  return Convert411(kernels.bgr_c3_411, kernels.bgr_to_y_c3, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGRToYCbCr411_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
                                                    uint8_t* const pDst[3], int32_t dstStep,
                                                    zepiSize roiSize) {
-  return zepjp::Convert411(kernels.bgr_c4_411, kernels.bgr_to_y_c4, pSrc, srcStep, pDst, dstStep,
-                           roiSize);
+  return Convert411(kernels.bgr_c4_411, kernels.bgr_to_y_c4, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGBToYCbCr422_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                    uint8_t* const pDst[3], int32_t dstStep,
                                                    zepiSize roiSize) {
-  return zepjp::Convert422(kernels.rgb_c3_422, pSrc, srcStep, pDst, dstStep, roiSize);
+  return Convert422(kernels.rgb_c3_422, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGBToYCbCr422_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
                                                    uint8_t* const pDst[3], int32_t dstStep,
                                                    zepiSize roiSize) {
-  return zepjp::Convert422(kernels.rgb_c4_422, pSrc, srcStep, pDst, dstStep, roiSize);
+  return Convert422(kernels.rgb_c4_422, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGRToYCbCr422_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                    uint8_t* const pDst[3], int32_t dstStep,
                                                    zepiSize roiSize) {
-  return zepjp::Convert422(kernels.bgr_c3_422, pSrc, srcStep, pDst, dstStep, roiSize);
+  return Convert422(kernels.bgr_c3_422, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGRToYCbCr422_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
                                                    uint8_t* const pDst[3], int32_t dstStep,
                                                    zepiSize roiSize) {
-  return zepjp::Convert422(kernels.bgr_c4_422, pSrc, srcStep, pDst, dstStep, roiSize);
+  return Convert422(kernels.bgr_c4_422, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 #endif  // HWY_ONCE

@@ -180,31 +180,31 @@ zepStatus Down(SamplingRow kernel, const uint8_t* src, int32_t src_step, zepiSiz
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::kernels;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiSampleDownH2V1_JPEG_8u_C1R(const uint8_t* pSrc, int32_t srcStep,
                                                   zepiSize srcSize, uint8_t* pDst, int32_t dstStep,
                                                   zepiSize dstSize) {
-  return zepjp::Down<1>(kernels.down_h2v1, pSrc, srcStep, srcSize, pDst, dstStep, dstSize);
+  return Down<1>(kernels.down_h2v1, pSrc, srcStep, srcSize, pDst, dstStep, dstSize);
 }
 
 zepStatus ZEP_CALL zepiSampleDownH2V2_JPEG_8u_C1R(const uint8_t* pSrc, int32_t srcStep,
                                                   zepiSize srcSize, uint8_t* pDst, int32_t dstStep,
                                                   zepiSize dstSize) {
-  return zepjp::Down<2>(kernels.down_h2v2, pSrc, srcStep, srcSize, pDst, dstStep, dstSize);
+  return Down<2>(kernels.down_h2v2, pSrc, srcStep, srcSize, pDst, dstStep, dstSize);
 }
 
 zepStatus ZEP_CALL zepiSampleUpH2V1_JPEG_8u_C1R(const uint8_t* pSrc, int32_t srcStep,
                                                 zepiSize srcSize, uint8_t* pDst, int32_t dstStep,
                                                 zepiSize dstSize) {
-  if (auto bad = zepjp::BufferChecks(pSrc, srcStep, srcSize, pDst, dstStep, dstSize)
-                     .Refuse(!zepjp::Fit<1>(dstSize, srcSize), zepStatusBadSize)
+  if (auto bad = BufferChecks(pSrc, srcStep, srcSize, pDst, dstStep, dstSize)
+                     .Refuse(!Fit<1>(dstSize, srcSize), zepStatusBadSize)
                      .Failed()) {
     return bad;
   }
   for (int32_t y = 0; y < srcSize.height; ++y) {
-    const uint8_t* const row = zepjp::Row(pSrc, srcStep, y);
-    kernels.up_h2v1(&row, zepjp::Row(pDst, dstStep, y), static_cast<size_t>(srcSize.width));
+    const uint8_t* const row = Row(pSrc, srcStep, y);
+    kernels.up_h2v1(&row, Row(pDst, dstStep, y), static_cast<size_t>(srcSize.width));
   }
   return zepStatusOk;
 }
@@ -212,16 +212,16 @@ zepStatus ZEP_CALL zepiSampleUpH2V1_JPEG_8u_C1R(const uint8_t* pSrc, int32_t src
 zepStatus ZEP_CALL zepiSampleUpH2V2_JPEG_8u_C1R(const uint8_t* pSrc, int32_t srcStep,
                                                 zepiSize srcSize, uint8_t* pDst, int32_t dstStep,
                                                 zepiSize dstSize) {
-  if (auto bad = zepjp::BufferChecks(pSrc, srcStep, srcSize, pDst, dstStep, dstSize)
-                     .Refuse(!zepjp::Fit<2>(dstSize, srcSize), zepStatusBadSize)
+  if (auto bad = BufferChecks(pSrc, srcStep, srcSize, pDst, dstStep, dstSize)
+                     .Refuse(!Fit<2>(dstSize, srcSize), zepStatusBadSize)
                      .Failed()) {
     return bad;
   }
-  zepjp::ForRows(dstSize, [=](int32_t y) {
+  ForRows(dstSize, [=](int32_t y) {
     const int32_t near = y / 2;
     const int32_t far = std::clamp(y % 2 == 0 ? near - 1 : near + 1, 0, srcSize.height - 1);
-    const uint8_t* const rows[] = {zepjp::Row(pSrc, srcStep, near), zepjp::Row(pSrc, srcStep, far)};
-    kernels.up_h2v2(rows, zepjp::Row(pDst, dstStep, y), static_cast<size_t>(srcSize.width));
+    const uint8_t* const rows[] = {Row(pSrc, srcStep, near), Row(pSrc, srcStep, far)};
+    kernels.up_h2v2(rows, Row(pDst, dstStep, y), static_cast<size_t>(srcSize.width));
   });
   return zepStatusOk;
 }
@@ -258,22 +258,22 @@ zepStatus UpRow(SamplingRow kernel, const uint8_t* const (&src)[kRows], int32_t 
 
 zepStatus ZEP_CALL zepiSampleDownRowH2V1_Box_JPEG_8u_C1(const uint8_t* pSrc, int32_t srcWidth,
                                                         uint8_t* pDst) {
-  return zepjp::DownRow<1>(kernels.down_h2v1, {pSrc}, srcWidth, pDst);
+  return DownRow<1>(kernels.down_h2v1, {pSrc}, srcWidth, pDst);
 }
 
 zepStatus ZEP_CALL zepiSampleDownRowH2V2_Box_JPEG_8u_C1(const uint8_t* pSrc1, const uint8_t* pSrc2,
                                                         int32_t srcWidth, uint8_t* pDst) {
-  return zepjp::DownRow<2>(kernels.down_h2v2, {pSrc1, pSrc2}, srcWidth, pDst);
+  return DownRow<2>(kernels.down_h2v2, {pSrc1, pSrc2}, srcWidth, pDst);
 }
 
 zepStatus ZEP_CALL zepiSampleUpRowH2V1_Triangle_JPEG_8u_C1(const uint8_t* pSrc, int32_t srcWidth,
                                                            uint8_t* pDst) {
-  return zepjp::UpRow<1>(kernels.up_h2v1, {pSrc}, srcWidth, pDst);
+  return UpRow<1>(kernels.up_h2v1, {pSrc}, srcWidth, pDst);
 }
 
 zepStatus ZEP_CALL zepiSampleUpRowH2V2_Triangle_JPEG_8u_C1(const uint8_t* pSrc1,
                                                            const uint8_t* pSrc2, int32_t srcWidth,
                                                            uint8_t* pDst) {
-  return zepjp::UpRow<2>(kernels.up_h2v2, {pSrc1, pSrc2}, srcWidth, pDst);
+  return UpRow<2>(kernels.up_h2v2, {pSrc1, pSrc2}, srcWidth, pDst);
 }
 #endif  // HWY_ONCE

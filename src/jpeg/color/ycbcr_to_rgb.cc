@@ -257,8 +257,7 @@ zepStatus ConvertHalf(PixelRow kernel, const uint8_t* const* src, const int32_t*
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::ConvertParallel;
-using zepjp::kernels;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiYCbCrToRGB_JPEG_8u_P3C3R(const uint8_t* const pSrc[3], int32_t srcStep,
                                                 uint8_t* pDst, int32_t dstStep, zepiSize roiSize) {
@@ -298,88 +297,88 @@ zepStatus ZEP_CALL zepiYCbCr422ToRGB_JPEG_8u_C2C3R(const uint8_t* pSrc, int32_t 
 zepStatus ZEP_CALL zepiYCbCrToRGB_JPEG_8u_P3C4R(const uint8_t* const pSrc[3], int32_t srcStep,
                                                 uint8_t* pDst, int32_t dstStep, zepiSize roiSize,
                                                 uint8_t alpha) {
-  return zepjp::ConvertPlanes(kernels.rgbx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
+  return ConvertPlanes(kernels.rgbx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
 }
 
 zepStatus ZEP_CALL zepiYCbCrToBGR_JPEG_8u_P3C4R(const uint8_t* const pSrc[3], int32_t srcStep,
                                                 uint8_t* pDst, int32_t dstStep, zepiSize roiSize,
                                                 uint8_t alpha) {
-  return zepjp::ConvertPlanes(kernels.bgrx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
+  return ConvertPlanes(kernels.bgrx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
 }
 
 zepStatus ZEP_CALL zepiYCbCr411ToRGB_JPEG_8u_P3C3R(const uint8_t* const pSrc[3],
                                                    const int32_t srcStep[3], uint8_t* pDst,
                                                    int32_t dstStep, zepiSize roiSize) {
-  return zepjp::ConvertHalf<2>(kernels.half_rgb, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertHalf<2>(kernels.half_rgb, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiYCbCr411ToRGB_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
                                                    const int32_t srcStep[3], uint8_t* pDst,
                                                    int32_t dstStep, zepiSize roiSize,
                                                    uint8_t alpha) {
-  return zepjp::ConvertHalf<2>(kernels.half_rgbx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
+  return ConvertHalf<2>(kernels.half_rgbx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
 }
 
 zepStatus ZEP_CALL zepiYCbCr411ToBGR_JPEG_8u_P3C3R(const uint8_t* const pSrc[3],
                                                    const int32_t srcStep[3], uint8_t* pDst,
                                                    int32_t dstStep, zepiSize roiSize) {
-  return zepjp::ConvertHalf<2>(kernels.half_bgr, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertHalf<2>(kernels.half_bgr, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiYCbCr411ToBGR_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
                                                    const int32_t srcStep[3], uint8_t* pDst,
                                                    int32_t dstStep, zepiSize roiSize,
                                                    uint8_t alpha) {
-  return zepjp::ConvertHalf<2>(kernels.half_bgrx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
+  return ConvertHalf<2>(kernels.half_bgrx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
 }
 
 zepStatus ZEP_CALL zepiYCbCr422ToRGB_JPEG_8u_P3C3R(const uint8_t* const pSrc[3],
                                                    const int32_t srcStep[3], uint8_t* pDst,
                                                    int32_t dstStep, zepiSize roiSize) {
-  return zepjp::ConvertHalf<1>(kernels.half_rgb, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertHalf<1>(kernels.half_rgb, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiYCbCr422ToRGB_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
                                                    const int32_t srcStep[3], uint8_t* pDst,
                                                    int32_t dstStep, zepiSize roiSize,
                                                    uint8_t alpha) {
-  return zepjp::ConvertHalf<1>(kernels.half_rgbx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
+  return ConvertHalf<1>(kernels.half_rgbx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
 }
 
 zepStatus ZEP_CALL zepiYCbCr422ToBGR_JPEG_8u_P3C3R(const uint8_t* const pSrc[3],
                                                    const int32_t srcStep[3], uint8_t* pDst,
                                                    int32_t dstStep, zepiSize roiSize) {
-  return zepjp::ConvertHalf<1>(kernels.half_bgr, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertHalf<1>(kernels.half_bgr, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiYCbCr422ToBGR_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
                                                    const int32_t srcStep[3], uint8_t* pDst,
                                                    int32_t dstStep, zepiSize roiSize,
                                                    uint8_t alpha) {
-  return zepjp::ConvertHalf<1>(kernels.half_bgrx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
+  return ConvertHalf<1>(kernels.half_bgrx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
 }
 
 zepStatus ZEP_CALL zepiYCbCrToRGB555_JPEG_8u16u_P3C3R(const uint8_t* const pSrc[3], int32_t srcStep,
                                                       uint16_t* pDst, int32_t dstStep,
                                                       zepiSize roiSize) {
-  return zepjp::ConvertPacked(kernels.rgb555, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertPacked(kernels.rgb555, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiYCbCrToRGB565_JPEG_8u16u_P3C3R(const uint8_t* const pSrc[3], int32_t srcStep,
                                                       uint16_t* pDst, int32_t dstStep,
                                                       zepiSize roiSize) {
-  return zepjp::ConvertPacked(kernels.rgb565, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertPacked(kernels.rgb565, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiYCbCrToBGR555_JPEG_8u16u_P3C3R(const uint8_t* const pSrc[3], int32_t srcStep,
                                                       uint16_t* pDst, int32_t dstStep,
                                                       zepiSize roiSize) {
-  return zepjp::ConvertPacked(kernels.bgr555, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertPacked(kernels.bgr555, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiYCbCrToBGR565_JPEG_8u16u_P3C3R(const uint8_t* const pSrc[3], int32_t srcStep,
                                                       uint16_t* pDst, int32_t dstStep,
                                                       zepiSize roiSize) {
-  return zepjp::ConvertPacked(kernels.bgr565, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertPacked(kernels.bgr565, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 #endif  // HWY_ONCE

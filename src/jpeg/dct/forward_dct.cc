@@ -220,8 +220,7 @@ ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::Checks;
-using zepjp::kernels;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiDCTQuantFwd8x8_JPEG_16s_C1(const int16_t* pSrc, int16_t* pDst,
                                                   const uint16_t* pQuantFwdTable) {

@@ -320,9 +320,7 @@ zepStatus ToSamples(ToSamples8 kernel, const int16_t* src, uint8_t* dst, int32_t
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::Checks;
-using zepjp::kernels;
-using zepjp::ToSamples;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiDCTQuantInv8x8_JPEG_16s_C1(const int16_t* pSrc, int16_t* pDst,
                                                   const uint16_t* pQuantInvTable) {
@@ -357,7 +355,7 @@ zepStatus ZEP_CALL zepiDCTQuantInv8x8LS_JPEG_16s16u_C1R(const int16_t* pSrc, uin
 zepStatus ZEP_CALL zepiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R(const int16_t* pSrc, uint8_t* pDst,
                                                            int32_t dstStep,
                                                            const uint16_t* pQuantInvTable) {
-  return ToSamples(zepjp::FromDc, pSrc, pDst, dstStep, pQuantInvTable);
+  return ToSamples(FromDc, pSrc, pDst, dstStep, pQuantInvTable);
 }
 
 zepStatus ZEP_CALL zepiDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R(const int16_t* pSrc, uint8_t* pDst,

@@ -86,8 +86,7 @@ uint16_t Reciprocal(uint8_t step) {
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::Checks;
-using zepjp::kernels;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiQuantFwdRawTableInit_JPEG_8u(uint8_t* pQuantRawTable,
                                                     int32_t qualityFactor) {
@@ -110,9 +109,9 @@ zepStatus ZEP_CALL zepiQuantFwdTableInit_JPEG_8u16u(const uint8_t* pQuantRawTabl
   std::copy_n(pQuantRawTable, 64, raw);
   zepStatus status = zepStatusOk;
   for (int i = 0; i < 64; ++i) {
-    const uint8_t step = raw[zepjp::kZigzagOfNatural[i]];
+    const uint8_t step = raw[kZigzagOfNatural[i]];
     if (step == 0) status = zepStatusDivByZeroWarning;
-    zepjp::StoreEntry(pQuantFwdTable, i, step == 0 ? uint16_t{65535} : zepjp::Reciprocal(step));
+    StoreEntry(pQuantFwdTable, i, step == 0 ? uint16_t{65535} : Reciprocal(step));
   }
   return status;
 }
@@ -123,7 +122,7 @@ zepStatus ZEP_CALL zepiQuantInvTableInit_JPEG_8u16u(const uint8_t* pQuantRawTabl
   uint8_t raw[64];
   std::copy_n(pQuantRawTable, 64, raw);
   for (int i = 0; i < 64; ++i) {
-    zepjp::StoreEntry(pQuantInvTable, i, raw[zepjp::kZigzagOfNatural[i]]);
+    StoreEntry(pQuantInvTable, i, raw[kZigzagOfNatural[i]]);
   }
   return zepStatusOk;
 }

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "jpeg/huffman/code_lengths.h"
 #include "zepjp.h"
 
 namespace zepjp {
@@ -19,10 +20,6 @@ struct Source {
   int32_t* position;
   int32_t* marker;
 };
-
-constexpr int kFastCodeBits = 8;      // the length of the prefixes in a decoder table's `fast`
-constexpr int kMaxCodeBits = 16;      // the length of the longest code
-constexpr uint16_t kNoCode = 0xFFFF;  // the last code of a length that has none
 
 // Whether bits from the start of a code are one of this length, and the index of its symbol.
 inline bool IsCode(const zepiDecodeHuffmanSpec& table, int length, uint32_t code) {

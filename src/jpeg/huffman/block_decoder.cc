@@ -15,11 +15,10 @@
 #include "jpeg/zigzag.h"
 #include "simd/dispatch.h"
 
-// Scalar code, compiled for its shifts: AVX2's processors have BMI2 too.
-#define HWY_DISABLED_TARGETS (HWY_SSE4 | HWY_AVX3)
+#define HWY_DISABLED_TARGETS ZEP_ALL_BUT_SCALAR_TARGETS
 #define HWY_TARGET_INCLUDE "jpeg/huffman/block_decoder.cc"
 #include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#include "simd/scalar-inl.h"
 
 #ifndef ZEPJP_BLOCK_DECODER_KERNELS
 #  define ZEPJP_BLOCK_DECODER_KERNELS
@@ -123,9 +122,7 @@ HWY_NOINLINE zepStatus DecodeRare(const Source& from, int16_t* block, int16_t* l
 }  // namespace zepjp
 #endif
 
-#if HWY_TARGET == HWY_AVX2
-HWY_PUSH_ATTRIBUTES("bmi,bmi2")
-#endif
+ZEP_BEFORE_SCALAR_NAMESPACE("bmi,bmi2");
 namespace zepjp::HWY_NAMESPACE {
 namespace {
 
@@ -158,9 +155,7 @@ constexpr Kernels kKernels = {.decode = Decode};
 
 }  // namespace
 }  // namespace zepjp::HWY_NAMESPACE
-#if HWY_TARGET == HWY_AVX2
-HWY_POP_ATTRIBUTES
-#endif
+ZEP_AFTER_SCALAR_NAMESPACE();
 
 #if HWY_ONCE
 namespace zepjp {
@@ -173,13 +168,15 @@ ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 }  // namespace
 }  // namespace zepjp
 
+using namespace zepjp;
+
 zepStatus ZEP_CALL zepiDecodeHuffman8x8_JPEG_1u16s_C1(const uint8_t* pSrc, int32_t srcLenBytes,
                                                       int32_t* pSrcCurrPos, int16_t* pDst,
                                                       int16_t* pLastDC, int32_t* pMarker,
                                                       const zepiDecodeHuffmanSpec* pDcTable,
                                                       const zepiDecodeHuffmanSpec* pAcTable,
                                                       zepiDecodeHuffmanState* pDecHuffState) {
-  return zepjp::kernels.decode(pSrc, srcLenBytes, pSrcCurrPos, pDst, pLastDC, pMarker, pDcTable,
-                               pAcTable, pDecHuffState);
+  return kernels.decode(pSrc, srcLenBytes, pSrcCurrPos, pDst, pLastDC, pMarker, pDcTable, pAcTable,
+                        pDecHuffState);
 }
 #endif  // HWY_ONCE

@@ -148,11 +148,13 @@ ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 }  // namespace
 }  // namespace zepjp
 
+using namespace zepjp;
+
 zepStatus ZEP_CALL zepiEncodeHuffman8x8_JPEG_16s1u_C1(
     const int16_t* pSrc, uint8_t* pDst, int32_t dstLenBytes, int32_t* pDstCurrPos, int16_t* pLastDC,
     const zepiEncodeHuffmanSpec* pDcTable, const zepiEncodeHuffmanSpec* pAcTable,
     zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState) {
-  return zepjp::kernels.encode(pSrc, pDst, dstLenBytes, pDstCurrPos, pLastDC, pDcTable, pAcTable,
-                               pEncHuffState, bFlushState);
+  return kernels.encode(pSrc, pDst, dstLenBytes, pDstCurrPos, pLastDC, pDcTable, pAcTable,
+                        pEncHuffState, bFlushState);
 }
 #endif  // HWY_ONCE

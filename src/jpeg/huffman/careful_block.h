@@ -26,7 +26,7 @@ template <class Reader>
 zepStatus TakeDc(const zepiDecodeHuffmanSpec& table, Reader* reader, int32_t* difference) {
   uint32_t category = 0, bits = 0;
   if (auto bad = reader->TakeSymbol(table, &category)) return bad;
-  if (category > kMostDcCategory) return zepStatusBadHuffCode;
+  if (category > kMaxDcCategory) return zepStatusBadHuffCode;
   if (auto bad = TakeExtra(category, reader, &bits)) return bad;
   *difference = ValueOf(category, bits);
   return zepStatusOk;

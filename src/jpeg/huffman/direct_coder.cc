@@ -13,7 +13,7 @@
 namespace zepjp {
 namespace {
 
-constexpr int32_t kMostBytes = (1 << 28) - 1;  // whose bits an int32 counts
+constexpr int32_t kMaxBytes = (1 << 28) - 1;  // whose bits an int32 counts
 
 // Whether a position lies in a buffer or at its end.
 bool IsWithin(int32_t bit_position, int32_t length) {
@@ -144,10 +144,11 @@ int32_t TakeBack(const uint8_t* bytes, int32_t begin, int32_t at, int32_t unused
 }  // namespace
 }  // namespace zepjp
 
+using namespace zepjp;
+
 zepStatus ZEP_CALL zepiEncodeHuffman8x8_Direct_JPEG_16s1u_C1(
     const int16_t* pSrc, uint8_t* pDst, int32_t dstLenBytes, int32_t* pDstBitPos, int16_t* pLastDC,
     const zepiEncodeHuffmanSpec* pDcTable, const zepiEncodeHuffmanSpec* pAcTable) {
-  using namespace zepjp;
   if (auto bad = Checks()
                      .Ptr(pSrc)
                      .Ptr(pDst)
@@ -155,7 +156,7 @@ zepStatus ZEP_CALL zepiEncodeHuffman8x8_Direct_JPEG_16s1u_C1(
                      .Ptr(pLastDC)
                      .Ptr(pDcTable)
                      .Ptr(pAcTable)
-                     .Refuse(dstLenBytes < 1 || dstLenBytes > kMostBytes, zepStatusBadSize)
+                     .Refuse(dstLenBytes < 1 || dstLenBytes > kMaxBytes, zepStatusBadSize)
                      .Failed()) {
     return bad;
   }
@@ -184,7 +185,6 @@ zepStatus ZEP_CALL zepiDecodeHuffman8x8_Direct_JPEG_1u16s_C1(
     const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcBitPos, int16_t* pDst, int16_t* pLastDC,
     int32_t* pMarker, const zepiDecodeHuffmanSpec* pDcTable,
     const zepiDecodeHuffmanSpec* pAcTable) {
-  using namespace zepjp;
   if (auto bad = Checks()
                      .Ptr(pSrc)
                      .Ptr(pSrcBitPos)
@@ -194,7 +194,7 @@ zepStatus ZEP_CALL zepiDecodeHuffman8x8_Direct_JPEG_1u16s_C1(
                      .Ptr(pDcTable)
                      .Ptr(pAcTable)
                      .Refuse(srcLenBytes < 0, zepStatusBadArg)
-                     .Refuse(srcLenBytes > kMostBytes, zepStatusBadSize)
+                     .Refuse(srcLenBytes > kMaxBytes, zepStatusBadSize)
                      .Failed()) {
     return bad;
   }

@@ -6,48 +6,48 @@
 #include "frame/checks.h"
 #include "jpeg/huffman/records.h"
 
-using zepjp::Checks;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiEncodeHuffmanStateGetBufSize_JPEG_8u(int32_t* pSize) {
-  return zepjp::StoreRecordSize<zepiEncodeHuffmanState>(pSize);
+  return StoreRecordSize<zepiEncodeHuffmanState>(pSize);
 }
 
 zepStatus ZEP_CALL zepiEncodeHuffmanStateInit_JPEG_8u(zepiEncodeHuffmanState* pEncHuffState) {
   if (auto bad = Checks().Ptr(pEncHuffState).Failed()) return bad;
-  zepjp::Reset(pEncHuffState);
+  Reset(pEncHuffState);
   return zepStatusOk;
 }
 
 zepStatus ZEP_CALL
 zepiEncodeHuffmanStateInitAlloc_JPEG_8u(zepiEncodeHuffmanState** ppEncHuffState) {
   if (auto bad = Checks().Ptr(ppEncHuffState).Failed()) return bad;
-  if (auto bad = zepjp::AllocateRecord(ppEncHuffState)) return bad;
-  zepjp::Reset(*ppEncHuffState);
+  if (auto bad = AllocateRecord(ppEncHuffState)) return bad;
+  Reset(*ppEncHuffState);
   return zepStatusOk;
 }
 
 zepStatus ZEP_CALL zepiEncodeHuffmanStateFree_JPEG_8u(zepiEncodeHuffmanState* pEncHuffState) {
-  return zepjp::FreeRecord(pEncHuffState);
+  return FreeRecord(pEncHuffState);
 }
 
 zepStatus ZEP_CALL zepiDecodeHuffmanStateGetBufSize_JPEG_8u(int32_t* pSize) {
-  return zepjp::StoreRecordSize<zepiDecodeHuffmanState>(pSize);
+  return StoreRecordSize<zepiDecodeHuffmanState>(pSize);
 }
 
 zepStatus ZEP_CALL zepiDecodeHuffmanStateInit_JPEG_8u(zepiDecodeHuffmanState* pDecHuffState) {
   if (auto bad = Checks().Ptr(pDecHuffState).Failed()) return bad;
-  zepjp::Reset(pDecHuffState);
+  Reset(pDecHuffState);
   return zepStatusOk;
 }
 
 zepStatus ZEP_CALL
 zepiDecodeHuffmanStateInitAlloc_JPEG_8u(zepiDecodeHuffmanState** ppDecHuffState) {
   if (auto bad = Checks().Ptr(ppDecHuffState).Failed()) return bad;
-  if (auto bad = zepjp::AllocateRecord(ppDecHuffState)) return bad;
-  zepjp::Reset(*ppDecHuffState);
+  if (auto bad = AllocateRecord(ppDecHuffState)) return bad;
+  Reset(*ppDecHuffState);
   return zepStatusOk;
 }
 
 zepStatus ZEP_CALL zepiDecodeHuffmanStateFree_JPEG_8u(zepiDecodeHuffmanState* pDecHuffState) {
-  return zepjp::FreeRecord(pDecHuffState);
+  return FreeRecord(pDecHuffState);
 }

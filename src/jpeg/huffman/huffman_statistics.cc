@@ -30,7 +30,7 @@ class Counter {
   // False: a count would leave its range, and none has changed.
   bool AddTo(int32_t* statistics) const {
     for (size_t i = 0; i < count_; ++i) {
-      if (__builtin_expect(statistics[symbols_[i]] == INT32_MAX, false)) {
+      if (HWY_UNLIKELY(statistics[symbols_[i]] == INT32_MAX)) {
         Take(i, statistics);
         return false;
       }
@@ -136,13 +136,12 @@ zepStatus CountBand(Tell tell, const int16_t* block, int32_t* statistics, const 
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::Checks;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiGetHuffmanStatistics8x8_JPEG_16s_C1(const int16_t* pSrc,
                                                            int32_t pDcStatistics[256],
                                                            int32_t pAcStatistics[256],
                                                            int16_t* pLastDC) {
-  using namespace zepjp;
   if (auto bad = Checks().Ptr(pSrc).Ptr(pDcStatistics).Ptr(pAcStatistics).Ptr(pLastDC).Failed()) {
     return bad;
   }
@@ -157,7 +156,6 @@ zepStatus ZEP_CALL zepiGetHuffmanStatistics8x8_JPEG_16s_C1(const int16_t* pSrc,
 zepStatus ZEP_CALL zepiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1(const int16_t* pSrc,
                                                                    int32_t pDcStatistics[256],
                                                                    int16_t* pLastDC, int32_t Al) {
-  using namespace zepjp;
   if (auto bad = Checks()
                      .Ptr(pSrc)
                      .Ptr(pDcStatistics)
@@ -173,20 +171,19 @@ zepStatus ZEP_CALL zepiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1(const int16_t
 zepStatus ZEP_CALL zepiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1(
     const int16_t* pSrc, int32_t pAcStatistics[256], int32_t Ss, int32_t Se, int32_t Al,
     zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState) {
-  return zepjp::CountBand(zepjp::kernels.first, pSrc, pAcStatistics, {Ss, Se, Al}, pEncHuffState,
-                          bFlushState != 0);
+  return CountBand(kernels.first, pSrc, pAcStatistics, {Ss, Se, Al}, pEncHuffState,
+                   bFlushState != 0);
 }
 
 zepStatus ZEP_CALL zepiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1(
     const int16_t* pSrc, int32_t pAcStatistics[256], int32_t Ss, int32_t Se, int32_t Al,
     zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState) {
-  return zepjp::CountBand(zepjp::kernels.refine, pSrc, pAcStatistics, {Ss, Se, Al}, pEncHuffState,
-                          bFlushState != 0);
+  return CountBand(kernels.refine, pSrc, pAcStatistics, {Ss, Se, Al}, pEncHuffState,
+                   bFlushState != 0);
 }
 
 zepStatus ZEP_CALL zepiGetHuffmanStatisticsOne_JPEG_16s_C1(const int16_t* pSrc,
                                                            int32_t pStatistics[256]) {
-  using namespace zepjp;
   if (auto bad = Checks().Ptr(pSrc).Ptr(pStatistics).Failed()) return bad;
   Counter counter;
   counter.Symbol(CategoryOf(LoadCoefficient(pSrc)), 0, 0);

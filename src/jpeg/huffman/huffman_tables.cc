@@ -5,20 +5,18 @@
 #include <cstring>
 
 #include "frame/checks.h"
+#include "jpeg/huffman/code_lengths.h"
 #include "jpeg/huffman/records.h"
 
 namespace zepjp {
 namespace {
 
-constexpr int kMaxLength = 16;
 constexpr int kMaxCodes = 256;
-constexpr int kFastBits = 8;          // the decoder looks up this many bits at once
-constexpr uint16_t kNoCode = 0xFFFF;  // the last code of a length that has none
 
 // Lists of more than 256 codes are not counted to their end.
 bool TooManyCodes(const uint8_t* list_bits) {
   int count = 0;
-  for (int i = 0; i < kMaxLength; ++i) count += list_bits[i];
+  for (int i = 0; i < kMaxCodeBits; ++i) count += list_bits[i];
   return count > kMaxCodes;
 }
 
@@ -28,7 +26,7 @@ template <class Visit>
 zepStatus ForLengths(const uint8_t* list_bits, const Visit& visit) {
   uint32_t code = 0;
   uint32_t index = 0;
-  for (uint32_t length = 1; length <= kMaxLength; ++length, code <<= 1) {
+  for (uint32_t length = 1; length <= kMaxCodeBits; ++length, code <<= 1) {
     const uint32_t count = list_bits[length - 1];
     if (count == 0) continue;
     if (const zepStatus bad = visit(length, code, index, count)) return bad;
@@ -61,7 +59,7 @@ zepStatus BuildEncoderTable(const uint8_t* list_bits, const uint8_t* list_vals,
 // table's very end is passed over; one beyond it spoils the table.
 zepStatus FillFast(zepiDecodeHuffmanSpec* table, uint32_t length, uint32_t code, uint32_t index,
                    uint32_t count) {
-  const uint32_t span = 1U << (kFastBits - length);
+  const uint32_t span = 1U << (kFastCodeBits - length);
   for (uint32_t i = 0; i < count; ++i) {
     const uint32_t first = (code + i) * span;
     if (first > 256) return zepStatusBadHuffTable;
@@ -75,7 +73,7 @@ zepStatus BuildDecoderTable(const uint8_t* list_bits, const uint8_t* list_vals,
                             zepiDecodeHuffmanSpec* table) {
   std::memset(table, 0, sizeof(*table));
   if (TooManyCodes(list_bits)) return zepStatusBadHuffTable;
-  for (int length = 1; length <= kMaxLength + 1; ++length) table->lastCode[length] = kNoCode;
+  for (int length = 1; length <= kMaxCodeBits + 1; ++length) table->lastCode[length] = kNoCode;
   ForLengths(list_bits, [=](uint32_t length, uint32_t code, uint32_t index, uint32_t count) {
     for (uint32_t i = 0; i < count; ++i) table->symbol[index + i] = list_vals[index + i];
     table->firstCode[length] = static_cast<uint16_t>(code);
@@ -84,57 +82,57 @@ zepStatus BuildDecoderTable(const uint8_t* list_bits, const uint8_t* list_vals,
     return zepStatusOk;
   });
   return ForLengths(list_bits, [=](uint32_t length, uint32_t code, uint32_t index, uint32_t count) {
-    return length <= kFastBits ? FillFast(table, length, code, index, count) : zepStatusOk;
+    return length <= kFastCodeBits ? FillFast(table, length, code, index, count) : zepStatusOk;
   });
 }
 
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::Checks;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiEncodeHuffmanSpecGetBufSize_JPEG_8u(int32_t* pSize) {
-  return zepjp::StoreRecordSize<zepiEncodeHuffmanSpec>(pSize);
+  return StoreRecordSize<zepiEncodeHuffmanSpec>(pSize);
 }
 
 zepStatus ZEP_CALL zepiEncodeHuffmanSpecInit_JPEG_8u(const uint8_t* pListBits,
                                                      const uint8_t* pListVals,
                                                      zepiEncodeHuffmanSpec* pEncHuffSpec) {
   if (auto bad = Checks().Ptr(pListBits).Ptr(pListVals).Ptr(pEncHuffSpec).Failed()) return bad;
-  return zepjp::BuildEncoderTable(pListBits, pListVals, pEncHuffSpec);
+  return BuildEncoderTable(pListBits, pListVals, pEncHuffSpec);
 }
 
 zepStatus ZEP_CALL zepiEncodeHuffmanSpecInitAlloc_JPEG_8u(const uint8_t* pListBits,
                                                           const uint8_t* pListVals,
                                                           zepiEncodeHuffmanSpec** ppEncHuffSpec) {
   if (auto bad = Checks().Ptr(pListBits).Ptr(pListVals).Ptr(ppEncHuffSpec).Failed()) return bad;
-  if (auto bad = zepjp::AllocateRecord(ppEncHuffSpec)) return bad;
-  return zepjp::BuildEncoderTable(pListBits, pListVals, *ppEncHuffSpec);
+  if (auto bad = AllocateRecord(ppEncHuffSpec)) return bad;
+  return BuildEncoderTable(pListBits, pListVals, *ppEncHuffSpec);
 }
 
 zepStatus ZEP_CALL zepiEncodeHuffmanSpecFree_JPEG_8u(zepiEncodeHuffmanSpec* pEncHuffSpec) {
-  return zepjp::FreeRecord(pEncHuffSpec);
+  return FreeRecord(pEncHuffSpec);
 }
 
 zepStatus ZEP_CALL zepiDecodeHuffmanSpecGetBufSize_JPEG_8u(int32_t* pSize) {
-  return zepjp::StoreRecordSize<zepiDecodeHuffmanSpec>(pSize);
+  return StoreRecordSize<zepiDecodeHuffmanSpec>(pSize);
 }
 
 zepStatus ZEP_CALL zepiDecodeHuffmanSpecInit_JPEG_8u(const uint8_t* pListBits,
                                                      const uint8_t* pListVals,
                                                      zepiDecodeHuffmanSpec* pDecHuffSpec) {
   if (auto bad = Checks().Ptr(pListBits).Ptr(pListVals).Ptr(pDecHuffSpec).Failed()) return bad;
-  return zepjp::BuildDecoderTable(pListBits, pListVals, pDecHuffSpec);
+  return BuildDecoderTable(pListBits, pListVals, pDecHuffSpec);
 }
 
 zepStatus ZEP_CALL zepiDecodeHuffmanSpecInitAlloc_JPEG_8u(const uint8_t* pListBits,
                                                           const uint8_t* pListVals,
                                                           zepiDecodeHuffmanSpec** ppDecHuffSpec) {
   if (auto bad = Checks().Ptr(pListBits).Ptr(pListVals).Ptr(ppDecHuffSpec).Failed()) return bad;
-  if (auto bad = zepjp::AllocateRecord(ppDecHuffSpec)) return bad;
-  return zepjp::BuildDecoderTable(pListBits, pListVals, *ppDecHuffSpec);
+  if (auto bad = AllocateRecord(ppDecHuffSpec)) return bad;
+  return BuildDecoderTable(pListBits, pListVals, *ppDecHuffSpec);
 }
 
 zepStatus ZEP_CALL zepiDecodeHuffmanSpecFree_JPEG_8u(zepiDecodeHuffmanSpec* pDecHuffSpec) {
-  return zepjp::FreeRecord(pDecHuffSpec);
+  return FreeRecord(pDecHuffSpec);
 }

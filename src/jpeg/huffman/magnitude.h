@@ -11,7 +11,7 @@ namespace zepjp {
 constexpr uint32_t kEndOfBlock = 0x00;
 constexpr uint32_t kRunOf16 = 0xF0;  // zeros
 
-constexpr uint32_t kMostDcCategory = 16;
+constexpr uint32_t kMaxDcCategory = 16;
 
 // What a symbol of an AC table stands for: zeros, and the category of the coefficient behind them. Where that is 0
 // the zeros are sixteen, or the block (in progressive scans the band) ends.

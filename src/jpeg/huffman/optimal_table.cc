@@ -14,7 +14,7 @@
 namespace zepjp {
 namespace {
 
-constexpr int kSymbols = 256, kMostLeaves = kSymbols + 1, kMostItems = 2 * kMostLeaves;
+constexpr int kSymbols = 256, kMaxLeaves = kSymbols + 1, kMaxItems = 2 * kMaxLeaves;
 
 struct Leaf {
   int64_t weight;
@@ -23,8 +23,8 @@ struct Leaf {
 
 // A round's items by weight: symbols and pairs.
 struct Round {
-  int64_t weights[kMostItems];
-  bool is_leaf[kMostItems];
+  int64_t weights[kMaxItems];
+  bool is_leaf[kMaxItems];
   int count = 0;
 
   void Add(int64_t weight, bool is_symbol) {
@@ -65,7 +65,7 @@ void FindLengths(const Leaf* leaves, int count, int* lengths) {
 }
 
 void MakeLists(const int32_t* statistics, uint8_t* bits, uint8_t* values) {
-  Leaf leaves[kMostLeaves];
+  Leaf leaves[kMaxLeaves];
   int count = 0;
   for (int symbol = 0; symbol < kSymbols; ++symbol) {
     if (statistics[symbol] > 0) leaves[count++] = {statistics[symbol], symbol};
@@ -76,7 +76,7 @@ void MakeLists(const int32_t* statistics, uint8_t* bits, uint8_t* values) {
   std::sort(leaves, leaves + count, [](const Leaf& a, const Leaf& b) {
     return a.weight != b.weight ? a.weight < b.weight : a.symbol > b.symbol;
   });
-  int lengths[kMostLeaves];
+  int lengths[kMaxLeaves];
   FindLengths(leaves, count, lengths);
   std::memset(bits, 0, kMaxCodeBits);
   std::memset(values, 0, kSymbols);
@@ -95,10 +95,11 @@ void MakeLists(const int32_t* statistics, uint8_t* bits, uint8_t* values) {
 }  // namespace
 }  // namespace zepjp
 
+using namespace zepjp;
+
 zepStatus ZEP_CALL zepiEncodeHuffmanRawTableInit_JPEG_8u(const int32_t pStatistics[256],
                                                          uint8_t pListBits[16],
                                                          uint8_t pListVals[256]) {
-  using namespace zepjp;
   if (auto bad = Checks().Ptr(pStatistics).Ptr(pListBits).Ptr(pListVals).Failed()) return bad;
   const bool is_negative =
       std::any_of(pStatistics, pStatistics + kSymbols, [](int32_t n) { return n < 0; });

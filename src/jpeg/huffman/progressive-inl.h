@@ -48,7 +48,7 @@ HWY_INLINE bool TellFirst(const ZigzagScan& scan, uint64_t left, const Band& ban
     next = k + 1;
   }
   if (next <= band.last) ++run->blocks;
-  return HWY_LIKELY(run->blocks < kMostEobRun) || EndRun(run, sink);
+  return HWY_LIKELY(run->blocks < kMaxEobRun) || EndRun(run, sink);
 }
 
 // A scan that refines a band by a bit.
@@ -88,7 +88,7 @@ HWY_INLINE bool TellRefinement(const ZigzagScan& scan, uint64_t nonzero, const B
     ++run->blocks;
     run->Add(corrections, count);
   }
-  const bool is_full = run->blocks >= kMostEobRun || run->corrections > kMostCorrections;
+  const bool is_full = run->blocks >= kMaxEobRun || run->corrections > kMaxCorrections;
   return HWY_LIKELY(!is_full) || EndRun(run, sink);
 }
 

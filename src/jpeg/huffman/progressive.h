@@ -17,12 +17,12 @@
 
 namespace zepjp {
 
-constexpr int32_t kMostShift = 13;  // of successive approximation
-constexpr uint32_t kMostEobRun = 32767;
+constexpr int32_t kMaxShift = 13;  // of successive approximation
+constexpr uint32_t kMaxEobRun = 32767;
 // The run is written while there is room for the corrections of another block.
-constexpr uint32_t kMostCorrections = sizeof(zepiEncodeHuffmanState::correctionBits) - 63;
+constexpr uint32_t kMaxCorrections = sizeof(zepiEncodeHuffmanState::correctionBits) - 63;
 
-inline bool IsBadShift(int32_t shift) { return shift < 0 || shift > kMostShift; }
+inline bool IsBadShift(int32_t shift) { return shift < 0 || shift > kMaxShift; }
 
 // A scan's band and the lowest bit that it codes.
 struct Band {
@@ -42,8 +42,8 @@ struct EobRun {
   static EobRun Of(zepiEncodeHuffmanState* state) {
     EobRun run = {state->eobRun, state->numCorrectionBits, state->correctionBits};
     // A record that no coder left behind does no harm.
-    if (run.blocks > kMostEobRun) run.blocks = kMostEobRun;
-    if (run.corrections > kMostCorrections) run.corrections = kMostCorrections;
+    if (run.blocks > kMaxEobRun) run.blocks = kMaxEobRun;
+    if (run.corrections > kMaxCorrections) run.corrections = kMaxCorrections;
     return run;
   }
   void StoreTo(zepiEncodeHuffmanState* state) const {

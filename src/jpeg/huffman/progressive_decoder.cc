@@ -351,11 +351,12 @@ zepStatus DecodeBand(DecodeBlock decode, const Source& from, int16_t* block, con
 }  // namespace
 }  // namespace zepjp
 
+using namespace zepjp;
+
 zepStatus ZEP_CALL zepiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(
     const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcCurrPos, int16_t* pDst, int16_t* pLastDC,
     int32_t* pMarker, int32_t Al, const zepiDecodeHuffmanSpec* pDcTable,
     zepiDecodeHuffmanState* pDecHuffState) {
-  using namespace zepjp;
   const Source from = {pSrc, srcLenBytes, pSrcCurrPos, pMarker};
   if (auto bad = CheckSource(from, pDst)
                      .Ptr(pLastDC)
@@ -376,7 +377,6 @@ zepStatus ZEP_CALL zepiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(
 zepStatus ZEP_CALL zepiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1(
     const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcCurrPos, int16_t* pDst, int32_t* pMarker,
     int32_t Al, zepiDecodeHuffmanState* pDecHuffState) {
-  using namespace zepjp;
   const Source from = {pSrc, srcLenBytes, pSrcCurrPos, pMarker};
   if (auto bad = CheckSource(from, pDst)
                      .Ptr(pMarker)
@@ -397,7 +397,6 @@ zepStatus ZEP_CALL zepiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1(
     const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcCurrPos, int16_t* pDst, int32_t* pMarker,
     int32_t Ss, int32_t Se, int32_t Al, const zepiDecodeHuffmanSpec* pAcTable,
     zepiDecodeHuffmanState* pDecHuffState) {
-  using namespace zepjp;
   return DecodeBand(kernels.first, {pSrc, srcLenBytes, pSrcCurrPos, pMarker}, pDst, {Ss, Se, Al},
                     pAcTable, pDecHuffState);
 }
@@ -406,7 +405,6 @@ zepStatus ZEP_CALL zepiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(
     const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcCurrPos, int16_t* pDst, int32_t* pMarker,
     int32_t Ss, int32_t Se, int32_t Al, const zepiDecodeHuffmanSpec* pAcTable,
     zepiDecodeHuffmanState* pDecHuffState) {
-  using namespace zepjp;
   return DecodeBand(kernels.refine, {pSrc, srcLenBytes, pSrcCurrPos, pMarker}, pDst, {Ss, Se, Al},
                     pAcTable, pDecHuffState);
 }

@@ -29,7 +29,7 @@ struct Kernels {
 };
 
 // The longest block: 31 bits for each coefficient, runs of zeros, the run before with its corrections, its own.
-constexpr int64_t kMostBlockBytes = 2 * ((7 + 63 * (31 + 16) + 30 + 1024 + 7) / 8) + 8;
+constexpr int64_t kMaxBlockBytes = 2 * ((7 + 63 * (31 + 16) + 30 + 1024 + 7) / 8) + 8;
 
 // Writes carefully; keeps the status of what could not be written.
 class WriterSink {
@@ -95,7 +95,7 @@ template <class Tell>
 HWY_INLINE zepStatus Write(const Tell& tell, const zepiEncodeHuffmanSpec* table,
                            const Destination& to, zepiEncodeHuffmanState* state) {
   const int64_t position = *to.position;
-  if (position >= 0 && to.length - position >= kMostBlockBytes) {
+  if (position >= 0 && to.length - position >= kMaxBlockBytes) {
     CollectorSink sink(table, *state, to.bytes + position);
     EobRun run = EobRun::Of(state);
     if (tell(&run, &sink)) {
@@ -120,7 +120,7 @@ namespace {
 
 // A block without anything to tell makes the run longer.
 HWY_INLINE bool IsOnlyRun(uint64_t nonzero, zepiEncodeHuffmanState* state) {
-  if (nonzero != 0 || state->eobRun >= kMostEobRun - 1) return false;
+  if (nonzero != 0 || state->eobRun >= kMaxEobRun - 1) return false;
   ++state->eobRun;
   return true;
 }
@@ -187,11 +187,12 @@ zepStatus EncodeBand(EncodeBlock encode, const int16_t* block, const Destination
 }  // namespace
 }  // namespace zepjp
 
+using namespace zepjp;
+
 zepStatus ZEP_CALL zepiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(
     const int16_t* pSrc, uint8_t* pDst, int32_t dstLenBytes, int32_t* pDstCurrPos, int16_t* pLastDC,
     int32_t Al, const zepiEncodeHuffmanSpec* pDcTable, zepiEncodeHuffmanState* pEncHuffState,
     int32_t bFlushState) {
-  using namespace zepjp;
   const Destination to = {pDst, dstLenBytes, pDstCurrPos};
   if (auto bad = CheckDestination(to, pEncHuffState)) return bad;
   if (bFlushState != 0) return BitWriter(to, pEncHuffState).Flush();
@@ -213,7 +214,6 @@ zepStatus ZEP_CALL zepiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(
 zepStatus ZEP_CALL zepiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(
     const int16_t* pSrc, uint8_t* pDst, int32_t dstLenBytes, int32_t* pDstCurrPos, int32_t Al,
     zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState) {
-  using namespace zepjp;
   const Destination to = {pDst, dstLenBytes, pDstCurrPos};
   if (auto bad = CheckDestination(to, pEncHuffState)) return bad;
   if (bFlushState != 0) return BitWriter(to, pEncHuffState).Flush();
@@ -226,7 +226,6 @@ zepStatus ZEP_CALL zepiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1(
     const int16_t* pSrc, uint8_t* pDst, int32_t dstLenBytes, int32_t* pDstCurrPos, int32_t Ss,
     int32_t Se, int32_t Al, const zepiEncodeHuffmanSpec* pAcTable,
     zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState) {
-  using namespace zepjp;
   return EncodeBand(kernels.first, pSrc, {pDst, dstLenBytes, pDstCurrPos}, {Ss, Se, Al}, pAcTable,
                     pEncHuffState, bFlushState != 0);
 }
@@ -235,7 +234,6 @@ zepStatus ZEP_CALL zepiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1(
     const int16_t* pSrc, uint8_t* pDst, int32_t dstLenBytes, int32_t* pDstCurrPos, int32_t Ss,
     int32_t Se, int32_t Al, const zepiEncodeHuffmanSpec* pAcTable,
     zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState) {
-  using namespace zepjp;
   return EncodeBand(kernels.refine, pSrc, {pDst, dstLenBytes, pDstCurrPos}, {Ss, Se, Al}, pAcTable,
                     pEncHuffState, bFlushState != 0);
 }

@@ -168,7 +168,7 @@ class QuickReader {
   HWY_INLINE bool TakeDc(const zepiDecodeHuffmanSpec& table, int32_t* difference) {
     const uint32_t entry = TakeSymbol(table);
     const uint32_t category = entry & 0xFFFF;
-    if (HWY_UNLIKELY(entry == 0 || category > kMostDcCategory)) return false;
+    if (HWY_UNLIKELY(entry == 0 || category > kMaxDcCategory)) return false;
     *difference = TakeDifference(category);
     return true;
   }

@@ -17,28 +17,27 @@
 #include "jpeg/lossless/row_reader.h"
 #include "simd/dispatch.h"
 
-// Scalar code, compiled for its shifts: AVX2's processors have BMI2 too.
-#define HWY_DISABLED_TARGETS (HWY_SSE4 | HWY_AVX3)
+#define HWY_DISABLED_TARGETS ZEP_ALL_BUT_SCALAR_TARGETS
 #define HWY_TARGET_INCLUDE "jpeg/lossless/difference_coder.cc"
 #include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#include "simd/scalar-inl.h"
 
 #ifndef ZEPJP_DIFFERENCE_CODER_KERNELS
 #  define ZEPJP_DIFFERENCE_CODER_KERNELS
 namespace zepjp {
 namespace {
 
-constexpr int kMostComponents = 4;
+constexpr int kMaxComponents = 4;
 
 // Rows of the components of a scan with their tables.
 struct RowsToEncode {
-  const int16_t* rows[kMostComponents];
-  const zepiEncodeHuffmanSpec* tables[kMostComponents];
+  const int16_t* rows[kMaxComponents];
+  const zepiEncodeHuffmanSpec* tables[kMaxComponents];
   int components;
 };
 struct RowsToDecode {
-  int16_t* rows[kMostComponents];
-  const zepiDecodeHuffmanSpec* tables[kMostComponents];
+  int16_t* rows[kMaxComponents];
+  const zepiDecodeHuffmanSpec* tables[kMaxComponents];
   int components;
 };
 
@@ -50,8 +49,7 @@ struct Kernels {
 };
 
 // The difference 32768 has a category of its own and no extra bits.
-constexpr uint32_t kMostCategory = 16;
-constexpr uint32_t NumExtraBits(uint32_t category) { return category % kMostCategory; }
+constexpr uint32_t NumExtraBits(uint32_t category) { return category % kMaxDcCategory; }
 constexpr int32_t kFarDifference = -32768;
 
 // So many columns are coded at once.
@@ -83,7 +81,7 @@ class ListedCodes {
 
   explicit ListedCodes(const RowsToEncode& rows) {
     for (int i = 0; i < rows.components; ++i) {
-      for (uint32_t category = 0; category <= kMostCategory; ++category) {
+      for (uint32_t category = 0; category <= kMaxDcCategory; ++category) {
         const uint64_t entry = rows.tables[i]->entry[category];
         const uint64_t length = entry >> 16, extra = NumExtraBits(category);
         const uint64_t code = entry & ((uint64_t{1} << length % 32) - 1);
@@ -101,8 +99,8 @@ class ListedCodes {
   }
 
  private:
-  uint64_t codes_[kMostComponents]
-                 [kMostCategory + 1];  // above 8 bits for their length with extra bits
+  uint64_t codes_[kMaxComponents]
+                 [kMaxDcCategory + 1];  // above 8 bits for their length with extra bits
 };
 
 template <class Codes>
@@ -143,15 +141,15 @@ HWY_INLINE bool TakeDifferences(const RowsToDecode& rows, size_t begin, size_t e
   QuickReader<Bytes> reader(bytes, unused);
   if (!reader.Refill()) return false;
   // What is given up has written nothing: the careful way may fail at an earlier sample.
-  int16_t taken[kMostComponents][kColumns];
+  int16_t taken[kMaxComponents][kColumns];
   for (size_t x = begin; x < end; ++x) {
     for (int i = 0; i < rows.components; ++i) {
       if (!reader.Ensure()) return false;
       const uint32_t entry = reader.TakeSymbol(*rows.tables[i]);
       const uint32_t category = entry & 0xFFFF;
-      if (HWY_UNLIKELY(entry == 0 || category > kMostCategory)) return false;
+      if (HWY_UNLIKELY(entry == 0 || category > kMaxDcCategory)) return false;
       int32_t difference = reader.TakeDifference(NumExtraBits(category));
-      if (HWY_UNLIKELY(category == kMostCategory)) difference = kFarDifference;
+      if (HWY_UNLIKELY(category == kMaxDcCategory)) difference = kFarDifference;
       taken[i][x - begin] = static_cast<int16_t>(difference);
     }
   }
@@ -166,9 +164,9 @@ zepStatus TakeDifference(const zepiDecodeHuffmanSpec& table, BitReader* reader,
                          int32_t* difference) {
   uint32_t category = 0, bits = 0;
   if (auto bad = reader->TakeSymbol(table, &category)) return bad;
-  if (category > kMostCategory) return zepStatusBadHuffCode;
+  if (category > kMaxDcCategory) return zepStatusBadHuffCode;
   const uint32_t extra = NumExtraBits(category);
-  *difference = category == kMostCategory ? kFarDifference : 0;
+  *difference = category == kMaxDcCategory ? kFarDifference : 0;
   if (extra == 0) return zepStatusOk;
   if (auto bad = reader->Take(static_cast<int>(extra), &bits)) return bad;
   *difference = ValueOf(extra, bits);
@@ -194,8 +192,8 @@ zepStatus DecodeCarefully(const RowsToDecode& rows, size_t begin, size_t end, co
 constexpr size_t kLongChunk = 2048, kLeastChunk = 128;
 
 struct LongChunk {
-  ShortCode lists[kMostComponents][kShortCodes];
-  const ShortCode* codes[kMostComponents];
+  ShortCode lists[kMaxComponents][kShortCodes];
+  const ShortCode* codes[kMaxComponents];
   int16_t differences[kLongChunk];  // a row of a component behind that of the one before
 };
 
@@ -263,14 +261,7 @@ HWY_INLINE size_t DecodeLong(const RowsToDecode& rows, size_t width, const Sourc
 }  // namespace zepjp
 #endif
 
-// For lambdas too.
-#undef ZEP_BITS_ATTR
-#if HWY_TARGET == HWY_AVX2
-#  define ZEP_BITS_ATTR __attribute__((target("bmi,bmi2,lzcnt")))
-HWY_PUSH_ATTRIBUTES("bmi,bmi2,lzcnt")
-#else
-#  define ZEP_BITS_ATTR
-#endif
+ZEP_BEFORE_SCALAR_NAMESPACE("bmi,bmi2,lzcnt");
 namespace zepjp::HWY_NAMESPACE {
 namespace {
 
@@ -297,9 +288,10 @@ zepStatus Decode(const RowsToDecode& rows, size_t width, const Source& from,
                  zepiDecodeHuffmanState* state) {
   for (size_t x = DecodeLong(rows, width, from, state); x < width; x += kColumns) {
     const size_t end = std::min(x + kColumns, width);
-    const auto take = [&](const auto& bytes, uint32_t unused, Progress* progress) ZEP_BITS_ATTR {
-      return TakeDifferences(rows, x, end, bytes, unused, progress);
-    };
+    const auto take = [&](const auto& bytes, uint32_t unused, Progress* progress)
+                          ZEP_SCALAR_ATTR("bmi,bmi2,lzcnt") {
+                            return TakeDifferences(rows, x, end, bytes, unused, progress);
+                          };
     if (ReadPlain(from, state, take) || ReadStuffed(from, state, take)) continue;
     if (auto bad = DecodeCarefully(rows, x, end, from, state)) return bad;
   }
@@ -310,9 +302,7 @@ constexpr Kernels kKernels = {.encode = Encode, .decode = Decode};
 
 }  // namespace
 }  // namespace zepjp::HWY_NAMESPACE
-#if HWY_TARGET == HWY_AVX2
-HWY_POP_ATTRIBUTES
-#endif
+ZEP_AFTER_SCALAR_NAMESPACE();
 
 #if HWY_ONCE
 namespace zepjp {
@@ -323,18 +313,19 @@ Kernels kernels;
 ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 
 bool IsBadCount(int32_t width, int32_t components) {
-  return width < 1 || components < 1 || components > kMostComponents;
+  return width < 1 || components < 1 || components > kMaxComponents;
 }
 
 }  // namespace
 }  // namespace zepjp
+
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiEncodeHuffmanOne_JPEG_16s1u_C1(const int16_t* pSrc, uint8_t* pDst,
                                                       int32_t dstLenBytes, int32_t* pDstCurrPos,
                                                       const zepiEncodeHuffmanSpec* pTable,
                                                       zepiEncodeHuffmanState* pEncHuffState,
                                                       int32_t bFlushState) {
-  using namespace zepjp;
   const Destination to = {pDst, dstLenBytes, pDstCurrPos};
   if (auto bad = CheckDestination(to, pEncHuffState)) return bad;
   if (bFlushState != 0) return BitWriter(to, pEncHuffState).Flush();
@@ -346,7 +337,6 @@ zepStatus ZEP_CALL zepiEncodeHuffmanRow_JPEG_16s1u_P4C1(
     const int16_t* const pSrc[4], uint8_t* pDst, int32_t dstLenBytes, int32_t* pDstCurrPos,
     int32_t width, int32_t nComponents, const zepiEncodeHuffmanSpec* const pTable[4],
     zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState) {
-  using namespace zepjp;
   const Destination to = {pDst, dstLenBytes, pDstCurrPos};
   if (auto bad = CheckDestination(to, pEncHuffState)) return bad;
   if (bFlushState != 0) return BitWriter(to, pEncHuffState).Flush();
@@ -370,7 +360,6 @@ zepStatus ZEP_CALL zepiDecodeHuffmanOne_JPEG_1u16s_C1(const uint8_t* pSrc, int32
                                                       int32_t* pMarker,
                                                       const zepiDecodeHuffmanSpec* pTable,
                                                       zepiDecodeHuffmanState* pDecHuffState) {
-  using namespace zepjp;
   if (auto bad = Checks()
                      .Ptr(pSrc)
                      .Refuse(srcLenBytes < 0, zepStatusBadArg)
@@ -390,7 +379,6 @@ zepStatus ZEP_CALL zepiDecodeHuffmanRow_JPEG_1u16s_C1P4(
     const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcCurrPos, int16_t* const pDst[4],
     int32_t width, int32_t nComponents, int32_t* pMarker,
     const zepiDecodeHuffmanSpec* const pTable[4], zepiDecodeHuffmanState* pDecHuffState) {
-  using namespace zepjp;
   if (auto bad = Checks()
                      .Ptr(pSrc)
                      .Refuse(srcLenBytes < 0, zepStatusBadArg)

@@ -274,9 +274,10 @@ uint32_t Base(int32_t precision, int32_t point_transform) {
 }  // namespace
 }  // namespace zepjp
 
+using namespace zepjp;
+
 zepStatus ZEP_CALL zepiDiffPredFirstRow_JPEG_16s_C1(const int16_t* pSrc, int16_t* pDst,
                                                     int32_t width, int32_t P, int32_t Pt) {
-  using namespace zepjp;
   if (auto bad = CheckFirstRow(pSrc, pDst, width, P, Pt)) return bad;
   const uint32_t first = Get(Bytes(pSrc), 0) - Base(P, Pt);
   kernels.forward[0](Bytes(pSrc), nullptr, Bytes(pDst), static_cast<size_t>(width));
@@ -286,7 +287,6 @@ zepStatus ZEP_CALL zepiDiffPredFirstRow_JPEG_16s_C1(const int16_t* pSrc, int16_t
 
 zepStatus ZEP_CALL zepiDiffPredRow_JPEG_16s_C1(const int16_t* pSrc, const int16_t* pPrevRow,
                                                int16_t* pDst, int32_t width, int32_t predictor) {
-  using namespace zepjp;
   if (auto bad = CheckRow(pSrc, pPrevRow, pDst, width, predictor)) return bad;
   const uint32_t first = Get(Bytes(pSrc), 0) - Get(Bytes(pPrevRow), 0);
   kernels.forward[predictor - 1](Bytes(pSrc), Bytes(pPrevRow), Bytes(pDst),
@@ -297,7 +297,6 @@ zepStatus ZEP_CALL zepiDiffPredRow_JPEG_16s_C1(const int16_t* pSrc, const int16_
 
 zepStatus ZEP_CALL zepiReconstructPredFirstRow_JPEG_16s_C1(const int16_t* pSrc, int16_t* pDst,
                                                            int32_t width, int32_t P, int32_t Pt) {
-  using namespace zepjp;
   if (auto bad = CheckFirstRow(pSrc, pDst, width, P, Pt)) return bad;
   Put(Bytes(pDst), 0, Get(Bytes(pSrc), 0) + Base(P, Pt));
   kernels.inverse[0](Bytes(pSrc), nullptr, Bytes(pDst), static_cast<size_t>(width));
@@ -307,7 +306,6 @@ zepStatus ZEP_CALL zepiReconstructPredFirstRow_JPEG_16s_C1(const int16_t* pSrc, 
 zepStatus ZEP_CALL zepiReconstructPredRow_JPEG_16s_C1(const int16_t* pSrc, const int16_t* pPrevRow,
                                                       int16_t* pDst, int32_t width,
                                                       int32_t predictor) {
-  using namespace zepjp;
   if (auto bad = CheckRow(pSrc, pPrevRow, pDst, width, predictor)) return bad;
   Put(Bytes(pDst), 0, Get(Bytes(pSrc), 0) + Get(Bytes(pPrevRow), 0));
   kernels.inverse[predictor - 1](Bytes(pSrc), Bytes(pPrevRow), Bytes(pDst),

@@ -19,12 +19,12 @@ namespace {
 using FromMcu = void (*)(const int16_t* const* src, uint8_t* dst, ptrdiff_t step, uint8_t alpha);
 
 // For each sampling.
-struct Samplings {
+struct FromMcuSamplings {
   FromMcu full, half_width, half;  // 444, 422, 411
 };
 
 struct Kernels {
-  Samplings rgb_c3, rgb_c4, bgr_c3, bgr_c4, cmyk, samples;
+  FromMcuSamplings rgb_c3, rgb_c4, bgr_c3, bgr_c4, cmyk, samples;
   FromMcu c2;
 };
 
@@ -67,7 +67,7 @@ HWY_INLINE Rgb Convert(const Runs& y, const Runs& cb, const Runs& cr) {
 }
 
 // Where the two runs of the first cell begin, and how far the next cells are from it.
-struct Place {
+struct PixelTarget {
   uint8_t* first;
   uint8_t* second;
   ptrdiff_t step;
@@ -106,14 +106,14 @@ HWY_INLINE void StoreHalves(hn::VFromD<hn::Simd<uint8_t, 16 * kBlocks, 0>> v,
   }
 }
 
-HWY_INLINE void StoreThree(V8 a, V8 b, V8 c, const Place& to) {
+HWY_INLINE void StoreThree(V8 a, V8 b, V8 c, const PixelTarget& to) {
   const D8 d8;
   StoreBlocks(TriplePart<0>(a, b, c), d8, to.first, to.step);
   StoreBlocks(TriplePart<1>(a, b, c), d8, to.second, to.step);
   StoreHalves<kCells>(TriplePart<2>(a, b, c), d8, to.first + 16, to.second + 16, to.step);
 }
 
-HWY_INLINE void StoreFour(V8 a, V8 b, V8 c, V8 d, const Place& to) {
+HWY_INLINE void StoreFour(V8 a, V8 b, V8 c, V8 d, const PixelTarget& to) {
   const D8 d8;
   const auto words = [](V8 v) ZEP_ATTR { return hn::BitCast(D16(), v); };
   const V16 ab_lower = words(hn::InterleaveLower(d8, a, b)),
@@ -132,7 +132,7 @@ HWY_INLINE void StoreFour(V8 a, V8 b, V8 c, V8 d, const Place& to) {
 template <bool kIsBgr>
 struct ToThree {
   static constexpr size_t kChannels = 3, kComponents = 3;
-  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t, const Place& to) {
+  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t, const PixelTarget& to) {
     const Rgb rgb = Convert(runs[0], runs[1], runs[2]);
     const Rgb p = kIsBgr ? Reversed(rgb) : rgb;
     StoreThree(p.r, p.g, p.b, to);
@@ -141,7 +141,7 @@ struct ToThree {
 template <bool kIsBgr>
 struct ToFour {
   static constexpr size_t kChannels = 4, kComponents = 3;
-  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t alpha, const Place& to) {
+  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t alpha, const PixelTarget& to) {
     const Rgb rgb = Convert(runs[0], runs[1], runs[2]);
     const Rgb p = kIsBgr ? Reversed(rgb) : rgb;
     StoreFour(p.r, p.g, p.b, hn::Set(D8(), alpha), to);
@@ -149,14 +149,14 @@ struct ToFour {
 };
 struct ToInks {
   static constexpr size_t kChannels = 4, kComponents = 4;
-  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t, const Place& to) {
+  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t, const PixelTarget& to) {
     const Rgb p = Inks(Convert(runs[0], runs[1], runs[2]));
     StoreFour(p.r, p.g, p.b, runs[3].Bytes(), to);
   }
 };
 struct ToSamples {
   static constexpr size_t kChannels = 3, kComponents = 3;
-  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t, const Place& to) {
+  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t, const PixelTarget& to) {
     StoreThree(runs[0].Bytes(), runs[1].Bytes(), runs[2].Bytes(), to);
   }
 };
@@ -208,7 +208,7 @@ void Join422(const int16_t* const* src, uint8_t* dst, ptrdiff_t step, uint8_t) {
 }
 
 template <class Target>
-constexpr Samplings kSamplings = {
+constexpr FromMcuSamplings kSamplings = {
     .full = FromMcu444<Target>,
     .half_width = FromReducedMcu<Target, 1>,
     .half = FromReducedMcu<Target, 2>,
@@ -247,106 +247,106 @@ zepStatus Convert(FromMcu kernel, const int16_t* const* src, uint8_t* dst, int32
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::kernels;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
                                                             uint8_t* pDst, int32_t dstStep) {
-  return zepjp::Convert(kernels.rgb_c3.full, pSrcMCU, pDst, dstStep);
+  return Convert(kernels.rgb_c3.full, pSrcMCU, pDst, dstStep);
 }
 
 zepStatus ZEP_CALL zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C4R(const int16_t* const pSrcMCU[3],
                                                             uint8_t* pDst, int32_t dstStep,
                                                             uint8_t alpha) {
-  return zepjp::Convert(kernels.rgb_c4.full, pSrcMCU, pDst, dstStep, alpha);
+  return Convert(kernels.rgb_c4.full, pSrcMCU, pDst, dstStep, alpha);
 }
 
 zepStatus ZEP_CALL zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
                                                             uint8_t* pDst, int32_t dstStep) {
-  return zepjp::Convert(kernels.rgb_c3.half_width, pSrcMCU, pDst, dstStep);
+  return Convert(kernels.rgb_c3.half_width, pSrcMCU, pDst, dstStep);
 }
 
 zepStatus ZEP_CALL zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C4R(const int16_t* const pSrcMCU[3],
                                                             uint8_t* pDst, int32_t dstStep,
                                                             uint8_t alpha) {
-  return zepjp::Convert(kernels.rgb_c4.half_width, pSrcMCU, pDst, dstStep, alpha);
+  return Convert(kernels.rgb_c4.half_width, pSrcMCU, pDst, dstStep, alpha);
 }
 
 zepStatus ZEP_CALL zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
                                                             uint8_t* pDst, int32_t dstStep) {
-  return zepjp::Convert(kernels.rgb_c3.half, pSrcMCU, pDst, dstStep);
+  return Convert(kernels.rgb_c3.half, pSrcMCU, pDst, dstStep);
 }
 
 zepStatus ZEP_CALL zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C4R(const int16_t* const pSrcMCU[3],
                                                             uint8_t* pDst, int32_t dstStep,
                                                             uint8_t alpha) {
-  return zepjp::Convert(kernels.rgb_c4.half, pSrcMCU, pDst, dstStep, alpha);
+  return Convert(kernels.rgb_c4.half, pSrcMCU, pDst, dstStep, alpha);
 }
 
 zepStatus ZEP_CALL zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
                                                             uint8_t* pDst, int32_t dstStep) {
-  return zepjp::Convert(kernels.bgr_c3.full, pSrcMCU, pDst, dstStep);
+  return Convert(kernels.bgr_c3.full, pSrcMCU, pDst, dstStep);
 }
 
 zepStatus ZEP_CALL zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C4R(const int16_t* const pSrcMCU[3],
                                                             uint8_t* pDst, int32_t dstStep,
                                                             uint8_t alpha) {
-  return zepjp::Convert(kernels.bgr_c4.full, pSrcMCU, pDst, dstStep, alpha);
+  return Convert(kernels.bgr_c4.full, pSrcMCU, pDst, dstStep, alpha);
 }
 
 zepStatus ZEP_CALL zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
                                                             uint8_t* pDst, int32_t dstStep) {
-  return zepjp::Convert(kernels.bgr_c3.half_width, pSrcMCU, pDst, dstStep);
+  return Convert(kernels.bgr_c3.half_width, pSrcMCU, pDst, dstStep);
 }
 
 zepStatus ZEP_CALL zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C4R(const int16_t* const pSrcMCU[3],
                                                             uint8_t* pDst, int32_t dstStep,
                                                             uint8_t alpha) {
-  return zepjp::Convert(kernels.bgr_c4.half_width, pSrcMCU, pDst, dstStep, alpha);
+  return Convert(kernels.bgr_c4.half_width, pSrcMCU, pDst, dstStep, alpha);
 }
 
 zepStatus ZEP_CALL zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
                                                             uint8_t* pDst, int32_t dstStep) {
-  return zepjp::Convert(kernels.bgr_c3.half, pSrcMCU, pDst, dstStep);
+  return Convert(kernels.bgr_c3.half, pSrcMCU, pDst, dstStep);
 }
 
 zepStatus ZEP_CALL zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C4R(const int16_t* const pSrcMCU[3],
                                                             uint8_t* pDst, int32_t dstStep,
                                                             uint8_t alpha) {
-  return zepjp::Convert(kernels.bgr_c4.half, pSrcMCU, pDst, dstStep, alpha);
+  return Convert(kernels.bgr_c4.half, pSrcMCU, pDst, dstStep, alpha);
 }
 
 zepStatus ZEP_CALL zepiYCCK444ToCMYKLS_MCU_JPEG_16s8u_P4C4R(const int16_t* const pSrcMCU[4],
                                                             uint8_t* pDst, int32_t dstStep) {
-  return zepjp::Convert<4>(kernels.cmyk.full, pSrcMCU, pDst, dstStep);
+  return Convert<4>(kernels.cmyk.full, pSrcMCU, pDst, dstStep);
 }
 
 zepStatus ZEP_CALL zepiYCCK422ToCMYKLS_MCU_JPEG_16s8u_P4C4R(const int16_t* const pSrcMCU[4],
                                                             uint8_t* pDst, int32_t dstStep) {
-  return zepjp::Convert<4>(kernels.cmyk.half_width, pSrcMCU, pDst, dstStep);
+  return Convert<4>(kernels.cmyk.half_width, pSrcMCU, pDst, dstStep);
 }
 
 zepStatus ZEP_CALL zepiYCCK411ToCMYKLS_MCU_JPEG_16s8u_P4C4R(const int16_t* const pSrcMCU[4],
                                                             uint8_t* pDst, int32_t dstStep) {
-  return zepjp::Convert<4>(kernels.cmyk.half, pSrcMCU, pDst, dstStep);
+  return Convert<4>(kernels.cmyk.half, pSrcMCU, pDst, dstStep);
 }
 
 zepStatus ZEP_CALL zepiSampleUp444LS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
                                                           uint8_t* pDst, int32_t dstStep) {
-  return zepjp::Convert(kernels.samples.full, pSrcMCU, pDst, dstStep);
+  return Convert(kernels.samples.full, pSrcMCU, pDst, dstStep);
 }
 
 zepStatus ZEP_CALL zepiSampleUp422LS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
                                                           uint8_t* pDst, int32_t dstStep) {
-  return zepjp::Convert(kernels.samples.half_width, pSrcMCU, pDst, dstStep);
+  return Convert(kernels.samples.half_width, pSrcMCU, pDst, dstStep);
 }
 
 zepStatus ZEP_CALL zepiSampleUp411LS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
                                                           uint8_t* pDst, int32_t dstStep) {
-  return zepjp::Convert(kernels.samples.half, pSrcMCU, pDst, dstStep);
+  return Convert(kernels.samples.half, pSrcMCU, pDst, dstStep);
 }
 
 zepStatus ZEP_CALL zepiJoin422LS_MCU_JPEG_16s8u_P3C2R(const int16_t* const pSrcMCU[3],
                                                       uint8_t* pDst, int32_t dstStep) {
-  return zepjp::Convert(kernels.c2, pSrcMCU, pDst, dstStep);
+  return Convert(kernels.c2, pSrcMCU, pDst, dstStep);
 }
 #endif  // HWY_ONCE

@@ -19,12 +19,12 @@ namespace {
 using ToMcu = void (*)(const uint8_t* src, ptrdiff_t step, int16_t* const* dst);
 
 // For each sampling.
-struct Samplings {
+struct ToMcuSamplings {
   ToMcu full, half_width, half;  // 444, 422, 411
 };
 
 struct Kernels {
-  Samplings rgb_c3, rgb_c4, bgr_c3, bgr_c4, cmyk, samples;
+  ToMcuSamplings rgb_c3, rgb_c4, bgr_c3, bgr_c4, cmyk, samples;
   ToMcu c2;
 };
 
@@ -239,7 +239,7 @@ void Split422(const uint8_t* src, ptrdiff_t step, int16_t* const* dst) {
 }
 
 template <class Conversion>
-constexpr Samplings kSamplings = {
+constexpr ToMcuSamplings kSamplings = {
     .full = ToMcu444<Conversion>,
     .half_width = ToReducedMcu<Conversion, 1>,
     .half = ToReducedMcu<Conversion, 2>,
@@ -277,100 +277,100 @@ zepStatus Convert(ToMcu kernel, const uint8_t* src, int32_t step, int16_t* const
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::kernels;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                             int16_t* const pDstMCU[3]) {
-  return zepjp::Convert(kernels.rgb_c3.full, pSrc, srcStep, pDstMCU);
+  return Convert(kernels.rgb_c3.full, pSrc, srcStep, pDstMCU);
 }
 
 zepStatus ZEP_CALL zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C4P3R(const uint8_t* pSrc, int32_t srcStep,
                                                             int16_t* const pDstMCU[3]) {
-  return zepjp::Convert(kernels.rgb_c4.full, pSrc, srcStep, pDstMCU);
+  return Convert(kernels.rgb_c4.full, pSrc, srcStep, pDstMCU);
 }
 
 zepStatus ZEP_CALL zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                             int16_t* const pDstMCU[3]) {
-  return zepjp::Convert(kernels.rgb_c3.half_width, pSrc, srcStep, pDstMCU);
+  return Convert(kernels.rgb_c3.half_width, pSrc, srcStep, pDstMCU);
 }
 
 zepStatus ZEP_CALL zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C4P3R(const uint8_t* pSrc, int32_t srcStep,
                                                             int16_t* const pDstMCU[3]) {
-  return zepjp::Convert(kernels.rgb_c4.half_width, pSrc, srcStep, pDstMCU);
+  return Convert(kernels.rgb_c4.half_width, pSrc, srcStep, pDstMCU);
 }
 
 zepStatus ZEP_CALL zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                             int16_t* const pDstMCU[3]) {
-  return zepjp::Convert(kernels.rgb_c3.half, pSrc, srcStep, pDstMCU);
+  return Convert(kernels.rgb_c3.half, pSrc, srcStep, pDstMCU);
 }
 
 zepStatus ZEP_CALL zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C4P3R(const uint8_t* pSrc, int32_t srcStep,
                                                             int16_t* const pDstMCU[3]) {
-  return zepjp::Convert(kernels.rgb_c4.half, pSrc, srcStep, pDstMCU);
+  return Convert(kernels.rgb_c4.half, pSrc, srcStep, pDstMCU);
 }
 
 zepStatus ZEP_CALL zepiBGRToYCbCr444LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                             int16_t* const pDstMCU[3]) {
-  return zepjp::Convert(kernels.bgr_c3.full, pSrc, srcStep, pDstMCU);
+  return Convert(kernels.bgr_c3.full, pSrc, srcStep, pDstMCU);
 }
 
 zepStatus ZEP_CALL zepiBGRToYCbCr444LS_MCU_JPEG_8u16s_C4P3R(const uint8_t* pSrc, int32_t srcStep,
                                                             int16_t* const pDstMCU[3]) {
-  return zepjp::Convert(kernels.bgr_c4.full, pSrc, srcStep, pDstMCU);
+  return Convert(kernels.bgr_c4.full, pSrc, srcStep, pDstMCU);
 }
 
 zepStatus ZEP_CALL zepiBGRToYCbCr422LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                             int16_t* const pDstMCU[3]) {
-  return zepjp::Convert(kernels.bgr_c3.half_width, pSrc, srcStep, pDstMCU);
+  return Convert(kernels.bgr_c3.half_width, pSrc, srcStep, pDstMCU);
 }
 
 zepStatus ZEP_CALL zepiBGRToYCbCr422LS_MCU_JPEG_8u16s_C4P3R(const uint8_t* pSrc, int32_t srcStep,
                                                             int16_t* const pDstMCU[3]) {
-  return zepjp::Convert(kernels.bgr_c4.half_width, pSrc, srcStep, pDstMCU);
+  return Convert(kernels.bgr_c4.half_width, pSrc, srcStep, pDstMCU);
 }
 
 zepStatus ZEP_CALL zepiBGRToYCbCr411LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                             int16_t* const pDstMCU[3]) {
-  return zepjp::Convert(kernels.bgr_c3.half, pSrc, srcStep, pDstMCU);
+  return Convert(kernels.bgr_c3.half, pSrc, srcStep, pDstMCU);
 }
 
 zepStatus ZEP_CALL zepiBGRToYCbCr411LS_MCU_JPEG_8u16s_C4P3R(const uint8_t* pSrc, int32_t srcStep,
                                                             int16_t* const pDstMCU[3]) {
-  return zepjp::Convert(kernels.bgr_c4.half, pSrc, srcStep, pDstMCU);
+  return Convert(kernels.bgr_c4.half, pSrc, srcStep, pDstMCU);
 }
 
 zepStatus ZEP_CALL zepiCMYKToYCCK444LS_MCU_JPEG_8u16s_C4P4R(const uint8_t* pSrc, int32_t srcStep,
                                                             int16_t* const pDstMCU[4]) {
-  return zepjp::Convert<4>(kernels.cmyk.full, pSrc, srcStep, pDstMCU);
+  return Convert<4>(kernels.cmyk.full, pSrc, srcStep, pDstMCU);
 }
 
 zepStatus ZEP_CALL zepiCMYKToYCCK422LS_MCU_JPEG_8u16s_C4P4R(const uint8_t* pSrc, int32_t srcStep,
                                                             int16_t* const pDstMCU[4]) {
-  return zepjp::Convert<4>(kernels.cmyk.half_width, pSrc, srcStep, pDstMCU);
+  return Convert<4>(kernels.cmyk.half_width, pSrc, srcStep, pDstMCU);
 }
 
 zepStatus ZEP_CALL zepiCMYKToYCCK411LS_MCU_JPEG_8u16s_C4P4R(const uint8_t* pSrc, int32_t srcStep,
                                                             int16_t* const pDstMCU[4]) {
-  return zepjp::Convert<4>(kernels.cmyk.half, pSrc, srcStep, pDstMCU);
+  return Convert<4>(kernels.cmyk.half, pSrc, srcStep, pDstMCU);
 }
 
 zepStatus ZEP_CALL zepiSampleDown444LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                             int16_t* const pDstMCU[3]) {
-  return zepjp::Convert(kernels.samples.full, pSrc, srcStep, pDstMCU);
+  return Convert(kernels.samples.full, pSrc, srcStep, pDstMCU);
 }
 
 zepStatus ZEP_CALL zepiSampleDown422LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                             int16_t* const pDstMCU[3]) {
-  return zepjp::Convert(kernels.samples.half_width, pSrc, srcStep, pDstMCU);
+  return Convert(kernels.samples.half_width, pSrc, srcStep, pDstMCU);
 }
 
 zepStatus ZEP_CALL zepiSampleDown411LS_MCU_JPEG_8u16s_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                             int16_t* const pDstMCU[3]) {
-  return zepjp::Convert(kernels.samples.half, pSrc, srcStep, pDstMCU);
+  return Convert(kernels.samples.half, pSrc, srcStep, pDstMCU);
 }
 
 zepStatus ZEP_CALL zepiSplit422LS_MCU_JPEG_8u16s_C2P3R(const uint8_t* pSrc, int32_t srcStep,
                                                        int16_t* const pDstMCU[3]) {
-  return zepjp::Convert(kernels.c2, pSrc, srcStep, pDstMCU);
+  return Convert(kernels.c2, pSrc, srcStep, pDstMCU);
 }
 #endif  // HWY_ONCE

@@ -20,7 +20,7 @@ namespace zepjp::codeblock {
 namespace {
 
 // The fixed part of a state. It may lie at any address, so it is copied in and out.
-struct Progress {
+struct DecoderRecord {
   char id[4];
   int32_t is_attached;
   uint8_t* dst;
@@ -40,7 +40,7 @@ struct Progress {
 
 // 388 bytes come with the flags: the fixed part, and what the alignment of the rest may take.
 constexpr uint64_t kFixedBytes = 388, kAlignment = 32;
-static_assert(sizeof(Progress) <= kFixedBytes - (kAlignment - 1),
+static_assert(sizeof(DecoderRecord) <= kFixedBytes - (kAlignment - 1),
               "the size is part of the interface");
 
 inline uint64_t FlagBytes(zepiSize size) {
@@ -51,14 +51,14 @@ inline Stripes StripesOf(zepiSize size) {
   return Stripes(size.width, size.height, static_cast<size_t>(size.width) + 2);
 }
 inline void* FlagsOf(void* state) {
-  const auto behind = reinterpret_cast<uintptr_t>(state) + sizeof(Progress);
+  const auto behind = reinterpret_cast<uintptr_t>(state) + sizeof(DecoderRecord);
   const auto more = static_cast<size_t>(-behind) % kAlignment;
-  return static_cast<uint8_t*>(state) + sizeof(Progress) + more;
+  return static_cast<uint8_t*>(state) + sizeof(DecoderRecord) + more;
 }
 
 struct Kernels {
   // Decodes the passes of a segment.
-  void (*decode)(const uint8_t* src, size_t size, void* flags, Progress* progress);
+  void (*decode)(const uint8_t* src, size_t size, void* flags, DecoderRecord* progress);
 };
 
 }  // namespace
@@ -71,7 +71,7 @@ namespace {
 
 class BlockDecoder {
  public:
-  BlockDecoder(void* flags, Progress* progress)
+  BlockDecoder(void* flags, DecoderRecord* progress)
       : progress_(*progress),
         is_causal_((progress->style & kCausal) != 0),
         zero_contexts_(ZeroContextsOf(progress->subband)),
@@ -250,7 +250,7 @@ class BlockDecoder {
     if (symbol != 0xA) progress_.has_failed = 1;
   }
 
-  Progress& progress_;
+  DecoderRecord& progress_;
   const bool is_causal_;
   const ZeroContexts& zero_contexts_;
   Stripes stripes_;
@@ -258,7 +258,7 @@ class BlockDecoder {
   uint32_t unused_[18] = {};
 };
 
-void Decode(const uint8_t* src, size_t size, void* flags, Progress* progress) {
+void Decode(const uint8_t* src, size_t size, void* flags, DecoderRecord* progress) {
   BlockDecoder(flags, progress).Decode(src, size);
 }
 
@@ -278,22 +278,14 @@ ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 
 constexpr char kId[4] = {'P', 'A', 'M', 'C'};
 
-// Whether the memory is something other than an initialized state.
-struct IsOther {
-  const void* state;
-  bool operator()() const { return std::memcmp(state, kId, sizeof(kId)) != 0; }
-};
+Checks CheckState(const void* state) { return Checks().Ptr(state).Identifier(state, kId); }
 
-Checks CheckState(const void* state) {
-  return Checks().Ptr(state).Refuse(IsOther{state}, zepStatusContextMismatch);
-}
-
-Progress Load(const void* state) {
-  Progress progress;
+DecoderRecord Load(const void* state) {
+  DecoderRecord progress;
   std::memcpy(&progress, state, sizeof(progress));
   return progress;
 }
-void Store(const Progress& progress, void* state) {
+void Store(const DecoderRecord& progress, void* state) {
   std::memcpy(state, &progress, sizeof(progress));
 }
 
@@ -306,20 +298,20 @@ zepStatus StateSize(zepiSize most, int32_t* size) {
 }
 
 void Init(void* state) {
-  Progress progress = {};
+  DecoderRecord progress = {};
   std::memcpy(progress.id, kId, sizeof(kId));
   Store(progress, state);
 }
 
 void Attach(int32_t* dst, int32_t step, zepiSize size, void* state, int32_t subband,
             int32_t magnitude_bits, int32_t style) {
-  Progress progress = Load(state);
+  DecoderRecord progress = Load(state);
   progress.is_attached = 1;
   progress.dst = reinterpret_cast<uint8_t*>(dst);
   progress.step = step;
   progress.size = size;
   progress.subband = subband;
-  progress.planes = std::clamp<int32_t>(magnitude_bits, 0, kMostPlanes);
+  progress.planes = std::clamp<int32_t>(magnitude_bits, 0, kMaxPlanes);
   progress.style = style;
   progress.plane = progress.planes - 1;
   progress.passes_left = 0;
@@ -337,7 +329,7 @@ void Attach(int32_t* dst, int32_t step, zepiSize size, void* state, int32_t subb
 }
 
 zepStatus Step(const uint8_t* src, int32_t size, void* state) {
-  Progress progress = Load(state);
+  DecoderRecord progress = Load(state);
   if (progress.IsDone()) return zepStatusOk;
   if (progress.has_failed == 0) {
     kernels.decode(src, static_cast<size_t>(std::max(size, 0)), FlagsOf(state), &progress);
@@ -347,7 +339,7 @@ zepStatus Step(const uint8_t* src, int32_t size, void* state) {
 }
 
 template <class Change>
-void ForSamples(const Progress& progress, Change change) {
+void ForSamples(const DecoderRecord& progress, Change change) {
   for (int32_t y = 0; y < progress.size.height; ++y) {
     uint8_t* row = progress.dst + y * progress.step;
     for (int32_t x = 0; x < progress.size.width; ++x, row += 4) {
@@ -360,7 +352,7 @@ void ForSamples(const Progress& progress, Change change) {
 }
 
 // What is above the current plane stays, with a midpoint on it.
-void Conceal(const Progress& progress) {
+void Conceal(const DecoderRecord& progress) {
   const uint32_t bit = 1u << progress.plane;
   ForSamples(progress, [&](uint32_t sample) {
     sample &= -bit;
@@ -368,7 +360,7 @@ void Conceal(const Progress& progress) {
   });
 }
 
-void ClearBelow(const Progress& progress) {
+void ClearBelow(const DecoderRecord& progress) {
   const uint32_t bit = 1u << progress.plane;
   ForSamples(progress, [&](uint32_t sample) { return sample & -bit; });
 }
@@ -376,19 +368,20 @@ void ClearBelow(const Progress& progress) {
 }  // namespace
 }  // namespace zepjp::codeblock
 
-using zepjp::Checks;
+using namespace zepjp;
+using namespace zepjp::codeblock;
 
 zepStatus ZEP_CALL zepiDecodeGetBufSize_JPEG2K(zepiSize codeBlockMaxSize, int32_t* pSize) {
-  return zepjp::codeblock::StateSize(codeBlockMaxSize, pSize);
+  return StateSize(codeBlockMaxSize, pSize);
 }
 
 zepStatus ZEP_CALL zepiDecodeCBProgrGetStateSize_JPEG2K(zepiSize codeBlockMaxSize, int32_t* pSize) {
-  return zepjp::codeblock::StateSize(codeBlockMaxSize, pSize);
+  return StateSize(codeBlockMaxSize, pSize);
 }
 
 zepStatus ZEP_CALL zepiDecodeCBProgrInit_JPEG2K(zepiDecodeStateJPEG2K* pState) {
   if (auto bad = Checks().Ptr(pState).Failed()) return bad;
-  zepjp::codeblock::Init(pState);
+  Init(pState);
   return zepStatusOk;
 }
 
@@ -396,16 +389,16 @@ zepStatus ZEP_CALL zepiDecodeCBProgrInitAlloc_JPEG2K(zepiDecodeStateJPEG2K** ppS
                                                      zepiSize codeBlockMaxSize) {
   if (auto bad = Checks().Ptr(ppState).Size(codeBlockMaxSize).Failed()) return bad;
   int32_t size = 0;
-  zepjp::codeblock::StateSize(codeBlockMaxSize, &size);
-  *ppState = static_cast<zepiDecodeStateJPEG2K*>(zepjp::Allocate(size));
+  StateSize(codeBlockMaxSize, &size);
+  *ppState = static_cast<zepiDecodeStateJPEG2K*>(Allocate(size));
   if (*ppState == nullptr) return zepStatusMemAlloc;
-  zepjp::codeblock::Init(*ppState);
+  Init(*ppState);
   return zepStatusOk;
 }
 
 zepStatus ZEP_CALL zepiDecodeCBProgrFree_JPEG2K(zepiDecodeStateJPEG2K* pState) {
   if (auto bad = Checks().Ptr(pState).Failed()) return bad;
-  zepjp::Release(pState);
+  Release(pState);
   return zepStatusOk;
 }
 
@@ -414,7 +407,6 @@ zepStatus ZEP_CALL zepiDecodeCBProgrAttach_JPEG2K_32s_C1R(int32_t* pDst, int32_t
                                                           zepiDecodeStateJPEG2K* pState,
                                                           int32_t subband, int32_t magnBits,
                                                           int32_t codeStyleFlags) {
-  using namespace zepjp::codeblock;
   if (auto bad = CheckState(pState).Ptr(pDst).Step(dstStep).Size(codeBlockSize).Failed()) {
     return bad;
   }
@@ -424,9 +416,8 @@ zepStatus ZEP_CALL zepiDecodeCBProgrAttach_JPEG2K_32s_C1R(int32_t* pDst, int32_t
 
 zepStatus ZEP_CALL zepiDecodeCBProgrSetPassCounter_JPEG2K(int32_t nOfPasses,
                                                           zepiDecodeStateJPEG2K* pState) {
-  using namespace zepjp::codeblock;
   if (auto bad = CheckState(pState).Failed()) return bad;
-  Progress progress = Load(pState);
+  DecoderRecord progress = Load(pState);
   progress.passes_left = nOfPasses;
   Store(progress, pState);
   return zepStatusOk;
@@ -434,12 +425,7 @@ zepStatus ZEP_CALL zepiDecodeCBProgrSetPassCounter_JPEG2K(int32_t nOfPasses,
 
 zepStatus ZEP_CALL zepiDecodeCBProgrGetPassCounter_JPEG2K(const zepiDecodeStateJPEG2K* pState,
                                                           int32_t* pCounter) {
-  using namespace zepjp::codeblock;
-  if (auto bad = Checks()
-                     .Ptr(pState)
-                     .Ptr(pCounter)
-                     .Refuse(IsOther{pState}, zepStatusContextMismatch)
-                     .Failed()) {
+  if (auto bad = Checks().Ptr(pState).Ptr(pCounter).Identifier(pState, kId).Failed()) {
     return bad;
   }
   *pCounter = Load(pState).passes_left;
@@ -448,7 +434,6 @@ zepStatus ZEP_CALL zepiDecodeCBProgrGetPassCounter_JPEG2K(const zepiDecodeStateJ
 
 zepStatus ZEP_CALL zepiDecodeCBProgrGetCurBitPlaneNum_JPEG2K(const zepiDecodeStateJPEG2K* pState,
                                                              int32_t* pBitPlane) {
-  using namespace zepjp::codeblock;
   if (auto bad = CheckState(pState).Ptr(pBitPlane).Failed()) return bad;
   *pBitPlane = Load(pState).plane;
   return zepStatusOk;
@@ -456,12 +441,11 @@ zepStatus ZEP_CALL zepiDecodeCBProgrGetCurBitPlaneNum_JPEG2K(const zepiDecodeSta
 
 zepStatus ZEP_CALL zepiDecodeCBProgrStep_JPEG2K(const uint8_t* pSrc, int32_t srcLen,
                                                 zepiDecodeStateJPEG2K* pState) {
-  using namespace zepjp::codeblock;
   const auto is_detached = [=] { return Load(pState).is_attached == 0; };
   if (auto bad = Checks()
                      .Ptr(pSrc)
                      .Ptr(pState)
-                     .Refuse(IsOther{pState}, zepStatusContextMismatch)
+                     .Identifier(pState, kId)
                      .Refuse(is_detached, zepStatusJPEG2KNotAttached)
                      .Failed()) {
     return bad;
@@ -473,7 +457,6 @@ zepStatus ZEP_CALL zepiDecodeCodeBlock_JPEG2K_1u32s_C1R(
     const uint8_t* pSrc, int32_t* pDst, int32_t dstStep, zepiSize codeBlockSize, int32_t subband,
     int32_t magnBits, int32_t nOfPasses, const int32_t* pTermPassLen, int32_t nOfTermPasses,
     int32_t codeStyleFlags, int32_t* pErrorBitPlane, uint8_t* pState) {
-  using namespace zepjp::codeblock;
   if (auto bad = Checks()
                      .Ptr(pSrc)
                      .Ptr(pState)
@@ -486,7 +469,7 @@ zepStatus ZEP_CALL zepiDecodeCodeBlock_JPEG2K_1u32s_C1R(
   }
   Init(pState);
   Attach(pDst, dstStep, codeBlockSize, pState, subband, magnBits, codeStyleFlags);
-  Progress progress = Load(pState);
+  DecoderRecord progress = Load(pState);
   progress.passes_left = nOfPasses;
   Store(progress, pState);
   zepStatus status = zepStatusOk;

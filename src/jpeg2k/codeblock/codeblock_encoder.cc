@@ -31,7 +31,7 @@ struct Pass {
 };
 
 // Symbols wait here until there are many. A word of samples makes at most 10 for each of its columns.
-constexpr size_t kSymbols = 4096, kMostOfWord = 16 * 10 + 4;
+constexpr size_t kSymbols = 4096, kMaxOfWord = 16 * 10 + 4;
 
 struct Coder {
   int32_t pass_count;
@@ -39,8 +39,8 @@ struct Coder {
   int32_t sf_bits;
   int32_t size;    // of the code
   int32_t stored;  // bytes that were given out
-  Pass passes[kMostPasses];
-  Symbol symbols[kSymbols + kMostOfWord];
+  Pass passes[kMaxPasses];
+  Symbol symbols[kSymbols + kMaxOfWord];
   uint8_t* code;     // behind a byte that is no FF
   uint64_t* planes;  // words of each plane and of the signs
   void* stripes;
@@ -60,7 +60,7 @@ struct Kernels {
   void (*encode)(const Job& job, Coder* coder);
 };
 
-constexpr size_t kSignPlane = kMostPlanes;
+constexpr size_t kSignPlane = kMaxPlanes;
 
 // Bytes for the code of a block; beyond int32_t there is no memory.
 inline int64_t CodeBytes(zepiSize most) {
@@ -147,7 +147,7 @@ class BlockEncoder {
       : coder_(*coder),
         style_(job.style),
         zero_contexts_(ZeroContextsOf(job.subband)),
-        lowest_(kMostPlanes - job.planes),
+        lowest_(kMaxPlanes - job.planes),
         stripes_(job.size.width, job.size.height, WindowStep(job.size)) {
     std::memset(coder_.stripes, 0, StripesBytes(job.size));
     stripes_.Place(coder_.stripes);
@@ -442,7 +442,7 @@ class BlockEncoder {
   // Of the segment.
   size_t start_ = 0;
   int first_ = 0;
-  MqPosition positions_[kMostPasses];
+  MqPosition positions_[kMaxPasses];
 };
 
 void Encode(const Job& job, Coder* coder) { BlockEncoder(job, coder).Encode(); }
@@ -469,17 +469,11 @@ ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 
 constexpr char kId[4] = {'D', 'S', 'M', 'L'};
 
-// Whether the memory is something other than an initialized state.
-struct IsOther {
-  const zepiEncodeStateJPEG2K* state;
-  bool operator()() const { return std::memcmp(state, kId, sizeof(kId)) != 0; }
-};
-
 Checks CheckState(const zepiEncodeStateJPEG2K* state) {
-  return Checks().Ptr(state).Refuse(IsOther{state}, zepStatusContextMismatch);
+  return Checks().Ptr(state).Identifier(state, kId);
 }
 
-void* Allocate(int64_t bytes) {
+void* AllocateBytes(int64_t bytes) {
   return bytes > INT32_MAX ? nullptr : zepjp::Allocate(static_cast<int32_t>(bytes));
 }
 
@@ -496,16 +490,16 @@ void Free(zepiEncodeStateJPEG2K* state) {
 bool AllocateCoder(zepiSize most, zepiEncodeStateJPEG2K* state) {
   state->coder = nullptr;
   if (CodeBytes(most) >= INT32_MAX) return false;
-  state->coder = static_cast<Coder*>(Allocate(sizeof(Coder)));
+  state->coder = static_cast<Coder*>(AllocateBytes(sizeof(Coder)));
   if (state->coder == nullptr) return false;
   Coder* coder = state->coder;
   coder->pass_count = coder->segment_count = coder->sf_bits = coder->size = coder->stored = 0;
-  auto* code = static_cast<uint8_t*>(Allocate(CodeBytes(most) + 1));
+  auto* code = static_cast<uint8_t*>(AllocateBytes(CodeBytes(most) + 1));
   coder->code = code == nullptr ? nullptr : code + 1;
   if (code != nullptr) *code = 0;
   const auto words = static_cast<int64_t>(WordCount(most));
-  coder->planes = static_cast<uint64_t*>(Allocate(words * 8 * (kMostPlanes + 1)));
-  coder->stripes = Allocate(static_cast<int64_t>(StripesBytes(most)));
+  coder->planes = static_cast<uint64_t*>(AllocateBytes(words * 8 * (kMaxPlanes + 1)));
+  coder->stripes = AllocateBytes(static_cast<int64_t>(StripesBytes(most)));
   return code != nullptr && coder->planes != nullptr && coder->stripes != nullptr;
 }
 
@@ -521,14 +515,14 @@ zepStatus CheckQuery(const zepiEncodeStateJPEG2K* state, int32_t pass, const voi
 }  // namespace
 }  // namespace zepjp::codeblock
 
-using zepjp::Checks;
+using namespace zepjp;
+using namespace zepjp::codeblock;
 
 zepStatus ZEP_CALL zepiEncodeInitAlloc_JPEG2K(zepiEncodeStateJPEG2K** ppState,
                                               zepiSize codeBlockMaxSize) {
-  using namespace zepjp::codeblock;
   if (auto bad = Checks().Ptr(ppState).Size(codeBlockMaxSize).Failed()) return bad;
   *ppState = nullptr;
-  auto* state = static_cast<zepiEncodeStateJPEG2K*>(Allocate(sizeof(zepiEncodeStateJPEG2K)));
+  auto* state = static_cast<zepiEncodeStateJPEG2K*>(AllocateBytes(sizeof(zepiEncodeStateJPEG2K)));
   if (state == nullptr) return zepStatusMemAlloc;
   std::memcpy(state->id, kId, sizeof(kId));
   if (!AllocateCoder(codeBlockMaxSize, state)) {
@@ -543,7 +537,6 @@ zepStatus ZEP_CALL zepiEncodeLoadCodeBlock_JPEG2K_32s_C1R(
     const int32_t* pSrc, int32_t srcStep, zepiSize codeBlockSize, zepiEncodeStateJPEG2K* pState,
     int32_t subband, int32_t magnBits, int32_t /*param1*/, int32_t /*param2*/,
     int32_t codeStyleFlags, int32_t* pSfBits, int32_t* pNOfPasses, int32_t* pNOfTermPasses) {
-  using namespace zepjp::codeblock;
   if (auto bad = CheckState(pState)
                      .Ptr(pSfBits)
                      .Ptr(pNOfPasses)
@@ -556,8 +549,8 @@ zepStatus ZEP_CALL zepiEncodeLoadCodeBlock_JPEG2K_32s_C1R(
   }
   Coder* coder = pState->coder;
   const Job job = {
-      reinterpret_cast<const uint8_t*>(pSrc),        srcStep,       codeBlockSize, subband,
-      std::clamp<int32_t>(magnBits, 0, kMostPlanes), codeStyleFlags};
+      reinterpret_cast<const uint8_t*>(pSrc),       srcStep,       codeBlockSize, subband,
+      std::clamp<int32_t>(magnBits, 0, kMaxPlanes), codeStyleFlags};
   kernels.encode(job, coder);
   *pSfBits = coder->sf_bits;
   *pNOfPasses = coder->pass_count;
@@ -567,17 +560,17 @@ zepStatus ZEP_CALL zepiEncodeLoadCodeBlock_JPEG2K_32s_C1R(
 
 zepStatus ZEP_CALL zepiEncodeGetRate_JPEG2K(const zepiEncodeStateJPEG2K* pState, int32_t passNumber,
                                             int32_t* pRate) {
-  if (auto bad = zepjp::codeblock::CheckQuery(pState, passNumber, pRate)) return bad;
+  if (auto bad = CheckQuery(pState, passNumber, pRate)) return bad;
   *pRate = pState->coder->passes[passNumber].rate;
   return zepStatusOk;
 }
 
 zepStatus ZEP_CALL zepiEncodeGetDist_JPEG2K(const zepiEncodeStateJPEG2K* pState, int32_t passNumber,
                                             double* pDist) {
-  if (auto bad = zepjp::codeblock::CheckQuery(pState, passNumber, pDist)) return bad;
+  if (auto bad = CheckQuery(pState, passNumber, pDist)) return bad;
   double sum = 0;
   for (int32_t k = 0; k <= passNumber; ++k) {
-    const zepjp::codeblock::Pass& pass = pState->coder->passes[k];
+    const Pass& pass = pState->coder->passes[k];
     sum += std::ldexp(pass.mantissa, pass.exponent);
   }
   *pDist = sum;
@@ -586,7 +579,7 @@ zepStatus ZEP_CALL zepiEncodeGetDist_JPEG2K(const zepiEncodeStateJPEG2K* pState,
 
 zepStatus ZEP_CALL zepiEncodeGetTermPassLen_JPEG2K(const zepiEncodeStateJPEG2K* pState,
                                                    int32_t passNumber, int32_t* pLength) {
-  if (auto bad = zepjp::codeblock::CheckQuery(pState, passNumber, pLength)) return bad;
+  if (auto bad = CheckQuery(pState, passNumber, pLength)) return bad;
   *pLength = pState->coder->passes[passNumber].length;
   return zepStatusOk;
 }
@@ -594,7 +587,6 @@ zepStatus ZEP_CALL zepiEncodeGetTermPassLen_JPEG2K(const zepiEncodeStateJPEG2K* 
 zepStatus ZEP_CALL zepiEncodeStoreBits_JPEG2K_1u(uint8_t* pDst, int32_t* pDstLen,
                                                  zepiEncodeStateJPEG2K* pState,
                                                  int32_t* pIsNotFinished) {
-  using namespace zepjp::codeblock;
   if (auto bad = CheckState(pState)
                      .Ptr(pDst)
                      .Ptr(pDstLen)
@@ -614,7 +606,7 @@ zepStatus ZEP_CALL zepiEncodeStoreBits_JPEG2K_1u(uint8_t* pDst, int32_t* pDstLen
 
 zepStatus ZEP_CALL zepiEncodeFree_JPEG2K(zepiEncodeStateJPEG2K* pState) {
   if (auto bad = Checks().Ptr(pState).Failed()) return bad;
-  zepjp::codeblock::Free(pState);
+  Free(pState);
   return zepStatusOk;
 }
 #endif  // HWY_ONCE

@@ -142,7 +142,7 @@ class MqEncoder {
     at->interval = left << shift;
     at->code <<= shift;
     at->room -= shift;
-    while (__builtin_expect(at->room <= 0, 0)) PutByte(at);
+    while (HWY_UNLIKELY(at->room <= 0)) PutByte(at);
   }
 
   // `room` is how far the code was shifted beyond a byte, or 0. A carry goes into the last byte; behind FF
@@ -248,8 +248,7 @@ class MqDecoder {
     const uint64_t state = contexts_[context];
     const uint64_t qe = state & kEstimateBits;
     const uint64_t excess = excess_ - qe, code = code_ - qe;
-    if (__builtin_expect(static_cast<int64_t>(excess | code) < 0, 0))
-      return DecodeUnforeseen(context);
+    if (HWY_UNLIKELY(static_cast<int64_t>(excess | code) < 0)) return DecodeUnforeseen(context);
     excess_ = excess;
     code_ = code;
     return state & 1;
@@ -284,7 +283,7 @@ class MqDecoder {
     int shift = __builtin_clzll(left) - 1;
     excess_ = (left << shift) - kHalf;
     code_ = code;
-    while (__builtin_expect(shift > ahead_, 0)) {
+    while (HWY_UNLIKELY(shift > ahead_)) {
       code_ <<= ahead_;
       shift -= ahead_;
       Fill();

@@ -15,8 +15,8 @@ constexpr int32_t kSegmentationSymbols = 32;
 constexpr int32_t kConceal = 0x10000, kKeepBlock = 0x20000, kKeepBitsBelow = 0x40000;
 constexpr int32_t kKeepFlags = 0x80000;
 
-constexpr int kMostPlanes = 31;
-constexpr int kMostPasses = 3 * kMostPlanes - 2;
+constexpr int kMaxPlanes = 31;
+constexpr int kMaxPasses = 3 * kMaxPlanes - 2;
 
 // The passes of a block: a cleanup pass on the highest plane, then three passes on each plane.
 enum PassType { kSignificance, kRefinement, kCleanup };
@@ -30,7 +30,7 @@ constexpr bool IsRaw(int pass, int32_t style) {
 // The pass behind the last one of the codeword segment that holds `pass`.
 constexpr int SegmentEnd(int pass, int32_t style) {
   if ((style & kTerminate) != 0) return pass + 1;
-  if ((style & kBypass) == 0) return kMostPasses;
+  if ((style & kBypass) == 0) return kMaxPasses;
   if (pass < 10) return 10;
   return TypeOf(pass) == kSignificance ? pass + 2 : pass + 1;
 }

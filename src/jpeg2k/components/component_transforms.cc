@@ -28,17 +28,17 @@ namespace zepjp {
 namespace {
 
 // A row: a pointer for each plane, or one for interleaved pixels; the number of pixels.
-using RowFunction = void (*)(const uint8_t* const* src, uint8_t* const* dst, size_t width);
+using ComponentRow = void (*)(const uint8_t* const* src, uint8_t* const* dst, size_t width);
 
 struct Reversible {
-  RowFunction forward_planes, inverse_planes, forward_pixels, inverse_pixels;
+  ComponentRow forward_planes, inverse_planes, forward_pixels, inverse_pixels;
 };
 
 struct Kernels {
   Reversible rct16, rct32;
-  RowFunction ict_forward16, ict_inverse16, ict_forward32, ict_inverse32;
-  RowFunction ict_forward_float, ict_inverse_float;
-  RowFunction ict_forward_float_pixels, ict_inverse_float_pixels;
+  ComponentRow ict_forward16, ict_inverse16, ict_forward32, ict_inverse32;
+  ComponentRow ict_forward_float, ict_inverse_float;
+  ComponentRow ict_forward_float_pixels, ict_inverse_float_pixels;
 };
 
 }  // namespace
@@ -65,13 +65,13 @@ struct Three {
 
 // Where the three components lie; elements have any alignment, so rows are counted in bytes.
 template <class D>
-struct Planes : Span<3, sizeof(hn::TFromD<D>)> {
+struct PlanarPixels : Span<3, sizeof(hn::TFromD<D>)> {
   static constexpr size_t kLanes = hn::MaxLanes(D());
   static HWY_INLINE hn::VFromD<D> LoadOne(const uint8_t* row, size_t x) {
-    return hn::BitCast(D(), hn::LoadU(D8(), row + x * Planes::kBytes));
+    return hn::BitCast(D(), hn::LoadU(D8(), row + x * PlanarPixels::kBytes));
   }
   static HWY_INLINE void StoreOne(hn::VFromD<D> v, uint8_t* row, size_t x) {
-    hn::StoreU(hn::BitCast(D8(), v), D8(), row + x * Planes::kBytes);
+    hn::StoreU(hn::BitCast(D8(), v), D8(), row + x * PlanarPixels::kBytes);
   }
   static HWY_INLINE Three<D> Load(const uint8_t* const* src, size_t x) {
     return {LoadOne(src[0], x), LoadOne(src[1], x), LoadOne(src[2], x)};
@@ -84,16 +84,17 @@ struct Planes : Span<3, sizeof(hn::TFromD<D>)> {
 };
 
 template <class D>
-struct Pixels : Span<1, 3 * sizeof(hn::TFromD<D>)> {
+struct InterleavedPixels : Span<1, 3 * sizeof(hn::TFromD<D>)> {
   static constexpr size_t kLanes = hn::MaxLanes(D());
   static HWY_INLINE Three<D> Load(const uint8_t* const* src, size_t x) {
     Three<D> v;
-    const auto* from = reinterpret_cast<const hn::TFromD<D>*>(src[0] + x * Pixels::kBytes);
+    const auto* from =
+        reinterpret_cast<const hn::TFromD<D>*>(src[0] + x * InterleavedPixels::kBytes);
     hn::LoadInterleaved3(D(), from, v.c0, v.c1, v.c2);
     return v;
   }
   static HWY_INLINE void Store(Three<D> v, uint8_t* const* dst, size_t x) {
-    auto* to = reinterpret_cast<hn::TFromD<D>*>(dst[0] + x * Pixels::kBytes);
+    auto* to = reinterpret_cast<hn::TFromD<D>*>(dst[0] + x * InterleavedPixels::kBytes);
     hn::StoreInterleaved3(v.c0, v.c1, v.c2, D(), to);
   }
 };
@@ -194,8 +195,8 @@ struct IctInverse16 {
 };
 
 // Two vectors as pairs of their lower halves (less 2^15) and of their upper ones.
-struct Halves {
-  HWY_INLINE Halves(V32 first, V32 second) {
+struct HalfWords {
+  HWY_INLINE HalfWords(V32 first, V32 second) {
     const DU32 du;
     const auto a = hn::BitCast(du, first);
     const auto b = hn::BitCast(du, second);
@@ -211,7 +212,7 @@ struct HalfSums {
   V32 l, h;
 };
 
-HWY_INLINE HalfSums AddWeighed(HalfSums sums, const Halves& v, V16 weights) {
+HWY_INLINE HalfSums AddWeighed(HalfSums sums, const HalfWords& v, V16 weights) {
   return {DotAcc(sums.l, v.l, weights), DotAcc(sums.h, v.h, weights)};
 }
 
@@ -245,8 +246,8 @@ struct IctForward32 {
       return {Weigh<4899, 9617, 1868>(rg, b1), Weigh<-2765, -5427, 8192>(rg, b1),
               Weigh<8192, -6860, -1332>(rg, b1)};
     }
-    const Halves rg(rgb.c0, rgb.c1);
-    const Halves b0(rgb.c2, hn::Zero(D32()));
+    const HalfWords rg(rgb.c0, rgb.c1);
+    const HalfWords b0(rgb.c2, hn::Zero(D32()));
     return {Weigh<4899, 9617, 1868>(rg, b0), Weigh<-2765, -5427, 8192>(rg, b0),
             Weigh<8192, -6860, -1332>(rg, b0)};
   }
@@ -258,7 +259,7 @@ struct IctForward32 {
     return Descale(DotAcc(sum, b1, Weights(kBlue, kRound)));
   }
   template <int kRed, int kGreen, int kBlue>
-  static HWY_INLINE V32 Weigh(const Halves& rg, const Halves& b0) {
+  static HWY_INLINE V32 Weigh(const HalfWords& rg, const HalfWords& b0) {
     const HalfSums sums = AddWeighed(StartSums(kRed + kGreen + kBlue), rg, Weights(kRed, kGreen));
     return Join(AddWeighed(sums, b0, Weights(kBlue, 0)));
   }
@@ -269,7 +270,7 @@ struct IctInverse32 {
     if (AllFit16(hn::Or(OffsetFrom16(ycc.c1), OffsetFrom16(ycc.c2)))) {
       return Apply(ycc.c0, LowHalves(ycc.c1, ycc.c2));
     }
-    return Apply(ycc.c0, Halves(ycc.c1, ycc.c2));
+    return Apply(ycc.c0, HalfWords(ycc.c1, ycc.c2));
   }
 
  private:
@@ -283,7 +284,7 @@ struct IctInverse32 {
     return Descale(DotAcc(hn::Set(D32(), kRound), chroma, Weights(kBlue, kRed)));
   }
   template <int kBlue, int kRed>
-  static HWY_INLINE V32 Weigh(const Halves& chroma) {
+  static HWY_INLINE V32 Weigh(const HalfWords& chroma) {
     return Join(AddWeighed(StartSums(kBlue + kRed), chroma, Weights(kBlue, kRed)));
   }
 };
@@ -325,11 +326,13 @@ void TransformRow(const uint8_t* const* src, uint8_t* const* dst, size_t width) 
 }
 
 template <class Transform, class D>
-constexpr RowFunction kPlanesRow = TransformRow<Transform, Planes<D>, Planes<D>>;
+constexpr ComponentRow kPlanesRow = TransformRow<Transform, PlanarPixels<D>, PlanarPixels<D>>;
 template <class Transform, class D>
-constexpr RowFunction kToPlanesRow = TransformRow<Transform, Pixels<D>, Planes<D>>;
+constexpr ComponentRow kToPlanesRow =
+    TransformRow<Transform, InterleavedPixels<D>, PlanarPixels<D>>;
 template <class Transform, class D>
-constexpr RowFunction kToPixelsRow = TransformRow<Transform, Planes<D>, Pixels<D>>;
+constexpr ComponentRow kToPixelsRow =
+    TransformRow<Transform, PlanarPixels<D>, InterleavedPixels<D>>;
 
 template <class D>
 constexpr Reversible kReversible = {
@@ -365,7 +368,7 @@ Kernels kernels;
 ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 
 template <class T>
-zepStatus InPlace(RowFunction kernel, T* const* planes, int32_t step, zepiSize roi) {
+zepStatus InPlace(ComponentRow kernel, T* const* planes, int32_t step, zepiSize roi) {
   if (auto bad = Checks().Planes(planes, 3).Step(step).Size(roi).Failed()) return bad;
   for (int32_t y = 0; y < roi.height; ++y) {
     uint8_t* rows[3];
@@ -376,7 +379,7 @@ zepStatus InPlace(RowFunction kernel, T* const* planes, int32_t step, zepiSize r
 }
 
 template <class T>
-zepStatus ToPlanes(RowFunction kernel, const T* src, int32_t src_step, T* const* dst,
+zepStatus ToPlanes(ComponentRow kernel, const T* src, int32_t src_step, T* const* dst,
                    int32_t dst_step, zepiSize roi) {
   if (auto bad =
           Checks().Ptr(src).Planes(dst, 3).Step(src_step).Step(dst_step).Size(roi).Failed()) {
@@ -392,7 +395,7 @@ zepStatus ToPlanes(RowFunction kernel, const T* src, int32_t src_step, T* const*
 }
 
 template <class T>
-zepStatus ToPixels(RowFunction kernel, const T* const* src, int32_t src_step, T* dst,
+zepStatus ToPixels(ComponentRow kernel, const T* const* src, int32_t src_step, T* dst,
                    int32_t dst_step, zepiSize roi) {
   if (auto bad =
           Checks().Planes(src, 3).Ptr(dst).Step(src_step).Step(dst_step).Size(roi).Failed()) {
@@ -412,10 +415,7 @@ zepStatus ToPixels(RowFunction kernel, const T* const* src, int32_t src_step, T*
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::InPlace;
-using zepjp::kernels;
-using zepjp::ToPixels;
-using zepjp::ToPlanes;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiRCTFwd_JPEG2K_16s_P3IR(int16_t* const pSrcDst[3], int32_t srcDstStep,
                                               zepiSize roiSize) {

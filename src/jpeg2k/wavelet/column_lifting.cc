@@ -112,11 +112,7 @@ zepStatus InverseLift97(LiftKernel97<T> kernel, const T* low0, const T* high0, c
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::ForwardLift53;
-using zepjp::ForwardLift97;
-using zepjp::InverseLift53;
-using zepjp::InverseLift97;
-using zepjp::kernels;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiWTFwdColLift_B53_JPEG2K_16s_C1(const int16_t* pSrc0, const int16_t* pSrc1,
                                                       const int16_t* pSrc2, int16_t* pDstLow0,

@@ -16,9 +16,6 @@ namespace zepjp {
 #  define ZEPJP_WAVELET_COLUMN_PASSES_KERNELS
 namespace {
 
-template <class T>
-using PassKernel = void (*)(const SplitRegion<T>&);
-
 struct Kernels {
   PassKernel<int16_t> forward53_16s, inverse53_16s;
   PassKernel<int32_t> forward53_32s, inverse53_32s;
@@ -52,11 +49,11 @@ class ForwardPassRows {
  public:
   ForwardPassRows(const SplitRegion<T>& region, OutsideRows<T>& outside, int64_t x)
       : region_(region), outside_(outside), x_(x) {}
-  const T* In(int64_t p) const { return RowAt(region_.samples, region_.samples_step, p) + x_; }
+  const T* In(int64_t p) const { return Row(region_.samples, region_.samples_step, p) + x_; }
   T* Out(int64_t p) {
     if (p < 0 || p >= 2 * int64_t{region_.size.height}) return outside_.At(p);
-    return ((p + region_.phase) & 1) != 0 ? RowAt(region_.high, region_.high_step, p >> 1) + x_
-                                          : RowAt(region_.low, region_.low_step, p >> 1) + x_;
+    return ((p + region_.phase) & 1) != 0 ? Row(region_.high, region_.high_step, p >> 1) + x_
+                                          : Row(region_.low, region_.low_step, p >> 1) + x_;
   }
   void Done(int64_t) {}
 
@@ -72,12 +69,12 @@ class InversePassRows {
   InversePassRows(const SplitRegion<T>& region, OutsideRows<T>& outside, int64_t x)
       : region_(region), outside_(outside), x_(x) {}
   const T* In(int64_t p) const {
-    return ((p + region_.phase) & 1) != 0 ? RowAt(region_.high, region_.high_step, p >> 1) + x_
-                                          : RowAt(region_.low, region_.low_step, p >> 1) + x_;
+    return ((p + region_.phase) & 1) != 0 ? Row(region_.high, region_.high_step, p >> 1) + x_
+                                          : Row(region_.low, region_.low_step, p >> 1) + x_;
   }
   T* Out(int64_t p) {
     if (p < 0 || p >= 2 * int64_t{region_.size.height}) return outside_.At(p);
-    return RowAt(region_.samples, region_.samples_step, p) + x_;
+    return Row(region_.samples, region_.samples_step, p) + x_;
   }
   void Enter(int64_t) {}
 
@@ -139,9 +136,7 @@ ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::ForwardPass;
-using zepjp::InversePass;
-using zepjp::kernels;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiWTFwdCol_B53_JPEG2K_16s_C1R(const int16_t* pSrc, int32_t srcStep,
                                                    int16_t* pDstLow, int32_t dstLowStep,

@@ -12,9 +12,6 @@ namespace zepjp {
 #  define ZEPJP_WAVELET_ROW_PASSES_KERNELS
 namespace {
 
-template <class T>
-using PassKernel = void (*)(const SplitRegion<T>&);
-
 struct Kernels {
   PassKernel<int16_t> forward53_16s, inverse53_16s;
   PassKernel<int32_t> forward53_32s, inverse53_32s;
@@ -69,9 +66,9 @@ void ForwardRows(const SplitRegion<typename Filter::Element>& region) {
   const int phase = region.phase;
   const RowShape shape = {phase - kReach, 2 * n - 2 + phase + kReach, phase};
   for (int64_t y = 0; y < region.size.height; ++y) {
-    const T* const src = RowAt(region.samples, region.samples_step, y);
-    T* const low = RowAt(region.low, region.low_step, y);
-    T* const high = RowAt(region.high, region.high_step, y);
+    const T* const src = Row(region.samples, region.samples_step, y);
+    T* const low = Row(region.low, region.low_step, y);
+    T* const high = Row(region.high, region.high_step, y);
     ForwardRow<T>(src, shape, low, n, high, n).template Run<Filter>();
     if constexpr (hwy::IsFloat<T>()) ConvolveEnds(src, n, phase, low, high);
   }
@@ -85,9 +82,9 @@ void InverseRows(const SplitRegion<typename Filter::Element>& region) {
   const int phase = region.phase;
   const RowShape shape = {1 - phase - kReach, 2 * n - 1 - phase + kReach, phase};
   for (int64_t y = 0; y < region.size.height; ++y) {
-    const T* const low = RowAt(region.low, region.low_step, y);
-    const T* const high = RowAt(region.high, region.high_step, y);
-    T* const dst = RowAt(region.samples, region.samples_step, y);
+    const T* const low = Row(region.low, region.low_step, y);
+    const T* const high = Row(region.high, region.high_step, y);
+    T* const dst = Row(region.samples, region.samples_step, y);
     InverseRow<T>(low, high, shape, dst, 2 * n).template Run<Filter>();
   }
 }
@@ -120,9 +117,7 @@ ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::ForwardPass;
-using zepjp::InversePass;
-using zepjp::kernels;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiWTFwdRow_B53_JPEG2K_16s_C1R(const int16_t* pSrc, int32_t srcStep,
                                                    int16_t* pDstLow, int32_t dstLowStep,

@@ -32,7 +32,7 @@ struct Tile {
 
 // The planes hold the four quadrants of a tile in place, cut in the middle (rounded up).
 template <class T>
-struct Planes {
+struct Subbands {
   T* const* plane;
   const int32_t* step;
 };
@@ -42,8 +42,8 @@ template <class T>
 struct TileKernels {
   void (*forward)(const Tile<T>& tile, uint8_t* buffer);
   void (*inverse)(const Tile<T>& tile, uint8_t* buffer);
-  void (*to_planes)(const Tile<T>& tile, const Planes<T>& planes, uint8_t* buffer);
-  void (*from_planes)(const Tile<T>& tile, const Planes<T>& planes, uint8_t* buffer);
+  void (*to_planes)(const Tile<T>& tile, const Subbands<T>& planes, uint8_t* buffer);
+  void (*from_planes)(const Tile<T>& tile, const Subbands<T>& planes, uint8_t* buffer);
 };
 
 struct Kernels {
@@ -53,7 +53,7 @@ struct Kernels {
   TileKernels<int32_t> d97_32s;
   // For processors of the low-power line, which have small caches: another schedule, the same arithmetic.
   void (*low_power_inverse)(const Tile<int16_t>& tile, uint8_t* buffer);
-  void (*low_power_from_planes)(const Tile<int16_t>& tile, const Planes<int16_t>& planes,
+  void (*low_power_from_planes)(const Tile<int16_t>& tile, const Subbands<int16_t>& planes,
                                 uint8_t* buffer);
 };
 
@@ -111,7 +111,7 @@ template <class T>
 class RowsInPlace {
  public:
   RowsInPlace(const Tile<T>& tile, int64_t x) : tile_(tile), x_(x) {}
-  T* In(int64_t p) const { return RowAt(tile_.data, tile_.step, p) + x_; }
+  T* In(int64_t p) const { return Row(tile_.data, tile_.step, p) + x_; }
   T* Out(int64_t p) const { return In(p); }
   void Enter(int64_t) {}
   void Done(int64_t) {}
@@ -168,11 +168,11 @@ void MoveRows(const Tile<T>& tile, uint8_t* buffer, const Source& source,
               const Transform& transform) {
   const SpareRow<T> saved(buffer, tile.rect.width);
   Permute(tile.rect.height, source, [&](int64_t from, int64_t to) ZEP_ATTR {
-    T* const src = from < 0 ? saved.get() : RowAt(tile.data, tile.step, from);
+    T* const src = from < 0 ? saved.get() : Row(tile.data, tile.step, from);
     if (to < 0) {
       CopyBytes(src, saved.get(), static_cast<size_t>(tile.rect.width) * sizeof(T));
     } else {
-      transform(src, RowAt(tile.data, tile.step, to));
+      transform(src, Row(tile.data, tile.step, to));
     }
   });
 }
@@ -203,11 +203,11 @@ void Inverse(const Tile<T>& tile, uint8_t* buffer) {
 // less than the left planes are wide: the first high one is their last. Such rows are put together in
 // a spare row.
 template <class Filter>
-class PlaneRows {
+class SubbandRows {
  public:
   using T = typename Filter::Element;
 
-  PlaneRows(const Planes<T>& planes, const zepiRect& rect, uint8_t* spare)
+  SubbandRows(const Subbands<T>& planes, const zepiRect& rect, uint8_t* spare)
       : planes_(planes),
         down_(ColumnSplit(rect)),
         across_(RowSplit(rect)),
@@ -246,14 +246,14 @@ class PlaneRows {
   T* At(int plane, int64_t p) const {
     const int64_t place = down_.Place(p);
     return place < top_height_
-               ? RowAt(planes_.plane[plane], planes_.step[plane], place)
-               : RowAt(planes_.plane[plane + 1], planes_.step[plane + 1], place - top_height_);
+               ? Row(planes_.plane[plane], planes_.step[plane], place)
+               : Row(planes_.plane[plane + 1], planes_.step[plane + 1], place - top_height_);
   }
   static void Copy(const T* from, T* to, int64_t count) {
     CopyBytes(from, to, static_cast<size_t>(count) * sizeof(T));
   }
 
-  const Planes<T> planes_;
+  const Subbands<T> planes_;
   const Split down_, across_;
   const int64_t left_width_, top_height_;
   const SpareRow<T> spare_;
@@ -265,14 +265,14 @@ class RowsToPlanes {
  public:
   using T = typename Filter::Element;
 
-  RowsToPlanes(const Tile<T>& tile, const Planes<T>& planes, uint8_t* buffer)
+  RowsToPlanes(const Tile<T>& tile, const Subbands<T>& planes, uint8_t* buffer)
       : tile_(tile),
         ring_(reinterpret_cast<T*>(buffer)),
         ring_step_(BufferStep<T>(tile.rect.width)),
-        planes_(planes, tile.rect, RowAt(buffer, ring_step_, tile.rect.height)) {}
+        planes_(planes, tile.rect, Row(buffer, ring_step_, tile.rect.height)) {}
 
-  const T* In(int64_t p) const { return RowAt(tile_.data, tile_.step, p); }
-  T* Out(int64_t p) const { return RowAt(ring_, ring_step_, p & (kRing - 1)); }
+  const T* In(int64_t p) const { return Row(tile_.data, tile_.step, p); }
+  T* Out(int64_t p) const { return Row(ring_, ring_step_, p & (kRing - 1)); }
   void Done(int64_t p) { planes_.Forward(Out(p), p); }
 
  private:
@@ -282,7 +282,7 @@ class RowsToPlanes {
   const Tile<T>& tile_;
   T* const ring_;
   const int32_t ring_step_;
-  PlaneRows<Filter> planes_;
+  SubbandRows<Filter> planes_;
 };
 
 // Rows that come from planes and are worked on at their destination.
@@ -291,20 +291,20 @@ class RowsFromPlanes {
  public:
   using T = typename Filter::Element;
 
-  RowsFromPlanes(const Tile<T>& tile, const Planes<T>& planes, uint8_t* buffer)
+  RowsFromPlanes(const Tile<T>& tile, const Subbands<T>& planes, uint8_t* buffer)
       : tile_(tile), planes_(planes, tile.rect, buffer) {}
 
-  T* In(int64_t p) const { return RowAt(tile_.data, tile_.step, p); }
+  T* In(int64_t p) const { return Row(tile_.data, tile_.step, p); }
   T* Out(int64_t p) const { return In(p); }
   void Enter(int64_t p) { planes_.Inverse(p, In(p)); }
 
  private:
   const Tile<T>& tile_;
-  PlaneRows<Filter> planes_;
+  SubbandRows<Filter> planes_;
 };
 
 template <class Filter, class T>
-void ToPlanes(const Tile<T>& tile, const Planes<T>& planes, uint8_t* buffer) {
+void ToPlanes(const Tile<T>& tile, const Subbands<T>& planes, uint8_t* buffer) {
   RowsToPlanes<Filter> rows(tile, planes, buffer);
   Columns<Filter, RowsToPlanes<Filter>>(rows, ColumnExtent(tile.rect),
                                         static_cast<size_t>(tile.rect.width))
@@ -312,7 +312,7 @@ void ToPlanes(const Tile<T>& tile, const Planes<T>& planes, uint8_t* buffer) {
 }
 
 template <class Filter, class T>
-void FromPlanes(const Tile<T>& tile, const Planes<T>& planes, uint8_t* buffer) {
+void FromPlanes(const Tile<T>& tile, const Subbands<T>& planes, uint8_t* buffer) {
   RowsFromPlanes<Filter> rows(tile, planes, buffer);
   Columns<Filter, RowsFromPlanes<Filter>>(rows, ColumnExtent(tile.rect),
                                           static_cast<size_t>(tile.rect.width))
@@ -321,7 +321,7 @@ void FromPlanes(const Tile<T>& tile, const Planes<T>& planes, uint8_t* buffer) {
 
 // All rows first, then the columns in narrow blocks.
 template <class Filter, class T>
-void LowPowerFromPlanes(const Tile<T>& tile, const Planes<T>& planes, uint8_t* buffer) {
+void LowPowerFromPlanes(const Tile<T>& tile, const Subbands<T>& planes, uint8_t* buffer) {
   RowsFromPlanes<Filter> rows(tile, planes, buffer);
   for (int64_t p = 0; p < tile.rect.height; ++p) rows.Enter(p);
   InverseColumns<Filter, kLowPowerBlockBytes>(tile);
@@ -385,7 +385,7 @@ zepStatus CheckTile(Checks pointers, int32_t step, T* const* planes, const int32
 }
 
 template <class T>
-zepStatus SplitTile(void (*kernel)(const Tile<T>&, const Planes<T>&, uint8_t*), const T* src,
+zepStatus SplitTile(void (*kernel)(const Tile<T>&, const Subbands<T>&, uint8_t*), const T* src,
                     int32_t src_step, const zepiRect* rect, T* const* planes, const int32_t* steps,
                     uint8_t* buffer) {
   const Checks pointers = Checks().Ptr(src).Ptr(planes).Ptr(steps).Ptr(rect).Ptr(buffer);
@@ -395,7 +395,7 @@ zepStatus SplitTile(void (*kernel)(const Tile<T>&, const Planes<T>&, uint8_t*), 
 }
 
 template <class T>
-zepStatus JoinTile(void (*kernel)(const Tile<T>&, const Planes<T>&, uint8_t*),
+zepStatus JoinTile(void (*kernel)(const Tile<T>&, const Subbands<T>&, uint8_t*),
                    const T* const* planes, const int32_t* steps, T* dst, int32_t dst_step,
                    const zepiRect* rect, uint8_t* buffer) {
   const Checks pointers = Checks().Ptr(planes).Ptr(dst).Ptr(steps).Ptr(rect).Ptr(buffer);
@@ -432,11 +432,7 @@ zepStatus BufferSize(const BufferNeed& need, const zepiRect* rect, int32_t* size
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::BufferSize;
-using zepjp::InPlace;
-using zepjp::JoinTile;
-using zepjp::kernels;
-using zepjp::SplitTile;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiWTFwd_B53_JPEG2K_16s_C1IR(int16_t* pSrcDst, int32_t srcDstStep,
                                                  const zepiRect* pTileRect, uint8_t* pBuffer) {

@@ -100,9 +100,9 @@ HWY_INLINE T Load(const void* from) {
 }
 
 // The highest `valid` bits of the window are the next of the stream, the others are 0.
-class Window {
+class BitWindow {
  public:
-  explicit HWY_INLINE Window(const BitSource& from)
+  explicit HWY_INLINE BitWindow(const BitSource& from)
       : from_(*from.bytes), bits_(uint64_t{*from.accumulator} << 32), valid_(*from.count) {
     bits_ = valid_ == 0 ? 0 : bits_ & (~uint64_t{0} << (64 - valid_));
   }
@@ -179,7 +179,7 @@ HWY_INLINE uint32_t NonZeros(const T* block, ptrdiff_t step) {
 template <bool kRefine, class T>
 HWY_INLINE void DecodeBlock(const BitSource& from, T* block, ptrdiff_t step, uint32_t m,
                             uint32_t multiplier) {
-  Window window(from);
+  BitWindow window(from);
   const uint64_t limit = (uint64_t{1} << (64 - m)) - 1;
   const uint32_t coded = kRefine ? NonZeros(block, step) : 0;
   HWY_ALIGN int32_t fields[16];
@@ -391,22 +391,22 @@ zepStatus Encode(Kernel kernel, const T* block, int32_t step, const int32_t* pac
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::kernels;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiFLCDecode4x4_JPEGXR_1u32s_C1IR(const uint8_t** ppSrc, uint32_t* pAcc,
                                                       uint32_t* pBitCount, int32_t* pSrcDst,
                                                       int32_t srcDstStep, uint32_t modelBits,
                                                       int32_t multiplier, uint32_t refine) {
-  return zepjp::Decode(kernels.decode32, {ppSrc, pAcc, pBitCount}, pSrcDst, srcDstStep, modelBits,
-                       multiplier, refine);
+  return Decode(kernels.decode32, {ppSrc, pAcc, pBitCount}, pSrcDst, srcDstStep, modelBits,
+                multiplier, refine);
 }
 
 zepStatus ZEP_CALL zepiFLCDecode4x4_JPEGXR_1u16s_C1IR(const uint8_t** ppSrc, uint32_t* pAcc,
                                                       uint32_t* pBitCount, int16_t* pSrcDst,
                                                       int32_t srcDstStep, uint32_t modelBits,
                                                       int16_t multiplier, uint32_t refine) {
-  return zepjp::Decode(kernels.decode16, {ppSrc, pAcc, pBitCount}, pSrcDst, srcDstStep, modelBits,
-                       multiplier, refine);
+  return Decode(kernels.decode16, {ppSrc, pAcc, pBitCount}, pSrcDst, srcDstStep, modelBits,
+                multiplier, refine);
 }
 
 zepStatus ZEP_CALL zepiFLCEncode4x4_JPEGXR_32s1u_C1R(const int32_t* pSrc, int32_t srcStep,
@@ -414,8 +414,8 @@ zepStatus ZEP_CALL zepiFLCEncode4x4_JPEGXR_32s1u_C1R(const int32_t* pSrc, int32_
                                                      uint32_t* pAcc, uint32_t* pBitCount,
                                                      uint32_t modelBits, uint32_t trimBits,
                                                      uint32_t coded) {
-  return zepjp::Encode(kernels.encode32, pSrc, srcStep, pPacked, {ppDst, pAcc, pBitCount},
-                       modelBits, trimBits, coded);
+  return Encode(kernels.encode32, pSrc, srcStep, pPacked, {ppDst, pAcc, pBitCount}, modelBits,
+                trimBits, coded);
 }
 
 zepStatus ZEP_CALL zepiFLCEncode4x4_JPEGXR_16s1u_C1R(const int16_t* pSrc, int32_t srcStep,
@@ -423,7 +423,7 @@ zepStatus ZEP_CALL zepiFLCEncode4x4_JPEGXR_16s1u_C1R(const int16_t* pSrc, int32_
                                                      uint32_t* pAcc, uint32_t* pBitCount,
                                                      uint32_t modelBits, uint32_t trimBits,
                                                      uint32_t coded) {
-  return zepjp::Encode(kernels.encode16, pSrc, srcStep, pPacked, {ppDst, pAcc, pBitCount},
-                       modelBits, trimBits, coded);
+  return Encode(kernels.encode16, pSrc, srcStep, pPacked, {ppDst, pAcc, pBitCount}, modelBits,
+                trimBits, coded);
 }
 #endif  // HWY_ONCE

@@ -286,9 +286,9 @@ void Area(uint8_t* data, ptrdiff_t step) {
 
 // Blocks anywhere in a region, collected until there are enough for a pass.
 template <class T, class Transform>
-class Collector {
+class BlockBatch {
  public:
-  explicit HWY_INLINE Collector(ptrdiff_t step) : step_(step) { CopyZeros(); }
+  explicit HWY_INLINE BlockBatch(ptrdiff_t step) : step_(step) { CopyZeros(); }
 
   HWY_INLINE void Add(uint8_t* block) {
     blocks_[count_++] = block;
@@ -335,7 +335,7 @@ void Region(uint8_t* data, ptrdiff_t step, size_t blocks_wide, size_t blocks_hig
   constexpr size_t kBytes = 4 * sizeof(T);
   constexpr size_t kRegister = kBlocks * kBytes / 4;
   const size_t whole = blocks_wide / kBlocks * kBlocks;
-  Collector<T, Transform> rest(step);
+  BlockBatch<T, Transform> rest(step);
   for (size_t y = 0; y < blocks_high; ++y) {
     uint8_t* const row = data + static_cast<ptrdiff_t>(4 * y) * step;
     for (size_t x = 0; x < whole; x += kBlocks) {
@@ -405,24 +405,24 @@ zepStatus Area(void (*kernel)(uint8_t*, ptrdiff_t), T* data, int32_t step) {
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::kernels;
+using namespace zepjp;
 
 #  define ZEP_TRANSFORM(direction, type, T, functions)                                           \
     zepStatus ZEP_CALL zepiPCT##direction##_JPEGXR_##type##_C1IR(T* pSrcDst, int32_t srcDstStep, \
                                                                  zepiSize roiSize) {             \
-      return zepjp::Region(kernels.functions, pSrcDst, srcDstStep, roiSize);                     \
+      return Region(kernels.functions, pSrcDst, srcDstStep, roiSize);                            \
     }                                                                                            \
     zepStatus ZEP_CALL zepiPCT##direction##16x16_JPEGXR_##type##_C1IR(T* pSrcDst,                \
                                                                       int32_t srcDstStep) {      \
-      return zepjp::Area<16>(kernels.functions.area16x16, pSrcDst, srcDstStep);                  \
+      return Area<16>(kernels.functions.area16x16, pSrcDst, srcDstStep);                         \
     }                                                                                            \
     zepStatus ZEP_CALL zepiPCT##direction##8x16_JPEGXR_##type##_C1IR(T* pSrcDst,                 \
                                                                      int32_t srcDstStep) {       \
-      return zepjp::Area<8>(kernels.functions.area8x16, pSrcDst, srcDstStep);                    \
+      return Area<8>(kernels.functions.area8x16, pSrcDst, srcDstStep);                           \
     }                                                                                            \
     zepStatus ZEP_CALL zepiPCT##direction##8x8_JPEGXR_##type##_C1IR(T* pSrcDst,                  \
                                                                     int32_t srcDstStep) {        \
-      return zepjp::Area<8>(kernels.functions.area8x8, pSrcDst, srcDstStep);                     \
+      return Area<8>(kernels.functions.area8x8, pSrcDst, srcDstStep);                            \
     }
 
 ZEP_TRANSFORM(Fwd, 16s, int16_t, forward16)

@@ -10,11 +10,10 @@
 #include "jpegxr/vlc/vlc_reader.h"
 #include "simd/dispatch.h"
 
-// Scalar code, compiled for its shifts: AVX2's processors have BMI2 too.
-#define HWY_DISABLED_TARGETS (HWY_SSE4 | HWY_AVX3)
+#define HWY_DISABLED_TARGETS ZEP_ALL_BUT_SCALAR_TARGETS
 #define HWY_TARGET_INCLUDE "jpegxr/vlc/vlc_decoder.cc"
 #include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#include "simd/scalar-inl.h"
 
 #ifndef ZEPJP_VLC_DECODER_KERNELS
 #  define ZEPJP_VLC_DECODER_KERNELS
@@ -128,9 +127,7 @@ HWY_NOINLINE FirstCoefficient TakeRareFirst(uint32_t table, uint32_t level_table
 }  // namespace zepjp
 #endif
 
-#if HWY_TARGET == HWY_AVX2
-HWY_PUSH_ATTRIBUTES("bmi,bmi2")
-#endif
+ZEP_BEFORE_SCALAR_NAMESPACE("bmi,bmi2");
 namespace zepjp::HWY_NAMESPACE {
 namespace {
 
@@ -172,9 +169,9 @@ class Lookup {
 
 // A block in the midst of decoding. Calls store(slot, level) for each coefficient.
 template <class Store>
-class BlockDecoder {
+class VlcBlockDecoder {
  public:
-  HWY_INLINE BlockDecoder(const BlockTables& tables, const BitSource& from, const Store& store)
+  HWY_INLINE VlcBlockDecoder(const BlockTables& tables, const BitSource& from, const Store& store)
       : tables_(tables), lookup_(tables), reader_(from), store_(store) {}
 
   // Returns how many there are.
@@ -307,7 +304,7 @@ class BlockDecoder {
 template <class Store>
 HWY_INLINE uint32_t DecodeBlock(const BlockTables& tables, uint32_t first_slot,
                                 const BitSource& from, const Store& store) {
-  return BlockDecoder<Store>(tables, from, store).Decode(first_slot, from);
+  return VlcBlockDecoder<Store>(tables, from, store).Decode(first_slot, from);
 }
 
 // Where coefficients go, by their slots. (No lambdas: they would not be compiled for the instruction set.)
@@ -380,9 +377,7 @@ constexpr Kernels kKernels = {
 
 }  // namespace
 }  // namespace zepjp::HWY_NAMESPACE
-#if HWY_TARGET == HWY_AVX2
-HWY_POP_ATTRIBUTES
-#endif
+ZEP_AFTER_SCALAR_NAMESPACE();
 
 #if HWY_ONCE
 namespace zepjp {
@@ -408,7 +403,7 @@ zepStatus DecodeJoint(uint32_t first_slot, const BitSource& from, zepiVLCState* 
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::kernels;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiVLCDecode4x4_JPEGXR_1u16s_C1R(const uint8_t** ppSrc, uint32_t* pAcc,
                                                      uint32_t* pBitCount, uint32_t modelBits,
@@ -431,20 +426,20 @@ zepStatus ZEP_CALL zepiVLCDecode4x4_JPEGXR_1u32s_C1R(const uint8_t** ppSrc, uint
 zepStatus ZEP_CALL zepiVLCDecodeDC420_JPEGXR_1u32s(const uint8_t** ppSrc, uint32_t* pAcc,
                                                    uint32_t* pBitCount, zepiVLCState* pState,
                                                    int32_t* pDst) {
-  return zepjp::DecodeJoint(zepjp::kFirstSlotOf420, {ppSrc, pAcc, pBitCount}, pState, pDst);
+  return DecodeJoint(kFirstSlotOf420, {ppSrc, pAcc, pBitCount}, pState, pDst);
 }
 
 zepStatus ZEP_CALL zepiVLCDecodeDC422_JPEGXR_1u32s(const uint8_t** ppSrc, uint32_t* pAcc,
                                                    uint32_t* pBitCount, zepiVLCState* pState,
                                                    int32_t* pDst) {
-  return zepjp::DecodeJoint(zepjp::kFirstSlotOf422, {ppSrc, pAcc, pBitCount}, pState, pDst);
+  return DecodeJoint(kFirstSlotOf422, {ppSrc, pAcc, pBitCount}, pState, pDst);
 }
 
 zepStatus ZEP_CALL zepiVLCDecodeDC444_JPEGXR_1u32s(const uint8_t** ppSrc, uint32_t* pAcc,
                                                    uint32_t* pBitCount, zepiVLCState* pState,
                                                    int32_t* pDst) {
-  const zepjp::BitSource from = {ppSrc, pAcc, pBitCount};
-  if (auto bad = zepjp::CheckPointers(from, pState, pDst)
+  const BitSource from = {ppSrc, pAcc, pBitCount};
+  if (auto bad = CheckPointers(from, pState, pDst)
                      .Refuse([&] { return from.IsTooLong(); }, zepStatusOutOfRange)
                      .Failed()) {
     return bad;
@@ -452,7 +447,7 @@ zepStatus ZEP_CALL zepiVLCDecodeDC444_JPEGXR_1u32s(const uint8_t** ppSrc, uint32
   int32_t levels[16] = {};
   std::memcpy(levels, static_cast<const void*>(pDst), sizeof(int32_t));
   const bool is_chroma = levels[0] != 0;
-  kernels.decode_lowpass(zepjp::Unwrap(pState), is_chroma, from, levels);
+  kernels.decode_lowpass(Unwrap(pState), is_chroma, from, levels);
   std::memcpy(static_cast<void*>(pDst + 1), levels + 1, 15 * sizeof(int32_t));
   return zepStatusOk;
 }

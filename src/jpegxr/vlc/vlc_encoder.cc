@@ -103,9 +103,9 @@ HWY_INLINE SlotCodes CodesIn(uint32_t context, const BlockTables& tables, uint32
 
 // A block in the midst of coding. `levels` gives the levels of slots in bytes, and escaped ones.
 template <class Levels>
-class BlockEncoder {
+class VlcBlockEncoder {
  public:
-  HWY_INLINE BlockEncoder(const BlockTables& tables, const Levels& levels, const BitTarget& to)
+  HWY_INLINE VlcBlockEncoder(const BlockTables& tables, const Levels& levels, const BitTarget& to)
       : tables_(tables),
         levels_(levels),
         level_tables_(tables.level[0]->index | tables.level[1]->index << 1),
@@ -251,11 +251,11 @@ alignas(16) constexpr uint8_t kPlaces[16] = {0, 1, 4, 5, 3, 2, 7, 6, 12, 13, 8, 
 
 alignas(16) constexpr int32_t kAllButFirst[4] = {0, -1, -1, -1};
 
-class Block {
+class VlcBlock {
  public:
   template <class T>
-  HWY_INLINE static Block Load(const BlockSource& from) {
-    Block block;
+  HWY_INLINE static VlcBlock Load(const BlockSource& from) {
+    VlcBlock block;
     for (size_t y = 0; y < 4; ++y) block.values_[y] = LoadRow<T>(from.block + y * from.step);
     block.Split(from.model_bits);
     return block;
@@ -317,7 +317,7 @@ struct ScannedLevels {
 };
 
 template <class T>
-HWY_INLINE uint32_t EncodeScanned(const BlockSource& from, const Block& block, VlcState* state,
+HWY_INLINE uint32_t EncodeScanned(const BlockSource& from, const VlcBlock& block, VlcState* state,
                                   bool is_chroma, const BitTarget& to) {
   VlcScanEntry* const scan = CurrentScan(state);
   const V8 order = hn::TableLookupBytes(hn::Load(D8(), kPlaces), ScanOrder(scan));
@@ -326,8 +326,8 @@ HWY_INLINE uint32_t EncodeScanned(const BlockSource& from, const Block& block, V
   if (slots == 0) return 0;
   alignas(16) uint8_t bytes[16];
   hn::Store(levels, D8(), bytes);
-  BlockEncoder<ScannedLevels<T>>(TablesOf(state, kHighpassTables, is_chroma), {scan, bytes, &from},
-                                 to)
+  VlcBlockEncoder<ScannedLevels<T>>(TablesOf(state, kHighpassTables, is_chroma),
+                                    {scan, bytes, &from}, to)
       .Encode(slots, 1, to);
   return static_cast<uint32_t>(__builtin_popcount(slots));
 }
@@ -344,7 +344,8 @@ zepStatus ZEP_CALL Encode(const T* source, uint32_t step, uint32_t channel, uint
     return bad;
   }
   const BlockSource from = {reinterpret_cast<const uint8_t*>(source), step, model_bits, 0};
-  context->count += EncodeScanned<T>(from, Block::Load<T>(from), Unwrap(state), channel != 0, to);
+  context->count +=
+      EncodeScanned<T>(from, VlcBlock::Load<T>(from), Unwrap(state), channel != 0, to);
   return zepStatusOk;
 }
 
@@ -363,7 +364,7 @@ zepStatus ZEP_CALL EncodeFlex(const T* source, uint32_t step, uint32_t channel, 
     return bad;
   }
   const BlockSource from = {reinterpret_cast<const uint8_t*>(source), step, model_bits, trim_bits};
-  const Block block = Block::Load<T>(from);
+  const VlcBlock block = VlcBlock::Load<T>(from);
   context->count += EncodeScanned<T>(from, block, Unwrap(state), channel != 0, to);
   block.StoreRefinement(model_bits, trim_bits, reinterpret_cast<uint8_t*>(packed));
   return zepStatusOk;
@@ -372,7 +373,7 @@ zepStatus ZEP_CALL EncodeFlex(const T* source, uint32_t step, uint32_t channel, 
 uint32_t ScanLowpass(const uint8_t* values, uint32_t model_bits, VlcState* state, uint8_t* pairs,
                      uint8_t* packed) {
   VlcScanEntry* const scan = CurrentScan(state);
-  const Block block = Block::Load<int32_t>({values, 16, model_bits, 0});
+  const VlcBlock block = VlcBlock::Load<int32_t>({values, 16, model_bits, 0});
   alignas(16) int32_t levels[16];
   alignas(16) uint8_t places[16];
   const V8 order = ScanOrder(scan);
@@ -413,7 +414,7 @@ void EncodeLowpass(const uint8_t* pairs, uint32_t count, uint32_t first_slot, Vl
     CopyBytes(pairs + sizeof(run), &levels[slot], sizeof(int32_t));
     slots |= 1u << slot;
   }
-  BlockEncoder<PlainLevels>(TablesOf(state, kLowpassTables, is_chroma), {levels}, to)
+  VlcBlockEncoder<PlainLevels>(TablesOf(state, kLowpassTables, is_chroma), {levels}, to)
       .Encode(slots, first_slot, to);
 }
 
@@ -455,12 +456,12 @@ zepStatus EncodePairs(const int32_t* pairs, uint32_t count, uint32_t max_count, 
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::kernels;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiVLCScan4x4DC_JPEGXR_32s(const int32_t* pSrc, uint32_t modelBits,
                                                zepiVLCState* pState, int32_t* pRunLevel,
                                                uint32_t* pPairCount, int32_t* pPacked) {
-  if (auto bad = zepjp::Checks()
+  if (auto bad = Checks()
                      .Ptr(pSrc)
                      .Ptr(pState)
                      .Ptr(pRunLevel)
@@ -471,7 +472,7 @@ zepStatus ZEP_CALL zepiVLCScan4x4DC_JPEGXR_32s(const int32_t* pSrc, uint32_t mod
     return bad;
   }
   *pPairCount = kernels.scan_lowpass(reinterpret_cast<const uint8_t*>(pSrc), modelBits,
-                                     zepjp::Unwrap(pState), reinterpret_cast<uint8_t*>(pRunLevel),
+                                     Unwrap(pState), reinterpret_cast<uint8_t*>(pRunLevel),
                                      reinterpret_cast<uint8_t*>(pPacked));
   return zepStatusOk;
 }
@@ -479,23 +480,22 @@ zepStatus ZEP_CALL zepiVLCScan4x4DC_JPEGXR_32s(const int32_t* pSrc, uint32_t mod
 zepStatus ZEP_CALL zepiVLCEncodeDC420_JPEGXR_32s1u(const int32_t* pRunLevel, uint32_t pairCount,
                                                    uint8_t** ppDst, uint32_t* pAcc,
                                                    uint32_t* pBitCount, zepiVLCState* pState) {
-  return zepjp::EncodePairs(pRunLevel, pairCount, 6, zepjp::kFirstSlotOf420, true,
-                            {ppDst, pAcc, pBitCount}, pState);
+  return EncodePairs(pRunLevel, pairCount, 6, kFirstSlotOf420, true, {ppDst, pAcc, pBitCount},
+                     pState);
 }
 
 zepStatus ZEP_CALL zepiVLCEncodeDC422_JPEGXR_32s1u(const int32_t* pRunLevel, uint32_t pairCount,
                                                    uint8_t** ppDst, uint32_t* pAcc,
                                                    uint32_t* pBitCount, zepiVLCState* pState) {
-  return zepjp::EncodePairs(pRunLevel, pairCount, 14, zepjp::kFirstSlotOf422, true,
-                            {ppDst, pAcc, pBitCount}, pState);
+  return EncodePairs(pRunLevel, pairCount, 14, kFirstSlotOf422, true, {ppDst, pAcc, pBitCount},
+                     pState);
 }
 
 zepStatus ZEP_CALL zepiVLCEncodeDC444_JPEGXR_32s1u(const int32_t* pRunLevel, uint32_t pairCount,
                                                    uint32_t channel, uint8_t** ppDst,
                                                    uint32_t* pAcc, uint32_t* pBitCount,
                                                    zepiVLCState* pState) {
-  return zepjp::EncodePairs(pRunLevel, pairCount, 16, 1, channel != 0, {ppDst, pAcc, pBitCount},
-                            pState);
+  return EncodePairs(pRunLevel, pairCount, 16, 1, channel != 0, {ppDst, pAcc, pBitCount}, pState);
 }
 
 zepStatus ZEP_CALL zepiVLCEncode4x4_JPEGXR_16s1u_C1R(const int16_t* pSrc, uint32_t srcStep,

@@ -123,34 +123,34 @@ zepStatus CheckScan(const zepiVLCState* state, uint32_t scan) {
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::Checks;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiVLCGetStateSize_JPEGXR(int32_t* pSize) {
   if (auto bad = Checks().Ptr(pSize).Failed()) return bad;
-  *pSize = sizeof(zepjp::VlcState);
+  *pSize = sizeof(VlcState);
   return zepStatusOk;
 }
 
 zepStatus ZEP_CALL zepiVLCInit_JPEGXR(zepiVLCState* pState) {
   if (auto bad = Checks().Ptr(pState).Failed()) return bad;
-  zepjp::Init(zepjp::Unwrap(pState));
+  Init(Unwrap(pState));
   return zepStatusOk;
 }
 
 zepStatus ZEP_CALL zepiVLCAdapt_JPEGXR(zepiVLCState* pState, uint32_t group) {
   if (auto bad = Checks().Ptr(pState).Refuse(group > 1, zepStatusOutOfRange).Failed()) return bad;
-  zepjp::AdaptGroup(group, zepjp::Unwrap(pState));
+  AdaptGroup(group, Unwrap(pState));
   return zepStatusOk;
 }
 
 zepStatus ZEP_CALL zepiVLCScanReset_JPEGXR(zepiVLCState* pState, uint32_t scan) {
-  if (auto bad = zepjp::CheckScan(pState, scan)) return bad;
-  zepjp::ResetTotals(zepjp::Unwrap(pState)->scans[scan]);
+  if (auto bad = CheckScan(pState, scan)) return bad;
+  ResetTotals(Unwrap(pState)->scans[scan]);
   return zepStatusOk;
 }
 
 zepStatus ZEP_CALL zepiVLCScanSet_JPEGXR(zepiVLCState* pState, uint32_t scan) {
-  if (auto bad = zepjp::CheckScan(pState, scan)) return bad;
-  zepjp::Unwrap(pState)->current_scan = scan;
+  if (auto bad = CheckScan(pState, scan)) return bad;
+  Unwrap(pState)->current_scan = scan;
   return zepStatusOk;
 }

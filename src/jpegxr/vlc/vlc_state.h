@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "hwy/base.h"
 #include "zepjp.h"
 
 namespace zepjp {
@@ -50,7 +51,7 @@ inline VlcScanEntry* CurrentScan(VlcState* state) { return state->scans[state->c
 inline void AdaptScan(VlcScanEntry* entry) {
   const uint32_t total = entry->total + 1;
   entry->total = total;
-  if (__builtin_expect(total > entry[-1].total, false)) {
+  if (HWY_UNLIKELY(total > entry[-1].total)) {
     const VlcScanEntry ahead = entry[-1];
     entry[-1] = *entry;
     *entry = ahead;

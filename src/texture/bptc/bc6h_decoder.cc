@@ -30,13 +30,13 @@ ZEP_BEFORE_NAMESPACE();
 namespace zepjp::HWY_NAMESPACE {
 namespace {
 
-struct Block {
+struct Bc6hBlock {
   uint64_t low, high;
 };
 
 // kCount bits from bit kFrom of the block on, at bit kTo.
 template <int kFrom, int kCount, int kTo>
-HWY_INLINE uint64_t Move(const Block& block) {
+HWY_INLINE uint64_t Move(const Bc6hBlock& block) {
   uint64_t bits;
   if constexpr (kFrom >= 64) {
     bits = block.high >> (kFrom - 64);
@@ -50,13 +50,13 @@ HWY_INLINE uint64_t Move(const Block& block) {
 
 // The pieces of end point kEnd, its channels in 16 bits each.
 template <int kMode, int kEnd, size_t... kPieces>
-HWY_INLINE uint64_t EndPoint(const Block& block, std::index_sequence<kPieces...>) {
+HWY_INLINE uint64_t EndPoint(const Bc6hBlock& block, std::index_sequence<kPieces...>) {
   constexpr Bc6hPieces pieces = PiecesOf(kMode, kEnd);
   return (uint64_t{0} | ... |
           Move<pieces.of[kPieces].from, pieces.of[kPieces].count, pieces.of[kPieces].to>(block));
 }
 template <int kMode, int kEnd>
-HWY_INLINE uint64_t EndPoint(const Block& block) {
+HWY_INLINE uint64_t EndPoint(const Bc6hBlock& block) {
   return EndPoint<kMode, kEnd>(block, std::make_index_sequence<PiecesOf(kMode, kEnd).count>());
 }
 
@@ -117,7 +117,7 @@ struct Regions {
   VQ16 first, second;
 };
 template <int kMode, bool kSigned>
-HWY_INLINE Regions EndPoints(const Block& block) {
+HWY_INLINE Regions EndPoints(const Bc6hBlock& block) {
   constexpr Bc6hMode m = kBc6hModes[kMode];
   constexpr int kOthers[3] = {1 << m.other_bits[0] >> 1, 1 << m.other_bits[1] >> 1,
                               1 << m.other_bits[2] >> 1};
@@ -179,9 +179,9 @@ HWY_INLINE V8 InEach(VQ16 v) {
 
 // The end points that each value of a row gets.
 template <int kRegions>
-class Ends {
+class Bc6hEnds {
  public:
-  HWY_INLINE explicit Ends(const Regions& regions) {
+  HWY_INLINE explicit Bc6hEnds(const Regions& regions) {
     const V8 first = InEach(regions.first), second = InEach(regions.second);
     for (int i = 0; i < 3; ++i) {
       first_[i] = hn::TableLookupBytes(first, Each(kEndPairs[i]));
@@ -257,7 +257,7 @@ HWY_INLINE VI32 PixelLanes(const uint8_t* pixels, int row) {
 }
 
 template <int kMode>
-HWY_INLINE uint64_t Indexes(const Block& block, unsigned partition) {
+HWY_INLINE uint64_t Indexes(const Bc6hBlock& block, unsigned partition) {
   constexpr int kRegions = kBc6hModes[kMode].regions;
   if constexpr (kRegions == 1) {
     return InsertAnchor<4>(block.high >> 1, 0);
@@ -267,10 +267,10 @@ HWY_INLINE uint64_t Indexes(const Block& block, unsigned partition) {
 }
 
 template <int kMode, bool kSigned>
-HWY_INLINE void DecodeMode(const Block& block, uint8_t* dst, ptrdiff_t step) {
+HWY_INLINE void DecodeMode(const Bc6hBlock& block, uint8_t* dst, ptrdiff_t step) {
   constexpr int kRegions = kBc6hModes[kMode].regions;
   const unsigned partition = kRegions == 2 ? static_cast<unsigned>(block.high >> 13 & 31) : 0;
-  const Ends<kRegions> ends(EndPoints<kMode, kSigned>(block));
+  const Bc6hEnds<kRegions> ends(EndPoints<kMode, kSigned>(block));
   HWY_ALIGN uint8_t weights[16];
   hn::Store(Weights < kRegions == 1 ? 4 : 3 > (Indexes<kMode>(block, partition)), Q8(), weights);
   for (int row = 0; row < 4; row += kRows) {
@@ -302,7 +302,7 @@ HWY_INLINE void ClearBlock(uint8_t* dst, ptrdiff_t step) {
 template <bool kSigned>
 void Decode(const uint8_t* src, uint8_t* dst, ptrdiff_t step, size_t count) {
   for (size_t i = 0; i < count; ++i, src += 16, dst += 24) {
-    const Block block = {LoadHalf(src), LoadHalf(src + 8)};
+    const Bc6hBlock block = {LoadHalf(src), LoadHalf(src + 8)};
     switch ((block.low & 3) < 2 ? block.low & 3 : block.low & 31) {
       case 0: DecodeMode<0, kSigned>(block, dst, step); break;
       case 1: DecodeMode<1, kSigned>(block, dst, step); break;
@@ -342,17 +342,19 @@ using Halves = TextureLayout<6, 16>;
 }  // namespace
 }  // namespace zepjp
 
+using namespace zepjp;
+
 zepStatus ZEP_CALL zepiTextureDecodeBlockToRGB_BC6HU_8u16u_C1C3R(const uint8_t* pSrc,
                                                                  uint16_t* pDst, int32_t dstStep,
                                                                  zepiSize roiSize) {
-  return zepjp::CheckAndDecode<zepjp::Halves>(zepjp::kernels.without_sign, pSrc,
-                                              reinterpret_cast<uint8_t*>(pDst), dstStep, roiSize);
+  return CheckAndDecode<Halves>(kernels.without_sign, pSrc, reinterpret_cast<uint8_t*>(pDst),
+                                dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiTextureDecodeBlockToRGB_BC6HS_8u16u_C1C3R(const uint8_t* pSrc,
                                                                  uint16_t* pDst, int32_t dstStep,
                                                                  zepiSize roiSize) {
-  return zepjp::CheckAndDecode<zepjp::Halves>(zepjp::kernels.with_sign, pSrc,
-                                              reinterpret_cast<uint8_t*>(pDst), dstStep, roiSize);
+  return CheckAndDecode<Halves>(kernels.with_sign, pSrc, reinterpret_cast<uint8_t*>(pDst), dstStep,
+                                roiSize);
 }
 #endif  // HWY_ONCE

@@ -29,7 +29,7 @@ namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 // A block as two words, its lowest bit first.
-struct Block {
+struct Bc7Block {
   const uint8_t* bytes;
   uint64_t low, high;
 
@@ -49,7 +49,7 @@ struct Block {
 
 // The first index set, anchors inserted.
 template <int kMode>
-HWY_INLINE uint64_t FirstIndexes(const Block& block, unsigned partition) {
+HWY_INLINE uint64_t FirstIndexes(const Bc7Block& block, unsigned partition) {
   constexpr Bc7Mode m = kBc7Modes[kMode];
   constexpr int k = m.index_bits;
   uint64_t indexes = block.Bits<m.FirstIndexes(), 16 * k - m.subsets>();
@@ -64,7 +64,7 @@ HWY_INLINE uint64_t FirstIndexes(const Block& block, unsigned partition) {
 }
 
 template <int kMode>
-HWY_INLINE uint64_t SecondIndexes(const Block& block) {
+HWY_INLINE uint64_t SecondIndexes(const Bc7Block& block) {
   constexpr Bc7Mode m = kBc7Modes[kMode];
   constexpr int k = m.second_bits;
   return InsertAnchor<k>(block.Bits<m.SecondIndexes(), 16 * k - 1>(), 0);
@@ -145,7 +145,7 @@ constexpr EndPlan PlanEnds(int mode) {
 
 // The end points of the subsets, eight bytes each.
 template <int kMode>
-HWY_INLINE __m256i EndPoints(const Block& block) {
+HWY_INLINE __m256i EndPoints(const Bc7Block& block) {
   static constexpr EndPlan kPlan = PlanEnds(kMode);
   constexpr Bc7Mode m = kBc7Modes[kMode];
   const __m256i all =
@@ -219,7 +219,8 @@ HWY_INLINE __m512i WeightsOfChannels(__m512i first_set, __m512i second_set, int 
 }
 
 template <int kMode, bool kSelected>
-HWY_INLINE void Interpolate(const Block& block, unsigned partition, uint8_t* dst, ptrdiff_t step) {
+HWY_INLINE void Interpolate(const Bc7Block& block, unsigned partition, uint8_t* dst,
+                            ptrdiff_t step) {
   constexpr Bc7Mode m = kBc7Modes[kMode];
   const __m256i ends = EndPoints<kMode>(block);
   const __m512i first =
@@ -307,7 +308,7 @@ template <int kSubsets>
 class EndPoints {
  public:
   template <int kMode>
-  static HWY_INLINE EndPoints Of(const Block& block, unsigned partition) {
+  static HWY_INLINE EndPoints Of(const Bc7Block& block, unsigned partition) {
     EndPoints ends;
     const VQ8 bytes = hn::LoadU(Q8(), block.bytes);
     const VQ16 first = EndsOfSubset<kMode, 0>(bytes);
@@ -442,7 +443,8 @@ HWY_INLINE V8 MixRows(const EndPoints<kSubsets>& ends, const Weights& weights, i
 }
 
 template <int kMode, bool kSelected>
-HWY_INLINE void Interpolate(const Block& block, unsigned partition, uint8_t* dst, ptrdiff_t step) {
+HWY_INLINE void Interpolate(const Bc7Block& block, unsigned partition, uint8_t* dst,
+                            ptrdiff_t step) {
   constexpr Bc7Mode m = kBc7Modes[kMode];
   const auto ends = EndPoints<m.subsets>::template Of<kMode>(block, partition);
   const WeightWords first = WeightPairs<m.index_bits>(FirstIndexes<kMode>(block, partition));
@@ -464,7 +466,7 @@ HWY_INLINE void Interpolate(const Block& block, unsigned partition, uint8_t* dst
 #endif
 
 template <int kMode>
-HWY_INLINE void DecodeMode(const Block& block, uint8_t* dst, ptrdiff_t step) {
+HWY_INLINE void DecodeMode(const Bc7Block& block, uint8_t* dst, ptrdiff_t step) {
   constexpr Bc7Mode m = kBc7Modes[kMode];
   unsigned partition = 0;
   if constexpr (m.partition_bits != 0) {
@@ -485,7 +487,7 @@ HWY_INLINE void ClearBlock(uint8_t* dst, ptrdiff_t step) {
 
 void Decode(const uint8_t* src, uint8_t* dst, ptrdiff_t step, size_t count) {
   for (size_t i = 0; i < count; ++i, src += 16, dst += 16) {
-    const Block block = {src, LoadHalf(src), LoadHalf(src + 8)};
+    const Bc7Block block = {src, LoadHalf(src), LoadHalf(src + 8)};
     switch (__builtin_ctz(static_cast<unsigned>(block.low & 255) | 256)) {
       case 0: DecodeMode<0>(block, dst, step); break;
       case 1: DecodeMode<1>(block, dst, step); break;
@@ -517,9 +519,10 @@ ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 }  // namespace
 }  // namespace zepjp
 
+using namespace zepjp;
+
 zepStatus ZEP_CALL zepiTextureDecodeBlockToRGBA_BC7_8u_C1C4R(const uint8_t* pSrc, uint8_t* pDst,
                                                              int32_t dstStep, zepiSize roiSize) {
-  return zepjp::CheckAndDecode<zepjp::TextureLayout<4, 16>>(zepjp::kernels.decode, pSrc, pDst,
-                                                            dstStep, roiSize);
+  return CheckAndDecode<TextureLayout<4, 16>>(kernels.decode, pSrc, pDst, dstStep, roiSize);
 }
 #endif  // HWY_ONCE

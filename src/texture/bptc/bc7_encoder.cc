@@ -122,9 +122,9 @@ HWY_NOINLINE void TryMode(V32 partitions, const Rounds& rounds, MF may_be, Work*
   }
   if (Format::kChannels == 4) {
     const auto is_opaque = hn::RebindMask(D32(), work->IsOpaque());
-    constexpr uint32_t kMost = ((1U << Format::kTotal) - 1) << 24;
+    constexpr uint32_t kMax = ((1U << Format::kTotal) - 1) << 24;
     for (int i = 0; i < 2 * Format::kSubsets; ++i)
-      line.ends[i] = hn::Or(line.ends[i], hn::IfThenElseZero(is_opaque, hn::Set(D32(), kMost)));
+      line.ends[i] = hn::Or(line.ends[i], hn::IfThenElseZero(is_opaque, hn::Set(D32(), kMax)));
   }
   const VF error = Format::kChannels == 3 ? hn::Add(line.error, work->AlphaError()) : line.error;
   const V32 choice = Choice(kMode, partitions, hn::Zero(D32()), 0);
@@ -638,11 +638,12 @@ ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 }  // namespace
 }  // namespace zepjp
 
+using namespace zepjp;
+
 zepStatus ZEP_CALL zepiTextureEncodeBlockFromRGBA_BC7_8u_C4C1R(const uint8_t* pSrc, int32_t srcStep,
                                                                zepiSize roiSize, uint8_t* pDst,
                                                                int32_t mode) {
-  using zepjp::kThorough;
-  if (auto bad = zepjp::Checks()
+  if (auto bad = Checks()
                      .Ptr(pSrc)
                      .Ptr(pDst)
                      .Refuse(srcStep == 0, zepStatusBadStep)
@@ -652,9 +653,9 @@ zepStatus ZEP_CALL zepiTextureEncodeBlockFromRGBA_BC7_8u_C4C1R(const uint8_t* pS
     return bad;
   }
   const auto encode = [mode](const uint8_t* src, ptrdiff_t step, uint8_t* dst, size_t count) {
-    zepjp::kernels.encode(src, step, dst, count, mode);
+    kernels.encode(src, step, dst, count, mode);
   };
-  zepjp::EncodeTexture<zepjp::TextureLayout<4, 16>>(encode, pSrc, srcStep, roiSize, pDst);
+  EncodeTexture<TextureLayout<4, 16>>(encode, pSrc, srcStep, roiSize, pDst);
   return zepStatusOk;
 }
 #endif  // HWY_ONCE

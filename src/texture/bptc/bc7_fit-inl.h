@@ -288,12 +288,12 @@ HWY_INLINE VF WidenCode(VF code) {
 
 template <class Format>
 HWY_INLINE void MoveCode(int place, int step, Stored<Format>* stored) {
-  constexpr float kMost = static_cast<float>((1 << Format::kTotal) - 1);
+  constexpr float kMaxCode = static_cast<float>((1 << Format::kTotal) - 1);
   const int s = place / (2 * Format::kChannels), e = place / Format::kChannels % 2;
   const int c = place % Format::kChannels;
   VF* const code = stored->code.at[s][e] + c;
   const VF moved = hn::Add(*code, Number(static_cast<float>(step)));
-  const MF is_code = hn::And(hn::Ge(moved, hn::Zero(DF())), hn::Le(moved, Number(kMost)));
+  const MF is_code = hn::And(hn::Ge(moved, hn::Zero(DF())), hn::Le(moved, Number(kMaxCode)));
   *code = hn::IfThenElse(is_code, moved, *code);
   stored->value.at[s][e][c] = WidenCode<Format::kTotal>(*code);
 }

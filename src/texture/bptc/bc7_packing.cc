@@ -84,7 +84,7 @@ uint64_t StoredIndexes(const Subsets& subsets, int bits, uint64_t indexes) {
   return RemoveBit(v, bits - 1);
 }
 
-class BitWriter {
+class BlockBits {
  public:
   void Put(uint64_t value, int count) {
     if (at_ < 64) {
@@ -107,7 +107,7 @@ class BitWriter {
   int at_ = 0;
 };
 
-void PutEnds(const Bc7Mode& mode, const uint32_t* ends, const uint32_t* own_ends, BitWriter* bits) {
+void PutEnds(const Bc7Mode& mode, const uint32_t* ends, const uint32_t* own_ends, BlockBits* bits) {
   const int count = 2 * mode.subsets, p = mode.p_bits == kNoPBits ? 0 : 1;
   const bool has_own = mode.second_bits != 0;
   const int channels = has_own || mode.alpha_bits == 0 ? 3 : 4;
@@ -136,7 +136,7 @@ void PackBc7(const Bc7Choice& choice, uint8_t* block) {
   const int own_width = is_exchanged ? mode.index_bits : mode.second_bits;
   TurnSubsets(subsets, width, ends, &indexes);
   if (mode.second_bits != 0) TurnSubsets(whole, own_width, own_ends, &own_indexes);
-  BitWriter bits;
+  BlockBits bits;
   bits.Put(uint64_t{1} << choice.mode, choice.mode + 1);
   bits.Put(static_cast<uint64_t>(choice.partition), mode.partition_bits);
   bits.Put(static_cast<uint64_t>(choice.rotation), mode.rotation_bits);
