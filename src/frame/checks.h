@@ -5,8 +5,9 @@
 //     return bad;
 //   }
 //
-// The first check that fails decides the status; later ones look at nothing. So an array is only read
-// after the pointer to it was found good, and a condition that reads memory is given as a callable:
+// The first check that fails decides the status; later ones look at nothing. So an array is only
+// read after the pointer to it was found good, and a condition that reads memory is given as a
+// callable:
 //
 //   Checks().Ptr(pState).Refuse([&] { return IsOther(pState); }, zepStatusContextMismatch)
 #ifndef ZEPJP_SRC_FRAME_CHECKS_H_
@@ -23,7 +24,8 @@ class Checks {
  public:
   [[nodiscard]] zepStatus Failed() const { return status_; }
 
-  // `status` is the result if the callable returns true. It is called only if no check before failed.
+  // `status` is the result if the callable returns true. It is called only if no check before
+  // failed.
   template <class IsBad, class = decltype(std::declval<const IsBad&>()())>
   Checks& Refuse(const IsBad& is_bad, zepStatus status) {
     if (HWY_UNLIKELY(status_ == zepStatusOk && is_bad())) status_ = status;

@@ -15,8 +15,8 @@
 
 namespace zepjp {
 
-// Row `y` of a plane whose rows lie `step` bytes apart. The product has the width of an address, and there
-// may be more rows than an int32_t counts.
+// Row `y` of a plane whose rows lie `step` bytes apart. The product has the width of an address,
+// and there may be more rows than an int32_t counts.
 template <class T>
 T* Row(T* plane, int32_t step, int64_t y) {
   const uintptr_t offset = static_cast<uintptr_t>(ptrdiff_t{step}) * static_cast<uintptr_t>(y);

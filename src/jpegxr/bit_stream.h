@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The bit stream that a caller of the JPEG XR coders holds between calls: where the next bytes are, and up to
-// 32 bits in the upper end of an accumulator. A decoder's are read and not used yet, an encoder's are not
-// written yet.
+// The bit stream that a caller of the JPEG XR coders holds between calls: where the next bytes are,
+// and up to 32 bits in the upper end of an accumulator. A decoder's are read and not used yet, an
+// encoder's are not written yet.
 #ifndef ZEPJP_SRC_JPEGXR_BIT_STREAM_H_
 #define ZEPJP_SRC_JPEGXR_BIT_STREAM_H_
 

@@ -2,8 +2,8 @@
 // The choice of a family's kernels among those compiled for each instruction set.
 //
 // A family's file is compiled once per instruction set by Highway's foreach_target. Each pass
-// defines a constant table `kKernels`, filled by name, in the namespace of its target; at load one of
-// them is copied to the family's own table:
+// defines a constant table `kKernels`, filled by name, in the namespace of its target; at load one
+// of them is copied to the family's own table:
 //
 //   Kernels kernels;
 //   ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }

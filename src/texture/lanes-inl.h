@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// What the kernels of textures have in common: each 128-bit block of a register holds one block of the
-// texture, or a part of it. Included once per instruction set.
+// What the kernels of textures share: each 128-bit lane block of a register holds one block of the
+// texture, or a part of it, so that wider registers do the same to more blocks. Included once per
+// instruction set.
 #if defined(ZEPJP_SRC_TEXTURE_LANES_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #  ifdef ZEPJP_SRC_TEXTURE_LANES_INL_H_
 #    undef ZEPJP_SRC_TEXTURE_LANES_INL_H_
@@ -30,7 +31,7 @@ using VI32 = hn::VFromD<DI32>;
 
 constexpr size_t kRegisterBlocks = hn::MaxLanes(D8()) / 16;
 
-// The same 16 bytes, or eight words, in each block.
+// The same 16 bytes, or eight words, in each 128-bit block.
 struct alignas(16) Bytes16 {
   uint8_t lane[16];
 };
@@ -77,7 +78,8 @@ HWY_INLINE VI16 PairSums(V8 a, V8 w) {
 }
 HWY_INLINE VI16 PairSums(V8 a, const Bytes16& weights) { return PairSums(a, Each(weights)); }
 
-// Floor(x / 3), / 5, / 7 and / 14 as the upper half of a product; right for all x that occur here.
+// floor(x / 3), / 5, / 7 and / 14 as the upper half of a product with a rounded reciprocal; exact
+// for all x that occur.
 constexpr uint16_t kThird = 21846, kFifth = 13108, kSeventh = 9363, kFourteenth = 4682;
 
 // Eight bytes for each block, into the lower halves; or from there.

@@ -1,6 +1,14 @@
 // SPDX-License-Identifier: MIT
-// Decoding of DXT1, DXT3, DXT5, BC4 and BC5 blocks. A block's palette fills 16 bytes, or eight, and
-// byte shuffles by its indexes make the pixels.
+// Decoding of DXT1, DXT3, DXT5, BC4 and BC5 blocks (Khronos Data Format Specification, 18 and 19).
+//
+// A block has a palette: four colours for a colour part, eight values for a channel part (the
+// formulas are in zepjp.h, group texture). So decoding is three steps for one block in each 128-bit
+// block of a register:
+//
+//   1. the palette in 16-bit lanes: end points widened by their upper bits, means in thirds
+//      (fifths, sevenths) by a multiplication with the reciprocal;
+//   2. the indexes of 2 or 3 bits, moved to bytes of their own;
+//   3. the pixels: a byte shuffle of the palette, 16 bytes, by the indexes.
 #include <type_traits>
 
 #include "simd/dispatch.h"
@@ -27,7 +35,7 @@ ZEP_BEFORE_NAMESPACE();
 namespace zepjp::HWY_NAMESPACE {
 namespace {
 
-// Eight bytes from byte kAt (0 or 8) on, in both halves of each block.
+// Eight bytes from byte kAt (0 or 8) on, repeated in both halves of each 128-bit block.
 template <uint8_t kAt>
 HWY_INLINE V8 HalfTwice(V8 blocks) {
   static_assert(kAt == 0 || kAt == 8, "one half or the other");
@@ -39,7 +47,8 @@ HWY_INLINE V8 HalfTwice(V8 blocks) {
 
 template <uint8_t kAt, uint16_t kAlpha>
 HWY_INLINE V16 EndColors(V8 blocks) {
-  // Where the field begins less what has to stand below it, and where its highest bits do.
+  // Shift counts: one moves the field to the top of its byte, the other its highest bits to the
+  // place below it.
   static constexpr Bytes16 kField = {{8, 0, 3, 0, 61, 0, 0, 0, 24, 0, 19, 0, 13, 0, 0, 0}};
   static constexpr Bytes16 kHighest = {{13, 0, 9, 0, 2, 0, 0, 0, 29, 0, 25, 0, 18, 0, 0, 0}};
   static constexpr Words8 kKept = {{0xF8, 0xFC, 0xF8, 0, 0xF8, 0xFC, 0xF8, 0}};
@@ -80,7 +89,7 @@ template <uint8_t kAt, uint16_t kAlpha>
 HWY_INLINE V16 EndColors(V8 blocks) {
   static constexpr Words8 kFields = {{0xF800, 0x07E0, 0x001F, 0, 0xF800, 0x07E0, 0x001F, 0}};
   static constexpr Words8 kToTop = {{1, 1 << 5, 1 << 11, 0, 1, 1 << 5, 1 << 11, 0}};
-  // 2^3 + 2^-2 and 2^2 + 2^-4 of the field, which stands at the top.
+  // The field, in the upper bits of its word, times 2^3 + 2^-2 (5 bits) or 2^2 + 2^-4 (6 bits).
   static constexpr Words8 kWiden = {{264, 260, 264, 0, 264, 260, 264, 0}};
   static constexpr Words8 kNoColor = {{0, 0, 0, kAlpha, 0, 0, 0, kAlpha}};
   const V16 fields = hn::Mul(hn::And(ColorWords<kAt>(blocks), Each(kFields)), Each(kToTop));
@@ -100,8 +109,9 @@ HWY_INLINE V16 ThreeOrFour(V8 blocks, V16 three, V16 four) {
 
 #endif
 
-// The four colours of each block from its eight bytes at kAt: the end points, then the two colours between
-// them; DXT1, which has alpha 255 and else 0, has only one of those and white where c0 <= c1.
+// The four colours of each block from its eight bytes at kAt: the end points, then the two colours
+// between them. In DXT1 (alpha 255; elsewhere 0) a block with c0 <= c1 has their mean and white
+// instead.
 template <uint8_t kAt, bool kIsDxt1>
 HWY_INLINE V8 Palette(V8 blocks) {
   constexpr uint16_t kAlpha = kIsDxt1 ? 255 : 0;
@@ -121,8 +131,8 @@ constexpr Bytes16 kChannels = {{0, 1, 2, 3, 0, 1, 2, 3, 0, 1, 2, 3, 0, 1, 2, 3}}
 
 #if HWY_TARGET == HWY_AVX3
 
-// For each byte of row kRow where in the indexes the two bits of its pixel begin, two bits before which
-// is four times the index.
+// For each byte of row kRow: the bit of the indexes where its pixel's two bits begin, less 2. Eight
+// bits from there hold four times the index.
 template <int kRow>
 constexpr Bytes16 BitsOfRow() {
   Bytes16 from = {};
@@ -182,7 +192,7 @@ class ColorRows {
 
 #endif
 
-// Of sixteen alpha values, those of row kRow, where the pixels have them.
+// Of sixteen alpha values those of row kRow, in the alpha bytes of its pixels.
 template <uint8_t kRow>
 HWY_INLINE V8 AlphaRow(V8 alpha) {
   constexpr uint8_t k = 4 * kRow;
@@ -209,7 +219,7 @@ HWY_INLINE V8 ChannelIndexes(V8 blocks) {
   constexpr uint8_t a = kAt + 2, b = kAt + 3, c = kAt + 4, d = kAt + 5, e = kAt + 6, f = kAt + 7;
   static constexpr Bytes16 kLow = {{a, b, a, b, a, b, b, c, b, c, b, c, c, d, c, d}};
   static constexpr Bytes16 kHigh = {{d, e, d, e, d, e, e, f, e, f, e, f, f, f, f, f}};
-  // Each index to the top of its word.
+  // Moves each index to the top of its word.
   static constexpr Words8 kToTop = {
       {1 << 13, 1 << 10, 1 << 7, 1 << 12, 1 << 9, 1 << 6, 1 << 11, 1 << 8}};
   const V16 low = hn::Mul(AsWords(hn::TableLookupBytes(blocks, Each(kLow))), Each(kToTop));
@@ -281,8 +291,8 @@ struct DecodeDxt {
   }
 };
 
-// Two channel blocks of each 16 bytes: BC4 has them side by side, four pixels of one and then four of
-// the other; BC5 has R and G in turn. Eight bytes of both together are a row.
+// Each 16 bytes are two channel parts. A row of both is eight bytes: in BC4 four pixels of one
+// block, then four of the next; in BC5 R and G alternate.
 template <class TLayout>
 struct DecodeBc {
   using Layout = TLayout;
@@ -311,7 +321,8 @@ struct DecodeBc {
   }
 };
 
-// The last step overlaps the one before; where there is none, it works on copies.
+// The last step overlaps the one before; if there are fewer blocks than a step takes, it works on
+// copies.
 template <class Format>
 void Decode(const uint8_t* src, uint8_t* dst, ptrdiff_t step, size_t count) {
   using Layout = typename Format::Layout;

@@ -1,6 +1,15 @@
 // SPDX-License-Identifier: MIT
-// Encoding of DXT1, DXT3, DXT5, BC4 and BC5 blocks in one pass: the bounds of each channel, drawn in by a
-// sixteenth, are the end points; comparisons with the palette, or with thresholds, make the indexes.
+// Encoding of DXT1, DXT3, DXT5, BC4 and BC5 blocks (Khronos Data Format Specification, 18 and 19)
+// in one pass, without a search:
+//
+//   end points   the bounds of each channel, drawn in by (hi - lo) >> 4: the extremes of a block
+//                are rare values, and a slightly shorter palette serves the others better
+//   colours      the nearest of the four palette colours by |R - r| + |G - g| + |B - b|. The four
+//                lie on a line, so four comparisons of the distances give the two bits of the index
+//   channels     the count of seven thresholds that are not below the value, made into an index
+//
+// All of it in 8- and 16-bit lanes. What each encoder gives is defined to the bit in zepjp.h, group
+// texture.
 #include "frame/checks.h"
 #include "simd/dispatch.h"
 #include "texture/blocks.h"
@@ -34,15 +43,15 @@ using Rows = Four;
 constexpr Bytes16 kLowerHalfNot = {
     {0, 0, 0, 0, 0, 0, 0, 0, 255, 255, 255, 255, 255, 255, 255, 255}};
 
-// The bounds of each channel, drawn in by a sixteenth of what lies between them, in 16 bits: the
-// upper ones in the lower half of each block, the lower ones in the upper half.
+// The bounds of each channel, drawn in by a sixteenth of their distance, in 16 bits: the upper
+// bounds in the lower half of each 128-bit block, the lower bounds in the upper half.
 HWY_INLINE V16 EndsOf(const Rows& rows) {
   static constexpr Bytes16 kWiden = {
       {0, 128, 1, 128, 2, 128, 3, 128, 8, 128, 9, 128, 10, 128, 11, 128}};
   static constexpr Words8 kInwards = {{1, 1, 1, 1, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF}};
   const V8 low = hn::Min(hn::Min(rows.part[0], rows.part[1]), hn::Min(rows.part[2], rows.part[3]));
   const V8 high = hn::Max(hn::Max(rows.part[0], rows.part[1]), hn::Max(rows.part[2], rows.part[3]));
-  // Both at once: the smallest value is the complement of the largest complement.
+  // One maximum finds both bounds: the smallest value is the complement of the largest complement.
   const V8 not_low = hn::Not(low);
   const V8 pairs = hn::Max(LowerHalves(high, not_low), UpperHalves(high, not_low));
   const V8 largest = hn::Max(pairs, hn::BitCast(D8(), hn::Shuffle2301(hn::BitCast(D32(), pairs))));
@@ -59,8 +68,9 @@ HWY_INLINE V16 CutEnds(V16 ends) {
   return hn::And(ends, Each(kKept));
 }
 
-// c0 and c1 in the first four bytes of each block, zeros behind. A cut channel v takes its place p in
-// bits as v * 2^(p - 5) (green: 2^(p - 4)), all 8-fold, so that blue does too.
+// c0 and c1 in the first four bytes of each block, then zeros. A cut channel v goes to bit p of the
+// colour as v * 2^(p - 3) (green: 2^(p - 2)); all factors are multiplied by 8, so that blue's,
+// 2^-3, is whole.
 HWY_INLINE V8 EndWords(V16 cut) {
   static constexpr Words8 kPlaces = {{1 << 11, 1 << 6, 1, 0, 1 << 11, 1 << 6, 1, 0}};
   static constexpr Bytes16 kTwoOf8 = {
@@ -79,12 +89,13 @@ HWY_INLINE V8 PaletteOf(V16 cut) {
   return PackWords(ends, hn::MulHigh(sum, hn::Set(D16(), kThird)));
 }
 
-// |R - r| + |G - g| + |B - b| of the eight pixels of two rows to colour k, the pixels of the rows in
-// turn.
+// |R - r| + |G - g| + |B - b| of the eight pixels of two rows to colour k; the pixels of the rows
+// alternate.
 #if HWY_TARGET == HWY_AVX3
 
 // Sums of four absolute differences: 16-bit lane j of eight bytes compares its pixel (of the four
-// bytes where it lies) with a repeated colour from its byte j on, so the pixel is rotated by j bytes.
+// bytes where it lies) with a repeated colour from its byte j on, so the pixel is rotated by j
+// bytes.
 constexpr Bytes16 RotatedPixels(int row) {
   Bytes16 from = {};
   for (int i = 0; i < 16; ++i) {
@@ -143,8 +154,9 @@ class TwoRows {
 
 #endif
 
-// Indexes of eight pixels: of colours on one line, the first two its ends, the nearest. With d the
-// distances, bit 0 is d0 > d3 and d2 > d3; bit 1 is (d1 > d2 and d0 > d2) or (d0 > d3 and d1 > d3).
+// The indexes of eight pixels: the nearest of four colours on a line, whose ends are the first two.
+// With d the distances, bit 0 is d0 > d3 and d2 > d3; bit 1 is (d1 > d2 and d0 > d2) or (d0 > d3
+// and d1 > d3).
 HWY_INLINE V16 NearestOf8(V8 row0, V8 row1, V8 palette) {
   const DI16 d;
   const TwoRows rows(row0, row1);
@@ -188,8 +200,8 @@ HWY_INLINE V8 NibbleBlock(V8 values) {
   return PackWords(hn::Or(even, odd), hn::Zero(D16()));
 }
 
-// How many of the seven thresholds between the end points are not below each value. In 16 bits and lane
-// j - 1, threshold j is (7 - j + 1) / 7 of the way from low to high (the first one is low), plus a bias.
+// How many of the seven thresholds are not below each value. In 16-bit lane j - 1, threshold j is
+// (7 - j + 1) / 7 of the way from low to high (the first one is low), plus a bias.
 HWY_INLINE V8 CountThresholds(V8 values, V8 ends) {
   static constexpr Bytes16 kSevenths = {{0, 7, 6, 1, 5, 2, 4, 3, 3, 4, 2, 5, 1, 6, 0, 7}};
   static constexpr Bytes16 kRange = {
@@ -209,8 +221,8 @@ HWY_INLINE V8 CountThresholds(V8 values, V8 ends) {
   return count;
 }
 
-// The end points, which come as high and low in turn, and the indexes of a channel's sixteen values, in
-// the lower half of each block.
+// The end points (high and low alternate) and the indexes of a channel's sixteen values, in the
+// lower half of each block.
 HWY_INLINE V8 ChannelBlock(V8 values, V8 ends) {
   static constexpr Bytes16 kIndexOfCount = {{0, 2, 3, 4, 5, 6, 7, 1, 0, 0, 0, 0, 0, 0, 0, 0}};
   const V8 indexes = hn::TableLookupBytes(Each(kIndexOfCount), CountThresholds(values, ends));
@@ -225,7 +237,7 @@ HWY_INLINE V8 ChannelBlock(V8 values, V8 ends) {
   return hn::Or(hn::And(ends, Each(kFirstTwo)), hn::TableLookupBytesOr0(eights, Each(kThreeOf8)));
 }
 
-// The end points of four channels, one of which fills a dword of each row: high and low in turn.
+// The end points of four channels, high and low alternating; a channel is a dword of each row.
 HWY_INLINE V32 EndsOfFour(const Rows& rows) {
   const auto across = [&](auto combine) ZEP_ATTR {
     const D32 d;
@@ -302,7 +314,8 @@ struct EncodeDxt {
 struct EncodeYCoCg {
   using Layout = YCoCgDxt5;
   static constexpr size_t kBlocks = kRegisterBlocks;
-  static constexpr size_t kMore = 1;  // sixteen bytes are loaded where twelve count
+  static constexpr size_t kMore =
+      1;  // a load of sixteen bytes reads past the twelve that are needed
 
   static HWY_INLINE void Step(const uint8_t* src, ptrdiff_t step, uint8_t* dst) {
     static constexpr Bytes16 kOrder = {{1, 2, 128, 0, 4, 5, 128, 3, 7, 8, 128, 6, 10, 11, 128, 9}};
@@ -314,7 +327,7 @@ struct EncodeYCoCg {
   }
 };
 
-// Each 128-bit block of the registers takes four blocks that follow one another.
+// Each 128-bit block of the registers takes four consecutive blocks of the texture.
 struct EncodeBc4 {
   using Layout = Bc4;
   static constexpr size_t kBlocks = 4 * kRegisterBlocks;
@@ -338,7 +351,8 @@ struct EncodeBc5 {
   }
 };
 
-// The last step overlaps the one before; where there is none, or the format reads on, it works on copies.
+// The last step overlaps the one before; if there are too few blocks, or the format reads past the
+// end, it works on copies.
 template <class Format>
 void Encode(const uint8_t* src, ptrdiff_t step, uint8_t* dst, size_t count) {
   using Layout = typename Format::Layout;

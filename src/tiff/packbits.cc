@@ -1,22 +1,26 @@
 // SPDX-License-Identifier: MIT
 // PackBits (TIFF 6.0, section 9): packets of up to 128 literal bytes or of 2 to 128 equal ones.
 //
-// Packing is exact. From the end of the row backwards, cost(i) is the least length of what follows byte i:
+// Packing is exact. From the end of the row backwards, cost(i) is the least length of what follows
+// byte i:
 //   literal  1 + n + cost(i + n) over n = 1 ... 128,
 //   run      2 + cost(i + n), n the equal bytes there are, 128 at most.
-// With key(j) = cost(j) + j a literal takes the least key m of the next 128 positions and has the key m + 1
-// itself. So no key in reach that can still win exceeds m + 1, and two sets of 128 bits, the positions of key m
-// and those of m + 1, are all there is to know. Eight bytes that are all different, or all equal, go at once.
+// With key(j) = cost(j) + j a literal takes the least key m of the next 128 positions and has the
+// key m + 1 itself. So no key in reach that can still win exceeds m + 1, and two sets of 128 bits,
+// the positions of key m and those of m + 1, are all there is to know. Eight bytes that are all
+// different, or all equal, go at once.
 //
-// This is done in pieces. A run of 4 to 128 bytes is a packet in every shortest
-// packing: as literal bytes it would cost two or more above what it saves, one header of a literal behind it. So is a
-// longer one whose rest beyond packets of 128 is none, or 4 or more. What lies between such runs stands alone, and where
-// that is short, it holds runs of one to three bytes only. Of these a run packet saves something only where it ends a
-// literal, or begins, without another header: a three does if no single byte comes before the next three or
-// the end; a pair does so only where it does not lie behind a literal.
+// This is done in pieces. A run of 4 to 128 bytes is a packet of its own in every shortest packing:
+// as literal bytes it costs at least two bytes more, and saves at most the header of the literal
+// after it. The same is true of a longer run if what is left after packets of 128 is nothing, or 4
+// bytes or more. So the bytes between such runs can be packed alone; if they are few, they hold
+// runs of one to three bytes only. Of these a run packet saves a byte only if no literal needs
+// another header because of it: three equal bytes do if no single byte comes before the next three
+// or the end; a pair does only if no literal precedes it.
 //
-// No memory is allocated. Control bytes are kept for one block of the row at a time: a first pass over a longer piece
-// only notes where the plan stood at the end of each of its parts, and each part is then planned again from there.
+// No memory is allocated. Control bytes are kept for one block of the row at a time: a first pass
+// over a longer piece only notes where the plan stood at the end of each of its parts, and each
+// part is then planned again from there.
 #include <algorithm>
 #include <cstring>
 
@@ -63,26 +67,27 @@ struct Positions {
   }
 };
 
-// Where the plan of a row stands between two blocks. Keys are modulo 2^32; only their differences count.
+// The state of the plan of a row between two blocks. Keys are modulo 2^32; only their differences
+// count.
 struct PlanState {
   PlanState() = default;
   explicit PlanState(uint32_t row_size) : least(row_size), last(row_size) { at_least.low = 1; }
 
   Positions at_least, above_least;  // the positions of the least key in reach, and of that plus 1
   uint32_t least = 0;
-  uint32_t last = 0;        // the key of the position that was planned last
-  uint32_t behind_run = 0;  // of the byte behind the run
-  uint32_t run = 0;         // equal bytes from the last position on
+  uint32_t last = 0;       // the key of the position that was planned last
+  uint32_t after_run = 0;  // the key of the byte after the run
+  uint32_t run = 0;        // equal bytes from the last position on
 };
 
-// For each byte of a block the control byte of the packet that best begins there. Where both kinds are as good
-// it is a literal, and of literals the longest.
+// For each byte of a block, the control byte of the best packet that begins there: if both kinds
+// are equally good a literal, and of literals the longest.
 class Planner {
  public:
   Planner(const PlanState& start, uint8_t* controls, uint32_t* keys)
       : controls_(controls), keys_(keys), now_(start) {}
 
-  // With more of the row behind the block its last byte is compared with the next one.
+  // If more of the row follows the block (`has_more`), its last byte is compared with the next one.
   HWY_INLINE PlanState Plan(const uint8_t* src, uint32_t size, bool has_more) {
     uint32_t i = size - 1;
     PlanOne(i, has_more && src[i] == src[size] ? 1 : 0);
@@ -100,11 +105,12 @@ class Planner {
   // Byte `i`; whether the next one equals it.
   HWY_INLINE void PlanOne(uint32_t i, uint64_t is_equal) {
     const uint32_t in_run = 0u - static_cast<uint32_t>(is_equal);
-    now_.behind_run = (now_.behind_run & in_run) | (now_.last & ~in_run);
+    now_.after_run = (now_.after_run & in_run) | (now_.last & ~in_run);
     now_.run = (now_.run & in_run) + 1;
-    const uint32_t key = now_.run <= kMaxPacket ? now_.behind_run - now_.run + 2
+    const uint32_t key = now_.run <= kMaxPacket ? now_.after_run - now_.run + 2
                                                 : keys_[i % kMaxPacket] - kMaxPacket + 2;
-    // No jumps below: in pictures they could not be foreseen. Masks are all ones where their name holds.
+    // No branches below: in pictures they would be mispredicted. Masks are all ones if their name
+    // is true.
     const int64_t above = std::min(static_cast<int32_t>(key - now_.least), int32_t{1});
     const auto is_run = static_cast<uint64_t>((above - 1) >> 63);
     const auto is_best = static_cast<uint64_t>(above >> 63);
@@ -130,7 +136,8 @@ class Planner {
     ++now_.least;
   }
 
-  // Eight bytes from `low` on, each different from the next. False: they have to be planned one by one.
+  // Eight bytes from `low` on, each different from the next. False: they have to be planned one by
+  // one.
   HWY_INLINE bool PlanLiterals(uint32_t low) {
     constexpr uint64_t kAllEight = uint64_t{0xFF} << 56;
     const uint64_t literal = now_.at_least.Farthest();
@@ -141,7 +148,7 @@ class Planner {
     } else {
       return false;
     }
-    now_.last = now_.behind_run = now_.least + 1;
+    now_.last = now_.after_run = now_.least + 1;
     keys_[low % kMaxPacket] = now_.last;  // a run may end here
     now_.run = 1;
     now_.at_least.Advance(8);
@@ -151,13 +158,13 @@ class Planner {
     return true;
   }
 
-  // Eight bytes from `low` on, each equal to the next: where a run is better than all within reach it remains so
-  // while it grows to 128 bytes, and then while it was 128 bytes before.
+  // Eight bytes from `low` on, each equal to the next: where a run is better than all within reach
+  // it remains so while it grows to 128 bytes, and then while it was 128 bytes before.
   HWY_INLINE bool PlanRun(uint32_t low) {
     uint32_t key;
     uint64_t controls;
     if (now_.run + 8 <= kMaxPacket) {
-      key = now_.behind_run - now_.run + 1;
+      key = now_.after_run - now_.run + 1;
       controls = (kRunControl - 8 - now_.run) * kEach + 0x0706050403020100;
     } else if (now_.run >= kMaxPacket &&
                keys_[(low + 7) % kMaxPacket] - keys_[low % kMaxPacket] == 7) {
@@ -220,7 +227,8 @@ class ExactPacker {
     return dst_;
   }
 
-  // The same of a row of at most a block; null, and nothing is written, where it takes more than `room` bytes.
+  // The same of a row of at most a block; null, and nothing is written, where it takes more than
+  // `room` bytes.
   HWY_NOINLINE uint8_t* PackShortRow(uint32_t room, uint8_t* dst) {
     uint8_t controls[kBlock];
     Place place;
@@ -238,7 +246,8 @@ class ExactPacker {
     uint32_t keys[kMaxPacket];  // of positions in a run
   };
 
-  // From `to` backwards to `from`, block by block; of control bytes those of the first block remain.
+  // From `to` backwards to `from`, block by block; of control bytes those of the first block
+  // remain.
   HWY_NOINLINE void Plan(uint32_t from, uint32_t to, uint8_t* controls, Place* place) const {
     while (to > from) {
       const uint32_t size = (to - from - 1) % kBlock + 1;
@@ -259,7 +268,8 @@ class ExactPacker {
     Plan(from, to, controls, place);
   }
 
-  // More than a block. Five levels of this hold any row, each takes one pass over it and 9 KiB of the stack.
+  // More than a block. Five levels of this hold any row, each takes one pass over it and 9 KiB of
+  // the stack.
   HWY_NOINLINE void PackParts(uint32_t from, uint32_t to, Place* end) {
     uint32_t part = kBlock;
     while ((to - from - 1) / part >= kParts) part *= kParts;
@@ -363,7 +373,7 @@ class PieceWriter {
       if (size_ - i > 64) {
         const uint64_t runs = RunsOfFour(EqualToNext(src_ + i));
         if (runs == 0) {
-          i += 61;  // what begins behind it was not looked at
+          i += 61;  // runs that begin later were not looked at
           continue;
         }
         i += static_cast<uint32_t>(__builtin_ctzll(runs));

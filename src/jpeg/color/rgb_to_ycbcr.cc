@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // RGB and CMYK to the colour spaces of JPEG files.
 //
-// Within a row the first 8 * floor(width / 8) pixels take coefficients scaled by 2^15, the rest those
-// scaled by 2^14.
+// Within a row the first 8 * floor(width / 8) pixels take coefficients scaled by 2^15, the rest
+// those scaled by 2^14.
 #include "jpeg/color/plane_rows.h"
 #include "simd/dispatch.h"
 

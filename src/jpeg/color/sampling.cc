@@ -77,7 +77,7 @@ HWY_INLINE void StorePairs(V16 even_low, V16 odd_low, V16 even_high, V16 odd_hig
   StoreBlocks(high, d8, to + 16, 32);
 }
 
-// Both filters go by gaps between neighbours: the gap behind sample i gives the results 2 i + 1,
+// Both filters go by gaps between neighbours: the gap after sample i gives the results 2 i + 1,
 // near to sample i, and 2 i + 2, near to sample i + 1. The first and the last result have no gap.
 
 // src: the row, and the row from its second sample on.

@@ -59,7 +59,7 @@ HWY_INLINE Rgb Convert(const Half& low, const Half& high) {
   return {PackBlocks(a.r, b.r), PackBlocks(a.g, b.g), PackBlocks(a.b, b.b)};
 }
 
-// Twice what is left of 128, of unsigned 16-bit lanes.
+// 2 (chroma - 128), from unsigned to signed 16-bit lanes.
 HWY_INLINE V16 Centred(V16 chroma) {
   return hn::Sub(hn::ShiftLeft<1>(chroma), hn::Set(D16(), 256));
 }

@@ -2,9 +2,9 @@
 // Inverse DCT with dequantization (ITU-T T.81, A.3.3 and A.3.4).
 //
 // A row pass in 32-bit dot products keeps 6 fractional bits of a sample, scaled as the column pass
-// wants it; the column pass works in 16-bit lanes in tangent form with rounding fixed-point products.
-// Sums saturate: beyond 511 a sample is out of range whatever is left. Coefficients of 0 contribute
-// exactly 0, so the transforms of corners give the same samples as the full one.
+// wants it; the column pass works in 16-bit lanes in tangent form with rounding fixed-point
+// products. Sums saturate: beyond 511 a sample is out of range whatever is left. Coefficients of 0
+// contribute exactly 0, so the transforms of corners give the same samples as the full one.
 //
 // Samples of 12 bits: two products with the matrix of cosines in single precision.
 #include <algorithm>
@@ -43,9 +43,9 @@ constexpr int kRowShift = 11, kColumnShift = 6;
 constexpr int kHalf = 1 << (kColumnShift - 1);
 
 // What the first row of the row pass gets besides its rounding, so that all results of the column
-// pass do: their rounding and the level shift. Ties, one value in 64, are rounded up; taking less than
-// half a unit off leaves no bias. (It is less than what the row pass adds for its own rounding:
-// exact values stay exact.)
+// pass do: their rounding and the level shift. Ties, one value in 64, are rounded up; taking less
+// than half a unit off leaves no bias. (It is less than what the row pass adds for its own
+// rounding: exact values stay exact.)
 constexpr int32_t kTies = 860;
 constexpr int32_t kNoShift = (kHalf << kRowShift) - kTies;
 constexpr int32_t kLevelShift = (((128 << kColumnShift) + kHalf) << kRowShift) - kTies;
@@ -57,7 +57,7 @@ HWY_INLINE V32 RowRounding(int vector, int32_t first_row) {
   return hn::Add(round, hn::IfThenElseZero(hn::FirstN(D32(), 4), hn::Set(D32(), first_row)));
 }
 
-// Rows of coefficients, of which the first kCorner count, to rows of half transformed samples.
+// Transforms rows of coefficients, with only the first kCorner nonzero; the columns come later.
 template <int kCorner>
 HWY_INLINE V16 RowPass(V16 rows, int vector, V32 rounding) {
   static constexpr LaneOrder k02 = MakeLaneOrder(0, 2, 0, 2, 0, 2, 0, 2);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The records that keep what lies between two calls of a coder: the bits that do not fill a byte, or
-// that were read ahead.
+// The states of the Huffman coders, which hold what one call leaves for the next: an encoder's bits
+// that do not fill a byte yet, a decoder's bits that were read ahead, and the end-of-band run of
+// progressive scans.
 #include "jpeg/huffman/huffman_states.h"
 
 #include "frame/checks.h"

@@ -1,6 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Which symbols the encoders would write: the counts from which zepiEncodeHuffmanRawTableInit_JPEG_8u makes a
-// table.
+// Counts the symbols that the encoders would write; zepiEncodeHuffmanRawTableInit_JPEG_8u makes a
+// table of the counts.
+//
+// progressive-inl.h makes the symbols, also those of a baseline block: they are those of a first
+// scan of the band 1..63 with Al 0, except that the end of the block is a symbol of its own. A
+// block's symbols are noted first and counted afterwards, so that a block that cannot be counted
+// changes nothing.
 #include "frame/checks.h"
 #include "jpeg/huffman/elements.h"
 #include "jpeg/huffman/huffman_states.h"
@@ -17,7 +22,7 @@
 namespace zepjp {
 namespace {
 
-// Notes a block's symbols, so that a block which cannot be counted leaves no trace.
+// Notes a block's symbols.
 class Counter {
  public:
   HWY_INLINE bool Symbol(uint32_t symbol, uint32_t, uint32_t) {
@@ -27,7 +32,7 @@ class Counter {
   HWY_INLINE bool Corrections(uint64_t, uint32_t) { return true; }
   HWY_INLINE bool NoSymbol() { return false; }
 
-  // False: a count would leave its range, and none has changed.
+  // False: a count would overflow; then none has changed.
   bool AddTo(int32_t* statistics) const {
     for (size_t i = 0; i < count_; ++i) {
       if (HWY_UNLIKELY(statistics[symbols_[i]] == INT32_MAX)) {
@@ -38,7 +43,7 @@ class Counter {
     }
     return true;
   }
-  // The reverse for the first `count` symbols.
+  // Takes the first `count` symbols off the counts again.
   void Take(size_t count, int32_t* statistics) const {
     for (size_t i = 0; i < count; ++i) --statistics[symbols_[i]];
   }
@@ -87,7 +92,7 @@ Kernels kernels;
 
 ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 
-// The DC difference takes the place of the one before where it is counted.
+// The category of a DC difference. The last DC changes only if it is counted.
 class DcCounter {
  public:
   DcCounter(int32_t dc, const int16_t* last) : dc_(dc) {
@@ -104,7 +109,8 @@ class DcCounter {
   Counter counter_;
 };
 
-// Baseline AC symbols are those of a first scan of the whole band, but for the end of the block.
+// Baseline AC symbols: those of a first scan of the whole band, with an end of block instead of a
+// run.
 bool CountAcs(const int16_t* block, Counter* counter) {
   EobRun run = {0, 0, nullptr};
   if (!kernels.first(block, {1, 63, 0}, &run, counter)) return false;

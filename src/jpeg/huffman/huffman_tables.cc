@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Huffman tables from the lists of a DHT segment: the number of codes of each length, and the symbols
-// in the order of their codes. Codes count up within a length and double from one length to the next
-// (ITU-T T.81, annex C).
+// Huffman tables from the lists of a DHT segment: the number of codes of each length, and the
+// symbols in the order of their codes. Codes count up within a length and double from one length to
+// the next (ITU-T T.81, annex C).
+//
+// The encoder's table has length and code for each symbol. The decoder's has, for codes of up to 8
+// bits, a look-up table by the next 8 bits, and for each length the first code, the last code and
+// the index of the first symbol, by which longer codes are found (F.2.2.3).
 #include <cstring>
 
 #include "frame/checks.h"
@@ -13,7 +17,7 @@ namespace {
 
 constexpr int kMaxCodes = 256;
 
-// Lists of more than 256 codes are not counted to their end.
+// The lists have no more than 256 symbols.
 bool TooManyCodes(const uint8_t* list_bits) {
   int count = 0;
   for (int i = 0; i < kMaxCodeBits; ++i) count += list_bits[i];
@@ -36,7 +40,7 @@ zepStatus ForLengths(const uint8_t* list_bits, const Visit& visit) {
   return zepStatusOk;
 }
 
-// Codes of a length that go beyond it, or end with the one of ones alone, are too many.
+// Whether a length has more codes than fit, or uses the code of all ones.
 bool Overfull(const uint8_t* list_bits) {
   return ForLengths(list_bits, [](uint32_t length, uint32_t code, uint32_t, uint32_t count) {
            return code + count >= 1U << length ? zepStatusBadHuffTable : zepStatusOk;
@@ -55,8 +59,8 @@ zepStatus BuildEncoderTable(const uint8_t* list_bits, const uint8_t* list_vals,
   });
 }
 
-// The entries of the 8-bit table that begin with each code of a length. A code that begins at the
-// table's very end is passed over; one beyond it spoils the table.
+// Fills the entries of the 8-bit table that begin with the codes of a length. A code that would
+// begin just after the table's end is ignored; one further on makes the table bad.
 zepStatus FillFast(zepiDecodeHuffmanSpec* table, uint32_t length, uint32_t code, uint32_t index,
                    uint32_t count) {
   const uint32_t span = 1U << (kFastCodeBits - length);

@@ -1,10 +1,15 @@
 // SPDX-License-Identifier: MIT
-// The lists of the best Huffman table for counted symbols: codes of at most 16 bits, none of them all ones
-// (ITU-T T.81, K.2, asks for both).
+// The lists of the best Huffman table for counted symbols: codes of at most 16 bits, none of them
+// all ones (ITU-T T.81, K.2, asks for both).
 //
-// Package-merge: the lengths that cost least are found by 16 rounds of merging the symbols, by weight, with pairs
-// of what the round before has left; a symbol's length is how often it stands among the first 2 n - 2 of the
-// rounds. A symbol of weight 0 besides takes the code of all ones.
+// Length-limited codes by package-merge. 16 rounds merge the n symbols, sorted by weight, with
+// pairs of neighbours of the previous round's list. Of the last list the first 2 n - 2 items are
+// taken; of each list before, the items of which the pairs taken were made. A symbol's length is
+// how many lists it is taken from: the cost, the sum of weight times length, is the least possible.
+// The heuristic of K.2 is not always that good.
+//
+// An extra symbol of weight 0 gets the longest code, which is the one of all ones. Weights are
+// below 2^31, so sums of 2^16 of them fit in 64 bits.
 #include <algorithm>
 #include <cstring>
 
@@ -48,7 +53,7 @@ void Merge(const Leaf* leaves, int count, const Round& before, Round* round) {
   }
 }
 
-// The lengths of the leaves, which stand by weight.
+// The code lengths of the leaves, which are sorted by weight.
 void FindLengths(const Leaf* leaves, int count, int* lengths) {
   Round rounds[kMaxCodeBits];
   static constexpr Round kNone = {{}, {}, 0};
@@ -72,7 +77,7 @@ void MakeLists(const int32_t* statistics, uint8_t* bits, uint8_t* values) {
   }
   if (count == 0) leaves[count++] = {1, 0};
   leaves[count++] = {0, kSymbols};
-  // Of equal weights the higher symbol comes first and so gets no shorter code.
+  // Of equal weights the higher symbol comes first, so that it gets no shorter code.
   std::sort(leaves, leaves + count, [](const Leaf& a, const Leaf& b) {
     return a.weight != b.weight ? a.weight < b.weight : a.symbol > b.symbol;
   });
@@ -83,7 +88,7 @@ void MakeLists(const int32_t* statistics, uint8_t* bits, uint8_t* values) {
   int written = 0;
   for (int length = 1; length <= kMaxCodeBits; ++length) {
     const int start = written;
-    for (int leaf = 1; leaf < count; ++leaf) {  // without the one of all ones
+    for (int leaf = 1; leaf < count; ++leaf) {  // leaf 0 is the extra symbol
       if (lengths[leaf] != length) continue;
       values[written++] = static_cast<uint8_t>(leaves[leaf].symbol);
     }

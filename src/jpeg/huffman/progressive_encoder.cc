@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
-// The scans of progressive JPEG (ITU-T T.81, G.1.2): the upper bits of DC or of a band of AC coefficients first,
-// then a bit more in each scan.
+// The scans of progressive JPEG (ITU-T T.81, G.1.2): the upper bits of DC, or of a band of AC
+// coefficients, first; then one bit more in each scan.
 //
-// As in the block encoder there are two ways to the same bytes, positions and states: one where there is room for
-// the longest block, and a careful one. Vectors find the coefficients that count.
+// progressive-inl.h makes the symbols of a block. They go to one of two sinks, which give the same
+// bytes, positions and states: CollectorSink, if there is room for the longest block and every
+// symbol has a code; WriterSink, the reference writer, otherwise, from the start of the block.
 #include "frame/checks.h"
 #include "jpeg/huffman/bit_writer.h"
 #include "jpeg/huffman/collector.h"
@@ -28,10 +29,11 @@ struct Kernels {
   EncodeBlock first, refine;
 };
 
-// The longest block: 31 bits for each coefficient, runs of zeros, the run before with its corrections, its own.
+// The longest block in bytes: 31 bits for each coefficient and 16 for a run of 16 zeros before it,
+// two end-of-band runs of 15 extra bits, 1024 corrections; every byte may be stuffed.
 constexpr int64_t kMaxBlockBytes = 2 * ((7 + 63 * (31 + 16) + 30 + 1024 + 7) / 8) + 8;
 
-// Writes carefully; keeps the status of what could not be written.
+// Writes through the reference writer, and keeps the status of the first write that fails.
 class WriterSink {
  public:
   WriterSink(const zepiEncodeHuffmanSpec* table, const Destination& to,
@@ -90,7 +92,7 @@ class CollectorSink {
   Collector collector_;
 };
 
-// Calls tell(run, sink), quickly where that is possible.
+// Calls tell(run, sink) with the fast sink if that is possible, else with the reference writer.
 template <class Tell>
 HWY_INLINE zepStatus Write(const Tell& tell, const zepiEncodeHuffmanSpec* table,
                            const Destination& to, zepiEncodeHuffmanState* state) {
@@ -118,7 +120,7 @@ ZEP_BEFORE_NAMESPACE();
 namespace zepjp::HWY_NAMESPACE {
 namespace {
 
-// A block without anything to tell makes the run longer.
+// A block without nonzero coefficients only makes the end-of-band run longer.
 HWY_INLINE bool IsOnlyRun(uint64_t nonzero, zepiEncodeHuffmanState* state) {
   if (nonzero != 0 || state->eobRun >= kMaxEobRun - 1) return false;
   ++state->eobRun;
@@ -159,7 +161,7 @@ Kernels kernels;
 
 ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 
-// The run that is pending, then ones.
+// Writes the pending end-of-band run, then pads the last byte with ones.
 zepStatus Flush(const zepiEncodeHuffmanSpec* table, const Destination& to,
                 zepiEncodeHuffmanState* state) {
   if (state->eobRun != 0) {

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Coding of differences in lossless JPEG (ITU-T T.81, H.1.2.2): the code of a category and its extra bits, one
-// difference or rows of up to four interleaved components at a time.
+// Coding of differences in lossless JPEG (ITU-T T.81, H.1.2.2): the code of a category and its
+// extra bits, one difference or rows of up to four interleaved components at a time.
 //
-// As with blocks there are two ways to the same bytes, positions and states: a quick one for several samples,
-// which gives up without a trace, and a careful one, sample by sample.
+// As with blocks, a fast coder and the reference coder give the same bytes, positions and states.
+// The fast one takes several samples at a time, and changes nothing if it gives up (little room, a
+// symbol without a code, a marker, the end of the source); the reference coder then goes sample by
+// sample. Long rows are decoded in chunks by row_reader.h.
 #include <algorithm>
 #include <cstring>
 
@@ -52,10 +54,11 @@ struct Kernels {
 constexpr uint32_t NumExtraBits(uint32_t category) { return category % kMaxDcCategory; }
 constexpr int32_t kFarDifference = -32768;
 
-// So many columns are coded at once.
+// How many columns are coded at once.
 constexpr size_t kColumns = 32;
 
-// For so many differences: each takes 31 bits at most, each byte may be stuffed, and whole words are stored.
+// The room for `count` differences: each takes 31 bits at most, every byte may be stuffed, and
+// whole words are stored.
 constexpr int64_t RoomFor(size_t count) {
   return 2 * ((7 + 31 * static_cast<int64_t>(count) + 7) / 8) + 8;
 }
@@ -74,7 +77,7 @@ class TableCodes {
   const RowsToEncode& rows_;
 };
 
-// The same where so many differences follow that it is worth to put the codes into place before.
+// The same for long rows, for which it pays to rearrange the codes of the tables first.
 class ListedCodes {
  public:
   static constexpr size_t kWorth = 256;
@@ -188,13 +191,14 @@ zepStatus DecodeCarefully(const RowsToDecode& rows, size_t begin, size_t end, co
   return status;
 }
 
-// In long rows chunks of so many differences go through RowReader, which has tables to make first.
+// Long rows are decoded in chunks of kLongChunk differences by RowReader, whose tables must be made
+// first; fewer than kLeastChunk are not worth it.
 constexpr size_t kLongChunk = 2048, kLeastChunk = 128;
 
 struct LongChunk {
   ShortCode lists[kMaxComponents][kShortCodes];
   const ShortCode* codes[kMaxComponents];
-  int16_t differences[kLongChunk];  // a row of a component behind that of the one before
+  int16_t differences[kLongChunk];  // component after component
 };
 
 // Components with the same table have the same list.
@@ -222,7 +226,8 @@ HWY_INLINE size_t TakeColumns(const RowsToDecode& rows, size_t columns, RowReade
   return columns;
 }
 
-// The columns from `begin` on; returns how many were possible, and where not all were, has changed nothing.
+// The columns from `begin` on; returns how many were possible, and where not all were, has changed
+// nothing.
 HWY_INLINE size_t DecodeChunk(const RowsToDecode& rows, size_t begin, size_t columns,
                               const Source& from, zepiDecodeHuffmanState* state, LongChunk* chunk) {
   if (!IsUsual(from, *state)) return 0;
@@ -237,8 +242,8 @@ HWY_INLINE size_t DecodeChunk(const RowsToDecode& rows, size_t begin, size_t col
   return columns;
 }
 
-// How many columns at the start of a row could be decoded by long chunks. Before a marker, the end or a bad code a
-// chunk is tried once more with what was possible.
+// Decodes the start of a row in long chunks; returns how many columns. A chunk that meets a marker,
+// the end or a bad code is decoded once more up to there.
 HWY_INLINE size_t DecodeLong(const RowsToDecode& rows, size_t width, const Source& from,
                              zepiDecodeHuffmanState* state) {
   const auto components = static_cast<size_t>(rows.components);

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
-// Prediction of lossless JPEG (ITU-T T.81, H.1.2.1): rows of samples to differences and back, modulo 65536.
+// Prediction of lossless JPEG (ITU-T T.81, H.1.2.1): rows of samples to differences and back,
+// modulo 65536.
 //
-// With x the row, b the row above and c = b one sample to the left, predictor 1 is the left neighbour, 2 is b,
-// 3 is c, 4 is left + b - c, 5 is left + ((b - c) >> 1), 6 is b + ((left - c) >> 1), 7 is (left + b) >> 1.
+// With x the row, b the row above and c = b one sample to the left, predictor 1 is the left
+// neighbour, 2 is b, 3 is c, 4 is left + b - c, 5 is left + ((b - c) >> 1), 6 is b + ((left - c) >>
+// 1), 7 is (left + b) >> 1.
 //
-// Forward every predictor is a formula over vectors. Back, 2 and 3 are too; 1, 4 and 5 are running sums of what
-// is known beforehand, a few steps for a vector; 6 and 7 halve what was reconstructed last and go sample by
-// sample.
+// Forward, every predictor is a formula over vectors. Inverse, so are 2 and 3; 1, 4 and 5 are
+// running sums of values known beforehand, which take log2(lanes) steps for a vector; 6 and 7 halve
+// the last reconstructed sample, so they go sample by sample.
 #include <algorithm>
 
 #include "frame/checks.h"

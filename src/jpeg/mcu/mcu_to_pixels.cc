@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The blocks of one MCU to pixels: values plus 128, saturated to bytes; chroma replicated; conversion or none.
+// The blocks of one MCU to pixels: values plus 128, saturated to bytes; chroma replicated;
+// conversion or none.
 //
 // Vectors hold cells of 16 pixels, as in pixels_to_mcu.cc: a V16 has a run of eight for each cell.
 #include "frame/checks.h"
@@ -39,7 +40,8 @@ namespace {
 constexpr size_t kCells = kPixels / 16;
 constexpr size_t kRowBytes = 16, kBlockBytes = 128;
 
-// The values of kCells rows of a block, kStride rows apart, limited so that they are bytes minus 128.
+// The values of kCells rows of a block, kStride rows apart, limited so that they are bytes minus
+// 128.
 template <int kStride = 1>
 HWY_INLINE V16 LoadRows(const int16_t* block, size_t offset) {
   const D16 d16;
@@ -73,8 +75,8 @@ struct PixelTarget {
   ptrdiff_t step;
 };
 
-// The 24 bytes of a run of three-byte pixels: 16 of the first and of the second run, then what is left of both.
-// Indices of the bytes of channel `channel` in part `part`.
+// The 24 bytes of each run of three-byte pixels: the first 16 of the first and of the second run,
+// then the last 8 of both. Indices of the bytes of channel `channel` in part `part`.
 constexpr PairIndices MakeTripleBytes(int part, int channel) {
   PairIndices result = {};
   for (int i = 0; i < 16; ++i) {

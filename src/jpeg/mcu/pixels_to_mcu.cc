@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Pixels to the blocks of one MCU: conversion or none, chroma reduced, samples minus 128.
 //
-// A vector holds kCells cells of 16 pixels, a cell for each 128-bit block: two runs of eight pixels, which are
-// two rows of an MCU 8 pixels wide (444) or the halves of a row of one 16 wide (422, 411).
+// A vector holds kCells cells of 16 pixels, a cell for each 128-bit block: two runs of eight
+// pixels, which are two rows of an MCU 8 pixels wide (444) or the halves of a row of one 16 wide
+// (422, 411).
 #include "frame/checks.h"
 #include "frame/rows.h"
 #include "simd/dispatch.h"
@@ -178,8 +179,8 @@ void ToMcu444(const uint8_t* src, ptrdiff_t step, int16_t* const* dst) {
   }
 }
 
-// 422 with kRows = 1, 411 with 2. A step covers kCells rows of chroma; the rows of pixels of a cell lie
-// kRows apart from those of the next.
+// 422 with kRows = 1, 411 with 2. A step covers kCells rows of chroma; the rows of pixels of a cell
+// lie kRows apart from those of the next.
 template <class Conversion, int kRows>
 void ToReducedMcu(const uint8_t* src, ptrdiff_t step, int16_t* const* dst) {
   constexpr ptrdiff_t kRun = 8 * Conversion::kChannels;

@@ -1,6 +1,12 @@
 // SPDX-License-Identifier: MIT
-// The code-block decoders (ISO/IEC 15444-1, annex D): the mirror of the encoder, in one call for a block or
-// step by step for each codeword segment.
+// The code-block decoders (ISO/IEC 15444-1, annex D): the inverse of the encoder, in one call for a
+// block or one codeword segment at a time.
+//
+// A pass finds its samples by searching words of flags, as in the encoder (stripes.h); but a sample
+// that becomes significant makes candidates of its neighbours later in the scan, so the words
+// change during the search. Samples are reconstructed at the midpoint: bit p of a sample decoded
+// down to plane p is followed by a 1 and zeros. A refinement bit replaces that 1 and sets the next
+// one in a single exclusive or.
 #include <algorithm>
 #include <cstring>
 
@@ -19,7 +25,8 @@
 namespace zepjp::codeblock {
 namespace {
 
-// The fixed part of a state. It may lie at any address, so it is copied in and out.
+// The first part of a state, before its flags. A state may have any alignment, so this is copied in
+// and out.
 struct DecoderRecord {
   char id[4];
   int32_t is_attached;
@@ -27,7 +34,7 @@ struct DecoderRecord {
   ptrdiff_t step;
   zepiSize size;
   int32_t subband;
-  int32_t planes;  // that may be decoded
+  int32_t planes;  // the significant ones
   int32_t style;
   int32_t plane;  // the current one
   int32_t passes_left;
@@ -38,7 +45,7 @@ struct DecoderRecord {
   bool IsDone() const { return passes_left < 1 || pass >= 3 * planes - 2; }
 };
 
-// 388 bytes come with the flags: the fixed part, and what the alignment of the rest may take.
+// A state is 388 bytes larger than its flags: this record, and up to 31 bytes to align the flags.
 constexpr uint64_t kFixedBytes = 388, kAlignment = 32;
 static_assert(sizeof(DecoderRecord) <= kFixedBytes - (kAlignment - 1),
               "the size is part of the interface");
@@ -51,8 +58,8 @@ inline Stripes StripesOf(zepiSize size) {
   return Stripes(size.width, size.height, static_cast<size_t>(size.width) + 2);
 }
 inline void* FlagsOf(void* state) {
-  const auto behind = reinterpret_cast<uintptr_t>(state) + sizeof(DecoderRecord);
-  const auto more = static_cast<size_t>(-behind) % kAlignment;
+  const auto end = reinterpret_cast<uintptr_t>(state) + sizeof(DecoderRecord);
+  const auto more = static_cast<size_t>(-end) % kAlignment;
   return static_cast<uint8_t*>(state) + sizeof(DecoderRecord) + more;
 }
 
@@ -100,10 +107,10 @@ class BlockDecoder {
   static void Reset(RawDecoder* /*raw*/) {}
   static void Reset(MqDecoder* mq) { mq->SetContexts(InitialContexts()); }
 
-  // Up to the end of the segment, or to a pass that fails.
+  // Decodes passes up to the end of the segment, or to one that fails.
   template <bool kIsRaw, class Bits>
   void DecodePasses(int end, Bits* source) {
-    Bits bits = *source;  // in registers
+    Bits bits = *source;  // a copy, which stays in registers
     while (progress_.pass < end && !progress_.IsDone() && progress_.has_failed == 0) {
       if ((progress_.style & kReset) != 0) Reset(&bits);
       progress_.plane = progress_.planes - 1 - (progress_.pass + 2) / 3;
@@ -141,16 +148,16 @@ class BlockDecoder {
     return rows;
   }
 
-  // Sample `i` of a word whose samples begin at `dst` becomes significant.
+  // Decodes the sign of sample `i` of a word, which becomes significant.
   template <bool kIsRaw, class Bits>
   HWY_INLINE void DecodeSign(const Stripes::Columns& columns, const Rows& rows, uint32_t i,
                              Bits* bits) {
     uint32_t sign;
     if constexpr (kIsRaw) {
-      sign = bits->DecodeUnforeseen(0);
+      sign = bits->DecodeUnpredictable(0);
     } else {
       const Symbol context = Stripes::SignContext(columns.Of(i), i % 4);
-      sign = bits->DecodeUnforeseen(context / 2) ^ (context & 1);
+      sign = bits->DecodeUnpredictable(context / 2) ^ (context & 1);
     }
     columns.SetSignificant(i, sign);
     const uint32_t value = sign << 31 | midpoint_;
@@ -173,7 +180,7 @@ class BlockDecoder {
       const uint64_t sample = candidates & -candidates;
       candidates ^= sample;
       visited |= sample;
-      if (bits->DecodeUnforeseen(zero_contexts_[*columns.Of(i) >> (3 * (i % 4)) & 0x1FF]) == 0)
+      if (bits->DecodeUnpredictable(zero_contexts_[*columns.Of(i) >> (3 * (i % 4)) & 0x1FF]) == 0)
         continue;
       DecodeSign<kIsRaw>(columns, rows, i, bits);
       significant |= sample;
@@ -192,7 +199,8 @@ class BlockDecoder {
     const uint64_t refined = stripes_.refined[at];
     stripes_.refined[at] = refined | left;
     const Rows rows = RowsOf(stripe, g);
-    // The midpoint's one lies where the bit belongs; below it comes the next.
+    // The midpoint's 1 lies where the bit belongs: a 1 keeps it, a 0 clears it, and either sets the
+    // bit below.
     const uint32_t half = static_cast<uint32_t>((uint64_t{1} << progress_.plane) >> 1);
     const uint32_t change[2] = {1u << progress_.plane | half, half};
     for (; left != 0; left &= left - 1) {
@@ -203,7 +211,7 @@ class BlockDecoder {
       uint8_t* place = rows.At(i);
       uint32_t value;
       std::memcpy(&value, place, 4);
-      value ^= change[bits->DecodeUnforeseen(context)];
+      value ^= change[bits->DecodeUnpredictable(context)];
       std::memcpy(place, &value, 4);
     }
   }
@@ -227,8 +235,8 @@ class BlockDecoder {
           left &= ~(uint64_t{15} << i);
           continue;
         }
-        uint32_t first = bits->DecodeUnforeseen(kUniform) << 1;
-        first |= bits->DecodeUnforeseen(kUniform);
+        uint32_t first = bits->DecodeUnpredictable(kUniform) << 1;
+        first |= bits->DecodeUnpredictable(kUniform);
         left &= ~(((uint64_t{1} << first) - 1) << i);
         i += first;
       } else if (bits->Decode(zero_contexts_[*columns.Of(i) >> (3 * (i % 4)) & 0x1FF]) == 0) {
@@ -246,7 +254,7 @@ class BlockDecoder {
   void CheckSymbol(MqDecoder* bits) {
     if ((progress_.style & kSegmentationSymbols) == 0) return;
     uint32_t symbol = 0;
-    for (int i = 0; i < 4; ++i) symbol = symbol << 1 | bits->DecodeUnforeseen(kUniform);
+    for (int i = 0; i < 4; ++i) symbol = symbol << 1 | bits->DecodeUnpredictable(kUniform);
     if (symbol != 0xA) progress_.has_failed = 1;
   }
 
@@ -254,7 +262,7 @@ class BlockDecoder {
   const bool is_causal_;
   const ZeroContexts& zero_contexts_;
   Stripes stripes_;
-  uint32_t midpoint_ = 0;  // what a sample is that becomes significant
+  uint32_t midpoint_ = 0;  // the magnitude of a sample that becomes significant
   uint32_t unused_[18] = {};
 };
 
@@ -351,7 +359,7 @@ void ForSamples(const DecoderRecord& progress, Change change) {
   }
 }
 
-// What is above the current plane stays, with a midpoint on it.
+// Keeps the planes above the current one, and sets its bit as the midpoint.
 void Conceal(const DecoderRecord& progress) {
   const uint32_t bit = 1u << progress.plane;
   ForSamples(progress, [&](uint32_t sample) {

@@ -1,9 +1,20 @@
 // SPDX-License-Identifier: MIT
-// The code-block encoder (ISO/IEC 15444-1, annex D).
+// The code-block encoder (ISO/IEC 15444-1, annex D): samples of sign and magnitude, bit plane by
+// bit plane from the highest, in up to three passes for each plane (significance propagation,
+// refinement, cleanup), to MQ-coded segments.
 //
-// All that a pass needs is known before it runs: each plane's bits lie in words of 64 samples in the order
-// of the scan. A pass visits the samples that it codes by searching for ones, and writes symbols, a context
-// and a bit, to a buffer; the arithmetic coder then works through those without a look at the samples.
+// Three steps:
+//
+//   1. Vectors transpose the samples into planes: each plane's bits in words of 64 samples in scan
+//      order (stripes.h).
+//   2. A pass visits only the samples that it codes, by searching for 1 bits in such words, and
+//      writes symbols, a context and a bit in one byte, to a buffer.
+//   3. The MQ coder works through the buffer, thousands of symbols at a time, with its registers in
+//      registers.
+//
+// The encoder knows all bits before it codes them, so the distortion that a pass removes is
+// computed from whole words as well: population counts of planes, weighed by powers of two (see
+// AddSignificant).
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -24,13 +35,15 @@ namespace zepjp::codeblock {
 namespace {
 
 struct Pass {
-  int32_t rate;    // bytes that the coder has put out
-  int32_t length;  // bytes that suffice up to here
+  int32_t rate;    // bytes that the coder has written at the end of the pass
+  int32_t length;  // bytes that suffice to decode up to here
   int32_t mantissa;
   int32_t exponent;  // of the distortion that the pass removes
 };
 
-// Symbols wait here until there are many. A word of samples makes at most 10 for each of its columns.
+// The buffer of symbols is coded when it holds kSymbols or more. A word of samples adds at most 10
+// for each of its 16 columns (a run, its two position bits and a sign; two symbols for each of the
+// three samples below), and a pass ends with at most 4 segmentation symbols.
 constexpr size_t kSymbols = 4096, kMaxOfWord = 16 * 10 + 4;
 
 struct Coder {
@@ -38,11 +51,11 @@ struct Coder {
   int32_t segment_count;
   int32_t sf_bits;
   int32_t size;    // of the code
-  int32_t stored;  // bytes that were given out
+  int32_t stored;  // bytes that the caller has fetched
   Pass passes[kMaxPasses];
   Symbol symbols[kSymbols + kMaxOfWord];
-  uint8_t* code;     // behind a byte that is no FF
-  uint64_t* planes;  // words of each plane and of the signs
+  uint8_t* code;     // after a byte that is not FF
+  uint64_t* planes;  // the words of each plane and of the signs
   void* stripes;
 };
 
@@ -62,7 +75,8 @@ struct Kernels {
 
 constexpr size_t kSignPlane = kMaxPlanes;
 
-// Bytes for the code of a block; beyond int32_t there is no memory.
+// A bound of the bytes of a block's code, with a segment for each pass: 1090 for each column of a
+// stripe. Above INT32_MAX the allocation is refused.
 inline int64_t CodeBytes(zepiSize most) {
   const int64_t stripe = int64_t{most.width} * 1090;
   return stripe > INT32_MAX ? stripe : stripe * ((int64_t{most.height} + 3) / 4);
@@ -88,7 +102,7 @@ using DI32 = hn::CappedTag<int32_t, 16>;
 using VI32 = hn::Vec<DI32>;
 constexpr size_t kLanes = HWY_LANES(int32_t) < 16 ? HWY_LANES(int32_t) : 16;
 
-// Sixteen bits to every fourth.
+// Moves bit i of 16 to bit 4 i.
 HWY_INLINE uint64_t Spread(uint64_t bits) {
   bits = (bits | bits << 24) & 0x000000FF000000FF;
   bits = (bits | bits << 12) & 0x000F000F000F000F;
@@ -96,7 +110,7 @@ HWY_INLINE uint64_t Spread(uint64_t bits) {
   return (bits | bits << 3) & kRow0;
 }
 
-// Four rows of sixteen samples, zeros where there are none.
+// Four rows of sixteen samples; zeros outside the block.
 class Samples {
  public:
   HWY_INLINE Samples(const Job& job, size_t stripe, size_t g) {
@@ -118,7 +132,7 @@ class Samples {
     return all;
   }
 
-  // Bit `plane` of all, in the order of the scan.
+  // Bit `plane` of all samples, in scan order.
   HWY_INLINE uint64_t Plane(int plane) const {
     const DI32 d;
     uint64_t word = 0;
@@ -185,7 +199,7 @@ class BlockEncoder {
     for (const int32_t lane : lanes) bits |= static_cast<uint32_t>(lane) & 0x7FFFFFFF;
     coder_.sf_bits = bits == 0 ? 0 : 32 - __builtin_clz(bits);
     has_fraction_ = (bits & ((1u << lowest_) - 1)) != 0;
-    // Six planes below the lowest make up the fractions that the distortion looks at.
+    // The six planes below the lowest coded one hold the fractions that count for distortion.
     const int below = has_fraction_ ? std::max(lowest_ - 6, 0) : lowest_;
     for (size_t stripe = 0; stripe < stripes_.stripe_count; ++stripe) {
       for (size_t g = 0; g < stripes_.words; ++g) {
@@ -235,7 +249,8 @@ class BlockEncoder {
     next_ = coder_.symbols;
   }
 
-  // Sample `i` of a word becomes significant. Signs that bypass the coder are not inverted.
+  // Codes the sign of sample `i` of a word, which becomes significant. Raw signs are never
+  // inverted.
   HWY_INLINE void PutSign(const Stripes::Columns& columns, uint64_t signs, uint32_t i) {
     const auto sign = static_cast<uint32_t>(signs >> i & 1);
     const Symbol context = is_raw_ ? Symbol{0} : Stripes::SignContext(columns.Of(i), i % 4);
@@ -298,7 +313,7 @@ class BlockEncoder {
     const uint64_t bits = bits_[at], signs = PlaneWords(kSignPlane)[at];
     uint64_t runs = RunColumns(open, neighbours);
     const uint64_t ones =
-        kRow0 & (bits | bits >> 1 | bits >> 2 | bits >> 3);  // columns that have some
+        kRow0 & (bits | bits >> 1 | bits >> 2 | bits >> 3);  // columns with a 1 bit
     uint64_t left = open;
     while (left != 0) {
       auto i = static_cast<uint32_t>(__builtin_ctzll(left));
@@ -333,7 +348,7 @@ class BlockEncoder {
 
   static int64_t Count(uint64_t word) { return __builtin_popcountll(word); }
 
-  // The sum over `samples` of what their six bits below the plane are together.
+  // The sum over `samples` of the number that each one's six bits below the plane make.
   int64_t SumBelow(uint64_t samples, size_t at) const {
     int64_t sum = 0;
     for (int k = 5, plane = plane_ - 1; k >= 0 && plane >= 0; --k, --plane) {
@@ -343,10 +358,12 @@ class BlockEncoder {
     return sum;
   }
 
-  // Distortion in units of 2^-13 squares of the plane's value. With i the value's seven bits from the plane
-  // down, normal(i) = 128 |i - 64| - 2048 is what a refinement bit removes by midpoints, and
-  // last(i) = 2 (i - 64)^2 where the value itself is reached. A sample that becomes significant removes
-  // 3 normal(i) + 2 normal(0) or 4 last(64 + i / 2).
+  // Distortion in units of 2^-13 squares of the plane's value. With i the magnitude's seven bits
+  // from the plane down, a refinement bit removes normal(i) = 128 |i - 64| - 2048 with midpoint
+  // reconstruction, and last(i) = 2 (i - 64)^2 on the lowest plane, where the decoder reaches the
+  // value itself. A sample that becomes significant removes 3 normal(i) + 2 normal(0), or 4 last(64
+  // + i / 2) on the lowest plane. Sums over samples are population counts of the planes below,
+  // except the squares.
   void AddSignificant(uint64_t samples, size_t at) {
     if (samples == 0) return;
     if (plane_ > lowest_) {

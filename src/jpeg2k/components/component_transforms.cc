@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The transforms of the first three components of a tile (ITU-T T.800, Annex G): the reversible one,
-// in integers, and the irreversible one, in floating and in fixed point.
+// The transforms of the first three components of a tile (ITU-T T.800, Annex G): the reversible
+// one, in integers, and the irreversible one, in floating and in fixed point.
 //
 // 16-bit lanes stay 16 bits wide where the formula allows:
 //
@@ -147,8 +147,8 @@ struct Pairs {
 
 HWY_INLINE V32 Descale(V32 sum) { return hn::ShiftRight<14>(sum); }
 
-// Luminance S / 2^14, then the differences from it, times 0.5 / (1 - weight). A difference's own rounding,
-// (2^14 B - S + 2^13) >> 14, is B - ((S + 2^13 - 1) >> 14); it wraps at 16 bits.
+// Luminance S / 2^14, then the differences from it, times 0.5 / (1 - weight). A difference's own
+// rounding, (2^14 B - S + 2^13) >> 14, is B - ((S + 2^13 - 1) >> 14); it wraps at 16 bits.
 struct IctForward16 {
   static HWY_INLINE Three<D16> Apply(Three<D16> rgb) {
     const Pairs rg(rgb.c0, rgb.c1);
@@ -172,8 +172,8 @@ struct IctForward16 {
   }
 };
 
-// A weight of 2^14 and more is 2^14 plus one for the multiplication. The two additions saturate in the
-// same direction, for both summands have the sign of the chroma.
+// A weight of 2^14 and more is 2^14 plus one for the multiplication. The two additions saturate in
+// the same direction, for both summands have the sign of the chroma.
 struct IctInverse16 {
   static HWY_INLINE Three<D16> Apply(Three<D16> ycc) {
     const Pairs chroma(ycc.c1, ycc.c2);
@@ -223,7 +223,8 @@ HWY_INLINE HalfSums StartSums(int sum_of_weights) {
 
 HWY_INLINE V32 Join(HalfSums sums) { return hn::Add(hn::ShiftLeft<2>(sums.h), Descale(sums.l)); }
 
-// Whether all values fit into 16 bits, as those of images do: dot products of one half suffice then.
+// Whether all values fit into 16 bits, as those of images do: dot products of one half suffice
+// then.
 HWY_INLINE hn::VFromD<DU32> OffsetFrom16(V32 v) {
   return hn::BitCast(DU32(), hn::Add(v, hn::Set(D32(), 32768)));
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The transforms along columns row by row: one call for each pair of rows, for callers that have no more
-// than a few rows at a time.
+// The transforms along columns row by row: one call for each pair of rows, for callers that have no
+// more than a few rows at a time.
 #include "frame/checks.h"
 #include "simd/dispatch.h"
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// One direction of a region: passes along columns. The caller has filled what lies above and below it.
-// The columns are taken in blocks of so many that the rows at work stay in the nearest cache; within a
-// block all steps follow one another down the rows.
+// One direction of a region: passes along columns. The caller has filled the rows above and below
+// that are read. Columns are processed in blocks so narrow that the rows at work stay in the
+// first-level cache; within a block all lifting steps go down the rows together.
 #include <algorithm>
 
 #include "jpeg2k/wavelet/rows.h"
@@ -32,7 +32,7 @@ namespace {
 
 constexpr size_t kBlockBytes = 2048;
 
-// Work rows for the rows outside the region, of which at most four on either side are in work.
+// Work rows for the rows outside the region: at most four on either side are at work at a time.
 template <class T>
 class OutsideRows {
  public:

@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: MIT
-// One level of a whole tile. Forward: columns, then rows; inverse: rows, then columns. Lines are mirrored
-// about their ends.
+// One level of a whole tile. Forward: columns, then rows; inverse: rows, then columns. Lines are
+// mirrored about their ends.
 //
-// In place, the columns are lifted where they are, in blocks that keep the rows at work in the nearest cache.
-// The rows are then transformed on their way to their places, along the cycles of the permutation that brings
-// low rows before high ones, so that nothing but one row needs another place meanwhile.
+// In place, the columns are lifted where they are, in blocks that keep the rows at work in the
+// nearest cache. The rows are then transformed on their way to their places, along the cycles of
+// the permutation that brings low rows before high ones, so that nothing but one row needs another
+// place meanwhile.
 //
-// To planes, each row is transformed as soon as the columns have finished it; six rows are in work at a
-// time. From planes, the destination is what the columns work on, as soon as its rows are there.
+// To planes, each row is transformed as soon as the columns have finished it; six rows are in work
+// at a time. From planes, the destination is what the columns work on, as soon as its rows are
+// there.
 #include <algorithm>
 
 #include "jpeg2k/wavelet/rows.h"
@@ -51,7 +53,8 @@ struct Kernels {
   TileKernels<int32_t> b53_32s;
   TileKernels<int16_t> d97_16s;
   TileKernels<int32_t> d97_32s;
-  // For processors of the low-power line, which have small caches: another schedule, the same arithmetic.
+  // For processors of the low-power line, which have small caches: another schedule, the same
+  // arithmetic.
   void (*low_power_inverse)(const Tile<int16_t>& tile, uint8_t* buffer);
   void (*low_power_from_planes)(const Tile<int16_t>& tile, const Subbands<int16_t>& planes,
                                 uint8_t* buffer);
@@ -92,8 +95,8 @@ inline Extent ColumnExtent(const zepiRect& rect) {
   return {0, int64_t{rect.height} - 1, (rect.y & 1) == 0};
 }
 
-// Calls move(from, to) so that item `to` of `count` gets what was item source(to). move(i, -1) saves an
-// item before the first of a cycle is replaced; it is item -1 then.
+// Calls move(from, to) until item `to` of `count` is the former item source(to), for all of them,
+// cycle by cycle. At the start of a cycle move(i, -1) saves an item; it is item -1 then.
 template <class Source, class Move>
 void Permute(int64_t count, const Source& source, const Move& move) {
   for (int64_t first = 0; first < count; ++first) {
@@ -144,8 +147,8 @@ void InverseColumns(const Tile<T>& tile) {
   }
 }
 
-// One more row than the tile has: at the place that the work buffer has for it, or here, because the smallest
-// tiles have none.
+// One more row than the tile has: at the place that the work buffer has for it, or here, because
+// the smallest tiles have none.
 template <class T>
 class SpareRow {
  public:
@@ -161,8 +164,8 @@ class SpareRow {
   T* const row_;
 };
 
-// Transforms row after row of a tile on its way to another place. transform(from, to) takes rows that
-// differ; source(i) is the row that comes to place i.
+// Transforms row after row of a tile on its way to another place. transform(from, to) takes rows
+// that differ; source(i) is the row that comes to place i.
 template <class T, class Source, class Transform>
 void MoveRows(const Tile<T>& tile, uint8_t* buffer, const Source& source,
               const Transform& transform) {
@@ -199,9 +202,9 @@ void Inverse(const Tile<T>& tile, uint8_t* buffer) {
   InverseColumns<Filter, kBytes>(tile);
 }
 
-// Rows of the quadrants of a tile in planes. With an odd origin and an odd width there is one low coefficient
-// less than the left planes are wide: the first high one is their last. Such rows are put together in
-// a spare row.
+// Rows of the quadrants of a tile in planes. With an odd origin and an odd width there is one low
+// coefficient less than the left planes are wide: the first high one is their last. Such rows are
+// put together in a spare row.
 template <class Filter>
 class SubbandRows {
  public:
@@ -259,7 +262,8 @@ class SubbandRows {
   const SpareRow<T> spare_;
 };
 
-// Rows that come from a source, are worked on in a ring of rows, and go to planes when they are finished.
+// Rows that come from a source, are worked on in a ring of rows, and go to planes when they are
+// finished.
 template <class Filter>
 class RowsToPlanes {
  public:
@@ -404,7 +408,8 @@ zepStatus JoinTile(void (*kernel)(const Tile<T>&, const Subbands<T>&, uint8_t*),
   return zepStatusOk;
 }
 
-// What a work buffer needs: one extended line, from a certain size on, and with planes a copy of the tile.
+// What a work buffer needs: one extended line, from a certain size on, and with planes a copy of
+// the tile.
 struct BufferNeed {
   int32_t element_bytes;
   int32_t extension_bytes;

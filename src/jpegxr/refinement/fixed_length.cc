@@ -1,17 +1,20 @@
 // SPDX-License-Identifier: MIT
-// Refinement bits of a 4x4 block (ITU-T T.832, 8.7.19): for each of the fifteen coefficients, in order
-// of frequency, m bits of magnitude and, behind one that is not zero, a sign; a coefficient that the
-// block coder has made nonzero needs no sign.
+// Refinement bits of a 4x4 block (ITU-T T.832, 8.7.19): for each of the fifteen coefficients after
+// DC, in order of frequency, m bits of magnitude, 0 to 15, and a sign if these are not all 0. A
+// coefficient that the block coder has made nonzero already has a sign, and gets none here.
 //
-// A reader refills by two bytes whenever fewer than 16 bits are valid before a coefficient. The decoder
-// takes as many of these refills at once as fit into 64 bits and are certain to come: n coefficients
-// that are left take (n - 1) m bits at least before the last of them is looked at. So it never reads
-// what a reader step by step would not, and ends in the same state.
+// Decoding. The interface fixes how far a call reads ahead: two bytes whenever fewer than 16 bits
+// are valid before a coefficient. The decoder makes several of these refills at once, as many as
+// fit into 64 bits and are certain to come: the n coefficients that are left take at least (n - 1)
+// m bits before the last of them is looked at. So it never reads a byte that a decoder step by step
+// would not read, and ends in the same state. Whether a sign follows is a comparison and a
+// conditional move, not a branch: window > limit means that it does, with limit = 2^(64-m) - 1, or
+// 2^64 - 1 if no sign can follow. The magnitudes are scaled and signed afterwards, with vectors, a
+// row of the block at a time.
 //
-// What a coefficient takes of the window is a comparison and a choice, not a jump: window > limit means a
-// sign follows, where limit = 2^(64-m) - 1, or 2^64 - 1 where none can. What the bits mean comes later, a row
-// of the block at a time. Encoding goes the other way: vectors turn the block into fields of a byte in
-// order of frequency (where m + 1 bits fit), of which one instruction takes the bits that count.
+// Encoding. Vectors make a field of m + 1 bits for each coefficient, magnitude and sign, and a mask
+// of the bits to write. If the fields fit into bytes, one `pext` for eight of them gathers the bits
+// (AVX2 and up); else they are written one by one.
 #include <cstring>
 
 #include "frame/checks.h"
@@ -63,7 +66,8 @@ using V32 = hn::VFromD<D32>;
 using VU32 = hn::VFromD<DU32>;
 using M32 = decltype(hn::Eq(VU32(), VU32()));
 
-// A row of the block, at any alignment, in 32-bit lanes; and back, modulo the width of the elements.
+// A row of the block, at any alignment, in 32-bit lanes; and back, modulo the width of the
+// elements.
 template <class T>
 HWY_INLINE V32 LoadRow(const T* block, ptrdiff_t step, ptrdiff_t row) {
   const hn::Rebind<T, D32> d;
@@ -107,7 +111,7 @@ class BitWindow {
     bits_ = valid_ == 0 ? 0 : bits_ & (~uint64_t{0} << (64 - valid_));
   }
 
-  // Refills of which the last leaves at least 16 bits behind `certain` ones; not beyond 64 bits.
+  // Refills until 16 bits are valid after the next `certain` ones, or as far as 64 bits hold.
   HWY_INLINE void Refill(uint32_t certain) {
     const uint32_t wanted = HWY_MIN(certain + 16, uint32_t{49});
     while (valid_ < wanted) {
@@ -117,13 +121,13 @@ class BitWindow {
     }
   }
 
-  // The next m + 1 bits. m are taken, or all where the window exceeds `limit`.
+  // Returns the next m + 1 bits. Takes m of them, or all if the window exceeds `limit`.
   HWY_INLINE uint32_t Take(uint32_t m, uint64_t limit) {
     const auto field = static_cast<uint32_t>(bits_ >> (63 - m));
     const uint64_t with_sign = bits_ << m << 1;
     uint64_t without_sign = bits_ << m;
 #ifdef __x86_64__
-    // A borrow is a sign. Compilers would make a jump of it, but signs cannot be predicted.
+    // A borrow means a sign. Compilers make a branch of it, but signs cannot be predicted.
     __asm__("cmpq %[window], %[limit]\n\tcmovcq %[with_sign], %[rest]\n\tsbbl %[m], %[valid]"
             : [rest] "+r"(without_sign), [valid] "+r"(valid_)
             : [window] "r"(bits_), [limit] "r"(limit), [with_sign] "r"(with_sign), [m] "r"(m)
@@ -151,7 +155,7 @@ class BitWindow {
   uint32_t valid_;
 };
 
-// Four coefficients. A field holds q and the bit behind it.
+// Four coefficients. A field holds q and the bit after it.
 template <bool kRefine>
 HWY_INLINE V32 Decoded(V32 old, V32 fields, V32 multiplier) {
   const V32 zero = hn::Zero(D32());
@@ -228,7 +232,7 @@ HWY_INLINE Fields MakeFields(VU32 bits, M32 is_signed, uint32_t m) {
   return {hn::And(bits, mask), mask};
 }
 
-// From a block that no coder has coded.
+// The fields of a block that the block coder has not coded.
 template <class T>
 struct FromBlock {
   const T* block;
@@ -277,7 +281,7 @@ void EncodeFields(const Source& source, const BitTarget& to, uint32_t m) {
 
 #if HWY_TARGET <= HWY_AVX2
 
-// The lowest `count` bits of `value`, which has no others.
+// Writes the lowest `count` bits of `value`; the bits above them are 0.
 HWY_INLINE void PutLong(uint64_t value, uint32_t count, VlcWriter* writer) {
   if (count > 32) {
     writer->Put(static_cast<uint32_t>(value >> 32), count - 32);
@@ -286,8 +290,8 @@ HWY_INLINE void PutLong(uint64_t value, uint32_t count, VlcWriter* writer) {
   writer->Put(static_cast<uint32_t>(value), count);
 }
 
-// The places in order of frequency, the first eight in the lower half, the first one of each half in its
-// highest byte; behind the last coefficient a byte of zero.
+// The places in order of frequency, the first eight in the lower half, the first one of each half
+// in its highest byte; after the last coefficient comes a byte of zero.
 alignas(16) constexpr uint8_t kExtractOrder[16] = {
     kPlace[7], kPlace[6],  kPlace[5],  kPlace[4],  kPlace[3],  kPlace[2],  kPlace[1], kPlace[0],
     0x80,      kPlace[14], kPlace[13], kPlace[12], kPlace[11], kPlace[10], kPlace[9], kPlace[8]};

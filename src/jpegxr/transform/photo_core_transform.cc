@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 // The 4x4 photo core transform (ITU-T T.832, 9.9.7), both ways, of many blocks at a time: each
-// register holds one element position of as many blocks as it has lanes, so a transform is lifting on
-// sixteen registers without a shuffle.
+// register holds one element position of as many blocks as it has lanes, so a transform is lifting
+// on sixteen registers without a shuffle.
 //
 // 16-bit lanes wrap in every sum, 32-bit lanes too; shifts are arithmetic. Each lifting step
 // changes one element by a function of others, so the inverse takes it back whatever wrapped. In
-// floating point nothing is rounded but by the arithmetic itself; products and sums stand in a fixed order.
+// floating point only the arithmetic itself rounds; products and sums are in a fixed order.
 #include "frame/checks.h"
 #include "simd/dispatch.h"
 
@@ -225,8 +225,8 @@ HWY_INLINE hn::VFromD<D> ShuffleBytes(D d, hn::VFromD<D> v, const uint8_t* lanes
   return hn::BitCast(d, hn::TableLookupBytes(hn::BitCast(d8, v), table));
 }
 
-// One row of the blocks: registers of whole blocks become one for each column, and back. Which lane a
-// block gets is of no matter, as both ways agree.
+// One row of the blocks: registers of whole blocks become one for each column, and back. Any order
+// of the blocks in the lanes will do, as long as both directions use the same.
 template <class D>
 HWY_INLINE void ToColumns(D d, hn::VFromD<D> (&v)[4]) {
   if constexpr (sizeof(hn::TFromD<D>) == 2) {
@@ -264,7 +264,7 @@ HWY_INLINE void Pass(D d, uint8_t* const (&at)[4], ptrdiff_t step) {
   }
 }
 
-// An area of a fixed size, in passes of four registers or all that it has.
+// An area of a fixed size, in passes of up to four registers.
 template <class T, size_t kWidth, size_t kHeight, class Transform>
 void Area(uint8_t* data, ptrdiff_t step) {
   constexpr size_t kLanes =

@@ -1,8 +1,16 @@
 // SPDX-License-Identifier: MIT
-// Decoding of blocks (ITU-T T.832 | ISO/IEC 29199-2).
+// Decoding of blocks of coefficients (ITU-T T.832 | ISO/IEC 29199-2).
 //
-// The first coefficient of a block comes as index, sign, level, run; each other one as run, index, sign,
-// level. One look-up tells the last three together; what does not fit there is decoded step by step.
+// A block is a list of runs of zeros and levels. The stream has, for the first coefficient: index,
+// sign, level, run; for each other one: run, index, sign, level. (Codes and the meaning of the
+// index are in vlc_codes.h.) One look-up in vlc_decoding_tables.h gives index, sign and level
+// together, with their length and counters; coefficients that do not fit are decoded step by step.
+// Which code table is used depends on the context: context 1 is the part of the block in which
+// coefficients have followed one another without zeros since the first, context 0 the rest.
+//
+// The loop is latency-bound: window, look-up, shift, next window. So the refill has no branch and
+// runs beside the look-up, the counters of all tables are one addition, and the tables of a context
+// are chosen before the loop.
 #include <cstring>
 
 #include "frame/checks.h"
@@ -41,7 +49,7 @@ inline Checks CheckPointers(const BitSource& from, const zepiVLCState* state, co
   return from.Check(checks).Ptr(state).Ptr(static_cast<const uint8_t*>(target));
 }
 
-// What could not be looked up at once.
+// A coefficient that was decoded step by step.
 struct Coefficient {
   uint32_t next;
   int32_t level;
@@ -58,7 +66,7 @@ struct Level {
   uint32_t magnitude, last_look;
 };
 
-// The magnitude behind the code of the escape: 2 + 2^n + n bits, n of 4 to 29 in up to three fields.
+// The magnitude after the escape code: 2 + 2^n + n bits, with n of 4 to 29 in up to three fields.
 inline Level TakeEscaped(VlcReader* reader) {
   uint32_t n = 4 + reader->Take(4);
   if (n == 19) n += reader->Take(2);
@@ -108,7 +116,7 @@ HWY_NOINLINE Coefficient TakeRareCoefficient(uint32_t context, uint32_t kind, ui
   return {next, Signed(level.magnitude, index.sign()), level.last_look, counters};
 }
 
-// One with a level.
+// The first coefficient, with a level.
 HWY_NOINLINE FirstCoefficient TakeRareFirst(uint32_t table, uint32_t level_tables,
                                             VlcReader* reader) {
   reader->Refill();
@@ -116,7 +124,7 @@ HWY_NOINLINE FirstCoefficient TakeRareFirst(uint32_t table, uint32_t level_table
   reader->Use(entry >> 4);
   FirstCoefficient first = {entry & 15, 0, 0, 0};
   const uint32_t sign = reader->Take(1);
-  const uint32_t level_table = level_tables >> ContextBehindFirst(first.symbol) & 1;
+  const uint32_t level_table = level_tables >> ContextAfterFirst(first.symbol) & 1;
   const Level level = TakeLevel(level_table, reader, &first.level_delta);
   first.level = Signed(level.magnitude, sign);
   first.last_look = level.last_look;
@@ -167,14 +175,14 @@ class Lookup {
   uint32_t index0_, index1_;
 };
 
-// A block in the midst of decoding. Calls store(slot, level) for each coefficient.
+// The decoding of one block. Calls store(slot, level) for each coefficient.
 template <class Store>
 class VlcBlockDecoder {
  public:
   HWY_INLINE VlcBlockDecoder(const BlockTables& tables, const BitSource& from, const Store& store)
       : tables_(tables), lookup_(tables), reader_(from), store_(store) {}
 
-  // Returns how many there are.
+  // Returns the number of coefficients.
   HWY_INLINE uint32_t Decode(uint32_t first_slot, const BitSource& from) {
     DecodeFirst(first_slot);
     const bool begins_in1 = context_ != 0;
@@ -216,12 +224,12 @@ class VlcBlockDecoder {
       last_look = rare.last_look;
       if (!HasNoRun(symbol)) reader_.Refill();
     }
-    // At least 7 bits are left, enough for any run, or there is none.
+    // At least 7 bits are valid, enough for any run, or there is no run.
     const RunEntry run = RunAt((uint64_t{symbol} & 1) - 1, first_slot);
     reader_.Use(run.length);
     tables_.first->delta1 += static_cast<uint32_t>(kFirstDeltas.of[index][symbol][0]);
     tables_.first->delta2 += static_cast<uint32_t>(kFirstDeltas.of[index][symbol][1]);
-    context_ = ContextBehindFirst(symbol);
+    context_ = ContextAfterFirst(symbol);
     counters_.AddLevel(context_, level_delta);
     slot_ = first_slot + run.run;
     store_(slot_, level);
@@ -234,15 +242,15 @@ class VlcBlockDecoder {
     last_ = WithLastLook(last_look);
   }
 
-  // What the next bits tell of a run before slot `start`; with `mask` 0, instead of all ones, there is
-  // none.
+  // The run that the next bits hold, before slot `start`. `mask` is all ones, or 0 if there is no
+  // run.
   HWY_INLINE RunEntry RunAt(uint64_t mask, uint32_t start) const {
     const uint64_t row = uint64_t{kLastSlot - start} << kRunLookBits;
     return kRunTables.of[(row & mask) + reader_.Peek(kRunLookBits)];
   }
 
-  // A run, of which there is none in context 1, and a coefficient: 16 bits at most, but for rare ones.
-  // Returns whether another one follows at once, so that a context goes on.
+  // A run (never in context 1) and a coefficient: 16 bits at most, except rare ones. Returns
+  // whether another coefficient follows at once, so that context 1 goes on.
   template <uint32_t kContext>
   HWY_INLINE bool DecodeNext(const SlotTables& tables) {
     ++count_;
@@ -254,7 +262,7 @@ class VlcBlockDecoder {
         (*tables.At(slot_))[reader_.window() << run.length >> (64 - kLookBits)];
     const uint32_t valid = reader_.count();
     reader_.RefillAside();
-    // Not told by so many bits, or by these bits.
+    // Either too few bits were valid, or the look-up bits do not hold the whole coefficient.
     if (HWY_UNLIKELY(run.length + entry.length() > valid)) {
       if (kContext == 0) run = RunAt(run_mask_, start);
       slot_ = start + run.run;
@@ -272,7 +280,7 @@ class VlcBlockDecoder {
     return entry.is_followed();
   }
 
-  // From behind the run.
+  // Decodes a coefficient step by step, from after its run.
   HWY_INLINE bool DecodeRare(uint32_t context) {
     VlcReader copy = reader_;
     const Coefficient rare =
@@ -296,7 +304,7 @@ class VlcBlockDecoder {
   const Store store_;
   CounterSum counters_;
   uint32_t context_ = 0, slot_ = 0, count_ = 1;
-  CoefficientEntry last_;  // for how many bits were looked at last
+  CoefficientEntry last_;  // tells how many bits the last look took
   uint64_t run_mask_ = 0;  // all ones if a run comes next
   bool is_last_ = false;
 };
@@ -307,7 +315,8 @@ HWY_INLINE uint32_t DecodeBlock(const BlockTables& tables, uint32_t first_slot,
   return VlcBlockDecoder<Store>(tables, from, store).Decode(first_slot, from);
 }
 
-// Where coefficients go, by their slots. (No lambdas: they would not be compiled for the instruction set.)
+// Where coefficients are stored, by their slots. (Not lambdas: they would not be compiled for the
+// instruction set.)
 template <class T>
 struct BlockStore {
   VlcScanEntry* scan;

@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: MIT
-// Coding of blocks (ITU-T T.832 | ISO/IEC 29199-2).
+// Coding of blocks of coefficients (ITU-T T.832 | ISO/IEC 29199-2); the stream's order is described
+// in vlc_decoder.cc.
 //
-// Vectors split a block into levels and refinement and find the significant coefficients in the scan's
-// order; runs come out of that mask, and the bits of a coefficient go out together.
+// Vectors split the sixteen coefficients c, with m model bits, into levels (|c| >> m with the sign
+// of c), clamped to a byte, and refinement (the m bits below). A byte shuffle brings the levels
+// into scan order, and a comparison makes a mask of 16 bits of the significant ones. The loop walks
+// the mask: a count of trailing zeros is the run, and one look-up by level and by what comes next
+// (vlc_encoding_tables.h) gives the bits of index, sign and level with their counters.
 #include <cstring>
 
 #include "frame/checks.h"
@@ -59,8 +63,8 @@ HWY_NOINLINE void PutEscaped(uint32_t magnitude, VlcWriter* to) {
   to->Put(value & ((1u << n) - 1), n);
 }
 
-// What follows a coefficient of which `rest` has the slots from the next one on: nothing, another one at
-// once, or one behind zeros.
+// What follows a coefficient, by the mask of the slots after it: 0, nothing; 1, another coefficient
+// at once; 2, one after zeros.
 HWY_INLINE uint32_t NextAmong(uint32_t rest) {
   const uint32_t next = 2 - (rest & 1);
   return rest == 0 ? 0 : next;
@@ -101,7 +105,8 @@ HWY_INLINE SlotCodes CodesIn(uint32_t context, const BlockTables& tables, uint32
   return {&all[index].of[levels], &all[kIndexAt14].of[levels], &in0[kIndexAt15].of[levels]};
 }
 
-// A block in the midst of coding. `levels` gives the levels of slots in bytes, and escaped ones.
+// The coding of one block. `levels` gives the level of each slot as a byte, and the magnitudes of
+// escaped ones.
 template <class Levels>
 class VlcBlockEncoder {
  public:
@@ -111,7 +116,7 @@ class VlcBlockEncoder {
         level_tables_(tables.level[0]->index | tables.level[1]->index << 1),
         writer_(to) {}
 
-  // `slots`: bit k for a coefficient at slot k, at least one from `first_slot` on.
+  // `slots` has bit k set for a coefficient at slot k; at least one, and none before `first_slot`.
   HWY_INLINE void Encode(uint32_t slots, uint32_t first_slot, const BitTarget& to) {
     EncodeFirst(slots, first_slot);
     if (rest_ != 0) {
@@ -145,7 +150,7 @@ class VlcBlockEncoder {
     counters_.Add(code.word());
     writer_.Put(code.bits(), code.length());
     if (HWY_UNLIKELY(IsEscaped(level))) PutEscape();
-    // Here the run comes last.
+    // The first coefficient has its run last.
     const RunCode run_code = kRunCodesToWrite.of[kLastSlot - first_slot][run];
     writer_.Put(run_code.bits, run_code.length);
     levels_.Leave(slot_);
@@ -193,7 +198,7 @@ HWY_INLINE V32 LoadRow(const uint8_t* row) {
 
 HWY_INLINE VU32 Magnitudes(V32 values) { return hn::BitCast(DU32(), hn::Abs(values)); }
 
-// Levels of a block in any order, with the same signs.
+// The levels of coefficients, with their signs.
 HWY_INLINE V32 Levels(V32 values, VU32 magnitudes, uint32_t model_bits) {
   const auto shifted =
       hn::BitCast(D32(), hn::ShiftRightSame(magnitudes, static_cast<int>(model_bits)));
@@ -201,7 +206,7 @@ HWY_INLINE V32 Levels(V32 values, VU32 magnitudes, uint32_t model_bits) {
   return hn::Sub(hn::Xor(shifted, signs), signs);
 }
 
-// Levels as bytes, kFirstEscaped for all magnitudes from there on.
+// Levels as bytes, with kFirstEscaped for all larger magnitudes too.
 HWY_INLINE V8 LevelBytes(const V32 (&values)[4], const VU32 (&magnitudes)[4], uint32_t model_bits) {
   V32 bytes[4];
   for (size_t i = 0; i < 4; ++i) {
@@ -215,7 +220,8 @@ HWY_INLINE V8 LevelBytes(const V32 (&values)[4], const VU32 (&magnitudes)[4], ui
   return PackBlocks(PackBlocks(bytes[0], bytes[1]), PackBlocks(bytes[2], bytes[3]));
 }
 
-// Packed refinement values: 2 r for significant coefficients, 2 (2 t + sign) + 1 for others, 0 for t = 0.
+// Packed refinement values, with r the bits below the model bits less those trimmed: 2 r for
+// significant coefficients; for others 2 (2 r + sign) + 1, or 0 if r is 0.
 HWY_INLINE V32 Refinement(V32 values, VU32 magnitudes, V32 levels, uint32_t model_bits,
                           uint32_t trim_bits) {
   const auto low_bits = hn::Set(DU32(), (1u << model_bits) - 1);
@@ -300,7 +306,7 @@ HWY_INLINE uint32_t SlotsOf(V8 level_bytes) {
   return slots & 0xFFFEu;
 }
 
-// Levels where they are in a block.
+// The levels of a block, in scan order; escaped ones are looked up in the block.
 template <class T>
 struct ScannedLevels {
   VlcScanEntry* scan;
@@ -402,7 +408,7 @@ struct PlainLevels {
   HWY_INLINE void Leave(uint32_t) const {}
 };
 
-// Pairs that lead beyond the last slot end there; what would follow is dropped.
+// A pair that leads beyond the last slot ends on it; further pairs are dropped.
 void EncodeLowpass(const uint8_t* pairs, uint32_t count, uint32_t first_slot, VlcState* state,
                    bool is_chroma, const BitTarget& to) {
   int32_t levels[16];

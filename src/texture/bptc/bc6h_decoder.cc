@@ -1,6 +1,18 @@
 // SPDX-License-Identifier: MIT
-// Decoding of BC6H blocks, one at a time. The pieces of the end points' fields come to 64-bit words of three
-// channels; from there all is done in 16-bit lanes, and the mixture in 32-bit ones.
+// Decoding of BC6H blocks, one at a time (Khronos Data Format Specification, 21).
+//
+// A mode stores two or four end points of three channels, in fields that are scattered over the
+// block (bc6h_modes.h).
+//
+//   1. The pieces of the fields are shifted into 64-bit words of three channels, 16 bits each, at
+//      compile-time places.
+//   2. In 16-bit lanes: differences to end point 0 are added modulo the mode's width, signs
+//      extended, and the numbers widened: 0 stays 0, the highest value becomes 0xFFFF (0x7FFF with
+//      sign), others get half a unit more.
+//   3. ((64 - w) a + w b + 32) >> 6 for each pixel by its index, in 32 bits. Unsigned end points
+//      are held less 32768, so that one signed multiply-add of pairs serves both kinds; a, b in
+//      -32768..32767 and w up to 64 stay below 2^22.
+//   4. The half float: (31 v) >> 6 without sign, (31 |v|) >> 5 and the sign with.
 #include <utility>
 
 #include "frame/checks.h"
@@ -48,7 +60,7 @@ HWY_INLINE uint64_t Move(const Bc6hBlock& block) {
   return (bits & ((uint64_t{1} << kCount) - 1)) << kTo;
 }
 
-// The pieces of end point kEnd, its channels in 16 bits each.
+// End point kEnd: its pieces put together, 16 bits for each channel.
 template <int kMode, int kEnd, size_t... kPieces>
 HWY_INLINE uint64_t EndPoint(const Bc6hBlock& block, std::index_sequence<kPieces...>) {
   constexpr Bc6hPieces pieces = PiecesOf(kMode, kEnd);
@@ -71,10 +83,10 @@ constexpr Words8 Channels(int first, const int* second) {
   return words;
 }
 
-// Of a number whose lower bits alone are known, up to `sign`.
+// Sign-extends numbers whose sign is bit `sign`.
 HWY_INLINE VQ16 SignExtend(VQ16 v, VQ16 sign) { return hn::Sub(hn::Xor(v, sign), sign); }
 
-// End points of kBits bits to 16.
+// Widens end points of kBits bits to 16.
 template <int kBits>
 HWY_INLINE VQ16 WidenUnsigned(VQ16 v) {
   if constexpr (kBits >= 15) return v;
@@ -101,7 +113,8 @@ HWY_INLINE VQ16 WidenSigned(VQ16 v) {
   return hn::Sub(hn::Xor(hn::IfThenZeroElse(is_zero, clamped), sign), sign);
 }
 
-// End points as they are interpolated: signed words, of unsigned textures 32768 less than the value.
+// End points ready for interpolation: signed words; those of unsigned textures are the value less
+// 32768.
 template <int kMode, bool kSigned>
 HWY_INLINE VQ16 Widen(VQ16 ends) {
   constexpr Bc6hMode m = kBc6hModes[kMode];
@@ -112,7 +125,8 @@ HWY_INLINE VQ16 Widen(VQ16 ends) {
   }
 }
 
-// Two regions' end points, or one's: the first in the lower half, with the fields' differences resolved.
+// The end points of one or two regions, with differences resolved; the first region in the lower
+// half.
 struct Regions {
   VQ16 first, second;
 };
@@ -154,14 +168,15 @@ HWY_INLINE Regions EndPoints(const Bc6hBlock& block) {
   return {Widen<kMode, kSigned>(first), Widen<kMode, kSigned>(second)};
 }
 
-// A register holds parts of so many rows; the four pixels of a row are twelve values in three registers.
+// How many rows a register holds a part of. The four pixels of a row are twelve values in three
+// registers.
 constexpr int kRows = static_cast<int>(kRegisterBlocks);
 
 // R G B R, G B R G, B R G B: pairs of both ends of a region.
 constexpr Bytes16 kEndPairs[3] = {{{0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 0, 1, 8, 9}},
                                   {{2, 3, 10, 11, 4, 5, 12, 13, 0, 1, 8, 9, 2, 3, 10, 11}},
                                   {{4, 5, 12, 13, 0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13}}};
-// The pixels that these belong to, four bytes each.
+// The pixels that those values belong to, four bytes each.
 constexpr Bytes16 kPixels[3] = {{{0, 1, 2, 3, 0, 1, 2, 3, 0, 1, 2, 3, 4, 5, 6, 7}},
                                 {{4, 5, 6, 7, 4, 5, 6, 7, 8, 9, 10, 11, 8, 9, 10, 11}},
                                 {{8, 9, 10, 11, 12, 13, 14, 15, 12, 13, 14, 15, 12, 13, 14, 15}}};
@@ -204,12 +219,12 @@ class Bc6hEnds {
   V8 first_[3], change_[3];
 };
 
-// Halves from mixtures; of unsigned textures 32768 less.
+// Half floats from interpolated values, which are less 32768 in unsigned textures.
 template <bool kSigned>
 HWY_INLINE V16 Finish(VI16 mixed) {
   const D16 d;
   if constexpr (kSigned) {
-    const VI16 magnitude = hn::Abs(mixed);  // 32768 stays what it is as an unsigned number
+    const VI16 magnitude = hn::Abs(mixed);  // -32768 stays, and is 32768 as an unsigned number
     const V16 half = hn::MulHigh(hn::BitCast(d, magnitude), hn::Set(d, 31 << 11));
     const V16 sign = hn::And(hn::BitCast(d, mixed), hn::Set(d, 0x8000));
     return hn::IfThenZeroElse(hn::Eq(half, hn::Zero(d)), hn::Or(half, sign));

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The modes of BC6H blocks, and where the pieces of their fields are.
+// The fourteen modes of BC6H blocks, and the places of the pieces of their fields (Khronos Data
+// Format Specification, 21, tables of modes).
 #ifndef ZEPJP_SRC_TEXTURE_BPTC_BC6H_MODES_H_
 #define ZEPJP_SRC_TEXTURE_BPTC_BC6H_MODES_H_
 
@@ -8,14 +9,14 @@ namespace zepjp {
 // End points 0 and 1 belong to the first region, 2 and 3 to the second.
 enum Bc6hField { kR0, kG0, kB0, kR1, kG1, kB1, kR2, kG2, kB2, kR3, kG3, kB3 };
 
-// `count` bits of a field from `first` on, or, where it is negative, downwards.
+// `count` bits of a field from bit `first` on upwards; -`count` bits downwards if it is negative.
 struct Bc6hRun {
   Bc6hField field;
   int first, count;
 };
 
-// The runs follow the mode number one after another; those of count 0 do not exist. End points 1 to 3 are
-// differences from end point 0 where has_deltas.
+// The pieces follow the mode's number, one after another; a count of 0 is no piece. With
+// has_deltas, end points 1 to 3 are differences from end point 0.
 struct Bc6hMode {
   int number, number_bits, regions;
   bool has_deltas;
@@ -80,7 +81,8 @@ constexpr Bc6hMode kBc6hModes[14] = {
       {kG0, 15, -6}, {kB1, 0, 4}, {kB0, 15, -6}}}};
 // clang-format on
 
-// Bits of one end point: from a bit of the block on, to a bit of a word of R, G and B in 16 bits each.
+// Bits of one end point: from a bit of the block on, to a bit of a word of R, G and B in 16 bits
+// each.
 struct Bc6hPiece {
   int from, count, to;
 };

@@ -1,6 +1,20 @@
 // SPDX-License-Identifier: MIT
-// Decoding of BC7 blocks, one at a time: the end points of a subset are eight bytes, R R G G B B A A, which
-// each pixel of the subset gets; pairs of weights, 64 - w and w, mix them.
+// Decoding of BC7 blocks, one at a time (Khronos Data Format Specification, 20).
+//
+// A block has one of eight modes (bc7_modes.h): one to three subsets of pixels, two end points
+// each, indexes of 2 to 4 bits, and in some modes a second set of indexes and a rotation of
+// channels.
+//
+//   1. The end points of a subset become eight bytes, R R G G B B A A: stored bits, p-bit below,
+//      upper bits repeated.
+//   2. Each pixel gets the eight bytes of its subset by a byte shuffle, and pairs of weights 64 -
+//      w, w of its index.
+//   3. One multiply-add of bytes makes (64 - w) a + w b for all channels; plus 32, shifted right by
+//      6. The sum is at most 64 * 255 = 16320, so 16 bits hold it.
+//   4. A rotation exchanges alpha with a colour.
+//
+// Fields lie at other places in each mode, so all of it is a template of the mode, with shuffles
+// made at compile time.
 #include "frame/checks.h"
 #include "simd/dispatch.h"
 #include "texture/blocks.h"
@@ -47,7 +61,7 @@ struct Bc7Block {
   }
 };
 
-// The first index set, anchors inserted.
+// The first set of indexes, with the missing highest bits of the anchors inserted as 0.
 template <int kMode>
 HWY_INLINE uint64_t FirstIndexes(const Bc7Block& block, unsigned partition) {
   constexpr Bc7Mode m = kBc7Modes[kMode];
@@ -70,7 +84,7 @@ HWY_INLINE uint64_t SecondIndexes(const Bc7Block& block) {
   return InsertAnchor<k>(block.Bits<m.SecondIndexes(), 16 * k - 1>(), 0);
 }
 
-// After interpolation alpha changes places with a colour.
+// The rotation: after interpolation alpha is exchanged with a colour.
 constexpr Bytes16 kRotations[4] = {{{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15}},
                                    {{3, 1, 2, 0, 7, 5, 6, 4, 11, 9, 10, 8, 15, 13, 14, 12}},
                                    {{0, 3, 2, 1, 4, 7, 6, 5, 8, 11, 10, 9, 12, 15, 14, 13}},
@@ -94,9 +108,10 @@ HWY_INLINE __m256i Load32(const Bytes32& bytes) {
 }
 HWY_INLINE __m512i Load64(const Bytes64& bytes) { return _mm512_load_si512(bytes.lane); }
 
-// How the end points of a mode come from its bits. Each subset has eight bytes of the block, chosen by
-// `from`, and of these each byte eight bits: from `field` on, where the field ends at the top, and from
-// `highest` on, where its highest bits stand below it; `kept` has the bits of the first.
+// How the end points of a mode are made from its bits. `from` chooses eight bytes of the block for
+// each subset. Each byte of the result then takes eight bits of them twice: from bit `field` on,
+// which puts the field at the top of the byte, and from bit `highest` on, which puts its highest
+// bits below the field; `kept` are the bits to take of the former.
 struct EndPlan {
   Bytes32 from, field, highest, kept, p, is_p;
   uint32_t fields;
@@ -177,7 +192,8 @@ constexpr Bytes64 ShiftsOfPixels(int bits, int less, int first) {
   return shifts;
 }
 
-// 64 - w in even bytes and w in odd ones; the former is the weight counted from the other end.
+// 64 - w in even bytes and w in odd ones. 64 - w is the weight of the index counted from the other
+// end.
 template <int kBits>
 HWY_INLINE __m512i WeightPairs(__m512i indexes, int first) {
   static constexpr Bytes64 kShifts[2] = {ShiftsOfPixels(kBits, 0, 0), ShiftsOfPixels(kBits, 0, 2)};
@@ -243,8 +259,9 @@ HWY_INLINE void Interpolate(const Bc7Block& block, unsigned partition, uint8_t* 
 
 #else
 
-// How the end points of a subset, as words, come from a mode's bits: two bytes that hold the field and a
-// factor that moves it to the top; and likewise its p-bit, below the field.
+// How the end points of a subset, as words, are made from a mode's bits: the two bytes that hold
+// the field, and a factor that moves it to the top; the same for its p-bit, which goes below the
+// field.
 struct EndPlan {
   Bytes16 from, p_from;
   Words8 to_top, kept, p_to_place, is_p, widen, rest;
@@ -303,7 +320,7 @@ HWY_INLINE VQ8 PackQuarters(VQ16 low, VQ16 high) {
   return PackBlocks(hn::BitCast(QI16(), low), hn::BitCast(QI16(), high));
 }
 
-// What the pixels of a mode with kSubsets subsets get from all end points.
+// Gives each pixel of a mode with kSubsets subsets the end points of its subset.
 template <int kSubsets>
 class EndPoints {
  public:
@@ -367,7 +384,7 @@ class EndPoints {
   template <int kCount>
   static constexpr Places kFirstBytes = MakePlaces(kCount);
 
-  V8 low_, high_, subsets_;  // what the number of subsets needs
+  V8 low_, high_, subsets_;  // used as the number of subsets needs them
 };
 
 // 64 - w and w for each pixel, as words of pixels 0..7 and 8..15.

@@ -1,6 +1,15 @@
 // SPDX-License-Identifier: MIT
-// Encoding of BC7 blocks, as many side by side as a register has 32-bit lanes. What is tried, and in which
-// order, does not depend on a block's neighbours.
+// Encoding of BC7 blocks: one block in each 32-bit lane of the registers, so that all of them do
+// the same steps at a time (bc7_fit-inl.h).
+//
+// Mode 0 to 7 fits that mode alone. The quick search (-1) and the thorough one (-2) try several
+// modes and keep the encoding with the least squared error of what a decoder makes of it. For modes
+// with partitions (64, or 16) the best few are chosen by how much variance lines through their
+// subsets would leave, without fitting them.
+//
+// The quick search has three steps, and each goes on only with the blocks whose error is still
+// above a limit. Such blocks wait until a register is full of them. What is tried for a block
+// depends on its own pixels alone, so the same pixels always give the same block.
 #include <algorithm>
 #include <limits>
 
@@ -38,7 +47,7 @@ namespace {
 HWY_INLINE MF Everywhere() { return hn::Eq(Number(0), Number(0)); }
 HWY_INLINE MF Nowhere() { return hn::Lt(Number(0), Number(0)); }
 
-// The lines that modes have: of all channels, of colours, of one channel.
+// The kinds of lines of the modes: over all channels, over colours, over one channel.
 template <int kMode>
 struct ModeLine;
 template <>
@@ -63,8 +72,10 @@ struct Effort {
 // The blocks: what is to be encoded, and the best encoding so far.
 struct Work {
   Channel channel[4];
-  HWY_ALIGN float alpha_error[kLanes], is_opaque[kLanes];  // without alpha; 1 or 0
-  HWY_ALIGN uint32_t first[kLanes], is_flat[kLanes];       // pixel; ones where all are like it
+  HWY_ALIGN float alpha_error[kLanes],
+      is_opaque[kLanes];  // the error of modes without alpha; 1 or 0
+  HWY_ALIGN uint32_t first[kLanes],
+      is_flat[kLanes];  // the first pixel; all 1 bits if all pixels equal it
   HWY_ALIGN float error[kLanes];
   HWY_ALIGN uint32_t choice[kLanes];  // mode, partition, rotation, selection: a byte each
   HWY_ALIGN uint32_t ends[6][kLanes], own_ends[2][kLanes];
@@ -82,7 +93,7 @@ HWY_INLINE void Replace(MF mask, const V32 (&from)[kCount], uint32_t (*to)[kLane
   }
 }
 
-// Keeps a line where it is better than all before, and where it may be.
+// Keeps an encoding in the lanes where it is allowed and better than all before.
 HWY_INLINE MF Keep(const Line& line, VF error, V32 choice, int ends, MF may_be, Work* work) {
   const VF before = hn::Load(DF(), work->error);
   const MF is_better = hn::And(hn::Lt(error, before), may_be);
@@ -99,7 +110,7 @@ HWY_INLINE V32 Choice(int mode, V32 partitions, V32 rotations, int selection) {
   return hn::Or(fixed, hn::Or(hn::ShiftLeft<8>(partitions), hn::ShiftLeft<16>(rotations)));
 }
 
-// Which subset each pixel of these partitions belongs to, as Membership has it.
+// The subset of each pixel in these partitions, in the form that Membership takes.
 template <int kSubsets>
 HWY_INLINE V32 Memberships(V32 partitions) {
   HWY_ALIGN uint32_t words[kLanes];
@@ -131,7 +142,7 @@ HWY_NOINLINE void TryMode(V32 partitions, const Rounds& rounds, MF may_be, Work*
   Keep(line, error, choice, 2 * Format::kSubsets, may_be, work);
 }
 
-// Mode 6, in which blocks with and without alpha differ in their work.
+// Mode 6, in which opaque blocks are fitted differently: both p-bits are 1.
 HWY_INLINE void TryMode6(const Rounds& rounds, MF may_be, Work* work) {
   const V32 none = hn::Zero(D32());
   const MF opaque = hn::And(may_be, work->IsOpaque()), other = hn::AndNot(opaque, may_be);
@@ -141,7 +152,7 @@ HWY_INLINE void TryMode6(const Rounds& rounds, MF may_be, Work* work) {
   if (!hn::AllFalse(DF(), other)) TryMode<6>(none, rounds, other, work);
 }
 
-// The channels of blocks in which alpha has changed places with the channel of this number, from 1 on.
+// The channels of blocks after a rotation: alpha is exchanged with channel `rotation` - 1.
 struct Rotated {
   Channel channel[4];
 
@@ -159,8 +170,8 @@ struct Rotated {
   }
 };
 
-// Modes 4 and 5: one channel, alpha or that which has changed places with it, has indexes of its own. Alpha
-// that is 255 is the highest code wherever it is.
+// Modes 4 and 5: alpha, or the channel that was exchanged with it, has indexes of its own. An alpha
+// of 255 is the highest code in either place.
 template <int kMode, int kSelection>
 HWY_NOINLINE void TrySplitMode(V32 rotations, const Rounds& rounds, MF may_be, Work* work) {
   constexpr Bc7Mode m = kBc7Modes[kMode];
@@ -195,7 +206,7 @@ HWY_NOINLINE void TrySplitMode(V32 rotations, const Rounds& rounds, MF may_be, W
 struct PartitionCosts {
   HWY_ALIGN float of[64][kLanes];
 
-  // The partition that fits best and was not returned before.
+  // The best partition that has not been returned yet.
   HWY_NOINLINE V32 Next(int count) {
     VF least = hn::Load(DF(), of[0]);
     V32 best = hn::Zero(D32());
@@ -215,7 +226,7 @@ struct PartitionCosts {
   }
 };
 
-// Values of each pixel and products of two of them.
+// The values of each pixel and their products.
 template <int kChannels>
 struct PixelMoments {
   static constexpr int kCount = kChannels + kChannels * (kChannels + 1) / 2;
@@ -241,8 +252,9 @@ struct PixelMoments {
     }
   }
 
-  // What a line leaves of the variance of `count` pixels. The norm of the covariance stands for its greatest
-  // eigenvalue, which it is where all others are 0; `share` is the part of that which indexes cover.
+  // An estimate of the variance of `count` pixels that a line leaves. The norm of the covariance is
+  // taken for its greatest eigenvalue, which it equals if all others are 0; `share` is the part of
+  // it that indexes reproduce.
   static HWY_INLINE VF Rest(const VF* sums, int count, float share) {
     const VF scale = Number(1.0f / static_cast<float>(count));
     VF trace = hn::Zero(DF()), square = trace;
@@ -309,8 +321,8 @@ HWY_NOINLINE void CostsOfThree(const Work& work, int index_bits, int partitions,
   }
 }
 
-// The same of modes 4 and 5, whose partitions are the channels: `of` rotation r, what a line of this many
-// index bits leaves of three channels and the other's bits of the fourth.
+// The same for modes 4 and 5, which divide the channels: for rotation r, what a line with this many
+// index bits leaves of three channels, and the other indexes of the fourth.
 HWY_NOINLINE void CostsOfRotations(const Work& work, int index_bits, int own_bits,
                                    PartitionCosts* costs) {
   VF total[PixelMoments<4>::kCount];
@@ -397,7 +409,8 @@ HWY_NOINLINE void TryAny(int mode, const Effort& effort, MF may_be, Work* work) 
 // The quick search has three steps; most blocks need the first alone, and few the last.
 HWY_INLINE void TryFirst(Work* work) { TryMode6({2, 1, 0}, Everywhere(), work); }
 
-// Modes that pay most: without alpha two subsets of colours, and a channel on its own.
+// The second step, the modes that gain most: two subsets of colours in blocks without alpha, and a
+// channel on its own.
 HWY_INLINE void TrySecond(Work* work) {
   const MF opaque = work->IsOpaque(), any = Everywhere();
   const MF other = hn::AndNot(opaque, any);
@@ -418,7 +431,7 @@ HWY_INLINE void TrySecond(Work* work) {
   }
 }
 
-// Three subsets, and more of what the second step tries.
+// The third step: three subsets, and more partitions and rotations than the second.
 HWY_INLINE void TryThird(Work* work) {
   const MF opaque = work->IsOpaque(), any = Everywhere();
   const MF other = hn::AndNot(opaque, any);
@@ -438,7 +451,7 @@ HWY_INLINE void TryThird(Work* work) {
   }
 }
 
-// The best encodings of one mode once more, their end points stepped through.
+// Improves the best encodings of one mode by stepping through the codes of their end points.
 template <int kMode>
 HWY_INLINE void TryAgain(const Rounds& rounds, Work* work) {
   const V32 choice = hn::Load(D32(), work->choice), byte = hn::Set(D32(), 255);
@@ -469,7 +482,7 @@ HWY_INLINE void TryThorough(Work* work) {
   TryAgain<7>(kPolished, work);
 }
 
-// Blocks next to one another. Lane 4 i + k holds block i + kLanes / 4 * k.
+// Consecutive blocks. Lane 4 i + k holds block i + kLanes / 4 * k.
 HWY_INLINE void LoadWork(const uint8_t* src, ptrdiff_t step, Work* work) {
   const D32 d;
   const V32 byte = hn::Set(d, 255);
@@ -503,7 +516,7 @@ HWY_INLINE void LoadWork(const uint8_t* src, ptrdiff_t step, Work* work) {
   hn::Store(Number(std::numeric_limits<float>::max()), DF(), work->error);
 }
 
-// Which block of those next to one another a lane holds.
+// Which of the consecutive blocks a lane holds.
 HWY_INLINE size_t BlockOf(size_t lane) { return lane / 4 + kLanes / 4 * (lane % 4); }
 
 HWY_INLINE void PackLane(const Work& work, size_t lane, uint8_t* block) {
@@ -529,8 +542,8 @@ HWY_INLINE void PackWork(const Work& work, int mode, uint8_t* dst) {
   }
 }
 
-// Blocks that a search goes on with, until a register is full of them: their pixels, what they cost so far,
-// and where their encodings stand.
+// Blocks that wait for the next step, until a register is full of them: their pixels, their errors
+// so far, and where their encodings go.
 struct Waiting {
   HWY_ALIGN uint8_t pixels[4][16 * kLanes] = {};
   float error[kLanes] = {};
@@ -566,7 +579,7 @@ class QuickSearch {
   }
 
  private:
-  // Squared errors of a block with which the second and the third step are left out.
+  // A block with at most this squared error skips the second, or the third, step.
   static constexpr float kGood = 4, kFair = 56;
 
   template <int kStep>
@@ -601,7 +614,8 @@ void EncodeStep(const uint8_t* src, ptrdiff_t step, int mode, QuickSearch* quick
   PackWork(work, mode, dst);
 }
 
-// The last step overlaps the one before; where there is none, it works on copies.
+// The last step overlaps the one before; if there are fewer blocks than a step takes, it works on
+// copies.
 void Encode(const uint8_t* src, ptrdiff_t step, uint8_t* dst, size_t count, int mode) {
   QuickSearch quick;
   if (count >= kLanes) {

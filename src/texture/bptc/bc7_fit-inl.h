@@ -1,7 +1,20 @@
 // SPDX-License-Identifier: MIT
-// Lines through the colours of blocks, one block a lane: end points, indexes, and the squared error that a
-// decoder's integers leave. All numbers are whole or come from single exactly rounded operations, so that
-// lanes of every width give the same blocks. Included once per instruction set.
+// Fits lines through the colours of blocks, one block in each 32-bit lane: end points, indexes, and
+// the squared error of what a decoder makes of them. Included once per instruction set.
+//
+//   1. The principal axis of each subset (powers of the covariance) gives a line and its extent.
+//   2. Each pixel takes the index of the nearest place on the line of the *stored* end points.
+//   3. Least squares give the best real end points for these indexes: with the weights w of 64,
+//      sums of (64 - w)^2, w (64 - w), w^2, (64 - w) v and w v, and a 2 x 2 system for each
+//      channel.
+//   4. The two codes of a channel are chosen together among those around the best real values: with
+//      d0, d1 their distances, the error grows by aa d0^2 + 2 ab d0 d1 + bb d1^2, so that rounding
+//      one up can make good the other.
+//   5. Steps 2 to 4 again, also from longer lines.
+//
+// Every instruction set must give the same blocks. So all numbers are whole, or come from single
+// operations that are rounded once; a product that is added to is exact, so that a fused operation
+// gives the same.
 #if defined(ZEPJP_SRC_TEXTURE_BPTC_BC7_FIT_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #  ifdef ZEPJP_SRC_TEXTURE_BPTC_BC7_FIT_INL_H_
 #    undef ZEPJP_SRC_TEXTURE_BPTC_BC7_FIT_INL_H_
@@ -20,14 +33,14 @@ namespace {
 
 using DF = hn::Repartition<float, D8>;
 using VF = hn::VFromD<DF>;
-using MF = decltype(hn::Eq(hn::Zero(DF()), hn::Zero(DF())));  // as NEON has no name for it
+using MF = decltype(hn::Eq(hn::Zero(DF()), hn::Zero(DF())));  // NEON's mask has no name
 
 constexpr size_t kLanes = hn::MaxLanes(DF());  // blocks side by side
 
 HWY_INLINE VF Number(float value) { return hn::Set(DF(), value); }
 HWY_INLINE VF Square(VF v) { return hn::Mul(v, v); }
 
-// a * b + c where that is exact, so that it is the same whether it is rounded once or twice.
+// a * b + c where the product is exact, so that a fused operation gives the same.
 HWY_INLINE VF Exact(VF a, VF b, VF c) { return hn::MulAdd(a, b, c); }
 
 // To the nearest whole number below 2^22, ties to even.
@@ -44,7 +57,7 @@ struct Channel {
   HWY_INLINE void Set(int i, VF v) { hn::Store(v, DF(), pixel[i]); }
 };
 
-// Which subset each pixel belongs to: bit i, or two bits from 2i on, of a word per block.
+// The subset of each pixel i: bit i, or with three subsets bits 2i and 2i + 1, of a word per block.
 template <int kSubsets>
 class Membership {
  public:
@@ -62,7 +75,8 @@ class Membership {
     if constexpr (kSubsets == 3) v = hn::IfThenElse(Has<2>(i), of_subsets[2], v);
     return v;
   }
-  // Adds pixel i's value to the sum of all pixels, sums[0], and to that of its subset unless it is the first.
+  // Adds pixel i's value to the sum of all pixels, sums[0], and to that of its subset unless it is
+  // the first.
   HWY_INLINE void Add(int i, VF v, VF* sums) const {
     sums[0] = hn::Add(sums[0], v);
     if constexpr (kSubsets >= 2) sums[1] = hn::Add(sums[1], hn::IfThenElseZero(Has<1>(i), v));
@@ -82,7 +96,7 @@ class Membership {
   V32 words_;
 };
 
-// What a mode does with the channels that one set of indexes drives.
+// The format of the channels that one set of indexes serves in a mode.
 template <int kSubsetsOf, int kChannelsOf, int kBitsOf, Bc7PBits kPBitsOf, int kIndexBitsOf>
 struct LineFormat {
   static constexpr int kSubsets = kSubsetsOf, kChannels = kChannelsOf, kBits = kBitsOf;
@@ -92,7 +106,8 @@ struct LineFormat {
   static constexpr bool kOnlyOnes = false;
 };
 
-// The lines of blocks without alpha whose mode has p-bits for it: ones, that alpha be 255.
+// Lines of opaque blocks in modes whose p-bits alpha shares: both p-bits are 1, so that alpha is
+// 255.
 template <class Format>
 struct OpaqueLine : Format {
   static constexpr int kChannels = 3;
@@ -108,7 +123,7 @@ struct Ends {
   VF at[Format::kSubsets][2][Format::kChannels];
 };
 
-// Stored end points: the numbers of kTotal bits, and what they stand for.
+// Stored end points: their codes of kTotal bits, and the values that these stand for.
 template <class Format>
 struct Stored {
   Ends<Format> code, value;
@@ -126,7 +141,8 @@ struct Stored {
   }
 };
 
-// From how many end points lines start, how often these are found anew, and stepped through.
+// The effort: how many starting lines, how often their end points are refined, how many sweeps over
+// the codes.
 struct Rounds {
   int starts, fits, sweeps;
 };
@@ -146,8 +162,8 @@ struct Line {
   }
 };
 
-// The axis along which a subset's colours differ most, of length 1 (or 0): powers of the covariance, the
-// greatest of its rows first.
+// The axis along which a subset's colours differ most, of length 1 (or 0): powers of the
+// covariance, the greatest of its rows first.
 template <int kChannels>
 HWY_INLINE void PrincipalAxis(const VF (&covariance)[kChannels][kChannels], VF* axis) {
   VF greatest = covariance[0][0];
@@ -274,7 +290,7 @@ HWY_INLINE Ends<Format> PrincipalEnds(const Inputs<Format>& in,
   return ends;
 }
 
-// What a code of kTotal bits stands for: its upper bits repeated below it.
+// The value of a code of kTotal bits: its upper bits are repeated below it.
 template <int kTotal>
 HWY_INLINE VF WidenCode(VF code) {
   if constexpr (kTotal == 8) {
@@ -373,8 +389,9 @@ HWY_INLINE Stored<Format> Store(const Ends<Format>& ends, MF opaque) {
   return stored;
 }
 
-// Codes around the best end points e of one channel of a subset, chosen together: with d the distances of
-// what they stand for from e, the error grows by aa d0^2 + 2 ab d0 d1 + bb d1^2.
+// Chooses the two codes of one channel of a subset together, around the best real end points e:
+// with d the distances of the codes' values from e, the error grows by aa d0^2 + 2 ab d0 d1 + bb
+// d1^2.
 template <class Format>
 class PairSearch {
  public:
@@ -383,7 +400,7 @@ class PairSearch {
     other_[1] = hn::Neg(hn::Div(ab, hn::Max(aa, Number(1))));
   }
 
-  // Codes with these p-bits; returns what they add to the error.
+  // The best codes with these p-bits; returns what they add to the error.
   HWY_INLINE VF Find(VF e0, VF e1, int p0, int p1, VF* code0, VF* code1) const {
     VF least = Number(std::numeric_limits<float>::max());
     *code0 = *code1 = hn::Zero(DF());
@@ -391,7 +408,7 @@ class PairSearch {
       const bool is_second = i >= 2;
       const VF first = is_second ? e1 : e0, second = is_second ? e0 : e1;
       const int p_first = is_second ? p1 : p0, p_second = is_second ? p0 : p1;
-      // Below and above the one; then the other as it suits that best.
+      // One code below or above its best value, and the other the best one beside that.
       const VF code = NearestCode<Format>(first, p_first, i % 2 == 0 ? -0.5f : 0.5f);
       const VF d = hn::Sub(WidenCode<Format::kTotal>(code), first);
       const VF wanted = hn::Add(second, hn::Mul(d, other_[is_second ? 1 : 0]));
@@ -412,8 +429,8 @@ class PairSearch {
   VF aa_, ab2_, bb_, other_[2];
 };
 
-// The sums that give the best end points for given indexes, w of 64: of (64 - w)^2, w (64 - w), w^2, and of
-// (64 - w) v and w v for each channel.
+// The sums that give the best end points for given indexes, w of 64: of (64 - w)^2, w (64 - w),
+// w^2, and of (64 - w) v and w v for each channel.
 template <class Format>
 struct FitSums {
   VF aa[Format::kSubsets], ab[Format::kSubsets], bb[Format::kSubsets];
@@ -471,8 +488,8 @@ struct FitSums {
   static HWY_INLINE VF Clamp(VF v) { return hn::Min(hn::Max(v, hn::Zero(DF())), Number(255)); }
 };
 
-// Stores the best end points of these sums, the two of each channel chosen together, with all p-bits there
-// may be.
+// Stores the best end points of these sums, the two of each channel chosen together, with all
+// p-bits there may be.
 template <class Format>
 HWY_INLINE Stored<Format> StoreTogether(const FitSums<Format>& sums, const Ends<Format>& ends,
                                         MF opaque) {
@@ -510,7 +527,8 @@ HWY_INLINE Stored<Format> StoreTogether(const FitSums<Format>& sums, const Ends<
   return stored;
 }
 
-// The line of these stored end points: the index of the nearest place on it for each pixel, and the error.
+// The line of these stored end points: the index of the nearest place on it for each pixel, and the
+// error.
 template <class Format, class Members>
 HWY_INLINE Line Assign(const Inputs<Format>& in, const Members& members,
                        const Stored<Format>& stored, FitSums<Format>* sums) {
@@ -527,7 +545,7 @@ HWY_INLINE Line Assign(const Inputs<Format>& in, const Members& members,
       start[c][s] = hn::Add(stored.value.at[s][0][c], Number(1.0f / 128));
     }
     inverse[s] = hn::Div(Number(Format::kLast), hn::Max(square, Number(1.0f / 64)));
-    // All pixels of a line without length get an index in the middle, where both ends matter alike.
+    // On a line without length all pixels get a middle index, so that both ends count equally.
     constexpr int kMiddleIndex = (Format::kLast + 1) / 2;
     constexpr float kMiddle = kMiddleIndex / (64.0f * Format::kLast);
     origin[s] = hn::IfThenElse(hn::Eq(square, hn::Zero(DF())), Number(kMiddle), hn::Neg(from));
@@ -568,8 +586,9 @@ HWY_INLINE Line Assign(const Inputs<Format>& in, const Members& members,
   return line;
 }
 
-// Tries end points whose codes differ by one step in one place, as long as that helps, at most `sweeps` times
-// through all places. With p-bits a step is 2; then come the p-bits themselves, where they are free.
+// Tries end points whose codes differ by one step in one place, as long as that helps, at most
+// `sweeps` times through all places. With p-bits a step is 2; then come the p-bits themselves,
+// where they are free.
 template <class Format, class Members>
 HWY_INLINE void Polish(const Inputs<Format>& in, const Members& members, MF opaque, int sweeps,
                        Stored<Format>* stored, Line* best) {
@@ -616,8 +635,8 @@ HWY_INLINE void Lengthen(float distance, Ends<Format>* ends) {
   }
 }
 
-// The best line found: from the principal axis, then with the end points that suit the indexes best; and
-// the same again from longer lines, whose ends have more choice of what lies between them.
+// The best line found: from the principal axis, then refined; and the same from longer lines, whose
+// end points leave more choice of the values between them.
 template <class Format>
 Line FitLine(const Inputs<Format>& in, V32 membership, MF opaque, const Rounds& rounds) {
   const Membership<Format::kSubsets> members(membership);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
-// All pixels of a flat block have the same index. What is chosen is that index, the p-bits, and for each
-// channel the two codes whose mixture comes nearest: a search over one code, as the other follows from it.
+// BC7 blocks of one colour. All pixels have the same index; the index, the p-bits and, for each
+// channel, the two codes are chosen so that ((64 - w) a + w b + 32) >> 6 comes nearest to the
+// value. For given index and p-bits the search runs over one code of a channel, outwards from the
+// value; the best other code follows from it.
 #include "texture/bptc/bc7_flat.h"
 
 #include <algorithm>
@@ -25,7 +27,7 @@ class Codes {
 
   int count() const { return 1 << (has_p_ ? bits_ - 1 : bits_); }
   int At(int i) const { return has_p_ ? 2 * i + p_ : i; }
-  // What code i stands for.
+  // The value of code i.
   int Value(int i) const {
     const int code = At(i) << (8 - bits_);
     return code | code >> bits_;
@@ -43,7 +45,7 @@ struct Pair {
   int distance = std::numeric_limits<int>::max();
 };
 
-// The codes whose mixture is nearest to a value; the first one is looked for from that value outwards.
+// The codes whose mixture is nearest to a value. The first code is tried from that value outwards.
 Pair NearestPair(const Codes& first, const Codes& second, int weight, int value) {
   Pair best;
   const int near = first.Near(value);
@@ -93,8 +95,8 @@ Flat Search(const Bc7Mode& mode, uint32_t pixel) {
   return best;
 }
 
-// Mode 5 holds every colour: a value is that of a code of seven bits, or lies between two neighbours, of
-// which index 1 gives it where the nearer one is the first.
+// Mode 5 is exact for every colour: a value is that of a code of seven bits, or lies between the
+// values of two neighbouring codes; index 1 then gives it, with the nearer one first.
 void PackExactly(uint32_t pixel, uint8_t* block) {
   Bc7Choice choice = {5, 0, 0, 0, {}, {pixel >> 24, pixel >> 24}, kEveryPixel, 0};
   for (int c = 0; c < 3; ++c) {

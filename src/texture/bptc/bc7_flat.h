@@ -7,9 +7,9 @@
 
 namespace zepjp {
 
-// Packs a block whose pixels are all like this one (R in the lowest byte) where its squared error is less
-// than `error`, and says whether. Modes 0 to 3 and 5 are packed in themselves, -1 and -2 in mode 5; other
-// modes are not.
+// Packs a block whose pixels all equal this one (R in the lowest byte) if its squared error is less
+// than `error`; returns whether it did. Modes 0 to 3 and 5 are packed as such, -1 and -2 as mode 5;
+// modes 4, 6 and 7 never.
 bool PackFlatBc7(uint32_t pixel, int mode, uint32_t error, uint8_t* block);
 
 }  // namespace zepjp

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The eight modes of BC7 blocks, and where their fields are. From the lowest bit on: the mode (as many
-// zeros, and a one), partition, rotation, selection of indexes, end points (all R, all G, all B, all A;
-// subset by subset), p-bits, indexes, second indexes.
+// The eight modes of BC7 blocks, and where their fields are. From the lowest bit on: the mode (as
+// many zeros, and a one), partition, rotation, selection of indexes, end points (all R, all G, all
+// B, all A; subset by subset), p-bits, indexes, second indexes.
 #ifndef ZEPJP_SRC_TEXTURE_BPTC_BC7_MODES_H_
 #define ZEPJP_SRC_TEXTURE_BPTC_BC7_MODES_H_
 

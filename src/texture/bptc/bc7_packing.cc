@@ -49,8 +49,9 @@ Subsets SubsetsOf(int count, int partition) {
           {0, kAnchorOfThree1[partition], kAnchorOfThree2[partition]}};
 }
 
-// Exchanges the ends of subsets whose anchor's index has its highest bit set; weight i counted from the
-// other end is 64 less weight i, so that nothing changes.
+// Exchanges the ends of subsets whose anchor's index has its highest bit set, which is not stored,
+// and counts their indexes from the other end: weight i from there is 64 less weight i, so the
+// pixels stay the same.
 void TurnSubsets(const Subsets& subsets, int bits, uint32_t* ends, uint64_t* indexes) {
   const uint64_t last = (uint64_t{1} << bits) - 1;
   for (int s = 0; s < subsets.count; ++s) {

@@ -9,8 +9,8 @@ namespace zepjp {
 
 struct Bc7Choice {
   int mode, partition, rotation, selection;
-  // Subset by subset the codes of both ends, p-bit included, a byte for each channel; those of the channel
-  // that has indexes of its own apart.
+  // Subset by subset the codes of both ends, p-bit included, a byte for each channel; those of the
+  // channel that has indexes of its own apart.
   uint32_t ends[6], own_ends[2];
   uint64_t indexes, own_indexes;  // four bits a pixel
 };

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What the decoders of BC6H and BC7 have in common. Included once per instruction set.
+// What the decoders of BC6H and BC7 share: indexes out of the block's bits, and their weights.
+// Included once per instruction set.
 #if defined(ZEPJP_SRC_TEXTURE_BPTC_BPTC_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #  ifdef ZEPJP_SRC_TEXTURE_BPTC_BPTC_INL_H_
 #    undef ZEPJP_SRC_TEXTURE_BPTC_BPTC_INL_H_
@@ -30,7 +31,8 @@ HWY_INLINE uint64_t LoadHalf(const uint8_t* from) {
   return half;
 }
 
-// A 0 as the highest bit of the index of pixel `anchor`; those of pixels below it are complete.
+// Inserts the highest bit of the index of pixel `anchor`, which is 0 and not stored. The indexes
+// before it are complete.
 template <int kBits>
 HWY_INLINE uint64_t InsertAnchor(uint64_t indexes, unsigned anchor) {
   return indexes + (indexes & (~uint64_t{0} << (kBits * anchor + kBits - 1)));
@@ -51,8 +53,8 @@ HWY_INLINE VQ8 ExpandIndexes(uint64_t indexes) {
 
 #  else
 
-// For pixel `first` and the seven after it: the two bytes that hold its index, and the factor that moves
-// the index to the top of their word.
+// For pixel `first` and the seven after it: the two bytes that hold its index, and the factor that
+// moves the index to the top of their word.
 template <int kBits>
 constexpr Bytes16 IndexBytes(int first) {
   Bytes16 bytes = {};

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What BC6H and BC7 share: the partitions of a block's pixels in two or three subsets, and the weights of
-// indexes (Khronos Data Format Specification, 20 and 21).
+// What BC6H and BC7 share: the partitions of a block's pixels in two or three subsets, and the
+// weights of indexes (Khronos Data Format Specification, 20 and 21).
 #ifndef ZEPJP_SRC_TEXTURE_BPTC_BPTC_TABLES_H_
 #define ZEPJP_SRC_TEXTURE_BPTC_BPTC_TABLES_H_
 
