@@ -184,7 +184,8 @@ std::vector<Macroblock> Macroblocks(int32_t step) {
   std::vector<Macroblock> macroblocks;
   ModelBits model(0, 1), low_model(4, 12);
   for (int i = 0; i < kBlocks * kBlocks; ++i) {
-    Macroblock next = Transform(&picture[size_t{16} * (i / kBlocks * kSide + i % kBlocks)], step);
+    Macroblock next =
+        Transform(&picture[static_cast<size_t>(16 * (i / kBlocks * kSide + i % kBlocks))], step);
     next.model_bits = model.bits();
     next.coded = 0;
     uint32_t count = 0;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Any bytes as BC6H and BC7 blocks, in pictures of any small size: the memory of the pixels is what the model
-// leaves behind.
+// leaves.
 #include "input.h"
 #include "reference/bptc.h"
 

@@ -179,7 +179,7 @@ void CompareRegions(const Named<Export>& exported, const Model& model, const Tak
 #define HARNESS_PAIR(function) \
   HARNESS_NAMED(function), [](auto... args) { return ::reference::function(args...); }
 
-// The same with more arguments behind those that they are called with.
+// The same with more arguments after those that they are called with.
 #define HARNESS_PAIR_WITH(function, ...)                                                      \
   ::harness::Named{#function, [](auto... args) { return ::function(args..., __VA_ARGS__); }}, \
       [](auto... args) { return ::reference::function(args..., __VA_ARGS__); }

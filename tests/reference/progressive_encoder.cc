@@ -24,7 +24,7 @@ uint32_t Category(int64_t value) {
   return bits;
 }
 
-// A scan's block as a list of items (T.81, G.1.2.2 and G.1.2.3), and what waits behind it.
+// A scan's block as a list of items (T.81, G.1.2.2 and G.1.2.3), and what waits after it.
 struct Scan {
   int64_t eob_run = 0;
   std::vector<uint8_t> corrections;

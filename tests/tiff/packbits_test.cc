@@ -68,7 +68,7 @@ TEST(PackBits, AllShortRowsOfTwoValues_Exhaustive) {
   }
 }
 
-// Runs and literals of lengths near to what limits packets, one behind the other.
+// Runs and literals of lengths near the limits of packets, one after the other.
 Bytes MixedRow(Random& random) {
   static constexpr size_t kLengths[] = {1,   2,   3,   4,   5,   62,  64,  125, 126, 127,
                                         128, 129, 130, 131, 255, 256, 257, 258, 640, 1300};

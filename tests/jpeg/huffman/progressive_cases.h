@@ -24,7 +24,7 @@ inline Band RandomBand(harness::Random& random) {
   return random() % 2 == 0 ? Band{1, 63, shift} : Band{first, last, shift};
 }
 
-// What a call leaves behind; of the corrections those that count.
+// What a call leaves; of the corrections, those within the count.
 struct Outcome {
   zepStatus status = zepStatusOk;
   int32_t position = 0;

@@ -82,7 +82,7 @@ void Decode(bool is_export, const Scan& scan, const zepiDecodeHuffmanSpec& table
   }
 }
 
-// By the model; with a marker behind.
+// Coded by the model, with a marker at the end.
 Bytes Encode(const Scan& scan, const std::vector<Block>& blocks) {
   const zepiEncodeHuffmanSpec table = huffman_cases::EncoderTable(scan.lists);
   Bytes bytes(blocks.size() * 600 + 4096);

@@ -18,7 +18,7 @@ using harness::Edge;
 using harness::Guarded;
 using harness::Pattern;
 
-// What a function takes: pixels of so many bytes, blocks of each component.
+// What a function takes: pixels of `channels` bytes, blocks of each component.
 struct Shape {
   zepiSize size;
   int32_t channels;

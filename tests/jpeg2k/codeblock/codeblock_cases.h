@@ -21,7 +21,7 @@ constexpr Content kContents[] = {Content::kZero,  Content::kSparse,   Content::k
                                  Content::kDense, Content::kExtreme,  Content::kSingle,
                                  Content::kEqual, Content::kFractions};
 
-// Magnitudes of `planes` bits at the top of 31, but for kExtreme and kFractions, which fill all.
+// Magnitudes of `planes` bits at the top of 31; kExtreme and kFractions fill all 31.
 inline uint32_t Sample(Content content, int planes, size_t index, size_t count, Random& random) {
   const auto any = static_cast<uint32_t>(random());
   const uint32_t sign = any & 0x80000000u;

@@ -98,7 +98,7 @@ TEST(CodeBlockDecoder, EveryStyleSubbandAndContent) {
           if ((want & 0x7FFFFFFF) == 0) want = 0;
           ASSERT_EQ(whole.samples[i], want) << where() << " sample " << i;
         }
-        // Cut behind any pass, with and without midpoints.
+        // Cut after any pass, with and without midpoints.
         const int cut =
             passes == 0 ? 0 : 1 + static_cast<int>(random() % static_cast<unsigned>(passes));
         for (const int flags : {0, kKeepBits}) {
@@ -282,7 +282,7 @@ TEST(CodeBlockDecoder, ErrorsAreFoundAndConcealed) {
   EXPECT_GT(found, 180);
 }
 
-// Whether a byte behind FF uses the bit that is stuffed there: some codes have two forms then.
+// Whether a byte after FF uses the bit that is stuffed there: some codes have two forms then.
 bool HasStuffedOnes(const Bytes& bytes) {
   for (size_t i = 1; i < bytes.size(); ++i) {
     if (bytes[i - 1] == 0xFF && bytes[i] >= 0x80) return true;
@@ -322,7 +322,7 @@ TEST(CodeBlockDecoder, PredictableTerminationFindsDamage) {
   }
 }
 
-// Bytes behind the segment, or too few of them.
+// Bytes after the segment, or too few bytes.
 TEST(CodeBlockDecoder, PredictableTerminationTellsLengths) {
   Random random(harness::Seed());
   int found = 0, count = 0;

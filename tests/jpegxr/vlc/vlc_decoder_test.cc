@@ -294,7 +294,7 @@ TEST(VlcDecoder, LowpassComesBack) {
       zepiVLCAdapt_JPEGXR(writing.get(), 0);
       zepiVLCAdapt_JPEGXR(reading.get(), 0);
     }
-    // At most 31 bits behind the last one.
+    // At most 31 bits after the last one.
     const auto read_bits = static_cast<ptrdiff_t>(8 * (src - bytes));
     ASSERT_LE(read_bits - static_cast<ptrdiff_t>(count), 8 * (dst - bytes));
     ASSERT_LT(count, 32u);
@@ -448,7 +448,7 @@ TEST_F(VlcDecoderChecks, InTheirOrder) {
   CheckLowpass(HARNESS_NAMED(zepiVLCDecodeDC444_JPEGXR_1u32s));
 }
 
-// A count above 32 is found behind all pointers.
+// A count above 32 is checked after all pointers.
 TEST_F(VlcDecoderChecks, LongCounts) {
   for (const uint32_t count : {33u, 34u, 0xFFFFFFFFu}) {
     *count_ = count;

@@ -19,7 +19,7 @@ using vlc_cases::State;
 // 15 x 64 bits and those that wait.
 constexpr size_t kRoom = 128;
 
-// What a call leaves behind.
+// What a call leaves.
 struct Written {
   zepStatus status = -1;
   std::vector<uint8_t> bytes;
@@ -47,7 +47,7 @@ Written Write(Bits bits, size_t size, Encode encode) {
   return written;
 }
 
-// Elements of a block at any address, rows `step` bytes apart, nothing behind the last.
+// Elements of a block at any address, rows `step` bytes apart, nothing after the last.
 template <class T>
 class BlockMemory {
  public:
@@ -477,7 +477,7 @@ TEST_F(VlcEncoderChecks, InTheirOrder) {
       .Output(bytes_, sizeof(bytes_))
       .Output(state_.get(), kStateBytes)
       .Run();
-  // A count above 32 is found behind all pointers.
+  // A count above 32 is checked after all pointers.
   for (const uint32_t count : {33u, 34u, 0xFFFFFFFFu}) {
     *count_ = count;
     const State before = state_;

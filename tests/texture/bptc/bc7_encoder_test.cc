@@ -311,7 +311,7 @@ TEST(Bc7Encoding, OpaqueClassesStayOpaque) {
   });
 }
 
-// The quick search is at most 15 % worse than any single mode, but for errors that nobody sees: 10 in a
+// The quick search is at most 15 % worse than any single mode, except for errors that nobody sees: 10 in a
 // block are 56 dB.
 TEST(Bc7Encoding, QuickIsNearTheBestSingleMode) {
   const std::vector<Alpha> all = {Alpha::kOpaque, Alpha::kEven, Alpha::kOfRegions, Alpha::kGradient,
