@@ -40,16 +40,18 @@ constexpr uint8_t kPlace[kCount] = {2, 1, 7, 8, 15, 12, 11, 4, 3, 5, 6, 13, 14, 
 constexpr uint32_t kShareOf[16] = {65536, 32768, 21846, 16384, 13108, 10923, 9363, 8192,
                                    7282,  6554,  5958,  5462,  5042,  4682,  4370, 4096};
 
+// The three pointers of a stream are arguments of their own, because those travel in registers.
 struct Kernels {
-  void (*decode32)(const BitSource& from, int32_t* block, ptrdiff_t step, uint32_t m,
-                   uint32_t multiplier, bool refine);
-  void (*decode16)(const BitSource& from, int16_t* block, ptrdiff_t step, uint32_t m,
-                   uint32_t multiplier, bool refine);
-  void (*encode32)(const int32_t* block, ptrdiff_t step, const BitTarget& to, uint32_t m,
-                   uint32_t trim);
-  void (*encode16)(const int16_t* block, ptrdiff_t step, const BitTarget& to, uint32_t m,
-                   uint32_t trim);
-  void (*encode_packed)(const int32_t* packed, const BitTarget& to, uint32_t m);
+  void (*decode32)(const uint8_t** from, uint32_t* accumulator, uint32_t* count, int32_t* block,
+                   ptrdiff_t step, uint32_t m, uint32_t multiplier, bool refine);
+  void (*decode16)(const uint8_t** from, uint32_t* accumulator, uint32_t* count, int16_t* block,
+                   ptrdiff_t step, uint32_t m, uint32_t multiplier, bool refine);
+  void (*encode32)(const int32_t* block, ptrdiff_t step, uint8_t** to, uint32_t* accumulator,
+                   uint32_t* count, uint32_t m, uint32_t trim);
+  void (*encode16)(const int16_t* block, ptrdiff_t step, uint8_t** to, uint32_t* accumulator,
+                   uint32_t* count, uint32_t m, uint32_t trim);
+  void (*encode_packed)(const int32_t* packed, uint8_t** to, uint32_t* accumulator, uint32_t* count,
+                        uint32_t m);
 };
 
 }  // namespace
@@ -211,8 +213,9 @@ HWY_INLINE void DecodeBlock(const BitSource& from, T* block, ptrdiff_t step, uin
 }
 
 template <class T>
-void Decode(const BitSource& from, T* block, ptrdiff_t step, uint32_t m, uint32_t multiplier,
-            bool refine) {
+void Decode(const uint8_t** bytes, uint32_t* accumulator, uint32_t* count, T* block, ptrdiff_t step,
+            uint32_t m, uint32_t multiplier, bool refine) {
+  const BitSource from = {bytes, accumulator, count};
   if (refine) {
     DecodeBlock<true>(from, block, step, m, multiplier);
   } else {
@@ -330,12 +333,14 @@ HWY_INLINE void EncodeAll(const Source& source, const BitTarget& to, uint32_t m)
 }
 
 template <class T>
-void Encode(const T* block, ptrdiff_t step, const BitTarget& to, uint32_t m, uint32_t trim) {
-  EncodeAll(FromBlock<T>{block, step, m, trim}, to, m);
+void Encode(const T* block, ptrdiff_t step, uint8_t** to, uint32_t* accumulator, uint32_t* count,
+            uint32_t m, uint32_t trim) {
+  EncodeAll(FromBlock<T>{block, step, m, trim}, {to, accumulator, count}, m);
 }
 
-void EncodePacked(const int32_t* packed, const BitTarget& to, uint32_t m) {
-  EncodeAll(FromPacked{packed, m}, to, m);
+void EncodePacked(const int32_t* packed, uint8_t** to, uint32_t* accumulator, uint32_t* count,
+                  uint32_t m) {
+  EncodeAll(FromPacked{packed, m}, {to, accumulator, count}, m);
 }
 
 constexpr Kernels kKernels = {
@@ -372,7 +377,8 @@ zepStatus Decode(Kernel kernel, const BitSource& from, T* block, int32_t step, u
     return bad;
   }
   if (m == 0) return zepStatusOk;
-  kernel(from, block, step, m, static_cast<uint32_t>(int32_t{multiplier}), refine != 0);
+  kernel(from.bytes, from.accumulator, from.count, block, step, m,
+         static_cast<uint32_t>(int32_t{multiplier}), refine != 0);
   return zepStatusOk;
 }
 
@@ -385,9 +391,9 @@ zepStatus Encode(Kernel kernel, const T* block, int32_t step, const int32_t* pac
   }
   if (m == 0) return zepStatusOk;
   if (coded != 0) {
-    kernels.encode_packed(packed, to, m);
+    kernels.encode_packed(packed, to.bytes, to.accumulator, to.count, m);
   } else {
-    kernel(block, step, to, m, trim);
+    kernel(block, step, to.bytes, to.accumulator, to.count, m, trim);
   }
   return zepStatusOk;
 }
