@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Code-blocks of 64 x 64 samples beside OpenJPEG. The samples are the wavelet coefficients of a picture like a
 // photograph (5/3, five levels); the rival is given them as a signed picture without further levels, so that
-// its whole call is code-block coding but for some hundredth. Ours codes them as the same subband. `lossy`:
+// its whole call is code-block coding, except about a hundredth. Ours codes them as the same subband. `lossy`:
 // without the two lowest bits.
 #include <benchmark/benchmark.h>
 

@@ -18,7 +18,7 @@
 namespace {
 
 constexpr int kMcus = 64;
-constexpr size_t kMostChannels = 4, kRows = 16;
+constexpr size_t kRows = 16;
 
 // A line of MCUs: rows of pixels, blocks and planes of samples.
 class Line {
@@ -156,134 +156,63 @@ void RivalToPixels(Line& line) {
   }
 }
 
+// A row of a function for MCUs of `columns` x `rows` blocks of Y, and of its rival where there is one.
+#define TO_BLOCKS(function, columns, rows, channels) \
+  Register(#function "/ours", Pixels(columns, rows), ToBlocks(function, 8 * (columns), channels))
+#define TO_BLOCKS_AND_RIVAL(function, columns, rows, channels) \
+  TO_BLOCKS(function, columns, rows, channels);                \
+  Register(#function "/rival", Pixels(columns, rows), RivalToBlocks<columns, rows, (channels) == 4>)
+#define TO_PIXELS(function, columns, rows, ...) \
+  Register(#function "/ours", Pixels(columns, rows), ToPixels(function, 8 * (columns), __VA_ARGS__))
+#define TO_PIXELS_AND_RIVAL(function, columns, rows, ...) \
+  TO_PIXELS(function, columns, rows, __VA_ARGS__);        \
+  Register(#function "/rival", Pixels(columns, rows),     \
+           RivalToPixels<columns, rows, HasFourBytes(__VA_ARGS__)>)
+
+constexpr bool HasFourBytes(int channels, int /*alpha*/ = 0) { return channels == 4; }
+
 void RegisterToBlocks() {
-  Register("zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C3P3R/ours", Pixels(1, 1),
-           ToBlocks(zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C3P3R, 8, 3));
-  Register("zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C3P3R/rival", Pixels(1, 1),
-           RivalToBlocks<1, 1, false>);
-  Register("zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C4P3R/ours", Pixels(1, 1),
-           ToBlocks(zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C4P3R, 8, 4));
-  Register("zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C4P3R/rival", Pixels(1, 1),
-           RivalToBlocks<1, 1, true>);
-  Register("zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C3P3R/ours", Pixels(2, 1),
-           ToBlocks(zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C3P3R, 16, 3));
-  Register("zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C3P3R/rival", Pixels(2, 1),
-           RivalToBlocks<2, 1, false>);
-  Register("zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C4P3R/ours", Pixels(2, 1),
-           ToBlocks(zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C4P3R, 16, 4));
-  Register("zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C4P3R/rival", Pixels(2, 1),
-           RivalToBlocks<2, 1, true>);
-  Register("zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C3P3R/ours", Pixels(2, 2),
-           ToBlocks(zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C3P3R, 16, 3));
-  Register("zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C3P3R/rival", Pixels(2, 2),
-           RivalToBlocks<2, 2, false>);
-  Register("zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C4P3R/ours", Pixels(2, 2),
-           ToBlocks(zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C4P3R, 16, 4));
-  Register("zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C4P3R/rival", Pixels(2, 2),
-           RivalToBlocks<2, 2, true>);
-  Register("zepiBGRToYCbCr444LS_MCU_JPEG_8u16s_C3P3R/ours", Pixels(1, 1),
-           ToBlocks(zepiBGRToYCbCr444LS_MCU_JPEG_8u16s_C3P3R, 8, 3));
-  Register("zepiBGRToYCbCr444LS_MCU_JPEG_8u16s_C3P3R/rival", Pixels(1, 1),
-           RivalToBlocks<1, 1, false>);
-  Register("zepiBGRToYCbCr444LS_MCU_JPEG_8u16s_C4P3R/ours", Pixels(1, 1),
-           ToBlocks(zepiBGRToYCbCr444LS_MCU_JPEG_8u16s_C4P3R, 8, 4));
-  Register("zepiBGRToYCbCr444LS_MCU_JPEG_8u16s_C4P3R/rival", Pixels(1, 1),
-           RivalToBlocks<1, 1, true>);
-  Register("zepiBGRToYCbCr422LS_MCU_JPEG_8u16s_C3P3R/ours", Pixels(2, 1),
-           ToBlocks(zepiBGRToYCbCr422LS_MCU_JPEG_8u16s_C3P3R, 16, 3));
-  Register("zepiBGRToYCbCr422LS_MCU_JPEG_8u16s_C3P3R/rival", Pixels(2, 1),
-           RivalToBlocks<2, 1, false>);
-  Register("zepiBGRToYCbCr422LS_MCU_JPEG_8u16s_C4P3R/ours", Pixels(2, 1),
-           ToBlocks(zepiBGRToYCbCr422LS_MCU_JPEG_8u16s_C4P3R, 16, 4));
-  Register("zepiBGRToYCbCr422LS_MCU_JPEG_8u16s_C4P3R/rival", Pixels(2, 1),
-           RivalToBlocks<2, 1, true>);
-  Register("zepiBGRToYCbCr411LS_MCU_JPEG_8u16s_C3P3R/ours", Pixels(2, 2),
-           ToBlocks(zepiBGRToYCbCr411LS_MCU_JPEG_8u16s_C3P3R, 16, 3));
-  Register("zepiBGRToYCbCr411LS_MCU_JPEG_8u16s_C3P3R/rival", Pixels(2, 2),
-           RivalToBlocks<2, 2, false>);
-  Register("zepiBGRToYCbCr411LS_MCU_JPEG_8u16s_C4P3R/ours", Pixels(2, 2),
-           ToBlocks(zepiBGRToYCbCr411LS_MCU_JPEG_8u16s_C4P3R, 16, 4));
-  Register("zepiBGRToYCbCr411LS_MCU_JPEG_8u16s_C4P3R/rival", Pixels(2, 2),
-           RivalToBlocks<2, 2, true>);
-  Register("zepiCMYKToYCCK444LS_MCU_JPEG_8u16s_C4P4R/ours", Pixels(1, 1),
-           ToBlocks(zepiCMYKToYCCK444LS_MCU_JPEG_8u16s_C4P4R, 8, 4));
-  Register("zepiCMYKToYCCK422LS_MCU_JPEG_8u16s_C4P4R/ours", Pixels(2, 1),
-           ToBlocks(zepiCMYKToYCCK422LS_MCU_JPEG_8u16s_C4P4R, 16, 4));
-  Register("zepiCMYKToYCCK411LS_MCU_JPEG_8u16s_C4P4R/ours", Pixels(2, 2),
-           ToBlocks(zepiCMYKToYCCK411LS_MCU_JPEG_8u16s_C4P4R, 16, 4));
-  Register("zepiSampleDown444LS_MCU_JPEG_8u16s_C3P3R/ours", Pixels(1, 1),
-           ToBlocks(zepiSampleDown444LS_MCU_JPEG_8u16s_C3P3R, 8, 3));
-  Register("zepiSampleDown422LS_MCU_JPEG_8u16s_C3P3R/ours", Pixels(2, 1),
-           ToBlocks(zepiSampleDown422LS_MCU_JPEG_8u16s_C3P3R, 16, 3));
-  Register("zepiSampleDown411LS_MCU_JPEG_8u16s_C3P3R/ours", Pixels(2, 2),
-           ToBlocks(zepiSampleDown411LS_MCU_JPEG_8u16s_C3P3R, 16, 3));
-  Register("zepiSplit422LS_MCU_JPEG_8u16s_C2P3R/ours", Pixels(2, 1),
-           ToBlocks(zepiSplit422LS_MCU_JPEG_8u16s_C2P3R, 16, 2));
+  TO_BLOCKS_AND_RIVAL(zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C3P3R, 1, 1, 3);
+  TO_BLOCKS_AND_RIVAL(zepiRGBToYCbCr444LS_MCU_JPEG_8u16s_C4P3R, 1, 1, 4);
+  TO_BLOCKS_AND_RIVAL(zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C3P3R, 2, 1, 3);
+  TO_BLOCKS_AND_RIVAL(zepiRGBToYCbCr422LS_MCU_JPEG_8u16s_C4P3R, 2, 1, 4);
+  TO_BLOCKS_AND_RIVAL(zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C3P3R, 2, 2, 3);
+  TO_BLOCKS_AND_RIVAL(zepiRGBToYCbCr411LS_MCU_JPEG_8u16s_C4P3R, 2, 2, 4);
+  TO_BLOCKS_AND_RIVAL(zepiBGRToYCbCr444LS_MCU_JPEG_8u16s_C3P3R, 1, 1, 3);
+  TO_BLOCKS_AND_RIVAL(zepiBGRToYCbCr444LS_MCU_JPEG_8u16s_C4P3R, 1, 1, 4);
+  TO_BLOCKS_AND_RIVAL(zepiBGRToYCbCr422LS_MCU_JPEG_8u16s_C3P3R, 2, 1, 3);
+  TO_BLOCKS_AND_RIVAL(zepiBGRToYCbCr422LS_MCU_JPEG_8u16s_C4P3R, 2, 1, 4);
+  TO_BLOCKS_AND_RIVAL(zepiBGRToYCbCr411LS_MCU_JPEG_8u16s_C3P3R, 2, 2, 3);
+  TO_BLOCKS_AND_RIVAL(zepiBGRToYCbCr411LS_MCU_JPEG_8u16s_C4P3R, 2, 2, 4);
+  TO_BLOCKS(zepiCMYKToYCCK444LS_MCU_JPEG_8u16s_C4P4R, 1, 1, 4);
+  TO_BLOCKS(zepiCMYKToYCCK422LS_MCU_JPEG_8u16s_C4P4R, 2, 1, 4);
+  TO_BLOCKS(zepiCMYKToYCCK411LS_MCU_JPEG_8u16s_C4P4R, 2, 2, 4);
+  TO_BLOCKS(zepiSampleDown444LS_MCU_JPEG_8u16s_C3P3R, 1, 1, 3);
+  TO_BLOCKS(zepiSampleDown422LS_MCU_JPEG_8u16s_C3P3R, 2, 1, 3);
+  TO_BLOCKS(zepiSampleDown411LS_MCU_JPEG_8u16s_C3P3R, 2, 2, 3);
+  TO_BLOCKS(zepiSplit422LS_MCU_JPEG_8u16s_C2P3R, 2, 1, 2);
 }
 
 void RegisterToPixels() {
-  Register("zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C3R/ours", Pixels(1, 1),
-           ToPixels(zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C3R, 8, 3));
-  Register("zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C3R/rival", Pixels(1, 1),
-           RivalToPixels<1, 1, false>);
-  Register("zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C4R/ours", Pixels(1, 1),
-           ToPixels(zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C4R, 8, 4, uint8_t{255}));
-  Register("zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C4R/rival", Pixels(1, 1),
-           RivalToPixels<1, 1, true>);
-  Register("zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C3R/ours", Pixels(2, 1),
-           ToPixels(zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C3R, 16, 3));
-  Register("zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C3R/rival", Pixels(2, 1),
-           RivalToPixels<2, 1, false>);
-  Register("zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C4R/ours", Pixels(2, 1),
-           ToPixels(zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C4R, 16, 4, uint8_t{255}));
-  Register("zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C4R/rival", Pixels(2, 1),
-           RivalToPixels<2, 1, true>);
-  Register("zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C3R/ours", Pixels(2, 2),
-           ToPixels(zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C3R, 16, 3));
-  Register("zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C3R/rival", Pixels(2, 2),
-           RivalToPixels<2, 2, false>);
-  Register("zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C4R/ours", Pixels(2, 2),
-           ToPixels(zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C4R, 16, 4, uint8_t{255}));
-  Register("zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C4R/rival", Pixels(2, 2),
-           RivalToPixels<2, 2, true>);
-  Register("zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C3R/ours", Pixels(1, 1),
-           ToPixels(zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C3R, 8, 3));
-  Register("zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C3R/rival", Pixels(1, 1),
-           RivalToPixels<1, 1, false>);
-  Register("zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C4R/ours", Pixels(1, 1),
-           ToPixels(zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C4R, 8, 4, uint8_t{255}));
-  Register("zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C4R/rival", Pixels(1, 1),
-           RivalToPixels<1, 1, true>);
-  Register("zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C3R/ours", Pixels(2, 1),
-           ToPixels(zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C3R, 16, 3));
-  Register("zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C3R/rival", Pixels(2, 1),
-           RivalToPixels<2, 1, false>);
-  Register("zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C4R/ours", Pixels(2, 1),
-           ToPixels(zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C4R, 16, 4, uint8_t{255}));
-  Register("zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C4R/rival", Pixels(2, 1),
-           RivalToPixels<2, 1, true>);
-  Register("zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C3R/ours", Pixels(2, 2),
-           ToPixels(zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C3R, 16, 3));
-  Register("zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C3R/rival", Pixels(2, 2),
-           RivalToPixels<2, 2, false>);
-  Register("zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C4R/ours", Pixels(2, 2),
-           ToPixels(zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C4R, 16, 4, uint8_t{255}));
-  Register("zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C4R/rival", Pixels(2, 2),
-           RivalToPixels<2, 2, true>);
-  Register("zepiYCCK444ToCMYKLS_MCU_JPEG_16s8u_P4C4R/ours", Pixels(1, 1),
-           ToPixels(zepiYCCK444ToCMYKLS_MCU_JPEG_16s8u_P4C4R, 8, 4));
-  Register("zepiYCCK422ToCMYKLS_MCU_JPEG_16s8u_P4C4R/ours", Pixels(2, 1),
-           ToPixels(zepiYCCK422ToCMYKLS_MCU_JPEG_16s8u_P4C4R, 16, 4));
-  Register("zepiYCCK411ToCMYKLS_MCU_JPEG_16s8u_P4C4R/ours", Pixels(2, 2),
-           ToPixels(zepiYCCK411ToCMYKLS_MCU_JPEG_16s8u_P4C4R, 16, 4));
-  Register("zepiSampleUp444LS_MCU_JPEG_16s8u_P3C3R/ours", Pixels(1, 1),
-           ToPixels(zepiSampleUp444LS_MCU_JPEG_16s8u_P3C3R, 8, 3));
-  Register("zepiSampleUp422LS_MCU_JPEG_16s8u_P3C3R/ours", Pixels(2, 1),
-           ToPixels(zepiSampleUp422LS_MCU_JPEG_16s8u_P3C3R, 16, 3));
-  Register("zepiSampleUp411LS_MCU_JPEG_16s8u_P3C3R/ours", Pixels(2, 2),
-           ToPixels(zepiSampleUp411LS_MCU_JPEG_16s8u_P3C3R, 16, 3));
-  Register("zepiJoin422LS_MCU_JPEG_16s8u_P3C2R/ours", Pixels(2, 1),
-           ToPixels(zepiJoin422LS_MCU_JPEG_16s8u_P3C2R, 16, 2));
+  TO_PIXELS_AND_RIVAL(zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C3R, 1, 1, 3);
+  TO_PIXELS_AND_RIVAL(zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C4R, 1, 1, 4, uint8_t{255});
+  TO_PIXELS_AND_RIVAL(zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C3R, 2, 1, 3);
+  TO_PIXELS_AND_RIVAL(zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C4R, 2, 1, 4, uint8_t{255});
+  TO_PIXELS_AND_RIVAL(zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C3R, 2, 2, 3);
+  TO_PIXELS_AND_RIVAL(zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C4R, 2, 2, 4, uint8_t{255});
+  TO_PIXELS_AND_RIVAL(zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C3R, 1, 1, 3);
+  TO_PIXELS_AND_RIVAL(zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C4R, 1, 1, 4, uint8_t{255});
+  TO_PIXELS_AND_RIVAL(zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C3R, 2, 1, 3);
+  TO_PIXELS_AND_RIVAL(zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C4R, 2, 1, 4, uint8_t{255});
+  TO_PIXELS_AND_RIVAL(zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C3R, 2, 2, 3);
+  TO_PIXELS_AND_RIVAL(zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C4R, 2, 2, 4, uint8_t{255});
+  TO_PIXELS(zepiYCCK444ToCMYKLS_MCU_JPEG_16s8u_P4C4R, 1, 1, 4);
+  TO_PIXELS(zepiYCCK422ToCMYKLS_MCU_JPEG_16s8u_P4C4R, 2, 1, 4);
+  TO_PIXELS(zepiYCCK411ToCMYKLS_MCU_JPEG_16s8u_P4C4R, 2, 2, 4);
+  TO_PIXELS(zepiSampleUp444LS_MCU_JPEG_16s8u_P3C3R, 1, 1, 3);
+  TO_PIXELS(zepiSampleUp422LS_MCU_JPEG_16s8u_P3C3R, 2, 1, 3);
+  TO_PIXELS(zepiSampleUp411LS_MCU_JPEG_16s8u_P3C3R, 2, 2, 3);
+  TO_PIXELS(zepiJoin422LS_MCU_JPEG_16s8u_P3C2R, 2, 1, 2);
 }
 
 const bool registered = [] {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // TIFF rows beside libtiff, which codes strips of a file in memory: one strip of 64 rows of 4096 bytes, so that
-// its whole calls are PackBits but for some hundredth.
+// its whole calls are PackBits, except about a hundredth.
 //
 // Rows: <export>/<who>/<picture>: noise, a drawing, a photograph's grey.
 #include <benchmark/benchmark.h>

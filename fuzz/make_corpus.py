@@ -37,12 +37,12 @@ def main():
     write("block_decoder", "marker", DC + AC + bytes([0]) + noise[0] + b"\xff\xd9")
     write("block_encoder", "tight", DC + AC + bytes([1]) + noise[1])
     for i, data in enumerate(noise):
-        write("jpegxr_vlc", f"noise{i}", bytes(range(i, i + 40)) + data)
-        write("difference_decoder", f"noise{i}", DC + DC + bytes([2, 60, 0]) + data)
-        write("difference_decoder", f"stuffed{i}", DC + DC + bytes([0, 99, 0]) + data.replace(b"\xff", b"\xff\0"))
-    write("jpegxr_vlc", "escapes", bytes(20) + b"\x07" + b"\x01\x02\xff\xff\xfc" * 60)
-    write("jpegxr_vlc", "runs", bytes(20) + b"\x07" + b"\x05\x10\x0f\x11" * 60)
-    write("difference_decoder", "lone_ff", DC + DC + bytes([0, 17, 0]) + bytes(12) + b"\xff")
+        write("vlc_decoder", f"noise{i}", bytes(range(i, i + 40)) + data)
+        write("difference_coder", f"noise{i}", DC + DC + bytes([2, 60, 0]) + data)
+        write("difference_coder", f"stuffed{i}", DC + DC + bytes([0, 99, 0]) + data.replace(b"\xff", b"\xff\0"))
+    write("vlc_decoder", "escapes", bytes(20) + b"\x07" + b"\x01\x02\xff\xff\xfc" * 60)
+    write("vlc_decoder", "runs", bytes(20) + b"\x07" + b"\x05\x10\x0f\x11" * 60)
+    write("difference_coder", "lone_ff", DC + DC + bytes([0, 17, 0]) + bytes(12) + b"\xff")
     runs = b"".join(bytes([i]) * n for i, n in enumerate((1, 2, 3, 127, 128, 129, 2, 300, 1, 1, 5)))
     write("packbits", "runs", bytes([0, 255, 7]) + runs)
     write("packbits", "mixed", bytes([0, 255, 7]) + runs + noise[2] + runs)
@@ -50,8 +50,8 @@ def main():
     for kind, name in enumerate(("dxt1", "dxt3", "dxt5", "bc4", "bc5")):
         write("texture_decoder", name, bytes([kind, 16, 6, 0, 1, 3]) + noise[2])
     for kind, name in enumerate(("unsigned", "signed", "bc7")):
-        write("bptc_decoder", name, bytes([kind, 12, 6, 0]) + noise[2])
-    write("bptc_decoder", "modes", bytes([2, 31, 3, 1]) + b"".join(
+        write("bptc", name, bytes([kind, 12, 6, 0]) + noise[2])
+    write("bptc", "modes", bytes([2, 31, 3, 1]) + b"".join(
         bytes([1 << mode]) + noise[0][1:] for mode in range(8)))
 
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Any bytes as blocks of progressive scans, or of a scan that is read from bit to bit, under any tables and from any
-// state: what every call leaves behind is what the model leaves.
+// state: every call leaves what the model leaves.
 #include "input.h"
 #include "reference/direct_coder.h"
 #include "reference/progressive_decoder.h"

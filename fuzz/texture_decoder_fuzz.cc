@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Any bytes as texture blocks, in pictures of any small size, with any step: the memory of the pixels is
-// what the model leaves behind.
+// what the model leaves.
 #include "input.h"
 #include "reference/texture.h"
 

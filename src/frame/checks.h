@@ -5,11 +5,17 @@
 //     return bad;
 //   }
 //
-// The first check that fails decides; later ones look at nothing, so planes are only read once the
-// pointer to them was found good.
+// The first check that fails decides the status; later ones look at nothing. So an array is only
+// read after the pointer to it was found good, and a condition that reads memory is given as a
+// callable:
+//
+//   Checks().Ptr(pState).Refuse([&] { return IsOther(pState); }, zepStatusContextMismatch)
 #ifndef ZEPJP_SRC_FRAME_CHECKS_H_
 #define ZEPJP_SRC_FRAME_CHECKS_H_
 
+#include <utility>
+
+#include "hwy/base.h"
 #include "zepjp.h"
 
 namespace zepjp {
@@ -18,10 +24,17 @@ class Checks {
  public:
   [[nodiscard]] zepStatus Failed() const { return status_; }
 
-  // `bad` decides; `status` is the result if it is true and all before was good.
-  Checks& Refuse(bool bad, zepStatus status) {
-    if (__builtin_expect(status_ == zepStatusOk && bad, false)) status_ = status;
+  // `status` is the result if the callable returns true. It is called only if no check before
+  // failed.
+  template <class IsBad, class = decltype(std::declval<const IsBad&>()())>
+  Checks& Refuse(const IsBad& is_bad, zepStatus status) {
+    if (HWY_UNLIKELY(status_ == zepStatusOk && is_bad())) status_ = status;
     return *this;
+  }
+
+  // For conditions on the arguments themselves.
+  Checks& Refuse(bool is_bad, zepStatus status) {
+    return Refuse([=] { return is_bad; }, status);
   }
 
   template <class T>
@@ -37,7 +50,19 @@ class Checks {
     return *this;
   }
 
+  // The first four bytes of a state record say what it is.
+  Checks& Identifier(const void* state, const char (&id)[4]) {
+    return Refuse([&] { return __builtin_memcmp(state, id, sizeof(id)) != 0; },
+                  zepStatusContextMismatch);
+  }
+
   Checks& Step(int32_t step) { return Refuse(step <= 0, zepStatusBadStep); }
+
+  // Each of `count` steps; the pointer to them has been checked.
+  Checks& Steps(const int32_t* steps, int count) {
+    for (int i = 0; i < count && status_ == zepStatusOk; ++i) Step(steps[i]);
+    return *this;
+  }
 
   Checks& Size(zepiSize size, int32_t min_width = 1, int32_t min_height = 1) {
     return Refuse(size.width < min_width || size.height < min_height, zepStatusBadSize);

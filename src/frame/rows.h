@@ -15,14 +15,15 @@
 
 namespace zepjp {
 
-// Row `y` of a plane whose rows lie `step` bytes apart; the address is computed in 64 bits.
+// Row `y` of a plane whose rows lie `step` bytes apart. The product has the width of an address,
+// and there may be more rows than an int32_t counts.
 template <class T>
-T* Row(T* plane, int32_t step, int32_t y) {
-  const ptrdiff_t offset = ptrdiff_t{step} * y;
-  return reinterpret_cast<T*>(reinterpret_cast<uintptr_t>(plane) + static_cast<uintptr_t>(offset));
+T* Row(T* plane, int32_t step, int64_t y) {
+  const uintptr_t offset = static_cast<uintptr_t>(ptrdiff_t{step}) * static_cast<uintptr_t>(y);
+  return reinterpret_cast<T*>(reinterpret_cast<uintptr_t>(plane) + offset);
 }
 
-// Regions of up to so many elements stay on the calling thread.
+// Regions of up to this many elements stay on the calling thread.
 constexpr int64_t kMaxSerialElements = 8192;
 
 // Calls row(y) for all rows of the region, on several threads where it is large. Rows must not

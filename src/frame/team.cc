@@ -49,8 +49,8 @@ long ThreadId() { return syscall(SYS_gettid); }
 // A thread that was joined counts against the system's limits for another moment. The bound is for
 // a system that gives the same number to a new thread at once.
 void WaitUntilGone(const Trial& trial) {
-  constexpr int kMostYields = 100000;
-  for (int i = 0; i < kMostYields && syscall(SYS_tgkill, getpid(), trial.id, 0) == 0; ++i) {
+  constexpr int kMaxYields = 100000;
+  for (int i = 0; i < kMaxYields && syscall(SYS_tgkill, getpid(), trial.id, 0) == 0; ++i) {
     sched_yield();
   }
 }

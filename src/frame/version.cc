@@ -22,4 +22,6 @@ ZEP_AT_LOAD void ChooseVersion() {
 }  // namespace
 }  // namespace zepjp
 
-const zepLibraryVersion* ZEP_CALL zepjGetLibVersion(void) { return zepjp::version; }
+using namespace zepjp;
+
+const zepLibraryVersion* ZEP_CALL zepjGetLibVersion(void) { return version; }

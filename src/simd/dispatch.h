@@ -2,8 +2,8 @@
 // The choice of a family's kernels among those compiled for each instruction set.
 //
 // A family's file is compiled once per instruction set by Highway's foreach_target. Each pass
-// defines a constant table `kKernels` in the namespace of its target; at load one of them is
-// copied to the family's own table:
+// defines a constant table `kKernels`, filled by name, in the namespace of its target; at load one
+// of them is copied to the family's own table:
 //
 //   Kernels kernels;
 //   ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
@@ -36,6 +36,10 @@ const T* Choose(const PerTarget<T>& tables, const Enabled& enabled) {
 
 }  // namespace zepjp
 
+// What foreach_target.h leaves out in the files of scalar coders (simd/scalar-inl.h).
+#define ZEP_ALL_BUT_SCALAR_TARGETS (HWY_SSE4 | HWY_AVX3)
+
+// The table of the best instruction set that is enabled here.
 #define ZEP_CHOOSE(table)                                                       \
   ::zepjp::Choose<Kernels>(                                                     \
       {HWY_CHOOSE_SSSE3(table), HWY_CHOOSE_SSE4(table), HWY_CHOOSE_AVX2(table), \

@@ -14,7 +14,7 @@
 #  define ZEP_TARGET_STR HWY_TARGET_STR
 #endif
 
-// ZEP_ATTR stands behind the arguments of a lambda in a kernel.
+// ZEP_ATTR stands after the arguments of a lambda in a kernel.
 #undef ZEP_BEFORE_NAMESPACE
 #undef ZEP_ATTR
 #ifdef ZEP_TARGET_STR
@@ -37,8 +37,7 @@
 #  include "hwy/highway.h"
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 namespace hn = hwy::HWY_NAMESPACE;
@@ -239,10 +238,11 @@ struct Span {
   static constexpr size_t kBytes = kBytesOf;
 };
 
-// Calls step(src, dst, x) for the elements from `begin` to before `end` of a row, kStep at a time;
-// it reads them at src[i] + x * Source::kBytes and writes as many at dst[i] + x * Target::kBytes.
-// The last step overlaps the one before, so source and target must not; where there is none, it
-// works on copies, so that a step never goes beyond what it was given.
+// Calls step(src, dst, x) for the elements from `begin` up to but excluding `end` of a row, kStep
+// at a time. A step reads them at src[i] + x * Source::kBytes and writes as many at dst[i] + x *
+// Target::kBytes. The last step overlaps the one before, so source and target must not overlap. If
+// there are fewer than kStep, it works on copies, so that a step never touches anything outside the
+// row.
 template <size_t kStep, class Source, class Target, class Step>
 HWY_INLINE void ForElements(const uint8_t* const* src, uint8_t* const* dst, size_t begin,
                             size_t end, const Step& step) {
@@ -270,8 +270,7 @@ HWY_INLINE void ForElements(const uint8_t* const* src, uint8_t* const* dst, size
 }
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #endif  // per-target include guard

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The walk over an image in rows of 4x4 blocks, for kernels that take any number of whole blocks.
+// The loop over an image in rows of 4x4 blocks, for kernels that take any number of whole blocks.
+// Blocks that reach beyond the right or lower edge go through a tile on the stack: decoders write
+// the pixels inside the image, encoders see the last pixels and rows repeated.
 #ifndef ZEPJP_SRC_TEXTURE_BLOCKS_H_
 #define ZEPJP_SRC_TEXTURE_BLOCKS_H_
 
@@ -25,11 +27,16 @@ struct TextureLayout {
   static constexpr size_t kBlock = kBlockBytes;
   static constexpr size_t kWidth = 4 * kPixelBytes;  // of a row of a block
 };
+using Dxt1 = TextureLayout<4, 8>;
+using Dxt = TextureLayout<4, 16>;  // DXT3 and DXT5
+using Bc4 = TextureLayout<1, 8>;
+using Bc5 = TextureLayout<2, 16>;
 
-// Blocks at an edge go through a tile of so many.
+// The size of the tile for blocks at an edge.
 constexpr size_t kTileBlocks = 16;
 
-// Rows `first` to before `last` of the blocks that reach beyond an edge, or of any others.
+// Decodes a row of blocks through the tile, and stores the rows from `first` up to but excluding
+// `last`.
 template <class Layout>
 void DecodeThroughTile(DecodeBlocks decode, const uint8_t* src, uint8_t* dst, ptrdiff_t step,
                        size_t width, size_t first, size_t last) {
@@ -56,7 +63,7 @@ void DecodeTexture(DecodeBlocks decode, const uint8_t* src, uint8_t* dst, int32_
   for (size_t y = 0; y < height; y += 4, src += columns * Layout::kBlock) {
     const size_t rows = std::min<size_t>(height - y, 4);
     uint8_t* const to = dst + static_cast<ptrdiff_t>(y) * step;
-    if (rows_overlap) {  // one row after another, so that it is defined what is left of them
+    if (rows_overlap) {  // row by row: later rows replace earlier ones, as documented
       for (size_t i = 0; i < rows; ++i) {
         DecodeThroughTile<Layout>(decode, src, to, step, width, i, i + 1);
       }
@@ -80,7 +87,7 @@ zepStatus CheckAndDecode(DecodeBlocks decode, const uint8_t* src, uint8_t* dst, 
   return zepStatusOk;
 }
 
-// `width` pixels and `rows` rows, completed to whole blocks by repetition of the last ones.
+// Copies `width` pixels of `rows` rows to the tile, and repeats the last ones up to whole blocks.
 template <class Layout, class Encode>
 void EncodeThroughTile(const Encode& encode, const uint8_t* src, ptrdiff_t step, size_t width,
                        size_t rows, uint8_t* dst) {

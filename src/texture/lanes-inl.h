@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// What the kernels of textures have in common: each 128-bit block of a register holds one block of the
-// texture, or a part of it. Included once per instruction set.
+// What the kernels of textures share: each 128-bit lane block of a register holds one block of the
+// texture, or a part of it, so that wider registers do the same to more blocks. Included once per
+// instruction set.
 #if defined(ZEPJP_SRC_TEXTURE_LANES_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #  ifdef ZEPJP_SRC_TEXTURE_LANES_INL_H_
 #    undef ZEPJP_SRC_TEXTURE_LANES_INL_H_
@@ -12,8 +13,7 @@
 #  include "texture/blocks.h"
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 using D8 = hn::ScalableTag<uint8_t>;
@@ -31,7 +31,7 @@ using VI32 = hn::VFromD<DI32>;
 
 constexpr size_t kRegisterBlocks = hn::MaxLanes(D8()) / 16;
 
-// The same 16 bytes, or eight words, in each block.
+// The same 16 bytes, or eight words, in each 128-bit block.
 struct alignas(16) Bytes16 {
   uint8_t lane[16];
 };
@@ -78,7 +78,8 @@ HWY_INLINE VI16 PairSums(V8 a, V8 w) {
 }
 HWY_INLINE VI16 PairSums(V8 a, const Bytes16& weights) { return PairSums(a, Each(weights)); }
 
-// Floor(x / 3), / 5, / 7 and / 14 as the upper half of a product; right for all x that occur here.
+// floor(x / 3), / 5, / 7 and / 14 as the upper half of a product with a rounded reciprocal; exact
+// for all x that occur.
 constexpr uint16_t kThird = 21846, kFifth = 13108, kSeventh = 9363, kFourteenth = 4682;
 
 // Eight bytes for each block, into the lower halves; or from there.
@@ -130,8 +131,7 @@ HWY_INLINE Four TransposeDwords(const Four& v) {
 }
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #endif

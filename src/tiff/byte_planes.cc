@@ -5,7 +5,6 @@
 #include "frame/checks.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "tiff/byte_planes.cc"
 #include "hwy/foreach_target.h"
 #include "simd/ops-inl.h"
@@ -25,8 +24,7 @@ struct Kernels {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 using D8 = hn::ScalableTag<uint8_t>;
@@ -66,11 +64,10 @@ void Join(const uint8_t* high, const uint8_t* low, uint8_t* words, size_t width)
   ForElements<kSamples, Span<2, 1>, Span<1, 2>>(planes, &words, 0, width, step);
 }
 
-constexpr Kernels kKernels = {Split, Join};
+constexpr Kernels kKernels = {.split = Split, .join = Join};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
@@ -89,8 +86,9 @@ zepStatus CheckRow(const From* src, const To* dst, int32_t width) {
 }  // namespace
 }  // namespace zepjp
 
+using namespace zepjp;
+
 zepStatus ZEP_CALL zepiSplitRow_TIFF_16u8u_C1(const uint16_t* pSrc, uint8_t* pDst, int32_t width) {
-  using namespace zepjp;
   if (auto bad = CheckRow(pSrc, pDst, width)) return bad;
   const auto count = static_cast<size_t>(width);
   kernels.split(reinterpret_cast<const uint8_t*>(pSrc), pDst, pDst + count, count);
@@ -98,7 +96,6 @@ zepStatus ZEP_CALL zepiSplitRow_TIFF_16u8u_C1(const uint16_t* pSrc, uint8_t* pDs
 }
 
 zepStatus ZEP_CALL zepiJoinRow_TIFF_8u16u_C1(const uint8_t* pSrc, uint16_t* pDst, int32_t width) {
-  using namespace zepjp;
   if (auto bad = CheckRow(pSrc, pDst, width)) return bad;
   const auto count = static_cast<size_t>(width);
   kernels.join(pSrc, pSrc + count, reinterpret_cast<uint8_t*>(pDst), count);

@@ -1,22 +1,26 @@
 // SPDX-License-Identifier: MIT
 // PackBits (TIFF 6.0, section 9): packets of up to 128 literal bytes or of 2 to 128 equal ones.
 //
-// Packing is exact. From the end of the row backwards, cost(i) is the least length of what follows byte i:
+// Packing is exact. From the end of the row backwards, cost(i) is the least length of what follows
+// byte i:
 //   literal  1 + n + cost(i + n) over n = 1 ... 128,
 //   run      2 + cost(i + n), n the equal bytes there are, 128 at most.
-// With key(j) = cost(j) + j a literal takes the least key m of the next 128 positions and has the key m + 1
-// itself. So no key in reach that can still win exceeds m + 1, and two sets of 128 bits, the positions of key m
-// and those of m + 1, are all there is to know. Eight bytes that are all different, or all equal, go at once.
+// With key(j) = cost(j) + j a literal takes the least key m of the next 128 positions and has the
+// key m + 1 itself. So no key in reach that can still win exceeds m + 1, and two sets of 128 bits,
+// the positions of key m and those of m + 1, are all there is to know. Eight bytes that are all
+// different, or all equal, go at once.
 //
-// This is done in pieces. A run of 4 to 128 bytes is a packet in every shortest
-// packing: as literal bytes it would cost two or more above what it saves, one header of a literal behind it. So is a
-// longer one whose rest beyond packets of 128 is none, or 4 or more. What lies between such runs stands alone, and where
-// that is short, it holds runs of one to three bytes only. Of these a run packet saves something only where it ends a
-// literal, or begins, without another header: a three does if no single byte comes before the next three or
-// the end; a pair does so only where it does not lie behind a literal.
+// This is done in pieces. A run of 4 to 128 bytes is a packet of its own in every shortest packing:
+// as literal bytes it costs at least two bytes more, and saves at most the header of the literal
+// after it. The same is true of a longer run if what is left after packets of 128 is nothing, or 4
+// bytes or more. So the bytes between such runs can be packed alone; if they are few, they hold
+// runs of one to three bytes only. Of these a run packet saves a byte only if no literal needs
+// another header because of it: three equal bytes do if no single byte comes before the next three
+// or the end; a pair does only if no literal precedes it.
 //
-// No memory is allocated. Control bytes are kept for one block of the row at a time: a first pass over a longer piece
-// only notes where the plan stood at the end of each of its parts, and each part is then planned again from there.
+// No memory is allocated. Control bytes are kept for one block of the row at a time: a first pass
+// over a longer piece only notes where the plan stood at the end of each of its parts, and each
+// part is then planned again from there.
 #include <algorithm>
 #include <cstring>
 
@@ -26,11 +30,11 @@
 namespace zepjp {
 namespace {
 
-constexpr uint32_t kMost = 128;        // bytes of a packet
+constexpr uint32_t kMaxPacket = 128;   // bytes of a packet
 constexpr uint8_t kNothing = 128;      // a control byte without a packet
 constexpr uint32_t kRunControl = 257;  // the control byte of a run is this minus its length
 
-constexpr uint32_t kBlock = 16384;  // bytes whose control bytes are kept; a multiple of kMost
+constexpr uint32_t kBlock = 16384;  // bytes whose control bytes are kept; a multiple of kMaxPacket
 constexpr uint32_t kParts = 16;     // of a piece longer than a block
 
 constexpr uint64_t kEach = 0x0101010101010101;  // times a byte: eight of them
@@ -63,27 +67,28 @@ struct Positions {
   }
 };
 
-// Where the plan of a row stands between two blocks. Keys are modulo 2^32; only their differences count.
-struct Progress {
-  Progress() = default;
-  explicit Progress(uint32_t row_size) : least(row_size), last(row_size) { at_least.low = 1; }
+// The state of the plan of a row between two blocks. Keys are modulo 2^32; only their differences
+// count.
+struct PlanState {
+  PlanState() = default;
+  explicit PlanState(uint32_t row_size) : least(row_size), last(row_size) { at_least.low = 1; }
 
   Positions at_least, above_least;  // the positions of the least key in reach, and of that plus 1
   uint32_t least = 0;
-  uint32_t last = 0;        // the key of the position that was planned last
-  uint32_t behind_run = 0;  // of the byte behind the run
-  uint32_t run = 0;         // equal bytes from the last position on
+  uint32_t last = 0;       // the key of the position that was planned last
+  uint32_t after_run = 0;  // the key of the byte after the run
+  uint32_t run = 0;        // equal bytes from the last position on
 };
 
-// For each byte of a block the control byte of the packet that best begins there. Where both kinds are as good
-// it is a literal, and of literals the longest.
+// For each byte of a block, the control byte of the best packet that begins there: if both kinds
+// are equally good a literal, and of literals the longest.
 class Planner {
  public:
-  Planner(const Progress& start, uint8_t* controls, uint32_t* keys)
+  Planner(const PlanState& start, uint8_t* controls, uint32_t* keys)
       : controls_(controls), keys_(keys), now_(start) {}
 
-  // With more of the row behind the block its last byte is compared with the next one.
-  HWY_INLINE Progress Plan(const uint8_t* src, uint32_t size, bool has_more) {
+  // If more of the row follows the block (`has_more`), its last byte is compared with the next one.
+  HWY_INLINE PlanState Plan(const uint8_t* src, uint32_t size, bool has_more) {
     uint32_t i = size - 1;
     PlanOne(i, has_more && src[i] == src[size] ? 1 : 0);
     for (; i >= 8; i -= 8) {
@@ -100,19 +105,20 @@ class Planner {
   // Byte `i`; whether the next one equals it.
   HWY_INLINE void PlanOne(uint32_t i, uint64_t is_equal) {
     const uint32_t in_run = 0u - static_cast<uint32_t>(is_equal);
-    now_.behind_run = (now_.behind_run & in_run) | (now_.last & ~in_run);
+    now_.after_run = (now_.after_run & in_run) | (now_.last & ~in_run);
     now_.run = (now_.run & in_run) + 1;
-    const uint32_t key =
-        now_.run <= kMost ? now_.behind_run - now_.run + 2 : keys_[i % kMost] - kMost + 2;
-    // No jumps below: in pictures they could not be foreseen. Masks are all ones where their name holds.
+    const uint32_t key = now_.run <= kMaxPacket ? now_.after_run - now_.run + 2
+                                                : keys_[i % kMaxPacket] - kMaxPacket + 2;
+    // No branches below: in pictures they would be mispredicted. Masks are all ones if their name
+    // is true.
     const int64_t above = std::min(static_cast<int32_t>(key - now_.least), int32_t{1});
     const auto is_run = static_cast<uint64_t>((above - 1) >> 63);
     const auto is_best = static_cast<uint64_t>(above >> 63);
-    const uint64_t run_control = kRunControl - std::min(now_.run, kMost);
+    const uint64_t run_control = kRunControl - std::min(now_.run, kMaxPacket);
     const uint64_t literal = now_.at_least.Farthest();
     controls_[i] = static_cast<uint8_t>(literal ^ ((literal ^ run_control) & is_run));
     now_.last = now_.least + static_cast<uint32_t>(above);
-    keys_[i % kMost] = now_.last;
+    keys_[i % kMaxPacket] = now_.last;
     now_.at_least.Advance(1);
     now_.above_least.Advance(1);
     now_.at_least.low = (now_.at_least.low & ~is_best) | (is_run & 1);
@@ -124,25 +130,26 @@ class Planner {
   }
 
   HWY_INLINE void ForgetLeast() {
-    if (__builtin_expect(!now_.at_least.IsEmpty(), 1)) return;
+    if (HWY_LIKELY(!now_.at_least.IsEmpty())) return;
     now_.at_least = now_.above_least;
     now_.above_least = Positions();
     ++now_.least;
   }
 
-  // Eight bytes from `low` on, each different from the next. False: they have to be planned one by one.
+  // Eight bytes from `low` on, each different from the next. False: they have to be planned one by
+  // one.
   HWY_INLINE bool PlanLiterals(uint32_t low) {
     constexpr uint64_t kAllEight = uint64_t{0xFF} << 56;
     const uint64_t literal = now_.at_least.Farthest();
-    if (literal + 7 < kMost) {
+    if (literal + 7 < kMaxPacket) {
       Store64(literal * kEach + 0x0001020304050607, controls_ + low);
     } else if ((now_.at_least.high & kAllEight) == kAllEight) {
-      Store64((kMost - 1) * kEach, controls_ + low);
+      Store64((kMaxPacket - 1) * kEach, controls_ + low);
     } else {
       return false;
     }
-    now_.last = now_.behind_run = now_.least + 1;
-    keys_[low % kMost] = now_.last;  // a run may end here
+    now_.last = now_.after_run = now_.least + 1;
+    keys_[low % kMaxPacket] = now_.last;  // a run may end here
     now_.run = 1;
     now_.at_least.Advance(8);
     now_.above_least.Advance(8);
@@ -151,23 +158,24 @@ class Planner {
     return true;
   }
 
-  // Eight bytes from `low` on, each equal to the next: where a run is better than all within reach it remains so
-  // while it grows to 128 bytes, and then while it was 128 bytes before.
+  // Eight bytes from `low` on, each equal to the next: where a run is better than all within reach
+  // it remains so while it grows to 128 bytes, and then while it was 128 bytes before.
   HWY_INLINE bool PlanRun(uint32_t low) {
     uint32_t key;
     uint64_t controls;
-    if (now_.run + 8 <= kMost) {
-      key = now_.behind_run - now_.run + 1;
+    if (now_.run + 8 <= kMaxPacket) {
+      key = now_.after_run - now_.run + 1;
       controls = (kRunControl - 8 - now_.run) * kEach + 0x0706050403020100;
-    } else if (now_.run >= kMost && keys_[(low + 7) % kMost] - keys_[low % kMost] == 7) {
-      key = keys_[(low + 7) % kMost] - kMost + 2;
-      controls = (kRunControl - kMost) * kEach;
+    } else if (now_.run >= kMaxPacket &&
+               keys_[(low + 7) % kMaxPacket] - keys_[low % kMaxPacket] == 7) {
+      key = keys_[(low + 7) % kMaxPacket] - kMaxPacket + 2;
+      controls = (kRunControl - kMaxPacket) * kEach;
     } else {
       return false;
     }
     if (static_cast<int32_t>(key - now_.least) >= 0) return false;
     Store64(controls, controls_ + low);
-    for (uint32_t k = 0; k < 8; ++k) keys_[(low + 7 - k) % kMost] = key - k;
+    for (uint32_t k = 0; k < 8; ++k) keys_[(low + 7 - k) % kMaxPacket] = key - k;
     now_.last = now_.least = key - 7;
     now_.run += 8;
     now_.at_least = {1, 0};
@@ -177,7 +185,7 @@ class Planner {
 
   uint8_t* controls_;
   uint32_t* keys_;  // of positions in a run
-  Progress now_;
+  PlanState now_;
 };
 
 uint8_t* WriteLiteral(const uint8_t* src, uint32_t count, uint8_t* dst) {
@@ -201,7 +209,7 @@ class ExactPacker {
   HWY_NOINLINE uint32_t Cost() const {
     uint8_t controls[kBlock];
     Place place;
-    place.progress = Progress(size_);
+    place.progress = PlanState(size_);
     Plan(0, size_, controls, &place);
     return place.progress.last;
   }
@@ -209,7 +217,7 @@ class ExactPacker {
   // Returns the end of what was written.
   uint8_t* Pack(uint8_t* dst) {
     Place end;
-    end.progress = Progress(size_);
+    end.progress = PlanState(size_);
     dst_ = dst;
     if (size_ <= kBlock) {
       PackBlock(0, size_, &end);
@@ -219,11 +227,12 @@ class ExactPacker {
     return dst_;
   }
 
-  // The same of a row of at most a block; null, and nothing is written, where it takes more than `room` bytes.
+  // The same of a row of at most a block; null, and nothing is written, where it takes more than
+  // `room` bytes.
   HWY_NOINLINE uint8_t* PackShortRow(uint32_t room, uint8_t* dst) {
     uint8_t controls[kBlock];
     Place place;
-    place.progress = Progress(size_);
+    place.progress = PlanState(size_);
     Plan(0, size_, controls, &place);
     if (place.progress.last > room) return nullptr;
     dst_ = dst;
@@ -233,11 +242,12 @@ class ExactPacker {
 
  private:
   struct Place {
-    Progress progress;
-    uint32_t keys[kMost];  // of positions in a run
+    PlanState progress;
+    uint32_t keys[kMaxPacket];  // of positions in a run
   };
 
-  // From `to` backwards to `from`, block by block; of control bytes those of the first block remain.
+  // From `to` backwards to `from`, block by block; of control bytes those of the first block
+  // remain.
   HWY_NOINLINE void Plan(uint32_t from, uint32_t to, uint8_t* controls, Place* place) const {
     while (to > from) {
       const uint32_t size = (to - from - 1) % kBlock + 1;
@@ -258,7 +268,8 @@ class ExactPacker {
     Plan(from, to, controls, place);
   }
 
-  // More than a block. Five levels of this hold any row, each takes one pass over it and 9 KiB of the stack.
+  // More than a block. Five levels of this hold any row, each takes one pass over it and 9 KiB of
+  // the stack.
   HWY_NOINLINE void PackParts(uint32_t from, uint32_t to, Place* end) {
     uint32_t part = kBlock;
     while ((to - from - 1) / part >= kParts) part *= kParts;
@@ -326,8 +337,8 @@ class PieceWriter {
         if (end > i) dst_ = ExactPacker(src_ + i, end - i).Pack(dst_);
         i = end;
       }
-      for (uint32_t left = length; left > 0; left -= std::min(left, kMost)) {
-        dst_ = WriteRun(src_[i], std::min(left, kMost), dst_);
+      for (uint32_t left = length; left > 0; left -= std::min(left, kMaxPacket)) {
+        dst_ = WriteRun(src_[i], std::min(left, kMaxPacket), dst_);
       }
       i += length;
     }
@@ -336,7 +347,9 @@ class PieceWriter {
 
  private:
   static uint64_t RunsOfFour(uint64_t equal) { return equal & equal >> 1 & equal >> 2; }
-  static bool IsAlone(uint32_t length) { return length % kMost == 0 || length % kMost >= 4; }
+  static bool IsAlone(uint32_t length) {
+    return length % kMaxPacket == 0 || length % kMaxPacket >= 4;
+  }
 
   uint32_t RunLength(uint32_t from) const {
     const uint64_t bytes = src_[from] * kEach;
@@ -360,7 +373,7 @@ class PieceWriter {
       if (size_ - i > 64) {
         const uint64_t runs = RunsOfFour(EqualToNext(src_ + i));
         if (runs == 0) {
-          i += 61;  // what begins behind it was not looked at
+          i += 61;  // runs that begin later were not looked at
           continue;
         }
         i += static_cast<uint32_t>(__builtin_ctzll(runs));
@@ -410,9 +423,10 @@ class PieceWriter {
 }  // namespace
 }  // namespace zepjp
 
+using namespace zepjp;
+
 zepStatus ZEP_CALL zepiPackBitsRow_TIFF_8u_C1(const uint8_t* pSrc, int32_t srcLen, uint8_t* pDst,
                                               int32_t* pDstLen) {
-  using namespace zepjp;
   if (auto bad =
           Checks().Ptr(pSrc).Ptr(pDst).Ptr(pDstLen).Refuse(srcLen < 1, zepStatusBadSize).Failed()) {
     return bad;
@@ -435,7 +449,6 @@ zepStatus ZEP_CALL zepiPackBitsRow_TIFF_8u_C1(const uint8_t* pSrc, int32_t srcLe
 
 zepStatus ZEP_CALL zepiUnpackBitsRow_TIFF_8u_C1(const uint8_t* pSrc, int32_t* pSrcLen,
                                                 uint8_t* pDst, int32_t dstLen) {
-  using namespace zepjp;
   if (auto bad =
           Checks().Ptr(pSrc).Ptr(pSrcLen).Ptr(pDst).Refuse(dstLen < 1, zepStatusBadSize).Failed()) {
     return bad;

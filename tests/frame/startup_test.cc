@@ -3,10 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <cstring>
-#include <string>
-
 #include "frame/memory.h"
 #include "simd/dispatch.h"
 #include "zepjp.h"
@@ -22,23 +18,6 @@ TEST(Startup, BothBitsChooseTheOtherVariant) {
   EXPECT_EQ(zepjp::VariantOf(0x30), Variant::kS8);
   EXPECT_EQ(zepjp::VariantOf(~uint64_t{0x30}), Variant::kV8);
   EXPECT_EQ(zepjp::VariantOf(~uint64_t{0}), Variant::kS8);
-}
-
-TEST(Startup, VersionRecord) {
-  const char* const expected = std::getenv("ZEPJP_EXPECTED_VARIANT");
-  const std::string code = expected != nullptr ? expected : "v8";
-  const zepLibraryVersion* const version = zepjGetLibVersion();
-  EXPECT_EQ(version, zepjGetLibVersion());
-  EXPECT_EQ(version->major, ZEPJP_VERSION_MAJOR);
-  EXPECT_EQ(version->minor, ZEPJP_VERSION_MINOR);
-  EXPECT_EQ(version->update, ZEPJP_VERSION_UPDATE);
-  EXPECT_EQ(version->revision, 36264);
-  char padded[4] = {};
-  std::memcpy(padded, code.data(), code.size());
-  EXPECT_EQ(std::memcmp(version->cpuCode, padded, 4), 0);
-  EXPECT_STREQ(version->name, code == "s8" ? "zepJP Mote (s8)" : "zepJP SSSE3 (v8)");
-  EXPECT_STREQ(version->versionText, "7.1.0 (r36264)");
-  EXPECT_STREQ(version->buildDate, "Jul 23 2012");
 }
 
 TEST(Startup, BestEnabledTableIsChosen) {

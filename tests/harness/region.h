@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "harness/check_order.h"
+#include "harness/difference.h"
 #include "harness/guarded.h"
 #include "harness/random.h"
 #include "zepjp.h"
@@ -117,10 +118,6 @@ std::vector<std::vector<uint8_t>> MemoryOf(Image& image) {
   return copies;
 }
 
-// Where two images differ first, in words; empty where they do not.
-std::string FirstDifference(const std::vector<std::vector<uint8_t>>& got,
-                            const std::vector<std::vector<uint8_t>>& want, int32_t step);
-
 // What a function takes besides the usual.
 struct Takes {
   bool any_step = false;   // 0 and negative steps
@@ -182,7 +179,7 @@ void CompareRegions(const Named<Export>& exported, const Model& model, const Tak
 #define HARNESS_PAIR(function) \
   HARNESS_NAMED(function), [](auto... args) { return ::reference::function(args...); }
 
-// The same with more arguments behind those that they are called with.
+// The same with more arguments after those that they are called with.
 #define HARNESS_PAIR_WITH(function, ...)                                                      \
   ::harness::Named{#function, [](auto... args) { return ::function(args..., __VA_ARGS__); }}, \
       [](auto... args) { return ::reference::function(args..., __VA_ARGS__); }

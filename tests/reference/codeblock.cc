@@ -59,7 +59,7 @@ void AfterLps(Context* context) {
 
 void AfterMps(Context* context) { context->state = kEstimates[context->state].nmps; }
 
-// What stands behind a decision: an encoder takes the bit, a decoder finds it out.
+// Where a decision goes: an encoder takes the bit, a decoder finds it.
 class Coder {
  public:
   virtual ~Coder() = default;
@@ -199,7 +199,7 @@ class MqDecoder : public Coder {
   }
 
   // Whether an encoder ends the segment so, by predictable termination: counted from the front, in bits
-  // that were shifted in. Of the bytes that hold them the segment has all, but for an FF at the end; and
+  // that were shifted in. Of the bytes that hold them the segment has all, except an FF at the end; and
   // below the lowest bit of these bytes the code differs from the interval's lower end, not above.
   bool EndsPredictably() const {
     if (size_ > 0 && bytes_[size_ - 1] == 0xFF) return false;
@@ -262,7 +262,7 @@ class RawEncoder : public Coder {
     return bit;
   }
   // Fills the last byte with 0, 1, 0 ...; an FF at the end is left out, or with predictable termination
-  // a whole byte is filled behind it.
+  // a whole byte follows it.
   void Flush(bool is_predictable) {
     for (int pad = 0; HasPart(); pad ^= 1) Decide(0, pad);
     if (!after_ff_) return;
@@ -300,7 +300,7 @@ class RawDecoder : public Coder {
   }
 
   // Whether predictable termination ends the segment so: writes the same bits once more. The bit that is
-  // stuffed behind FF is not looked at, but in a byte of padding alone; and an FF may have been left out.
+  // stuffed after FF is looked at only in a byte of padding; and an FF may have been left out.
   bool EndsPredictably() const {
     std::vector<uint8_t> segment(bytes_, bytes_ + size_), bytes;
     RawEncoder encoder(&bytes);
@@ -528,7 +528,7 @@ bool IsRaw(int pass, int style) {
   return (style & kBypass) != 0 && pass >= 10 && TypeOf(pass) != 2;
 }
 
-// The pass behind the last one of the segment that holds `pass`.
+// The first pass after the segment that holds `pass`.
 int SegmentEnd(int pass, int style) {
   if ((style & kTerminate) != 0) return pass + 1;
   if ((style & kBypass) == 0) return 91;  // all that there can be

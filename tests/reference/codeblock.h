@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Code-blocks of JPEG 2000, one decision after the other as ISO/IEC 15444-1, annexes C and D, draw them.
-// Encoder and decoder walk the same passes; only the coder behind a decision differs.
+// Encoder and decoder walk the same passes; only the coder that a decision goes to differs.
 #ifndef ZEPJP_TESTS_REFERENCE_CODEBLOCK_H_
 #define ZEPJP_TESTS_REFERENCE_CODEBLOCK_H_
 

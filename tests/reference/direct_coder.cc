@@ -37,7 +37,7 @@ struct AllBits {
       last = 8 * at;
     }
   }
-  // Of the bit behind the first `count`.
+  // Of the bit after the first `count`.
   int32_t PlaceBehind(size_t count) const { return count < places.size() ? places[count] : last; }
 
   std::vector<int> bits;

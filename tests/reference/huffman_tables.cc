@@ -9,7 +9,7 @@ namespace {
 
 using std::size_t;
 
-// The lengths of all codes in order, with a 0 behind them; false for more than 256.
+// The lengths of all codes in order, then a 0; false for more than 256.
 bool ListSizes(const uint8_t* list_bits, std::vector<int>* sizes) {
   for (int length = 1; length <= 16; ++length) {
     if (sizes->size() + list_bits[length - 1] > 256) return false;

@@ -42,9 +42,6 @@ zepStatus zepiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1(const int16_t* src, i
                                                            int32_t flush);
 zepStatus zepiGetHuffmanStatisticsOne_JPEG_16s_C1(const int16_t* src, int32_t* statistics);
 
-// The least number of bits that prefix codes of at most 16 bits, one of them unused, take for these counts.
-int64_t LeastCodeLength(const int32_t* statistics);
-
 }  // namespace reference
 
 #endif  // ZEPJP_TESTS_REFERENCE_PROGRESSIVE_ENCODER_H_

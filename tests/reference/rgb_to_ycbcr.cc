@@ -116,162 +116,117 @@ zepStatus Reducing(const Pixel& pixel, int32_t rows, uint8_t* const* dst, int32_
   return odd ? zepStatusOddSizeWarning : zepStatusOk;
 }
 
+// Where the pixels of a source lie: what the conversions above call as pixel(x, y).
+auto Interleaved(const uint8_t* src, int32_t step, int32_t channels, Order order) {
+  return [=](int32_t x, int32_t y) { return InterleavedPixel(src, step, channels, order, x, y); };
+}
+auto Packed(const uint16_t* src, int32_t step, int green_bits, Order order) {
+  return [=](int32_t x, int32_t y) { return PackedPixel(src, step, green_bits, order, x, y); };
+}
+auto Planar(const uint8_t* const* src, int32_t step) {
+  return [=](int32_t x, int32_t y) { return PlanarPixel(src, step, x, y); };
+}
+
 }  // namespace
 
 zepStatus zepiRGBToYCbCr_JPEG_8u_C3P3R(const uint8_t* src, int32_t src_step, uint8_t* const* dst,
                                        int32_t dst_step, zepiSize size) {
-  const auto pixel = [=](int32_t x, int32_t y) {
-    return InterleavedPixel(src, src_step, 3, Order::kRgb, x, y);
-  };
-  return TwoPrecisions(pixel, dst, dst_step, size);
+  return TwoPrecisions(Interleaved(src, src_step, 3, Order::kRgb), dst, dst_step, size);
 }
 
 zepStatus zepiRGBToYCbCr411_JPEG_8u_C3P3R(const uint8_t* src, int32_t src_step, uint8_t* const* dst,
                                           int32_t dst_step, zepiSize size) {
-  const auto pixel = [=](int32_t x, int32_t y) {
-    return InterleavedPixel(src, src_step, 3, Order::kRgb, x, y);
-  };
-  return Reducing(pixel, 2, dst, dst_step, size);
+  return Reducing(Interleaved(src, src_step, 3, Order::kRgb), 2, dst, dst_step, size);
 }
 
 zepStatus zepiRGBToYCbCr422_JPEG_8u_C3P3R(const uint8_t* src, int32_t src_step, uint8_t* const* dst,
                                           int32_t dst_step, zepiSize size) {
-  const auto pixel = [=](int32_t x, int32_t y) {
-    return InterleavedPixel(src, src_step, 3, Order::kRgb, x, y);
-  };
-  return Reducing(pixel, 1, dst, dst_step, size);
+  return Reducing(Interleaved(src, src_step, 3, Order::kRgb), 1, dst, dst_step, size);
 }
 
 zepStatus zepiRGBToYCbCr_JPEG_8u_C4P3R(const uint8_t* src, int32_t src_step, uint8_t* const* dst,
                                        int32_t dst_step, zepiSize size) {
-  const auto pixel = [=](int32_t x, int32_t y) {
-    return InterleavedPixel(src, src_step, 4, Order::kRgb, x, y);
-  };
-  return TwoPrecisions(pixel, dst, dst_step, size);
+  return TwoPrecisions(Interleaved(src, src_step, 4, Order::kRgb), dst, dst_step, size);
 }
 
 zepStatus zepiRGBToYCbCr411_JPEG_8u_C4P3R(const uint8_t* src, int32_t src_step, uint8_t* const* dst,
                                           int32_t dst_step, zepiSize size) {
-  const auto pixel = [=](int32_t x, int32_t y) {
-    return InterleavedPixel(src, src_step, 4, Order::kRgb, x, y);
-  };
-  return Reducing(pixel, 2, dst, dst_step, size);
+  return Reducing(Interleaved(src, src_step, 4, Order::kRgb), 2, dst, dst_step, size);
 }
 
 zepStatus zepiRGBToYCbCr422_JPEG_8u_C4P3R(const uint8_t* src, int32_t src_step, uint8_t* const* dst,
                                           int32_t dst_step, zepiSize size) {
-  const auto pixel = [=](int32_t x, int32_t y) {
-    return InterleavedPixel(src, src_step, 4, Order::kRgb, x, y);
-  };
-  return Reducing(pixel, 1, dst, dst_step, size);
+  return Reducing(Interleaved(src, src_step, 4, Order::kRgb), 1, dst, dst_step, size);
 }
 
 zepStatus zepiRGBToY_JPEG_8u_C3C1R(const uint8_t* src, int32_t src_step, uint8_t* dst,
                                    int32_t dst_step, zepiSize size) {
-  const auto pixel = [=](int32_t x, int32_t y) {
-    return InterleavedPixel(src, src_step, 3, Order::kRgb, x, y);
-  };
-  return LuminanceOnly(pixel, dst, dst_step, size);
+  return LuminanceOnly(Interleaved(src, src_step, 3, Order::kRgb), dst, dst_step, size);
 }
 
 zepStatus zepiRGB555ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* src, int32_t src_step,
                                              uint8_t* const* dst, int32_t dst_step, zepiSize size) {
-  const auto pixel = [=](int32_t x, int32_t y) {
-    return PackedPixel(src, src_step, 5, Order::kRgb, x, y);
-  };
-  return OnePrecision(pixel, dst, dst_step, size);
+  return OnePrecision(Packed(src, src_step, 5, Order::kRgb), dst, dst_step, size);
 }
 
 zepStatus zepiRGB565ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* src, int32_t src_step,
                                              uint8_t* const* dst, int32_t dst_step, zepiSize size) {
-  const auto pixel = [=](int32_t x, int32_t y) {
-    return PackedPixel(src, src_step, 6, Order::kRgb, x, y);
-  };
-  return OnePrecision(pixel, dst, dst_step, size);
+  return OnePrecision(Packed(src, src_step, 6, Order::kRgb), dst, dst_step, size);
 }
 
 zepStatus zepiBGRToYCbCr_JPEG_8u_C3P3R(const uint8_t* src, int32_t src_step, uint8_t* const* dst,
                                        int32_t dst_step, zepiSize size) {
-  const auto pixel = [=](int32_t x, int32_t y) {
-    return InterleavedPixel(src, src_step, 3, Order::kBgr, x, y);
-  };
-  return TwoPrecisions(pixel, dst, dst_step, size);
+  return TwoPrecisions(Interleaved(src, src_step, 3, Order::kBgr), dst, dst_step, size);
 }
 
 zepStatus zepiBGRToYCbCr411_JPEG_8u_C3P3R(const uint8_t* src, int32_t src_step, uint8_t* const* dst,
                                           int32_t dst_step, zepiSize size) {
-  const auto pixel = [=](int32_t x, int32_t y) {
-    return InterleavedPixel(src, src_step, 3, Order::kBgr, x, y);
-  };
-  return Reducing(pixel, 2, dst, dst_step, size);
+  return Reducing(Interleaved(src, src_step, 3, Order::kBgr), 2, dst, dst_step, size);
 }
 
 zepStatus zepiBGRToYCbCr422_JPEG_8u_C3P3R(const uint8_t* src, int32_t src_step, uint8_t* const* dst,
                                           int32_t dst_step, zepiSize size) {
-  const auto pixel = [=](int32_t x, int32_t y) {
-    return InterleavedPixel(src, src_step, 3, Order::kBgr, x, y);
-  };
-  return Reducing(pixel, 1, dst, dst_step, size);
+  return Reducing(Interleaved(src, src_step, 3, Order::kBgr), 1, dst, dst_step, size);
 }
 
 zepStatus zepiBGRToYCbCr_JPEG_8u_C4P3R(const uint8_t* src, int32_t src_step, uint8_t* const* dst,
                                        int32_t dst_step, zepiSize size) {
-  const auto pixel = [=](int32_t x, int32_t y) {
-    return InterleavedPixel(src, src_step, 4, Order::kBgr, x, y);
-  };
-  return TwoPrecisions(pixel, dst, dst_step, size);
+  return TwoPrecisions(Interleaved(src, src_step, 4, Order::kBgr), dst, dst_step, size);
 }
 
 zepStatus zepiBGRToYCbCr411_JPEG_8u_C4P3R(const uint8_t* src, int32_t src_step, uint8_t* const* dst,
                                           int32_t dst_step, zepiSize size) {
-  const auto pixel = [=](int32_t x, int32_t y) {
-    return InterleavedPixel(src, src_step, 4, Order::kBgr, x, y);
-  };
-  return Reducing(pixel, 2, dst, dst_step, size);
+  return Reducing(Interleaved(src, src_step, 4, Order::kBgr), 2, dst, dst_step, size);
 }
 
 zepStatus zepiBGRToYCbCr422_JPEG_8u_C4P3R(const uint8_t* src, int32_t src_step, uint8_t* const* dst,
                                           int32_t dst_step, zepiSize size) {
-  const auto pixel = [=](int32_t x, int32_t y) {
-    return InterleavedPixel(src, src_step, 4, Order::kBgr, x, y);
-  };
-  return Reducing(pixel, 1, dst, dst_step, size);
+  return Reducing(Interleaved(src, src_step, 4, Order::kBgr), 1, dst, dst_step, size);
 }
 
 zepStatus zepiBGRToY_JPEG_8u_C3C1R(const uint8_t* src, int32_t src_step, uint8_t* dst,
                                    int32_t dst_step, zepiSize size) {
-  const auto pixel = [=](int32_t x, int32_t y) {
-    return InterleavedPixel(src, src_step, 3, Order::kBgr, x, y);
-  };
-  return LuminanceOnly(pixel, dst, dst_step, size);
+  return LuminanceOnly(Interleaved(src, src_step, 3, Order::kBgr), dst, dst_step, size);
 }
 
 zepStatus zepiBGR555ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* src, int32_t src_step,
                                              uint8_t* const* dst, int32_t dst_step, zepiSize size) {
-  const auto pixel = [=](int32_t x, int32_t y) {
-    return PackedPixel(src, src_step, 5, Order::kBgr, x, y);
-  };
-  return OnePrecision(pixel, dst, dst_step, size);
+  return OnePrecision(Packed(src, src_step, 5, Order::kBgr), dst, dst_step, size);
 }
 
 zepStatus zepiBGR565ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* src, int32_t src_step,
                                              uint8_t* const* dst, int32_t dst_step, zepiSize size) {
-  const auto pixel = [=](int32_t x, int32_t y) {
-    return PackedPixel(src, src_step, 6, Order::kBgr, x, y);
-  };
-  return OnePrecision(pixel, dst, dst_step, size);
+  return OnePrecision(Packed(src, src_step, 6, Order::kBgr), dst, dst_step, size);
 }
 
 zepStatus zepiRGBToYCbCr_JPEG_8u_P3R(const uint8_t* const* src, int32_t src_step,
                                      uint8_t* const* dst, int32_t dst_step, zepiSize size) {
-  const auto pixel = [=](int32_t x, int32_t y) { return PlanarPixel(src, src_step, x, y); };
-  return TwoPrecisions(pixel, dst, dst_step, size);
+  return TwoPrecisions(Planar(src, src_step), dst, dst_step, size);
 }
 
 zepStatus zepiRGBToY_JPEG_8u_P3C1R(const uint8_t* const* src, int32_t src_step, uint8_t* dst,
                                    int32_t dst_step, zepiSize size) {
-  const auto pixel = [=](int32_t x, int32_t y) { return PlanarPixel(src, src_step, x, y); };
-  return LuminanceOnly(pixel, dst, dst_step, size);
+  return LuminanceOnly(Planar(src, src_step), dst, dst_step, size);
 }
 
 zepStatus zepiCMYKToYCCK_JPEG_8u_C4P4R(const uint8_t* src, int32_t src_step, uint8_t* const* dst,

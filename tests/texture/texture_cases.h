@@ -54,7 +54,7 @@ inline void ExpectEqualsModel(const Format<Decoder>& format, const Bytes& blocks
   harness::Plane<uint8_t> got(bytes, step, edge), want(bytes, step, edge);
   ASSERT_EQ(format.call(src.raw(), got.base(), step, size), zepStatusOk);
   ASSERT_EQ(format.model(src.raw(), want.base(), step, size), zepStatusOk);
-  ASSERT_EQ(std::memcmp(got.memory().raw(), want.memory().raw(), got.memory().bytes()), 0)
+  ASSERT_EQ(harness::FirstDifference(got.memory(), want.memory(), step), "")
       << format.name << " " << size.width << "x" << size.height << " step " << step << " seed "
       << harness::Seed();
 }

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "harness/check_order.h"
+#include "harness/difference.h"
 #include "harness/guarded.h"
 #include "harness/random.h"
 #include "reference/tiff.h"
@@ -26,13 +27,13 @@ TEST(BytePlanes, EqualModel) {
       const auto* src = reinterpret_cast<const uint16_t*>(words.data());
       ASSERT_EQ(zepiSplitRow_TIFF_16u8u_C1(src, planes.data(), width), zepStatusOk);
       reference::zepiSplitRow_TIFF_16u8u_C1(src, want.data(), width);
-      ASSERT_EQ(std::memcmp(planes.data(), want.data(), bytes), 0) << "width " << width;
+      ASSERT_EQ(harness::FirstDifference(planes, want), "") << "width " << width;
       auto* dst = reinterpret_cast<uint16_t*>(back.data());
       ASSERT_EQ(zepiJoinRow_TIFF_8u16u_C1(planes.data(), dst, width), zepStatusOk);
       reference::zepiJoinRow_TIFF_8u16u_C1(planes.data(), reinterpret_cast<uint16_t*>(want.data()),
                                            width);
-      ASSERT_EQ(std::memcmp(back.data(), want.data(), bytes), 0) << "width " << width;
-      ASSERT_EQ(std::memcmp(back.data(), words.data(), bytes), 0) << "width " << width;
+      ASSERT_EQ(harness::FirstDifference(back, want), "") << "width " << width;
+      ASSERT_EQ(harness::FirstDifference(back, words), "") << "width " << width;
     }
   }
 }

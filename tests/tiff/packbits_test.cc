@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "harness/check_order.h"
+#include "harness/difference.h"
 #include "harness/guarded.h"
 #include "harness/random.h"
 #include "reference/tiff.h"
@@ -36,13 +37,15 @@ void ExpectPacksAsModel(const Bytes& row) {
   const auto length = static_cast<int32_t>(row.size());
   ASSERT_EQ(zepiPackBitsRow_TIFF_8u_C1(src.data(), length, dst.data(), &size), zepStatusOk);
   ASSERT_EQ(static_cast<size_t>(size), want.size());
-  ASSERT_EQ(std::memcmp(dst.data(), want.data(), want.size()), 0) << "seed " << harness::Seed();
+  ASSERT_EQ(harness::FirstDifferenceOf(dst.data(), want.data(), want.size()), "")
+      << "seed " << harness::Seed();
   ASSERT_LE(want.size(), row.size() + (row.size() + 127) / 128);
   Guarded<uint8_t> roomy(row.size() + (row.size() + 127) / 128);
   size = static_cast<int32_t>(roomy.count());
   ASSERT_EQ(zepiPackBitsRow_TIFF_8u_C1(src.data(), length, roomy.data(), &size), zepStatusOk);
   ASSERT_EQ(static_cast<size_t>(size), want.size()) << "seed " << harness::Seed();
-  ASSERT_EQ(std::memcmp(roomy.data(), want.data(), want.size()), 0) << "seed " << harness::Seed();
+  ASSERT_EQ(harness::FirstDifferenceOf(roomy.data(), want.data(), want.size()), "")
+      << "seed " << harness::Seed();
   for (size_t i = want.size(); i < roomy.count(); ++i) ASSERT_EQ(roomy.data()[i], harness::kFill);
   size = static_cast<int32_t>(want.size());
   Guarded<uint8_t> tight(want.size() - 1);
@@ -65,7 +68,7 @@ TEST(PackBits, AllShortRowsOfTwoValues_Exhaustive) {
   }
 }
 
-// Runs and literals of lengths near to what limits packets, one behind the other.
+// Runs and literals of lengths near the limits of packets, one after the other.
 Bytes MixedRow(Random& random) {
   static constexpr size_t kLengths[] = {1,   2,   3,   4,   5,   62,  64,  125, 126, 127,
                                         128, 129, 130, 131, 255, 256, 257, 258, 640, 1300};
@@ -150,7 +153,8 @@ TEST(PackBits, UnpacksAsModel) {
         zepiUnpackBitsRow_TIFF_8u_C1(src.data(), &got_size, got.data(), length),
         reference::zepiUnpackBitsRow_TIFF_8u_C1(bytes.data(), &want_size, want.data(), length));
     ASSERT_EQ(got_size, want_size);
-    ASSERT_EQ(std::memcmp(got.data(), want.data(), row), 0) << "seed " << harness::Seed();
+    ASSERT_EQ(harness::FirstDifferenceOf(got.data(), want.data(), row), "")
+        << "seed " << harness::Seed();
   }
 }
 

@@ -5,7 +5,6 @@
 #include "frame/rows.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/color/level_shift.cc"
 #include "hwy/foreach_target.h"
 #include "simd/ops-inl.h"
@@ -25,8 +24,7 @@ struct Kernels {
 }  // namespace zepjp
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 using D8 = hn::ScalableTag<uint8_t>;
@@ -64,11 +62,10 @@ void Sub128Row(const uint8_t* src, uint8_t* dst, size_t width) {
   ForElements<kStep, Span<1, 1>, Span<1, 2>>(&src, &dst, 0, width, step);
 }
 
-constexpr Kernels kKernels = {Add128Row, Sub128Row};
+constexpr Kernels kKernels = {.add128_row = Add128Row, .sub128_row = Sub128Row};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
@@ -96,15 +93,15 @@ zepStatus Shift(void (*kernel)(const uint8_t*, uint8_t*, size_t), const Src* src
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::kernels;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiAdd128_JPEG_16s8u_C1R(const int16_t* pSrc, int32_t srcStep, uint8_t* pDst,
                                              int32_t dstStep, zepiSize roiSize) {
-  return zepjp::Shift(kernels.add128_row, pSrc, srcStep, pDst, dstStep, roiSize);
+  return Shift(kernels.add128_row, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiSub128_JPEG_8u16s_C1R(const uint8_t* pSrc, int32_t srcStep, int16_t* pDst,
                                              int32_t dstStep, zepiSize roiSize) {
-  return zepjp::Shift(kernels.sub128_row, pSrc, srcStep, pDst, dstStep, roiSize);
+  return Shift(kernels.sub128_row, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 #endif  // HWY_ONCE

@@ -16,8 +16,7 @@
 #  include "jpeg/color/vectors-inl.h"
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 struct Pairs {
@@ -71,8 +70,8 @@ HWY_INLINE V8 Shuffle(V8 bytes, const PairIndices& indices) {
 
 // kChannels interleaved bytes a pixel, 3 or 4; a fourth has no influence.
 //
-// No byte beyond the pixels is read: where that might be, four three-byte pixels lie at the end of their
-// block, four bytes from its begin. kShifted has a bit for each such quarter.
+// No byte beyond the pixels is read: where that might be, four three-byte pixels lie at the end of
+// their block, four bytes from its begin. kShifted has a bit for each such quarter.
 template <int kChannels, unsigned kShifted = 1u << 3>
 struct Interleaved : Span<1, kChannels> {
   // The bytes of N pixels, four for each block of a quarter.
@@ -177,8 +176,7 @@ struct Packed : Span<1, 2> {
 };
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #endif  // per-target include guard

@@ -63,8 +63,7 @@ constexpr Rule Summed(Rule rule, int log2) {
 #include "jpeg/color/pixels-inl.h"
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 HWY_INLINE V16 SetPairs(int16_t low, int16_t high) {
@@ -118,8 +117,7 @@ HWY_INLINE V16 ConvertGroups(const GroupPairs& p, const Component& c) {
 }
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #endif  // per-target include guard

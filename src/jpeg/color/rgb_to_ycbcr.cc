@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
 // RGB and CMYK to the colour spaces of JPEG files.
 //
-// Within a row the first 8 * floor(width / 8) pixels take coefficients scaled by 2^15, the rest those
-// scaled by 2^14.
+// Within a row the first 8 * floor(width / 8) pixels take coefficients scaled by 2^15, the rest
+// those scaled by 2^14.
 #include "jpeg/color/plane_rows.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/color/rgb_to_ycbcr.cc"
 #include "hwy/foreach_target.h"
 #include "jpeg/color/rgb_to_ycbcr-inl.h"
@@ -49,8 +48,7 @@ struct Inks14 {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 template <class Source, const Rule& kRule>
@@ -171,35 +169,34 @@ using C3 = Interleaved<3>;
 using C4 = Interleaved<4>;
 
 constexpr Kernels kKernels = {
-    ConvertRow<C3, RgbOrder>,
-    ConvertRow<C3, BgrOrder>,
-    ConvertRow<C4, RgbOrder>,
-    ConvertRow<C4, BgrOrder>,
-    ConvertRow<Planar, RgbOrder>,
-    LuminanceRow<C3, RgbOrder>,
-    LuminanceRow<C3, BgrOrder>,
-    LuminanceRow<C4, RgbOrder>,
-    LuminanceRow<C4, BgrOrder>,
-    LuminanceRow<Planar, RgbOrder>,
-    CmykRowC4,
-    CmykRowP4,
-    ConvertRow<Packed<5>, RgbOrder14>,
-    ConvertRow<Packed<5>, BgrOrder14>,
-    ConvertRow<Packed<6>, RgbOrder14>,
-    ConvertRow<Packed<6>, BgrOrder14>,
-    ReducingRow<C3, RgbOrder, 2>,
-    ReducingRow<C4, RgbOrder, 2>,
-    ReducingRow<C3, BgrOrder, 2>,
-    ReducingRow<C4, BgrOrder, 2>,
-    ReducingRow<C3, RgbOrder, 1>,
-    ReducingRow<C4, RgbOrder, 1>,
-    ReducingRow<C3, BgrOrder, 1>,
-    ReducingRow<C4, BgrOrder, 1>,
+    .rgb_c3 = ConvertRow<C3, RgbOrder>,
+    .bgr_c3 = ConvertRow<C3, BgrOrder>,
+    .rgb_c4 = ConvertRow<C4, RgbOrder>,
+    .bgr_c4 = ConvertRow<C4, BgrOrder>,
+    .rgb_p3 = ConvertRow<Planar, RgbOrder>,
+    .rgb_to_y_c3 = LuminanceRow<C3, RgbOrder>,
+    .bgr_to_y_c3 = LuminanceRow<C3, BgrOrder>,
+    .rgb_to_y_c4 = LuminanceRow<C4, RgbOrder>,
+    .bgr_to_y_c4 = LuminanceRow<C4, BgrOrder>,
+    .rgb_to_y_p3 = LuminanceRow<Planar, RgbOrder>,
+    .cmyk_c4 = CmykRowC4,
+    .cmyk_p4 = CmykRowP4,
+    .rgb555 = ConvertRow<Packed<5>, RgbOrder14>,
+    .bgr555 = ConvertRow<Packed<5>, BgrOrder14>,
+    .rgb565 = ConvertRow<Packed<6>, RgbOrder14>,
+    .bgr565 = ConvertRow<Packed<6>, BgrOrder14>,
+    .rgb_c3_411 = ReducingRow<C3, RgbOrder, 2>,
+    .rgb_c4_411 = ReducingRow<C4, RgbOrder, 2>,
+    .bgr_c3_411 = ReducingRow<C3, BgrOrder, 2>,
+    .bgr_c4_411 = ReducingRow<C4, BgrOrder, 2>,
+    .rgb_c3_422 = ReducingRow<C3, RgbOrder, 1>,
+    .rgb_c4_422 = ReducingRow<C4, RgbOrder, 1>,
+    .bgr_c3_422 = ReducingRow<C3, BgrOrder, 1>,
+    .bgr_c4_422 = ReducingRow<C4, BgrOrder, 1>,
 };
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
@@ -260,139 +257,135 @@ zepStatus Convert411(RowFunction kernel, RowFunction luminance, const uint8_t* s
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::kernels;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiRGBToYCbCr_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                 uint8_t* const pDst[3], int32_t dstStep,
                                                 zepiSize roiSize) {
-  return zepjp::ConvertParallel<1, 3>(kernels.rgb_c3, &pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertParallel<1, 3>(kernels.rgb_c3, &pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGRToYCbCr_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                 uint8_t* const pDst[3], int32_t dstStep,
                                                 zepiSize roiSize) {
-  return zepjp::ConvertParallel<1, 3>(kernels.bgr_c3, &pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertParallel<1, 3>(kernels.bgr_c3, &pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGBToYCbCr_JPEG_8u_P3R(const uint8_t* const pSrc[3], int32_t srcStep,
                                               uint8_t* const pDst[3], int32_t dstStep,
                                               zepiSize roiSize) {
-  return zepjp::ConvertParallel<3, 3>(kernels.rgb_p3, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertParallel<3, 3>(kernels.rgb_p3, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGBToYCbCr_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
                                                 uint8_t* const pDst[3], int32_t dstStep,
                                                 zepiSize roiSize) {
-  return zepjp::ConvertC4(kernels.rgb_c4, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertC4(kernels.rgb_c4, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGRToYCbCr_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
                                                 uint8_t* const pDst[3], int32_t dstStep,
                                                 zepiSize roiSize) {
-  return zepjp::ConvertC4(kernels.bgr_c4, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertC4(kernels.bgr_c4, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGBToY_JPEG_8u_C3C1R(const uint8_t* pSrc, int32_t srcStep, uint8_t* pDst,
                                             int32_t dstStep, zepiSize roiSize) {
-  return zepjp::ConvertParallel<1, 1>(kernels.rgb_to_y_c3, &pSrc, srcStep, &pDst, dstStep, roiSize);
+  return ConvertParallel<1, 1>(kernels.rgb_to_y_c3, &pSrc, srcStep, &pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGRToY_JPEG_8u_C3C1R(const uint8_t* pSrc, int32_t srcStep, uint8_t* pDst,
                                             int32_t dstStep, zepiSize roiSize) {
-  return zepjp::ConvertParallel<1, 1>(kernels.bgr_to_y_c3, &pSrc, srcStep, &pDst, dstStep, roiSize);
+  return ConvertParallel<1, 1>(kernels.bgr_to_y_c3, &pSrc, srcStep, &pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGBToY_JPEG_8u_P3C1R(const uint8_t* const pSrc[3], int32_t srcStep,
                                             uint8_t* pDst, int32_t dstStep, zepiSize roiSize) {
-  return zepjp::ConvertParallel<3, 1>(kernels.rgb_to_y_p3, pSrc, srcStep, &pDst, dstStep, roiSize);
+  return ConvertParallel<3, 1>(kernels.rgb_to_y_p3, pSrc, srcStep, &pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiCMYKToYCCK_JPEG_8u_C4P4R(const uint8_t* pSrc, int32_t srcStep,
                                                 uint8_t* const pDst[4], int32_t dstStep,
                                                 zepiSize roiSize) {
-  return zepjp::ConvertParallel<1, 4>(kernels.cmyk_c4, &pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertParallel<1, 4>(kernels.cmyk_c4, &pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiCMYKToYCCK_JPEG_8u_P4R(const uint8_t* const pSrc[4], int32_t srcStep,
                                               uint8_t* const pDst[4], int32_t dstStep,
                                               zepiSize roiSize) {
-  return zepjp::ConvertParallel<4, 4>(kernels.cmyk_p4, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertParallel<4, 4>(kernels.cmyk_p4, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGB555ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc, int32_t srcStep,
                                                       uint8_t* const pDst[3], int32_t dstStep,
                                                       zepiSize roiSize) {
-  return zepjp::ConvertPacked(kernels.rgb555, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertPacked(kernels.rgb555, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGR555ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc, int32_t srcStep,
                                                       uint8_t* const pDst[3], int32_t dstStep,
                                                       zepiSize roiSize) {
-  return zepjp::ConvertPacked(kernels.bgr555, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertPacked(kernels.bgr555, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGB565ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc, int32_t srcStep,
                                                       uint8_t* const pDst[3], int32_t dstStep,
                                                       zepiSize roiSize) {
-  return zepjp::ConvertPacked(kernels.rgb565, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertPacked(kernels.rgb565, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGR565ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc, int32_t srcStep,
                                                       uint8_t* const pDst[3], int32_t dstStep,
                                                       zepiSize roiSize) {
-  return zepjp::ConvertPacked(kernels.bgr565, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertPacked(kernels.bgr565, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGBToYCbCr411_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                    uint8_t* const pDst[3], int32_t dstStep,
                                                    zepiSize roiSize) {
-  return zepjp::Convert411(kernels.rgb_c3_411, kernels.rgb_to_y_c3, pSrc, srcStep, pDst, dstStep,
-                           roiSize);
+  return Convert411(kernels.rgb_c3_411, kernels.rgb_to_y_c3, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGBToYCbCr411_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
                                                    uint8_t* const pDst[3], int32_t dstStep,
                                                    zepiSize roiSize) {
-  return zepjp::Convert411(kernels.rgb_c4_411, kernels.rgb_to_y_c4, pSrc, srcStep, pDst, dstStep,
-                           roiSize);
+  return Convert411(kernels.rgb_c4_411, kernels.rgb_to_y_c4, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGRToYCbCr411_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                    uint8_t* const pDst[3], int32_t dstStep,
                                                    zepiSize roiSize) {
-  return zepjp::Convert411(kernels.bgr_c3_411, kernels.bgr_to_y_c3, pSrc, srcStep, pDst, dstStep,
-                           roiSize);
+  return Convert411(kernels.bgr_c3_411, kernels.bgr_to_y_c3, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGRToYCbCr411_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
                                                    uint8_t* const pDst[3], int32_t dstStep,
                                                    zepiSize roiSize) {
-  return zepjp::Convert411(kernels.bgr_c4_411, kernels.bgr_to_y_c4, pSrc, srcStep, pDst, dstStep,
-                           roiSize);
+  return Convert411(kernels.bgr_c4_411, kernels.bgr_to_y_c4, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGBToYCbCr422_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                    uint8_t* const pDst[3], int32_t dstStep,
                                                    zepiSize roiSize) {
-  return zepjp::Convert422(kernels.rgb_c3_422, pSrc, srcStep, pDst, dstStep, roiSize);
+  return Convert422(kernels.rgb_c3_422, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGBToYCbCr422_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
                                                    uint8_t* const pDst[3], int32_t dstStep,
                                                    zepiSize roiSize) {
-  return zepjp::Convert422(kernels.rgb_c4_422, pSrc, srcStep, pDst, dstStep, roiSize);
+  return Convert422(kernels.rgb_c4_422, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGRToYCbCr422_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                    uint8_t* const pDst[3], int32_t dstStep,
                                                    zepiSize roiSize) {
-  return zepjp::Convert422(kernels.bgr_c3_422, pSrc, srcStep, pDst, dstStep, roiSize);
+  return Convert422(kernels.bgr_c3_422, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGRToYCbCr422_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
                                                    uint8_t* const pDst[3], int32_t dstStep,
                                                    zepiSize roiSize) {
-  return zepjp::Convert422(kernels.bgr_c4_422, pSrc, srcStep, pDst, dstStep, roiSize);
+  return Convert422(kernels.bgr_c4_422, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 #endif  // HWY_ONCE

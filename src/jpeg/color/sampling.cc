@@ -7,7 +7,6 @@
 #include "frame/rows.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/color/sampling.cc"
 #include "hwy/foreach_target.h"
 #include "simd/ops-inl.h"
@@ -30,8 +29,7 @@ struct Kernels {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 using D8 = hn::ScalableTag<uint8_t>;
@@ -79,7 +77,7 @@ HWY_INLINE void StorePairs(V16 even_low, V16 odd_low, V16 even_high, V16 odd_hig
   StoreBlocks(high, d8, to + 16, 32);
 }
 
-// Both filters go by gaps between neighbours: the gap behind sample i gives the results 2 i + 1,
+// Both filters go by gaps between neighbours: the gap after sample i gives the results 2 i + 1,
 // near to sample i, and 2 i + 2, near to sample i + 1. The first and the last result have no gap.
 
 // src: the row, and the row from its second sample on.
@@ -131,11 +129,15 @@ void UpRowH2V2(const uint8_t* const* src, uint8_t* dst, size_t width) {
   dst[2 * width - 1] = EdgeH2V2(src, width - 1);
 }
 
-constexpr Kernels kKernels = {DownRow<1>, DownRow<2>, UpRowH2V1, UpRowH2V2};
+constexpr Kernels kKernels = {
+    .down_h2v1 = DownRow<1>,
+    .down_h2v2 = DownRow<2>,
+    .up_h2v1 = UpRowH2V1,
+    .up_h2v2 = UpRowH2V2,
+};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
@@ -178,31 +180,31 @@ zepStatus Down(SamplingRow kernel, const uint8_t* src, int32_t src_step, zepiSiz
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::kernels;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiSampleDownH2V1_JPEG_8u_C1R(const uint8_t* pSrc, int32_t srcStep,
                                                   zepiSize srcSize, uint8_t* pDst, int32_t dstStep,
                                                   zepiSize dstSize) {
-  return zepjp::Down<1>(kernels.down_h2v1, pSrc, srcStep, srcSize, pDst, dstStep, dstSize);
+  return Down<1>(kernels.down_h2v1, pSrc, srcStep, srcSize, pDst, dstStep, dstSize);
 }
 
 zepStatus ZEP_CALL zepiSampleDownH2V2_JPEG_8u_C1R(const uint8_t* pSrc, int32_t srcStep,
                                                   zepiSize srcSize, uint8_t* pDst, int32_t dstStep,
                                                   zepiSize dstSize) {
-  return zepjp::Down<2>(kernels.down_h2v2, pSrc, srcStep, srcSize, pDst, dstStep, dstSize);
+  return Down<2>(kernels.down_h2v2, pSrc, srcStep, srcSize, pDst, dstStep, dstSize);
 }
 
 zepStatus ZEP_CALL zepiSampleUpH2V1_JPEG_8u_C1R(const uint8_t* pSrc, int32_t srcStep,
                                                 zepiSize srcSize, uint8_t* pDst, int32_t dstStep,
                                                 zepiSize dstSize) {
-  if (auto bad = zepjp::BufferChecks(pSrc, srcStep, srcSize, pDst, dstStep, dstSize)
-                     .Refuse(!zepjp::Fit<1>(dstSize, srcSize), zepStatusBadSize)
+  if (auto bad = BufferChecks(pSrc, srcStep, srcSize, pDst, dstStep, dstSize)
+                     .Refuse(!Fit<1>(dstSize, srcSize), zepStatusBadSize)
                      .Failed()) {
     return bad;
   }
   for (int32_t y = 0; y < srcSize.height; ++y) {
-    const uint8_t* const row = zepjp::Row(pSrc, srcStep, y);
-    kernels.up_h2v1(&row, zepjp::Row(pDst, dstStep, y), static_cast<size_t>(srcSize.width));
+    const uint8_t* const row = Row(pSrc, srcStep, y);
+    kernels.up_h2v1(&row, Row(pDst, dstStep, y), static_cast<size_t>(srcSize.width));
   }
   return zepStatusOk;
 }
@@ -210,16 +212,16 @@ zepStatus ZEP_CALL zepiSampleUpH2V1_JPEG_8u_C1R(const uint8_t* pSrc, int32_t src
 zepStatus ZEP_CALL zepiSampleUpH2V2_JPEG_8u_C1R(const uint8_t* pSrc, int32_t srcStep,
                                                 zepiSize srcSize, uint8_t* pDst, int32_t dstStep,
                                                 zepiSize dstSize) {
-  if (auto bad = zepjp::BufferChecks(pSrc, srcStep, srcSize, pDst, dstStep, dstSize)
-                     .Refuse(!zepjp::Fit<2>(dstSize, srcSize), zepStatusBadSize)
+  if (auto bad = BufferChecks(pSrc, srcStep, srcSize, pDst, dstStep, dstSize)
+                     .Refuse(!Fit<2>(dstSize, srcSize), zepStatusBadSize)
                      .Failed()) {
     return bad;
   }
-  zepjp::ForRows(dstSize, [=](int32_t y) {
+  ForRows(dstSize, [=](int32_t y) {
     const int32_t near = y / 2;
     const int32_t far = std::clamp(y % 2 == 0 ? near - 1 : near + 1, 0, srcSize.height - 1);
-    const uint8_t* const rows[] = {zepjp::Row(pSrc, srcStep, near), zepjp::Row(pSrc, srcStep, far)};
-    kernels.up_h2v2(rows, zepjp::Row(pDst, dstStep, y), static_cast<size_t>(srcSize.width));
+    const uint8_t* const rows[] = {Row(pSrc, srcStep, near), Row(pSrc, srcStep, far)};
+    kernels.up_h2v2(rows, Row(pDst, dstStep, y), static_cast<size_t>(srcSize.width));
   });
   return zepStatusOk;
 }
@@ -256,22 +258,22 @@ zepStatus UpRow(SamplingRow kernel, const uint8_t* const (&src)[kRows], int32_t 
 
 zepStatus ZEP_CALL zepiSampleDownRowH2V1_Box_JPEG_8u_C1(const uint8_t* pSrc, int32_t srcWidth,
                                                         uint8_t* pDst) {
-  return zepjp::DownRow<1>(kernels.down_h2v1, {pSrc}, srcWidth, pDst);
+  return DownRow<1>(kernels.down_h2v1, {pSrc}, srcWidth, pDst);
 }
 
 zepStatus ZEP_CALL zepiSampleDownRowH2V2_Box_JPEG_8u_C1(const uint8_t* pSrc1, const uint8_t* pSrc2,
                                                         int32_t srcWidth, uint8_t* pDst) {
-  return zepjp::DownRow<2>(kernels.down_h2v2, {pSrc1, pSrc2}, srcWidth, pDst);
+  return DownRow<2>(kernels.down_h2v2, {pSrc1, pSrc2}, srcWidth, pDst);
 }
 
 zepStatus ZEP_CALL zepiSampleUpRowH2V1_Triangle_JPEG_8u_C1(const uint8_t* pSrc, int32_t srcWidth,
                                                            uint8_t* pDst) {
-  return zepjp::UpRow<1>(kernels.up_h2v1, {pSrc}, srcWidth, pDst);
+  return UpRow<1>(kernels.up_h2v1, {pSrc}, srcWidth, pDst);
 }
 
 zepStatus ZEP_CALL zepiSampleUpRowH2V2_Triangle_JPEG_8u_C1(const uint8_t* pSrc1,
                                                            const uint8_t* pSrc2, int32_t srcWidth,
                                                            uint8_t* pDst) {
-  return zepjp::UpRow<2>(kernels.up_h2v2, {pSrc1, pSrc2}, srcWidth, pDst);
+  return UpRow<2>(kernels.up_h2v2, {pSrc1, pSrc2}, srcWidth, pDst);
 }
 #endif  // HWY_ONCE

@@ -9,8 +9,7 @@
 
 #  include "simd/ops-inl.h"
 
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 using D8 = hn::ScalableTag<uint8_t>;
@@ -23,7 +22,6 @@ using V32 = hn::VFromD<D32>;
 constexpr size_t kPixels = hn::MaxLanes(D8());  // in a vector
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 
 #endif  // per-target include guard

@@ -18,8 +18,7 @@
 #  include "jpeg/color/vectors-inl.h"
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 // Half of the pixels of a step: 128-bit block b of half h holds the pixels 16 b + 8 h .. + 7.
@@ -60,7 +59,7 @@ HWY_INLINE Rgb Convert(const Half& low, const Half& high) {
   return {PackBlocks(a.r, b.r), PackBlocks(a.g, b.g), PackBlocks(a.b, b.b)};
 }
 
-// Twice what is left of 128, of unsigned 16-bit lanes.
+// 2 (chroma - 128), from unsigned to signed 16-bit lanes.
 HWY_INLINE V16 Centred(V16 chroma) {
   return hn::Sub(hn::ShiftLeft<1>(chroma), hn::Set(D16(), 256));
 }
@@ -84,8 +83,7 @@ HWY_INLINE Rgb Inks(const Rgb& p) {
 HWY_INLINE Rgb Reversed(const Rgb& p) { return {p.b, p.g, p.r}; }
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #endif  // per-target include guard

@@ -5,7 +5,6 @@
 #include "jpeg/color/plane_rows.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/color/ycbcr_to_rgb.cc"
 #include "hwy/foreach_target.h"
 #include "jpeg/color/ycbcr_to_rgb-inl.h"
@@ -32,8 +31,7 @@ struct Kernels {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 // Separate planes; a fourth is not part of the conversion.
@@ -184,27 +182,26 @@ void CmykRowP4(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
 }
 
 constexpr Kernels kKernels = {
-    ConvertRow<PlanarYcc, ToRgb>,
-    ConvertRow<PlanarYcc, Backward<ToRgb>>,
-    ConvertRow<PlanarYcc, ToPlanes>,
-    CmykRowC4,
-    CmykRowP4,
-    ConvertRow<Ycc422, ToRgb>,
-    ConvertPixels<ToRgbx>,
-    ConvertPixels<Backward<ToRgbx>>,
-    ConvertPixels<ToPacked<5>>,
-    ConvertPixels<Backward<ToPacked<5>>>,
-    ConvertPixels<ToPacked<6>>,
-    ConvertPixels<Backward<ToPacked<6>>>,
-    ConvertHalfPixels<ToRgb>,
-    ConvertHalfPixels<Backward<ToRgb>>,
-    ConvertHalfPixels<ToRgbx>,
-    ConvertHalfPixels<Backward<ToRgbx>>,
+    .p3_to_rgb = ConvertRow<PlanarYcc, ToRgb>,
+    .p3_to_bgr = ConvertRow<PlanarYcc, Backward<ToRgb>>,
+    .p3_to_p3 = ConvertRow<PlanarYcc, ToPlanes>,
+    .p4_to_cmyk = CmykRowC4,
+    .p4_to_p4 = CmykRowP4,
+    .c2_to_rgb = ConvertRow<Ycc422, ToRgb>,
+    .rgbx = ConvertPixels<ToRgbx>,
+    .bgrx = ConvertPixels<Backward<ToRgbx>>,
+    .rgb555 = ConvertPixels<ToPacked<5>>,
+    .bgr555 = ConvertPixels<Backward<ToPacked<5>>>,
+    .rgb565 = ConvertPixels<ToPacked<6>>,
+    .bgr565 = ConvertPixels<Backward<ToPacked<6>>>,
+    .half_rgb = ConvertHalfPixels<ToRgb>,
+    .half_bgr = ConvertHalfPixels<Backward<ToRgb>>,
+    .half_rgbx = ConvertHalfPixels<ToRgbx>,
+    .half_bgrx = ConvertHalfPixels<Backward<ToRgbx>>,
 };
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
@@ -239,9 +236,16 @@ zepStatus ConvertPacked(PixelRow kernel, const uint8_t* const* src, int32_t src_
 template <int kRows>
 zepStatus ConvertHalf(PixelRow kernel, const uint8_t* const* src, const int32_t* src_step,
                       uint8_t* dst, int32_t dst_step, zepiSize roi, uint8_t alpha = 0) {
-  Checks checks = Checks().Planes(src, 3).Ptr(src_step).Ptr(dst);
-  for (int i = 0; i < 3 && checks.Failed() == zepStatusOk; ++i) checks.Step(src_step[i]);
-  if (auto bad = checks.Step(dst_step).Size(roi).Failed()) return bad;
+  if (auto bad = Checks()
+                     .Planes(src, 3)
+                     .Ptr(src_step)
+                     .Ptr(dst)
+                     .Steps(src_step, 3)
+                     .Step(dst_step)
+                     .Size(roi)
+                     .Failed()) {
+    return bad;
+  }
   for (int32_t y = 0; y < roi.height; ++y) {
     const uint8_t* const from[] = {Row(src[0], src_step[0], y), Row(src[1], src_step[1], y / kRows),
                                    Row(src[2], src_step[2], y / kRows)};
@@ -253,8 +257,7 @@ zepStatus ConvertHalf(PixelRow kernel, const uint8_t* const* src, const int32_t*
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::ConvertParallel;
-using zepjp::kernels;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiYCbCrToRGB_JPEG_8u_P3C3R(const uint8_t* const pSrc[3], int32_t srcStep,
                                                 uint8_t* pDst, int32_t dstStep, zepiSize roiSize) {
@@ -294,88 +297,88 @@ zepStatus ZEP_CALL zepiYCbCr422ToRGB_JPEG_8u_C2C3R(const uint8_t* pSrc, int32_t 
 zepStatus ZEP_CALL zepiYCbCrToRGB_JPEG_8u_P3C4R(const uint8_t* const pSrc[3], int32_t srcStep,
                                                 uint8_t* pDst, int32_t dstStep, zepiSize roiSize,
                                                 uint8_t alpha) {
-  return zepjp::ConvertPlanes(kernels.rgbx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
+  return ConvertPlanes(kernels.rgbx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
 }
 
 zepStatus ZEP_CALL zepiYCbCrToBGR_JPEG_8u_P3C4R(const uint8_t* const pSrc[3], int32_t srcStep,
                                                 uint8_t* pDst, int32_t dstStep, zepiSize roiSize,
                                                 uint8_t alpha) {
-  return zepjp::ConvertPlanes(kernels.bgrx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
+  return ConvertPlanes(kernels.bgrx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
 }
 
 zepStatus ZEP_CALL zepiYCbCr411ToRGB_JPEG_8u_P3C3R(const uint8_t* const pSrc[3],
                                                    const int32_t srcStep[3], uint8_t* pDst,
                                                    int32_t dstStep, zepiSize roiSize) {
-  return zepjp::ConvertHalf<2>(kernels.half_rgb, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertHalf<2>(kernels.half_rgb, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiYCbCr411ToRGB_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
                                                    const int32_t srcStep[3], uint8_t* pDst,
                                                    int32_t dstStep, zepiSize roiSize,
                                                    uint8_t alpha) {
-  return zepjp::ConvertHalf<2>(kernels.half_rgbx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
+  return ConvertHalf<2>(kernels.half_rgbx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
 }
 
 zepStatus ZEP_CALL zepiYCbCr411ToBGR_JPEG_8u_P3C3R(const uint8_t* const pSrc[3],
                                                    const int32_t srcStep[3], uint8_t* pDst,
                                                    int32_t dstStep, zepiSize roiSize) {
-  return zepjp::ConvertHalf<2>(kernels.half_bgr, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertHalf<2>(kernels.half_bgr, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiYCbCr411ToBGR_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
                                                    const int32_t srcStep[3], uint8_t* pDst,
                                                    int32_t dstStep, zepiSize roiSize,
                                                    uint8_t alpha) {
-  return zepjp::ConvertHalf<2>(kernels.half_bgrx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
+  return ConvertHalf<2>(kernels.half_bgrx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
 }
 
 zepStatus ZEP_CALL zepiYCbCr422ToRGB_JPEG_8u_P3C3R(const uint8_t* const pSrc[3],
                                                    const int32_t srcStep[3], uint8_t* pDst,
                                                    int32_t dstStep, zepiSize roiSize) {
-  return zepjp::ConvertHalf<1>(kernels.half_rgb, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertHalf<1>(kernels.half_rgb, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiYCbCr422ToRGB_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
                                                    const int32_t srcStep[3], uint8_t* pDst,
                                                    int32_t dstStep, zepiSize roiSize,
                                                    uint8_t alpha) {
-  return zepjp::ConvertHalf<1>(kernels.half_rgbx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
+  return ConvertHalf<1>(kernels.half_rgbx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
 }
 
 zepStatus ZEP_CALL zepiYCbCr422ToBGR_JPEG_8u_P3C3R(const uint8_t* const pSrc[3],
                                                    const int32_t srcStep[3], uint8_t* pDst,
                                                    int32_t dstStep, zepiSize roiSize) {
-  return zepjp::ConvertHalf<1>(kernels.half_bgr, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertHalf<1>(kernels.half_bgr, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiYCbCr422ToBGR_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
                                                    const int32_t srcStep[3], uint8_t* pDst,
                                                    int32_t dstStep, zepiSize roiSize,
                                                    uint8_t alpha) {
-  return zepjp::ConvertHalf<1>(kernels.half_bgrx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
+  return ConvertHalf<1>(kernels.half_bgrx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
 }
 
 zepStatus ZEP_CALL zepiYCbCrToRGB555_JPEG_8u16u_P3C3R(const uint8_t* const pSrc[3], int32_t srcStep,
                                                       uint16_t* pDst, int32_t dstStep,
                                                       zepiSize roiSize) {
-  return zepjp::ConvertPacked(kernels.rgb555, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertPacked(kernels.rgb555, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiYCbCrToRGB565_JPEG_8u16u_P3C3R(const uint8_t* const pSrc[3], int32_t srcStep,
                                                       uint16_t* pDst, int32_t dstStep,
                                                       zepiSize roiSize) {
-  return zepjp::ConvertPacked(kernels.rgb565, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertPacked(kernels.rgb565, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiYCbCrToBGR555_JPEG_8u16u_P3C3R(const uint8_t* const pSrc[3], int32_t srcStep,
                                                       uint16_t* pDst, int32_t dstStep,
                                                       zepiSize roiSize) {
-  return zepjp::ConvertPacked(kernels.bgr555, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertPacked(kernels.bgr555, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiYCbCrToBGR565_JPEG_8u16u_P3C3R(const uint8_t* const pSrc[3], int32_t srcStep,
                                                       uint16_t* pDst, int32_t dstStep,
                                                       zepiSize roiSize) {
-  return zepjp::ConvertPacked(kernels.bgr565, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertPacked(kernels.bgr565, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 #endif  // HWY_ONCE

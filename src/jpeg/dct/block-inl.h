@@ -14,8 +14,8 @@
 namespace zepjp {
 namespace {
 
-// round(2^14 s sqrt2 cos(k pi / 16)) for k = 1..7, and 2^14 s for k = 0, with the scale s of a group
-// of rows: 1 (rows 0 and 4), sqrt2 cos(pi/16), sqrt2 cos(2 pi/16), sqrt2 cos(3 pi/16).
+// round(2^14 s sqrt2 cos(k pi / 16)) for k = 1..7, and 2^14 s for k = 0, with the scale s of a
+// group of rows: 1 (rows 0 and 4), sqrt2 cos(pi/16), sqrt2 cos(2 pi/16), sqrt2 cos(3 pi/16).
 constexpr int16_t kCosines[4][8] = {
     {16384, 22725, 21407, 19266, 16384, 12873, 8867, 4520},
     {22725, 31521, 29692, 26722, 22725, 17855, 12299, 6270},
@@ -38,8 +38,8 @@ struct RowTable {
   alignas(64) int16_t factors[4][8][8];
 };
 
-// Frequencies 0 to 3, then 4 to 7; the even ones from sums of mirrored samples, the odd ones from their
-// differences: for either four the factors of samples 0 and 1, then of 2 and 3.
+// Frequencies 0 to 3, then 4 to 7; the even ones from sums of mirrored samples, the odd ones from
+// their differences: for either four the factors of samples 0 and 1, then of 2 and 3.
 constexpr RowTable MakeForwardTable() {
   RowTable table = {};
   for (int which = 0; which < 4; ++which) {
@@ -86,8 +86,7 @@ constexpr RowTable kInverseTable = MakeInverseTable();
 #include "simd/ops-inl.h"
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 using DRow = hn::FixedTag<int16_t, 8>;  // one row
@@ -147,8 +146,7 @@ HWY_INLINE V16 Reorder(V16 rows, const LaneOrder& order) {
 }
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #endif  // per-target include guard

@@ -2,8 +2,8 @@
 // The 8x8 DCT in single precision: each sum and product is rounded in a fixed order, so that every
 // instruction set gives the same bits. Included once per instruction set.
 //
-// One pass is 2 sqrt2 times the orthonormal transform, and its inverse the transposed flow graph: both
-// passes leave a factor of 8.
+// One pass is 2 sqrt2 times the orthonormal transform, and its inverse the transposed flow graph:
+// both passes leave a factor of 8.
 
 #if defined(ZEPJP_SRC_JPEG_DCT_FLOAT_DCT_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #  ifdef ZEPJP_SRC_JPEG_DCT_FLOAT_DCT_INL_H_
@@ -15,8 +15,7 @@
 #  include "simd/ops-inl.h"
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 using DWords = hn::FixedTag<int16_t, 8>;  // a row
@@ -48,8 +47,8 @@ HWY_INLINE void Transpose(VWords (&rows)[8]) {
   for (int i = 0; i < 3; ++i) Interleave(rows);
 }
 
-// The quarter in rows 4 i to 4 i + 3 of a half of the columns; where a vector holds a whole row, beside
-// it the one in rows 4 to 7. (A template, so that only one of the ways is compiled.)
+// The quarter in rows 4 i to 4 i + 3 of a half of the columns; where a vector holds a whole row,
+// beside it the one in rows 4 to 7. (A template, so that only one of the ways is compiled.)
 template <class Block>
 HWY_INLINE void GetQuarter(const Block& in, int half, int i, VFloat (&rows)[4]) {
   for (int y = 0; y < 4; ++y) {
@@ -99,8 +98,8 @@ HWY_INLINE FloatBlock AsFloats(const VWords (&rows)[8]) {
   return block;
 }
 
-// v / 2^kShift + offset to the nearest integer, halves to even: in a sum with 3/2 2^(23 + kShift) the
-// mantissa counts units of 2^kShift. |v| < 2^(22 + kShift).
+// v / 2^kShift + offset to the nearest integer, halves to even: in a sum with 3/2 2^(23 + kShift)
+// the mantissa counts units of 2^kShift. |v| < 2^(22 + kShift).
 template <int kShift>
 HWY_INLINE auto NearestUnits(VFloat v, int32_t offset) {
   constexpr float kUnits = 1.5F * (1 << 23) * (1 << kShift);
@@ -193,8 +192,7 @@ HWY_INLINE void InversePass(FloatBlock& block) {
 }
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #endif  // per-target include guard

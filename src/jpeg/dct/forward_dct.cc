@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Forward DCT with quantization (ITU-T T.81, A.3.3 and A.3.4).
 //
-// Samples of 8 bits: a column pass in 16-bit lanes in tangent form, a row pass in 32-bit dot products
-// that removes the scale which the column pass leaves, and the quantization, all on registers.
-// Samples of 12 bits: two products with the matrix of cosines in single precision.
+// Samples of 8 bits: a column pass in 16-bit lanes in tangent form, a row pass in 32-bit dot
+// products that removes the scale which the column pass leaves, and the quantization, all on
+// registers. Samples of 12 bits: two products with the matrix of cosines in single precision.
 #include "frame/checks.h"
 #include "frame/rows.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/dct/forward_dct.cc"
 #include "hwy/foreach_target.h"
 #include "jpeg/dct/block-inl.h"
@@ -30,8 +29,7 @@ struct Kernels {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 // What the input of the column pass is: any values, or unsigned samples, for which no sum leaves 16
@@ -85,8 +83,8 @@ HWY_INLINE void EvenRows(const Mirrored& m, Rows& out) {
   out.row[6] = Rounded(hn::SaturatedSub(MulHigh(m03, kTan2), m12));
 }
 
-// Each row holds the errors of three products, all of which are cut off below. Their signs are such
-// that the errors cancel in the mean: this costs nothing, and less than Rounded in the mean square.
+// Each row has the errors of three products, which are all truncated. Their signs make the errors
+// cancel in the mean: it costs nothing, and the mean square error is less than with Rounded.
 template <Input kInput>
 HWY_INLINE void OddRows(const Mirrored& m, Rows& out) {
   const VRow d07 = Scale<kInput, 3>(m.difference[0]);
@@ -105,9 +103,9 @@ HWY_INLINE void OddRows(const Mirrored& m, Rows& out) {
   out.row[5] = hn::SaturatedAdd(TimesTan3(m765), m465);
 }
 
-// (a0 b0 + a1 b1 + 2^19) >> 20 of dot products of pairs. From samples it fits in 32 bits. Values that
-// saturate the columns lead up to 2^32: no single dot product leaves 32 bits (two factors are less than
-// 2^16 together), and neither does half the sum, floor((x + y) / 2).
+// (a0 b0 + a1 b1 + 2^19) >> 20 of dot products of pairs. From samples it fits in 32 bits. Values
+// that saturate the columns lead up to 2^32: no single dot product leaves 32 bits (two factors are
+// less than 2^16 together), and neither does half the sum, floor((x + y) / 2).
 template <Input kInput>
 HWY_INLINE V32 RoundedDots(V16 a0, V16 b0, V16 a1, V16 b1) {
   const D32 d;
@@ -138,10 +136,10 @@ HWY_INLINE V16 RowPass(V16 rows, int vector) {
   return PackBlocks(dot(0), dot(2));
 }
 
-// p = q c, (p + 2^14 - 1 + bit 15 of p) >> 15, saturated, in 16-bit lanes. The fixed-point product is
-// (c q' + 2^14) >> 15 for the signed q' of the same bits; it differs only for a tie that belongs down,
-// p = 2^14 modulo 2^16. Where q is 2^15 or more, q' = q - 2^16 leaves 2 c to be added, once without
-// and once with saturation: the first sum lies between 0 and c.
+// p = q c, (p + 2^14 - 1 + bit 15 of p) >> 15, saturated, in 16-bit lanes. The fixed-point product
+// is (c q' + 2^14) >> 15 for the signed q' of the same bits; it differs only for a tie that belongs
+// down, p = 2^14 modulo 2^16. Where q is 2^15 or more, q' = q - 2^16 leaves 2 c to be added, once
+// without and once with saturation: the first sum lies between 0 and c.
 HWY_INLINE V16 Quantize(V16 c, const uint16_t* table) {
   const D16 d;
   const V16 q = hn::BitCast(d, hn::LoadU(hn::RebindToUnsigned<D16>(), table));
@@ -201,11 +199,14 @@ void ForwardSamples12(const uint16_t* src, int32_t step, int16_t* dst, const uin
                      [=](int y, VWords row) ZEP_ATTR { hn::StoreU(row, DWords(), dst + 8 * y); });
 }
 
-constexpr Kernels kKernels = {ForwardValues, ForwardSamples8, ForwardSamples12};
+constexpr Kernels kKernels = {
+    .values = ForwardValues,
+    .samples8 = ForwardSamples8,
+    .samples12 = ForwardSamples12,
+};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
@@ -219,8 +220,7 @@ ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::Checks;
-using zepjp::kernels;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiDCTQuantFwd8x8_JPEG_16s_C1(const int16_t* pSrc, int16_t* pDst,
                                                   const uint16_t* pQuantFwdTable) {

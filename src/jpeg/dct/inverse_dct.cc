@@ -2,9 +2,9 @@
 // Inverse DCT with dequantization (ITU-T T.81, A.3.3 and A.3.4).
 //
 // A row pass in 32-bit dot products keeps 6 fractional bits of a sample, scaled as the column pass
-// wants it; the column pass works in 16-bit lanes in tangent form with rounding fixed-point products.
-// Sums saturate: beyond 511 a sample is out of range whatever is left. Coefficients of 0 contribute
-// exactly 0, so the transforms of corners give the same samples as the full one.
+// wants it; the column pass works in 16-bit lanes in tangent form with rounding fixed-point
+// products. Sums saturate: beyond 511 a sample is out of range whatever is left. Coefficients of 0
+// contribute exactly 0, so the transforms of corners give the same samples as the full one.
 //
 // Samples of 12 bits: two products with the matrix of cosines in single precision.
 #include <algorithm>
@@ -13,7 +13,6 @@
 #include "frame/rows.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/dct/inverse_dct.cc"
 #include "hwy/foreach_target.h"
 #include "jpeg/dct/block-inl.h"
@@ -37,17 +36,16 @@ struct Kernels {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 constexpr int kRowShift = 11, kColumnShift = 6;
 constexpr int kHalf = 1 << (kColumnShift - 1);
 
 // What the first row of the row pass gets besides its rounding, so that all results of the column
-// pass do: their rounding and the level shift. Ties, one value in 64, are rounded up; taking less than
-// half a unit off leaves no bias. (It is less than what the row pass adds for its own rounding:
-// exact values stay exact.)
+// pass do: their rounding and the level shift. Ties, one value in 64, are rounded up; taking less
+// than half a unit off leaves no bias. (It is less than what the row pass adds for its own
+// rounding: exact values stay exact.)
 constexpr int32_t kTies = 860;
 constexpr int32_t kNoShift = (kHalf << kRowShift) - kTies;
 constexpr int32_t kLevelShift = (((128 << kColumnShift) + kHalf) << kRowShift) - kTies;
@@ -59,7 +57,7 @@ HWY_INLINE V32 RowRounding(int vector, int32_t first_row) {
   return hn::Add(round, hn::IfThenElseZero(hn::FirstN(D32(), 4), hn::Set(D32(), first_row)));
 }
 
-// Rows of coefficients, of which the first kCorner count, to rows of half transformed samples.
+// Transforms rows of coefficients, with only the first kCorner nonzero; the columns come later.
 template <int kCorner>
 HWY_INLINE V16 RowPass(V16 rows, int vector, V32 rounding) {
   static constexpr LaneOrder k02 = MakeLaneOrder(0, 2, 0, 2, 0, 2, 0, 2);
@@ -273,13 +271,18 @@ void InverseTo2x2(const int16_t* src, uint8_t* dst, int32_t step, const uint16_t
   CopyBytes(reinterpret_cast<const uint8_t*>(&four) + 2, Row(dst, step, 1), 2);
 }
 
-constexpr Kernels kKernels = {InverseValues,      InverseSamples8<8>, InverseSamples8<2>,
-                              InverseSamples8<4>, InverseTo4x4,       InverseTo2x2,
-                              InverseSamples12};
+constexpr Kernels kKernels = {
+    .values = InverseValues,
+    .samples8 = InverseSamples8<8>,
+    .from_2x2 = InverseSamples8<2>,
+    .from_4x4 = InverseSamples8<4>,
+    .to_4x4 = InverseTo4x4,
+    .to_2x2 = InverseTo2x2,
+    .samples12 = InverseSamples12,
+};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
@@ -317,9 +320,7 @@ zepStatus ToSamples(ToSamples8 kernel, const int16_t* src, uint8_t* dst, int32_t
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::Checks;
-using zepjp::kernels;
-using zepjp::ToSamples;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiDCTQuantInv8x8_JPEG_16s_C1(const int16_t* pSrc, int16_t* pDst,
                                                   const uint16_t* pQuantInvTable) {
@@ -354,7 +355,7 @@ zepStatus ZEP_CALL zepiDCTQuantInv8x8LS_JPEG_16s16u_C1R(const int16_t* pSrc, uin
 zepStatus ZEP_CALL zepiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R(const int16_t* pSrc, uint8_t* pDst,
                                                            int32_t dstStep,
                                                            const uint16_t* pQuantInvTable) {
-  return ToSamples(zepjp::FromDc, pSrc, pDst, dstStep, pQuantInvTable);
+  return ToSamples(FromDc, pSrc, pDst, dstStep, pQuantInvTable);
 }
 
 zepStatus ZEP_CALL zepiDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R(const int16_t* pSrc, uint8_t* pDst,

@@ -6,7 +6,6 @@
 #include "jpeg/zigzag.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/dct/quantization.cc"
 #include "hwy/foreach_target.h"
 #include "simd/ops-inl.h"
@@ -26,8 +25,7 @@ struct Kernels {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 using D16 = hn::ScalableTag<int16_t>;
@@ -57,11 +55,10 @@ void Dequantize(int16_t* block, const uint16_t* table) {
   });
 }
 
-constexpr Kernels kKernels = {Quantize, Dequantize};
+constexpr Kernels kKernels = {.quantize = Quantize, .dequantize = Dequantize};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
@@ -89,8 +86,7 @@ uint16_t Reciprocal(uint8_t step) {
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::Checks;
-using zepjp::kernels;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiQuantFwdRawTableInit_JPEG_8u(uint8_t* pQuantRawTable,
                                                     int32_t qualityFactor) {
@@ -113,9 +109,9 @@ zepStatus ZEP_CALL zepiQuantFwdTableInit_JPEG_8u16u(const uint8_t* pQuantRawTabl
   std::copy_n(pQuantRawTable, 64, raw);
   zepStatus status = zepStatusOk;
   for (int i = 0; i < 64; ++i) {
-    const uint8_t step = raw[zepjp::kZigzagOfNatural[i]];
+    const uint8_t step = raw[kZigzagOfNatural[i]];
     if (step == 0) status = zepStatusDivByZeroWarning;
-    zepjp::StoreEntry(pQuantFwdTable, i, step == 0 ? uint16_t{65535} : zepjp::Reciprocal(step));
+    StoreEntry(pQuantFwdTable, i, step == 0 ? uint16_t{65535} : Reciprocal(step));
   }
   return status;
 }
@@ -126,7 +122,7 @@ zepStatus ZEP_CALL zepiQuantInvTableInit_JPEG_8u16u(const uint8_t* pQuantRawTabl
   uint8_t raw[64];
   std::copy_n(pQuantRawTable, 64, raw);
   for (int i = 0; i < 64; ++i) {
-    zepjp::StoreEntry(pQuantInvTable, i, raw[zepjp::kZigzagOfNatural[i]]);
+    StoreEntry(pQuantInvTable, i, raw[kZigzagOfNatural[i]]);
   }
   return zepStatusOk;
 }

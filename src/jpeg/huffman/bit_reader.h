@@ -1,18 +1,24 @@
 // SPDX-License-Identifier: MIT
-// The careful way to read bits from a caller's buffer, and symbols from those bits. How far ahead it
-// reads is part of what callers see, in the position and in the state.
+// The reference reader of a JPEG scan's bits and symbols (ITU-T T.81, F.2.2): byte by byte, with
+// every case of stuffing, markers and the end of the source.
+//
+// Callers see how far it reads ahead, in the position and in the state, so that is part of the
+// interface: it refills only where fewer bits are valid than it is about to take (8 for a symbol),
+// and then whole bytes, until 25 or more are valid. quick_reader.h reproduces the result by
+// arithmetic.
 #ifndef ZEPJP_SRC_JPEG_HUFFMAN_BIT_READER_H_
 #define ZEPJP_SRC_JPEG_HUFFMAN_BIT_READER_H_
 
 #include <algorithm>
 #include <cstdint>
 
+#include "jpeg/huffman/code_lengths.h"
 #include "zepjp.h"
 
 namespace zepjp {
 
-// A caller's buffer, the position in it and the marker that stopped reading, which the reader moves
-// and sets.
+// A caller's buffer; the position in it, which the reader moves; the marker that stopped reading,
+// which it sets.
 struct Source {
   const uint8_t* bytes;
   int32_t length;
@@ -20,11 +26,7 @@ struct Source {
   int32_t* marker;
 };
 
-constexpr int kFastCodeBits = 8;      // the length of the prefixes in a decoder table's `fast`
-constexpr int kMaxCodeBits = 16;      // the length of the longest code
-constexpr uint16_t kNoCode = 0xFFFF;  // the last code of a length that has none
-
-// Whether bits from the start of a code are one of this length, and the index of its symbol.
+// Whether `code` is a code of this length, and the index of its symbol.
 inline bool IsCode(const zepiDecodeHuffmanSpec& table, int length, uint32_t code) {
   return table.lastCode[length] != kNoCode && code <= table.lastCode[length];
 }
@@ -32,20 +34,22 @@ inline uint32_t IndexOfCode(const zepiDecodeHuffmanSpec& table, int length, uint
   return table.firstIndex[length] + code - table.firstCode[length];
 }
 
-// A fast entry of a code of 1 to 8 bits. Tables as they are built hold no other, except 0.
+// Whether an entry of `fast` holds a code of 1 to 8 bits. In a table made by its Init all others
+// are 0.
 inline bool IsFastCode(uint32_t entry) { return entry - (1U << 16) < 8U << 16; }
 
-// The state's record keeps the last bytes read, the newest lowest, and how many bits of them are still
-// to be used. A record that no coder left behind (a count outside 0..32) does no harm.
+// The state holds the last bytes read, the newest one lowest, and how many of their bits are not
+// used yet. A state that no coder has written (a count outside 0..32) is harmless: the count is
+// clamped.
 inline int NumValid(const zepiDecodeHuffmanState& state) {
   return std::clamp(state.numBits, int32_t{0}, int32_t{32});
 }
 
-// The bits read ahead and the position behind them.
+// The bits read ahead and the position after them.
 struct Bits {
   uint32_t value;     // the last bytes read, the newest lowest
   uint32_t reserved;  // 0 once a byte was read
-  int count;          // how many of the lowest bits are still to be used
+  int count;          // how many of the lowest bits are not used yet
   int32_t position;
 };
 
@@ -69,7 +73,7 @@ class BitReader {
 
   // The next `count` bits, 1 to 16.
   zepStatus Take(int count, uint32_t* value) {
-    // A fill that meets a marker succeeds; a second one knows that no bits will follow.
+    // A refill that meets a marker succeeds; the next one fails, because no bits will follow.
     while (bits_.count < count) {
       if (const zepStatus bad = Fill(count)) return bad;
     }
@@ -86,8 +90,8 @@ class BitReader {
     return (bits_.value >> (bits_.count - count)) & ((1U << count) - 1);
   }
 
-  // Reads up to 25 bits or more, byte by byte; `need` of them decide whether the end of the source or a
-  // marker that was met before is an error.
+  // Refills byte by byte until 25 bits or more are valid. The end of the source, or a marker met
+  // before, is an error only if fewer than `need` bits are valid.
   zepStatus Fill(int need);
 
   zepStatus Search(const zepiDecodeHuffmanSpec& table, int length, uint32_t* symbol);

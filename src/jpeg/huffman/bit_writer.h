@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
-// The careful way to write bits to a caller's buffer: one write at a time, each complete or without
-// a trace in the state.
+// The reference writer of a JPEG scan's bits (ITU-T T.81, F.1.2.3): one code or value at a time. A
+// write that does not fit leaves the state as it was.
 #ifndef ZEPJP_SRC_JPEG_HUFFMAN_BIT_WRITER_H_
 #define ZEPJP_SRC_JPEG_HUFFMAN_BIT_WRITER_H_
 
 #include <cstdint>
 
 #include "frame/checks.h"
+#include "jpeg/huffman/huffman_states.h"
 #include "jpeg/huffman/magnitude.h"
-#include "jpeg/huffman/states.h"
 
 namespace zepjp {
 
@@ -19,7 +19,7 @@ struct Destination {
   int32_t* position;
 };
 
-// What every encoder checks before it looks whether to flush.
+// What every encoder checks first, also when it flushes.
 inline zepStatus CheckDestination(const Destination& to, const zepiEncodeHuffmanState* state) {
   return Checks()
       .Ptr(to.bytes)
@@ -29,8 +29,9 @@ inline zepStatus CheckDestination(const Destination& to, const zepiEncodeHuffman
       .Failed();
 }
 
-// The state's record keeps the pending bits left-aligned below bit 24, and above them the byte that
-// was written last. A record that no coder left behind (more than 7 pending bits) does no harm.
+// The state holds the pending bits, left-aligned below bit 24, and above them the byte that was
+// written last. A state that no coder has written (more than 7 pending bits) is harmless: the count
+// is taken modulo 8.
 inline uint32_t NumPending(const zepiEncodeHuffmanState& state) {
   return static_cast<uint32_t>(state.numBits) & 7U;
 }
@@ -47,8 +48,9 @@ class BitWriter {
  public:
   BitWriter(const Destination& to, zepiEncodeHuffmanState* state) : to_(to), state_(state) {}
 
-  // The `count` lowest bits of `value`, 1 to 16. No bits at all stand for a symbol without a code.
-  // Where the buffer ends before the last full byte, what fits is stored and the state stays.
+  // Writes the `count` lowest bits of `value`, 1 to 16. A count of 0 is that of a symbol without a
+  // code. If the buffer ends before the last full byte, the bytes that fit are stored and the state
+  // stays.
   zepStatus Put(uint32_t value, uint32_t count) {
     if (count == 0 || count > 16) return zepStatusBadHuffTable;
     uint32_t total = NumPending(*state_) + count;  // up to 23
@@ -64,7 +66,7 @@ class BitWriter {
   // The code of an encoder table's entry.
   zepStatus PutCode(uint32_t entry) { return Put(entry & 0xFFFF, entry >> 16); }
 
-  // Ones fill up the last byte; the state starts anew whether they fit or not.
+  // Pads the last byte with ones, and resets the state whether the byte fits or not.
   zepStatus Flush() {
     const zepStatus status = Put(0x7F, 7);
     Reset(state_);

@@ -1,9 +1,17 @@
 // SPDX-License-Identifier: MIT
 // Baseline decoding of a block (ITU-T T.81, F.2.2).
 //
-// Three ways give the same coefficients, positions and states. The first takes the bytes of the source as
-// they are, the second those that 00 follows too; both give up, without a trace but in the block, where a
-// code is bad, the source ends or a marker comes. The careful one then decodes the block from its start.
+// Three decoders give the same coefficients, positions and states:
+//
+//   DecodePlain      the fast reader (quick_reader.h) over source bytes without FF, the common case
+//   DecodeStuffed    the fast reader over bytes with stuffed zeros
+//   DecodeCarefully  the reference reader (careful_block.h): bad codes, markers, the end of the
+//                    source
+//
+// Each of the first two gives up where its bytes end or a code is bad; it then has changed nothing
+// but the block, which the next one decodes from its start. A block of 8 x 8 takes some 300
+// instructions at usual qualities, so the kernel is the whole export: one call through the table of
+// kernels, with no layer in between.
 #include <cstring>
 
 #include "frame/checks.h"
@@ -15,12 +23,10 @@
 #include "jpeg/zigzag.h"
 #include "simd/dispatch.h"
 
-// Scalar code, compiled for its shifts: AVX2's processors have BMI2 too.
-#define HWY_DISABLED_TARGETS (HWY_SSE4 | HWY_AVX3)
-#undef HWY_TARGET_INCLUDE
+#define HWY_DISABLED_TARGETS ZEP_ALL_BUT_SCALAR_TARGETS
 #define HWY_TARGET_INCLUDE "jpeg/huffman/block_decoder.cc"
 #include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#include "simd/scalar-inl.h"
 
 #ifndef ZEPJP_BLOCK_DECODER_KERNELS
 #  define ZEPJP_BLOCK_DECODER_KERNELS
@@ -31,7 +37,8 @@ struct Kernels {
   decltype(zepiDecodeHuffman8x8_JPEG_1u16s_C1)* decode;
 };
 
-// The natural position of each zigzag index; a run that leads out of the block ends at its last one.
+// The natural position of each zigzag index. A run may lead out of the block by up to 16: such
+// indexes give the last position, and the block is refused afterwards.
 struct NaturalOrLast {
   uint8_t of[64 + 16];
 };
@@ -62,7 +69,7 @@ HWY_INLINE bool TakeAcs(const zepiDecodeHuffmanSpec& table, QuickReader<Bytes>* 
   return k == 64;
 }
 
-// The coefficients, with the DC difference.
+// Decodes the coefficients, with the DC difference in the place of DC.
 template <class Bytes>
 HWY_INLINE bool TakeBlock(const Bytes& bytes, uint32_t unused,
                           const zepiDecodeHuffmanSpec& dc_table,
@@ -124,11 +131,8 @@ HWY_NOINLINE zepStatus DecodeRare(const Source& from, int16_t* block, int16_t* l
 }  // namespace zepjp
 #endif
 
-#if HWY_TARGET == HWY_AVX2
-HWY_PUSH_ATTRIBUTES("bmi,bmi2")
-#endif
-namespace zepjp {
-namespace HWY_NAMESPACE {
+ZEP_BEFORE_SCALAR_NAMESPACE("bmi,bmi2");
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 zepStatus ZEP_CALL Decode(const uint8_t* source, int32_t length, int32_t* position, int16_t* block,
@@ -147,7 +151,8 @@ zepStatus ZEP_CALL Decode(const uint8_t* source, int32_t length, int32_t* positi
                      .Failed()) {
     return bad;
   }
-  // Two sources: that of the common case stays in registers.
+  // Two records of the source: the common case's stays in registers because its address is never
+  // taken.
   const Source from = {source, length, position, marker};
   if (HWY_LIKELY(DecodePlain(from, block, last_dc, *dc_table, *ac_table, state))) {
     return zepStatusOk;
@@ -156,14 +161,11 @@ zepStatus ZEP_CALL Decode(const uint8_t* source, int32_t length, int32_t* positi
                     state);
 }
 
-constexpr Kernels kKernels = {Decode};
+constexpr Kernels kKernels = {.decode = Decode};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
-#if HWY_TARGET == HWY_AVX2
-HWY_POP_ATTRIBUTES
-#endif
+}  // namespace zepjp::HWY_NAMESPACE
+ZEP_AFTER_SCALAR_NAMESPACE();
 
 #if HWY_ONCE
 namespace zepjp {
@@ -176,13 +178,15 @@ ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 }  // namespace
 }  // namespace zepjp
 
+using namespace zepjp;
+
 zepStatus ZEP_CALL zepiDecodeHuffman8x8_JPEG_1u16s_C1(const uint8_t* pSrc, int32_t srcLenBytes,
                                                       int32_t* pSrcCurrPos, int16_t* pDst,
                                                       int16_t* pLastDC, int32_t* pMarker,
                                                       const zepiDecodeHuffmanSpec* pDcTable,
                                                       const zepiDecodeHuffmanSpec* pAcTable,
                                                       zepiDecodeHuffmanState* pDecHuffState) {
-  return zepjp::kernels.decode(pSrc, srcLenBytes, pSrcCurrPos, pDst, pLastDC, pMarker, pDcTable,
-                               pAcTable, pDecHuffState);
+  return kernels.decode(pSrc, srcLenBytes, pSrcCurrPos, pDst, pLastDC, pMarker, pDcTable, pAcTable,
+                        pDecHuffState);
 }
 #endif  // HWY_ONCE

@@ -1,11 +1,16 @@
 // SPDX-License-Identifier: MIT
-// Baseline coding of a block (ITU-T T.81, F.1.2): the DC difference, then each non-zero coefficient in
-// zigzag order with the run of zeros before it.
+// Baseline coding of a block (ITU-T T.81, F.1.2): the DC difference, then each non-zero coefficient
+// in zigzag order with the run of zeros before it.
 //
-// Two ways give the same bytes, positions and states. The quick one finds the non-zero coefficients
-// with vectors, collects bits in 64 and stores them eight bytes at a time; it needs room for the
-// longest block, and gives up, without a trace that the careful one would not leave too, where a symbol
-// has no code.
+// Two encoders give the same bytes, positions and states:
+//
+//   EncodeQuickly    vectors make a mask of the non-zero coefficients in zigzag order
+//                    (zigzag_scan-inl.h); its bits are walked, and code and extra bits collected in
+//                    64 bits (collector.h). It needs room for the longest block, and gives up where
+//                    a symbol has no code.
+//   EncodeCarefully  the reference writer (bit_writer.h), value by value
+//
+// What the first one has stored when it gives up, the second one stores again.
 #include <cstring>
 
 #include "frame/checks.h"
@@ -16,7 +21,6 @@
 #include "jpeg/zigzag.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/huffman/block_encoder.cc"
 #include "hwy/foreach_target.h"
 #include "jpeg/huffman/zigzag_scan-inl.h"
@@ -30,11 +34,11 @@ struct Kernels {
   decltype(zepiEncodeHuffman8x8_JPEG_16s1u_C1)* encode;
 };
 
-// The longest block, in bytes: 7 pending bits, 32 for DC, 31 for each other coefficient; each byte may be
-// stuffed.
+// The longest block in bytes: 7 pending bits, 16 + 16 bits for DC, 16 + 15 for each other
+// coefficient; every byte may be FF, which is stuffed.
 constexpr int32_t kMaxBlockBytes = 2 * ((7 + 32 + 63 * 31 + 7) / 8);
 
-// The difference to the DC of the block before, whose place this block's takes.
+// Returns the difference to the last DC, which becomes this block's.
 inline int32_t ExchangeDc(const int16_t* block, int16_t* last_dc) {
   const int32_t dc = LoadCoefficient(block);
   const int32_t difference = dc - LoadCoefficient(last_dc);
@@ -42,7 +46,7 @@ inline int32_t ExchangeDc(const int16_t* block, int16_t* last_dc) {
   return difference;
 }
 
-// A non-zero coefficient behind `run` zeros.
+// A non-zero coefficient after `run` zeros.
 zepStatus PutAc(int32_t value, uint32_t run, const zepiEncodeHuffmanSpec& table,
                 BitWriter* writer) {
   for (; run > 15; run -= 16) {
@@ -78,8 +82,7 @@ HWY_NOINLINE zepStatus EncodeCarefully(const int16_t* block, int32_t dc_differen
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 HWY_INLINE bool PutAcs(const ZigzagScan& scan, const zepiEncodeHuffmanSpec& table, Collector* to) {
@@ -99,7 +102,7 @@ HWY_INLINE bool PutAcs(const ZigzagScan& scan, const zepiEncodeHuffmanSpec& tabl
   return next == 64 || PutValue(table.entry[kEndOfBlock], 0, 0, to);
 }
 
-// Where there is room for it; false: nothing was done.
+// False: there is too little room, or a symbol without a code; position and state have not changed.
 HWY_INLINE bool EncodeQuickly(const int16_t* block, int32_t dc_difference,
                               const zepiEncodeHuffmanSpec& dc_table,
                               const zepiEncodeHuffmanSpec& ac_table, const Destination& to,
@@ -133,11 +136,10 @@ zepStatus ZEP_CALL Encode(const int16_t* block, uint8_t* bytes, int32_t length, 
                          state);
 }
 
-constexpr Kernels kKernels = {Encode};
+constexpr Kernels kKernels = {.encode = Encode};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
@@ -151,11 +153,13 @@ ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 }  // namespace
 }  // namespace zepjp
 
+using namespace zepjp;
+
 zepStatus ZEP_CALL zepiEncodeHuffman8x8_JPEG_16s1u_C1(
     const int16_t* pSrc, uint8_t* pDst, int32_t dstLenBytes, int32_t* pDstCurrPos, int16_t* pLastDC,
     const zepiEncodeHuffmanSpec* pDcTable, const zepiEncodeHuffmanSpec* pAcTable,
     zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState) {
-  return zepjp::kernels.encode(pSrc, pDst, dstLenBytes, pDstCurrPos, pLastDC, pDcTable, pAcTable,
-                               pEncHuffState, bFlushState);
+  return kernels.encode(pSrc, pDst, dstLenBytes, pDstCurrPos, pLastDC, pDcTable, pAcTable,
+                        pEncHuffState, bFlushState);
 }
 #endif  // HWY_ONCE

@@ -1,5 +1,12 @@
 // SPDX-License-Identifier: MIT
-// Baseline decoding of a block (ITU-T T.81, F.2.2), symbol by symbol, from any reader with
+// Baseline decoding of a block (ITU-T T.81, F.2.2), symbol by symbol, the reference for
+// block_decoder.cc:
+//
+//   DC      a symbol, the magnitude category s of the difference to the last DC; s extra bits
+//   AC      symbols (run, s): `run` zeros in zigzag order, then a coefficient of category s with s
+//           extra bits; (15, 0) is 16 zeros, (0, 0) the end of the block
+//
+// Any reader will do that has
 //   zepStatus Take(int count, uint32_t* bits)                                       1 to 16 bits
 //   zepStatus TakeSymbol(const zepiDecodeHuffmanSpec& table, uint32_t* symbol)
 #ifndef ZEPJP_SRC_JPEG_HUFFMAN_CAREFUL_BLOCK_H_
@@ -15,7 +22,7 @@
 
 namespace zepjp {
 
-// Extra bits, which may be none.
+// The extra bits of a category: `count` may be 0.
 template <class Reader>
 zepStatus TakeExtra(uint32_t count, Reader* reader, uint32_t* bits) {
   *bits = 0;
@@ -26,7 +33,7 @@ template <class Reader>
 zepStatus TakeDc(const zepiDecodeHuffmanSpec& table, Reader* reader, int32_t* difference) {
   uint32_t category = 0, bits = 0;
   if (auto bad = reader->TakeSymbol(table, &category)) return bad;
-  if (category > kMostDcCategory) return zepStatusBadHuffCode;
+  if (category > kMaxDcCategory) return zepStatusBadHuffCode;
   if (auto bad = TakeExtra(category, reader, &bits)) return bad;
   *difference = ValueOf(category, bits);
   return zepStatusOk;
@@ -48,7 +55,7 @@ zepStatus TakeAcs(const zepiDecodeHuffmanSpec& table, Reader* reader, int16_t* b
   return zepStatusOk;
 }
 
-// `*last_dc` becomes the block's DC where all of it could be decoded.
+// `*last_dc` becomes the block's DC only if the whole block was decoded.
 template <class Reader>
 zepStatus TakeBlock(const zepiDecodeHuffmanSpec& dc_table, const zepiDecodeHuffmanSpec& ac_table,
                     Reader* reader, int16_t* block, int16_t* last_dc) {

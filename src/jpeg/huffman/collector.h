@@ -1,5 +1,10 @@
 // SPDX-License-Identifier: MIT
-// The quick way to write bits, eight bytes at a time, where there is room for them.
+// The fast writer: collects bits in 64 and stores eight bytes at a time. The caller has made sure
+// of the room.
+//
+// Stuffing is rare (one byte of 256 is FF), so eight bytes are tested for FF at once and stored
+// byte by byte only if there is one. In the 64 bits the first bit written is the highest; the bits
+// above the pending ones are those written before, of which the state keeps the last byte.
 #ifndef ZEPJP_SRC_JPEG_HUFFMAN_COLLECTOR_H_
 #define ZEPJP_SRC_JPEG_HUFFMAN_COLLECTOR_H_
 
@@ -13,7 +18,7 @@
 
 namespace zepjp {
 
-// `to` has eight more bytes.
+// Stores the `count` highest bytes, with 00 after each FF. There is room for twice as many.
 inline HWY_NOINLINE uint8_t* StoreStuffed(uint64_t bytes, int count, uint8_t* to) {
   for (int i = 0; i < count; ++i, bytes <<= 8) {
     const auto byte = static_cast<uint8_t>(bytes >> 56);
@@ -23,7 +28,7 @@ inline HWY_NOINLINE uint8_t* StoreStuffed(uint64_t bytes, int count, uint8_t* to
   return to;
 }
 
-// Collects bits, the first one highest, and stores them eight bytes at a time.
+// Collects bits, the first one highest.
 class Collector {
  public:
   HWY_INLINE Collector(const zepiEncodeHuffmanState& state, uint8_t* to)
@@ -31,7 +36,7 @@ class Collector {
         bits_(state.bits >> (24 - NumPending(state))),
         free_(64 - static_cast<int>(NumPending(state))) {}
 
-  // The lowest `count` bits of `value`, up to 32; `value` has no others.
+  // Appends the lowest `count` bits of `value`, up to 32; the bits above them are 0.
   HWY_INLINE void Put(uint64_t value, int count) {
     const uint64_t next = bits_ << count | value;
     free_ -= count;
@@ -42,7 +47,8 @@ class Collector {
     bits_ = next;
   }
 
-  // Stores the last full bytes and leaves the others in the state; returns where they are to go.
+  // Stores the full bytes that remain and leaves the last bits in the state. Returns the end of the
+  // bytes.
   HWY_INLINE uint8_t* Finish(zepiEncodeHuffmanState* state) {
     const int count = 64 - free_;
     const int rest = count & 7;
@@ -68,16 +74,16 @@ class Collector {
     to_ += 8;
   }
 
-  // The highest `count` bytes, up to 7; those behind them keep what they have.
+  // Stores the highest `count` bytes, up to 7; the bytes after them keep their values.
   HWY_INLINE void StoreSome(uint64_t bytes, int count) {
     if (HWY_UNLIKELY(HasFf(bytes))) {
       to_ = StoreStuffed(bytes, count, to_);
       return;
     }
-    uint64_t behind;
-    std::memcpy(&behind, to_, 8);
-    const uint64_t is_behind = ~uint64_t{0} << (8 * count);
-    bytes = (__builtin_bswap64(bytes) & ~is_behind) | (behind & is_behind);
+    uint64_t after;
+    std::memcpy(&after, to_, 8);
+    const uint64_t is_after = ~uint64_t{0} << (8 * count);
+    bytes = (__builtin_bswap64(bytes) & ~is_after) | (after & is_after);
     std::memcpy(to_, &bytes, 8);
     to_ += count;
   }
@@ -87,7 +93,7 @@ class Collector {
   int free_;
 };
 
-// A code and the extra bits of a value behind it. False: there is no code.
+// Writes a code and the extra bits of a value after it. False: the symbol has no code.
 HWY_INLINE bool PutValue(uint64_t entry, int64_t value, uint32_t category, Collector* to) {
   const uint64_t length = entry >> 16;
   if (HWY_UNLIKELY(length - 1 > 15)) return false;

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Baseline blocks at a position that counts bits, without a state between calls.
 //
-// The block coders do the work, from a state that is made of the bytes before the position. The decoder reads ahead;
-// how far is taken back over the bytes that it read. Where it fails, a careful one reads as far as the block needs
-// and no further: only that tells a bad code from a marker that is in the way.
+// The block coders do the work: the state that they need is made from the bytes before the
+// position. The decoder reads ahead; afterwards the position goes back over the bytes of the bits
+// that it has not used, past stuffed zeros and fill bytes. If it fails, a reader that takes one bit
+// at a time, and none that the block does not need, decodes the block again: only so can a bad code
+// be told from bits that are missing before a marker.
 #include <cstring>
 
 #include "frame/checks.h"
@@ -13,21 +15,21 @@
 namespace zepjp {
 namespace {
 
-constexpr int32_t kMostBytes = (1 << 28) - 1;  // whose bits an int32 counts
+constexpr int32_t kMaxBytes = (1 << 28) - 1;  // whose bits an int32 counts
 
 // Whether a position lies in a buffer or at its end.
 bool IsWithin(int32_t bit_position, int32_t length) {
   return bit_position >= 0 && bit_position <= 8 * length;
 }
 
-// Behind a byte of data: 00 follows FF, perhaps with FFs for filling between them.
-int32_t Behind(const uint8_t* bytes, int32_t length, int32_t at) {
+// The position after a byte of data: FF has a 00 after it, and maybe FF fill bytes in between.
+int32_t After(const uint8_t* bytes, int32_t length, int32_t at) {
   if (bytes[at++] != 0xFF) return at;
   while (at < length && bytes[at] == 0xFF) ++at;
   return at < length && bytes[at] == 0 ? at + 1 : at;
 }
 
-// The byte of data that ends at `end`; its FFs for filling belong to it.
+// The position of the byte of data that ends at `end`; fill bytes belong to it.
 int32_t Before(const uint8_t* bytes, int32_t begin, int32_t end) {
   int32_t at = end - 1;
   if (bytes[at] != 0 || at == begin || bytes[at - 1] != 0xFF) return at;
@@ -35,7 +37,7 @@ int32_t Before(const uint8_t* bytes, int32_t begin, int32_t end) {
   return at;
 }
 
-// Bits one by one, no further than they are needed.
+// Reads one bit at a time, and no byte before it is needed.
 class DirectReader {
  public:
   DirectReader(const uint8_t* bytes, int32_t length, int32_t bit_position)
@@ -46,7 +48,7 @@ class DirectReader {
     }
     value_ = bytes[at_];
     left_ = 8 - bit_position % 8;
-    next_ = Behind(bytes, length, at_);
+    next_ = After(bytes, length, at_);
   }
 
   // Up to 16.
@@ -76,7 +78,7 @@ class DirectReader {
   }
 
   int32_t bit_position() const { return left_ == 0 ? 8 * next_ : 8 * at_ + 8 - left_; }
-  // The marker that was in the way, or 0, and where its FF lies.
+  // The marker that ended the data, or 0, and the position of its FF.
   int32_t marker() const { return marker_; }
   int32_t marker_position() const { return 8 * marker_at_; }
 
@@ -85,7 +87,7 @@ class DirectReader {
     if (next_ == length_) return zepStatusBufferExhausted;
     at_ = next_;
     value_ = bytes_[at_];
-    next_ = Behind(bytes_, length_, at_);
+    next_ = After(bytes_, length_, at_);
     left_ = 8;
     if (value_ != 0xFF || bytes_[next_ - 1] == 0) return zepStatusOk;
     if (next_ == length_) return zepStatusBufferExhausted;
@@ -97,7 +99,7 @@ class DirectReader {
   const uint8_t* bytes_;
   int32_t length_;
   int32_t at_;    // of the byte that is being read
-  int32_t next_;  // behind it
+  int32_t next_;  // the position after it
   uint32_t value_ = 0;
   int left_ = 0;  // bits of it
   int32_t marker_ = 0;
@@ -119,11 +121,11 @@ zepStatus DecodeCarefully(const uint8_t* bytes, int32_t length, int32_t* bit_pos
   return status;
 }
 
-// Where the block decoder stands: up to four bytes before it are its state's.
+// Where the block decoder starts: the state holds up to four bytes before it.
 struct Start {
   Start(const uint8_t* bytes, int32_t length, int32_t bit_position) {
     const int32_t unused = bit_position % 8 == 0 ? 0 : 8 - bit_position % 8;
-    at = unused == 0 ? bit_position / 8 : Behind(bytes, length, bit_position / 8);
+    at = unused == 0 ? bit_position / 8 : After(bytes, length, bit_position / 8);
     state = {};
     for (int32_t i = at < 4 ? 0 : at - 4; i < at; ++i) state.bits = state.bits << 8 | bytes[i];
     if (unused > 0) {
@@ -135,7 +137,7 @@ struct Start {
   zepiDecodeHuffmanState state;
 };
 
-// The position from where the block decoder came to `at`, with so many bits read ahead.
+// The position in bits if the block decoder is at byte `at` and has read `unused` bits ahead.
 int32_t TakeBack(const uint8_t* bytes, int32_t begin, int32_t at, int32_t unused) {
   for (; unused > 0; unused -= 8) at = Before(bytes, begin, at);
   return 8 * at - unused;
@@ -144,10 +146,11 @@ int32_t TakeBack(const uint8_t* bytes, int32_t begin, int32_t at, int32_t unused
 }  // namespace
 }  // namespace zepjp
 
+using namespace zepjp;
+
 zepStatus ZEP_CALL zepiEncodeHuffman8x8_Direct_JPEG_16s1u_C1(
     const int16_t* pSrc, uint8_t* pDst, int32_t dstLenBytes, int32_t* pDstBitPos, int16_t* pLastDC,
     const zepiEncodeHuffmanSpec* pDcTable, const zepiEncodeHuffmanSpec* pAcTable) {
-  using namespace zepjp;
   if (auto bad = Checks()
                      .Ptr(pSrc)
                      .Ptr(pDst)
@@ -155,7 +158,7 @@ zepStatus ZEP_CALL zepiEncodeHuffman8x8_Direct_JPEG_16s1u_C1(
                      .Ptr(pLastDC)
                      .Ptr(pDcTable)
                      .Ptr(pAcTable)
-                     .Refuse(dstLenBytes < 1 || dstLenBytes > kMostBytes, zepStatusBadSize)
+                     .Refuse(dstLenBytes < 1 || dstLenBytes > kMaxBytes, zepStatusBadSize)
                      .Failed()) {
     return bad;
   }
@@ -184,7 +187,6 @@ zepStatus ZEP_CALL zepiDecodeHuffman8x8_Direct_JPEG_1u16s_C1(
     const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcBitPos, int16_t* pDst, int16_t* pLastDC,
     int32_t* pMarker, const zepiDecodeHuffmanSpec* pDcTable,
     const zepiDecodeHuffmanSpec* pAcTable) {
-  using namespace zepjp;
   if (auto bad = Checks()
                      .Ptr(pSrc)
                      .Ptr(pSrcBitPos)
@@ -194,7 +196,7 @@ zepStatus ZEP_CALL zepiDecodeHuffman8x8_Direct_JPEG_1u16s_C1(
                      .Ptr(pDcTable)
                      .Ptr(pAcTable)
                      .Refuse(srcLenBytes < 0, zepStatusBadArg)
-                     .Refuse(srcLenBytes > kMostBytes, zepStatusBadSize)
+                     .Refuse(srcLenBytes > kMaxBytes, zepStatusBadSize)
                      .Failed()) {
     return bad;
   }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Coefficients at any address, and the look for FF among eight bytes.
+// Coefficients at any address, and the test for FF among eight bytes.
 #ifndef ZEPJP_SRC_JPEG_HUFFMAN_ELEMENTS_H_
 #define ZEPJP_SRC_JPEG_HUFFMAN_ELEMENTS_H_
 
@@ -21,7 +21,8 @@ inline void StoreCoefficient(int32_t value, int16_t* to) {
   std::memcpy(to, &low, sizeof(low));
 }
 
-// Part by part: a loop or a call of memset would become an instruction that takes longer than all this.
+// Eight stores written out: compilers turn a loop, or memset, into `rep stos`, whose start-up takes
+// longer.
 template <size_t... kPart>
 HWY_INLINE void ClearParts(int16_t* block, std::index_sequence<kPart...>) {
   constexpr int16_t kZeros[8] = {};
@@ -29,7 +30,8 @@ HWY_INLINE void ClearParts(int16_t* block, std::index_sequence<kPart...>) {
 }
 inline void Clear(int16_t* block) { ClearParts(block, std::make_index_sequence<8>()); }
 
-// In any order of the bytes.
+// Whether one of the eight bytes is FF: in a byte b, b & ~(b + 1) has bit 7 set only for FF. A
+// carry into a byte comes from an FF below it, so it does no harm.
 inline bool HasFf(uint64_t bytes) {
   return (bytes & ~(bytes + 0x0101010101010101U) & 0x8080808080808080U) != 0;
 }

@@ -1,10 +1,15 @@
 // SPDX-License-Identifier: MIT
-// The lists of the best Huffman table for counted symbols: codes of at most 16 bits, none of them all ones
-// (ITU-T T.81, K.2, asks for both).
+// The lists of the best Huffman table for counted symbols: codes of at most 16 bits, none of them
+// all ones (ITU-T T.81, K.2, asks for both).
 //
-// Package-merge: the lengths that cost least are found by 16 rounds of merging the symbols, by weight, with pairs
-// of what the round before has left; a symbol's length is how often it stands among the first 2 n - 2 of the
-// rounds. A symbol of weight 0 besides takes the code of all ones.
+// Length-limited codes by package-merge. 16 rounds merge the n symbols, sorted by weight, with
+// pairs of neighbours of the previous round's list. Of the last list the first 2 n - 2 items are
+// taken; of each list before, the items of which the pairs taken were made. A symbol's length is
+// how many lists it is taken from: the cost, the sum of weight times length, is the least possible.
+// The heuristic of K.2 is not always that good.
+//
+// An extra symbol of weight 0 gets the longest code, which is the one of all ones. Weights are
+// below 2^31, so sums of 2^16 of them fit in 64 bits.
 #include <algorithm>
 #include <cstring>
 
@@ -14,7 +19,7 @@
 namespace zepjp {
 namespace {
 
-constexpr int kSymbols = 256, kMostLeaves = kSymbols + 1, kMostItems = 2 * kMostLeaves;
+constexpr int kSymbols = 256, kMaxLeaves = kSymbols + 1, kMaxItems = 2 * kMaxLeaves;
 
 struct Leaf {
   int64_t weight;
@@ -23,8 +28,8 @@ struct Leaf {
 
 // A round's items by weight: symbols and pairs.
 struct Round {
-  int64_t weights[kMostItems];
-  bool is_leaf[kMostItems];
+  int64_t weights[kMaxItems];
+  bool is_leaf[kMaxItems];
   int count = 0;
 
   void Add(int64_t weight, bool is_symbol) {
@@ -48,7 +53,7 @@ void Merge(const Leaf* leaves, int count, const Round& before, Round* round) {
   }
 }
 
-// The lengths of the leaves, which stand by weight.
+// The code lengths of the leaves, which are sorted by weight.
 void FindLengths(const Leaf* leaves, int count, int* lengths) {
   Round rounds[kMaxCodeBits];
   static constexpr Round kNone = {{}, {}, 0};
@@ -65,25 +70,25 @@ void FindLengths(const Leaf* leaves, int count, int* lengths) {
 }
 
 void MakeLists(const int32_t* statistics, uint8_t* bits, uint8_t* values) {
-  Leaf leaves[kMostLeaves];
+  Leaf leaves[kMaxLeaves];
   int count = 0;
   for (int symbol = 0; symbol < kSymbols; ++symbol) {
     if (statistics[symbol] > 0) leaves[count++] = {statistics[symbol], symbol};
   }
   if (count == 0) leaves[count++] = {1, 0};
   leaves[count++] = {0, kSymbols};
-  // Of equal weights the higher symbol comes first and so gets no shorter code.
+  // Of equal weights the higher symbol comes first, so that it gets no shorter code.
   std::sort(leaves, leaves + count, [](const Leaf& a, const Leaf& b) {
     return a.weight != b.weight ? a.weight < b.weight : a.symbol > b.symbol;
   });
-  int lengths[kMostLeaves];
+  int lengths[kMaxLeaves];
   FindLengths(leaves, count, lengths);
   std::memset(bits, 0, kMaxCodeBits);
   std::memset(values, 0, kSymbols);
   int written = 0;
   for (int length = 1; length <= kMaxCodeBits; ++length) {
     const int start = written;
-    for (int leaf = 1; leaf < count; ++leaf) {  // without the one of all ones
+    for (int leaf = 1; leaf < count; ++leaf) {  // leaf 0 is the extra symbol
       if (lengths[leaf] != length) continue;
       values[written++] = static_cast<uint8_t>(leaves[leaf].symbol);
     }
@@ -95,10 +100,11 @@ void MakeLists(const int32_t* statistics, uint8_t* bits, uint8_t* values) {
 }  // namespace
 }  // namespace zepjp
 
+using namespace zepjp;
+
 zepStatus ZEP_CALL zepiEncodeHuffmanRawTableInit_JPEG_8u(const int32_t pStatistics[256],
                                                          uint8_t pListBits[16],
                                                          uint8_t pListVals[256]) {
-  using namespace zepjp;
   if (auto bad = Checks().Ptr(pStatistics).Ptr(pListBits).Ptr(pListVals).Failed()) return bad;
   const bool is_negative =
       std::any_of(pStatistics, pStatistics + kSymbols, [](int32_t n) { return n < 0; });

@@ -1,6 +1,16 @@
 // SPDX-License-Identifier: MIT
-// What the scans of progressive JPEG write for a block (ITU-T T.81, G.1.2), told to a sink. Included once per
+// The symbols of a block in the scans of progressive JPEG (ITU-T T.81, G.1.2), given to a sink
+// (progressive.h): the encoders write them, the statistics count them. Included once per
 // instruction set.
+//
+// Vectors make masks in zigzag order, and the rest walks their bits. With |c| the magnitude of a
+// coefficient:
+//
+//   first scan   nonzero: |c| >= 2^Al. Symbols (run, category of |c| >> Al) and extra bits, as in a
+//                baseline block.
+//   refinement   nonzero: |c| >= 2^Al; old: |c| >= 2^(Al+1), nonzero in earlier scans. A symbol
+//                (run, 1) and a sign for each new one, whose run counts zeros alone; then the bit
+//                Al of each old coefficient passed: the corrections.
 #if defined(ZEPJP_SRC_JPEG_HUFFMAN_PROGRESSIVE_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #  ifdef ZEPJP_SRC_JPEG_HUFFMAN_PROGRESSIVE_INL_H_
 #    undef ZEPJP_SRC_JPEG_HUFFMAN_PROGRESSIVE_INL_H_
@@ -13,25 +23,25 @@
 #  include "jpeg/huffman/zigzag_scan-inl.h"
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 HWY_INLINE uint32_t ShiftedMagnitude(int64_t value, int32_t shift) {
   return static_cast<uint32_t>(value < 0 ? -value : value) >> shift;
 }
 
-// The coefficients of a band that a scan of it shows as nonzero.
+// The coefficients of a band that are nonzero down to bit Al.
 HWY_INLINE uint64_t NonZero(const ZigzagScan& scan, const Band& band) {
   return scan.AtLeast(1u << band.shift) & band.indexes();
 }
 
-// The first scan of a band, whose nonzero coefficients are `left`. -32768 has no symbol where it is not shifted.
+// The first scan of a band, whose nonzero coefficients are `left`. With Al 0 there is no symbol for
+// -32768.
 template <class Sink>
 HWY_INLINE bool TellFirst(const ZigzagScan& scan, uint64_t left, const Band& band, EobRun* run,
                           Sink* sink) {
   if (left != 0 && !EndRun(run, sink)) return false;
-  int32_t next = band.first;  // the first index that is not told yet
+  int32_t next = band.first;  // the first index that is not coded yet
   for (; left != 0; left &= left - 1) {
     const int32_t k = __builtin_ctzll(left);
     auto zeros = static_cast<uint32_t>(k - next);
@@ -49,7 +59,7 @@ HWY_INLINE bool TellFirst(const ZigzagScan& scan, uint64_t left, const Band& ban
     next = k + 1;
   }
   if (next <= band.last) ++run->blocks;
-  return HWY_LIKELY(run->blocks < kMostEobRun) || EndRun(run, sink);
+  return HWY_LIKELY(run->blocks < kMaxEobRun) || EndRun(run, sink);
 }
 
 // A scan that refines a band by a bit.
@@ -59,7 +69,7 @@ HWY_INLINE bool TellRefinement(const ZigzagScan& scan, uint64_t nonzero, const B
   const uint64_t old = scan.AtLeast(2u << band.shift) & nonzero;
   const uint64_t fresh = nonzero & ~old;
   const int32_t last_fresh = fresh == 0 ? 0 : 63 - __builtin_clzll(fresh);
-  uint64_t corrections = 0;  // of this block, not told yet
+  uint64_t corrections = 0;  // of this block, not written yet
   uint32_t count = 0, zeros = 0;
   int32_t next = band.first;
   for (uint64_t left = nonzero; left != 0; left &= left - 1) {
@@ -89,13 +99,12 @@ HWY_INLINE bool TellRefinement(const ZigzagScan& scan, uint64_t nonzero, const B
     ++run->blocks;
     run->Add(corrections, count);
   }
-  const bool is_full = run->blocks >= kMostEobRun || run->corrections > kMostCorrections;
+  const bool is_full = run->blocks >= kMaxEobRun || run->corrections > kMaxCorrections;
   return HWY_LIKELY(!is_full) || EndRun(run, sink);
 }
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #endif

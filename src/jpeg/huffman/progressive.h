@@ -1,11 +1,20 @@
 // SPDX-License-Identifier: MIT
-// The scans of progressive JPEG (ITU-T T.81, annex G): bands, and the runs of blocks whose bands have ended.
+// The scans of progressive JPEG (ITU-T T.81, annex G): bands, and end-of-band runs.
 //
-// What a scan writes is told to a sink, which counts symbols or writes them:
-//   bool Symbol(uint32_t symbol, uint32_t extra, uint32_t count)   a symbol and `count` extra bits, up to 15;
-//                                                                  false: it cannot, and the rest is not told
-//   bool Corrections(uint64_t bits, uint32_t count)                up to 63, the first one highest
-//   bool NoSymbol()                                                false: a coefficient that has none
+// A scan codes the zigzag indexes Ss to Se of each block (its band), down to bit Al of the
+// coefficients. A block whose band has no more to code ends it; up to 32767 such blocks in a row
+// are one end-of-band run, a symbol with the magnitude category of its length. In a refinement scan
+// the correction bits of those blocks follow it, so they wait in the state until the run is
+// written.
+//
+// The symbols of a scan go to a sink, which writes or counts them:
+//   bool Symbol(uint32_t symbol, uint32_t extra, uint32_t count)   a symbol and `count` extra bits,
+//                                                                  up to 15; false: it has failed,
+//                                                                  the rest is left out
+//   bool Corrections(uint64_t bits, uint32_t count)                up to 63 correction bits, the
+//                                                                  first one highest
+//   bool NoSymbol()                                                a coefficient for which there is
+//                                                                  no symbol: false
 #ifndef ZEPJP_SRC_JPEG_HUFFMAN_PROGRESSIVE_H_
 #define ZEPJP_SRC_JPEG_HUFFMAN_PROGRESSIVE_H_
 
@@ -17,14 +26,14 @@
 
 namespace zepjp {
 
-constexpr int32_t kMostShift = 13;  // of successive approximation
-constexpr uint32_t kMostEobRun = 32767;
-// The run is written while there is room for the corrections of another block.
-constexpr uint32_t kMostCorrections = sizeof(zepiEncodeHuffmanState::correctionBits) - 63;
+constexpr int32_t kMaxShift = 13;  // of successive approximation
+constexpr uint32_t kMaxEobRun = 32767;
+// Beyond this count a run is written, so that the next block's corrections, up to 63, have room.
+constexpr uint32_t kMaxCorrections = sizeof(zepiEncodeHuffmanState::correctionBits) - 63;
 
-inline bool IsBadShift(int32_t shift) { return shift < 0 || shift > kMostShift; }
+inline bool IsBadShift(int32_t shift) { return shift < 0 || shift > kMaxShift; }
 
-// A scan's band and the lowest bit that it codes.
+// A scan's band and the lowest bit that it codes: Ss, Se, Al.
 struct Band {
   int32_t first, last, shift;
 
@@ -33,7 +42,7 @@ struct Band {
   uint64_t indexes() const { return ~uint64_t{0} << first & ~uint64_t{0} >> (63 - last); }
 };
 
-// The run of blocks whose bands have ended, and the corrections in these.
+// The end-of-band run, and the correction bits of its blocks.
 struct EobRun {
   uint32_t blocks;
   uint32_t corrections;
@@ -41,9 +50,9 @@ struct EobRun {
 
   static EobRun Of(zepiEncodeHuffmanState* state) {
     EobRun run = {state->eobRun, state->numCorrectionBits, state->correctionBits};
-    // A record that no coder left behind does no harm.
-    if (run.blocks > kMostEobRun) run.blocks = kMostEobRun;
-    if (run.corrections > kMostCorrections) run.corrections = kMostCorrections;
+    // A state that no coder has written is harmless.
+    if (run.blocks > kMaxEobRun) run.blocks = kMaxEobRun;
+    if (run.corrections > kMaxCorrections) run.corrections = kMaxCorrections;
     return run;
   }
   void StoreTo(zepiEncodeHuffmanState* state) const {
@@ -59,7 +68,7 @@ struct EobRun {
   }
 };
 
-// Eight bytes of 0 or 1 as bits, the first one highest: the product brings byte i to bit 63 - i.
+// Eight bytes of 0 or 1 as bits, the first one highest: the product moves byte i to bit 63 - i.
 HWY_INLINE uint64_t BitsOfBytes(const uint8_t* bytes) {
   uint64_t value;
   std::memcpy(&value, bytes, sizeof(value));

@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Decoding of progressive scans (ITU-T T.81, G.2).
 //
-// As in the block decoder a quick way and a careful one give the same coefficients, positions and states. A
-// refinement first finds the nonzero coefficients with vectors: a run of zeros then is a look for the n-th bit that
-// is 0, and what it passes are the bits that are 1.
+// As in the block decoder, the fast reader and the reference reader give the same coefficients,
+// positions and states; the reference reader starts again where the fast one gives up. A scan
+// changes coefficients in place, so a fast attempt keeps a copy of the block.
+//
+// A refinement begins with a mask of the coefficients that are nonzero already (zigzag_scan-inl.h).
+// Then a run of n zeros ends at the n-th 0 bit of the mask, which is one `pdep` with BMI2, and the
+// 1 bits below it are the coefficients to correct.
 #include <cstring>
 #include <type_traits>
 
@@ -17,7 +21,6 @@
 #include "jpeg/zigzag.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/huffman/progressive_decoder.cc"
 #include "hwy/foreach_target.h"
 #include "jpeg/huffman/zigzag_scan-inl.h"
@@ -45,7 +48,7 @@ zepStatus TakeDcCarefully(const Source& from, int32_t* difference,
   return status;
 }
 
-// A coefficient of a band moves away from 0 by a bit that it does not have yet.
+// Sets bit `shift` of a coefficient's magnitude, unless it is set already.
 HWY_INLINE void Correct(uint32_t bit, int32_t shift, int16_t* at) {
   const int32_t value = LoadCoefficient(at);
   const int32_t sign = value >> 31;
@@ -107,7 +110,7 @@ class CarefulBand {
  private:
   int16_t* At(int32_t k) { return block_ + kNaturalOfZigzag[k]; }
 
-  // The run of ended bands that begins with this one.
+  // The end-of-band run that begins with this block.
   zepStatus TakeRun(uint32_t size) {
     uint32_t more = 0;
     if (auto bad = TakeExtra(size, &reader_, &more)) return bad;
@@ -115,7 +118,8 @@ class CarefulBand {
     return zepStatusOk;
   }
 
-  // To the zero coefficient behind so many others; those that are not zero on the way are corrected.
+  // Advances `*k` over `zeros` zero coefficients to the next one; corrects the nonzero ones on the
+  // way.
   zepStatus SkipZeros(uint32_t zeros, int32_t* k) {
     for (; *k <= band_.last; ++*k) {
       if (LoadCoefficient(At(*k)) == 0) {
@@ -158,7 +162,7 @@ HWY_INLINE bool ReadQuickly(const Source& from, zepiDecodeHuffmanState* state, c
   return HWY_LIKELY(ReadPlain(from, state, take)) || ReadStuffed(from, state, take);
 }
 
-// What a quick attempt changes in a block, in case that the careful one has to start anew.
+// Restores the block after a fast attempt that has given up.
 class Undo {
  public:
   explicit Undo(int16_t* block) : block_(block) { std::memcpy(saved_, block, sizeof(saved_)); }
@@ -174,8 +178,7 @@ class Undo {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 zepStatus FirstDc(const Source& from, int32_t* difference, const zepiDecodeHuffmanSpec& table,
@@ -188,7 +191,7 @@ zepStatus FirstDc(const Source& from, int32_t* difference, const zepiDecodeHuffm
   return TakeDcCarefully(from, difference, table, state);
 }
 
-// The symbols of a band up to its end; `*run` becomes the run that ends it, this block counted.
+// Decodes a band to its end. `*run` becomes the end-of-band run, with this block.
 template <class Bytes>
 HWY_INLINE bool TakeFirst(const Band& band, const zepiDecodeHuffmanSpec& table, int16_t* block,
                           uint32_t* run, QuickReader<Bytes>* reader) {
@@ -237,7 +240,7 @@ zepStatus DecodeFirst(const Source& from, int16_t* block, const Band& band,
   return DecodeCarefully(&CarefulBand::First, from, block, band, table, state);
 }
 
-// The bit of `mask` that has `count` lower ones; 0: there are too few.
+// The 1 bit of `mask` with `count` 1 bits below it; 0: there is none.
 HWY_INLINE uint64_t NthBit(uint64_t mask, uint32_t count) {
 #if HWY_TARGET <= HWY_AVX2
   return _pdep_u64(uint64_t{1} << count, mask);
@@ -257,8 +260,8 @@ HWY_INLINE bool TakeCorrections(uint64_t indexes, int32_t shift, int16_t* block,
   return true;
 }
 
-// `nonzero` are the coefficients before this scan. `*run`, 0 or a run that this block belongs to, becomes the run
-// that ends the band.
+// `nonzero` is the mask of the coefficients that were nonzero before this scan. `*run` is 0, or an
+// end-of-band run that holds this block; it becomes the run that ends the band.
 template <class Bytes>
 HWY_INLINE bool TakeRefinement(const Band& band, const zepiDecodeHuffmanSpec& table,
                                uint64_t nonzero, int16_t* block, uint32_t* run,
@@ -310,11 +313,14 @@ zepStatus DecodeRefinement(const Source& from, int16_t* block, const Band& band,
   return DecodeCarefully(&CarefulBand::Refine, from, block, band, table, state);
 }
 
-constexpr Kernels kKernels = {FirstDc, DecodeFirst, DecodeRefinement};
+constexpr Kernels kKernels = {
+    .first_dc = FirstDc,
+    .first = DecodeFirst,
+    .refine = DecodeRefinement,
+};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
@@ -325,7 +331,7 @@ Kernels kernels;
 
 ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 
-// What every decoder takes first.
+// What every decoder checks first.
 Checks CheckSource(const Source& from, const int16_t* block) {
   return Checks()
       .Ptr(from.bytes)
@@ -350,11 +356,12 @@ zepStatus DecodeBand(DecodeBlock decode, const Source& from, int16_t* block, con
 }  // namespace
 }  // namespace zepjp
 
+using namespace zepjp;
+
 zepStatus ZEP_CALL zepiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(
     const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcCurrPos, int16_t* pDst, int16_t* pLastDC,
     int32_t* pMarker, int32_t Al, const zepiDecodeHuffmanSpec* pDcTable,
     zepiDecodeHuffmanState* pDecHuffState) {
-  using namespace zepjp;
   const Source from = {pSrc, srcLenBytes, pSrcCurrPos, pMarker};
   if (auto bad = CheckSource(from, pDst)
                      .Ptr(pLastDC)
@@ -375,7 +382,6 @@ zepStatus ZEP_CALL zepiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(
 zepStatus ZEP_CALL zepiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1(
     const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcCurrPos, int16_t* pDst, int32_t* pMarker,
     int32_t Al, zepiDecodeHuffmanState* pDecHuffState) {
-  using namespace zepjp;
   const Source from = {pSrc, srcLenBytes, pSrcCurrPos, pMarker};
   if (auto bad = CheckSource(from, pDst)
                      .Ptr(pMarker)
@@ -396,7 +402,6 @@ zepStatus ZEP_CALL zepiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1(
     const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcCurrPos, int16_t* pDst, int32_t* pMarker,
     int32_t Ss, int32_t Se, int32_t Al, const zepiDecodeHuffmanSpec* pAcTable,
     zepiDecodeHuffmanState* pDecHuffState) {
-  using namespace zepjp;
   return DecodeBand(kernels.first, {pSrc, srcLenBytes, pSrcCurrPos, pMarker}, pDst, {Ss, Se, Al},
                     pAcTable, pDecHuffState);
 }
@@ -405,7 +410,6 @@ zepStatus ZEP_CALL zepiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(
     const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcCurrPos, int16_t* pDst, int32_t* pMarker,
     int32_t Ss, int32_t Se, int32_t Al, const zepiDecodeHuffmanSpec* pAcTable,
     zepiDecodeHuffmanState* pDecHuffState) {
-  using namespace zepjp;
   return DecodeBand(kernels.refine, {pSrc, srcLenBytes, pSrcCurrPos, pMarker}, pDst, {Ss, Se, Al},
                     pAcTable, pDecHuffState);
 }

@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: MIT
-// The scans of progressive JPEG (ITU-T T.81, G.1.2): the upper bits of DC or of a band of AC coefficients first,
-// then a bit more in each scan.
+// The scans of progressive JPEG (ITU-T T.81, G.1.2): the upper bits of DC, or of a band of AC
+// coefficients, first; then one bit more in each scan.
 //
-// As in the block encoder there are two ways to the same bytes, positions and states: one where there is room for
-// the longest block, and a careful one. Vectors find the coefficients that count.
+// progressive-inl.h makes the symbols of a block. They go to one of two sinks, which give the same
+// bytes, positions and states: CollectorSink, if there is room for the longest block and every
+// symbol has a code; WriterSink, the reference writer, otherwise, from the start of the block.
 #include "frame/checks.h"
 #include "jpeg/huffman/bit_writer.h"
 #include "jpeg/huffman/collector.h"
+#include "jpeg/huffman/huffman_states.h"
 #include "jpeg/huffman/progressive.h"
-#include "jpeg/huffman/states.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/huffman/progressive_encoder.cc"
 #include "hwy/foreach_target.h"
 #include "jpeg/huffman/progressive-inl.h"
@@ -29,10 +29,11 @@ struct Kernels {
   EncodeBlock first, refine;
 };
 
-// The longest block: 31 bits for each coefficient, runs of zeros, the run before with its corrections, its own.
-constexpr int64_t kMostBlockBytes = 2 * ((7 + 63 * (31 + 16) + 30 + 1024 + 7) / 8) + 8;
+// The longest block in bytes: 31 bits for each coefficient and 16 for a run of 16 zeros before it,
+// two end-of-band runs of 15 extra bits, 1024 corrections; every byte may be stuffed.
+constexpr int64_t kMaxBlockBytes = 2 * ((7 + 63 * (31 + 16) + 30 + 1024 + 7) / 8) + 8;
 
-// Writes carefully; keeps the status of what could not be written.
+// Writes through the reference writer, and keeps the status of the first write that fails.
 class WriterSink {
  public:
   WriterSink(const zepiEncodeHuffmanSpec* table, const Destination& to,
@@ -91,12 +92,12 @@ class CollectorSink {
   Collector collector_;
 };
 
-// Calls tell(run, sink), quickly where that is possible.
+// Calls tell(run, sink) with the fast sink if that is possible, else with the reference writer.
 template <class Tell>
 HWY_INLINE zepStatus Write(const Tell& tell, const zepiEncodeHuffmanSpec* table,
                            const Destination& to, zepiEncodeHuffmanState* state) {
   const int64_t position = *to.position;
-  if (position >= 0 && to.length - position >= kMostBlockBytes) {
+  if (position >= 0 && to.length - position >= kMaxBlockBytes) {
     CollectorSink sink(table, *state, to.bytes + position);
     EobRun run = EobRun::Of(state);
     if (tell(&run, &sink)) {
@@ -116,13 +117,12 @@ HWY_INLINE zepStatus Write(const Tell& tell, const zepiEncodeHuffmanSpec* table,
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
-// A block without anything to tell makes the run longer.
+// A block without nonzero coefficients only makes the end-of-band run longer.
 HWY_INLINE bool IsOnlyRun(uint64_t nonzero, zepiEncodeHuffmanState* state) {
-  if (nonzero != 0 || state->eobRun >= kMostEobRun - 1) return false;
+  if (nonzero != 0 || state->eobRun >= kMaxEobRun - 1) return false;
   ++state->eobRun;
   return true;
 }
@@ -147,11 +147,10 @@ zepStatus EncodeRefinement(const int16_t* block, const Destination& to, const Ba
   return Write(tell, table, to, state);
 }
 
-constexpr Kernels kKernels = {EncodeFirst, EncodeRefinement};
+constexpr Kernels kKernels = {.first = EncodeFirst, .refine = EncodeRefinement};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
@@ -162,7 +161,7 @@ Kernels kernels;
 
 ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 
-// The run that is pending, then ones.
+// Writes the pending end-of-band run, then pads the last byte with ones.
 zepStatus Flush(const zepiEncodeHuffmanSpec* table, const Destination& to,
                 zepiEncodeHuffmanState* state) {
   if (state->eobRun != 0) {
@@ -190,11 +189,12 @@ zepStatus EncodeBand(EncodeBlock encode, const int16_t* block, const Destination
 }  // namespace
 }  // namespace zepjp
 
+using namespace zepjp;
+
 zepStatus ZEP_CALL zepiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(
     const int16_t* pSrc, uint8_t* pDst, int32_t dstLenBytes, int32_t* pDstCurrPos, int16_t* pLastDC,
     int32_t Al, const zepiEncodeHuffmanSpec* pDcTable, zepiEncodeHuffmanState* pEncHuffState,
     int32_t bFlushState) {
-  using namespace zepjp;
   const Destination to = {pDst, dstLenBytes, pDstCurrPos};
   if (auto bad = CheckDestination(to, pEncHuffState)) return bad;
   if (bFlushState != 0) return BitWriter(to, pEncHuffState).Flush();
@@ -216,7 +216,6 @@ zepStatus ZEP_CALL zepiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(
 zepStatus ZEP_CALL zepiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(
     const int16_t* pSrc, uint8_t* pDst, int32_t dstLenBytes, int32_t* pDstCurrPos, int32_t Al,
     zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState) {
-  using namespace zepjp;
   const Destination to = {pDst, dstLenBytes, pDstCurrPos};
   if (auto bad = CheckDestination(to, pEncHuffState)) return bad;
   if (bFlushState != 0) return BitWriter(to, pEncHuffState).Flush();
@@ -229,7 +228,6 @@ zepStatus ZEP_CALL zepiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1(
     const int16_t* pSrc, uint8_t* pDst, int32_t dstLenBytes, int32_t* pDstCurrPos, int32_t Ss,
     int32_t Se, int32_t Al, const zepiEncodeHuffmanSpec* pAcTable,
     zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState) {
-  using namespace zepjp;
   return EncodeBand(kernels.first, pSrc, {pDst, dstLenBytes, pDstCurrPos}, {Ss, Se, Al}, pAcTable,
                     pEncHuffState, bFlushState != 0);
 }
@@ -238,7 +236,6 @@ zepStatus ZEP_CALL zepiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1(
     const int16_t* pSrc, uint8_t* pDst, int32_t dstLenBytes, int32_t* pDstCurrPos, int32_t Ss,
     int32_t Se, int32_t Al, const zepiEncodeHuffmanSpec* pAcTable,
     zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState) {
-  using namespace zepjp;
   return EncodeBand(kernels.refine, pSrc, {pDst, dstLenBytes, pDstCurrPos}, {Ss, Se, Al}, pAcTable,
                     pEncHuffState, bFlushState != 0);
 }

@@ -1,9 +1,19 @@
 // SPDX-License-Identifier: MIT
-// The quick way to read symbols and values: from a window of 64 bits, without a look at each byte.
+// The fast reader of symbols and values: from a window of 64 bits, refilled eight bytes at a time.
 //
-// How far ahead the careful reader would have read is part of what callers see, so this one keeps count
-// of it: the careful reader fills only where fewer bits are left than it needs, and then whole bytes up
-// to 25 bits or more.
+// Position and state after a call are part of the interface, and they show how far the reference
+// reader (bit_reader.h) has read ahead. So the fast reader counts, besides the bits that it has
+// taken, the bits that the reference reader would have read. That one refills only if fewer bits
+// are valid than it needs, and then whole bytes until 25 or more are valid:
+//
+//   if read < end:  read = (taken + 32) rounded down to a multiple of 8
+//
+// where `end` is the end of the bits that it needs next.
+//
+// Both counts start with the four bytes that the state holds. At the end the difference is the
+// number of valid bits, and `read` gives the position. Whatever the reference reader would treat
+// specially (a marker, the end of the source, a bad code, a state that no coder has written) makes
+// the fast reader give up; the reference reader then starts again from the unchanged state.
 #ifndef ZEPJP_SRC_JPEG_HUFFMAN_QUICK_READER_H_
 #define ZEPJP_SRC_JPEG_HUFFMAN_QUICK_READER_H_
 
@@ -17,7 +27,8 @@
 
 namespace zepjp {
 
-// Data bytes are numbered from those that the careful reader's state holds, the last four that it read.
+// Data bytes are numbered from the first of the four that the state holds: the last ones that were
+// read.
 constexpr size_t kStateBytes = 4;
 
 inline uint32_t LoadBigEndian32(const uint8_t* from) {
@@ -32,12 +43,12 @@ inline uint64_t LoadBigEndian64(const uint8_t* from) {
   return __builtin_bswap64(value);
 }
 
-// Data bytes as they lie in a source, those of the state first. There is no FF among them: it ends them.
+// Data bytes exactly as the source holds them, the state's first. They end before the first FF.
 class PlainBytes {
  public:
   PlainBytes(const uint8_t* from, int64_t size) : from_(from), limit_(size - 8) {}
 
-  // 57 bits or more from bit `at` on, the first one highest. False: they are not all there.
+  // Loads at least 57 bits from bit `at` on, the first one highest. False: there are fewer.
   HWY_INLINE bool Load(size_t at, uint64_t* bits) {
     const auto byte = static_cast<int64_t>(at >> 3);
     if (HWY_UNLIKELY(byte > limit_)) return false;
@@ -51,7 +62,8 @@ class PlainBytes {
   int64_t limit_;  // eight bytes may be loaded up to here
 };
 
-// Data bytes of a source with 00 behind FF. A marker, a filling byte and the end of the source end them.
+// Data bytes of a source with stuffed zeros. They end before a marker, a fill byte or the end of
+// the source.
 class StuffedBytes {
  public:
   StuffedBytes(uint32_t state_bytes, const uint8_t* from, const uint8_t* end)
@@ -66,13 +78,14 @@ class StuffedBytes {
     return true;
   }
 
-  // How many bytes of the source the `count` ones behind the state's take, and the newest four.
+  // How many bytes of the source hold the first `count` data bytes after the state's, and the last
+  // four of these.
   int32_t Advance(size_t count, uint32_t* newest) const {
     const uint8_t* at = start_;
     *newest = state_bytes_;
     for (; count > 0; --count) {
       *newest = *newest << 8 | *at;
-      at = Behind(at);
+      at = After(at);
     }
     return static_cast<int32_t>(at - start_);
   }
@@ -93,46 +106,48 @@ class StuffedBytes {
     if (from_ == end_) return false;
     if (*from_ == 0xFF && (end_ - from_ < 2 || from_[1] != 0)) return false;
     newest_ = newest_ << 8 | *from_;
-    from_ = Behind(from_);
+    from_ = After(from_);
     ++count_;
     return true;
   }
 
-  static const uint8_t* Behind(const uint8_t* byte) { return byte + (*byte == 0xFF ? 2 : 1); }
+  static const uint8_t* After(const uint8_t* byte) { return byte + (*byte == 0xFF ? 2 : 1); }
 
   const uint8_t* start_;
   const uint8_t* from_;
   const uint8_t* end_;
   uint32_t state_bytes_;
-  uint64_t newest_;             // the last eight of them
+  uint64_t newest_;             // the last eight data bytes
   size_t count_ = kStateBytes;  // how many were read
 };
 
-// In bits: how many were taken, and how many the careful reader would have read.
+// In bits: how many were taken, and how many the reference reader would have read.
 struct Progress {
   size_t taken, read;
-  size_t bytes_read() const { return read / 8 - kStateBytes; }  // behind the state's
+  size_t bytes_read() const { return read / 8 - kStateBytes; }  // after the state's
   int32_t unused() const { return static_cast<int32_t>(read - taken); }
 };
 
-// Symbols and values of the bytes, from where `unused` bits of the state's are left, up to 32.
+// Takes symbols and values from `bytes`, beginning with the last `unused` bits of the state, up to
+// 32.
 template <class Bytes>
 class QuickReader {
  public:
   HWY_INLINE QuickReader(const Bytes& bytes, uint32_t unused)
       : bytes_(bytes), taken_(8 * kStateBytes - unused) {}
 
-  // Makes sure of 57 bits, enough for any symbol and its value. False: the careful reader has to say
-  // what follows.
+  // Makes sure of 57 bits, enough for any symbol and its value. False: only the reference reader
+  // knows what follows.
   HWY_INLINE bool Refill() {
-    refill_behind_ = taken_ + 57 - kUsualBits;
+    refill_after_ = taken_ + 57 - kUsualBits;
     return bytes_.Load(taken_, &window_);
   }
 
   // Makes sure of enough for an AC symbol and its value.
-  HWY_INLINE bool Ensure() { return HWY_LIKELY(taken_ <= refill_behind_) || Refill(); }
+  HWY_INLINE bool Ensure() { return HWY_LIKELY(taken_ <= refill_after_) || Refill(); }
 
-  // The next symbol's entry of a fast table; 0: there is no such code, or not enough behind a long one.
+  // The next symbol as an entry of a fast table; 0: there is no such code, or too few bits after a
+  // long one.
   HWY_INLINE uint32_t TakeSymbol(const zepiDecodeHuffmanSpec& table) {
     uint32_t entry = table.fast[window_ >> (64 - kFastCodeBits)];
     if (HWY_LIKELY(IsFastCode(entry))) {
@@ -141,14 +156,14 @@ class QuickReader {
       return entry;
     }
     entry = FindLongCode(table, static_cast<uint32_t>(window_ >> (64 - kMaxCodeBits)));
-    // The careful reader takes 9 bits, then one by one.
+    // The reference reader takes 9 bits, then one at a time.
     ReadCarefully(taken_ + kFastCodeBits + 1);
     if (read_ < taken_ + (entry >> 16)) read_ += 32;
     Use(entry >> 16);
     return Refill() ? entry : 0;
   }
 
-  // The value behind a symbol of `category` 1 to 15.
+  // The value after a symbol of category 1 to 15.
   HWY_INLINE int32_t TakeValue(uint32_t category) {
     const int32_t value = ValueOfHighest(category, window_);
     ReadCarefully(taken_ + category);
@@ -164,16 +179,16 @@ class QuickReader {
     return value;
   }
 
-  // A category of DC and its value. False: there is no such code.
+  // The category of a DC difference, and the difference. False: there is no such code.
   HWY_INLINE bool TakeDc(const zepiDecodeHuffmanSpec& table, int32_t* difference) {
     const uint32_t entry = TakeSymbol(table);
     const uint32_t category = entry & 0xFFFF;
-    if (HWY_UNLIKELY(entry == 0 || category > kMostDcCategory)) return false;
+    if (HWY_UNLIKELY(entry == 0 || category > kMaxDcCategory)) return false;
     *difference = TakeDifference(category);
     return true;
   }
 
-  // The next bits as they are, 0 to 16.
+  // The next 0 to 16 bits.
   HWY_INLINE uint32_t TakeBits(uint32_t count) {
     const auto bits = static_cast<uint32_t>(window_ >> 1 >> (63 - count));
     ReadCarefully(taken_ + count);
@@ -181,28 +196,29 @@ class QuickReader {
     return bits;
   }
 
-  // False: the careful reader may have met what is not known to be here.
+  // False: the careful reader may have read bytes that are not verified here.
   HWY_INLINE bool Finish(Progress* progress) {
-    if (HWY_UNLIKELY(read_ > refill_behind_ + kUsualBits) && !Refill()) return false;
+    if (HWY_UNLIKELY(read_ > refill_after_ + kUsualBits) && !Refill()) return false;
     *progress = {taken_, read_};
     return true;
   }
 
  private:
-  static constexpr size_t kUsualBits = kFastCodeBits + 15;
+  static constexpr size_t kUsualBits = kFastCodeBits + 15;  // a short code and the longest AC value
 
   HWY_INLINE void Use(uint32_t count) {
     window_ <<= count;
     taken_ += count;
   }
 
-  // What the careful reader does before it takes the bits up to `end`. No branch: it would be a guess.
+  // The reference reader's refill before it takes the bits up to `end`. A branch here would be
+  // mispredicted often.
   HWY_INLINE void ReadCarefully(size_t end) {
     const size_t filled = (taken_ + 32) & ~size_t{7};
     read_ = read_ < end ? filled : read_;
   }
 
-  // A code of 9 to 16 bits at the start of 16, as an entry of a fast table; 0: there is none.
+  // A code of 9 to 16 bits, the first of 16, as an entry of a fast table; 0: there is none.
   static HWY_NOINLINE uint32_t FindLongCode(const zepiDecodeHuffmanSpec& table, uint32_t bits) {
     for (int length = kFastCodeBits + 1; length <= kMaxCodeBits; ++length) {
       const uint32_t code = bits >> (kMaxCodeBits - length);
@@ -216,23 +232,24 @@ class QuickReader {
   Bytes bytes_;
   size_t taken_;
   size_t read_ = 8 * kStateBytes;
-  size_t refill_behind_ = 0;
+  size_t refill_after_ = 0;
   uint64_t window_ = 0;  // the next bit is the highest
 };
 
-// What only a caller's own hand can make otherwise is left to the careful way, and markers too.
+// Hand-edited states and pending markers go to the reference reader.
 inline bool IsUsual(const Source& from, const zepiDecodeHuffmanState& state) {
   return *from.marker == 0 && *from.position >= 0 && *from.position <= from.length &&
          state.reserved == 0 && static_cast<uint32_t>(state.numBits) <= 8 * kStateBytes;
 }
 
-// Calls take(bytes, unused, &progress), with the number of bits that are left in the state; where it
-// succeeds, position and state move on. False: nothing was changed.
+// Calls take(bytes, unused, &progress) with the number of valid bits in the state. If it succeeds,
+// position and state advance. False: neither has changed.
 template <class Take>
 HWY_INLINE bool ReadPlain(const Source& from, zepiDecodeHuffmanState* state, const Take& take) {
   const int64_t start = int64_t{*from.position} - int64_t{kStateBytes};
   if (start < 0 || !IsUsual(from, *state)) return false;
-  // The state's bytes are in the source too, so that nothing waits for what the call before stored.
+  // The state's bytes are loaded from the source, where they are too: a load from the state would
+  // wait for the stores of the previous call.
   const uint8_t* const bytes = from.bytes + start;
   if (LoadBigEndian32(bytes) != state->bits) return false;
   Progress progress;

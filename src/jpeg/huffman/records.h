@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What the records of the Huffman coders have in common: the query of their size, allocation, release.
+// What the tables and states of the Huffman coders have in common: the query of their size,
+// allocation, release.
 #ifndef ZEPJP_SRC_JPEG_HUFFMAN_RECORDS_H_
 #define ZEPJP_SRC_JPEG_HUFFMAN_RECORDS_H_
 
@@ -10,12 +11,12 @@ namespace zepjp {
 
 template <class Record>
 zepStatus StoreRecordSize(int32_t* size) {
-  if (size == nullptr) return zepStatusNullPtr;
+  if (auto bad = Checks().Ptr(size).Failed()) return bad;
   *size = static_cast<int32_t>(sizeof(Record));
   return zepStatusOk;
 }
 
-// `*record` becomes null, and the status that of a null pointer, where memory is short.
+// If memory is short, `*record` becomes null and the status is that of a null pointer.
 template <class Record>
 zepStatus AllocateRecord(Record** record) {
   *record = static_cast<Record*>(Allocate(static_cast<int32_t>(sizeof(Record))));
@@ -23,7 +24,7 @@ zepStatus AllocateRecord(Record** record) {
 }
 
 inline zepStatus FreeRecord(void* record) {
-  if (record == nullptr) return zepStatusNullPtr;
+  if (auto bad = Checks().Ptr(record).Failed()) return bad;
   Release(record);
   return zepStatusOk;
 }

@@ -1,5 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Which coefficients of a block count, in zigzag order, found with vectors. Included once per instruction set.
+// Masks of the coefficients of a block in zigzag order, made with vectors: bit k is that of zigzag
+// index k. Included once per instruction set.
+//
+// AVX-512 permutes the 64 coefficients themselves (vpermt2w twice). The others compare them in
+// natural order, pack the 64 flags into four registers of bytes, and collect the bytes of each 16
+// zigzag indexes from the registers that hold them: four byte shuffles for each group at most,
+// fewer at the corners.
 #if defined(ZEPJP_SRC_JPEG_HUFFMAN_ZIGZAG_SCAN_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #  ifdef ZEPJP_SRC_JPEG_HUFFMAN_ZIGZAG_SCAN_INL_H_
 #    undef ZEPJP_SRC_JPEG_HUFFMAN_ZIGZAG_SCAN_INL_H_
@@ -12,8 +18,7 @@
 #  include "simd/ops-inl.h"
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 #  if HWY_TARGET == HWY_AVX3
@@ -35,7 +40,7 @@ class ZigzagScan {
     return _mm512_test_epi16_mask(first_, first_) |
            uint64_t{_mm512_test_epi16_mask(second_, second_)} << 32;
   }
-  // The magnitudes from `least` on, 1 to 32768.
+  // Magnitudes of at least `least`, which is 1 to 32768.
   HWY_INLINE uint64_t AtLeast(uint32_t least) const {
     const __m512i limit = _mm512_set1_epi16(static_cast<int16_t>(least));
     return _mm512_cmpge_epu16_mask(_mm512_abs_epi16(first_), limit) |
@@ -55,8 +60,8 @@ class ZigzagScan {
 
 #  else
 
-// For the zigzag indexes 16 g .. 16 g + 15: the bytes of the natural positions 16 s .. 16 s + 15 that
-// come there; others give 0.
+// bytes[g][s]: for the zigzag indexes 16 g .. 16 g + 15, which of the natural positions 16 s .. 16
+// s + 15 each one is; -1, which shuffles to 0, if it is in another register.
 struct ZigzagShuffle {
   alignas(16) int8_t bytes[4][4][16];
   bool is_used[4][4];
@@ -81,7 +86,7 @@ class ZigzagScan {
   HWY_INLINE uint64_t NonZero() const {
     return Where([](V16 values) ZEP_ATTR { return values; });
   }
-  // The magnitudes from `least` on, 1 to 32768.
+  // Magnitudes of at least `least`, which is 1 to 32768.
   HWY_INLINE uint64_t AtLeast(uint32_t least) const {
     const auto below = hn::Set(DU16(), static_cast<uint16_t>(least - 1));
     return Where([=](V16 values) ZEP_ATTR {
@@ -100,7 +105,7 @@ class ZigzagScan {
   using V8 = hn::VFromD<D8>;
   using V16 = hn::VFromD<D16>;
 
-  // 0 for each of 16 coefficients of which `map` makes 0.
+  // A byte for each of 16 coefficients: 0 if map(coefficient) is 0, else 1.
   template <class Map>
   HWY_INLINE V8 Flags(const int16_t* from, const Map& map) const {
     const auto flag = [&](const int16_t* at) ZEP_ATTR {
@@ -144,8 +149,7 @@ class ZigzagScan {
 #  endif
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #endif

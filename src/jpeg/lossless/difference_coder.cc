@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Coding of differences in lossless JPEG (ITU-T T.81, H.1.2.2): the code of a category and its extra bits, one
-// difference or rows of up to four interleaved components at a time.
+// Coding of differences in lossless JPEG (ITU-T T.81, H.1.2.2): the code of a category and its
+// extra bits, one difference or rows of up to four interleaved components at a time.
 //
-// As with blocks there are two ways to the same bytes, positions and states: a quick one for several samples,
-// which gives up without a trace, and a careful one, sample by sample.
+// As with blocks, a fast coder and the reference coder give the same bytes, positions and states.
+// The fast one takes several samples at a time, and changes nothing if it gives up (little room, a
+// symbol without a code, a marker, the end of the source); the reference coder then goes sample by
+// sample. Long rows are decoded in chunks by row_reader.h.
 #include <algorithm>
 #include <cstring>
 
@@ -17,29 +19,27 @@
 #include "jpeg/lossless/row_reader.h"
 #include "simd/dispatch.h"
 
-// Scalar code, compiled for its shifts: AVX2's processors have BMI2 too.
-#define HWY_DISABLED_TARGETS (HWY_SSE4 | HWY_AVX3)
-#undef HWY_TARGET_INCLUDE
+#define HWY_DISABLED_TARGETS ZEP_ALL_BUT_SCALAR_TARGETS
 #define HWY_TARGET_INCLUDE "jpeg/lossless/difference_coder.cc"
 #include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#include "simd/scalar-inl.h"
 
 #ifndef ZEPJP_DIFFERENCE_CODER_KERNELS
 #  define ZEPJP_DIFFERENCE_CODER_KERNELS
 namespace zepjp {
 namespace {
 
-constexpr int kMostComponents = 4;
+constexpr int kMaxComponents = 4;
 
 // Rows of the components of a scan with their tables.
 struct RowsToEncode {
-  const int16_t* rows[kMostComponents];
-  const zepiEncodeHuffmanSpec* tables[kMostComponents];
+  const int16_t* rows[kMaxComponents];
+  const zepiEncodeHuffmanSpec* tables[kMaxComponents];
   int components;
 };
 struct RowsToDecode {
-  int16_t* rows[kMostComponents];
-  const zepiDecodeHuffmanSpec* tables[kMostComponents];
+  int16_t* rows[kMaxComponents];
+  const zepiDecodeHuffmanSpec* tables[kMaxComponents];
   int components;
 };
 
@@ -51,14 +51,14 @@ struct Kernels {
 };
 
 // The difference 32768 has a category of its own and no extra bits.
-constexpr uint32_t kMostCategory = 16;
-constexpr uint32_t NumExtraBits(uint32_t category) { return category % kMostCategory; }
+constexpr uint32_t NumExtraBits(uint32_t category) { return category % kMaxDcCategory; }
 constexpr int32_t kFarDifference = -32768;
 
-// So many columns are coded at once.
+// How many columns are coded at once.
 constexpr size_t kColumns = 32;
 
-// For so many differences: each takes 31 bits at most, each byte may be stuffed, and whole words are stored.
+// The room for `count` differences: each takes 31 bits at most, every byte may be stuffed, and
+// whole words are stored.
 constexpr int64_t RoomFor(size_t count) {
   return 2 * ((7 + 31 * static_cast<int64_t>(count) + 7) / 8) + 8;
 }
@@ -77,14 +77,14 @@ class TableCodes {
   const RowsToEncode& rows_;
 };
 
-// The same where so many differences follow that it is worth to put the codes into place before.
+// The same for long rows, for which it pays to rearrange the codes of the tables first.
 class ListedCodes {
  public:
   static constexpr size_t kWorth = 256;
 
   explicit ListedCodes(const RowsToEncode& rows) {
     for (int i = 0; i < rows.components; ++i) {
-      for (uint32_t category = 0; category <= kMostCategory; ++category) {
+      for (uint32_t category = 0; category <= kMaxDcCategory; ++category) {
         const uint64_t entry = rows.tables[i]->entry[category];
         const uint64_t length = entry >> 16, extra = NumExtraBits(category);
         const uint64_t code = entry & ((uint64_t{1} << length % 32) - 1);
@@ -102,8 +102,8 @@ class ListedCodes {
   }
 
  private:
-  uint64_t codes_[kMostComponents]
-                 [kMostCategory + 1];  // above 8 bits for their length with extra bits
+  uint64_t codes_[kMaxComponents]
+                 [kMaxDcCategory + 1];  // above 8 bits for their length with extra bits
 };
 
 template <class Codes>
@@ -144,15 +144,15 @@ HWY_INLINE bool TakeDifferences(const RowsToDecode& rows, size_t begin, size_t e
   QuickReader<Bytes> reader(bytes, unused);
   if (!reader.Refill()) return false;
   // What is given up has written nothing: the careful way may fail at an earlier sample.
-  int16_t taken[kMostComponents][kColumns];
+  int16_t taken[kMaxComponents][kColumns];
   for (size_t x = begin; x < end; ++x) {
     for (int i = 0; i < rows.components; ++i) {
       if (!reader.Ensure()) return false;
       const uint32_t entry = reader.TakeSymbol(*rows.tables[i]);
       const uint32_t category = entry & 0xFFFF;
-      if (HWY_UNLIKELY(entry == 0 || category > kMostCategory)) return false;
+      if (HWY_UNLIKELY(entry == 0 || category > kMaxDcCategory)) return false;
       int32_t difference = reader.TakeDifference(NumExtraBits(category));
-      if (HWY_UNLIKELY(category == kMostCategory)) difference = kFarDifference;
+      if (HWY_UNLIKELY(category == kMaxDcCategory)) difference = kFarDifference;
       taken[i][x - begin] = static_cast<int16_t>(difference);
     }
   }
@@ -167,9 +167,9 @@ zepStatus TakeDifference(const zepiDecodeHuffmanSpec& table, BitReader* reader,
                          int32_t* difference) {
   uint32_t category = 0, bits = 0;
   if (auto bad = reader->TakeSymbol(table, &category)) return bad;
-  if (category > kMostCategory) return zepStatusBadHuffCode;
+  if (category > kMaxDcCategory) return zepStatusBadHuffCode;
   const uint32_t extra = NumExtraBits(category);
-  *difference = category == kMostCategory ? kFarDifference : 0;
+  *difference = category == kMaxDcCategory ? kFarDifference : 0;
   if (extra == 0) return zepStatusOk;
   if (auto bad = reader->Take(static_cast<int>(extra), &bits)) return bad;
   *difference = ValueOf(extra, bits);
@@ -191,13 +191,14 @@ zepStatus DecodeCarefully(const RowsToDecode& rows, size_t begin, size_t end, co
   return status;
 }
 
-// In long rows chunks of so many differences go through RowReader, which has tables to make first.
+// Long rows are decoded in chunks of kLongChunk differences by RowReader, whose tables must be made
+// first; fewer than kLeastChunk are not worth it.
 constexpr size_t kLongChunk = 2048, kLeastChunk = 128;
 
 struct LongChunk {
-  ShortCode lists[kMostComponents][kShortCodes];
-  const ShortCode* codes[kMostComponents];
-  int16_t differences[kLongChunk];  // a row of a component behind that of the one before
+  ShortCode lists[kMaxComponents][kShortCodes];
+  const ShortCode* codes[kMaxComponents];
+  int16_t differences[kLongChunk];  // component after component
 };
 
 // Components with the same table have the same list.
@@ -225,7 +226,8 @@ HWY_INLINE size_t TakeColumns(const RowsToDecode& rows, size_t columns, RowReade
   return columns;
 }
 
-// The columns from `begin` on; returns how many were possible, and where not all were, has changed nothing.
+// The columns from `begin` on; returns how many were possible, and where not all were, has changed
+// nothing.
 HWY_INLINE size_t DecodeChunk(const RowsToDecode& rows, size_t begin, size_t columns,
                               const Source& from, zepiDecodeHuffmanState* state, LongChunk* chunk) {
   if (!IsUsual(from, *state)) return 0;
@@ -240,8 +242,8 @@ HWY_INLINE size_t DecodeChunk(const RowsToDecode& rows, size_t begin, size_t col
   return columns;
 }
 
-// How many columns at the start of a row could be decoded by long chunks. Before a marker, the end or a bad code a
-// chunk is tried once more with what was possible.
+// Decodes the start of a row in long chunks; returns how many columns. A chunk that meets a marker,
+// the end or a bad code is decoded once more up to there.
 HWY_INLINE size_t DecodeLong(const RowsToDecode& rows, size_t width, const Source& from,
                              zepiDecodeHuffmanState* state) {
   const auto components = static_cast<size_t>(rows.components);
@@ -264,16 +266,8 @@ HWY_INLINE size_t DecodeLong(const RowsToDecode& rows, size_t width, const Sourc
 }  // namespace zepjp
 #endif
 
-// For lambdas too.
-#undef ZEP_BITS_ATTR
-#if HWY_TARGET == HWY_AVX2
-#  define ZEP_BITS_ATTR __attribute__((target("bmi,bmi2,lzcnt")))
-HWY_PUSH_ATTRIBUTES("bmi,bmi2,lzcnt")
-#else
-#  define ZEP_BITS_ATTR
-#endif
-namespace zepjp {
-namespace HWY_NAMESPACE {
+ZEP_BEFORE_SCALAR_NAMESPACE("bmi,bmi2,lzcnt");
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 template <class Codes>
@@ -299,23 +293,21 @@ zepStatus Decode(const RowsToDecode& rows, size_t width, const Source& from,
                  zepiDecodeHuffmanState* state) {
   for (size_t x = DecodeLong(rows, width, from, state); x < width; x += kColumns) {
     const size_t end = std::min(x + kColumns, width);
-    const auto take = [&](const auto& bytes, uint32_t unused, Progress* progress) ZEP_BITS_ATTR {
-      return TakeDifferences(rows, x, end, bytes, unused, progress);
-    };
+    const auto take = [&](const auto& bytes, uint32_t unused, Progress* progress)
+                          ZEP_SCALAR_ATTR("bmi,bmi2,lzcnt") {
+                            return TakeDifferences(rows, x, end, bytes, unused, progress);
+                          };
     if (ReadPlain(from, state, take) || ReadStuffed(from, state, take)) continue;
     if (auto bad = DecodeCarefully(rows, x, end, from, state)) return bad;
   }
   return zepStatusOk;
 }
 
-constexpr Kernels kKernels = {Encode, Decode};
+constexpr Kernels kKernels = {.encode = Encode, .decode = Decode};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
-#if HWY_TARGET == HWY_AVX2
-HWY_POP_ATTRIBUTES
-#endif
+}  // namespace zepjp::HWY_NAMESPACE
+ZEP_AFTER_SCALAR_NAMESPACE();
 
 #if HWY_ONCE
 namespace zepjp {
@@ -326,18 +318,19 @@ Kernels kernels;
 ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 
 bool IsBadCount(int32_t width, int32_t components) {
-  return width < 1 || components < 1 || components > kMostComponents;
+  return width < 1 || components < 1 || components > kMaxComponents;
 }
 
 }  // namespace
 }  // namespace zepjp
+
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiEncodeHuffmanOne_JPEG_16s1u_C1(const int16_t* pSrc, uint8_t* pDst,
                                                       int32_t dstLenBytes, int32_t* pDstCurrPos,
                                                       const zepiEncodeHuffmanSpec* pTable,
                                                       zepiEncodeHuffmanState* pEncHuffState,
                                                       int32_t bFlushState) {
-  using namespace zepjp;
   const Destination to = {pDst, dstLenBytes, pDstCurrPos};
   if (auto bad = CheckDestination(to, pEncHuffState)) return bad;
   if (bFlushState != 0) return BitWriter(to, pEncHuffState).Flush();
@@ -349,7 +342,6 @@ zepStatus ZEP_CALL zepiEncodeHuffmanRow_JPEG_16s1u_P4C1(
     const int16_t* const pSrc[4], uint8_t* pDst, int32_t dstLenBytes, int32_t* pDstCurrPos,
     int32_t width, int32_t nComponents, const zepiEncodeHuffmanSpec* const pTable[4],
     zepiEncodeHuffmanState* pEncHuffState, int32_t bFlushState) {
-  using namespace zepjp;
   const Destination to = {pDst, dstLenBytes, pDstCurrPos};
   if (auto bad = CheckDestination(to, pEncHuffState)) return bad;
   if (bFlushState != 0) return BitWriter(to, pEncHuffState).Flush();
@@ -373,7 +365,6 @@ zepStatus ZEP_CALL zepiDecodeHuffmanOne_JPEG_1u16s_C1(const uint8_t* pSrc, int32
                                                       int32_t* pMarker,
                                                       const zepiDecodeHuffmanSpec* pTable,
                                                       zepiDecodeHuffmanState* pDecHuffState) {
-  using namespace zepjp;
   if (auto bad = Checks()
                      .Ptr(pSrc)
                      .Refuse(srcLenBytes < 0, zepStatusBadArg)
@@ -393,7 +384,6 @@ zepStatus ZEP_CALL zepiDecodeHuffmanRow_JPEG_1u16s_C1P4(
     const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcCurrPos, int16_t* const pDst[4],
     int32_t width, int32_t nComponents, int32_t* pMarker,
     const zepiDecodeHuffmanSpec* const pTable[4], zepiDecodeHuffmanState* pDecHuffState) {
-  using namespace zepjp;
   if (auto bad = Checks()
                      .Ptr(pSrc)
                      .Refuse(srcLenBytes < 0, zepStatusBadArg)

@@ -1,18 +1,19 @@
 // SPDX-License-Identifier: MIT
-// Prediction of lossless JPEG (ITU-T T.81, H.1.2.1): rows of samples to differences and back, modulo 65536.
+// Prediction of lossless JPEG (ITU-T T.81, H.1.2.1): rows of samples to differences and back,
+// modulo 65536.
 //
-// With x the row, b the row above and c = b one sample to the left, predictor 1 is the left neighbour, 2 is b,
-// 3 is c, 4 is left + b - c, 5 is left + ((b - c) >> 1), 6 is b + ((left - c) >> 1), 7 is (left + b) >> 1.
+// With x the row, b the row above and c = b one sample to the left, predictor 1 is the left
+// neighbour, 2 is b, 3 is c, 4 is left + b - c, 5 is left + ((b - c) >> 1), 6 is b + ((left - c) >>
+// 1), 7 is (left + b) >> 1.
 //
-// Forward every predictor is a formula over vectors. Back, 2 and 3 are too; 1, 4 and 5 are running sums of what
-// is known beforehand, a few steps for a vector; 6 and 7 halve what was reconstructed last and go sample by
-// sample.
+// Forward, every predictor is a formula over vectors. Inverse, so are 2 and 3; 1, 4 and 5 are
+// running sums of values known beforehand, which take log2(lanes) steps for a vector; 6 and 7 halve
+// the last reconstructed sample, so they go sample by sample.
 #include <algorithm>
 
 #include "frame/checks.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/lossless/prediction.cc"
 #include "hwy/foreach_target.h"
 #include "simd/ops-inl.h"
@@ -48,8 +49,7 @@ inline void Put(uint8_t* row, size_t x, uint32_t sample) {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 using D = hn::ScalableTag<uint16_t>;
@@ -227,15 +227,14 @@ void InverseRow7(const uint8_t* src, const uint8_t* above, uint8_t* dst, size_t 
 }
 
 constexpr Kernels kKernels = {
-    {ForwardRow<1>, ForwardRow<2>, ForwardRow<3>, ForwardRow<4>, ForwardRow<5>, ForwardRow<6>,
-     ForwardRow<7>},
-    {InverseRow<1>, InverseRow<2>, InverseRow<3>, InverseRow<4>, InverseRow<5>, InverseRow6,
-     InverseRow7},
+    .forward = {ForwardRow<1>, ForwardRow<2>, ForwardRow<3>, ForwardRow<4>, ForwardRow<5>,
+                ForwardRow<6>, ForwardRow<7>},
+    .inverse = {InverseRow<1>, InverseRow<2>, InverseRow<3>, InverseRow<4>, InverseRow<5>,
+                InverseRow6, InverseRow7},
 };
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
@@ -277,9 +276,10 @@ uint32_t Base(int32_t precision, int32_t point_transform) {
 }  // namespace
 }  // namespace zepjp
 
+using namespace zepjp;
+
 zepStatus ZEP_CALL zepiDiffPredFirstRow_JPEG_16s_C1(const int16_t* pSrc, int16_t* pDst,
                                                     int32_t width, int32_t P, int32_t Pt) {
-  using namespace zepjp;
   if (auto bad = CheckFirstRow(pSrc, pDst, width, P, Pt)) return bad;
   const uint32_t first = Get(Bytes(pSrc), 0) - Base(P, Pt);
   kernels.forward[0](Bytes(pSrc), nullptr, Bytes(pDst), static_cast<size_t>(width));
@@ -289,7 +289,6 @@ zepStatus ZEP_CALL zepiDiffPredFirstRow_JPEG_16s_C1(const int16_t* pSrc, int16_t
 
 zepStatus ZEP_CALL zepiDiffPredRow_JPEG_16s_C1(const int16_t* pSrc, const int16_t* pPrevRow,
                                                int16_t* pDst, int32_t width, int32_t predictor) {
-  using namespace zepjp;
   if (auto bad = CheckRow(pSrc, pPrevRow, pDst, width, predictor)) return bad;
   const uint32_t first = Get(Bytes(pSrc), 0) - Get(Bytes(pPrevRow), 0);
   kernels.forward[predictor - 1](Bytes(pSrc), Bytes(pPrevRow), Bytes(pDst),
@@ -300,7 +299,6 @@ zepStatus ZEP_CALL zepiDiffPredRow_JPEG_16s_C1(const int16_t* pSrc, const int16_
 
 zepStatus ZEP_CALL zepiReconstructPredFirstRow_JPEG_16s_C1(const int16_t* pSrc, int16_t* pDst,
                                                            int32_t width, int32_t P, int32_t Pt) {
-  using namespace zepjp;
   if (auto bad = CheckFirstRow(pSrc, pDst, width, P, Pt)) return bad;
   Put(Bytes(pDst), 0, Get(Bytes(pSrc), 0) + Base(P, Pt));
   kernels.inverse[0](Bytes(pSrc), nullptr, Bytes(pDst), static_cast<size_t>(width));
@@ -310,7 +308,6 @@ zepStatus ZEP_CALL zepiReconstructPredFirstRow_JPEG_16s_C1(const int16_t* pSrc, 
 zepStatus ZEP_CALL zepiReconstructPredRow_JPEG_16s_C1(const int16_t* pSrc, const int16_t* pPrevRow,
                                                       int16_t* pDst, int32_t width,
                                                       int32_t predictor) {
-  using namespace zepjp;
   if (auto bad = CheckRow(pSrc, pPrevRow, pDst, width, predictor)) return bad;
   Put(Bytes(pDst), 0, Get(Bytes(pSrc), 0) + Get(Bytes(pPrevRow), 0));
   kernels.inverse[predictor - 1](Bytes(pSrc), Bytes(pPrevRow), Bytes(pDst),

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
-// The quickest way to read many differences: eight bits tell how far to move on, so that the next code waits for one
-// look-up and one shift.
+// The fastest reader, for many differences: a look-up by the next eight bits gives the length of a
+// code together with its extra bits, so that the next code depends on one look-up and one shift
+// only.
 //
-// It fills at the moments at which the careful reader fills, and as far, so that position and state need no thought:
-// where fewer bits are ahead than are needed, to 25 bits or more. That comes every 20 bits or so, as rarely as
-// another rule would want it.
+// It refills exactly when the reference reader (jpeg/huffman/bit_reader.h) does, and as far: if
+// fewer bits are valid than are needed, to 25 bits or more. So position and state come out right
+// without a separate count, and a refill every 20 bits or so is no more than any other rule would
+// need.
 #ifndef ZEPJP_SRC_JPEG_LOSSLESS_ROW_READER_H_
 #define ZEPJP_SRC_JPEG_LOSSLESS_ROW_READER_H_
 
@@ -18,9 +20,10 @@
 
 namespace zepjp {
 
-// What eight bits at the start of a code say of it and the extra bits behind it, in one word: from the lowest byte
-// on the bits of both, the length of the code, 63 less the extra bits; in the upper half as many ones as extra
-// bits. Where they do not hold all of the code, or its category is 16, the bits are more than there ever are.
+// What the first eight bits of a code say about it and its extra bits, in one word. From the lowest
+// byte on: the length of both, the length of the code, 63 less the number of extra bits; in the
+// upper half, as many 1 bits as there are extra bits. If the code is longer than eight bits, or its
+// category is 16, the length of both is kNotShort.
 using ShortCode = uint64_t;
 constexpr size_t kShortCodes = size_t{1} << kFastCodeBits;
 constexpr uint32_t kNotShort = 255;
@@ -45,8 +48,8 @@ class RowReader {
         window_(state.numBits > 0 ? uint64_t{state.bits} << (64 - state.numBits) : 0),
         ahead_(static_cast<uint32_t>(state.numBits)) {}
 
-  // The next difference. False: there is no such code, or a marker or the end comes too early; then the reader is
-  // of no more use.
+  // The next difference. False: there is no such code, or a marker or the end comes too early; then
+  // the reader is of no more use.
   HWY_INLINE bool Take(const zepiDecodeHuffmanSpec& table, const ShortCode* codes,
                        int16_t* difference) {
     if (ahead_ < kFastCodeBits && HWY_UNLIKELY(!Fill())) return false;
@@ -88,7 +91,8 @@ class RowReader {
     return static_cast<int16_t>(static_cast<uint16_t>(bits - (ones & ~is_positive)));
   }
 
-  // Any code: as the careful reader takes it. Works on a copy, so that the window need not be in memory.
+  // Any code: as the careful reader takes it. Works on a copy, so that the window need not be in
+  // memory.
   HWY_INLINE bool TakeAny(const zepiDecodeHuffmanSpec& table, int16_t* difference) {
     RowReader copy = *this;
     const bool is_done = copy.TakeCarefully(table, difference);
@@ -130,7 +134,8 @@ class RowReader {
     return false;
   }
 
-  // To 25 bits or more. Bits behind those may be set: they are those of the bytes that follow.
+  // Refills to 25 bits or more. The bits after the valid ones may be set: they are those of the
+  // bytes that follow.
   HWY_INLINE bool Fill() {
     if (HWY_LIKELY(end_ - next_ >= 8)) {
       const uint64_t bytes = LoadBigEndian64(next_);

@@ -1,5 +1,22 @@
 // SPDX-License-Identifier: MIT
 // The MQ coder (ISO/IEC 15444-1, annex C), and bits that bypass it (D.6).
+//
+// A binary arithmetic coder. Each context has a state: an estimate Qe of the probability of the
+// less probable symbol (LPS), an index into a table of 47, and which symbol is the more probable
+// one (MPS). The interval A, 0x8000 to 0xFFFF in 16 bits, is divided: Qe for the LPS, A - Qe for
+// the MPS (exchanged where that is less than Qe). The code register C, the interval's lower end,
+// moves up by Qe when the upper part is chosen. If A falls below 0x8000 both are shifted left
+// (renormalisation), the state of the context changes, and every 8 shifts a byte goes out: 7 bits
+// after an FF, so that a carry has room.
+//
+// Which symbols come is close to random, so a branch on the symbol costs more than all arithmetic.
+// Both coders compute either outcome with masks, and branch only where they can be sure to win: on
+// an MPS that needs no renormalisation, and on runs of zeros.
+//
+//   encoder   C in 64 bits, so that a shift by several bits needs no loop; CT, the room before the
+//             next byte, from 12
+//   decoder   C and A in the upper bits of 64, at bit 47; up to 32 bits of the segment lie below,
+//             ready to be shifted in
 #ifndef ZEPJP_SRC_JPEG2K_CODEBLOCK_MQ_CODER_H_
 #define ZEPJP_SRC_JPEG2K_CODEBLOCK_MQ_CODER_H_
 
@@ -13,16 +30,17 @@
 
 namespace zepjp::codeblock {
 
-// Where the coder stands: `code`, `interval` and `room` are the registers C, A and CT of the standard.
+// The registers: `code`, `interval` and `room` are C, A and CT of the standard.
 struct MqPosition {
   uint64_t code = 0;
   uint32_t interval = 0x8000;
   int32_t room = 12;
   size_t size = 0;    // bytes of the block so far
-  uint32_t last = 0;  // of them, to which a carry may still come
+  uint32_t last = 0;  // the last of them, which may still get a carry
 };
 
-// Appends to the bytes of a block. In front of the first there is one that is no FF; no segment ends in FF.
+// Appends to the bytes of a block. The byte before the first one exists and is not FF. No segment
+// ends in FF.
 class MqEncoder {
  public:
   void Start(uint8_t* bytes, size_t size) {
@@ -52,7 +70,7 @@ class MqEncoder {
     return at;
   }
 
-  // The standard's end of a segment; the size of all bytes.
+  // Ends a segment by the procedure of C.2.9; returns the size of all bytes.
   size_t Flush() {
     const uint64_t limit = at_.code + at_.interval;
     at_.code |= 0xFFFF;
@@ -65,8 +83,9 @@ class MqEncoder {
     return DropFinalFf();
   }
 
-  // Its predictable termination (D.4.2): as many bytes as hold the bits that were shifted out of the
-  // interval. They are the code register's own, so that a decoder can tell them from others.
+  // Ends a segment by predictable termination (D.4.2): with as many bytes as hold the bits that
+  // were shifted out of the interval, exactly as the code register has them, so that a decoder can
+  // check them.
   size_t FlushPredictably() {
     for (int left = MqPosition().room - at_.room; left > 0; left -= at_.room) {
       at_.code <<= at_.room;
@@ -76,9 +95,9 @@ class MqEncoder {
     return DropFinalFf();
   }
 
-  // How many of the finished segment's bytes suffice to decode what was coded up to a position: with the
-  // ones that a decoder reads behind them, they must lead into the interval. (More bytes only fall short of
-  // it where FF comes before one that brings a carry.)
+  // How many of the finished segment's bytes are enough to decode everything up to a position:
+  // followed by the 1 bits that a decoder reads after the end, they must lie in the interval. (More
+  // bytes miss it only if an FF precedes a byte that carries.)
   static size_t LengthUpTo(const MqPosition& position, const uint8_t* bytes, size_t start,
                            size_t total) {
     constexpr int kPoint = 56;  // of numbers in units of the last byte's lowest bit
@@ -105,12 +124,13 @@ class MqEncoder {
     return at_.size;
   }
 
-  // Of a byte behind FF only seven bits count.
+  // Whether all bits of a byte are 1; of a byte after FF only seven count.
   static bool IsOnes(const uint8_t* bytes, size_t start, size_t i) {
     return bytes[i] == 0xFF || (bytes[i] == 0x7F && i > start && bytes[i - 1] == 0xFF);
   }
 
-  // Those that take no scaling, at most so many: returns their number.
+  // Codes zeros of the run-length context that need no renormalisation, up to `most`; returns how
+  // many.
   HWY_INLINE static uint32_t SkipZeroRuns(uint32_t most, uint32_t run_state, MqPosition* at) {
     const auto qe = static_cast<uint32_t>(kEncoderStates[run_state] >> kEncoderPoint);
     uint32_t count = 0;
@@ -132,7 +152,7 @@ class MqEncoder {
       at->code += qe;
       return;
     }
-    // The smaller part is always the less probable symbol's. No jumps: they could not be foreseen.
+    // The LPS always has the smaller part. Masks instead of branches, which would be mispredicted.
     const uint32_t lower = 0u - ((interval - qe) >> 31 ^ is_lps);  // all ones: the lower part
     at->code += qe & ~lower;
     const uint32_t left = interval ^ ((interval ^ qe) & lower);
@@ -142,11 +162,11 @@ class MqEncoder {
     at->interval = left << shift;
     at->code <<= shift;
     at->room -= shift;
-    while (__builtin_expect(at->room <= 0, 0)) PutByte(at);
+    while (HWY_UNLIKELY(at->room <= 0)) PutByte(at);
   }
 
-  // `room` is how far the code was shifted beyond a byte, or 0. A carry goes into the last byte; behind FF
-  // comes a byte with room for a carry.
+  // `room` is 0, or minus how far the code was shifted past a byte. A carry goes into the last
+  // byte, unless that is FF: then the next byte takes only seven bits and has room for a carry.
   HWY_INLINE void PutByte(MqPosition* at) const {
     uint8_t* last = bytes_ + at->size - 1;
     int low = 19 - at->room;  // bits that stay
@@ -168,7 +188,7 @@ class MqEncoder {
   MqPosition at_;
 };
 
-// Bits as they are; in a byte behind FF seven.
+// Bits that bypass the coder: eight to a byte, seven after FF.
 class RawEncoder {
  public:
   void Start(uint8_t* bytes, size_t size) { *this = RawEncoder(bytes, size); }
@@ -183,17 +203,18 @@ class RawEncoder {
     bits_ = 0;
   }
 
-  // Bytes with what was put so far.
+  // The bytes so far, with an incomplete last one.
   size_t size() const { return size_ + (bits_ > 0 ? 1 : 0); }
 
-  // Fills the last byte with 0, 1, 0 ...; an FF at the end is left out, because decoders read it there.
+  // Pads the last byte with 0, 1, 0 ...; leaves out an FF at the end, because decoders read FF
+  // there anyway.
   size_t Flush() {
     FillLast();
     if (EndsInFf()) --size_;
     return size_;
   }
 
-  // The same for predictable termination: behind an FF at the end comes a byte of such bits alone.
+  // The same for predictable termination: a last FF is followed by a byte of padding.
   size_t FlushPredictably() {
     FillLast();
     if (EndsInFf()) bytes_[size_++] = kPadding;
@@ -218,10 +239,10 @@ class RawEncoder {
   int capacity_ = 8;
 };
 
-// Reads a segment, and ones behind its end or a marker.
+// Reads a segment, and 1 bits after its end or a marker.
 //
-// Code and interval fill the upper bits of 64, with up to 32 bits of the segment below them that are not
-// needed yet.
+// `excess_` is the interval less its half, 0x8000: it becomes negative exactly when renormalisation
+// is due.
 class MqDecoder {
  public:
   HWY_INLINE MqDecoder(const uint8_t* bytes, size_t size, const ContextStates& states)
@@ -243,19 +264,18 @@ class MqDecoder {
     return states;
   }
 
-  // For symbols of which most can be foreseen.
+  // For contexts whose symbols are mostly the MPS: branches on renormalisation.
   HWY_INLINE uint32_t Decode(uint32_t context) {
     const uint64_t state = contexts_[context];
     const uint64_t qe = state & kEstimateBits;
     const uint64_t excess = excess_ - qe, code = code_ - qe;
-    if (__builtin_expect(static_cast<int64_t>(excess | code) < 0, 0))
-      return DecodeUnforeseen(context);
+    if (HWY_UNLIKELY(static_cast<int64_t>(excess | code) < 0)) return DecodeUnpredictable(context);
     excess_ = excess;
     code_ = code;
     return state & 1;
   }
 
-  // Zeros of a context, at most so many, that take no scaling: returns their number.
+  // Decodes zeros of a context that need no renormalisation, up to `most`; returns how many.
   HWY_INLINE uint32_t SkipZeros(uint32_t context, uint32_t most) {
     const uint64_t state = contexts_[context];
     const uint64_t qe = state & kEstimateBits;
@@ -268,8 +288,8 @@ class MqDecoder {
     return count;
   }
 
-  // The same without any jump, for symbols that cannot be foreseen.
-  HWY_INLINE uint32_t DecodeUnforeseen(uint32_t context) {
+  // The same without branches, for contexts whose symbols are close to random.
+  HWY_INLINE uint32_t DecodeUnpredictable(uint32_t context) {
     const uint64_t state = contexts_[context];
     const uint64_t qe = state & kEstimateBits;
     const uint64_t interval = excess_ + kHalf - qe;
@@ -284,24 +304,26 @@ class MqDecoder {
     int shift = __builtin_clzll(left) - 1;
     excess_ = (left << shift) - kHalf;
     code_ = code;
-    while (__builtin_expect(shift > ahead_, 0)) {
+    while (HWY_UNLIKELY(shift > ahead_)) {
       code_ <<= ahead_;
       shift -= ahead_;
       Fill();
     }
     ahead_ -= shift;
-    // A damaged code may exceed the interval, and then wraps as in a register of as many bits.
+    // In a damaged segment the code may exceed the interval; it then wraps as the standard's
+    // register does.
     code_ = code_ << shift & ((kHalf << 1) - 1);
     return static_cast<uint32_t>((state ^ is_lps) & 1);
   }
 
-  // Whether an encoder ends the segment of these decisions so, with predictable termination.
+  // Whether the segment ends as an encoder with predictable termination ends it after these
+  // decisions.
   //
-  // It puts out whole bytes until they hold as many bits as were shifted out of the interval. The 15 bits of
-  // the code register hence reach 8 to 15 bits beyond the segment, less where its last byte has seven. These
-  // are ones here; the encoder's are cut off. All that the segment holds being the encoder's, the code lies
-  // above the interval's lower end by less than the first bit beyond is worth. Where the last byte was FF it
-  // is left out, and ones take its place.
+  // The encoder writes whole bytes until they hold the bits that were shifted out of the interval.
+  // So the 15 bits of the code register reach 8 to 15 bits past the segment, or 9 to 15 if its last
+  // byte has seven. Those bits are 1 here, and cut off in the encoder. If all bits in the segment
+  // are the encoder's, the code exceeds the interval's lower end by less than the first bit past
+  // the segment is worth. A last byte FF is left out, and 1 bits take its place.
   bool EndsPredictably() const {
     const auto bytes_beyond =
         static_cast<int64_t>(position_) + 1 - static_cast<int64_t>(size_) + supplied_;
@@ -315,13 +337,11 @@ class MqDecoder {
   }
 
  private:
-  static constexpr int kPoint = kDecoderPoint;  // the lowest bit of code and interval in their 64
+  static constexpr int kPoint = kDecoderPoint;  // where the lowest bit of C and A lies in 64 bits
   static constexpr uint64_t kHalf = uint64_t{0x8000} << kPoint;
-  // Up to this estimate a jump pays.
-  static constexpr uint64_t kRareEstimate = uint64_t{0x1000} << kPoint;
   static constexpr uint64_t kEstimateBits = ~((uint64_t{1} << kPoint) - 1);
 
-  // Four bytes if none of them is special.
+  // Refills by four bytes if none of them is FF, else by one.
   HWY_INLINE void Fill() {
     if (last_ != 0xFF && size_ - position_ > 4 && position_ < size_) {
       uint32_t word;
@@ -367,8 +387,7 @@ class RawDecoder {
  public:
   RawDecoder(const uint8_t* bytes, size_t size) : bytes_(bytes), size_(size) {}
 
-  uint32_t Decode(uint32_t c) { return DecodeUnforeseen(c); }
-  uint32_t DecodeUnforeseen(uint32_t /*context*/) {
+  uint32_t DecodeUnpredictable(uint32_t /*context*/) {
     if (left_ == 0) {
       left_ = value_ == 0xFF ? 7 : 8;
       if (position_ == size_) ++supplied_;
@@ -377,8 +396,8 @@ class RawDecoder {
     return value_ >> --left_ & 1;
   }
 
-  // Whether predictable termination ends the segment so: what is left of the last byte is 0, 1, 0 ..., and
-  // behind an FF whose bits were all read there is a byte of that alone (or the FF was left out).
+  // Whether the segment ends as predictable termination ends it: the rest of the last byte is 0, 1,
+  // 0 ..., and an FF whose bits were all read is followed by a byte of padding (or was left out).
   bool EndsPredictably() const {
     const bool is_ff_read = value_ == 0xFF && left_ == 0;
     if (supplied_ > 0) return supplied_ == 1 && is_ff_read;
@@ -392,7 +411,7 @@ class RawDecoder {
   const uint8_t* bytes_;
   size_t size_;
   size_t position_ = 0;
-  size_t supplied_ = 0;  // bytes of ones that the end made necessary
+  size_t supplied_ = 0;  // bytes of 1 bits read after the end
   uint32_t value_ = 0;
   int left_ = 0;
 };

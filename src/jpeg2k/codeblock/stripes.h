@@ -1,7 +1,18 @@
 // SPDX-License-Identifier: MIT
-// What is known of a block's samples while its passes run. Samples are coded in stripes of four rows,
-// column by column, and so lie in words of 64 bits: bit 4x + y of word g belongs to row y of column
-// 16 g + x. Searching a word from its lowest bit upwards is the order of the scan.
+// The state of a block's samples while its passes run.
+//
+// The scan goes through stripes of four rows, column by column (D.1). So the flags of the samples
+// lie in words of 64 bits, 16 columns of a stripe each: bit 4x + y of word g is row y of column 16
+// g + x, and searching a word from its lowest bit upwards follows the scan. A pass finds the
+// samples that it codes with a few operations on whole words:
+//
+//   neighbours = significant, shifted by 1 (vertically), 4 (horizontally) and 3, 5 (diagonally),
+//     with the words around
+//   significance pass: neighbours & ~significant;  refinement: significant & ~visited;  cleanup:
+//                                                  the others
+//
+// Contexts need the neighbourhood of one sample at a time: a second array holds, for each column,
+// the significance of 3 columns by 6 rows in 18 bits, so that a sample's 3 x 3 window is one shift.
 #ifndef ZEPJP_SRC_JPEG2K_CODEBLOCK_STRIPES_H_
 #define ZEPJP_SRC_JPEG2K_CODEBLOCK_STRIPES_H_
 
@@ -14,16 +25,16 @@ namespace zepjp::codeblock {
 
 constexpr uint64_t kRow0 = 0x1111111111111111, kRow3 = kRow0 << 3;
 
-// Where a block's state lies. All of it is zero to begin with.
+// The arrays of a block's state, which start as zeros.
 struct Stripes {
   int width;
   int height;
   size_t stripe_count;
   size_t words;        // of a stripe
   size_t window_step;  // windows of a stripe
-  // For each column of a stripe the significance in 3 x 6 bits, from the row above it to the row below,
-  // three bits a row, left column first; then the signs of its own column in 6 bits. So the window of row y
-  // begins at bit 3 y. There is a column more on either side.
+  // For each column of a stripe: the significance of 3 x 6 samples, from the row above to the row
+  // below, three bits a row, left column first; above them the signs of the column itself in 6
+  // bits. So the window of row y begins at bit 3 y. There is one more column on either side.
   uint32_t* windows = nullptr;
   uint64_t* significant = nullptr;
   uint64_t* visited = nullptr;  // by the significance pass of this plane
@@ -42,8 +53,8 @@ struct Stripes {
     significant = static_cast<uint64_t*>(memory);
     visited = significant + WordCount();
     refined = visited + WordCount();
-    windows =
-        reinterpret_cast<uint32_t*>(refined + WordCount()) + 1;  // behind the column on the left
+    windows = reinterpret_cast<uint32_t*>(refined + WordCount()) +
+              1;  // after the extra column on the left
   }
 
   // The samples of word `g` of a stripe that belong to the block.
@@ -64,8 +75,9 @@ struct Stripes {
     return own | columns << 4 | columns >> 4 | left | right;
   }
 
-  // The windows of a word's columns, and what a sample changes there and in the stripe beside its row. Where
-  // there is no such stripe nothing of consequence is changed, so that no jump is needed.
+  // The windows of a word's columns, and of the stripes above and below, which a sample in the
+  // first or last row changes too. If there is no such stripe, an unused array takes its place, so
+  // that no branch is needed.
   struct Columns {
     uint32_t* own;
     uint32_t* beside[4];
@@ -83,7 +95,7 @@ struct Stripes {
     }
 
    private:
-    // As far into them as sample `i` lies into its word, in bytes.
+    // The window of sample `i`'s column.
     static uint32_t* At(uint32_t* windows, uint32_t i) {
       return reinterpret_cast<uint32_t*>(reinterpret_cast<uint8_t*>(windows) + (i & ~3u));
     }
@@ -122,8 +134,8 @@ struct Stripes {
   }
 };
 
-// Of a column of four: samples that a significant one in row y makes candidates behind it in the scan,
-// from its own bit on.
+// When the sample in row y of a column becomes significant: its neighbours that come later in the
+// scan, as bits relative to its own. They become candidates of the significance pass.
 constexpr uint64_t kAhead[4] = {1u << 1 | 1u << 4 | 1u << 5, 1u << 1 | 1u << 3 | 1u << 4 | 1u << 5,
                                 1u << 1 | 1u << 3 | 1u << 4 | 1u << 5, 1u << 3 | 1u << 4};
 
@@ -135,7 +147,7 @@ constexpr uint64_t RunColumns(uint64_t open, uint64_t neighbours) {
   return runs & kRow0;
 }
 
-// How many of them follow on one another from bit `i` on.
+// How many such columns follow one another from bit `i` on.
 constexpr uint32_t RunLength(uint64_t runs, uint32_t i) {
   const uint64_t others = ~(runs >> i) & kRow0;
   return others == 0 ? 16 : static_cast<uint32_t>(__builtin_ctzll(others)) / 4;

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Tables of the embedded block coder (ISO/IEC 15444-1, annexes C and D).
+// Tables of the embedded block coder (ISO/IEC 15444-1, annexes C and D), computed at compile time
+// from the standard's tables: estimates of the MQ coder, contexts of significance and sign by
+// neighbourhood, passes and segments by style.
 #ifndef ZEPJP_SRC_JPEG2K_CODEBLOCK_TABLES_H_
 #define ZEPJP_SRC_JPEG2K_CODEBLOCK_TABLES_H_
 
@@ -9,37 +11,37 @@
 
 namespace zepjp::codeblock {
 
-// Bits of the code-block style, and what the decoder knows besides.
+// Bits of the code-block style, and flags of the decoder alone.
 constexpr int32_t kBypass = 1, kReset = 2, kTerminate = 4, kCausal = 8, kPredictable = 16;
 constexpr int32_t kSegmentationSymbols = 32;
 constexpr int32_t kConceal = 0x10000, kKeepBlock = 0x20000, kKeepBitsBelow = 0x40000;
 constexpr int32_t kKeepFlags = 0x80000;
 
-constexpr int kMostPlanes = 31;
-constexpr int kMostPasses = 3 * kMostPlanes - 2;
+constexpr int kMaxPlanes = 31;
+constexpr int kMaxPasses = 3 * kMaxPlanes - 2;
 
 // The passes of a block: a cleanup pass on the highest plane, then three passes on each plane.
 enum PassType { kSignificance, kRefinement, kCleanup };
 constexpr PassType TypeOf(int pass) { return static_cast<PassType>((pass + 2) % 3); }
 
-// With bypass, bits of the two first passes of a plane are stored as they are from pass 10 on.
+// With bypass, from pass 10 on, the first two passes of a plane bypass the MQ coder.
 constexpr bool IsRaw(int pass, int32_t style) {
   return (style & kBypass) != 0 && pass >= 10 && TypeOf(pass) != kCleanup;
 }
 
-// The pass behind the last one of the codeword segment that holds `pass`.
+// The first pass after the codeword segment that holds `pass`.
 constexpr int SegmentEnd(int pass, int32_t style) {
   if ((style & kTerminate) != 0) return pass + 1;
-  if ((style & kBypass) == 0) return kMostPasses;
+  if ((style & kBypass) == 0) return kMaxPasses;
   if (pass < 10) return 10;
   return TypeOf(pass) == kSignificance ? pass + 2 : pass + 1;
 }
 
 // Labels of contexts: 0 to 8 significance, 9 to 13 sign, 14 to 16 refinement.
-constexpr uint8_t kFirstSign = 9, kFirstRefinement = 14, kRun = 17, kUniform = 18;
+constexpr uint8_t kFirstRefinement = 14, kRun = 17, kUniform = 18;
 constexpr size_t kContextCount = 19;
 
-// A context's state: twice the index of the probability estimate, plus the more probable symbol.
+// A context's state: twice the index of the probability estimate, plus the most probable symbol.
 using ContextStates = std::array<uint8_t, kContextCount>;
 constexpr ContextStates InitialContexts() {
   ContextStates states{};
@@ -51,11 +53,11 @@ constexpr ContextStates InitialContexts() {
 
 struct Estimate {
   uint16_t qe;      // of the less probable symbol
-  uint8_t next[2];  // the state behind a more, and a less probable symbol that renormalizes
+  uint8_t next[2];  // the state after an MPS with renormalisation, and after an LPS
 };
 constexpr size_t kStateCount = 94;
 
-// Table C.2: estimate, next index behind a more and a less probable symbol.
+// Table C.2: estimate, next index after an MPS and after an LPS.
 struct EstimateRow {
   uint16_t qe;
   uint8_t nmps;
@@ -87,8 +89,9 @@ constexpr std::array<Estimate, kStateCount> MakeEstimates() {
 }
 inline constexpr std::array<Estimate, kStateCount> kEstimates = MakeEstimates();
 
-// The same in a word: the state in the lowest 8 bits, then the state behind a symbol that does not
-// renormalize (itself), a more and a less probable one that does; the estimate from bit `point` on.
+// The same in one word: the state itself in bits 0 to 7; the next state in bits 8 to 15 (no
+// renormalisation: the same one), 16 to 23 (MPS) and 24 to 31 (LPS); the estimate from bit `point`
+// on.
 using PackedStates = std::array<uint64_t, kStateCount>;
 constexpr PackedStates MakePackedStates(int point) {
   PackedStates packed{};
@@ -103,15 +106,16 @@ constexpr int kEncoderPoint = 32, kDecoderPoint = 47;
 inline constexpr PackedStates kEncoderStates = MakePackedStates(kEncoderPoint);
 inline constexpr PackedStates kDecoderStates = MakePackedStates(kDecoderPoint);
 
-// A symbol to code: twice its context, plus the bit; or kZeroRuns plus a number of columns without a one.
+// A symbol to code: twice its context, plus the bit; or kZeroRuns plus a number of zeros in the
+// run-length context.
 using Symbol = uint8_t;
 constexpr Symbol kZeroRuns = 0x80;
 
-// The eight neighbours of a sample, in a window of 3 x 3 bits, row by row; the sample itself is bit 4.
+// The eight neighbours of a sample, in a window of 3 x 3 bits, row by row; the sample itself is bit
+// 4.
 enum Neighbour : uint32_t { kNW, kN, kNE, kW, kSelf, kE, kSW, kS, kSE };
-constexpr uint32_t kAllNeighbours = 0x1EF;
 
-// Table D.1: for each window the context of significance.
+// Table D.1: the context of significance for each window.
 using ZeroContexts = std::array<uint8_t, 512>;
 constexpr int CountIn(uint32_t window, uint32_t a, uint32_t b) {
   return static_cast<int>((window >> a & 1) + (window >> b & 1));
@@ -148,8 +152,9 @@ inline const ZeroContexts& ZeroContextsOf(int subband) {
   return kZeroContexts[subband == 2 ? 1 : subband == 3 ? 2 : 0];
 }
 
-// Tables D.2 and D.3: twice the context of a sign, plus whether the sign is coded inverted. The index has
-// the significance of the neighbours N, W, E, S in bits 1, 3, 5, 7, their signs in the bits below.
+// Tables D.2 and D.3: twice the context of a sign, plus 1 if the sign is coded inverted. The index
+// has the significance of the neighbours N, W, E, S in bits 1, 3, 5, 7, and their signs in the bits
+// below those.
 using SignContexts = std::array<Symbol, 256>;
 constexpr int SignIn(uint32_t index, int neighbour) {
   const uint32_t bits = index >> (2 * neighbour) & 3;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The transforms of the first three components of a tile (ITU-T T.800, Annex G): the reversible one,
-// in integers, and the irreversible one, in floating and in fixed point.
+// The transforms of the first three components of a tile (ITU-T T.800, Annex G): the reversible
+// one, in integers, and the irreversible one, in floating and in fixed point.
 //
 // 16-bit lanes stay 16 bits wide where the formula allows:
 //
@@ -18,7 +18,6 @@
 #include "frame/rows.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg2k/components/component_transforms.cc"
 #include "hwy/foreach_target.h"
 #include "simd/ops-inl.h"
@@ -29,17 +28,17 @@ namespace zepjp {
 namespace {
 
 // A row: a pointer for each plane, or one for interleaved pixels; the number of pixels.
-using RowFunction = void (*)(const uint8_t* const* src, uint8_t* const* dst, size_t width);
+using ComponentRow = void (*)(const uint8_t* const* src, uint8_t* const* dst, size_t width);
 
 struct Reversible {
-  RowFunction forward_planes, inverse_planes, forward_pixels, inverse_pixels;
+  ComponentRow forward_planes, inverse_planes, forward_pixels, inverse_pixels;
 };
 
 struct Kernels {
   Reversible rct16, rct32;
-  RowFunction ict_forward16, ict_inverse16, ict_forward32, ict_inverse32;
-  RowFunction ict_forward_float, ict_inverse_float;
-  RowFunction ict_forward_float_pixels, ict_inverse_float_pixels;
+  ComponentRow ict_forward16, ict_inverse16, ict_forward32, ict_inverse32;
+  ComponentRow ict_forward_float, ict_inverse_float;
+  ComponentRow ict_forward_float_pixels, ict_inverse_float_pixels;
 };
 
 }  // namespace
@@ -47,8 +46,7 @@ struct Kernels {
 }  // namespace zepjp
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 using D8 = hn::ScalableTag<uint8_t>;
@@ -67,13 +65,13 @@ struct Three {
 
 // Where the three components lie; elements have any alignment, so rows are counted in bytes.
 template <class D>
-struct Planes : Span<3, sizeof(hn::TFromD<D>)> {
+struct PlanarPixels : Span<3, sizeof(hn::TFromD<D>)> {
   static constexpr size_t kLanes = hn::MaxLanes(D());
   static HWY_INLINE hn::VFromD<D> LoadOne(const uint8_t* row, size_t x) {
-    return hn::BitCast(D(), hn::LoadU(D8(), row + x * Planes::kBytes));
+    return hn::BitCast(D(), hn::LoadU(D8(), row + x * PlanarPixels::kBytes));
   }
   static HWY_INLINE void StoreOne(hn::VFromD<D> v, uint8_t* row, size_t x) {
-    hn::StoreU(hn::BitCast(D8(), v), D8(), row + x * Planes::kBytes);
+    hn::StoreU(hn::BitCast(D8(), v), D8(), row + x * PlanarPixels::kBytes);
   }
   static HWY_INLINE Three<D> Load(const uint8_t* const* src, size_t x) {
     return {LoadOne(src[0], x), LoadOne(src[1], x), LoadOne(src[2], x)};
@@ -86,16 +84,17 @@ struct Planes : Span<3, sizeof(hn::TFromD<D>)> {
 };
 
 template <class D>
-struct Pixels : Span<1, 3 * sizeof(hn::TFromD<D>)> {
+struct InterleavedPixels : Span<1, 3 * sizeof(hn::TFromD<D>)> {
   static constexpr size_t kLanes = hn::MaxLanes(D());
   static HWY_INLINE Three<D> Load(const uint8_t* const* src, size_t x) {
     Three<D> v;
-    const auto* from = reinterpret_cast<const hn::TFromD<D>*>(src[0] + x * Pixels::kBytes);
+    const auto* from =
+        reinterpret_cast<const hn::TFromD<D>*>(src[0] + x * InterleavedPixels::kBytes);
     hn::LoadInterleaved3(D(), from, v.c0, v.c1, v.c2);
     return v;
   }
   static HWY_INLINE void Store(Three<D> v, uint8_t* const* dst, size_t x) {
-    auto* to = reinterpret_cast<hn::TFromD<D>*>(dst[0] + x * Pixels::kBytes);
+    auto* to = reinterpret_cast<hn::TFromD<D>*>(dst[0] + x * InterleavedPixels::kBytes);
     hn::StoreInterleaved3(v.c0, v.c1, v.c2, D(), to);
   }
 };
@@ -148,8 +147,8 @@ struct Pairs {
 
 HWY_INLINE V32 Descale(V32 sum) { return hn::ShiftRight<14>(sum); }
 
-// Luminance S / 2^14, then the differences from it, times 0.5 / (1 - weight). A difference's own rounding,
-// (2^14 B - S + 2^13) >> 14, is B - ((S + 2^13 - 1) >> 14); it wraps at 16 bits.
+// Luminance S / 2^14, then the differences from it, times 0.5 / (1 - weight). A difference's own
+// rounding, (2^14 B - S + 2^13) >> 14, is B - ((S + 2^13 - 1) >> 14); it wraps at 16 bits.
 struct IctForward16 {
   static HWY_INLINE Three<D16> Apply(Three<D16> rgb) {
     const Pairs rg(rgb.c0, rgb.c1);
@@ -173,8 +172,8 @@ struct IctForward16 {
   }
 };
 
-// A weight of 2^14 and more is 2^14 plus one for the multiplication. The two additions saturate in the
-// same direction, for both summands have the sign of the chroma.
+// A weight of 2^14 and more is 2^14 plus one for the multiplication. The two additions saturate in
+// the same direction, for both summands have the sign of the chroma.
 struct IctInverse16 {
   static HWY_INLINE Three<D16> Apply(Three<D16> ycc) {
     const Pairs chroma(ycc.c1, ycc.c2);
@@ -196,8 +195,8 @@ struct IctInverse16 {
 };
 
 // Two vectors as pairs of their lower halves (less 2^15) and of their upper ones.
-struct Halves {
-  HWY_INLINE Halves(V32 first, V32 second) {
+struct HalfWords {
+  HWY_INLINE HalfWords(V32 first, V32 second) {
     const DU32 du;
     const auto a = hn::BitCast(du, first);
     const auto b = hn::BitCast(du, second);
@@ -213,7 +212,7 @@ struct HalfSums {
   V32 l, h;
 };
 
-HWY_INLINE HalfSums AddWeighed(HalfSums sums, const Halves& v, V16 weights) {
+HWY_INLINE HalfSums AddWeighed(HalfSums sums, const HalfWords& v, V16 weights) {
   return {DotAcc(sums.l, v.l, weights), DotAcc(sums.h, v.h, weights)};
 }
 
@@ -224,7 +223,8 @@ HWY_INLINE HalfSums StartSums(int sum_of_weights) {
 
 HWY_INLINE V32 Join(HalfSums sums) { return hn::Add(hn::ShiftLeft<2>(sums.h), Descale(sums.l)); }
 
-// Whether all values fit into 16 bits, as those of images do: dot products of one half suffice then.
+// Whether all values fit into 16 bits, as those of images do: dot products of one half suffice
+// then.
 HWY_INLINE hn::VFromD<DU32> OffsetFrom16(V32 v) {
   return hn::BitCast(DU32(), hn::Add(v, hn::Set(D32(), 32768)));
 }
@@ -247,8 +247,8 @@ struct IctForward32 {
       return {Weigh<4899, 9617, 1868>(rg, b1), Weigh<-2765, -5427, 8192>(rg, b1),
               Weigh<8192, -6860, -1332>(rg, b1)};
     }
-    const Halves rg(rgb.c0, rgb.c1);
-    const Halves b0(rgb.c2, hn::Zero(D32()));
+    const HalfWords rg(rgb.c0, rgb.c1);
+    const HalfWords b0(rgb.c2, hn::Zero(D32()));
     return {Weigh<4899, 9617, 1868>(rg, b0), Weigh<-2765, -5427, 8192>(rg, b0),
             Weigh<8192, -6860, -1332>(rg, b0)};
   }
@@ -260,7 +260,7 @@ struct IctForward32 {
     return Descale(DotAcc(sum, b1, Weights(kBlue, kRound)));
   }
   template <int kRed, int kGreen, int kBlue>
-  static HWY_INLINE V32 Weigh(const Halves& rg, const Halves& b0) {
+  static HWY_INLINE V32 Weigh(const HalfWords& rg, const HalfWords& b0) {
     const HalfSums sums = AddWeighed(StartSums(kRed + kGreen + kBlue), rg, Weights(kRed, kGreen));
     return Join(AddWeighed(sums, b0, Weights(kBlue, 0)));
   }
@@ -271,7 +271,7 @@ struct IctInverse32 {
     if (AllFit16(hn::Or(OffsetFrom16(ycc.c1), OffsetFrom16(ycc.c2)))) {
       return Apply(ycc.c0, LowHalves(ycc.c1, ycc.c2));
     }
-    return Apply(ycc.c0, Halves(ycc.c1, ycc.c2));
+    return Apply(ycc.c0, HalfWords(ycc.c1, ycc.c2));
   }
 
  private:
@@ -285,7 +285,7 @@ struct IctInverse32 {
     return Descale(DotAcc(hn::Set(D32(), kRound), chroma, Weights(kBlue, kRed)));
   }
   template <int kBlue, int kRed>
-  static HWY_INLINE V32 Weigh(const Halves& chroma) {
+  static HWY_INLINE V32 Weigh(const HalfWords& chroma) {
     return Join(AddWeighed(StartSums(kBlue + kRed), chroma, Weights(kBlue, kRed)));
   }
 };
@@ -327,32 +327,37 @@ void TransformRow(const uint8_t* const* src, uint8_t* const* dst, size_t width) 
 }
 
 template <class Transform, class D>
-constexpr RowFunction kPlanesRow = TransformRow<Transform, Planes<D>, Planes<D>>;
+constexpr ComponentRow kPlanesRow = TransformRow<Transform, PlanarPixels<D>, PlanarPixels<D>>;
 template <class Transform, class D>
-constexpr RowFunction kToPlanesRow = TransformRow<Transform, Pixels<D>, Planes<D>>;
+constexpr ComponentRow kToPlanesRow =
+    TransformRow<Transform, InterleavedPixels<D>, PlanarPixels<D>>;
 template <class Transform, class D>
-constexpr RowFunction kToPixelsRow = TransformRow<Transform, Planes<D>, Pixels<D>>;
+constexpr ComponentRow kToPixelsRow =
+    TransformRow<Transform, PlanarPixels<D>, InterleavedPixels<D>>;
 
 template <class D>
-constexpr Reversible kReversible = {kPlanesRow<RctForward, D>, kPlanesRow<RctInverse, D>,
-                                    kToPlanesRow<RctForward, D>, kToPixelsRow<RctInverse, D>};
+constexpr Reversible kReversible = {
+    .forward_planes = kPlanesRow<RctForward, D>,
+    .inverse_planes = kPlanesRow<RctInverse, D>,
+    .forward_pixels = kToPlanesRow<RctForward, D>,
+    .inverse_pixels = kToPixelsRow<RctInverse, D>,
+};
 
 constexpr Kernels kKernels = {
-    kReversible<D16>,
-    kReversible<D32>,
-    kPlanesRow<IctForward16, D16>,
-    kPlanesRow<IctInverse16, D16>,
-    kPlanesRow<IctForward32, D32>,
-    kPlanesRow<IctInverse32, D32>,
-    kPlanesRow<IctForwardFloat, DF>,
-    kPlanesRow<IctInverseFloat, DF>,
-    kToPlanesRow<IctForwardFloat, DF>,
-    kToPixelsRow<IctInverseFloat, DF>,
+    .rct16 = kReversible<D16>,
+    .rct32 = kReversible<D32>,
+    .ict_forward16 = kPlanesRow<IctForward16, D16>,
+    .ict_inverse16 = kPlanesRow<IctInverse16, D16>,
+    .ict_forward32 = kPlanesRow<IctForward32, D32>,
+    .ict_inverse32 = kPlanesRow<IctInverse32, D32>,
+    .ict_forward_float = kPlanesRow<IctForwardFloat, DF>,
+    .ict_inverse_float = kPlanesRow<IctInverseFloat, DF>,
+    .ict_forward_float_pixels = kToPlanesRow<IctForwardFloat, DF>,
+    .ict_inverse_float_pixels = kToPixelsRow<IctInverseFloat, DF>,
 };
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
@@ -364,7 +369,7 @@ Kernels kernels;
 ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 
 template <class T>
-zepStatus InPlace(RowFunction kernel, T* const* planes, int32_t step, zepiSize roi) {
+zepStatus InPlace(ComponentRow kernel, T* const* planes, int32_t step, zepiSize roi) {
   if (auto bad = Checks().Planes(planes, 3).Step(step).Size(roi).Failed()) return bad;
   for (int32_t y = 0; y < roi.height; ++y) {
     uint8_t* rows[3];
@@ -375,7 +380,7 @@ zepStatus InPlace(RowFunction kernel, T* const* planes, int32_t step, zepiSize r
 }
 
 template <class T>
-zepStatus ToPlanes(RowFunction kernel, const T* src, int32_t src_step, T* const* dst,
+zepStatus ToPlanes(ComponentRow kernel, const T* src, int32_t src_step, T* const* dst,
                    int32_t dst_step, zepiSize roi) {
   if (auto bad =
           Checks().Ptr(src).Planes(dst, 3).Step(src_step).Step(dst_step).Size(roi).Failed()) {
@@ -391,7 +396,7 @@ zepStatus ToPlanes(RowFunction kernel, const T* src, int32_t src_step, T* const*
 }
 
 template <class T>
-zepStatus ToPixels(RowFunction kernel, const T* const* src, int32_t src_step, T* dst,
+zepStatus ToPixels(ComponentRow kernel, const T* const* src, int32_t src_step, T* dst,
                    int32_t dst_step, zepiSize roi) {
   if (auto bad =
           Checks().Planes(src, 3).Ptr(dst).Step(src_step).Step(dst_step).Size(roi).Failed()) {
@@ -411,10 +416,7 @@ zepStatus ToPixels(RowFunction kernel, const T* const* src, int32_t src_step, T*
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::InPlace;
-using zepjp::kernels;
-using zepjp::ToPixels;
-using zepjp::ToPlanes;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiRCTFwd_JPEG2K_16s_P3IR(int16_t* const pSrcDst[3], int32_t srcDstStep,
                                               zepiSize roiSize) {

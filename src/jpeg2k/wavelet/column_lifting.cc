@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
-// The transforms along columns row by row: one call for each pair of rows, for callers that have no more
-// than a few rows at a time.
+// The transforms along columns row by row: one call for each pair of rows, for callers that have no
+// more than a few rows at a time.
 #include "frame/checks.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg2k/wavelet/column_lifting.cc"
 #include "hwy/foreach_target.h"
 #include "jpeg2k/wavelet/columns-inl.h"
@@ -33,8 +32,7 @@ struct Kernels {
 }  // namespace zepjp
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 template <class Step, class T, size_t kIn, size_t kOut>
@@ -43,15 +41,20 @@ void Lift(const T* const (&in)[kIn], T* const (&out)[kOut], size_t width) {
 }
 
 constexpr Kernels kKernels = {
-    Lift<ForwardPair<Filter53<int16_t>>>, Lift<InversePair<Filter53<int16_t>>>,
-    Lift<ForwardPair<Filter53<int32_t>>>, Lift<InversePair<Filter53<int32_t>>>,
-    Lift<ForwardPair<Filter97<int16_t>>>, Lift<InversePair<Filter97<int16_t>>>,
-    Lift<ForwardPair<Filter97<int32_t>>>, Lift<InversePair<Filter97<int32_t>>>,
-    Lift<ForwardPair<Filter97<float>>>,   Lift<InversePair<Filter97<float>>>};
+    .forward53_16s = Lift<ForwardPair<Filter53<int16_t>>>,
+    .inverse53_16s = Lift<InversePair<Filter53<int16_t>>>,
+    .forward53_32s = Lift<ForwardPair<Filter53<int32_t>>>,
+    .inverse53_32s = Lift<InversePair<Filter53<int32_t>>>,
+    .forward97_16s = Lift<ForwardPair<Filter97<int16_t>>>,
+    .inverse97_16s = Lift<InversePair<Filter97<int16_t>>>,
+    .forward97_32s = Lift<ForwardPair<Filter97<int32_t>>>,
+    .inverse97_32s = Lift<InversePair<Filter97<int32_t>>>,
+    .forward97_32f = Lift<ForwardPair<Filter97<float>>>,
+    .inverse97_32f = Lift<InversePair<Filter97<float>>>,
+};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
@@ -109,11 +112,7 @@ zepStatus InverseLift97(LiftKernel97<T> kernel, const T* low0, const T* high0, c
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::ForwardLift53;
-using zepjp::ForwardLift97;
-using zepjp::InverseLift53;
-using zepjp::InverseLift97;
-using zepjp::kernels;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiWTFwdColLift_B53_JPEG2K_16s_C1(const int16_t* pSrc0, const int16_t* pSrc1,
                                                       const int16_t* pSrc2, int16_t* pDstLow0,

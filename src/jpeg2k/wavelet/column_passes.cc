@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
-// One direction of a region: passes along columns. The caller has filled what lies above and below it.
-// The columns are taken in blocks of so many that the rows at work stay in the nearest cache; within a
-// block all steps follow one another down the rows.
+// One direction of a region: passes along columns. The caller has filled the rows above and below
+// that are read. Columns are processed in blocks so narrow that the rows at work stay in the
+// first-level cache; within a block all lifting steps go down the rows together.
 #include <algorithm>
 
 #include "jpeg2k/wavelet/rows.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg2k/wavelet/column_passes.cc"
 #include "hwy/foreach_target.h"
 #include "jpeg2k/wavelet/columns-inl.h"
@@ -16,9 +15,6 @@ namespace zepjp {
 #ifndef ZEPJP_WAVELET_COLUMN_PASSES_KERNELS
 #  define ZEPJP_WAVELET_COLUMN_PASSES_KERNELS
 namespace {
-
-template <class T>
-using PassKernel = void (*)(const SplitRegion<T>&);
 
 struct Kernels {
   PassKernel<int16_t> forward53_16s, inverse53_16s;
@@ -31,13 +27,12 @@ struct Kernels {
 }  // namespace zepjp
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 constexpr size_t kBlockBytes = 2048;
 
-// Work rows for the rows outside the region, of which at most four on either side are in work.
+// Work rows for the rows outside the region: at most four on either side are at work at a time.
 template <class T>
 class OutsideRows {
  public:
@@ -54,11 +49,11 @@ class ForwardPassRows {
  public:
   ForwardPassRows(const SplitRegion<T>& region, OutsideRows<T>& outside, int64_t x)
       : region_(region), outside_(outside), x_(x) {}
-  const T* In(int64_t p) const { return RowAt(region_.samples, region_.samples_step, p) + x_; }
+  const T* In(int64_t p) const { return Row(region_.samples, region_.samples_step, p) + x_; }
   T* Out(int64_t p) {
     if (p < 0 || p >= 2 * int64_t{region_.size.height}) return outside_.At(p);
-    return ((p + region_.phase) & 1) != 0 ? RowAt(region_.high, region_.high_step, p >> 1) + x_
-                                          : RowAt(region_.low, region_.low_step, p >> 1) + x_;
+    return ((p + region_.phase) & 1) != 0 ? Row(region_.high, region_.high_step, p >> 1) + x_
+                                          : Row(region_.low, region_.low_step, p >> 1) + x_;
   }
   void Done(int64_t) {}
 
@@ -74,12 +69,12 @@ class InversePassRows {
   InversePassRows(const SplitRegion<T>& region, OutsideRows<T>& outside, int64_t x)
       : region_(region), outside_(outside), x_(x) {}
   const T* In(int64_t p) const {
-    return ((p + region_.phase) & 1) != 0 ? RowAt(region_.high, region_.high_step, p >> 1) + x_
-                                          : RowAt(region_.low, region_.low_step, p >> 1) + x_;
+    return ((p + region_.phase) & 1) != 0 ? Row(region_.high, region_.high_step, p >> 1) + x_
+                                          : Row(region_.low, region_.low_step, p >> 1) + x_;
   }
   T* Out(int64_t p) {
     if (p < 0 || p >= 2 * int64_t{region_.size.height}) return outside_.At(p);
-    return RowAt(region_.samples, region_.samples_step, p) + x_;
+    return Row(region_.samples, region_.samples_step, p) + x_;
   }
   void Enter(int64_t) {}
 
@@ -117,13 +112,17 @@ void InverseColumns(const SplitRegion<typename Filter::Element>& region) {
   }
 }
 
-constexpr Kernels kKernels = {ForwardColumns<Filter53<int16_t>>, InverseColumns<Filter53<int16_t>>,
-                              ForwardColumns<Filter53<int32_t>>, InverseColumns<Filter53<int32_t>>,
-                              ForwardColumns<Filter97<float>>,   InverseColumns<Filter97<float>>};
+constexpr Kernels kKernels = {
+    .forward53_16s = ForwardColumns<Filter53<int16_t>>,
+    .inverse53_16s = InverseColumns<Filter53<int16_t>>,
+    .forward53_32s = ForwardColumns<Filter53<int32_t>>,
+    .inverse53_32s = InverseColumns<Filter53<int32_t>>,
+    .forward97_32f = ForwardColumns<Filter97<float>>,
+    .inverse97_32f = InverseColumns<Filter97<float>>,
+};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
@@ -137,9 +136,7 @@ ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::ForwardPass;
-using zepjp::InversePass;
-using zepjp::kernels;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiWTFwdCol_B53_JPEG2K_16s_C1R(const int16_t* pSrc, int32_t srcStep,
                                                    int16_t* pDstLow, int32_t dstLowStep,

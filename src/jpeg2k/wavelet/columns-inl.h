@@ -1,5 +1,10 @@
 // SPDX-License-Identifier: MIT
-// Lifting along columns: whole rows are the operands. Included once per instruction set.
+// Lifting along columns (ITU-T T.800, F.3 and F.4): whole rows are the operands. Included once per
+// instruction set.
+//
+// All lifting steps go down the rows together, a pair of rows at a time: when a high row p arrives,
+// the steps that it completes run on the rows before it, so that only a few rows are at work and
+// each is loaded from memory once.
 #include <cstdint>
 
 #include "jpeg2k/wavelet/filters-inl.h"
@@ -12,8 +17,7 @@
 #  endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 template <class T, size_t kIn>
@@ -43,8 +47,8 @@ HWY_NOINLINE void ApplyToShortRows(const T* const (&in)[kIn], T* const (&out)[kO
   }
 }
 
-// Applies a step to all columns of its rows. An output may be the same row as an input, so the last step,
-// which may overlap the one before, is computed first and stored last.
+// Applies a step to all columns of its rows. An output may be the same row as an input, so the last
+// step, which may overlap the one before, is computed first and stored last.
 template <class Step, class T, size_t kIn, size_t kOut>
 HWY_INLINE void ApplyToRows(const T* const (&in)[kIn], T* const (&out)[kOut], size_t width) {
   constexpr size_t kLanes = kLanesOf<T>;
@@ -180,7 +184,8 @@ struct InversePair<Steps97<T, P>> {
   }
 };
 
-// Lines of positions first to last, mirrored about both; odd_high: whether odd positions are the high ones.
+// Lines of positions first to last, mirrored about both; odd_high: whether odd positions are the
+// high ones.
 struct Extent {
   int64_t first, last;
   bool odd_high;
@@ -378,8 +383,7 @@ class Columns {
 };
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #endif  // per-target include guard

@@ -1,7 +1,13 @@
 // SPDX-License-Identifier: MIT
-// The lifting steps of the 5/3 and the 9/7 filter on vectors of lanes (ITU-T T.800, F.3 and F.4).
-// Steps 0 and 2 change high coefficients, steps 1 and 3 low ones, by the sum of the two neighbours.
-// Included once per instruction set.
+// The lifting steps of the 5/3 and the 9/7 filter on vectors (ITU-T T.800, F.3 and F.4). Included
+// once per instruction set.
+//
+//   5/3   H = x - ((l + r) >> 1);  L = x + ((H + H' + 2) >> 2)
+//   9/7   steps 0 to 3 add alpha, beta, gamma, delta times the sum of the two neighbours; then L /
+//         K, H K
+//
+// Steps 0 and 2 change high coefficients, steps 1 and 3 low ones. Integer elements use constants
+// times 2^14, rounded.
 #include "simd/ops-inl.h"
 
 #if defined(ZEPJP_SRC_JPEG2K_WAVELET_FILTERS_INL_H_) == defined(HWY_TARGET_TOGGLE)
@@ -12,8 +18,7 @@
 #  endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 template <class T>
@@ -23,8 +28,9 @@ using Vector = hn::Vec<Tag<T>>;
 template <class T>
 constexpr size_t kLanesOf = hn::MaxLanes(Tag<T>());
 
-// Every filter has: Element; kSteps; kScales, whether ForwardScale and InverseScale do anything; kPairRule,
-// whether lines of two samples have a rule of their own; Forward<step>(value, left, right) and Inverse.
+// Every filter has: Element; kSteps; kScales, whether ForwardScale and InverseScale do anything;
+// kPairRule, whether lines of two samples have a rule of their own; Forward<step>(value, left,
+// right) and Inverse.
 
 // T: int16_t or int32_t. Sums wrap.
 template <class T>
@@ -109,9 +115,10 @@ HWY_INLINE hn::Vec256<int16_t> WithSignOf(hn::Vec256<int16_t> magnitude, hn::Vec
 }
 #  endif
 
-// (s c + 2^13) >> 14 modulo 2^16 for s = a + b, without wider lanes. With 4c = 2^16 q + r, r from -2^15 to
-// 2^15 - 2, it is q s + ((r/2 s + 2^14) >> 15), where the second term is one rounded multiplication. Where s
-// wraps to s' = s - 2^16 o (o = 1 or -1) the second term lacks r o, and the first nothing.
+// (s c + 2^13) >> 14 modulo 2^16 for s = a + b, without wider lanes. With 4c = 2^16 q + r, r from
+// -2^15 to 2^15 - 2, it is q s + ((r/2 s + 2^14) >> 15), where the second term is one rounded
+// multiplication. Where s wraps to s' = s - 2^16 o (o = 1 or -1) the second term lacks r o, and the
+// first nothing.
 template <>
 struct Products97<int16_t> {
   using Constants = Constants97Fixed;
@@ -204,8 +211,8 @@ struct Steps97 {
 template <class T>
 using Filter97 = Steps97<T, Products97<T>>;
 
-// The filter for values from -2^11 to 2^11 - 1, for which it may be quicker: no value and no sum of two
-// becomes more than 13.5 times as large on the way through the steps, forward or inverse.
+// The filter for values from -2^11 to 2^11 - 1, for which it may be quicker: no value and no sum of
+// two becomes more than 13.5 times as large on the way through the steps, forward or inverse.
 template <class Filter>
 struct ForSmallValues {
   using Steps = Filter;
@@ -219,7 +226,8 @@ using SmallSteps = typename ForSmallValues<Filter>::Steps;
 template <class Filter>
 constexpr bool kHasSmallSteps = !hwy::IsSame<SmallSteps<Filter>, Filter>();
 
-// Whether all values of a row are small in that sense. Rows shorter than a vector do not count as such.
+// Whether all values of a row are small in that sense. Rows shorter than a vector do not count as
+// such.
 inline bool AllSmall(const int32_t* row, size_t count) {
   const Tag<int32_t> d;
   constexpr size_t kLanes = kLanesOf<int32_t>;
@@ -233,8 +241,7 @@ inline bool AllSmall(const int32_t* row, size_t count) {
 }
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #endif  // per-target include guard

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-// One direction of a region: passes along rows. The caller has filled what lies beside the region.
+// One direction of a region: passes along rows. The caller has filled the columns beside the region
+// that are read.
 #include "jpeg2k/wavelet/rows.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg2k/wavelet/row_passes.cc"
 #include "hwy/foreach_target.h"
 #include "jpeg2k/wavelet/rows-inl.h"
@@ -12,9 +12,6 @@ namespace zepjp {
 #ifndef ZEPJP_WAVELET_ROW_PASSES_KERNELS
 #  define ZEPJP_WAVELET_ROW_PASSES_KERNELS
 namespace {
-
-template <class T>
-using PassKernel = void (*)(const SplitRegion<T>&);
 
 struct Kernels {
   PassKernel<int16_t> forward53_16s, inverse53_16s;
@@ -29,8 +26,7 @@ struct Kernels {
 }  // namespace zepjp
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 inline float ValueAt(const float* row, int64_t i) {
@@ -50,8 +46,8 @@ float Convolve(const float* x, int64_t p, const float (&taps)[kTaps]) {
   return sum;
 }
 
-// The first and the last low and high coefficient of a row of n pairs come from the equivalent filters of
-// the whole lifting.
+// The first and the last low and high coefficient of a row of n pairs come from the equivalent
+// filters of the whole lifting.
 void ConvolveEnds(const float* x, int64_t n, int phase, float* low, float* high) {
   constexpr float kLowTaps[] = {0.602949F, 0.26686412F, -0.078223266F, -0.01686412F, 0.026748758F};
   constexpr float kHighTaps[] = {1.115087F, -0.59127176F, -0.057543527F, 0.091271766F};
@@ -71,9 +67,9 @@ void ForwardRows(const SplitRegion<typename Filter::Element>& region) {
   const int phase = region.phase;
   const RowShape shape = {phase - kReach, 2 * n - 2 + phase + kReach, phase};
   for (int64_t y = 0; y < region.size.height; ++y) {
-    const T* const src = RowAt(region.samples, region.samples_step, y);
-    T* const low = RowAt(region.low, region.low_step, y);
-    T* const high = RowAt(region.high, region.high_step, y);
+    const T* const src = Row(region.samples, region.samples_step, y);
+    T* const low = Row(region.low, region.low_step, y);
+    T* const high = Row(region.high, region.high_step, y);
     ForwardRow<T>(src, shape, low, n, high, n).template Run<Filter>();
     if constexpr (hwy::IsFloat<T>()) ConvolveEnds(src, n, phase, low, high);
   }
@@ -87,22 +83,28 @@ void InverseRows(const SplitRegion<typename Filter::Element>& region) {
   const int phase = region.phase;
   const RowShape shape = {1 - phase - kReach, 2 * n - 1 - phase + kReach, phase};
   for (int64_t y = 0; y < region.size.height; ++y) {
-    const T* const low = RowAt(region.low, region.low_step, y);
-    const T* const high = RowAt(region.high, region.high_step, y);
-    T* const dst = RowAt(region.samples, region.samples_step, y);
+    const T* const low = Row(region.low, region.low_step, y);
+    const T* const high = Row(region.high, region.high_step, y);
+    T* const dst = Row(region.samples, region.samples_step, y);
     InverseRow<T>(low, high, shape, dst, 2 * n).template Run<Filter>();
   }
 }
 
-constexpr Kernels kKernels = {ForwardRows<Filter53<int16_t>>, InverseRows<Filter53<int16_t>>,
-                              ForwardRows<Filter53<int32_t>>, InverseRows<Filter53<int32_t>>,
-                              ForwardRows<Filter97<int16_t>>, InverseRows<Filter97<int16_t>>,
-                              ForwardRows<Filter97<int32_t>>, InverseRows<Filter97<int32_t>>,
-                              ForwardRows<Filter97<float>>,   InverseRows<Filter97<float>>};
+constexpr Kernels kKernels = {
+    .forward53_16s = ForwardRows<Filter53<int16_t>>,
+    .inverse53_16s = InverseRows<Filter53<int16_t>>,
+    .forward53_32s = ForwardRows<Filter53<int32_t>>,
+    .inverse53_32s = InverseRows<Filter53<int32_t>>,
+    .forward97_16s = ForwardRows<Filter97<int16_t>>,
+    .inverse97_16s = InverseRows<Filter97<int16_t>>,
+    .forward97_32s = ForwardRows<Filter97<int32_t>>,
+    .inverse97_32s = InverseRows<Filter97<int32_t>>,
+    .forward97_32f = ForwardRows<Filter97<float>>,
+    .inverse97_32f = InverseRows<Filter97<float>>,
+};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
@@ -116,9 +118,7 @@ ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::ForwardPass;
-using zepjp::InversePass;
-using zepjp::kernels;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiWTFwdRow_B53_JPEG2K_16s_C1R(const int16_t* pSrc, int32_t srcStep,
                                                    int16_t* pDstLow, int32_t dstLowStep,

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Lifting along one row. Samples are taken apart into blocks of even and of odd ones, a vector each; a step's
-// neighbours are the same vectors moved by a lane, so that all steps run in registers. Positions are counted
-// such that low coefficients are even: with an odd origin (`phase` 1) the row starts at position 1.
-// Included once per instruction set.
+// Lifting along one row (ITU-T T.800, F.3 and F.4; the steps are in filters-inl.h). Included once
+// per instruction set.
+//
+// Samples are divided into vectors of even and of odd ones. The neighbours of a step are the same
+// vectors moved by a lane, so all steps run in registers, block after block along the row, and each
+// sample is loaded and stored once. Positions are counted so that low coefficients are even: with
+// an odd origin (`phase` 1) the row starts at position 1.
 #include <algorithm>
 
 #include "jpeg2k/wavelet/columns-inl.h"
@@ -15,8 +18,7 @@
 #  endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 // The lanes of a and b in a row, from lane 1 of a (MoveDown) or from the last lane of a (MoveUp).
@@ -94,11 +96,11 @@ HWY_INLINE void StoreExisting(const T* lanes, int64_t lane_count, int64_t first,
   CopyBytes(lanes + (begin - first), row + begin, static_cast<size_t>(end - begin) * sizeof(T));
 }
 
-// Part of a row of `kSize` values: those from `first` on. What the row does not have is 0, or set one by one.
+// `kSize` values of a row, from `first` on. Values outside the row are 0, or are set one by one.
 template <class T, size_t kSize>
 class Window {
  public:
-  // The row has the values from `begin` to before `end`.
+  // The row has the values from `begin` up to but excluding `end`.
   Window(int64_t first, const T* row, int64_t begin, int64_t end) : first_(first) {
     for (size_t i = 0; i < kSize; i += kLanesOf<T>) {
       hn::Store(hn::Zero(Tag<T>()), Tag<T>(), values_ + i);
@@ -128,8 +130,8 @@ inline int64_t Reflected(int64_t p, int64_t first, int64_t last) {
   return p;
 }
 
-// The shape of a row: samples or coefficients at `first` to `last`, counted from its first sample, which is
-// a high position if phase is 1. What lies beyond counts as mirrored.
+// The shape of a row: samples or coefficients at `first` to `last`, counted from its first sample,
+// which is a high position if phase is 1. What lies beyond counts as mirrored.
 struct RowShape {
   int64_t first, last;
   int phase;
@@ -181,7 +183,7 @@ class ForwardRow {
   template <size_t kBlocks>
   using Samples = Window<T, kBlocks * kBlock>;
 
-  // Lifting of block after block; what comes out is one (9/7) or no block (5/3) behind.
+  // Lifts block after block. The results lag the input by one block (9/7) or none (5/3).
   template <class Filter>
   struct State;
 
@@ -343,7 +345,7 @@ class InverseRow {
     Window<T, kBlocks * kLanesOf<T>> low_, high_;
   };
 
-  // Lifting of block after block; what comes out is two (9/7) blocks or one (5/3) behind.
+  // Lifts block after block. The results lag the input by two blocks (9/7) or one (5/3).
   template <class Filter>
   struct State;
 
@@ -411,7 +413,8 @@ class InverseRow {
   const int64_t count_;
 };
 
-// A line of a tile, `count` samples of which the first is high if phase is 1, to low and high coefficients.
+// Transforms a line of a tile: `count` samples, with the first one high if phase is 1, to low and
+// high coefficients.
 template <class Filter, class T>
 void ForwardTileRow(const T* src, int64_t count, int phase, T* low, T* high) {
   if (count == 1) {
@@ -447,8 +450,7 @@ void InverseTileRow(const T* low, const T* high, int64_t count, int phase, T* ds
 }
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #endif  // per-target include guard

@@ -7,15 +7,9 @@
 #include <cstdint>
 
 #include "frame/checks.h"
+#include "frame/rows.h"
 
 namespace zepjp {
-
-// Row y of a plane whose rows lie `step` bytes apart. There may be more rows than an int32_t counts.
-template <class T>
-T* RowAt(T* plane, int32_t step, int64_t y) {
-  const int64_t offset = step * y;
-  return reinterpret_cast<T*>(reinterpret_cast<uintptr_t>(plane) + static_cast<uintptr_t>(offset));
-}
 
 // A pass along rows or columns turns samples into low and high coefficients, or back.
 template <class T>
@@ -29,6 +23,8 @@ struct SplitRegion {
   zepiSize size;  // of the low and of the high part
   int32_t phase;
 };
+template <class T>
+using PassKernel = void (*)(const SplitRegion<T>&);
 
 inline zepStatus CheckPass(const void* first, int32_t first_step, const void* second,
                            int32_t second_step, const void* third, int32_t third_step,
@@ -46,16 +42,15 @@ inline zepStatus CheckPass(const void* first, int32_t first_step, const void* se
 
 // Forward passes have one source, inverse ones one destination; `kernel` gets them in one form.
 template <class T>
-zepStatus ForwardPass(void (*kernel)(const SplitRegion<T>&), const T* src, int32_t src_step, T* low,
+zepStatus ForwardPass(PassKernel<T> kernel, const T* src, int32_t src_step, T* low,
                       int32_t low_step, T* high, int32_t high_step, zepiSize size, int32_t phase) {
   if (auto bad = CheckPass(src, src_step, low, low_step, high, high_step, size)) return bad;
   kernel({const_cast<T*>(src), src_step, low, low_step, high, high_step, size, phase != 0});
   return zepStatusOk;
 }
 template <class T>
-zepStatus InversePass(void (*kernel)(const SplitRegion<T>&), const T* low, int32_t low_step,
-                      const T* high, int32_t high_step, zepiSize size, T* dst, int32_t dst_step,
-                      int32_t phase) {
+zepStatus InversePass(PassKernel<T> kernel, const T* low, int32_t low_step, const T* high,
+                      int32_t high_step, zepiSize size, T* dst, int32_t dst_step, int32_t phase) {
   if (auto bad = CheckPass(low, low_step, high, high_step, dst, dst_step, size)) return bad;
   kernel({dst, dst_step, const_cast<T*>(low), low_step, const_cast<T*>(high), high_step, size,
           phase != 0});

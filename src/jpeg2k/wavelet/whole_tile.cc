@@ -1,19 +1,20 @@
 // SPDX-License-Identifier: MIT
-// One level of a whole tile. Forward: columns, then rows; inverse: rows, then columns. Lines are mirrored
-// about their ends.
+// One level of a whole tile. Forward: columns, then rows; inverse: rows, then columns. Lines are
+// mirrored about their ends.
 //
-// In place, the columns are lifted where they are, in blocks that keep the rows at work in the nearest cache.
-// The rows are then transformed on their way to their places, along the cycles of the permutation that brings
-// low rows before high ones, so that nothing but one row needs another place meanwhile.
+// In place, the columns are lifted where they are, in blocks that keep the rows at work in the
+// nearest cache. The rows are then transformed on their way to their places, along the cycles of
+// the permutation that brings low rows before high ones, so that nothing but one row needs another
+// place meanwhile.
 //
-// To planes, each row is transformed as soon as the columns have finished it; six rows are in work at a
-// time. From planes, the destination is what the columns work on, as soon as its rows are there.
+// To planes, each row is transformed as soon as the columns have finished it; six rows are in work
+// at a time. From planes, the destination is what the columns work on, as soon as its rows are
+// there.
 #include <algorithm>
 
 #include "jpeg2k/wavelet/rows.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg2k/wavelet/whole_tile.cc"
 #include "hwy/foreach_target.h"
 #include "jpeg2k/wavelet/rows-inl.h"
@@ -33,7 +34,7 @@ struct Tile {
 
 // The planes hold the four quadrants of a tile in place, cut in the middle (rounded up).
 template <class T>
-struct Planes {
+struct Subbands {
   T* const* plane;
   const int32_t* step;
 };
@@ -43,8 +44,8 @@ template <class T>
 struct TileKernels {
   void (*forward)(const Tile<T>& tile, uint8_t* buffer);
   void (*inverse)(const Tile<T>& tile, uint8_t* buffer);
-  void (*to_planes)(const Tile<T>& tile, const Planes<T>& planes, uint8_t* buffer);
-  void (*from_planes)(const Tile<T>& tile, const Planes<T>& planes, uint8_t* buffer);
+  void (*to_planes)(const Tile<T>& tile, const Subbands<T>& planes, uint8_t* buffer);
+  void (*from_planes)(const Tile<T>& tile, const Subbands<T>& planes, uint8_t* buffer);
 };
 
 struct Kernels {
@@ -52,9 +53,10 @@ struct Kernels {
   TileKernels<int32_t> b53_32s;
   TileKernels<int16_t> d97_16s;
   TileKernels<int32_t> d97_32s;
-  // For processors of the low-power line, which have small caches: another schedule, the same arithmetic.
+  // For processors of the low-power line, which have small caches: another schedule, the same
+  // arithmetic.
   void (*low_power_inverse)(const Tile<int16_t>& tile, uint8_t* buffer);
-  void (*low_power_from_planes)(const Tile<int16_t>& tile, const Planes<int16_t>& planes,
+  void (*low_power_from_planes)(const Tile<int16_t>& tile, const Subbands<int16_t>& planes,
                                 uint8_t* buffer);
 };
 
@@ -86,16 +88,15 @@ inline Split RowSplit(const zepiRect& rect) { return {rect.width, rect.x & 1}; }
 }  // namespace zepjp
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 inline Extent ColumnExtent(const zepiRect& rect) {
   return {0, int64_t{rect.height} - 1, (rect.y & 1) == 0};
 }
 
-// Calls move(from, to) so that item `to` of `count` gets what was item source(to). move(i, -1) saves an
-// item before the first of a cycle is replaced; it is item -1 then.
+// Calls move(from, to) until item `to` of `count` is the former item source(to), for all of them,
+// cycle by cycle. At the start of a cycle move(i, -1) saves an item; it is item -1 then.
 template <class Source, class Move>
 void Permute(int64_t count, const Source& source, const Move& move) {
   for (int64_t first = 0; first < count; ++first) {
@@ -113,7 +114,7 @@ template <class T>
 class RowsInPlace {
  public:
   RowsInPlace(const Tile<T>& tile, int64_t x) : tile_(tile), x_(x) {}
-  T* In(int64_t p) const { return RowAt(tile_.data, tile_.step, p) + x_; }
+  T* In(int64_t p) const { return Row(tile_.data, tile_.step, p) + x_; }
   T* Out(int64_t p) const { return In(p); }
   void Enter(int64_t) {}
   void Done(int64_t) {}
@@ -146,8 +147,8 @@ void InverseColumns(const Tile<T>& tile) {
   }
 }
 
-// One more row than the tile has: at the place that the work buffer has for it, or here, because the smallest
-// tiles have none.
+// One more row than the tile has: at the place that the work buffer has for it, or here, because
+// the smallest tiles have none.
 template <class T>
 class SpareRow {
  public:
@@ -163,18 +164,18 @@ class SpareRow {
   T* const row_;
 };
 
-// Transforms row after row of a tile on its way to another place. transform(from, to) takes rows that
-// differ; source(i) is the row that comes to place i.
+// Transforms row after row of a tile on its way to another place. transform(from, to) takes rows
+// that differ; source(i) is the row that comes to place i.
 template <class T, class Source, class Transform>
 void MoveRows(const Tile<T>& tile, uint8_t* buffer, const Source& source,
               const Transform& transform) {
   const SpareRow<T> saved(buffer, tile.rect.width);
   Permute(tile.rect.height, source, [&](int64_t from, int64_t to) ZEP_ATTR {
-    T* const src = from < 0 ? saved.get() : RowAt(tile.data, tile.step, from);
+    T* const src = from < 0 ? saved.get() : Row(tile.data, tile.step, from);
     if (to < 0) {
       CopyBytes(src, saved.get(), static_cast<size_t>(tile.rect.width) * sizeof(T));
     } else {
-      transform(src, RowAt(tile.data, tile.step, to));
+      transform(src, Row(tile.data, tile.step, to));
     }
   });
 }
@@ -201,15 +202,15 @@ void Inverse(const Tile<T>& tile, uint8_t* buffer) {
   InverseColumns<Filter, kBytes>(tile);
 }
 
-// Rows of the quadrants of a tile in planes. With an odd origin and an odd width there is one low coefficient
-// less than the left planes are wide: the first high one is their last. Such rows are put together in
-// a spare row.
+// Rows of the quadrants of a tile in planes. With an odd origin and an odd width there is one low
+// coefficient less than the left planes are wide: the first high one is their last. Such rows are
+// put together in a spare row.
 template <class Filter>
-class PlaneRows {
+class SubbandRows {
  public:
   using T = typename Filter::Element;
 
-  PlaneRows(const Planes<T>& planes, const zepiRect& rect, uint8_t* spare)
+  SubbandRows(const Subbands<T>& planes, const zepiRect& rect, uint8_t* spare)
       : planes_(planes),
         down_(ColumnSplit(rect)),
         across_(RowSplit(rect)),
@@ -248,33 +249,34 @@ class PlaneRows {
   T* At(int plane, int64_t p) const {
     const int64_t place = down_.Place(p);
     return place < top_height_
-               ? RowAt(planes_.plane[plane], planes_.step[plane], place)
-               : RowAt(planes_.plane[plane + 1], planes_.step[plane + 1], place - top_height_);
+               ? Row(planes_.plane[plane], planes_.step[plane], place)
+               : Row(planes_.plane[plane + 1], planes_.step[plane + 1], place - top_height_);
   }
   static void Copy(const T* from, T* to, int64_t count) {
     CopyBytes(from, to, static_cast<size_t>(count) * sizeof(T));
   }
 
-  const Planes<T> planes_;
+  const Subbands<T> planes_;
   const Split down_, across_;
   const int64_t left_width_, top_height_;
   const SpareRow<T> spare_;
 };
 
-// Rows that come from a source, are worked on in a ring of rows, and go to planes when they are finished.
+// Rows that come from a source, are worked on in a ring of rows, and go to planes when they are
+// finished.
 template <class Filter>
 class RowsToPlanes {
  public:
   using T = typename Filter::Element;
 
-  RowsToPlanes(const Tile<T>& tile, const Planes<T>& planes, uint8_t* buffer)
+  RowsToPlanes(const Tile<T>& tile, const Subbands<T>& planes, uint8_t* buffer)
       : tile_(tile),
         ring_(reinterpret_cast<T*>(buffer)),
         ring_step_(BufferStep<T>(tile.rect.width)),
-        planes_(planes, tile.rect, RowAt(buffer, ring_step_, tile.rect.height)) {}
+        planes_(planes, tile.rect, Row(buffer, ring_step_, tile.rect.height)) {}
 
-  const T* In(int64_t p) const { return RowAt(tile_.data, tile_.step, p); }
-  T* Out(int64_t p) const { return RowAt(ring_, ring_step_, p & (kRing - 1)); }
+  const T* In(int64_t p) const { return Row(tile_.data, tile_.step, p); }
+  T* Out(int64_t p) const { return Row(ring_, ring_step_, p & (kRing - 1)); }
   void Done(int64_t p) { planes_.Forward(Out(p), p); }
 
  private:
@@ -284,7 +286,7 @@ class RowsToPlanes {
   const Tile<T>& tile_;
   T* const ring_;
   const int32_t ring_step_;
-  PlaneRows<Filter> planes_;
+  SubbandRows<Filter> planes_;
 };
 
 // Rows that come from planes and are worked on at their destination.
@@ -293,20 +295,20 @@ class RowsFromPlanes {
  public:
   using T = typename Filter::Element;
 
-  RowsFromPlanes(const Tile<T>& tile, const Planes<T>& planes, uint8_t* buffer)
+  RowsFromPlanes(const Tile<T>& tile, const Subbands<T>& planes, uint8_t* buffer)
       : tile_(tile), planes_(planes, tile.rect, buffer) {}
 
-  T* In(int64_t p) const { return RowAt(tile_.data, tile_.step, p); }
+  T* In(int64_t p) const { return Row(tile_.data, tile_.step, p); }
   T* Out(int64_t p) const { return In(p); }
   void Enter(int64_t p) { planes_.Inverse(p, In(p)); }
 
  private:
   const Tile<T>& tile_;
-  PlaneRows<Filter> planes_;
+  SubbandRows<Filter> planes_;
 };
 
 template <class Filter, class T>
-void ToPlanes(const Tile<T>& tile, const Planes<T>& planes, uint8_t* buffer) {
+void ToPlanes(const Tile<T>& tile, const Subbands<T>& planes, uint8_t* buffer) {
   RowsToPlanes<Filter> rows(tile, planes, buffer);
   Columns<Filter, RowsToPlanes<Filter>>(rows, ColumnExtent(tile.rect),
                                         static_cast<size_t>(tile.rect.width))
@@ -314,7 +316,7 @@ void ToPlanes(const Tile<T>& tile, const Planes<T>& planes, uint8_t* buffer) {
 }
 
 template <class Filter, class T>
-void FromPlanes(const Tile<T>& tile, const Planes<T>& planes, uint8_t* buffer) {
+void FromPlanes(const Tile<T>& tile, const Subbands<T>& planes, uint8_t* buffer) {
   RowsFromPlanes<Filter> rows(tile, planes, buffer);
   Columns<Filter, RowsFromPlanes<Filter>>(rows, ColumnExtent(tile.rect),
                                           static_cast<size_t>(tile.rect.width))
@@ -323,7 +325,7 @@ void FromPlanes(const Tile<T>& tile, const Planes<T>& planes, uint8_t* buffer) {
 
 // All rows first, then the columns in narrow blocks.
 template <class Filter, class T>
-void LowPowerFromPlanes(const Tile<T>& tile, const Planes<T>& planes, uint8_t* buffer) {
+void LowPowerFromPlanes(const Tile<T>& tile, const Subbands<T>& planes, uint8_t* buffer) {
   RowsFromPlanes<Filter> rows(tile, planes, buffer);
   for (int64_t p = 0; p < tile.rect.height; ++p) rows.Enter(p);
   InverseColumns<Filter, kLowPowerBlockBytes>(tile);
@@ -332,20 +334,25 @@ void LowPowerFromPlanes(const Tile<T>& tile, const Planes<T>& planes, uint8_t* b
 template <class Filter>
 constexpr TileKernels<typename Filter::Element> KernelsOf() {
   using T = typename Filter::Element;
-  return {Forward<Filter, T>, Inverse<Filter, kBlockBytes, T>, ToPlanes<Filter, T>,
-          FromPlanes<Filter, T>};
+  return {
+      .forward = Forward<Filter, T>,
+      .inverse = Inverse<Filter, kBlockBytes, T>,
+      .to_planes = ToPlanes<Filter, T>,
+      .from_planes = FromPlanes<Filter, T>,
+  };
 }
 
-constexpr Kernels kKernels = {KernelsOf<Filter53<int16_t>>(),
-                              KernelsOf<Filter53<int32_t>>(),
-                              KernelsOf<Filter97<int16_t>>(),
-                              KernelsOf<Filter97<int32_t>>(),
-                              Inverse<Filter97<int16_t>, kLowPowerBlockBytes, int16_t>,
-                              LowPowerFromPlanes<Filter97<int16_t>, int16_t>};
+constexpr Kernels kKernels = {
+    .b53_16s = KernelsOf<Filter53<int16_t>>(),
+    .b53_32s = KernelsOf<Filter53<int32_t>>(),
+    .d97_16s = KernelsOf<Filter97<int16_t>>(),
+    .d97_32s = KernelsOf<Filter97<int32_t>>(),
+    .low_power_inverse = Inverse<Filter97<int16_t>, kLowPowerBlockBytes, int16_t>,
+    .low_power_from_planes = LowPowerFromPlanes<Filter97<int16_t>, int16_t>,
+};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
@@ -370,39 +377,39 @@ zepStatus InPlace(void (*kernel)(const Tile<T>&, uint8_t*), T* data, int32_t ste
   return zepStatusOk;
 }
 
-// The checks behind those of the pointers, which come in another order each way.
-zepStatus CheckPlanes(Checks checks, int32_t step, const void* const* planes, const int32_t* steps,
-                      const zepiRect* rect) {
-  checks.Step(step);
-  if (checks.Failed() == zepStatusOk) checks.Planes(planes, 4);
-  for (int i = 0; i < 4 && checks.Failed() == zepStatusOk; ++i) checks.Step(steps[i]);
-  if (checks.Failed() == zepStatusOk) checks.Size({rect->width, rect->height});
-  return checks.Failed();
+// The checks after those of the pointers, whose order differs between the two directions.
+template <class T>
+zepStatus CheckTile(Checks pointers, int32_t step, T* const* planes, const int32_t* steps,
+                    const zepiRect* rect) {
+  return pointers.Step(step)
+      .Planes(planes, 4)
+      .Steps(steps, 4)
+      .Refuse([=] { return rect->width < 1 || rect->height < 1; }, zepStatusBadSize)
+      .Failed();
 }
 
 template <class T>
-zepStatus SplitTile(void (*kernel)(const Tile<T>&, const Planes<T>&, uint8_t*), const T* src,
+zepStatus SplitTile(void (*kernel)(const Tile<T>&, const Subbands<T>&, uint8_t*), const T* src,
                     int32_t src_step, const zepiRect* rect, T* const* planes, const int32_t* steps,
                     uint8_t* buffer) {
   const Checks pointers = Checks().Ptr(src).Ptr(planes).Ptr(steps).Ptr(rect).Ptr(buffer);
-  const auto* const untyped = reinterpret_cast<const void* const*>(planes);
-  if (auto bad = CheckPlanes(pointers, src_step, untyped, steps, rect)) return bad;
+  if (auto bad = CheckTile(pointers, src_step, planes, steps, rect)) return bad;
   kernel({const_cast<T*>(src), src_step, *rect}, {planes, steps}, buffer);
   return zepStatusOk;
 }
 
 template <class T>
-zepStatus JoinTile(void (*kernel)(const Tile<T>&, const Planes<T>&, uint8_t*),
+zepStatus JoinTile(void (*kernel)(const Tile<T>&, const Subbands<T>&, uint8_t*),
                    const T* const* planes, const int32_t* steps, T* dst, int32_t dst_step,
                    const zepiRect* rect, uint8_t* buffer) {
   const Checks pointers = Checks().Ptr(planes).Ptr(dst).Ptr(steps).Ptr(rect).Ptr(buffer);
-  const auto* const untyped = reinterpret_cast<const void* const*>(planes);
-  if (auto bad = CheckPlanes(pointers, dst_step, untyped, steps, rect)) return bad;
+  if (auto bad = CheckTile(pointers, dst_step, planes, steps, rect)) return bad;
   kernel({dst, dst_step, *rect}, {const_cast<T* const*>(planes), steps}, buffer);
   return zepStatusOk;
 }
 
-// What a work buffer needs: one extended line, from a certain size on, and with planes a copy of the tile.
+// What a work buffer needs: one extended line, from a certain size on, and with planes a copy of
+// the tile.
 struct BufferNeed {
   int32_t element_bytes;
   int32_t extension_bytes;
@@ -430,11 +437,7 @@ zepStatus BufferSize(const BufferNeed& need, const zepiRect* rect, int32_t* size
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::BufferSize;
-using zepjp::InPlace;
-using zepjp::JoinTile;
-using zepjp::kernels;
-using zepjp::SplitTile;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiWTFwd_B53_JPEG2K_16s_C1IR(int16_t* pSrcDst, int32_t srcDstStep,
                                                  const zepiRect* pTileRect, uint8_t* pBuffer) {

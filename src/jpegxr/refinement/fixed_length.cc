@@ -1,24 +1,27 @@
 // SPDX-License-Identifier: MIT
-// Refinement bits of a 4x4 block (ITU-T T.832, 8.7.19): for each of the fifteen coefficients, in order
-// of frequency, m bits of magnitude and, behind one that is not zero, a sign; a coefficient that the
-// block coder has made nonzero needs no sign.
+// Refinement bits of a 4x4 block (ITU-T T.832, 8.7.19): for each of the fifteen coefficients after
+// DC, in order of frequency, m bits of magnitude, 0 to 15, and a sign if these are not all 0. A
+// coefficient that the block coder has made nonzero already has a sign, and gets none here.
 //
-// A reader refills by two bytes whenever fewer than 16 bits are valid before a coefficient. The decoder
-// takes as many of these refills at once as fit into 64 bits and are certain to come: n coefficients
-// that are left take (n - 1) m bits at least before the last of them is looked at. So it never reads
-// what a reader step by step would not, and ends in the same state.
+// Decoding. The interface fixes how far a call reads ahead: two bytes whenever fewer than 16 bits
+// are valid before a coefficient. The decoder makes several of these refills at once, as many as
+// fit into 64 bits and are certain to come: the n coefficients that are left take at least (n - 1)
+// m bits before the last of them is looked at. So it never reads a byte that a decoder step by step
+// would not read, and ends in the same state. Whether a sign follows is a comparison and a
+// conditional move, not a branch: window > limit means that it does, with limit = 2^(64-m) - 1, or
+// 2^64 - 1 if no sign can follow. The magnitudes are scaled and signed afterwards, with vectors, a
+// row of the block at a time.
 //
-// What a coefficient takes of the window is a comparison and a choice, not a jump: window > limit means a
-// sign follows, where limit = 2^(64-m) - 1, or 2^64 - 1 where none can. What the bits mean comes later, a row
-// of the block at a time. Encoding goes the other way: vectors turn the block into fields of a byte in
-// order of frequency (where m + 1 bits fit), of which one instruction takes the bits that count.
+// Encoding. Vectors make a field of m + 1 bits for each coefficient, magnitude and sign, and a mask
+// of the bits to write. If the fields fit into bytes, one `pext` for eight of them gathers the bits
+// (AVX2 and up); else they are written one by one.
 #include <cstring>
 
 #include "frame/checks.h"
+#include "jpegxr/bit_stream.h"
 #include "jpegxr/vlc/vlc_writer.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpegxr/refinement/fixed_length.cc"
 #include "hwy/foreach_target.h"
 #include "simd/ops-inl.h"
@@ -37,22 +40,18 @@ constexpr uint8_t kPlace[kCount] = {2, 1, 7, 8, 15, 12, 11, 4, 3, 5, 6, 13, 14, 
 constexpr uint32_t kShareOf[16] = {65536, 32768, 21846, 16384, 13108, 10923, 9363, 8192,
                                    7282,  6554,  5958,  5462,  5042,  4682,  4370, 4096};
 
-// The bits of a stream, held by the caller between calls.
-struct Bits {
-  uint32_t* accumulator;
-  uint32_t* count;
-};
-
+// The three pointers of a stream are arguments of their own, because those travel in registers.
 struct Kernels {
-  void (*decode32)(const uint8_t** from, Bits bits, int32_t* block, ptrdiff_t step, uint32_t m,
-                   uint32_t multiplier, bool refine);
-  void (*decode16)(const uint8_t** from, Bits bits, int16_t* block, ptrdiff_t step, uint32_t m,
-                   uint32_t multiplier, bool refine);
-  void (*encode32)(const int32_t* block, ptrdiff_t step, uint8_t** to, Bits bits, uint32_t m,
-                   uint32_t trim);
-  void (*encode16)(const int16_t* block, ptrdiff_t step, uint8_t** to, Bits bits, uint32_t m,
-                   uint32_t trim);
-  void (*encode_packed)(const int32_t* packed, uint8_t** to, Bits bits, uint32_t m);
+  void (*decode32)(const uint8_t** from, uint32_t* accumulator, uint32_t* count, int32_t* block,
+                   ptrdiff_t step, uint32_t m, uint32_t multiplier, bool refine);
+  void (*decode16)(const uint8_t** from, uint32_t* accumulator, uint32_t* count, int16_t* block,
+                   ptrdiff_t step, uint32_t m, uint32_t multiplier, bool refine);
+  void (*encode32)(const int32_t* block, ptrdiff_t step, uint8_t** to, uint32_t* accumulator,
+                   uint32_t* count, uint32_t m, uint32_t trim);
+  void (*encode16)(const int16_t* block, ptrdiff_t step, uint8_t** to, uint32_t* accumulator,
+                   uint32_t* count, uint32_t m, uint32_t trim);
+  void (*encode_packed)(const int32_t* packed, uint8_t** to, uint32_t* accumulator, uint32_t* count,
+                        uint32_t m);
 };
 
 }  // namespace
@@ -60,8 +59,7 @@ struct Kernels {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 using D32 = hn::Simd<int32_t, 4, 0>;
@@ -70,7 +68,8 @@ using V32 = hn::VFromD<D32>;
 using VU32 = hn::VFromD<DU32>;
 using M32 = decltype(hn::Eq(VU32(), VU32()));
 
-// A row of the block, at any alignment, in 32-bit lanes; and back, modulo the width of the elements.
+// A row of the block, at any alignment, in 32-bit lanes; and back, modulo the width of the
+// elements.
 template <class T>
 HWY_INLINE V32 LoadRow(const T* block, ptrdiff_t step, ptrdiff_t row) {
   const hn::Rebind<T, D32> d;
@@ -107,14 +106,14 @@ HWY_INLINE T Load(const void* from) {
 }
 
 // The highest `valid` bits of the window are the next of the stream, the others are 0.
-class Window {
+class BitWindow {
  public:
-  HWY_INLINE Window(const uint8_t* from, Bits bits)
-      : from_(from), bits_(uint64_t{*bits.accumulator} << 32), valid_(*bits.count) {
+  explicit HWY_INLINE BitWindow(const BitSource& from)
+      : from_(*from.bytes), bits_(uint64_t{*from.accumulator} << 32), valid_(*from.count) {
     bits_ = valid_ == 0 ? 0 : bits_ & (~uint64_t{0} << (64 - valid_));
   }
 
-  // Refills of which the last leaves at least 16 bits behind `certain` ones; not beyond 64 bits.
+  // Refills until 16 bits are valid after the next `certain` ones, or as far as 64 bits hold.
   HWY_INLINE void Refill(uint32_t certain) {
     const uint32_t wanted = HWY_MIN(certain + 16, uint32_t{49});
     while (valid_ < wanted) {
@@ -124,13 +123,13 @@ class Window {
     }
   }
 
-  // The next m + 1 bits. m are taken, or all where the window exceeds `limit`.
+  // Returns the next m + 1 bits. Takes m of them, or all if the window exceeds `limit`.
   HWY_INLINE uint32_t Take(uint32_t m, uint64_t limit) {
     const auto field = static_cast<uint32_t>(bits_ >> (63 - m));
     const uint64_t with_sign = bits_ << m << 1;
     uint64_t without_sign = bits_ << m;
 #ifdef __x86_64__
-    // A borrow is a sign. Compilers would make a jump of it, but signs cannot be predicted.
+    // A borrow means a sign. Compilers make a branch of it, but signs cannot be predicted.
     __asm__("cmpq %[window], %[limit]\n\tcmovcq %[with_sign], %[rest]\n\tsbbl %[m], %[valid]"
             : [rest] "+r"(without_sign), [valid] "+r"(valid_)
             : [window] "r"(bits_), [limit] "r"(limit), [with_sign] "r"(with_sign), [m] "r"(m)
@@ -146,10 +145,10 @@ class Window {
 
   HWY_INLINE uint32_t valid() const { return valid_; }
 
-  HWY_INLINE const uint8_t* Leave(Bits bits) const {
-    *bits.accumulator = static_cast<uint32_t>(bits_ >> 32);
-    *bits.count = valid_;
-    return from_;
+  HWY_INLINE void Leave(const BitSource& from) const {
+    *from.bytes = from_;
+    *from.accumulator = static_cast<uint32_t>(bits_ >> 32);
+    *from.count = valid_;
   }
 
  private:
@@ -158,7 +157,7 @@ class Window {
   uint32_t valid_;
 };
 
-// Four coefficients. A field holds q and the bit behind it.
+// Four coefficients. A field holds q and the bit after it.
 template <bool kRefine>
 HWY_INLINE V32 Decoded(V32 old, V32 fields, V32 multiplier) {
   const V32 zero = hn::Zero(D32());
@@ -184,9 +183,9 @@ HWY_INLINE uint32_t NonZeros(const T* block, ptrdiff_t step) {
 }
 
 template <bool kRefine, class T>
-HWY_INLINE void DecodeBlock(const uint8_t** from, Bits bits, T* block, ptrdiff_t step, uint32_t m,
+HWY_INLINE void DecodeBlock(const BitSource& from, T* block, ptrdiff_t step, uint32_t m,
                             uint32_t multiplier) {
-  Window window(*from, bits);
+  BitWindow window(from);
   const uint64_t limit = (uint64_t{1} << (64 - m)) - 1;
   const uint32_t coded = kRefine ? NonZeros(block, step) : 0;
   HWY_ALIGN int32_t fields[16];
@@ -204,7 +203,7 @@ HWY_INLINE void DecodeBlock(const uint8_t** from, Bits bits, T* block, ptrdiff_t
   }
   // A reader step by step would have refilled before the last coefficient.
   if (before_last < 16) window.Refill(0);
-  *from = window.Leave(bits);
+  window.Leave(from);
   const V32 factor = hn::BitCast(D32(), hn::Set(DU32(), multiplier));
   for (ptrdiff_t row = 0; row < 4; ++row) {
     const V32 old = LoadRow(block, step, row);
@@ -214,12 +213,13 @@ HWY_INLINE void DecodeBlock(const uint8_t** from, Bits bits, T* block, ptrdiff_t
 }
 
 template <class T>
-void Decode(const uint8_t** from, Bits bits, T* block, ptrdiff_t step, uint32_t m,
-            uint32_t multiplier, bool refine) {
+void Decode(const uint8_t** bytes, uint32_t* accumulator, uint32_t* count, T* block, ptrdiff_t step,
+            uint32_t m, uint32_t multiplier, bool refine) {
+  const BitSource from = {bytes, accumulator, count};
   if (refine) {
-    DecodeBlock<true>(from, bits, block, step, m, multiplier);
+    DecodeBlock<true>(from, block, step, m, multiplier);
   } else {
-    DecodeBlock<false>(from, bits, block, step, m, multiplier);
+    DecodeBlock<false>(from, block, step, m, multiplier);
   }
 }
 
@@ -235,7 +235,7 @@ HWY_INLINE Fields MakeFields(VU32 bits, M32 is_signed, uint32_t m) {
   return {hn::And(bits, mask), mask};
 }
 
-// From a block that no coder has coded.
+// The fields of a block that the block coder has not coded.
 template <class T>
 struct FromBlock {
   const T* block;
@@ -284,7 +284,7 @@ void EncodeFields(const Source& source, const BitTarget& to, uint32_t m) {
 
 #if HWY_TARGET <= HWY_AVX2
 
-// The lowest `count` bits of `value`, which has no others.
+// Writes the lowest `count` bits of `value`; the bits above them are 0.
 HWY_INLINE void PutLong(uint64_t value, uint32_t count, VlcWriter* writer) {
   if (count > 32) {
     writer->Put(static_cast<uint32_t>(value >> 32), count - 32);
@@ -293,8 +293,8 @@ HWY_INLINE void PutLong(uint64_t value, uint32_t count, VlcWriter* writer) {
   writer->Put(static_cast<uint32_t>(value), count);
 }
 
-// The places in order of frequency, the first eight in the lower half, the first one of each half in its
-// highest byte; behind the last coefficient a byte of zero.
+// The places in order of frequency, the first eight in the lower half, the first one of each half
+// in its highest byte; after the last coefficient comes a byte of zero.
 alignas(16) constexpr uint8_t kExtractOrder[16] = {
     kPlace[7], kPlace[6],  kPlace[5],  kPlace[4],  kPlace[3],  kPlace[2],  kPlace[1], kPlace[0],
     0x80,      kPlace[14], kPlace[13], kPlace[12], kPlace[11], kPlace[10], kPlace[9], kPlace[8]};
@@ -333,20 +333,26 @@ HWY_INLINE void EncodeAll(const Source& source, const BitTarget& to, uint32_t m)
 }
 
 template <class T>
-void Encode(const T* block, ptrdiff_t step, uint8_t** to, Bits bits, uint32_t m, uint32_t trim) {
-  EncodeAll(FromBlock<T>{block, step, m, trim}, {to, bits.accumulator, bits.count}, m);
+void Encode(const T* block, ptrdiff_t step, uint8_t** to, uint32_t* accumulator, uint32_t* count,
+            uint32_t m, uint32_t trim) {
+  EncodeAll(FromBlock<T>{block, step, m, trim}, {to, accumulator, count}, m);
 }
 
-void EncodePacked(const int32_t* packed, uint8_t** to, Bits bits, uint32_t m) {
-  EncodeAll(FromPacked{packed, m}, {to, bits.accumulator, bits.count}, m);
+void EncodePacked(const int32_t* packed, uint8_t** to, uint32_t* accumulator, uint32_t* count,
+                  uint32_t m) {
+  EncodeAll(FromPacked{packed, m}, {to, accumulator, count}, m);
 }
 
-constexpr Kernels kKernels = {Decode<int32_t>, Decode<int16_t>, Encode<int32_t>, Encode<int16_t>,
-                              EncodePacked};
+constexpr Kernels kKernels = {
+    .decode32 = Decode<int32_t>,
+    .decode16 = Decode<int16_t>,
+    .encode32 = Encode<int32_t>,
+    .encode16 = Encode<int16_t>,
+    .encode_packed = EncodePacked,
+};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
@@ -358,37 +364,36 @@ Kernels kernels;
 ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 
 template <class Byte>
-Checks CheckStream(const void* block, Byte* const* stream, Bits bits) {
+Checks CheckStream(const void* block, const BitStream<Byte>& stream) {
   Checks checks;
-  checks.Ptr(block).Planes(stream, 1).Ptr(bits.accumulator).Ptr(bits.count);
-  return checks.Refuse(checks.Failed() == zepStatusOk && *bits.count > 32, zepStatusOutOfRange);
+  return stream.Check(checks.Ptr(block))
+      .Refuse([&] { return stream.IsTooLong(); }, zepStatusOutOfRange);
 }
 
 template <class T, class Kernel>
-zepStatus Decode(Kernel kernel, const uint8_t** from, Bits bits, T* block, int32_t step, uint32_t m,
+zepStatus Decode(Kernel kernel, const BitSource& from, T* block, int32_t step, uint32_t m,
                  T multiplier, uint32_t refine) {
-  if (auto bad = CheckStream(block, from, bits).Refuse(m > 15, zepStatusOutOfRange).Failed()) {
+  if (auto bad = CheckStream(block, from).Refuse(m > 15, zepStatusOutOfRange).Failed()) {
     return bad;
   }
   if (m == 0) return zepStatusOk;
-  kernel(from, bits, block, step, m, static_cast<uint32_t>(int32_t{multiplier}), refine != 0);
+  kernel(from.bytes, from.accumulator, from.count, block, step, m,
+         static_cast<uint32_t>(int32_t{multiplier}), refine != 0);
   return zepStatusOk;
 }
 
 template <class T, class Kernel>
-zepStatus Encode(Kernel kernel, const T* block, int32_t step, const int32_t* packed, uint8_t** to,
-                 Bits bits, uint32_t m, uint32_t trim, uint32_t coded) {
-  auto checks = Checks().Ptr(block).Ptr(packed).Failed();
-  if (checks != zepStatusOk) return checks;
-  if (auto bad =
-          CheckStream(block, to, bits).Refuse(m > 15 || trim > 15, zepStatusOutOfRange).Failed()) {
+zepStatus Encode(Kernel kernel, const T* block, int32_t step, const int32_t* packed,
+                 const BitTarget& to, uint32_t m, uint32_t trim, uint32_t coded) {
+  if (auto bad = Checks().Ptr(block).Ptr(packed).Failed()) return bad;
+  if (auto bad = CheckStream(block, to).Refuse(m > 15 || trim > 15, zepStatusOutOfRange).Failed()) {
     return bad;
   }
   if (m == 0) return zepStatusOk;
   if (coded != 0) {
-    kernels.encode_packed(packed, to, bits, m);
+    kernels.encode_packed(packed, to.bytes, to.accumulator, to.count, m);
   } else {
-    kernel(block, step, to, bits, m, trim);
+    kernel(block, step, to.bytes, to.accumulator, to.count, m, trim);
   }
   return zepStatusOk;
 }
@@ -396,22 +401,22 @@ zepStatus Encode(Kernel kernel, const T* block, int32_t step, const int32_t* pac
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::kernels;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiFLCDecode4x4_JPEGXR_1u32s_C1IR(const uint8_t** ppSrc, uint32_t* pAcc,
                                                       uint32_t* pBitCount, int32_t* pSrcDst,
                                                       int32_t srcDstStep, uint32_t modelBits,
                                                       int32_t multiplier, uint32_t refine) {
-  return zepjp::Decode(kernels.decode32, ppSrc, {pAcc, pBitCount}, pSrcDst, srcDstStep, modelBits,
-                       multiplier, refine);
+  return Decode(kernels.decode32, {ppSrc, pAcc, pBitCount}, pSrcDst, srcDstStep, modelBits,
+                multiplier, refine);
 }
 
 zepStatus ZEP_CALL zepiFLCDecode4x4_JPEGXR_1u16s_C1IR(const uint8_t** ppSrc, uint32_t* pAcc,
                                                       uint32_t* pBitCount, int16_t* pSrcDst,
                                                       int32_t srcDstStep, uint32_t modelBits,
                                                       int16_t multiplier, uint32_t refine) {
-  return zepjp::Decode(kernels.decode16, ppSrc, {pAcc, pBitCount}, pSrcDst, srcDstStep, modelBits,
-                       multiplier, refine);
+  return Decode(kernels.decode16, {ppSrc, pAcc, pBitCount}, pSrcDst, srcDstStep, modelBits,
+                multiplier, refine);
 }
 
 zepStatus ZEP_CALL zepiFLCEncode4x4_JPEGXR_32s1u_C1R(const int32_t* pSrc, int32_t srcStep,
@@ -419,8 +424,8 @@ zepStatus ZEP_CALL zepiFLCEncode4x4_JPEGXR_32s1u_C1R(const int32_t* pSrc, int32_
                                                      uint32_t* pAcc, uint32_t* pBitCount,
                                                      uint32_t modelBits, uint32_t trimBits,
                                                      uint32_t coded) {
-  return zepjp::Encode(kernels.encode32, pSrc, srcStep, pPacked, ppDst, {pAcc, pBitCount},
-                       modelBits, trimBits, coded);
+  return Encode(kernels.encode32, pSrc, srcStep, pPacked, {ppDst, pAcc, pBitCount}, modelBits,
+                trimBits, coded);
 }
 
 zepStatus ZEP_CALL zepiFLCEncode4x4_JPEGXR_16s1u_C1R(const int16_t* pSrc, int32_t srcStep,
@@ -428,7 +433,7 @@ zepStatus ZEP_CALL zepiFLCEncode4x4_JPEGXR_16s1u_C1R(const int16_t* pSrc, int32_
                                                      uint32_t* pAcc, uint32_t* pBitCount,
                                                      uint32_t modelBits, uint32_t trimBits,
                                                      uint32_t coded) {
-  return zepjp::Encode(kernels.encode16, pSrc, srcStep, pPacked, ppDst, {pAcc, pBitCount},
-                       modelBits, trimBits, coded);
+  return Encode(kernels.encode16, pSrc, srcStep, pPacked, {ppDst, pAcc, pBitCount}, modelBits,
+                trimBits, coded);
 }
 #endif  // HWY_ONCE

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: MIT
 // The 4x4 photo core transform (ITU-T T.832, 9.9.7), both ways, of many blocks at a time: each
-// register holds one element position of as many blocks as it has lanes, so a transform is lifting on
-// sixteen registers without a shuffle.
+// register holds one element position of as many blocks as it has lanes, so a transform is lifting
+// on sixteen registers without a shuffle.
 //
 // 16-bit lanes wrap in every sum, 32-bit lanes too; shifts are arithmetic. Each lifting step
 // changes one element by a function of others, so the inverse takes it back whatever wrapped. In
-// floating point nothing is rounded but by the arithmetic itself; products and sums stand in a fixed order.
+// floating point only the arithmetic itself rounds; products and sums are in a fixed order.
 #include "frame/checks.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpegxr/transform/photo_core_transform.cc"
 #include "hwy/foreach_target.h"
 #include "simd/ops-inl.h"
@@ -36,8 +35,7 @@ struct Kernels {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 // The terms of the lifting steps, over integers and over floating point.
@@ -227,8 +225,8 @@ HWY_INLINE hn::VFromD<D> ShuffleBytes(D d, hn::VFromD<D> v, const uint8_t* lanes
   return hn::BitCast(d, hn::TableLookupBytes(hn::BitCast(d8, v), table));
 }
 
-// One row of the blocks: registers of whole blocks become one for each column, and back. Which lane a
-// block gets is of no matter, as both ways agree.
+// One row of the blocks: registers of whole blocks become one for each column, and back. Any order
+// of the blocks in the lanes will do, as long as both directions use the same.
 template <class D>
 HWY_INLINE void ToColumns(D d, hn::VFromD<D> (&v)[4]) {
   if constexpr (sizeof(hn::TFromD<D>) == 2) {
@@ -266,7 +264,7 @@ HWY_INLINE void Pass(D d, uint8_t* const (&at)[4], ptrdiff_t step) {
   }
 }
 
-// An area of a fixed size, in passes of four registers or all that it has.
+// An area of a fixed size, in passes of up to four registers.
 template <class T, size_t kWidth, size_t kHeight, class Transform>
 void Area(uint8_t* data, ptrdiff_t step) {
   constexpr size_t kLanes =
@@ -288,9 +286,9 @@ void Area(uint8_t* data, ptrdiff_t step) {
 
 // Blocks anywhere in a region, collected until there are enough for a pass.
 template <class T, class Transform>
-class Collector {
+class BlockBatch {
  public:
-  explicit HWY_INLINE Collector(ptrdiff_t step) : step_(step) { CopyZeros(); }
+  explicit HWY_INLINE BlockBatch(ptrdiff_t step) : step_(step) { CopyZeros(); }
 
   HWY_INLINE void Add(uint8_t* block) {
     blocks_[count_++] = block;
@@ -337,7 +335,7 @@ void Region(uint8_t* data, ptrdiff_t step, size_t blocks_wide, size_t blocks_hig
   constexpr size_t kBytes = 4 * sizeof(T);
   constexpr size_t kRegister = kBlocks * kBytes / 4;
   const size_t whole = blocks_wide / kBlocks * kBlocks;
-  Collector<T, Transform> rest(step);
+  BlockBatch<T, Transform> rest(step);
   for (size_t y = 0; y < blocks_high; ++y) {
     uint8_t* const row = data + static_cast<ptrdiff_t>(4 * y) * step;
     for (size_t x = 0; x < whole; x += kBlocks) {
@@ -351,16 +349,24 @@ void Region(uint8_t* data, ptrdiff_t step, size_t blocks_wide, size_t blocks_hig
 }
 
 template <class T, class Transform>
-constexpr Functions kFunctions = {Region<T, Transform>, Area<T, 16, 16, Transform>,
-                                  Area<T, 8, 16, Transform>, Area<T, 8, 8, Transform>};
+constexpr Functions kFunctions = {
+    .region = Region<T, Transform>,
+    .area16x16 = Area<T, 16, 16, Transform>,
+    .area8x16 = Area<T, 8, 16, Transform>,
+    .area8x8 = Area<T, 8, 8, Transform>,
+};
 
-constexpr Kernels kKernels = {kFunctions<int16_t, Forward>, kFunctions<int16_t, Inverse>,
-                              kFunctions<int32_t, Forward>, kFunctions<int32_t, Inverse>,
-                              kFunctions<float, Forward>,   kFunctions<float, Inverse>};
+constexpr Kernels kKernels = {
+    .forward16 = kFunctions<int16_t, Forward>,
+    .inverse16 = kFunctions<int16_t, Inverse>,
+    .forward32 = kFunctions<int32_t, Forward>,
+    .inverse32 = kFunctions<int32_t, Inverse>,
+    .forward_float = kFunctions<float, Forward>,
+    .inverse_float = kFunctions<float, Inverse>,
+};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
@@ -399,24 +405,24 @@ zepStatus Area(void (*kernel)(uint8_t*, ptrdiff_t), T* data, int32_t step) {
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::kernels;
+using namespace zepjp;
 
 #  define ZEP_TRANSFORM(direction, type, T, functions)                                           \
     zepStatus ZEP_CALL zepiPCT##direction##_JPEGXR_##type##_C1IR(T* pSrcDst, int32_t srcDstStep, \
                                                                  zepiSize roiSize) {             \
-      return zepjp::Region(kernels.functions, pSrcDst, srcDstStep, roiSize);                     \
+      return Region(kernels.functions, pSrcDst, srcDstStep, roiSize);                            \
     }                                                                                            \
     zepStatus ZEP_CALL zepiPCT##direction##16x16_JPEGXR_##type##_C1IR(T* pSrcDst,                \
                                                                       int32_t srcDstStep) {      \
-      return zepjp::Area<16>(kernels.functions.area16x16, pSrcDst, srcDstStep);                  \
+      return Area<16>(kernels.functions.area16x16, pSrcDst, srcDstStep);                         \
     }                                                                                            \
     zepStatus ZEP_CALL zepiPCT##direction##8x16_JPEGXR_##type##_C1IR(T* pSrcDst,                 \
                                                                      int32_t srcDstStep) {       \
-      return zepjp::Area<8>(kernels.functions.area8x16, pSrcDst, srcDstStep);                    \
+      return Area<8>(kernels.functions.area8x16, pSrcDst, srcDstStep);                           \
     }                                                                                            \
     zepStatus ZEP_CALL zepiPCT##direction##8x8_JPEGXR_##type##_C1IR(T* pSrcDst,                  \
                                                                     int32_t srcDstStep) {        \
-      return zepjp::Area<8>(kernels.functions.area8x8, pSrcDst, srcDstStep);                     \
+      return Area<8>(kernels.functions.area8x8, pSrcDst, srcDstStep);                            \
     }
 
 ZEP_TRANSFORM(Fwd, 16s, int16_t, forward16)

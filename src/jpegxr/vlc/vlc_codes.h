@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
-// The codes of JPEG XR (ITU-T T.832 | ISO/IEC 29199-2): of each alphabet a set of tables, all of them
-// complete, no code longer than 8 bits. What the tables of 4, 8 and 9 symbols code is the callers' own; the
-// coders here need those below.
+// The variable-length codes of JPEG XR (ITU-T T.832 | ISO/IEC 29199-2): for each alphabet, that is
+// for each number of symbols, a set of code tables among which the coders choose adaptively. All
+// codes are complete and at most 8 bits long. The alphabets of 4, 8 and 9 symbols belong to
+// headers, which callers code themselves.
 #ifndef ZEPJP_SRC_JPEGXR_VLC_VLC_CODES_H_
 #define ZEPJP_SRC_JPEGXR_VLC_VLC_CODES_H_
 
@@ -26,10 +27,10 @@ constexpr VlcCode Join(VlcCode a, VlcCode b) {
   return {a.bits << b.length | b.bits, a.length + b.length};
 }
 
-// Symbol by symbol. 5 symbols: how many zeros a run has.
+// The codes in the order of the symbols. 5 symbols: the length of a run of zeros.
 constexpr const char* kRunCodes[5] = {"1", "01", "001", "0000", "0001"};
-// 6 symbols: 2 * next + whether the magnitude is above 1. Next: 0, this is the last coefficient; 1, another
-// one follows at once; 2, behind zeros.
+// 6 symbols, the index of a coefficient: 2 * next + (1 if its magnitude is above 1). Next is 0 if
+// it is the last coefficient, 1 if another one follows at once, 2 if one follows after zeros.
 constexpr const char* kIndexCodes[4][6] = {
     {"1", "00000", "001", "00001", "01", "0001"},
     {"01", "0000", "10", "0001", "11", "001"},
@@ -41,7 +42,8 @@ constexpr const char* kLevelCodes[2][7] = {
     {"01", "10", "11", "001", "0001", "00000", "00001"},
     {"1", "01", "001", "0001", "00001", "000000", "000001"},
 };
-// 12 symbols: 4 * next + 2 * whether the magnitude is above 1 + whether there are no zeros before.
+// 12 symbols, the index of the first coefficient: 4 * next + (2 if its magnitude is above 1) + (1
+// if no zeros precede).
 constexpr const char* kFirstCodes[5][12] = {
     {"00001", "000001", "0000000", "0000001", "00100", "010", "00101", "1", "00110", "0001",
      "00111", "011"},
@@ -62,9 +64,9 @@ constexpr uint32_t FirstSymbol(uint32_t next, bool has_level, bool has_no_run) {
 constexpr bool HasNoRun(uint32_t symbol) { return (symbol & 1) != 0; }
 constexpr bool HasLevel(uint32_t symbol) { return (symbol & 2) != 0; }
 constexpr uint32_t NextOf(uint32_t symbol) { return symbol >> 2; }
-constexpr uint32_t ContextBehindFirst(uint32_t symbol) { return NextOf(symbol) & symbol & 1; }
+constexpr uint32_t ContextAfterFirst(uint32_t symbol) { return NextOf(symbol) & symbol & 1; }
 
-// How much shorter each symbol's code is in the next table: of tables i and i + 1.
+// How many bits shorter each symbol's code is in table i + 1 than in table i.
 constexpr int kIndexDifferences[3][6] = {
     {-1, 1, 1, 1, 0, 1},
     {-2, 0, 0, 2, 0, 0},
@@ -78,8 +80,8 @@ constexpr int kFirstDifferences[4][12] = {
     {0, 1, 0, 1, -2, 0, -1, -1, -2, -1, -2, -2},
 };
 
-// The pairs of tables that a table's first and second counter compare: it and the one below, it and the one
-// above, where there are such.
+// Which of the differences above a table's two counters add up: its first counter compares it with
+// the table below, its second with the table above; at either end both use the only neighbour.
 constexpr uint32_t PairBelow(uint32_t index) { return index > 1 ? index - 1 : 0; }
 constexpr uint32_t PairAbove(uint32_t index, uint32_t count) {
   return index < count - 2 ? index : count - 2;
@@ -95,20 +97,21 @@ constexpr uint32_t LevelSymbol(uint32_t magnitude) {
   return symbol;
 }
 
-// Runs by symbol, by the longest possible run M: 5 and 6, 7 to 10, 11 to 14.
+// Runs by symbol: base + extra bits, for a longest possible run of 5 or 6, of 7 to 10, of 11 to 14.
 constexpr uint32_t kRunBase[3][5] = {{1, 2, 3, 4, 5}, {1, 2, 3, 5, 7}, {1, 2, 3, 5, 7}};
 constexpr uint32_t kRunBits[3][5] = {{0, 0, 0, 0, 1}, {0, 0, 1, 1, 2}, {0, 0, 1, 1, 3}};
 constexpr uint32_t RunKind(uint32_t longest) { return longest < 7 ? 0 : longest < 11 ? 1 : 2; }
-// Shorter ones: M = 2 to 4.
+// Codes of runs where the longest possible one is 2, 3 or 4.
 constexpr const char* kShortRunCodes[3][4] = {
     {"1", "0"}, {"1", "01", "00"}, {"1", "01", "001", "000"}};
 
-// Instead of an index table: at slot 14, where there can be no zeros before another coefficient, and at
-// slot 15, the last one.
+// The index at the last two slots has fixed codes: at slot 14 no zeros can follow, and slot 15 is
+// the last one.
 constexpr const char* kCodesAt14[4] = {"0", "110", "10", "111"};
 constexpr const char* kCodesAt15[2] = {"0", "1"};
 
-// Slots of a block's values end with 15; so the joint chroma blocks start later.
+// The slots of a block end with 15; blocks with fewer values, the joint chroma ones, begin at a
+// later slot.
 constexpr uint32_t kLastSlot = 15, kFirstSlotOf420 = 10, kFirstSlotOf422 = 2;
 
 }  // namespace zepjp

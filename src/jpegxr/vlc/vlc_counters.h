@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
-// What a block adds to the counters of its tables, all in one sum: six lanes in an entry's bits 22 to 61.
-// A block has at most 14 indexes behind its first, each of which adds -2..2 to a lane of 7 bits, and 15
-// levels, each -1..1 to a lane of 6 bits: no lane overflows.
+// The sums by which a block changes the counters of its tables, all six in one 64-bit word: lanes
+// in bits 22 to 61 of the entries of the look-up tables, so that one addition per coefficient
+// counts everything. A block has at most 14 indexes after its first, each of which adds -2..2 to a
+// lane of 7 bits (at most 28 in magnitude), and 15 levels, each of which adds -1..1 to a lane of 6
+// bits: no lane overflows.
 #ifndef ZEPJP_SRC_JPEGXR_VLC_VLC_COUNTERS_H_
 #define ZEPJP_SRC_JPEGXR_VLC_VLC_COUNTERS_H_
 
@@ -19,7 +21,8 @@ constexpr uint32_t LaneOfLevel(uint32_t context) { return 4 + context; }
 constexpr uint32_t LaneBits(uint32_t lane) { return lane < 4 ? 7 : 6; }
 constexpr uint32_t LaneStart(uint32_t lane) { return lane < 4 ? 7 * lane : 28 + 6 * (lane - 4); }
 
-// Lanes of which one holds `value`. Negative values borrow from the lanes above; CounterSum settles it.
+// A word with `value` in one lane. Negative values borrow from the lanes above, which CounterSum
+// corrects.
 constexpr uint64_t InLane(uint32_t lane, int value) {
   const auto bits = static_cast<uint64_t>(static_cast<int64_t>(value)) << LaneStart(lane);
   return (bits & ((uint64_t{1} << kAllLanesBits) - 1)) << kFirstLane;
@@ -40,7 +43,7 @@ constexpr VlcCode IndexCode(uint32_t kind, uint32_t symbol) {
   return CodeOf(kind == kIndexAt14 ? kCodesAt14[symbol] : kIndexCodes[kind][symbol]);
 }
 
-// What an index adds; nothing at the last slots.
+// What an index adds to the counters; 0 at the last two slots, whose codes are fixed.
 constexpr uint64_t CountIndex(uint32_t context, uint32_t kind, uint32_t symbol) {
   if (kind >= kNumIndexTables) return 0;
   return AddLanes(
@@ -93,7 +96,7 @@ class CounterSum {
     return (static_cast<uint32_t>(biased >> LaneStart(lane)) & (2 * Bias(lane) - 1)) - Bias(lane);
   }
 
-  uint64_t sum_ = 0;  // what is above the lanes has no meaning
+  uint64_t sum_ = 0;  // the bits above the lanes have no meaning
 };
 
 }  // namespace zepjp

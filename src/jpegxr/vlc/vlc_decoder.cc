@@ -1,8 +1,16 @@
 // SPDX-License-Identifier: MIT
-// Decoding of blocks (ITU-T T.832 | ISO/IEC 29199-2).
+// Decoding of blocks of coefficients (ITU-T T.832 | ISO/IEC 29199-2).
 //
-// The first coefficient of a block comes as index, sign, level, run; each other one as run, index, sign,
-// level. One look-up tells the last three together; what does not fit there is decoded step by step.
+// A block is a list of runs of zeros and levels. The stream has, for the first coefficient: index,
+// sign, level, run; for each other one: run, index, sign, level. (Codes and the meaning of the
+// index are in vlc_codes.h.) One look-up in vlc_decoding_tables.h gives index, sign and level
+// together, with their length and counters; coefficients that do not fit are decoded step by step.
+// Which code table is used depends on the context: context 1 is the part of the block in which
+// coefficients have followed one another without zeros since the first, context 0 the rest.
+//
+// The loop is latency-bound: window, look-up, shift, next window. So the refill has no branch and
+// runs beside the look-up, the counters of all tables are one addition, and the tables of a context
+// are chosen before the loop.
 #include <cstring>
 
 #include "frame/checks.h"
@@ -10,12 +18,10 @@
 #include "jpegxr/vlc/vlc_reader.h"
 #include "simd/dispatch.h"
 
-// Scalar code, compiled for its shifts: AVX2's processors have BMI2 too.
-#define HWY_DISABLED_TARGETS (HWY_SSE4 | HWY_AVX3)
-#undef HWY_TARGET_INCLUDE
+#define HWY_DISABLED_TARGETS ZEP_ALL_BUT_SCALAR_TARGETS
 #define HWY_TARGET_INCLUDE "jpegxr/vlc/vlc_decoder.cc"
 #include "hwy/foreach_target.h"
-#include "hwy/highway.h"
+#include "simd/scalar-inl.h"
 
 #ifndef ZEPJP_VLC_DECODER_KERNELS
 #  define ZEPJP_VLC_DECODER_KERNELS
@@ -37,19 +43,13 @@ struct Kernels {
                                int32_t* levels);
 };
 
-// The pointers that every decoder takes.
-inline Checks CheckPointers(const uint8_t* const* bytes, const uint32_t* accumulator,
-                            const uint32_t* count, const zepiVLCState* state, const void* target) {
-  return Checks()
-      .Planes(bytes, 1)
-      .Ptr(accumulator)
-      .Ptr(count)
-      .Ptr(state)
-      .Ptr(static_cast<const uint8_t*>(target));
+// What every decoder checks before the arguments of its own.
+inline Checks CheckPointers(const BitSource& from, const zepiVLCState* state, const void* target) {
+  Checks checks;
+  return from.Check(checks).Ptr(state).Ptr(static_cast<const uint8_t*>(target));
 }
-inline bool IsTooLong(const uint32_t* count) { return count != nullptr && *count > 32; }
 
-// What could not be looked up at once.
+// A coefficient that was decoded step by step.
 struct Coefficient {
   uint32_t next;
   int32_t level;
@@ -66,7 +66,7 @@ struct Level {
   uint32_t magnitude, last_look;
 };
 
-// The magnitude behind the code of the escape: 2 + 2^n + n bits, n of 4 to 29 in up to three fields.
+// The magnitude after the escape code: 2 + 2^n + n bits, with n of 4 to 29 in up to three fields.
 inline Level TakeEscaped(VlcReader* reader) {
   uint32_t n = 4 + reader->Take(4);
   if (n == 19) n += reader->Take(2);
@@ -116,7 +116,7 @@ HWY_NOINLINE Coefficient TakeRareCoefficient(uint32_t context, uint32_t kind, ui
   return {next, Signed(level.magnitude, index.sign()), level.last_look, counters};
 }
 
-// One with a level.
+// The first coefficient, with a level.
 HWY_NOINLINE FirstCoefficient TakeRareFirst(uint32_t table, uint32_t level_tables,
                                             VlcReader* reader) {
   reader->Refill();
@@ -124,7 +124,7 @@ HWY_NOINLINE FirstCoefficient TakeRareFirst(uint32_t table, uint32_t level_table
   reader->Use(entry >> 4);
   FirstCoefficient first = {entry & 15, 0, 0, 0};
   const uint32_t sign = reader->Take(1);
-  const uint32_t level_table = level_tables >> ContextBehindFirst(first.symbol) & 1;
+  const uint32_t level_table = level_tables >> ContextAfterFirst(first.symbol) & 1;
   const Level level = TakeLevel(level_table, reader, &first.level_delta);
   first.level = Signed(level.magnitude, sign);
   first.last_look = level.last_look;
@@ -135,11 +135,8 @@ HWY_NOINLINE FirstCoefficient TakeRareFirst(uint32_t table, uint32_t level_table
 }  // namespace zepjp
 #endif
 
-#if HWY_TARGET == HWY_AVX2
-HWY_PUSH_ATTRIBUTES("bmi,bmi2")
-#endif
-namespace zepjp {
-namespace HWY_NAMESPACE {
+ZEP_BEFORE_SCALAR_NAMESPACE("bmi,bmi2");
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 // The tables of a context: slots up to 13, and the last two.
@@ -178,14 +175,14 @@ class Lookup {
   uint32_t index0_, index1_;
 };
 
-// A block in the midst of decoding. Calls store(slot, level) for each coefficient.
+// The decoding of one block. Calls store(slot, level) for each coefficient.
 template <class Store>
-class BlockDecoder {
+class VlcBlockDecoder {
  public:
-  HWY_INLINE BlockDecoder(const BlockTables& tables, const BitSource& from, const Store& store)
+  HWY_INLINE VlcBlockDecoder(const BlockTables& tables, const BitSource& from, const Store& store)
       : tables_(tables), lookup_(tables), reader_(from), store_(store) {}
 
-  // Returns how many there are.
+  // Returns the number of coefficients.
   HWY_INLINE uint32_t Decode(uint32_t first_slot, const BitSource& from) {
     DecodeFirst(first_slot);
     const bool begins_in1 = context_ != 0;
@@ -227,12 +224,12 @@ class BlockDecoder {
       last_look = rare.last_look;
       if (!HasNoRun(symbol)) reader_.Refill();
     }
-    // At least 7 bits are left, enough for any run, or there is none.
+    // At least 7 bits are valid, enough for any run, or there is no run.
     const RunEntry run = RunAt((uint64_t{symbol} & 1) - 1, first_slot);
     reader_.Use(run.length);
     tables_.first->delta1 += static_cast<uint32_t>(kFirstDeltas.of[index][symbol][0]);
     tables_.first->delta2 += static_cast<uint32_t>(kFirstDeltas.of[index][symbol][1]);
-    context_ = ContextBehindFirst(symbol);
+    context_ = ContextAfterFirst(symbol);
     counters_.AddLevel(context_, level_delta);
     slot_ = first_slot + run.run;
     store_(slot_, level);
@@ -245,15 +242,15 @@ class BlockDecoder {
     last_ = WithLastLook(last_look);
   }
 
-  // What the next bits tell of a run before slot `start`; with `mask` 0, instead of all ones, there is
-  // none.
+  // The run that the next bits hold, before slot `start`. `mask` is all ones, or 0 if there is no
+  // run.
   HWY_INLINE RunEntry RunAt(uint64_t mask, uint32_t start) const {
     const uint64_t row = uint64_t{kLastSlot - start} << kRunLookBits;
     return kRunTables.of[(row & mask) + reader_.Peek(kRunLookBits)];
   }
 
-  // A run, of which there is none in context 1, and a coefficient: 16 bits at most, but for rare ones.
-  // Returns whether another one follows at once, so that a context goes on.
+  // A run (never in context 1) and a coefficient: 16 bits at most, except rare ones. Returns
+  // whether another coefficient follows at once, so that context 1 goes on.
   template <uint32_t kContext>
   HWY_INLINE bool DecodeNext(const SlotTables& tables) {
     ++count_;
@@ -265,7 +262,7 @@ class BlockDecoder {
         (*tables.At(slot_))[reader_.window() << run.length >> (64 - kLookBits)];
     const uint32_t valid = reader_.count();
     reader_.RefillAside();
-    // Not told by so many bits, or by these bits.
+    // Either too few bits were valid, or the look-up bits do not hold the whole coefficient.
     if (HWY_UNLIKELY(run.length + entry.length() > valid)) {
       if (kContext == 0) run = RunAt(run_mask_, start);
       slot_ = start + run.run;
@@ -283,7 +280,7 @@ class BlockDecoder {
     return entry.is_followed();
   }
 
-  // From behind the run.
+  // Decodes a coefficient step by step, from after its run.
   HWY_INLINE bool DecodeRare(uint32_t context) {
     VlcReader copy = reader_;
     const Coefficient rare =
@@ -307,7 +304,7 @@ class BlockDecoder {
   const Store store_;
   CounterSum counters_;
   uint32_t context_ = 0, slot_ = 0, count_ = 1;
-  CoefficientEntry last_;  // for how many bits were looked at last
+  CoefficientEntry last_;  // tells how many bits the last look took
   uint64_t run_mask_ = 0;  // all ones if a run comes next
   bool is_last_ = false;
 };
@@ -315,10 +312,11 @@ class BlockDecoder {
 template <class Store>
 HWY_INLINE uint32_t DecodeBlock(const BlockTables& tables, uint32_t first_slot,
                                 const BitSource& from, const Store& store) {
-  return BlockDecoder<Store>(tables, from, store).Decode(first_slot, from);
+  return VlcBlockDecoder<Store>(tables, from, store).Decode(first_slot, from);
 }
 
-// Where coefficients go, by their slots. (No lambdas: they would not be compiled for the instruction set.)
+// Where coefficients are stored, by their slots. (Not lambdas: they would not be compiled for the
+// instruction set.)
 template <class T>
 struct BlockStore {
   VlcScanEntry* scan;
@@ -351,19 +349,20 @@ template <class T>
 zepStatus ZEP_CALL DecodeScanned(const uint8_t** bytes, uint32_t* accumulator, uint32_t* count,
                                  uint32_t model_bits, zepiVLCState* state, uint32_t step,
                                  uint32_t channel, T* block, zepiVLCContext* context) {
-  if (auto bad = CheckPointers(bytes, accumulator, count, state, block)
-                     .Ptr(context)
-                     .Refuse(IsTooLong(count) || model_bits > 15, zepStatusOutOfRange)
-                     .Failed()) {
+  const BitSource from = {bytes, accumulator, count};
+  if (auto bad =
+          CheckPointers(from, state, block)
+              .Ptr(context)
+              .Refuse([&] { return from.IsTooLong() || model_bits > 15; }, zepStatusOutOfRange)
+              .Failed()) {
     return bad;
   }
   VlcState* const tables = Unwrap(state);
   const auto multiplier = static_cast<uint32_t>(context->multiplier);
   const uint32_t scale = (multiplier == 0 ? 1 : multiplier) << model_bits;
   const BlockTarget to = {reinterpret_cast<uint8_t*>(block), step, scale};
-  context->count +=
-      DecodeBlock(TablesOf(tables, kHighpassTables, channel != 0), 1, {bytes, accumulator, count},
-                  BlockStore<T>{CurrentScan(tables), to});
+  context->count += DecodeBlock(TablesOf(tables, kHighpassTables, channel != 0), 1, from,
+                                BlockStore<T>{CurrentScan(tables), to});
   return zepStatusOk;
 }
 
@@ -378,15 +377,16 @@ void DecodeJointLowpass(VlcState* state, uint32_t first_slot, const BitSource& f
               JointStore{first_slot, levels});
 }
 
-constexpr Kernels kKernels = {DecodeScanned<int16_t>, DecodeScanned<int32_t>, DecodeLowpass,
-                              DecodeJointLowpass};
+constexpr Kernels kKernels = {
+    .decode_block_16s = DecodeScanned<int16_t>,
+    .decode_block_32s = DecodeScanned<int32_t>,
+    .decode_lowpass = DecodeLowpass,
+    .decode_joint_lowpass = DecodeJointLowpass,
+};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
-#if HWY_TARGET == HWY_AVX2
-HWY_POP_ATTRIBUTES
-#endif
+}  // namespace zepjp::HWY_NAMESPACE
+ZEP_AFTER_SCALAR_NAMESPACE();
 
 #if HWY_ONCE
 namespace zepjp {
@@ -398,8 +398,8 @@ ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 
 zepStatus DecodeJoint(uint32_t first_slot, const BitSource& from, zepiVLCState* state,
                       int32_t* levels) {
-  if (auto bad = CheckPointers(from.bytes, from.accumulator, from.count, state, levels)
-                     .Refuse(IsTooLong(from.count), zepStatusOutOfRange)
+  if (auto bad = CheckPointers(from, state, levels)
+                     .Refuse([&] { return from.IsTooLong(); }, zepStatusOutOfRange)
                      .Failed()) {
     return bad;
   }
@@ -412,7 +412,7 @@ zepStatus DecodeJoint(uint32_t first_slot, const BitSource& from, zepiVLCState* 
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::kernels;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiVLCDecode4x4_JPEGXR_1u16s_C1R(const uint8_t** ppSrc, uint32_t* pAcc,
                                                      uint32_t* pBitCount, uint32_t modelBits,
@@ -435,28 +435,28 @@ zepStatus ZEP_CALL zepiVLCDecode4x4_JPEGXR_1u32s_C1R(const uint8_t** ppSrc, uint
 zepStatus ZEP_CALL zepiVLCDecodeDC420_JPEGXR_1u32s(const uint8_t** ppSrc, uint32_t* pAcc,
                                                    uint32_t* pBitCount, zepiVLCState* pState,
                                                    int32_t* pDst) {
-  return zepjp::DecodeJoint(zepjp::kFirstSlotOf420, {ppSrc, pAcc, pBitCount}, pState, pDst);
+  return DecodeJoint(kFirstSlotOf420, {ppSrc, pAcc, pBitCount}, pState, pDst);
 }
 
 zepStatus ZEP_CALL zepiVLCDecodeDC422_JPEGXR_1u32s(const uint8_t** ppSrc, uint32_t* pAcc,
                                                    uint32_t* pBitCount, zepiVLCState* pState,
                                                    int32_t* pDst) {
-  return zepjp::DecodeJoint(zepjp::kFirstSlotOf422, {ppSrc, pAcc, pBitCount}, pState, pDst);
+  return DecodeJoint(kFirstSlotOf422, {ppSrc, pAcc, pBitCount}, pState, pDst);
 }
 
 zepStatus ZEP_CALL zepiVLCDecodeDC444_JPEGXR_1u32s(const uint8_t** ppSrc, uint32_t* pAcc,
                                                    uint32_t* pBitCount, zepiVLCState* pState,
                                                    int32_t* pDst) {
-  const zepjp::BitSource from = {ppSrc, pAcc, pBitCount};
-  if (auto bad = zepjp::CheckPointers(ppSrc, pAcc, pBitCount, pState, pDst)
-                     .Refuse(zepjp::IsTooLong(pBitCount), zepStatusOutOfRange)
+  const BitSource from = {ppSrc, pAcc, pBitCount};
+  if (auto bad = CheckPointers(from, pState, pDst)
+                     .Refuse([&] { return from.IsTooLong(); }, zepStatusOutOfRange)
                      .Failed()) {
     return bad;
   }
   int32_t levels[16] = {};
   std::memcpy(levels, static_cast<const void*>(pDst), sizeof(int32_t));
   const bool is_chroma = levels[0] != 0;
-  kernels.decode_lowpass(zepjp::Unwrap(pState), is_chroma, from, levels);
+  kernels.decode_lowpass(Unwrap(pState), is_chroma, from, levels);
   std::memcpy(static_cast<void*>(pDst + 1), levels + 1, 15 * sizeof(int32_t));
   return zepStatusOk;
 }

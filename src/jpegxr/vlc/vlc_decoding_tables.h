@@ -1,5 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Look-up tables of the decoder, all indexed by the bits that come next.
+// Look-up tables of the decoder, all indexed by the next bits of the stream and computed at compile
+// time.
+//
+// A coefficient takes an index, a sign and, for a magnitude above 1, a level. One table entry holds
+// all three with the sum of their lengths and of what they add to the counters, for every choice of
+// level tables and index table: one look-up decodes a coefficient. Longer ones than kLookBits are
+// decoded step by step from the smaller tables.
 #ifndef ZEPJP_SRC_JPEGXR_VLC_VLC_DECODING_TABLES_H_
 #define ZEPJP_SRC_JPEGXR_VLC_VLC_DECODING_TABLES_H_
 
@@ -7,8 +13,8 @@
 
 namespace zepjp {
 
-// Entries begin with the number of bits that they stand for, 0 where these bits do not tell it all, in as
-// many bits as a shift looks at.
+// Entries begin with the number of bits that they decode, 0 if the look-up bits do not hold all of
+// them; it has the 6 bits that a shift instruction takes.
 constexpr uint32_t kLengthBits = 6;
 template <class Entry>
 constexpr uint32_t LengthOf(Entry entry) {
@@ -78,14 +84,14 @@ constexpr LevelTables MakeLevelTables() {
 }
 constexpr LevelTables kLevelTables = MakeLevelTables();
 
-// A run by the longest possible one; what is longer nevertheless is cut. Where at most one is possible no
-// bits tell it.
+// A run, for the longest possible one; in damaged streams a longer one is cut to it. If it can only
+// have one length it takes no bits.
 struct RunEntry {
   uint8_t length, run;
 };
 
 constexpr uint32_t kRunLookBits = 7;
-// All in one: those of a longest run begin at it << kRunLookBits.
+// All of them: the entries for a longest run begin at (longest << kRunLookBits).
 struct RunTables {
   RunEntry of[kLastSlot << kRunLookBits];
 };
@@ -127,8 +133,8 @@ constexpr RunTables MakeRunTables() {
 }
 constexpr RunTables kRunTables = MakeRunTables();
 
-// How many of a long run's bits are looked at last, by kind and length: its extra bits or, without any,
-// all.
+// How many bits of a long run the last look takes, by kind and length: its extra bits, or all bits
+// if it has none.
 struct LastLooks {
   uint8_t of[3][1 + kRunLookBits];
 };
@@ -144,8 +150,8 @@ constexpr LastLooks MakeLastLooks() {
 }
 constexpr LastLooks kLastLookOfRun = MakeLastLooks();
 
-// A coefficient behind the first: its index, its sign and, where the magnitude is above 1, its level.
-// What does not fit into kLookBits has a length beyond all.
+// A coefficient after the first: its index, its sign and, for a magnitude above 1, its level. One
+// that does not fit into kLookBits has the length kTooLong.
 constexpr uint32_t kTooLong = (1u << kLengthBits) - 1;
 class CoefficientEntry {
  public:
@@ -248,7 +254,7 @@ constexpr IndexTables MakeIndexTables() {
 }
 constexpr IndexTables kIndexTables = MakeIndexTables();
 
-// By what the level tables are (bit c: that of context c).
+// By the choice of level tables (bit c: the table of context c).
 struct CoefficientTables {
   CoefficientTable of[4];
 };
@@ -261,7 +267,7 @@ constexpr CoefficientTables MakeCoefficientTables() {
   return tables;
 }
 
-// By context and by what kind of index stands there.
+// By context and by the kind of the index.
 template <uint32_t kContext>
 constexpr CoefficientTables kTablesOfContext[kIndexAt15 + 1] = {
     MakeCoefficientTables<kContext, 0>(), MakeCoefficientTables<kContext, 1>(),
@@ -318,7 +324,7 @@ constexpr FirstTables MakeFirstTables() {
       for (uint32_t sign = 0; sign < 2; ++sign) {
         const VlcCode start = Join(CodeOf(kFirstCodes[kTable][symbol]), {sign, 1});
         if (HasLevel(symbol)) {
-          FillFirstLevels(start, symbol, levels >> ContextBehindFirst(symbol) & 1,
+          FillFirstLevels(start, symbol, levels >> ContextAfterFirst(symbol) & 1,
                           tables.of[levels]);
         } else {
           FillFirst(start, symbol, sign != 0 ? -1 : 1, 1, 0, tables.of[levels]);

@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: MIT
-// Coding of blocks (ITU-T T.832 | ISO/IEC 29199-2).
+// Coding of blocks of coefficients (ITU-T T.832 | ISO/IEC 29199-2); the stream's order is described
+// in vlc_decoder.cc.
 //
-// Vectors split a block into levels and refinement and find the significant coefficients in the scan's
-// order; runs come out of that mask, and the bits of a coefficient go out together.
+// Vectors split the sixteen coefficients c, with m model bits, into levels (|c| >> m with the sign
+// of c), clamped to a byte, and refinement (the m bits below). A byte shuffle brings the levels
+// into scan order, and a comparison makes a mask of 16 bits of the significant ones. The loop walks
+// the mask: a count of trailing zeros is the run, and one look-up by level and by what comes next
+// (vlc_encoding_tables.h) gives the bits of index, sign and level with their counters.
 #include <cstring>
 
 #include "frame/checks.h"
@@ -10,7 +14,6 @@
 #include "jpegxr/vlc/vlc_writer.h"
 #include "simd/dispatch.h"
 
-#undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpegxr/vlc/vlc_encoder.cc"
 #include "hwy/foreach_target.h"
 #include "simd/ops-inl.h"
@@ -38,16 +41,11 @@ struct Kernels {
                          bool is_chroma, const BitTarget& to);
 };
 
-// The pointers that every encoder takes.
+// What every encoder checks before the arguments of its own.
 inline Checks CheckPointers(const void* source, const BitTarget& to, const zepiVLCState* state) {
-  return Checks()
-      .Ptr(static_cast<const uint8_t*>(source))
-      .Planes(to.bytes, 1)
-      .Ptr(to.accumulator)
-      .Ptr(to.count)
-      .Ptr(state);
+  Checks checks;
+  return to.Check(checks.Ptr(static_cast<const uint8_t*>(source))).Ptr(state);
 }
-inline bool IsTooLong(const uint32_t* count) { return count != nullptr && *count > 32; }
 
 // n is the number of bits below the highest one of magnitude - 2: 4 to 29.
 constexpr uint32_t kMaxEscaped = 2 + (1u << 30) - 1;
@@ -65,8 +63,8 @@ HWY_NOINLINE void PutEscaped(uint32_t magnitude, VlcWriter* to) {
   to->Put(value & ((1u << n) - 1), n);
 }
 
-// What follows a coefficient of which `rest` has the slots from the next one on: nothing, another one at
-// once, or one behind zeros.
+// What follows a coefficient, by the mask of the slots after it: 0, nothing; 1, another coefficient
+// at once; 2, one after zeros.
 HWY_INLINE uint32_t NextAmong(uint32_t rest) {
   const uint32_t next = 2 - (rest & 1);
   return rest == 0 ? 0 : next;
@@ -82,8 +80,7 @@ HWY_INLINE uint32_t MagnitudeOf(int32_t level) {
 #endif
 
 ZEP_BEFORE_NAMESPACE();
-namespace zepjp {
-namespace HWY_NAMESPACE {
+namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 using D32 = hn::Simd<int32_t, 4, 0>;
@@ -108,17 +105,18 @@ HWY_INLINE SlotCodes CodesIn(uint32_t context, const BlockTables& tables, uint32
   return {&all[index].of[levels], &all[kIndexAt14].of[levels], &in0[kIndexAt15].of[levels]};
 }
 
-// A block in the midst of coding. `levels` gives the levels of slots in bytes, and escaped ones.
+// The coding of one block. `levels` gives the level of each slot as a byte, and the magnitudes of
+// escaped ones.
 template <class Levels>
-class BlockEncoder {
+class VlcBlockEncoder {
  public:
-  HWY_INLINE BlockEncoder(const BlockTables& tables, const Levels& levels, const BitTarget& to)
+  HWY_INLINE VlcBlockEncoder(const BlockTables& tables, const Levels& levels, const BitTarget& to)
       : tables_(tables),
         levels_(levels),
         level_tables_(tables.level[0]->index | tables.level[1]->index << 1),
         writer_(to) {}
 
-  // `slots`: bit k for a coefficient at slot k, at least one from `first_slot` on.
+  // `slots` has bit k set for a coefficient at slot k; at least one, and none before `first_slot`.
   HWY_INLINE void Encode(uint32_t slots, uint32_t first_slot, const BitTarget& to) {
     EncodeFirst(slots, first_slot);
     if (rest_ != 0) {
@@ -152,7 +150,7 @@ class BlockEncoder {
     counters_.Add(code.word());
     writer_.Put(code.bits(), code.length());
     if (HWY_UNLIKELY(IsEscaped(level))) PutEscape();
-    // Here the run comes last.
+    // The first coefficient has its run last.
     const RunCode run_code = kRunCodesToWrite.of[kLastSlot - first_slot][run];
     writer_.Put(run_code.bits, run_code.length);
     levels_.Leave(slot_);
@@ -200,7 +198,7 @@ HWY_INLINE V32 LoadRow(const uint8_t* row) {
 
 HWY_INLINE VU32 Magnitudes(V32 values) { return hn::BitCast(DU32(), hn::Abs(values)); }
 
-// Levels of a block in any order, with the same signs.
+// The levels of coefficients, with their signs.
 HWY_INLINE V32 Levels(V32 values, VU32 magnitudes, uint32_t model_bits) {
   const auto shifted =
       hn::BitCast(D32(), hn::ShiftRightSame(magnitudes, static_cast<int>(model_bits)));
@@ -208,7 +206,7 @@ HWY_INLINE V32 Levels(V32 values, VU32 magnitudes, uint32_t model_bits) {
   return hn::Sub(hn::Xor(shifted, signs), signs);
 }
 
-// Levels as bytes, kFirstEscaped for all magnitudes from there on.
+// Levels as bytes, with kFirstEscaped for all larger magnitudes too.
 HWY_INLINE V8 LevelBytes(const V32 (&values)[4], const VU32 (&magnitudes)[4], uint32_t model_bits) {
   V32 bytes[4];
   for (size_t i = 0; i < 4; ++i) {
@@ -222,7 +220,8 @@ HWY_INLINE V8 LevelBytes(const V32 (&values)[4], const VU32 (&magnitudes)[4], ui
   return PackBlocks(PackBlocks(bytes[0], bytes[1]), PackBlocks(bytes[2], bytes[3]));
 }
 
-// Packed refinement values: 2 r for significant coefficients, 2 (2 t + sign) + 1 for others, 0 for t = 0.
+// Packed refinement values, with r the bits below the model bits less those trimmed: 2 r for
+// significant coefficients; for others 2 (2 r + sign) + 1, or 0 if r is 0.
 HWY_INLINE V32 Refinement(V32 values, VU32 magnitudes, V32 levels, uint32_t model_bits,
                           uint32_t trim_bits) {
   const auto low_bits = hn::Set(DU32(), (1u << model_bits) - 1);
@@ -258,11 +257,11 @@ alignas(16) constexpr uint8_t kPlaces[16] = {0, 1, 4, 5, 3, 2, 7, 6, 12, 13, 8, 
 
 alignas(16) constexpr int32_t kAllButFirst[4] = {0, -1, -1, -1};
 
-class Block {
+class VlcBlock {
  public:
   template <class T>
-  HWY_INLINE static Block Load(const BlockSource& from) {
-    Block block;
+  HWY_INLINE static VlcBlock Load(const BlockSource& from) {
+    VlcBlock block;
     for (size_t y = 0; y < 4; ++y) block.values_[y] = LoadRow<T>(from.block + y * from.step);
     block.Split(from.model_bits);
     return block;
@@ -307,7 +306,7 @@ HWY_INLINE uint32_t SlotsOf(V8 level_bytes) {
   return slots & 0xFFFEu;
 }
 
-// Levels where they are in a block.
+// The levels of a block, in scan order; escaped ones are looked up in the block.
 template <class T>
 struct ScannedLevels {
   VlcScanEntry* scan;
@@ -324,7 +323,7 @@ struct ScannedLevels {
 };
 
 template <class T>
-HWY_INLINE uint32_t EncodeScanned(const BlockSource& from, const Block& block, VlcState* state,
+HWY_INLINE uint32_t EncodeScanned(const BlockSource& from, const VlcBlock& block, VlcState* state,
                                   bool is_chroma, const BitTarget& to) {
   VlcScanEntry* const scan = CurrentScan(state);
   const V8 order = hn::TableLookupBytes(hn::Load(D8(), kPlaces), ScanOrder(scan));
@@ -333,8 +332,8 @@ HWY_INLINE uint32_t EncodeScanned(const BlockSource& from, const Block& block, V
   if (slots == 0) return 0;
   alignas(16) uint8_t bytes[16];
   hn::Store(levels, D8(), bytes);
-  BlockEncoder<ScannedLevels<T>>(TablesOf(state, kHighpassTables, is_chroma), {scan, bytes, &from},
-                                 to)
+  VlcBlockEncoder<ScannedLevels<T>>(TablesOf(state, kHighpassTables, is_chroma),
+                                    {scan, bytes, &from}, to)
       .Encode(slots, 1, to);
   return static_cast<uint32_t>(__builtin_popcount(slots));
 }
@@ -346,12 +345,13 @@ zepStatus ZEP_CALL Encode(const T* source, uint32_t step, uint32_t channel, uint
   const BitTarget to = {bytes, accumulator, count};
   if (auto bad = CheckPointers(source, to, state)
                      .Ptr(context)
-                     .Refuse(IsTooLong(count) || model_bits > 15, zepStatusOutOfRange)
+                     .Refuse([&] { return to.IsTooLong() || model_bits > 15; }, zepStatusOutOfRange)
                      .Failed()) {
     return bad;
   }
   const BlockSource from = {reinterpret_cast<const uint8_t*>(source), step, model_bits, 0};
-  context->count += EncodeScanned<T>(from, Block::Load<T>(from), Unwrap(state), channel != 0, to);
+  context->count +=
+      EncodeScanned<T>(from, VlcBlock::Load<T>(from), Unwrap(state), channel != 0, to);
   return zepStatusOk;
 }
 
@@ -361,16 +361,16 @@ zepStatus ZEP_CALL EncodeFlex(const T* source, uint32_t step, uint32_t channel, 
                               uint32_t* count, zepiVLCState* state, int32_t* packed,
                               zepiVLCContext* context) {
   const BitTarget to = {bytes, accumulator, count};
-  if (auto bad =
-          CheckPointers(source, to, state)
-              .Ptr(packed)
-              .Ptr(context)
-              .Refuse(IsTooLong(count) || model_bits > 15 || trim_bits > 15, zepStatusOutOfRange)
-              .Failed()) {
+  const auto is_out_of_range = [&] { return to.IsTooLong() || model_bits > 15 || trim_bits > 15; };
+  if (auto bad = CheckPointers(source, to, state)
+                     .Ptr(packed)
+                     .Ptr(context)
+                     .Refuse(is_out_of_range, zepStatusOutOfRange)
+                     .Failed()) {
     return bad;
   }
   const BlockSource from = {reinterpret_cast<const uint8_t*>(source), step, model_bits, trim_bits};
-  const Block block = Block::Load<T>(from);
+  const VlcBlock block = VlcBlock::Load<T>(from);
   context->count += EncodeScanned<T>(from, block, Unwrap(state), channel != 0, to);
   block.StoreRefinement(model_bits, trim_bits, reinterpret_cast<uint8_t*>(packed));
   return zepStatusOk;
@@ -379,7 +379,7 @@ zepStatus ZEP_CALL EncodeFlex(const T* source, uint32_t step, uint32_t channel, 
 uint32_t ScanLowpass(const uint8_t* values, uint32_t model_bits, VlcState* state, uint8_t* pairs,
                      uint8_t* packed) {
   VlcScanEntry* const scan = CurrentScan(state);
-  const Block block = Block::Load<int32_t>({values, 16, model_bits, 0});
+  const VlcBlock block = VlcBlock::Load<int32_t>({values, 16, model_bits, 0});
   alignas(16) int32_t levels[16];
   alignas(16) uint8_t places[16];
   const V8 order = ScanOrder(scan);
@@ -408,7 +408,7 @@ struct PlainLevels {
   HWY_INLINE void Leave(uint32_t) const {}
 };
 
-// Pairs that lead beyond the last slot end there; what would follow is dropped.
+// A pair that leads beyond the last slot ends on it; further pairs are dropped.
 void EncodeLowpass(const uint8_t* pairs, uint32_t count, uint32_t first_slot, VlcState* state,
                    bool is_chroma, const BitTarget& to) {
   int32_t levels[16];
@@ -420,16 +420,21 @@ void EncodeLowpass(const uint8_t* pairs, uint32_t count, uint32_t first_slot, Vl
     CopyBytes(pairs + sizeof(run), &levels[slot], sizeof(int32_t));
     slots |= 1u << slot;
   }
-  BlockEncoder<PlainLevels>(TablesOf(state, kLowpassTables, is_chroma), {levels}, to)
+  VlcBlockEncoder<PlainLevels>(TablesOf(state, kLowpassTables, is_chroma), {levels}, to)
       .Encode(slots, first_slot, to);
 }
 
-constexpr Kernels kKernels = {Encode<int16_t>,     Encode<int32_t>, EncodeFlex<int16_t>,
-                              EncodeFlex<int32_t>, ScanLowpass,     EncodeLowpass};
+constexpr Kernels kKernels = {
+    .encode_16s = Encode<int16_t>,
+    .encode_32s = Encode<int32_t>,
+    .encode_flex_16s = EncodeFlex<int16_t>,
+    .encode_flex_32s = EncodeFlex<int32_t>,
+    .scan_lowpass = ScanLowpass,
+    .encode_lowpass = EncodeLowpass,
+};
 
 }  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zepjp
+}  // namespace zepjp::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
@@ -442,9 +447,10 @@ ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 
 zepStatus EncodePairs(const int32_t* pairs, uint32_t count, uint32_t max_count, uint32_t first_slot,
                       bool is_chroma, const BitTarget& to, zepiVLCState* state) {
-  if (auto bad = CheckPointers(pairs, to, state)
-                     .Refuse(IsTooLong(to.count) || count > max_count, zepStatusOutOfRange)
-                     .Failed()) {
+  if (auto bad =
+          CheckPointers(pairs, to, state)
+              .Refuse([&] { return to.IsTooLong() || count > max_count; }, zepStatusOutOfRange)
+              .Failed()) {
     return bad;
   }
   if (count == 0) return zepStatusOk;
@@ -456,12 +462,12 @@ zepStatus EncodePairs(const int32_t* pairs, uint32_t count, uint32_t max_count, 
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::kernels;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiVLCScan4x4DC_JPEGXR_32s(const int32_t* pSrc, uint32_t modelBits,
                                                zepiVLCState* pState, int32_t* pRunLevel,
                                                uint32_t* pPairCount, int32_t* pPacked) {
-  if (auto bad = zepjp::Checks()
+  if (auto bad = Checks()
                      .Ptr(pSrc)
                      .Ptr(pState)
                      .Ptr(pRunLevel)
@@ -472,7 +478,7 @@ zepStatus ZEP_CALL zepiVLCScan4x4DC_JPEGXR_32s(const int32_t* pSrc, uint32_t mod
     return bad;
   }
   *pPairCount = kernels.scan_lowpass(reinterpret_cast<const uint8_t*>(pSrc), modelBits,
-                                     zepjp::Unwrap(pState), reinterpret_cast<uint8_t*>(pRunLevel),
+                                     Unwrap(pState), reinterpret_cast<uint8_t*>(pRunLevel),
                                      reinterpret_cast<uint8_t*>(pPacked));
   return zepStatusOk;
 }
@@ -480,23 +486,22 @@ zepStatus ZEP_CALL zepiVLCScan4x4DC_JPEGXR_32s(const int32_t* pSrc, uint32_t mod
 zepStatus ZEP_CALL zepiVLCEncodeDC420_JPEGXR_32s1u(const int32_t* pRunLevel, uint32_t pairCount,
                                                    uint8_t** ppDst, uint32_t* pAcc,
                                                    uint32_t* pBitCount, zepiVLCState* pState) {
-  return zepjp::EncodePairs(pRunLevel, pairCount, 6, zepjp::kFirstSlotOf420, true,
-                            {ppDst, pAcc, pBitCount}, pState);
+  return EncodePairs(pRunLevel, pairCount, 6, kFirstSlotOf420, true, {ppDst, pAcc, pBitCount},
+                     pState);
 }
 
 zepStatus ZEP_CALL zepiVLCEncodeDC422_JPEGXR_32s1u(const int32_t* pRunLevel, uint32_t pairCount,
                                                    uint8_t** ppDst, uint32_t* pAcc,
                                                    uint32_t* pBitCount, zepiVLCState* pState) {
-  return zepjp::EncodePairs(pRunLevel, pairCount, 14, zepjp::kFirstSlotOf422, true,
-                            {ppDst, pAcc, pBitCount}, pState);
+  return EncodePairs(pRunLevel, pairCount, 14, kFirstSlotOf422, true, {ppDst, pAcc, pBitCount},
+                     pState);
 }
 
 zepStatus ZEP_CALL zepiVLCEncodeDC444_JPEGXR_32s1u(const int32_t* pRunLevel, uint32_t pairCount,
                                                    uint32_t channel, uint8_t** ppDst,
                                                    uint32_t* pAcc, uint32_t* pBitCount,
                                                    zepiVLCState* pState) {
-  return zepjp::EncodePairs(pRunLevel, pairCount, 16, 1, channel != 0, {ppDst, pAcc, pBitCount},
-                            pState);
+  return EncodePairs(pRunLevel, pairCount, 16, 1, channel != 0, {ppDst, pAcc, pBitCount}, pState);
 }
 
 zepStatus ZEP_CALL zepiVLCEncode4x4_JPEGXR_16s1u_C1R(const int16_t* pSrc, uint32_t srcStep,

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Codes of the encoder, ready to be written.
+// Codes of the encoder, ready to be written: for each choice of code tables the bits of index, sign
+// and level together, their length, and what they add to the counters. Computed at compile time.
 #ifndef ZEPJP_SRC_JPEGXR_VLC_VLC_ENCODING_TABLES_H_
 #define ZEPJP_SRC_JPEGXR_VLC_VLC_ENCODING_TABLES_H_
 
@@ -7,7 +8,7 @@
 
 namespace zepjp {
 
-// A level in a byte: its magnitude, kFirstEscaped for all from there on, and the sign.
+// A level in a byte: its magnitude, with kFirstEscaped for all larger ones too, and the sign.
 constexpr uint32_t kNegative = 20, kNumLevelBytes = 2 * kNegative;
 static_assert(kNegative > kFirstEscaped, "room for all magnitudes");
 constexpr bool IsEscaped(uint32_t level_byte) { return level_byte % kNegative == kFirstEscaped; }
@@ -29,7 +30,8 @@ class EncodingEntry {
   uint64_t word_ = 0;
 };
 
-// A sign and, where the magnitude is above 1, the level with its extra bits; of an escape the code alone.
+// A sign and, where the magnitude is above 1, the level with its extra bits; of an escape the code
+// alone.
 constexpr VlcCode SignAndLevelCode(uint32_t level_byte, uint32_t level_table) {
   const VlcCode sign = {level_byte / kNegative, 1};
   const uint32_t magnitude = level_byte % kNegative;
@@ -44,7 +46,7 @@ constexpr uint64_t CountMagnitude(uint32_t context, uint32_t magnitude) {
   return CountLevel(context, magnitude < kFirstEscaped ? LevelSymbol(magnitude) : kLevelEscape);
 }
 
-// Index, sign and level of a coefficient behind the first: by what comes next and the level.
+// Index, sign and level of a coefficient after the first: by what comes next, and the level.
 struct CoefficientCodes {
   EncodingEntry of[3 * kNumLevelBytes];
 };
@@ -74,7 +76,7 @@ constexpr CodesOfKind MakeCodesOfKind() {
   return {{MakeCoefficientCodes(kContext, kKind, 0), MakeCoefficientCodes(kContext, kKind, 1),
            MakeCoefficientCodes(kContext, kKind, 2), MakeCoefficientCodes(kContext, kKind, 3)}};
 }
-// By context and by what kind of index stands there.
+// By context and by the kind of the index.
 template <uint32_t kContext>
 constexpr CodesOfKind kCodesOfContext[kIndexAt15 + 1] = {
     MakeCodesOfKind<kContext, 0>(), MakeCodesOfKind<kContext, 1>(), MakeCodesOfKind<kContext, 2>(),
@@ -90,7 +92,7 @@ constexpr FirstCodes MakeFirstCodes(uint32_t table, uint32_t level_tables) {
     for (uint32_t level = 0; level < kNumLevelBytes; ++level) {
       const uint32_t magnitude = level % kNegative;
       const uint32_t symbol = FirstSymbol(i / 2, magnitude > 1, i % 2 != 0);
-      const uint32_t context = ContextBehindFirst(symbol);
+      const uint32_t context = ContextAfterFirst(symbol);
       const VlcCode code = Join(CodeOf(kFirstCodes[table][symbol]),
                                 SignAndLevelCode(level, level_tables >> context & 1));
       codes.of[i * kNumLevelBytes + level] =
@@ -111,7 +113,8 @@ constexpr FirstCodesOfTable kFirstCodesToWrite[kNumFirstTables] = {
     MakeFirstCodesOfTable<0>(), MakeFirstCodesOfTable<1>(), MakeFirstCodesOfTable<2>(),
     MakeFirstCodesOfTable<3>(), MakeFirstCodesOfTable<4>()};
 
-// Runs by the longest possible one. Run 0 takes no bits, nor does a run that is the only possible one.
+// Runs by the longest possible one. Run 0 takes no bits, nor does a run that is the only possible
+// one.
 struct RunCode {
   uint8_t bits, length;
 };

@@ -1,22 +1,18 @@
 // SPDX-License-Identifier: MIT
-// A caller's bit stream, read. Callers see how far a call has read, so what is read ahead is fixed: two
-// bytes before a look that finds fewer than 16 bits valid. Where several looks are known to come, the
-// first of them may stand for all as long as 16 bits suffice; Finish then does what the last one would
-// have done.
+// Reads a caller's bit stream (bit_stream.h). Callers see how far a call has read, so refills are
+// part of the interface: two bytes, before each look at the stream that finds fewer than 16 valid
+// bits. A reader step by step would take several looks for a coefficient (index, sign, level); here
+// one refill serves all of them as long as 16 bits are enough, and Finish makes up for the refill
+// that the last look would have made.
 #ifndef ZEPJP_SRC_JPEGXR_VLC_VLC_READER_H_
 #define ZEPJP_SRC_JPEGXR_VLC_VLC_READER_H_
 
 #include <cstdint>
 
 #include "hwy/base.h"
+#include "jpegxr/bit_stream.h"
 
 namespace zepjp {
-
-// What the caller holds.
-struct BitSource {
-  const uint8_t** bytes;
-  uint32_t *accumulator, *count;
-};
 
 class VlcReader {
  public:
@@ -25,14 +21,14 @@ class VlcReader {
         count_(static_cast<intptr_t>(*from.count)),
         bytes_(reinterpret_cast<uintptr_t>(*from.bytes) - Nothing()) {}
 
-  // Before a look.
+  // The refill before a look.
   HWY_INLINE void Refill() {
     if (count_ < 16) Load();
   }
 
-  // The same without a jump, to stand beside look-ups that do not wait for it.
+  // The same without a branch, for use beside look-ups that do not depend on it.
   HWY_INLINE void RefillAside() {
-    const intptr_t due = (count_ - 16) >> (kWordBits - 1);  // a mask: compilers make a jump of ?:
+    const intptr_t due = (count_ - 16) >> (kWordBits - 1);  // a mask: compilers make a branch of ?:
     const uintptr_t from = bytes_ & static_cast<uintptr_t>(due);
     window_ |= LoadHighest(from + Nothing()) >> count_;
     bytes_ -= static_cast<uintptr_t>(2 * due);
@@ -57,7 +53,7 @@ class VlcReader {
     count_ -= static_cast<intptr_t>(first + second);
   }
 
-  // A look of its own at 1 to 16 bits.
+  // One look: refill, and take 1 to 16 bits.
   HWY_INLINE uint32_t Take(uint32_t count) {
     Refill();
     const uint32_t bits = Peek(count);
@@ -65,7 +61,7 @@ class VlcReader {
     return bits;
   }
 
-  // The last look took `last_look` bits.
+  // Stores the stream's state. The last look took `last_look` bits.
   HWY_INLINE void Finish(uint32_t last_look, const BitSource& from) {
     if (count_ + static_cast<intptr_t>(last_look) < 16) Load();
     *from.bytes = reinterpret_cast<const uint8_t*>(bytes_ + Nothing());
@@ -76,7 +72,7 @@ class VlcReader {
  private:
   static constexpr int kWordBits = 8 * sizeof(intptr_t);
 
-  // Where RefillAside reads if nothing is due.
+  // Where RefillAside reads if no refill is due.
   static constexpr uint8_t kNothing[2] = {};
   static uintptr_t Nothing() { return reinterpret_cast<uintptr_t>(kNothing); }
 
@@ -95,7 +91,7 @@ class VlcReader {
 
   uint64_t window_;  // the next bit is the highest; 0 below the valid ones
   intptr_t count_;
-  uintptr_t bytes_;  // how far behind kNothing the next bytes are
+  uintptr_t bytes_;  // the address of the next bytes, less that of kNothing
 };
 
 }  // namespace zepjp

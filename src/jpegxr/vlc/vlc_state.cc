@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Making and adapting the coders' state (ITU-T T.832 | ISO/IEC 29199-2).
+// Initializes and adapts the coders' state (ITU-T T.832 | ISO/IEC 29199-2): see vlc_state.h for
+// what it holds. Counters are clamped to -64..64 between adaptations; a table moves to its
+// neighbour when a counter passes -8 or 8.
 #include "jpegxr/vlc/vlc_state.h"
 
 #include <climits>
@@ -12,7 +14,8 @@ namespace {
 constexpr uint8_t kAlphabets[kNumVlcTables] = {5, 4, 8,  7, 7, 12, 6, 6, 12, 6, 6,
                                                7, 7, 12, 6, 6, 12, 6, 6, 7,  7};
 
-// The code tables of an alphabet, and the number of the first of them among all.
+// How many code tables an alphabet has, and the numbers of its first code table and first table of
+// differences.
 struct Alphabet {
   uint32_t tables, first_code, first_difference;
   bool has_two_counters;
@@ -77,7 +80,7 @@ void Adapt(VlcTable* table) {
   }
 }
 
-// The tables that adapt together. (Tables 1 to 4 serve what stands outside blocks and belong to no group.)
+// Adapts the tables of a group. (Tables 1 to 4 serve syntax outside blocks and belong to no group.)
 void AdaptGroup(uint32_t group, VlcState* state) {
   if (group == 0) Adapt(&state->tables[0]);
   const uint32_t begin = group == 0 ? kLowpassTables : kHighpassTables;
@@ -123,34 +126,34 @@ zepStatus CheckScan(const zepiVLCState* state, uint32_t scan) {
 }  // namespace
 }  // namespace zepjp
 
-using zepjp::Checks;
+using namespace zepjp;
 
 zepStatus ZEP_CALL zepiVLCGetStateSize_JPEGXR(int32_t* pSize) {
   if (auto bad = Checks().Ptr(pSize).Failed()) return bad;
-  *pSize = sizeof(zepjp::VlcState);
+  *pSize = sizeof(VlcState);
   return zepStatusOk;
 }
 
 zepStatus ZEP_CALL zepiVLCInit_JPEGXR(zepiVLCState* pState) {
   if (auto bad = Checks().Ptr(pState).Failed()) return bad;
-  zepjp::Init(zepjp::Unwrap(pState));
+  Init(Unwrap(pState));
   return zepStatusOk;
 }
 
 zepStatus ZEP_CALL zepiVLCAdapt_JPEGXR(zepiVLCState* pState, uint32_t group) {
   if (auto bad = Checks().Ptr(pState).Refuse(group > 1, zepStatusOutOfRange).Failed()) return bad;
-  zepjp::AdaptGroup(group, zepjp::Unwrap(pState));
+  AdaptGroup(group, Unwrap(pState));
   return zepStatusOk;
 }
 
 zepStatus ZEP_CALL zepiVLCScanReset_JPEGXR(zepiVLCState* pState, uint32_t scan) {
-  if (auto bad = zepjp::CheckScan(pState, scan)) return bad;
-  zepjp::ResetTotals(zepjp::Unwrap(pState)->scans[scan]);
+  if (auto bad = CheckScan(pState, scan)) return bad;
+  ResetTotals(Unwrap(pState)->scans[scan]);
   return zepStatusOk;
 }
 
 zepStatus ZEP_CALL zepiVLCScanSet_JPEGXR(zepiVLCState* pState, uint32_t scan) {
-  if (auto bad = zepjp::CheckScan(pState, scan)) return bad;
-  zepjp::Unwrap(pState)->current_scan = scan;
+  if (auto bad = CheckScan(pState, scan)) return bad;
+  Unwrap(pState)->current_scan = scan;
   return zepStatusOk;
 }

@@ -1,31 +1,37 @@
 // SPDX-License-Identifier: MIT
-// The state of the adaptive coders: choices among code tables that follow what was coded, and scan orders
-// that follow where (ITU-T T.832 | ISO/IEC 29199-2).
+// The state of the adaptive coders (ITU-T T.832 | ISO/IEC 29199-2): 21 choices among code tables,
+// which follow the symbols coded, and three scan orders, which follow the places of nonzero
+// coefficients.
+//
+// Each choice counts by how many bits the neighbouring tables would have been shorter; when a count
+// passes a threshold, the next adaptation moves to that neighbour. In a scan, a place that has had
+// more coefficients than the one before it changes places with it.
 #ifndef ZEPJP_SRC_JPEGXR_VLC_VLC_STATE_H_
 #define ZEPJP_SRC_JPEGXR_VLC_VLC_STATE_H_
 
 #include <cstddef>
 #include <cstdint>
 
+#include "hwy/base.h"
 #include "zepjp.h"
 
 namespace zepjp {
 
-// A word of a state, which may lie at any address of memory of any type.
+// A word of a state. The state may have any alignment and lie in memory of any type.
 typedef uint32_t Word __attribute__((aligned(1), may_alias));
 
-// A choice among the code tables of an alphabet. Tables are referred to by number, so that a state may be
-// copied; 0 is none.
+// A choice among the code tables of an alphabet. Tables have numbers, not addresses, so that a
+// state may be copied; 0 is no table.
 struct VlcTable {
   Word alphabet;
-  Word index;  // of the code table in use, from the shortest code of its first symbol on
+  Word index;  // of the code table in use
   Word is_initialized;
-  Word upper, lower;              // signed: the counters' thresholds
-  Word delta1, delta2;            // signed: how many bits the neighbouring tables would have saved
-  Word encoding;                  // 1 + the number of the code table among those of all alphabets
+  Word upper, lower;    // signed: the counters' thresholds
+  Word delta1, delta2;  // signed: the counters, bits that the neighbouring tables would have saved
+  Word encoding;        // 1 + the number of the code table among those of all alphabets
   Word difference1, difference2;  // 1 + the number of the difference table
   Word decoding;                  // as `encoding`
-  Word long_decoding;             // 0: one look finds every code
+  Word long_decoding;             // 0: one look-up finds every code
 };
 
 struct VlcScanEntry {
@@ -46,18 +52,19 @@ inline VlcState* Unwrap(zepiVLCState* state) { return reinterpret_cast<VlcState*
 
 inline VlcScanEntry* CurrentScan(VlcState* state) { return state->scans[state->current_scan]; }
 
-// After a coefficient was coded at `entry`: the more frequent place moves ahead.
+// Counts a coefficient coded at `entry`; a place that has become more frequent than the one before
+// changes with it.
 inline void AdaptScan(VlcScanEntry* entry) {
   const uint32_t total = entry->total + 1;
   entry->total = total;
-  if (__builtin_expect(total > entry[-1].total, false)) {
+  if (HWY_UNLIKELY(total > entry[-1].total)) {
     const VlcScanEntry ahead = entry[-1];
     entry[-1] = *entry;
     *entry = ahead;
   }
 }
 
-// The numbers of the tables of a band and its first levels' place.
+// The number of the first table of each band.
 constexpr uint32_t kLowpassTables = 5, kHighpassTables = 13;
 
 // The tables that a block of one channel uses.

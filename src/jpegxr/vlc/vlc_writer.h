@@ -1,20 +1,15 @@
 // SPDX-License-Identifier: MIT
-// A caller's bit stream, written: collected in 64 bits, stored two bytes at a time or more, and never a
-// byte that is not final.
+// Writes a caller's bit stream (bit_stream.h): collects bits in 64, and stores four or two bytes at
+// a time, only ones that are complete.
 #ifndef ZEPJP_SRC_JPEGXR_VLC_VLC_WRITER_H_
 #define ZEPJP_SRC_JPEGXR_VLC_VLC_WRITER_H_
 
 #include <cstdint>
 
 #include "hwy/base.h"
+#include "jpegxr/bit_stream.h"
 
 namespace zepjp {
-
-// What the caller holds.
-struct BitTarget {
-  uint8_t** bytes;
-  uint32_t *accumulator, *count;
-};
 
 class VlcWriter {
  public:
@@ -23,7 +18,7 @@ class VlcWriter {
         count_(*to.count),
         bytes_(*to.bytes) {}
 
-  // The lowest `count` bits of `value`, up to 32; it has no others.
+  // Appends the lowest `count` bits of `value`, up to 32; the bits above them are 0.
   HWY_INLINE void Put(uint32_t value, uint32_t count) {
     if (HWY_UNLIKELY(count_ >= 32)) {
       count_ -= 32;
@@ -54,7 +49,7 @@ class VlcWriter {
     bytes_ += sizeof(value);
   }
 
-  uint64_t bits_;   // its lowest count_ bits wait, above them are those before
+  uint64_t bits_;   // the lowest count_ bits wait to be stored; above them are older ones
   uint32_t count_;  // below 64
   uint8_t* bytes_;
 };

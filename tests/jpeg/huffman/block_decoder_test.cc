@@ -20,7 +20,7 @@ using huffman_cases::Block;
 using huffman_cases::Tables;
 using Bytes = std::vector<uint8_t>;
 
-// What a call leaves behind, besides the block.
+// What a call leaves, besides the block.
 struct Outcome {
   zepStatus status;
   int32_t position;
@@ -62,8 +62,8 @@ class DecoderTest : public ::testing::Test {
         &tables.dc_decoder, &tables.ac_decoder, &want.state);
     EXPECT_EQ(got, want) << "length " << length << " from " << before << " seed "
                          << harness::Seed();
-    EXPECT_TRUE(side.dst == side.model_dst) << "coefficients differ; length " << length << " from "
-                                            << before << " seed " << harness::Seed();
+    EXPECT_EQ(side.dst.DifferenceTo(side.model_dst), "")
+        << "coefficients; length " << length << " from " << before << " seed " << harness::Seed();
     std::memcpy(block_.data(), want_dst, sizeof(Block));
     return got;
   }
@@ -255,7 +255,7 @@ TEST_F(DecoderTest, Markers) {
             zepStatusBadHuffCode);
 }
 
-// An FF with nothing behind it, even where the bits read before would do.
+// A last FF with nothing after it, even if the bits read before are enough.
 TEST_F(DecoderTest, LoneFf) {
   const Tables tables = huffman_cases::StandardTables();
   const Outcome end = ExpectEqualsModel({0x2B, 0xFF}, tables, start_);
@@ -278,7 +278,7 @@ TEST_F(DecoderTest, StuffedByte) {
   }
 }
 
-// A run that leads behind position 63, and one that ends on it.
+// A run that leads past position 63, and one that ends on it.
 TEST_F(DecoderTest, RunsBehindTheBlock) {
   huffman_cases::Lists dc = {{1}, {0}};
   huffman_cases::Lists ac = {{0, 0, 0, 5}, {0xF0, 0x01, 0xE1, 0xF1, 0x00}};
@@ -342,7 +342,7 @@ TEST_F(DecoderTest, UnusedRunsEndTheBlock) {
   }
 }
 
-// A record that the decoder did not leave behind does no harm.
+// A state that no decoder has written is harmless.
 TEST_F(DecoderTest, AnyState) {
   const Tables tables = huffman_cases::StandardTables();
   Arena src(200, Edge::kEnd);

@@ -21,7 +21,7 @@ using huffman_cases::Tables;
 
 constexpr size_t kMaxBlockBytes = 512;  // twice 32 bits and 63 times 31 bits
 
-// What a call leaves behind, besides the buffer.
+// What a call leaves, besides the buffer.
 struct Outcome {
   zepStatus status;
   int32_t position;
@@ -75,13 +75,13 @@ class EncoderTest : public ::testing::Test {
         &tables.ac_encoder, &want.state, flush);
     EXPECT_EQ(got, want) << "length " << length << " from " << before << " seed "
                          << harness::Seed();
-    EXPECT_TRUE(side.dst == model.dst)
-        << "bytes differ; length " << length << " from " << before << " seed " << harness::Seed();
+    EXPECT_EQ(side.dst.DifferenceTo(model.dst), "")
+        << "bytes; length " << length << " from " << before << " seed " << harness::Seed();
     bytes_.assign(want_dst, want_dst + std::clamp(want.position, 0, length));
     return got;
   }
 
-  // Some state that the encoder leaves behind.
+  // A state that the encoder leaves.
   Outcome RandomState(Random& random) {
     const Tables tables = huffman_cases::StandardTables();
     Outcome outcome = {};
@@ -132,7 +132,7 @@ TEST_F(EncoderTest, StreamEqualsModel) {
   }
 }
 
-// The buffer ends behind each byte in turn, from no room at all on.
+// The buffer ends after each byte in turn, beginning with no room at all.
 TEST_F(EncoderTest, EveryLength) {
   Random random(harness::Seed());
   for (int i = 0; i < 2000 && !HasFailure(); ++i) {
@@ -189,7 +189,7 @@ TEST_F(EncoderTest, LowestAcValue) {
   }
 }
 
-// Differences of 16 bits, behind any number of pending bits.
+// Differences of 16 bits, after any number of pending bits.
 TEST_F(EncoderTest, LargeDcDifferences) {
   Random random(harness::Seed());
   for (int i = 0; i < 2000 && !HasFailure(); ++i) {
@@ -285,7 +285,7 @@ TEST_F(EncoderTest, RunsAndEnd) {
   EXPECT_EQ(state.state.bits, 0xFD700000U);
 }
 
-// A record that the encoder did not leave behind does no harm.
+// A state that no encoder has written is harmless.
 TEST_F(EncoderTest, AnyState) {
   Random random(harness::Seed());
   const Tables tables = huffman_cases::StandardTables();

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "harness/check_order.h"
+#include "harness/difference.h"
 #include "jpeg/huffman/huffman_cases.h"
 
 namespace {
@@ -68,7 +69,7 @@ Bytes ExpectEncodesAsModel(const std::vector<Block>& blocks, const Tables& table
     result.push_back(want_bytes[whole] & is_before);
     got_result.push_back(got_bytes[whole] & is_before);
   }
-  EXPECT_EQ(got_result, result) << "seed " << harness::Seed();
+  EXPECT_EQ(harness::FirstDifference(got_result, result), "") << "seed " << harness::Seed();
   return result;
 }
 
@@ -88,7 +89,7 @@ std::vector<Block> ExpectDecodesAsModel(const Bytes& bytes, const Tables& tables
         bytes.data(), length, &want.position, want_block.data(), &want.last_dc, &want.marker,
         &tables.dc_decoder, &tables.ac_decoder);
     ExpectEqual(got, want);
-    EXPECT_EQ(got_block, want_block) << "seed " << harness::Seed();
+    EXPECT_EQ(harness::FirstDifference(got_block, want_block, 8), "") << "seed " << harness::Seed();
     if (testing::Test::HasFailure() || got.status != zepStatusOk) break;
     blocks.push_back(got_block);
   }

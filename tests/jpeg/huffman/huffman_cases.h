@@ -8,6 +8,7 @@
 #include <cstring>
 #include <vector>
 
+#include "harness/difference.h"
 #include "harness/guarded.h"
 #include "harness/random.h"
 #include "zepjp.h"
@@ -65,8 +66,9 @@ class Arena {
     if (!content.empty()) std::memcpy(buffer, content.data(), content.size());
     return buffer;
   }
-  bool operator==(const Arena& other) const {
-    return std::memcmp(memory_.raw(), other.memory_.raw(), memory_.bytes()) == 0;
+  // Where the bytes of two arenas differ first.
+  std::string DifferenceTo(const Arena& want) const {
+    return harness::FirstDifference(memory_, want.memory_);
   }
 
  private:

@@ -8,7 +8,8 @@
 #include <vector>
 
 #include "harness/check_order.h"
-#include "jpeg/huffman/huffman_cases.h"
+#include "harness/difference.h"
+#include "jpeg/huffman/progressive_cases.h"
 
 namespace {
 
@@ -16,26 +17,12 @@ using harness::CheckOrder;
 using harness::Edge;
 using harness::Random;
 using huffman_cases::Arena;
+using huffman_cases::Band;
 using huffman_cases::Block;
+using huffman_cases::Case;
+using huffman_cases::Outcome;
+using huffman_cases::RandomBand;
 
-struct Band {
-  int32_t first, last, shift;
-};
-Band RandomBand(Random& random) {
-  const auto first = static_cast<int32_t>(1 + random() % 63);
-  const auto last = static_cast<int32_t>(
-      first + static_cast<int32_t>(random() % static_cast<uint32_t>(64 - first)));
-  const auto shift = static_cast<int32_t>(random() % 3 != 0 ? random() % 4 : random() % 14);
-  return random() % 2 == 0 ? Band{1, 63, shift} : Band{first, last, shift};
-}
-
-// What a call leaves behind; of the corrections those that count.
-struct Outcome {
-  zepStatus status = zepStatusOk;
-  int32_t position = 0;
-  int16_t last_dc = 0;
-  zepiEncodeHuffmanState state = {};
-};
 void ExpectEqual(const Outcome& got, const Outcome& want) {
   ASSERT_EQ(got.status, want.status) << "seed " << harness::Seed();
   ASSERT_EQ(got.position, want.position);
@@ -65,31 +52,10 @@ void ExpectScanEqualsModel(size_t room, const std::vector<Block>& blocks, const 
     if (testing::Test::HasFatalFailure()) return;
     if (got.status != zepStatusOk) break;
   }
-  ASSERT_EQ(std::memcmp(got_bytes, want_bytes, static_cast<size_t>(want.position)), 0)
+  ASSERT_EQ(harness::FirstDifferenceOf(got_bytes, want_bytes, static_cast<size_t>(want.position)),
+            "")
       << "seed " << harness::Seed();
 }
-
-// Some blocks, many of them sparse, and a size that may be too small for them.
-struct Case {
-  explicit Case(Random& random)
-      : table(huffman_cases::EncoderTable(random() % 5 == 0
-                                              ? huffman_cases::RandomSparseLists(random)
-                                              : huffman_cases::RandomLists(random))) {
-    const size_t count = 1 + random() % 60;
-    for (size_t i = 0; i < count; ++i) {
-      Block block = {};
-      if (random() % 3 != 0) block = huffman_cases::RandomBlock(random);
-      blocks.push_back(block);
-    }
-    room = random() % 3 == 0 ? 1 + random() % 3000 : 100000;
-  }
-  zepiEncodeHuffmanSpec table;
-  std::vector<Block> blocks;
-  size_t room;
-};
-
-#define CALL(is_export, function, ...) \
-  ((is_export) ? ::function(__VA_ARGS__) : ::reference::function(__VA_ARGS__))
 
 TEST(ProgressiveEncoder, BandsEqualModel) {
   Random random(harness::Seed());
@@ -99,15 +65,15 @@ TEST(ProgressiveEncoder, BandsEqualModel) {
     const auto length = static_cast<int32_t>(c.room);
     ExpectScanEqualsModel(
         c.room, c.blocks, [&](bool is_export, const int16_t* block, uint8_t* bytes, Outcome* at) {
-          at->status = CALL(is_export, zepiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1, block, bytes,
-                            length, &at->position, band.first, band.last, band.shift, &c.table,
-                            &at->state, block == nullptr ? 1 : 0);
+          at->status = HUFFMAN_CALL(is_export, zepiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1, block,
+                                    bytes, length, &at->position, band.first, band.last, band.shift,
+                                    &c.table, &at->state, block == nullptr ? 1 : 0);
         });
     ExpectScanEqualsModel(
         c.room, c.blocks, [&](bool is_export, const int16_t* block, uint8_t* bytes, Outcome* at) {
-          at->status = CALL(is_export, zepiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1, block, bytes,
-                            length, &at->position, band.first, band.last, band.shift, &c.table,
-                            &at->state, block == nullptr ? 1 : 0);
+          at->status = HUFFMAN_CALL(is_export, zepiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1, block,
+                                    bytes, length, &at->position, band.first, band.last, band.shift,
+                                    &c.table, &at->state, block == nullptr ? 1 : 0);
         });
   }
 }
@@ -120,14 +86,15 @@ TEST(ProgressiveEncoder, DcEqualsModel) {
     const auto length = static_cast<int32_t>(c.room);
     ExpectScanEqualsModel(
         c.room, c.blocks, [&](bool is_export, const int16_t* block, uint8_t* bytes, Outcome* at) {
-          at->status = CALL(is_export, zepiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1, block, bytes,
-                            length, &at->position, &at->last_dc, shift, &c.table, &at->state,
-                            block == nullptr ? 1 : 0);
+          at->status = HUFFMAN_CALL(is_export, zepiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1, block,
+                                    bytes, length, &at->position, &at->last_dc, shift, &c.table,
+                                    &at->state, block == nullptr ? 1 : 0);
         });
     ExpectScanEqualsModel(
         c.room, c.blocks, [&](bool is_export, const int16_t* block, uint8_t* bytes, Outcome* at) {
-          at->status = CALL(is_export, zepiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1, block, bytes,
-                            length, &at->position, shift, &at->state, block == nullptr ? 1 : 0);
+          at->status =
+              HUFFMAN_CALL(is_export, zepiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1, block, bytes,
+                           length, &at->position, shift, &at->state, block == nullptr ? 1 : 0);
         });
   }
 }
@@ -141,9 +108,9 @@ TEST(ProgressiveEncoder, LongestRunAndFullCorrections) {
   constexpr auto kLength = static_cast<int32_t>(kRoom);
   ExpectScanEqualsModel(
       kRoom, empty, [&](bool is_export, const int16_t* block, uint8_t* bytes, Outcome* at) {
-        at->status =
-            CALL(is_export, zepiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1, block, bytes, kLength,
-                 &at->position, 1, 63, 0, &table, &at->state, block == nullptr ? 1 : 0);
+        at->status = HUFFMAN_CALL(is_export, zepiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1, block,
+                                  bytes, kLength, &at->position, 1, 63, 0, &table, &at->state,
+                                  block == nullptr ? 1 : 0);
       });
   std::vector<Block> dense(200);
   for (Block& block : dense) {
@@ -152,9 +119,9 @@ TEST(ProgressiveEncoder, LongestRunAndFullCorrections) {
   }
   ExpectScanEqualsModel(
       kRoom, dense, [&](bool is_export, const int16_t* block, uint8_t* bytes, Outcome* at) {
-        at->status =
-            CALL(is_export, zepiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1, block, bytes, kLength,
-                 &at->position, 1, 63, 0, &table, &at->state, block == nullptr ? 1 : 0);
+        at->status = HUFFMAN_CALL(is_export, zepiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1, block,
+                                  bytes, kLength, &at->position, 1, 63, 0, &table, &at->state,
+                                  block == nullptr ? 1 : 0);
       });
 }
 
@@ -173,105 +140,6 @@ TEST(ProgressiveEncoder, RunWithoutTableStays) {
   EXPECT_EQ(zepiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(nullptr, bytes, 8, &position, 0, &state, 1),
             zepStatusOk);
   EXPECT_EQ(state.eobRun, 0u);
-}
-
-// Counts of all symbols of a scan, and after the flush.
-TEST(HuffmanStatistics, EqualModel) {
-  Random random(harness::Seed());
-  for (int trial = 0; trial < 400; ++trial) {
-    const Case c(random);
-    const Band band = RandomBand(random);
-    std::vector<int32_t> got[5], want[5];
-    for (auto& counts : got) {
-      counts.assign(256, 0);
-      if (random() % 4 == 0)
-        counts[random() % 256] = INT32_MAX - static_cast<int32_t>(random() % 3);
-    }
-    for (int i = 0; i < 5; ++i) want[i] = got[i];
-    Outcome ours[4], models[4];
-    for (size_t i = 0; i <= c.blocks.size(); ++i) {
-      const int16_t* block = i < c.blocks.size() ? c.blocks[i].data() : nullptr;
-      const auto count = [&](bool is_export, std::vector<int32_t>* counts, Outcome* at) {
-        const int32_t flush = block == nullptr ? 1 : 0;
-        at[2].status =
-            CALL(is_export, zepiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1, block,
-                 counts[2].data(), band.first, band.last, band.shift, &at[2].state, flush);
-        at[3].status =
-            CALL(is_export, zepiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1, block,
-                 counts[3].data(), band.first, band.last, band.shift, &at[3].state, flush);
-        if (block == nullptr) return;
-        at[0].status = CALL(is_export, zepiGetHuffmanStatistics8x8_JPEG_16s_C1, block,
-                            counts[0].data(), counts[1].data(), &at[0].last_dc);
-        at[1].status = CALL(is_export, zepiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1, block,
-                            counts[4].data(), &at[1].last_dc, band.shift);
-        CALL(is_export, zepiGetHuffmanStatisticsOne_JPEG_16s_C1, block, counts[4].data());
-      };
-      count(true, got, ours);
-      count(false, want, models);
-      for (int k = 0; k < 4; ++k) {
-        models[k].state.numCorrectionBits =
-            std::min(models[k].state.numCorrectionBits, uint32_t{1024});
-        ASSERT_EQ(ours[k].status, models[k].status) << "kind " << k << " seed " << harness::Seed();
-        ASSERT_EQ(ours[k].last_dc, models[k].last_dc);
-        ASSERT_EQ(ours[k].state.eobRun, models[k].state.eobRun);
-        ASSERT_EQ(ours[k].state.numCorrectionBits, models[k].state.numCorrectionBits);
-      }
-      for (int k = 0; k < 5; ++k)
-        ASSERT_EQ(got[k], want[k]) << "kind " << k << " seed " << harness::Seed();
-    }
-  }
-}
-
-TEST(OptimalTable, CostsLeast) {
-  Random random(harness::Seed());
-  for (int trial = 0; trial < 500; ++trial) {
-    std::vector<int32_t> counts(256);
-    const uint32_t used = 1 + static_cast<uint32_t>(random() % 256),
-                   kind = static_cast<uint32_t>(random() % 4);
-    int32_t fibonacci[2] = {1, 1};
-    for (uint32_t i = 0; i < used; ++i) {
-      int32_t& count = counts[random() % 256];
-      switch (kind) {
-        case 0: count = static_cast<int32_t>(random() % 100); break;
-        case 1: count = static_cast<int32_t>(random() & INT32_MAX); break;
-        case 2: count = 7; break;
-        default:  // these want codes of all lengths
-          count = fibonacci[0];
-          fibonacci[0] = fibonacci[1];
-          fibonacci[1] = std::min(fibonacci[1], 1 << 28) + std::min(count, 1 << 28);
-          break;
-      }
-    }
-    uint8_t bits[16], values[256];
-    ASSERT_EQ(zepiEncodeHuffmanRawTableInit_JPEG_8u(counts.data(), bits, values), zepStatusOk);
-    zepiEncodeHuffmanSpec table;
-    ASSERT_EQ(zepiEncodeHuffmanSpecInit_JPEG_8u(bits, values, &table), zepStatusOk);
-    int64_t cost = 0;
-    for (size_t i = 0; i < 256; ++i) {
-      const uint32_t length = table.entry[i] >> 16;
-      cost += int64_t{counts[i]} * length;
-      ASSERT_TRUE(counts[i] == 0 || length > 0) << "no code";
-      ASSERT_TRUE(length == 0 || (table.entry[i] & 0xFFFF) != (1u << length) - 1)
-          << "a code of ones";
-    }
-    ASSERT_EQ(cost, reference::LeastCodeLength(counts.data())) << "seed " << harness::Seed();
-  }
-}
-
-TEST(OptimalTable, NoneNegativeAndEqual) {
-  std::vector<int32_t> counts(256);
-  uint8_t bits[16], values[256];
-  ASSERT_EQ(zepiEncodeHuffmanRawTableInit_JPEG_8u(counts.data(), bits, values), zepStatusOk);
-  EXPECT_EQ(bits[0], 1);
-  EXPECT_EQ(values[0], 0);
-  counts[9] = counts[200] = counts[30] = 5;
-  ASSERT_EQ(zepiEncodeHuffmanRawTableInit_JPEG_8u(counts.data(), bits, values), zepStatusOk);
-  const uint8_t want[4] = {9, 30, 200, 0};
-  EXPECT_EQ(std::memcmp(values, want, 4), 0);
-  counts[3] = -1;
-  bits[0] = 77;
-  EXPECT_EQ(zepiEncodeHuffmanRawTableInit_JPEG_8u(counts.data(), bits, values), zepStatusError);
-  EXPECT_EQ(bits[0], 77);
 }
 
 TEST(ProgressiveEncoder, ChecksInOrder) {
@@ -321,58 +189,6 @@ TEST(ProgressiveEncoder, ChecksInOrder) {
       .Null<0>()
       .Bad<4>(zepStatusBadArg, {-1, 14});
   finish(refine);
-}
-
-TEST(HuffmanStatistics, CheckInOrder) {
-  const Block block = {};
-  int32_t dc[256] = {}, ac[256] = {};
-  int16_t last_dc = 0;
-  zepiEncodeHuffmanState state = {};
-  uint8_t bits[16] = {}, values[256] = {};
-  const auto band = [&](auto exported) {
-    CheckOrder(exported, block.data(), &ac[0], 1, 63, 0, &state, 0)
-        .template Null<1>()
-        .template Null<5>()
-        .template Null<0>()
-        .template Bad<2>(zepStatusOutOfRange, {0, 64})
-        .template Bad<3>(zepStatusOutOfRange, {0, 64})
-        .template Bad<4>(zepStatusOutOfRange, {-1, 14})
-        .Output(ac, sizeof(ac))
-        .Output(&state, sizeof(state))
-        .Run();
-  };
-  band(HARNESS_NAMED(zepiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1));
-  band(HARNESS_NAMED(zepiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1));
-  CheckOrder(HARNESS_NAMED(zepiGetHuffmanStatistics8x8_JPEG_16s_C1), block.data(), &dc[0], &ac[0],
-             &last_dc)
-      .Null<0>()
-      .Null<1>()
-      .Null<2>()
-      .Null<3>()
-      .Output(dc, sizeof(dc))
-      .Output(ac, sizeof(ac))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1), block.data(), &dc[0],
-             &last_dc, 0)
-      .Null<0>()
-      .Null<1>()
-      .Null<2>()
-      .Bad<3>(zepStatusOutOfRange, {-1, 14})
-      .Output(dc, sizeof(dc))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiGetHuffmanStatisticsOne_JPEG_16s_C1), block.data(), &dc[0])
-      .Null<0>()
-      .Null<1>()
-      .Output(dc, sizeof(dc))
-      .Run();
-  const int32_t* const counts = ac;
-  CheckOrder(HARNESS_NAMED(zepiEncodeHuffmanRawTableInit_JPEG_8u), counts, &bits[0], &values[0])
-      .Null<0>()
-      .Null<1>()
-      .Null<2>()
-      .Output(bits, sizeof(bits))
-      .Output(values, sizeof(values))
-      .Run();
 }
 
 }  // namespace

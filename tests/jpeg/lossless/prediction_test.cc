@@ -29,12 +29,11 @@ void Compare(const harness::Named<Export>& exported, const Model& model) {
         above.Fill(harness::kPatterns[random() % std::size(harness::kPatterns)], random);
         ASSERT_EQ(exported.call(src.base(), above.base(), got.base(), width), zepStatusOk);
         model(src.base(), above.base(), want.base(), width);
-        const size_t bytes = 2 * static_cast<size_t>(width);
-        ASSERT_EQ(std::memcmp(got.base(), want.base(), bytes), 0)
+        ASSERT_EQ(harness::FirstDifference(got.memory(), want.memory()), "")
             << exported.name << " width " << width << " pattern " << static_cast<int>(pattern)
             << " seed " << harness::Seed();
         ASSERT_EQ(exported.call(src.base(), above.base(), src.base(), width), zepStatusOk);
-        ASSERT_EQ(std::memcmp(src.base(), want.base(), bytes), 0)
+        ASSERT_EQ(harness::FirstDifference(src.memory(), want.memory()), "")
             << exported.name << " in place, width " << width;
       }
     }
@@ -98,7 +97,7 @@ template <class Half>
 void ExpectAllHalves(int32_t predictor, const Half& half) {
   constexpr size_t kCount = 65536;
   const size_t stride = harness::Exhaustive() ? 1 : 4099;
-  // Pairs (i, other): left and above (7), left and corner (6), above and corner, one behind the other (5).
+  // Pairs (i, other): left and above (7), left and corner (6), above and corner, one after the other (5).
   std::vector<int16_t> src(2 * kCount), above(2 * kCount), got(2 * kCount);
   const size_t width = predictor == 5 ? 2 * kCount : kCount;
   for (size_t other = 0; other < kCount; other += stride) {

@@ -144,7 +144,8 @@ class Inverse16 {
     int16_t* pointers[3] = {got_[0].data(), got_[1].data(), got_[2].data()};
     ASSERT_EQ(zepiICTInv_JPEG2K_16s_P3IR(pointers, 2 * kValues, {kValues, 1}), zepStatusOk);
     for (int i = 0; i < 3; ++i) {
-      ASSERT_TRUE(got_[i] == want_[i]) << "component " << i << " Cr " << cr(0) << " Cb " << cb(0);
+      ASSERT_EQ(harness::FirstDifference(got_[i], want_[i]), "")
+          << "component " << i << " Cr " << cr(0) << " Cb " << cb(0);
     }
   }
 
@@ -188,7 +189,8 @@ TEST(ComponentTransforms, ReversibleReturnsTheInput) {
   ASSERT_EQ(zepiRCTFwd_JPEG2K_32s_P3IR(planes, 4 * pixels.width, size), zepStatusOk);
   EXPECT_FALSE(pixels.planes[0] == before.planes[0]);
   ASSERT_EQ(zepiRCTInv_JPEG2K_32s_P3IR(planes, 4 * pixels.width, size), zepStatusOk);
-  for (int i = 0; i < 3; ++i) EXPECT_TRUE(pixels.planes[i] == before.planes[i]) << i;
+  for (int i = 0; i < 3; ++i)
+    EXPECT_EQ(harness::FirstDifference(pixels.planes[i], before.planes[i]), "") << i;
 }
 
 // One pixel through a function in place.

@@ -349,7 +349,7 @@ TEST(WaveletWholeTileChecks, InPlace) {
   ExpectInPlaceOrder<int32_t>(HARNESS_NAMED(zepiWTInv_D97_JPEG2K_32s_C1IR));
 }
 
-// Good arguments for the functions with planes, and bad ones of each kind that stand behind pointers.
+// Good arguments for the functions with planes, and bad ones of each kind after pointers.
 template <class T>
 struct PlaneArguments {
   T single[64] = {};

@@ -12,7 +12,7 @@
 
 #include "harness/guarded.h"
 #include "harness/random.h"
-#include "reference/adaptive_vlc.h"
+#include "reference/vlc.h"
 
 namespace vlc_cases {
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "harness/check_order.h"
+#include "harness/difference.h"
 #include "jpegxr/vlc/vlc_cases.h"
 
 namespace {
@@ -18,7 +19,7 @@ using vlc_cases::State;
 // 15 x 64 bits and those that wait.
 constexpr size_t kRoom = 128;
 
-// What a call leaves behind.
+// What a call leaves.
 struct Written {
   zepStatus status = -1;
   std::vector<uint8_t> bytes;
@@ -28,10 +29,10 @@ struct Written {
 
 void ExpectSame(const Written& got, const Written& want) {
   ASSERT_EQ(got.status, want.status);
-  ASSERT_EQ(got.bytes, want.bytes);
+  ASSERT_EQ(harness::FirstDifference(got.bytes, want.bytes), "");
   ASSERT_EQ(got.bits.count, want.bits.count);
   ASSERT_EQ(got.bits.acc, want.bits.acc);
-  ASSERT_EQ(got.others, want.others);
+  ASSERT_EQ(harness::FirstDifference(got.others, want.others), "");
 }
 
 // Calls encode(&dst, &acc, &count) with memory of exactly the size of what was written by the model.
@@ -46,7 +47,7 @@ Written Write(Bits bits, size_t size, Encode encode) {
   return written;
 }
 
-// Elements of a block at any address, rows `step` bytes apart, nothing behind the last.
+// Elements of a block at any address, rows `step` bytes apart, nothing after the last.
 template <class T>
 class BlockMemory {
  public:
@@ -304,8 +305,9 @@ TEST(VlcEncoder, LowpassScanAsTheModel) {
                                           reinterpret_cast<int32_t*>(got_packed.raw())),
               zepStatusOk);
     ASSERT_EQ(got_count, want_count) << round;
-    ASSERT_EQ(std::memcmp(got_pairs.raw(), want_pairs.raw(), 8 * want_count), 0) << round;
-    ASSERT_EQ(std::memcmp(got_packed.raw(), want_packed.raw(), 64), 0) << round;
+    ASSERT_EQ(harness::FirstDifferenceOf(got_pairs.raw(), want_pairs.raw(), 8 * want_count), "")
+        << round;
+    ASSERT_EQ(harness::FirstDifferenceOf(got_packed.raw(), want_packed.raw(), 64), "") << round;
     ASSERT_TRUE(state == model_state) << round;
   }
 }
@@ -475,7 +477,7 @@ TEST_F(VlcEncoderChecks, InTheirOrder) {
       .Output(bytes_, sizeof(bytes_))
       .Output(state_.get(), kStateBytes)
       .Run();
-  // A count above 32 is found behind all pointers.
+  // A count above 32 is checked after all pointers.
   for (const uint32_t count : {33u, 34u, 0xFFFFFFFFu}) {
     *count_ = count;
     const State before = state_;

@@ -1,0 +1,354 @@
+// SPDX-License-Identifier: MIT
+// The blocks of one MCU to pixels: values plus 128, saturated to bytes; chroma replicated;
+// conversion or none.
+//
+// Vectors hold cells of 16 pixels, as in pixels_to_mcu.cc: a V16 has a run of eight for each cell.
+#include "frame/checks.h"
+#include "frame/rows.h"
+#include "simd/dispatch.h"
+
+#define HWY_TARGET_INCLUDE "jpeg/mcu/mcu_to_pixels.cc"
+#include "hwy/foreach_target.h"
+#include "jpeg/color/pixels-inl.h"
+#include "jpeg/color/ycbcr_to_rgb-inl.h"
+
+#ifndef ZEPJP_MCU_TO_PIXELS_KERNELS
+#  define ZEPJP_MCU_TO_PIXELS_KERNELS
+namespace zepjp {
+namespace {
+
+using FromMcu = void (*)(const int16_t* const* src, uint8_t* dst, ptrdiff_t step, uint8_t alpha);
+
+// For each sampling.
+struct FromMcuSamplings {
+  FromMcu full, half_width, half;  // 444, 422, 411
+};
+
+struct Kernels {
+  FromMcuSamplings rgb_c3, rgb_c4, bgr_c3, bgr_c4, cmyk, samples;
+  FromMcu c2;
+};
+
+}  // namespace
+}  // namespace zepjp
+#endif
+
+ZEP_BEFORE_NAMESPACE();
+namespace zepjp::HWY_NAMESPACE {
+namespace {
+
+constexpr size_t kCells = kPixels / 16;
+constexpr size_t kRowBytes = 16, kBlockBytes = 128;
+
+// The values of kCells rows of a block, kStride rows apart, limited so that they are bytes minus
+// 128.
+template <int kStride = 1>
+HWY_INLINE V16 LoadRows(const int16_t* block, size_t offset) {
+  const D16 d16;
+  const auto* from = reinterpret_cast<const uint8_t*>(block) + offset;
+  const V8 bytes = kStride == 1 ? hn::LoadU(D8(), from) : LoadBlocks(D8(), from, 16 * kStride);
+  return hn::Min(hn::Max(hn::BitCast(d16, bytes), hn::Set(d16, -128)), hn::Set(d16, 127));
+}
+
+HWY_INLINE V16 Plus128(V16 v) { return hn::Add(v, hn::Set(D16(), 128)); }
+
+// A component of the two runs of each cell.
+struct Runs {
+  V16 lower, upper;
+
+  HWY_INLINE V8 Bytes() const { return PackBlocks(Plus128(lower), Plus128(upper)); }
+};
+HWY_INLINE Runs Twice(V16 chroma) {
+  return {hn::InterleaveLower(D16(), chroma, chroma), hn::InterleaveUpper(D16(), chroma, chroma)};
+}
+
+HWY_INLINE Rgb Convert(const Runs& y, const Runs& cb, const Runs& cr) {
+  const auto doubled = [](V16 v) ZEP_ATTR { return hn::ShiftLeft<1>(v); };
+  return Convert({Plus128(y.lower), doubled(cb.lower), doubled(cr.lower)},
+                 {Plus128(y.upper), doubled(cb.upper), doubled(cr.upper)});
+}
+
+// Where the two runs of the first cell begin, and how far the next cells are from it.
+struct PixelTarget {
+  uint8_t* first;
+  uint8_t* second;
+  ptrdiff_t step;
+};
+
+// The 24 bytes of each run of three-byte pixels: the first 16 of the first and of the second run,
+// then the last 8 of both. Indices of the bytes of channel `channel` in part `part`.
+constexpr PairIndices MakeTripleBytes(int part, int channel) {
+  PairIndices result = {};
+  for (int i = 0; i < 16; ++i) {
+    const int byte = part == 0 ? i : part == 1 ? 24 + i : i < 8 ? 16 + i : 32 + i;
+    result.bytes[i] = byte % 3 == channel ? static_cast<int8_t>(byte / 3) : kZero;
+  }
+  return result;
+}
+template <int kPart>
+HWY_INLINE V8 TriplePart(V8 a, V8 b, V8 c) {
+  static constexpr auto kA = MakeTripleBytes(kPart, 0), kB = MakeTripleBytes(kPart, 1),
+                        kC = MakeTripleBytes(kPart, 2);
+  return hn::Or(hn::Or(Shuffle(a, kA), Shuffle(b, kB)), Shuffle(c, kC));
+}
+
+template <size_t kBlocks>
+HWY_INLINE void StoreHalves(hn::VFromD<hn::Simd<uint8_t, 16 * kBlocks, 0>> v,
+                            hn::Simd<uint8_t, 16 * kBlocks, 0> d, uint8_t* lower, uint8_t* upper,
+                            ptrdiff_t step) {
+  const hn::Half<decltype(d)> half;
+  if constexpr (kBlocks == 1) {
+    hn::StoreU(hn::LowerHalf(half, v), half, lower);
+    hn::StoreU(hn::UpperHalf(half, v), half, upper);
+  } else {
+    constexpr ptrdiff_t kHalf = kBlocks / 2;
+    StoreHalves<kBlocks / 2>(hn::LowerHalf(half, v), half, lower, upper, step);
+    StoreHalves<kBlocks / 2>(hn::UpperHalf(half, v), half, lower + kHalf * step,
+                             upper + kHalf * step, step);
+  }
+}
+
+HWY_INLINE void StoreThree(V8 a, V8 b, V8 c, const PixelTarget& to) {
+  const D8 d8;
+  StoreBlocks(TriplePart<0>(a, b, c), d8, to.first, to.step);
+  StoreBlocks(TriplePart<1>(a, b, c), d8, to.second, to.step);
+  StoreHalves<kCells>(TriplePart<2>(a, b, c), d8, to.first + 16, to.second + 16, to.step);
+}
+
+HWY_INLINE void StoreFour(V8 a, V8 b, V8 c, V8 d, const PixelTarget& to) {
+  const D8 d8;
+  const auto words = [](V8 v) ZEP_ATTR { return hn::BitCast(D16(), v); };
+  const V16 ab_lower = words(hn::InterleaveLower(d8, a, b)),
+            ab_upper = words(hn::InterleaveUpper(d8, a, b));
+  const V16 cd_lower = words(hn::InterleaveLower(d8, c, d)),
+            cd_upper = words(hn::InterleaveUpper(d8, c, d));
+  const auto store = [&](V16 v, uint8_t* at)
+                         ZEP_ATTR { StoreBlocks(hn::BitCast(D8(), v), D8(), at, to.step); };
+  store(hn::InterleaveLower(D16(), ab_lower, cd_lower), to.first);
+  store(hn::InterleaveUpper(D16(), ab_lower, cd_lower), to.first + 16);
+  store(hn::InterleaveLower(D16(), ab_upper, cd_upper), to.second);
+  store(hn::InterleaveUpper(D16(), ab_upper, cd_upper), to.second + 16);
+}
+
+// What becomes of a cell's components.
+template <bool kIsBgr>
+struct ToThree {
+  static constexpr size_t kChannels = 3, kComponents = 3;
+  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t, const PixelTarget& to) {
+    const Rgb rgb = Convert(runs[0], runs[1], runs[2]);
+    const Rgb p = kIsBgr ? Reversed(rgb) : rgb;
+    StoreThree(p.r, p.g, p.b, to);
+  }
+};
+template <bool kIsBgr>
+struct ToFour {
+  static constexpr size_t kChannels = 4, kComponents = 3;
+  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t alpha, const PixelTarget& to) {
+    const Rgb rgb = Convert(runs[0], runs[1], runs[2]);
+    const Rgb p = kIsBgr ? Reversed(rgb) : rgb;
+    StoreFour(p.r, p.g, p.b, hn::Set(D8(), alpha), to);
+  }
+};
+struct ToInks {
+  static constexpr size_t kChannels = 4, kComponents = 4;
+  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t, const PixelTarget& to) {
+    const Rgb p = Inks(Convert(runs[0], runs[1], runs[2]));
+    StoreFour(p.r, p.g, p.b, runs[3].Bytes(), to);
+  }
+};
+struct ToSamples {
+  static constexpr size_t kChannels = 3, kComponents = 3;
+  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t, const PixelTarget& to) {
+    StoreThree(runs[0].Bytes(), runs[1].Bytes(), runs[2].Bytes(), to);
+  }
+};
+
+template <class Target>
+void FromMcu444(const int16_t* const* src, uint8_t* dst, ptrdiff_t step, uint8_t alpha) {
+  for (size_t y = 0; y < 8; y += 2 * kCells) {
+    Runs runs[4];
+    for (size_t i = 0; i < Target::kComponents; ++i) {
+      runs[i] = {LoadRows(src[i], y * kRowBytes), LoadRows(src[i], (y + kCells) * kRowBytes)};
+    }
+    uint8_t* to = dst + static_cast<ptrdiff_t>(y) * step;
+    Target::Store(runs, alpha, {to, to + static_cast<ptrdiff_t>(kCells) * step, step});
+  }
+}
+
+// 422 with kRows = 1, 411 with 2: see the other direction.
+template <class Target, int kRows>
+void FromReducedMcu(const int16_t* const* src, uint8_t* dst, ptrdiff_t step, uint8_t alpha) {
+  for (size_t y = 0; y < 8; y += kCells) {
+    Runs runs[4];
+    runs[1] = Twice(LoadRows(src[1], y * kRowBytes));
+    runs[2] = Twice(LoadRows(src[2], y * kRowBytes));
+    const size_t top = kRows * y;
+    for (size_t row = 0; row < kRows; ++row) {
+      const size_t offset = top / 8 * 2 * kBlockBytes + (top % 8 + row) * kRowBytes;
+      for (size_t i = 0; i < Target::kComponents; i += 3) {
+        runs[i] = {LoadRows<kRows>(src[i], offset), LoadRows<kRows>(src[i], offset + kBlockBytes)};
+      }
+      uint8_t* to = dst + static_cast<ptrdiff_t>(top + row) * step;
+      Target::Store(runs, alpha, {to, to + 8 * Target::kChannels, kRows * step});
+    }
+  }
+}
+
+// Y0 Cb Y1 Cr.
+void Join422(const int16_t* const* src, uint8_t* dst, ptrdiff_t step, uint8_t) {
+  for (size_t y = 0; y < 8; y += kCells) {
+    const size_t offset = y * kRowBytes;
+    const V16 cb = Plus128(LoadRows(src[1], offset)), cr = Plus128(LoadRows(src[2], offset));
+    const auto join = [](V16 luminance, V16 chroma) ZEP_ATTR {
+      return hn::BitCast(D8(), hn::Or(Plus128(luminance), hn::ShiftLeft<8>(chroma)));
+    };
+    uint8_t* to = dst + static_cast<ptrdiff_t>(y) * step;
+    StoreBlocks(join(LoadRows(src[0], offset), hn::InterleaveLower(D16(), cb, cr)), D8(), to, step);
+    StoreBlocks(join(LoadRows(src[0], offset + kBlockBytes), hn::InterleaveUpper(D16(), cb, cr)),
+                D8(), to + 16, step);
+  }
+}
+
+template <class Target>
+constexpr FromMcuSamplings kSamplings = {
+    .full = FromMcu444<Target>,
+    .half_width = FromReducedMcu<Target, 1>,
+    .half = FromReducedMcu<Target, 2>,
+};
+
+constexpr Kernels kKernels = {
+    .rgb_c3 = kSamplings<ToThree<false>>,
+    .rgb_c4 = kSamplings<ToFour<false>>,
+    .bgr_c3 = kSamplings<ToThree<true>>,
+    .bgr_c4 = kSamplings<ToFour<true>>,
+    .cmyk = kSamplings<ToInks>,
+    .samples = kSamplings<ToSamples>,
+    .c2 = Join422,
+};
+
+}  // namespace
+}  // namespace zepjp::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace zepjp {
+namespace {
+
+Kernels kernels;
+
+ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
+
+template <int kComponents = 3>
+zepStatus Convert(FromMcu kernel, const int16_t* const* src, uint8_t* dst, int32_t step,
+                  uint8_t alpha = 0) {
+  if (auto bad = Checks().Planes(src, kComponents).Ptr(dst).Step(step).Failed()) return bad;
+  kernel(src, dst, step, alpha);
+  return zepStatusOk;
+}
+
+}  // namespace
+}  // namespace zepjp
+
+using namespace zepjp;
+
+zepStatus ZEP_CALL zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
+                                                            uint8_t* pDst, int32_t dstStep) {
+  return Convert(kernels.rgb_c3.full, pSrcMCU, pDst, dstStep);
+}
+
+zepStatus ZEP_CALL zepiYCbCr444ToRGBLS_MCU_JPEG_16s8u_P3C4R(const int16_t* const pSrcMCU[3],
+                                                            uint8_t* pDst, int32_t dstStep,
+                                                            uint8_t alpha) {
+  return Convert(kernels.rgb_c4.full, pSrcMCU, pDst, dstStep, alpha);
+}
+
+zepStatus ZEP_CALL zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
+                                                            uint8_t* pDst, int32_t dstStep) {
+  return Convert(kernels.rgb_c3.half_width, pSrcMCU, pDst, dstStep);
+}
+
+zepStatus ZEP_CALL zepiYCbCr422ToRGBLS_MCU_JPEG_16s8u_P3C4R(const int16_t* const pSrcMCU[3],
+                                                            uint8_t* pDst, int32_t dstStep,
+                                                            uint8_t alpha) {
+  return Convert(kernels.rgb_c4.half_width, pSrcMCU, pDst, dstStep, alpha);
+}
+
+zepStatus ZEP_CALL zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
+                                                            uint8_t* pDst, int32_t dstStep) {
+  return Convert(kernels.rgb_c3.half, pSrcMCU, pDst, dstStep);
+}
+
+zepStatus ZEP_CALL zepiYCbCr411ToRGBLS_MCU_JPEG_16s8u_P3C4R(const int16_t* const pSrcMCU[3],
+                                                            uint8_t* pDst, int32_t dstStep,
+                                                            uint8_t alpha) {
+  return Convert(kernels.rgb_c4.half, pSrcMCU, pDst, dstStep, alpha);
+}
+
+zepStatus ZEP_CALL zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
+                                                            uint8_t* pDst, int32_t dstStep) {
+  return Convert(kernels.bgr_c3.full, pSrcMCU, pDst, dstStep);
+}
+
+zepStatus ZEP_CALL zepiYCbCr444ToBGRLS_MCU_JPEG_16s8u_P3C4R(const int16_t* const pSrcMCU[3],
+                                                            uint8_t* pDst, int32_t dstStep,
+                                                            uint8_t alpha) {
+  return Convert(kernels.bgr_c4.full, pSrcMCU, pDst, dstStep, alpha);
+}
+
+zepStatus ZEP_CALL zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
+                                                            uint8_t* pDst, int32_t dstStep) {
+  return Convert(kernels.bgr_c3.half_width, pSrcMCU, pDst, dstStep);
+}
+
+zepStatus ZEP_CALL zepiYCbCr422ToBGRLS_MCU_JPEG_16s8u_P3C4R(const int16_t* const pSrcMCU[3],
+                                                            uint8_t* pDst, int32_t dstStep,
+                                                            uint8_t alpha) {
+  return Convert(kernels.bgr_c4.half_width, pSrcMCU, pDst, dstStep, alpha);
+}
+
+zepStatus ZEP_CALL zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
+                                                            uint8_t* pDst, int32_t dstStep) {
+  return Convert(kernels.bgr_c3.half, pSrcMCU, pDst, dstStep);
+}
+
+zepStatus ZEP_CALL zepiYCbCr411ToBGRLS_MCU_JPEG_16s8u_P3C4R(const int16_t* const pSrcMCU[3],
+                                                            uint8_t* pDst, int32_t dstStep,
+                                                            uint8_t alpha) {
+  return Convert(kernels.bgr_c4.half, pSrcMCU, pDst, dstStep, alpha);
+}
+
+zepStatus ZEP_CALL zepiYCCK444ToCMYKLS_MCU_JPEG_16s8u_P4C4R(const int16_t* const pSrcMCU[4],
+                                                            uint8_t* pDst, int32_t dstStep) {
+  return Convert<4>(kernels.cmyk.full, pSrcMCU, pDst, dstStep);
+}
+
+zepStatus ZEP_CALL zepiYCCK422ToCMYKLS_MCU_JPEG_16s8u_P4C4R(const int16_t* const pSrcMCU[4],
+                                                            uint8_t* pDst, int32_t dstStep) {
+  return Convert<4>(kernels.cmyk.half_width, pSrcMCU, pDst, dstStep);
+}
+
+zepStatus ZEP_CALL zepiYCCK411ToCMYKLS_MCU_JPEG_16s8u_P4C4R(const int16_t* const pSrcMCU[4],
+                                                            uint8_t* pDst, int32_t dstStep) {
+  return Convert<4>(kernels.cmyk.half, pSrcMCU, pDst, dstStep);
+}
+
+zepStatus ZEP_CALL zepiSampleUp444LS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
+                                                          uint8_t* pDst, int32_t dstStep) {
+  return Convert(kernels.samples.full, pSrcMCU, pDst, dstStep);
+}
+
+zepStatus ZEP_CALL zepiSampleUp422LS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
+                                                          uint8_t* pDst, int32_t dstStep) {
+  return Convert(kernels.samples.half_width, pSrcMCU, pDst, dstStep);
+}
+
+zepStatus ZEP_CALL zepiSampleUp411LS_MCU_JPEG_16s8u_P3C3R(const int16_t* const pSrcMCU[3],
+                                                          uint8_t* pDst, int32_t dstStep) {
+  return Convert(kernels.samples.half, pSrcMCU, pDst, dstStep);
+}
+
+zepStatus ZEP_CALL zepiJoin422LS_MCU_JPEG_16s8u_P3C2R(const int16_t* const pSrcMCU[3],
+                                                      uint8_t* pDst, int32_t dstStep) {
+  return Convert(kernels.c2, pSrcMCU, pDst, dstStep);
+}
+#endif  // HWY_ONCE

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+// Comparisons that print the first difference with its place instead of both sequences:
+//
+//   EXPECT_EQ(harness::FirstDifference(got, want), "") << "seed " << harness::Seed();
+#ifndef ZEPJP_TESTS_HARNESS_DIFFERENCE_H_
+#define ZEPJP_TESTS_HARNESS_DIFFERENCE_H_
+
+#include <algorithm>
+#include <cstdint>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "harness/guarded.h"
+
+namespace harness {
+
+// Where two sequences of numbers differ first, and by what; empty where they do not. The place is an index, or
+// with `width` elements in a row its row and column.
+template <class Iterator, class Other>
+std::string FirstDifference(Iterator got, Iterator got_end, Other want, Other want_end,
+                            size_t width) {
+  const auto count = got_end - got, wanted = want_end - want;
+  if (count != wanted) {
+    return std::to_string(count) + " elements instead of " + std::to_string(wanted);
+  }
+  const auto [first, second] = std::mismatch(got, got_end, want);
+  if (first == got_end) return "";
+  const auto index = static_cast<size_t>(first - got);
+  const std::string place = width == 0 ? "index " + std::to_string(index)
+                                       : "row " + std::to_string(index / width) + ", column " +
+                                             std::to_string(index % width);
+  return place + ": " + std::to_string(*first) + " instead of " + std::to_string(*second);
+}
+template <class Got, class Want>
+std::string FirstDifference(const Got& got, const Want& want, size_t width = 0) {
+  return FirstDifference(std::begin(got), std::end(got), std::begin(want), std::end(want), width);
+}
+
+// The same for `count` elements at either pointer.
+template <class T>
+std::string FirstDifferenceOf(const T* got, const T* want, size_t count, size_t width = 0) {
+  return FirstDifference(got, got + count, want, want + count, width);
+}
+
+// The bytes of two memories; rows are `step` bytes apart, where that is not 0.
+template <class T>
+std::string FirstDifference(const Guarded<T>& got, const Guarded<T>& want, int32_t step = 0) {
+  return FirstDifference(got.raw(), got.raw() + got.bytes(), want.raw(), want.raw() + want.bytes(),
+                         static_cast<size_t>(step < 0 ? -step : step));
+}
+
+// The bytes of the planes of two images.
+inline std::string FirstDifference(const std::vector<std::vector<uint8_t>>& got,
+                                   const std::vector<std::vector<uint8_t>>& want,
+                                   int32_t step = 0) {
+  for (size_t i = 0; i < got.size(); ++i) {
+    const std::string difference =
+        FirstDifference(got[i], want[i], static_cast<size_t>(step < 0 ? -step : step));
+    if (!difference.empty()) return "plane " + std::to_string(i) + ", " + difference;
+  }
+  return "";
+}
+
+}  // namespace harness
+
+#endif  // ZEPJP_TESTS_HARNESS_DIFFERENCE_H_

@@ -1,0 +1,298 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <cstring>
+#include <thread>
+
+#include "harness/check_order.h"
+#include "harness/region.h"
+#include "reference/texture.h"
+#include "texture/texture_cases.h"
+
+namespace {
+
+using harness::CheckOrder;
+using harness::Edge;
+using harness::Random;
+using texture_cases::Blocks;
+using texture_cases::Bytes;
+using texture_cases::ExpectEqualsModel;
+using Format = texture_cases::Format<texture_cases::Decoder>;
+
+const Format kDxt1 = TEXTURE_FORMAT(zepiTextureDecodeBlockToRGBA_DXT1_8u_C1C4R, 4, 8);
+const Format kDxt3 = TEXTURE_FORMAT(zepiTextureDecodeBlockToRGBA_DXT3_8u_C1C4R, 4, 16);
+const Format kDxt5 = TEXTURE_FORMAT(zepiTextureDecodeBlockToRGBA_DXT5_8u_C1C4R, 4, 16);
+const Format kBc4 = TEXTURE_FORMAT(zepiTextureDecodeBlock_BC4_8u_C1R, 1, 8);
+const Format kBc5 = TEXTURE_FORMAT(zepiTextureDecodeBlockToRG_BC5_8u_C1C2R, 2, 16);
+const Format kFormats[] = {kDxt1, kDxt3, kDxt5, kBc4, kBc5};
+
+Bytes RandomBlocks(const Format& format, zepiSize size, Random& random) {
+  Bytes blocks(Blocks(size) * static_cast<size_t>(format.block_bytes));
+  for (uint8_t& byte : blocks) byte = static_cast<uint8_t>(random());
+  return blocks;
+}
+
+TEST(TextureDecoding, EverySize) {
+  Random random(harness::Seed());
+  for (const Format& format : kFormats) {
+    texture_cases::ExpectEverySizeEqualsModel(
+        format, 13, [&](zepiSize size) { return RandomBlocks(format, size, random); });
+  }
+}
+
+TEST(TextureDecoding, LargerSizes) {
+  Random random(harness::Seed());
+  for (const Format& format : kFormats) {
+    for (const int width : {63, 64, 65, 66, 67, 68, 127, 130, 260, 515}) {
+      const zepiSize size = {width, 9};
+      ExpectEqualsModel(format, RandomBlocks(format, size, random), size,
+                        width * format.pixel_bytes + 3, Edge::kEnd);
+    }
+  }
+}
+
+// Pairs of end points, all or one of `stride` at random, each with all indexes.
+template <class MakeBlock>
+void ExpectPalettes(const Format& format, uint64_t pairs, uint32_t stride, MakeBlock make) {
+  constexpr int32_t kColumns = 256;
+  const zepiSize size = {4 * kColumns, 4};
+  Bytes blocks(kColumns * static_cast<size_t>(format.block_bytes));
+  Random random(harness::Seed());
+  uint64_t next = 0;
+  while (next < pairs && !::testing::Test::HasFatalFailure()) {
+    for (int32_t i = 0; i < kColumns; ++i, next += stride) {
+      const uint64_t pair = std::min(next + random() % stride, pairs - 1);
+      make(static_cast<uint32_t>(pair), &blocks[static_cast<size_t>(i * format.block_bytes)]);
+    }
+    ExpectEqualsModel(format, blocks, size, 4 * kColumns * format.pixel_bytes, Edge::kEnd);
+  }
+}
+
+void StoreColors(uint32_t pair, uint8_t* part) {
+  const uint32_t indexes = 0xE4E4E4E4;  // 0 1 2 3 in each row
+  std::memcpy(part, &pair, 4);
+  std::memcpy(part + 4, &indexes, 4);
+}
+
+// All pairs of 6 bits of green and 5 of red and blue; red decides the order of c0 and c1, or not.
+TEST(TextureDecoding, ColorPalettes_Exhaustive) {
+  for (const Format* format : {&kDxt1, &kDxt3, &kDxt5}) {
+    ExpectPalettes(*format, 3 << 12, 1, [&](uint32_t pair, uint8_t* block) {
+      const uint32_t a = pair & 63, b = pair >> 6 & 63, red = pair >> 12;
+      const uint32_t red_a = red == 0 ? 31 : red == 1 ? 0 : a & 31;
+      const uint32_t red_b = red == 0 ? 0 : red == 1 ? 31 : b & 31;
+      const uint32_t c0 = red_a << 11 | a << 5 | (a & 31), c1 = red_b << 11 | b << 5 | (b & 31);
+      std::memset(block, 0x5A, static_cast<size_t>(format->block_bytes));
+      StoreColors(c0 | c1 << 16, block + format->block_bytes - 8);
+    });
+  }
+}
+
+TEST(TextureDecoding, AnyColors) {
+  const uint32_t stride = harness::Exhaustive() ? 9973 : 999983;
+  for (const Format* format : {&kDxt1, &kDxt3, &kDxt5}) {
+    ExpectPalettes(*format, uint64_t{1} << 32, stride, [&](uint32_t pair, uint8_t* block) {
+      std::memset(block, 0xC3, static_cast<size_t>(format->block_bytes));
+      StoreColors(pair, block + format->block_bytes - 8);
+    });
+  }
+}
+
+// A colour of 16 bits as R G B 255, one byte after another.
+uint32_t Widened(uint32_t color) {
+  const uint32_t r = color >> 11, g = color >> 5 & 63, b = color & 31;
+  return (r << 3 | r >> 2) | (g << 2 | g >> 4) << 8 | (b << 3 | b >> 2) << 16 | 255U << 24;
+}
+
+// c0 with every c1: the four colours of each.
+class PalettesOf {
+ public:
+  PalettesOf() : ends_(65536), between_(2 * 4 * 65536), palettes_(4 * 65536) {
+    for (uint32_t c1 = 0; c1 < 65536; ++c1) ends_[c1] = Widened(c1);
+  }
+
+  const std::vector<uint32_t>& For(uint32_t c0) {
+    const uint32_t color = ends_[c0];
+    for (uint32_t channel = 0; channel < 4; ++channel) {
+      const uint32_t shift = 8 * channel;
+      Mix(color >> shift & 255, shift, &between_[channel * 65536],
+          &between_[(4 + channel) * 65536]);
+    }
+    for (uint32_t c1 = 0; c1 < 65536; ++c1) {
+      uint32_t* palette = &palettes_[size_t{4} * c1];
+      palette[0] = color;
+      palette[1] = ends_[c1];
+      palette[2] =
+          c0 > c1 ? Joined(c1) : (color & ends_[c1]) + ((color ^ ends_[c1]) >> 1 & 0x7F7F7F7F);
+      palette[3] = c0 > c1 ? Joined(4 * 65536 + c1) : 0xFFFFFFFF;
+    }
+    return palettes_;
+  }
+
+ private:
+  void Mix(uint32_t e0, uint32_t shift, uint8_t* third, uint8_t* two_thirds) const {
+    for (size_t i = 0; i < 65536; ++i) {
+      const uint32_t e1 = ends_[i] >> shift & 255;
+      third[i] = static_cast<uint8_t>((2 * e0 + e1) / 3);
+      two_thirds[i] = static_cast<uint8_t>((e0 + 2 * e1) / 3);
+    }
+  }
+  uint32_t Joined(size_t i) const {
+    return uint32_t{between_[i]} | uint32_t{between_[i + 65536]} << 8 |
+           uint32_t{between_[i + 2 * 65536]} << 16 | uint32_t{between_[i + 3 * 65536]} << 24;
+  }
+
+  std::vector<uint32_t> ends_;
+  Bytes between_;
+  std::vector<uint32_t> palettes_;
+};
+
+// All 2^32 pairs of colours, or all of some c0, with all indexes: the first row of each block.
+TEST(TextureDecoding, AllColors_Exhaustive) {
+  Bytes blocks(size_t{8} * 65536);
+  std::vector<uint32_t> got(4 * 65536);
+  PalettesOf palettes;
+  Random random(harness::Seed());
+  for (uint32_t c0 = 0; c0 < 65536;) {
+    for (uint32_t c1 = 0; c1 < 65536; ++c1) StoreColors(c0 | c1 << 16, &blocks[size_t{8} * c1]);
+    ASSERT_EQ(kDxt1.call(blocks.data(), reinterpret_cast<uint8_t*>(got.data()), 16 * 65536,
+                         {4 * 65536, 1}),
+              zepStatusOk);
+    ASSERT_EQ(harness::FirstDifference(got, palettes.For(c0)), "")
+        << "c0 " << c0 << " seed " << harness::Seed();
+    c0 += harness::Exhaustive() ? 1 : 1 + static_cast<uint32_t>(random() % 8192);
+  }
+}
+
+TEST(TextureDecoding, ChannelPalettes_Exhaustive) {
+  for (const Format& format : {kDxt5, kBc4, kBc5}) {
+    ExpectPalettes(format, 1 << 16, 1, [&](uint32_t pair, uint8_t* block) {
+      const uint8_t part[8] = {static_cast<uint8_t>(pair),
+                               static_cast<uint8_t>(pair >> 8),
+                               0x88,
+                               0xC6,
+                               0xFA,
+                               0x77,
+                               0x39,
+                               0x05};  // 0 to 7 and back
+      for (int i = 0; i < format.block_bytes; i += 8) std::memcpy(block + i, part, 8);
+    });
+  }
+}
+
+TEST(TextureDecoding, AllNibbles) {
+  const zepiSize size = {16, 4};
+  Bytes blocks(4 * 16);
+  for (int i = 0; i < 8; ++i)
+    blocks[static_cast<size_t>(i)] = static_cast<uint8_t>(i * 0x22 + 0x10);
+  ExpectEqualsModel(kDxt3, blocks, size, 64, Edge::kEnd);
+}
+
+Bytes Decode(const Format& format, const Bytes& blocks, zepiSize size) {
+  Bytes pixels(static_cast<size_t>(size.width * size.height * format.pixel_bytes));
+  EXPECT_EQ(format.call(blocks.data(), pixels.data(), size.width * format.pixel_bytes, size),
+            zepStatusOk);
+  return pixels;
+}
+
+Bytes FirstPixel(const Format& format, const Bytes& blocks) {
+  return Decode(format, blocks, {1, 1});
+}
+
+TEST(TextureDecoding, FourthColorOfThreeIsOpaqueWhite) {
+  EXPECT_EQ(Decode(kDxt1, {0, 0, 0, 0, 255, 255, 255, 255}, {4, 4}), Bytes(64, 255));
+}
+
+TEST(TextureDecoding, ThirdsTruncate) {
+  EXPECT_EQ(FirstPixel(kDxt1, {0x00, 0xF8, 0x1F, 0x00, 0xAA, 0xAA, 0xAA, 0xAA}),
+            (Bytes{170, 0, 85, 255}));
+}
+
+TEST(TextureDecoding, FourBitsOfAlphaAreNotRepeated) {
+  Bytes block(16, 0);
+  std::fill_n(block.begin(), 8, uint8_t{0xFF});
+  EXPECT_EQ(FirstPixel(kDxt3, block)[3], 240);
+}
+
+TEST(TextureDecoding, ChannelRoundsToNearest) {
+  Bytes block(16, 0);
+  block[1] = 255;
+  block[2] = 2;
+  EXPECT_EQ(FirstPixel(kDxt5, block)[3], 51);
+  EXPECT_EQ(FirstPixel(kBc4, block)[0], 51);
+  std::swap(block[0], block[1]);
+  EXPECT_EQ(FirstPixel(kDxt5, block)[3], 219);
+  EXPECT_EQ(FirstPixel(kBc5, block)[0], 219);
+}
+
+// The last row lies beyond what 32 bits can count.
+TEST(TextureDecoding, FarRows) {
+  if (sizeof(void*) < 8) GTEST_SKIP() << "needs 64-bit addresses";
+  const int32_t step = 2000000000;
+  const size_t mapped = size_t{5} * step;
+  void* memory = mmap(nullptr, mapped, PROT_READ | PROT_WRITE,
+                      MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  if (memory == MAP_FAILED) GTEST_SKIP() << "no room for a sparse mapping";
+  auto* first = static_cast<uint8_t*>(memory);
+  Random random(harness::Seed());
+  for (const Format& format : kFormats) {
+    const zepiSize size = {7, 5};
+    const Bytes blocks = RandomBlocks(format, size, random);
+    const auto width = static_cast<size_t>(size.width * format.pixel_bytes);
+    Bytes want(5 * width);
+    format.model(blocks.data(), want.data(), static_cast<int32_t>(width), size);
+    for (const int32_t direction : {1, -1}) {
+      uint8_t* base = direction > 0 ? first : first + size_t{4} * step;
+      ASSERT_EQ(format.call(blocks.data(), base, direction * step, size), zepStatusOk);
+      for (int y = 0; y < 5; ++y) {
+        const uint8_t* row = base + int64_t{direction} * step * y;
+        ASSERT_EQ(harness::FirstDifferenceOf(row, &want[static_cast<size_t>(y) * width], width), "")
+            << format.name << " row " << y;
+      }
+    }
+  }
+  munmap(memory, mapped);
+}
+
+TEST(TextureDecoding, SeveralThreads) {
+  Random random(harness::Seed());
+  const zepiSize size = {61, 33};
+  for (const Format& format : kFormats) {
+    const Bytes blocks = RandomBlocks(format, size, random);
+    const Bytes want = Decode(format, blocks, size);
+    std::vector<Bytes> got(4);
+    std::vector<std::thread> threads;
+    for (Bytes& pixels : got) {
+      threads.emplace_back([&] { pixels = Decode(format, blocks, size); });
+    }
+    for (std::thread& thread : threads) thread.join();
+    for (const Bytes& pixels : got) EXPECT_EQ(pixels, want) << format.name;
+  }
+}
+
+template <class Call>
+void ExpectChecksInOrder(harness::Named<Call> function) {
+  uint8_t pixels[64];
+  const uint8_t blocks[16] = {};
+  std::memset(pixels, harness::kFill, sizeof(pixels));
+  CheckOrder(function, &blocks[0], &pixels[0], 16, zepiSize{4, 4})
+      .template Null<0>()
+      .template Null<1>()
+      .template Bad<2>(zepStatusBadStep, {0})
+      .template Size<3>()
+      .Output(pixels, sizeof(pixels))
+      .Run();
+}
+
+TEST(TextureDecoding, ChecksInOrder) {
+  ExpectChecksInOrder(HARNESS_NAMED(zepiTextureDecodeBlockToRGBA_DXT1_8u_C1C4R));
+  ExpectChecksInOrder(HARNESS_NAMED(zepiTextureDecodeBlockToRGBA_DXT3_8u_C1C4R));
+  ExpectChecksInOrder(HARNESS_NAMED(zepiTextureDecodeBlockToRGBA_DXT5_8u_C1C4R));
+  ExpectChecksInOrder(HARNESS_NAMED(zepiTextureDecodeBlock_BC4_8u_C1R));
+  ExpectChecksInOrder(HARNESS_NAMED(zepiTextureDecodeBlockToRG_BC5_8u_C1C2R));
+}
+
+}  // namespace
