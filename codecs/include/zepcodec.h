@@ -42,11 +42,13 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/** @cond */
 #if defined(_WIN32)
 #  define ZEPC_API
 #else
 #  define ZEPC_API __attribute__((visibility("default")))
 #endif
+/** @endcond */
 
 #ifdef __cplusplus
 extern "C" {
@@ -55,8 +57,9 @@ extern "C" {
 /** @defgroup zepc_basics Statuses and formats
  * @{ */
 
+/** What a call came to: 0, a positive remark, or a negative failure. */
 typedef enum zepcStatus {
-  zepcStatusOk = 0,
+  zepcStatusOk = 0,      /**< Done. */
   zepcStatusDamaged = 1, /**< A picture of a damaged file; see zepcDecodeOptions::keeps_damaged. */
   zepcStatusBadArgument =
       -1, /**< A null pointer, an option out of range, a buffer that is too small. */
@@ -64,13 +67,14 @@ typedef enum zepcStatus {
   zepcStatusUnsupported = -3,   /**< Beyond what the format, or this library, can do. */
   zepcStatusBadFile = -4,       /**< Damaged, or not what it says. */
   zepcStatusTooLarge = -5,      /**< Beyond `max_pixels` or `max_memory`. */
-  zepcStatusNoMemory = -6,
-  zepcStatusCancelled = -7,  /**< The progress callback asked for it. */
-  zepcStatusWriteFailed = -8 /**< The write callback failed. */
+  zepcStatusNoMemory = -6,      /**< Memory was refused. */
+  zepcStatusCancelled = -7,     /**< The progress callback asked for it. */
+  zepcStatusWriteFailed = -8    /**< The write callback failed. */
 } zepcStatus;
 
+/** The formats of files. */
 typedef enum zepcFormat {
-  zepcFormatUnknown = 0,
+  zepcFormatUnknown = 0,      /**< None of these. */
   zepcFormatJpeg = 1,         /**< Baseline, extended and progressive (ITU-T T.81). */
   zepcFormatLosslessJpeg = 2, /**< Lossless with Huffman coding (ITU-T T.81, annex H). */
   zepcFormatJp2 = 3,          /**< JPEG 2000 in a JP2 file (ITU-T T.800). */
@@ -82,16 +86,16 @@ typedef enum zepcFormat {
 
 /** What a format is, and what this library can do with it. */
 typedef struct zepcFormatFacts {
-  zepcFormat format;
+  zepcFormat format;      /**< Its number. */
   const char* name;       /**< "JPEG 2000 (JP2)". */
   const char* extensions; /**< Of file names, in lower case, the usual one first: "jpg jpeg jpe". */
   const char* media_type; /**< "image/jp2". */
   const char* reads;      /**< What can be decoded, in words. */
   const char* writes;     /**< What can be encoded, in words. */
   int32_t keeps_exif;     /**< Whether files written here hold it; so below. */
-  int32_t keeps_icc;
-  int32_t keeps_xmp;
-  int32_t keeps_resolution;
+  int32_t keeps_icc;      /**< An ICC profile. */
+  int32_t keeps_xmp;      /**< An XMP packet. */
+  int32_t keeps_resolution; /**< The resolution. */
 } zepcFormatFacts;
 
 /** The version of the library, "7.1.0". */
@@ -116,40 +120,43 @@ ZEPC_API zepcFormat zepcFormatOfName(const char* name);
 /** @defgroup zepc_pixels Pixels and metadata
  * @{ */
 
+/** The channels of a pixel, in their order. */
 typedef enum zepcLayout {
   zepcLayoutNative =
       0, /**< As the file has it: grey, RGB or CMYK, with opacity where there is some. */
-  zepcLayoutGrey = 1,
-  zepcLayoutGreyAlpha = 2,
-  zepcLayoutRgb = 3,
-  zepcLayoutRgba = 4, /**< Colours are never multiplied by opacity. */
-  zepcLayoutBgr = 5,
-  zepcLayoutBgra = 6,
-  zepcLayoutCmyk = 7 /**< The amount of ink: 0 none, the largest value full. */
+  zepcLayoutGrey = 1,      /**< One channel. */
+  zepcLayoutGreyAlpha = 2, /**< Grey, opacity. */
+  zepcLayoutRgb = 3,       /**< Red, green, blue. */
+  zepcLayoutRgba = 4,      /**< Colours are never multiplied by opacity. */
+  zepcLayoutBgr = 5,       /**< Blue, green, red. */
+  zepcLayoutBgra = 6,      /**< Blue, green, red, opacity. */
+  zepcLayoutCmyk = 7       /**< The amount of ink: 0 none, the largest value full. */
 } zepcLayout;
 
+/** How a sample is stored, in the machine's byte order. */
 typedef enum zepcSample {
   zepcSampleNative = 0, /**< As the file has it. */
-  zepcSampleU8 = 1,
-  zepcSampleU16 = 2,
-  zepcSampleS16 = 3, /**< Fixed point. */
-  zepcSampleS32 = 4, /**< Fixed point. */
-  zepcSampleF16 = 5, /**< IEEE 754 binary16. */
-  zepcSampleF32 = 6
+  zepcSampleU8 = 1,     /**< Unsigned, one byte. */
+  zepcSampleU16 = 2,    /**< Unsigned, two bytes. */
+  zepcSampleS16 = 3,    /**< Fixed point. */
+  zepcSampleS32 = 4,    /**< Fixed point. */
+  zepcSampleF16 = 5,    /**< IEEE 754 binary16. */
+  zepcSampleF32 = 6     /**< IEEE 754 binary32. */
 } zepcSample;
 
 /** Pixels in memory. */
 typedef struct zepcPixels {
-  size_t size;   /**< sizeof(zepcPixels). */
-  void* data;    /**< The first sample of the top row. Encoders only read it. */
-  size_t stride; /**< Bytes from one row to the next. */
-  int32_t width; /**< In pixels, at least 1. */
-  int32_t height;
+  size_t size;       /**< sizeof(zepcPixels). */
+  void* data;        /**< The first sample of the top row. Encoders only read it. */
+  size_t stride;     /**< Bytes from one row to the next. */
+  int32_t width;     /**< In pixels, at least 1. */
+  int32_t height;    /**< In pixels, at least 1. */
   zepcLayout layout; /**< Not zepcLayoutNative. */
   zepcSample sample; /**< Not zepcSampleNative. */
   int32_t bits;      /**< Of an unsigned sample; 0: all of its type. */
 } zepcPixels;
 
+/** What the resolution of a picture counts. */
 typedef enum zepcResolutionUnit {
   zepcResolutionNone = 0,  /**< Unknown. */
   zepcResolutionShape = 1, /**< x : y is the shape of a pixel, its size unknown. */
@@ -164,34 +171,36 @@ typedef enum zepcResolutionUnit {
 typedef struct zepcMetadata {
   size_t size;      /**< sizeof(zepcMetadata). */
   const void* exif; /**< EXIF data, a TIFF structure; null: none. */
-  size_t exif_size;
-  const void* icc; /**< An ICC colour profile. */
-  size_t icc_size;
-  const void* xmp; /**< An XMP packet. */
-  size_t xmp_size;
+  size_t exif_size; /**< In bytes. */
+  const void* icc;  /**< An ICC colour profile. */
+  size_t icc_size;  /**< In bytes. */
+  const void* xmp;  /**< An XMP packet. */
+  size_t xmp_size;  /**< In bytes. */
   int32_t
       orientation; /**< As EXIF counts it: 1 upright, 2 to 8 mirrored or turned; 0 unknown. Encoders
                             take it from `exif`. */
-  zepcResolutionUnit resolution_unit;
-  double resolution_x;
-  double resolution_y;
+  zepcResolutionUnit resolution_unit; /**< What the next two count. */
+  double resolution_x;                /**< Horizontally. */
+  double resolution_y;                /**< Vertically. */
 } zepcMetadata;
 
 /** @} */
 /** @defgroup zepc_decode Decoding
  * @{ */
 
+/** What becomes of opacity. */
 typedef enum zepcOpacity {
   zepcOpacityAuto = 0,  /**< Kept where the layout has it, else blended over white. */
   zepcOpacityBlend = 1, /**< Blended over zepcDecodeOptions::background. */
   zepcOpacityDrop = 2   /**< Left out, the colours as they are. */
 } zepcOpacity;
 
+/** A part of a picture, in pixels from its upper left corner. */
 typedef struct zepcRect {
-  int32_t x;
-  int32_t y;
-  int32_t width;
-  int32_t height;
+  int32_t x;      /**< The left column. */
+  int32_t y;      /**< The top row. */
+  int32_t width;  /**< In columns. */
+  int32_t height; /**< In rows. */
 } zepcRect;
 
 /**
@@ -212,32 +221,32 @@ typedef struct zepcDecodeOptions {
   int64_t max_pixels; /**< Larger pictures are refused; 0: 2^28. */
   int64_t max_memory; /**< In bytes, with the picture; what would take more is refused. 0: 4 GiB. */
   int32_t threads;    /**< 0: as many as the machine runs at once. */
-  int32_t keeps_damaged;
+  int32_t keeps_damaged; /**< Returns what can be saved of a damaged file. */
   int32_t
       reduce; /**< The picture at 1/2^reduce of its size, rounded up: JPEG 0 to 3, JPEG 2000 up to
                        the number of its levels. */
-  int32_t layers; /**< Quality layers of JPEG 2000, scans of progressive JPEG; 0: all. */
-  int32_t level;  /**< Of a DDS file: 0 the picture, then each time half its size. */
-  zepcLayout layout;
+  int32_t layers;    /**< Quality layers of JPEG 2000, scans of progressive JPEG; 0: all. */
+  int32_t level;     /**< Of a DDS file: 0 the picture, then each time half its size. */
+  zepcLayout layout; /**< The channels wanted. */
   zepcSample
       sample; /**< zepcSampleU8 and zepcSampleU16 can be had of every file; the others are those
                           of the file only. */
-  zepcOpacity opacity;
+  zepcOpacity opacity;         /**< What becomes of opacity. */
   uint16_t background[3];      /**< RGB, 65535 is white. */
   int32_t applies_orientation; /**< Turns the picture upright. */
   zepcRect region;             /**< Of the reduced, upright picture; width 0: all of it. */
   zepcRows rows;               /**< Gets the rows instead of a picture that is returned. */
-  void* rows_user;
-  zepcProgress progress;
-  void* progress_user;
+  void* rows_user;             /**< Handed to `rows`. */
+  zepcProgress progress;       /**< Null: none. */
+  void* progress_user;         /**< Handed to `progress`. */
 } zepcDecodeOptions;
 
 /** What a file says about its picture, without decoding it. */
 typedef struct zepcInfo {
-  size_t size; /**< sizeof(zepcInfo). */
-  zepcFormat format;
-  int32_t width; /**< As stored: zepcDecode() gives this size without options. */
-  int32_t height;
+  size_t size;            /**< sizeof(zepcInfo). */
+  zepcFormat format;      /**< What the file is. */
+  int32_t width;          /**< As stored: zepcDecode() gives this size without options. */
+  int32_t height;         /**< In pixels. */
   zepcLayout layout;      /**< What zepcLayoutNative gives. */
   zepcSample sample;      /**< What zepcSampleNative gives. */
   int32_t bits;           /**< Of a sample. */
@@ -247,13 +256,13 @@ typedef struct zepcInfo {
   int32_t orientation;    /**< As EXIF counts it; 0 unknown. */
   int32_t layers;         /**< JPEG 2000: quality layers; progressive JPEG: scans; else 1. */
   int32_t levels;         /**< How often the picture can be halved: see `reduce` and `level`. */
-  int32_t tiles_across;
-  int32_t tiles_down;
-  int32_t pictures; /**< In the file; the first is decoded. */
-  int32_t has_exif;
-  int32_t has_icc;
-  int32_t has_xmp;
-  int64_t memory; /**< What zepcDecode() takes at most, about, with the picture. */
+  int32_t tiles_across;   /**< Tiles in a row; 1 where the format has none. */
+  int32_t tiles_down;     /**< Rows of tiles. */
+  int32_t pictures;       /**< In the file; the first is decoded. */
+  int32_t has_exif;       /**< Whether it holds EXIF data. */
+  int32_t has_icc;        /**< Whether it holds an ICC profile. */
+  int32_t has_xmp;        /**< Whether it holds an XMP packet. */
+  int64_t memory;         /**< What zepcDecode() takes at most, about, with the picture. */
 } zepcInfo;
 
 /** A decoded picture with its metadata and messages. */
@@ -317,6 +326,7 @@ ZEPC_API void zepcPictureFree(zepcPicture* picture);
 /** @defgroup zepc_encode Encoding
  * @{ */
 
+/** The resolution of chroma. */
 typedef enum zepcSampling {
   zepcSamplingAuto = 0, /**< 4:2:0 in lossy JPEG, 4:4:4 in JPEG XR. */
   zepcSampling444 = 1,  /**< Chroma at full resolution. */
@@ -326,10 +336,10 @@ typedef enum zepcSampling {
 
 /** Grey, RGB and CMYK of 8 bits, grey and RGB of 12. */
 typedef struct zepcJpegOptions {
-  size_t size;
-  int32_t quality; /**< 1 to 100; 0: 90. */
-  zepcSampling sampling;
-  int32_t is_progressive;
+  size_t size;              /**< sizeof(zepcJpegOptions). */
+  int32_t quality;          /**< 1 to 100; 0: 90. */
+  zepcSampling sampling;    /**< Of RGB and CMYK; files of 12 bits have 4:4:4. */
+  int32_t is_progressive;   /**< In several scans, from coarse to fine. */
   int32_t optimizes;        /**< The Huffman tables fit the picture: smaller, but slower. */
   int32_t restart_interval; /**< In MCUs, up to 65535; 0: none. */
   const char*
@@ -339,65 +349,68 @@ typedef struct zepcJpegOptions {
 
 /** 1 to 4 components of 2 to 16 bits. */
 typedef struct zepcLosslessJpegOptions {
-  size_t size;
+  size_t size;             /**< sizeof(zepcLosslessJpegOptions). */
   int32_t predictor;       /**< 1 to 7; 0: 1. */
   int32_t point_transform; /**< Low bits that are left out, 0 to 15. */
   int32_t restart_rows;    /**< Rows between restart markers; 0: none. */
 } zepcLosslessJpegOptions;
 
+/** Styles of JPEG 2000 code-blocks (ITU-T T.800, table A.19). */
 typedef enum zepcBlockStyle {
-  zepcBlockBypass = 1,
-  zepcBlockReset = 2,
-  zepcBlockTerminate = 4,
-  zepcBlockCausal = 8,
-  zepcBlockPredictable = 16,
-  zepcBlockSymbols = 32
+  zepcBlockBypass = 1,       /**< Raw bits in the lower planes. */
+  zepcBlockReset = 2,        /**< Contexts start anew at each pass. */
+  zepcBlockTerminate = 4,    /**< Each pass ends its codeword. */
+  zepcBlockCausal = 8,       /**< Contexts see no later stripe. */
+  zepcBlockPredictable = 16, /**< Errors can be found at the end of a codeword. */
+  zepcBlockSymbols = 32      /**< A mark after each cleanup pass. */
 } zepcBlockStyle;
 
 /** Grey, RGB, with and without opacity, and CMYK, of 1 to 16 bits. Without loss unless one of `ratio`,
  * `psnr` and `layer_bytes` asks for less. */
 typedef struct zepcJpeg2000Options {
-  size_t size;
+  size_t size;  /**< sizeof(zepcJpeg2000Options). */
   double ratio; /**< How many times smaller than the pixels. */
   double psnr;  /**< In dB: the smallest file that has it. */
   const size_t*
-      layer_bytes; /**< The bytes of the file up to each quality layer, rising; 0 as the last
+      layer_bytes;     /**< The bytes of the file up to each quality layer, rising; 0 as the last
                                   one: without loss. */
-  int32_t layer_count;
+  int32_t layer_count; /**< Of `layer_bytes`. */
   int32_t levels;      /**< Of the wavelet, 1 to 32; 0: 5; -1: none. */
   int32_t block_style; /**< A sum of zepcBlockStyle. */
   int32_t tile_width;  /**< 0: one tile. */
-  int32_t tile_height;
+  int32_t tile_height; /**< In pixels, like the width. */
   int32_t progression; /**< 0 LRCP, 1 RLCP, 2 RPCL, 3 PCRL, 4 CPRL. */
 } zepcJpeg2000Options;
 
 /** Grey and RGB of all kinds of samples. Without loss unless `quality` or `sampling` is set. */
 typedef struct zepcJpegXrOptions {
-  size_t size;
-  int32_t quality; /**< 1 to 100. */
-  zepcSampling sampling;
-  int32_t overlap; /**< Filters across blocks: 0 one level, 1 two levels, -1 none. */
-  int32_t is_frequency_order;
-  int32_t tile_width; /**< Multiples of 16; 0: one tile. */
-  int32_t tile_height;
+  size_t size;           /**< sizeof(zepcJpegXrOptions). */
+  int32_t quality;       /**< 1 to 100. */
+  zepcSampling sampling; /**< Of RGB. */
+  int32_t overlap;       /**< Filters across blocks: 0 one level, 1 two levels, -1 none. */
+  int32_t
+      is_frequency_order; /**< The bands of all blocks one after the other, not block by block. */
+  int32_t tile_width;     /**< Multiples of 16; 0: one tile. */
+  int32_t tile_height;    /**< Like the width. */
 } zepcJpegXrOptions;
 
+/** Kinds of texture blocks. */
 typedef enum zepcTexture {
   zepcTextureAuto = 0, /**< BC3 with opacity, else BC1. */
-  zepcTextureBc1 = 1,
-  zepcTextureBc2 = 2,
-  zepcTextureBc3 = 3,
-  zepcTextureBc4 = 4, /**< Grey. */
-  zepcTextureBc5 = 5, /**< Red and green. */
-  zepcTextureBc7 = 6,
+  zepcTextureBc1 = 1,  /**< RGB, 4 bits a pixel. */
+  zepcTextureBc2 = 2,  /**< RGB with 4 bits of opacity, 8 bits a pixel. */
+  zepcTextureBc3 = 3,  /**< RGB with smooth opacity, 8 bits a pixel. */
+  zepcTextureBc4 = 4,  /**< Grey. */
+  zepcTextureBc5 = 5,  /**< Red and green. */
+  zepcTextureBc7 = 6,  /**< RGB with opacity, the best, 8 bits a pixel. */
   zepcTextureYCoCg = 7 /**< BC3 with Y as its opacity and Co, Cg as colours. */
 } zepcTexture;
 
 /** 8 bits. */
 typedef struct zepcDdsOptions {
-  size_t size;
-  zepcTexture texture;
-  int32_t has_mipmaps;
+  size_t size;         /**< sizeof(zepcDdsOptions). */
+  zepcTexture texture; /**< The kind of blocks. */
+  int32_t has_mipmaps; /**< Writes all levels down to one pixel. */
   int32_t
       header; /**< 0 four characters where they exist, 1 BC4U and BC5U, 2 the extended header. */
   int32_t bc7_mode; /**< 0 quick, 1 one mode alone, fastest; 2 thorough. */
@@ -405,7 +418,7 @@ typedef struct zepcDdsOptions {
 
 /** Grey and RGB of 8 or 16 bits. */
 typedef struct zepcTiffOptions {
-  size_t size;
+  size_t size;             /**< sizeof(zepcTiffOptions). */
   int32_t is_uncompressed; /**< Else PackBits. */
   int32_t
       has_byte_planes; /**< 16 bits: high bytes first, which packs better; a private form that other
@@ -414,18 +427,18 @@ typedef struct zepcTiffOptions {
 
 /** What to write. Of the options of formats only the one for `format` is read; null: its defaults. */
 typedef struct zepcEncodeOptions {
-  size_t size;
-  zepcFormat format;
-  int32_t threads;              /**< 0: as many as the machine runs at once. */
-  const zepcMetadata* metadata; /**< Null: none. */
-  const zepcJpegOptions* jpeg;
-  const zepcLosslessJpegOptions* lossless_jpeg;
-  const zepcJpeg2000Options* jpeg2000;
-  const zepcJpegXrOptions* jpeg_xr;
-  const zepcDdsOptions* dds;
-  const zepcTiffOptions* tiff;
-  zepcProgress progress;
-  void* progress_user;
+  size_t size;                                  /**< sizeof(zepcEncodeOptions). */
+  zepcFormat format;                            /**< The format to write. */
+  int32_t threads;                              /**< 0: as many as the machine runs at once. */
+  const zepcMetadata* metadata;                 /**< Null: none. */
+  const zepcJpegOptions* jpeg;                  /**< Of zepcFormatJpeg. */
+  const zepcLosslessJpegOptions* lossless_jpeg; /**< Of zepcFormatLosslessJpeg. */
+  const zepcJpeg2000Options* jpeg2000;          /**< Of zepcFormatJp2 and zepcFormatJ2k. */
+  const zepcJpegXrOptions* jpeg_xr;             /**< Of zepcFormatJpegXr. */
+  const zepcDdsOptions* dds;                    /**< Of zepcFormatDds. */
+  const zepcTiffOptions* tiff;                  /**< Of zepcFormatTiff. */
+  zepcProgress progress;                        /**< Null: none. */
+  void* progress_user;                          /**< Handed to `progress`. */
 } zepcEncodeOptions;
 
 /** Takes bytes of a file in their order; a result other than 0 ends the call. */
@@ -453,34 +466,36 @@ ZEPC_API void zepcFree(void* file);
 /** @defgroup zepc_jpeg JPEG without decoding
  * @{ */
 
+/** Ways to mirror and turn a picture. */
 typedef enum zepcTransform {
-  zepcTransformNone = 0,
-  zepcTransformMirrorX = 1, /**< Left becomes right. */
-  zepcTransformMirrorY = 2, /**< Top becomes bottom. */
-  zepcTransformTurn180 = 3,
-  zepcTransformTranspose = 4, /**< Rows become columns. */
-  zepcTransformTurn90 = 5,    /**< Clockwise. */
-  zepcTransformTurn270 = 6,
+  zepcTransformNone = 0,       /**< Stays as it is. */
+  zepcTransformMirrorX = 1,    /**< Left becomes right. */
+  zepcTransformMirrorY = 2,    /**< Top becomes bottom. */
+  zepcTransformTurn180 = 3,    /**< Upside down. */
+  zepcTransformTranspose = 4,  /**< Rows become columns. */
+  zepcTransformTurn90 = 5,     /**< Clockwise. */
+  zepcTransformTurn270 = 6,    /**< Counter-clockwise. */
   zepcTransformTransverse = 7, /**< Along the other diagonal. */
   zepcTransformUpright = 8     /**< As the EXIF orientation asks for; it becomes 1. */
 } zepcTransform;
 
+/** What changes when a JPEG file is written anew; all zeros: nothing but its Huffman codes. */
 typedef struct zepcTranscodeOptions {
-  size_t size;
-  zepcTransform transform;
+  size_t size;             /**< sizeof(zepcTranscodeOptions). */
+  zepcTransform transform; /**< How to mirror or turn. */
   int32_t
       is_exact; /**< Refuse what needs an edge cut off: only whole MCUs can come to lie at the left
                          and the top. Otherwise up to an MCU less one pixel is cut off. */
   zepcRect
       region; /**< After the transform; its left and top are rounded down to MCUs. Width 0: all. */
-  int32_t is_progressive;
-  int32_t optimizes;
-  int32_t restart_interval;
-  const char* scan_script;
-  int32_t drops_metadata;
-  int32_t keeps_damaged;
-  int64_t max_pixels; /**< 0: 2^28. */
-  int64_t max_memory; /**< 0: 4 GiB. */
+  int32_t is_progressive;   /**< Several scans, from coarse to fine. */
+  int32_t optimizes;        /**< Huffman tables that fit the picture. */
+  int32_t restart_interval; /**< In MCUs, up to 65535; 0: none. */
+  const char* scan_script;  /**< The scans; null: the usual ones. */
+  int32_t drops_metadata;   /**< Leaves out all application segments and comments. */
+  int32_t keeps_damaged;    /**< Writes what can be saved of a damaged file. */
+  int64_t max_pixels;       /**< 0: 2^28. */
+  int64_t max_memory;       /**< 0: 4 GiB. */
 } zepcTranscodeOptions;
 
 /**
@@ -494,10 +509,11 @@ ZEPC_API zepcStatus zepcJpegTranscode(const void* data, size_t size,
 /** The quantized coefficients of a JPEG picture. */
 typedef struct zepcCoefficients zepcCoefficients;
 
+/** The size of a picture of coefficients. */
 typedef struct zepcCoefficientsInfo {
-  size_t size;
-  int32_t width; /**< Of the picture, in pixels. */
-  int32_t height;
+  size_t size;        /**< sizeof(zepcCoefficientsInfo). */
+  int32_t width;      /**< Of the picture, in pixels. */
+  int32_t height;     /**< In pixels. */
   int32_t bits;       /**< 8 or 12. */
   int32_t components; /**< 1 to 4. */
 } zepcCoefficientsInfo;
@@ -505,13 +521,13 @@ typedef struct zepcCoefficientsInfo {
 /** A component. Blocks lie row by row, 64 values each in natural (row-major) order; those to the right
  * and below that only fill up the last MCUs are there too. */
 typedef struct zepcComponent {
-  size_t size;
-  int32_t h; /**< Sampling factors, 1 to 4. */
-  int32_t v;
-  uint16_t steps[64]; /**< Of the quantizer, in natural order. */
-  int32_t blocks_across;
-  int32_t blocks_down;
-  int16_t* blocks; /**< Can be changed until the coefficients are freed. */
+  size_t size;           /**< sizeof(zepcComponent). */
+  int32_t h;             /**< Sampling factors, 1 to 4. */
+  int32_t v;             /**< The vertical factor; `h` is the horizontal one. */
+  uint16_t steps[64];    /**< Of the quantizer, in natural order. */
+  int32_t blocks_across; /**< Blocks in a row, with those that fill up MCUs. */
+  int32_t blocks_down;   /**< Rows of blocks. */
+  int16_t* blocks;       /**< Can be changed until the coefficients are freed. */
 } zepcComponent;
 
 /** Reads the coefficients of a JPEG file of 8 or 12 bits; `options` counts for its limits,
@@ -526,6 +542,7 @@ ZEPC_API zepcStatus zepcJpegMakeCoefficients(const zepcCoefficientsInfo* info,
                                              const zepcComponent* components,
                                              zepcCoefficients** coefficients);
 
+/** The size and depth of the picture, and the number of its components. */
 ZEPC_API zepcStatus zepcJpegCoefficientsInfo(const zepcCoefficients* coefficients,
                                              zepcCoefficientsInfo* info);
 
