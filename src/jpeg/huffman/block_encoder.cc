@@ -91,9 +91,9 @@ HWY_INLINE bool PutAcs(const ZigzagScan& scan, const zepiEncodeHuffmanSpec& tabl
       if (!PutValue(table.entry[kRunOf16], 0, 0, to)) return false;
     }
     const int64_t value = scan.value(index);
-    const uint32_t category = CategoryOf(value);
-    if (HWY_UNLIKELY(category > 15)) return false;
-    if (!PutValue(table.entry[run << 4 | category], value, category, to)) return false;
+    if (HWY_UNLIKELY(value < -INT16_MAX)) return false;  // has no symbol
+    const uint32_t category = CategoryOfNonZero(value);
+    if (!PutValue(table.entry[(run << 4) + category], value, category, to)) return false;
     next = index + 1;
   }
   return next == 64 || PutValue(table.entry[kEndOfBlock], 0, 0, to);
