@@ -30,10 +30,9 @@ inline uint32_t CategoryOf(int64_t value) {
 // Only the lowest bits, as many as the category says, count.
 inline uint64_t ExtraBits(int64_t value) { return static_cast<uint64_t>(value + (value >> 63)); }
 
-// The same where it is not 0: |value| is its extra bits with the sign's bits exclusive-ored in.
-inline uint32_t CategoryOfNonZero(int64_t value) {
-  const uint64_t magnitude = ExtraBits(value) ^ static_cast<uint64_t>(value >> 63);
-  return 64 - static_cast<uint32_t>(__builtin_clzll(magnitude));
+// Of a magnitude that is not 0.
+inline uint32_t CategoryOfMagnitude(uint32_t magnitude) {
+  return 32 - static_cast<uint32_t>(__builtin_clz(magnitude));
 }
 
 // A category of 0 to 16 and its extra bits back to the value. (No branch: signs are random.)
