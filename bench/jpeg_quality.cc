@@ -27,7 +27,7 @@ namespace {
 using libjpeg_codec::Bytes;
 using zepcodec::Picture;
 
-constexpr int kQualities[] = {50, 60, 70, 75, 80, 85, 90, 95};
+constexpr int kQualities[] = {20, 30, 40, 50, 75, 85, 90, 95};
 constexpr int kReach = 2;  // qualities of the peer on either side of ours
 constexpr jpeg::ForwardDct kTransforms[] = {jpeg::ForwardDct::kFast, jpeg::ForwardDct::kPrecise,
                                             jpeg::ForwardDct::kAutomatic};
