@@ -194,7 +194,7 @@ int main(int argc, char** argv) {
       continue;
     }
     if (std::strcmp(argv[i], "--precise-dct") == 0) {
-      options.precise_dct = true;
+      options.forward_dct = jpeg::ForwardDct::kPrecise;
       continue;
     }
     try {

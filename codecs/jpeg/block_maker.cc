@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "codecs/jpeg/block_maker.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -9,39 +10,96 @@
 namespace zepcodec::jpeg {
 namespace {
 
-// Samples of 8 bits through the transform of 12 bits, which rounds only once: a sample of 128 becomes
-// the 2048 of its level shift.
-void PreciseTransform(const uint8_t* samples, int step, int16_t* block, const uint16_t* steps) {
-  uint16_t words[64];
-  for (int y = 0; y < 8; ++y) {
-    for (int x = 0; x < 8; ++x) words[8 * y + x] = static_cast<uint16_t>(samples[x] + 1920);
-    samples += step;
+// Samples of 8 bits for the transform of 12 bits: 128 becomes the 2048 of its level shift.
+class DeepRow {
+ public:
+  static constexpr int kMostBlocks = 16;
+
+  // Rows hold full pairs of blocks.
+  DeepRow(const uint8_t* samples, int step, int blocks) {
+    for (int y = 0; y < 8; ++y, samples += step) {
+      for (int pair = 0; pair < 8 * blocks; pair += 16) {
+        for (int x = pair; x < pair + 16; ++x) {
+          words_[y][x] = static_cast<uint16_t>(samples[x] + 1920);
+        }
+      }
+    }
   }
-  zepiDCTQuantFwd8x8LS_JPEG_16u16s_C1R(words, 16, block, steps);
+
+  const uint16_t* Block(int x) const { return words_[0] + 8 * x; }
+  static constexpr int32_t Step() { return sizeof(words_[0]); }
+
+ private:
+  alignas(64) uint16_t words_[8][8 * kMostBlocks];
+};
+
+// Where the blocks of a row go, through the MCUs.
+struct RowOfBlocks {
+  const BlockPlaces& places;
+  int across;  // blocks in an MCU
+  int y;
+
+  int16_t* At(int x) const { return places.At(x / across, x % across, y); }
+};
+
+void MakeFast(const uint8_t* samples, int step, const uint16_t* steps, int count,
+              const RowOfBlocks& row) {
+  for (int x = 0; x < count; ++x) {
+    zepiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(samples + 8 * x, step, row.At(x), steps);
+  }
 }
 
-void FastTransform(const uint8_t* samples, int step, int16_t* block, const uint16_t* steps) {
-  zepiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(samples, step, block, steps);
+void MakePrecise(const uint8_t* samples, int step, const uint16_t* steps, int count,
+                 const RowOfBlocks& row) {
+  for (int first = 0; first < count; first += DeepRow::kMostBlocks) {
+    const int end = std::min(first + DeepRow::kMostBlocks, count);
+    const DeepRow deep(samples + 8 * first, step, end - first);
+    for (int x = first; x < end; ++x) {
+      zepiDCTQuantFwd8x8LS_JPEG_16u16s_C1R(deep.Block(x - first), DeepRow::Step(), row.At(x),
+                                           steps);
+    }
+  }
+}
+
+// The first block of an MCU never lies beyond its row, nor the first row beyond the component.
+void CopyDc(const BlockPlaces& places, int mcu, int x, int y, int across) {
+  const int16_t* before = x > 0 ? places.At(mcu, x - 1, y) : places.At(mcu, across - 1, y - 1);
+  int16_t* block = places.At(mcu, x, y);
+  std::memset(block, 0, 64 * sizeof(*block));
+  block[0] = before[0];
 }
 
 }  // namespace
 
-BlockMaker::BlockMaker(const Geometry& geometry, std::vector<const uint16_t*> steps,
-                       bool precise_dct)
-    : geometry_(geometry),
-      steps_(std::move(steps)),
-      transform_(precise_dct ? PreciseTransform : FastTransform) {}
+// The fast transform rounds to integers before it quantizes. Up to this quality photographs lose nothing by it: what
+// the rounding adds to the error is made up for by smaller files, since halves of an even step, which are then
+// frequent, become 0 (docs/jpeg-codec.md).
+constexpr int kBestFastQuality = 40;
 
-void BlockMaker::Make(const StripMaker& strip, int mcu_row, size_t component, int x, int y,
-                      const int16_t* before, int16_t* block) const {
+bool IsPrecise(const EncodeOptions& options) {
+  if (options.forward_dct != ForwardDct::kAutomatic) {
+    return options.forward_dct == ForwardDct::kPrecise;
+  }
+  return options.quality > kBestFastQuality;
+}
+
+BlockMaker::BlockMaker(const Geometry& geometry, std::vector<const uint16_t*> steps,
+                       bool is_precise)
+    : geometry_(geometry), steps_(std::move(steps)), is_precise_(is_precise) {}
+
+void BlockMaker::Make(const StripMaker& strip, int mcu_row, size_t component, int first_mcu,
+                      int mcus, const BlockPlaces& places) const {
   const ComponentGeometry& place = geometry_.components[component];
-  if (x < place.blocks_per_row && y < place.block_rows) {
-    const int step = strip.step();
-    const uint8_t* row = strip.Samples(component) + (y - mcu_row * place.v) * 8 * step;
-    transform_(row + x * 8, step, block, steps_[component]);
-  } else {
-    std::memset(block, 0, 64 * sizeof(*block));
-    block[0] = before[0];
+  const int first = first_mcu * place.h;
+  const int all = mcus * place.h;
+  const int step = strip.step();
+  for (int y = 0; y < place.v; ++y) {
+    const bool is_beyond = mcu_row * place.v + y >= place.block_rows;
+    const int count = is_beyond ? 0 : std::min(all, place.blocks_per_row - first);
+    const uint8_t* samples = strip.Samples(component) + y * 8 * step + first * 8;
+    const auto make = is_precise_ ? MakePrecise : MakeFast;
+    make(samples, step, steps_[component], count, {places, place.h, y});
+    for (int x = count; x < all; ++x) CopyDc(places, x / place.h, x % place.h, y, place.h);
   }
 }
 

@@ -3,31 +3,45 @@
 #ifndef ZEPJP_CODECS_JPEG_BLOCK_MAKER_H_
 #define ZEPJP_CODECS_JPEG_BLOCK_MAKER_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
+#include "codecs/jpeg/encoder.h"
 #include "codecs/jpeg/geometry.h"
 #include "codecs/jpeg/strip_maker.h"
 
 namespace zepcodec::jpeg {
 
+// Where a component's blocks of successive MCUs go; distances in coefficients.
+struct BlockPlaces {
+  int16_t* first;
+  ptrdiff_t mcu_step;
+  ptrdiff_t row_step;  // between rows of blocks of an MCU
+
+  // Block x of row y of an MCU.
+  int16_t* At(int mcu, int x, int y) const {
+    return first + mcu * mcu_step + y * row_step + x * 64;
+  }
+};
+
+// Whether the options ask for the precise transform.
+bool IsPrecise(const EncodeOptions& options);
+
 class BlockMaker {
  public:
   // `steps` of each component, prepared for the forward transform. What is referred to must outlive the object.
-  BlockMaker(const Geometry& geometry, std::vector<const uint16_t*> steps, bool precise_dct);
+  BlockMaker(const Geometry& geometry, std::vector<const uint16_t*> steps, bool is_precise);
 
-  // The blocks of the row of MCUs that `strip` holds: block (x, y) of a component. One that lies wholly beyond the
-  // component costs least as a copy of the one before it without AC coefficients: of `before`.
-  void Make(const StripMaker& strip, int mcu_row, size_t component, int x, int y,
-            const int16_t* before, int16_t* block) const;
+  // A component's blocks of `mcus` MCUs from `first_mcu` on, in the row of MCUs that `strip` holds. A block that lies
+  // wholly beyond the component costs least as a copy of the one before it without AC coefficients.
+  void Make(const StripMaker& strip, int mcu_row, size_t component, int first_mcu, int mcus,
+            const BlockPlaces& places) const;
 
  private:
-  using Transform = void (*)(const uint8_t* samples, int step, int16_t* block,
-                             const uint16_t* steps);
-
   const Geometry& geometry_;
   std::vector<const uint16_t*> steps_;
-  Transform transform_;
+  bool is_precise_;
 };
 
 }  // namespace zepcodec::jpeg

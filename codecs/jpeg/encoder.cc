@@ -144,16 +144,8 @@ void MakeBlocks(const Work& work, const BlockMaker& maker, int row, Coefficients
   for (size_t i = 0; i < coefficients->planes.size(); ++i) {
     const ComponentGeometry& place = work.geometry.components[i];
     CoefficientPlane& plane = coefficients->planes[i];
-    for (int y = row * place.v; y < (row + 1) * place.v; ++y) {
-      for (int x = 0; x < plane.across(); ++x) {
-        // In an MCU a block comes behind the one to its left, or the last one above.
-        const bool is_first = x % place.h == 0;
-        const int16_t* before = !is_first           ? plane.Block(x - 1, y)
-                                : y > row * place.v ? plane.Block(x + place.h - 1, y - 1)
-                                                    : plane.Block(x, y);
-        maker.Make(*work.strip, row, i, x, y, before, plane.Block(x, y));
-      }
-    }
+    maker.Make(*work.strip, row, i, 0, work.geometry.mcus_per_row,
+               {plane.Block(0, row * place.v), 64 * place.h, 64 * plane.across()});
   }
 }
 
@@ -163,7 +155,7 @@ Status EncodeInScans(const Work& work, const Script& script, ByteBuffer* file) {
   if (!coefficients.Allocate(work.frame)) return Status::NoMemory();
   std::vector<const uint16_t*> steps;
   for (const CoderTables* tables : work.tables) steps.push_back(tables->steps);
-  const BlockMaker maker(work.geometry, steps, work.options.precise_dct);
+  const BlockMaker maker(work.geometry, steps, IsPrecise(work.options));
   StageClock clock(work.options.times);
   for (int row = 0; row < work.geometry.mcu_rows; ++row) {
     if (Stops(work.options.progress, row, work.geometry.mcu_rows)) return Status::Cancelled();

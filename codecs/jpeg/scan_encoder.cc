@@ -22,7 +22,7 @@ ScanEncoder::ScanEncoder(const Geometry& geometry, const std::vector<const Coder
                          const EncodeOptions& options, ByteBuffer* file)
     : mcus_per_row_(geometry.mcus_per_row),
       restart_interval_(options.restart_interval),
-      maker_(geometry, StepsOf(tables), options.precise_dct),
+      maker_(geometry, StepsOf(tables), IsPrecise(options)),
       file_(file),
       times_(options.times),
       mcus_left_(options.restart_interval) {
@@ -43,6 +43,7 @@ Status ScanEncoder::EncodeRow(const StripMaker& strip) {
     }
     count = std::min(chunk, mcus_per_row_ - mcu);
     if (restart_interval_ > 0) count = std::min(count, mcus_left_);
+    strip.FetchNext(row_, mcu, count);
     TransformBlocks(strip, mcu, count);
     clock.Lap(&StageTimes::dct);
     if (Status status = CodeBlocks(count); !status.ok()) return status;
@@ -54,17 +55,11 @@ Status ScanEncoder::EncodeRow(const StripMaker& strip) {
 }
 
 void ScanEncoder::TransformBlocks(const StripMaker& strip, int first_mcu, int mcus) {
-  int16_t* block = blocks_;
-  for (int mcu = first_mcu; mcu < first_mcu + mcus; ++mcu) {
-    for (size_t i = 0; i < parts_.size(); ++i) {
-      const ComponentGeometry& place = parts_[i].place;
-      for (int y = row_ * place.v; y < (row_ + 1) * place.v; ++y) {
-        for (int x = mcu * place.h; x < (mcu + 1) * place.h; ++x, block += 64) {
-          const int16_t* before = block == blocks_ ? block : block - 64;
-          maker_.Make(strip, row_, i, x, y, before, block);
-        }
-      }
-    }
+  int16_t* first = blocks_;
+  for (size_t i = 0; i < parts_.size(); ++i) {
+    const ComponentGeometry& place = parts_[i].place;
+    maker_.Make(strip, row_, i, first_mcu, mcus, {first, 64 * blocks_in_mcu_, 64 * place.h});
+    first += 64 * place.h * place.v;
   }
 }
 

@@ -29,6 +29,19 @@ bool StripMaker::Init() {
   return padded_.Resize(width * static_cast<size_t>(image_.channels()) * rows);
 }
 
+void StripMaker::FetchNext(int mcu_row, int first_mcu, int mcus) const {
+  const int top = (mcu_row + 1) * geometry_.McuHeight();
+  const int bottom = std::min(top + geometry_.McuHeight(), image_.height());
+  const size_t mcu_bytes = static_cast<size_t>(geometry_.max_h * 8 * image_.channels());
+  const size_t begin = static_cast<size_t>(first_mcu) * mcu_bytes;
+  const size_t end = std::min(begin + static_cast<size_t>(mcus) * mcu_bytes, image_.Stride());
+  constexpr size_t kCacheLine = 64;
+  for (int y = top; y < bottom; ++y) {
+    const uint8_t* row = image_.Row(y);
+    for (size_t i = begin; i < end; i += kCacheLine) __builtin_prefetch(row + i, 0, 2);
+  }
+}
+
 void StripMaker::Make(int mcu_row) {
   const int first = mcu_row * geometry_.McuHeight();
   const int height = std::min(geometry_.McuHeight(), image_.height() - first);

@@ -26,6 +26,9 @@ class StripMaker {
   // by repeating its last column and row; blocks beyond it altogether are left as they are.
   void Make(int mcu_row);
 
+  // Asks for the pixels below some of the MCUs of a row, so that they are at hand when the next row is made.
+  void FetchNext(int mcu_row, int first_mcu, int mcus) const;
+
   const uint8_t* Samples(size_t component) const { return planes_[component].data(); }
   int step() const { return geometry_.step; }
 

@@ -52,6 +52,8 @@ HWY_INLINE void CopyBytes(const void* from, void* to, size_t size) {
 //
 // PairDot: kEven * v[2i] + kOdd * v[2i+1] of unsigned bytes in 16-bit lanes; the weights are small.
 //
+// Nearest: the nearest integers, halves to even, of floats that 32 bits hold.
+//
 // DotAcc: acc + a[2i] * b[2i] + a[2i+1] * b[2i+1] in 32-bit lanes; the sum wraps.
 #  if HWY_TARGET == HWY_NEON
 
@@ -68,6 +70,10 @@ HWY_INLINE hn::Vec128<int32_t> DotAcc(hn::Vec128<int32_t> acc, hn::Vec128<int16_
   return hn::Vec128<int32_t>(vaddq_s32(acc.raw, vpaddq_s32(low, high)));
 }
 
+HWY_INLINE hn::Vec128<int32_t> Nearest(hn::Vec128<float> v) {
+  return hn::Vec128<int32_t>(vcvtnq_s32_f32(v.raw));
+}
+
 template <int kEven, int kOdd>
 HWY_INLINE hn::Vec128<int16_t> PairDot(hn::Vec128<uint8_t> v) {
   const uint16x8_t pairs = vreinterpretq_u16_u8(v.raw);
@@ -82,6 +88,9 @@ HWY_INLINE hn::Vec128<int16_t> PackBlocks(hn::Vec128<int32_t> low, hn::Vec128<in
 }
 HWY_INLINE hn::Vec128<uint8_t> PackBlocks(hn::Vec128<int16_t> low, hn::Vec128<int16_t> high) {
   return hn::Vec128<uint8_t>{_mm_packus_epi16(low.raw, high.raw)};
+}
+HWY_INLINE hn::Vec128<int32_t> Nearest(hn::Vec128<float> v) {
+  return hn::Vec128<int32_t>{_mm_cvtps_epi32(v.raw)};
 }
 template <int kEven, int kOdd>
 HWY_INLINE hn::Vec128<int16_t> PairDot(hn::Vec128<uint8_t> v) {
@@ -103,6 +112,9 @@ HWY_INLINE hn::Vec256<int16_t> PackBlocks(hn::Vec256<int32_t> low, hn::Vec256<in
 }
 HWY_INLINE hn::Vec256<uint8_t> PackBlocks(hn::Vec256<int16_t> low, hn::Vec256<int16_t> high) {
   return hn::Vec256<uint8_t>{_mm256_packus_epi16(low.raw, high.raw)};
+}
+HWY_INLINE hn::Vec256<int32_t> Nearest(hn::Vec256<float> v) {
+  return hn::Vec256<int32_t>{_mm256_cvtps_epi32(v.raw)};
 }
 template <int kEven, int kOdd>
 HWY_INLINE hn::Vec256<int16_t> PairDot(hn::Vec256<uint8_t> v) {

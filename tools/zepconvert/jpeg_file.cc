@@ -73,7 +73,7 @@ zepcodec::Status WriteJpeg(const Settings& settings, const Picture& picture,
   options.quality = settings.quality;
   options.sampling = settings.sampling;
   options.restart_interval = settings.restart_interval;
-  options.precise_dct = settings.precise_dct;
+  if (settings.precise_dct) options.forward_dct = jpeg::ForwardDct::kPrecise;
   options.progressive = settings.progressive;
   options.script = settings.script;
   options.optimizes = settings.optimizes;

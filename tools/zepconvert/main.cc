@@ -197,7 +197,7 @@ void DefineOptions(CLI::App* app, Arguments* arguments) {
          "restart interval of JPEG files in MCUs, of lossless ones in rows, 0 for none (0)")
       ->check(CLI::Range(0, 65535));
   app->add_flag("--precise-dct", settings.precise_dct,
-                "write JPEG files with the transform that rounds once: some 0.3 dB more");
+                "write JPEG files with the transform that rounds once at qualities up to 40 too");
   DefineScanOptions(app, arguments);
   app->add_option(
          "--format", arguments->texture_format,

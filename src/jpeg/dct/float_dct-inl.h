@@ -43,8 +43,15 @@ HWY_INLINE void Interleave(V (&rows)[kRows]) {
   }
 }
 
-HWY_INLINE void Transpose(VWords (&rows)[8]) {
-  for (int i = 0; i < 3; ++i) Interleave(rows);
+// Both lines if there is room, else the first.
+template <class D>
+HWY_INLINE hn::VFromD<D> JoinLines(D d, VWords first, VWords second) {
+  if constexpr (kParts == 1) {
+    return hn::Combine(d, second, first);
+  } else {
+    (void)d, (void)second;
+    return first;
+  }
 }
 
 // The quarter in rows 4 i to 4 i + 3 of a half of the columns; where a vector holds a whole row,
@@ -77,23 +84,27 @@ HWY_INLINE FloatBlock Transposed(const FloatBlock& in) {
   return out;
 }
 
-// The signed or unsigned words of a part of a row.
-template <class V>
-HWY_INLINE VFloat AsFloats(V words, int part) {
-  const hn::RebindToSigned<DFloat> d32;
-  if constexpr (kParts == 1) {
-    return hn::ConvertTo(DFloat(), hn::PromoteTo(d32, words));
-  } else {
-    const hn::Half<hn::DFromV<V>> d;
-    return hn::ConvertTo(DFloat(), hn::PromoteTo(d32, part == 0 ? hn::LowerHalf(d, words)
-                                                                : hn::UpperHalf(d, words)));
-  }
-}
+// As floats in units of 2^-16: a word over 16 zero bits is its value times 2^16, which costs no sign extension.
+constexpr int kWordShift = 16;
 
-HWY_INLINE FloatBlock AsFloats(const VWords (&rows)[8]) {
+// Lines of words with rows and columns exchanged. A vector of words holds one line, or two that are four apart:
+// each of its 128-bit blocks gives the same four places of a part.
+HWY_INLINE FloatBlock TransposedFloats(const VWords (&rows)[8]) {
+  const hn::Repartition<int16_t, DFloat> d;
+  const hn::RebindToSigned<DFloat> d32;
   FloatBlock block;
   for (int i = 0; i < kParts; ++i) {
-    for (int y = 0; y < 8; ++y) block.part[i][y] = AsFloats(rows[y], i);
+    hn::VFromD<decltype(d)> lines[4];
+    for (int y = 0; y < 4; ++y) lines[y] = JoinLines(d, rows[4 * i + y], rows[(4 * i + y + 4) % 8]);
+    Interleave(lines);
+    Interleave(lines);
+    const auto zero = hn::Zero(d);
+    for (int k = 0; k < 4; ++k) {
+      const auto even = hn::BitCast(d32, hn::InterleaveLower(d, zero, lines[k]));
+      const auto odd = hn::BitCast(d32, hn::InterleaveUpper(d, zero, lines[k]));
+      block.part[i][2 * k] = hn::ConvertTo(DFloat(), even);
+      block.part[i][2 * k + 1] = hn::ConvertTo(DFloat(), odd);
+    }
   }
   return block;
 }

@@ -177,26 +177,42 @@ void ForwardSamples8(const uint8_t* src, int32_t step, int16_t* dst, const uint1
   Transform<Input::kSamples>(x, dst, table);
 }
 
+// Reciprocals q of as many lines as a vector of words holds, as q 2^-34 for each part of each line: under the
+// exponent of 2^-11 the lowest bit of a mantissa stands for 2^-34. The results of the two passes are in units
+// of 2^-3 2^-16, and q in units of 2^-15: the products are whole steps.
+struct Reciprocals {
+  VFloat part[2];
+};
+HWY_INLINE Reciprocals LoadReciprocals(const uint16_t* table) {
+  const hn::Repartition<int16_t, DFloat> d;
+  const auto q = OrderHalves(hn::LoadU(d, reinterpret_cast<const int16_t*>(table)));
+  const auto exponent = hn::Set(d, 0x3A00);
+  const VFloat offset = hn::Set(DFloat(), 1.0F / (1 << 11));
+  const auto low = hn::BitCast(DFloat(), hn::InterleaveLower(d, q, exponent));
+  const auto high = hn::BitCast(DFloat(), hn::InterleaveUpper(d, q, exponent));
+  return {{hn::Sub(low, offset), hn::Sub(high, offset)}};
+}
+
 // The level shift is exact in the sum of a line.
 void ForwardSamples12(const uint16_t* src, int32_t step, int16_t* dst, const uint16_t* table) {
   VWords rows[8];
   for (int y = 0; y < 8; ++y) {
     rows[y] = hn::LoadU(DWords(), reinterpret_cast<const int16_t*>(Row(src, step, y)));
   }
-  Transpose(rows);
-  FloatBlock block = AsFloats(rows);
+  FloatBlock block = TransposedFloats(rows);
   ForwardPass(block);
-  for (auto& v : block.part) v[0] = hn::Sub(v[0], hn::Set(DFloat(), 8 * 2048.0F));
+  const VFloat shift = hn::Set(DFloat(), 8 * 2048.0F * (1 << kWordShift));
+  for (auto& v : block.part) v[0] = hn::Sub(v[0], shift);
   block = Transposed(block);
   ForwardPass(block);
-  for (int y = 0; y < 8; ++y) {
-    const auto q = hn::LoadU(hn::RebindToUnsigned<DWords>(), table + 8 * y);
-    for (int i = 0; i < kParts; ++i) {
-      block.part[i][y] = hn::Mul(block.part[i][y], AsFloats(q, i));
-    }
+  constexpr int kLines = 3 - kParts;  // in a vector of words
+  for (int y = 0; y < 8; y += kLines) {
+    const Reciprocals q = LoadReciprocals(table + 8 * y);
+    const auto low = Nearest(hn::Mul(block.part[0][y], q.part[0]));
+    const auto high = Nearest(hn::Mul(block.part[kParts - 1][y + kLines - 1], q.part[1]));
+    const auto words = OrderHalves(PackBlocks(low, high));
+    hn::StoreU(words, hn::DFromV<decltype(words)>(), dst + 8 * y);
   }
-  StoreWords<3 + 15>(block, 0,
-                     [=](int y, VWords row) ZEP_ATTR { hn::StoreU(row, DWords(), dst + 8 * y); });
 }
 
 constexpr Kernels kKernels = {

@@ -184,12 +184,11 @@ void InverseSamples12(const int16_t* src, uint16_t* dst, int32_t step, const uin
     rows[y] = hn::Mul(hn::LoadU(DWords(), src + 8 * y),
                       hn::LoadU(DWords(), reinterpret_cast<const int16_t*>(table) + 8 * y));
   }
-  Transpose(rows);
-  FloatBlock block = AsFloats(rows);
+  FloatBlock block = TransposedFloats(rows);
   InversePass(block);
   block = Transposed(block);
   InversePass(block);
-  StoreWords<3>(block, 2048, [=](int y, VWords row) ZEP_ATTR {
+  StoreWords<3 + kWordShift>(block, 2048, [=](int y, VWords row) ZEP_ATTR {
     const VWords samples = hn::Min(hn::Max(row, hn::Zero(DWords())), hn::Set(DWords(), 4095));
     hn::StoreU(samples, DWords(), reinterpret_cast<int16_t*>(Row(dst, step, y)));
   });

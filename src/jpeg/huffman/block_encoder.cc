@@ -93,10 +93,9 @@ HWY_INLINE bool PutAcs(const ZigzagScan& scan, const zepiEncodeHuffmanSpec& tabl
     for (; HWY_UNLIKELY(run > 15); run -= 16) {
       if (!PutValue(table.entry[kRunOf16], 0, 0, to)) return false;
     }
-    const int64_t value = scan.value(index);
-    const uint32_t category = CategoryOf(value);
-    if (HWY_UNLIKELY(category > 15)) return false;
-    if (!PutValue(table.entry[run << 4 | category], value, category, to)) return false;
+    const uint32_t category = CategoryOfMagnitude(scan.magnitude(index));
+    if (HWY_UNLIKELY(category > 15)) return false;  // -32768 has no symbol
+    if (!PutBits(table.entry[(run << 4) + category], scan.extra(index), category, to)) return false;
     next = index + 1;
   }
   return next == 64 || PutValue(table.entry[kEndOfBlock], 0, 0, to);

@@ -93,14 +93,18 @@ class Collector {
   int free_;
 };
 
-// Writes a code and the extra bits of a value after it. False: the symbol has no code.
-HWY_INLINE bool PutValue(uint64_t entry, int64_t value, uint32_t category, Collector* to) {
+// A code and the lowest `category` bits of `extra` after it. False: there is no code.
+HWY_INLINE bool PutBits(uint64_t entry, uint64_t extra, uint32_t category, Collector* to) {
   const uint64_t length = entry >> 16;
   if (HWY_UNLIKELY(length - 1 > 15)) return false;
   const uint64_t code = entry & ((uint64_t{1} << length) - 1);
-  const uint64_t extra = ExtraBits(value) & ((uint64_t{1} << category) - 1);
+  extra &= (uint64_t{1} << category) - 1;
   to->Put(code << category | extra, static_cast<int>(length + category));
   return true;
+}
+// The same with the extra bits of a value.
+HWY_INLINE bool PutValue(uint64_t entry, int64_t value, uint32_t category, Collector* to) {
+  return PutBits(entry, ExtraBits(value), category, to);
 }
 
 }  // namespace zepjp

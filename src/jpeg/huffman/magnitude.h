@@ -36,6 +36,11 @@ inline uint32_t CategoryOf(int64_t value) {
 // The extra bits are the lowest ones of the result, as many as the category says.
 inline uint64_t ExtraBits(int64_t value) { return static_cast<uint64_t>(value + (value >> 63)); }
 
+// Of a magnitude that is not 0.
+inline uint32_t CategoryOfMagnitude(uint32_t magnitude) {
+  return 32 - static_cast<uint32_t>(__builtin_clz(magnitude));
+}
+
 // The value of a category of 0 to 16 and its extra bits.
 inline int32_t ValueOf(uint32_t category, uint32_t bits) {
   const auto value = static_cast<int32_t>(bits);

@@ -13,7 +13,10 @@
 #    define ZEPJP_SRC_JPEG_HUFFMAN_ZIGZAG_SCAN_INL_H_
 #  endif
 
+#  include <cstdlib>
+
 #  include "jpeg/huffman/elements.h"
+#  include "jpeg/huffman/magnitude.h"
 #  include "jpeg/zigzag.h"
 #  include "simd/ops-inl.h"
 
@@ -33,6 +36,10 @@ class ZigzagScan {
     second_ = _mm512_permutex2var_epi16(low, Order(32), high);
     _mm512_store_si512(values_, first_);
     _mm512_store_si512(values_ + 32, second_);
+    _mm512_store_si512(magnitudes_, _mm512_abs_epi16(first_));
+    _mm512_store_si512(magnitudes_ + 32, _mm512_abs_epi16(second_));
+    _mm512_store_si512(extras_, Extras(first_));
+    _mm512_store_si512(extras_ + 32, Extras(second_));
   }
 
   // Bit k stands for zigzag index k.
@@ -47,15 +54,23 @@ class ZigzagScan {
            uint64_t{_mm512_cmpge_epu16_mask(_mm512_abs_epi16(second_), limit)} << 32;
   }
   HWY_INLINE int64_t value(int index) const { return values_[index]; }
+  HWY_INLINE uint32_t magnitude(int index) const { return magnitudes_[index]; }
+  // Its lowest bits are the extra bits of the coefficient.
+  HWY_INLINE uint64_t extra(int index) const { return extras_[index]; }
 
  private:
+  static HWY_INLINE __m512i Extras(__m512i values) {
+    return _mm512_add_epi16(values, _mm512_srai_epi16(values, 15));
+  }
   static HWY_INLINE __m512i Order(int from) {
     return _mm512_cvtepu8_epi16(
         _mm256_loadu_si256(reinterpret_cast<const __m256i*>(kNaturalOfZigzag + from)));
   }
 
   __m512i first_, second_;
-  alignas(64) int16_t values_[64];
+  alignas(64) int16_t values_[64];  // what a caller does not ask for is not stored
+  alignas(64) uint16_t magnitudes_[64];
+  alignas(64) uint16_t extras_[64];
 };
 
 #  else
@@ -80,7 +95,15 @@ constexpr ZigzagShuffle kZigzagShuffle = MakeZigzagShuffle();
 
 class ZigzagScan {
  public:
-  HWY_INLINE explicit ZigzagScan(const int16_t* block) : block_(block) {}
+  HWY_INLINE explicit ZigzagScan(const int16_t* block) : block_(block) {
+    const hn::CappedTag<int16_t, 16> d;
+    for (size_t i = 0; i < 64; i += hn::MaxLanes(d)) {
+      const auto values = hn::LoadU(d, block + i);
+      hn::Store(hn::Abs(values), d, reinterpret_cast<int16_t*>(magnitudes_) + i);
+      hn::Store(hn::Add(values, hn::BroadcastSignBit(values)), d,
+                reinterpret_cast<int16_t*>(extras_) + i);
+    }
+  }
 
   // Bit k stands for zigzag index k.
   HWY_INLINE uint64_t NonZero() const {
@@ -97,6 +120,9 @@ class ZigzagScan {
   HWY_INLINE int64_t value(int index) const {
     return LoadCoefficient(block_ + kNaturalOfZigzag[index]);
   }
+  HWY_INLINE uint32_t magnitude(int index) const { return magnitudes_[kNaturalOfZigzag[index]]; }
+  // Its lowest bits are the extra bits of the coefficient.
+  HWY_INLINE uint64_t extra(int index) const { return extras_[kNaturalOfZigzag[index]]; }
 
  private:
   using D8 = hn::FixedTag<uint8_t, 16>;
@@ -144,6 +170,9 @@ class ZigzagScan {
   }
 
   const int16_t* block_;
+  alignas(32) uint16_t
+      magnitudes_[64];  // in natural order; what a caller does not ask for is not stored
+  alignas(32) uint16_t extras_[64];
 };
 
 #  endif

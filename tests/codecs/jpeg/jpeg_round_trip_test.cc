@@ -126,9 +126,10 @@ TEST(JpegRoundTrip, TheSameBytesEverywhere) {
   Bytes all;
   for (const Sampling sampling : kSamplings) {
     jpeg::EncodeOptions options = Options(85, sampling);
-    options.precise_dct = true;
+    options.forward_dct = jpeg::ForwardDct::kPrecise;
     const Bytes precise = Encode(image, options);
-    const Bytes file = Encode(image, Options(85, sampling));
+    options.forward_dct = jpeg::ForwardDct::kFast;
+    const Bytes file = Encode(image, options);
     all.insert(all.end(), precise.begin(), precise.end());
     all.insert(all.end(), file.begin(), file.end());
     for (const int scale : {1, 2, 4, 8}) {
