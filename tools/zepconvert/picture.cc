@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "codecs/dds/header.h"
+#include "codecs/include/zepcodec.h"
 #include "codecs/jpeg/decoder.h"
 #include "codecs/jpeg/lossless/codec.h"
 #include "codecs/jpeg2000/decoder.h"
@@ -23,9 +24,29 @@ namespace ljpeg = zepcodec::jpeg::lossless;
 namespace zepconvert {
 namespace {
 
-constexpr uint8_t kJp2Signature[12] = {0, 0, 0, 12, 'j', 'P', ' ', ' ', '\r', '\n', 0x87, '\n'};
-constexpr uint8_t kJxrSignature[3] = {'I', 'I', 0xBC};
 constexpr uint8_t kPngSignature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+
+// The formats that no codec of the library has.
+struct OwnFormat {
+  const char* extension;
+  Format format;
+};
+constexpr OwnFormat kOwnFormats[] = {{"png", Format::kPng}, {"ppm", Format::kPpm},
+                                     {"pgm", Format::kPgm}, {"pnm", Format::kPnm},
+                                     {"pam", Format::kPam}, {"hdr", Format::kHdr}};
+
+Format FormatOfCodec(zepcFormat format) {
+  switch (format) {
+    case zepcFormatJpeg: return Format::kJpeg;
+    case zepcFormatLosslessJpeg: return Format::kLjpeg;
+    case zepcFormatJp2: return Format::kJp2;
+    case zepcFormatJ2k: return Format::kJ2k;
+    case zepcFormatJpegXr: return Format::kJxr;
+    case zepcFormatDds: return Format::kDds;
+    case zepcFormatTiff: return Format::kTiff;
+    default: return Format::kUnknown;
+  }
+}
 
 int64_t BigEndian32(const uint8_t* bytes) {
   return int64_t{bytes[0]} << 24 | bytes[1] << 16 | bytes[2] << 8 | bytes[3];
@@ -45,60 +66,35 @@ void Picture::TakeWarnings(const zepcodec::Messages& messages) { Append(messages
 void Picture::TakeNotes(const zepcodec::Messages& messages) { Append(messages, &notes); }
 
 Format FormatOfBytes(const uint8_t* data, size_t size) {
-  if (size >= 3 && data[0] == 0xFF && data[1] == 0xD8 && data[2] == 0xFF) {
-    return ljpeg::IsLosslessJpeg(data, size) ? Format::kLjpeg : Format::kJpeg;
-  }
   if (size >= 8 && std::memcmp(data, kPngSignature, 8) == 0) return Format::kPng;
   if (size >= 3 && data[0] == 'P' && data[1] >= '5' && data[1] <= '7' &&
       (std::isspace(data[2]) != 0 || data[2] == '#')) {
     return Format::kPnm;
   }
-  if (size >= 4 && std::memcmp(data, "DDS ", 4) == 0) return Format::kDds;
-  if (size >= 12 && std::memcmp(data, kJp2Signature, 12) == 0) return Format::kJp2;
-  if (size >= 4 && data[0] == 0xFF && data[1] == 0x4F && data[2] == 0xFF && data[3] == 0x51) {
-    return Format::kJ2k;
-  }
-  if (size >= 4 && std::memcmp(data, kJxrSignature, 3) == 0 && data[3] <= 1) return Format::kJxr;
-  if (tiff::IsTiff(data, size)) return Format::kTiff;
-  return Format::kUnknown;
+  return FormatOfCodec(zepcFormatOfBytes(data, size));
 }
 
 Format FormatOfName(const std::string& name) {
   std::string extension = name.substr(name.rfind('.') + 1);  // all of it where there is no dot
   std::transform(extension.begin(), extension.end(), extension.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  if (extension == "jpg" || extension == "jpeg" || extension == "jpe") return Format::kJpeg;
-  if (extension == "ljpg" || extension == "ljpeg") return Format::kLjpeg;
-  if (extension == "png") return Format::kPng;
-  if (extension == "ppm") return Format::kPpm;
-  if (extension == "pgm") return Format::kPgm;
-  if (extension == "pnm") return Format::kPnm;
-  if (extension == "pam") return Format::kPam;
-  if (extension == "tif" || extension == "tiff") return Format::kTiff;
-  if (extension == "dds") return Format::kDds;
-  if (extension == "jp2") return Format::kJp2;
-  if (extension == "j2k" || extension == "j2c" || extension == "jpc") return Format::kJ2k;
-  if (extension == "hdr") return Format::kHdr;
-  if (extension == "jxr" || extension == "wdp") return Format::kJxr;
-  return Format::kUnknown;
+  for (const OwnFormat& own : kOwnFormats) {
+    if (extension == own.extension) return own.format;
+  }
+  return FormatOfCodec(zepcFormatOfName(extension.c_str()));
 }
 
-const char* Extension(Format format) {
-  switch (format) {
-    case Format::kJpeg: return "jpg";
-    case Format::kLjpeg: return "ljpg";
-    case Format::kPng: return "png";
-    case Format::kPpm: return "ppm";
-    case Format::kPgm: return "pgm";
-    case Format::kPam: return "pam";
-    case Format::kTiff: return "tif";
-    case Format::kDds: return "dds";
-    case Format::kJp2: return "jp2";
-    case Format::kJ2k: return "j2k";
-    case Format::kJxr: return "jxr";
-    case Format::kHdr: return "hdr";
-    default: return "pnm";
+std::string Extension(Format format) {
+  for (const OwnFormat& own : kOwnFormats) {
+    if (format == own.format) return own.extension;
   }
+  for (int32_t i = 0; zepcFormatAt(i) != nullptr; ++i) {
+    const zepcFormatFacts& facts = *zepcFormatAt(i);
+    if (FormatOfCodec(facts.format) != format) continue;
+    const std::string all = facts.extensions;
+    return all.substr(0, all.find(' '));
+  }
+  return "pnm";
 }
 
 Dimensions ReadDimensions(const uint8_t* data, size_t size) {

@@ -49,8 +49,8 @@ enum class Format {
 Format FormatOfBytes(const uint8_t* data, size_t size);
 // By the part behind the last dot; also "jpg" and the like alone.
 Format FormatOfName(const std::string& name);
-// "jpg" and the like.
-const char* Extension(Format format);
+// The usual one: "jpg" and the like.
+std::string Extension(Format format);
 
 // What the first bytes of a file tell. Zero: they cannot be read.
 struct Dimensions {
