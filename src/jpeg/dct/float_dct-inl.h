@@ -23,6 +23,7 @@ using VWords = hn::VFromD<DWords>;
 using DFloat = hn::CappedTag<float, 8>;  // a row, or half of it
 using VFloat = hn::VFromD<DFloat>;
 
+// Loops over parts are unrolled, or arrays of vectors would live in memory.
 constexpr int kParts = static_cast<int>(8 / hn::MaxLanes(DFloat()));
 
 // Columns side by side: rows 0 to 7 of each part of the columns.
@@ -72,7 +73,9 @@ HWY_INLINE void GetQuarter(const Block& in, int half, int i, VFloat (&rows)[4]) 
 
 HWY_INLINE FloatBlock Transposed(const FloatBlock& in) {
   FloatBlock out;
+#  pragma GCC unroll 8
   for (int half = 0; half < 2; ++half) {
+#  pragma GCC unroll 8
     for (int i = 0; i < kParts; ++i) {
       VFloat rows[4];
       GetQuarter(in, half, i, rows);
@@ -93,6 +96,7 @@ HWY_INLINE FloatBlock TransposedFloats(const VWords (&rows)[8]) {
   const hn::Repartition<int16_t, DFloat> d;
   const hn::RebindToSigned<DFloat> d32;
   FloatBlock block;
+#  pragma GCC unroll 8
   for (int i = 0; i < kParts; ++i) {
     hn::VFromD<decltype(d)> lines[4];
     for (int y = 0; y < 4; ++y) lines[y] = JoinLines(d, rows[4 * i + y], rows[(4 * i + y + 4) % 8]);
@@ -124,6 +128,7 @@ HWY_INLINE auto NearestUnits(VFloat v, int32_t offset) {
 template <int kShift, class Block, class Store>
 HWY_INLINE void StoreWords(const Block& block, int32_t offset, const Store& store) {
   const auto units = [=](VFloat v) ZEP_ATTR { return NearestUnits<kShift>(v, offset); };
+#  pragma GCC unroll 8
   for (int y = 0; y < 8; y += 3 - kParts) {
     if constexpr (kParts == 1) {
       const auto two =
@@ -159,6 +164,7 @@ HWY_INLINE void Butterfly(VFloat& x, VFloat& y) {
 HWY_INLINE VFloat TimesCos4(VFloat v) { return hn::Mul(v, hn::Set(DFloat(), 0.70710678F)); }
 
 HWY_INLINE void ForwardPass(FloatBlock& block) {
+#  pragma GCC unroll 8
   for (auto& v : block.part) {
     for (int i = 0; i < 4; ++i) Butterfly(v[i], v[7 - i]);
     Butterfly(v[0], v[3]);
@@ -179,6 +185,7 @@ HWY_INLINE void ForwardPass(FloatBlock& block) {
 }
 
 HWY_INLINE void InversePass(FloatBlock& block) {
+#  pragma GCC unroll 8
   for (auto& v : block.part) {
     VFloat even[4] = {v[0], v[4], v[6], v[2]};
     Butterfly(even[0], even[1]);

@@ -206,6 +206,7 @@ void ForwardSamples12(const uint16_t* src, int32_t step, int16_t* dst, const uin
   block = Transposed(block);
   ForwardPass(block);
   constexpr int kLines = 3 - kParts;  // in a vector of words
+#pragma GCC unroll 8
   for (int y = 0; y < 8; y += kLines) {
     const Reciprocals q = LoadReciprocals(table + 8 * y);
     const auto low = Nearest(hn::Mul(block.part[0][y], q.part[0]));
