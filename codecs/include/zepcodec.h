@@ -48,6 +48,13 @@
 #  define ZEPC_API __attribute__((visibility("default")))
 #endif
 
+// In C++ too a member of the caller's structs can have any value, which is then refused.
+#ifdef __cplusplus
+#  define ZEPC_INT32 : int32_t
+#else
+#  define ZEPC_INT32
+#endif
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -69,7 +76,7 @@ typedef enum zepcStatus {
   zepcStatusWriteFailed = -8 /**< The write callback failed. */
 } zepcStatus;
 
-typedef enum zepcFormat {
+typedef enum zepcFormat ZEPC_INT32 {
   zepcFormatUnknown = 0,
   zepcFormatJpeg = 1,         /**< Baseline, extended and progressive (ITU-T T.81). */
   zepcFormatLosslessJpeg = 2, /**< Lossless with Huffman coding (ITU-T T.81, annex H). */
@@ -116,7 +123,7 @@ ZEPC_API zepcFormat zepcFormatOfName(const char* name);
 /** @defgroup zepc_pixels Pixels and metadata
  * @{ */
 
-typedef enum zepcLayout {
+typedef enum zepcLayout ZEPC_INT32 {
   zepcLayoutNative =
       0, /**< As the file has it: grey, RGB or CMYK, with opacity where there is some. */
   zepcLayoutGrey = 1,
@@ -128,7 +135,7 @@ typedef enum zepcLayout {
   zepcLayoutCmyk = 7 /**< The amount of ink: 0 none, the largest value full. */
 } zepcLayout;
 
-typedef enum zepcSample {
+typedef enum zepcSample ZEPC_INT32 {
   zepcSampleNative = 0, /**< As the file has it. */
   zepcSampleU8 = 1,
   zepcSampleU16 = 2,
@@ -150,7 +157,7 @@ typedef struct zepcPixels {
   int32_t bits;      /**< Of an unsigned sample; 0: all of its type. */
 } zepcPixels;
 
-typedef enum zepcResolutionUnit {
+typedef enum zepcResolutionUnit ZEPC_INT32 {
   zepcResolutionNone = 0,  /**< Unknown. */
   zepcResolutionShape = 1, /**< x : y is the shape of a pixel, its size unknown. */
   zepcResolutionInch = 2,  /**< Pixels per inch. */
@@ -181,7 +188,7 @@ typedef struct zepcMetadata {
 /** @defgroup zepc_decode Decoding
  * @{ */
 
-typedef enum zepcOpacity {
+typedef enum zepcOpacity ZEPC_INT32 {
   zepcOpacityAuto = 0,  /**< Kept where the layout has it, else blended over white. */
   zepcOpacityBlend = 1, /**< Blended over zepcDecodeOptions::background. */
   zepcOpacityDrop = 2   /**< Left out, the colours as they are. */
@@ -317,7 +324,7 @@ ZEPC_API void zepcPictureFree(zepcPicture* picture);
 /** @defgroup zepc_encode Encoding
  * @{ */
 
-typedef enum zepcSampling {
+typedef enum zepcSampling ZEPC_INT32 {
   zepcSamplingAuto = 0, /**< 4:2:0 in lossy JPEG, 4:4:4 in JPEG XR. */
   zepcSampling444 = 1,  /**< Chroma at full resolution. */
   zepcSampling422 = 2,  /**< At half the width. */
@@ -354,8 +361,8 @@ typedef enum zepcBlockStyle {
   zepcBlockSymbols = 32
 } zepcBlockStyle;
 
-/** Grey, RGB, with and without opacity, and CMYK, of 1 to 16 bits. Without loss unless one of `ratio`,
- * `psnr` and `layer_bytes` asks for less. */
+/** Grey, RGB, with and without opacity, and CMYK, of 1 to 16 bits; a codestream on its own has neither
+ * opacity nor CMYK. Without loss unless one of `ratio`, `psnr` and `layer_bytes` asks for less. */
 typedef struct zepcJpeg2000Options {
   size_t size;
   double ratio; /**< How many times smaller than the pixels. */
@@ -371,7 +378,8 @@ typedef struct zepcJpeg2000Options {
   int32_t progression; /**< 0 LRCP, 1 RLCP, 2 RPCL, 3 PCRL, 4 CPRL. */
 } zepcJpeg2000Options;
 
-/** Grey and RGB of all kinds of samples. Without loss unless `quality` or `sampling` is set. */
+/** Grey and RGB of all kinds of samples. Without loss unless `quality` or `sampling` is set, but floats
+ * of 32 bits keep 13 bits of their mantissa, and fixed point of 32 bits must lie in -1.99 to 1.99. */
 typedef struct zepcJpegXrOptions {
   size_t size;
   int32_t quality; /**< 1 to 100. */
@@ -382,7 +390,7 @@ typedef struct zepcJpegXrOptions {
   int32_t tile_height;
 } zepcJpegXrOptions;
 
-typedef enum zepcTexture {
+typedef enum zepcTexture ZEPC_INT32 {
   zepcTextureAuto = 0, /**< BC3 with opacity, else BC1. */
   zepcTextureBc1 = 1,
   zepcTextureBc2 = 2,
@@ -453,7 +461,7 @@ ZEPC_API void zepcFree(void* file);
 /** @defgroup zepc_jpeg JPEG without decoding
  * @{ */
 
-typedef enum zepcTransform {
+typedef enum zepcTransform ZEPC_INT32 {
   zepcTransformNone = 0,
   zepcTransformMirrorX = 1, /**< Left becomes right. */
   zepcTransformMirrorY = 2, /**< Top becomes bottom. */
@@ -499,7 +507,7 @@ typedef struct zepcCoefficientsInfo {
   int32_t width; /**< Of the picture, in pixels. */
   int32_t height;
   int32_t bits;       /**< 8 or 12. */
-  int32_t components; /**< 1 to 4. */
+  int32_t components; /**< 1, 3 or 4. */
 } zepcCoefficientsInfo;
 
 /** A component. Blocks lie row by row, 64 values each in natural (row-major) order; those to the right
