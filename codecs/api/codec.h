@@ -65,7 +65,10 @@ const Codec* CodecOfExtension(const char* extension);
 zepcLayout LayoutOf(PixelLayout layout);
 zepcSample SampleOf(SampleType type);
 
-// Status::Unsupported unless `value` is one of low to high; `name` is the member of the struct.
+// The bytes of a picture; the largest number where there are more.
+int64_t PictureBytes(int64_t width, int64_t height, int64_t bytes_per_pixel);
+
+// Status::BadOption unless `value` is one of low to high; `name` is the member of the struct.
 Status CheckRange(const char* name, int64_t value, int64_t low, int64_t high);
 
 }  // namespace zepcodec::api

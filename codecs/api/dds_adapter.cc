@@ -28,12 +28,12 @@ Status Probe(const File& file, const DecodeRequest& request, zepcInfo* info) {
   info->levels = header.levels - 1;
   info->pictures = static_cast<int32_t>(std::min<int64_t>(header.pictures, INT32_MAX));
   if (request.options.level > info->levels) {
-    return Status::Error("the file has levels up to " + std::to_string(info->levels));
+    return Status::BadOption("the file has levels up to " + std::to_string(info->levels));
   }
   // Some formats are decoded to other channels first.
   constexpr int64_t kBytesBetween = 4;
-  info->memory = int64_t{header.width} * header.height *
-                 (ChannelCount(layout) * BytesOf(type) + kBytesBetween);
+  info->memory = PictureBytes(header.width, header.height,
+                              ChannelCount(layout) * BytesOf(type) + kBytesBetween);
   return Status();
 }
 
@@ -41,12 +41,14 @@ Status Decode(const File& file, const DecodeRequest& request, Picture* picture, 
   if (request.options.reduce > 0) {
     return Status::Unsupported("smaller versions of a texture are its levels (level, not reduce)");
   }
+  if (Stops(request.progress, 0, 1)) return Status::Cancelled();
   dds::Header header;
   Status status = dds::Decode(file.data, file.size, request.options.max_pixels,
                               request.options.level, picture, &header);
   if (header.pictures > 1) {
     report->notes.Add("the first of " + std::to_string(header.pictures) + " pictures was taken");
   }
+  if (status.ok() && Stops(request.progress, 1, 1)) return Status::Cancelled();
   return status;
 }
 
@@ -84,8 +86,8 @@ Status Encode(const Picture& picture, const EncodeRequest& request, ByteBuffer* 
   options.bc7_mode = kBc7Modes[given.bc7_mode];
   options.threads = request.options.threads;
   options.progress = request.progress;
-  if (picture.type() != SampleType::kU8 || picture.bits() != 8) {
-    return Status::Unsupported("textures are made of 8-bit samples");
+  if (picture.type() != SampleType::kU8 && picture.type() != SampleType::kU16) {
+    return Status::Unsupported("textures are made of unsigned samples");
   }
   const PixelLayout wanted = dds::LayoutOf(options.format, options.is_ycocg);
   if (picture.layout() == PixelLayout::kCmyk ||
@@ -93,7 +95,8 @@ Status Encode(const Picture& picture, const EncodeRequest& request, ByteBuffer* 
       (HasAlpha(picture.layout()) && !HasAlpha(wanted))) {
     return Status::Unsupported("the texture cannot hold these channels");
   }
-  if (picture.layout() == wanted) return dds::Encode(picture, options, bytes);
+  if (picture.layout() == wanted && picture.bits() == 8)
+    return dds::Encode(picture, options, bytes);
   Picture pixels;
   Status status = Convert(picture, wanted, 8, {}, &pixels);
   return status.ok() ? dds::Encode(pixels, options, bytes) : status;

@@ -20,6 +20,7 @@ namespace {
 
 constexpr int64_t kUsualMaxPixels = int64_t{1} << 28;
 constexpr int64_t kUsualMaxMemory = int64_t{1} << 32;
+constexpr int kRowsAtOnce = 64;  // for the caller's callback
 
 zepcStatus BadArgument(const char* text) { return Fail(zepcStatusBadArgument, text); }
 
@@ -107,6 +108,7 @@ Target TargetFor(const zepcDecodeOptions& options, const Picture& picture) {
       target.format.bits = 8 * BytesOf(type);
     }
   }
+  target.opacity.is_removed = options.opacity != zepcOpacityAuto;
   target.opacity.is_dropped = options.opacity == zepcOpacityDrop;
   if (options.opacity == zepcOpacityBlend) {
     for (size_t c = 0; c < 3; ++c) target.opacity.background[c] = options.background[c] / 65535.0;
@@ -116,6 +118,21 @@ Target TargetFor(const zepcDecodeOptions& options, const Picture& picture) {
 
 Status Unconvertible(const Status& status) {
   return status.kind() == Status::Kind::kError ? Status::Unsupported(status.text()) : status;
+}
+
+// Whether light would have to be blended.
+bool IsBlendedLight(const PixelFormat& from, const Target& target) {
+  const SampleType type = target.format.type;
+  const bool is_light = type != SampleType::kU8 && type != SampleType::kU16;
+  return is_light && HasAlpha(from.layout) && !target.opacity.is_dropped &&
+         (target.opacity.is_removed || !HasAlpha(target.format.layout));
+}
+
+Status ConvertTo(const Target& target, const ConstPixels& from, const Pixels& to) {
+  if (IsBlendedLight(from.format, target)) {
+    return Status::Unsupported("opacity of fixed point and floats is kept or dropped only");
+  }
+  return Unconvertible(Convert(from, target.opacity, to));
 }
 
 // The region of a picture, by way of the pixels' places.
@@ -133,6 +150,11 @@ Status PixelsOfRegion(const zepcRect& region, const Picture& picture, ConstPixel
   pixels->width = region.width;
   pixels->height = region.height;
   return Status();
+}
+
+int64_t PixelBytes(zepcLayout layout, zepcSample sample) {
+  const PixelLayout channels = LayoutFor(layout, zepcOpacityAuto, PixelLayout::kRgba);
+  return int64_t{ChannelCount(channels)} * BytesOf(TypeOf(sample));
 }
 
 // One file that is decoded.
@@ -164,6 +186,7 @@ class Decoding {
                                std::to_string(options().max_pixels);
       return Fail(zepcStatusTooLarge, text.c_str());
     }
+    info->memory = std::max(info->memory, MemoryAfterwards(*info));
     return zepcStatusOk;
   }
 
@@ -200,7 +223,7 @@ class Decoding {
     if (Status status = PixelsOfRegion(options().region, picture_, &from); !status.ok()) {
       return status;
     }
-    return Unconvertible(Convert(from, target.opacity, to));
+    return ConvertTo(target, from, to);
   }
 
   // Of the region.
@@ -212,6 +235,31 @@ class Decoding {
   }
 
  private:
+  // What turning and conversion take, after the codec's own memory is free again.
+  int64_t MemoryAfterwards(const zepcInfo& info) const {
+    const zepcDecodeOptions& wanted = options();
+    const int shift = info.format == zepcFormatDds ? wanted.level : wanted.reduce;
+    const int64_t width =
+        std::max<int64_t>((int64_t{info.width} + (int64_t{1} << shift) - 1) >> shift, 1);
+    const int64_t height =
+        std::max<int64_t>((int64_t{info.height} + (int64_t{1} << shift) - 1) >> shift, 1);
+    const int64_t native = PictureBytes(width, height, PixelBytes(info.layout, info.sample));
+    const bool is_turned = wanted.applies_orientation != 0 && info.orientation > 1;
+    const zepcLayout layout = wanted.layout == zepcLayoutNative ? info.layout : wanted.layout;
+    const zepcSample sample = wanted.sample == zepcSampleNative ? info.sample : wanted.sample;
+    const bool is_part = wanted.region.width > 0;
+    if (!is_part && layout == info.layout && sample == info.sample && wanted.rows == nullptr) {
+      return is_turned ? 2 * native : native;
+    }
+    int64_t rows = is_part ? std::max(wanted.region.height, 1) : is_turned ? width : height;
+    if (wanted.rows != nullptr) rows = std::min<int64_t>(rows, kRowsAtOnce);
+    const int64_t columns = is_part ? wanted.region.width : is_turned ? height : width;
+    const int64_t sides = std::max(width, height);  // a region outside of it is refused later
+    const int64_t result =
+        PictureBytes(std::min(columns, sides), std::min(rows, sides), PixelBytes(layout, sample));
+    return native + std::max(is_turned ? native : 0, result);
+  }
+
   static void TakeNotes(const Report& report, zepcPicture* result) {
     const auto take = [&](const Messages& messages, bool is_damage) {
       for (const Message& message : messages.kept()) {
@@ -255,7 +303,6 @@ zepcLayout LayoutOf(const PixelFormat& format) {
 
 // Hands out rows a few at a time.
 Status DeliverRows(const Target& target, Decoding* decoding) {
-  constexpr int kRowsAtOnce = 64;
   const zepcDecodeOptions& options = decoding->options();
   ConstPixels from{};
   if (Status status = PixelsOfRegion(options.region, decoding->picture(), &from); !status.ok()) {
@@ -270,8 +317,8 @@ Status DeliverRows(const Target& target, Decoding* decoding) {
     const ConstPixels part = {from.data + static_cast<size_t>(y) * from.stride, from.stride,
                               from.width, count, from.format};
     Status status =
-        Convert(part, target.opacity, {band.data(), stride, from.width, count, target.format});
-    if (!status.ok()) return Unconvertible(status);
+        ConvertTo(target, part, {band.data(), stride, from.width, count, target.format});
+    if (!status.ok()) return status;
     const zepcPixels pixels = {sizeof(zepcPixels),
                                band.data(),
                                stride,
@@ -287,9 +334,13 @@ Status DeliverRows(const Target& target, Decoding* decoding) {
 
 // A picture of the library's own: the decoded one itself where nothing has to be changed.
 Status DeliverPicture(const Target& target, Decoding* decoding, zepcPicture* result) {
+  ConstPixels region{};
+  Status inside = PixelsOfRegion(decoding->options().region, decoding->picture(), &region);
+  if (!inside.ok()) return inside;
   const PixelFormat native = FormatOf(decoding->picture());
   const bool is_same = native.layout == target.format.layout && native.type == target.format.type &&
                        native.bits == target.format.bits && !target.format.is_bgr &&
+                       !(target.opacity.is_removed && HasAlpha(native.layout)) &&
                        decoding->options().region.width == 0;
   if (is_same) {
     result->pixels = decoding->TakePicture();

@@ -16,7 +16,7 @@
 namespace zepcodec::api {
 namespace {
 
-constexpr int64_t kMostOnASide = int64_t{1} << 28;  // so that rows have less than 2^31 bytes
+constexpr int64_t kMostOnASide = int64_t{1} << 28;
 
 zepcStatus BadArgument(const char* text) { return Fail(zepcStatusBadArgument, text); }
 
@@ -61,7 +61,7 @@ zepcStatus CheckPixels(const zepcPixels& pixels, const Form& form) {
       pixels.height > kMostOnASide) {
     return BadArgument("a side must have 1 to 2^28 pixels");
   }
-  const size_t row_bytes = static_cast<size_t>(pixels.width) * form.format.BytesPerPixel();
+  const uint64_t row_bytes = static_cast<uint64_t>(pixels.width) * form.format.BytesPerPixel();
   return pixels.stride < row_bytes ? BadArgument("the stride is less than a row") : zepcStatusOk;
 }
 
@@ -146,7 +146,15 @@ zepcStatus CheckMetadata(const zepcMetadata* given) {
       (whole.xmp == nullptr && whole.xmp_size > 0)) {
     return BadArgument("metadata of some size is null");
   }
-  return zepcStatusOk;
+  for (const Status& status :
+       {CheckRange("orientation", whole.orientation, 0, 8),
+        CheckRange("resolution_unit", whole.resolution_unit, 0, zepcResolutionCm)}) {
+    if (!status.ok()) return StatusOf(status, zepcStatusBadArgument);
+  }
+  const auto is_good = [](double resolution) { return resolution >= 0 && resolution <= 1e9; };
+  return is_good(whole.resolution_x) && is_good(whole.resolution_y)
+             ? zepcStatusOk
+             : BadArgument("the resolution must lie in 0 to 10^9");
 }
 
 Metadata MetadataOf(const zepcMetadata* given) {

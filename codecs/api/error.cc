@@ -20,6 +20,7 @@ zepcStatus StatusOf(const Status& status, zepcStatus error) {
   switch (status.kind()) {
     case Status::Kind::kOk: return zepcStatusOk;
     case Status::Kind::kError: return Fail(error, status.text().c_str());
+    case Status::Kind::kBadOption: return Fail(zepcStatusBadArgument, status.text().c_str());
     case Status::Kind::kUnsupported: return Fail(zepcStatusUnsupported, status.text().c_str());
     case Status::Kind::kTooLarge: return Fail(zepcStatusTooLarge, status.text().c_str());
     case Status::Kind::kNoMemory: return Fail(zepcStatusNoMemory, "not enough memory");

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The table of formats, and what can be asked of it.
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <cstring>
@@ -79,10 +80,16 @@ zepcSample SampleOf(SampleType type) {
   return zepcSampleNative;
 }
 
+int64_t PictureBytes(int64_t width, int64_t height, int64_t bytes_per_pixel) {
+  const int64_t most = INT64_MAX / 4;  // so that such numbers can be added
+  if (width > most / height) return most;
+  return std::min(width * height, most / bytes_per_pixel) * bytes_per_pixel;
+}
+
 Status CheckRange(const char* name, int64_t value, int64_t low, int64_t high) {
   if (value >= low && value <= high) return Status();
-  return Status::Error(std::string(name) + " must lie in " + std::to_string(low) + " to " +
-                       std::to_string(high) + ", not " + std::to_string(value));
+  return Status::BadOption(std::string(name) + " must lie in " + std::to_string(low) + " to " +
+                           std::to_string(high) + ", not " + std::to_string(value));
 }
 
 }  // namespace zepcodec::api

@@ -153,6 +153,7 @@ Status CheckInfo(const zepcCoefficientsInfo& info) {
         CheckRange("components", info.components, 1, 4)}) {
     if (!status.ok()) return status;
   }
+  if (info.components == 2) return Status::Error("components must be 1, 3 or 4");
   return info.bits == 8 || info.bits == 12 ? Status() : Status::Error("bits must be 8 or 12");
 }
 
@@ -217,8 +218,11 @@ Status CheckValues(const jpeg::Coefficients& coefficients) {
     for (int y = 0; y < plane.down(); ++y) {
       const int16_t* const row = plane.Block(0, y);
       const ptrdiff_t count = ptrdiff_t{64} * plane.across();
-      const bool is_within = std::all_of(
-          row, row + count, [&](int value) { return value <= most && value >= -most - 1; });
+      bool is_within = true;
+      for (ptrdiff_t i = 0; i < count; ++i) {
+        const int least = i % 64 == 0 ? -most - 1 : -most;
+        is_within = is_within && row[i] <= most && row[i] >= least;
+      }
       if (!is_within) {
         return Status::Unsupported("a coefficient is beyond " + std::to_string(most) +
                                    ", which JPEG files cannot hold");

@@ -42,8 +42,6 @@ Status Probe(const File& file, const DecodeRequest& request, zepcInfo* info) {
   Status status = jpeg2000::ReadFileInfo(file.data, file.size, &found);
   if (!status.ok()) return status;
   const jpeg2000::SizeSegment& size = found.size;
-  info->width = size.x1 - size.x0;
-  info->height = size.y1 - size.y0;
   info->components = static_cast<int32_t>(size.components.size());
   info->layers = found.parameters.tile.layers;
   info->is_progressive = info->layers > 1 ? 1 : 0;
@@ -56,7 +54,8 @@ Status Probe(const File& file, const DecodeRequest& request, zepcInfo* info) {
     if (!component.coding.reversible) info->is_lossless = 0;
   }
   Picture pixel;
-  status = jpeg2000::ReadShape(file.data, file.size, &pixel);
+  // Smaller than the grid where all components are coarser.
+  status = jpeg2000::ReadShape(file.data, file.size, &pixel, &info->width, &info->height);
   if (!status.ok()) return status;
   info->layout = LayoutOf(pixel.layout());
   info->bits = pixel.bits();
@@ -66,7 +65,7 @@ Status Probe(const File& file, const DecodeRequest& request, zepcInfo* info) {
   status = jpeg2000::EstimateMemory(file.data, file.size, OptionsOf(request), &memory);
   // Interleaved samples come to the planes.
   info->memory =
-      memory + int64_t{info->width} * info->height * pixel.channels() * BytesOf(pixel.type());
+      memory + PictureBytes(info->width, info->height, pixel.channels() * BytesOf(pixel.type()));
   return status;
 }
 
@@ -89,6 +88,12 @@ Status CheckOptions(const zepcJpeg2000Options& options) {
   }
   const int ways =
       (options.ratio > 0 ? 1 : 0) + (options.psnr > 0 ? 1 : 0) + (options.layer_count > 0 ? 1 : 0);
+  for (int32_t i = 1; i < options.layer_count; ++i) {
+    const bool is_last_without_loss = i + 1 == options.layer_count && options.layer_bytes[i] == 0;
+    if (!is_last_without_loss && options.layer_bytes[i] < options.layer_bytes[i - 1]) {
+      return Status::Error("layer_bytes must rise");
+    }
+  }
   if (ways > 1) return Status::Error("only one of ratio, psnr and layer_bytes can be set");
   for (const Status& status : {CheckRange("layer_count", options.layer_count, 0, 65535),
                                CheckRange("levels", options.levels, -1, jpeg2000::kMostLevels),
@@ -105,6 +110,9 @@ Status Encode(const Picture& picture, const EncodeRequest& request, bool is_jp2,
               ByteBuffer* bytes) {
   const zepcJpeg2000Options given = Complete(request.options.jpeg2000);
   if (Status status = CheckOptions(given); !status.ok()) return status;
+  if (!is_jp2 && (HasAlpha(picture.layout()) || picture.layout() == PixelLayout::kCmyk)) {
+    return Status::Unsupported("a codestream alone has no place to say what its channels are");
+  }
   jpeg2000::Image image;
   if (Status status = jpeg2000::FromPicture(picture, &image); !status.ok()) return status;
   jpeg2000::EncodeOptions options;
@@ -124,7 +132,8 @@ Status Encode(const Picture& picture, const EncodeRequest& request, bool is_jp2,
   if (given.psnr > 0) return jpeg2000::EncodeToPsnr(given.psnr, image, options, bytes);
   if (given.ratio > 0) {
     const double size = static_cast<double>(picture.SizeInBytes()) / given.ratio;
-    options.layer_bytes = {std::max<size_t>(static_cast<size_t>(size), 1)};
+    constexpr auto kMost = static_cast<double>(SIZE_MAX / 2);
+    options.layer_bytes = {static_cast<size_t>(std::clamp(size, 1.0, kMost))};
   }
   return jpeg2000::Encode(image, options, bytes);
 }
@@ -143,6 +152,7 @@ constexpr char kReads[] =
     "opacity";
 constexpr char kWrites[] =
     "grey, RGB and CMYK of up to 16 bits, with opacity, without loss or to a size or PSNR";
+constexpr char kWritesAlone[] = "grey and RGB of up to 16 bits, without loss or to a size or PSNR";
 
 }  // namespace
 
@@ -154,7 +164,7 @@ const Codec kJp2Codec = {
     EncodeJp2};
 
 const Codec kJ2kCodec = {{zepcFormatJ2k, "JPEG 2000 codestream", "j2k j2c jpc", "image/j2c", kReads,
-                          kWrites, 0, 0, 0, 0},
+                          kWritesAlone, 0, 0, 0, 0},
                          IsCodestream,
                          Probe,
                          Decode,

@@ -36,16 +36,22 @@ void FillMetadata(const jpeg::SavedSegments& saved, zepcInfo* info) {
 
 zepcLayout LayoutOfCount(size_t components) { return LayoutOf(LayoutOfComponents(components)); }
 
-// The scans of a progressive file, by their headers. Bytes of coded data never look like markers.
+// The scans of a progressive file, by their headers. Bytes of coded data never look like markers, but
+// those of segments (a thumbnail in EXIF data) can.
 int CountScans(const File& file) {
-  constexpr uint8_t kSos = 0xDA;
+  constexpr uint8_t kSos = 0xDA, kFirstSegment = 0xC0, kFirstRestart = 0xD0, kLastAlone = 0xD9;
   int scans = 0;
   for (size_t i = 0; i + 1 < file.size; ++i) {
     const auto* const found =
         static_cast<const uint8_t*>(std::memchr(file.data + i, 0xFF, file.size - 1 - i));
     if (found == nullptr) break;
     i = static_cast<size_t>(found - file.data);
-    if (file.data[i + 1] == kSos) ++scans;
+    const uint8_t marker = file.data[i + 1];
+    if (marker == kSos) ++scans;
+    const bool is_alone = marker >= kFirstRestart && marker <= kLastAlone;
+    if (marker < kFirstSegment || marker == 0xFF || is_alone) continue;
+    if (file.size - i < 4) break;
+    i += size_t{1} + (static_cast<size_t>(file.data[i + 2]) << 8 | file.data[i + 3]);
   }
   return scans;
 }
@@ -92,6 +98,13 @@ Status DecodeJpeg(const File& file, const DecodeRequest& request, Picture* pictu
   return status;
 }
 
+Status CheckSides(const Picture& picture) {
+  constexpr int kMost = 65535;
+  return picture.width() <= kMost && picture.height() <= kMost
+             ? Status()
+             : Status::Unsupported("the sides of JPEG files have up to 65535 pixels");
+}
+
 Status EncodeJpeg(const Picture& picture, const EncodeRequest& request, ByteBuffer* bytes) {
   jpeg::EncodeOptions options;
   if (Status status = ReadJpegOptions(request.options.jpeg, &options); !status.ok()) return status;
@@ -100,6 +113,7 @@ Status EncodeJpeg(const Picture& picture, const EncodeRequest& request, ByteBuff
   }
   options.metadata = jpeg::ToSegments(picture.metadata());
   options.progress = request.progress;
+  if (Status status = CheckSides(picture); !status.ok()) return status;
   const bool is_deep = picture.bits() == 12 && picture.type() == SampleType::kU16;
   const bool is_usual = picture.bits() == 8 && picture.type() == SampleType::kU8;
   if (!is_usual && (!is_deep || picture.layout() == PixelLayout::kCmyk)) {
@@ -159,6 +173,8 @@ Status EncodeLossless(const Picture& picture, const EncodeRequest& request, Byte
   options.point_transform = given.point_transform;
   options.restart_rows = given.restart_rows;
   options.metadata = jpeg::ToSegments(picture.metadata());
+  options.progress = request.progress;
+  if (Status status = CheckSides(picture); !status.ok()) return status;
   const bool is_unsigned = picture.type() == SampleType::kU8 || picture.type() == SampleType::kU16;
   if (HasAlpha(picture.layout()) || !is_unsigned || picture.bits() < 2) {
     return Status::Unsupported(

@@ -5,6 +5,7 @@
 
 #include "codecs/api/codec.h"
 #include "codecs/api/structs.h"
+#include "codecs/support/convert.h"
 #include "codecs/tiff/codec.h"
 
 namespace zepcodec::api {
@@ -26,7 +27,7 @@ Status Probe(const File& file, const DecodeRequest&, zepcInfo* info) {
   info->pictures = found.has_more_pictures ? 2 : 1;
   info->has_icc = found.icc_profile.empty() ? 0 : 1;
   // The picture, and a strip, which may be all of it.
-  info->memory = 2 * int64_t{found.width} * found.height * found.channels * (found.bits / 8);
+  info->memory = PictureBytes(found.width, found.height, 2 * found.channels * (found.bits / 8));
   return status;
 }
 
@@ -45,36 +46,43 @@ Status Decode(const File& file, const DecodeRequest& request, Picture* picture, 
   picture->metadata().icc_profile = std::move(info.icc_profile);
   if (info.dots_per_inch > 0) {
     const double dots = info.dots_per_inch;
-    picture->metadata().resolution = {Resolution::Unit::kInch, dots, dots};
+    const double down = info.dots_per_inch_down > 0 ? info.dots_per_inch_down : dots;
+    picture->metadata().resolution = {Resolution::Unit::kInch, dots, down};
   }
   return status;
 }
 
-int DotsPerInch(const Resolution& resolution) {
-  switch (resolution.unit) {
-    case Resolution::Unit::kInch: return static_cast<int>(std::lround(resolution.x));
-    case Resolution::Unit::kCentimetre: return static_cast<int>(std::lround(resolution.x * 2.54));
+int DotsPerInch(Resolution::Unit unit, double resolution) {
+  constexpr double kMost = 65535;
+  switch (unit) {
+    case Resolution::Unit::kInch: break;
+    case Resolution::Unit::kCentimetre: resolution *= 2.54; break;
     default: return 0;
   }
+  return resolution <= kMost ? static_cast<int>(std::lround(resolution)) : 0;
 }
 
 Status Encode(const Picture& picture, const EncodeRequest& request, ByteBuffer* bytes) {
   const zepcTiffOptions given = Complete(request.options.tiff);
   const bool is_plain =
       picture.layout() == PixelLayout::kGrey || picture.layout() == PixelLayout::kRgb;
-  const bool is_whole = picture.bits() == 8 * BytesOf(picture.type());
-  if (!is_plain || !is_whole ||
-      (picture.type() != SampleType::kU8 && picture.type() != SampleType::kU16)) {
+  if (!is_plain || (picture.type() != SampleType::kU8 && picture.type() != SampleType::kU16)) {
     return Status::Unsupported("TIFF files hold grey and RGB of 8 or 16 bits here");
   }
   tiff::EncodeOptions options;
   options.compression =
       given.is_uncompressed != 0 ? tiff::Compression::kNone : tiff::Compression::kPackBits;
-  options.has_byte_planes = given.has_byte_planes != 0 && picture.bits() == 16;
+  options.has_byte_planes = given.has_byte_planes != 0 && picture.type() == SampleType::kU16;
   options.icc_profile = picture.metadata().icc_profile;
-  options.dots_per_inch = DotsPerInch(picture.metadata().resolution);
+  const Resolution& resolution = picture.metadata().resolution;
+  options.dots_per_inch = DotsPerInch(resolution.unit, resolution.x);
+  options.dots_per_inch_down = DotsPerInch(resolution.unit, resolution.y);
   options.progress = request.progress;
-  return tiff::Encode(picture, options, bytes);
+  const int whole = 8 * BytesOf(picture.type());
+  if (picture.bits() == whole) return tiff::Encode(picture, options, bytes);
+  Picture scaled;
+  Status status = Convert(picture, picture.layout(), whole, {}, &scaled);
+  return status.ok() ? tiff::Encode(scaled, options, bytes) : status;
 }
 
 }  // namespace

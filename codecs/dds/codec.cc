@@ -163,7 +163,7 @@ Status FindLevel(const uint8_t* data, size_t size, int64_t max_pixels, int level
                  Level* place) {
   if (Status status = ParseHeader(data, size, header); !status.ok()) return status;
   if (level < 0 || level >= header->levels) {
-    return Status::Error("there is no level " + std::to_string(level));
+    return Status::BadOption("there is no level " + std::to_string(level));
   }
   *place = LevelsOf(*header)[static_cast<size_t>(level)];
   if (place->width > max_pixels / place->height) {
@@ -211,6 +211,11 @@ Status Encode(const Picture& image, const EncodeOptions& options, ByteBuffer* fi
       if (Status status = Halve(i == 1 ? image : smaller, &half); !status.ok()) return status;
       smaller = std::move(half);
     }
+    const double begin = static_cast<double>(levels[i].offset) / static_cast<double>(size);
+    const double end =
+        static_cast<double>(levels[i].offset + levels[i].size) / static_cast<double>(size);
+    if (options.progress != nullptr) options.progress->SetPart(begin, end);
+    if (Stops(options.progress, 0, 1)) return Status::Cancelled();
     Status status = EncodeLevel(i == 0 ? image : smaller, options, file->data() + levels[i].offset);
     if (!status.ok()) return status;
   }

@@ -48,6 +48,13 @@
 #else
 #  define ZEPC_API __attribute__((visibility("default")))
 #endif
+
+/* In C++ too a member of the caller's structs can have any value, which is then refused. */
+#ifdef __cplusplus
+#  define ZEPC_INT32 : int32_t
+#else
+#  define ZEPC_INT32
+#endif
 /** @endcond */
 
 #ifdef __cplusplus
@@ -73,7 +80,7 @@ typedef enum zepcStatus {
 } zepcStatus;
 
 /** The formats of files. */
-typedef enum zepcFormat {
+typedef enum zepcFormat ZEPC_INT32 {
   zepcFormatUnknown = 0,      /**< None of these. */
   zepcFormatJpeg = 1,         /**< Baseline, extended and progressive (ITU-T T.81). */
   zepcFormatLosslessJpeg = 2, /**< Lossless with Huffman coding (ITU-T T.81, annex H). */
@@ -121,7 +128,7 @@ ZEPC_API zepcFormat zepcFormatOfName(const char* name);
  * @{ */
 
 /** The channels of a pixel, in their order. */
-typedef enum zepcLayout {
+typedef enum zepcLayout ZEPC_INT32 {
   zepcLayoutNative =
       0, /**< As the file has it: grey, RGB or CMYK, with opacity where there is some. */
   zepcLayoutGrey = 1,      /**< One channel. */
@@ -134,7 +141,7 @@ typedef enum zepcLayout {
 } zepcLayout;
 
 /** How a sample is stored, in the machine's byte order. */
-typedef enum zepcSample {
+typedef enum zepcSample ZEPC_INT32 {
   zepcSampleNative = 0, /**< As the file has it. */
   zepcSampleU8 = 1,     /**< Unsigned, one byte. */
   zepcSampleU16 = 2,    /**< Unsigned, two bytes. */
@@ -157,7 +164,7 @@ typedef struct zepcPixels {
 } zepcPixels;
 
 /** What the resolution of a picture counts. */
-typedef enum zepcResolutionUnit {
+typedef enum zepcResolutionUnit ZEPC_INT32 {
   zepcResolutionNone = 0,  /**< Unknown. */
   zepcResolutionShape = 1, /**< x : y is the shape of a pixel, its size unknown. */
   zepcResolutionInch = 2,  /**< Pixels per inch. */
@@ -189,7 +196,7 @@ typedef struct zepcMetadata {
  * @{ */
 
 /** What becomes of opacity. */
-typedef enum zepcOpacity {
+typedef enum zepcOpacity ZEPC_INT32 {
   zepcOpacityAuto = 0,  /**< Kept where the layout has it, else blended over white. */
   zepcOpacityBlend = 1, /**< Blended over zepcDecodeOptions::background. */
   zepcOpacityDrop = 2   /**< Left out, the colours as they are. */
@@ -327,7 +334,7 @@ ZEPC_API void zepcPictureFree(zepcPicture* picture);
  * @{ */
 
 /** The resolution of chroma. */
-typedef enum zepcSampling {
+typedef enum zepcSampling ZEPC_INT32 {
   zepcSamplingAuto = 0, /**< 4:2:0 in lossy JPEG, 4:4:4 in JPEG XR. */
   zepcSampling444 = 1,  /**< Chroma at full resolution. */
   zepcSampling422 = 2,  /**< At half the width. */
@@ -365,8 +372,8 @@ typedef enum zepcBlockStyle {
   zepcBlockSymbols = 32      /**< A mark after each cleanup pass. */
 } zepcBlockStyle;
 
-/** Grey, RGB, with and without opacity, and CMYK, of 1 to 16 bits. Without loss unless one of `ratio`,
- * `psnr` and `layer_bytes` asks for less. */
+/** Grey, RGB, with and without opacity, and CMYK, of 1 to 16 bits; a codestream on its own has neither
+ * opacity nor CMYK. Without loss unless one of `ratio`, `psnr` and `layer_bytes` asks for less. */
 typedef struct zepcJpeg2000Options {
   size_t size;  /**< sizeof(zepcJpeg2000Options). */
   double ratio; /**< How many times smaller than the pixels. */
@@ -382,7 +389,8 @@ typedef struct zepcJpeg2000Options {
   int32_t progression; /**< 0 LRCP, 1 RLCP, 2 RPCL, 3 PCRL, 4 CPRL. */
 } zepcJpeg2000Options;
 
-/** Grey and RGB of all kinds of samples. Without loss unless `quality` or `sampling` is set. */
+/** Grey and RGB of all kinds of samples. Without loss unless `quality` or `sampling` is set, but floats
+ * of 32 bits keep 13 bits of their mantissa, and fixed point of 32 bits must lie in -1.99 to 1.99. */
 typedef struct zepcJpegXrOptions {
   size_t size;           /**< sizeof(zepcJpegXrOptions). */
   int32_t quality;       /**< 1 to 100. */
@@ -395,7 +403,7 @@ typedef struct zepcJpegXrOptions {
 } zepcJpegXrOptions;
 
 /** Kinds of texture blocks. */
-typedef enum zepcTexture {
+typedef enum zepcTexture ZEPC_INT32 {
   zepcTextureAuto = 0, /**< BC3 with opacity, else BC1. */
   zepcTextureBc1 = 1,  /**< RGB, 4 bits a pixel. */
   zepcTextureBc2 = 2,  /**< RGB with 4 bits of opacity, 8 bits a pixel. */
@@ -467,7 +475,7 @@ ZEPC_API void zepcFree(void* file);
  * @{ */
 
 /** Ways to mirror and turn a picture. */
-typedef enum zepcTransform {
+typedef enum zepcTransform ZEPC_INT32 {
   zepcTransformNone = 0,       /**< Stays as it is. */
   zepcTransformMirrorX = 1,    /**< Left becomes right. */
   zepcTransformMirrorY = 2,    /**< Top becomes bottom. */
@@ -515,7 +523,7 @@ typedef struct zepcCoefficientsInfo {
   int32_t width;      /**< Of the picture, in pixels. */
   int32_t height;     /**< In pixels. */
   int32_t bits;       /**< 8 or 12. */
-  int32_t components; /**< 1 to 4. */
+  int32_t components; /**< 1, 3 or 4. */
 } zepcCoefficientsInfo;
 
 /** A component. Blocks lie row by row, 64 values each in natural (row-major) order; those to the right

@@ -46,6 +46,11 @@ Status MissingTables() {
 }
 
 // One file on its way to a picture or to planes.
+// What is no fault of the file.
+bool EndsAll(const Status& status) {
+  return status.kind() == Status::Kind::kCancelled || status.kind() == Status::Kind::kNoMemory;
+}
+
 class FileDecoder {
  public:
   FileDecoder(const uint8_t* data, size_t size, const DecodeOptions& options, FileInfo* info)
@@ -84,6 +89,7 @@ class FileDecoder {
   bool NextScan();
   // The error with its place.
   Status AtMarker(const Status& status) const {
+    if (status.kind() != Status::Kind::kError) return status;
     const std::string offset = std::to_string(reader_.marker_offset());
     return Status::Error("byte " + offset + ": " + status.text());
   }
@@ -272,6 +278,7 @@ Status FileDecoder::DecodeAllScans(Coefficients* coefficients, const OnScan& on_
   int number = 0;
   do {
     const Status status = DecodeScanToCoefficients(coefficients);
+    if (EndsAll(status)) return status;
     if (!status.ok() && number == 0) return AtMarker(status);
     if (!status.ok()) {
       info_->messages.AddAt(reader_.marker_offset(), status.text());
@@ -324,7 +331,7 @@ Status FileDecoder::DecodePlanes() {
   do {
     const Status status = DecodeScanToPlanes();
     const bool first = std::none_of(decoded_.begin(), decoded_.end(), [](bool b) { return b; });
-    if (status.kind() == Status::Kind::kCancelled) return status;
+    if (EndsAll(status)) return status;
     if (!status.ok() && first) return AtMarker(status);
     if (!status.ok()) {
       info_->messages.AddAt(reader_.marker_offset(), status.text());
@@ -393,7 +400,7 @@ Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Pi
   if (Status status = decoder.ReadHeaders(); !status.ok()) return status;
   if (info->frame.precision != kDeepBits) return decoder.DecodePicture(picture);
   if (options.scale != 1) {
-    return Status::Error("pictures of 12 bits are decoded at full scale only");
+    return Status::Unsupported("pictures of 12 bits are decoded at full scale only");
   }
   Coefficients coefficients;
   std::vector<DeepPlane> planes;

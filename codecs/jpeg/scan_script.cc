@@ -56,7 +56,7 @@ std::string WithoutCommentsAndBlanks(const std::string& text) {
 }
 
 Status BadScan(size_t number, const std::string& what) {
-  return Status::Error("scan " + std::to_string(number) + " of the script: " + what);
+  return Status::BadOption("scan " + std::to_string(number) + " of the script: " + what);
 }
 
 bool ParseScan(const std::string& text, Scan* scan) {
@@ -153,10 +153,10 @@ Status ParseScript(const std::string& text, Script* script) {
       return BadScan(script->size() + 1, "must read as 0,1,2: 0-63, 0, 0;");
     }
     script->push_back(scan);
-    if (script->size() > kMostScans) return Status::Error("the script has too many scans");
+    if (script->size() > kMostScans) return Status::BadOption("the script has too many scans");
     from = end + 1;
   }
-  return script->empty() ? Status::Error("the script has no scans") : Status();
+  return script->empty() ? Status::BadOption("the script has no scans") : Status();
 }
 
 Status CheckScript(const Script& script, const Frame& frame) {
@@ -166,7 +166,7 @@ Status CheckScript(const Script& script, const Frame& frame) {
     if (fault == nullptr) fault = coverage.Add(script[i]);
     if (fault != nullptr) return BadScan(i + 1, fault);
   }
-  return coverage.IsComplete() ? Status() : Status::Error("the script leaves coefficients out");
+  return coverage.IsComplete() ? Status() : Status::BadOption("the script leaves coefficients out");
 }
 
 bool IsProgressive(const Script& script) {

@@ -23,7 +23,7 @@ struct Part {
 Status FindPart(const Crop& crop, const Frame& frame, Part* part) {
   if (crop.left < 0 || crop.top < 0 || crop.width < 1 || crop.height < 1 ||
       crop.left >= frame.width || crop.top >= frame.height) {
-    return Status::Error("the part to crop lies outside the picture");
+    return Status::BadOption("the part to crop lies outside the picture");
   }
   const int across = 8 * frame.max_h, down = 8 * frame.max_v;
   part->first_column = crop.left / across;

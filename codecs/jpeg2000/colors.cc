@@ -261,6 +261,15 @@ void ConvertColors(const Image& image, Picture* picture) {
 
 }  // namespace
 
+void SizeOfPicture(const Image& image, int* width, int* height) {
+  Messages ignored;
+  *width = *height = 0;
+  for (const size_t i : ChooseShown(image, &ignored).components) {
+    *width = std::max(*width, image.components[i].width);
+    *height = std::max(*height, image.components[i].height);
+  }
+}
+
 Status ToPicture(const Image& image, Messages* notes, Picture* picture) {
   if (Status status = CheckColors(image, notes); !status.ok()) return status;
   const Shown shown = ChooseShown(image, notes);

@@ -14,6 +14,9 @@ namespace zepcodec::jpeg2000 {
 // last. Luminance and chroma (sYCC, e-sYCC, YCCK), CMY and L*a*b* are converted, coarser components
 // repeated, colours that were multiplied with opacity divided again. Components without a place get a
 // note.
+// Its sides: those of the largest component that is shown.
+void SizeOfPicture(const Image& image, int* width, int* height);
+
 Status ToPicture(const Image& image, Messages* notes, Picture* picture);
 
 // The components of a picture of unsigned samples.

@@ -34,8 +34,8 @@ Status CheckOptions(const DecodeOptions& options, const Parameters& parameters) 
   if (options.reduce < 0 || options.layers < 0) return Status::Error("a negative option");
   for (const Parameters::ForComponent& component : parameters.components) {
     if (options.reduce > component.coding.levels) {
-      return Status::Error("the picture has " + std::to_string(component.coding.levels) +
-                           " levels, fewer than are to be left out");
+      return Status::BadOption("the picture has " + std::to_string(component.coding.levels) +
+                               " levels, fewer than are to be left out");
     }
   }
   return Status();
@@ -223,7 +223,7 @@ Status ReadFileInfo(const uint8_t* data, size_t size, FileInfo* info) {
   });
 }
 
-Status ReadShape(const uint8_t* data, size_t size, Picture* pixel) {
+Status ReadShape(const uint8_t* data, size_t size, Picture* pixel, int* width, int* height) {
   return WithoutExceptions([&] {
     Opened file;
     FileInfo info;
@@ -231,7 +231,9 @@ Status ReadShape(const uint8_t* data, size_t size, Picture* pixel) {
     Image image;
     for (const SizeSegment::ComponentSize& sizes : info.size.components) {
       Component one;
-      one.width = one.height = 1;
+      const Rect area = ReducedArea(info.size, sizes, 0);
+      one.width = static_cast<int>(area.x1 - area.x0);
+      one.height = static_cast<int>(area.y1 - area.y0);
       one.dx = sizes.dx;
       one.dy = sizes.dy;
       one.bits = sizes.bits;
@@ -241,6 +243,9 @@ Status ReadShape(const uint8_t* data, size_t size, Picture* pixel) {
     }
     Messages ignored;
     ApplyBoxes(file.boxes, &ignored, &ignored, &image);
+    SizeOfPicture(image, width, height);
+    if (*width < 1 || *height < 1) return Status::Error("a component without samples");
+    for (Component& one : image.components) one.width = one.height = 1;
     return ToPicture(image, &ignored, pixel);
   });
 }

@@ -66,8 +66,8 @@ Status EstimateMemory(const uint8_t* data, size_t size, const DecodeOptions& opt
 Status ReadFileInfo(const uint8_t* data, size_t size, FileInfo* info);
 
 // What ToPicture() will make of the decoded components, told by the headers: a picture of one pixel,
-// with the layout, the depth and the metadata.
-Status ReadShape(const uint8_t* data, size_t size, Picture* pixel);
+// with the layout, the depth and the metadata, and the sides that it would have.
+Status ReadShape(const uint8_t* data, size_t size, Picture* pixel, int* width, int* height);
 
 }  // namespace zepcodec::jpeg2000
 

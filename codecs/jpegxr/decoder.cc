@@ -315,7 +315,8 @@ class FileDecoder {
     FrameDecoder decoder(container_.alpha, options_);
     Status alpha = OpenAlpha(&decoder);
     if (alpha.ok()) alpha = decoder.Decode(ColorCount(image->layout()), image, &info->messages);
-    if (alpha.kind() == Status::Kind::kCancelled) return alpha;
+    const Status::Kind kind = alpha.kind();
+    if (kind == Status::Kind::kCancelled || kind == Status::Kind::kNoMemory) return alpha;
     if (!alpha.ok()) {
       info->messages.Add("opacity: " + alpha.text());
       FillOpaque(image);

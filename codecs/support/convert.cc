@@ -22,10 +22,12 @@ uint32_t WhiteOf(const PixelFormat& format) { return (1U << format.bits) - 1; }
 
 // A row in the common form.
 struct Row {
-  explicit Row(size_t width) : rgb(3 * width), alpha(width) {}
+  explicit Row(size_t width) : rgb(3 * width), alpha(width), rgb8(3 * width), grey8(width) {}
 
   std::vector<uint32_t> rgb;
   std::vector<uint32_t> alpha;
+  std::vector<uint8_t> rgb8;  // for the stages
+  std::vector<uint8_t> grey8;
   uint32_t white = 255;
 };
 
@@ -148,11 +150,12 @@ void Blend(const std::array<double, 3>& background, Row* row) {
 void MakeGrey(Row* row) {
   const size_t width = row->alpha.size();
   if (row->white == 255) {
-    std::vector<uint8_t> rgb(row->rgb.begin(), row->rgb.end());
-    std::vector<uint8_t> grey(width);
+    std::transform(row->rgb.begin(), row->rgb.end(), row->rgb8.begin(),
+                   [](uint32_t value) { return static_cast<uint8_t>(value); });
     const auto columns = static_cast<int32_t>(width);
-    zepiRGBToY_JPEG_8u_C3C1R(rgb.data(), 3 * columns, grey.data(), columns, {columns, 1});
-    for (size_t x = 0; x < width; ++x) row->rgb[3 * x] = grey[x];
+    zepiRGBToY_JPEG_8u_C3C1R(row->rgb8.data(), 3 * columns, row->grey8.data(), columns,
+                             {columns, 1});
+    for (size_t x = 0; x < width; ++x) row->rgb[3 * x] = row->grey8[x];
   } else {
     for (size_t x = 0; x < width; ++x) {
       uint32_t* const pixel = &row->rgb[3 * x];
@@ -190,8 +193,10 @@ void StoreRow(const Row& row, const PixelFormat& format, uint8_t* to) {
 void ConvertRow(const ConstPixels& from, const OpacityUse& opacity, int y, const Pixels& to,
                 Row* row) {
   ReadRow(from, y, WhiteOf(to.format), row);
-  const bool loses_opacity = HasAlpha(from.format.layout) && !HasAlpha(to.format.layout);
+  const bool loses_opacity =
+      HasAlpha(from.format.layout) && (opacity.is_removed || !HasAlpha(to.format.layout));
   if (loses_opacity && !opacity.is_dropped) Blend(opacity.background, row);
+  if (loses_opacity) std::fill(row->alpha.begin(), row->alpha.end(), row->white);
   if (IsGrey(to.format.layout) && !IsGrey(from.format.layout)) MakeGrey(row);
   uint8_t* const out = to.data + static_cast<size_t>(y) * to.stride;
   if (to.format.type == SampleType::kU8) {
@@ -206,8 +211,8 @@ bool IsSame(const PixelFormat& a, const PixelFormat& b) {
 }
 
 // Samples of light, of which channels may be left out, added (full) or change places.
-void RearrangeRow(const PixelFormat& from, const uint8_t* in, const PixelFormat& to, int width,
-                  uint8_t* out) {
+void RearrangeRow(const PixelFormat& from, const uint8_t* in, bool keeps_opacity,
+                  const PixelFormat& to, int width, uint8_t* out) {
   const auto bytes = static_cast<size_t>(BytesOf(from.type));
   const auto colors = static_cast<size_t>(ColorCount(to.layout));
   Picture one;  // of the same type, for its full opacity
@@ -220,7 +225,7 @@ void RearrangeRow(const PixelFormat& from, const uint8_t* in, const PixelFormat&
     }
     if (!HasAlpha(to.layout)) continue;
     const uint8_t* const alpha =
-        HasAlpha(from.layout) ? in + from.BytesPerPixel() - bytes : full.data();
+        HasAlpha(from.layout) && keeps_opacity ? in + from.BytesPerPixel() - bytes : full.data();
     std::memcpy(out + colors * bytes, alpha, bytes);
   }
 }
@@ -242,7 +247,8 @@ ConstPixels PixelsOf(const Picture& picture) {
 
 Status Convert(const ConstPixels& from, const OpacityUse& opacity, const Pixels& to) {
   const size_t row_bytes = static_cast<size_t>(to.width) * to.format.BytesPerPixel();
-  const bool is_copy = IsSame(from.format, to.format);
+  const bool is_copy =
+      IsSame(from.format, to.format) && !(opacity.is_removed && HasAlpha(from.format.layout));
   if (!is_copy && !IsUnsigned(to.format.type) && from.format.type != to.format.type) {
     return Status::Error("the samples cannot become fixed point or floats");
   }
@@ -261,7 +267,7 @@ Status Convert(const ConstPixels& from, const OpacityUse& opacity, const Pixels&
       } else if (IsUnsigned(to.format.type)) {
         ConvertRow(from, opacity, y, to, &row);
       } else {
-        RearrangeRow(from.format, in, to.format, to.width, out);
+        RearrangeRow(from.format, in, !opacity.is_removed, to.format, to.width, out);
       }
     }
   } catch (const std::bad_alloc&) {

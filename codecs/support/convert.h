@@ -47,6 +47,7 @@ ConstPixels PixelsOf(const Picture& picture);
 // as they are.
 struct OpacityUse {
   bool is_dropped = false;
+  bool is_removed = false;  // also where the result has opacity, which becomes full
   std::array<double, 3> background = {1, 1, 1};  // 0 to 1
 };
 

@@ -139,6 +139,10 @@ class Picture {
     layout_ = layout;
     type_ = type;
     bits_ = bits;
+    // Less than half of all addresses; a row has less than 2^36 bytes.
+    const uint64_t row_bytes =
+        static_cast<uint64_t>(width) * static_cast<uint64_t>(channels()) * BytesPerSample();
+    if (height > 0 && row_bytes > PTRDIFF_MAX / static_cast<uint64_t>(height)) return false;
     return samples_.Resize(SizeInBytes());
   }
 

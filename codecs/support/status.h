@@ -10,11 +10,13 @@ namespace zepcodec {
 
 class [[nodiscard]] Status {
  public:
-  enum class Kind { kOk, kError, kUnsupported, kTooLarge, kNoMemory, kCancelled };
+  enum class Kind { kOk, kError, kBadOption, kUnsupported, kTooLarge, kNoMemory, kCancelled };
 
   Status() = default;
   // A bad file or, of an encoder, a bad option.
   static Status Error(std::string text) { return Status(Kind::kError, std::move(text)); }
+  // What the caller asks for does not exist, whatever the file or picture.
+  static Status BadOption(std::string text) { return Status(Kind::kBadOption, std::move(text)); }
   // A good file, but nothing that this library reads; a picture that a format cannot hold.
   static Status Unsupported(std::string text) {
     return Status(Kind::kUnsupported, std::move(text));

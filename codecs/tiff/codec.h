@@ -22,7 +22,8 @@ struct EncodeOptions {
   // Each row of 16-bit samples as all its high bytes, then all its low bytes, which packs better. This
   // codec's own: the file says so by a private number of its compression, and other programs refuse it.
   bool has_byte_planes = false;
-  int dots_per_inch = 0;  // 0: unknown
+  int dots_per_inch = 0;       // 0: unknown
+  int dots_per_inch_down = 0;  // 0: as across
   std::vector<uint8_t> icc_profile;
   // Null: nobody watches.
   Progress* progress = nullptr;
@@ -48,6 +49,7 @@ struct FileInfo {
   Compression compression = Compression::kNone;
   bool has_byte_planes = false;
   int dots_per_inch = 0;
+  int dots_per_inch_down = 0;
   std::vector<uint8_t> icc_profile;
   Messages messages;
 };

@@ -189,16 +189,20 @@ class DirectoryReader {
   }
 
   void ReadResolution() {
-    const auto found = entries_.find(kXResolution);
+    info_->dots_per_inch = DotsPerInch(kXResolution);
+    info_->dots_per_inch_down = DotsPerInch(kYResolution);
+  }
+
+  int DotsPerInch(Tag tag) {
+    const auto found = entries_.find(tag);
     if (found == entries_.end() || found->second.type != kRational || found->second.count < 1) {
-      return;
+      return 0;
     }
     const double over = Word(found->second.offset, 4), under = Word(found->second.offset + 4, 4);
     const uint32_t unit = Value(kResolutionUnit, kInch);
     const double dots = over / std::max(under, 1.0) * (unit == kCentimetre ? 2.54 : 1);
     const bool is_known = unit == kInch || unit == kCentimetre;
-    if (is_known && dots >= 1 && dots <= 65535)
-      info_->dots_per_inch = static_cast<int>(std::lround(dots));
+    return is_known && dots >= 1 && dots <= 65535 ? static_cast<int>(std::lround(dots)) : 0;
   }
 
   void ReadProfile() {

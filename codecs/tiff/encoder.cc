@@ -167,7 +167,9 @@ class Encoder {
     writer.Add(kRowsPerStrip, kLong, {static_cast<uint32_t>(rows_in_strip_)});
     writer.Add(kStripByteCounts, kLong, sizes_);
     writer.Add(kXResolution, kRational, {dots, 1});
-    writer.Add(kYResolution, kRational, {dots, 1});
+    const auto down = static_cast<uint32_t>(
+        options_.dots_per_inch_down > 0 ? options_.dots_per_inch_down : static_cast<int>(dots));
+    writer.Add(kYResolution, kRational, {down, 1});
     writer.Add(kPlanarConfiguration, kShort, {1});
     writer.Add(kResolutionUnit, kShort, {options_.dots_per_inch > 0 ? kInch : 1});
     if (!options_.icc_profile.empty()) {
