@@ -48,7 +48,7 @@
 #  define ZEPC_API __attribute__((visibility("default")))
 #endif
 
-// In C++ too a member of the caller's structs can have any value, which is then refused.
+/* In C++ too a member of the caller's structs can have any value, which is then refused. */
 #ifdef __cplusplus
 #  define ZEPC_INT32 : int32_t
 #else
@@ -379,7 +379,7 @@ typedef struct zepcJpeg2000Options {
 } zepcJpeg2000Options;
 
 /** Grey and RGB of all kinds of samples. Without loss unless `quality` or `sampling` is set, but floats
- * of 32 bits keep 13 bits of their mantissa, and fixed point of 32 bits must lie in -1.99 to 1.99. */
+ * of 32 bits keep 13 bits of their mantissa, and fixed point of 32 bits must lie in -2 to 2. */
 typedef struct zepcJpegXrOptions {
   size_t size;
   int32_t quality; /**< 1 to 100. */
