@@ -390,7 +390,7 @@ typedef struct zepcJpeg2000Options {
 } zepcJpeg2000Options;
 
 /** Grey and RGB of all kinds of samples. Without loss unless `quality` or `sampling` is set, but floats
- * of 32 bits keep 13 bits of their mantissa, and fixed point of 32 bits must lie in -1.99 to 1.99. */
+ * of 32 bits keep 13 bits of their mantissa, and fixed point of 32 bits must lie in -2 to 2. */
 typedef struct zepcJpegXrOptions {
   size_t size;           /**< sizeof(zepcJpegXrOptions). */
   int32_t quality;       /**< 1 to 100. */
