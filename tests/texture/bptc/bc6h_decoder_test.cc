@@ -42,8 +42,8 @@ const bptc_cases::Decoding kDecodeSigned = {
       return reference::zepiTextureDecodeBlockToRGB_BC6HS_8u16u_C1C3R(src, AsHalves(dst), step,
                                                                       size);
     }};
-const Format kUnsigned = {kDecodeUnsigned, kModes, SetMode};
-const Format kSigned = {kDecodeSigned, kModes, SetMode};
+const Format kUnsigned = {kModes, SetMode, kDecodeUnsigned};
+const Format kSigned = {kModes, SetMode, kDecodeSigned};
 const Format kFormats[] = {kUnsigned, kSigned};
 
 TEST(Bc6hDecoder, EverySize) {

@@ -18,12 +18,12 @@ using texture_cases::Bytes;
 
 // The number of the mode is how many zeros stand below the first one of the block's bits. A byte of zeros
 // is no mode.
-const Format kBc7 = {TEXTURE_FORMAT(zepiTextureDecodeBlockToRGBA_BC7_8u_C1C4R, 4, 16),
-                     {1, 2, 4, 8, 16, 32, 64, 128, 0},
+const Format kBc7 = {{1, 2, 4, 8, 16, 32, 64, 128, 0},
                      [](uint8_t mode, uint8_t* block) {
                        const int others = mode == 0 ? 0 : block[0] & ~(2 * mode - 1);
                        block[0] = static_cast<uint8_t>(others | mode);
-                     }};
+                     },
+                     TEXTURE_FORMAT(zepiTextureDecodeBlockToRGBA_BC7_8u_C1C4R, 4, 16)};
 
 TEST(Bc7Decoder, EverySize) { bptc_cases::ExpectEverySize(kBc7); }
 

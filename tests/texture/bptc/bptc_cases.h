@@ -23,9 +23,9 @@ using Decoding = texture_cases::Format<texture_cases::Decoder>;
 
 // A decoder, and how the first bits of a block tell its mode.
 struct Format {
-  Decoding decoding;
   Bytes modes;
   void (*set_mode)(uint8_t mode, uint8_t* block);
+  Decoding decoding;
 };
 
 // Blocks of all modes in turn, or of one.
