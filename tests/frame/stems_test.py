@@ -23,7 +23,7 @@ READS_TOO = {"block_encoder", "difference_coder", "fixed_length", "huffman_table
 # Decoders that another family's fuzz target runs.
 NO_TARGET = {"direct_coder"}  # progressive_decoder_fuzz.cc, one of its five kinds
 # Fuzz targets of codecs/ are named after the codec: jpeg_decoder_fuzz.cc.
-CODEC_TARGET = r"(dds|jpeg|jpeg2000|jpegxr|ljpeg|tiff)_decoder"
+CODEC_TARGET = r"(dds|jpeg|jpeg2000|jpegxr|ljpeg|tiff)_decoder|zepcodec_(decoder|encoder|transcode)"
 
 
 def families(source):
