@@ -140,9 +140,6 @@ class Reader {
   std::vector<uint8_t> exif_;
 };
 
-constexpr zepcodec::PixelLayout kLayouts[] = {
-    zepcodec::PixelLayout::kGrey, zepcodec::PixelLayout::kGreyAlpha, zepcodec::PixelLayout::kRgb,
-    zepcodec::PixelLayout::kRgba};  // by the number of channels
 constexpr int kColorTypes[] = {PNG_COLOR_TYPE_GRAY, PNG_COLOR_TYPE_GRAY_ALPHA, PNG_COLOR_TYPE_RGB,
                                PNG_COLOR_TYPE_RGB_ALPHA};
 
