@@ -15,14 +15,12 @@ class DeepRow {
  public:
   static constexpr int kMostBlocks = 16;
 
-  // Rows hold full pairs of blocks.
+  // Two blocks at a time, which fill a vector, and the last one of an odd number on its own.
   DeepRow(const uint8_t* samples, int step, int blocks) {
+    const int paired = 8 * (blocks - blocks % 2);
     for (int y = 0; y < 8; ++y, samples += step) {
-      for (int pair = 0; pair < 8 * blocks; pair += 16) {
-        for (int x = pair; x < pair + 16; ++x) {
-          words_[y][x] = static_cast<uint16_t>(samples[x] + 1920);
-        }
-      }
+      for (int x = 0; x < paired; x += 16) Widen<16>(samples + x, words_[y] + x);
+      if (paired < 8 * blocks) Widen<8>(samples + paired, words_[y] + paired);
     }
   }
 
@@ -30,6 +28,11 @@ class DeepRow {
   static constexpr int32_t Step() { return sizeof(words_[0]); }
 
  private:
+  template <int kCount>
+  static void Widen(const uint8_t* from, uint16_t* to) {
+    for (int i = 0; i < kCount; ++i) to[i] = static_cast<uint16_t>(from[i] + 1920);
+  }
+
   alignas(64) uint16_t words_[8][8 * kMostBlocks];
 };
 
