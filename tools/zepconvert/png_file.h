@@ -19,7 +19,8 @@ zepcodec::Status ReadPng(const uint8_t* data, size_t size, int64_t max_pixels, P
 
 // The image has 8 or 16 bits and is not CMYK. EXIF data, colour profile and resolution
 // are written, a profile only where PngProfileFault() finds none; other segments have no place in a PNG file.
-zepcodec::Status WritePng(const zepcodec::Picture& image, const zepcodec::jpeg::SavedSegments& metadata,
+zepcodec::Status WritePng(const zepcodec::Picture& image,
+                          const zepcodec::jpeg::SavedSegments& metadata,
                           zepcodec::ByteBuffer* file);
 
 }  // namespace zepconvert
