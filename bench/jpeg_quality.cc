@@ -4,7 +4,7 @@
 // Each picture is first reduced to half its size (means of 2 x 2 pixels), so that nothing is left of the blocks and
 // the quantization of the file that it comes from. libjpeg-turbo (accurate integer transform, 4:2:0) encodes it at
 // all qualities around the one that is looked at, which gives its PSNR as a function of the logarithm of the size,
-// linear in between; what is printed is our PSNR less its PSNR at the size of our file, in the mean of the pictures.
+// linear in between. The result is our PSNR minus that of libjpeg-turbo at the same size, averaged over the pictures.
 // PSNR: over all samples of RGB, decoded by libjpeg-turbo.
 #include <algorithm>
 #include <cmath>

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
 #include "codecs/include/zepcodec.h"
 #include "codecs/support/byte_buffer.h"
@@ -23,6 +24,23 @@ struct File {
 struct Report {
   Messages damage;
   Messages notes;
+};
+
+// Where the caller sets no limits.
+constexpr int64_t kUsualMaxPixels = int64_t{1} << 28;
+constexpr int64_t kUsualMaxMemory = int64_t{1} << 32;
+
+// The progress callback of the caller's options as codecs see it.
+class Watch {
+ public:
+  Watch(zepcProgress callback, void* user) {
+    if (callback == nullptr) return;
+    progress_.emplace([=](double done) { return callback(user, done) != 0; });
+  }
+  Progress* progress() { return progress_.has_value() ? &*progress_ : nullptr; }
+
+ private:
+  std::optional<Progress> progress_;
 };
 
 // The limits are set, whatever the caller left at 0.

@@ -18,11 +18,7 @@
 namespace zepcodec::api {
 namespace {
 
-constexpr int64_t kUsualMaxPixels = int64_t{1} << 28;
-constexpr int64_t kUsualMaxMemory = int64_t{1} << 32;
 constexpr int kRowsAtOnce = 64;  // for the caller's callback
-
-zepcStatus BadArgument(const char* text) { return Fail(zepcStatusBadArgument, text); }
 
 Status CheckOptions(const zepcDecodeOptions& options) {
   const struct {
@@ -49,19 +45,6 @@ Status CheckOptions(const zepcDecodeOptions& options) {
   }
   return Status();
 }
-
-// The progress callback of the caller's options as codecs see it.
-class Watch {
- public:
-  Watch(zepcProgress callback, void* user) {
-    if (callback == nullptr) return;
-    progress_.emplace([=](double done) { return callback(user, done) != 0; });
-  }
-  Progress* progress() { return progress_.has_value() ? &*progress_ : nullptr; }
-
- private:
-  std::optional<Progress> progress_;
-};
 
 // What the caller wants of the pixels.
 struct Target {

@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
-#include <optional>
 #include <utility>
 
 #include "codecs/api/codec.h"
@@ -17,8 +16,6 @@ namespace zepcodec::api {
 namespace {
 
 constexpr int64_t kMostOnASide = int64_t{1} << 28;
-
-zepcStatus BadArgument(const char* text) { return Fail(zepcStatusBadArgument, text); }
 
 struct Form {
   PixelFormat format;
@@ -114,12 +111,8 @@ zepcStatus EncodePixels(const zepcPixels& pixels, const zepcEncodeOptions& optio
     return StatusOf(status, zepcStatusBadArgument);
   }
   picture.metadata() = MetadataOf(options.metadata);
-  std::optional<Progress> progress;
-  if (options.progress != nullptr) {
-    progress.emplace(
-        [&](double done) { return options.progress(options.progress_user, done) != 0; });
-  }
-  const EncodeRequest request = {options, progress.has_value() ? &*progress : nullptr};
+  Watch watch(options.progress, options.progress_user);
+  const EncodeRequest request = {options, watch.progress()};
   return StatusOf(codec->encode(picture, request, bytes), zepcStatusBadArgument);
 }
 

@@ -15,6 +15,8 @@ namespace zepcodec::api {
 // Keeps the sentence, cut off where it is long, for this thread.
 zepcStatus Fail(zepcStatus status, const char* text);
 
+inline zepcStatus BadArgument(const char* text) { return Fail(zepcStatusBadArgument, text); }
+
 // A codec's outcome; `error` is what a plain error means here.
 zepcStatus StatusOf(const Status& status, zepcStatus error);
 

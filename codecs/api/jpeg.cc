@@ -28,11 +28,6 @@ struct zepcCoefficients {
 namespace zepcodec::api {
 namespace {
 
-constexpr int64_t kUsualMaxPixels = int64_t{1} << 28;
-constexpr int64_t kUsualMaxMemory = int64_t{1} << 32;
-
-zepcStatus BadArgument(const char* text) { return Fail(zepcStatusBadArgument, text); }
-
 zepcStatus DamageOf(const Messages& messages) {
   return Fail(zepcStatusBadFile, messages.kept()[0].ToString().c_str());
 }
@@ -130,13 +125,10 @@ zepcStatus ReadCoefficients(const File& file, const zepcDecodeOptions& given,
   if (const zepcStatus bad = CheckJpeg(file); bad != zepcStatusOk) return bad;
   const zepcStatus memory = CheckMemory(file, OrUsual(given.max_memory, kUsualMaxMemory), 1);
   if (memory != zepcStatusOk) return memory;
-  std::optional<Progress> progress;
-  if (given.progress != nullptr) {
-    progress.emplace([&](double done) { return given.progress(given.progress_user, done) != 0; });
-  }
+  Watch watch(given.progress, given.progress_user);
   jpeg::DecodeOptions options;
   options.max_pixels = OrUsual(given.max_pixels, kUsualMaxPixels);
-  options.progress = progress.has_value() ? &*progress : nullptr;
+  options.progress = watch.progress();
   auto made = std::make_unique<zepcCoefficients>();
   Status status =
       jpeg::DecodeCoefficients(file.data, file.size, options, &made->coefficients, &made->info);

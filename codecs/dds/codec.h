@@ -28,7 +28,7 @@ struct EncodeOptions {
   bool has_mipmaps = false;
   HeaderStyle style = HeaderStyle::kFourCc;
   int bc7_mode = -1;  // as zepiTextureEncodeBlockFromRGBA_BC7_8u_C4C1R() has it
-  int threads = 1;    // for BC7; 0: as many as the machine runs at once
+  int threads = 1;    // for BC7; 0: one for each processor
   // Null: nobody watches.
   Progress* progress = nullptr;
 };

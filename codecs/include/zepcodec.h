@@ -26,7 +26,7 @@
  *
  * **Damage.** Of a damaged file the codecs save what they can. By default such a file is an error
  * (zepcStatusBadFile). With `keeps_damaged` the picture is returned together with
- * zepcStatusDamaged, and zepcPictureMessage() tells what is wrong with it.
+ * zepcStatusDamaged, and zepcPictureMessage() describes the damage.
  *
  * **Threads.** All functions can be called from any thread, also at the same time with different
  * objects; a zepcPicture or zepcCoefficients that nobody changes can be read from several threads.
@@ -227,7 +227,7 @@ typedef struct zepcDecodeOptions {
   size_t size;        /**< sizeof(zepcDecodeOptions). */
   int64_t max_pixels; /**< Larger pictures are refused; 0: 2^28. */
   int64_t max_memory; /**< In bytes, with the picture; what would take more is refused. 0: 4 GiB. */
-  int32_t threads;    /**< 0: as many as the machine runs at once. */
+  int32_t threads;    /**< 0: one for each processor. */
   int32_t keeps_damaged; /**< Returns what can be saved of a damaged file. */
   int32_t
       reduce; /**< The picture at 1/2^reduce of its size, rounded up: JPEG 0 to 3, JPEG 2000 up to
@@ -278,7 +278,7 @@ typedef struct zepcPicture zepcPicture;
 /** Something noticed in a file. */
 typedef struct zepcMessage {
   size_t size;       /**< sizeof(zepcMessage). */
-  int32_t is_damage; /**< Samples are lost; otherwise a note, of which nothing follows. */
+  int32_t is_damage; /**< 1: samples are lost; 0: a note, nothing is lost. */
   int64_t offset;    /**< Of the byte in the file; negative: not known. */
   const char* text;  /**< One sentence with its place: "byte 120, MCU 7: no such code". */
 } zepcMessage;
@@ -437,7 +437,7 @@ typedef struct zepcTiffOptions {
 typedef struct zepcEncodeOptions {
   size_t size;                                  /**< sizeof(zepcEncodeOptions). */
   zepcFormat format;                            /**< The format to write. */
-  int32_t threads;                              /**< 0: as many as the machine runs at once. */
+  int32_t threads;                              /**< 0: one for each processor. */
   const zepcMetadata* metadata;                 /**< Null: none. */
   const zepcJpegOptions* jpeg;                  /**< Of zepcFormatJpeg. */
   const zepcLosslessJpegOptions* lossless_jpeg; /**< Of zepcFormatLosslessJpeg. */

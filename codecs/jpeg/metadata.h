@@ -50,7 +50,7 @@ bool HasIccProfile(const SavedSegments& metadata);
 bool AddExif(const std::vector<uint8_t>& exif, SavedSegments* metadata);
 bool AddIccProfile(const std::vector<uint8_t>& profile, SavedSegments* metadata);
 
-// As every format has it. A profile of which a part is missing gets a note and is left out.
+// The metadata in the form that all formats share. An incomplete profile is left out, with a note.
 zepcodec::Metadata ToMetadata(const SavedSegments& saved, Messages* notes);
 // The segments that hold it, and the resolution. What no segment can hold is left out.
 SavedSegments ToSegments(const zepcodec::Metadata& metadata);

@@ -210,7 +210,7 @@ bool IsSame(const PixelFormat& a, const PixelFormat& b) {
   return a.layout == b.layout && a.type == b.type && a.bits == b.bits && a.is_bgr == b.is_bgr;
 }
 
-// Samples of light, of which channels may be left out, added (full) or change places.
+// Samples of light: channels change places, opacity is left out or added as full.
 void RearrangeRow(const PixelFormat& from, const uint8_t* in, bool keeps_opacity,
                   const PixelFormat& to, int width, uint8_t* out) {
   const auto bytes = static_cast<size_t>(BytesOf(from.type));

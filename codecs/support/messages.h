@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // What a decoder noticed in a file that it could read: damage, which costs samples, and notes, about
-// an unusual file of which nothing is lost.
+// an unusual file that is complete.
 #ifndef ZEPJP_CODECS_SUPPORT_MESSAGES_H_
 #define ZEPJP_CODECS_SUPPORT_MESSAGES_H_
 
