@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The level shift between samples (unsigned 8 bits) and signed values: v - 128 on the way in,
-// v + 128 saturated to 0..255 on the way out.
+// The level shift between samples of 8 bits and signed values (ITU-T T.81, A.3.1): v - 128 before
+// the forward DCT, v + 128 saturated to 0..255 after the inverse DCT.
 #include "frame/checks.h"
 #include "frame/rows.h"
 #include "simd/dispatch.h"
@@ -31,7 +31,7 @@ using D8 = hn::ScalableTag<uint8_t>;
 using D16 = hn::ScalableTag<int16_t>;
 constexpr size_t kStep = hn::MaxLanes(D8());
 
-// Samples are counted in bytes, signed values in pairs of bytes: rows may lie at any address.
+// Rows may have any alignment, so both samples and values are addressed in bytes.
 HWY_INLINE hn::VFromD<D16> LoadValues(const uint8_t* from) {
   return hn::BitCast(D16(), hn::LoadU(D8(), from));
 }
@@ -39,7 +39,7 @@ HWY_INLINE void StoreValues(hn::VFromD<D16> values, uint8_t* to) {
   hn::StoreU(hn::BitCast(D8(), values), D8(), to);
 }
 
-// A sum that saturates at 16 bits is beyond 255 anyway.
+// A sum that saturates at 16 bits is above 255 anyway.
 void Add128Row(const uint8_t* src, uint8_t* dst, size_t width) {
   const auto step = [](const uint8_t* const* from, uint8_t* const* to, size_t x) ZEP_ATTR {
     const auto offset = hn::Set(D16(), 128);

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
-// Loading of pixels for dot products over their three colour channels. Included once per
-// instruction set.
+// Loads pixels as pairs of 16-bit lanes for dot products over their three colour channels. Included
+// once per instruction set.
 //
-// A vector of N bytes stands for N pixels. They are loaded as four quarters of N / 4 pixels, each
-// as two registers of 16-bit pairs: (c0, c1) and (c2, 0), one pair for a pixel. In 128-bit blocks:
-// block b of quarter q holds the pixels 16 b + 4 q .. + 3, so that two PackBlocks put them back in
-// order.
+// A step loads N pixels, where N is the number of bytes in a vector. They become four quarters of N
+// / 4 pixels, each of two registers with one pair for each pixel: (c0, c1) and (c2, 0). Block b
+// (128 bits) of quarter q holds the pixels 16b + 4q to 16b + 4q + 3. Then PackBlocks of the results
+// of quarters 0 and 1, of 2 and 3, and of both, leaves N bytes in the order of the pixels, without
+// a permutation across blocks.
 #if defined(ZEPJP_SRC_JPEG_COLOR_PIXELS_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #  ifdef ZEPJP_SRC_JPEG_COLOR_PIXELS_INL_H_
 #    undef ZEPJP_SRC_JPEG_COLOR_PIXELS_INL_H_
@@ -26,8 +27,9 @@ struct Pairs {
 
 constexpr int8_t kZero = -1;  // an index that makes TableLookupBytesOr0 give 0
 
-// For TableLookupBytesOr0: bytes of four pixels that lie `pixel_bytes` apart, from `shift` on, as
-// pairs of 16-bit lanes (channel `first`, channel `second`); a negative channel gives 0.
+// Indices for TableLookupBytesOr0. They pick, from four pixels of `pixel_bytes` bytes that begin at
+// byte `shift`, the channels `first` and `second` as pairs of 16-bit lanes; a negative channel
+// gives 0.
 struct PairIndices {
   alignas(16) int8_t bytes[16];
 };
@@ -43,8 +45,8 @@ constexpr PairIndices MakePairIndices(int pixel_bytes, int shift, int first, int
   return result;
 }
 
-// The same for sums of two neighbouring pixels: (c0, c0', c1, c1') of both couples of the four
-// pixels in the lower half, (c2, c2', 0, 0) in the upper half.
+// Indices for sums of two neighbouring pixels. For both couples of four pixels they pick
+// (c0, c0', c1, c1') to the lower half of the block and (c2, c2', 0, 0) to the upper half.
 constexpr PairIndices MakeCoupleIndices(int pixel_bytes, int shift) {
   PairIndices result = {};
   for (int couple = 0; couple < 2; ++couple) {
@@ -68,13 +70,14 @@ HWY_INLINE V8 Shuffle(V8 bytes, const PairIndices& indices) {
   return hn::TableLookupBytesOr0(bytes, LoadIndices(indices));
 }
 
-// kChannels interleaved bytes a pixel, 3 or 4; a fourth has no influence.
+// Interleaved pixels of kChannels bytes, 3 or 4; the fourth is ignored.
 //
-// No byte beyond the pixels is read: where that might be, four three-byte pixels lie at the end of
-// their block, four bytes from its begin. kShifted has a bit for each such quarter.
+// A load of 16 bytes for four three-byte pixels reads four bytes too many. In the quarters marked
+// by the bits of kShifted the load starts four bytes earlier, so that it never reads beyond the
+// last pixel; their pixels begin at byte 4 of the block.
 template <int kChannels, unsigned kShifted = 1u << 3>
 struct Interleaved : Span<1, kChannels> {
-  // The bytes of N pixels, four for each block of a quarter.
+  // The bytes of N pixels, four pixels in each block of a quarter.
   struct Raw {
     V8 quarters[4];
   };
@@ -112,7 +115,8 @@ struct Interleaved : Span<1, kChannels> {
     return MakePairs(LoadRaw(src, x));
   }
 
-  // Sums of horizontal neighbours among four pixels of each block, as MakeCoupleIndices puts them.
+  // Sums of horizontal neighbours among the four pixels of each block, ordered as in
+  // MakeCoupleIndices.
   template <int kQuarter>
   static HWY_INLINE V16 CoupleSums(const Raw& raw) {
     static constexpr auto kCouples = MakeCoupleIndices(kChannels, Shift(kQuarter));
@@ -120,7 +124,7 @@ struct Interleaved : Span<1, kChannels> {
   }
 };
 
-// (a, b) pairs of 16-bit lanes from bytes of equal channels.
+// Pairs (a, b) of 16-bit lanes from a vector of bytes of each channel.
 HWY_INLINE void PairsOfBytes(V8 a, V8 b, V16 (&pairs)[4]) {
   const D8 d8;
   const auto zero = hn::Zero(d8);
@@ -144,7 +148,7 @@ struct Planar : Span<3, 1> {
 };
 
 // 16-bit pixels with fields of 5, kGreenBits and 5 bits, the first channel highest. A field is
-// widened to 8 bits by repeating its upper bits below.
+// widened to 8 bits by appending its own upper bits.
 template <int kGreenBits>
 struct Packed : Span<1, 2> {
   template <int kHalf>
@@ -152,7 +156,7 @@ struct Packed : Span<1, 2> {
     const D16 d16;
     const V16 word = hn::BitCast(d16, LoadBlocks(D8(), src[0] + 2 * x + 16 * kHalf, 32));
     const auto bits = [&](auto v, int mask) { return hn::And(v, hn::Set(d16, int16_t(mask))); };
-    constexpr int kHighShift = kGreenBits + 5 - 3;  // from the first field's place to bits 7..3
+    constexpr int kHighShift = kGreenBits + 5 - 3;  // moves the first field to bits 7..3
     const V16 c0 = hn::Or(bits(hn::ShiftRight<kHighShift>(word), 0xF8),
                           bits(hn::ShiftRight<kHighShift + 5>(word), 0x07));
     const V16 c1 =

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Conversions between sets of planes, row by row. An interleaved image is a set of one plane.
+// Runs row kernels over sets of planes. An interleaved image is a set of one plane.
 #ifndef ZEPJP_SRC_JPEG_COLOR_PLANE_ROWS_H_
 #define ZEPJP_SRC_JPEG_COLOR_PLANE_ROWS_H_
 
@@ -8,7 +8,7 @@
 
 namespace zepjp {
 
-// A row kernel: a pointer for each plane, the number of pixels.
+// A row kernel converts `width` pixels; it gets a pointer for each plane.
 using RowFunction = void (*)(const uint8_t* const* src, uint8_t* const* dst, size_t width);
 
 // Row `y` of each of `kCount` planes.
@@ -28,7 +28,7 @@ void ConvertOneRow(RowFunction kernel, const uint8_t* const* src, int32_t src_st
   kernel(from.rows, to.rows, static_cast<size_t>(roi.width));
 }
 
-// All rows on the calling thread.
+// Converts all rows on the calling thread.
 template <int kSources, int kTargets>
 void ConvertSerial(RowFunction kernel, const uint8_t* const* src, int32_t src_step,
                    uint8_t* const* dst, int32_t dst_step, zepiSize roi) {
@@ -37,8 +37,8 @@ void ConvertSerial(RowFunction kernel, const uint8_t* const* src, int32_t src_st
   }
 }
 
-// Checks pointers, steps and sizes (`unfit_size`: they are bad for another reason), then converts,
-// row-parallel.
+// Checks pointers, steps and sizes, then converts the rows in parallel. `unfit_size`: the caller
+// has found the size invalid for a reason of its own.
 template <int kSources, int kTargets>
 zepStatus ConvertParallel(RowFunction kernel, const uint8_t* const* src, int32_t src_step,
                           uint8_t* const* dst, int32_t dst_step, zepiSize roi,

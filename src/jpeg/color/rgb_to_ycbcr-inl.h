@@ -1,8 +1,13 @@
 // SPDX-License-Identifier: MIT
-// The forward conversion of pixels in registers. Included once per instruction set.
+// The conversion of RGB to YCbCr (ITU-T T.871) on vectors. Included once per instruction set.
 //
-// Each output is (c0 x0 + c1 x1 + c2 x2 + round) >> shift, clamped to 0..255: two dot products of
-// 16-bit pairs in 32-bit lanes.
+// Each output is (c0 x0 + c1 x1 + c2 x2 + round) >> shift, clamped to 0..255, as two dot products
+// of 16-bit pairs in 32-bit lanes. `round` holds about half a unit, for chroma also the offset of
+// 128. There are two sets of coefficients, scaled by 2^15 and by 2^14. Sums stay below 2^25, also
+// for groups of four pixels.
+//
+// Variants need no other kernels: BGR order, inverted inks and sums over groups of pixels only
+// change the coefficients, `round` or `shift`.
 #ifndef ZEPJP_SRC_JPEG_COLOR_RGB_TO_YCBCR_RULES
 #define ZEPJP_SRC_JPEG_COLOR_RGB_TO_YCBCR_RULES
 #include <cstdint>
@@ -33,7 +38,7 @@ constexpr Rule Reversed(Rule rule) {
   return {rule.shift, Reversed(rule.y), Reversed(rule.cb), Reversed(rule.cr)};
 }
 
-// The rule for channels v that stand for 255 - v.
+// The rule for inks: each channel v counts as 255 - v.
 constexpr Component Inverted(Component c) {
   const auto minus = [](int16_t v) { return static_cast<int16_t>(-v); };
   return {minus(c.c0), minus(c.c1), minus(c.c2), c.round + 255 * (c.c0 + c.c1 + c.c2)};
@@ -42,7 +47,7 @@ constexpr Rule Inverted(Rule rule) {
   return {rule.shift, Inverted(rule.y), Inverted(rule.cb), Inverted(rule.cr)};
 }
 
-// The rule for sums of 2^log2 pixels.
+// The rule for sums over 2^log2 pixels: it also divides by their number.
 constexpr Rule Summed(Rule rule, int log2) {
   for (Component* c : {&rule.y, &rule.cb, &rule.cr}) c->round <<= log2;
   rule.shift += log2;
@@ -84,7 +89,8 @@ HWY_INLINE V8 Convert(const Pairs& p, const Component& c) {
       PackBlocks(Dot<kShift>(p.first[2], p.second[2], c), Dot<kShift>(p.first[3], p.second[3], c)));
 }
 
-// Sums of groups of 2 x kRows pixels: of kPixels pixels of each row kPixels / 2 groups, as pairs.
+// Sums over groups of 2 x kRows pixels, as pairs of channels: kPixels / 2 groups from kPixels
+// pixels of each row.
 struct GroupPairs {
   V16 first[2], second[2];
 };

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
-// RGB and CMYK to the colour spaces of JPEG files.
+// RGB to YCbCr and CMYK to YCCK (ITU-T T.871), in full and with reduced chroma. The arithmetic is
+// in rgb_to_ycbcr-inl.h.
 //
-// Within a row the first 8 * floor(width / 8) pixels take coefficients scaled by 2^15, the rest
-// those scaled by 2^14.
+// Within a row the first 8 * floor(width / 8) pixels are converted with coefficients scaled by
+// 2^15, the rest with those scaled by 2^14; so the interface defines it. Functions for inks and
+// 16-bit pixels use 2^14 throughout. Reduced chroma comes from sums over 2x1 or 2x2 pixels, rounded
+// once.
 #include "jpeg/color/plane_rows.h"
 #include "simd/dispatch.h"
 
@@ -15,8 +18,8 @@
 namespace zepjp {
 namespace {
 
-// The functions that reduce chroma take the rows of a group first (one or two of the source, as
-// many of Y) and then Cb and Cr.
+// The kernels that reduce chroma get one or two source rows, and as destinations the same number of
+// rows of Y, then Cb, then Cr.
 struct Kernels {
   RowFunction rgb_c3, bgr_c3, rgb_c4, bgr_c4, rgb_p3;
   RowFunction rgb_to_y_c3, bgr_to_y_c3, rgb_to_y_c4, bgr_to_y_c4, rgb_to_y_p3;
@@ -26,7 +29,7 @@ struct Kernels {
   RowFunction rgb_c3_422, rgb_c4_422, bgr_c3_422, bgr_c4_422;
 };
 
-// The pair of rules of a row's full groups of eight pixels and of its rest.
+// The rules for the full groups of eight pixels of a row, and for the rest.
 struct RgbOrder {
   static constexpr Rule kGroups = k15Bits, kRest = k14Bits;
 };
@@ -135,7 +138,7 @@ struct ReducingStep {
   }
 };
 
-// Rows too short for a step: the same step on copies.
+// Converts rows that are too short for a step, on copies.
 template <class Step, class Source, int kRows>
 HWY_NOINLINE void ReduceShortRow(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
   HWY_ALIGN uint8_t in[kRows][Step::kStep * Source::kBytes];
@@ -151,7 +154,7 @@ HWY_NOINLINE void ReduceShortRow(const uint8_t* const* src, uint8_t* const* dst,
   for (int i = 0; i < kRows + 2; ++i) CopyBytes(out[i], dst[i], i < kRows ? width : width / 2);
 }
 
-// Chroma of groups of 2 x kRows pixels; a last odd column has luminance only.
+// Converts rows with chroma from groups of 2 x kRows pixels; a last odd column gets luminance only.
 template <class Source, class Order, int kRows>
 void ReducingRow(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
   using Step = ReducingStep<Source, Order, kRows>;
@@ -235,7 +238,7 @@ zepStatus Convert422(RowFunction kernel, const uint8_t* src, int32_t src_step, u
   return roi.width % 2 != 0 ? zepStatusOddSizeWarning : zepStatusOk;
 }
 
-// `luminance` serves a last row that has no chroma.
+// `luminance` converts a last odd row, which has no chroma.
 zepStatus Convert411(RowFunction kernel, RowFunction luminance, const uint8_t* src,
                      int32_t src_step, uint8_t* const* dst, int32_t dst_step, zepiSize roi) {
   if (auto bad = Checks().Ptr(src).Planes(dst, 3).Size(roi, 2, 2).Failed()) return bad;

@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: MIT
-// Halving and doubling of planes.
+// Halving and doubling of planes, as JPEG codecs do it with chroma.
 //
-// Down: the rounded mean of two or four samples. Up: the triangle filter, weights 3/4 and 1/4 in
-// each direction; a sample at an edge stands for its missing neighbour.
+//   down (a + b + 1) >> 1, or (a + b + c + d + 2) >> 2: the rounded mean of 2x1 or 2x2 samples up
+//   (3 near + far + 2) >> 2 in a row; with rows (9 a + 3 b + 3 c + d + 8) >> 4, rounded once:
+//          the triangle filter, weights 3/4 and 1/4 in each direction. At an edge the near sample
+//          also serves as the missing far one.
+//
+// All sums fit 16-bit lanes: at most 16 * 255 + 8.
 #include "frame/checks.h"
 #include "frame/rows.h"
 #include "simd/dispatch.h"
@@ -16,8 +20,8 @@
 namespace zepjp {
 namespace {
 
-// One row of the destination from one or two of the source (up: near, far). `width` is the smaller
-// one.
+// Makes one row from one or two source rows (up: the near row, then the far one). `width` is the
+// smaller of the two widths.
 using SamplingRow = void (*)(const uint8_t* const* src, uint8_t* dst, size_t width);
 
 struct Kernels {
@@ -37,7 +41,7 @@ using D16 = hn::ScalableTag<int16_t>;
 using V8 = hn::VFromD<D8>;
 using V16 = hn::VFromD<D16>;
 
-constexpr size_t kSamples = hn::MaxLanes(D8());  // in a step, counted in the smaller width
+constexpr size_t kSamples = hn::MaxLanes(D8());  // in a step, of the row of smaller width
 
 // The rounded mean of 2 x kRows samples.
 template <int kRows>
@@ -68,7 +72,7 @@ HWY_INLINE Sums Weighted(V8 near, V8 far) {
           PairDot<3, 1>(hn::InterleaveUpper(d8, near, far))};
 }
 
-// Even and odd results next to one another: two neighbours for each sample.
+// Stores even and odd results in turns: two for each source sample.
 HWY_INLINE void StorePairs(V16 even_low, V16 odd_low, V16 even_high, V16 odd_high, uint8_t* to) {
   const D8 d8;
   const V8 low = hn::BitCast(d8, hn::Or(even_low, hn::ShiftLeft<8>(odd_low)));
@@ -77,10 +81,11 @@ HWY_INLINE void StorePairs(V16 even_low, V16 odd_low, V16 even_high, V16 odd_hig
   StoreBlocks(high, d8, to + 16, 32);
 }
 
-// Both filters go by gaps between neighbours: the gap after sample i gives the results 2 i + 1,
-// near to sample i, and 2 i + 2, near to sample i + 1. The first and the last result have no gap.
+// Both triangle filters process the gaps between neighbours. The gap after sample i gives the
+// results 2i + 1, near sample i, and 2i + 2, near sample i + 1. The first and the last result are
+// outside all gaps and computed on their own.
 
-// src: the row, and the row from its second sample on.
+// src: the row, and the row from its second sample.
 HWY_INLINE void UpGapsH2V1(const uint8_t* const* src, uint8_t* const* dst, size_t x) {
   const D8 d8;
   const V8 left = hn::LoadU(d8, src[0] + x);
@@ -107,7 +112,7 @@ HWY_INLINE V16 Blend(V16 near, V16 far) {
   return hn::ShiftRight<4>(hn::Add(sum, hn::Set(D16(), 8)));
 }
 
-// src: the near and the far row, and both from their second samples on.
+// src: the near and the far row, then both from their second samples.
 HWY_INLINE void UpGapsH2V2(const uint8_t* const* src, uint8_t* const* dst, size_t x) {
   const D8 d8;
   const Sums left = Weighted(hn::LoadU(d8, src[0] + x), hn::LoadU(d8, src[1] + x));
@@ -116,7 +121,7 @@ HWY_INLINE void UpGapsH2V2(const uint8_t* const* src, uint8_t* const* dst, size_
              Blend(right.high, left.high), dst[0] + 2 * x);
 }
 
-// A result at an edge: its neighbour in the row is the sample itself.
+// A result at an edge: the near sample is also the far one in its row, 9 + 3 = 12 = 4 * 3.
 HWY_INLINE uint8_t EdgeH2V2(const uint8_t* const* src, size_t x) {
   return static_cast<uint8_t>((4 * (3 * src[0][x] + src[1][x]) + 8) >> 4);
 }
@@ -150,7 +155,7 @@ Kernels kernels;
 
 ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 
-// `large` and `small` are in the ratio of 2 : 1 in width and kRows : 1 in height.
+// Whether the widths are in the ratio 2 : 1 and the heights in the ratio kRows : 1.
 template <int kRows>
 bool Fit(zepiSize large, zepiSize small) {
   return int64_t{small.width} * 2 == large.width && int64_t{small.height} * kRows == large.height;
@@ -229,7 +234,7 @@ zepStatus ZEP_CALL zepiSampleUpH2V2_JPEG_8u_C1R(const uint8_t* pSrc, int32_t src
 namespace zepjp {
 namespace {
 
-// A row of any width: the last sample of an odd one stands for its missing neighbour.
+// Halves a row of any width; the last sample of an odd row also serves as its missing neighbour.
 template <int kRows>
 zepStatus DownRow(SamplingRow kernel, const uint8_t* const (&src)[kRows], int32_t src_width,
                   uint8_t* dst) {

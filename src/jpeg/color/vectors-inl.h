@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The registers of colour conversion. Included once per instruction set.
+// Vector types of the colour conversions. Included once per instruction set.
 #if defined(ZEPJP_SRC_JPEG_COLOR_VECTORS_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #  ifdef ZEPJP_SRC_JPEG_COLOR_VECTORS_INL_H_
 #    undef ZEPJP_SRC_JPEG_COLOR_VECTORS_INL_H_

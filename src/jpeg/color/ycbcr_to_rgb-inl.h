@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-// The inverse conversion of pixels in registers. Included once per instruction set.
+// The conversion of YCbCr to RGB (ITU-T T.871) on vectors. Included once per instruction set.
 //
-// With u = Cb - 128, v = Cr - 128:
-//   R = Y + ((22970 v + 8192) >> 14)
-//   G = Y + ((-5638 u - 11700 v + 8192) >> 14)
-//   B = Y + ((29032 u + 8192) >> 14)
-// each clamped to 0..255. (Y << 14 leaves the shift unrounded.) All in 16-bit lanes but G's sum: a
-// rounding fixed-point product gives (a b + 2^14) >> 15, which is R's and B's term for a = 2 v, 2
-// u.
+// With u = Cb - 128, v = Cr - 128: R = Y + ((22970 v + 8192) >> 14) G = Y + ((-5638 u - 11700 v +
+//   8192) >> 14) B = Y + ((29032 u + 8192) >> 14) each clamped to 0..255. Y is not part of the
+//   rounded sums, because 2^14 Y has no fraction to round.
+//
+// Almost everything fits 16-bit lanes: the rounding fixed-point product (a b + 2^14) >> 15 is the
+// term of R for a = 2v and that of B for a = 2u, with |a| <= 256. Only the sum of two products in
+// G's term needs 32-bit lanes.
 #if defined(ZEPJP_SRC_JPEG_COLOR_YCBCR_TO_RGB_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #  ifdef ZEPJP_SRC_JPEG_COLOR_YCBCR_TO_RGB_INL_H_
 #    undef ZEPJP_SRC_JPEG_COLOR_YCBCR_TO_RGB_INL_H_
@@ -21,7 +21,8 @@ ZEP_BEFORE_NAMESPACE();
 namespace zepjp::HWY_NAMESPACE {
 namespace {
 
-// Half of the pixels of a step: 128-bit block b of half h holds the pixels 16 b + 8 h .. + 7.
+// Half of the pixels of a step: block b (128 bits) of half h holds the pixels 16b + 8h to
+// 16b + 8h + 7.
 struct Half {
   V16 y, u2, v2;  // Y, 2 (Cb - 128), 2 (Cr - 128)
 };
@@ -59,7 +60,7 @@ HWY_INLINE Rgb Convert(const Half& low, const Half& high) {
   return {PackBlocks(a.r, b.r), PackBlocks(a.g, b.g), PackBlocks(a.b, b.b)};
 }
 
-// 2 (chroma - 128), from unsigned to signed 16-bit lanes.
+// 2 (chroma - 128) as signed 16-bit lanes.
 HWY_INLINE V16 Centred(V16 chroma) {
   return hn::Sub(hn::ShiftLeft<1>(chroma), hn::Set(D16(), 256));
 }

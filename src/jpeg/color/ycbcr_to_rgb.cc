@@ -1,5 +1,9 @@
 // SPDX-License-Identifier: MIT
-// The colour spaces of JPEG files to RGB and CMYK, planes to pixels.
+// YCbCr to RGB and YCCK to CMYK (ITU-T T.871), from planes to pixels of several layouts. The
+// arithmetic is in ycbcr_to_rgb-inl.h.
+//
+// Planes Cb and Cr may have half the width, or half of both sizes. Then pixels share chroma
+// samples; nothing is interpolated.
 #include "frame/checks.h"
 #include "frame/rows.h"
 #include "jpeg/color/plane_rows.h"
@@ -14,7 +18,7 @@
 namespace zepjp {
 namespace {
 
-// A row of pixels of planes Y, Cb, Cr; the kinds without a fourth channel ignore `alpha`.
+// Converts a row of planes Y, Cb, Cr to pixels; kernels without a fourth channel ignore `alpha`.
 using PixelRow = void (*)(const uint8_t* const* src, uint8_t* dst, size_t width, uint8_t alpha);
 
 struct Kernels {
@@ -23,7 +27,7 @@ struct Kernels {
   RowFunction c2_to_rgb;
   PixelRow rgbx, bgrx;
   PixelRow rgb555, bgr555, rgb565, bgr565;
-  PixelRow half_rgb, half_bgr, half_rgbx, half_bgrx;  // Cb and Cr of half the width
+  PixelRow half_rgb, half_bgr, half_rgbx, half_bgrx;  // for Cb and Cr of half the width
 };
 
 }  // namespace
@@ -34,7 +38,7 @@ ZEP_BEFORE_NAMESPACE();
 namespace zepjp::HWY_NAMESPACE {
 namespace {
 
-// Separate planes; a fourth is not part of the conversion.
+// Separate planes Y, Cb, Cr.
 struct PlanarYcc : Span<3, 1> {
   static HWY_INLINE Rgb Load(const uint8_t* const* src, size_t x) {
     const D8 d8;
@@ -42,7 +46,7 @@ struct PlanarYcc : Span<3, 1> {
   }
 };
 
-// Planes Cb and Cr of half the width: pixels 2 i and 2 i + 1 share sample i; `x` is even.
+// Planes Cb and Cr of half the width: pixels 2i and 2i + 1 share sample i. `x` is even.
 struct HalfYcc {
   static HWY_INLINE V8 Twice(const uint8_t* chroma) {
     const hn::RepartitionToWide<D8> d16;
@@ -87,7 +91,7 @@ struct ToRgbx : Span<1, 4> {
   }
 };
 
-// 16-bit pixels of the upper 5, kGreenBits and 5 bits, the first channel highest.
+// 16-bit pixels of the upper 5, kGreenBits and 5 bits of the channels, the first channel highest.
 template <int kGreenBits>
 struct ToPacked : Span<1, 2> {
   static HWY_INLINE V16 Word(V16 first, V16 second, V16 third) {
@@ -136,7 +140,8 @@ void ConvertPixels(const uint8_t* const* src, uint8_t* dst, size_t width, uint8_
   ForElements<kPixels, PlanarYcc, Target>(src, &dst, 0, width, step);
 }
 
-// Pixels from the even `begin` on, fewer than a step, by way of copies.
+// Converts the pixels from `begin`, which is even, to `end` - 1 on copies; they are fewer than a
+// step.
 template <class Target>
 HWY_NOINLINE void ConvertFewOfHalf(const uint8_t* const* src, uint8_t* dst, size_t begin,
                                    size_t end, uint8_t alpha) {
@@ -213,7 +218,7 @@ Kernels kernels;
 ZEP_AT_LOAD
 void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 
-// Planes of one size.
+// Converts planes of equal size.
 zepStatus ConvertPlanes(PixelRow kernel, const uint8_t* const* src, int32_t src_step, uint8_t* dst,
                         int32_t dst_step, zepiSize roi, uint8_t alpha = 0) {
   if (auto bad =
@@ -232,7 +237,8 @@ zepStatus ConvertPacked(PixelRow kernel, const uint8_t* const* src, int32_t src_
   return ConvertPlanes(kernel, src, src_step, reinterpret_cast<uint8_t*>(dst), dst_step, roi);
 }
 
-// Cb and Cr of half the width and 1 / kRows of the height, with steps of their own.
+// Converts planes with Cb and Cr of half the width and 1 / kRows of the height; each plane has its
+// own step.
 template <int kRows>
 zepStatus ConvertHalf(PixelRow kernel, const uint8_t* const* src, const int32_t* src_step,
                       uint8_t* dst, int32_t dst_step, zepiSize roi, uint8_t alpha = 0) {

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
-// What the forward and the inverse DCT share: 8x8 blocks of 16-bit values in registers, and the
-// tables of their passes over rows. Included once per instruction set.
+// The parts that the forward and the inverse fixed-point DCT share: 8x8 blocks of 16-bit values in
+// registers, and the tables of their row passes. Included once per instruction set.
 //
-// Both transforms go over columns in 16-bit lanes and over rows in 32-bit dot products. The column
-// pass factors cosines out of its sums, so that the row of index 1 or 7 is left to be scaled by
-// sqrt2 cos(pi/16), 2 or 6 by sqrt2 cos(2 pi/16), 3 or 5 by sqrt2 cos(3 pi/16): the row pass has a
-// table for each of these groups.
+// Both transforms have a column pass in 16-bit lanes and a row pass in 32-bit dot products. The
+// column pass is in tangent form: a rotation (x cos a + y sin a) becomes (x + y tan a), which needs
+// one product less, and the factor cos a is left over. So the column pass lacks a scale that
+// depends on the row of the coefficients: sqrt2 cos(pi/16) in rows 1 and 7, sqrt2 cos(2 pi/16) in
+// rows 2 and 6, sqrt2 cos(3 pi/16) in rows 3 and 5, and 1 in rows 0 and 4. The factors of the row
+// pass include that scale, with a table for each of the four groups of rows.
 
 #ifndef ZEPJP_SRC_JPEG_DCT_BLOCK_CONSTANTS
 #define ZEPJP_SRC_JPEG_DCT_BLOCK_CONSTANTS
@@ -33,13 +35,14 @@ constexpr int16_t Weight(int row, int x, int u) {
   return folded < 8 ? cosines[folded] : static_cast<int16_t>(-cosines[16 - folded]);
 }
 
-// For each row the factors of four dot products of pairs.
+// For each row, the factors of four dot products of pairs.
 struct RowTable {
   alignas(64) int16_t factors[4][8][8];
 };
 
-// Frequencies 0 to 3, then 4 to 7; the even ones from sums of mirrored samples, the odd ones from
-// their differences: for either four the factors of samples 0 and 1, then of 2 and 3.
+// Even frequencies come from sums of mirrored samples, odd ones from their differences. Products 0
+// and 1 give the frequencies 0 to 3, products 2 and 3 the frequencies 4 to 7; the first of each two
+// has the factors of samples 0 and 1, the second those of samples 2 and 3.
 constexpr RowTable MakeForwardTable() {
   RowTable table = {};
   for (int which = 0; which < 4; ++which) {
@@ -52,8 +55,8 @@ constexpr RowTable MakeForwardTable() {
   return table;
 }
 
-// The frequencies (0, 2) and (4, 6) give the even parts of the samples 0..3, (1, 3) and (5, 7) the
-// odd parts.
+// Products 0 and 1, of the frequencies (0, 2) and (4, 6), give the even parts of the samples 0 to
+// 3; products 2 and 3, of the frequencies (1, 3) and (5, 7), the odd parts.
 constexpr RowTable MakeInverseTable() {
   RowTable table = {};
   for (int row = 0; row < 8; ++row) {
@@ -91,7 +94,7 @@ namespace {
 
 using DRow = hn::FixedTag<int16_t, 8>;  // one row
 using VRow = hn::VFromD<DRow>;
-using D16 = hn::CappedTag<int16_t, 16>;  // one row, or two (four turn out slower)
+using D16 = hn::CappedTag<int16_t, 16>;  // one row, or two (four were slower)
 using D32 = hn::RepartitionToWide<D16>;
 using V16 = hn::VFromD<D16>;
 using V32 = hn::VFromD<D32>;
@@ -103,7 +106,7 @@ struct Rows {
   VRow row[8];
 };
 
-// Successive rows in one register.
+// Joins successive rows in one register.
 HWY_INLINE V16 JoinRows(const VRow* rows) {
 #if HWY_TARGET <= HWY_AVX2 && HWY_ARCH_X86
   return hn::Combine(D16(), rows[1], rows[0]);
@@ -126,7 +129,7 @@ HWY_INLINE V16 Factors(const RowTable& table, int which, int vector) {
   return hn::Load(D16(), &table.factors[which][vector * kRowsInVector][0]);
 }
 
-// Lanes of each row in the order of `order`.
+// A permutation of the eight lanes of each row.
 struct LaneOrder {
   alignas(16) uint8_t bytes[16];
 };

@@ -1,9 +1,14 @@
 // SPDX-License-Identifier: MIT
-// The 8x8 DCT in single precision: each sum and product is rounded in a fixed order, so that every
-// instruction set gives the same bits. Included once per instruction set.
+// The 8x8 DCT (ITU-T T.81, A.3.3) in single precision, for samples of 12 bits. Sums and products
+// are rounded in a fixed order, so that every instruction set gives the same bits. Included once
+// per instruction set.
 //
-// One pass is 2 sqrt2 times the orthonormal transform, and its inverse the transposed flow graph:
-// both passes leave a factor of 8.
+// A pass transforms all columns at the same time by a flow graph of butterflies (x + y, x - y),
+// three rotations and two products with cos(pi/4). The inverse pass is the transposed flow graph. A
+// transform is a pass, a transposition, and another pass. One pass is 2 sqrt2 times the orthonormal
+// transform, so two passes leave a factor of 8, which the callers remove with the final scale.
+//
+// Samples and their sums are exact; each product and each sum after it is rounded to 24 bits.
 
 #if defined(ZEPJP_SRC_JPEG_DCT_FLOAT_DCT_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #  ifdef ZEPJP_SRC_JPEG_DCT_FLOAT_DCT_INL_H_
@@ -23,16 +28,17 @@ using VWords = hn::VFromD<DWords>;
 using DFloat = hn::CappedTag<float, 8>;  // a row, or half of it
 using VFloat = hn::VFromD<DFloat>;
 
-// Loops over parts are unrolled, or arrays of vectors would live in memory.
+// Loops over parts are unrolled, because otherwise compilers keep the arrays of vectors in memory.
 constexpr int kParts = static_cast<int>(8 / hn::MaxLanes(DFloat()));
 
-// Columns side by side: rows 0 to 7 of each part of the columns.
+// A block as columns side by side: rows 0 to 7 of each part of the columns.
 struct FloatBlock {
   static constexpr int kPartCount = kParts;
   VFloat part[kParts][8];
 };
 
-// Twice to exchange rows and columns of a vector's 128-bit blocks of floats, three times for words.
+// Interleaves the first half of the rows with the second half. Two calls transpose 4x4 floats in
+// each 128-bit block.
 template <int kRows, class V>
 HWY_INLINE void Interleave(V (&rows)[kRows]) {
   const hn::DFromV<V> d;
@@ -44,7 +50,7 @@ HWY_INLINE void Interleave(V (&rows)[kRows]) {
   }
 }
 
-// Both lines if there is room, else the first.
+// Both rows in one vector if it has room, else the first.
 template <class D>
 HWY_INLINE hn::VFromD<D> JoinLines(D d, VWords first, VWords second) {
   if constexpr (kParts == 1) {
@@ -55,8 +61,9 @@ HWY_INLINE hn::VFromD<D> JoinLines(D d, VWords first, VWords second) {
   }
 }
 
-// The quarter in rows 4 i to 4 i + 3 of a half of the columns; where a vector holds a whole row,
-// beside it the one in rows 4 to 7. (A template, so that only one of the ways is compiled.)
+// The 4x4 quarter in rows 4i to 4i + 3 of one half of the columns. If a vector holds a whole row,
+// the quarter in rows 0 to 3 and beside it the one in rows 4 to 7. (A template, so that only one of
+// the two ways is compiled.)
 template <class Block>
 HWY_INLINE void GetQuarter(const Block& in, int half, int i, VFloat (&rows)[4]) {
   for (int y = 0; y < 4; ++y) {
@@ -87,11 +94,12 @@ HWY_INLINE FloatBlock Transposed(const FloatBlock& in) {
   return out;
 }
 
-// As floats in units of 2^-16: a word over 16 zero bits is its value times 2^16, which costs no sign extension.
+// Words become floats in units of 2^-16: a word above 16 zero bits is its value times 2^16, which
+// saves a sign extension.
 constexpr int kWordShift = 16;
 
-// Lines of words with rows and columns exchanged. A vector of words holds one line, or two that are four apart:
-// each of its 128-bit blocks gives the same four places of a part.
+// Transposes rows of words and converts them to floats. A vector of words holds one row, or two
+// rows that are four apart, so that each of its 128-bit blocks gives the same four lanes of a part.
 HWY_INLINE FloatBlock TransposedFloats(const VWords (&rows)[8]) {
   const hn::Repartition<int16_t, DFloat> d;
   const hn::RebindToSigned<DFloat> d32;
@@ -113,8 +121,9 @@ HWY_INLINE FloatBlock TransposedFloats(const VWords (&rows)[8]) {
   return block;
 }
 
-// v / 2^kShift + offset to the nearest integer, halves to even: in a sum with 3/2 2^(23 + kShift)
-// the mantissa counts units of 2^kShift. |v| < 2^(22 + kShift).
+// v / 2^kShift + offset, rounded to the nearest integer, halves to even. In the sum of v and 1.5 *
+// 2^(23 + kShift) the lowest bit of the mantissa is worth 2^kShift, so the addition rounds, and the
+// bits of the sum minus those of the constant are the integer. |v| < 2^(22 + kShift).
 template <int kShift>
 HWY_INLINE auto NearestUnits(VFloat v, int32_t offset) {
   constexpr float kUnits = 1.5F * (1 << 23) * (1 << kShift);
@@ -124,7 +133,7 @@ HWY_INLINE auto NearestUnits(VFloat v, int32_t offset) {
   return hn::Sub(hn::BitCast(d32, hn::Add(v, units)), zero);
 }
 
-// Calls store(y, row) for the rows of such integers, saturated.
+// Calls store(y, row) for each row of NearestUnits(), saturated to 16 bits.
 template <int kShift, class Block, class Store>
 HWY_INLINE void StoreWords(const Block& block, int32_t offset, const Store& store) {
   const auto units = [=](VFloat v) ZEP_ATTR { return NearestUnits<kShift>(v, offset); };
@@ -141,8 +150,8 @@ HWY_INLINE void StoreWords(const Block& block, int32_t offset, const Store& stor
   }
 }
 
-// The rotation by k pi/16 with a reflection, which is its own inverse, times sqrt2. The factors are
-// sqrt2 cos(k pi / 16) and sqrt2 sin(k pi / 16).
+// A rotation by k pi/16 combined with a reflection, which makes it its own inverse, times sqrt2.
+// The factors are sqrt2 cos(k pi/16) and sqrt2 sin(k pi/16).
 HWY_INLINE void Reflect(VFloat& x, VFloat& y, float cosine, float sine) {
   const VFloat c = hn::Set(DFloat(), cosine);
   const VFloat s = hn::Set(DFloat(), sine);

@@ -1,9 +1,15 @@
 // SPDX-License-Identifier: MIT
 // Forward DCT with quantization (ITU-T T.81, A.3.3 and A.3.4).
 //
+//   F(u,v) = 1/4 C(u) C(v) sum f(x,y) cos((2x+1) u pi / 16) cos((2y+1) v pi / 16)
+//   result = F q / 2^15, rounded to the nearest integer, halves to even; q is about 2^15 / step
+//
 // Samples of 8 bits: a column pass in 16-bit lanes in tangent form, a row pass in 32-bit dot
-// products that removes the scale which the column pass leaves, and the quantization, all on
-// registers. Samples of 12 bits: two products with the matrix of cosines in single precision.
+// products that also removes the scale which the column pass leaves (block-inl.h), and the
+// quantization, all in registers. The column pass works on samples times 8. Without the level shift
+// its sums of samples stay below 2^14; arbitrary 16-bit values saturate.
+//
+// Samples of 12 bits: the flow graph of float_dct-inl.h in single precision.
 #include "frame/checks.h"
 #include "frame/rows.h"
 #include "simd/dispatch.h"
@@ -32,8 +38,8 @@ ZEP_BEFORE_NAMESPACE();
 namespace zepjp::HWY_NAMESPACE {
 namespace {
 
-// What the input of the column pass is: any values, or unsigned samples, for which no sum leaves 16
-// bits and the level shift is a constant in the sum of all rows.
+// The input of the column pass: any 16-bit values, or unsigned samples. Sums of samples fit 16
+// bits, and the level shift only changes the sum of all rows, by a constant.
 enum class Input { kValues, kSamples };
 
 // v << kBits, saturated.
@@ -50,10 +56,10 @@ constexpr int16_t kTan1 = 13036, kTan2 = 27146, kTan3Less1 = -21746, kHalfCos4 =
 HWY_INLINE VRow MulHigh(VRow v, int16_t factor) { return hn::MulHigh(v, hn::Set(DRow(), factor)); }
 HWY_INLINE VRow TimesTan3(VRow v) { return hn::SaturatedAdd(MulHigh(v, kTan3Less1), v); }
 
-// A product that was cut off below is half a unit too small in the mean; this makes up for it.
+// A truncated product is half a unit too small on average; setting the lowest bit compensates that.
 HWY_INLINE VRow Rounded(VRow v) { return hn::Or(v, hn::Set(DRow(), 1)); }
 
-// Sums and differences of rows that mirror one another.
+// Sums and differences of mirrored rows.
 struct Mirrored {
   VRow sum[4], difference[4];  // of rows 0 and 7, 1 and 6, 2 and 5, 3 and 4
 };
@@ -73,7 +79,8 @@ HWY_INLINE void EvenRows(const Mirrored& m, Rows& out) {
   const VRow p12 = hn::SaturatedAdd(m.sum[1], m.sum[2]);
   const VRow m03 = Scale<kInput, 3>(hn::SaturatedSub(m.sum[0], m.sum[3]));
   const VRow m12 = Scale<kInput, 3>(hn::SaturatedSub(m.sum[1], m.sum[2]));
-  // Without a product the scale comes last: two scaled sums that saturate would cancel.
+  // Rows 0 and 4 have no product. They are scaled last, because two scaled sums that both saturated
+  // would cancel.
   out.row[0] = Scale<kInput, 3>(hn::SaturatedAdd(p03, p12));
   if constexpr (kInput == Input::kSamples) {
     out.row[0] = hn::Sub(out.row[0], hn::Set(DRow(), 8 * 8 * 128));
@@ -83,8 +90,8 @@ HWY_INLINE void EvenRows(const Mirrored& m, Rows& out) {
   out.row[6] = Rounded(hn::SaturatedSub(MulHigh(m03, kTan2), m12));
 }
 
-// Each row has the errors of three products, which are all truncated. Their signs make the errors
-// cancel in the mean: it costs nothing, and the mean square error is less than with Rounded.
+// Each row contains the errors of three truncated products. The signs of the terms are chosen so
+// that these errors cancel on average; the mean square error is smaller than with Rounded.
 template <Input kInput>
 HWY_INLINE void OddRows(const Mirrored& m, Rows& out) {
   const VRow d07 = Scale<kInput, 3>(m.difference[0]);
@@ -103,9 +110,9 @@ HWY_INLINE void OddRows(const Mirrored& m, Rows& out) {
   out.row[5] = hn::SaturatedAdd(TimesTan3(m765), m465);
 }
 
-// (a0 b0 + a1 b1 + 2^19) >> 20 of dot products of pairs. From samples it fits in 32 bits. Values
-// that saturate the columns lead up to 2^32: no single dot product leaves 32 bits (two factors are
-// less than 2^16 together), and neither does half the sum, floor((x + y) / 2).
+// (a0 b0 + a1 b1 + 2^19) >> 20, where a b is a dot product of pairs. For samples the sum fits 32
+// bits. For values that saturate the columns it may reach 2^32. But a single dot product fits (two
+// factors add up to less than 2^16), and so does half the sum, floor((x + y) / 2).
 template <Input kInput>
 HWY_INLINE V32 RoundedDots(V16 a0, V16 b0, V16 a1, V16 b1) {
   const D32 d;
@@ -117,8 +124,9 @@ HWY_INLINE V32 RoundedDots(V16 a0, V16 b0, V16 a1, V16 b1) {
   return hn::ShiftRight<19>(hn::Add(half, hn::Set(d, 1 << 18)));
 }
 
-// Sums and differences of mirrored samples in pairs, (s0 s1)(d0 d1) and (s2 s3)(d2 d3), each twice:
-// with the factors of the frequencies 0 to 3, then 4 to 7, they give a row in its order.
+// The row pass takes sums and differences of mirrored samples as pairs, (s0 s1)(d0 d1) and (s2
+// s3)(d2 d3), each twice in a row: their dot products with the factors of the frequencies 0 to 3,
+// then 4 to 7, are in the order of the row.
 template <Input kInput>
 HWY_INLINE V16 RowPass(V16 rows, int vector) {
   static constexpr LaneOrder kReverse = MakeLaneOrder(7, 6, 5, 4, 3, 2, 1, 0);
@@ -136,10 +144,11 @@ HWY_INLINE V16 RowPass(V16 rows, int vector) {
   return PackBlocks(dot(0), dot(2));
 }
 
-// p = q c, (p + 2^14 - 1 + bit 15 of p) >> 15, saturated, in 16-bit lanes. The fixed-point product
-// is (c q' + 2^14) >> 15 for the signed q' of the same bits; it differs only for a tie that belongs
-// down, p = 2^14 modulo 2^16. Where q is 2^15 or more, q' = q - 2^16 leaves 2 c to be added, once
-// without and once with saturation: the first sum lies between 0 and c.
+// Quantizes in 16-bit lanes: (p + 2^14 - 1 + bit 15 of p) >> 15 for p = q c, saturated. The
+// rounding fixed-point product is (c q' + 2^14) >> 15 with q' the signed value of q's bits. It
+// differs only for ties that must be rounded down, where p = 2^14 modulo 2^16; `tie` is -1 there.
+// If q is 2^15 or more, q' = q - 2^16, and 2c is missing. c is added twice: the first sum cannot
+// overflow, because it lies between 0 and c, and the second one saturates.
 HWY_INLINE V16 Quantize(V16 c, const uint16_t* table) {
   const D16 d;
   const V16 q = hn::BitCast(d, hn::LoadU(hn::RebindToUnsigned<D16>(), table));
@@ -177,9 +186,10 @@ void ForwardSamples8(const uint8_t* src, int32_t step, int16_t* dst, const uint1
   Transform<Input::kSamples>(x, dst, table);
 }
 
-// Reciprocals q of as many lines as a vector of words holds, as q 2^-34 for each part of each line: under the
-// exponent of 2^-11 the lowest bit of a mantissa stands for 2^-34. The results of the two passes are in units
-// of 2^-3 2^-16, and q in units of 2^-15: the products are whole steps.
+// The reciprocals q for the rows that a vector of words holds, as floats q 2^-34 for each part. The
+// lowest bit of a mantissa with the exponent of 2^-11 is worth 2^-34, so q only has to be put
+// there. The two passes leave units of 2^-3 * 2^-16, and q is in units of 2^-15: the products are
+// in units of one step.
 struct Reciprocals {
   VFloat part[2];
 };
@@ -193,7 +203,7 @@ HWY_INLINE Reciprocals LoadReciprocals(const uint16_t* table) {
   return {{hn::Sub(low, offset), hn::Sub(high, offset)}};
 }
 
-// The level shift is exact in the sum of a line.
+// The level shift is applied to the sum of each row, where it is exact.
 void ForwardSamples12(const uint16_t* src, int32_t step, int16_t* dst, const uint16_t* table) {
   VWords rows[8];
   for (int y = 0; y < 8; ++y) {

@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: MIT
 // Inverse DCT with dequantization (ITU-T T.81, A.3.3 and A.3.4).
 //
-// A row pass in 32-bit dot products keeps 6 fractional bits of a sample, scaled as the column pass
-// wants it; the column pass works in 16-bit lanes in tangent form with rounding fixed-point
-// products. Sums saturate: beyond 511 a sample is out of range whatever is left. Coefficients of 0
-// contribute exactly 0, so the transforms of corners give the same samples as the full one.
+//   f(x,y) = 1/4 sum C(u) C(v) F(u,v) cos((2x+1) u pi / 16) cos((2y+1) v pi / 16)
+//   F = coefficient * step, its low 16 bits
 //
-// Samples of 12 bits: two products with the matrix of cosines in single precision.
+// Samples of 8 bits: the row pass, in 32-bit dot products, keeps 6 fractional bits of a sample and
+// applies the scale that the column pass needs (block-inl.h). The column pass works in 16-bit lanes
+// in tangent form with rounding fixed-point products. Its sums saturate at about 512, where a
+// sample is out of range whatever terms follow. Coefficients of 0 contribute exactly 0, so the
+// transforms of corners give the same samples as the full one.
+//
+// Samples of 12 bits: the flow graph of float_dct-inl.h in single precision.
 #include <algorithm>
 
 #include "frame/checks.h"
@@ -42,10 +46,10 @@ namespace {
 constexpr int kRowShift = 11, kColumnShift = 6;
 constexpr int kHalf = 1 << (kColumnShift - 1);
 
-// What the first row of the row pass gets besides its rounding, so that all results of the column
-// pass do: their rounding and the level shift. Ties, one value in 64, are rounded up; taking less
-// than half a unit off leaves no bias. (It is less than what the row pass adds for its own
-// rounding: exact values stay exact.)
+// The row pass adds the rounding of the column pass and the level shift to the first row, which
+// goes into all results of the column pass. Rounding ties up, which is one value in 64, would leave
+// a bias; so a little less is added. The difference is smaller than the rounding of the row pass
+// itself, so that exact values stay exact.
 constexpr int32_t kTies = 860;
 constexpr int32_t kNoShift = (kHalf << kRowShift) - kTies;
 constexpr int32_t kLevelShift = (((128 << kColumnShift) + kHalf) << kRowShift) - kTies;
@@ -57,7 +61,7 @@ HWY_INLINE V32 RowRounding(int vector, int32_t first_row) {
   return hn::Add(round, hn::IfThenElseZero(hn::FirstN(D32(), 4), hn::Set(D32(), first_row)));
 }
 
-// Transforms rows of coefficients, with only the first kCorner nonzero; the columns come later.
+// Transforms rows of coefficients of which only the first kCorner may be nonzero.
 template <int kCorner>
 HWY_INLINE V16 RowPass(V16 rows, int vector, V32 rounding) {
   static constexpr LaneOrder k02 = MakeLaneOrder(0, 2, 0, 2, 0, 2, 0, 2);
@@ -90,7 +94,7 @@ struct Quarter {
   VRow row[4];
 };
 
-// The even rows' part in the rows 0..3 of the result (and, mirrored, in 7..4).
+// The contribution of the even rows to rows 0 to 3 of the result, and mirrored to rows 7 to 4.
 template <int kCorner>
 HWY_INLINE Quarter EvenPart(const Rows& x) {
   if constexpr (kCorner == 2) return {{x.row[0], x.row[0], x.row[0], x.row[0]}};
@@ -138,7 +142,7 @@ HWY_INLINE Rows ColumnPass(const Rows& x) {
   return out;
 }
 
-// The row pass of a corner uses the frequencies 0..3; of them the first two count in one of 2x2.
+// The row pass of a corner reads the frequencies 0 to 3. For a corner of 2x2 the last two become 0.
 template <int kCorner>
 HWY_INLINE V16 Corner(V16 rows) {
   if constexpr (kCorner != 2) return rows;
@@ -194,8 +198,8 @@ void InverseSamples12(const int16_t* src, uint16_t* dst, int32_t step, const uin
   });
 }
 
-// The 4-point transform, 1/2 C(u) cos((2 x + 1) u pi / 8) in units of 2^-15, by the pairs of
-// frequencies (0, 1) and (2, 3) for the samples 0..3.
+// The factors of the 4-point transform, 1/2 C(u) cos((2x + 1) u pi / 8) in units of 2^-15, for the
+// samples 0 to 3: by the frequencies (0, 1), then (2, 3).
 constexpr int kSmallShift = 15, kSmallFraction = 5;
 constexpr int16_t kE = 11585, kC = 15137, kS = 6270;  // C(0) / 2, cos(pi/8) / 2, sin(pi/8) / 2
 alignas(16) constexpr int16_t kSmall01[8] = {kE, kC, kE, kS, kE, -kS, kE, -kC};
@@ -210,7 +214,7 @@ HWY_INLINE V4 SmallDot(VRow low, VRow high, VRow low_factors, VRow high_factors,
   return hn::ShiftRight<kShift>(DotAcc(sum, high, high_factors));
 }
 
-// Row `y` of the coefficients (their first four) through the row pass.
+// The row pass of the first four coefficients of row `y`.
 HWY_INLINE V4 SmallRow(const int16_t* src, const uint16_t* table, int y) {
   const hn::FixedTag<int16_t, 4> d;
   const auto row = hn::Mul(hn::LoadU(d, src + 8 * y),
@@ -300,7 +304,8 @@ int32_t Entry(const T* values, int index) {
   return value;
 }
 
-// All samples from the DC coefficient: the low 16 bits, as signed, of (p >> 3) + 128, saturated.
+// All samples are the low 16 bits, as a signed value, of (coefficient * step >> 3) + 128,
+// saturated.
 void FromDc(const int16_t* src, uint8_t* dst, int32_t step, const uint16_t* table) {
   const int32_t product = Entry(src, 0) * Entry(table, 0);
   const auto value = static_cast<int16_t>(static_cast<uint16_t>((product >> 3) + 128));

@@ -1,5 +1,12 @@
 // SPDX-License-Identifier: MIT
-// Quantization tables, and quantization of blocks on its own.
+// Quantization tables (ITU-T T.81, A.3.4 and B.2.4.1), and the quantization of blocks without a
+// DCT.
+//
+//   quality        scale = 5000 / quality below 50, else 200 - 2 quality, in percent;
+//                  step = (step * scale + 50) / 100, limited to 1..255
+//   forward table  round(32768 / step), halves to even; 65535 for a step of 0
+//   quantize       x = (((x << 3) * (q >> 1) >> 16) + 1) >> 1, wrapping in 16 bits
+//   dequantize     the low 16 bits of x * step
 #include <algorithm>
 
 #include "frame/checks.h"
@@ -40,7 +47,8 @@ HWY_INLINE void ForBlock(int16_t* block, const uint16_t* table, const Step& step
   }
 }
 
-// (((x << 3) * (q >> 1) >> 16) + 1) >> 1. The sum cannot wrap: |x << 3| <= 2^15, q >> 1 < 2^15.
+// The product is at most 2^30 in magnitude (|x << 3| <= 2^15, q >> 1 < 2^15), so its high half plus
+// 1 cannot wrap.
 void Quantize(int16_t* block, const uint16_t* table) {
   ForBlock(block, table, [](V16 value, hn::VFromD<DU16> reciprocal) ZEP_ATTR {
     const V16 half = hn::BitCast(D16(), hn::ShiftRight<1>(reciprocal));
@@ -69,12 +77,12 @@ Kernels kernels;
 
 ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 
-// A table of any alignment.
+// Tables may have any alignment.
 void StoreEntry(uint16_t* table, int index, uint16_t value) {
   __builtin_memcpy(reinterpret_cast<uint8_t*>(table) + 2 * index, &value, sizeof(value));
 }
 
-// 32768 / step in single precision, to the nearest integer, halves to even.
+// 32768 / step in single precision, rounded to the nearest integer, halves to even.
 uint16_t Reciprocal(uint8_t step) {
   const float quotient = 32768.0F / static_cast<float>(step);
   const auto whole = static_cast<uint16_t>(quotient);

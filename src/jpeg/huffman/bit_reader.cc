@@ -8,8 +8,8 @@ enum class Byte { kData, kMarker, kEnd };
 
 bool AtEnd(const Source& from, int32_t position) { return position < 0 || position >= from.length; }
 
-// FF 00 is the data byte FF; FF and any other byte is a marker. More FFs in between are fill bytes
-// (T.81, B.1.1.2).
+// FF 00 is the data byte FF; FF with any other byte is a marker. Further FFs in between are fill
+// bytes (ITU-T T.81, B.1.1.2).
 Byte NextByte(const Source& from, int32_t* position, uint32_t* byte) {
   *byte = from.bytes[(*position)++];
   if (*byte != 0xFF) return Byte::kData;
@@ -56,8 +56,8 @@ zepStatus BitReader::TakeSymbol(const zepiDecodeHuffmanSpec& table, uint32_t* sy
   return zepStatusOk;
 }
 
-// Finds a code of at least `length` bits, one bit at a time: the first that is not above the last
-// code of its length (T.81, F.2.2.3, figure F.16).
+// Finds a code of at least `length` bits, one bit at a time: the first value that is not above the
+// last code of its length (ITU-T T.81, F.2.2.3, figure F.16).
 zepStatus BitReader::Search(const zepiDecodeHuffmanSpec& table, int length, uint32_t* symbol) {
   uint32_t code = 0;
   if (const zepStatus bad = Take(length, &code)) return bad;

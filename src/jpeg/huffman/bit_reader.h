@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
-// The reference reader of a JPEG scan's bits and symbols (ITU-T T.81, F.2.2): byte by byte, with
-// every case of stuffing, markers and the end of the source.
+// The reference reader of a JPEG scan's bits and symbols (ITU-T T.81, F.2.2). It reads byte by byte
+// and handles every case of stuffing, markers and the end of the source.
 //
-// Callers see how far it reads ahead, in the position and in the state, so that is part of the
-// interface: it refills only where fewer bits are valid than it is about to take (8 for a symbol),
-// and then whole bytes, until 25 or more are valid. quick_reader.h reproduces the result by
-// arithmetic.
+// Callers can see in the position and in the state how far it reads ahead, so that is part of the
+// interface. It refills only if fewer bits are valid than it is about to take (8 for a symbol), and
+// then byte by byte until 25 or more are valid. quick_reader.h computes the same amounts.
 #ifndef ZEPJP_SRC_JPEG_HUFFMAN_BIT_READER_H_
 #define ZEPJP_SRC_JPEG_HUFFMAN_BIT_READER_H_
 
@@ -17,8 +16,8 @@
 
 namespace zepjp {
 
-// A caller's buffer; the position in it, which the reader moves; the marker that stopped reading,
-// which it sets.
+// A caller's buffer, the position in it, which the reader moves, and the marker that stopped
+// reading, which it sets.
 struct Source {
   const uint8_t* bytes;
   int32_t length;
@@ -34,13 +33,12 @@ inline uint32_t IndexOfCode(const zepiDecodeHuffmanSpec& table, int length, uint
   return table.firstIndex[length] + code - table.firstCode[length];
 }
 
-// Whether an entry of `fast` holds a code of 1 to 8 bits. In a table made by its Init all others
-// are 0.
+// Whether an entry of `fast` holds a code of 1 to 8 bits. In a table made by the Init function all
+// other entries are 0.
 inline bool IsFastCode(uint32_t entry) { return entry - (1U << 16) < 8U << 16; }
 
-// The state holds the last bytes read, the newest one lowest, and how many of their bits are not
-// used yet. A state that no coder has written (a count outside 0..32) is harmless: the count is
-// clamped.
+// The number of bits in the state that are not used yet. Only a state that no coder has written can
+// have a count outside 0..32; it is clamped.
 inline int NumValid(const zepiDecodeHuffmanState& state) {
   return std::clamp(state.numBits, int32_t{0}, int32_t{32});
 }
@@ -49,7 +47,7 @@ inline int NumValid(const zepiDecodeHuffmanState& state) {
 struct Bits {
   uint32_t value;     // the last bytes read, the newest lowest
   uint32_t reserved;  // 0 once a byte was read
-  int count;          // how many of the lowest bits are not used yet
+  int count;          // the number of lowest bits that are not used yet
   int32_t position;
 };
 
@@ -73,7 +71,7 @@ class BitReader {
 
   // The next `count` bits, 1 to 16.
   zepStatus Take(int count, uint32_t* value) {
-    // A refill that meets a marker succeeds; the next one fails, because no bits will follow.
+    // A refill that meets a marker succeeds; the next one fails, because no more bits can follow.
     while (bits_.count < count) {
       if (const zepStatus bad = Fill(count)) return bad;
     }
@@ -90,8 +88,8 @@ class BitReader {
     return (bits_.value >> (bits_.count - count)) & ((1U << count) - 1);
   }
 
-  // Refills byte by byte until 25 bits or more are valid. The end of the source, or a marker met
-  // before, is an error only if fewer than `need` bits are valid.
+  // Refills byte by byte until 25 bits or more are valid. The end of the source, or a marker that
+  // was met before, is an error only if fewer than `need` bits are valid.
   zepStatus Fill(int need);
 
   zepStatus Search(const zepiDecodeHuffmanSpec& table, int length, uint32_t* symbol);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The reference writer of a JPEG scan's bits (ITU-T T.81, F.1.2.3): one code or value at a time. A
-// write that does not fit leaves the state as it was.
+// write that does not fit does not change the state.
 #ifndef ZEPJP_SRC_JPEG_HUFFMAN_BIT_WRITER_H_
 #define ZEPJP_SRC_JPEG_HUFFMAN_BIT_WRITER_H_
 
@@ -19,7 +19,7 @@ struct Destination {
   int32_t* position;
 };
 
-// What every encoder checks first, also when it flushes.
+// The first checks of every encoder, also when it flushes.
 inline zepStatus CheckDestination(const Destination& to, const zepiEncodeHuffmanState* state) {
   return Checks()
       .Ptr(to.bytes)
@@ -29,8 +29,8 @@ inline zepStatus CheckDestination(const Destination& to, const zepiEncodeHuffman
       .Failed();
 }
 
-// The state holds the pending bits, left-aligned below bit 24, and above them the byte that was
-// written last. A state that no coder has written (more than 7 pending bits) is harmless: the count
+// The state holds the pending bits, with the first one at bit 23, and above them the byte that was
+// written last. Only a state that no coder has written can have more than 7 pending bits; the count
 // is taken modulo 8.
 inline uint32_t NumPending(const zepiEncodeHuffmanState& state) {
   return static_cast<uint32_t>(state.numBits) & 7U;
@@ -48,9 +48,9 @@ class BitWriter {
  public:
   BitWriter(const Destination& to, zepiEncodeHuffmanState* state) : to_(to), state_(state) {}
 
-  // Writes the `count` lowest bits of `value`, 1 to 16. A count of 0 is that of a symbol without a
-  // code. If the buffer ends before the last full byte, the bytes that fit are stored and the state
-  // stays.
+  // Writes the `count` lowest bits of `value`, 1 to 16. A count of 0 means a symbol without a code.
+  // If the buffer has no room for all full bytes, the bytes that fit are stored and the state does
+  // not change.
   zepStatus Put(uint32_t value, uint32_t count) {
     if (count == 0 || count > 16) return zepStatusBadHuffTable;
     uint32_t total = NumPending(*state_) + count;  // up to 23
@@ -74,7 +74,8 @@ class BitWriter {
   }
 
  private:
-  // A byte of ones is followed by a zero, so that it is not taken for a marker (T.81, F.1.2.3).
+  // A byte FF is followed by a stuffed 00, so that it is not taken for a marker (ITU-T T.81,
+  // F.1.2.3).
   bool PutByte(uint32_t byte) {
     if (!Store(byte)) return false;
     return byte != 0xFF || Store(0);
@@ -90,7 +91,7 @@ class BitWriter {
   zepiEncodeHuffmanState* state_;
 };
 
-// The category of a DC difference and its extra bits.
+// Writes the category of a DC difference and its extra bits.
 inline zepStatus PutDc(int32_t difference, const zepiEncodeHuffmanSpec& table, BitWriter* writer) {
   const uint32_t category = CategoryOf(difference);
   if (auto bad = writer->PutCode(table.entry[category])) return bad;

@@ -8,10 +8,10 @@
 //   DecodeCarefully  the reference reader (careful_block.h): bad codes, markers, the end of the
 //                    source
 //
-// Each of the first two gives up where its bytes end or a code is bad; it then has changed nothing
-// but the block, which the next one decodes from its start. A block of 8 x 8 takes some 300
-// instructions at usual qualities, so the kernel is the whole export: one call through the table of
-// kernels, with no layer in between.
+// Each of the first two fails where its bytes end or a code is invalid. It then has changed only
+// the block, and the next one decodes the block from its start. A block takes some 300 instructions
+// at usual qualities, so the kernel is the whole export: one call through the table of kernels,
+// with no layer in between.
 #include <cstring>
 
 #include "frame/checks.h"
@@ -37,8 +37,8 @@ struct Kernels {
   decltype(zepiDecodeHuffman8x8_JPEG_1u16s_C1)* decode;
 };
 
-// The natural position of each zigzag index. A run may lead out of the block by up to 16: such
-// indexes give the last position, and the block is refused afterwards.
+// The natural position of each zigzag index. A run may lead out of the block by up to 16 indexes;
+// they give the last position, and the block is rejected afterwards.
 struct NaturalOrLast {
   uint8_t of[64 + 16];
 };
@@ -69,7 +69,7 @@ HWY_INLINE bool TakeAcs(const zepiDecodeHuffmanSpec& table, QuickReader<Bytes>* 
   return k == 64;
 }
 
-// Decodes the coefficients, with the DC difference in the place of DC.
+// Decodes the coefficients; the DC difference is stored in place of DC.
 template <class Bytes>
 HWY_INLINE bool TakeBlock(const Bytes& bytes, uint32_t unused,
                           const zepiDecodeHuffmanSpec& dc_table,
@@ -151,8 +151,8 @@ zepStatus ZEP_CALL Decode(const uint8_t* source, int32_t length, int32_t* positi
                      .Failed()) {
     return bad;
   }
-  // Two records of the source: the common case's stays in registers because its address is never
-  // taken.
+  // The rare case gets a Source of its own: the one of the common case stays in registers, because
+  // its address is never taken.
   const Source from = {source, length, position, marker};
   if (HWY_LIKELY(DecodePlain(from, block, last_dc, *dc_table, *ac_table, state))) {
     return zepStatusOk;

@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: MIT
-// Baseline coding of a block (ITU-T T.81, F.1.2): the DC difference, then each non-zero coefficient
+// Baseline coding of a block (ITU-T T.81, F.1.2): the DC difference, then each nonzero coefficient
 // in zigzag order with the run of zeros before it.
 //
 // Two encoders give the same bytes, positions and states:
 //
-//   EncodeQuickly    vectors make a mask of the non-zero coefficients in zigzag order
-//                    (zigzag_scan-inl.h); its bits are walked, and code and extra bits collected in
-//                    64 bits (collector.h). It needs room for the longest block, and gives up where
-//                    a symbol has no code.
-//   EncodeCarefully  the reference writer (bit_writer.h), value by value
-//
-// What the first one has stored when it gives up, the second one stores again.
+//   EncodeQuickly    vectors make a mask of the nonzero coefficients in zigzag order
+//                    (zigzag_scan-inl.h). A loop over its bits collects codes and extra bits in 64
+//                    bits (collector.h). It needs room for the longest possible block, and fails
+//                    if a symbol has no code.
+//   EncodeCarefully  the reference writer (bit_writer.h), value by value. It runs if the first one
+//                    fails, and overwrites the bytes that the first one stored.
 #include <cstring>
 
 #include "frame/checks.h"
@@ -46,7 +45,7 @@ inline int32_t ExchangeDc(const int16_t* block, int16_t* last_dc) {
   return difference;
 }
 
-// A non-zero coefficient after `run` zeros.
+// Writes a nonzero coefficient after `run` zeros.
 zepStatus PutAc(int32_t value, uint32_t run, const zepiEncodeHuffmanSpec& table,
                 BitWriter* writer) {
   for (; run > 15; run -= 16) {
@@ -101,7 +100,8 @@ HWY_INLINE bool PutAcs(const ZigzagScan& scan, const zepiEncodeHuffmanSpec& tabl
   return next == 64 || PutValue(table.entry[kEndOfBlock], 0, 0, to);
 }
 
-// False: there is too little room, or a symbol without a code; position and state have not changed.
+// False if there is too little room or a symbol without a code; then position and state have not
+// changed.
 HWY_INLINE bool EncodeQuickly(const int16_t* block, int32_t dc_difference,
                               const zepiEncodeHuffmanSpec& dc_table,
                               const zepiEncodeHuffmanSpec& ac_table, const Destination& to,

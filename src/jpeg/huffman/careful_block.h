@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-// Baseline decoding of a block (ITU-T T.81, F.2.2), symbol by symbol, the reference for
+// Baseline decoding of a block (ITU-T T.81, F.2.2), symbol by symbol; the reference for
 // block_decoder.cc:
 //
-//   DC      a symbol, the magnitude category s of the difference to the last DC; s extra bits
+//   DC      a symbol: the magnitude category s of the difference to the last DC; s extra bits
 //   AC      symbols (run, s): `run` zeros in zigzag order, then a coefficient of category s with s
-//           extra bits; (15, 0) is 16 zeros, (0, 0) the end of the block
+//           extra bits; (15, 0) means 16 zeros, (0, 0) the end of the block
 //
-// Any reader will do that has
+// It works with any reader that has the members
 //   zepStatus Take(int count, uint32_t* bits)                                       1 to 16 bits
 //   zepStatus TakeSymbol(const zepiDecodeHuffmanSpec& table, uint32_t* symbol)
 #ifndef ZEPJP_SRC_JPEG_HUFFMAN_CAREFUL_BLOCK_H_
@@ -22,7 +22,7 @@
 
 namespace zepjp {
 
-// The extra bits of a category: `count` may be 0.
+// Takes `count` extra bits; `count` may be 0.
 template <class Reader>
 zepStatus TakeExtra(uint32_t count, Reader* reader, uint32_t* bits) {
   *bits = 0;

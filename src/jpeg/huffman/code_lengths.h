@@ -9,7 +9,7 @@ namespace zepjp {
 
 constexpr int kMaxCodeBits = 16;      // the length of the longest code
 constexpr int kFastCodeBits = 8;      // the length of the prefixes in a decoder table's `fast`
-constexpr uint16_t kNoCode = 0xFFFF;  // the last code of a length that has none
+constexpr uint16_t kNoCode = 0xFFFF;  // `lastCode` of a length without codes
 
 }  // namespace zepjp
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-// The fast writer: collects bits in 64 and stores eight bytes at a time. The caller has made sure
-// of the room.
+// The fast writer: it collects bits in a 64-bit word and stores eight bytes at a time. The caller
+// makes sure that the buffer has room.
 //
-// Stuffing is rare (one byte of 256 is FF), so eight bytes are tested for FF at once and stored
-// byte by byte only if there is one. In the 64 bits the first bit written is the highest; the bits
-// above the pending ones are those written before, of which the state keeps the last byte.
+// Stuffing is rare (one byte of 256 is FF), so eight bytes are tested for FF together, and stored
+// byte by byte only if there is one. In the word the first bit written is the highest. The bits
+// above the pending ones have been stored already; the state keeps the last byte of them.
 #ifndef ZEPJP_SRC_JPEG_HUFFMAN_COLLECTOR_H_
 #define ZEPJP_SRC_JPEG_HUFFMAN_COLLECTOR_H_
 
@@ -18,7 +18,7 @@
 
 namespace zepjp {
 
-// Stores the `count` highest bytes, with 00 after each FF. There is room for twice as many.
+// Stores the `count` highest bytes with 00 after each FF. There is room for 2 * count bytes.
 inline HWY_NOINLINE uint8_t* StoreStuffed(uint64_t bytes, int count, uint8_t* to) {
   for (int i = 0; i < count; ++i, bytes <<= 8) {
     const auto byte = static_cast<uint8_t>(bytes >> 56);
@@ -47,8 +47,7 @@ class Collector {
     bits_ = next;
   }
 
-  // Stores the full bytes that remain and leaves the last bits in the state. Returns the end of the
-  // bytes.
+  // Stores the remaining full bytes, and the last bits in the state. Returns the end of the bytes.
   HWY_INLINE uint8_t* Finish(zepiEncodeHuffmanState* state) {
     const int count = 64 - free_;
     const int rest = count & 7;
@@ -89,11 +88,12 @@ class Collector {
   }
 
   uint8_t* to_;
-  uint64_t bits_;  // its lowest 64 - free_ bits are pending, above them are those before
+  uint64_t bits_;  // the lowest 64 - free_ bits are pending; those above have been stored
   int free_;
 };
 
-// A code and the lowest `category` bits of `extra` after it. False: there is no code.
+// Appends the code of an encoder table's entry and the lowest `category` bits of `extra`. False if
+// the entry has no code.
 HWY_INLINE bool PutBits(uint64_t entry, uint64_t extra, uint32_t category, Collector* to) {
   const uint64_t length = entry >> 16;
   if (HWY_UNLIKELY(length - 1 > 15)) return false;
@@ -102,7 +102,7 @@ HWY_INLINE bool PutBits(uint64_t entry, uint64_t extra, uint32_t category, Colle
   to->Put(code << category | extra, static_cast<int>(length + category));
   return true;
 }
-// The same with the extra bits of a value.
+// Appends the code of an entry and the extra bits of a value. False if the entry has no code.
 HWY_INLINE bool PutValue(uint64_t entry, int64_t value, uint32_t category, Collector* to) {
   return PutBits(entry, ExtraBits(value), category, to);
 }

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
-// Baseline blocks at a position that counts bits, without a state between calls.
+// Baseline blocks (ITU-T T.81, F.1.2 and F.2.2) at a position that counts bits, without a state
+// between calls.
 //
-// The block coders do the work: the state that they need is made from the bytes before the
-// position. The decoder reads ahead; afterwards the position goes back over the bytes of the bits
-// that it has not used, past stuffed zeros and fill bytes. If it fails, a reader that takes one bit
-// at a time, and none that the block does not need, decodes the block again: only so can a bad code
-// be told from bits that are missing before a marker.
+// The block coders do the work with a state that is made from the bytes before the position. The
+// block decoder reads ahead, so afterwards the position goes back over the bytes whose bits were
+// not used, including stuffed zeros and fill bytes. If the block decoder fails or meets a marker,
+// the block is decoded again by a reader that never reads a bit before the block needs it. Only
+// that reader can tell an invalid code from bits that are missing before a marker.
 #include <cstring>
 
 #include "frame/checks.h"
@@ -15,21 +16,22 @@
 namespace zepjp {
 namespace {
 
-constexpr int32_t kMaxBytes = (1 << 28) - 1;  // whose bits an int32 counts
+constexpr int32_t kMaxBytes = (1 << 28) - 1;  // int32_t counts their bits
 
 // Whether a position lies in a buffer or at its end.
 bool IsWithin(int32_t bit_position, int32_t length) {
   return bit_position >= 0 && bit_position <= 8 * length;
 }
 
-// The position after a byte of data: FF has a 00 after it, and maybe FF fill bytes in between.
+// The position after a data byte. After FF a stuffed 00 follows, possibly with FF fill bytes in
+// between.
 int32_t After(const uint8_t* bytes, int32_t length, int32_t at) {
   if (bytes[at++] != 0xFF) return at;
   while (at < length && bytes[at] == 0xFF) ++at;
   return at < length && bytes[at] == 0 ? at + 1 : at;
 }
 
-// The position of the byte of data that ends at `end`; fill bytes belong to it.
+// The position of the data byte that ends at `end`, including its fill bytes.
 int32_t Before(const uint8_t* bytes, int32_t begin, int32_t end) {
   int32_t at = end - 1;
   if (bytes[at] != 0 || at == begin || bytes[at - 1] != 0xFF) return at;
@@ -37,7 +39,7 @@ int32_t Before(const uint8_t* bytes, int32_t begin, int32_t end) {
   return at;
 }
 
-// Reads one bit at a time, and no byte before it is needed.
+// Reads one bit at a time, and each byte only when its first bit is needed.
 class DirectReader {
  public:
   DirectReader(const uint8_t* bytes, int32_t length, int32_t bit_position)
@@ -51,7 +53,7 @@ class DirectReader {
     next_ = After(bytes, length, at_);
   }
 
-  // Up to 16.
+  // Takes up to 16 bits.
   zepStatus Take(int count, uint32_t* bits) {
     for (*bits = 0; count > 0; --count) {
       if (left_ == 0) {
@@ -78,7 +80,7 @@ class DirectReader {
   }
 
   int32_t bit_position() const { return left_ == 0 ? 8 * next_ : 8 * at_ + 8 - left_; }
-  // The marker that ended the data, or 0, and the position of its FF.
+  // The marker that ended the data, or 0, and the bit position of its FF.
   int32_t marker() const { return marker_; }
   int32_t marker_position() const { return 8 * marker_at_; }
 
@@ -98,10 +100,10 @@ class DirectReader {
 
   const uint8_t* bytes_;
   int32_t length_;
-  int32_t at_;    // of the byte that is being read
+  int32_t at_;    // the position of the current byte
   int32_t next_;  // the position after it
   uint32_t value_ = 0;
-  int left_ = 0;  // bits of it
+  int left_ = 0;  // bits of the current byte that are not used yet
   int32_t marker_ = 0;
   int32_t marker_at_ = 0;
 };
@@ -121,7 +123,8 @@ zepStatus DecodeCarefully(const uint8_t* bytes, int32_t length, int32_t* bit_pos
   return status;
 }
 
-// Where the block decoder starts: the state holds up to four bytes before it.
+// The byte position and the state with which the block decoder starts. The state holds up to four
+// bytes before the position.
 struct Start {
   Start(const uint8_t* bytes, int32_t length, int32_t bit_position) {
     const int32_t unused = bit_position % 8 == 0 ? 0 : 8 - bit_position % 8;
@@ -137,7 +140,7 @@ struct Start {
   zepiDecodeHuffmanState state;
 };
 
-// The position in bits if the block decoder is at byte `at` and has read `unused` bits ahead.
+// The bit position of a block decoder that is at byte `at` and has read `unused` bits ahead.
 int32_t TakeBack(const uint8_t* bytes, int32_t begin, int32_t at, int32_t unused) {
   for (; unused > 0; unused -= 8) at = Before(bytes, begin, at);
   return 8 * at - unused;
@@ -164,7 +167,7 @@ zepStatus ZEP_CALL zepiEncodeHuffman8x8_Direct_JPEG_16s1u_C1(
   }
   if (!IsWithin(*pDstBitPos, dstLenBytes)) return zepStatusBufferExhausted;
   int32_t at = *pDstBitPos / 8;
-  zepiEncodeHuffmanState state;  // a sequential scan uses no more of it than this
+  zepiEncodeHuffmanState state;  // a sequential scan uses only the members set here
   state.numBits = *pDstBitPos % 8;
   state.reserved = 0;
   state.bits = state.numBits == 0 ? 0 : uint32_t{pDst[at]} << 16;

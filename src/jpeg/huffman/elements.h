@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Coefficients at any address, and the test for FF among eight bytes.
+// Loads and stores of coefficients at any alignment, and a test for FF among eight bytes.
 #ifndef ZEPJP_SRC_JPEG_HUFFMAN_ELEMENTS_H_
 #define ZEPJP_SRC_JPEG_HUFFMAN_ELEMENTS_H_
 
@@ -21,8 +21,7 @@ inline void StoreCoefficient(int32_t value, int16_t* to) {
   std::memcpy(to, &low, sizeof(low));
 }
 
-// Eight stores written out: compilers turn a loop, or memset, into `rep stos`, whose start-up takes
-// longer.
+// Eight unrolled stores: compilers turn a loop, or memset, into `rep stos`, which is slow to start.
 template <size_t... kPart>
 HWY_INLINE void ClearParts(int16_t* block, std::index_sequence<kPart...>) {
   constexpr int16_t kZeros[8] = {};
@@ -30,8 +29,8 @@ HWY_INLINE void ClearParts(int16_t* block, std::index_sequence<kPart...>) {
 }
 inline void Clear(int16_t* block) { ClearParts(block, std::make_index_sequence<8>()); }
 
-// Whether one of the eight bytes is FF: in a byte b, b & ~(b + 1) has bit 7 set only for FF. A
-// carry into a byte comes from an FF below it, so it does no harm.
+// Whether one of the eight bytes is FF: for a byte b, b & ~(b + 1) has bit 7 set only if b is FF. A
+// carry into the next byte only comes from an FF, so it cannot cause a false answer.
 inline bool HasFf(uint64_t bytes) {
   return (bytes & ~(bytes + 0x0101010101010101U) & 0x8080808080808080U) != 0;
 }

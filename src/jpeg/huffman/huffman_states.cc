@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The states of the Huffman coders, which hold what one call leaves for the next: an encoder's bits
-// that do not fill a byte yet, a decoder's bits that were read ahead, and the end-of-band run of
-// progressive scans.
+// The states that the Huffman coders keep between calls: an encoder's bits that do not fill a byte
+// yet, a decoder's bits that were read ahead, and the end-of-band run of progressive scans.
 #include "jpeg/huffman/huffman_states.h"
 
 #include "frame/checks.h"

@@ -11,7 +11,7 @@ namespace zepjp {
 
 inline void Reset(zepiEncodeHuffmanState* state) { std::memset(state, 0, sizeof(*state)); }
 
-// The last word is not the library's.
+// The last word is not used by the library and keeps its value.
 inline void Reset(zepiDecodeHuffmanState* state) {
   std::memset(state, 0, offsetof(zepiDecodeHuffmanState, spare));
 }

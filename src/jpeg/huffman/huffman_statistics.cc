@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Counts the symbols that the encoders would write; zepiEncodeHuffmanRawTableInit_JPEG_8u makes a
-// table of the counts.
+// Counts the symbols that the encoders would write (ITU-T T.81, K.2);
+// zepiEncodeHuffmanRawTableInit_JPEG_8u makes a table from the counts.
 //
-// progressive-inl.h makes the symbols, also those of a baseline block: they are those of a first
-// scan of the band 1..63 with Al 0, except that the end of the block is a symbol of its own. A
-// block's symbols are noted first and counted afterwards, so that a block that cannot be counted
-// changes nothing.
+// progressive-inl.h makes the symbols. Those of a baseline block are the symbols of a first scan of
+// the band 1..63 with Al 0, except that the end of the block is a symbol of its own. A block's
+// symbols are listed first and counted afterwards, so that a block that cannot be counted changes
+// nothing.
 #include "frame/checks.h"
 #include "jpeg/huffman/elements.h"
 #include "jpeg/huffman/huffman_states.h"
@@ -22,7 +22,7 @@
 namespace zepjp {
 namespace {
 
-// Notes a block's symbols.
+// A sink that lists the symbols of a block.
 class Counter {
  public:
   HWY_INLINE bool Symbol(uint32_t symbol, uint32_t, uint32_t) {
@@ -32,7 +32,7 @@ class Counter {
   HWY_INLINE bool Corrections(uint64_t, uint32_t) { return true; }
   HWY_INLINE bool NoSymbol() { return false; }
 
-  // False: a count would overflow; then none has changed.
+  // False if a count would overflow; then no count has changed.
   bool AddTo(int32_t* statistics) const {
     for (size_t i = 0; i < count_; ++i) {
       if (HWY_UNLIKELY(statistics[symbols_[i]] == INT32_MAX)) {
@@ -43,7 +43,7 @@ class Counter {
     }
     return true;
   }
-  // Takes the first `count` symbols off the counts again.
+  // Subtracts the first `count` symbols from the counts again.
   void Take(size_t count, int32_t* statistics) const {
     for (size_t i = 0; i < count; ++i) --statistics[symbols_[i]];
   }
@@ -92,7 +92,7 @@ Kernels kernels;
 
 ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 
-// The category of a DC difference. The last DC changes only if it is counted.
+// Counts the category of a DC difference. The last DC changes only if counting succeeds.
 class DcCounter {
  public:
   DcCounter(int32_t dc, const int16_t* last) : dc_(dc) {

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
 // Huffman tables from the lists of a DHT segment: the number of codes of each length, and the
-// symbols in the order of their codes. Codes count up within a length and double from one length to
-// the next (ITU-T T.81, annex C).
+// symbols in the order of their codes. Codes count up within a length; from one length to the next
+// the code is doubled, that is, a 0 bit is appended (ITU-T T.81, annex C).
 //
-// The encoder's table has length and code for each symbol. The decoder's has, for codes of up to 8
-// bits, a look-up table by the next 8 bits, and for each length the first code, the last code and
-// the index of the first symbol, by which longer codes are found (F.2.2.3).
+// The encoder's table has the length and code of each symbol. The decoder's table has a look-up
+// table by the next 8 bits for codes of up to 8 bits, and for each length the first code, the last
+// code and the index of the first symbol. Longer codes are found by comparing with the last code of
+// each length (F.2.2.3).
 #include <cstring>
 
 #include "frame/checks.h"
@@ -17,7 +18,7 @@ namespace {
 
 constexpr int kMaxCodes = 256;
 
-// The lists have no more than 256 symbols.
+// Whether the lists have more than 256 symbols.
 bool TooManyCodes(const uint8_t* list_bits) {
   int count = 0;
   for (int i = 0; i < kMaxCodeBits; ++i) count += list_bits[i];
@@ -25,7 +26,7 @@ bool TooManyCodes(const uint8_t* list_bits) {
 }
 
 // Calls visit(length, first code, first index, count) for each length that has codes, until it
-// returns a status other than success. A code needs at most 8 + 15 bits.
+// returns an error. In invalid lists a code may need up to 8 + 15 bits.
 template <class Visit>
 zepStatus ForLengths(const uint8_t* list_bits, const Visit& visit) {
   uint32_t code = 0;
@@ -40,7 +41,7 @@ zepStatus ForLengths(const uint8_t* list_bits, const Visit& visit) {
   return zepStatusOk;
 }
 
-// Whether a length has more codes than fit, or uses the code of all ones.
+// Whether a length has more codes than its bits can express, or uses the code of all ones.
 bool Overfull(const uint8_t* list_bits) {
   return ForLengths(list_bits, [](uint32_t length, uint32_t code, uint32_t, uint32_t count) {
            return code + count >= 1U << length ? zepStatusBadHuffTable : zepStatusOk;
@@ -59,8 +60,9 @@ zepStatus BuildEncoderTable(const uint8_t* list_bits, const uint8_t* list_vals,
   });
 }
 
-// Fills the entries of the 8-bit table that begin with the codes of a length. A code that would
-// begin just after the table's end is ignored; one further on makes the table bad.
+// Fills the entries of the 8-bit table that begin with the codes of a length. A code whose entries
+// would begin right at the end of the table is ignored; one that would begin later makes the table
+// invalid.
 zepStatus FillFast(zepiDecodeHuffmanSpec* table, uint32_t length, uint32_t code, uint32_t index,
                    uint32_t count) {
   const uint32_t span = 1U << (kFastCodeBits - length);

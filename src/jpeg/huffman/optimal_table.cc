@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: MIT
-// The lists of the best Huffman table for counted symbols: codes of at most 16 bits, none of them
-// all ones (ITU-T T.81, K.2, asks for both).
+// The lists of the optimal Huffman table for counted symbols, with codes of at most 16 bits and
+// without the code of all ones (ITU-T T.81, K.2, requires both).
 //
-// Length-limited codes by package-merge. 16 rounds merge the n symbols, sorted by weight, with
-// pairs of neighbours of the previous round's list. Of the last list the first 2 n - 2 items are
-// taken; of each list before, the items of which the pairs taken were made. A symbol's length is
-// how many lists it is taken from: the cost, the sum of weight times length, is the least possible.
-// The heuristic of K.2 is not always that good.
+// The lengths come from the package-merge algorithm. It makes 16 lists, one for each bit of length.
+// The first list has the n symbols, sorted by weight (their count). Each later list merges these n
+// symbols with the pairs of neighbours of the list before, sorted by weight. Then the first 2n - 2
+// items of the last list are selected, and going back, the items that form the selected pairs. The
+// length of a symbol's code is the number of lists in which it is selected. That minimises the
+// total of weight times length; the heuristic of K.2 does not always reach the minimum.
 //
-// An extra symbol of weight 0 gets the longest code, which is the one of all ones. Weights are
-// below 2^31, so sums of 2^16 of them fit in 64 bits.
+// An extra symbol of weight 0 gets the longest code, the one of all ones, and is left out. Weights
+// are below 2^31, so sums of up to 2^16 of them fit 64 bits.
 #include <algorithm>
 #include <cstring>
 
@@ -26,7 +27,7 @@ struct Leaf {
   int symbol;
 };
 
-// A round's items by weight: symbols and pairs.
+// One list: symbols and pairs, sorted by weight.
 struct Round {
   int64_t weights[kMaxItems];
   bool is_leaf[kMaxItems];
@@ -77,7 +78,7 @@ void MakeLists(const int32_t* statistics, uint8_t* bits, uint8_t* values) {
   }
   if (count == 0) leaves[count++] = {1, 0};
   leaves[count++] = {0, kSymbols};
-  // Of equal weights the higher symbol comes first, so that it gets no shorter code.
+  // Among equal weights the higher symbol comes first, so that its code is not the shorter one.
   std::sort(leaves, leaves + count, [](const Leaf& a, const Leaf& b) {
     return a.weight != b.weight ? a.weight < b.weight : a.symbol > b.symbol;
   });

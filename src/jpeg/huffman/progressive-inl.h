@@ -1,16 +1,17 @@
 // SPDX-License-Identifier: MIT
-// The symbols of a block in the scans of progressive JPEG (ITU-T T.81, G.1.2), given to a sink
+// The symbols of a block in the scans of progressive JPEG (ITU-T T.81, G.1.2), passed to a sink
 // (progressive.h): the encoders write them, the statistics count them. Included once per
 // instruction set.
 //
-// Vectors make masks in zigzag order, and the rest walks their bits. With |c| the magnitude of a
-// coefficient:
+// Vectors make masks in zigzag order, and loops visit only their one bits. With |c| the magnitude
+// of a coefficient:
 //
-//   first scan   nonzero: |c| >= 2^Al. Symbols (run, category of |c| >> Al) and extra bits, as in a
-//                baseline block.
-//   refinement   nonzero: |c| >= 2^Al; old: |c| >= 2^(Al+1), nonzero in earlier scans. A symbol
-//                (run, 1) and a sign for each new one, whose run counts zeros alone; then the bit
-//                Al of each old coefficient passed: the corrections.
+//   first scan   a coefficient is nonzero if |c| >= 2^Al. It becomes a symbol (run, category of
+//                |c| >> Al) and extra bits, as in a baseline block.
+//   refinement   a coefficient is old, nonzero in an earlier scan, if |c| >= 2^(Al+1); it is new if
+//                2^Al <= |c| < 2^(Al+1). Each new one becomes a symbol (run, 1) and a sign, where
+//                the run counts only zeros. Then follow the corrections: bit Al of each old
+//                coefficient since the last symbol.
 #if defined(ZEPJP_SRC_JPEG_HUFFMAN_PROGRESSIVE_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #  ifdef ZEPJP_SRC_JPEG_HUFFMAN_PROGRESSIVE_INL_H_
 #    undef ZEPJP_SRC_JPEG_HUFFMAN_PROGRESSIVE_INL_H_
@@ -35,8 +36,8 @@ HWY_INLINE uint64_t NonZero(const ZigzagScan& scan, const Band& band) {
   return scan.AtLeast(1u << band.shift) & band.indexes();
 }
 
-// The first scan of a band, whose nonzero coefficients are `left`. With Al 0 there is no symbol for
-// -32768.
+// The symbols of a block in the first scan of a band; `left` is the mask of nonzero coefficients.
+// With Al 0 there is no symbol for -32768.
 template <class Sink>
 HWY_INLINE bool TellFirst(const ZigzagScan& scan, uint64_t left, const Band& band, EobRun* run,
                           Sink* sink) {
@@ -62,14 +63,14 @@ HWY_INLINE bool TellFirst(const ZigzagScan& scan, uint64_t left, const Band& ban
   return HWY_LIKELY(run->blocks < kMaxEobRun) || EndRun(run, sink);
 }
 
-// A scan that refines a band by a bit.
+// The symbols of a block in a refinement scan; `nonzero` includes old and new coefficients.
 template <class Sink>
 HWY_INLINE bool TellRefinement(const ZigzagScan& scan, uint64_t nonzero, const Band& band,
                                EobRun* run, Sink* sink) {
   const uint64_t old = scan.AtLeast(2u << band.shift) & nonzero;
   const uint64_t fresh = nonzero & ~old;
   const int32_t last_fresh = fresh == 0 ? 0 : 63 - __builtin_clzll(fresh);
-  uint64_t corrections = 0;  // of this block, not written yet
+  uint64_t corrections = 0;  // those of this block that are not written yet
   uint32_t count = 0, zeros = 0;
   int32_t next = band.first;
   for (uint64_t left = nonzero; left != 0; left &= left - 1) {

@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: MIT
 // The scans of progressive JPEG (ITU-T T.81, annex G): bands, and end-of-band runs.
 //
-// A scan codes the zigzag indexes Ss to Se of each block (its band), down to bit Al of the
-// coefficients. A block whose band has no more to code ends it; up to 32767 such blocks in a row
-// are one end-of-band run, a symbol with the magnitude category of its length. In a refinement scan
-// the correction bits of those blocks follow it, so they wait in the state until the run is
-// written.
+// A scan codes the zigzag indexes Ss to Se of each block, the band, down to bit Al of the
+// coefficients. When a block has no more symbols to code in its band, its band ends. Up to 32767
+// blocks in a row that end this way form one end-of-band run: a symbol with the magnitude category
+// of the run's length. In a refinement scan the correction bits of those blocks follow that symbol,
+// so they are kept in the state until the run is written.
 //
-// The symbols of a scan go to a sink, which writes or counts them:
+// The symbols of a scan go to a sink, which writes or counts them. Its members return false if they
+// failed; the rest of the block is then skipped.
 //   bool Symbol(uint32_t symbol, uint32_t extra, uint32_t count)   a symbol and `count` extra bits,
-//                                                                  up to 15; false: it has failed,
-//                                                                  the rest is left out
+//                                                                  up to 15
 //   bool Corrections(uint64_t bits, uint32_t count)                up to 63 correction bits, the
 //                                                                  first one highest
-//   bool NoSymbol()                                                a coefficient for which there is
-//                                                                  no symbol: false
+//   bool NoSymbol()                                                a coefficient that no symbol can
+//                                                                  express; always false
 #ifndef ZEPJP_SRC_JPEG_HUFFMAN_PROGRESSIVE_H_
 #define ZEPJP_SRC_JPEG_HUFFMAN_PROGRESSIVE_H_
 
@@ -28,17 +28,17 @@ namespace zepjp {
 
 constexpr int32_t kMaxShift = 13;  // of successive approximation
 constexpr uint32_t kMaxEobRun = 32767;
-// Beyond this count a run is written, so that the next block's corrections, up to 63, have room.
+// A run with more corrections is written, so that those of the next block, up to 63, have room.
 constexpr uint32_t kMaxCorrections = sizeof(zepiEncodeHuffmanState::correctionBits) - 63;
 
 inline bool IsBadShift(int32_t shift) { return shift < 0 || shift > kMaxShift; }
 
-// A scan's band and the lowest bit that it codes: Ss, Se, Al.
+// The band of a scan and the lowest bit that it codes: Ss, Se and Al.
 struct Band {
   int32_t first, last, shift;
 
   bool IsBad() const { return first < 1 || last < first || last > 63 || IsBadShift(shift); }
-  // A bit for each zigzag index.
+  // A mask with a bit for each zigzag index of the band.
   uint64_t indexes() const { return ~uint64_t{0} << first & ~uint64_t{0} >> (63 - last); }
 };
 
@@ -46,11 +46,11 @@ struct Band {
 struct EobRun {
   uint32_t blocks;
   uint32_t corrections;
-  uint8_t* bits;  // a byte for each; null where only their number counts
+  uint8_t* bits;  // one byte for each correction; null if only their number is needed
 
   static EobRun Of(zepiEncodeHuffmanState* state) {
     EobRun run = {state->eobRun, state->numCorrectionBits, state->correctionBits};
-    // A state that no coder has written is harmless.
+    // Only a state that no coder has written can exceed these limits.
     if (run.blocks > kMaxEobRun) run.blocks = kMaxEobRun;
     if (run.corrections > kMaxCorrections) run.corrections = kMaxCorrections;
     return run;
@@ -68,7 +68,8 @@ struct EobRun {
   }
 };
 
-// Eight bytes of 0 or 1 as bits, the first one highest: the product moves byte i to bit 63 - i.
+// Eight bytes of 0 or 1 become eight bits, the first byte highest: the product moves byte i to bit
+// 63 - i.
 HWY_INLINE uint64_t BitsOfBytes(const uint8_t* bytes) {
   uint64_t value;
   std::memcpy(&value, bytes, sizeof(value));

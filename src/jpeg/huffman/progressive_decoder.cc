@@ -2,12 +2,12 @@
 // Decoding of progressive scans (ITU-T T.81, G.2).
 //
 // As in the block decoder, the fast reader and the reference reader give the same coefficients,
-// positions and states; the reference reader starts again where the fast one gives up. A scan
-// changes coefficients in place, so a fast attempt keeps a copy of the block.
+// positions and states. If the fast reader fails, the reference reader decodes the block again. A
+// scan changes coefficients in place, so the fast attempt keeps a copy of the block.
 //
-// A refinement begins with a mask of the coefficients that are nonzero already (zigzag_scan-inl.h).
-// Then a run of n zeros ends at the n-th 0 bit of the mask, which is one `pdep` with BMI2, and the
-// 1 bits below it are the coefficients to correct.
+// A refinement starts from a mask of the coefficients that are nonzero already (zigzag_scan-inl.h).
+// After a run of n zeros, the coefficient is at the 0 bit of the mask with n other 0 bits below it,
+// which BMI2 finds with one `pdep`; the 1 bits below it are the coefficients to correct.
 #include <cstring>
 #include <type_traits>
 
@@ -48,7 +48,7 @@ zepStatus TakeDcCarefully(const Source& from, int32_t* difference,
   return status;
 }
 
-// Sets bit `shift` of a coefficient's magnitude, unless it is set already.
+// Sets bit `shift` of a coefficient's magnitude if `bit` is 1.
 HWY_INLINE void Correct(uint32_t bit, int32_t shift, int16_t* at) {
   const int32_t value = LoadCoefficient(at);
   const int32_t sign = value >> 31;
@@ -110,7 +110,7 @@ class CarefulBand {
  private:
   int16_t* At(int32_t k) { return block_ + kNaturalOfZigzag[k]; }
 
-  // The end-of-band run that begins with this block.
+  // Takes the length of the end-of-band run that begins with this block.
   zepStatus TakeRun(uint32_t size) {
     uint32_t more = 0;
     if (auto bad = TakeExtra(size, &reader_, &more)) return bad;
@@ -118,8 +118,8 @@ class CarefulBand {
     return zepStatusOk;
   }
 
-  // Advances `*k` over `zeros` zero coefficients to the next one; corrects the nonzero ones on the
-  // way.
+  // Advances `*k` over `zeros` zero coefficients to the zero coefficient after them, and corrects
+  // the nonzero ones in between.
   zepStatus SkipZeros(uint32_t zeros, int32_t* k) {
     for (; *k <= band_.last; ++*k) {
       if (LoadCoefficient(At(*k)) == 0) {
@@ -128,7 +128,7 @@ class CarefulBand {
       }
       if (auto bad = TakeCorrection(*k)) return bad;
     }
-    return zepStatusBadHuffCode;  // the band has too few
+    return zepStatusBadHuffCode;  // the band has too few zeros
   }
 
   zepStatus TakeCorrection(int32_t k) {
@@ -162,7 +162,7 @@ HWY_INLINE bool ReadQuickly(const Source& from, zepiDecodeHuffmanState* state, c
   return HWY_LIKELY(ReadPlain(from, state, take)) || ReadStuffed(from, state, take);
 }
 
-// Restores the block after a fast attempt that has given up.
+// Restores the block after a fast attempt that failed.
 class Undo {
  public:
   explicit Undo(int16_t* block) : block_(block) { std::memcpy(saved_, block, sizeof(saved_)); }
@@ -191,7 +191,8 @@ zepStatus FirstDc(const Source& from, int32_t* difference, const zepiDecodeHuffm
   return TakeDcCarefully(from, difference, table, state);
 }
 
-// Decodes a band to its end. `*run` becomes the end-of-band run, with this block.
+// Decodes a band to its end. If an end-of-band run begins here, `*run` becomes its length, this
+// block included.
 template <class Bytes>
 HWY_INLINE bool TakeFirst(const Band& band, const zepiDecodeHuffmanSpec& table, int16_t* block,
                           uint32_t* run, QuickReader<Bytes>* reader) {
@@ -240,7 +241,7 @@ zepStatus DecodeFirst(const Source& from, int16_t* block, const Band& band,
   return DecodeCarefully(&CarefulBand::First, from, block, band, table, state);
 }
 
-// The 1 bit of `mask` with `count` 1 bits below it; 0: there is none.
+// The 1 bit of `mask` that has `count` 1 bits below it, or 0.
 HWY_INLINE uint64_t NthBit(uint64_t mask, uint32_t count) {
 #if HWY_TARGET <= HWY_AVX2
   return _pdep_u64(uint64_t{1} << count, mask);
@@ -260,8 +261,9 @@ HWY_INLINE bool TakeCorrections(uint64_t indexes, int32_t shift, int16_t* block,
   return true;
 }
 
-// `nonzero` is the mask of the coefficients that were nonzero before this scan. `*run` is 0, or an
-// end-of-band run that holds this block; it becomes the run that ends the band.
+// Decodes the refinement of a band. `nonzero` is the mask of the coefficients that were nonzero
+// before this scan. `*run` is the length of an end-of-band run that includes this block, or 0; on
+// return it is that of the run that ended the band.
 template <class Bytes>
 HWY_INLINE bool TakeRefinement(const Band& band, const zepiDecodeHuffmanSpec& table,
                                uint64_t nonzero, int16_t* block, uint32_t* run,
@@ -331,7 +333,7 @@ Kernels kernels;
 
 ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 
-// What every decoder checks first.
+// The first checks of every decoder.
 Checks CheckSource(const Source& from, const int16_t* block) {
   return Checks()
       .Ptr(from.bytes)

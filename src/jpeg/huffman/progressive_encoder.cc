@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
-// The scans of progressive JPEG (ITU-T T.81, G.1.2): the upper bits of DC, or of a band of AC
-// coefficients, first; then one bit more in each scan.
+// Encoding of the scans of progressive JPEG (ITU-T T.81, G.1.2): a first scan has the upper bits of
+// DC, or of a band of AC coefficients; each refinement scan adds one bit.
 //
-// progressive-inl.h makes the symbols of a block. They go to one of two sinks, which give the same
-// bytes, positions and states: CollectorSink, if there is room for the longest block and every
-// symbol has a code; WriterSink, the reference writer, otherwise, from the start of the block.
+// progressive-inl.h makes the symbols of a block. They go to one of two sinks that give the same
+// bytes, positions and states. CollectorSink is the fast one; it needs room for the longest
+// possible block, and fails if a symbol has no code. Then WriterSink, the reference writer, starts
+// again from the start of the block.
 #include "frame/checks.h"
 #include "jpeg/huffman/bit_writer.h"
 #include "jpeg/huffman/collector.h"
@@ -30,10 +31,10 @@ struct Kernels {
 };
 
 // The longest block in bytes: 31 bits for each coefficient and 16 for a run of 16 zeros before it,
-// two end-of-band runs of 15 extra bits, 1024 corrections; every byte may be stuffed.
+// two end-of-band runs with 15 extra bits, 1024 corrections. A 00 may be stuffed after every byte.
 constexpr int64_t kMaxBlockBytes = 2 * ((7 + 63 * (31 + 16) + 30 + 1024 + 7) / 8) + 8;
 
-// Writes through the reference writer, and keeps the status of the first write that fails.
+// Uses the reference writer, and keeps the status of the first write that fails.
 class WriterSink {
  public:
   WriterSink(const zepiEncodeHuffmanSpec* table, const Destination& to,
@@ -92,7 +93,8 @@ class CollectorSink {
   Collector collector_;
 };
 
-// Calls tell(run, sink) with the fast sink if that is possible, else with the reference writer.
+// Calls tell(run, sink) with the fast sink if there is room, and if that fails or there is none,
+// with the reference writer.
 template <class Tell>
 HWY_INLINE zepStatus Write(const Tell& tell, const zepiEncodeHuffmanSpec* table,
                            const Destination& to, zepiEncodeHuffmanState* state) {
@@ -120,7 +122,7 @@ ZEP_BEFORE_NAMESPACE();
 namespace zepjp::HWY_NAMESPACE {
 namespace {
 
-// A block without nonzero coefficients only makes the end-of-band run longer.
+// A block without nonzero coefficients only lengthens the end-of-band run.
 HWY_INLINE bool IsOnlyRun(uint64_t nonzero, zepiEncodeHuffmanState* state) {
   if (nonzero != 0 || state->eobRun >= kMaxEobRun - 1) return false;
   ++state->eobRun;

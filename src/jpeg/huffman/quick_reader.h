@@ -1,19 +1,21 @@
 // SPDX-License-Identifier: MIT
-// The fast reader of symbols and values: from a window of 64 bits, refilled eight bytes at a time.
+// The fast reader of symbols and values. It takes bits from a window of 64 bits, which it refills
+// with eight bytes at a time.
 //
-// Position and state after a call are part of the interface, and they show how far the reference
-// reader (bit_reader.h) has read ahead. So the fast reader counts, besides the bits that it has
-// taken, the bits that the reference reader would have read. That one refills only if fewer bits
-// are valid than it needs, and then whole bytes until 25 or more are valid:
+// The position and the state after a call are part of the interface, and they show how far the
+// reference reader (bit_reader.h) reads ahead. So besides the bits that it has taken, the fast
+// reader counts the bits that the reference reader would have read. The reference reader refills
+// only if fewer bits are valid than it needs, and then whole bytes until 25 or more are valid:
 //
 //   if read < end:  read = (taken + 32) rounded down to a multiple of 8
 //
 // where `end` is the end of the bits that it needs next.
 //
-// Both counts start with the four bytes that the state holds. At the end the difference is the
-// number of valid bits, and `read` gives the position. Whatever the reference reader would treat
-// specially (a marker, the end of the source, a bad code, a state that no coder has written) makes
-// the fast reader give up; the reference reader then starts again from the unchanged state.
+// Both counts start at the first of the four bytes that the state holds. At the end their
+// difference is the number of valid bits, and `read` gives the position. The fast reader fails at
+// everything that the reference reader handles specially (a marker, the end of the source, an
+// invalid code, a state that no coder has written); the reference reader then starts again from the
+// unchanged state.
 #ifndef ZEPJP_SRC_JPEG_HUFFMAN_QUICK_READER_H_
 #define ZEPJP_SRC_JPEG_HUFFMAN_QUICK_READER_H_
 
@@ -27,8 +29,8 @@
 
 namespace zepjp {
 
-// Data bytes are numbered from the first of the four that the state holds: the last ones that were
-// read.
+// The state holds the last four bytes that were read. Data bytes are numbered from the first of
+// them.
 constexpr size_t kStateBytes = 4;
 
 inline uint32_t LoadBigEndian32(const uint8_t* from) {
@@ -43,12 +45,12 @@ inline uint64_t LoadBigEndian64(const uint8_t* from) {
   return __builtin_bswap64(value);
 }
 
-// Data bytes exactly as the source holds them, the state's first. They end before the first FF.
+// Data bytes in the source, starting with those in the state, up to the first FF.
 class PlainBytes {
  public:
   PlainBytes(const uint8_t* from, int64_t size) : from_(from), limit_(size - 8) {}
 
-  // Loads at least 57 bits from bit `at` on, the first one highest. False: there are fewer.
+  // Loads at least 57 bits from bit `at`, the first one highest. False if there are fewer.
   HWY_INLINE bool Load(size_t at, uint64_t* bits) {
     const auto byte = static_cast<int64_t>(at >> 3);
     if (HWY_UNLIKELY(byte > limit_)) return false;
@@ -62,14 +64,13 @@ class PlainBytes {
   int64_t limit_;  // eight bytes may be loaded up to here
 };
 
-// Data bytes of a source with stuffed zeros. They end before a marker, a fill byte or the end of
-// the source.
+// Data bytes of a source with stuffed zeros, up to a marker, a fill byte or the end of the source.
 class StuffedBytes {
  public:
   StuffedBytes(uint32_t state_bytes, const uint8_t* from, const uint8_t* end)
       : start_(from), from_(from), end_(end), state_bytes_(state_bytes), newest_(state_bytes) {}
 
-  // As PlainBytes::Load; `at` never falls.
+  // As PlainBytes::Load; `at` never decreases.
   HWY_INLINE bool Load(size_t at, uint64_t* bits) {
     while (8 * count_ - at < 57) {
       if (!TakeSeveral(at / 8 + 8 - count_) && !TakeOne()) return false;
@@ -78,8 +79,8 @@ class StuffedBytes {
     return true;
   }
 
-  // How many bytes of the source hold the first `count` data bytes after the state's, and the last
-  // four of these.
+  // Returns how many source bytes the first `count` data bytes after the state's occupy; `*newest`
+  // becomes the last four of these data bytes.
   int32_t Advance(size_t count, uint32_t* newest) const {
     const uint8_t* at = start_;
     *newest = state_bytes_;
@@ -91,7 +92,7 @@ class StuffedBytes {
   }
 
  private:
-  // 1 to 8 bytes.
+  // Takes 1 to 8 bytes.
   HWY_INLINE bool TakeSeveral(size_t count) {
     if (end_ - from_ < 8) return false;
     const uint64_t next = LoadBigEndian64(from_);
@@ -118,17 +119,17 @@ class StuffedBytes {
   const uint8_t* end_;
   uint32_t state_bytes_;
   uint64_t newest_;             // the last eight data bytes
-  size_t count_ = kStateBytes;  // how many were read
+  size_t count_ = kStateBytes;  // data bytes read
 };
 
-// In bits: how many were taken, and how many the reference reader would have read.
+// The number of bits taken, and the number that the reference reader would have read.
 struct Progress {
   size_t taken, read;
   size_t bytes_read() const { return read / 8 - kStateBytes; }  // after the state's
   int32_t unused() const { return static_cast<int32_t>(read - taken); }
 };
 
-// Takes symbols and values from `bytes`, beginning with the last `unused` bits of the state, up to
+// Takes symbols and values from `bytes`, starting with the last `unused` bits of the state, up to
 // 32.
 template <class Bytes>
 class QuickReader {
@@ -136,18 +137,18 @@ class QuickReader {
   HWY_INLINE QuickReader(const Bytes& bytes, uint32_t unused)
       : bytes_(bytes), taken_(8 * kStateBytes - unused) {}
 
-  // Makes sure of 57 bits, enough for any symbol and its value. False: only the reference reader
-  // knows what follows.
+  // Makes sure that the window has 57 bits, enough for any symbol and its value. False: the
+  // reference reader has to continue.
   HWY_INLINE bool Refill() {
     refill_after_ = taken_ + 57 - kUsualBits;
     return bytes_.Load(taken_, &window_);
   }
 
-  // Makes sure of enough for an AC symbol and its value.
+  // Makes sure that the window has enough bits for an AC symbol and its value.
   HWY_INLINE bool Ensure() { return HWY_LIKELY(taken_ <= refill_after_) || Refill(); }
 
-  // The next symbol as an entry of a fast table; 0: there is no such code, or too few bits after a
-  // long one.
+  // The next symbol as an entry of a `fast` table; 0 if there is no such code, or too few bits
+  // after a long one.
   HWY_INLINE uint32_t TakeSymbol(const zepiDecodeHuffmanSpec& table) {
     uint32_t entry = table.fast[window_ >> (64 - kFastCodeBits)];
     if (HWY_LIKELY(IsFastCode(entry))) {
@@ -171,7 +172,7 @@ class QuickReader {
     return value;
   }
 
-  // The same for 0 to 16.
+  // The value after a symbol of category 0 to 16.
   HWY_INLINE int32_t TakeDifference(uint32_t category) {
     const int32_t value = DifferenceOfHighest(category, window_);
     ReadCarefully(taken_ + category);
@@ -179,7 +180,7 @@ class QuickReader {
     return value;
   }
 
-  // The category of a DC difference, and the difference. False: there is no such code.
+  // Takes the category of a DC difference, then the difference. False if there is no such code.
   HWY_INLINE bool TakeDc(const zepiDecodeHuffmanSpec& table, int32_t* difference) {
     const uint32_t entry = TakeSymbol(table);
     const uint32_t category = entry & 0xFFFF;
@@ -196,7 +197,7 @@ class QuickReader {
     return bits;
   }
 
-  // False: the careful reader may have read bytes that are not verified here.
+  // False: the reference reader may have read bytes that are not verified here.
   HWY_INLINE bool Finish(Progress* progress) {
     if (HWY_UNLIKELY(read_ > refill_after_ + kUsualBits) && !Refill()) return false;
     *progress = {taken_, read_};
@@ -211,14 +212,15 @@ class QuickReader {
     taken_ += count;
   }
 
-  // The reference reader's refill before it takes the bits up to `end`. A branch here would be
-  // mispredicted often.
+  // Counts the refill that the reference reader makes before it takes the bits up to `end`. A
+  // branch would be mispredicted often.
   HWY_INLINE void ReadCarefully(size_t end) {
     const size_t filled = (taken_ + 32) & ~size_t{7};
     read_ = read_ < end ? filled : read_;
   }
 
-  // A code of 9 to 16 bits, the first of 16, as an entry of a fast table; 0: there is none.
+  // The code of 9 to 16 bits at the start of 16 bits, as an entry of a `fast` table; 0 if there is
+  // none.
   static HWY_NOINLINE uint32_t FindLongCode(const zepiDecodeHuffmanSpec& table, uint32_t bits) {
     for (int length = kFastCodeBits + 1; length <= kMaxCodeBits; ++length) {
       const uint32_t code = bits >> (kMaxCodeBits - length);
@@ -236,20 +238,21 @@ class QuickReader {
   uint64_t window_ = 0;  // the next bit is the highest
 };
 
-// Hand-edited states and pending markers go to the reference reader.
+// False for pending markers and for states that no coder has written: they go to the reference
+// reader.
 inline bool IsUsual(const Source& from, const zepiDecodeHuffmanState& state) {
   return *from.marker == 0 && *from.position >= 0 && *from.position <= from.length &&
          state.reserved == 0 && static_cast<uint32_t>(state.numBits) <= 8 * kStateBytes;
 }
 
 // Calls take(bytes, unused, &progress) with the number of valid bits in the state. If it succeeds,
-// position and state advance. False: neither has changed.
+// the position and the state advance; if not, neither changes and the result is false.
 template <class Take>
 HWY_INLINE bool ReadPlain(const Source& from, zepiDecodeHuffmanState* state, const Take& take) {
   const int64_t start = int64_t{*from.position} - int64_t{kStateBytes};
   if (start < 0 || !IsUsual(from, *state)) return false;
-  // The state's bytes are loaded from the source, where they are too: a load from the state would
-  // wait for the stores of the previous call.
+  // The bytes of the state are loaded from the source, which also has them: a load from the state
+  // would wait for the stores of the previous call.
   const uint8_t* const bytes = from.bytes + start;
   if (LoadBigEndian32(bytes) != state->bits) return false;
   Progress progress;

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the tables and states of the Huffman coders have in common: the query of their size,
-// allocation, release.
+// Size query, allocation and release for the tables and states of the Huffman coders.
 #ifndef ZEPJP_SRC_JPEG_HUFFMAN_RECORDS_H_
 #define ZEPJP_SRC_JPEG_HUFFMAN_RECORDS_H_
 
@@ -16,7 +15,7 @@ zepStatus StoreRecordSize(int32_t* size) {
   return zepStatusOk;
 }
 
-// If memory is short, `*record` becomes null and the status is that of a null pointer.
+// If the allocation fails, `*record` becomes null and the status is zepStatusNullPtr.
 template <class Record>
 zepStatus AllocateRecord(Record** record) {
   *record = static_cast<Record*>(Allocate(static_cast<int32_t>(sizeof(Record))));

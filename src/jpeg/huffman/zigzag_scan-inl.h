@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
-// Masks of the coefficients of a block in zigzag order, made with vectors: bit k is that of zigzag
-// index k. Included once per instruction set.
+// Masks of the coefficients of a block in zigzag order (ITU-T T.81, figure A.6), made with vectors:
+// bit k stands for zigzag index k. With them an entropy coder visits only nonzero coefficients.
+// Included once per instruction set.
 //
-// AVX-512 permutes the 64 coefficients themselves (vpermt2w twice). The others compare them in
-// natural order, pack the 64 flags into four registers of bytes, and collect the bytes of each 16
-// zigzag indexes from the registers that hold them: four byte shuffles for each group at most,
-// fewer at the corners.
+// AVX-512 permutes the 64 coefficients themselves (vpermt2w twice). The other instruction sets
+// compare the coefficients in natural order, pack the 64 flags into four registers of bytes, and
+// collect the flags of each 16 zigzag indexes with one byte shuffle for each register that holds
+// some of them.
 #if defined(ZEPJP_SRC_JPEG_HUFFMAN_ZIGZAG_SCAN_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #  ifdef ZEPJP_SRC_JPEG_HUFFMAN_ZIGZAG_SCAN_INL_H_
 #    undef ZEPJP_SRC_JPEG_HUFFMAN_ZIGZAG_SCAN_INL_H_
@@ -55,7 +56,7 @@ class ZigzagScan {
   }
   HWY_INLINE int64_t value(int index) const { return values_[index]; }
   HWY_INLINE uint32_t magnitude(int index) const { return magnitudes_[index]; }
-  // Its lowest bits are the extra bits of the coefficient.
+  // The lowest bits of the result are the extra bits of the coefficient.
   HWY_INLINE uint64_t extra(int index) const { return extras_[index]; }
 
  private:
@@ -68,15 +69,16 @@ class ZigzagScan {
   }
 
   __m512i first_, second_;
-  alignas(64) int16_t values_[64];  // what a caller does not ask for is not stored
+  alignas(
+      64) int16_t values_[64];  // compilers drop the stores of arrays that a caller does not use
   alignas(64) uint16_t magnitudes_[64];
   alignas(64) uint16_t extras_[64];
 };
 
 #  else
 
-// bytes[g][s]: for the zigzag indexes 16 g .. 16 g + 15, which of the natural positions 16 s .. 16
-// s + 15 each one is; -1, which shuffles to 0, if it is in another register.
+// bytes[g][s] shuffles register s, which holds the natural positions 16s to 16s + 15, to the zigzag
+// indexes 16g to 16g + 15. Indexes whose position is in another register have -1, which gives 0.
 struct ZigzagShuffle {
   alignas(16) int8_t bytes[4][4][16];
   bool is_used[4][4];
@@ -121,7 +123,7 @@ class ZigzagScan {
     return LoadCoefficient(block_ + kNaturalOfZigzag[index]);
   }
   HWY_INLINE uint32_t magnitude(int index) const { return magnitudes_[kNaturalOfZigzag[index]]; }
-  // Its lowest bits are the extra bits of the coefficient.
+  // The lowest bits of the result are the extra bits of the coefficient.
   HWY_INLINE uint64_t extra(int index) const { return extras_[kNaturalOfZigzag[index]]; }
 
  private:
@@ -170,8 +172,8 @@ class ZigzagScan {
   }
 
   const int16_t* block_;
-  alignas(32) uint16_t
-      magnitudes_[64];  // in natural order; what a caller does not ask for is not stored
+  // In natural order; compilers drop the stores of arrays that a caller does not use.
+  alignas(32) uint16_t magnitudes_[64];
   alignas(32) uint16_t extras_[64];
 };
 

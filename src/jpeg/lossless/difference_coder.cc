@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Coding of differences in lossless JPEG (ITU-T T.81, H.1.2.2): the code of a category and its
-// extra bits, one difference or rows of up to four interleaved components at a time.
+// Coding of differences in lossless JPEG (ITU-T T.81, H.1.2.2): the code of a magnitude category
+// and its extra bits, one difference or rows of up to four interleaved components at a time.
 //
 // As with blocks, a fast coder and the reference coder give the same bytes, positions and states.
-// The fast one takes several samples at a time, and changes nothing if it gives up (little room, a
-// symbol without a code, a marker, the end of the source); the reference coder then goes sample by
-// sample. Long rows are decoded in chunks by row_reader.h.
+// The fast one codes several samples at a time. It fails, and then has changed nothing, if there is
+// little room, a symbol without a code, a marker, or the end of the source; then the reference
+// coder goes on sample by sample. Long rows are decoded in chunks by row_reader.h.
 #include <algorithm>
 #include <cstring>
 
@@ -50,20 +50,20 @@ struct Kernels {
                       zepiDecodeHuffmanState* state);
 };
 
-// The difference 32768 has a category of its own and no extra bits.
+// Category 16 has only the difference 32768, and no extra bits.
 constexpr uint32_t NumExtraBits(uint32_t category) { return category % kMaxDcCategory; }
 constexpr int32_t kFarDifference = -32768;
 
-// How many columns are coded at once.
+// The number of columns that are coded together.
 constexpr size_t kColumns = 32;
 
-// The room for `count` differences: each takes 31 bits at most, every byte may be stuffed, and
-// whole words are stored.
+// The room for `count` differences: each takes at most 31 bits, a 00 may be stuffed after every
+// byte, and whole 64-bit words are stored.
 constexpr int64_t RoomFor(size_t count) {
   return 2 * ((7 + 31 * static_cast<int64_t>(count) + 7) / 8) + 8;
 }
 
-// Codes as the tables have them.
+// Looks codes up in the tables.
 class TableCodes {
  public:
   explicit TableCodes(const RowsToEncode& rows) : rows_(rows) {}
@@ -77,10 +77,10 @@ class TableCodes {
   const RowsToEncode& rows_;
 };
 
-// The same for long rows, for which it pays to rearrange the codes of the tables first.
+// Looks codes up in lists that are made first, which pays off for long rows.
 class ListedCodes {
  public:
-  static constexpr size_t kWorth = 256;
+  static constexpr size_t kWorth = 256;  // differences
 
   explicit ListedCodes(const RowsToEncode& rows) {
     for (int i = 0; i < rows.components; ++i) {
@@ -102,8 +102,8 @@ class ListedCodes {
   }
 
  private:
-  uint64_t codes_[kMaxComponents]
-                 [kMaxDcCategory + 1];  // above 8 bits for their length with extra bits
+  // The code, shifted left by the number of extra bits, above 8 bits for the length of both.
+  uint64_t codes_[kMaxComponents][kMaxDcCategory + 1];
 };
 
 template <class Codes>
@@ -143,7 +143,7 @@ HWY_INLINE bool TakeDifferences(const RowsToDecode& rows, size_t begin, size_t e
                                 const Bytes& bytes, uint32_t unused, Progress* progress) {
   QuickReader<Bytes> reader(bytes, unused);
   if (!reader.Refill()) return false;
-  // What is given up has written nothing: the careful way may fail at an earlier sample.
+  // Nothing is written on failure: the reference coder may stop at an earlier sample.
   int16_t taken[kMaxComponents][kColumns];
   for (size_t x = begin; x < end; ++x) {
     for (int i = 0; i < rows.components; ++i) {
@@ -191,8 +191,8 @@ zepStatus DecodeCarefully(const RowsToDecode& rows, size_t begin, size_t end, co
   return status;
 }
 
-// Long rows are decoded in chunks of kLongChunk differences by RowReader, whose tables must be made
-// first; fewer than kLeastChunk are not worth it.
+// Long rows are decoded in chunks of up to kLongChunk differences by RowReader. Its look-up tables
+// must be made first, which does not pay off for fewer than kLeastChunk differences.
 constexpr size_t kLongChunk = 2048, kLeastChunk = 128;
 
 struct LongChunk {
@@ -211,7 +211,7 @@ inline void ListCodes(const RowsToDecode& rows, LongChunk* chunk) {
   }
 }
 
-// How many columns of the chunk could be taken.
+// Decodes columns to the chunk; returns how many were possible.
 HWY_INLINE size_t TakeColumns(const RowsToDecode& rows, size_t columns, RowReader* reader,
                               LongChunk* chunk) {
   RowReader local = *reader;
@@ -226,8 +226,8 @@ HWY_INLINE size_t TakeColumns(const RowsToDecode& rows, size_t columns, RowReade
   return columns;
 }
 
-// The columns from `begin` on; returns how many were possible, and where not all were, has changed
-// nothing.
+// Decodes `columns` columns from `begin`; returns how many were possible. If not all were, nothing
+// has changed.
 HWY_INLINE size_t DecodeChunk(const RowsToDecode& rows, size_t begin, size_t columns,
                               const Source& from, zepiDecodeHuffmanState* state, LongChunk* chunk) {
   if (!IsUsual(from, *state)) return 0;
@@ -242,8 +242,8 @@ HWY_INLINE size_t DecodeChunk(const RowsToDecode& rows, size_t begin, size_t col
   return columns;
 }
 
-// Decodes the start of a row in long chunks; returns how many columns. A chunk that meets a marker,
-// the end or a bad code is decoded once more up to there.
+// Decodes the start of a row in long chunks; returns the number of columns. A chunk that meets a
+// marker, the end or an invalid code is decoded again up to that column.
 HWY_INLINE size_t DecodeLong(const RowsToDecode& rows, size_t width, const Source& from,
                              zepiDecodeHuffmanState* state) {
   const auto components = static_cast<size_t>(rows.components);

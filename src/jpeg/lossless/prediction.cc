@@ -2,13 +2,18 @@
 // Prediction of lossless JPEG (ITU-T T.81, H.1.2.1): rows of samples to differences and back,
 // modulo 65536.
 //
-// With x the row, b the row above and c = b one sample to the left, predictor 1 is the left
-// neighbour, 2 is b, 3 is c, 4 is left + b - c, 5 is left + ((b - c) >> 1), 6 is b + ((left - c) >>
-// 1), 7 is (left + b) >> 1.
+// With a the left neighbour, b the one above, and c the one above and to the left (the corner):
 //
-// Forward, every predictor is a formula over vectors. Inverse, so are 2 and 3; 1, 4 and 5 are
-// running sums of values known beforehand, which take log2(lanes) steps for a vector; 6 and 7 halve
-// the last reconstructed sample, so they go sample by sample.
+//   1  a    2  b    3  c    4  a + b - c    5  a + ((b - c) >> 1)    6  b + ((a - c) >> 1)
+//   7  (a + b) >> 1
+//
+// Forward, all neighbours are known, and every predictor is a formula on vectors. Inverse, a is the
+// sample that was just restored:
+//
+//   2, 3     do not use a: formulas on vectors
+//   1, 4, 5  use a without a factor, so samples are running sums of known values: a vector takes
+//            log2(lanes) steps
+//   6, 7     halve a, so every sample has to wait for the one before: sample by sample
 #include <algorithm>
 
 #include "frame/checks.h"
@@ -25,7 +30,7 @@ namespace {
 
 constexpr int kPredictors = 7;
 
-// Samples 1 to width - 1 of a row; those of the row above from its sample 0 on.
+// Processes samples 1 to width - 1 of a row; `above` is the row above from its sample 0.
 using PredictRow = void (*)(const uint8_t* src, const uint8_t* above, uint8_t* dst, size_t width);
 
 struct Kernels {
@@ -64,7 +69,8 @@ HWY_INLINE void Store(V v, uint8_t* row, size_t x) {
   hn::StoreU(hn::BitCast(D8(), v), D8(), row + 2 * x);
 }
 
-// (a - b) >> 1 of unsigned samples, or of signed ones; the low 16 bits.
+// (a - b) >> 1 of unsigned samples, or of signed ones: the low 16 bits of it. a - b itself may need
+// 17 bits, so the halves are subtracted, and 1 if only the lowest bit of b is set.
 HWY_INLINE V Borrow(V a, V b) { return hn::And(hn::AndNot(a, b), hn::Set(D(), 1)); }
 HWY_INLINE V HalfDifference(V a, V b) {
   return hn::Sub(hn::Sub(hn::ShiftRight<1>(a), hn::ShiftRight<1>(b)), Borrow(a, b));
@@ -105,7 +111,7 @@ HWY_INLINE V Differences(const uint8_t* src, const uint8_t* above, size_t x) {
   return hn::Sub(Load(src, x), Predict<kPredictor>(left, up, corner));
 }
 
-// Fewer than kSamples samples from `begin` on, with the one before them, as a row of their own.
+// A copy of the sample before `begin` and of `count` samples from there, fewer than kSamples.
 class Few {
  public:
   HWY_INLINE Few(const uint8_t* row, size_t begin, size_t count) {
@@ -117,7 +123,7 @@ class Few {
   HWY_ALIGN uint8_t bytes_[4 * kSamples] = {};
 };
 
-// From the end, because a row may become its own differences.
+// Goes from the end of the row to its start, because dst may be src.
 template <int kPredictor>
 void ForwardRow(const uint8_t* src, const uint8_t* above, uint8_t* dst, size_t width) {
   size_t x = width;
@@ -133,7 +139,7 @@ void ForwardRow(const uint8_t* src, const uint8_t* above, uint8_t* dst, size_t w
   }
 }
 
-// What predictors other than 6 and 7 add to differences before any sum.
+// The difference plus those terms of the predictor that do not depend on the row itself.
 template <int kPredictor>
 HWY_INLINE V Known(const uint8_t* src, const uint8_t* above, size_t x) {
   const V difference = Load(src, x);
@@ -145,7 +151,8 @@ HWY_INLINE V Known(const uint8_t* src, const uint8_t* above, size_t x) {
   }
 }
 
-// Lane i: the sum of the lanes 0 to i, plus `before` in each.
+// RunningSum: lane i becomes the sum of lanes 0 to i plus `before`. SumWithin128 does so within
+// each 128-bit block.
 HWY_INLINE V SumWithin128(V v) {
   v = hn::Add(v, hn::ShiftLeftLanes<1>(D(), v));
   v = hn::Add(v, hn::ShiftLeftLanes<2>(D(), v));
@@ -154,7 +161,7 @@ HWY_INLINE V SumWithin128(V v) {
 #if HWY_TARGET == HWY_AVX3
 HWY_INLINE V RunningSum(V v, V before) {
   v = SumWithin128(v);
-  // The last lane of each block goes to all later blocks.
+  // Adds the last lane of each block to all later blocks.
   const __m512i last = _mm512_shuffle_epi8(v.raw, _mm512_set1_epi16(0x0F0E));
   const __m512i zero = _mm512_setzero_si512();
   const __m512i one = _mm512_alignr_epi64(last, zero, 6);
@@ -179,7 +186,7 @@ HWY_INLINE V RunningSum(V v, V before) { return hn::Add(SumWithin128(v), before)
 HWY_INLINE V LastLane(V v) { return hn::Broadcast<7>(v); }
 #endif
 
-// Predictor 4 sums what the samples are above their upper neighbours.
+// For predictor 4 the running sum is that of x - b, the sample minus the one above it.
 template <int kPredictor>
 HWY_INLINE V Reconstruct(const uint8_t* src, const uint8_t* above, size_t x, V* before) {
   const V known = Known<kPredictor>(src, above, x);
@@ -268,7 +275,7 @@ zepStatus CheckRow(const int16_t* src, const int16_t* above, const int16_t* dst,
       .Failed();
 }
 
-// Half of the range of point-transformed samples predicts the first one.
+// The prediction of the first sample: half of the range of the samples after the point transform.
 uint32_t Base(int32_t precision, int32_t point_transform) {
   return point_transform < precision ? 1u << (precision - point_transform - 1) : 0;
 }

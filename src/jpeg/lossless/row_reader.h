@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
-// The fastest reader, for many differences: a look-up by the next eight bits gives the length of a
-// code together with its extra bits, so that the next code depends on one look-up and one shift
-// only.
+// The reader for long rows of differences in lossless JPEG (ITU-T T.81, H.2). A look-up by the next
+// eight bits gives the length of a code together with its extra bits. So the time from one code to
+// the next is only one look-up and one shift.
 //
-// It refills exactly when the reference reader (jpeg/huffman/bit_reader.h) does, and as far: if
-// fewer bits are valid than are needed, to 25 bits or more. So position and state come out right
-// without a separate count, and a refill every 20 bits or so is no more than any other rule would
-// need.
+// It refills exactly when the reference reader (jpeg/huffman/bit_reader.h) does, and by the same
+// amount: if fewer bits are valid than are needed, up to 25 or more. So the position and the state
+// are right without a separate count. A refill is needed about every 20 bits.
 #ifndef ZEPJP_SRC_JPEG_LOSSLESS_ROW_READER_H_
 #define ZEPJP_SRC_JPEG_LOSSLESS_ROW_READER_H_
 
@@ -20,10 +19,10 @@
 
 namespace zepjp {
 
-// What the first eight bits of a code say about it and its extra bits, in one word. From the lowest
-// byte on: the length of both, the length of the code, 63 less the number of extra bits; in the
-// upper half, as many 1 bits as there are extra bits. If the code is longer than eight bits, or its
-// category is 16, the length of both is kNotShort.
+// The entry of the look-up by the first eight bits of a code, in one word: byte 0 is the length of
+// the code with its extra bits, byte 1 the length of the code, byte 2 is 63 minus the number e of
+// extra bits; the upper half is 2^e - 1. If the code is longer than eight bits, or its category is
+// 16, byte 0 is kNotShort.
 using ShortCode = uint64_t;
 constexpr size_t kShortCodes = size_t{1} << kFastCodeBits;
 constexpr uint32_t kNotShort = 255;
@@ -41,29 +40,30 @@ inline void ListShortCodes(const zepiDecodeHuffmanSpec& table, ShortCode codes[k
 
 class RowReader {
  public:
-  // Of a state and a position that are usual.
+  // The state and the position must satisfy IsUsual().
   RowReader(const Source& from, const zepiDecodeHuffmanState& state)
       : next_(from.bytes + *from.position),
         end_(from.bytes + from.length),
         window_(state.numBits > 0 ? uint64_t{state.bits} << (64 - state.numBits) : 0),
         ahead_(static_cast<uint32_t>(state.numBits)) {}
 
-  // The next difference. False: there is no such code, or a marker or the end comes too early; then
-  // the reader is of no more use.
+  // Takes the next difference. False if there is no such code, or if a marker or the end of the
+  // source comes too early; then the reader must not be used further.
   HWY_INLINE bool Take(const zepiDecodeHuffmanSpec& table, const ShortCode* codes,
                        int16_t* difference) {
     if (ahead_ < kFastCodeBits && HWY_UNLIKELY(!Fill())) return false;
     const ShortCode code = codes[window_ >> (64 - kFastCodeBits)];
     const auto bits = static_cast<uint32_t>(code & 0xFF);
     if (HWY_UNLIKELY(ahead_ < bits)) return TakeAny(table, difference);
-    // The upper bits of a number of shifts do not count, which saves taking them out.
+    // Processors use only the lowest six bits of a shift count, so each mask compiles to nothing.
     *difference = ValueOf(window_ << (code >> 8 & 63), code >> 16 & 63, code >> 32);
     window_ <<= code & 63;
     ahead_ -= bits;
     return true;
   }
 
-  // Where the careful reader is. At least four bytes must have been read.
+  // Stores the position and the state of the reference reader. At least four bytes must have been
+  // read.
   void Finish(const Source& from, zepiDecodeHuffmanState* state) const {
     const uint8_t* const start = from.bytes + *from.position;
     const uint8_t* byte = next_;
@@ -84,15 +84,16 @@ class RowReader {
     ahead_ -= bits;
   }
 
-  // Extra bits at the start of 64.
+  // The value whose extra bits are the highest of `extra`: 63 - others of them; `ones` has that
+  // number of 1 bits.
   static HWY_INLINE int16_t ValueOf(uint64_t extra, uint64_t others, uint64_t ones) {
     const auto is_positive = static_cast<uint64_t>(static_cast<int64_t>(extra) >> 63);
     const uint64_t bits = extra >> 1 >> others;
     return static_cast<int16_t>(static_cast<uint16_t>(bits - (ones & ~is_positive)));
   }
 
-  // Any code: as the careful reader takes it. Works on a copy, so that the window need not be in
-  // memory.
+  // Takes any code in the way of the reference reader. It works on a copy, so that the window of
+  // the reader can stay in a register.
   HWY_INLINE bool TakeAny(const zepiDecodeHuffmanSpec& table, int16_t* difference) {
     RowReader copy = *this;
     const bool is_done = copy.TakeCarefully(table, difference);
@@ -117,7 +118,7 @@ class RowReader {
     return true;
   }
 
-  // Nine bits, then one by one.
+  // Takes nine bits, then one at a time.
   bool TakeLongCode(const zepiDecodeHuffmanSpec& table, uint32_t* symbol) {
     uint32_t code = 0;
     for (int length = kFastCodeBits + 1, more = length; length <= kMaxCodeBits;
@@ -134,8 +135,8 @@ class RowReader {
     return false;
   }
 
-  // Refills to 25 bits or more. The bits after the valid ones may be set: they are those of the
-  // bytes that follow.
+  // Refills to 25 bits or more. Bits after the valid ones may be set; they are bits of the bytes
+  // that follow.
   HWY_INLINE bool Fill() {
     if (HWY_LIKELY(end_ - next_ >= 8)) {
       const uint64_t bytes = LoadBigEndian64(next_);
@@ -166,7 +167,7 @@ class RowReader {
   const uint8_t* next_;
   const uint8_t* end_;
   uint64_t window_;  // the next bit is the highest
-  uint32_t ahead_;   // how many of its bits the careful reader would have read
+  uint32_t ahead_;   // the number of its bits that the reference reader would have read
 };
 
 }  // namespace zepjp

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
-// The blocks of one MCU to pixels: values plus 128, saturated to bytes; chroma replicated;
-// conversion or none.
+// The blocks of one MCU to pixels (ITU-T T.81, A.2 and A.3.1; ITU-T T.871): each value plus 128 is
+// saturated to 0..255, chroma samples are repeated, and YCbCr is converted to RGB or YCCK to CMYK,
+// or nothing is converted.
 //
-// Vectors hold cells of 16 pixels, as in pixels_to_mcu.cc: a V16 has a run of eight for each cell.
+// Vectors hold cells of 16 pixels, as in pixels_to_mcu.cc. A V16 has eight values of each cell: one
+// of the cell's two runs.
 #include "frame/checks.h"
 #include "frame/rows.h"
 #include "simd/dispatch.h"
@@ -19,7 +21,7 @@ namespace {
 
 using FromMcu = void (*)(const int16_t* const* src, uint8_t* dst, ptrdiff_t step, uint8_t alpha);
 
-// For each sampling.
+// A kernel for each sampling.
 struct FromMcuSamplings {
   FromMcu full, half_width, half;  // 444, 422, 411
 };
@@ -40,8 +42,7 @@ namespace {
 constexpr size_t kCells = kPixels / 16;
 constexpr size_t kRowBytes = 16, kBlockBytes = 128;
 
-// The values of kCells rows of a block, kStride rows apart, limited so that they are bytes minus
-// 128.
+// The values of kCells rows of a block that are kStride rows apart, limited to -128..127.
 template <int kStride = 1>
 HWY_INLINE V16 LoadRows(const int16_t* block, size_t offset) {
   const D16 d16;
@@ -52,7 +53,7 @@ HWY_INLINE V16 LoadRows(const int16_t* block, size_t offset) {
 
 HWY_INLINE V16 Plus128(V16 v) { return hn::Add(v, hn::Set(D16(), 128)); }
 
-// A component of the two runs of each cell.
+// One component of the two runs of each cell.
 struct Runs {
   V16 lower, upper;
 
@@ -68,15 +69,16 @@ HWY_INLINE Rgb Convert(const Runs& y, const Runs& cb, const Runs& cr) {
                  {Plus128(y.upper), doubled(cb.upper), doubled(cr.upper)});
 }
 
-// Where the two runs of the first cell begin, and how far the next cells are from it.
+// The addresses of the two runs of the first cell, and the distance from each cell to the next.
 struct PixelTarget {
   uint8_t* first;
   uint8_t* second;
   ptrdiff_t step;
 };
 
-// The 24 bytes of each run of three-byte pixels: the first 16 of the first and of the second run,
-// then the last 8 of both. Indices of the bytes of channel `channel` in part `part`.
+// A run of eight three-byte pixels has 24 bytes. They are stored in three parts: 0 and 1 are the
+// first 16 bytes of the first and of the second run, 2 the last 8 bytes of both. These are the
+// indices that pick the bytes of one channel of a part.
 constexpr PairIndices MakeTripleBytes(int part, int channel) {
   PairIndices result = {};
   for (int i = 0; i < 16; ++i) {
@@ -130,7 +132,7 @@ HWY_INLINE void StoreFour(V8 a, V8 b, V8 c, V8 d, const PixelTarget& to) {
   store(hn::InterleaveUpper(D16(), ab_upper, cd_upper), to.second + 16);
 }
 
-// What becomes of a cell's components.
+// Targets: they convert the components of cells and store the pixels.
 template <bool kIsBgr>
 struct ToThree {
   static constexpr size_t kChannels = 3, kComponents = 3;
@@ -175,7 +177,8 @@ void FromMcu444(const int16_t* const* src, uint8_t* dst, ptrdiff_t step, uint8_t
   }
 }
 
-// 422 with kRows = 1, 411 with 2: see the other direction.
+// 422 with kRows = 1, 411 with 2. A step covers kCells rows of chroma, each for kRows rows of
+// pixels.
 template <class Target, int kRows>
 void FromReducedMcu(const int16_t* const* src, uint8_t* dst, ptrdiff_t step, uint8_t alpha) {
   for (size_t y = 0; y < 8; y += kCells) {

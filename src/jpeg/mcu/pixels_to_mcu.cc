@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
-// Pixels to the blocks of one MCU: conversion or none, chroma reduced, samples minus 128.
+// Pixels to the blocks of one MCU (ITU-T T.81, A.2 and A.3.1; ITU-T T.871): RGB is converted to
+// YCbCr or CMYK to YCCK, or nothing is converted; chroma is reduced to the size of the sampling;
+// 128 is subtracted from each sample.
 //
-// A vector holds kCells cells of 16 pixels, a cell for each 128-bit block: two runs of eight
-// pixels, which are two rows of an MCU 8 pixels wide (444) or the halves of a row of one 16 wide
-// (422, 411).
+// Everything happens in one pass over registers. A vector holds kCells cells of 16 pixels, one for
+// each 128-bit block. A cell is two runs of eight pixels: two rows of an MCU that is 8 pixels wide
+// (444), or the two halves of a row of one that is 16 wide (422, 411). A run becomes a row of a
+// block.
 #include "frame/checks.h"
 #include "frame/rows.h"
 #include "simd/dispatch.h"
@@ -19,7 +22,7 @@ namespace {
 
 using ToMcu = void (*)(const uint8_t* src, ptrdiff_t step, int16_t* const* dst);
 
-// For each sampling.
+// A kernel for each sampling.
 struct ToMcuSamplings {
   ToMcu full, half_width, half;  // 444, 422, 411
 };
@@ -29,7 +32,7 @@ struct Kernels {
   ToMcu c2;
 };
 
-// Luminance and chroma of pixels, chroma of groups: everything minus 128.
+// The rules for single pixels, and for chroma from groups of pixels.
 struct RgbRules {
   static constexpr Rule kPixels = k15Bits, kGroups = k14Bits;
 };
@@ -55,7 +58,7 @@ namespace {
 
 constexpr size_t kCells = kPixels / 16;
 
-// Interleaved pixels as cells: the quarters of a block are the halves of its two runs.
+// Interleaved pixels as cells: the four quarters are the halves of the two runs.
 template <int kChannels>
 struct Cells : Interleaved<kChannels, 1u << 1 | 1u << 3> {
   using typename Interleaved<kChannels, 1u << 1 | 1u << 3>::Raw;
@@ -67,7 +70,7 @@ struct Cells : Interleaved<kChannels, 1u << 1 | 1u << 3> {
     return {{LoadBlocks(d8, first, cell_step), LoadBlocks(d8, first + kUpper, cell_step),
              LoadBlocks(d8, second, cell_step), LoadBlocks(d8, second + kUpper, cell_step)}};
   }
-  // A channel of the runs kRun, in 16-bit lanes.
+  // One channel of run kRun of each cell, in 16-bit lanes.
   template <int kChannel, int kRun>
   static HWY_INLINE V16 Channel(const Raw& raw) {
     using Self = Cells<kChannels>;
@@ -81,7 +84,8 @@ struct Cells : Interleaved<kChannels, 1u << 1 | 1u << 3> {
 
 HWY_INLINE V16 Minus128(V16 samples) { return hn::Sub(samples, hn::Set(D16(), 128)); }
 
-// Conversions: component kComponent of the runs kRun of a cell, and of groups of 2 x kRows pixels.
+// Conversions have Full(): component kComponent of run kRun of each cell; and Reduced(): component
+// kComponent of groups of 2 x kRows pixels.
 template <int kChannelsOf, class Rules>
 struct Converted {
   static constexpr int kChannels = kChannelsOf;
@@ -93,7 +97,7 @@ struct Converted {
   static constexpr Component Of(const Rule& rule) {
     return kComponent == 0 ? rule.y : kComponent == 1 ? rule.cb : rule.cr;
   }
-  // Results stay above their range's lower end, and reach beyond the upper one by 1.
+  // Results are never below -128, but may be 128.
   static HWY_INLINE V16 Limited(V16 samples) { return hn::Min(samples, hn::Set(D16(), 127)); }
 
   template <int kComponent, int kRun>
@@ -113,7 +117,7 @@ struct Converted {
   }
 };
 
-// The fourth channel goes along.
+// YCCK from CMYK: the fourth channel is only shifted.
 struct ConvertedInks : Converted<4, InkRules> {
   static constexpr bool kHasFourth = true;
   template <int kRun>
@@ -122,7 +126,7 @@ struct ConvertedInks : Converted<4, InkRules> {
   }
 };
 
-// Samples as they are, reduced by rounded means.
+// Samples without conversion, reduced by rounded means.
 struct Unconverted {
   static constexpr int kChannels = 3;
   static constexpr bool kHasFourth = false;
@@ -146,7 +150,7 @@ struct Unconverted {
   }
 };
 
-// kCells rows of a block, kStride rows apart.
+// Stores kCells rows of a block that are kStride rows apart.
 template <int kStride>
 HWY_INLINE void StoreRows(V16 rows, uint8_t* to) {
   const V8 bytes = hn::BitCast(D8(), rows);
@@ -179,8 +183,8 @@ void ToMcu444(const uint8_t* src, ptrdiff_t step, int16_t* const* dst) {
   }
 }
 
-// 422 with kRows = 1, 411 with 2. A step covers kCells rows of chroma; the rows of pixels of a cell
-// lie kRows apart from those of the next.
+// 422 with kRows = 1, 411 with 2. A step covers kCells rows of chroma, each from kRows rows of
+// pixels.
 template <class Conversion, int kRows>
 void ToReducedMcu(const uint8_t* src, ptrdiff_t step, int16_t* const* dst) {
   constexpr ptrdiff_t kRun = 8 * Conversion::kChannels;
@@ -211,7 +215,7 @@ void ToReducedMcu(const uint8_t* src, ptrdiff_t step, int16_t* const* dst) {
   }
 }
 
-// Y0 Cb Y1 Cr: the even bytes are Y, of the odd ones every other Cb.
+// Y0 Cb Y1 Cr: the even bytes are Y, the odd ones Cb and Cr in turns.
 void Split422(const uint8_t* src, ptrdiff_t step, int16_t* const* dst) {
   const D16 d16;
   const D32 d32;
