@@ -1,12 +1,17 @@
 // SPDX-License-Identifier: MIT
-// The code-block decoders (ISO/IEC 15444-1, annex D): the inverse of the encoder, in one call for a
-// block or one codeword segment at a time.
+// The code-block decoders (ISO/IEC 15444-1, annex D): they decode a block in one call, or one
+// codeword segment per call.
 //
-// A pass finds its samples by searching words of flags, as in the encoder (stripes.h); but a sample
-// that becomes significant makes candidates of its neighbours later in the scan, so the words
-// change during the search. Samples are reconstructed at the midpoint: bit p of a sample decoded
-// down to plane p is followed by a 1 and zeros. A refinement bit replaces that 1 and sets the next
-// one in a single exclusive or.
+// As in the encoder, a pass finds the samples that it codes by searching for one bits in words of
+// flags (stripes.h). In the decoder the words change during the search: when a sample becomes
+// significant, its neighbours that come later in the scan become candidates too.
+//
+// Samples are kept at the midpoint of the interval that is known so far. A sample decoded down to
+// plane p has its bits down to p, then a 1 at p - 1, then zeros:
+//
+//   becomes significant on plane p magnitude = 3 << p >> 1, bits p and p - 1 refined on plane p bit
+//   p is the midpoint's 1: a decoded 1 keeps it, a 0 clears it,
+//                                    and either sets bit p - 1, all with one exclusive or
 #include <algorithm>
 #include <cstring>
 
@@ -25,8 +30,8 @@
 namespace zepjp::codeblock {
 namespace {
 
-// The first part of a state, before its flags. A state may have any alignment, so this is copied in
-// and out.
+// The first part of a state; the flags follow it. A state may have any alignment, so the record is
+// copied in and out.
 struct DecoderRecord {
   char id[4];
   int32_t is_attached;
@@ -34,7 +39,7 @@ struct DecoderRecord {
   ptrdiff_t step;
   zepiSize size;
   int32_t subband;
-  int32_t planes;  // the significant ones
+  int32_t planes;  // magnitude bit planes that are coded
   int32_t style;
   int32_t plane;  // the current one
   int32_t passes_left;
@@ -107,7 +112,7 @@ class BlockDecoder {
   static void Reset(RawDecoder* /*raw*/) {}
   static void Reset(MqDecoder* mq) { mq->SetContexts(InitialContexts()); }
 
-  // Decodes passes up to the end of the segment, or to one that fails.
+  // Decodes passes up to the end of the segment, or until one fails.
   template <bool kIsRaw, class Bits>
   void DecodePasses(int end, Bits* source) {
     Bits bits = *source;  // a copy, which stays in registers
@@ -148,7 +153,7 @@ class BlockDecoder {
     return rows;
   }
 
-  // Decodes the sign of sample `i` of a word, which becomes significant.
+  // Sample `i` of a word becomes significant: decodes its sign and stores its value.
   template <bool kIsRaw, class Bits>
   HWY_INLINE void DecodeSign(const Stripes::Columns& columns, const Rows& rows, uint32_t i,
                              Bits* bits) {
@@ -199,8 +204,7 @@ class BlockDecoder {
     const uint64_t refined = stripes_.refined[at];
     stripes_.refined[at] = refined | left;
     const Rows rows = RowsOf(stripe, g);
-    // The midpoint's 1 lies where the bit belongs: a 1 keeps it, a 0 clears it, and either sets the
-    // bit below.
+    // Exclusive-or masks for the decoded bits 0 and 1.
     const uint32_t half = static_cast<uint32_t>((uint64_t{1} << progress_.plane) >> 1);
     const uint32_t change[2] = {1u << progress_.plane | half, half};
     for (; left != 0; left &= left - 1) {
@@ -246,7 +250,7 @@ class BlockDecoder {
       left &= left - 1;
       DecodeSign<false>(columns, rows, i, bits);
       significant |= uint64_t{1} << i;
-      runs &= ~(uint64_t{16} << (i & ~3u));  // the next column has a neighbour now
+      runs &= ~(uint64_t{16} << (i & ~3u));  // the next column now has a significant neighbour
     }
     stripes_.significant[at] = significant;
   }
@@ -359,7 +363,8 @@ void ForSamples(const DecoderRecord& progress, Change change) {
   }
 }
 
-// Keeps the planes above the current one, and sets its bit as the midpoint.
+// After a failed pass on plane p: keeps the planes above p and sets bit p, the midpoint, in samples
+// that are not 0.
 void Conceal(const DecoderRecord& progress) {
   const uint32_t bit = 1u << progress.plane;
   ForSamples(progress, [&](uint32_t sample) {

@@ -1,19 +1,19 @@
 // SPDX-License-Identifier: MIT
-// The code-block encoder (ISO/IEC 15444-1, annex D): samples of sign and magnitude, bit plane by
-// bit plane from the highest, in up to three passes for each plane (significance propagation,
-// refinement, cleanup), to MQ-coded segments.
+// The code-block encoder (ISO/IEC 15444-1, annex D): it codes samples of sign and magnitude, bit
+// plane by bit plane from the highest, in up to three passes on each plane (significance
+// propagation, magnitude refinement, cleanup), to MQ-coded segments.
 //
-// Three steps:
+// It works in three steps:
 //
-//   1. Vectors transpose the samples into planes: each plane's bits in words of 64 samples in scan
-//      order (stripes.h).
-//   2. A pass visits only the samples that it codes, by searching for 1 bits in such words, and
+//   1. Vector code transposes the samples into bit planes: for each plane, words with the bits of
+//      64 samples in scan order (stripes.h).
+//   2. A pass visits only the samples that it codes, by searching for one bits in such words. It
 //      writes symbols, a context and a bit in one byte, to a buffer.
-//   3. The MQ coder works through the buffer, thousands of symbols at a time, with its registers in
-//      registers.
+//   3. The MQ coder codes the buffer, thousands of symbols at a time. Modelling and coding are
+//      separate loops, so that the coder's state stays in processor registers.
 //
-// The encoder knows all bits before it codes them, so the distortion that a pass removes is
-// computed from whole words as well: population counts of planes, weighed by powers of two (see
+// The encoder knows all bits before it codes them. So it also computes the distortion that a pass
+// removes from whole words: population counts of planes, weighted by powers of two (see
 // AddSignificant).
 #include <algorithm>
 #include <cmath>
@@ -36,14 +36,14 @@ namespace {
 
 struct Pass {
   int32_t rate;    // bytes that the coder has written at the end of the pass
-  int32_t length;  // bytes that suffice to decode up to here
+  int32_t length;  // bytes from which this pass and all before can be decoded
   int32_t mantissa;
-  int32_t exponent;  // of the distortion that the pass removes
+  int32_t exponent;  // the pass removes mantissa * 2^exponent of the distortion
 };
 
 // The buffer of symbols is coded when it holds kSymbols or more. A word of samples adds at most 10
-// for each of its 16 columns (a run, its two position bits and a sign; two symbols for each of the
-// three samples below), and a pass ends with at most 4 segmentation symbols.
+// symbols for each of its 16 columns (a run, its two position bits and a sign; two symbols for each
+// of the three samples below), and a pass ends with at most 4 symbols of segmentation.
 constexpr size_t kSymbols = 4096, kMaxOfWord = 16 * 10 + 4;
 
 struct Coder {
@@ -54,7 +54,7 @@ struct Coder {
   int32_t stored;  // bytes that the caller has fetched
   Pass passes[kMaxPasses];
   Symbol symbols[kSymbols + kMaxOfWord];
-  uint8_t* code;     // after a byte that is not FF
+  uint8_t* code;     // the byte before it is not FF
   uint64_t* planes;  // the words of each plane and of the signs
   void* stripes;
 };
@@ -75,8 +75,8 @@ struct Kernels {
 
 constexpr size_t kSignPlane = kMaxPlanes;
 
-// A bound of the bytes of a block's code, with a segment for each pass: 1090 for each column of a
-// stripe. Above INT32_MAX the allocation is refused.
+// An upper bound of the bytes of a coded block with a segment for each pass: 1090 for each column
+// of a stripe. Above INT32_MAX the allocation is refused.
 inline int64_t CodeBytes(zepiSize most) {
   const int64_t stripe = int64_t{most.width} * 1090;
   return stripe > INT32_MAX ? stripe : stripe * ((int64_t{most.height} + 3) / 4);
@@ -102,7 +102,7 @@ using DI32 = hn::CappedTag<int32_t, 16>;
 using VI32 = hn::Vec<DI32>;
 constexpr size_t kLanes = HWY_LANES(int32_t) < 16 ? HWY_LANES(int32_t) : 16;
 
-// Moves bit i of 16 to bit 4 i.
+// Moves bit i of 16 bits to bit 4i.
 HWY_INLINE uint64_t Spread(uint64_t bits) {
   bits = (bits | bits << 24) & 0x000000FF000000FF;
   bits = (bits | bits << 12) & 0x000F000F000F000F;
@@ -249,8 +249,7 @@ class BlockEncoder {
     next_ = coder_.symbols;
   }
 
-  // Codes the sign of sample `i` of a word, which becomes significant. Raw signs are never
-  // inverted.
+  // Sample `i` of a word becomes significant: writes its sign. Raw signs are never inverted.
   HWY_INLINE void PutSign(const Stripes::Columns& columns, uint64_t signs, uint32_t i) {
     const auto sign = static_cast<uint32_t>(signs >> i & 1);
     const Symbol context = is_raw_ ? Symbol{0} : Stripes::SignContext(columns.Of(i), i % 4);
@@ -339,7 +338,7 @@ class BlockEncoder {
       left &= left - 1;
       if (bit != 0) {
         PutSign(columns, signs, i);
-        runs &= ~(uint64_t{16} << (i & ~3u));  // the next column has a neighbour now
+        runs &= ~(uint64_t{16} << (i & ~3u));  // the next column now has a significant neighbour
       }
     }
     stripes_.significant[at] = before | (open & bits);
@@ -348,7 +347,7 @@ class BlockEncoder {
 
   static int64_t Count(uint64_t word) { return __builtin_popcountll(word); }
 
-  // The sum over `samples` of the number that each one's six bits below the plane make.
+  // The sum over `samples` of the number formed by each sample's six bits below the plane.
   int64_t SumBelow(uint64_t samples, size_t at) const {
     int64_t sum = 0;
     for (int k = 5, plane = plane_ - 1; k >= 0 && plane >= 0; --k, --plane) {
@@ -358,12 +357,16 @@ class BlockEncoder {
     return sum;
   }
 
-  // Distortion in units of 2^-13 squares of the plane's value. With i the magnitude's seven bits
-  // from the plane down, a refinement bit removes normal(i) = 128 |i - 64| - 2048 with midpoint
-  // reconstruction, and last(i) = 2 (i - 64)^2 on the lowest plane, where the decoder reaches the
-  // value itself. A sample that becomes significant removes 3 normal(i) + 2 normal(0), or 4 last(64
-  // + i / 2) on the lowest plane. Sums over samples are population counts of the planes below,
-  // except the squares.
+  // The distortion that a pass removes, in units of 4^p / 2^13 on plane p. Let i be the seven bits
+  // of the magnitude from plane p down, in units of 2^p / 64:
+  //
+  //                               above the lowest plane           on it
+  //   refinement bit              normal(i) = 128 |i - 64| - 2048   last(i) = 2 (i - 64)^2
+  //   sample becomes significant  3 normal(i) + 2 normal(0)         4 last(64 + i / 2)
+  //
+  // normal() compares the midpoint before with the midpoint after the bit; on the lowest plane the
+  // decoder reaches the value itself. normal() is linear in i on either side of 64, so its sum over
+  // samples is a sum of population counts of the planes below; only last() needs single samples.
   void AddSignificant(uint64_t samples, size_t at) {
     if (samples == 0) return;
     if (plane_ > lowest_) {
@@ -450,13 +453,13 @@ class BlockEncoder {
   MqEncoder mq_;
   RawEncoder raw_;
   uint32_t unused_[18] = {};
-  // Of the pass.
+  // The current pass.
   bool is_raw_ = false;
   int plane_ = 0;
   const uint64_t* bits_ = nullptr;
   Symbol* next_ = nullptr;
   int64_t gain_ = 0;
-  // Of the segment.
+  // The current segment.
   size_t start_ = 0;
   int first_ = 0;
   MqPosition positions_[kMaxPasses];
@@ -520,7 +523,7 @@ bool AllocateCoder(zepiSize most, zepiEncodeStateJPEG2K* state) {
   return code != nullptr && coder->planes != nullptr && coder->stripes != nullptr;
 }
 
-// The checks of the three queries.
+// The checks of GetRate, GetDist and GetTermPassLen.
 zepStatus CheckQuery(const zepiEncodeStateJPEG2K* state, int32_t pass, const void* result) {
   const auto has_no_such_pass = [=] { return pass < 0 || pass >= state->coder->pass_count; };
   return CheckState(state)

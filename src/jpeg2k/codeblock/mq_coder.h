@@ -1,22 +1,28 @@
 // SPDX-License-Identifier: MIT
-// The MQ coder (ISO/IEC 15444-1, annex C), and bits that bypass it (D.6).
+// The MQ coder (ISO/IEC 15444-1, annex C), and the raw bits that bypass it (D.6).
 //
-// A binary arithmetic coder. Each context has a state: an estimate Qe of the probability of the
-// less probable symbol (LPS), an index into a table of 47, and which symbol is the more probable
-// one (MPS). The interval A, 0x8000 to 0xFFFF in 16 bits, is divided: Qe for the LPS, A - Qe for
-// the MPS (exchanged where that is less than Qe). The code register C, the interval's lower end,
-// moves up by Qe when the upper part is chosen. If A falls below 0x8000 both are shifted left
-// (renormalisation), the state of the context changes, and every 8 shifts a byte goes out: 7 bits
-// after an FF, so that a carry has room.
+// The MQ coder is a binary arithmetic coder with adaptive probabilities. Each context has a state:
+// one of 47 estimates Qe of the probability of the less probable symbol (LPS), and which symbol is
+// the more probable one (MPS). The coder keeps an interval of size A, 0x8000 to 0xFFFF in 16 bits,
+// and its lower end C:
 //
-// Which symbols come is close to random, so a branch on the symbol costs more than all arithmetic.
-// Both coders compute either outcome with masks, and branch only where they can be sure to win: on
-// an MPS that needs no renormalisation, and on runs of zeros.
+//   LPS       takes the lower part of the interval: A = Qe
+//   MPS       takes the upper part: C += Qe, A -= Qe
+//   exchange  if A - Qe < Qe, the two symbols change places, so that the LPS has the smaller part
+//   renormalisation
+//             if A < 0x8000, A and C are shifted left until A >= 0x8000, and the context's state
+//             advances. After every 8 shifts C has a byte to put out. The byte after an FF takes
+//             only 7 bits, so that a carry into it does not propagate further.
 //
-//   encoder   C in 64 bits, so that a shift by several bits needs no loop; CT, the room before the
-//             next byte, from 12
-//   decoder   C and A in the upper bits of 64, at bit 47; up to 32 bits of the segment lie below,
-//             ready to be shifted in
+// The symbols are close to random, so a branch on the symbol would be mispredicted so often that it
+// took longer than all the arithmetic. Both coders compute both outcomes and select with masks.
+// They branch only where one outcome is much more likely: on an MPS that needs no renormalisation,
+// and on runs of zeros.
+//
+//   encoder   C in 64 bits, so that a shift by several bits needs no loop; CT, the number of shifts
+//             before the next byte, starts at 12
+//   decoder   C and A in 64 bits, their lowest bits at bit 47; up to 32 bits of the segment are
+//             stored below C and wait to be shifted in
 #ifndef ZEPJP_SRC_JPEG2K_CODEBLOCK_MQ_CODER_H_
 #define ZEPJP_SRC_JPEG2K_CODEBLOCK_MQ_CODER_H_
 
@@ -39,8 +45,8 @@ struct MqPosition {
   uint32_t last = 0;  // the last of them, which may still get a carry
 };
 
-// Appends to the bytes of a block. The byte before the first one exists and is not FF. No segment
-// ends in FF.
+// Encodes symbols and appends bytes to a block. The byte before the first one must exist and not be
+// FF. No segment ends in FF.
 class MqEncoder {
  public:
   void Start(uint8_t* bytes, size_t size) {
@@ -70,7 +76,7 @@ class MqEncoder {
     return at;
   }
 
-  // Ends a segment by the procedure of C.2.9; returns the size of all bytes.
+  // Ends a segment by the procedure of C.2.9; returns the size of the block so far.
   size_t Flush() {
     const uint64_t limit = at_.code + at_.interval;
     at_.code |= 0xFFFF;
@@ -83,9 +89,9 @@ class MqEncoder {
     return DropFinalFf();
   }
 
-  // Ends a segment by predictable termination (D.4.2): with as many bytes as hold the bits that
-  // were shifted out of the interval, exactly as the code register has them, so that a decoder can
-  // check them.
+  // Ends a segment by predictable termination (D.4.2): writes the fewest bytes that hold all bits
+  // shifted out of the interval, exactly as the code register has them, so that a decoder can check
+  // them.
   size_t FlushPredictably() {
     for (int left = MqPosition().room - at_.room; left > 0; left -= at_.room) {
       at_.code <<= at_.room;
@@ -95,12 +101,13 @@ class MqEncoder {
     return DropFinalFf();
   }
 
-  // How many of the finished segment's bytes are enough to decode everything up to a position:
-  // followed by the 1 bits that a decoder reads after the end, they must lie in the interval. (More
-  // bytes miss it only if an FF precedes a byte that carries.)
+  // The smallest number of bytes from which everything up to a position can be decoded. A decoder
+  // reads 1 bits after the end, so the bytes followed by ones must be a number inside the interval
+  // of that position. It starts from the bytes written at that position, adds bytes of the finished
+  // segment until the number is inside, and drops bytes of ones from the end.
   static size_t LengthUpTo(const MqPosition& position, const uint8_t* bytes, size_t start,
                            size_t total) {
-    constexpr int kPoint = 56;  // of numbers in units of the last byte's lowest bit
+    constexpr int kPoint = 56;  // the lowest bit of the last byte at the position
     const uint64_t lower = position.code << position.room << (kPoint - 27);
     const uint64_t upper = lower + (uint64_t{position.interval} << position.room << (kPoint - 27));
     size_t length = position.size;
@@ -124,13 +131,13 @@ class MqEncoder {
     return at_.size;
   }
 
-  // Whether all bits of a byte are 1; of a byte after FF only seven count.
+  // Whether all bits of a byte are 1; a byte after FF has only seven bits.
   static bool IsOnes(const uint8_t* bytes, size_t start, size_t i) {
     return bytes[i] == 0xFF || (bytes[i] == 0x7F && i > start && bytes[i - 1] == 0xFF);
   }
 
-  // Codes zeros of the run-length context that need no renormalisation, up to `most`; returns how
-  // many.
+  // Codes up to `most` zeros of the run-length context as long as they need no renormalisation;
+  // returns their number.
   HWY_INLINE static uint32_t SkipZeroRuns(uint32_t most, uint32_t run_state, MqPosition* at) {
     const auto qe = static_cast<uint32_t>(kEncoderStates[run_state] >> kEncoderPoint);
     uint32_t count = 0;
@@ -152,7 +159,7 @@ class MqEncoder {
       at->code += qe;
       return;
     }
-    // The LPS always has the smaller part. Masks instead of branches, which would be mispredicted.
+    // An MPS takes the lower part if the parts are exchanged, an LPS if they are not.
     const uint32_t lower = 0u - ((interval - qe) >> 31 ^ is_lps);  // all ones: the lower part
     at->code += qe & ~lower;
     const uint32_t left = interval ^ ((interval ^ qe) & lower);
@@ -165,8 +172,8 @@ class MqEncoder {
     while (HWY_UNLIKELY(at->room <= 0)) PutByte(at);
   }
 
-  // `room` is 0, or minus how far the code was shifted past a byte. A carry goes into the last
-  // byte, unless that is FF: then the next byte takes only seven bits and has room for a carry.
+  // `room` is 0, or negative if the code was shifted past the end of a byte. A carry goes into the
+  // last byte, unless that is FF: then the next byte takes only seven bits and has room for it.
   HWY_INLINE void PutByte(MqPosition* at) const {
     uint8_t* last = bytes_ + at->size - 1;
     int low = 19 - at->room;  // bits that stay
@@ -188,7 +195,7 @@ class MqEncoder {
   MqPosition at_;
 };
 
-// Bits that bypass the coder: eight to a byte, seven after FF.
+// Writes raw bits that bypass the MQ coder: eight per byte, seven in a byte after FF.
 class RawEncoder {
  public:
   void Start(uint8_t* bytes, size_t size) { *this = RawEncoder(bytes, size); }
@@ -203,18 +210,18 @@ class RawEncoder {
     bits_ = 0;
   }
 
-  // The bytes so far, with an incomplete last one.
+  // The number of bytes so far, including an incomplete last one.
   size_t size() const { return size_ + (bits_ > 0 ? 1 : 0); }
 
-  // Pads the last byte with 0, 1, 0 ...; leaves out an FF at the end, because decoders read FF
-  // there anyway.
+  // Ends a segment: pads the last byte with 0, 1, 0 ..., and omits an FF at the end, because
+  // decoders read ones there anyway.
   size_t Flush() {
     FillLast();
     if (EndsInFf()) --size_;
     return size_;
   }
 
-  // The same for predictable termination: a last FF is followed by a byte of padding.
+  // Ends a segment by predictable termination: a last FF stays and is followed by a padding byte.
   size_t FlushPredictably() {
     FillLast();
     if (EndsInFf()) bytes_[size_++] = kPadding;
@@ -239,10 +246,10 @@ class RawEncoder {
   int capacity_ = 8;
 };
 
-// Reads a segment, and 1 bits after its end or a marker.
+// Decodes a segment; after its end, or a marker in it, the decoder reads 1 bits.
 //
-// `excess_` is the interval less its half, 0x8000: it becomes negative exactly when renormalisation
-// is due.
+// The decoder's C is the code relative to the lower end of the interval, so that C < Qe selects the
+// lower part. `excess_` is A - 0x8000: it becomes negative exactly when renormalisation is due.
 class MqDecoder {
  public:
   HWY_INLINE MqDecoder(const uint8_t* bytes, size_t size, const ContextStates& states)
@@ -264,7 +271,7 @@ class MqDecoder {
     return states;
   }
 
-  // For contexts whose symbols are mostly the MPS: branches on renormalisation.
+  // For contexts whose symbols are mostly the MPS: a branch skips renormalisation.
   HWY_INLINE uint32_t Decode(uint32_t context) {
     const uint64_t state = contexts_[context];
     const uint64_t qe = state & kEstimateBits;
@@ -275,7 +282,8 @@ class MqDecoder {
     return state & 1;
   }
 
-  // Decodes zeros of a context that need no renormalisation, up to `most`; returns how many.
+  // Decodes up to `most` zeros of a context as long as they need no renormalisation; returns their
+  // number.
   HWY_INLINE uint32_t SkipZeros(uint32_t context, uint32_t most) {
     const uint64_t state = contexts_[context];
     const uint64_t qe = state & kEstimateBits;
@@ -288,7 +296,7 @@ class MqDecoder {
     return count;
   }
 
-  // The same without branches, for contexts whose symbols are close to random.
+  // Decodes a symbol without branches, for contexts whose symbols are close to random.
   HWY_INLINE uint32_t DecodeUnpredictable(uint32_t context) {
     const uint64_t state = contexts_[context];
     const uint64_t qe = state & kEstimateBits;
@@ -310,20 +318,20 @@ class MqDecoder {
       Fill();
     }
     ahead_ -= shift;
-    // In a damaged segment the code may exceed the interval; it then wraps as the standard's
-    // register does.
+    // In a damaged segment C may exceed A; it then wraps like the register of the standard.
     code_ = code_ << shift & ((kHalf << 1) - 1);
     return static_cast<uint32_t>((state ^ is_lps) & 1);
   }
 
-  // Whether the segment ends as an encoder with predictable termination ends it after these
-  // decisions.
+  // Whether the segment ends as an encoder with predictable termination would end it after the
+  // decisions that were decoded.
   //
-  // The encoder writes whole bytes until they hold the bits that were shifted out of the interval.
-  // So the 15 bits of the code register reach 8 to 15 bits past the segment, or 9 to 15 if its last
-  // byte has seven. Those bits are 1 here, and cut off in the encoder. If all bits in the segment
-  // are the encoder's, the code exceeds the interval's lower end by less than the first bit past
-  // the segment is worth. A last byte FF is left out, and 1 bits take its place.
+  // The encoder writes whole bytes until they hold all bits that were shifted out of the interval.
+  // So the code register, which is 15 bits ahead, reaches 8 to 15 bits past the segment (9 to 15 if
+  // the last byte has seven bits). The decoder read ones there; the encoder dropped those bits. If
+  // the bits inside the segment are right, C exceeds the lower end of the interval by less than the
+  // value of the first bit past the segment. The encoder omits a last byte FF; the decoder has read
+  // ones in its place.
   bool EndsPredictably() const {
     const auto bytes_beyond =
         static_cast<int64_t>(position_) + 1 - static_cast<int64_t>(size_) + supplied_;
@@ -337,11 +345,11 @@ class MqDecoder {
   }
 
  private:
-  static constexpr int kPoint = kDecoderPoint;  // where the lowest bit of C and A lies in 64 bits
+  static constexpr int kPoint = kDecoderPoint;  // the position of the lowest bit of C and A
   static constexpr uint64_t kHalf = uint64_t{0x8000} << kPoint;
   static constexpr uint64_t kEstimateBits = ~((uint64_t{1} << kPoint) - 1);
 
-  // Refills by four bytes if none of them is FF, else by one.
+  // Refills four bytes at once if none of them is FF, else one.
   HWY_INLINE void Fill() {
     if (last_ != 0xFF && size_ - position_ > 4 && position_ < size_) {
       uint32_t word;
@@ -378,7 +386,7 @@ class MqDecoder {
   uint32_t last_ = 0;
   int ahead_ = 0;
   int supplied_ = 0;
-  uint64_t excess_ = 0;  // of the interval over its half
+  uint64_t excess_ = 0;  // A - 0x8000
   uint64_t code_ = 0;
   uint64_t contexts_[kContextCount];
 };
@@ -396,8 +404,8 @@ class RawDecoder {
     return value_ >> --left_ & 1;
   }
 
-  // Whether the segment ends as predictable termination ends it: the rest of the last byte is 0, 1,
-  // 0 ..., and an FF whose bits were all read is followed by a byte of padding (or was left out).
+  // Whether the segment ends by predictable termination: the rest of the last byte is 0, 1, 0 ...,
+  // and an FF whose bits were all read is followed by a padding byte (or was omitted).
   bool EndsPredictably() const {
     const bool is_ff_read = value_ == 0xFF && left_ == 0;
     if (supplied_ > 0) return supplied_ == 1 && is_ff_read;

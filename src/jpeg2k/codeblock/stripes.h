@@ -1,18 +1,20 @@
 // SPDX-License-Identifier: MIT
-// The state of a block's samples while its passes run.
+// The flags of a block's samples while its passes run.
 //
-// The scan goes through stripes of four rows, column by column (D.1). So the flags of the samples
-// lie in words of 64 bits, 16 columns of a stripe each: bit 4x + y of word g is row y of column 16
-// g + x, and searching a word from its lowest bit upwards follows the scan. A pass finds the
-// samples that it codes with a few operations on whole words:
+// The scan goes through stripes of four rows, column by column (ISO/IEC 15444-1, D.1). The flags
+// are stored in that order, in words of 64 bits for 16 columns of a stripe: bit 4x + y of word g is
+// row y of column 16g + x. Searching a word from its lowest bit upwards follows the scan. A pass
+// finds the samples that it codes with a few operations on whole words:
 //
-//   neighbours = significant, shifted by 1 (vertically), 4 (horizontally) and 3, 5 (diagonally),
-//     with the words around
-//   significance pass: neighbours & ~significant;  refinement: significant & ~visited;  cleanup:
-//                                                  the others
+//   neighbours         significant samples shifted by 1 (vertically), 4 (horizontally), 3 and 5
+//                      (diagonally), and across the borders of the word
+//   significance pass  neighbours & ~significant
+//   refinement pass    significant & ~visited
+//   cleanup pass       all samples that the other two did not code
 //
-// Contexts need the neighbourhood of one sample at a time: a second array holds, for each column,
-// the significance of 3 columns by 6 rows in 18 bits, so that a sample's 3 x 3 window is one shift.
+// A context depends on the 3 x 3 neighbourhood of one sample. For that a second array, `windows`,
+// holds for each column of a stripe the significance of 3 columns by 6 rows in 18 bits: the window
+// of row y is one shift by 3y.
 #ifndef ZEPJP_SRC_JPEG2K_CODEBLOCK_STRIPES_H_
 #define ZEPJP_SRC_JPEG2K_CODEBLOCK_STRIPES_H_
 
@@ -37,7 +39,7 @@ struct Stripes {
   // bits. So the window of row y begins at bit 3 y. There is one more column on either side.
   uint32_t* windows = nullptr;
   uint64_t* significant = nullptr;
-  uint64_t* visited = nullptr;  // by the significance pass of this plane
+  uint64_t* visited = nullptr;  // coded by the significance pass of this plane
   uint64_t* refined = nullptr;
 
   Stripes(int block_width, int block_height, size_t step)
@@ -48,13 +50,13 @@ struct Stripes {
         window_step(step) {}
 
   size_t WordCount() const { return stripe_count * words; }
-  // The arrays lie one after another from `memory` on, which is aligned for words.
+  // Places the arrays one after another at `memory`, which is aligned for 64-bit words.
   void Place(void* memory) {
     significant = static_cast<uint64_t*>(memory);
     visited = significant + WordCount();
     refined = visited + WordCount();
     windows = reinterpret_cast<uint32_t*>(refined + WordCount()) +
-              1;  // after the extra column on the left
+              1;  // skips the extra column on the left
   }
 
   // The samples of word `g` of a stripe that belong to the block.
@@ -75,9 +77,9 @@ struct Stripes {
     return own | columns << 4 | columns >> 4 | left | right;
   }
 
-  // The windows of a word's columns, and of the stripes above and below, which a sample in the
-  // first or last row changes too. If there is no such stripe, an unused array takes its place, so
-  // that no branch is needed.
+  // The windows of a word's columns, and those of the stripes above and below, which also contain
+  // the samples of the first and last row. If there is no such stripe, a scratch array takes its
+  // place, so that no branch is needed.
   struct Columns {
     uint32_t* own;
     uint32_t* beside[4];
@@ -105,7 +107,7 @@ struct Stripes {
       window[1] |= unit;
     }
   };
-  // `unused` holds 18 words.
+  // `unused` is the scratch array, of 18 words.
   Columns ColumnsOf(size_t stripe, size_t g, bool is_causal, uint32_t* unused) const {
     uint32_t* own = windows + stripe * window_step + 16 * g;
     const bool has_above = stripe > 0 && !is_causal, has_below = stripe + 1 < stripe_count;
@@ -116,7 +118,7 @@ struct Stripes {
             {1u << 23, 0, 0, 1u << 18}};
   }
 
-  // The context of a sign, and whether it is coded inverted.
+  // Twice the context of a sign, plus 1 if the sign is coded inverted.
   static Symbol SignContext(const uint32_t* row, uint32_t y) {
     const uint32_t signs = (row[0] >> (18 + y) & 1) | (row[-1] >> (19 + y) & 1) << 2 |
                            (row[1] >> (19 + y) & 1) << 4 | (row[0] >> (20 + y) & 1) << 6;
@@ -134,12 +136,13 @@ struct Stripes {
   }
 };
 
-// When the sample in row y of a column becomes significant: its neighbours that come later in the
-// scan, as bits relative to its own. They become candidates of the significance pass.
+// For a sample in row y of a column: its neighbours that come later in the scan, as bits relative
+// to its own. They become candidates of the significance pass when the sample becomes significant.
 constexpr uint64_t kAhead[4] = {1u << 1 | 1u << 4 | 1u << 5, 1u << 1 | 1u << 3 | 1u << 4 | 1u << 5,
                                 1u << 1 | 1u << 3 | 1u << 4 | 1u << 5, 1u << 3 | 1u << 4};
 
-// Columns, by their lowest bit, of which all four samples are in `open` and none in `neighbours`.
+// Columns, marked at their lowest bit, whose four samples are all in `open` and not in
+// `neighbours`.
 constexpr uint64_t RunColumns(uint64_t open, uint64_t neighbours) {
   uint64_t runs = open & ~neighbours;
   runs &= runs >> 1;
@@ -147,7 +150,7 @@ constexpr uint64_t RunColumns(uint64_t open, uint64_t neighbours) {
   return runs & kRow0;
 }
 
-// How many such columns follow one another from bit `i` on.
+// The number of consecutive such columns from bit `i` on.
 constexpr uint32_t RunLength(uint64_t runs, uint32_t i) {
   const uint64_t others = ~(runs >> i) & kRow0;
   return others == 0 ? 16 : static_cast<uint32_t>(__builtin_ctzll(others)) / 4;

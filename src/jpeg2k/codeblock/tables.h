@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Tables of the embedded block coder (ISO/IEC 15444-1, annexes C and D), computed at compile time
-// from the standard's tables: estimates of the MQ coder, contexts of significance and sign by
-// neighbourhood, passes and segments by style.
+// from the standard's tables: the probability estimates of the MQ coder, the contexts of
+// significance and sign by neighbourhood, the passes and segments by style.
 #ifndef ZEPJP_SRC_JPEG2K_CODEBLOCK_TABLES_H_
 #define ZEPJP_SRC_JPEG2K_CODEBLOCK_TABLES_H_
 
@@ -11,7 +11,7 @@
 
 namespace zepjp::codeblock {
 
-// Bits of the code-block style, and flags of the decoder alone.
+// Bits of the code-block style, then flags that only the decoder has.
 constexpr int32_t kBypass = 1, kReset = 2, kTerminate = 4, kCausal = 8, kPredictable = 16;
 constexpr int32_t kSegmentationSymbols = 32;
 constexpr int32_t kConceal = 0x10000, kKeepBlock = 0x20000, kKeepBitsBelow = 0x40000;
@@ -89,9 +89,9 @@ constexpr std::array<Estimate, kStateCount> MakeEstimates() {
 }
 inline constexpr std::array<Estimate, kStateCount> kEstimates = MakeEstimates();
 
-// The same in one word: the state itself in bits 0 to 7; the next state in bits 8 to 15 (no
-// renormalisation: the same one), 16 to 23 (MPS) and 24 to 31 (LPS); the estimate from bit `point`
-// on.
+// A state and its successors packed in one word: the state itself in bits 0 to 7; the next state in
+// bits 8 to 15 if no renormalisation is due (the same state), 16 to 23 after an MPS and 24 to 31
+// after an LPS; the estimate from bit `point` up.
 using PackedStates = std::array<uint64_t, kStateCount>;
 constexpr PackedStates MakePackedStates(int point) {
   PackedStates packed{};
@@ -106,16 +106,15 @@ constexpr int kEncoderPoint = 32, kDecoderPoint = 47;
 inline constexpr PackedStates kEncoderStates = MakePackedStates(kEncoderPoint);
 inline constexpr PackedStates kDecoderStates = MakePackedStates(kDecoderPoint);
 
-// A symbol to code: twice its context, plus the bit; or kZeroRuns plus a number of zeros in the
+// A symbol to code: twice its context plus the bit, or kZeroRuns plus a number of zeros in the
 // run-length context.
 using Symbol = uint8_t;
 constexpr Symbol kZeroRuns = 0x80;
 
-// The eight neighbours of a sample, in a window of 3 x 3 bits, row by row; the sample itself is bit
-// 4.
+// The bits of a 3 x 3 window, row by row: the sample itself is bit 4, the others its neighbours.
 enum Neighbour : uint32_t { kNW, kN, kNE, kW, kSelf, kE, kSW, kS, kSE };
 
-// Table D.1: the context of significance for each window.
+// The context of significance for each window (table D.1).
 using ZeroContexts = std::array<uint8_t, 512>;
 constexpr int CountIn(uint32_t window, uint32_t a, uint32_t b) {
   return static_cast<int>((window >> a & 1) + (window >> b & 1));
@@ -147,14 +146,14 @@ constexpr ZeroContexts MakeZeroContexts(int subband) {
 }
 inline constexpr std::array<ZeroContexts, 3> kZeroContexts = {
     {MakeZeroContexts(0), MakeZeroContexts(2), MakeZeroContexts(3)}};
-// Subbands 2 (horizontally high) and 3 (both high) have their own contexts.
+// HL (2) and HH (3) have their own contexts; LL and LH share theirs.
 inline const ZeroContexts& ZeroContextsOf(int subband) {
   return kZeroContexts[subband == 2 ? 1 : subband == 3 ? 2 : 0];
 }
 
-// Tables D.2 and D.3: twice the context of a sign, plus 1 if the sign is coded inverted. The index
-// has the significance of the neighbours N, W, E, S in bits 1, 3, 5, 7, and their signs in the bits
-// below those.
+// Twice the context of a sign, plus 1 if the sign is coded inverted (tables D.2 and D.3). The index
+// has the significance of the neighbours N, W, E, S in bits 1, 3, 5, 7, and the sign of each in the
+// bit below.
 using SignContexts = std::array<Symbol, 256>;
 constexpr int SignIn(uint32_t index, int neighbour) {
   const uint32_t bits = index >> (2 * neighbour) & 3;

@@ -1,19 +1,28 @@
 // SPDX-License-Identifier: MIT
-// The transforms of the first three components of a tile (ITU-T T.800, Annex G): the reversible
-// one, in integers, and the irreversible one, in floating and in fixed point.
+// The transforms of the first three components of a tile (ITU-T T.800, annex G): the reversible one
+// (RCT) in integers, and the irreversible one (ICT) in floating point and in fixed point.
 //
-// 16-bit lanes stay 16 bits wide where the formula allows:
+//   RCT   Y = (R + 2G + B) >> 2,  U = B - G,  V = R - G
+//         G = Y - ((U + V) >> 2), R = V + G,  B = U + G
+//   ICT   Y  =  0.299   R + 0.587   G + 0.114   B     R = Y + 1.402 Cr
+//         Cb = -0.16875 R - 0.33126 G + 0.5     B     G = Y - 0.34413 Cb - 0.71414 Cr
+//         Cr =  0.5     R - 0.41869 G - 0.08131 B     B = Y + 1.772 Cb
+//         in fixed point with weights times 2^14: (S + 2^13) >> 14 for a weighted sum S
 //
-//   floor((R + 2G + B) / 4) = floor((floor((R + B) / 2) + G) / 2)   a mean of means
-//   (d * w + 2^13) >> 14 = (d * 2w + 2^14) >> 15                    one instruction while 2w < 2^15
+// Two identities keep 16-bit elements in 16-bit lanes:
 //
-// 32-bit fixed point works on halves. With v = 2^16 h + l, 0 <= l < 2^16, a weighted sum S of
-// values is 2^16 H + L, so that
+//   floor((R + 2G + B) / 4) = floor((floor((R + B) / 2) + G) / 2)   a mean of means cannot wrap
+//   (d w + 2^13) >> 14 = (d 2w + 2^14) >> 15                        one instruction if 2w < 2^15
+//
+// 32-bit elements with 14-bit weights would need products of 46 bits. So each value is cut into
+// halves, v = 2^16 h + l with 0 <= l < 2^16. The weighted sum is then S = 2^16 H + L, and
 //
 //   (S + 2^13) >> 14 = 4H + ((L + 2^13) >> 14)
 //
-// and H and L are dot products of 16-bit lanes, l being held as l - 2^15. |L| stays below 2^31, for
-// no row's weights add up to 2^15; what H loses beyond 32 bits is beyond the result, too.
+// H and L are dot products of signed 16-bit lanes, with l held as l - 2^15. |L| < 2^31, because the
+// magnitudes of the weights of each formula add up to less than 2^15. H may exceed 32 bits, but
+// only its low 30 bits affect the result, which keeps 32 bits. If all values of a vector fit 16
+// bits, as those of images do, one dot product is enough.
 #include "frame/checks.h"
 #include "frame/rows.h"
 #include "simd/dispatch.h"
@@ -27,7 +36,7 @@ namespace zepjp {
 #  define ZEPJP_COMPONENT_TRANSFORMS_KERNELS
 namespace {
 
-// A row: a pointer for each plane, or one for interleaved pixels; the number of pixels.
+// Transforms a row of `width` pixels: a pointer for each plane, or one for interleaved pixels.
 using ComponentRow = void (*)(const uint8_t* const* src, uint8_t* const* dst, size_t width);
 
 struct Reversible {
@@ -63,7 +72,7 @@ struct Three {
   hn::VFromD<D> c0, c1, c2;
 };
 
-// Where the three components lie; elements have any alignment, so rows are counted in bytes.
+// The memory layouts. Elements may have any alignment, so addresses are computed in bytes.
 template <class D>
 struct PlanarPixels : Span<3, sizeof(hn::TFromD<D>)> {
   static constexpr size_t kLanes = hn::MaxLanes(D());
@@ -147,8 +156,9 @@ struct Pairs {
 
 HWY_INLINE V32 Descale(V32 sum) { return hn::ShiftRight<14>(sum); }
 
-// Luminance S / 2^14, then the differences from it, times 0.5 / (1 - weight). A difference's own
-// rounding, (2^14 B - S + 2^13) >> 14, is B - ((S + 2^13 - 1) >> 14); it wraps at 16 bits.
+// Y = S / 2^14, then the differences B - Y and R - Y times 0.5 / (1 - weight of B or R). A
+// difference is rounded on its own: (2^14 B - S + 2^13) >> 14 = B - ((S + 2^13 - 1) >> 14); it
+// wraps at 16 bits.
 struct IctForward16 {
   static HWY_INLINE Three<D16> Apply(Three<D16> rgb) {
     const Pairs rg(rgb.c0, rgb.c1);
@@ -172,8 +182,9 @@ struct IctForward16 {
   }
 };
 
-// A weight of 2^14 and more is 2^14 plus one for the multiplication. The two additions saturate in
-// the same direction, for both summands have the sign of the chroma.
+// Weights above 2^14 are split into 2^14, which adds the chroma itself, and the rest, which is a
+// multiplication. Both summands have the sign of the chroma, so the two saturating additions
+// saturate in the same direction, like one addition of the exact sum.
 struct IctInverse16 {
   static HWY_INLINE Three<D16> Apply(Three<D16> ycc) {
     const Pairs chroma(ycc.c1, ycc.c2);
@@ -194,7 +205,7 @@ struct IctInverse16 {
   }
 };
 
-// Two vectors as pairs of their lower halves (less 2^15) and of their upper ones.
+// Two vectors as pairs of their low halves, minus 2^15, and pairs of their high halves.
 struct HalfWords {
   HWY_INLINE HalfWords(V32 first, V32 second) {
     const DU32 du;
@@ -216,15 +227,15 @@ HWY_INLINE HalfSums AddWeighed(HalfSums sums, const HalfWords& v, V16 weights) {
   return {DotAcc(sums.l, v.l, weights), DotAcc(sums.h, v.h, weights)};
 }
 
-// Rounding, and what 2^15 less in each lower half amounts to.
+// The initial sums: the rounding term, and 2^15 times the weights for the 2^15 that each low half
+// lacks.
 HWY_INLINE HalfSums StartSums(int sum_of_weights) {
   return {hn::Set(D32(), kRound + sum_of_weights * 32768), hn::Zero(D32())};
 }
 
 HWY_INLINE V32 Join(HalfSums sums) { return hn::Add(hn::ShiftLeft<2>(sums.h), Descale(sums.l)); }
 
-// Whether all values fit into 16 bits, as those of images do: dot products of one half suffice
-// then.
+// v fits signed 16 bits if v + 2^15 is below 2^16. AllFit16 takes the bitwise or of such sums.
 HWY_INLINE hn::VFromD<DU32> OffsetFrom16(V32 v) {
   return hn::BitCast(DU32(), hn::Add(v, hn::Set(D32(), 32768)));
 }
@@ -310,13 +321,13 @@ struct IctInverseFloat {
   }
 };
 
-// Source and target may be the same rows: steps do not overlap, the last one works on copies.
+// Source and target may be the same rows: steps do not overlap, and the last one works on copies.
 template <class Transform, class Source, class Target>
 void TransformRow(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
   constexpr size_t kStep = Source::kLanes;
   const auto step = [](const uint8_t* const* from, uint8_t* const* to, size_t x)
                         ZEP_ATTR { Target::Store(Transform::Apply(Source::Load(from, x)), to, x); };
-  // Pointers of its own, which no store can change: they stay in registers.
+  // Local copies of the pointers, which no store can change, so that they stay in registers.
   const uint8_t* from[Source::kPlanes];
   uint8_t* to[Target::kPlanes];
   for (int i = 0; i < Source::kPlanes; ++i) from[i] = src[i];

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The transforms along columns row by row: one call for each pair of rows, for callers that have no
-// more than a few rows at a time.
+// The transforms along columns row by row (ITU-T T.800, F.3 and F.4): one call for each pair of
+// rows, for callers that hold only a few rows of a picture at a time. A call runs all lifting steps
+// that become possible with the two new rows (ForwardPair and InversePair in columns-inl.h).
 #include "frame/checks.h"
 #include "simd/dispatch.h"
 
@@ -13,7 +14,7 @@ namespace zepjp {
 #  define ZEPJP_WAVELET_COLUMN_LIFTING_KERNELS
 namespace {
 
-// The rows that are read, and those that are written; some may be the same.
+// A kernel reads the rows `in` and writes the rows `out`; a row may be in both.
 template <class T>
 using LiftKernel53 = void (*)(const T* const (&in)[4], T* const (&out)[2], size_t width);
 template <class T>

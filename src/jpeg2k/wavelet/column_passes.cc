@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
-// One direction of a region: passes along columns. The caller has filled the rows above and below
-// that are read. Columns are processed in blocks so narrow that the rows at work stay in the
-// first-level cache; within a block all lifting steps go down the rows together.
+// Passes along the columns of a region (ITU-T T.800, F.3 and F.4; the lifting is in columns-inl.h).
+//
+// A pass does not extend the region: it reads rows above and below, which the caller has filled.
+// Columns are processed in blocks of 2048 bytes, so that the rows in use stay in the first-level
+// cache.
 #include <algorithm>
 
 #include "jpeg2k/wavelet/rows.h"
@@ -32,7 +34,7 @@ namespace {
 
 constexpr size_t kBlockBytes = 2048;
 
-// Work rows for the rows outside the region: at most four on either side are at work at a time.
+// Memory for intermediate rows outside the region, at most four in use on either side at a time.
 template <class T>
 class OutsideRows {
  public:
@@ -43,7 +45,7 @@ class OutsideRows {
   HWY_ALIGN T rows_[8][kWidth];
 };
 
-// The rows of a forward pass, from column `x` on.
+// The rows of a forward pass, from column `x` to the right.
 template <class T>
 class ForwardPassRows {
  public:

@@ -1,10 +1,18 @@
 // SPDX-License-Identifier: MIT
-// Lifting along columns (ITU-T T.800, F.3 and F.4): whole rows are the operands. Included once per
-// instruction set.
+// Lifting along columns (ITU-T T.800, F.3 and F.4): vectors hold neighbours of a row, so that whole
+// rows are the operands of a step. Included once per instruction set.
 //
-// All lifting steps go down the rows together, a pair of rows at a time: when a high row p arrives,
-// the steps that it completes run on the rows before it, so that only a few rows are at work and
-// each is loaded from memory once.
+// All lifting steps go down the rows together, two rows at a time. When a high row p arrives, step
+// 0 can run on row p, step 1 on row p - 1, and so on: step i on row p - i. So only a few rows are
+// in use at a time, and each is loaded from memory once. With a, b, c for the rows after steps 0, 1
+// and 2 of the 9/7 filter, and h, l, g for the rows after the inverse scaling, step 3 and step 2:
+//
+//   5/3   forward   x[p-1], x[p], x[p+1], H[p-2]               to  H[p], L[p-1]
+//         inverse   L[p-1], H[p-2], H[p], x[p-3]               to  x[p-1], x[p-2]
+//   9/7   forward   x[p-1], x[p], x[p+1], b[p-3], c[p-4], a[p-2]
+//                   to  a[p], b[p-1], c[p-2], L[p-3], H[p-4]
+//         inverse   L[p-1], H[p], x[p-5], g[p-4], l[p-3], h[p-2]
+//                   to  h[p], l[p-1], g[p-2], x[p-3], x[p-4]
 #include <cstdint>
 
 #include "jpeg2k/wavelet/filters-inl.h"
@@ -29,7 +37,7 @@ HWY_INLINE void StoreColumns(const Vector<T> (&values)[kOut], size_t x, T* const
   for (size_t i = 0; i < kOut; ++i) hn::StoreU(values[i], Tag<T>(), out[i] + x);
 }
 
-// For rows shorter than a vector: the same step on copies.
+// Applies a step to rows shorter than a vector, on copies.
 template <class Step, class T, size_t kIn, size_t kOut>
 HWY_NOINLINE void ApplyToShortRows(const T* const (&in)[kIn], T* const (&out)[kOut], size_t width) {
   constexpr size_t kLanes = kLanesOf<T>;
@@ -47,8 +55,8 @@ HWY_NOINLINE void ApplyToShortRows(const T* const (&in)[kIn], T* const (&out)[kO
   }
 }
 
-// Applies a step to all columns of its rows. An output may be the same row as an input, so the last
-// step, which may overlap the one before, is computed first and stored last.
+// Applies a step to all columns of its rows. The last vector may overlap the one before it; it is
+// computed first and stored last, because an output may be the same row as an input.
 template <class Step, class T, size_t kIn, size_t kOut>
 HWY_INLINE void ApplyToRows(const T* const (&in)[kIn], T* const (&out)[kOut], size_t width) {
   constexpr size_t kLanes = kLanesOf<T>;
@@ -134,7 +142,7 @@ struct CopyOne {
   static HWY_INLINE void Apply(const V (&in)[1], V (&out)[1]) { out[0] = in[0]; }
 };
 
-// All steps of one high position p, the low one before it, and what these complete.
+// All steps that become possible when the high row p and the low row before it arrive.
 template <class Filter>
 struct ForwardPair;
 template <class T>
@@ -184,8 +192,8 @@ struct InversePair<Steps97<T, P>> {
   }
 };
 
-// Lines of positions first to last, mirrored about both; odd_high: whether odd positions are the
-// high ones.
+// Lines of the positions first to last, mirrored about both; odd_high: whether the odd positions
+// hold the high coefficients.
 struct Extent {
   int64_t first, last;
   bool odd_high;
@@ -193,17 +201,17 @@ struct Extent {
   bool Has(int64_t p) const { return p >= first && p <= last; }
   bool IsHigh(int64_t p) const { return ((p & 1) != 0) == odd_high; }
   int64_t FirstHigh() const { return IsHigh(first) ? first : first + 1; }
-  // For positions at most one line beyond.
+  // For positions that are outside by less than the length of the line.
   int64_t Mirror(int64_t p) const {
     return p < first ? 2 * first - p : p > last ? 2 * last - p : p;
   }
 };
 
-// The transforms along columns go down the rows in pairs. Rows is where they find them:
-//   In(p), Out(p)  row p before the transform, and where it is worked on and ends (may be the same)
-//   Enter(p)       row p is about to be read at In (inverse transforms)
-//   Done(p)        row p is finished (forward transforms)
-// In the end each row was entered, and done, once.
+// The transforms along columns. The class Rows gives them the rows:
+//   In(p)      row p before the transform
+//   Out(p)     row p during the transform and after it; may be the same memory as In(p)
+//   Enter(p)   called once for each row, before it is read at In (inverse transforms)
+//   Done(p)    called once for each row, when it is finished (forward transforms)
 template <class Filter, class Rows>
 class Columns {
  public:
@@ -253,7 +261,9 @@ class Columns {
 
  private:
   static constexpr int kSteps = Filter::kSteps;
-  static constexpr bool kHasTiles = !hwy::IsFloat<T>();  // regions are never short
+  // Only tiles, which are never of floats, have lines of one or two samples; regions of passes are
+  // longer, because they include neighbours.
+  static constexpr bool kHasTiles = !hwy::IsFloat<T>();
 
   const T* In(int64_t p) { return rows_.In(p); }
   T* Out(int64_t p) { return rows_.Out(p); }
@@ -292,14 +302,14 @@ class Columns {
     ApplyToRows<InverseTwo<Filter>>(in, out, width_);
   }
 
-  // Row p is about to be read for the first time.
+  // Called before row p is read for the first time: checks whether its values are small.
   void See(int64_t p) {
     if constexpr (kHasSmallSteps<Filter>) {
       if (all_small_ && extent_.Has(p)) all_small_ = AllSmall(In(p), width_);
     }
   }
 
-  // Everything so far comes from the rows seen so far.
+  // If all rows so far have small values, so have all intermediate rows.
   template <template <class> class Pair, size_t kIn, size_t kOut>
   void ApplyPair(const T* const (&in)[kIn], T* const (&out)[kOut]) {
     if constexpr (kHasSmallSteps<Filter>) {
@@ -320,7 +330,7 @@ class Columns {
     }
   }
 
-  // The same steps one by one, as far as their rows exist.
+  // The steps of ForwardInside one by one, as far as their rows exist.
   template <int kStep>
   void ForwardAtEdge(int64_t p) {
     const int64_t target = p - kStep;
@@ -356,7 +366,7 @@ class Columns {
   void InverseAtEdge(int64_t p) {
     const int64_t target = p - kSteps + kStep;
     if (extent_.Has(target)) {
-      constexpr bool kFresh = !Filter::kScales;  // coefficients are still where they came from
+      constexpr bool kFresh = !Filter::kScales;  // without scaling, coefficients are still at In
       constexpr bool kFreshBeside = kFresh && kStep == 1;
       const int64_t left = extent_.Mirror(target - 1), right = extent_.Mirror(target + 1);
       const T* const in[] = {kFresh ? In(target) : Out(target), kFreshBeside ? In(left) : Out(left),
@@ -367,7 +377,7 @@ class Columns {
     if constexpr (kStep > 0) InverseAtEdge<kStep - 1>(p);
   }
 
-  // A step of row p alone, if there is such a row.
+  // A step that reads only row p, if that row exists.
   template <class Step>
   void OnRow(int64_t p, const T* from) {
     if (!extent_.Has(p)) return;

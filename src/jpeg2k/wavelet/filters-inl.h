@@ -2,12 +2,23 @@
 // The lifting steps of the 5/3 and the 9/7 filter on vectors (ITU-T T.800, F.3 and F.4). Included
 // once per instruction set.
 //
-//   5/3   H = x - ((l + r) >> 1);  L = x + ((H + H' + 2) >> 2)
-//   9/7   steps 0 to 3 add alpha, beta, gamma, delta times the sum of the two neighbours; then L /
-//         K, H K
+// Lifting splits a line into its even samples, which become the low coefficients L, and its odd
+// samples, which become the high coefficients H. Each step changes one half by a function of its
+// two neighbours l and r in the other half, so the inverse undoes it exactly, whatever rounding or
+// wrapping occurred:
 //
-// Steps 0 and 2 change high coefficients, steps 1 and 3 low ones. Integer elements use constants
-// times 2^14, rounded.
+//   5/3   step 0   H = x - ((l + r) >> 1)          predict an odd sample from its neighbours
+//         step 1   L = x + ((l + r + 2) >> 2)      keep the mean
+//   9/7   step 0   H += alpha (l + r)              alpha = -1.586...
+//         step 1   L += beta  (l + r)              beta  = -0.053...
+//         step 2   H += gamma (l + r)              gamma =  0.883...
+//         step 3   L += delta (l + r)              delta =  0.444...
+//         scaling  L /= K, H *= K                  K     =  1.230...
+//
+// The 9/7 filter exists in floating point and in fixed point with the constants times 2^14, rounded
+// to integers: a product is (s c + 2^13) >> 14 for the exact sum s of the two neighbours, and each
+// step keeps the low 16 or 32 bits of its result. The specializations of Products97 compute that
+// without lanes of twice the width.
 #include "simd/ops-inl.h"
 
 #if defined(ZEPJP_SRC_JPEG2K_WAVELET_FILTERS_INL_H_) == defined(HWY_TARGET_TOGGLE)
@@ -28,9 +39,12 @@ using Vector = hn::Vec<Tag<T>>;
 template <class T>
 constexpr size_t kLanesOf = hn::MaxLanes(Tag<T>());
 
-// Every filter has: Element; kSteps; kScales, whether ForwardScale and InverseScale do anything;
-// kPairRule, whether lines of two samples have a rule of their own; Forward<step>(value, left,
-// right) and Inverse.
+// Members of a filter:
+//   Element                              the type of samples and coefficients
+//   kSteps                               the number of lifting steps
+//   kScales                              whether ForwardScale and InverseScale change the value
+//   kPairRule                            whether lines of two samples have a rule of their own
+//   Forward<step>(value, left, right)    the value after a step; Inverse undoes it
 
 // T: int16_t or int32_t. Sums wrap.
 template <class T>
@@ -70,21 +84,21 @@ struct Filter53 {
   }
 };
 
-// alpha, beta, gamma, delta; 1/K; K.
+// alpha, beta, gamma and delta, 1/K, K.
 struct Constants97Float {
   static constexpr float kLift[] = {-1.5861343145370483F, -0.05298011749982834F,
                                     0.8829110860824585F, 0.4435068666934967F};
   static constexpr float kInverseK = 0.8128930926322937F;
   static constexpr float kK = 1.2301740646362305F;
 };
-// The same times 2^14.
+// The constants times 2^14.
 struct Constants97Fixed {
   static constexpr int32_t kLift[] = {-25987, -868, 14466, 7266};
   static constexpr int32_t kInverseK = 13318;
   static constexpr int32_t kK = 20155;
 };
 
-// Products of one value, or of the sum of two, by a constant: what the element types differ in.
+// Products of one value, or of the sum of two values, with a constant.
 template <class T>
 struct Products97;
 
@@ -115,10 +129,12 @@ HWY_INLINE hn::Vec256<int16_t> WithSignOf(hn::Vec256<int16_t> magnitude, hn::Vec
 }
 #  endif
 
-// (s c + 2^13) >> 14 modulo 2^16 for s = a + b, without wider lanes. With 4c = 2^16 q + r, r from
-// -2^15 to 2^15 - 2, it is q s + ((r/2 s + 2^14) >> 15), where the second term is one rounded
-// multiplication. Where s wraps to s' = s - 2^16 o (o = 1 or -1) the second term lacks r o, and the
-// first nothing.
+// (s c + 2^13) >> 14 modulo 2^16 for s = a + b, in 16-bit lanes. Write 4c = 2^16 q + r with r from
+// -2^15 to 2^15 - 2; r is even. Then the result is q s + ((r/2 s + 2^14) >> 15), where the second
+// term is one rounding multiplication. If s does not fit 16 bits, the lane holds s - 2^16 o with o
+// = 1 or -1. Modulo 2^16 the first term does not change, and the second one comes out too small by
+// r o, which is added. Saturation detects this case, and the sign of the saturated sum is that of
+// o.
 template <>
 struct Products97<int16_t> {
   using Constants = Constants97Fixed;
@@ -144,8 +160,9 @@ struct Products97<int16_t> {
   }
 };
 
-// (s c + 2^13) >> 14 modulo 2^32 for s = a + b: with each of them cut into a = 2^14 ah + al, it is
-// (ah + bh) c + (((al + bl) c + 2^13) >> 14), where al + bl is less than 2^15.
+// (s c + 2^13) >> 14 modulo 2^32 for s = a + b, in 32-bit lanes. With both cut into a = 2^14 ah +
+// al, 0 <= al < 2^14, it is (ah + bh) c + (((al + bl) c + 2^13) >> 14). al + bl < 2^15 fits a
+// signed 16-bit lane, so the second product is one DotAcc.
 template <>
 struct Products97<int32_t> {
   using Constants = Constants97Fixed;
@@ -166,7 +183,7 @@ struct Products97<int32_t> {
   }
 };
 
-// The same where all values and sums of two fit in 16 bits.
+// (s c + 2^13) >> 14 for values whose sums of two fit 16 bits: one DotAcc.
 struct Products97Small {
   using Constants = Constants97Fixed;
   using V = Vector<int32_t>;
@@ -211,8 +228,8 @@ struct Steps97 {
 template <class T>
 using Filter97 = Steps97<T, Products97<T>>;
 
-// The filter for values from -2^11 to 2^11 - 1, for which it may be quicker: no value and no sum of
-// two becomes more than 13.5 times as large on the way through the steps, forward or inverse.
+// A faster form of a filter for rows of values from -2^11 to 2^11 - 1. In all steps, forward and
+// inverse, values and sums of two grow by a factor of at most 13.5, so they stay within 16 bits.
 template <class Filter>
 struct ForSmallValues {
   using Steps = Filter;
@@ -226,8 +243,7 @@ using SmallSteps = typename ForSmallValues<Filter>::Steps;
 template <class Filter>
 constexpr bool kHasSmallSteps = !hwy::IsSame<SmallSteps<Filter>, Filter>();
 
-// Whether all values of a row are small in that sense. Rows shorter than a vector do not count as
-// such.
+// Whether all values of a row are in that range; false for rows shorter than a vector.
 inline bool AllSmall(const int32_t* row, size_t count) {
   const Tag<int32_t> d;
   constexpr size_t kLanes = kLanesOf<int32_t>;

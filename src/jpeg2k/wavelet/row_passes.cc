@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// One direction of a region: passes along rows. The caller has filled the columns beside the region
-// that are read.
+// Passes along the rows of a region (ITU-T T.800, F.3 and F.4; the lifting is in rows-inl.h). A
+// pass does not extend the region: it reads columns left and right of it, which the caller has
+// filled.
 #include "jpeg2k/wavelet/rows.h"
 #include "simd/dispatch.h"
 
@@ -46,8 +47,8 @@ float Convolve(const float* x, int64_t p, const float (&taps)[kTaps]) {
   return sum;
 }
 
-// The first and the last low and high coefficient of a row of n pairs come from the equivalent
-// filters of the whole lifting.
+// Computes the first and the last low and high coefficient of a row of n pairs with the taps of the
+// convolutions that are equivalent to all lifting steps together.
 void ConvolveEnds(const float* x, int64_t n, int phase, float* low, float* high) {
   constexpr float kLowTaps[] = {0.602949F, 0.26686412F, -0.078223266F, -0.01686412F, 0.026748758F};
   constexpr float kHighTaps[] = {1.115087F, -0.59127176F, -0.057543527F, 0.091271766F};

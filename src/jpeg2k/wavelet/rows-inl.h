@@ -2,10 +2,15 @@
 // Lifting along one row (ITU-T T.800, F.3 and F.4; the steps are in filters-inl.h). Included once
 // per instruction set.
 //
-// Samples are divided into vectors of even and of odd ones. The neighbours of a step are the same
-// vectors moved by a lane, so all steps run in registers, block after block along the row, and each
-// sample is loaded and stored once. Positions are counted so that low coefficients are even: with
-// an odd origin (`phase` 1) the row starts at position 1.
+// A block is two vectors of samples, split into a vector of the even and one of the odd samples.
+// The neighbours that a step needs are the vectors of the other half moved by one lane. So all
+// steps run in registers, block after block along the row, and each sample is loaded and stored
+// once. Steps that need lanes of the next block wait for it: the results lag behind the input by up
+// to two blocks.
+//
+// Positions are counted so that low coefficients have even ones: with an odd origin (`phase` 1) the
+// row starts at position 1. The first and last blocks are read from copies that include the
+// mirrored samples.
 #include <algorithm>
 
 #include "jpeg2k/wavelet/columns-inl.h"
@@ -21,7 +26,8 @@ ZEP_BEFORE_NAMESPACE();
 namespace zepjp::HWY_NAMESPACE {
 namespace {
 
-// The lanes of a and b in a row, from lane 1 of a (MoveDown) or from the last lane of a (MoveUp).
+// One vector from the lanes of a followed by those of b: from lane 1 of a (MoveDown), or from the
+// last lane of a (MoveUp).
 #  if HWY_TARGET == HWY_AVX3
 template <class T>
 HWY_INLINE hn::Vec512<T> MoveDown(hn::Vec512<T> a, hn::Vec512<T> b) {
@@ -67,7 +73,7 @@ HWY_INLINE hn::Vec128<T> MoveUp(hn::Vec128<T> a, hn::Vec128<T> b) {
 }
 #  endif
 
-// Two vectors of samples to their even and odd ones, and back.
+// A block: the even and the odd samples.
 template <class T>
 struct EvenOdd {
   Vector<T> even, odd;
@@ -86,7 +92,8 @@ HWY_INLINE void StoreEvenOdd(Vector<T> even, Vector<T> odd, T* to) {
   hn::StoreInterleaved2(even, odd, d, to);
 }
 
-// Lanes 0 .. kLanes - 1 are values `first` and up of a row of `count`; stores those that exist.
+// `lanes` are the values from index `first` up of a row of `count` values; stores those that the
+// row has.
 template <class T>
 HWY_INLINE void StoreExisting(const T* lanes, int64_t lane_count, int64_t first, int64_t count,
                               T* row) {
@@ -96,11 +103,12 @@ HWY_INLINE void StoreExisting(const T* lanes, int64_t lane_count, int64_t first,
   CopyBytes(lanes + (begin - first), row + begin, static_cast<size_t>(end - begin) * sizeof(T));
 }
 
-// `kSize` values of a row, from `first` on. Values outside the row are 0, or are set one by one.
+// A copy of `kSize` values of a row from index `first` up. Values outside the row are 0 until
+// Set().
 template <class T, size_t kSize>
 class Window {
  public:
-  // The row has the values from `begin` up to but excluding `end`.
+  // The row has the values `begin` to `end` - 1.
   Window(int64_t first, const T* row, int64_t begin, int64_t end) : first_(first) {
     for (size_t i = 0; i < kSize; i += kLanesOf<T>) {
       hn::Store(hn::Zero(Tag<T>()), Tag<T>(), values_ + i);
@@ -112,7 +120,7 @@ class Window {
                 static_cast<size_t>(end - begin) * sizeof(T));
     }
   }
-  // Value i of the window becomes value `from` of the row.
+  // Copies the row's value `from` to index i, if the window has that index.
   void Set(int64_t i, const T* row, int64_t from) {
     if (i < first_ || i >= first_ + static_cast<int64_t>(kSize)) return;
     CopyBytes(row + from, values_ + (i - first_), sizeof(T));
@@ -124,14 +132,14 @@ class Window {
   int64_t first_;
 };
 
-// Position p of a row that has first to last, mirrored about them as often as it takes.
+// Position p, mirrored about `first` and `last` until it lies between them.
 inline int64_t Reflected(int64_t p, int64_t first, int64_t last) {
   while (p < first || p > last) p = p < first ? 2 * first - p : 2 * last - p;
   return p;
 }
 
-// The shape of a row: samples or coefficients at `first` to `last`, counted from its first sample,
-// which is a high position if phase is 1. What lies beyond counts as mirrored.
+// The positions at which a row has samples or coefficients, counted from the first sample to
+// transform, which is at a high position if phase is 1. Positions outside are mirrored.
 struct RowShape {
   int64_t first, last;
   int phase;
@@ -165,7 +173,7 @@ class ForwardRow {
     const int64_t pairs = std::max(low_count_ + shape_.phase, high_count_);
     const int64_t blocks = (pairs + kLanes - 1) / kLanes;
     const int64_t in_memory =
-        std::max<int64_t>((shape_.last + shape_.phase + 1) / kBlock, 1);  // blocks before it
+        std::max<int64_t>((shape_.last + shape_.phase + 1) / kBlock, 1);  // blocks before the tail
     const Samples<2> head = Fill<2>(-1);
     const Samples<3> tail = Fill<3>(in_memory);
     State<Filter> state;
@@ -183,7 +191,7 @@ class ForwardRow {
   template <size_t kBlocks>
   using Samples = Window<T, kBlocks * kBlock>;
 
-  // Lifts block after block. The results lag the input by one block (9/7) or none (5/3).
+  // Lifts block after block. Next(block j + 1) returns block j (5/3) or j - 1 (9/7).
   template <class Filter>
   struct State;
 
@@ -229,7 +237,7 @@ class ForwardRow {
     Vector<T> a, b, c;
   };
 
-  // Blocks `block` and up, with four samples mirrored on both sides.
+  // The blocks from `block` up, with four mirrored samples on either side of the row.
   template <size_t kBlocks>
   Samples<kBlocks> Fill(int64_t block) {
     const int64_t start = kBlock * block - shape_.phase;
@@ -318,7 +326,7 @@ class InverseRow {
   int64_t HighBegin() const { return (shape_.first + shape_.phase) >> 1; }
   int64_t HighEnd() const { return ((shape_.last - 1 + shape_.phase) >> 1) + 1; }
 
-  // Blocks `block` and up, with four coefficients mirrored on both sides.
+  // The blocks from `block` up, with four mirrored coefficients on either side of the row.
   template <size_t kBlocks>
   class Coefficients {
    public:
@@ -345,7 +353,7 @@ class InverseRow {
     Window<T, kBlocks * kLanesOf<T>> low_, high_;
   };
 
-  // Lifts block after block. The results lag the input by two blocks (9/7) or one (5/3).
+  // Lifts block after block. Next(block j) returns block j - 1 (5/3) or j - 2 (9/7).
   template <class Filter>
   struct State;
 
@@ -413,8 +421,8 @@ class InverseRow {
   const int64_t count_;
 };
 
-// Transforms a line of a tile: `count` samples, with the first one high if phase is 1, to low and
-// high coefficients.
+// Transforms a row of a tile to low and high coefficients. The first of its `count` samples is at a
+// high position if phase is 1.
 template <class Filter, class T>
 void ForwardTileRow(const T* src, int64_t count, int phase, T* low, T* high) {
   if (count == 1) {

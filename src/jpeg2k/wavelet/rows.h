@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Where the lines of a region are, and the checks that functions over regions share.
+// The regions of row and column passes, and the argument checks that all passes share.
 #ifndef ZEPJP_SRC_JPEG2K_WAVELET_ROWS_H_
 #define ZEPJP_SRC_JPEG2K_WAVELET_ROWS_H_
 
@@ -40,7 +40,8 @@ inline zepStatus CheckPass(const void* first, int32_t first_step, const void* se
       .Failed();
 }
 
-// Forward passes have one source, inverse ones one destination; `kernel` gets them in one form.
+// Forward passes have one source and two destinations, inverse passes the reverse; the kernel gets
+// both as a SplitRegion.
 template <class T>
 zepStatus ForwardPass(PassKernel<T> kernel, const T* src, int32_t src_step, T* low,
                       int32_t low_step, T* high, int32_t high_step, zepiSize size, int32_t phase) {

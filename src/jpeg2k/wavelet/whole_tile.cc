@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
-// One level of a whole tile. Forward: columns, then rows; inverse: rows, then columns. Lines are
-// mirrored about their ends.
+// One level of the wavelet transform of a whole tile (ITU-T T.800, F.3 and F.4). Forward: columns,
+// then rows; inverse: rows, then columns. Lines are mirrored about their ends.
 //
-// In place, the columns are lifted where they are, in blocks that keep the rows at work in the
-// nearest cache. The rows are then transformed on their way to their places, along the cycles of
-// the permutation that brings low rows before high ones, so that nothing but one row needs another
-// place meanwhile.
+// In place: the columns are lifted in place, in blocks so narrow that the rows in use stay in the
+// first-level cache. That leaves low and high rows in turns, but the result has the low rows on
+// top. So each row is then transformed from its old place to its new one, along the cycles of that
+// permutation; only one row at a time needs memory outside the tile.
 //
-// To planes, each row is transformed as soon as the columns have finished it; six rows are in work
-// at a time. From planes, the destination is what the columns work on, as soon as its rows are
-// there.
+// To planes: each row is transformed as soon as the column steps have finished it, from a ring of a
+// few rows. From planes: each row is transformed to its place in the tile just before the column
+// steps read it there.
 #include <algorithm>
 
 #include "jpeg2k/wavelet/rows.h"
@@ -24,7 +24,7 @@ namespace zepjp {
 #  define ZEPJP_WAVELET_WHOLE_TILE_KERNELS
 namespace {
 
-// Rows are those of the tile in place.
+// A tile in place.
 template <class T>
 struct Tile {
   T* data;
@@ -32,14 +32,14 @@ struct Tile {
   zepiRect rect;
 };
 
-// The planes hold the four quadrants of a tile in place, cut in the middle (rounded up).
+// Four planes: the quadrants of a transformed tile, cut at half its width and height, rounded up.
 template <class T>
 struct Subbands {
   T* const* plane;
   const int32_t* step;
 };
 
-// `buffer` holds one row (in place), or the rows of the tile and one more (with planes).
+// `buffer` has room for one row (in place), or for the rows of the tile and one more (with planes).
 template <class T>
 struct TileKernels {
   void (*forward)(const Tile<T>& tile, uint8_t* buffer);
@@ -53,27 +53,28 @@ struct Kernels {
   TileKernels<int32_t> b53_32s;
   TileKernels<int16_t> d97_16s;
   TileKernels<int32_t> d97_32s;
-  // For processors of the low-power line, which have small caches: another schedule, the same
-  // arithmetic.
+  // For processors of the low-power line, which have small caches: the same arithmetic in another
+  // order of rows and blocks.
   void (*low_power_inverse)(const Tile<int16_t>& tile, uint8_t* buffer);
   void (*low_power_from_planes)(const Tile<int16_t>& tile, const Subbands<int16_t>& planes,
                                 uint8_t* buffer);
 };
 
-// A row of `width` elements, rounded up so that rows do not share vectors.
+// The step of rows of `width` elements in the buffer, rounded up to a multiple of 32 bytes.
 template <class T>
 int32_t BufferStep(int32_t width) {
   return static_cast<int32_t>((int64_t{width} * static_cast<int64_t>(sizeof(T)) + 31) &
                               ~int64_t{31});
 }
 
-// How `count` positions split into low and high ones. The first is high if phase is 1.
+// The split of `count` positions into low and high ones; the first position is high if phase is 1.
 struct Split {
   int64_t count;
   int phase;
 
   int64_t LowCount() const { return (count + 1 - phase) / 2; }
-  // Where position p ends among the low ones, followed by the high ones; and the reverse.
+  // The place of position p after the split, with the low ones before the high ones; Position() is
+  // the inverse.
   int64_t Place(int64_t p) const { return ((p + phase) & 1) != 0 ? LowCount() + (p >> 1) : p >> 1; }
   int64_t Position(int64_t place) const {
     return place < LowCount() ? 2 * place + phase : 2 * (place - LowCount()) + 1 - phase;
@@ -95,21 +96,22 @@ inline Extent ColumnExtent(const zepiRect& rect) {
   return {0, int64_t{rect.height} - 1, (rect.y & 1) == 0};
 }
 
-// Calls move(from, to) until item `to` of `count` is the former item source(to), for all of them,
-// cycle by cycle. At the start of a cycle move(i, -1) saves an item; it is item -1 then.
+// Permutes `count` items in place, cycle by cycle: item source(i) moves to place i. Calls
+// move(from, to) for each item; the place -1 stands for a spare place, which holds the first item
+// of the cycle meanwhile.
 template <class Source, class Move>
 void Permute(int64_t count, const Source& source, const Move& move) {
   for (int64_t first = 0; first < count; ++first) {
     int64_t i = source(first);
     while (i > first) i = source(i);
-    if (i < first) continue;  // this cycle was done when its smallest item was met
+    if (i < first) continue;  // the cycle was done at its smallest item
     move(first, -1);
     for (i = first; source(i) != first; i = source(i)) move(source(i), i);
     move(-1, i);
   }
 }
 
-// The rows of a tile that are transformed where they are, from column x on.
+// The rows of a tile whose columns are transformed in place, from column x to the right.
 template <class T>
 class RowsInPlace {
  public:
@@ -147,8 +149,8 @@ void InverseColumns(const Tile<T>& tile) {
   }
 }
 
-// One more row than the tile has: at the place that the work buffer has for it, or here, because
-// the smallest tiles have none.
+// Memory for one row: a part of the work buffer, or for tiles of up to two columns, whose work
+// buffer may be empty, a few bytes here.
 template <class T>
 class SpareRow {
  public:
@@ -164,8 +166,8 @@ class SpareRow {
   T* const row_;
 };
 
-// Transforms row after row of a tile on its way to another place. transform(from, to) takes rows
-// that differ; source(i) is the row that comes to place i.
+// Moves the rows of a tile: row source(i) is transformed to row i. transform(from, to) never gets
+// the same row twice.
 template <class T, class Source, class Transform>
 void MoveRows(const Tile<T>& tile, uint8_t* buffer, const Source& source,
               const Transform& transform) {
@@ -202,9 +204,9 @@ void Inverse(const Tile<T>& tile, uint8_t* buffer) {
   InverseColumns<Filter, kBytes>(tile);
 }
 
-// Rows of the quadrants of a tile in planes. With an odd origin and an odd width there is one low
-// coefficient less than the left planes are wide: the first high one is their last. Such rows are
-// put together in a spare row.
+// The rows of the quadrants in planes. With an odd origin and an odd width a row has one low
+// coefficient less than the left planes are wide, so the first high coefficient is their last
+// element. Such rows are put together in a spare row.
 template <class Filter>
 class SubbandRows {
  public:
@@ -218,7 +220,7 @@ class SubbandRows {
         top_height_((int64_t{rect.height} + 1) >> 1),
         spare_(spare, rect.width) {}
 
-  // Row p of the tile, its columns done.
+  // Transforms row p of the tile, whose columns are finished, to the planes.
   void Forward(const T* src, int64_t p) {
     T* const left = At(0, p);
     T* const right = At(2, p);
@@ -262,8 +264,8 @@ class SubbandRows {
   const SpareRow<T> spare_;
 };
 
-// Rows that come from a source, are worked on in a ring of rows, and go to planes when they are
-// finished.
+// Rows for the column steps: read from the source, changed in a ring of rows, transformed to the
+// planes when they are finished.
 template <class Filter>
 class RowsToPlanes {
  public:
@@ -281,7 +283,7 @@ class RowsToPlanes {
 
  private:
   static constexpr int64_t kRing =
-      2 * Filter::kSteps;  // more than the rows at work; a power of two
+      2 * Filter::kSteps;  // more rows than are in use at a time; a power of two
 
   const Tile<T>& tile_;
   T* const ring_;
@@ -289,7 +291,7 @@ class RowsToPlanes {
   SubbandRows<Filter> planes_;
 };
 
-// Rows that come from planes and are worked on at their destination.
+// Rows for the column steps: transformed from the planes to the tile, and changed there.
 template <class Filter>
 class RowsFromPlanes {
  public:
@@ -408,8 +410,8 @@ zepStatus JoinTile(void (*kernel)(const Tile<T>&, const Subbands<T>&, uint8_t*),
   return zepStatusOk;
 }
 
-// What a work buffer needs: one extended line, from a certain size on, and with planes a copy of
-// the tile.
+// The parts of a work buffer: one extended line if the tile has min_length rows or columns, and
+// with planes a copy of the tile.
 struct BufferNeed {
   int32_t element_bytes;
   int32_t extension_bytes;
