@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The bit stream that a caller of the JPEG XR coders holds between calls: where the next bytes are,
-// and up to 32 bits in the upper end of an accumulator. A decoder's are read and not used yet, an
-// encoder's are not written yet.
+// The bit stream that a caller of the JPEG XR coders keeps between calls: a pointer to the next
+// bytes, and up to 32 bits at the upper end of an accumulator. A decoder's bits were read but not
+// used yet, an encoder's are not written yet.
 #ifndef ZEPJP_SRC_JPEGXR_BIT_STREAM_H_
 #define ZEPJP_SRC_JPEGXR_BIT_STREAM_H_
 
@@ -16,11 +16,11 @@ struct BitStream {
   Byte** bytes;
   uint32_t *accumulator, *count;
 
-  // Adds the checks of the three pointers, and of the bytes.
+  // Adds the checks of the three pointers, and of the pointer to the bytes.
   Checks& Check(Checks& checks) const {
     return checks.Planes(bytes, 1).Ptr(accumulator).Ptr(count);
   }
-  // More bits than the accumulator has. The pointers have been checked.
+  // Whether the count exceeds the accumulator. The pointers must have been checked.
   bool IsTooLong() const { return *count > 32; }
 };
 using BitSource = BitStream<const uint8_t>;

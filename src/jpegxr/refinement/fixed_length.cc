@@ -3,18 +3,18 @@
 // DC, in order of frequency, m bits of magnitude, 0 to 15, and a sign if these are not all 0. A
 // coefficient that the block coder has made nonzero already has a sign, and gets none here.
 //
-// Decoding. The interface fixes how far a call reads ahead: two bytes whenever fewer than 16 bits
-// are valid before a coefficient. The decoder makes several of these refills at once, as many as
-// fit into 64 bits and are certain to come: the n coefficients that are left take at least (n - 1)
-// m bits before the last of them is looked at. So it never reads a byte that a decoder step by step
-// would not read, and ends in the same state. Whether a sign follows is a comparison and a
-// conditional move, not a branch: window > limit means that it does, with limit = 2^(64-m) - 1, or
-// 2^64 - 1 if no sign can follow. The magnitudes are scaled and signed afterwards, with vectors, a
-// row of the block at a time.
+// Decoding. The interface fixes how far a call reads ahead: two bytes before each coefficient for
+// which fewer than 16 bits are valid. The decoder makes several of these refills together: those
+// that fit 64 bits and are certain to be needed, because the n coefficients that are left take at
+// least (n - 1) m bits before the last of them begins. So it never reads a byte that a step-by-step
+// decoder would not read, and it ends in the same state. Signs cannot be predicted, so a comparison
+// and a conditional move decide whether one follows: window > limit means yes, where limit is
+// 2^(64-m) - 1, or 2^64 - 1 if no sign can follow. Afterwards vectors scale the magnitudes and
+// apply the signs, one row of the block at a time.
 //
 // Encoding. Vectors make a field of m + 1 bits for each coefficient, magnitude and sign, and a mask
-// of the bits to write. If the fields fit into bytes, one `pext` for eight of them gathers the bits
-// (AVX2 and up); else they are written one by one.
+// of the bits to write. If the fields fit bytes, one `pext` gathers the bits of eight fields (AVX2
+// and above); else they are written one by one.
 #include <cstring>
 
 #include "frame/checks.h"
@@ -33,14 +33,14 @@ namespace {
 
 constexpr uint32_t kCount = 15;
 
-// Where the coefficients stand in the block, in order of frequency: 4 * row + column.
+// The places 4 * row + column of the coefficients in the block, in order of frequency.
 constexpr uint8_t kPlace[kCount] = {2, 1, 7, 8, 15, 12, 11, 4, 3, 5, 6, 13, 14, 9, 10};
 
-// How many fields of m + 1 bits fit into `bits`, at most 64: bits * kShareOf[m] >> 16.
+// bits * kShareOf[m] >> 16 is the number of fields of m + 1 bits that fit in `bits`, at most 64.
 constexpr uint32_t kShareOf[16] = {65536, 32768, 21846, 16384, 13108, 10923, 9363, 8192,
                                    7282,  6554,  5958,  5462,  5042,  4682,  4370, 4096};
 
-// The three pointers of a stream are arguments of their own, because those travel in registers.
+// The three pointers of a stream are separate arguments, so that they are passed in registers.
 struct Kernels {
   void (*decode32)(const uint8_t** from, uint32_t* accumulator, uint32_t* count, int32_t* block,
                    ptrdiff_t step, uint32_t m, uint32_t multiplier, bool refine);
@@ -68,8 +68,7 @@ using V32 = hn::VFromD<D32>;
 using VU32 = hn::VFromD<DU32>;
 using M32 = decltype(hn::Eq(VU32(), VU32()));
 
-// A row of the block, at any alignment, in 32-bit lanes; and back, modulo the width of the
-// elements.
+// Load and store a row of the block, at any alignment, in 32-bit lanes. A store keeps the low bits.
 template <class T>
 HWY_INLINE V32 LoadRow(const T* block, ptrdiff_t step, ptrdiff_t row) {
   const hn::Rebind<T, D32> d;
@@ -79,7 +78,7 @@ HWY_INLINE V32 LoadRow(const T* block, ptrdiff_t step, ptrdiff_t row) {
   if constexpr (sizeof(T) == 4) {
     return v;
   } else {
-    // (Not PromoteTo: g++ 12 gives up on its AVX-512 form with a mask.)
+    // (Instead of PromoteTo, whose AVX-512 form with a mask g++ 12 does not compile.)
     const hn::Repartition<T, D32> full;
     const auto low = hn::ZeroExtendVector(full, v);
     return hn::ShiftRight<16>(hn::BitCast(D32(), hn::InterleaveLower(full, low, low)));
@@ -105,7 +104,7 @@ HWY_INLINE T Load(const void* from) {
   return value;
 }
 
-// The highest `valid` bits of the window are the next of the stream, the others are 0.
+// The highest `valid` bits of the window are the next bits of the stream; the others are 0.
 class BitWindow {
  public:
   explicit HWY_INLINE BitWindow(const BitSource& from)
@@ -113,7 +112,7 @@ class BitWindow {
     bits_ = valid_ == 0 ? 0 : bits_ & (~uint64_t{0} << (64 - valid_));
   }
 
-  // Refills until 16 bits are valid after the next `certain` ones, or as far as 64 bits hold.
+  // Refills until 16 bits are valid after the next `certain` ones, or until the window is full.
   HWY_INLINE void Refill(uint32_t certain) {
     const uint32_t wanted = HWY_MIN(certain + 16, uint32_t{49});
     while (valid_ < wanted) {
@@ -123,13 +122,14 @@ class BitWindow {
     }
   }
 
-  // Returns the next m + 1 bits. Takes m of them, or all if the window exceeds `limit`.
+  // Returns the next m + 1 bits. Uses m of them, or all m + 1 if the window exceeds `limit`.
   HWY_INLINE uint32_t Take(uint32_t m, uint64_t limit) {
     const auto field = static_cast<uint32_t>(bits_ >> (63 - m));
     const uint64_t with_sign = bits_ << m << 1;
     uint64_t without_sign = bits_ << m;
 #ifdef __x86_64__
-    // A borrow means a sign. Compilers make a branch of it, but signs cannot be predicted.
+    // The comparison's borrow means that a sign follows. In assembly, because compilers make a
+    // branch of it, which would be mispredicted.
     __asm__("cmpq %[window], %[limit]\n\tcmovcq %[with_sign], %[rest]\n\tsbbl %[m], %[valid]"
             : [rest] "+r"(without_sign), [valid] "+r"(valid_)
             : [window] "r"(bits_), [limit] "r"(limit), [with_sign] "r"(with_sign), [m] "r"(m)
@@ -157,7 +157,7 @@ class BitWindow {
   uint32_t valid_;
 };
 
-// Four coefficients. A field holds q and the bit after it.
+// Applies the fields, q and the bit after it, to four coefficients.
 template <bool kRefine>
 HWY_INLINE V32 Decoded(V32 old, V32 fields, V32 multiplier) {
   const V32 zero = hn::Zero(D32());
@@ -169,7 +169,7 @@ HWY_INLINE V32 Decoded(V32 old, V32 fields, V32 multiplier) {
   return kRefine ? hn::Add(old, value) : hn::IfThenElse(is_empty, old, value);
 }
 
-// Bit 4 * row + column: the coefficient is not 0.
+// A mask of the coefficients that are not 0: bit 4 * row + column.
 template <class T>
 HWY_INLINE uint32_t NonZeros(const T* block, ptrdiff_t step) {
   uint32_t mask = 0;
@@ -201,7 +201,7 @@ HWY_INLINE void DecodeBlock(const BitSource& from, T* block, ptrdiff_t step, uin
       fields[place] = static_cast<int32_t>(window.Take(m, limit | (0 - is_coded)));
     } while (++i < end);
   }
-  // A reader step by step would have refilled before the last coefficient.
+  // A step-by-step decoder would have refilled before the last coefficient.
   if (before_last < 16) window.Refill(0);
   window.Leave(from);
   const V32 factor = hn::BitCast(D32(), hn::Set(DU32(), multiplier));
@@ -223,7 +223,7 @@ void Decode(const uint8_t** bytes, uint32_t* accumulator, uint32_t* count, T* bl
   }
 }
 
-// What four coefficients write: the bits, and a mask of how many.
+// The bits of four coefficients, and a mask of those that are written.
 struct Fields {
   VU32 bits, mask;
 };
@@ -235,7 +235,7 @@ HWY_INLINE Fields MakeFields(VU32 bits, M32 is_signed, uint32_t m) {
   return {hn::And(bits, mask), mask};
 }
 
-// The fields of a block that the block coder has not coded.
+// Fields from the coefficients of a block that the block coder has not coded.
 template <class T>
 struct FromBlock {
   const T* block;
@@ -293,8 +293,8 @@ HWY_INLINE void PutLong(uint64_t value, uint32_t count, VlcWriter* writer) {
   writer->Put(static_cast<uint32_t>(value), count);
 }
 
-// The places in order of frequency, the first eight in the lower half, the first one of each half
-// in its highest byte; after the last coefficient comes a byte of zero.
+// The places in order of frequency: the first eight in the lower half, the rest in the upper half,
+// each half from its highest byte downwards. The lowest byte of the upper half is zero.
 alignas(16) constexpr uint8_t kExtractOrder[16] = {
     kPlace[7], kPlace[6],  kPlace[5],  kPlace[4],  kPlace[3],  kPlace[2],  kPlace[1], kPlace[0],
     0x80,      kPlace[14], kPlace[13], kPlace[12], kPlace[11], kPlace[10], kPlace[9], kPlace[8]};
@@ -306,7 +306,7 @@ HWY_INLINE __m128i ToBytes(VU32 row0, VU32 row1, VU32 row2, VU32 row3) {
   return _mm_shuffle_epi8(_mm_packus_epi16(rows01, rows23), order);
 }
 
-// Fields of up to 8 bits.
+// Writes fields of up to 8 bits.
 template <class Source>
 void EncodeShort(const Source& source, const BitTarget& to, uint32_t m) {
   VlcWriter writer(to);

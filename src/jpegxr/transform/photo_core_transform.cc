@@ -1,11 +1,19 @@
 // SPDX-License-Identifier: MIT
-// The 4x4 photo core transform (ITU-T T.832, 9.9.7), both ways, of many blocks at a time: each
-// register holds one element position of as many blocks as it has lanes, so a transform is lifting
-// on sixteen registers without a shuffle.
+// The 4x4 photo core transform (ITU-T T.832, 9.9.7), forward and inverse.
 //
-// 16-bit lanes wrap in every sum, 32-bit lanes too; shifts are arithmetic. Each lifting step
-// changes one element by a function of others, so the inverse takes it back whatever wrapped. In
-// floating point only the arithmetic itself rounds; products and sums are in a fixed order.
+// The forward transform has two stages of operators on four elements each, in place. Stage one is
+// four 2x2 Hadamard operators on mirrored elements. Stage two treats the quarters of the block: a
+// Hadamard operator on the one with DC, the odd operator (a rotation) on the two that are odd in
+// one direction, and the odd-odd operator (two rotations) on the last one. Rotations are lifting
+// steps with factors 3/8, 3/4 and 1/2, computed with sums, shifts and products by 3.
+//
+// Each lifting step changes one element by a function of others, so the inverse undoes it exactly,
+// even if sums wrapped. Integer sums wrap at the width of the elements; shifts are arithmetic. In
+// floating point the steps are the same without rounding terms; products and sums are rounded in a
+// fixed order.
+//
+// Many blocks are transformed together. A register holds one element position of one block in each
+// lane, so the transform itself works on sixteen registers and needs no shuffles.
 #include "frame/checks.h"
 #include "simd/dispatch.h"
 
@@ -18,7 +26,8 @@
 namespace zepjp {
 namespace {
 
-// One element type and one direction. Blocks are counted in blocks, steps in bytes.
+// The functions of one element type and direction. Widths and heights are in blocks, steps in
+// bytes.
 struct Functions {
   void (*region)(uint8_t* data, ptrdiff_t step, size_t blocks_wide, size_t blocks_high);
   void (*area16x16)(uint8_t* data, ptrdiff_t step);
@@ -38,7 +47,7 @@ ZEP_BEFORE_NAMESPACE();
 namespace zepjp::HWY_NAMESPACE {
 namespace {
 
-// The terms of the lifting steps, over integers and over floating point.
+// The terms of the lifting steps for integers, and below for floating point.
 template <class D, bool kIsFloat = hwy::IsFloat<hn::TFromD<D>>()>
 struct Terms {
   using V = hn::VFromD<D>;
@@ -66,7 +75,8 @@ struct Terms<D, true> {
   static HWY_INLINE V ThreeQuarters(V x) { return hn::Mul(x, hn::Set(D(), 0.75f)); }
 };
 
-// The operators on four elements, in place, and their inverses.
+// The operators on four elements, in place, and their inverses. The names are those of the
+// standard.
 template <class D>
 struct Operators : Terms<D> {
   using V = hn::VFromD<D>;
@@ -225,8 +235,9 @@ HWY_INLINE hn::VFromD<D> ShuffleBytes(D d, hn::VFromD<D> v, const uint8_t* lanes
   return hn::BitCast(d, hn::TableLookupBytes(hn::BitCast(d8, v), table));
 }
 
-// One row of the blocks: registers of whole blocks become one for each column, and back. Any order
-// of the blocks in the lanes will do, as long as both directions use the same.
+// Rearranges one row of all blocks: from registers with whole rows of blocks to one register for
+// each column, and back. The order of the blocks in the lanes does not matter, because both
+// functions use the same.
 template <class D>
 HWY_INLINE void ToColumns(D d, hn::VFromD<D> (&v)[4]) {
   if constexpr (sizeof(hn::TFromD<D>) == 2) {
@@ -242,7 +253,7 @@ HWY_INLINE void FromColumns(D d, hn::VFromD<D> (&v)[4]) {
   }
 }
 
-// Transforms the blocks whose first rows are the registers at at[0 .. kRegisters - 1].
+// Transforms the blocks whose first rows are loaded from at[0] to at[kRegisters - 1].
 template <size_t kRegisters, class Transform, class D>
 HWY_INLINE void Pass(D d, uint8_t* const (&at)[4], ptrdiff_t step) {
   const hn::Repartition<uint8_t, D> d8;
@@ -264,7 +275,7 @@ HWY_INLINE void Pass(D d, uint8_t* const (&at)[4], ptrdiff_t step) {
   }
 }
 
-// An area of a fixed size, in passes of up to four registers.
+// Transforms an area of a fixed size, in passes of up to four registers.
 template <class T, size_t kWidth, size_t kHeight, class Transform>
 void Area(uint8_t* data, ptrdiff_t step) {
   constexpr size_t kLanes =
@@ -284,7 +295,7 @@ void Area(uint8_t* data, ptrdiff_t step) {
   }
 }
 
-// Blocks anywhere in a region, collected until there are enough for a pass.
+// Collects blocks from anywhere in a region until there are enough for a pass on copies.
 template <class T, class Transform>
 class BlockBatch {
  public:
@@ -312,7 +323,7 @@ class BlockBatch {
 
  private:
   static constexpr size_t kBlocks = hn::MaxLanes(hn::ScalableTag<T>());
-  static constexpr size_t kBytes = 4 * sizeof(T);  // of a block's row
+  static constexpr size_t kBytes = 4 * sizeof(T);  // of a row of a block
 
   HWY_INLINE void CopyZeros() {
     for (uint8_t& byte : copies_) byte = 0;

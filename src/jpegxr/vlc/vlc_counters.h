@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
-// The sums by which a block changes the counters of its tables, all six in one 64-bit word: lanes
-// in bits 22 to 61 of the entries of the look-up tables, so that one addition per coefficient
-// counts everything. A block has at most 14 indexes after its first, each of which adds -2..2 to a
+// The changes of a block to the counters of its tables, summed in one 64-bit word. The entries of
+// the look-up tables have six lanes in bits 22 to 61, one for each counter, so that one addition
+// for each coefficient updates all counters.
+//
+// No lane overflows: a block has at most 14 indexes after its first, each of which adds -2..2 to a
 // lane of 7 bits (at most 28 in magnitude), and 15 levels, each of which adds -1..1 to a lane of 6
-// bits: no lane overflows.
+// bits.
 #ifndef ZEPJP_SRC_JPEGXR_VLC_VLC_COUNTERS_H_
 #define ZEPJP_SRC_JPEGXR_VLC_VLC_COUNTERS_H_
 
@@ -15,7 +17,7 @@ namespace zepjp {
 
 constexpr uint32_t kFirstLane = 22, kNumLanes = 6, kAllLanesBits = 40;
 
-// A lane for each counter, by context.
+// The lane of each counter, by context.
 constexpr uint32_t LaneOfIndex(uint32_t context, uint32_t counter) { return 2 * context + counter; }
 constexpr uint32_t LaneOfLevel(uint32_t context) { return 4 + context; }
 constexpr uint32_t LaneBits(uint32_t lane) { return lane < 4 ? 7 : 6; }
@@ -27,12 +29,12 @@ constexpr uint64_t InLane(uint32_t lane, int value) {
   const auto bits = static_cast<uint64_t>(static_cast<int64_t>(value)) << LaneStart(lane);
   return (bits & ((uint64_t{1} << kAllLanesBits) - 1)) << kFirstLane;
 }
-// The sum of two such words; it leaves the bits above the lanes alone.
+// The sum of two such words, without a carry beyond the lanes.
 constexpr uint64_t AddLanes(uint64_t a, uint64_t b) {
   return (a + b) & (((uint64_t{1} << kAllLanesBits) - 1) << kFirstLane);
 }
 
-// Kinds of index codes: the adaptive tables, and what stands at the last two slots.
+// Kinds of index codes: the adaptive tables, and the fixed codes of the last two slots.
 constexpr uint32_t kIndexAt14 = kNumIndexTables, kIndexAt15 = kNumIndexTables + 1;
 
 constexpr uint32_t NumIndexSymbols(uint32_t kind) {
@@ -43,7 +45,7 @@ constexpr VlcCode IndexCode(uint32_t kind, uint32_t symbol) {
   return CodeOf(kind == kIndexAt14 ? kCodesAt14[symbol] : kIndexCodes[kind][symbol]);
 }
 
-// What an index adds to the counters; 0 at the last two slots, whose codes are fixed.
+// The amounts that an index adds to the counters; 0 at the last two slots, whose codes are fixed.
 constexpr uint64_t CountIndex(uint32_t context, uint32_t kind, uint32_t symbol) {
   if (kind >= kNumIndexTables) return 0;
   return AddLanes(
@@ -54,7 +56,7 @@ constexpr uint64_t CountLevel(uint32_t context, uint32_t symbol) {
   return InLane(LaneOfLevel(context), kLevelDifferences[symbol]);
 }
 
-// What a first index adds to its table's counters.
+// The amounts that a first index adds to the counters of its table.
 struct FirstDeltas {
   int8_t of[kNumFirstTables][12][2];
 };
@@ -71,7 +73,7 @@ constexpr FirstDeltas MakeFirstDeltas() {
 }
 constexpr FirstDeltas kFirstDeltas = MakeFirstDeltas();
 
-// Adds up entries, and the sum to the tables.
+// Sums the lanes of entries, and adds the sums to the counters of the tables.
 class CounterSum {
  public:
   void Add(uint64_t entry) { sum_ += entry >> kFirstLane; }
@@ -79,7 +81,7 @@ class CounterSum {
     sum_ += uint64_t{delta} << LaneStart(LaneOfLevel(context));
   }
 
-  // To the tables of one context.
+  // Adds to the tables of one context.
   template <uint32_t kContext>
   HWY_INLINE void AddTo(const BlockTables& tables) const {
     uint64_t biased = sum_;
@@ -96,7 +98,7 @@ class CounterSum {
     return (static_cast<uint32_t>(biased >> LaneStart(lane)) & (2 * Bias(lane) - 1)) - Bias(lane);
   }
 
-  uint64_t sum_ = 0;  // the bits above the lanes have no meaning
+  uint64_t sum_ = 0;  // the bits above the lanes are undefined
 };
 
 }  // namespace zepjp

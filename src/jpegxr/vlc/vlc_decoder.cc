@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: MIT
 // Decoding of blocks of coefficients (ITU-T T.832 | ISO/IEC 29199-2).
 //
-// A block is a list of runs of zeros and levels. The stream has, for the first coefficient: index,
-// sign, level, run; for each other one: run, index, sign, level. (Codes and the meaning of the
-// index are in vlc_codes.h.) One look-up in vlc_decoding_tables.h gives index, sign and level
-// together, with their length and counters; coefficients that do not fit are decoded step by step.
-// Which code table is used depends on the context: context 1 is the part of the block in which
-// coefficients have followed one another without zeros since the first, context 0 the rest.
+// A block is a list of runs of zeros and levels. For the first coefficient the stream has index,
+// sign, level, run; for each later one run, index, sign, level. (vlc_codes.h has the codes and the
+// meaning of the index.) One look-up in vlc_decoding_tables.h gives index, sign and level together,
+// with their length and the changes of the counters; a coefficient with more bits is decoded step
+// by step. The code table depends on the context: context 1 lasts as long as coefficients follow
+// one another without zeros from the first slot on, context 0 is the rest of the block.
 //
-// The loop is latency-bound: window, look-up, shift, next window. So the refill has no branch and
-// runs beside the look-up, the counters of all tables are one addition, and the tables of a context
-// are chosen before the loop.
+// The loop is bound by latency: window, look-up, shift, next window. So the refill has no branch
+// and runs in parallel with the look-up, one addition updates the counters of all tables, and the
+// tables of a context are chosen before the loop.
 #include <cstring>
 
 #include "frame/checks.h"
@@ -38,12 +38,12 @@ struct Kernels {
   decltype(zepiVLCDecode4x4_JPEGXR_1u16s_C1R)* decode_block_16s;
   decltype(zepiVLCDecode4x4_JPEGXR_1u32s_C1R)* decode_block_32s;
   void (*decode_lowpass)(VlcState* state, bool is_chroma, const BitSource& from, int32_t* levels);
-  // Without a scan: the levels of slots `first_slot` to 15.
+  // Decodes the levels of slots `first_slot` to 15, without a scan.
   void (*decode_joint_lowpass)(VlcState* state, uint32_t first_slot, const BitSource& from,
                                int32_t* levels);
 };
 
-// What every decoder checks before the arguments of its own.
+// The first checks of every decoder.
 inline Checks CheckPointers(const BitSource& from, const zepiVLCState* state, const void* target) {
   Checks checks;
   return from.Check(checks).Ptr(state).Ptr(static_cast<const uint8_t*>(target));
@@ -116,7 +116,7 @@ HWY_NOINLINE Coefficient TakeRareCoefficient(uint32_t context, uint32_t kind, ui
   return {next, Signed(level.magnitude, index.sign()), level.last_look, counters};
 }
 
-// The first coefficient, with a level.
+// Decodes a first coefficient that has a level step by step.
 HWY_NOINLINE FirstCoefficient TakeRareFirst(uint32_t table, uint32_t level_tables,
                                             VlcReader* reader) {
   reader->Refill();
@@ -139,7 +139,7 @@ ZEP_BEFORE_SCALAR_NAMESPACE("bmi,bmi2");
 namespace zepjp::HWY_NAMESPACE {
 namespace {
 
-// The tables of a context: slots up to 13, and the last two.
+// The tables of a context: for slots up to 13, and for the last two.
 struct SlotTables {
   const CoefficientTable *usual, *at14, *at15;
   HWY_INLINE const CoefficientTable* At(uint32_t slot) const {
@@ -150,7 +150,7 @@ struct SlotTables {
   }
 };
 
-// The tables of a block.
+// Finds the look-up tables of a block.
 class Lookup {
  public:
   explicit HWY_INLINE Lookup(const BlockTables& tables)
@@ -175,7 +175,7 @@ class Lookup {
   uint32_t index0_, index1_;
 };
 
-// The decoding of one block. Calls store(slot, level) for each coefficient.
+// Decodes one block. Calls store(slot, level) for each coefficient.
 template <class Store>
 class VlcBlockDecoder {
  public:
@@ -224,7 +224,7 @@ class VlcBlockDecoder {
       last_look = rare.last_look;
       if (!HasNoRun(symbol)) reader_.Refill();
     }
-    // At least 7 bits are valid, enough for any run, or there is no run.
+    // Either there is no run, or at least 7 bits are valid, which is enough for any run.
     const RunEntry run = RunAt((uint64_t{symbol} & 1) - 1, first_slot);
     reader_.Use(run.length);
     tables_.first->delta1 += static_cast<uint32_t>(kFirstDeltas.of[index][symbol][0]);
@@ -242,15 +242,15 @@ class VlcBlockDecoder {
     last_ = WithLastLook(last_look);
   }
 
-  // The run that the next bits hold, before slot `start`. `mask` is all ones, or 0 if there is no
+  // The run at the next bits, which begins at slot `start`. `mask` is all ones, or 0 if there is no
   // run.
   HWY_INLINE RunEntry RunAt(uint64_t mask, uint32_t start) const {
     const uint64_t row = uint64_t{kLastSlot - start} << kRunLookBits;
     return kRunTables.of[(row & mask) + reader_.Peek(kRunLookBits)];
   }
 
-  // A run (never in context 1) and a coefficient: 16 bits at most, except rare ones. Returns
-  // whether another coefficient follows at once, so that context 1 goes on.
+  // Decodes a run (never in context 1) and a coefficient, at most 16 bits except in rare cases.
+  // Returns whether another coefficient follows immediately, so that context 1 goes on.
   template <uint32_t kContext>
   HWY_INLINE bool DecodeNext(const SlotTables& tables) {
     ++count_;
@@ -262,7 +262,7 @@ class VlcBlockDecoder {
         (*tables.At(slot_))[reader_.window() << run.length >> (64 - kLookBits)];
     const uint32_t valid = reader_.count();
     reader_.RefillAside();
-    // Either too few bits were valid, or the look-up bits do not hold the whole coefficient.
+    // Too few bits were valid, or the look-up bits do not contain the whole coefficient.
     if (HWY_UNLIKELY(run.length + entry.length() > valid)) {
       if (kContext == 0) run = RunAt(run_mask_, start);
       slot_ = start + run.run;
@@ -280,7 +280,7 @@ class VlcBlockDecoder {
     return entry.is_followed();
   }
 
-  // Decodes a coefficient step by step, from after its run.
+  // Decodes a coefficient step by step; its run has been decoded.
   HWY_INLINE bool DecodeRare(uint32_t context) {
     VlcReader copy = reader_;
     const Coefficient rare =
@@ -304,7 +304,7 @@ class VlcBlockDecoder {
   const Store store_;
   CounterSum counters_;
   uint32_t context_ = 0, slot_ = 0, count_ = 1;
-  CoefficientEntry last_;  // tells how many bits the last look took
+  CoefficientEntry last_;  // knows the number of bits of the last look
   uint64_t run_mask_ = 0;  // all ones if a run comes next
   bool is_last_ = false;
 };
@@ -315,7 +315,7 @@ HWY_INLINE uint32_t DecodeBlock(const BlockTables& tables, uint32_t first_slot,
   return VlcBlockDecoder<Store>(tables, from, store).Decode(first_slot, from);
 }
 
-// Where coefficients are stored, by their slots. (Not lambdas: they would not be compiled for the
+// Function objects that store the coefficient of a slot. (Lambdas would not be compiled for the
 // instruction set.)
 template <class T>
 struct BlockStore {

@@ -2,10 +2,10 @@
 // Look-up tables of the decoder, all indexed by the next bits of the stream and computed at compile
 // time.
 //
-// A coefficient takes an index, a sign and, for a magnitude above 1, a level. One table entry holds
-// all three with the sum of their lengths and of what they add to the counters, for every choice of
-// level tables and index table: one look-up decodes a coefficient. Longer ones than kLookBits are
-// decoded step by step from the smaller tables.
+// A coefficient is an index, a sign and, for a magnitude above 1, a level. One table entry holds
+// all three, the sum of their lengths, and the amounts that they add to the counters; there is a
+// table for each choice of index table and level tables. So one look-up decodes a coefficient. A
+// coefficient of more than kLookBits bits is decoded step by step with the smaller tables.
 #ifndef ZEPJP_SRC_JPEGXR_VLC_VLC_DECODING_TABLES_H_
 #define ZEPJP_SRC_JPEGXR_VLC_VLC_DECODING_TABLES_H_
 
@@ -13,15 +13,15 @@
 
 namespace zepjp {
 
-// Entries begin with the number of bits that they decode, 0 if the look-up bits do not hold all of
-// them; it has the 6 bits that a shift instruction takes.
+// Entries begin with the number of bits that they decode, or 0 if the look-up bits do not contain
+// all of them. It has 6 bits, as many as a shift instruction uses of its count.
 constexpr uint32_t kLengthBits = 6;
 template <class Entry>
 constexpr uint32_t LengthOf(Entry entry) {
   return static_cast<uint32_t>(entry) & ((1u << kLengthBits) - 1);
 }
 
-// Puts `entry` wherever an index of `bits` bits begins with a code.
+// Stores `entry` at all indices of `bits` bits that begin with the code.
 template <class Entry, size_t kSize>
 constexpr void FillCode(VlcCode code, uint32_t bits, Entry entry, Entry (&table)[kSize]) {
   const uint32_t free_bits = bits - code.length;
@@ -29,7 +29,7 @@ constexpr void FillCode(VlcCode code, uint32_t bits, Entry entry, Entry (&table)
 }
 constexpr uint32_t kFirstLookBits = 8;
 
-// The first index alone: symbol and length of its code.
+// The first index without sign and level: its symbol and the length of its code.
 struct FirstSymbols {
   uint8_t of[kNumFirstTables][1 << kFirstLookBits];
 };
@@ -46,7 +46,7 @@ constexpr FirstSymbols MakeFirstSymbols() {
 }
 constexpr FirstSymbols kFirstSymbols = MakeFirstSymbols();
 
-// A magnitude above 1, its extra bits included; escapes have no length.
+// A magnitude above 1 with its extra bits; the length of an escape is 0.
 class LevelEntry {
  public:
   constexpr LevelEntry() = default;
@@ -84,14 +84,14 @@ constexpr LevelTables MakeLevelTables() {
 }
 constexpr LevelTables kLevelTables = MakeLevelTables();
 
-// A run, for the longest possible one; in damaged streams a longer one is cut to it. If it can only
-// have one length it takes no bits.
+// A run, given the longest possible one; a longer run in a damaged stream is cut to that. A run
+// that can only have one length takes no bits.
 struct RunEntry {
   uint8_t length, run;
 };
 
 constexpr uint32_t kRunLookBits = 7;
-// All of them: the entries for a longest run begin at (longest << kRunLookBits).
+// The entries for a longest possible run begin at (longest << kRunLookBits).
 struct RunTables {
   RunEntry of[kLastSlot << kRunLookBits];
 };
@@ -133,8 +133,8 @@ constexpr RunTables MakeRunTables() {
 }
 constexpr RunTables kRunTables = MakeRunTables();
 
-// How many bits of a long run the last look takes, by kind and length: its extra bits, or all bits
-// if it has none.
+// The number of bits that the last look of a step-by-step reader takes for a long run, by the kind
+// of the run and the length of its code: the extra bits, or the whole code if it has none.
 struct LastLooks {
   uint8_t of[3][1 + kRunLookBits];
 };
@@ -150,8 +150,8 @@ constexpr LastLooks MakeLastLooks() {
 }
 constexpr LastLooks kLastLookOfRun = MakeLastLooks();
 
-// A coefficient after the first: its index, its sign and, for a magnitude above 1, its level. One
-// that does not fit into kLookBits has the length kTooLong.
+// A coefficient after the first: its index, its sign and, for a magnitude above 1, its level. If it
+// has more than kLookBits bits, the length is kTooLong.
 constexpr uint32_t kTooLong = (1u << kLengthBits) - 1;
 class CoefficientEntry {
  public:
@@ -164,8 +164,8 @@ class CoefficientEntry {
   uint64_t word() const { return word_; }  // for CounterSum
   uint32_t length() const { return LengthOf(word_); }
   bool is_last() const { return (word_ & kIsLast) != 0; }
-  bool is_followed() const { return (word_ & kIsFollowed) != 0; }  // at once
-  // All ones if a run follows, or 0.
+  bool is_followed() const { return (word_ & kIsFollowed) != 0; }  // immediately
+  // All ones if a run follows, else 0.
   uint64_t run_mask() const { return static_cast<uint64_t>(static_cast<int64_t>(word_) >> 63); }
   int32_t level() const { return static_cast<int8_t>(word_ >> 8); }
   uint32_t last_look() const { return static_cast<uint32_t>(word_) >> 16 & 31; }
@@ -178,7 +178,7 @@ class CoefficientEntry {
 constexpr uint32_t kLookBits = 9;
 using CoefficientTable = CoefficientEntry[1 << kLookBits];
 
-// What is the same for all entries of an index.
+// The part that all entries of an index share.
 struct IndexOf {
   uint32_t next;
   uint64_t counters;
@@ -191,7 +191,7 @@ constexpr void FillCoefficient(VlcCode code, int level, uint32_t last_look, cons
            CoefficientEntry(code.length, index.next, level, last_look, index.counters), table);
 }
 
-// `start`: the code of the index and the sign.
+// `start` is the code of the index and the sign.
 constexpr void FillLevels(VlcCode start, uint32_t level_context, uint32_t level_table,
                           IndexOf index, CoefficientTable& table) {
   const uint64_t counters = index.counters;
@@ -207,7 +207,7 @@ constexpr void FillLevels(VlcCode start, uint32_t level_context, uint32_t level_
   }
 }
 
-// `level_tables`: bit c is the level table of context c.
+// Bit c of `level_tables` is the level table of context c.
 constexpr void FillCoefficients(uint32_t context, uint32_t kind, uint32_t level_tables,
                                 CoefficientTable& table) {
   for (CoefficientEntry& entry : table) entry = CoefficientEntry(kTooLong, 0, 0, 0, 0);
@@ -225,7 +225,7 @@ constexpr void FillCoefficients(uint32_t context, uint32_t kind, uint32_t level_
   }
 }
 
-// An index and its sign alone.
+// An index and its sign, without a level.
 class IndexEntry {
  public:
   constexpr IndexEntry() = default;
@@ -254,7 +254,7 @@ constexpr IndexTables MakeIndexTables() {
 }
 constexpr IndexTables kIndexTables = MakeIndexTables();
 
-// By the choice of level tables (bit c: the table of context c).
+// Indexed by the level tables in use (bit c: the table of context c).
 struct CoefficientTables {
   CoefficientTable of[4];
 };
@@ -267,14 +267,14 @@ constexpr CoefficientTables MakeCoefficientTables() {
   return tables;
 }
 
-// By context and by the kind of the index.
+// Indexed by the kind of the index, for each context.
 template <uint32_t kContext>
 constexpr CoefficientTables kTablesOfContext[kIndexAt15 + 1] = {
     MakeCoefficientTables<kContext, 0>(), MakeCoefficientTables<kContext, 1>(),
     MakeCoefficientTables<kContext, 2>(), MakeCoefficientTables<kContext, 3>(),
     MakeCoefficientTables<kContext, 4>(), MakeCoefficientTables<kContext, 5>()};
 
-// The first coefficient: index, sign, level.
+// The first coefficient: its index, sign and level.
 class FirstEntry {
  public:
   constexpr FirstEntry() = default;

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: MIT
-// Coding of blocks of coefficients (ITU-T T.832 | ISO/IEC 29199-2); the stream's order is described
-// in vlc_decoder.cc.
+// Encoding of blocks of coefficients (ITU-T T.832 | ISO/IEC 29199-2); vlc_decoder.cc describes the
+// order of the stream.
 //
-// Vectors split the sixteen coefficients c, with m model bits, into levels (|c| >> m with the sign
-// of c), clamped to a byte, and refinement (the m bits below). A byte shuffle brings the levels
-// into scan order, and a comparison makes a mask of 16 bits of the significant ones. The loop walks
-// the mask: a count of trailing zeros is the run, and one look-up by level and by what comes next
-// (vlc_encoding_tables.h) gives the bits of index, sign and level with their counters.
+// With m model bits, vectors split the sixteen coefficients c into levels, |c| >> m with the sign
+// of c, limited to a byte, and refinement, the m bits below. A byte shuffle brings the levels into
+// scan order, and a comparison makes a mask of 16 bits of the significant ones. The loop goes
+// through the mask: the count of trailing zeros is the run, and one look-up by the level and by
+// what follows (vlc_encoding_tables.h) gives the bits of index, sign and level, and the changes of
+// the counters.
 #include <cstring>
 
 #include "frame/checks.h"
@@ -34,20 +35,21 @@ struct Kernels {
   decltype(zepiVLCEncode4x4_JPEGXR_32s1u_C1R)* encode_32s;
   decltype(zepiVLCEncode4x4Flex_JPEGXR_16s1u_C1R)* encode_flex_16s;
   decltype(zepiVLCEncode4x4Flex_JPEGXR_32s1u_C1R)* encode_flex_32s;
-  // Returns how many pairs there are.
+  // Returns the number of pairs.
   uint32_t (*scan_lowpass)(const uint8_t* values, uint32_t model_bits, VlcState* state,
                            uint8_t* pairs, uint8_t* packed);
   void (*encode_lowpass)(const uint8_t* pairs, uint32_t count, uint32_t first_slot, VlcState* state,
                          bool is_chroma, const BitTarget& to);
 };
 
-// What every encoder checks before the arguments of its own.
+// The first checks of every encoder.
 inline Checks CheckPointers(const void* source, const BitTarget& to, const zepiVLCState* state) {
   Checks checks;
   return to.Check(checks.Ptr(static_cast<const uint8_t*>(source))).Ptr(state);
 }
 
-// n is the number of bits below the highest one of magnitude - 2: 4 to 29.
+// Magnitudes are limited to this, so that n, the number of bits below the highest one of
+// magnitude - 2, is 4 to 29.
 constexpr uint32_t kMaxEscaped = 2 + (1u << 30) - 1;
 
 HWY_NOINLINE void PutEscaped(uint32_t magnitude, VlcWriter* to) {
@@ -63,8 +65,8 @@ HWY_NOINLINE void PutEscaped(uint32_t magnitude, VlcWriter* to) {
   to->Put(value & ((1u << n) - 1), n);
 }
 
-// What follows a coefficient, by the mask of the slots after it: 0, nothing; 1, another coefficient
-// at once; 2, one after zeros.
+// The value of `next` for a coefficient, by the mask of the slots after it: 0 if nothing follows, 1
+// if another coefficient follows immediately, 2 if one follows after zeros.
 HWY_INLINE uint32_t NextAmong(uint32_t rest) {
   const uint32_t next = 2 - (rest & 1);
   return rest == 0 ? 0 : next;
@@ -90,7 +92,7 @@ using V32 = hn::VFromD<D32>;
 using VU32 = hn::VFromD<DU32>;
 using V8 = hn::VFromD<D8>;
 
-// The codes of a context: slots up to 13, and the last two.
+// The codes of a context: for slots up to 13, and for the last two.
 struct SlotCodes {
   const CoefficientCodes *usual, *at14, *at15;
   HWY_INLINE const CoefficientCodes& At(uint32_t slot) const {
@@ -105,8 +107,8 @@ HWY_INLINE SlotCodes CodesIn(uint32_t context, const BlockTables& tables, uint32
   return {&all[index].of[levels], &all[kIndexAt14].of[levels], &in0[kIndexAt15].of[levels]};
 }
 
-// The coding of one block. `levels` gives the level of each slot as a byte, and the magnitudes of
-// escaped ones.
+// Encodes one block. `levels` gives the level of each slot as a byte, and the magnitudes of escaped
+// levels.
 template <class Levels>
 class VlcBlockEncoder {
  public:
@@ -150,13 +152,13 @@ class VlcBlockEncoder {
     counters_.Add(code.word());
     writer_.Put(code.bits(), code.length());
     if (HWY_UNLIKELY(IsEscaped(level))) PutEscape();
-    // The first coefficient has its run last.
+    // The run of the first coefficient comes last.
     const RunCode run_code = kRunCodesToWrite.of[kLastSlot - first_slot][run];
     writer_.Put(run_code.bits, run_code.length);
     levels_.Leave(slot_);
   }
 
-  // Returns whether another one follows at once.
+  // Encodes a coefficient after the first; returns whether another one follows immediately.
   HWY_INLINE bool EncodeNext(const SlotCodes& codes) {
     const auto zeros = static_cast<uint32_t>(__builtin_ctz(rest_));
     const RunCode run = kRunCodesToWrite.of[kLastSlot - 1 - slot_][zeros];
@@ -198,7 +200,7 @@ HWY_INLINE V32 LoadRow(const uint8_t* row) {
 
 HWY_INLINE VU32 Magnitudes(V32 values) { return hn::BitCast(DU32(), hn::Abs(values)); }
 
-// The levels of coefficients, with their signs.
+// The levels of four coefficients, with their signs.
 HWY_INLINE V32 Levels(V32 values, VU32 magnitudes, uint32_t model_bits) {
   const auto shifted =
       hn::BitCast(D32(), hn::ShiftRightSame(magnitudes, static_cast<int>(model_bits)));
@@ -206,7 +208,7 @@ HWY_INLINE V32 Levels(V32 values, VU32 magnitudes, uint32_t model_bits) {
   return hn::Sub(hn::Xor(shifted, signs), signs);
 }
 
-// Levels as bytes, with kFirstEscaped for all larger magnitudes too.
+// The levels of a block as level bytes (vlc_encoding_tables.h).
 HWY_INLINE V8 LevelBytes(const V32 (&values)[4], const VU32 (&magnitudes)[4], uint32_t model_bits) {
   V32 bytes[4];
   for (size_t i = 0; i < 4; ++i) {
@@ -220,8 +222,8 @@ HWY_INLINE V8 LevelBytes(const V32 (&values)[4], const VU32 (&magnitudes)[4], ui
   return PackBlocks(PackBlocks(bytes[0], bytes[1]), PackBlocks(bytes[2], bytes[3]));
 }
 
-// Packed refinement values, with r the bits below the model bits less those trimmed: 2 r for
-// significant coefficients; for others 2 (2 r + sign) + 1, or 0 if r is 0.
+// Packed refinement values. With r the model bits of a coefficient without the trimmed ones, they
+// are 2r for a significant coefficient, and 2 (2r + sign) + 1 for any other, or 0 if r is 0.
 HWY_INLINE V32 Refinement(V32 values, VU32 magnitudes, V32 levels, uint32_t model_bits,
                           uint32_t trim_bits) {
   const auto low_bits = hn::Set(DU32(), (1u << model_bits) - 1);
@@ -236,7 +238,7 @@ HWY_INLINE V32 Refinement(V32 values, VU32 magnitudes, V32 levels, uint32_t mode
   return hn::IfThenElse(is_significant, twice, hn::IfThenZeroElse(is_zero, with_sign));
 }
 
-// The numbers of the coefficients in the order of a scan.
+// The numbers of the coefficients, in the order of a scan.
 HWY_INLINE V8 ScanOrder(const VlcScanEntry* scan) {
   V32 parts[4];
   for (size_t i = 0; i < 4; ++i) {
@@ -252,7 +254,7 @@ HWY_INLINE V8 ScanOrder(const VlcScanEntry* scan) {
   return PackBlocks(PackBlocks(parts[0], parts[1]), PackBlocks(parts[2], parts[3]));
 }
 
-// 4 * row + column of the coefficients by number.
+// The place 4 * row + column of each coefficient, by its number.
 alignas(16) constexpr uint8_t kPlaces[16] = {0, 1, 4, 5, 3, 2, 7, 6, 12, 13, 8, 9, 15, 14, 11, 10};
 
 alignas(16) constexpr int32_t kAllButFirst[4] = {0, -1, -1, -1};
@@ -274,7 +276,7 @@ class VlcBlock {
     }
   }
 
-  // By place.
+  // The level bytes in the order of the places.
   HWY_INLINE V8 LevelBytes(uint32_t model_bits) const {
     return HWY_NAMESPACE::LevelBytes(values_, magnitudes_, model_bits);
   }
@@ -297,7 +299,7 @@ class VlcBlock {
   V32 levels_[4];
 };
 
-// Slots whose levels are not 0; slot 0 is not coded.
+// A mask of the slots whose levels are not 0, without slot 0, which is not coded.
 HWY_INLINE uint32_t SlotsOf(V8 level_bytes) {
   uint8_t bits[8] = {};
   hn::StoreMaskBits(D8(), hn::Ne(level_bytes, hn::Zero(D8())), bits);
@@ -306,7 +308,7 @@ HWY_INLINE uint32_t SlotsOf(V8 level_bytes) {
   return slots & 0xFFFEu;
 }
 
-// The levels of a block, in scan order; escaped ones are looked up in the block.
+// The levels of a block in scan order; the magnitudes of escaped levels are read from the block.
 template <class T>
 struct ScannedLevels {
   VlcScanEntry* scan;
@@ -408,7 +410,8 @@ struct PlainLevels {
   HWY_INLINE void Leave(uint32_t) const {}
 };
 
-// A pair that leads beyond the last slot ends on it; further pairs are dropped.
+// Encodes the pairs of a low-pass block. A pair that leads beyond the last slot ends there, and
+// further pairs are ignored.
 void EncodeLowpass(const uint8_t* pairs, uint32_t count, uint32_t first_slot, VlcState* state,
                    bool is_chroma, const BitTarget& to) {
   int32_t levels[16];

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Codes of the encoder, ready to be written: for each choice of code tables the bits of index, sign
-// and level together, their length, and what they add to the counters. Computed at compile time.
+// Codes of the encoder, ready to be written: for each choice of code tables, the bits of index,
+// sign and level together, their length, and the amounts that they add to the counters. Computed at
+// compile time.
 #ifndef ZEPJP_SRC_JPEGXR_VLC_VLC_ENCODING_TABLES_H_
 #define ZEPJP_SRC_JPEGXR_VLC_VLC_ENCODING_TABLES_H_
 
@@ -8,12 +9,12 @@
 
 namespace zepjp {
 
-// A level in a byte: its magnitude, with kFirstEscaped for all larger ones too, and the sign.
+// A level in a byte: its magnitude, limited to kFirstEscaped, plus kNegative if it is negative.
 constexpr uint32_t kNegative = 20, kNumLevelBytes = 2 * kNegative;
 static_assert(kNegative > kFirstEscaped, "room for all magnitudes");
 constexpr bool IsEscaped(uint32_t level_byte) { return level_byte % kNegative == kFirstEscaped; }
 
-// Bits to write, 17 at most, and what they add to the counters.
+// At most 17 bits to write, and the amounts that they add to the counters.
 class EncodingEntry {
  public:
   constexpr EncodingEntry() = default;
@@ -30,8 +31,7 @@ class EncodingEntry {
   uint64_t word_ = 0;
 };
 
-// A sign and, where the magnitude is above 1, the level with its extra bits; of an escape the code
-// alone.
+// A sign and, for a magnitude above 1, the level with its extra bits; of an escape only the code.
 constexpr VlcCode SignAndLevelCode(uint32_t level_byte, uint32_t level_table) {
   const VlcCode sign = {level_byte / kNegative, 1};
   const uint32_t magnitude = level_byte % kNegative;
@@ -46,7 +46,7 @@ constexpr uint64_t CountMagnitude(uint32_t context, uint32_t magnitude) {
   return CountLevel(context, magnitude < kFirstEscaped ? LevelSymbol(magnitude) : kLevelEscape);
 }
 
-// Index, sign and level of a coefficient after the first: by what comes next, and the level.
+// Index, sign and level of a coefficient after the first, indexed by `next` and the level byte.
 struct CoefficientCodes {
   EncodingEntry of[3 * kNumLevelBytes];
 };
@@ -67,7 +67,7 @@ constexpr CoefficientCodes MakeCoefficientCodes(uint32_t context, uint32_t kind,
   }
   return codes;
 }
-// By the level tables (bit c: that of context c).
+// Indexed by the level tables in use (bit c: the table of context c).
 struct CodesOfKind {
   CoefficientCodes of[4];
 };
@@ -76,13 +76,13 @@ constexpr CodesOfKind MakeCodesOfKind() {
   return {{MakeCoefficientCodes(kContext, kKind, 0), MakeCoefficientCodes(kContext, kKind, 1),
            MakeCoefficientCodes(kContext, kKind, 2), MakeCoefficientCodes(kContext, kKind, 3)}};
 }
-// By context and by the kind of the index.
+// Indexed by the kind of the index, for each context.
 template <uint32_t kContext>
 constexpr CodesOfKind kCodesOfContext[kIndexAt15 + 1] = {
     MakeCodesOfKind<kContext, 0>(), MakeCodesOfKind<kContext, 1>(), MakeCodesOfKind<kContext, 2>(),
     MakeCodesOfKind<kContext, 3>(), MakeCodesOfKind<kContext, 4>(), MakeCodesOfKind<kContext, 5>()};
 
-// The first coefficient: by what comes next, whether there is no run, and the level.
+// The first coefficient, indexed by 2 * next + (1 if it has no run) and the level byte.
 struct FirstCodes {
   EncodingEntry of[6 * kNumLevelBytes];
 };
@@ -113,8 +113,8 @@ constexpr FirstCodesOfTable kFirstCodesToWrite[kNumFirstTables] = {
     MakeFirstCodesOfTable<0>(), MakeFirstCodesOfTable<1>(), MakeFirstCodesOfTable<2>(),
     MakeFirstCodesOfTable<3>(), MakeFirstCodesOfTable<4>()};
 
-// Runs by the longest possible one. Run 0 takes no bits, nor does a run that is the only possible
-// one.
+// Runs, indexed by the longest possible one and the run. A run of 0, and a run that can only have
+// one length, takes no bits.
 struct RunCode {
   uint8_t bits, length;
 };

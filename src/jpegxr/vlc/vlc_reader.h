@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Reads a caller's bit stream (bit_stream.h). Callers see how far a call has read, so refills are
-// part of the interface: two bytes, before each look at the stream that finds fewer than 16 valid
-// bits. A reader step by step would take several looks for a coefficient (index, sign, level); here
-// one refill serves all of them as long as 16 bits are enough, and Finish makes up for the refill
-// that the last look would have made.
+// Reads a caller's bit stream (bit_stream.h).
+//
+// Callers see how far a call has read, so refills are part of the interface: a step-by-step reader
+// takes a look at the stream for each index, sign and level, and before each look it refills two
+// bytes if fewer than 16 bits are valid. This reader makes one refill for a whole coefficient if 16
+// bits are enough. Finish() then adds the refill that the last look of the step-by-step reader
+// would have made.
 #ifndef ZEPJP_SRC_JPEGXR_VLC_VLC_READER_H_
 #define ZEPJP_SRC_JPEGXR_VLC_VLC_READER_H_
 
@@ -26,7 +28,8 @@ class VlcReader {
     if (count_ < 16) Load();
   }
 
-  // The same without a branch, for use beside look-ups that do not depend on it.
+  // The refill before a look without a branch, which can run in parallel with a look-up that does
+  // not depend on it.
   HWY_INLINE void RefillAside() {
     const intptr_t due = (count_ - 16) >> (kWordBits - 1);  // a mask: compilers make a branch of ?:
     const uintptr_t from = bytes_ & static_cast<uintptr_t>(due);
@@ -35,11 +38,11 @@ class VlcReader {
     count_ += 16 & due;
   }
 
-  // How many bits are valid.
+  // The number of valid bits.
   uint32_t count() const { return static_cast<uint32_t>(count_); }
   uint64_t window() const { return window_; }
 
-  // The next `count` bits, 1 to 16.
+  // Returns the next `count` bits, 1 to 16, without using them.
   HWY_INLINE uint32_t Peek(uint32_t count) const {
     return static_cast<uint32_t>(window_ >> (64 - count));
   }
@@ -53,7 +56,7 @@ class VlcReader {
     count_ -= static_cast<intptr_t>(first + second);
   }
 
-  // One look: refill, and take 1 to 16 bits.
+  // One look: refills, and takes 1 to 16 bits.
   HWY_INLINE uint32_t Take(uint32_t count) {
     Refill();
     const uint32_t bits = Peek(count);
@@ -61,7 +64,7 @@ class VlcReader {
     return bits;
   }
 
-  // Stores the stream's state. The last look took `last_look` bits.
+  // Stores the state of the stream; the last look took `last_look` bits.
   HWY_INLINE void Finish(uint32_t last_look, const BitSource& from) {
     if (count_ + static_cast<intptr_t>(last_look) < 16) Load();
     *from.bytes = reinterpret_cast<const uint8_t*>(bytes_ + Nothing());
@@ -72,11 +75,11 @@ class VlcReader {
  private:
   static constexpr int kWordBits = 8 * sizeof(intptr_t);
 
-  // Where RefillAside reads if no refill is due.
+  // RefillAside reads these bytes if no refill is due.
   static constexpr uint8_t kNothing[2] = {};
   static uintptr_t Nothing() { return reinterpret_cast<uintptr_t>(kNothing); }
 
-  // Two bytes as the highest of 64 bits.
+  // Loads two bytes as the highest of 64 bits.
   static HWY_INLINE uint64_t LoadHighest(uintptr_t from) {
     uint16_t next;
     __builtin_memcpy(&next, reinterpret_cast<const uint8_t*>(from), sizeof(next));
@@ -91,7 +94,7 @@ class VlcReader {
 
   uint64_t window_;  // the next bit is the highest; 0 below the valid ones
   intptr_t count_;
-  uintptr_t bytes_;  // the address of the next bytes, less that of kNothing
+  uintptr_t bytes_;  // the address of the next bytes minus that of kNothing
 };
 
 }  // namespace zepjp

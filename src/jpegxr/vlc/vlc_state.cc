@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Initializes and adapts the coders' state (ITU-T T.832 | ISO/IEC 29199-2): see vlc_state.h for
-// what it holds. Counters are clamped to -64..64 between adaptations; a table moves to its
-// neighbour when a counter passes -8 or 8.
+// Initialization and adaptation of the coders' state (ITU-T T.832 | ISO/IEC 29199-2), which
+// vlc_state.h describes. An adaptation moves to a neighbouring table if a counter is below -8 or
+// above 8, and then resets the counters; else it clamps them to -64..64.
 #include "jpegxr/vlc/vlc_state.h"
 
 #include <climits>
@@ -14,8 +14,8 @@ namespace {
 constexpr uint8_t kAlphabets[kNumVlcTables] = {5, 4, 8,  7, 7, 12, 6, 6, 12, 6, 6,
                                                7, 7, 12, 6, 6, 12, 6, 6, 7,  7};
 
-// How many code tables an alphabet has, and the numbers of its first code table and first table of
-// differences.
+// The number of code tables of an alphabet, and the numbers of its first code table and of its
+// first table of differences.
 struct Alphabet {
   uint32_t tables, first_code, first_difference;
   bool has_two_counters;
@@ -80,14 +80,15 @@ void Adapt(VlcTable* table) {
   }
 }
 
-// Adapts the tables of a group. (Tables 1 to 4 serve syntax outside blocks and belong to no group.)
+// Adapts the tables of a group. (Tables 1 to 4 are for syntax outside blocks and belong to no
+// group.)
 void AdaptGroup(uint32_t group, VlcState* state) {
   if (group == 0) Adapt(&state->tables[0]);
   const uint32_t begin = group == 0 ? kLowpassTables : kHighpassTables;
   for (uint32_t i = 0; i < 8; ++i) Adapt(&state->tables[begin + i]);
 }
 
-// The place of each coefficient in a block as the transform leaves it.
+// The place of each coefficient in a block, as the photo core transform leaves it.
 constexpr uint8_t kColumnOfIndex[16] = {0, 1, 0, 1, 3, 2, 3, 2, 0, 1, 0, 1, 3, 2, 3, 2};
 constexpr uint8_t kRowOfIndex[16] = {0, 0, 1, 1, 0, 0, 1, 1, 3, 3, 2, 2, 3, 3, 2, 2};
 constexpr uint8_t kFirstOrder[kNumScans][16] = {

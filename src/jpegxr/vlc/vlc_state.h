@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-// The state of the adaptive coders (ITU-T T.832 | ISO/IEC 29199-2): 21 choices among code tables,
-// which follow the symbols coded, and three scan orders, which follow the places of nonzero
-// coefficients.
+// The state of the adaptive coders (ITU-T T.832 | ISO/IEC 29199-2): for each of 21 kinds of symbol
+// the code table in use, and three scan orders.
 //
-// Each choice counts by how many bits the neighbouring tables would have been shorter; when a count
-// passes a threshold, the next adaptation moves to that neighbour. In a scan, a place that has had
-// more coefficients than the one before it changes places with it.
+// Code tables adapt to the symbols. Each kind has counters of the bits by which the neighbouring
+// tables would have been shorter; when a counter passes a threshold, the next adaptation moves to
+// that neighbour. Scan orders adapt to the places of nonzero coefficients: a place that has had
+// more of them than the place before it is exchanged with that one.
 #ifndef ZEPJP_SRC_JPEGXR_VLC_VLC_STATE_H_
 #define ZEPJP_SRC_JPEGXR_VLC_VLC_STATE_H_
 
@@ -17,14 +17,15 @@
 
 namespace zepjp {
 
-// A word of a state. The state may have any alignment and lie in memory of any type.
+// A word of a state. The state may have any alignment and lie in memory of any type, hence the
+// attributes.
 typedef uint32_t Word __attribute__((aligned(1), may_alias));
 
-// A choice among the code tables of an alphabet. Tables have numbers, not addresses, so that a
-// state may be copied; 0 is no table.
+// The choice of a code table among those of an alphabet. Tables have numbers instead of addresses,
+// so that a state may be copied; 0 means no table.
 struct VlcTable {
   Word alphabet;
-  Word index;  // of the code table in use
+  Word index;  // index of the code table in use
   Word is_initialized;
   Word upper, lower;    // signed: the counters' thresholds
   Word delta1, delta2;  // signed: the counters, bits that the neighbouring tables would have saved
@@ -35,7 +36,7 @@ struct VlcTable {
 };
 
 struct VlcScanEntry {
-  Word total;  // how often a coefficient was coded here
+  Word total;  // number of coefficients coded at this place
   Word index, x, y;
 };
 
@@ -52,8 +53,8 @@ inline VlcState* Unwrap(zepiVLCState* state) { return reinterpret_cast<VlcState*
 
 inline VlcScanEntry* CurrentScan(VlcState* state) { return state->scans[state->current_scan]; }
 
-// Counts a coefficient coded at `entry`; a place that has become more frequent than the one before
-// changes with it.
+// Counts a coefficient coded at `entry`, and exchanges the entry with the one before if it has
+// become more frequent.
 inline void AdaptScan(VlcScanEntry* entry) {
   const uint32_t total = entry->total + 1;
   entry->total = total;
@@ -64,7 +65,7 @@ inline void AdaptScan(VlcScanEntry* entry) {
   }
 }
 
-// The number of the first table of each band.
+// The index of the first table of each band.
 constexpr uint32_t kLowpassTables = 5, kHighpassTables = 13;
 
 // The tables that a block of one channel uses.

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Writes a caller's bit stream (bit_stream.h): collects bits in 64, and stores four or two bytes at
-// a time, only ones that are complete.
+// Writes a caller's bit stream (bit_stream.h): collects bits in a 64-bit word, and stores four or
+// two complete bytes at a time.
 #ifndef ZEPJP_SRC_JPEGXR_VLC_VLC_WRITER_H_
 #define ZEPJP_SRC_JPEGXR_VLC_VLC_WRITER_H_
 
@@ -49,7 +49,7 @@ class VlcWriter {
     bytes_ += sizeof(value);
   }
 
-  uint64_t bits_;   // the lowest count_ bits wait to be stored; above them are older ones
+  uint64_t bits_;   // the lowest count_ bits are pending; those above have been stored
   uint32_t count_;  // below 64
   uint8_t* bytes_;
 };
