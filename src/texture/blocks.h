@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
-// The loop over an image in rows of 4x4 blocks, for kernels that take any number of whole blocks.
-// Blocks that reach beyond the right or lower edge go through a tile on the stack: decoders write
-// the pixels inside the image, encoders see the last pixels and rows repeated.
+// The loop over the rows of 4x4 blocks of an image, for kernels that take any number of whole
+// blocks. Blocks that reach beyond the right or lower edge go through a tile on the stack: of a
+// decoded tile only the pixels inside the image are stored, and a tile to encode repeats the last
+// pixels and rows.
 #ifndef ZEPJP_SRC_TEXTURE_BLOCKS_H_
 #define ZEPJP_SRC_TEXTURE_BLOCKS_H_
 
@@ -16,16 +17,16 @@
 
 namespace zepjp {
 
-// `count` blocks next to one another: coded at `src` to four rows of pixels at `dst`, or back.
+// Kernels for `count` blocks side by side: coded blocks to four rows of pixels, or the reverse.
 using DecodeBlocks = void (*)(const uint8_t* src, uint8_t* dst, ptrdiff_t dst_step, size_t count);
 using EncodeBlocks = void (*)(const uint8_t* src, ptrdiff_t src_step, uint8_t* dst, size_t count);
 
-// Pixels and coded blocks, in bytes.
+// The sizes of pixels and coded blocks in bytes.
 template <size_t kPixelBytes, size_t kBlockBytes>
 struct TextureLayout {
   static constexpr size_t kPixel = kPixelBytes;
   static constexpr size_t kBlock = kBlockBytes;
-  static constexpr size_t kWidth = 4 * kPixelBytes;  // of a row of a block
+  static constexpr size_t kWidth = 4 * kPixelBytes;  // a row of a block
 };
 using Dxt1 = TextureLayout<4, 8>;
 using Dxt = TextureLayout<4, 16>;  // DXT3 and DXT5
@@ -35,8 +36,7 @@ using Bc5 = TextureLayout<2, 16>;
 // The size of the tile for blocks at an edge.
 constexpr size_t kTileBlocks = 16;
 
-// Decodes a row of blocks through the tile, and stores the rows from `first` up to but excluding
-// `last`.
+// Decodes a row of blocks through the tile, and stores the pixel rows `first` to `last` - 1.
 template <class Layout>
 void DecodeThroughTile(DecodeBlocks decode, const uint8_t* src, uint8_t* dst, ptrdiff_t step,
                        size_t width, size_t first, size_t last) {
@@ -63,7 +63,7 @@ void DecodeTexture(DecodeBlocks decode, const uint8_t* src, uint8_t* dst, int32_
   for (size_t y = 0; y < height; y += 4, src += columns * Layout::kBlock) {
     const size_t rows = std::min<size_t>(height - y, 4);
     uint8_t* const to = dst + static_cast<ptrdiff_t>(y) * step;
-    if (rows_overlap) {  // row by row: later rows replace earlier ones, as documented
+    if (rows_overlap) {  // row by row, because later rows must overwrite earlier ones
       for (size_t i = 0; i < rows; ++i) {
         DecodeThroughTile<Layout>(decode, src, to, step, width, i, i + 1);
       }
@@ -87,7 +87,8 @@ zepStatus CheckAndDecode(DecodeBlocks decode, const uint8_t* src, uint8_t* dst, 
   return zepStatusOk;
 }
 
-// Copies `width` pixels of `rows` rows to the tile, and repeats the last ones up to whole blocks.
+// Copies `rows` rows of `width` pixels to the tile, repeats the last pixels and rows up to whole
+// blocks, and encodes the tile.
 template <class Layout, class Encode>
 void EncodeThroughTile(const Encode& encode, const uint8_t* src, ptrdiff_t step, size_t width,
                        size_t rows, uint8_t* dst) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// What the kernels of textures share: each 128-bit lane block of a register holds one block of the
-// texture, or a part of it, so that wider registers do the same to more blocks. Included once per
-// instruction set.
+// Vector types and operations that the texture kernels share. Each 128-bit block of a register
+// holds one block of the texture, or a part of it, so that wider registers process more blocks with
+// the same code. Included once per instruction set.
 #if defined(ZEPJP_SRC_TEXTURE_LANES_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #  ifdef ZEPJP_SRC_TEXTURE_LANES_INL_H_
 #    undef ZEPJP_SRC_TEXTURE_LANES_INL_H_
@@ -31,7 +31,7 @@ using VI32 = hn::VFromD<DI32>;
 
 constexpr size_t kRegisterBlocks = hn::MaxLanes(D8()) / 16;
 
-// The same 16 bytes, or eight words, in each 128-bit block.
+// 16 bytes, or eight words, that Each() repeats in every 128-bit block.
 struct alignas(16) Bytes16 {
   uint8_t lane[16];
 };
@@ -44,7 +44,7 @@ HWY_INLINE V16 Each(const Words8& words) { return hn::LoadDup128(D16(), words.la
 HWY_INLINE V16 AsWords(V8 v) { return hn::BitCast(D16(), v); }
 HWY_INLINE V8 AsBytes(V16 v) { return hn::BitCast(D8(), v); }
 
-// Words up to 255 to bytes: those of `low`, then those of `high`.
+// Narrows words of 0 to 255 to bytes: those of `low`, then those of `high`.
 HWY_INLINE V8 PackWords(V16 low, V16 high) {
   return PackBlocks(hn::BitCast(DI16(), low), hn::BitCast(DI16(), high));
 }
@@ -59,7 +59,7 @@ HWY_INLINE V8 UpperHalves(V8 low, V8 high) {
                      hn::InterleaveUpper(D64(), hn::BitCast(D64(), low), hn::BitCast(D64(), high)));
 }
 
-// a[2i] * w[2i] + a[2i+1] * w[2i+1] in 16 bits; the weights are signed, and small.
+// a[2i] * w[2i] + a[2i+1] * w[2i+1] in 16 bits, for unsigned a and signed w. The sum must fit.
 HWY_INLINE VI16 PairSums(V8 a, V8 w) {
 #  if HWY_TARGET == HWY_NEON
   const V16 pairs = AsWords(a);
@@ -78,11 +78,11 @@ HWY_INLINE VI16 PairSums(V8 a, V8 w) {
 }
 HWY_INLINE VI16 PairSums(V8 a, const Bytes16& weights) { return PairSums(a, Each(weights)); }
 
-// floor(x / 3), / 5, / 7 and / 14 as the upper half of a product with a rounded reciprocal; exact
-// for all x that occur.
+// Factors for floor(x / 3), x / 5, x / 7 and x / 14 as the upper half of a 32-bit product with the
+// reciprocal rounded up; exact for all x that occur.
 constexpr uint16_t kThird = 21846, kFifth = 13108, kSeventh = 9363, kFourteenth = 4682;
 
-// Eight bytes for each block, into the lower halves; or from there.
+// Load or store eight bytes for each 128-bit block in its lower half.
 #  if HWY_TARGET == HWY_AVX3
 HWY_INLINE V8 LoadLowerHalves(const uint8_t* from) {
   const __m512i order = _mm512_setr_epi64(0, 0, 1, 1, 2, 2, 3, 3);
@@ -114,7 +114,7 @@ HWY_INLINE void StoreLowerHalves(V8 v, uint8_t* to) {
 }
 #  endif
 
-// The 4x4 dwords of each block of four registers, transposed.
+// Transposes the 4x4 matrix of 32-bit words (register by lane) in each 128-bit block.
 struct Four {
   V8 part[4];
 };

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Decoding of DXT1, DXT3, DXT5, BC4 and BC5 blocks (Khronos Data Format Specification, 18 and 19).
 //
-// A block has a palette: four colours for a colour part, eight values for a channel part (the
-// formulas are in zepjp.h, group texture). So decoding is three steps for one block in each 128-bit
-// block of a register:
+// A block selects its pixels from a palette: four colours for a colour part, eight values for a
+// channel part. zepjp.h, group texture, has the formulas. Each 128-bit block of a register decodes
+// one block of the texture in three steps:
 //
-//   1. the palette in 16-bit lanes: end points widened by their upper bits, means in thirds
-//      (fifths, sevenths) by a multiplication with the reciprocal;
-//   2. the indexes of 2 or 3 bits, moved to bytes of their own;
-//   3. the pixels: a byte shuffle of the palette, 16 bytes, by the indexes.
+//   1. The palette is computed in 16-bit lanes: end points are widened by their own upper bits, and
+//      divisions by 3, 5 and 7 are multiplications by the reciprocal.
+//   2. The indexes of 2 or 3 bits are moved to separate bytes.
+//   3. The pixels are a byte shuffle of the palette, 16 bytes, by the indexes.
 #include <type_traits>
 
 #include "simd/dispatch.h"
@@ -35,20 +35,21 @@ ZEP_BEFORE_NAMESPACE();
 namespace zepjp::HWY_NAMESPACE {
 namespace {
 
-// Eight bytes from byte kAt (0 or 8) on, repeated in both halves of each 128-bit block.
+// The eight bytes at byte kAt (0 or 8), in both halves of each 128-bit block.
 template <uint8_t kAt>
 HWY_INLINE V8 HalfTwice(V8 blocks) {
   static_assert(kAt == 0 || kAt == 8, "one half or the other");
   return kAt == 0 ? LowerHalves(blocks, blocks) : UpperHalves(blocks, blocks);
 }
 
-// The end points, c0 and c1 in the bytes kAt .. kAt + 3, as R G B A in 16 bits, with this alpha.
+// The end points c0 and c1, stored in the bytes kAt to kAt + 3, as R G B A in 16 bits with alpha
+// kAlpha.
 #if HWY_TARGET == HWY_AVX3
 
 template <uint8_t kAt, uint16_t kAlpha>
 HWY_INLINE V16 EndColors(V8 blocks) {
-  // Shift counts: one moves the field to the top of its byte, the other its highest bits to the
-  // place below it.
+  // Bit positions: bytes that begin there have the field at their top, or its highest bits just
+  // below.
   static constexpr Bytes16 kField = {{8, 0, 3, 0, 61, 0, 0, 0, 24, 0, 19, 0, 13, 0, 0, 0}};
   static constexpr Bytes16 kHighest = {{13, 0, 9, 0, 2, 0, 0, 0, 29, 0, 25, 0, 18, 0, 0, 0}};
   static constexpr Words8 kKept = {{0xF8, 0xFC, 0xF8, 0, 0xF8, 0xFC, 0xF8, 0}};
@@ -62,7 +63,7 @@ HWY_INLINE V16 EndColors(V8 blocks) {
   return V16{_mm512_ternarylogic_epi32(Each(kKept).raw, field, highest, 0xCA)};  // a ? b : c
 }
 
-// `three` where c0 <= c1.
+// Selects the palette `three` if c0 <= c1, else `four`.
 template <uint8_t kAt>
 HWY_INLINE V16 ThreeOrFour(V8 blocks, V16 three, V16 four) {
   static constexpr Bytes16 kFirst = {{kAt, kAt + 1, 128, 128, kAt, kAt + 1, 128, 128, kAt, kAt + 1,
@@ -76,7 +77,7 @@ HWY_INLINE V16 ThreeOrFour(V8 blocks, V16 three, V16 four) {
 
 #else
 
-// Each colour in four words.
+// c0, then c1, each in four words.
 template <uint8_t kAt>
 HWY_INLINE V16 ColorWords(V8 blocks) {
   static constexpr Bytes16 kColors = {{kAt, kAt + 1, kAt, kAt + 1, kAt, kAt + 1, kAt, kAt + 1,
@@ -89,7 +90,8 @@ template <uint8_t kAt, uint16_t kAlpha>
 HWY_INLINE V16 EndColors(V8 blocks) {
   static constexpr Words8 kFields = {{0xF800, 0x07E0, 0x001F, 0, 0xF800, 0x07E0, 0x001F, 0}};
   static constexpr Words8 kToTop = {{1, 1 << 5, 1 << 11, 0, 1, 1 << 5, 1 << 11, 0}};
-  // The field, in the upper bits of its word, times 2^3 + 2^-2 (5 bits) or 2^2 + 2^-4 (6 bits).
+  // The upper half of the product with the field in the upper bits of its word: the field times
+  // 2^3 + 2^-2 (5 bits) or 2^2 + 2^-4 (6 bits).
   static constexpr Words8 kWiden = {{264, 260, 264, 0, 264, 260, 264, 0}};
   static constexpr Words8 kNoColor = {{0, 0, 0, kAlpha, 0, 0, 0, kAlpha}};
   const V16 fields = hn::Mul(hn::And(ColorWords<kAt>(blocks), Each(kFields)), Each(kToTop));
@@ -110,8 +112,8 @@ HWY_INLINE V16 ThreeOrFour(V8 blocks, V16 three, V16 four) {
 #endif
 
 // The four colours of each block from its eight bytes at kAt: the end points, then the two colours
-// between them. In DXT1 (alpha 255; elsewhere 0) a block with c0 <= c1 has their mean and white
-// instead.
+// between them. In DXT1, whose alpha is 255 here (else 0), a block with c0 <= c1 has the mean and
+// white instead of the latter two.
 template <uint8_t kAt, bool kIsDxt1>
 HWY_INLINE V8 Palette(V8 blocks) {
   constexpr uint16_t kAlpha = kIsDxt1 ? 255 : 0;
@@ -126,13 +128,14 @@ HWY_INLINE V8 Palette(V8 blocks) {
   return PackWords(ends, between);
 }
 
-// Rows of pixels from palettes and the 2-bit indexes of the colours that lie from byte kAt on.
+// ColorRows makes rows of pixels from palettes and the 2-bit indexes of the colour part at byte
+// kAt.
 constexpr Bytes16 kChannels = {{0, 1, 2, 3, 0, 1, 2, 3, 0, 1, 2, 3, 0, 1, 2, 3}};
 
 #if HWY_TARGET == HWY_AVX3
 
-// For each byte of row kRow: the bit of the indexes where its pixel's two bits begin, less 2. Eight
-// bits from there hold four times the index.
+// For each byte of row kRow, the bit position two below the index of its pixel. The eight bits
+// there have four times the index in bits 2 and 3.
 template <int kRow>
 constexpr Bytes16 BitsOfRow() {
   Bytes16 from = {};
@@ -170,7 +173,7 @@ class ColorRows {
                                         k + 2, k + 3, k + 3, k + 3, k + 3}};
     static constexpr Bytes16 kBits = {{0x03, 0x0C, 0x30, 0xC0, 0x03, 0x0C, 0x30, 0xC0, 0x03, 0x0C,
                                        0x30, 0xC0, 0x03, 0x0C, 0x30, 0xC0}};
-    // An index i comes as i or 4 i.
+    // The index i of the pixel is in the lower or the upper two bits: i or 4i.
     static constexpr Bytes16 kTimes4 = {{0, 4, 8, 12, 4, 0, 0, 0, 8, 0, 0, 0, 12, 0, 0, 0}};
     const V8 bits = hn::And(hn::TableLookupBytes(blocks, Each(kBytes)), Each(kBits));
     const V8 folded = hn::Or(bits, AsBytes(hn::ShiftRight<4>(AsWords(bits))));
@@ -192,7 +195,7 @@ class ColorRows {
 
 #endif
 
-// Of sixteen alpha values those of row kRow, in the alpha bytes of its pixels.
+// The alpha values of row kRow, from the sixteen of a block, in the alpha bytes of its pixels.
 template <uint8_t kRow>
 HWY_INLINE V8 AlphaRow(V8 alpha) {
   constexpr uint8_t k = 4 * kRow;
@@ -201,7 +204,7 @@ HWY_INLINE V8 AlphaRow(V8 alpha) {
   return hn::TableLookupBytesOr0(alpha, Each(kPixels));
 }
 
-// The sixteen 3-bit indexes of the channel block from byte kAt on.
+// The sixteen 3-bit indexes of the channel part at byte kAt.
 #if HWY_TARGET == HWY_AVX3
 
 template <uint8_t kAt>
@@ -229,8 +232,8 @@ HWY_INLINE V8 ChannelIndexes(V8 blocks) {
 
 #endif
 
-// The sixteen values of the channel block from byte kAt on: p[k] is a weighted mean of a0 and a1 in
-// sevenths, or, where a0 <= a1, in fifths, with 0 and 255 as p[6] and p[7].
+// The sixteen values of the channel part at byte kAt. The palette has weighted means of a0 and a1
+// in sevenths; if a0 <= a1 in fifths, and 0 and 255 as its last two.
 template <uint8_t kAt>
 HWY_INLINE V8 Channel(V8 blocks) {
   constexpr uint8_t a = kAt, b = kAt + 1;
@@ -291,8 +294,8 @@ struct DecodeDxt {
   }
 };
 
-// Each 16 bytes are two channel parts. A row of both is eight bytes: in BC4 four pixels of one
-// block, then four of the next; in BC5 R and G alternate.
+// BC4 and BC5: every 16 bytes are two channel parts. A row of both is eight bytes: in BC4 four
+// pixels of one block, then four of the next; in BC5 R and G in turns.
 template <class TLayout>
 struct DecodeBc {
   using Layout = TLayout;
@@ -321,8 +324,8 @@ struct DecodeBc {
   }
 };
 
-// The last step overlaps the one before; if there are fewer blocks than a step takes, it works on
-// copies.
+// Decodes `count` blocks. The last step overlaps the one before; fewer blocks than a step takes are
+// decoded on copies.
 template <class Format>
 void Decode(const uint8_t* src, uint8_t* dst, ptrdiff_t step, size_t count) {
   using Layout = typename Format::Layout;

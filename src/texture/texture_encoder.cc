@@ -2,14 +2,15 @@
 // Encoding of DXT1, DXT3, DXT5, BC4 and BC5 blocks (Khronos Data Format Specification, 18 and 19)
 // in one pass, without a search:
 //
-//   end points   the bounds of each channel, drawn in by (hi - lo) >> 4: the extremes of a block
-//                are rare values, and a slightly shorter palette serves the others better
+//   end points   the minimum and maximum of each channel, moved towards each other by
+//                (hi - lo) >> 4: extremes are rare, and a slightly shorter palette fits the other
+//                pixels better
 //   colours      the nearest of the four palette colours by |R - r| + |G - g| + |B - b|. The four
-//                lie on a line, so four comparisons of the distances give the two bits of the index
-//   channels     the count of seven thresholds that are not below the value, made into an index
+//                lie on a line, so a few comparisons of distances give the two bits of the index
+//   channels     the number of thresholds, of seven, that are not below the value gives the index
 //
-// All of it in 8- and 16-bit lanes. What each encoder gives is defined to the bit in zepjp.h, group
-// texture.
+// Everything is computed in 8- and 16-bit lanes. zepjp.h, group texture, defines the output of each
+// encoder to the bit.
 #include "frame/checks.h"
 #include "simd/dispatch.h"
 #include "texture/blocks.h"
@@ -43,15 +44,16 @@ using Rows = Four;
 constexpr Bytes16 kLowerHalfNot = {
     {0, 0, 0, 0, 0, 0, 0, 0, 255, 255, 255, 255, 255, 255, 255, 255}};
 
-// The bounds of each channel, drawn in by a sixteenth of their distance, in 16 bits: the upper
-// bounds in the lower half of each 128-bit block, the lower bounds in the upper half.
+// The minimum and maximum of each channel, moved towards each other by a sixteenth of their
+// distance, in 16 bits: the maxima in the lower half of each 128-bit block, the minima in the upper
+// half.
 HWY_INLINE V16 EndsOf(const Rows& rows) {
   static constexpr Bytes16 kWiden = {
       {0, 128, 1, 128, 2, 128, 3, 128, 8, 128, 9, 128, 10, 128, 11, 128}};
   static constexpr Words8 kInwards = {{1, 1, 1, 1, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF}};
   const V8 low = hn::Min(hn::Min(rows.part[0], rows.part[1]), hn::Min(rows.part[2], rows.part[3]));
   const V8 high = hn::Max(hn::Max(rows.part[0], rows.part[1]), hn::Max(rows.part[2], rows.part[3]));
-  // One maximum finds both bounds: the smallest value is the complement of the largest complement.
+  // The minimum is the complement of the largest complement, so one maximum finds both.
   const V8 not_low = hn::Not(low);
   const V8 pairs = hn::Max(LowerHalves(high, not_low), UpperHalves(high, not_low));
   const V8 largest = hn::Max(pairs, hn::BitCast(D8(), hn::Shuffle2301(hn::BitCast(D32(), pairs))));
@@ -62,15 +64,15 @@ HWY_INLINE V16 EndsOf(const Rows& rows) {
   return hn::Sub(wide, hn::Mul(hn::ShiftRight<4>(range), Each(kInwards)));
 }
 
-// Red and blue cut to 5 bits, green to 6; no alpha.
+// Red and blue cut to 5 bits, green to 6; alpha is 0.
 HWY_INLINE V16 CutEnds(V16 ends) {
   static constexpr Words8 kKept = {{0xF8, 0xFC, 0xF8, 0, 0xF8, 0xFC, 0xF8, 0}};
   return hn::And(ends, Each(kKept));
 }
 
-// c0 and c1 in the first four bytes of each block, then zeros. A cut channel v goes to bit p of the
-// colour as v * 2^(p - 3) (green: 2^(p - 2)); all factors are multiplied by 8, so that blue's,
-// 2^-3, is whole.
+// c0 and c1 in the first four bytes of each block, then zeros. A cut channel v is moved to bit p of
+// the colour by a factor of 2^(p - 3), for green 2^(p - 2). All factors are multiplied by 8 because
+// blue's is 2^-3.
 HWY_INLINE V8 EndWords(V16 cut) {
   static constexpr Words8 kPlaces = {{1 << 11, 1 << 6, 1, 0, 1 << 11, 1 << 6, 1, 0}};
   static constexpr Bytes16 kTwoOf8 = {
@@ -81,7 +83,7 @@ HWY_INLINE V8 EndWords(V16 cut) {
   return hn::TableLookupBytesOr0(hn::BitCast(D8(), hn::ShiftRight<3>(words)), Each(kTwoOf8));
 }
 
-// The decoder's four colours, R G B 0 in the dwords of each block.
+// The four colours of the decoder, each as R G B 0 in four bytes.
 HWY_INLINE V8 PaletteOf(V16 cut) {
   static constexpr Words8 kRepeat = {{1 << 11, 1 << 10, 1 << 11, 0, 1 << 11, 1 << 10, 1 << 11, 0}};
   const V16 ends = hn::Or(cut, hn::MulHigh(cut, Each(kRepeat)));
@@ -89,13 +91,13 @@ HWY_INLINE V8 PaletteOf(V16 cut) {
   return PackWords(ends, hn::MulHigh(sum, hn::Set(D16(), kThird)));
 }
 
-// |R - r| + |G - g| + |B - b| of the eight pixels of two rows to colour k; the pixels of the rows
-// alternate.
+// TwoRows::DistancesTo<k> gives |R - r| + |G - g| + |B - b| for the eight pixels of two rows and
+// palette colour k. The pixels of the two rows alternate.
 #if HWY_TARGET == HWY_AVX3
 
-// Sums of four absolute differences: 16-bit lane j of eight bytes compares its pixel (of the four
-// bytes where it lies) with a repeated colour from its byte j on, so the pixel is rotated by j
-// bytes.
+// The instruction dbsad sums four absolute differences. In each 64 bits, 16-bit lane j compares a
+// pixel with the four bytes of the repeated colour that begin at byte j, so the pixel must be
+// rotated by j bytes.
 constexpr Bytes16 RotatedPixels(int row) {
   Bytes16 from = {};
   for (int i = 0; i < 16; ++i) {
@@ -154,9 +156,8 @@ class TwoRows {
 
 #endif
 
-// The indexes of eight pixels: the nearest of four colours on a line, whose ends are the first two.
-// With d the distances, bit 0 is d0 > d3 and d2 > d3; bit 1 is (d1 > d2 and d0 > d2) or (d0 > d3
-// and d1 > d3).
+// The indexes of eight pixels: the nearest of four colours on a line from colour 0 to colour 1.
+// With d the distances, bit 0 is min(d0, d2) > d3, and bit 1 is min(d0, d1) > min(d2, d3).
 HWY_INLINE V16 NearestOf8(V8 row0, V8 row1, V8 palette) {
   const DI16 d;
   const TwoRows rows(row0, row1);
@@ -167,7 +168,7 @@ HWY_INLINE V16 NearestOf8(V8 row0, V8 row1, V8 palette) {
   return hn::BitCast(D16(), hn::Or(hn::And(bit0, hn::Set(d, 1)), hn::And(bit1, hn::Set(d, 2))));
 }
 
-// c0, c1 and the indexes, in the lower half of each block.
+// The colour part, c0, c1 and the indexes, in the lower half of each 128-bit block.
 HWY_INLINE V8 ColorBlock(const Rows& rows, V16 ends) {
   static constexpr Bytes16 kRowByRow = {{0, 2, 4, 6, 1, 3, 5, 7, 8, 10, 12, 14, 9, 11, 13, 15}};
   static constexpr Bytes16 kFirstOf4 = {
@@ -177,13 +178,13 @@ HWY_INLINE V8 ColorBlock(const Rows& rows, V16 ends) {
   const V8 in_turn = PackWords(NearestOf8(rows.part[0], rows.part[1], palette),
                                NearestOf8(rows.part[2], rows.part[3], palette));
   const V8 indexes = hn::TableLookupBytes(in_turn, Each(kRowByRow));
-  // i0 + 4 i1, then + 16 (i2 + 4 i3): a byte for each row.
+  // A byte for each row: i0 + 4 i1 + 16 (i2 + 4 i3).
   const VI32 bytes = DotAcc(hn::Zero(DI32()), PairDot<1, 4>(indexes),
                             hn::BitCast(DI16(), hn::Set(D32(), 16 << 16 | 1)));
   return hn::Or(EndWords(cut), hn::TableLookupBytesOr0(hn::BitCast(D8(), bytes), Each(kFirstOf4)));
 }
 
-// The sixteen alpha values.
+// The sixteen alpha values of each block.
 HWY_INLINE V8 AlphaOf(const Rows& rows) {
   VI32 alpha[4];
   for (int y = 0; y < 4; ++y) {
@@ -192,7 +193,8 @@ HWY_INLINE V8 AlphaOf(const Rows& rows) {
   return PackBlocks(PackBlocks(alpha[0], alpha[1]), PackBlocks(alpha[2], alpha[3]));
 }
 
-// The upper halves of sixteen bytes, the first one lowest, in the lower half of each block.
+// The alpha part of DXT3, in the lower half of each 128-bit block: the upper four bits of sixteen
+// bytes, the first one lowest.
 HWY_INLINE V8 NibbleBlock(V8 values) {
   const V16 words = AsWords(values);
   const V16 even = hn::And(hn::ShiftRight<4>(words), hn::Set(D16(), 0x0F));
@@ -200,8 +202,8 @@ HWY_INLINE V8 NibbleBlock(V8 values) {
   return PackWords(hn::Or(even, odd), hn::Zero(D16()));
 }
 
-// How many of the seven thresholds are not below each value. In 16-bit lane j - 1, threshold j is
-// (7 - j + 1) / 7 of the way from low to high (the first one is low), plus a bias.
+// The number of thresholds, of seven, that are not below each value. One threshold is low + bias;
+// the others are at 6/7 to 1/7 of the way from low to high, plus the bias.
 HWY_INLINE V8 CountThresholds(V8 values, V8 ends) {
   static constexpr Bytes16 kSevenths = {{0, 7, 6, 1, 5, 2, 4, 3, 3, 4, 2, 5, 1, 6, 0, 7}};
   static constexpr Bytes16 kRange = {
@@ -221,12 +223,12 @@ HWY_INLINE V8 CountThresholds(V8 values, V8 ends) {
   return count;
 }
 
-// The end points (high and low alternate) and the indexes of a channel's sixteen values, in the
-// lower half of each block.
+// The channel part for sixteen values, in the lower half of each 128-bit block: the end points,
+// then the indexes. High and low alternate in `ends`.
 HWY_INLINE V8 ChannelBlock(V8 values, V8 ends) {
   static constexpr Bytes16 kIndexOfCount = {{0, 2, 3, 4, 5, 6, 7, 1, 0, 0, 0, 0, 0, 0, 0, 0}};
   const V8 indexes = hn::TableLookupBytes(Each(kIndexOfCount), CountThresholds(values, ends));
-  // Two indexes in 6 bits, four in 12, eight in 24.
+  // Joins two indexes in 6 bits, four in 12, eight in 24.
   const VI32 fours = DotAcc(hn::Zero(DI32()), PairDot<1, 8>(indexes),
                             hn::BitCast(DI16(), hn::Set(D32(), 64 << 16 | 1)));
   const V64 pairs = hn::BitCast(D64(), fours);
@@ -237,7 +239,8 @@ HWY_INLINE V8 ChannelBlock(V8 values, V8 ends) {
   return hn::Or(hn::And(ends, Each(kFirstTwo)), hn::TableLookupBytesOr0(eights, Each(kThreeOf8)));
 }
 
-// The end points of four channels, high and low alternating; a channel is a dword of each row.
+// The end points of four channels, with high and low in turns; a channel has four bytes of each
+// row.
 HWY_INLINE V32 EndsOfFour(const Rows& rows) {
   const auto across = [&](auto combine) ZEP_ATTR {
     const D32 d;
@@ -258,7 +261,8 @@ HWY_INLINE V32 EndsOfFour(const Rows& rows) {
                                    hn::AndNot(is_high, hn::Add(low, inset))));
 }
 
-// Rows of four channels next to one another, four values of each, to blocks.
+// Encodes four channels that lie side by side, four values of each in a row, and stores their
+// blocks.
 HWY_INLINE void StoreChannels(const Rows& rows, uint8_t* dst) {
   const V32 ends = EndsOfFour(rows);
   const Four channels = TransposeDwords(rows);
@@ -310,7 +314,7 @@ struct EncodeDxt {
   }
 };
 
-// Y becomes alpha, Co red, Cg green.
+// Y Co Cg pixels to DXT5: Y becomes alpha, Co red, Cg green.
 struct EncodeYCoCg {
   using Layout = YCoCgDxt5;
   static constexpr size_t kBlocks = kRegisterBlocks;
@@ -327,7 +331,7 @@ struct EncodeYCoCg {
   }
 };
 
-// Each 128-bit block of the registers takes four consecutive blocks of the texture.
+// BC4: each 128-bit block of the registers takes four consecutive blocks of the texture.
 struct EncodeBc4 {
   using Layout = Bc4;
   static constexpr size_t kBlocks = 4 * kRegisterBlocks;
@@ -351,8 +355,8 @@ struct EncodeBc5 {
   }
 };
 
-// The last step overlaps the one before; if there are too few blocks, or the format reads past the
-// end, it works on copies.
+// Encodes `count` blocks. The last step overlaps the one before; if there are too few blocks, or
+// the format reads past the end, it works on copies.
 template <class Format>
 void Encode(const uint8_t* src, ptrdiff_t step, uint8_t* dst, size_t count) {
   using Layout = typename Format::Layout;

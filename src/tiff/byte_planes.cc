@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Rows of 16-bit samples as two rows of bytes, all high ones and then all low ones, and back.
+// Splits a row of 16-bit samples into a row of high bytes and a row of low bytes, and joins them
+// again. Byte planes compress better: high bytes of neighbouring samples are often equal.
 #include <cstring>
 
 #include "frame/checks.h"

@@ -1,26 +1,30 @@
 // SPDX-License-Identifier: MIT
-// PackBits (TIFF 6.0, section 9): packets of up to 128 literal bytes or of 2 to 128 equal ones.
+// PackBits (TIFF 6.0, section 9): packets of 1 to 128 literal bytes or of 2 to 128 equal bytes.
 //
-// Packing is exact. From the end of the row backwards, cost(i) is the least length of what follows
-// byte i:
-//   literal  1 + n + cost(i + n) over n = 1 ... 128,
-//   run      2 + cost(i + n), n the equal bytes there are, 128 at most.
-// With key(j) = cost(j) + j a literal takes the least key m of the next 128 positions and has the
-// key m + 1 itself. So no key in reach that can still win exceeds m + 1, and two sets of 128 bits,
-// the positions of key m and those of m + 1, are all there is to know. Eight bytes that are all
-// different, or all equal, go at once.
+// The packer finds a shortest packing by dynamic programming from the end of the row backwards. Let
+// cost(i) be the least length of the packed bytes from i to the end of the row. A packet at i gives
 //
-// This is done in pieces. A run of 4 to 128 bytes is a packet of its own in every shortest packing:
-// as literal bytes it costs at least two bytes more, and saves at most the header of the literal
-// after it. The same is true of a longer run if what is left after packets of 128 is nothing, or 4
-// bytes or more. So the bytes between such runs can be packed alone; if they are few, they hold
-// runs of one to three bytes only. Of these a run packet saves a byte only if no literal needs
-// another header because of it: three equal bytes do if no single byte comes before the next three
-// or the end; a pair does only if no literal precedes it.
+//   literal of n bytes   1 + n + cost(i + n), for n = 1 to 128
+//   run of n bytes       2 + cost(i + n), for n the number of equal bytes from i, at most 128
 //
-// No memory is allocated. Control bytes are kept for one block of the row at a time: a first pass
-// over a longer piece only notes where the plan stood at the end of each of its parts, and each
-// part is then planned again from there.
+// With key(j) = cost(j) + j, a literal of n bytes has the key 1 + key(i + n). So the best literal
+// has the key m + 1, where m is the least key of the next 128 positions. No new key is larger than
+// m + 1, so it is enough to know which of the next 128 positions have the key m, and which m + 1:
+// two sets of 128 bits. Eight bytes that are all different, or all equal, are planned together.
+//
+// The row is cut into pieces that can be packed on their own. A run of 4 to 128 bytes is a packet
+// of its own in every shortest packing: as literal bytes it takes at least two bytes more, and
+// saves at most the header of the literal after it. The same holds for a longer run if packets of
+// 128 leave 0 or at least 4 bytes of it. So the bytes between two such runs are a piece. A short
+// piece has only runs of one to three bytes and is packed by a rule. A run packet for three equal
+// bytes saves one byte and for two equal bytes none, but it costs a header if it splits a literal.
+// So where a packet begins, three equal bytes become a run packet, and two do if no single byte
+// follows before the next three equal bytes or the end. A literal is only ended by three equal
+// bytes after which again no single byte follows before the next three or the end.
+//
+// No memory is allocated. The control bytes are kept for one block of the row at a time: a first
+// pass over a longer piece stores only the state of the plan at the end of each of its parts; then
+// each part is planned again from there.
 #include <algorithm>
 #include <cstring>
 
@@ -31,13 +35,13 @@ namespace zepjp {
 namespace {
 
 constexpr uint32_t kMaxPacket = 128;   // bytes of a packet
-constexpr uint8_t kNothing = 128;      // a control byte without a packet
+constexpr uint8_t kNothing = 128;      // the control byte that decoders skip
 constexpr uint32_t kRunControl = 257;  // the control byte of a run is this minus its length
 
 constexpr uint32_t kBlock = 16384;  // bytes whose control bytes are kept; a multiple of kMaxPacket
-constexpr uint32_t kParts = 16;     // of a piece longer than a block
+constexpr uint32_t kParts = 16;     // parts of a piece that is longer than a block
 
-constexpr uint64_t kEach = 0x0101010101010101;  // times a byte: eight of them
+constexpr uint64_t kEach = 0x0101010101010101;  // times a byte: eight copies of it
 
 uint64_t Load64(const uint8_t* from) {
   uint64_t bytes;
@@ -46,13 +50,13 @@ uint64_t Load64(const uint8_t* from) {
 }
 void Store64(uint64_t bytes, uint8_t* to) { std::memcpy(to, &bytes, sizeof(bytes)); }
 
-// The top bit of each byte that is zero.
+// The result has the top bit set in each byte that is zero in v.
 constexpr uint64_t ZeroBytes(uint64_t v) {
   constexpr uint64_t kLow = 0x7F * kEach;
   return ~(((v & kLow) + kLow) | v | kLow);
 }
 
-// A bit for each of the next 128 positions, the nearest one lowest.
+// A set of positions among the next 128, as bits, the nearest one lowest.
 struct Positions {
   uint64_t low = 0, high = 0;
 
@@ -67,27 +71,26 @@ struct Positions {
   }
 };
 
-// The state of the plan of a row between two blocks. Keys are modulo 2^32; only their differences
-// count.
+// The state of the plan between two blocks. Keys are modulo 2^32; only their differences matter.
 struct PlanState {
   PlanState() = default;
   explicit PlanState(uint32_t row_size) : least(row_size), last(row_size) { at_least.low = 1; }
 
-  Positions at_least, above_least;  // the positions of the least key in reach, and of that plus 1
+  Positions at_least, above_least;  // the positions whose key is `least`, and `least` + 1
   uint32_t least = 0;
   uint32_t last = 0;       // the key of the position that was planned last
   uint32_t after_run = 0;  // the key of the byte after the run
-  uint32_t run = 0;        // equal bytes from the last position on
+  uint32_t run = 0;        // the number of equal bytes from the last position
 };
 
-// For each byte of a block, the control byte of the best packet that begins there: if both kinds
-// are equally good a literal, and of literals the longest.
+// Finds for each byte of a block the control byte of the best packet that begins there. If both
+// kinds are equally good it is a literal, and of literals the longest.
 class Planner {
  public:
   Planner(const PlanState& start, uint8_t* controls, uint32_t* keys)
       : controls_(controls), keys_(keys), now_(start) {}
 
-  // If more of the row follows the block (`has_more`), its last byte is compared with the next one.
+  // `has_more`: more of the row follows the block, so its last byte is compared with the next one.
   HWY_INLINE PlanState Plan(const uint8_t* src, uint32_t size, bool has_more) {
     uint32_t i = size - 1;
     PlanOne(i, has_more && src[i] == src[size] ? 1 : 0);
@@ -102,15 +105,15 @@ class Planner {
   }
 
  private:
-  // Byte `i`; whether the next one equals it.
+  // Plans byte `i`; `is_equal` is 1 if the next byte equals it.
   HWY_INLINE void PlanOne(uint32_t i, uint64_t is_equal) {
     const uint32_t in_run = 0u - static_cast<uint32_t>(is_equal);
     now_.after_run = (now_.after_run & in_run) | (now_.last & ~in_run);
     now_.run = (now_.run & in_run) + 1;
     const uint32_t key = now_.run <= kMaxPacket ? now_.after_run - now_.run + 2
                                                 : keys_[i % kMaxPacket] - kMaxPacket + 2;
-    // No branches below: in pictures they would be mispredicted. Masks are all ones if their name
-    // is true.
+    // No branches below, because pictures would make them mispredict. A mask is all ones if its
+    // name is true.
     const int64_t above = std::min(static_cast<int32_t>(key - now_.least), int32_t{1});
     const auto is_run = static_cast<uint64_t>((above - 1) >> 63);
     const auto is_best = static_cast<uint64_t>(above >> 63);
@@ -136,8 +139,8 @@ class Planner {
     ++now_.least;
   }
 
-  // Eight bytes from `low` on, each different from the next. False: they have to be planned one by
-  // one.
+  // Plans the eight bytes from `low`, each of which differs from the next. False: they have to be
+  // planned one by one.
   HWY_INLINE bool PlanLiterals(uint32_t low) {
     constexpr uint64_t kAllEight = uint64_t{0xFF} << 56;
     const uint64_t literal = now_.at_least.Farthest();
@@ -158,8 +161,9 @@ class Planner {
     return true;
   }
 
-  // Eight bytes from `low` on, each equal to the next: where a run is better than all within reach
-  // it remains so while it grows to 128 bytes, and then while it was 128 bytes before.
+  // Plans the eight bytes from `low`, each of which equals the next. If a run is better than every
+  // literal, it stays better while it grows up to 128 bytes, and after that as long as it was
+  // better 128 bytes before. False: the bytes have to be planned one by one.
   HWY_INLINE bool PlanRun(uint32_t low) {
     uint32_t key;
     uint64_t controls;
@@ -184,7 +188,7 @@ class Planner {
   }
 
   uint8_t* controls_;
-  uint32_t* keys_;  // of positions in a run
+  uint32_t* keys_;  // the keys of the last kMaxPacket positions, as far as they are in a run
   PlanState now_;
 };
 
@@ -200,12 +204,12 @@ uint8_t* WriteRun(uint8_t byte, uint32_t count, uint8_t* dst) {
   return dst + 2;
 }
 
-// Packs a row, or a piece of one that stands alone, exactly.
+// Packs a row, or a piece, to the shortest length.
 class ExactPacker {
  public:
   ExactPacker(const uint8_t* src, uint32_t size) : src_(src), size_(size) {}
 
-  // The length of the packed row. For position 0 cost and key are the same.
+  // The length of the packed row: the key of position 0, which is its cost.
   HWY_NOINLINE uint32_t Cost() const {
     uint8_t controls[kBlock];
     Place place;
@@ -214,7 +218,7 @@ class ExactPacker {
     return place.progress.last;
   }
 
-  // Returns the end of what was written.
+  // Returns the end of the packed bytes.
   uint8_t* Pack(uint8_t* dst) {
     Place end;
     end.progress = PlanState(size_);
@@ -227,8 +231,8 @@ class ExactPacker {
     return dst_;
   }
 
-  // The same of a row of at most a block; null, and nothing is written, where it takes more than
-  // `room` bytes.
+  // Packs a row of at most one block. If that takes more than `room` bytes, nothing is written and
+  // the result is null.
   HWY_NOINLINE uint8_t* PackShortRow(uint32_t room, uint8_t* dst) {
     uint8_t controls[kBlock];
     Place place;
@@ -243,11 +247,11 @@ class ExactPacker {
  private:
   struct Place {
     PlanState progress;
-    uint32_t keys[kMaxPacket];  // of positions in a run
+    uint32_t keys[kMaxPacket];  // as in Planner
   };
 
-  // From `to` backwards to `from`, block by block; of control bytes those of the first block
-  // remain.
+  // Plans from `to` backwards to `from`, block by block. On return `controls` has the control bytes
+  // of the first block.
   HWY_NOINLINE void Plan(uint32_t from, uint32_t to, uint8_t* controls, Place* place) const {
     while (to > from) {
       const uint32_t size = (to - from - 1) % kBlock + 1;
@@ -268,8 +272,8 @@ class ExactPacker {
     Plan(from, to, controls, place);
   }
 
-  // More than a block. Five levels of this hold any row, each takes one pass over it and 9 KiB of
-  // the stack.
+  // Packs more than one block. Recursion is at most five levels deep for any row; each level plans
+  // the row once more and uses 9 KiB of the stack.
   HWY_NOINLINE void PackParts(uint32_t from, uint32_t to, Place* end) {
     uint32_t part = kBlock;
     while ((to - from - 1) / part >= kParts) part *= kParts;
@@ -302,11 +306,11 @@ class ExactPacker {
 
   const uint8_t* src_;
   uint32_t size_;
-  uint32_t at_ = 0;  // how far it is packed
+  uint32_t at_ = 0;  // bytes packed so far
   uint8_t* dst_ = nullptr;
 };
 
-// For 64 bytes whether each equals the next one; 65 are there.
+// A bit for each of 64 bytes: whether it equals the next one. Reads 65 bytes.
 HWY_INLINE uint64_t EqualToNext(const uint8_t* src) {
   uint64_t equal = 0;
   for (int i = 0; i < 8; ++i) {
@@ -316,7 +320,7 @@ HWY_INLINE uint64_t EqualToNext(const uint8_t* src) {
   return equal;
 }
 
-// Packs where there is room enough, piece by piece.
+// Packs a row piece by piece; the destination has room for any result.
 class PieceWriter {
  public:
   PieceWriter(const uint8_t* src, uint32_t size, uint8_t* dst)
@@ -362,18 +366,19 @@ class PieceWriter {
     return i - from;
   }
 
-  // The place of the first byte in memory that is not zero.
+  // The index of the first byte in memory order that is not zero.
   static uint32_t FirstByte(uint64_t bytes) {
     return static_cast<uint32_t>(__builtin_ctzll(bytes)) / 8;
   }
 
-  // The first run of such a kind from `i` on, or the end of the row and a length of 0.
+  // Returns the position of the first run from `i` that ends a piece, and its length; or the end of
+  // the row and a length of 0.
   uint32_t FindRunAlone(uint32_t i, uint32_t* length) const {
     while (i < size_) {
       if (size_ - i > 64) {
         const uint64_t runs = RunsOfFour(EqualToNext(src_ + i));
         if (runs == 0) {
-          i += 61;  // runs that begin later were not looked at
+          i += 61;  // runs of four that begin later are not visible in these 64 bits
           continue;
         }
         i += static_cast<uint32_t>(__builtin_ctzll(runs));
@@ -386,7 +391,7 @@ class PieceWriter {
     return size_;
   }
 
-  // Up to 61 bytes, no four of them equal, before a packet of a run.
+  // Packs up to 61 bytes without four equal ones in a row, which a run packet follows.
   HWY_INLINE void PackShort(const uint8_t* src, uint32_t count, uint64_t equal) {
     const uint64_t all = (uint64_t{1} << count) - 1;
     const uint64_t pairs = equal & all;  // the last byte differs from the run

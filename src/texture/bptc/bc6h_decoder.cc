@@ -1,18 +1,19 @@
 // SPDX-License-Identifier: MIT
 // Decoding of BC6H blocks, one at a time (Khronos Data Format Specification, 21).
 //
-// A mode stores two or four end points of three channels, in fields that are scattered over the
-// block (bc6h_modes.h).
+// A mode stores two or four end points of three channels, in fields whose pieces are scattered over
+// the block (bc6h_modes.h). Decoding takes four steps:
 //
-//   1. The pieces of the fields are shifted into 64-bit words of three channels, 16 bits each, at
-//      compile-time places.
-//   2. In 16-bit lanes: differences to end point 0 are added modulo the mode's width, signs
-//      extended, and the numbers widened: 0 stays 0, the highest value becomes 0xFFFF (0x7FFF with
-//      sign), others get half a unit more.
-//   3. ((64 - w) a + w b + 32) >> 6 for each pixel by its index, in 32 bits. Unsigned end points
-//      are held less 32768, so that one signed multiply-add of pairs serves both kinds; a, b in
-//      -32768..32767 and w up to 64 stay below 2^22.
-//   4. The half float: (31 v) >> 6 without sign, (31 |v|) >> 5 and the sign with.
+//   1. The pieces are shifted into a 64-bit word for each end point, with 16 bits for each channel.
+//      All positions are known at compile time.
+//   2. In 16-bit lanes, differences are added to end point 0 modulo the width of the mode, signs
+//      are extended, and the numbers are widened to 16 bits: 0 stays 0, the highest value becomes
+//      0xFFFF (signed: 0x7FFF), and all others get half a unit added.
+//   3. Each pixel is ((64 - w) a + w b + 32) >> 6 for the weight w of its index, in 32 bits.
+//      Unsigned end points are stored minus 32768, so that one signed multiply-add of pairs serves
+//      both kinds. With a and b in -32768..32767 and w up to 64, sums stay below 2^22.
+//   4. The half float is (31 v) >> 6 for unsigned blocks, (31 |v|) >> 5 with the sign of v for
+//      signed ones.
 #include <utility>
 
 #include "frame/checks.h"
@@ -46,7 +47,7 @@ struct Bc6hBlock {
   uint64_t low, high;
 };
 
-// kCount bits from bit kFrom of the block on, at bit kTo.
+// Moves kCount bits at bit kFrom of the block to bit kTo.
 template <int kFrom, int kCount, int kTo>
 HWY_INLINE uint64_t Move(const Bc6hBlock& block) {
   uint64_t bits;
@@ -60,7 +61,7 @@ HWY_INLINE uint64_t Move(const Bc6hBlock& block) {
   return (bits & ((uint64_t{1} << kCount) - 1)) << kTo;
 }
 
-// End point kEnd: its pieces put together, 16 bits for each channel.
+// Joins the pieces of end point kEnd, with 16 bits for each channel.
 template <int kMode, int kEnd, size_t... kPieces>
 HWY_INLINE uint64_t EndPoint(const Bc6hBlock& block, std::index_sequence<kPieces...>) {
   constexpr Bc6hPieces pieces = PiecesOf(kMode, kEnd);
@@ -72,7 +73,8 @@ HWY_INLINE uint64_t EndPoint(const Bc6hBlock& block) {
   return EndPoint<kMode, kEnd>(block, std::make_index_sequence<PiecesOf(kMode, kEnd).count>());
 }
 
-// The same word for each channel, or a word each.
+// Constants: a word for all lanes; or words for R, G and B of the first and of the second end
+// point.
 HWY_INLINE VQ16 Fixed(int value) { return hn::Set(Q16(), static_cast<uint16_t>(value)); }
 constexpr Words8 Channels(int first, const int* second) {
   Words8 words = {};
@@ -113,8 +115,7 @@ HWY_INLINE VQ16 WidenSigned(VQ16 v) {
   return hn::Sub(hn::Xor(hn::IfThenZeroElse(is_zero, clamped), sign), sign);
 }
 
-// End points ready for interpolation: signed words; those of unsigned textures are the value less
-// 32768.
+// End points ready for interpolation, as signed words: of unsigned textures the value minus 32768.
 template <int kMode, bool kSigned>
 HWY_INLINE VQ16 Widen(VQ16 ends) {
   constexpr Bc6hMode m = kBc6hModes[kMode];
@@ -125,8 +126,7 @@ HWY_INLINE VQ16 Widen(VQ16 ends) {
   }
 }
 
-// The end points of one or two regions, with differences resolved; the first region in the lower
-// half.
+// The end points of one or two regions, after differences were added.
 struct Regions {
   VQ16 first, second;
 };
@@ -168,15 +168,14 @@ HWY_INLINE Regions EndPoints(const Bc6hBlock& block) {
   return {Widen<kMode, kSigned>(first), Widen<kMode, kSigned>(second)};
 }
 
-// How many rows a register holds a part of. The four pixels of a row are twelve values in three
-// registers.
+// The number of rows in a register. The four pixels of a row are twelve values, in three registers.
 constexpr int kRows = static_cast<int>(kRegisterBlocks);
 
-// R G B R, G B R G, B R G B: pairs of both ends of a region.
+// Indices for R G B R, G B R G and B R G B, each as a pair of both ends of a region.
 constexpr Bytes16 kEndPairs[3] = {{{0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 0, 1, 8, 9}},
                                   {{2, 3, 10, 11, 4, 5, 12, 13, 0, 1, 8, 9, 2, 3, 10, 11}},
                                   {{4, 5, 12, 13, 0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13}}};
-// The pixels that those values belong to, four bytes each.
+// The pixels to which those values belong, four bytes each.
 constexpr Bytes16 kPixels[3] = {{{0, 1, 2, 3, 0, 1, 2, 3, 0, 1, 2, 3, 4, 5, 6, 7}},
                                 {{4, 5, 6, 7, 4, 5, 6, 7, 8, 9, 10, 11, 8, 9, 10, 11}},
                                 {{8, 9, 10, 11, 12, 13, 14, 15, 12, 13, 14, 15, 12, 13, 14, 15}}};
@@ -192,7 +191,7 @@ HWY_INLINE V8 InEach(VQ16 v) {
 #endif
 }
 
-// The end points that each value of a row gets.
+// Selects the end points for each value of a row.
 template <int kRegions>
 class Bc6hEnds {
  public:
@@ -205,7 +204,7 @@ class Bc6hEnds {
       }
     }
   }
-  // `is_second`: four bytes of ones for each pixel of the second region.
+  // `is_second` has four bytes of ones for each pixel of the second region.
   HWY_INLINE VI16 Of(int part, V8 is_second) const {
     if constexpr (kRegions == 1) {
       return hn::BitCast(DI16(), first_[part]);
@@ -219,12 +218,12 @@ class Bc6hEnds {
   V8 first_[3], change_[3];
 };
 
-// Half floats from interpolated values, which are less 32768 in unsigned textures.
+// Half floats from interpolated values, which in unsigned textures are stored minus 32768.
 template <bool kSigned>
 HWY_INLINE V16 Finish(VI16 mixed) {
   const D16 d;
   if constexpr (kSigned) {
-    const VI16 magnitude = hn::Abs(mixed);  // -32768 stays, and is 32768 as an unsigned number
+    const VI16 magnitude = hn::Abs(mixed);  // -32768 stays, which is 32768 as an unsigned number
     const V16 half = hn::MulHigh(hn::BitCast(d, magnitude), hn::Set(d, 31 << 11));
     const V16 sign = hn::And(hn::BitCast(d, mixed), hn::Set(d, 0x8000));
     return hn::IfThenZeroElse(hn::Eq(half, hn::Zero(d)), hn::Or(half, sign));
@@ -239,7 +238,7 @@ HWY_INLINE VI32 Mix(VI16 ends, V8 weights) {
   return hn::ShiftRight<6>(DotAcc(half, ends, hn::BitCast(DI16(), weights)));
 }
 
-// The twelve values of each row of the register: eight, then four.
+// Stores the twelve values of each row of the register: eight, then four.
 HWY_INLINE void StoreRows(V8 eight, V8 four, uint8_t* dst, ptrdiff_t step) {
   HWY_ALIGN uint8_t first[HWY_MAX(kRows, 1) * 16], last[HWY_MAX(kRows, 1) * 16];
   hn::Store(eight, D8(), first);
@@ -250,7 +249,7 @@ HWY_INLINE void StoreRows(V8 eight, V8 four, uint8_t* dst, ptrdiff_t step) {
   }
 }
 
-// Bit masks of pixels by partition, a byte each.
+// The regions of the pixels by partition, as a byte mask for each pixel.
 struct RegionBytes {
   Bytes16 of[32];
 };
@@ -265,7 +264,7 @@ constexpr RegionBytes MakeRegionBytes() {
 }
 constexpr RegionBytes kRegionBytes = MakeRegionBytes();
 
-// Each byte to four of them, for the pixels of rows from `row` on.
+// Repeats the byte of each pixel four times, for the rows from `row`.
 HWY_INLINE VI32 PixelLanes(const uint8_t* pixels, int row) {
   const hn::Rebind<int8_t, DI32> d;
   return hn::PromoteTo(DI32(), hn::LoadU(d, reinterpret_cast<const int8_t*>(pixels) + 4 * row));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The fourteen modes of BC6H blocks, and the places of the pieces of their fields (Khronos Data
+// The fourteen modes of BC6H blocks, and the positions of the pieces of their fields (Khronos Data
 // Format Specification, 21, tables of modes).
 #ifndef ZEPJP_SRC_TEXTURE_BPTC_BC6H_MODES_H_
 #define ZEPJP_SRC_TEXTURE_BPTC_BC6H_MODES_H_
@@ -9,14 +9,15 @@ namespace zepjp {
 // End points 0 and 1 belong to the first region, 2 and 3 to the second.
 enum Bc6hField { kR0, kG0, kB0, kR1, kG1, kB1, kR2, kG2, kB2, kR3, kG3, kB3 };
 
-// `count` bits of a field from bit `first` on upwards; -`count` bits downwards if it is negative.
+// A piece: `count` bits of a field from bit `first` upwards, or -`count` bits downwards if `count`
+// is negative.
 struct Bc6hRun {
   Bc6hField field;
   int first, count;
 };
 
-// The pieces follow the mode's number, one after another; a count of 0 is no piece. With
-// has_deltas, end points 1 to 3 are differences from end point 0.
+// The pieces follow the number of the mode, one after another; the list ends with a count of 0.
+// With has_deltas, end points 1 to 3 are stored as differences from end point 0.
 struct Bc6hMode {
   int number, number_bits, regions;
   bool has_deltas;
@@ -81,8 +82,8 @@ constexpr Bc6hMode kBc6hModes[14] = {
       {kG0, 15, -6}, {kB1, 0, 4}, {kB0, 15, -6}}}};
 // clang-format on
 
-// Bits of one end point: from a bit of the block on, to a bit of a word of R, G and B in 16 bits
-// each.
+// `count` bits of one end point, moved from bit `from` of the block to bit `to` of a word that has
+// 16 bits for each of R, G and B.
 struct Bc6hPiece {
   int from, count, to;
 };

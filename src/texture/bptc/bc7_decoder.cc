@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: MIT
 // Decoding of BC7 blocks, one at a time (Khronos Data Format Specification, 20).
 //
-// A block has one of eight modes (bc7_modes.h): one to three subsets of pixels, two end points
+// A block has one of eight modes (bc7_modes.h): one to three subsets of pixels with two end points
 // each, indexes of 2 to 4 bits, and in some modes a second set of indexes and a rotation of
 // channels.
 //
-//   1. The end points of a subset become eight bytes, R R G G B B A A: stored bits, p-bit below,
-//      upper bits repeated.
-//   2. Each pixel gets the eight bytes of its subset by a byte shuffle, and pairs of weights 64 -
-//      w, w of its index.
-//   3. One multiply-add of bytes makes (64 - w) a + w b for all channels; plus 32, shifted right by
-//      6. The sum is at most 64 * 255 = 16320, so 16 bits hold it.
+//   1. The end points of a subset become eight bytes, R R G G B B A A. Each is the stored bits, the
+//      p-bit below them, and below that the upper bits again.
+//   2. A byte shuffle gives each pixel the eight bytes of its subset; another gives the pair of
+//      weights 64 - w, w for its index.
+//   3. One multiply-add of bytes computes (64 - w) a + w b for all channels; then 32 is added, and
+//      the sum is shifted right by 6. The sum is at most 64 * 255 = 16320, so it fits 16 bits.
 //   4. A rotation exchanges alpha with a colour.
 //
-// Fields lie at other places in each mode, so all of it is a template of the mode, with shuffles
-// made at compile time.
+// The fields have other positions in each mode, so everything is a template of the mode, with
+// shuffles made at compile time.
 #include "frame/checks.h"
 #include "simd/dispatch.h"
 #include "texture/blocks.h"
@@ -42,12 +42,12 @@ ZEP_BEFORE_NAMESPACE();
 namespace zepjp::HWY_NAMESPACE {
 namespace {
 
-// A block as two words, its lowest bit first.
+// A block as two 64-bit words; bit 0 is the lowest bit of `low`.
 struct Bc7Block {
   const uint8_t* bytes;
   uint64_t low, high;
 
-  // Bits kFrom to before kFrom + kCount.
+  // The bits kFrom to kFrom + kCount - 1.
   template <int kFrom, int kCount>
   HWY_INLINE uint64_t Bits() const {
     uint64_t bits = 0;
@@ -84,7 +84,7 @@ HWY_INLINE uint64_t SecondIndexes(const Bc7Block& block) {
   return InsertAnchor<k>(block.Bits<m.SecondIndexes(), 16 * k - 1>(), 0);
 }
 
-// The rotation: after interpolation alpha is exchanged with a colour.
+// Shuffles for the rotation: after interpolation alpha is exchanged with a colour.
 constexpr Bytes16 kRotations[4] = {{{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15}},
                                    {{3, 1, 2, 0, 7, 5, 6, 4, 11, 9, 10, 8, 15, 13, 14, 12}},
                                    {{0, 3, 2, 1, 4, 7, 6, 5, 8, 11, 10, 9, 12, 15, 14, 13}},
@@ -108,19 +108,20 @@ HWY_INLINE __m256i Load32(const Bytes32& bytes) {
 }
 HWY_INLINE __m512i Load64(const Bytes64& bytes) { return _mm512_load_si512(bytes.lane); }
 
-// How the end points of a mode are made from its bits. `from` chooses eight bytes of the block for
-// each subset. Each byte of the result then takes eight bits of them twice: from bit `field` on,
-// which puts the field at the top of the byte, and from bit `highest` on, which puts its highest
-// bits below the field; `kept` are the bits to take of the former.
+// The plan that makes the end points of a mode from its bits. `from` selects eight bytes of the
+// block for each subset. For each byte of the result, eight bits are read from them at two
+// positions: those at `field` have the field at their top, those at `highest` have the highest bits
+// of the field just below that. `kept` is the mask of the bits that come from the former.
 struct EndPlan {
   Bytes32 from, field, highest, kept, p, is_p;
   uint32_t fields;
 };
 
-// The places in a word of the bytes of one channel of a subset.
+// Collects the bytes of the block that a subset needs in a 64-bit word.
 struct Gather {
   int count = 0, last = -1;
-  // Adds the bytes that hold bits first to last; returns where in the word the first bit is.
+  // Adds the bytes that contain the bits first_bit to last_bit; returns the position of the first
+  // bit in the word.
   constexpr int Add(Bytes32* from, int subset, int first_bit, int last_bit) {
     if (first_bit / 8 != last)
       from->lane[8 * subset + count++] = static_cast<uint8_t>(first_bit / 8);
@@ -158,7 +159,7 @@ constexpr EndPlan PlanEnds(int mode) {
   return plan;
 }
 
-// The end points of the subsets, eight bytes each.
+// The end points of all subsets, eight bytes for each.
 template <int kMode>
 HWY_INLINE __m256i EndPoints(const Bc7Block& block) {
   static constexpr EndPlan kPlan = PlanEnds(kMode);
@@ -182,7 +183,8 @@ HWY_INLINE __m256i EndPoints(const Bc7Block& block) {
   return ends;
 }
 
-// Registers A and B hold pixels 0 1 and 2 3 of each row, eight bytes a pixel.
+// Two registers hold the pixels 0 and 1, and the pixels 2 and 3, of each row, with eight bytes for
+// each pixel.
 constexpr Bytes64 ShiftsOfPixels(int bits, int less, int first) {
   Bytes64 shifts = {};
   for (int i = 0; i < 64; ++i) {
@@ -192,8 +194,8 @@ constexpr Bytes64 ShiftsOfPixels(int bits, int less, int first) {
   return shifts;
 }
 
-// 64 - w in even bytes and w in odd ones. 64 - w is the weight of the index counted from the other
-// end.
+// The weights 64 - w in even bytes and w in odd ones. 64 - w is the weight of the index counted
+// from the other end.
 template <int kBits>
 HWY_INLINE __m512i WeightPairs(__m512i indexes, int first) {
   static constexpr Bytes64 kShifts[2] = {ShiftsOfPixels(kBits, 0, 0), ShiftsOfPixels(kBits, 0, 2)};
@@ -259,9 +261,9 @@ HWY_INLINE void Interpolate(const Bc7Block& block, unsigned partition, uint8_t* 
 
 #else
 
-// How the end points of a subset, as words, are made from a mode's bits: the two bytes that hold
-// the field, and a factor that moves it to the top; the same for its p-bit, which goes below the
-// field.
+// The plan that makes the end points of a subset, as words, from the bits of a mode: the two bytes
+// that contain the field, and the factor that moves it to the top of the word; also for the p-bit,
+// which is moved to the bit below the field.
 struct EndPlan {
   Bytes16 from, p_from;
   Words8 to_top, kept, p_to_place, is_p, widen, rest;
@@ -307,7 +309,7 @@ HWY_INLINE VQ16 EndsOfSubset(VQ8 block) {
   return m.alpha_bits == 0 ? hn::Or(ends, Quarter(kPlan.rest)) : ends;
 }
 
-// The same 16 bytes in all blocks of a register.
+// Repeats 16 bytes in all 128-bit blocks of a register.
 HWY_INLINE V8 InEach(VQ8 v) {
 #  if HWY_TARGET == HWY_AVX2
   return V8{_mm256_broadcastsi128_si256(v.raw)};
@@ -342,7 +344,8 @@ class EndPoints {
     return ends;
   }
 
-  // For two pixels a block, each eight times in `pixels`.
+  // The end points for two pixels in each 128-bit block; `pixels` has each pixel's number eight
+  // times.
   HWY_INLINE V8 Spread(V8 pixels) const {
     if constexpr (kSubsets == 1) {
       return low_;
@@ -354,7 +357,7 @@ class EndPoints {
   }
 
  private:
-  // A place of 16 and above gives 0 from the first register, one below it from the second.
+  // Places from 16 up give 0 from the first register, places below 16 from the second.
   HWY_INLINE V8 Spread3(V8 place) const {
 #  if HWY_TARGET == HWY_NEON
     const V8 low_place = place;
@@ -366,7 +369,7 @@ class EndPoints {
                   hn::TableLookupBytesOr0(high_, high_place));
   }
 
-  // Where the end points of each pixel begin, by partition.
+  // For each partition, the byte at which the end points of each pixel begin.
   struct Places {
     Bytes16 of[64];
   };
@@ -384,10 +387,10 @@ class EndPoints {
   template <int kCount>
   static constexpr Places kFirstBytes = MakePlaces(kCount);
 
-  V8 low_, high_, subsets_;  // used as the number of subsets needs them
+  V8 low_, high_, subsets_;  // high_ only for three subsets, subsets_ for two or three
 };
 
-// 64 - w and w for each pixel, as words of pixels 0..7 and 8..15.
+// 64 - w and w for each pixel, as words: pixels 0 to 7, then 8 to 15.
 struct WeightWords {
   VQ16 low, high;
 };
@@ -399,7 +402,7 @@ HWY_INLINE WeightWords WeightPairs(uint64_t indexes) {
           hn::BitCast(Q16(), hn::InterleaveUpper(Q8(), rest, w))};
 }
 
-// Each row's pair of words per pixel: colour, alpha.
+// For each row, two words per pixel: the weights of colour and of alpha.
 struct WeightRows {
   VQ8 row[4];
 };
@@ -411,7 +414,7 @@ HWY_INLINE WeightRows JoinWeights(const WeightWords& color, const WeightWords& a
            hn::BitCast(Q8(), hn::InterleaveUpper(d, color.high, alpha.high))}};
 }
 
-// Pixels 0 and 1, or 2 and 3, of all rows, each eight times.
+// The pixels 0 and 1, or 2 and 3, of all rows, each eight times.
 constexpr uint8_t kPixelsOfRows[2][4][16] = {
     {{0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 1, 1, 1},
      {4, 4, 4, 4, 4, 4, 4, 4, 5, 5, 5, 5, 5, 5, 5, 5},
@@ -422,16 +425,17 @@ constexpr uint8_t kPixelsOfRows[2][4][16] = {
      {10, 10, 10, 10, 10, 10, 10, 10, 11, 11, 11, 11, 11, 11, 11, 11},
      {14, 14, 14, 14, 14, 14, 14, 14, 15, 15, 15, 15, 15, 15, 15, 15}}};
 
-// Of words, four times each: 0 and 1, 2 and 3 for an even row, 4 and 5, 6 and 7 for an odd one.
+// Indices that repeat words four times: 0 and 1, or 2 and 3, for an even row; 4 and 5, or 6 and 7,
+// for an odd one.
 constexpr uint8_t kWordsOfRows[2][2][16] = {
     {{0, 1, 0, 1, 0, 1, 0, 1, 2, 3, 2, 3, 2, 3, 2, 3},
      {8, 9, 8, 9, 8, 9, 8, 9, 10, 11, 10, 11, 10, 11, 10, 11}},
     {{4, 5, 4, 5, 4, 5, 4, 5, 6, 7, 6, 7, 6, 7, 6, 7},
      {12, 13, 12, 13, 12, 13, 12, 13, 14, 15, 14, 15, 14, 15, 14, 15}}};
 
-constexpr int kRows = static_cast<int>(kRegisterBlocks);  // in a register: one or two
+constexpr int kRows = static_cast<int>(kRegisterBlocks);  // rows in a register: one or two
 
-// The weights of all bytes of pixels 2 kHalf and 2 kHalf + 1 of the register's rows.
+// The weights for all bytes of the pixels 2 kHalf and 2 kHalf + 1 of the register's rows.
 template <int kHalf>
 HWY_INLINE V8 SpreadWeights(const WeightWords& words, int row) {
   const V8 both = InEach(hn::BitCast(Q8(), row < 2 ? words.low : words.high));

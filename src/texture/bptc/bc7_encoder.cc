@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
-// Encoding of BC7 blocks: one block in each 32-bit lane of the registers, so that all of them do
-// the same steps at a time (bc7_fit-inl.h).
+// Encoding of BC7 blocks (Khronos Data Format Specification, 20). Each 32-bit lane of the registers
+// holds one block, and all lanes go through the same steps (bc7_fit-inl.h).
 //
-// Mode 0 to 7 fits that mode alone. The quick search (-1) and the thorough one (-2) try several
-// modes and keep the encoding with the least squared error of what a decoder makes of it. For modes
-// with partitions (64, or 16) the best few are chosen by how much variance lines through their
-// subsets would leave, without fitting them.
+// With mode 0 to 7 only that mode is fitted. The quick search (-1) and the thorough search (-2) try
+// several modes and keep the encoding whose decoded pixels have the least squared error. For modes
+// with partitions (64, or 16) only the best few are fitted. They are chosen by an estimate: the
+// variance that lines through their subsets would leave.
 //
-// The quick search has three steps, and each goes on only with the blocks whose error is still
-// above a limit. Such blocks wait until a register is full of them. What is tried for a block
-// depends on its own pixels alone, so the same pixels always give the same block.
+// The quick search has three steps. Only blocks whose error is still above a limit go on to the
+// next step; they wait until a register is full of them. The tries for a block depend only on its
+// own pixels, so that the same pixels always give the same block.
 #include <algorithm>
 #include <limits>
 
@@ -47,7 +47,7 @@ namespace {
 HWY_INLINE MF Everywhere() { return hn::Eq(Number(0), Number(0)); }
 HWY_INLINE MF Nowhere() { return hn::Lt(Number(0), Number(0)); }
 
-// The kinds of lines of the modes: over all channels, over colours, over one channel.
+// The formats of the lines of the modes with one set of indexes.
 template <int kMode>
 struct ModeLine;
 template <>
@@ -63,13 +63,13 @@ struct ModeLine<6> : LineFormat<1, 4, 7, kEachPBits, 4> {};
 template <>
 struct ModeLine<7> : LineFormat<2, 4, 5, kEachPBits, 2> {};
 
-// How much of a mode is tried.
+// The effort for a mode: the number of partitions, and the rounds for each.
 struct Effort {
   int partitions;
   Rounds rounds;
 };
 
-// The blocks: what is to be encoded, and the best encoding so far.
+// The blocks of all lanes: their pixels, and the best encoding so far.
 struct Work {
   Channel channel[4];
   HWY_ALIGN float alpha_error[kLanes],
@@ -93,7 +93,8 @@ HWY_INLINE void Replace(MF mask, const V32 (&from)[kCount], uint32_t (*to)[kLane
   }
 }
 
-// Keeps an encoding in the lanes where it is allowed and better than all before.
+// Keeps an encoding in the lanes in which it is allowed (`may_be`) and better than all before.
+// Returns these lanes.
 HWY_INLINE MF Keep(const Line& line, VF error, V32 choice, int ends, MF may_be, Work* work) {
   const VF before = hn::Load(DF(), work->error);
   const MF is_better = hn::And(hn::Lt(error, before), may_be);
@@ -110,7 +111,7 @@ HWY_INLINE V32 Choice(int mode, V32 partitions, V32 rotations, int selection) {
   return hn::Or(fixed, hn::Or(hn::ShiftLeft<8>(partitions), hn::ShiftLeft<16>(rotations)));
 }
 
-// The subset of each pixel in these partitions, in the form that Membership takes.
+// The subsets of all pixels in these partitions, as words for Membership.
 template <int kSubsets>
 HWY_INLINE V32 Memberships(V32 partitions) {
   HWY_ALIGN uint32_t words[kLanes];
@@ -119,7 +120,7 @@ HWY_INLINE V32 Memberships(V32 partitions) {
   return hn::Load(D32(), words);
 }
 
-// Modes with one set of indexes.
+// Tries a mode with one set of indexes.
 template <int kMode, class Format = ModeLine<kMode>>
 HWY_NOINLINE void TryMode(V32 partitions, const Rounds& rounds, MF may_be, Work* work) {
   V32 membership = partitions;
@@ -142,7 +143,7 @@ HWY_NOINLINE void TryMode(V32 partitions, const Rounds& rounds, MF may_be, Work*
   Keep(line, error, choice, 2 * Format::kSubsets, may_be, work);
 }
 
-// Mode 6, in which opaque blocks are fitted differently: both p-bits are 1.
+// Tries mode 6. Opaque blocks are fitted with both p-bits 1.
 HWY_INLINE void TryMode6(const Rounds& rounds, MF may_be, Work* work) {
   const V32 none = hn::Zero(D32());
   const MF opaque = hn::And(may_be, work->IsOpaque()), other = hn::AndNot(opaque, may_be);
@@ -152,7 +153,7 @@ HWY_INLINE void TryMode6(const Rounds& rounds, MF may_be, Work* work) {
   if (!hn::AllFalse(DF(), other)) TryMode<6>(none, rounds, other, work);
 }
 
-// The channels of blocks after a rotation: alpha is exchanged with channel `rotation` - 1.
+// The channels of blocks after a rotation r > 0, which exchanges alpha with channel r - 1.
 struct Rotated {
   Channel channel[4];
 
@@ -170,8 +171,8 @@ struct Rotated {
   }
 };
 
-// Modes 4 and 5: alpha, or the channel that was exchanged with it, has indexes of its own. An alpha
-// of 255 is the highest code in either place.
+// Tries mode 4 or 5: alpha, or the channel that was exchanged with it, has its own indexes. An
+// alpha of 255 gets the highest code, wherever it is.
 template <int kMode, int kSelection>
 HWY_NOINLINE void TrySplitMode(V32 rotations, const Rounds& rounds, MF may_be, Work* work) {
   constexpr Bc7Mode m = kBc7Modes[kMode];
@@ -202,7 +203,7 @@ HWY_NOINLINE void TrySplitMode(V32 rotations, const Rounds& rounds, MF may_be, W
   Replace(is_better, alone.indexes, work->own_indexes, 2);
 }
 
-// How badly lines through the subsets of each partition fit, up to the choice of end points.
+// An estimate for each partition of the error that lines through its subsets leave.
 struct PartitionCosts {
   HWY_ALIGN float of[64][kLanes];
 
@@ -226,7 +227,7 @@ struct PartitionCosts {
   }
 };
 
-// The values of each pixel and their products.
+// The values of each pixel, and their products by pairs of channels.
 template <int kChannels>
 struct PixelMoments {
   static constexpr int kCount = kChannels + kChannels * (kChannels + 1) / 2;
@@ -243,7 +244,7 @@ struct PixelMoments {
     }
   }
 
-  // The sums of the pixels whose bits are set.
+  // Sums over the pixels whose bits are set.
   HWY_INLINE void Sum(uint32_t pixels, VF* sums) const {
     for (int j = 0; j < kCount; ++j) sums[j] = hn::Zero(DF());
     for (; pixels != 0; pixels &= pixels - 1) {
@@ -252,9 +253,9 @@ struct PixelMoments {
     }
   }
 
-  // An estimate of the variance of `count` pixels that a line leaves. The norm of the covariance is
-  // taken for its greatest eigenvalue, which it equals if all others are 0; `share` is the part of
-  // it that indexes reproduce.
+  // An estimate of the variance that remains around a line through `count` pixels. The norm of the
+  // covariance matrix stands for its greatest eigenvalue; they are equal if all others are 0.
+  // `share` is the part of that eigenvalue which the indexes reproduce.
   static HWY_INLINE VF Rest(const VF* sums, int count, float share) {
     const VF scale = Number(1.0f / static_cast<float>(count));
     VF trace = hn::Zero(DF()), square = trace;
@@ -285,7 +286,7 @@ HWY_NOINLINE void CostsOfTwo(const Work& work, int index_bits, PartitionCosts* c
   VF total[kCount];
   moments.Sum(0xFFFF, total);
   for (int p = 0; p < 64; ++p) {
-    // The smaller subset is summed.
+    // Only the smaller subset is summed; the other one is the rest.
     const int second = __builtin_popcount(kTwoSubsets[p]);
     const uint32_t pixels = second <= 8 ? kTwoSubsets[p] : 0xFFFFU ^ kTwoSubsets[p];
     const int count = second <= 8 ? second : 16 - second;
@@ -321,8 +322,8 @@ HWY_NOINLINE void CostsOfThree(const Work& work, int index_bits, int partitions,
   }
 }
 
-// The same for modes 4 and 5, which divide the channels: for rotation r, what a line with this many
-// index bits leaves of three channels, and the other indexes of the fourth.
+// The estimates for modes 4 and 5, which divide the channels, by rotation: the error that a line
+// with `index_bits` leaves in three channels, and one with `own_bits` in the fourth.
 HWY_NOINLINE void CostsOfRotations(const Work& work, int index_bits, int own_bits,
                                    PartitionCosts* costs) {
   VF total[PixelMoments<4>::kCount];
@@ -351,7 +352,7 @@ HWY_NOINLINE void CostsOfRotations(const Work& work, int index_bits, int own_bit
   }
 }
 
-// The rotations that fit best, as many as `count`.
+// Tries the `count` rotations with the best estimates.
 template <int kMode, int kSelection>
 HWY_INLINE void TryRotations(int count, const Rounds& rounds, MF may_be, Work* work) {
   constexpr Bc7Mode m = kBc7Modes[kMode];
@@ -406,11 +407,11 @@ HWY_NOINLINE void TryAny(int mode, const Effort& effort, MF may_be, Work* work) 
   }
 }
 
-// The quick search has three steps; most blocks need the first alone, and few the last.
+// The first step of the quick search, which is enough for most blocks.
 HWY_INLINE void TryFirst(Work* work) { TryMode6({2, 1, 0}, Everywhere(), work); }
 
-// The second step, the modes that gain most: two subsets of colours in blocks without alpha, and a
-// channel on its own.
+// The second step, the modes that gain most: two subsets of colours in opaque blocks, and a
+// separate channel.
 HWY_INLINE void TrySecond(Work* work) {
   const MF opaque = work->IsOpaque(), any = Everywhere();
   const MF other = hn::AndNot(opaque, any);
@@ -431,7 +432,7 @@ HWY_INLINE void TrySecond(Work* work) {
   }
 }
 
-// The third step: three subsets, and more partitions and rotations than the second.
+// The third step: three subsets, and more partitions and rotations than in the second.
 HWY_INLINE void TryThird(Work* work) {
   const MF opaque = work->IsOpaque(), any = Everywhere();
   const MF other = hn::AndNot(opaque, any);
@@ -451,7 +452,7 @@ HWY_INLINE void TryThird(Work* work) {
   }
 }
 
-// Improves the best encodings of one mode by stepping through the codes of their end points.
+// Improves the best encodings of one mode by small changes to the codes of their end points.
 template <int kMode>
 HWY_INLINE void TryAgain(const Rounds& rounds, Work* work) {
   const V32 choice = hn::Load(D32(), work->choice), byte = hn::Set(D32(), 255);
@@ -482,7 +483,7 @@ HWY_INLINE void TryThorough(Work* work) {
   TryAgain<7>(kPolished, work);
 }
 
-// Consecutive blocks. Lane 4 i + k holds block i + kLanes / 4 * k.
+// Loads consecutive blocks. Lane 4i + k gets block i + kLanes / 4 * k.
 HWY_INLINE void LoadWork(const uint8_t* src, ptrdiff_t step, Work* work) {
   const D32 d;
   const V32 byte = hn::Set(d, 255);
@@ -516,7 +517,7 @@ HWY_INLINE void LoadWork(const uint8_t* src, ptrdiff_t step, Work* work) {
   hn::Store(Number(std::numeric_limits<float>::max()), DF(), work->error);
 }
 
-// Which of the consecutive blocks a lane holds.
+// The number of the block in a lane.
 HWY_INLINE size_t BlockOf(size_t lane) { return lane / 4 + kLanes / 4 * (lane % 4); }
 
 HWY_INLINE void PackLane(const Work& work, size_t lane, uint8_t* block) {
@@ -543,7 +544,7 @@ HWY_INLINE void PackWork(const Work& work, int mode, uint8_t* dst) {
 }
 
 // Blocks that wait for the next step, until a register is full of them: their pixels, their errors
-// so far, and where their encodings go.
+// so far, and the addresses of their encodings.
 struct Waiting {
   HWY_ALIGN uint8_t pixels[4][16 * kLanes] = {};
   float error[kLanes] = {};
@@ -614,8 +615,8 @@ void EncodeStep(const uint8_t* src, ptrdiff_t step, int mode, QuickSearch* quick
   PackWork(work, mode, dst);
 }
 
-// The last step overlaps the one before; if there are fewer blocks than a step takes, it works on
-// copies.
+// Encodes `count` blocks. The last step overlaps the one before; fewer blocks than a step takes are
+// encoded on copies.
 void Encode(const uint8_t* src, ptrdiff_t step, uint8_t* dst, size_t count, int mode) {
   QuickSearch quick;
   if (count >= kLanes) {

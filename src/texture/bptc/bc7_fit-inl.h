@@ -1,20 +1,23 @@
 // SPDX-License-Identifier: MIT
-// Fits lines through the colours of blocks, one block in each 32-bit lane: end points, indexes, and
-// the squared error of what a decoder makes of them. Included once per instruction set.
+// Fits lines through the colours of blocks, one block in each 32-bit lane: it finds end points and
+// indexes, and the squared error of the pixels that a decoder makes of them. Included once per
+// instruction set.
 //
-//   1. The principal axis of each subset (powers of the covariance) gives a line and its extent.
-//   2. Each pixel takes the index of the nearest place on the line of the *stored* end points.
-//   3. Least squares give the best real end points for these indexes: with the weights w of 64,
-//      sums of (64 - w)^2, w (64 - w), w^2, (64 - w) v and w v, and a 2 x 2 system for each
-//      channel.
-//   4. The two codes of a channel are chosen together among those around the best real values: with
-//      d0, d1 their distances, the error grows by aa d0^2 + 2 ab d0 d1 + bb d1^2, so that rounding
-//      one up can make good the other.
-//   5. Steps 2 to 4 again, also from longer lines.
+//   1. The principal axis of each subset, by power iteration on the covariance, gives a line and
+//      its extent.
+//   2. Each pixel gets the index of the nearest point on the line between the *stored* end points.
+//   3. Least squares give the best real end points for these indexes. With weights w out of 64 they
+//      need the sums aa, ab, bb, av and bv of (64 - w)^2, w (64 - w), w^2, (64 - w) v and w v, and
+//      a 2 x 2 system for each channel.
+//   4. The two codes of a channel are chosen together among those around the best real values. With
+//      d0 and d1 the distances of the codes' values from these, the error grows by
+//      aa d0^2 + 2 ab d0 d1 + bb d1^2, so rounding one end up can compensate rounding the other
+//      down.
+//   5. Steps 2 to 4 are repeated, also from longer lines.
 //
-// Every instruction set must give the same blocks. So all numbers are whole, or come from single
-// operations that are rounded once; a product that is added to is exact, so that a fused operation
-// gives the same.
+// Every instruction set must give the same blocks. So all numbers are integers, or the results of
+// single operations that are rounded once. Where a product is added to a sum, the product is exact,
+// so that a fused operation gives the same result.
 #if defined(ZEPJP_SRC_TEXTURE_BPTC_BC7_FIT_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #  ifdef ZEPJP_SRC_TEXTURE_BPTC_BC7_FIT_INL_H_
 #    undef ZEPJP_SRC_TEXTURE_BPTC_BC7_FIT_INL_H_
@@ -40,16 +43,16 @@ constexpr size_t kLanes = hn::MaxLanes(DF());  // blocks side by side
 HWY_INLINE VF Number(float value) { return hn::Set(DF(), value); }
 HWY_INLINE VF Square(VF v) { return hn::Mul(v, v); }
 
-// a * b + c where the product is exact, so that a fused operation gives the same.
+// a * b + c for an exact product, so that a fused operation gives the same result.
 HWY_INLINE VF Exact(VF a, VF b, VF c) { return hn::MulAdd(a, b, c); }
 
-// To the nearest whole number below 2^22, ties to even.
+// Rounds a number below 2^22 to the nearest integer, halves to even.
 HWY_INLINE VF Whole(VF v) {
   const VF shift = Number(12582912.0f);  // 1.5 * 2^23
   return hn::Sub(hn::Add(v, shift), shift);
 }
 
-// One number per block for each of sixteen pixels.
+// A number for each of sixteen pixels of each block.
 struct Channel {
   HWY_ALIGN float pixel[16][kLanes];
 
@@ -57,7 +60,8 @@ struct Channel {
   HWY_INLINE void Set(int i, VF v) { hn::Store(v, DF(), pixel[i]); }
 };
 
-// The subset of each pixel i: bit i, or with three subsets bits 2i and 2i + 1, of a word per block.
+// The subsets of the pixels, in a word for each block: bit i for pixel i, or with three subsets
+// bits 2i and 2i + 1.
 template <int kSubsets>
 class Membership {
  public:
@@ -68,21 +72,21 @@ class Membership {
     const uint32_t bit = kSubsets == 2 ? 1U << i : 1U << (2 * i + kSubset - 1);
     return hn::RebindMask(DF(), hn::TestBit(words_, hn::Set(D32(), bit)));
   }
-  // The value of pixel i's subset.
+  // The number that belongs to the subset of pixel i.
   HWY_INLINE VF Pick(int i, const VF* of_subsets) const {
     VF v = of_subsets[0];
     if constexpr (kSubsets >= 2) v = hn::IfThenElse(Has<1>(i), of_subsets[1], v);
     if constexpr (kSubsets == 3) v = hn::IfThenElse(Has<2>(i), of_subsets[2], v);
     return v;
   }
-  // Adds pixel i's value to the sum of all pixels, sums[0], and to that of its subset unless it is
-  // the first.
+  // Adds the value of pixel i to sums[0], the sum over all pixels, and to the sum of its subset
+  // unless that is the first. LeaveFirst() then makes sums[0] the sum of the first subset.
   HWY_INLINE void Add(int i, VF v, VF* sums) const {
     sums[0] = hn::Add(sums[0], v);
     if constexpr (kSubsets >= 2) sums[1] = hn::Add(sums[1], hn::IfThenElseZero(Has<1>(i), v));
     if constexpr (kSubsets == 3) sums[2] = hn::Add(sums[2], hn::IfThenElseZero(Has<2>(i), v));
   }
-  // The same of a product of whole numbers.
+  // Adds a product of integers like Add().
   HWY_INLINE void AddProduct(int i, VF v, VF w, VF* sums) const {
     sums[0] = Exact(v, w, sums[0]);
     if constexpr (kSubsets >= 2) sums[1] = Exact(hn::IfThenElseZero(Has<1>(i), v), w, sums[1]);
@@ -96,7 +100,7 @@ class Membership {
   V32 words_;
 };
 
-// The format of the channels that one set of indexes serves in a mode.
+// The format of the channels that share a set of indexes in a mode.
 template <int kSubsetsOf, int kChannelsOf, int kBitsOf, Bc7PBits kPBitsOf, int kIndexBitsOf>
 struct LineFormat {
   static constexpr int kSubsets = kSubsetsOf, kChannels = kChannelsOf, kBits = kBitsOf;
@@ -106,7 +110,7 @@ struct LineFormat {
   static constexpr bool kOnlyOnes = false;
 };
 
-// Lines of opaque blocks in modes whose p-bits alpha shares: both p-bits are 1, so that alpha is
+// Lines of opaque blocks in modes in which alpha has the p-bits too: both are 1, so that alpha is
 // 255.
 template <class Format>
 struct OpaqueLine : Format {
@@ -117,13 +121,13 @@ struct OpaqueLine : Format {
 template <class Format>
 using Inputs = const Channel* const[Format::kChannels];
 
-// End points of all subsets.
+// The end points of all subsets.
 template <class Format>
 struct Ends {
   VF at[Format::kSubsets][2][Format::kChannels];
 };
 
-// Stored end points: their codes of kTotal bits, and the values that these stand for.
+// Stored end points: their codes of kTotal bits, and the values that the codes represent.
 template <class Format>
 struct Stored {
   Ends<Format> code, value;
@@ -141,13 +145,13 @@ struct Stored {
   }
 };
 
-// The effort: how many starting lines, how often their end points are refined, how many sweeps over
+// The effort: the number of starting lines, of refinements of their end points, and of sweeps over
 // the codes.
 struct Rounds {
   int starts, fits, sweeps;
 };
 
-// Encodings of all blocks' lines.
+// The encoding of a line in each block.
 struct Line {
   VF error;
   V32 ends[6];     // four codes of a byte each
@@ -162,8 +166,8 @@ struct Line {
   }
 };
 
-// The axis along which a subset's colours differ most, of length 1 (or 0): powers of the
-// covariance, the greatest of its rows first.
+// The axis along which the colours of a subset differ most, of length 1 (or 0): power iteration on
+// the covariance, starting with the row that has the greatest variance.
 template <int kChannels>
 HWY_INLINE void PrincipalAxis(const VF (&covariance)[kChannels][kChannels], VF* axis) {
   VF greatest = covariance[0][0];
@@ -290,7 +294,7 @@ HWY_INLINE Ends<Format> PrincipalEnds(const Inputs<Format>& in,
   return ends;
 }
 
-// The value of a code of kTotal bits: its upper bits are repeated below it.
+// The value of a code of kTotal bits: the code, and below it its upper bits again.
 template <int kTotal>
 HWY_INLINE VF WidenCode(VF code) {
   if constexpr (kTotal == 8) {
@@ -314,7 +318,7 @@ HWY_INLINE void MoveCode(int place, int step, Stored<Format>* stored) {
   stored->value.at[s][e][c] = WidenCode<Format::kTotal>(*code);
 }
 
-// Of one end point, or of both of a subset where they share it.
+// Flips the p-bit of one end point, or of both end points of a subset if they share it.
 template <class Format>
 HWY_INLINE void FlipPBit(int place, Stored<Format>* stored) {
   const bool is_shared = Format::kPBits == kSharedPBits;
@@ -331,7 +335,7 @@ HWY_INLINE void FlipPBit(int place, Stored<Format>* stored) {
   }
 }
 
-// The nearest code with this p-bit, `shift` codes further.
+// The code with this p-bit that is nearest to `end` moved by `shift` codes.
 template <class Format>
 HWY_INLINE VF NearestCode(VF end, int p, float shift) {
   constexpr bool kHasP = Format::kPBits != kNoPBits;
@@ -344,7 +348,8 @@ HWY_INLINE VF NearestCode(VF end, int p, float shift) {
   return kHasP ? hn::Add(hn::Add(code, code), Number(static_cast<float>(p))) : code;
 }
 
-// The nearest codes with this lowest bit (or any, without p-bits); returns the squared distance.
+// The codes with this p-bit (if the format has p-bits) that are nearest to an end point; returns
+// the squared distance.
 template <class Format>
 HWY_INLINE VF Nearest(const VF* ends, int p, VF* code, VF* value) {
   VF error = hn::Zero(DF());
@@ -356,7 +361,7 @@ HWY_INLINE VF Nearest(const VF* ends, int p, VF* code, VF* value) {
   return error;
 }
 
-// Stores end points: the p-bits that change them least, or ones where `opaque`.
+// Stores end points with the p-bits that change them least, or with ones in opaque blocks.
 template <class Format>
 HWY_INLINE Stored<Format> Store(const Ends<Format>& ends, MF opaque) {
   constexpr int kChannels = Format::kChannels;
@@ -400,7 +405,7 @@ class PairSearch {
     other_[1] = hn::Neg(hn::Div(ab, hn::Max(aa, Number(1))));
   }
 
-  // The best codes with these p-bits; returns what they add to the error.
+  // Finds the best codes with these p-bits; returns their contribution to the error.
   HWY_INLINE VF Find(VF e0, VF e1, int p0, int p1, VF* code0, VF* code1) const {
     VF least = Number(std::numeric_limits<float>::max());
     *code0 = *code1 = hn::Zero(DF());
@@ -408,7 +413,7 @@ class PairSearch {
       const bool is_second = i >= 2;
       const VF first = is_second ? e1 : e0, second = is_second ? e0 : e1;
       const int p_first = is_second ? p1 : p0, p_second = is_second ? p0 : p1;
-      // One code below or above its best value, and the other the best one beside that.
+      // One code is next below or above its best value, the other is the best for that.
       const VF code = NearestCode<Format>(first, p_first, i % 2 == 0 ? -0.5f : 0.5f);
       const VF d = hn::Sub(WidenCode<Format::kTotal>(code), first);
       const VF wanted = hn::Add(second, hn::Mul(d, other_[is_second ? 1 : 0]));
@@ -429,8 +434,8 @@ class PairSearch {
   VF aa_, ab2_, bb_, other_[2];
 };
 
-// The sums that give the best end points for given indexes, w of 64: of (64 - w)^2, w (64 - w),
-// w^2, and of (64 - w) v and w v for each channel.
+// The sums that give the best end points for given indexes with weights w out of 64: aa, ab and bb
+// of (64 - w)^2, w (64 - w) and w^2; av and bv of (64 - w) v and w v for each channel.
 template <class Format>
 struct FitSums {
   VF aa[Format::kSubsets], ab[Format::kSubsets], bb[Format::kSubsets];
@@ -456,7 +461,7 @@ struct FitSums {
     }
   }
 
-  // The best end points; where all indexes are alike, the mean.
+  // The best end points; if all indexes are equal, both are the mean.
   template <class Members>
   HWY_INLINE Ends<Format> Solve(const Members& members) {
     members.LeaveFirst(aa);
@@ -488,8 +493,8 @@ struct FitSums {
   static HWY_INLINE VF Clamp(VF v) { return hn::Min(hn::Max(v, hn::Zero(DF())), Number(255)); }
 };
 
-// Stores the best end points of these sums, the two of each channel chosen together, with all
-// p-bits there may be.
+// Stores the best end points for these sums. The two codes of each channel are chosen together, for
+// each possible choice of p-bits.
 template <class Format>
 HWY_INLINE Stored<Format> StoreTogether(const FitSums<Format>& sums, const Ends<Format>& ends,
                                         MF opaque) {
@@ -527,8 +532,8 @@ HWY_INLINE Stored<Format> StoreTogether(const FitSums<Format>& sums, const Ends<
   return stored;
 }
 
-// The line of these stored end points: the index of the nearest place on it for each pixel, and the
-// error.
+// Encodes the pixels with these stored end points: finds the index of the nearest point on the line
+// for each pixel, and the error.
 template <class Format, class Members>
 HWY_INLINE Line Assign(const Inputs<Format>& in, const Members& members,
                        const Stored<Format>& stored, FitSums<Format>* sums) {
@@ -541,11 +546,11 @@ HWY_INLINE Line Assign(const Inputs<Format>& in, const Members& members,
       slope[c][s] = hn::Mul(difference, Number(1.0f / 64));
       square = Exact(difference, slope[c][s], square);
       from = Exact(stored.value.at[s][0][c], slope[c][s], from);
-      // Half a one more decides ties upwards, as the decoder's + 32 does.
+      // Adding 1/128 rounds halves up, as the decoder does by adding 32.
       start[c][s] = hn::Add(stored.value.at[s][0][c], Number(1.0f / 128));
     }
     inverse[s] = hn::Div(Number(Format::kLast), hn::Max(square, Number(1.0f / 64)));
-    // On a line without length all pixels get a middle index, so that both ends count equally.
+    // On a line of length 0 all pixels get a middle index, so that both ends count equally.
     constexpr int kMiddleIndex = (Format::kLast + 1) / 2;
     constexpr float kMiddle = kMiddleIndex / (64.0f * Format::kLast);
     origin[s] = hn::IfThenElse(hn::Eq(square, hn::Zero(DF())), Number(kMiddle), hn::Neg(from));
@@ -586,9 +591,9 @@ HWY_INLINE Line Assign(const Inputs<Format>& in, const Members& members,
   return line;
 }
 
-// Tries end points whose codes differ by one step in one place, as long as that helps, at most
-// `sweeps` times through all places. With p-bits a step is 2; then come the p-bits themselves,
-// where they are free.
+// Tries end points that differ by one step in one code, as long as that reduces the error, in at
+// most `sweeps` passes over all codes. With p-bits a step is 2, and then the p-bits themselves are
+// flipped unless they are fixed.
 template <class Format, class Members>
 HWY_INLINE void Polish(const Inputs<Format>& in, const Members& members, MF opaque, int sweeps,
                        Stored<Format>* stored, Line* best) {
@@ -617,7 +622,7 @@ HWY_INLINE void Polish(const Inputs<Format>& in, const Members& members, MF opaq
   }
 }
 
-// Moves both ends of each subset outwards, by so much in all.
+// Moves each end of each subset outwards by `distance`.
 template <class Format>
 HWY_INLINE void Lengthen(float distance, Ends<Format>* ends) {
   for (int s = 0; s < Format::kSubsets; ++s) {
@@ -635,8 +640,8 @@ HWY_INLINE void Lengthen(float distance, Ends<Format>* ends) {
   }
 }
 
-// The best line found: from the principal axis, then refined; and the same from longer lines, whose
-// end points leave more choice of the values between them.
+// Finds the best line from the principal axis by refinement, and then again from longer lines,
+// whose end points allow other values between them.
 template <class Format>
 Line FitLine(const Inputs<Format>& in, V32 membership, MF opaque, const Rounds& rounds) {
   const Membership<Format::kSubsets> members(membership);

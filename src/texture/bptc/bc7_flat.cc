@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
-// BC7 blocks of one colour. All pixels have the same index; the index, the p-bits and, for each
-// channel, the two codes are chosen so that ((64 - w) a + w b + 32) >> 6 comes nearest to the
-// value. For given index and p-bits the search runs over one code of a channel, outwards from the
-// value; the best other code follows from it.
+// BC7 blocks of one colour (Khronos Data Format Specification, 20). All pixels have the same index.
+// The index, the p-bits and the two codes of each channel are chosen so that ((64 - w) a + w b +
+// 32) >> 6 is as near as possible to the value. For each index and choice of p-bits the search goes
+// through the first code of a channel, starting near the value; the best second code follows from
+// the first.
 #include "texture/bptc/bc7_flat.h"
 
 #include <algorithm>
@@ -19,7 +20,7 @@ constexpr uint64_t kEveryPixel = 0x1111111111111111;
 
 int Mix(int a, int b, int weight) { return ((64 - weight) * a + weight * b + 32) >> 6; }
 
-// The codes of a channel's end point that have one p-bit.
+// The codes of an end point of a channel with the p-bit `p`.
 class Codes {
  public:
   Codes(const Bc7Mode& mode, int p)
@@ -32,7 +33,7 @@ class Codes {
     const int code = At(i) << (8 - bits_);
     return code | code >> bits_;
   }
-  // The code below a value or a little further.
+  // A code near a value.
   int Near(int value) const { return std::clamp((value * count()) >> 8, 0, count() - 1); }
 
  private:
@@ -45,7 +46,7 @@ struct Pair {
   int distance = std::numeric_limits<int>::max();
 };
 
-// The codes whose mixture is nearest to a value. The first code is tried from that value outwards.
+// The pair of codes whose interpolated value is nearest to `value`.
 Pair NearestPair(const Codes& first, const Codes& second, int weight, int value) {
   Pair best;
   const int near = first.Near(value);
@@ -63,17 +64,17 @@ Pair NearestPair(const Codes& first, const Codes& second, int weight, int value)
   return best;
 }
 
-// One subset's choice.
+// The encoding of a subset.
 struct Flat {
   uint32_t ends[2] = {}, index = 0;
-  uint32_t error = std::numeric_limits<uint32_t>::max();  // squared, of one pixel's colours
+  uint32_t error = std::numeric_limits<uint32_t>::max();  // squared, of R, G and B of one pixel
 };
 
 Flat Search(const Bc7Mode& mode, uint32_t pixel) {
   static constexpr int kWeights[2][4] = {{0, 21, 43, 64}, {0, 9, 18, 27}};
   Flat best;
   const int p_count = mode.p_bits == kNoPBits ? 1 : 2;
-  // The other half of the indexes gives the same with the ends exchanged.
+  // The other half of the indexes gives the same values with the ends exchanged.
   for (uint32_t index = 0; index < 1U << (mode.index_bits - 1); ++index) {
     const int weight = kWeights[mode.index_bits - 2][index];
     for (int p = 0; p < p_count * p_count; ++p) {
@@ -95,8 +96,8 @@ Flat Search(const Bc7Mode& mode, uint32_t pixel) {
   return best;
 }
 
-// Mode 5 is exact for every colour: a value is that of a code of seven bits, or lies between the
-// values of two neighbouring codes; index 1 then gives it, with the nearer one first.
+// Mode 5 is exact for every colour: a value is that of a code of seven bits, or it lies between the
+// values of two neighbouring codes. Then index 1 gives the value, with the nearer code first.
 void PackExactly(uint32_t pixel, uint8_t* block) {
   Bc7Choice choice = {5, 0, 0, 0, {}, {pixel >> 24, pixel >> 24}, kEveryPixel, 0};
   for (int c = 0; c < 3; ++c) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// BC7 blocks of one colour.
+// Encoding of BC7 blocks whose pixels are all equal.
 #ifndef ZEPJP_SRC_TEXTURE_BPTC_BC7_FLAT_H_
 #define ZEPJP_SRC_TEXTURE_BPTC_BC7_FLAT_H_
 
@@ -7,9 +7,9 @@
 
 namespace zepjp {
 
-// Packs a block whose pixels all equal this one (R in the lowest byte) if its squared error is less
-// than `error`; returns whether it did. Modes 0 to 3 and 5 are packed as such, -1 and -2 as mode 5;
-// modes 4, 6 and 7 never.
+// Packs a block of pixels that all equal `pixel` (R in the lowest byte) if its squared error is
+// less than `error`; returns whether it was packed. Modes 0 to 3 and 5 use that mode, -1 and -2 use
+// mode 5; blocks for modes 4, 6 and 7 are never packed.
 bool PackFlatBc7(uint32_t pixel, int mode, uint32_t error, uint8_t* block);
 
 }  // namespace zepjp

@@ -1,22 +1,24 @@
 // SPDX-License-Identifier: MIT
-// The eight modes of BC7 blocks, and where their fields are. From the lowest bit on: the mode (as
-// many zeros, and a one), partition, rotation, selection of indexes, end points (all R, all G, all
-// B, all A; subset by subset), p-bits, indexes, second indexes.
+// The eight modes of BC7 blocks and the positions of their fields (Khronos Data Format
+// Specification, 20). From the lowest bit up, a block has: the mode m as m zeros and a one, the
+// partition, the rotation, the selection of indexes, the end points (all R, all G, all B, all A,
+// each subset by subset), the p-bits, the indexes, the second indexes.
 #ifndef ZEPJP_SRC_TEXTURE_BPTC_BC7_MODES_H_
 #define ZEPJP_SRC_TEXTURE_BPTC_BC7_MODES_H_
 
 namespace zepjp {
 
-enum Bc7PBits { kNoPBits, kEachPBits, kSharedPBits };  // an end point's lowest bit, or a subset's
+// A p-bit is the lowest bit of all channels of an end point, or of both end points of a subset.
+enum Bc7PBits { kNoPBits, kEachPBits, kSharedPBits };
 
 struct Bc7Mode {
   int number, subsets, partition_bits, rotation_bits, selection_bits, color_bits, alpha_bits;
   Bc7PBits p_bits;
   int index_bits, second_bits;
 
-  // The stored bits of a channel.
+  // The number of stored bits of a channel.
   constexpr int Width(int channel) const { return channel < 3 ? color_bits : alpha_bits; }
-  // Where the bits of an end point of a subset begin.
+  // The position of the bits of an end point of a subset.
   constexpr int EndPoint(int channel, int subset, int end) const {
     return FirstEndPoint() + 2 * subsets * channel * color_bits +
            (2 * subset + end) * Width(channel);

@@ -13,7 +13,7 @@ namespace {
 
 constexpr uint64_t kOnes = 0x1111111111111111;
 
-// Four bits a pixel: 1 for those of a subset.
+// Masks of subsets with four bits per pixel: 1 for the pixels of the subset.
 struct SubsetMasks {
   uint64_t of_two[64], of_three[64][2];
 };
@@ -49,9 +49,9 @@ Subsets SubsetsOf(int count, int partition) {
           {0, kAnchorOfThree1[partition], kAnchorOfThree2[partition]}};
 }
 
-// Exchanges the ends of subsets whose anchor's index has its highest bit set, which is not stored,
-// and counts their indexes from the other end: weight i from there is 64 less weight i, so the
-// pixels stay the same.
+// The highest bit of the index of a subset's anchor pixel is not stored and must be 0. If it is 1,
+// the ends of the subset are exchanged and its indexes counted from the other end. The weight there
+// is 64 minus the old weight, so the pixels do not change.
 void TurnSubsets(const Subsets& subsets, int bits, uint32_t* ends, uint64_t* indexes) {
   const uint64_t last = (uint64_t{1} << bits) - 1;
   for (int s = 0; s < subsets.count; ++s) {
@@ -61,7 +61,7 @@ void TurnSubsets(const Subsets& subsets, int bits, uint32_t* ends, uint64_t* ind
   }
 }
 
-// `bits` of each four, without gaps.
+// Joins the lowest `bits` bits of each four.
 uint64_t Squeeze(uint64_t nibbles, int bits) {
   const int gap = 4 - bits;
   uint64_t v = nibbles;

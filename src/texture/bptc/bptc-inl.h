@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What the decoders of BC6H and BC7 share: indexes out of the block's bits, and their weights.
-// Included once per instruction set.
+// Operations that the decoders of BC6H and BC7 share: extracting indexes from a block, and looking
+// up their weights. Included once per instruction set.
 #if defined(ZEPJP_SRC_TEXTURE_BPTC_BPTC_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #  ifdef ZEPJP_SRC_TEXTURE_BPTC_BPTC_INL_H_
 #    undef ZEPJP_SRC_TEXTURE_BPTC_BPTC_INL_H_
@@ -31,14 +31,14 @@ HWY_INLINE uint64_t LoadHalf(const uint8_t* from) {
   return half;
 }
 
-// Inserts the highest bit of the index of pixel `anchor`, which is 0 and not stored. The indexes
-// before it are complete.
+// Inserts the highest bit of the index of pixel `anchor`, which is 0 and not stored. The indexes of
+// the pixels before it must be complete.
 template <int kBits>
 HWY_INLINE uint64_t InsertAnchor(uint64_t indexes, unsigned anchor) {
   return indexes + (indexes & (~uint64_t{0} << (kBits * anchor + kBits - 1)));
 }
 
-// Sixteen indexes of kBits each, to bytes.
+// Expands sixteen indexes of kBits bits to bytes.
 #  if HWY_TARGET == HWY_AVX3
 
 template <int kBits>
@@ -53,8 +53,8 @@ HWY_INLINE VQ8 ExpandIndexes(uint64_t indexes) {
 
 #  else
 
-// For pixel `first` and the seven after it: the two bytes that hold its index, and the factor that
-// moves the index to the top of their word.
+// For eight pixels from `first`: the two bytes that contain a pixel's index, and the factor that
+// moves the index to the top of that word.
 template <int kBits>
 constexpr Bytes16 IndexBytes(int first) {
   Bytes16 bytes = {};
@@ -95,7 +95,7 @@ constexpr Bytes16 WeightTable() {
   return table;
 }
 
-// The weights, of 64, of sixteen pixels.
+// The weights of sixteen pixels, out of 64.
 template <int kBits>
 HWY_INLINE VQ8 Weights(uint64_t indexes) {
   static constexpr Bytes16 kTable = WeightTable<kBits>();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What BC6H and BC7 share: the partitions of a block's pixels in two or three subsets, and the
-// weights of indexes (Khronos Data Format Specification, 20 and 21).
+// Tables that BC6H and BC7 share: the partitions of a block's pixels into two or three subsets, and
+// the weights of indexes (Khronos Data Format Specification, 20 and 21).
 #ifndef ZEPJP_SRC_TEXTURE_BPTC_BPTC_TABLES_H_
 #define ZEPJP_SRC_TEXTURE_BPTC_BPTC_TABLES_H_
 
@@ -8,7 +8,8 @@
 
 namespace zepjp {
 
-// Bit i is the subset of pixel i; bits 2i and 2i + 1 where there are three.
+// The subset of pixel i: bit i of a partition into two, bits 2i and 2i + 1 of a partition into
+// three.
 constexpr uint16_t kTwoSubsets[64] = {
     0xCCCC, 0x8888, 0xEEEE, 0xECC8, 0xC880, 0xFEEC, 0xFEC8, 0xEC80, 0xC800, 0xFFEC, 0xFE80,
     0xE800, 0xFFE8, 0xFF00, 0xFFF0, 0xF000, 0xF710, 0x008E, 0x7100, 0x08CE, 0x008C, 0x7310,
@@ -26,7 +27,7 @@ constexpr uint32_t kThreeSubsets[64] = {
     0xAA444444, 0x54A854A8, 0x95809580, 0x96969600, 0xA85454A8, 0x80959580, 0xAA141414, 0x96960000,
     0xAAAA1414, 0xA05050A0, 0xA0A5A5A0, 0x96000000, 0x40804080, 0xA9A8A9A8, 0xAAAAAA44, 0x2A4A5254};
 
-// The pixels besides pixel 0 whose indexes lack their highest bit, which is 0.
+// The anchor pixels besides pixel 0. The highest bit of an anchor's index is 0 and not stored.
 constexpr uint8_t kAnchorOfTwo[64] = {
     15, 15, 15, 15, 15, 15, 15, 15, 15, 15, 15, 15, 15, 15, 15, 15, 15, 2,  8, 2, 2, 8,
     8,  15, 2,  8,  2,  2,  8,  8,  2,  2,  15, 15, 6,  8,  2,  8,  15, 15, 2, 8, 2, 2,
@@ -40,7 +41,7 @@ constexpr uint8_t kAnchorOfThree2[64] = {
     15, 8, 3, 15, 6,  10, 15, 15, 10, 8,  15, 3,  15, 10, 10, 8,  9,  10, 6,  15, 8,  15,
     3,  6, 6, 8,  15, 3,  15, 15, 15, 15, 15, 15, 15, 15, 15, 15, 3,  15, 15, 8};
 
-// Of 64. Weight i from the end is 64 less weight i.
+// Weights out of 64. They are symmetric: weight i from the end is 64 minus weight i.
 constexpr uint8_t kWeights2[4] = {0, 21, 43, 64};
 constexpr uint8_t kWeights3[8] = {0, 9, 18, 27, 37, 46, 55, 64};
 constexpr uint8_t kWeights4[16] = {0, 4, 9, 13, 17, 21, 26, 30, 34, 38, 43, 47, 51, 55, 60, 64};
