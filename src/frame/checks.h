@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
-// The argument checks of an export, in the order in which they are written:
+// The argument checks of an export, made in the order in which they are written:
 //
 //   if (auto bad = Checks().Ptr(pSrc).Planes(pDst, 3).Step(srcStep).Size(roiSize).Failed()) {
 //     return bad;
 //   }
 //
-// The first check that fails decides the status; later ones look at nothing. So an array is only
-// read after the pointer to it was found good, and a condition that reads memory is given as a
-// callable:
+// The first check that fails decides the status, and later ones read nothing. So an array is read
+// only after its pointer has passed, and a condition that reads memory is passed as a callable:
 //
 //   Checks().Ptr(pState).Refuse([&] { return IsOther(pState); }, zepStatusContextMismatch)
 #ifndef ZEPJP_SRC_FRAME_CHECKS_H_
@@ -24,8 +23,8 @@ class Checks {
  public:
   [[nodiscard]] zepStatus Failed() const { return status_; }
 
-  // `status` is the result if the callable returns true. It is called only if no check before
-  // failed.
+  // `status` is the result if the callable returns true. The callable runs only if all checks so
+  // far have passed.
   template <class IsBad, class = decltype(std::declval<const IsBad&>()())>
   Checks& Refuse(const IsBad& is_bad, zepStatus status) {
     if (HWY_UNLIKELY(status_ == zepStatusOk && is_bad())) status_ = status;
@@ -50,7 +49,7 @@ class Checks {
     return *this;
   }
 
-  // The first four bytes of a state record say what it is.
+  // A state record begins with four bytes that identify its kind.
   Checks& Identifier(const void* state, const char (&id)[4]) {
     return Refuse([&] { return __builtin_memcmp(state, id, sizeof(id)) != 0; },
                   zepStatusContextMismatch);
@@ -58,7 +57,7 @@ class Checks {
 
   Checks& Step(int32_t step) { return Refuse(step <= 0, zepStatusBadStep); }
 
-  // Each of `count` steps; the pointer to them has been checked.
+  // Each of `count` steps; the array itself has been checked before.
   Checks& Steps(const int32_t* steps, int count) {
     for (int i = 0; i < count && status_ == zepStatusOk; ++i) Step(steps[i]);
     return *this;

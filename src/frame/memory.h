@@ -9,7 +9,7 @@
 
 namespace zepjp {
 
-// Null where `size` is below 1 (the core library is not asked) or memory is short.
+// Null if `size` is below 1 (the core library is not called then) or memory is exhausted.
 inline void* Allocate(int32_t size) { return size < 1 ? nullptr : zepMalloc(size); }
 
 inline void Release(void* memory) { zepFree(memory); }

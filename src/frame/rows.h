@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Rows: where they are, and which thread works on them.
+// Where the rows of a plane lie in memory, and which threads work on them.
 #ifndef ZEPJP_SRC_FRAME_ROWS_H_
 #define ZEPJP_SRC_FRAME_ROWS_H_
 
@@ -15,8 +15,8 @@
 
 namespace zepjp {
 
-// Row `y` of a plane whose rows lie `step` bytes apart. The product has the width of an address,
-// and there may be more rows than an int32_t counts.
+// Row `y` of a plane whose rows lie `step` bytes apart. The product is computed in the width of an
+// address and wraps like one, so that negative steps work.
 template <class T>
 T* Row(T* plane, int32_t step, int64_t y) {
   const uintptr_t offset = static_cast<uintptr_t>(ptrdiff_t{step}) * static_cast<uintptr_t>(y);
@@ -26,8 +26,8 @@ T* Row(T* plane, int32_t step, int64_t y) {
 // Regions of up to this many elements stay on the calling thread.
 constexpr int64_t kMaxSerialElements = 8192;
 
-// Calls row(y) for all rows of the region, on several threads where it is large. Rows must not
-// depend on one another; the team may turn out smaller than asked for.
+// Calls row(y) for all rows of the region, on several threads if it is large. Rows must not depend
+// on one another. The runtime may use fewer threads than it is asked for.
 template <class RowFunction>
 void ForRows(zepiSize roi, const RowFunction& row) {
   [[maybe_unused]] const int32_t threads = ownGetNumThreads();

@@ -1,11 +1,18 @@
 // SPDX-License-Identifier: MIT
-// OpenMP runtimes end the program when the system refuses them a thread or memory, and hang in a
-// child of fork(), whose threads are gone while the runtime still counts on them. So a team that
-// this thread has not had yet is tried out with plain threads first, whose failure is harmless:
-// all of them are held until the last one has started, then let go, and what could be started is
-// what the runtime is asked for. Their stacks are made here, for glibc keeps its own for later
-// threads, and a runtime that wants another size could not have them. This costs some ten
-// microseconds a thread, once for each calling thread and team size.
+// Finds a team size that the OpenMP runtime can start.
+//
+// OpenMP runtimes abort the program when the system refuses them a thread or memory. They also hang
+// in a child of fork(): its threads are gone, but the runtime still waits for them. A library must
+// not do either.
+//
+// So before this thread uses a new team size, it starts that number of plain POSIX threads, whose
+// failure is harmless. All of them wait at a gate until the last one has started; then they end,
+// and the runtime is asked for no more threads than could run at the same time. This takes some ten
+// microseconds per thread, once for each calling thread and team size.
+//
+// The trial threads run on stacks that are mapped here and unmapped afterwards. Stacks that glibc
+// allocates would stay in its cache, and a runtime that wants another stack size could not use that
+// memory.
 #include "frame/team.h"
 
 #include <omp.h>
@@ -35,7 +42,7 @@ ZEP_AT_LOAD void NoteForks() {
 
 constexpr int32_t kMaxTeam = 1024;
 
-// A thread of the trial: it waits for the gate and ends.
+// A trial thread: it waits at the gate and ends.
 struct Trial {
   pthread_t thread;
   pthread_mutex_t* gate;
@@ -46,8 +53,8 @@ struct Trial {
 #ifdef __linux__
 long ThreadId() { return syscall(SYS_gettid); }
 
-// A thread that was joined counts against the system's limits for another moment. The bound is for
-// a system that gives the same number to a new thread at once.
+// A joined thread still counts against the system's limits for a moment. The loop is bounded in
+// case the system gives the same number to a new thread at once.
 void WaitUntilGone(const Trial& trial) {
   constexpr int kMaxYields = 100000;
   for (int i = 0; i < kMaxYields && syscall(SYS_tgkill, getpid(), trial.id, 0) == 0; ++i) {
@@ -67,8 +74,9 @@ void* WaitAtGate(void* argument) {
   return nullptr;
 }
 
-// The addresses that one thread takes: its stack, a little larger than usual as runtimes choose it,
-// and the heap that glibc reserves where a thread allocates: 64 MiB, which it cuts out of 128.
+// The address space that one thread needs: its stack, a little above the default because runtimes
+// choose larger ones, and the heap that glibc reserves when a thread allocates (128 MiB, of which
+// it keeps an aligned 64 MiB).
 struct Room {
   size_t stack;
   size_t whole;
@@ -105,8 +113,8 @@ bool Start(Trial& trial, pthread_mutex_t* gate, const Room& room) {
   return is_started;
 }
 
-// The size of a team that can be started here: `wanted` if that many threads can live at once and
-// leave some memory for the runtime's own records, else one less than can.
+// The size of a team that can be started here: `wanted` if wanted - 1 threads can run beside this
+// one and leave some memory for the runtime's own records, else the number that could be started.
 int32_t TryTeam(int32_t wanted) {
   constexpr size_t kRecordsOfRuntime = size_t{1} << 20;
   auto* const trials =
@@ -130,7 +138,8 @@ int32_t TryTeam(int32_t wanted) {
   return is_enough ? wanted : std::max(started, 1);
 }
 
-// What this thread asked for last, and got. The initial-exec model never allocates.
+// The last team size that this thread asked for, and the one it got. The initial-exec model never
+// allocates.
 struct Team {
   int32_t wanted;
   int32_t size;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// How many threads a parallel region may safely ask for.
+// The number of threads that a parallel region may safely ask for.
 #ifndef ZEPJP_SRC_FRAME_TEAM_H_
 #define ZEPJP_SRC_FRAME_TEAM_H_
 
@@ -7,8 +7,8 @@
 
 namespace zepjp {
 
-// `wanted`, or fewer where the system has no room for that many; 1 in a child of fork(), and where
-// the runtime would not open a further region.
+// Returns `wanted`, or less if the system cannot start that many threads. Returns 1 in a child of
+// fork(), and where the runtime would not start a nested region.
 int32_t TeamSize(int32_t wanted);
 
 }  // namespace zepjp

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-// The choice of a family's kernels among those compiled for each instruction set.
+// Chooses a family's kernels among those compiled for each instruction set.
 //
 // A family's file is compiled once per instruction set by Highway's foreach_target. Each pass
-// defines a constant table `kKernels`, filled by name, in the namespace of its target; at load one
-// of them is copied to the family's own table:
+// defines a constant table `kKernels` in the namespace of its target. When the library is loaded,
+// the table of the best enabled target is copied to the family's own table:
 //
 //   Kernels kernels;
 //   ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
@@ -16,7 +16,7 @@
 
 namespace zepjp {
 
-// One pointer for each instruction set, null where it was not compiled.
+// One pointer for each instruction set, null for those that were not compiled.
 template <class T>
 struct PerTarget {
   const T* ssse3;
@@ -36,7 +36,7 @@ const T* Choose(const PerTarget<T>& tables, const Enabled& enabled) {
 
 }  // namespace zepjp
 
-// What foreach_target.h leaves out in the files of scalar coders (simd/scalar-inl.h).
+// The targets that foreach_target.h skips in the files of scalar coders (simd/scalar-inl.h).
 #define ZEP_ALL_BUT_SCALAR_TARGETS (HWY_SSE4 | HWY_AVX3)
 
 // The table of the best instruction set that is enabled here.

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 // The few vector operations that Highway lacks. Included once per instruction set.
 
-// The instruction set that kernels call AVX-512 has byte permutations and dot products besides what
-// Highway's target names. (Its own newer target would not do: it stands for processors that have
-// the dot products in their VEX form too, which many with AVX-512 lack.)
+// What the kernels call AVX-512 includes byte permutations and dot products, which Highway's AVX3
+// target does not name. (Highway's next target does not fit: it also requires the VEX form of the
+// dot products, which many AVX-512 processors lack.)
 #undef ZEP_TARGET_STR
 #if HWY_TARGET == HWY_AVX3
 #  define ZEP_TARGET_STR \
@@ -46,15 +46,16 @@ HWY_INLINE void CopyBytes(const void* from, void* to, size_t size) {
   __builtin_memcpy(to, from, size);
 }
 
-// PackBlocks: two registers to one of half as wide lanes, saturated. In 128-bit blocks: each block
-// of the result holds that block of `low`, then that of `high`. 32-bit lanes become signed 16-bit
-// ones, 16-bit lanes unsigned 8-bit ones.
+// PackBlocks narrows two registers to one with saturation: 32-bit lanes become signed 16-bit lanes,
+// 16-bit lanes become unsigned 8-bit lanes. It works within 128-bit blocks: each block of the
+// result holds that block of `low`, then that of `high`.
 //
-// PairDot: kEven * v[2i] + kOdd * v[2i+1] of unsigned bytes in 16-bit lanes; the weights are small.
+// PairDot is kEven * v[2i] + kOdd * v[2i+1] of unsigned bytes in 16-bit lanes. The weights must be
+// so small that the sum fits 15 bits.
 //
-// Nearest: the nearest integers, halves to even, of floats that 32 bits hold.
+// Nearest rounds floats to the nearest integers, halves to even; the results must fit 32 bits.
 //
-// DotAcc: acc + a[2i] * b[2i] + a[2i+1] * b[2i+1] in 32-bit lanes; the sum wraps.
+// DotAcc is acc + a[2i] * b[2i] + a[2i+1] * b[2i+1] in 32-bit lanes; the sum wraps.
 #  if HWY_TARGET == HWY_NEON
 
 HWY_INLINE hn::Vec128<int16_t> PackBlocks(hn::Vec128<int32_t> low, hn::Vec128<int32_t> high) {
@@ -150,7 +151,7 @@ HWY_INLINE hn::Vec512<int32_t> DotAcc(hn::Vec512<int32_t> acc, hn::Vec512<int16_
 #    endif
 #  endif
 
-// The 64-bit halves [a0 b0 a1 b1 ...] that PackBlocks leaves, in order: [a0 a1 ... b0 b1 ...].
+// Reorders the 64-bit halves that PackBlocks leaves, [a0 b0 a1 b1 ...], to [a0 a1 ... b0 b1 ...].
 template <class T>
 HWY_INLINE hn::Vec128<T> OrderHalves(hn::Vec128<T> v) {
   return v;
@@ -199,8 +200,8 @@ HWY_INLINE void StoreBlocks(hn::VFromD<hn::Simd<uint8_t, kLanes, 0>> v,
 // Stores the lanes of three vectors of bytes in turn: a0 b0 c0 a1 b1 c1 ...
 #  if HWY_TARGET == HWY_AVX3
 
-// For byte i of the triples that start at byte `start`: which lane it comes from, and of which
-// vector.
+// For byte i of a store that begins at byte `start` of the triples: the vector and the lane from
+// which it comes.
 struct TripleIndices {
   alignas(64) uint8_t from_ab[64];  // 64 and above: b
   alignas(64) uint8_t from_c[64];
@@ -243,18 +244,18 @@ HWY_INLINE void StoreTriples(hn::VFromD<D> a, hn::VFromD<D> b, hn::VFromD<D> c, 
 
 #  endif
 
-// How the elements of one step lie in memory: kPlanes rows, kBytes for each element.
+// The memory layout of the elements of one step: kPlanes rows, kBytes for each element.
 template <int kPlanesOf, size_t kBytesOf>
 struct Span {
   static constexpr int kPlanes = kPlanesOf;
   static constexpr size_t kBytes = kBytesOf;
 };
 
-// Calls step(src, dst, x) for the elements from `begin` up to but excluding `end` of a row, kStep
-// at a time. A step reads them at src[i] + x * Source::kBytes and writes as many at dst[i] + x *
-// Target::kBytes. The last step overlaps the one before, so source and target must not overlap. If
-// there are fewer than kStep, it works on copies, so that a step never touches anything outside the
-// row.
+// Calls step(src, dst, x) for the elements `begin` to `end` - 1 of a row, kStep at a time. A step
+// reads kStep elements at src[i] + x * Source::kBytes and writes kStep at dst[i] + x *
+// Target::kBytes. The last step starts earlier and repeats some elements, so that it ends at `end`;
+// therefore source and target must not overlap. A row of fewer than kStep elements is processed on
+// copies. So a step never touches anything outside the row.
 template <size_t kStep, class Source, class Target, class Step>
 HWY_INLINE void ForElements(const uint8_t* const* src, uint8_t* const* dst, size_t begin,
                             size_t end, const Step& step) {

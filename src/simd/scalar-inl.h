@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
-// Scalar coders, compiled twice: for the floor, and for processors with AVX2, which have BMI1, BMI2
-// and LZCNT too: shifts by a variable count, and leading zeros, in one instruction. Such a file
-// begins with
+// Attributes for scalar coders. Such a file is compiled twice: for the minimum processor, and for
+// processors with AVX2, which also have BMI1, BMI2 and LZCNT (single instructions for shifts by a
+// variable count and for counting leading zeros). The file begins with
 //
 //   #define HWY_DISABLED_TARGETS ZEP_ALL_BUT_SCALAR_TARGETS   // simd/dispatch.h, before
 //                                                             foreach_target.h
 //
-// and includes this one after foreach_target.h, once per instruction set. `features` are those of
-// AVX2's processors that its code may use. ZEP_SCALAR_ATTR(features) stands after the arguments of
-// a lambda.
+// and includes this one after foreach_target.h, once per instruction set. `features` names the
+// instruction sets that its code may use on processors with AVX2. ZEP_SCALAR_ATTR(features) stands
+// after the arguments of a lambda.
 #include "hwy/highway.h"
 
 #undef ZEP_BEFORE_SCALAR_NAMESPACE
