@@ -20,8 +20,8 @@ namespace {
 constexpr uint32_t kTypeMask = 31;
 
 #if defined(__x86_64__) || defined(__i386__)
-// The largest in the list of caches that a cpuid leaf gives, 0 where it gives none. No processor
-// has more than a handful; the bound stops at one that never ends its list.
+// The size of the largest cache that a cpuid leaf lists, or 0. Processors list only a few; the
+// bound is for one whose list never ends.
 uint64_t LargestInLeaf(unsigned leaf) {
   constexpr unsigned kMaxCaches = 16;
   const auto last = static_cast<unsigned>(__get_cpuid_max(leaf & 0x80000000U, nullptr));
@@ -37,7 +37,8 @@ uint64_t LargestInLeaf(unsigned leaf) {
   return largest;
 }
 
-// Leaf 4 is Intel's, 0x8000001D the same thing with AMD, where leaf 4 is empty.
+// Intel lists caches in leaf 4, AMD in leaf 0x8000001D with the same layout and leaves leaf 4
+// empty.
 uint64_t LargestByProcessor() {
   const uint64_t largest = LargestInLeaf(4);
   return largest != 0 ? largest : LargestInLeaf(0x8000001DU);
@@ -61,7 +62,8 @@ uint64_t LargestBySystem() {
 
 bool IsCache(const CacheWords& words) { return (words.eax & kTypeMask) != 0; }
 
-// EBX holds line size, partitions and ways in 12, 10 and 10 bits, ECX the sets, each less 1.
+// EBX holds the line size, partitions and ways in 12, 10 and 10 bits, ECX the number of sets, each
+// minus 1.
 uint64_t DataCacheSize(const CacheWords& words) {
   const uint32_t type = words.eax & kTypeMask;
   if (type != 1 && type != 3) return 0;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// From the words in which an x86 processor describes its caches to their size.
+// Cache sizes from the cpuid words in which an x86 processor describes its caches.
 #ifndef ZEPJP_CORE_SRC_CACHE_H_
 #define ZEPJP_CORE_SRC_CACHE_H_
 
@@ -12,13 +12,13 @@ struct CacheWords {
   uint32_t eax, ebx, ecx;
 };
 
-// Whether this is a description of a cache at all: the list ends with one that is not.
+// Whether the words describe a cache. The list ends with words that do not.
 bool IsCache(const CacheWords& words);
 
-// Its size in bytes; 0 for one that holds no data (instruction caches).
+// The size in bytes; 0 for an instruction cache.
 uint64_t DataCacheSize(const CacheWords& words);
 
-// What to answer for a largest cache of this many bytes, 0 standing for "not known".
+// The reported size for a largest cache of `largest` bytes; 0 means that the size is unknown.
 int32_t ReportedCacheSize(uint64_t largest);
 
 }  // namespace zepcore

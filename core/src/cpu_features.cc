@@ -17,7 +17,7 @@ constexpr uint32_t Bits(Positions... positions) {
   return ((1U << positions) | ...);
 }
 
-// cpuid leaf 1, ECX. SSE4.2 brings POPCNT along for a compiler, so it has to be there too.
+// cpuid leaf 1, ECX. Compilers use POPCNT in code for SSE4.2, so POPCNT is required too.
 constexpr uint32_t kSse4Leaf1 = Bits(1, 19, 20, 23, 25);  // PCLMULQDQ, SSE4.1, SSE4.2, POPCNT, AES
 constexpr uint32_t kOsXsave = Bits(27);                   // XGETBV may be used
 constexpr uint32_t kAvx2Leaf1 = Bits(12, 27, 28, 29);     // FMA, OSXSAVE, AVX, F16C
@@ -51,11 +51,11 @@ uint64_t ReadXcr0() {
   return (uint64_t{high} << 32) | low;
 }
 
-// Under a hypervisor each cpuid is a trip out of the guest, so none is asked for twice.
+// Under a hypervisor each cpuid leaves the guest, which is slow, so each leaf is read only once.
 FeatureWords ReadFeatureWords() {
   FeatureWords words = {};
   unsigned eax, ebx, ecx, edx;
-  // Some compilers' __get_cpuid_max() is an int.
+  // With some compilers __get_cpuid_max() returns an int.
   const auto last = static_cast<unsigned>(__get_cpuid_max(0, nullptr));
   const auto last_extended = static_cast<unsigned>(__get_cpuid_max(0x80000000U, nullptr));
   if (last < 1) return words;
@@ -94,8 +94,8 @@ unsigned DigitOf(char c) {
   return 16;
 }
 
-// Reads a decimal or 0x... number that fills the whole text. Not strtoull, which takes signs and
-// spaces too and leaves its mark in errno.
+// Reads a decimal or 0x... number that fills the whole text. strtoull() would also accept signs and
+// spaces, and it sets errno.
 bool ParseNumber(const char* text, uint64_t* value) {
   const bool is_hex = text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
   const unsigned base = is_hex ? 16 : 10;

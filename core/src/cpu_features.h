@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// From the words in which an x86 processor describes itself to the feature mask.
+// The feature mask from the cpuid words in which an x86 processor describes itself.
 #ifndef ZEPJP_CORE_SRC_CPU_FEATURES_H_
 #define ZEPJP_CORE_SRC_CPU_FEATURES_H_
 
@@ -20,8 +20,7 @@ struct FeatureWords {
 // The mask for these words; `is_64_bit` tells whether the program runs in 64-bit mode.
 uint64_t MaskOf(const FeatureWords& words, bool is_64_bit);
 
-// The mask that is left of `detected` under `setting`, the value of the environment variable (null:
-// it is not set).
+// `detected`, restricted by `setting`, the value of the environment variable (null: not set).
 uint64_t Narrowed(uint64_t detected, const char* setting);
 
 }  // namespace zepcore

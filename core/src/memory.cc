@@ -4,8 +4,8 @@
 
 #include "zepcore.h"
 
-// aligned_alloc() takes whole multiples of the alignment. Rounded up, an int32 still fits 32 bits
-// without a sign.
+// aligned_alloc() accepts only multiples of the alignment. An int32_t rounded up to one still fits
+// uint32_t.
 void* zepMalloc(int32_t size) {
   constexpr uint32_t kAlignment = 64;
   if (size < 1) return nullptr;

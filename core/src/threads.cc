@@ -11,17 +11,17 @@
 
 namespace {
 
-// OpenMP runtimes end the program when the system refuses them a thread, so no slip of a caller
-// may ask for millions.
+// OpenMP runtimes end the program when the system refuses them a thread, so a caller's mistake must
+// not ask for millions.
 constexpr int32_t kMaxCount = 1024;
 
-// Constant from the start: callers may come before any constructor.
+// Constant-initialized: callers may run before any constructor.
 std::atomic<int32_t> chosen_count{0};  // 0: the default
 static_assert(std::atomic<int32_t>::is_always_lock_free);
 
 #ifdef _OPENMP
-// Some OpenMP runtimes crash when asked before their own constructors have run, which they have
-// when this library's turn comes.
+// Some OpenMP runtimes crash if they are called before their own constructors have run. Those run
+// before this library's constructors.
 std::atomic<bool> openmp_is_up{false};
 
 __attribute__((constructor(101))) void NoteThatOpenMpIsUp() {

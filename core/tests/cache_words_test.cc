@@ -10,7 +10,7 @@ using zepcore::CacheWords;
 constexpr uint32_t kData = 1, kInstructions = 2, kUnified = 3;
 
 CacheWords Words(uint32_t type, uint32_t line, uint32_t partitions, uint32_t ways, uint32_t sets) {
-  constexpr uint32_t kOtherBitsOfEax = 0xFFFFFFE0U;  // level, sharing: of no interest
+  constexpr uint32_t kOtherBitsOfEax = 0xFFFFFFE0U;  // level and sharing, which are ignored
   return {kOtherBitsOfEax | type, (ways - 1) << 22 | (partitions - 1) << 12 | (line - 1), sets - 1};
 }
 

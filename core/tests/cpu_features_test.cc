@@ -16,7 +16,7 @@ constexpr uint64_t kSse4 = ZEPCORE_CPU_SSE4;
 constexpr uint64_t kUpToAvx2 = ZEPCORE_CPU_SSE4 | ZEPCORE_CPU_AVX2;
 constexpr uint64_t kUpToAvx512 = kUpToAvx2 | ZEPCORE_CPU_AVX512;
 
-// One bit of the words that a processor with AVX-512 has set, and the mask that is left without it.
+// One CPUID bit that a processor with AVX-512 has, and the feature mask without that bit.
 struct NeededBit {
   const char* name;
   char word;  // '1': leaf 1 ECX, 'b' and 'c': leaf 7 EBX and ECX, 'e': 0x80000001 ECX, 'x': XCR0
@@ -71,7 +71,7 @@ void Flip(const NeededBit& bit, FeatureWords* words) {
   }
 }
 
-// Exactly the needed bits and no other.
+// CPUID words with exactly the needed bits.
 FeatureWords LeastWords() {
   FeatureWords words = {};
   for (const NeededBit& bit : NeededBits()) Flip(bit, &words);

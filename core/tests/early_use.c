@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: MIT */
-/* Calls every function before the program's constructors and, where the C library has such a thing,
- * before those of the shared libraries, and once more from main(). */
+/* Calls every function before the program's constructors and, if the C library allows it, before
+ * those of the shared libraries; and again from main(). */
 #include <stdio.h>
 #include <string.h>
 
@@ -40,7 +40,7 @@ __attribute__((constructor(101))) static void BeforeOtherConstructors(void) {
   CallAll(&in_constructor);
 }
 
-/* Sanitizers are not up yet at that time. */
+/* Sanitizers are not initialized yet at that time. */
 #if defined(__has_feature)
 #  if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || \
       __has_feature(memory_sanitizer)

@@ -44,7 +44,7 @@ TEST(Malloc, LargeSizes) {
   }
 }
 
-// Where there is room for it; the sanitizers' allocators end the program instead of refusing.
+// Skipped with sanitizers, whose allocators end the program instead of returning null.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 TEST(Malloc, LargestSizes) {
   for (const int32_t size : {INT32_MAX, INT32_MAX - 62, INT32_MAX - 63, INT32_MAX - 64}) {
