@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Reading bits and symbols of a JPEG stream, one step after the other.
+// Reads bits and symbols of a JPEG stream step by step.
 #ifndef ZEPJP_TESTS_REFERENCE_BIT_READER_H_
 #define ZEPJP_TESTS_REFERENCE_BIT_READER_H_
 
@@ -7,7 +7,7 @@
 
 namespace reference {
 
-// Everything lives in the caller's variables at every moment.
+// The whole state is always in the caller's variables.
 struct Reader {
   const uint8_t* src;
   int32_t length;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Writing bits of a JPEG stream, one step after the other.
+// Writes bits of a JPEG stream step by step.
 #ifndef ZEPJP_TESTS_REFERENCE_BIT_WRITER_H_
 #define ZEPJP_TESTS_REFERENCE_BIT_WRITER_H_
 

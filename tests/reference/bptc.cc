@@ -80,7 +80,7 @@ std::string Subsets(int count, int partition) {
                       : kThreeSubsets[partition];
 }
 
-// Which pixels' indexes are one bit shorter: by partition, those of subset 1 and 2.
+// The pixels whose indexes are one bit shorter, by partition, in subsets 1 and 2.
 const int kAnchorOfTwo[64] = {15, 15, 15, 15, 15, 15, 15, 15, 15, 15, 15, 15, 15, 15, 15, 15,
                               15, 2,  8,  2,  2,  8,  8,  15, 2,  8,  2,  2,  8,  8,  2,  2,
                               15, 15, 6,  8,  2,  8,  15, 15, 2,  8,  2,  2,  2,  15, 15, 6,
@@ -308,7 +308,7 @@ const Bc6hFormat kBc6h[] = {
 // ends[k][c]: channel c of end point k.
 using Ends = std::array<std::array<int, 3>, 4>;
 
-// A field of a layout: r0[9], r0[0..9], or r0[15..10], whose highest bit comes first.
+// Takes a field of a layout: r0[9], r0[0..9], or r0[15..10], whose highest bit comes first.
 void TakeField(const std::string& field, Bits* bits, Ends* ends) {
   const size_t channel = field[0] == 'r' ? 0 : field[0] == 'g' ? 1 : 2;
   int& value = (*ends)[static_cast<size_t>(field[1] - '0')][channel];
@@ -386,7 +386,7 @@ Tile DecodeBc6h(const uint8_t* block, bool is_signed) {
   return tile;
 }
 
-// Decodes all blocks, then puts the rows in place one after another.
+// Decodes all blocks, then stores the rows one after another.
 template <class T, size_t kChannels, class DecodeBlock>
 zepStatus Decode(const uint8_t* src, T* dst, int32_t step, zepiSize size, DecodeBlock decode) {
   if (src == nullptr || dst == nullptr) return zepStatusNullPtr;

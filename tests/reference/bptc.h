@@ -14,8 +14,8 @@ zepStatus zepiTextureDecodeBlockToRGB_BC6HS_8u16u_C1C3R(const uint8_t* src, uint
 zepStatus zepiTextureDecodeBlockToRGBA_BC7_8u_C1C4R(const uint8_t* src, uint8_t* dst,
                                                     int32_t dst_step, zepiSize size);
 
-// The squared difference, over all channels, of the pixels inside `size` and the BC7 blocks that are to hold
-// them. (What the encoder has to keep small; there is no one right encoding.)
+// The squared difference, over all channels, between the pixels inside `size` and the decoded BC7
+// blocks. The encoder must keep it small; there is no single right encoding.
 uint64_t Bc7Error(const uint8_t* src, int32_t src_step, zepiSize size, const uint8_t* blocks);
 
 // The mode of a BC7 block, or 8.

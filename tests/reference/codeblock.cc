@@ -10,7 +10,8 @@
 namespace reference {
 namespace {
 
-// Table C.2: the estimate of the less probable symbol, the next states, whether the sense changes.
+// A row of table C.2: the estimate of the less probable symbol, the next states, and whether the
+// symbols are exchanged.
 struct Estimate {
   uint32_t qe;
   int nmps;
@@ -59,7 +60,7 @@ void AfterLps(Context* context) {
 
 void AfterMps(Context* context) { context->state = kEstimates[context->state].nmps; }
 
-// Where a decision goes: an encoder takes the bit, a decoder finds it.
+// Codes a decision: an encoder writes the bit, a decoder finds it.
 class Coder {
  public:
   virtual ~Coder() = default;
@@ -69,7 +70,7 @@ class Coder {
 // Figures C.3 to C.11.
 class MqEncoder : public Coder {
  public:
-  // Appends to bytes; the one in front of them takes part only in that it is no FF.
+  // Appends to bytes. The byte before them only matters in not being FF.
   MqEncoder(std::vector<uint8_t>* bytes, Contexts* contexts)
       : bytes_(*bytes), contexts_(*contexts) {
     start_ = bytes_.size();
@@ -110,7 +111,7 @@ class MqEncoder : public Coder {
     if (LastIsFf()) bytes_.pop_back();
   }
 
-  // D.4.2. The byte that is put out last remains in the byte register, and is dropped.
+  // D.4.2. The last byte remains in the byte register and is dropped.
   void FlushPredictably() {
     int k = 11 - ct_ + 1;
     while (k > 0) {
@@ -136,7 +137,7 @@ class MqEncoder : public Coder {
 
   void ByteOut() {
     if (!LastIsFf() && c_ >= 0x8000000) {
-      ++bytes_.back();  // never in front of the segment: there is no carry so early
+      ++bytes_.back();  // never before the segment: the first byte has no carry
       if (LastIsFf()) c_ &= 0x7FFFFFF;
     }
     if (LastIsFf()) {
@@ -198,9 +199,10 @@ class MqDecoder : public Coder {
     return bit;
   }
 
-  // Whether an encoder ends the segment so, by predictable termination: counted from the front, in bits
-  // that were shifted in. Of the bytes that hold them the segment has all, except an FF at the end; and
-  // below the lowest bit of these bytes the code differs from the interval's lower end, not above.
+  // Whether an encoder with predictable termination would end the segment like this. The segment
+  // must have exactly the bytes that contain the bits shifted in so far, except an FF at the end;
+  // and the code may differ from the lower end of the interval only below the lowest bit of these
+  // bytes.
   bool EndsPredictably() const {
     if (size_ > 0 && bytes_[size_ - 1] == 0xFF) return false;
     int64_t held = 0;
@@ -251,7 +253,7 @@ class MqDecoder : public Coder {
   int ct_ = 0;
 };
 
-// Bits as they are, after an FF one less in the byte.
+// Raw bits; a byte after FF has one bit less.
 class RawEncoder : public Coder {
  public:
   explicit RawEncoder(std::vector<uint8_t>* bytes) : bytes_(*bytes) {}
@@ -261,8 +263,8 @@ class RawEncoder : public Coder {
     if (--room_ == 0) PutByte();
     return bit;
   }
-  // Fills the last byte with 0, 1, 0 ...; an FF at the end is left out, or with predictable termination
-  // a whole byte follows it.
+  // Pads the last byte with 0, 1, 0 ...; an FF at the end is omitted, or with predictable
+  // termination followed by a padding byte.
   void Flush(bool is_predictable) {
     for (int pad = 0; HasPart(); pad ^= 1) Decide(0, pad);
     if (!after_ff_) return;
@@ -299,8 +301,9 @@ class RawDecoder : public Coder {
     return bits_.back();
   }
 
-  // Whether predictable termination ends the segment so: writes the same bits once more. The bit that is
-  // stuffed after FF is looked at only in a byte of padding; and an FF may have been left out.
+  // Whether predictable termination ends the segment like this: writes the same bits again and
+  // compares. The bit that is stuffed after FF only matters in a padding byte; and an FF at the end
+  // may have been omitted.
   bool EndsPredictably() const {
     std::vector<uint8_t> segment(bytes_, bytes_ + size_), bytes;
     RawEncoder encoder(&bytes);
@@ -346,11 +349,11 @@ int ZeroContext(int subband, int h, int v, int d) {
   return std::min(d, 2);
 }
 
-// Called with the place of each sample that a pass codes, the plane, the bit and whether it was
-// significant before.
+// Called for each sample that a pass codes, with its index, the plane, the bit and whether the
+// sample was significant before.
 using Listener = std::function<void(size_t index, int plane, int bit, bool refined)>;
 
-// The passes of a block. The data are those to encode, or what was decoded so far.
+// The passes of a block. The samples are those to encode, or those decoded so far.
 class Passes {
  public:
   Passes(int width, int height, int subband, int style, std::vector<uint32_t>* data, bool decodes)
@@ -364,7 +367,7 @@ class Passes {
 
   void set_listener(Listener listener) { listener_ = std::move(listener); }
 
-  // False: the segmentation symbol is wrong.
+  // Returns false if the segmentation symbol is wrong.
   bool Run(int type, int plane, Coder* coder, bool is_raw) {
     plane_ = plane;
     coder_ = coder;
@@ -392,7 +395,8 @@ class Passes {
     return static_cast<size_t>(y) * static_cast<size_t>(width_) + static_cast<size_t>(x);
   }
 
-  // A neighbour of a sample in row `from`. Rows of the next stripe do not count in causal mode.
+  // A neighbour of a sample in row `from`. With vertically causal contexts, rows of the next stripe
+  // count as insignificant.
   const Sample* Neighbour(int x, int y, int from) const {
     if (x < 0 || x >= width_ || y < 0 || y >= height_) return nullptr;
     if ((style_ & kCausal) != 0 && y / 4 > from / 4) return nullptr;
@@ -484,7 +488,7 @@ class Passes {
       const Sample& sample = samples_[At(x, row)];
       if (sample.significant || sample.visited || HasNeighbours(x, row)) is_run = false;
     }
-    bool is_known = false;  // that the sample in row y becomes significant
+    bool is_known = false;  // whether it is known that the sample in row y becomes significant
     if (is_run) {
       int first = 0;
       while (!decodes_ && first < 4 && BitOf(x, top + first) == 0) ++first;
@@ -531,13 +535,14 @@ bool IsRaw(int pass, int style) {
 // The first pass after the segment that holds `pass`.
 int SegmentEnd(int pass, int style) {
   if ((style & kTerminate) != 0) return pass + 1;
-  if ((style & kBypass) == 0) return 91;  // all that there can be
+  if ((style & kBypass) == 0) return 91;  // the largest possible number of passes
   if (pass < 10) return 10;
   return TypeOf(pass) == 0 ? pass + 2 : pass + 1;
 }
 
-// What the decoder gains, in squares of the plane's value, by midpoints below the plane; on the lowest
-// plane it is taken to arrive at the value itself. The value counts with 7 bits from the plane down.
+// The reduction of the squared error by a bit, in units of the plane's squared value, with midpoint
+// reconstruction; on the lowest plane the decoder reaches the value itself. Of the value 7 bits
+// from the plane down are used.
 double Gain(uint32_t value, int plane, bool is_lowest, bool refined) {
   const uint64_t bits = uint64_t{value & 0x7FFFFFFF} << 6 >> plane & 127;
   const double x = static_cast<double>(bits) / 64;
@@ -550,7 +555,7 @@ double Gain(uint32_t value, int plane, bool is_lowest, bool refined) {
   return even * even;
 }
 
-// Passes decisions on and keeps them.
+// Forwards decisions to a coder and records them.
 struct Decision {
   int context;
   int bit;
@@ -570,7 +575,7 @@ class Recorder : public Coder {
   std::vector<Decision>& decisions_;
 };
 
-// Writes the passes of a block, and remembers which decisions each of them took.
+// Encodes the passes of a block, and records the decisions of each.
 class BlockEncoder {
  public:
   BlockEncoder(const CodeBlock& block, int subband, int style)
@@ -647,14 +652,15 @@ class BlockEncoder {
     coded->segment_lengths.push_back(static_cast<int32_t>(length));
   }
 
-  // The bytes with all bits so far; an FF at the end is read where there is nothing.
+  // The number of bytes that contain all bits so far. An FF at the end is not needed, because
+  // decoders read ones there.
   size_t RawLength(const CodedPass& pass, const CodedBlock& coded) const {
     size_t end = std::min(static_cast<size_t>(pass.rate), coded.bytes.size());
     if (end > start_ && coded.bytes[end - 1] == 0xFF) --end;
     return end - start_;
   }
 
-  // By trying: at least as many bytes as for the pass before.
+  // Found by trying, starting from the length of the pass before.
   size_t ShortestLength(int pass, size_t length, const CodedBlock& coded) const {
     while (!CanDecode(pass, length, coded)) ++length;
     return length;
@@ -679,13 +685,13 @@ class BlockEncoder {
   Contexts contexts_ = InitialContexts();
   std::unique_ptr<MqEncoder> mq_;
   std::unique_ptr<RawEncoder> raw_;
-  int first_ = 0;  // pass of the segment
+  int first_ = 0;  // the first pass of the segment
   size_t start_ = 0;
   Contexts contexts_at_start_;
   std::vector<std::vector<Decision>> decisions_;  // of each pass of the segment
 };
 
-// Reads segment after segment.
+// Decodes segment after segment.
 class BlockDecoder {
  public:
   BlockDecoder(int width, int height, int subband, int magnitude_bits, int passes, int style,
@@ -712,7 +718,7 @@ class BlockDecoder {
       ++pass_;
       --block_.passes_left;
     }
-    // Only where the encoder must have ended the code here.
+    // Only if the encoder must have ended the segment here.
     if ((style_ & kPredictable) == 0 || pass_ != end) return;
     if (!(is_raw ? raw.EndsPredictably() : mq.EndsPredictably())) block_.failed = true;
   }

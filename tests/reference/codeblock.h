@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Code-blocks of JPEG 2000, one decision after the other as ISO/IEC 15444-1, annexes C and D, draw them.
-// Encoder and decoder walk the same passes; only the coder that a decision goes to differs.
+// Code-blocks of JPEG 2000, decision by decision as in the flow charts of ISO/IEC 15444-1, annexes
+// C and D. Encoder and decoder share the passes and differ only in the coder of a decision.
 #ifndef ZEPJP_TESTS_REFERENCE_CODEBLOCK_H_
 #define ZEPJP_TESTS_REFERENCE_CODEBLOCK_H_
 
@@ -28,12 +28,12 @@ struct CodeBlock {
 
 struct CodedPass {
   int32_t rate = 0;              // bytes that the coder has put out
-  int32_t truncated_length = 0;  // bytes that suffice up to here
+  int32_t truncated_length = 0;  // bytes from which everything up to here can be decoded
   double distortion = 0;         // removed by this pass, in squared steps of the lowest plane
 };
 
 struct CodedBlock {
-  int32_t planes = 0;  // significant magnitude bits, from bit 0 on
+  int32_t planes = 0;  // magnitude bits, from bit 0
   std::vector<CodedPass> passes;
   std::vector<int32_t> segment_lengths;
   std::vector<uint8_t> bytes;

@@ -116,7 +116,8 @@ void ForwardAndQuantize(Values v, int16_t* dst, const uint16_t* table) {
   }
 }
 
-// One row of the inverse transform: 6 bits of a sample's fraction, scaled for the column pass.
+// One row of the inverse transform, with 6 fractional bits of a sample and the scale for the column
+// pass.
 void InverseRow(Values& v, int y, int32_t extra) {
   const auto row = v.begin() + 8 * y;
   int32_t out[8];
@@ -157,7 +158,8 @@ void InverseColumn(Values& v, int x) {
   }
 }
 
-// The first row carries the rounding of the results, and `shift`, through both passes.
+// The inverse transform. The rounding of the results, and `shift`, are added in the first row and
+// pass through both passes.
 Values Inverse(Values v, int32_t shift) {
   for (int y = 0; y < 8; ++y) InverseRow(v, y, y == 0 ? ((shift * 64 + 32) << 11) - 860 : 0);
   for (int x = 0; x < 8; ++x) InverseColumn(v, x);
@@ -178,7 +180,7 @@ zepStatus InverseCorner(int corner, const int16_t* src, uint8_t* dst, int32_t st
   return StoreSamples(Inverse(v, 128), dst, step);
 }
 
-// Single precision, in the order of the sums of the kernels.
+// Single precision, with sums in the same order as in the kernels.
 using Floats = std::array<float, 64>;
 
 void Butterfly(float& x, float& y) {
@@ -199,7 +201,7 @@ void Reflect(int k, float& x, float& y) {
 
 constexpr float kFloatCos4 = 0.70710678F;
 
-// Eight values at a stride, transformed in place; 2 sqrt2 times too large.
+// Transforms eight values at a stride in place; the results are 2 sqrt2 times too large.
 void FloatForward(float* values, int stride) {
   const auto at = [=](int i) -> float& { return values[i * stride]; };
   float sum[4], difference[4];
@@ -240,7 +242,7 @@ void FloatInverse(float* values, int stride) {
   }
 }
 
-// Rows, then columns; 8 times too large.
+// Transforms rows, then columns; the results are 8 times too large.
 template <class Pass>
 void FloatTransform(Floats& block, const Pass& pass) {
   for (int y = 0; y < 8; ++y) pass(block.data() + 8 * y, 1);

@@ -9,7 +9,7 @@
 namespace reference {
 namespace {
 
-// All bits of a source from a position on, each with its place, up to what ends them.
+// All bits of a source from a position up to its end or a marker, each with its place.
 struct AllBits {
   AllBits(const uint8_t* src, int32_t length, int32_t from) {
     int32_t at = from / 8;
@@ -37,7 +37,7 @@ struct AllBits {
       last = 8 * at;
     }
   }
-  // Of the bit after the first `count`.
+  // The place of the bit after the first `count` bits.
   int32_t PlaceBehind(size_t count) const { return count < places.size() ? places[count] : last; }
 
   std::vector<int> bits;
@@ -110,7 +110,7 @@ struct Code {
   uint32_t value, length;
 };
 
-// The codes and values of a block; false: a symbol has no code.
+// Appends the codes and values of a block; false if a symbol has no code.
 bool Codes(const int16_t* src, int64_t last_dc, const zepiEncodeHuffmanSpec* dc_table,
            const zepiEncodeHuffmanSpec* ac_table, std::vector<Code>* codes) {
   const auto add = [&](const zepiEncodeHuffmanSpec* table, uint32_t run, int64_t value) {

@@ -17,7 +17,7 @@ void* At(T* block, int32_t step, int i) {
          kPositions[i][1] * static_cast<ptrdiff_t>(sizeof(T));
 }
 
-// What stands below the valid bits has no meaning.
+// Clears the bits below the valid ones, which are undefined.
 void ClearInvalid(uint32_t* accumulator, uint32_t count) {
   *accumulator &= count == 0 ? 0 : ~uint32_t{0} << (32 - count);
 }

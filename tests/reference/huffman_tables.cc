@@ -9,7 +9,7 @@ namespace {
 
 using std::size_t;
 
-// The lengths of all codes in order, then a 0; false for more than 256.
+// Lists the lengths of all codes in order, then a 0; false for more than 256 codes.
 bool ListSizes(const uint8_t* list_bits, std::vector<int>* sizes) {
   for (int length = 1; length <= 16; ++length) {
     if (sizes->size() + list_bits[length - 1] > 256) return false;
@@ -19,7 +19,8 @@ bool ListSizes(const uint8_t* list_bits, std::vector<int>* sizes) {
   return true;
 }
 
-// Counts the codes up, doubling at each new length. With `check` a length must have a code left.
+// Lists the codes: they count up within a length and are doubled from one length to the next. With
+// `check`, each length must have a free code left.
 bool ListCodes(const std::vector<int>& sizes, bool check, std::vector<uint64_t>* codes) {
   uint64_t code = 0;
   int length = sizes[0];

@@ -10,20 +10,20 @@
 namespace reference {
 namespace {
 
-// Where chroma is reduced, and by how much.
+// The reduction of chroma in both directions.
 struct Sampling {
   int32_t x, y;
   zepiSize Size() const { return {8 * x, 8 * y}; }
 };
 constexpr Sampling k444 = {1, 1}, k422 = {2, 1}, k411 = {2, 2};
 
-// Sample (x, y) of a component that is `columns` blocks wide.
+// The index of sample (x, y) of a component that is `columns` blocks wide.
 size_t Place(int32_t columns, int32_t x, int32_t y) {
   const int32_t block = y / 8 * columns + x / 8;
   return static_cast<size_t>(64 * block + y % 8 * 8 + x % 8);
 }
 
-// The component's samples in their order of rows.
+// The samples of a component, row by row.
 struct Samples {
   int32_t columns;  // blocks
   int32_t rows;
@@ -53,7 +53,7 @@ Samples FromBlocks(const int16_t* blocks, int32_t columns, int32_t rows) {
   return samples;
 }
 
-// By a function over planes of the MCU's size.
+// Converts with the function for planes, on planes of the size of the MCU.
 template <class PlaneFunction>
 zepStatus ByPlanes(const PlaneFunction& function, Sampling sampling, const uint8_t* src,
                    int32_t step, int16_t* const* dst) {
@@ -135,7 +135,7 @@ zepStatus SampleDown(Sampling sampling, const uint8_t* src, int32_t step, int16_
   return zepStatusOk;
 }
 
-// All components in full.
+// All components at full size.
 struct FullPlanes {
   FullPlanes(Sampling sampling, const int16_t* const* src, int32_t count) {
     for (int32_t i = 0; i < count; ++i) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// By the coins of the coin collector's problem: each symbol has one for each length, of its weight and of value
-// 2^-length, and the cheapest ones that together make n - 1 are paid.
+// Solves the coin collector's problem: each symbol has one coin for each length, which costs its
+// weight and has the value 2^-length; the cheapest coins with a total value of n - 1 are selected.
 #include "reference/optimal_table.h"
 
 #include <algorithm>

@@ -6,7 +6,8 @@
 
 namespace reference {
 
-// The least number of bits that prefix codes of at most 16 bits, one of them unused, take for these counts.
+// The smallest number of bits for these counts with prefix codes of at most 16 bits, of which one
+// is unused.
 int64_t LeastCodeLength(const int32_t* statistics);
 
 }  // namespace reference

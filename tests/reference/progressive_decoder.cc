@@ -17,7 +17,7 @@ zepStatus TakeBits(Reader* reader, uint32_t count, uint32_t* bits) {
   return count == 0 ? zepStatusOk : reader->Bits(static_cast<int>(count), bits);
 }
 
-// The blocks of an end-of-band run, this one included; 0 where its bits are missing.
+// Takes the length of an end-of-band run, this block included; 0 if its bits are missing.
 zepStatus TakeRun(Reader* reader, uint32_t size) {
   uint32_t more = 0;
   const zepStatus status = TakeBits(reader, size, &more);

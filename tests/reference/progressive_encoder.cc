@@ -11,7 +11,7 @@
 namespace reference {
 namespace {
 
-// What is written: a symbol, or `count` bits.
+// An item of the output: a symbol, or `count` bits.
 struct Item {
   bool is_symbol;
   int64_t value;
@@ -24,7 +24,8 @@ uint32_t Category(int64_t value) {
   return bits;
 }
 
-// A scan's block as a list of items (T.81, G.1.2.2 and G.1.2.3), and what waits after it.
+// A block of a scan as a list of items (T.81, G.1.2.2 and G.1.2.3), and the bits that stay pending
+// after it.
 struct Scan {
   int64_t eob_run = 0;
   std::vector<uint8_t> corrections;
@@ -155,7 +156,7 @@ zepStatus WriteScan(const Scan& scan, const zepiEncodeHuffmanSpec* table, Writer
   return zepStatusOk;
 }
 
-// False: a count would leave its range, and none has changed.
+// Returns false if a count would overflow; then none has changed.
 bool Count(const std::vector<Item>& items, int32_t* statistics) {
   std::vector<int64_t> sums(statistics, statistics + 256);
   for (const Item& item : items) {

@@ -116,7 +116,7 @@ zepStatus Reducing(const Pixel& pixel, int32_t rows, uint8_t* const* dst, int32_
   return odd ? zepStatusOddSizeWarning : zepStatusOk;
 }
 
-// Where the pixels of a source lie: what the conversions above call as pixel(x, y).
+// Access to the pixels of a source: the conversions above call the result as pixel(x, y).
 auto Interleaved(const uint8_t* src, int32_t step, int32_t channels, Order order) {
   return [=](int32_t x, int32_t y) { return InterleavedPixel(src, step, channels, order, x, y); };
 }

@@ -11,7 +11,7 @@
 namespace reference {
 namespace {
 
-using Pixel = std::array<int, 4>;  // as many channels as there are
+using Pixel = std::array<int, 4>;  // the channels that the format has
 using Tile = std::array<Pixel, 16>;
 
 uint64_t Bits(const uint8_t* from, int count) {
@@ -55,7 +55,7 @@ void DecodeChannel(const uint8_t* block, unsigned channel, Tile* tile) {
   for (unsigned i = 0; i < 16; ++i) (*tile)[i][channel] = palette[indexes >> (3 * i) & 7];
 }
 
-// Decodes all blocks, then puts the rows in place one after another.
+// Decodes all blocks, then stores the rows one after another.
 template <unsigned kChannels, size_t kBlockBytes, class DecodeBlock>
 zepStatus Decode(const uint8_t* src, uint8_t* dst, int32_t step, zepiSize size,
                  DecodeBlock decode) {
@@ -84,7 +84,7 @@ zepStatus Decode(const uint8_t* src, uint8_t* dst, int32_t step, zepiSize size,
   return zepStatusOk;
 }
 
-// The bounds of a channel, drawn in by a sixteenth.
+// The minimum and maximum of a channel, moved inwards by a sixteenth of their distance.
 struct Bounds {
   int low, high;
 };

@@ -80,7 +80,7 @@ uint32_t DifferenceNumberOf(uint32_t alphabet, uint32_t index) {
   return number + index;
 }
 
-// A state, taken apart and put together again.
+// A state unpacked to its tables and scans; it is packed again after the call.
 struct Table {
   uint32_t alphabet, index, initialized;
   int32_t upper, lower, delta1, delta2;
@@ -158,7 +158,7 @@ void AdaptScan(Entry* entries, uint32_t k) {
   if (k != 0 && entries[k].total > entries[k - 1].total) std::swap(entries[k], entries[k - 1]);
 }
 
-// One bit after the other into the stream.
+// Writes the stream bit by bit.
 struct Writer {
   uint8_t** dst;
   uint32_t *acc, *count;
@@ -349,7 +349,7 @@ uint32_t ReadLevel(Table* table, Reader* from) {
   return 2 + (1u << n) + from->Bits(n);
 }
 
-// What leads beyond the last slot is cut; a run for which there is no room is none.
+// A run beyond the last slot is cut; a run without room counts as 0.
 uint32_t ReadRun(uint32_t longest, Reader* from) {
   if (longest <= 1) return longest;
   if (longest <= 4) return 1 + from->Code(kShortRuns[longest - 2]);
@@ -406,7 +406,7 @@ int32_t Packed(int32_t value, uint32_t model_bits, uint32_t trim_bits) {
   return static_cast<int32_t>(2 * (2 * t + (value < 0 ? 1 : 0)) + 1);
 }
 
-// The pairs of 16 levels that stand where the entries' numbers say; the scan adapts.
+// The pairs of 16 levels in scan order; the scan adapts.
 std::vector<Pair> Scan(const int32_t* levels, Entry* entries) {
   std::vector<Pair> pairs;
   uint32_t run = 0;

@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: MIT
-// The adaptive coding of JPEG XR coefficients, bit by bit. Functions have the names and arguments of the
-// exports, but check nothing.
+// The adaptive coding of JPEG XR coefficients, bit by bit. Functions have the names and arguments
+// of the exports, but check nothing.
 //
 // A state is 445 words of 32 bits:
 //   0                          the number of the current scan
-//   1 + 12 t + field           table t, 0 to 20: alphabet, index, initialized, upper, lower, delta1, delta2,
-//                              then 1 + the number of the code table, of two difference tables (0: none), of
-//                              the code table again, and 0. Code tables are numbered through the alphabets 4,
-//                              5, 6, 7, 8, 9, 12; difference tables alike.
+//   1 + 12 t + field           table t, 0 to 20: alphabet, index, initialized, upper, lower,
+//                              delta1, delta2, then 1 + the number of the code table, of two
+//                              difference tables (0: none), of the code table again, and 0. Code
+//                              tables are numbered through the alphabets 4, 5, 6, 7, 8, 9, 12;
+//                              difference tables alike.
 //   253 + 64 s + 4 k + field   entry k of scan s: total, index, x, y
 #ifndef ZEPJP_TESTS_REFERENCE_VLC_H_
 #define ZEPJP_TESTS_REFERENCE_VLC_H_
@@ -24,7 +25,7 @@ namespace reference {
 const std::vector<std::string>& VlcCodes(uint32_t alphabet, uint32_t table);
 uint32_t NumVlcTables(uint32_t alphabet);
 
-// A state's words.
+// Positions of words in a state.
 constexpr uint32_t kVlcTableWords = 12, kVlcIndex = 1, kVlcDelta1 = 5, kVlcDelta2 = 6;
 inline uint32_t VlcWord(uint32_t table, uint32_t field) {
   return 1 + kVlcTableWords * table + field;
@@ -34,7 +35,7 @@ inline uint32_t VlcScanWord(uint32_t scan, uint32_t position, uint32_t field) {
 }
 uint32_t GetWord(const zepiVLCState* state, uint32_t word);
 void SetWord(zepiVLCState* state, uint32_t word, uint32_t value);
-// Moves table `table` to the code table `index` of its alphabet, its counters to 0.
+// Sets table `table` to the code table `index` of its alphabet, and its counters to 0.
 void ForceVlcTable(zepiVLCState* state, uint32_t table, uint32_t index);
 
 zepStatus zepiVLCInit_JPEGXR(zepiVLCState* state);

@@ -14,7 +14,7 @@ T Wrapped(int64_t value) {
   return static_cast<T>(static_cast<std::make_unsigned_t<T>>(value));
 }
 
-// Rows may lie at any address.
+// Rows may have any alignment.
 template <class T>
 T At(const T* data, int64_t step, int64_t x, int64_t y) {
   T value;
@@ -30,8 +30,8 @@ void Set(T* data, int64_t step, int64_t x, int64_t y, T value) {
 
 }  // namespace
 
-// A filter changes the middle one of three values: Forward(step, ...), undone by Inverse(step, ...).
-// Steps 0, 2 are of high coefficients, 1, 3 of low ones.
+// A filter changes the middle one of three values: Forward(step, ...), undone by Inverse(step,
+// ...). Steps 0, 2 are of high coefficients, 1, 3 of low ones.
 template <class T>
 struct B53 {
   static constexpr int kSteps = 2;
@@ -97,11 +97,11 @@ struct D97<float> {
 
 namespace {
 
-// Values at the positions `first` and up; position 0 is that of the first sample.
+// Values at the positions from `first` up; position 0 is that of the first sample.
 template <class T>
 struct Line {
   int64_t first;
-  int phase;  // 1: even positions are high ones
+  int phase;  // 1: even positions hold high coefficients
   std::vector<T> values;
 
   int64_t end() const { return first + static_cast<int64_t>(values.size()); }
@@ -114,7 +114,7 @@ Line<T> Empty(int64_t first, int64_t last, int phase) {
   return {first, phase, std::vector<T>(static_cast<size_t>(last - first + 1))};
 }
 
-// The outermost values stay as they are, so each step spoils one more at both ends.
+// The outermost values do not change, so each step makes one more value at both ends invalid.
 template <class Filter, class T>
 void ForwardLifting(Line<T>& line) {
   for (int step = 0; step < Filter::kSteps; ++step) {
@@ -141,7 +141,7 @@ void InverseLifting(Line<T>& line) {
   }
 }
 
-// `line`, mirrored about its ends as often as that takes, by ten positions on both sides.
+// `line` with ten more positions on both sides, mirrored about its ends as often as necessary.
 template <class T>
 Line<T> Extended(Line<T>& line) {
   const int64_t n = line.end();
@@ -189,7 +189,7 @@ void InverseTileLine(Line<T>& line) {
   }
 }
 
-// Where the value at position `p` stands among low, then high coefficients.
+// The index of the value at position `p` among the low, then the high coefficients.
 template <class T>
 int64_t Place(Line<T>& line, int64_t p) {
   const int64_t low_count = (line.end() + (line.phase ? 0 : 1)) / 2;
@@ -233,7 +233,7 @@ Cut CutAt(const zepiRect& tile, int64_t x, int64_t y) {
           y - (below ? half_height : 0)};
 }
 
-// What the low and high coefficients of a line depend on, and no more.
+// Exactly the samples on which the low and high coefficients of a line depend.
 template <class Filter, class T>
 Line<T> ForwardReach(int64_t pairs, int32_t phase) {
   const int64_t reach = Filter::kSteps;
@@ -247,7 +247,7 @@ Line<T> InverseReach(int64_t pairs, int32_t phase) {
                     : Empty<T>(-reach, 2 * pairs - 2 + reach, 1);
 }
 
-// Coefficient k of its kind stands at position 2k or 2k + 1.
+// The index k of a coefficient at position 2k or 2k + 1.
 int64_t Index(int64_t position) { return position >> 1; }
 
 float LowTaps(Line<float> x, int64_t p) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Scalar models of the JPEG 2000 wavelets: for each filter and element type the passes, one call of the
-// row-by-row lifting and whole tiles, with the arguments of the exports. They check nothing.
+// Scalar models of the JPEG 2000 wavelets: for each filter and element type the passes, one call of
+// the row-by-row lifting and whole tiles, with the arguments of the exports. They check nothing.
 #ifndef ZEPJP_TESTS_REFERENCE_WAVELET_H_
 #define ZEPJP_TESTS_REFERENCE_WAVELET_H_
 
@@ -37,7 +37,7 @@ template <class T>
 void FwdColLift53(const T* const in[4], T* low, T* high, int32_t width);
 template <class T>
 void InvColLift53(const T* const in[4], T* odd, T* even, int32_t width);
-// The eight rows as they are before the call; those that it writes change.
+// The eight rows in the order of the arguments; the call changes those that it writes.
 template <class T>
 void FwdColLift97(T* const rows[8], int32_t width);
 template <class T>
