@@ -3,12 +3,11 @@
 // processors with AVX2, which also have BMI1, BMI2 and LZCNT (single instructions for shifts by a
 // variable count and for counting leading zeros). The file begins with
 //
-//   #define HWY_DISABLED_TARGETS ZEP_ALL_BUT_SCALAR_TARGETS   // simd/dispatch.h, before
-//                                                             foreach_target.h
+//   #define HWY_DISABLED_TARGETS ZEP_ALL_BUT_SCALAR_TARGETS   // from simd/dispatch.h
 //
-// and includes this one after foreach_target.h, once per instruction set. `features` names the
-// instruction sets that its code may use on processors with AVX2. ZEP_SCALAR_ATTR(features) stands
-// after the arguments of a lambda.
+// before it includes foreach_target.h; after that it includes this file, once per instruction set.
+// `features` names the instruction sets that its code may use on processors with AVX2.
+// ZEP_SCALAR_ATTR(features) stands after the arguments of a lambda.
 #include "hwy/highway.h"
 
 #undef ZEP_BEFORE_SCALAR_NAMESPACE

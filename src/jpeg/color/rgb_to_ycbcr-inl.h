@@ -3,7 +3,7 @@
 //
 // Each output is (c0 x0 + c1 x1 + c2 x2 + round) >> shift, clamped to 0..255, as two dot products
 // of 16-bit pairs in 32-bit lanes. `round` holds about half a unit, for chroma also the offset of
-// 128. There are two sets of coefficients, scaled by 2^15 and by 2^14. Sums stay below 2^25, also
+// 128. There are two sets of coefficients, scaled by 2^15 and by 2^14. Sums stay below 2^26, even
 // for groups of four pixels.
 //
 // Variants need no other kernels: BGR order, inverted inks and sums over groups of pixels only

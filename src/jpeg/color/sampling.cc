@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Halving and doubling of planes, as JPEG codecs do it with chroma.
 //
-//   down (a + b + 1) >> 1, or (a + b + c + d + 2) >> 2: the rounded mean of 2x1 or 2x2 samples up
-//   (3 near + far + 2) >> 2 in a row; with rows (9 a + 3 b + 3 c + d + 8) >> 4, rounded once:
-//          the triangle filter, weights 3/4 and 1/4 in each direction. At an edge the near sample
-//          also serves as the missing far one.
+//   down   (a + b + 1) >> 1 or (a + b + c + d + 2) >> 2, the rounded mean of 2x1 or 2x2 samples
+//   up     (3 near + far + 2) >> 2 in a row; with two rows (9 a + 3 b + 3 c + d + 8) >> 4, rounded
+//          once. This is the triangle filter, with weights 3/4 and 1/4 in each direction. At an
+//          edge the near sample also serves as the missing far one.
 //
 // All sums fit 16-bit lanes: at most 16 * 255 + 8.
 #include "frame/checks.h"

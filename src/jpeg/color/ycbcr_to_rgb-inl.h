@@ -1,9 +1,14 @@
 // SPDX-License-Identifier: MIT
 // The conversion of YCbCr to RGB (ITU-T T.871) on vectors. Included once per instruction set.
 //
-// With u = Cb - 128, v = Cr - 128: R = Y + ((22970 v + 8192) >> 14) G = Y + ((-5638 u - 11700 v +
-//   8192) >> 14) B = Y + ((29032 u + 8192) >> 14) each clamped to 0..255. Y is not part of the
-//   rounded sums, because 2^14 Y has no fraction to round.
+// With u = Cb - 128 and v = Cr - 128:
+//
+//   R = Y + ((22970 v + 8192) >> 14)
+//   G = Y + ((-5638 u - 11700 v + 8192) >> 14)
+//   B = Y + ((29032 u + 8192) >> 14)
+//
+// each clamped to 0..255. Y is not part of the rounded sums, because 2^14 Y has no fraction to
+// round.
 //
 // Almost everything fits 16-bit lanes: the rounding fixed-point product (a b + 2^14) >> 15 is the
 // term of R for a = 2v and that of B for a = 2u, with |a| <= 256. Only the sum of two products in

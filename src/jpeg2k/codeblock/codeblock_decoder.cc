@@ -9,9 +9,9 @@
 // Samples are kept at the midpoint of the interval that is known so far. A sample decoded down to
 // plane p has its bits down to p, then a 1 at p - 1, then zeros:
 //
-//   becomes significant on plane p magnitude = 3 << p >> 1, bits p and p - 1 refined on plane p bit
-//   p is the midpoint's 1: a decoded 1 keeps it, a 0 clears it,
-//                                    and either sets bit p - 1, all with one exclusive or
+//   becomes significant on plane p   magnitude = 3 << p >> 1, which sets bits p and p - 1
+//   refined on plane p               bit p is the midpoint's 1: a decoded 1 keeps it, a 0 clears
+//                                    it, and either sets bit p - 1, all with one exclusive or
 #include <algorithm>
 #include <cstring>
 
