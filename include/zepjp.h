@@ -582,8 +582,8 @@ ZEP_API zepStatus ZEP_CALL zepiSub128_JPEG_8u16s_C1R(const uint8_t* pSrc, int32_
  *
  * A block is 64 contiguous values, row by row. The blocks of a component follow one another: Y has
  * four in 411 (top left, top right, bottom left, bottom right), two in 422 (left, right) and one in
- * 444. Cb and Cr have one each, and K of CMYK has the same number as Y. `pDstMCU` and `pSrcMCU` hold a
- * pointer for each component; blocks may have any alignment.
+ * 444. Cb and Cr have one each, and K of CMYK has the same number as Y. `pDstMCU` and `pSrcMCU`
+ * hold a pointer for each component; blocks may have any alignment.
  *
  * To blocks, each value is a result of the conversion, clamped to 0..255, minus 128. To pixels,
  * each value plus 128, saturated to 0..255, is a sample; chroma is replicated and converted by the
