@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the tests of texture decoders and encoders share.
+// Shared by the tests of texture decoders and encoders.
 #ifndef ZEPJP_TESTS_TEXTURE_TEXTURE_CASES_H_
 #define ZEPJP_TESTS_TEXTURE_TEXTURE_CASES_H_
 
@@ -45,7 +45,7 @@ inline std::vector<int32_t> Steps(int32_t width) {
   return {width, width + 1, width + 13, -width, -width - 7, width / 2 + 1, -1, 1};
 }
 
-// The export against the model; all memory is compared, what lies between rows included.
+// Compares the export with the model, with all memory including the bytes between rows.
 inline void ExpectEqualsModel(const Format<Decoder>& format, const Bytes& blocks, zepiSize size,
                               int32_t step, harness::Edge edge) {
   harness::Guarded<uint8_t> src(blocks.size(), edge);
@@ -59,7 +59,7 @@ inline void ExpectEqualsModel(const Format<Decoder>& format, const Bytes& blocks
       << harness::Seed();
 }
 
-// The same for all sizes up to `most` on a side; make_blocks(size) gives their blocks.
+// Compares for all sizes up to `most` on a side; make_blocks(size) makes their blocks.
 template <class MakeBlocks>
 void ExpectEverySizeEqualsModel(const Format<Decoder>& format, int most,
                                 const MakeBlocks& make_blocks) {

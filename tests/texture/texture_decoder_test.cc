@@ -54,7 +54,7 @@ TEST(TextureDecoding, LargerSizes) {
   }
 }
 
-// Pairs of end points, all or one of `stride` at random, each with all indexes.
+// All pairs of end points, or a random one of each `stride`, each with all indexes.
 template <class MakeBlock>
 void ExpectPalettes(const Format& format, uint64_t pairs, uint32_t stride, MakeBlock make) {
   constexpr int32_t kColumns = 256;
@@ -77,7 +77,7 @@ void StoreColors(uint32_t pair, uint8_t* part) {
   std::memcpy(part + 4, &indexes, 4);
 }
 
-// All pairs of 6 bits of green and 5 of red and blue; red decides the order of c0 and c1, or not.
+// All pairs of 6 bits of green and 5 of red and blue; red may decide the order of c0 and c1.
 TEST(TextureDecoding, ColorPalettes_Exhaustive) {
   for (const Format* format : {&kDxt1, &kDxt3, &kDxt5}) {
     ExpectPalettes(*format, 3 << 12, 1, [&](uint32_t pair, uint8_t* block) {
@@ -101,13 +101,13 @@ TEST(TextureDecoding, AnyColors) {
   }
 }
 
-// A colour of 16 bits as R G B 255, one byte after another.
+// A colour of 16 bits as bytes R G B 255.
 uint32_t Widened(uint32_t color) {
   const uint32_t r = color >> 11, g = color >> 5 & 63, b = color & 31;
   return (r << 3 | r >> 2) | (g << 2 | g >> 4) << 8 | (b << 3 | b >> 2) << 16 | 255U << 24;
 }
 
-// c0 with every c1: the four colours of each.
+// The four colours of c0 with every c1.
 class PalettesOf {
  public:
   PalettesOf() : ends_(65536), between_(2 * 4 * 65536), palettes_(4 * 65536) {
@@ -150,7 +150,8 @@ class PalettesOf {
   std::vector<uint32_t> palettes_;
 };
 
-// All 2^32 pairs of colours, or all of some c0, with all indexes: the first row of each block.
+// All 2^32 pairs of colours (or all with some c0), with all indexes, compared in the first row of
+// each block.
 TEST(TextureDecoding, AllColors_Exhaustive) {
   Bytes blocks(size_t{8} * 65536);
   std::vector<uint32_t> got(4 * 65536);
@@ -228,7 +229,7 @@ TEST(TextureDecoding, ChannelRoundsToNearest) {
   EXPECT_EQ(FirstPixel(kBc5, block)[0], 219);
 }
 
-// The last row lies beyond what 32 bits can count.
+// The last row is beyond the range of 32-bit offsets.
 TEST(TextureDecoding, FarRows) {
   if (sizeof(void*) < 8) GTEST_SKIP() << "needs 64-bit addresses";
   const int32_t step = 2000000000;

@@ -51,7 +51,7 @@ uint8_t Value(Content content, int x, int y, int channel, uint32_t key, Random& 
   return static_cast<uint8_t>(random());
 }
 
-// The export against the model; all memory of the blocks is compared.
+// Compares the export with the model, with all memory of the blocks.
 void ExpectEqualsModel(const Format& format, Content content, zepiSize size, int32_t step,
                        Edge edge, Random& random) {
   const zepiSize bytes = {size.width * format.pixel_bytes, size.height};
@@ -118,7 +118,7 @@ Bytes Encode(const Format& format, const Bytes& pixels, zepiSize size) {
   return blocks;
 }
 
-// Every (low, high) with every value between them, fourteen at a time beside the two.
+// Every (low, high) with every value between them, fourteen at a time besides these two.
 TEST(TextureEncoding, ChannelValues_Exhaustive) {
   const int stride = harness::Exhaustive() ? 1 : 23;
   for (int low = 0; low < 256; low += stride) {
@@ -138,7 +138,8 @@ TEST(TextureEncoding, ChannelValues_Exhaustive) {
   }
 }
 
-// The same for each channel of colours beside flat ones, where distances are often equal.
+// All values between low and high for each channel of colours whose other channels are constant,
+// where distances are often equal.
 TEST(TextureEncoding, ColorValues_Exhaustive) {
   const int stride = harness::Exhaustive() ? 1 : 29;
   for (const Format& format : {kDxt1, kDxt5, kYCoCg}) {
@@ -210,7 +211,7 @@ TEST(TextureEncoding, YCoCgIsDxt5OfRearrangedChannels) {
   EXPECT_EQ(Encode(kYCoCg, ycocg, {8, 8}), Encode(kDxt5, rgba, {8, 8}));
 }
 
-// The last row lies beyond what 32 bits can count.
+// The last row is beyond the range of 32-bit offsets.
 TEST(TextureEncoding, FarRows) {
   if (sizeof(void*) < 8) GTEST_SKIP() << "needs 64-bit addresses";
   const int32_t step = 2000000000;

@@ -43,7 +43,7 @@ TEST(YcbcrToRgb, MorePixelsEqualModel) {
   CompareRegions<P3, Packed>(HARNESS_PAIR(zepiYCbCrToBGR565_JPEG_8u16u_P3C3R));
 }
 
-// With steps for each plane.
+// Calls a function that takes a step for each plane.
 #define WITH_STEPS(function, ...)                                                                 \
   harness::Named{#function,                                                                       \
                  [](auto src, int32_t step, auto dst, int32_t dst_step, zepiSize size) {          \

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The functions that allocate, above a core library whose memory the test hands out itself.
+// Tests the functions that allocate, with a core library whose memory comes from the test.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -15,14 +15,14 @@ namespace {
 
 struct Memory {
   bool fail = false;
-  std::vector<int32_t> sizes;  // asked for
+  std::vector<int32_t> sizes;  // of the requests
   std::vector<void*> released;
 };
 Memory memory;
 
 }  // namespace
 
-// These stand in front of the core library's own.
+// These replace the functions of the core library.
 extern "C" {
 #pragma GCC visibility push(default)
 void* zepMalloc(int32_t size) {
@@ -97,7 +97,7 @@ TEST_F(HuffmanMemory, StatesAreAllocatedAndReleased) {
   ASSERT_EQ(zepiDecodeHuffmanStateInitAlloc_JPEG_8u(&decoder), zepStatusOk);
   bytes = reinterpret_cast<const uint8_t*>(decoder);
   EXPECT_EQ(std::vector<uint8_t>(bytes, bytes + 20), std::vector<uint8_t>(20));
-  EXPECT_EQ(decoder->spare, 0xCDCDCDCDU);  // is left as it was
+  EXPECT_EQ(decoder->spare, 0xCDCDCDCDU);  // not changed
   EXPECT_EQ(memory.sizes, (std::vector<int32_t>{1048, 24}));
   const std::vector<void*> blocks = {encoder, decoder};
   EXPECT_EQ(zepiEncodeHuffmanStateFree_JPEG_8u(encoder), zepStatusOk);

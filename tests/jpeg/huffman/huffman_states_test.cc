@@ -39,7 +39,7 @@ TEST(HuffmanStates, InitZeroes) {
                   reinterpret_cast<zepiDecodeHuffmanState*>(decoder.data())),
               zepStatusOk);
     std::vector<uint8_t> expected(20);
-    expected.resize(24, harness::kFill);  // the last word stays
+    expected.resize(24, harness::kFill);  // the last word is not changed
     EXPECT_EQ(Bytes(decoder), expected);
   }
 }

@@ -36,8 +36,8 @@ void ExpectEqual(const Outcome& got, const Outcome& want) {
             0);
 }
 
-// Blocks of a scan by export and model, flushed at last, in buffers of one size; `encode` calls either, with an
-// Outcome to change.
+// Encodes the blocks of a scan with export and model and flushes at the end, in buffers of one
+// size. `encode` calls either, with an Outcome to change.
 template <class Encode>
 void ExpectScanEqualsModel(size_t room, const std::vector<Block>& blocks, const Encode& encode) {
   Arena got_arena(1 << 17, Edge::kEnd), want_arena(1 << 17, Edge::kEnd);

@@ -102,7 +102,7 @@ struct Decoded {
   zepiDecodeHuffmanState state;
 };
 
-// Decodes with export and model, from one row to the next.
+// Decodes with export and model, row after row.
 void ExpectDecodesAsModel(const Bytes& bytes, const Rows& rows, Decoded start, Arena* arena) {
   Decoded got = start, want = start;
   const uint8_t* src = arena->Buffer(bytes);
@@ -174,7 +174,8 @@ TEST(DifferenceCoder, RowsDecodeAsModel) {
   }
 }
 
-// Rows of several chunks of the quickest reader: as they are, cut off, and with a byte changed.
+// Rows that take several chunks of the fast row reader: unchanged, cut off, and with one changed
+// byte.
 TEST(DifferenceCoder, LongRowsDecodeAsModel) {
   Random random(harness::Seed());
   Arena at_end(1 << 17, Edge::kEnd);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the tests of both directions between pixels and the blocks of an MCU share.
+// Shared by the tests of both directions between pixels and the blocks of an MCU.
 #ifndef ZEPJP_TESTS_JPEG_MCU_MCU_CASES_H_
 #define ZEPJP_TESTS_JPEG_MCU_MCU_CASES_H_
 
@@ -18,7 +18,7 @@ using harness::Edge;
 using harness::Guarded;
 using harness::Pattern;
 
-// What a function takes: pixels of `channels` bytes, blocks of each component.
+// The pixels of `channels` bytes and the blocks of each component that a function takes.
 struct Shape {
   zepiSize size;
   int32_t channels;
@@ -30,7 +30,7 @@ struct Shape {
 };
 constexpr zepiSize k444 = {8, 8}, k422 = {16, 8}, k411 = {16, 16};
 
-// The blocks of all components, `shift` bytes into their memory.
+// The blocks of all components, each `shift` bytes after the start of its memory.
 class Blocks {
  public:
   Blocks(const Shape& shape, Edge edge, size_t shift) : count_(shape.components) {
@@ -65,7 +65,7 @@ class Blocks {
   size_t bytes_[4] = {};
 };
 
-// Calls compare(step, edge, shift, pattern) for steps, ends of pages, alignments and patterns.
+// Calls compare(step, edge, shift, pattern) for many steps, page edges, alignments and patterns.
 template <class Compare>
 void ForCases(const Shape& shape, const Compare& compare) {
   const int32_t row = shape.size.width * shape.channels;

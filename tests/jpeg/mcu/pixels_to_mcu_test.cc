@@ -69,7 +69,8 @@ TEST(PixelsToMcu, PureBlueIsClamped) {
   EXPECT_EQ(cb[0], 127);
 }
 
-// All colours, a plane of one channel at a time: blocks are rows of eight pixels of the plane function.
+// All colours, one value of the first channel at a time: the blocks must be rows of eight pixels of
+// the plane function.
 TEST(PixelsToMcu, AllColours_Exhaustive) {
   const uint32_t stride = harness::Exhaustive() ? 1 : 41;
   std::vector<uint8_t> pixels(192);

@@ -11,7 +11,7 @@ using harness::Random;
 using wavelet_cases::ExpectSame;
 using wavelet_cases::Plane;
 
-// A set of rows, each between pages that cannot be touched.
+// A set of rows, each between protected pages.
 template <class T>
 class GuardedRows {
  public:
@@ -46,7 +46,7 @@ class WaveletColumnLifting53 : public ::testing::Test {};
 using Families53 = ::testing::Types<wavelet_cases::B53_16s, wavelet_cases::B53_32s>;
 TYPED_TEST_SUITE(WaveletColumnLifting53, Families53);
 
-// Rows 0 to 3 are inputs, 4 and 5 outputs. `low` and `high` say which row an output is.
+// Rows 0 to 3 are inputs, 4 and 5 outputs. `low` and `high` are the rows of the two outputs.
 template <class Family>
 void ExpectLift53(int width, Edge edge, size_t first_out, size_t second_out, Random& random) {
   using T = typename Family::T;
@@ -118,7 +118,7 @@ TYPED_TEST(WaveletColumnLifting97, EqualsModel) {
   }
 }
 
-// Outputs that are the rows they come from: b[k] where x[2k] was, a[k] where x[2k+1] was, and so on.
+// Outputs may be rows of the input: b[k] in place of x[2k], a[k] in place of x[2k+1], and so on.
 TYPED_TEST(WaveletColumnLifting97, InPlace) {
   using T = typename TypeParam::T;
   Random random(harness::Seed());
@@ -143,7 +143,7 @@ TYPED_TEST(WaveletColumnLifting97, InPlace) {
   }
 }
 
-// The other forms of the vertical transform, from rows -4 to 2n + 3 of the source, mirrored.
+// The other forms of the vertical transform read rows -4 to 2n + 3 of the source, mirrored.
 template <class T>
 void Mirror(Plane<T>& rows, int count) {
   const size_t bytes = static_cast<size_t>(rows.size().width) * sizeof(T);
@@ -153,7 +153,7 @@ void Mirror(Plane<T>& rows, int count) {
   }
 }
 
-// 2n rows forward by calls from k = -2 to n + 1: row k of `low` and `high`.
+// Transforms 2n rows forward by calls from k = -2 to n + 1, into rows k of `low` and `high`.
 template <class Family, class T>
 void StreamForward97(Plane<T>& x, int n, Plane<T>& low, Plane<T>& high) {
   const int width = x.size().width;
@@ -177,8 +177,8 @@ void StreamForward97(Plane<T>& x, int n, Plane<T>& low, Plane<T>& high) {
   }
 }
 
-// A tile of one column, seen at an even place, is a vertical transform alone; so are all columns of a
-// wider one, put through it one by one.
+// A tile of one column at an even position has only a vertical transform. The columns of a wider
+// tile are passed through it one by one.
 TYPED_TEST(WaveletColumnLifting97, EqualsTileOrPass) {
   using T = typename TypeParam::T;
   Random random(harness::Seed());
@@ -209,7 +209,7 @@ TYPED_TEST(WaveletColumnLifting97, EqualsTileOrPass) {
   }
 }
 
-// Forward by calls, then inverse by calls on rows that advance by two.
+// Transforms forward by calls, then inverse by calls on rows that advance by two.
 TYPED_TEST(WaveletColumnLifting97, InverseByCallsUndoesThePass) {
   using T = typename TypeParam::T;
   Random random(harness::Seed());

@@ -20,7 +20,7 @@ std::string Describe(const char* name, zepiSize size, int phase, Edge edge) {
          " phase " + std::to_string(phase) + " edge " + std::to_string(static_cast<int>(edge));
 }
 
-// The source holds the rows that may be read, and not one more.
+// The source holds exactly the rows that may be read.
 template <class Family>
 void ExpectForward(zepiSize size, int phase, Edge edge, Random& random) {
   using T = typename Family::T;
@@ -77,7 +77,7 @@ TYPED_TEST(WaveletColumnPasses, EqualModelAndReadNoMore) {
     check({width, 1 + width % 12});
   }
   check({511, 9});
-  check({1025, 4});  // beyond a block of columns for every element type
+  check({1025, 4});  // more than a block of columns for every element type
   check({2080, 3});
 }
 

@@ -25,7 +25,7 @@ std::string Describe(const char* name, zepiSize size, int phase, Edge edge) {
          " phase " + std::to_string(phase) + " edge " + std::to_string(static_cast<int>(edge));
 }
 
-// The source holds what may be read, and not one sample more.
+// The source holds exactly the samples that may be read.
 template <class Family>
 void ExpectForward(zepiSize size, int phase, Edge edge, Random& random) {
   using T = typename Family::T;
@@ -84,7 +84,7 @@ TYPED_TEST(WaveletRowPasses, EqualModelAndReadNoMore) {
   ExpectInverse<TypeParam>({1031, 5}, 1, Edge::kEnd, random);
 }
 
-// The taps hold for all data that the lifting steps hold for: both give nearly the same.
+// The filter taps are equivalent to the lifting steps: both give nearly the same result.
 TEST(WaveletRowPasses, TapsAreTheLiftingSteps) {
   Random random(harness::Seed());
   Plane<float> src({64 + 8, 1}, 0, Edge::kEnd, -4), inner({40 + 8, 1}, 0, Edge::kEnd, -4);
@@ -102,7 +102,8 @@ TEST(WaveletRowPasses, TapsAreTheLiftingSteps) {
   }
 }
 
-// Flat rows: the low filter has a gain of 1, the high one of 0; alternating ones: 0 and 2.
+// On constant rows the low filter has a gain of 1 and the high filter of 0; on alternating rows, 0
+// and 2.
 TEST(WaveletRowPasses, Gains) {
   Plane<float> src({24, 1}, 0, Edge::kEnd, -4), low({8, 1}, 0, Edge::kEnd),
       high({8, 1}, 0, Edge::kEnd);
@@ -165,8 +166,8 @@ TEST(WaveletRowPasses, ChecksInOrder) {
                      HARNESS_NAMED(zepiWTInvRow_D97_JPEG2K_32f_C1R));
 }
 
-// Of floats: which results are NaN is the same everywhere, for rows and columns; their payload is not told,
-// all others are the same bits.
+// In floats the results that are NaN are the same everywhere, for rows and columns, but not their
+// payload. All other results have the same bits.
 void ExpectSameButPayloads(const std::vector<float>& got, const std::vector<float>& want) {
   int nans = 0;
   for (size_t i = 0; i < want.size(); ++i) {
@@ -180,7 +181,7 @@ void ExpectSameButPayloads(const std::vector<float>& got, const std::vector<floa
 
 TEST(WaveletPasses32f, NansAreWhereTheModelHasThem) {
   using Family = wavelet_cases::D97_32f;
-  constexpr int kSide = 80, kStep = 4 * kSide, kPairs = 32;  // with eight samples more on each side
+  constexpr int kSide = 80, kStep = 4 * kSide, kPairs = 32;  // with eight more samples on each side
   constexpr size_t kFirst = 8 * kSide + 8;
   Random random(harness::Seed());
   std::vector<float> src(kSide * kSide);
