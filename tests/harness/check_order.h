@@ -22,6 +22,7 @@
 #include <utility>
 #include <vector>
 
+#include "harness/difference.h"
 #include "zepjp.h"
 
 namespace harness {
@@ -170,7 +171,7 @@ class CheckOrder {
     const auto before = Snapshot();
     EXPECT_EQ(std::apply(function_.call, arguments), fault.status)
         << function_.name << ": " << what;
-    EXPECT_TRUE(Snapshot() == before) << function_.name << " wrote with " << what;
+    EXPECT_EQ(FirstDifference(Snapshot(), before), "") << function_.name << " wrote with " << what;
   }
 
   Named<Call> function_;

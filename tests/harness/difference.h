@@ -43,6 +43,12 @@ std::string FirstDifferenceOf(const T* got, const T* want, size_t count, size_t 
   return FirstDifference(got, got + count, want, want + count, width);
 }
 
+// Compares `size` bytes at two pointers.
+inline std::string FirstByteDifference(const void* got, const void* want, size_t size) {
+  return FirstDifferenceOf(static_cast<const uint8_t*>(got), static_cast<const uint8_t*>(want),
+                           size);
+}
+
 // Compares the bytes of two memories. If `step` is not 0, rows are `step` bytes apart.
 template <class T>
 std::string FirstDifference(const Guarded<T>& got, const Guarded<T>& want, int32_t step = 0) {

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstring>
 #include <functional>
+#include <thread>
 #include <vector>
 
 #include "harness/random.h"
@@ -74,6 +75,17 @@ void ExpectEverySizeEqualsModel(const Format<Decoder>& format, int most,
       }
     }
   }
+}
+
+// Expects that several threads at the same time make the same bytes as one.
+template <class Make>
+void ExpectSameOnThreads(const char* name, const Make& make) {
+  const Bytes want = make();
+  std::vector<Bytes> got(4);
+  std::vector<std::thread> threads;
+  for (Bytes& made : got) threads.emplace_back([&] { made = make(); });
+  for (std::thread& thread : threads) thread.join();
+  for (const Bytes& made : got) EXPECT_EQ(harness::FirstDifference(made, want), "") << name;
 }
 
 }  // namespace texture_cases

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <thread>
 
 #include "harness/check_order.h"
 #include "harness/region.h"
@@ -263,14 +262,7 @@ TEST(TextureDecoding, SeveralThreads) {
   const zepiSize size = {61, 33};
   for (const Format& format : kFormats) {
     const Bytes blocks = RandomBlocks(format, size, random);
-    const Bytes want = Decode(format, blocks, size);
-    std::vector<Bytes> got(4);
-    std::vector<std::thread> threads;
-    for (Bytes& pixels : got) {
-      threads.emplace_back([&] { pixels = Decode(format, blocks, size); });
-    }
-    for (std::thread& thread : threads) thread.join();
-    for (const Bytes& pixels : got) EXPECT_EQ(pixels, want) << format.name;
+    texture_cases::ExpectSameOnThreads(format.name, [&] { return Decode(format, blocks, size); });
   }
 }
 

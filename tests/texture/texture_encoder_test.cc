@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <thread>
 
 #include "harness/check_order.h"
 #include "harness/region.h"
@@ -243,14 +242,7 @@ TEST(TextureEncoding, SeveralThreads) {
   for (const Format& format : kFormats) {
     Bytes pixels(static_cast<size_t>(size.width * size.height * format.pixel_bytes));
     for (uint8_t& byte : pixels) byte = static_cast<uint8_t>(random());
-    const Bytes want = Encode(format, pixels, size);
-    std::vector<Bytes> got(4);
-    std::vector<std::thread> threads;
-    for (Bytes& blocks : got) {
-      threads.emplace_back([&] { blocks = Encode(format, pixels, size); });
-    }
-    for (std::thread& thread : threads) thread.join();
-    for (const Bytes& blocks : got) EXPECT_EQ(blocks, want) << format.name;
+    texture_cases::ExpectSameOnThreads(format.name, [&] { return Encode(format, pixels, size); });
   }
 }
 

@@ -195,78 +195,41 @@ struct Buffers {
 
 constexpr zepiSize kSize = {4, 2};
 
-template <class Call, class Source>
-void InterleavedToPlanes(const Named<Call>& function, const Source* src, Buffers& b) {
-  CheckOrder(function, src, 32, static_cast<uint8_t* const*>(b.dst_planes), 8, kSize)
-      .template Null<0>()
-      .template Planes<2, 3>()
-      .template Step<1>()
-      .template Step<3>()
-      .template Size<4>()
-      .Output(b.dst, sizeof(b.dst))
-      .Run();
-}
-
 TEST(RgbToYcbcr, ChecksInOrder) {
   Buffers b;
-  const uint8_t* const src = b.src[0];
   const uint8_t* const* const planes = b.src_planes;
   uint8_t* const* const dst = b.dst_planes;
-  InterleavedToPlanes(HARNESS_NAMED(zepiRGBToYCbCr_JPEG_8u_C3P3R), src, b);
-  InterleavedToPlanes(HARNESS_NAMED(zepiBGRToYCbCr_JPEG_8u_C3P3R), src, b);
+  // The pointers come first, then the steps and the size.
+  const auto expect = [&](auto& pointers) {
+    pointers.template Step<1>().template Step<3>().template Size<4>().Output(b.dst, sizeof(b.dst));
+    pointers.Run();
+  };
+  const auto to_planes = [&](auto exported, auto* src) {
+    return CheckOrder(exported, src, 32, dst, 8, kSize);
+  };
+  const auto to_y = [&](auto exported, auto* src) {
+    return CheckOrder(exported, src, 32, &b.dst[0][0], 8, kSize);
+  };
+  const uint8_t* const src = b.src[0];
   const uint16_t* const words = b.words;
-  InterleavedToPlanes(HARNESS_NAMED(zepiRGB555ToYCbCr_JPEG_16u8u_C3P3R), words, b);
-  InterleavedToPlanes(HARNESS_NAMED(zepiBGR555ToYCbCr_JPEG_16u8u_C3P3R), words, b);
-  InterleavedToPlanes(HARNESS_NAMED(zepiRGB565ToYCbCr_JPEG_16u8u_C3P3R), words, b);
-  InterleavedToPlanes(HARNESS_NAMED(zepiBGR565ToYCbCr_JPEG_16u8u_C3P3R), words, b);
-  CheckOrder(HARNESS_NAMED(zepiRGBToYCbCr_JPEG_8u_P3R), planes, 32, dst, 8, kSize)
-      .Planes<0, 3>()
-      .Planes<2, 3>()
-      .Step<1>()
-      .Step<3>()
-      .Size<4>()
-      .Output(b.dst, sizeof(b.dst))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiCMYKToYCCK_JPEG_8u_P4R), planes, 32, dst, 8, kSize)
-      .Planes<0, 4>()
-      .Planes<2, 4>()
-      .Step<1>()
-      .Step<3>()
-      .Size<4>()
-      .Output(b.dst, sizeof(b.dst))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiCMYKToYCCK_JPEG_8u_C4P4R), src, 32, dst, 8, kSize)
-      .Null<0>()
-      .Planes<2, 4>()
-      .Step<1>()
-      .Step<3>()
-      .Size<4>()
-      .Output(b.dst, sizeof(b.dst))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiRGBToY_JPEG_8u_C3C1R), src, 32, &b.dst[0][0], 8, kSize)
-      .Null<0>()
-      .Null<2>()
-      .Step<1>()
-      .Step<3>()
-      .Size<4>()
-      .Output(b.dst, sizeof(b.dst))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiBGRToY_JPEG_8u_C3C1R), src, 32, &b.dst[0][0], 8, kSize)
-      .Null<0>()
-      .Null<2>()
-      .Step<1>()
-      .Step<3>()
-      .Size<4>()
-      .Output(b.dst, sizeof(b.dst))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiRGBToY_JPEG_8u_P3C1R), planes, 32, &b.dst[0][0], 8, kSize)
-      .Planes<0, 3>()
-      .Null<2>()
-      .Step<1>()
-      .Step<3>()
-      .Size<4>()
-      .Output(b.dst, sizeof(b.dst))
-      .Run();
+  expect(to_planes(HARNESS_NAMED(zepiRGBToYCbCr_JPEG_8u_C3P3R), src).Null<0>().Planes<2, 3>());
+  expect(to_planes(HARNESS_NAMED(zepiBGRToYCbCr_JPEG_8u_C3P3R), src).Null<0>().Planes<2, 3>());
+  expect(
+      to_planes(HARNESS_NAMED(zepiRGB555ToYCbCr_JPEG_16u8u_C3P3R), words).Null<0>().Planes<2, 3>());
+  expect(
+      to_planes(HARNESS_NAMED(zepiBGR555ToYCbCr_JPEG_16u8u_C3P3R), words).Null<0>().Planes<2, 3>());
+  expect(
+      to_planes(HARNESS_NAMED(zepiRGB565ToYCbCr_JPEG_16u8u_C3P3R), words).Null<0>().Planes<2, 3>());
+  expect(
+      to_planes(HARNESS_NAMED(zepiBGR565ToYCbCr_JPEG_16u8u_C3P3R), words).Null<0>().Planes<2, 3>());
+  expect(to_planes(HARNESS_NAMED(zepiCMYKToYCCK_JPEG_8u_C4P4R), src).Null<0>().Planes<2, 4>());
+  expect(
+      to_planes(HARNESS_NAMED(zepiRGBToYCbCr_JPEG_8u_P3R), planes).Planes<0, 3>().Planes<2, 3>());
+  expect(
+      to_planes(HARNESS_NAMED(zepiCMYKToYCCK_JPEG_8u_P4R), planes).Planes<0, 4>().Planes<2, 4>());
+  expect(to_y(HARNESS_NAMED(zepiRGBToY_JPEG_8u_C3C1R), src).Null<0>().Null<2>());
+  expect(to_y(HARNESS_NAMED(zepiBGRToY_JPEG_8u_C3C1R), src).Null<0>().Null<2>());
+  expect(to_y(HARNESS_NAMED(zepiRGBToY_JPEG_8u_P3C1R), planes).Planes<0, 3>().Null<2>());
 }
 
 // These functions do not check steps.

@@ -99,7 +99,7 @@ void CompareRows(const Named<Export>& exported, const Model& model, bool down, c
       const uint8_t* const src[] = {first.base(), second.base()};
       ASSERT_EQ(call(exported.call, src, width, got.base()), zepStatusOk);
       call(model, src, width, want.base());
-      ASSERT_TRUE(std::equal(got.base(), got.base() + results, want.base()))
+      ASSERT_EQ(harness::FirstDifference(got.memory(), want.memory()), "")
           << exported.name << " width " << width << " seed " << harness::Seed();
     }
   }

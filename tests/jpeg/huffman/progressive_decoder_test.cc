@@ -54,7 +54,7 @@ void ExpectEqual(const Outcome& got, const Outcome& want) {
   ASSERT_EQ(got.position, want.position);
   ASSERT_EQ(got.marker, want.marker);
   ASSERT_EQ(got.last_dc, want.last_dc);
-  ASSERT_EQ(std::memcmp(&got.state, &want.state, sizeof(got.state)), 0);
+  ASSERT_EQ(harness::FirstByteDifference(&got.state, &want.state, sizeof(got.state)), "");
 }
 
 void Decode(bool is_export, const Scan& scan, const zepiDecodeHuffmanSpec& table,

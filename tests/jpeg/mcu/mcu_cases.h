@@ -65,14 +65,20 @@ class Blocks {
   size_t bytes_[4] = {};
 };
 
-// Calls compare(step, edge, shift, pattern) for many steps, page edges, alignments and patterns.
-template <class Compare>
-void ForCases(const Shape& shape, const Compare& compare) {
+// Calls difference(step, edge, shift, pattern, random) for many steps, page edges, alignments and
+// patterns. It returns the difference between the function with this name and its model.
+template <class Difference>
+void ExpectNoDifference(const char* name, const Shape& shape, const Difference& difference) {
+  harness::Random random(harness::Seed());
   const int32_t row = shape.size.width * shape.channels;
   for (const int32_t step : {row, row + 1, row + 37, 4096}) {
     for (const Edge edge : {Edge::kStart, Edge::kEnd}) {
       for (const size_t shift : {size_t{0}, size_t{1}, size_t{6}}) {
-        for (const Pattern pattern : harness::kPatterns) compare(step, edge, shift, pattern);
+        for (const Pattern pattern : harness::kPatterns) {
+          ASSERT_EQ(difference(step, edge, shift, pattern, random), "")
+              << name << " step " << step << " pattern " << static_cast<int>(pattern) << " seed "
+              << harness::Seed();
+        }
       }
     }
   }

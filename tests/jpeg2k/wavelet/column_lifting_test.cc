@@ -129,17 +129,29 @@ TYPED_TEST(WaveletColumnLifting97, InPlace) {
     CallForward<TypeParam>(apart, width);
     TypeParam::FwdColLift(same[0], same[1], same[2], same[3], same[0], same[5], same[6], same[1],
                           width);
-    ASSERT_EQ(std::memcmp(same[0], apart[4], static_cast<size_t>(width) * sizeof(T)), 0) << width;
-    ASSERT_EQ(std::memcmp(same[1], apart[7], static_cast<size_t>(width) * sizeof(T)), 0) << width;
-    ASSERT_EQ(std::memcmp(same[6], apart[6], static_cast<size_t>(width) * sizeof(T)), 0) << width;
+    ASSERT_EQ(
+        harness::FirstByteDifference(same[0], apart[4], static_cast<size_t>(width) * sizeof(T)), "")
+        << width;
+    ASSERT_EQ(
+        harness::FirstByteDifference(same[1], apart[7], static_cast<size_t>(width) * sizeof(T)), "")
+        << width;
+    ASSERT_EQ(
+        harness::FirstByteDifference(same[6], apart[6], static_cast<size_t>(width) * sizeof(T)), "")
+        << width;
     apart.FillAll(random);
     same.CopyFrom(apart);
     CallInverse<TypeParam>(apart, width);
     TypeParam::InvColLift(same[0], same[1], same[2], same[3], same[4], same[5], same[0], same[1],
                           width);
-    ASSERT_EQ(std::memcmp(same[0], apart[6], static_cast<size_t>(width) * sizeof(T)), 0) << width;
-    ASSERT_EQ(std::memcmp(same[1], apart[7], static_cast<size_t>(width) * sizeof(T)), 0) << width;
-    ASSERT_EQ(std::memcmp(same[4], apart[4], static_cast<size_t>(width) * sizeof(T)), 0) << width;
+    ASSERT_EQ(
+        harness::FirstByteDifference(same[0], apart[6], static_cast<size_t>(width) * sizeof(T)), "")
+        << width;
+    ASSERT_EQ(
+        harness::FirstByteDifference(same[1], apart[7], static_cast<size_t>(width) * sizeof(T)), "")
+        << width;
+    ASSERT_EQ(
+        harness::FirstByteDifference(same[4], apart[4], static_cast<size_t>(width) * sizeof(T)), "")
+        << width;
   }
 }
 
@@ -265,8 +277,9 @@ TYPED_TEST(WaveletColumnLifting53, CallsEqualThePass) {
   }
   ExpectSame(low, want_low, "low");
   for (int k = 0; k < n; ++k) {
-    EXPECT_EQ(
-        std::memcmp(high.at(0, k), want_high.at(0, k), static_cast<size_t>(width) * sizeof(T)), 0);
+    EXPECT_EQ(harness::FirstByteDifference(high.at(0, k), want_high.at(0, k),
+                                           static_cast<size_t>(width) * sizeof(T)),
+              "");
   }
   Plane<T> back({width, 2 * n + 2}, 0, Edge::kEnd, 0, -2);
   for (int k = 0; k < n; ++k) {
@@ -274,7 +287,9 @@ TYPED_TEST(WaveletColumnLifting53, CallsEqualThePass) {
                           back.at(0, 2 * k - 1), back.at(0, 2 * k), width);
   }
   for (int y = 0; y < 2 * n - 1; ++y) {
-    EXPECT_EQ(std::memcmp(back.at(0, y), x.at(0, y), static_cast<size_t>(width) * sizeof(T)), 0)
+    EXPECT_EQ(harness::FirstByteDifference(back.at(0, y), x.at(0, y),
+                                           static_cast<size_t>(width) * sizeof(T)),
+              "")
         << y;
   }
 }
@@ -309,30 +324,22 @@ template <class T, class Forward, class Inverse>
 void ExpectOrder97(harness::Named<Forward> forward, harness::Named<Inverse> inverse) {
   T data[8] = {};
   const T* const in = data;
-  CheckOrder(forward, in, in + 1, in + 2, data + 3, data + 4, data + 5, data + 6, data + 7, 1)
-      .template Null<0>()
-      .template Null<1>()
-      .template Null<2>()
-      .template Null<3>()
-      .template Null<4>()
-      .template Null<5>()
-      .template Null<6>()
-      .template Null<7>()
-      .template Bad<8>(zepStatusBadSize, {0, -1, INT_MIN})
-      .Output(data, sizeof(data))
-      .Run();
-  CheckOrder(inverse, in, in + 1, in + 2, data + 3, data + 4, data + 5, data + 6, data + 7, 1)
-      .template Null<0>()
-      .template Null<1>()
-      .template Null<2>()
-      .template Null<3>()
-      .template Null<4>()
-      .template Null<5>()
-      .template Null<6>()
-      .template Null<7>()
-      .template Bad<8>(zepStatusBadSize, {0, -1, INT_MIN})
-      .Output(data, sizeof(data))
-      .Run();
+  const auto expect = [&](auto function) {
+    CheckOrder(function, in, in + 1, in + 2, data + 3, data + 4, data + 5, data + 6, data + 7, 1)
+        .template Null<0>()
+        .template Null<1>()
+        .template Null<2>()
+        .template Null<3>()
+        .template Null<4>()
+        .template Null<5>()
+        .template Null<6>()
+        .template Null<7>()
+        .template Bad<8>(zepStatusBadSize, {0, -1, INT_MIN})
+        .Output(data, sizeof(data))
+        .Run();
+  };
+  expect(forward);
+  expect(inverse);
 }
 
 TEST(WaveletColumnLifting, ChecksInOrder) {

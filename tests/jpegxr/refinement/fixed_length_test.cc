@@ -244,7 +244,7 @@ TEST(FixedLength, NothingHappensWithoutBits) {
                                               &stream.count, 0, 3, 1),
             zepStatusOk);
   EXPECT_TRUE((stream == Stream{0x12345678, 31}));
-  EXPECT_EQ(std::memcmp(block, before, sizeof(block)), 0);
+  EXPECT_EQ(harness::FirstByteDifference(block, before, sizeof(block)), "");
   EXPECT_EQ(byte, 9);
 }
 

@@ -25,14 +25,14 @@ TEST(VlcState, InitAsTheModel) {
     auto* model = reinterpret_cast<zepiVLCState*>(want.data());
     EXPECT_EQ(::zepiVLCInit_JPEGXR(state), zepStatusOk);
     reference::zepiVLCInit_JPEGXR(model);
-    EXPECT_EQ(std::memcmp(state, model, kStateBytes), 0);
+    EXPECT_EQ(harness::FirstByteDifference(state, model, kStateBytes), "");
     for (uint32_t scan = 0; scan < 3; ++scan) {
       EXPECT_EQ(::zepiVLCScanReset_JPEGXR(state, scan), zepStatusOk);
       reference::zepiVLCScanReset_JPEGXR(model, scan);
-      EXPECT_EQ(std::memcmp(state, model, kStateBytes), 0);
+      EXPECT_EQ(harness::FirstByteDifference(state, model, kStateBytes), "");
       EXPECT_EQ(::zepiVLCScanSet_JPEGXR(state, scan), zepStatusOk);
       reference::zepiVLCScanSet_JPEGXR(model, scan);
-      EXPECT_EQ(std::memcmp(state, model, kStateBytes), 0);
+      EXPECT_EQ(harness::FirstByteDifference(state, model, kStateBytes), "");
     }
     for (size_t i = 0; i < offset; ++i) EXPECT_EQ(got.raw()[kStateBytes + i], harness::kFill);
   }
