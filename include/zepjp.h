@@ -2267,11 +2267,14 @@ ZEP_API zepStatus ZEP_CALL zepiEncodeFree_JPEG2K(zepiEncodeStateJPEG2K* pState);
  *   count as 31, values below 1 as 0.
  * @param nOfPasses The number of passes in the segments; passes after plane 0 are ignored.
  * @param pTermPassLen The length of each segment; negative ones count as 0.
- * @param codeStyleFlags The style, plus any of 0x10000: if a pass on plane p fails, keep only the
- *   planes above p, with midpoints (bit p set in samples that are then not 0). 0x20000: do not
- *   clear the block first. 0x40000: keep the midpoints below the last plane; without this flag the
- *   bits below it are cleared. 0x80000: do not clear the flags in the state, because the caller has
- *   filled its memory with zeros.
+ * @param codeStyleFlags The style, plus any of
+ *   - 0x10000: if a pass on plane p fails, keep only the planes above p, with midpoints (bit p set
+ *     in samples that are then not 0);
+ *   - 0x20000: do not clear the block first;
+ *   - 0x40000: keep the midpoints below the last plane; without this flag the bits below it are
+ *     cleared;
+ *   - 0x80000: do not clear the flags in the state, because the caller has filled its memory with
+ *     zeros.
  * @param pErrorBitPlane On ::zepStatusJPEG2KDecodeError the plane of the pass that failed; may be
  *   null.
  * @param pState Memory of zepiDecodeGetBufSize_JPEG2K() bytes, with any contents and alignment.

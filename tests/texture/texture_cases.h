@@ -4,6 +4,7 @@
 #define ZEPJP_TESTS_TEXTURE_TEXTURE_CASES_H_
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 
 #include <algorithm>
 #include <cstring>
@@ -86,6 +87,46 @@ void ExpectSameOnThreads(const char* name, const Make& make) {
   for (Bytes& made : got) threads.emplace_back([&] { made = make(); });
   for (std::thread& thread : threads) thread.join();
   for (const Bytes& made : got) EXPECT_EQ(harness::FirstDifference(made, want), "") << name;
+}
+
+// Rows so far apart that the last is beyond the range of 32-bit offsets. Only touched pages take
+// memory.
+class FarRows {
+ public:
+  static constexpr int32_t kStep = 2000000000;
+  static constexpr zepiSize kSize = {7, 5};
+
+  FarRows() {
+    if (sizeof(void*) < 8) return;
+    memory_ = mmap(nullptr, kBytes, PROT_READ | PROT_WRITE,
+                   MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  }
+  ~FarRows() {
+    if (is_there()) munmap(memory_, kBytes);
+  }
+  FarRows(const FarRows&) = delete;
+  FarRows& operator=(const FarRows&) = delete;
+
+  // False if addresses have 32 bits or the system refused the mapping.
+  bool is_there() const { return memory_ != MAP_FAILED; }
+  uint8_t* row(int y) { return static_cast<uint8_t*>(memory_) + int64_t{kStep} * y; }
+
+ private:
+  static constexpr auto kBytes =
+      static_cast<size_t>(uint64_t{kSize.height} * uint64_t{kStep} & SIZE_MAX);
+  void* memory_ = MAP_FAILED;
+};
+
+// Tests the order of checks: pointers, step, size. Argument kDst is the output `dst`, kStep the step,
+// and the size follows it.
+template <size_t kDst, size_t kStep, class Order>
+void ExpectTextureOrder(Order order, const uint8_t* dst, size_t dst_size) {
+  order.template Null<0>()
+      .template Null<kDst>()
+      .template Bad<kStep>(zepStatusBadStep, {0})
+      .template Size<kStep + 1>()
+      .Output(dst, dst_size)
+      .Run();
 }
 
 }  // namespace texture_cases

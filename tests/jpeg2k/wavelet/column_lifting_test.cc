@@ -126,32 +126,24 @@ TYPED_TEST(WaveletColumnLifting97, InPlace) {
     GuardedRows<T> apart(8, width, Edge::kEnd), same(8, width, Edge::kEnd);
     apart.FillAll(random);
     same.CopyFrom(apart);
+    const auto expect_same = [&](size_t row, size_t want) {
+      const size_t bytes = static_cast<size_t>(width) * sizeof(T);
+      EXPECT_EQ(harness::FirstByteDifference(same[row], apart[want], bytes), "") << width;
+    };
     CallForward<TypeParam>(apart, width);
     TypeParam::FwdColLift(same[0], same[1], same[2], same[3], same[0], same[5], same[6], same[1],
                           width);
-    ASSERT_EQ(
-        harness::FirstByteDifference(same[0], apart[4], static_cast<size_t>(width) * sizeof(T)), "")
-        << width;
-    ASSERT_EQ(
-        harness::FirstByteDifference(same[1], apart[7], static_cast<size_t>(width) * sizeof(T)), "")
-        << width;
-    ASSERT_EQ(
-        harness::FirstByteDifference(same[6], apart[6], static_cast<size_t>(width) * sizeof(T)), "")
-        << width;
+    expect_same(0, 4);
+    expect_same(1, 7);
+    expect_same(6, 6);
     apart.FillAll(random);
     same.CopyFrom(apart);
     CallInverse<TypeParam>(apart, width);
     TypeParam::InvColLift(same[0], same[1], same[2], same[3], same[4], same[5], same[0], same[1],
                           width);
-    ASSERT_EQ(
-        harness::FirstByteDifference(same[0], apart[6], static_cast<size_t>(width) * sizeof(T)), "")
-        << width;
-    ASSERT_EQ(
-        harness::FirstByteDifference(same[1], apart[7], static_cast<size_t>(width) * sizeof(T)), "")
-        << width;
-    ASSERT_EQ(
-        harness::FirstByteDifference(same[4], apart[4], static_cast<size_t>(width) * sizeof(T)), "")
-        << width;
+    expect_same(0, 6);
+    expect_same(1, 7);
+    expect_same(4, 4);
   }
 }
 
