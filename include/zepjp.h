@@ -2351,8 +2351,8 @@ zepiDecodeCBProgrGetPassCounter_JPEG2K(const zepiDecodeStateJPEG2K* pState, int3
 ZEP_API zepStatus ZEP_CALL
 zepiDecodeCBProgrGetCurBitPlaneNum_JPEG2K(const zepiDecodeStateJPEG2K* pState, int32_t* pBitPlane);
 /**
- * Decodes the passes of one segment, at most as many as are left. Samples keep the midpoints below
- * their last decoded bits. If no passes are left, nothing is read. After
+ * Decodes the passes of one segment, at most the number of passes that are left. Samples keep the
+ * midpoints below their last decoded bits. If no passes are left, nothing is read. After
  * ::zepStatusJPEG2KDecodeError further steps return it again and do nothing. **Checks**: pSrc,
  * pState (::zepStatusNullPtr), the identifier (::zepStatusContextMismatch), no block attached
  * (::zepStatusJPEG2KNotAttached). A negative length counts as 0.

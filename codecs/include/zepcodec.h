@@ -384,7 +384,7 @@ typedef struct zepcLosslessJpegOptions {
 /** Styles of JPEG 2000 code-blocks (ITU-T T.800, table A.19). */
 typedef enum zepcBlockStyle {
   zepcBlockBypass = 1,       /**< Raw bits in the lower planes. */
-  zepcBlockReset = 2,        /**< Contexts start anew at each pass. */
+  zepcBlockReset = 2,        /**< Contexts are reset at each pass. */
   zepcBlockTerminate = 4,    /**< Each pass ends its codeword. */
   zepcBlockCausal = 8,       /**< Contexts do not use the next stripe. */
   zepcBlockPredictable = 16, /**< Predictable termination, which lets decoders detect errors. */

@@ -19,7 +19,7 @@ for kind in static shared; do
     -DCMAKE_INSTALL_INCLUDEDIR=include/odd >"$work/$kind.log"
   cmake --build "$builds.$kind" >>"$work/$kind.log" || { tail -n 40 "$work/$kind.log"; exit 1; }
   cmake --install "$builds.$kind" >/dev/null
-  rm -rf "$builds.$kind"  # what is installed must do without it
+  rm -rf "$builds.$kind"  # the installed files must not need it
 done
 cd "$prefix"
 [ -f include/odd/zepjp.h ] && [ -f lib/odd/libzepjp.a ] && [ -f lib/odd/libzepjp.so.7 ]
