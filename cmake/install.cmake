@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
-# The CMake package and the pkg-config files. Nothing in them names the prefix, so that an installed
-# tree can be moved. A static and a shared build go into one prefix: their targets are in files of
-# their own, all other files are the same.
+# The CMake package and the pkg-config files. None of them contains the prefix, so an installed tree
+# can be moved. A static and a shared build can use one prefix: each has its own files of targets,
+# and all other files are the same.
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/zepjp)
 configure_package_config_file(cmake/zepjpConfig.cmake.in
   ${CMAKE_CURRENT_BINARY_DIR}/zepjpConfig.cmake INSTALL_DESTINATION ${package_dir})
@@ -16,7 +16,7 @@ endif()
 install(EXPORT zepjpTargets FILE zepjp-${kind}-targets.cmake NAMESPACE zepjp::
   DESTINATION ${package_dir})
 
-# A directory of the installation as a .pc file has it.
+# Writes a directory of the installation in the form of a .pc file.
 function(zepjp_pc_path variable directory)
   if(IS_ABSOLUTE "${directory}")
     set(${variable} "${directory}" PARENT_SCOPE)

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-# What the libraries of this project have in common: version, hidden internals, an exact list of
-# dynamic symbols, and no need of the C++ runtime.
+# Shared by the libraries of this project: version, hidden internals, an exact list of dynamic
+# symbols, and independence of the C++ runtime.
 function(zepjp_library_properties target version_script)
   set_target_properties(${target} PROPERTIES
     VERSION ${PROJECT_VERSION}
@@ -16,14 +16,14 @@ function(zepjp_library_properties target version_script)
     $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-prio-ctor-dtor>)  # start-up is earlier than any caller
   if(BUILD_SHARED_LIBS)
     get_filename_component(script ${version_script} ABSOLUTE)
-    # Never unmapped: the threads of the OpenMP runtime outlive a dlclose().
+    # Never unmapped: the threads of the OpenMP runtime still run after dlclose().
     target_link_options(${target} PRIVATE
       LINKER:--version-script=${script} LINKER:--as-needed LINKER:-z,nodelete)
     set_target_properties(${target} PROPERTIES LINK_DEPENDS ${script})
   endif()
 endfunction()
 
-# What a program links for the OpenMP runtime: by name where every compiler finds it.
+# The OpenMP runtime that a program links: by name if every compiler finds it.
 set(ZEPJP_OPENMP_LINK)
 if(ZEP_OPENMP)
   list(GET OpenMP_CXX_LIB_NAMES 0 name)
@@ -33,8 +33,8 @@ if(ZEP_OPENMP)
   endif()
 endif()
 
-# Compiles the sources with OpenMP, and links its runtime. An installed static library names the
-# runtime itself, so that a project without C++ or FindOpenMP can link it.
+# Compiles the sources with OpenMP and links its runtime. An installed static library names the
+# runtime itself, so a project without C++ or FindOpenMP can link it.
 function(zepjp_use_openmp target)
   if(NOT ZEP_OPENMP)
     return()

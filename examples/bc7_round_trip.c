@@ -6,12 +6,12 @@
  *     bc7_round_trip < photo.ppm
  *     bc7_round_trip MODE < photo.ppm > decoded.ppm
  *
- * What it shows: the texture coders, which take a whole picture in one call, and what their modes
- * are good for.
+ * What it shows: the texture coders, which take a whole picture in one call, and the quality of
+ * their modes.
  *
  * Why it works: a block of 4x4 pixels takes 16 bytes, whatever it shows, so a graphics processor
  * can find any block without decoding those before it. A block stores two colours (the end points
- * of a line through the colours of its pixels), and for each pixel only where on that line it lies.
+ * of a line through the colours of its pixels), and for each pixel only its position on that line.
  * Eight modes divide the 128 bits in different ways: two or three lines for groups of pixels
  * (subsets), more bits for end points or for positions, a line of its own for alpha. The first bits
  * of a block tell the decoder its mode.

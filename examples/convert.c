@@ -6,9 +6,9 @@
  *   convert jp2 < photo.jpg > photo.jp2
  *
  * Three things that a caller of zepcodec.h does everywhere:
- * - Every struct starts with its own size, and everything that is left at 0 has its default.
- * - zepcLastError() has the sentence that belongs to a negative status.
- * - What the library returns is freed by the library: zepcPictureFree() and zepcFree().
+ * - Every struct starts with its own size, and each member that stays 0 has its default.
+ * - zepcLastError() returns the sentence for a negative status.
+ * - The library frees what it returned: zepcPictureFree() and zepcFree().
  *
  * Damaged files are decoded as far as possible here, and their messages printed; without
  * `keeps_damaged` they would be errors.
@@ -23,7 +23,7 @@ typedef struct Bytes {
   size_t size;
 } Bytes;
 
-/* All of standard input, or no data where memory or reading fails. */
+/* All of standard input, or no data if memory or reading fails. */
 static Bytes readAll(void) {
   Bytes bytes = {NULL, 0};
   size_t capacity = 0;

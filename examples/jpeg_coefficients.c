@@ -5,12 +5,12 @@
  *
  *     jpeg_coefficients < photo.jpg > smaller.jpg
  *
- * What it shows: how to get at the quantized coefficients of a file, and how to make a file of them
+ * What it shows: how to read the quantized coefficients of a file, and how to make a file of them
  * again. On standard error it prints what percentage of the coefficients of each frequency is 0.
  *
  * Why it works: a JPEG decoder first undoes the Huffman codes, which lose nothing, and then
  * computes pixels. A program that stops after the first step has exactly the numbers that the
- * encoder had, and can code them anew. Most encoders use the codes of the standard's Annex K for
+ * encoder had, and can code them again. Most encoders use the codes of the standard's Annex K for
  * every picture; codes made for this picture are shorter. Tools that rotate or crop files without
  * loss work on coefficients too, because decoding and encoding again costs quality each time.
  *

@@ -37,7 +37,7 @@ static const char* readCodes(JpegFile* file, const uint8_t* content, int size) {
   return size == 0 ? NULL : kDamaged;
 }
 
-/* The blocks of an MCU, and how many MCUs cover the picture. */
+/* Computes the blocks of an MCU and the number of MCUs that cover the picture. */
 static const char* setLayout(JpegFile* file) {
   JpegComponent* const y = &file->component[0];
   if (file->components == 1) y->across = y->down = 1; /* alone, whatever the header says */
@@ -149,7 +149,7 @@ static const char* readBytes(FILE* in, JpegFile* file) {
   if (ferror(in)) return "the input cannot be read";
   if (size == room) return "the file is too large for this program";
   file->size = (int32_t)size;
-  /* Give back what is left over: then tools for memory errors see each read beyond the end. */
+  /* Release the unused memory: then tools for memory errors detect each read beyond the end. */
   uint8_t* const exact = realloc(file->bytes, size > 0 ? size : 1);
   if (exact != NULL) file->bytes = exact;
   return NULL;

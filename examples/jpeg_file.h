@@ -4,8 +4,8 @@
  *
  * Supported: baseline (SOF0, Huffman codes, 8 bits), grey or Y, Cb, Cr in one scan, where an MCU
  * has 1x1, 2x1 or 2x2 blocks of Y and one of each chroma. Other files are refused with a sentence.
- * Any bytes are safe: each segment is checked to lie within the file before it is read, and each
- * field to lie within its segment.
+ * Any bytes are safe: before a segment is read, the parser checks that it lies within the file, and
+ * before a field is read, that it lies within its segment.
  */
 #ifndef EXAMPLES_JPEG_FILE_H
 #define EXAMPLES_JPEG_FILE_H

@@ -39,7 +39,7 @@ const char* jpegReadBlocks(const JpegFile* file, JpegBlock** blocks);
 size_t jpegBlockCount(const JpegFile* file);
 /* The component (0, 1 or 2) of block i in the order of the scan. */
 int jpegComponentOf(const JpegFile* file, size_t i);
-/* Position of the first marker at `position` or after it; the file's size where there is none. */
+/* The position of the first marker from `position` on, or the file's size if there is none. */
 int32_t jpegFindMarker(const JpegFile* file, int32_t position);
 
 #endif /* EXAMPLES_JPEG_SCAN_H */

@@ -33,7 +33,7 @@ void jpegWriteCodes(FILE* out, int kind, int table, const uint8_t bits[16], cons
 void jpegWriteFrame(FILE* out, int width, int height, const JpegComponent* component, int count);
 /* The last segment before the coded data: all components in one scan. */
 void jpegWriteScan(FILE* out, const JpegComponent* component, int count);
-/* Returns null, or a sentence where anything since the start could not be written. */
+/* Returns null, or a sentence if anything since the start could not be written. */
 const char* jpegWriteEnd(FILE* out);
 
 #endif /* EXAMPLES_JPEG_SEGMENTS_H */

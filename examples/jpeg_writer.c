@@ -18,7 +18,7 @@ static zepStatus countSymbols(const JpegFile* file, const JpegBlock* blocks,
   return status;
 }
 
-/* The shortest codes for these counts: into the file, and prepared for the encoder. */
+/* Makes the shortest codes for these counts, for the file and for the encoder. */
 static zepStatus makeCodes(FILE* out, int kind, int table, const int32_t counts[256],
                            zepiEncodeHuffmanSpec* spec) {
   uint8_t bits[16], symbols[256];
@@ -28,7 +28,7 @@ static zepStatus makeCodes(FILE* out, int kind, int table, const int32_t counts[
   return status;
 }
 
-/* Size, components, tables: all that comes before the coded data. */
+/* Writes everything before the coded data: size, components, tables. */
 static zepStatus writeHeader(FILE* out, const JpegFile* file, const JpegBlock* blocks,
                              zepiEncodeHuffmanSpec specs[2][2]) {
   int32_t counts[2][2][256] = {{{0}}};
@@ -52,7 +52,7 @@ static zepStatus writeHeader(FILE* out, const JpegFile* file, const JpegBlock* b
   return status;
 }
 
-/* Each block goes into a small buffer, and from there to the file. */
+/* Codes each block into a small buffer, and writes it from there to the file. */
 static zepStatus writeData(FILE* out, const JpegFile* file, const JpegBlock* blocks,
                            zepiEncodeHuffmanSpec specs[2][2]) {
   uint8_t coded[504]; /* no block takes more */

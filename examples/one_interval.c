@@ -59,7 +59,7 @@ static Box boxAround(const JpegFile* file, int first, int last) {
 
 static int smaller(int a, int b) { return a < b ? a : b; }
 
-/* Black, without what reaches beyond the edges of the whole picture. */
+/* A black picture, cut off at the edges of the whole picture. */
 static const char* createPart(const JpegFile* file, const Box* box, Picture* part) {
   const int right = smaller(file->width, (box->left + box->across) * box->mcuWidth);
   const int bottom = smaller(file->height, (box->top + box->down) * box->mcuHeight);
@@ -67,7 +67,7 @@ static const char* createPart(const JpegFile* file, const Box* box, Picture* par
                        file->components);
 }
 
-/* The blocks of an MCU to its pixels, which have no gaps between rows. */
+/* Converts the blocks of an MCU to its pixels, without gaps between rows. */
 static zepStatus decodePixels(const JpegFile* file, uint16_t steps[3][64], JpegBlock* blocks,
                               uint8_t* pixels) {
   if (file->components == 1) {
@@ -87,7 +87,7 @@ static zepStatus decodePixels(const JpegFile* file, uint16_t steps[3][64], JpegB
   }
 }
 
-/* Copies the pixels of an MCU to column `left`, row `top` of the part, as far as they lie in it. */
+/* Copies the pixels of an MCU that lie inside the part to its column `left`, row `top`. */
 static void copyPixels(const Box* box, const uint8_t* pixels, int left, int top, Picture* part) {
   const int columns = smaller(box->mcuWidth, part->width - left);
   const int rows = smaller(box->mcuHeight, part->height - top);
@@ -99,7 +99,7 @@ static void copyPixels(const Box* box, const uint8_t* pixels, int left, int top,
   }
 }
 
-/* MCUs first to last, of which the first begins at `position`, into the part. */
+/* Decodes MCUs first to last, the first of which begins at `position`, into the part. */
 static const char* decodeMcus(const JpegFile* file, int first, int last, int32_t position,
                               Picture* part) {
   const Box box = boxAround(file, first, last);

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: MIT */
 /*
- * problem.h: how the examples report errors. A function returns null where all went well, else a
+ * problem.h: how the examples report errors. A function returns null if all went well, else a
  * sentence that says what is wrong; main() prints it and ends with exit code 1.
  */
 #ifndef EXAMPLES_PROBLEM_H

@@ -12,7 +12,7 @@
  * Why it works: the steps decide how exact each coefficient is, and a decoder multiplies by
  * whatever steps the file names. Larger steps mean smaller numbers and more zeros, thus fewer bits.
  * Compared with decoding and encoding it saves both transforms and both colour conversions, and
- * nothing is rounded but the coefficients.
+ * only the coefficients are rounded.
  *
  * A step never becomes smaller than it was: that would take more bits for the same picture. Each
  * coefficient is rounded twice, by the first encoder and here, so the result is a little worse than

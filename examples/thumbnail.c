@@ -64,7 +64,7 @@ static zepStatus reduceBlock(const JpegBlock* block, const Plane* plane, uint8_t
   }
 }
 
-/* The blocks of an MCU to their places in the planes. */
+/* Writes the blocks of an MCU to their places in the planes. */
 static zepStatus reduceMcu(const JpegFile* file, int mcu, const JpegBlock* blocks, Plane* planes) {
   const int mcuColumn = mcu % file->mcusAcross, mcuRow = mcu / file->mcusAcross;
   zepStatus status = zepStatusOk;
@@ -93,7 +93,7 @@ static const char* reduceScan(const JpegFile* file, Plane* planes) {
   return problem;
 }
 
-/* Planes to pixels. The blocks reach beyond the picture; what is there is left out. */
+/* Converts planes to pixels, without the parts of blocks that reach beyond the picture. */
 static zepStatus joinPlanes(const JpegFile* file, const Plane* planes, Picture* picture) {
   const zepiSize size = {picture->width, picture->height};
   if (file->components == 1) {

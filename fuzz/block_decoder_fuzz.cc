@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Any bytes as coded blocks, under any tables and from any state: status, position, marker, state, DC
-// and coefficients are those of the model after every call.
+// Any bytes as coded blocks, with any tables and from any state: status, position, marker, state,
+// DC and coefficients must equal those of the model after every call.
 #include "input.h"
 #include "reference/block_decoder.h"
 
@@ -24,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Stream ours;
   std::memset(&ours, 0, sizeof(ours));
   const uint8_t kind = input.Byte();
-  // A count of bits that no coder writes cannot be compared; it must do no harm.
+  // A count of bits that no coder writes cannot be compared, but it must do no harm.
   const bool broken_state = kind % 5 == 4;
   if (kind % 5 == 1 || broken_state) input.Fill(&ours.state, sizeof(ours.state));
   if (!broken_state) ours.state.numBits &= 31;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Any coefficients under any tables into any room: status, position, state, DC and bytes are those of
-// the model after every call.
+// Any coefficients with any tables into any room: status, position, state, DC and bytes must equal
+// those of the model after every call.
 #include "input.h"
 #include "reference/block_encoder.h"
 
@@ -24,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Stream ours;
   std::memset(&ours, 0, sizeof(ours));
   Stream model = ours;
-  // Memory of exactly the room, so that a write beyond it is seen.
+  // Memory of exactly the room, so that the sanitizer detects a write beyond it.
   std::vector<uint8_t> bytes(static_cast<size_t>(room), 0xA5), expected = bytes;
   for (int i = 0; i < 8; ++i) {
     int16_t block[64] = {};

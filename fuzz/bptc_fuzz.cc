@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Any bytes as BC6H and BC7 blocks, in pictures of any small size: the memory of the pixels is what the model
-// leaves.
+// Any bytes as BC6H and BC7 blocks, in pictures of any small size: the memory of the pixels must
+// equal that of the model.
 #include "input.h"
 #include "reference/bptc.h"
 

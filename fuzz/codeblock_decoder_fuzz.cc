@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Any bytes as the segments of a code-block: what the decoder makes of them in one call, step by step and by
-// the model is the same.
+// Any bytes as the segments of a code-block: the decoder in one call, the decoder in steps and the
+// model must give the same results.
 #include "harness/guarded.h"
 #include "input.h"
 #include "reference/codeblock.h"
@@ -80,7 +80,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
   std::vector<uint32_t> stepped = Block(input);
   if (DecodeInSteps(input, src.data(), &stepped) != status) std::abort();
-  // In steps the samples keep the bits below the last plane, and those of a pass that failed.
+  // In steps, the samples keep the bits below the last plane, and those of a pass that failed.
   if (status == zepStatusOk && (input.flags & 0x40000) != 0 && stepped != block) std::abort();
   return 0;
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Options of zepcodec.h from a fuzzer's bytes.
+// Makes options of zepcodec.h from a fuzzer's bytes.
 #ifndef ZEPJP_FUZZ_CODEC_CALL_H_
 #define ZEPJP_FUZZ_CODEC_CALL_H_
 
@@ -16,7 +16,7 @@ inline void Require(bool is_so) {
   if (!is_so) std::abort();
 }
 
-// A failure has a status of the list and a sentence.
+// A failure must have a known status and a sentence.
 inline void RequireFailure(zepcStatus status) {
   Require(status < 0 && status >= zepcStatusWriteFailed && zepcLastError()[0] != '\0');
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Any bytes as a DDS file: each of its levels is a picture, or the file an error.
+// Any bytes as a DDS file: each of its levels is decoded to a picture, or the file is an error.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -10,7 +10,8 @@
 namespace dds = zepcodec::dds;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  const std::vector<uint8_t> file(data, data + size);  // so that reading beyond its end is seen
+  // A copy of the exact size lets the sanitizer detect reads beyond the end.
+  const std::vector<uint8_t> file(data, data + size);
   zepcodec::Picture image;
   dds::Header header;
   int levels = 1;
@@ -19,8 +20,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         dds::Decode(file.data(), file.size(), INT64_MAX, level, &image, &header);
     if (status.ok() != status.text().empty()) std::abort();
     if (!status.ok()) return 0;
-    // Nothing larger than the file may come out of it: 4x4 pixels of at most 4 bytes for 8 bytes,
-    // and of 6 bytes for 16.
+    // The picture must not be larger than the file allows: 4x4 pixels of at most 4 bytes for 8
+    // bytes, and of 6 bytes for 16.
     if (image.SizeInBytes() / 8 > file.size()) std::abort();
     levels = header.levels;
   }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Any bytes as coded rows of differences, under any tables and from any state: status, position, marker, state
-// and samples are those of the model after every row.
+// Any bytes as coded rows of differences, with any tables and from any state: status, position,
+// marker, state and samples must equal those of the model after every row.
 #include "input.h"
 #include "reference/difference_coder.h"
 

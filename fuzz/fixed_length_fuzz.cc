@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Any bytes as refinement bits, from any state of the stream: block, position and state are those of the
-// model, and nothing is read that the model does not read.
+// Any bytes as refinement bits, from any state of the stream: block, position and state must equal
+// those of the model, and only the bytes that the model reads may be read.
 #include "input.h"
 #include "reference/fixed_length.h"
 

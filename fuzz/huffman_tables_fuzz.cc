@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Any lists to encoder's and decoder's tables, as their models build them.
+// Any lists as Huffman tables: the encoder's and decoder's tables must equal those of the models.
 #include "input.h"
 #include "reference/huffman_tables.h"
 

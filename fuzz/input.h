@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Takes a fuzzer's bytes apart.
+// Splits a fuzzer's bytes into values.
 #ifndef ZEPJP_FUZZ_INPUT_H_
 #define ZEPJP_FUZZ_INPUT_H_
 
@@ -18,7 +18,7 @@ class Input {
 
   uint8_t Byte() { return size_ == 0 ? uint8_t{0} : (--size_, *data_++); }
 
-  // The next bytes, zeros where they end.
+  // The next bytes, followed by zeros after the end.
   void Fill(void* to, size_t count) {
     auto* bytes = static_cast<uint8_t*>(to);
     const size_t have = std::min(count, size_);
@@ -28,7 +28,7 @@ class Input {
     size_ -= have;
   }
 
-  // All that is left, in memory of exactly its size.
+  // All remaining bytes, in memory of exactly their size.
   std::vector<uint8_t> Rest() {
     std::vector<uint8_t> rest(data_, data_ + size_);
     size_ = 0;

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Any bytes as a JPEG 2000 file: a picture or an error. The first byte chooses what to leave out.
+// Any bytes as a JPEG 2000 file: the result is a picture or an error. The first byte selects what
+// to leave out.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -11,13 +12,13 @@ namespace jpeg2000 = zepcodec::jpeg2000;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 1) return 0;
-  // A copy of the exact size, so that reading beyond it is seen.
+  // A copy of the exact size lets the sanitizer detect reads beyond the end.
   const std::vector<uint8_t> file(data + 1, data + size);
   jpeg2000::DecodeOptions options;
   options.reduce = data[0] % 4;
   options.layers = data[0] / 4 % 3;
   options.threads = 1;
-  options.max_pixels = 1 << 18;  // more costs time and finds nothing new
+  options.max_pixels = 1 << 18;  // larger pictures cost time and find nothing new
   jpeg2000::Image image;
   jpeg2000::FileInfo info;
   const zepcodec::Status status =

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Any bytes as a JPEG file, at every scale: a picture or an error. The first byte chooses the scale, or the components
-// alone, or samples of 12 bits.
+// Any bytes as a JPEG file, at every scale: the result is a picture or an error. The first byte
+// selects the scale, or the components alone, or samples of 12 bits.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -13,10 +13,10 @@ namespace jpeg = zepcodec::jpeg;
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 1) return 0;
   const int choice = data[0] % 5;
-  // A copy of the exact size, so that reading beyond it is seen.
+  // A copy of the exact size lets the sanitizer detect reads beyond the end.
   const std::vector<uint8_t> file(data + 1, data + size);
   jpeg::DecodeOptions options;
-  options.max_pixels = 1 << 20;  // more costs time and finds nothing new
+  options.max_pixels = 1 << 20;  // larger pictures cost time and find nothing new
   jpeg::FileInfo info;
   zepcodec::Status status;
   if (choice == 4) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Any bytes as a JPEG XR file: a picture of the size that its header tells, or an error.
+// Any bytes as a JPEG XR file: the result is a picture of the size in its header, or an error.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -10,11 +10,11 @@
 namespace jpegxr = zepcodec::jpegxr;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  // A copy of the exact size, so that reading beyond it is seen.
+  // A copy of the exact size lets the sanitizer detect reads beyond the end.
   const std::vector<uint8_t> file(data, data + size);
   jpegxr::DecodeOptions options;
   options.threads = size % 8 == 7 ? 2 : 1;  // as a whole, or in strips
-  options.max_pixels = 1 << 16;             // more costs time and finds nothing new
+  options.max_pixels = 1 << 16;             // larger pictures cost time and find nothing new
   zepcodec::Picture image;
   jpegxr::FileInfo info;
   const zepcodec::Status status = jpegxr::Decode(file.data(), file.size(), options, &image, &info);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Any bytes as a lossless JPEG file: a picture, whose samples have no more bits than it says, or an error.
+// Any bytes as a lossless JPEG file: the result is an error or a picture whose samples have no more
+// bits than it says.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -10,9 +11,10 @@
 namespace ljpeg = zepcodec::jpeg::lossless;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  const std::vector<uint8_t> file(data, data + size);  // so that reading beyond its end is seen
+  // A copy of the exact size lets the sanitizer detect reads beyond the end.
+  const std::vector<uint8_t> file(data, data + size);
   ljpeg::DecodeOptions options;
-  options.max_pixels = 1 << 16;  // more costs time and finds nothing new
+  options.max_pixels = 1 << 16;  // larger pictures cost time and find nothing new
   zepcodec::Picture picture;
   ljpeg::FileInfo info;
   const zepcodec::Status status = ljpeg::Decode(file.data(), file.size(), options, &picture, &info);
@@ -22,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   for (size_t i = 0; i < picture.SampleCount(); ++i) {
     if (picture.Get(i) > picture.MaxValue()) std::abort();
   }
-  // What was decoded can be encoded, and is the same again.
+  // A decoded picture can be encoded, and decodes to the same samples again.
   ljpeg::EncodeOptions encode_options;
   encode_options.predictor = 1 + static_cast<int>(size % 7);
   zepcodec::ByteBuffer again;

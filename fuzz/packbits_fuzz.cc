@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Any bytes as a row to pack, and as packets to unpack: sizes, bytes and statuses are those of the models, and a
-// packed row comes back.
+// Any bytes as a row to pack, and as packets to unpack: sizes, bytes and statuses must equal those
+// of the models, and unpacking must restore a packed row.
 #include "input.h"
 #include "reference/tiff.h"
 
@@ -35,7 +35,7 @@ void Unpack(const Bytes& packed, size_t length) {
   if (ours != model) std::abort();
 }
 
-// The bytes again and again, a little more than the packer plans at once.
+// The bytes repeated, to a little more than the packer plans at once.
 Bytes Repeated(const Bytes& bytes) {
   Bytes row;
   while (row.size() < 17000) row.insert(row.end(), bytes.begin(), bytes.end());

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Any bytes as blocks of progressive scans, or of a scan that is read from bit to bit, under any tables and from any
-// state: every call leaves what the model leaves.
+// Any bytes as blocks of progressive scans, or of a sequential scan read by the direct coder, with
+// any tables and from any state: the results of every call must equal those of the model.
 #include "input.h"
 #include "reference/direct_coder.h"
 #include "reference/progressive_decoder.h"
@@ -53,7 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Stream ours;
   std::memset(&ours, 0, sizeof(ours));
   const int kind = input.Byte() % 5;
-  // From bit to bit there is no telling what a table that was refused means.
+  // The direct coder's results are not defined for a table that was refused.
   if (kind == 4 && is_table != zepStatusOk) return 0;
   const uint8_t start = input.Byte();
   if (start % 5 == 1) input.Fill(&ours.state, sizeof(ours.state));

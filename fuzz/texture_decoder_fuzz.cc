@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-// Any bytes as texture blocks, in pictures of any small size, with any step: the memory of the pixels is
-// what the model leaves.
+// Any bytes as texture blocks, in pictures of any small size, with any step: the memory of the
+// pixels must equal that of the model.
 #include "input.h"
 #include "reference/texture.h"
 
 namespace {
 
-// How far apart rows may lie, and how many there are.
+// Limits of the pictures; a step is at most kMaxMore bytes longer than a row.
 constexpr int kMaxWidth = 70, kMaxHeight = 9, kMaxMore = 20;
 constexpr size_t kRowBytes = 4 * kMaxWidth + kMaxMore;
 constexpr size_t kMemory = kRowBytes * kMaxHeight;

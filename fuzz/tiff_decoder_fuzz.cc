@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Any bytes as a TIFF file: a picture that is not larger than the file allows, or an error.
+// Any bytes as a TIFF file: the result is an error or a picture that is not larger than the file
+// allows.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -12,9 +13,10 @@
 namespace tiff = zepcodec::tiff;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  const std::vector<uint8_t> file(data, data + size);  // so that reading beyond its end is seen
+  // A copy of the exact size lets the sanitizer detect reads beyond the end.
+  const std::vector<uint8_t> file(data, data + size);
   tiff::DecodeOptions options;
-  options.max_pixels = 1 << 16;  // more costs time and finds nothing new
+  options.max_pixels = 1 << 16;  // larger pictures cost time and find nothing new
   zepcodec::Picture picture;
   tiff::FileInfo info;
   const zepcodec::Status status = tiff::Decode(file.data(), file.size(), options, &picture, &info);
@@ -26,7 +28,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       std::max(tiff::kAlwaysAcceptedBytes, tiff::kMostExpansion * static_cast<int64_t>(size))) {
     std::abort();
   }
-  // What was decoded can be encoded, and is the same again.
+  // A decoded picture can be encoded, and decodes to the same samples again.
   tiff::EncodeOptions encode_options;
   encode_options.has_byte_planes = picture.bits() == 16 && size % 2 != 0;
   zepcodec::ByteBuffer again;

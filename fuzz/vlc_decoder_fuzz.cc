@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Any bits as blocks of JPEG XR, one after the other with one state that any choice of tables and order
-// of scans may be in: decoders and model agree on coefficients, states and how far they read; what was
-// decoded is coded by both to the same bits.
+// Any bits as blocks of JPEG XR, one after the other with one state that starts with any choice of
+// tables and order of scans. Decoders and model must agree on coefficients, states and how far they
+// read. Both then encode the decoded values to the same bits.
 #include "harness/guarded.h"
 #include "input.h"
 #include "reference/vlc.h"
@@ -10,13 +10,13 @@ namespace {
 
 using harness::Guarded;
 
-// A block: 15 x 64 bits, what waits before and what is read ahead.
+// The bytes of a block: 15 x 64 bits, the pending bits before it and the bits read ahead.
 constexpr size_t kStateBytes = 1780, kBlockBytes = 132;
 using State = std::vector<uint8_t>;
 
 zepiVLCState* Of(State* state) { return reinterpret_cast<zepiVLCState*>(state->data()); }
 
-// What one call sees and leaves.
+// The inputs and results of one call.
 struct Call {
   uint32_t kind, model_bits, channel;
   zepiVLCContext context;

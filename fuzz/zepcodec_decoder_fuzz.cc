@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Any bytes as a file of any format, through the C interface, with options from the first bytes: a
-// picture that is what it says, or an error with a sentence.
+// Any bytes as a file of any format, through the C interface, with options from the first bytes:
+// the result is a picture with the properties that it reports, or an error with a sentence.
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -15,10 +15,10 @@ using fuzz::Input;
 using fuzz::Pick;
 using fuzz::Require;
 
-constexpr int64_t kMostPixels = 1 << 16;  // more costs time and finds nothing new
+constexpr int64_t kMostPixels = 1 << 16;  // larger pictures cost time and find nothing new
 constexpr int64_t kMostMemory = 1 << 28;
 
-// Of the progress: never falls, and stops after some calls where the fuzzer wants it.
+// Checks that the progress never falls, and cancels after some calls if the fuzzer's bytes say so.
 struct Watch {
   double last = 0;
   int32_t calls_left = 0;
@@ -36,7 +36,7 @@ struct Rows {
   uint32_t sum = 0;
 };
 
-// Reads every byte, so that an address sanitizer sees those that are not there.
+// Reads every byte, so that an address sanitizer detects missing ones.
 uint32_t SumOf(const zepcPixels& pixels) {
   uint32_t sum = 0;
   const auto* const data = static_cast<const uint8_t*>(pixels.data);
@@ -67,7 +67,7 @@ zepcDecodeOptions ReadOptions(Input* input) {
   const uint8_t flags = input->Byte();
   options.keeps_damaged = flags & 1;
   options.applies_orientation = flags >> 1 & 1;
-  options.layout = static_cast<zepcLayout>(Pick(input, 9));  // one beyond the last
+  options.layout = static_cast<zepcLayout>(Pick(input, 9));  // also one invalid value
   options.sample = static_cast<zepcSample>(Pick(input, 8));
   options.opacity = static_cast<zepcOpacity>(flags >> 2 & 3);
   options.background[1] = static_cast<uint16_t>(257 * flags);
@@ -102,7 +102,7 @@ void CheckDetails(const zepcPicture* picture, zepcStatus status) {
   Require(has_damage == (status == zepcStatusDamaged));
 }
 
-// The picture is of the announced size and as the options want it.
+// The picture must have the announced size and the properties that the options ask for.
 void CheckPicture(const zepcPixels& pixels, const zepcInfo& info,
                   const zepcDecodeOptions& options) {
   Require(pixels.data != nullptr && pixels.width > 0 && pixels.height > 0);
@@ -123,7 +123,7 @@ void CheckPicture(const zepcPixels& pixels, const zepcInfo& info,
   }
 }
 
-// The same picture once more, by rows and into a buffer.
+// Decodes the same picture again, by rows and into a buffer.
 void CheckOtherWays(const std::vector<uint8_t>& file, zepcDecodeOptions options,
                     const zepcPixels& pixels) {
   const uint32_t sum = SumOf(pixels);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Pixels of any form, with any options of any format, through the C interface: a file that is decoded to
-// the same size, and to the same pixels where the format says that it is lossless; or an error with a
-// sentence.
+// Pixels of any form, with any options of any format, through the C interface. The result is an
+// error with a sentence, or a file that decodes to the same size, and to the same pixels if it is
+// lossless.
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -17,7 +17,7 @@ using fuzz::Input;
 using fuzz::Pick;
 using fuzz::Require;
 
-// All options that can be given, and what they point to.
+// All options, and the data to which they point.
 struct Call {
   zepcEncodeOptions options = {};
   zepcJpegOptions jpeg = {};
@@ -83,7 +83,7 @@ void ReadOthers(Input* input, Call* call) {
   call->dds.texture = static_cast<zepcTexture>(Pick(input, 9));
   call->dds.has_mipmaps = flags >> 1 & 1;
   call->dds.header = flags >> 2 & 3;
-  call->dds.bc7_mode = flags >> 4 & 1;  // the thorough one only costs time here
+  call->dds.bc7_mode = flags >> 4 & 1;  // not the thorough search, which only costs time here
   call->tiff.size = sizeof(call->tiff);
   call->tiff.is_uncompressed = flags & 1;
   call->tiff.has_byte_planes = flags >> 1 & 1;
@@ -159,7 +159,7 @@ struct Pixels {
   std::vector<uint8_t> data;
 };
 
-// The integers: floats with NaNs need not come back bit by bit.
+// Only integers are compared: floats with NaNs may come back with other bits.
 void CheckSame(const zepcPixels& from, const zepcPixels& to) {
   Require(to.bits ==
           (from.bits == 0 ? 8 * static_cast<int32_t>(fuzz::SampleBytes(from.sample)) : from.bits));

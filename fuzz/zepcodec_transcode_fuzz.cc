@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Any bytes as a JPEG file that is written anew with options from the first bytes. What is written can
-// be read again, has the size that the options tell, and turning it back is possible.
+// Any bytes as a JPEG file that is rewritten with options from the first bytes. The written file
+// can be read again, has the size that the options determine, and can be turned back.
 #include <cstddef>
 #include <cstdint>
 #include <cstring>

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Photographs through the JPEG codec: installs what is missing, builds, converts the fifteen
+# Shows the JPEG codec on photographs: installs missing packages, builds, converts the fifteen
 # pictures of Debian's lomiri-wallpapers-16.04 from JPEG to PNG and back, writes reports, and prints
-# times and quality beside libjpeg-turbo's. Everything stays in build/demo.
+# times and quality beside those of libjpeg-turbo. All files are in build/demo.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD
@@ -22,7 +22,7 @@ echo "== Getting the pictures"
 mkdir -p "$demo/package"
 cd "$demo/package"
 if ! compgen -G "$package*.deb" >/dev/null; then
-  # On a fresh system the lists of packages have to come first.
+  # A fresh system first needs the lists of packages.
   apt-get download -q "$package" 2>download.log || {
     as_root=()
     [ "$(id -u)" -eq 0 ] || as_root=(sudo)

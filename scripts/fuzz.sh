@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Runs one fuzz target for long; what it finds is kept in build/asan/fuzz/<name>.found.
+# Runs one fuzz target for a long time; its findings are kept in build/asan/fuzz/<name>.found.
 #   fuzz.sh TARGET [SECONDS]   (for example: fuzz.sh block_decoder_fuzz 3600)
 set -euo pipefail
 cd "$(dirname "$0")/.."

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Formatting of all sources; clang-tidy on what changed of the libraries and tools.
+# Checks the formatting of all sources, and runs clang-tidy on the changed files of the libraries
+# and tools.
 #   lint.sh [BASE]   (default: the parent of the last merge base with origin/main, or HEAD~1)
 set -euo pipefail
 cd "$(dirname "$0")/.."

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Builds every configuration and passes all tests; installs what is missing first.
-#   test.sh [PRESET...]   (default: all that CI builds)
+# Installs missing packages, builds every configuration and runs all tests.
+#   test.sh [PRESET...]   (default: all presets of CI)
 #   test.sh --quick       one configuration, the lowest and the highest instruction set
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -11,14 +11,14 @@ presets=("$@")
 [ "${presets[0]}" != --quick ] || presets=(quick)
 mkdir -p build/all
 
-# Compilers' results are kept from run to run, and for every checkout.
+# ccache keeps the compilers' results from run to run, and for every checkout.
 if command -v ccache >/dev/null; then
   export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
   export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=pch_defines,time_macros
 fi
 
 times=()
-# timed WHAT LOG COMMAND...: the seconds that a step took; its output where it fails.
+# timed WHAT LOG COMMAND...: measures the seconds of a step; prints its output if it fails.
 timed() {
   local what=$1 log=build/$2.log start=$SECONDS
   shift 2
@@ -27,7 +27,7 @@ timed() {
 }
 
 [ "${presets[0]}" = quick ] || timed lint lint scripts/lint.sh
-# One tree of tests over all configurations, so that one summary closes the run.
+# One tree of tests over all configurations, so that one summary is printed at the end.
 : >build/all/CTestTestfile.cmake
 for preset in "${presets[@]}"; do
   echo "== $preset"
@@ -37,8 +37,8 @@ for preset in "${presets[@]}"; do
 done
 export LSAN_OPTIONS=suppressions=$PWD/tests/lsan.supp:print_suppressions=0
 
-# Where the time went stands in front of ctest's summary: for tests the sum over all of them, of
-# which as many run at once as there are processors.
+# Prints the time of each step before ctest's summary. For tests this is the sum over all tests,
+# although several run at the same time.
 steps=$(printf '%s\n' "${times[@]}")
 ctest --test-dir build/all -j "$(nproc)" --output-on-failure --timeout 1200 --no-tests=error |
   awk -v steps="$steps" '

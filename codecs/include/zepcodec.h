@@ -1,7 +1,8 @@
 /* SPDX-License-Identifier: MIT */
 /**
- * @file
- * Complete image codecs: JPEG, lossless JPEG, JPEG 2000, JPEG XR, DDS textures and TIFF, in memory.
+ * @file zepcodec.h
+ * @brief Complete image codecs in memory: JPEG, lossless JPEG, JPEG 2000, JPEG XR, DDS textures and
+ *   TIFF.
  *
  * @code
  *   zepcPicture* picture = NULL;
@@ -15,26 +16,26 @@
  *   }
  * @endcode
  *
- * **Structs grow.** Every struct that the caller makes begins with its own `size`, which the caller
- * sets to `sizeof`. Later versions add members at the end; what a caller compiled earlier does not
- * have counts as 0. **0 is the default of every option**, so `zepcJpegOptions jpeg = {sizeof(jpeg)};`
- * and then the members that matter is all that is needed.
+ * **Structs may grow.** Every struct that the caller makes begins with its own `size`, which the
+ * caller sets to `sizeof`. Later versions add members at the end. A program that was compiled with
+ * an older header does not have them, and they count as 0. **0 is the default of every option**, so
+ * write `zepcJpegOptions jpeg = {sizeof(jpeg)};` and then set only the members that matter.
  *
- * **Errors.** A function that returns a status leaves its outputs as they were when the status is
- * negative, and zepcLastError() has a sentence about it. No C++ exception leaves the library, and a
- * lack of memory is the status zepcStatusNoMemory.
+ * **Errors.** If a function returns a negative status, it leaves its outputs as they were, and
+ * zepcLastError() returns a sentence about the failure. No C++ exception leaves the library; a lack
+ * of memory is the status zepcStatusNoMemory.
  *
- * **Damage.** Of a damaged file the codecs save what they can. By default such a file is an error
- * (zepcStatusBadFile). With `keeps_damaged` the picture is returned together with
- * zepcStatusDamaged, and zepcPictureMessage() describes the damage.
+ * **Damage.** By default a damaged file is an error (zepcStatusBadFile). With `keeps_damaged` the
+ * codecs save what they can: they return the picture together with zepcStatusDamaged, and
+ * zepcPictureMessage() describes the damage.
  *
  * **Threads.** All functions can be called from any thread, also at the same time with different
- * objects; a zepcPicture or zepcCoefficients that nobody changes can be read from several threads.
- * The number of threads that a call uses changes its time only, never a byte of its result.
+ * objects. Several threads may read the same zepcPicture or zepcCoefficients as long as none
+ * changes it. The number of threads that a call uses changes its time, never a byte of its result.
  *
- * **Samples** are in the machine's byte order. Unsigned samples of fewer bits than their type has lie
- * at its lower end (12 bits: 0 to 4095). Fixed point and floats are linear light: 1 is white, 2^13
- * in 16 bits and 2^24 in 32.
+ * **Samples** are in the machine's byte order. An unsigned sample with fewer bits than its type
+ * uses the low bits (12 bits: 0 to 4095). Fixed point and floats are linear light. White is 1 in
+ * floats, 2^13 in 16-bit and 2^24 in 32-bit fixed point.
  */
 #ifndef ZEPCODEC_H_
 #define ZEPCODEC_H_
@@ -49,7 +50,7 @@
 #  define ZEPC_API __attribute__((visibility("default")))
 #endif
 
-/* In C++ too a member of the caller's structs can have any value, which is then refused. */
+/* A fixed underlying type: in C++ too, the callers may store any value, which is then refused. */
 #ifdef __cplusplus
 #  define ZEPC_INT32 : int32_t
 #else
@@ -64,22 +65,25 @@ extern "C" {
 /** @defgroup zepc_basics Statuses and formats
  * @{ */
 
-/** What a call came to: 0, a positive remark, or a negative failure. */
+/**
+ * The outcome of a call: 0 for success, a positive value for a remark, a negative one for a
+ * failure.
+ */
 typedef enum zepcStatus {
   zepcStatusOk = 0,      /**< Done. */
-  zepcStatusDamaged = 1, /**< A picture of a damaged file; see zepcDecodeOptions::keeps_damaged. */
-  zepcStatusBadArgument =
-      -1, /**< A null pointer, an option out of range, a buffer that is too small. */
-  zepcStatusUnknownFormat = -2, /**< The bytes are of no format that this library knows. */
-  zepcStatusUnsupported = -3,   /**< Beyond what the format, or this library, can do. */
-  zepcStatusBadFile = -4,       /**< Damaged, or not what it says. */
-  zepcStatusTooLarge = -5,      /**< Beyond `max_pixels` or `max_memory`. */
-  zepcStatusNoMemory = -6,      /**< Memory was refused. */
+  zepcStatusDamaged = 1, /**< The picture has damage; see zepcDecodeOptions::keeps_damaged. */
+  /** A null pointer, an option out of range, a buffer that is too small. */
+  zepcStatusBadArgument = -1,
+  zepcStatusUnknownFormat = -2, /**< This library does not know the format. */
+  zepcStatusUnsupported = -3,   /**< The format, or this library, cannot do it. */
+  zepcStatusBadFile = -4,       /**< The file is damaged, or contradicts itself. */
+  zepcStatusTooLarge = -5,      /**< It exceeds `max_pixels` or `max_memory`. */
+  zepcStatusNoMemory = -6,      /**< An allocation failed. */
   zepcStatusCancelled = -7,     /**< The progress callback asked for it. */
   zepcStatusWriteFailed = -8    /**< The write callback failed. */
 } zepcStatus;
 
-/** The formats of files. */
+/** The file formats. */
 typedef enum zepcFormat ZEPC_INT32 {
   zepcFormatUnknown = 0,      /**< None of these. */
   zepcFormatJpeg = 1,         /**< Baseline, extended and progressive (ITU-T T.81). */
@@ -93,34 +97,37 @@ typedef enum zepcFormat ZEPC_INT32 {
 
 /** What a format is, and what this library can do with it. */
 typedef struct zepcFormatFacts {
-  zepcFormat format;      /**< Its number. */
-  const char* name;       /**< "JPEG 2000 (JP2)". */
-  const char* extensions; /**< Of file names, in lower case, the usual one first: "jpg jpeg jpe". */
-  const char* media_type; /**< "image/jp2". */
-  const char* reads;      /**< What can be decoded, in words. */
-  const char* writes;     /**< What can be encoded, in words. */
-  int32_t keeps_exif;     /**< Whether files written here hold it; so below. */
-  int32_t keeps_icc;      /**< An ICC profile. */
-  int32_t keeps_xmp;      /**< An XMP packet. */
-  int32_t keeps_resolution; /**< The resolution. */
+  zepcFormat format; /**< The format. */
+  const char* name;  /**< The name, such as "JPEG 2000". */
+  /** File extensions in lower case, the usual one first: "jpg jpeg jpe". */
+  const char* extensions;
+  const char* media_type;   /**< The media type, such as "image/jp2". */
+  const char* reads;        /**< A description of what can be decoded. */
+  const char* writes;       /**< A description of what can be encoded. */
+  int32_t keeps_exif;       /**< Whether written files store EXIF data. */
+  int32_t keeps_icc;        /**< Whether they store an ICC profile. */
+  int32_t keeps_xmp;        /**< Whether they store an XMP packet. */
+  int32_t keeps_resolution; /**< Whether they store the resolution. */
 } zepcFormatFacts;
 
-/** The version of the library, "7.1.0". */
+/** Returns the version of the library, "7.1.0". */
 ZEPC_API const char* zepcVersion(void);
 
 /**
- * What went wrong in this thread's last call that returned a negative status: one sentence, without a
- * full stop. Valid until the thread's next call; "" if there was none.
+ * Describes the failure of this thread's last call that returned a negative status, in one sentence
+ * without a full stop. The text is valid until the thread's next call; "" if there was no failure.
  */
 ZEPC_API const char* zepcLastError(void);
 
-/** The facts of the format with this index, from 0; null beyond the last one. */
+/** Returns the facts of the format with this index, from 0, or null after the last one. */
 ZEPC_API const zepcFormatFacts* zepcFormatAt(int32_t index);
 
-/** The format of a file by its first bytes; of JPEG also by its frame header. */
+/** Recognizes the format of a file by its first bytes, and of JPEG also by its frame header. */
 ZEPC_API zepcFormat zepcFormatOfBytes(const void* data, size_t size);
 
-/** The format that a file name, or an extension alone, stands for; capitals do not matter. */
+/**
+ * Returns the format that a file name or an extension alone stands for. Capitals do not matter.
+ */
 ZEPC_API zepcFormat zepcFormatOfName(const char* name);
 
 /** @} */
@@ -129,20 +136,19 @@ ZEPC_API zepcFormat zepcFormatOfName(const char* name);
 
 /** The channels of a pixel, in their order. */
 typedef enum zepcLayout ZEPC_INT32 {
-  zepcLayoutNative =
-      0, /**< As the file has it: grey, RGB or CMYK, with opacity where there is some. */
-  zepcLayoutGrey = 1,      /**< One channel. */
+  zepcLayoutNative = 0, /**< As in the file: grey, RGB or CMYK, with opacity if the file has it. */
+  zepcLayoutGrey = 1,   /**< One channel. */
   zepcLayoutGreyAlpha = 2, /**< Grey, opacity. */
   zepcLayoutRgb = 3,       /**< Red, green, blue. */
-  zepcLayoutRgba = 4,      /**< Colours are never multiplied by opacity. */
+  zepcLayoutRgba = 4,      /**< Red, green, blue, opacity. Colours are not multiplied by opacity. */
   zepcLayoutBgr = 5,       /**< Blue, green, red. */
   zepcLayoutBgra = 6,      /**< Blue, green, red, opacity. */
-  zepcLayoutCmyk = 7       /**< The amount of ink: 0 none, the largest value full. */
+  zepcLayoutCmyk = 7       /**< Amounts of ink: 0 is none, the largest value full. */
 } zepcLayout;
 
 /** How a sample is stored, in the machine's byte order. */
 typedef enum zepcSample ZEPC_INT32 {
-  zepcSampleNative = 0, /**< As the file has it. */
+  zepcSampleNative = 0, /**< As in the file. */
   zepcSampleU8 = 1,     /**< Unsigned, one byte. */
   zepcSampleU16 = 2,    /**< Unsigned, two bytes. */
   zepcSampleS16 = 3,    /**< Fixed point. */
@@ -160,20 +166,21 @@ typedef struct zepcPixels {
   int32_t height;    /**< In pixels, at least 1. */
   zepcLayout layout; /**< Not zepcLayoutNative. */
   zepcSample sample; /**< Not zepcSampleNative. */
-  int32_t bits;      /**< Of an unsigned sample; 0: all of its type. */
+  int32_t bits;      /**< Bits of an unsigned sample; 0: all bits of its type. */
 } zepcPixels;
 
-/** What the resolution of a picture counts. */
+/** The unit of a picture's resolution. */
 typedef enum zepcResolutionUnit ZEPC_INT32 {
   zepcResolutionNone = 0,  /**< Unknown. */
-  zepcResolutionShape = 1, /**< x : y is the shape of a pixel, its size unknown. */
+  zepcResolutionShape = 1, /**< x : y is the pixel aspect ratio; the size is unknown. */
   zepcResolutionInch = 2,  /**< Pixels per inch. */
   zepcResolutionCm = 3     /**< Pixels per centimetre. */
 } zepcResolutionUnit;
 
 /**
- * What belongs to a picture besides its pixels. From a picture, the pointers are valid until it is
- * freed; for an encoder they are the caller's. What the format has no place for is left out.
+ * The data of a picture other than its pixels. In the metadata of a picture, the pointers are valid
+ * until the picture is freed; for an encoder they belong to the caller. Data that the format cannot
+ * store is left out.
  */
 typedef struct zepcMetadata {
   size_t size;      /**< sizeof(zepcMetadata). */
@@ -183,23 +190,25 @@ typedef struct zepcMetadata {
   size_t icc_size;  /**< In bytes. */
   const void* xmp;  /**< An XMP packet. */
   size_t xmp_size;  /**< In bytes. */
-  int32_t
-      orientation; /**< As EXIF counts it: 1 upright, 2 to 8 mirrored or turned; 0 unknown. Encoders
-                            take it from `exif`. */
-  zepcResolutionUnit resolution_unit; /**< What the next two count. */
-  double resolution_x;                /**< Horizontally. */
-  double resolution_y;                /**< Vertically. */
+  /**
+   * The EXIF orientation: 1 upright, 2 to 8 mirrored or turned, 0 unknown. Encoders take it from
+   * `exif`.
+   */
+  int32_t orientation;
+  zepcResolutionUnit resolution_unit; /**< The unit of the next two members. */
+  double resolution_x;                /**< The horizontal resolution. */
+  double resolution_y;                /**< The vertical resolution. */
 } zepcMetadata;
 
 /** @} */
 /** @defgroup zepc_decode Decoding
  * @{ */
 
-/** What becomes of opacity. */
+/** What a decoder does with opacity. */
 typedef enum zepcOpacity ZEPC_INT32 {
-  zepcOpacityAuto = 0,  /**< Kept where the layout has it, else blended over white. */
+  zepcOpacityAuto = 0,  /**< Kept if the layout has it, else blended over white. */
   zepcOpacityBlend = 1, /**< Blended over zepcDecodeOptions::background. */
-  zepcOpacityDrop = 2   /**< Left out, the colours as they are. */
+  zepcOpacityDrop = 2   /**< Left out; the colours stay as they are. */
 } zepcOpacity;
 
 /** A part of a picture, in pixels from its upper left corner. */
@@ -211,81 +220,92 @@ typedef struct zepcRect {
 } zepcRect;
 
 /**
- * Called now and then with the part of the work that is done, from 0 to 1, by one thread at a time
- * but not always the same one. A result other than 0 ends the call with zepcStatusCancelled.
+ * Called from time to time with the finished part of the work, from 0 to 1. Only one thread calls
+ * it at a time, but not always the same one. A result other than 0 ends the call with
+ * zepcStatusCancelled.
  */
 typedef int32_t (*zepcProgress)(void* user, double done);
 
 /**
- * Called with rows of a decoded picture from top to bottom: `rows->height` of them, the first one of
- * which is row `y`. They are valid during the call. A result other than 0 cancels.
+ * Receives rows of a decoded picture from top to bottom: `rows->height` rows, starting with row
+ * `y`. They are valid during the call. A result other than 0 ends decoding with
+ * zepcStatusCancelled.
  */
 typedef int32_t (*zepcRows)(void* user, const zepcPixels* rows, int32_t y);
 
-/** How to decode; all zeros is a good start. */
+/** How to decode. All zeros are good defaults. */
 typedef struct zepcDecodeOptions {
   size_t size;        /**< sizeof(zepcDecodeOptions). */
-  int64_t max_pixels; /**< Larger pictures are refused; 0: 2^28. */
-  int64_t max_memory; /**< In bytes, with the picture; what would take more is refused. 0: 4 GiB. */
-  int32_t threads;    /**< 0: one for each processor. */
-  int32_t keeps_damaged; /**< Returns what can be saved of a damaged file. */
-  int32_t
-      reduce; /**< The picture at 1/2^reduce of its size, rounded up: JPEG 0 to 3, JPEG 2000 up to
-                       the number of its levels. */
-  int32_t layers;    /**< Quality layers of JPEG 2000, scans of progressive JPEG; 0: all. */
-  int32_t level;     /**< Of a DDS file: 0 the picture, then each time half its size. */
+  int64_t max_pixels; /**< Larger pictures are refused. 0: 2^28. */
+  /** Most memory in bytes, with the picture; files that would need more are refused. 0: 4 GiB. */
+  int64_t max_memory;
+  int32_t threads;       /**< The most threads to use; 0: one for each processor. */
+  int32_t keeps_damaged; /**< Not 0: return what can be saved of a damaged file. */
+  /**
+   * Decodes at 1/2^reduce of the size, rounded up: 0 to 3 for JPEG, up to the number of its levels
+   * for JPEG 2000.
+   */
+  int32_t reduce;
+  /** How many quality layers of JPEG 2000, or scans of progressive JPEG, to decode; 0: all. */
+  int32_t layers;
+  /** The level of a DDS file: 0 is the picture, each further level half the size. */
+  int32_t level;
   zepcLayout layout; /**< The channels wanted. */
-  zepcSample
-      sample; /**< zepcSampleU8 and zepcSampleU16 can be had of every file; the others are those
-                          of the file only. */
-  zepcOpacity opacity;         /**< What becomes of opacity. */
-  uint16_t background[3];      /**< RGB, 65535 is white. */
-  int32_t applies_orientation; /**< Turns the picture upright. */
-  zepcRect region;             /**< Of the reduced, upright picture; width 0: all of it. */
-  zepcRows rows;               /**< Gets the rows instead of a picture that is returned. */
-  void* rows_user;             /**< Handed to `rows`. */
-  zepcProgress progress;       /**< Null: none. */
-  void* progress_user;         /**< Handed to `progress`. */
+  /**
+   * The samples wanted. zepcSampleU8 and zepcSampleU16 work for every file, other types only if the
+   * file has them.
+   */
+  zepcSample sample;
+  zepcOpacity opacity;    /**< What to do with opacity. */
+  uint16_t background[3]; /**< The colour for zepcOpacityBlend: RGB, 65535 is white. */
+  /** Not 0: turn the picture upright, as its EXIF orientation says. */
+  int32_t applies_orientation;
+  /** The part wanted, in pixels of the reduced, upright picture; width 0: all of it. */
+  zepcRect region;
+  zepcRows rows;   /**< Not null: receives the rows; the returned picture then has no pixels. */
+  void* rows_user; /**< Passed to `rows`. */
+  zepcProgress progress; /**< The progress callback, or null. */
+  void* progress_user;   /**< Passed to `progress`. */
 } zepcDecodeOptions;
 
-/** What a file says about its picture, without decoding it. */
+/** What a file says about its picture, found without decoding it. */
 typedef struct zepcInfo {
   size_t size;            /**< sizeof(zepcInfo). */
-  zepcFormat format;      /**< What the file is. */
-  int32_t width;          /**< As stored: zepcDecode() gives this size without options. */
-  int32_t height;         /**< In pixels. */
-  zepcLayout layout;      /**< What zepcLayoutNative gives. */
-  zepcSample sample;      /**< What zepcSampleNative gives. */
-  int32_t bits;           /**< Of a sample. */
-  int32_t components;     /**< As coded, before palettes and the like. */
-  int32_t is_lossless;    /**< Coded without loss, as far as the headers tell. */
-  int32_t is_progressive; /**< In several scans or layers. */
-  int32_t orientation;    /**< As EXIF counts it; 0 unknown. */
+  zepcFormat format;      /**< The format of the file. */
+  int32_t width;          /**< The stored width, which zepcDecode() gives without options. */
+  int32_t height;         /**< The stored height. */
+  zepcLayout layout;      /**< The layout that zepcLayoutNative gives. */
+  zepcSample sample;      /**< The type that zepcSampleNative gives. */
+  int32_t bits;           /**< Bits of a sample. */
+  int32_t components;     /**< Components as coded, for example 1 with a palette. */
+  int32_t is_lossless;    /**< Whether it is coded without loss, as far as the headers tell. */
+  int32_t is_progressive; /**< Whether it has several scans or layers. */
+  int32_t orientation;    /**< The EXIF orientation; 0 unknown. */
   int32_t layers;         /**< JPEG 2000: quality layers; progressive JPEG: scans; else 1. */
-  int32_t levels;         /**< How often the picture can be halved: see `reduce` and `level`. */
+  int32_t levels;         /**< The largest possible `reduce` or `level`. */
   int32_t tiles_across;   /**< Tiles in a row; 1 where the format has none. */
   int32_t tiles_down;     /**< Rows of tiles. */
-  int32_t pictures;       /**< In the file; the first is decoded. */
+  int32_t pictures;       /**< Pictures in the file; the first is decoded. */
   int32_t has_exif;       /**< Whether it holds EXIF data. */
   int32_t has_icc;        /**< Whether it holds an ICC profile. */
   int32_t has_xmp;        /**< Whether it holds an XMP packet. */
-  int64_t memory;         /**< What zepcDecode() takes at most, about, with the picture. */
+  int64_t memory; /**< About the most memory in bytes that zepcDecode() needs, with the picture. */
 } zepcInfo;
 
 /** A decoded picture with its metadata and messages. */
 typedef struct zepcPicture zepcPicture;
 
-/** Something noticed in a file. */
+/** A remark about a file: damage or a note. */
 typedef struct zepcMessage {
   size_t size;       /**< sizeof(zepcMessage). */
   int32_t is_damage; /**< 1: samples are lost; 0: a note, nothing is lost. */
-  int64_t offset;    /**< Of the byte in the file; negative: not known. */
-  const char* text;  /**< One sentence with its place: "byte 120, MCU 7: no such code". */
+  int64_t offset;    /**< The byte in the file; negative: not known. */
+  const char* text;  /**< One sentence with the place: "byte 120, MCU 7: no such code". */
 } zepcMessage;
 
 /**
- * Reads the headers of a file. Of `options`, which may be null, the limits count, and for
- * zepcInfo::memory all.
+ * Reads the headers of a file. `options` may be null. Its limits apply, and zepcInfo::memory takes
+ * all of it into account.
  *
  * @retval zepcStatusOk `info` is filled.
  */
@@ -296,32 +316,32 @@ ZEPC_API zepcStatus zepcProbe(const void* data, size_t size, const zepcDecodeOpt
  * Decodes a file to a picture that the library allocates.
  *
  * @param options Null: the defaults.
- * @param[out] picture The result, which zepcPictureFree() frees. With zepcDecodeOptions::rows it has
- *   metadata and messages, but no pixels.
+ * @param[out] picture The result, which zepcPictureFree() frees. With zepcDecodeOptions::rows it
+ *   has metadata and messages, but no pixels.
  * @retval zepcStatusDamaged With `keeps_damaged` only: a picture with damaged parts.
  */
 ZEPC_API zepcStatus zepcDecode(const void* data, size_t size, const zepcDecodeOptions* options,
                                zepcPicture** picture);
 
 /**
- * Decodes a file into the caller's buffer. The size of `to` must be that of the result (zepcProbe()
- * tells it); its layout and samples take the place of those in `options`.
+ * Decodes a file into the caller's buffer. `to` must have the width and height of the result
+ * (zepcProbe() tells them). Its layout and samples replace those in `options`.
  *
- * @param[out] details If not null, gets a picture without pixels: metadata and messages.
+ * @param[out] details If not null, receives a picture without pixels: metadata and messages.
  */
 ZEPC_API zepcStatus zepcDecodeInto(const void* data, size_t size, const zepcDecodeOptions* options,
                                    const zepcPixels* to, zepcPicture** details);
 
-/** The pixels of a picture, which stay its own. `pixels->data` is null where it has none. */
+/** Describes the pixels of a picture, which keeps them. `pixels->data` is null if it has none. */
 ZEPC_API zepcStatus zepcPicturePixels(const zepcPicture* picture, zepcPixels* pixels);
 
-/** The metadata of a picture. */
+/** Describes the metadata of a picture, which keeps it. */
 ZEPC_API zepcStatus zepcPictureMetadata(const zepcPicture* picture, zepcMetadata* metadata);
 
 /**
- * The message with this index, from 0: damage first, then notes.
+ * Returns the message with this index, from 0: damage first, then notes.
  *
- * @retval zepcStatusBadArgument There are not that many.
+ * @retval zepcStatusBadArgument There are fewer messages.
  */
 ZEPC_API zepcStatus zepcPictureMessage(const zepcPicture* picture, int32_t index,
                                        zepcMessage* message);
@@ -337,69 +357,76 @@ ZEPC_API void zepcPictureFree(zepcPicture* picture);
 typedef enum zepcSampling ZEPC_INT32 {
   zepcSamplingAuto = 0, /**< 4:2:0 in lossy JPEG, 4:4:4 in JPEG XR. */
   zepcSampling444 = 1,  /**< Chroma at full resolution. */
-  zepcSampling422 = 2,  /**< At half the width. */
-  zepcSampling420 = 3   /**< At half the width and height. */
+  zepcSampling422 = 2,  /**< Chroma at half the width. */
+  zepcSampling420 = 3   /**< Chroma at half the width and height. */
 } zepcSampling;
 
-/** Grey, RGB and CMYK of 8 bits, grey and RGB of 12. */
+/** How to write JPEG: grey, RGB and CMYK of 8 bits, grey and RGB of 12. */
 typedef struct zepcJpegOptions {
   size_t size;              /**< sizeof(zepcJpegOptions). */
-  int32_t quality;          /**< 1 to 100; 0: 90. */
-  zepcSampling sampling;    /**< Of RGB and CMYK; files of 12 bits have 4:4:4. */
-  int32_t is_progressive;   /**< In several scans, from coarse to fine. */
-  int32_t optimizes;        /**< The Huffman tables fit the picture: smaller, but slower. */
-  int32_t restart_interval; /**< In MCUs, up to 65535; 0: none. */
-  const char*
-      scan_script; /**< The scans of a progressive file; null: the usual ones. The form is in
-                                 docs/jpeg-codec.md. */
+  int32_t quality;          /**< The quality, 1 to 100; 0: 90. */
+  zepcSampling sampling;    /**< Chroma of RGB and CMYK; 12-bit files always have 4:4:4. */
+  int32_t is_progressive;   /**< Not 0: several scans, from coarse to fine. */
+  int32_t optimizes;        /**< Not 0: Huffman tables made for the picture; smaller, but slower. */
+  int32_t restart_interval; /**< MCUs between restart markers, up to 65535; 0: none. */
+  /** The scans of a progressive file in the form of docs/jpeg-codec.md; null: the usual ones. */
+  const char* scan_script;
 } zepcJpegOptions;
 
-/** 1 to 4 components of 2 to 16 bits. */
+/** How to write lossless JPEG: 1 to 4 components of 2 to 16 bits. */
 typedef struct zepcLosslessJpegOptions {
   size_t size;             /**< sizeof(zepcLosslessJpegOptions). */
-  int32_t predictor;       /**< 1 to 7; 0: 1. */
-  int32_t point_transform; /**< Low bits that are left out, 0 to 15. */
+  int32_t predictor;       /**< The predictor, 1 to 7; 0: 1. */
+  int32_t point_transform; /**< The number of low bits to leave out, 0 to 15. */
   int32_t restart_rows;    /**< Rows between restart markers; 0: none. */
 } zepcLosslessJpegOptions;
 
 /** Styles of JPEG 2000 code-blocks (ITU-T T.800, table A.19). */
 typedef enum zepcBlockStyle {
   zepcBlockBypass = 1,       /**< Raw bits in the lower planes. */
-  zepcBlockReset = 2,        /**< Contexts start anew at each pass. */
+  zepcBlockReset = 2,        /**< Contexts are reset at each pass. */
   zepcBlockTerminate = 4,    /**< Each pass ends its codeword. */
-  zepcBlockCausal = 8,       /**< Contexts see no later stripe. */
-  zepcBlockPredictable = 16, /**< Errors can be found at the end of a codeword. */
-  zepcBlockSymbols = 32      /**< A mark after each cleanup pass. */
+  zepcBlockCausal = 8,       /**< Contexts do not use the next stripe. */
+  zepcBlockPredictable = 16, /**< Predictable termination, which lets decoders detect errors. */
+  zepcBlockSymbols = 32      /**< A segmentation symbol after each cleanup pass. */
 } zepcBlockStyle;
 
-/** Grey, RGB, with and without opacity, and CMYK, of 1 to 16 bits; a codestream on its own has neither
- * opacity nor CMYK. Without loss unless one of `ratio`, `psnr` and `layer_bytes` asks for less. */
+/**
+ * How to write JPEG 2000: grey, RGB, with and without opacity, and CMYK, of 1 to 16 bits. A
+ * codestream on its own has neither opacity nor CMYK. The file is lossless unless one of `ratio`,
+ * `psnr` and `layer_bytes` asks for a smaller one.
+ */
 typedef struct zepcJpeg2000Options {
   size_t size;  /**< sizeof(zepcJpeg2000Options). */
-  double ratio; /**< How many times smaller than the pixels. */
-  double psnr;  /**< In dB: the smallest file that has it. */
-  const size_t*
-      layer_bytes;     /**< The bytes of the file up to each quality layer, rising; 0 as the last
-                                  one: without loss. */
-  int32_t layer_count; /**< Of `layer_bytes`. */
-  int32_t levels;      /**< Of the wavelet, 1 to 32; 0: 5; -1: none. */
+  double ratio; /**< How many times smaller than the pixels the file should be; 0: not set. */
+  double psnr;  /**< Writes the smallest file with this PSNR in dB; 0: not set. */
+  /**
+   * The size of the file up to each quality layer in bytes, rising; a last 0 makes the last layer
+   * lossless.
+   */
+  const size_t* layer_bytes;
+  int32_t layer_count; /**< The number of elements of `layer_bytes`. */
+  int32_t levels;      /**< Wavelet levels, 1 to 32; 0: 5; -1: none. */
   int32_t block_style; /**< A sum of zepcBlockStyle. */
-  int32_t tile_width;  /**< 0: one tile. */
-  int32_t tile_height; /**< In pixels, like the width. */
+  int32_t tile_width;  /**< In pixels; 0: one tile. */
+  int32_t tile_height; /**< In pixels; 0: one tile. */
   int32_t progression; /**< 0 LRCP, 1 RLCP, 2 RPCL, 3 PCRL, 4 CPRL. */
 } zepcJpeg2000Options;
 
-/** Grey and RGB of all kinds of samples. Without loss unless `quality` or `sampling` is set, but floats
- * of 32 bits keep 13 bits of their mantissa, and fixed point of 32 bits must lie in -2 to 2. */
+/**
+ * How to write JPEG XR: grey and RGB of all kinds of samples. The file is lossless unless `quality`
+ * or `sampling` is set, except that 32-bit floats keep 13 bits of their mantissa. 32-bit fixed
+ * point must lie in -2 to 2.
+ */
 typedef struct zepcJpegXrOptions {
   size_t size;           /**< sizeof(zepcJpegXrOptions). */
-  int32_t quality;       /**< 1 to 100. */
-  zepcSampling sampling; /**< Of RGB. */
-  int32_t overlap;       /**< Filters across blocks: 0 one level, 1 two levels, -1 none. */
-  int32_t
-      is_frequency_order; /**< The bands of all blocks one after the other, not block by block. */
-  int32_t tile_width;     /**< Multiples of 16; 0: one tile. */
-  int32_t tile_height;    /**< Like the width. */
+  int32_t quality;       /**< The quality, 1 to 100; 0: lossless. */
+  zepcSampling sampling; /**< Chroma of RGB. */
+  int32_t overlap;       /**< Overlap filters across blocks: 0 one level, 1 two levels, -1 none. */
+  /** Not 0: frequency bands one after the other; 0: macroblock by macroblock. */
+  int32_t is_frequency_order;
+  int32_t tile_width;  /**< A multiple of 16; 0: one tile. */
+  int32_t tile_height; /**< A multiple of 16; 0: one tile. */
 } zepcJpegXrOptions;
 
 /** Kinds of texture blocks. */
@@ -407,63 +434,72 @@ typedef enum zepcTexture ZEPC_INT32 {
   zepcTextureAuto = 0, /**< BC3 with opacity, else BC1. */
   zepcTextureBc1 = 1,  /**< RGB, 4 bits a pixel. */
   zepcTextureBc2 = 2,  /**< RGB with 4 bits of opacity, 8 bits a pixel. */
-  zepcTextureBc3 = 3,  /**< RGB with smooth opacity, 8 bits a pixel. */
+  zepcTextureBc3 = 3,  /**< RGB with interpolated opacity, 8 bits a pixel. */
   zepcTextureBc4 = 4,  /**< Grey. */
   zepcTextureBc5 = 5,  /**< Red and green. */
-  zepcTextureBc7 = 6,  /**< RGB with opacity, the best, 8 bits a pixel. */
+  zepcTextureBc7 = 6,  /**< RGB with opacity at the best quality, 8 bits a pixel. */
   zepcTextureYCoCg = 7 /**< BC3 with Y as its opacity and Co, Cg as colours. */
 } zepcTexture;
 
-/** 8 bits. */
+/** How to write DDS textures: 8 bits. */
 typedef struct zepcDdsOptions {
   size_t size;         /**< sizeof(zepcDdsOptions). */
   zepcTexture texture; /**< The kind of blocks. */
-  int32_t has_mipmaps; /**< Writes all levels down to one pixel. */
-  int32_t
-      header; /**< 0 four characters where they exist, 1 BC4U and BC5U, 2 the extended header. */
-  int32_t bc7_mode; /**< 0 quick, 1 one mode alone, fastest; 2 thorough. */
+  int32_t has_mipmaps; /**< Not 0: write all levels down to one pixel. */
+  /**
+   * 0: the old header if it knows the format; 1: the same with BC4U and BC5U as names; 2: the
+   * extended (DX10) header.
+   */
+  int32_t header;
+  /** 0: quick choice among all modes; 1: mode 6 alone, the fastest; 2: thorough search. */
+  int32_t bc7_mode;
 } zepcDdsOptions;
 
-/** Grey and RGB of 8 or 16 bits. */
+/** How to write TIFF: grey and RGB of 8 or 16 bits. */
 typedef struct zepcTiffOptions {
   size_t size;             /**< sizeof(zepcTiffOptions). */
-  int32_t is_uncompressed; /**< Else PackBits. */
-  int32_t
-      has_byte_planes; /**< 16 bits: high bytes first, which packs better; a private form that other
-                                programs refuse. */
+  int32_t is_uncompressed; /**< Not 0: uncompressed; 0: PackBits. */
+  /**
+   * Not 0: all high bytes of a 16-bit row, then all low bytes. This packs better, but is a private
+   * form that other programs refuse.
+   */
+  int32_t has_byte_planes;
 } zepcTiffOptions;
 
-/** What to write. Of the options of formats only the one for `format` is read; null: its defaults. */
+/** What to write. Only the options of `format` are read; if they are null, its defaults apply. */
 typedef struct zepcEncodeOptions {
-  size_t size;                                  /**< sizeof(zepcEncodeOptions). */
-  zepcFormat format;                            /**< The format to write. */
-  int32_t threads;                              /**< 0: one for each processor. */
-  const zepcMetadata* metadata;                 /**< Null: none. */
-  const zepcJpegOptions* jpeg;                  /**< Of zepcFormatJpeg. */
-  const zepcLosslessJpegOptions* lossless_jpeg; /**< Of zepcFormatLosslessJpeg. */
-  const zepcJpeg2000Options* jpeg2000;          /**< Of zepcFormatJp2 and zepcFormatJ2k. */
-  const zepcJpegXrOptions* jpeg_xr;             /**< Of zepcFormatJpegXr. */
-  const zepcDdsOptions* dds;                    /**< Of zepcFormatDds. */
-  const zepcTiffOptions* tiff;                  /**< Of zepcFormatTiff. */
-  zepcProgress progress;                        /**< Null: none. */
-  void* progress_user;                          /**< Handed to `progress`. */
+  size_t size;                  /**< sizeof(zepcEncodeOptions). */
+  zepcFormat format;            /**< The format to write. */
+  int32_t threads;              /**< The most threads to use; 0: one for each processor. */
+  const zepcMetadata* metadata; /**< The metadata, or null. */
+  const zepcJpegOptions* jpeg;  /**< Options of zepcFormatJpeg. */
+  const zepcLosslessJpegOptions* lossless_jpeg; /**< Options of zepcFormatLosslessJpeg. */
+  const zepcJpeg2000Options* jpeg2000;          /**< Options of zepcFormatJp2 and zepcFormatJ2k. */
+  const zepcJpegXrOptions* jpeg_xr;             /**< Options of zepcFormatJpegXr. */
+  const zepcDdsOptions* dds;                    /**< Options of zepcFormatDds. */
+  const zepcTiffOptions* tiff;                  /**< Options of zepcFormatTiff. */
+  zepcProgress progress;                        /**< The progress callback, or null. */
+  void* progress_user;                          /**< Passed to `progress`. */
 } zepcEncodeOptions;
 
-/** Takes bytes of a file in their order; a result other than 0 ends the call. */
+/**
+ * Receives the bytes of a file in their order. A result other than 0 ends the call with
+ * zepcStatusWriteFailed.
+ */
 typedef int32_t (*zepcWrite)(void* user, const void* data, size_t size);
 
 /**
  * Encodes pixels to a file in memory.
  *
- * What the format cannot hold is zepcStatusUnsupported; nothing is converted but the order of
- * channels, and unsigned samples of DDS and TIFF to the depths that these have.
+ * Pixels that the format cannot store are zepcStatusUnsupported. The encoder converts only the
+ * order of channels and, for DDS and TIFF, unsigned samples to the depths of these formats.
  *
  * @param[out] file The bytes, which zepcFree() frees.
  */
 ZEPC_API zepcStatus zepcEncode(const zepcPixels* pixels, const zepcEncodeOptions* options,
                                void** file, size_t* file_size);
 
-/** The same through a callback. */
+/** Encodes pixels as zepcEncode() does, and passes the finished file to `write`, part by part. */
 ZEPC_API zepcStatus zepcEncodeTo(const zepcPixels* pixels, const zepcEncodeOptions* options,
                                  zepcWrite write, void* write_user);
 
@@ -483,32 +519,37 @@ typedef enum zepcTransform ZEPC_INT32 {
   zepcTransformTranspose = 4,  /**< Rows become columns. */
   zepcTransformTurn90 = 5,     /**< Clockwise. */
   zepcTransformTurn270 = 6,    /**< Counter-clockwise. */
-  zepcTransformTransverse = 7, /**< Along the other diagonal. */
-  zepcTransformUpright = 8     /**< As the EXIF orientation asks for; it becomes 1. */
+  zepcTransformTransverse = 7, /**< Mirrored at the other diagonal. */
+  zepcTransformUpright = 8     /**< Upright by the EXIF orientation, which becomes 1. */
 } zepcTransform;
 
-/** What changes when a JPEG file is written anew; all zeros: nothing but its Huffman codes. */
+/** What changes when a JPEG file is rewritten. With all zeros, only its Huffman codes. */
 typedef struct zepcTranscodeOptions {
   size_t size;             /**< sizeof(zepcTranscodeOptions). */
-  zepcTransform transform; /**< How to mirror or turn. */
-  int32_t
-      is_exact; /**< Refuse what needs an edge cut off: only whole MCUs can come to lie at the left
-                         and the top. Otherwise up to an MCU less one pixel is cut off. */
-  zepcRect
-      region; /**< After the transform; its left and top are rounded down to MCUs. Width 0: all. */
-  int32_t is_progressive;   /**< Several scans, from coarse to fine. */
-  int32_t optimizes;        /**< Huffman tables that fit the picture. */
-  int32_t restart_interval; /**< In MCUs, up to 65535; 0: none. */
-  const char* scan_script;  /**< The scans; null: the usual ones. */
-  int32_t drops_metadata;   /**< Leaves out all application segments and comments. */
-  int32_t keeps_damaged;    /**< Writes what can be saved of a damaged file. */
-  int64_t max_pixels;       /**< 0: 2^28. */
-  int64_t max_memory;       /**< 0: 4 GiB. */
+  zepcTransform transform; /**< The way to mirror or turn. */
+  /**
+   * Not 0: refuse a transform that would cut off an edge. An incomplete MCU cannot be moved to the
+   * left or top; by default its pixels are cut off.
+   */
+  int32_t is_exact;
+  /**
+   * The part to keep after the transform. Its left and top are rounded down to MCUs. Width 0: all.
+   */
+  zepcRect region;
+  int32_t is_progressive;   /**< Not 0: several scans, from coarse to fine. */
+  int32_t optimizes;        /**< Not 0: Huffman tables made for the picture. */
+  int32_t restart_interval; /**< MCUs between restart markers, up to 65535; 0: none. */
+  const char* scan_script;  /**< As in zepcJpegOptions. */
+  int32_t drops_metadata;   /**< Not 0: leave out all application segments and comments. */
+  int32_t keeps_damaged;    /**< Not 0: write what can be saved of a damaged file. */
+  int64_t max_pixels;       /**< Larger pictures are refused. 0: 2^28. */
+  int64_t max_memory;       /**< In bytes; files that would need more are refused. 0: 4 GiB. */
 } zepcTranscodeOptions;
 
 /**
- * Writes a JPEG file anew without touching its coefficients: other tables, scans or restart
- * intervals, turned, mirrored, or a part of it. All application segments are kept.
+ * Rewrites a JPEG file without changing its coefficients: with other tables, scans or restart
+ * intervals, turned, mirrored, or cut to a region. All application segments are kept unless
+ * `drops_metadata` is set. `options` may be null.
  */
 ZEPC_API zepcStatus zepcJpegTranscode(const void* data, size_t size,
                                       const zepcTranscodeOptions* options, void** file,
@@ -517,55 +558,64 @@ ZEPC_API zepcStatus zepcJpegTranscode(const void* data, size_t size,
 /** The quantized coefficients of a JPEG picture. */
 typedef struct zepcCoefficients zepcCoefficients;
 
-/** The size of a picture of coefficients. */
+/** The size, depth and number of components of a JPEG picture. */
 typedef struct zepcCoefficientsInfo {
   size_t size;        /**< sizeof(zepcCoefficientsInfo). */
-  int32_t width;      /**< Of the picture, in pixels. */
+  int32_t width;      /**< The width in pixels. */
   int32_t height;     /**< In pixels. */
   int32_t bits;       /**< 8 or 12. */
   int32_t components; /**< 1, 3 or 4. */
 } zepcCoefficientsInfo;
 
-/** A component. Blocks lie row by row, 64 values each in natural (row-major) order; those to the right
- * and below that only fill up the last MCUs are there too. */
+/**
+ * A component. Blocks are stored row by row, 64 values each in natural (row-major) order. They
+ * include the blocks at the right and bottom that only fill up the last MCUs.
+ */
 typedef struct zepcComponent {
   size_t size;           /**< sizeof(zepcComponent). */
-  int32_t h;             /**< Sampling factors, 1 to 4. */
-  int32_t v;             /**< The vertical factor; `h` is the horizontal one. */
-  uint16_t steps[64];    /**< Of the quantizer, in natural order. */
+  int32_t h;             /**< The horizontal sampling factor, 1 to 4. */
+  int32_t v;             /**< The vertical sampling factor, 1 to 4. */
+  uint16_t steps[64];    /**< The quantizer steps, in natural order. */
   int32_t blocks_across; /**< Blocks in a row, with those that fill up MCUs. */
   int32_t blocks_down;   /**< Rows of blocks. */
-  int16_t* blocks;       /**< Can be changed until the coefficients are freed. */
+  int16_t* blocks;       /**< The values. They may be changed until the coefficients are freed. */
 } zepcComponent;
 
-/** Reads the coefficients of a JPEG file of 8 or 12 bits; `options` counts for its limits,
- * `keeps_damaged` and progress. */
+/**
+ * Reads the coefficients of a JPEG file of 8 or 12 bits. Of `options`, which may be null, the
+ * limits, `keeps_damaged` and the progress callback apply.
+ */
 ZEPC_API zepcStatus zepcJpegReadCoefficients(const void* data, size_t size,
                                              const zepcDecodeOptions* options,
                                              zepcCoefficients** coefficients);
 
-/** Makes coefficients, all 0, for a picture of this size. Of `components` sampling factors and steps are
- * read. */
+/**
+ * Makes coefficients, all 0, for a picture of this size. Of each of the `info->components` elements
+ * of `components`, the sampling factors and steps are used.
+ */
 ZEPC_API zepcStatus zepcJpegMakeCoefficients(const zepcCoefficientsInfo* info,
                                              const zepcComponent* components,
                                              zepcCoefficients** coefficients);
 
-/** The size and depth of the picture, and the number of its components. */
+/** Returns the size and depth of the picture, and the number of its components. */
 ZEPC_API zepcStatus zepcJpegCoefficientsInfo(const zepcCoefficients* coefficients,
                                              zepcCoefficientsInfo* info);
 
-/** The component with this index, from 0. */
+/** Returns the component with this index, from 0. `blocks` points into the coefficients. */
 ZEPC_API zepcStatus zepcJpegComponent(zepcCoefficients* coefficients, int32_t index,
                                       zepcComponent* component);
 
-/** Writes coefficients as a file; of `options` all but `quality` and `sampling` counts. Values beyond
- * what the Huffman codes of JPEG can hold are zepcStatusUnsupported. */
+/**
+ * Writes coefficients as a file. All of `options` applies except `quality` and `sampling`. Null
+ * `metadata` keeps that of the file from which the coefficients were read. Values that the Huffman
+ * codes of JPEG cannot hold are zepcStatusUnsupported.
+ */
 ZEPC_API zepcStatus zepcJpegWriteCoefficients(const zepcCoefficients* coefficients,
                                               const zepcJpegOptions* options,
                                               const zepcMetadata* metadata, void** file,
                                               size_t* file_size);
 
-/** Null is allowed. */
+/** Frees coefficients; null is allowed. */
 ZEPC_API void zepcJpegFreeCoefficients(zepcCoefficients* coefficients);
 
 /** @} */

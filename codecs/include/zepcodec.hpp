@@ -8,7 +8,7 @@
  *   const zepc::File jpeg = zepc::Encode(picture.pixels(), zepcFormatJpeg);
  * @endcode
  *
- * Only in this header: it needs no library of its own and adds nothing to what zepcodec.h can do.
+ * Everything is inline, so it needs no library of its own. It adds no features to zepcodec.h.
  */
 #ifndef ZEPCODEC_HPP_
 #define ZEPCODEC_HPP_
@@ -24,7 +24,7 @@
 
 namespace zepc {
 
-/** A negative status and its sentence. */
+/** Thrown for a negative status; what() is the sentence of zepcLastError(). */
 class Error : public std::runtime_error {
  public:
   explicit Error(zepcStatus status) : std::runtime_error(zepcLastError()), status_(status) {}
@@ -34,13 +34,13 @@ class Error : public std::runtime_error {
   zepcStatus status_;
 };
 
-/** Throws where the status is negative; gives it back otherwise. */
+/** Throws an Error if the status is negative, else returns it. */
 inline zepcStatus Check(zepcStatus status) {
   if (status < 0) throw Error(status);
   return status;
 }
 
-/** A struct of zepcodec.h with its size set and all else 0: the defaults. */
+/** Makes a struct of zepcodec.h with its size set and all other members 0, the defaults. */
 template <class Struct>
 Struct Make() {
   Struct made{};
@@ -48,11 +48,11 @@ Struct Make() {
   return made;
 }
 
-/** The bytes of a file. */
+/** The bytes of a file, which it owns. */
 class File {
  public:
   File() = default;
-  /** Takes over what a function of zepcodec.h returned. */
+  /** Takes ownership of bytes that a function of zepcodec.h returned. */
   File(void* data, size_t size) : data_(static_cast<uint8_t*>(data)), size_(size) {}
 
   const uint8_t* data() const { return data_.get(); }
@@ -68,17 +68,17 @@ class File {
   size_t size_ = 0;
 };
 
-/** A message with its own text. */
+/** A message, with a copy of its text. */
 struct Message {
   bool is_damage;
   int64_t offset;
   std::string text;
 };
 
-/** A decoded picture. */
+/** A decoded picture with its metadata and messages, which it owns. */
 class Picture {
  public:
-  /** Takes over what a function of zepcodec.h returned. */
+  /** Takes ownership of a picture that a function of zepcodec.h returned. */
   explicit Picture(zepcPicture* picture) : picture_(picture) {}
 
   zepcPixels pixels() const {
@@ -108,6 +108,7 @@ class Picture {
   std::unique_ptr<zepcPicture, Free> picture_;
 };
 
+/** Reads the headers of a file. */
 inline zepcInfo Probe(const void* data, size_t size,
                       const zepcDecodeOptions& options = Make<zepcDecodeOptions>()) {
   auto info = Make<zepcInfo>();
@@ -115,6 +116,7 @@ inline zepcInfo Probe(const void* data, size_t size,
   return info;
 }
 
+/** Decodes a file. */
 inline Picture Decode(const void* data, size_t size,
                       const zepcDecodeOptions& options = Make<zepcDecodeOptions>()) {
   zepcPicture* picture = nullptr;
@@ -122,6 +124,7 @@ inline Picture Decode(const void* data, size_t size,
   return Picture(picture);
 }
 
+/** Encodes pixels to a file. */
 inline File Encode(const zepcPixels& pixels, const zepcEncodeOptions& options) {
   void* data = nullptr;
   size_t size = 0;
@@ -129,13 +132,14 @@ inline File Encode(const zepcPixels& pixels, const zepcEncodeOptions& options) {
   return File(data, size);
 }
 
-/** With the format's defaults. */
+/** Encodes pixels with the default options of a format. */
 inline File Encode(const zepcPixels& pixels, zepcFormat format) {
   auto options = Make<zepcEncodeOptions>();
   options.format = format;
   return Encode(pixels, options);
 }
 
+/** Rewrites a JPEG file without changing its coefficients. */
 inline File TranscodeJpeg(const void* data, size_t size, const zepcTranscodeOptions& options) {
   void* made = nullptr;
   size_t made_size = 0;
@@ -143,10 +147,10 @@ inline File TranscodeJpeg(const void* data, size_t size, const zepcTranscodeOpti
   return File(made, made_size);
 }
 
-/** The coefficients of a JPEG picture. */
+/** The coefficients of a JPEG picture, which it owns. */
 class Coefficients {
  public:
-  /** Takes over what a function of zepcodec.h returned. */
+  /** Takes ownership of coefficients that a function of zepcodec.h returned. */
   explicit Coefficients(zepcCoefficients* coefficients) : coefficients_(coefficients) {}
 
   static Coefficients Read(const void* data, size_t size,

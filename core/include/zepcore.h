@@ -3,9 +3,9 @@
  * @file zepcore.h
  * @brief What zepjp needs from its surroundings: processor features, threads, memory.
  *
- * A small library of its own, so that a program can put another one in its place, at link or load
- * time. Its functions may be called at any time, also before any constructor has run and from any
- * thread. A replacement must offer the same.
+ * It is a library of its own, so that a program can replace it at link or load time. Its functions
+ * may be called at any time, even before any constructor has run, and from any thread. A
+ * replacement must offer the same.
  */
 #ifndef ZEPCORE_H
 #define ZEPCORE_H
@@ -26,80 +26,80 @@ extern "C" {
 
 /**
  * @name Bits of the feature mask
- * All other bits are 0 and reserved. A mask of 0, or of ZEPCORE_CPU_VARIANT alone, is a valid one:
- * the floor (SSSE3 on x86, NEON on 64-bit Arm) needs no bit.
+ * All other bits are 0 and reserved. The least that the library needs (SSSE3 on x86, NEON on 64-bit
+ * Arm) has no bit, so a mask of 0 or of ZEPCORE_CPU_VARIANT alone is valid.
  * @{
  */
 /**
- * Bits 4 and 5. Both of them: the processor is of the low-power line. Detection never sets them,
- * only the environment variable does.
+ * Bits 4 and 5. If both are set, the variant for low-power processors is used. Detection never sets
+ * them; only the environment variable does.
  */
 #define ZEPCORE_CPU_VARIANT UINT64_C(0x30)
-/** SSE4.1, SSE4.2, POPCNT, PCLMULQDQ, AES. */
+/** The processor has SSE4.1, SSE4.2, POPCNT, PCLMULQDQ and AES. */
 #define ZEPCORE_CPU_SSE4 UINT64_C(0x100)
 /**
- * All of ZEPCORE_CPU_SSE4, and AVX, AVX2, BMI1, BMI2, LZCNT, FMA, F16C; the operating system saves
- * the YMM registers.
+ * The processor has all of ZEPCORE_CPU_SSE4, AVX, AVX2, BMI1, BMI2, LZCNT, FMA and F16C, and the
+ * operating system saves the YMM registers.
  */
 #define ZEPCORE_CPU_AVX2 UINT64_C(0x200)
 /**
- * All of ZEPCORE_CPU_AVX2, and AVX-512 F, BW, CD, DQ, VL, VNNI, VBMI, VBMI2, BITALG, VPOPCNTDQ,
- * VAES, VPCLMULQDQ; the operating system saves the ZMM and opmask registers. AVX-VNNI, the form
- * without AVX-512, is not part of it.
+ * The processor has all of ZEPCORE_CPU_AVX2, AVX-512 F, BW, CD, DQ, VL, VNNI, VBMI, VBMI2, BITALG,
+ * VPOPCNTDQ, VAES and VPCLMULQDQ, and the operating system saves the ZMM and opmask registers.
+ * AVX-VNNI, the form without AVX-512, is not required.
  */
 #define ZEPCORE_CPU_AVX512 UINT64_C(0x400)
 /** @} */
 
 /**
- * The instruction sets above the floor that may be used here.
+ * Returns a mask of the instruction sets that the library may use besides the least that it needs.
  *
- * On 32-bit x86 ZEPCORE_CPU_SSE4 is the only one ever reported, on 64-bit Arm the mask is 0.
+ * On 32-bit x86 only ZEPCORE_CPU_SSE4 is ever reported; on 64-bit Arm the mask is 0.
  *
- * The environment variable ZEPCORE_CPU_FEATURES, a decimal or 0x... number, can clear each bit and
- * can set the two of ZEPCORE_CPU_VARIANT, and no other:
- * `(detected & value) | (value & ZEPCORE_CPU_VARIANT)`. A value that is not such a number of up to
- * 64 bits counts as not set. It does not clear what rests on a cleared bit: 0x600 leaves AVX2
+ * The environment variable ZEPCORE_CPU_FEATURES, a decimal or 0x... number, can clear any bit and
+ * can set the two of ZEPCORE_CPU_VARIANT, but no other:
+ * `(detected & value) | (value & ZEPCORE_CPU_VARIANT)`. A value that is not a number of up to 64
+ * bits counts as not set. Clearing a bit does not clear those that include it: 0x600 leaves AVX2
  * without SSE4.
  *
- * Processor and environment are asked in each call, some microseconds on a virtual machine. Like
- * getenv(), the call must not meet a setenv() in another thread.
+ * Each call asks the processor and the environment, which takes some microseconds on a virtual
+ * machine. As with getenv(), no other thread may call setenv() at the same time.
  */
 ZEPCORE_API uint64_t zepGetEnabledCpuFeatures(void);
 
 /**
- * How many threads may share the work of one call: the number set by zepSetNumThreads(), or by
- * default what OpenMP would use (1 in a build without it).
+ * Returns how many threads may share the work of one call: the number set by zepSetNumThreads(), or
+ * by default the number that OpenMP would use (1 in a build without OpenMP).
  *
- * Before this library's and the OpenMP runtime's own constructors have run the default is 1.
+ * The default is 1 until the constructors of this library and of the OpenMP runtime have run.
  *
  * @return 1 to 1024
  */
 ZEPCORE_API int32_t ownGetNumThreads(void);
 
 /**
- * Sets the result of ownGetNumThreads(), for all threads of the program.
+ * Sets how many threads may share the work of one call, for all threads of the program.
  *
  * @param count 1 to 1024; more counts as 1024, and 0 or less restores the default
  */
 ZEPCORE_API void zepSetNumThreads(int32_t count);
 
 /**
- * The size in bytes of the largest data or unified cache: what the processor says, or else what the
- * operating system says, or else 1 MiB. The result of 2 GiB and more is INT32_MAX.
+ * Returns the size in bytes of the largest data or unified cache, as the processor tells it, else
+ * as the operating system tells it, else 1 MiB. For 2 GiB and more it returns INT32_MAX.
  *
- * The processor is asked in each call, some ten microseconds on a virtual machine.
+ * Each call asks the processor, which takes some ten microseconds on a virtual machine.
  */
 ZEPCORE_API int32_t zepGetMaxCacheSizeB(void);
 
 /**
- * Allocates memory, with whatever content, aligned to 64 bytes.
+ * Allocates memory, aligned to 64 bytes and not cleared.
  *
  * @param size in bytes
- * @return null where `size` is below 1 or memory is short; else for zepFree() to release
+ * @return the memory, which zepFree() releases; null if `size` is below 1 or memory is short
  */
 ZEPCORE_API void* zepMalloc(int32_t size);
 
-/** Releases memory of zepMalloc(); null is allowed and does nothing. */
+/** Releases memory of zepMalloc(). Null is allowed and does nothing. */
 ZEPCORE_API void zepFree(void* memory);
 
 #ifdef __cplusplus

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* A program of somebody else's: a picture through a file of each format and back. */
+/* A program of a user: writes a picture to a file of each format and reads it back. */
 #include <stdio.h>
 #include <string.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The same in C++, by way of the objects of zepcodec.hpp.
+// A program of a user in C++: uses the objects of zepcodec.hpp.
 #include <cstdint>
 #include <cstdio>
 #include <vector>

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* A program of somebody else's: converts a picture that is large enough for two threads. */
+/* A program of a user: converts a picture that is large enough for two threads. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>

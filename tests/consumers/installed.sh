@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Installs a build, moves the installed tree, and runs programs that others build on it.
+# Installs a build, moves the installed tree, and builds and runs programs that use it.
 #   installed.sh BUILD_DIR shared|static
 set -euo pipefail
 . "$(dirname "$0")/use.sh"
@@ -18,7 +18,7 @@ for languages in C "C;CXX"; do
   use_cmake "$libdir" "$kind" gcc g++ "$languages"
   use_cmake "$libdir" "$kind" clang clang++ "$languages"
 done
-# The program of the README and an example too.
+# The program of the README and an example.
 awk '/^```c/ {inside = 1; next} /^```/ {inside = 0} inside' "$source/README.md" >"$work/readme.c"
 for compiler in gcc clang; do
   use_pkg_config "$libdir" "$kind" "$compiler"
@@ -31,7 +31,7 @@ if [ -e "$libdir/pkgconfig/zepcodec.pc" ]; then
   for compiler in gcc clang; do
     use_pkg_config "$libdir" "$kind" "$compiler" "$here/codec_consumer.c"
   done
-  # The same libraries by way of CMake, checked to be there at all.
+  # The same libraries through CMake, whose presence is checked.
   [ "$(ls "$work"/use*/codec_consumer | wc -l)" -eq 4 ]
 fi
 

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# A static library with OpenMP and a shared one without it, in one prefix, with directories of
-# unusual names: each is found, and neither replaces anything of the other.
+# Installs a static library with OpenMP and a shared one without it in one prefix, with unusual
+# directory names: each is found, and neither replaces files of the other.
 #   side_by_side.sh BUILD_DIR
 set -euo pipefail
 . "$(dirname "$0")/use.sh"
 prefix=$work/prefix
-# Beside the main build, where ccache has the same objects: it tells them by relative paths.
+# In a folder beside the main build, where ccache finds the same objects by relative paths.
 builds=$(dirname "$1")/side_by_side
 trap 'rm -rf "$work" "$builds".*' EXIT
 for kind in static shared; do
@@ -19,7 +19,7 @@ for kind in static shared; do
     -DCMAKE_INSTALL_INCLUDEDIR=include/odd >"$work/$kind.log"
   cmake --build "$builds.$kind" >>"$work/$kind.log" || { tail -n 40 "$work/$kind.log"; exit 1; }
   cmake --install "$builds.$kind" >/dev/null
-  rm -rf "$builds.$kind"  # what is installed must do without it
+  rm -rf "$builds.$kind"  # the installed files must not need it
 done
 cd "$prefix"
 [ -f include/odd/zepjp.h ] && [ -f lib/odd/libzepjp.a ] && [ -f lib/odd/libzepjp.so.7 ]
@@ -28,7 +28,7 @@ for kind in shared static; do
   use_cmake "$prefix/lib/odd" "$kind" gcc g++ C
   use_cmake "$prefix/lib/odd" "$kind" clang clang++ "C;CXX"
 done
-# No component: the shared one, unless static ones are asked for.
+# Without a component: the shared library, unless static ones are asked for.
 readelf -d "$work/use1/consumer" | grep -q 'libzepjp.so.7'
 if readelf -d "$work/use3/consumer" | grep -q 'libzepjp.so'; then exit 1; fi
 use_cmake "$prefix/lib/odd" "" gcc g++ C

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# A project that takes the library in as a subdirectory; unoptimized, which compiles quickly.
+# A project that includes the library as a subdirectory; unoptimized, because that compiles quickly.
 set -euo pipefail
 . "$(dirname "$0")/use.sh"
 cmake -S "$here/add_subdirectory" -B "$work/build" -G Ninja -DZEPJP_SOURCE_DIR="$source" \

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# For the scripts beside it: builds and runs consumers of an installed tree.
+# For the scripts in this folder: builds and runs programs that use an installed tree.
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 source=$(cd "$here/../.." && pwd)
@@ -20,8 +20,8 @@ use_cmake() {
   done
 }
 
-# use_pkg_config LIBDIR KIND COMPILER [SOURCE...]: a compiler called with what pkg-config says of
-# $package.
+# use_pkg_config LIBDIR KIND COMPILER [SOURCE...]: calls a compiler with the flags that pkg-config
+# gives for $package.
 package=zepjp
 use_pkg_config() {
   local sources=("${@:4}") options=()

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""docs/examples.md: its tables name every file, and each program links with what stands beside it."""
+"""docs/examples.md: its tables name every file, and each program links with the files in its row."""
 import argparse
 import pathlib
 import re
@@ -38,7 +38,7 @@ class ExamplesPage(unittest.TestCase):
         with tempfile.TemporaryDirectory() as directory:
             for name, others in self.programs.items():
                 with self.subTest(name=name):
-                    # Given as files in place of -l options.
+                    # Given as files instead of -l options.
                     others = [other for other in others if other != "-lzepcodec"]
                     subprocess.run(
                         [ARGUMENTS.compiler, *FLAGS, f"-I{self.examples.parent}/include",

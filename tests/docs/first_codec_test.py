@@ -24,7 +24,7 @@ class FirstCodec(unittest.TestCase):
                 self.assertIn(functions, (ARGUMENTS.source / name).read_text())
 
     def test_names(self):
-        """What the page names of the examples is there."""
+        """The names from the examples that the page mentions exist."""
         names = re.findall(r"`(examples/[\w.]+)`", self.page)
         self.assertGreater(len(names), 4)
         for name in names:

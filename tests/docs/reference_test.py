@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Builds the reference without a warning: every export has a brief, and every local link leads somewhere."""
+"""The reference builds without a warning, every export has a brief, and every local link has a target."""
 import argparse
 import html.parser
 import pathlib
@@ -13,7 +13,7 @@ import xml.etree.ElementTree as ElementTree
 
 
 def build(doxygen, doxyfile, output):
-    """Returns what Doxygen complains about."""
+    """Returns Doxygen's warnings."""
     settings = (f'{doxyfile.read_text()}\nOUTPUT_DIRECTORY = "{output}"\n'
                 "GENERATE_HTML = YES\nGENERATE_XML = YES\nXML_PROGRAMLISTING = NO\n")
     run = subprocess.run([doxygen, "-"], input=settings, text=True, capture_output=True)
@@ -24,7 +24,7 @@ def build(doxygen, doxyfile, output):
 
 
 def briefs(xml):
-    """By the name of a function the text of its brief."""
+    """Returns {function: the text of its brief}."""
     texts = {}
     for path in xml.glob("*.xml"):
         for member in ElementTree.parse(path).iter("memberdef"):
@@ -68,7 +68,7 @@ def broken_html_links(root):
 
 
 def anchors(text):
-    """As the sites that show Markdown make them of headings."""
+    """Returns the anchors that web sites make from Markdown headings."""
     headings = re.findall(r"^#+ +(.+?) *$", text, flags=re.M)
     return {re.sub(r"[^\w\- ]", "", heading.lower()).replace(" ", "-") for heading in headings}
 

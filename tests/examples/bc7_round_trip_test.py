@@ -10,7 +10,7 @@ from example_case import ExampleCase, pgm, ppm, psnr, read_pnm, smooth
 
 class Bc7RoundTrip(ExampleCase):
     def table(self, picture):
-        """By mode what it prints."""
+        """Returns {mode: the printed PSNR}."""
         text = self.run_well(input=picture).decode()
         blocks = int(re.match(r"(\d+) blocks of 16 bytes\n", text).group(1))
         rows = re.findall(r"mode ([ -]\d): *([\d.]+|inf) dB  \S.*\n", text)
@@ -37,7 +37,7 @@ class Bc7RoundTrip(ExampleCase):
             self.assertGreaterEqual(table[-1], min(99, max(table[mode] for mode in range(8))) - 0.5)
 
     def test_two_colours(self):
-        """Blocks of two colours side by side lie on one line: nearly exact, whatever the colours."""
+        """The colours of a block of two colours lie on one line, so any two are nearly exact."""
         noise = random.Random(3)
         samples = b"".join(noise.choice((b"\x10\x80\xf0", b"\xe0\x20\x30")) for _ in range(64))
         _, table = self.table(ppm(8, 8, samples))

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""convert: from format to format without loss, back to what another decoder reads, and damage."""
+"""convert: formats convert to each other without loss, another decoder reads the results, and damage is reported."""
 import unittest
 
 from example_case import ExampleCase, cjpeg, djpeg, ppm, psnr, smooth

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What the tests of the examples share: pictures, other programs, runs on damaged input.
+"""Shared by the tests of the examples: pictures, other programs, runs on damaged input.
 
 A test program gets the path of its example as its first argument.
 """
@@ -14,13 +14,13 @@ import unittest
 PROGRAM = os.path.abspath(sys.argv.pop(1))
 NAME = os.path.basename(PROGRAM)
 
-# How cjpeg is told the layouts that the examples know: sampling of Y, or grey.
+# cjpeg's arguments for the layouts that the examples support: sampling of Y, or grey.
 LAYOUTS = {"1x1": ["-sample", "1x1"], "2x1": ["-sample", "2x1"], "2x2": ["-sample", "2x2"],
            "grey": ["-grayscale"]}
 
 
 def smooth(width, height):
-    """RGB that any quality codes well: waves, a disc, a little noise."""
+    """An RGB picture that codes well at any quality: waves, a disc, a little noise."""
     noise = random.Random(width * 10000 + height)
 
     def pixel(x, y):
@@ -57,7 +57,7 @@ def cjpeg(picture, *options):
 
 
 def djpeg(jpeg, *options):
-    """Width, height, channels, samples; djpeg must have nothing to complain about."""
+    """Returns width, height, channels, samples; djpeg must not print a warning."""
     run = subprocess.run(["djpeg", "-pnm", *options], input=jpeg, capture_output=True, check=True)
     assert run.stderr == b"", run.stderr
     return read_pnm(run.stdout)
@@ -69,13 +69,13 @@ class ExampleCase(unittest.TestCase):
                               timeout=60)
 
     def run_well(self, *arguments, input=b""):
-        """What it writes to standard output."""
+        """Returns the standard output."""
         run = self.start(*arguments, input=input)
         self.assertEqual(run.returncode, 0, run.stderr)
         return run.stdout
 
     def assert_sentence(self, run):
-        """One line that begins with the name of the program, or tells how to call it."""
+        """Expects one line that begins with the name of the program, or the usage."""
         text = run.stderr.decode("ascii")
         self.assertRegex(text, rf"\A({NAME}: |usage: {NAME})[^\n]+\n\Z")
 
@@ -90,13 +90,13 @@ class ExampleCase(unittest.TestCase):
             self.assert_refused(*arguments, input=start + random.Random(seed).randbytes(40 * seed))
 
     def check_truncation(self, *arguments, input, step=41):
-        """Every part of the input but the whole is refused."""
+        """Every shorter prefix of the input is refused."""
         for end in [*range(0, len(input), step), len(input) - 1]:
             with self.subTest(end=end):
                 self.assert_refused(*arguments, input=input[:end])
 
     def check_changed_bytes(self, *arguments, input, rounds=150):
-        """Changed bytes give another picture or a sentence, nothing else."""
+        """Changed bytes give another picture or an error sentence."""
         refused = 0
         for seed in range(rounds):
             with self.subTest(seed=seed):

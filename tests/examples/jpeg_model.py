@@ -2,13 +2,13 @@
 """A plain reader of baseline JPEG files in one scan (ITU-T T.81), to quantized coefficients."""
 import re
 
-# Row and column of each zigzag index: along diagonals, up and down in turn.
+# Row and column of each zigzag index: along diagonals, alternately up and down.
 ZIGZAG = sorted(((y, x) for y in range(8) for x in range(8)),
                 key=lambda p: (p[0] + p[1], p[0] if (p[0] + p[1]) % 2 else p[1]))
 
 
 def natural(values):
-    """64 values from zigzag order to row by row."""
+    """Reorders 64 values from zigzag order to row by row."""
     out = [0] * 64
     for value, (y, x) in zip(values, ZIGZAG, strict=True):
         out[8 * y + x] = value

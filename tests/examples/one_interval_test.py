@@ -9,7 +9,7 @@ from jpeg_model import Jpeg
 
 class OneInterval(ExampleCase):
     def check_part(self, jpeg, whole, first, last, part):
-        """MCUs first to last; the inverse transforms differ by 1 at most, colours thereby by 3."""
+        """Compares MCUs first to last. The inverse transforms differ by at most 1, so colours by at most 3."""
         mcu_width, mcu_height = (8 * factor for factor in jpeg.sampling[0])
         is_in_row = first // jpeg.across == last // jpeg.across
         left = first % jpeg.across * mcu_width if is_in_row else 0
@@ -46,7 +46,7 @@ class OneInterval(ExampleCase):
                                         min(number * interval, count) - 1, part)
 
     def test_other_intervals_do_not_matter(self):
-        """With every other interval's bytes changed it is the same part."""
+        """The part does not change if the bytes of all other intervals do."""
         file = cjpeg(ppm(67, 43, smooth(67, 43)), "-restart", "3B")
         jpeg = Jpeg(file)
         want = self.run_well(2, input=file)

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""requantize: its steps and coefficients are what the arithmetic says, its pictures nearly as good as cjpeg's."""
+"""requantize: steps and coefficients follow the arithmetic, and pictures are nearly as good as those of cjpeg."""
 import unittest
 
 from example_case import LAYOUTS, ExampleCase, cjpeg, djpeg, ppm, psnr, smooth

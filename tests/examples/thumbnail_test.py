@@ -8,12 +8,13 @@ from example_case import LAYOUTS, ExampleCase, cjpeg, djpeg, pgm, ppm, psnr, rea
 from jpeg_model import Jpeg
 
 
-# How far grey samples may be from the exact ones, which are no integers: 1/2 by rounding, and what fixed point adds.
+# The largest distance of grey samples from the exact ones, which are not integers: 1/2 by rounding,
+# plus the error of fixed point.
 LIMITS = {2: 0.6, 4: 0.6, 8: 0.501}
 
 
 def reduced(block, steps, side):
-    """The inverse DCT of side x side points of the lowest coefficients, as side x side samples."""
+    """Returns the side x side samples of the inverse DCT of the side x side lowest coefficients."""
     basis = [[math.cos((2 * x + 1) * u * math.pi / (2 * side)) * (math.sqrt(0.5) if u == 0 else 1)
               for x in range(side)] for u in range(side)]
     used = [(u, v, block[8 * v + u] * steps[8 * v + u]) for v in range(side) for u in range(side)]
@@ -22,7 +23,7 @@ def reduced(block, steps, side):
 
 
 def planes(jpeg, scale):
-    """A list of rows for each component, as wide and high as its blocks are."""
+    """Returns a list of rows for each component, as wide and high as its blocks."""
     out = []
     for c, (h, v) in enumerate(jpeg.sampling):
         side = 8 // scale * (jpeg.sampling[0][1] // v)
@@ -39,7 +40,7 @@ def planes(jpeg, scale):
 
 
 def picture_of(jpeg, scale):
-    """What the thumbnail should be, in floating point."""
+    """Returns the exact thumbnail in floating point."""
     width, height = -(-jpeg.width // scale), -(-jpeg.height // scale)
     of_y, *chroma = planes(jpeg, scale)
     samples = []
@@ -63,7 +64,7 @@ class Thumbnail(ExampleCase):
         self.assertEqual(got[:2], (width, height))
         self.assertEqual(len(got[3]), len(want))
         self.assertLessEqual(max(abs(a - b) for a, b in zip(got[3], want)), limit)
-        # djpeg's reduced transforms leave out other terms, so they differ where there are edges.
+        # djpeg's reduced transforms leave out other terms, so they differ at edges.
         theirs = djpeg(jpeg, "-nosmooth", "-scale", "1/%d" % scale)
         self.assertEqual(theirs[:3], got[:3])
         self.assertGreater(psnr(theirs[3], got[3]), 36)

@@ -53,7 +53,7 @@ class WaveletHeadroom(ExampleCase):
         self.assertEqual(self.decibels_of(pgm(33, 17, bytes([128]) * 33 * 17)), [float("inf")] * 8)
 
     def test_tiny_pictures(self):
-        """A single sample of a level is left as it is, a single row or column is transformed."""
+        """A level of one sample stays as it is; a single row or column is transformed."""
         self.assertEqual(self.decibels_of(pgm(1, 1, b"\x20")), [float("inf")] * 8)
         self.assertGreater(self.decibels_of(pgm(1, 40, smooth(1, 40)[::3]))[3], 50)
 

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: MIT */
 /*
- * A program whose constructor, of the earliest priority that a program may have, calls exports. The
- * kernels have to be chosen by then, also where the library is part of the program.
+ * A constructor of the earliest priority that a program may have calls exports. The kernels must be
+ * chosen before it runs, also if the program contains the library.
  */
 #include <stdio.h>
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Global objects of a program may call the library: its kernels are chosen before.
+// Global objects of a program may call the library: its kernels are chosen before their
+// constructors run.
 #include <gtest/gtest.h>
 
 #include "zepjp.h"

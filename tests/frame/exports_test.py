@@ -7,7 +7,7 @@ import re
 import subprocess
 import sys
 
-# A function that goes or comes is a change of the interface: of its version too.
+# Adding or removing a function changes the interface, and so its version.
 EXPORT_COUNT = 300
 
 
@@ -24,7 +24,7 @@ def declared(header):
 
 
 def undocumented(header):
-    """Declarations that no comment stands in front of."""
+    """Returns the declarations without a comment before them."""
     text = header.read_text()
     return {match.group(2) for match in
             re.finditer(r"(\S[^\n]*)\nZEP_API[^;]*?ZEP_CALL\s+(zep\w+)\s*\(", text)
@@ -72,7 +72,7 @@ def main():
 
 
 def needs_benchmark(name):
-    """Queries, allocation and records of states do no work worth timing."""
+    """Queries, allocation and initialization of states are too little work to time."""
     return not re.search(r"Alloc|Free|GetLibVersion|StateInit|CBProgrInit|CBProgrAttach|PassCounter|"
                          r"Get(BufSize|StateSize|Rate|Dist|TermPassLen|CurBitPlaneNum)", name)
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A program that brings its own core library: no features but the variant's bits, its own thread
-// count, and memory that it counts.
+// Runs the library in a program that has its own core library: it reports no features except the
+// variant's bits, has its own thread count, and counts the memory that it allocates.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -47,7 +47,8 @@ TEST(ReplacedCore, ItsThreadCountIsAsked) {
   for (const uint8_t value : y) ASSERT_EQ(value, 200);
 }
 
-// The functions named InitAlloc, and no others: a PackBits row of any length, with and without room to spare.
+// Only the functions named InitAlloc allocate: PackBits rows of any length do not, with and without
+// room to spare.
 TEST(ReplacedCore, OnlyInitAllocAsksForMemory) {
   zepiDecodeHuffmanState* state = nullptr;
   ASSERT_EQ(zepiDecodeHuffmanStateInitAlloc_JPEG_8u(&state), zepStatusOk);

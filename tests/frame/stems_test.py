@@ -2,27 +2,27 @@
 # SPDX-License-Identifier: MIT
 """A family's stem, or its folder's name, is the name of its test, model, benchmark, fuzz target and page.
 
-The rule stands in docs/architecture.md, "Names".
+docs/architecture.md has the rule under "Names".
 """
 import argparse
 import pathlib
 import re
 import sys
 
-# Families without a model of their own: what the test compares with is said behind each.
+# Families without a model of their own. The comment says what the test compares with.
 NO_MODEL = {
-    "bc7_encoder",  # squared errors of what the decoder's model makes of its blocks
+    "bc7_encoder",  # squared errors of the decoded blocks, decoded by the decoder's model
     "huffman_states",  # records: sizes and zeros
-    "huffman_statistics",  # reference/progressive_encoder.cc: the symbols that the encoder writes, counted
+    "huffman_statistics",  # counts of the symbols that reference/progressive_encoder.cc writes
     "version",  # a constant record
 }
-# Folders without a benchmark and a page: what their exports do is no work.
+# Folders without a benchmark and a page, because their exports do no work.
 NO_BENCH_OR_PAGE = {"frame"}
-# Families other than decoders that read bytes or tables from outside.
+# Families that read bytes or tables from outside but are not decoders.
 READS_TOO = {"block_encoder", "difference_coder", "fixed_length", "huffman_tables", "packbits"}
-# Decoders that another family's fuzz target runs.
+# Decoders that the fuzz target of another family runs.
 NO_TARGET = {"direct_coder"}  # progressive_decoder_fuzz.cc, one of its five kinds
-# Fuzz targets of codecs/ are named after the codec: jpeg_decoder_fuzz.cc.
+# Fuzz targets of codecs/ are named after the codec, such as jpeg_decoder_fuzz.cc.
 CODEC_TARGET = r"(dds|jpeg|jpeg2000|jpegxr|ljpeg|tiff)_decoder|zepcodec_(decoder|encoder|transcode)"
 
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Row-parallel calls where threads or memory are short, in a child of fork(), and inside a caller's
-// own parallel region.
+// Row-parallel calls when threads or memory are short, in a child of fork(), and inside a parallel
+// region of the caller.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -22,7 +22,7 @@ namespace {
 
 constexpr zepiSize kSize = {700, 300};
 
-// True if a large region comes out right.
+// Returns whether a large region is converted correctly.
 bool ConvertsRightly() {
   std::vector<uint8_t> rgb(size_t{3} * kSize.width * kSize.height);
   std::vector<uint8_t> grey(size_t{1} * kSize.width * kSize.height, 1);
@@ -37,7 +37,7 @@ bool ConvertsRightly() {
   return true;
 }
 
-// The threads that may live at once besides the main one; the refusal is the system's.
+// How many threads may exist besides the main one. The replaced system function enforces it.
 std::atomic<int> most_threads{1 << 30};
 std::atomic<int> live_threads{0};
 std::atomic<int> refused_threads{0};
@@ -57,7 +57,7 @@ void* RunCounted(void* opaque) {
 
 }  // namespace
 
-// Stands in front of the system's function for the OpenMP runtime and the library.
+// Replaces the system's function for the OpenMP runtime and the library.
 extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
                               void* (*routine)(void*), void* argument) noexcept {
   using Create = int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
@@ -106,11 +106,11 @@ TEST_F(Surroundings, FewerThreadsDoTheWorkWhereSomeAreRefused) {
   }
 }
 
-// Sets the limit and ends the program: with 0 if a region comes out right under it.
+// Sets the limit, converts a region and ends the program, with 0 if the result is right.
 [[noreturn]] void ConvertUnder(__rlimit_resource resource, rlim_t most, int threads) {
   const rlimit limit = {most, most};
   bool is_right = setrlimit(resource, &limit) == 0;
-  // The limit of threads binds a user other than root, and counts what else this user runs.
+  // The limit on threads does not apply to root, and counts everything that its user runs.
   if (resource == RLIMIT_NPROC) is_right = is_right && setuid(54321) == 0;
   zepSetNumThreads(threads);
   is_right = is_right && ConvertsRightly() && ConvertsRightly();

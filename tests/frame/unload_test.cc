@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A program that opens the library, lets it start threads, and closes it: the threads outlive the
-// call of dlclose() and must keep their code.
+// A program opens the library, lets it start threads, and closes it. The threads still run after
+// dlclose(), so their code must stay in memory.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 

@@ -9,7 +9,7 @@
 
 namespace {
 
-// ZEPJP_EXPECTED_VARIANT names the variant that the processor features of this run stand for.
+// ZEPJP_EXPECTED_VARIANT is the variant that fits the processor features of this run.
 TEST(Version, Record) {
   const char* const expected = std::getenv("ZEPJP_EXPECTED_VARIANT");
   const std::string code = expected != nullptr ? expected : "v8";

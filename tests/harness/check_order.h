@@ -22,6 +22,7 @@
 #include <utility>
 #include <vector>
 
+#include "harness/difference.h"
 #include "zepjp.h"
 
 namespace harness {
@@ -52,12 +53,13 @@ class CheckOrder {
     return Add({Fault<kIndex>("null", nullptr, zepStatusNullPtr)});
   }
 
-  // Argument `kIndex` points to `kCount` plane pointers: null itself, then each plane null.
+  // Argument `kIndex` points to `kCount` plane pointers: tests null for the argument itself, then
+  // for each plane.
   template <size_t kIndex, size_t kCount>
   CheckOrder& Planes() {
     return Null<kIndex>().template EachPlane<kIndex, kCount>();
   }
-  // Each plane null, where the pointer to them is checked elsewhere.
+  // Tests null for each plane only; the pointer to them is tested separately.
   template <size_t kIndex, size_t kCount>
   CheckOrder& EachPlane() {
     using Array = std::tuple_element_t<kIndex, Arguments>;
@@ -65,7 +67,7 @@ class CheckOrder {
     for (size_t plane = 0; plane < kCount; ++plane) {
       Change change = [plane](Arguments& arguments, std::deque<std::vector<void*>>& arrays) {
         Array array = std::get<kIndex>(arguments);
-        if (array == nullptr) return;  // the array itself is bad already
+        if (array == nullptr) return;  // the array itself is already bad
         std::vector<void*> copy(kCount);
         std::memcpy(copy.data(), array, kCount * sizeof(void*));
         copy[plane] = nullptr;
@@ -90,7 +92,7 @@ class CheckOrder {
                         zepiSize{-5, good.height}, zepiSize{good.width, INT_MIN}, zepiSize{0, 0}});
   }
 
-  // Argument `kIndex` with one of these values gives `status`.
+  // Tests that argument `kIndex` with each of these values gives `status`.
   template <size_t kIndex>
   CheckOrder& Bad(zepStatus status,
                   std::initializer_list<std::tuple_element_t<kIndex, Arguments>> values) {
@@ -99,7 +101,7 @@ class CheckOrder {
     return Add(std::move(alternatives));
   }
 
-  // Memory that must not change.
+  // Memory that must not change when a check fails.
   CheckOrder& Output(const void* data, size_t size) {
     outputs_.push_back({static_cast<const uint8_t*>(data), size});
     return *this;
@@ -140,7 +142,7 @@ class CheckOrder {
             [value](Arguments& arguments, std::deque<std::vector<void*>>&) {
               auto& argument = std::get<kIndex>(arguments);
               if constexpr (std::is_pointer_v<std::remove_reference_t<decltype(argument)>>) {
-                if (argument == nullptr) return;  // bad already
+                if (argument == nullptr) return;  // already bad
               }
               argument = value;
             }};
@@ -169,7 +171,7 @@ class CheckOrder {
     const auto before = Snapshot();
     EXPECT_EQ(std::apply(function_.call, arguments), fault.status)
         << function_.name << ": " << what;
-    EXPECT_TRUE(Snapshot() == before) << function_.name << " wrote with " << what;
+    EXPECT_EQ(FirstDifference(Snapshot(), before), "") << function_.name << " wrote with " << what;
   }
 
   Named<Call> function_;

@@ -15,8 +15,8 @@
 
 namespace harness {
 
-// Where two sequences of numbers differ first, and by what; empty where they do not. The place is an index, or
-// with `width` elements in a row its row and column.
+// Describes the first difference of two sequences of numbers; empty if they are equal. The place is
+// an index or, with `width` elements in a row, a row and column.
 template <class Iterator, class Other>
 std::string FirstDifference(Iterator got, Iterator got_end, Other want, Other want_end,
                             size_t width) {
@@ -37,20 +37,26 @@ std::string FirstDifference(const Got& got, const Want& want, size_t width = 0) 
   return FirstDifference(std::begin(got), std::end(got), std::begin(want), std::end(want), width);
 }
 
-// The same for `count` elements at either pointer.
+// Compares `count` elements at two pointers.
 template <class T>
 std::string FirstDifferenceOf(const T* got, const T* want, size_t count, size_t width = 0) {
   return FirstDifference(got, got + count, want, want + count, width);
 }
 
-// The bytes of two memories; rows are `step` bytes apart, where that is not 0.
+// Compares `size` bytes at two pointers.
+inline std::string FirstByteDifference(const void* got, const void* want, size_t size) {
+  return FirstDifferenceOf(static_cast<const uint8_t*>(got), static_cast<const uint8_t*>(want),
+                           size);
+}
+
+// Compares the bytes of two memories. If `step` is not 0, rows are `step` bytes apart.
 template <class T>
 std::string FirstDifference(const Guarded<T>& got, const Guarded<T>& want, int32_t step = 0) {
   return FirstDifference(got.raw(), got.raw() + got.bytes(), want.raw(), want.raw() + want.bytes(),
                          static_cast<size_t>(step < 0 ? -step : step));
 }
 
-// The bytes of the planes of two images.
+// Compares the bytes of the planes of two images.
 inline std::string FirstDifference(const std::vector<std::vector<uint8_t>>& got,
                                    const std::vector<std::vector<uint8_t>>& want,
                                    int32_t step = 0) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Memory between pages that cannot be touched.
+// Memory between protected pages, so that any access outside it fails.
 #ifndef ZEPJP_TESTS_HARNESS_GUARDED_H_
 #define ZEPJP_TESTS_HARNESS_GUARDED_H_
 
@@ -13,8 +13,8 @@
 
 namespace harness {
 
-// Which end of the memory lies at an untouchable page. The other end has one too, less than a page
-// away. With kEnd the start has whatever alignment the size gives it.
+// Which end of the memory touches a protected page. The other end is less than a page away from
+// one. With kEnd, the size determines the alignment of the start.
 enum class Edge { kStart, kEnd };
 
 constexpr uint8_t kFill = 0xA5;
@@ -40,7 +40,7 @@ class Guarded {
   Guarded(const Guarded&) = delete;
   Guarded& operator=(const Guarded&) = delete;
 
-  // The alignment may be less than T's: copy elements in and out with memcpy.
+  // The alignment may be less than T's: use memcpy to read and write elements.
   T* data() { return reinterpret_cast<T*>(data_); }
   const T* data() const { return reinterpret_cast<const T*>(data_); }
   uint8_t* raw() { return data_; }

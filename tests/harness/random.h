@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Input that is likely to break things.
+// Input that is likely to reveal errors.
 #ifndef ZEPJP_TESTS_HARNESS_RANDOM_H_
 #define ZEPJP_TESTS_HARNESS_RANDOM_H_
 
@@ -12,10 +12,11 @@
 
 namespace harness {
 
-// What random input starts from: ZEPJP_TEST_SEED in the environment, or a fixed one. Print it with failures.
+// The seed of random input: ZEPJP_TEST_SEED in the environment, or a fixed one. Print it with
+// failures.
 uint32_t Seed();
 
-// Whether tests over a whole finite domain run in full here; else they take a sample.
+// Whether tests over a whole finite domain run in full; otherwise they take a sample.
 inline bool Exhaustive() {
   static const bool is_emulated = std::getenv("ZEPJP_TEST_SAMPLE") != nullptr;
   return ZEPJP_EXHAUSTIVE != 0 && !is_emulated;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Tests of functions over regions: the export and its scalar model get the same input, and all
-// memory of their outputs is compared, what lies between rows included.
+// memory of their outputs is compared, including the bytes between rows.
 #ifndef ZEPJP_TESTS_HARNESS_REGION_H_
 #define ZEPJP_TESTS_HARNESS_REGION_H_
 
@@ -21,7 +21,8 @@
 
 namespace harness {
 
-// A plane of `size` elements whose rows lie `step` bytes apart (a negative step: upwards).
+// A plane of `size` elements with rows `step` bytes apart. With a negative step, each row lies
+// below the address of the row before.
 template <class T>
 class Plane {
  public:
@@ -118,7 +119,7 @@ std::vector<std::vector<uint8_t>> MemoryOf(Image& image) {
   return copies;
 }
 
-// What a function takes besides the usual.
+// What a function accepts beyond the usual.
 struct Takes {
   bool any_step = false;   // 0 and negative steps
   int32_t width_unit = 1;  // widths are multiples of it
@@ -150,11 +151,11 @@ void CompareRegion(const Named<Export>& exported, const Model& model, zepiSize s
                             << " seed " << Seed();
 }
 
-// The same over sizes, patterns, steps and edges.
+// Compares the export with its model over sizes, patterns, steps and edges.
 template <class Src, class Dst, class Export, class Model>
 void CompareRegions(const Named<Export>& exported, const Model& model, const Takes& takes = {}) {
   Random random(Seed());
-  const int32_t max_width = 2 * 128 + 3;  // twice the longest step of a kernel, and a little more
+  const int32_t max_width = 2 * 128 + 3;  // more than twice the longest vector step
   for (int32_t width = 1; width <= max_width; ++width) {
     const zepiSize size = {width * takes.width_unit, 1 + width % 4};
     if (size.width < takes.min_size.width || size.height < takes.min_size.height) continue;
@@ -168,7 +169,7 @@ void CompareRegions(const Named<Export>& exported, const Model& model, const Tak
       if (::testing::Test::HasFailure()) return;
     }
   }
-  const zepiSize large = {1000 * takes.width_unit, 17};  // beyond the limit for one thread
+  const zepiSize large = {1000 * takes.width_unit, 17};  // above the limit for one thread
   for (const Pattern pattern : kPatterns) {
     CompareRegion<Src, Dst>(exported, model, large, pattern, Edge::kEnd, Src::MinStep(large) + 5,
                             Dst::MinStep(large) + 3, random);

@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: MIT
-// What the tests of texture decoders and encoders share.
+// Shared by the tests of texture decoders and encoders.
 #ifndef ZEPJP_TESTS_TEXTURE_TEXTURE_CASES_H_
 #define ZEPJP_TESTS_TEXTURE_TEXTURE_CASES_H_
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 
 #include <algorithm>
 #include <cstring>
 #include <functional>
+#include <thread>
 #include <vector>
 
 #include "harness/random.h"
@@ -45,7 +47,7 @@ inline std::vector<int32_t> Steps(int32_t width) {
   return {width, width + 1, width + 13, -width, -width - 7, width / 2 + 1, -1, 1};
 }
 
-// The export against the model; all memory is compared, what lies between rows included.
+// Compares the export with the model, with all memory including the bytes between rows.
 inline void ExpectEqualsModel(const Format<Decoder>& format, const Bytes& blocks, zepiSize size,
                               int32_t step, harness::Edge edge) {
   harness::Guarded<uint8_t> src(blocks.size(), edge);
@@ -59,7 +61,7 @@ inline void ExpectEqualsModel(const Format<Decoder>& format, const Bytes& blocks
       << harness::Seed();
 }
 
-// The same for all sizes up to `most` on a side; make_blocks(size) gives their blocks.
+// Compares for all sizes up to `most` on a side; make_blocks(size) makes their blocks.
 template <class MakeBlocks>
 void ExpectEverySizeEqualsModel(const Format<Decoder>& format, int most,
                                 const MakeBlocks& make_blocks) {
@@ -74,6 +76,57 @@ void ExpectEverySizeEqualsModel(const Format<Decoder>& format, int most,
       }
     }
   }
+}
+
+// Expects that several threads at the same time make the same bytes as one.
+template <class Make>
+void ExpectSameOnThreads(const char* name, const Make& make) {
+  const Bytes want = make();
+  std::vector<Bytes> got(4);
+  std::vector<std::thread> threads;
+  for (Bytes& made : got) threads.emplace_back([&] { made = make(); });
+  for (std::thread& thread : threads) thread.join();
+  for (const Bytes& made : got) EXPECT_EQ(harness::FirstDifference(made, want), "") << name;
+}
+
+// Rows so far apart that the last is beyond the range of 32-bit offsets. Only touched pages take
+// memory.
+class FarRows {
+ public:
+  static constexpr int32_t kStep = 2000000000;
+  static constexpr zepiSize kSize = {7, 5};
+
+  FarRows() {
+    if (sizeof(void*) < 8) return;
+    memory_ = mmap(nullptr, kBytes, PROT_READ | PROT_WRITE,
+                   MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  }
+  ~FarRows() {
+    if (is_there()) munmap(memory_, kBytes);
+  }
+  FarRows(const FarRows&) = delete;
+  FarRows& operator=(const FarRows&) = delete;
+
+  // False if addresses have 32 bits or the system refused the mapping.
+  bool is_there() const { return memory_ != MAP_FAILED; }
+  uint8_t* row(int y) { return static_cast<uint8_t*>(memory_) + int64_t{kStep} * y; }
+
+ private:
+  static constexpr auto kBytes =
+      static_cast<size_t>(uint64_t{kSize.height} * uint64_t{kStep} & SIZE_MAX);
+  void* memory_ = MAP_FAILED;
+};
+
+// Tests the order of checks: pointers, step, size. Argument kDst is the output `dst`, kStep the step,
+// and the size follows it.
+template <size_t kDst, size_t kStep, class Order>
+void ExpectTextureOrder(Order order, const uint8_t* dst, size_t dst_size) {
+  order.template Null<0>()
+      .template Null<kDst>()
+      .template Bad<kStep>(zepStatusBadStep, {0})
+      .template Size<kStep + 1>()
+      .Output(dst, dst_size)
+      .Run();
 }
 
 }  // namespace texture_cases

@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include <sys/mman.h>
-
 #include <algorithm>
 #include <cstring>
-#include <thread>
 
 #include "harness/check_order.h"
 #include "harness/region.h"
@@ -20,6 +17,8 @@ using harness::Random;
 using texture_cases::Blocks;
 using texture_cases::Bytes;
 using texture_cases::ExpectEqualsModel;
+using texture_cases::ExpectTextureOrder;
+using texture_cases::FarRows;
 using Format = texture_cases::Format<texture_cases::Decoder>;
 
 const Format kDxt1 = TEXTURE_FORMAT(zepiTextureDecodeBlockToRGBA_DXT1_8u_C1C4R, 4, 8);
@@ -54,7 +53,7 @@ TEST(TextureDecoding, LargerSizes) {
   }
 }
 
-// Pairs of end points, all or one of `stride` at random, each with all indexes.
+// All pairs of end points, or a random one of each `stride`, each with all indexes.
 template <class MakeBlock>
 void ExpectPalettes(const Format& format, uint64_t pairs, uint32_t stride, MakeBlock make) {
   constexpr int32_t kColumns = 256;
@@ -77,7 +76,7 @@ void StoreColors(uint32_t pair, uint8_t* part) {
   std::memcpy(part + 4, &indexes, 4);
 }
 
-// All pairs of 6 bits of green and 5 of red and blue; red decides the order of c0 and c1, or not.
+// All pairs of 6 bits of green and 5 of red and blue; red may decide the order of c0 and c1.
 TEST(TextureDecoding, ColorPalettes_Exhaustive) {
   for (const Format* format : {&kDxt1, &kDxt3, &kDxt5}) {
     ExpectPalettes(*format, 3 << 12, 1, [&](uint32_t pair, uint8_t* block) {
@@ -101,13 +100,13 @@ TEST(TextureDecoding, AnyColors) {
   }
 }
 
-// A colour of 16 bits as R G B 255, one byte after another.
+// A colour of 16 bits as bytes R G B 255.
 uint32_t Widened(uint32_t color) {
   const uint32_t r = color >> 11, g = color >> 5 & 63, b = color & 31;
   return (r << 3 | r >> 2) | (g << 2 | g >> 4) << 8 | (b << 3 | b >> 2) << 16 | 255U << 24;
 }
 
-// c0 with every c1: the four colours of each.
+// The four colours of c0 with every c1.
 class PalettesOf {
  public:
   PalettesOf() : ends_(65536), between_(2 * 4 * 65536), palettes_(4 * 65536) {
@@ -150,7 +149,8 @@ class PalettesOf {
   std::vector<uint32_t> palettes_;
 };
 
-// All 2^32 pairs of colours, or all of some c0, with all indexes: the first row of each block.
+// All 2^32 pairs of colours (or all with some c0), with all indexes, compared in the first row of
+// each block.
 TEST(TextureDecoding, AllColors_Exhaustive) {
   Bytes blocks(size_t{8} * 65536);
   std::vector<uint32_t> got(4 * 65536);
@@ -228,33 +228,27 @@ TEST(TextureDecoding, ChannelRoundsToNearest) {
   EXPECT_EQ(FirstPixel(kBc5, block)[0], 219);
 }
 
-// The last row lies beyond what 32 bits can count.
 TEST(TextureDecoding, FarRows) {
-  if (sizeof(void*) < 8) GTEST_SKIP() << "needs 64-bit addresses";
-  const int32_t step = 2000000000;
-  const size_t mapped = size_t{5} * step;
-  void* memory = mmap(nullptr, mapped, PROT_READ | PROT_WRITE,
-                      MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-  if (memory == MAP_FAILED) GTEST_SKIP() << "no room for a sparse mapping";
-  auto* first = static_cast<uint8_t*>(memory);
+  FarRows rows;
+  if (!rows.is_there()) GTEST_SKIP() << "no room for a sparse mapping";
   Random random(harness::Seed());
   for (const Format& format : kFormats) {
-    const zepiSize size = {7, 5};
+    const zepiSize size = FarRows::kSize;
     const Bytes blocks = RandomBlocks(format, size, random);
     const auto width = static_cast<size_t>(size.width * format.pixel_bytes);
-    Bytes want(5 * width);
+    Bytes want(static_cast<size_t>(size.height) * width);
     format.model(blocks.data(), want.data(), static_cast<int32_t>(width), size);
-    for (const int32_t direction : {1, -1}) {
-      uint8_t* base = direction > 0 ? first : first + size_t{4} * step;
-      ASSERT_EQ(format.call(blocks.data(), base, direction * step, size), zepStatusOk);
-      for (int y = 0; y < 5; ++y) {
-        const uint8_t* row = base + int64_t{direction} * step * y;
+    for (const bool upwards : {false, true}) {
+      ASSERT_EQ(format.call(blocks.data(), rows.row(upwards ? size.height - 1 : 0),
+                            upwards ? -FarRows::kStep : FarRows::kStep, size),
+                zepStatusOk);
+      for (int y = 0; y < size.height; ++y) {
+        const uint8_t* row = rows.row(upwards ? size.height - 1 - y : y);
         ASSERT_EQ(harness::FirstDifferenceOf(row, &want[static_cast<size_t>(y) * width], width), "")
             << format.name << " row " << y;
       }
     }
   }
-  munmap(memory, mapped);
 }
 
 TEST(TextureDecoding, SeveralThreads) {
@@ -262,14 +256,7 @@ TEST(TextureDecoding, SeveralThreads) {
   const zepiSize size = {61, 33};
   for (const Format& format : kFormats) {
     const Bytes blocks = RandomBlocks(format, size, random);
-    const Bytes want = Decode(format, blocks, size);
-    std::vector<Bytes> got(4);
-    std::vector<std::thread> threads;
-    for (Bytes& pixels : got) {
-      threads.emplace_back([&] { pixels = Decode(format, blocks, size); });
-    }
-    for (std::thread& thread : threads) thread.join();
-    for (const Bytes& pixels : got) EXPECT_EQ(pixels, want) << format.name;
+    texture_cases::ExpectSameOnThreads(format.name, [&] { return Decode(format, blocks, size); });
   }
 }
 
@@ -278,13 +265,8 @@ void ExpectChecksInOrder(harness::Named<Call> function) {
   uint8_t pixels[64];
   const uint8_t blocks[16] = {};
   std::memset(pixels, harness::kFill, sizeof(pixels));
-  CheckOrder(function, &blocks[0], &pixels[0], 16, zepiSize{4, 4})
-      .template Null<0>()
-      .template Null<1>()
-      .template Bad<2>(zepStatusBadStep, {0})
-      .template Size<3>()
-      .Output(pixels, sizeof(pixels))
-      .Run();
+  ExpectTextureOrder<1, 2>(CheckOrder(function, &blocks[0], &pixels[0], 16, zepiSize{4, 4}), pixels,
+                           sizeof(pixels));
 }
 
 TEST(TextureDecoding, ChecksInOrder) {

@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include <sys/mman.h>
-
 #include <algorithm>
 #include <cstring>
-#include <thread>
 
 #include "harness/check_order.h"
 #include "harness/region.h"
@@ -21,6 +18,8 @@ using harness::Plane;
 using harness::Random;
 using texture_cases::Blocks;
 using texture_cases::Bytes;
+using texture_cases::ExpectTextureOrder;
+using texture_cases::FarRows;
 using Format = texture_cases::Format<texture_cases::Encoder>;
 
 const Format kDxt1 = TEXTURE_FORMAT(zepiTextureEncodeBlockFromRGBA_DXT1_8u_C4C1R, 4, 8);
@@ -51,7 +50,7 @@ uint8_t Value(Content content, int x, int y, int channel, uint32_t key, Random& 
   return static_cast<uint8_t>(random());
 }
 
-// The export against the model; all memory of the blocks is compared.
+// Compares the export with the model, with all memory of the blocks.
 void ExpectEqualsModel(const Format& format, Content content, zepiSize size, int32_t step,
                        Edge edge, Random& random) {
   const zepiSize bytes = {size.width * format.pixel_bytes, size.height};
@@ -118,7 +117,7 @@ Bytes Encode(const Format& format, const Bytes& pixels, zepiSize size) {
   return blocks;
 }
 
-// Every (low, high) with every value between them, fourteen at a time beside the two.
+// Every (low, high) with every value between them, fourteen at a time besides these two.
 TEST(TextureEncoding, ChannelValues_Exhaustive) {
   const int stride = harness::Exhaustive() ? 1 : 23;
   for (int low = 0; low < 256; low += stride) {
@@ -138,7 +137,8 @@ TEST(TextureEncoding, ChannelValues_Exhaustive) {
   }
 }
 
-// The same for each channel of colours beside flat ones, where distances are often equal.
+// All values between low and high for each channel of colours whose other channels are constant,
+// where distances are often equal.
 TEST(TextureEncoding, ColorValues_Exhaustive) {
   const int stride = harness::Exhaustive() ? 1 : 29;
   for (const Format& format : {kDxt1, kDxt5, kYCoCg}) {
@@ -210,30 +210,23 @@ TEST(TextureEncoding, YCoCgIsDxt5OfRearrangedChannels) {
   EXPECT_EQ(Encode(kYCoCg, ycocg, {8, 8}), Encode(kDxt5, rgba, {8, 8}));
 }
 
-// The last row lies beyond what 32 bits can count.
 TEST(TextureEncoding, FarRows) {
-  if (sizeof(void*) < 8) GTEST_SKIP() << "needs 64-bit addresses";
-  const int32_t step = 2000000000;
-  const size_t mapped = size_t{5} * step;
-  void* memory = mmap(nullptr, mapped, PROT_READ | PROT_WRITE,
-                      MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-  if (memory == MAP_FAILED) GTEST_SKIP() << "no room for a sparse mapping";
-  auto* first = static_cast<uint8_t*>(memory);
+  FarRows rows;
+  if (!rows.is_there()) GTEST_SKIP() << "no room for a sparse mapping";
   Random random(harness::Seed());
   for (const Format& format : kFormats) {
-    const zepiSize size = {7, 5};
+    const zepiSize size = FarRows::kSize;
     const auto width = static_cast<size_t>(size.width * format.pixel_bytes);
-    Bytes pixels(5 * width);
-    for (size_t y = 0; y < 5; ++y) {
-      for (size_t i = 0; i < width; ++i) {
-        pixels[y * width + i] = first[y * step + i] = static_cast<uint8_t>(random());
-      }
+    Bytes pixels;
+    for (int y = 0; y < size.height; ++y) {
+      uint8_t* row = rows.row(y);
+      harness::FillPattern(row, width, harness::Pattern::kRandom, random);
+      pixels.insert(pixels.end(), row, row + width);
     }
     Bytes got(Blocks(size) * static_cast<size_t>(format.block_bytes));
-    ASSERT_EQ(format.call(first, step, size, got.data()), zepStatusOk);
+    ASSERT_EQ(format.call(rows.row(0), FarRows::kStep, size, got.data()), zepStatusOk);
     EXPECT_EQ(harness::FirstDifference(got, Encode(format, pixels, size)), "") << format.name;
   }
-  munmap(memory, mapped);
 }
 
 TEST(TextureEncoding, SeveralThreads) {
@@ -242,14 +235,7 @@ TEST(TextureEncoding, SeveralThreads) {
   for (const Format& format : kFormats) {
     Bytes pixels(static_cast<size_t>(size.width * size.height * format.pixel_bytes));
     for (uint8_t& byte : pixels) byte = static_cast<uint8_t>(random());
-    const Bytes want = Encode(format, pixels, size);
-    std::vector<Bytes> got(4);
-    std::vector<std::thread> threads;
-    for (Bytes& blocks : got) {
-      threads.emplace_back([&] { blocks = Encode(format, pixels, size); });
-    }
-    for (std::thread& thread : threads) thread.join();
-    for (const Bytes& blocks : got) EXPECT_EQ(blocks, want) << format.name;
+    texture_cases::ExpectSameOnThreads(format.name, [&] { return Encode(format, pixels, size); });
   }
 }
 
@@ -258,13 +244,8 @@ void ExpectChecksInOrder(harness::Named<Call> function) {
   const uint8_t pixels[64] = {};
   uint8_t blocks[16];
   std::memset(blocks, harness::kFill, sizeof(blocks));
-  CheckOrder(function, &pixels[0], 16, zepiSize{4, 4}, &blocks[0])
-      .template Null<0>()
-      .template Null<3>()
-      .template Bad<1>(zepStatusBadStep, {0})
-      .template Size<2>()
-      .Output(blocks, sizeof(blocks))
-      .Run();
+  ExpectTextureOrder<3, 1>(CheckOrder(function, &pixels[0], 16, zepiSize{4, 4}, &blocks[0]), blocks,
+                           sizeof(blocks));
 }
 
 TEST(TextureEncoding, ChecksInOrder) {

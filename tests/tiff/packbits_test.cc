@@ -92,7 +92,7 @@ TEST(PackBits, PacksAsModel) {
     ExpectPacksAsModel(MixedRow(random));
 }
 
-// What pictures have: mostly short runs.
+// Rows as pictures have them: mostly short runs.
 TEST(PackBits, PacksShortRuns) {
   Random random(harness::Seed());
   for (int trial = 0; trial < 400 && !HasFatalFailure(); ++trial) {
@@ -118,7 +118,7 @@ TEST(PackBits, PacksLongRows) {
   }
 }
 
-// Two levels of parts, without the runs at which rows fall into pieces.
+// Two levels of parts, without the runs at which rows are divided.
 TEST(PackBits, PacksLongRowsWithoutLongRuns) {
   Random random(harness::Seed());
   for (const size_t length : {size_t{16384 + 7}, size_t{2 * 16384}, size_t{300000}}) {
@@ -131,7 +131,7 @@ TEST(PackBits, PacksLongRowsWithoutLongRuns) {
   }
 }
 
-// All sizes, on any bytes, with room between pages that end where source and row do.
+// All sizes, on random bytes, in memory that ends where source and row end.
 TEST(PackBits, UnpacksAsModel) {
   Random random(harness::Seed());
   for (int trial = 0; trial < 20000; ++trial) {

@@ -65,7 +65,7 @@ TEST(RgbToYcbcr, ReducingEqualsModel) {
   CompareRegions<C4, P422>(HARNESS_PAIR(zepiBGRToYCbCr422_JPEG_8u_C4P3R), kGroups422);
 }
 
-// All colours: rows of 263 pixels have 256 by the rule of groups and 7 by the rule of the rest.
+// All colours: in rows of 263 pixels, 256 take the 15-bit rule and the last 7 the 14-bit rule.
 TEST(RgbToYcbcr, AllColours_Exhaustive) {
   constexpr int32_t kWidth = 263;
   std::vector<uint8_t> rgb(kWidth * 3);
@@ -77,7 +77,7 @@ TEST(RgbToYcbcr, AllColours_Exhaustive) {
     for (int32_t x = 0; x < kWidth; ++x) {
       rgb[static_cast<size_t>(3 * x)] = static_cast<uint8_t>(red_green >> 8);
       rgb[static_cast<size_t>(3 * x + 1)] = static_cast<uint8_t>(red_green);
-      // The rest of the row takes turns, so that it meets all values too.
+      // The last 7 pixels take turns, so that they get all values too.
       rgb[static_cast<size_t>(3 * x + 2)] =
           static_cast<uint8_t>(x < 256 ? x : (x - 256) * 37 + red_green);
     }
@@ -131,7 +131,7 @@ TEST(RgbToYcbcr, AllPackedWords) {
   AllWords(HARNESS_PAIR(zepiBGR565ToYCbCr_JPEG_16u8u_C3P3R));
 }
 
-// A row of 8 pixels goes by the 15-bit rule, one of 4 by the 14-bit rule.
+// A row of 8 pixels takes the 15-bit rule, one of 4 the 14-bit rule.
 TEST(RgbToYcbcr, EdgesOfTheRules) {
   const std::vector<uint8_t> four = {255, 255, 255, 0, 0, 0, 0, 0, 1, 0, 0, 255};
   std::vector<uint8_t> eight = four;
@@ -143,8 +143,8 @@ TEST(RgbToYcbcr, EdgesOfTheRules) {
     ASSERT_EQ(zepiRGBToYCbCr_JPEG_8u_C3P3R(rgb.data(), 3 * width, planes, 8, {width, 1}),
               zepStatusOk);
     for (int32_t x = 0; x < width; x += 4) {
-      // White and black are exact. (0, 0, 1) has Y = 0, and its Cb is one above black's: the sum is
-      // exactly 129 units. Pure blue reaches 256 units of Cb, which are clamped.
+      // White and black are exact. (0, 0, 1) has Y = 0, and a Cb one above that of black: the sum
+      // is exactly 129 units. Pure blue gives 256 units of Cb, which are clamped.
       EXPECT_EQ(std::vector<int>(y + x, y + x + 4), (std::vector<int>{255, 0, 0, 29})) << width;
       EXPECT_EQ(std::vector<int>(cb + x, cb + x + 4), (std::vector<int>{128, 128, 129, 255}));
       EXPECT_EQ(std::vector<int>(cr + x, cr + x + 4), (std::vector<int>{128, 128, 128, 107}));
@@ -184,7 +184,7 @@ TEST(RgbToYcbcr, ThreadsDoNotMatter) {
   }
 }
 
-// Memory for the checks: what the pointers of a call lead to.
+// The buffers to which the pointers of the tested calls lead.
 struct Buffers {
   uint8_t src[4][256] = {};
   uint16_t words[64] = {};
@@ -195,81 +195,44 @@ struct Buffers {
 
 constexpr zepiSize kSize = {4, 2};
 
-template <class Call, class Source>
-void InterleavedToPlanes(const Named<Call>& function, const Source* src, Buffers& b) {
-  CheckOrder(function, src, 32, static_cast<uint8_t* const*>(b.dst_planes), 8, kSize)
-      .template Null<0>()
-      .template Planes<2, 3>()
-      .template Step<1>()
-      .template Step<3>()
-      .template Size<4>()
-      .Output(b.dst, sizeof(b.dst))
-      .Run();
-}
-
 TEST(RgbToYcbcr, ChecksInOrder) {
   Buffers b;
-  const uint8_t* const src = b.src[0];
   const uint8_t* const* const planes = b.src_planes;
   uint8_t* const* const dst = b.dst_planes;
-  InterleavedToPlanes(HARNESS_NAMED(zepiRGBToYCbCr_JPEG_8u_C3P3R), src, b);
-  InterleavedToPlanes(HARNESS_NAMED(zepiBGRToYCbCr_JPEG_8u_C3P3R), src, b);
+  // The pointers come first, then the steps and the size.
+  const auto expect = [&](auto& pointers) {
+    pointers.template Step<1>().template Step<3>().template Size<4>().Output(b.dst, sizeof(b.dst));
+    pointers.Run();
+  };
+  const auto to_planes = [&](auto exported, auto* src) {
+    return CheckOrder(exported, src, 32, dst, 8, kSize);
+  };
+  const auto to_y = [&](auto exported, auto* src) {
+    return CheckOrder(exported, src, 32, &b.dst[0][0], 8, kSize);
+  };
+  const uint8_t* const src = b.src[0];
   const uint16_t* const words = b.words;
-  InterleavedToPlanes(HARNESS_NAMED(zepiRGB555ToYCbCr_JPEG_16u8u_C3P3R), words, b);
-  InterleavedToPlanes(HARNESS_NAMED(zepiBGR555ToYCbCr_JPEG_16u8u_C3P3R), words, b);
-  InterleavedToPlanes(HARNESS_NAMED(zepiRGB565ToYCbCr_JPEG_16u8u_C3P3R), words, b);
-  InterleavedToPlanes(HARNESS_NAMED(zepiBGR565ToYCbCr_JPEG_16u8u_C3P3R), words, b);
-  CheckOrder(HARNESS_NAMED(zepiRGBToYCbCr_JPEG_8u_P3R), planes, 32, dst, 8, kSize)
-      .Planes<0, 3>()
-      .Planes<2, 3>()
-      .Step<1>()
-      .Step<3>()
-      .Size<4>()
-      .Output(b.dst, sizeof(b.dst))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiCMYKToYCCK_JPEG_8u_P4R), planes, 32, dst, 8, kSize)
-      .Planes<0, 4>()
-      .Planes<2, 4>()
-      .Step<1>()
-      .Step<3>()
-      .Size<4>()
-      .Output(b.dst, sizeof(b.dst))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiCMYKToYCCK_JPEG_8u_C4P4R), src, 32, dst, 8, kSize)
-      .Null<0>()
-      .Planes<2, 4>()
-      .Step<1>()
-      .Step<3>()
-      .Size<4>()
-      .Output(b.dst, sizeof(b.dst))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiRGBToY_JPEG_8u_C3C1R), src, 32, &b.dst[0][0], 8, kSize)
-      .Null<0>()
-      .Null<2>()
-      .Step<1>()
-      .Step<3>()
-      .Size<4>()
-      .Output(b.dst, sizeof(b.dst))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiBGRToY_JPEG_8u_C3C1R), src, 32, &b.dst[0][0], 8, kSize)
-      .Null<0>()
-      .Null<2>()
-      .Step<1>()
-      .Step<3>()
-      .Size<4>()
-      .Output(b.dst, sizeof(b.dst))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiRGBToY_JPEG_8u_P3C1R), planes, 32, &b.dst[0][0], 8, kSize)
-      .Planes<0, 3>()
-      .Null<2>()
-      .Step<1>()
-      .Step<3>()
-      .Size<4>()
-      .Output(b.dst, sizeof(b.dst))
-      .Run();
+  expect(to_planes(HARNESS_NAMED(zepiRGBToYCbCr_JPEG_8u_C3P3R), src).Null<0>().Planes<2, 3>());
+  expect(to_planes(HARNESS_NAMED(zepiBGRToYCbCr_JPEG_8u_C3P3R), src).Null<0>().Planes<2, 3>());
+  expect(
+      to_planes(HARNESS_NAMED(zepiRGB555ToYCbCr_JPEG_16u8u_C3P3R), words).Null<0>().Planes<2, 3>());
+  expect(
+      to_planes(HARNESS_NAMED(zepiBGR555ToYCbCr_JPEG_16u8u_C3P3R), words).Null<0>().Planes<2, 3>());
+  expect(
+      to_planes(HARNESS_NAMED(zepiRGB565ToYCbCr_JPEG_16u8u_C3P3R), words).Null<0>().Planes<2, 3>());
+  expect(
+      to_planes(HARNESS_NAMED(zepiBGR565ToYCbCr_JPEG_16u8u_C3P3R), words).Null<0>().Planes<2, 3>());
+  expect(to_planes(HARNESS_NAMED(zepiCMYKToYCCK_JPEG_8u_C4P4R), src).Null<0>().Planes<2, 4>());
+  expect(
+      to_planes(HARNESS_NAMED(zepiRGBToYCbCr_JPEG_8u_P3R), planes).Planes<0, 3>().Planes<2, 3>());
+  expect(
+      to_planes(HARNESS_NAMED(zepiCMYKToYCCK_JPEG_8u_P4R), planes).Planes<0, 4>().Planes<2, 4>());
+  expect(to_y(HARNESS_NAMED(zepiRGBToY_JPEG_8u_C3C1R), src).Null<0>().Null<2>());
+  expect(to_y(HARNESS_NAMED(zepiBGRToY_JPEG_8u_C3C1R), src).Null<0>().Null<2>());
+  expect(to_y(HARNESS_NAMED(zepiRGBToY_JPEG_8u_P3C1R), planes).Planes<0, 3>().Null<2>());
 }
 
-// Steps are not checked here.
+// These functions do not check steps.
 template <class Call>
 void StepsNotChecked(const Named<Call>& function, int min_width, int min_height, Buffers& b) {
   CheckOrder(function, static_cast<const uint8_t*>(b.src[0]), 0,

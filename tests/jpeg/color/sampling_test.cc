@@ -34,7 +34,8 @@ void Compare(const Named<Export>& exported, const Model& model, zepiSize src_siz
       << static_cast<int>(pattern) << " seed " << harness::Seed();
 }
 
-// Sizes in the ratio 2 : 1 and `rows` : 1, the source the larger one where `down`.
+// Compares sizes with width ratio 2 : 1 and height ratio `rows` : 1; with `down` the source is the
+// larger one.
 template <class Export, class Model>
 void CompareSizes(const Named<Export>& exported, const Model& model, bool down, int32_t rows) {
   harness::Random random(harness::Seed());
@@ -82,7 +83,8 @@ TEST(Sampling, ChecksInOrder) {
   ExpectOrder(HARNESS_NAMED(zepiSampleUpH2V2_JPEG_8u_C1R), {4, 3}, {8, 6});
 }
 
-// Rows of every width; `down` or up, of one or two rows, by call(function, sources, width, destination).
+// Compares rows of every width, halved with `down`, else doubled, from one or two rows, through
+// call(function, sources, width, destination).
 template <class Call, class Export, class Model>
 void CompareRows(const Named<Export>& exported, const Model& model, bool down, const Call& call) {
   harness::Random random(harness::Seed());
@@ -97,7 +99,7 @@ void CompareRows(const Named<Export>& exported, const Model& model, bool down, c
       const uint8_t* const src[] = {first.base(), second.base()};
       ASSERT_EQ(call(exported.call, src, width, got.base()), zepStatusOk);
       call(model, src, width, want.base());
-      ASSERT_TRUE(std::equal(got.base(), got.base() + results, want.base()))
+      ASSERT_EQ(harness::FirstDifference(got.memory(), want.memory()), "")
           << exported.name << " width " << width << " seed " << harness::Seed();
     }
   }

@@ -43,7 +43,7 @@ TEST(YcbcrToRgb, MorePixelsEqualModel) {
   CompareRegions<P3, Packed>(HARNESS_PAIR(zepiYCbCrToBGR565_JPEG_8u16u_P3C3R));
 }
 
-// With steps for each plane.
+// Calls a function that takes a step for each plane.
 #define WITH_STEPS(function, ...)                                                                 \
   harness::Named{#function,                                                                       \
                  [](auto src, int32_t step, auto dst, int32_t dst_step, zepiSize size) {          \
@@ -104,55 +104,26 @@ TEST(YcbcrToRgb, ChecksInOrder) {
   const uint8_t* const* const from = src_planes;
   uint8_t* const* const to = dst_planes;
   constexpr zepiSize kSize = {4, 2};
-  CheckOrder(HARNESS_NAMED(zepiYCbCrToRGB_JPEG_8u_P3C3R), from, 16, &dst[0][0], 16, kSize)
-      .Planes<0, 3>()
-      .Null<2>()
-      .Step<1>()
-      .Step<3>()
-      .Size<4>()
-      .Output(dst, sizeof(dst))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCbCrToBGR_JPEG_8u_P3C3R), from, 16, &dst[0][0], 16, kSize)
-      .Planes<0, 3>()
-      .Null<2>()
-      .Step<1>()
-      .Step<3>()
-      .Size<4>()
-      .Output(dst, sizeof(dst))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCbCrToRGB_JPEG_8u_P3R), from, 16, to, 16, kSize)
-      .Planes<0, 3>()
-      .Planes<2, 3>()
-      .Step<1>()
-      .Step<3>()
-      .Size<4>()
-      .Output(dst, sizeof(dst))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCCKToCMYK_JPEG_8u_P4C4R), from, 16, &dst[0][0], 16, kSize)
-      .Planes<0, 4>()
-      .Null<2>()
-      .Step<1>()
-      .Step<3>()
-      .Size<4>()
-      .Output(dst, sizeof(dst))
-      .Run();
-  CheckOrder(HARNESS_NAMED(zepiYCCKToCMYK_JPEG_8u_P4R), from, 16, to, 16, kSize)
-      .Planes<0, 4>()
-      .Planes<2, 4>()
-      .Step<1>()
-      .Step<3>()
-      .Size<4>()
-      .Output(dst, sizeof(dst))
-      .Run();
+  // The pointers come first, then the steps and the size.
+  const auto expect = [&](auto& pointers) -> auto& {
+    return pointers.template Step<1>().template Step<3>().template Size<4>().Output(dst,
+                                                                                    sizeof(dst));
+  };
+  const auto pixels = [&](auto exported) {
+    return CheckOrder(exported, from, 16, &dst[0][0], 16, kSize);
+  };
+  const auto planes = [&](auto exported) { return CheckOrder(exported, from, 16, to, 16, kSize); };
+  expect(pixels(HARNESS_NAMED(zepiYCbCrToRGB_JPEG_8u_P3C3R)).Planes<0, 3>().Null<2>()).Run();
+  expect(pixels(HARNESS_NAMED(zepiYCbCrToBGR_JPEG_8u_P3C3R)).Planes<0, 3>().Null<2>()).Run();
+  expect(pixels(HARNESS_NAMED(zepiYCCKToCMYK_JPEG_8u_P4C4R)).Planes<0, 4>().Null<2>()).Run();
+  expect(planes(HARNESS_NAMED(zepiYCbCrToRGB_JPEG_8u_P3R)).Planes<0, 3>().Planes<2, 3>()).Run();
+  expect(planes(HARNESS_NAMED(zepiYCCKToCMYK_JPEG_8u_P4R)).Planes<0, 4>().Planes<2, 4>()).Run();
   const uint8_t* const interleaved = src[0];
-  CheckOrder(HARNESS_NAMED(zepiYCbCr422ToRGB_JPEG_8u_C2C3R), interleaved, 16, &dst[0][0], 16, kSize)
-      .Null<0>()
-      .Null<2>()
-      .Step<1>()
-      .Step<3>()
-      .Size<4>()
-      .Bad<4>(zepStatusBadSize, {zepiSize{3, 2}})
-      .Output(dst, sizeof(dst))
+  expect(CheckOrder(HARNESS_NAMED(zepiYCbCr422ToRGB_JPEG_8u_C2C3R), interleaved, 16, &dst[0][0], 16,
+                    kSize)
+             .Null<0>()
+             .Null<2>())
+      .template Bad<4>(zepStatusBadSize, {zepiSize{3, 2}})
       .Run();
 }
 

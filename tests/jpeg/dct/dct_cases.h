@@ -23,7 +23,7 @@ using harness::Named;
 using harness::Pattern;
 using harness::Random;
 
-// Room for a block, and for one more byte where `odd` is, so that its start lies at an odd address.
+// Room for a block, plus one byte with `odd`, so that the block starts at an odd address.
 inline size_t BlockBytes(int odd) { return 128 + static_cast<size_t>(odd % 2); }
 
 // Input blocks and tables of all kinds, at odd addresses too.
@@ -41,7 +41,7 @@ struct Inputs {
       uint16_t step;
       std::memcpy(&value, block.raw() + 2 * i, 2);
       std::memcpy(&step, table.raw() + 2 * i, 2);
-      if (kind == 0) value = static_cast<int16_t>(value % 300);  // what codecs see
+      if (kind == 0) value = static_cast<int16_t>(value % 300);  // the range in codecs
       if (kind == 0) step = static_cast<uint16_t>(1 + step % 20);
       if (kind == 1) step = 1;
       if (kind == 2) value = random() % 8 == 0 ? value : int16_t{0};
@@ -63,7 +63,7 @@ inline std::vector<uint8_t> Bytes(const Guarded<uint8_t>& memory) {
   return {memory.raw(), memory.raw() + memory.bytes()};
 }
 
-// From a block to a block.
+// Compares functions from a block to a block.
 template <class Call, class Model>
 void CompareBlocks(const Named<Call>& exported, const Model& model) {
   Random random(harness::Seed());
@@ -79,7 +79,7 @@ void CompareBlocks(const Named<Call>& exported, const Model& model) {
   }
 }
 
-// In place; the model works on a copy.
+// Compares functions in place; the model works on a copy.
 template <class Call, class Model>
 void CompareInPlace(const Named<Call>& exported, const Model& model) {
   Random random(harness::Seed());
@@ -99,13 +99,13 @@ size_t RegionBytes(int32_t step, int32_t size) {
   return static_cast<size_t>(step * (size - 1)) + static_cast<size_t>(size) * sizeof(Sample);
 }
 
-// From a block to size x size samples.
+// Compares functions from a block to size x size samples.
 template <class Sample, class Call, class Model>
 void CompareToSamples(const Named<Call>& exported, const Model& model, int32_t size) {
   Random random(harness::Seed());
   for (int round = 0; round < kRounds; ++round) {
     Inputs in(random, round);
-    // Steps below a row make rows overlap; they are written top to bottom.
+    // With steps smaller than a row, rows overlap; they are written top to bottom.
     const int32_t step =
         round % 9 == 0 ? 1 + round % 5 : size * static_cast<int32_t>(sizeof(Sample)) + round % 5;
     Guarded<uint8_t> got(RegionBytes<Sample>(step, size), in.edge), want(got.bytes(), in.edge);
@@ -118,7 +118,7 @@ void CompareToSamples(const Named<Call>& exported, const Model& model, int32_t s
   }
 }
 
-// From 8x8 samples to a block.
+// Compares functions from 8x8 samples to a block.
 template <class Sample, class Call, class Model>
 void CompareFromSamples(const Named<Call>& exported, const Model& model) {
   Random random(harness::Seed());
@@ -145,7 +145,8 @@ struct Buffers {
   uint16_t words[64] = {}, table[64] = {};
 };
 
-// The order of (source block, destination block, table) and of (block in place, table).
+// Tests the order of checks of (source block, destination block, table) and of (block in place,
+// table).
 template <class Call>
 void ExpectBlocksOrder(const Named<Call>& function) {
   Buffers b;

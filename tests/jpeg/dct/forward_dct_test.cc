@@ -40,7 +40,7 @@ std::array<int16_t, 64> Coefficients(const uint8_t (&samples)[64]) {
   return coefficients;
 }
 
-// The transform alone, with steps of 1, against the exact one.
+// Compares the transform alone, with steps of 1, with the exact one.
 TEST(ForwardDct, IsWithinOneOfExact) {
   Random random(harness::Seed());
   double worst = 0;
@@ -55,8 +55,8 @@ TEST(ForwardDct, IsWithinOneOfExact) {
   EXPECT_LE(worst, 1.0);
 }
 
-// What the columns' 16 bits add to the error of rounding the exact coefficients: next to nothing in
-// the mean square, and no drift.
+// The 16-bit columns add almost nothing to the error of rounding the exact coefficients, neither in
+// the mean square nor in the mean.
 TEST(ForwardDct, ErrorIsThatOfRounding) {
   constexpr int kBlocks = 20000;
   Random random(harness::Seed());
@@ -77,8 +77,8 @@ TEST(ForwardDct, ErrorIsThatOfRounding) {
   for (size_t i = 0; i < 64; ++i) EXPECT_LE(std::abs(mean[i]), 0.055) << i;
 }
 
-// Values beyond 8 bits and a sign, with steps of 1: what the sums hold comes within 2 of the exact
-// coefficient; what is beyond saturates, with the sign of the exact one.
+// The results for values beyond 8 bits and a sign, with steps of 1. Coefficients in range come
+// within 2 of the exact ones; others saturate, with the sign of the exact one.
 struct Extremes {
   std::array<int16_t, 64> got;
   reference::ExactBlock exact;
@@ -109,8 +109,8 @@ TEST(ForwardDct, OfConstantValuesSaturates) {
   }
 }
 
-// Signs of a row times signs of a column: each of a pair's 2^14 products at up to ten bits and a sign,
-// for which columns saturate in their last sums only.
+// Signs of a row times signs of a column, all 2^14 combinations, with amplitudes of up to ten bits,
+// for which columns saturate only in their last sums.
 TEST(ForwardDct, OfAlternatingValuesSaturates) {
   const int stride = harness::Exhaustive() ? 1 : 13;
   for (const int amplitude : {255, 256, 600, 1023}) {
@@ -133,7 +133,8 @@ TEST(ForwardDct, OfAlternatingValuesSaturates) {
   }
 }
 
-// The pattern of each frequency alone, up to the largest values: its own coefficient saturates.
+// The pattern of each frequency alone, up to the largest values: only its own coefficient
+// saturates.
 TEST(ForwardDct, OfFrequenciesSaturates) {
   for (const int amplitude : {256, 1000, 5000, 20000, 32767, -256, -5000, -32767}) {
     for (size_t frequency = 0; frequency < 64; ++frequency) {
@@ -166,7 +167,8 @@ TEST(ForwardDct, OfFlatBlocks) {
   }
 }
 
-// Samples of 8 bits through the transform of 12 bits: the exact coefficients, divided and rounded once.
+// Samples of 8 bits in the transform for 12 bits give the exact coefficients, divided and rounded
+// once.
 TEST(ForwardDct, SamplesOf8BitsIn12AreRoundedOnce) {
   Random random(harness::Seed());
   uint16_t table[64];

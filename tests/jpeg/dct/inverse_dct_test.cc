@@ -30,7 +30,7 @@ TEST(InverseDct, EqualsModel) {
   dct_cases::CompareInPlace(HARNESS_NAMED(zepiDCTQuantInv8x8_JPEG_16s_C1I), in_place);
 }
 
-// The procedure of IEEE 1180 (its generator and limits).
+// The procedure of IEEE 1180, with its generator and limits.
 class Ieee1180 {
  public:
   double worst_peak = 0, worst_mse = 0, mean_mse = 0, worst_mean = 0, mean_mean = 0;
@@ -89,7 +89,7 @@ TEST(InverseDct, MeetsIeee1180_Exhaustive) {
   }
 }
 
-// Transforms to fewer points, against the exact ones.
+// Compares the transforms to fewer points with the exact ones.
 TEST(InverseDct, ReducedIsWithinOneOfExact) {
   Random random(harness::Seed());
   uint16_t ones[64];

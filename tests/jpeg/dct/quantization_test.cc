@@ -68,12 +68,12 @@ TEST(Quantization, AllValuesAllSteps_Exhaustive) {
       std::copy_n(values, 64, want);
       zepiQuantFwd8x8_JPEG_16s_C1I(got, forward);
       reference::zepiQuantFwd8x8_JPEG_16s_C1I(want, forward);
-      ASSERT_TRUE(std::equal(got, got + 64, want)) << step << " " << first;
+      ASSERT_EQ(harness::FirstDifference(got, want), "") << step << " " << first;
       std::copy_n(values, 64, got);
       std::copy_n(values, 64, want);
       zepiQuantInv8x8_JPEG_16s_C1I(got, inverse);
       reference::zepiQuantInv8x8_JPEG_16s_C1I(want, inverse);
-      ASSERT_TRUE(std::equal(got, got + 64, want)) << step << " " << first;
+      ASSERT_EQ(harness::FirstDifference(got, want), "") << step << " " << first;
     }
   }
 }

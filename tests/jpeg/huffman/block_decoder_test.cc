@@ -20,7 +20,7 @@ using huffman_cases::Block;
 using huffman_cases::Tables;
 using Bytes = std::vector<uint8_t>;
 
-// What a call leaves, besides the block.
+// The results of a call besides the block.
 struct Outcome {
   zepStatus status;
   int32_t position;
@@ -44,12 +44,12 @@ class DecoderTest : public ::testing::Test {
  protected:
   DecoderTest() : random_(harness::Seed()) { start_.state.spare = 0x12345678; }
 
-  // One block by the export and by the model.
+  // Decodes one block with the export and with the model.
   Outcome ExpectEqualsModel(const Bytes& bytes, const Tables& tables, const Outcome& before) {
     Outcome got = before, want = before;
     Side& side = edge_toggle_ ? at_start_ : at_end_;
     edge_toggle_ = !edge_toggle_;
-    away_ = (away_ + 1) % 5;  // any address will do
+    away_ = (away_ + 1) % 5;  // addresses of any alignment
     const auto length = static_cast<int32_t>(bytes.size());
     const uint8_t* src = side.src.Buffer(bytes);
     auto* got_dst = reinterpret_cast<int16_t*>(side.dst.Buffer(sizeof(Block), away_));
@@ -68,7 +68,7 @@ class DecoderTest : public ::testing::Test {
     return got;
   }
 
-  // Blocks until one fails, or `max_blocks`.
+  // Decodes blocks until one fails, at most `max_blocks`.
   Outcome ExpectStreamEqualsModel(const Bytes& bytes, const Tables& tables, Outcome state,
                                   int max_blocks = 1000) {
     blocks_.clear();
@@ -117,7 +117,7 @@ TEST_F(DecoderTest, RoundTrip) {
     const Tables tables =
         i % 3 != 0 ? huffman_cases::RandomTables(random_) : huffman_cases::StandardTables();
     std::vector<Block> blocks = RandomBlocks(20);
-    if (i % 3 == 0) {  // the standard's tables have no code for more
+    if (i % 3 == 0) {  // the standard's tables have no codes for larger values
       for (Block& block : blocks) {
         for (int16_t& value : block) value = static_cast<int16_t>(value % 1024);
       }
@@ -137,7 +137,7 @@ TEST_F(DecoderTest, EndsAtEveryByte) {
     for (size_t length = 0; length <= bytes.size() && !HasFailure(); ++length) {
       const Bytes part(bytes.begin(), bytes.begin() + static_cast<ptrdiff_t>(length));
       ExpectStreamEqualsModel(part, tables, start_);
-      // The same with a marker in place of the rest.
+      // Now with a marker in place of the remaining bytes.
       Bytes marked = part;
       marked.insert(marked.end(), {0xFF, 0xD3, 0x11, 0x22});
       ExpectStreamEqualsModel(marked, tables, start_);
@@ -151,7 +151,7 @@ TEST_F(DecoderTest, RandomBytes) {
         i % 2 != 0 ? huffman_cases::RandomTables(random_) : huffman_cases::StandardTables();
     const Bytes bytes = RandomBytes(random_() % 400, i % 5 == 0 ? 3 : 200);
     Outcome state = start_;
-    for (int tries = 0; tries < 6; ++tries) {  // failures do not end the stream
+    for (int tries = 0; tries < 6; ++tries) {  // go on after failures
       state = ExpectStreamEqualsModel(bytes, tables, state, 30);
       if (random_() % 2) state.marker = 0;
     }
@@ -171,7 +171,7 @@ TEST_F(DecoderTest, WildTables) {
   }
 }
 
-// Fill bytes in front of stuffed zeros; stuffed bytes everywhere.
+// Fill bytes before stuffed zeros, and stuffed bytes everywhere.
 TEST_F(DecoderTest, FillBytes) {
   for (int i = 0; i < 3000 && !HasFailure(); ++i) {
     const Tables tables = huffman_cases::RandomTables(random_);
@@ -187,7 +187,7 @@ TEST_F(DecoderTest, FillBytes) {
   }
 }
 
-// The stream goes on in another buffer, wherever a call ended.
+// The stream continues in another buffer after any call.
 TEST_F(DecoderTest, Resumption) {
   for (int i = 0; i < 1500 && !HasFailure(); ++i) {
     const Tables tables = huffman_cases::RandomTables(random_);
@@ -206,7 +206,7 @@ TEST_F(DecoderTest, Resumption) {
   }
 }
 
-// Every number of valid bits, with any bits, in front of any bytes.
+// Every number of valid bits, of any value, before any bytes.
 TEST_F(DecoderTest, AnyBitsReadAhead) {
   for (int i = 0; i < 30000 && !HasFailure(); ++i) {
     const Tables tables =
@@ -255,7 +255,7 @@ TEST_F(DecoderTest, Markers) {
             zepStatusBadHuffCode);
 }
 
-// A last FF with nothing after it, even if the bits read before are enough.
+// A last FF with nothing after it fails, even if the bits read before it are enough.
 TEST_F(DecoderTest, LoneFf) {
   const Tables tables = huffman_cases::StandardTables();
   const Outcome end = ExpectEqualsModel({0x2B, 0xFF}, tables, start_);
@@ -264,7 +264,7 @@ TEST_F(DecoderTest, LoneFf) {
   EXPECT_EQ(end.state.numBits, 8);
 }
 
-// Any number of FFs before a zero are one byte.
+// Any number of FF bytes before a zero count as one byte.
 TEST_F(DecoderTest, StuffedByte) {
   Tables tables = {};
   const huffman_cases::Lists ends = {{2}, {0, 0}};  // every bit: DC 0, or end of block
@@ -278,7 +278,7 @@ TEST_F(DecoderTest, StuffedByte) {
   }
 }
 
-// A run that leads past position 63, and one that ends on it.
+// A run that goes past position 63, and one that ends on it.
 TEST_F(DecoderTest, RunsBehindTheBlock) {
   huffman_cases::Lists dc = {{1}, {0}};
   huffman_cases::Lists ac = {{0, 0, 0, 5}, {0xF0, 0x01, 0xE1, 0xF1, 0x00}};
@@ -342,7 +342,7 @@ TEST_F(DecoderTest, UnusedRunsEndTheBlock) {
   }
 }
 
-// A state that no decoder has written is harmless.
+// A state with arbitrary bytes is harmless.
 TEST_F(DecoderTest, AnyState) {
   const Tables tables = huffman_cases::StandardTables();
   Arena src(200, Edge::kEnd);

@@ -21,7 +21,7 @@ using huffman_cases::Tables;
 
 constexpr size_t kMaxBlockBytes = 512;  // twice 32 bits and 63 times 31 bits
 
-// What a call leaves, besides the buffer.
+// The results of a call besides the buffer.
 struct Outcome {
   zepStatus status;
   int32_t position;
@@ -40,7 +40,7 @@ std::ostream& operator<<(std::ostream& out, const Outcome& outcome) {
              << outcome.state.numBits;
 }
 
-// The export against the model on the same buffer, state and block.
+// Compares the export with the model on the same buffer, state and block.
 class EncoderTest : public ::testing::Test {
  protected:
   static constexpr size_t kCapacity = 4096;
@@ -50,7 +50,7 @@ class EncoderTest : public ::testing::Test {
     explicit Side(Edge edge) : dst(kCapacity, edge), src(2 * sizeof(Block), edge) {}
   };
 
-  // At one of the edges, or so near that the address is any.
+  // At one of the protected pages, or a few bytes away, for any alignment.
   const int16_t* Place(const Block& block, Arena* arena) {
     away_ = (away_ + 1) % 5;
     uint8_t* at = arena->Buffer(sizeof(Block), away_);
@@ -81,7 +81,7 @@ class EncoderTest : public ::testing::Test {
     return got;
   }
 
-  // A state that the encoder leaves.
+  // A state that the encoder can leave.
   Outcome RandomState(Random& random) {
     const Tables tables = huffman_cases::StandardTables();
     Outcome outcome = {};
@@ -98,7 +98,7 @@ class EncoderTest : public ::testing::Test {
     return outcome;
   }
 
-  std::vector<uint8_t> bytes_;  // of the last call, up to the position
+  std::vector<uint8_t> bytes_;  // written by the last call, up to the position
 
  private:
   Side at_start_{Edge::kStart}, at_end_{Edge::kEnd};
@@ -132,7 +132,7 @@ TEST_F(EncoderTest, StreamEqualsModel) {
   }
 }
 
-// The buffer ends after each byte in turn, beginning with no room at all.
+// The buffer ends after each byte in turn, starting with no room at all.
 TEST_F(EncoderTest, EveryLength) {
   Random random(harness::Seed());
   for (int i = 0; i < 2000 && !HasFailure(); ++i) {
@@ -147,7 +147,7 @@ TEST_F(EncoderTest, EveryLength) {
   }
 }
 
-// Positions that lie outside the buffer have no room there.
+// At positions outside the buffer there is no room.
 TEST_F(EncoderTest, Positions) {
   Random random(harness::Seed());
   const Tables tables = huffman_cases::StandardTables();
@@ -174,7 +174,7 @@ TEST_F(EncoderTest, MissingSymbols) {
   EXPECT_EQ(ExpectEqualsModel({}, empty, 100, {}).status, zepStatusBadHuffTable);
 }
 
-// The lowest value has no category; what comes before it is written.
+// The lowest value has no category; the coefficients before it are written.
 TEST_F(EncoderTest, LowestAcValue) {
   Random random(harness::Seed());
   const Tables tables = huffman_cases::RandomTables(random);
@@ -205,7 +205,7 @@ TEST_F(EncoderTest, LargeDcDifferences) {
   }
 }
 
-// All 16-bit values at a place of their own.
+// All 16-bit values, each at one position.
 TEST_F(EncoderTest, AllValues_Exhaustive) {
   Random random(harness::Seed());
   const Tables tables = huffman_cases::RandomTables(random);
@@ -251,7 +251,7 @@ TEST_F(EncoderTest, FlushPadsWithOnes) {
   const Outcome after = ExpectEqualsModel({}, tables, 5, state, -7);
   EXPECT_EQ(after.status, zepStatusOk);
   EXPECT_EQ(bytes_, std::vector<uint8_t>{0xBF});
-  // No room: the state starts anew all the same.
+  // Without room the state still starts anew.
   state.position = 5;
   const Outcome full = ExpectEqualsModel({}, tables, 5, state, 1);
   EXPECT_EQ(full.status, zepStatusBufferExhausted);
@@ -285,7 +285,7 @@ TEST_F(EncoderTest, RunsAndEnd) {
   EXPECT_EQ(state.state.bits, 0xFD700000U);
 }
 
-// A state that no encoder has written is harmless.
+// A state with arbitrary bytes is harmless.
 TEST_F(EncoderTest, AnyState) {
   Random random(harness::Seed());
   const Tables tables = huffman_cases::StandardTables();
@@ -327,7 +327,7 @@ TEST_F(EncoderTest, ChecksInOrder) {
       .Output(&last_dc, sizeof(last_dc))
       .Output(&state, sizeof(state))
       .Run();
-  // A flush looks at nothing else.
+  // A flush uses no other arguments.
   CheckOrder(HARNESS_NAMED(zepiEncodeHuffman8x8_JPEG_16s1u_C1),
              static_cast<const int16_t*>(nullptr), &dst[0], 64, &position,
              static_cast<int16_t*>(nullptr), static_cast<const zepiEncodeHuffmanSpec*>(nullptr),

@@ -34,7 +34,7 @@ void ExpectEqual(const Outcome& got, const Outcome& want) {
   ASSERT_EQ(got.last_dc, want.last_dc);
 }
 
-// Some of which no table without the symbol 0xFF can code.
+// Blocks, some of which only tables with the symbol 0xFF can code.
 std::vector<Block> RandomBlocks(Random& random) {
   std::vector<Block> blocks(1 + random() % 12);
   for (Block& block : blocks) {
@@ -44,7 +44,7 @@ std::vector<Block> RandomBlocks(Random& random) {
   return blocks;
 }
 
-// By export and model; the bytes that the model wrote.
+// Encodes with export and model; returns the bytes that the model wrote.
 Bytes ExpectEncodesAsModel(const std::vector<Block>& blocks, const Tables& tables, size_t room,
                            Arena* got_arena, Arena* want_arena) {
   uint8_t* const got_bytes = got_arena->Buffer(room);
@@ -61,7 +61,7 @@ Bytes ExpectEncodesAsModel(const std::vector<Block>& blocks, const Tables& table
     ExpectEqual(got, want);
     if (testing::Test::HasFatalFailure() || got.status != zepStatusOk) break;
   }
-  // Of the last byte the bits before the position.
+  // Of the last byte only the bits before the position are kept.
   const auto whole = static_cast<size_t>(want.position / 8);
   const uint8_t is_before = static_cast<uint8_t>(0xFF00 >> (want.position % 8));
   Bytes result(want_bytes, want_bytes + whole), got_result(got_bytes, got_bytes + whole);
@@ -73,7 +73,7 @@ Bytes ExpectEncodesAsModel(const std::vector<Block>& blocks, const Tables& table
   return result;
 }
 
-// Until a block fails; returns those before.
+// Decodes until a block fails; returns the blocks before it.
 std::vector<Block> ExpectDecodesAsModel(const Bytes& bytes, const Tables& tables, Outcome start,
                                         size_t most, Arena* arena) {
   const uint8_t* src = arena->Buffer(bytes);
@@ -131,7 +131,7 @@ TEST_F(DirectCoder, SymbolsWithoutCodes) {
   }
 }
 
-// Spoilt, cut, with markers and filling, from any position.
+// Streams that are damaged, cut off, or contain markers and fill bytes, from any position.
 TEST_F(DirectCoder, DamagedDecodesAsModel) {
   for (int trial = 0; trial < 3000 && !HasFailure(); ++trial) {
     const Tables tables = huffman_cases::RandomTables(random_);
@@ -192,7 +192,7 @@ TEST_F(DirectCoder, MarkersWaitUntilBitsAreNeeded) {
   EXPECT_EQ(position, static_cast<int32_t>(8 * last));
   EXPECT_EQ(last_dc, 9);
   const Block before = block;
-  EXPECT_EQ(decode(), zepStatusBadHuffCode);  // not before the marker is taken away
+  EXPECT_EQ(decode(), zepStatusBadHuffCode);  // until the marker is cleared
   EXPECT_EQ(block, before);
 }
 

@@ -19,8 +19,8 @@ std::vector<uint8_t> AllSymbols() {
   return symbols;
 }
 
-// The number of leaves at each depth of a binary tree with `count` leaves and at most 16 levels, split
-// at random; sometimes almost a comb.
+// The number of leaves at each depth of a binary tree with `count` leaves and at most 16 levels,
+// split at random; sometimes almost a chain.
 std::array<int, 17> RandomLeaves(size_t count, Random& random) {
   std::array<int, 17> leaves = {1};
   const bool comb = random() % 4 == 0;
@@ -68,7 +68,7 @@ Lists RandomLists(std::vector<uint8_t> symbols, Random& random) {
   --leaves[deepest];  // the code of ones
   Lists lists = {{}, std::move(symbols)};
   for (size_t length = 1; length <= 16; ++length) {
-    // A list entry cannot hold 256 codes; the one too many moves to where it fits.
+    // A list entry cannot hold 256 codes; one code is dropped.
     lists.bits[length - 1] = static_cast<uint8_t>(std::min(leaves[length], 255));
     if (leaves[length] > 255) lists.vals.pop_back();
   }

@@ -27,21 +27,21 @@ struct Lists {
 Lists StandardDc();
 Lists StandardAc();
 
-// A prefix code for all of `symbols`, of random lengths, with the code of ones alone left free.
+// A random prefix code for all of `symbols`; only the code of all ones is unused.
 Lists RandomLists(std::vector<uint8_t> symbols, harness::Random& random);
-// The same for all 256 symbols, or for some of them.
+// A random prefix code for all 256 symbols, or for some of them.
 Lists RandomLists(harness::Random& random);
 Lists RandomSparseLists(harness::Random& random);
-// Code counts with neither sense nor limit.
+// Arbitrary counts of codes, which may not form a prefix code.
 Lists WildLists(harness::Random& random);
 
 zepiEncodeHuffmanSpec EncoderTable(const Lists& lists);
 zepiDecodeHuffmanSpec DecoderTable(const Lists& lists);
 
-// A block of some kind or other: sparse, dense, with long runs, with large or extreme values.
+// A random block of a random kind: sparse, dense, with long runs, with large or extreme values.
 Block RandomBlock(harness::Random& random);
 
-// Both tables of a component, for both coders.
+// Both tables of a component, for encoder and decoder.
 struct Tables {
   zepiEncodeHuffmanSpec dc_encoder, ac_encoder;
   zepiDecodeHuffmanSpec dc_decoder, ac_decoder;
@@ -50,12 +50,12 @@ Tables MakeTables(const Lists& dc, const Lists& ac);
 Tables StandardTables();
 Tables RandomTables(harness::Random& random);
 
-// Memory at an untouchable page that is used for many short buffers in turn.
+// Memory at a protected page that is used for many short buffers in turn.
 class Arena {
  public:
   Arena(size_t capacity, harness::Edge edge) : memory_(capacity, edge), edge_(edge) {}
 
-  // A buffer at the page, or `away` bytes from it. All other memory is filled anew.
+  // Returns a buffer at the page, or `away` bytes from it, and fills all other memory again.
   uint8_t* Buffer(size_t size, size_t away = 0) {
     std::memset(memory_.raw(), harness::kFill, memory_.bytes());
     return edge_ == harness::Edge::kStart ? memory_.raw() + away
@@ -66,7 +66,7 @@ class Arena {
     if (!content.empty()) std::memcpy(buffer, content.data(), content.size());
     return buffer;
   }
-  // Where the bytes of two arenas differ first.
+  // Describes the first difference of the bytes of two arenas.
   std::string DifferenceTo(const Arena& want) const {
     return harness::FirstDifference(memory_, want.memory_);
   }
@@ -76,7 +76,7 @@ class Arena {
   harness::Edge edge_;
 };
 
-// Blocks as the model encodes them, flushed.
+// Blocks as the model encodes them, with a flush.
 std::vector<uint8_t> Encode(const std::vector<Block>& blocks, const Tables& tables);
 
 }  // namespace huffman_cases

@@ -5,10 +5,10 @@
 
 #include <algorithm>
 #include <climits>
-#include <cstring>
 #include <vector>
 
 #include "harness/check_order.h"
+#include "harness/difference.h"
 #include "harness/random.h"
 
 namespace {
@@ -61,7 +61,7 @@ TEST(OptimalTable, NoneNegativeAndEqual) {
   counts[9] = counts[200] = counts[30] = 5;
   ASSERT_EQ(zepiEncodeHuffmanRawTableInit_JPEG_8u(counts.data(), bits, values), zepStatusOk);
   const uint8_t want[4] = {9, 30, 200, 0};
-  EXPECT_EQ(std::memcmp(values, want, 4), 0);
+  EXPECT_EQ(harness::FirstByteDifference(values, want, 4), "");
   counts[3] = -1;
   bits[0] = 77;
   EXPECT_EQ(zepiEncodeHuffmanRawTableInit_JPEG_8u(counts.data(), bits, values), zepStatusError);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the tests of progressive scans and of statistics share.
+// Shared by the tests of progressive scans and of statistics.
 #ifndef ZEPJP_TESTS_JPEG_HUFFMAN_PROGRESSIVE_CASES_H_
 #define ZEPJP_TESTS_JPEG_HUFFMAN_PROGRESSIVE_CASES_H_
 
@@ -24,7 +24,7 @@ inline Band RandomBand(harness::Random& random) {
   return random() % 2 == 0 ? Band{1, 63, shift} : Band{first, last, shift};
 }
 
-// What a call leaves; of the corrections, those within the count.
+// The results of a call; of the correction bits, those within the count.
 struct Outcome {
   zepStatus status = zepStatusOk;
   int32_t position = 0;

@@ -54,7 +54,7 @@ void ExpectEqual(const Outcome& got, const Outcome& want) {
   ASSERT_EQ(got.position, want.position);
   ASSERT_EQ(got.marker, want.marker);
   ASSERT_EQ(got.last_dc, want.last_dc);
-  ASSERT_EQ(std::memcmp(&got.state, &want.state, sizeof(got.state)), 0);
+  ASSERT_EQ(harness::FirstByteDifference(&got.state, &want.state, sizeof(got.state)), "");
 }
 
 void Decode(bool is_export, const Scan& scan, const zepiDecodeHuffmanSpec& table,
@@ -131,13 +131,13 @@ std::vector<Block> RandomBlocks(Random& random) {
   return blocks;
 }
 
-// What the scans before leave of a coefficient for a refinement.
+// The part of a coefficient that the scans before a refinement have coded.
 int16_t WithoutBits(int16_t value, int32_t count) {
   const int32_t magnitude = std::abs(int32_t{value}) >> count << count;
   return static_cast<int16_t>(value < 0 ? -magnitude : magnitude);
 }
 
-// Blocks by export and model until one fails; returns what the export decoded.
+// Decodes blocks with export and model until one fails; returns the blocks of the export.
 std::vector<Block> ExpectEqualsModel(const Scan& scan, const Bytes& bytes,
                                      const std::vector<Block>& start, Outcome at, Arena* source,
                                      Arena* target) {
@@ -171,7 +171,7 @@ class ProgressiveDecoder : public testing::Test {
   Arena block_end_{256, Edge::kEnd}, block_start_{256, Edge::kStart};
 };
 
-// The bits that a scan codes come back, others stay.
+// The bits that a scan codes come back; other bits stay.
 TEST_F(ProgressiveDecoder, RoundTrip) {
   for (int trial = 0; trial < 300 && !HasFailure(); ++trial) {
     for (const Kind kind : kKinds) {
@@ -202,7 +202,7 @@ TEST_F(ProgressiveDecoder, RoundTrip) {
   }
 }
 
-// Cut, spoilt, and with bytes that stop reading.
+// Streams that are cut off or damaged, or contain bytes that stop reading.
 TEST_F(ProgressiveDecoder, DamagedEqualsModel) {
   for (int trial = 0; trial < 1500 && !HasFailure(); ++trial) {
     const Kind kind = kKinds[trial % 4];

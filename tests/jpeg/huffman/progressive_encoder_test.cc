@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cstring>
 #include <vector>
 
 #include "harness/check_order.h"
@@ -31,13 +30,13 @@ void ExpectEqual(const Outcome& got, const Outcome& want) {
   ASSERT_EQ(got.state.numBits, want.state.numBits);
   ASSERT_EQ(got.state.eobRun, want.state.eobRun);
   ASSERT_EQ(got.state.numCorrectionBits, want.state.numCorrectionBits);
-  ASSERT_EQ(std::memcmp(got.state.correctionBits, want.state.correctionBits,
-                        want.state.numCorrectionBits),
-            0);
+  ASSERT_EQ(harness::FirstByteDifference(got.state.correctionBits, want.state.correctionBits,
+                                         want.state.numCorrectionBits),
+            "");
 }
 
-// Blocks of a scan by export and model, flushed at last, in buffers of one size; `encode` calls either, with an
-// Outcome to change.
+// Encodes the blocks of a scan with export and model and flushes at the end, in buffers of one
+// size. `encode` calls either, with an Outcome to change.
 template <class Encode>
 void ExpectScanEqualsModel(size_t room, const std::vector<Block>& blocks, const Encode& encode) {
   Arena got_arena(1 << 17, Edge::kEnd), want_arena(1 << 17, Edge::kEnd);
@@ -135,7 +134,7 @@ TEST(ProgressiveEncoder, RunWithoutTableStays) {
   EXPECT_EQ(zepiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1(nullptr, bytes, 8, &position, 0, 0, 0,
                                                        nullptr, &state, 1),
             zepStatusNullPtr);
-  EXPECT_EQ(std::memcmp(&state, &before, sizeof(state)), 0);
+  EXPECT_EQ(harness::FirstByteDifference(&state, &before, sizeof(state)), "");
   EXPECT_EQ(position, 0);
   EXPECT_EQ(zepiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(nullptr, bytes, 8, &position, 0, &state, 1),
             zepStatusOk);

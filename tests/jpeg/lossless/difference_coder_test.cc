@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cstring>
 #include <numeric>
 #include <vector>
 
@@ -89,9 +88,10 @@ TEST(DifferenceCoder, RowsEncodeAsModel) {
         rows.encoder_pointers, &want.state, 0);
     ASSERT_EQ(got.status, want.status) << "seed " << harness::Seed();
     ASSERT_EQ(got.position, want.position);
-    ASSERT_EQ(std::memcmp(&got.state, &want.state, sizeof(got.state)), 0);
-    ASSERT_EQ(
-        std::memcmp(got_bytes, want_bytes, static_cast<size_t>(std::min(got.position, length))), 0);
+    ASSERT_EQ(harness::FirstByteDifference(&got.state, &want.state, sizeof(got.state)), "");
+    ASSERT_EQ(harness::FirstByteDifference(got_bytes, want_bytes,
+                                           static_cast<size_t>(std::min(got.position, length))),
+              "");
   }
 }
 
@@ -102,7 +102,7 @@ struct Decoded {
   zepiDecodeHuffmanState state;
 };
 
-// Decodes with export and model, from one row to the next.
+// Decodes with export and model, row after row.
 void ExpectDecodesAsModel(const Bytes& bytes, const Rows& rows, Decoded start, Arena* arena) {
   Decoded got = start, want = start;
   const uint8_t* src = arena->Buffer(bytes);
@@ -125,9 +125,9 @@ void ExpectDecodesAsModel(const Bytes& bytes, const Rows& rows, Decoded start, A
     ASSERT_EQ(got.status, want.status) << "row " << row << " seed " << harness::Seed();
     ASSERT_EQ(got.position, want.position);
     ASSERT_EQ(got.marker, want.marker);
-    ASSERT_EQ(std::memcmp(&got.state, &want.state, sizeof(got.state)), 0);
+    ASSERT_EQ(harness::FirstByteDifference(&got.state, &want.state, sizeof(got.state)), "");
     for (int i = 0; i < rows.components; ++i)
-      ASSERT_EQ(got_samples[i], want_samples[i]) << "component " << i;
+      ASSERT_EQ(harness::FirstDifference(got_samples[i], want_samples[i]), "") << "component " << i;
     if (got.status != zepStatusOk) return;
   }
 }
@@ -174,7 +174,8 @@ TEST(DifferenceCoder, RowsDecodeAsModel) {
   }
 }
 
-// Rows of several chunks of the quickest reader: as they are, cut off, and with a byte changed.
+// Rows that take several chunks of the fast row reader: unchanged, cut off, and with one changed
+// byte.
 TEST(DifferenceCoder, LongRowsDecodeAsModel) {
   Random random(harness::Seed());
   Arena at_end(1 << 17, Edge::kEnd);

@@ -92,7 +92,7 @@ TEST(Prediction, FirstRowsEqualModel) {
   }
 }
 
-// All pairs of the two operands of which predictors 5, 6 and 7 take the half.
+// All pairs of the two operands that predictors 5, 6 and 7 halve.
 template <class Half>
 void ExpectAllHalves(int32_t predictor, const Half& half) {
   constexpr size_t kCount = 65536;

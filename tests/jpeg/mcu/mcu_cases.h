@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the tests of both directions between pixels and the blocks of an MCU share.
+// Shared by the tests of both directions between pixels and the blocks of an MCU.
 #ifndef ZEPJP_TESTS_JPEG_MCU_MCU_CASES_H_
 #define ZEPJP_TESTS_JPEG_MCU_MCU_CASES_H_
 
@@ -18,7 +18,7 @@ using harness::Edge;
 using harness::Guarded;
 using harness::Pattern;
 
-// What a function takes: pixels of `channels` bytes, blocks of each component.
+// The pixels of `channels` bytes and the blocks of each component that a function takes.
 struct Shape {
   zepiSize size;
   int32_t channels;
@@ -30,7 +30,7 @@ struct Shape {
 };
 constexpr zepiSize k444 = {8, 8}, k422 = {16, 8}, k411 = {16, 16};
 
-// The blocks of all components, `shift` bytes into their memory.
+// The blocks of all components, each `shift` bytes after the start of its memory.
 class Blocks {
  public:
   Blocks(const Shape& shape, Edge edge, size_t shift) : count_(shape.components) {
@@ -65,14 +65,20 @@ class Blocks {
   size_t bytes_[4] = {};
 };
 
-// Calls compare(step, edge, shift, pattern) for steps, ends of pages, alignments and patterns.
-template <class Compare>
-void ForCases(const Shape& shape, const Compare& compare) {
+// Calls difference(step, edge, shift, pattern, random) for many steps, page edges, alignments and
+// patterns. It returns the difference between the function with this name and its model.
+template <class Difference>
+void ExpectNoDifference(const char* name, const Shape& shape, const Difference& difference) {
+  harness::Random random(harness::Seed());
   const int32_t row = shape.size.width * shape.channels;
   for (const int32_t step : {row, row + 1, row + 37, 4096}) {
     for (const Edge edge : {Edge::kStart, Edge::kEnd}) {
       for (const size_t shift : {size_t{0}, size_t{1}, size_t{6}}) {
-        for (const Pattern pattern : harness::kPatterns) compare(step, edge, shift, pattern);
+        for (const Pattern pattern : harness::kPatterns) {
+          ASSERT_EQ(difference(step, edge, shift, pattern, random), "")
+              << name << " step " << step << " pattern " << static_cast<int>(pattern) << " seed "
+              << harness::Seed();
+        }
       }
     }
   }

@@ -6,33 +6,23 @@
 
 #include "jpeg/mcu/mcu_cases.h"
 
+namespace mcu_cases {
 namespace {
-
-using harness::CheckOrder;
-using harness::Edge;
-using harness::Pattern;
-using mcu_cases::Blocks;
-using mcu_cases::ForCases;
-using mcu_cases::k411;
-using mcu_cases::k422;
-using mcu_cases::k444;
-using mcu_cases::Shape;
 
 template <class Export, class Model>
 void CompareToPixels(const harness::Named<Export>& exported, const Model& model,
                      const Shape& shape) {
-  harness::Random random(harness::Seed());
-  ForCases(shape, [&](int32_t step, Edge edge, size_t shift, Pattern pattern) {
-    Blocks blocks(shape, edge, shift);
-    blocks.Fill(pattern, random);
-    const zepiSize bytes = {shape.size.width * shape.channels, shape.size.height};
-    harness::Plane<uint8_t> got(bytes, step, edge), want(bytes, step, edge);
-    EXPECT_EQ(exported.call(blocks.const_pointers(), got.base(), step), zepStatusOk);
-    model(blocks.const_pointers(), want.base(), step);
-    ASSERT_EQ(harness::FirstDifference(got.memory(), want.memory(), step), "")
-        << exported.name << " step " << step << " pattern " << static_cast<int>(pattern) << " seed "
-        << harness::Seed();
-  });
+  ExpectNoDifference(
+      exported.name, shape,
+      [&](int32_t step, Edge edge, size_t shift, Pattern pattern, harness::Random& random) {
+        Blocks blocks(shape, edge, shift);
+        blocks.Fill(pattern, random);
+        const zepiSize bytes = {shape.size.width * shape.channels, shape.size.height};
+        harness::Plane<uint8_t> got(bytes, step, edge), want(bytes, step, edge);
+        EXPECT_EQ(exported.call(blocks.const_pointers(), got.base(), step), zepStatusOk);
+        model(blocks.const_pointers(), want.base(), step);
+        return harness::FirstDifference(got.memory(), want.memory(), step);
+      });
 }
 
 constexpr uint8_t kAlpha = 0x5A;
@@ -73,7 +63,7 @@ void ExpectOrderToPixels(const harness::Named<Export>& exported, Alpha... alpha)
   uint8_t pixels[16 * 64] = {};
   const int16_t blocks[4][256] = {};
   const int16_t* const mcu[] = {blocks[0], blocks[1], blocks[2], blocks[3]};
-  CheckOrder(exported, &mcu[0], &pixels[0], 64, alpha...)
+  harness::CheckOrder(exported, &mcu[0], &pixels[0], 64, alpha...)
       .template Planes<0, kComponents>()
       .template Null<1>()
       .template Step<2>()
@@ -104,3 +94,4 @@ TEST(McuToPixels, ChecksInOrder) {
 }
 
 }  // namespace
+}  // namespace mcu_cases

@@ -6,33 +6,23 @@
 
 #include "jpeg/mcu/mcu_cases.h"
 
+namespace mcu_cases {
 namespace {
-
-using harness::CheckOrder;
-using harness::Edge;
-using harness::Pattern;
-using mcu_cases::Blocks;
-using mcu_cases::ForCases;
-using mcu_cases::k411;
-using mcu_cases::k422;
-using mcu_cases::k444;
-using mcu_cases::Shape;
 
 template <class Export, class Model>
 void CompareToBlocks(const harness::Named<Export>& exported, const Model& model,
                      const Shape& shape) {
-  harness::Random random(harness::Seed());
-  ForCases(shape, [&](int32_t step, Edge edge, size_t shift, Pattern pattern) {
-    harness::Plane<uint8_t> pixels({shape.size.width * shape.channels, shape.size.height}, step,
-                                   edge);
-    pixels.Fill(pattern, random);
-    Blocks got(shape, edge, shift), want(shape, edge, shift);
-    EXPECT_EQ(exported.call(pixels.base(), step, got.pointers()), zepStatusOk);
-    model(pixels.base(), step, want.pointers());
-    ASSERT_EQ(harness::FirstDifference(got.Copy(), want.Copy(), 16), "")
-        << exported.name << " step " << step << " pattern " << static_cast<int>(pattern) << " seed "
-        << harness::Seed();
-  });
+  ExpectNoDifference(
+      exported.name, shape,
+      [&](int32_t step, Edge edge, size_t shift, Pattern pattern, harness::Random& random) {
+        harness::Plane<uint8_t> pixels({shape.size.width * shape.channels, shape.size.height}, step,
+                                       edge);
+        pixels.Fill(pattern, random);
+        Blocks got(shape, edge, shift), want(shape, edge, shift);
+        EXPECT_EQ(exported.call(pixels.base(), step, got.pointers()), zepStatusOk);
+        model(pixels.base(), step, want.pointers());
+        return harness::FirstDifference(got.Copy(), want.Copy(), 16);
+      });
 }
 
 TEST(PixelsToMcu, RgbToBlocks) {
@@ -69,7 +59,7 @@ TEST(PixelsToMcu, PureBlueIsClamped) {
   EXPECT_EQ(cb[0], 127);
 }
 
-// All colours, a plane of one channel at a time: blocks are rows of eight pixels of the plane function.
+// All colours, 64 at a time.
 TEST(PixelsToMcu, AllColours_Exhaustive) {
   const uint32_t stride = harness::Exhaustive() ? 1 : 41;
   std::vector<uint8_t> pixels(192);
@@ -95,7 +85,7 @@ void ExpectOrderToBlocks(const harness::Named<Export>& exported) {
   const uint8_t pixels[16 * 64] = {};
   int16_t blocks[4][256] = {};
   int16_t* const mcu[] = {blocks[0], blocks[1], blocks[2], blocks[3]};
-  CheckOrder(exported, &pixels[0], 64, &mcu[0])
+  harness::CheckOrder(exported, &pixels[0], 64, &mcu[0])
       .template Null<0>()
       .template Planes<2, kComponents>()
       .template Step<1>()
@@ -126,3 +116,4 @@ TEST(PixelsToMcu, ChecksInOrder) {
 }
 
 }  // namespace
+}  // namespace mcu_cases

@@ -21,7 +21,7 @@ constexpr Content kContents[] = {Content::kZero,  Content::kSparse,   Content::k
                                  Content::kDense, Content::kExtreme,  Content::kSingle,
                                  Content::kEqual, Content::kFractions};
 
-// Magnitudes of `planes` bits at the top of 31; kExtreme and kFractions fill all 31.
+// Magnitudes of `planes` bits at the top of 31 bits; kExtreme and kFractions use all 31 bits.
 inline uint32_t Sample(Content content, int planes, size_t index, size_t count, Random& random) {
   const auto any = static_cast<uint32_t>(random());
   const uint32_t sign = any & 0x80000000u;
@@ -50,7 +50,7 @@ inline CodeBlock Block(int width, int height, Content content, int planes, Rando
   return block;
 }
 
-// The library's encoder, with the records of the model.
+// The library's encoder, with the results in the records of the model.
 class Encoder {
  public:
   Encoder(int width, int height) {

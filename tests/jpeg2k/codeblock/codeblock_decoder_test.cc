@@ -41,7 +41,7 @@ struct Outcome {
   int32_t error_plane = -1;
 };
 
-// In one call; source, block and state end where their memory ends.
+// Decodes in one call; source, block and state end at protected pages.
 Outcome DecodeAtOnce(zepiSize size, const Bytes& bytes, const std::vector<int32_t>& lengths,
                      int subband, int bits, int passes, int flags) {
   Guarded<uint8_t> src(bytes.size());
@@ -88,7 +88,7 @@ TEST(CodeBlockDecoder, EveryStyleSubbandAndContent) {
                  << width << " x " << height << " planes " << planes << " style " << style
                  << " subband " << subband << " content " << static_cast<int>(content);
         };
-        // All planes come back as they were.
+        // All planes are restored.
         const Outcome whole = DecodeAtOnce({width, height}, coded.bytes, lengths, subband,
                                            coded.planes, passes, style);
         ASSERT_EQ(whole.status, zepStatusOk) << where();
@@ -116,14 +116,15 @@ double Value(uint32_t sample) {
   return (sample & 0x80000000u) != 0 ? -magnitude : magnitude;
 }
 
-// Every truncation point gives what the distortion query promised, from as many bytes as its length says.
+// Every truncation point gives the distortion that the query predicted, from the number of bytes
+// that its length gives.
 TEST(CodeBlockDecoder, TruncationKeepsThePromise) {
   Random random(harness::Seed());
   for (int round = 0; round < 120; ++round) {
     const int style = round % 64;
     const int width = 1 + static_cast<int>(random() % 33),
               height = 1 + static_cast<int>(random() % 17);
-    const int planes = 1 + round % 7;  // distortion looks at seven bits
+    const int planes = 1 + round % 7;  // distortion uses seven bits
     const Content content = round % 3 == 0 ? Content::kDense : Content::kPhoto;
     const CodeBlock block = Block(width, height, content, planes, random);
     Encoder encoder(width, height);
@@ -159,7 +160,7 @@ TEST(CodeBlockDecoder, AnyBytesAsTheModel) {
     Bytes bytes;
     std::vector<int32_t> lengths;
     const int segments = 1 + static_cast<int>(random() % 12);
-    const unsigned ff = random() % 4 == 0 ? 3 : 40;  // how often FF
+    const unsigned ff = random() % 4 == 0 ? 3 : 40;  // one of `ff` bytes is FF
     for (int k = 0; k < segments; ++k) {
       lengths.push_back(static_cast<int32_t>(random() % 60));
       for (int32_t i = 0; i < lengths.back(); ++i) {
@@ -176,7 +177,7 @@ TEST(CodeBlockDecoder, AnyBytesAsTheModel) {
   }
 }
 
-// Each segment alone, in a state at any address that was filled with anything.
+// Decodes each segment alone, in a state of any alignment and contents.
 TEST(CodeBlockDecoder, StepByStepAsAtOnce) {
   Random random(harness::Seed());
   for (int style = 0; style < 64; ++style) {
@@ -282,7 +283,8 @@ TEST(CodeBlockDecoder, ErrorsAreFoundAndConcealed) {
   EXPECT_GT(found, 180);
 }
 
-// Whether a byte after FF uses the bit that is stuffed there: some codes have two forms then.
+// Returns whether a byte after FF uses the bit that is stuffed there: some codes then have two
+// forms.
 bool HasStuffedOnes(const Bytes& bytes) {
   for (size_t i = 1; i < bytes.size(); ++i) {
     if (bytes[i - 1] == 0xFF && bytes[i] >= 0x80) return true;
@@ -290,8 +292,8 @@ bool HasStuffedOnes(const Bytes& bytes) {
   return false;
 }
 
-// Predictable termination alone finds most damage in a segment; and what it accepts is what an encoder
-// writes that made the same decisions, byte for byte.
+// Predictable termination alone finds most damage in a segment. A segment that it accepts is, byte
+// for byte, one that an encoder writes for the same decisions.
 TEST(CodeBlockDecoder, PredictableTerminationFindsDamage) {
   Random random(harness::Seed());
   for (const int style : {20, 21, 22, 28, 31}) {
@@ -316,7 +318,7 @@ TEST(CodeBlockDecoder, PredictableTerminationFindsDamage) {
       EXPECT_EQ(harness::FirstDifference(again.bytes, coded.bytes), "")
           << "style " << style << " round " << round;
     }
-    // Padding of raw segments is short; many of their single bits cannot be told.
+    // Padding of raw segments is short; many of their single-bit errors cannot be detected.
     EXPECT_GT(found, (style & reference::kBypass) != 0 ? 300 : 380) << style;
     EXPECT_GE(2 * compared, accepted);
   }
@@ -348,7 +350,7 @@ TEST(CodeBlockDecoder, PredictableTerminationTellsLengths) {
     found += DecodeAtOnce({16, 16}, bytes, lengths, 0, coded.planes, passes, style).status !=
              zepStatusOk;
   }
-  // A raw byte of eight used bits that is missing cannot be told from an FF that was left out.
+  // A missing raw byte of eight used bits looks like an FF that was left out.
   EXPECT_GE(found, count - 10);
 }
 
@@ -378,7 +380,7 @@ TEST(CodeBlockDecoder, ClearedFlagsMayBeKept) {
                 coded.bytes.data(), reinterpret_cast<int32_t*>(samples.data()), 84, {21, 18}, 2,
                 coded.planes, 100, &length, 1, kKeepFlags, nullptr, state.data()),
             zepStatusOk);
-  // Planes below those of the encoder were decoded too, from nothing; above they are right.
+  // The planes below those of the encoder are decoded from no data; the planes above are right.
   for (size_t i = 0; i < samples.size(); ++i) {
     const uint32_t want = block.samples[i];
     if ((want & 0x7FFFFFFF) != 0) {
@@ -433,7 +435,7 @@ TEST(CodeBlockDecoder, Checks) {
       .Size<1>()
       .Output(&made, sizeof(made))
       .Run();
-  EXPECT_EQ(zepiDecodeCBProgrFree_JPEG2K(made), zepStatusOk);  // of the good call
+  EXPECT_EQ(zepiDecodeCBProgrFree_JPEG2K(made), zepStatusOk);  // made by the good call
   EXPECT_EQ(zepiDecodeCBProgrInit_JPEG2K(nullptr), zepStatusNullPtr);
   EXPECT_EQ(zepiDecodeCBProgrFree_JPEG2K(nullptr), zepStatusNullPtr);
 

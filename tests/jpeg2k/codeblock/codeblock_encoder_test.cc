@@ -132,7 +132,7 @@ TEST(CodeBlockEncoder, AStateServesManyBlocks) {
   }
 }
 
-// Rows at any address, with nothing around them.
+// Rows at any address, between protected pages.
 TEST(CodeBlockEncoder, ReadsItsRowsOnly) {
   Random random(harness::Seed());
   for (const int width : {1, 3, 15, 16, 17, 33}) {
@@ -227,7 +227,7 @@ TEST(CodeBlockEncoder, Checks) {
       .Size<1>()
       .Output(&made, sizeof(made))
       .Run();
-  EXPECT_EQ(zepiEncodeFree_JPEG2K(made), zepStatusOk);  // of the good call
+  EXPECT_EQ(zepiEncodeFree_JPEG2K(made), zepStatusOk);  // made by the good call
   EXPECT_EQ(zepiEncodeFree_JPEG2K(nullptr), zepStatusNullPtr);
 }
 

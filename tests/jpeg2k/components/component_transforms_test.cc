@@ -17,7 +17,8 @@ using harness::Interleaved;
 using harness::Planar;
 using harness::Random;
 
-// A function in place as one from planes to planes: copies the samples, then calls it.
+// Makes a function from planes to planes of one that works in place: copies the samples, then calls
+// it.
 template <class T, class Call>
 zepStatus OnCopy(const Call& in_place, const T* const* src, int32_t src_step, T* const* dst,
                  int32_t dst_step, zepiSize size) {
@@ -83,7 +84,8 @@ std::vector<float> WithNans(size_t count, Random& random) {
   return values;
 }
 
-// Which results are NaN is the same everywhere; their payload is not told, all others are the same bits.
+// The results that are NaN are the same everywhere, but not their payload. All other results have
+// the same bits.
 TEST(ComponentTransforms, NansAreWhereTheModelHasThem) {
   constexpr size_t kCount = 611;
   Random random(harness::Seed());
@@ -112,14 +114,14 @@ TEST(ComponentTransforms, NansAreWhereTheModelHasThem) {
   EXPECT_GT(nans, 200);
 }
 
-// The inverse of 16 bits by its formula, saturated.
+// The inverse for 16 bits by its formula, saturated.
 int16_t Sample(int32_t y, int32_t sum) {
   return static_cast<int16_t>(std::clamp(y + ((sum + 8192) >> 14), -32768, 32767));
 }
 
 constexpr size_t kValues = 65536;
 
-// Rows of pixels through the inverse of 16 bits and through the formula.
+// Compares rows of pixels of the inverse for 16 bits with the formula.
 class Inverse16 {
  public:
   Inverse16() {
@@ -127,7 +129,7 @@ class Inverse16 {
     for (auto& plane : want_) plane.resize(kValues);
   }
 
-  // Each component by a function of the pixel's index.
+  // Fills each component with a function of the pixel's index.
   template <class Y, class Cb, class Cr>
   void Expect(Y y, Cb cb, Cr cr) {
     for (uint32_t i = 0; i < kValues; ++i) {
@@ -153,7 +155,8 @@ class Inverse16 {
   std::vector<int16_t> got_[3], want_[3];
 };
 
-// All pairs of Y and a chroma value, and of both chroma values; or of some values with all.
+// All pairs of Y and a chroma value, and of both chroma values; in a sample, some values with all
+// others.
 TEST(ComponentTransforms, IrreversibleInverse16_Exhaustive) {
   Random random(harness::Seed());
   Inverse16 inverse;
@@ -193,7 +196,7 @@ TEST(ComponentTransforms, ReversibleReturnsTheInput) {
     EXPECT_EQ(harness::FirstDifference(pixels.planes[i], before.planes[i]), "") << i;
 }
 
-// One pixel through a function in place.
+// Passes one pixel through a function in place.
 template <class T, class Call>
 std::vector<T> One(Call call, T c0, T c1, T c2) {
   T values[3] = {c0, c1, c2};
@@ -210,7 +213,7 @@ TEST(ComponentTransforms, KnownPixels) {
   EXPECT_EQ(ONE(int16_t, zepiRCTInv_JPEG2K_16s_P3IR, 36, 53, 103), (V16{100, -3, 50}));
   EXPECT_EQ(ONE(int16_t, zepiICTFwd_JPEG2K_16s_P3IR, 32767, 32767, 32767), (V16{32767, 0, 0}));
   EXPECT_EQ(ONE(int16_t, zepiICTFwd_JPEG2K_16s_P3IR, -32768, -32768, -32768), (V16{-32768, 0, 0}));
-  // B - Y is 65535 less 7471, which leaves -7472 of 16 bits.
+  // B - Y is 65535 - 7471, whose low 16 bits are -7472.
   EXPECT_EQ(ONE(int16_t, zepiICTFwd_JPEG2K_16s_P3IR, -32768, -32768, 32767)[1], -4217);
   EXPECT_EQ(ONE(int16_t, zepiICTInv_JPEG2K_16s_P3IR, 32000, 0, 1000), (V16{32767, 31286, 32000}));
   EXPECT_EQ(ONE(int32_t, zepiICTFwd_JPEG2K_32s_P3IR, 255, 0, 0), (V32{76, -43, 128}));

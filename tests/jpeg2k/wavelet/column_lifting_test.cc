@@ -11,7 +11,7 @@ using harness::Random;
 using wavelet_cases::ExpectSame;
 using wavelet_cases::Plane;
 
-// A set of rows, each between pages that cannot be touched.
+// A set of rows, each between protected pages.
 template <class T>
 class GuardedRows {
  public:
@@ -46,7 +46,7 @@ class WaveletColumnLifting53 : public ::testing::Test {};
 using Families53 = ::testing::Types<wavelet_cases::B53_16s, wavelet_cases::B53_32s>;
 TYPED_TEST_SUITE(WaveletColumnLifting53, Families53);
 
-// Rows 0 to 3 are inputs, 4 and 5 outputs. `low` and `high` say which row an output is.
+// Rows 0 to 3 are inputs, 4 and 5 outputs. `low` and `high` are the rows of the two outputs.
 template <class Family>
 void ExpectLift53(int width, Edge edge, size_t first_out, size_t second_out, Random& random) {
   using T = typename Family::T;
@@ -118,7 +118,7 @@ TYPED_TEST(WaveletColumnLifting97, EqualsModel) {
   }
 }
 
-// Outputs that are the rows they come from: b[k] where x[2k] was, a[k] where x[2k+1] was, and so on.
+// Outputs may be rows of the input: b[k] in place of x[2k], a[k] in place of x[2k+1], and so on.
 TYPED_TEST(WaveletColumnLifting97, InPlace) {
   using T = typename TypeParam::T;
   Random random(harness::Seed());
@@ -126,24 +126,28 @@ TYPED_TEST(WaveletColumnLifting97, InPlace) {
     GuardedRows<T> apart(8, width, Edge::kEnd), same(8, width, Edge::kEnd);
     apart.FillAll(random);
     same.CopyFrom(apart);
+    const auto expect_same = [&](size_t row, size_t want) {
+      const size_t bytes = static_cast<size_t>(width) * sizeof(T);
+      EXPECT_EQ(harness::FirstByteDifference(same[row], apart[want], bytes), "") << width;
+    };
     CallForward<TypeParam>(apart, width);
     TypeParam::FwdColLift(same[0], same[1], same[2], same[3], same[0], same[5], same[6], same[1],
                           width);
-    ASSERT_EQ(std::memcmp(same[0], apart[4], static_cast<size_t>(width) * sizeof(T)), 0) << width;
-    ASSERT_EQ(std::memcmp(same[1], apart[7], static_cast<size_t>(width) * sizeof(T)), 0) << width;
-    ASSERT_EQ(std::memcmp(same[6], apart[6], static_cast<size_t>(width) * sizeof(T)), 0) << width;
+    expect_same(0, 4);
+    expect_same(1, 7);
+    expect_same(6, 6);
     apart.FillAll(random);
     same.CopyFrom(apart);
     CallInverse<TypeParam>(apart, width);
     TypeParam::InvColLift(same[0], same[1], same[2], same[3], same[4], same[5], same[0], same[1],
                           width);
-    ASSERT_EQ(std::memcmp(same[0], apart[6], static_cast<size_t>(width) * sizeof(T)), 0) << width;
-    ASSERT_EQ(std::memcmp(same[1], apart[7], static_cast<size_t>(width) * sizeof(T)), 0) << width;
-    ASSERT_EQ(std::memcmp(same[4], apart[4], static_cast<size_t>(width) * sizeof(T)), 0) << width;
+    expect_same(0, 6);
+    expect_same(1, 7);
+    expect_same(4, 4);
   }
 }
 
-// The other forms of the vertical transform, from rows -4 to 2n + 3 of the source, mirrored.
+// The other forms of the vertical transform read rows -4 to 2n + 3 of the source, mirrored.
 template <class T>
 void Mirror(Plane<T>& rows, int count) {
   const size_t bytes = static_cast<size_t>(rows.size().width) * sizeof(T);
@@ -153,7 +157,7 @@ void Mirror(Plane<T>& rows, int count) {
   }
 }
 
-// 2n rows forward by calls from k = -2 to n + 1: row k of `low` and `high`.
+// Transforms 2n rows forward by calls from k = -2 to n + 1, into rows k of `low` and `high`.
 template <class Family, class T>
 void StreamForward97(Plane<T>& x, int n, Plane<T>& low, Plane<T>& high) {
   const int width = x.size().width;
@@ -177,8 +181,8 @@ void StreamForward97(Plane<T>& x, int n, Plane<T>& low, Plane<T>& high) {
   }
 }
 
-// A tile of one column, seen at an even place, is a vertical transform alone; so are all columns of a
-// wider one, put through it one by one.
+// A tile of one column at an even position has only a vertical transform. The columns of a wider
+// tile are passed through it one by one.
 TYPED_TEST(WaveletColumnLifting97, EqualsTileOrPass) {
   using T = typename TypeParam::T;
   Random random(harness::Seed());
@@ -209,7 +213,7 @@ TYPED_TEST(WaveletColumnLifting97, EqualsTileOrPass) {
   }
 }
 
-// Forward by calls, then inverse by calls on rows that advance by two.
+// Transforms forward by calls, then inverse by calls on rows that advance by two.
 TYPED_TEST(WaveletColumnLifting97, InverseByCallsUndoesThePass) {
   using T = typename TypeParam::T;
   Random random(harness::Seed());
@@ -265,8 +269,9 @@ TYPED_TEST(WaveletColumnLifting53, CallsEqualThePass) {
   }
   ExpectSame(low, want_low, "low");
   for (int k = 0; k < n; ++k) {
-    EXPECT_EQ(
-        std::memcmp(high.at(0, k), want_high.at(0, k), static_cast<size_t>(width) * sizeof(T)), 0);
+    EXPECT_EQ(harness::FirstByteDifference(high.at(0, k), want_high.at(0, k),
+                                           static_cast<size_t>(width) * sizeof(T)),
+              "");
   }
   Plane<T> back({width, 2 * n + 2}, 0, Edge::kEnd, 0, -2);
   for (int k = 0; k < n; ++k) {
@@ -274,7 +279,9 @@ TYPED_TEST(WaveletColumnLifting53, CallsEqualThePass) {
                           back.at(0, 2 * k - 1), back.at(0, 2 * k), width);
   }
   for (int y = 0; y < 2 * n - 1; ++y) {
-    EXPECT_EQ(std::memcmp(back.at(0, y), x.at(0, y), static_cast<size_t>(width) * sizeof(T)), 0)
+    EXPECT_EQ(harness::FirstByteDifference(back.at(0, y), x.at(0, y),
+                                           static_cast<size_t>(width) * sizeof(T)),
+              "")
         << y;
   }
 }
@@ -309,30 +316,22 @@ template <class T, class Forward, class Inverse>
 void ExpectOrder97(harness::Named<Forward> forward, harness::Named<Inverse> inverse) {
   T data[8] = {};
   const T* const in = data;
-  CheckOrder(forward, in, in + 1, in + 2, data + 3, data + 4, data + 5, data + 6, data + 7, 1)
-      .template Null<0>()
-      .template Null<1>()
-      .template Null<2>()
-      .template Null<3>()
-      .template Null<4>()
-      .template Null<5>()
-      .template Null<6>()
-      .template Null<7>()
-      .template Bad<8>(zepStatusBadSize, {0, -1, INT_MIN})
-      .Output(data, sizeof(data))
-      .Run();
-  CheckOrder(inverse, in, in + 1, in + 2, data + 3, data + 4, data + 5, data + 6, data + 7, 1)
-      .template Null<0>()
-      .template Null<1>()
-      .template Null<2>()
-      .template Null<3>()
-      .template Null<4>()
-      .template Null<5>()
-      .template Null<6>()
-      .template Null<7>()
-      .template Bad<8>(zepStatusBadSize, {0, -1, INT_MIN})
-      .Output(data, sizeof(data))
-      .Run();
+  const auto expect = [&](auto function) {
+    CheckOrder(function, in, in + 1, in + 2, data + 3, data + 4, data + 5, data + 6, data + 7, 1)
+        .template Null<0>()
+        .template Null<1>()
+        .template Null<2>()
+        .template Null<3>()
+        .template Null<4>()
+        .template Null<5>()
+        .template Null<6>()
+        .template Null<7>()
+        .template Bad<8>(zepStatusBadSize, {0, -1, INT_MIN})
+        .Output(data, sizeof(data))
+        .Run();
+  };
+  expect(forward);
+  expect(inverse);
 }
 
 TEST(WaveletColumnLifting, ChecksInOrder) {

@@ -1,73 +1,25 @@
 // SPDX-License-Identifier: MIT
-#include "jpeg2k/wavelet/wavelet_cases.h"
-
 #include <cmath>
 #include <cstring>
 #include <vector>
 
+#include "jpeg2k/wavelet/pass_cases.h"
+
 namespace {
 
-using harness::CheckOrder;
 using harness::Edge;
 using harness::Random;
-using wavelet_cases::ExpectSame;
+using wavelet_cases::AlongRows;
+using wavelet_cases::ExpectPassOrder;
 using wavelet_cases::Plane;
 
-template <class Family>
+template <class Passes>
 class WaveletRowPasses : public ::testing::Test {};
 using Families =
-    ::testing::Types<wavelet_cases::B53_16s, wavelet_cases::B53_32s, wavelet_cases::D97_16s,
-                     wavelet_cases::D97_32s, wavelet_cases::D97_32f>;
+    ::testing::Types<AlongRows<wavelet_cases::B53_16s>, AlongRows<wavelet_cases::B53_32s>,
+                     AlongRows<wavelet_cases::D97_16s>, AlongRows<wavelet_cases::D97_32s>,
+                     AlongRows<wavelet_cases::D97_32f>>;
 TYPED_TEST_SUITE(WaveletRowPasses, Families);
-
-std::string Describe(const char* name, zepiSize size, int phase, Edge edge) {
-  return std::string(name) + " " + std::to_string(size.width) + "x" + std::to_string(size.height) +
-         " phase " + std::to_string(phase) + " edge " + std::to_string(static_cast<int>(edge));
-}
-
-// The source holds what may be read, and not one sample more.
-template <class Family>
-void ExpectForward(zepiSize size, int phase, Edge edge, Random& random) {
-  using T = typename Family::T;
-  const int odd = phase != 0, first = odd - Family::kReach;
-  const int last = 2 * size.width - 2 + odd + Family::kReach;
-  const auto extra = [&] { return wavelet_cases::AnyExtra(random); };
-  Plane<T> src({last - first + 1, size.height}, extra(), edge, first);
-  src.FillAll(wavelet_cases::AnyPattern(random), random);
-  const int32_t low_extra = extra(), high_extra = extra();
-  Plane<T> low(size, low_extra, edge), high(size, high_extra, edge);
-  Plane<T> want_low(size, low_extra, edge), want_high(size, high_extra, edge);
-  ASSERT_EQ(Family::FwdRow(src.base(), src.step(), low.base(), low.step(), high.base(), high.step(),
-                           size, phase),
-            zepStatusOk);
-  Family::Model::FwdRow(src.base(), src.step(), want_low.base(), low.step(), want_high.base(),
-                        high.step(), size, phase);
-  ExpectSame(low, want_low, Describe(Family::kName, size, phase, edge) + " low");
-  ExpectSame(high, want_high, Describe(Family::kName, size, phase, edge) + " high");
-}
-
-template <class Family>
-void ExpectInverse(zepiSize size, int phase, Edge edge, Random& random) {
-  using T = typename Family::T;
-  const int odd = phase != 0, n = size.width;
-  // low: L[0 .. n] or L[-1 .. n-1] (5/3), one more on both sides (9/7); high: H[-1 .. n] or H[-2 .. n+1]
-  const int more = Family::kReach / 2 - 1;
-  const int low_first = -odd - more, low_last = n - odd + more;
-  const int high_first = -1 - more, high_last = n + more;
-  const auto extra = [&] { return wavelet_cases::AnyExtra(random); };
-  Plane<T> low({low_last - low_first + 1, size.height}, extra(), edge, low_first);
-  Plane<T> high({high_last - high_first + 1, size.height}, extra(), edge, high_first);
-  low.FillAll(wavelet_cases::AnyPattern(random), random);
-  high.FillAll(wavelet_cases::AnyPattern(random), random);
-  const int32_t dst_extra = extra();
-  Plane<T> got({2 * n, size.height}, dst_extra, edge), want({2 * n, size.height}, dst_extra, edge);
-  ASSERT_EQ(Family::InvRow(low.base(), low.step(), high.base(), high.step(), size, got.base(),
-                           got.step(), phase),
-            zepStatusOk);
-  Family::Model::InvRow(low.base(), low.step(), high.base(), high.step(), size, want.base(),
-                        want.step(), phase);
-  ExpectSame(got, want, Describe(Family::kName, size, phase, edge));
-}
 
 TYPED_TEST(WaveletRowPasses, EqualModelAndReadNoMore) {
   Random random(harness::Seed());
@@ -75,16 +27,16 @@ TYPED_TEST(WaveletRowPasses, EqualModelAndReadNoMore) {
     for (const int phase : {0, 1, -1, 2}) {
       for (const Edge edge : {Edge::kStart, Edge::kEnd}) {
         const zepiSize size = {width, 1 + width % 3};
-        ExpectForward<TypeParam>(size, phase, edge, random);
-        ExpectInverse<TypeParam>(size, phase, edge, random);
+        wavelet_cases::ExpectForward<TypeParam>(size, phase, edge, random);
+        wavelet_cases::ExpectInverse<TypeParam>(size, phase, edge, random);
       }
     }
   }
-  ExpectForward<TypeParam>({1031, 5}, 0, Edge::kEnd, random);
-  ExpectInverse<TypeParam>({1031, 5}, 1, Edge::kEnd, random);
+  wavelet_cases::ExpectForward<TypeParam>({1031, 5}, 0, Edge::kEnd, random);
+  wavelet_cases::ExpectInverse<TypeParam>({1031, 5}, 1, Edge::kEnd, random);
 }
 
-// The taps hold for all data that the lifting steps hold for: both give nearly the same.
+// The filter taps are equivalent to the lifting steps: both give nearly the same result.
 TEST(WaveletRowPasses, TapsAreTheLiftingSteps) {
   Random random(harness::Seed());
   Plane<float> src({64 + 8, 1}, 0, Edge::kEnd, -4), inner({40 + 8, 1}, 0, Edge::kEnd, -4);
@@ -102,7 +54,8 @@ TEST(WaveletRowPasses, TapsAreTheLiftingSteps) {
   }
 }
 
-// Flat rows: the low filter has a gain of 1, the high one of 0; alternating ones: 0 and 2.
+// On constant rows the low filter has a gain of 1 and the high filter of 0; on alternating rows, 0
+// and 2.
 TEST(WaveletRowPasses, Gains) {
   Plane<float> src({24, 1}, 0, Edge::kEnd, -4), low({8, 1}, 0, Edge::kEnd),
       high({8, 1}, 0, Edge::kEnd);
@@ -123,50 +76,21 @@ TEST(WaveletRowPasses, Gains) {
   }
 }
 
-template <class T, class Forward, class Inverse>
-void ExpectOrder(harness::Named<Forward> forward, harness::Named<Inverse> inverse) {
-  T samples[64] = {}, low[16] = {}, high[16] = {};
-  const zepiSize size = {2, 1};
-  const T* const src = samples + 16;
-  CheckOrder(forward, src, 128, &low[0], 16, &high[0], 16, size, 0)
-      .template Null<0>()
-      .template Null<2>()
-      .template Null<4>()
-      .template Step<1>()
-      .template Step<3>()
-      .template Step<5>()
-      .template Size<6>()
-      .Output(low, sizeof(low))
-      .Output(high, sizeof(high))
-      .Run();
-  CheckOrder(inverse, static_cast<const T*>(low + 8), 16, static_cast<const T*>(high + 8), 16, size,
-             &samples[16], 128, 0)
-      .template Null<0>()
-      .template Null<2>()
-      .template Null<5>()
-      .template Step<1>()
-      .template Step<3>()
-      .template Step<6>()
-      .template Size<4>()
-      .Output(samples, sizeof(samples))
-      .Run();
-}
-
 TEST(WaveletRowPasses, ChecksInOrder) {
-  ExpectOrder<int16_t>(HARNESS_NAMED(zepiWTFwdRow_B53_JPEG2K_16s_C1R),
-                       HARNESS_NAMED(zepiWTInvRow_B53_JPEG2K_16s_C1R));
-  ExpectOrder<int32_t>(HARNESS_NAMED(zepiWTFwdRow_B53_JPEG2K_32s_C1R),
-                       HARNESS_NAMED(zepiWTInvRow_B53_JPEG2K_32s_C1R));
-  ExpectOrder<int16_t>(HARNESS_NAMED(zepiWTFwdRow_D97_JPEG2K_16s_C1R),
-                       HARNESS_NAMED(zepiWTInvRow_D97_JPEG2K_16s_C1R));
-  ExpectOrder<int32_t>(HARNESS_NAMED(zepiWTFwdRow_D97_JPEG2K_32s_C1R),
-                       HARNESS_NAMED(zepiWTInvRow_D97_JPEG2K_32s_C1R));
-  ExpectOrder<float>(HARNESS_NAMED(zepiWTFwdRow_D97_JPEG2K_32f_C1R),
-                     HARNESS_NAMED(zepiWTInvRow_D97_JPEG2K_32f_C1R));
+  ExpectPassOrder<int16_t>(HARNESS_NAMED(zepiWTFwdRow_B53_JPEG2K_16s_C1R),
+                           HARNESS_NAMED(zepiWTInvRow_B53_JPEG2K_16s_C1R));
+  ExpectPassOrder<int32_t>(HARNESS_NAMED(zepiWTFwdRow_B53_JPEG2K_32s_C1R),
+                           HARNESS_NAMED(zepiWTInvRow_B53_JPEG2K_32s_C1R));
+  ExpectPassOrder<int16_t>(HARNESS_NAMED(zepiWTFwdRow_D97_JPEG2K_16s_C1R),
+                           HARNESS_NAMED(zepiWTInvRow_D97_JPEG2K_16s_C1R));
+  ExpectPassOrder<int32_t>(HARNESS_NAMED(zepiWTFwdRow_D97_JPEG2K_32s_C1R),
+                           HARNESS_NAMED(zepiWTInvRow_D97_JPEG2K_32s_C1R));
+  ExpectPassOrder<float>(HARNESS_NAMED(zepiWTFwdRow_D97_JPEG2K_32f_C1R),
+                         HARNESS_NAMED(zepiWTInvRow_D97_JPEG2K_32f_C1R));
 }
 
-// Of floats: which results are NaN is the same everywhere, for rows and columns; their payload is not told,
-// all others are the same bits.
+// In floats the results that are NaN are the same everywhere, for rows and columns, but not their
+// payload. All other results have the same bits.
 void ExpectSameButPayloads(const std::vector<float>& got, const std::vector<float>& want) {
   int nans = 0;
   for (size_t i = 0; i < want.size(); ++i) {
@@ -180,7 +104,7 @@ void ExpectSameButPayloads(const std::vector<float>& got, const std::vector<floa
 
 TEST(WaveletPasses32f, NansAreWhereTheModelHasThem) {
   using Family = wavelet_cases::D97_32f;
-  constexpr int kSide = 80, kStep = 4 * kSide, kPairs = 32;  // with eight samples more on each side
+  constexpr int kSide = 80, kStep = 4 * kSide, kPairs = 32;  // with eight more samples on each side
   constexpr size_t kFirst = 8 * kSide + 8;
   Random random(harness::Seed());
   std::vector<float> src(kSide * kSide);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the tests of the wavelets share: the functions of each filter and element type, planes, and
+// Shared by the wavelet tests: the functions of each filter and element type, planes, and
 // comparisons of planes.
 #ifndef ZEPJP_TESTS_JPEG2K_WAVELET_WAVELET_CASES_H_
 #define ZEPJP_TESTS_JPEG2K_WAVELET_WAVELET_CASES_H_
@@ -102,8 +102,8 @@ void Fill(T* data, size_t count, Pattern pattern, Random& random) {
   }
 }
 
-// A plane between pages that cannot be touched, whose element (0, 0) may lie inside: columns from
-// `left` and rows from `top` on exist too.
+// A plane between protected pages. Element (0, 0) may lie inside: columns from `left` and rows from
+// `top` on, which may be negative, exist too.
 template <class T>
 class Plane {
  public:
@@ -122,8 +122,8 @@ class Plane {
   int32_t step() const { return step_; }
   zepiSize size() const { return size_; }
 
-  // Rows of 32-bit integers are often of 12 bits, with some of 13 or 32 among them: there are kernels for
-  // small values.
+  // Rows of 32-bit integers often have 12 bits, with some values of 13 or 32 bits among them,
+  // because small values have their own kernels.
   void FillAll(Pattern pattern, Random& random) {
     const bool small = random() % 2 != 0;
     for (int y = 0; y < size_.height; ++y) {
@@ -160,7 +160,8 @@ class Plane {
   harness::Plane<T> plane_;
 };
 
-// Bytes, so that floats are equal only bit by bit, and what lies between rows counts.
+// Compares bytes, so that floats are equal only bit by bit and the bytes between rows are compared
+// too.
 template <class T>
 void ExpectSame(Plane<T>& got, Plane<T>& want, const std::string& what) {
   EXPECT_EQ(harness::FirstDifference({got.Bytes()}, {want.Bytes()}, got.step()), "")

@@ -24,7 +24,7 @@ std::string Describe(const char* name, const zepiRect& tile) {
          " at " + std::to_string(tile.x) + ", " + std::to_string(tile.y);
 }
 
-// The four planes of a tile, their sizes, and guards around each of them.
+// The four planes of a tile with their sizes, each between protected pages.
 template <class T>
 class FourPlanes {
  public:
@@ -53,7 +53,8 @@ class FourPlanes {
   int32_t steps_[4];
 };
 
-// Both directions in both layouts against the model, with work buffers of exactly the size asked for.
+// Compares both directions in both layouts with the model, with work buffers of exactly the size
+// that GetBufSize gives.
 template <class Family>
 void ExpectEqualsModel(const zepiRect& tile, Random& random) {
   using T = typename Family::T;
@@ -168,7 +169,7 @@ TEST(WaveletWholeTile53, ReversibleForAllSizesAndParities_Exhaustive) {
   }
 }
 
-// Sums that wrap are undone too: any values come back from lines longer than one sample.
+// Sums that wrap are undone too: lines longer than one sample come back for any values.
 TYPED_TEST(WaveletWholeTile, AnyValuesComeBackFrom53) {
   using T = typename TypeParam::T;
   if (!TypeParam::kReversible) return;
@@ -187,7 +188,7 @@ TYPED_TEST(WaveletWholeTile, AnyValuesComeBackFrom53) {
   }
 }
 
-// An irreversible tile comes back nearly.
+// A tile of the irreversible transform comes back nearly unchanged.
 TYPED_TEST(WaveletWholeTile, NearlyReversible97) {
   using T = typename TypeParam::T;
   if (TypeParam::kReversible) return;
@@ -206,7 +207,7 @@ TYPED_TEST(WaveletWholeTile, NearlyReversible97) {
   }
 }
 
-// Rows of a tile: the passes on mirrored rows give the same as the tile.
+// The passes on mirrored rows give the same as the rows of a tile.
 TYPED_TEST(WaveletWholeTile, EqualsRowPasses) {
   using T = typename TypeParam::T;
   Random random(harness::Seed());
@@ -257,7 +258,7 @@ TEST(WaveletWholeTile53, ShortLines) {
   EXPECT_EQ(one, -3);
 }
 
-// An empty tile in place is left alone, whatever the other side is.
+// An empty tile in place is not changed, whatever its other side is.
 TYPED_TEST(WaveletWholeTile, EmptyTiles) {
   using T = typename TypeParam::T;
   T value = 5;
@@ -349,7 +350,7 @@ TEST(WaveletWholeTileChecks, InPlace) {
   ExpectInPlaceOrder<int32_t>(HARNESS_NAMED(zepiWTInv_D97_JPEG2K_32s_C1IR));
 }
 
-// Good arguments for the functions with planes, and bad ones of each kind after pointers.
+// Good arguments for the functions with planes, and bad ones of each kind after the pointers.
 template <class T>
 struct PlaneArguments {
   T single[64] = {};

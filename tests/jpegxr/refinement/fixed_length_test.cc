@@ -18,7 +18,7 @@ using harness::Edge;
 using harness::Guarded;
 using harness::Random;
 
-// What a call leaves of a stream.
+// The state of a stream after a call.
 struct Stream {
   uint32_t accumulator = 0;
   uint32_t count = 0;
@@ -31,7 +31,7 @@ Stream RandomStream(Random& random, uint32_t max_count) {
   return {static_cast<uint32_t>(random()), static_cast<uint32_t>(random() % (max_count + 1))};
 }
 
-// A block with some zeros, anywhere between unmapped pages.
+// A block with some zeros, at any place between protected pages.
 template <class T>
 class Block {
  public:
@@ -69,14 +69,14 @@ int32_t RandomStep(Random& random) {
   return steps[random() % 4];
 }
 
-// Bytes of which all bits are equally likely, or few are set.
+// Bytes with random bits, or with few bits set.
 void FillBytes(Guarded<uint8_t>& bytes, bool is_sparse, Random& random) {
   for (size_t i = 0; i < bytes.count(); ++i) {
     bytes.raw()[i] = static_cast<uint8_t>(is_sparse ? random() & random() & random() : random());
   }
 }
 
-// The export must do with the bytes that the model reads: they end at an unmapped page.
+// The export may read only the bytes that the model reads: they end at a protected page.
 template <class T, class Export, class Model>
 void CompareDecoders(const Export& exported, const Model& model) {
   Random random(harness::Seed());
@@ -160,7 +160,8 @@ TEST(FixedLength, EncodersEqualModel) {
   CompareEncoders<int16_t>(CALLS(zepiFLCEncode4x4_JPEGXR_16s1u_C1R));
 }
 
-// A block as the block coder leaves it (trimmed to `model_bits`), and its refinement as packed values.
+// A block as the adaptive coder leaves it (trimmed to `model_bits`), and its refinement as packed
+// values.
 struct Split {
   int32_t high[16], packed[16];
 };
@@ -217,7 +218,7 @@ TEST(FixedLength, KnownBits) {
   const uint8_t* from = bytes;
   Stream stream;
   int32_t block[16] = {};
-  block[7] = 77;  // (1, 3), which q = 0 leaves alone
+  block[7] = 77;  // (1, 3), which q = 0 does not change
   ASSERT_EQ(zepiFLCDecode4x4_JPEGXR_1u32s_C1IR(&from, &stream.accumulator, &stream.count, block, 16,
                                                2, 5, 0),
             zepStatusOk);
@@ -243,11 +244,11 @@ TEST(FixedLength, NothingHappensWithoutBits) {
                                               &stream.count, 0, 3, 1),
             zepStatusOk);
   EXPECT_TRUE((stream == Stream{0x12345678, 31}));
-  EXPECT_EQ(std::memcmp(block, before, sizeof(block)), 0);
+  EXPECT_EQ(harness::FirstByteDifference(block, before, sizeof(block)), "");
   EXPECT_EQ(byte, 9);
 }
 
-// A null count, or one that is too large: two sets of arguments, as both are the same one.
+// Two sets of arguments, because the count can be a null pointer or a value that is too large.
 template <class Checks>
 Checks Copy(const Checks& checks) {
   return checks;

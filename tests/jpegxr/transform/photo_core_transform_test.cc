@@ -17,7 +17,7 @@ using harness::Pattern;
 using harness::Plane;
 using harness::Random;
 
-// Random floats of many sizes, no infinity: signs and zeros of all kinds of sums.
+// Random floats of many magnitudes without infinities, for signs and zeros of all kinds of sums.
 template <class T>
 void Fill(Plane<T>& plane, zepiSize size, int32_t step, Pattern pattern, Random& random) {
   if constexpr (!std::is_floating_point_v<T>) {
@@ -34,7 +34,7 @@ void Fill(Plane<T>& plane, zepiSize size, int32_t step, Pattern pattern, Random&
   }
 }
 
-// The export and the model on the same plane, of which all memory is compared, as (data, step, size).
+// Compares export and model on the same plane with all its memory, called as (data, step, size).
 template <class T, class Export, class Model>
 void CompareOne(const harness::Named<Export>& exported, const Model& model, zepiSize size,
                 int32_t step, Edge edge, Pattern pattern, Random& random) {
@@ -127,7 +127,7 @@ std::vector<T> RandomBlocks(size_t count, Random& random) {
   return values;
 }
 
-// Whatever wraps, the inverse returns the input.
+// The inverse returns the input even if sums wrap.
 template <class T, class Forward, class Inverse>
 void ExpectReversible(Forward forward, Inverse inverse) {
   Random random(harness::Seed());
@@ -174,7 +174,7 @@ TEST(PhotoCoreTransform, ConstantBlocks) {
   ExpectConstant<float>([](auto... a) { return zepiPCTFwd16x16_JPEGXR_32f_C1IR(a...); });
 }
 
-// Rows of 2^31 bytes and more are no matter of 32 bits.
+// Rows 2^31 bytes and more from the start need addresses of 64 bits.
 TEST(PhotoCoreTransform, WideRegionsAreRefused) {
   int32_t value = 7;
   EXPECT_EQ(zepiPCTFwd_JPEGXR_32s_C1IR(&value, INT32_MAX, {INT32_MAX - 3, 4}), zepStatusBadStep);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the tests of the adaptive coders share: states, streams between untouchable pages, blocks.
+// Shared by the tests of the adaptive coders: states, streams between protected pages, blocks.
 #ifndef ZEPJP_TESTS_JPEGXR_VLC_VLC_CASES_H_
 #define ZEPJP_TESTS_JPEGXR_VLC_VLC_CASES_H_
 
@@ -22,8 +22,8 @@ using harness::Random;
 
 constexpr size_t kStateBytes = 1780;
 
-// A state that ends where its memory does, `offset` bytes off the alignment that gives it. Copies lie
-// anywhere.
+// A state that ends at a protected page, at an alignment that `offset` changes. Copies have any
+// address.
 class State {
  public:
   explicit State(size_t offset = 0)
@@ -51,7 +51,7 @@ class State {
   uint8_t* at_;
 };
 
-// Every table at random, and the scans after many swaps.
+// A random choice of every table, and scans after many swaps.
 inline void Scramble(Random& random, State* state) {
   for (uint32_t t = 5; t < 21; ++t) {
     const uint32_t alphabet = reference::GetWord(state->get(), reference::VlcWord(t, 0));
@@ -69,7 +69,7 @@ inline void Scramble(Random& random, State* state) {
         reference::SetWord(state->get(), b, word);
       }
     }
-    if (random() % 2 == 0) {  // totals close to each other: swaps everywhere
+    if (random() % 2 == 0) {  // totals close to each other cause many swaps
       for (uint32_t k = 1; k < 16; ++k) {
         reference::SetWord(state->get(), reference::VlcScanWord(scan, k, 0),
                            40 - static_cast<uint32_t>(random() % 2));
@@ -78,7 +78,7 @@ inline void Scramble(Random& random, State* state) {
   }
 }
 
-// What a coder is in the midst of.
+// The state of a coder in the middle of a stream.
 struct Bits {
   uint32_t acc = 0, count = 0;
   bool operator==(const Bits& other) const { return acc == other.acc && count == other.count; }

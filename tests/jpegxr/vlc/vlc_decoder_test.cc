@@ -74,7 +74,7 @@ zepStatus Decode(const Call& call, bool is_model, const uint8_t** src, uint32_t*
                   : zepiVLCDecodeDC444_JPEGXR_1u32s(src, acc, count, state, wide);
 }
 
-// From bytes that end at an untouchable page, to memory of exactly the size of the block.
+// Decodes bytes that end at a protected page, to memory of exactly the size of the block.
 Outcome Run(const Call& call, bool is_model, const uint8_t* bytes, size_t size, State* state) {
   Guarded<uint8_t> src(size), dst(TargetBytes(call));
   if (size > 0) std::memcpy(src.raw(), bytes, size);
@@ -94,8 +94,8 @@ Outcome Run(const Call& call, bool is_model, const uint8_t* bytes, size_t size, 
   return outcome;
 }
 
-// Decodes with the model, then with the export from exactly the bytes that the model read. `bytes` has
-// more than enough for a block.
+// Decodes with the model, then with the export from exactly the bytes that the model read. `bytes`
+// has more than enough bytes for a block.
 Outcome Compare(const Call& call, const uint8_t* bytes, size_t size, State* state) {
   State model_state = *state;
   const Outcome want = Run(call, true, bytes, size, &model_state);
@@ -124,7 +124,7 @@ Call RandomCall(Random& random) {
   return call;
 }
 
-// Any bits: runs too long, escapes of every length, blocks that end early or never.
+// Random bits: runs that are too long, escapes of every length, blocks that end early or never.
 TEST(VlcDecoder, AnyBytesAsTheModel) {
   Random random(harness::Seed());
   State state(3);
@@ -171,8 +171,8 @@ TEST(VlcDecoder, EveryBeginning_Exhaustive) {
   }
 }
 
-// What the encoder writes comes back: blocks one after the other in one stream, tables and scans
-// adapting, the two states equal all the time.
+// Blocks that the encoder writes one after the other in one stream come back. Tables and scans
+// adapt, and the two states are always equal.
 template <class T, class Encode, class Decode4x4>
 void RoundTrip(Encode encode, Decode4x4 decode) {
   Random random(harness::Seed());
@@ -195,7 +195,7 @@ void RoundTrip(Encode encode, Decode4x4 decode) {
     const unsigned spread =
         2 + static_cast<unsigned>(random() % (i % 3 == 0 ? 8 * sizeof(T) - 4 : 4));
     for (T& value : block) value = random() % 3 ? T{0} : RandomValue<T>(spread, random);
-    block[15] = 0x200;  // there is one to code
+    block[15] = 0x200;  // at least one coefficient to code
     const auto model_bits = static_cast<uint32_t>(random() % 4);
     zepiVLCContext context = {0, 0};
     ASSERT_EQ(encode(block.data(), kStep, static_cast<uint32_t>(i % 3), model_bits, &dst, &acc,
@@ -294,15 +294,15 @@ TEST(VlcDecoder, LowpassComesBack) {
       zepiVLCAdapt_JPEGXR(writing.get(), 0);
       zepiVLCAdapt_JPEGXR(reading.get(), 0);
     }
-    // At most 31 bits after the last one.
+    // At most 31 bits after the last used one.
     const auto read_bits = static_cast<ptrdiff_t>(8 * (src - bytes));
     ASSERT_LE(read_bits - static_cast<ptrdiff_t>(count), 8 * (dst - bytes));
     ASSERT_LT(count, 32u);
   }
 }
 
-// Every code of every table, in both places of a level, with every extra bit: the model decides, this
-// says that all of them were met.
+// Every code of every table, for the first and for further levels, with every extra bit. The model
+// is the reference; this test counts that all codes occurred.
 TEST(VlcDecoder, EverySymbolOfEveryTable_Exhaustive) {
   const size_t step = harness::Exhaustive() ? 1 : 7;
   size_t number = 0;
@@ -339,7 +339,7 @@ TEST(VlcDecoder, EverySymbolOfEveryTable_Exhaustive) {
   }
 }
 
-// Escapes: n bits for every n up to 29, in both parts.
+// Escapes with n bits for every n up to 29, for the first and for further levels.
 TEST(VlcDecoder, EveryEscape) {
   for (uint32_t n = 4; n <= 29; ++n) {
     std::string digits = reference::VlcCodes(12, 1)[3] + "1" + reference::VlcCodes(7, 0)[6];
@@ -360,12 +360,12 @@ TEST(VlcDecoder, EveryEscape) {
     const Outcome outcome =
         Compare({Kind::k32s, 0, 16, 0, 1, {0, 0}}, bytes, sizeof(bytes), &state);
     int32_t level;
-    std::memcpy(&level, &outcome.target[2 * 16], 4);  // coefficient 10 stands at (0, 2)
+    std::memcpy(&level, &outcome.target[2 * 16], 4);  // coefficient 10 is at (0, 2)
     EXPECT_EQ(level, -static_cast<int32_t>(2 + (1u << n) + value)) << n;
   }
 }
 
-// A run of 14 slots where there is but one left, and what would follow slot 15.
+// A run of 14 slots with only one slot left, and bits after slot 15.
 TEST(VlcDecoder, DamagedRunsStayInside) {
   for (uint32_t fill = 0; fill < 256; ++fill) {
     for (uint32_t first = 0; first < 12; ++first) {

@@ -16,10 +16,10 @@ using vlc_cases::RandomValue;
 using vlc_cases::Scramble;
 using vlc_cases::State;
 
-// 15 x 64 bits and those that wait.
+// 15 x 64 bits and the pending ones
 constexpr size_t kRoom = 128;
 
-// What a call leaves.
+// The results of a call.
 struct Written {
   zepStatus status = -1;
   std::vector<uint8_t> bytes;
@@ -35,7 +35,7 @@ void ExpectSame(const Written& got, const Written& want) {
   ASSERT_EQ(harness::FirstDifference(got.others, want.others), "");
 }
 
-// Calls encode(&dst, &acc, &count) with memory of exactly the size of what was written by the model.
+// Calls encode(&dst, &acc, &count) with memory of exactly the size that the model wrote.
 template <class Encode>
 Written Write(Bits bits, size_t size, Encode encode) {
   Guarded<uint8_t> memory(size);
@@ -47,7 +47,7 @@ Written Write(Bits bits, size_t size, Encode encode) {
   return written;
 }
 
-// Elements of a block at any address, rows `step` bytes apart, nothing after the last.
+// A block's elements at any address, rows `step` bytes apart, with a protected page after the last.
 template <class T>
 class BlockMemory {
  public:
@@ -106,7 +106,7 @@ struct Case {
   Edge edge;
 };
 
-// Codes a case with export and model; the state goes on.
+// Codes a case with export and model, which both continue with their state.
 template <class T>
 void Compare(const Case<T>& given, State* state) {
   BlockMemory<T> block(given.step, given.edge);
@@ -136,7 +136,7 @@ Case<T> RandomCase(Random& random) {
   Case<T> random_case;
   const unsigned spreads[] = {0, 1, 3, 4, 6, 9, 14, 18, 32};
   const unsigned spread = spreads[random() % std::size(spreads)];
-  const auto zeros = static_cast<unsigned>(random() % 4);  // how many of four are 0
+  const auto zeros = static_cast<unsigned>(random() % 4);  // of four values, how many are 0
   for (T& value : random_case.values) {
     value = random() % 4 < zeros ? T{0} : RandomValue<T>(spread, random);
   }
@@ -170,8 +170,8 @@ void CompareRandom(int rounds) {
 TEST(VlcEncoder, RandomBlocksAsTheModel16s) { CompareRandom<int16_t>(8000); }
 TEST(VlcEncoder, RandomBlocksAsTheModel32s) { CompareRandom<int32_t>(8000); }
 
-// Every set of significant coefficients, with every set of magnitudes above 1 in a sample, in every choice
-// of tables for one channel.
+// Every set of significant coefficients, with every set of magnitudes above 1 (or a sample), in
+// every choice of tables for one channel.
 TEST(VlcEncoder, EverySetOfSlots_Exhaustive) {
   Random random(harness::Seed());
   const uint32_t step = harness::Exhaustive() ? 1 : 61;
@@ -194,8 +194,8 @@ TEST(VlcEncoder, EverySetOfSlots_Exhaustive) {
   }
 }
 
-// Escapes of every length and all magnitudes below them, in every level table, as the first and as another
-// coefficient.
+// Escapes of every length and all magnitudes below them, in every level table, for the first and
+// for another coefficient.
 TEST(VlcEncoder, EveryMagnitude) {
   std::vector<int32_t> magnitudes;
   for (int32_t m = 1; m < 70; ++m) magnitudes.push_back(m);
@@ -230,7 +230,7 @@ TEST(VlcEncoder, ByHand) {
   State state;
   zepiVLCScanSet_JPEGXR(state.get(), 1);
   int16_t block[16] = {};
-  block[1] = -1;  // coefficient 1 stands at position 4, 5 and 10 at 1 and 2
+  block[1] = -1;  // coefficient 1 is at position 4, 5 and 10 at 1 and 2
   uint8_t bytes[kRoom] = {}, *dst = bytes;
   uint32_t acc = 0, count = 0;
   zepiVLCContext context = {0, 0};
@@ -312,7 +312,7 @@ TEST(VlcEncoder, LowpassScanAsTheModel) {
   }
 }
 
-// Also pairs that do not fit, and levels of 0.
+// Pairs, including some that do not fit and levels of 0.
 TEST(VlcEncoder, LowpassPairsAsTheModel) {
   Random random(harness::Seed());
   State state(3);

@@ -25,14 +25,14 @@ TEST(VlcState, InitAsTheModel) {
     auto* model = reinterpret_cast<zepiVLCState*>(want.data());
     EXPECT_EQ(::zepiVLCInit_JPEGXR(state), zepStatusOk);
     reference::zepiVLCInit_JPEGXR(model);
-    EXPECT_EQ(std::memcmp(state, model, kStateBytes), 0);
+    EXPECT_EQ(harness::FirstByteDifference(state, model, kStateBytes), "");
     for (uint32_t scan = 0; scan < 3; ++scan) {
       EXPECT_EQ(::zepiVLCScanReset_JPEGXR(state, scan), zepStatusOk);
       reference::zepiVLCScanReset_JPEGXR(model, scan);
-      EXPECT_EQ(std::memcmp(state, model, kStateBytes), 0);
+      EXPECT_EQ(harness::FirstByteDifference(state, model, kStateBytes), "");
       EXPECT_EQ(::zepiVLCScanSet_JPEGXR(state, scan), zepStatusOk);
       reference::zepiVLCScanSet_JPEGXR(model, scan);
-      EXPECT_EQ(std::memcmp(state, model, kStateBytes), 0);
+      EXPECT_EQ(harness::FirstByteDifference(state, model, kStateBytes), "");
     }
     for (size_t i = 0; i < offset; ++i) EXPECT_EQ(got.raw()[kStateBytes + i], harness::kFill);
   }
@@ -57,7 +57,7 @@ TEST(VlcState, StartsAsItShould) {
   EXPECT_EQ(GetWord(state.get(), VlcScanWord(2, 15, 0)), 4u);
 }
 
-// Every index of every alphabet, with counters on and around every limit.
+// Every index of every alphabet, with counters at and around every limit.
 TEST(VlcState, AdaptAsTheModel_Exhaustive) {
   const int32_t deltas[] = {-100, -65, -64, -63, -9, -8, -7, -1, 0, 1, 7, 8, 9, 63, 64, 65, 100};
   for (uint32_t index = 0; index < 5; ++index) {
@@ -81,7 +81,7 @@ TEST(VlcState, AdaptAsTheModel_Exhaustive) {
   }
 }
 
-// The downward test comes first, and looks at delta1 alone.
+// The downward test comes first and uses only delta1.
 TEST(VlcState, AdaptByHand) {
   State state;
   const uint32_t five = VlcWord(5, 0), thirteen = VlcWord(13, 0);
@@ -94,7 +94,7 @@ TEST(VlcState, AdaptByHand) {
   EXPECT_EQ(GetWord(state.get(), thirteen + kVlcIndex), 1u);  // of the other group
   EXPECT_EQ(::zepiVLCAdapt_JPEGXR(state.get(), 1), zepStatusOk);
   EXPECT_EQ(GetWord(state.get(), thirteen + kVlcIndex), 2u);
-  SetWord(state.get(), five + kVlcDelta1, static_cast<uint32_t>(-1000));  // nothing is below 0
+  SetWord(state.get(), five + kVlcDelta1, static_cast<uint32_t>(-1000));  // table 0 is the lowest
   EXPECT_EQ(::zepiVLCAdapt_JPEGXR(state.get(), 0), zepStatusOk);
   EXPECT_EQ(GetWord(state.get(), five + kVlcIndex), 0u);
   EXPECT_EQ(GetWord(state.get(), five + kVlcDelta1), static_cast<uint32_t>(-64));
@@ -116,13 +116,13 @@ TEST(VlcState, ScanMovesAheadWhatIsFrequent) {
   }
   EXPECT_EQ(GetWord(state.get(), VlcScanWord(2, 1, 0)), 33u);
   EXPECT_EQ(GetWord(state.get(), VlcScanWord(2, 2, 0)), 32u);
-  EXPECT_EQ(GetWord(state.get(), VlcScanWord(2, 1, 2)), 3u);  // the place moves too
+  EXPECT_EQ(GetWord(state.get(), VlcScanWord(2, 1, 2)), 3u);  // the position moves too
   EXPECT_EQ(::zepiVLCScanReset_JPEGXR(state.get(), 2), zepStatusOk);
   EXPECT_EQ(GetWord(state.get(), VlcScanWord(2, 1, 1)), 4u);  // and stays
   EXPECT_EQ(GetWord(state.get(), VlcScanWord(2, 1, 0)), 32u);
 }
 
-// A new state equals one that was used and made anew.
+// A new state equals one that was used and initialized again.
 TEST(VlcState, InitForgets) {
   Random random(harness::Seed());
   State used, fresh;

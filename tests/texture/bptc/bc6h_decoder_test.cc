@@ -17,7 +17,7 @@ using texture_cases::Bytes;
 
 uint16_t* AsHalves(uint8_t* bytes) { return reinterpret_cast<uint16_t*>(bytes); }
 
-// The numbers of the modes: two of two bits, the others and the reserved ones of five.
+// The numbers of the modes: two have two bits, the other modes and the reserved ones have five.
 const Bytes kModes = {0, 1, 2, 3, 6, 7, 10, 11, 14, 15, 18, 19, 22, 23, 26, 27, 30, 31};
 void SetMode(uint8_t mode, uint8_t* block) {
   const auto bits = static_cast<uint8_t>(mode < 2 ? 3 : 31);
@@ -58,7 +58,7 @@ TEST(Bc6hDecoder, ExtremeBlocksOfEveryMode) {
   for (const Format& format : kFormats) bptc_cases::ExpectExtremeBlocksOfEveryMode(format);
 }
 
-// All values of the partition, in a mode that has one.
+// All values of the partition, in the modes that have one.
 TEST(Bc6hDecoder, EveryPartition_Exhaustive) {
   Random random(harness::Seed());
   for (const Format& format : kFormats) {
@@ -106,7 +106,7 @@ TEST(Bc6hDecoder, ReservedModesGiveZeros) {
 }
 
 TEST(Bc6hDecoder, HalvesOfTheLimits) {
-  // Mode 3, all end points 1023: the highest value there is, 65504.
+  // Mode 3, all end points 1023: the largest possible value, 65504.
   Bytes block(16, 0xFF);
   block[0] = 0xE3;
   uint16_t half;

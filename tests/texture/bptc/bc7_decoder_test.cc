@@ -16,8 +16,8 @@ using bptc_cases::MakeBlocks;
 using harness::Random;
 using texture_cases::Bytes;
 
-// The number of the mode is how many zeros stand below the first one of the block's bits. A byte of zeros
-// is no mode.
+// The mode is the number of zeros below the lowest one of the block's bits. A first byte of 0 is no
+// mode.
 const Format kBc7 = {{1, 2, 4, 8, 16, 32, 64, 128, 0},
                      [](uint8_t mode, uint8_t* block) {
                        const int others = mode == 0 ? 0 : block[0] & ~(2 * mode - 1);
@@ -31,7 +31,7 @@ TEST(Bc7Decoder, AnyBlocksOfEveryMode) { bptc_cases::ExpectAnyBlocksOfEveryMode(
 
 TEST(Bc7Decoder, ExtremeBlocksOfEveryMode) { bptc_cases::ExpectExtremeBlocksOfEveryMode(kBc7); }
 
-// The partition is where the mode says; here in all modes that have one, with all its values.
+// All values of the partition, in all modes that have one.
 TEST(Bc7Decoder, EveryPartition_Exhaustive) {
   Random random(harness::Seed());
   for (const unsigned mode : {0U, 1U, 2U, 3U, 7U}) {

@@ -89,8 +89,8 @@ TEST(Bc7Encoding, EveryBlockIsInItsMode) {
   }
 }
 
-// A block depends on its own pixels alone: neighbours, sizes, the place in a row and edges change nothing,
-// whatever number of blocks the kernels take at a time.
+// A block depends only on its own pixels: neighbours, sizes, the position in a row and edges change
+// nothing, for any number of blocks that the kernels process at a time.
 TEST(Bc7Encoding, BlocksAreIndependent) {
   Random random(harness::Seed());
   const zepiSize size = {4 * 37, 8};
@@ -112,7 +112,7 @@ TEST(Bc7Encoding, BlocksAreIndependent) {
   }
 }
 
-// The same bytes on every instruction set: their sums, found on one.
+// Every instruction set writes the same bytes: the expected checksums were computed on one.
 uint64_t Digest(const Bytes& bytes) {
   uint64_t digest = 1469598103934665603U;
   for (const uint8_t byte : bytes) digest = (digest ^ byte) * 1099511628211U;
@@ -135,7 +135,7 @@ TEST(Bc7Encoding, SameBytesEverywhere) {
   EXPECT_EQ(Digest(all), kDigest);
 }
 
-// The pixels of a picture that is completed by repetition.
+// The pixels of a picture, with edges repeated to whole blocks.
 Bytes Completed(const Bytes& pixels, zepiSize size, zepiSize whole) {
   Bytes completed;
   for (int y = 0; y < whole.height; ++y) {
@@ -161,7 +161,8 @@ TEST(Bc7Encoding, EdgesRepeatTheLastPixels) {
   }
 }
 
-// Nothing beyond the pixels is read, nothing beyond the blocks written; steps of any kind.
+// Nothing outside the pixels is read and nothing after the blocks is written, for steps of any
+// kind.
 TEST(Bc7Encoding, MemoryOfEverySize) {
   Random random(harness::Seed());
   for (int width = 1; width <= 70; width += width < 10 ? 1 : 13) {
@@ -202,7 +203,8 @@ TEST(Bc7Encoding, OpaqueStaysOpaque) {
   }
 }
 
-// Blocks of one, two or three regions, of which some are partitions of the format, some scattered pixels.
+// Blocks of one, two or three regions, some of them partitions of the format, some scattered
+// pixels.
 enum class Regions { kOne, kTwo, kThree, kScattered };
 enum class Texture { kPlain, kSoft, kNoisy, kGradient, kNoise };
 enum class Alpha { kOpaque, kEven, kOfRegions, kGradient, kCut };
@@ -224,7 +226,7 @@ int RegionOf(Regions regions, uint32_t pattern, int i, Random& random) {
   return 0;
 }
 
-// A channel of a pixel of a region whose colour is `base`, slopes of a gradient along x and y being a key.
+// A channel of a pixel in a region with colour `base`. `slopes` selects the gradient along x and y.
 int TexturedValue(Texture texture, int base, uint32_t slopes, int i, int contrast, Random& random) {
   const auto any = static_cast<int>(random() % 4096);
   switch (texture) {
@@ -281,7 +283,7 @@ Bytes ClassPicture(Regions regions, Texture texture, Alpha alpha, int contrast, 
   return pixels;
 }
 
-// Calls with a picture of each class, or of some where that takes long.
+// Calls with a picture of each class; if that takes too long, of a sample of them.
 template <class Call>
 void ForClasses(const std::vector<Alpha>& alphas, const Call& call) {
   const int stride = harness::Exhaustive() ? 1 : 17;
@@ -311,8 +313,8 @@ TEST(Bc7Encoding, OpaqueClassesStayOpaque) {
   });
 }
 
-// The quick search is at most 15 % worse than any single mode, except for errors that nobody sees: 10 in a
-// block are 56 dB.
+// The quick search has at most 15 % more error than any single mode, except for invisible errors:
+// 10 in a block are 56 dB.
 TEST(Bc7Encoding, QuickIsNearTheBestSingleMode) {
   const std::vector<Alpha> all = {Alpha::kOpaque, Alpha::kEven, Alpha::kOfRegions, Alpha::kGradient,
                                   Alpha::kCut};
@@ -326,7 +328,8 @@ TEST(Bc7Encoding, QuickIsNearTheBestSingleMode) {
   });
 }
 
-// Which values a mode's end points give with an index and p-bits, a bit of each byte for each choice.
+// The set of values that a mode's end points give with an index and p-bits. Each choice has a bit
+// of a byte.
 class FlatValues {
  public:
   explicit FlatValues(int mode) {
@@ -380,7 +383,7 @@ TEST(Bc7Encoding, FlatBlocksComeWithinOne) {
   EXPECT_GT(count, 800);
 }
 
-// Mode 5 has every colour.
+// Mode 5 can represent every colour.
 TEST(Bc7Encoding, FlatBlocks) {
   Random random(harness::Seed());
   for (int round = 0; round < 256; round += harness::Exhaustive() ? 1 : 5) {
@@ -414,8 +417,8 @@ TEST(Bc7Encoding, MoreSearchIsNoWorse) {
   }
 }
 
-// The least error that grey pixels can have in mode 6 with the same two end points in all colours, by trial
-// of all. Alpha is 255, so that the lowest bits of both are ones.
+// The smallest error that grey pixels can have in mode 6 with the same two end points in all
+// colours, by trying all. Alpha is 255, so the lowest bits of both are ones.
 uint64_t LeastGreyError(const Bytes& pixels) {
   const int weights[] = {0, 4, 9, 13, 17, 21, 26, 30, 34, 38, 43, 47, 51, 55, 60, 64};
   uint64_t least = ~uint64_t{0};

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Blocks of every mode, and what is asked of both decoders.
+// Blocks of every mode, and tests that both decoders share.
 #ifndef ZEPJP_TESTS_TEXTURE_BPTC_BPTC_CASES_H_
 #define ZEPJP_TESTS_TEXTURE_BPTC_BPTC_CASES_H_
 
@@ -21,7 +21,7 @@ using harness::Random;
 using texture_cases::Bytes;
 using Decoding = texture_cases::Format<texture_cases::Decoder>;
 
-// A decoder, and how the first bits of a block tell its mode.
+// A decoder, and how the first bits of a block give its mode.
 struct Format {
   Bytes modes;
   void (*set_mode)(uint8_t mode, uint8_t* block);
@@ -63,7 +63,7 @@ inline void ExpectAnyBlocksOfEveryMode(const Format& format) {
   }
 }
 
-// Fields of ones and zeros, and of few bits of either, as end points at the limits have them.
+// Fields of ones and zeros, and with few bits of either, for end points near the limits.
 inline void ExpectExtremeBlocksOfEveryMode(const Format& format) {
   Random random(harness::Seed());
   for (const uint8_t mode : format.modes) {
