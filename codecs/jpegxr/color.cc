@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "codecs/jpegxr/float_code.h"
-#include "codecs/jpegxr/vector_loops.h"
+#include "codecs/jpegxr/rgb_rows.h"
 #include "codecs/jpegxr/wrapping.h"
 
 namespace zepcodec::jpegxr {
@@ -137,37 +137,8 @@ void JoinRow(const Rows<const int32_t>& rows, size_t width, SampleType type,
   }
 }
 
-// The usual kind of picture, a few pixels at a time in loops that compilers turn into vectors: three bytes of a
-// pixel in a word each, then words over one another.
-ZEPJP_VECTOR_LOOPS void JoinRgb8Row(const Rows<const int32_t>& rows, size_t width, SampleType type,
-                                    const PlaneHeader& header, int32_t rounding, size_t,
-                                    uint8_t* to) {
-  constexpr size_t kChunk = 64;
-  const int shift = ShiftOf(header);
-  const W offset = W(Offset(type, header)) + rounding;
-  const auto byte = [=](W value) {
-    return static_cast<uint32_t>(std::min(std::max((value >> shift).value, 0), 255));
-  };
-  for (size_t start = 0; start < width; start += kChunk) {
-    const size_t count = std::min(kChunk, width - start);
-    uint32_t words[kChunk];
-    for (size_t i = 0; i < count; ++i) {
-      const W t = -W(rows.u[start + i]);
-      const W v = rows.v[start + i];
-      const W g = W(rows.y[start + i]) + offset - (t >> 1);
-      const W r = t + g - ((v + 1) >> 1);
-      words[i] = byte(r) | byte(g) << 8 | byte(v + r) << 16;
-    }
-    uint8_t* const out = to + 3 * start;
-    for (size_t i = 0; i + 1 < count; ++i) {
-      const uint8_t bytes[4] = {static_cast<uint8_t>(words[i]), static_cast<uint8_t>(words[i] >> 8),
-                                static_cast<uint8_t>(words[i] >> 16), 0};
-      std::memcpy(out + 3 * i, bytes, 4);
-    }
-    for (size_t c = 0; c < 3; ++c) {
-      out[3 * count - 3 + c] = static_cast<uint8_t>(words[count - 1] >> (8 * c));
-    }
-  }
+bool IsRgb8(SampleType type, const PlaneHeader& header, size_t stride) {
+  return type == SampleType::kU8 && header.color != ColorFormat::kGrey && stride == 3;
 }
 
 using SplitFunction = decltype(&SplitRow<uint8_t>);
@@ -275,10 +246,14 @@ void PixelReader::ReadRow(size_t y, Scratch* scratch) {
     rows.u = is_small ? scratch->chroma[0].data() : plane_->components[1].values.All().Row(y);
     rows.v = is_small ? scratch->chroma[1].data() : plane_->components[2].values.All().Row(y);
   }
-  kSplit[static_cast<int>(frame_.type)](
-      image_.Row(static_cast<int>(std::min(y, last))),
-      static_cast<size_t>(image_.channels() * BytesOf(image_.type())), width, frame_.type, header,
-      rows);
+  const uint8_t* const pixels = image_.Row(static_cast<int>(std::min(y, last)));
+  const auto stride = static_cast<size_t>(image_.channels() * BytesOf(image_.type()));
+  if (IsRgb8(frame_.type, header, stride)) {
+    SplitRgbRow(pixels, width, ShiftOf(header), Offset(frame_.type, header),
+                {rows.y, rows.u, rows.v});
+  } else {
+    kSplit[static_cast<int>(frame_.type)](pixels, stride, width, frame_.type, header, rows);
+  }
   RepeatLast(rows.y, width, luma.width);
   if (header.Components() == 1) return;
   RepeatLast(rows.u, width, luma.width);
@@ -341,8 +316,6 @@ void PixelWriter::WriteRow(size_t y) {
   const PlaneHeader& header = plane_->header;
   const auto stride = static_cast<size_t>(image_->channels() * BytesOf(image_->type()));
   const int32_t rounding = Rounding(frame_.type, header, frame_.has_alpha && channel_ > 0);
-  const bool is_rgb8 = frame_.type == SampleType::kU8 && header.Components() == 3 && stride == 3;
-  const JoinFunction join = is_rgb8 ? JoinRgb8Row : kJoin[static_cast<int>(frame_.type)];
   const size_t row = y + frame_.extra_top;
   Rows<const int32_t> rows = {plane_->components[0].values.All().Row(row) + frame_.extra_left,
                               nullptr, nullptr};
@@ -350,8 +323,15 @@ void PixelWriter::WriteRow(size_t y) {
     rows.u = ChromaRow(1, row) + frame_.extra_left;
     rows.v = ChromaRow(2, row) + frame_.extra_left;
   }
-  join(rows, static_cast<size_t>(image_->width()), frame_.type, header, rounding, stride,
-       image_->Row(static_cast<int>(y)) + channel_ * BytesOf(image_->type()));
+  const auto width = static_cast<size_t>(image_->width());
+  uint8_t* const pixels = image_->Row(static_cast<int>(y)) + channel_ * BytesOf(image_->type());
+  if (IsRgb8(frame_.type, header, stride)) {
+    JoinRgbRow({rows.y, rows.u, rows.v}, width, ShiftOf(header),
+               Offset(frame_.type, header) + rounding, pixels);
+  } else {
+    kJoin[static_cast<int>(frame_.type)](rows, width, frame_.type, header, rounding, stride,
+                                         pixels);
+  }
 }
 
 Status ToImage(const FrameHeader& frame, int channel, size_t threads, CodedPlane* plane,

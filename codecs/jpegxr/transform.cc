@@ -6,12 +6,14 @@
 #include <vector>
 
 #include "codecs/jpegxr/overlap.h"
-#include "codecs/jpegxr/overlap_operators.h"
 #include "codecs/jpegxr/quantizer.h"
+#include "codecs/jpegxr/wrapping.h"
 #include "zepjp.h"
 
 namespace zepcodec::jpegxr {
 namespace {
+
+using W = Wrapping;
 
 zepiSize SizeOf(const Window& window) {
   return {static_cast<int32_t>(window.width), static_cast<int32_t>(window.height)};
@@ -68,13 +70,15 @@ void ForEachValue(const Window& window, const Change& change) {
   }
 }
 
+// Sums and differences of four values; its own inverse.
 void Hadamard2x2(const Window& dcs, size_t y, size_t x) {
   int32_t* const row0 = dcs.Row(y) + x;
   int32_t* const row1 = dcs.Row(y + 1) + x;
-  W a = row0[0], b = row0[1], c = row1[0], d = row1[1];
-  Hadamard(a, b, c, d);
-  row0[0] = a.value;
-  row0[1] = b.value;
+  const W a = W(row0[0]) + row1[1], b = W(row0[1]) - row1[0];
+  const W half = (a - b) >> 1;
+  const W c = half - row1[1], d = half - row1[0];
+  row0[0] = (a - d).value;
+  row0[1] = (b + c).value;
   row1[0] = c.value;
   row1[1] = d.value;
 }
