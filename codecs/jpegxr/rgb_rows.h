@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The reversible colour transform (ITU-T T.832, 9.10) on rows of 8-bit RGB pixels, the usual kind of
-// picture. color.cc has the same for all other kinds.
+// The reversible colour transform (ITU-T T.832, 9.10) on rows of 8-bit RGB pixels, the usual kind
+// of picture. color.cc has the same for all other kinds.
 #ifndef ZEPJP_CODECS_JPEGXR_RGB_ROWS_H_
 #define ZEPJP_CODECS_JPEGXR_RGB_ROWS_H_
 
