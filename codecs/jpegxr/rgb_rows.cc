@@ -85,19 +85,26 @@ void Split(const uint8_t* pixels, size_t width, int shift, int32_t offset, uint8
   ForElements<kPixels, Span<1, 3>, Span<3, 4>>(&pixels, yuv, 0, width, step);
 }
 
-// The 32-bit groups of packing twice, [a0 b0 c0 d0 a1 b1 ...] by source and block, in order.
-HWY_INLINE V8 OrderQuarters(V8 v) {
-  if constexpr (kPixels == 16) {
-    return v;
-  } else {
-    alignas(64) int32_t order[kWords];
-    for (size_t i = 0; i < kWords; ++i) {
-      order[i] = static_cast<int32_t>(i % (kWords / 4) * 4 + i / (kWords / 4));
-    }
-    const auto words = hn::BitCast(D32(), v);
-    return hn::BitCast(D8(), hn::TableLookupLanes(words, hn::SetTableIndices(D32(), order)));
-  }
+// The 32-bit quarters [a0 b0 c0 d0 a1 b1 ...] that packing twice leaves, in order:
+// [a0 a1 ... b0 b1 ...].
+template <class T>
+HWY_INLINE hn::Vec128<T> OrderQuarters(hn::Vec128<T> v) {
+  return v;
 }
+#if HWY_TARGET <= HWY_AVX2
+template <class T>
+HWY_INLINE hn::Vec256<T> OrderQuarters(hn::Vec256<T> v) {
+  const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+  return hn::Vec256<T>{_mm256_permutevar8x32_epi32(v.raw, order)};
+}
+#endif
+#if HWY_TARGET <= HWY_AVX3
+template <class T>
+HWY_INLINE hn::Vec512<T> OrderQuarters(hn::Vec512<T> v) {
+  const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+  return hn::Vec512<T>{_mm512_permutexvar_epi32(order, v.raw)};
+}
+#endif
 
 HWY_INLINE V8 PackFour(const V32 (&v)[4], int shift) {
   V32 shifted[4];
