@@ -20,7 +20,7 @@ constexpr int32_t kMagnitude = 0x7FFFFFFF;
 constexpr uint64_t kMostHalves = 1 << 30;  // far above the coefficients of a picture
 
 // A magnitude in half steps. Coefficients of the region of interest were shifted above all others;
-// what is left below a whole half step counts as one half step.
+// a remainder below a half step counts as one half step.
 uint64_t Unshift(uint64_t halves, int roi_shift) {
   if (roi_shift == 0 || halves >> (roi_shift + 1) == 0) return halves;
   const uint64_t rest = halves & ((uint64_t{1} << roi_shift) - 1);

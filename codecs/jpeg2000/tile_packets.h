@@ -41,7 +41,7 @@ class TilePackets {
   };
   struct Outcome {
     // If the data ends after a packet and every precinct has some quality layers: their number. 0:
-    // all layers are there, or the messages tell what is missing.
+    // all layers are there, or the messages name the missing ones.
     int layers_found = 0;
   };
 

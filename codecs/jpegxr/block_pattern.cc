@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-// Which blocks of a macroblock have coded coefficients, as a bit for each block. What is coded is
-// the difference from a prediction, in one of three modes, which follow from recent macroblocks,
-// for luma and chroma on their own:
+// Which blocks of a macroblock have coded coefficients, as a bit for each block: its pattern. The
+// stream holds the difference from a predicted pattern. There are three predictions; recent
+// macroblocks decide which one is used, for luma and chroma on their own:
 //
-//   kNeighbours  each block is expected to be like an earlier block of the macroblock, the first one
-//                like the nearest block of the macroblock on the left or above
-//   kAsIs        few blocks are coded: none are expected
-//   kInverted    most blocks are coded: all are expected
+//   kNeighbours  each block is like an earlier block of the macroblock, the first one like the
+//                nearest block of the macroblock on the left or above
+//   kAsIs        no block is coded: recent macroblocks had few
+//   kInverted    all blocks are coded: recent macroblocks had many
 //
 // The difference is coded by quadrants of 2x2 blocks: an adaptive code for the number of quadrants
 // that are not 0, then for each of these the number of blocks and which ones.

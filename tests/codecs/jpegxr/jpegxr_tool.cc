@@ -5,8 +5,8 @@
 //   jpegxr_tool encode SAMPLES FILE size=WxH channels=N type=T [KEY=VALUE...]
 //
 // SAMPLES holds the pixels one after the other, wide samples lower byte first. T is 0 for 8 bits, 1
-// for 16, 2 and 3 for signed ones of 16 and 32, 4 for halves, 5 for floats. decode prints a line for
-// the picture, then the messages.
+// for 16, 2 and 3 for signed ones of 16 and 32, 4 for halves, 5 for floats. decode prints a line
+// for the picture, then the messages.
 #include <algorithm>
 #include <cstdio>
 #include <string>
