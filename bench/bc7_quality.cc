@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Speed against quality of BC7 encoding: one line for each mode, over all pictures (PPM) together.
 //   bc7_quality [--rows N] [--modes LIST] PICTURE.ppm ...
-// Prints: mode, millions of pixels per second of processor time, PSNR in dB (of the squared errors of all pictures
-// over R, G, B). --rows keeps the first N rows of each picture.
+// Prints the mode, millions of pixels per second of processor time, and the PSNR in dB over R, G, B
+// of all pictures together. --rows takes only the first N rows of each picture.
 #include <algorithm>
 #include <cmath>
 #include <cstdio>

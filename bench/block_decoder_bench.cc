@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Block decoding: all blocks of a picture's scan, one call each, into an array of blocks, against
-// libjpeg-turbo's reading of the same file's coefficients (its decoder of blocks cannot be reached
-// alone: headers, some 600 bytes, and the walk through its arrays of coefficients are in its time,
-// allocation of the arrays is in both).
+// Block decoding: all blocks of a picture's scan, one call each, into an array of blocks, beside
+// libjpeg-turbo's jpeg_read_coefficients() on the same file. Its block decoder cannot be called on
+// its own, so its time includes about 600 bytes of headers and the walk through its arrays of
+// coefficients; the allocation of arrays is in both times.
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -25,7 +25,7 @@ struct Component {
   int16_t last_dc = 0;
 };
 
-// False where a block fails.
+// False if a block fails.
 bool DecodeOurs(const CodedPicture& picture, Component (&components)[3], CodedBlock* to) {
   zepiDecodeHuffmanState state;
   zepiDecodeHuffmanStateInit_JPEG_8u(&state);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Block encoding: all blocks of a picture's scan, one call each, against libjpeg-turbo's kernel for a
-// block, and against its writing of the same coefficients to a file in memory (which also has the
-// headers, some 600 bytes, and the walk through its arrays of coefficients; both start from
-// quantized coefficients in natural order).
+// Block encoding: all blocks of a picture's scan, one call each, beside libjpeg-turbo's kernel for
+// a block, and beside its jpeg_write_coefficients() of the same picture to memory, whose time
+// includes about 600 bytes of headers and the walk through its arrays of coefficients. Both start
+// from quantized coefficients in natural order.
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -14,7 +14,7 @@
 #include "zepjp.h"
 
 extern "C" {
-// libjpeg-turbo's kernel and what it works on.
+// libjpeg-turbo's kernel and its state.
 struct RivalTable {
   unsigned code[256];
   char size[256];
@@ -43,7 +43,7 @@ using bench::TableLists;
 struct Tables {
   zepiEncodeHuffmanSpec dc, ac;
 };
-// Of luminance (index 0) or chrominance.
+// The table of luminance (index 0) or chrominance.
 Tables TablesOf(const CodedPicture& picture, int index) {
   Tables tables;
   const TableLists &dc = picture.dc[index != 0], &ac = picture.ac[index != 0];
@@ -114,7 +114,7 @@ size_t EncodeRival(const CodedPicture& picture, RivalComponent (&components)[3],
   return static_cast<size_t>(at - to->data());
 }
 
-// Both write the scan that libjpeg-turbo's encoder wrote.
+// Both sides write the same scan as libjpeg-turbo's encoder.
 void Verify(const CodedPicture& picture, const std::vector<uint8_t>& bytes, size_t count,
             size_t may_differ, const char* who) {
   const size_t want = picture.scan_end - picture.scan_begin;
@@ -157,7 +157,7 @@ void EncodeRivalBench(benchmark::State& state) {
   Report(state, picture);
 }
 
-// The coefficients as libjpeg-turbo keeps them, read once.
+// The coefficients in libjpeg-turbo's arrays, read once.
 class RivalCoefficients {
  public:
   explicit RivalCoefficients(const CodedPicture& picture) : to_(picture.file.size() + 4096) {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Code-blocks of 64 x 64 samples beside OpenJPEG. The samples are the wavelet coefficients of a picture like a
-// photograph (5/3, five levels); the rival is given them as a signed picture without further levels, so that
-// its whole call is code-block coding, except about a hundredth. Ours codes them as the same subband. `lossy`:
-// without the two lowest bits.
+// Code-blocks of 64 x 64 samples beside OpenJPEG. The samples are wavelet coefficients (5/3, five
+// levels) of a synthetic photograph. OpenJPEG gets them as a signed picture without wavelet levels,
+// so that about 99 % of its call is code-block coding; ours codes them as the same subband.
+// `lossy`: without the two lowest bits.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -19,7 +19,7 @@ constexpr int kSide = 1024, kBlock = 64, kBlocks = kSide / kBlock, kLevels = 5;
 constexpr size_t kSamples = size_t{kSide} * kSide;
 using Samples = std::vector<int32_t>;
 
-// Brownian motion in two dimensions by midpoints, some edges, the noise of a sensor.
+// A synthetic photograph: midpoint displacement in two dimensions, some edges, sensor noise.
 Samples Picture() {
   constexpr size_t kStep = kSide + 1;
   std::vector<int32_t> field(kStep * kStep);
@@ -53,7 +53,7 @@ Samples Picture() {
   return picture;
 }
 
-// A level of the 5/3 transform along one direction.
+// One level of the 5/3 transform along one direction.
 void Transform(int32_t* line, size_t count, size_t step) {
   Samples in(count);
   for (size_t i = 0; i < count; ++i) in[i] = line[i * step];
@@ -114,7 +114,7 @@ class Ours {
       zepiEncodeStoreBits_JPEG2K_1u(block.bytes.data(), &length, state_, &unfinished);
       block.bytes.resize(static_cast<size_t>(length));
       total += block.bytes.size();
-      block.bytes.reserve(1);  // so that there is an address
+      block.bytes.reserve(1);  // so that data() is not null
     }
     return total;
   }
@@ -150,7 +150,7 @@ class Ours {
     for (int i = 0; i < kBlocks * kBlocks; ++i) {
       decode(coded_[static_cast<size_t>(i)], At(&decoded_, i), state.data());
     }
-    // In steps the midpoints stay.
+    // Decoding in steps keeps the midpoints.
     constexpr auto kKept = static_cast<int32_t>(~((1u << (31 - kPlanes)) - 1));
     for (size_t i = 0; i < samples_.size(); ++i) {
       if ((decoded_[i] & kKept) != samples_[i] && (samples_[i] & 0x7FFFFFFF) != 0) return false;

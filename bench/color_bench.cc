@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Colour conversion and sampling beside libjpeg-turbo's kernels and a plain copy.
 //
-// Rows: <export>/<who>/<width>x<height>. 1024x8 stays in the first caches; 3840x2160 is in memory.
+// Rows: <export>/<who>/<width>x<height>. 1024x8 stays in the caches, 3840x2160 does not.
 #include <benchmark/benchmark.h>
 
 #include <cstring>
@@ -19,7 +19,7 @@ constexpr zepiSize k4K = {3840, 2160};
 constexpr zepiSize kSmall = {8, 1};
 constexpr int kSlack = 256;  // the rival pads rows to whole registers
 
-// An image of up to four channels and planes for it, as both sides want them.
+// An image of up to four channels and its planes, in the forms that both sides need.
 class Images {
  public:
   explicit Images(zepiSize size) : size_(size), interleaved_(Bytes(4) + kSlack), words_(Bytes(1)) {
@@ -95,7 +95,7 @@ void Register(const std::string& name, zepiSize size, const Work& work) {
   });
 }
 
-// Ours and, where there is one, the rival's.
+// Ours and the rival's function, if there is one.
 template <class Ours, class Rival>
 void Pair(const std::string& name, const std::vector<zepiSize>& sizes, const Ours& ours,
           const Rival& rival) {
@@ -227,7 +227,7 @@ void RegisterInverse() {
   });
 }
 
-// The rival's merged upsampling: two rows of pixels at once where chroma has half the height.
+// The rival's merged upsampling; it makes two rows of pixels at once if chroma has half the height.
 template <int kRows, bool kFourBytes>
 void RivalMerged(Images& m) {
   auto& rows = kFourBytes ? m.result_rows4 : m.result_rows3;
@@ -297,7 +297,7 @@ void RegisterOtherPixels() {
   Alone("zepiYCbCrToBGR565_JPEG_8u16u_P3C3R", packed(zepiYCbCrToBGR565_JPEG_8u16u_P3C3R));
 }
 
-// Throughput of sampling counts the larger side's samples.
+// The throughput of sampling counts the samples of the larger side.
 template <bool kVertical>
 void RivalDown(Images& m) {
   const auto width = static_cast<unsigned>(m.size().width);
@@ -314,7 +314,7 @@ void RivalUpH2V1(Images& m) {
                                  m.plane_rows[0].data(), &output);
 }
 
-// It reads a row of context on either side, so it gets the inner rows.
+// It reads one row above and below, so it gets the inner rows.
 void RivalUpH2V2(Images& m) {
   uint8_t** output = m.result_plane_rows[0].data();
   jsimd_h2v2_fancy_upsample_avx2(m.size().height, static_cast<unsigned>(m.size().width / 2),
@@ -351,7 +351,7 @@ void RegisterSampling() {
                                      m.results()[0], m.size().width, m.size());
       },
       RivalUpH2V2);
-  // A row at a time; the rival's functions take one as well as many.
+  // One row at a time; the rival's functions take any number of rows.
   const auto rows = [](Images& m, auto call) {
     for (int32_t y = 0; y + 2 <= m.size().height; ++y)
       call(m.plane_rows[0].data() + y, m.result_plane_rows[0][static_cast<size_t>(y)]);
@@ -386,7 +386,7 @@ void RegisterSampling() {
   });
 }
 
-// What memory allows: three bytes a pixel moved from here to there.
+// The limit of the memory: copying three bytes for each pixel.
 void RegisterCopies() {
   for (const zepiSize size : {kCached, k4K}) {
     Register("copy_3_bytes/rival", size, [](Images& m) {

@@ -2,8 +2,8 @@
 // The component transforms beside OpenJPEG's, which work on planes of 32-bit elements only: the
 // reversible one in integers, the irreversible one in floating point.
 //
-// Rows: <export>/<who>/<width>x<height>. 1024x4 stays in the cache, 2048x2048 is in memory. All
-// samples are 0, which a transform that is applied again and again leaves so.
+// Rows: <export>/<who>/<width>x<height>. 1024x4 stays in the cache, 2048x2048 does not. All samples
+// are 0, and stay 0 however often they are transformed in place.
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
@@ -23,8 +23,8 @@ namespace {
 
 constexpr zepiSize kSizes[] = {{1024, 4}, {2048, 2048}};
 
-// The rival wants planes at multiples of 16 bytes. Planes lie apart so that no store's address
-// equals a later load's in the low 12 bits.
+// The rival needs planes aligned to 16 bytes. The distance of planes is such that no store has the
+// same low 12 address bits as a later load.
 template <class T>
 class Image {
  public:
@@ -69,7 +69,7 @@ void Register(const std::string& name, Work work) {
   }
 }
 
-// Ours on elements of type T, the rival on its own type.
+// Ours on elements of type T, the rival's on its own type.
 template <class T, class Rival, class InPlace>
 void Pair(const std::string& name, InPlace in_place,
           void (*rival)(Rival*, Rival*, Rival*, size_t)) {
@@ -79,7 +79,7 @@ void Pair(const std::string& name, InPlace in_place,
   });
 }
 
-// The rival has nothing for interleaved pixels.
+// The rival has no function for interleaved pixels.
 template <class T, class Function>
 void ToPlanes(const std::string& name, Function function) {
   Register<T>(name + "/ours", [=](Image<T>& m) {

@@ -16,9 +16,9 @@ struct DcmtkPicture {
   std::vector<uint8_t> bytes;
 };
 
-// With Huffman tables made for the picture.
+// Encodes with Huffman tables made for the picture.
 std::vector<uint8_t> EncodeDcmtk(DcmtkPicture* picture, int predictor);
-// Into the bytes of a picture of known kind.
+// Decodes to the bytes of a picture of known size and depth.
 void DecodeDcmtk(std::vector<uint8_t>* file, DcmtkPicture* picture);
 
 }  // namespace rival

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The DCT family a block at a time, beside libjpeg-turbo's accurate (islow) kernels. Blocks are taken
-// in turn from a set that stays in the first caches.
+// The DCT family, one block at a time, beside libjpeg-turbo's accurate (islow) kernels. The blocks
+// come from a set that stays in the caches.
 #include <benchmark/benchmark.h>
 
 #include <cmath>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Coding of rows of differences: noise as a sensor of 12 bits leaves it, predicted from the left.
+// Coding of rows of differences: the noise of a 12-bit sensor, predicted from the left.
 //
-// Rows: <export>/ours/<components>. Bytes are the samples'.
+// Rows: <export>/ours/<components>, in bytes of samples.
 #include <benchmark/benchmark.h>
 
 #include <string>
@@ -13,7 +13,8 @@ namespace {
 
 constexpr int32_t kWidth = 4096;
 
-// A code for the categories 0 to 16: lengths 2, 3, 3, 3, 3, 3, 4, 5 and on, as in the example of T.81, K.3.
+// A code for the categories 0 to 16, with the lengths 2, 3, 3, 3, 3, 3, 4, 5, ... of the example in
+// ITU-T T.81, K.3.
 constexpr uint8_t kCounts[16] = {0, 1, 5, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 0, 0};
 constexpr uint8_t kCategories[16] = {4, 3, 5, 2, 6, 1, 7, 0, 8, 9, 10, 11, 12, 13, 14, 15};
 
@@ -25,7 +26,7 @@ struct Rows {
     for (int i = 0; i < 4; ++i) {
       samples[i].resize(kWidth);
       for (int16_t& sample : samples[i]) {
-        int32_t sum = 0;  // of four: near to a bell
+        int32_t sum = 0;  // of four numbers: close to a normal distribution
         for (int k = 0; k < 4; ++k) {
           random = random * 1664525U + 1013904223U;
           sum += static_cast<int32_t>(random >> 27);
@@ -72,7 +73,7 @@ void SetThroughput(benchmark::State& state, int32_t components) {
   state.SetItemsProcessed(static_cast<int64_t>(state.iterations()) * kWidth * components);
 }
 
-// One difference at a time.
+// Codes one difference at a time.
 void EncodeOnes(Rows& rows) {
   zepiEncodeHuffmanState state = {};
   int32_t position = 0;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Refinement bits of blocks with 1 to 6 bits for each coefficient, beside a plain loop over a reader and
-// a writer of bits that work as the standard describes them, a coefficient at a time.
+// Refinement bits of blocks with 1 to 6 bits for each coefficient, beside a plain loop that reads
+// and writes one coefficient at a time, like the description in the standard.
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr size_t kBlocks = 1 << 15;  // more than branches can be learnt by heart
+constexpr size_t kBlocks = 1 << 15;  // too many for branch predictors to remember
 constexpr uint8_t kPlaceOf[15] = {2, 1, 7, 8, 15, 12, 11, 4, 3, 5, 6, 13, 14, 9, 10};
 
 struct Stream {
@@ -56,7 +56,7 @@ class PlainWriter {
   uint32_t accumulator_ = 0, count_ = 0;
 };
 
-// Laplacian coefficients, of which about as many need refinement as in photographs.
+// Laplacian coefficients; the share that has refinement bits is like that of photographs.
 std::vector<int32_t> Coefficients(uint32_t m) {
   std::vector<int32_t> values(16 * kBlocks);
   uint32_t state = 1;

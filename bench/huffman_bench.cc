@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Scans of progressive JPEG and statistics, block by block over a picture's luminance.
+// Scans of progressive JPEG, and Huffman statistics, block by block over a picture's luminance.
 //
 // Rows: <export>/ours/<quality>, in blocks a second.
 #include <benchmark/benchmark.h>
@@ -24,7 +24,7 @@ std::vector<CodedBlock> Luminance(int quality) {
   return blocks;
 }
 
-// What the functions work on.
+// The state of the functions.
 struct Scan {
   // A code for every symbol.
   Scan() {
@@ -71,7 +71,8 @@ void Register(const std::string& name, const Work& work) {
   }
 }
 
-// Decodes what `encode` writes; before each block `start` makes of it what the scans before leave.
+// Decodes the output of `encode`; before each block, `start` sets it to the result of earlier
+// scans.
 template <class Encode, class Start, class Decode>
 void RegisterDecoder(const std::string& name, const Encode& encode, const Start& start,
                      const Decode& decode) {

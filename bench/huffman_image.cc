@@ -23,7 +23,7 @@ uint32_t Hash(uint32_t x, uint32_t y, uint32_t seed) {
   return h ^ (h >> 15);
 }
 
-// Smooth noise of one octave in -1..1.
+// One octave of smooth noise, from -1 to 1.
 double Noise(double x, double y, uint32_t seed) {
   const auto at = [seed](double cx, double cy) {
     return Hash(static_cast<uint32_t>(cx), static_cast<uint32_t>(cy), seed) / 2147483648.0 - 1.0;
@@ -36,7 +36,7 @@ double Noise(double x, double y, uint32_t seed) {
   return top * (1 - v) + bottom * v;
 }
 
-// Amplitudes fall with the frequency, as in photographs.
+// Octaves of noise; amplitudes fall with the frequency, like in photographs.
 double Fractal(double x, double y, uint32_t seed, int octaves) {
   double sum = 0, amplitude = 1, scale = 1.0 / 256;
   for (int i = 0; i < octaves; ++i, amplitude *= 0.55, scale *= 2) {
@@ -45,7 +45,7 @@ double Fractal(double x, double y, uint32_t seed, int octaves) {
   return sum;
 }
 
-// Regions of different roughness with sharp borders, soft light, a little grain.
+// Regions of different roughness with sharp borders, soft light and a little grain.
 Pixels SyntheticPhotograph(unsigned width, unsigned height) {
   Pixels picture{width, height, std::vector<uint8_t>(size_t{3} * width * height)};
   for (unsigned y = 0; y < height; ++y) {
@@ -127,7 +127,7 @@ TableLists Lists(const JHUFF_TBL& table) {
   return lists;
 }
 
-// One row of MCUs, each component's rows of blocks given.
+// Adds one row of MCUs, from the rows of blocks of each component.
 void AppendMcuRow(const jpeg_decompress_struct& jpeg, const std::vector<JBLOCKARRAY>& rows,
                   CodedPicture* picture) {
   const auto mcus = (jpeg.image_width + 15) / 16;

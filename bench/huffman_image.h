@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A picture's quantized coefficients, as both sides of the Huffman benchmarks get them.
+// The quantized coefficients of a picture, the input of both sides in the Huffman benchmarks.
 #ifndef ZEPJP_BENCH_HUFFMAN_IMAGE_H_
 #define ZEPJP_BENCH_HUFFMAN_IMAGE_H_
 
@@ -23,7 +23,7 @@ struct TableLists {
 
 // One scan of three components, 4:2:0, with the standard's example tables.
 struct CodedPicture {
-  std::vector<uint8_t> file;       // as libjpeg-turbo writes it
+  std::vector<uint8_t> file;       // written by libjpeg-turbo
   size_t scan_begin, scan_end;     // entropy-coded bytes of the file
   std::vector<CodedBlock> blocks;  // in the order of the scan
   std::vector<uint8_t> component;  // 0, 1 or 2 for each block

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Whole photographs: the JPEG 2000 example beside OpenJPEG, one core, in the same run.
+// Whole photographs: the JPEG 2000 codec beside OpenJPEG, one core, in the same run.
 //   jpeg2000_compare [--rounds N] FILE.jpg...
-// For each photograph without loss (5/3) and at 20:1 (9/7): times of encoding and decoding, where each side
-// decodes its own codestream, bytes and PSNR of what OpenJPEG decodes.
+// For each photograph, lossless (5/3) and at 20:1 (9/7): the times of encoding and decoding, where
+// each side decodes its own codestream; the bytes; and the PSNR as decoded by OpenJPEG.
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -125,7 +125,7 @@ void Compare(const std::string& path, bool is_lossless, int rounds) {
 
 int main(int argc, char** argv) {
   int rounds = 3;
-  zepSetNumThreads(1);  // for reading the photographs: its threads would wait busily
+  zepSetNumThreads(1);  // threads that read the photographs would keep spinning
   std::printf("%-28s %-8s %5s  %21s  %21s  %13s  %15s\n", "", "", "", "encode, ms", "decode, ms",
               "PSNR, dB", "size, kB");
   std::printf("%-28s %-8s %5s  %7s %7s %5s  %7s %7s %5s  %6s %6s  %7s %7s\n", "file", "", "Mpix",

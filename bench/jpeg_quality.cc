@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 // The quality of JPEG files at equal size: this project's encoder beside libjpeg-turbo's.
 //   jpeg_quality FILE.jpg...
-// Each picture is first reduced to half its size (means of 2 x 2 pixels), so that nothing is left of the blocks and
-// the quantization of the file that it comes from. libjpeg-turbo (accurate integer transform, 4:2:0) encodes it at
-// all qualities around the one that is looked at, which gives its PSNR as a function of the logarithm of the size,
-// linear in between. The result is our PSNR minus that of libjpeg-turbo at the same size, averaged over the pictures.
-// PSNR: over all samples of RGB, decoded by libjpeg-turbo.
+// Each picture is first reduced to half its size (means of 2 x 2 pixels), which removes traces of
+// the compression of its file. libjpeg-turbo (accurate integer transform, 4:2:0) encodes it at the
+// qualities around the given one; between these its PSNR is interpolated over the logarithm of the
+// size. The result is our PSNR minus that of libjpeg-turbo at the same size, averaged over the
+// pictures. PSNR is over all RGB samples, as decoded by libjpeg-turbo.
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -28,7 +28,7 @@ using libjpeg_codec::Bytes;
 using zepcodec::Picture;
 
 constexpr int kQualities[] = {20, 30, 40, 50, 75, 85, 90, 95};
-constexpr int kReach = 2;  // qualities of the peer on either side of ours
+constexpr int kReach = 2;  // qualities of the peer above and below ours
 constexpr jpeg::ForwardDct kTransforms[] = {jpeg::ForwardDct::kFast, jpeg::ForwardDct::kPrecise,
                                             jpeg::ForwardDct::kAutomatic};
 

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
-// Entropy coding of whole photographs: the JPEG example beside libjpeg-turbo, from file to coefficients and back, in
-// the same run.
+// Entropy coding of whole photographs: the JPEG codec beside libjpeg-turbo, from file to
+// coefficients and back, in the same run.
 //   jpeg_scans_compare [--rounds N] FILE.jpg...
-// For each photograph, with its own coefficients: a progressive file decoded and encoded, and a sequential one
-// encoded with the best tables, where the standard's tables are subtracted for what counting and tables take.
+// For each photograph, with its own coefficients: a progressive file is decoded and encoded, and a
+// sequential one is encoded with optimal tables; the time with the standard's tables is subtracted,
+// which leaves the time of counting and making tables.
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -32,7 +33,7 @@ void Require(const zepcodec::Status& status) {
   if (!status.ok()) throw std::runtime_error(status.text());
 }
 
-// Coefficients as libjpeg-turbo keeps them.
+// Coefficients in libjpeg-turbo's arrays.
 class RivalCoefficients {
  public:
   explicit RivalCoefficients(const Bytes& file) {

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-// Whole photographs: the JPEG XR example beside libjxr, one core, in the same run.
+// Whole photographs: the JPEG XR codec beside libjxr, one core, in the same run.
 //   jpegxr_compare [--rounds N] FILE.jpg...
-// For each photograph without loss, quantized, and quantized with halved chroma, one overlap: times of
-// encoding and of decoding (both decode our codestream), PSNR of either side's own file as libjxr decodes it, and
-// bytes.
+// For each photograph, lossless, quantized, and quantized with halved chroma, all with one stage of
+// overlap: the times of encoding and decoding (both decode our codestream); the PSNR of each side's
+// file, as decoded by libjxr; and the bytes.
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -61,7 +61,7 @@ struct Mode {
 constexpr Mode kModes[] = {
     {"lossless", 1, false}, {"quant. 444", kQuantizer, false}, {"quant. 420", kQuantizer, true}};
 
-// The codestream in one of our files.
+// The codestream in a file of ours.
 std::vector<uint8_t> CodestreamOf(const zepcodec::ByteBuffer& file) {
   const char signature[] = "WMPHOTO";
   const uint8_t* const end = file.data() + file.size();
@@ -119,7 +119,7 @@ void Compare(const std::string& path, const zepcodec::Picture& image, const Mode
 
 int main(int argc, char** argv) {
   int rounds = 3;
-  zepSetNumThreads(1);  // for reading the photographs: its threads would wait busily
+  zepSetNumThreads(1);  // threads that read the photographs would keep spinning
   std::printf("%-24s %-10s %5s  %21s  %21s  %13s  %15s\n", "", "", "", "encode, ms", "decode, ms",
               "PSNR, dB", "size, kB");
   std::printf("%-24s %-10s %5s  %7s %7s %5s  %7s %7s %5s  %6s %6s  %7s %7s\n", "file", "", "Mpix",

@@ -17,7 +17,7 @@ using Clock = std::chrono::steady_clock;
 
 double Seconds(Clock::duration time) { return std::chrono::duration<double>(time).count(); }
 
-// What looking at the clock takes.
+// The time of a call of the clock.
 double CostOfClock() {
   Clock::duration least = std::chrono::hours(1);
   for (int i = 0; i < 1000; ++i) {
@@ -29,7 +29,7 @@ double CostOfClock() {
 
 double in_highpass = 0, in_lowpass = 0;
 
-// The same function in the library.
+// The library's function of the same name.
 using CodeMacroblock = int (*)(void*, void*, int, int);
 CodeMacroblock Next(const char* name) {
   void* const symbol = dlsym(RTLD_NEXT, name);
@@ -129,7 +129,7 @@ void Codec::Decode() {
 
 }  // namespace rival
 
-// These stand before the functions of the library that they call.
+// These replace the library's functions of the same names, and call them.
 #define RIVAL_STAND_BEFORE(function, spent)                                                  \
   extern "C" __attribute__((visibility("default"))) int function(void* codec, void* context, \
                                                                  int column, int row) {      \

@@ -13,14 +13,14 @@ constexpr int kSide = 1024;  // of the picture
 
 class Codec {
  public:
-  // A grey picture; the index of its quantizer, 0: lossless.
+  // A grey picture; `quantizer` is an index, 0: lossless.
   Codec(std::vector<uint8_t> picture, int quantizer);
 
   // The stream has no refinement bits of the high-pass band.
   void Encode();
   void Decode();
 
-  // What the last call spent in the coder of a band.
+  // The time that the last call spent in the coder of each band.
   double highpass_seconds() const { return highpass_seconds_; }
   double lowpass_seconds() const { return lowpass_seconds_; }
 

@@ -20,7 +20,7 @@ void Require(bool good, const char* what) {
   if (!good) throw std::runtime_error(std::string("libjxr: ") + what);
 }
 
-// Rows of whole macroblocks, on the boundary that it works best on.
+// Rows of whole macroblocks, at the alignment that is fastest for it.
 class Rows {
  public:
   Rows(int width, int height)

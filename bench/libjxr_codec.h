@@ -16,7 +16,7 @@ struct JxrOptions {
 
 std::vector<uint8_t> EncodeJxr(const uint8_t* rgb, int width, int height,
                                const JxrOptions& options);
-// A bare codestream.
+// Encodes to a codestream without a container.
 std::vector<uint8_t> DecodeJxr(std::vector<uint8_t>* codestream, int width, int height);
 
 }  // namespace rival

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
-// Whole photographs: the lossless JPEG example beside dcmtk, one core, in the same run.
+// Whole photographs: the lossless JPEG codec beside dcmtk, one core, in the same run.
 //   ljpeg_compare [--rounds N] FILE.jpg...
-// For each photograph RGB of 8 bits, and its green with four bits of noise below as 12 bits of 16: times of
-// encoding and of decoding (both decode our file), and bytes. Both make tables for the picture.
+// For each photograph, as 8-bit RGB and as 12-bit grey (its green, with four bits of noise below):
+// the times of encoding and decoding (both decode our file), and the bytes. Both make tables for
+// the picture.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -96,7 +97,7 @@ void Compare(const std::string& path, const zepcodec::Picture& picture, int pred
 
 int main(int argc, char** argv) {
   int rounds = 3;
-  zepSetNumThreads(1);  // for reading the photographs: its threads would wait busily
+  zepSetNumThreads(1);  // threads that read the photographs would keep spinning
   std::printf("%-24s %-7s %1s %5s  %21s  %21s  %17s\n", "", "", "", "", "encode, ms", "decode, ms",
               "size, kB");
   std::printf("%-24s %-7s %1s %5s  %7s %7s %5s  %7s %7s %5s  %8s %8s\n", "file", "", "p", "Mpix",

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
-// Whole MCUs beside what libjpeg-turbo does for them: conversion of rows, reduction, conversion of samples to
-// blocks; back, samples from blocks, then conversion or merged upsampling of rows. (Its inverse DCT ends
-// with the former; here a loop of the same instructions does it.)
+// Whole MCUs beside the same work in libjpeg-turbo: conversion of rows, downsampling, samples to
+// blocks; in the other direction blocks to samples, then conversion or merged upsampling of rows.
+// (In libjpeg-turbo, blocks to samples is the end of the inverse DCT; here a loop of the same
+// instructions stands for it.)
 //
-// Rows: <export>/<who>/mcu. A megapixel's line of MCUs lies in the second cache.
+// Rows: <export>/<who>/mcu. A line of MCUs of a picture of a megapixel fits the second-level cache.
 #include <benchmark/benchmark.h>
 #include <emmintrin.h>
 
@@ -38,7 +39,7 @@ class Line {
     for (size_t y = 0; y < kRows; ++y) pixel_rows.push_back(&pixels[y * kStep]);
   }
 
-  // Rows of 4096 bytes would all fall into the same sets of a cache.
+  // Rows of 4096 bytes would all fall into the same cache sets.
   static constexpr int32_t kStep = 16 * kMcus * 4 + 192, kPlaneStep = 16 * kMcus + 256;
   static constexpr size_t kMcuValues = 256;
 
@@ -120,7 +121,7 @@ void RivalToBlocks(Line& line) {
   }
 }
 
-// A block's values plus 128, saturated, as its inverse DCT stores them.
+// The values of a block plus 128, saturated, as the rival's inverse DCT stores them.
 void SamplesOf(const int16_t* block, uint8_t** rows, size_t column) {
   const __m128i middle = _mm_set1_epi8(-128);
   for (size_t y = 0; y < 8; y += 2) {
@@ -156,7 +157,8 @@ void RivalToPixels(Line& line) {
   }
 }
 
-// A row of a function for MCUs of `columns` x `rows` blocks of Y, and of its rival where there is one.
+// The benchmark of a function for MCUs of `columns` x `rows` blocks of Y, and of its rival if there
+// is one.
 #define TO_BLOCKS(function, columns, rows, channels) \
   Register(#function "/ours", Pixels(columns, rows), ToBlocks(function, 8 * (columns), channels))
 #define TO_BLOCKS_AND_RIVAL(function, columns, rows, channels) \

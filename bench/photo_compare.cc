@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Whole photographs: the JPEG example beside libjpeg, one core, the same files in the same run.
+// Whole photographs: the JPEG codec beside libjpeg, one core, the same files in the same run.
 //   photo_compare [--rounds N] [--fast-dct] FILE.jpg...
-// Decoding is that of the file; encoding is that of its picture at quality 90, 4:2:0. Both sides use
-// accurate transforms. PSNR: of the encoded picture, decoded by libjpeg, against what was encoded.
+// Both decode the file, and encode its picture at quality 90, 4:2:0, with accurate transforms. The
+// PSNR is that of the encoded picture, as decoded by libjpeg.
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -37,7 +37,7 @@ void SetErrors(Info* info, jpeg_error_mgr* errors) {
   errors->error_exit = ThrowError;
 }
 
-// The peer, in the form that costs it least: rows straight into the picture, many at a time.
+// The peer in its fastest form: many rows at a time, directly into the picture.
 void RivalDecode(const uint8_t* file, size_t size, zepcodec::Picture* image) {
   jpeg_decompress_struct info;
   jpeg_error_mgr errors;
@@ -65,7 +65,8 @@ void RivalDecode(const uint8_t* file, size_t size, zepcodec::Picture* image) {
   jpeg_destroy_decompress(&info);
 }
 
-// Memory that is large enough is handed over, as it is kept from round to round on our side.
+// Passes in memory that is large enough, because our side also keeps its memory from round to
+// round.
 void RivalEncode(const zepcodec::Picture& image, zepcodec::ByteBuffer* file) {
   jpeg_compress_struct info;
   jpeg_error_mgr errors;

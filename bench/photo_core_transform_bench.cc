@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The photo core transform beside the transforms of one block of libjxr, which take 16 contiguous 32-bit
-// integers: as many calls as the area has blocks, on memory that already lies as they want it. It has none
-// for 16 bits or floating point: the same stands beside those.
+// The photo core transform beside libjxr's transform of one block, which takes 16 contiguous 32-bit
+// integers: one call for each block of the area, on memory in that order. libjxr has no transforms
+// of 16-bit integers or floats, so the same one is the rival of those.
 #include <benchmark/benchmark.h>
 
 #include <cstring>
@@ -18,7 +18,7 @@ void strIDCT4x4Stage1(int* block);
 
 namespace {
 
-constexpr int kSide = 128;  // of a region; it stays in the first-level cache or the second
+constexpr int kSide = 128;  // of a region, which fits the first or second-level cache
 
 template <class T>
 std::vector<T> Samples(size_t count) {
@@ -35,7 +35,7 @@ void Report(benchmark::State& state, int elements) {
   state.SetItemsProcessed(static_cast<int64_t>(state.iterations()) * elements);
 }
 
-// Integers may wrap as they like; floats would grow to infinity, so they start anew (which counts).
+// Integers may wrap; floats would grow to infinity, so they are reset, and the time of that counts.
 template <class T, class Call>
 void Ours(benchmark::State& state, Call call, int width, int height) {
   const auto count = static_cast<size_t>(width * height);

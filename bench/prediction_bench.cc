@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Prediction rows of lossless JPEG beside a plain copy, which is what memory allows.
+// Prediction of rows in lossless JPEG beside a plain copy, the limit of the memory.
 //
-// Rows: <export>/<who>/<predictor>; the row of 4096 samples stays in the first cache.
+// Rows: <export>/<who>/<predictor>; the row of 4096 samples stays in the first-level cache.
 #include <benchmark/benchmark.h>
 
 #include <cstring>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The texture family on a picture of 2048 x 2048 pixels, beside the encoders of stb_dxt and the decoder
-// of libsquish, block by block, and a fill of the memory that decoding writes. (stb_dxt has no DXT3: its
-// DXT5 stands beside ours.)
+// The texture family on a picture of 2048 x 2048 pixels, beside the encoders of stb_dxt and the
+// decoder of libsquish, block by block, and beside a fill of the memory that decoding writes.
+// (stb_dxt has no DXT3; its DXT5 is compared with ours.)
 #include <benchmark/benchmark.h>
 
 #include <cmath>
@@ -27,7 +27,7 @@ constexpr int kSide = 2048;
 constexpr size_t kPixels = size_t{kSide} * kSide;
 constexpr zepiSize kSize = {kSide, kSide};
 
-// Soft shapes with some noise, in any number of channels.
+// Smooth shapes with some noise, in any number of channels.
 std::vector<uint8_t> Picture(int channels) {
   std::vector<uint8_t> picture(kPixels * static_cast<size_t>(channels));
   uint32_t state = 1;
@@ -61,7 +61,7 @@ void EncodeOurs(benchmark::State& state, EncodeFunction* encode, int channels, s
   Report(state);
 }
 
-// Blocks are gathered first, as a caller of these encoders has to.
+// Gathers the pixels of a block first, which callers of these encoders have to do.
 void EncodeRival(benchmark::State& state, RivalEncode encode, int channels, size_t block) {
   const std::vector<uint8_t> picture = Picture(channels);
   std::vector<uint8_t> blocks(kPixels / 16 * block);
@@ -94,7 +94,7 @@ void DecodeOurs(benchmark::State& state, EncodeFunction* encode, DecodeFunction*
   Report(state);
 }
 
-// It makes RGBA of any blocks.
+// It decodes all kinds of blocks to RGBA.
 void DecodeRival(benchmark::State& state, EncodeFunction* encode, int channels, int flags,
                  size_t block) {
   std::vector<uint8_t> picture = Picture(channels);
@@ -124,7 +124,7 @@ void Dxt5Rival(uint8_t* block, const uint8_t* pixels) {
   stb_compress_dxt_block(block, pixels, 1, STB_DXT_NORMAL);
 }
 
-// It has no Y Co Cg: the pixels are rearranged first.
+// It has no YCoCg, so the channels are rearranged first.
 void YCoCgRival(uint8_t* block, const uint8_t* pixels) {
   uint8_t rgba[64];
   for (int i = 0; i < 16; ++i, pixels += 3) {

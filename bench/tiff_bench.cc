@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// TIFF rows beside libtiff, which codes strips of a file in memory: one strip of 64 rows of 4096 bytes, so that
-// its whole calls are PackBits, except about a hundredth.
+// TIFF rows beside libtiff, which codes one strip of 64 rows of 4096 bytes in a file in memory, so
+// that about 99 % of its time is PackBits.
 //
 // Rows: <export>/<who>/<picture>: noise, a drawing, a photograph's grey.
 #include <benchmark/benchmark.h>
@@ -153,7 +153,7 @@ void UnpackRival(benchmark::State& state, Picture picture) {
   SetThroughput(state);
 }
 
-// Samples, and as many bytes of both kinds.
+// Samples, and the same number of high and low bytes.
 void SplitOurs(benchmark::State& state) {
   const std::vector<uint16_t> src(kBytes / 2, 0x1234);
   Bytes dst(kBytes);

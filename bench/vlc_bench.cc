@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
-// Coding of the coefficients of a grey picture beside libjxr. The rival encodes and decodes the whole
-// picture without refinement bits; what its coders of a macroblock's high-pass and low-pass band take is
-// measured by standing between them and their callers in the same library. Ours codes the same
-// coefficients, block by block. The rival's times include what our callers code themselves: the pattern
-// of coded blocks (high-pass), a bit and the refinement of fifteen values (low-pass).
+// Coding of the coefficients of a grey picture beside libjxr. The rival encodes and decodes the
+// whole picture without refinement bits; the time in its coders of high-pass and low-pass bands is
+// measured by functions that replace them inside the library and call them. Ours codes the same
+// coefficients, block by block. The rival's times include parts that our callers code themselves:
+// the pattern of coded blocks (high-pass), and a bit and the refinement of fifteen values
+// (low-pass).
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -20,10 +21,10 @@
 namespace {
 
 using rival::kSide;
-constexpr int kBlocks = kSide / 16;  // macroblocks in a row, and rows of them
+constexpr int kBlocks = kSide / 16;  // macroblocks in a row, and rows of macroblocks
 
-// A portable grey map of the right size from the environment variable ZEPJP_BENCH_GREY, or Brownian
-// motion in two dimensions by midpoints, with some edges and the noise of a sensor.
+// The binary PGM file of this size that the environment variable ZEPJP_BENCH_GREY names, or a
+// synthetic photograph: midpoint displacement in two dimensions, some edges, sensor noise.
 std::vector<uint8_t> Picture() {
   std::vector<uint8_t> picture(size_t{kSide} * kSide);
   if (const char* name = std::getenv("ZEPJP_BENCH_GREY")) {
@@ -68,7 +69,7 @@ std::vector<uint8_t> Picture() {
   return picture;
 }
 
-// Where the transform leaves raster frequency f = 4 v + u.
+// The place of raster frequency f = 4 v + u after the transform.
 constexpr int kRow[16] = {0, 0, 0, 1, 2, 3, 3, 2, 1, 0, 1, 1, 3, 3, 2, 2};
 constexpr int kColumn[16] = {0, 2, 1, 3, 0, 3, 0, 3, 0, 3, 1, 2, 1, 2, 1, 2};
 
@@ -90,7 +91,7 @@ int32_t* BlockAt(Macroblock* macroblock, int row, int column) {
   return &macroblock->values[4 * row][4 * column];
 }
 
-// The second stage; it gives the orientation.
+// The second stage; it determines the orientation.
 uint32_t TransformLow(Macroblock* macroblock, int32_t step) {
   int32_t low[4][4];
   for (int y = 0; y < 4; ++y) {
@@ -138,7 +139,7 @@ Macroblock Transform(const uint8_t* pixels, int32_t step) {
   return macroblock;
 }
 
-// The standard's model of how many bits of fixed length coefficients have.
+// The standard's model of the number of refinement bits.
 class ModelBits {
  public:
   ModelBits(int bits, uint32_t weight) : weight_(weight), bits_(bits) {}
@@ -230,7 +231,7 @@ class Ours {
     acc_ = count_ = 0;
   }
 
-  // What a coder does around the blocks of a macroblock.
+  // The work of a coder around the blocks of a macroblock.
   template <class Code>
   void ForMacroblocks(const Code& code) {
     Begin();
@@ -275,7 +276,7 @@ class Ours {
     });
   }
 
-  // Whether decoding gives what was coded.
+  // Whether decoding returns the coefficients.
   bool IsRight() {
     const uint8_t* src = stream_.data();
     bool is_right = true;
@@ -334,7 +335,7 @@ class Ours {
   uint32_t acc_ = 0, count_ = 0;
 };
 
-// Low-pass coefficients: one block for each macroblock or, as chroma, the first 6 or 14 values in order.
+// Low-pass coefficients: one block for each macroblock or, for chroma, its first 6 or 14 values.
 enum class Format { k420, k422, k444 };
 class Lowpass {
  public:

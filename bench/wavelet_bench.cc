@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Five levels of the wavelets on 2048 x 2048 samples, each level on the low quadrant of the one before, beside
-// OpenJPEG's transforms of the same component (5/3 in 32-bit integers, 9/7 in float). With whole tiles, with
-// passes along columns and rows (in bands of rows, borders filled by the caller), and with columns lifted
-// row by row.
+// Five levels of the wavelets on 2048 x 2048 samples, each level on the low quadrant of the one
+// before, beside OpenJPEG's transforms of the same component (5/3 in 32-bit integers, 9/7 in
+// floats): as whole tiles, as passes along columns and rows (in bands of rows, with borders filled
+// by the caller), and with columns lifted row by row.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -14,7 +14,8 @@
 #include "zepjp.h"
 
 extern "C" {
-// What OpenJPEG's transforms look at: the rectangles of the resolutions, the samples, the thread pool.
+// The input of OpenJPEG's transforms: the rectangles of the resolutions, the samples, the thread
+// pool.
 struct RivalResolution {
   int32_t x0, y0, x1, y1;
   uint32_t precincts[2], band_count;
@@ -78,7 +79,7 @@ void Report(benchmark::State& state) {
                           static_cast<int64_t>(kSamples));
 }
 
-// What is transformed in place over and over would not stay a picture.
+// Restores the picture, which repeated transforms in place would destroy.
 template <class T>
 void Renew(benchmark::State& state, const std::vector<T>& picture, std::vector<T>& data) {
   state.PauseTiming();
@@ -128,7 +129,7 @@ int32_t StepOf(int width) {
   return width * static_cast<int32_t>(sizeof(T));
 }
 
-// In place: levels on the upper left quadrants of one another.
+// In place: each level works on the upper left quadrant of the one before.
 template <class T>
 using InPlace = zepStatus (*)(T*, int32_t, const zepiRect*, uint8_t*);
 
@@ -149,7 +150,8 @@ void RunInPlace(benchmark::State& state, InPlace<T> transform, bool forward) {
   Report(state);
 }
 
-// With planes: those of a level, in memory of their own; plane 0 of each is what the next one works on.
+// With planes: each level has planes in memory of their own; its plane 0 is the input of the next
+// level.
 template <class T>
 struct Level {
   int side;
@@ -174,7 +176,7 @@ template <class T>
 std::vector<std::unique_ptr<Level<T>>> MakeLevels() {
   std::vector<std::unique_ptr<Level<T>>> levels;
   for (int i = 0; i < kLevels; ++i) levels.push_back(std::make_unique<Level<T>>(kSide >> i));
-  for (size_t i = 1; i < kLevels; ++i) {  // the low plane of one is the picture of the next
+  for (size_t i = 1; i < kLevels; ++i) {  // the low plane of a level is the picture of the next
     levels[i - 1]->pointers[0] = levels[i]->samples.data();
     levels[i - 1]->const_pointers[0] = levels[i]->samples.data();
   }
@@ -218,7 +220,8 @@ void RunFromPlanes(benchmark::State& state, FromPlanes<T> transform) {
   Report(state);
 }
 
-// Passes: pictures with borders of eight on all sides, which are filled by mirroring before a pass.
+// Passes: pictures with borders of eight samples on all sides, which are filled by mirroring before
+// a pass.
 constexpr int kBorder = 8;
 
 template <class T>
@@ -238,7 +241,7 @@ class Bordered {
   int width() const { return width_; }
   int height() const { return height_; }
 
-  // Mirrors about the ends: about samples where `at_start` or `at_end` is 0, between them where it is 1.
+  // Mirrors at the ends: about the last sample if `at_start` or `at_end` is 0, beyond it if 1.
   void MirrorRows(int at_start, int at_end) {
     const size_t bytes = static_cast<size_t>(width_) * sizeof(T);
     for (int i = 1; i <= 4; ++i) {
@@ -262,7 +265,7 @@ class Bordered {
   std::vector<T> data_;
 };
 
-// One level for passes; `low` and `high` hold a band of rows between the two directions.
+// One level of passes; `low` and `high` hold a band of rows between the two directions.
 template <class T>
 struct PassLevel {
   explicit PassLevel(int side)
@@ -299,7 +302,7 @@ using Split = zepStatus (*)(const T*, int32_t, T*, int32_t, T*, int32_t, zepiSiz
 template <class T>
 using Join = zepStatus (*)(const T*, int32_t, const T*, int32_t, zepiSize, T*, int32_t, int32_t);
 
-// The rows of a band, their columns done, to the planes.
+// Transforms the rows of a band, whose columns are done, to the planes.
 template <class T>
 void SplitBand(PassLevel<T>& level, Bordered<T>& ll, Split<T> rows, int first, int pairs) {
   const zepiSize size = {level.half, pairs};
@@ -330,7 +333,7 @@ void RunSplits(benchmark::State& state, Split<T> columns, Split<T> rows) {
   Report(state);
 }
 
-// Rows `first` to `end` - 1 of the planes to those of `low` and `high`, from row `to` on.
+// Transforms the rows `first` to `end` - 1 of the planes to rows of `low` and `high` from `to` on.
 template <class T>
 void JoinBand(PassLevel<T>& level, Bordered<T>& ll, Join<T> rows, int first, int end, int to) {
   for (Bordered<T>* plane : {&ll, &level.lh}) plane->MirrorColumns(first, end, 0, 1);
@@ -363,7 +366,7 @@ void RunJoins(benchmark::State& state, Join<T> columns, Join<T> rows) {
   Report(state);
 }
 
-// Row by row: rows of a ring take the place of the band.
+// Row by row: a ring of rows replaces the band.
 template <class T>
 using Lift53 = zepStatus (*)(const T*, const T*, const T*, T*, const T*, T*, int32_t);
 template <class T>

@@ -2,7 +2,7 @@
 #include "codecs/api/encode.h"
 
 #include <algorithm>
-#include <cstdlib>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <utility>
@@ -72,17 +72,27 @@ Status CheckDepth(const Picture& picture) {
   return Status();
 }
 
-// The caller's rows without gaps, red first.
-Status TakePixels(const zepcPixels& pixels, const Form& form, Picture* picture) {
-  const bool is_unsigned =
-      form.format.type == SampleType::kU8 || form.format.type == SampleType::kU16;
+// Whether a picture can have the caller's pixels as they are: rows without gaps, red first.
+bool IsPicture(const zepcPixels& pixels, const PixelFormat& format) {
+  const size_t row_bytes = static_cast<size_t>(pixels.width) * format.BytesPerPixel();
+  const auto address = reinterpret_cast<uintptr_t>(pixels.data);
+  return pixels.stride == row_bytes && !format.is_bgr &&
+         address % static_cast<size_t>(BytesOf(format.type)) == 0;
+}
+
+Status TakePixels(const zepcPixels& pixels, const PixelFormat& format, Picture* picture) {
+  const auto* const data = static_cast<const uint8_t*>(pixels.data);
+  if (IsPicture(pixels, format)) {
+    const bool fits =
+        picture->Borrow(data, pixels.width, pixels.height, format.layout, format.type, format.bits);
+    return fits ? CheckDepth(*picture) : Status::NoMemory();
+  }
+  const bool is_unsigned = format.type == SampleType::kU8 || format.type == SampleType::kU16;
   const bool has_memory =
-      is_unsigned
-          ? picture->Resize(pixels.width, pixels.height, form.format.layout, form.format.bits)
-          : picture->Resize(pixels.width, pixels.height, form.format.layout, form.format.type);
+      is_unsigned ? picture->Resize(pixels.width, pixels.height, format.layout, format.bits)
+                  : picture->Resize(pixels.width, pixels.height, format.layout, format.type);
   if (!has_memory) return Status::NoMemory();
-  const ConstPixels from = {static_cast<const uint8_t*>(pixels.data), pixels.stride, pixels.width,
-                            pixels.height, form.format};
+  const ConstPixels from = {data, pixels.stride, pixels.width, pixels.height, format};
   if (Status status = Convert(from, {}, PixelsOf(picture)); !status.ok()) return status;
   return CheckDepth(*picture);
 }
@@ -107,7 +117,7 @@ zepcStatus EncodePixels(const zepcPixels& pixels, const zepcEncodeOptions& optio
   }
   if (const zepcStatus bad = CheckMetadata(options.metadata); bad != zepcStatusOk) return bad;
   Picture picture;
-  if (Status status = TakePixels(pixels, form, &picture); !status.ok()) {
+  if (Status status = TakePixels(pixels, form.format, &picture); !status.ok()) {
     return StatusOf(status, zepcStatusBadArgument);
   }
   picture.metadata() = MetadataOf(options.metadata);
@@ -165,12 +175,9 @@ Metadata MetadataOf(const zepcMetadata* given) {
   return metadata;
 }
 
-zepcStatus HandOut(const ByteBuffer& bytes, void** file, size_t* file_size) {
-  void* const copy = std::malloc(std::max<size_t>(bytes.size(), 1));
-  if (copy == nullptr) return Fail(zepcStatusNoMemory, "not enough memory");
-  std::memcpy(copy, bytes.data(), bytes.size());
-  *file = copy;
-  *file_size = bytes.size();
+zepcStatus HandOut(ByteBuffer* bytes, void** file, size_t* file_size) {
+  *file_size = bytes->size();
+  *file = bytes->Release();
   return zepcStatusOk;
 }
 
@@ -186,7 +193,7 @@ zepcStatus zepcEncode(const zepcPixels* pixels, const zepcEncodeOptions* options
     zepcodec::ByteBuffer bytes;
     const zepcStatus status =
         api::EncodePixels(api::Complete(pixels), api::Complete(options), &bytes);
-    return status == zepcStatusOk ? api::HandOut(bytes, file, file_size) : status;
+    return status == zepcStatusOk ? api::HandOut(&bytes, file, file_size) : status;
   });
 }
 
@@ -209,4 +216,4 @@ zepcStatus zepcEncodeTo(const zepcPixels* pixels, const zepcEncodeOptions* optio
   });
 }
 
-void zepcFree(void* file) { std::free(file); }
+void zepcFree(void* file) { delete[] static_cast<uint8_t*>(file); }

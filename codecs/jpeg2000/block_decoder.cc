@@ -1,4 +1,11 @@
 // SPDX-License-Identifier: MIT
+// The library decodes to sign and magnitude with midpoint reconstruction: one extra plane at the
+// bottom holds the half step, so magnitudes are counted in half steps here. The decoder has 31
+// planes. A block can have more with a region of interest (up to 37 more, by its shift); then the
+// lowest planes are not decoded, and magnitudes are widened to 64 bits until the shift is undone.
+//
+// Values are stored where the wavelet reads them: integers for the reversible path, reals times the
+// quantizer step for the irreversible one.
 #include "codecs/jpeg2000/block_decoder.h"
 
 #include <algorithm>
@@ -10,10 +17,10 @@ constexpr int kConceal = 0x10000;
 constexpr int kKeepMidpoints = 0x40000;
 constexpr int kMostDecodedPlanes = 31;
 constexpr int32_t kMagnitude = 0x7FFFFFFF;
-constexpr uint64_t kMostHalves = 1 << 30;  // far beyond what a picture gives
+constexpr uint64_t kMostHalves = 1 << 30;  // far above the coefficients of a picture
 
-// A magnitude in half steps. Samples of the region of interest were shifted above all others; what lies
-// between two of their values is again half a step.
+// A magnitude in half steps. Coefficients of the region of interest were shifted above all others;
+// a remainder below a half step counts as one half step.
 uint64_t Unshift(uint64_t halves, int roi_shift) {
   if (roi_shift == 0 || halves >> (roi_shift + 1) == 0) return halves;
   const uint64_t rest = halves & ((uint64_t{1} << roi_shift) - 1);
@@ -40,7 +47,7 @@ void BlockDecoder::Store(const BlockJob& job, T* to, const Value& value) const {
   }
 }
 
-// `lost` planes lie below the decoded ones.
+// `lost`: the number of planes below the decoded ones.
 void BlockDecoder::Dequantize(const BlockJob& job, int lost) const {
   const auto scale = static_cast<float>(job.quantizer_step / 2);
   const bool is_plain = lost == 0 && job.roi_shift == 0;
@@ -72,12 +79,12 @@ void BlockDecoder::Gather(const CodedBlock::Kept& block, int most_passes) {
     passes_ = std::min(passes_ + segment.passes, most_passes);
     lengths_.push_back(static_cast<int32_t>(segment.length));
   }
-  bytes_.push_back(0);  // so that there is a pointer to it
+  bytes_.push_back(0);  // the library wants a pointer, also for no bytes
 }
 
 bool BlockDecoder::Decode(const BlockJob& job) {
-  // One plane more, for the half steps. Passes beyond the planes are ignored: some encoders write
-  // them.
+  // One extra plane for the half steps. Some encoders write more passes than the planes have; these
+  // are ignored.
   const int planes = job.most_planes - job.block->zero_planes + 1;
   const int decoded = std::min(planes, kMostDecodedPlanes);
   const int coded = std::min(planes - 1, decoded);

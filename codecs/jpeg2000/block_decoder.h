@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Decodes code-blocks and dequantizes their coefficients, in the place where the wavelet wants them.
+// Decodes code-blocks, and stores their dequantized coefficients where the wavelet reads them.
 #ifndef ZEPJP_CODECS_JPEG2000_BLOCK_DECODER_H_
 #define ZEPJP_CODECS_JPEG2000_BLOCK_DECODER_H_
 
@@ -16,15 +16,15 @@ struct BlockJob {
   const CodedBlock* block;
   int orientation;
   int style;
-  int most_planes;  // with the shift of the region of interest
+  int most_planes;  // includes the shift of the region of interest
   int roi_shift;
   bool reversible;
   double quantizer_step;
   zepiSize size;
-  // Where the coefficients go: which plane and where in it ...
+  // Where the coefficients go: the component and the place in its plane ...
   size_t component;
   int64_t x, y;
-  // ... and so one of the two, and how far its rows lie apart.
+  // ... which gives one of these two pointers, and the distance of its rows in elements.
   int32_t* integers;
   float* reals;
   int64_t row_step;
@@ -34,7 +34,7 @@ class BlockDecoder {
  public:
   // For blocks of up to this size.
   explicit BlockDecoder(zepiSize most);
-  // False: a damaged part was left out.
+  // False: damaged passes were left out.
   bool Decode(const BlockJob& job);
 
  private:

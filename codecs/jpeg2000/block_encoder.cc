@@ -1,4 +1,13 @@
 // SPDX-License-Identifier: MIT
+// Coefficients become magnitudes of up to 31 bits and a sign: integers of the reversible path as
+// they are, reals divided by the quantizer step. Magnitudes are shifted so that the highest plane
+// of the band is always bit 30; on the irreversible path the bits below the coded planes hold the
+// fraction of a step, which only counts for the distortion.
+//
+// The library codes all passes, and tells the length and the squared error after each. A block can
+// be truncated after any pass, but only truncations on the convex hull of distortion over length
+// are worth considering: with falling slopes (distortion removed per byte), one threshold for the
+// whole picture gives the best use of its bytes (rate_control.cc).
 #include "codecs/jpeg2000/block_encoder.h"
 
 #include <algorithm>
@@ -15,8 +24,7 @@ constexpr int kMagnitudeBits = 31;
 constexpr int32_t kSign = std::numeric_limits<int32_t>::min();
 constexpr float kMostMagnitude = 0x7FFFFF80;  // the largest below 2^31
 
-// Keeps the cuts on the convex hull of distortion over length: each removes less for a byte than the one
-// before, so that a slope alone tells how far to go.
+// Keeps the cuts on the convex hull: each removes less distortion per byte than the one before it.
 void AddToHull(EncodedBlock::Cut cut, std::vector<EncodedBlock::Cut>* hull) {
   while (true) {
     const bool is_first = hull->empty();
@@ -92,7 +100,7 @@ void BlockEncoder::Encode(const BlockSource& source, EncodedBlock* block) {
   StoreBytes(block);
   for (int32_t pass = 0; pass < passes; ++pass) {
     const size_t length = block->pass_ends[size_t(pass)];
-    // With a byte of 90 or more behind it, FF would look like a marker.
+    // FF followed by a byte of 90 or more would look like a marker.
     if (length > 0 && block->bytes[length - 1] == 0xFF) continue;
     double distortion = 0;
     zepiEncodeGetDist_JPEG2K(state_, pass, &distortion);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Quantizes and codes code-blocks, and finds the places where they are best cut.
+// Quantizes and codes code-blocks, and finds the places where they can be truncated.
 #ifndef ZEPJP_CODECS_JPEG2000_BLOCK_ENCODER_H_
 #define ZEPJP_CODECS_JPEG2000_BLOCK_ENCODER_H_
 
@@ -12,7 +12,7 @@
 namespace zepcodec::jpeg2000 {
 
 struct BlockSource {
-  // Where the coefficients are, one of the two, and how far its rows lie apart.
+  // The coefficients: one of the two pointers, and the distance of its rows in elements.
   const int32_t* integers;
   const float* reals;
   int64_t row_step;
@@ -21,7 +21,7 @@ struct BlockSource {
   int style;
   int most_planes;
   double quantizer_step;
-  double weight;  // squared error in the picture for that of one step
+  double weight;  // squared error in the picture for an error of one step
 };
 
 class BlockEncoder {

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
-// What decoding a tile may cost. A small file can announce a large amount of bookkeeping: precincts
-// of one sample, code-blocks of 16, changes of order that go through all packets again. Decoding in
-// full what honest encoders write stays far below these limits; what goes beyond them is stopped.
+// The most that decoding a tile may cost. A small file can announce a large amount of bookkeeping:
+// precincts of one sample, code-blocks of 16 samples, changes of order that go through all packets
+// again. Files of ordinary encoders stay far below these limits; decoding stops where a file
+// exceeds them.
 //
 // Each tile has an allowance of its own, so that the result does not depend on which thread is
 // faster. The allowances of all tiles together are the limit of the picture.
@@ -19,24 +20,23 @@ constexpr int64_t kWorkForSample = 4;
 // Costs of single steps.
 constexpr int64_t kWorkOfResolution = 16;  // its geometry
 constexpr int64_t kWorkOfPrecinct = 4;     // its state
-constexpr int64_t kWorkOfPlace =
-    16;                              // a precinct's place in the order of packets, sorting included
-constexpr int64_t kWorkOfBlock = 3;  // in a packet that is not empty
+constexpr int64_t kWorkOfPlace = 16;       // place in the order of packets, with sorting
+constexpr int64_t kWorkOfBlock = 3;        // in a packet that is not empty
 constexpr int64_t kWorkOfHeaderByte = 4;
 
-// Memory for bookkeeping, in bytes, of each tile in work.
+// Memory for the bookkeeping of each tile that is being decoded, in bytes.
 constexpr int64_t kFreeMemory = int64_t{1} << 24;
 constexpr int64_t kMemoryForByte = 1024;
 constexpr int64_t kMemoryForSample = 4;
 
 class Budget {
  public:
-  // For one of `tiles` tiles, with `bytes` of data and `samples` samples.
+  // The allowance of one of `tiles` tiles, with `bytes` bytes of data and `samples` samples.
   Budget(int64_t bytes, int64_t samples, int64_t tiles)
       : work_(kFreeWork / tiles + kWorkForByte * bytes + kWorkForSample * samples),
         memory_left_(kFreeMemory + kMemoryForByte * bytes + kMemoryForSample * samples) {}
 
-  // False: more than there is; the work must not be done.
+  // Takes work from the allowance. False: not enough is left, and the work must not be done.
   [[nodiscard]] bool Work(int64_t units) {
     if (units > work_ - worked_) return false;
     worked_ += units;

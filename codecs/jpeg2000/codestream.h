@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the marker segments of a codestream say (ITU-T T.800, Annex A).
+// The contents of the marker segments of a codestream (ITU-T T.800, Annex A).
 #ifndef ZEPJP_CODECS_JPEG2000_CODESTREAM_H_
 #define ZEPJP_CODECS_JPEG2000_CODESTREAM_H_
 
@@ -62,7 +62,7 @@ struct SizeSegment {
 
 enum class Progression { kLrcp = 0, kRlcp = 1, kRpcl = 2, kPcrl = 3, kCprl = 4 };
 
-// Bits of the code-block style, as the library's functions take them.
+// Bits of the code-block style, with the values that the library's functions take.
 enum BlockStyle : int {
   kBypass = 1,
   kReset = 2,
@@ -72,7 +72,7 @@ enum BlockStyle : int {
   kSegmentationSymbols = 32,
 };
 
-// What holds for all components of a tile.
+// Parameters that hold for all components of a tile.
 struct TileCoding {
   bool uses_sop = false;
   bool uses_eph = false;
@@ -87,14 +87,14 @@ struct ComponentCoding {
   int block_height_log2 = 6;
   int block_style = 0;
   bool reversible = true;
-  // Of each resolution, 15: no division.
+  // The precincts of each resolution; 15: not divided.
   std::array<uint8_t, kMostLevels + 1> precinct_width_log2 = {};
   std::array<uint8_t, kMostLevels + 1> precinct_height_log2 = {};
 };
 
 struct StepSize {
   int exponent = 0;
-  int mantissa = 0;  // of 11 bits, behind a one
+  int mantissa = 0;  // 11 bits, after an implied 1
 };
 
 enum class QuantizationStyle { kNone = 0, kDerived = 1, kExpounded = 2 };
@@ -102,11 +102,12 @@ enum class QuantizationStyle { kNone = 0, kDerived = 1, kExpounded = 2 };
 struct Quantization {
   QuantizationStyle style = QuantizationStyle::kNone;
   int guard_bits = 0;
-  int count = 0;  // of steps given
+  int count = 0;  // of the steps that are given
   std::array<StepSize, kMostSubbands> steps = {};
 };
 
-// A volume of packets: resolutions and components from..before, layers 0..before.
+// A volume of packets: resolutions and components from begin up to but excluding end, layers from
+// 0.
 struct ProgressionVolume {
   int first_resolution = 0;
   int first_component = 0;
@@ -116,8 +117,8 @@ struct ProgressionVolume {
   Progression order = Progression::kLrcp;
 };
 
-// All that a tile is coded with. Of two segments for the same, that of the tile goes before that of the
-// main header, and of those in one header, that of the component before that of all.
+// All parameters of a tile. Segments of a tile override those of the main header, and in the same
+// header, segments of a component override those of all components.
 struct Parameters {
   enum Priority : int { kUnset = 0, kMain, kMainComponent, kTile, kTileComponent };
   struct ForComponent {

@@ -16,8 +16,8 @@ int32_t LowestValue(const Component& component) {
   return component.is_signed ? -(1 << (component.bits - 1)) : 0;
 }
 
-// The samples of one channel, of the size of the finest component: of coarser components each sample is
-// repeated. A look-up table brings codes of any depth to that of the picture.
+// Fills one channel at the size of the finest component; samples of coarser components are
+// repeated. A look-up table converts codes of any depth to that of the picture.
 template <class T>
 void FillChannel(const Component& component, size_t channel, Picture* picture) {
   const uint32_t most = (1U << component.bits) - 1;
@@ -44,13 +44,13 @@ void FillChannel(const Component& component, size_t channel, Picture* picture) {
   }
 }
 
-// CIE 15: the inverse of the cube root with its straight part near black.
+// CIE 15: the inverse of the cube root, which has a linear part near black.
 double LabInverse(double t) {
   constexpr double kKnee = 6.0 / 29;
   return t > kKnee ? t * t * t : 3 * kKnee * kKnee * (t - 4.0 / 29);
 }
 
-// L*a*b* to sRGB, colours outside its range clipped.
+// L*a*b* to sRGB; colours outside its gamut are clipped.
 class LabToRgb {
  public:
   // A sample is a code from 0 to 2^bits - 1, and its value (code - offset) * range / (2^bits - 1).
@@ -58,7 +58,7 @@ class LabToRgb {
     for (size_t i = 0; i < 3; ++i) {
       axes_[i] = {range.range[i] / ((1 << bits[i]) - 1), range.OffsetOf(i, bits[i])};
     }
-    // From XYZ relative to D65, or to D50 by way of Bradford's adaptation, to linear sRGB.
+    // From XYZ to linear sRGB: relative to D65, or to D50 with Bradford adaptation.
     if (range.is_d65) {
       white_ = {0.95047, 1, 1.08883};
       matrix_ = {{{3.2404542, -1.5371385, -0.4985314},
@@ -78,7 +78,7 @@ class LabToRgb {
     }
   }
 
-  // Codes counted from the lowest that there is.
+  // Codes, counted from the lowest possible sample.
   std::array<int, 3> Convert(const std::array<int32_t, 3>& lab) const {
     const double y = (axes_[0].At(lab[0]) + 16) / 116;
     const double x = y + axes_[1].At(lab[1]) / 500;
@@ -131,7 +131,7 @@ void FillFromLab(const Image& image, Picture* picture) {
   }
 }
 
-// Calls change(pixel) with the samples of each pixel, which it may change.
+// Calls change(pixel) for each pixel; it may change the samples.
 template <class Change>
 void ForPixels(Picture* picture, const Change& change) {
   const auto channels = static_cast<size_t>(picture->channels());
@@ -143,7 +143,7 @@ void ForPixels(Picture* picture, const Change& change) {
   }
 }
 
-// Full-range YCbCr of ITU-R BT.601, as sYCC and e-sYCC have it.
+// Full-range YCbCr of ITU-R BT.601, which sYCC and e-sYCC use.
 void YccToRgb(Picture* picture) {
   const int most = picture->MaxValue();
   const int middle = (most + 1) / 2;
@@ -160,7 +160,7 @@ void YccToRgb(Picture* picture) {
   });
 }
 
-// The first three channels, or grey.
+// Inverts the first three channels, or grey.
 void InvertColors(Picture* picture) {
   const int most = picture->MaxValue();
   const auto colors = static_cast<size_t>(std::min(ColorCount(picture->layout()), 3));
@@ -220,7 +220,7 @@ Shown ChooseShown(const Image& image, Messages* notes) {
   return shown;
 }
 
-// Spaces with a luminance of their own kind would look quite wrong as RGB, so they are refused.
+// Colour spaces with another kind of luminance would look wrong as RGB, so they are refused.
 Status CheckColors(const Image& image, Messages* notes) {
   constexpr int kLuminanceSpaces[] = {1, 4, 9, 19, 22, 23};
   if (image.color == ColorSpace::kLab && image.components.size() < 3) {

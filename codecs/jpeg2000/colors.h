@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Between the components of a file and the pixels of a picture.
+// Conversion between the components of a file and the pixels of a picture.
 #ifndef ZEPJP_CODECS_JPEG2000_COLORS_H_
 #define ZEPJP_CODECS_JPEG2000_COLORS_H_
 
@@ -10,16 +10,16 @@
 
 namespace zepcodec::jpeg2000 {
 
-// What a file's components show: grey, RGB or CMYK with as many bits as the deepest of them, opacity
-// last. Luminance and chroma (sYCC, e-sYCC, YCCK), CMY and L*a*b* are converted, coarser components
-// repeated, colours that were multiplied with opacity divided again. Components without a place get a
-// note.
-// Its sides: those of the largest component that is shown.
+// The picture of a file's components: grey, RGB or CMYK with the bits of the deepest component,
+// opacity last. Luminance and chroma (sYCC, e-sYCC, YCCK), CMY and L*a*b* are converted, samples of
+// coarser components are repeated, and premultiplied colours are divided by their opacity.
+// Components that are left out are mentioned in the notes. The sides of that picture: those of the
+// largest component that is shown.
 void SizeOfPicture(const Image& image, int* width, int* height);
 
 Status ToPicture(const Image& image, Messages* notes, Picture* picture);
 
-// The components of a picture of unsigned samples.
+// The components of a picture with unsigned samples.
 Status FromPicture(const Picture& picture, Image* image);
 
 }  // namespace zepcodec::jpeg2000

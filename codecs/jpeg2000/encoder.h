@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
-// An encoder for JPEG 2000 codestreams and JP2 files (ITU-T T.800), put together from the stages in zepjp.h.
+// An encoder for JPEG 2000 codestreams and JP2 files (ITU-T T.800), put together from the stages in
+// zepjp.h.
 //
-// Pictures of 1 to 4 components of 1 to 16 bits: without loss by the reversible transforms, or by the
-// irreversible ones and a target for the bytes of each quality layer.
+// It takes 1 to 4 components of 1 to 16 bits: lossless with the reversible transforms, or lossy
+// with the irreversible ones and a number of bytes for each quality layer.
 #ifndef ZEPJP_CODECS_JPEG2000_ENCODER_H_
 #define ZEPJP_CODECS_JPEG2000_ENCODER_H_
 
@@ -20,17 +21,18 @@ namespace zepcodec::jpeg2000 {
 
 struct EncodeOptions {
   bool is_jp2 = true;  // boxes around the codestream
-  // 5/3 wavelet; without it 9/7.
+  // True: the 5/3 wavelet; false: 9/7.
   bool reversible = true;
-  // The bytes of the whole file up to and with each quality layer, in rising order; 0: all coding
-  // passes. One layer with 0 and `reversible`: without loss.
+  // The size of the file up to and including each quality layer, in rising order; 0: all coding
+  // passes. One layer with 0 and `reversible` is lossless.
   std::vector<size_t> layer_bytes = {0};
   int levels = 5;
   int block_width_log2 = 6;
   int block_height_log2 = 6;
   int block_style = 0;  // of BlockStyle
   Progression order = Progression::kLrcp;
-  // Of the resolutions from the highest down, the last for all below; empty: no division.
+  // Precincts of the resolutions from the highest down; the last one holds for all below it. Empty:
+  // no precincts.
   struct PrecinctSize {
     int width_log2;
     int height_log2;
@@ -39,22 +41,22 @@ struct EncodeOptions {
   // 0: one tile.
   int tile_width = 0;
   int tile_height = 0;
-  int tile_x0 = 0;  // not behind the picture's own
+  int tile_x0 = 0;  // at most the picture's x0
   int tile_y0 = 0;
   bool uses_sop = false;
   bool uses_eph = false;
-  // Of the first three components, where they agree in size and depth.
+  // The component transform of the first three components, if these agree in size and depth.
   bool transforms_components = true;
-  // Of the irreversible transform: steps for all subbands, or derived from one.
+  // Irreversible: true: the steps of all subbands are derived from one; false: all are given.
   bool derived_steps = false;
-  double base_step = 0.5;  // in samples
-  // 0: as many as the machine runs at once. They change the time only.
+  double base_step = 0.5;  // in steps of a sample
+  // 0: one for each processor. The result is the same.
   int threads = 0;
-  // Null: nobody watches.
+  // Null: no callback.
   Progress* progress = nullptr;
 };
 
-// Makes a file.
+// Encodes a picture to a file.
 Status Encode(const Image& image, const EncodeOptions& options, ByteBuffer* file);
 
 }  // namespace zepcodec::jpeg2000

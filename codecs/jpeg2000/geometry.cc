@@ -15,7 +15,8 @@ Rect Halved(const Rect& area, int times) {
           CeilShift(area.y1, times)};
 }
 
-// Equation B-15: a subband holds every 2^level-th place, the high ones from the middle on.
+// Equation B-15: a subband samples every 2^level-th place; the high-pass ones start half that
+// distance later.
 Rect BandArea(const Rect& component, int level, int orientation) {
   const int64_t half = level > 0 ? int64_t{1} << (level - 1) : 0;
   const int64_t dx = orientation == kHL || orientation == kHH ? half : 0;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// How a tile falls into components, resolutions, subbands, precincts and code-blocks
-// (ITU-T T.800, B.3 to B.7).
+// The division of a tile into components, resolutions, subbands, precincts and code-blocks (ITU-T
+// T.800, B.3 to B.7).
 #ifndef ZEPJP_CODECS_JPEG2000_GEOMETRY_H_
 #define ZEPJP_CODECS_JPEG2000_GEOMETRY_H_
 
@@ -20,7 +20,7 @@ constexpr int64_t CeilShift(int64_t value, int bits) {
   return (value + (int64_t{1} << bits) - 1) >> bits;
 }
 
-// From (x0, y0) to before (x1, y1).
+// From (x0, y0) up to but excluding (x1, y1).
 struct Rect {
   int64_t x0 = 0, y0 = 0, x1 = 0, y1 = 0;
 
@@ -30,18 +30,19 @@ struct Rect {
   int64_t Count() const { return empty() ? 0 : width() * height(); }
 };
 
-// As the library numbers them.
+// With the numbers that the library uses.
 enum Orientation : int { kLL = 0, kLH = 1, kHL = 2, kHH = 3 };
 
 struct Band {
   int orientation;
-  int level;  // 1: made of the picture itself
+  int level;  // 1: of the first transform, the one of the picture itself
   Rect area;
-  // Where it begins in the plane of its tile's component, whose lower resolutions fill the corner.
+  // Its place in the plane of its tile's component; the lower resolutions are in the upper left
+  // corner.
   int64_t plane_x, plane_y;
 };
 
-// The subbands of a resolution, at most three, without memory of their own.
+// The subbands of a resolution, at most three, without heap memory.
 class BandList {
  public:
   void Add(const Band& band) { bands_[count_++] = band; }
@@ -92,10 +93,10 @@ struct Tile {
   int64_t PrecinctCount() const;
 };
 
-// The area of a component inside an area of the reference grid.
+// The area of a component for an area of the reference grid.
 Rect ComponentArea(const Rect& area, int dx, int dy);
 Rect TileArea(const SizeSegment& size, int tile);
-// The precincts must be at least 2 wide and high but at resolution 0.
+// Precincts must be at least 2 wide and high, except at resolution 0.
 Tile MakeTile(const SizeSegment& size, const Parameters& parameters, const Rect& area);
 inline Tile MakeTile(const SizeSegment& size, const Parameters& parameters, int tile) {
   return MakeTile(size, parameters, TileArea(size, tile));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The bits of packet headers: a byte behind FF holds seven (ITU-T T.800, B.10.1).
+// The bits of packet headers: a byte after FF holds seven bits (ITU-T T.800, B.10.1).
 #ifndef ZEPJP_CODECS_JPEG2000_HEADER_BITS_H_
 #define ZEPJP_CODECS_JPEG2000_HEADER_BITS_H_
 
@@ -13,7 +13,7 @@ class HeaderReader {
  public:
   HeaderReader(const uint8_t* next, const uint8_t* end) : next_(next), end_(end) {}
 
-  // Behind the end there are zeros, and failed().
+  // After the end all bits are 0, and failed() is true.
   int Bit() {
     if (left_ == 0) NextByte();
     return byte_ >> --left_ & 1;
@@ -25,7 +25,7 @@ class HeaderReader {
   }
   bool failed() const { return failed_; }
 
-  // Where the header ends: a last byte FF is followed by one of stuffing.
+  // The end of the header: if its last byte is FF, a stuffing byte follows.
   const uint8_t* Finish() {
     if (byte_ == 0xFF) NextByte();
     left_ = 0;
@@ -62,7 +62,7 @@ class HeaderWriter {
   void Put(uint32_t value, int count) {
     for (int i = count; i-- > 0;) Put(static_cast<int>(value >> i & 1));
   }
-  // Pads with zeros; a header does not end in FF.
+  // Pads with zeros; a last byte FF is followed by a zero byte.
   void Finish() {
     Flush();
     if (left_ == 7) Flush();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A picture as JPEG 2000 sees it: components of 1 to 16 bits, each a plane of its own, signed or not,
-// on grids that may be coarser than the reference grid.
+// A picture in the form of JPEG 2000: components of 1 to 16 bits, each a plane of its own, signed
+// or unsigned, on grids that can be coarser than the reference grid.
 #ifndef ZEPJP_CODECS_JPEG2000_IMAGE_H_
 #define ZEPJP_CODECS_JPEG2000_IMAGE_H_
 
@@ -27,16 +27,16 @@ struct Component {
   const int32_t* Row(int y) const { return samples.data() + size_t(y) * size_t(width); }
 };
 
-// Of these kYcc stands for sYCC and e-sYCC, kInvertedGrey for 0 as white.
+// kYcc: sYCC and e-sYCC. kInvertedGrey: 0 is white.
 enum class ColorSpace { kUnknown, kGrey, kInvertedGrey, kRgb, kYcc, kCmy, kCmyk, kYcck, kLab };
 
-// What the samples of L*a*b* mean: a code from 0 to 2^bits - 1 is (code - offset) * range / (2^bits
-// - 1).
+// The values of L*a*b* samples: a code from 0 to 2^bits - 1 stands for (code - offset) * range /
+// (2^bits - 1).
 struct LabRange {
   std::array<double, 3> range = {100, 170, 200};
-  bool has_offsets = false;  // else those that the standard sets
+  bool has_offsets = false;  // false: those of the standard
   std::array<double, 3> offsets = {};
-  bool is_d65 = false;  // else D50
+  bool is_d65 = false;  // false: D50
 
   double OffsetOf(size_t channel, int bits) const {
     if (has_offsets) return offsets[channel];
@@ -46,7 +46,7 @@ struct LabRange {
 };
 
 struct Image {
-  // The area on the reference grid: x0 to before x1.
+  // The area on the reference grid, excluding x1 and y1.
   int32_t x0 = 0;
   int32_t y0 = 0;
   int32_t x1 = 0;

@@ -14,8 +14,8 @@ namespace zepcodec::jpeg2000 {
 namespace {
 
 constexpr int64_t kSampleBytes = sizeof(int32_t);
-// Of a code-block: itself with its nodes of two tag trees; its passes and their places, as the heap
-// rounds them; its job, in a vector that grows in steps of two.
+// Bytes of a code-block: the record and its nodes of two tag trees; its segments and spans, as the
+// heap rounds them; its job, in a vector that doubles.
 constexpr int64_t kBlockBytes =
     sizeof(CodedBlock) + 22 + sizeof(CodedBlock::Kept) + 96 + 2 * sizeof(BlockJob);
 constexpr int64_t kPrecinctBytes =
@@ -32,7 +32,7 @@ class Estimate {
   int64_t Bytes(int64_t channels_of_palette) const {
     const int64_t tiles = int64_t{size_.TilesAcross()} * size_.TilesDown();
     const auto threads = static_cast<int64_t>(ThreadCount(options_.threads));
-    const int64_t at_once = tiles >= 4 * threads ? threads : 1;  // as DecodeTiles() does it
+    const int64_t at_once = tiles >= 4 * threads ? threads : 1;  // as in DecodeTiles()
     const Rect all = {size_.x0, size_.y0, size_.x1, size_.y1};
     int64_t samples = kSampleBytes * Samples(all).total;
     samples += tiles == 1 ? ExtraOfSingleTile(all) : at_once * PlanesOf(LargestTile());
@@ -44,7 +44,7 @@ class Estimate {
  private:
   struct Counts {
     int64_t total = 0;
-    int64_t most = 0;  // of a component
+    int64_t most = 0;  // for a component
   };
 
   Rect AreaOf(const Rect& area, size_t component) const {
@@ -62,7 +62,7 @@ class Estimate {
     }
     return counts;
   }
-  // Planes in integers become the samples; those in floating point are converted one by one.
+  // Integer planes become the samples; floating-point planes are converted one at a time.
   int64_t ExtraOfSingleTile(const Rect& area) const {
     const bool all_reversible =
         std::all_of(parameters_.components.begin(), parameters_.components.end(),
@@ -73,7 +73,7 @@ class Estimate {
     const Counts counts = Samples(area);
     return kSampleBytes * std::min(counts.total, counts.most * int64_t{kComponentsAtOnce});
   }
-  // The first tile may be cut, the one in the middle is not.
+  // The first tile can be cut off by the picture's border, the one in the middle is whole.
   Rect LargestTile() const {
     const int middle = size_.TilesDown() / 2 * size_.TilesAcross() + size_.TilesAcross() / 2;
     const Rect first = TileArea(size_, 0), other = TileArea(size_, middle);
@@ -95,7 +95,7 @@ class Estimate {
            kLineBytes * std::max(area.width(),
                                  area.height() * std::min<int64_t>(64, (area.width() + 1) / 2));
   }
-  // Blocks at the borders of precincts, which lie in line with blocks, are not cut.
+  // Borders of precincts coincide with borders of blocks, so these blocks are whole.
   static int64_t BlocksOf(const Resolution& resolution, const Band& band) {
     if (band.area.empty()) return 0;
     const int width = resolution.block_width_log2, height = resolution.block_height_log2;

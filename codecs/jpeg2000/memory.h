@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// How much memory the decoder takes, as far as it can be known from the main header.
+// The memory that the decoder takes, estimated from the main header.
 #ifndef ZEPJP_CODECS_JPEG2000_MEMORY_H_
 #define ZEPJP_CODECS_JPEG2000_MEMORY_H_
 
@@ -11,7 +11,7 @@
 
 namespace zepcodec::jpeg2000 {
 
-// For a codestream of `bytes` bytes whose claims were checked. `channels_of_palette` is 0 without a
+// For a codestream of `bytes` bytes whose headers were checked. `channels_of_palette`: 0 without a
 // palette.
 int64_t MemoryOf(const SizeSegment& size, const Parameters& parameters, size_t bytes,
                  size_t channels_of_palette, const DecodeOptions& options);

@@ -1,4 +1,15 @@
 // SPDX-License-Identifier: MIT
+// A packet holds the contribution of one quality layer to one precinct. Its header tells for each
+// code-block, in this order:
+//
+//   inclusion     for a new block, by a tag tree: whether its first layer has come; then one bit
+//   zero planes   for a new block, by another tag tree: the planes at the top that are all 0
+//   passes        the number of coding passes, by a fixed prefix code
+//   lengths       of each codeword segment that the passes end, in a number of bits that grows by a
+//                 unary code and by log2 of the passes in the segment
+//
+// The bodies of all blocks follow. A header depends on all earlier headers of its precinct, so
+// these are parsed even if their passes are not wanted.
 #include "codecs/jpeg2000/packet_reader.h"
 
 #include <algorithm>
@@ -9,12 +20,12 @@
 namespace zepcodec::jpeg2000 {
 namespace {
 
-// The bytes that a packet has for a block.
+// A block's bytes in a packet.
 struct Piece {
   CodedBlock* block;
   int passes;
   size_t length;
-  bool opens;  // a segment of its own
+  bool opens;  // starts a new segment
 };
 
 class HeaderParser {
@@ -93,7 +104,7 @@ void Keep(const Piece& piece, const uint8_t* bytes) {
   if (piece.length > 0) kept->spans.push_back({bytes, piece.length});
 }
 
-// The pieces of one block follow one another; those behind a missing one are lost.
+// The pieces of a block follow one another; after a missing piece the rest are lost.
 PacketResult ReadBody(const std::vector<Piece>& pieces, bool keep, Span* body) {
   PacketResult result = PacketResult::kRead;
   for (const Piece& piece : pieces) {
@@ -111,8 +122,8 @@ PacketResult ReadBody(const std::vector<Piece>& pieces, bool keep, Span* body) {
   return result;
 }
 
-// False: the precinct's code-blocks would take too much memory, or to go through them too much
-// time.
+// False: the precinct's code-blocks would exceed the budget of memory, or going through them that
+// of time.
 bool PrepareBlocks(const PacketPlace& place, std::unique_ptr<PrecinctBlocks>* blocks,
                    Budget* budget) {
   if (*blocks == nullptr) {
@@ -122,7 +133,7 @@ bool PrepareBlocks(const PacketPlace& place, std::unique_ptr<PrecinctBlocks>* bl
   return budget->Work(kWorkOfBlock * (*blocks)->BlockCount());
 }
 
-// From the first bit on; what there is of each block goes to `pieces`.
+// Parses a header from its first bit; the lengths for each block go to `pieces`.
 PacketResult ReadHeader(const PacketFormat& format, const PacketPlace& place,
                         std::unique_ptr<PrecinctBlocks>* blocks, HeaderReader* bits,
                         std::vector<Piece>* pieces, Budget* budget) {
@@ -158,7 +169,7 @@ int64_t PrecinctBlocks::Memory(const Resolution& resolution, int64_t precinct) {
   for (const Band& band : resolution.bands) {
     const int64_t blocks = resolution.Blocks(band, precinct).Count();
     bytes += int64_t{sizeof(ForBand)} + kOfBlock * blocks;
-    if (blocks > 0) bytes += 3 * 16;  // what the heap adds
+    if (blocks > 0) bytes += 3 * 16;  // overhead of the heap
   }
   return bytes;
 }
@@ -179,7 +190,7 @@ PacketResult ReadPacket(const PacketFormat& format, const PacketPlace& place,
   std::vector<Piece> pieces;
   PacketResult result = ReadHeader(format, place, blocks, &bits, &pieces, budget);
   const uint8_t* behind = bits.Finish();
-  // A damaged header may be read again and again, from one start marker after the other.
+  // A damaged header can be tried again at each later start marker.
   if (!budget->Work(kWorkOfHeaderByte * (behind - headers.data))) return PacketResult::kTooMuch;
   if (result != PacketResult::kRead) return result;
   if (format.uses_eph) {

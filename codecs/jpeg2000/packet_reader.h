@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Reads packets: which code-blocks get coding passes, and the bytes of these (ITU-T T.800, B.9, B.10).
+// Reads packets: the code-blocks that get coding passes, and their bytes (ITU-T T.800, B.9, B.10).
 #ifndef ZEPJP_CODECS_JPEG2000_PACKET_READER_H_
 #define ZEPJP_CODECS_JPEG2000_PACKET_READER_H_
 
@@ -24,21 +24,21 @@ struct Segment {
   size_t length;
 };
 
-// A code-block as far as its packets were read. There can be very many that never get a pass, so
-// what only others have stands apart.
+// A code-block, with the packets that were read so far. Files can have very many blocks that never
+// get a pass, so members that these do not need are in `Kept`.
 struct CodedBlock {
-  // What there is to decode; the spans hold all segments, back to back.
+  // The passes to decode; the spans contain all segments, one after the other.
   struct Kept {
     std::vector<Segment> segments;
     std::vector<Span> spans;
   };
   std::unique_ptr<Kept> kept;  // null: nothing
-  int32_t passes_seen = 0;     // in packet headers
-  int32_t open_passes = 0;     // in the segment that is not complete
+  int32_t passes_seen = 0;     // announced by packet headers
+  int32_t open_passes = 0;     // in the incomplete segment
   uint8_t zero_planes = 0;
   uint8_t length_bits = 3;
   bool included = false;
-  bool cut = false;  // bytes are missing: what follows cannot be appended
+  bool cut = false;  // bytes are missing, so later ones cannot be appended
 };
 
 // The code-blocks of a precinct.
@@ -49,32 +49,33 @@ struct PrecinctBlocks {
     std::vector<CodedBlock> blocks;
   };
   PrecinctBlocks(const Resolution& resolution, int64_t precinct);
-  // What one takes.
+  // The memory of a precinct's blocks, in bytes.
   static int64_t Memory(const Resolution& resolution, int64_t precinct);
   int64_t BlockCount() const;
   std::vector<ForBand> bands;
 };
 
-// Where packets come from. Headers lie before their bodies, or apart, all together.
+// The source of packets. A header is in front of its body, or all headers are in a segment of their
+// own.
 struct PacketSource {
   Span body;
   Span header;
   bool has_own_headers = false;
-  bool met_header_end = false;  // a marker behind a header; then there must be one behind each
+  bool met_header_end = false;  // an end-of-header marker was read; then every header must have one
   Span& Headers() { return has_own_headers ? header : body; }
 };
 
 enum class PacketResult {
   kRead,
-  kCut,      // the data ends inside; the blocks that are complete were taken
+  kCut,      // the data ends inside the packet; its complete blocks were taken
   kBroken,   // not a packet header
-  kTooMuch,  // the budget is used up
+  kTooMuch,  // the budget is spent
 };
 
 struct PacketFormat {
   int block_style = 0;
   bool uses_eph = false;
-  const int* most_planes = nullptr;  // of each band
+  const int* most_planes = nullptr;  // for each band
 };
 
 // A packet to read.
@@ -82,11 +83,11 @@ struct PacketPlace {
   const Resolution& resolution;
   int64_t precinct;
   int layer;
-  bool keep;  // its passes; what later headers depend on is kept always
+  bool keep;  // its passes; the state for later headers is always kept
 };
 
-// Reads the packet at the beginning of `source`, which advances behind it. `blocks` is made for the
-// first packet that is not empty.
+// Reads the packet at the start of `source`, and advances `source` to the next one. `blocks` is
+// created by the first packet that is not empty.
 PacketResult ReadPacket(const PacketFormat& format, const PacketPlace& place,
                         std::unique_ptr<PrecinctBlocks>* blocks, PacketSource* source,
                         Budget* budget);

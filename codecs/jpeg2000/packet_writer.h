@@ -12,20 +12,20 @@
 
 namespace zepcodec::jpeg2000 {
 
-// A code-block, coded in full, and where each layer cuts it.
+// A code-block that was coded in full, and its truncation in each layer.
 struct EncodedBlock {
-  // A place where it can be cut: behind `passes` coding passes.
+  // A place where it can be truncated: after `passes` coding passes.
   struct Cut {
     int passes;
-    size_t length;      // of the bytes from the first on
-    double distortion;  // removed
-    double slope;       // distortion for each byte since the cut before
+    size_t length;      // bytes from the start
+    double distortion;  // removed up to here
+    double slope;       // distortion per byte since the cut before
   };
   int zero_planes = 0;
   std::vector<uint8_t> bytes;
-  std::vector<size_t> pass_ends;   // of each coding pass, in bytes
-  std::vector<Cut> cuts;           // of falling slope
-  std::vector<size_t> layer_cuts;  // for each layer: how many of the cuts it reaches; 0: none
+  std::vector<size_t> pass_ends;   // end of each coding pass, in bytes
+  std::vector<Cut> cuts;           // with falling slopes
+  std::vector<size_t> layer_cuts;  // for each layer: the number of cuts up to its end; 0: none
 
   int PassesAt(size_t layer) const { return At(layer) == 0 ? 0 : cuts[At(layer) - 1].passes; }
   size_t LengthAt(size_t layer) const { return At(layer) == 0 ? 0 : cuts[At(layer) - 1].length; }
@@ -34,7 +34,7 @@ struct EncodedBlock {
   size_t At(size_t layer) const { return layer_cuts[layer]; }
 };
 
-// A precinct's blocks on their way into packets, layer by layer from the first.
+// Writes a precinct's blocks to packets, layer by layer from the first.
 class PrecinctWriter {
  public:
   struct ForBand {
@@ -44,7 +44,7 @@ class PrecinctWriter {
   };
   PrecinctWriter(const std::vector<ForBand>& bands, int block_style);
 
-  // Begins again with layer 0; `layers` of the blocks' cuts are set.
+  // Starts again with layer 0; the blocks' cuts of `layers` layers are set.
   void Start(size_t layers);
   // Appends the header of the next layer's packet.
   void WriteHeader(std::vector<uint8_t>* header);
@@ -63,7 +63,7 @@ class PrecinctWriter {
     TagTree zero_planes;
     std::vector<BlockState> blocks;
   };
-  // A segment's part in this packet.
+  // A segment's share of this packet.
   struct Piece {
     int passes;
     size_t length;

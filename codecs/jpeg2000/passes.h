@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// How the coding passes of a code-block fall into codeword segments, and how their number is coded
+// The division of a code-block's coding passes into codeword segments, and the code of their number
 // (ITU-T T.800, B.10.6 and D.4 to D.6). Pass 0 is the cleanup pass of the highest bit plane.
 #ifndef ZEPJP_CODECS_JPEG2000_PASSES_H_
 #define ZEPJP_CODECS_JPEG2000_PASSES_H_
@@ -12,7 +12,7 @@ namespace zepcodec::jpeg2000 {
 constexpr int kMostPasses = 164;  // in one packet
 constexpr int kFirstRawPass = 10;
 
-// How many passes the segment that begins with `pass` can have.
+// The most passes of the segment that starts with `pass`.
 inline int PassesOfSegment(int style, int pass) {
   if ((style & kTerminateAll) != 0) return 1;
   if ((style & kBypass) == 0) return 1 << 20;

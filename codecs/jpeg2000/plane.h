@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Samples or coefficients of a tile's component: integers on the reversible path, floating point on the
+// Samples or coefficients of a tile's component: integers on the reversible path, floats on the
 // irreversible one.
 #ifndef ZEPJP_CODECS_JPEG2000_PLANE_H_
 #define ZEPJP_CODECS_JPEG2000_PLANE_H_
@@ -14,7 +14,7 @@
 
 namespace zepcodec::jpeg2000 {
 
-// Rows without gaps. Values that nobody sets are 0.
+// Rows without gaps. Values are 0 at first.
 template <class T>
 class Plane {
  public:
@@ -26,7 +26,7 @@ class Plane {
   int64_t width() const { return width_; }
   int64_t height() const { return height_; }
   bool empty() const { return values_.empty(); }
-  // Gives the values away.
+  // Hands over the values.
   std::vector<T> Take() {
     width_ = height_ = 0;
     return std::move(values_);
@@ -41,7 +41,7 @@ class Plane {
   std::vector<T> values_;
 };
 
-// One of the two is in use.
+// Only one of the two planes is used.
 struct AnyPlane {
   Plane<int32_t> integers;
   Plane<float> reals;

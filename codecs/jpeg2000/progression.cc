@@ -7,8 +7,8 @@
 namespace zepcodec::jpeg2000 {
 namespace {
 
-// Where a row or column of precincts begins on the reference grid; the first may begin before the
-// tile does, and counts from there.
+// The start of a row or column of precincts on the reference grid. The first one can start before
+// the tile; then the tile's start counts.
 int64_t StartOnGrid(int64_t index, int64_t resolution_start, int64_t tile_start, int log2,
                     int halvings, int step) {
   const bool cut = (resolution_start & ((int64_t{1} << log2) - 1)) != 0;
@@ -57,8 +57,8 @@ void PacketOrder::AddPlaces(const Tile& tile, int component, int resolution) {
   }
 }
 
-// Resolutions are the outer loop where the order begins with them, so that there is often nothing
-// to sort.
+// In orders that start with the resolution, resolutions are the outer loop, and often nothing is
+// left to sort.
 PacketOrder::PacketOrder(const Tile& tile, const ProgressionVolume& volume)
     : order_(volume.order), end_layer_(volume.end_layer) {
   const Range range(tile, volume);

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 // The order of a tile's packets (ITU-T T.800, B.12).
 //
-// Each of the five orders lists the precincts in some order and then runs through the layers: for all
-// precincts at once, for those of a resolution, or for each by itself. Where the place on the reference
-// grid decides, precincts are sorted by it.
+// Each of the five orders lists the precincts in some order and runs through the layers: for all
+// precincts together, for those of a resolution, or for each precinct. Orders by position sort the
+// precincts by their place on the reference grid.
 #ifndef ZEPJP_CODECS_JPEG2000_PROGRESSION_H_
 #define ZEPJP_CODECS_JPEG2000_PROGRESSION_H_
 
@@ -23,13 +23,13 @@ struct Packet {
   int layer;
 };
 
-// The packets of one volume, those that an earlier volume has had already included.
+// The packets of one volume, including those that an earlier volume already had.
 class PacketOrder {
  public:
   PacketOrder(const Tile& tile, const ProgressionVolume& volume);
-  // The precincts that the constructor puts in order: a measure of its time.
+  // The number of precincts that the constructor puts in order, a measure of its time.
   static int64_t CountPlaces(const Tile& tile, const ProgressionVolume& volume);
-  // False: no more.
+  // The next packet; false: there is none.
   bool Next(Packet* packet);
 
  private:
@@ -39,7 +39,7 @@ class PacketOrder {
     uint8_t component;
     uint8_t resolution;
   };
-  // What a volume has of a tile, from..before.
+  // The part of a tile that is in the volume, from begin up to but excluding end.
   struct Range {
     Range(const Tile& tile, const ProgressionVolume& volume);
     int ResolutionsOf(const TileComponent& component) const;
@@ -54,7 +54,7 @@ class PacketOrder {
   Progression order_;
   int end_layer_;
   std::vector<Place> places_;
-  // Precincts from..before run through the layers together.
+  // A range of precincts, excluding the end, that run through the layers together.
   size_t run_begin_ = 0;
   size_t run_end_ = 0;
   size_t next_ = 0;

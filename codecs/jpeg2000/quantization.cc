@@ -1,4 +1,12 @@
 // SPDX-License-Identifier: MIT
+// A step is 2^(R - exponent) * (1 + mantissa / 2^11), with R the nominal range of the band in bits.
+//
+// An error e in one coefficient becomes e times a synthesis basis function in the picture, so its
+// squared error is e^2 times the squared norm of that function. Norms are computed here by
+// synthesizing a single coefficient of each band: along a line with the lifting steps in floating
+// point, and as the product of both directions in the plane. The encoder chooses steps as the base
+// step divided by the norm, so that errors of a step count the same everywhere, and weighs
+// distortions of code-blocks with the norm.
 #include "codecs/jpeg2000/quantization.h"
 
 #include <algorithm>
@@ -10,9 +18,9 @@ namespace zepcodec::jpeg2000 {
 namespace {
 
 constexpr int kMantissaBits = 11;
-constexpr int kMostExponent = 30;  // with two guard bits, 31 planes: as many as a code-block has
+constexpr int kMostExponent = 30;  // with two guard bits: 31 planes, the most of a code-block
 
-// Nominal range of a band: each high pass doubles it.
+// log2 of the nominal gain of a band: each high-pass filter doubles the range.
 int GainBits(int orientation) {
   if (orientation == kLL) return 0;
   return orientation == kHH ? 2 : 1;
@@ -30,12 +38,12 @@ StepSize StepAt(const Quantization& quantization, int levels, int resolution, co
     return {std::max(0, lowest.exponent - levels + band.level), lowest.mantissa};
   }
   const size_t index = BandIndex(resolution, band.orientation);
-  // A segment that is too short: as its last step.
+  // If the segment is too short, its last step holds for all other bands.
   return quantization.steps[std::min(index, static_cast<size_t>(quantization.count) - 1)];
 }
 
-// One level of synthesis of a line whose even places are low-pass coefficients: the lifting steps of
-// the irreversible (Annex F.3.8.2) or the reversible filter, without rounding.
+// One level of synthesis of a line with low-pass coefficients in the even places: the lifting steps
+// of the irreversible (Annex F.3.8.2) or the reversible filter, without rounding.
 void Synthesize(bool reversible, std::vector<double>* line) {
   const auto lift = [line](size_t first, double weight) {
     std::vector<double>& x = *line;
@@ -56,7 +64,7 @@ void Synthesize(bool reversible, std::vector<double>* line) {
   lift(1, -1.586134342059924);
 }
 
-// The norm of what one coefficient becomes after `level` levels of synthesis along a line.
+// The norm of the samples that one coefficient becomes after `level` levels of synthesis of a line.
 double LineNorm(bool reversible, int level, bool high) {
   constexpr size_t kCenter = 16;
   std::vector<double> line(2 * kCenter + 1, 0.0);
@@ -73,7 +81,7 @@ double LineNorm(bool reversible, int level, bool high) {
   return std::sqrt(energy);
 }
 
-constexpr int kExactLevels = 9;  // from here on a level doubles the energy of a line
+constexpr int kExactLevels = 9;  // each further level doubles the energy of a line
 
 struct LineNorms {
   LineNorms() {
@@ -93,7 +101,7 @@ struct LineNorms {
   std::array<std::array<std::array<double, 2>, kExactLevels + 1>, 2> norms = {};
 };
 
-// The nearest step that a segment can hold.
+// The nearest step that can be written to a segment.
 StepSize Nearest(double step, int range_bits) {
   int exponent = 0;
   const double mantissa = 2 * std::frexp(step, &exponent);  // 1 <= mantissa < 2
@@ -146,7 +154,7 @@ double SynthesisNorm(bool reversible, int level, int orientation) {
          kNorms.Of(reversible, level, orientation == kLH || orientation == kHH);
 }
 
-// The columns of the inverse transforms (Annex G).
+// The columns of the inverse component transforms (Annex G).
 double ComponentNorm(bool reversible, bool transforms_components, size_t component) {
   if (!transforms_components || component > 2) return 1;
   if (component == 0) return std::sqrt(3.0);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Step sizes of subbands (ITU-T T.800, Annex E), and how much an error in a subband shows in the picture.
+// Step sizes of subbands (ITU-T T.800, Annex E), and the weight of a subband's errors in the
+// picture.
 #ifndef ZEPJP_CODECS_JPEG2000_QUANTIZATION_H_
 #define ZEPJP_CODECS_JPEG2000_QUANTIZATION_H_
 
@@ -9,23 +10,24 @@
 namespace zepcodec::jpeg2000 {
 
 struct BandSteps {
-  int most_planes;  // of a magnitude
+  int most_planes;  // bits of a magnitude
   double step;
 };
 
-// The steps of a band at `resolution` of a component of `bits` bits.
+// The step of a band at `resolution`, for a component of `bits` bits.
 BandSteps StepsOf(const Quantization& quantization, const ComponentCoding& coding, int bits,
                   int resolution, const Band& band);
 
-// Steps for all bands of a component. Irreversible: `base` times what makes an error of one step weigh
-// the same in each band; `extra_bits` are what a component transform adds to the reversible samples.
+// Steps for all bands of a component. Irreversible: `base` divided by the band's weight, so that an
+// error of one step counts the same in each band. Reversible: `extra_bits` are the bits that the
+// component transform adds.
 Quantization MakeQuantization(QuantizationStyle style, const ComponentCoding& coding, int bits,
                               int extra_bits, double base);
 
-// By how much the energy of an error grows from a band's coefficients to the picture: the norm of its
-// synthesis basis.
+// The factor from an error in a band's coefficients to the error in the picture: the norm of the
+// band's synthesis basis.
 double SynthesisNorm(bool reversible, int level, int orientation);
-// The same for a component, from behind the component transform.
+// The same for a component, through the inverse component transform.
 double ComponentNorm(bool reversible, bool transforms_components, size_t component);
 
 }  // namespace zepcodec::jpeg2000

@@ -1,4 +1,10 @@
 // SPDX-License-Identifier: MIT
+// Which coding passes does a layer of a given size get? Distortions add up over code-blocks, and so
+// do lengths, so the sum of distortions is least if all blocks are truncated at the same slope:
+// otherwise bytes moved from a flatter place to a steeper one would remove more. All steps from cut
+// to cut, of all blocks, are sorted by slope; a layer is a number of steps from the front of that
+// list. As packet headers depend on the choice, the number is found by bisection with the real size
+// of the packets, and the few bytes that are left go to later steps that still fit.
 #include "codecs/jpeg2000/rate_control.h"
 
 #include <algorithm>
@@ -6,14 +12,14 @@
 namespace zepcodec::jpeg2000 {
 namespace {
 
-// One cut more of a block.
+// A step from one cut of a block to its next.
 struct Step {
   double slope;
   EncodedBlock* block;
   size_t cut;
 };
 
-// How many steps are tried one by one where the next does not fit.
+// The number of later steps that are tried one by one after the first that does not fit.
 constexpr size_t kMostTried = 32;
 
 class RateControl {
@@ -27,7 +33,7 @@ class RateControl {
         }
       }
     }
-    // The order of the blocks decides where slopes are equal, so that files are too.
+    // Equal slopes stay in the order of blocks, so that the file does not depend on the sort.
     std::stable_sort(steps_.begin(), steps_.end(),
                      [](const Step& a, const Step& b) { return a.slope > b.slope; });
   }
@@ -49,7 +55,7 @@ class RateControl {
   }
 
  private:
-  // The first `count` steps, and what the previous layer has.
+  // Takes the first `count` steps, in addition to those of the previous layer.
   void TakeSteps(size_t count, size_t layer) {
     for (const Step& step : steps_) {
       std::vector<size_t>& cuts = step.block->layer_cuts;
@@ -63,7 +69,7 @@ class RateControl {
     cut = std::max(cut, step.cut);
   }
 
-  // Smaller steps may fit where a large one does not.
+  // Later steps can be smaller and still fit.
   void Fill(size_t next, size_t layer, size_t bytes) {
     const size_t end = std::min(steps_.size(), next + kMostTried);
     for (size_t i = next; i < end; ++i) {
@@ -83,7 +89,7 @@ class RateControl {
 
   size_t other_bytes_;
   std::deque<TileEncoder>* tiles_;
-  std::vector<Step> steps_;  // of falling slope
+  std::vector<Step> steps_;  // with falling slopes
 };
 
 }  // namespace

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Where the layers cut the code-blocks: the same slope of distortion over length everywhere, as steep as
-// the bytes of the layer ask for.
+// Truncates the code-blocks for each layer: at the same slope of distortion over length everywhere,
+// chosen so that the layer has its number of bytes.
 #ifndef ZEPJP_CODECS_JPEG2000_RATE_CONTROL_H_
 #define ZEPJP_CODECS_JPEG2000_RATE_CONTROL_H_
 
@@ -12,8 +12,8 @@
 
 namespace zepcodec::jpeg2000 {
 
-// `layer_bytes`: all bytes of the file up to and with each layer, 0 for no limit; `other_bytes` of them do
-// not belong to packets.
+// `layer_bytes`: the size of the file up to and including each layer, 0 for no limit; `other_bytes`
+// of these are outside of packets.
 void CutLayers(const std::vector<size_t>& layer_bytes, size_t other_bytes,
                std::deque<TileEncoder>* tiles);
 

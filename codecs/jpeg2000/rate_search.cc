@@ -1,4 +1,8 @@
 // SPDX-License-Identifier: MIT
+// The PSNR of a file is known only after it was decoded, and grows with its size. So sizes are
+// tried: from a pair of sizes, one too small and one large enough, the geometric mean is encoded
+// and decoded, and replaces one of the two, up to ten times or until they are within half a
+// percent.
 #include "codecs/jpeg2000/rate_search.h"
 
 #include <algorithm>
@@ -12,7 +16,7 @@
 namespace zepcodec::jpeg2000 {
 namespace {
 
-// In dB, relative to the largest value of each component.
+// In dB, relative to the largest sample of each component.
 double PsnrOf(const Image& original, const Image& decoded) {
   double sum = 0;
   double count = 0;

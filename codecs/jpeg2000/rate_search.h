@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Files of a given quality.
+// Encodes to a given quality.
 #ifndef ZEPJP_CODECS_JPEG2000_RATE_SEARCH_H_
 #define ZEPJP_CODECS_JPEG2000_RATE_SEARCH_H_
 
@@ -7,8 +7,8 @@
 
 namespace zepcodec::jpeg2000 {
 
-// Makes the smallest file with this PSNR over the samples of all components, found by trying: sizes
-// with a lower and a higher PSNR close in on it. `options.layer_bytes` is not used.
+// Makes about the smallest file with at least this PSNR over the samples of all components.
+// `options.layer_bytes` is not used.
 Status EncodeToPsnr(double psnr, const Image& image, EncodeOptions options, ByteBuffer* file);
 
 }  // namespace zepcodec::jpeg2000

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Tag trees (ITU-T T.800, B.10.2): numbers of a grid of code-blocks, coded as what they exceed the
-// minimum of their neighbourhood by.
+// Tag trees (ITU-T T.800, B.10.2) code a grid of numbers, one for each code-block. An inner node is
+// the minimum of its up to 2x2 children; a number is coded from the root to the leaf as the
+// differences between nodes, each in unary, and only as far as a question ("below the threshold?")
+// needs.
 #ifndef ZEPJP_CODECS_JPEG2000_TAG_TREE_H_
 #define ZEPJP_CODECS_JPEG2000_TAG_TREE_H_
 
@@ -11,15 +13,15 @@
 
 namespace zepcodec::jpeg2000 {
 
-// The nodes lie level by level, the leaves first; a node's parent follows from its place, so that a
+// Nodes are stored level by level, the leaves first. A node's parent follows from its place, so a
 // node takes eight bytes.
 class TagTree {
  public:
   TagTree() = default;
   TagTree(int width, int height);
 
-  // Reads until it is known whether the value of leaf `leaf` is below `threshold`, and says so.
-  // `bits.Bit()` gives the next bit; where there was none, `bits.failed()`.
+  // Reads as many bits as it takes to know whether the value of leaf `leaf` is below `threshold`.
+  // `bits.Bit()` returns the next bit; at the end of the data `bits.failed()` is true.
   template <class Bits>
   bool DecodeBelow(size_t leaf, int threshold, Bits* bits) {
     int low = 0;
@@ -41,15 +43,15 @@ class TagTree {
     const Node& node = nodes_[leaf];
     return node.known() && node.low() < threshold;
   }
-  // What is known of a leaf: its value is not less.
+  // The lower bound of a leaf's value that is known so far.
   int Low(size_t leaf) const { return nodes_[leaf].low(); }
 
-  // The value of a leaf to encode; Prepare() when all are set.
+  // Sets the value of a leaf to encode. After all are set, call Prepare().
   void Set(size_t leaf, int value) { nodes_[leaf].value = value; }
-  // Fills the inner nodes and forgets what was written.
+  // Fills the inner nodes and resets the state of coding.
   void Prepare();
 
-  // Writes what DecodeBelow() reads, by `bits->Put(bit)`.
+  // Writes the bits that DecodeBelow() reads, with `bits->Put(bit)`.
   template <class Bits>
   void EncodeBelow(size_t leaf, int threshold, Bits* bits) {
     int low = 0;
@@ -78,7 +80,7 @@ class TagTree {
     void SetKnown() { state |= 1; }
 
     int32_t value = 0;  // to encode
-    int32_t state = 0;  // what the bits have told so far: twice the low, plus 1 if it is the value
+    int32_t state = 0;  // twice the lower bound that is known, plus 1 if it is the value
   };
   // The nodes from a leaf to the root.
   struct Path {

@@ -18,7 +18,7 @@ namespace {
 
 class TileDecoder {
  public:
-  // The parts must be there.
+  // The parts must outlive this.
   TileDecoder(const MarkerReader& reader, const Parameters& parameters, int number,
               const Wanted& wanted, size_t threads, TileReport* report, Image* image)
       : size_(reader.picture_size()),
@@ -37,7 +37,7 @@ class TileDecoder {
   Budget MakeBudget() const;
   bool MakeGeometry(Budget* budget);
   PacketSource Source();
-  // Components from..before `end`.
+  // Decodes a range of components, excluding `end`.
   Status DecodeComponents(const TilePackets& packets, size_t begin, size_t end);
   std::vector<BlockJob> MakeJobs(const TilePackets& packets, size_t begin, size_t end);
   void AddJobs(const TilePackets& packets, size_t component, int resolution,
@@ -49,7 +49,7 @@ class TileDecoder {
   int Highest(size_t component) const {
     return tile_.components[component].levels() - wanted_.reduce;
   }
-  // What is decoded of a component, on its own grid.
+  // The area of a component that is decoded, on its own grid.
   const Rect& AreaOf(size_t component) const {
     return tile_.components[component].resolutions[size_t(Highest(component))].area;
   }
@@ -62,7 +62,7 @@ class TileDecoder {
   const TileParts& parts_;
   const Parameters& parameters_;
   int number_;
-  int64_t tiles_;  // that share the free part of the budget
+  int64_t tiles_;  // the tiles that share the free part of the budget
   Wanted wanted_;
   size_t threads_;
   TileReport* report_;
@@ -79,7 +79,7 @@ size_t TotalSize(const std::vector<Span>& spans) {
   return size;
 }
 
-// The spans as one, in `memory` where they are more.
+// Joins the spans; more than one are copied to `memory`.
 Span Join(const std::vector<Span>& spans, std::vector<uint8_t>* memory) {
   if (spans.size() == 1) return spans[0];
   memory->reserve(TotalSize(spans));
@@ -88,7 +88,7 @@ Span Join(const std::vector<Span>& spans, std::vector<uint8_t>* memory) {
 }
 
 int64_t SamplesOf(const SizeSegment& size, int tile) {
-  constexpr int64_t kMost = int64_t{1} << 40;  // far beyond what is decoded in full
+  constexpr int64_t kMost = int64_t{1} << 40;  // far above any work that is allowed
   int64_t samples = 0;
   for (const SizeSegment::ComponentSize& component : size.components) {
     const Rect area = ComponentArea(TileArea(size, tile), component.dx, component.dy);
@@ -154,7 +154,7 @@ Status TileDecoder::Decode() {
 
 Status TileDecoder::DecodeComponents(const TilePackets& packets, size_t begin, size_t end) {
   const std::vector<BlockJob> jobs = MakeJobs(packets, begin, end);
-  if (jobs.empty()) return Status();  // the samples are in the middle of their range already
+  if (jobs.empty()) return Status();  // the samples already have the middle of their range
   Status status = DecodeBlocks(jobs);
   if (status.ok()) status = InverseWavelets(begin, end);
   if (!status.ok()) return status;
@@ -166,7 +166,7 @@ Status TileDecoder::DecodeComponents(const TilePackets& packets, size_t begin, s
   return status;
 }
 
-// Makes the planes too, if there is anything to decode.
+// Also makes the planes, if there is anything to decode.
 std::vector<BlockJob> TileDecoder::MakeJobs(const TilePackets& packets, size_t begin, size_t end) {
   std::vector<BlockJob> jobs;
   for (size_t c = begin; c < end; ++c) {
@@ -275,11 +275,11 @@ void TileDecoder::InverseComponents() {
   }
 }
 
-// The nearest number from `lowest` to `highest`.
+// Clamps to `lowest` and `highest`.
 int32_t Limited(int32_t value, int32_t lowest, int32_t highest) {
   return std::clamp(value, lowest, highest);
 }
-// What is not a number becomes the lowest.
+// NaN becomes the lowest value.
 int32_t Limited(float value, int32_t lowest, int32_t highest) {
   const auto low = static_cast<float>(lowest);
   const float limited = std::max(low, std::min(value, static_cast<float>(highest)));
@@ -300,7 +300,7 @@ void StoreSamples(const Plane<T>& plane, const SizeSegment::ComponentSize& sizes
   }
 }
 
-// A plane that is the whole component becomes its samples.
+// If a plane is the whole component, its memory becomes the samples.
 void TakeSamples(const SizeSegment::ComponentSize& sizes, Plane<int32_t>* plane,
                  Component* component) {
   const int32_t offset = sizes.is_signed ? 0 : 1 << (sizes.bits - 1);
@@ -333,7 +333,7 @@ Status DecodeTile(const MarkerReader& reader, int number, const Wanted& wanted, 
                   TileReport* report, Image* image) {
   const TileParts& parts = reader.tiles()[size_t(number)];
   if (!parts.is_present) {
-    // Where all components are coarse, there are tiles that hold no sample of any.
+    // If all components are subsampled, some tiles have no samples.
     if (SamplesOf(reader.picture_size(), number) > 0) {
       report->messages.AddIn(Place("tile", number), "it is missing");
     }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A tile from its packets to samples.
+// Decodes a tile from its packets to samples.
 #ifndef ZEPJP_CODECS_JPEG2000_TILE_DECODER_H_
 #define ZEPJP_CODECS_JPEG2000_TILE_DECODER_H_
 
@@ -15,20 +15,20 @@
 
 namespace zepcodec::jpeg2000 {
 
-// Components that are decoded together: the first three, which can have a transform, are among
-// them. Others wait, so that not all are in memory twice.
+// The number of components that are decoded together, at least the three that can have a component
+// transform. Later ones are decoded after them, so that not all are in memory twice.
 constexpr size_t kComponentsAtOnce = 4;
 
-// What became of a tile.
+// The result of decoding a tile.
 struct TileReport {
   Messages messages;
-  int layers_found = 0;  // fewer than announced, but whole ones; 0: see the messages
+  int layers_found = 0;  // complete layers, if fewer than announced; 0: see the messages
   int64_t work = 0;      // in the units of Budget
 };
 
-// Writes the tile's samples into the picture. Its components have their sizes; those without
-// samples get them here, which must not happen in more than one tile. What is damaged gets
-// messages; an error is a lack of memory.
+// Writes the tile's samples into the picture, whose components have their sizes. A component
+// without samples gets them here, which only one tile may do. Damage goes to the messages; the only
+// error is a lack of memory.
 Status DecodeTile(const MarkerReader& reader, int number, const Wanted& wanted, size_t threads,
                   TileReport* report, Image* image);
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A tile from samples to packets.
+// Encodes a tile from samples to packets.
 #ifndef ZEPJP_CODECS_JPEG2000_TILE_ENCODER_H_
 #define ZEPJP_CODECS_JPEG2000_TILE_ENCODER_H_
 
@@ -28,9 +28,9 @@ class TileEncoder {
   Status Code(const Image& image, size_t threads, Progress* progress);
 
   std::deque<EncodedBlock>& blocks() { return blocks_; }
-  // Bytes of the packets of the first `layers` layers, as the blocks are cut now.
+  // The size of the packets of the first `layers` layers with the present cuts.
   size_t PacketBytes(size_t layers);
-  // All packets in their order.
+  // Writes all packets in their order.
   void WritePackets(std::vector<uint8_t>* bytes);
 
  private:
@@ -55,7 +55,7 @@ class TileEncoder {
   Tile tile_;
   std::vector<AnyPlane> planes_;
   std::deque<EncodedBlock> blocks_;
-  std::vector<BlockSource> sources_;  // of each block
+  std::vector<BlockSource> sources_;  // for each block
   std::vector<std::vector<PrecinctsOfResolution>> precincts_;
 };
 

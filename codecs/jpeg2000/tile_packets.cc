@@ -1,4 +1,12 @@
 // SPDX-License-Identifier: MIT
+// Packets follow one another without lengths, so after an unreadable header the next packet is not
+// found. If the file has start-of-packet markers with a running number, reading continues at the
+// next plausible one: its number must be ahead of the lost packet, but not by so much that it is
+// likely to be a coincidence of bytes. The precinct of the lost packet gets no more passes, since
+// its later headers depend on the lost one; all others continue. Without markers the rest of the
+// tile is lost.
+//
+// Each step is charged to the tile's budget (budget.h) before it is done.
 #include "codecs/jpeg2000/tile_packets.h"
 
 #include <algorithm>
@@ -7,11 +15,12 @@
 namespace zepcodec::jpeg2000 {
 namespace {
 
-// How far the number in a start marker may be ahead before it is taken for chance.
+// If the number in a start marker is further ahead than this, the bytes are taken for a
+// coincidence.
 constexpr int64_t kMostSkipped = 4096;
 constexpr size_t kStartMarkerSize = 6;
 
-// A precinct's state and its place in the order of packets, in memory that grows in steps of two.
+// Bytes of a precinct's state and its place in the order of packets, in vectors that double.
 constexpr int64_t kMemoryOfPrecinct = 48;
 
 }  // namespace
@@ -68,7 +77,7 @@ std::vector<ProgressionVolume> TilePackets::Volumes() const {
   for (ProgressionVolume& volume : volumes) {
     volume.end_layer = std::min(volume.end_layer, parameters_.tile.layers);
   }
-  // What the volumes leave out, if anything, comes in the order of the tile.
+  // Packets outside of all volumes follow in the order of the tile.
   volumes.push_back(
       {0, 0, parameters_.tile.layers, kMostLevels + 1, kMostComponents, parameters_.tile.order});
   return volumes;
@@ -100,7 +109,7 @@ TilePackets::Outcome TilePackets::Read(int tile_number, const PacketSource& sour
   return outcome;
 }
 
-// Only the last precinct is lost where the data end behind a packet.
+// If the data ends after a packet, only the last precinct is lost.
 int TilePackets::LayersFound() const {
   int found = parameters_.tile.layers;
   for (size_t c = 0; c < components_.size(); ++c) {
@@ -151,7 +160,7 @@ TilePackets::Progress TilePackets::Read(const Packet& packet, PrecinctState* sta
       result = ReadAt(packet);
       last_state_ = state;
     } else {
-      // The packet before was not what it seemed to be.
+      // The packet before was misread.
       last_state_->lost = true;
       ++lost_packets_;
       begin = last_start_;
@@ -192,7 +201,8 @@ int64_t TilePackets::NumberAhead(const uint8_t* at) const {
   return ((at[4] << 8 | at[5]) - packet_) & 0xFFFF;
 }
 
-// A file that may have them need not, and where headers stand apart they help nothing.
+// Files that allow start markers can still lack them; with headers in a segment of their own they
+// are of no use.
 bool TilePackets::TakeStartMarker() {
   Span& body = source_.body;
   if (!parameters_.tile.uses_sop || body.size == 0) return true;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// All packets of a tile.
+// Reads all packets of a tile.
 #ifndef ZEPJP_CODECS_JPEG2000_TILE_PACKETS_H_
 #define ZEPJP_CODECS_JPEG2000_TILE_PACKETS_H_
 
@@ -20,36 +20,36 @@
 
 namespace zepcodec::jpeg2000 {
 
-// What of a tile is wanted.
+// The part of a tile that is wanted.
 struct Wanted {
   int reduce = 0;                // resolutions to leave out
   int layers = 0;                // 0: all
-  Progress* progress = nullptr;  // of the code-blocks; null: nobody watches
+  Progress* progress = nullptr;  // for the code-blocks; null: none
 };
 
 class TilePackets {
  public:
   struct PrecinctState {
     std::unique_ptr<PrecinctBlocks> blocks;  // null: no packet had passes
-    int32_t layers = 0;                      // that packets were met of
-    bool lost = false;  // a header could not be read: what follows cannot be either
+    int32_t layers = 0;                      // layers whose packets were read
+    bool lost = false;                       // a header was not readable, so no later one is
   };
   struct ForResolution {
-    std::array<BandSteps, 3> steps = {};  // of each band
-    std::array<int, 3> most_planes = {};  // the same with the shift of a region of interest
+    std::array<BandSteps, 3> steps = {};  // for each band
+    std::array<int, 3> most_planes = {};  // with the shift of a region of interest
     std::vector<PrecinctState> precincts;
   };
   struct Outcome {
-    // Where the data end behind a packet, and some quality layers are there of every precinct: how
-    // many. 0: all that were announced, or what is missing was put into the messages.
+    // If the data ends after a packet and every precinct has some quality layers: their number. 0:
+    // all layers are there, or the messages name the missing ones.
     int layers_found = 0;
   };
 
-  // All must outlive this.
+  // All arguments must outlive this.
   TilePackets(const SizeSegment& size, const Parameters& parameters, const Tile& tile,
               const Wanted& wanted, Budget* budget);
 
-  // Reads until all that is wanted is there or the data ends. Damage is put into one message.
+  // Reads until all wanted packets are there or the data ends. Damage gives one message.
   Outcome Read(int tile_number, const PacketSource& source, Messages* messages);
 
   const ForResolution& At(size_t component, size_t resolution) const {
@@ -60,20 +60,20 @@ class TilePackets {
   enum class Progress { kGoOn, kStop };
   bool IsWanted(const Packet& packet) const;
   int64_t CountWanted() const;
-  // False: they take more memory or time than the tile has.
+  // False: they take more memory or time than the budget of the tile.
   bool MakePrecincts();
   int LayersFound() const;
   std::vector<ProgressionVolume> Volumes() const;
   Progress ReadVolume(const ProgressionVolume& volume);
   Progress Visit(const Packet& packet);
   Progress Read(const Packet& packet, PrecinctState* state);
-  // Reads the packet that begins here.
+  // Reads the next packet.
   PacketResult ReadAt(const Packet& packet);
-  // Takes the start marker of the packet off; false: the packet is not here.
+  // Skips the start marker of the packet; false: the packet is missing.
   bool TakeStartMarker();
-  // The number in the start marker at `at`, less that of the packet to be read; negative: no marker.
+  // The number in the start marker at `at`, minus that of the next packet; negative: no marker.
   int64_t NumberAhead(const uint8_t* at) const;
-  // Goes on at the next packet from `from` on that has a start marker and is at least so far ahead; false:
+  // Continues at the next start marker after `from` whose packet is at least that far ahead; false:
   // there is none.
   bool Resume(const uint8_t* from, int64_t least_ahead);
 
@@ -85,10 +85,10 @@ class TilePackets {
   std::vector<std::vector<ForResolution>> components_;
   PacketSource source_;
   int64_t wanted_left_ = 0;
-  int64_t packet_ = 0;                   // the number of the one to be read
-  int64_t resume_at_ = 0;                // packets before are lost
-  const uint8_t* last_start_ = nullptr;  // behind the last start marker; null: none was met
-  PrecinctState* last_state_ = nullptr;  // of the last packet
+  int64_t packet_ = 0;                   // the number of the next packet
+  int64_t resume_at_ = 0;                // packets before this one are lost
+  const uint8_t* last_start_ = nullptr;  // end of the last start marker; null: none was read
+  PrecinctState* last_state_ = nullptr;  // that of the last packet
   int64_t lost_packets_ = 0;
   bool cut_ = false;
   bool ends_behind_packet_ = false;

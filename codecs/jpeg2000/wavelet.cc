@@ -1,4 +1,11 @@
 // SPDX-License-Identifier: MIT
+// A level splits an area into four bands: lifting along all columns, then along all rows, low-pass
+// results first. The next level does the same to the low-pass quarter. The reversible 5/3 transform
+// is one call of the library for each level, on integers and in place. The irreversible 9/7
+// transform runs the library's passes along columns and rows on floats. They read a few samples
+// beyond both ends of a line, which the filter mirrors there, so lines pass through work memory
+// with room for them; columns go in strips, wide enough for whole registers and narrow enough for
+// the first cache.
 #include "codecs/jpeg2000/wavelet.h"
 
 #include <algorithm>
@@ -11,7 +18,7 @@ namespace {
 using WholeTile = decltype(zepiWTFwd_B53_JPEG2K_32s_C1IR);
 
 void TransformWhole(WholeTile* transform, const Rect& area, Plane<int32_t>* plane) {
-  // Only whether it is odd matters of an origin.
+  // Of the origin only the parity matters.
   const zepiRect rect = {static_cast<int32_t>(area.x0 & 1), static_cast<int32_t>(area.y0 & 1),
                          static_cast<int32_t>(area.width()), static_cast<int32_t>(area.height())};
   int32_t size = 0;
@@ -20,16 +27,16 @@ void TransformWhole(WholeTile* transform, const Rect& area, Plane<int32_t>* plan
   transform(plane->At(0, 0), plane->StepInBytes(), &rect, buffer.data());
 }
 
-// What is mirrored about the ends of a line of at least two samples (F.3.7).
+// Mirrors a line of at least two samples about its ends (F.3.7).
 int64_t Mirrored(int64_t position, int64_t length) {
   const int64_t period = 2 * (length - 1);
   const int64_t in_period = (position % period + period) % period;
   return in_period < length ? in_period : period - in_period;
 }
 
-// The library's passes for floating point read beyond both ends of a line, so lines are extended on
-// their way through work memory: single rows, and columns by the strip. `phase` tells whether the first
-// sample of a line is a high-pass one.
+// The library's passes for floats read beyond both ends of a line, so lines are copied to work
+// memory and extended there: rows one at a time, columns in strips. `phase`: 1 if the first sample
+// of a line is a high-pass one.
 class FloatLines {
  public:
   // For lines of `length` samples, strips of `width`.
@@ -46,7 +53,7 @@ class FloatLines {
 
   void ForwardRow(float* row) { Forward(row, 1, 1, zepiWTFwdRow_D97_JPEG2K_32f_C1R); }
   void InverseRow(float* row) { Inverse(row, 1, 1, zepiWTInvRow_D97_JPEG2K_32f_C1R); }
-  // A single column is extended to a row.
+  // A single column is handled as a row.
   void ForwardColumns(float* first, int64_t step, int64_t count) {
     Forward(first, step, count,
             width_ == 1 ? zepiWTFwdRow_D97_JPEG2K_32f_C1R : zepiWTFwdCol_D97_JPEG2K_32f_C1R);
@@ -57,9 +64,9 @@ class FloatLines {
   }
 
  private:
-  static constexpr int64_t kBefore = 4;  // samples that the forward passes read before a line
+  static constexpr int64_t kBefore = 4;  // samples before a line that the forward passes read
   static constexpr int64_t kBehind = 4;
-  static constexpr int64_t kMargin = 2;  // coefficients that the inverse passes read on either side
+  static constexpr int64_t kMargin = 2;  // coefficients on either side that the inverse passes read
 
   size_t Size(int64_t lines) const { return static_cast<size_t>(lines * width_); }
   float* Sample(int64_t i) { return samples_.data() + (i + kBefore) * width_; }
@@ -71,7 +78,7 @@ class FloatLines {
     return width_ == 1 ? zepiSize{pairs, 1} : zepiSize{static_cast<int32_t>(count), pairs};
   }
 
-  // `lines` times `count` values side by side; of a row, all at once.
+  // Copies `lines` times `count` values that lie side by side; a row is copied at once.
   static void CopyLines(const float* from, int64_t from_step, int64_t count, int64_t lines,
                         float* to, int64_t to_step) {
     if (from_step == 1 && to_step == 1) {
@@ -81,7 +88,7 @@ class FloatLines {
     for (int64_t i = 0; i < lines; ++i) std::copy_n(from + i * from_step, count, to + i * to_step);
   }
 
-  // A sample of the line stands `step` values behind the one before; `count` lines lie side by side.
+  // Samples of a line lie `step` values apart; `count` lines lie side by side.
   template <class Pass>
   void Forward(float* first, int64_t step, int64_t count, Pass* pass) {
     if (length_ == 1) return Scale(first, count, 2);
@@ -97,7 +104,7 @@ class FloatLines {
   template <class Pass>
   void Inverse(float* first, int64_t step, int64_t count, Pass* pass) {
     if (length_ == 1) return Scale(first, count, 0.5F);
-    const int64_t inner = length_ / 2;  // both bands have so many
+    const int64_t inner = length_ / 2;  // both bands have at least this many
     CopyLines(first, step, count, inner, Low(0), width_);
     CopyLines(first + lows_ * step, step, count, inner, High(0), width_);
     for (int64_t i = -kMargin; i < pairs_ + kMargin; i = i == -1 ? inner : i + 1) {
@@ -110,7 +117,7 @@ class FloatLines {
     CopyLines(Sample(0), width_, count, length_, first, step);
   }
 
-  // A line of one sample: as it is, or times 2 at an odd place.
+  // A line of one sample stays as it is, or is doubled at an odd place.
   void Scale(float* first, int64_t count, float factor) const {
     if (phase_ == 0) return;
     for (int64_t i = 0; i < count; ++i) first[i] *= factor;
@@ -127,8 +134,8 @@ class FloatLines {
 
 constexpr int64_t kWidestStrip = 64;
 
-// Calls columns(lines, first, count) for strips of the area. Strips of narrow areas are narrower, so that
-// work memory is in proportion to the samples.
+// Calls columns(lines, first, count) for strips of the area. Narrow areas have narrower strips, so
+// that work memory stays in proportion to the samples.
 template <class Columns>
 void ForStrips(const Rect& area, Plane<float>* plane, const Columns& columns) {
   const int64_t width = std::clamp<int64_t>(area.width() / 2, 1, kWidestStrip);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// All levels of the wavelet transform of a tile's component, in place: the lower resolutions fill the
-// upper left corner of the plane. The reversible filter works on integers, the irreversible one on floating
-// point.
+// All levels of the wavelet transform of a tile's component, in place: the lower resolutions are in
+// the upper left corner of the plane. The reversible filter works on integers, the irreversible one
+// on floats.
 #ifndef ZEPJP_CODECS_JPEG2000_WAVELET_H_
 #define ZEPJP_CODECS_JPEG2000_WAVELET_H_
 

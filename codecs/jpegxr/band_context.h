@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the coding of a tile's plane carries from one macroblock to the next.
+// The state of a tile's plane that coding carries from one macroblock to the next.
 #ifndef ZEPJP_CODECS_JPEGXR_BAND_CONTEXT_H_
 #define ZEPJP_CODECS_JPEGXR_BAND_CONTEXT_H_
 
@@ -120,19 +120,20 @@ class BandContext {
   std::vector<uint32_t> state_;
 };
 
-// Numbers of coded coefficients, of luma and of chroma.
+// Numbers of coded coefficients in luma and in chroma.
 struct Counts {
   uint32_t luma = 0;
   uint32_t chroma = 0;
   uint32_t* Of(size_t component) { return component == 0 ? &luma : &chroma; }
 };
 
-// Frequencies of the low-pass coefficients of subsampled chroma, in order of coding; each is coded for U, then
-// for V.
+// Frequencies of the low-pass coefficients of subsampled chroma, in order of coding; each is coded
+// for U, then for V.
 constexpr uint8_t kLp420[3] = {1, 2, 3};
 constexpr uint8_t kLp422[7] = {4, 1, 2, 3, 5, 6, 7};
 
-// A macroblock in which scans begin anew, and one behind which codes adapt; x counts inside the tile.
+// Whether scan orders start again at this macroblock, and whether codes adapt after it; x counts
+// inside the tile.
 constexpr bool ResetsScans(size_t x) { return x % 16 == 0; }
 constexpr bool AdaptsCodes(size_t x, size_t width) { return x % 16 == 0 || x + 1 == width; }
 

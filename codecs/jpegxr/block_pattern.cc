@@ -1,4 +1,15 @@
 // SPDX-License-Identifier: MIT
+// Which blocks of a macroblock have coded coefficients, as a bit for each block: its pattern. The
+// stream holds the difference from a predicted pattern. There are three predictions; recent
+// macroblocks decide which one is used, for luma and chroma on their own:
+//
+//   kNeighbours  each block is like an earlier block of the macroblock, the first one like the
+//                nearest block of the macroblock on the left or above
+//   kAsIs        no block is coded: recent macroblocks had few
+//   kInverted    all blocks are coded: recent macroblocks had many
+//
+// The difference is coded by quadrants of 2x2 blocks: an adaptive code for the number of quadrants
+// that are not 0, then for each of these the number of blocks and which ones.
 #include "codecs/jpegxr/block_pattern.h"
 
 #include <algorithm>
@@ -18,19 +29,19 @@ constexpr uint32_t BlockCount(ColorFormat format, size_t component) {
 
 // The earlier block that predicts block j of 16: in order of coding each is known by then.
 constexpr uint8_t kPredictor16[16] = {0, 0, 0, 1, 1, 4, 4, 5, 2, 3, 8, 9, 6, 7, 12, 13};
-// That of block j of 4 or 8, in rows of two.
+// The same for block j of 4 or 8, in rows of two.
 constexpr uint8_t PredictorOf2(uint32_t j) { return static_cast<uint8_t>(j == 1 ? 0 : j - 2); }
 
 uint32_t PredictorOf(uint32_t j, uint32_t blocks) {
   return blocks == 16 ? kPredictor16[j] : PredictorOf2(j);
 }
 
-// Masks of 4 bits by how many are set, in the order of their codes.
+// A code word. A mask of 4 bits is coded as the number of bits that are set, then which ones.
 struct Code {
   uint8_t bits;
   uint8_t length;
 };
-// Of masks with two bits set: 3, 5, 6, 9, 10, 12.
+// The masks with two bits set, and their codes.
 constexpr uint8_t kTwoOfFour[6] = {3, 5, 6, 9, 10, 12};
 constexpr Code kTwoOfFourCodes[6] = {{0, 2}, {1, 2}, {4, 3}, {5, 3}, {6, 3}, {7, 3}};
 
@@ -195,7 +206,7 @@ void PatternCoder::WriteChromaQuadrant(uint32_t bits, PacketWriter* writer) cons
   WriteMask(bits, writer);
 }
 
-// A component's bits of a quadrant, from bit 0 on.
+// The bits of a quadrant in a component's pattern, moved to bit 0.
 uint32_t PatternCoder::ChromaOf(size_t quadrant, uint32_t pattern) const {
   if (format_ == ColorFormat::k420) return pattern >> quadrant & 1;
   if (format_ == ColorFormat::k422) return pattern >> kShift422[quadrant] & 5;

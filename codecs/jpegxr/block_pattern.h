@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Which blocks of a macroblock have coded coefficients (ITU-T T.832, 8.7.15 and 9.6): predicted from
-// neighbours, and coded quadrant by quadrant. Bit j of a component's pattern is its block j.
+// Which blocks of a macroblock have coded coefficients (ITU-T T.832, 8.7.15 and 9.6): predicted
+// from neighbours, and coded quadrant by quadrant. Bit j of a component's pattern is its block j.
 #ifndef ZEPJP_CODECS_JPEGXR_BLOCK_PATTERN_H_
 #define ZEPJP_CODECS_JPEGXR_BLOCK_PATTERN_H_
 
@@ -24,7 +24,7 @@ constexpr size_t BlockAt(size_t row, size_t column) {
   return 8 * (row / 2) + 4 * (column / 2) + 2 * (row % 2) + column % 2;
 }
 
-// Between a pattern and its difference from what is expected of it.
+// Converts between a pattern and its difference from the predicted one.
 class PatternPredictor {
  public:
   explicit PatternPredictor(ColorFormat format) : format_(format) {}

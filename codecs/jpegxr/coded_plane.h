@@ -12,8 +12,8 @@
 
 namespace zepcodec::jpegxr {
 
-// A component: samples, later first-stage coefficients in place; and beside them the DC coefficients of all
-// blocks, in which the second stage works.
+// A component: samples, which become first-stage coefficients in place, and in a plane of their own
+// the DC coefficients of all blocks, on which the second stage works.
 struct Component {
   size_t blocks_across = 4;  // of a macroblock
   size_t blocks_down = 4;
@@ -33,7 +33,8 @@ struct CodedPlane {
   PlaneHeader header;
   std::array<Component, 3> components;
 
-  // With `kept_mb_rows`, a power of two, that many rows of macroblocks of the samples are kept at a time.
+  // With `kept_mb_rows`, a power of two, only that many rows of macroblocks are in memory at a
+  // time.
   void Resize(size_t mb_width, size_t mb_height, size_t kept_mb_rows = 0) {
     for (size_t c = 0; c < header.Components(); ++c) {
       Component& component = components[c];
@@ -46,7 +47,7 @@ struct CodedPlane {
     }
   }
 
-  // What that takes.
+  // The bytes that Resize() takes.
   static size_t MemoryOf(const PlaneHeader& header, size_t mb_width, size_t mb_height,
                          size_t kept_mb_rows) {
     size_t bytes = 0;
@@ -65,7 +66,7 @@ struct CodedPlane {
   }
 };
 
-// In macroblocks.
+// The area of a tile, in macroblocks.
 struct TileArea {
   size_t x0, y0, x1, y1;
 

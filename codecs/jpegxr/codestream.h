@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the headers of a codestream say (ITU-T T.832, 8.3 and 8.4).
+// The contents of the headers of a codestream (ITU-T T.832, 8.3 and 8.4).
 #ifndef ZEPJP_CODECS_JPEGXR_CODESTREAM_H_
 #define ZEPJP_CODECS_JPEGXR_CODESTREAM_H_
 
@@ -20,7 +20,7 @@ constexpr bool IsSubsampled(ColorFormat format) {
   return format == ColorFormat::k420 || format == ColorFormat::k422;
 }
 
-// Blocks of a macroblock's component, across and down.
+// Blocks of a component in a macroblock, across and down.
 constexpr size_t BlocksAcross(ColorFormat format, size_t component) {
   return component > 0 && IsSubsampled(format) ? 2 : 4;
 }
@@ -30,12 +30,12 @@ constexpr size_t BlocksDown(ColorFormat format, size_t component) {
 
 enum class Overlap { kNone = 0, kFirst = 1, kBoth = 2 };
 
-// What a codestream has of the coefficients.
+// The bands of coefficients that a codestream contains.
 enum class Bands { kAll = 0, kNoRefinement = 1, kNoHighpass = 2, kDcOnly = 3 };
 
 constexpr size_t PacketsOf(Bands bands) { return 4 - static_cast<size_t>(bands); }
 
-// Quantizer indexes of a band.
+// Quantizer indexes of a band, by component.
 using QuantizerSet = std::array<uint8_t, 3>;
 
 struct PlaneHeader {
@@ -44,7 +44,7 @@ struct PlaneHeader {
   Bands bands = Bands::kAll;
   int shift = 0;  // bits of wide samples that are not coded; of floats: bits of the mantissa
   int exponent_bias = 0;  // of floats
-  // Without a value for the whole frame each tile has its own.
+  // False: each tile has quantizers of its own.
   bool is_dc_uniform = true;
   bool is_lp_uniform = true;
   bool is_hp_uniform = true;
@@ -72,16 +72,16 @@ struct FrameHeader {
   bool has_trim = false;
   bool is_bgr = false;
   bool has_alpha = false;
-  bool is_rgb = false;  // the output; otherwise grey
+  bool is_rgb = false;  // the output format; otherwise grey
   SampleType type = SampleType::kU8;
   uint32_t width = 0;
   uint32_t height = 0;
-  // Samples of the coded picture around the one that is shown.
+  // Columns and rows of the coded picture that are not shown.
   uint32_t extra_top = 0;
   uint32_t extra_left = 0;
   uint32_t extra_bottom = 0;
   uint32_t extra_right = 0;
-  // Where tiles begin, in macroblocks, and where the last one ends.
+  // The first macroblock of each tile, and the end of the last tile.
   std::vector<uint32_t> columns;
   std::vector<uint32_t> rows;
   PlaneHeader plane;

@@ -1,4 +1,16 @@
 // SPDX-License-Identifier: MIT
+// Samples become components in three steps, and back in the reverse order:
+//
+//   integers   samples of wide types lose `shift` low bits; floats become integers (float_code.h);
+//              lossy coding of 8 and 16 bits multiplies by 8, so that rounding in the transforms
+//              does not count
+//   colours    v = b - r; t = r + ceil(v / 2) - g; y = g + floor(t / 2) - offset; u = -t. All steps
+//              are undone exactly; `offset` moves the middle of the range to 0
+//   chroma     halved by the filter (1 4 6 4 1) / 16 across and, for 4:2:0, down; doubled by means
+//              of neighbours
+//
+// Sums wrap at 32 bits: lossless coding of 32-bit samples has no room to spare, and damaged files
+// may contain anything. rgb_rows.h is the fast path for 8-bit RGB.
 #include "codecs/jpegxr/color.h"
 
 #include <algorithm>
@@ -7,7 +19,7 @@
 #include <vector>
 
 #include "codecs/jpegxr/float_code.h"
-#include "codecs/jpegxr/vector_loops.h"
+#include "codecs/jpegxr/rgb_rows.h"
 #include "codecs/jpegxr/wrapping.h"
 
 namespace zepcodec::jpegxr {
@@ -18,20 +30,20 @@ constexpr int kScaledShift = 3;
 
 int ShiftOf(const PlaneHeader& header) { return header.is_scaled ? kScaledShift : 0; }
 
-// What stands between a sample and the middle of its range, after scaling.
+// The middle of the range of samples, after scaling: it is coded as 0.
 int32_t Offset(SampleType type, const PlaneHeader& header) {
   if (type == SampleType::kU8) return 128 << ShiftOf(header);
   if (type == SampleType::kU16) return (32768 >> header.shift) << ShiftOf(header);
   return 0;
 }
 
-// What makes the last shift round; that of opacity inside a picture's codestream rounds up.
+// The rounding term of the final shift. Opacity inside a picture's codestream rounds halves up.
 int32_t Rounding(SampleType type, const PlaneHeader& header, bool is_opacity) {
   if (!header.is_scaled) return 0;
   return type == SampleType::kU16 || is_opacity ? 4 : 3;
 }
 
-// How samples of each type are read and written, elements of any alignment.
+// Reads and writes samples of each type, at any alignment.
 template <class T>
 struct Samples {
   static T Load(const uint8_t* from) {
@@ -68,7 +80,7 @@ void Samples<uint8_t>::Encode(int32_t code, const PlaneHeader&, uint8_t* to) {
   *to = static_cast<uint8_t>(std::clamp(code, 0, 255));
 }
 
-// A half is coded as its 16 bits, taken as sign and magnitude.
+// A half float is coded as its 16 bits, read as sign and magnitude.
 struct Half {
   uint16_t bits;
 };
@@ -93,7 +105,7 @@ struct Rows {
   T* v;
 };
 
-// A row of pixels, `stride` bytes from one to the next.
+// A row of pixels that lie `stride` bytes apart.
 template <class T>
 void SplitRow(const uint8_t* from, size_t stride, size_t width, SampleType type,
               const PlaneHeader& header, const Rows<int32_t>& rows) {
@@ -137,37 +149,8 @@ void JoinRow(const Rows<const int32_t>& rows, size_t width, SampleType type,
   }
 }
 
-// The usual kind of picture, a few pixels at a time in loops that compilers turn into vectors: three bytes of a
-// pixel in a word each, then words over one another.
-ZEPJP_VECTOR_LOOPS void JoinRgb8Row(const Rows<const int32_t>& rows, size_t width, SampleType type,
-                                    const PlaneHeader& header, int32_t rounding, size_t,
-                                    uint8_t* to) {
-  constexpr size_t kChunk = 64;
-  const int shift = ShiftOf(header);
-  const W offset = W(Offset(type, header)) + rounding;
-  const auto byte = [=](W value) {
-    return static_cast<uint32_t>(std::min(std::max((value >> shift).value, 0), 255));
-  };
-  for (size_t start = 0; start < width; start += kChunk) {
-    const size_t count = std::min(kChunk, width - start);
-    uint32_t words[kChunk];
-    for (size_t i = 0; i < count; ++i) {
-      const W t = -W(rows.u[start + i]);
-      const W v = rows.v[start + i];
-      const W g = W(rows.y[start + i]) + offset - (t >> 1);
-      const W r = t + g - ((v + 1) >> 1);
-      words[i] = byte(r) | byte(g) << 8 | byte(v + r) << 16;
-    }
-    uint8_t* const out = to + 3 * start;
-    for (size_t i = 0; i + 1 < count; ++i) {
-      const uint8_t bytes[4] = {static_cast<uint8_t>(words[i]), static_cast<uint8_t>(words[i] >> 8),
-                                static_cast<uint8_t>(words[i] >> 16), 0};
-      std::memcpy(out + 3 * i, bytes, 4);
-    }
-    for (size_t c = 0; c < 3; ++c) {
-      out[3 * count - 3 + c] = static_cast<uint8_t>(words[count - 1] >> (8 * c));
-    }
-  }
+bool IsRgb8(SampleType type, const PlaneHeader& header, size_t stride) {
+  return type == SampleType::kU8 && header.color != ColorFormat::kGrey && stride == 3;
 }
 
 using SplitFunction = decltype(&SplitRow<uint8_t>);
@@ -181,7 +164,7 @@ void RepeatLast(int32_t* row, size_t width, size_t whole) {
   std::fill(row + width, row + whole, row[width - 1]);
 }
 
-// (1 4 6 4 1) / 16 around every second value; the border mirrors.
+// The filter (1 4 6 4 1) / 16 around every second value; positions outside are mirrored.
 int32_t Weighed(int32_t a, int32_t b, int32_t c, int32_t d, int32_t e) {
   return static_cast<int32_t>((int64_t{b} * 4 + int64_t{d} * 4 + int64_t{c} * 6 + a + e + 8) >> 4);
 }
@@ -205,7 +188,7 @@ void HalveRow(const int32_t* from, size_t width, int32_t* to) {
 
 int32_t MeanUp(int32_t a, int32_t b) { return (W(a) + b + 1).value >> 1; }
 
-// A row at full resolution: every second value is the mean of its neighbours.
+// A row at twice the resolution: each value in between is the mean of its neighbours.
 void DoubleRow(const int32_t* from, size_t count, int32_t* to) {
   for (size_t x = 0; x + 1 < count; ++x) {
     to[2 * x] = from[x];
@@ -233,7 +216,7 @@ const int32_t* FullRow(const Window& plane, bool is_420, size_t y, int32_t* narr
 
 constexpr size_t kRowsAtOnce = 16;
 
-// Calls make_worker()(y) for all rows, on several threads.
+// Calls make_worker()(y) for all rows, on several threads, each with a worker of its own.
 template <class MakeWorker>
 Status ForRows(size_t threads, size_t height, const MakeWorker& make_worker) {
   return RunParallel(threads, (height + kRowsAtOnce - 1) / kRowsAtOnce, [&] {
@@ -275,10 +258,14 @@ void PixelReader::ReadRow(size_t y, Scratch* scratch) {
     rows.u = is_small ? scratch->chroma[0].data() : plane_->components[1].values.All().Row(y);
     rows.v = is_small ? scratch->chroma[1].data() : plane_->components[2].values.All().Row(y);
   }
-  kSplit[static_cast<int>(frame_.type)](
-      image_.Row(static_cast<int>(std::min(y, last))),
-      static_cast<size_t>(image_.channels() * BytesOf(image_.type())), width, frame_.type, header,
-      rows);
+  const uint8_t* const pixels = image_.Row(static_cast<int>(std::min(y, last)));
+  const auto stride = static_cast<size_t>(image_.channels() * BytesOf(image_.type()));
+  if (IsRgb8(frame_.type, header, stride)) {
+    SplitRgbRow(pixels, width, ShiftOf(header), Offset(frame_.type, header),
+                {rows.y, rows.u, rows.v});
+  } else {
+    kSplit[static_cast<int>(frame_.type)](pixels, stride, width, frame_.type, header, rows);
+  }
   RepeatLast(rows.y, width, luma.width);
   if (header.Components() == 1) return;
   RepeatLast(rows.u, width, luma.width);
@@ -305,7 +292,7 @@ void PixelReader::HalveDown(size_t y) {
 void PixelReader::ReadMbRow(size_t mb_row) {
   for (size_t y = 16 * mb_row; y < 16 * (mb_row + 1); ++y) ReadRow(y, &scratch_);
   if (plane_->header.color != ColorFormat::k420) return;
-  // The last row waits for those below it.
+  // The filter of the last row needs rows of the next row of macroblocks.
   const bool is_last = mb_row + 1 == frame_.MbHeight();
   const size_t end = 8 * (mb_row + 1) - (is_last ? 0 : 1);
   for (; halved_ < end; ++halved_) HalveDown(halved_);
@@ -341,8 +328,6 @@ void PixelWriter::WriteRow(size_t y) {
   const PlaneHeader& header = plane_->header;
   const auto stride = static_cast<size_t>(image_->channels() * BytesOf(image_->type()));
   const int32_t rounding = Rounding(frame_.type, header, frame_.has_alpha && channel_ > 0);
-  const bool is_rgb8 = frame_.type == SampleType::kU8 && header.Components() == 3 && stride == 3;
-  const JoinFunction join = is_rgb8 ? JoinRgb8Row : kJoin[static_cast<int>(frame_.type)];
   const size_t row = y + frame_.extra_top;
   Rows<const int32_t> rows = {plane_->components[0].values.All().Row(row) + frame_.extra_left,
                               nullptr, nullptr};
@@ -350,8 +335,15 @@ void PixelWriter::WriteRow(size_t y) {
     rows.u = ChromaRow(1, row) + frame_.extra_left;
     rows.v = ChromaRow(2, row) + frame_.extra_left;
   }
-  join(rows, static_cast<size_t>(image_->width()), frame_.type, header, rounding, stride,
-       image_->Row(static_cast<int>(y)) + channel_ * BytesOf(image_->type()));
+  const auto width = static_cast<size_t>(image_->width());
+  uint8_t* const pixels = image_->Row(static_cast<int>(y)) + channel_ * BytesOf(image_->type());
+  if (IsRgb8(frame_.type, header, stride)) {
+    JoinRgbRow({rows.y, rows.u, rows.v}, width, ShiftOf(header),
+               Offset(frame_.type, header) + rounding, pixels);
+  } else {
+    kJoin[static_cast<int>(frame_.type)](rows, width, frame_.type, header, rounding, stride,
+                                         pixels);
+  }
 }
 
 Status ToImage(const FrameHeader& frame, int channel, size_t threads, CodedPlane* plane,

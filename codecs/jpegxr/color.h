@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Between samples and the components that are coded: a reversible colour transform (ITU-T T.832, 9.10),
-// and chroma at half resolution.
+// Conversion between samples and the components that are coded: a reversible colour transform
+// (ITU-T T.832, 9.10), and chroma at half resolution.
 #ifndef ZEPJP_CODECS_JPEGXR_COLOR_H_
 #define ZEPJP_CODECS_JPEGXR_COLOR_H_
 
@@ -17,7 +17,8 @@
 
 namespace zepcodec::jpegxr {
 
-// Reads rows of a picture into components; outside the picture its border repeats.
+// Reads rows of a picture into components; the last row and column are repeated to whole
+// macroblocks.
 class PixelReader {
  public:
   // Rows of chroma before they are halved.
@@ -25,14 +26,15 @@ class PixelReader {
     std::vector<int32_t> chroma[2];
   };
 
-  // `kept_mb_rows` is that of the plane.
+  // `kept_mb_rows`: as the plane was made with.
   PixelReader(const Picture& image, const FrameHeader& frame, size_t kept_mb_rows,
               CodedPlane* plane);
 
-  // A row of macroblocks. Of 4:2:0 chroma the last row of samples comes with the next one.
+  // Reads a row of macroblocks. With 4:2:0 the last row of chroma samples follows with the next
+  // row.
   void ReadMbRow(size_t mb_row);
 
-  // The parts of it: a row of samples; and for 4:2:0, from the rows around it, one of chroma.
+  // The two steps of it: reads a row of samples; makes a row of 4:2:0 chroma from five rows.
   void ReadRow(size_t y, Scratch* scratch);
   void HalveDown(size_t y);
 
@@ -47,10 +49,10 @@ class PixelReader {
   size_t halved_ = 0;
 };
 
-// All of it.
+// Reads the whole picture.
 Status FromImage(const Picture& image, const FrameHeader& frame, size_t threads, CodedPlane* plane);
 
-// Writes rows of the picture; the first component goes to `channel` of its pixels.
+// Writes rows of the picture; the first component goes to channel `channel` of its pixels.
 class PixelWriter {
  public:
   PixelWriter(const FrameHeader& frame, int channel, CodedPlane* plane, Picture* image);

@@ -19,9 +19,10 @@
 namespace zepcodec::jpegxr {
 namespace {
 
-constexpr int64_t kMostPixels = int64_t{1} << 56;  // of sizes that a header can tell
+constexpr int64_t kMostPixels = int64_t{1} << 56;  // more than a header can claim
 
-// Of a macroblock: which components have high parts, and a pattern for each of the other bands.
+// The fewest bits of a macroblock: the code of components with high parts, and a pattern in each of
+// the other bands.
 int64_t LeastBits(const PlaneHeader& plane) {
   return (plane.Components() == 1 ? 1 : 2) + (plane.HasLp() ? 1 : 0) + (plane.HasHp() ? 1 : 0);
 }
@@ -33,7 +34,7 @@ Status CheckClaims(const FrameHeader& frame, size_t bytes, const DecodeOptions& 
     return Status::TooLarge(claim + ", more than the limit of " +
                             std::to_string(options.max_pixels));
   }
-  // With what fills the last macroblocks, which is most of a narrow picture.
+  // Includes the padding to whole macroblocks, which is most of a narrow picture.
   const int64_t coded_pixels = int64_t{256} * frame.MbWidth() * frame.MbHeight();
   if (coded_pixels >
       std::max(2 * std::min(options.max_pixels, kMostPixels), kAlwaysAcceptedSamples)) {
@@ -50,7 +51,7 @@ Status CheckClaims(const FrameHeader& frame, size_t bytes, const DecodeOptions& 
   return Status();
 }
 
-// A copy of the tiles' bytes with room behind it.
+// A copy of the tiles' bytes, followed by spare bytes.
 class PaddedBytes {
  public:
   Status Set(const Span& codestream, size_t start) {
@@ -104,16 +105,16 @@ Status DecodeTiles(const Headers& headers, const PaddedBytes& bytes, size_t thre
   return status;
 }
 
-// In strips a few rows of macroblocks at a time are in memory, and in the cache.
+// In strips only a few rows of macroblocks are in memory at a time, and stay in the cache.
 bool DecodesStrips(const FrameHeader& frame, size_t threads) {
   return threads == 1 && !(frame.has_hard_tiles && frame.overlap != Overlap::kNone);
 }
 
-// Decodes row by row of macroblocks, over all tiles in it.
+// Decodes one row of macroblocks at a time, through all tiles in it.
 class StripDecoder {
  public:
-  // The row that is decoded, the one that is transformed before it, and what of the one before that pixels wait
-  // for.
+  // The row that is decoded, the one before it that is transformed, and the end of the one before
+  // that, which later pixels need.
   static constexpr size_t kKeptMbRows = 4;
 
   StripDecoder(const Headers& headers, const PaddedBytes& bytes, int channel,
@@ -174,7 +175,8 @@ class StripDecoder {
     for (CodedPlane* plane : planes_) InverseDcRow(frame_, row, plane);
   }
 
-  // Pixels that the filters and halved chroma of the next row may still change wait for it.
+  // Pixels that the filters or the halved chroma of the next row can still change are written
+  // later.
   void FinishRow(size_t row, bool is_last) {
     constexpr size_t kWaiting = 8;
     const size_t bottom = is_last ? SIZE_MAX : 16 * (row + 1) - kWaiting;
@@ -196,7 +198,7 @@ class StripDecoder {
   size_t written_ = 0;
 };
 
-// One codestream, whose colours go to `channel` and on; opacity, if it has any, behind them.
+// One codestream. Its colours go to `channel` and those after it, then opacity if it has any.
 class FrameDecoder {
  public:
   FrameDecoder(const Span& codestream, const DecodeOptions& options)
@@ -226,7 +228,7 @@ class FrameDecoder {
         .Decode(options_.progress, messages);
   }
 
-  // What Decode() takes besides the image.
+  // The memory that Decode() takes in addition to the image.
   int64_t Memory() const {
     const FrameHeader& frame = headers_.frame;
     const bool in_strips = DecodesStrips(frame, threads_);
@@ -279,7 +281,7 @@ void FillOpaque(Picture* image) {
   }
 }
 
-// The codestreams of a file, their headers read.
+// The codestreams of a file, with their headers read.
 class FileDecoder {
  public:
   FileDecoder(const Container& container, const DecodeOptions& options)
@@ -293,7 +295,7 @@ class FileDecoder {
     return has_alpha ? PixelLayout::kGreyAlpha : PixelLayout::kGrey;
   }
 
-  // What Decode() takes at most.
+  // The most memory that Decode() takes.
   int64_t Memory() const {
     int64_t bytes = decoder_.Memory();
     if (HasOwnAlpha()) {
@@ -342,7 +344,7 @@ class FileDecoder {
   FrameDecoder decoder_;
 };
 
-// Reads the headers; then `use` is called with what decodes the file.
+// Reads the headers, then calls `use` with the decoder of the file.
 template <class Use>
 Status OpenFile(const uint8_t* data, size_t size, const DecodeOptions& options, FileInfo* info,
                 const Use& use) {

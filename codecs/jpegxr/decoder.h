@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 // A decoder for JPEG XR files (ITU-T T.832), put together from the stages in zepjp.h.
 //
-// It reads grey and RGB pictures of 8, 16 and 32 bits and of floats, with opacity in either form, in both
-// orders, with all overlaps, tiles, quantizers and leftover bands. Of a damaged file it saves what can be saved:
-// an error costs the rest of its tile.
+// It reads grey and RGB pictures with 8, 16 and 32-bit samples and floats, with opacity in either
+// form, in both orders of packets, with all kinds of overlap, tiles and quantizers, and with any
+// band left out. In a damaged file an error costs the rest of its tile.
 #ifndef ZEPJP_CODECS_JPEGXR_DECODER_H_
 #define ZEPJP_CODECS_JPEGXR_DECODER_H_
 
@@ -21,36 +21,38 @@
 namespace zepcodec::jpegxr {
 
 struct DecodeOptions {
-  // Files that claim more pixels are refused; narrow ones, too, whose macroblocks have more than twice as many.
+  // Files that claim more pixels are refused; also narrow ones whose whole macroblocks have more
+  // than twice that number.
   int64_t max_pixels = int64_t{1} << 28;
-  // 0: as many as the machine runs at once. They change the time only.
+  // 0: one for each processor. The result is the same.
   int threads = 0;
-  // Null: nobody watches.
+  // Null: no callback.
   Progress* progress = nullptr;
 };
 
-// What a file says about itself, and what is wrong with it.
+// The contents of a file's headers, and the damage that was found.
 struct FileInfo {
   FrameHeader frame;
-  PixelLayout layout = PixelLayout::kGrey;  // with opacity that is coded on its own
+  PixelLayout layout = PixelLayout::kGrey;  // includes opacity that is coded separately
   Messages messages;
 };
 
-// A picture is refused if it has more macroblocks than its codestream can hold with the shortest codes. Fewer samples
-// than this, of whole macroblocks, are always accepted, so that most of what is left of a file can be shown.
+// A picture is refused if it has more macroblocks than its codestream can hold with the shortest
+// codes. Up to this number of samples in whole macroblocks it is always accepted, so that truncated
+// files can be shown.
 constexpr int64_t kAlwaysAcceptedSamples = 1 << 24;
 
-// Decodes a picture. An error means that there is none; a picture with damaged parts comes with messages.
+// Decodes a picture. On an error there is no picture; damaged parts are listed in the messages.
 Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Picture* image,
               FileInfo* info);
 
-// How much memory Decode() takes for this file, besides the file itself: never much less, and seldom much more, since
-// most of it are planes whose sizes the headers tell. The error is that of Decode() where the headers are enough to
-// know it.
+// The memory that Decode() takes for this file, in addition to the file itself. The estimate is
+// close, because the headers tell the sizes of the planes, which take most of it. Errors in the
+// headers are the same as from Decode().
 Status EstimateMemory(const uint8_t* data, size_t size, const DecodeOptions& options,
                       int64_t* bytes);
 
-// Reads the headers alone.
+// Reads the headers only.
 Status ReadFileInfo(const uint8_t* data, size_t size, FileInfo* info);
 
 }  // namespace zepcodec::jpegxr

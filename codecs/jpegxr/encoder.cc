@@ -41,7 +41,7 @@ Status CheckOptions(const EncodeOptions& options, SampleType type) {
   return Status();
 }
 
-// Where tiles begin and the last one ends, in macroblocks.
+// The starts of tiles and the end of the last one, in macroblocks.
 std::vector<uint32_t> TileStarts(uint32_t whole, int tile_samples) {
   const uint32_t tile = tile_samples == 0 ? whole : static_cast<uint32_t>(tile_samples / 16);
   std::vector<uint32_t> starts;
@@ -64,7 +64,7 @@ PlaneHeader MakePlaneHeader(const Picture& image, const EncodeOptions& options) 
   plane.dc.fill(quantizer);
   plane.lp.fill(quantizer);
   plane.hp.fill(quantizer);
-  // Three more bits where there is room for them.
+  // Three more bits of precision where 32 bits have room for them.
   plane.is_scaled = !options.lossless && BytesOf(image.type()) < 4;
   return plane;
 }
@@ -104,7 +104,7 @@ Status MakeFrameHeader(const Picture& image, const EncodeOptions& options, Frame
   return Status();
 }
 
-// Of each tile.
+// The packets of each tile.
 using Packets = std::vector<std::vector<std::vector<uint8_t>>>;
 
 Status WriteFile(const Picture& image, const FrameHeader& frame, const Packets& tiles,
@@ -120,7 +120,7 @@ Status WriteFile(const Picture& image, const FrameHeader& frame, const Packets& 
   return WriteContainer(image, MakeHeaders(frame, sizes), packets, file);
 }
 
-// On several threads, or where filters see tiles.
+// Planes as a whole: for several threads, or where filters stop at tiles.
 Status EncodeWhole(const Picture& image, const FrameHeader& frame, size_t threads, uint32_t trim,
                    Progress* progress, CodedPlane* plane, Packets* tiles) {
   plane->Resize(frame.MbWidth(), frame.MbHeight());
@@ -139,7 +139,8 @@ Status EncodeWhole(const Picture& image, const FrameHeader& frame, size_t thread
       progress);
 }
 
-// Row by row of macroblocks, over all tiles in it; a few rows at a time are in memory, and in the cache.
+// One row of macroblocks at a time, through all tiles in it; only a few rows are in memory, and
+// stay in the cache.
 class StripEncoder {
  public:
   StripEncoder(const Picture& image, const FrameHeader& frame, uint32_t trim, CodedPlane* plane,

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // An encoder for JPEG XR files (ITU-T T.832), put together from the stages in zepjp.h.
 //
-// Grey and RGB pictures of 8, 16 and 32 bits and of floats: without loss, or quantized.
+// It takes grey and RGB pictures with 8, 16 and 32-bit samples and floats, lossless or quantized.
 #ifndef ZEPJP_CODECS_JPEGXR_ENCODER_H_
 #define ZEPJP_CODECS_JPEGXR_ENCODER_H_
 
@@ -18,14 +18,16 @@
 namespace zepcodec::jpegxr {
 
 struct EncodeOptions {
-  // Without loss, but for what `shift`, `mantissa` and halved chroma leave out; it fills the quality.
+  // Without quantization; `shift`, `mantissa` and halved chroma can still lose something. Then
+  // `quality` is not used.
   bool lossless = true;
   int quality = 90;  // 1 to 100
-  // A quantizer index, 1 to 255, in place of the quality.
+  // A quantizer index, 1 to 255, instead of the quality; 0: the quality decides.
   int quantizer = 0;
-  // Pictures (and hard tiles) of up to 16 samples across that have halved chroma get the first stage only.
+  // Pictures and hard tiles that are at most 16 samples wide get the first stage only if their
+  // chroma is halved.
   Overlap overlap = Overlap::kFirst;
-  ColorFormat color = ColorFormat::k444;  // of RGB pictures
+  ColorFormat color = ColorFormat::k444;  // for RGB pictures
   Bands bands = Bands::kAll;
   bool is_frequency_order = false;
   // In samples, multiples of 16; 0: one tile.
@@ -33,19 +35,19 @@ struct EncodeOptions {
   int tile_height = 0;
   bool has_hard_tiles = false;
   int trim = 0;  // refinement bits that are left out, 0 to 15
-  // Low bits of wide integers that are not coded. 32 bits need some: 25 bits and a sign are what the
-  // transforms have room for.
+  // Low bits of wide integers that are not coded. 32-bit samples need it: the transforms have room
+  // for 25 bits and a sign.
   int shift = 0;
-  // Of floats: bits of the mantissa, and what its exponents count from.
+  // For floats: bits of the mantissa, and the bias of the exponent.
   int mantissa = 13;
   int exponent_bias = 4;
-  // 0: as many as the machine runs at once. They change the time only.
+  // 0: one for each processor. The result is the same.
   int threads = 0;
-  // Null: nobody watches.
+  // Null: no callback.
   Progress* progress = nullptr;
 };
 
-// Makes a file of a picture without opacity.
+// Encodes a picture without opacity to a file.
 Status Encode(const Picture& image, const EncodeOptions& options, ByteBuffer* file);
 
 }  // namespace zepcodec::jpegxr

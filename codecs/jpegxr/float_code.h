@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Floats as the integers that are coded for them: sign and magnitude of a shorter float with `mantissa` bits
-// and an exponent that counts from `bias` (ITU-T T.832, 9.10).
+// Floats and the integers that are coded for them: a shorter float with `mantissa` bits and an
+// exponent with the bias `bias`, read as an integer with a sign (ITU-T T.832, 9.10). The integers
+// keep the order of the floats, so that quantizing them is a relative error.
 #ifndef ZEPJP_CODECS_JPEGXR_FLOAT_CODE_H_
 #define ZEPJP_CODECS_JPEGXR_FLOAT_CODE_H_
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// How many low bits of the coefficients are not coded by variable-length codes: it follows the number
-// of coefficients that were (ITU-T T.832, 8.12).
+// The number of low bits of a coefficient that are coded as plain refinement bits, without
+// variable-length codes (ITU-T T.832, 8.12). It adapts after each macroblock: many coefficients
+// above these bits raise it, few lower it; luma and chroma have a number each.
 #ifndef ZEPJP_CODECS_JPEGXR_MODEL_BITS_H_
 #define ZEPJP_CODECS_JPEGXR_MODEL_BITS_H_
 
@@ -25,7 +26,7 @@ class ModelBits {
   uint32_t chroma() const { return channels_[1].bits; }
   uint32_t Of(size_t component) const { return channels_[component == 0 ? 0 : 1].bits; }
 
-  // After a macroblock, with the numbers of coded coefficients.
+  // Called after each macroblock with the numbers of coded coefficients.
   void Update(uint32_t luma_count, uint32_t chroma_count) {
     constexpr int64_t kLuma[] = {240, 12, 1};
     Step(int64_t{luma_count} * kLuma[static_cast<int>(band_)], &channels_[0]);

@@ -1,115 +1,152 @@
 // SPDX-License-Identifier: MIT
+// Where the overlap operators apply in a plane; overlap_operators-inl.h has the operators.
+//
+// Blocks are 4x4. A row of filters covers the two rows of values above a border of blocks and the
+// two below: a line at the plane's left and right border for each of the two outermost columns,
+// squares in between. The plane's upper and lower two rows have lines across the vertical borders
+// of blocks, and its corners. Squares and lines do not touch one another, so they are
+// independent, and a register holds one value of each of several neighbours.
 #include "codecs/jpegxr/overlap.h"
 
-#include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 
-#include "codecs/jpegxr/overlap_operators.h"
-#include "codecs/jpegxr/vector_loops.h"
+#include "codecs/jpegxr/wrapping.h"
+#include "simd/dispatch.h"
 
+#define HWY_TARGET_INCLUDE "codecs/jpegxr/overlap.cc"
+#include "hwy/foreach_target.h"
+
+#include "codecs/jpegxr/overlap_operators-inl.h"
+#include "simd/ops-inl.h"
+
+#ifndef ZEPJP_JPEGXR_OVERLAP_KERNELS
+#  define ZEPJP_JPEGXR_OVERLAP_KERNELS
 namespace zepcodec::jpegxr {
 namespace {
 
-// As many squares at a time, each position of theirs in an array of its own, so that compilers make
-// vectors of the loops over them.
-constexpr size_t kChunk = 16;
+// One kind of filter; the arguments are those of FilterRow and FilterSmallRows.
+struct Functions {
+  void (*row)(const Window& plane, ptrdiff_t row, int32_t leak_limit);
+  void (*small_rows)(const Window& plane, size_t begin, size_t end);
+};
 
-template <class Filter>
-inline __attribute__((always_inline)) void SquaresOf(int32_t* const (&rows)[4], size_t count,
-                                                     int32_t leak_limit) {
-  W values[4][4][kChunk];
-  if (count < kChunk) std::fill_n(&values[0][0][0], 16 * kChunk, W(0));
-  for (size_t r = 0; r < 4; ++r) {
-    for (size_t i = 0; i < count; ++i) {
-      for (size_t c = 0; c < 4; ++c) values[r][c][i] = rows[r][4 * i + c];
-    }
+struct Kernels {
+  Functions filters[3];  // by FilterKind
+};
+
+}  // namespace
+}  // namespace zepcodec::jpegxr
+#endif
+
+ZEP_BEFORE_NAMESPACE();
+namespace zepcodec::jpegxr::HWY_NAMESPACE {
+namespace {
+
+using D = hn::ScalableTag<int32_t>;
+constexpr size_t kLanes = hn::MaxLanes(D());
+
+// As many neighbours as there are lanes: squares of four rows, or lines in one row. Four registers
+// of a row, transposed, are the first to fourth values of the neighbours.
+template <class Filter, size_t kRows>
+HWY_INLINE void FilterStep(int32_t* const (&rows)[kRows], int32_t leak_limit) {
+  const D d;
+  Lanes<D> x[kRows][4];
+  for (size_t r = 0; r < kRows; ++r) {
+    hn::VFromD<D> v[4];
+    for (size_t i = 0; i < 4; ++i) v[i] = hn::LoadU(d, rows[r] + i * kLanes);
+    Transpose32(d, v);
+    for (size_t i = 0; i < 4; ++i) x[r][i].v = v[i];
   }
-  for (size_t i = 0; i < kChunk; ++i) {
-    W x[4][4];
-    for (size_t r = 0; r < 4; ++r) {
-      for (size_t c = 0; c < 4; ++c) x[r][c] = values[r][c][i];
-    }
+  if constexpr (kRows == 4) {
     Filter::Square(x, leak_limit);
-    for (size_t r = 0; r < 4; ++r) {
-      for (size_t c = 0; c < 4; ++c) values[r][c][i] = x[r][c];
-    }
+  } else {
+    Filter::Line(x[0][0], x[0][1], x[0][2], x[0][3]);
   }
-  for (size_t r = 0; r < 4; ++r) {
-    for (size_t i = 0; i < count; ++i) {
-      for (size_t c = 0; c < 4; ++c) rows[r][4 * i + c] = values[r][c][i].value;
-    }
+  for (size_t r = 0; r < kRows; ++r) {
+    hn::VFromD<D> v[4] = {x[r][0].v, x[r][1].v, x[r][2].v, x[r][3].v};
+    Transpose32(d, v);
+    for (size_t i = 0; i < 4; ++i) hn::StoreU(v[i], d, rows[r] + i * kLanes);
   }
 }
 
-template <class Filter>
-void FilterSquares(int32_t* const (&rows)[4], size_t count, int32_t leak_limit);
+// Any number of neighbours; those that do not fill a register go through a copy.
+template <class Filter, size_t kRows>
+void FilterNeighbours(int32_t* const (&rows)[kRows], size_t count, int32_t leak_limit) {
+  size_t i = 0;
+  for (; i + kLanes <= count; i += kLanes) {
+    int32_t* at[kRows];
+    for (size_t r = 0; r < kRows; ++r) at[r] = rows[r] + 4 * i;
+    FilterStep<Filter>(at, leak_limit);
+  }
+  if (i == count) return;
+  HWY_ALIGN int32_t copies[kRows][4 * kLanes] = {};
+  int32_t* at[kRows];
+  const size_t bytes = (count - i) * 4 * sizeof(int32_t);
+  for (size_t r = 0; r < kRows; ++r) {
+    at[r] = copies[r];
+    std::memcpy(copies[r], rows[r] + 4 * i, bytes);
+  }
+  FilterStep<Filter>(at, leak_limit);
+  for (size_t r = 0; r < kRows; ++r) std::memcpy(rows[r] + 4 * i, copies[r], bytes);
+}
 
-template <>
-ZEPJP_VECTOR_LOOPS void FilterSquares<PreFilter>(int32_t* const (&rows)[4], size_t count,
-                                                 int32_t leak_limit) {
-  SquaresOf<PreFilter>(rows, count, leak_limit);
-}
-template <>
-ZEPJP_VECTOR_LOOPS void FilterSquares<PostFilter>(int32_t* const (&rows)[4], size_t count,
-                                                  int32_t leak_limit) {
-  SquaresOf<PostFilter>(rows, count, leak_limit);
-}
-template <>
-ZEPJP_VECTOR_LOOPS void FilterSquares<OldPostFilter>(int32_t* const (&rows)[4], size_t count,
-                                                     int32_t leak_limit) {
-  SquaresOf<OldPostFilter>(rows, count, leak_limit);
+// Calls operate(a, b, c, d) on the kCount values from each of four places.
+template <size_t kCount, class Operate>
+HWY_INLINE void AtPlaces(int32_t* a, int32_t* b, int32_t* c, int32_t* d, const Operate& operate) {
+  using Few = hn::CappedTag<int32_t, kCount>;
+  const Few few;
+  Lanes<Few> x[4] = {
+      {hn::LoadU(few, a)}, {hn::LoadU(few, b)}, {hn::LoadU(few, c)}, {hn::LoadU(few, d)}};
+  operate(x[0], x[1], x[2], x[3]);
+  hn::StoreU(x[0].v, few, a);
+  hn::StoreU(x[1].v, few, b);
+  hn::StoreU(x[2].v, few, c);
+  hn::StoreU(x[3].v, few, d);
 }
 
-template <class Filter>
-void FilterLine(int32_t* a, int32_t* b, int32_t* c, int32_t* d) {
-  W x[4] = {*a, *b, *c, *d};
-  Filter::Line(x[0], x[1], x[2], x[3]);
-  *a = x[0].value;
-  *b = x[1].value;
-  *c = x[2].value;
-  *d = x[3].value;
+template <class Filter, size_t kCount>
+void FilterLines(int32_t* a, int32_t* b, int32_t* c, int32_t* d) {
+  AtPlaces<kCount>(a, b, c, d,
+                   [](auto& w, auto& x, auto& y, auto& z) ZEP_ATTR { Filter::Line(w, x, y, z); });
 }
 
 // Two rows at the upper or lower border, with their corners.
 template <class Filter>
 void FilterBorder(const Window& plane, size_t first_row) {
-  int32_t* const row0 = plane.Row(first_row);
-  int32_t* const row1 = plane.Row(first_row + 1);
-  for (size_t x = 2; x + 4 < plane.width; x += 4) {
-    for (int32_t* const row : {row0, row1}) {
-      FilterLine<Filter>(row + x, row + x + 1, row + x + 2, row + x + 3);
-    }
+  int32_t* const rows[2] = {plane.Row(first_row), plane.Row(first_row + 1)};
+  for (int32_t* const row : rows) {
+    int32_t* const lines[1] = {row + 2};
+    FilterNeighbours<Filter>(lines, plane.width / 4 - 1, 0);
   }
   if (!Filter::kHasCorners) return;
-  FilterLine<Filter>(row0, row0 + 1, row1, row1 + 1);
-  int32_t* const right0 = row0 + plane.width - 2;
-  int32_t* const right1 = row1 + plane.width - 2;
-  FilterLine<Filter>(right0, right0 + 1, right1, right1 + 1);
+  for (const size_t x : {size_t{0}, plane.width - 2}) {
+    FilterLines<Filter, 1>(rows[0] + x, rows[0] + x + 1, rows[1] + x, rows[1] + x + 1);
+  }
 }
 
 template <class Filter>
-void FilterRowBy(const Window& plane, ptrdiff_t row, int32_t leak_limit) {
+void Row(const Window& plane, ptrdiff_t row, int32_t leak_limit) {
   if (row < 0) return FilterBorder<Filter>(plane, 0);
   const auto y = static_cast<size_t>(4 * row + 2);
   if (y + 2 >= plane.height) return FilterBorder<Filter>(plane, y);
   int32_t* const rows[4] = {plane.Row(y), plane.Row(y + 1), plane.Row(y + 2), plane.Row(y + 3)};
-  for (const size_t x : {size_t{0}, size_t{1}, plane.width - 2, plane.width - 1}) {
-    FilterLine<Filter>(rows[0] + x, rows[1] + x, rows[2] + x, rows[3] + x);
+  for (const size_t x : {size_t{0}, plane.width - 2}) {
+    FilterLines<Filter, 2>(rows[0] + x, rows[1] + x, rows[2] + x, rows[3] + x);
   }
-  const size_t squares = plane.width / 4 - 1;
-  for (size_t i = 0; i < squares; i += kChunk) {
-    int32_t* const part[4] = {rows[0] + 2 + 4 * i, rows[1] + 2 + 4 * i, rows[2] + 2 + 4 * i,
-                              rows[3] + 2 + 4 * i};
-    FilterSquares<Filter>(part, std::min(kChunk, squares - i), leak_limit);
-  }
+  int32_t* const squares[4] = {rows[0] + 2, rows[1] + 2, rows[2] + 2, rows[3] + 2};
+  FilterNeighbours<Filter>(squares, plane.width / 4 - 1, leak_limit);
 }
 
 template <class Filter>
 void FilterPair(int32_t* a, int32_t* b) {
-  W x[2] = {*a, *b};
-  Filter::Pair(x[0], x[1]);
-  *a = x[0].value;
-  *b = x[1].value;
+  using One = hn::CappedTag<int32_t, 1>;
+  const One one;
+  Lanes<One> x = {hn::LoadU(one, a)}, y = {hn::LoadU(one, b)};
+  Filter::Pair(x, y);
+  hn::StoreU(x.v, one, a);
+  hn::StoreU(y.v, one, b);
 }
 
 // Across the border between rows y and y + 1.
@@ -118,12 +155,9 @@ void FilterSmallSquares(const Window& plane, size_t y) {
   int32_t* const row0 = plane.Row(y);
   int32_t* const row1 = plane.Row(y + 1);
   for (size_t x = 1; x + 2 < plane.width; x += 2) {
-    W v[4] = {row0[x], row0[x + 1], row1[x], row1[x + 1]};
-    Filter::SmallSquare(v[0], v[1], v[2], v[3]);
-    row0[x] = v[0].value;
-    row0[x + 1] = v[1].value;
-    row1[x] = v[2].value;
-    row1[x + 1] = v[3].value;
+    AtPlaces<1>(row0 + x, row0 + x + 1, row1 + x, row1 + x + 1,
+                [](auto& a, auto& b, auto& c, auto& d)
+                    ZEP_ATTR { Filter::SmallSquare(a, b, c, d); });
   }
   FilterPair<Filter>(row0, row1);
   FilterPair<Filter>(row0 + plane.width - 1, row1 + plane.width - 1);
@@ -134,7 +168,7 @@ void FilterPairs(int32_t* row, size_t width) {
   for (size_t x = 1; x + 2 < width; x += 2) FilterPair<Filter>(row + x, row + x + 1);
 }
 
-// A corner is held as its difference to the value beside it while that one is filtered.
+// While the value beside a corner is filtered, the corner is kept as its difference from it.
 template <class Filter>
 void FilterSmallBorder(int32_t* row, size_t width) {
   if (!Filter::kHasCorners) return FilterPairs<Filter>(row, width);
@@ -149,7 +183,7 @@ void FilterSmallBorder(int32_t* row, size_t width) {
 }
 
 template <class Filter>
-void FilterSmallRowsBy(const Window& plane, size_t begin, size_t end) {
+void SmallRows(const Window& plane, size_t begin, size_t end) {
   if (begin == 0) FilterSmallBorder<Filter>(plane.Row(0), plane.width);
   for (size_t y = begin == 0 ? 1 : begin - 1; y + 1 < end; y += 2) {
     FilterSmallSquares<Filter>(plane, y);
@@ -157,14 +191,32 @@ void FilterSmallRowsBy(const Window& plane, size_t begin, size_t end) {
   if (end == plane.height) FilterSmallBorder<Filter>(plane.Row(end - 1), plane.width);
 }
 
+template <class Filter>
+constexpr Functions kFunctions = {Row<Filter>, SmallRows<Filter>};
+
+constexpr Kernels kKernels = {
+    {kFunctions<PreFilter>, kFunctions<PostFilter>, kFunctions<OldPostFilter>}};
+
+}  // namespace
+}  // namespace zepcodec::jpegxr::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace zepcodec::jpegxr {
+namespace {
+
+Kernels kernels;
+
+ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
+
+const Functions& FunctionsOf(const OverlapFilter& filter) {
+  return kernels.filters[static_cast<int>(filter.kind)];
+}
+
 }  // namespace
 
 void FilterRow(const OverlapFilter& filter, const Window& plane, ptrdiff_t row) {
-  switch (filter.kind) {
-    case FilterKind::kPre: return FilterRowBy<PreFilter>(plane, row, filter.leak_limit);
-    case FilterKind::kPost: return FilterRowBy<PostFilter>(plane, row, filter.leak_limit);
-    case FilterKind::kOldPost: return FilterRowBy<OldPostFilter>(plane, row, filter.leak_limit);
-  }
+  FunctionsOf(filter).row(plane, row, filter.leak_limit);
 }
 
 void FilterPlane(const OverlapFilter& filter, const Window& plane) {
@@ -174,11 +226,8 @@ void FilterPlane(const OverlapFilter& filter, const Window& plane) {
 }
 
 void FilterSmallRows(const OverlapFilter& filter, const Window& plane, size_t begin, size_t end) {
-  switch (filter.kind) {
-    case FilterKind::kPre: return FilterSmallRowsBy<PreFilter>(plane, begin, end);
-    case FilterKind::kPost: return FilterSmallRowsBy<PostFilter>(plane, begin, end);
-    case FilterKind::kOldPost: return FilterSmallRowsBy<OldPostFilter>(plane, begin, end);
-  }
+  FunctionsOf(filter).small_rows(plane, begin, end);
 }
 
 }  // namespace zepcodec::jpegxr
+#endif  // HWY_ONCE

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The bits of a tile's packets. What the library reads and writes goes through the same three values.
+// The bits of a tile's packets. The position is kept in the form that the library's functions take.
 #ifndef ZEPJP_CODECS_JPEGXR_PACKET_H_
 #define ZEPJP_CODECS_JPEGXR_PACKET_H_
 
@@ -15,8 +15,8 @@
 
 namespace zepcodec::jpegxr {
 
-// The coders know nothing of the end: behind it there must be kSpareBytes more, and IsBeyondEnd() is to be
-// asked after each macroblock, which cannot read more than they hold.
+// The library's decoders do not check for the end: kSpareBytes more must follow it, which is more
+// than a macroblock can read, and callers ask IsBeyondEnd() after each macroblock.
 class PacketReader {
  public:
   static constexpr size_t kSpareBytes = 1 << 16;
@@ -38,7 +38,7 @@ class PacketReader {
     const uint32_t high = Bits(16);
     return high << (number - 16) | Bits(number - 16);
   }
-  // The next 8 bits, without taking them.
+  // The next 8 bits, without consuming them.
   uint32_t Look8() {
     if (count < 16) Refill();
     return accumulator >> 24;
@@ -63,7 +63,7 @@ class PacketReader {
   const uint8_t* end_ = nullptr;
 };
 
-// The readers of the bands, all the same one in spatial order.
+// The readers of the bands. In spatial order all bands share one.
 struct BandReaders {
   PacketReader* dc;
   PacketReader* lp;
@@ -74,7 +74,7 @@ struct BandReaders {
 
 class PacketWriter {
  public:
-  // What a macroblock may take at most; MakeRoom() comes before each.
+  // The most that a macroblock can take; call MakeRoom() before each.
   static constexpr size_t kRoom = 1 << 16;
 
   void MakeRoom() {
@@ -89,7 +89,7 @@ class PacketWriter {
     to = bytes_.data() + size;
   }
 
-  // The lowest `number` bits, up to 16; `value` has no others.
+  // Writes the lowest `number` bits, up to 16; all others are 0.
   void Put(uint32_t value, uint32_t number) {
     accumulator |= static_cast<uint32_t>(uint64_t{value} << (32 - count - number));
     count += number;
@@ -105,7 +105,7 @@ class PacketWriter {
     Put(number > 16 ? value & 0xFFFF : value, number < 16 ? number : 16);
   }
 
-  // The whole packet, with zero bits to the end of the last byte. The room is given back.
+  // Ends the packet with zero bits up to a whole byte, and frees spare memory.
   std::vector<uint8_t> Finish() {
     while (count > 0) {
       *to++ = static_cast<uint8_t>(accumulator >> 24);

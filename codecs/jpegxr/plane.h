@@ -16,7 +16,7 @@ struct Window {
   size_t stride = 0;  // values from one row to the next
   size_t width = 0;
   size_t height = 0;
-  size_t row_mask = SIZE_MAX;  // of a plane that keeps only some rows
+  size_t row_mask = SIZE_MAX;  // for a plane that keeps only some rows
 
   int32_t* Row(size_t y) const { return data + (y & row_mask) * stride; }
   int32_t StepInBytes() const { return static_cast<int32_t>(stride * sizeof(int32_t)); }
@@ -25,8 +25,8 @@ struct Window {
   }
 };
 
-// Zeroed memory in large pages where the system has them: planes are touched once from end to end, so that
-// small ones would cost more time than some of the work.
+// Zeroed memory, in large pages where the system has them: planes are touched once from end to end,
+// and faults of small pages would take longer than some of the stages.
 class ZeroedMemory {
  public:
   ZeroedMemory() = default;
@@ -39,7 +39,7 @@ class ZeroedMemory {
   }
   ~ZeroedMemory();
   void* get() const { return start_; }
-  // What it really takes.
+  // The bytes after rounding to whole pages.
   static size_t WholePages(size_t bytes) {
     return bytes < kLargePage ? bytes : (bytes + kLargePage - 1) / kLargePage * kLargePage;
   }
@@ -51,9 +51,9 @@ class ZeroedMemory {
   size_t bytes_ = 0;
 };
 
-// The values are 0 at first. Rows lie an odd number of cache lines apart, so that the rows of a macroblock do not
-// compete for the same places of the cache. Of `kept_rows`, a power of two, each row takes the place of the
-// one that many before it.
+// The values are 0 at first. Rows lie an odd number of cache lines apart, so that the rows of a
+// macroblock fall into different cache sets. With `kept_rows`, a power of two, memory is a ring:
+// each row replaces the one that many rows above it.
 class Plane {
  public:
   void Resize(size_t width, size_t height, size_t kept_rows = SIZE_MAX) {

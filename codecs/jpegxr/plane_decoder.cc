@@ -1,4 +1,15 @@
 // SPDX-License-Identifier: MIT
+// A macroblock is decoded band by band, each from its packet (all from one in spatial order):
+//
+//   DC          a code for the components with high parts, then the values
+//   low-pass    15 values in each component (fewer in halved chroma) as runs and levels in an
+//               adaptive scan order, with refinement bits
+//   high-pass   the pattern of coded blocks, then each coded block as runs and levels
+//   refinement  the low bits of high-pass coefficients, their number from ModelBits
+//
+// Values are predicted while they are still quantized, since the direction of a prediction follows
+// from quantized values of neighbours and of the bands above; they are dequantized when they are
+// stored.
 #include "codecs/jpegxr/plane_decoder.h"
 
 #include "codecs/jpegxr/wrapping.h"
@@ -6,7 +17,7 @@
 namespace zepcodec::jpegxr {
 namespace {
 
-// The bits of an index among so many quantizers, behind a first bit that says whether it is not 0.
+// The bits of an index into that many quantizers; a first bit tells whether it is 0.
 uint32_t IndexBits(size_t quantizers) {
   return quantizers < 2 ? 0 : quantizers < 4 ? 1 : quantizers < 6 ? 2 : quantizers < 10 ? 3 : 4;
 }
@@ -27,7 +38,7 @@ QuantizerSet ReadSet(size_t components, PacketReader* reader) {
   return set;
 }
 
-// A level with its refinement, which has a sign of its own where the level is 0.
+// A level with its refinement bits, which are followed by a sign if the level is 0.
 int32_t Refine(int32_t level, uint32_t bits, PacketReader* reader) {
   if (bits == 0) return level;
   const uint32_t low = reader->Bits(bits);
@@ -40,7 +51,7 @@ int32_t Refine(int32_t level, uint32_t bits, PacketReader* reader) {
   return level < 0 ? WrapSub(0, whole) : whole;
 }
 
-// The same for 15 values, which are refined as blocks are; returns how many levels there were.
+// The same for 15 values, in the order of blocks; returns the number of levels.
 uint32_t RefineBlock(uint32_t bits, PacketReader* reader, std::array<int32_t, 16>* low) {
   uint32_t count = 0;
   int32_t block[16];
@@ -58,7 +69,7 @@ uint32_t RefineBlock(uint32_t bits, PacketReader* reader, std::array<int32_t, 16
   return count;
 }
 
-// The rows of a macroblock lie far apart, so that no processor sees what comes next.
+// The rows of a macroblock lie far apart, so hardware prefetchers do not find the next one.
 void Prefetch(Component& component, size_t x, size_t y) {
   constexpr size_t kAhead = 2;
   const size_t width = 4 * component.blocks_across;
@@ -124,7 +135,8 @@ void PlaneDecoder::ReadHpHeader(PacketReader* reader) {
   for (const QuantizerSet& set : sets) hp_steps_.push_back(StepsOf(set, Band::kHp));
 }
 
-// In spatial order both indexes come first; else each comes with its band.
+// In spatial order both indexes are at the start of the macroblock, else each is in its band's
+// packet.
 bool PlaneDecoder::ReadQuantizerIndexes(const BandReaders& readers) {
   const PlaneHeader& header = plane_->header;
   lp_quantizer_ = header.HasLp() ? ReadIndex(lp_index_bits_, readers.lp) : 0;
@@ -170,7 +182,7 @@ void PlaneDecoder::ReadLpBlock(size_t component, bool is_coded, Counts* counts,
   low[0] = dc;
 }
 
-// Both components take turns.
+// U and V alternate.
 void PlaneDecoder::ReadSubsampledLp(bool is_coded, Counts* counts, PacketReader* reader) {
   int32_t levels[14] = {};
   const bool is_422 = format_ == ColorFormat::k422;

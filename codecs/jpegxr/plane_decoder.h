@@ -18,12 +18,12 @@ class PlaneDecoder {
  public:
   PlaneDecoder(CodedPlane* plane, const TileArea& area);
 
-  // The tile's own quantizers, as far as there are any.
+  // Reads the tile's own quantizers where the frame has none.
   void ReadDcHeader(PacketReader* reader);
   void ReadLpHeader(PacketReader* reader);
   void ReadHpHeader(PacketReader* reader);
 
-  // In raster order. False: what was read cannot be.
+  // Decodes the next macroblock in raster order. False: the bits are not valid.
   bool DecodeMacroblock(size_t x, size_t y, uint32_t trim, const BandReaders& readers);
 
  private:

@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: MIT
+// The reverse of plane_decoder.cc, in the same order: the coefficients of a macroblock are copied
+// from their plane, quantized and predicted, then each band goes to its packet. All adaptive state
+// changes exactly as in the decoder, which sees the same symbols.
 #include "codecs/jpegxr/plane_encoder.h"
 
 #include <cstring>
@@ -13,7 +16,8 @@ uint32_t MagnitudeOf(int32_t value) {
   return value < 0 ? 0 - bits : bits;
 }
 
-// A value that is not coded by a level, or what a level leaves: bits to write, and whether there is one more.
+// The refinement bits of a value, with its sign where the level is 0, times 2; plus 1 if there is
+// such a sign.
 int32_t Packed(int32_t value, uint32_t bits) {
   const uint32_t magnitude = MagnitudeOf(value);
   const uint32_t low = magnitude & ((1U << bits) - 1);
@@ -27,7 +31,7 @@ void AddPair(int32_t run, int32_t level, int32_t* pairs, uint32_t* count) {
   ++*count;
 }
 
-// The rows of a macroblock lie far apart, so that no processor sees what comes next.
+// The rows of a macroblock lie far apart, so hardware prefetchers do not find the next one.
 void Prefetch(Component& component, size_t x, size_t y) {
   constexpr size_t kAhead = 2;
   const size_t width = 4 * component.blocks_across;
@@ -99,7 +103,7 @@ void PlaneEncoder::WriteDc(const LowBands& low, PacketWriter* writer) {
   context_.dc_bits.Update(counts.luma, counts.chroma);
 }
 
-// Levels and refinement of both chroma components, which take turns.
+// Levels and refinement bits of U and V, which alternate.
 void PlaneEncoder::ScanSubsampledLp(const LowBands& low) {
   const bool is_422 = format_ == ColorFormat::k422;
   const size_t count = is_422 ? 7 : 3;
@@ -167,7 +171,7 @@ void PlaneEncoder::WriteLp(const LowBands& low, PacketWriter* writer) {
                                     &writer->accumulator, &writer->count, context_.Codes());
     const uint32_t bits = context_.lp_bits.Of(c);
     if (bits == 0) continue;
-    // Low-pass values are refined as blocks are, in order of frequency.
+    // Low-pass values are refined in order of frequency, like blocks.
     int32_t packed[16];
     for (size_t f = 0; f < 16; ++f) {
       packed[4 * kRowOfFrequency[f] + kColumnOfFrequency[f]] = block.packed[f];
@@ -179,7 +183,8 @@ void PlaneEncoder::WriteLp(const LowBands& low, PacketWriter* writer) {
   context_.lp_bits.Update(counts.luma, counts.chroma);
 }
 
-// Copies, quantizes and predicts a component's blocks, and finds those with significant coefficients.
+// Copies, quantizes and predicts the blocks of a component, and finds those with significant
+// coefficients.
 void PlaneEncoder::QuantizeHp(size_t component, Direction direction, const Window& values) {
   const size_t across = values.width / 4;
   const size_t count = BlockCount(component);
@@ -201,7 +206,8 @@ void PlaneEncoder::QuantizeHp(size_t component, Direction direction, const Windo
   current_->patterns[component] = pattern;
 }
 
-// From the last block on, so that each is still whole when the one behind it needs it.
+// From the last block to the first, because a block is predicted from the unchanged values of an
+// earlier one.
 void PlaneEncoder::SubtractHp(size_t component, Direction direction) {
   const size_t across = plane_->components[component].blocks_across;
   const bool is_up = direction == Direction::kUp;

@@ -16,7 +16,7 @@
 
 namespace zepcodec::jpegxr {
 
-// The writers of the bands, all the same one in spatial order.
+// The writers of the bands. In spatial order all bands share one.
 struct BandWriters {
   PacketWriter* dc;
   PacketWriter* lp;
@@ -28,7 +28,7 @@ class PlaneEncoder {
  public:
   PlaneEncoder(CodedPlane* plane, const TileArea& area, uint32_t trim);
 
-  // In raster order.
+  // Encodes the next macroblock in raster order.
   void EncodeMacroblock(size_t x, size_t y, const BandWriters& writers);
 
  private:
@@ -47,7 +47,7 @@ class PlaneEncoder {
     return of.blocks_across * of.blocks_down;
   }
 
-  // A component's low-pass values as pairs of runs and levels, with their refinement.
+  // A component's low-pass values as runs and levels, with their refinement bits.
   struct LpBlock {
     int32_t pairs[32];
     uint32_t count;
@@ -62,8 +62,8 @@ class PlaneEncoder {
   std::array<Quantizer, 3> dc_quantizers_, lp_quantizers_, hp_quantizers_;
   std::vector<Neighbour> above_, row_;
   Neighbour* current_ = nullptr;
-  LpBlock lp_blocks_[3];  // of subsampled chroma, both in [1]; [2] has V's refinement
-  // Of each component its blocks in order of coding, 16 values each in rows of 4.
+  LpBlock lp_blocks_[3];  // subsampled chroma: U and V in [1]; [2] has V's refinement bits
+  // The blocks of each component in order of coding, 16 values each in rows of 4.
   alignas(64) std::array<std::array<int32_t, 256>, 3> blocks_;
 };
 

@@ -1,4 +1,17 @@
 // SPDX-License-Identifier: MIT
+// Neighbouring macroblocks are alike, so quantized values are coded as differences.
+//
+// DC is predicted from the left, from above, from the mean of both or not at all. The choice takes
+// no bits: with a = the DC above left, the value on the left differs from it by |a - left| (the
+// change downwards) and the one above by |a - up| (the change to the right). If one change is less
+// than a quarter of the other, the prediction follows it: from above where values hardly change
+// downwards, from the left where they hardly change to the right. Low-pass values take the same
+// direction if both macroblocks have the same quantizer: frequencies across from the left,
+// frequencies down from above. High-pass values are predicted inside the macroblock, block by
+// block, along the direction in which its low-pass values are less than a quarter of those in the
+// other.
+//
+// Values come from files, so distances are 64-bit and the predicted sums wrap.
 #include "codecs/jpegxr/prediction.h"
 
 #include "codecs/jpegxr/wrapping.h"
@@ -12,7 +25,7 @@ int64_t Distance(int32_t a, int32_t b) {
 }
 int64_t Magnitude(int32_t a) { return Distance(a, 0); }
 
-// Across and down: which of the two is much the smaller.
+// The direction of prediction, from two measures of change: see above.
 Direction Smaller(int64_t horizontal, int64_t vertical, Direction neither) {
   if (4 * horizontal < vertical) return Direction::kUp;
   if (4 * vertical < horizontal) return Direction::kLeft;
@@ -34,15 +47,15 @@ int32_t DcPrediction(ColorFormat format, Direction dc, const Neighbours& neighbo
   }
 }
 
-// The frequencies of 16 values that continue across a border.
+// The frequencies among 16 values that continue across a vertical or horizontal border.
 constexpr size_t kAcross[3] = {1, 2, 3};
 constexpr size_t kDown[3] = {4, 8, 12};
 
 void Add(int32_t value, int32_t* to) { *to = WrapAdd(*to, value); }
 void Subtract(int32_t value, int32_t* from) { *from = WrapSub(*from, value); }
 
-// Calls change(value of the neighbour, frequency) for the low-pass prediction of a component of which all
-// predictions come from the neighbour.
+// Calls change(value of the neighbour, frequency) for the low-pass predictions of a component that
+// come from a neighbouring macroblock.
 template <class Change>
 void ForEachLp(ColorFormat format, Direction lp, const std::array<int32_t, 16>& from, size_t c,
                const Change& change) {
@@ -109,7 +122,7 @@ void AddPrediction(ColorFormat format, Direction dc, Direction lp, const Neighbo
       ForEachLp(format, lp, Source(lp, neighbours).low[c], c,
                 [&](int32_t value, size_t f) { Add(value, &values[f]); });
     }
-    // Inside the macroblock: its lower half from its upper one.
+    // 4:2:2 chroma: the lower half of the macroblock is predicted from its upper half.
     if (c > 0 && format == ColorFormat::k422 && dc == Direction::kUp) Add(values[2], &values[6]);
   }
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Prediction of DC, low-pass and high-pass coefficients from neighbours (ITU-T T.832, 9.7), between
-// quantized values.
+// Prediction of quantized DC, low-pass and high-pass coefficients from neighbours (ITU-T T.832,
+// 9.7).
 #ifndef ZEPJP_CODECS_JPEGXR_PREDICTION_H_
 #define ZEPJP_CODECS_JPEGXR_PREDICTION_H_
 
@@ -16,7 +16,7 @@ namespace zepcodec::jpegxr {
 // The DC and low-pass coefficients of a macroblock, by component and frequency.
 using LowBands = std::array<std::array<int32_t, 16>, 3>;
 
-// What neighbours need of a macroblock.
+// The values of a macroblock that predict its neighbours.
 struct Neighbour {
   LowBands low;
   std::array<uint32_t, 3> patterns;
@@ -34,7 +34,8 @@ struct Neighbours {
 
 Direction DcDirection(ColorFormat format, const Neighbours& neighbours);
 
-// The direction of the low-pass prediction that goes with it; the quantizer is the macroblock's.
+// The direction of the low-pass prediction for this direction of DC; the quantizer is that of the
+// macroblock.
 Direction LpDirection(Direction dc, const Neighbours& neighbours, uint32_t lp_quantizer);
 
 void AddPrediction(ColorFormat format, Direction dc, Direction lp, const Neighbours& neighbours,
@@ -42,13 +43,13 @@ void AddPrediction(ColorFormat format, Direction dc, Direction lp, const Neighbo
 void SubtractPrediction(ColorFormat format, Direction dc, Direction lp,
                         const Neighbours& neighbours, LowBands* low);
 
-// Of the high-pass coefficients, from the whole low-pass ones: kNone, kLeft or kUp.
+// The direction for high-pass coefficients, from the low-pass ones: kNone, kLeft or kUp.
 Direction HpDirection(ColorFormat format, const LowBands& low);
 
-// Over the blocks of a macroblock's component in place.
+// Adds the predictions to the blocks of a component of a macroblock, in place.
 void AddHpPrediction(Direction direction, const Window& blocks);
 
-// Where frequency f stands in a transformed block.
+// The place of frequency f in a transformed block.
 constexpr uint8_t kRowOfFrequency[16] = {0, 0, 0, 1, 2, 3, 3, 2, 1, 0, 1, 1, 3, 3, 2, 2};
 constexpr uint8_t kColumnOfFrequency[16] = {0, 2, 1, 3, 0, 3, 0, 3, 0, 3, 1, 2, 1, 2, 1, 2};
 

@@ -11,8 +11,9 @@ namespace zepcodec::jpegxr {
 
 enum class Band { kDc, kLp, kHp };
 
-// The step of an index. In scaled arithmetic the DC and LP bands of chroma have half of it, for their
-// values are halved between the two stages.
+// The step of an index: steps grow linearly at first, then 16 to each octave. In scaled arithmetic
+// the DC and LP steps of chroma are half as large, because the values are halved between the two
+// stages.
 inline int32_t QuantizerStep(int index, bool is_scaled, Band band, size_t component) {
   if (index == 0) return 1;
   const int mantissa = 16 + (index & 15);
@@ -29,7 +30,7 @@ inline int32_t QuantizerStep(int index, bool is_scaled, Band band, size_t compon
 class Quantizer {
  public:
   Quantizer() = default;
-  // DC rounds to nearest, the others down a little, to have more zeros.
+  // DC rounds to nearest. The other bands round 5/8 and above up, which gives more zeros.
   Quantizer(int32_t step, Band band)
       : step_(step),
         round_(band == Band::kDc ? step >> 1 : (3 * step + 1) >> 3),
@@ -54,7 +55,8 @@ class Quantizer {
       for (size_t i = 0; i < count; ++i) values[i] = Apply(values[i]);
       return;
     }
-    // The halves keep quotients away from the whole numbers, so that rounding cannot cross one.
+    // The added 1/2 keeps quotients away from whole numbers, so that the rounding of a float cannot
+    // change the result.
     const float offset = static_cast<float>(round_) + 0.5f;
     for (size_t i = 0; i < count; ++i) {
       const int32_t sign = values[i] >> 31;
@@ -72,7 +74,7 @@ class Quantizer {
   float inverse_ = 1;
 };
 
-// The bits that any magnitude of a block has.
+// The bits that are set in any magnitude of a block.
 inline uint32_t BlockMagnitudes(const int32_t* block) {
   using Row = int32_t __attribute__((vector_size(16)));
   Row bits = {0, 0, 0, 0};

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The adaptive codes that the library leaves to its callers: those of the DC band and of the pattern of
-// coded blocks (ITU-T T.832, 8.11).
+// The adaptive prefix codes that the library leaves to its callers: those of the DC band and of the
+// pattern of coded blocks (ITU-T T.832, 8.11).
 #ifndef ZEPJP_CODECS_JPEGXR_SYMBOL_CODE_H_
 #define ZEPJP_CODECS_JPEGXR_SYMBOL_CODE_H_
 
@@ -18,7 +18,7 @@ struct SymbolCode {
     uint8_t length;
   };
   Entry of_symbol[9];
-  // By the next 8 bits: the symbol and the length of its code.
+  // A look-up table, indexed by the next 8 bits: the symbol and the length of its code.
   struct Found {
     uint8_t symbol;
     uint8_t length;
@@ -35,12 +35,13 @@ struct SymbolCode {
   }
 };
 
-// Codes without adaptation: of 4 symbols the number of coded blocks of a quadrant, of 8 the components
+// Fixed codes: 4 symbols for the number of coded blocks in a quadrant, 8 for the set of components
 // with a high part in the DC band.
 extern const SymbolCode kBlockCountCode;
 extern const SymbolCode kDcComponentsCode;
 
-// A code with an alternative. What the other one would have saved decides when it takes over.
+// Two or more code tables for the same symbols. The bits that another table would have saved are
+// added up, and Adapt() changes tables when the sum crosses a threshold.
 class AdaptiveCode {
  public:
   enum class Alphabet { k5, k7, k9 };
@@ -70,7 +71,7 @@ class AdaptiveCode {
   int saving_ = 0;
 };
 
-// A magnitude of at least 2 under a code of 7 symbols.
+// A magnitude of at least 2: a symbol of 7 for its range, then the bits inside that range.
 uint32_t ReadLevel(AdaptiveCode* code, PacketReader* reader);
 void WriteLevel(uint32_t magnitude, AdaptiveCode* code, PacketWriter* writer);
 

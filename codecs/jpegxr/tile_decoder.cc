@@ -11,7 +11,8 @@ namespace {
 
 constexpr uint32_t kTrimBits = 4;
 
-// 00 00 01 and a byte with the tile's number and the kind of packet.
+// A packet starts with 00 00 01 and a byte with the low bits of the tile's number and the kind of
+// packet.
 bool ReadPacketHeader(PacketReader* reader) {
   const uint32_t start = reader->Bits(16) << 8 | reader->Bits(8);
   reader->Bits(8);
@@ -56,12 +57,12 @@ bool TileDecoder::Open() {
     const bool is_missing = packets_.begins[i] == nullptr;
     if (!is_missing) readers_[i] = PacketReader(packets_.begins[i], packets_.end);
     if (is_missing || !ReadPacketHeader(&readers_[i])) {
-      // Without refinement the picture is coarser, but whole.
+      // Without refinement bits the picture is coarser but complete.
       if (i != 3) return false;
       trim_ = 15;
       continue;
     }
-    // In the packet of the refinement bits, where they have one.
+    // At the start of the packet of refinement bits, if they have one.
     if (frame_.has_trim && (count == 1 ? !frame_.is_frequency_order : i == 3)) {
       trim_ = readers_[i].Bits(kTrimBits);
     }

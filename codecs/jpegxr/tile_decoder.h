@@ -15,14 +15,14 @@
 
 namespace zepcodec::jpegxr {
 
-// Where a tile's packets begin: one, or one for each band. Null where a packet is missing. Behind `end` there are
-// PacketReader::kSpareBytes more.
+// The starts of a tile's packets: one, or one for each band. Null: the packet is missing.
+// PacketReader::kSpareBytes more bytes follow `end`.
 struct TilePackets {
   std::array<const uint8_t*, 4> begins;
   const uint8_t* end;
 };
 
-// The first macroblock whose bits are missing or damaged, counted in the tile, and the sentence for it.
+// The first macroblock in the tile whose bits are missing or damaged, and a message.
 struct TileResult {
   bool is_whole = true;
   std::string problem;
@@ -30,7 +30,7 @@ struct TileResult {
 
 class PlaneDecoder;
 
-// Decodes the picture's plane and, if there is one, that of opacity, which takes turns with it.
+// Decodes the picture's plane and that of opacity, if there is one; their macroblocks alternate.
 class TileDecoder {
  public:
   TileDecoder(const FrameHeader& frame, const TileArea& area, const TilePackets& packets,
@@ -39,10 +39,11 @@ class TileDecoder {
   TileDecoder& operator=(const TileDecoder&) = delete;
   ~TileDecoder();
 
-  // What so many decoders take for a plane, side by side over this width or each no wider than that.
+  // The most memory of `count` decoders: for tiles side by side in a plane of this width, or for
+  // tiles of up to this width.
   static size_t MemoryOf(size_t count, size_t mb_width);
 
-  // The next row of macroblocks. After a problem nothing more is decoded.
+  // Decodes the next row of macroblocks; after an error the rest of the tile is left out.
   void DecodeRow();
   const TileResult& result() const { return result_; }
 

@@ -4,7 +4,7 @@
 namespace zepcodec::jpegxr {
 namespace {
 
-// The kind of packet: 0 for all bands together, else 1 to 4.
+// The kind of packet: 0 for all bands in one, else 1 to 4 for a band.
 void WritePacketHeader(size_t tile, size_t kind, PacketWriter* writer) {
   writer->MakeRoom();
   writer->Put(0, 16);

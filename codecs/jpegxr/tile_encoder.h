@@ -18,9 +18,9 @@ class TileEncoder {
   TileEncoder(const FrameHeader& frame, size_t tile, uint32_t trim, CodedPlane* plane);
 
   size_t Height() const { return area_.Height(); }  // in macroblocks
-  // The next row of macroblocks.
+  // Encodes the next row of macroblocks.
   void EncodeRow();
-  // The whole packets, after the last row.
+  // The finished packets, after the last row.
   std::vector<std::vector<uint8_t>> Finish();
 
  private:

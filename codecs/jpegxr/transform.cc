@@ -1,4 +1,14 @@
 // SPDX-License-Identifier: MIT
+// Two stages of a 4x4 transform. The first one works on the samples; its DC coefficients, one in
+// 16, form a plane of their own, on which the second stage is the same transform again. In halved
+// chroma that plane is too small for 4x4 blocks: it gets 2x2 Hadamard transforms, and in 4:2:2 the
+// two sums of a macroblock become their mean and difference. An overlap filter comes before each
+// forward and after each inverse stage, if the picture has it.
+//
+// The blocks are the library's (zepiPCTFwd_JPEGXR_32s_C1IR and its inverse); this file orders
+// stages and filters. A filter changes two rows on either side of a border of blocks, so each stage
+// lags behind the one before it; done in strips of a few rows of macroblocks, all stages find their
+// data in the cache.
 #include "codecs/jpegxr/transform.h"
 
 #include <algorithm>
@@ -6,12 +16,14 @@
 #include <vector>
 
 #include "codecs/jpegxr/overlap.h"
-#include "codecs/jpegxr/overlap_operators.h"
 #include "codecs/jpegxr/quantizer.h"
+#include "codecs/jpegxr/wrapping.h"
 #include "zepjp.h"
 
 namespace zepcodec::jpegxr {
 namespace {
+
+using W = Wrapping;
 
 zepiSize SizeOf(const Window& window) {
   return {static_cast<int32_t>(window.width), static_cast<int32_t>(window.height)};
@@ -19,12 +31,12 @@ zepiSize SizeOf(const Window& window) {
 
 constexpr OverlapFilter kPreFilter = {FilterKind::kPre};
 
-// After the second stage nothing is taken back.
+// The second stage corrects no leaks.
 OverlapFilter SecondPostFilter(const FrameHeader& frame) {
   return {frame.has_old_filters ? FilterKind::kOldPost : FilterKind::kPost};
 }
 
-// Old streams: the high-pass band holds leaks that are no less than its step.
+// Old streams: leaks of at least a quantizer step are compensated in the high-pass band.
 OverlapFilter FirstPostFilter(const FrameHeader& frame, const PlaneHeader& header, size_t c) {
   constexpr int32_t kSmallestStep = 21, kAny = INT32_MAX;
   OverlapFilter filter = SecondPostFilter(frame);
@@ -41,13 +53,13 @@ Filters FirstPostFilters(const FrameHeader& frame, const PlaneHeader& header) {
           FirstPostFilter(frame, header, 2)};
 }
 
-// Whether the first stage's filter crosses all rows of blocks.
+// Whether the filter of the first stage crosses the borders of all rows of blocks.
 bool CrossesRows(const FrameHeader& frame) {
   return frame.overlap != Overlap::kNone && !frame.has_hard_tiles;
 }
 
-// The parts of a plane that filters treat as planes of their own: all, or the tiles. The unit is what a macroblock
-// takes of it.
+// The parts of a plane that filters treat as planes of their own: the whole plane, or each hard
+// tile. A unit is the area of a macroblock in the plane.
 std::vector<Window> FilteredParts(const FrameHeader& frame, const Window& plane, size_t unit_width,
                                   size_t unit_height) {
   if (!frame.has_hard_tiles) return {plane};
@@ -68,25 +80,28 @@ void ForEachValue(const Window& window, const Change& change) {
   }
 }
 
+// Sums and differences of four values; its own inverse.
 void Hadamard2x2(const Window& dcs, size_t y, size_t x) {
   int32_t* const row0 = dcs.Row(y) + x;
   int32_t* const row1 = dcs.Row(y + 1) + x;
-  W a = row0[0], b = row0[1], c = row1[0], d = row1[1];
-  Hadamard(a, b, c, d);
-  row0[0] = a.value;
-  row0[1] = b.value;
+  const W a = W(row0[0]) + row1[1], b = W(row0[1]) - row1[0];
+  const W half = (a - b) >> 1;
+  const W c = half - row1[1], d = half - row1[0];
+  row0[0] = (a - d).value;
+  row0[1] = (b + c).value;
   row1[0] = c.value;
   row1[1] = d.value;
 }
 
-// 4:2:0 has one square in a macroblock, 4:2:2 two, one above the other.
+// A macroblock has one 2x2 square in 4:2:0, and two, one above the other, in 4:2:2.
 void HadamardAll(const Window& dcs) {
   for (size_t y = 0; y < dcs.height; y += 2) {
     for (size_t x = 0; x < dcs.width; x += 2) Hadamard2x2(dcs, y, x);
   }
 }
 
-// The sums of the two squares of 4:2:2, at rows 0 and 2 of a macroblock, as their mean and difference.
+// 4:2:2: replaces the sums of the two squares, in rows 0 and 2 of a macroblock, by their mean and
+// difference.
 void JoinSquares(const Window& dcs) {
   for (size_t y = 0; y < dcs.height; y += 4) {
     for (size_t x = 0; x < dcs.width; x += 2) {
@@ -124,7 +139,7 @@ ComponentView ViewOf(CodedPlane* plane, size_t c) {
           c > 0 && plane->header.is_scaled};
 }
 
-// Without the filter: all of it, or some rows of macroblocks.
+// The second stage without its filter, over a whole plane or some rows of macroblocks.
 void ForwardSecondTransform(const ComponentView& view, const Window& dcs) {
   if (view.is_halved) ForEachValue(dcs, [](int32_t value) { return value >> 1; });
   if (!view.is_small) {
@@ -166,7 +181,7 @@ void InverseSecondStage(const FrameHeader& frame, const ComponentView& view) {
   FilterSecondStage(frame, SecondPostFilter(frame), view, dcs);
 }
 
-// One row of blocks, whose places of DC become 0.
+// One row of blocks; the places of DC become 0.
 void GatherDcs(Component* component, size_t row) {
   int32_t* const from = component->values.All().Row(4 * row);
   int32_t* const to = component->dcs.All().Row(row);
@@ -185,8 +200,8 @@ Window BlockRow(Component* component, size_t row) {
   return component->values.All().Part(0, 4 * row, component->values.width(), 4);
 }
 
-// Rows of blocks from `begin` to before `end`, and the filters between them and behind the last one; before the
-// first one too where the row before it is done. Null: no filter.
+// The rows of blocks from `begin` up to but excluding `end`, with the filters between them and
+// after the last one, and also above the first one if the row above is done. Null: no filter.
 void InverseRows(const OverlapFilter* filter, bool follows, size_t begin, size_t end,
                  Component* component) {
   const Window all = component->values.All();
@@ -203,7 +218,7 @@ void InverseRows(const OverlapFilter* filter, bool follows, size_t begin, size_t
   }
 }
 
-// The filter behind the last row, too, where the row behind it is there.
+// Includes the filter below the last row if the row below is there.
 void ForwardRows(bool is_filtered, bool leads, size_t begin, size_t end, Component* component) {
   const Window all = component->values.All();
   const size_t count = all.height / 4;
@@ -220,7 +235,7 @@ void ForwardRows(bool is_filtered, bool leads, size_t begin, size_t end, Compone
   }
 }
 
-// A part of a component for one thread: some rows of blocks.
+// A share of a component for one thread: some rows of blocks.
 struct Share {
   size_t component;
   size_t begin;
@@ -239,7 +254,7 @@ std::vector<Share> SharesOf(CodedPlane* plane, size_t threads) {
   return shares;
 }
 
-// The filters where two shares meet.
+// The filters across the border of two shares.
 void FilterSeams(const Filters& filters, const std::vector<Share>& shares, CodedPlane* plane) {
   for (const Share& share : shares) {
     if (share.begin == 0) continue;
@@ -248,7 +263,7 @@ void FilterSeams(const Filters& filters, const std::vector<Share>& shares, Coded
   }
 }
 
-// Hard tiles.
+// Hard tiles: each is filtered as a plane of its own.
 void FilterTiles(const FrameHeader& frame, const Filters& filters, CodedPlane* plane) {
   if (frame.overlap == Overlap::kNone || !frame.has_hard_tiles) return;
   for (size_t c = 0; c < plane->header.Components(); ++c) {

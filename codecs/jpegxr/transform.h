@@ -11,18 +11,19 @@
 
 namespace zepcodec::jpegxr {
 
-// From samples to coefficients: first-stage ones in `values`, 0 in the places of DC, second-stage ones in `dcs`.
+// From samples to coefficients: those of the first stage in `values`, with 0 in the places of DC,
+// those of the second stage in `dcs`.
 Status Forward(const FrameHeader& frame, size_t threads, CodedPlane* plane);
 
-// From coefficients to samples. What a DC coefficient's place in `values` holds does not matter.
+// From coefficients to samples. The values in the places of DC in `values` are not used.
 Status Inverse(const FrameHeader& frame, size_t threads, CodedPlane* plane);
 
-// The same row by row of macroblocks, for frames without hard tiles: the second stage of a row once its
-// coefficients are there; the first stage of a row once the second stage of the next one, if there is any, is
-// done. What lies behind the row before is final then, but for the last two rows of samples.
+// The same one row of macroblocks at a time, for frames without hard tiles. Inverse: the second
+// stage of a row can run when its coefficients are decoded, the first stage of a row after the
+// second stage of the next row. Then the rows of samples up to the last two of that row are final.
 //
-// Forward: the first stage of a row once its samples are there (those of its last blocks wait for the next
-// row), then the second stage of the row before, and in the end that of the last one.
+// Forward: the first stage of a row runs when its samples are there (its last row of blocks waits
+// for the next row), then the second stage of the row before it; at the end that of the last row.
 void ForwardMbRow(const FrameHeader& frame, size_t mb_row, CodedPlane* plane);
 void ForwardDcRow(const FrameHeader& frame, size_t mb_row, CodedPlane* plane);
 void InverseDcRow(const FrameHeader& frame, size_t mb_row, CodedPlane* plane);

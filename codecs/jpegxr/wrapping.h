@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A 32-bit integer whose sums wrap, so that damaged files cannot do harm; its shifts are arithmetic.
+// A 32-bit integer whose sums wrap, so that damaged files cannot cause undefined behaviour; its
+// shifts are arithmetic.
 #ifndef ZEPJP_CODECS_JPEGXR_WRAPPING_H_
 #define ZEPJP_CODECS_JPEGXR_WRAPPING_H_
 

@@ -24,7 +24,7 @@
 #include <atomic>
 #include <cstdlib>
 
-#include "frame/startup.h"
+#include "simd/startup.h"
 
 #ifdef __linux__
 #  include <sys/syscall.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "frame/startup.h"
+#include "simd/startup.h"
 #include "zepjp.h"
 
 namespace zepjp {

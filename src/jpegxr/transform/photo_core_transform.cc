@@ -204,25 +204,6 @@ struct Inverse {
   }
 };
 
-// In each 128-bit block: the matrix of 32-bit lanes by register and lane, transposed.
-template <class D, class V = hn::VFromD<D>>
-HWY_INLINE void Transpose32(D d, V (&v)[4]) {
-  const hn::Repartition<uint32_t, D> d32;
-  const hn::Repartition<uint64_t, D> d64;
-  const auto low = [&](V a, V b) ZEP_ATTR {
-    return hn::BitCast(d64, hn::InterleaveLower(d32, hn::BitCast(d32, a), hn::BitCast(d32, b)));
-  };
-  const auto high = [&](V a, V b) ZEP_ATTR {
-    return hn::BitCast(d64, hn::InterleaveUpper(d32, hn::BitCast(d32, a), hn::BitCast(d32, b)));
-  };
-  const auto low01 = low(v[0], v[1]), low23 = low(v[2], v[3]);
-  const auto high01 = high(v[0], v[1]), high23 = high(v[2], v[3]);
-  v[0] = hn::BitCast(d, hn::InterleaveLower(d64, low01, low23));
-  v[1] = hn::BitCast(d, hn::InterleaveUpper(d64, low01, low23));
-  v[2] = hn::BitCast(d, hn::InterleaveLower(d64, high01, high23));
-  v[3] = hn::BitCast(d, hn::InterleaveUpper(d64, high01, high23));
-}
-
 // Rows of two 4-lane groups a, b of 16 bits as pairs a0 b0 a1 b1 a2 b2 a3 b3, and back.
 alignas(16) constexpr uint8_t kPairLanes[16] = {0, 1, 8,  9,  2, 3, 10, 11,
                                                 4, 5, 12, 13, 6, 7, 14, 15};

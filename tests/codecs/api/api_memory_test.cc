@@ -41,6 +41,7 @@ thread_local int64_t allocations = 0;
 thread_local int64_t first_failing = 0;
 thread_local bool fails_ever_after = false;
 thread_local int64_t live = 0;
+thread_local size_t largest = 0;  // in bytes
 
 bool Fails() {
   if (!counts) return false;
@@ -56,7 +57,10 @@ void* Counted(void* pointer) {
 }  // namespace
 
 extern "C" {
-void* malloc(size_t size) { return Fails() ? nullptr : Counted(__libc_malloc(size)); }
+void* malloc(size_t size) {
+  if (counts && size > largest) largest = size;
+  return Fails() ? nullptr : Counted(__libc_malloc(size));
+}
 void* calloc(size_t count, size_t size) {
   return Fails() ? nullptr : Counted(__libc_calloc(count, size));
 }
@@ -97,6 +101,7 @@ Outcome CallFailing(const Call& call, int64_t failing, bool ever_after) {
   first_failing = failing;
   fails_ever_after = ever_after;
   live = 0;
+  largest = 0;
   counts = true;
   const Outcome outcome = call();
   counts = false;
@@ -164,6 +169,19 @@ TEST(ApiMemory, Encode) {
     options.dds = &dds;
     ExpectNoMemoryIsAStatus([&] { return EncodeOnce(pixels, options); });
   }
+}
+
+// The file has an eighth of the size of the pixels; no allocation is much larger.
+TEST(ApiMemory, EncodingCopiesNoPixels) {
+  Image image = Make(256, 256, {zepcLayoutRgba, zepcSampleU8, 8});
+  const zepcPixels pixels = image.Pixels();
+  zepcEncodeOptions options = OptionsFor(zepcFormatDds);
+  auto dds = Sized<zepcDdsOptions>();
+  dds.texture = zepcTextureBc1;
+  options.dds = &dds;
+  CallFailing([&] { return EncodeOnce(pixels, options); }, INT64_MAX, false);
+  EXPECT_GT(largest, image.bytes.size() / 8);
+  EXPECT_LT(largest, image.bytes.size() / 4);
 }
 
 Outcome DecodeOnce(const Bytes& file, const zepcDecodeOptions& options) {

@@ -148,6 +148,25 @@ TEST(ApiRoundTrip, GapsBetweenRowsDoNotMatter) {
   }
 }
 
+TEST(ApiRoundTrip, SamplesMayHaveAnyAddress) {
+  for (const zepcFormat format :
+       {zepcFormatLosslessJpeg, zepcFormatJp2, zepcFormatJpegXr, zepcFormatTiff}) {
+    Image image = Make(19, 11, {zepcLayoutRgb, zepcSampleU16, 16});
+    const Bytes aligned = Encode(image, format);
+    Bytes moved(image.bytes.size() + 1);
+    std::copy(image.bytes.begin(), image.bytes.end(), moved.begin() + 1);
+    zepcPixels pixels = image.Pixels();
+    pixels.data = moved.data() + 1;
+    const zepcEncodeOptions options = OptionsFor(format);
+    void* file = nullptr;
+    size_t size = 0;
+    ASSERT_EQ(zepcEncode(&pixels, &options, &file, &size), zepcStatusOk) << zepcLastError();
+    const auto* const first = static_cast<const uint8_t*>(file);
+    EXPECT_EQ(aligned, Bytes(first, first + size)) << format;
+    zepcFree(file);
+  }
+}
+
 TEST(ApiRoundTrip, FullDepthIsTheDefault) {
   for (const zepcSample sample : {zepcSampleU8, zepcSampleU16}) {
     Image image = Make(9, 9, {zepcLayoutRgb, sample, 8 * static_cast<int32_t>(BytesOf(sample))});

@@ -2,15 +2,12 @@
 // What the JPEG decoders say that they need is what they take, and not much more.
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <new>
 #include <utility>
 
 #include "codecs/jpeg/lossless/codec.h"
 #include "tests/codecs/jpeg/jpeg_files.h"
+#include "tests/codecs/support/counted_memory.h"
 #include "tests/codecs/support/pictures.h"
 
 namespace jpeg = zepcodec::jpeg;
@@ -18,61 +15,9 @@ namespace ljpeg = zepcodec::jpeg::lossless;
 
 namespace {
 
-std::atomic<int64_t> in_use{0}, peak{0};
-
-constexpr size_t kHead = 16;  // holds the size
-
-void* Take(size_t size) {
-  auto* const memory = static_cast<unsigned char*>(std::malloc(size + kHead));
-  if (memory == nullptr) return nullptr;
-  std::memcpy(memory, &size, sizeof(size));
-  const int64_t now = in_use += static_cast<int64_t>(size);
-  int64_t before = peak;
-  while (before < now && !peak.compare_exchange_weak(before, now)) continue;
-  return memory + kHead;
-}
-
-void* TakeOrThrow(size_t size) {
-  void* const memory = Take(size);
-  if (memory == nullptr) throw std::bad_alloc();
-  return memory;
-}
-
-void GiveBack(void* pointer) {
-  if (pointer == nullptr) return;
-  auto* const memory = static_cast<unsigned char*>(pointer) - kHead;
-  size_t size = 0;
-  std::memcpy(&size, memory, sizeof(size));
-  in_use -= static_cast<int64_t>(size);
-  std::free(memory);
-}
-
-}  // namespace
-
-void* operator new(size_t size) { return TakeOrThrow(size); }
-void* operator new[](size_t size) { return TakeOrThrow(size); }
-void* operator new(size_t size, const std::nothrow_t&) noexcept { return Take(size); }
-void* operator new[](size_t size, const std::nothrow_t&) noexcept { return Take(size); }
-void operator delete(void* pointer) noexcept { GiveBack(pointer); }
-void operator delete[](void* pointer) noexcept { GiveBack(pointer); }
-void operator delete(void* pointer, size_t) noexcept { GiveBack(pointer); }
-void operator delete[](void* pointer, size_t) noexcept { GiveBack(pointer); }
-void operator delete(void* pointer, const std::nothrow_t&) noexcept { GiveBack(pointer); }
-void operator delete[](void* pointer, const std::nothrow_t&) noexcept { GiveBack(pointer); }
-
-namespace {
-
+using counted_memory::PeakOf;
 using jpeg_files::Bytes;
 using zepcodec::PixelLayout;
-
-// Bytes that are taken at the most while `work` runs.
-template <class Work>
-int64_t PeakOf(const Work& work) {
-  const int64_t before = in_use;
-  peak = before;
-  work();
-  return peak - before;
-}
 
 void ExpectNeed(const Bytes& file, int scale) {
   jpeg::DecodeOptions options;

@@ -3,65 +3,15 @@
 // the samples of the picture, whatever the headers say. Small files that would take minutes or
 // gigabytes.
 #include <gtest/gtest.h>
-#include <malloc.h>
 
-#include <atomic>
 #include <chrono>
-#include <cstdlib>
-#include <new>
 #include <string>
 
 #include "codecs/jpeg2000/budget.h"
 #include "tests/codecs/jpeg2000/jpeg2000_streams.h"
+#include "tests/codecs/support/counted_memory.h"
 
 namespace jpeg2000 = zepcodec::jpeg2000;
-
-namespace {
-
-std::atomic<int64_t> in_use{0};
-std::atomic<int64_t> peak{0};
-
-void* Allocate(size_t size) {
-  void* memory = std::malloc(size > 0 ? size : 1);
-  if (memory == nullptr) return nullptr;
-  const auto taken = static_cast<int64_t>(malloc_usable_size(memory));
-  const int64_t now = in_use += taken;
-  int64_t most = peak;
-  while (now > most && !peak.compare_exchange_weak(most, now)) {}
-  return memory;
-}
-
-[[maybe_unused]] void* AllocateOrThrow(size_t size) {
-  void* memory = Allocate(size);
-  if (memory == nullptr) throw std::bad_alloc();
-  return memory;
-}
-
-[[maybe_unused]] void Release(void* memory) {
-  if (memory == nullptr) return;
-  in_use -= static_cast<int64_t>(malloc_usable_size(memory));
-  std::free(memory);
-}
-
-}  // namespace
-
-// All memory of this program is counted in the native release build; sanitizers have operators of
-// their own.
-#if ZEPJP_EXHAUSTIVE
-constexpr bool kCounts = true;
-void* operator new(size_t size) { return AllocateOrThrow(size); }
-void* operator new[](size_t size) { return AllocateOrThrow(size); }
-void* operator new(size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
-void* operator new[](size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
-void operator delete(void* memory) noexcept { Release(memory); }
-void operator delete[](void* memory) noexcept { Release(memory); }
-void operator delete(void* memory, size_t) noexcept { Release(memory); }
-void operator delete[](void* memory, size_t) noexcept { Release(memory); }
-void operator delete(void* memory, const std::nothrow_t&) noexcept { Release(memory); }
-void operator delete[](void* memory, const std::nothrow_t&) noexcept { Release(memory); }
-#else
-constexpr bool kCounts = false;
-#endif
 
 namespace {
 
@@ -103,13 +53,11 @@ Measured Measure(const Bytes& file) {
   Measured measured;
   jpeg2000::DecodeOptions options;
   options.threads = 1;
-  const int64_t before = in_use;
-  peak = before;
   const auto start = std::chrono::steady_clock::now();
-  measured.decoded = jpeg2000_files::Decode(file, options);
+  measured.memory =
+      counted_memory::PeakOf([&] { measured.decoded = jpeg2000_files::Decode(file, options); });
   measured.seconds =
       std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  measured.memory = peak - before;
   return measured;
 }
 
@@ -345,7 +293,6 @@ TEST(Jpeg2000Limits, PalettesOverLargePictures) {
 
 // What zepconvert and others ask for before they decode.
 TEST(Jpeg2000Limits, MemoryIsKnownBefore) {
-  if (!kCounts) GTEST_SKIP() << "the memory is not counted";
   constexpr double kPixels = 450 * 350;
   for (const bool reversible : {true, false}) {
     for (const int block : {6, 4, 2}) {

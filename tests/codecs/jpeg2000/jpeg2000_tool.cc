@@ -4,58 +4,27 @@
 //   jpeg2000_tool decode FILE SAMPLES [reduce=N] [layers=N]
 //   jpeg2000_tool encode SAMPLES FILE size=WxH bits=N [signed=1] [grids=1x1,2x2,2x2] [KEY=VALUE...]
 //
-// SAMPLES holds the components one after the other, a byte for a sample or, above 8 bits, two, the lower
-// first. decode prints a line for each component, then the messages.
+// SAMPLES holds the components one after the other, a byte for a sample or, above 8 bits, two, the
+// lower first. decode prints a line for each component, then the messages.
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
-#include <map>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "codecs/jpeg2000/decoder.h"
 #include "codecs/jpeg2000/encoder.h"
+#include "tests/codecs/support/sample_tool.h"
 
 namespace jpeg2000 = zepcodec::jpeg2000;
 
 namespace {
 
-using Bytes = std::vector<uint8_t>;
-using Settings = std::map<std::string, std::string>;
-
-Bytes ReadAll(const std::string& name) {
-  std::ifstream file(name, std::ios::binary);
-  if (!file) {
-    std::fprintf(stderr, "%s cannot be read\n", name.c_str());
-    std::exit(2);
-  }
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
-void WriteAll(const std::string& name, const uint8_t* data, size_t size) {
-  std::ofstream file(name, std::ios::binary);
-  file.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
-}
-
-int Number(const Settings& settings, const std::string& key, int otherwise) {
-  const auto found = settings.find(key);
-  return found == settings.end() ? otherwise : std::atoi(found->second.c_str());
-}
-
-// "64x32,16x8" as pairs.
-std::vector<std::pair<int, int>> Pairs(const Settings& settings, const std::string& key) {
-  std::vector<std::pair<int, int>> pairs;
-  const auto found = settings.find(key);
-  if (found == settings.end()) return pairs;
-  std::istringstream text(found->second);
-  std::string item;
-  while (std::getline(text, item, ',')) {
-    pairs.emplace_back(std::atoi(item.c_str()), std::atoi(item.c_str() + item.find('x') + 1));
-  }
-  return pairs;
-}
+using sample_tool::Bytes;
+using sample_tool::Number;
+using sample_tool::Pairs;
+using sample_tool::Settings;
 
 int Log2(int value) {
   int log = 0;
@@ -64,7 +33,7 @@ int Log2(int value) {
 }
 
 int DecodeFile(const std::string& from, const std::string& to, const Settings& settings) {
-  const Bytes file = ReadAll(from);
+  const Bytes file = sample_tool::ReadAll(from);
   jpeg2000::DecodeOptions options;
   options.reduce = Number(settings, "reduce", 0);
   options.layers = Number(settings, "layers", 0);
@@ -73,10 +42,7 @@ int DecodeFile(const std::string& from, const std::string& to, const Settings& s
   jpeg2000::FileInfo info;
   const zepcodec::Status status =
       jpeg2000::Decode(file.data(), file.size(), options, &image, &info);
-  if (!status.ok()) {
-    std::fprintf(stderr, "%s\n", status.text().c_str());
-    return 1;
-  }
+  if (!status.ok()) return sample_tool::Fail(status);
   Bytes samples;
   for (const jpeg2000::Component& component : image.components) {
     std::printf("%dx%d bits=%d signed=%d grid=%dx%d\n", component.width, component.height,
@@ -87,7 +53,7 @@ int DecodeFile(const std::string& from, const std::string& to, const Settings& s
     }
   }
   for (const std::string& line : info.messages.Lines()) std::printf("message: %s\n", line.c_str());
-  WriteAll(to, samples.data(), samples.size());
+  sample_tool::WriteAll(to, samples.data(), samples.size());
   return 0;
 }
 
@@ -169,30 +135,16 @@ int EncodeFile(const std::string& from, const std::string& to, const Settings& s
     image.x1 = image.x0 + width;
     image.y1 = image.y0 + height;
   }
-  MakeComponents(settings, ReadAll(from), &image);
+  MakeComponents(settings, sample_tool::ReadAll(from), &image);
   image.color =
       image.components.size() < 3 ? jpeg2000::ColorSpace::kGrey : jpeg2000::ColorSpace::kRgb;
   zepcodec::ByteBuffer file;
   const zepcodec::Status status = jpeg2000::Encode(image, OptionsOf(settings, to), &file);
-  if (!status.ok()) {
-    std::fprintf(stderr, "%s\n", status.text().c_str());
-    return 1;
-  }
-  WriteAll(to, file.data(), file.size());
+  if (!status.ok()) return sample_tool::Fail(status);
+  sample_tool::WriteAll(to, file.data(), file.size());
   return 0;
 }
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  const std::string mode = argc > 3 ? argv[1] : "";
-  Settings settings;
-  for (int i = 4; i < argc; ++i) {
-    const std::string text = argv[i];
-    settings[text.substr(0, text.find('='))] = text.substr(text.find('=') + 1);
-  }
-  if (mode == "decode") return DecodeFile(argv[2], argv[3], settings);
-  if (mode == "encode") return EncodeFile(argv[2], argv[3], settings);
-  std::fprintf(stderr, "jpeg2000_tool decode FILE SAMPLES ... | encode SAMPLES FILE ...\n");
-  return 2;
-}
+int main(int argc, char** argv) { return sample_tool::Main(argc, argv, DecodeFile, EncodeFile); }

@@ -6,8 +6,8 @@
 #include <random>
 
 #include "codecs/jpegxr/float_code.h"
-#include "codecs/jpegxr/overlap_operators.h"
 #include "tests/codecs/jpegxr/jpegxr_files.h"
+#include "tests/codecs/jpegxr/overlap_model.h"
 #include "tests/codecs/support/pictures.h"
 
 namespace jpegxr = zepcodec::jpegxr;
@@ -18,9 +18,9 @@ using jpegxr::Bands;
 using jpegxr::ColorFormat;
 using jpegxr::EncodeOptions;
 using jpegxr::Overlap;
-using jpegxr::W;
 using jpegxr_files::Encode;
 using jpegxr_files::MakeImage;
+using overlap_model::W;
 using zepcodec::Picture;
 using zepcodec::SampleType;
 
@@ -163,56 +163,6 @@ TEST(JpegXrRoundTrip, ThreadsChangeNothing) {
   }
 }
 
-// The old overlap filters before the forward transform, of which the codec has only the way back.
-struct OldPreFilter {
-  static void ScaleEdge(W& a, W& d) {
-    a -= (d * 3 + 16) >> 5;
-    d -= (a * 3 + 8) >> 4;
-    a -= (d * 3 + 16) >> 5;
-  }
-  static void Scale(W& a, W& d) {
-    d -= (a * 3) >> 4;
-    a -= (d * 3) >> 3;
-    d = (a >> 1) - d;
-    a -= d;
-  }
-  static void Line(W& a, W& b, W& c, W& d) {
-    ScaleEdge(b, c);
-    ScaleEdge(a, d);
-    a += d;
-    b += c;
-    d -= (a + 1) >> 1;
-    c -= (b + 1) >> 1;
-    jpegxr::Rotate(c, d);
-    d += (a + 1) >> 1;
-    c += (b + 1) >> 1;
-    a -= d;
-    b -= c;
-  }
-  static void Square(W (&x)[4][4]) {
-    using namespace jpegxr;
-    for (int r = 0; r < 2; ++r) {
-      for (int c = 0; c < 2; ++c) HadamardScale(x[r][c], x[r][3 - c], x[3 - r][c], x[3 - r][3 - c]);
-    }
-    for (int r = 0; r < 2; ++r) {
-      for (int c = 0; c < 2; ++c) OldPreFilter::Scale(x[r][c], x[3 - r][3 - c]);
-    }
-    Rotate(x[3][1], x[3][0]);
-    Rotate(x[2][1], x[2][0]);
-    Rotate(x[1][3], x[0][3]);
-    Rotate(x[1][2], x[0][2]);
-    RotateTwice(x[2][2], x[2][3], x[3][2], x[3][3]);
-    for (int r = 0; r < 2; ++r) {
-      for (int c = 0; c < 2; ++c) Hadamard(x[r][c], x[r][3 - c], x[3 - r][c], x[3 - r][3 - c]);
-    }
-  }
-  static void Pair(W& a, W& b) {
-    b -= (a + 4) >> 3;
-    a -= (b + 2) >> 2;
-    b -= (a + 4) >> 3;
-  }
-};
-
 TEST(JpegXrRoundTrip, OldOperatorsAreUndone) {
   std::mt19937 random(11);
   for (int round = 0; round < 2000; ++round) {
@@ -222,40 +172,15 @@ TEST(JpegXrRoundTrip, OldOperatorsAreUndone) {
     }
     const auto expect_undone = [&] { EXPECT_EQ(std::memcmp(before, x, sizeof(x)), 0) << round; };
     std::memcpy(x, before, sizeof(x));
-    OldPreFilter::Square(x);
-    jpegxr::OldPostFilter::Square(x, 0);
+    overlap_model::OldPreFilter::Square(x, 0);
+    overlap_model::OldPostFilter::Square(x, 0);
     expect_undone();
-    OldPreFilter::Line(x[0][0], x[0][1], x[0][2], x[0][3]);
-    jpegxr::OldPostFilter::Line(x[0][0], x[0][1], x[0][2], x[0][3]);
+    overlap_model::OldPreFilter::Line(x[0][0], x[0][1], x[0][2], x[0][3]);
+    overlap_model::OldPostFilter::Line(x[0][0], x[0][1], x[0][2], x[0][3]);
     expect_undone();
-    OldPreFilter::Pair(x[0][0], x[0][1]);
-    jpegxr::OldPostFilter::Pair(x[0][0], x[0][1]);
+    overlap_model::OldPreFilter::Pair(x[0][0], x[0][1]);
+    overlap_model::OldPostFilter::Pair(x[0][0], x[0][1]);
     expect_undone();
-  }
-}
-
-// Old filters over a grey picture of whole macroblocks: lines along its borders, squares inside, nothing in corners.
-void FilterOld(size_t width, size_t height, int16_t* samples) {
-  const auto line = [&](size_t first, size_t step) {
-    W v[4];
-    for (size_t i = 0; i < 4; ++i) v[i] = samples[first + i * step];
-    OldPreFilter::Line(v[0], v[1], v[2], v[3]);
-    for (size_t i = 0; i < 4; ++i) samples[first + i * step] = static_cast<int16_t>(v[i].value);
-  };
-  for (size_t x = 2; x + 4 < width; x += 4) {
-    for (const size_t y : {size_t{0}, size_t{1}, height - 2, height - 1}) line(y * width + x, 1);
-  }
-  for (size_t y = 2; y + 4 < height; y += 4) {
-    for (const size_t x : {size_t{0}, size_t{1}, width - 2, width - 1}) line(y * width + x, width);
-    for (size_t x = 2; x + 4 < width; x += 4) {
-      int16_t* const square = samples + y * width + x;
-      W v[4][4];
-      for (size_t i = 0; i < 16; ++i) v[i / 4][i % 4] = square[i / 4 * width + i % 4];
-      OldPreFilter::Square(v);
-      for (size_t i = 0; i < 16; ++i) {
-        square[i / 4 * width + i % 4] = static_cast<int16_t>(v[i / 4][i % 4].value);
-      }
-    }
   }
 }
 
@@ -268,7 +193,10 @@ TEST(JpegXrRoundTrip, OldOverlapIsUndone) {
   Picture filtered = pictures::CopyOf(image);
   Picture expected = pictures::CopyOf(image);
   std::memcpy(expected.Row(0), samples.data(), image.SizeInBytes());
-  FilterOld(96, 64, samples.data());
+  std::vector<int32_t> plane(samples.begin(), samples.end());
+  overlap_model::FilterPlane<overlap_model::OldPreFilter>({plane.data(), 96, 96, 64}, 0);
+  std::transform(plane.begin(), plane.end(), samples.begin(),
+                 [](int32_t value) { return static_cast<int16_t>(value); });
   std::memcpy(filtered.Row(0), samples.data(), image.SizeInBytes());
   EncodeOptions options;
   options.overlap = Overlap::kNone;

@@ -27,11 +27,11 @@
 #  define ZEP_BEFORE_NAMESPACE() HWY_BEFORE_NAMESPACE()
 #endif
 
-#if defined(ZEPJP_SRC_SIMD_OPS_INL_H_) == defined(HWY_TARGET_TOGGLE)
-#  ifdef ZEPJP_SRC_SIMD_OPS_INL_H_
-#    undef ZEPJP_SRC_SIMD_OPS_INL_H_
+#if defined(ZEPJP_SIMD_OPS_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#  ifdef ZEPJP_SIMD_OPS_INL_H_
+#    undef ZEPJP_SIMD_OPS_INL_H_
 #  else
-#    define ZEPJP_SRC_SIMD_OPS_INL_H_
+#    define ZEPJP_SIMD_OPS_INL_H_
 #  endif
 
 #  include "hwy/highway.h"
@@ -169,6 +169,25 @@ HWY_INLINE hn::Vec512<T> OrderHalves(hn::Vec512<T> v) {
   return hn::Vec512<T>{_mm512_permutexvar_epi64(order, v.raw)};
 }
 #  endif
+
+// In each 128-bit block: the matrix of 32-bit lanes by register and lane, transposed.
+template <class D, class V = hn::VFromD<D>>
+HWY_INLINE void Transpose32(D d, V (&v)[4]) {
+  const hn::Repartition<uint32_t, D> d32;
+  const hn::Repartition<uint64_t, D> d64;
+  const auto low = [&](V a, V b) ZEP_ATTR {
+    return hn::BitCast(d64, hn::InterleaveLower(d32, hn::BitCast(d32, a), hn::BitCast(d32, b)));
+  };
+  const auto high = [&](V a, V b) ZEP_ATTR {
+    return hn::BitCast(d64, hn::InterleaveUpper(d32, hn::BitCast(d32, a), hn::BitCast(d32, b)));
+  };
+  const auto low01 = low(v[0], v[1]), low23 = low(v[2], v[3]);
+  const auto high01 = high(v[0], v[1]), high23 = high(v[2], v[3]);
+  v[0] = hn::BitCast(d, hn::InterleaveLower(d64, low01, low23));
+  v[1] = hn::BitCast(d, hn::InterleaveUpper(d64, low01, low23));
+  v[2] = hn::BitCast(d, hn::InterleaveLower(d64, high01, high23));
+  v[3] = hn::BitCast(d, hn::InterleaveUpper(d64, high01, high23));
+}
 
 // 128-bit blocks that lie `stride` bytes apart, at any alignment.
 template <size_t kLanes>

@@ -9,10 +9,10 @@
 //   ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 //
 // so that a call costs one load and one indirect jump.
-#ifndef ZEPJP_SRC_SIMD_DISPATCH_H_
-#define ZEPJP_SRC_SIMD_DISPATCH_H_
+#ifndef ZEPJP_SIMD_DISPATCH_H_
+#define ZEPJP_SIMD_DISPATCH_H_
 
-#include "frame/startup.h"
+#include "simd/startup.h"
 
 namespace zepjp {
 
@@ -46,4 +46,4 @@ const T* Choose(const PerTarget<T>& tables, const Enabled& enabled) {
        HWY_CHOOSE_AVX3(table), HWY_CHOOSE_NEON(table)},                         \
       ::zepjp::EnabledAtLoad())
 
-#endif  // ZEPJP_SRC_SIMD_DISPATCH_H_
+#endif  // ZEPJP_SIMD_DISPATCH_H_
