@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "codecs/jpeg/markers.h"
-#include "codecs/jpeg/segment_writer.h"
+#include "codecs/jpeg/markers/markers.h"
+#include "codecs/jpeg/markers/segment_writer.h"
 #include "zepjp.h"
 
 namespace zepcodec::jpeg {

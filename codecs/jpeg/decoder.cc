@@ -11,7 +11,7 @@
 #include "codecs/jpeg/coefficient_scan.h"
 #include "codecs/jpeg/deep_planes.h"
 #include "codecs/jpeg/geometry.h"
-#include "codecs/jpeg/marker_reader.h"
+#include "codecs/jpeg/markers/marker_reader.h"
 #include "codecs/jpeg/plane.h"
 #include "codecs/jpeg/scan_decoder.h"
 
@@ -45,12 +45,14 @@ Status MissingTables() {
   return Status::Error("a scan without its quantization or Huffman tables");
 }
 
-// One file on its way to a picture or to planes.
-// What is no fault of the file.
+Status LossyOnly() { return Status::Error("a lossless JPEG file has no coefficients"); }
+
+// Failures that are no fault of the file.
 bool EndsAll(const Status& status) {
   return status.kind() == Status::Kind::kCancelled || status.kind() == Status::Kind::kNoMemory;
 }
 
+// One file on its way to a picture or to planes.
 class FileDecoder {
  public:
   FileDecoder(const uint8_t* data, size_t size, const DecodeOptions& options, FileInfo* info)
@@ -87,12 +89,6 @@ class FileDecoder {
   Status WriteRows(Rows* rows, Picture* image);
   Status DecodeScanToPlanes();
   bool NextScan();
-  // The error with its place.
-  Status AtMarker(const Status& status) const {
-    if (status.kind() != Status::Kind::kError) return status;
-    const std::string offset = std::to_string(reader_.marker_offset());
-    return Status::Error("byte " + offset + ": " + status.text());
-  }
   void ReportMissing();
   void FillInfo();
 
@@ -111,8 +107,9 @@ Status FileDecoder::ReadHeaders() {
     Status status = reader_.Next(&event);
     if (event == Event::kEnd) status = Status::Error("the file has no picture in it");
     FillInfo();
-    if (!status.ok()) return AtMarker(status);
+    if (!status.ok()) return reader_.AtMarker(status);
     if (event == Event::kFrame) {
+      if (info_->frame.is_lossless) return reader_.AtMarker(LossyOnly());
       if (Status bad = CheckSize(); !bad.ok()) return bad;
     }
   }
@@ -224,7 +221,7 @@ bool FileDecoder::AllocatePlanes() {
 // The way of almost every file: rows of MCUs become rows of the picture at once.
 Status FileDecoder::DecodeRowByRow(Picture* image) {
   ScanLayout layout;
-  if (Status status = MakeLayout(&layout); !status.ok()) return AtMarker(status);
+  if (Status status = MakeLayout(&layout); !status.ok()) return reader_.AtMarker(status);
   ScanDecoder scan(data_, size_, reader_.position(), layout, &info_->messages, options_.times);
   if (Status status = WriteRows(&scan, image); !status.ok()) return status;
   reader_.Seek(scan.end());
@@ -279,7 +276,7 @@ Status FileDecoder::DecodeAllScans(Coefficients* coefficients, const OnScan& on_
   do {
     const Status status = DecodeScanToCoefficients(coefficients);
     if (EndsAll(status)) return status;
-    if (!status.ok() && number == 0) return AtMarker(status);
+    if (!status.ok() && number == 0) return reader_.AtMarker(status);
     if (!status.ok()) {
       info_->messages.AddAt(reader_.marker_offset(), status.text());
       break;
@@ -332,7 +329,7 @@ Status FileDecoder::DecodePlanes() {
     const Status status = DecodeScanToPlanes();
     const bool first = std::none_of(decoded_.begin(), decoded_.end(), [](bool b) { return b; });
     if (EndsAll(status)) return status;
-    if (!status.ok() && first) return AtMarker(status);
+    if (!status.ok() && first) return reader_.AtMarker(status);
     if (!status.ok()) {
       info_->messages.AddAt(reader_.marker_offset(), status.text());
       break;

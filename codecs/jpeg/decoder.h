@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "codecs/jpeg/coefficients.h"
-#include "codecs/jpeg/frame.h"
+#include "codecs/jpeg/markers/frame.h"
 #include "codecs/jpeg/metadata.h"
 #include "codecs/jpeg/picture_writer.h"
 #include "codecs/jpeg/stage_clock.h"

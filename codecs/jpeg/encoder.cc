@@ -10,10 +10,10 @@
 #include "codecs/jpeg/coefficient_writer.h"
 #include "codecs/jpeg/deep_planes.h"
 #include "codecs/jpeg/geometry.h"
-#include "codecs/jpeg/markers.h"
+#include "codecs/jpeg/markers/markers.h"
+#include "codecs/jpeg/markers/segment_writer.h"
+#include "codecs/jpeg/markers/standard_tables.h"
 #include "codecs/jpeg/scan_encoder.h"
-#include "codecs/jpeg/segment_writer.h"
-#include "codecs/jpeg/standard_tables.h"
 #include "codecs/jpeg/strip_maker.h"
 #include "zepjp.h"
 

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "codecs/jpeg/frame.h"
+#include "codecs/jpeg/markers/frame.h"
 
 namespace zepcodec::jpeg {
 

@@ -18,9 +18,8 @@
 #include <string>
 #include <utility>
 
-#include "codecs/jpeg/marker_scan.h"
-#include "codecs/jpeg/markers.h"
-#include "codecs/jpeg/segment_cursor.h"
+#include "codecs/jpeg/markers/marker_walk.h"
+#include "codecs/jpeg/markers/markers.h"
 
 namespace zepcodec::jpeg {
 namespace {
@@ -71,16 +70,16 @@ class MarkerCollector {
 
   // Whether the segment of a marker ends at another marker, or is as long as a scan header must be.
   bool HasSoundSegment(size_t at) const {
-    SegmentCursor cursor{data_ + at + 2, data_ + size_};
-    const auto length = static_cast<size_t>(cursor.Word());
-    if (cursor.failed || length < 2 || length - 2 > cursor.left()) return false;
+    ByteReader rest = ByteReader(data_, size_).At(at + 2);
+    const auto length = static_cast<size_t>(rest.Word());
+    if (rest.failed() || length < 2 || length - 2 > rest.left()) return false;
     if (data_[at + 1] == kSos) {
-      const int components = cursor.Byte();
+      const int components = rest.Byte();
       return components >= 1 && components <= 4 &&
              length == static_cast<size_t>(6 + 2 * components);
     }
-    cursor.next += length - 2;
-    return cursor.Byte() == 0xFF && cursor.Byte() >= kTem;
+    rest.Skip(length - 2);
+    return rest.Byte() == 0xFF && rest.Byte() >= kTem;
   }
 
   const uint8_t* data_;
@@ -165,8 +164,8 @@ class IntervalMatcher {
     if (miss < std::min(take, skip)) {
       Miss(missing);
     } else if (take <= skip) {
-      messages_->AddAt(Offset(), "marker " + Hex(Marker(next_)) + " instead of " +
-                                     Hex(ExpectedAt(index_)) + ", read as that");
+      messages_->AddAt(Offset(), "marker " + MarkerName(Marker(next_)) + " instead of " +
+                                     MarkerName(ExpectedAt(index_)) + ", read as that");
       Take();
     } else {
       Skip();

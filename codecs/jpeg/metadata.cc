@@ -6,7 +6,7 @@
 #include <cstring>
 #include <map>
 
-#include "codecs/jpeg/markers.h"
+#include "codecs/jpeg/markers/markers.h"
 
 namespace zepcodec::jpeg {
 namespace {

@@ -16,6 +16,7 @@ namespace zepcodec::jpeg {
 struct Segment {
   int marker;
   std::vector<uint8_t> data;
+  size_t offset = 0;  // of the marker in the file that it was read from
 };
 
 // Of the JFIF header: unit 0 says that x:y is the shape of a pixel, 1 dots an inch, 2 dots a cm.

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "codecs/jpeg/frame.h"
+#include "codecs/jpeg/markers/frame.h"
 #include "codecs/support/byte_buffer.h"
 #include "codecs/support/picture.h"
 #include "codecs/support/status.h"

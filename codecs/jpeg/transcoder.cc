@@ -8,8 +8,8 @@
 
 #include "codecs/jpeg/coefficient_turn.h"
 #include "codecs/jpeg/coefficient_writer.h"
-#include "codecs/jpeg/markers.h"
-#include "codecs/jpeg/segment_writer.h"
+#include "codecs/jpeg/markers/markers.h"
+#include "codecs/jpeg/markers/segment_writer.h"
 
 namespace zepcodec::jpeg {
 namespace {

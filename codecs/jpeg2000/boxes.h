@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "codecs/jpeg2000/image.h"
-#include "codecs/jpeg2000/packet_reader.h"
 #include "codecs/support/byte_buffer.h"
+#include "codecs/support/byte_reader.h"
 #include "codecs/support/messages.h"
 #include "codecs/support/status.h"
 
@@ -38,7 +38,7 @@ struct Boxes {
     int association;  // 0: the whole picture; else the number of a colour from 1 on
   };
   bool is_jp2 = false;
-  Span codestream;
+  ByteReader codestream;
   ColorSpace color = ColorSpace::kUnknown;
   int unknown_color = -1;
   LabRange lab;

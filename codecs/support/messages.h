@@ -31,6 +31,12 @@ std::string Place(const char* part, Number number) {
   return std::string(part) + " " + std::to_string(number);
 }
 
+// A marker of JPEG or JPEG 2000: "FF C4".
+inline std::string MarkerName(int marker) {
+  const char* const digits = "0123456789ABCDEF";
+  return std::string("FF ") + digits[marker >> 4 & 15] + digits[marker & 15];
+}
+
 // Keeps the first messages and counts all.
 class Messages {
  public:

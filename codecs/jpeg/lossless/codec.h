@@ -58,7 +58,7 @@ struct FileInfo {
 };
 
 // A sample takes at least one bit. A file is refused, before memory is taken, if its picture has more
-// samples than it has bits behind the frame header; up to so many samples are accepted all the same, so
+// samples than it has bits after the frame header; up to this many samples are always accepted, so
 // that small truncated files still show their first rows.
 constexpr int64_t kAlwaysAcceptedSamples = int64_t{1} << 20;
 
