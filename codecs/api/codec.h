@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "codecs/api/pixels.h"
 #include "codecs/include/zepcodec.h"
 #include "codecs/support/byte_buffer.h"
 #include "codecs/support/messages.h"
@@ -80,8 +81,8 @@ const Codec* CodecOf(zepcFormat format);
 const Codec* CodecOfFile(const File& file);
 const Codec* CodecOfExtension(const char* extension);
 
-zepcLayout LayoutOf(PixelLayout layout);
-zepcSample SampleOf(SampleType type);
+// What `info` tells of metadata.
+void FillMetadata(const Metadata& metadata, zepcInfo* info);
 
 // The bytes of a picture; the largest number where there are more.
 int64_t PictureBytes(int64_t width, int64_t height, int64_t bytes_per_pixel);

@@ -26,13 +26,9 @@ bool IsLosslessJpeg(const File& file) {
   return IsJpeg(file) && jpeg::lossless::IsLosslessJpeg(file.data, file.size);
 }
 
-void FillMetadata(const jpeg::SavedSegments& saved, zepcInfo* info) {
+void FillSaved(const jpeg::SavedSegments& saved, zepcInfo* info) {
   Messages ignored;
-  const Metadata metadata = jpeg::ToMetadata(saved, &ignored);
-  info->orientation = metadata.orientation;
-  info->has_exif = metadata.exif.empty() ? 0 : 1;
-  info->has_icc = metadata.icc_profile.empty() ? 0 : 1;
-  info->has_xmp = metadata.xmp.empty() ? 0 : 1;
+  FillMetadata(jpeg::ToMetadata(saved, &ignored), info);
 }
 
 zepcLayout LayoutOfCount(size_t components) { return LayoutOf(LayoutOfComponents(components)); }
@@ -65,7 +61,7 @@ Status ProbeJpeg(const File& file, const DecodeRequest& request, zepcInfo* info)
   if (frame.is_progressive) info->layers = jpeg::CountScans(file.data, file.size);
   info->levels = frame.precision == 8 ? 3 : 0;
   info->memory = jpeg::MemoryNeed(found, OptionsOf(request));
-  FillMetadata(found.metadata, info);
+  FillSaved(found.metadata, info);
   return Status();
 }
 
@@ -115,7 +111,7 @@ Status ProbeLossless(const File& file, const DecodeRequest&, zepcInfo* info) {
   info->sample = SampleOf(UnsignedOf(found.bits));
   info->is_lossless = found.point_transform == 0 ? 1 : 0;
   info->memory = jpeg::lossless::MemoryNeed(found);
-  FillMetadata(found.metadata, info);
+  FillSaved(found.metadata, info);
   return Status();
 }
 
@@ -153,8 +149,7 @@ Status EncodeLossless(const Picture& picture, const EncodeRequest& request, Byte
   options.metadata = jpeg::ToSegments(picture.metadata());
   options.progress = request.progress;
   if (Status status = CheckSides(picture); !status.ok()) return status;
-  const bool is_unsigned = picture.type() == SampleType::kU8 || picture.type() == SampleType::kU16;
-  if (HasAlpha(picture.layout()) || !is_unsigned || picture.bits() < 2) {
+  if (HasAlpha(picture.layout()) || !IsUnsigned(picture.type()) || picture.bits() < 2) {
     return Status::Unsupported(
         "a lossless JPEG file holds grey, RGB or CMYK of 2 to 16 bits, no opacity");
   }

@@ -185,7 +185,7 @@ typedef struct zepcMetadata {
   size_t xmp_size;  /**< In bytes. */
   int32_t
       orientation; /**< As EXIF counts it: 1 upright, 2 to 8 mirrored or turned; 0 unknown. Encoders
-                            take it from `exif`. */
+                            use it where `exif` tells none. */
   zepcResolutionUnit resolution_unit; /**< What the next two count. */
   double resolution_x;                /**< Horizontally. */
   double resolution_y;                /**< Vertically. */

@@ -10,6 +10,7 @@
 #include "codecs/jpeg/coefficient_writer.h"
 #include "codecs/jpeg/markers/markers.h"
 #include "codecs/jpeg/markers/segment_writer.h"
+#include "codecs/support/exif.h"
 
 namespace zepcodec::jpeg {
 namespace {

@@ -2,12 +2,16 @@
 #include "codecs/jpeg2000/boxes.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <string>
 #include <utility>
 
 #include "codecs/jpeg2000/codestream.h"
 #include "codecs/support/byte_writer.h"
+#include "codecs/support/exif.h"
+#include "codecs/support/fields.h"
+#include "codecs/support/fraction.h"
 
 namespace zepcodec::jpeg2000 {
 namespace {
@@ -20,6 +24,13 @@ constexpr uint32_t Name(const char (&text)[5]) {
 
 constexpr uint8_t kSignature[12] = {0, 0, 0, 12, 'j', 'P', ' ', ' ', 13, 10, 0x87, 10};
 constexpr size_t kMostEntries = 1024;
+
+constexpr uint8_t kExifUuid[16] = {0x4A, 0x70, 0x67, 0x54, 0x69, 0x66, 0x66, 0x45,
+                                   0x78, 0x69, 0x66, 0x2D, 0x3E, 0x4A, 0x50, 0x32};
+constexpr uint8_t kXmpUuid[16] = {0xBE, 0x7A, 0xCF, 0xCB, 0x97, 0xA9, 0x42, 0xE8,
+                                  0x9C, 0x71, 0x99, 0x94, 0x91, 0xE3, 0xAF, 0xAC};
+constexpr double kMetresInAnInch = 0.0254, kMetresInACentimetre = 0.01;
+constexpr double kMostDots = 1e9;  // in an inch
 
 // Illuminants of L*a*b*.
 constexpr uint32_t kD50 = 0x443530;
@@ -85,8 +96,8 @@ void ReadColor(ByteReader content, Boxes* boxes) {
     if (boxes->color == ColorSpace::kUnknown) boxes->unknown_color = number;
     if (boxes->color == ColorSpace::kLab) ReadLabRange(content, &boxes->lab);
   }
-  if (method == 2 && boxes->icc_profile.empty()) {
-    boxes->icc_profile.assign(content.next(), content.next() + content.left());
+  if (method == 2 && boxes->metadata.icc_profile.empty()) {
+    boxes->metadata.icc_profile.assign(content.next(), content.next() + content.left());
   }
 }
 
@@ -153,11 +164,69 @@ void ReadDefinitions(ByteReader content, Boxes* boxes) {
   }
 }
 
-void ReadHeaderBox(const Box& box, Messages* messages, Boxes* boxes) {
+// Numerators, denominators and exponents of 10, vertical ones first: pixels in a metre.
+bool ReadResolution(ByteReader content, Resolution* resolution) {
+  double numbers[2] = {};
+  for (double& number : numbers) {
+    const int over = content.Word();
+    const int under = content.Word();
+    if (under == 0) return false;
+    number = kMetresInAnInch * over / under;
+  }
+  for (double& number : numbers) {
+    number *= std::pow(10.0, static_cast<int8_t>(content.Byte()));
+    if (content.failed() || !(number > 0 && number <= kMostDots)) return false;
+  }
+  *resolution = {Resolution::Unit::kInch, numbers[1], numbers[0]};
+  return true;
+}
+
+// The resolution of capture counts before that for display.
+void ReadResolutions(ByteReader content, Messages* notes, Boxes* boxes) {
+  Box box{};
+  bool has_capture = false;
+  while (NextBox(&content, &box)) {
+    if (box.name != Name("resc") && (box.name != Name("resd") || has_capture)) continue;
+    if (ReadResolution(box.content, &boxes->metadata.resolution)) {
+      has_capture = box.name == Name("resc");
+    } else {
+      notes->AddAt(box.content.offset(), "the resolution is damaged and was left out");
+    }
+  }
+}
+
+// EXIF data, which some programs put after the name that they have in JPEG files, and XMP packets.
+void ReadUuid(ByteReader content, Messages* notes, Metadata* metadata) {
+  constexpr char kExifName[6] = {'E', 'x', 'i', 'f', 0, 0};
+  const size_t offset = content.offset();
+  const ByteReader uuid = content.Take(sizeof(kExifUuid));
+  if (uuid.failed()) return;
+  const bool is_exif = std::memcmp(uuid.next(), kExifUuid, sizeof(kExifUuid)) == 0;
+  const bool is_xmp = std::memcmp(uuid.next(), kXmpUuid, sizeof(kXmpUuid)) == 0;
+  if (is_xmp && metadata->xmp.empty()) {
+    metadata->xmp.assign(content.next(), content.next() + content.left());
+  }
+  if (!is_exif || !metadata->exif.empty()) return;
+  if (content.left() > sizeof(kExifName) &&
+      std::memcmp(content.next(), kExifName, sizeof(kExifName)) == 0) {
+    content.Skip(sizeof(kExifName));
+  }
+  ByteReader file;
+  uint32_t first = 0;
+  if (tiff::OpenTiff(content.next(), content.left(), content.offset(), &file, &first)) {
+    metadata->exif.assign(content.next(), content.next() + content.left());
+    metadata->orientation = OrientationOfExif(metadata->exif);
+  } else {
+    notes->AddAt(offset, "the EXIF data are damaged and were left out");
+  }
+}
+
+void ReadHeaderBox(const Box& box, Messages* messages, Messages* notes, Boxes* boxes) {
   switch (box.name) {
     case Name("colr"): ReadColor(box.content, boxes); break;
     case Name("cmap"): ReadMappings(box.content, boxes); break;
     case Name("cdef"): ReadDefinitions(box.content, boxes); break;
+    case Name("res "): ReadResolutions(box.content, notes, boxes); break;
     case Name("pclr"):
       if (ReadPalette(box.content, &boxes->palette)) break;
       boxes->palette = {};
@@ -297,9 +366,9 @@ void WriteLabRange(const LabRange& lab, BoxWriter* writer) {
 
 void WriteColor(const Image& image, BoxWriter* writer) {
   const size_t box = writer->Open(Name("colr"));
-  if (!image.icc_profile.empty()) {
+  if (!image.metadata.icc_profile.empty()) {
     writer->Number(0x020000, 3);
-    writer->Bytes(image.icc_profile);
+    writer->Bytes(image.metadata.icc_profile);
   } else {
     writer->Number(0x010000, 3);
     writer->Long(NumberOf(image));
@@ -336,6 +405,38 @@ void WriteDefinitions(const Image& image, BoxWriter* writer) {
   writer->Close(box);
 }
 
+// The resolution of capture; a shape of pixels alone has no place.
+void WriteResolution(const Resolution& resolution, BoxWriter* writer) {
+  const bool is_inch = resolution.unit == Resolution::Unit::kInch;
+  if (!is_inch && resolution.unit != Resolution::Unit::kCentimetre) return;
+  const double unit = is_inch ? kMetresInAnInch : kMetresInACentimetre;
+  double numbers[2] = {resolution.y / unit, resolution.x / unit};
+  int exponents[2] = {};
+  for (size_t i = 0; i < 2; ++i) {
+    if (!(numbers[i] > 1e-9 && numbers[i] < 1e12)) return;
+    exponents[i] = static_cast<int>(std::floor(std::log10(numbers[i])));
+    numbers[i] /= std::pow(10.0, exponents[i]);
+  }
+  const size_t box = writer->Open(Name("res "));
+  const size_t capture = writer->Open(Name("resc"));
+  for (const double number : numbers) {
+    const Fraction fraction = ToFraction(number, UINT16_MAX);
+    writer->Word(fraction.over);
+    writer->Word(fraction.under);
+  }
+  for (const int exponent : exponents) writer->Byte(exponent);
+  writer->Close(capture);
+  writer->Close(box);
+}
+
+void WriteUuid(const uint8_t (&uuid)[16], const std::vector<uint8_t>& content, BoxWriter* writer) {
+  if (content.empty()) return;
+  const size_t box = writer->Open(Name("uuid"));
+  writer->Bytes(uuid, sizeof(uuid));
+  writer->Bytes(content);
+  writer->Close(box);
+}
+
 void WriteHeader(const Image& image, BoxWriter* writer) {
   const std::vector<Component>& components = image.components;
   const bool same = std::all_of(components.begin(), components.end(), [&](const Component& c) {
@@ -347,7 +448,7 @@ void WriteHeader(const Image& image, BoxWriter* writer) {
   writer->Long(static_cast<uint32_t>(image.x1 - image.x0));
   writer->Word(static_cast<uint32_t>(components.size()));
   writer->Byte(same ? static_cast<uint32_t>(Depth(components[0])) : 255);
-  const bool is_known = image.color != ColorSpace::kUnknown || !image.icc_profile.empty();
+  const bool is_known = image.color != ColorSpace::kUnknown || !image.metadata.icc_profile.empty();
   writer->Byte(7);
   writer->Byte(is_known ? 0 : 1);
   writer->Byte(0);
@@ -359,12 +460,14 @@ void WriteHeader(const Image& image, BoxWriter* writer) {
   }
   WriteColor(image, writer);
   WriteDefinitions(image, writer);
+  WriteResolution(image.metadata.resolution, writer);
   writer->Close(header);
 }
 
 }  // namespace
 
-Status ReadBoxes(const uint8_t* data, size_t size, Messages* messages, Boxes* boxes) {
+Status ReadBoxes(const uint8_t* data, size_t size, Messages* messages, Messages* notes,
+                 Boxes* boxes) {
   ByteReader rest(data, size);
   if (size >= 2 && data[0] == 0xFF && data[1] == 0x4F) {
     boxes->codestream = rest;
@@ -375,19 +478,20 @@ Status ReadBoxes(const uint8_t* data, size_t size, Messages* messages, Boxes* bo
   }
   boxes->is_jp2 = true;
   rest.Skip(sizeof(kSignature));
+  bool has_codestream = false;
   Box box{};
   while (NextBox(&rest, &box)) {
-    if (box.name == Name("jp2h")) {
-      ByteReader inner = box.content;
+    if (box.name == Name("uuid")) ReadUuid(box.content, notes, &boxes->metadata);
+    if (box.name == Name("jp2h") && !has_codestream) {
       Box part{};
-      while (NextBox(&inner, &part)) ReadHeaderBox(part, messages, boxes);
+      while (NextBox(&box.content, &part)) ReadHeaderBox(part, messages, notes, boxes);
     }
-    if (box.name == Name("jp2c")) {
+    if (box.name == Name("jp2c") && !has_codestream) {
       boxes->codestream = box.content;
-      return Status();
+      has_codestream = true;
     }
   }
-  return Status::Error("the JP2 file has no codestream in it");
+  return has_codestream ? Status() : Status::Error("the JP2 file has no codestream in it");
 }
 
 std::vector<size_t> PaletteSources(const Boxes& boxes, size_t count) {
@@ -413,10 +517,10 @@ void ApplyBoxes(const Boxes& boxes, Messages* messages, Messages* notes, Image* 
   ApplyDefinitions(boxes, image);
   image->color = boxes.color;
   image->lab = boxes.lab;
-  image->icc_profile = boxes.icc_profile;
+  image->metadata = boxes.metadata;
   if (image->color != ColorSpace::kUnknown) return;
-  image->color = ColorOfProfile(boxes.icc_profile);
-  if (!boxes.icc_profile.empty()) return;
+  image->color = ColorOfProfile(boxes.metadata.icc_profile);
+  if (!boxes.metadata.icc_profile.empty()) return;
   image->unknown_color = boxes.unknown_color;
   if (boxes.unknown_color < 0 && LooksLikeYcc(*image)) image->color = ColorSpace::kYcc;
 }
@@ -430,7 +534,11 @@ Status WriteBoxes(const Image& image, const std::vector<uint8_t>& codestream, By
   writer.Long(Name("jp2 "));
   writer.Close(type);
   WriteHeader(image, &writer);
-  if (codestream.size() > 0xFFFFFFFF - 8) return Status::Error("too large for a JP2 file");
+  WriteUuid(kExifUuid, image.metadata.exif, &writer);
+  WriteUuid(kXmpUuid, image.metadata.xmp, &writer);
+  const size_t most = UINT32_MAX - 8;  // bytes in a box
+  if (codestream.size() > most || boxes.size() > most)
+    return Status::Error("too large for a JP2 file");
   writer.Long(static_cast<uint32_t>(codestream.size()) + 8);
   writer.Long(Name("jp2c"));
   const bool fits = file->Resize(0) && file->Append(boxes.data(), boxes.size()) &&

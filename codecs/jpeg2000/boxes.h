@@ -42,14 +42,16 @@ struct Boxes {
   ColorSpace color = ColorSpace::kUnknown;
   int unknown_color = -1;
   LabRange lab;
-  std::vector<uint8_t> icc_profile;
+  Metadata metadata;
   Palette palette;
   std::vector<Mapping> mappings;
   std::vector<Definition> definitions;
 };
 
-// Finds the codestream of a file, which may be a codestream itself.
-Status ReadBoxes(const uint8_t* data, size_t size, Messages* messages, Boxes* boxes);
+// Finds the codestream of a file, which may be a codestream itself. Damage that costs samples goes to
+// `messages`, damage to metadata to `notes`.
+Status ReadBoxes(const uint8_t* data, size_t size, Messages* messages, Messages* notes,
+                 Boxes* boxes);
 
 // The component of `count` that each channel comes from where a palette makes them; else nothing.
 std::vector<size_t> PaletteSources(const Boxes& boxes, size_t count);

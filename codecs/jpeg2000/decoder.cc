@@ -169,7 +169,7 @@ struct Opened {
 };
 
 Status Open(const uint8_t* data, size_t size, FileInfo* info, Opened* file) {
-  Status status = ReadBoxes(data, size, &info->messages, &file->boxes);
+  Status status = ReadBoxes(data, size, &info->messages, &info->notes, &file->boxes);
   if (!status.ok()) return status;
   info->is_jp2 = file->boxes.is_jp2;
   file->reader.emplace(file->boxes.codestream, &info->messages, &info->notes);

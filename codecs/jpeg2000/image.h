@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "codecs/support/metadata.h"
+
 namespace zepcodec::jpeg2000 {
 
 constexpr int kMostBits = 16;
@@ -57,7 +59,7 @@ struct Image {
   LabRange lab;                      // of kLab
   int alpha = -1;                    // the component that holds opacity; negative: none
   bool is_premultiplied = false;     // the colours were multiplied with it
-  std::vector<uint8_t> icc_profile;  // empty: none
+  Metadata metadata;
 };
 
 }  // namespace zepcodec::jpeg2000

@@ -33,7 +33,9 @@ struct DecodeOptions {
 struct FileInfo {
   FrameHeader frame;
   PixelLayout layout = PixelLayout::kGrey;  // with opacity that is coded on its own
+  Metadata metadata;
   Messages messages;
+  Messages notes;  // about metadata
 };
 
 // A picture is refused if it has more macroblocks than its codestream can hold with the shortest codes. Fewer samples

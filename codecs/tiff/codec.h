@@ -5,10 +5,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
 #include "codecs/support/byte_buffer.h"
 #include "codecs/support/messages.h"
+#include "codecs/support/metadata.h"
 #include "codecs/support/picture.h"
 #include "codecs/support/progress.h"
 #include "codecs/support/status.h"
@@ -22,14 +22,11 @@ struct EncodeOptions {
   // Each row of 16-bit samples as all its high bytes, then all its low bytes, which packs better. This
   // codec's own: the file says so by a private number of its compression, and other programs refuse it.
   bool has_byte_planes = false;
-  int dots_per_inch = 0;       // 0: unknown
-  int dots_per_inch_down = 0;  // 0: as across
-  std::vector<uint8_t> icc_profile;
   // Null: nobody watches.
   Progress* progress = nullptr;
 };
 
-// Makes a file of a picture of 1 or 3 channels and 8 or 16 bits.
+// Makes a file of a picture of 1 or 3 channels and 8 or 16 bits, with its metadata.
 Status Encode(const Picture& picture, const EncodeOptions& options, ByteBuffer* file);
 
 struct DecodeOptions {
@@ -48,10 +45,9 @@ struct FileInfo {
   bool has_more_pictures = false;
   Compression compression = Compression::kNone;
   bool has_byte_planes = false;
-  int dots_per_inch = 0;
-  int dots_per_inch_down = 0;
-  std::vector<uint8_t> icc_profile;
+  Metadata metadata;
   Messages messages;
+  Messages notes;  // about metadata
 };
 
 // Two bytes become at most 128 by PackBits. A file is refused, before memory is taken, if its picture has

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "codecs/support/fields.h"
 #include "codecs/support/status.h"
 #include "codecs/tiff/codec.h"
 
@@ -30,13 +31,12 @@ enum Tag : uint16_t {
   kResolutionUnit = 296,
   kTileWidth = 322,
   kSampleFormat = 339,
+  kXmp = 700,
   kIccProfile = 34675,
 };
 
-enum Type : uint16_t { kByte = 1, kShort = 3, kLong = 4, kRational = 5, kUndefined = 7 };
-
 constexpr uint32_t kWhiteIsZero = 0, kBlackIsZero = 1, kRgb = 2;
-constexpr uint32_t kInch = 2, kCentimetre = 3;
+constexpr uint32_t kNoUnit = 1, kInch = 2, kCentimetre = 3;
 constexpr uint32_t kStored = 1, kPacked = 32773;
 // Numbers from 32768 on are private.
 constexpr uint32_t kStoredPlanes = 65001, kPackedPlanes = 65002;
