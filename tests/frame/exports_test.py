@@ -14,13 +14,13 @@ EXPORT_COUNT = 300
 def dynamic_symbols(library, nm):
     output = subprocess.run([nm, "-D", "--defined-only", library], check=True, text=True,
                             capture_output=True).stdout
-    symbols = [line.split()[-1].split("@")[0] for line in output.splitlines()]
-    return {symbol for symbol in symbols if symbol != "ZEPJP_7"}
+    lines = [line.split() for line in output.splitlines()]
+    return {line[-1].split("@")[0] for line in lines if line[-2] != "A"}  # A: a version's name
 
 
-def declared(header):
+def declared(header, function=r"ZEP_CALL\s+(zep\w+)\s*\("):
     text = re.sub(r"/\*.*?\*/", "", header.read_text(), flags=re.S)
-    return set(re.findall(r"ZEP_CALL\s+(zep\w+)\s*\(", text))
+    return set(re.findall(function, text))
 
 
 def undocumented(header):
