@@ -80,7 +80,7 @@ Status Unconvertible(const Status& status) {
   return status.kind() == Status::Kind::kError ? Status::Unsupported(status.text()) : status;
 }
 
-// Whether light would have to be blended.
+// Whether fixed point or floats would have to be blended.
 bool IsBlendedLight(const PixelFormat& from, const Target& target) {
   return !IsUnsigned(target.format.type) && HasAlpha(from.layout) && !target.opacity.is_dropped &&
          (target.opacity.is_removed || !HasAlpha(target.format.layout));
@@ -93,7 +93,7 @@ Status ConvertTo(const Target& target, const ConstPixels& from, const Pixels& to
   return Unconvertible(Convert(from, target.opacity, to));
 }
 
-// The region of a picture, by way of the pixels' places.
+// The pixels of a region, in place.
 Status PixelsOfRegion(const zepcRect& region, const Picture& picture, ConstPixels* pixels) {
   *pixels = PixelsOf(picture);
   if (region.width == 0) return Status();
@@ -175,7 +175,7 @@ class Decoding {
     return report.damage.empty() ? zepcStatusOk : zepcStatusDamaged;
   }
 
-  // The region in the wanted form, to where `to` says.
+  // Converts the region into `to`.
   Status Deliver(const Target& target, const Pixels& to) {
     ConstPixels from{};
     if (Status status = PixelsOfRegion(options().region, picture_, &from); !status.ok()) {
@@ -184,7 +184,7 @@ class Decoding {
     return ConvertTo(target, from, to);
   }
 
-  // Of the region.
+  // The size of the region.
   int width() const {
     return options().region.width > 0 ? options().region.width : picture_.width();
   }
@@ -193,7 +193,7 @@ class Decoding {
   }
 
  private:
-  // What turning and conversion take, after the codec's own memory is free again.
+  // The memory of turning and conversion, when the codec's own memory is free again.
   int64_t MemoryAfterwards(const zepcInfo& info) const {
     const zepcDecodeOptions& wanted = options();
     const int shift = info.format == zepcFormatDds ? wanted.level : wanted.reduce;
@@ -284,7 +284,7 @@ Status DeliverRows(const Target& target, Decoding* decoding) {
   return Status();
 }
 
-// A picture of the library's own: the decoded one itself where nothing has to be changed.
+// A picture that the library allocates: the decoded one itself if nothing has to be changed.
 Status DeliverPicture(const Target& target, Decoding* decoding, zepcPicture* result) {
   ConstPixels region{};
   Status inside = PixelsOfRegion(decoding->options().region, decoding->picture(), &region);

@@ -64,6 +64,12 @@ void FillMetadata(const Metadata& metadata, zepcInfo* info) {
   info->has_xmp = metadata.xmp.empty() ? 0 : 1;
 }
 
+int64_t MemoryOf(const Metadata& metadata) {
+  constexpr int64_t kCopies = 3;  // as read, taken apart, and joined again
+  const size_t bytes = metadata.exif.size() + metadata.icc_profile.size() + metadata.xmp.size();
+  return kCopies * static_cast<int64_t>(bytes);
+}
+
 int64_t PictureBytes(int64_t width, int64_t height, int64_t bytes_per_pixel) {
   const int64_t most = INT64_MAX / 4;  // so that such numbers can be added
   if (width > most / height) return most;

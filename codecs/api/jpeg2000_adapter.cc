@@ -64,8 +64,9 @@ Status Probe(const File& file, const DecodeRequest& request, zepcInfo* info) {
   int64_t memory = 0;
   status = jpeg2000::EstimateMemory(file.data, file.size, OptionsOf(request), &memory);
   // Interleaved samples come to the planes.
-  info->memory =
-      memory + PictureBytes(info->width, info->height, pixel.channels() * BytesOf(pixel.type()));
+  info->memory = memory +
+                 PictureBytes(info->width, info->height, pixel.channels() * BytesOf(pixel.type())) +
+                 MemoryOf(pixel.metadata());
   return status;
 }
 

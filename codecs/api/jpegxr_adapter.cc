@@ -43,6 +43,7 @@ Status Probe(const File& file, const DecodeRequest& request, zepcInfo* info) {
   info->tiles_down = static_cast<int32_t>(frame.rows.size()) - 1;
   FillMetadata(found.metadata, info);
   status = jpegxr::EstimateMemory(file.data, file.size, OptionsOf(request), &info->memory);
+  info->memory += MemoryOf(found.metadata);
   return status;
 }
 

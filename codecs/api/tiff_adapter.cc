@@ -26,7 +26,8 @@ Status Probe(const File& file, const DecodeRequest&, zepcInfo* info) {
   info->pictures = found.has_more_pictures ? 2 : 1;
   FillMetadata(found.metadata, info);
   // The picture, and a strip, which may be all of it.
-  info->memory = PictureBytes(found.width, found.height, 2 * found.channels * (found.bits / 8));
+  info->memory = PictureBytes(found.width, found.height, 2 * found.channels * (found.bits / 8)) +
+                 MemoryOf(found.metadata);
   return status;
 }
 

@@ -47,8 +47,9 @@ constexpr std::array<Name, 7> kNames = {{{FourCc("DXT1"), BlockFormat::kBc1},
                                          {FourCc("BC4U"), BlockFormat::kBc4},
                                          {FourCc("BC5U"), BlockFormat::kBc5}}};
 
-// Numbers of the extended header: three for each format, untyped, linear (in BC4 and BC5: unsigned) and
-// sRGB (in BC4 and BC5: signed). Those of BC6H (untyped, unsigned, signed) and BC7 follow later.
+// Numbers of the extended header: three for each format, untyped, linear (in BC4 and BC5: unsigned)
+// and sRGB (in BC4 and BC5: signed). Those of BC6H (untyped, unsigned, signed) and BC7 follow
+// later.
 constexpr uint32_t kFirstDxgi = 70, kDxgiCount = 15;
 constexpr uint32_t kDxgiBc6h = 94, kDxgiBc6hSigned = 96, kDxgiBc7 = 97, kLastDxgi = 99;
 
@@ -64,8 +65,8 @@ std::string NameOf(uint32_t four_cc) {
   return name;
 }
 
-// A volume of a single slice is a picture. Some programs write 0 where others write 1, for depth, levels and
-// elements of an array alike.
+// A volume of a single slice is a picture. Some programs write 0 where others write 1, for depth,
+// levels and elements of an array alike.
 bool IsFlat(const ByteReader& file) { return Field(file, kDepth) <= 1; }
 
 Status ParseFourCc(uint32_t four_cc, Header* header) {

@@ -18,8 +18,8 @@
 namespace zepcodec::jpeg {
 namespace {
 
-// The rules of libjpeg: a JFIF header means YCbCr even if an Adobe header says otherwise; an Adobe header with an
-// unknown transform counts as one with the usual transform.
+// The rules of libjpeg: a JFIF header means YCbCr even if an Adobe header says otherwise; an Adobe
+// header with an unknown transform counts as one with the usual transform.
 ColorModel FindColorModel(const MarkerReader& reader) {
   const std::vector<FrameComponent>& components = reader.frame().components;
   const int transform = reader.adobe_transform();
@@ -147,7 +147,7 @@ bool FileDecoder::ScanHasAllComponents() const {
   return reader_.scan().components.size() == reader_.frame().components.size();
 }
 
-// Those that the scan at hand uses.
+// Whether all tables that the current scan uses were read.
 bool FileDecoder::HasTables(const ScanComponent& part) const {
   const Tables& tables = reader_.tables();
   const Scan& scan = reader_.scan();
@@ -218,7 +218,7 @@ bool FileDecoder::AllocatePlanes() {
   return true;
 }
 
-// The way of almost every file: rows of MCUs become rows of the picture at once.
+// Almost every file: each row of MCUs becomes rows of the picture at once.
 Status FileDecoder::DecodeRowByRow(Picture* image) {
   ScanLayout layout;
   if (Status status = MakeLayout(&layout); !status.ok()) return reader_.AtMarker(status);
@@ -231,7 +231,8 @@ Status FileDecoder::DecodeRowByRow(Picture* image) {
   return Status();
 }
 
-// The last row of samples of each row of MCUs waits, because up-sampling looks at the one below.
+// The last row of samples of each row of MCUs is written with the next one: up-sampling needs the
+// row below.
 template <class Rows>
 Status FileDecoder::WriteRows(Rows* rows, Picture* image) {
   PictureWriter writer(info_->model, image);
@@ -355,8 +356,8 @@ Status FileDecoder::DecodeScanToPlanes() {
   return Status();
 }
 
-// Goes on to the next scan that brings something new. What is wrong behind the first scan costs no
-// more than what was to come.
+// Goes on to the next scan with new data. An error after the first scan only ends the picture
+// early.
 bool FileDecoder::NextScan() {
   Event event = Event::kEnd;
   const Status status = reader_.Next(&event);

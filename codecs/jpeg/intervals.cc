@@ -1,9 +1,9 @@
-// SPDX-License-Identifier: MIT
-// Restart markers are numbered modulo 8, so they say where an interval belongs as long as fewer than eight in a row
-// are lost. A wrong bit in a number must not be taken for lost intervals: that would move all that follows.
+// SPDX-License-Identifier: MIT Restart markers are numbered modulo 8, so they say where an interval
+// belongs as long as fewer than eight in a row are lost. A wrong bit in a number must not be taken
+// for lost intervals: everything after it would move.
 //
-// Markers are matched with intervals as two strings are matched by edit distance, over a window of a few markers
-// from the first one that does not fit:
+// Markers are matched with intervals as two strings are matched by edit distance, over a window of
+// a few markers from the first one that does not fit:
 //
 //   the expected marker      0        a marker with one wrong bit, in its place   1
 //   a restart marker too many 2       a marker with more wrong bits, in its place 3
@@ -24,7 +24,7 @@
 namespace zepcodec::jpeg {
 namespace {
 
-// The markers amid and after the data of a scan.
+// The markers within and after the data of a scan.
 struct MarkerList {
   std::vector<size_t> offsets;
   size_t end = 0;           // of the scan
@@ -148,7 +148,7 @@ class IntervalMatcher {
     }
   }
 
-  // The next marker is not the expected one: takes, skips or goes on to its interval.
+  // The next marker is not the expected one: accepts it, skips it, or goes on to its interval.
   void Repair() {
     const size_t markers = std::min(kWindow, markers_.offsets.size() - next_);
     const size_t intervals = count_ - index_;
@@ -185,8 +185,8 @@ class IntervalMatcher {
     ++next_;
   }
 
-  // True if the scan's remaining intervals, less `missing`, equal its remaining markers or exceed them by a
-  // multiple of eight.
+  // True if the scan's remaining intervals, less `missing`, equal its remaining markers or exceed
+  // them by a multiple of eight.
   bool CountsAgree(size_t missing) const {
     const size_t markers = markers_.offsets.size() - next_;
     const size_t intervals = count_ - index_ - missing;

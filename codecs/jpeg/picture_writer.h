@@ -13,8 +13,8 @@
 
 namespace zepcodec::jpeg {
 
-// What the components of a file mean. Inks are inverted in all files, with an Adobe header or without: 0 is full ink,
-// as other decoders have it.
+// What the components of a file mean. Inks are inverted in all files, with an Adobe header or
+// without: 0 is full ink, as other decoders have it.
 enum class ColorModel { kGrey, kYCbCr, kRgb, kYcck, kCmyk };
 
 constexpr PixelLayout LayoutOf(ColorModel model) {

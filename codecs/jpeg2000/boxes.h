@@ -48,8 +48,8 @@ struct Boxes {
   std::vector<Definition> definitions;
 };
 
-// Finds the codestream of a file, which may be a codestream itself. Damage that costs samples goes to
-// `messages`, damage to metadata to `notes`.
+// Finds the codestream of a file, which may be a codestream itself. Damage that costs samples goes
+// to `messages`, damage to metadata to `notes`.
 Status ReadBoxes(const uint8_t* data, size_t size, Messages* messages, Messages* notes,
                  Boxes* boxes);
 

@@ -419,7 +419,7 @@ std::unique_ptr<Parameters> MarkerReader::ParametersOf(const TileParts& tile) co
   return own;
 }
 
-// A part's headers stand behind their length.
+// The packet headers of a tile-part follow their length.
 void MarkerReader::TakePackedHeaders(TileParts* tile) {
   const size_t left = packed_headers_.size() - packed_position_;
   if (left < 4) return;

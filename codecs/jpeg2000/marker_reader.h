@@ -1,6 +1,5 @@
-// SPDX-License-Identifier: MIT
-// Reads a codestream's marker segments: the main header, then the headers of all tile-parts, with the
-// places of their packets.
+// SPDX-License-Identifier: MIT Reads a codestream's marker segments: the main header, then the
+// headers of all tile-parts, with the places of their packets.
 #ifndef ZEPJP_CODECS_JPEG2000_MARKER_READER_H_
 #define ZEPJP_CODECS_JPEG2000_MARKER_READER_H_
 

@@ -44,7 +44,7 @@ std::vector<uint8_t> PixelFormatOf(const Picture& image) {
 // small or 0.
 Span CodestreamAt(const Span& file, uint32_t offset) {
   if (offset >= file.size) return {};
-  return {file.data + offset, file.size - offset};
+  return {file.data + offset, file.size - offset, offset};
 }
 
 // Also where EXIF data told another one.
@@ -115,7 +115,7 @@ std::vector<uint8_t> MakeHead(const Picture& image, uint64_t start, uint64_t siz
 
 Status ReadContainer(const uint8_t* data, size_t size, Messages* messages, Messages* notes,
                      Container* container) {
-  const Span file = {data, size};
+  const Span file = {data, size, 0};
   if (size >= 8 && std::memcmp(data, "WMPHOTO", 8) == 0) {
     container->picture = file;
     return Status();

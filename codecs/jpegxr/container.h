@@ -19,6 +19,7 @@ namespace zepcodec::jpegxr {
 struct Span {
   const uint8_t* data = nullptr;
   size_t size = 0;
+  size_t offset = 0;  // in the file
 };
 
 struct Container {

@@ -203,7 +203,7 @@ class FrameDecoder {
       : codestream_(codestream), options_(options), threads_(ThreadCount(options.threads)) {}
 
   Status ReadHeader() {
-    Status status = ReadHeaders(codestream_.data, codestream_.size, &headers_);
+    Status status = ReadHeaders(codestream_.data, codestream_.size, codestream_.offset, &headers_);
     return status.ok() ? CheckClaims(headers_.frame, codestream_.size, options_) : status;
   }
   const FrameHeader& frame() const { return headers_.frame; }

@@ -10,8 +10,8 @@
 
 namespace zepcodec::jpegxr {
 
-// Everything before the tiles. `packet_sizes` of all packets in their order; without an index they are not
-// used.
+// Everything before the tiles. `packet_sizes` of all packets in their order; without an index they
+// are not used.
 std::vector<uint8_t> MakeHeaders(const FrameHeader& frame,
                                  const std::vector<uint64_t>& packet_sizes);
 

@@ -1,6 +1,6 @@
-// SPDX-License-Identifier: MIT
-// Numbers in the bytes of a file, in either byte order. Every access is checked, and a reader knows
-// where in the file it stands, so that each message can name its byte.
+// SPDX-License-Identifier: MIT Reads numbers from the bytes of a file, in either byte order. Every
+// access is bounds-checked, and the reader knows its offset in the file, so that every message can
+// name its byte.
 #ifndef ZEPJP_CODECS_SUPPORT_BYTE_READER_H_
 #define ZEPJP_CODECS_SUPPORT_BYTE_READER_H_
 
@@ -11,12 +11,12 @@
 
 namespace zepcodec {
 
-// Reads a piece of a file from its start. Reading past the end gives 0 and sets failed(); nothing is
-// left after that. Copies are cheap and independent of each other.
+// Reads part of a file from its start. Reading past the end gives 0, sets failed() and leaves
+// nothing. Copies are cheap and independent of each other.
 class ByteReader {
  public:
   ByteReader() = default;
-  // `offset` is that of the piece in the file. The bytes must outlive the reader.
+  // `offset` is the position of the part in the file. The bytes must outlive the reader.
   ByteReader(const uint8_t* data, size_t size, ByteOrder order = ByteOrder::kBig, size_t offset = 0)
       : data_(data), size_(size), offset_(offset), order_(order) {}
 
@@ -35,7 +35,7 @@ class ByteReader {
     position_ = failed_ ? size_ : position_ + bytes;
     return !failed_;
   }
-  // The next bytes as a piece of their own.
+  // The next bytes as a part of their own.
   ByteReader Take(size_t bytes) {
     ByteReader part(next(), bytes, order_, offset());
     if (Skip(bytes)) return part;
@@ -43,7 +43,7 @@ class ByteReader {
     part.failed_ = true;
     return part;
   }
-  // The same piece, read from another position in it.
+  // A reader of the same part at another position.
   ByteReader At(size_t position) const {
     ByteReader other(data_, size_, order_, offset_);
     other.Skip(position);
@@ -53,7 +53,7 @@ class ByteReader {
   const uint8_t* next() const { return data_ + position_; }
   size_t left() const { return size_ - position_; }
   bool failed() const { return failed_; }
-  // Of the next byte: in the piece, and in the file.
+  // The position of the next byte in the part, and its offset in the file.
   size_t position() const { return position_; }
   size_t offset() const { return offset_ + position_; }
   ByteOrder order() const { return order_; }

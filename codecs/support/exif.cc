@@ -46,7 +46,7 @@ class Collector {
   }
 
  private:
-  // Directories below these two hold fields alone, so the depth is bounded.
+  // Only interoperability can follow below, so the depth is bounded.
   void AddDirectory(const Field& pointer, std::vector<NewField>* fields) {
     FieldList list;
     const bool is_pointer = pointer.type == tiff::kLong || pointer.type == kDirectoryType;
@@ -65,7 +65,8 @@ class Collector {
     if (!directory.directory.empty()) fields->push_back(std::move(directory));
   }
 
-  // Fields of a sound file share no bytes: more than all of them is a trick that costs memory.
+  // In an undamaged file no two fields share bytes. Copies are limited to the size of the file,
+  // since shared values could make them much larger.
   void Add(const Field& field, std::vector<NewField>* fields) {
     const size_t bytes = field.values.left();
     if (bytes > bytes_left_) return Drop(field);
@@ -92,7 +93,7 @@ bool ReadFirstDirectory(const std::vector<uint8_t>& exif, ByteReader* file, Fiel
          tiff::ReadFields(*file, first, notes, list).ok();
 }
 
-// Where the orientation stands; failed() where it is not told.
+// The value of the orientation; failed() if there is none.
 ByteReader FindOrientation(const std::vector<uint8_t>& exif) {
   ByteReader file;
   FieldList list;

@@ -1,11 +1,11 @@
-// SPDX-License-Identifier: MIT
-// EXIF data as directories. JPEG and JP2 files hold them as one piece, a TIFF structure of its own. TIFF
-// and JPEG XR files spread them over their directories: make, model, date and the like are fields of
-// the picture, and the directories of EXIF and GPS hang below. The positions inside are those of the
-// file then, so both ways the directories are read and written anew.
+// SPDX-License-Identifier: MIT EXIF data as directories. JPEG and JP2 files hold EXIF data as a
+// complete TIFF structure. In TIFF and JPEG XR files its first directory is that of the picture:
+// make, model and date are fields of the picture, which points to the EXIF and GPS directories, and
+// positions count from the start of the file. So the data are taken apart and written anew in both
+// directions.
 //
-// Every value is kept, numbers in little-endian order. What only the writer of a maker note knows is
-// kept as bytes; positions in it may be wrong afterwards. A thumbnail, which is a second picture of the
+// All values are kept; numbers become little-endian. A maker note is kept as bytes, because its
+// format is private; positions inside it may become wrong. A thumbnail, the second directory of the
 // structure, is left out.
 #ifndef ZEPJP_CODECS_SUPPORT_EXIF_H_
 #define ZEPJP_CODECS_SUPPORT_EXIF_H_
@@ -20,27 +20,26 @@ namespace zepcodec {
 
 constexpr uint16_t kOrientationTag = 274;
 
-// What belongs to EXIF data of a picture whose directory is `main`. Damaged parts are left out, with
-// notes.
+// The EXIF fields of a picture whose directory is `main`. Damaged parts are left out with notes.
 std::vector<tiff::NewField> CollectExif(const ByteReader& file, const tiff::FieldList& main,
                                         Messages* notes);
-// The same of EXIF data in one piece; empty where they are damaged.
+// The same from a complete TIFF structure; empty if that is damaged.
 std::vector<tiff::NewField> SplitExif(const std::vector<uint8_t>& exif);
 
-// EXIF data in one piece. Empty where the fields tell nothing, or only that the picture is upright.
+// The fields as a TIFF structure. Empty if there are none but an orientation of 1.
 std::vector<uint8_t> JoinExif(const std::vector<tiff::NewField>& fields);
 
-// The orientation that EXIF data tell; 0 if they tell none.
+// The orientation in EXIF data, 1 to 8; 0: none.
 int OrientationOfExif(const std::vector<uint8_t>& exif);
-// Sets it to 1 where it is told.
+// Sets the orientation to 1 if there is one.
 void SetExifUpright(std::vector<uint8_t>* exif);
 
-// Sets the orientation, whether it was there or not.
+// Sets or adds the orientation.
 void SetOrientation(int orientation, std::vector<tiff::NewField>* fields);
-// Takes it out; 0: it was not there.
+// Removes the orientation and returns it; 0: there was none.
 int TakeOrientation(std::vector<tiff::NewField>* fields);
 
-// The same EXIF data with an orientation; empty data tell nothing but that then.
+// EXIF data with the orientation set or added; `exif` may be empty.
 std::vector<uint8_t> WithOrientation(int orientation, const std::vector<uint8_t>& exif);
 
 }  // namespace zepcodec

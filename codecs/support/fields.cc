@@ -15,7 +15,7 @@ namespace {
 constexpr size_t kFieldBytes = 12;
 constexpr size_t kInlineBytes = 4;
 
-// A value of a type: its bytes, and those of the numbers that it is made of.
+// The size of a value, and of the numbers inside it, which have a byte order.
 struct TypeSize {
   uint8_t value;
   uint8_t number;
@@ -37,7 +37,7 @@ constexpr std::array<TypeSize, 14> kTypeSizes = {{{0, 0},
 
 size_t NumberBytes(uint16_t type) { return type < kTypeSizes.size() ? kTypeSizes[type].number : 0; }
 
-// False: its values lie outside the file.
+// False: the values lie outside the file.
 bool ReadField(const ByteReader& file, ByteReader entry, Field* field) {
   field->tag = static_cast<uint16_t>(entry.Word());
   field->type = static_cast<uint16_t>(entry.Word());

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Numbers as fractions, as files hold resolutions.
+// Fractions, which files use for resolutions.
 #ifndef ZEPJP_CODECS_SUPPORT_FRACTION_H_
 #define ZEPJP_CODECS_SUPPORT_FRACTION_H_
 
@@ -13,10 +13,10 @@ struct Fraction {
   uint32_t under;
 };
 
-// The last convergent of a number's continued fraction whose parts do not exceed `most`. The number
-// lies in 0 to `most`.
+// The last convergent of the continued fraction of a number in 0..most whose parts do not exceed
+// `most`.
 inline Fraction ToFraction(double number, uint32_t most) {
-  constexpr double kExact = 1e-12;  // a rest that is a rounding error
+  constexpr double kExact = 1e-12;  // a smaller remainder is a rounding error
   uint64_t over = 1, under = 0, last_over = 0, last_under = 1;
   double rest = number;
   while (true) {

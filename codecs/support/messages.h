@@ -1,6 +1,5 @@
-// SPDX-License-Identifier: MIT
-// What a decoder noticed in a file that it could read: damage, which costs samples, and notes, about
-// an unusual file that is complete.
+// SPDX-License-Identifier: MIT Messages about a file that could be decoded: damage, which costs
+// samples, and notes about something unusual that costs none.
 #ifndef ZEPJP_CODECS_SUPPORT_MESSAGES_H_
 #define ZEPJP_CODECS_SUPPORT_MESSAGES_H_
 
@@ -13,8 +12,8 @@
 namespace zepcodec {
 
 struct Message {
-  int64_t offset;     // of the byte in the file; negative: not known
-  std::string place;  // within the picture, such as "tile 3"; empty: no particular one
+  int64_t offset;     // of the byte in the file; negative: unknown
+  std::string place;  // in the picture, such as "tile 3"; may be empty
   std::string text;
 
   // "byte 120, MCU 7: no such code"

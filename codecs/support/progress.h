@@ -44,7 +44,7 @@ class Progress {
   std::atomic<bool> stopped_{false};
 };
 
-// Of a codec's options, where null stands for work that nobody watches.
+// The same for the progress in a codec's options, which may be null.
 template <class Number>
 bool Stops(Progress* progress, Number done, Number all) {
   return progress != nullptr && progress->Stops(done, all);

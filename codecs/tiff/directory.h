@@ -49,7 +49,7 @@ struct Strips {
   std::vector<uint32_t> sizes;
 };
 
-// Refuses what is not supported by name.
+// An unsupported feature is an error that names it.
 Status ReadDirectory(const uint8_t* data, size_t size, FileInfo* info, Strips* strips);
 
 }  // namespace zepcodec::tiff

@@ -14,7 +14,7 @@
 namespace zepcodec::jpeg::lossless {
 namespace {
 
-// Up to the next scan, which is checked; false in `found`: the picture ends.
+// Reads up to the next scan and checks its header; `found` is false at the end of the picture.
 Status NextScan(MarkerReader* reader, bool* found) {
   Event event = Event::kFrame;
   while (event == Event::kFrame) {
@@ -48,7 +48,7 @@ void FillInfo(const MarkerReader& reader, FileInfo* info) {
   info->metadata = reader.metadata();
 }
 
-// Up to the first scan.
+// Reads up to the first scan.
 Status ReadHeaders(MarkerReader* reader, FileInfo* info) {
   bool found = false;
   Status status = NextScan(reader, &found);
@@ -73,7 +73,7 @@ class Decoder {
     if (Status status = MakePicture(); !status.ok()) return status;
     for (bool found = true; found && !IsRepeated();) {
       if (Status status = DecodeScan(); !status.ok()) return status;
-      // After the last component nothing is missed.
+      // All components are decoded: what follows does not matter.
       if (std::count(decoded_.begin(), decoded_.end(), true) == info_->components) break;
       if (Status status = NextScan(&reader_, &found); !status.ok()) {
         info_->messages.AddAt(reader_.marker_offset(), status.text());

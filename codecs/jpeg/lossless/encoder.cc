@@ -36,14 +36,14 @@ Status MakeTable(const Statistics& statistics, Table* table) {
   return done ? Status() : Status::Error("no Huffman table could be made");
 }
 
-// How often the categories come in photographs, roughly: small differences are frequent, and each category
-// beyond is half as frequent as the one before.
+// Roughly how often each magnitude category occurs in photographs: small differences are frequent,
+// and each further category is half as frequent as the one before.
 constexpr Statistics kPhotographs = {900, 800, 900, 950, 800, 500, 250, 125, 64,
                                      32,  16,  8,   4,   2,   1,   1,   1};
 
-// Adds the categories of differences to their counts. zepiGetHuffmanStatisticsOne_JPEG_16s_C1() does so for one
-// difference, but a call for each takes almost as long as its coding; four sets of counts do not wait for one
-// another where a category follows itself.
+// Counts the magnitude categories of differences. zepiGetHuffmanStatisticsOne_JPEG_16s_C1() counts
+// one difference, but a call for each takes almost as long as coding it. With four sets of counts,
+// repeated categories do not wait for the previous increment.
 void CountCategories(const Row& differences, int32_t* counts) {
   constexpr size_t kSets = 4;
   int32_t sets[kSets][32] = {};
@@ -54,7 +54,7 @@ void CountCategories(const Row& differences, int32_t* counts) {
   }
   for (const auto& set : sets) {
     for (size_t category = 0; category < kCategories; ++category) {
-      // A picture has 2^32 samples at most, and more than 2^31 of a kind are as good as 2^31.
+      // A picture has up to 2^32 samples; counts saturate at 2^31 - 1, which changes no table much.
       counts[category] = static_cast<int32_t>(
           std::min<int64_t>(int64_t{counts[category]} + set[category], INT32_MAX));
     }
@@ -115,7 +115,7 @@ class Encoder {
     return y == 0 || (options_.restart_rows > 0 && y % options_.restart_rows == 0);
   }
 
-  // The differences of row y; rows are asked for from the first to the last.
+  // Computes the differences of row y. Rows must be requested in order, from the first one.
   void PredictRow(int y) {
     const Prediction prediction{options_.predictor, picture_.bits(), options_.point_transform};
     Row* rows[kMostComponents] = {};
@@ -155,7 +155,7 @@ class Encoder {
 
   size_t TableOf(size_t component) const { return std::min(component, tables_.size() - 1); }
 
-  // Decoders that know of no other hint take components of these names as RGB.
+  // Without another hint, decoders take components with the names R, G, B as RGB.
   int NameOf(size_t component) const {
     constexpr char kRgb[] = "RGB";
     return components_ == 3 ? kRgb[component] : static_cast<int>(component) + 1;
@@ -215,7 +215,7 @@ class Encoder {
     return Code(true);
   }
 
-  // The differences of a row, or what is left in the state.
+  // Codes the differences of a row, or flushes the remaining bits.
   Status Code(bool flushes) {
     const int16_t* rows[kMostComponents] = {};
     const zepiEncodeHuffmanSpec* tables[kMostComponents] = {};
@@ -223,7 +223,8 @@ class Encoder {
       rows[c] = differences_[c].data();
       tables[c] = &tables_[TableOf(c)].spec;
     }
-    // A difference takes at most a code and extra bits, together 31 bits, and as many bytes of stuffing.
+    // A difference takes at most 31 bits, code and extra bits together, and each byte may be
+    // stuffed.
     const size_t room = 8 * (picture_.SamplesInRow() + 2);
     const size_t start = file_->size();
     if (!file_->MakeRoom(room) || !file_->Resize(start + room)) return Status::NoMemory();

@@ -26,7 +26,7 @@ struct ScanGeometry {
 
 // Whether all components have the picture's resolution.
 bool IsPlain(const Frame& frame);
-// Samples of all components.
+// The number of samples of all components together.
 int64_t SampleCount(const Frame& frame);
 
 }  // namespace zepcodec::jpeg::lossless

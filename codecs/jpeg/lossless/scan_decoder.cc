@@ -45,7 +45,7 @@ Status ScanDecoder::Decode(Progress* progress) {
 void ScanDecoder::DecodeMcuRow() {
   for (Part& part : parts_) {
     for (Row& line : part.lines) {
-      std::fill(line.begin(), line.end(), int16_t{0});  // for what may be lost
+      std::fill(line.begin(), line.end(), int16_t{0});  // lost samples keep them
     }
   }
   if (source_.lost()) return;
@@ -95,7 +95,7 @@ void ScanDecoder::Reconstruct(bool is_first) {
   }
 }
 
-// Into the picture: all components at once where they follow one another, as they do in scans of several.
+// Copies the samples to the picture: all components at once if they are adjacent channels.
 void ScanDecoder::TakeMcuRow(int mcu_row) {
   const Row* rows[kMostComponents] = {};
   const int count = static_cast<int>(parts_.size());

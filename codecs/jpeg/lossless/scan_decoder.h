@@ -19,15 +19,15 @@
 
 namespace zepcodec::jpeg::lossless {
 
-// Where differences are lost they count as 0, so each sample is what the predictor makes of its neighbours.
+// Lost differences count as 0, so a lost sample equals its prediction.
 class ScanDecoder {
  public:
-  // Of the scan that `headers` stands at. All that is given must outlive the decoder.
+  // Decodes the scan that `headers` has just read. All arguments must outlive the decoder.
   ScanDecoder(const uint8_t* data, size_t size, const MarkerReader& headers, Picture* picture,
               Messages* messages);
 
   Status Decode(Progress* progress);
-  // Of the marker after the scan.
+  // The offset of the marker after the scan.
   size_t end() { return source_.reader().end(); }
 
  private:

@@ -35,9 +35,9 @@ struct ScanComponent {
   int ac_table;
 };
 
-// Of progressive scans: the band of coefficients; the bits that earlier scans have coded (0 for
-// none), and those that remain after this one. Sequential scans code all. Lossless scans have a
-// predictor in place of the first coefficient, and the bits that are left out of samples in `low`.
+// A progressive scan codes the coefficients first..last, down to bit `low`; `high` is the lowest
+// bit that earlier scans have coded (0: none). A sequential scan codes all bits of all
+// coefficients. A lossless scan has its predictor in `first` and its point transform in `low`.
 struct Scan {
   std::vector<ScanComponent> components;
   int first = 0;

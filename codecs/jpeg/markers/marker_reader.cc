@@ -111,7 +111,7 @@ Status MarkerReader::ReadSegment(int marker, ByteReader segment) {
     case kDri:
       restart_interval_ = segment.Word();
       return segment.failed() ? Status::Error("the restart interval is missing") : Status();
-    case kDnl: return Status();  // was looked for when the frame was read
+    case kDnl: return Status();  // FindLineCount() has read it
     default:
       messages_->AddAt(marker_offset_, "segment " + MarkerName(marker) + " is unknown, skipped");
       return Status();
@@ -168,7 +168,7 @@ Status MarkerReader::ReadComponents(int count, ByteReader* segment) {
       return Status::Error("component " + std::to_string(component.id) +
                            " has a bad sampling factor or quantization table");
     }
-    // The samples of a single component are all there is, whatever its factors say.
+    // The sampling factors of a single component have no meaning.
     if (count == 1) component.h = component.v = 1;
     frame_.max_h = std::max(frame_.max_h, component.h);
     frame_.max_v = std::max(frame_.max_v, component.v);
@@ -262,7 +262,7 @@ Status MarkerReader::ReadQuantization(ByteReader segment) {
       return Status::Error("a bad quantization table");
     }
     uint16_t* steps = tables_.quant[slot];
-    if (wide) {  // steps beyond 255: no raw table of the library
+    if (wide) {  // steps of 16 bits, which the library does not reorder
       for (const uint8_t place : kZigzag) steps[place] = static_cast<uint16_t>(segment.Word());
     } else {
       zepiQuantInvTableInit_JPEG_8u16u(segment.next(), steps);

@@ -1,6 +1,5 @@
-// SPDX-License-Identifier: MIT
-// Reads a file's segments one after the other, up to the coded data of a scan: of baseline, extended,
-// progressive and lossless files with Huffman coding.
+// SPDX-License-Identifier: MIT Reads the marker segments of baseline, extended, progressive and
+// lossless files with Huffman coding, up to the coded data of each scan.
 #ifndef ZEPJP_CODECS_JPEG_MARKERS_MARKER_READER_H_
 #define ZEPJP_CODECS_JPEG_MARKERS_MARKER_READER_H_
 
@@ -32,9 +31,9 @@ class MarkerReader {
   void Seek(size_t position) { position_ = position; }
 
   size_t position() const { return position_; }
-  // Of the last marker.
+  // The offset of the last marker.
   size_t marker_offset() const { return marker_offset_; }
-  // An error that Next() returned, or that concerns the last marker, with its place.
+  // Adds the offset of the last marker to an error.
   Status AtMarker(const Status& status) const;
   const Frame& frame() const { return frame_; }
   const Scan& scan() const { return scan_; }
@@ -42,7 +41,7 @@ class MarkerReader {
   const SavedSegments& metadata() const { return metadata_; }
   int restart_interval() const { return restart_interval_; }
   bool has_jfif() const { return has_jfif_; }
-  // The Adobe header's transform, negative where there is no such header.
+  // The transform in the Adobe header; negative without such a header.
   int adobe_transform() const { return adobe_transform_; }
 
  private:

@@ -10,12 +10,12 @@
 
 namespace zepcodec::jpeg {
 
-// The offset of the first marker at or after `from`: an FF followed by something other than the 00 of
-// byte stuffing and the FF of padding. `size` if there is none.
+// The offset of the first marker at or after `from`: an FF followed by something other than the 00
+// of byte stuffing and the FF of padding. `size` if there is none.
 size_t FindMarkerInData(const uint8_t* data, size_t size, size_t from);
 
-// Goes from marker to marker. Bytes inside segments are passed over: a thumbnail there has markers of
-// its own.
+// Goes from marker to marker. Bytes inside segments are passed over: a thumbnail there has markers
+// of its own.
 class MarkerWalk {
  public:
   MarkerWalk(const uint8_t* data, size_t size, size_t begin)

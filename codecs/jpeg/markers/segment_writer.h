@@ -15,7 +15,7 @@
 
 namespace zepcodec::jpeg {
 
-// Collects what happens: after a lack of memory all further writes do nothing and ok() is false.
+// After a lack of memory, all further writes do nothing and ok() is false.
 class SegmentWriter {
  public:
   explicit SegmentWriter(ByteBuffer* file) : file_(file) {}
@@ -26,7 +26,7 @@ class SegmentWriter {
   void Saved(const Segment& segment);
   // `steps` in zigzag order.
   void Quantization(int slot, const uint8_t* steps);
-  // `steps` in natural order; 16 bits each where one needs them.
+  // `steps` in natural order; 16-bit steps if one exceeds 255.
   void Quantization(int slot, const std::array<uint16_t, 64>& steps);
   // `marker` names the process.
   void FrameHeader(int marker, const Frame& frame);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The tables that ITU-T T.81 proposes in annex K; almost every encoder uses them.
+// The example tables of ITU-T T.81, annex K, which almost every encoder uses.
 #ifndef ZEPJP_CODECS_JPEG_MARKERS_STANDARD_TABLES_H_
 #define ZEPJP_CODECS_JPEG_MARKERS_STANDARD_TABLES_H_
 
