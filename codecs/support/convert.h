@@ -67,7 +67,7 @@ Status Convert(const Picture& from, PixelLayout layout, int bits, const OpacityU
 // True where there is no opacity, or it is full everywhere.
 bool IsOpaque(const Picture& picture);
 
-// Replaces each sample by the largest value minus it. Pictures without opacity only.
+// Replaces each sample of a colour or ink by the largest value minus it. Opacity stays.
 void Invert(Picture* picture);
 
 }  // namespace zepcodec
