@@ -38,12 +38,16 @@ def words_in(paths):
     return words
 
 
-def main():
+def parse_arguments():
     parser = argparse.ArgumentParser()
     parser.add_argument("--source", type=pathlib.Path, required=True)
     parser.add_argument("--library", required=True)
     parser.add_argument("--nm", default="nm")
-    arguments = parser.parse_args()
+    return parser.parse_args()
+
+
+def main():
+    arguments = parse_arguments()
     source = arguments.source
     listed = (source / "src/exports.txt").read_text().split()
     wanted = set(listed)

@@ -1,20 +1,15 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
 """The codecs' library exports the functions that its header declares, and nothing else."""
-import argparse
 import pathlib
 import sys
 
 sys.path.insert(0, str(pathlib.Path(__file__).parents[2] / "frame"))
-from exports_test import declared, dynamic_symbols, words_in  # noqa: E402
+from exports_test import declared, dynamic_symbols, parse_arguments, words_in  # noqa: E402
 
 
 def main():
-    parser = argparse.ArgumentParser()
-    parser.add_argument("--source", type=pathlib.Path, required=True)
-    parser.add_argument("--library", required=True)
-    parser.add_argument("--nm", default="nm")
-    arguments = parser.parse_args()
+    arguments = parse_arguments()
     wanted = declared(arguments.source / "codecs/include/zepcodec.h",
                       r"ZEPC_API\s[^;()]*?(zepc\w+)\s*\(")
     symbols = dynamic_symbols(arguments.library, arguments.nm)
