@@ -15,7 +15,7 @@
 namespace zepcodec::dds {
 namespace {
 
-// Pixels as the functions of BC5 have them.
+// The layout that the functions of BC5 use.
 constexpr size_t kRg = 2;
 
 Status StatusOf(zepStatus status) {

@@ -212,7 +212,7 @@ Status AppendHeader(const Header& header, HeaderStyle style, ByteBuffer* file) {
   set(kFlags, kHasCapsAndSizeAndFormat | kHasLinearSize | (has_mipmaps ? kHasLevelCount : 0));
   set(kHeight, static_cast<uint32_t>(header.height));
   set(kWidth, static_cast<uint32_t>(header.width));
-  // What does not fit is no use to readers, which compute it.
+  // Saturated: readers compute the size themselves.
   set(kLinearSize, static_cast<uint32_t>(std::min<uint64_t>(LevelsOf(first)[0].size, UINT32_MAX)));
   set(kLevelCount, static_cast<uint32_t>(header.levels));
   if (header.is_ycocg) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The header of a DDS file: what its blocks are, and where those of each level lie.
+// The header of a DDS file: the format of its blocks, and where those of each level lie.
 #ifndef ZEPJP_CODECS_DDS_HEADER_H_
 #define ZEPJP_CODECS_DDS_HEADER_H_
 
@@ -49,7 +49,7 @@ struct Level {
 
 constexpr int kMostPixelsOnASide = 1 << 28;  // rows of pixels then have less than 2^31 bytes
 
-// How many levels there are down to a single pixel.
+// The number of levels down to a single pixel.
 int FullLevelCount(int width, int height);
 // The levels of the first picture.
 std::vector<Level> LevelsOf(const Header& header);

@@ -1,5 +1,6 @@
-// SPDX-License-Identifier: MIT A decoder for baseline and progressive JPEG files (ITU-T T.81), put
-// together from the stages in zepjp.h.
+// SPDX-License-Identifier: MIT
+// A decoder for baseline and progressive JPEG files (ITU-T T.81), put together from the stages in
+// zepjp.h.
 //
 // It reads grey, YCbCr, RGB, CMYK and YCCK pictures of 8 and 12 bits with any sampling factors,
 // restart intervals and number of scans. Damaged files are decoded as far as possible: each restart

@@ -1,5 +1,6 @@
-// SPDX-License-Identifier: MIT An encoder for baseline and progressive JPEG files (ITU-T T.81), put
-// together from the stages in zepjp.h.
+// SPDX-License-Identifier: MIT
+// An encoder for baseline and progressive JPEG files (ITU-T T.81), put together from the stages in
+// zepjp.h.
 //
 // Grey pictures become one component, RGB becomes YCbCr with a JFIF header, CMYK becomes YCCK with
 // an Adobe header and inverted inks. The Huffman tables are the standard's, or the best for the

@@ -1,5 +1,6 @@
-// SPDX-License-Identifier: MIT The coded bytes of a scan, one restart interval after the other,
-// with the arguments of the library's Huffman decoders.
+// SPDX-License-Identifier: MIT
+// The coded bytes of a scan, one restart interval after the other, with the arguments of the
+// library's Huffman decoders.
 #ifndef ZEPJP_CODECS_JPEG_INTERVAL_READER_H_
 #define ZEPJP_CODECS_JPEG_INTERVAL_READER_H_
 

@@ -1,6 +1,7 @@
-// SPDX-License-Identifier: MIT Restart markers are numbered modulo 8, so they say where an interval
-// belongs as long as fewer than eight in a row are lost. A wrong bit in a number must not be taken
-// for lost intervals: everything after it would move.
+// SPDX-License-Identifier: MIT
+// Restart markers are numbered modulo 8, so they say where an interval belongs as long as fewer
+// than eight in a row are lost. A wrong bit in a number must not be taken for lost intervals:
+// everything after it would move.
 //
 // Markers are matched with intervals as two strings are matched by edit distance, over a window of
 // a few markers from the first one that does not fit:

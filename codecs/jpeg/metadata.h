@@ -33,7 +33,7 @@ struct SavedSegments {
   std::vector<Segment> segments;
 };
 
-// The most bytes that one segment holds.
+// The capacity of a segment in bytes.
 constexpr size_t kMaxSegmentBytes = 65533;
 
 // A profile has up to 255. The limit stops files of many empty segments from filling the memory.
@@ -57,9 +57,9 @@ zepcodec::Metadata ToMetadata(const SavedSegments& saved, Messages* notes);
 // The segments for it, and the resolution. Metadata that do not fit into segments are left out.
 SavedSegments ToSegments(const zepcodec::Metadata& metadata);
 
-// Takes out the segments that a change of the picture makes wrong.
+// Removes segments that become wrong when the picture changes.
 void RemoveIccProfile(SavedSegments* metadata);
-// Tells in the EXIF data, if there are any, that the picture is upright.
+// Sets the orientation in the EXIF data, if there are any, to upright.
 void MakeExifUpright(SavedSegments* metadata);
 void RemoveMultiPictureIndex(SavedSegments* metadata);
 

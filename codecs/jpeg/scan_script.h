@@ -25,7 +25,7 @@ Script ProgressiveScript(int component_count);
 
 // The usual syntax: scans end with ; and list components, then the band, the bits that were coded
 // before and that are coded now, as in
-//   0,1,2: 0-0, 0, 1;   # DC but its lowest bit
+//   0,1,2: 0-0, 0, 1;   # DC without its lowest bit
 //   0: 1-63, 0, 0;
 // Components alone mean all coefficients of a sequential file. # begins a comment.
 Status ParseScript(const std::string& text, Script* script);
@@ -34,7 +34,7 @@ Status ParseScript(const std::string& text, Script* script);
 // everything.
 Status CheckScript(const Script& script, const Frame& frame);
 
-// Whether a script is of progressive scans.
+// Whether a script has progressive scans.
 bool IsProgressive(const Script& script);
 
 }  // namespace zepcodec::jpeg

@@ -1,5 +1,6 @@
-// SPDX-License-Identifier: MIT Writes JPEG files anew without touching their coefficients: baseline
-// to progressive and back, with the best Huffman tables, or a part of the picture.
+// SPDX-License-Identifier: MIT
+// Writes JPEG files anew without touching their coefficients: baseline to progressive and back,
+// with the best Huffman tables, or a part of the picture.
 #ifndef ZEPJP_CODECS_JPEG_TRANSCODER_H_
 #define ZEPJP_CODECS_JPEG_TRANSCODER_H_
 

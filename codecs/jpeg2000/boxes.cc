@@ -41,7 +41,7 @@ struct Box {
   ByteReader content;
 };
 
-// Takes the first box off; false: there is none.
+// Reads the next box; false: there is none.
 bool NextBox(ByteReader* rest, Box* box) {
   const size_t begin = rest->position();
   const size_t most = rest->left();
@@ -85,7 +85,7 @@ void ReadLabRange(ByteReader content, LabRange* lab) {
   lab->is_d65 = content.Long() == kD65;
 }
 
-// The first that is understood counts.
+// The first known colour space has priority.
 void ReadColor(ByteReader content, Boxes* boxes) {
   const int method = content.Byte();
   content.Skip(2);  // precedence and approximation
@@ -164,7 +164,7 @@ void ReadDefinitions(ByteReader content, Boxes* boxes) {
   }
 }
 
-// Numerators, denominators and exponents of 10, vertical ones first: pixels in a metre.
+// Pixels per metre: fractions, then exponents of 10, the vertical ones first.
 bool ReadResolution(ByteReader content, Resolution* resolution) {
   double numbers[2] = {};
   for (double& number : numbers) {
@@ -181,7 +181,7 @@ bool ReadResolution(ByteReader content, Resolution* resolution) {
   return true;
 }
 
-// The resolution of capture counts before that for display.
+// The resolution of capture has priority over that for display.
 void ReadResolutions(ByteReader content, Messages* notes, Boxes* boxes) {
   Box box{};
   bool has_capture = false;
@@ -195,7 +195,8 @@ void ReadResolutions(ByteReader content, Messages* notes, Boxes* boxes) {
   }
 }
 
-// EXIF data, which some programs put after the name that they have in JPEG files, and XMP packets.
+// Reads EXIF data and XMP packets. Some programs write EXIF data with the name that precedes them in
+// JPEG files.
 void ReadUuid(ByteReader content, Messages* notes, Metadata* metadata) {
   constexpr char kExifName[6] = {'E', 'x', 'i', 'f', 0, 0};
   const size_t offset = content.offset();
@@ -258,7 +259,7 @@ std::vector<Boxes::Mapping> MappingsOf(const Boxes& boxes, size_t components) {
   return mappings;
 }
 
-// A component goes to its last channel without a copy.
+// A component is moved, not copied, to the last channel that uses it.
 void ApplyPalette(const Boxes& boxes, Messages* messages, Messages* notes, Image* image) {
   if (boxes.palette.columns.empty()) return;
   const std::vector<Boxes::Mapping> mappings = MappingsOf(boxes, image->components.size());
@@ -405,7 +406,7 @@ void WriteDefinitions(const Image& image, BoxWriter* writer) {
   writer->Close(box);
 }
 
-// The resolution of capture; a shape of pixels alone has no place.
+// Writes the resolution of capture. A pixel shape without a size cannot be stored.
 void WriteResolution(const Resolution& resolution, BoxWriter* writer) {
   const bool is_inch = resolution.unit == Resolution::Unit::kInch;
   if (!is_inch && resolution.unit != Resolution::Unit::kCentimetre) return;

@@ -11,8 +11,7 @@ namespace zepcodec::jpeg2000 {
 namespace {
 
 constexpr int kMostTiles = 65535;
-constexpr size_t kMostVolumes =
-    1024;  // a file of nothing but changes of order is not worth the time
+constexpr size_t kMostVolumes = 1024;  // limits the time for files with very many changes of order
 constexpr size_t kSotSize = 12;
 
 // Reserved markers without a segment; they mean nothing (A.1.2).
@@ -330,7 +329,7 @@ void MarkerReader::ReadTileParts() {
   }
 }
 
-// Where a part is not where it should be, the next one that looks like one is taken.
+// If no tile-part begins at the expected offset, the next plausible one is taken.
 bool MarkerReader::FindTilePart(TilePart* part) {
   const size_t expected = position_;
   const auto at_sot = [this](size_t at) {

@@ -1,5 +1,6 @@
-// SPDX-License-Identifier: MIT Reads a codestream's marker segments: the main header, then the
-// headers of all tile-parts, with the places of their packets.
+// SPDX-License-Identifier: MIT
+// Reads a codestream's marker segments: the main header, then the headers of all tile-parts, with
+// the places of their packets.
 #ifndef ZEPJP_CODECS_JPEG2000_MARKER_READER_H_
 #define ZEPJP_CODECS_JPEG2000_MARKER_READER_H_
 
@@ -17,7 +18,7 @@
 
 namespace zepcodec::jpeg2000 {
 
-// What the file has of a tile.
+// The parts of a tile in the file.
 struct TileParts {
   // A segment that changes the parameters of the main header. There can be very many tiles, so each
   // gets its own parameters only while it is decoded.
@@ -43,17 +44,17 @@ class MarkerReader {
         messages_(messages),
         notes_(notes) {}
 
-  // Up to the first tile-part.
+  // Reads up to the first tile-part.
   Status ReadMainHeader();
-  // To the end of the codestream; what is damaged gets a message.
+  // Reads to the end of the codestream and reports damage.
   void ReadTileParts();
 
   const SizeSegment& picture_size() const { return picture_size_; }
   const Parameters& parameters() const { return main_; }
-  // Of a tile that changes them.
+  // The parameters of a tile that changes them.
   std::unique_ptr<Parameters> ParametersOf(const TileParts& tile) const;
   const std::vector<TileParts>& tiles() const { return tiles_; }
-  // How many tiles the file has something of.
+  // The number of tiles that have parts in the file.
   size_t present_tiles() const { return present_tiles_; }
 
  private:
@@ -90,7 +91,7 @@ class MarkerReader {
   Status ReadTileSegment(int marker, ByteReader segment, bool first_volumes, TileParts* tile);
   void TakePackedHeaders(TileParts* tile);
 
-  // In the file, for messages.
+  // The offset in the file, for messages.
   size_t OffsetOf(size_t position) const { return codestream_.offset() + position; }
 
   ByteReader codestream_;
@@ -102,7 +103,7 @@ class MarkerReader {
   size_t marker_offset_ = 0;  // of the last marker, in the file
   SizeSegment picture_size_;
   Parameters main_;
-  Parameters checked_;  // where segments of tiles are read to for their errors alone
+  Parameters checked_;  // only to find errors in the segments of tiles
   std::vector<TileParts> tiles_;
   Numbered packed_;                      // of all tile-parts, as PPM segments hold them
   std::vector<uint8_t> packed_headers_;  // the same in one piece

@@ -23,8 +23,8 @@ constexpr uint16_t kXResolutionTag = 0xBC82, kYResolutionTag = 0xBC83;  // dots 
 constexpr uint16_t kOffsetTag = 0xBCC0, kSizeTag = 0xBCC1, kAlphaOffsetTag = 0xBCC2;
 constexpr uint32_t kDirectory = 8;
 
-// EXIF orientations by number of the transform: bit 0 mirrors top and bottom, bit 1 left and right,
-// after bit 2 has turned the picture clockwise.
+// EXIF orientations by number of the transform. Bit 2 turns the picture clockwise; then bit 0 mirrors
+// top and bottom, and bit 1 left and right.
 constexpr std::array<int, 8> kOrientations = {1, 4, 2, 3, 6, 7, 5, 8};
 
 constexpr uint8_t kFormatStart[15] = {0x24, 0xC3, 0xDD, 0x6F, 0x03, 0x4E, 0xFE, 0x4B,
@@ -47,7 +47,7 @@ Span CodestreamAt(const Span& file, uint32_t offset) {
   return {file.data + offset, file.size - offset, offset};
 }
 
-// Also where EXIF data told another one.
+// Replaces an orientation in the EXIF data.
 void SetOrientation(int orientation, Metadata* metadata) {
   metadata->exif = WithOrientation(orientation, metadata->exif);
   metadata->orientation = orientation;
@@ -134,7 +134,7 @@ Status ReadContainer(const uint8_t* data, size_t size, Messages* messages, Messa
   if (list.Number(kSizeTag, 0) > container->picture.size) {
     messages->AddAt(size, "the file ends before its codestream does");
   }
-  // Some encoders claim too much for opacity.
+  // Its size is not checked: some encoders write one that is too large.
   const uint32_t alpha = list.Number(kAlphaOffsetTag, 0);
   if (alpha != 0) container->alpha = CodestreamAt(file, alpha);
   ReadMetadata(bytes, list, notes, container);

@@ -34,7 +34,7 @@ struct Container {
 Status ReadContainer(const uint8_t* data, size_t size, Messages* messages, Messages* notes,
                      Container* container);
 
-// The transform that a codestream asks for counts where the container has none.
+// Takes the orientation from a codestream if the container has none.
 void ApplyTransform(int transform, Container* container);
 
 // Puts the codestream of a picture, with its metadata, into a file.

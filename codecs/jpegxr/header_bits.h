@@ -9,7 +9,7 @@
 
 namespace zepcodec::jpegxr {
 
-// Behind the end there are zeros, and failed().
+// Reading past the end gives zeros and sets failed().
 class HeaderReader {
  public:
   HeaderReader(const uint8_t* data, size_t size) : data_(data), size_(size) {}

@@ -74,7 +74,7 @@ Status ReadPlaneHeader(SampleType type, HeaderReader* reader, PlaneHeader* plane
   return Status();
 }
 
-// Sizes of all tiles but the last one, in macroblocks, become where they begin.
+// Reads the sizes of all tiles except the last one, in macroblocks, and computes where they begin.
 Status ReadTileSizes(uint32_t count, uint32_t bits, uint32_t whole, HeaderReader* reader,
                      std::vector<uint32_t>* starts) {
   starts->assign(1, 0);

@@ -10,7 +10,7 @@
 
 namespace zepcodec::jpegxr {
 
-// Everything before the tiles. `packet_sizes` of all packets in their order; without an index they
+// Makes everything before the tiles. `packet_sizes` of all packets in their order; without an index they
 // are not used.
 std::vector<uint8_t> MakeHeaders(const FrameHeader& frame,
                                  const std::vector<uint64_t>& packet_sizes);

@@ -1,6 +1,6 @@
-// SPDX-License-Identifier: MIT Reads numbers from the bytes of a file, in either byte order. Every
-// access is bounds-checked, and the reader knows its offset in the file, so that every message can
-// name its byte.
+// SPDX-License-Identifier: MIT
+// Reads numbers from the bytes of a file, in either byte order. Every access is bounds-checked, and
+// the reader knows its offset in the file, so that every message can name its byte.
 #ifndef ZEPJP_CODECS_SUPPORT_BYTE_READER_H_
 #define ZEPJP_CODECS_SUPPORT_BYTE_READER_H_
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Between pixels of different layouts, depths and kinds of samples.
+// Converts pixels between layouts, depths and kinds of samples.
 #ifndef ZEPJP_CODECS_SUPPORT_CONVERT_H_
 #define ZEPJP_CODECS_SUPPORT_CONVERT_H_
 
@@ -54,7 +54,7 @@ struct OpacityUse {
 
 // Fills `to`, of the same size, from `from`. Every layout becomes every other one: grey is the
 // luminance of ITU-R BT.601; CMYK becomes RGB as (1 - ink)(1 - black), without a profile; RGB
-// becomes CMYK without black. Opacity that is not there is full. Unsigned integers are scaled to
+// becomes CMYK without black. Missing opacity is full. Unsigned integers are scaled to
 // each other and rounded; fixed point and floats are linear light, and get the curve of sRGB where
 // they become integers (below 0 and NaN: 0; above 1: 1). Floats and fixed point are copied but
 // never made here: where `to` has such samples it has the type of `from`, and no fewer colours.

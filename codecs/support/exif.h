@@ -1,8 +1,8 @@
-// SPDX-License-Identifier: MIT EXIF data as directories. JPEG and JP2 files hold EXIF data as a
-// complete TIFF structure. In TIFF and JPEG XR files its first directory is that of the picture:
-// make, model and date are fields of the picture, which points to the EXIF and GPS directories, and
-// positions count from the start of the file. So the data are taken apart and written anew in both
-// directions.
+// SPDX-License-Identifier: MIT
+// EXIF data as directories. JPEG and JP2 files hold EXIF data as a complete TIFF structure. In TIFF
+// and JPEG XR files its first directory is that of the picture: make, model and date are fields of
+// the picture, which points to the EXIF and GPS directories, and positions count from the start of
+// the file. So the data are taken apart and written anew in both directions.
 //
 // All values are kept; numbers become little-endian. A maker note is kept as bytes, because its
 // format is private; positions inside it may become wrong. A thumbnail, the second directory of the

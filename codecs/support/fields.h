@@ -1,6 +1,7 @@
-// SPDX-License-Identifier: MIT The directories of TIFF 6.0, which EXIF data and JPEG XR files use
-// too. A directory is a list of fields. A field has a tag, a type, a count, and its values: up to
-// four bytes inside the field, more elsewhere in the file.
+// SPDX-License-Identifier: MIT
+// The directories of TIFF 6.0, which EXIF data and JPEG XR files use too. A directory is a list of
+// fields. A field has a tag, a type, a count, and its values: up to four bytes inside the field,
+// more elsewhere in the file.
 #ifndef ZEPJP_CODECS_SUPPORT_FIELDS_H_
 #define ZEPJP_CODECS_SUPPORT_FIELDS_H_
 

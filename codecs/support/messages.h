@@ -1,5 +1,6 @@
-// SPDX-License-Identifier: MIT Messages about a file that could be decoded: damage, which costs
-// samples, and notes about something unusual that costs none.
+// SPDX-License-Identifier: MIT
+// Messages about a file that could be decoded: damage, which costs samples, and notes about
+// something unusual that costs none.
 #ifndef ZEPJP_CODECS_SUPPORT_MESSAGES_H_
 #define ZEPJP_CODECS_SUPPORT_MESSAGES_H_
 

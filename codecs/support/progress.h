@@ -18,7 +18,7 @@ class Progress {
   explicit Progress(std::function<bool(double)> is_stop_wanted)
       : is_stop_wanted_(std::move(is_stop_wanted)) {}
 
-  // What follows counts as the part of the whole work from `begin` to `end`.
+  // The following reports are for the part of the whole work from `begin` to `end`.
   void SetPart(double begin, double end) {
     begin_ = begin;
     end_ = end;

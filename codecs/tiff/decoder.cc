@@ -108,7 +108,7 @@ class Decoder {
     info_->messages.AddAt(offset, Place("strip", index), "damaged or incomplete");
   }
 
-  // Brings a row of a strip to the machine's order and into the picture.
+  // Copies a row of a strip to the picture, in the machine's byte order.
   void TakeRow(const uint8_t* in, int plane, int y) {
     const size_t count = SamplesInStripRow();
     uint8_t* const row = strips_.is_planar ? row_.data() : picture_->Row(y);

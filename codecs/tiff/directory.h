@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The directory of a TIFF file: what its strips hold, and where they lie.
+// The directory of a TIFF file: the samples of its strips, and where the strips lie.
 #ifndef ZEPJP_CODECS_TIFF_DIRECTORY_H_
 #define ZEPJP_CODECS_TIFF_DIRECTORY_H_
 

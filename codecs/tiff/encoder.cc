@@ -21,7 +21,7 @@ NewField ResolutionField(Tag tag, double resolution) {
   return NumberField(tag, kRational, {fraction.over, fraction.under});
 }
 
-// A resolution is always there; without one it says that pixels are square.
+// TIFF files need a resolution. If it is unknown, they say that pixels are square.
 void AddResolution(const Resolution& resolution, std::vector<NewField>* fields) {
   const bool fits = resolution.x > 0 && resolution.y > 0 && resolution.x <= INT32_MAX &&
                     resolution.y <= INT32_MAX;
@@ -83,7 +83,7 @@ class Encoder {
     return Status();
   }
 
-  // The row's bytes as the file has them, before packing.
+  // The bytes of a row in the file's order, before packing.
   const uint8_t* ArrangeRow(int y) {
     const uint8_t* const row = picture_.Row(y);
     const size_t samples = picture_.SamplesInRow();

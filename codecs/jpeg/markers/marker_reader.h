@@ -1,5 +1,6 @@
-// SPDX-License-Identifier: MIT Reads the marker segments of baseline, extended, progressive and
-// lossless files with Huffman coding, up to the coded data of each scan.
+// SPDX-License-Identifier: MIT
+// Reads the marker segments of baseline, extended, progressive and lossless files with Huffman
+// coding, up to the coded data of each scan.
 #ifndef ZEPJP_CODECS_JPEG_MARKERS_MARKER_READER_H_
 #define ZEPJP_CODECS_JPEG_MARKERS_MARKER_READER_H_
 
