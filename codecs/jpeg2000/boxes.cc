@@ -195,8 +195,8 @@ void ReadResolutions(ByteReader content, Messages* notes, Boxes* boxes) {
   }
 }
 
-// Reads EXIF data and XMP packets. Some programs write EXIF data with the name that precedes them in
-// JPEG files.
+// Reads EXIF data and XMP packets. Some programs write EXIF data with the name that precedes them
+// in JPEG files.
 void ReadUuid(ByteReader content, Messages* notes, Metadata* metadata) {
   constexpr char kExifName[6] = {'E', 'x', 'i', 'f', 0, 0};
   const size_t offset = content.offset();

@@ -53,7 +53,8 @@ struct Boxes {
 Status ReadBoxes(const uint8_t* data, size_t size, Messages* messages, Messages* notes,
                  Boxes* boxes);
 
-// The component, out of `count`, that each channel of a palette comes from; empty without a palette.
+// The component, out of `count`, that each channel of a palette comes from; empty without a
+// palette.
 std::vector<size_t> PaletteSources(const Boxes& boxes, size_t count);
 
 // Turns decoded components into channels: palette, order, opacity, colour space.

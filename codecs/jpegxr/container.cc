@@ -23,8 +23,8 @@ constexpr uint16_t kXResolutionTag = 0xBC82, kYResolutionTag = 0xBC83;  // dots 
 constexpr uint16_t kOffsetTag = 0xBCC0, kSizeTag = 0xBCC1, kAlphaOffsetTag = 0xBCC2;
 constexpr uint32_t kDirectory = 8;
 
-// EXIF orientations by number of the transform. Bit 2 turns the picture clockwise; then bit 0 mirrors
-// top and bottom, and bit 1 left and right.
+// EXIF orientations by number of the transform. Bit 2 turns the picture clockwise; then bit 0
+// mirrors top and bottom, and bit 1 left and right.
 constexpr std::array<int, 8> kOrientations = {1, 4, 2, 3, 6, 7, 5, 8};
 
 constexpr uint8_t kFormatStart[15] = {0x24, 0xC3, 0xDD, 0x6F, 0x03, 0x4E, 0xFE, 0x4B,

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // A row passes through a common form: RGB and opacity as integers from 0 to the source's white (for
-// light: the target's). There it is blended, turned to grey or ink, and scaled to the target's white:
+// light: the target's). There it is blended, turned to grey or ink, and scaled to the target's
+// white:
 //   blended = (value alpha + background (white - alpha) + white / 2) / white
 //   scaled = (value white' + white / 2) / white
 #include "codecs/support/convert.h"
