@@ -359,6 +359,8 @@ TEST(Tiff, ManyStripsAreQuick) {
     tiff::FileInfo info;
     ASSERT_EQ(Decode(file, &picture, &info).text(), "");
     EXPECT_EQ(info.messages.count(), kStrips / 2);
+    EXPECT_GE(info.messages.kept()[0].offset, 8);
+    EXPECT_EQ(info.messages.kept()[0].place.find("strip "), 0U);
     EXPECT_EQ(picture.Get(0), 0);
     EXPECT_EQ(picture.Get(kStrips - 1), 7);
   }
