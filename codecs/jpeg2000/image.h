@@ -55,10 +55,10 @@ struct Image {
   int32_t y1 = 0;
   std::vector<Component> components;  // colours, then opacity, then all others
   ColorSpace color = ColorSpace::kUnknown;
-  int unknown_color = -1;            // the number of a JP2 colour space that is not in the list
-  LabRange lab;                      // of kLab
-  int alpha = -1;                    // the component that holds opacity; negative: none
-  bool is_premultiplied = false;     // the colours were multiplied with it
+  int unknown_color = -1;         // the number of a JP2 colour space that is not in the list
+  LabRange lab;                   // of kLab
+  int alpha = -1;                 // the component that holds opacity; negative: none
+  bool is_premultiplied = false;  // the colours were multiplied with it
   Metadata metadata;
 };
 
