@@ -99,6 +99,7 @@ void ReadMetadata(Input* input, Call* call) {
   if ((kind & 2) != 0) metadata.exif = call->blob.data(), metadata.exif_size = call->blob.size();
   if ((kind & 4) != 0) metadata.icc = call->blob.data(), metadata.icc_size = call->blob.size();
   if ((kind & 8) != 0) metadata.xmp = call->blob.data(), metadata.xmp_size = call->blob.size();
+  metadata.orientation = call->blob[0] % 10;  // one beyond the last
   metadata.resolution_unit = static_cast<zepcResolutionUnit>(kind >> 4 & 7);
   metadata.resolution_x = 300.5;
   metadata.resolution_y = kind;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the public functions need of each codec, and the table of formats.
+// The interface between the public functions and the codecs, and the table of formats.
 #ifndef ZEPJP_CODECS_API_CODEC_H_
 #define ZEPJP_CODECS_API_CODEC_H_
 
@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "codecs/api/pixels.h"
 #include "codecs/include/zepcodec.h"
 #include "codecs/support/byte_buffer.h"
 #include "codecs/support/messages.h"
@@ -30,7 +31,7 @@ struct Report {
 constexpr int64_t kUsualMaxPixels = int64_t{1} << 28;
 constexpr int64_t kUsualMaxMemory = int64_t{1} << 32;
 
-// The progress callback of the caller's options as codecs see it.
+// The caller's progress callback as a Progress.
 class Watch {
  public:
   Watch(zepcProgress callback, void* user) {
@@ -43,10 +44,10 @@ class Watch {
   std::optional<Progress> progress_;
 };
 
-// The limits are set, whatever the caller left at 0.
+// Limits that the caller left at 0 are set.
 struct DecodeRequest {
   zepcDecodeOptions options;
-  Progress* progress;  // null: nobody watches
+  Progress* progress;  // null: no progress callback
 };
 
 struct EncodeRequest {
@@ -62,7 +63,8 @@ struct Codec {
   // The picture as the file has it, with its metadata.
   Status (*decode)(const File& file, const DecodeRequest& request, Picture* picture,
                    Report* report);
-  // Of a picture with metadata. A wrong option is an error, what the format cannot hold unsupported.
+  // Encodes a picture with its metadata. A wrong option is an error; a picture that the format
+  // cannot hold is unsupported.
   Status (*encode)(const Picture& picture, const EncodeRequest& request, ByteBuffer* bytes);
 };
 
@@ -80,10 +82,13 @@ const Codec* CodecOf(zepcFormat format);
 const Codec* CodecOfFile(const File& file);
 const Codec* CodecOfExtension(const char* extension);
 
-zepcLayout LayoutOf(PixelLayout layout);
-zepcSample SampleOf(SampleType type);
+// Fills the members of `info` about metadata.
+void FillMetadata(const Metadata& metadata, zepcInfo* info);
 
-// The bytes of a picture; the largest number where there are more.
+// The memory that metadata take at most while a file is decoded.
+int64_t MemoryOf(const Metadata& metadata);
+
+// The size of a picture in bytes, saturated.
 int64_t PictureBytes(int64_t width, int64_t height, int64_t bytes_per_pixel);
 
 // Status::BadOption unless `value` is one of low to high; `name` is the member of the struct.

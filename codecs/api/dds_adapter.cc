@@ -86,7 +86,7 @@ Status Encode(const Picture& picture, const EncodeRequest& request, ByteBuffer* 
   options.bc7_mode = kBc7Modes[given.bc7_mode];
   options.threads = request.options.threads;
   options.progress = request.progress;
-  if (picture.type() != SampleType::kU8 && picture.type() != SampleType::kU16) {
+  if (!IsUnsigned(picture.type())) {
     return Status::Unsupported("textures are made of unsigned samples");
   }
   const PixelLayout wanted = dds::LayoutOf(options.format, options.is_ycocg);

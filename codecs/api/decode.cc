@@ -13,6 +13,7 @@
 #include "codecs/api/picture.h"
 #include "codecs/api/structs.h"
 #include "codecs/support/convert.h"
+#include "codecs/support/exif.h"
 #include "codecs/support/orientation.h"
 
 namespace zepcodec::api {
@@ -53,43 +54,19 @@ struct Target {
 };
 
 PixelLayout LayoutFor(zepcLayout wanted, zepcOpacity opacity, PixelLayout native) {
-  switch (wanted) {
-    case zepcLayoutGrey: return PixelLayout::kGrey;
-    case zepcLayoutGreyAlpha: return PixelLayout::kGreyAlpha;
-    case zepcLayoutRgb:
-    case zepcLayoutBgr: return PixelLayout::kRgb;
-    case zepcLayoutRgba:
-    case zepcLayoutBgra: return PixelLayout::kRgba;
-    case zepcLayoutCmyk: return PixelLayout::kCmyk;
-    default: break;
-  }
+  if (const std::optional<PixelLayout> channels = ChannelsOf(wanted)) return *channels;
   if (opacity == zepcOpacityAuto || !HasAlpha(native)) return native;
   return IsGrey(native) ? PixelLayout::kGrey : PixelLayout::kRgb;
 }
 
-SampleType TypeOf(zepcSample sample) {
-  switch (sample) {
-    case zepcSampleU16: return SampleType::kU16;
-    case zepcSampleS16: return SampleType::kS16;
-    case zepcSampleS32: return SampleType::kS32;
-    case zepcSampleF16: return SampleType::kF16;
-    case zepcSampleF32: return SampleType::kF32;
-    default: return SampleType::kU8;
-  }
-}
-
 Target TargetFor(const zepcDecodeOptions& options, const Picture& picture) {
   Target target;
-  target.format = FormatOf(picture);
+  target.format = zepcodec::FormatOf(picture);
   target.format.layout = LayoutFor(options.layout, options.opacity, picture.layout());
-  target.format.is_bgr = options.layout == zepcLayoutBgr || options.layout == zepcLayoutBgra;
-  if (options.sample != zepcSampleNative) {
-    const SampleType type = TypeOf(options.sample);
-    if (type != target.format.type || options.sample == zepcSampleU8 ||
-        options.sample == zepcSampleU16) {
-      target.format.type = type;
-      target.format.bits = 8 * BytesOf(type);
-    }
+  target.format.is_bgr = IsBgr(options.layout);
+  if (const std::optional<SampleType> type = TypeOf(options.sample)) {
+    target.format.type = *type;
+    target.format.bits = 8 * BytesOf(*type);
   }
   target.opacity.is_removed = options.opacity != zepcOpacityAuto;
   target.opacity.is_dropped = options.opacity == zepcOpacityDrop;
@@ -103,11 +80,9 @@ Status Unconvertible(const Status& status) {
   return status.kind() == Status::Kind::kError ? Status::Unsupported(status.text()) : status;
 }
 
-// Whether light would have to be blended.
+// Whether fixed point or floats would have to be blended.
 bool IsBlendedLight(const PixelFormat& from, const Target& target) {
-  const SampleType type = target.format.type;
-  const bool is_light = type != SampleType::kU8 && type != SampleType::kU16;
-  return is_light && HasAlpha(from.layout) && !target.opacity.is_dropped &&
+  return !IsUnsigned(target.format.type) && HasAlpha(from.layout) && !target.opacity.is_dropped &&
          (target.opacity.is_removed || !HasAlpha(target.format.layout));
 }
 
@@ -118,7 +93,7 @@ Status ConvertTo(const Target& target, const ConstPixels& from, const Pixels& to
   return Unconvertible(Convert(from, target.opacity, to));
 }
 
-// The region of a picture, by way of the pixels' places.
+// The pixels of a region, in place.
 Status PixelsOfRegion(const zepcRect& region, const Picture& picture, ConstPixels* pixels) {
   *pixels = PixelsOf(picture);
   if (region.width == 0) return Status();
@@ -137,7 +112,7 @@ Status PixelsOfRegion(const zepcRect& region, const Picture& picture, ConstPixel
 
 int64_t PixelBytes(zepcLayout layout, zepcSample sample) {
   const PixelLayout channels = LayoutFor(layout, zepcOpacityAuto, PixelLayout::kRgba);
-  return int64_t{ChannelCount(channels)} * BytesOf(TypeOf(sample));
+  return int64_t{ChannelCount(channels)} * BytesOf(TypeOf(sample).value_or(SampleType::kU8));
 }
 
 // One file that is decoded.
@@ -200,7 +175,7 @@ class Decoding {
     return report.damage.empty() ? zepcStatusOk : zepcStatusDamaged;
   }
 
-  // The region in the wanted form, to where `to` says.
+  // Converts the region into `to`.
   Status Deliver(const Target& target, const Pixels& to) {
     ConstPixels from{};
     if (Status status = PixelsOfRegion(options().region, picture_, &from); !status.ok()) {
@@ -209,7 +184,7 @@ class Decoding {
     return ConvertTo(target, from, to);
   }
 
-  // Of the region.
+  // The size of the region.
   int width() const {
     return options().region.width > 0 ? options().region.width : picture_.width();
   }
@@ -218,7 +193,7 @@ class Decoding {
   }
 
  private:
-  // What turning and conversion take, after the codec's own memory is free again.
+  // The memory of turning and conversion, when the codec's own memory is free again.
   int64_t MemoryAfterwards(const zepcInfo& info) const {
     const zepcDecodeOptions& wanted = options();
     const int shift = info.format == zepcFormatDds ? wanted.level : wanted.reduce;
@@ -278,12 +253,6 @@ class Decoding {
   Picture picture_;
 };
 
-zepcLayout LayoutOf(const PixelFormat& format) {
-  const zepcLayout layout = api::LayoutOf(format.layout);
-  if (!format.is_bgr) return layout;
-  return layout == zepcLayoutRgba ? zepcLayoutBgra : zepcLayoutBgr;
-}
-
 // Hands out rows a few at a time.
 Status DeliverRows(const Target& target, Decoding* decoding) {
   const zepcDecodeOptions& options = decoding->options();
@@ -307,7 +276,7 @@ Status DeliverRows(const Target& target, Decoding* decoding) {
                                stride,
                                from.width,
                                count,
-                               LayoutOf(target.format),
+                               LayoutOf(target.format.layout, target.format.is_bgr),
                                SampleOf(target.format.type),
                                target.format.bits};
     if (options.rows(options.rows_user, &pixels, y) != 0) return Status::Cancelled();
@@ -315,12 +284,12 @@ Status DeliverRows(const Target& target, Decoding* decoding) {
   return Status();
 }
 
-// A picture of the library's own: the decoded one itself where nothing has to be changed.
+// A picture that the library allocates: the decoded one itself if nothing has to be changed.
 Status DeliverPicture(const Target& target, Decoding* decoding, zepcPicture* result) {
   ConstPixels region{};
   Status inside = PixelsOfRegion(decoding->options().region, decoding->picture(), &region);
   if (!inside.ok()) return inside;
-  const PixelFormat native = FormatOf(decoding->picture());
+  const PixelFormat native = zepcodec::FormatOf(decoding->picture());
   const bool is_same = native.layout == target.format.layout && native.type == target.format.type &&
                        native.bits == target.format.bits && !target.format.is_bgr &&
                        !(target.opacity.is_removed && HasAlpha(native.layout)) &&
@@ -329,14 +298,9 @@ Status DeliverPicture(const Target& target, Decoding* decoding, zepcPicture* res
     result->pixels = decoding->TakePicture();
     return Status();
   }
-  const bool is_unsigned =
-      target.format.type == SampleType::kU8 || target.format.type == SampleType::kU16;
-  const bool has_memory = is_unsigned
-                              ? result->pixels.Resize(decoding->width(), decoding->height(),
-                                                      target.format.layout, target.format.bits)
-                              : result->pixels.Resize(decoding->width(), decoding->height(),
-                                                      target.format.layout, target.format.type);
-  if (!has_memory) return Status::NoMemory();
+  if (!Resize(target.format, decoding->width(), decoding->height(), &result->pixels)) {
+    return Status::NoMemory();
+  }
   result->is_bgr = target.format.is_bgr;
   Pixels to = PixelsOf(&result->pixels);
   to.format.is_bgr = target.format.is_bgr;
@@ -396,19 +360,7 @@ zepcStatus CheckCall(const void* data, const zepcDecodeOptions* options, const v
 
 zepcStatus CheckPixels(const zepcPixels& to) {
   if (to.data == nullptr) return BadArgument("the buffer is null");
-  if (to.layout < zepcLayoutGrey || to.layout > zepcLayoutCmyk || to.sample < zepcSampleU8 ||
-      to.sample > zepcSampleF32) {
-    return BadArgument("the buffer has no layout or no kind of samples");
-  }
-  const bool is_unsigned = to.sample == zepcSampleU8 || to.sample == zepcSampleU16;
-  const int most = to.sample == zepcSampleU8 ? 8 : 16;
-  const int least = to.sample == zepcSampleU8 ? 1 : 9;
-  if (is_unsigned && to.bits != 0 && (to.bits < least || to.bits > most)) {
-    return BadArgument("the buffer's samples have 1 to 8 bits in a byte, 9 to 16 in two");
-  }
-  if (!is_unsigned && to.bits != 0 && to.bits != 8 * BytesOf(TypeOf(to.sample))) {
-    return BadArgument("fixed point and floats have all bits of their type");
-  }
+  if (!FormatOf(to)) return BadArgument("the buffer has no layout, kind of samples or depth");
   return zepcStatusOk;
 }
 

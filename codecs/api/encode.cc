@@ -5,60 +5,28 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <utility>
 
 #include "codecs/api/codec.h"
 #include "codecs/api/error.h"
 #include "codecs/api/structs.h"
 #include "codecs/support/convert.h"
+#include "codecs/support/exif.h"
 
 namespace zepcodec::api {
 namespace {
 
 constexpr int64_t kMostOnASide = int64_t{1} << 28;
 
-struct Form {
-  PixelFormat format;
-  bool is_known = false;
-};
-
-Form FormOf(const zepcPixels& pixels) {
-  Form form;
-  switch (pixels.layout) {
-    case zepcLayoutGrey: form.format.layout = PixelLayout::kGrey; break;
-    case zepcLayoutGreyAlpha: form.format.layout = PixelLayout::kGreyAlpha; break;
-    case zepcLayoutRgb:
-    case zepcLayoutBgr: form.format.layout = PixelLayout::kRgb; break;
-    case zepcLayoutRgba:
-    case zepcLayoutBgra: form.format.layout = PixelLayout::kRgba; break;
-    case zepcLayoutCmyk: form.format.layout = PixelLayout::kCmyk; break;
-    default: return form;
-  }
-  form.format.is_bgr = pixels.layout == zepcLayoutBgr || pixels.layout == zepcLayoutBgra;
-  switch (pixels.sample) {
-    case zepcSampleU8: form.format.type = SampleType::kU8; break;
-    case zepcSampleU16: form.format.type = SampleType::kU16; break;
-    case zepcSampleS16: form.format.type = SampleType::kS16; break;
-    case zepcSampleS32: form.format.type = SampleType::kS32; break;
-    case zepcSampleF16: form.format.type = SampleType::kF16; break;
-    case zepcSampleF32: form.format.type = SampleType::kF32; break;
-    default: return form;
-  }
-  const int whole = 8 * BytesOf(form.format.type);
-  const int least = pixels.sample == zepcSampleU8 ? 1 : pixels.sample == zepcSampleU16 ? 9 : whole;
-  form.format.bits = pixels.bits == 0 ? whole : pixels.bits;
-  form.is_known = form.format.bits >= least && form.format.bits <= whole;
-  return form;
-}
-
-zepcStatus CheckPixels(const zepcPixels& pixels, const Form& form) {
+zepcStatus CheckPixels(const zepcPixels& pixels, const std::optional<PixelFormat>& format) {
   if (pixels.data == nullptr) return BadArgument("the pixels are null");
-  if (!form.is_known) return BadArgument("the pixels have no layout, kind of samples or depth");
+  if (!format) return BadArgument("the pixels have no layout, kind of samples or depth");
   if (pixels.width < 1 || pixels.height < 1 || pixels.width > kMostOnASide ||
       pixels.height > kMostOnASide) {
     return BadArgument("a side must have 1 to 2^28 pixels");
   }
-  const uint64_t row_bytes = static_cast<uint64_t>(pixels.width) * form.format.BytesPerPixel();
+  const uint64_t row_bytes = static_cast<uint64_t>(pixels.width) * format->BytesPerPixel();
   return pixels.stride < row_bytes ? BadArgument("the stride is less than a row") : zepcStatusOk;
 }
 
@@ -87,11 +55,7 @@ Status TakePixels(const zepcPixels& pixels, const PixelFormat& format, Picture* 
         picture->Borrow(data, pixels.width, pixels.height, format.layout, format.type, format.bits);
     return fits ? CheckDepth(*picture) : Status::NoMemory();
   }
-  const bool is_unsigned = format.type == SampleType::kU8 || format.type == SampleType::kU16;
-  const bool has_memory =
-      is_unsigned ? picture->Resize(pixels.width, pixels.height, format.layout, format.bits)
-                  : picture->Resize(pixels.width, pixels.height, format.layout, format.type);
-  if (!has_memory) return Status::NoMemory();
+  if (!Resize(format, pixels.width, pixels.height, picture)) return Status::NoMemory();
   const ConstPixels from = {data, pixels.stride, pixels.width, pixels.height, format};
   if (Status status = Convert(from, {}, PixelsOf(picture)); !status.ok()) return status;
   return CheckDepth(*picture);
@@ -108,8 +72,8 @@ Resolution::Unit UnitOf(zepcResolutionUnit unit) {
 
 zepcStatus EncodePixels(const zepcPixels& pixels, const zepcEncodeOptions& options,
                         ByteBuffer* bytes) {
-  const Form form = FormOf(pixels);
-  if (const zepcStatus bad = CheckPixels(pixels, form); bad != zepcStatusOk) return bad;
+  const std::optional<PixelFormat> format = FormatOf(pixels);
+  if (const zepcStatus bad = CheckPixels(pixels, format); bad != zepcStatusOk) return bad;
   const Codec* const codec = CodecOf(options.format);
   if (codec == nullptr) return Fail(zepcStatusUnknownFormat, "there is no such format");
   if (Status status = CheckRange("threads", options.threads, 0, 1024); !status.ok()) {
@@ -117,7 +81,7 @@ zepcStatus EncodePixels(const zepcPixels& pixels, const zepcEncodeOptions& optio
   }
   if (const zepcStatus bad = CheckMetadata(options.metadata); bad != zepcStatusOk) return bad;
   Picture picture;
-  if (Status status = TakePixels(pixels, form.format, &picture); !status.ok()) {
+  if (Status status = TakePixels(pixels, *format, &picture); !status.ok()) {
     return StatusOf(status, zepcStatusBadArgument);
   }
   picture.metadata() = MetadataOf(options.metadata);
@@ -170,7 +134,11 @@ Metadata MetadataOf(const zepcMetadata* given) {
   metadata.exif = bytes(whole.exif, whole.exif_size);
   metadata.icc_profile = bytes(whole.icc, whole.icc_size);
   metadata.xmp = bytes(whole.xmp, whole.xmp_size);
-  metadata.orientation = whole.orientation;
+  metadata.orientation = OrientationOfExif(metadata.exif);
+  if (metadata.orientation == 0 && whole.orientation > 1) {
+    metadata.exif = WithOrientation(whole.orientation, metadata.exif);
+    metadata.orientation = whole.orientation;
+  }
   metadata.resolution = {UnitOf(whole.resolution_unit), whole.resolution_x, whole.resolution_y};
   return metadata;
 }

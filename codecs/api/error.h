@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Where every public function that returns a status ends: exceptions become statuses, and failures
-// leave a sentence for zepcLastError().
+// Every public function that returns a status goes through here: exceptions become statuses, and
+// failures leave a sentence for zepcLastError().
 #ifndef ZEPJP_CODECS_API_ERROR_H_
 #define ZEPJP_CODECS_API_ERROR_H_
 

@@ -57,27 +57,17 @@ const Codec* CodecOfFile(const File& file) {
   return nullptr;
 }
 
-zepcLayout LayoutOf(PixelLayout layout) {
-  switch (layout) {
-    case PixelLayout::kGrey: return zepcLayoutGrey;
-    case PixelLayout::kGreyAlpha: return zepcLayoutGreyAlpha;
-    case PixelLayout::kRgb: return zepcLayoutRgb;
-    case PixelLayout::kRgba: return zepcLayoutRgba;
-    case PixelLayout::kCmyk: return zepcLayoutCmyk;
-  }
-  return zepcLayoutNative;
+void FillMetadata(const Metadata& metadata, zepcInfo* info) {
+  info->orientation = metadata.orientation;
+  info->has_exif = metadata.exif.empty() ? 0 : 1;
+  info->has_icc = metadata.icc_profile.empty() ? 0 : 1;
+  info->has_xmp = metadata.xmp.empty() ? 0 : 1;
 }
 
-zepcSample SampleOf(SampleType type) {
-  switch (type) {
-    case SampleType::kU8: return zepcSampleU8;
-    case SampleType::kU16: return zepcSampleU16;
-    case SampleType::kS16: return zepcSampleS16;
-    case SampleType::kS32: return zepcSampleS32;
-    case SampleType::kF16: return zepcSampleF16;
-    case SampleType::kF32: return zepcSampleF32;
-  }
-  return zepcSampleNative;
+int64_t MemoryOf(const Metadata& metadata) {
+  constexpr int64_t kCopies = 3;  // as read, taken apart, and joined again
+  const size_t bytes = metadata.exif.size() + metadata.icc_profile.size() + metadata.xmp.size();
+  return kCopies * static_cast<int64_t>(bytes);
 }
 
 int64_t PictureBytes(int64_t width, int64_t height, int64_t bytes_per_pixel) {

@@ -34,8 +34,8 @@ zepcStatus DamageOf(const Messages& messages) {
 
 int64_t OrUsual(int64_t value, int64_t usual) { return value == 0 ? usual : value; }
 
-// Coefficients take more memory than the picture's estimate counts: 2 bytes a sample, twice where they
-// are turned or cut.
+// Coefficients take more memory than the picture's estimate counts: 2 bytes a sample, twice where
+// they are turned or cut.
 zepcStatus CheckMemory(const File& file, int64_t max_memory, int copies) {
   jpeg::FileInfo info;
   if (Status status = jpeg::ReadFileInfo(file.data, file.size, &info); !status.ok()) {

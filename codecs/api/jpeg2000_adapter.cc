@@ -60,12 +60,13 @@ Status Probe(const File& file, const DecodeRequest& request, zepcInfo* info) {
   info->layout = LayoutOf(pixel.layout());
   info->bits = pixel.bits();
   info->sample = SampleOf(pixel.type());
-  info->has_icc = pixel.metadata().icc_profile.empty() ? 0 : 1;
+  FillMetadata(pixel.metadata(), info);
   int64_t memory = 0;
   status = jpeg2000::EstimateMemory(file.data, file.size, OptionsOf(request), &memory);
   // Interleaved samples come to the planes.
-  info->memory =
-      memory + PictureBytes(info->width, info->height, pixel.channels() * BytesOf(pixel.type()));
+  info->memory = memory +
+                 PictureBytes(info->width, info->height, pixel.channels() * BytesOf(pixel.type())) +
+                 MemoryOf(pixel.metadata());
   return status;
 }
 
@@ -157,7 +158,7 @@ constexpr char kWritesAlone[] = "grey and RGB of up to 16 bits, without loss or 
 }  // namespace
 
 const Codec kJp2Codec = {
-    {zepcFormatJp2, "JPEG 2000", "jp2", "image/jp2", kReads, kWrites, 0, 1, 0, 0},
+    {zepcFormatJp2, "JPEG 2000", "jp2", "image/jp2", kReads, kWrites, 1, 1, 1, 1},
     IsJp2,
     Probe,
     Decode,

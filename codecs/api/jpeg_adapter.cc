@@ -12,6 +12,7 @@
 #include "codecs/jpeg/decoder.h"
 #include "codecs/jpeg/encoder.h"
 #include "codecs/jpeg/lossless/codec.h"
+#include "codecs/jpeg/markers/marker_walk.h"
 #include "codecs/support/convert.h"
 
 namespace zepcodec::api {
@@ -25,36 +26,12 @@ bool IsLosslessJpeg(const File& file) {
   return IsJpeg(file) && jpeg::lossless::IsLosslessJpeg(file.data, file.size);
 }
 
-void FillMetadata(const jpeg::SavedSegments& saved, zepcInfo* info) {
+void FillSaved(const jpeg::SavedSegments& saved, zepcInfo* info) {
   Messages ignored;
-  const Metadata metadata = jpeg::ToMetadata(saved, &ignored);
-  info->orientation = metadata.orientation;
-  info->has_exif = metadata.exif.empty() ? 0 : 1;
-  info->has_icc = metadata.icc_profile.empty() ? 0 : 1;
-  info->has_xmp = metadata.xmp.empty() ? 0 : 1;
+  FillMetadata(jpeg::ToMetadata(saved, &ignored), info);
 }
 
 zepcLayout LayoutOfCount(size_t components) { return LayoutOf(LayoutOfComponents(components)); }
-
-// The scans of a progressive file, by their headers. Bytes of coded data never look like markers, but
-// those of segments (a thumbnail in EXIF data) can.
-int CountScans(const File& file) {
-  constexpr uint8_t kSos = 0xDA, kFirstSegment = 0xC0, kFirstRestart = 0xD0, kLastAlone = 0xD9;
-  int scans = 0;
-  for (size_t i = 0; i + 1 < file.size; ++i) {
-    const auto* const found =
-        static_cast<const uint8_t*>(std::memchr(file.data + i, 0xFF, file.size - 1 - i));
-    if (found == nullptr) break;
-    i = static_cast<size_t>(found - file.data);
-    const uint8_t marker = file.data[i + 1];
-    if (marker == kSos) ++scans;
-    const bool is_alone = marker >= kFirstRestart && marker <= kLastAlone;
-    if (marker < kFirstSegment || marker == 0xFF || is_alone) continue;
-    if (file.size - i < 4) break;
-    i += size_t{1} + (static_cast<size_t>(file.data[i + 2]) << 8 | file.data[i + 3]);
-  }
-  return scans;
-}
 
 Status CheckReduce(const DecodeRequest& request) {
   return CheckRange("reduce of a JPEG file", request.options.reduce, 0, 3);
@@ -81,10 +58,10 @@ Status ProbeJpeg(const File& file, const DecodeRequest& request, zepcInfo* info)
   info->bits = frame.precision;
   info->sample = SampleOf(UnsignedOf(frame.precision));
   info->is_progressive = frame.is_progressive ? 1 : 0;
-  if (frame.is_progressive) info->layers = CountScans(file);
+  if (frame.is_progressive) info->layers = jpeg::CountScans(file.data, file.size);
   info->levels = frame.precision == 8 ? 3 : 0;
   info->memory = jpeg::MemoryNeed(found, OptionsOf(request));
-  FillMetadata(found.metadata, info);
+  FillSaved(found.metadata, info);
   return Status();
 }
 
@@ -134,7 +111,7 @@ Status ProbeLossless(const File& file, const DecodeRequest&, zepcInfo* info) {
   info->sample = SampleOf(UnsignedOf(found.bits));
   info->is_lossless = found.point_transform == 0 ? 1 : 0;
   info->memory = jpeg::lossless::MemoryNeed(found);
-  FillMetadata(found.metadata, info);
+  FillSaved(found.metadata, info);
   return Status();
 }
 
@@ -151,9 +128,6 @@ Status DecodeLossless(const File& file, const DecodeRequest& request, Picture* p
   if (!status.ok()) return status;
   report->damage = std::move(info.messages);
   picture->metadata() = jpeg::ToMetadata(info.metadata, &report->notes);
-  if (info.components == 2) {
-    return Status::Unsupported("two components, neither grey nor RGB nor CMYK");
-  }
   if (info.components == 3 && info.adobe_transform == 1)
     report->notes.Add("YCbCr was taken as RGB");
   // Files hold 0 for full ink.
@@ -175,8 +149,7 @@ Status EncodeLossless(const Picture& picture, const EncodeRequest& request, Byte
   options.metadata = jpeg::ToSegments(picture.metadata());
   options.progress = request.progress;
   if (Status status = CheckSides(picture); !status.ok()) return status;
-  const bool is_unsigned = picture.type() == SampleType::kU8 || picture.type() == SampleType::kU16;
-  if (HasAlpha(picture.layout()) || !is_unsigned || picture.bits() < 2) {
+  if (HasAlpha(picture.layout()) || !IsUnsigned(picture.type()) || picture.bits() < 2) {
     return Status::Unsupported(
         "a lossless JPEG file holds grey, RGB or CMYK of 2 to 16 bits, no opacity");
   }
@@ -223,7 +196,8 @@ const Codec kJpegCodec = {
 
 const Codec kLosslessJpegCodec = {
     {zepcFormatLosslessJpeg, "lossless JPEG", "ljpg ljpeg", "image/jpeg",
-     "lossless files with Huffman coding: grey, RGB and CMYK of 2 to 16 bits",
+     "lossless files with Huffman coding: grey with and without opacity, RGB and CMYK of 2 to 16 "
+     "bits",
      "grey, RGB and CMYK of 2 to 16 bits", 1, 1, 1, 0},
     IsLosslessJpeg,
     ProbeLossless,

@@ -41,7 +41,9 @@ Status Probe(const File& file, const DecodeRequest& request, zepcInfo* info) {
   info->components = static_cast<int32_t>(frame.plane.Components());
   info->tiles_across = static_cast<int32_t>(frame.columns.size()) - 1;
   info->tiles_down = static_cast<int32_t>(frame.rows.size()) - 1;
+  FillMetadata(found.metadata, info);
   status = jpegxr::EstimateMemory(file.data, file.size, OptionsOf(request), &info->memory);
+  info->memory += MemoryOf(found.metadata);
   return status;
 }
 
@@ -52,6 +54,8 @@ Status Decode(const File& file, const DecodeRequest& request, Picture* picture, 
   jpegxr::FileInfo info;
   Status status = jpegxr::Decode(file.data, file.size, OptionsOf(request), picture, &info);
   report->damage = std::move(info.messages);
+  report->notes = std::move(info.notes);
+  picture->metadata() = std::move(info.metadata);
   return status;
 }
 
@@ -89,7 +93,7 @@ const Codec kJpegXrCodec = {
     {zepcFormatJpegXr, "JPEG XR", "jxr wdp hdp", "image/jxr",
      "grey and RGB with and without opacity: 8, 16 and 32 bits, fixed point, half and single "
      "floats",
-     "grey and RGB of the same kinds of samples, without loss or quantized", 0, 0, 0, 0},
+     "grey and RGB of the same kinds of samples, without loss or quantized", 1, 1, 1, 1},
     IsJpegXr,
     Probe,
     Decode,

@@ -40,10 +40,7 @@ zepcStatus zepcPicturePixels(const zepcPicture* picture, zepcPixels* pixels) {
     whole.stride = own.Stride();
     whole.width = own.width();
     whole.height = own.height();
-    whole.layout = api::LayoutOf(own.layout());
-    if (picture->is_bgr) {
-      whole.layout = whole.layout == zepcLayoutRgba ? zepcLayoutBgra : zepcLayoutBgr;
-    }
+    whole.layout = api::LayoutOf(own.layout(), picture->is_bgr);
     whole.sample = api::SampleOf(own.type());
     whole.bits = own.bits();
   }

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // TIFF as the public functions see it.
-#include <cmath>
 #include <utility>
 
 #include "codecs/api/codec.h"
@@ -25,9 +24,10 @@ Status Probe(const File& file, const DecodeRequest&, zepcInfo* info) {
   info->sample = SampleOf(UnsignedOf(found.bits));
   info->is_lossless = 1;
   info->pictures = found.has_more_pictures ? 2 : 1;
-  info->has_icc = found.icc_profile.empty() ? 0 : 1;
+  FillMetadata(found.metadata, info);
   // The picture, and a strip, which may be all of it.
-  info->memory = PictureBytes(found.width, found.height, 2 * found.channels * (found.bits / 8));
+  info->memory = PictureBytes(found.width, found.height, 2 * found.channels * (found.bits / 8)) +
+                 MemoryOf(found.metadata);
   return status;
 }
 
@@ -42,46 +42,29 @@ Status Decode(const File& file, const DecodeRequest& request, Picture* picture, 
   Status status = tiff::Decode(file.data, file.size, options, picture, &info);
   if (!status.ok()) return status;
   report->damage = std::move(info.messages);
+  report->notes = std::move(info.notes);
+  picture->metadata() = std::move(info.metadata);
   if (info.has_more_pictures) report->notes.Add("the first of several pictures was taken");
-  picture->metadata().icc_profile = std::move(info.icc_profile);
-  if (info.dots_per_inch > 0) {
-    const double dots = info.dots_per_inch;
-    const double down = info.dots_per_inch_down > 0 ? info.dots_per_inch_down : dots;
-    picture->metadata().resolution = {Resolution::Unit::kInch, dots, down};
-  }
   return status;
-}
-
-int DotsPerInch(Resolution::Unit unit, double resolution) {
-  constexpr double kMost = 65535;
-  switch (unit) {
-    case Resolution::Unit::kInch: break;
-    case Resolution::Unit::kCentimetre: resolution *= 2.54; break;
-    default: return 0;
-  }
-  return resolution <= kMost ? static_cast<int>(std::lround(resolution)) : 0;
 }
 
 Status Encode(const Picture& picture, const EncodeRequest& request, ByteBuffer* bytes) {
   const zepcTiffOptions given = Complete(request.options.tiff);
   const bool is_plain =
       picture.layout() == PixelLayout::kGrey || picture.layout() == PixelLayout::kRgb;
-  if (!is_plain || (picture.type() != SampleType::kU8 && picture.type() != SampleType::kU16)) {
+  if (!is_plain || !IsUnsigned(picture.type())) {
     return Status::Unsupported("TIFF files hold grey and RGB of 8 or 16 bits here");
   }
   tiff::EncodeOptions options;
   options.compression =
       given.is_uncompressed != 0 ? tiff::Compression::kNone : tiff::Compression::kPackBits;
   options.has_byte_planes = given.has_byte_planes != 0 && picture.type() == SampleType::kU16;
-  options.icc_profile = picture.metadata().icc_profile;
-  const Resolution& resolution = picture.metadata().resolution;
-  options.dots_per_inch = DotsPerInch(resolution.unit, resolution.x);
-  options.dots_per_inch_down = DotsPerInch(resolution.unit, resolution.y);
   options.progress = request.progress;
   const int whole = 8 * BytesOf(picture.type());
   if (picture.bits() == whole) return tiff::Encode(picture, options, bytes);
   Picture scaled;
   Status status = Convert(picture, picture.layout(), whole, {}, &scaled);
+  scaled.metadata() = picture.metadata();
   return status.ok() ? tiff::Encode(scaled, options, bytes) : status;
 }
 
@@ -89,7 +72,7 @@ Status Encode(const Picture& picture, const EncodeRequest& request, ByteBuffer* 
 
 const Codec kTiffCodec = {{zepcFormatTiff, "TIFF", "tif tiff", "image/tiff",
                            "strips of grey and RGB of 8 and 16 bits, plain or PackBits",
-                           "grey and RGB of 8 and 16 bits, plain or PackBits", 0, 1, 0, 1},
+                           "grey and RGB of 8 and 16 bits, plain or PackBits", 1, 1, 1, 1},
                           IsTiff,
                           Probe,
                           Decode,

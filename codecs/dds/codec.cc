@@ -15,7 +15,7 @@
 namespace zepcodec::dds {
 namespace {
 
-// Pixels as the functions of BC5 have them.
+// The layout that the functions of BC5 use.
 constexpr size_t kRg = 2;
 
 Status StatusOf(zepStatus status) {
@@ -31,7 +31,8 @@ ByteBuffer Converted(const Picture& image, size_t bytes, Convert convert) {
   return out;
 }
 
-// Pixels whose alpha is one of the sixteen values that BC2 has, v * 17: the nearest. Empty: no memory.
+// Pixels whose alpha is one of the sixteen values that BC2 has, v * 17: the nearest. Empty: no
+// memory.
 ByteBuffer WithAlphaOfBc2(const Picture& image) {
   ByteBuffer pixels;
   if (!pixels.Resize(image.SizeInBytes())) return pixels;

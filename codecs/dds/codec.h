@@ -29,15 +29,16 @@ struct EncodeOptions {
   HeaderStyle style = HeaderStyle::kFourCc;
   int bc7_mode = -1;  // as zepiTextureEncodeBlockFromRGBA_BC7_8u_C4C1R() has it
   int threads = 1;    // for BC7; 0: one for each processor
-  // Null: nobody watches.
+  // Reports progress and can cancel; null: neither.
   Progress* progress = nullptr;
 };
 
 // Makes a file of a picture of the layout that LayoutOf() tells. There is no encoder for BC6H.
 Status Encode(const Picture& image, const EncodeOptions& options, ByteBuffer* file);
 
-// A level of the first picture, BC6H as half floats; level 0 is the picture itself. Pictures of more pixels are refused, and
-// files that hold less than their header announces, before memory is taken.
+// A level of the first picture, BC6H as half floats; level 0 is the picture itself. Pictures of
+// more pixels are refused, and files that hold less than their header announces, before memory is
+// taken.
 Status Decode(const uint8_t* data, size_t size, int64_t max_pixels, int level, Picture* image,
               Header* header);
 

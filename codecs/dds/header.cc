@@ -7,6 +7,8 @@
 #include <cstring>
 #include <string>
 
+#include "codecs/support/byte_reader.h"
+
 namespace zepcodec::dds {
 namespace {
 
@@ -45,16 +47,14 @@ constexpr std::array<Name, 7> kNames = {{{FourCc("DXT1"), BlockFormat::kBc1},
                                          {FourCc("BC4U"), BlockFormat::kBc4},
                                          {FourCc("BC5U"), BlockFormat::kBc5}}};
 
-// Numbers of the extended header: three for each format, untyped, linear (in BC4 and BC5: unsigned) and
-// sRGB (in BC4 and BC5: signed). Those of BC6H (untyped, unsigned, signed) and BC7 follow later.
+// Numbers of the extended header: three for each format, untyped, linear (in BC4 and BC5: unsigned)
+// and sRGB (in BC4 and BC5: signed). Those of BC6H (untyped, unsigned, signed) and BC7 follow
+// later.
 constexpr uint32_t kFirstDxgi = 70, kDxgiCount = 15;
 constexpr uint32_t kDxgiBc6h = 94, kDxgiBc6hSigned = 96, kDxgiBc7 = 97, kLastDxgi = 99;
 
-uint32_t Word(const uint8_t* data, size_t offset) {
-  const uint8_t* bytes = data + offset;
-  return uint32_t{bytes[0]} | uint32_t{bytes[1]} << 8 | uint32_t{bytes[2]} << 16 |
-         uint32_t{bytes[3]} << 24;
-}
+// The field at an offset of the file; 0 where the file ends before it.
+uint32_t Field(const ByteReader& file, size_t offset) { return file.At(offset).Long(); }
 
 std::string NameOf(uint32_t four_cc) {
   std::string name;
@@ -65,9 +65,9 @@ std::string NameOf(uint32_t four_cc) {
   return name;
 }
 
-// A volume of a single slice is a picture. Some programs write 0 where others write 1, for depth, levels and
-// elements of an array alike.
-bool IsFlat(const uint8_t* data) { return Word(data, kDepth) <= 1; }
+// A volume of a single slice is a picture. Some programs write 0 where others write 1, for depth,
+// levels and elements of an array alike.
+bool IsFlat(const ByteReader& file) { return Field(file, kDepth) <= 1; }
 
 Status ParseFourCc(uint32_t four_cc, Header* header) {
   const auto* found = std::find_if(kNames.begin(), kNames.end(),
@@ -106,27 +106,27 @@ uint32_t DxgiNumber(BlockFormat format) {
   }
 }
 
-Status ParseFormat(const uint8_t* data, size_t size, Header* header) {
-  if ((Word(data, kPixelFormatFlags) & kHasFourCc) == 0) {
+Status ParseFormat(const ByteReader& file, Header* header) {
+  if ((Field(file, kPixelFormatFlags) & kHasFourCc) == 0) {
     return Status::Error("the picture is not compressed in blocks");
   }
-  const uint32_t four_cc = Word(data, kFourCcField);
+  const uint32_t four_cc = Field(file, kFourCcField);
   header->data_offset = kPlainHeaderEnd;
   if (four_cc != FourCc("DX10")) return ParseFourCc(four_cc, header);
-  if (size < kDx10HeaderEnd) return Status::Error("the file ends within its header");
+  if (file.left() < kDx10HeaderEnd) return Status::Error("the file ends within its header");
   header->data_offset = kDx10HeaderEnd;
-  const uint32_t dimension = Word(data, kDimension);
-  if (dimension != kTexture2d && !(dimension == kTexture3d && IsFlat(data))) {
+  const uint32_t dimension = Field(file, kDimension);
+  if (dimension != kTexture2d && !(dimension == kTexture3d && IsFlat(file))) {
     return Status::Error("only two-dimensional textures are supported");
   }
-  header->pictures = std::max(int64_t{Word(data, kArraySize)}, int64_t{1});
-  if ((Word(data, kMiscFlags) & kDx10Cube) != 0) header->pictures *= 6;
-  return ParseDxgi(Word(data, kDxgiFormat), header);
+  header->pictures = std::max(int64_t{Field(file, kArraySize)}, int64_t{1});
+  if ((Field(file, kMiscFlags) & kDx10Cube) != 0) header->pictures *= 6;
+  return ParseDxgi(Field(file, kDxgiFormat), header);
 }
 
-Status ParseSize(const uint8_t* data, Header* header) {
-  const uint32_t width = Word(data, kWidth);
-  const uint32_t height = Word(data, kHeight);
+Status ParseSize(const ByteReader& file, Header* header) {
+  const uint32_t width = Field(file, kWidth);
+  const uint32_t height = Field(file, kHeight);
   if (width < 1 || height < 1 || width > kMostPixelsOnASide || height > kMostPixelsOnASide) {
     return Status::Error("the header announces " + std::to_string(width) + " x " +
                          std::to_string(height) + " pixels");
@@ -134,8 +134,8 @@ Status ParseSize(const uint8_t* data, Header* header) {
   header->width = static_cast<int>(width);
   header->height = static_cast<int>(height);
   const bool has_levels =
-      (Word(data, kFlags) & kHasLevelCount) != 0 || (Word(data, kCaps) & kHasMipmaps) != 0;
-  const uint32_t levels = has_levels ? std::max(Word(data, kLevelCount), 1u) : 1;
+      (Field(file, kFlags) & kHasLevelCount) != 0 || (Field(file, kCaps) & kHasMipmaps) != 0;
+  const uint32_t levels = has_levels ? std::max(Field(file, kLevelCount), 1u) : 1;
   const int most = FullLevelCount(header->width, header->height);
   if (levels > static_cast<uint32_t>(most)) {
     return Status::Error("the header announces " + std::to_string(levels) + " levels, of " +
@@ -179,29 +179,30 @@ std::vector<Level> LevelsOf(const Header& header) {
 
 Status ParseHeader(const uint8_t* data, size_t size, Header* header) {
   *header = Header();
-  if (size < 4 || Word(data, 0) != kMagic) return Status::Error("not a DDS file");
+  const ByteReader file(data, size, ByteOrder::kLittle);
+  if (Field(file, 0) != kMagic) return Status::Error("not a DDS file");
   if (size < kPlainHeaderEnd) return Status::Error("the file ends within its header");
-  if (Word(data, kHeaderSize) != 124 || Word(data, kPixelFormatSize) != 32) {
+  if (Field(file, kHeaderSize) != 124 || Field(file, kPixelFormatSize) != 32) {
     return Status::Error("the header is damaged");
   }
-  const uint32_t caps2 = Word(data, kCaps2);
-  if ((caps2 & kIsVolume) != 0 && !IsFlat(data)) {
+  const uint32_t caps2 = Field(file, kCaps2);
+  if ((caps2 & kIsVolume) != 0 && !IsFlat(file)) {
     return Status::Error("only two-dimensional textures are supported");
   }
-  if (Status status = ParseSize(data, header); !status.ok()) return status;
+  if (Status status = ParseSize(file, header); !status.ok()) return status;
   if ((caps2 & kIsCube) != 0) {
     header->pictures = std::max(__builtin_popcount(caps2 & kFaces), 1);
   }
-  if (Status status = ParseFormat(data, size, header); !status.ok()) return status;
-  header->is_ycocg = header->format == BlockFormat::kBc3 && Word(data, kReserved) == kMark[0] &&
-                     Word(data, kReserved + 4) == kMark[1];
+  if (Status status = ParseFormat(file, header); !status.ok()) return status;
+  header->is_ycocg = header->format == BlockFormat::kBc3 && Field(file, kReserved) == kMark[0] &&
+                     Field(file, kReserved + 4) == kMark[1];
   return CheckFileSize(*header, size);
 }
 
 Status AppendHeader(const Header& header, HeaderStyle style, ByteBuffer* file) {
   std::array<uint8_t, kDx10HeaderEnd> bytes{};
   const auto set = [&](size_t offset, uint32_t value) {
-    for (size_t i = 0; i < 4; ++i) bytes[offset + i] = static_cast<uint8_t>(value >> (8 * i));
+    StoreNumber(ByteOrder::kLittle, value, 4, bytes.data() + offset);
   };
   const bool has_mipmaps = header.levels > 1;
   Header first = header;
@@ -211,7 +212,7 @@ Status AppendHeader(const Header& header, HeaderStyle style, ByteBuffer* file) {
   set(kFlags, kHasCapsAndSizeAndFormat | kHasLinearSize | (has_mipmaps ? kHasLevelCount : 0));
   set(kHeight, static_cast<uint32_t>(header.height));
   set(kWidth, static_cast<uint32_t>(header.width));
-  // What does not fit is no use to readers, which compute it.
+  // Saturated: readers compute the size themselves.
   set(kLinearSize, static_cast<uint32_t>(std::min<uint64_t>(LevelsOf(first)[0].size, UINT32_MAX)));
   set(kLevelCount, static_cast<uint32_t>(header.levels));
   if (header.is_ycocg) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The header of a DDS file: what its blocks are, and where those of each level lie.
+// The header of a DDS file: the format of its blocks, and where those of each level lie.
 #ifndef ZEPJP_CODECS_DDS_HEADER_H_
 #define ZEPJP_CODECS_DDS_HEADER_H_
 
@@ -24,14 +24,14 @@ constexpr size_t BlockSize(BlockFormat format) {
 }
 
 // How a header names its format: by four characters (DXT1, DXT3, DXT5, ATI1, ATI2), which every
-// program knows; by the later names of the two last (BC4U, BC5U); by a number in an extended header. BC6H
-// and BC7 have numbers only.
+// program knows; by the later names of the two last (BC4U, BC5U); by a number in an extended
+// header. BC6H and BC7 have numbers only.
 enum class HeaderStyle { kFourCc, kUnsignedFourCc, kDx10 };
 
 struct Header {
   BlockFormat format = BlockFormat::kBc1;
-  // Of BC3: Y in the alpha part, Co and Cg as red and green. Marked in a reserved field, which other
-  // programs ignore.
+  // Of BC3: Y in the alpha part, Co and Cg as red and green. Marked in a reserved field, which
+  // other programs ignore.
   bool is_ycocg = false;
   int width = 0;
   int height = 0;
@@ -49,12 +49,12 @@ struct Level {
 
 constexpr int kMostPixelsOnASide = 1 << 28;  // rows of pixels then have less than 2^31 bytes
 
-// How many levels there are down to a single pixel.
+// The number of levels down to a single pixel.
 int FullLevelCount(int width, int height);
 // The levels of the first picture.
 std::vector<Level> LevelsOf(const Header& header);
 
-// Refuses what is no block texture, and a file that holds less than its header announces.
+// Refuses files without block textures, and files that hold less than their header announces.
 Status ParseHeader(const uint8_t* data, size_t size, Header* header);
 
 // For one picture; `data_offset` is not used.

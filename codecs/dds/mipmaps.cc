@@ -7,9 +7,9 @@
 namespace zepcodec::dds {
 namespace {
 
-// The pixels that one of half the size covers along a side of n pixels. In units of 1 / (n / 2) of a pixel
-// the weights are whole numbers: of an odd side 2m + 1, pixel i takes m - i parts of pixel 2i, m of
-// 2i + 1 and i + 1 of 2i + 2.
+// The pixels that one of half the size covers along a side of n pixels. In units of 1 / (n / 2) of
+// a pixel the weights are whole numbers: of an odd side 2m + 1, pixel i takes m - i parts of pixel
+// 2i, m of 2i + 1 and i + 1 of 2i + 2.
 struct Taps {
   Taps(int side, int i) : first(2 * i) {
     const int half = side / 2;

@@ -8,8 +8,8 @@
 
 namespace zepcodec::dds {
 
-// Three bytes a pixel each: Y = (R + 2 G + B) / 4, Co = (R - B) / 2 + 128, Cg = (2 G - R - B) / 4 + 128,
-// rounded to nearest; what would be 256 becomes 255.
+// Three bytes a pixel each: Y = (R + 2 G + B) / 4, Co = (R - B) / 2 + 128, Cg = (2 G - R - B) / 4 +
+// 128, rounded to nearest; what would be 256 becomes 255.
 void RgbToYCoCg(const uint8_t* rgb, size_t pixels, uint8_t* ycocg);
 
 // From pixels as DXT5 decodes to them (Co, Cg, 0, Y): R = Y + Co - Cg, G = Y + Cg, B = Y - Co - Cg.

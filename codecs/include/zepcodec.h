@@ -191,8 +191,8 @@ typedef struct zepcMetadata {
   const void* xmp;  /**< An XMP packet. */
   size_t xmp_size;  /**< In bytes. */
   /**
-   * The EXIF orientation: 1 upright, 2 to 8 mirrored or turned, 0 unknown. Encoders take it from
-   * `exif`.
+   * The EXIF orientation: 1 upright, 2 to 8 mirrored or turned, 0 unknown. Encoders use it
+   * where `exif` has none.
    */
   int32_t orientation;
   zepcResolutionUnit resolution_unit; /**< The unit of the next two members. */

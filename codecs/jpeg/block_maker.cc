@@ -36,7 +36,7 @@ class DeepRow {
   alignas(64) uint16_t words_[8][8 * kMostBlocks];
 };
 
-// Where the blocks of a row go, through the MCUs.
+// Goes through the blocks of a row in the order of the MCUs.
 struct RowOfBlocks {
   const BlockPlaces& places;
   int across;  // blocks in an MCU
@@ -74,9 +74,9 @@ void CopyDc(const BlockPlaces& places, int mcu, int x, int y, int across) {
 
 }  // namespace
 
-// The fast transform rounds to integers before it quantizes. Up to this quality photographs lose nothing by it: what
-// the rounding adds to the error is made up for by smaller files, since halves of an even step, which are then
-// frequent, become 0 (docs/jpeg-codec.md).
+// The fast transform rounds to integers before it quantizes. Up to this quality photographs lose
+// nothing: the larger error is balanced by smaller files, since halves of an even step, which are
+// frequent among integers, become 0 (docs/jpeg-codec.md).
 constexpr int kBestFastQuality = 40;
 
 bool IsPrecise(const EncodeOptions& options) {

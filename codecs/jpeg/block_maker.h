@@ -30,11 +30,13 @@ bool IsPrecise(const EncodeOptions& options);
 
 class BlockMaker {
  public:
-  // `steps` of each component, prepared for the forward transform. What is referred to must outlive the object.
+  // `steps` of each component, prepared for the forward transform. All references must outlive the
+  // object.
   BlockMaker(const Geometry& geometry, std::vector<const uint16_t*> steps, bool is_precise);
 
-  // A component's blocks of `mcus` MCUs from `first_mcu` on, in the row of MCUs that `strip` holds. A block that lies
-  // wholly beyond the component costs least as a copy of the one before it without AC coefficients.
+  // Makes a component's blocks of `mcus` MCUs from `first_mcu` on, in the row of MCUs that `strip`
+  // holds. A block completely beyond the component becomes the previous one without its AC
+  // coefficients, which takes the fewest bits.
   void Make(const StripMaker& strip, int mcu_row, size_t component, int first_mcu, int mcus,
             const BlockPlaces& places) const;
 

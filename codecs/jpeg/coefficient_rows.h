@@ -13,7 +13,7 @@ namespace zepcodec::jpeg {
 
 class CoefficientRows {
  public:
-  // What is referred to must outlive the object.
+  // All references must outlive the object.
   CoefficientRows(const Coefficients& coefficients, const Geometry& geometry,
                   std::vector<Plane>* planes, StageTimes* times)
       : coefficients_(coefficients), geometry_(geometry), planes_(*planes), times_(times) {}

@@ -112,7 +112,7 @@ class BlockScan {
   ScanSource& source_;
   Coefficients& coefficients_;
   std::vector<Part> parts_;
-  // Of blocks that are lost, the first scan of DC of a component shows the last value at least.
+  // In a first DC scan, lost blocks get the last DC value.
   bool shows_lost_;
 };
 
@@ -150,7 +150,7 @@ class BandScan {
   }
 
  private:
-  // Blocks left in a run of ended bands.
+  // Blocks left in an end-of-band run.
   uint32_t EndedBands() const { return source_.reader().state()->eobRun; }
 
   // Passes over blocks in such a run, at most `most`; returns how many.
@@ -182,8 +182,8 @@ class BandScan {
     }
   }
 
-  // How many blocks from here on a run of ended bands changes nothing in: all of a first scan, and those without
-  // coefficients of a refinement.
+  // How many of the next blocks an end-of-band run leaves unchanged: all of them in a first scan,
+  // those without coefficients in a refinement.
   int Untouched(const uint8_t* touched, int count) const {
     if (scan_.high == 0) return count;
     const void* found = std::memchr(touched, 1, static_cast<size_t>(count));

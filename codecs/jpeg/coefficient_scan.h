@@ -11,12 +11,12 @@
 
 namespace zepcodec::jpeg {
 
-// The scan's data begins at data[begin]; its tables are there, and `walk` is its own. Returns where it ends. What is
-// damaged is reported and stays as the scans before left it.
+// The scan's data begins at data[begin]; its tables were read, and `walk` belongs to it. Returns
+// the offset of its end. Damage is reported; damaged blocks keep the values of earlier scans.
 //
-// The time is that of the coded bytes, not of the blocks that the scan passes: runs of ended bands and what lies
-// beyond the data are skipped. Only a refinement must look at blocks in such a run where coefficients may be; these
-// count as Coefficients::idle_visits.
+// The time depends on the coded bytes, not on the number of blocks: end-of-band runs and blocks
+// after the end of the data are skipped. Only a refinement scan must visit the blocks of such a run
+// that may have coefficients; these visits count as Coefficients::idle_visits.
 size_t DecodeScan(const uint8_t* data, size_t size, size_t begin, const Scan& scan,
                   const ScanWalk& walk, const Tables& tables, int restart_interval,
                   Coefficients* coefficients, Messages* messages);

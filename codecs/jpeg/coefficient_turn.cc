@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The cosine of horizontal frequency u is symmetric in x for even u and antisymmetric for odd u, so
-// a block is mirrored by the sign of its odd columns; so are rows. Transposing a block transposes its
-// coefficients, and with them the steps and the sampling factors.
+// a block is mirrored by the sign of its odd columns; so are rows. Transposing a block transposes
+// its coefficients, and with them the steps and the sampling factors.
 #include "codecs/jpeg/coefficient_turn.h"
 
 #include <algorithm>

@@ -8,9 +8,9 @@
 
 namespace zepcodec::jpeg {
 
-// The coefficients of the turned picture. Samples beyond the right and bottom edge, which fill up the
-// last MCUs, cannot come to lie at the left or top: a side that is mirrored loses what is more than
-// whole MCUs. With `is_exact` that is refused instead.
+// The coefficients of the turned picture. The samples that fill up the last MCUs at the right and
+// bottom must not end up at the left or top, so a mirrored side is cut to whole MCUs. With
+// `is_exact` such a cut is an error.
 Status TurnCoefficients(const Turn& turn, bool is_exact, Coefficients* coefficients);
 
 }  // namespace zepcodec::jpeg

@@ -5,14 +5,14 @@
 #include <string>
 #include <vector>
 
-#include "codecs/jpeg/markers.h"
-#include "codecs/jpeg/segment_writer.h"
+#include "codecs/jpeg/markers/markers.h"
+#include "codecs/jpeg/markers/segment_writer.h"
 #include "zepjp.h"
 
 namespace zepcodec::jpeg {
 namespace {
 
-// Luminance, and what is no colour, has the tables 0, colours 1.
+// Luminance, grey and black use tables 0, chroma uses tables 1.
 int TableOf(int component) { return component == 1 || component == 2 ? 1 : 0; }
 constexpr int kTableCountOfScan = 2;
 
@@ -82,7 +82,7 @@ class ScanWriter {
   Codes codes_[kTableCountOfScan];
   std::vector<int16_t> last_dc_;
   zepiEncodeHuffmanState state_;
-  int32_t at_ = 0;  // behind the end of the file
+  int32_t at_ = 0;  // position after the end of the file
   int restarts_ = 0;
   zepStatus status_ = zepStatusOk;
   bool has_memory_ = true;
@@ -106,7 +106,7 @@ void ScanWriter::Walk(const OnRestart& on_restart, const OnBlock& on_block) {
   }
 }
 
-// A state keeps the run of ended bands.
+// The state holds the end-of-band run.
 void ScanWriter::CountBlock(size_t part, const int16_t* block, int flush) {
   Codes& codes = CodesOf(part);
   zepStatus status = zepStatusOk;
@@ -190,9 +190,10 @@ void ScanWriter::EncodeBlock(size_t part, const int16_t* block, int flush) {
   status_ = std::min(status_, status);
 }
 
-// For a block, or a flush; its bytes belong to the file before the memory moves.
+// Makes room for a block or a flush, after taking over the bytes that were written.
 bool ScanWriter::MakeRoom() {
-  constexpr size_t kMostBytesOfBlock = 2048;  // codes, values and corrections, all stuffed
+  constexpr size_t kMostBytesOfBlock =
+      2048;  // codes, extra bits and correction bits, every byte stuffed
   if (file_->capacity() - file_->size() - static_cast<size_t>(at_) >= kMostBytesOfBlock)
     return true;
   has_memory_ = has_memory_ && file_->Resize(file_->size() + static_cast<size_t>(at_)) &&

@@ -8,8 +8,9 @@
 
 namespace zepcodec::jpeg {
 
-// Appends to a file whose frame header is written: tables and data of each scan of a script that was checked. The
-// tables are the best for each scan; those of a sequential file are the standard's unless `optimizes`.
+// Appends to a file whose frame header is written: tables and data of each scan of a script that
+// was checked. The tables are the best for each scan; those of a sequential file are the standard's
+// unless `optimizes`.
 Status WriteScans(const Coefficients& coefficients, const Script& script, bool optimizes,
                   int restart_interval, ByteBuffer* file);
 

@@ -8,15 +8,15 @@
 #include <cstring>
 #include <vector>
 
-#include "codecs/jpeg/frame.h"
 #include "codecs/jpeg/geometry.h"
+#include "codecs/jpeg/markers/frame.h"
 #include "codecs/support/byte_buffer.h"
 #include "codecs/support/picture.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpeg {
 
-// The blocks of a component, those included that only fill up MCUs, in natural order.
+// The blocks of a component, with those that only fill up MCUs, in natural order.
 class CoefficientPlane {
  public:
   // All zeros. False: no memory.
@@ -36,7 +36,8 @@ class CoefficientPlane {
   const int16_t* Block(int x, int y) const {
     return reinterpret_cast<const int16_t*>(bytes_.data() + Offset(x, y));
   }
-  // A byte for each block, block after block: whether a progressive scan may have made AC coefficients there.
+  // A byte for each block, block after block: whether a progressive scan may have made AC
+  // coefficients there.
   uint8_t* Touched(int x, int y) { return touched_.data() + Offset(x, y) / kBlockBytes; }
   int across() const { return across_; }
   int down() const { return down_; }
@@ -80,8 +81,8 @@ struct Coefficients {
   int64_t idle_visits = 0;   // see kMostIdleVisits
 };
 
-// The walk of a scan over the blocks of its components: interleaved in MCUs, or those alone that hold samples where
-// it has a single component.
+// How a scan goes through the blocks of its components: interleaved in MCUs, or, with a single
+// component, only the blocks that hold samples.
 struct ScanWalk {
   ScanWalk(const Geometry& geometry, const Scan& scan) {
     const bool is_alone = scan.components.size() == 1;

@@ -11,15 +11,15 @@
 #include "codecs/jpeg/coefficient_scan.h"
 #include "codecs/jpeg/deep_planes.h"
 #include "codecs/jpeg/geometry.h"
-#include "codecs/jpeg/marker_reader.h"
+#include "codecs/jpeg/markers/marker_reader.h"
 #include "codecs/jpeg/plane.h"
 #include "codecs/jpeg/scan_decoder.h"
 
 namespace zepcodec::jpeg {
 namespace {
 
-// The rules of libjpeg: a JFIF header means YCbCr even if an Adobe header says otherwise; an Adobe header with an
-// unknown transform counts as one with the usual transform.
+// The rules of libjpeg: a JFIF header means YCbCr even if an Adobe header says otherwise; an Adobe
+// header with an unknown transform counts as one with the usual transform.
 ColorModel FindColorModel(const MarkerReader& reader) {
   const std::vector<FrameComponent>& components = reader.frame().components;
   const int transform = reader.adobe_transform();
@@ -45,12 +45,14 @@ Status MissingTables() {
   return Status::Error("a scan without its quantization or Huffman tables");
 }
 
-// One file on its way to a picture or to planes.
-// What is no fault of the file.
+Status LossyOnly() { return Status::Error("a lossless JPEG file has no coefficients"); }
+
+// Failures that are no fault of the file.
 bool EndsAll(const Status& status) {
   return status.kind() == Status::Kind::kCancelled || status.kind() == Status::Kind::kNoMemory;
 }
 
+// One file on its way to a picture or to planes.
 class FileDecoder {
  public:
   FileDecoder(const uint8_t* data, size_t size, const DecodeOptions& options, FileInfo* info)
@@ -87,12 +89,6 @@ class FileDecoder {
   Status WriteRows(Rows* rows, Picture* image);
   Status DecodeScanToPlanes();
   bool NextScan();
-  // The error with its place.
-  Status AtMarker(const Status& status) const {
-    if (status.kind() != Status::Kind::kError) return status;
-    const std::string offset = std::to_string(reader_.marker_offset());
-    return Status::Error("byte " + offset + ": " + status.text());
-  }
   void ReportMissing();
   void FillInfo();
 
@@ -111,8 +107,9 @@ Status FileDecoder::ReadHeaders() {
     Status status = reader_.Next(&event);
     if (event == Event::kEnd) status = Status::Error("the file has no picture in it");
     FillInfo();
-    if (!status.ok()) return AtMarker(status);
+    if (!status.ok()) return reader_.AtMarker(status);
     if (event == Event::kFrame) {
+      if (info_->frame.is_lossless) return reader_.AtMarker(LossyOnly());
       if (Status bad = CheckSize(); !bad.ok()) return bad;
     }
   }
@@ -150,7 +147,7 @@ bool FileDecoder::ScanHasAllComponents() const {
   return reader_.scan().components.size() == reader_.frame().components.size();
 }
 
-// Those that the scan at hand uses.
+// Whether all tables that the current scan uses were read.
 bool FileDecoder::HasTables(const ScanComponent& part) const {
   const Tables& tables = reader_.tables();
   const Scan& scan = reader_.scan();
@@ -221,10 +218,10 @@ bool FileDecoder::AllocatePlanes() {
   return true;
 }
 
-// The way of almost every file: rows of MCUs become rows of the picture at once.
+// Almost every file: each row of MCUs becomes rows of the picture at once.
 Status FileDecoder::DecodeRowByRow(Picture* image) {
   ScanLayout layout;
-  if (Status status = MakeLayout(&layout); !status.ok()) return AtMarker(status);
+  if (Status status = MakeLayout(&layout); !status.ok()) return reader_.AtMarker(status);
   ScanDecoder scan(data_, size_, reader_.position(), layout, &info_->messages, options_.times);
   if (Status status = WriteRows(&scan, image); !status.ok()) return status;
   reader_.Seek(scan.end());
@@ -234,7 +231,8 @@ Status FileDecoder::DecodeRowByRow(Picture* image) {
   return Status();
 }
 
-// The last row of samples of each row of MCUs waits, because up-sampling looks at the one below.
+// The last row of samples of each row of MCUs is written with the next one: up-sampling needs the
+// row below.
 template <class Rows>
 Status FileDecoder::WriteRows(Rows* rows, Picture* image) {
   PictureWriter writer(info_->model, image);
@@ -279,7 +277,7 @@ Status FileDecoder::DecodeAllScans(Coefficients* coefficients, const OnScan& on_
   do {
     const Status status = DecodeScanToCoefficients(coefficients);
     if (EndsAll(status)) return status;
-    if (!status.ok() && number == 0) return AtMarker(status);
+    if (!status.ok() && number == 0) return reader_.AtMarker(status);
     if (!status.ok()) {
       info_->messages.AddAt(reader_.marker_offset(), status.text());
       break;
@@ -332,7 +330,7 @@ Status FileDecoder::DecodePlanes() {
     const Status status = DecodeScanToPlanes();
     const bool first = std::none_of(decoded_.begin(), decoded_.end(), [](bool b) { return b; });
     if (EndsAll(status)) return status;
-    if (!status.ok() && first) return AtMarker(status);
+    if (!status.ok() && first) return reader_.AtMarker(status);
     if (!status.ok()) {
       info_->messages.AddAt(reader_.marker_offset(), status.text());
       break;
@@ -358,8 +356,8 @@ Status FileDecoder::DecodeScanToPlanes() {
   return Status();
 }
 
-// Goes on to the next scan that brings something new. What is wrong behind the first scan costs no
-// more than what was to come.
+// Goes on to the next scan with new data. An error after the first scan only ends the picture
+// early.
 bool FileDecoder::NextScan() {
   Event event = Event::kEnd;
   const Status status = reader_.Next(&event);

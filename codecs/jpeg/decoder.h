@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
-// A decoder for baseline and progressive JPEG files (ITU-T T.81), put together from the stages in zepjp.h.
+// A decoder for baseline and progressive JPEG files (ITU-T T.81), put together from the stages in
+// zepjp.h.
 //
-// It reads grey, YCbCr, RGB, CMYK and YCCK pictures of 8 and 12 bits, with any sampling factors, restart intervals and any number of scans. Of a damaged file it saves what can be saved: each restart
-// interval stands alone, and what is lost becomes a flat area.
+// It reads grey, YCbCr, RGB, CMYK and YCCK pictures of 8 and 12 bits with any sampling factors,
+// restart intervals and number of scans. Damaged files are decoded as far as possible: each restart
+// interval is decoded independently, and lost parts become flat areas.
 #ifndef ZEPJP_CODECS_JPEG_DECODER_H_
 #define ZEPJP_CODECS_JPEG_DECODER_H_
 
@@ -12,7 +14,7 @@
 #include <vector>
 
 #include "codecs/jpeg/coefficients.h"
-#include "codecs/jpeg/frame.h"
+#include "codecs/jpeg/markers/frame.h"
 #include "codecs/jpeg/metadata.h"
 #include "codecs/jpeg/picture_writer.h"
 #include "codecs/jpeg/stage_clock.h"
@@ -33,13 +35,14 @@ struct DecodeOptions {
   int64_t max_pixels = int64_t{1} << 28;
   // If not null, the time of the stages is added here.
   StageTimes* times = nullptr;
-  // Of progressive files: called after each scan, 1, 2, ..., with the picture so far. An error ends decoding.
+  // Of progressive files: called after each scan, 1, 2, ..., with the picture so far. An error ends
+  // decoding.
   std::function<Status(const Picture& image, int number, const Scan& scan)> on_scan;
-  // Null: nobody watches.
+  // Reports progress and can cancel; null: neither.
   Progress* progress = nullptr;
 };
 
-// What a file says about itself, and what is wrong with it.
+// The headers of a file, and messages about damage.
 struct FileInfo {
   Frame frame;
   ColorModel model = ColorModel::kGrey;
@@ -60,24 +63,26 @@ struct ComponentSamples {
 
 // Memory is taken only if the file can hold the picture that its header announces. A block takes at
 // least two bits (the shortest codes of a DC difference and of an end of block), so a file is
-// refused if its picture has more than four blocks for each byte behind the frame header; in progressive files
-// the first scan of DC takes one bit at least: eight blocks. Up to 65536 blocks (4 MiB of samples) are always
-// accepted, so that small truncated files still show their first rows.
+// refused if its picture has more than four blocks for each byte after the frame header; in
+// progressive files the first scan of DC takes one bit at least: eight blocks. Up to 65536 blocks
+// (4 MiB of samples) are always accepted, so that small truncated files still show their first
+// rows.
 constexpr int64_t kBlocksInAByte = 4;
 constexpr int64_t kProgressiveBlocksInAByte = 8;
 constexpr int64_t kAlwaysAcceptedBlocks = 65536;
 
-// A progressive file may go through all blocks of a picture again and again in scans of a few bytes. Blocks that take
-// no bits are skipped where that is safe; a refinement has to look at those that have coefficients. Decoding ends with
-// a message where it did so more often than kMostIdleVisits times for each block of the picture, or
-// kAlwaysAcceptedVisits times, whichever is more. Pictures shown to DecodeOptions::on_scan count too, a visit for each
-// block. So time is bounded by bytes of the file and blocks of the picture.
+// A progressive file may go through all blocks of a picture again and again in scans of a few
+// bytes. Blocks that take no bits are skipped where that is safe; a refinement has to look at those
+// that have coefficients. Decoding ends with a message after kMostIdleVisits such visits for each
+// block of the picture, or after kAlwaysAcceptedVisits in all, whichever is more. Pictures shown to
+// DecodeOptions::on_scan count too, a visit for each block. So time is bounded by bytes of the file
+// and blocks of the picture.
 constexpr int64_t kMostIdleVisits = 256;
 constexpr int64_t kAlwaysAcceptedVisits = int64_t{1} << 20;
 
-// Decodes a picture of 8 or 12 bits, grey, RGB or CMYK (also from YCCK). The picture's memory is used
-// again if it is large enough. An error means that there is no picture; a picture with damaged parts
-// comes with messages.
+// Decodes a picture of 8 or 12 bits, grey, RGB or CMYK (also from YCCK). The picture's memory is
+// used again if it is large enough. An error means that there is no picture; a picture with damaged
+// parts comes with messages.
 Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Picture* picture,
               FileInfo* info);
 
@@ -92,8 +97,8 @@ Status DecodeCoefficients(const uint8_t* data, size_t size, const DecodeOptions&
 // Reads the headers up to the first scan.
 Status ReadFileInfo(const uint8_t* data, size_t size, FileInfo* info);
 
-// An upper bound of the memory that Decode() takes for the file that `info` was read from, in bytes:
-// with the picture, without the file.
+// An upper bound of the memory that Decode() takes for the file that `info` was read from, in
+// bytes: with the picture, without the file.
 int64_t MemoryNeed(const FileInfo& info, const DecodeOptions& options);
 
 }  // namespace zepcodec::jpeg

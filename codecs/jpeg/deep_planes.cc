@@ -30,7 +30,8 @@ void ToRgb(const int (&ycc)[4], int (&rgb)[4]) {
   rgb[2] = ToSample(ycc[0] + 1.772 * cb);
 }
 
-// Inks are inverted in files. Those of YCCK are 4095 - R, 4095 - G, 4095 - B and a fourth one, and so inverted twice.
+// Inks are inverted in files. Those of YCCK are 4095 - R, 4095 - G, 4095 - B and a fourth one, and
+// so inverted twice.
 void ToPixel(ColorModel model, const int (&samples)[4], int (&pixel)[4]) {
   const bool has_ycc = model == ColorModel::kYCbCr || model == ColorModel::kYcck;
   std::copy_n(samples, 4, pixel);

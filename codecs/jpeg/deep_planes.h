@@ -40,15 +40,16 @@ class DeepPlane {
   int width_ = 0;
 };
 
-// A grey or RGB picture as components of full resolution, luminance and colours; what lies beyond it repeats its last
-// column and row.
+// A grey or RGB picture as components of full resolution, luminance first. Blocks beyond the
+// picture repeat its last column and row.
 Status ToDeepPlanes(const Picture& picture, const Geometry& geometry,
                     std::vector<DeepPlane>* planes);
 
 // Dequantization and inverse transform of all blocks.
 Status ToDeepPlanes(const Coefficients& coefficients, std::vector<DeepPlane>* planes);
 
-// Grey, RGB, or amounts of ink (4095 for full); components of less than the full resolution are repeated.
+// Grey, RGB, or amounts of ink (4095 for full); components of less than the full resolution are
+// repeated.
 Status ToPicture(const std::vector<DeepPlane>& planes, const Frame& frame, ColorModel model,
                  Picture* picture);
 

@@ -10,10 +10,10 @@
 #include "codecs/jpeg/coefficient_writer.h"
 #include "codecs/jpeg/deep_planes.h"
 #include "codecs/jpeg/geometry.h"
-#include "codecs/jpeg/markers.h"
+#include "codecs/jpeg/markers/markers.h"
+#include "codecs/jpeg/markers/segment_writer.h"
+#include "codecs/jpeg/markers/standard_tables.h"
 #include "codecs/jpeg/scan_encoder.h"
-#include "codecs/jpeg/segment_writer.h"
-#include "codecs/jpeg/standard_tables.h"
 #include "codecs/jpeg/strip_maker.h"
 #include "zepjp.h"
 
@@ -84,7 +84,7 @@ void MakeTables(int quality, RawTables* raw, CoderTables* tables) {
   }
 }
 
-// Up to the frame header, and the restart interval.
+// Writes everything up to the frame header, and the restart interval.
 bool WriteHeaders(const Frame& frame, const EncodeOptions& options, const RawTables& raw,
                   ByteBuffer* file) {
   const int table_count = frame.components.size() > 1 ? 2 : 1;
@@ -117,7 +117,7 @@ bool WriteStandardScanHeader(const Frame& frame, ByteBuffer* file) {
   return writer.ok();
 }
 
-// What is made of the picture, row of MCUs by row.
+// Makes something of the picture, one row of MCUs at a time.
 struct Work {
   const Frame& frame;
   const Geometry& geometry;

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
-// An encoder for baseline and progressive JPEG files (ITU-T T.81), put together from the stages in zepjp.h.
+// An encoder for baseline and progressive JPEG files (ITU-T T.81), put together from the stages in
+// zepjp.h.
 //
 // Grey pictures become one component, RGB becomes YCbCr with a JFIF header, CMYK becomes YCCK with
-// an Adobe header and inverted inks. The Huffman tables are the standard's, or the best for the picture.
+// an Adobe header and inverted inks. The Huffman tables are the standard's, or the best for the
+// picture.
 #ifndef ZEPJP_CODECS_JPEG_ENCODER_H_
 #define ZEPJP_CODECS_JPEG_ENCODER_H_
 
@@ -19,9 +21,10 @@ namespace zepcodec::jpeg {
 // The resolution of the colour components: full, half the width, half the width and height.
 enum class Sampling { k444, k422, k420 };
 
-// The forward transform for samples of 8 bits. The fast one rounds to integers before it quantizes, which costs
-// photographs some 0.25 dB at quality 90; the precise one, that of 12 bits in single precision, rounds once.
-// Automatic: the fast one where it costs nothing at the same size of the file, up to quality 40.
+// The forward transform for 8-bit samples. The fast one rounds to integers before it quantizes,
+// which costs photographs about 0.25 dB at quality 90. The precise one, the transform of 12-bit
+// samples, rounds once. Automatic: the fast one up to quality 40, where it costs nothing at equal
+// file size.
 enum class ForwardDct { kAutomatic, kFast, kPrecise };
 
 struct EncodeOptions {
@@ -32,12 +35,12 @@ struct EncodeOptions {
   // These keep all coefficients until the end.
   bool progressive = false;  // with the default script
   Script script;             // instead, if not empty
-  bool optimizes = false;    // the Huffman tables; always where it is progressive
+  bool optimizes = false;    // the Huffman tables; progressive files always do
   // Resolution, and segments that are written as they are.
   SavedSegments metadata;
   // If not null, the time of the stages is added here.
   StageTimes* times = nullptr;
-  // Null: nobody watches.
+  // Reports progress and can cancel; null: neither.
   Progress* progress = nullptr;
 };
 

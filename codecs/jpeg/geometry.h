@@ -6,14 +6,14 @@
 #include <cstdint>
 #include <vector>
 
-#include "codecs/jpeg/frame.h"
+#include "codecs/jpeg/markers/frame.h"
 
 namespace zepcodec::jpeg {
 
 struct ComponentGeometry {
   int h;  // sampling factors
   int v;
-  int block_size;  // samples on a side of what a block becomes: 8, 4, 2 or 1
+  int block_size;  // of the decoded block, in samples: 8, 4, 2 or 1
   int width;       // samples that belong to the picture
   int height;
   int blocks_per_row;  // blocks that hold such samples; a scan of this component alone has no more
@@ -21,8 +21,8 @@ struct ComponentGeometry {
 };
 
 // A preview at 1/2, 1/4 or 1/8 makes 4x4, 2x2 or 1x1 samples from each block. A component that is
-// coded at less than the full resolution gets blocks twice as large for as long as the picture's
-// resolution is not exceeded, so that it needs less up-sampling or none.
+// coded at a lower resolution gets larger blocks, up to the picture's resolution, so that it needs
+// less up-sampling or none.
 struct Geometry {
   Geometry(const Frame& frame, int scale);
 

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "codecs/jpeg/markers.h"
+#include "codecs/jpeg/markers/markers.h"
 
 namespace zepcodec::jpeg {
 

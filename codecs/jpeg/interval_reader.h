@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The coded bytes of a scan, restart interval by restart interval, with what the library's decoders keep between calls.
+// The coded bytes of a scan, one restart interval after the other, with the arguments of the
+// library's Huffman decoders.
 #ifndef ZEPJP_CODECS_JPEG_INTERVAL_READER_H_
 #define ZEPJP_CODECS_JPEG_INTERVAL_READER_H_
 
@@ -22,25 +23,25 @@ class IntervalReader {
   IntervalReader(const uint8_t* data, size_t size, Intervals intervals)
       : data_(data), size_(size), intervals_(std::move(intervals)) {}
 
-  // Starts the next interval. Where it is missing, returns how many are missing in a row, and passes over them; 0: the
-  // interval begins. `ended_well`: all of the interval before was decoded, so that the reader stands where the next
-  // restart marker should be. A marker there that lost its FF to one wrong bit is found then.
+  // Starts the next interval. Returns 0, or the number of intervals in a row that are missing,
+  // which it passes over. `ended_well`: the previous interval was decoded completely, so the next
+  // restart marker should follow here. One that lost its FF to a wrong bit is then found.
   size_t Next(bool ended_well);
-  // Whether that was so for the current interval.
+  // Whether the marker before the current interval was damaged in this way.
   bool is_repaired() const { return is_repaired_; }
   // After every few calls of a decoder: the library counts bytes in 32 bits, files may be larger.
   void KeepInRange() {
     if (at_ > length_ / 2) Rebase();
   }
-  // At the end of an interval: the bytes that no call asked for, as far as they are too many to be what fills the last
-  // byte. They are a sign of damage that made no bad code.
+  // The bytes that are left at the end of an interval, besides the padding of the last byte. They
+  // are a sign of damage that gave no invalid code.
   size_t LeftOver() const;
-  // Of the next byte in the file.
+  // The offset of the next byte in the file.
   size_t offset() const { return base_ + static_cast<size_t>(at_); }
   // Where the scan's data ends in the file.
   size_t end() const { return intervals_.end; }
 
-  // What the decoders take.
+  // The arguments of the Huffman decoders.
   const uint8_t* bytes() const { return data_ + base_; }
   int32_t length() const { return length_; }
   int32_t* at() { return &at_; }
@@ -50,7 +51,7 @@ class IntervalReader {
  private:
   void Start(size_t offset);
   void Rebase();
-  // The index of the next interval that was found, or the number of all.
+  // The index of the next interval that was found, or the number of intervals.
   size_t NextFound() const;
   size_t OffsetBehindUsedBits() const;
   bool IsDamagedMarker(size_t offset) const;

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
-// Restart markers are numbered modulo 8, so they say where an interval belongs as long as fewer than eight in a row
-// are lost. A wrong bit in a number must not be taken for lost intervals: that would move all that follows.
+// Restart markers are numbered modulo 8, so they say where an interval belongs as long as fewer
+// than eight in a row are lost. A wrong bit in a number must not be taken for lost intervals:
+// everything after it would move.
 //
-// Markers are matched with intervals as two strings are matched by edit distance, over a window of a few markers
-// from the first one that does not fit:
+// Markers are matched with intervals as two strings are matched by edit distance, over a window of
+// a few markers from the first one that does not fit:
 //
 //   the expected marker      0        a marker with one wrong bit, in its place   1
 //   a restart marker too many 2       a marker with more wrong bits, in its place 3
@@ -18,14 +19,13 @@
 #include <string>
 #include <utility>
 
-#include "codecs/jpeg/marker_scan.h"
-#include "codecs/jpeg/markers.h"
-#include "codecs/jpeg/segment_cursor.h"
+#include "codecs/jpeg/markers/marker_walk.h"
+#include "codecs/jpeg/markers/markers.h"
 
 namespace zepcodec::jpeg {
 namespace {
 
-// The markers amid and after the data of a scan.
+// The markers within and after the data of a scan.
 struct MarkerList {
   std::vector<size_t> offsets;
   size_t end = 0;           // of the scan
@@ -71,16 +71,16 @@ class MarkerCollector {
 
   // Whether the segment of a marker ends at another marker, or is as long as a scan header must be.
   bool HasSoundSegment(size_t at) const {
-    SegmentCursor cursor{data_ + at + 2, data_ + size_};
-    const auto length = static_cast<size_t>(cursor.Word());
-    if (cursor.failed || length < 2 || length - 2 > cursor.left()) return false;
+    ByteReader rest = ByteReader(data_, size_).At(at + 2);
+    const auto length = static_cast<size_t>(rest.Word());
+    if (rest.failed() || length < 2 || length - 2 > rest.left()) return false;
     if (data_[at + 1] == kSos) {
-      const int components = cursor.Byte();
+      const int components = rest.Byte();
       return components >= 1 && components <= 4 &&
              length == static_cast<size_t>(6 + 2 * components);
     }
-    cursor.next += length - 2;
-    return cursor.Byte() == 0xFF && cursor.Byte() >= kTem;
+    rest.Skip(length - 2);
+    return rest.Byte() == 0xFF && rest.Byte() >= kTem;
   }
 
   const uint8_t* data_;
@@ -149,7 +149,7 @@ class IntervalMatcher {
     }
   }
 
-  // The next marker is not the expected one: takes, skips or goes on to its interval.
+  // The next marker is not the expected one: accepts it, skips it, or goes on to its interval.
   void Repair() {
     const size_t markers = std::min(kWindow, markers_.offsets.size() - next_);
     const size_t intervals = count_ - index_;
@@ -165,8 +165,8 @@ class IntervalMatcher {
     if (miss < std::min(take, skip)) {
       Miss(missing);
     } else if (take <= skip) {
-      messages_->AddAt(Offset(), "marker " + Hex(Marker(next_)) + " instead of " +
-                                     Hex(ExpectedAt(index_)) + ", read as that");
+      messages_->AddAt(Offset(), "marker " + MarkerName(Marker(next_)) + " instead of " +
+                                     MarkerName(ExpectedAt(index_)) + ", read as that");
       Take();
     } else {
       Skip();
@@ -186,8 +186,8 @@ class IntervalMatcher {
     ++next_;
   }
 
-  // True if the scan's remaining intervals, less `missing`, equal its remaining markers or exceed them by a
-  // multiple of eight.
+  // True if the scan's remaining intervals, less `missing`, equal its remaining markers or exceed
+  // them by a multiple of eight.
   bool CountsAgree(size_t missing) const {
     const size_t markers = markers_.offsets.size() - next_;
     const size_t intervals = count_ - index_ - missing;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Finds the restart intervals of a scan, as far as a damaged file still shows them.
+// Finds the restart intervals of a scan, in damaged files too.
 #ifndef ZEPJP_CODECS_JPEG_INTERVALS_H_
 #define ZEPJP_CODECS_JPEG_INTERVALS_H_
 
@@ -16,17 +16,20 @@ struct Intervals {
     size_t index;  // of the interval
     size_t start;  // offset of its first byte
   };
-  // In the order of their indexes; the first one has index 0. Intervals that are not in the list are missing.
+  // In the order of their indexes; the first one has index 0. Intervals that are not in the list
+  // are missing.
   std::vector<Found> found;
   size_t count = 0;  // of all intervals, missing ones included
   size_t end = 0;    // offset of the marker after the scan, or the file's size
 };
 
-// Interval k, k > 0, follows the marker RST((k - 1) mod 8). `count` intervals are expected, at least one.
+// Interval k, k > 0, follows the marker RST((k - 1) mod 8). `count` intervals are expected, at
+// least one.
 //
-// Any marker up to the end of the scan may be a restart marker with a wrong bit, and any restart marker may be
-// damaged data. Where a marker is not the expected one, the next few markers decide which explanation is the
-// cheapest: it is the expected one with wrong bits, it does not belong there, or intervals before it are missing.
+// Any marker up to the end of the scan may be a restart marker with a wrong bit, and any restart
+// marker may be damaged data. Where a marker is not the expected one, the next few markers decide
+// which explanation is the cheapest: it is the expected one with wrong bits, it does not belong
+// there, or intervals before it are missing.
 Intervals FindIntervals(const uint8_t* data, size_t size, size_t begin, size_t count,
                         Messages* messages);
 

@@ -15,7 +15,7 @@ constexpr int64_t kBytesForInterval = 96;  // lists of markers and of intervals,
 constexpr int64_t kBytesForSegment = 64;
 constexpr int64_t kCopiesOfMetadata = 3;
 
-// Blocks of a component, those included that only fill up MCUs.
+// Blocks of a component, with those that only fill up MCUs.
 int64_t PaddedBlocks(const Geometry& geometry, const ComponentGeometry& place) {
   return int64_t{geometry.mcus_per_row} * place.h * geometry.mcu_rows * place.v;
 }
@@ -37,7 +37,7 @@ int64_t MetadataBytes(const SavedSegments& metadata) {
   return kCopiesOfMetadata * bytes;
 }
 
-// Samples on their way to the picture: planes or rows of MCUs, and rows of full resolution.
+// Samples between file and picture: planes or rows of MCUs, and rows of full resolution.
 int64_t PlaneBytes(const Geometry& geometry, bool whole) {
   const int64_t step = geometry.step;
   int64_t bytes = 0;

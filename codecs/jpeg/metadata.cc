@@ -6,7 +6,9 @@
 #include <cstring>
 #include <map>
 
-#include "codecs/jpeg/markers.h"
+#include "codecs/jpeg/markers/markers.h"
+#include "codecs/support/byte_reader.h"
+#include "codecs/support/exif.h"
 
 namespace zepcodec::jpeg {
 namespace {
@@ -99,15 +101,13 @@ zepcodec::Metadata ToMetadata(const SavedSegments& saved, Messages* notes) {
   metadata.icc_profile = FindIccProfile(saved);
   // A profile begins with its length (ICC.1, 7.2.2).
   constexpr size_t kProfileHeader = 128;
-  uint64_t length = 0;
-  for (size_t i = 0; i < 4 && i < metadata.icc_profile.size(); ++i) {
-    length = length << 8 | metadata.icc_profile[i];
-  }
-  const bool is_whole =
-      metadata.icc_profile.size() >= kProfileHeader && length <= metadata.icc_profile.size();
-  if (HasIccProfile(saved) && !is_whole) {
+  const std::vector<uint8_t>& profile = metadata.icc_profile;
+  const uint32_t length = ByteReader(profile.data(), profile.size()).Long();
+  const auto part = std::find_if(saved.segments.begin(), saved.segments.end(), IsIccPart);
+  if (part != saved.segments.end() &&
+      (profile.size() < kProfileHeader || length > profile.size())) {
     metadata.icc_profile.clear();
-    notes->Add("the colour profile is not complete and was dropped");
+    notes->AddAt(part->offset, "the colour profile is not complete and was dropped");
   }
   for (const Segment& segment : saved.segments) {
     if (!IsNamed(segment, kApp1, kXmpName)) continue;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a JPEG file says besides its picture: application and comment segments, resolution.
+// Metadata of a JPEG file: application and comment segments, resolution.
 #ifndef ZEPJP_CODECS_JPEG_METADATA_H_
 #define ZEPJP_CODECS_JPEG_METADATA_H_
 
@@ -16,6 +16,7 @@ namespace zepcodec::jpeg {
 struct Segment {
   int marker;
   std::vector<uint8_t> data;
+  size_t offset = 0;  // of the marker in the file that it was read from
 };
 
 // Of the JFIF header: unit 0 says that x:y is the shape of a pixel, 1 dots an inch, 2 dots a cm.
@@ -32,16 +33,17 @@ struct SavedSegments {
   std::vector<Segment> segments;
 };
 
-// The most bytes that one segment holds.
+// The capacity of a segment in bytes.
 constexpr size_t kMaxSegmentBytes = 65533;
 
-// A profile takes up to 255; a file of nothing but empty segments must not fill the memory.
+// A profile has up to 255. The limit stops files of many empty segments from filling the memory.
 constexpr size_t kMostSegments = 4096;
 
 // The EXIF data, a TIFF structure; empty where there is none.
 std::vector<uint8_t> FindExif(const SavedSegments& metadata);
-// The colour profile, joined from its segments in the order of their numbers, which count from 1 (from 0 in some
-// files); of two with the same number the first counts. Empty where there is none or a part is missing.
+// The colour profile, joined from its segments in the order of their numbers, which count from 1
+// (from 0 in some files); of two with the same number the first counts. Empty where there is none
+// or a part is missing.
 std::vector<uint8_t> FindIccProfile(const SavedSegments& metadata);
 // Whether there is a profile or a part of one.
 bool HasIccProfile(const SavedSegments& metadata);
@@ -52,12 +54,12 @@ bool AddIccProfile(const std::vector<uint8_t>& profile, SavedSegments* metadata)
 
 // The metadata in the form that all formats share. An incomplete profile is left out, with a note.
 zepcodec::Metadata ToMetadata(const SavedSegments& saved, Messages* notes);
-// The segments that hold it, and the resolution. What no segment can hold is left out.
+// The segments for it, and the resolution. Metadata that do not fit into segments are left out.
 SavedSegments ToSegments(const zepcodec::Metadata& metadata);
 
-// Takes out the segments that a change of the picture makes wrong.
+// Removes segments that become wrong when the picture changes.
 void RemoveIccProfile(SavedSegments* metadata);
-// Tells in the EXIF data, if there are any, that the picture is upright.
+// Sets the orientation in the EXIF data, if there are any, to upright.
 void MakeExifUpright(SavedSegments* metadata);
 void RemoveMultiPictureIndex(SavedSegments* metadata);
 

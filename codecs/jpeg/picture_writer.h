@@ -13,8 +13,8 @@
 
 namespace zepcodec::jpeg {
 
-// What the components of a file mean. Inks are inverted in all files, with an Adobe header or without: 0 is full ink,
-// as other decoders have it.
+// The meaning of the components. Inks are inverted in all files, with or without an Adobe header: 0
+// is full ink, as in other decoders.
 enum class ColorModel { kGrey, kYCbCr, kRgb, kYcck, kCmyk };
 
 constexpr PixelLayout LayoutOf(ColorModel model) {
@@ -33,7 +33,7 @@ class PictureWriter {
   // False: no memory.
   [[nodiscard]] bool Init(const Geometry& geometry, const std::vector<Plane>& planes);
 
-  // Writes rows first..last-1; see Upsampler::Rows() for what they may be.
+  // Writes rows first..last-1; Upsampler::Rows() says which are allowed.
   void Write(int first, int last);
 
  private:

@@ -15,7 +15,7 @@ namespace zepcodec::jpeg {
 
 class Plane {
  public:
-  // Room for all rows, and grey in them, in case a component never comes.
+  // Allocates all rows, filled with grey in case the component has no scan.
   [[nodiscard]] bool AllocateAll(const Geometry& geometry, const ComponentGeometry& place) {
     const int rows = geometry.mcu_rows * place.v * place.block_size;
     if (!Allocate(geometry.step, 0, rows)) return false;
@@ -23,7 +23,7 @@ class Plane {
     return true;
   }
 
-  // Room for a row of MCUs, the first one, and for the row above it.
+  // Allocates the first row of MCUs and the row above it.
   [[nodiscard]] bool AllocateWindow(const Geometry& geometry, const ComponentGeometry& place) {
     return Allocate(geometry.step, -1, place.v * place.block_size + 1);
   }

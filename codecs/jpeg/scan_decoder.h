@@ -16,7 +16,7 @@
 
 namespace zepcodec::jpeg {
 
-// What an MCU holds of one component.
+// The part of an MCU that belongs to one component.
 struct ScanPart {
   Plane* plane;
   int block_size;
@@ -40,9 +40,9 @@ class ScanDecoder {
   ScanDecoder(const uint8_t* data, size_t size, size_t begin, const ScanLayout& layout,
               Messages* messages, StageTimes* times);
 
-  // Decodes the next row of MCUs. What is damaged is reported and becomes flat areas.
+  // Decodes the next row of MCUs. Damage is reported; damaged parts become flat areas.
   void DecodeRow();
-  // Where the scan's data ends in the file.
+  // The offset of the end of the scan's data.
   size_t end() { return source_.reader().end(); }
 
  private:

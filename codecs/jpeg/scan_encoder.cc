@@ -5,7 +5,7 @@
 #include <cstring>
 #include <string>
 
-#include "codecs/jpeg/markers.h"
+#include "codecs/jpeg/markers/markers.h"
 
 namespace zepcodec::jpeg {
 namespace {

@@ -26,13 +26,13 @@ struct CoderTables {
 
 class ScanEncoder {
  public:
-  // One entry of `tables` for each component. What is referred to must outlive the encoder.
+  // One entry of `tables` for each component. All references must outlive the encoder.
   ScanEncoder(const Geometry& geometry, const std::vector<const CoderTables*>& tables,
               const EncodeOptions& options, ByteBuffer* file);
 
   // Codes a row of MCUs, the next one, from its samples.
   Status EncodeRow(const StripMaker& strip);
-  // Writes what is left of the last byte.
+  // Writes the last byte if it is incomplete.
   Status Finish();
 
  private:

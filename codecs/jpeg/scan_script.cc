@@ -72,7 +72,7 @@ bool ParseScan(const std::string& text, Scan* scan) {
   return true;
 }
 
-// What is coded of each coefficient: its lowest bit so far.
+// The lowest bit of each coefficient that is coded so far.
 class Coverage {
  public:
   explicit Coverage(size_t components) : low_(components, std::vector<int>(64, kNothing)) {}

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The coded bytes of a scan of blocks: counts its MCUs, and tells what is lost of them.
+// The coded bytes of a scan: counts its MCUs and reports the lost ones.
 #ifndef ZEPJP_CODECS_JPEG_SCAN_SOURCE_H_
 #define ZEPJP_CODECS_JPEG_SCAN_SOURCE_H_
 
@@ -17,19 +17,21 @@ class ScanSource {
   ScanSource(const uint8_t* data, size_t size, size_t begin, int64_t mcu_count,
              int restart_interval, Messages* messages);
 
-  // Before MCUs are decoded. True: an interval begins, and predictions with it.
+  // To be called before MCUs are decoded. True: a restart interval begins, so predictions start
+  // anew.
   bool Begin();
-  // So many may be decoded then.
+  // MCUs that may be decoded before the next call of Begin().
   int64_t mcus_left() const { return mcus_left_; }
-  // After them.
+  // To be called after MCUs were decoded.
   void End(int64_t mcus);
 
   // The rest of the interval cannot be decoded.
   bool lost() const { return lost_; }
-  // Because of `status`, `mcus_done` MCUs after Begin().
+  // Decoding failed with `status`, `mcus_done` MCUs after Begin(); the rest of the interval is
+  // lost.
   void Lose(zepStatus status, int mcus_done);
 
-  // The bytes, and what the block decoders take.
+  // The bytes, and the arguments of the decoders.
   IntervalReader& reader() { return reader_; }
 
  private:

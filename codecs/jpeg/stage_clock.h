@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// How long the stages of a codec take, for those who want to know.
+// Measures how long the stages of a codec take.
 #ifndef ZEPJP_CODECS_JPEG_STAGE_CLOCK_H_
 #define ZEPJP_CODECS_JPEG_STAGE_CLOCK_H_
 
@@ -14,15 +14,15 @@ struct StageTimes {
   double color = 0;    // colour conversion and sampling
 };
 
-// Splits the time since its construction among the stages; without a place for the results it never
-// looks at the time.
+// Splits the time since its construction among the stages. Without a place for the results it does
+// not read the clock.
 class StageClock {
  public:
   explicit StageClock(StageTimes* times) : times_(times) {
     if (times_ != nullptr) last_ = Clock::now();
   }
 
-  // What passed since the last lap belongs to `stage`.
+  // Adds the time since the last lap to `stage`.
   void Lap(double StageTimes::*stage) {
     if (times_ == nullptr) return;
     const Clock::time_point now = Clock::now();

@@ -23,10 +23,10 @@ class StripMaker {
   [[nodiscard]] bool Init();
 
   // Converts the rows under the given row of MCUs. Blocks that reach beyond the picture are filled
-  // by repeating its last column and row; blocks beyond it altogether are left as they are.
+  // by repeating its last column and row; blocks completely beyond it keep their old values.
   void Make(int mcu_row);
 
-  // Asks for the pixels below some of the MCUs of a row, so that they are at hand when the next row is made.
+  // Prefetches the pixels below some of the MCUs of a row.
   void FetchNext(int mcu_row, int first_mcu, int mcus) const;
 
   const uint8_t* Samples(size_t component) const { return planes_[component].data(); }

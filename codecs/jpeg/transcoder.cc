@@ -8,8 +8,9 @@
 
 #include "codecs/jpeg/coefficient_turn.h"
 #include "codecs/jpeg/coefficient_writer.h"
-#include "codecs/jpeg/markers.h"
-#include "codecs/jpeg/segment_writer.h"
+#include "codecs/jpeg/markers/markers.h"
+#include "codecs/jpeg/markers/segment_writer.h"
+#include "codecs/support/exif.h"
 
 namespace zepcodec::jpeg {
 namespace {
@@ -57,7 +58,7 @@ Status Cut(const Crop& crop, Coefficients* coefficients) {
   return Status();
 }
 
-// Numbers the different tables of the components in `frame`; their first users.
+// Numbers the different tables of the components in `frame`. Returns the first component of each.
 std::vector<size_t> AssignTables(const Coefficients& coefficients, Frame* frame) {
   std::vector<size_t> first_users;
   for (size_t i = 0; i < coefficients.steps.size(); ++i) {

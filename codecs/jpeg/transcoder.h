@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Writes JPEG files anew without touching their coefficients: baseline to progressive and back, with the best
-// Huffman tables, or a part of the picture.
+// Writes JPEG files anew without touching their coefficients: baseline to progressive and back,
+// with the best Huffman tables, or a part of the picture.
 #ifndef ZEPJP_CODECS_JPEG_TRANSCODER_H_
 #define ZEPJP_CODECS_JPEG_TRANSCODER_H_
 
@@ -10,7 +10,8 @@
 
 namespace zepcodec::jpeg {
 
-// In pixels. A part begins on a border between MCUs: left and top are rounded down to one, and the part grows.
+// In pixels. A part begins on a border between MCUs: left and top are rounded down to one, and the
+// part grows.
 struct Crop {
   int left = 0;
   int top = 0;
@@ -32,8 +33,8 @@ struct TranscodeOptions {
   int64_t max_pixels = int64_t{1} << 28;
 };
 
-// Writes a file of coefficients with these segments: headers, tables and scans. Of the options those for
-// scans and restart intervals count, and `keep_metadata`.
+// Writes coefficients as a file with these segments. Only `keep_metadata` and the options for
+// scans, tables and restart intervals are used.
 Status WriteCoefficients(const FileInfo& info, const TranscodeOptions& options,
                          const Coefficients& coefficients, ByteBuffer* file);
 

@@ -46,8 +46,8 @@ const uint8_t* Upsampler::Rows(int first, int last) {
       return rows_.data();
     }
     case Way::kDoubleBoth: {
-      // The filter takes the first and last row of what it is given for the edges of the picture.
-      // Where they are not, only the row that does not look beyond them is used.
+      // The filter treats its first and last row as edges of the picture. Inside the picture only
+      // the output row that does not depend on rows beyond them is used.
       const int top = first / 2;
       const int height = (last - 1) / 2 + 1 - top;
       zepiSampleUpH2V2_JPEG_8u_C1R(plane_->Row(top), step, {place_.width, height}, rows_.data(),

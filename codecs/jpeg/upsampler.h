@@ -14,8 +14,8 @@
 
 namespace zepcodec::jpeg {
 
-// Doubling, across or down or both, goes by the triangle filter; what has any other ratio (three
-// samples for two, four for one) repeats samples.
+// Ratios of 2, across or down or both, use the triangle filter. Other ratios (3:2, 4:1) repeat
+// samples.
 class Upsampler {
  public:
   // False: no memory.

@@ -2,11 +2,16 @@
 #include "codecs/jpeg2000/boxes.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <string>
 #include <utility>
 
 #include "codecs/jpeg2000/codestream.h"
+#include "codecs/support/byte_writer.h"
+#include "codecs/support/exif.h"
+#include "codecs/support/fields.h"
+#include "codecs/support/fraction.h"
 
 namespace zepcodec::jpeg2000 {
 namespace {
@@ -20,37 +25,34 @@ constexpr uint32_t Name(const char (&text)[5]) {
 constexpr uint8_t kSignature[12] = {0, 0, 0, 12, 'j', 'P', ' ', ' ', 13, 10, 0x87, 10};
 constexpr size_t kMostEntries = 1024;
 
+constexpr uint8_t kExifUuid[16] = {0x4A, 0x70, 0x67, 0x54, 0x69, 0x66, 0x66, 0x45,
+                                   0x78, 0x69, 0x66, 0x2D, 0x3E, 0x4A, 0x50, 0x32};
+constexpr uint8_t kXmpUuid[16] = {0xBE, 0x7A, 0xCF, 0xCB, 0x97, 0xA9, 0x42, 0xE8,
+                                  0x9C, 0x71, 0x99, 0x94, 0x91, 0xE3, 0xAF, 0xAC};
+constexpr double kMetresInAnInch = 0.0254, kMetresInACentimetre = 0.01;
+constexpr double kMostDots = 1e9;  // in an inch
+
 // Illuminants of L*a*b*.
 constexpr uint32_t kD50 = 0x443530;
 constexpr uint32_t kD65 = 0x443635;
 
-uint64_t Number(const uint8_t* bytes, int count) {
-  uint64_t value = 0;
-  for (int i = 0; i < count; ++i) value = value << 8 | bytes[i];
-  return value;
-}
-
 struct Box {
   uint32_t name;
-  Span content;
+  ByteReader content;
 };
 
-// Takes the first box off; false: there is none.
-bool NextBox(Span* rest, Box* box) {
-  if (rest->size < 8) return false;
-  uint64_t length = Number(rest->data, 4);
-  box->name = static_cast<uint32_t>(Number(rest->data + 4, 4));
-  size_t head = 8;
-  if (length == 1) {
-    if (rest->size < 16) return false;
-    length = Number(rest->data + 8, 8);
-    head = 16;
-  }
-  if (length == 0 || length > rest->size) length = rest->size;  // to the end, or cut off
+// Reads the next box; false: there is none.
+bool NextBox(ByteReader* rest, Box* box) {
+  const size_t begin = rest->position();
+  const size_t most = rest->left();
+  uint64_t length = rest->Long();
+  box->name = rest->Long();
+  if (length == 1) length = rest->Number(8);
+  const size_t head = rest->position() - begin;
+  if (rest->failed()) return false;
+  if (length == 0 || length > most) length = most;  // to the end, or cut off
   if (length < head) return false;
-  const auto size = static_cast<size_t>(length);
-  box->content = {rest->data + head, size - head};
-  *rest = {rest->data + size, rest->size - size};
+  box->content = rest->Take(static_cast<size_t>(length) - head);
   return true;
 }
 
@@ -73,37 +75,36 @@ ColorSpace Enumerated(int number) {
 }
 
 // Range and offset of L*, a* and b*, then the illuminant; all or nothing.
-void ReadLabRange(const uint8_t* data, size_t size, LabRange* lab) {
-  if (size < 28) return;
+void ReadLabRange(ByteReader content, LabRange* lab) {
+  if (content.left() < 28) return;
   lab->has_offsets = true;
   for (size_t i = 0; i < 3; ++i) {
-    lab->range[i] = static_cast<double>(Number(data + 8 * i, 4));
-    lab->offsets[i] = static_cast<double>(Number(data + 8 * i + 4, 4));
+    lab->range[i] = content.Long();
+    lab->offsets[i] = content.Long();
   }
-  lab->is_d65 = Number(data + 24, 4) == kD65;
+  lab->is_d65 = content.Long() == kD65;
 }
 
-// The first that is understood counts.
-void ReadColor(const Span& content, Boxes* boxes) {
-  if (content.size < 3) return;
-  const int method = content.data[0];
-  if (method == 1 && content.size >= 7 && boxes->color == ColorSpace::kUnknown) {
-    const auto number = static_cast<int>(std::min<uint64_t>(Number(content.data + 3, 4), 65535));
+// The first known colour space has priority.
+void ReadColor(ByteReader content, Boxes* boxes) {
+  const int method = content.Byte();
+  content.Skip(2);  // precedence and approximation
+  if (content.failed()) return;
+  if (method == 1 && content.left() >= 4 && boxes->color == ColorSpace::kUnknown) {
+    const auto number = static_cast<int>(std::min<uint32_t>(content.Long(), 65535));
     boxes->color = Enumerated(number);
     if (boxes->color == ColorSpace::kUnknown) boxes->unknown_color = number;
-    if (boxes->color == ColorSpace::kLab) {
-      ReadLabRange(content.data + 7, content.size - 7, &boxes->lab);
-    }
+    if (boxes->color == ColorSpace::kLab) ReadLabRange(content, &boxes->lab);
   }
-  if (method == 2 && boxes->icc_profile.empty()) {
-    boxes->icc_profile.assign(content.data + 3, content.data + content.size);
+  if (method == 2 && boxes->metadata.icc_profile.empty()) {
+    boxes->metadata.icc_profile.assign(content.next(), content.next() + content.left());
   }
 }
 
 // The kind of colours that an ICC profile is for.
 ColorSpace ColorOfProfile(const std::vector<uint8_t>& profile) {
-  if (profile.size() < 20) return ColorSpace::kUnknown;
-  switch (Number(profile.data() + 16, 4)) {
+  constexpr size_t kColorsOfProfile = 16;
+  switch (ByteReader(profile.data(), profile.size()).At(kColorsOfProfile).Long()) {
     case Name("GRAY"): return ColorSpace::kGrey;
     case Name("RGB "): return ColorSpace::kRgb;
     case Name("CMYK"): return ColorSpace::kCmyk;
@@ -122,52 +123,117 @@ bool LooksLikeYcc(const Image& image) {
          cb.dx * cb.dy > luma.dx * luma.dy;
 }
 
-bool ReadPalette(const Span& content, Boxes::Palette* palette) {
+bool ReadPalette(ByteReader content, Boxes::Palette* palette) {
   *palette = {};
-  if (content.size < 3) return false;
-  const auto rows = static_cast<size_t>(Number(content.data, 2));
-  const size_t count = content.data[2];
-  if (rows < 1 || rows > kMostEntries || count < 1 || content.size < 3 + count) return false;
+  const auto rows = static_cast<size_t>(content.Word());
+  const auto count = static_cast<size_t>(content.Byte());
+  if (rows < 1 || rows > kMostEntries || count < 1 || content.left() < count) return false;
   size_t row_bytes = 0;
   for (size_t i = 0; i < count; ++i) {
-    const int depth = content.data[3 + i];
+    const int depth = content.Byte();
     const int bits = (depth & 127) + 1;
     if (bits > kMostBits) return false;
     palette->columns.push_back({bits, depth > 127});
     row_bytes += bits > 8 ? 2 : 1;
   }
-  if (content.size < 3 + count + rows * row_bytes) return false;
-  const uint8_t* next = content.data + 3 + count;
+  if (content.left() < rows * row_bytes) return false;
   for (size_t i = 0; i < rows * count; ++i) {
     const Boxes::Palette::Column& column = palette->columns[i % count];
-    const int bytes = column.bits > 8 ? 2 : 1;
-    auto value = static_cast<int32_t>(Number(next, bytes) & ((uint64_t{1} << column.bits) - 1));
+    const int mask = (1 << column.bits) - 1;
+    int32_t value = (column.bits > 8 ? content.Word() : content.Byte()) & mask;
     if (column.is_signed && value >> (column.bits - 1) != 0) value -= 1 << column.bits;
     palette->entries.push_back(value);
-    next += bytes;
   }
   return true;
 }
 
-void ReadHeaderBox(const Box& box, Messages* messages, Boxes* boxes) {
-  const Span& content = box.content;
-  if (box.name == Name("colr")) ReadColor(content, boxes);
-  if (box.name == Name("pclr") && !ReadPalette(content, &boxes->palette)) {
-    boxes->palette = {};
-    messages->Add("the palette is damaged and was left out");
+void ReadMappings(ByteReader content, Boxes* boxes) {
+  while (content.left() >= 4) {
+    const int component = content.Word();
+    const bool uses_palette = content.Byte() == 1;
+    boxes->mappings.push_back({component, uses_palette, content.Byte()});
   }
-  if (box.name == Name("cmap")) {
-    for (size_t i = 0; i + 4 <= content.size; i += 4) {
-      boxes->mappings.push_back({static_cast<int>(Number(content.data + i, 2)),
-                                 content.data[i + 2] == 1, content.data[i + 3]});
+}
+
+void ReadDefinitions(ByteReader content, Boxes* boxes) {
+  content.Skip(2);  // their number
+  while (content.left() >= 6) {
+    const int channel = content.Word();
+    const int type = content.Word();
+    boxes->definitions.push_back({channel, type, content.Word()});
+  }
+}
+
+// Pixels per metre: fractions, then exponents of 10, the vertical ones first.
+bool ReadResolution(ByteReader content, Resolution* resolution) {
+  double numbers[2] = {};
+  for (double& number : numbers) {
+    const int over = content.Word();
+    const int under = content.Word();
+    if (under == 0) return false;
+    number = kMetresInAnInch * over / under;
+  }
+  for (double& number : numbers) {
+    number *= std::pow(10.0, static_cast<int8_t>(content.Byte()));
+    if (content.failed() || !(number > 0 && number <= kMostDots)) return false;
+  }
+  *resolution = {Resolution::Unit::kInch, numbers[1], numbers[0]};
+  return true;
+}
+
+// The resolution of capture has priority over that for display.
+void ReadResolutions(ByteReader content, Messages* notes, Boxes* boxes) {
+  Box box{};
+  bool has_capture = false;
+  while (NextBox(&content, &box)) {
+    if (box.name != Name("resc") && (box.name != Name("resd") || has_capture)) continue;
+    if (ReadResolution(box.content, &boxes->metadata.resolution)) {
+      has_capture = box.name == Name("resc");
+    } else {
+      notes->AddAt(box.content.offset(), "the resolution is damaged and was left out");
     }
   }
-  if (box.name == Name("cdef")) {
-    for (size_t i = 2; i + 6 <= content.size; i += 6) {
-      boxes->definitions.push_back({static_cast<int>(Number(content.data + i, 2)),
-                                    static_cast<int>(Number(content.data + i + 2, 2)),
-                                    static_cast<int>(Number(content.data + i + 4, 2))});
-    }
+}
+
+// Reads EXIF data and XMP packets. Some programs write EXIF data with the name that precedes them
+// in JPEG files.
+void ReadUuid(ByteReader content, Messages* notes, Metadata* metadata) {
+  constexpr char kExifName[6] = {'E', 'x', 'i', 'f', 0, 0};
+  const size_t offset = content.offset();
+  const ByteReader uuid = content.Take(sizeof(kExifUuid));
+  if (uuid.failed()) return;
+  const bool is_exif = std::memcmp(uuid.next(), kExifUuid, sizeof(kExifUuid)) == 0;
+  const bool is_xmp = std::memcmp(uuid.next(), kXmpUuid, sizeof(kXmpUuid)) == 0;
+  if (is_xmp && metadata->xmp.empty()) {
+    metadata->xmp.assign(content.next(), content.next() + content.left());
+  }
+  if (!is_exif || !metadata->exif.empty()) return;
+  if (content.left() > sizeof(kExifName) &&
+      std::memcmp(content.next(), kExifName, sizeof(kExifName)) == 0) {
+    content.Skip(sizeof(kExifName));
+  }
+  ByteReader file;
+  uint32_t first = 0;
+  if (tiff::OpenTiff(content.next(), content.left(), content.offset(), &file, &first)) {
+    metadata->exif.assign(content.next(), content.next() + content.left());
+    metadata->orientation = OrientationOfExif(metadata->exif);
+  } else {
+    notes->AddAt(offset, "the EXIF data are damaged and were left out");
+  }
+}
+
+void ReadHeaderBox(const Box& box, Messages* messages, Messages* notes, Boxes* boxes) {
+  switch (box.name) {
+    case Name("colr"): ReadColor(box.content, boxes); break;
+    case Name("cmap"): ReadMappings(box.content, boxes); break;
+    case Name("cdef"): ReadDefinitions(box.content, boxes); break;
+    case Name("res "): ReadResolutions(box.content, notes, boxes); break;
+    case Name("pclr"):
+      if (ReadPalette(box.content, &boxes->palette)) break;
+      boxes->palette = {};
+      messages->AddAt(box.content.offset(), "the palette is damaged and was left out");
+      break;
+    default: break;
   }
 }
 
@@ -193,7 +259,7 @@ std::vector<Boxes::Mapping> MappingsOf(const Boxes& boxes, size_t components) {
   return mappings;
 }
 
-// A component goes to its last channel without a copy.
+// A component is moved, not copied, to the last channel that uses it.
 void ApplyPalette(const Boxes& boxes, Messages* messages, Messages* notes, Image* image) {
   if (boxes.palette.columns.empty()) return;
   const std::vector<Boxes::Mapping> mappings = MappingsOf(boxes, image->components.size());
@@ -259,22 +325,16 @@ void ApplyDefinitions(const Boxes& boxes, Image* image) {
   image->components = std::move(channels);
 }
 
-class BoxWriter {
+class BoxWriter : public ByteWriter {
  public:
+  using ByteWriter::ByteWriter;
   // A box stays open until its Close().
   size_t Open(uint32_t name) {
-    bytes.insert(bytes.end(), 4, 0);
-    Put(name, 4);
-    return bytes.size() - 8;
+    Long(0);
+    Long(name);
+    return size() - 8;
   }
-  void Close(size_t box) {
-    const size_t length = bytes.size() - box;
-    for (size_t i = 0; i < 4; ++i) bytes[box + i] = static_cast<uint8_t>(length >> (24 - 8 * i));
-  }
-  void Put(uint32_t value, int count) {
-    for (int i = count; i-- > 0;) bytes.push_back(static_cast<uint8_t>(value >> (8 * i)));
-  }
-  std::vector<uint8_t> bytes;
+  void Close(size_t box) { Set(box, size() - box, 4); }
 };
 
 int Depth(const Component& component) {
@@ -299,20 +359,20 @@ uint32_t NumberOf(const Image& image) {
 void WriteLabRange(const LabRange& lab, BoxWriter* writer) {
   if (!lab.has_offsets) return;
   for (size_t i = 0; i < 3; ++i) {
-    writer->Put(static_cast<uint32_t>(lab.range[i]), 4);
-    writer->Put(static_cast<uint32_t>(lab.offsets[i]), 4);
+    writer->Long(static_cast<uint32_t>(lab.range[i]));
+    writer->Long(static_cast<uint32_t>(lab.offsets[i]));
   }
-  writer->Put(lab.is_d65 ? kD65 : kD50, 4);
+  writer->Long(lab.is_d65 ? kD65 : kD50);
 }
 
 void WriteColor(const Image& image, BoxWriter* writer) {
   const size_t box = writer->Open(Name("colr"));
-  if (!image.icc_profile.empty()) {
-    writer->Put(0x020000, 3);
-    writer->bytes.insert(writer->bytes.end(), image.icc_profile.begin(), image.icc_profile.end());
+  if (!image.metadata.icc_profile.empty()) {
+    writer->Number(0x020000, 3);
+    writer->Bytes(image.metadata.icc_profile);
   } else {
-    writer->Put(0x010000, 3);
-    writer->Put(NumberOf(image), 4);
+    writer->Number(0x010000, 3);
+    writer->Long(NumberOf(image));
     if (image.color == ColorSpace::kLab) WriteLabRange(image.lab, writer);
   }
   writer->Close(box);
@@ -333,16 +393,48 @@ void WriteDefinitions(const Image& image, BoxWriter* writer) {
   constexpr uint32_t kNeither = 65535;
   if (image.alpha < 0) return;
   const size_t box = writer->Open(Name("cdef"));
-  writer->Put(static_cast<uint32_t>(image.components.size()), 2);
+  writer->Word(static_cast<uint32_t>(image.components.size()));
   uint32_t color = 0;
   for (size_t i = 0; i < image.components.size(); ++i) {
     const bool is_alpha = static_cast<int>(i) == image.alpha;
     const bool is_color = !is_alpha && color < MostColors(image.color);
     const uint32_t opacity = image.is_premultiplied ? 2 : 1;
-    writer->Put(static_cast<uint32_t>(i), 2);
-    writer->Put(is_color ? 0 : is_alpha ? opacity : kNeither, 2);
-    writer->Put(is_color ? ++color : is_alpha ? 0 : kNeither, 2);
+    writer->Word(static_cast<uint32_t>(i));
+    writer->Word(is_color ? 0 : is_alpha ? opacity : kNeither);
+    writer->Word(is_color ? ++color : is_alpha ? 0 : kNeither);
   }
+  writer->Close(box);
+}
+
+// Writes the resolution of capture. A pixel shape without a size cannot be stored.
+void WriteResolution(const Resolution& resolution, BoxWriter* writer) {
+  const bool is_inch = resolution.unit == Resolution::Unit::kInch;
+  if (!is_inch && resolution.unit != Resolution::Unit::kCentimetre) return;
+  const double unit = is_inch ? kMetresInAnInch : kMetresInACentimetre;
+  double numbers[2] = {resolution.y / unit, resolution.x / unit};
+  int exponents[2] = {};
+  for (size_t i = 0; i < 2; ++i) {
+    if (!(numbers[i] > 1e-9 && numbers[i] < 1e12)) return;
+    exponents[i] = static_cast<int>(std::floor(std::log10(numbers[i])));
+    numbers[i] /= std::pow(10.0, exponents[i]);
+  }
+  const size_t box = writer->Open(Name("res "));
+  const size_t capture = writer->Open(Name("resc"));
+  for (const double number : numbers) {
+    const Fraction fraction = ToFraction(number, UINT16_MAX);
+    writer->Word(fraction.over);
+    writer->Word(fraction.under);
+  }
+  for (const int exponent : exponents) writer->Byte(exponent);
+  writer->Close(capture);
+  writer->Close(box);
+}
+
+void WriteUuid(const uint8_t (&uuid)[16], const std::vector<uint8_t>& content, BoxWriter* writer) {
+  if (content.empty()) return;
+  const size_t box = writer->Open(Name("uuid"));
+  writer->Bytes(uuid, sizeof(uuid));
+  writer->Bytes(content);
   writer->Close(box);
 }
 
@@ -353,51 +445,54 @@ void WriteHeader(const Image& image, BoxWriter* writer) {
   });
   const size_t header = writer->Open(Name("jp2h"));
   const size_t box = writer->Open(Name("ihdr"));
-  writer->Put(static_cast<uint32_t>(image.y1 - image.y0), 4);
-  writer->Put(static_cast<uint32_t>(image.x1 - image.x0), 4);
-  writer->Put(static_cast<uint32_t>(components.size()), 2);
-  writer->Put(same ? static_cast<uint32_t>(Depth(components[0])) : 255, 1);
-  const bool is_known = image.color != ColorSpace::kUnknown || !image.icc_profile.empty();
-  writer->Put(7, 1);
-  writer->Put(is_known ? 0 : 1, 1);
-  writer->Put(0, 1);
+  writer->Long(static_cast<uint32_t>(image.y1 - image.y0));
+  writer->Long(static_cast<uint32_t>(image.x1 - image.x0));
+  writer->Word(static_cast<uint32_t>(components.size()));
+  writer->Byte(same ? static_cast<uint32_t>(Depth(components[0])) : 255);
+  const bool is_known = image.color != ColorSpace::kUnknown || !image.metadata.icc_profile.empty();
+  writer->Byte(7);
+  writer->Byte(is_known ? 0 : 1);
+  writer->Byte(0);
   writer->Close(box);
   if (!same) {
     const size_t depths = writer->Open(Name("bpcc"));
-    for (const Component& c : components) writer->Put(static_cast<uint32_t>(Depth(c)), 1);
+    for (const Component& c : components) writer->Byte(static_cast<uint32_t>(Depth(c)));
     writer->Close(depths);
   }
   WriteColor(image, writer);
   WriteDefinitions(image, writer);
+  WriteResolution(image.metadata.resolution, writer);
   writer->Close(header);
 }
 
 }  // namespace
 
-Status ReadBoxes(const uint8_t* data, size_t size, Messages* messages, Boxes* boxes) {
+Status ReadBoxes(const uint8_t* data, size_t size, Messages* messages, Messages* notes,
+                 Boxes* boxes) {
+  ByteReader rest(data, size);
   if (size >= 2 && data[0] == 0xFF && data[1] == 0x4F) {
-    boxes->codestream = {data, size};
+    boxes->codestream = rest;
     return Status();
   }
-  if (size < sizeof(kSignature) || std::memcmp(data, kSignature, 4) != 0 ||
-      std::memcmp(data + 4, kSignature + 4, 8) != 0) {
+  if (size < sizeof(kSignature) || std::memcmp(data, kSignature, sizeof(kSignature)) != 0) {
     return Status::Error("neither a JPEG 2000 codestream nor a JP2 file");
   }
   boxes->is_jp2 = true;
-  Span rest = {data + sizeof(kSignature), size - sizeof(kSignature)};
+  rest.Skip(sizeof(kSignature));
+  bool has_codestream = false;
   Box box{};
   while (NextBox(&rest, &box)) {
-    if (box.name == Name("jp2h")) {
-      Span inner = box.content;
+    if (box.name == Name("uuid")) ReadUuid(box.content, notes, &boxes->metadata);
+    if (box.name == Name("jp2h") && !has_codestream) {
       Box part{};
-      while (NextBox(&inner, &part)) ReadHeaderBox(part, messages, boxes);
+      while (NextBox(&box.content, &part)) ReadHeaderBox(part, messages, notes, boxes);
     }
-    if (box.name == Name("jp2c")) {
+    if (box.name == Name("jp2c") && !has_codestream) {
       boxes->codestream = box.content;
-      return Status();
+      has_codestream = true;
     }
   }
-  return Status::Error("the JP2 file has no codestream in it");
+  return has_codestream ? Status() : Status::Error("the JP2 file has no codestream in it");
 }
 
 std::vector<size_t> PaletteSources(const Boxes& boxes, size_t count) {
@@ -423,27 +518,31 @@ void ApplyBoxes(const Boxes& boxes, Messages* messages, Messages* notes, Image* 
   ApplyDefinitions(boxes, image);
   image->color = boxes.color;
   image->lab = boxes.lab;
-  image->icc_profile = boxes.icc_profile;
+  image->metadata = boxes.metadata;
   if (image->color != ColorSpace::kUnknown) return;
-  image->color = ColorOfProfile(boxes.icc_profile);
-  if (!boxes.icc_profile.empty()) return;
+  image->color = ColorOfProfile(boxes.metadata.icc_profile);
+  if (!boxes.metadata.icc_profile.empty()) return;
   image->unknown_color = boxes.unknown_color;
   if (boxes.unknown_color < 0 && LooksLikeYcc(*image)) image->color = ColorSpace::kYcc;
 }
 
 Status WriteBoxes(const Image& image, const std::vector<uint8_t>& codestream, ByteBuffer* file) {
-  BoxWriter writer;
-  writer.bytes.assign(kSignature, kSignature + sizeof(kSignature));
+  std::vector<uint8_t> boxes(kSignature, kSignature + sizeof(kSignature));
+  BoxWriter writer(&boxes);
   const size_t type = writer.Open(Name("ftyp"));
-  writer.Put(Name("jp2 "), 4);
-  writer.Put(0, 4);
-  writer.Put(Name("jp2 "), 4);
+  writer.Long(Name("jp2 "));
+  writer.Long(0);
+  writer.Long(Name("jp2 "));
   writer.Close(type);
   WriteHeader(image, &writer);
-  if (codestream.size() > 0xFFFFFFFF - 8) return Status::Error("too large for a JP2 file");
-  writer.Put(static_cast<uint32_t>(codestream.size()) + 8, 4);
-  writer.Put(Name("jp2c"), 4);
-  const bool fits = file->Resize(0) && file->Append(writer.bytes.data(), writer.bytes.size()) &&
+  WriteUuid(kExifUuid, image.metadata.exif, &writer);
+  WriteUuid(kXmpUuid, image.metadata.xmp, &writer);
+  const size_t most = UINT32_MAX - 8;  // bytes in a box
+  if (codestream.size() > most || boxes.size() > most)
+    return Status::Error("too large for a JP2 file");
+  writer.Long(static_cast<uint32_t>(codestream.size()) + 8);
+  writer.Long(Name("jp2c"));
+  const bool fits = file->Resize(0) && file->Append(boxes.data(), boxes.size()) &&
                     file->Append(codestream.data(), codestream.size());
   return fits ? Status() : Status::NoMemory();
 }

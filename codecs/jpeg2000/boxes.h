@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "codecs/jpeg2000/image.h"
-#include "codecs/jpeg2000/packet_reader.h"
 #include "codecs/support/byte_buffer.h"
+#include "codecs/support/byte_reader.h"
 #include "codecs/support/messages.h"
 #include "codecs/support/status.h"
 
@@ -38,20 +38,23 @@ struct Boxes {
     int association;  // 0: the whole picture; else the number of a colour from 1 on
   };
   bool is_jp2 = false;
-  Span codestream;
+  ByteReader codestream;
   ColorSpace color = ColorSpace::kUnknown;
   int unknown_color = -1;
   LabRange lab;
-  std::vector<uint8_t> icc_profile;
+  Metadata metadata;
   Palette palette;
   std::vector<Mapping> mappings;
   std::vector<Definition> definitions;
 };
 
-// Finds the codestream of a file, which may be a codestream itself.
-Status ReadBoxes(const uint8_t* data, size_t size, Messages* messages, Boxes* boxes);
+// Finds the codestream of a file, which may be a codestream itself. Damage that costs samples goes
+// to `messages`, damage to metadata to `notes`.
+Status ReadBoxes(const uint8_t* data, size_t size, Messages* messages, Messages* notes,
+                 Boxes* boxes);
 
-// The component of `count` that each channel comes from where a palette makes them; else nothing.
+// The component, out of `count`, that each channel of a palette comes from; empty without a
+// palette.
 std::vector<size_t> PaletteSources(const Boxes& boxes, size_t count);
 
 // Turns decoded components into channels: palette, order, opacity, colour space.

@@ -292,7 +292,7 @@ Status ToPicture(const Image& image, Messages* notes, Picture* picture) {
     fill(image.components[shown.components[c]], c, picture);
   }
   ConvertColors(image, picture);
-  picture->metadata().icc_profile = image.icc_profile;
+  picture->metadata() = image.metadata;
   return Status();
 }
 
@@ -305,7 +305,7 @@ Status FromPicture(const Picture& picture, Image* image) {
   image->color = picture.layout() == PixelLayout::kCmyk ? ColorSpace::kCmyk
                  : IsGrey(picture.layout())             ? ColorSpace::kGrey
                                                         : ColorSpace::kRgb;
-  image->icc_profile = picture.metadata().icc_profile;
+  image->metadata = picture.metadata();
   if (HasAlpha(picture.layout())) image->alpha = picture.channels() - 1;
   const auto channels = static_cast<size_t>(picture.channels());
   for (size_t c = 0; c < channels; ++c) {

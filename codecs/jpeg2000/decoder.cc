@@ -76,7 +76,7 @@ Status CheckClaims(const SizeSegment& size, const Boxes& boxes, const DecodeOpti
     return Status::TooLarge(claim + ", more than the limit of " + std::to_string(kSamplesInAPixel) +
                             " for each of " + std::to_string(options.max_pixels) + " pixels");
   }
-  const size_t bytes = boxes.codestream.size;
+  const size_t bytes = boxes.codestream.left();
   if (samples > std::max(static_cast<int64_t>(bytes) * kSamplesInAByte, kAlwaysAcceptedSamples)) {
     return Status::Error(claim + ", more than " + std::to_string(bytes) + " bytes can hold");
   }
@@ -169,11 +169,10 @@ struct Opened {
 };
 
 Status Open(const uint8_t* data, size_t size, FileInfo* info, Opened* file) {
-  Status status = ReadBoxes(data, size, &info->messages, &file->boxes);
+  Status status = ReadBoxes(data, size, &info->messages, &info->notes, &file->boxes);
   if (!status.ok()) return status;
   info->is_jp2 = file->boxes.is_jp2;
-  const Span& codestream = file->boxes.codestream;
-  file->reader.emplace(codestream.data, codestream.size, &info->messages, &info->notes);
+  file->reader.emplace(file->boxes.codestream, &info->messages, &info->notes);
   status = file->reader->ReadMainHeader();
   info->size = file->reader->picture_size();
   info->parameters = file->reader->parameters();

@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "codecs/support/metadata.h"
+
 namespace zepcodec::jpeg2000 {
 
 constexpr int kMostBits = 16;
@@ -53,11 +55,11 @@ struct Image {
   int32_t y1 = 0;
   std::vector<Component> components;  // colours, then opacity, then all others
   ColorSpace color = ColorSpace::kUnknown;
-  int unknown_color = -1;            // the number of a JP2 colour space that is not in the list
-  LabRange lab;                      // of kLab
-  int alpha = -1;                    // the component that holds opacity; negative: none
-  bool is_premultiplied = false;     // the colours were multiplied with it
-  std::vector<uint8_t> icc_profile;  // empty: none
+  int unknown_color = -1;         // the number of a JP2 colour space that is not in the list
+  LabRange lab;                   // of kLab
+  int alpha = -1;                 // the component that holds opacity; negative: none
+  bool is_premultiplied = false;  // the colours were multiplied with it
+  Metadata metadata;
 };
 
 }  // namespace zepcodec::jpeg2000

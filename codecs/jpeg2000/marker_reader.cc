@@ -11,16 +11,8 @@ namespace zepcodec::jpeg2000 {
 namespace {
 
 constexpr int kMostTiles = 65535;
-constexpr size_t kMostVolumes =
-    1024;  // a file of nothing but changes of order is not worth the time
+constexpr size_t kMostVolumes = 1024;  // limits the time for files with very many changes of order
 constexpr size_t kSotSize = 12;
-
-std::string Hex(int marker) {
-  const char* digits = "0123456789ABCDEF";
-  std::string text = "FF ";
-  text += digits[marker >> 4 & 15];
-  return text + digits[marker & 15];
-}
 
 // Reserved markers without a segment; they mean nothing (A.1.2).
 bool IsBareMarker(int marker) { return marker >= 0xFF30 && marker < 0xFF40; }
@@ -31,22 +23,23 @@ int32_t Clamped(uint32_t value) {
 
 }  // namespace
 
-Status MarkerReader::NextSegment(size_t end, int* marker, Cursor* cursor) {
-  Cursor head{data_ + position_, data_ + end};
+Status MarkerReader::NextSegment(size_t end, int* marker, ByteReader* segment) {
+  ByteReader head(data_ + position_, end - position_, ByteOrder::kBig, OffsetOf(position_));
+  marker_offset_ = head.offset();
   *marker = head.Word();
-  if (head.failed) return Status::Error("the file ends where a marker should follow");
+  if (head.failed()) return Status::Error("the file ends where a marker should follow");
   if (*marker < 0xFF00) return Status::Error("no marker where one should follow");
   if (*marker == kSod || *marker == kEoc || *marker == kSoc || IsBareMarker(*marker)) {
-    *cursor = Cursor{head.next, head.next};
+    *segment = head.Take(0);
     position_ += 2;
     return Status();
   }
   const int length = head.Word();
-  if (head.failed || length < 2 || static_cast<size_t>(length) - 2 > head.left()) {
-    return Status::Error("segment " + Hex(*marker) + " of length " + std::to_string(length) +
+  if (head.failed() || length < 2 || static_cast<size_t>(length) - 2 > head.left()) {
+    return Status::Error("segment " + MarkerName(*marker) + " of length " + std::to_string(length) +
                          " does not fit");
   }
-  *cursor = Cursor{head.next, head.next + length - 2};
+  *segment = head.Take(static_cast<size_t>(length) - 2);
   position_ += static_cast<size_t>(length) + 2;
   return Status();
 }
@@ -59,40 +52,40 @@ Status MarkerReader::ReadMainHeader() {
   while (true) {
     const size_t begin = position_;
     int marker = 0;
-    Cursor cursor{};
-    Status status = NextSegment(size_, &marker, &cursor);
+    ByteReader segment;
+    Status status = NextSegment(size_, &marker, &segment);
     if (status.ok() && marker == kSot) {
       position_ = begin;
       return CheckMain();
     }
-    if (status.ok()) status = ReadMainSegment(marker, cursor);
+    if (status.ok()) status = ReadMainSegment(marker, segment);
     if (!status.ok()) {
-      return Status::Error("byte " + std::to_string(begin) + ": " + status.text());
+      return Status::Error("byte " + std::to_string(marker_offset_) + ": " + status.text());
     }
   }
 }
 
-Status MarkerReader::ReadMainSegment(int marker, Cursor cursor) {
-  if (marker == kSiz) return ReadSize(cursor);
+Status MarkerReader::ReadMainSegment(int marker, ByteReader segment) {
+  if (marker == kSiz) return ReadSize(segment);
   if (tiles_.empty()) return Status::Error("the size of the picture (SIZ) does not come first");
   if (marker == kPpm) {
-    AddHeaders(cursor, &packed_);
+    AddHeaders(segment, &packed_);
     return Status();
   }
   if (marker == kSod || marker == kEoc) return Status::Error("the file has no picture in it");
-  return HasParameters(marker) ? ReadParameters(marker, false, cursor, &main_) : Status();
+  return HasParameters(marker) ? ReadParameters(marker, false, segment, &main_) : Status();
 }
 
-Status MarkerReader::ReadSize(Cursor cursor) {
+Status MarkerReader::ReadSize(ByteReader segment) {
   if (!tiles_.empty()) return Status::Error("a second size of the picture (SIZ)");
   SizeSegment& size = picture_size_;
-  cursor.Word();  // capabilities
+  segment.Word();  // capabilities
   for (int32_t* value : {&size.x1, &size.y1, &size.x0, &size.y0, &size.tile_width,
                          &size.tile_height, &size.tile_x0, &size.tile_y0}) {
-    *value = Clamped(cursor.Long());
+    *value = Clamped(segment.Long());
   }
-  const int count = cursor.Word();
-  if (cursor.failed || cursor.left() < 3 * static_cast<size_t>(count)) {
+  const int count = segment.Word();
+  if (segment.failed() || segment.left() < 3 * static_cast<size_t>(count)) {
     return Status::Error("the size of the picture (SIZ) is too short");
   }
   if (count < 1 || count > kMostComponents) {
@@ -100,9 +93,9 @@ Status MarkerReader::ReadSize(Cursor cursor) {
                          std::to_string(kMostComponents) + " can be read");
   }
   for (int i = 0; i < count; ++i) {
-    const int depth = cursor.Byte();
-    const int dx = cursor.Byte();
-    const int dy = cursor.Byte();
+    const int depth = segment.Byte();
+    const int dx = segment.Byte();
+    const int dy = segment.Byte();
     size.components.push_back({(depth & 127) + 1, depth > 127, dx, dy});
   }
   if (Status status = CheckSize(); !status.ok()) return status;
@@ -164,35 +157,35 @@ bool MarkerReader::HasParameters(int marker) {
     case kCom: return false;
     default:
       if (!IsBareMarker(marker)) {
-        messages_->AddAt(position_, "segment " + Hex(marker) + " before it is unknown, skipped");
+        messages_->AddAt(marker_offset_, "segment " + MarkerName(marker) + " is unknown, skipped");
       }
       return false;
   }
 }
 
-Status MarkerReader::ReadParameters(int marker, bool in_tile, Cursor cursor,
+Status MarkerReader::ReadParameters(int marker, bool in_tile, ByteReader segment,
                                     Parameters* parameters) const {
   switch (marker) {
-    case kCod: return ReadCoding(in_tile, cursor, parameters);
-    case kCoc: return ReadComponentCoding(in_tile, cursor, parameters);
-    case kQcd: return ReadQuantization(in_tile, false, cursor, parameters);
-    case kQcc: return ReadQuantization(in_tile, true, cursor, parameters);
-    case kRgn: return ReadRegion(cursor, parameters);
-    case kPoc: return ReadVolumes(cursor, &parameters->volumes);
+    case kCod: return ReadCoding(in_tile, segment, parameters);
+    case kCoc: return ReadComponentCoding(in_tile, segment, parameters);
+    case kQcd: return ReadQuantization(in_tile, false, segment, parameters);
+    case kQcc: return ReadQuantization(in_tile, true, segment, parameters);
+    case kRgn: return ReadRegion(segment, parameters);
+    case kPoc: return ReadVolumes(segment, &parameters->volumes);
     default: return Status::Error("high-throughput code-blocks cannot be read");  // kCap
   }
 }
 
-Status MarkerReader::ReadCoding(bool in_tile, Cursor cursor, Parameters* parameters) const {
-  const int style = cursor.Byte();
-  const int order = cursor.Byte();
-  const int layers = cursor.Word();
-  const int transform = cursor.Byte();
-  if (cursor.failed || order > 4 || layers < 1 || transform > 1) {
+Status MarkerReader::ReadCoding(bool in_tile, ByteReader segment, Parameters* parameters) const {
+  const int style = segment.Byte();
+  const int order = segment.Byte();
+  const int layers = segment.Word();
+  const int transform = segment.Byte();
+  if (segment.failed() || order > 4 || layers < 1 || transform > 1) {
     return Status::Error("a bad coding style (COD)");
   }
   ComponentCoding coding;
-  Status status = ReadBlockCoding((style & 1) != 0, &cursor, &coding);
+  Status status = ReadBlockCoding((style & 1) != 0, &segment, &coding);
   if (!status.ok()) return status;
   parameters->tile = {(style & 2) != 0, (style & 4) != 0, static_cast<Progression>(order), layers,
                       transform != 0};
@@ -206,56 +199,57 @@ Status MarkerReader::ReadCoding(bool in_tile, Cursor cursor, Parameters* paramet
   return status;
 }
 
-Status MarkerReader::ReadComponentCoding(bool in_tile, Cursor cursor,
+Status MarkerReader::ReadComponentCoding(bool in_tile, ByteReader segment,
                                          Parameters* parameters) const {
-  const int number = ReadComponentNumber(&cursor);
-  const int style = cursor.Byte();
-  if (cursor.failed || number < 0) return Status::Error("a bad coding style (COC)");
+  const int number = ReadComponentNumber(&segment);
+  const int style = segment.Byte();
+  if (segment.failed() || number < 0) return Status::Error("a bad coding style (COC)");
   Parameters::ForComponent* component = &parameters->components[size_t(number)];
   component->coding_priority = in_tile ? Parameters::kTileComponent : Parameters::kMainComponent;
-  return ReadBlockCoding((style & 1) != 0, &cursor, &component->coding);
+  return ReadBlockCoding((style & 1) != 0, &segment, &component->coding);
 }
 
-Status MarkerReader::ReadBlockCoding(bool has_precincts, Cursor* cursor, ComponentCoding* coding) {
+Status MarkerReader::ReadBlockCoding(bool has_precincts, ByteReader* segment,
+                                     ComponentCoding* coding) {
   ComponentCoding read;
-  read.levels = cursor->Byte();
-  read.block_width_log2 = (cursor->Byte() & 15) + 2;
-  read.block_height_log2 = (cursor->Byte() & 15) + 2;
-  read.block_style = cursor->Byte();
-  const int transform = cursor->Byte();
+  read.levels = segment->Byte();
+  read.block_width_log2 = (segment->Byte() & 15) + 2;
+  read.block_height_log2 = (segment->Byte() & 15) + 2;
+  read.block_style = segment->Byte();
+  const int transform = segment->Byte();
   read.reversible = transform == 1;
   if (read.block_style > 63) return Status::Error("code-blocks of an unknown style");
-  if (cursor->failed || read.levels > kMostLevels || read.block_width_log2 > 10 ||
+  if (segment->failed() || read.levels > kMostLevels || read.block_width_log2 > 10 ||
       read.block_height_log2 > 10 || read.block_width_log2 + read.block_height_log2 > 12 ||
       transform > 1) {
     return Status::Error("a bad coding style");
   }
   for (size_t r = 0; r <= size_t(read.levels); ++r) {
-    const int size = has_precincts ? cursor->Byte() : 0xFF;
+    const int size = has_precincts ? segment->Byte() : 0xFF;
     read.precinct_width_log2[r] = static_cast<uint8_t>(size & 15);
     read.precinct_height_log2[r] = static_cast<uint8_t>(size >> 4);
     if (r > 0 && ((size & 15) == 0 || (size >> 4) == 0)) {
       return Status::Error("precincts of a width or height of 1");
     }
   }
-  if (cursor->failed) return Status::Error("a coding style without sizes of precincts");
+  if (segment->failed()) return Status::Error("a coding style without sizes of precincts");
   *coding = read;
   return Status();
 }
 
-Status MarkerReader::ReadQuantization(bool in_tile, bool one, Cursor cursor,
+Status MarkerReader::ReadQuantization(bool in_tile, bool one, ByteReader segment,
                                       Parameters* parameters) const {
-  const int number = one ? ReadComponentNumber(&cursor) : 0;
-  const int head = cursor.Byte();
+  const int number = one ? ReadComponentNumber(&segment) : 0;
+  const int head = segment.Byte();
   const int style = head & 31;
-  if (cursor.failed || number < 0 || style > 2) return Status::Error("a bad quantization");
+  if (segment.failed() || number < 0 || style > 2) return Status::Error("a bad quantization");
   Quantization read;
   read.style = static_cast<QuantizationStyle>(style);
   read.guard_bits = head >> 5;
   const size_t step_bytes = style == 0 ? 1 : 2;
   const size_t most = style == 1 ? 1 : kMostSubbands;
-  for (size_t i = 0; i < most && cursor.left() >= step_bytes; ++i) {
-    const int value = style == 0 ? cursor.Byte() << 8 : cursor.Word();
+  for (size_t i = 0; i < most && segment.left() >= step_bytes; ++i) {
+    const int value = style == 0 ? segment.Byte() << 8 : segment.Word();
     read.steps[i] = {value >> 11, value & 0x7FF};
     read.count = static_cast<int>(i) + 1;
   }
@@ -271,27 +265,28 @@ Status MarkerReader::ReadQuantization(bool in_tile, bool one, Cursor cursor,
   return Status();
 }
 
-Status MarkerReader::ReadRegion(Cursor cursor, Parameters* parameters) const {
-  const int number = ReadComponentNumber(&cursor);
-  const int style = cursor.Byte();
-  const int shift = cursor.Byte();
-  if (cursor.failed || number < 0 || style != 0 || shift > 37) {
+Status MarkerReader::ReadRegion(ByteReader segment, Parameters* parameters) const {
+  const int number = ReadComponentNumber(&segment);
+  const int style = segment.Byte();
+  const int shift = segment.Byte();
+  if (segment.failed() || number < 0 || style != 0 || shift > 37) {
     return Status::Error("a bad region of interest (RGN)");
   }
   parameters->components[size_t(number)].roi_shift = shift;
   return Status();
 }
 
-Status MarkerReader::ReadVolumes(Cursor cursor, std::vector<ProgressionVolume>* volumes) const {
-  while (cursor.left() >= 7) {
+Status MarkerReader::ReadVolumes(ByteReader segment,
+                                 std::vector<ProgressionVolume>* volumes) const {
+  while (segment.left() >= 7) {
     ProgressionVolume volume;
-    volume.first_resolution = cursor.Byte();
-    volume.first_component = cursor.Byte();
-    volume.end_layer = cursor.Word();
-    volume.end_resolution = cursor.Byte();
-    volume.end_component = cursor.Byte();
+    volume.first_resolution = segment.Byte();
+    volume.first_component = segment.Byte();
+    volume.end_layer = segment.Word();
+    volume.end_resolution = segment.Byte();
+    volume.end_component = segment.Byte();
     if (volume.end_component == 0) volume.end_component = 256;
-    const int order = cursor.Byte();
+    const int order = segment.Byte();
     if (order > 4 || volumes->size() == kMostVolumes) {
       return Status::Error("a bad change of order (POC)");
     }
@@ -301,14 +296,14 @@ Status MarkerReader::ReadVolumes(Cursor cursor, std::vector<ProgressionVolume>* 
   return Status();
 }
 
-int MarkerReader::ReadComponentNumber(Cursor* cursor) const {
-  const int number = cursor->Byte();
+int MarkerReader::ReadComponentNumber(ByteReader* segment) const {
+  const int number = segment->Byte();
   return number < static_cast<int>(main_.components.size()) ? number : -1;
 }
 
-void MarkerReader::AddHeaders(Cursor cursor, Numbered* headers) {
-  const int number = cursor.Byte();
-  if (!cursor.failed) headers->push_back({number, {cursor.next, cursor.left()}});
+void MarkerReader::AddHeaders(ByteReader segment, Numbered* headers) {
+  const int number = segment.Byte();
+  if (!segment.failed()) headers->push_back({number, {segment.next(), segment.left()}});
 }
 
 std::vector<Span> MarkerReader::InOrder(Numbered headers) {
@@ -327,14 +322,14 @@ void MarkerReader::ReadTileParts() {
   TilePart part{};
   while (FindTilePart(&part)) {
     if (Status status = ReadTilePart(part); !status.ok()) {
-      messages_->AddAt(position_, "in a part of tile " + std::to_string(part.tile) + ": " +
-                                      status.text() + "; the part is lost");
+      messages_->AddAt(marker_offset_, "in a part of tile " + std::to_string(part.tile) + ": " +
+                                           status.text() + "; the part is lost");
     }
     position_ = part.end;
   }
 }
 
-// Where a part is not where it should be, the next one that looks like one is taken.
+// If no tile-part begins at the expected offset, the next plausible one is taken.
 bool MarkerReader::FindTilePart(TilePart* part) {
   const size_t expected = position_;
   const auto at_sot = [this](size_t at) {
@@ -347,24 +342,26 @@ bool MarkerReader::FindTilePart(TilePart* part) {
       return false;
     }
     if (!at_sot(position_)) continue;
-    Cursor cursor{data_ + position_ + 4, data_ + size_};
-    const int tile = cursor.Word();
-    const uint32_t length = cursor.Long();
+    ByteReader head = codestream_.At(position_ + 4);
+    const int tile = head.Word();
+    const uint32_t length = head.Long();
     if (static_cast<size_t>(tile) >= tiles_.size() || (length != 0 && length < kSotSize + 2)) {
       continue;
     }
     const size_t left = size_ - position_;
     *part = {tile, position_, length == 0 || length > left ? size_ : position_ + length};
-    if (position_ != expected) messages_->AddAt(expected, "no part of a tile; bytes skipped");
+    if (position_ != expected)
+      messages_->AddAt(OffsetOf(expected), "no part of a tile; bytes skipped");
     if (length > left) {
-      messages_->AddIn(Place("tile", tile), "the file ends " + std::to_string(length - left) +
-                                                " bytes before the end of the tile's part");
+      messages_->AddAt(OffsetOf(position_), Place("tile", tile),
+                       "the file ends " + std::to_string(length - left) +
+                           " bytes before the end of the tile's part");
     }
     return true;
   }
   const bool has_end =
       expected + 2 <= size_ && data_[expected] == 0xFF && data_[expected + 1] == (kEoc & 0xFF);
-  if (!has_end) notes_->AddAt(expected, "the codestream has no end marker");
+  if (!has_end) notes_->AddAt(OffsetOf(expected), "the codestream has no end marker");
   return false;
 }
 
@@ -375,15 +372,15 @@ Status MarkerReader::ReadTilePart(const TilePart& part) {
   Numbered headers;
   while (true) {
     int marker = 0;
-    Cursor cursor{};
-    Status status = NextSegment(part.end, &marker, &cursor);
+    ByteReader segment;
+    Status status = NextSegment(part.end, &marker, &segment);
     if (!status.ok()) return status;
     if (marker == kSod) break;
     if (marker == kPpt) {
-      AddHeaders(cursor, &headers);
+      AddHeaders(segment, &headers);
       continue;
     }
-    status = ReadTileSegment(marker, cursor, !tile.is_present && !has_volumes, &tile);
+    status = ReadTileSegment(marker, segment, !tile.is_present && !has_volumes, &tile);
     has_volumes |= marker == kPoc;
     if (!status.ok()) return status;
   }
@@ -395,17 +392,18 @@ Status MarkerReader::ReadTilePart(const TilePart& part) {
   return Status();
 }
 
-Status MarkerReader::ReadTileSegment(int marker, Cursor cursor, bool first_volumes,
+Status MarkerReader::ReadTileSegment(int marker, ByteReader segment, bool first_volumes,
                                      TileParts* tile) {
   if (!HasParameters(marker)) return Status();
   checked_.volumes.clear();
-  Status status = ReadParameters(marker, true, cursor, &checked_);
+  Status status = ReadParameters(marker, true, segment, &checked_);
   if (marker == kPoc && tile->volumes == 0 && !first_volumes) tile->volumes = main_.volumes.size();
   tile->volumes += checked_.volumes.size();
   if (status.ok() && tile->volumes > kMostVolumes)
     status = Status::Error("too many changes of order");
   if (!status.ok()) return status;
-  tile->changes.push_back({marker, marker == kPoc && first_volumes, {cursor.next, cursor.left()}});
+  tile->changes.push_back(
+      {marker, marker == kPoc && first_volumes, {segment.next(), segment.left()}});
   return status;
 }
 
@@ -413,22 +411,20 @@ std::unique_ptr<Parameters> MarkerReader::ParametersOf(const TileParts& tile) co
   auto own = std::make_unique<Parameters>(main_);
   for (const TileParts::Change& change : tile.changes) {
     if (change.starts_volumes) own->volumes.clear();
-    const Span& content = change.content;
-    const Cursor cursor{content.data, content.data + content.size};
+    const ByteReader segment(change.content.data, change.content.size);
     // No errors: it was read before.
-    if (!ReadParameters(change.marker, true, cursor, own.get()).ok()) break;
+    if (!ReadParameters(change.marker, true, segment, own.get()).ok()) break;
   }
   return own;
 }
 
-// A part's headers stand behind their length.
+// The packet headers of a tile-part follow their length.
 void MarkerReader::TakePackedHeaders(TileParts* tile) {
   const size_t left = packed_headers_.size() - packed_position_;
   if (left < 4) return;
-  const uint8_t* from = packed_headers_.data() + packed_position_;
-  Cursor cursor{from, from + 4};
-  const size_t length = std::min<size_t>(cursor.Long(), left - 4);
-  tile->headers.push_back({from + 4, length});
+  ByteReader packed(packed_headers_.data() + packed_position_, left);
+  const size_t length = std::min<size_t>(packed.Long(), left - 4);
+  tile->headers.push_back({packed.next(), length});
   packed_position_ += 4 + length;
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Reads a codestream's marker segments: the main header, then the headers of all tile-parts, with the
-// places of their packets.
+// Reads a codestream's marker segments: the main header, then the headers of all tile-parts, with
+// the places of their packets.
 #ifndef ZEPJP_CODECS_JPEG2000_MARKER_READER_H_
 #define ZEPJP_CODECS_JPEG2000_MARKER_READER_H_
 
@@ -12,13 +12,13 @@
 
 #include "codecs/jpeg2000/codestream.h"
 #include "codecs/jpeg2000/packet_reader.h"
-#include "codecs/support/byte_buffer.h"
+#include "codecs/support/byte_reader.h"
 #include "codecs/support/messages.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpeg2000 {
 
-// What the file has of a tile.
+// The parts of a tile in the file.
 struct TileParts {
   // A segment that changes the parameters of the main header. There can be very many tiles, so each
   // gets its own parameters only while it is decoded.
@@ -37,46 +37,27 @@ struct TileParts {
 class MarkerReader {
  public:
   // The bytes must outlive the reader.
-  MarkerReader(const uint8_t* data, size_t size, Messages* messages, Messages* notes)
-      : data_(data), size_(size), messages_(messages), notes_(notes) {}
+  MarkerReader(const ByteReader& codestream, Messages* messages, Messages* notes)
+      : codestream_(codestream),
+        data_(codestream.next()),
+        size_(codestream.left()),
+        messages_(messages),
+        notes_(notes) {}
 
-  // Up to the first tile-part.
+  // Reads up to the first tile-part.
   Status ReadMainHeader();
-  // To the end of the codestream; what is damaged gets a message.
+  // Reads to the end of the codestream and reports damage.
   void ReadTileParts();
 
   const SizeSegment& picture_size() const { return picture_size_; }
   const Parameters& parameters() const { return main_; }
-  // Of a tile that changes them.
+  // The parameters of a tile that changes them.
   std::unique_ptr<Parameters> ParametersOf(const TileParts& tile) const;
   const std::vector<TileParts>& tiles() const { return tiles_; }
-  // How many tiles the file has something of.
+  // The number of tiles that have parts in the file.
   size_t present_tiles() const { return present_tiles_; }
 
  private:
-  // The bytes of a segment behind its length; reading past the end sets `failed` and gives 0.
-  struct Cursor {
-    const uint8_t* next;
-    const uint8_t* end;
-    bool failed = false;
-
-    size_t left() const { return static_cast<size_t>(end - next); }
-    int Byte() {
-      if (next == end) {
-        failed = true;
-        return 0;
-      }
-      return *next++;
-    }
-    int Word() {
-      const int high = Byte();
-      return high << 8 | Byte();
-    }
-    uint32_t Long() {
-      const auto high = static_cast<uint32_t>(Word());
-      return high << 16 | static_cast<uint32_t>(Word());
-    }
-  };
   struct TilePart {
     int tile;
     size_t begin;  // of its SOT
@@ -84,40 +65,45 @@ class MarkerReader {
   };
   using Numbered = std::vector<std::pair<int, Span>>;
 
-  Status NextSegment(size_t end, int* marker, Cursor* cursor);
-  Status ReadMainSegment(int marker, Cursor cursor);
-  Status ReadSize(Cursor cursor);
+  Status NextSegment(size_t end, int* marker, ByteReader* segment);
+  Status ReadMainSegment(int marker, ByteReader segment);
+  Status ReadSize(ByteReader segment);
   Status CheckSize() const;
   Status CheckMain() const;
   // Whether the segment has parameters; those that have something else are skipped, unknown ones
   // with a message.
   bool HasParameters(int marker);
   // Segments that both headers can have.
-  Status ReadParameters(int marker, bool in_tile, Cursor cursor, Parameters* parameters) const;
-  Status ReadCoding(bool in_tile, Cursor cursor, Parameters* parameters) const;
-  Status ReadComponentCoding(bool in_tile, Cursor cursor, Parameters* parameters) const;
-  static Status ReadBlockCoding(bool has_precincts, Cursor* cursor, ComponentCoding* coding);
-  Status ReadQuantization(bool in_tile, bool one, Cursor cursor, Parameters* parameters) const;
-  Status ReadRegion(Cursor cursor, Parameters* parameters) const;
-  Status ReadVolumes(Cursor cursor, std::vector<ProgressionVolume>* volumes) const;
-  int ReadComponentNumber(Cursor* cursor) const;
-  static void AddHeaders(Cursor cursor, Numbered* headers);
+  Status ReadParameters(int marker, bool in_tile, ByteReader segment, Parameters* parameters) const;
+  Status ReadCoding(bool in_tile, ByteReader segment, Parameters* parameters) const;
+  Status ReadComponentCoding(bool in_tile, ByteReader segment, Parameters* parameters) const;
+  static Status ReadBlockCoding(bool has_precincts, ByteReader* segment, ComponentCoding* coding);
+  Status ReadQuantization(bool in_tile, bool one, ByteReader segment, Parameters* parameters) const;
+  Status ReadRegion(ByteReader segment, Parameters* parameters) const;
+  Status ReadVolumes(ByteReader segment, std::vector<ProgressionVolume>* volumes) const;
+  int ReadComponentNumber(ByteReader* segment) const;
+  static void AddHeaders(ByteReader segment, Numbered* headers);
   static std::vector<Span> InOrder(Numbered headers);
 
   // False: no more tile-parts.
   bool FindTilePart(TilePart* part);
   Status ReadTilePart(const TilePart& part);
-  Status ReadTileSegment(int marker, Cursor cursor, bool first_volumes, TileParts* tile);
+  Status ReadTileSegment(int marker, ByteReader segment, bool first_volumes, TileParts* tile);
   void TakePackedHeaders(TileParts* tile);
 
+  // The offset in the file, for messages.
+  size_t OffsetOf(size_t position) const { return codestream_.offset() + position; }
+
+  ByteReader codestream_;
   const uint8_t* data_;
   size_t size_;
   Messages* messages_;
   Messages* notes_;
   size_t position_ = 0;
+  size_t marker_offset_ = 0;  // of the last marker, in the file
   SizeSegment picture_size_;
   Parameters main_;
-  Parameters checked_;  // where segments of tiles are read to for their errors alone
+  Parameters checked_;  // only to find errors in the segments of tiles
   std::vector<TileParts> tiles_;
   Numbered packed_;                      // of all tile-parts, as PPM segments hold them
   std::vector<uint8_t> packed_headers_;  // the same in one piece

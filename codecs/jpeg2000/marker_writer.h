@@ -19,7 +19,7 @@ void WriteMainHeader(const SizeSegment& size, const Parameters& parameters,
                      std::vector<uint8_t>* bytes);
 // The header of a tile's only part, whose packets take `size` bytes.
 void WriteTilePartHeader(int tile, size_t size, std::vector<uint8_t>* bytes);
-// In front of the packet of this number.
+// Precedes the packet of this number.
 void WriteStartMarker(int64_t packet, std::vector<uint8_t>* bytes);
 void WriteMarker(int marker, std::vector<uint8_t>* bytes);
 

@@ -1,105 +1,159 @@
 // SPDX-License-Identifier: MIT
 #include "codecs/jpegxr/container.h"
 
+#include <algorithm>
+#include <array>
 #include <cstring>
+#include <iterator>
 #include <string>
+
+#include "codecs/support/byte_writer.h"
+#include "codecs/support/exif.h"
+#include "codecs/support/fields.h"
 
 namespace zepcodec::jpegxr {
 namespace {
 
-constexpr uint16_t kPixelFormatTag = 0xBC01, kWidthTag = 0xBC80, kHeightTag = 0xBC81;
-constexpr uint16_t kOffsetTag = 0xBCC0, kSizeTag = 0xBCC1;
-constexpr uint16_t kAlphaSizeTag = 0xBCC3;  // behind the offset of opacity
-constexpr uint16_t kByteType = 1, kLongType = 4;
-constexpr size_t kEntryBytes = 12;
+using tiff::NewField;
+
+constexpr uint16_t kXmpTag = 700, kIccTag = 34675;
+constexpr uint16_t kPixelFormatTag = 0xBC01, kTransformTag = 0xBC02;
+constexpr uint16_t kWidthTag = 0xBC80, kHeightTag = 0xBC81;
+constexpr uint16_t kXResolutionTag = 0xBC82, kYResolutionTag = 0xBC83;  // dots per inch
+constexpr uint16_t kOffsetTag = 0xBCC0, kSizeTag = 0xBCC1, kAlphaOffsetTag = 0xBCC2;
+constexpr uint32_t kDirectory = 8;
+
+// EXIF orientations by number of the transform. Bit 2 turns the picture clockwise; then bit 0
+// mirrors top and bottom, and bit 1 left and right.
+constexpr std::array<int, 8> kOrientations = {1, 4, 2, 3, 6, 7, 5, 8};
 
 constexpr uint8_t kFormatStart[15] = {0x24, 0xC3, 0xDD, 0x6F, 0x03, 0x4E, 0xFE, 0x4B,
                                       0xB1, 0x85, 0x3D, 0x77, 0x76, 0x8D, 0xC9};
 
-// The last byte of the identifier of a format.
-uint8_t FormatByte(const Picture& image) {
+// The identifier of a pixel format; the formats differ in the last byte.
+std::vector<uint8_t> PixelFormatOf(const Picture& image) {
   constexpr uint8_t kGrey[] = {0x08, 0x0B, 0x13, 0x3F, 0x3E, 0x11};
   constexpr uint8_t kRgb[] = {0x0D, 0x15, 0x12, 0x18, 0x3B, 0x27};
   const auto type = static_cast<int>(image.type());
-  return IsGrey(image.layout()) ? kGrey[type] : kRgb[type];
+  std::vector<uint8_t> bytes(std::begin(kFormatStart), std::end(kFormatStart));
+  bytes.push_back(IsGrey(image.layout()) ? kGrey[type] : kRgb[type]);
+  return bytes;
 }
 
-uint32_t Little(const uint8_t* bytes, int count) {
-  uint32_t value = 0;
-  for (int i = count; i-- > 0;) value = value << 8 | bytes[i];
-  return value;
-}
-
-void Put(uint32_t value, int count, std::vector<uint8_t>* bytes) {
-  for (int i = 0; i < count; ++i) bytes->push_back(static_cast<uint8_t>(value >> (8 * i)));
-}
-
-void PutEntry(uint16_t tag, uint16_t type, uint32_t count, uint32_t value,
-              std::vector<uint8_t>* bytes) {
-  Put(tag, 2, bytes);
-  Put(type, 2, bytes);
-  Put(count, 4, bytes);
-  Put(value, 4, bytes);
-}
-
-// A codestream goes to the end of the file: it knows where it ends, and some writers' sizes are too small or 0.
+// A codestream goes to the end of the file: it knows where it ends, and some writers' sizes are too
+// small or 0.
 Span CodestreamAt(const Span& file, uint32_t offset) {
   if (offset >= file.size) return {};
-  return {file.data + offset, file.size - offset};
+  return {file.data + offset, file.size - offset, offset};
+}
+
+// Replaces an orientation in the EXIF data.
+void SetOrientation(int orientation, Metadata* metadata) {
+  metadata->exif = WithOrientation(orientation, metadata->exif);
+  metadata->orientation = orientation;
+}
+
+void ReadMetadata(const ByteReader& file, const tiff::FieldList& list, Messages* notes,
+                  Container* container) {
+  Metadata& metadata = container->metadata;
+  metadata.icc_profile = list.Bytes(kIccTag);
+  metadata.xmp = list.Bytes(kXmpTag);
+  metadata.exif = JoinExif(CollectExif(file, list, notes));
+  metadata.orientation = OrientationOfExif(metadata.exif);
+  const double x = list.Real(kXResolutionTag), y = list.Real(kYResolutionTag);
+  if (x > 0 && y > 0) metadata.resolution = {Resolution::Unit::kInch, x, y};
+  const uint32_t transform = list.Number(kTransformTag, UINT32_MAX);
+  container->has_transform = transform < kOrientations.size();
+  if (container->has_transform) SetOrientation(kOrientations[transform], &metadata);
+}
+
+NewField FloatField(uint16_t tag, double value) {
+  const auto number = static_cast<float>(value);
+  uint32_t bits;
+  std::memcpy(&bits, &number, sizeof(bits));
+  return tiff::NumberField(tag, tiff::kFloat, {bits});
+}
+
+std::vector<NewField> FieldsOf(const Metadata& metadata) {
+  std::vector<NewField> fields = SplitExif(metadata.exif);
+  if (const int orientation = TakeOrientation(&fields); orientation > 0) {
+    const auto* const found = std::find(kOrientations.begin(), kOrientations.end(), orientation);
+    const auto transform = static_cast<uint32_t>(found - kOrientations.begin());
+    fields.push_back(tiff::NumberField(kTransformTag, tiff::kLong, {transform}));
+  }
+  if (!metadata.xmp.empty()) fields.push_back(BytesField(kXmpTag, tiff::kByte, metadata.xmp));
+  if (!metadata.icc_profile.empty()) {
+    fields.push_back(BytesField(kIccTag, tiff::kUndefined, metadata.icc_profile));
+  }
+  const Resolution& resolution = metadata.resolution;
+  const bool is_inch = resolution.unit == Resolution::Unit::kInch;
+  if (is_inch || resolution.unit == Resolution::Unit::kCentimetre) {
+    const double dots = is_inch ? 1 : 2.54;
+    fields.push_back(FloatField(kXResolutionTag, dots * resolution.x));
+    fields.push_back(FloatField(kYResolutionTag, dots * resolution.y));
+  }
+  return fields;
+}
+
+// The file up to the codestream, which begins at `start`.
+std::vector<uint8_t> MakeHead(const Picture& image, uint64_t start, uint64_t size) {
+  std::vector<NewField> fields = FieldsOf(image.metadata());
+  fields.push_back(BytesField(kPixelFormatTag, tiff::kByte, PixelFormatOf(image)));
+  const auto add = [&](uint16_t tag, uint64_t number) {
+    fields.push_back(tiff::NumberField(tag, tiff::kLong, {static_cast<uint32_t>(number)}));
+  };
+  add(kWidthTag, static_cast<uint64_t>(image.width()));
+  add(kHeightTag, static_cast<uint64_t>(image.height()));
+  add(kOffsetTag, start);
+  add(kSizeTag, size);
+  std::vector<uint8_t> head = {'I', 'I', 0xBC, 1, kDirectory, 0, 0, 0};
+  AppendFields(std::move(fields), 0, &head);
+  return head;
 }
 
 }  // namespace
 
-Status ReadContainer(const uint8_t* data, size_t size, Messages* messages, Container* container) {
-  const Span file = {data, size};
+Status ReadContainer(const uint8_t* data, size_t size, Messages* messages, Messages* notes,
+                     Container* container) {
+  const Span file = {data, size, 0};
   if (size >= 8 && std::memcmp(data, "WMPHOTO", 8) == 0) {
     container->picture = file;
     return Status();
   }
   if (size < 8 || std::memcmp(data, "II\xBC", 3) != 0) return Status::Error("no JPEG XR file");
-  const uint32_t directory = Little(data + 4, 4);
-  if (directory > size || size - directory < 2) return Status::Error("the file has no directory");
-  const uint32_t entries = Little(data + directory, 2);
-  uint32_t values[4] = {};  // offset and size of the picture and of opacity
-  const uint8_t* entry = data + directory + 2;
-  for (uint32_t i = 0; i < entries; ++i, entry += kEntryBytes) {
-    if (static_cast<size_t>(data + size - entry) < kEntryBytes) {
-      messages->Add("the directory ends early");
-      break;
-    }
-    const uint32_t tag = Little(entry, 2);
-    const uint32_t value = Little(entry + 8, Little(entry + 2, 2) == 3 ? 2 : 4);
-    if (tag >= kOffsetTag && tag <= kAlphaSizeTag) values[tag - kOffsetTag] = value;
+  const ByteReader bytes(data, size, ByteOrder::kLittle);
+  tiff::FieldList list;
+  if (!ReadFields(bytes, bytes.At(4).Long(), notes, &list).ok()) {
+    return Status::Error("the file has no directory");
   }
-  container->picture = CodestreamAt(file, values[0]);
-  if (container->picture.size == 0) return Status::Error("the file has no codestream");
-  if (values[1] > container->picture.size)
-    messages->Add("the file ends before its codestream does");
-  // Some encoders claim too much for opacity.
-  if (values[2] != 0) container->alpha = CodestreamAt(file, values[2]);
+  if (list.is_cut) messages->AddAt(size, "the directory ends early");
+  container->picture = CodestreamAt(file, list.Number(kOffsetTag, 0));
+  if (list.Number(kOffsetTag, 0) == 0 || container->picture.size == 0) {
+    return Status::Error("the file has no codestream");
+  }
+  if (list.Number(kSizeTag, 0) > container->picture.size) {
+    messages->AddAt(size, "the file ends before its codestream does");
+  }
+  // Its size is not checked: some encoders write one that is too large.
+  const uint32_t alpha = list.Number(kAlphaOffsetTag, 0);
+  if (alpha != 0) container->alpha = CodestreamAt(file, alpha);
+  ReadMetadata(bytes, list, notes, container);
   return Status();
+}
+
+void ApplyTransform(int transform, Container* container) {
+  if (container->has_transform || transform == 0) return;
+  SetOrientation(kOrientations[static_cast<size_t>(transform)], &container->metadata);
 }
 
 Status WriteContainer(const Picture& image, const std::vector<uint8_t>& codestream_header,
                       const std::vector<Span>& packets, ByteBuffer* file) {
-  constexpr uint32_t kDirectory = 8, kEntries = 5;
-  constexpr uint32_t kFormat = kDirectory + 2 + kEntries * kEntryBytes + 4;
-  constexpr uint32_t kStart = kFormat + 16;
   uint64_t size = codestream_header.size();
   for (const Span& packet : packets) size += packet.size;
-  if (size + kStart > UINT32_MAX) return Status::Error("too large for a file of this kind");
-  std::vector<uint8_t> head = {'I', 'I', 0xBC, 1};
-  Put(kDirectory, 4, &head);
-  Put(kEntries, 2, &head);
-  PutEntry(kPixelFormatTag, kByteType, 16, kFormat, &head);
-  PutEntry(kWidthTag, kLongType, 1, static_cast<uint32_t>(image.width()), &head);
-  PutEntry(kHeightTag, kLongType, 1, static_cast<uint32_t>(image.height()), &head);
-  PutEntry(kOffsetTag, kLongType, 1, kStart, &head);
-  PutEntry(kSizeTag, kLongType, 1, static_cast<uint32_t>(size), &head);
-  Put(0, 4, &head);
-  head.insert(head.end(), kFormatStart, kFormatStart + sizeof(kFormatStart));
-  head.push_back(FormatByte(image));
-  if (!file->Resize(0) || !file->MakeRoom(kStart + static_cast<size_t>(size)) ||
+  const uint64_t start = MakeHead(image, 0, 0).size();
+  if (size + start > UINT32_MAX) return Status::Error("too large for a file of this kind");
+  const std::vector<uint8_t> head = MakeHead(image, start, size);
+  if (!file->Resize(0) || !file->MakeRoom(static_cast<size_t>(start + size)) ||
       !file->Append(head.data(), head.size()) ||
       !file->Append(codestream_header.data(), codestream_header.size())) {
     return Status::NoMemory();

@@ -205,7 +205,7 @@ class FrameDecoder {
       : codestream_(codestream), options_(options), threads_(ThreadCount(options.threads)) {}
 
   Status ReadHeader() {
-    Status status = ReadHeaders(codestream_.data, codestream_.size, &headers_);
+    Status status = ReadHeaders(codestream_.data, codestream_.size, codestream_.offset, &headers_);
     return status.ok() ? CheckClaims(headers_.frame, codestream_.size, options_) : status;
   }
   const FrameHeader& frame() const { return headers_.frame; }
@@ -285,7 +285,7 @@ void FillOpaque(Picture* image) {
 class FileDecoder {
  public:
   FileDecoder(const Container& container, const DecodeOptions& options)
-      : container_(container), options_(options), decoder_(container_.picture, options) {}
+      : alpha_(container.alpha), options_(options), decoder_(container.picture, options) {}
 
   Status ReadHeader() { return decoder_.ReadHeader(); }
   const FrameHeader& frame() const { return decoder_.frame(); }
@@ -299,7 +299,7 @@ class FileDecoder {
   int64_t Memory() const {
     int64_t bytes = decoder_.Memory();
     if (HasOwnAlpha()) {
-      FrameDecoder alpha(container_.alpha, options_);
+      FrameDecoder alpha(alpha_, options_);
       if (OpenAlpha(&alpha).ok()) bytes = std::max(bytes, alpha.Memory());
     }
     const int64_t channels = ChannelCount(Layout());
@@ -314,7 +314,7 @@ class FileDecoder {
     std::memset(image->Row(0), 0, image->SizeInBytes());  // for rows that damage leaves out
     Status status = decoder_.Decode(0, image, &info->messages);
     if (!status.ok() || !HasOwnAlpha()) return status;
-    FrameDecoder decoder(container_.alpha, options_);
+    FrameDecoder decoder(alpha_, options_);
     Status alpha = OpenAlpha(&decoder);
     if (alpha.ok()) alpha = decoder.Decode(ColorCount(image->layout()), image, &info->messages);
     const Status::Kind kind = alpha.kind();
@@ -327,7 +327,7 @@ class FileDecoder {
   }
 
  private:
-  bool HasOwnAlpha() const { return container_.alpha.size > 0 && !frame().has_alpha; }
+  bool HasOwnAlpha() const { return alpha_.size > 0 && !frame().has_alpha; }
 
   Status OpenAlpha(FrameDecoder* decoder) const {
     const Status status = decoder->ReadHeader();
@@ -339,7 +339,7 @@ class FileDecoder {
     return status;
   }
 
-  Container container_;
+  Span alpha_;
   const DecodeOptions& options_;
   FrameDecoder decoder_;
 };
@@ -350,12 +350,14 @@ Status OpenFile(const uint8_t* data, size_t size, const DecodeOptions& options, 
                 const Use& use) {
   try {
     Container container;
-    Status status = ReadContainer(data, size, &info->messages, &container);
+    Status status = ReadContainer(data, size, &info->messages, &info->notes, &container);
     if (!status.ok()) return status;
     FileDecoder decoder(container, options);
     status = decoder.ReadHeader();
     info->frame = decoder.frame();
     info->layout = decoder.Layout();
+    ApplyTransform(info->frame.orientation, &container);
+    info->metadata = container.metadata;
     return status.ok() ? use(&decoder) : status;
   } catch (const std::bad_alloc&) {
     return Status::NoMemory();

@@ -34,7 +34,9 @@ struct DecodeOptions {
 struct FileInfo {
   FrameHeader frame;
   PixelLayout layout = PixelLayout::kGrey;  // includes opacity that is coded separately
+  Metadata metadata;
   Messages messages;
+  Messages notes;  // about metadata
 };
 
 // A picture is refused if it has more macroblocks than its codestream can hold with the shortest

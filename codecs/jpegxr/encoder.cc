@@ -114,7 +114,7 @@ Status WriteFile(const Picture& image, const FrameHeader& frame, const Packets& 
   for (const auto& tile : tiles) {
     for (const std::vector<uint8_t>& packet : tile) {
       sizes.push_back(packet.size());
-      packets.push_back({packet.data(), packet.size()});
+      packets.push_back({packet.data(), packet.size(), 0});
     }
   }
   return WriteContainer(image, MakeHeaders(frame, sizes), packets, file);

@@ -9,7 +9,7 @@
 
 namespace zepcodec::jpegxr {
 
-// Behind the end there are zeros, and failed().
+// Reading past the end gives zeros and sets failed().
 class HeaderReader {
  public:
   HeaderReader(const uint8_t* data, size_t size) : data_(data), size_(size) {}
@@ -26,7 +26,7 @@ class HeaderReader {
   }
   bool Bit() { return Bits(1) != 0; }
   void Align() { position_ = (position_ + 7) / 8 * 8; }
-  // A number in 2, 5 or 9 bytes; 0 for what is not there.
+  // A number in 2, 5 or 9 bytes; 0 for an escape code.
   uint64_t Number() {
     const uint32_t first = Bits(8);
     if (first < 0xFB) return first << 8 | Bits(8);

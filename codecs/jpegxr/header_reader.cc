@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "codecs/jpegxr/header_reader.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -73,7 +74,7 @@ Status ReadPlaneHeader(SampleType type, HeaderReader* reader, PlaneHeader* plane
   return Status();
 }
 
-// Sizes of all tiles but the last one, in macroblocks, become where they begin.
+// Reads the sizes of all tiles except the last one, in macroblocks, and computes where they begin.
 Status ReadTileSizes(uint32_t count, uint32_t bits, uint32_t whole, HeaderReader* reader,
                      std::vector<uint32_t>* starts) {
   starts->assign(1, 0);
@@ -140,7 +141,7 @@ Status ReadGeometry(const Flags& flags, HeaderReader* reader, FrameHeader* frame
   if (!frame->has_index && (frame->is_frequency_order || tiles_across * tiles_down > 1)) {
     return Status::Error("several packets without an index");
   }
-  // The window comes behind the tiles, but they depend on it.
+  // The window follows the tile sizes, but is needed to check them.
   HeaderReader window = *reader;
   const uint32_t size_bits = flags.is_short ? 8 : 16;
   for (uint32_t i = 2; i < tiles_across + tiles_down; ++i) window.Bits(size_bits);
@@ -175,20 +176,14 @@ Status ReadIndex(size_t packets, HeaderReader* reader, std::vector<uint64_t>* of
   return Status();
 }
 
-}  // namespace
-
-Status ReadHeaders(const uint8_t* data, size_t size, Headers* headers) {
-  if (size < sizeof(kSignature) || std::memcmp(data, kSignature, sizeof(kSignature)) != 0) {
-    return Status::Error("no JPEG XR codestream");
-  }
-  HeaderReader reader(data + sizeof(kSignature), size - sizeof(kSignature));
+Status ReadFields(HeaderReader* reader, Headers* headers) {
   FrameHeader& frame = headers->frame;
   Flags flags;
-  Status status = ReadFlags(&reader, &frame, &flags);
-  if (status.ok()) status = ReadGeometry(flags, &reader, &frame);
-  if (status.ok()) status = ReadPlaneHeader(frame.type, &reader, &frame.plane);
+  Status status = ReadFlags(reader, &frame, &flags);
+  if (status.ok()) status = ReadGeometry(flags, reader, &frame);
+  if (status.ok()) status = ReadPlaneHeader(frame.type, reader, &frame.plane);
   if (status.ok() && frame.has_alpha) {
-    status = ReadPlaneHeader(frame.type, &reader, &frame.alpha);
+    status = ReadPlaneHeader(frame.type, reader, &frame.alpha);
     if (status.ok() && frame.alpha.color != ColorFormat::kGrey) {
       status = Status::Error("opacity of several components");
     }
@@ -200,17 +195,29 @@ Status ReadHeaders(const uint8_t* data, size_t size, Headers* headers) {
   headers->packet_offsets.clear();
   if (frame.has_index) {
     const size_t bands = frame.is_frequency_order ? PacketsOf(frame.plane.bands) : 1;
-    status = ReadIndex(frame.TileCount() * bands, &reader, &headers->packet_offsets);
-  } else {
-    headers->packet_offsets.push_back(0);
+    return ReadIndex(frame.TileCount() * bands, reader, &headers->packet_offsets);
   }
-  const uint64_t profile = reader.Number();
-  const uint64_t start = sizeof(kSignature) + reader.BytePosition() + profile;
-  if (!status.ok()) return status;
-  if (reader.failed() || profile > size || start > size)
-    return Status::Error("the header ends early");
-  headers->data_start = static_cast<size_t>(start);
-  return Status();
+  headers->packet_offsets.push_back(0);
+  return status;
+}
+
+}  // namespace
+
+Status ReadHeaders(const uint8_t* data, size_t size, size_t offset, Headers* headers) {
+  if (size < sizeof(kSignature) || std::memcmp(data, kSignature, sizeof(kSignature)) != 0) {
+    return Status::Error("no JPEG XR codestream");
+  }
+  HeaderReader reader(data + sizeof(kSignature), size - sizeof(kSignature));
+  Status status = ReadFields(&reader, headers);
+  if (status.ok()) {
+    const uint64_t profile = reader.Number();
+    const uint64_t start = sizeof(kSignature) + reader.BytePosition() + profile;
+    headers->data_start = static_cast<size_t>(start);
+    if (!reader.failed() && profile <= size && start <= size) return status;
+    status = Status::Error("the header ends early");
+  }
+  const size_t at = std::min(offset + sizeof(kSignature) + reader.BytePosition(), offset + size);
+  return Status::Error("byte " + std::to_string(at) + ": " + status.text());
 }
 
 }  // namespace zepcodec::jpegxr

@@ -21,8 +21,9 @@ struct Headers {
   size_t data_start = 0;                 // in the codestream
 };
 
-// Everything before the tiles.
-Status ReadHeaders(const uint8_t* data, size_t size, Headers* headers);
+// Reads everything before the tiles. `offset` is the position of the codestream in the file, for
+// errors.
+Status ReadHeaders(const uint8_t* data, size_t size, size_t offset, Headers* headers);
 
 }  // namespace zepcodec::jpegxr
 

@@ -10,8 +10,8 @@
 
 namespace zepcodec::jpegxr {
 
-// Everything before the tiles. `packet_sizes` of all packets in their order; without an index they are not
-// used.
+// Makes everything before the tiles. `packet_sizes` has all packets in their order; it is only used
+// for an index.
 std::vector<uint8_t> MakeHeaders(const FrameHeader& frame,
                                  const std::vector<uint64_t>& packet_sizes);
 

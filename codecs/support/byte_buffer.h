@@ -21,7 +21,7 @@ class ByteBuffer {
   size_t size() const { return size_; }
   size_t capacity() const { return capacity_; }
 
-  // The first bytes keep their values, as many as fit. Shrinking keeps the memory.
+  // Bytes below both sizes keep their values. Shrinking keeps the memory.
   // False: no memory.
   [[nodiscard]] bool Resize(size_t size) {
     if (size > capacity_ && !Reserve(size)) return false;
@@ -29,8 +29,8 @@ class ByteBuffer {
     return true;
   }
 
-  // Makes room for `more` bytes behind the last one; grows at least by half, so that appending many
-  // small pieces stays linear.
+  // Makes room for `more` bytes after the last one. Grows by at least half, so that appending many
+  // small pieces takes linear time.
   [[nodiscard]] bool MakeRoom(size_t more) {
     if (capacity_ - size_ >= more) return true;
     return Reserve(std::max(size_ + more, capacity_ + capacity_ / 2));

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // A row passes through a common form: RGB and opacity as integers from 0 to the source's white (for
-// light: the target's). There it is blended, turned to grey or ink, and scaled to the target's white:
+// light: the target's). There it is blended, turned to grey or ink, and scaled to the target's
+// white:
 //   blended = (value alpha + background (white - alpha) + white / 2) / white
 //   scaled = (value white' + white / 2) / white
 #include "codecs/support/convert.h"
@@ -38,7 +39,7 @@ T Load(const uint8_t* from) {
   return value;
 }
 
-// IEEE 754 binary16; infinity as a number beyond the largest.
+// IEEE 754 binary16. Infinity becomes a finite number above all others.
 double FloatOfHalf(uint16_t half) {
   const int exponent = half >> 10 & 31;
   const int fraction = half & 1023;
@@ -77,7 +78,7 @@ uint32_t Scaled(uint64_t value, uint32_t factor, uint32_t white) {
   return static_cast<uint32_t>((value * factor + white / 2) / white);
 }
 
-// Calls get(x, channel) for the channels that there are.
+// Calls get(x, channel) for each channel.
 template <class Get>
 void FillRow(const PixelFormat& format, size_t width, const Get& get, Row* row) {
   const size_t red = format.is_bgr ? 2 : 0;

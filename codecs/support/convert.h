@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Between pixels of different layouts, depths and kinds of samples.
+// Converts pixels between layouts, depths and kinds of samples.
 #ifndef ZEPJP_CODECS_SUPPORT_CONVERT_H_
 #define ZEPJP_CODECS_SUPPORT_CONVERT_H_
 
@@ -23,7 +23,8 @@ struct PixelFormat {
   size_t BytesPerPixel() const { return static_cast<size_t>(channels() * BytesOf(type)); }
 };
 
-// Somebody's pixels: rows of `width` pixels, `stride` bytes from one row to the next.
+// Pixels in memory that is owned elsewhere: rows of `width` pixels, `stride` bytes from one row to
+// the next.
 struct Pixels {
   uint8_t* data;
   size_t stride;
@@ -52,11 +53,11 @@ struct OpacityUse {
 };
 
 // Fills `to`, of the same size, from `from`. Every layout becomes every other one: grey is the
-// luminance of ITU-R BT.601; CMYK becomes RGB as (1 - ink)(1 - black), without a profile; RGB becomes
-// CMYK without black. Opacity that is not there is full. Unsigned integers are scaled to each other
-// and rounded; fixed point and floats are linear light, and get the curve of sRGB where they become
-// integers (below 0 and NaN: 0; above 1: 1). Floats and fixed point are copied but never made here:
-// where `to` has such samples it has the type of `from`, and no fewer colours.
+// luminance of ITU-R BT.601; CMYK becomes RGB as (1 - ink)(1 - black), without a profile; RGB
+// becomes CMYK without black. Missing opacity is full. Unsigned integers are scaled to
+// each other and rounded; fixed point and floats are linear light, and get the curve of sRGB where
+// they become integers (below 0 and NaN: 0; above 1: 1). Floats and fixed point are copied but
+// never made here: where `to` has such samples it has the type of `from`, and no fewer colours.
 Status Convert(const ConstPixels& from, const OpacityUse& opacity, const Pixels& to);
 
 // The same to a picture, which gets the size.
@@ -66,7 +67,7 @@ Status Convert(const Picture& from, PixelLayout layout, int bits, const OpacityU
 // True where there is no opacity, or it is full everywhere.
 bool IsOpaque(const Picture& picture);
 
-// Turns a picture's inks, or its colours without opacity, into the largest value less each.
+// Replaces each sample of a colour or ink by the largest value minus it. Opacity stays.
 void Invert(Picture* picture);
 
 }  // namespace zepcodec

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What a decoder noticed in a file that it could read: damage, which costs samples, and notes, about
-// an unusual file that is complete.
+// Messages about a file that could be decoded: damage, which costs samples, and notes about
+// something unusual that costs none.
 #ifndef ZEPJP_CODECS_SUPPORT_MESSAGES_H_
 #define ZEPJP_CODECS_SUPPORT_MESSAGES_H_
 
@@ -13,8 +13,8 @@
 namespace zepcodec {
 
 struct Message {
-  int64_t offset;     // of the byte in the file; negative: not known
-  std::string place;  // within the picture, such as "tile 3"; empty: no particular one
+  int64_t offset;     // of the byte in the file; negative: unknown
+  std::string place;  // in the picture, such as "tile 3"; may be empty
   std::string text;
 
   // "byte 120, MCU 7: no such code"
@@ -29,6 +29,12 @@ struct Message {
 template <class Number>
 std::string Place(const char* part, Number number) {
   return std::string(part) + " " + std::to_string(number);
+}
+
+// A marker of JPEG or JPEG 2000: "FF C4".
+inline std::string MarkerName(int marker) {
+  const char* const digits = "0123456789ABCDEF";
+  return std::string("FF ") + digits[marker >> 4 & 15] + digits[marker & 15];
 }
 
 // Keeps the first messages and counts all.

@@ -25,12 +25,6 @@ struct Metadata {
   Resolution resolution;
 };
 
-// The orientation that EXIF data tells; 0 if it tells none.
-int OrientationOfExif(const std::vector<uint8_t>& exif);
-
-// Sets it to 1 where it is told.
-void SetExifUpright(std::vector<uint8_t>* exif);
-
 }  // namespace zepcodec
 
 #endif  // ZEPJP_CODECS_SUPPORT_METADATA_H_

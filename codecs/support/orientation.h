@@ -8,8 +8,8 @@
 
 namespace zepcodec {
 
-// What brings a picture with an EXIF orientation upright: first rows and columns change places, then
-// left and right, top and bottom.
+// What brings a picture with an EXIF orientation upright: first rows and columns change places,
+// then left and right, top and bottom.
 struct Turn {
   bool transposes = false;
   bool mirrors_x = false;

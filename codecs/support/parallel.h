@@ -16,14 +16,15 @@
 
 namespace zepcodec {
 
-// The number of threads that `wanted` means; 0: as many as the machine runs at once.
+// The number of threads for an option; 0: one for each processor.
 inline size_t ThreadCount(int wanted) {
   if (wanted > 0) return static_cast<size_t>(wanted);
   return std::max<size_t>(1, std::thread::hardware_concurrency());
 }
 
-// On each thread makes a worker, which is then called with one item after the other. Where the system
-// gives fewer threads, those do all the work. Only std::bad_alloc is caught. `progress` may be null.
+// On each thread makes a worker, which is then called with one item after the other. Where the
+// system gives fewer threads, those do all the work. Only std::bad_alloc is caught. `progress` may
+// be null.
 template <class MakeWorker>
 Status RunParallel(size_t threads, size_t items, const MakeWorker& make_worker,
                    Progress* progress = nullptr) {
@@ -46,9 +47,9 @@ Status RunParallel(size_t threads, size_t items, const MakeWorker& make_worker,
     others.reserve(std::min(threads, items));
     while (others.size() + 1 < std::min(threads, items)) others.emplace_back(run);
   } catch (const std::system_error&) {
-    // As many as there are.
+    // Go on with the threads that were started.
   } catch (const std::bad_alloc&) {
-    // The same.
+    // Likewise.
   }
   run();
   for (std::thread& other : others) other.join();

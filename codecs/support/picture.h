@@ -12,8 +12,8 @@
 
 namespace zepcodec {
 
-// Opacity comes last; full is the largest value, and the colours are not multiplied by it. CMYK holds
-// the amount of ink: 0 none, the largest value full.
+// Opacity comes last; full is the largest value, and the colours are not multiplied by it. CMYK
+// holds the amount of ink: 0 none, the largest value full.
 enum class PixelLayout { kGrey, kGreyAlpha, kRgb, kRgba, kCmyk };
 
 constexpr int ChannelCount(PixelLayout layout) {

@@ -18,7 +18,7 @@ class Progress {
   explicit Progress(std::function<bool(double)> is_stop_wanted)
       : is_stop_wanted_(std::move(is_stop_wanted)) {}
 
-  // What follows counts as the part of the whole work from `begin` to `end`.
+  // The following reports are for the part of the whole work from `begin` to `end`.
   void SetPart(double begin, double end) {
     begin_ = begin;
     end_ = end;
@@ -44,7 +44,7 @@ class Progress {
   std::atomic<bool> stopped_{false};
 };
 
-// Of a codec's options, where null stands for work that nobody watches.
+// The same for the progress in a codec's options, which may be null.
 template <class Number>
 bool Stops(Progress* progress, Number done, Number all) {
   return progress != nullptr && progress->Stops(done, all);

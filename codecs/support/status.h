@@ -15,7 +15,7 @@ class [[nodiscard]] Status {
   Status() = default;
   // A bad file or, of an encoder, a bad option.
   static Status Error(std::string text) { return Status(Kind::kError, std::move(text)); }
-  // What the caller asks for does not exist, whatever the file or picture.
+  // An option that is wrong for every file and picture.
   static Status BadOption(std::string text) { return Status(Kind::kBadOption, std::move(text)); }
   // A good file, but nothing that this library reads; a picture that a format cannot hold.
   static Status Unsupported(std::string text) {

@@ -5,10 +5,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
 #include "codecs/support/byte_buffer.h"
 #include "codecs/support/messages.h"
+#include "codecs/support/metadata.h"
 #include "codecs/support/picture.h"
 #include "codecs/support/progress.h"
 #include "codecs/support/status.h"
@@ -19,26 +19,24 @@ enum class Compression { kNone, kPackBits };
 
 struct EncodeOptions {
   Compression compression = Compression::kPackBits;
-  // Each row of 16-bit samples as all its high bytes, then all its low bytes, which packs better. This
-  // codec's own: the file says so by a private number of its compression, and other programs refuse it.
+  // Each row of 16-bit samples as all its high bytes, then all its low bytes, which packs better.
+  // This codec's own: the file says so by a private number of its compression, and other programs
+  // refuse it.
   bool has_byte_planes = false;
-  int dots_per_inch = 0;       // 0: unknown
-  int dots_per_inch_down = 0;  // 0: as across
-  std::vector<uint8_t> icc_profile;
-  // Null: nobody watches.
+  // Reports progress and can cancel; null: neither.
   Progress* progress = nullptr;
 };
 
-// Makes a file of a picture of 1 or 3 channels and 8 or 16 bits.
+// Makes a file of a picture of 1 or 3 channels and 8 or 16 bits, with its metadata.
 Status Encode(const Picture& picture, const EncodeOptions& options, ByteBuffer* file);
 
 struct DecodeOptions {
   int64_t max_pixels = int64_t{1} << 28;  // files that claim more are refused
-  // Null: nobody watches.
+  // Reports progress and can cancel; null: neither.
   Progress* progress = nullptr;
 };
 
-// What a file says about itself, and what is wrong with it.
+// The headers of a file, and messages about damage.
 struct FileInfo {
   int width = 0;
   int height = 0;
@@ -48,20 +46,20 @@ struct FileInfo {
   bool has_more_pictures = false;
   Compression compression = Compression::kNone;
   bool has_byte_planes = false;
-  int dots_per_inch = 0;
-  int dots_per_inch_down = 0;
-  std::vector<uint8_t> icc_profile;
+  Metadata metadata;
   Messages messages;
+  Messages notes;  // about metadata
 };
 
-// Two bytes become at most 128 by PackBits. A file is refused, before memory is taken, if its picture has
-// more bytes than that of its size; up to so many bytes are accepted all the same.
+// PackBits makes at most 128 bytes from two. A file is refused, before memory is taken, if its
+// picture is more than that many times larger than the file. Pictures of up to kAlwaysAcceptedBytes
+// are accepted.
 constexpr int64_t kMostExpansion = 64;
 constexpr int64_t kAlwaysAcceptedBytes = int64_t{1} << 20;
 
-// The first picture of a file. The time is bounded by the bytes of the picture (three times as many are
-// touched) and the number of strips, memory by twice the picture and 8 bytes a strip. An error means that there is none; a picture with damaged strips, which are
-// 0 where they are lost, comes with messages.
+// Decodes the first picture of a file. Time is bounded by three times the bytes of the picture and
+// by the number of strips; memory by twice the picture and 8 bytes for each strip. An error means
+// that there is no picture; damaged strips are 0 where bytes are lost, and get messages.
 Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Picture* picture,
               FileInfo* info);
 

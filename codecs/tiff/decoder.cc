@@ -98,16 +98,17 @@ class Decoder {
     return Status();
   }
 
-  // Packets of one byte each make two bytes of one, and more has no use but for those that stand for nothing. Without
-  // a limit all strips could share one long row of these, and the time would be that of a file that has it in
-  // each.
+  // The longest sensible packing has a packet for each byte, two bytes for one. Packets that stand
+  // for no bytes can make it longer. Without a limit all strips could share one long run of those,
+  // and decoding would take quadratic time.
   static size_t MostPacked(size_t bytes) { return 2 * bytes + kUselessBytes; }
 
   void ReportLoss(size_t index) {
-    info_->messages.Add("strip " + std::to_string(index) + " is damaged or not all there");
+    const size_t offset = index < strips_.offsets.size() ? strips_.offsets[index] : size_;
+    info_->messages.AddAt(offset, Place("strip", index), "damaged or incomplete");
   }
 
-  // Brings a row of a strip to the machine's order and into the picture.
+  // Copies a row of a strip to the picture, in the machine's byte order.
   void TakeRow(const uint8_t* in, int plane, int y) {
     const size_t count = SamplesInStripRow();
     uint8_t* const row = strips_.is_planar ? row_.data() : picture_->Row(y);

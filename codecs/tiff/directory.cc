@@ -2,26 +2,15 @@
 #include "codecs/tiff/directory.h"
 
 #include <algorithm>
-#include <cmath>
-#include <map>
 #include <string>
+
+#include "codecs/support/exif.h"
 
 namespace zepcodec::tiff {
 namespace {
 
-constexpr size_t kHeaderSize = 8, kEntrySize = 12;
+constexpr size_t kHeaderSize = 8;
 constexpr uint32_t kMostPixelsOnASide = 1 << 28;  // rows then have less than 2^31 bytes
-
-size_t SizeOfType(uint32_t type) {
-  switch (type) {
-    case kByte:
-    case kUndefined: return 1;
-    case kShort: return 2;
-    case kLong: return 4;
-    case kRational: return 8;
-    default: return 0;
-  }
-}
 
 class DirectoryReader {
  public:
@@ -30,88 +19,29 @@ class DirectoryReader {
 
   Status Read() {
     if (!IsTiff(data_, size_)) return Status::Error("not a TIFF file");
-    info_->is_big_endian = data_[0] == 'M';
     if (size_ < kHeaderSize) return Status::Error("the file ends within its header");
-    if (Word(2, 2) == 43) return Status::Error("BigTIFF is not supported");
-    if (Status status = ReadEntries(Word(4, 4)); !status.ok()) return status;
+    uint32_t first = 0;
+    if (!OpenTiff(data_, size_, 0, &file_, &first))
+      return Status::Error("BigTIFF is not supported");
+    info_->is_big_endian = file_.order() == ByteOrder::kBig;
+    if (Status status = ReadFields(file_, first, &info_->notes, &fields_); !status.ok()) {
+      return status;
+    }
+    if (fields_.is_cut) return Status::Error("the file ends within its directory");
+    info_->has_more_pictures = fields_.next != 0;
     for (const auto read : {&DirectoryReader::ReadSize, &DirectoryReader::ReadSamples,
                             &DirectoryReader::ReadCompression, &DirectoryReader::ReadColors,
                             &DirectoryReader::ReadStrips}) {
       if (Status status = (this->*read)(); !status.ok()) return status;
     }
-    ReadResolution();
-    ReadProfile();
+    ReadMetadata();
     return Status();
   }
 
  private:
-  struct Entry {
-    uint32_t type;
-    uint32_t count;
-    size_t offset;  // of the values
-  };
-
-  // A number of `bytes` bytes, which the caller knows to be there.
-  uint32_t Word(size_t offset, size_t bytes) const {
-    uint32_t value = 0;
-    for (size_t i = 0; i < bytes; ++i) {
-      value = value << 8 | data_[offset + (info_->is_big_endian ? i : bytes - 1 - i)];
-    }
-    return value;
-  }
-
-  Status ReadEntries(size_t at) {
-    if (at < kHeaderSize || at > size_ || size_ - at < 2) {
-      return Status::Error("the file ends before its directory");
-    }
-    const size_t count = Word(at, 2);
-    at += 2;
-    if ((size_ - at) / kEntrySize < count) {
-      return Status::Error("the file ends within its directory");
-    }
-    for (size_t i = 0; i < count; ++i, at += kEntrySize) AddEntry(at);
-    info_->has_more_pictures = size_ - at >= 4 && Word(at, 4) != 0;
-    return Status();
-  }
-
-  void AddEntry(size_t at) {
-    Entry entry{Word(at + 2, 2), Word(at + 4, 4), at + 8};
-    const size_t value_size = SizeOfType(entry.type);
-    if (value_size == 0) return;  // text and the like
-    if (entry.count > 4 / value_size) {
-      entry.offset = Word(at + 8, 4);
-      if (entry.offset > size_ || (size_ - entry.offset) / value_size < entry.count) {
-        info_->messages.AddAt(at, "the values of field " + std::to_string(Word(at, 2)) +
-                                      " lie outside the file, skipped");
-        return;
-      }
-    }
-    entries_.emplace(static_cast<int>(Word(at, 2)), entry);
-  }
-
-  // The first whole numbers of a field; none where it is missing.
-  std::vector<uint32_t> Values(Tag tag, size_t most) const {
-    std::vector<uint32_t> values;
-    const auto found = entries_.find(tag);
-    if (found == entries_.end() || found->second.type == kRational) return values;
-    const Entry& entry = found->second;
-    const size_t value_size = SizeOfType(entry.type);
-    const size_t count = std::min<size_t>(entry.count, most);
-    values.reserve(count);
-    for (size_t i = 0; i < count; ++i) {
-      values.push_back(Word(entry.offset + i * value_size, value_size));
-    }
-    return values;
-  }
-
-  uint32_t Value(Tag tag, uint32_t by_default) const {
-    const std::vector<uint32_t> values = Values(tag, 1);
-    return values.empty() ? by_default : values[0];
-  }
-
   Status ReadSize() {
-    const uint32_t width = Value(kImageWidth, 0);
-    const uint32_t height = Value(kImageLength, 0);
+    const uint32_t width = fields_.Number(kImageWidth, 0);
+    const uint32_t height = fields_.Number(kImageLength, 0);
     if (width < 1 || height < 1 || width > kMostPixelsOnASide || height > kMostPixelsOnASide) {
       return Status::Error("the directory announces " + std::to_string(width) + " x " +
                            std::to_string(height) + " pixels");
@@ -122,18 +52,18 @@ class DirectoryReader {
   }
 
   Status ReadSamples() {
-    const uint32_t channels = Value(kSamplesPerPixel, 1);
+    const uint32_t channels = fields_.Number(kSamplesPerPixel, 1);
     if (channels != 1 && channels != 3) {
       return Status::Error(std::to_string(channels) + " samples a pixel; 1 and 3 can be read");
     }
-    const std::vector<uint32_t> bits = Values(kBitsPerSample, 4);
+    const std::vector<uint32_t> bits = fields_.Numbers(kBitsPerSample, 4);
     const uint32_t first = bits.empty() ? 1 : bits[0];
     if ((first != 8 && first != 16) ||
         std::any_of(bits.begin(), bits.end(), [&](uint32_t b) { return b != first; })) {
       return Status::Error("samples of " + std::to_string(first) +
                            " bits, or of different ones; 8 and 16 can be read");
     }
-    if (Value(kSampleFormat, 1) != 1) {
+    if (fields_.Number(kSampleFormat, 1) != 1) {
       return Status::Error("signed or floating-point samples are not supported");
     }
     info_->channels = static_cast<int>(channels);
@@ -142,7 +72,7 @@ class DirectoryReader {
   }
 
   Status ReadCompression() {
-    const uint32_t compression = Value(kCompression, kStored);
+    const uint32_t compression = fields_.Number(kCompression, kStored);
     info_->compression = compression == kPacked || compression == kPackedPlanes
                              ? Compression::kPackBits
                              : Compression::kNone;
@@ -154,12 +84,13 @@ class DirectoryReader {
     if (info_->has_byte_planes && info_->bits != 16) {
       return Status::Error("byte planes of samples of 8 bits");
     }
-    if (Value(kFillOrder, 1) != 1) return Status::Error("reversed bits are not supported");
+    if (fields_.Number(kFillOrder, 1) != 1) return Status::Error("reversed bits are not supported");
     return Status();
   }
 
   Status ReadColors() {
-    const uint32_t photometric = Value(kPhotometric, info_->channels == 3 ? kRgb : kBlackIsZero);
+    const uint32_t photometric =
+        fields_.Number(kPhotometric, info_->channels == 3 ? kRgb : kBlackIsZero);
     const bool fits = info_->channels == 3
                           ? photometric == kRgb
                           : photometric == kWhiteIsZero || photometric == kBlackIsZero;
@@ -172,51 +103,52 @@ class DirectoryReader {
   }
 
   Status ReadStrips() {
-    if (entries_.count(kTileWidth) != 0) return Status::Error("tiles are not supported");
-    const uint32_t planar = Value(kPlanarConfiguration, 1);
+    if (fields_.Find(kTileWidth) != nullptr) return Status::Error("tiles are not supported");
+    const uint32_t planar = fields_.Number(kPlanarConfiguration, 1);
     if (planar != 1 && planar != 2) return Status::Error("the directory is damaged");
     strips_->is_planar = planar == 2 && info_->channels > 1;
     const auto height = static_cast<uint32_t>(info_->height);
-    const uint32_t rows = std::min(Value(kRowsPerStrip, height), height);
+    const uint32_t rows = std::min(fields_.Number(kRowsPerStrip, height), height);
     if (rows < 1) return Status::Error("the directory announces strips without rows");
     strips_->rows = static_cast<int>(rows);
     const size_t planes = strips_->is_planar ? static_cast<size_t>(info_->channels) : 1;
     const size_t strips = planes * ((size_t{height} + rows - 1) / rows);
-    strips_->offsets = Values(kStripOffsets, strips);
-    strips_->sizes = Values(kStripByteCounts, strips);
+    strips_->offsets = fields_.Numbers(kStripOffsets, strips);
+    strips_->sizes = fields_.Numbers(kStripByteCounts, strips);
     if (strips_->offsets.empty()) return Status::Error("the directory tells no place of strips");
     return Status();
   }
 
-  void ReadResolution() {
-    info_->dots_per_inch = DotsPerInch(kXResolution);
-    info_->dots_per_inch_down = DotsPerInch(kYResolution);
+  void ReadMetadata() {
+    Metadata& metadata = info_->metadata;
+    metadata.icc_profile = fields_.Bytes(kIccProfile);
+    metadata.xmp = fields_.Bytes(kXmp);
+    metadata.exif = JoinExif(CollectExif(file_, fields_, &info_->notes));
+    const uint32_t orientation = fields_.Number(kOrientationTag, 0);
+    metadata.orientation = orientation <= 8 ? static_cast<int>(orientation) : 0;
+    ReadResolution(&metadata.resolution);
   }
 
-  int DotsPerInch(Tag tag) {
-    const auto found = entries_.find(tag);
-    if (found == entries_.end() || found->second.type != kRational || found->second.count < 1) {
-      return 0;
+  void ReadResolution(Resolution* resolution) {
+    const double x = fields_.Real(kXResolution);
+    const double y = fields_.Find(kYResolution) != nullptr ? fields_.Real(kYResolution) : x;
+    if (x <= 0 || y <= 0) return;
+    switch (fields_.Number(kResolutionUnit, kInch)) {
+      case kInch: *resolution = {Resolution::Unit::kInch, x, y}; break;
+      case kCentimetre: *resolution = {Resolution::Unit::kCentimetre, x, y}; break;
+      case kNoUnit:
+        if (x != y) *resolution = {Resolution::Unit::kShape, x, y};
+        break;
+      default: break;
     }
-    const double over = Word(found->second.offset, 4), under = Word(found->second.offset + 4, 4);
-    const uint32_t unit = Value(kResolutionUnit, kInch);
-    const double dots = over / std::max(under, 1.0) * (unit == kCentimetre ? 2.54 : 1);
-    const bool is_known = unit == kInch || unit == kCentimetre;
-    return is_known && dots >= 1 && dots <= 65535 ? static_cast<int>(std::lround(dots)) : 0;
-  }
-
-  void ReadProfile() {
-    const auto found = entries_.find(kIccProfile);
-    if (found == entries_.end() || SizeOfType(found->second.type) != 1) return;
-    const uint8_t* bytes = data_ + found->second.offset;
-    info_->icc_profile.assign(bytes, bytes + found->second.count);
   }
 
   const uint8_t* data_;
   size_t size_;
   FileInfo* info_;
   Strips* strips_;
-  std::map<int, Entry> entries_;  // by tag; of equal ones the first
+  ByteReader file_;
+  FieldList fields_;
 };
 
 }  // namespace

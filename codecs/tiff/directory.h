@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The directory of a TIFF file: what its strips hold, and where they lie.
+// The directory of a TIFF file: the samples of its strips, and where the strips lie.
 #ifndef ZEPJP_CODECS_TIFF_DIRECTORY_H_
 #define ZEPJP_CODECS_TIFF_DIRECTORY_H_
 
@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "codecs/support/fields.h"
 #include "codecs/support/status.h"
 #include "codecs/tiff/codec.h"
 
@@ -30,13 +31,12 @@ enum Tag : uint16_t {
   kResolutionUnit = 296,
   kTileWidth = 322,
   kSampleFormat = 339,
+  kXmp = 700,
   kIccProfile = 34675,
 };
 
-enum Type : uint16_t { kByte = 1, kShort = 3, kLong = 4, kRational = 5, kUndefined = 7 };
-
 constexpr uint32_t kWhiteIsZero = 0, kBlackIsZero = 1, kRgb = 2;
-constexpr uint32_t kInch = 2, kCentimetre = 3;
+constexpr uint32_t kNoUnit = 1, kInch = 2, kCentimetre = 3;
 constexpr uint32_t kStored = 1, kPacked = 32773;
 // Numbers from 32768 on are private.
 constexpr uint32_t kStoredPlanes = 65001, kPackedPlanes = 65002;
@@ -49,7 +49,7 @@ struct Strips {
   std::vector<uint32_t> sizes;
 };
 
-// Refuses what is not supported by name.
+// An unsupported feature is an error that names it.
 Status ReadDirectory(const uint8_t* data, size_t size, FileInfo* info, Strips* strips);
 
 }  // namespace zepcodec::tiff

@@ -3,6 +3,9 @@
 #include <cstring>
 #include <vector>
 
+#include "codecs/support/byte_order.h"
+#include "codecs/support/exif.h"
+#include "codecs/support/fraction.h"
 #include "codecs/tiff/codec.h"
 #include "codecs/tiff/directory.h"
 #include "zepjp.h"
@@ -13,59 +16,23 @@ namespace {
 constexpr size_t kStripSize = 1 << 16;  // about, of its pixels
 constexpr bool kIsBigEndianMachine = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__;
 
-// Little-endian numbers behind one another.
-class Numbers {
- public:
-  void Add(uint32_t value, size_t size) {
-    for (size_t i = 0; i < size; ++i) bytes_.push_back(static_cast<uint8_t>(value >> (8 * i)));
-  }
-  const std::vector<uint8_t>& bytes() const { return bytes_; }
+NewField ResolutionField(Tag tag, double resolution) {
+  const Fraction fraction = ToFraction(resolution, INT32_MAX);
+  return NumberField(tag, kRational, {fraction.over, fraction.under});
+}
 
- private:
-  std::vector<uint8_t> bytes_;
-};
-
-// Entries in the order of their tags, and what does not fit into them, which goes behind the strips.
-class DirectoryWriter {
- public:
-  explicit DirectoryWriter(size_t data_offset) : data_offset_(data_offset) {}
-
-  void Add(Tag tag, Type type, size_t count, const std::vector<uint8_t>& values) {
-    entries_.Add(tag, 2);
-    entries_.Add(type, 2);
-    entries_.Add(static_cast<uint32_t>(count), 4);
-    if (values.size() <= 4) {
-      for (size_t i = 0; i < 4; ++i) entries_.Add(i < values.size() ? values[i] : 0U, 1);
-    } else {
-      entries_.Add(static_cast<uint32_t>(data_offset_ + data_.size()), 4);
-      data_.insert(data_.end(), values.begin(), values.end());
-      if (data_.size() % 2 != 0) data_.push_back(0);
-    }
-    ++count_;
-  }
-  void Add(Tag tag, Type type, const std::vector<uint32_t>& values) {
-    Numbers numbers;
-    for (const uint32_t value : values) numbers.Add(value, type == kShort ? 2 : 4);
-    Add(tag, type, type == kRational ? values.size() / 2 : values.size(), numbers.bytes());
-  }
-
-  size_t DirectoryOffset() const { return data_offset_ + data_.size(); }
-  std::vector<uint8_t> Finish() const {
-    std::vector<uint8_t> bytes = data_;
-    Numbers count;
-    count.Add(count_, 2);
-    bytes.insert(bytes.end(), count.bytes().begin(), count.bytes().end());
-    bytes.insert(bytes.end(), entries_.bytes().begin(), entries_.bytes().end());
-    bytes.insert(bytes.end(), 4, 0);  // no further directory
-    return bytes;
-  }
-
- private:
-  size_t data_offset_;
-  Numbers entries_;
-  uint32_t count_ = 0;
-  std::vector<uint8_t> data_;
-};
+// TIFF files need a resolution. If it is unknown, they say that pixels are square.
+void AddResolution(const Resolution& resolution, std::vector<NewField>* fields) {
+  const bool fits = resolution.x > 0 && resolution.y > 0 && resolution.x <= INT32_MAX &&
+                    resolution.y <= INT32_MAX;
+  const bool is_known = fits && resolution.unit != Resolution::Unit::kNone;
+  uint32_t unit = kNoUnit;
+  if (is_known && resolution.unit == Resolution::Unit::kInch) unit = kInch;
+  if (is_known && resolution.unit == Resolution::Unit::kCentimetre) unit = kCentimetre;
+  fields->push_back(ResolutionField(kXResolution, is_known ? resolution.x : 1));
+  fields->push_back(ResolutionField(kYResolution, is_known ? resolution.y : 1));
+  fields->push_back(NumberField(kResolutionUnit, kShort, {unit}));
+}
 
 class Encoder {
  public:
@@ -96,7 +63,7 @@ class Encoder {
   }
 
  private:
-  // What is left holds the directory with its arrays.
+  // The rest is room for the directory.
   static constexpr uint64_t kMostBytes = uint64_t{0xF0000000};
 
   Status Check() const {
@@ -116,7 +83,7 @@ class Encoder {
     return Status();
   }
 
-  // The row's bytes as the file has them, before packing.
+  // The bytes of a row in the file's order, before packing.
   const uint8_t* ArrangeRow(int y) {
     const uint8_t* const row = picture_.Row(y);
     const size_t samples = picture_.SamplesInRow();
@@ -150,37 +117,42 @@ class Encoder {
     return options_.has_byte_planes ? kPackedPlanes : kPacked;
   }
 
+  std::vector<NewField> MakeFields() const {
+    const auto channels = static_cast<uint32_t>(picture_.channels());
+    const auto bits = static_cast<uint32_t>(picture_.bits());
+    const Metadata& metadata = picture_.metadata();
+    std::vector<NewField> fields = SplitExif(metadata.exif);
+    const auto add = [&](Tag tag, Type type, const std::vector<uint32_t>& numbers) {
+      fields.push_back(NumberField(tag, type, numbers));
+    };
+    add(kImageWidth, kLong, {static_cast<uint32_t>(picture_.width())});
+    add(kImageLength, kLong, {static_cast<uint32_t>(picture_.height())});
+    add(kBitsPerSample, kShort, std::vector<uint32_t>(channels, bits));
+    add(kCompression, kShort, {CompressionNumber()});
+    add(kPhotometric, kShort, {channels == 3 ? kRgb : kBlackIsZero});
+    add(kStripOffsets, kLong, offsets_);
+    add(kSamplesPerPixel, kShort, {channels});
+    add(kRowsPerStrip, kLong, {static_cast<uint32_t>(rows_in_strip_)});
+    add(kStripByteCounts, kLong, sizes_);
+    add(kPlanarConfiguration, kShort, {1});
+    AddResolution(metadata.resolution, &fields);
+    if (!metadata.xmp.empty()) fields.push_back(BytesField(kXmp, kByte, metadata.xmp));
+    if (!metadata.icc_profile.empty()) {
+      fields.push_back(BytesField(kIccProfile, kUndefined, metadata.icc_profile));
+    }
+    return fields;
+  }
+
   Status AppendDirectory() {
     constexpr uint8_t kPadding = 0;
     if (file_->size() % 2 != 0 && !file_->Append(&kPadding, 1)) return Status::NoMemory();
-    const auto channels = static_cast<uint32_t>(picture_.channels());
-    const auto bits = static_cast<uint32_t>(picture_.bits());
-    const auto dots = static_cast<uint32_t>(std::max(options_.dots_per_inch, 1));
-    DirectoryWriter writer(file_->size());
-    writer.Add(kImageWidth, kLong, {static_cast<uint32_t>(picture_.width())});
-    writer.Add(kImageLength, kLong, {static_cast<uint32_t>(picture_.height())});
-    writer.Add(kBitsPerSample, kShort, std::vector<uint32_t>(channels, bits));
-    writer.Add(kCompression, kShort, {CompressionNumber()});
-    writer.Add(kPhotometric, kShort, {channels == 3 ? kRgb : kBlackIsZero});
-    writer.Add(kStripOffsets, kLong, offsets_);
-    writer.Add(kSamplesPerPixel, kShort, {channels});
-    writer.Add(kRowsPerStrip, kLong, {static_cast<uint32_t>(rows_in_strip_)});
-    writer.Add(kStripByteCounts, kLong, sizes_);
-    writer.Add(kXResolution, kRational, {dots, 1});
-    const auto down = static_cast<uint32_t>(
-        options_.dots_per_inch_down > 0 ? options_.dots_per_inch_down : static_cast<int>(dots));
-    writer.Add(kYResolution, kRational, {down, 1});
-    writer.Add(kPlanarConfiguration, kShort, {1});
-    writer.Add(kResolutionUnit, kShort, {options_.dots_per_inch > 0 ? kInch : 1});
-    if (!options_.icc_profile.empty()) {
-      writer.Add(kIccProfile, kUndefined, options_.icc_profile.size(), options_.icc_profile);
+    std::vector<uint8_t> bytes;
+    AppendFields(MakeFields(), file_->size(), &bytes);
+    if (file_->size() + uint64_t{bytes.size()} > UINT32_MAX) {
+      return Status::Error("the file would exceed 4 GB");
     }
-    const std::vector<uint8_t> bytes = writer.Finish();
-    if (!file_->Append(bytes.data(), bytes.size())) return Status::NoMemory();
-    Numbers offset;
-    offset.Add(static_cast<uint32_t>(writer.DirectoryOffset()), 4);
-    std::copy(offset.bytes().begin(), offset.bytes().end(), file_->data() + 4);
-    return Status();
+    StoreNumber(ByteOrder::kLittle, file_->size(), 4, file_->data() + 4);
+    return file_->Append(bytes.data(), bytes.size()) ? Status() : Status::NoMemory();
   }
 
   const Picture& picture_;

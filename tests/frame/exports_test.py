@@ -14,13 +14,13 @@ EXPORT_COUNT = 300
 def dynamic_symbols(library, nm):
     output = subprocess.run([nm, "-D", "--defined-only", library], check=True, text=True,
                             capture_output=True).stdout
-    symbols = [line.split()[-1].split("@")[0] for line in output.splitlines()]
-    return {symbol for symbol in symbols if symbol != "ZEPJP_7"}
+    lines = [line.split() for line in output.splitlines()]
+    return {line[-1].split("@")[0] for line in lines if line[-2] != "A"}  # A: a version's name
 
 
-def declared(header):
+def declared(header, function=r"ZEP_CALL\s+(zep\w+)\s*\("):
     text = re.sub(r"/\*.*?\*/", "", header.read_text(), flags=re.S)
-    return set(re.findall(r"ZEP_CALL\s+(zep\w+)\s*\(", text))
+    return set(re.findall(function, text))
 
 
 def undocumented(header):
@@ -38,12 +38,16 @@ def words_in(paths):
     return words
 
 
-def main():
+def parse_arguments():
     parser = argparse.ArgumentParser()
     parser.add_argument("--source", type=pathlib.Path, required=True)
     parser.add_argument("--library", required=True)
     parser.add_argument("--nm", default="nm")
-    arguments = parser.parse_args()
+    return parser.parse_args()
+
+
+def main():
+    arguments = parse_arguments()
     source = arguments.source
     listed = (source / "src/exports.txt").read_text().split()
     wanted = set(listed)

@@ -9,7 +9,7 @@
 #include "codecs/dds/codec.h"
 #include "codecs/jpeg/decoder.h"
 #include "codecs/support/convert.h"
-#include "codecs/support/metadata.h"
+#include "codecs/support/exif.h"
 #include "tools/zepconvert/file_io.h"
 #include "tools/zepconvert/hdr_file.h"
 #include "tools/zepconvert/jp2_file.h"

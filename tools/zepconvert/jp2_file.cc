@@ -47,7 +47,7 @@ zepcodec::Status ReadJp2(const Settings& settings, const zepcodec::ByteBuffer& i
   picture->TakeWarnings(info.messages);
   picture->TakeNotes(info.notes);
   if (!status.ok()) return status;
-  if (!decoded.icc_profile.empty()) jpeg::AddIccProfile(decoded.icc_profile, &picture->metadata);
+  picture->metadata = jpeg::ToSegments(decoded.metadata);
   if (native.bits() != 8) return Convert(native, native.layout(), 8, {}, &picture->image);
   picture->image = std::move(native);
   return status;
@@ -58,7 +58,8 @@ zepcodec::Status WriteJp2(const Settings& settings, bool has_boxes, const Pictur
   jpeg2000::Image image;
   zepcodec::Status status = jpeg2000::FromPicture(picture.image, &image);
   if (!status.ok()) return status;
-  image.icc_profile = jpeg::FindIccProfile(picture.metadata);
+  zepcodec::Messages ignored;
+  image.metadata = jpeg::ToMetadata(picture.metadata, &ignored);
   jpeg2000::EncodeOptions options;
   options.is_jp2 = has_boxes;
   options.block_style = settings.block_style;

@@ -26,10 +26,10 @@ struct EncodeOptions {
   int point_transform = 0;  // bits that are left out at the lower end of each sample
   int restart_rows = 0;     // rows between restart markers; 0 for none
   Tables tables = Tables::kOptimal;
-  // Of a picture of four components: they are CMYK, and 0 is full ink, as an Adobe header has it.
+  // For pictures of four components: CMYK where 0 is full ink, which an Adobe header announces.
   bool is_inverted_cmyk = false;
   jpeg::SavedSegments metadata;  // segments, written as they are
-  // Null: nobody watches.
+  // Reports progress and can cancel; null: neither.
   Progress* progress = nullptr;
 };
 
@@ -38,11 +38,11 @@ Status Encode(const Picture& picture, const EncodeOptions& options, ByteBuffer* 
 
 struct DecodeOptions {
   int64_t max_pixels = int64_t{1} << 28;  // files that claim more are refused
-  // Null: nobody watches.
+  // Reports progress and can cancel; null: neither.
   Progress* progress = nullptr;
 };
 
-// What a file says about itself, and what is wrong with it.
+// The headers of a file, and messages about damage.
 struct FileInfo {
   int width = 0;
   int height = 0;
@@ -57,20 +57,21 @@ struct FileInfo {
   Messages messages;
 };
 
-// A sample takes at least one bit. A file is refused, before memory is taken, if its picture has more
-// samples than it has bits behind the frame header; up to so many samples are accepted all the same, so
-// that small truncated files still show their first rows.
+// A sample takes at least one bit. A file is refused, before memory is taken, if its picture has
+// more samples than it has bits after the frame header; up to this many samples are always
+// accepted, so that small truncated files still show their first rows.
 constexpr int64_t kAlwaysAcceptedSamples = int64_t{1} << 20;
 
-// Components come out as they are coded. An error means that there is no picture; a picture with damaged
-// parts comes with messages.
+// Components come out as they are coded. An error means that there is no picture; a picture with
+// damaged parts comes with messages.
 Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Picture* picture,
               FileInfo* info);
 
 // Reads the headers up to the first scan.
 Status ReadFileInfo(const uint8_t* data, size_t size, FileInfo* info);
 
-// An upper bound of Decode()'s memory for the file that `info` was read from: with the picture, without the file.
+// An upper bound of Decode()'s memory for the file that `info` was read from: with the picture,
+// without the file.
 int64_t MemoryNeed(const FileInfo& info);
 
 // Whether the first frame header of these bytes is that of a lossless process with Huffman coding.

@@ -4,12 +4,58 @@
 #include <string>
 
 #include "codecs/jpeg/lossless/codec.h"
-#include "codecs/jpeg/lossless/header.h"
+#include "codecs/jpeg/lossless/geometry.h"
 #include "codecs/jpeg/lossless/rows.h"
 #include "codecs/jpeg/lossless/scan_decoder.h"
+#include "codecs/jpeg/markers/marker_reader.h"
+#include "codecs/jpeg/markers/marker_walk.h"
+#include "codecs/jpeg/markers/markers.h"
 
 namespace zepcodec::jpeg::lossless {
 namespace {
+
+// Reads up to the next scan and checks its header; `found` is false at the end of the picture.
+Status NextScan(MarkerReader* reader, bool* found) {
+  Event event = Event::kFrame;
+  while (event == Event::kFrame) {
+    if (Status status = reader->Next(&event); !status.ok()) return status;
+    if (!reader->frame().is_lossless && !reader->frame().components.empty()) {
+      return Status::Error("a frame of another process than lossless with Huffman coding");
+    }
+  }
+  *found = event == Event::kScan;
+  if (!*found) return Status();
+  for (const ScanComponent& part : reader->scan().components) {
+    if (reader->tables().has_dc[part.dc_table]) continue;
+    return Status::Error("a scan without its Huffman table");
+  }
+  const ScanGeometry geometry(reader->frame(), reader->scan());
+  if (reader->restart_interval() % geometry.mcus_per_row == 0) return Status();
+  return Status::Error("a restart interval of " + std::to_string(reader->restart_interval()) +
+                       " MCUs is not made of whole rows");
+}
+
+void FillInfo(const MarkerReader& reader, FileInfo* info) {
+  const Frame& frame = reader.frame();
+  info->width = frame.width;
+  info->height = frame.height;
+  info->components = static_cast<int>(frame.components.size());
+  info->bits = frame.precision;
+  info->predictor = reader.scan().predictor();
+  info->point_transform = reader.scan().point_transform();
+  info->restart_interval = reader.restart_interval();
+  info->adobe_transform = reader.adobe_transform();
+  info->metadata = reader.metadata();
+}
+
+// Reads up to the first scan.
+Status ReadHeaders(MarkerReader* reader, FileInfo* info) {
+  bool found = false;
+  Status status = NextScan(reader, &found);
+  if (status.ok() && !found) status = Status::Error("the file has no picture in it");
+  FillInfo(*reader, info);
+  return reader->AtMarker(status);
+}
 
 class Decoder {
  public:
@@ -20,22 +66,21 @@ class Decoder {
         options_(options),
         picture_(picture),
         info_(info),
-        reader_(data, size, info) {}
+        reader_(data, size, &info->messages) {}
 
   Status Decode() {
-    bool found = false;
-    if (Status status = reader_.NextScan(&found); !status.ok()) return status;
-    if (!found) return Status::Error("the file holds no picture");
+    if (Status status = ReadHeaders(&reader_, info_); !status.ok()) return status;
     if (Status status = MakePicture(); !status.ok()) return status;
-    while (found && !IsRepeated()) {
+    for (bool found = true; found && !IsRepeated();) {
       if (Status status = DecodeScan(); !status.ok()) return status;
-      // Behind the last component nothing is missed.
+      // All components are decoded: what follows does not matter.
       if (std::count(decoded_.begin(), decoded_.end(), true) == info_->components) break;
-      if (Status status = reader_.NextScan(&found); !status.ok()) {
-        info_->messages.AddAt(reader_.position(), status.text());
+      if (Status status = NextScan(&reader_, &found); !status.ok()) {
+        info_->messages.AddAt(reader_.marker_offset(), status.text());
         break;
       }
     }
+    FillInfo(reader_, info_);
     FillMissing();
     return Status();
   }
@@ -50,7 +95,7 @@ class Decoder {
                               std::to_string(options_.max_pixels));
     }
     const int64_t bits = 8 * static_cast<int64_t>(size_ - reader_.position());
-    if (reader_.frame().SampleCount() > std::max(bits, kAlwaysAcceptedSamples)) {
+    if (SampleCount(reader_.frame()) > std::max(bits, kAlwaysAcceptedSamples)) {
       return Status::Error("the file is too small for the " + claim + " that it announces");
     }
     const bool done =
@@ -60,20 +105,19 @@ class Decoder {
   }
 
   bool IsRepeated() {
-    for (const ScanPart& part : reader_.scan().parts) {
-      if (!decoded_[static_cast<size_t>(part.component)]) continue;
-      info_->messages.AddAt(reader_.position(), "a second scan of a component, not read");
+    for (const ScanComponent& part : reader_.scan().components) {
+      if (!decoded_[static_cast<size_t>(part.index)]) continue;
+      info_->messages.AddAt(reader_.marker_offset(), "a second scan of a component, not read");
       return true;
     }
     return false;
   }
 
   Status DecodeScan() {
-    ScanDecoder scan(data_, size_, reader_.position(), reader_.frame(), reader_.scan(), picture_,
-                     info_);
+    ScanDecoder scan(data_, size_, reader_, picture_, &info_->messages);
     if (Status status = scan.Decode(options_.progress); !status.ok()) return status;
-    for (const ScanPart& part : reader_.scan().parts) {
-      decoded_[static_cast<size_t>(part.component)] = true;
+    for (const ScanComponent& part : reader_.scan().components) {
+      decoded_[static_cast<size_t>(part.index)] = true;
     }
     reader_.Seek(scan.end());
     return Status();
@@ -84,7 +128,7 @@ class Decoder {
     const Row* const rows[kMostComponents] = {&grey};
     for (int c = 0; c < info_->components; ++c) {
       if (decoded_[static_cast<size_t>(c)]) continue;
-      info_->messages.Add("component " + std::to_string(c) + " is missing");
+      info_->messages.AddAt(reader_.position(), "component " + std::to_string(c) + " has no scan");
       for (int y = 0; y < info_->height; ++y) JoinRows(rows, 1, 0, c, y, picture_);
     }
   }
@@ -94,7 +138,7 @@ class Decoder {
   const DecodeOptions& options_;
   Picture* picture_;
   FileInfo* info_;
-  HeaderReader reader_;
+  MarkerReader reader_;
   std::array<bool, kMostComponents> decoded_{};
 };
 
@@ -104,6 +148,20 @@ Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Pi
               FileInfo* info) {
   *info = FileInfo();
   return Decoder(data, size, options, picture, info).Decode();
+}
+
+Status ReadFileInfo(const uint8_t* data, size_t size, FileInfo* info) {
+  *info = FileInfo();
+  MarkerReader reader(data, size, &info->messages);
+  return ReadHeaders(&reader, info);
+}
+
+bool IsLosslessJpeg(const uint8_t* data, size_t size) {
+  if (size < 2 || data[0] != 0xFF || data[1] != kSoi) return false;
+  for (MarkerWalk walk(data, size, 2); walk.Next();) {
+    if (IsFrame(walk.marker())) return walk.marker() == kSof3 && !walk.segment().failed();
+  }
+  return false;
 }
 
 int64_t MemoryNeed(const FileInfo& info) {

@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
 #include <array>
-#include <cstring>
+#include <numeric>
 #include <string>
 #include <vector>
 
 #include "codecs/jpeg/lossless/codec.h"
 #include "codecs/jpeg/lossless/prediction.h"
 #include "codecs/jpeg/lossless/rows.h"
-#include "codecs/jpeg/markers.h"
+#include "codecs/jpeg/markers/markers.h"
+#include "codecs/jpeg/markers/segment_writer.h"
 #include "zepjp.h"
 
 namespace zepcodec::jpeg::lossless {
 namespace {
 
-constexpr int kLosslessFrame = 0xC3;
 constexpr int kMostRestartInterval = 65535;
 
 constexpr size_t kCategories = 17;
@@ -36,14 +36,14 @@ Status MakeTable(const Statistics& statistics, Table* table) {
   return done ? Status() : Status::Error("no Huffman table could be made");
 }
 
-// How often the categories come in photographs, roughly: small differences are frequent, and each category
-// beyond is half as frequent as the one before.
+// Roughly how often each magnitude category occurs in photographs: small differences are frequent,
+// and each further category is half as frequent as the one before.
 constexpr Statistics kPhotographs = {900, 800, 900, 950, 800, 500, 250, 125, 64,
                                      32,  16,  8,   4,   2,   1,   1,   1};
 
-// Adds the categories of differences to their counts. zepiGetHuffmanStatisticsOne_JPEG_16s_C1() does so for one
-// difference, but a call for each takes almost as long as its coding; four sets of counts do not wait for one
-// another where a category follows itself.
+// Counts the magnitude categories of differences. zepiGetHuffmanStatisticsOne_JPEG_16s_C1() counts
+// one difference, but a call for each takes almost as long as coding it. With four sets of counts,
+// repeated categories do not wait for the previous increment.
 void CountCategories(const Row& differences, int32_t* counts) {
   constexpr size_t kSets = 4;
   int32_t sets[kSets][32] = {};
@@ -54,7 +54,7 @@ void CountCategories(const Row& differences, int32_t* counts) {
   }
   for (const auto& set : sets) {
     for (size_t category = 0; category < kCategories; ++category) {
-      // A picture has 2^32 samples at most, and more than 2^31 of a kind are as good as 2^31.
+      // A picture has up to 2^32 samples; counts saturate at 2^31 - 1, which changes no table much.
       counts[category] = static_cast<int32_t>(
           std::min<int64_t>(int64_t{counts[category]} + set[category], INT32_MAX));
     }
@@ -81,8 +81,7 @@ class Encoder {
     if (Status status = MakeTables(); !status.ok()) return status;
     if (!AppendHeaders()) return Status::NoMemory();
     if (Status status = AppendRows(); !status.ok()) return status;
-    Marker(jpeg::kEoi);
-    return ok_ ? Status() : Status::NoMemory();
+    return AppendMarker(kEoi) ? Status() : Status::NoMemory();
   }
 
  private:
@@ -116,7 +115,7 @@ class Encoder {
     return y == 0 || (options_.restart_rows > 0 && y % options_.restart_rows == 0);
   }
 
-  // The differences of row y; rows are asked for from the first to the last.
+  // Computes the differences of row y. Rows must be requested in order, from the first one.
   void PredictRow(int y) {
     const Prediction prediction{options_.predictor, picture_.bits(), options_.point_transform};
     Row* rows[kMostComponents] = {};
@@ -156,88 +155,49 @@ class Encoder {
 
   size_t TableOf(size_t component) const { return std::min(component, tables_.size() - 1); }
 
-  void Byte(size_t value) {
-    const auto byte = static_cast<uint8_t>(value);
-    ok_ = ok_ && file_->Append(&byte, 1);
-  }
-  void Word(size_t value) {
-    Byte(value >> 8);
-    Byte(value & 255);
-  }
-  void Bytes(const void* bytes, size_t count) {
-    ok_ = ok_ && file_->Append(static_cast<const uint8_t*>(bytes), count);
-  }
-  void Marker(int marker) {
-    Byte(0xFF);
-    Byte(static_cast<size_t>(marker));
-  }
-  void Begin(int marker, size_t content_size) {
-    Marker(marker);
-    Word(content_size + 2);
-  }
-
-  // Decoders that know of no other hint take components of these names as RGB.
-  size_t NameOf(size_t component) const {
+  // Without another hint, decoders take components with the names R, G, B as RGB.
+  int NameOf(size_t component) const {
     constexpr char kRgb[] = "RGB";
-    return components_ == 3 ? static_cast<size_t>(kRgb[component]) : component + 1;
+    return components_ == 3 ? kRgb[component] : static_cast<int>(component) + 1;
   }
 
   bool AppendHeaders() {
-    Marker(jpeg::kSoi);
-    if (components_ == 4 && options_.is_inverted_cmyk) AppendAdobe();
-    for (const jpeg::Segment& segment : options_.metadata.segments) {
-      Begin(segment.marker, segment.data.size());
-      Bytes(segment.data.data(), segment.data.size());
+    Frame frame;
+    frame.is_lossless = true;
+    frame.precision = picture_.bits();
+    frame.width = picture_.width();
+    frame.height = picture_.height();
+    Scan scan;
+    scan.first = options_.predictor;
+    scan.last = 0;
+    scan.low = options_.point_transform;
+    for (size_t c = 0; c < components_; ++c) {
+      frame.components.push_back({NameOf(c), 1, 1, 0});
+      scan.components.push_back({static_cast<int>(c), static_cast<int>(TableOf(c)), 0});
     }
-    AppendFrame();
-    for (size_t i = 0; i < tables_.size(); ++i) AppendTable(i);
+    SegmentWriter writer(file_);
+    writer.Marker(kSoi);
+    if (components_ == 4 && options_.is_inverted_cmyk) writer.Adobe(0);
+    for (const Segment& segment : options_.metadata.segments) writer.Saved(segment);
+    writer.FrameHeader(kSof3, frame);
+    for (size_t i = 0; i < tables_.size(); ++i) AppendTable(i, &writer);
     if (options_.restart_rows > 0) {
-      Begin(jpeg::kDri, 2);
-      Word(static_cast<size_t>(options_.restart_rows * picture_.width()));
+      writer.RestartInterval(options_.restart_rows * picture_.width());
     }
-    AppendScan();
-    return ok_;
+    writer.ScanHeader(frame, scan);
+    return writer.ok();
   }
 
-  void AppendAdobe() {
-    constexpr uint8_t kAdobe[12] = {'A', 'd', 'o', 'b', 'e', 0, 100, 0, 0, 0, 0, 0};
-    Begin(jpeg::kApp14, sizeof(kAdobe));
-    Bytes(kAdobe, sizeof(kAdobe));
-  }
-
-  void AppendFrame() {
-    Begin(kLosslessFrame, 6 + 3 * components_);
-    Byte(static_cast<size_t>(picture_.bits()));
-    Word(static_cast<size_t>(picture_.height()));
-    Word(static_cast<size_t>(picture_.width()));
-    Byte(components_);
-    for (size_t c = 0; c < components_; ++c) {
-      Byte(NameOf(c));
-      Byte(0x11);  // sampling factors
-      Byte(0);     // no quantization
-    }
-  }
-
-  void AppendTable(size_t slot) {
+  void AppendTable(size_t slot, SegmentWriter* writer) const {
     const Table& table = tables_[slot];
-    size_t count = 0;
-    for (const uint8_t codes : table.bits) count += codes;
-    Begin(jpeg::kDht, 17 + count);
-    Byte(slot);
-    Bytes(table.bits.data(), table.bits.size());
-    Bytes(table.categories.data(), count);
+    const int count = std::accumulate(table.bits.begin(), table.bits.end(), 0);
+    writer->Huffman(0, static_cast<int>(slot), {table.bits, table.categories.data(), count});
   }
 
-  void AppendScan() {
-    Begin(jpeg::kSos, 4 + 2 * components_);
-    Byte(components_);
-    for (size_t c = 0; c < components_; ++c) {
-      Byte(NameOf(c));
-      Byte(TableOf(c) << 4);
-    }
-    Byte(static_cast<size_t>(options_.predictor));
-    Byte(0);
-    Byte(static_cast<size_t>(options_.point_transform));
+  bool AppendMarker(int marker) {
+    SegmentWriter writer(file_);
+    writer.Marker(marker);
+    return writer.ok();
   }
 
   Status AppendRows() {
@@ -247,7 +207,7 @@ class Encoder {
       if (Stops(options_.progress, y, picture_.height())) return Status::Cancelled();
       if (y > 0 && IsFirstRow(y)) {
         if (Status status = Code(true); !status.ok()) return status;
-        Marker(jpeg::kRst0 + restarts++ % 8);
+        if (!AppendMarker(kRst0 + restarts++ % 8)) return Status::NoMemory();
       }
       PredictRow(y);
       if (Status status = Code(false); !status.ok()) return status;
@@ -255,7 +215,7 @@ class Encoder {
     return Code(true);
   }
 
-  // The differences of a row, or what is left in the state.
+  // Codes the differences of a row, or flushes the remaining bits.
   Status Code(bool flushes) {
     const int16_t* rows[kMostComponents] = {};
     const zepiEncodeHuffmanSpec* tables[kMostComponents] = {};
@@ -263,7 +223,8 @@ class Encoder {
       rows[c] = differences_[c].data();
       tables[c] = &tables_[TableOf(c)].spec;
     }
-    // A difference takes at most a code and extra bits, together 31 bits, and as many bytes of stuffing.
+    // A difference takes at most 31 bits, code and extra bits together, and each byte may be
+    // stuffed.
     const size_t room = 8 * (picture_.SamplesInRow() + 2);
     const size_t start = file_->size();
     if (!file_->MakeRoom(room) || !file_->Resize(start + room)) return Status::NoMemory();
@@ -284,7 +245,6 @@ class Encoder {
   Row differences_[kMostComponents];
   std::vector<Table> tables_;
   zepiEncodeHuffmanState state_;
-  bool ok_ = true;
 };
 
 }  // namespace

@@ -9,7 +9,8 @@
 namespace zepcodec::jpeg::lossless {
 namespace {
 
-// The library's predictor 6 takes samples as signed, which makes a difference if they use all 16 bits.
+// The library's predictor 6 takes samples as signed, which makes a difference if they use all 16
+// bits.
 bool IsWideSix(const Prediction& how) {
   return how.predictor == 6 && how.bits - how.point_transform > 15;
 }

@@ -7,7 +7,7 @@
 namespace zepcodec::jpeg::lossless {
 namespace {
 
-// All channels at once: each pixel is loaded from where the one before ended.
+// All channels in one loop, so that the pixels are read in order.
 template <class T, size_t kChannels>
 void Split(const uint8_t* row, size_t width, int shift, Row* const rows[kMostComponents]) {
   int16_t* out[kChannels];

@@ -15,11 +15,12 @@ constexpr int kMostSide = 65535;
 
 using Row = std::vector<int16_t>;  // samples of 16 bits: their bits as they are
 
-// The samples of channel c of row y, without their `shift` low bits.
+// Splits row y into its channels and drops the `shift` low bits of each sample.
 void SplitRow(const Picture& picture, int y, int shift, Row* const rows[kMostComponents]);
 
-// As many samples of `count` components as the picture is wide into as many channels of row y from `channel` on, shifted up again. What has more
-// bits than the picture, which happens in damaged files only, becomes its largest value.
+// Stores a row of each of `count` components, shifted up again, in row y of the picture, from
+// channel `channel` on. In damaged files a sample can have too many bits; it becomes the largest
+// value.
 void JoinRows(const Row* const rows[kMostComponents], int count, int shift, int channel, int y,
               Picture* picture);
 

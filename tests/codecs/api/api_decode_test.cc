@@ -2,8 +2,10 @@
 // What decoding makes of a file's pixels: other layouts and depths, parts, turned pictures, rows.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
 #include <string>
 
 #include "tests/codecs/api/api_pictures.h"
@@ -372,6 +374,43 @@ TEST(ApiDecode, LimitsAreKept) {
     Decode(file, &options);
     options.max_memory = info.memory - 1;
     refuses();
+  }
+}
+
+// Of a lossless JPEG file of one component: the same with a second one, each in a scan of its own.
+Bytes WithSecondComponent(const Bytes& file) {
+  const auto find = [&](uint8_t marker) {
+    const uint8_t wanted[2] = {0xFF, marker};
+    return static_cast<size_t>(
+        std::search(file.begin(), file.end(), std::begin(wanted), std::end(wanted)) - file.begin());
+  };
+  const size_t frame = find(0xC3), scan = find(0xDA);
+  const auto at = [&](size_t position) {
+    return file.begin() + static_cast<std::ptrdiff_t>(position);
+  };
+  Bytes both(file.begin(), at(frame + 13));
+  both[frame + 3] += 3;
+  both[frame + 9] = 2;
+  both.insert(both.end(), {2, 0x11, 0});
+  both.insert(both.end(), at(frame + 13), file.end() - 2);
+  Bytes second(at(scan), file.end());
+  second[5] = 2;
+  both.insert(both.end(), second.begin(), second.end());
+  return both;
+}
+
+TEST(ApiDecode, TwoComponentsOfLosslessJpegAreGreyWithOpacity) {
+  const Image grey = Make(20, 12, {zepcLayoutGrey, zepcSampleU8, 8});
+  const Bytes file = WithSecondComponent(Encode(grey, zepcFormatLosslessJpeg));
+  EXPECT_EQ(Probe(file).layout, zepcLayoutGreyAlpha);
+  EXPECT_EQ(Probe(file).components, 2);
+  const Image found = DecodeToImage(file);
+  ASSERT_EQ(found.layout, zepcLayoutGreyAlpha);
+  for (int32_t y = 0; y < 12; ++y) {
+    for (int32_t x = 0; x < 20; ++x) {
+      ASSERT_EQ(found.Get(x, y, 0), grey.Get(x, y, 0));
+      ASSERT_EQ(found.Get(x, y, 1), grey.Get(x, y, 0));
+    }
   }
 }
 

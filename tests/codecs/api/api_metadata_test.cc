@@ -2,6 +2,7 @@
 // What belongs to a picture besides its pixels: the table of formats tells which files keep it.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -180,6 +181,152 @@ TEST(ApiMetadata, DecodingToRowsAndBuffersGivesItToo) {
   EXPECT_EQ(zepcPicturePixels(details, &pixels), zepcStatusOk);
   EXPECT_EQ(pixels.data, nullptr);
   EXPECT_EQ(pixels.width, 0);
+}
+
+void PutNumber(uint64_t value, size_t bytes, Bytes* to) {
+  for (size_t i = 0; i < bytes; ++i) to->push_back(static_cast<uint8_t>(value >> (8 * i)));
+}
+
+// EXIF data as a camera writes them, with a directory of exposures: a maker, an orientation, a time.
+Bytes CameraExif(uint8_t orientation) {
+  Bytes exif = {'I', 'I', 42, 0, 8, 0, 0, 0, 3, 0};
+  const auto field = [&](uint16_t tag, uint16_t type, uint32_t count, uint32_t value) {
+    PutNumber(tag, 2, &exif);
+    PutNumber(type, 2, &exif);
+    PutNumber(count, 4, &exif);
+    PutNumber(value, 4, &exif);
+  };
+  field(271, 2, 6, 50);
+  field(274, 3, 1, orientation);
+  field(34665, 4, 1, 56);
+  PutNumber(0, 4, &exif);
+  exif.insert(exif.end(), {'M', 'a', 'k', 'e', 'r', 0, 1, 0});
+  field(33434, 5, 1, 74);
+  PutNumber(0, 4, &exif);
+  PutNumber(1, 4, &exif);
+  PutNumber(250, 4, &exif);
+  return exif;
+}
+
+TEST(ApiMetadata, DirectoriesOfExifAreKeptThroughAllFormats) {
+  for (const zepcFormat format : Formats()) {
+    if (FactsOf(format).keeps_exif == 0) continue;
+    for (uint8_t orientation = 1; orientation <= 8; ++orientation) {
+      SCOPED_TRACE(testing::Message() << format << ", orientation " << int{orientation});
+      Given given;
+      given.exif = CameraExif(orientation);
+      given.metadata.exif = given.exif.data();
+      given.metadata.exif_size = given.exif.size();
+      const Bytes file = EncodeWith(given, format);
+      const Picture picture = Decode(file);
+      const zepcMetadata found = MetadataOf(picture);
+      EXPECT_EQ(Copy(found.exif, found.exif_size), given.exif);
+      EXPECT_EQ(found.orientation, orientation);
+      EXPECT_EQ(Probe(file).orientation, orientation);
+      auto options = Sized<zepcDecodeOptions>();
+      options.applies_orientation = 1;
+      const Picture upright = Decode(file, &options);
+      EXPECT_EQ(MetadataOf(upright).orientation, 1);
+      const zepcMetadata turned = MetadataOf(upright);
+      EXPECT_EQ(Copy(turned.exif, turned.exif_size), CameraExif(1));
+    }
+  }
+}
+
+TEST(ApiMetadata, AnOrientationNeedsNoExif) {
+  for (const zepcFormat format : Formats()) {
+    if (FactsOf(format).keeps_exif == 0) continue;
+    zepcEncodeOptions options = OptionsFor(format);
+    auto metadata = Sized<zepcMetadata>();
+    metadata.orientation = 5;
+    options.metadata = &metadata;
+    EXPECT_EQ(MetadataOf(Decode(Encode(Make(24, 16, {}), options))).orientation, 5) << format;
+    const Bytes exif = CameraExif(3);
+    metadata.exif = exif.data();
+    metadata.exif_size = exif.size();
+    EXPECT_EQ(MetadataOf(Decode(Encode(Make(24, 16, {}), options))).orientation, 3) << format;
+  }
+}
+
+TEST(ApiMetadata, FractionsOfDotsAreKept) {
+  for (const zepcFormat format : {zepcFormatJp2, zepcFormatJpegXr, zepcFormatTiff}) {
+    Given given;
+    given.metadata.resolution_unit = zepcResolutionInch;
+    given.metadata.resolution_x = 72.27;
+    given.metadata.resolution_y = 1234.5;
+    const zepcMetadata found = MetadataOf(Decode(EncodeWith(given, format)));
+    EXPECT_EQ(found.resolution_unit, zepcResolutionInch);
+    EXPECT_NEAR(found.resolution_x, 72.27, 1e-4);
+    EXPECT_NEAR(found.resolution_y, 1234.5, 1e-3);
+  }
+}
+
+size_t Find(const Bytes& file, const Bytes& part) {
+  const auto found = std::search(file.begin(), file.end(), part.begin(), part.end());
+  EXPECT_NE(found, file.end());
+  return static_cast<size_t>(found - file.begin());
+}
+
+// The picture, and one note with this byte.
+void ExpectNote(const Bytes& file, size_t offset) {
+  const Picture picture = Decode(file);
+  ASSERT_NE(picture, nullptr);
+  auto message = Sized<zepcMessage>();
+  ASSERT_EQ(zepcPictureMessage(picture.get(), 0, &message), zepcStatusOk);
+  EXPECT_EQ(message.is_damage, 0) << message.text;
+  EXPECT_EQ(message.offset, static_cast<int64_t>(offset)) << message.text;
+  EXPECT_EQ(zepcPictureMessage(picture.get(), 1, &message), zepcStatusBadArgument);
+}
+
+TEST(ApiMetadata, DamageCostsMetadataAlone) {
+  Given given;
+  given.metadata.resolution_unit = zepcResolutionInch;
+  given.metadata.resolution_x = given.metadata.resolution_y = 300;
+  Bytes jp2 = EncodeWith(given, zepcFormatJp2);
+  Bytes changed = jp2;
+  const size_t exif = Find(jp2, {'J', 'p', 'g', 'T', 'i', 'f', 'f', 'E', 'x', 'i', 'f'});
+  changed[exif + 16] = 'X';
+  ExpectNote(changed, exif);
+  EXPECT_EQ(MetadataOf(Decode(changed)).exif, nullptr);
+  changed = jp2;
+  const size_t resolution = Find(jp2, {'r', 'e', 's', 'c'}) + 4;
+  changed[resolution + 2] = changed[resolution + 3] = 0;
+  ExpectNote(changed, resolution);
+  EXPECT_EQ(MetadataOf(Decode(changed)).resolution_unit, zepcResolutionNone);
+  for (const zepcFormat format : {zepcFormatJpegXr, zepcFormatTiff}) {
+    changed = EncodeWith(given, format);
+    const size_t profile = Find(changed, {0x73, 0x87, 7, 0});
+    changed[profile + 11] = 0x7F;  // far behind the end of the file
+    ExpectNote(changed, profile);
+    const Picture picture = Decode(changed);
+    EXPECT_EQ(MetadataOf(picture).icc, nullptr);
+    EXPECT_NE(MetadataOf(picture).xmp, nullptr);
+  }
+}
+
+// Boxes can follow the codestream, EXIF data can begin with their name, and a resolution for display
+// counts where there is no other.
+TEST(ApiMetadata, OtherFormsInJp2) {
+  Given given;
+  given.metadata.resolution_unit = zepcResolutionInch;
+  given.metadata.resolution_x = given.metadata.resolution_y = 300;
+  Bytes file = EncodeWith(given, zepcFormatJp2);
+  file[Find(file, {'r', 'e', 's', 'c'}) + 3] = 'd';
+  const size_t uuid = Find(file, {'J', 'p', 'g', 'T', 'i', 'f', 'f', 'E'});
+  const auto begin = file.begin() + static_cast<std::ptrdiff_t>(uuid) - 8;
+  const auto end = begin + 24 + static_cast<std::ptrdiff_t>(given.exif.size());
+  Bytes box(begin, end);
+  file.erase(begin, end);
+  const Bytes name = {'E', 'x', 'i', 'f', 0, 0};
+  box.insert(box.begin() + 24, name.begin(), name.end());
+  box[3] = static_cast<uint8_t>(box.size());
+  file.insert(file.end(), box.begin(), box.end());
+  const Picture picture = Decode(file);
+  const zepcMetadata found = MetadataOf(picture);
+  EXPECT_EQ(Copy(found.exif, found.exif_size), given.exif);
+  EXPECT_NEAR(found.resolution_x, 300, 0.01);
+  auto message = Sized<zepcMessage>();
+  EXPECT_EQ(zepcPictureMessage(picture.get(), 0, &message), zepcStatusBadArgument);
 }
 
 }  // namespace

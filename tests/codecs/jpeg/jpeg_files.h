@@ -12,7 +12,7 @@
 
 #include "codecs/jpeg/decoder.h"
 #include "codecs/jpeg/encoder.h"
-#include "codecs/jpeg/markers.h"
+#include "codecs/jpeg/markers/markers.h"
 #include "tests/codecs/support/pictures.h"
 
 namespace jpeg_files {

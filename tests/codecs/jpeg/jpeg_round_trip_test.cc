@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "codecs/jpeg/standard_tables.h"
+#include "codecs/jpeg/markers/standard_tables.h"
 #include "tests/codecs/jpeg/jpeg_files.h"
 #include "tests/codecs/support/pictures.h"
 

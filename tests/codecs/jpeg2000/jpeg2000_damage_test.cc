@@ -357,4 +357,25 @@ TEST(Jpeg2000Damage, OtherFilesAreErrors) {
   }
 }
 
+// Around a codestream come boxes, which count too.
+TEST(Jpeg2000Damage, OffsetsAreThoseInTheFile) {
+  const Bytes good = OneBlock(PacketOfPasses(25, Bytes(100, 0x35)));
+  const size_t coding = Behind(good, 0xFF52) - 2;
+  Bytes bad = good;
+  bad[coding + 5] = 9;  // no such order of packets
+  const Bytes unknown = Codestream({Size({}),
+                                    CodingStyle({}),
+                                    Quantization(0),
+                                    {0xFF, 0x7F, 0, 2},
+                                    TilePart(0, PacketOfPasses(25, Bytes(100, 0x35)))});
+  const size_t segment = Behind(unknown, 0xFF7F) - 2;
+  const Bytes boxed = jpeg2000_streams::Jp2(64, 64, 1, {}, bad);
+  const size_t boxes = boxed.size() - bad.size();
+  EXPECT_EQ(Decode(bad).status.text().find("byte " + std::to_string(coding) + ":"), 0U);
+  EXPECT_EQ(Decode(boxed).status.text().find("byte " + std::to_string(boxes + coding) + ":"), 0U);
+  const Decoded decoded = Decode(jpeg2000_streams::Jp2(64, 64, 1, {}, unknown));
+  ASSERT_EQ(decoded.info.messages.count(), 1);
+  EXPECT_EQ(decoded.info.messages.kept()[0].offset, static_cast<int64_t>(boxes + segment));
+}
+
 }  // namespace

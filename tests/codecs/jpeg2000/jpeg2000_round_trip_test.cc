@@ -258,10 +258,10 @@ TEST(Jpeg2000RoundTrip, BoxesKeepColourAndOpacity) {
     Shape shape;
     shape.components = components;
     Image image = MakePicture(shape);
-    if (components == 3) image.icc_profile = {1, 2, 3, 4, 5};
+    if (components == 3) image.metadata.icc_profile = {1, 2, 3, 4, 5};
     const Image decoded = DecodeGood(Encode(image, {}));
     EXPECT_EQ(decoded.alpha, image.alpha);
-    EXPECT_EQ(decoded.icc_profile, image.icc_profile);
+    EXPECT_EQ(decoded.metadata.icc_profile, image.metadata.icc_profile);
     if (components != 3) {
       EXPECT_EQ(decoded.color, image.color);
     }

@@ -73,17 +73,26 @@ TEST(Tiff, EveryKindComesBack) {
   }
 }
 
-TEST(Tiff, ProfileAndResolution) {
-  EncodeOptions options;
-  options.icc_profile = {1, 2, 3, 4, 5};
-  options.dots_per_inch = 300;
-  const Bytes file = Encode(pictures::Noisy(9, 9, 3, 8), options);
-  tiff::FileInfo info;
-  ASSERT_TRUE(tiff::ReadFileInfo(file.data(), file.size(), &info).ok());
-  EXPECT_EQ(info.icc_profile, options.icc_profile);
-  EXPECT_EQ(info.dots_per_inch, 300);
-  EXPECT_EQ(info.width, 9);
-  EXPECT_FALSE(info.is_big_endian);
+TEST(Tiff, Metadata) {
+  zepcodec::Picture picture = pictures::Noisy(9, 9, 3, 8);
+  zepcodec::Metadata& metadata = picture.metadata();
+  metadata.icc_profile = {1, 2, 3, 4, 5};
+  metadata.xmp = {'<', 'x', '>'};
+  using Unit = zepcodec::Resolution::Unit;
+  for (const Unit unit : {Unit::kInch, Unit::kCentimetre, Unit::kShape}) {
+    metadata.resolution = {unit, 300.25, 72};
+    const Bytes file = Encode(picture, {});
+    tiff::FileInfo info;
+    ASSERT_TRUE(tiff::ReadFileInfo(file.data(), file.size(), &info).ok());
+    EXPECT_EQ(info.metadata.icc_profile, metadata.icc_profile);
+    EXPECT_EQ(info.metadata.xmp, metadata.xmp);
+    EXPECT_EQ(info.metadata.resolution.unit, unit);
+    EXPECT_EQ(info.metadata.resolution.x, 300.25);
+    EXPECT_EQ(info.metadata.resolution.y, 72);
+    EXPECT_TRUE(info.metadata.exif.empty());
+    EXPECT_EQ(info.width, 9);
+    EXPECT_FALSE(info.is_big_endian);
+  }
 }
 
 TEST(Tiff, BytePlanesPackBetter) {
@@ -350,6 +359,8 @@ TEST(Tiff, ManyStripsAreQuick) {
     tiff::FileInfo info;
     ASSERT_EQ(Decode(file, &picture, &info).text(), "");
     EXPECT_EQ(info.messages.count(), kStrips / 2);
+    EXPECT_GE(info.messages.kept()[0].offset, 8);
+    EXPECT_EQ(info.messages.kept()[0].place.find("strip "), 0U);
     EXPECT_EQ(picture.Get(0), 0);
     EXPECT_EQ(picture.Get(kStrips - 1), 7);
   }

@@ -459,20 +459,21 @@ TEST(Ljpeg, WhatIsNotSupportedIsNamed) {
     int value;
     const char* text;
   } const cases[] = {{0, 0, "not a JPEG"},
-                     {frame + 1, 0xC0, "another process (FF C0)"},
-                     {frame + 1, 0xCB, "another process (FF CB)"},
+                     {frame + 1, 0xC0, "16-bit JPEG (FF C0)"},
+                     {frame + 1, 0xCB, "arithmetic-coded lossless JPEG (FF CB)"},
                      {frame + 4, 1, "1 bits"},
                      {frame + 4, 17, "17 bits"},
-                     {frame + 6, 0, "DNL"},
+                     {frame + 6, 0, "no height"},
                      {frame + 8, 0, "no width"},
                      {frame + 9, 0, "0 components"},
                      {frame + 9, 5, "too short"},
-                     {frame + 11, 0x01, "sampling factors 0 x 1"},
-                     {frame + 11, 0x15, "sampling factors 1 x 5"},
+                     {frame + 11, 0x01, "bad sampling factor"},
+                     {frame + 11, 0x15, "bad sampling factor"},
                      {frame + 11, 0x44, "more than 10 samples"},
                      {scan + 4, 0, "bad scan"},
                      {scan + 5, 'X', "unknown component"},
-                     {scan + 6, 0x30, "unknown Huffman"},
+                     {scan + 6, 0x30, "without its Huffman"},
+                     {scan + 6, 0x40, "unknown Huffman"},
                      {scan + 11, 0, "predictor 0"},
                      {scan + 11, 8, "predictor 8"},
                      {dri + 5, 41, "whole rows"}};
@@ -610,6 +611,66 @@ TEST(Ljpeg, EveryByteChanged) {
       }
     }
   }
+}
+
+// The height of a frame can follow its first scan (DNL).
+TEST(Ljpeg, AHeightAfterTheFirstScan) {
+  for (const int rows : {0, 3}) {
+    EncodeOptions options;
+    options.restart_rows = rows;
+    const zepcodec::Picture picture = pictures::Noisy(20, 10, 3, 12);
+    Bytes file = Encode(picture, options);
+    const size_t frame = Find(file, kFrame);
+    file[frame + 5] = file[frame + 6] = 0;
+    const Bytes line_count = {0xFF, 0xDC, 0, 4, 0, 10};
+    file.insert(file.end() - 2, line_count.begin(), line_count.end());
+    zepcodec::Picture back;
+    ljpeg::FileInfo info;
+    ASSERT_EQ(Decode(file, &back, &info).text(), "");
+    EXPECT_TRUE(info.messages.empty()) << info.messages.kept()[0].ToString();
+    EXPECT_TRUE(pictures::Same(picture, back));
+  }
+}
+
+TEST(Ljpeg, MessagesHaveTheirBytes) {
+  EncodeOptions options;
+  options.restart_rows = 2;
+  const Bytes file = Encode(pictures::Noisy(20, 10, 3, 16), options);
+  const size_t frame = Find(file, kFrame), scan = Find(file, kScan);
+  const auto at = [](size_t byte) { return "byte " + std::to_string(byte) + ": "; };
+  Bytes changed = file;
+  changed[frame + 4] = 17;
+  EXPECT_EQ(ErrorOf(changed).find(at(frame)), 0U) << ErrorOf(changed);
+  changed = file;
+  changed[scan + 11] = 9;
+  EXPECT_EQ(ErrorOf(changed).find(at(scan)), 0U) << ErrorOf(changed);
+  // A damaged scan says where and at which MCU.
+  changed = file;
+  const size_t data = scan + 14;
+  std::fill(changed.begin() + static_cast<std::ptrdiff_t>(data + 3),
+            changed.begin() + static_cast<std::ptrdiff_t>(data + 12), uint8_t{0xFE});
+  zepcodec::Picture back;
+  ljpeg::FileInfo info;
+  ASSERT_EQ(Decode(changed, &back, &info).text(), "");
+  ASSERT_FALSE(info.messages.empty());
+  EXPECT_GE(info.messages.kept()[0].offset, static_cast<int64_t>(data));
+  EXPECT_EQ(info.messages.kept()[0].place.find("MCU "), 0U);
+}
+
+// Tables for coefficients mean nothing in a lossless file, nor does a quantization table's number.
+TEST(Ljpeg, WhatIsForBlocksIsPassedOver) {
+  const zepcodec::Picture picture = pictures::Noisy(20, 10, 1, 8);
+  Bytes file = Encode(picture, EncodeOptions());
+  const size_t frame = Find(file, kFrame);
+  file[frame + 12] = 9;
+  Bytes table = {0xFF, kTable, 0, 20, 0x13, 1};
+  table.resize(22);
+  file.insert(file.begin() + static_cast<std::ptrdiff_t>(frame), table.begin(), table.end());
+  zepcodec::Picture back;
+  ljpeg::FileInfo info;
+  ASSERT_EQ(Decode(file, &back, &info).text(), "");
+  EXPECT_TRUE(info.messages.empty()) << info.messages.kept()[0].ToString();
+  EXPECT_TRUE(pictures::Same(picture, back));
 }
 
 TEST(Ljpeg, HugeHeadersCostNothing) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The second bytes of the markers (ITU-T T.81, table B.1), and the order of coefficients in files.
-#ifndef ZEPJP_CODECS_JPEG_MARKERS_H_
-#define ZEPJP_CODECS_JPEG_MARKERS_H_
+#ifndef ZEPJP_CODECS_JPEG_MARKERS_MARKERS_H_
+#define ZEPJP_CODECS_JPEG_MARKERS_MARKERS_H_
 
 #include <array>
 #include <cstdint>
@@ -11,6 +11,7 @@ namespace zepcodec::jpeg {
 constexpr int kSof0 = 0xC0;  // baseline
 constexpr int kSof1 = 0xC1;  // extended sequential
 constexpr int kSof2 = 0xC2;  // progressive
+constexpr int kSof3 = 0xC3;  // lossless
 constexpr int kDht = 0xC4;
 constexpr int kJpg = 0xC8;
 constexpr int kDac = 0xCC;
@@ -51,4 +52,4 @@ constexpr std::array<uint8_t, 64> kZigzag = {
 
 }  // namespace zepcodec::jpeg
 
-#endif  // ZEPJP_CODECS_JPEG_MARKERS_H_
+#endif  // ZEPJP_CODECS_JPEG_MARKERS_MARKERS_H_

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The tables that ITU-T T.81 proposes in annex K; almost every encoder uses them.
-#ifndef ZEPJP_CODECS_JPEG_STANDARD_TABLES_H_
-#define ZEPJP_CODECS_JPEG_STANDARD_TABLES_H_
+// The example tables of ITU-T T.81, annex K, which almost every encoder uses.
+#ifndef ZEPJP_CODECS_JPEG_MARKERS_STANDARD_TABLES_H_
+#define ZEPJP_CODECS_JPEG_MARKERS_STANDARD_TABLES_H_
 
 #include <array>
 #include <cstdint>
@@ -25,4 +25,4 @@ extern const HuffmanList kAcHuffman[2];
 
 }  // namespace zepcodec::jpeg
 
-#endif  // ZEPJP_CODECS_JPEG_STANDARD_TABLES_H_
+#endif  // ZEPJP_CODECS_JPEG_MARKERS_STANDARD_TABLES_H_

@@ -1,22 +1,21 @@
 // SPDX-License-Identifier: MIT
 // Writes the segments of a file up to the coded data.
-#ifndef ZEPJP_CODECS_JPEG_SEGMENT_WRITER_H_
-#define ZEPJP_CODECS_JPEG_SEGMENT_WRITER_H_
+#ifndef ZEPJP_CODECS_JPEG_MARKERS_SEGMENT_WRITER_H_
+#define ZEPJP_CODECS_JPEG_MARKERS_SEGMENT_WRITER_H_
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
-#include "codecs/jpeg/frame.h"
+#include "codecs/jpeg/markers/frame.h"
+#include "codecs/jpeg/markers/standard_tables.h"
 #include "codecs/jpeg/metadata.h"
-#include "codecs/jpeg/standard_tables.h"
 #include "codecs/support/byte_buffer.h"
-#include "codecs/support/picture.h"
-#include "codecs/support/status.h"
 
 namespace zepcodec::jpeg {
 
-// Collects what happens: after a lack of memory all further writes do nothing and ok() is false.
+// After a lack of memory, all further writes do nothing and ok() is false.
 class SegmentWriter {
  public:
   explicit SegmentWriter(ByteBuffer* file) : file_(file) {}
@@ -27,7 +26,7 @@ class SegmentWriter {
   void Saved(const Segment& segment);
   // `steps` in zigzag order.
   void Quantization(int slot, const uint8_t* steps);
-  // `steps` in natural order; 16 bits each where one needs them.
+  // `steps` in natural order; 16-bit steps if one exceeds 255.
   void Quantization(int slot, const std::array<uint16_t, 64>& steps);
   // `marker` names the process.
   void FrameHeader(int marker, const Frame& frame);
@@ -39,8 +38,9 @@ class SegmentWriter {
 
  private:
   void Begin(int marker, size_t content_size);
-  void Byte(int value);
-  void Word(int value);
+  void Byte(int value) { Number(value, 1); }
+  void Word(int value) { Number(value, 2); }
+  void Number(int value, size_t bytes);
   void Bytes(const uint8_t* bytes, size_t count);
 
   ByteBuffer* file_;
@@ -49,4 +49,4 @@ class SegmentWriter {
 
 }  // namespace zepcodec::jpeg
 
-#endif  // ZEPJP_CODECS_JPEG_SEGMENT_WRITER_H_
+#endif  // ZEPJP_CODECS_JPEG_MARKERS_SEGMENT_WRITER_H_

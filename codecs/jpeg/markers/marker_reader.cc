@@ -1,20 +1,19 @@
 // SPDX-License-Identifier: MIT
-#include "codecs/jpeg/marker_reader.h"
+#include "codecs/jpeg/markers/marker_reader.h"
 
 #include <algorithm>
 #include <cstring>
 #include <numeric>
 
-#include "codecs/jpeg/marker_scan.h"
-#include "codecs/jpeg/markers.h"
-#include "codecs/jpeg/standard_tables.h"
+#include "codecs/jpeg/markers/marker_walk.h"
+#include "codecs/jpeg/markers/markers.h"
+#include "codecs/jpeg/markers/standard_tables.h"
 
 namespace zepcodec::jpeg {
 namespace {
 
 const char* UnsupportedProcess(int marker) {
   switch (marker) {
-    case 0xC3: return "lossless";
     case 0xC9: return "arithmetic-coded sequential";
     case 0xCA: return "arithmetic-coded progressive";
     case 0xCB: return "arithmetic-coded lossless";
@@ -58,15 +57,15 @@ Status MarkerReader::FindMarker(int* marker) {
   return Status();
 }
 
-Status MarkerReader::OpenSegment(Cursor* cursor) {
-  Cursor rest{data_ + position_, data_ + size_};
+Status MarkerReader::OpenSegment(ByteReader* segment) {
+  ByteReader rest = ByteReader(data_, size_).At(position_);
   const int length = rest.Word();
-  if (rest.failed || length < 2 || static_cast<size_t>(length) > size_ - position_) {
-    return Status::Error("segment " + Hex(data_[marker_offset_ + 1]) + " of length " +
+  if (rest.failed() || length < 2 || static_cast<size_t>(length) - 2 > rest.left()) {
+    return Status::Error("segment " + MarkerName(data_[marker_offset_ + 1]) + " of length " +
                          std::to_string(length) + " does not fit into the file");
   }
-  *cursor = Cursor{rest.next, rest.next + length - 2};
-  position_ += static_cast<size_t>(length);
+  *segment = rest.Take(static_cast<size_t>(length) - 2);
+  position_ = rest.position();
   return Status();
 }
 
@@ -82,16 +81,16 @@ Status MarkerReader::Next(Event* event) {
       return Status();
     }
     if (!HasSegment(marker)) {
-      messages_->AddAt(marker_offset_, "marker " + Hex(marker) + " out of place, skipped");
+      messages_->AddAt(marker_offset_, "marker " + MarkerName(marker) + " out of place, skipped");
       continue;
     }
     if (const char* process = UnsupportedProcess(marker)) {
-      return Status::Error(std::string(process) + " JPEG (" + Hex(marker) +
-                           "): only baseline and progressive pictures can be read");
+      return Status::Error(std::string(process) + " JPEG (" + MarkerName(marker) +
+                           "): only baseline, progressive and lossless pictures can be read");
     }
-    Cursor cursor{};
-    if (Status status = OpenSegment(&cursor); !status.ok()) return status;
-    if (Status status = ReadSegment(marker, cursor); !status.ok()) return status;
+    ByteReader segment;
+    if (Status status = OpenSegment(&segment); !status.ok()) return status;
+    if (Status status = ReadSegment(marker, segment); !status.ok()) return status;
     if (IsFrame(marker) || marker == kSos) {
       *event = marker == kSos ? Event::kScan : Event::kFrame;
       return Status();
@@ -99,66 +98,77 @@ Status MarkerReader::Next(Event* event) {
   }
 }
 
-Status MarkerReader::ReadSegment(int marker, Cursor cursor) {
-  if (IsFrame(marker)) return ReadFrame(marker, cursor);
+Status MarkerReader::ReadSegment(int marker, ByteReader segment) {
+  if (IsFrame(marker)) return ReadFrame(marker, segment);
   if ((marker >= kApp0 && marker <= kApp15) || marker == kCom) {
-    ReadApplication(marker, cursor);
+    ReadApplication(marker, segment);
     return Status();
   }
   switch (marker) {
-    case kDqt: return ReadQuantization(cursor);
-    case kDht: return ReadHuffman(cursor);
-    case kSos: return ReadScan(cursor);
+    case kDqt: return ReadQuantization(segment);
+    case kDht: return ReadHuffman(segment);
+    case kSos: return ReadScan(segment);
     case kDri:
-      restart_interval_ = cursor.Word();
-      return cursor.failed ? Status::Error("the restart interval is missing") : Status();
-    case kDnl: return Status();  // was looked for when the frame was read
+      restart_interval_ = segment.Word();
+      return segment.failed() ? Status::Error("the restart interval is missing") : Status();
+    case kDnl: return Status();  // FindLineCount() has read it
     default:
-      messages_->AddAt(marker_offset_, "segment " + Hex(marker) + " is unknown, skipped");
+      messages_->AddAt(marker_offset_, "segment " + MarkerName(marker) + " is unknown, skipped");
       return Status();
   }
 }
 
-Status MarkerReader::ReadFrame(int marker, Cursor cursor) {
+Status MarkerReader::ReadFrame(int marker, ByteReader segment) {
   if (!frame_.components.empty()) return Status::Error("a second frame header");
-  const int precision = cursor.Byte();
   frame_.is_progressive = marker == kSof2;
-  frame_.precision = precision;
-  frame_.height = cursor.Word();
-  frame_.width = cursor.Word();
-  const int count = cursor.Byte();
-  if (cursor.failed || cursor.left() < static_cast<size_t>(3 * count)) {
+  frame_.is_lossless = marker == kSof3;
+  frame_.precision = segment.Byte();
+  frame_.height = segment.Word();
+  frame_.width = segment.Word();
+  const int count = segment.Byte();
+  if (segment.failed() || segment.left() < static_cast<size_t>(3 * count)) {
     return Status::Error("the frame header is too short");
   }
-  if (precision != 8 && (precision != 12 || marker == kSof0)) {
-    return Status::Error(std::to_string(precision) + "-bit JPEG (" + Hex(marker) +
-                         "): only pictures of 8 bits, and extended ones of 12, can be read");
-  }
   if (frame_.height == 0) frame_.height = FindLineCount();
-  if (frame_.width == 0 || frame_.height == 0)
-    return Status::Error("the picture has no width or no height");
-  if (count != 1 && count != 3 && count != 4) {
-    return Status::Error("a picture of " + std::to_string(count) +
-                         " components; 1, 3 or 4 can be read");
-  }
-  return ReadComponents(count, &cursor);
+  if (Status status = CheckFrame(marker, count); !status.ok()) return status;
+  return ReadComponents(count, &segment);
 }
 
-Status MarkerReader::ReadComponents(int count, Cursor* cursor) {
+Status MarkerReader::CheckFrame(int marker, int components) {
+  const int bits = frame_.precision;
+  if (frame_.is_lossless && (bits < 2 || bits > 16)) {
+    return Status::Error("samples of " + std::to_string(bits) + " bits; 2 to 16 are defined");
+  }
+  if (!frame_.is_lossless && bits != 8 && (bits != 12 || marker == kSof0)) {
+    return Status::Error(std::to_string(bits) + "-bit JPEG (" + MarkerName(marker) +
+                         "): only pictures of 8 bits, and extended ones of 12, can be read");
+  }
+  if (frame_.width == 0 || frame_.height == 0) {
+    return Status::Error("the picture has no width or no height");
+  }
+  const bool has_two = components == 2 && frame_.is_lossless;
+  if (components != 1 && components != 3 && components != 4 && !has_two) {
+    return Status::Error("a picture of " + std::to_string(components) + " components; " +
+                         (frame_.is_lossless ? "1 to 4" : "1, 3 or 4") + " can be read");
+  }
+  return Status();
+}
+
+Status MarkerReader::ReadComponents(int count, ByteReader* segment) {
   for (int i = 0; i < count; ++i) {
     FrameComponent component{};
-    component.id = cursor->Byte();
-    const int sampling = cursor->Byte();
+    component.id = segment->Byte();
+    const int sampling = segment->Byte();
     component.h = sampling >> 4;
     component.v = sampling & 15;
-    component.quant_table = cursor->Byte();
+    component.quant_table = segment->Byte();
     if (component.h < 1 || component.h > 4 || component.v < 1 || component.v > 4 ||
-        component.quant_table >= kTableCount) {
+        (!frame_.is_lossless && component.quant_table >= kTableCount)) {
       frame_.components.clear();
       return Status::Error("component " + std::to_string(component.id) +
                            " has a bad sampling factor or quantization table");
     }
-    // The samples of a single component are all there is, whatever its factors say.
+    // The sampling factors of a single component have no meaning.
     if (count == 1) component.h = component.v = 1;
     frame_.max_h = std::max(frame_.max_h, component.h);
     frame_.max_v = std::max(frame_.max_v, component.v);
@@ -167,24 +177,27 @@ Status MarkerReader::ReadComponents(int count, Cursor* cursor) {
   return Status();
 }
 
-Status MarkerReader::ReadScan(Cursor cursor) {
+Status MarkerReader::ReadScan(ByteReader segment) {
   if (frame_.components.empty()) return Status::Error("a scan before the frame header");
-  const int count = cursor.Byte();
-  if (cursor.failed || count < 1 || count > 4 || cursor.left() < static_cast<size_t>(2 * count)) {
+  const int count = segment.Byte();
+  if (segment.failed() || count < 1 || count > 4 ||
+      segment.left() < static_cast<size_t>(2 * count)) {
     return Status::Error("a bad scan header");
   }
-  if (Status status = ReadScanComponents(count, &cursor); !status.ok()) return status;
-  if (Status status = ReadBand(&cursor); !status.ok()) return status;
-  if (!saw_huffman_) UseStandardHuffman();
+  if (Status status = ReadScanComponents(count, &segment); !status.ok()) return status;
+  if (Status status = ReadBand(&segment); !status.ok()) return status;
+  if (!saw_huffman_ && !frame_.is_lossless) UseStandardHuffman();
   return Status();
 }
 
-Status MarkerReader::ReadBand(Cursor* cursor) {
-  scan_.first = cursor->Byte();
-  scan_.last = cursor->Byte();
-  const int approximation = cursor->Byte();
+Status MarkerReader::ReadBand(ByteReader* segment) {
+  scan_.first = segment->Byte();
+  scan_.last = segment->Byte();
+  const int approximation = segment->Byte();
   scan_.high = approximation >> 4;
   scan_.low = approximation & 15;
+  if (segment->failed()) return Status::Error("the scan header is too short");
+  if (frame_.is_lossless) return CheckLosslessScan();
   if (frame_.is_progressive) {
     const bool is_dc = scan_.first == 0 && scan_.last == 0;
     const bool is_band = scan_.first >= 1 && scan_.first <= scan_.last && scan_.last <= 63 &&
@@ -201,12 +214,23 @@ Status MarkerReader::ReadBand(Cursor* cursor) {
   return Status();
 }
 
-Status MarkerReader::ReadScanComponents(int count, Cursor* cursor) {
+Status MarkerReader::CheckLosslessScan() const {
+  if (scan_.predictor() < 1 || scan_.predictor() > 7) {
+    return Status::Error("predictor " + std::to_string(scan_.predictor()) + "; 1 to 7 are defined");
+  }
+  if (scan_.point_transform() >= frame_.precision) {
+    return Status::Error("a point transform by " + std::to_string(scan_.point_transform()) +
+                         " leaves nothing of " + std::to_string(frame_.precision) + " bits");
+  }
+  return Status();
+}
+
+Status MarkerReader::ReadScanComponents(int count, ByteReader* segment) {
   scan_.components.clear();
-  int blocks = 0;
+  int units = 0;  // blocks, or samples
   for (int i = 0; i < count; ++i) {
-    const int id = cursor->Byte();
-    const int table = cursor->Byte();
+    const int id = segment->Byte();
+    const int table = segment->Byte();
     const auto is_meant = [&](const FrameComponent& component) {
       const int index = static_cast<int>(&component - frame_.components.data());
       const auto same = [&](const ScanComponent& other) { return other.index == index; };
@@ -220,43 +244,46 @@ Status MarkerReader::ReadScanComponents(int count, Cursor* cursor) {
     }
     const int index = static_cast<int>(found - frame_.components.begin());
     scan_.components.push_back({index, table >> 4, table & 15});
-    blocks += found->h * found->v;
+    units += found->h * found->v;
   }
-  if (count > 1 && blocks > 10) return Status::Error("more than 10 blocks in an MCU");
+  if (count > 1 && units > 10) {
+    return Status::Error(std::string("more than 10 ") +
+                         (frame_.is_lossless ? "samples" : "blocks") + " in an MCU");
+  }
   return Status();
 }
 
-Status MarkerReader::ReadQuantization(Cursor cursor) {
-  while (cursor.left() > 0) {
-    const int head = cursor.Byte();
+Status MarkerReader::ReadQuantization(ByteReader segment) {
+  while (segment.left() > 0) {
+    const int head = segment.Byte();
     const int slot = head & 15;
     const bool wide = (head >> 4) == 1;
-    if ((head >> 4) > 1 || slot >= kTableCount || cursor.left() < (wide ? 128u : 64u)) {
+    if ((head >> 4) > 1 || slot >= kTableCount || segment.left() < (wide ? 128u : 64u)) {
       return Status::Error("a bad quantization table");
     }
     uint16_t* steps = tables_.quant[slot];
-    if (wide) {  // steps beyond 255: no raw table of the library
-      for (const uint8_t place : kZigzag) steps[place] = static_cast<uint16_t>(cursor.Word());
+    if (wide) {  // steps of 16 bits, which the library does not reorder
+      for (const uint8_t place : kZigzag) steps[place] = static_cast<uint16_t>(segment.Word());
     } else {
-      zepiQuantInvTableInit_JPEG_8u16u(cursor.next, steps);
-      cursor.next += 64;
+      zepiQuantInvTableInit_JPEG_8u16u(segment.next(), steps);
+      segment.Skip(64);
     }
     tables_.has_quant[slot] = true;
   }
   return Status();
 }
 
-Status MarkerReader::ReadHuffman(Cursor cursor) {
+Status MarkerReader::ReadHuffman(ByteReader segment) {
   saw_huffman_ = true;
-  while (cursor.left() > 0) {
-    const int head = cursor.Byte();
+  while (segment.left() > 0) {
+    const int head = segment.Byte();
     const int slot = head & 15;
-    if ((head >> 4) > 1 || slot >= kTableCount || cursor.left() < 16) {
+    if ((head >> 4) > 1 || slot >= kTableCount || segment.left() < 16) {
       return Status::Error("a bad Huffman table");
     }
-    const uint8_t* bits = cursor.next;
+    const uint8_t* bits = segment.next();
     const size_t symbol_count = std::accumulate(bits, bits + 16, size_t{0});
-    if (symbol_count > 256 || symbol_count > cursor.left() - 16)
+    if (symbol_count > 256 || symbol_count > segment.left() - 16)
       return Status::Error("a bad Huffman table");
     const bool is_ac = (head >> 4) == 1;
     zepiDecodeHuffmanSpec* spec = is_ac ? &tables_.ac[slot] : &tables_.dc[slot];
@@ -264,7 +291,7 @@ Status MarkerReader::ReadHuffman(Cursor cursor) {
     if (status != zepStatusOk)
       return Status::Error("a Huffman table with too many codes of a length");
     (is_ac ? tables_.has_ac : tables_.has_dc)[slot] = true;
-    cursor.next += 16 + symbol_count;
+    segment.Skip(16 + symbol_count);
   }
   return Status();
 }
@@ -282,42 +309,42 @@ void MarkerReader::UseStandardHuffman() {
   }
 }
 
-void MarkerReader::ReadApplication(int marker, Cursor cursor) {
-  const size_t size = cursor.left();
-  if (marker == kApp0 && size >= 12 && std::memcmp(cursor.next, "JFIF", 5) == 0) {
+void MarkerReader::ReadApplication(int marker, ByteReader segment) {
+  const size_t size = segment.left();
+  const uint8_t* const bytes = segment.next();
+  if (marker == kApp0 && size >= 12 && std::memcmp(bytes, "JFIF", 5) == 0) {
     has_jfif_ = true;
-    cursor.next += 7;  // name and version
-    metadata_.density.unit = cursor.Byte();
-    metadata_.density.x = cursor.Word();
-    metadata_.density.y = cursor.Word();
+    segment.Skip(7);  // name and version
+    metadata_.density.unit = segment.Byte();
+    metadata_.density.x = segment.Word();
+    metadata_.density.y = segment.Word();
     return;
   }
-  if (marker == kApp14 && size >= 12 && std::memcmp(cursor.next, "Adobe", 5) == 0) {
-    adobe_transform_ = cursor.next[11];
+  if (marker == kApp14 && size >= 12 && std::memcmp(bytes, "Adobe", 5) == 0) {
+    adobe_transform_ = bytes[11];
     return;
   }
   if (metadata_.segments.size() == kMostSegments) {
     messages_->AddAt(marker_offset_, "too many application segments, dropped");
     return;
   }
-  metadata_.segments.push_back({marker, {cursor.next, cursor.end}});
+  metadata_.segments.push_back({marker, {bytes, bytes + size}, marker_offset_});
 }
 
 int MarkerReader::FindLineCount() const {
-  size_t from = position_;
   bool in_scan = false;
-  while (true) {
-    from = FindMarkerInData(data_, size_, from);
-    if (size_ - from < 4) return 0;
-    const int marker = data_[from + 1];
-    if (marker == kDnl && size_ - from >= 6) return data_[from + 4] << 8 | data_[from + 5];
-    if (in_scan && !IsRestart(marker)) return 0;
-    from += 2;
-    if (!HasSegment(marker)) continue;
-    from += static_cast<size_t>(data_[from] << 8 | data_[from + 1]);
-    if (from >= size_) return 0;
-    in_scan = marker == kSos;
+  for (MarkerWalk walk(data_, size_, position_); walk.Next();) {
+    ByteReader segment = walk.segment();
+    if (walk.marker() == kDnl) return segment.Word();
+    if (in_scan && !IsRestart(walk.marker())) return 0;
+    if (HasSegment(walk.marker())) in_scan = walk.marker() == kSos;
   }
+  return 0;
+}
+
+Status MarkerReader::AtMarker(const Status& status) const {
+  if (status.kind() != Status::Kind::kError) return status;
+  return Status::Error("byte " + std::to_string(marker_offset_) + ": " + status.text());
 }
 
 }  // namespace zepcodec::jpeg

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "codecs/jpeg/standard_tables.h"
+#include "codecs/jpeg/markers/standard_tables.h"
 
 namespace zepcodec::jpeg {
 namespace {

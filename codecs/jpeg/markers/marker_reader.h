@@ -1,17 +1,16 @@
 // SPDX-License-Identifier: MIT
-// Reads a file's segments one after the other, up to where the coded blocks of a scan begin.
-#ifndef ZEPJP_CODECS_JPEG_MARKER_READER_H_
-#define ZEPJP_CODECS_JPEG_MARKER_READER_H_
+// Reads the marker segments of baseline, extended, progressive and lossless files with Huffman
+// coding, up to the coded data of each scan.
+#ifndef ZEPJP_CODECS_JPEG_MARKERS_MARKER_READER_H_
+#define ZEPJP_CODECS_JPEG_MARKERS_MARKER_READER_H_
 
 #include <cstddef>
 #include <cstdint>
 
-#include "codecs/jpeg/frame.h"
+#include "codecs/jpeg/markers/frame.h"
 #include "codecs/jpeg/metadata.h"
-#include "codecs/jpeg/segment_cursor.h"
-#include "codecs/support/byte_buffer.h"
+#include "codecs/support/byte_reader.h"
 #include "codecs/support/messages.h"
-#include "codecs/support/picture.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpeg {
@@ -29,38 +28,40 @@ class MarkerReader {
 
   // Reads up to the next event.
   Status Next(Event* event);
-  // Goes on behind a scan's data.
+  // Continues after a scan's data.
   void Seek(size_t position) { position_ = position; }
 
   size_t position() const { return position_; }
-  // Of the last marker: where an error that Next() returns lies.
+  // The offset of the last marker.
   size_t marker_offset() const { return marker_offset_; }
+  // Adds the offset of the last marker to an error.
+  Status AtMarker(const Status& status) const;
   const Frame& frame() const { return frame_; }
   const Scan& scan() const { return scan_; }
   const Tables& tables() const { return tables_; }
   const SavedSegments& metadata() const { return metadata_; }
   int restart_interval() const { return restart_interval_; }
   bool has_jfif() const { return has_jfif_; }
-  // The Adobe header's transform, negative where there is no such header.
+  // The transform in the Adobe header; negative without such a header.
   int adobe_transform() const { return adobe_transform_; }
 
  private:
-  using Cursor = SegmentCursor;
-
   Status Start();
   Status FindMarker(int* marker);
-  Status OpenSegment(Cursor* cursor);
-  Status ReadSegment(int marker, Cursor cursor);
-  Status ReadFrame(int marker, Cursor cursor);
-  Status ReadComponents(int count, Cursor* cursor);
-  Status ReadScan(Cursor cursor);
-  Status ReadScanComponents(int count, Cursor* cursor);
-  Status ReadBand(Cursor* cursor);
-  Status ReadQuantization(Cursor cursor);
-  Status ReadHuffman(Cursor cursor);
-  void ReadApplication(int marker, Cursor cursor);
+  Status OpenSegment(ByteReader* segment);
+  Status ReadSegment(int marker, ByteReader segment);
+  Status ReadFrame(int marker, ByteReader segment);
+  Status CheckFrame(int marker, int components);
+  Status ReadComponents(int count, ByteReader* segment);
+  Status ReadScan(ByteReader segment);
+  Status ReadScanComponents(int count, ByteReader* segment);
+  Status ReadBand(ByteReader* segment);
+  Status CheckLosslessScan() const;
+  Status ReadQuantization(ByteReader segment);
+  Status ReadHuffman(ByteReader segment);
+  void ReadApplication(int marker, ByteReader segment);
   void UseStandardHuffman();
-  // The height from the DNL segment behind the first scan (T.81, B.2.5), or 0.
+  // The height from the DNL segment after the first scan (T.81, B.2.5), or 0.
   int FindLineCount() const;
 
   const uint8_t* data_;
@@ -80,4 +81,4 @@ class MarkerReader {
 
 }  // namespace zepcodec::jpeg
 
-#endif  // ZEPJP_CODECS_JPEG_MARKER_READER_H_
+#endif  // ZEPJP_CODECS_JPEG_MARKERS_MARKER_READER_H_

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "codecs/jpeg/segment_writer.h"
+#include "codecs/jpeg/markers/segment_writer.h"
 
 #include <algorithm>
 
-#include "codecs/jpeg/markers.h"
+#include "codecs/jpeg/markers/markers.h"
+#include "codecs/support/byte_order.h"
 
 namespace zepcodec::jpeg {
 
@@ -11,14 +12,10 @@ void SegmentWriter::Bytes(const uint8_t* bytes, size_t count) {
   ok_ = ok_ && file_->Append(bytes, count);
 }
 
-void SegmentWriter::Byte(int value) {
-  const uint8_t byte = static_cast<uint8_t>(value);
-  Bytes(&byte, 1);
-}
-
-void SegmentWriter::Word(int value) {
-  Byte(value >> 8);
-  Byte(value & 255);
+void SegmentWriter::Number(int value, size_t bytes) {
+  uint8_t stored[4];
+  StoreNumber(ByteOrder::kBig, static_cast<uint64_t>(value), bytes, stored);
+  Bytes(stored, bytes);
 }
 
 void SegmentWriter::Marker(int marker) {
