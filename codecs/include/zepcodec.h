@@ -103,6 +103,10 @@ typedef struct zepcFormatFacts {
   int32_t keeps_icc;      /**< An ICC profile. */
   int32_t keeps_xmp;      /**< An XMP packet. */
   int32_t keeps_resolution; /**< The resolution. */
+  uint32_t depths;          /**< Of the unsigned samples that files written here hold: bit n - 1 is
+                                 set for n bits. */
+  int32_t holds_opacity;    /**< Whether files written here hold it; so below. */
+  int32_t holds_cmyk;       /**< Inks. */
 } zepcFormatFacts;
 
 /** The version of the library, "7.1.0". */
@@ -189,7 +193,14 @@ typedef struct zepcMetadata {
   zepcResolutionUnit resolution_unit; /**< What the next two count. */
   double resolution_x;                /**< Horizontally. */
   double resolution_y;                /**< Vertically. */
+  const void*
+      jpeg_segments; /**< Further application segments and comments of a JPEG file, each with
+                                   its marker and length, for other JPEG files. */
+  size_t jpeg_segments_size; /**< In bytes. */
 } zepcMetadata;
+
+/** The orientation that EXIF data, a TIFF structure, tells: 1 to 8; 0: none. */
+ZEPC_API int32_t zepcExifOrientation(const void* exif, size_t exif_size);
 
 /** @} */
 /** @defgroup zepc_decode Decoding
@@ -329,6 +340,20 @@ ZEPC_API zepcStatus zepcPictureMessage(const zepcPicture* picture, int32_t index
 /** Frees a picture; null is allowed. */
 ZEPC_API void zepcPictureFree(zepcPicture* picture);
 
+/**
+ * Converts pixels to another layout, kind of samples or depth, as zepcDecode() does for its options:
+ * colours become luminance (ITU-R BT.601) or inks without black, inks RGB as (1 - ink)(1 - black),
+ * unsigned samples are scaled to the new depth and rounded, fixed point and floats get the curve of
+ * sRGB where they become unsigned.
+ *
+ * @param background For zepcOpacityBlend: RGB, 65535 is white; null: white.
+ * @param to A buffer of the same size, which does not overlap `from`.
+ * @retval zepcStatusUnsupported Fixed point and floats cannot be made of other samples, blended, or
+ *   turned to grey or ink.
+ */
+ZEPC_API zepcStatus zepcConvert(const zepcPixels* from, zepcOpacity opacity,
+                                const uint16_t* background, const zepcPixels* to);
+
 /** @} */
 /** @defgroup zepc_encode Encoding
  * @{ */
@@ -422,6 +447,7 @@ typedef struct zepcDdsOptions {
   int32_t
       header; /**< 0 four characters where they exist, 1 BC4U and BC5U, 2 the extended header. */
   int32_t bc7_mode; /**< 0 quick, 1 one mode alone, fastest; 2 thorough. */
+  int32_t bc7_only; /**< 1 to 8: all blocks of BC7 in mode 0 to 7, for studies; 0: as `bc7_mode`. */
 } zepcDdsOptions;
 
 /** Grey and RGB of 8 or 16 bits. */

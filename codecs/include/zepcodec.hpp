@@ -122,6 +122,12 @@ inline Picture Decode(const void* data, size_t size,
   return Picture(picture);
 }
 
+/** Into a buffer of the same size. */
+inline void Convert(const zepcPixels& from, const zepcPixels& to,
+                    zepcOpacity opacity = zepcOpacityAuto) {
+  Check(zepcConvert(&from, opacity, nullptr, &to));
+}
+
 inline File Encode(const zepcPixels& pixels, const zepcEncodeOptions& options) {
   void* data = nullptr;
   size_t size = 0;
