@@ -2,7 +2,7 @@
 #include "codecs/api/encode.h"
 
 #include <algorithm>
-#include <cstdlib>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <optional>
@@ -27,11 +27,23 @@ Status CheckDepth(const Picture& picture) {
   return Status();
 }
 
-// The caller's rows without gaps, red first.
+// Whether a picture can have the caller's pixels as they are: rows without gaps, red first.
+bool IsPicture(const zepcPixels& pixels, const PixelFormat& format) {
+  const size_t row_bytes = static_cast<size_t>(pixels.width) * format.BytesPerPixel();
+  const auto address = reinterpret_cast<uintptr_t>(pixels.data);
+  return pixels.stride == row_bytes && !format.is_bgr &&
+         address % static_cast<size_t>(BytesOf(format.type)) == 0;
+}
+
 Status TakePixels(const zepcPixels& pixels, const PixelFormat& format, Picture* picture) {
+  const auto* const data = static_cast<const uint8_t*>(pixels.data);
+  if (IsPicture(pixels, format)) {
+    const bool fits =
+        picture->Borrow(data, pixels.width, pixels.height, format.layout, format.type, format.bits);
+    return fits ? CheckDepth(*picture) : Status::NoMemory();
+  }
   if (!Resize(format, pixels.width, pixels.height, picture)) return Status::NoMemory();
-  const ConstPixels from = {static_cast<const uint8_t*>(pixels.data), pixels.stride, pixels.width,
-                            pixels.height, format};
+  const ConstPixels from = {data, pixels.stride, pixels.width, pixels.height, format};
   if (Status status = Convert(from, {}, PixelsOf(picture)); !status.ok()) return status;
   return CheckDepth(*picture);
 }
@@ -120,12 +132,9 @@ Metadata MetadataOf(const zepcMetadata* given) {
   return metadata;
 }
 
-zepcStatus HandOut(const ByteBuffer& bytes, void** file, size_t* file_size) {
-  void* const copy = std::malloc(std::max<size_t>(bytes.size(), 1));
-  if (copy == nullptr) return Fail(zepcStatusNoMemory, "not enough memory");
-  std::memcpy(copy, bytes.data(), bytes.size());
-  *file = copy;
-  *file_size = bytes.size();
+zepcStatus HandOut(ByteBuffer* bytes, void** file, size_t* file_size) {
+  *file_size = bytes->size();
+  *file = bytes->Release();
   return zepcStatusOk;
 }
 
@@ -141,7 +150,7 @@ zepcStatus zepcEncode(const zepcPixels* pixels, const zepcEncodeOptions* options
     zepcodec::ByteBuffer bytes;
     const zepcStatus status =
         api::EncodePixels(api::Complete(pixels), api::Complete(options), &bytes);
-    return status == zepcStatusOk ? api::HandOut(bytes, file, file_size) : status;
+    return status == zepcStatusOk ? api::HandOut(&bytes, file, file_size) : status;
   });
 }
 
@@ -164,4 +173,4 @@ zepcStatus zepcEncodeTo(const zepcPixels* pixels, const zepcEncodeOptions* optio
   });
 }
 
-void zepcFree(void* file) { std::free(file); }
+void zepcFree(void* file) { delete[] static_cast<uint8_t*>(file); }

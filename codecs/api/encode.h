@@ -15,8 +15,8 @@ namespace zepcodec::api {
 zepcStatus CheckMetadata(const zepcMetadata* given);
 Metadata MetadataOf(const zepcMetadata* given);
 
-// A copy that zepcFree() frees.
-zepcStatus HandOut(const ByteBuffer& bytes, void** file, size_t* file_size);
+// Hands over the bytes, which zepcFree() frees.
+zepcStatus HandOut(ByteBuffer* bytes, void** file, size_t* file_size);
 
 }  // namespace zepcodec::api
 

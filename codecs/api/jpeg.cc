@@ -116,7 +116,7 @@ zepcStatus Transcode(const File& file, const zepcTranscodeOptions& given, void**
   if (!status.ok()) return StatusOf(status, zepcStatusBadFile);
   const bool is_damaged = !info.messages.empty();
   if (is_damaged && given.keeps_damaged == 0) return DamageOf(info.messages);
-  const zepcStatus done = HandOut(made, bytes, size);
+  const zepcStatus done = HandOut(&made, bytes, size);
   return done == zepcStatusOk && is_damaged ? zepcStatusDamaged : done;
 }
 
@@ -244,7 +244,7 @@ zepcStatus WriteCoefficients(const zepcCoefficients& from, const zepcJpegOptions
   transcode.restart_interval = options.restart_interval;
   ByteBuffer made;
   Status status = jpeg::WriteCoefficients(info, transcode, from.coefficients, &made);
-  return status.ok() ? HandOut(made, bytes, size) : StatusOf(status, zepcStatusBadArgument);
+  return status.ok() ? HandOut(&made, bytes, size) : StatusOf(status, zepcStatusBadArgument);
 }
 
 }  // namespace

@@ -36,6 +36,12 @@ class ByteBuffer {
     return Reserve(std::max(size_ + more, capacity_ + capacity_ / 2));
   }
 
+  // The bytes, for `delete[]`; the buffer is empty afterwards.
+  uint8_t* Release() {
+    size_ = capacity_ = 0;
+    return bytes_.release();
+  }
+
   [[nodiscard]] bool Append(const uint8_t* bytes, size_t count) {
     if (!MakeRoom(count)) return false;
     if (count > 0) std::memcpy(data() + size_, bytes, count);

@@ -74,6 +74,14 @@ class Picture {
     return Resize(width, height, other.layout_, other.type_, other.bits_);
   }
 
+  // The caller's samples without a copy, which must stay as they are: the picture is to be read
+  // only. False: no memory has room for them.
+  [[nodiscard]] bool Borrow(const uint8_t* samples, int width, int height, PixelLayout layout,
+                            SampleType type, int bits) {
+    first_ = samples;
+    return Describe(width, height, layout, type, bits);
+  }
+
   int width() const { return width_; }
   int height() const { return height_; }
   PixelLayout layout() const { return layout_; }
@@ -92,13 +100,13 @@ class Picture {
   size_t Stride() const { return SamplesInRow() * BytesPerSample(); }
   size_t SizeInBytes() const { return Stride() * static_cast<size_t>(height_); }
   uint8_t* Row(int y) { return samples_.data() + static_cast<size_t>(y) * Stride(); }
-  const uint8_t* Row(int y) const { return samples_.data() + static_cast<size_t>(y) * Stride(); }
+  const uint8_t* Row(int y) const { return first_ + static_cast<size_t>(y) * Stride(); }
 
   // Unsigned samples; the index counts those of all rows.
   int Get(size_t index) const {
-    if (type_ == SampleType::kU8) return samples_.data()[index];
+    if (type_ == SampleType::kU8) return first_[index];
     uint16_t value;
-    std::memcpy(&value, samples_.data() + 2 * index, sizeof(value));
+    std::memcpy(&value, first_ + 2 * index, sizeof(value));
     return value;
   }
   void Set(size_t index, int value) {
@@ -134,6 +142,14 @@ class Picture {
 
  private:
   bool Resize(int width, int height, PixelLayout layout, SampleType type, int bits) {
+    if (!Describe(width, height, layout, type, bits) || !samples_.Resize(SizeInBytes())) {
+      return false;
+    }
+    first_ = samples_.data();
+    return true;
+  }
+
+  bool Describe(int width, int height, PixelLayout layout, SampleType type, int bits) {
     width_ = width;
     height_ = height;
     layout_ = layout;
@@ -142,8 +158,7 @@ class Picture {
     // Less than half of all addresses; a row has less than 2^36 bytes.
     const uint64_t row_bytes =
         static_cast<uint64_t>(width) * static_cast<uint64_t>(channels()) * BytesPerSample();
-    if (height > 0 && row_bytes > PTRDIFF_MAX / static_cast<uint64_t>(height)) return false;
-    return samples_.Resize(SizeInBytes());
+    return height <= 0 || row_bytes <= PTRDIFF_MAX / static_cast<uint64_t>(height);
   }
 
   int width_ = 0;
@@ -152,6 +167,7 @@ class Picture {
   SampleType type_ = SampleType::kU8;
   int bits_ = 8;
   ByteBuffer samples_;
+  const uint8_t* first_ = nullptr;  // of `samples_`, or of the caller's samples
   Metadata metadata_;
 };
 

@@ -41,9 +41,11 @@ thread_local int64_t allocations = 0;
 thread_local int64_t first_failing = 0;
 thread_local bool fails_ever_after = false;
 thread_local int64_t live = 0;
+thread_local size_t largest = 0;
 
-bool Fails() {
+bool Fails(size_t size) {
   if (!counts) return false;
+  largest = size > largest ? size : largest;
   const int64_t number = allocations++;
   return number == first_failing || (fails_ever_after && number > first_failing);
 }
@@ -56,17 +58,17 @@ void* Counted(void* pointer) {
 }  // namespace
 
 extern "C" {
-void* malloc(size_t size) { return Fails() ? nullptr : Counted(__libc_malloc(size)); }
+void* malloc(size_t size) { return Fails(size) ? nullptr : Counted(__libc_malloc(size)); }
 void* calloc(size_t count, size_t size) {
-  return Fails() ? nullptr : Counted(__libc_calloc(count, size));
+  return Fails(count * size) ? nullptr : Counted(__libc_calloc(count, size));
 }
 void* realloc(void* pointer, size_t size) {
-  if (Fails()) return nullptr;
+  if (Fails(size)) return nullptr;
   void* const moved = __libc_realloc(pointer, size);
   return pointer == nullptr ? Counted(moved) : moved;
 }
 void* memalign(size_t alignment, size_t size) {
-  return Fails() ? nullptr : Counted(__libc_memalign(alignment, size));
+  return Fails(size) ? nullptr : Counted(__libc_memalign(alignment, size));
 }
 void* aligned_alloc(size_t alignment, size_t size) { return memalign(alignment, size); }
 int posix_memalign(void** pointer, size_t alignment, size_t size) {
@@ -97,6 +99,7 @@ Outcome CallFailing(const Call& call, int64_t failing, bool ever_after) {
   first_failing = failing;
   fails_ever_after = ever_after;
   live = 0;
+  largest = 0;
   counts = true;
   const Outcome outcome = call();
   counts = false;
@@ -163,6 +166,19 @@ TEST(ApiMemory, Encode) {
     options.jpeg2000 = &jpeg2000;
     options.dds = &dds;
     ExpectNoMemoryIsAStatus([&] { return EncodeOnce(pixels, options); });
+  }
+}
+
+// Rows without gaps are encoded where they are.
+TEST(ApiMemory, EncodingTakesNoCopyOfThePicture) {
+  for (const size_t gap : {0, 3}) {
+    Image image = Make(600, 900, {zepcLayoutRgb, zepcSampleU8, 8}, gap);
+    const zepcPixels pixels = image.Pixels();
+    zepcEncodeOptions options = OptionsFor(zepcFormatJpeg);
+    options.threads = 1;
+    CallFailing([&] { return EncodeOnce(pixels, options); }, INT64_MAX, false);
+    const size_t picture = image.row_bytes() * 900;
+    EXPECT_EQ(largest >= picture, gap > 0) << largest;
   }
 }
 
