@@ -66,12 +66,6 @@ std::vector<Segment> SplitSegments(const std::vector<uint8_t>& bytes) {
   return segments;
 }
 
-template <class Predicate>
-void RemoveIf(SavedSegments* metadata, Predicate predicate) {
-  auto& segments = metadata->segments;
-  segments.erase(std::remove_if(segments.begin(), segments.end(), predicate), segments.end());
-}
-
 }  // namespace
 
 std::vector<uint8_t> FindExif(const SavedSegments& metadata) {
@@ -188,8 +182,6 @@ SavedSegments ToSegments(const zepcodec::Metadata& metadata) {
   return saved;
 }
 
-void RemoveIccProfile(SavedSegments* metadata) { RemoveIf(metadata, IsIccPart); }
-
 void MakeExifUpright(SavedSegments* metadata) {
   for (Segment& segment : metadata->segments) {
     if (!IsNamed(segment, kApp1, kExifName)) continue;
@@ -198,7 +190,5 @@ void MakeExifUpright(SavedSegments* metadata) {
     std::copy(exif.begin(), exif.end(), segment.data.begin() + sizeof(kExifName));
   }
 }
-
-void RemoveMultiPictureIndex(SavedSegments* metadata) { RemoveIf(metadata, IsMultiPictureIndex); }
 
 }  // namespace zepcodec::jpeg

@@ -47,9 +47,8 @@ int DepthFor(const Settings& settings, Format format, int wanted) {
   return wanted > 8 && capacity.HoldsDepth(16) ? 16 : 8;
 }
 
-Form FormFor(const Settings& settings, Format format, const Image& image) {
-  const Form before = image.form();
-  const zepcLayout layout = LayoutFor(settings, format, before.layout, IsOpaque(image));
+Form FormFor(const Settings& settings, Format format, const Form& before, bool is_opaque) {
+  const zepcLayout layout = LayoutFor(settings, format, before.layout, is_opaque);
   if (format == Format::kHdr) return {zepcLayoutRgb, zepcSampleF16, 16};
   if (!IsLight(before.sample)) {
     return UnsignedForm(layout, DepthFor(settings, format, before.bits));
@@ -88,11 +87,12 @@ void ClearBlue(Image* image) {
 void AdjustImage(const Settings& settings, Format format, Picture* picture) {
   Image& image = picture->image;
   const Form before = image.form();
-  const Form after = FormFor(settings, format, image);
+  const bool is_opaque = IsOpaque(image);
+  const Form after = FormFor(settings, format, before, is_opaque);
   if (format == Format::kHdr && before.sample != zepcSampleF16) {
     throw Failure("only half floats, of BC6H textures and JPEG XR files, can become .hdr files");
   }
-  NoteLosses(before, after, IsOpaque(image), &picture->notes);
+  NoteLosses(before, after, is_opaque, &picture->notes);
   const bool is_bc5 = format == Format::kDds && settings.dds.texture == zepcTextureBc5;
   if (!(before == after) || is_bc5) {
     image = Converted(image, after, IsLight(after.sample) ? zepcOpacityDrop : zepcOpacityAuto);
@@ -133,7 +133,7 @@ void NoteDropped(const Capacity& capacity, Picture* picture) {
   if (!list.empty()) {
     picture->notes.push_back("this kind of file has no place for some metadata: " + list);
   }
-  if (metadata.orientation > 1 && (!capacity.keeps_exif || metadata.exif.empty())) {
+  if (metadata.orientation > 1 && !capacity.keeps_exif) {
     picture->notes.emplace_back(
         "the picture is stored turned or mirrored, and this kind of file cannot say so");
   }

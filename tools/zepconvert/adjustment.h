@@ -9,8 +9,8 @@
 
 namespace zepconvert {
 
-// Converts layout and samples where the format asks for it, and drops metadata that has no place there.
-// Whatever is lost gets a note.
+// Converts layout and samples where the format asks for it, and drops metadata that has no place
+// there. Whatever is lost gets a note.
 void Adjust(const Settings& settings, Format format, Picture* picture);
 
 }  // namespace zepconvert

@@ -32,9 +32,9 @@ void ReturnFreedMemory([[maybe_unused]] int64_t bytes) {
 #endif
 }
 
-// Memory that the files in work may take together. A file first takes a share for its bytes, then more for its
-// picture. When no other file is in work, one is let through whatever it takes: so every file gets its turn,
-// and at most one picture exceeds the budget.
+// Memory that the files in work may take together. A file first takes a share for its bytes, then
+// more for its picture. When no other file is in work, one is let through whatever it takes: so
+// every file gets its turn, and at most one picture exceeds the budget.
 class Budget {
  public:
   // A file's part, for as long as it lives.

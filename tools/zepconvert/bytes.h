@@ -12,7 +12,8 @@
 
 namespace zepconvert {
 
-// Elements that are made without a value get none: large buffers are not cleared before they are filled.
+// Elements that are made without a value get none: large buffers are not cleared before they are
+// filled.
 template <class T>
 struct UninitializedAllocator : std::allocator<T> {
   template <class U>

@@ -52,8 +52,8 @@ class Timer {
   double start_;
 };
 
-// `input` holds the file's bytes. If `error_picture` is a name, a lossy result is decoded again to tell
-// its PSNR, and its errors become a PNG file of that name.
+// `input` holds the file's bytes. If `error_picture` is a name, a lossy result is decoded again to
+// tell its PSNR, and its errors become a PNG file of that name.
 void Convert(const Settings& settings, const Bytes& input, const std::string& error_picture,
              Result* result);
 

@@ -141,8 +141,8 @@ void WriteStream(const std::string& path, ByteView content) {
   if (!good) throw SystemFailure("cannot be written");
 }
 
-// Gives the file the owner and group of the one that it replaces, where the system allows it. Without its
-// group, the group's rights are dropped.
+// Gives the file the owner and group of the one that it replaces, where the system allows it.
+// Without its group, the group's rights are dropped.
 mode_t TakeOwner(int file, const struct stat& before, mode_t mode) {
   struct stat now {};
   if (fstat(file, &now) != 0) return mode & 0700;

@@ -18,13 +18,14 @@ struct ReadLimits {
   bool (*is_known)(const uint8_t* data, size_t size) = nullptr;
 };
 
-// A regular file is read up to the size that it has when it is opened: another program may be writing to it.
+// A regular file is read up to the size that it has when it is opened: another program may be
+// writing to it.
 Bytes ReadFile(const std::string& path, const ReadLimits& limits);
 
-// Writes to a file of another name in the same directory, then renames it. A failure leaves no new file and
-// no change to an old one. The new file gets the permissions of `source` that the mask allows; a file that
-// is replaced gets no wider ones than it had. A symbolic link stays: the file that it points to is replaced.
-// A pipe or a character device is written to.
+// Writes to a file of another name in the same directory, then renames it. A failure leaves no new
+// file and no change to an old one. The new file gets the permissions of `source` that the mask
+// allows; a file that is replaced gets no wider ones than it had. A symbolic link stays: the file
+// that it points to is replaced. A pipe or a character device is written to.
 void WriteFile(const std::string& path, ByteView content, const std::string& source);
 
 // Equal for all names under which WriteFile() would write to the same file.

@@ -30,8 +30,8 @@ std::array<uint8_t, 4> SharedExponent(const std::array<double, 3>& rgb) {
           static_cast<uint8_t>(rgb[2] * scale), static_cast<uint8_t>(exponent + 128)};
 }
 
-// A row channel by channel, each in packets of at most 128 bytes. Plain pixels could be taken for this form,
-// so they are written only for rows that are too short or too long for it.
+// A row channel by channel, each in packets of at most 128 bytes. Plain pixels could be taken for
+// this form, so they are written only for rows that are too short or too long for it.
 void AppendRow(const std::vector<std::array<uint8_t, 4>>& row, Bytes* bytes) {
   constexpr size_t kShortest = 8, kLongest = 32767, kPacket = 128;
   if (row.size() < kShortest || row.size() > kLongest) {

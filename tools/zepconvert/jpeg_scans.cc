@@ -41,7 +41,7 @@ void WriteScans(const Settings& settings, ByteView input, const std::string& nam
   if (failed) throw Failure(settings.scans_directory + ": " + failed.message());
   constexpr int kMost = 65535;  // of zepcDecodeOptions::layers
   for (int scan = 1; scan <= std::min(info.layers, kMost); ++scan) {
-    Image image = ReadScans(settings, input, scan);
+    Image image = ReadFirstScans(settings, input, scan);
     const Form form = PngForm(image.form());
     if (!(form == image.form())) image = Converted(image, form);
     WriteFile(NameOfScan(settings.scans_directory, name, scan), WritePng(image, Metadata()), name);

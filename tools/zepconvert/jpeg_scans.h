@@ -10,8 +10,8 @@
 
 namespace zepconvert {
 
-// Writes the picture after each scan of a progressive file to settings.scans_directory, as a PNG file named
-// after `name`. Other files have no scans to show.
+// Writes the picture after each scan of a progressive file to settings.scans_directory, as a PNG
+// file named after `name`. Other files have no scans to show.
 void WriteScans(const Settings& settings, ByteView input, const std::string& name);
 
 }  // namespace zepconvert

@@ -46,18 +46,19 @@ zepc::Picture Decode(ByteView input, const zepcDecodeOptions& options) {
   return Guarded([&] { return zepc::Decode(input.data, input.size, options); });
 }
 
-// What is wrong with a file. The transcoder tells only that something is.
+// What is wrong with a file, which the decoder tells in full and the transcoder does not.
 void TakeDamage(const Settings& settings, ByteView input, Picture* picture) {
-  const zepc::Picture decoded = Decode(input, OptionsOf(settings));
-  TakeMessages(decoded, picture);
+  Picture decoded;
+  TakeMessages(Decode(input, OptionsOf(settings)), &decoded);
+  picture->warnings = std::move(decoded.warnings);
   if (picture->warnings.empty()) picture->warnings.emplace_back("parts of the picture are lost");
 }
 
-void NoteLargerCrop(const zepcRect& crop, ByteView input, const zepc::File& output,
-                    Picture* picture) {
+void NoteLargerCrop(const Settings& settings, ByteView input, ByteView output, Picture* picture) {
+  const zepcRect& crop = settings.crop;
   if (crop.width == 0) return;
-  const zepcInfo before = zepc::Probe(input.data, input.size);
-  const zepcInfo after = zepc::Probe(output.data(), output.size());
+  const zepcInfo before = ProbeLibraryFile(settings, input);
+  const zepcInfo after = ProbeLibraryFile(settings, output);
   if (after.width > std::min(crop.width, before.width - crop.x) ||
       after.height > std::min(crop.height, before.height - crop.y)) {
     picture->notes.emplace_back("the part was enlarged to the left and top, to whole MCUs");
@@ -82,9 +83,9 @@ Picture ReadLibraryFile(const Settings& settings, ByteView input) {
   return picture;
 }
 
-Image ReadScans(const Settings& settings, ByteView input, int layers) {
+Image ReadFirstScans(const Settings& settings, ByteView input, int scans) {
   zepcDecodeOptions options = OptionsOf(settings);
-  options.layers = layers;
+  options.layers = scans;
   return Image(Decode(input, options));
 }
 
@@ -137,7 +138,7 @@ zepc::File TranscodeJpeg(const Settings& settings, ByteView input, Picture* pict
   });
   zepc::File file(data, size);
   if (status == zepcStatusDamaged) TakeDamage(settings, input, picture);
-  NoteLargerCrop(settings.crop, input, file, picture);
+  NoteLargerCrop(settings, input, file, picture);
   return file;
 }
 

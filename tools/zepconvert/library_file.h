@@ -21,9 +21,9 @@ zepcInfo ProbeLibraryFile(const Settings& settings, ByteView input);
 // What can be saved of a damaged file, with warnings.
 Picture ReadLibraryFile(const Settings& settings, ByteView input);
 
-// The picture after each of the first `layers` scans of a progressive JPEG file. The last of them may be
-// fewer than the header says.
-Image ReadScans(const Settings& settings, ByteView input, int layers);
+// The picture after the first `scans` scans of a progressive JPEG file; after all where the file
+// has fewer.
+Image ReadFirstScans(const Settings& settings, ByteView input, int scans);
 
 zepc::File WriteLibraryFile(const Settings& settings, Format format, const Picture& picture);
 

@@ -34,8 +34,8 @@ Need NeedOfOwnFile(const Settings& settings, ByteView input, Format format) {
   return {samples * size.sample_bytes, samples, static_cast<double>(size.sample_bytes)};
 }
 
-// What an encoder takes besides the picture: transforms work on coefficients of 4 bytes, other files
-// grow to less than three times the picture.
+// What an encoder takes besides the picture: transforms work on coefficients of 4 bytes, other
+// files grow to less than three times the picture.
 double EncodingBytes(Format format, const Need& need) {
   switch (format) {
     case Format::kJp2:

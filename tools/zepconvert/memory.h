@@ -10,8 +10,9 @@
 
 namespace zepconvert {
 
-// The most bytes at a time, about, with those of the input file. It is the file's size alone where the header
-// cannot be read or announces more pixels than are allowed: such a file is refused before memory is taken.
+// The most bytes at a time, about, with those of the input file. It is the file's size alone where
+// the header cannot be read or announces more pixels than are allowed: such a file is refused
+// before memory is taken.
 int64_t EstimateMemory(const Settings& settings, const Job& job, ByteView input);
 
 }  // namespace zepconvert

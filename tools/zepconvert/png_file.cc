@@ -58,8 +58,8 @@ constexpr png_byte kSkippedChunks[] =
     "tEXt\0zTXt\0sPLT\0hIST\0pCAL\0sCAL";  // with a zero after each
 constexpr int kSkippedChunkCount = sizeof(kSkippedChunks) / 5;
 
-// An XMP packet is the text of an iTXt chunk that begins so: the keyword, a zero, no compression (two
-// zeros), and no language and no translated keyword (a zero each).
+// An XMP packet is the text of an iTXt chunk that begins so: the keyword, a zero, no compression
+// (two zeros), and no language and no translated keyword (a zero each).
 constexpr png_byte kTextChunk[] = "iTXt";
 constexpr char kXmpHead[] = "XML:com.adobe.xmp\0\0\0\0";  // and the zero that ends the literal
 
@@ -153,7 +153,8 @@ class Reader {
     reader->left_ -= count;
   }
 
-  // Takes the XMP packet from its chunk. 1: libpng need not keep the chunk; 0: it is treated as usual.
+  // Takes the XMP packet from its chunk. 1: libpng need not keep the chunk; 0: it is treated as
+  // usual.
   static int TakeChunk(png_structp png, png_unknown_chunkp chunk) {
     auto* reader = static_cast<Reader*>(png_get_user_chunk_ptr(png));
     if (std::memcmp(chunk->name, kTextChunk, sizeof(kTextChunk)) != 0) return 0;
@@ -185,6 +186,12 @@ constexpr int kColorTypes[] = {PNG_COLOR_TYPE_GRAY, PNG_COLOR_TYPE_GRAY_ALPHA, P
 
 constexpr png_byte kProfileChunk[] = "iCCP";
 
+// A big-endian TIFF structure with one directory of one entry: tag 0x112, a number of 16 bits.
+std::vector<uint8_t> ExifOf(int orientation) {
+  const auto value = static_cast<uint8_t>(orientation);
+  return {'M', 'M', 0, 42, 0, 0, 0, 8, 0, 1, 1, 0x12, 0, 3, 0, 0, 0, 1, 0, value, 0, 0, 0, 0, 0, 0};
+}
+
 class Writer {
  public:
   explicit Writer(Bytes* file) : file_(file) {
@@ -209,6 +216,7 @@ class Writer {
       xmp_chunk_.insert(xmp_chunk_.end(), metadata.xmp.begin(), metadata.xmp.end());
     }
     exif_ = metadata.exif;
+    if (exif_.empty() && metadata.orientation > 1) exif_ = ExifOf(metadata.orientation);
     return WriteChunks(image, metadata);
   }
 

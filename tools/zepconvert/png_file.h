@@ -10,9 +10,9 @@
 
 namespace zepconvert {
 
-// Palettes are expanded; samples of less than 8 bits become 8. EXIF data, a colour profile, an XMP packet
-// and the resolution are kept; other chunks are skipped. It takes the picture's memory and a few rows,
-// and at most 8 MB for each of EXIF data, profile and XMP.
+// Palettes are expanded; samples of less than 8 bits become 8. EXIF data, a colour profile, an XMP
+// packet and the resolution are kept; other chunks are skipped. It takes the picture's memory and a
+// few rows, and at most 8 MB for each of EXIF data, profile and XMP.
 Picture ReadPng(ByteView input, int64_t max_pixels);
 
 // What the header tells. 0 wide: it cannot be read.

@@ -11,15 +11,15 @@
 
 namespace zepconvert {
 
-// Where the largest value is 2^n - 1 (n at least 2), samples stay as they are; others are scaled to 8 bits
-// or, above 255, to 16.
+// Where the largest value is 2^n - 1 (n at least 2), samples stay as they are; others are scaled to
+// 8 bits or, above 255, to 16.
 Picture ReadPnm(ByteView input, int64_t max_pixels);
 
 // What the header tells.
 Dimensions ReadPnmSize(ByteView input);
 
-// `format` is one of kPgm, kPpm, kPnm and kPam. Unsigned samples; in other files than PAM grey or RGB. Grey
-// becomes P5 unless kPpm asks for P6.
+// `format` is one of kPgm, kPpm, kPnm and kPam. Unsigned samples; in other files than PAM grey or
+// RGB. Grey becomes P5 unless kPpm asks for P6.
 Bytes WritePnm(const Image& image, Format format);
 
 }  // namespace zepconvert

@@ -120,7 +120,8 @@ std::string Text(double x, double y, const char* anchor, const std::string& text
          "\">" + Escape(text) + "</text>\n";
 }
 
-// A name for the plot, where there is little room: its first characters, each of which is one to four bytes.
+// A name for the plot, where there is little room: its first characters, each of which is one to
+// four bytes.
 std::string Shortened(const std::string& name) {
   constexpr int kMost = 34;
   int characters = 0;
@@ -169,8 +170,8 @@ std::string Plot(const std::vector<const Result*>& results) {
          "\" width=\"100%\" role=\"img\" aria-label=\"Time of each stage\">\n" + svg + "</svg>\n";
 }
 
-// Puts a picture beside the page: as it is where browsers show its format, else as PNG. Returns its name
-// there.
+// Puts a picture beside the page: as it is where browsers show its format, else as PNG. Returns its
+// name there.
 std::string PlacePicture(const std::string& path, const fs::path& directory,
                          const std::string& stem) {
   const Bytes bytes = ReadFile(path, ReadLimits());

@@ -9,8 +9,8 @@
 namespace zepconvert {
 namespace {
 
-// A DDS file: 128 bytes of header, in which a code of four characters tells that 20 more follow. Those
-// begin with the number of the format.
+// A DDS file: 128 bytes of header, in which a code of four characters tells that 20 more follow.
+// Those begin with the number of the format.
 constexpr size_t kFourCharacters = 84, kFormat = 128, kBlocks = 148;
 constexpr size_t kBlockBytes = 16;
 constexpr uint32_t kBc7 = 98, kBc7Srgb = 99;

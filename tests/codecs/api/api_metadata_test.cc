@@ -159,7 +159,8 @@ TEST(ApiMetadata, OrientationOfExif) {
 }
 
 TEST(ApiMetadata, FurtherSegmentsOfJpegFilesAreKept) {
-  // A comment, the data of a photo editor, and what the encoder writes itself or what names other pictures.
+  // A comment, the data of a photo editor, and what the encoder writes itself or what names other
+  // pictures.
   const Bytes kept = {0xFF, 0xFE, 0, 4, 'h', 'i', 0xFF, 0xED, 0, 5, 1, 2, 3, 0xFF, 0xE0, 0, 2};
   const Bytes dropped = {0xFF, 0xE0, 0, 7, 'J', 'F', 'I', 'F', 0,
                          0xFF, 0xE2, 0, 6, 'M', 'P', 'F', 0};
@@ -229,7 +230,8 @@ void PutNumber(uint64_t value, size_t bytes, Bytes* to) {
   for (size_t i = 0; i < bytes; ++i) to->push_back(static_cast<uint8_t>(value >> (8 * i)));
 }
 
-// EXIF data as a camera writes them, with a directory of exposures: a maker, an orientation, a time.
+// EXIF data as a camera writes them, with a directory of exposures: a maker, an orientation, a
+// time.
 Bytes CameraExif(uint8_t orientation) {
   Bytes exif = {'I', 'I', 42, 0, 8, 0, 0, 0, 3, 0};
   const auto field = [&](uint16_t tag, uint16_t type, uint32_t count, uint32_t value) {
@@ -346,8 +348,8 @@ TEST(ApiMetadata, DamageCostsMetadataAlone) {
   }
 }
 
-// Boxes can follow the codestream, EXIF data can begin with their name, and a resolution for display
-// counts where there is no other.
+// Boxes can follow the codestream, EXIF data can begin with their name, and a resolution for
+// display counts where there is no other.
 TEST(ApiMetadata, OtherFormsInJp2) {
   Given given;
   given.metadata.resolution_unit = zepcResolutionInch;

@@ -511,8 +511,23 @@ class ZepconvertTest(ToolCase):
                     self.assertEqual(self.run_tool("o.jpg", name), "")
                     self.run_tool(name, "c.jpg")
                     self.assertIn((0xE1, exif), segments(self.path("c.jpg")))
-                for name in ("b.jp2", "b.jxr", "b.tif", "b.ppm", "b.dds"):
+                for name in ("b.jp2", "b.jxr", "b.tif"):
+                    self.assertEqual(self.run_tool("o.jpg", name), "")
+                    for way in ("c.jpg", "c.png"):
+                        self.run_tool(name, way)
+                        self.assertEqual(self.orientation(way), value if value < 9 else 0, (name, way))
+                for name in ("b.ppm", "b.dds"):
                     self.assertEqual("stored turned" in self.run_tool("o.jpg", name), not is_upright)
+
+    def orientation(self, name):
+        """By the first entry for it in the EXIF data of a JPEG or PNG file; 0: none."""
+        data = self.read(name)
+        for order, magic in (("<", b"II*\0"), (">", b"MM\0*")):
+            entry = struct.pack(order + "HHI", 0x112, 3, 1)
+            if magic in data and entry in data:
+                at = data.index(entry, data.index(magic)) + len(entry)
+                return struct.unpack_from(order + "H", data, at)[0]
+        return 0
 
     def test_tiff(self):
         for options in ([], ["--compression", "none"], ["--byte-planes"]):
