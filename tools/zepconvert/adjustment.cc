@@ -84,6 +84,20 @@ void ClearBlue(Image* image) {
   }
 }
 
+// A profile for colours says nothing about grey, one for inks nothing about RGB.
+void DropProfileOfOtherColors(zepcLayout before, zepcLayout after, Picture* picture) {
+  std::vector<uint8_t>& icc = picture->metadata.icc;
+  const bool loses_colors = !IsGrey(before) && IsGrey(after);
+  const bool loses_inks = before == zepcLayoutCmyk && after != before;
+  if (icc.empty() || (!loses_colors && !loses_inks)) return;
+  icc.clear();
+  // The other case is part of the note about inks.
+  if (loses_colors) {
+    picture->notes.emplace_back(
+        "the colour profile was dropped: it is for colours, the picture is grey");
+  }
+}
+
 void AdjustImage(const Settings& settings, Format format, Picture* picture) {
   Image& image = picture->image;
   const Form before = image.form();
@@ -101,10 +115,7 @@ void AdjustImage(const Settings& settings, Format format, Picture* picture) {
     ClearBlue(&image);
     picture->notes.emplace_back("BC5 holds red and green only");
   }
-  // A profile for colours says nothing about grey, one for inks nothing about RGB.
-  const bool loses_colors = !IsGrey(before.layout) && IsGrey(after.layout);
-  const bool loses_inks = before.layout == zepcLayoutCmyk && after.layout != before.layout;
-  if (loses_colors || loses_inks) picture->metadata.icc.clear();
+  DropProfileOfOtherColors(before.layout, after.layout, picture);
 }
 
 // A profile never costs the picture: what a PNG file cannot have is left out.
@@ -142,7 +153,6 @@ void NoteDropped(const Capacity& capacity, Picture* picture) {
 }  // namespace
 
 void Adjust(const Settings& settings, Format format, Picture* picture) {
-  AdjustImage(settings, format, picture);
   Metadata& metadata = picture->metadata;
   if (!settings.keep_metadata) {
     metadata.exif.clear();
@@ -151,6 +161,7 @@ void Adjust(const Settings& settings, Format format, Picture* picture) {
     metadata.jpeg_segments.clear();
     metadata.orientation = 0;
   }
+  AdjustImage(settings, format, picture);
   if (format == Format::kPng) DropUnfitProfile(picture);
   NoteDropped(CapacityOf(format), picture);
 }

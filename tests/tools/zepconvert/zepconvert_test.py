@@ -599,7 +599,7 @@ class ZepconvertTest(ToolCase):
             note = "note: this kind of file has no place for some metadata: " + missing + "\n"
             self.assertIn(note, self.run_tool("m.jpg", name))
             self.assertEqual(self.run_tool("m.jpg", name, "--no-metadata"), "")
-        self.run_tool("m.jpg", "g.jpg", "--grey")
+        self.assertIn("profile was dropped", self.run_tool("m.jpg", "g.jpg", "--grey"))
         self.assertNotIn(0xE2, [marker for marker, _ in segments(self.path("g.jpg"))])
 
     def test_a_profile_costs_no_picture(self):
