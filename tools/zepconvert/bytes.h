@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <memory>
 #include <new>
-#include <utility>
 #include <vector>
 
 namespace zepconvert {
@@ -24,9 +23,9 @@ struct UninitializedAllocator : std::allocator<T> {
   void construct(U* place) noexcept {
     ::new (static_cast<void*>(place)) U;
   }
-  template <class U, class... Arguments>
-  void construct(U* place, Arguments&&... arguments) {
-    ::new (static_cast<void*>(place)) U(std::forward<Arguments>(arguments)...);
+  template <class U, class Value>
+  void construct(U* place, const Value& value) {
+    ::new (static_cast<void*>(place)) U(static_cast<U>(value));
   }
 };
 
