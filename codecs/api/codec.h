@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <optional>
 
 #include "codecs/api/pixels.h"
@@ -67,6 +68,14 @@ struct Codec {
   // cannot hold is unsupported.
   Status (*encode)(const Picture& picture, const EncodeRequest& request, ByteBuffer* bytes);
 };
+
+// For zepcFormatFacts::depths.
+constexpr uint32_t DepthsOf(std::initializer_list<int> depths) {
+  uint32_t bits = 0;
+  for (const int depth : depths) bits |= 1U << (depth - 1);
+  return bits;
+}
+constexpr uint32_t DepthsUpTo16(int least) { return (1U << 16) - (1U << (least - 1)); }
 
 extern const Codec kJpegCodec;
 extern const Codec kLosslessJpegCodec;

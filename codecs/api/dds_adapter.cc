@@ -78,12 +78,13 @@ Status Encode(const Picture& picture, const EncodeRequest& request, ByteBuffer* 
   dds::EncodeOptions options;
   for (const Status& status :
        {CheckRange("header", given.header, 0, 2), CheckRange("bc7_mode", given.bc7_mode, 0, 2),
+        CheckRange("bc7_only", given.bc7_only, 0, 8),
         ReadTexture(picture, given.texture, &options)}) {
     if (!status.ok()) return status;
   }
   options.has_mipmaps = given.has_mipmaps != 0;
   options.style = static_cast<dds::HeaderStyle>(given.header);
-  options.bc7_mode = kBc7Modes[given.bc7_mode];
+  options.bc7_mode = given.bc7_only > 0 ? given.bc7_only - 1 : kBc7Modes[given.bc7_mode];
   options.threads = request.options.threads;
   options.progress = request.progress;
   if (!IsUnsigned(picture.type())) {
@@ -106,7 +107,7 @@ Status Encode(const Picture& picture, const EncodeRequest& request, ByteBuffer* 
 
 const Codec kDdsCodec = {{zepcFormatDds, "DDS", "dds", "image/vnd.ms-dds",
                           "textures BC1 to BC7, DXT1, DXT3, DXT5 and ATI1, ATI2, with their levels",
-                          "BC1 to BC5 and BC7, with levels", 0, 0, 0, 0},
+                          "BC1 to BC5 and BC7, with levels", 0, 0, 0, 0, DepthsOf({8}), 1, 0},
                          IsDds,
                          Probe,
                          Decode,

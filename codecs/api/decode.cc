@@ -68,29 +68,8 @@ Target TargetFor(const zepcDecodeOptions& options, const Picture& picture) {
     target.format.type = *type;
     target.format.bits = 8 * BytesOf(*type);
   }
-  target.opacity.is_removed = options.opacity != zepcOpacityAuto;
-  target.opacity.is_dropped = options.opacity == zepcOpacityDrop;
-  if (options.opacity == zepcOpacityBlend) {
-    for (size_t c = 0; c < 3; ++c) target.opacity.background[c] = options.background[c] / 65535.0;
-  }
+  target.opacity = OpacityOf(options.opacity, options.background);
   return target;
-}
-
-Status Unconvertible(const Status& status) {
-  return status.kind() == Status::Kind::kError ? Status::Unsupported(status.text()) : status;
-}
-
-// Whether fixed point or floats would have to be blended.
-bool IsBlendedLight(const PixelFormat& from, const Target& target) {
-  return !IsUnsigned(target.format.type) && HasAlpha(from.layout) && !target.opacity.is_dropped &&
-         (target.opacity.is_removed || !HasAlpha(target.format.layout));
-}
-
-Status ConvertTo(const Target& target, const ConstPixels& from, const Pixels& to) {
-  if (IsBlendedLight(from.format, target)) {
-    return Status::Unsupported("opacity of fixed point and floats is kept or dropped only");
-  }
-  return Unconvertible(Convert(from, target.opacity, to));
 }
 
 // The pixels of a region, in place.
@@ -181,7 +160,7 @@ class Decoding {
     if (Status status = PixelsOfRegion(options().region, picture_, &from); !status.ok()) {
       return status;
     }
-    return ConvertTo(target, from, to);
+    return ConvertPixels(from, target.opacity, to);
   }
 
   // The size of the region.
@@ -268,8 +247,8 @@ Status DeliverRows(const Target& target, Decoding* decoding) {
     const int count = std::min(rows, from.height - y);
     const ConstPixels part = {from.data + static_cast<size_t>(y) * from.stride, from.stride,
                               from.width, count, from.format};
-    Status status =
-        ConvertTo(target, part, {band.data(), stride, from.width, count, target.format});
+    Status status = ConvertPixels(part, target.opacity,
+                                  {band.data(), stride, from.width, count, target.format});
     if (!status.ok()) return status;
     const zepcPixels pixels = {sizeof(zepcPixels),
                                band.data(),
@@ -358,12 +337,6 @@ zepcStatus CheckCall(const void* data, const zepcDecodeOptions* options, const v
   return StatusOf(CheckOptions(Complete(options)), zepcStatusBadArgument);
 }
 
-zepcStatus CheckPixels(const zepcPixels& to) {
-  if (to.data == nullptr) return BadArgument("the buffer is null");
-  if (!FormatOf(to)) return BadArgument("the buffer has no layout, kind of samples or depth");
-  return zepcStatusOk;
-}
-
 }  // namespace
 }  // namespace zepcodec::api
 
@@ -399,7 +372,7 @@ zepcStatus zepcDecodeInto(const void* data, size_t size, const zepcDecodeOptions
     if (bad != zepcStatusOk) return bad;
     if (!api::HasSize(to)) return api::BadArgument("the size of the pixels is not set");
     const zepcPixels pixels = api::Complete(to);
-    bad = api::CheckPixels(pixels);
+    bad = api::CheckPixels(pixels, api::FormatOf(pixels));
     if (bad != zepcStatusOk) return bad;
     return api::DecodeFileInto({static_cast<const uint8_t*>(data), size}, api::Complete(options),
                                pixels, details);

@@ -17,19 +17,6 @@
 namespace zepcodec::api {
 namespace {
 
-constexpr int64_t kMostOnASide = int64_t{1} << 28;
-
-zepcStatus CheckPixels(const zepcPixels& pixels, const std::optional<PixelFormat>& format) {
-  if (pixels.data == nullptr) return BadArgument("the pixels are null");
-  if (!format) return BadArgument("the pixels have no layout, kind of samples or depth");
-  if (pixels.width < 1 || pixels.height < 1 || pixels.width > kMostOnASide ||
-      pixels.height > kMostOnASide) {
-    return BadArgument("a side must have 1 to 2^28 pixels");
-  }
-  const uint64_t row_bytes = static_cast<uint64_t>(pixels.width) * format->BytesPerPixel();
-  return pixels.stride < row_bytes ? BadArgument("the stride is less than a row") : zepcStatusOk;
-}
-
 // Samples beyond their depth would index tables out of their range.
 Status CheckDepth(const Picture& picture) {
   const bool is_whole = picture.bits() == 8 * BytesOf(picture.type());
@@ -110,7 +97,8 @@ zepcStatus CheckMetadata(const zepcMetadata* given) {
   const zepcMetadata whole = Complete(given);
   if ((whole.exif == nullptr && whole.exif_size > 0) ||
       (whole.icc == nullptr && whole.icc_size > 0) ||
-      (whole.xmp == nullptr && whole.xmp_size > 0)) {
+      (whole.xmp == nullptr && whole.xmp_size > 0) ||
+      (whole.jpeg_segments == nullptr && whole.jpeg_segments_size > 0)) {
     return BadArgument("metadata of some size is null");
   }
   for (const Status& status :
@@ -134,6 +122,7 @@ Metadata MetadataOf(const zepcMetadata* given) {
   metadata.exif = bytes(whole.exif, whole.exif_size);
   metadata.icc_profile = bytes(whole.icc, whole.icc_size);
   metadata.xmp = bytes(whole.xmp, whole.xmp_size);
+  metadata.jpeg_segments = bytes(whole.jpeg_segments, whole.jpeg_segments_size);
   metadata.orientation = OrientationOfExif(metadata.exif);
   if (metadata.orientation == 0 && whole.orientation > 1) {
     metadata.exif = WithOrientation(whole.orientation, metadata.exif);

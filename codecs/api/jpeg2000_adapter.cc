@@ -157,15 +157,15 @@ constexpr char kWritesAlone[] = "grey and RGB of up to 16 bits, without loss or 
 
 }  // namespace
 
-const Codec kJp2Codec = {
-    {zepcFormatJp2, "JPEG 2000", "jp2", "image/jp2", kReads, kWrites, 1, 1, 1, 1},
-    IsJp2,
-    Probe,
-    Decode,
-    EncodeJp2};
+const Codec kJp2Codec = {{zepcFormatJp2, "JPEG 2000", "jp2", "image/jp2", kReads, kWrites, 1, 1, 1,
+                          1, DepthsUpTo16(1), 1, 1},
+                         IsJp2,
+                         Probe,
+                         Decode,
+                         EncodeJp2};
 
 const Codec kJ2kCodec = {{zepcFormatJ2k, "JPEG 2000 codestream", "j2k j2c jpc", "image/j2c", kReads,
-                          kWritesAlone, 0, 0, 0, 0},
+                          kWritesAlone, 0, 0, 0, 0, DepthsUpTo16(1), 0, 0},
                          IsCodestream,
                          Probe,
                          Decode,

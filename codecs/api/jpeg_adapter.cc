@@ -187,8 +187,8 @@ Status ReadJpegOptions(const zepcJpegOptions* given, jpeg::EncodeOptions* option
 const Codec kJpegCodec = {
     {zepcFormatJpeg, "JPEG", "jpg jpeg jpe jfif", "image/jpeg",
      "baseline, extended and progressive files of 8 and 12 bits: grey, RGB, YCbCr, CMYK, YCCK",
-     "baseline and progressive files: grey, RGB and CMYK of 8 bits, grey and RGB of 12", 1, 1, 1,
-     1},
+     "baseline and progressive files: grey, RGB and CMYK of 8 bits, grey and RGB of 12", 1, 1, 1, 1,
+     DepthsOf({8, 12}), 0, 1},
     IsJpeg,
     ProbeJpeg,
     DecodeJpeg,
@@ -198,7 +198,7 @@ const Codec kLosslessJpegCodec = {
     {zepcFormatLosslessJpeg, "lossless JPEG", "ljpg ljpeg", "image/jpeg",
      "lossless files with Huffman coding: grey with and without opacity, RGB and CMYK of 2 to 16 "
      "bits",
-     "grey, RGB and CMYK of 2 to 16 bits", 1, 1, 1, 0},
+     "grey, RGB and CMYK of 2 to 16 bits", 1, 1, 1, 0, DepthsUpTo16(2), 0, 1},
     IsLosslessJpeg,
     ProbeLossless,
     DecodeLossless,

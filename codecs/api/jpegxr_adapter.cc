@@ -93,7 +93,8 @@ const Codec kJpegXrCodec = {
     {zepcFormatJpegXr, "JPEG XR", "jxr wdp hdp", "image/jxr",
      "grey and RGB with and without opacity: 8, 16 and 32 bits, fixed point, half and single "
      "floats",
-     "grey and RGB of the same kinds of samples, without loss or quantized", 1, 1, 1, 1},
+     "grey and RGB of the same kinds of samples, without loss or quantized", 1, 1, 1, 1,
+     DepthsOf({8, 16}), 0, 0},
     IsJpegXr,
     Probe,
     Decode,

@@ -4,6 +4,7 @@
 #include "codecs/api/codec.h"
 #include "codecs/api/error.h"
 #include "codecs/api/structs.h"
+#include "codecs/support/exif.h"
 
 namespace {
 
@@ -59,12 +60,24 @@ zepcStatus zepcPictureMetadata(const zepcPicture* picture, zepcMetadata* metadat
   bytes(own.exif, &whole.exif, &whole.exif_size);
   bytes(own.icc_profile, &whole.icc, &whole.icc_size);
   bytes(own.xmp, &whole.xmp, &whole.xmp_size);
+  bytes(own.jpeg_segments, &whole.jpeg_segments, &whole.jpeg_segments_size);
   whole.orientation = own.orientation;
   whole.resolution_unit = UnitOf(own.resolution.unit);
   whole.resolution_x = own.resolution.x;
   whole.resolution_y = own.resolution.y;
   api::Fill(whole, metadata);
   return zepcStatusOk;
+}
+
+int32_t zepcExifOrientation(const void* exif, size_t exif_size) {
+  if (exif == nullptr) return 0;
+  const auto* const bytes = static_cast<const uint8_t*>(exif);
+  int32_t orientation = 0;
+  (void)api::Guarded([&] {
+    orientation = zepcodec::OrientationOfExif({bytes, bytes + exif_size});
+    return zepcStatusOk;
+  });
+  return orientation;
 }
 
 zepcStatus zepcPictureMessage(const zepcPicture* picture, int32_t index, zepcMessage* message) {

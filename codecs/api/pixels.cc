@@ -1,7 +1,41 @@
 // SPDX-License-Identifier: MIT
 #include "codecs/api/pixels.h"
 
+#include "codecs/api/codec.h"
+#include "codecs/api/error.h"
+#include "codecs/api/structs.h"
+
 namespace zepcodec::api {
+namespace {
+
+constexpr int64_t kMostOnASide = int64_t{1} << 28;
+
+// Whether light would have to be blended.
+bool IsBlendedLight(const PixelFormat& from, const OpacityUse& opacity, const PixelFormat& to) {
+  return !IsUnsigned(to.type) && HasAlpha(from.layout) && !opacity.is_dropped &&
+         (opacity.is_removed || !HasAlpha(to.layout));
+}
+
+zepcStatus ConvertCaller(const zepcPixels& from, zepcOpacity opacity, const uint16_t* background,
+                         const zepcPixels& to) {
+  const std::optional<PixelFormat> before = FormatOf(from);
+  const std::optional<PixelFormat> after = FormatOf(to);
+  if (const zepcStatus bad = CheckPixels(from, before); bad != zepcStatusOk) return bad;
+  if (const zepcStatus bad = CheckPixels(to, after); bad != zepcStatusOk) return bad;
+  if (from.width != to.width || from.height != to.height) {
+    return BadArgument("the pixels have different sizes");
+  }
+  Status status = CheckRange("opacity", opacity, 0, zepcOpacityDrop);
+  if (!status.ok()) return StatusOf(status, zepcStatusBadArgument);
+  constexpr uint16_t kWhite[3] = {65535, 65535, 65535};
+  const OpacityUse use = OpacityOf(opacity, background == nullptr ? kWhite : background);
+  status = ConvertPixels(
+      {static_cast<const uint8_t*>(from.data), from.stride, from.width, from.height, *before}, use,
+      {static_cast<uint8_t*>(to.data), to.stride, to.width, to.height, *after});
+  return StatusOf(status, zepcStatusUnsupported);
+}
+
+}  // namespace
 
 std::optional<PixelLayout> ChannelsOf(zepcLayout layout) {
   switch (layout) {
@@ -66,9 +100,50 @@ std::optional<PixelFormat> FormatOf(const zepcPixels& pixels) {
   return PixelFormat{*layout, *type, bits, IsBgr(pixels.layout)};
 }
 
+zepcStatus CheckPixels(const zepcPixels& pixels, const std::optional<PixelFormat>& format) {
+  if (pixels.data == nullptr) return BadArgument("the pixels are null");
+  if (!format) return BadArgument("the pixels have no layout, kind of samples or depth");
+  if (pixels.width < 1 || pixels.height < 1 || pixels.width > kMostOnASide ||
+      pixels.height > kMostOnASide) {
+    return BadArgument("a side must have 1 to 2^28 pixels");
+  }
+  const uint64_t row_bytes = static_cast<uint64_t>(pixels.width) * format->BytesPerPixel();
+  return pixels.stride < row_bytes ? BadArgument("the stride is less than a row") : zepcStatusOk;
+}
+
+OpacityUse OpacityOf(zepcOpacity opacity, const uint16_t* background) {
+  OpacityUse use;
+  use.is_removed = opacity != zepcOpacityAuto;
+  use.is_dropped = opacity == zepcOpacityDrop;
+  if (opacity != zepcOpacityBlend) return use;
+  for (size_t c = 0; c < 3; ++c) use.background[c] = background[c] / 65535.0;
+  return use;
+}
+
+Status ConvertPixels(const ConstPixels& from, const OpacityUse& opacity, const Pixels& to) {
+  if (IsBlendedLight(from.format, opacity, to.format)) {
+    return Status::Unsupported("opacity of fixed point and floats is kept or dropped only");
+  }
+  Status status = Convert(from, opacity, to);
+  return status.kind() == Status::Kind::kError ? Status::Unsupported(status.text()) : status;
+}
+
 bool Resize(const PixelFormat& format, int width, int height, Picture* picture) {
   return IsUnsigned(format.type) ? picture->Resize(width, height, format.layout, format.bits)
                                  : picture->Resize(width, height, format.layout, format.type);
 }
 
 }  // namespace zepcodec::api
+
+namespace api = zepcodec::api;
+
+zepcStatus zepcConvert(const zepcPixels* from, zepcOpacity opacity, const uint16_t* background,
+                       const zepcPixels* to) {
+  return api::Guarded([&] {
+    if (from == nullptr || to == nullptr) return api::BadArgument("a null pointer");
+    if (!api::HasSize(from) || !api::HasSize(to)) {
+      return api::BadArgument("the size of the pixels is not set");
+    }
+    return api::ConvertCaller(api::Complete(from), opacity, background, api::Complete(to));
+  });
+}

@@ -70,12 +70,13 @@ Status Encode(const Picture& picture, const EncodeRequest& request, ByteBuffer* 
 
 }  // namespace
 
-const Codec kTiffCodec = {{zepcFormatTiff, "TIFF", "tif tiff", "image/tiff",
-                           "strips of grey and RGB of 8 and 16 bits, plain or PackBits",
-                           "grey and RGB of 8 and 16 bits, plain or PackBits", 1, 1, 1, 1},
-                          IsTiff,
-                          Probe,
-                          Decode,
-                          Encode};
+const Codec kTiffCodec = {
+    {zepcFormatTiff, "TIFF", "tif tiff", "image/tiff",
+     "strips of grey and RGB of 8 and 16 bits, plain or PackBits",
+     "grey and RGB of 8 and 16 bits, plain or PackBits", 1, 1, 1, 1, DepthsOf({8, 16}), 0, 0},
+    IsTiff,
+    Probe,
+    Decode,
+    Encode};
 
 }  // namespace zepcodec::api

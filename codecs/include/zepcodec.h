@@ -108,6 +108,10 @@ typedef struct zepcFormatFacts {
   int32_t keeps_icc;        /**< Whether they store an ICC profile. */
   int32_t keeps_xmp;        /**< Whether they store an XMP packet. */
   int32_t keeps_resolution; /**< Whether they store the resolution. */
+  /** The depths of unsigned samples that written files can hold: bit n - 1 stands for n bits. */
+  uint32_t depths;
+  int32_t holds_opacity; /**< Whether written files can hold opacity. */
+  int32_t holds_cmyk;    /**< Whether they can hold CMYK. */
 } zepcFormatFacts;
 
 /** Returns the version of the library, "7.1.0". */
@@ -198,7 +202,16 @@ typedef struct zepcMetadata {
   zepcResolutionUnit resolution_unit; /**< The unit of the next two members. */
   double resolution_x;                /**< The horizontal resolution. */
   double resolution_y;                /**< The vertical resolution. */
+  /**
+   * Further application segments and comments of a JPEG file, each with its marker and length, for
+   * other JPEG files.
+   */
+  const void* jpeg_segments;
+  size_t jpeg_segments_size; /**< In bytes. */
 } zepcMetadata;
+
+/** The orientation that EXIF data, a TIFF structure, tells: 1 to 8; 0: none. */
+ZEPC_API int32_t zepcExifOrientation(const void* exif, size_t exif_size);
 
 /** @} */
 /** @defgroup zepc_decode Decoding
@@ -349,6 +362,20 @@ ZEPC_API zepcStatus zepcPictureMessage(const zepcPicture* picture, int32_t index
 /** Frees a picture; null is allowed. */
 ZEPC_API void zepcPictureFree(zepcPicture* picture);
 
+/**
+ * Converts pixels to another layout, kind of samples or depth, as zepcDecode() does for its options:
+ * colours become luminance (ITU-R BT.601) or inks without black, inks RGB as (1 - ink)(1 - black),
+ * unsigned samples are scaled to the new depth and rounded, fixed point and floats get the curve of
+ * sRGB where they become unsigned.
+ *
+ * @param background For zepcOpacityBlend: RGB, 65535 is white; null: white.
+ * @param to A buffer of the same size, which does not overlap `from`.
+ * @retval zepcStatusUnsupported Fixed point and floats cannot be made of other samples, blended, or
+ *   turned to grey or ink.
+ */
+ZEPC_API zepcStatus zepcConvert(const zepcPixels* from, zepcOpacity opacity,
+                                const uint16_t* background, const zepcPixels* to);
+
 /** @} */
 /** @defgroup zepc_encode Encoding
  * @{ */
@@ -453,6 +480,8 @@ typedef struct zepcDdsOptions {
   int32_t header;
   /** 0: quick choice among all modes; 1: mode 6 alone, the fastest; 2: thorough search. */
   int32_t bc7_mode;
+  /** For studies: 1 to 8 put all BC7 blocks in mode 0 to 7; 0: as `bc7_mode`. */
+  int32_t bc7_only;
 } zepcDdsOptions;
 
 /** How to write TIFF: grey and RGB of 8 or 16 bits. */

@@ -124,6 +124,12 @@ inline Picture Decode(const void* data, size_t size,
   return Picture(picture);
 }
 
+/** Converts pixels into a buffer of the same size. */
+inline void Convert(const zepcPixels& from, const zepcPixels& to,
+                    zepcOpacity opacity = zepcOpacityAuto) {
+  Check(zepcConvert(&from, opacity, nullptr, &to));
+}
+
 /** Encodes pixels to a file. */
 inline File Encode(const zepcPixels& pixels, const zepcEncodeOptions& options) {
   void* data = nullptr;

@@ -14,6 +14,8 @@ namespace zepcodec::jpeg {
 namespace {
 
 // The names that open these segments; the terminating zeros are part of them.
+constexpr char kJfifName[] = "JFIF";
+constexpr char kAdobeName[] = {'A', 'd', 'o', 'b', 'e'};
 constexpr char kExifName[] = "Exif\0";      // and the zero that ends the literal
 constexpr char kIccName[] = "ICC_PROFILE";  // then the part's number and the number of parts
 constexpr char kXmpName[] = "http://ns.adobe.com/xap/1.0/";
@@ -30,10 +32,38 @@ bool IsIccPart(const Segment& segment) {
   return IsNamed(segment, kApp2, kIccName) && segment.data.size() >= kIccHeaderBytes;
 }
 
-template <class Predicate>
-void RemoveIf(SavedSegments* metadata, Predicate predicate) {
-  auto& segments = metadata->segments;
-  segments.erase(std::remove_if(segments.begin(), segments.end(), predicate), segments.end());
+bool IsMultiPictureIndex(const Segment& segment) {
+  return IsNamed(segment, kApp2, kMultiPictureName);
+}
+
+// Whether nothing else tells what the segment says: the JFIF and Adobe headers are the encoder's own,
+// and an index of further pictures is wrong for a picture of its own.
+bool IsFurther(const Segment& segment) {
+  const bool is_kind =
+      (segment.marker >= kApp0 && segment.marker <= kApp15) || segment.marker == kCom;
+  return is_kind && !IsNamed(segment, kApp0, kJfifName) && !IsNamed(segment, kApp14, kAdobeName) &&
+         !IsNamed(segment, kApp1, kExifName) && !IsNamed(segment, kApp1, kXmpName) &&
+         !IsNamed(segment, kApp2, kIccName) && !IsMultiPictureIndex(segment);
+}
+
+void AppendSegment(const Segment& segment, std::vector<uint8_t>* bytes) {
+  const size_t length = segment.data.size() + 2;
+  bytes->insert(bytes->end(), {0xFF, static_cast<uint8_t>(segment.marker),
+                               static_cast<uint8_t>(length >> 8), static_cast<uint8_t>(length)});
+  bytes->insert(bytes->end(), segment.data.begin(), segment.data.end());
+}
+
+// Segments one after the other, up to the first bytes that are none.
+std::vector<Segment> SplitSegments(const std::vector<uint8_t>& bytes) {
+  std::vector<Segment> segments;
+  for (size_t at = 0; bytes.size() - at >= 4 && bytes[at] == 0xFF;) {
+    const size_t length = size_t{bytes[at + 2]} << 8 | bytes[at + 3];
+    if (length < 2 || length > bytes.size() - at - 2 || segments.size() == kMostSegments) break;
+    const uint8_t* const content = bytes.data() + at + 4;
+    segments.push_back({bytes[at + 1], {content, content + length - 2}});
+    at += 2 + length;
+  }
+  return segments;
 }
 
 }  // namespace
@@ -114,6 +144,9 @@ zepcodec::Metadata ToMetadata(const SavedSegments& saved, Messages* notes) {
     metadata.xmp.assign(segment.data.begin() + sizeof(kXmpName), segment.data.end());
     break;
   }
+  for (const Segment& segment : saved.segments) {
+    if (IsFurther(segment)) AppendSegment(segment, &metadata.jpeg_segments);
+  }
   const Density& density = saved.density;
   if (density.x > 0 && density.y > 0) {
     metadata.resolution = {density.unit == 1        ? Resolution::Unit::kInch
@@ -143,10 +176,11 @@ SavedSegments ToSegments(const zepcodec::Metadata& metadata) {
     saved.segments.push_back(std::move(segment));
   }
   if (!metadata.icc_profile.empty()) AddIccProfile(metadata.icc_profile, &saved);
+  for (Segment& segment : SplitSegments(metadata.jpeg_segments)) {
+    if (IsFurther(segment)) saved.segments.push_back(std::move(segment));
+  }
   return saved;
 }
-
-void RemoveIccProfile(SavedSegments* metadata) { RemoveIf(metadata, IsIccPart); }
 
 void MakeExifUpright(SavedSegments* metadata) {
   for (Segment& segment : metadata->segments) {
@@ -155,11 +189,6 @@ void MakeExifUpright(SavedSegments* metadata) {
     SetExifUpright(&exif);
     std::copy(exif.begin(), exif.end(), segment.data.begin() + sizeof(kExifName));
   }
-}
-
-void RemoveMultiPictureIndex(SavedSegments* metadata) {
-  RemoveIf(metadata,
-           [](const Segment& segment) { return IsNamed(segment, kApp2, kMultiPictureName); });
 }
 
 }  // namespace zepcodec::jpeg

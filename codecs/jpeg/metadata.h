@@ -57,11 +57,8 @@ zepcodec::Metadata ToMetadata(const SavedSegments& saved, Messages* notes);
 // The segments for it, and the resolution. Metadata that do not fit into segments are left out.
 SavedSegments ToSegments(const zepcodec::Metadata& metadata);
 
-// Removes segments that become wrong when the picture changes.
-void RemoveIccProfile(SavedSegments* metadata);
 // Sets the orientation in the EXIF data, if there are any, to upright.
 void MakeExifUpright(SavedSegments* metadata);
-void RemoveMultiPictureIndex(SavedSegments* metadata);
 
 }  // namespace zepcodec::jpeg
 

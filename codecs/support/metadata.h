@@ -23,6 +23,7 @@ struct Metadata {
   std::vector<uint8_t> xmp;
   int orientation = 0;  // 1 to 8 as EXIF counts it; 0: unknown
   Resolution resolution;
+  std::vector<uint8_t> jpeg_segments;  // further ones of a JPEG file, with markers and lengths
 };
 
 }  // namespace zepcodec

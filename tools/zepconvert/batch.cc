@@ -6,17 +6,18 @@
 #endif
 
 #include <algorithm>
-#include <chrono>
+#include <atomic>
 #include <condition_variable>
+#include <exception>
 #include <mutex>
 #include <new>
+#include <system_error>
 #include <thread>
 
-#include "codecs/support/parallel.h"
 #include "tools/zepconvert/console.h"
 #include "tools/zepconvert/file_io.h"
+#include "tools/zepconvert/format.h"
 #include "tools/zepconvert/memory.h"
-#include "tools/zepconvert/picture.h"
 #include "tools/zepconvert/report.h"
 #include "zepcore.h"
 
@@ -31,9 +32,9 @@ void ReturnFreedMemory([[maybe_unused]] int64_t bytes) {
 #endif
 }
 
-// Memory that the files in work may take together. A file first takes a share for its bytes, then grows it by
-// what its picture will need. Where nobody works, one file is let through whatever it takes: so all
-// come to their turn, and what exceeds the budget is one picture at most.
+// Memory that the files in work may take together. A file first takes a share for its bytes, then
+// more for its picture. When no other file is in work, one is let through whatever it takes: so
+// every file gets its turn, and at most one picture exceeds the budget.
 class Budget {
  public:
   // A file's part, for as long as it lives.
@@ -91,6 +92,20 @@ bool IsKnown(const uint8_t* data, size_t size) {
   return FormatOfBytes(data, size) != Format::kUnknown;
 }
 
+// Runs `work` on this thread and on count - 1 others, or as many of those as the system gives.
+template <class Work>
+void RunOnThreads(size_t count, const Work& work) {
+  std::vector<std::thread> others;
+  try {
+    others.reserve(count);
+    while (others.size() + 1 < count) others.emplace_back(work);
+  } catch (const std::system_error&) {
+    // The threads that there are do the work.
+  }
+  work();
+  for (std::thread& other : others) other.join();
+}
+
 class Batch {
  public:
   Batch(const Settings& settings, const std::vector<Job>& jobs, const std::atomic<bool>& stop)
@@ -111,11 +126,9 @@ class Batch {
     // The files share the cores; a single one may use all of them.
     settings_.threads = count > 1 ? 1 : static_cast<int>(wanted);
     zepSetNumThreads(settings_.threads);
-    // Each item has a status of its own.
-    (void)zepcodec::RunParallel(count, results_.size(), [this] {
-      return [this](size_t index) {
-        if (!stop_) Work(&results_[index]);
-      };
+    std::atomic<size_t> next{0};
+    RunOnThreads(count, [&] {
+      for (size_t i = next++; i < results_.size() && !stop_; i = next++) Work(&results_[i]);
     });
     return std::move(results_);
   }
@@ -126,21 +139,21 @@ class Batch {
     try {
       ConvertOne(result);
     } catch (const std::bad_alloc&) {
-      result->status = zepcodec::Status::NoMemory();
+      result->error = "not enough memory";
+    } catch (const std::exception& failure) {
+      result->error = failure.what();
     }
     Report(*result);
     console_.Step();
   }
 
   void ConvertOne(Result* result) {
-    const auto start = std::chrono::steady_clock::now();
     Budget::Share share(&budget_, FileSize(result->job.input));
-    zepcodec::ByteBuffer input;
-    const ReadLimits limits = {StreamBytes(settings_.max_pixels), IsKnown};
-    result->status = ReadFile(result->job.input, limits, &input);
-    if (!result->status.ok()) return;
-    result->seconds[kReadFile] =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    Bytes input;
+    {
+      const Timer timer(kRead, result);
+      input = ReadFile(result->job.input, {StreamBytes(settings_.max_pixels), IsKnown});
+    }
     share.GrowTo(EstimateMemory(settings_, result->job, input));
     const auto number = static_cast<size_t>(result - results_.data());
     Convert(settings_, input,
@@ -152,7 +165,7 @@ class Batch {
 
   void Report(const Result& result) {
     const std::string name = result.job.input + ": ";
-    if (!result.status.ok()) console_.Say(name + result.status.text());
+    if (!result.error.empty()) console_.Say(name + result.error);
     for (const std::string& warning : result.warnings) {
       console_.Say(std::string(name).append("damaged: ").append(warning));
     }

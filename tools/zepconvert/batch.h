@@ -11,8 +11,9 @@
 
 namespace zepconvert {
 
-// Files are converted at the same time as far as threads and settings.memory allow. When `stop` becomes true, files in work are finished and no
-// other is begun. One result for each job, in their order.
+// Files are converted at the same time as far as settings.jobs and settings.memory allow. When
+// `stop` becomes true, files in work are finished and no other is begun. One result for each job,
+// in their order.
 std::vector<Result> ConvertAll(const Settings& settings, const std::vector<Job>& jobs,
                                const std::atomic<bool>& stop);
 

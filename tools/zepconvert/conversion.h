@@ -4,12 +4,11 @@
 #define ZEPJP_TOOLS_ZEPCONVERT_CONVERSION_H_
 
 #include <array>
-#include <cstdint>
+#include <cstddef>
 #include <string>
 #include <vector>
 
-#include "codecs/support/byte_buffer.h"
-#include "codecs/support/status.h"
+#include "tools/zepconvert/bytes.h"
 #include "tools/zepconvert/picture.h"
 #include "tools/zepconvert/pixels.h"
 #include "tools/zepconvert/settings.h"
@@ -18,34 +17,13 @@
 namespace zepconvert {
 
 // Where the time goes, in the order of the work.
-enum Stage {
-  kReadFile,
-  kDecodeOther,  // PNG, PNM, TIFF
-  kTextureDecode,
-  kJp2Decode,
-  kJxrDecode,
-  kLjpegDecode,
-  kHuffmanDecode,
-  kInverseDct,
-  kColorDecode,
-  kAdjust,
-  kColorEncode,
-  kForwardDct,
-  kHuffmanEncode,
-  kTextureEncode,
-  kJp2Encode,
-  kJxrEncode,
-  kLjpegEncode,
-  kEncodeOther,
-  kWriteFile,
-  kStageCount,
-};
+enum Stage { kRead, kDecode, kConvert, kEncode, kWrite, kStageCount };
 const char* StageName(Stage stage);
 
 struct Result {
   Job job;
   bool started = false;
-  zepcodec::Status status;
+  std::string error;                  // empty: all went well
   std::vector<std::string> warnings;  // damage in the input
   std::vector<std::string> notes;     // what the user should know; the exit code stays 0
   int width = 0;
@@ -57,16 +35,30 @@ struct Result {
   std::vector<ModeShare> modes;  // of BC7 blocks, with psnr
   Psnr psnr;  // of a lossy result against the picture that was encoded, where asked for
 
+  bool ok() const { return started && error.empty(); }
   double TotalSeconds() const;
 };
 
-// `input` holds the file's bytes. If `error_picture` is a name, a lossy result is decoded again to tell
-// its PSNR, and its errors become a PNG file of that name.
-void Convert(const Settings& settings, const zepcodec::ByteBuffer& input,
-             const std::string& error_picture, Result* result);
+// Adds the time of its life to a stage.
+class Timer {
+ public:
+  Timer(Stage stage, Result* result);
+  ~Timer();
+  Timer(const Timer&) = delete;
+  Timer& operator=(const Timer&) = delete;
+
+ private:
+  double* seconds_;
+  double start_;
+};
+
+// `input` holds the file's bytes. If `error_picture` is a name, a lossy result is decoded again to
+// tell its PSNR, and its errors become a PNG file of that name.
+void Convert(const Settings& settings, const Bytes& input, const std::string& error_picture,
+             Result* result);
 
 // The picture in a file of any known format, with 8 bits a sample.
-zepcodec::Status LoadPicture(const zepcodec::ByteBuffer& input, Picture* picture);
+Picture LoadPicture(ByteView input);
 
 }  // namespace zepconvert
 

@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "tools/zepconvert/failure.h"
 #include "tools/zepconvert/temporary_file.h"
 
 namespace zepconvert {
@@ -20,8 +21,8 @@ namespace {
 constexpr size_t kPieceBytes = size_t{1} << 20;
 constexpr size_t kProbedBytes = 4096;  // enough to know a format
 
-zepcodec::Status SystemError(const std::string& what) {
-  return zepcodec::Status::Error(what + ": " + std::strerror(errno));
+Failure SystemFailure(const std::string& what) {
+  return Failure(what + ": " + std::strerror(errno));
 }
 
 class Descriptor {
@@ -57,48 +58,48 @@ bool WriteAll(int file, const uint8_t* data, size_t size) {
   return true;
 }
 
-// Up to `most` bytes more, as many as there are.
-zepcodec::Status ReadMore(int file, size_t most, zepcodec::ByteBuffer* bytes) {
-  while (most > 0) {
-    if (bytes->capacity() == bytes->size() && !bytes->MakeRoom(std::min(most, kPieceBytes))) {
-      return zepcodec::Status::NoMemory();
+// Up to `most` bytes more; fewer where the file ends.
+void ReadMore(int file, size_t most, Bytes* bytes) {
+  const size_t end = bytes->size() + most;
+  while (bytes->size() < end) {
+    const size_t before = bytes->size();
+    if (bytes->capacity() == before) {
+      bytes->reserve(std::max(before + std::min(end - before, kPieceBytes), before / 2 * 3));
     }
-    const size_t room = std::min(most, bytes->capacity() - bytes->size());
-    const ssize_t count = read(file, bytes->data() + bytes->size(), room);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return SystemError("cannot be read");
-    if (count == 0) return zepcodec::Status();
-    if (!bytes->Resize(bytes->size() + static_cast<size_t>(count))) {
-      return zepcodec::Status::NoMemory();
-    }
-    most -= static_cast<size_t>(count);
+    bytes->resize(std::min(end, bytes->capacity()));
+    const ssize_t count = read(file, bytes->data() + before, bytes->size() - before);
+    bytes->resize(before + static_cast<size_t>(std::max<ssize_t>(count, 0)));
+    if (count < 0 && errno != EINTR) throw SystemFailure("cannot be read");
+    if (count == 0) return;
   }
-  return zepcodec::Status();
 }
 
-zepcodec::Status ReadRegular(int file, size_t size, const ReadLimits& limits,
-                             zepcodec::ByteBuffer* bytes) {
+bool IsKnown(const ReadLimits& limits, const Bytes& bytes) {
+  return limits.is_known == nullptr || limits.is_known(bytes.data(), bytes.size());
+}
+
+Bytes ReadRegular(int file, size_t size, const ReadLimits& limits) {
   const size_t first = std::min(size, kProbedBytes);
-  zepcodec::Status status = ReadMore(file, first, bytes);
-  if (!status.ok() || bytes->size() < first) return status;
-  if (limits.is_known != nullptr && !limits.is_known(bytes->data(), bytes->size())) return status;
-  if (!bytes->MakeRoom(size - first)) return zepcodec::Status::NoMemory();
-  return ReadMore(file, size - first, bytes);
+  Bytes bytes;
+  ReadMore(file, first, &bytes);
+  if (bytes.size() < first || !IsKnown(limits, bytes)) return bytes;
+  bytes.reserve(size);
+  ReadMore(file, size - first, &bytes);
+  return bytes;
 }
 
-zepcodec::Status ReadStream(int file, const ReadLimits& limits, zepcodec::ByteBuffer* bytes) {
-  zepcodec::Status status = ReadMore(file, std::min(limits.stream_bytes, kProbedBytes), bytes);
-  if (!status.ok()) return status;
-  if (limits.is_known != nullptr && !limits.is_known(bytes->data(), bytes->size())) return status;
-  status = ReadMore(file, limits.stream_bytes - bytes->size(), bytes);
-  if (!status.ok() || bytes->size() < limits.stream_bytes) return status;
+Bytes ReadStream(int file, const ReadLimits& limits) {
+  Bytes bytes;
+  ReadMore(file, std::min(limits.stream_bytes, kProbedBytes), &bytes);
+  if (!IsKnown(limits, bytes)) return bytes;
+  ReadMore(file, limits.stream_bytes - bytes.size(), &bytes);
   char beyond = 0;
-  if (read(file, &beyond, 1) == 0) return status;
-  return zepcodec::Status::Error("is no regular file and has more than " +
-                                 std::to_string(limits.stream_bytes) + " bytes");
+  if (bytes.size() < limits.stream_bytes || read(file, &beyond, 1) == 0) return bytes;
+  throw Failure("is no regular file and has more than " + std::to_string(limits.stream_bytes) +
+                " bytes");
 }
 
-// What a result may at most grant: reading to those who may read the source, running to nobody.
+// The most that a result may grant: reading to those who may read the source, running to nobody.
 mode_t RightsOf(const std::string& source) {
   struct stat info {};
   const bool is_file = stat(source.c_str(), &info) == 0 && S_ISREG(info.st_mode);
@@ -111,37 +112,37 @@ struct Existing {
   struct stat info {};  // without a file type where there is none yet
 };
 
-zepcodec::Status FindExisting(const std::string& path, Existing* existing) {
-  existing->path = path;
-  // Opened and not only looked at, so that links of others in shared directories are not followed where the
-  // system forbids it.
+Existing FindExisting(const std::string& path) {
+  Existing existing;
+  existing.path = path;
+  // Opened, so that the system can forbid to follow links of other users in shared directories.
   const Descriptor there(open(path.c_str(), O_PATH | O_CLOEXEC));
   if (there.get() < 0) {
     const bool is_missing = errno == ENOENT;
-    if (!is_missing) return SystemError("cannot be written");
+    if (!is_missing) throw SystemFailure("cannot be written");
     struct stat link {};
-    if (lstat(path.c_str(), &link) != 0) return zepcodec::Status();
-    return zepcodec::Status::Error("is a symbolic link to nothing");
+    if (lstat(path.c_str(), &link) != 0) return existing;
+    throw Failure("is a symbolic link to nothing");
   }
-  if (fstat(there.get(), &existing->info) != 0) return SystemError("cannot be written");
-  if (S_ISDIR(existing->info.st_mode)) return zepcodec::Status::Error("is a directory");
-  if (S_ISBLK(existing->info.st_mode)) return zepcodec::Status::Error("is a block device");
+  if (fstat(there.get(), &existing.info) != 0) throw SystemFailure("cannot be written");
+  if (S_ISDIR(existing.info.st_mode)) throw Failure("is a directory");
+  if (S_ISBLK(existing.info.st_mode)) throw Failure("is a block device");
   std::error_code error;
   if (std::filesystem::is_symlink(path, error)) {
-    existing->path = std::filesystem::canonical(path, error).string();
-    if (error) return zepcodec::Status::Error("cannot be written: " + error.message());
+    existing.path = std::filesystem::canonical(path, error).string();
+    if (error) throw Failure("cannot be written: " + error.message());
   }
-  return zepcodec::Status();
+  return existing;
 }
 
-zepcodec::Status WriteStream(const std::string& path, const uint8_t* data, size_t size) {
+void WriteStream(const std::string& path, ByteView content) {
   const Descriptor file(open(path.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC));
-  const bool good = file.get() >= 0 && WriteAll(file.get(), data, size);
-  return good ? zepcodec::Status() : SystemError("cannot be written");
+  const bool good = file.get() >= 0 && WriteAll(file.get(), content.data, content.size);
+  if (!good) throw SystemFailure("cannot be written");
 }
 
-// The owner and group of the file that it replaces, where the system allows it. Rights of a group are for
-// that group alone.
+// Gives the file the owner and group of the one that it replaces, where the system allows it.
+// Without its group, the group's rights are dropped.
 mode_t TakeOwner(int file, const struct stat& before, mode_t mode) {
   struct stat now {};
   if (fstat(file, &now) != 0) return mode & 0700;
@@ -152,28 +153,24 @@ mode_t TakeOwner(int file, const struct stat& before, mode_t mode) {
 
 }  // namespace
 
-zepcodec::Status ReadFile(const std::string& path, const ReadLimits& limits,
-                          zepcodec::ByteBuffer* bytes) {
+Bytes ReadFile(const std::string& path, const ReadLimits& limits) {
   const Descriptor file(open(path.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC));
-  if (file.get() < 0) return SystemError("cannot be opened");
+  if (file.get() < 0) throw SystemFailure("cannot be opened");
   struct stat info {};
-  if (fstat(file.get(), &info) != 0) return SystemError("cannot be read");
-  if (S_ISDIR(info.st_mode)) return zepcodec::Status::Error("is a directory");
-  if (!bytes->Resize(0)) return zepcodec::Status::NoMemory();
+  if (fstat(file.get(), &info) != 0) throw SystemFailure("cannot be read");
+  if (S_ISDIR(info.st_mode)) throw Failure("is a directory");
   // Files that the system makes up as they are read have no size.
-  if (!S_ISREG(info.st_mode) || info.st_size <= 0) return ReadStream(file.get(), limits, bytes);
-  return ReadRegular(file.get(), static_cast<size_t>(info.st_size), limits, bytes);
+  if (!S_ISREG(info.st_mode) || info.st_size <= 0) return ReadStream(file.get(), limits);
+  return ReadRegular(file.get(), static_cast<size_t>(info.st_size), limits);
 }
 
-zepcodec::Status WriteFile(const std::string& path, const uint8_t* data, size_t size,
-                           const std::string& source) {
-  Existing existing;
-  if (zepcodec::Status status = FindExisting(path, &existing); !status.ok()) return status;
+void WriteFile(const std::string& path, ByteView content, const std::string& source) {
+  const Existing existing = FindExisting(path);
   const bool is_new = existing.info.st_mode == 0;
-  if (!is_new && !S_ISREG(existing.info.st_mode)) return WriteStream(path, data, size);
+  if (!is_new && !S_ISREG(existing.info.st_mode)) return WriteStream(path, content);
   const size_t slash = existing.path.rfind('/');
   TemporaryFile file(slash == std::string::npos ? "" : existing.path.substr(0, slash + 1));
-  if (file.descriptor() < 0) return SystemError("cannot be written");
+  if (file.descriptor() < 0) throw SystemFailure("cannot be written");
   mode_t mode = RightsOf(source);
   if (is_new) {
     mode &= file_mode;
@@ -181,9 +178,9 @@ zepcodec::Status WriteFile(const std::string& path, const uint8_t* data, size_t 
     mode = existing.info.st_mode & (mode | 0111) & 0777;
     mode = TakeOwner(file.descriptor(), existing.info, mode);
   }
-  const bool good = WriteAll(file.descriptor(), data, size) &&
+  const bool good = WriteAll(file.descriptor(), content.data, content.size) &&
                     fchmod(file.descriptor(), mode) == 0 && file.Finish(existing.path);
-  return good ? zepcodec::Status() : SystemError("cannot be written");
+  if (!good) throw SystemFailure("cannot be written");
 }
 
 std::string OutputIdentity(const std::string& path) {

@@ -4,14 +4,17 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstring>
 #include <string>
 #include <vector>
 
 namespace zepconvert {
 namespace {
 
-// Infinity, which BC6H can have with a minus only, counts as the number that would follow.
-double ValueOf(uint16_t half) {
+// Infinity and NaN count as the numbers that would follow the largest one.
+double ValueOf(const uint8_t* sample) {
+  uint16_t half;
+  std::memcpy(&half, sample, sizeof(half));
   const int exponent = half >> 10 & 31, fraction = half & 1023;
   const double magnitude =
       exponent == 0 ? std::ldexp(fraction, -24) : std::ldexp(fraction + 1024, exponent - 25);
@@ -27,9 +30,9 @@ std::array<uint8_t, 4> SharedExponent(const std::array<double, 3>& rgb) {
           static_cast<uint8_t>(rgb[2] * scale), static_cast<uint8_t>(exponent + 128)};
 }
 
-// A row by channels, each in packets of at most 128 bytes. (A row that lies there pixel by pixel could be
-// taken for this form.) Rows too short or too long for it have no other.
-void AppendRow(const std::vector<std::array<uint8_t, 4>>& row, std::vector<uint8_t>* bytes) {
+// A row channel by channel, each in packets of at most 128 bytes. Plain pixels could be taken for
+// this form, so they are written only for rows that are too short or too long for it.
+void AppendRow(const std::vector<std::array<uint8_t, 4>>& row, Bytes* bytes) {
   constexpr size_t kShortest = 8, kLongest = 32767, kPacket = 128;
   if (row.size() < kShortest || row.size() > kLongest) {
     for (const auto& pixel : row) bytes->insert(bytes->end(), pixel.begin(), pixel.end());
@@ -50,34 +53,29 @@ void AppendRow(const std::vector<std::array<uint8_t, 4>>& row, std::vector<uint8
 
 }  // namespace
 
-zepcodec::Status WriteHdr(const zepcodec::Picture& picture, zepcodec::ByteBuffer* file,
-                          bool* has_negative) {
+Bytes WriteHdr(const Image& image, std::vector<std::string>* notes) {
   const std::string head = "#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n-Y " +
-                           std::to_string(picture.height()) + " +X " +
-                           std::to_string(picture.width()) + "\n";
-  if (!file->Resize(0) ||
-      !file->Append(reinterpret_cast<const uint8_t*>(head.data()), head.size())) {
-    return zepcodec::Status::NoMemory();
-  }
-  *has_negative = false;
-  std::vector<std::array<uint8_t, 4>> row(static_cast<size_t>(picture.width()));
-  std::vector<uint8_t> bytes;
-  const auto* half = reinterpret_cast<const uint16_t*>(picture.Row(0));
-  for (int y = 0; y < picture.height(); ++y) {
+                           std::to_string(image.height()) + " +X " + std::to_string(image.width()) +
+                           "\n";
+  Bytes file(head.begin(), head.end());
+  bool has_negative = false;
+  std::vector<std::array<uint8_t, 4>> row(static_cast<size_t>(image.width()));
+  for (int y = 0; y < image.height(); ++y) {
+    const uint8_t* half = image.Row(y);
     for (auto& pixel : row) {
       std::array<double, 3> rgb{};
       for (double& value : rgb) {
-        value = ValueOf(*half++);
-        *has_negative = *has_negative || value < 0;
+        value = ValueOf(half);
+        half += sizeof(uint16_t);
+        has_negative = has_negative || value < 0;
         value = std::max(value, 0.0);
       }
       pixel = SharedExponent(rgb);
     }
-    bytes.clear();
-    AppendRow(row, &bytes);
-    if (!file->Append(bytes.data(), bytes.size())) return zepcodec::Status::NoMemory();
+    AppendRow(row, &file);
   }
-  return zepcodec::Status();
+  if (has_negative) notes->emplace_back("negative values became 0");
+  return file;
 }
 
 }  // namespace zepconvert

@@ -3,15 +3,16 @@
 #ifndef ZEPJP_TOOLS_ZEPCONVERT_HDR_FILE_H_
 #define ZEPJP_TOOLS_ZEPCONVERT_HDR_FILE_H_
 
-#include "codecs/support/byte_buffer.h"
-#include "codecs/support/picture.h"
-#include "codecs/support/status.h"
+#include <string>
+#include <vector>
+
+#include "tools/zepconvert/bytes.h"
+#include "tools/zepconvert/picture.h"
 
 namespace zepconvert {
 
-// Negative values become 0; `has_negative` tells whether there were any.
-zepcodec::Status WriteHdr(const zepcodec::Picture& picture, zepcodec::ByteBuffer* file,
-                          bool* has_negative);
+// Of RGB in half floats. Negative values become 0, with a note.
+Bytes WriteHdr(const Image& image, std::vector<std::string>* notes);
 
 }  // namespace zepconvert
 

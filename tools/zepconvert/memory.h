@@ -5,15 +5,15 @@
 
 #include <cstdint>
 
-#include "codecs/support/byte_buffer.h"
+#include "tools/zepconvert/bytes.h"
 #include "tools/zepconvert/settings.h"
 
 namespace zepconvert {
 
-// The most bytes at a time, with those of the input file, told by its header. It is the file's size alone where the
-// header cannot be read or claims more pixels than are allowed: such a file is refused before memory is
-// taken.
-int64_t EstimateMemory(const Settings& settings, const Job& job, const zepcodec::ByteBuffer& input);
+// The most bytes at a time, about, with those of the input file. It is the file's size alone where
+// the header cannot be read or announces more pixels than are allowed: such a file is refused
+// before memory is taken.
+int64_t EstimateMemory(const Settings& settings, const Job& job, ByteView input);
 
 }  // namespace zepconvert
 

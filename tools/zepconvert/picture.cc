@@ -2,172 +2,147 @@
 #include "tools/zepconvert/picture.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstring>
+#include <utility>
 
-#include "codecs/dds/header.h"
-#include "codecs/include/zepcodec.h"
-#include "codecs/jpeg/decoder.h"
-#include "codecs/jpeg/lossless/codec.h"
-#include "codecs/jpeg2000/decoder.h"
-#include "codecs/jpegxr/decoder.h"
-#include "codecs/tiff/codec.h"
-#include "tools/zepconvert/pnm_file.h"
-
-namespace jpeg = zepcodec::jpeg;
-namespace jpeg2000 = zepcodec::jpeg2000;
-namespace jpegxr = zepcodec::jpegxr;
-namespace dds = zepcodec::dds;
-namespace tiff = zepcodec::tiff;
-namespace ljpeg = zepcodec::jpeg::lossless;
+#include "tools/zepconvert/failure.h"
 
 namespace zepconvert {
 namespace {
 
-constexpr uint8_t kPngSignature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
-
-// The formats that no codec of the library has.
-struct OwnFormat {
-  const char* extension;
-  Format format;
-};
-constexpr OwnFormat kOwnFormats[] = {{"png", Format::kPng}, {"ppm", Format::kPpm},
-                                     {"pgm", Format::kPgm}, {"pnm", Format::kPnm},
-                                     {"pam", Format::kPam}, {"hdr", Format::kHdr}};
-
-Format FormatOfCodec(zepcFormat format) {
-  switch (format) {
-    case zepcFormatJpeg: return Format::kJpeg;
-    case zepcFormatLosslessJpeg: return Format::kLjpeg;
-    case zepcFormatJp2: return Format::kJp2;
-    case zepcFormatJ2k: return Format::kJ2k;
-    case zepcFormatJpegXr: return Format::kJxr;
-    case zepcFormatDds: return Format::kDds;
-    case zepcFormatTiff: return Format::kTiff;
-    default: return Format::kUnknown;
+// The sample of full opacity.
+uint32_t FullOpacity(const Form& form) {
+  switch (form.sample) {
+    case zepcSampleS16: return 1U << 13;
+    case zepcSampleS32: return 1U << 24;
+    case zepcSampleF16: return 0x3C00;
+    case zepcSampleF32: return 0x3F800000;
+    default: return (1U << form.bits) - 1;
   }
 }
 
-int64_t BigEndian32(const uint8_t* bytes) {
-  return int64_t{bytes[0]} << 24 | bytes[1] << 16 | bytes[2] << 8 | bytes[3];
+template <class Sample>
+bool IsOpaqueRow(const uint8_t* row, size_t samples, size_t channels, uint32_t full) {
+  for (size_t i = channels - 1; i < samples; i += channels) {
+    Sample sample;
+    std::memcpy(&sample, row + i * sizeof(Sample), sizeof(Sample));
+    if (sample != full) return false;
+  }
+  return true;
 }
 
-void Append(const zepcodec::Messages& messages, std::vector<std::string>* texts) {
-  const std::vector<std::string> lines = messages.Lines();
-  texts->insert(texts->end(), lines.begin(), lines.end());
+std::vector<uint8_t> CopyOf(const void* data, size_t size) {
+  const auto* const bytes = static_cast<const uint8_t*>(data);
+  return size == 0 ? std::vector<uint8_t>() : std::vector<uint8_t>(bytes, bytes + size);
 }
-
-int BytesOfBits(int bits) { return bits > 8 ? 2 : 1; }
 
 }  // namespace
 
-void Picture::TakeWarnings(const zepcodec::Messages& messages) { Append(messages, &warnings); }
-
-void Picture::TakeNotes(const zepcodec::Messages& messages) { Append(messages, &notes); }
-
-Format FormatOfBytes(const uint8_t* data, size_t size) {
-  if (size >= 8 && std::memcmp(data, kPngSignature, 8) == 0) return Format::kPng;
-  if (size >= 3 && data[0] == 'P' && data[1] >= '5' && data[1] <= '7' &&
-      (std::isspace(data[2]) != 0 || data[2] == '#')) {
-    return Format::kPnm;
-  }
-  return FormatOfCodec(zepcFormatOfBytes(data, size));
-}
-
-Format FormatOfName(const std::string& name) {
-  std::string extension = name.substr(name.rfind('.') + 1);  // all of it where there is no dot
-  std::transform(extension.begin(), extension.end(), extension.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  for (const OwnFormat& own : kOwnFormats) {
-    if (extension == own.extension) return own.format;
-  }
-  return FormatOfCodec(zepcFormatOfName(extension.c_str()));
-}
-
-std::string Extension(Format format) {
-  for (const OwnFormat& own : kOwnFormats) {
-    if (format == own.format) return own.extension;
-  }
-  for (int32_t i = 0; zepcFormatAt(i) != nullptr; ++i) {
-    const zepcFormatFacts& facts = *zepcFormatAt(i);
-    if (FormatOfCodec(facts.format) != format) continue;
-    const std::string all = facts.extensions;
-    return all.substr(0, all.find(' '));
-  }
-  return "pnm";
-}
-
-Dimensions ReadDimensions(const uint8_t* data, size_t size) {
-  switch (FormatOfBytes(data, size)) {
-    case Format::kJpeg: {
-      jpeg::FileInfo info;
-      if (!jpeg::ReadFileInfo(data, size, &info).ok()) return {};
-      return {info.frame.width, info.frame.height, static_cast<int>(info.frame.components.size()),
-              BytesOfBits(info.frame.precision)};
-    }
-    case Format::kLjpeg: {
-      ljpeg::FileInfo info;
-      if (!ljpeg::ReadFileInfo(data, size, &info).ok()) return {};
-      return {info.width, info.height, info.components, BytesOfBits(info.bits)};
-    }
-    case Format::kTiff: {
-      tiff::FileInfo info;
-      if (!tiff::ReadFileInfo(data, size, &info).ok()) return {};
-      return {info.width, info.height, info.channels, BytesOfBits(info.bits)};
-    }
-    case Format::kPng:
-      if (size < 25) return {};
-      return {BigEndian32(data + 16), BigEndian32(data + 20), 4, BytesOfBits(data[24])};
-    case Format::kPnm: {
-      PnmHeader header;
-      if (!ReadPnmHeader(data, size, &header).ok()) return {};
-      return {header.width, header.height, header.channels, header.max_value > 255 ? 2 : 1};
-    }
-    case Format::kDds: {
-      dds::Header header;
-      if (!dds::ParseHeader(data, size, &header).ok()) return {};
-      return {header.width, header.height, 4, dds::HasHalves(header.format) ? 2 : 1};
-    }
-    case Format::kJp2:
-    case Format::kJ2k: {
-      jpeg2000::FileInfo info;
-      if (!jpeg2000::ReadFileInfo(data, size, &info).ok()) return {};
-      return {int64_t{info.size.x1} - info.size.x0, int64_t{info.size.y1} - info.size.y0,
-              static_cast<int>(info.size.components.size()), 1};
-    }
-    case Format::kJxr: {
-      jpegxr::FileInfo info;
-      if (!jpegxr::ReadFileInfo(data, size, &info).ok()) return {};
-      const int colors = info.frame.is_rgb ? 3 : 1;
-      return {info.frame.width, info.frame.height, colors + (info.frame.has_alpha ? 1 : 0),
-              zepcodec::BytesOf(info.frame.type)};
-    }
-    default: return {};
+int ChannelCount(zepcLayout layout) {
+  switch (layout) {
+    case zepcLayoutGrey: return 1;
+    case zepcLayoutGreyAlpha: return 2;
+    case zepcLayoutRgb: return 3;
+    default: return 4;
   }
 }
 
-bool CanBeDeep(Format format) {
-  switch (format) {
-    case Format::kLjpeg:
-    case Format::kPng:
-    case Format::kPpm:
-    case Format::kPgm:
-    case Format::kPnm:
-    case Format::kPam:
-    case Format::kTiff: return true;
-    default: return false;
+bool HasAlpha(zepcLayout layout) {
+  return layout == zepcLayoutGreyAlpha || layout == zepcLayoutRgba;
+}
+
+bool IsGrey(zepcLayout layout) { return layout == zepcLayoutGrey || layout == zepcLayoutGreyAlpha; }
+
+zepcLayout LayoutWithChannels(int channels) { return static_cast<zepcLayout>(channels); }
+
+bool IsLight(zepcSample sample) { return sample != zepcSampleU8 && sample != zepcSampleU16; }
+
+size_t BytesOf(zepcSample sample) {
+  switch (sample) {
+    case zepcSampleU8: return 1;
+    case zepcSampleS32:
+    case zepcSampleF32: return 4;
+    default: return 2;
   }
 }
 
-zepcodec::Status CheckPixels(int64_t width, int64_t height, int64_t max_pixels) {
+Form UnsignedForm(zepcLayout layout, int bits) {
+  return {layout, bits > 8 ? zepcSampleU16 : zepcSampleU8, bits};
+}
+
+bool operator==(const Form& a, const Form& b) {
+  return a.layout == b.layout && a.sample == b.sample && a.bits == b.bits;
+}
+
+Image::Image(int width, int height, const Form& form) : pixels_(zepc::Make<zepcPixels>()) {
+  pixels_.width = width;
+  pixels_.height = height;
+  pixels_.layout = form.layout;
+  pixels_.sample = form.sample;
+  pixels_.bits = form.bits;
+  pixels_.stride = SamplesInRow() * BytesOf(form.sample);
+  if (pixels_.stride > PTRDIFF_MAX / static_cast<uint64_t>(height)) throw std::bad_alloc();
+  own_.resize(Offset(height));
+  pixels_.data = own_.data();
+}
+
+Image::Image(zepc::Picture decoded) : decoded_(std::move(decoded)), pixels_(decoded_.pixels()) {}
+
+bool IsOpaque(const Image& image) {
+  const Form form = image.form();
+  if (!HasAlpha(form.layout)) return true;
+  const uint32_t full = FullOpacity(form);
+  const size_t samples = image.SamplesInRow();
+  const auto channels = static_cast<size_t>(image.channels());
+  const auto is_opaque = BytesOf(form.sample) == 1   ? IsOpaqueRow<uint8_t>
+                         : BytesOf(form.sample) == 2 ? IsOpaqueRow<uint16_t>
+                                                     : IsOpaqueRow<uint32_t>;
+  for (int y = 0; y < image.height(); ++y) {
+    if (!is_opaque(image.Row(y), samples, channels, full)) return false;
+  }
+  return true;
+}
+
+Image Converted(const Image& image, const Form& form, zepcOpacity opacity) {
+  Image converted(image.width(), image.height(), form);
+  zepc::Convert(image.pixels(), converted.pixels(), opacity);
+  return converted;
+}
+
+Metadata::Metadata(const zepcMetadata& from)
+    : exif(CopyOf(from.exif, from.exif_size)),
+      icc(CopyOf(from.icc, from.icc_size)),
+      xmp(CopyOf(from.xmp, from.xmp_size)),
+      jpeg_segments(CopyOf(from.jpeg_segments, from.jpeg_segments_size)),
+      orientation(from.orientation),
+      resolution_unit(from.resolution_unit),
+      resolution_x(from.resolution_x),
+      resolution_y(from.resolution_y) {}
+
+zepcMetadata Metadata::View() const {
+  auto view = zepc::Make<zepcMetadata>();
+  view.exif = exif.data();
+  view.exif_size = exif.size();
+  view.icc = icc.data();
+  view.icc_size = icc.size();
+  view.xmp = xmp.data();
+  view.xmp_size = xmp.size();
+  view.jpeg_segments = jpeg_segments.data();
+  view.jpeg_segments_size = jpeg_segments.size();
+  view.orientation = orientation;
+  view.resolution_unit = resolution_unit;
+  view.resolution_x = resolution_x;
+  view.resolution_y = resolution_y;
+  return view;
+}
+
+void CheckPixels(int64_t width, int64_t height, int64_t max_pixels) {
   const std::string claim = std::to_string(width) + " x " + std::to_string(height) + " pixels";
-  if (width < 1 || height < 1) return zepcodec::Status::Error("the picture has " + claim);
+  if (width < 1 || height < 1) throw Failure("the picture has " + claim);
   constexpr int64_t kMostOnASide = int64_t{1} << 28;  // so that rows have less than 2^31 bytes
-  if (width <= max_pixels / height && std::max(width, height) <= kMostOnASide) {
-    return zepcodec::Status();
-  }
-  return zepcodec::Status::Error("the header announces " + claim + ", more than the limit of " +
-                                 std::to_string(max_pixels) + " (--max-megapixels)");
+  if (width <= max_pixels / height && std::max(width, height) <= kMostOnASide) return;
+  throw Failure("the header announces " + claim + ", more than the limit of " +
+                std::to_string(max_pixels) + " (--max-megapixels)");
 }
 
 }  // namespace zepconvert

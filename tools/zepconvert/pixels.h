@@ -5,8 +5,7 @@
 
 #include <vector>
 
-#include "codecs/support/picture.h"
-#include "codecs/support/status.h"
+#include "tools/zepconvert/picture.h"
 
 namespace zepconvert {
 
@@ -15,12 +14,13 @@ struct Psnr {
   double all = 0;                // over all samples
   std::vector<double> channels;  // over those of each channel
 };
-Psnr Measure(const zepcodec::Picture& a, const zepcodec::Picture& b);
 
-// The distances of two pictures of the same size in RGB, eight times.
+// Of images of the same size and layout, with samples of 8 bits.
+Psnr Measure(const Image& a, const Image& b);
+
+// Their distances in RGB, eight times.
 constexpr int kErrorScale = 8;
-zepcodec::Status MakeErrorPicture(const zepcodec::Picture& a, const zepcodec::Picture& b,
-                                  zepcodec::Picture* errors);
+Image MakeErrorPicture(const Image& a, const Image& b);
 
 }  // namespace zepconvert
 

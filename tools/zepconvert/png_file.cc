@@ -1,23 +1,36 @@
 // SPDX-License-Identifier: MIT
 #include "tools/zepconvert/png_file.h"
 
+#include <algorithm>
 #include <cmath>
 #include <csetjmp>
 #include <cstring>
+#include <new>
 #include <string>
 #include <vector>
 
 #include <png.h>
 
+#include "tools/zepconvert/failure.h"
 #include "tools/zepconvert/png_profile.h"
-
-namespace jpeg = zepcodec::jpeg;
 
 namespace zepconvert {
 namespace {
 
 constexpr bool kIsBigEndianMachine = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__;
 constexpr double kInchesPerMetre = 39.37007874;
+
+// Files hold whole numbers of pixels in a metre, so 300 an inch come back as 299.9994.
+double DotsPerInch(png_uint_32 per_metre) {
+  const double dots = per_metre / kInchesPerMetre;
+  const double whole = std::round(dots);
+  return std::lround(whole * kInchesPerMetre) == static_cast<int64_t>(per_metre) ? whole : dots;
+}
+
+png_uint_32 Rounded(double value) {
+  constexpr double kMost = 0x7FFFFFFF;
+  return static_cast<png_uint_32>(std::clamp(std::round(value), 1.0, kMost));
+}
 
 // libpng reports errors by a long jump. All that lives across one are members, nothing is
 // constructed between the place that it returns to and the calls that may jump.
@@ -42,12 +55,17 @@ void KeepWarning(png_structp png, png_const_charp text) {
 
 // Chunks that nobody here asks for. A few kilobytes of them can unpack to many megabytes.
 constexpr png_byte kSkippedChunks[] =
-    "tEXt\0zTXt\0iTXt\0sPLT\0hIST\0pCAL\0sCAL";  // with a zero after each
+    "tEXt\0zTXt\0sPLT\0hIST\0pCAL\0sCAL";  // with a zero after each
 constexpr int kSkippedChunkCount = sizeof(kSkippedChunks) / 5;
+
+// An XMP packet is the text of an iTXt chunk that begins so: the keyword, a zero, no compression
+// (two zeros), and no language and no translated keyword (a zero each).
+constexpr png_byte kTextChunk[] = "iTXt";
+constexpr char kXmpHead[] = "XML:com.adobe.xmp\0\0\0\0";  // and the zero that ends the literal
 
 class Reader {
  public:
-  Reader(const uint8_t* data, size_t size) : next_(data), left_(size) {
+  explicit Reader(ByteView input) : next_(input.data), left_(input.size) {
     png_ = png_create_read_struct(PNG_LIBPNG_VER_STRING, &error_, KeepError, KeepWarning);
     if (png_ != nullptr) info_ = png_create_info_struct(png_);
     if (info_ != nullptr) png_set_read_fn(png_, this, ReadBytes);
@@ -59,6 +77,7 @@ class Reader {
   bool ok() const { return info_ != nullptr; }
   const char* error() const { return error_.text; }
   int channels() const { return channels_; }
+  const std::vector<uint8_t>& xmp() const { return xmp_; }
   int bits() const { return bits_; }
   int64_t width() const { return png_get_image_width(png_, info_); }
   int64_t height() const { return png_get_image_height(png_, info_); }
@@ -68,6 +87,9 @@ class Reader {
     if (setjmp(png_jmpbuf(png_)) != 0) return false;
     png_set_user_limits(png_, 0x7FFFFFFF, 0x7FFFFFFF);  // the caller has a limit of its own
     png_set_keep_unknown_chunks(png_, PNG_HANDLE_CHUNK_NEVER, kSkippedChunks, kSkippedChunkCount);
+    // Texts come as they are in the file, so that none is unpacked.
+    png_set_keep_unknown_chunks(png_, PNG_HANDLE_CHUNK_IF_SAFE, kTextChunk, 1);
+    png_set_read_user_chunk_fn(png_, this, TakeChunk);
     png_read_info(png_, info_);
     // Each row has a byte for its filter.
     raw_bytes_ = (uint64_t{png_get_rowbytes(png_, info_)} + 1) * png_get_image_height(png_, info_);
@@ -80,42 +102,46 @@ class Reader {
     return true;
   }
 
-  // Why the file's colour profile was not taken; empty where it was, or where there is none.
-  std::string ProfileFault() const { return icc_.empty() ? error_.profile : ""; }
+  // Why the file's colour profile was not taken; empty where nothing is wrong with it.
+  const char* profile_fault() const { return error_.profile; }
 
   // Deflate makes at most 1032 bytes of one: a picture that cannot be in the file is refused.
   bool CanHold(size_t file_size) const { return raw_bytes_ / 1032 <= file_size; }
 
-  bool ReadPixels(uint8_t* pixels) {
-    const size_t step =
-        static_cast<size_t>(width()) * static_cast<size_t>(channels_) * (bits_ == 16 ? 2 : 1);
+  bool ReadPixels(Image* image) {
     if (setjmp(png_jmpbuf(png_)) != 0) return false;
     for (int pass = 0; pass < passes_; ++pass) {
-      for (int64_t y = 0; y < height(); ++y) {
-        png_read_row(png_, pixels + static_cast<size_t>(y) * step, nullptr);
-      }
+      for (int y = 0; y < image->height(); ++y) png_read_row(png_, image->Row(y), nullptr);
     }
     png_read_end(png_, info_);
     return true;
   }
 
-  void ReadMetadata(jpeg::SavedSegments* metadata) {
+  void ReadMetadata(Metadata* metadata) {
     if (setjmp(png_jmpbuf(png_)) != 0) return;
     png_charp name = nullptr;
     int method = 0;
     png_bytep bytes = nullptr;
     png_uint_32 size = 0;
     if (png_get_iCCP(png_, info_, &name, &method, &bytes, &size) != 0) {
-      icc_.assign(bytes, bytes + size);
-      jpeg::AddIccProfile(icc_, metadata);
+      metadata->icc.assign(bytes, bytes + size);
     }
     if (png_get_eXIf_1(png_, info_, &size, &bytes) != 0) {
-      exif_.assign(bytes, bytes + size);
-      jpeg::AddExif(exif_, metadata);
+      metadata->exif.assign(bytes, bytes + size);
+      metadata->orientation = zepcExifOrientation(bytes, size);
     }
-    const png_uint_32 per_metre = png_get_pixels_per_meter(png_, info_);
-    const int dots = static_cast<int>(std::lround(per_metre / kInchesPerMetre));
-    if (dots > 0 && dots <= 65535) metadata->density = {1, dots, dots};
+    png_uint_32 x = 0, y = 0;
+    int unit = 0;
+    if (png_get_pHYs(png_, info_, &x, &y, &unit) == 0 || x == 0 || y == 0) return;
+    if (unit == PNG_RESOLUTION_METER) {
+      metadata->resolution_unit = zepcResolutionInch;
+      metadata->resolution_x = DotsPerInch(x);
+      metadata->resolution_y = DotsPerInch(y);
+    } else if (x != y) {
+      metadata->resolution_unit = zepcResolutionShape;
+      metadata->resolution_x = x;
+      metadata->resolution_y = y;
+    }
   }
 
  private:
@@ -127,6 +153,22 @@ class Reader {
     reader->left_ -= count;
   }
 
+  // Takes the XMP packet from its chunk. 1: libpng need not keep the chunk; 0: it is treated as
+  // usual.
+  static int TakeChunk(png_structp png, png_unknown_chunkp chunk) {
+    auto* reader = static_cast<Reader*>(png_get_user_chunk_ptr(png));
+    if (std::memcmp(chunk->name, kTextChunk, sizeof(kTextChunk)) != 0) return 0;
+    constexpr size_t kHead = sizeof(kXmpHead);
+    const bool is_xmp = chunk->size > kHead && std::memcmp(chunk->data, kXmpHead, kHead) == 0;
+    if (!is_xmp || !reader->xmp_.empty()) return 1;
+    try {
+      reader->xmp_.assign(chunk->data + kHead, chunk->data + chunk->size);
+    } catch (const std::bad_alloc&) {
+      return -1;
+    }
+    return 1;
+  }
+
   const uint8_t* next_;
   size_t left_;
   ErrorText error_;
@@ -136,8 +178,7 @@ class Reader {
   int bits_ = 8;
   uint64_t raw_bytes_ = 0;
   int passes_ = 1;
-  std::vector<uint8_t> icc_;
-  std::vector<uint8_t> exif_;
+  std::vector<uint8_t> xmp_;
 };
 
 constexpr int kColorTypes[] = {PNG_COLOR_TYPE_GRAY, PNG_COLOR_TYPE_GRAY_ALPHA, PNG_COLOR_TYPE_RGB,
@@ -145,9 +186,15 @@ constexpr int kColorTypes[] = {PNG_COLOR_TYPE_GRAY, PNG_COLOR_TYPE_GRAY_ALPHA, P
 
 constexpr png_byte kProfileChunk[] = "iCCP";
 
+// A big-endian TIFF structure with one directory of one entry: tag 0x112, a number of 16 bits.
+std::vector<uint8_t> ExifOf(int orientation) {
+  const auto value = static_cast<uint8_t>(orientation);
+  return {'M', 'M', 0, 42, 0, 0, 0, 8, 0, 1, 1, 0x12, 0, 3, 0, 0, 0, 1, 0, value, 0, 0, 0, 0, 0, 0};
+}
+
 class Writer {
  public:
-  explicit Writer(zepcodec::ByteBuffer* file) : file_(file) {
+  explicit Writer(Bytes* file) : file_(file) {
     png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, &error_, KeepError, KeepWarning);
     if (png_ != nullptr) info_ = png_create_info_struct(png_);
     if (info_ != nullptr) png_set_write_fn(png_, this, WriteBytes, [](png_structp) {});
@@ -159,96 +206,121 @@ class Writer {
   bool ok() const { return info_ != nullptr; }
   const char* error() const { return error_.text; }
 
-  // Of 8 or 16 bits.
-  bool Write(const zepcodec::Picture& image, const jpeg::SavedSegments& metadata) {
+  bool Write(const Image& image, const Metadata& metadata) {
     // libpng would refuse profiles that are in wide use, as that of 3144 bytes for sRGB.
-    const std::vector<uint8_t> profile = jpeg::FindIccProfile(metadata);
     const bool has_profile =
-        !profile.empty() && PngProfileFault(profile, image.channels() <= 2).empty();
-    if (has_profile) icc_chunk_ = MakeProfileChunk(profile);
+        !metadata.icc.empty() && PngProfileFault(metadata.icc, IsGrey(image.form().layout)).empty();
+    if (has_profile) icc_chunk_ = MakeProfileChunk(metadata.icc);
+    if (!metadata.xmp.empty()) {
+      xmp_chunk_.assign(kXmpHead, kXmpHead + sizeof(kXmpHead));
+      xmp_chunk_.insert(xmp_chunk_.end(), metadata.xmp.begin(), metadata.xmp.end());
+    }
+    exif_ = metadata.exif;
+    if (exif_.empty() && metadata.orientation > 1) exif_ = ExifOf(metadata.orientation);
     return WriteChunks(image, metadata);
   }
 
  private:
-  bool WriteChunks(const zepcodec::Picture& image, const jpeg::SavedSegments& metadata) {
-    exif_ = jpeg::FindExif(metadata);
+  bool WriteChunks(const Image& image, const Metadata& metadata) {
     if (setjmp(png_jmpbuf(png_)) != 0) return false;
     png_set_user_limits(png_, 0x7FFFFFFF, 0x7FFFFFFF);
     // Photographs gain little from more effort.
     png_set_compression_level(png_, 3);
     png_set_IHDR(png_, info_, static_cast<png_uint_32>(image.width()),
-                 static_cast<png_uint_32>(image.height()), image.bits(),
+                 static_cast<png_uint_32>(image.height()), image.form().bits,
                  kColorTypes[image.channels() - 1], PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_BASE,
                  PNG_FILTER_TYPE_BASE);
-    SetMetadata(metadata.density);
+    SetMetadata(metadata);
     png_write_info_before_PLTE(png_, info_);
-    if (!icc_chunk_.empty()) {
-      png_write_chunk(png_, kProfileChunk, icc_chunk_.data(), icc_chunk_.size());
-    }
+    WriteChunk(kProfileChunk, icc_chunk_);
     png_write_info(png_, info_);
-    if (image.bits() == 16 && !kIsBigEndianMachine) png_set_swap(png_);
+    WriteChunk(kTextChunk, xmp_chunk_);
+    if (image.form().bits == 16 && !kIsBigEndianMachine) png_set_swap(png_);
     for (int y = 0; y < image.height(); ++y) png_write_row(png_, image.Row(y));
     png_write_end(png_, info_);
     return true;
   }
 
-  void SetMetadata(const jpeg::Density& density) {
+  void WriteChunk(const png_byte* name, const std::vector<uint8_t>& content) {
+    if (!content.empty()) png_write_chunk(png_, name, content.data(), content.size());
+  }
+
+  void SetMetadata(const Metadata& metadata) {
     if (!exif_.empty()) {
       png_set_eXIf_1(png_, info_, static_cast<png_uint_32>(exif_.size()), exif_.data());
     }
-    if (density.unit == 0) return;
-    const double scale = density.unit == 1 ? kInchesPerMetre : 100;
-    png_set_pHYs(png_, info_, static_cast<png_uint_32>(std::lround(density.x * scale)),
-                 static_cast<png_uint_32>(std::lround(density.y * scale)), PNG_RESOLUTION_METER);
+    if (metadata.resolution_unit == zepcResolutionNone) return;
+    const bool is_shape = metadata.resolution_unit == zepcResolutionShape;
+    const double scale = is_shape                                         ? 1
+                         : metadata.resolution_unit == zepcResolutionInch ? kInchesPerMetre
+                                                                          : 100;
+    png_set_pHYs(png_, info_, Rounded(metadata.resolution_x * scale),
+                 Rounded(metadata.resolution_y * scale),
+                 is_shape ? PNG_RESOLUTION_UNKNOWN : PNG_RESOLUTION_METER);
   }
 
   static void WriteBytes(png_structp png, png_bytep bytes, size_t count) {
     auto* writer = static_cast<Writer*>(png_get_io_ptr(png));
-    if (!writer->file_->Append(bytes, count)) png_error(png, "not enough memory for the file");
+    bool has_room = true;
+    try {
+      writer->file_->insert(writer->file_->end(), bytes, bytes + count);
+    } catch (const std::bad_alloc&) {
+      has_room = false;
+    }
+    if (!has_room) png_error(png, "not enough memory for the file");
   }
 
-  zepcodec::ByteBuffer* file_;
+  Bytes* file_;
   ErrorText error_;
   png_structp png_ = nullptr;
   png_infop info_ = nullptr;
   std::vector<uint8_t> icc_chunk_;
+  std::vector<uint8_t> xmp_chunk_;
   std::vector<uint8_t> exif_;
 };
 
-zepcodec::Status PngError(const char* text) {
-  return zepcodec::Status::Error(std::string("PNG: ") + text);
+Failure PngFailure(const char* text) { return Failure(std::string("PNG: ") + text); }
+
+int64_t BigEndian32(const uint8_t* bytes) {
+  return int64_t{bytes[0]} << 24 | bytes[1] << 16 | bytes[2] << 8 | bytes[3];
 }
 
 }  // namespace
 
-zepcodec::Status ReadPng(const uint8_t* data, size_t size, int64_t max_pixels, Picture* picture) {
-  Reader reader(data, size);
-  if (!reader.ok()) return zepcodec::Status::NoMemory();
-  if (!reader.ReadHeader()) return PngError(reader.error());
-  zepcodec::Status status = CheckPixels(reader.width(), reader.height(), max_pixels);
-  if (!status.ok()) return status;
-  if (!reader.CanHold(size)) return PngError("the file is too small for the picture it announces");
-  const auto width = static_cast<int>(reader.width());
-  const auto height = static_cast<int>(reader.height());
-  const int bits = reader.bits() == 16 ? 16 : 8;
-  if (!picture->image.Resize(width, height, zepcodec::LayoutWithChannels(reader.channels()),
-                             bits)) {
-    return zepcodec::Status::NoMemory();
+Picture ReadPng(ByteView input, int64_t max_pixels) {
+  Reader reader(input);
+  if (!reader.ok()) throw std::bad_alloc();
+  if (!reader.ReadHeader()) throw PngFailure(reader.error());
+  CheckPixels(reader.width(), reader.height(), max_pixels);
+  if (!reader.CanHold(input.size)) {
+    throw PngFailure("the file is too small for the picture it announces");
   }
-  if (!reader.ReadPixels(picture->image.Row(0))) return PngError(reader.error());
-  reader.ReadMetadata(&picture->metadata);
-  if (const std::string fault = reader.ProfileFault(); !fault.empty()) {
-    picture->notes.push_back("the colour profile was dropped: " + fault);
+  Picture picture;
+  picture.image =
+      Image(static_cast<int>(reader.width()), static_cast<int>(reader.height()),
+            UnsignedForm(LayoutWithChannels(reader.channels()), reader.bits() == 16 ? 16 : 8));
+  if (!reader.ReadPixels(&picture.image)) throw PngFailure(reader.error());
+  reader.ReadMetadata(&picture.metadata);
+  picture.metadata.xmp = reader.xmp();
+  if (picture.metadata.icc.empty() && *reader.profile_fault() != 0) {
+    picture.notes.push_back(std::string("the colour profile was dropped: ") +
+                            reader.profile_fault());
   }
-  return zepcodec::Status();
+  return picture;
 }
 
-zepcodec::Status WritePng(const zepcodec::Picture& image, const jpeg::SavedSegments& metadata,
-                          zepcodec::ByteBuffer* file) {
-  if (!file->Resize(0)) return zepcodec::Status::NoMemory();
-  Writer writer(file);
-  if (!writer.ok()) return zepcodec::Status::NoMemory();
-  return writer.Write(image, metadata) ? zepcodec::Status() : PngError(writer.error());
+Dimensions ReadPngSize(ByteView input) {
+  if (input.size < 25) return {};
+  return {BigEndian32(input.data + 16), BigEndian32(input.data + 20), 4,
+          input.data[24] == 16 ? 2 : 1};
+}
+
+Bytes WritePng(const Image& image, const Metadata& metadata) {
+  Bytes file;
+  Writer writer(&file);
+  if (!writer.ok()) throw std::bad_alloc();
+  if (!writer.Write(image, metadata)) throw PngFailure(writer.error());
+  return file;
 }
 
 }  // namespace zepconvert

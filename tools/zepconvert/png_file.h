@@ -3,25 +3,24 @@
 #ifndef ZEPJP_TOOLS_ZEPCONVERT_PNG_FILE_H_
 #define ZEPJP_TOOLS_ZEPCONVERT_PNG_FILE_H_
 
-#include <cstddef>
 #include <cstdint>
 
-#include "codecs/support/byte_buffer.h"
-#include "codecs/support/status.h"
+#include "tools/zepconvert/bytes.h"
 #include "tools/zepconvert/picture.h"
 
 namespace zepconvert {
 
-// Palettes are expanded; samples of less than 8 bits become 8. EXIF data, a colour profile and the resolution
-// are kept; other chunks are skipped. It takes the picture's memory and a few rows, and at most 8 MB for
-// each of EXIF data and profile.
-zepcodec::Status ReadPng(const uint8_t* data, size_t size, int64_t max_pixels, Picture* picture);
+// Palettes are expanded; samples of less than 8 bits become 8. EXIF data, a colour profile, an XMP
+// packet and the resolution are kept; other chunks are skipped. It takes the picture's memory and a
+// few rows, and at most 8 MB for each of EXIF data, profile and XMP.
+Picture ReadPng(ByteView input, int64_t max_pixels);
 
-// The image has 8 or 16 bits and is not CMYK. EXIF data, colour profile and resolution
-// are written, a profile only where PngProfileFault() finds none; other segments have no place in a PNG file.
-zepcodec::Status WritePng(const zepcodec::Picture& image,
-                          const zepcodec::jpeg::SavedSegments& metadata,
-                          zepcodec::ByteBuffer* file);
+// What the header tells. 0 wide: it cannot be read.
+Dimensions ReadPngSize(ByteView input);
+
+// The image has unsigned samples of 8 or 16 bits and is not CMYK. A profile is written only where
+// PngProfileFault() finds nothing.
+Bytes WritePng(const Image& image, const Metadata& metadata);
 
 }  // namespace zepconvert
 

@@ -9,8 +9,8 @@
 
 namespace zepconvert {
 
-// Why a PNG file cannot have this profile, as in "it is for RGB, the picture is grey"; empty where it can. Only
-// what makes a profile useless counts: header, colours, the place of its tags.
+// Why a PNG file cannot have this profile, as in "it is for RGB, the picture is grey"; empty where
+// it can. Only what makes a profile useless counts: header, colours, the place of its tags.
 std::string PngProfileFault(const std::vector<uint8_t>& profile, bool is_grey);
 
 // The content of an iCCP chunk; empty where that fails.

@@ -1,38 +1,26 @@
 // SPDX-License-Identifier: MIT
-// Binary PGM (P5) and PPM (P6) files, and PAM (P7) files of the same and of opacity.
+// Binary PGM (P5) and PPM (P6) files, and PAM (P7) files, which also hold opacity and inks.
 #ifndef ZEPJP_TOOLS_ZEPCONVERT_PNM_FILE_H_
 #define ZEPJP_TOOLS_ZEPCONVERT_PNM_FILE_H_
 
-#include <cstddef>
 #include <cstdint>
 
-#include "codecs/support/byte_buffer.h"
-#include "codecs/support/picture.h"
-#include "codecs/support/status.h"
+#include "tools/zepconvert/bytes.h"
+#include "tools/zepconvert/format.h"
 #include "tools/zepconvert/picture.h"
 
 namespace zepconvert {
 
-struct PnmHeader {
-  int channels = 0;      // 1 to 4; 2 and 4 with opacity
-  bool is_cmyk = false;  // four inks, 0 none
-  int64_t width = 0;
-  int64_t height = 0;
-  int64_t max_value = 0;  // 1..65535; samples above 255 take two bytes
-  size_t size = 0;        // of the header
-};
+// Where the largest value is 2^n - 1 (n at least 2), samples stay as they are; others are scaled to
+// 8 bits or, above 255, to 16.
+Picture ReadPnm(ByteView input, int64_t max_pixels);
 
-zepcodec::Status ReadPnmHeader(const uint8_t* data, size_t size, PnmHeader* header);
+// What the header tells.
+Dimensions ReadPnmSize(ByteView input);
 
-// Samples of 2^n - 1 values stay as they are; others are scaled to 8 bits or, above 255, to 16. CMYK of other depths
-// than 8 becomes RGB.
-zepcodec::Status ReadPnm(const uint8_t* data, size_t size, int64_t max_pixels, Picture* picture);
-
-enum class PnmKind { kPgmOrPpm, kPpm, kPam };
-
-// Grey pictures become P5 unless P6 is asked for, RGB ones P6; those with opacity and CMYK can
-// be PAM only.
-zepcodec::Status WritePnm(const zepcodec::Picture& image, PnmKind kind, zepcodec::ByteBuffer* file);
+// `format` is one of kPgm, kPpm, kPnm and kPam. Unsigned samples; in other files than PAM grey or
+// RGB. Grey becomes P5 unless kPpm asks for P6.
+Bytes WritePnm(const Image& image, Format format);
 
 }  // namespace zepconvert
 

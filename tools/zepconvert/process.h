@@ -7,13 +7,13 @@
 
 namespace zepconvert {
 
-// Opens /dev/null for each of the descriptors 0 to 2 that is closed: the next file would get its number, and
-// messages for standard error would go into a picture. False: that cannot be done.
+// Opens /dev/null for each of the descriptors 0 to 2 that is closed: the next file would get its
+// number, and messages for standard error would go into a picture. False: that cannot be done.
 bool ReserveStandardDescriptors();
 
-// SIGINT, SIGTERM and SIGHUP set `stop`; a second one, and any other signal that ends a program, removes the
-// temporary files first. A write beyond the limit of file sizes, or to a pipe that nobody reads, is
-// an error of that write and no signal.
+// SIGINT, SIGTERM and SIGHUP set `stop`; a second one, and any other signal that ends a program,
+// removes the temporary files first. A write beyond the limit of file sizes, or to a pipe that
+// nobody reads, is an error of that write and no signal.
 void HandleSignals(std::atomic<bool>* stop);
 
 }  // namespace zepconvert

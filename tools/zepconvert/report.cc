@@ -8,7 +8,9 @@
 #include <filesystem>
 #include <system_error>
 
+#include "tools/zepconvert/failure.h"
 #include "tools/zepconvert/file_io.h"
+#include "tools/zepconvert/format.h"
 #include "tools/zepconvert/picture.h"
 #include "tools/zepconvert/png_file.h"
 #include "tools/zepconvert/text.h"
@@ -18,11 +20,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Colours that people with colour blindness can tell apart, repeated in a lighter shade.
-constexpr std::array<const char*, kStageCount> kColors = {
-    "#4d4d4d", "#b2df8a", "#cc79a7", "#984ea3", "#a6761d", "#1b9e77", "#0072b2",
-    "#d55e00", "#009e73", "#999999", "#66c2a5", "#e69f00", "#56b4e9", "#f0e442",
-    "#8dd3c7", "#fb9a99", "#33a02c", "#bc80bd", "#cccccc"};
+// Colours that people with colour blindness can tell apart.
+constexpr std::array<const char*, kStageCount> kColors = {"#4d4d4d", "#0072b2", "#999999",
+                                                          "#e69f00", "#cccccc"};
 
 constexpr char kHead[] = R"(<!DOCTYPE html>
 <html lang="en">
@@ -94,8 +94,8 @@ std::string Table(const std::vector<Result>& results) {
       "<th>PSNR</th><th>ms</th><th>Mpixel/s</th></tr>\n";
   for (const Result& result : results) {
     html += "<tr><td>" + Escape(fs::path(result.job.input).filename().string()) + "</td>";
-    if (!result.status.ok()) {
-      html += "<td colspan=\"6\" class=\"bad\">" + Escape(result.status.text()) + "</td></tr>\n";
+    if (!result.ok()) {
+      html += "<td colspan=\"6\" class=\"bad\">" + Escape(result.error) + "</td></tr>\n";
       continue;
     }
     const double pixels = static_cast<double>(result.width) * result.height;
@@ -120,7 +120,8 @@ std::string Text(double x, double y, const char* anchor, const std::string& text
          "\">" + Escape(text) + "</text>\n";
 }
 
-// A name for the plot, where there is little room: its first characters, each of which is one to four bytes.
+// A name for the plot, where there is little room: its first characters, each of which is one to
+// four bytes.
 std::string Shortened(const std::string& name) {
   constexpr int kMost = 34;
   int characters = 0;
@@ -140,12 +141,8 @@ std::string Plot(const std::vector<const Result*>& results) {
     return seconds * 1e9 / (static_cast<double>(result.width) * result.height);
   };
   double most = 1e-9;
-  std::array<bool, kStageCount> used{};
   for (const Result* result : results) {
     most = std::max(most, per_megapixel(*result, result->TotalSeconds()));
-    for (size_t i = 0; i < kStageCount; ++i) {
-      used[i] = used[i] || result->seconds[i] > 0.002 * result->TotalSeconds();
-    }
   }
   double y = 10;
   std::string svg;
@@ -163,35 +160,36 @@ std::string Plot(const std::vector<const Result*>& results) {
     y += kBar;
   }
   y += 14;
-  int column = 0;
   for (int i = 0; i < kStageCount; ++i) {
-    if (!used[static_cast<size_t>(i)]) continue;
-    const double x = kLeft + 180 * (column % 4);
+    const double x = kLeft + 100 * i;
     svg += Rectangle(x, y, 12, 12, static_cast<Stage>(i), -1) +
            Text(x + 18, y + 11, "start", StageName(static_cast<Stage>(i)));
-    if (++column % 4 == 0) y += 18;
   }
   y += 30;
   return "<h2>Time of each stage, in ms a megapixel</h2>\n<svg viewBox=\"0 0 1000 " + Number(y, 0) +
          "\" width=\"100%\" role=\"img\" aria-label=\"Time of each stage\">\n" + svg + "</svg>\n";
 }
 
-// Puts a picture beside the page, as it is where browsers show its format, else as PNG. The name
-// under which it stands there.
-zepcodec::Status PlacePicture(const std::string& path, const fs::path& directory,
-                              const std::string& stem, std::string* name) {
-  zepcodec::ByteBuffer bytes;
-  if (zepcodec::Status status = ReadFile(path, ReadLimits(), &bytes); !status.ok()) return status;
+// Puts a picture beside the page: as it is where browsers show its format, else as PNG. Returns its
+// name there.
+std::string PlacePicture(const std::string& path, const fs::path& directory,
+                         const std::string& stem) {
+  const Bytes bytes = ReadFile(path, ReadLimits());
   const Format format = FormatOfBytes(bytes.data(), bytes.size());
-  *name = stem + (format == Format::kJpeg ? ".jpg" : ".png");
-  const std::string target = (directory / *name).string();
+  const std::string name = stem + (format == Format::kJpeg ? ".jpg" : ".png");
+  const std::string target = (directory / name).string();
   if (format == Format::kJpeg || format == Format::kPng) {
-    return WriteFile(target, bytes.data(), bytes.size(), path);
+    WriteFile(target, bytes, path);
+  } else {
+    const Picture picture = LoadPicture(bytes);
+    const zepcLayout layout = picture.image.form().layout;
+    WriteFile(target,
+              layout == zepcLayoutCmyk
+                  ? WritePng(Converted(picture.image, UnsignedForm(zepcLayoutRgb, 8)), Metadata())
+                  : WritePng(picture.image, picture.metadata),
+              path);
   }
-  Picture picture;
-  zepcodec::Status status = LoadPicture(bytes, &picture);
-  if (status.ok()) status = WritePng(picture.image, picture.metadata, &bytes);
-  return status.ok() ? WriteFile(target, bytes.data(), bytes.size(), path) : status;
+  return name;
 }
 
 std::string TableOfModes(const std::vector<ModeShare>& modes) {
@@ -208,73 +206,65 @@ std::string Figure(const std::string& file, const std::string& caption) {
          "\" loading=\"lazy\"></a><figcaption>" + Escape(caption) + "</figcaption></figure>\n";
 }
 
-zepcodec::Status Pictures(const Result& result, size_t number, const std::string& directory,
-                          std::string* html) {
+// Why the pictures cannot be shown; empty where they can.
+std::string ReasonNotToShow(const Result& result) {
   if (FormatOfName(result.job.output) == Format::kHdr) {
-    *html += "<h3>" + Escape(fs::path(result.job.input).filename().string()) +
-             "</h3>\n<p>half floats, which browsers do not show</p>\n";
-    return zepcodec::Status();
+    return "half floats, which browsers do not show";
   }
-  // A pipe has nothing to show any more.
-  if (!IsRegularFile(result.job.input) || !IsRegularFile(result.job.output)) {
-    *html += "<h3>" + Escape(fs::path(result.job.input).filename().string()) +
-             "</h3>\n<p>not a regular file, not shown</p>\n";
-    return zepcodec::Status();
-  }
-  std::string original;
-  std::string converted;
+  // A pipe cannot be read again.
+  const bool are_files = IsRegularFile(result.job.input) && IsRegularFile(result.job.output);
+  return are_files ? "" : "not a regular file, not shown";
+}
+
+std::string Pictures(const Result& result, size_t number, const std::string& directory) {
+  const std::string title =
+      "<h3>" + Escape(fs::path(result.job.input).filename().string()) + "</h3>\n";
+  const std::string reason = ReasonNotToShow(result);
+  if (!reason.empty()) return title + "<p>" + reason + "</p>\n";
   const std::string stem = std::to_string(number + 1);
-  zepcodec::Status status =
-      PlacePicture(result.job.input, directory, stem + "-original", &original);
-  if (status.ok()) {
-    status = PlacePicture(result.job.output, directory, stem + "-result", &converted);
-  }
-  if (!status.ok()) return status;
-  *html += "<h3>" + Escape(fs::path(result.job.input).filename().string()) + "</h3>\n";
+  const std::string original = PlacePicture(result.job.input, directory, stem + "-original");
+  const std::string converted = PlacePicture(result.job.output, directory, stem + "-result");
+  std::string html = title;
   for (const std::string& warning : result.warnings) {
-    *html += "<p class=\"bad\">damaged: " + Escape(warning) + "</p>\n";
+    html += "<p class=\"bad\">damaged: " + Escape(warning) + "</p>\n";
   }
-  for (const std::string& note : result.notes) *html += "<p>note: " + Escape(note) + "</p>\n";
-  *html += "<div class=\"pair\">\n" +
-           Figure(original, "original, " + Kilobytes(result.input_bytes) + " kB") +
-           Figure(converted, "result, " + Kilobytes(result.output_bytes) + " kB, " +
-                                 QualityOfChannels(result));
+  for (const std::string& note : result.notes) html += "<p>note: " + Escape(note) + "</p>\n";
+  html += "<div class=\"pair\">\n" +
+          Figure(original, "original, " + Kilobytes(result.input_bytes) + " kB") +
+          Figure(converted,
+                 "result, " + Kilobytes(result.output_bytes) + " kB, " + QualityOfChannels(result));
   if (!result.lossless) {
-    *html += Figure(fs::path(ErrorPicturePath(directory, number)).filename().string(),
-                    "errors, times " + std::to_string(kErrorScale));
+    html += Figure(fs::path(ErrorPicturePath(directory, number)).filename().string(),
+                   "errors, times " + std::to_string(kErrorScale));
   }
-  *html += "</div>\n";
-  if (!result.modes.empty()) *html += TableOfModes(result.modes);
-  return status;
+  html += "</div>\n";
+  return result.modes.empty() ? html : html + TableOfModes(result.modes);
 }
 
 }  // namespace
 
-zepcodec::Status PrepareReport(const std::string& directory) {
+void PrepareReport(const std::string& directory) {
   std::error_code error;
   fs::create_directories(directory, error);
-  return error ? zepcodec::Status::Error(directory + ": " + error.message()) : zepcodec::Status();
+  if (error) throw Failure(directory + ": " + error.message());
 }
 
 std::string ErrorPicturePath(const std::string& directory, size_t number) {
   return (fs::path(directory) / (std::to_string(number + 1) + "-errors.png")).string();
 }
 
-zepcodec::Status WriteReport(const std::string& directory, const std::vector<Result>& results) {
+void WriteReport(const std::string& directory, const std::vector<Result>& results) {
   std::vector<const Result*> good;
   for (const Result& result : results) {
-    if (result.started && result.status.ok()) good.push_back(&result);
+    if (result.ok()) good.push_back(&result);
   }
   std::string html = kHead + Table(results);
   if (!good.empty()) html += Plot(good) + "<h2>Pictures</h2>\n";
   for (const Result* result : good) {
-    const auto number = static_cast<size_t>(result - results.data());
-    zepcodec::Status status = Pictures(*result, number, directory, &html);
-    if (!status.ok()) return status;
+    html += Pictures(*result, static_cast<size_t>(result - results.data()), directory);
   }
   html += "</body>\n</html>\n";
-  const std::string path = (fs::path(directory) / "index.html").string();
-  return WriteFile(path, reinterpret_cast<const uint8_t*>(html.data()), html.size(), "");
+  WriteFile((fs::path(directory) / "index.html").string(), Bytes(html.begin(), html.end()), "");
 }
 
 }  // namespace zepconvert

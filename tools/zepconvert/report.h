@@ -6,20 +6,19 @@
 #include <string>
 #include <vector>
 
-#include "codecs/support/status.h"
 #include "tools/zepconvert/conversion.h"
 
 namespace zepconvert {
 
-// Makes the directory if need be.
-zepcodec::Status PrepareReport(const std::string& directory);
+// Makes the directory where there is none.
+void PrepareReport(const std::string& directory);
 
-// Where in it the errors of the result of this number belong.
+// The file in it for the errors of the result with this number.
 std::string ErrorPicturePath(const std::string& directory, size_t number);
 
 // Writes index.html into the directory and the pictures beside it. The page needs nothing else: no
 // network, no script.
-zepcodec::Status WriteReport(const std::string& directory, const std::vector<Result>& results);
+void WriteReport(const std::string& directory, const std::vector<Result>& results);
 
 }  // namespace zepconvert
 

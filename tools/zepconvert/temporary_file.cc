@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
-// The names stand in memory that is never freed, so that a signal handler can read them at any time. A slot
-// is free, claimed (its name is being written) or armed (its name may be removed). The handler sets `dying`
-// and then removes what is armed; a thread that claims a slot tests `dying` before it touches the name. In
-// whatever order these meet, the handler never sees a name that changes.
+// The names stand in memory that is never freed, so that a signal handler can read them at any
+// time. A slot is free, claimed (its name is being written) or armed (its name may be removed). The
+// handler sets `dying` and then removes what is armed; a thread that claims a slot tests `dying`
+// before it touches the name. In whatever order these meet, the handler never sees a name that
+// changes.
 #include "tools/zepconvert/temporary_file.h"
 
 #include <fcntl.h>

@@ -14,7 +14,8 @@ class TemporaryFile {
  public:
   static constexpr int kMostAtOnce = 1100;
 
-  // In `directory`, whose name ends in a slash or is empty for the current one. Only its owner can read it.
+  // In `directory`, whose name ends in a slash or is empty for the current one. Only its owner can
+  // read it.
   explicit TemporaryFile(const std::string& directory);
   // Removes it unless it got its name.
   ~TemporaryFile();
@@ -26,7 +27,8 @@ class TemporaryFile {
   // Closes it and renames it. False: it is still a temporary file; errno says why.
   bool Finish(const std::string& path);
 
-  // Removes the temporary files of all threads. Signal handlers may call it; no further file is made then.
+  // Removes the temporary files of all threads. Signal handlers may call it; no further file is
+  // made then.
   static void RemoveAll();
 
  private:

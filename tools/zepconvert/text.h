@@ -7,8 +7,9 @@
 
 namespace zepconvert {
 
-// What cannot be printed safely as \xNN for each byte: control characters, which may move the cursor or
-// change the terminal, marks that reverse the direction of text, and bytes that are not UTF-8.
+// What cannot be printed safely as \xNN for each byte: control characters, which may move the
+// cursor or change the terminal, marks that reverse the direction of text, and bytes that are not
+// UTF-8.
 std::string Printable(const std::string& text);
 
 }  // namespace zepconvert

@@ -5,8 +5,8 @@
 
 #include <vector>
 
-#include "codecs/support/byte_buffer.h"
-#include "codecs/support/picture.h"
+#include "tools/zepconvert/bytes.h"
+#include "tools/zepconvert/picture.h"
 
 namespace zepconvert {
 
@@ -16,10 +16,8 @@ struct ModeShare {
   double psnr;   // in dB, of their pixels
 };
 
-// Empty: `file` is not of BC7. The pictures have the same layout.
-std::vector<ModeShare> ModesOfBc7(const zepcodec::ByteBuffer& file,
-                                  const zepcodec::Picture& original,
-                                  const zepcodec::Picture& decoded);
+// Empty where `file` does not hold BC7. The pictures have the same layout and 8 bits.
+std::vector<ModeShare> ModesOfBc7(ByteView file, const Image& original, const Image& decoded);
 
 }  // namespace zepconvert
 

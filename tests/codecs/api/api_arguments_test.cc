@@ -309,6 +309,7 @@ TEST(ApiArguments, EncodeOptionsOutOfRange) {
       {zepcFormatDds, [](auto* c) { c->dds.texture = static_cast<zepcTexture>(-1); }},
       {zepcFormatDds, [](auto* c) { c->dds.header = 3; }},
       {zepcFormatDds, [](auto* c) { c->dds.bc7_mode = -1; }},
+      {zepcFormatDds, [](auto* c) { c->dds.bc7_only = 9; }},
       {zepcFormatTiff, [](auto* c) { c->tiff.size = 0; }}};
   for (size_t i = 0; i < cases.size(); ++i) {
     SCOPED_TRACE(i);

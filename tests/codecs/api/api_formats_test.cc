@@ -38,6 +38,30 @@ TEST(ApiFormats, EveryEntryIsComplete) {
   EXPECT_EQ(seen, Formats());
 }
 
+TEST(ApiFormats, DepthsAndChannelsAreWhatFilesHold) {
+  for (int32_t i = 0; zepcFormatAt(i) != nullptr; ++i) {
+    const zepcFormatFacts& facts = *zepcFormatAt(i);
+    SCOPED_TRACE(facts.name);
+    const zepcEncodeOptions options = api_pictures::OptionsFor(facts.format);
+    for (int32_t bits = 1; bits <= 16; ++bits) {
+      const zepcSample sample = bits > 8 ? zepcSampleU16 : zepcSampleU8;
+      Bytes file;
+      const zepcStatus status = api_pictures::TryEncode(
+          api_pictures::Make(16, 16, {zepcLayoutGrey, sample, bits}), options, &file);
+      const bool is_held = status == zepcStatusOk && api_pictures::Probe(file).bits == bits;
+      EXPECT_EQ(is_held, (facts.depths >> (bits - 1) & 1) != 0) << bits;
+    }
+    EXPECT_EQ(facts.depths >> 16, 0U);
+    for (const auto& [layout, holds] : {std::pair(zepcLayoutRgba, facts.holds_opacity),
+                                        std::pair(zepcLayoutCmyk, facts.holds_cmyk)}) {
+      Bytes file;
+      const zepcStatus status = api_pictures::TryEncode(
+          api_pictures::Make(16, 16, {layout, zepcSampleU8, 8}), options, &file);
+      EXPECT_EQ(status, holds != 0 ? zepcStatusOk : zepcStatusUnsupported);
+    }
+  }
+}
+
 TEST(ApiFormats, VersionIsThreeNumbers) {
   int major = -1, minor = -1, patch = -1;
   char rest = 0;

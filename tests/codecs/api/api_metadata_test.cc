@@ -144,6 +144,49 @@ TEST(ApiMetadata, DamagedProfilesAreDroppedWithANote) {
   }
 }
 
+TEST(ApiMetadata, OrientationOfExif) {
+  for (const bool is_big_endian : {false, true}) {
+    for (uint8_t orientation = 1; orientation <= 8; ++orientation) {
+      const Bytes exif = Exif(orientation, is_big_endian);
+      EXPECT_EQ(zepcExifOrientation(exif.data(), exif.size()), orientation);
+      EXPECT_EQ(zepcExifOrientation(exif.data(), 12), 0);  // cut off
+    }
+    const Bytes wrong = Exif(9, is_big_endian);
+    EXPECT_EQ(zepcExifOrientation(wrong.data(), wrong.size()), 0);
+  }
+  EXPECT_EQ(zepcExifOrientation(nullptr, 0), 0);
+  EXPECT_EQ(zepcExifOrientation("", 0), 0);
+}
+
+TEST(ApiMetadata, FurtherSegmentsOfJpegFilesAreKept) {
+  // A comment, the data of a photo editor, and what the encoder writes itself or what names other
+  // pictures.
+  const Bytes kept = {0xFF, 0xFE, 0, 4, 'h', 'i', 0xFF, 0xED, 0, 5, 1, 2, 3, 0xFF, 0xE0, 0, 2};
+  const Bytes dropped = {0xFF, 0xE0, 0, 7, 'J', 'F', 'I', 'F', 0,
+                         0xFF, 0xE2, 0, 6, 'M', 'P', 'F', 0};
+  for (const zepcFormat format : {zepcFormatJpeg, zepcFormatLosslessJpeg}) {
+    for (const Bytes& end : {Bytes(), Bytes{0xFF, 0xFE, 0, 9, 'x'}, Bytes{0xFF, 0xFE, 0, 1},
+                             Bytes{0xFF, 0xDA, 0, 2}, Bytes{0xFF}, Bytes{0, 0xFE, 0, 2}}) {
+      Bytes segments = dropped;
+      segments.insert(segments.end(), kept.begin(), kept.end());
+      segments.insert(segments.end(), end.begin(), end.end());
+      Given given;
+      given.metadata.jpeg_segments = segments.data();
+      given.metadata.jpeg_segments_size = segments.size();
+      const Picture picture = Decode(EncodeWith(given, format));
+      const zepcMetadata found = MetadataOf(picture);
+      EXPECT_EQ(Copy(found.jpeg_segments, found.jpeg_segments_size), kept);
+      EXPECT_EQ(Copy(found.exif, found.exif_size), given.exif);
+    }
+  }
+  auto metadata = Sized<zepcMetadata>();
+  metadata.jpeg_segments_size = 4;
+  zepcEncodeOptions options = OptionsFor(zepcFormatJpeg);
+  options.metadata = &metadata;
+  Bytes file;
+  EXPECT_EQ(TryEncode(Make(8, 8, {}), options, &file), zepcStatusBadArgument);
+}
+
 // In EXIF data, as thumbnails have them, bytes look like headers of scans.
 TEST(ApiMetadata, ScansInsideOfExifAreNotCounted) {
   Given plain, with_thumbnail;
@@ -187,7 +230,8 @@ void PutNumber(uint64_t value, size_t bytes, Bytes* to) {
   for (size_t i = 0; i < bytes; ++i) to->push_back(static_cast<uint8_t>(value >> (8 * i)));
 }
 
-// EXIF data as a camera writes them, with a directory of exposures: a maker, an orientation, a time.
+// EXIF data as a camera writes them, with a directory of exposures: a maker, an orientation, a
+// time.
 Bytes CameraExif(uint8_t orientation) {
   Bytes exif = {'I', 'I', 42, 0, 8, 0, 0, 0, 3, 0};
   const auto field = [&](uint16_t tag, uint16_t type, uint32_t count, uint32_t value) {
@@ -304,8 +348,8 @@ TEST(ApiMetadata, DamageCostsMetadataAlone) {
   }
 }
 
-// Boxes can follow the codestream, EXIF data can begin with their name, and a resolution for display
-// counts where there is no other.
+// Boxes can follow the codestream, EXIF data can begin with their name, and a resolution for
+// display counts where there is no other.
 TEST(ApiMetadata, OtherFormsInJp2) {
   Given given;
   given.metadata.resolution_unit = zepcResolutionInch;

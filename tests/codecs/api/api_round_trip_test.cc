@@ -330,4 +330,20 @@ TEST(ApiRoundTrip, TexturesHoldWhatTheyShould) {
   }
 }
 
+TEST(ApiRoundTrip, OneModeOfBc7Alone) {
+  constexpr size_t kBlocks = 148;  // after the headers
+  for (int32_t mode = 0; mode < 8; ++mode) {
+    auto dds = Sized<zepcDdsOptions>();
+    dds.texture = zepcTextureBc7;
+    dds.bc7_only = mode + 1;
+    zepcEncodeOptions options = OptionsFor(zepcFormatDds);
+    options.dds = &dds;
+    const Bytes file = Encode(Make(24, 20, {}), options);
+    ASSERT_EQ(file.size(), kBlocks + 6 * 5 * 16);
+    for (size_t block = kBlocks; block < file.size(); block += 16) {
+      EXPECT_EQ(file[block] & -file[block], 1 << mode);
+    }
+  }
+}
+
 }  // namespace

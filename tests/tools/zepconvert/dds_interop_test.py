@@ -285,6 +285,16 @@ class ExtendedFormats(unittest.TestCase):
             slack = 1.5 + max(our) / 64 * 255
             for a, b in zip(our, their):
                 self.assertLessEqual(abs(min(255, a * 255) - b), slack)
+        # JPEG XR holds the same half floats.
+        run(TOOL, "--quiet", "any.dds", "any.jxr")
+        run(TOOL, "--quiet", "any.jxr", "again.hdr")
+        with open("ours.hdr", "rb") as ours, open("again.hdr", "rb") as again:
+            self.assertEqual(ours.read(), again.read())
+        done = subprocess.run([TOOL, "any.jxr", "any.png"], stderr=subprocess.PIPE, text=True,
+                              timeout=60, check=True)
+        self.assertIn("linear light became samples of 16 bits, cut off at white", done.stderr)
+        with self.assertRaises(AssertionError):
+            run(TOOL, "any.dds", "other.png")
 
     def test_what_hdr_needs(self):
         picture(20, 20, False).save("rgb.png")

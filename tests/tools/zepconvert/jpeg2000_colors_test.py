@@ -90,7 +90,7 @@ class Jpeg2000Colors(unittest.TestCase):
             return file.read()
 
     def convert(self, content, name, code=0, to="out.pam"):
-        """The pixels as tuples, and what was said."""
+        """The pixels as tuples, brought to 8 bits, and what was said."""
         with open(name, "wb") as file:
             file.write(content)
         done = subprocess.run([ZEPCONVERT, name, to], stderr=subprocess.PIPE, text=True, timeout=60)
@@ -101,7 +101,10 @@ class Jpeg2000Colors(unittest.TestCase):
             data = file.read()
         fields = data[:data.index(b"ENDHDR\n")].split()
         depth = int(fields[fields.index(b"DEPTH") + 1])
+        most = int(fields[fields.index(b"MAXVAL") + 1])
         samples = data[data.index(b"ENDHDR\n") + 7:]
+        if most > 255:
+            samples = [round(value * 255 / most) for (value,) in struct.iter_unpack(">H", samples)]
         self.assertEqual(len(samples), WIDTH * HEIGHT * depth)
         return [tuple(samples[i:i + depth]) for i in range(0, len(samples), depth)], done.stderr
 

@@ -167,6 +167,31 @@ class PngTest(ToolCase):
                 self.run_tool("a.jpg", "want.ppm")
                 self.assertEqual(self.read("back.ppm"), self.read("want.ppm"))
 
+    def test_xmp_and_resolution(self):
+        packet = b"<x:xmpmeta xmlns:x='adobe:ns:meta/'>" + bytes(range(32, 127)) * 3
+        xmp = b"http://ns.adobe.com/xap/1.0/\0" + packet
+        self.jpeg("a.jpg", b"\xFF\xE1" + struct.pack(">H", len(xmp) + 2) + xmp)
+        data = bytearray(self.read("a.jpg"))
+        data[13:18] = struct.pack(">BHH", 1, 300, 150)  # pixels an inch
+        self.write("a.jpg", data)
+        self.assertEqual(self.run_tool("a.jpg", "a.png"), "")
+        self.assertEqual(self.chunks("a.png")[b"iTXt"], b"XML:com.adobe.xmp\0\0\0\0\0" + packet)
+        self.assertEqual(self.chunks("a.png")[b"pHYs"], struct.pack(">IIB", 11811, 5906, 1))
+        self.assertEqual(self.run_tool("a.png", "b.jpg"), "")
+        self.assertIn((0xE1, xmp), segments(self.path("b.jpg")))
+        self.assertEqual(self.read("b.jpg")[13:18], data[13:18])
+        self.run_tool("a.png", "n.png", "--no-metadata")
+        self.assertNotIn(b"iTXt", self.chunks("n.png"))
+        self.assertEqual(self.run_tool("a.png", "a.ppm"), "zepconvert: a.png: note: this kind of file has "
+                         "no place for some metadata: XMP, the resolution\n")
+        # Other texts, and packets that are packed, are not for us.
+        png = self.read("n.png")
+        for text in (b"Title\0\0\0\0\0" + packet,
+                     b"XML:com.adobe.xmp\0\1\0\0\0" + zlib.compress(packet)):
+            self.write("t.png", png[:33] + chunk(b"iTXt", text) + png[33:])
+            self.assertEqual(self.run_tool("t.png", "t2.png"), "")
+            self.assertNotIn(b"iTXt", self.chunks("t2.png"))
+
     def test_a_damaged_profile_of_a_png_file(self):
         self.run_tool("in.ppm", "a.png")
         data = self.read("a.png")

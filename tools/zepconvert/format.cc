@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: MIT
+#include "tools/zepconvert/format.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+
+namespace zepconvert {
+namespace {
+
+constexpr uint8_t kPngSignature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+
+struct OwnFormat {
+  const char* extension;
+  Format format;
+  Capacity capacity;
+};
+constexpr uint32_t kEightOrSixteen = 1U << 7 | 1U << 15;
+constexpr uint32_t kTwoToSixteen = 0xFFFE;
+constexpr Capacity kPlain = {kTwoToSixteen, false, false, false, false, false, false, false};
+constexpr OwnFormat kOwnFormats[] = {
+    {"png", Format::kPng, {kEightOrSixteen, true, false, true, true, true, true, false}},
+    {"ppm", Format::kPpm, kPlain},
+    {"pgm", Format::kPgm, kPlain},
+    {"pnm", Format::kPnm, kPlain},
+    {"pam", Format::kPam, {kTwoToSixteen, true, true, false, false, false, false, false}},
+    {"hdr", Format::kHdr, {0, false, false, false, false, false, false, false}}};
+
+const zepcFormatFacts* FactsOf(Format format) {
+  int32_t index = 0;
+  const zepcFormatFacts* facts = zepcFormatAt(index);
+  while (facts != nullptr && static_cast<Format>(facts->format) != format) {
+    facts = zepcFormatAt(++index);
+  }
+  return facts;
+}
+
+}  // namespace
+
+Capacity CapacityOf(Format format) {
+  for (const OwnFormat& own : kOwnFormats) {
+    if (own.format == format) return own.capacity;
+  }
+  const zepcFormatFacts* const facts = FactsOf(format);
+  if (facts == nullptr) return {};
+  const bool is_jpeg = format == Format::kJpeg || format == Format::kLosslessJpeg;
+  return {facts->depths,
+          facts->holds_opacity != 0,
+          facts->holds_cmyk != 0,
+          facts->keeps_exif != 0,
+          facts->keeps_icc != 0,
+          facts->keeps_xmp != 0,
+          facts->keeps_resolution != 0,
+          is_jpeg};
+}
+
+Format FormatOfBytes(const uint8_t* data, size_t size) {
+  if (size >= 8 && std::memcmp(data, kPngSignature, 8) == 0) return Format::kPng;
+  if (size >= 3 && data[0] == 'P' && data[1] >= '5' && data[1] <= '7' &&
+      (std::isspace(data[2]) != 0 || data[2] == '#')) {
+    return Format::kPnm;
+  }
+  return static_cast<Format>(zepcFormatOfBytes(data, size));
+}
+
+Format FormatOfName(const std::string& name) {
+  std::string extension = name.substr(name.rfind('.') + 1);  // all of it where there is no dot
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  for (const OwnFormat& own : kOwnFormats) {
+    if (extension == own.extension) return own.format;
+  }
+  return static_cast<Format>(zepcFormatOfName(extension.c_str()));
+}
+
+std::string Extension(Format format) {
+  for (const OwnFormat& own : kOwnFormats) {
+    if (format == own.format) return own.extension;
+  }
+  const zepcFormatFacts* const facts = FactsOf(format);
+  const std::string all = facts == nullptr ? "" : facts->extensions;
+  return all.substr(0, all.find(' '));
+}
+
+}  // namespace zepconvert
