@@ -65,6 +65,7 @@ jpeg::DecodeOptions OptionsOf(const DecodeRequest& request) {
   options.scale = 1 << std::min(request.options.reduce, 3);
   options.scans = request.options.layers;
   options.max_pixels = request.options.max_pixels;
+  options.threads = request.options.threads;
   options.progress = request.progress;
   return options;
 }

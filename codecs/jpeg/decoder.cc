@@ -7,6 +7,7 @@
 #include <string>
 #include <utility>
 
+#include "codecs/jpeg/band_writer.h"
 #include "codecs/jpeg/coefficient_rows.h"
 #include "codecs/jpeg/coefficient_scan.h"
 #include "codecs/jpeg/deep_planes.h"
@@ -14,6 +15,8 @@
 #include "codecs/jpeg/marker_reader.h"
 #include "codecs/jpeg/plane.h"
 #include "codecs/jpeg/scan_decoder.h"
+#include "codecs/jpeg/scan_pipeline.h"
+#include "codecs/support/thread_pool.h"
 
 namespace zepcodec::jpeg {
 namespace {
@@ -81,10 +84,11 @@ class FileDecoder {
   Status DecodeScanToCoefficients(Coefficients* coefficients);
   bool HasTables(const ScanComponent& part) const;
   Status Show(const Coefficients& coefficients, Picture* image);
-  [[nodiscard]] bool AllocateWindows();
   [[nodiscard]] bool AllocatePlanes();
+  Status DecodeOnThreads(const ScanLayout& layout, Picture* image, bool* is_done);
+  Status DecodeOnOneThread(ScanLayout* layout, Picture* image);
   template <class Rows>
-  Status WriteRows(Rows* rows, Picture* image);
+  Status WriteRows(Rows* rows, BandWriter* writer);
   Status DecodeScanToPlanes();
   bool NextScan();
   // The error with its place.
@@ -172,7 +176,8 @@ Status FileDecoder::MakeLayout(ScanLayout* layout) {
     const ScanComponent& part = scan.components[i];
     const size_t index = static_cast<size_t>(part.index);
     if (!HasTables(part)) return MissingTables();
-    ScanPart out{&planes_[index],
+    ScanPart out{index,
+                 &planes_[index],
                  geometry_->components[index].block_size,
                  walk.parts[i].across,
                  walk.parts[i].down,
@@ -189,6 +194,9 @@ Status FileDecoder::MakeLayout(ScanLayout* layout) {
 Status FileDecoder::DecodePicture(Picture* image) {
   geometry_ = std::make_unique<Geometry>(reader_.frame(), options_.scale);
   planes_ = std::vector<Plane>(geometry_->components.size());
+  if (!image->Resize(geometry_->width, geometry_->height, LayoutOf(info_->model))) {
+    return Status::NoMemory();
+  }
   if (reader_.frame().is_progressive) return DecodeProgressive(image);
   if (ScanHasAllComponents()) return DecodeRowByRow(image);
   PictureWriter writer(info_->model, image);
@@ -207,13 +215,6 @@ Status FileDecoder::DecodePicture(Picture* image) {
   return Status();
 }
 
-bool FileDecoder::AllocateWindows() {
-  for (size_t i = 0; i < planes_.size(); ++i) {
-    if (!planes_[i].AllocateWindow(*geometry_, geometry_->components[i])) return false;
-  }
-  return true;
-}
-
 bool FileDecoder::AllocatePlanes() {
   for (size_t i = 0; i < planes_.size(); ++i) {
     if (!planes_[i].AllocateAll(*geometry_, geometry_->components[i])) return false;
@@ -225,33 +226,49 @@ bool FileDecoder::AllocatePlanes() {
 Status FileDecoder::DecodeRowByRow(Picture* image) {
   ScanLayout layout;
   if (Status status = MakeLayout(&layout); !status.ok()) return AtMarker(status);
-  ScanDecoder scan(data_, size_, reader_.position(), layout, &info_->messages, options_.times);
-  if (Status status = WriteRows(&scan, image); !status.ok()) return status;
-  reader_.Seek(scan.end());
+  bool is_done = false;
+  Status status = DecodeOnThreads(layout, image, &is_done);
+  if (status.ok() && !is_done) status = DecodeOnOneThread(&layout, image);
+  if (!status.ok()) return status;
   decoded_.assign(planes_.size(), true);
   NextScan();
   FillInfo();
   return Status();
 }
 
-// The last row of samples of each row of MCUs waits, because up-sampling looks at the one below.
-template <class Rows>
-Status FileDecoder::WriteRows(Rows* rows, Picture* image) {
-  PictureWriter writer(info_->model, image);
-  if (!writer.Init(*geometry_, planes_) || !AllocateWindows()) return Status::NoMemory();
-  int done = 0;
-  for (int row = 0; row < geometry_->mcu_rows; ++row) {
-    if (Stops(options_.progress, row, geometry_->mcu_rows)) return Status::Cancelled();
-    rows->DecodeRow();
-    StageClock clock(options_.times);
-    const int bottom = (row + 1) * geometry_->McuHeight();
-    const int last = row + 1 == geometry_->mcu_rows ? geometry_->height : bottom - 1;
-    writer.Write(done, last);
-    done = last;
-    for (Plane& plane : planes_) plane.Slide();
-    clock.Lap(&StageTimes::color);
-  }
+// `is_done`: the picture is there. Otherwise the data is damaged, or too little to be shared out.
+Status FileDecoder::DecodeOnThreads(const ScanLayout& layout, Picture* image, bool* is_done) {
+  ThreadPool pool(options_.threads);
+  if (pool.size() < 2) return Status();
+  ScanPipeline scan(data_, size_, reader_.position(), layout, *geometry_, info_->model, image);
+  if (!scan.IsWorthwhile()) return Status();
+  if (Status status = scan.Run(&pool, options_.progress, is_done); !status.ok()) return status;
+  if (*is_done) reader_.Seek(scan.end());
   return Status();
+}
+
+Status FileDecoder::DecodeOnOneThread(ScanLayout* layout, Picture* image) {
+  BandWriter writer(*geometry_, info_->model, image);
+  if (!writer.Init()) return Status::NoMemory();
+  for (ScanPart& part : layout->parts) part.plane = &(*writer.planes())[part.component];
+  ScanDecoder scan(data_, size_, reader_.position(), *layout, &info_->messages, options_.times);
+  if (Status status = WriteRows(&scan, &writer); !status.ok()) return status;
+  reader_.Seek(scan.end());
+  return Status();
+}
+
+template <class Rows>
+Status FileDecoder::WriteRows(Rows* rows, BandWriter* writer) {
+  StageClock clock(options_.times);
+  const bool is_done = writer->Write(0, geometry_->mcu_rows, [&](int row) {
+    clock.Lap(&StageTimes::color);
+    if (Stops(options_.progress, row, geometry_->mcu_rows)) return false;
+    rows->DecodeRow();
+    clock.Skip();
+    return true;
+  });
+  clock.Lap(&StageTimes::color);
+  return is_done ? Status() : Status::Cancelled();
 }
 
 Status FileDecoder::DecodeProgressive(Picture* image) {
@@ -267,8 +284,10 @@ Status FileDecoder::DecodeProgressive(Picture* image) {
 }
 
 Status FileDecoder::Show(const Coefficients& coefficients, Picture* image) {
-  CoefficientRows rows(coefficients, *geometry_, &planes_, options_.times);
-  return WriteRows(&rows, image);
+  BandWriter writer(*geometry_, info_->model, image);
+  if (!writer.Init()) return Status::NoMemory();
+  CoefficientRows rows(coefficients, *geometry_, writer.planes(), options_.times);
+  return WriteRows(&rows, &writer);
 }
 
 template <class OnScan>

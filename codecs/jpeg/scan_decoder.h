@@ -18,6 +18,7 @@ namespace zepcodec::jpeg {
 
 // What an MCU holds of one component.
 struct ScanPart {
+  size_t component;  // of the frame
   Plane* plane;
   int block_size;
   int blocks_across;

@@ -13,14 +13,9 @@
 
 #include "codecs/support/progress.h"
 #include "codecs/support/status.h"
+#include "codecs/support/thread_pool.h"
 
 namespace zepcodec {
-
-// The number of threads that `wanted` means; 0: as many as the machine runs at once.
-inline size_t ThreadCount(int wanted) {
-  if (wanted > 0) return static_cast<size_t>(wanted);
-  return std::max<size_t>(1, std::thread::hardware_concurrency());
-}
 
 // On each thread makes a worker, which is then called with one item after the other. Where the system
 // gives fewer threads, those do all the work. Only std::bad_alloc is caught. `progress` may be null.
@@ -31,6 +26,7 @@ Status RunParallel(size_t threads, size_t items, const MakeWorker& make_worker,
   std::atomic<size_t> finished{0};
   std::atomic<bool> failed{false};
   const auto run = [&] {
+    const StagesOnOneThread stages;
     try {
       auto worker = make_worker();
       for (size_t item = next++; item < items && !failed; item = next++) {
