@@ -113,6 +113,7 @@ Status EncodeJpeg(const Picture& picture, const EncodeRequest& request, ByteBuff
     return Status::Unsupported("a JPEG file holds no transparent pixels");
   }
   options.metadata = jpeg::ToSegments(picture.metadata());
+  options.threads = request.options.threads;
   options.progress = request.progress;
   if (Status status = CheckSides(picture); !status.ok()) return status;
   const bool is_deep = picture.bits() == 12 && picture.type() == SampleType::kU16;
