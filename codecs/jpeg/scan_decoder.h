@@ -41,8 +41,8 @@ class ScanDecoder {
   ScanDecoder(const uint8_t* data, size_t size, size_t begin, const ScanLayout& layout,
               Messages* messages, StageTimes* times);
 
-  // Decodes the next row of MCUs. What is damaged is reported and becomes flat areas.
-  void DecodeRow();
+  // Decodes a row of MCUs; rows come in their order. What is damaged is reported and becomes flat areas.
+  void DecodeRow(int row);
   // Where the scan's data ends in the file.
   size_t end() { return source_.reader().end(); }
 
@@ -55,7 +55,7 @@ class ScanDecoder {
   };
 
   void DecodeBlocks(int mcus);
-  void ReconstructBlocks(int first_mcu, int mcus);
+  void ReconstructBlocks(int row, int first_mcu, int mcus);
 
   alignas(64) int16_t blocks_[kChunkBlocks * 64];
   StageTimes* times_;
@@ -63,7 +63,6 @@ class ScanDecoder {
   int blocks_in_mcu_ = 0;
   std::vector<Part> parts_;
   ScanSource source_;
-  int row_ = 0;
 };
 
 }  // namespace zepcodec::jpeg
