@@ -86,7 +86,7 @@ class BlockList {
 // first too.
 struct Stretch {
   int32_t begin;
-  int32_t end;          // where the next stretch begins, or the marker after the interval
+  int32_t end;           // where the next stretch begins, or the marker after the interval
   bool starts_interval;  // else no block need begin at `begin`
   bool ends_interval;
   int64_t first_block;  // of the interval
@@ -95,10 +95,10 @@ struct Stretch {
 
 // Blocks one after the other, in memory and in the picture.
 struct BlockRun {
-  int64_t first;           // index among the blocks of the scan
+  int64_t first;  // index among the blocks of the scan
   int64_t count;
   const int16_t* blocks;
-  DcValues dc_offset;      // to be added to the blocks of each component, modulo 2^16
+  DcValues dc_offset;  // to be added to the blocks of each component, modulo 2^16
 };
 
 class CodedPart {

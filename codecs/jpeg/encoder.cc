@@ -167,7 +167,8 @@ Status BandCoder::Encode() {
   const Status status = RunParallel(
       work_.pool, bands_.size(),
       [&] {
-        auto strip = std::make_unique<StripMaker>(work_.image, work_.options.sampling, work_.geometry);
+        auto strip =
+            std::make_unique<StripMaker>(work_.image, work_.options.sampling, work_.geometry);
         if (!strip->Init()) throw std::bad_alloc();
         return [this, strip = std::move(strip)](size_t band) {
           Status done = EncodeBand(band, strip.get());

@@ -18,7 +18,8 @@ constexpr int kRowsInABand = 12;
 
 int64_t BlocksInMcu(const ScanLayout& layout) {
   int64_t blocks = 0;
-  for (const ScanPart& part : layout.parts) blocks += int64_t{part.blocks_across} * part.blocks_down;
+  for (const ScanPart& part : layout.parts)
+    blocks += int64_t{part.blocks_across} * part.blocks_down;
   return blocks;
 }
 
@@ -97,9 +98,8 @@ void MakeRow(const ScanLayout& layout, int row, BlockSource* source, std::vector
 
 }  // namespace
 
-ScanPipeline::ScanPipeline(const uint8_t* data, size_t size, size_t begin,
-                           const ScanLayout& layout, const Geometry& geometry, ColorModel model,
-                           Picture* picture)
+ScanPipeline::ScanPipeline(const uint8_t* data, size_t size, size_t begin, const ScanLayout& layout,
+                           const Geometry& geometry, ColorModel model, Picture* picture)
     : geometry_(geometry),
       model_(model),
       picture_(picture),
@@ -144,7 +144,8 @@ void ScanPipeline::PlanParts(const Intervals& intervals, size_t begin, int64_t i
 }
 
 void ScanPipeline::PlanStretches(const Stretch& interval) {
-  const int64_t count = (interval.end_block - interval.first_block) / kBlocksInAPart;
+  const int64_t count =
+      std::max<int64_t>((interval.end_block - interval.first_block) / kBlocksInAPart, 1);
   const int64_t bytes = interval.end - interval.begin;
   Stretch stretch = interval;
   for (int64_t i = 1; i <= count; ++i) {

@@ -74,17 +74,17 @@ class ScanPipeline {
   // All below is guarded by the mutex.
   std::vector<BlockList> storage_;  // of parts that were freed
   std::vector<bool> is_decoded_;
-  size_t next_part_ = 0;    // to be decoded
-  size_t joined_ = 0;       // parts
-  size_t freed_ = 0;        // parts
+  size_t next_part_ = 0;  // to be decoded
+  size_t joined_ = 0;     // parts
+  size_t freed_ = 0;      // parts
   bool is_joining_ = false;
   BlockCursor cursor_;      // of the true decoder
   int64_t next_block_ = 0;  // after the joined parts
   int next_band_ = 0;       // to be made
   std::vector<bool> is_made_;
-  int made_ = 0;            // bands
-  int active_ = 0;          // threads at work
-  size_t most_parts_ = 0;   // in memory, if that is enough for a band
+  int made_ = 0;           // bands
+  int active_ = 0;         // threads at work
+  size_t most_parts_ = 0;  // in memory, if that is enough for a band
   bool is_sound_ = true;
   bool is_over_ = false;
   Status status_;

@@ -83,8 +83,9 @@ bool ScanWavefront::IsFree(size_t index, int row) const {
 
 void ScanWavefront::Decode(size_t index) {
   PlannedScan& scan = *scans_[index];
-  const ScanTask task = {data_,       size_,       scan.begin,            scan.scan,
-                         scan.walk,   scan.tables, scan.restart_interval, scan.shows_lost};
+  const ScanTask task = {
+      data_,          size_, scan.begin, scan.scan, scan.walk, scan.tables, scan.restart_interval,
+      scan.shows_lost};
   Messages faults;
   Gate gate(this, index);
   const ScanOutcome outcome = DecodeScan(task, coefficients_, &faults, &gate);
