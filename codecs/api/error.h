@@ -9,6 +9,7 @@
 
 #include "codecs/include/zepcodec.h"
 #include "codecs/support/status.h"
+#include "codecs/support/thread_pool.h"
 
 namespace zepcodec::api {
 
@@ -20,9 +21,10 @@ inline zepcStatus BadArgument(const char* text) { return Fail(zepcStatusBadArgum
 // A codec's outcome; `error` is what a plain error means here.
 zepcStatus StatusOf(const Status& status, zepcStatus error);
 
-// Calls work(), which returns a zepcStatus.
+// Calls work(), which returns a zepcStatus. It takes no more threads than the caller allows.
 template <class Work>
 zepcStatus Guarded(const Work& work) {
+  const StagesOnOneThread stages;
   try {
     return work();
   } catch (const std::bad_alloc&) {

@@ -42,6 +42,7 @@ jpeg::DecodeOptions OptionsOf(const DecodeRequest& request) {
   options.scale = 1 << std::min(request.options.reduce, 3);
   options.scans = request.options.layers;
   options.max_pixels = request.options.max_pixels;
+  options.threads = request.options.threads;
   options.progress = request.progress;
   return options;
 }
@@ -89,6 +90,7 @@ Status EncodeJpeg(const Picture& picture, const EncodeRequest& request, ByteBuff
     return Status::Unsupported("a JPEG file holds no transparent pixels");
   }
   options.metadata = jpeg::ToSegments(picture.metadata());
+  options.threads = request.options.threads;
   options.progress = request.progress;
   if (Status status = CheckSides(picture); !status.ok()) return status;
   const bool is_deep = picture.bits() == 12 && picture.type() == SampleType::kU16;

@@ -5,21 +5,20 @@
 
 namespace zepcodec::jpeg {
 
-void CoefficientRows::DecodeRow() {
+void CoefficientRows::DecodeRow(int row) const {
   StageClock clock(times_);
   for (size_t i = 0; i < planes_.size(); ++i) {
     const ComponentGeometry& place = geometry_.components[i];
     const InverseTransform inverse = TransformFor(place.block_size);
     const CoefficientPlane& blocks = coefficients_.planes[i];
     const uint16_t* steps = coefficients_.steps[i].data();
-    for (int y = row_ * place.v; y < (row_ + 1) * place.v; ++y) {
+    for (int y = row * place.v; y < (row + 1) * place.v; ++y) {
       uint8_t* samples = planes_[i].Row(y * place.block_size);
       for (int x = 0; x < blocks.across(); ++x) {
         inverse(blocks.Block(x, y), samples + x * place.block_size, planes_[i].step(), steps);
       }
     }
   }
-  ++row_;
   clock.Lap(&StageTimes::dct);
 }
 

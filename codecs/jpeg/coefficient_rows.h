@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// From coefficients to planes of samples, one row of MCUs after the other.
+// From coefficients to planes of samples, a row of MCUs at a time.
 #ifndef ZEPJP_CODECS_JPEG_COEFFICIENT_ROWS_H_
 #define ZEPJP_CODECS_JPEG_COEFFICIENT_ROWS_H_
 
@@ -18,15 +18,14 @@ class CoefficientRows {
                   std::vector<Plane>* planes, StageTimes* times)
       : coefficients_(coefficients), geometry_(geometry), planes_(*planes), times_(times) {}
 
-  // Makes the samples of the next row of MCUs.
-  void DecodeRow();
+  // Makes the samples of a row of MCUs.
+  void DecodeRow(int row) const;
 
  private:
   const Coefficients& coefficients_;
   const Geometry& geometry_;
   std::vector<Plane>& planes_;
   StageTimes* times_;
-  int row_ = 0;
 };
 
 }  // namespace zepcodec::jpeg

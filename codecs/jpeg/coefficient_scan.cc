@@ -10,6 +10,13 @@
 namespace zepcodec::jpeg {
 namespace {
 
+bool Enters(RowGate* gate, int row) { return gate == nullptr || gate->Enter(row); }
+
+// After this many MCUs.
+void Leave(RowGate* gate, const ScanWalk& walk, int64_t mcus) {
+  if (gate != nullptr) gate->Leave(static_cast<int>(mcus / walk.mcus_per_row));
+}
+
 struct Part {
   CoefficientPlane* plane;
   int across;  // blocks in an MCU
@@ -22,22 +29,19 @@ struct Part {
 // Sequential scans and those of DC.
 class BlockScan {
  public:
-  BlockScan(const Scan& scan, const Tables& tables, const ScanWalk& walk, ScanSource* source,
-            Coefficients* coefficients)
-      : scan_(scan),
-        walk_(walk),
+  BlockScan(const ScanTask& task, ScanSource* source, RowGate* gate, Coefficients* coefficients)
+      : scan_(task.scan),
+        walk_(task.walk),
         source_(*source),
+        gate_(gate),
         coefficients_(*coefficients),
-        shows_lost_(scan.high == 0) {
-    for (size_t i = 0; i < walk.parts.size(); ++i) {
-      const ScanComponent& component = scan.components[i];
+        shows_lost_(task.shows_lost) {
+    for (size_t i = 0; i < walk_.parts.size(); ++i) {
+      const ScanComponent& component = scan_.components[i];
       const auto index = static_cast<size_t>(component.index);
-      parts_.push_back({&coefficients->planes[index], walk.parts[i].across, walk.parts[i].down,
-                        &tables.dc[component.dc_table], &tables.ac[component.ac_table], 0});
-      shows_lost_ = shows_lost_ && !coefficients->has_dc[index];
-    }
-    for (const ScanComponent& component : scan.components) {
-      if (scan.high == 0) coefficients->has_dc[static_cast<size_t>(component.index)] = true;
+      parts_.push_back({&coefficients->planes[index], walk_.parts[i].across, walk_.parts[i].down,
+                        &task.tables.dc[component.dc_table], &task.tables.ac[component.ac_table],
+                        0});
     }
   }
 
@@ -76,12 +80,14 @@ class BlockScan {
       if (!source_.lost() || shows_lost_) {
         const auto column = static_cast<int>(first % walk_.mcus_per_row);
         const auto row = static_cast<int>(first / walk_.mcus_per_row);
+        if (!Enters(gate_, row)) return;
         count = std::min<int64_t>(count, walk_.mcus_per_row - column);
         for (int i = 0; i < count && (!source_.lost() || shows_lost_); ++i) {
           DecodeMcu(decode, column + i, row, i);
         }
       }
       source_.End(count);
+      Leave(gate_, walk_, first + count);
     }
   }
 
@@ -110,6 +116,7 @@ class BlockScan {
   const Scan& scan_;
   const ScanWalk& walk_;
   ScanSource& source_;
+  RowGate* gate_;
   Coefficients& coefficients_;
   std::vector<Part> parts_;
   // In a first DC scan, lost blocks get the last DC value.
@@ -119,16 +126,15 @@ class BlockScan {
 // A band of AC coefficients of one component.
 class BandScan {
  public:
-  BandScan(const Scan& scan, const Tables& tables, const ScanWalk& walk, ScanSource* source,
-           Coefficients* coefficients)
-      : scan_(scan),
-        table_(&tables.ac[scan.components[0].ac_table]),
-        walk_(walk),
+  BandScan(const ScanTask& task, ScanSource* source, RowGate* gate, Coefficients* coefficients)
+      : scan_(task.scan),
+        table_(&task.tables.ac[task.scan.components[0].ac_table]),
+        walk_(task.walk),
         source_(*source),
-        coefficients_(*coefficients),
-        plane_(coefficients->planes[static_cast<size_t>(scan.components[0].index)]),
-        decode_(scan.high == 0 ? zepiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1
-                               : zepiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1) {}
+        gate_(gate),
+        plane_(coefficients->planes[static_cast<size_t>(task.scan.components[0].index)]),
+        decode_(task.scan.high == 0 ? zepiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1
+                                    : zepiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1) {}
 
   void Decode() {
     const int64_t all = walk_.McuCount();
@@ -141,13 +147,16 @@ class BandScan {
         } else {
           const auto x = static_cast<int>(first % walk_.mcus_per_row);
           const auto y = static_cast<int>(first / walk_.mcus_per_row);
+          if (!Enters(gate_, y)) return;
           count = std::min<int64_t>(count, walk_.mcus_per_row - x);
           DecodeBlocks(x, y, static_cast<int>(count));
         }
       }
       source_.End(count);
+      Leave(gate_, walk_, first + count);
     }
   }
+  int64_t idle_visits() const { return idle_visits_; }
 
  private:
   // Blocks left in an end-of-band run.
@@ -170,7 +179,7 @@ class BandScan {
         if (i == count) return;
       }
       if (EndedBands() > 0) {
-        ++coefficients_.idle_visits;
+        ++idle_visits_;
       } else {
         touched[i] = 1;
       }
@@ -195,23 +204,38 @@ class BandScan {
   const zepiDecodeHuffmanSpec* table_;
   const ScanWalk& walk_;
   ScanSource& source_;
-  Coefficients& coefficients_;
+  RowGate* gate_;
   CoefficientPlane& plane_;
   decltype(&zepiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1) decode_;
+  int64_t idle_visits_ = 0;
 };
 
 }  // namespace
 
-size_t DecodeScan(const uint8_t* data, size_t size, size_t begin, const Scan& scan,
-                  const ScanWalk& walk, const Tables& tables, int restart_interval,
-                  Coefficients* coefficients, Messages* messages) {
-  ScanSource source(data, size, begin, walk.McuCount(), restart_interval, messages);
-  if (scan.first > 0) {
-    BandScan(scan, tables, walk, &source, coefficients).Decode();
-  } else {
-    BlockScan(scan, tables, walk, &source, coefficients).Decode();
+bool TakeFirstDc(const Scan& scan, Coefficients* coefficients) {
+  if (scan.first > 0 || scan.high > 0) return false;
+  bool is_first = true;
+  for (const ScanComponent& component : scan.components) {
+    const auto index = static_cast<size_t>(component.index);
+    is_first = is_first && !coefficients->has_dc[index];
+    coefficients->has_dc[index] = true;
   }
-  return source.reader().end();
+  return is_first;
+}
+
+ScanOutcome DecodeScan(const ScanTask& task, Coefficients* coefficients, Messages* messages,
+                       RowGate* gate) {
+  ScanSource source(task.data, task.size, task.begin, task.walk.McuCount(), task.restart_interval,
+                    messages);
+  int64_t idle_visits = 0;
+  if (task.scan.first > 0) {
+    BandScan scan(task, &source, gate, coefficients);
+    scan.Decode();
+    idle_visits = scan.idle_visits();
+  } else {
+    BlockScan(task, &source, gate, coefficients).Decode();
+  }
+  return {source.reader().end(), idle_visits};
 }
 
 }  // namespace zepcodec::jpeg

@@ -4,9 +4,11 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string>
 #include <utility>
 
+#include "codecs/jpeg/band_writer.h"
 #include "codecs/jpeg/coefficient_rows.h"
 #include "codecs/jpeg/coefficient_scan.h"
 #include "codecs/jpeg/deep_planes.h"
@@ -14,6 +16,10 @@
 #include "codecs/jpeg/markers/marker_reader.h"
 #include "codecs/jpeg/plane.h"
 #include "codecs/jpeg/scan_decoder.h"
+#include "codecs/jpeg/scan_pipeline.h"
+#include "codecs/jpeg/scan_wavefront.h"
+#include "codecs/support/parallel.h"
+#include "codecs/support/thread_pool.h"
 
 namespace zepcodec::jpeg {
 namespace {
@@ -41,6 +47,21 @@ int64_t BlockCount(const Geometry& geometry) {
   return blocks;
 }
 
+// Those that the scan at hand uses.
+bool HasTables(const MarkerReader& reader, const ScanComponent& part) {
+  const Tables& tables = reader.tables();
+  const Scan& scan = reader.scan();
+  const int quant = reader.frame().components[static_cast<size_t>(part.index)].quant_table;
+  const bool uses_dc = scan.first == 0 && scan.high == 0;
+  const bool uses_ac = scan.last > 0;
+  return tables.has_quant[quant] && (!uses_dc || tables.has_dc[part.dc_table]) &&
+         (!uses_ac || tables.has_ac[part.ac_table]);
+}
+
+int64_t MostIdleVisits(const Geometry& geometry) {
+  return std::max(kMostIdleVisits * BlockCount(geometry), kAlwaysAcceptedVisits);
+}
+
 Status MissingTables() {
   return Status::Error("a scan without its quantization or Huffman tables");
 }
@@ -60,7 +81,8 @@ class FileDecoder {
         size_(size),
         options_(options),
         info_(info),
-        reader_(data, size, &info->messages) {}
+        reader_(data, size, &info->messages),
+        pool_(options.threads) {}
 
   // Reads up to the first scan.
   Status ReadHeaders();
@@ -81,12 +103,15 @@ class FileDecoder {
   template <class OnScan>
   Status DecodeAllScans(Coefficients* coefficients, const OnScan& on_scan);
   Status DecodeScanToCoefficients(Coefficients* coefficients);
-  bool HasTables(const ScanComponent& part) const;
+  Status DecodeScansTogether(Coefficients* coefficients, bool* is_done);
+  bool PlanScans(const Geometry& geometry, ScanWavefront* scans) const;
+  void TakeSteps(Coefficients* coefficients);
   Status Show(const Coefficients& coefficients, Picture* image);
-  [[nodiscard]] bool AllocateWindows();
   [[nodiscard]] bool AllocatePlanes();
+  Status DecodeOnThreads(const ScanLayout& layout, Picture* image, bool* is_done);
+  Status DecodeOnOneThread(ScanLayout* layout, Picture* image);
   template <class Rows>
-  Status WriteRows(Rows* rows, Picture* image);
+  Status WriteRows(Rows& rows, int first, int end, BandWriter* writer);
   Status DecodeScanToPlanes();
   bool NextScan();
   void ReportMissing();
@@ -100,6 +125,7 @@ class FileDecoder {
   std::unique_ptr<Geometry> geometry_;
   std::vector<Plane> planes_;
   std::vector<bool> decoded_;  // components that had their scan
+  ThreadPool pool_;
 };
 
 Status FileDecoder::ReadHeaders() {
@@ -147,17 +173,6 @@ bool FileDecoder::ScanHasAllComponents() const {
   return reader_.scan().components.size() == reader_.frame().components.size();
 }
 
-// Whether all tables that the current scan uses were read.
-bool FileDecoder::HasTables(const ScanComponent& part) const {
-  const Tables& tables = reader_.tables();
-  const Scan& scan = reader_.scan();
-  const int quant = reader_.frame().components[static_cast<size_t>(part.index)].quant_table;
-  const bool uses_dc = scan.first == 0 && scan.high == 0;
-  const bool uses_ac = scan.last > 0;
-  return tables.has_quant[quant] && (!uses_dc || tables.has_dc[part.dc_table]) &&
-         (!uses_ac || tables.has_ac[part.ac_table]);
-}
-
 Status FileDecoder::MakeLayout(ScanLayout* layout) {
   const Tables& tables = reader_.tables();
   const Scan& scan = reader_.scan();
@@ -168,8 +183,9 @@ Status FileDecoder::MakeLayout(ScanLayout* layout) {
   for (size_t i = 0; i < walk.parts.size(); ++i) {
     const ScanComponent& part = scan.components[i];
     const size_t index = static_cast<size_t>(part.index);
-    if (!HasTables(part)) return MissingTables();
-    ScanPart out{&planes_[index],
+    if (!HasTables(reader_, part)) return MissingTables();
+    ScanPart out{index,
+                 &planes_[index],
                  geometry_->components[index].block_size,
                  walk.parts[i].across,
                  walk.parts[i].down,
@@ -186,6 +202,9 @@ Status FileDecoder::MakeLayout(ScanLayout* layout) {
 Status FileDecoder::DecodePicture(Picture* image) {
   geometry_ = std::make_unique<Geometry>(reader_.frame(), options_.scale);
   planes_ = std::vector<Plane>(geometry_->components.size());
+  if (!image->Resize(geometry_->width, geometry_->height, LayoutOf(info_->model))) {
+    return Status::NoMemory();
+  }
   if (reader_.frame().is_progressive) return DecodeProgressive(image);
   if (ScanHasAllComponents()) return DecodeRowByRow(image);
   PictureWriter writer(info_->model, image);
@@ -204,13 +223,6 @@ Status FileDecoder::DecodePicture(Picture* image) {
   return Status();
 }
 
-bool FileDecoder::AllocateWindows() {
-  for (size_t i = 0; i < planes_.size(); ++i) {
-    if (!planes_[i].AllocateWindow(*geometry_, geometry_->components[i])) return false;
-  }
-  return true;
-}
-
 bool FileDecoder::AllocatePlanes() {
   for (size_t i = 0; i < planes_.size(); ++i) {
     if (!planes_[i].AllocateAll(*geometry_, geometry_->components[i])) return false;
@@ -222,34 +234,49 @@ bool FileDecoder::AllocatePlanes() {
 Status FileDecoder::DecodeRowByRow(Picture* image) {
   ScanLayout layout;
   if (Status status = MakeLayout(&layout); !status.ok()) return reader_.AtMarker(status);
-  ScanDecoder scan(data_, size_, reader_.position(), layout, &info_->messages, options_.times);
-  if (Status status = WriteRows(&scan, image); !status.ok()) return status;
-  reader_.Seek(scan.end());
+  bool is_done = false;
+  Status status = DecodeOnThreads(layout, image, &is_done);
+  if (status.ok() && !is_done) status = DecodeOnOneThread(&layout, image);
+  if (!status.ok()) return status;
   decoded_.assign(planes_.size(), true);
   NextScan();
   FillInfo();
   return Status();
 }
 
-// The last row of samples of each row of MCUs is written with the next one: up-sampling needs the
-// row below.
-template <class Rows>
-Status FileDecoder::WriteRows(Rows* rows, Picture* image) {
-  PictureWriter writer(info_->model, image);
-  if (!writer.Init(*geometry_, planes_) || !AllocateWindows()) return Status::NoMemory();
-  int done = 0;
-  for (int row = 0; row < geometry_->mcu_rows; ++row) {
-    if (Stops(options_.progress, row, geometry_->mcu_rows)) return Status::Cancelled();
-    rows->DecodeRow();
-    StageClock clock(options_.times);
-    const int bottom = (row + 1) * geometry_->McuHeight();
-    const int last = row + 1 == geometry_->mcu_rows ? geometry_->height : bottom - 1;
-    writer.Write(done, last);
-    done = last;
-    for (Plane& plane : planes_) plane.Slide();
-    clock.Lap(&StageTimes::color);
-  }
+// `is_done`: the picture is there. Otherwise the data is damaged, or too little to be shared out.
+Status FileDecoder::DecodeOnThreads(const ScanLayout& layout, Picture* image, bool* is_done) {
+  if (pool_.size() < 2) return Status();
+  ScanPipeline scan(data_, size_, reader_.position(), layout, *geometry_, info_->model, image);
+  if (!scan.IsWorthwhile()) return Status();
+  if (Status status = scan.Run(&pool_, options_.progress, is_done); !status.ok()) return status;
+  if (*is_done) reader_.Seek(scan.end());
   return Status();
+}
+
+Status FileDecoder::DecodeOnOneThread(ScanLayout* layout, Picture* image) {
+  BandWriter writer(*geometry_, info_->model, image);
+  if (!writer.Init()) return Status::NoMemory();
+  for (ScanPart& part : layout->parts) part.plane = &(*writer.planes())[part.component];
+  ScanDecoder scan(data_, size_, reader_.position(), *layout, &info_->messages, options_.times);
+  if (Status status = WriteRows(scan, 0, geometry_->mcu_rows, &writer); !status.ok()) return status;
+  reader_.Seek(scan.end());
+  return Status();
+}
+
+// The rows of MCUs first..end-1.
+template <class Rows>
+Status FileDecoder::WriteRows(Rows& rows, int first, int end, BandWriter* writer) {
+  StageClock clock(options_.times);
+  const bool is_done = writer->Write(first, end, [&](int row) {
+    clock.Lap(&StageTimes::color);
+    if (Stops(options_.progress, row, geometry_->mcu_rows)) return false;
+    rows.DecodeRow(row);
+    clock.Skip();
+    return true;
+  });
+  clock.Lap(&StageTimes::color);
+  return is_done ? Status() : Status::Cancelled();
 }
 
 Status FileDecoder::DecodeProgressive(Picture* image) {
@@ -265,17 +292,40 @@ Status FileDecoder::DecodeProgressive(Picture* image) {
 }
 
 Status FileDecoder::Show(const Coefficients& coefficients, Picture* image) {
-  CoefficientRows rows(coefficients, *geometry_, &planes_, options_.times);
-  return WriteRows(&rows, image);
+  const auto write = [&](BandWriter* writer, int first, int end) {
+    const CoefficientRows rows(coefficients, *geometry_, writer->planes(), options_.times);
+    return WriteRows(rows, first, end, writer);
+  };
+  if (pool_.size() == 1) {
+    BandWriter writer(*geometry_, info_->model, image);
+    return writer.Init() ? write(&writer, 0, geometry_->mcu_rows) : Status::NoMemory();
+  }
+  constexpr int kRowsInABand = 12;
+  const int bands = DivideUp(geometry_->mcu_rows, kRowsInABand);
+  return RunParallel(
+      &pool_, static_cast<size_t>(bands),
+      [&] {
+        auto writer = std::make_unique<BandWriter>(*geometry_, info_->model, image);
+        if (!writer->Init()) throw std::bad_alloc();
+        return [&write, this, writer = std::move(writer)](size_t band) {
+          const int first = static_cast<int>(band) * kRowsInABand;
+          // Cancelled or done, as the progress knows.
+          (void)write(writer.get(), first, std::min(first + kRowsInABand, geometry_->mcu_rows));
+        };
+      },
+      options_.progress);
 }
 
 template <class OnScan>
 Status FileDecoder::DecodeAllScans(Coefficients* coefficients, const OnScan& on_scan) {
   if (!coefficients->Allocate(reader_.frame())) return Status::NoMemory();
   decoded_.assign(reader_.frame().components.size(), false);
+  bool is_done = false;
+  Status status = DecodeScansTogether(coefficients, &is_done);
+  if (!status.ok() || is_done) return status;
   int number = 0;
   do {
-    const Status status = DecodeScanToCoefficients(coefficients);
+    status = DecodeScanToCoefficients(coefficients);
     if (EndsAll(status)) return status;
     if (!status.ok() && number == 0) return reader_.AtMarker(status);
     if (!status.ok()) {
@@ -291,25 +341,96 @@ Status FileDecoder::DecodeAllScans(Coefficients* coefficients, const OnScan& on_
   return Status();
 }
 
-Status FileDecoder::DecodeScanToCoefficients(Coefficients* coefficients) {
-  StageClock clock(options_.times);
-  const Scan& scan = reader_.scan();
-  const Geometry geometry(reader_.frame(), 1);
-  const ScanWalk walk(geometry, scan);
-  const int64_t most = std::max(kMostIdleVisits * BlockCount(geometry), kAlwaysAcceptedVisits);
-  if (coefficients->idle_visits > most) {
-    return Status::Error("more scans than a picture of this size can need; the rest is left out");
-  }
-  for (const ScanComponent& part : scan.components) {
+// The steps of the components that have their first scan.
+void FileDecoder::TakeSteps(Coefficients* coefficients) {
+  for (const ScanComponent& part : reader_.scan().components) {
     const auto index = static_cast<size_t>(part.index);
-    if (!HasTables(part)) return MissingTables();
     if (decoded_[index]) continue;
     const int quant = reader_.frame().components[index].quant_table;
     std::copy_n(reader_.tables().quant[quant], 64, coefficients->steps[index].begin());
     decoded_[index] = true;
   }
-  reader_.Seek(DecodeScan(data_, size_, reader_.position(), scan, walk, reader_.tables(),
-                          reader_.restart_interval(), coefficients, &info_->messages));
+}
+
+// `is_done`: all scans are decoded. Otherwise there is a fault, or too little to be shared out.
+Status FileDecoder::DecodeScansTogether(Coefficients* coefficients, bool* is_done) {
+  if (pool_.size() < 2 || options_.on_scan) return Status();
+  const Geometry geometry(reader_.frame(), 1);
+  ScanWavefront scans(data_, size_, geometry, coefficients);
+  if (!PlanScans(geometry, &scans)) {
+    coefficients->has_dc.assign(coefficients->has_dc.size(), false);
+    return Status();
+  }
+  if (Status status = scans.Run(&pool_, options_.progress, is_done); !status.ok()) return status;
+  *is_done = *is_done && coefficients->idle_visits <= MostIdleVisits(geometry);
+  if (!*is_done) {
+    return coefficients->Allocate(reader_.frame()) ? Status() : Status::NoMemory();
+  }
+  // What the file says between the scans.
+  for (size_t i = 0; i < scans.scan_count(); ++i) {
+    TakeSteps(coefficients);
+    reader_.Seek(scans.end(i));
+    if (i + 1 < scans.scan_count()) NextScan();
+  }
+  if (options_.scans == 0) NextScan();
+  ReportMissing();
+  FillInfo();
+  return Status();
+}
+
+// False: there is a single scan, or not all is well, or there are more scans than files usually have.
+bool FileDecoder::PlanScans(const Geometry& geometry, ScanWavefront* scans) const {
+  constexpr size_t kMostScans = 64;
+  Messages faults;
+  MarkerReader reader(data_, size_, &faults);
+  for (;;) {
+    Event event = Event::kFrame;
+    while (event == Event::kFrame) {
+      if (!reader.Next(&event).ok()) return false;
+    }
+    if (event == Event::kEnd) break;
+    const Scan& scan = reader.scan();
+    for (const ScanComponent& part : scan.components) {
+      if (!HasTables(reader, part)) return false;
+    }
+    const ScanWalk walk(geometry, scan);
+    const int64_t mcus = walk.McuCount();
+    const int64_t interval = reader.restart_interval() > 0 ? reader.restart_interval() : mcus;
+    const auto count = static_cast<size_t>((mcus + interval - 1) / interval);
+    const Intervals intervals = FindIntervals(data_, size_, reader.position(), count, &faults);
+    if (faults.count() > 0 || intervals.found.size() != count) return false;
+    scans->Add(scan, reader.tables(), reader.position(), intervals.end, reader.restart_interval());
+    const auto planned = static_cast<int>(scans->scan_count());
+    if (planned == options_.scans) break;
+    if (scans->scan_count() == kMostScans) return false;
+    reader.Seek(intervals.end);
+  }
+  return scans->scan_count() > 1;
+}
+
+Status FileDecoder::DecodeScanToCoefficients(Coefficients* coefficients) {
+  StageClock clock(options_.times);
+  const Scan& scan = reader_.scan();
+  const Geometry geometry(reader_.frame(), 1);
+  const ScanWalk walk(geometry, scan);
+  if (coefficients->idle_visits > MostIdleVisits(geometry)) {
+    return Status::Error("more scans than a picture of this size can need; the rest is left out");
+  }
+  for (const ScanComponent& part : scan.components) {
+    if (!HasTables(reader_, part)) return MissingTables();
+  }
+  TakeSteps(coefficients);
+  const ScanTask task = {data_,
+                         size_,
+                         reader_.position(),
+                         scan,
+                         walk,
+                         reader_.tables(),
+                         reader_.restart_interval(),
+                         TakeFirstDc(scan, coefficients)};
+  const ScanOutcome outcome = DecodeScan(task, coefficients, &info_->messages);
+  coefficients->idle_visits += outcome.idle_visits;
+  reader_.Seek(outcome.end);
   clock.Lap(&StageTimes::huffman);
   return Status();
 }
@@ -322,7 +443,7 @@ Status FileDecoder::DecodePlanes() {
     Coefficients coefficients;
     if (Status status = DecodeCoefficients(&coefficients); !status.ok()) return status;
     CoefficientRows rows(coefficients, *geometry_, &planes_, options_.times);
-    for (int row = 0; row < geometry_->mcu_rows; ++row) rows.DecodeRow();
+    for (int row = 0; row < geometry_->mcu_rows; ++row) rows.DecodeRow(row);
     return Status();
   }
   decoded_.assign(planes_.size(), false);
@@ -347,7 +468,7 @@ Status FileDecoder::DecodeScanToPlanes() {
   ScanDecoder scan(data_, size_, reader_.position(), layout, &info_->messages, options_.times);
   for (int row = 0; row < layout.mcu_rows; ++row) {
     if (Stops(options_.progress, row, layout.mcu_rows)) return Status::Cancelled();
-    scan.DecodeRow();
+    scan.DecodeRow(row);
   }
   for (const ScanComponent& part : reader_.scan().components) {
     decoded_[static_cast<size_t>(part.index)] = true;

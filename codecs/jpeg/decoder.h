@@ -33,7 +33,9 @@ struct DecodeOptions {
   int scans = 0;
   // Files that claim more pixels are refused.
   int64_t max_pixels = int64_t{1} << 28;
-  // If not null, the time of the stages is added here.
+  // 0: one for each processor. The result is always the same.
+  int threads = 1;
+  // If not null, the time of the stages is added here, as far as a single thread decodes.
   StageTimes* times = nullptr;
   // Of progressive files: called after each scan, 1, 2, ..., with the picture so far. An error ends
   // decoding.

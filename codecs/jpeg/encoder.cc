@@ -3,9 +3,14 @@
 
 #include <algorithm>
 #include <array>
+#include <memory>
+#include <mutex>
+#include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "codecs/jpeg/band_joiner.h"
 #include "codecs/jpeg/block_maker.h"
 #include "codecs/jpeg/coefficient_writer.h"
 #include "codecs/jpeg/deep_planes.h"
@@ -15,6 +20,7 @@
 #include "codecs/jpeg/markers/standard_tables.h"
 #include "codecs/jpeg/scan_encoder.h"
 #include "codecs/jpeg/strip_maker.h"
+#include "codecs/support/parallel.h"
 #include "zepjp.h"
 
 namespace zepcodec::jpeg {
@@ -117,34 +123,130 @@ bool WriteStandardScanHeader(const Frame& frame, ByteBuffer* file) {
   return writer.ok();
 }
 
-// Makes something of the picture, one row of MCUs at a time.
+// The picture and how to encode it.
 struct Work {
+  const Picture& image;
   const Frame& frame;
   const Geometry& geometry;
   const EncodeOptions& options;
   std::vector<const CoderTables*> tables;  // of each component
-  StripMaker* strip;
+  ThreadPool* pool;
 };
 
-// Blocks are coded as they come.
-Status EncodeAtOnce(const Work& work, ByteBuffer* file) {
-  if (!WriteStandardScanHeader(work.frame, file)) return Status::NoMemory();
-  ScanEncoder scan(work.geometry, work.tables, work.options, file);
+// Bands take the same rows however many threads there are, but a single thread needs none.
+constexpr int kRowsInABand = 12;
+
+// Blocks are coded as they come, in bands that are joined in their order.
+class BandCoder {
+ public:
+  BandCoder(const Work& work, ByteBuffer* file)
+      : work_(work),
+        bands_(static_cast<size_t>(DivideUp(work.geometry.mcu_rows, kRowsInABand))),
+        is_coded_(bands_.size()),
+        joiner_(file) {}
+
+  Status Encode();
+
+ private:
+  Status EncodeBand(size_t index, StripMaker* strip);
+  Status JoinCoded(size_t index);
+  void Fail(const Status& status);
+
+  const Work& work_;
+  std::vector<CodedBand> bands_;
+  std::mutex mutex_;
+  // All below is guarded by the mutex.
+  std::vector<bool> is_coded_;
+  size_t next_ = 0;  // to be joined
+  bool is_joining_ = false;
+  BandJoiner joiner_;
+  Status status_;
+};
+
+Status BandCoder::Encode() {
+  const Status status = RunParallel(
+      work_.pool, bands_.size(),
+      [&] {
+        auto strip =
+            std::make_unique<StripMaker>(work_.image, work_.options.sampling, work_.geometry);
+        if (!strip->Init()) throw std::bad_alloc();
+        return [this, strip = std::move(strip)](size_t band) {
+          Status done = EncodeBand(band, strip.get());
+          if (done.ok()) done = JoinCoded(band);
+          if (!done.ok()) Fail(done);
+        };
+      },
+      work_.options.progress);
+  if (!status.ok() || !status_.ok()) return status.ok() ? status_ : status;
+  return joiner_.Finish() ? Status() : Status::NoMemory();
+}
+
+void BandCoder::Fail(const Status& status) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  if (status_.ok()) status_ = status;
+}
+
+Status BandCoder::EncodeBand(size_t index, StripMaker* strip) {
+  CodedBand& band = bands_[index];
+  const int first = static_cast<int>(index) * kRowsInABand;
+  const int end = std::min(first + kRowsInABand, work_.geometry.mcu_rows);
+  ScanEncoder scan(work_.geometry, work_.tables, work_.options, first, &band.bytes);
+  if (first > 0) {
+    strip->Make(first - 1);
+    scan.SeeRowAbove(*strip);
+  }
+  for (int row = first; row < end; ++row) {
+    strip->Make(row);
+    if (Status status = scan.EncodeRow(*strip); !status.ok()) return status;
+  }
+  scan.Describe(&band);
+  return Status();
+}
+
+// Joins all bands that can be joined now, unless another thread is at it, which then joins these too.
+Status BandCoder::JoinCoded(size_t index) {
+  std::unique_lock<std::mutex> lock(mutex_);
+  is_coded_[index] = true;
+  if (is_joining_) return Status();
+  is_joining_ = true;
+  bool has_memory = true;
+  while (has_memory && next_ < bands_.size() && is_coded_[next_]) {
+    CodedBand& band = bands_[next_++];
+    lock.unlock();
+    has_memory = joiner_.Append(band);
+    band.bytes = ByteBuffer();
+    lock.lock();
+  }
+  is_joining_ = false;
+  return has_memory ? Status() : Status::NoMemory();
+}
+
+Status EncodeOnOneThread(const Work& work, ByteBuffer* file) {
+  StripMaker strip(work.image, work.options.sampling, work.geometry);
+  if (!strip.Init()) return Status::NoMemory();
+  ScanEncoder scan(work.geometry, work.tables, work.options, 0, file);
   for (int row = 0; row < work.geometry.mcu_rows; ++row) {
     if (Stops(work.options.progress, row, work.geometry.mcu_rows)) return Status::Cancelled();
     StageClock clock(work.options.times);
-    work.strip->Make(row);
+    strip.Make(row);
     clock.Lap(&StageTimes::color);
-    if (Status status = scan.EncodeRow(*work.strip); !status.ok()) return status;
+    if (Status status = scan.EncodeRow(strip); !status.ok()) return status;
   }
   return scan.Finish();
 }
 
-void MakeBlocks(const Work& work, const BlockMaker& maker, int row, Coefficients* coefficients) {
+Status EncodeAtOnce(const Work& work, ByteBuffer* file) {
+  if (!WriteStandardScanHeader(work.frame, file)) return Status::NoMemory();
+  const bool is_shared = work.pool->size() > 1 && work.geometry.mcu_rows > kRowsInABand;
+  return is_shared ? BandCoder(work, file).Encode() : EncodeOnOneThread(work, file);
+}
+
+void MakeBlocks(const Work& work, const BlockMaker& maker, const StripMaker& strip, int row,
+                Coefficients* coefficients) {
   for (size_t i = 0; i < coefficients->planes.size(); ++i) {
     const ComponentGeometry& place = work.geometry.components[i];
     CoefficientPlane& plane = coefficients->planes[i];
-    maker.Make(*work.strip, row, i, 0, work.geometry.mcus_per_row,
+    maker.Make(strip, row, i, 0, work.geometry.mcus_per_row,
                {plane.Block(0, row * place.v), 64 * place.h, 64 * plane.across()});
   }
 }
@@ -157,15 +259,21 @@ Status EncodeInScans(const Work& work, const Script& script, ByteBuffer* file) {
   for (const CoderTables* tables : work.tables) steps.push_back(tables->steps);
   const BlockMaker maker(work.geometry, steps, IsPrecise(work.options));
   StageClock clock(work.options.times);
-  for (int row = 0; row < work.geometry.mcu_rows; ++row) {
-    if (Stops(work.options.progress, row, work.geometry.mcu_rows)) return Status::Cancelled();
-    work.strip->Make(row);
-    clock.Lap(&StageTimes::color);
-    MakeBlocks(work, maker, row, &coefficients);
-    clock.Lap(&StageTimes::dct);
-  }
-  const Status status =
-      WriteScans(coefficients, script, work.options.optimizes, work.options.restart_interval, file);
+  Status status = RunParallel(
+      work.pool, static_cast<size_t>(work.geometry.mcu_rows),
+      [&] {
+        auto strip = std::make_unique<StripMaker>(work.image, work.options.sampling, work.geometry);
+        if (!strip->Init()) throw std::bad_alloc();
+        return [&, strip = std::move(strip)](size_t row) {
+          strip->Make(static_cast<int>(row));
+          MakeBlocks(work, maker, *strip, static_cast<int>(row), &coefficients);
+        };
+      },
+      work.options.progress);
+  if (!status.ok()) return status;
+  clock.Lap(&StageTimes::dct);
+  status = WriteScans(coefficients, script, work.options.optimizes, work.options.restart_interval,
+                      work.pool, file);
   clock.Lap(&StageTimes::huffman);
   return status;
 }
@@ -215,10 +323,9 @@ Status EncodeDeep(const Picture& picture, const EncodeOptions& options, ByteBuff
     return status;
   }
   TransformDeep(planes, tables, &coefficients);
-  if (Status status = WriteScans(coefficients, script, true, options.restart_interval, file);
-      !status.ok()) {
-    return status;
-  }
+  ThreadPool pool(options.threads);
+  Status status = WriteScans(coefficients, script, true, options.restart_interval, &pool, file);
+  if (!status.ok()) return status;
   SegmentWriter writer(file);
   writer.Marker(kEoi);
   return writer.ok() ? Status() : Status::NoMemory();
@@ -237,11 +344,9 @@ Status Encode(const Picture& image, const EncodeOptions& options, ByteBuffer* fi
   RawTables raw;
   CoderTables tables[2];
   MakeTables(options.quality, &raw, tables);
-  StripMaker strip(image, options.sampling, geometry);
-  if (!file->Resize(0) || !strip.Init() || !WriteHeaders(frame, options, raw, file)) {
-    return Status::NoMemory();
-  }
-  Work work = {frame, geometry, options, {}, &strip};
+  if (!file->Resize(0) || !WriteHeaders(frame, options, raw, file)) return Status::NoMemory();
+  ThreadPool pool(options.threads);
+  Work work = {image, frame, geometry, options, {}, &pool};
   for (const FrameComponent& component : frame.components) {
     work.tables.push_back(&tables[component.quant_table]);
   }

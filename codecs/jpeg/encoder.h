@@ -38,7 +38,9 @@ struct EncodeOptions {
   bool optimizes = false;    // the Huffman tables; progressive files always do
   // Resolution, and segments that are written as they are.
   SavedSegments metadata;
-  // If not null, the time of the stages is added here.
+  // 0: one for each processor. The file is always the same.
+  int threads = 1;
+  // If not null, the time of the stages is added here, as far as a single thread encodes.
   StageTimes* times = nullptr;
   // Reports progress and can cancel; null: neither.
   Progress* progress = nullptr;

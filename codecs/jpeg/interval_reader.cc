@@ -69,11 +69,10 @@ bool IntervalReader::IsDamagedMarker(size_t offset) const {
 }
 
 size_t IntervalReader::LeftOver() const {
-  constexpr size_t kMayRemain = 8;
   if (NextFound() > interval_) return 0;
   const bool is_last = found_ == intervals_.found.size();
   const size_t next = is_last ? intervals_.end : intervals_.found[found_].start - 2;
-  return next <= offset() + kMayRemain ? 0 : next - offset();
+  return BytesLeftOver(offset(), next);
 }
 
 }  // namespace zepcodec::jpeg

@@ -17,6 +17,13 @@ namespace zepcodec::jpeg {
 // Why a decoder stopped, for a message.
 std::string Reason(zepStatus status);
 
+// How many of the bytes before `end`, where an interval ends, a decoder that stands at `at` left unread,
+// as far as they are too many to be what fills the last byte.
+constexpr size_t BytesLeftOver(size_t at, size_t end) {
+  constexpr size_t kMayRemain = 8;
+  return end <= at + kMayRemain ? 0 : end - at;
+}
+
 class IntervalReader {
  public:
   // The bytes must outlive the reader.

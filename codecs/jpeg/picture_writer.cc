@@ -13,7 +13,7 @@ bool PictureWriter::Init(const Geometry& geometry, const std::vector<Plane>& pla
   for (size_t i = 0; i < planes.size(); ++i) {
     if (!components_[i].Init(geometry, geometry.components[i], &planes[i])) return false;
   }
-  return image_->Resize(geometry.width, geometry.height, LayoutOf(model_));
+  return true;
 }
 
 void PictureWriter::Write(int first, int last) {

@@ -28,6 +28,9 @@ class Plane {
     return Allocate(geometry.step, -1, place.v * place.block_size + 1);
   }
 
+  // Moves the window to a row of MCUs. What was in it counts no more.
+  void MoveTo(int mcu_row) { first_row_ = mcu_row * (rows_ - 1) - 1; }
+
   // Moves the window to the next row of MCUs; the last row of samples is kept above it.
   void Slide() {
     std::memcpy(Row(first_row_), Row(first_row_ + rows_ - 1), static_cast<size_t>(step_));

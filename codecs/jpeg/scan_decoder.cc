@@ -18,7 +18,7 @@ ScanDecoder::ScanDecoder(const uint8_t* data, size_t size, size_t begin, const S
   }
 }
 
-void ScanDecoder::DecodeRow() {
+void ScanDecoder::DecodeRow(int row) {
   StageClock clock(times_);
   const int chunk = kChunkBlocks / blocks_in_mcu_;
   for (int mcu = 0, count = 0; mcu < mcus_per_row_; mcu += count) {
@@ -29,11 +29,10 @@ void ScanDecoder::DecodeRow() {
     count = static_cast<int>(std::min<int64_t>(count, source_.mcus_left()));
     DecodeBlocks(count);
     clock.Lap(&StageTimes::huffman);
-    ReconstructBlocks(mcu, count);
+    ReconstructBlocks(row, mcu, count);
     clock.Lap(&StageTimes::dct);
     source_.End(count);
   }
-  ++row_;
 }
 
 void ScanDecoder::DecodeBlocks(int mcus) {
@@ -56,14 +55,14 @@ void ScanDecoder::DecodeBlocks(int mcus) {
   }
 }
 
-void ScanDecoder::ReconstructBlocks(int first_mcu, int mcus) {
+void ScanDecoder::ReconstructBlocks(int row, int first_mcu, int mcus) {
   const int16_t* block = blocks_;
   for (int mcu = first_mcu; mcu < first_mcu + mcus; ++mcu) {
     for (const Part& part : parts_) {
       const int step = part.plane->step();
       const int left = mcu * part.blocks_across * part.block_size;
       for (int y = 0; y < part.blocks_down; ++y) {
-        uint8_t* samples = part.plane->Row((row_ * part.blocks_down + y) * part.block_size) + left;
+        uint8_t* samples = part.plane->Row((row * part.blocks_down + y) * part.block_size) + left;
         for (int x = 0; x < part.blocks_across; ++x, block += 64) {
           part.inverse(block, samples + x * part.block_size, step, part.steps);
         }

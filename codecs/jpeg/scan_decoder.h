@@ -18,6 +18,7 @@ namespace zepcodec::jpeg {
 
 // The part of an MCU that belongs to one component.
 struct ScanPart {
+  size_t component;  // of the frame
   Plane* plane;
   int block_size;
   int blocks_across;
@@ -40,8 +41,9 @@ class ScanDecoder {
   ScanDecoder(const uint8_t* data, size_t size, size_t begin, const ScanLayout& layout,
               Messages* messages, StageTimes* times);
 
-  // Decodes the next row of MCUs. Damage is reported; damaged parts become flat areas.
-  void DecodeRow();
+  // Decodes a row of MCUs; rows come in their order. Damage is reported; damaged parts become flat
+  // areas.
+  void DecodeRow(int row);
   // The offset of the end of the scan's data.
   size_t end() { return source_.reader().end(); }
 
@@ -54,7 +56,7 @@ class ScanDecoder {
   };
 
   void DecodeBlocks(int mcus);
-  void ReconstructBlocks(int first_mcu, int mcus);
+  void ReconstructBlocks(int row, int first_mcu, int mcus);
 
   alignas(64) int16_t blocks_[kChunkBlocks * 64];
   StageTimes* times_;
@@ -62,7 +64,6 @@ class ScanDecoder {
   int blocks_in_mcu_ = 0;
   std::vector<Part> parts_;
   ScanSource source_;
-  int row_ = 0;
 };
 
 }  // namespace zepcodec::jpeg

@@ -19,19 +19,36 @@ std::vector<const uint16_t*> StepsOf(const std::vector<const CoderTables*>& tabl
 }  // namespace
 
 ScanEncoder::ScanEncoder(const Geometry& geometry, const std::vector<const CoderTables*>& tables,
-                         const EncodeOptions& options, ByteBuffer* file)
+                         const EncodeOptions& options, int first_row, ByteBuffer* file)
     : mcus_per_row_(geometry.mcus_per_row),
       restart_interval_(options.restart_interval),
       maker_(geometry, StepsOf(tables), IsPrecise(options)),
       file_(file),
       times_(options.times),
-      mcus_left_(options.restart_interval) {
+      row_(first_row),
+      is_band_(first_row > 0) {
   for (size_t i = 0; i < tables.size(); ++i) {
     const ComponentGeometry& place = geometry.components[i];
     parts_.push_back({place, tables[i], 0});
     blocks_in_mcu_ += place.h * place.v;
   }
   zepiEncodeHuffmanStateInit_JPEG_8u(&state_);
+  if (restart_interval_ == 0) return;
+  // A band whose first MCU begins an interval begins with the marker.
+  const int64_t before = int64_t{first_row} * mcus_per_row_;
+  const int64_t begun = (before + restart_interval_ - 1) / restart_interval_;
+  restarts_ = std::max<int64_t>(begun, 1) - 1;
+  mcus_left_ = static_cast<int>((begun + (first_row == 0 ? 1 : 0)) * restart_interval_ - before);
+}
+
+void ScanEncoder::SeeRowAbove(const StripMaker& strip) {
+  TransformBlocks(strip, row_ - 1, mcus_per_row_ - 1, 1);
+  const int16_t* block = blocks_;
+  for (Part& part : parts_) {
+    const int count = part.place.h * part.place.v;
+    part.last_dc = block[64 * (count - 1)];
+    block += 64 * count;
+  }
 }
 
 Status ScanEncoder::EncodeRow(const StripMaker& strip) {
@@ -44,7 +61,7 @@ Status ScanEncoder::EncodeRow(const StripMaker& strip) {
     count = std::min(chunk, mcus_per_row_ - mcu);
     if (restart_interval_ > 0) count = std::min(count, mcus_left_);
     strip.FetchNext(row_, mcu, count);
-    TransformBlocks(strip, mcu, count);
+    TransformBlocks(strip, row_, mcu, count);
     clock.Lap(&StageTimes::dct);
     if (Status status = CodeBlocks(count); !status.ok()) return status;
     clock.Lap(&StageTimes::huffman);
@@ -54,11 +71,11 @@ Status ScanEncoder::EncodeRow(const StripMaker& strip) {
   return Status();
 }
 
-void ScanEncoder::TransformBlocks(const StripMaker& strip, int first_mcu, int mcus) {
+void ScanEncoder::TransformBlocks(const StripMaker& strip, int row, int first_mcu, int mcus) {
   int16_t* first = blocks_;
   for (size_t i = 0; i < parts_.size(); ++i) {
     const ComponentGeometry& place = parts_[i].place;
-    maker_.Make(strip, row_, i, first_mcu, mcus, {first, 64 * blocks_in_mcu_, 64 * place.h});
+    maker_.Make(strip, row, i, first_mcu, mcus, {first, 64 * blocks_in_mcu_, 64 * place.h});
     first += 64 * place.h * place.v;
   }
 }
@@ -96,13 +113,27 @@ Status ScanEncoder::Finish() {
 }
 
 Status ScanEncoder::Restart() {
-  if (Status status = Finish(); !status.ok()) return status;
+  if (is_band_ && !has_restart_) {
+    head_size_ = file_->size();
+    head_ = OpenBitsOf(state_);
+    zepiEncodeHuffmanStateInit_JPEG_8u(&state_);
+  } else if (Status status = Finish(); !status.ok()) {
+    return status;
+  }
+  has_restart_ = true;
   const uint8_t marker[2] = {0xFF, static_cast<uint8_t>(kRst0 + restarts_ % 8)};
   if (!file_->Append(marker, sizeof(marker))) return Status::NoMemory();
   ++restarts_;
   mcus_left_ = restart_interval_;
   for (Part& part : parts_) part.last_dc = 0;
   return Status();
+}
+
+void ScanEncoder::Describe(CodedBand* band) const {
+  band->has_restart = has_restart_;
+  band->head_size = has_restart_ ? head_size_ : file_->size();
+  band->head = has_restart_ ? head_ : OpenBitsOf(state_);
+  band->tail = OpenBitsOf(state_);
 }
 
 }  // namespace zepcodec::jpeg

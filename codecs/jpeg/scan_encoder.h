@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
-// Codes the blocks of a scan, one row of MCUs after the other.
+// Codes the blocks of a scan, one row of MCUs after the other, from the first row on or as a band.
 #ifndef ZEPJP_CODECS_JPEG_SCAN_ENCODER_H_
 #define ZEPJP_CODECS_JPEG_SCAN_ENCODER_H_
 
 #include <cstdint>
 #include <vector>
 
+#include "codecs/jpeg/band_joiner.h"
 #include "codecs/jpeg/block_maker.h"
 #include "codecs/jpeg/encoder.h"
 #include "codecs/jpeg/geometry.h"
@@ -26,14 +27,21 @@ struct CoderTables {
 
 class ScanEncoder {
  public:
-  // One entry of `tables` for each component. All references must outlive the encoder.
+  // Begins with a row of MCUs. One entry of `tables` for each component. All references must outlive
+  // the encoder.
   ScanEncoder(const Geometry& geometry, const std::vector<const CoderTables*>& tables,
-              const EncodeOptions& options, ByteBuffer* file);
+              const EncodeOptions& options, int first_row, ByteBuffer* file);
 
+  // Where the first row is not that of the scan: `strip` holds the row above it, whose last DC
+  // coefficients the first ones are coded as differences to.
+  void SeeRowAbove(const StripMaker& strip);
   // Codes a row of MCUs, the next one, from its samples.
   Status EncodeRow(const StripMaker& strip);
   // Writes the last byte if it is incomplete.
   Status Finish();
+  // Instead of Finish(): describes what was coded, to be joined to the bands before and after. All but
+  // the bytes, which are in `file`.
+  void Describe(CodedBand* band) const;
 
  private:
   static constexpr int kChunkBlocks = 48;
@@ -45,7 +53,7 @@ class ScanEncoder {
     int16_t last_dc;
   };
 
-  void TransformBlocks(const StripMaker& strip, int first_mcu, int mcus);
+  void TransformBlocks(const StripMaker& strip, int row, int first_mcu, int mcus);
   Status CodeBlocks(int mcus);
   Status Restart();
 
@@ -58,8 +66,12 @@ class ScanEncoder {
   StageTimes* times_;
   int blocks_in_mcu_ = 0;
   int row_ = 0;
-  int mcus_left_;  // until the next restart marker
-  int restarts_ = 0;
+  int mcus_left_ = 0;  // until the next restart marker
+  int64_t restarts_ = 0;
+  bool is_band_ = false;
+  bool has_restart_ = false;
+  size_t head_size_ = 0;  // see CodedBand
+  OpenBits head_;
   zepiEncodeHuffmanState state_;
 };
 

@@ -30,6 +30,11 @@ class StageClock {
     last_ = now;
   }
 
+  // What passed since the last lap belongs to no stage of this clock's.
+  void Skip() {
+    if (times_ != nullptr) last_ = Clock::now();
+  }
+
  private:
   using Clock = std::chrono::steady_clock;
   StageTimes* times_;

@@ -143,7 +143,9 @@ Status WriteCoefficients(const FileInfo& info, const TranscodeOptions& options,
   }
   // The standard's tables have no codes for samples of 12 bits.
   const bool optimizes = options.optimizes || coefficients.frame.precision != 8;
-  if (Status status = WriteScans(coefficients, script, optimizes, options.restart_interval, file);
+  ThreadPool pool(1);
+  if (Status status =
+          WriteScans(coefficients, script, optimizes, options.restart_interval, &pool, file);
       !status.ok()) {
     return status;
   }

@@ -7,54 +7,43 @@
 #include <atomic>
 #include <cstddef>
 #include <new>
-#include <system_error>
-#include <thread>
-#include <vector>
 
 #include "codecs/support/progress.h"
 #include "codecs/support/status.h"
+#include "codecs/support/thread_pool.h"
 
 namespace zepcodec {
 
-// The number of threads for an option; 0: one for each processor.
-inline size_t ThreadCount(int wanted) {
-  if (wanted > 0) return static_cast<size_t>(wanted);
-  return std::max<size_t>(1, std::thread::hardware_concurrency());
-}
-
-// On each thread makes a worker, which is then called with one item after the other. Where the
-// system gives fewer threads, those do all the work. Only std::bad_alloc is caught. `progress` may
-// be null.
+// On each thread of the pool makes a worker, which is then called with one item after the other. Items
+// are begun in their order. After an exception, of which only std::bad_alloc is caught, no more are
+// begun. `progress` may be null.
 template <class MakeWorker>
-Status RunParallel(size_t threads, size_t items, const MakeWorker& make_worker,
+Status RunParallel(ThreadPool* pool, size_t items, const MakeWorker& make_worker,
                    Progress* progress = nullptr) {
   std::atomic<size_t> next{0};
   std::atomic<size_t> finished{0};
-  std::atomic<bool> failed{false};
-  const auto run = [&] {
+  const Status status = pool->Run(items, [&] {
     try {
       auto worker = make_worker();
-      for (size_t item = next++; item < items && !failed; item = next++) {
+      for (size_t item = next++; item < items; item = next++) {
         worker(item);
         if (Stops(progress, ++finished, items)) return;
       }
     } catch (const std::bad_alloc&) {
-      failed = true;
+      next = items;
+      throw;
     }
-  };
-  std::vector<std::thread> others;
-  try {
-    others.reserve(std::min(threads, items));
-    while (others.size() + 1 < std::min(threads, items)) others.emplace_back(run);
-  } catch (const std::system_error&) {
-    // Go on with the threads that were started.
-  } catch (const std::bad_alloc&) {
-    // Likewise.
-  }
-  run();
-  for (std::thread& other : others) other.join();
-  if (failed) return Status::NoMemory();
+  });
+  if (!status.ok()) return status;
   return progress != nullptr && progress->stopped() ? Status::Cancelled() : Status();
+}
+
+// The same with threads that live as long as the call.
+template <class MakeWorker>
+Status RunParallel(size_t threads, size_t items, const MakeWorker& make_worker,
+                   Progress* progress = nullptr) {
+  ThreadPool pool(static_cast<int>(threads));
+  return RunParallel(&pool, items, make_worker, progress);
 }
 
 }  // namespace zepcodec

@@ -84,6 +84,16 @@ ZEPCORE_API int32_t ownGetNumThreads(void);
 ZEPCORE_API void zepSetNumThreads(int32_t count);
 
 /**
+ * Sets the result of ownGetNumThreads() for the calling thread alone, whatever zepSetNumThreads() says.
+ * A program that shares out its work over threads of its own sets 1 in each of them, so that the calls
+ * they make start no further threads.
+ *
+ * @param count 1 to 1024; more counts as 1024, and 0 or less ends the exception
+ * @return what the thread had set before, or 0
+ */
+ZEPCORE_API int32_t zepSetOwnNumThreads(int32_t count);
+
+/**
  * Returns the size in bytes of the largest data or unified cache, as the processor tells it, else
  * as the operating system tells it, else 1 MiB. For 2 GiB and more it returns INT32_MAX.
  *

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <utility>
 
 #include "zepcore.h"
 
@@ -18,6 +19,9 @@ constexpr int32_t kMaxCount = 1024;
 // Constant-initialized: callers may run before any constructor.
 std::atomic<int32_t> chosen_count{0};  // 0: the default
 static_assert(std::atomic<int32_t>::is_always_lock_free);
+
+// Of this thread alone; 0: as for all. Known at link time where it lies, so reading it takes no call.
+thread_local int32_t own_count __attribute__((tls_model("initial-exec"))) = 0;
 
 #ifdef _OPENMP
 // Some OpenMP runtimes crash if they are called before their own constructors have run. Those run
@@ -39,10 +43,15 @@ int32_t DefaultCount() { return 1; }
 }  // namespace
 
 int32_t ownGetNumThreads(void) {
+  if (own_count > 0) return own_count;
   const int32_t count = chosen_count.load(std::memory_order_relaxed);
   return count > 0 ? count : DefaultCount();
 }
 
 void zepSetNumThreads(int32_t count) {
   chosen_count.store(std::clamp(count, 0, kMaxCount), std::memory_order_relaxed);
+}
+
+int32_t zepSetOwnNumThreads(int32_t count) {
+  return std::exchange(own_count, std::clamp(count, 0, kMaxCount));
 }

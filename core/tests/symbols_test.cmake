@@ -4,7 +4,8 @@ cmake_minimum_required(VERSION 3.25)
 
 set(node ZEPCORE_7)
 set(expected
-  ownGetNumThreads zepFree zepGetEnabledCpuFeatures zepGetMaxCacheSizeB zepMalloc zepSetNumThreads)
+  ownGetNumThreads zepFree zepGetEnabledCpuFeatures zepGetMaxCacheSizeB zepMalloc zepSetNumThreads
+  zepSetOwnNumThreads)
 list(TRANSFORM expected APPEND "@@${node}")
 list(APPEND expected ${node}@@${node})
 list(SORT expected)

@@ -54,6 +54,22 @@ TEST_F(Threads, ZeroAndLessRestoreTheDefault) {
   }
 }
 
+TEST_F(Threads, AThreadCanHaveItsOwnCount) {
+  zepSetNumThreads(7);
+  std::thread([] {
+    EXPECT_EQ(zepSetOwnNumThreads(3), 0);
+    EXPECT_EQ(ownGetNumThreads(), 3);
+    zepSetNumThreads(5);
+    EXPECT_EQ(ownGetNumThreads(), 3);
+    EXPECT_EQ(zepSetOwnNumThreads(INT32_MAX), 3);
+    EXPECT_EQ(ownGetNumThreads(), kMaxCount);
+    EXPECT_EQ(zepSetOwnNumThreads(-1), kMaxCount);
+    EXPECT_EQ(ownGetNumThreads(), 5);
+    zepSetOwnNumThreads(2);
+  }).join();
+  EXPECT_EQ(ownGetNumThreads(), 5);
+}
+
 #ifdef _OPENMP
 TEST_F(Threads, DefaultFollowsOpenMp) {
   const int before = omp_get_max_threads();

@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: MIT
+#include "codecs/jpeg/scan_wavefront.h"
+
+#include <climits>
+#include <new>
+
+#include "codecs/support/parallel.h"
+
+namespace zepcodec::jpeg {
+namespace {
+
+// The blocks of a component that an MCU of a scan spans from top to bottom; 0: it has none of them.
+int BlocksDown(const Scan& scan, const ScanWalk& walk, int component) {
+  for (size_t i = 0; i < scan.components.size(); ++i) {
+    if (scan.components[i].index == component) return walk.parts[i].down;
+  }
+  return 0;
+}
+
+}  // namespace
+
+class ScanWavefront::Gate : public RowGate {
+ public:
+  Gate(ScanWavefront* wavefront, size_t index)
+      : wavefront_(*wavefront), index_(index), scan_(*wavefront->scans_[index]) {}
+
+  bool Enter(int row) override {
+    if (row < free_rows_) return true;
+    std::unique_lock<std::mutex> lock(wavefront_.mutex_);
+    ++wavefront_.waiting_;
+    wavefront_.has_changed_.wait(
+        lock, [&] { return !wavefront_.is_sound_ || wavefront_.IsFree(index_, row); });
+    --wavefront_.waiting_;
+    if (!wavefront_.is_sound_) return false;
+    free_rows_ = row + 1;
+    // Rows in advance, as far as they are free already: not to ask for each.
+    while (free_rows_ < row + kRowsInAdvance && wavefront_.IsFree(index_, free_rows_)) ++free_rows_;
+    return true;
+  }
+
+  void Leave(int rows) override {
+    if (rows < told_ + kRowsInAdvance) return;
+    const std::lock_guard<std::mutex> lock(wavefront_.mutex_);
+    scan_.rows_done = told_ = rows;
+    if (wavefront_.waiting_ > 0) wavefront_.has_changed_.notify_all();
+  }
+
+ private:
+  // Rows are told and asked for by so many at a time.
+  static constexpr int kRowsInAdvance = 4;
+
+  ScanWavefront& wavefront_;
+  size_t index_;
+  PlannedScan& scan_;
+  int free_rows_ = 0;
+  int told_ = 0;
+};
+
+void ScanWavefront::Add(const Scan& scan, const Tables& tables, size_t begin, size_t end,
+                        int restart_interval) {
+  auto planned = std::make_unique<PlannedScan>(geometry_, scan, tables);
+  planned->begin = begin;
+  planned->end = end;
+  planned->restart_interval = restart_interval;
+  planned->shows_lost = TakeFirstDc(scan, coefficients_);
+  scans_.push_back(std::move(planned));
+}
+
+// Whether the scans before have passed all blocks of a row of a scan's MCUs.
+bool ScanWavefront::IsFree(size_t index, int row) const {
+  const PlannedScan& scan = *scans_[index];
+  for (size_t i = 0; i < scan.walk.parts.size(); ++i) {
+    const int component = scan.scan.components[i].index;
+    const int64_t bottom = (int64_t{row} + 1) * scan.walk.parts[i].down;
+    for (size_t before = 0; before < index; ++before) {
+      const PlannedScan& other = *scans_[before];
+      const int64_t down = BlocksDown(other.scan, other.walk, component);
+      if (down > 0 && other.rows_done < INT_MAX && other.rows_done * down < bottom) return false;
+    }
+  }
+  return true;
+}
+
+void ScanWavefront::Decode(size_t index) {
+  PlannedScan& scan = *scans_[index];
+  const ScanTask task = {
+      data_,          size_, scan.begin, scan.scan, scan.walk, scan.tables, scan.restart_interval,
+      scan.shows_lost};
+  Messages faults;
+  Gate gate(this, index);
+  const ScanOutcome outcome = DecodeScan(task, coefficients_, &faults, &gate);
+  const std::lock_guard<std::mutex> lock(mutex_);
+  idle_visits_ += outcome.idle_visits;
+  scan.rows_done = INT_MAX;
+  if (faults.count() > 0) is_sound_ = false;
+  has_changed_.notify_all();
+}
+
+void ScanWavefront::Fail() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  is_sound_ = false;
+  has_changed_.notify_all();
+}
+
+Status ScanWavefront::Run(ThreadPool* pool, Progress* progress, bool* is_sound) {
+  const Status status = RunParallel(
+      pool, scans_.size(),
+      [&] {
+        return [&](size_t index) {
+          try {
+            Decode(index);
+          } catch (const std::bad_alloc&) {
+            Fail();  // the other threads must not wait for this scan
+            throw;
+          }
+        };
+      },
+      progress);
+  *is_sound = is_sound_;
+  coefficients_->idle_visits += idle_visits_;
+  return status;
+}
+
+}  // namespace zepcodec::jpeg

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: MIT
+// The scans of a progressive file, several at the same time.
+//
+// A scan refines what those before it have left in its blocks, so it needs these scans to be done, but
+// only there: all scans can go through the picture at the same time, each some rows behind the one
+// before. Threads take the scans in their order. In front of each row a scan waits until all scans
+// before it that have blocks of the same components have passed these blocks.
+//
+// As in ScanPipeline, any fault ends the work, and the file is decoded scan by scan.
+#ifndef ZEPJP_CODECS_JPEG_SCAN_WAVEFRONT_H_
+#define ZEPJP_CODECS_JPEG_SCAN_WAVEFRONT_H_
+
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "codecs/jpeg/coefficient_scan.h"
+#include "codecs/jpeg/coefficients.h"
+#include "codecs/support/progress.h"
+#include "codecs/support/status.h"
+#include "codecs/support/thread_pool.h"
+
+namespace zepcodec::jpeg {
+
+class ScanWavefront {
+ public:
+  ScanWavefront(const uint8_t* data, size_t size, const Geometry& geometry,
+                Coefficients* coefficients)
+      : data_(data), size_(size), geometry_(geometry), coefficients_(coefficients) {}
+
+  // Plans the next scan of the file. Its tables must be there.
+  void Add(const Scan& scan, const Tables& tables, size_t begin, size_t end, int restart_interval);
+  size_t scan_count() const { return scans_.size(); }
+  // Where the data of a scan ends.
+  size_t end(size_t scan) const { return scans_[scan]->end; }
+
+  // Decodes all scans. `is_sound`: there was no fault.
+  Status Run(ThreadPool* pool, Progress* progress, bool* is_sound);
+
+ private:
+  class Gate;
+  struct PlannedScan {
+    PlannedScan(const Geometry& geometry, const Scan& its_scan, const Tables& its_tables)
+        : scan(its_scan), tables(its_tables), walk(geometry, scan) {}
+
+    Scan scan;
+    Tables tables;
+    ScanWalk walk;
+    size_t begin = 0;
+    size_t end = 0;
+    int restart_interval = 0;
+    bool shows_lost = false;
+    int rows_done = 0;  // of MCUs; INT_MAX: all. Guarded by the mutex
+  };
+
+  void Decode(size_t index);
+  bool IsFree(size_t index, int row) const;
+  void Fail();
+
+  const uint8_t* data_;
+  size_t size_;
+  const Geometry& geometry_;
+  Coefficients* coefficients_;
+  std::vector<std::unique_ptr<PlannedScan>> scans_;
+
+  std::mutex mutex_;
+  std::condition_variable has_changed_;
+  // All below is guarded by the mutex.
+  int waiting_ = 0;
+  int64_t idle_visits_ = 0;
+  bool is_sound_ = true;
+};
+
+}  // namespace zepcodec::jpeg
+
+#endif  // ZEPJP_CODECS_JPEG_SCAN_WAVEFRONT_H_
