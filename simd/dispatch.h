@@ -8,7 +8,7 @@
 //   Kernels kernels;
 //   ZEP_AT_LOAD void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
 //
-// so that a call costs one load and one indirect jump.
+// A call then takes one load and one indirect jump.
 #ifndef ZEPJP_SIMD_DISPATCH_H_
 #define ZEPJP_SIMD_DISPATCH_H_
 

@@ -170,7 +170,7 @@ HWY_INLINE hn::Vec512<T> OrderHalves(hn::Vec512<T> v) {
 }
 #  endif
 
-// In each 128-bit block: the matrix of 32-bit lanes by register and lane, transposed.
+// Transposes the 4x4 matrix of 32-bit lanes (register by lane) in each 128-bit block.
 template <class D, class V = hn::VFromD<D>>
 HWY_INLINE void Transpose32(D d, V (&v)[4]) {
   const hn::Repartition<uint32_t, D> d32;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The choices that are made once, while a library is loaded. In a header, so that each library has
-// its own copy and none exports it.
+// Choices that are made once, when a library is loaded. They are in a header, so that each library
+// has its own copy and exports nothing.
 #ifndef ZEPJP_SIMD_STARTUP_H_
 #define ZEPJP_SIMD_STARTUP_H_
 
@@ -16,7 +16,8 @@
 
 #include "zepcore.h"
 
-// A constructor that runs before all of the program's own, which start at 101 (static libraries).
+// A constructor with priority 100. User code starts at 101, so in a static link the choices are made
+// before any constructor of the program runs.
 #define ZEP_AT_LOAD __attribute__((constructor(100)))
 
 namespace zepjp {
@@ -24,12 +25,12 @@ namespace zepjp {
 // The processor variants; they differ in speed, never in results.
 enum class Variant : int32_t { kV8 = 0, kS8 = 1 };
 
-// The variant that a feature mask stands for: both of its variant bits are set, or it is V8.
+// S8 if both variant bits of the feature mask are set, else V8.
 constexpr Variant VariantOf(uint64_t cpu_features) {
   return (cpu_features & ZEPCORE_CPU_VARIANT) == ZEPCORE_CPU_VARIANT ? Variant::kS8 : Variant::kV8;
 }
 
-// What may run here.
+// The instruction sets and the variant that this process may use.
 struct Enabled {
   bool sse4, avx2, avx512;
   Variant variant;
@@ -57,8 +58,8 @@ inline bool ProcessorHasFloor() {
 #  error "No kernels for this processor: x86 with SSSE3 or 64-bit Arm"
 #endif
 
-// Asks the core library, after making sure that the processor has the floor (SSSE3 or NEON): on
-// one without, the program ends with a line on standard error.
+// Checks that the processor has the minimum (SSSE3 or NEON), then asks the core library. Without the
+// minimum the program ends with a message on standard error.
 inline Enabled EnabledAtLoad() {
   if (!ProcessorHasFloor()) {
     std::fprintf(stderr, "zepjp: this processor has no %s, which this library needs\n", kFloor);

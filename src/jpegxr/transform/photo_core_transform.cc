@@ -204,7 +204,8 @@ struct Inverse {
   }
 };
 
-// Rows of two 4-lane groups a, b of 16 bits as pairs a0 b0 a1 b1 a2 b2 a3 b3, and back.
+// Byte indices that turn two groups a, b of four 16-bit lanes into pairs a0 b0 a1 b1 a2 b2 a3 b3,
+// and back.
 alignas(16) constexpr uint8_t kPairLanes[16] = {0, 1, 8,  9,  2, 3, 10, 11,
                                                 4, 5, 12, 13, 6, 7, 14, 15};
 alignas(16) constexpr uint8_t kUnpairLanes[16] = {0, 1, 4, 5, 8,  9,  12, 13,
