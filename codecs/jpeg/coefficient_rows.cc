@@ -6,7 +6,6 @@
 namespace zepcodec::jpeg {
 
 void CoefficientRows::DecodeRow(int row) const {
-  StageClock clock(times_);
   for (size_t i = 0; i < planes_.size(); ++i) {
     const ComponentGeometry& place = geometry_.components[i];
     const InverseTransform inverse = TransformFor(place.block_size);
@@ -19,7 +18,6 @@ void CoefficientRows::DecodeRow(int row) const {
       }
     }
   }
-  clock.Lap(&StageTimes::dct);
 }
 
 }  // namespace zepcodec::jpeg

@@ -7,7 +7,6 @@
 
 #include "codecs/jpeg/coefficients.h"
 #include "codecs/jpeg/plane.h"
-#include "codecs/jpeg/stage_clock.h"
 
 namespace zepcodec::jpeg {
 
@@ -15,8 +14,8 @@ class CoefficientRows {
  public:
   // All references must outlive the object.
   CoefficientRows(const Coefficients& coefficients, const Geometry& geometry,
-                  std::vector<Plane>* planes, StageTimes* times)
-      : coefficients_(coefficients), geometry_(geometry), planes_(*planes), times_(times) {}
+                  std::vector<Plane>* planes)
+      : coefficients_(coefficients), geometry_(geometry), planes_(*planes) {}
 
   // Makes the samples of a row of MCUs.
   void DecodeRow(int row) const;
@@ -25,7 +24,6 @@ class CoefficientRows {
   const Coefficients& coefficients_;
   const Geometry& geometry_;
   std::vector<Plane>& planes_;
-  StageTimes* times_;
 };
 
 }  // namespace zepcodec::jpeg

@@ -210,7 +210,6 @@ Status FileDecoder::DecodePicture(Picture* image) {
   PictureWriter writer(info_->model, image);
   if (!writer.Init(*geometry_, planes_)) return Status::NoMemory();
   if (Status status = DecodePlanes(); !status.ok()) return status;
-  StageClock clock(options_.times);
   const int height = geometry_->height;
   int done = 0;
   for (int row = 0; row < geometry_->mcu_rows; ++row) {
@@ -219,7 +218,6 @@ Status FileDecoder::DecodePicture(Picture* image) {
     writer.Write(done, last);
     done = last;
   }
-  clock.Lap(&StageTimes::color);
   return Status();
 }
 
@@ -258,7 +256,7 @@ Status FileDecoder::DecodeOnOneThread(ScanLayout* layout, Picture* image) {
   BandWriter writer(*geometry_, info_->model, image);
   if (!writer.Init()) return Status::NoMemory();
   for (ScanPart& part : layout->parts) part.plane = &(*writer.planes())[part.component];
-  ScanDecoder scan(data_, size_, reader_.position(), *layout, &info_->messages, options_.times);
+  ScanDecoder scan(data_, size_, reader_.position(), *layout, &info_->messages);
   if (Status status = WriteRows(scan, 0, geometry_->mcu_rows, &writer); !status.ok()) return status;
   reader_.Seek(scan.end());
   return Status();
@@ -267,15 +265,11 @@ Status FileDecoder::DecodeOnOneThread(ScanLayout* layout, Picture* image) {
 // The rows of MCUs first..end-1.
 template <class Rows>
 Status FileDecoder::WriteRows(Rows& rows, int first, int end, BandWriter* writer) {
-  StageClock clock(options_.times);
   const bool is_done = writer->Write(first, end, [&](int row) {
-    clock.Lap(&StageTimes::color);
     if (Stops(options_.progress, row, geometry_->mcu_rows)) return false;
     rows.DecodeRow(row);
-    clock.Skip();
     return true;
   });
-  clock.Lap(&StageTimes::color);
   return is_done ? Status() : Status::Cancelled();
 }
 
@@ -293,7 +287,7 @@ Status FileDecoder::DecodeProgressive(Picture* image) {
 
 Status FileDecoder::Show(const Coefficients& coefficients, Picture* image) {
   const auto write = [&](BandWriter* writer, int first, int end) {
-    const CoefficientRows rows(coefficients, *geometry_, writer->planes(), options_.times);
+    const CoefficientRows rows(coefficients, *geometry_, writer->planes());
     return WriteRows(rows, first, end, writer);
   };
   if (pool_.size() == 1) {
@@ -409,7 +403,6 @@ bool FileDecoder::PlanScans(const Geometry& geometry, ScanWavefront* scans) cons
 }
 
 Status FileDecoder::DecodeScanToCoefficients(Coefficients* coefficients) {
-  StageClock clock(options_.times);
   const Scan& scan = reader_.scan();
   const Geometry geometry(reader_.frame(), 1);
   const ScanWalk walk(geometry, scan);
@@ -431,7 +424,6 @@ Status FileDecoder::DecodeScanToCoefficients(Coefficients* coefficients) {
   const ScanOutcome outcome = DecodeScan(task, coefficients, &info_->messages);
   coefficients->idle_visits += outcome.idle_visits;
   reader_.Seek(outcome.end);
-  clock.Lap(&StageTimes::huffman);
   return Status();
 }
 
@@ -442,7 +434,7 @@ Status FileDecoder::DecodePlanes() {
   if (reader_.frame().is_progressive) {
     Coefficients coefficients;
     if (Status status = DecodeCoefficients(&coefficients); !status.ok()) return status;
-    CoefficientRows rows(coefficients, *geometry_, &planes_, options_.times);
+    CoefficientRows rows(coefficients, *geometry_, &planes_);
     for (int row = 0; row < geometry_->mcu_rows; ++row) rows.DecodeRow(row);
     return Status();
   }
@@ -465,7 +457,7 @@ Status FileDecoder::DecodePlanes() {
 Status FileDecoder::DecodeScanToPlanes() {
   ScanLayout layout;
   if (Status status = MakeLayout(&layout); !status.ok()) return status;
-  ScanDecoder scan(data_, size_, reader_.position(), layout, &info_->messages, options_.times);
+  ScanDecoder scan(data_, size_, reader_.position(), layout, &info_->messages);
   for (int row = 0; row < layout.mcu_rows; ++row) {
     if (Stops(options_.progress, row, layout.mcu_rows)) return Status::Cancelled();
     scan.DecodeRow(row);

@@ -17,7 +17,6 @@
 #include "codecs/jpeg/markers/frame.h"
 #include "codecs/jpeg/metadata.h"
 #include "codecs/jpeg/picture_writer.h"
-#include "codecs/jpeg/stage_clock.h"
 #include "codecs/support/byte_buffer.h"
 #include "codecs/support/messages.h"
 #include "codecs/support/picture.h"
@@ -35,8 +34,6 @@ struct DecodeOptions {
   int64_t max_pixels = int64_t{1} << 28;
   // 0: one for each processor. The result is always the same.
   int threads = 1;
-  // If not null, the time of the stages is added here, as far as a single thread decodes.
-  StageTimes* times = nullptr;
   // Of progressive files: called after each scan, 1, 2, ..., with the picture so far. An error ends
   // decoding.
   std::function<Status(const Picture& image, int number, const Scan& scan)> on_scan;

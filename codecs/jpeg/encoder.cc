@@ -227,9 +227,7 @@ Status EncodeOnOneThread(const Work& work, ByteBuffer* file) {
   ScanEncoder scan(work.geometry, work.tables, work.options, 0, file);
   for (int row = 0; row < work.geometry.mcu_rows; ++row) {
     if (Stops(work.options.progress, row, work.geometry.mcu_rows)) return Status::Cancelled();
-    StageClock clock(work.options.times);
     strip.Make(row);
-    clock.Lap(&StageTimes::color);
     if (Status status = scan.EncodeRow(strip); !status.ok()) return status;
   }
   return scan.Finish();
@@ -258,7 +256,6 @@ Status EncodeInScans(const Work& work, const Script& script, ByteBuffer* file) {
   std::vector<const uint16_t*> steps;
   for (const CoderTables* tables : work.tables) steps.push_back(tables->steps);
   const BlockMaker maker(work.geometry, steps, IsPrecise(work.options));
-  StageClock clock(work.options.times);
   Status status = RunParallel(
       work.pool, static_cast<size_t>(work.geometry.mcu_rows),
       [&] {
@@ -271,10 +268,8 @@ Status EncodeInScans(const Work& work, const Script& script, ByteBuffer* file) {
       },
       work.options.progress);
   if (!status.ok()) return status;
-  clock.Lap(&StageTimes::dct);
   status = WriteScans(coefficients, script, work.options.optimizes, work.options.restart_interval,
                       work.pool, file);
-  clock.Lap(&StageTimes::huffman);
   return status;
 }
 

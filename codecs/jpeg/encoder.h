@@ -10,7 +10,6 @@
 
 #include "codecs/jpeg/metadata.h"
 #include "codecs/jpeg/scan_script.h"
-#include "codecs/jpeg/stage_clock.h"
 #include "codecs/support/byte_buffer.h"
 #include "codecs/support/picture.h"
 #include "codecs/support/progress.h"
@@ -40,8 +39,6 @@ struct EncodeOptions {
   SavedSegments metadata;
   // 0: one for each processor. The file is always the same.
   int threads = 1;
-  // If not null, the time of the stages is added here, as far as a single thread encodes.
-  StageTimes* times = nullptr;
   // Reports progress and can cancel; null: neither.
   Progress* progress = nullptr;
 };

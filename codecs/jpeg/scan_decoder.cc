@@ -7,9 +7,8 @@
 namespace zepcodec::jpeg {
 
 ScanDecoder::ScanDecoder(const uint8_t* data, size_t size, size_t begin, const ScanLayout& layout,
-                         Messages* messages, StageTimes* times)
-    : times_(times),
-      mcus_per_row_(layout.mcus_per_row),
+                         Messages* messages)
+    : mcus_per_row_(layout.mcus_per_row),
       source_(data, size, begin, int64_t{layout.mcus_per_row} * layout.mcu_rows,
               layout.restart_interval, messages) {
   for (const ScanPart& part : layout.parts) {
@@ -19,7 +18,6 @@ ScanDecoder::ScanDecoder(const uint8_t* data, size_t size, size_t begin, const S
 }
 
 void ScanDecoder::DecodeRow(int row) {
-  StageClock clock(times_);
   const int chunk = kChunkBlocks / blocks_in_mcu_;
   for (int mcu = 0, count = 0; mcu < mcus_per_row_; mcu += count) {
     if (source_.Begin()) {
@@ -28,9 +26,7 @@ void ScanDecoder::DecodeRow(int row) {
     count = std::min(chunk, mcus_per_row_ - mcu);
     count = static_cast<int>(std::min<int64_t>(count, source_.mcus_left()));
     DecodeBlocks(count);
-    clock.Lap(&StageTimes::huffman);
     ReconstructBlocks(row, mcu, count);
-    clock.Lap(&StageTimes::dct);
     source_.End(count);
   }
 }

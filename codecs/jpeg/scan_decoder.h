@@ -10,7 +10,6 @@
 #include "codecs/jpeg/block_transform.h"
 #include "codecs/jpeg/plane.h"
 #include "codecs/jpeg/scan_source.h"
-#include "codecs/jpeg/stage_clock.h"
 #include "codecs/support/messages.h"
 #include "zepjp.h"
 
@@ -39,7 +38,7 @@ class ScanDecoder {
  public:
   // The scan's data begins at data[begin]. The layout's planes and tables must outlive the decoder.
   ScanDecoder(const uint8_t* data, size_t size, size_t begin, const ScanLayout& layout,
-              Messages* messages, StageTimes* times);
+              Messages* messages);
 
   // Decodes a row of MCUs; rows come in their order. Damage is reported; damaged parts become flat
   // areas.
@@ -59,7 +58,6 @@ class ScanDecoder {
   void ReconstructBlocks(int row, int first_mcu, int mcus);
 
   alignas(64) int16_t blocks_[kChunkBlocks * 64];
-  StageTimes* times_;
   int mcus_per_row_;
   int blocks_in_mcu_ = 0;
   std::vector<Part> parts_;

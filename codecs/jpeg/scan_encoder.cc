@@ -24,7 +24,6 @@ ScanEncoder::ScanEncoder(const Geometry& geometry, const std::vector<const Coder
       restart_interval_(options.restart_interval),
       maker_(geometry, StepsOf(tables), IsPrecise(options)),
       file_(file),
-      times_(options.times),
       row_(first_row),
       is_band_(first_row > 0) {
   for (size_t i = 0; i < tables.size(); ++i) {
@@ -52,7 +51,6 @@ void ScanEncoder::SeeRowAbove(const StripMaker& strip) {
 }
 
 Status ScanEncoder::EncodeRow(const StripMaker& strip) {
-  StageClock clock(times_);
   const int chunk = kChunkBlocks / blocks_in_mcu_;
   for (int mcu = 0, count = 0; mcu < mcus_per_row_; mcu += count) {
     if (restart_interval_ > 0 && mcus_left_ == 0) {
@@ -62,9 +60,7 @@ Status ScanEncoder::EncodeRow(const StripMaker& strip) {
     if (restart_interval_ > 0) count = std::min(count, mcus_left_);
     strip.FetchNext(row_, mcu, count);
     TransformBlocks(strip, row_, mcu, count);
-    clock.Lap(&StageTimes::dct);
     if (Status status = CodeBlocks(count); !status.ok()) return status;
-    clock.Lap(&StageTimes::huffman);
     mcus_left_ -= count;
   }
   ++row_;

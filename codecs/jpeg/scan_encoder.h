@@ -10,7 +10,6 @@
 #include "codecs/jpeg/block_maker.h"
 #include "codecs/jpeg/encoder.h"
 #include "codecs/jpeg/geometry.h"
-#include "codecs/jpeg/stage_clock.h"
 #include "codecs/jpeg/strip_maker.h"
 #include "codecs/support/byte_buffer.h"
 #include "codecs/support/picture.h"
@@ -63,7 +62,6 @@ class ScanEncoder {
   int restart_interval_;
   BlockMaker maker_;
   ByteBuffer* file_;
-  StageTimes* times_;
   int blocks_in_mcu_ = 0;
   int row_ = 0;
   int mcus_left_ = 0;  // until the next restart marker

@@ -381,22 +381,4 @@ TEST(JpegDecode, LimitOfPixels) {
   EXPECT_FALSE(jpeg::Decode(file.data(), file.size(), options, &image, &info).ok());
 }
 
-TEST(JpegDecode, StageTimesAddUp) {
-  jpeg::StageTimes encode;
-  jpeg::StageTimes decode;
-  jpeg::EncodeOptions options;
-  options.times = &encode;
-  const Bytes file = Encode(pictures::Detailed(400, 300, PixelLayout::kRgb), options);
-  jpeg::DecodeOptions decode_options;
-  decode_options.times = &decode;
-  zepcodec::Picture image;
-  jpeg::FileInfo info;
-  ASSERT_TRUE(jpeg::Decode(file.data(), file.size(), decode_options, &image, &info).ok());
-  for (const jpeg::StageTimes& times : {encode, decode}) {
-    EXPECT_GT(times.huffman, 0);
-    EXPECT_GT(times.dct, 0);
-    EXPECT_GT(times.color, 0);
-  }
-}
-
 }  // namespace
