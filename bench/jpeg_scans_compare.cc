@@ -99,9 +99,10 @@ Ratios Compare(const std::string& path, int rounds) {
   const jpeg::Script plain = jpeg::SequentialScript(components);
   Pair decode, encode, optimized, standard;
   zepcodec::ByteBuffer file;
+  zepcodec::ThreadPool one_thread(1);
   const auto write = [&](const jpeg::Script& script, bool optimizes) {
     if (!file.Resize(0)) throw std::bad_alloc();
-    Require(jpeg::WriteScans(coefficients, script, optimizes, 0, &file));
+    Require(jpeg::WriteScans(coefficients, script, optimizes, 0, &one_thread, &file));
   };
   for (int round = 0; round < rounds; ++round) {
     decode.ours.Time([&] {
