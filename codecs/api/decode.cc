@@ -131,6 +131,11 @@ class Decoding {
   zepcStatus Decode(zepcPicture* result) {
     zepcInfo info{};
     if (const zepcStatus status = Probe(&info); status != zepcStatusOk) return status;
+    if (info.memory > options().max_memory && options().threads != 1) {
+      // A single thread takes less.
+      request_.options.threads = 1;
+      if (const zepcStatus status = Probe(&info); status != zepcStatusOk) return status;
+    }
     if (info.memory > options().max_memory) {
       const std::string text = "decoding takes about " + std::to_string(info.memory) +
                                " bytes, more than the limit of " +

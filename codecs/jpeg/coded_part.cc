@@ -8,9 +8,6 @@
 namespace zepcodec::jpeg {
 namespace {
 
-// The most blocks that a guess decodes. The rest of a part that has more is left to the bridge.
-constexpr size_t kMostGuessed = 4 * kBlocksInAPart;
-
 zepStatus DecodeBlock(const ScanCode& code, BlockCursor* cursor, int16_t* block) {
   const McuBlock& kind = code.mcu[cursor->place];
   const zepStatus status = zepiDecodeHuffman8x8_JPEG_1u16s_C1(
@@ -61,10 +58,10 @@ bool CodedPart::DecodeIntervals(const ScanCode& code) {
 
 bool CodedPart::DecodeGuess(const ScanCode& code) {
   const Stretch& stretch = stretches_[0];
-  if (!blocks_.Resize(kMostGuessed)) return false;
+  if (!blocks_.Resize(kMostBlocksInAPart)) return false;
   keys_.reserve(kBlocksInAPart + kBlocksInAPart / 4);
   cursor_ = BlockCursor(stretch.begin);
-  while (count_ < kMostGuessed && cursor_.at < stretch.end) {
+  while (count_ < static_cast<size_t>(kMostBlocksInAPart) && cursor_.at < stretch.end) {
     const BlockCursor before = cursor_;
     if (DecodeBlock(code, &cursor_, blocks_.At(count_)) == zepStatusOk) {
       keys_.push_back(before.Key());

@@ -144,8 +144,11 @@ class CodedPart {
   std::vector<BlockRun> runs_;
 };
 
-// Cuts a scan into parts of about so many blocks.
+// A scan is cut into parts of about this many blocks. A part of a picture's flat areas has more.
+// Those beyond the limit are left to the bridge of the next part.
 constexpr int64_t kBlocksInAPart = 8192;
+constexpr int64_t kMostBlocksInAPart = 4 * kBlocksInAPart;
+constexpr int64_t kMostBytesOfPart = kMostBlocksInAPart * (64 * sizeof(int16_t) + sizeof(int64_t));
 
 }  // namespace zepcodec::jpeg
 

@@ -6,6 +6,8 @@
 #include "codecs/jpeg/coefficients.h"
 #include "codecs/jpeg/decoder.h"
 #include "codecs/jpeg/geometry.h"
+#include "codecs/jpeg/scan_pipeline.h"
+#include "codecs/support/thread_pool.h"
 
 namespace zepcodec::jpeg {
 namespace {
@@ -14,6 +16,7 @@ constexpr int64_t kOther = 1 << 16;        // tables, messages
 constexpr int64_t kBytesForInterval = 96;  // lists of markers and of intervals, as vectors grow
 constexpr int64_t kBytesForSegment = 64;
 constexpr int64_t kCopiesOfMetadata = 3;
+constexpr int64_t kMostTables = 64;  // of scans that are decoded at the same time
 
 // Blocks of a component, with those that only fill up MCUs.
 int64_t PaddedBlocks(const Geometry& geometry, const ComponentGeometry& place) {
@@ -49,6 +52,19 @@ int64_t PlaneBytes(const Geometry& geometry, bool whole) {
   return bytes;
 }
 
+// What several threads take more than one.
+int64_t ThreadBytes(const FileInfo& info, const DecodeOptions& options, const Geometry& geometry,
+                    int64_t blocks) {
+  const auto threads = static_cast<int64_t>(ThreadCount(options.threads));
+  if (threads == 1) return 0;
+  const int64_t windows = (threads - 1) * PlaneBytes(geometry, false);
+  if (info.frame.is_progressive) return windows + kMostTables * int64_t{sizeof(Tables)};
+  if (!info.has_single_scan) return 0;
+  const int64_t parts = std::min(blocks / kBlocksInAPart + 1,
+                                 ScanPipeline::MostParts(blocks / geometry.mcu_rows, threads));
+  return windows + parts * kMostBytesOfPart;
+}
+
 }  // namespace
 
 int64_t MemoryNeed(const FileInfo& info, const DecodeOptions& options) {
@@ -69,6 +85,7 @@ int64_t MemoryNeed(const FileInfo& info, const DecodeOptions& options) {
   } else {
     bytes += PlaneBytes(geometry, !frame.is_progressive && !info.has_single_scan);
   }
+  if (!is_deep) bytes += ThreadBytes(info, options, geometry, blocks);
   return bytes + kBytesForInterval * Intervals(info, Geometry(frame, 1)) +
          MetadataBytes(info.metadata) + kOther;
 }

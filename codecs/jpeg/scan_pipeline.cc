@@ -311,13 +311,17 @@ void ScanPipeline::BandIsMade(int band) {
   }
 }
 
+int64_t ScanPipeline::MostParts(int64_t blocks_in_row, int64_t threads) {
+  const int64_t of_band = kRowsInABand * blocks_in_row / kBlocksInAPart + 2;
+  return threads * (of_band + 1) + 2;
+}
+
 Status ScanPipeline::Run(ThreadPool* pool, Progress* progress, bool* is_sound) {
   const auto bands = static_cast<size_t>((layout_.mcu_rows + kRowsInABand - 1) / kRowsInABand);
   const size_t threads = std::min(pool->size(), parts_.size());
   is_decoded_.assign(parts_.size(), false);
   is_made_.assign(bands, false);
-  const int64_t band_parts = kRowsInABand * blocks_in_row_ / kBlocksInAPart + 2;
-  most_parts_ = threads * (static_cast<size_t>(band_parts) + 1) + 2;
+  most_parts_ = static_cast<size_t>(MostParts(blocks_in_row_, static_cast<int64_t>(threads)));
   const Status status = pool->Run(threads, [&] { Worker(this, progress).Work(); });
   *is_sound = is_sound_;
   return status.ok() ? status_ : status;

@@ -33,6 +33,10 @@ namespace zepcodec::jpeg {
 
 class ScanPipeline {
  public:
+  // The most parts that are in memory at a time: those that are decoded, and those of the bands that
+  // are made.
+  static int64_t MostParts(int64_t blocks_in_row, int64_t threads);
+
   // The scan's data begins at data[begin]. `picture` has its size. What is referred to must outlive the
   // pipeline.
   ScanPipeline(const uint8_t* data, size_t size, size_t begin, const ScanLayout& layout,
