@@ -23,7 +23,7 @@ int64_t PaddedBlocks(const Geometry& geometry, const ComponentGeometry& place) {
   return int64_t{geometry.mcus_per_row} * place.h * geometry.mcu_rows * place.v;
 }
 
-int64_t Intervals(const FileInfo& info, const Geometry& geometry) {
+int64_t IntervalCount(const FileInfo& info, const Geometry& geometry) {
   if (info.restart_interval == 0) return 1;
   int64_t most = int64_t{geometry.mcus_per_row} * geometry.mcu_rows;
   for (const ComponentGeometry& place : geometry.components) {
@@ -86,7 +86,7 @@ int64_t MemoryNeed(const FileInfo& info, const DecodeOptions& options) {
     bytes += PlaneBytes(geometry, !frame.is_progressive && !info.has_single_scan);
   }
   if (!is_deep) bytes += ThreadBytes(info, options, geometry, blocks);
-  return bytes + kBytesForInterval * Intervals(info, Geometry(frame, 1)) +
+  return bytes + kBytesForInterval * IntervalCount(info, Geometry(frame, 1)) +
          MetadataBytes(info.metadata) + kOther;
 }
 
