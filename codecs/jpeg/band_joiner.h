@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
-// Puts the data of a scan together from bands that were coded on their own, each from its first bit on
-// at the beginning of a byte.
+// Joins bands of a scan that were coded independently, each starting at the first bit of a byte.
 //
-// In the file the bits of a band follow those of the band before, at any bit of a byte. So all of its
-// bytes are shifted, and the 00 after each FF is taken out and put in anew. After a restart marker bytes
-// are what they are.
+// In the file, a band starts at the bit after the previous band, at any position in a byte. So its
+// bytes are shifted, and the 00 after each FF is removed and inserted anew. From the first restart
+// marker of a band on, its bytes are copied unchanged.
 #ifndef ZEPJP_CODECS_JPEG_BAND_JOINER_H_
 #define ZEPJP_CODECS_JPEG_BAND_JOINER_H_
 
@@ -17,7 +16,7 @@
 
 namespace zepcodec::jpeg {
 
-// Up to 7 bits that do not fill a byte, in the lower bits.
+// Up to 7 bits that do not fill a byte, right-aligned.
 struct OpenBits {
   uint32_t bits = 0;
   int count = 0;
@@ -29,8 +28,8 @@ OpenBits OpenBitsOf(const zepiEncodeHuffmanState& state);
 struct CodedBand {
   ByteBuffer bytes;
   size_t head_size = 0;  // up to the first restart marker
-  OpenBits head;         // before that marker; they still have to be filled up
-  OpenBits tail;         // at the end, where there is such a marker
+  OpenBits head;         // before that marker, to be padded to a byte
+  OpenBits tail;         // at the end, if there is such a marker
   bool has_restart = false;
 };
 

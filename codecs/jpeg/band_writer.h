@@ -13,9 +13,9 @@
 
 namespace zepcodec::jpeg {
 
-// Up-sampling looks at the samples above and below. So a band ends before the last row of pixels of
-// its last row of MCUs, with which the next band begins; and that one decodes the row of MCUs above
-// it once more.
+// Up-sampling needs the samples above and below a row. So a band does not write the last row of pixels
+// of its last row of MCUs. The next band begins with that row, and for it decodes the row of MCUs
+// above a second time.
 class BandWriter {
  public:
   BandWriter(const Geometry& geometry, ColorModel model, Picture* image)

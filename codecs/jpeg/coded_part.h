@@ -8,10 +8,10 @@
 //
 // So the scan is cut into parts of some thousand blocks each, and any thread decodes any part from a
 // guess: the part's first byte begins the first block of an MCU, and the DC coefficients before it
-// are 0. In front of each block it notes the state of its decoder. Then the parts are joined in
-// their order. The true decoder goes on from the end of one part into the next until its state is
-// one that the next part noted. From there on the blocks of that part are those of the file. The
-// blocks up to there, decoded by the true decoder, are kept beside them as a bridge.
+// are 0. It records the state of its decoder before each block. Then the parts are joined in their
+// order. The true decoder continues from the end of one part into the next until its state equals
+// one that the next part recorded. From there on, the blocks of that part are those of the file. The
+// blocks up to there, decoded by the true decoder, are kept as a bridge.
 //
 // Restart intervals that are short are decoded whole, several in a part. Then nothing is guessed.
 #ifndef ZEPJP_CODECS_JPEG_CODED_PART_H_

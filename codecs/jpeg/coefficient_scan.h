@@ -28,7 +28,7 @@ struct ScanOutcome {
   int64_t idle_visits;  // see kMostIdleVisits
 };
 
-// Keeps a scan behind those before it while several are decoded at the same time.
+// Makes a scan wait for earlier ones while several are decoded at the same time.
 class RowGate {
  public:
   virtual ~RowGate() = default;

@@ -28,7 +28,7 @@ constexpr PixelLayout LayoutOf(ColorModel model) {
 
 class PictureWriter {
  public:
-  // The picture must have its size and LayoutOf(model).
+  // The picture must have its final size and LayoutOf(model).
   PictureWriter(ColorModel model, Picture* image) : model_(model), image_(image) {}
 
   // False: no memory.

@@ -28,7 +28,7 @@ class Plane {
     return Allocate(geometry.step, -1, place.v * place.block_size + 1);
   }
 
-  // Moves the window to a row of MCUs. What was in it counts no more.
+  // Moves the window to a row of MCUs. Its contents become invalid.
   void MoveTo(int mcu_row) { first_row_ = mcu_row * (rows_ - 1) - 1; }
 
   // Moves the window to the next row of MCUs; the last row of samples is kept above it.

@@ -31,15 +31,14 @@ class ScanEncoder {
   ScanEncoder(const Geometry& geometry, const std::vector<const CoderTables*>& tables,
               const EncodeOptions& options, int first_row, ByteBuffer* file);
 
-  // Where the first row is not that of the scan: `strip` holds the row above it, whose last DC
-  // coefficients the first ones are coded as differences to.
+  // Needed if the first row is not the first of the scan: `strip` holds the row above, whose last DC
+  // coefficients predict the first ones of this row.
   void SeeRowAbove(const StripMaker& strip);
   // Codes a row of MCUs, the next one, from its samples.
   Status EncodeRow(const StripMaker& strip);
   // Writes the last byte if it is incomplete.
   Status Finish();
-  // Instead of Finish(): describes what was coded, to be joined to the bands before and after. All but
-  // the bytes, which are in `file`.
+  // Instead of Finish(): fills in how to join the coded bytes, which are in `file`, to other bands.
   void Describe(CodedBand* band) const;
 
  private:

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
 // A sequential scan of all components on its way to a picture, on several threads.
 //
-// There are three kinds of work. Parts of the scan are decoded to blocks by any thread in any order
-// (coded_part.h). The parts are joined one after the other, by one thread at a time, which takes
-// little. And bands of the picture are made of joined blocks, by any thread. Each thread takes what
-// brings the picture's next rows soonest: joining before bands, bands before parts. So few parts are
-// in memory at a time, and no thread waits for long.
+// There are three kinds of work. Any thread decodes any part of the scan to blocks (coded_part.h).
+// The parts are joined in their order, by one thread at a time, which takes little time. And any
+// thread reconstructs bands of the picture from joined blocks. Each thread chooses the work that
+// completes the picture's next rows soonest: joining before bands, bands before parts. So few parts
+// are in memory at a time, and no thread waits for long.
 //
-// Files are rarely damaged, and what a damaged one becomes depends on how the careful reader went on
-// after each fault. So any fault ends the work here, and the file is decoded by that reader.
+// The result for a damaged file depends on how the single-threaded decoder resumes after each fault.
+// So any fault ends the work here, and that decoder decodes the file from the start.
 #ifndef ZEPJP_CODECS_JPEG_SCAN_PIPELINE_H_
 #define ZEPJP_CODECS_JPEG_SCAN_PIPELINE_H_
 

@@ -46,7 +46,7 @@ class ScanWavefront::Gate : public RowGate {
   }
 
  private:
-  // Rows are told and asked for by so many at a time.
+  // Progress is published, and looked up, once for this number of rows.
   static constexpr int kRowsInAdvance = 4;
 
   ScanWavefront& wavefront_;

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 // The scans of a progressive file, several at the same time.
 //
-// A scan refines what those before it have left in its blocks, so it needs these scans to be done, but
-// only there: all scans can go through the picture at the same time, each some rows behind the one
-// before. Threads take the scans in their order. In front of each row a scan waits until all scans
-// before it that have blocks of the same components have passed these blocks.
+// A scan refines the coefficients that earlier scans left in a block, so these scans must have passed
+// the block, but they need not be complete. All scans can go through the picture at the same time,
+// each some rows after the one it refines. Threads take the scans in their order. Before each row, a
+// scan waits until all earlier scans of the same components have passed the row's blocks.
 //
 // As in ScanPipeline, any fault ends the work, and the file is decoded scan by scan.
 #ifndef ZEPJP_CODECS_JPEG_SCAN_WAVEFRONT_H_

@@ -14,9 +14,9 @@
 
 namespace zepcodec {
 
-// On each thread of the pool makes a worker, which is then called with one item after the other. Items
-// are begun in their order. After an exception, of which only std::bad_alloc is caught, no more are
-// begun. `progress` may be null.
+// Makes a worker on each thread of the pool and calls it with one item after the other. Items are
+// started in their order. After std::bad_alloc, the only exception that is caught, no further items are
+// started. `progress` may be null.
 template <class MakeWorker>
 Status RunParallel(ThreadPool* pool, size_t items, const MakeWorker& make_worker,
                    Progress* progress = nullptr) {

@@ -17,11 +17,11 @@
 
 namespace zepcodec {
 
-// The number of threads that `wanted` means; 0: as many as the machine runs at once.
+// The number of threads for an option; 0: one for each processor.
 size_t ThreadCount(int wanted);
 
-// While it lives, calls that its thread makes to the stages start no threads. Codecs share out their
-// work themselves, over larger pieces.
+// During its lifetime, calls of its thread to the stages start no threads. Codecs divide their work
+// among threads themselves, in larger pieces.
 class StagesOnOneThread {
  public:
   StagesOnOneThread() : before_(zepSetOwnNumThreads(1)) {}
@@ -35,7 +35,7 @@ class StagesOnOneThread {
 
 class ThreadPool {
  public:
-  // A pool of one thread, the caller's, starts none.
+  // A pool of size 1 uses the caller's thread and starts none.
   explicit ThreadPool(int wanted) : size_(ThreadCount(wanted)) {}
   ~ThreadPool();
   ThreadPool(const ThreadPool&) = delete;
@@ -44,9 +44,9 @@ class ThreadPool {
   // The threads that Run() uses at most.
   size_t size() const { return size_; }
 
-  // Calls `work` on up to `most` threads at the same time, one of which is the caller's, and returns
-  // when all calls have returned. Where the system refuses a thread, there are fewer calls, so each
-  // must go on for as long as there is something to do. Only std::bad_alloc is caught.
+  // Calls `work` on up to `most` threads at the same time, one of them the caller's, and returns when
+  // all calls have returned. If the system refuses threads, there are fewer calls, so each call must
+  // continue until no work is left. Only std::bad_alloc is caught.
   Status Run(size_t most, const std::function<void()>& work);
 
  private:
@@ -60,7 +60,7 @@ class ThreadPool {
   std::condition_variable wakes_threads_;
   std::condition_variable wakes_caller_;
   const std::function<void()>* work_ = nullptr;
-  size_t wanted_ = 0;   // threads that still have to take up the work
+  size_t wanted_ = 0;   // threads that have not started the work yet
   size_t working_ = 0;  // threads that have not finished it
   bool has_failed_ = false;
   bool is_ending_ = false;

@@ -84,12 +84,12 @@ ZEPCORE_API int32_t ownGetNumThreads(void);
 ZEPCORE_API void zepSetNumThreads(int32_t count);
 
 /**
- * Sets the result of ownGetNumThreads() for the calling thread alone, whatever zepSetNumThreads() says.
- * A program that shares out its work over threads of its own sets 1 in each of them, so that the calls
- * they make start no further threads.
+ * Sets the result of ownGetNumThreads() for the calling thread alone; it takes precedence over
+ * zepSetNumThreads(). A program that divides its work among its own threads sets 1 in each of them, so
+ * that their calls start no further threads.
  *
- * @param count 1 to 1024; more counts as 1024, and 0 or less ends the exception
- * @return what the thread had set before, or 0
+ * @param count 1 to 1024; more counts as 1024, and 0 or less restores the common count
+ * @return the thread's previous setting, or 0 if it had none
  */
 ZEPCORE_API int32_t zepSetOwnNumThreads(int32_t count);
 

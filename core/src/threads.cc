@@ -20,7 +20,7 @@ constexpr int32_t kMaxCount = 1024;
 std::atomic<int32_t> chosen_count{0};  // 0: the default
 static_assert(std::atomic<int32_t>::is_always_lock_free);
 
-// Of this thread alone; 0: as for all. Known at link time where it lies, so reading it takes no call.
+// The count of this thread alone; 0: the common one. The TLS model makes reading it cost no call.
 thread_local int32_t own_count __attribute__((tls_model("initial-exec"))) = 0;
 
 #ifdef _OPENMP

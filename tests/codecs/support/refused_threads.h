@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
-// Makes the system refuse threads: stands in front of pthread_create().
+// Makes the system refuse threads, by a pthread_create() that replaces the system's.
 #ifndef ZEPJP_TESTS_CODECS_SUPPORT_REFUSED_THREADS_H_
 #define ZEPJP_TESTS_CODECS_SUPPORT_REFUSED_THREADS_H_
 
 namespace refused_threads {
 
-// Not where a sanitizer has its own function in that place.
+// False under sanitizers, which replace that function themselves.
 bool CanRefuse();
 
-// While it lives, only so many more threads can be started.
+// During its lifetime, only `allowed` more threads can be started.
 class After {
  public:
   explicit After(int allowed);
