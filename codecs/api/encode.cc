@@ -173,4 +173,4 @@ zepcStatus zepcEncodeTo(const zepcPixels* pixels, const zepcEncodeOptions* optio
   });
 }
 
-void zepcFree(void* file) { delete[] static_cast<uint8_t*>(file); }
+void zepcFree(void* file) { zepcodec::FreeBytes(static_cast<uint8_t*>(file)); }

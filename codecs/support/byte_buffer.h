@@ -41,7 +41,7 @@ class ByteBuffer {
     return Reserve(std::max(size_ + more, capacity_ + capacity_ / 2));
   }
 
-  // The bytes, for `delete[]`; the buffer is empty afterwards.
+  // The bytes, for FreeBytes(); the buffer is empty afterwards.
   uint8_t* Release() {
     size_ = capacity_ = 0;
     return bytes_.release();

@@ -364,7 +364,8 @@ TEST(Tiff, ManyStripsAreQuick) {
     EXPECT_EQ(picture.Get(0), 0);
     EXPECT_EQ(picture.Get(kStrips - 1), 7);
   }
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+  // Time that grows with the square of the strips would be hours.
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::minutes(1));
 }
 
 }  // namespace
