@@ -365,9 +365,19 @@ void WriteLabRange(const LabRange& lab, BoxWriter* writer) {
   writer->Long(lab.is_d65 ? kD65 : kD50);
 }
 
+// A profile for other colours would change the meaning of the samples. Four channels are inks only by
+// a profile that says so.
+bool HasFittingProfile(const Image& image) {
+  if (image.metadata.icc_profile.empty()) return false;
+  const ColorSpace color = ColorOfProfile(image.metadata.icc_profile);
+  if (image.color == ColorSpace::kUnknown) return true;
+  return color == image.color ||
+         (color == ColorSpace::kUnknown && image.color != ColorSpace::kCmyk);
+}
+
 void WriteColor(const Image& image, BoxWriter* writer) {
   const size_t box = writer->Open(Name("colr"));
-  if (!image.metadata.icc_profile.empty()) {
+  if (HasFittingProfile(image)) {
     writer->Number(0x020000, 3);
     writer->Bytes(image.metadata.icc_profile);
   } else {

@@ -350,6 +350,7 @@ TEST(ApiDecode, DamageIsAnErrorOrKept) {
 TEST(ApiDecode, LimitsAreKept) {
   for (const Bytes& file : Files()) {
     auto options = Sized<zepcDecodeOptions>();
+    options.threads = 1;  // several threads take more memory, but only if it is there
     options.max_pixels = 37 * 29;
     Decode(file, &options);
     const auto refuses = [&] {
@@ -372,6 +373,9 @@ TEST(ApiDecode, LimitsAreKept) {
     EXPECT_GE(info.memory, 37 * 29 * (8 + 3));
     options.max_memory = info.memory;
     Decode(file, &options);
+    options.threads = 16;  // as many as there is memory for
+    Decode(file, &options);
+    options.threads = 1;
     options.max_memory = info.memory - 1;
     refuses();
   }

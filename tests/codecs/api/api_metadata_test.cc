@@ -120,6 +120,17 @@ TEST(ApiMetadata, LongProfilesAreKept) {
 }
 
 // A segment has no room for it.
+// Inks stay inks: a JP2 file would hold three colours by this profile.
+TEST(ApiMetadata, ProfilesOfOtherColorsAreLeftOut) {
+  const Given given;
+  const Picture picture = Decode(EncodeWith(given, zepcFormatJp2, zepcLayoutCmyk));
+  auto pixels = Sized<zepcPixels>();
+  ASSERT_EQ(zepcPicturePixels(picture.get(), &pixels), zepcStatusOk);
+  EXPECT_EQ(pixels.layout, zepcLayoutCmyk);
+  EXPECT_EQ(MetadataOf(picture).icc_size, 0U);
+  EXPECT_EQ(MetadataOf(picture).xmp_size, given.xmp.size());
+}
+
 TEST(ApiMetadata, ExifThatIsTooLongIsLeftOut) {
   Given given;
   given.exif.resize(70000);
