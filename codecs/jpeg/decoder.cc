@@ -294,7 +294,6 @@ Status FileDecoder::Show(const Coefficients& coefficients, Picture* image) {
     BandWriter writer(*geometry_, info_->model, image);
     return writer.Init() ? write(&writer, 0, geometry_->mcu_rows) : Status::NoMemory();
   }
-  constexpr int kRowsInABand = 12;
   const int bands = DivideUp(geometry_->mcu_rows, kRowsInABand);
   return RunParallel(
       &pool_, static_cast<size_t>(bands),

@@ -133,9 +133,6 @@ struct Work {
   ThreadPool* pool;
 };
 
-// Bands take the same rows however many threads there are, but a single thread needs none.
-constexpr int kRowsInABand = 12;
-
 // Blocks are coded as they come, in bands that are joined in their order.
 class BandCoder {
  public:

@@ -40,6 +40,10 @@ struct Geometry {
   int McuHeight() const { return max_v * unit; }
 };
 
+// Threads work on bands of this many rows of MCUs. Decoding a band takes one row more, and encoding
+// a band converts one row more, so bands have more than a few rows.
+constexpr int kRowsInABand = 12;
+
 constexpr int DivideUp(int64_t value, int64_t divisor) {
   return static_cast<int>((value + divisor - 1) / divisor);
 }

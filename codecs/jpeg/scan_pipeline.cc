@@ -13,9 +13,6 @@
 namespace zepcodec::jpeg {
 namespace {
 
-// Each band makes a row again that belongs to the band above, so bands have more than a few.
-constexpr int kRowsInABand = 12;
-
 int64_t BlocksInMcu(const ScanLayout& layout) {
   int64_t blocks = 0;
   for (const ScanPart& part : layout.parts)
@@ -317,7 +314,7 @@ int64_t ScanPipeline::MostParts(int64_t blocks_in_row, int64_t threads) {
 }
 
 Status ScanPipeline::Run(ThreadPool* pool, Progress* progress, bool* is_sound) {
-  const auto bands = static_cast<size_t>((layout_.mcu_rows + kRowsInABand - 1) / kRowsInABand);
+  const auto bands = static_cast<size_t>(DivideUp(layout_.mcu_rows, kRowsInABand));
   const size_t threads = std::min(pool->size(), parts_.size());
   is_decoded_.assign(parts_.size(), false);
   is_made_.assign(bands, false);
