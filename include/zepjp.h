@@ -1161,7 +1161,7 @@ zepiDecodeHuffmanStateFree_JPEG_8u(zepiDecodeHuffmanState* pDecHuffState);
  * Checks: `pDst`, `dstLenBytes` below 1 (::zepStatusBadSize), `pDstCurrPos`, the state; then,
  * unless flushing, `pSrc`, `pLastDC`, `pDcTable`, `pAcTable`.
  * @return ::zepStatusBufferExhausted: the buffer has no room. The block is lost, although
- *   `*pDstCurrPos` counts what was stored of it. Enlarge the buffer and continue from a position
+ *   `*pDstCurrPos` counts its stored bytes. Enlarge the buffer and continue from a position
  *   and a state that you saved before the block. ::zepStatusBadHuffTable: a symbol has no code, or
  *   an AC coefficient is -32768.
  */
@@ -1182,7 +1182,7 @@ ZEP_API zepStatus ZEP_CALL zepiEncodeHuffman8x8_JPEG_16s1u_C1(
  * @return ::zepStatusBufferExhausted: the source ended before the bits that the block needs.
  *   ::zepStatusBadHuffCode: a code is not in the table, a run goes past the last coefficient, or
  *   the block needs bits after a marker. In both cases `*pLastDC` keeps its value and `pDst` holds
- *   what was decoded until then; only its 64 values are written.
+ *   the coefficients decoded before the error; only its 64 values are written.
  */
 ZEP_API zepStatus ZEP_CALL zepiDecodeHuffman8x8_JPEG_1u16s_C1(
     const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcCurrPos, int16_t* pDst, int16_t* pLastDC,
@@ -1227,7 +1227,7 @@ ZEP_API zepStatus ZEP_CALL zepiEncodeHuffman8x8_Direct_JPEG_16s1u_C1(
  *   position lies outside the source. ::zepStatusBadHuffCode: a code is not in the table, a run
  *   goes past the last coefficient, the block needs bits after a marker, or `*pMarker` was not 0
  *   (then nothing is read). After a failure `*pLastDC` keeps its value, the position too unless a
- *   marker was found, and `pDst` holds what was decoded until then.
+ *   marker was found, and `pDst` holds the values decoded before it.
  */
 ZEP_API zepStatus ZEP_CALL zepiDecodeHuffman8x8_Direct_JPEG_1u16s_C1(
     const uint8_t* pSrc, int32_t srcLenBytes, int32_t* pSrcBitPos, int16_t* pDst, int16_t* pLastDC,
@@ -1308,8 +1308,8 @@ ZEP_API zepStatus ZEP_CALL zepiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1(
  * For all four decoders of progressive scans, buffer, position, marker, state and the two errors
  * are those of zepiDecodeHuffman8x8_JPEG_1u16s_C1(). The state also counts the blocks that are left
  * of an end-of-band run. Blocks are in natural order. They are changed, not cleared: start with
- * zeros and keep the blocks from scan to scan. On an error `pDst` holds what was decoded until
- * then. Nothing outside the band is ever written.
+ * zeros and keep the blocks from scan to scan. On an error `pDst` holds the coefficients
+ * decoded before it. Nothing outside the band is ever written.
  *
  * Checks: `pSrc`, `srcLenBytes` negative (::zepStatusBadArg), `pSrcCurrPos`, `pDst`, then the other
  * pointers in their order, then the limits of Al, Ss and Se (::zepStatusBadArg).

@@ -7,8 +7,8 @@
 //
 // The blocks are the library's (zepiPCTFwd_JPEGXR_32s_C1IR and its inverse); this file orders
 // stages and filters. A filter changes two rows on either side of a border of blocks, so each stage
-// lags behind the one before it; done in strips of a few rows of macroblocks, all stages find their
-// data in the cache.
+// works some rows above the previous one. All stages go through the picture together, in strips of
+// a few rows of macroblocks, so that they find their data in the cache.
 #include "codecs/jpegxr/transform.h"
 
 #include <algorithm>

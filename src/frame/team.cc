@@ -75,8 +75,8 @@ void* WaitAtGate(void* argument) {
 }
 
 // The address space that one thread needs: its stack, a little above the default because runtimes
-// choose larger ones, and the heap that glibc reserves when a thread allocates (128 MiB, of which
-// it keeps an aligned 64 MiB).
+// choose larger ones, and the heap that glibc reserves when a thread allocates (128 MiB; it
+// keeps an aligned 64 MiB and frees the rest).
 struct Room {
   size_t stack;
   size_t whole;

@@ -139,8 +139,8 @@ class Planner {
     ++now_.least;
   }
 
-  // Plans the eight bytes from `low`, each of which differs from the next. False: they have to be
-  // planned one by one.
+  // Plans the eight bytes from `low`; the caller knows that each differs from the next. False: they
+  // have to be planned one by one.
   HWY_INLINE bool PlanLiterals(uint32_t low) {
     constexpr uint64_t kAllEight = uint64_t{0xFF} << 56;
     const uint64_t literal = now_.at_least.Farthest();
@@ -161,7 +161,7 @@ class Planner {
     return true;
   }
 
-  // Plans the eight bytes from `low`, each of which equals the next. If a run is better than every
+  // Plans the eight bytes from `low`, which all equal the next byte. If a run is better than every
   // literal, it stays better while it grows up to 128 bytes, and after that as long as it was
   // better 128 bytes before. False: the bytes have to be planned one by one.
   HWY_INLINE bool PlanRun(uint32_t low) {

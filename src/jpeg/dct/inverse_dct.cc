@@ -61,7 +61,7 @@ HWY_INLINE V32 RowRounding(int vector, int32_t first_row) {
   return hn::Add(round, hn::IfThenElseZero(hn::FirstN(D32(), 4), hn::Set(D32(), first_row)));
 }
 
-// Transforms rows of coefficients of which only the first kCorner may be nonzero.
+// Transforms rows of coefficients. Only the first kCorner of each row may be nonzero.
 template <int kCorner>
 HWY_INLINE V16 RowPass(V16 rows, int vector, V32 rounding) {
   static constexpr LaneOrder k02 = MakeLaneOrder(0, 2, 0, 2, 0, 2, 0, 2);

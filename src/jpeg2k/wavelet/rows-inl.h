@@ -5,8 +5,8 @@
 // A block is two vectors of samples, split into a vector of the even and one of the odd samples.
 // The neighbours that a step needs are the vectors of the other half moved by one lane. So all
 // steps run in registers, block after block along the row, and each sample is loaded and stored
-// once. Steps that need lanes of the next block wait for it: the results lag behind the input by up
-// to two blocks.
+// once. Steps that need lanes of the next block wait for it, so the results are up to two blocks
+// late.
 //
 // Positions are counted so that low coefficients have even ones: with an odd origin (`phase` 1) the
 // row starts at position 1. The first and last blocks are read from copies that include the

@@ -3,8 +3,8 @@
 // the look-up tables have six lanes in bits 22 to 61, one for each counter, so that one addition
 // for each coefficient updates all counters.
 //
-// No lane overflows: a block has at most 14 indexes after its first, each of which adds -2..2 to a
-// lane of 7 bits (at most 28 in magnitude), and 15 levels, each of which adds -1..1 to a lane of 6
+// No lane overflows: a block has at most 14 indexes after its first, and each adds -2..2 to a lane
+// of 7 bits (at most 28 in magnitude). It has at most 15 levels, and each adds -1..1 to a lane of 6
 // bits.
 #ifndef ZEPJP_SRC_JPEGXR_VLC_VLC_COUNTERS_H_
 #define ZEPJP_SRC_JPEGXR_VLC_VLC_COUNTERS_H_

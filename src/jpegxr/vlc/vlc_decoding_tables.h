@@ -14,7 +14,7 @@
 namespace zepjp {
 
 // Entries begin with the number of bits that they decode, or 0 if the look-up bits do not contain
-// all of them. It has 6 bits, as many as a shift instruction uses of its count.
+// all of them. It has 6 bits: a shift instruction uses the low 6 bits of its count.
 constexpr uint32_t kLengthBits = 6;
 template <class Entry>
 constexpr uint32_t LengthOf(Entry entry) {
