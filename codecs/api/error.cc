@@ -25,6 +25,8 @@ zepcStatus StatusOf(const Status& status, zepcStatus error) {
     case Status::Kind::kTooLarge: return Fail(zepcStatusTooLarge, status.text().c_str());
     case Status::Kind::kNoMemory: return Fail(zepcStatusNoMemory, "not enough memory");
     case Status::Kind::kCancelled: return Fail(zepcStatusCancelled, "cancelled");
+    case Status::Kind::kWriteFailed:
+      return Fail(zepcStatusWriteFailed, "the write callback failed");
   }
   return error;
 }

@@ -81,6 +81,11 @@ class Picture {
     first_ = samples;
     return Describe(width, height, layout, type, bits);
   }
+  // The same with the other picture's layout and kind of samples.
+  [[nodiscard]] bool BorrowLike(const Picture& other, const uint8_t* samples, int width,
+                                int height) {
+    return Borrow(samples, width, height, other.layout_, other.type_, other.bits_);
+  }
 
   int width() const { return width_; }
   int height() const { return height_; }

@@ -10,7 +10,16 @@ namespace zepcodec {
 
 class [[nodiscard]] Status {
  public:
-  enum class Kind { kOk, kError, kBadOption, kUnsupported, kTooLarge, kNoMemory, kCancelled };
+  enum class Kind {
+    kOk,
+    kError,
+    kBadOption,
+    kUnsupported,
+    kTooLarge,
+    kNoMemory,
+    kCancelled,
+    kWriteFailed
+  };
 
   Status() = default;
   // A bad file or, of an encoder, a bad option.
@@ -25,12 +34,14 @@ class [[nodiscard]] Status {
   // Takes no memory for a text.
   static Status NoMemory() { return Status(Kind::kNoMemory, {}); }
   static Status Cancelled() { return Status(Kind::kCancelled, {}); }
+  static Status WriteFailed() { return Status(Kind::kWriteFailed, {}); }
 
   bool ok() const { return kind_ == Kind::kOk; }
   Kind kind() const { return kind_; }
   std::string text() const {
     if (kind_ == Kind::kNoMemory) return "not enough memory";
     if (kind_ == Kind::kCancelled) return "cancelled";
+    if (kind_ == Kind::kWriteFailed) return "the write callback failed";
     return text_;
   }
 
