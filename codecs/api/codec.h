@@ -11,9 +11,13 @@
 #include "codecs/api/pixels.h"
 #include "codecs/include/zepcodec.h"
 #include "codecs/support/byte_buffer.h"
+#include "codecs/support/byte_sink.h"
 #include "codecs/support/messages.h"
 #include "codecs/support/picture.h"
 #include "codecs/support/progress.h"
+#include "codecs/support/region.h"
+#include "codecs/support/row_sink.h"
+#include "codecs/support/row_source.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::api {
@@ -49,24 +53,35 @@ class Watch {
 struct DecodeRequest {
   zepcDecodeOptions options;
   Progress* progress;  // null: no progress callback
+  WantedRegion region;
+  RowSink* rows;  // null: a picture is wanted
 };
 
 struct EncodeRequest {
   zepcEncodeOptions options;
   Progress* progress;
+  ByteSink* sink;  // null: the whole file is wanted
+};
+
+struct Findings : zepcInfo {
+  // Whether decode() uses DecodeRequest::rows. `memory` is then without a picture.
+  bool gives_rows = false;
 };
 
 struct Codec {
   zepcFormatFacts facts;
   bool (*recognizes)(const File& file);
   // `info` comes with its format set and all else 0.
-  Status (*probe)(const File& file, const DecodeRequest& request, zepcInfo* info);
-  // The picture as the file has it, with its metadata.
+  Status (*probe)(const File& file, const DecodeRequest& request, Findings* info);
+  // The region of the picture as the file has it, with its metadata. Its rows go to
+  // DecodeRequest::rows if that is set and the codec can give them one after the other; `picture`
+  // then has the metadata alone.
   Status (*decode)(const File& file, const DecodeRequest& request, Picture* picture,
                    Report* report);
   // Encodes a picture with its metadata. A wrong option is an error; a picture that the format
-  // cannot hold is unsupported.
-  Status (*encode)(const Picture& picture, const EncodeRequest& request, ByteBuffer* bytes);
+  // cannot hold is unsupported. The first bytes of the file may go to EncodeRequest::sink, if that
+  // is set; `bytes` gets the rest.
+  Status (*encode)(RowSource* rows, const EncodeRequest& request, ByteBuffer* bytes);
 };
 
 // For zepcFormatFacts::depths.

@@ -13,7 +13,7 @@ namespace {
 
 bool IsDds(const File& file) { return file.size >= 4 && std::memcmp(file.data, "DDS ", 4) == 0; }
 
-Status Probe(const File& file, const DecodeRequest& request, zepcInfo* info) {
+Status Probe(const File& file, const DecodeRequest& request, Findings* info) {
   dds::Header header;
   Status status = dds::ParseHeader(file.data, file.size, &header);
   if (!status.ok()) return status;
@@ -49,7 +49,7 @@ Status Decode(const File& file, const DecodeRequest& request, Picture* picture, 
     report->notes.Add("the first of " + std::to_string(header.pictures) + " pictures was taken");
   }
   if (status.ok() && Stops(request.progress, 1, 1)) return Status::Cancelled();
-  return status;
+  return status.ok() ? Cut(request.region, picture) : status;
 }
 
 Status ReadTexture(const Picture& picture, zepcTexture texture, dds::EncodeOptions* options) {
@@ -72,7 +72,9 @@ Status ReadTexture(const Picture& picture, zepcTexture texture, dds::EncodeOptio
   return Status::Error("there is no texture " + std::to_string(texture));
 }
 
-Status Encode(const Picture& picture, const EncodeRequest& request, ByteBuffer* bytes) {
+Status Encode(RowSource* rows, const EncodeRequest& request, ByteBuffer* bytes) {
+  Picture picture;
+  if (Status status = rows->All(&picture); !status.ok()) return status;
   constexpr int kBc7Modes[] = {-1, 6, -2};
   const zepcDdsOptions given = Complete(request.options.dds);
   dds::EncodeOptions options;

@@ -72,21 +72,12 @@ Target TargetFor(const zepcDecodeOptions& options, const Picture& picture) {
   return target;
 }
 
-// The pixels of a region, in place.
-Status PixelsOfRegion(const zepcRect& region, const Picture& picture, ConstPixels* pixels) {
-  *pixels = PixelsOf(picture);
-  if (region.width == 0) return Status();
-  if (region.height < 1 || region.x > picture.width() - region.width ||
-      region.y > picture.height() - region.height) {
-    return Status::Error("the region is not inside the picture of " +
-                         std::to_string(picture.width()) + " x " +
-                         std::to_string(picture.height()) + " pixels");
-  }
-  pixels->data += static_cast<size_t>(region.y) * pixels->stride +
-                  static_cast<size_t>(region.x) * pixels->format.BytesPerPixel();
-  pixels->width = region.width;
-  pixels->height = region.height;
-  return Status();
+// Whether nothing has to be changed.
+bool IsAsWanted(const Target& target, const Picture& picture) {
+  const PixelFormat native = zepcodec::FormatOf(picture);
+  return native.layout == target.format.layout && native.type == target.format.type &&
+         native.bits == target.format.bits && !target.format.is_bgr &&
+         !(target.opacity.is_removed && HasAlpha(native.layout));
 }
 
 int64_t PixelBytes(zepcLayout layout, zepcSample sample) {
@@ -94,42 +85,88 @@ int64_t PixelBytes(zepcLayout layout, zepcSample sample) {
   return int64_t{ChannelCount(channels)} * BytesOf(TypeOf(sample).value_or(SampleType::kU8));
 }
 
+// Hands rows to the caller's callback, in the form that the caller wants.
+class RowDelivery : public RowSink {
+ public:
+  explicit RowDelivery(const zepcDecodeOptions& options) : options_(options) {}
+
+  Status Take(const Picture& rows, int y) override {
+    const Target target = TargetFor(options_, rows);
+    const int most = std::min(kRowsAtOnce, rows.height());
+    for (int first = 0; first < rows.height(); first += most) {
+      const int count = std::min(most, rows.height() - first);
+      ConstPixels part = {rows.Row(first), rows.Stride(), rows.width(), count,
+                          zepcodec::FormatOf(rows)};
+      if (!IsAsWanted(target, rows)) {
+        if (Status status = Convert(target, &part); !status.ok()) return status;
+      }
+      if (Status status = Call(part, y + first); !status.ok()) return status;
+    }
+    return Status();
+  }
+
+ private:
+  // Into the buffer, which `rows` then are.
+  Status Convert(const Target& target, ConstPixels* rows) {
+    const size_t stride = static_cast<size_t>(rows->width) * target.format.BytesPerPixel();
+    if (!band_.Resize(stride * static_cast<size_t>(rows->height))) return Status::NoMemory();
+    const Pixels to = {band_.data(), stride, rows->width, rows->height, target.format};
+    Status status = ConvertPixels(*rows, target.opacity, to);
+    *rows = {to.data, stride, to.width, to.height, target.format};
+    return status;
+  }
+
+  Status Call(const ConstPixels& rows, int y) {
+    const zepcPixels pixels = {sizeof(zepcPixels),
+                               const_cast<uint8_t*>(rows.data),
+                               rows.stride,
+                               rows.width,
+                               rows.height,
+                               LayoutOf(rows.format.layout, rows.format.is_bgr),
+                               SampleOf(rows.format.type),
+                               rows.format.bits};
+    return options_.rows(options_.rows_user, &pixels, y) == 0 ? Status() : Status::Cancelled();
+  }
+
+  const zepcDecodeOptions& options_;
+  ByteBuffer band_;
+};
+
 // One file that is decoded.
 class Decoding {
  public:
   Decoding(const File& file, const zepcDecodeOptions& options)
       : file_(file),
         watch_(options.progress, options.progress_user),
-        request_{options, watch_.progress()} {
+        request_{options, watch_.progress(), {}, nullptr},
+        rows_(request_.options) {
     if (request_.options.max_pixels == 0) request_.options.max_pixels = kUsualMaxPixels;
     if (request_.options.max_memory == 0) request_.options.max_memory = kUsualMaxMemory;
+    if (options.rows != nullptr) request_.rows = &rows_;
+    request_.region = WantedRegion(RegionOf(options), turn_);
   }
 
   const zepcDecodeOptions& options() const { return request_.options; }
+  // The region, turned upright.
   const Picture& picture() const { return picture_; }
   Picture TakePicture() { return std::move(picture_); }
 
-  zepcStatus Probe(zepcInfo* info) {
+  zepcStatus Probe(Findings* info) {
     codec_ = CodecOfFile(file_);
     if (codec_ == nullptr) return Fail(zepcStatusUnknownFormat, "the format is not known");
-    info->format = codec_->facts.format;
-    info->layers = info->pictures = info->tiles_across = info->tiles_down = 1;
-    if (Status status = codec_->probe(file_, request_, info); !status.ok()) {
-      return StatusOf(status, zepcStatusBadFile);
-    }
-    if (info->width > options().max_pixels / info->height) {
-      const std::string text = std::to_string(info->width) + " x " + std::to_string(info->height) +
-                               " pixels are more than the limit of " +
-                               std::to_string(options().max_pixels);
-      return Fail(zepcStatusTooLarge, text.c_str());
-    }
-    info->memory = std::max(info->memory, MemoryAfterwards(*info));
-    return zepcStatusOk;
+    if (const zepcStatus status = ReadHeaders(info); status != zepcStatusOk) return status;
+    const Turn upright = UprightOf(info->orientation);
+    if (options().applies_orientation == 0 || upright.IsNone()) return zepcStatusOk;
+    // Rows cannot be handed out in the order in which they are stored.
+    turn_ = upright;
+    request_.rows = nullptr;
+    request_.region = WantedRegion(RegionOf(options()), upright);
+    return ReadHeaders(info);
   }
 
   // Fills the metadata and messages of `result`. zepcStatusDamaged where damage is accepted.
   zepcStatus Decode(zepcPicture* result) {
-    zepcInfo info{};
+    Findings info{};
     if (const zepcStatus status = Probe(&info); status != zepcStatusOk) return status;
     if (info.memory > options().max_memory && options().threads != 1) {
       // A single thread takes less.
@@ -151,7 +188,7 @@ class Decoding {
       return Fail(zepcStatusBadFile, result->notes[0].text.c_str());
     }
     result->metadata = std::move(picture_.metadata());
-    if (options().applies_orientation != 0) {
+    if (!turn_.IsNone()) {
       if (Status status = MakeUpright(result); !status.ok()) {
         return StatusOf(status, zepcStatusUnsupported);
       }
@@ -159,47 +196,63 @@ class Decoding {
     return report.damage.empty() ? zepcStatusOk : zepcStatusDamaged;
   }
 
-  // Converts the region into `to`.
-  Status Deliver(const Target& target, const Pixels& to) {
-    ConstPixels from{};
-    if (Status status = PixelsOfRegion(options().region, picture_, &from); !status.ok()) {
-      return status;
-    }
-    return ConvertPixels(from, target.opacity, to);
-  }
-
-  // The size of the region.
-  int width() const {
-    return options().region.width > 0 ? options().region.width : picture_.width();
-  }
-  int height() const {
-    return options().region.width > 0 ? options().region.height : picture_.height();
-  }
+  // Hands out the rows that the codec has not handed out itself.
+  Status DeliverRows() { return picture_.width() > 0 ? rows_.Take(picture_, 0) : Status(); }
 
  private:
-  // The memory of turning and conversion, when the codec's own memory is free again.
-  int64_t MemoryAfterwards(const zepcInfo& info) const {
-    const zepcDecodeOptions& wanted = options();
-    const int shift = info.format == zepcFormatDds ? wanted.level : wanted.reduce;
-    const int64_t width =
-        std::max<int64_t>((int64_t{info.width} + (int64_t{1} << shift) - 1) >> shift, 1);
-    const int64_t height =
-        std::max<int64_t>((int64_t{info.height} + (int64_t{1} << shift) - 1) >> shift, 1);
-    const int64_t native = PictureBytes(width, height, PixelBytes(info.layout, info.sample));
-    const bool is_turned = wanted.applies_orientation != 0 && info.orientation > 1;
-    const zepcLayout layout = wanted.layout == zepcLayoutNative ? info.layout : wanted.layout;
-    const zepcSample sample = wanted.sample == zepcSampleNative ? info.sample : wanted.sample;
-    const bool is_part = wanted.region.width > 0;
-    if (!is_part && layout == info.layout && sample == info.sample && wanted.rows == nullptr) {
-      return is_turned ? 2 * native : native;
+  static Region RegionOf(const zepcDecodeOptions& options) {
+    const zepcRect& region = options.region;
+    return {region.x, region.y, region.width, region.height};
+  }
+
+  zepcStatus ReadHeaders(Findings* info) {
+    *info = Findings();
+    info->format = codec_->facts.format;
+    info->layers = info->pictures = info->tiles_across = info->tiles_down = 1;
+    if (Status status = codec_->probe(file_, request_, info); !status.ok()) {
+      return StatusOf(status, zepcStatusBadFile);
     }
-    int64_t rows = is_part ? std::max(wanted.region.height, 1) : is_turned ? width : height;
-    if (wanted.rows != nullptr) rows = std::min<int64_t>(rows, kRowsAtOnce);
-    const int64_t columns = is_part ? wanted.region.width : is_turned ? height : width;
-    const int64_t sides = std::max(width, height);  // a region outside of it is refused later
-    const int64_t result =
-        PictureBytes(std::min(columns, sides), std::min(rows, sides), PixelBytes(layout, sample));
-    return native + std::max(is_turned ? native : 0, result);
+    if (info->width > options().max_pixels / info->height) {
+      const std::string text = std::to_string(info->width) + " x " + std::to_string(info->height) +
+                               " pixels are more than the limit of " +
+                               std::to_string(options().max_pixels);
+      return Fail(zepcStatusTooLarge, text.c_str());
+    }
+    AddConversion(info);
+    return zepcStatusOk;
+  }
+
+  // The memory of turning and conversion. It is needed when the codec's own memory is free again,
+  // except for the rows that a codec gives.
+  void AddConversion(Findings* info) const {
+    const zepcDecodeOptions& wanted = options();
+    const int shift = info->format == zepcFormatDds ? wanted.level : wanted.reduce;
+    const auto reduced = [&](int32_t side) {
+      return std::max<int64_t>((int64_t{side} + (int64_t{1} << shift) - 1) >> shift, 1);
+    };
+    const int64_t stored_width = reduced(info->width);
+    const int64_t stored_height = reduced(info->height);
+    const bool is_part = wanted.region.width > 0;
+    // A region outside of the picture is refused later.
+    const int64_t sides = std::max(stored_width, stored_height);
+    const int64_t width = is_part ? std::min<int64_t>(wanted.region.width, sides) : stored_width;
+    const int64_t height =
+        is_part ? std::clamp<int64_t>(wanted.region.height, 1, sides) : stored_height;
+    const zepcLayout layout = wanted.layout == zepcLayoutNative ? info->layout : wanted.layout;
+    const zepcSample sample = wanted.sample == zepcSampleNative ? info->sample : wanted.sample;
+    const int64_t native = PictureBytes(width, height, PixelBytes(info->layout, info->sample));
+    const bool is_whole = wanted.rows == nullptr;
+    const int64_t rows = is_whole ? height : std::min<int64_t>(height, kRowsAtOnce);
+    const int64_t converted = layout == info->layout && sample == info->sample
+                                  ? 0
+                                  : PictureBytes(is_whole ? width : std::max(width, height), rows,
+                                                 PixelBytes(layout, sample));
+    if (info->gives_rows) {
+      info->memory += converted;
+    } else {
+      const int64_t turned = turn_.IsNone() ? 0 : native;
+      info->memory = std::max(info->memory, native + std::max(turned, converted));
+    }
   }
 
   static void TakeNotes(const Report& report, zepcPicture* result) {
@@ -217,14 +270,12 @@ class Decoding {
   }
 
   Status MakeUpright(zepcPicture* result) {
-    const Turn turn = UprightOf(result->metadata.orientation);
-    if (!turn.transposes && !turn.mirrors_x && !turn.mirrors_y) return Status();
     Picture upright;
-    if (Status status = Apply(turn, picture_, &upright); !status.ok()) return status;
+    if (Status status = Apply(turn_, picture_, &upright); !status.ok()) return status;
     picture_ = std::move(upright);
     result->metadata.orientation = 1;
     SetExifUpright(&result->metadata.exif);
-    if (turn.transposes) {
+    if (turn_.transposes) {
       std::swap(result->metadata.resolution.x, result->metadata.resolution.y);
     }
     return Status();
@@ -233,62 +284,26 @@ class Decoding {
   File file_;
   Watch watch_;
   DecodeRequest request_;
+  RowDelivery rows_;
+  Turn turn_;  // that is wanted
   const Codec* codec_ = nullptr;
   Picture picture_;
 };
 
-// Hands out rows a few at a time.
-Status DeliverRows(const Target& target, Decoding* decoding) {
-  const zepcDecodeOptions& options = decoding->options();
-  ConstPixels from{};
-  if (Status status = PixelsOfRegion(options.region, decoding->picture(), &from); !status.ok()) {
-    return status;
-  }
-  ByteBuffer band;
-  const size_t stride = static_cast<size_t>(from.width) * target.format.BytesPerPixel();
-  const int rows = std::min(kRowsAtOnce, from.height);
-  if (!band.Resize(stride * static_cast<size_t>(rows))) return Status::NoMemory();
-  for (int y = 0; y < from.height; y += rows) {
-    const int count = std::min(rows, from.height - y);
-    const ConstPixels part = {from.data + static_cast<size_t>(y) * from.stride, from.stride,
-                              from.width, count, from.format};
-    Status status = ConvertPixels(part, target.opacity,
-                                  {band.data(), stride, from.width, count, target.format});
-    if (!status.ok()) return status;
-    const zepcPixels pixels = {sizeof(zepcPixels),
-                               band.data(),
-                               stride,
-                               from.width,
-                               count,
-                               LayoutOf(target.format.layout, target.format.is_bgr),
-                               SampleOf(target.format.type),
-                               target.format.bits};
-    if (options.rows(options.rows_user, &pixels, y) != 0) return Status::Cancelled();
-  }
-  return Status();
-}
-
 // A picture that the library allocates: the decoded one itself if nothing has to be changed.
 Status DeliverPicture(const Target& target, Decoding* decoding, zepcPicture* result) {
-  ConstPixels region{};
-  Status inside = PixelsOfRegion(decoding->options().region, decoding->picture(), &region);
-  if (!inside.ok()) return inside;
-  const PixelFormat native = zepcodec::FormatOf(decoding->picture());
-  const bool is_same = native.layout == target.format.layout && native.type == target.format.type &&
-                       native.bits == target.format.bits && !target.format.is_bgr &&
-                       !(target.opacity.is_removed && HasAlpha(native.layout)) &&
-                       decoding->options().region.width == 0;
-  if (is_same) {
+  const Picture& picture = decoding->picture();
+  if (IsAsWanted(target, picture)) {
     result->pixels = decoding->TakePicture();
     return Status();
   }
-  if (!Resize(target.format, decoding->width(), decoding->height(), &result->pixels)) {
+  if (!Resize(target.format, picture.width(), picture.height(), &result->pixels)) {
     return Status::NoMemory();
   }
   result->is_bgr = target.format.is_bgr;
   Pixels to = PixelsOf(&result->pixels);
   to.format.is_bgr = target.format.is_bgr;
-  return decoding->Deliver(target, to);
+  return ConvertPixels(PixelsOf(picture), target.opacity, to);
 }
 
 zepcStatus DecodeFile(const File& file, const zepcDecodeOptions& options, zepcPicture** picture) {
@@ -296,19 +311,19 @@ zepcStatus DecodeFile(const File& file, const zepcDecodeOptions& options, zepcPi
   Decoding decoding(file, options);
   const zepcStatus status = decoding.Decode(result.get());
   if (status < 0) return status;
-  const Target target = TargetFor(options, decoding.picture());
-  const Status delivered = options.rows != nullptr
-                               ? DeliverRows(target, &decoding)
-                               : DeliverPicture(target, &decoding, result.get());
+  const Status delivered =
+      options.rows != nullptr
+          ? decoding.DeliverRows()
+          : DeliverPicture(TargetFor(options, decoding.picture()), &decoding, result.get());
   if (!delivered.ok()) return StatusOf(delivered, zepcStatusBadArgument);
   *picture = result.release();
   return status;
 }
 
-zepcStatus CheckBuffer(const zepcPixels& to, const Decoding& decoding, const Target& target) {
-  if (to.width != decoding.width() || to.height != decoding.height()) {
-    const std::string text = "the picture has " + std::to_string(decoding.width()) + " x " +
-                             std::to_string(decoding.height()) + " pixels, the buffer " +
+zepcStatus CheckBuffer(const zepcPixels& to, const Picture& picture, const Target& target) {
+  if (to.width != picture.width() || to.height != picture.height()) {
+    const std::string text = "the picture has " + std::to_string(picture.width()) + " x " +
+                             std::to_string(picture.height()) + " pixels, the buffer " +
                              std::to_string(to.width) + " x " + std::to_string(to.height);
     return BadArgument(text.c_str());
   }
@@ -321,14 +336,17 @@ zepcStatus DecodeFileInto(const File& file, zepcDecodeOptions options, const zep
   auto result = std::make_unique<zepcPicture>();
   options.layout = to.layout;
   options.sample = to.sample;
+  options.rows = nullptr;
   Decoding decoding(file, options);
   const zepcStatus status = decoding.Decode(result.get());
   if (status < 0) return status;
-  Target target = TargetFor(options, decoding.picture());
+  const Picture& picture = decoding.picture();
+  Target target = TargetFor(options, picture);
   if (to.bits > 0) target.format.bits = to.bits;
-  if (const zepcStatus bad = CheckBuffer(to, decoding, target); bad != zepcStatusOk) return bad;
-  const Status delivered = decoding.Deliver(
-      target, {static_cast<uint8_t*>(to.data), to.stride, to.width, to.height, target.format});
+  if (const zepcStatus bad = CheckBuffer(to, picture, target); bad != zepcStatusOk) return bad;
+  const Status delivered = ConvertPixels(
+      PixelsOf(picture), target.opacity,
+      {static_cast<uint8_t*>(to.data), to.stride, to.width, to.height, target.format});
   if (!delivered.ok()) return StatusOf(delivered, zepcStatusBadArgument);
   if (details != nullptr) *details = result.release();
   return status;
@@ -352,10 +370,10 @@ zepcStatus zepcProbe(const void* data, size_t size, const zepcDecodeOptions* opt
   return api::Guarded([&] {
     if (const zepcStatus bad = api::CheckCall(data, options, info); bad != zepcStatusOk) return bad;
     if (!api::HasSize(info)) return api::BadArgument("the size of the info is not set");
-    zepcInfo whole{};
+    api::Findings whole{};
     api::Decoding decoding({static_cast<const uint8_t*>(data), size}, api::Complete(options));
     const zepcStatus status = decoding.Probe(&whole);
-    if (status == zepcStatusOk) api::Fill(whole, info);
+    if (status == zepcStatusOk) api::Fill<zepcInfo>(whole, info);
     return status;
   });
 }

@@ -22,31 +22,90 @@ Status CheckDepth(const Picture& picture) {
   const bool is_whole = picture.bits() == 8 * BytesOf(picture.type());
   const int most = is_whole ? 0 : picture.MaxValue();
   for (size_t i = 0; !is_whole && i < picture.SampleCount(); ++i) {
-    if (picture.Get(i) > most) return Status::Error("a sample has more bits than it should");
+    if (picture.Get(i) > most) return Status::BadOption("a sample has more bits than it should");
   }
   return Status();
 }
 
-// Whether a picture can have the caller's pixels as they are: rows without gaps, red first.
-bool IsPicture(const zepcPixels& pixels, const PixelFormat& format) {
-  const size_t row_bytes = static_cast<size_t>(pixels.width) * format.BytesPerPixel();
-  const auto address = reinterpret_cast<uintptr_t>(pixels.data);
-  return pixels.stride == row_bytes && !format.is_bgr &&
-         address % static_cast<size_t>(BytesOf(format.type)) == 0;
-}
-
-Status TakePixels(const zepcPixels& pixels, const PixelFormat& format, Picture* picture) {
-  const auto* const data = static_cast<const uint8_t*>(pixels.data);
-  if (IsPicture(pixels, format)) {
-    const bool fits =
-        picture->Borrow(data, pixels.width, pixels.height, format.layout, format.type, format.bits);
-    return fits ? CheckDepth(*picture) : Status::NoMemory();
+// The caller's rows, from memory or from the callback.
+class CallerRows : public RowSource {
+ public:
+  CallerRows(const zepcPixels& pixels, const PixelFormat& format, const zepcEncodeOptions& options)
+      : pixels_(pixels), format_(format), options_(options) {
+    // A picture without rows needs no room.
+    (void)form_.Borrow(nullptr, pixels.width, pixels.height, format.layout, format.type,
+                       format.bits);
+    form_.metadata() = MetadataOf(options.metadata);
   }
-  if (!Resize(format, pixels.width, pixels.height, picture)) return Status::NoMemory();
-  const ConstPixels from = {data, pixels.stride, pixels.width, pixels.height, format};
-  if (Status status = Convert(from, {}, PixelsOf(picture)); !status.ok()) return status;
-  return CheckDepth(*picture);
-}
+
+  const Picture& form() const override { return form_; }
+
+ protected:
+  Status Read(int y, int count, Picture* rows) override {
+    Status status = options_.rows != nullptr ? Call(y, count, rows) : TakePixels(y, count, rows);
+    return status.ok() ? CheckDepth(*rows) : status;
+  }
+
+ private:
+  // Whether a picture can have the caller's pixels as they are: rows without gaps, red first.
+  bool IsPicture() const {
+    const size_t row_bytes = static_cast<size_t>(pixels_.width) * format_.BytesPerPixel();
+    const auto address = reinterpret_cast<uintptr_t>(pixels_.data);
+    return pixels_.stride == row_bytes && !format_.is_bgr &&
+           address % static_cast<size_t>(BytesOf(format_.type)) == 0;
+  }
+
+  Status TakePixels(int y, int count, Picture* rows) {
+    const uint8_t* const data =
+        static_cast<const uint8_t*>(pixels_.data) + static_cast<size_t>(y) * pixels_.stride;
+    if (IsPicture()) {
+      return rows->BorrowLike(form_, data, pixels_.width, count) ? Status() : Status::NoMemory();
+    }
+    if (!rows->ResizeLike(form_, pixels_.width, count)) return Status::NoMemory();
+    return Convert({data, pixels_.stride, pixels_.width, count, format_}, {}, PixelsOf(rows));
+  }
+
+  Status Call(int y, int count, Picture* rows) {
+    if (!rows->ResizeLike(form_, pixels_.width, count)) return Status::NoMemory();
+    zepcPixels wanted = pixels_;
+    wanted.data = rows->Row(0);
+    wanted.stride = rows->Stride();
+    wanted.height = count;
+    if (format_.is_bgr) {
+      if (!band_.Resize(rows->SizeInBytes())) return Status::NoMemory();
+      wanted.data = band_.data();
+    }
+    if (options_.rows(options_.rows_user, &wanted, y) != 0) return Status::Cancelled();
+    if (!format_.is_bgr) return Status();
+    return Convert({band_.data(), wanted.stride, wanted.width, count, format_}, {}, PixelsOf(rows));
+  }
+
+  const zepcPixels& pixels_;
+  PixelFormat format_;
+  const zepcEncodeOptions& options_;
+  Picture form_;
+  ByteBuffer band_;  // rows with blue first
+};
+
+// Hands the bytes of a file to the caller's callback.
+class CallerBytes : public ByteSink {
+ public:
+  CallerBytes(zepcWrite write, void* user) : write_(write), user_(user) {}
+
+  Status Write(const uint8_t* bytes, size_t size) override {
+    constexpr size_t kMostAtOnce = size_t{1} << 16;
+    for (size_t at = 0; at < size; at += kMostAtOnce) {
+      if (write_(user_, bytes + at, std::min(kMostAtOnce, size - at)) != 0) {
+        return Status::WriteFailed();
+      }
+    }
+    return Status();
+  }
+
+ private:
+  zepcWrite write_;
+  void* user_;
+};
 
 Resolution::Unit UnitOf(zepcResolutionUnit unit) {
   switch (unit) {
@@ -57,24 +116,23 @@ Resolution::Unit UnitOf(zepcResolutionUnit unit) {
   }
 }
 
-zepcStatus EncodePixels(const zepcPixels& pixels, const zepcEncodeOptions& options,
+// With a sink, `bytes` gets the end of the file.
+zepcStatus EncodePixels(const zepcPixels& pixels, const zepcEncodeOptions& options, ByteSink* sink,
                         ByteBuffer* bytes) {
   const std::optional<PixelFormat> format = FormatOf(pixels);
-  if (const zepcStatus bad = CheckPixels(pixels, format); bad != zepcStatusOk) return bad;
+  const zepcStatus bad_pixels =
+      options.rows != nullptr ? CheckForm(pixels, format) : CheckPixels(pixels, format);
+  if (bad_pixels != zepcStatusOk) return bad_pixels;
   const Codec* const codec = CodecOf(options.format);
   if (codec == nullptr) return Fail(zepcStatusUnknownFormat, "there is no such format");
   if (Status status = CheckRange("threads", options.threads, 0, 1024); !status.ok()) {
     return StatusOf(status, zepcStatusBadArgument);
   }
   if (const zepcStatus bad = CheckMetadata(options.metadata); bad != zepcStatusOk) return bad;
-  Picture picture;
-  if (Status status = TakePixels(pixels, *format, &picture); !status.ok()) {
-    return StatusOf(status, zepcStatusBadArgument);
-  }
-  picture.metadata() = MetadataOf(options.metadata);
   Watch watch(options.progress, options.progress_user);
-  const EncodeRequest request = {options, watch.progress()};
-  return StatusOf(codec->encode(picture, request, bytes), zepcStatusBadArgument);
+  CallerRows rows(pixels, *format, options);
+  const EncodeRequest request = {options, watch.progress(), sink};
+  return StatusOf(codec->encode(&rows, request, bytes), zepcStatusBadArgument);
 }
 
 zepcStatus CheckCall(const zepcPixels* pixels, const zepcEncodeOptions* options) {
@@ -149,7 +207,7 @@ zepcStatus zepcEncode(const zepcPixels* pixels, const zepcEncodeOptions* options
     if (const zepcStatus bad = api::CheckCall(pixels, options); bad != zepcStatusOk) return bad;
     zepcodec::ByteBuffer bytes;
     const zepcStatus status =
-        api::EncodePixels(api::Complete(pixels), api::Complete(options), &bytes);
+        api::EncodePixels(api::Complete(pixels), api::Complete(options), nullptr, &bytes);
     return status == zepcStatusOk ? api::HandOut(&bytes, file, file_size) : status;
   });
 }
@@ -159,17 +217,12 @@ zepcStatus zepcEncodeTo(const zepcPixels* pixels, const zepcEncodeOptions* optio
   return api::Guarded([&] {
     if (write == nullptr) return api::BadArgument("a null pointer");
     if (const zepcStatus bad = api::CheckCall(pixels, options); bad != zepcStatusOk) return bad;
+    api::CallerBytes sink(write, write_user);
     zepcodec::ByteBuffer bytes;
     const zepcStatus status =
-        api::EncodePixels(api::Complete(pixels), api::Complete(options), &bytes);
+        api::EncodePixels(api::Complete(pixels), api::Complete(options), &sink, &bytes);
     if (status != zepcStatusOk) return status;
-    constexpr size_t kMostAtOnce = size_t{1} << 16;
-    for (size_t at = 0; at < bytes.size(); at += kMostAtOnce) {
-      if (write(write_user, bytes.data() + at, std::min(kMostAtOnce, bytes.size() - at)) != 0) {
-        return api::Fail(zepcStatusWriteFailed, "the write callback failed");
-      }
-    }
-    return zepcStatusOk;
+    return api::StatusOf(sink.Write(bytes.data(), bytes.size()), zepcStatusWriteFailed);
   });
 }
 

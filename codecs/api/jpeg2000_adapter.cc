@@ -37,7 +37,7 @@ jpeg2000::DecodeOptions OptionsOf(const DecodeRequest& request) {
   return options;
 }
 
-Status Probe(const File& file, const DecodeRequest& request, zepcInfo* info) {
+Status Probe(const File& file, const DecodeRequest& request, Findings* info) {
   jpeg2000::FileInfo found;
   Status status = jpeg2000::ReadFileInfo(file.data, file.size, &found);
   if (!status.ok()) return status;
@@ -77,7 +77,8 @@ Status Decode(const File& file, const DecodeRequest& request, Picture* picture, 
   if (!status.ok()) return status;
   report->damage = std::move(info.messages);
   report->notes = std::move(info.notes);
-  return jpeg2000::ToPicture(image, &report->notes, picture);
+  status = jpeg2000::ToPicture(image, &report->notes, picture);
+  return status.ok() ? Cut(request.region, picture) : status;
 }
 
 Status CheckOptions(const zepcJpeg2000Options& options) {
@@ -107,8 +108,9 @@ Status CheckOptions(const zepcJpeg2000Options& options) {
   return Status();
 }
 
-Status Encode(const Picture& picture, const EncodeRequest& request, bool is_jp2,
-              ByteBuffer* bytes) {
+Status Encode(RowSource* rows, const EncodeRequest& request, bool is_jp2, ByteBuffer* bytes) {
+  Picture picture;
+  if (Status status = rows->All(&picture); !status.ok()) return status;
   const zepcJpeg2000Options given = Complete(request.options.jpeg2000);
   if (Status status = CheckOptions(given); !status.ok()) return status;
   if (!is_jp2 && (HasAlpha(picture.layout()) || picture.layout() == PixelLayout::kCmyk)) {
@@ -139,12 +141,12 @@ Status Encode(const Picture& picture, const EncodeRequest& request, bool is_jp2,
   return jpeg2000::Encode(image, options, bytes);
 }
 
-Status EncodeJp2(const Picture& picture, const EncodeRequest& request, ByteBuffer* bytes) {
-  return Encode(picture, request, true, bytes);
+Status EncodeJp2(RowSource* rows, const EncodeRequest& request, ByteBuffer* bytes) {
+  return Encode(rows, request, true, bytes);
 }
 
-Status EncodeCodestream(const Picture& picture, const EncodeRequest& request, ByteBuffer* bytes) {
-  return Encode(picture, request, false, bytes);
+Status EncodeCodestream(RowSource* rows, const EncodeRequest& request, ByteBuffer* bytes) {
+  return Encode(rows, request, false, bytes);
 }
 
 constexpr char kReads[] =

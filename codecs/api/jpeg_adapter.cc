@@ -26,7 +26,7 @@ bool IsLosslessJpeg(const File& file) {
   return IsJpeg(file) && jpeg::lossless::IsLosslessJpeg(file.data, file.size);
 }
 
-void FillSaved(const jpeg::SavedSegments& saved, zepcInfo* info) {
+void FillSaved(const jpeg::SavedSegments& saved, Findings* info) {
   Messages ignored;
   FillMetadata(jpeg::ToMetadata(saved, &ignored), info);
 }
@@ -47,7 +47,7 @@ jpeg::DecodeOptions OptionsOf(const DecodeRequest& request) {
   return options;
 }
 
-Status ProbeJpeg(const File& file, const DecodeRequest& request, zepcInfo* info) {
+Status ProbeJpeg(const File& file, const DecodeRequest& request, Findings* info) {
   jpeg::FileInfo found;
   if (Status status = CheckReduce(request); !status.ok()) return status;
   if (Status status = jpeg::ReadFileInfo(file.data, file.size, &found); !status.ok()) return status;
@@ -73,7 +73,7 @@ Status DecodeJpeg(const File& file, const DecodeRequest& request, Picture* pictu
   if (!status.ok()) return status;
   report->damage = std::move(info.messages);
   picture->metadata() = jpeg::ToMetadata(info.metadata, &report->notes);
-  return status;
+  return Cut(request.region, picture);
 }
 
 Status CheckSides(const Picture& picture) {
@@ -83,7 +83,9 @@ Status CheckSides(const Picture& picture) {
              : Status::Unsupported("the sides of JPEG files have up to 65535 pixels");
 }
 
-Status EncodeJpeg(const Picture& picture, const EncodeRequest& request, ByteBuffer* bytes) {
+Status EncodeJpeg(RowSource* rows, const EncodeRequest& request, ByteBuffer* bytes) {
+  Picture picture;
+  if (Status status = rows->All(&picture); !status.ok()) return status;
   jpeg::EncodeOptions options;
   if (Status status = ReadJpegOptions(request.options.jpeg, &options); !status.ok()) return status;
   if (HasAlpha(picture.layout())) {
@@ -101,7 +103,7 @@ Status EncodeJpeg(const Picture& picture, const EncodeRequest& request, ByteBuff
   return jpeg::Encode(picture, options, bytes);
 }
 
-Status ProbeLossless(const File& file, const DecodeRequest&, zepcInfo* info) {
+Status ProbeLossless(const File& file, const DecodeRequest&, Findings* info) {
   jpeg::lossless::FileInfo found;
   Status status = jpeg::lossless::ReadFileInfo(file.data, file.size, &found);
   if (!status.ok()) return status;
@@ -134,10 +136,12 @@ Status DecodeLossless(const File& file, const DecodeRequest& request, Picture* p
     report->notes.Add("YCbCr was taken as RGB");
   // Files hold 0 for full ink.
   if (info.components == 4) Invert(picture);
-  return status;
+  return Cut(request.region, picture);
 }
 
-Status EncodeLossless(const Picture& picture, const EncodeRequest& request, ByteBuffer* bytes) {
+Status EncodeLossless(RowSource* rows, const EncodeRequest& request, ByteBuffer* bytes) {
+  Picture picture;
+  if (Status status = rows->All(&picture); !status.ok()) return status;
   const zepcLosslessJpegOptions given = Complete(request.options.lossless_jpeg);
   jpeg::lossless::EncodeOptions options;
   for (const Status& status : {CheckRange("predictor", given.predictor, 0, 7),

@@ -25,7 +25,7 @@ jpegxr::DecodeOptions OptionsOf(const DecodeRequest& request) {
   return options;
 }
 
-Status Probe(const File& file, const DecodeRequest& request, zepcInfo* info) {
+Status Probe(const File& file, const DecodeRequest& request, Findings* info) {
   jpegxr::FileInfo found;
   Status status = jpegxr::ReadFileInfo(file.data, file.size, &found);
   if (!status.ok()) return status;
@@ -56,10 +56,12 @@ Status Decode(const File& file, const DecodeRequest& request, Picture* picture, 
   report->damage = std::move(info.messages);
   report->notes = std::move(info.notes);
   picture->metadata() = std::move(info.metadata);
-  return status;
+  return status.ok() ? Cut(request.region, picture) : status;
 }
 
-Status Encode(const Picture& picture, const EncodeRequest& request, ByteBuffer* bytes) {
+Status Encode(RowSource* rows, const EncodeRequest& request, ByteBuffer* bytes) {
+  Picture picture;
+  if (Status status = rows->All(&picture); !status.ok()) return status;
   const zepcJpegXrOptions given = Complete(request.options.jpeg_xr);
   for (const Status& status : {CheckRange("quality", given.quality, 0, 100),
                                CheckRange("sampling", given.sampling, 0, zepcSampling420),

@@ -100,13 +100,18 @@ std::optional<PixelFormat> FormatOf(const zepcPixels& pixels) {
   return PixelFormat{*layout, *type, bits, IsBgr(pixels.layout)};
 }
 
-zepcStatus CheckPixels(const zepcPixels& pixels, const std::optional<PixelFormat>& format) {
-  if (pixels.data == nullptr) return BadArgument("the pixels are null");
+zepcStatus CheckForm(const zepcPixels& pixels, const std::optional<PixelFormat>& format) {
   if (!format) return BadArgument("the pixels have no layout, kind of samples or depth");
   if (pixels.width < 1 || pixels.height < 1 || pixels.width > kMostOnASide ||
       pixels.height > kMostOnASide) {
     return BadArgument("a side must have 1 to 2^28 pixels");
   }
+  return zepcStatusOk;
+}
+
+zepcStatus CheckPixels(const zepcPixels& pixels, const std::optional<PixelFormat>& format) {
+  if (pixels.data == nullptr) return BadArgument("the pixels are null");
+  if (const zepcStatus bad = CheckForm(pixels, format); bad != zepcStatusOk) return bad;
   const uint64_t row_bytes = static_cast<uint64_t>(pixels.width) * format->BytesPerPixel();
   return pixels.stride < row_bytes ? BadArgument("the stride is less than a row") : zepcStatusOk;
 }

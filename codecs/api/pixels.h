@@ -28,7 +28,9 @@ constexpr bool IsUnsigned(SampleType type) {
 // The form of the caller's pixels; nothing: their layout, samples or depth do not exist.
 std::optional<PixelFormat> FormatOf(const zepcPixels& pixels);
 
-// Whether there are pixels, in rows that do not overlap.
+// Whether there are sides, a layout and samples.
+zepcStatus CheckForm(const zepcPixels& pixels, const std::optional<PixelFormat>& format);
+// The same, and whether there are pixels, in rows that do not overlap.
 zepcStatus CheckPixels(const zepcPixels& pixels, const std::optional<PixelFormat>& format);
 
 // `background` is RGB, which counts for zepcOpacityBlend; 65535 is white.

@@ -12,7 +12,7 @@ namespace {
 
 bool IsTiff(const File& file) { return tiff::IsTiff(file.data, file.size); }
 
-Status Probe(const File& file, const DecodeRequest&, zepcInfo* info) {
+Status Probe(const File& file, const DecodeRequest&, Findings* info) {
   tiff::FileInfo found;
   Status status = tiff::ReadFileInfo(file.data, file.size, &found);
   if (!status.ok()) return status;
@@ -45,10 +45,12 @@ Status Decode(const File& file, const DecodeRequest& request, Picture* picture, 
   report->notes = std::move(info.notes);
   picture->metadata() = std::move(info.metadata);
   if (info.has_more_pictures) report->notes.Add("the first of several pictures was taken");
-  return status;
+  return Cut(request.region, picture);
 }
 
-Status Encode(const Picture& picture, const EncodeRequest& request, ByteBuffer* bytes) {
+Status Encode(RowSource* rows, const EncodeRequest& request, ByteBuffer* bytes) {
+  Picture picture;
+  if (Status status = rows->All(&picture); !status.ok()) return status;
   const zepcTiffOptions given = Complete(request.options.tiff);
   const bool is_plain =
       picture.layout() == PixelLayout::kGrey || picture.layout() == PixelLayout::kRgb;

@@ -241,8 +241,8 @@ typedef int32_t (*zepcProgress)(void* user, double done);
 
 /**
  * Receives rows of a decoded picture from top to bottom: `rows->height` rows, starting with row
- * `y`. They are valid during the call. A result other than 0 ends decoding with
- * zepcStatusCancelled.
+ * `y` of the region. They are valid during the call. Only one thread calls it at a time, but not
+ * always the same one. A result other than 0 ends decoding with zepcStatusCancelled.
  */
 typedef int32_t (*zepcRows)(void* user, const zepcPixels* rows, int32_t y);
 
@@ -275,8 +275,14 @@ typedef struct zepcDecodeOptions {
   int32_t applies_orientation;
   /** The part wanted, in pixels of the reduced, upright picture; width 0: all of it. */
   zepcRect region;
-  zepcRows rows;   /**< Not null: receives the rows; the returned picture then has no pixels. */
-  void* rows_user; /**< Passed to `rows`. */
+  /**
+   * Not null: receives the rows; the returned picture then has no pixels. JPEG with one scan and
+   * files in tiles or strips are decoded while their rows are handed out, in the memory of a few
+   * rows of MCUs, or of a row of tiles. Other files are decoded first. If decoding fails in the
+   * middle of a file, the callback has already received the rows above.
+   */
+  zepcRows rows;
+  void* rows_user;       /**< Passed to `rows`. */
   zepcProgress progress; /**< The progress callback, or null. */
   void* progress_user;   /**< Passed to `progress`. */
 } zepcDecodeOptions;
@@ -495,6 +501,14 @@ typedef struct zepcTiffOptions {
   int32_t has_byte_planes;
 } zepcTiffOptions;
 
+/**
+ * Supplies rows of a picture to an encoder, from top to bottom: fills `rows->height` rows, which
+ * start with row `y` and have the layout and samples of the encoder's pixels. Only one thread calls
+ * it at a time, but not always the same one. A result other than 0 ends the call with
+ * zepcStatusCancelled.
+ */
+typedef int32_t (*zepcSupply)(void* user, const zepcPixels* rows, int32_t y);
+
 /** What to write. Only the options of `format` are read; if they are null, its defaults apply. */
 typedef struct zepcEncodeOptions {
   size_t size;                  /**< sizeof(zepcEncodeOptions). */
@@ -509,6 +523,14 @@ typedef struct zepcEncodeOptions {
   const zepcTiffOptions* tiff;                  /**< Options of zepcFormatTiff. */
   zepcProgress progress;                        /**< The progress callback, or null. */
   void* progress_user;                          /**< Passed to `progress`. */
+  /**
+   * Not null: supplies the rows; `data` and `stride` of the pixels are not used then. Together with
+   * zepcEncodeTo(), pictures larger than memory can be encoded: baseline JPEG with the usual
+   * Huffman tables needs a few rows of MCUs, a format with tiles one row of tiles. Other ways of
+   * coding need the whole picture, and ask for all rows first.
+   */
+  zepcSupply rows;
+  void* rows_user; /**< Passed to `rows`. */
 } zepcEncodeOptions;
 
 /**
@@ -528,7 +550,12 @@ typedef int32_t (*zepcWrite)(void* user, const void* data, size_t size);
 ZEPC_API zepcStatus zepcEncode(const zepcPixels* pixels, const zepcEncodeOptions* options,
                                void** file, size_t* file_size);
 
-/** Encodes pixels as zepcEncode() does, and passes the finished file to `write`, part by part. */
+/**
+ * Encodes pixels as zepcEncode() does, and passes the file to `write`, part by part. Parts may be
+ * written while later rows are still being encoded, so a failed call may leave an incomplete file.
+ * The bytes are those of zepcEncode(), except that a JP2 file in tiles leaves the length of its
+ * last box open if the first bytes have to be written before it is known.
+ */
 ZEPC_API zepcStatus zepcEncodeTo(const zepcPixels* pixels, const zepcEncodeOptions* options,
                                  zepcWrite write, void* write_user);
 

@@ -14,6 +14,8 @@ struct Turn {
   bool transposes = false;
   bool mirrors_x = false;
   bool mirrors_y = false;
+
+  constexpr bool IsNone() const { return !transposes && !mirrors_x && !mirrors_y; }
 };
 
 constexpr Turn UprightOf(int orientation) {
