@@ -13,6 +13,7 @@
 #include "codecs/support/byte_buffer.h"
 #include "codecs/support/byte_sink.h"
 #include "codecs/support/messages.h"
+#include "codecs/support/metadata.h"
 #include "codecs/support/picture.h"
 #include "codecs/support/progress.h"
 #include "codecs/support/region.h"
@@ -66,6 +67,7 @@ struct EncodeRequest {
 struct Findings : zepcInfo {
   // Whether decode() uses DecodeRequest::rows. `memory` is then without a picture.
   bool gives_rows = false;
+  Metadata metadata;
 };
 
 struct Codec {
@@ -106,8 +108,8 @@ const Codec* CodecOf(zepcFormat format);
 const Codec* CodecOfFile(const File& file);
 const Codec* CodecOfExtension(const char* extension);
 
-// Fills the members of `info` about metadata.
-void FillMetadata(const Metadata& metadata, zepcInfo* info);
+// Fills all that `info` tells of metadata.
+void FillMetadata(Metadata metadata, Findings* info);
 
 // The memory that metadata take at most while a file is decoded.
 int64_t MemoryOf(const Metadata& metadata);

@@ -189,11 +189,20 @@ class Decoding {
     }
     result->metadata = std::move(picture_.metadata());
     if (!turn_.IsNone()) {
-      if (Status status = MakeUpright(result); !status.ok()) {
+      if (Status status = MakeUpright(); !status.ok()) {
         return StatusOf(status, zepcStatusUnsupported);
       }
+      MakeMetadataUpright(&result->metadata);
     }
     return report.damage.empty() ? zepcStatusOk : zepcStatusDamaged;
+  }
+
+  // As the picture is handed out.
+  void MakeMetadataUpright(Metadata* metadata) const {
+    if (turn_.IsNone()) return;
+    metadata->orientation = 1;
+    SetExifUpright(&metadata->exif);
+    if (turn_.transposes) std::swap(metadata->resolution.x, metadata->resolution.y);
   }
 
   // Hands out the rows that the codec has not handed out itself.
@@ -269,15 +278,10 @@ class Decoding {
     take(report.notes, false);
   }
 
-  Status MakeUpright(zepcPicture* result) {
+  Status MakeUpright() {
     Picture upright;
     if (Status status = Apply(turn_, picture_, &upright); !status.ok()) return status;
     picture_ = std::move(upright);
-    result->metadata.orientation = 1;
-    SetExifUpright(&result->metadata.exif);
-    if (turn_.transposes) {
-      std::swap(result->metadata.resolution.x, result->metadata.resolution.y);
-    }
     return Status();
   }
 
@@ -374,6 +378,23 @@ zepcStatus zepcProbe(const void* data, size_t size, const zepcDecodeOptions* opt
     api::Decoding decoding({static_cast<const uint8_t*>(data), size}, api::Complete(options));
     const zepcStatus status = decoding.Probe(&whole);
     if (status == zepcStatusOk) api::Fill<zepcInfo>(whole, info);
+    return status;
+  });
+}
+
+zepcStatus zepcReadMetadata(const void* data, size_t size, const zepcDecodeOptions* options,
+                            zepcPicture** picture) {
+  return api::Guarded([&] {
+    const zepcStatus bad = api::CheckCall(data, options, picture);
+    if (bad != zepcStatusOk) return bad;
+    auto result = std::make_unique<zepcPicture>();
+    api::Findings info{};
+    api::Decoding decoding({static_cast<const uint8_t*>(data), size}, api::Complete(options));
+    const zepcStatus status = decoding.Probe(&info);
+    if (status != zepcStatusOk) return status;
+    result->metadata = std::move(info.metadata);
+    decoding.MakeMetadataUpright(&result->metadata);
+    *picture = result.release();
     return status;
   });
 }

@@ -5,6 +5,7 @@
 #include <cctype>
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "codecs/api/codec.h"
 #include "codecs/api/error.h"
@@ -57,11 +58,12 @@ const Codec* CodecOfFile(const File& file) {
   return nullptr;
 }
 
-void FillMetadata(const Metadata& metadata, zepcInfo* info) {
+void FillMetadata(Metadata metadata, Findings* info) {
   info->orientation = metadata.orientation;
   info->has_exif = metadata.exif.empty() ? 0 : 1;
   info->has_icc = metadata.icc_profile.empty() ? 0 : 1;
   info->has_xmp = metadata.xmp.empty() ? 0 : 1;
+  info->metadata = std::move(metadata);
 }
 
 int64_t MemoryOf(const Metadata& metadata) {

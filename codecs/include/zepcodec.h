@@ -332,6 +332,14 @@ ZEPC_API zepcStatus zepcProbe(const void* data, size_t size, const zepcDecodeOpt
                               zepcInfo* info);
 
 /**
+ * Reads the headers and the metadata of a file, which zepcPictureMetadata() then describes. The
+ * picture has no pixels and no messages. An encoder that takes its rows from a decoder needs the
+ * metadata before the first row.
+ */
+ZEPC_API zepcStatus zepcReadMetadata(const void* data, size_t size,
+                                     const zepcDecodeOptions* options, zepcPicture** picture);
+
+/**
  * Decodes a file to a picture that the library allocates.
  *
  * @param options Null: the defaults.

@@ -116,6 +116,14 @@ inline zepcInfo Probe(const void* data, size_t size,
   return info;
 }
 
+/** Reads the metadata of a file; the picture has no pixels. */
+inline Picture ReadMetadata(const void* data, size_t size,
+                            const zepcDecodeOptions& options = Make<zepcDecodeOptions>()) {
+  zepcPicture* picture = nullptr;
+  Check(zepcReadMetadata(data, size, &options, &picture));
+  return Picture(picture);
+}
+
 /** Decodes a file. */
 inline Picture Decode(const void* data, size_t size,
                       const zepcDecodeOptions& options = Make<zepcDecodeOptions>()) {

@@ -156,59 +156,6 @@ TEST(ApiDecode, IntoTheCallersBuffer) {
   }
 }
 
-Image Part(const Image& from, const zepcRect& region) {
-  Image part = Blank(region.width, region.height, {from.layout, from.sample, from.bits});
-  for (int32_t y = 0; y < region.height; ++y) {
-    const uint8_t* const row = from.At(region.x, region.y + y, 0);
-    std::copy(row, row + part.row_bytes(), part.At(0, y, 0));
-  }
-  return part;
-}
-
-struct Collected {
-  Image image;
-  int32_t next = 0;
-};
-
-int32_t OnRows(void* user, const zepcPixels* rows, int32_t y) {
-  auto* const to = static_cast<Collected*>(user);
-  EXPECT_EQ(y, to->next);
-  const Image part = CopyOf(*rows);
-  to->image.bytes.insert(to->image.bytes.end(), part.bytes.begin(), part.bytes.end());
-  to->image.layout = part.layout;
-  to->image.sample = part.sample;
-  to->image.bits = part.bits;
-  to->image.width = part.width;
-  to->image.stride = part.stride;
-  to->image.height = to->next = y + part.height;
-  return 0;
-}
-
-TEST(ApiDecode, RegionsAndRowsAreTheWholePictures) {
-  for (const zepcFormat format : Formats()) {
-    const Bytes file = Encode(Make(83, 150, {}), format);
-    for (const zepcLayout layout : {zepcLayoutNative, zepcLayoutBgra, zepcLayoutGrey}) {
-      auto options = Sized<zepcDecodeOptions>();
-      options.layout = layout;
-      const Image whole = DecodeToImage(file, &options);
-      Collected collected;
-      auto by_rows = options;
-      by_rows.rows = OnRows;
-      by_rows.rows_user = &collected;
-      Decode(file, &by_rows);
-      EXPECT_TRUE(Same(whole, collected.image)) << format;
-      for (const zepcRect& region : {zepcRect{0, 0, 83, 150}, zepcRect{82, 149, 1, 1},
-                                     zepcRect{5, 9, 40, 100}, zepcRect{1, 0, 82, 3}}) {
-        options.region = by_rows.region = region;
-        EXPECT_TRUE(Same(Part(whole, region), DecodeToImage(file, &options)));
-        collected = {};
-        Decode(file, &by_rows);
-        EXPECT_TRUE(Same(Part(whole, region), collected.image));
-      }
-    }
-  }
-}
-
 TEST(ApiDecode, ReducedSizesAreRoundedUp) {
   for (const zepcFormat format : {zepcFormatJpeg, zepcFormatJp2, zepcFormatJ2k}) {
     const Bytes file = Encode(Make(85, 51, {}), format);

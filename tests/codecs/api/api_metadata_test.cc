@@ -73,6 +73,35 @@ TEST(ApiMetadata, TheTableIsTrue) {
   }
 }
 
+// Without the pixels the metadata are the same, also of a picture that is turned upright.
+TEST(ApiMetadata, ComesWithoutThePixels) {
+  for (const zepcFormat format : Formats()) {
+    for (const int32_t applies_orientation : {0, 1}) {
+      SCOPED_TRACE(format);
+      const Bytes file = EncodeWith(Given(), format);
+      auto options = Sized<zepcDecodeOptions>();
+      options.applies_orientation = applies_orientation;
+      const Picture decoded = Decode(file, &options);
+      zepcPicture* made = nullptr;
+      ASSERT_EQ(zepcReadMetadata(file.data(), file.size(), &options, &made), zepcStatusOk);
+      const Picture head(made);
+      const zepcMetadata wanted = MetadataOf(decoded);
+      const zepcMetadata found = MetadataOf(head);
+      EXPECT_EQ(Copy(found.exif, found.exif_size), Copy(wanted.exif, wanted.exif_size));
+      EXPECT_EQ(Copy(found.icc, found.icc_size), Copy(wanted.icc, wanted.icc_size));
+      EXPECT_EQ(Copy(found.xmp, found.xmp_size), Copy(wanted.xmp, wanted.xmp_size));
+      EXPECT_EQ(found.orientation, wanted.orientation);
+      EXPECT_EQ(found.resolution_x, wanted.resolution_x);
+      auto pixels = Sized<zepcPixels>();
+      EXPECT_EQ(zepcPicturePixels(head.get(), &pixels), zepcStatusOk);
+      EXPECT_EQ(pixels.data, nullptr);
+      EXPECT_EQ(zepcReadMetadata(file.data(), 2, &options, &made), zepcStatusUnknownFormat);
+      EXPECT_EQ(zepcReadMetadata(file.data(), file.size(), &options, nullptr),
+                zepcStatusBadArgument);
+    }
+  }
+}
+
 TEST(ApiMetadata, ResolutionIsKeptWhereTheTableSaysSo) {
   for (const zepcFormat format : Formats()) {
     for (const zepcResolutionUnit unit : {zepcResolutionInch, zepcResolutionCm}) {

@@ -148,6 +148,15 @@ bool Same(const Image& a, const Image& b) {
   return true;
 }
 
+Image Part(const Image& from, const zepcRect& region) {
+  Image part = Blank(region.width, region.height, {from.layout, from.sample, from.bits});
+  for (int32_t y = 0; y < region.height; ++y) {
+    const uint8_t* const row = from.At(region.x, region.y + y, 0);
+    std::copy(row, row + part.row_bytes(), part.At(0, y, 0));
+  }
+  return part;
+}
+
 double Psnr(const Image& a, const Image& b) {
   EXPECT_TRUE(a.width == b.width && a.height == b.height && a.layout == b.layout);
   double sum = 0;

@@ -65,6 +65,7 @@ Image CopyOf(const zepcPixels& pixels);
 Image CopyOf(const zepcPicture* picture);
 // All samples, whatever the strides; size, layout and depth too.
 bool Same(const Image& a, const Image& b);
+Image Part(const Image& from, const zepcRect& region);
 // In dB, of integers.
 double Psnr(const Image& a, const Image& b);
 
