@@ -27,10 +27,14 @@ bool HoldsInks(const Settings& settings, Format format, const Capacity& capacity
   return capacity.holds_cmyk && format != Format::kJp2;
 }
 
+bool IsBc5(const Settings& settings, Format format) {
+  return format == Format::kDds && settings.dds.texture == zepcTextureBc5;
+}
+
 zepcLayout LayoutFor(const Settings& settings, Format format, zepcLayout before, bool is_opaque) {
   const Capacity capacity = CapacityOf(format);
   const bool is_texture = format == Format::kDds;
-  if (is_texture && settings.dds.texture == zepcTextureBc5) return zepcLayoutRgb;
+  if (IsBc5(settings, format)) return zepcLayoutRgb;
   const bool has_alpha = !is_opaque && HoldsAlpha(settings, format, capacity);
   const bool is_grey = settings.grey || IsGrey(before) || format == Format::kPgm ||
                        (is_texture && settings.dds.texture == zepcTextureBc4);
@@ -98,31 +102,11 @@ void DropProfileOfOtherColors(zepcLayout before, zepcLayout after, Picture* pict
   }
 }
 
-void AdjustImage(const Settings& settings, Format format, Picture* picture) {
-  Image& image = picture->image;
-  const Form before = image.form();
-  const bool is_opaque = IsOpaque(image);
-  const Form after = FormFor(settings, format, before, is_opaque);
-  if (format == Format::kHdr && before.sample != zepcSampleF16) {
-    throw Failure("only half floats, of BC6H textures and JPEG XR files, can become .hdr files");
-  }
-  NoteLosses(before, after, is_opaque, &picture->notes);
-  const bool is_bc5 = format == Format::kDds && settings.dds.texture == zepcTextureBc5;
-  if (!(before == after) || is_bc5) {
-    image = Converted(image, after, IsLight(after.sample) ? zepcOpacityDrop : zepcOpacityAuto);
-  }
-  if (is_bc5) {
-    ClearBlue(&image);
-    picture->notes.emplace_back("BC5 holds red and green only");
-  }
-  DropProfileOfOtherColors(before.layout, after.layout, picture);
-}
-
 // A profile never costs the picture: what a PNG file cannot have is left out.
-void DropUnfitProfile(Picture* picture) {
+void DropUnfitProfile(zepcLayout layout, Picture* picture) {
   std::vector<uint8_t>& icc = picture->metadata.icc;
   if (icc.empty()) return;
-  const std::string fault = PngProfileFault(icc, IsGrey(picture->image.form().layout));
+  const std::string fault = PngProfileFault(icc, IsGrey(layout));
   if (fault.empty()) return;
   icc.clear();
   picture->notes.push_back("the colour profile was dropped: " + fault);
@@ -152,7 +136,8 @@ void NoteDropped(const Capacity& capacity, Picture* picture) {
 
 }  // namespace
 
-void Adjust(const Settings& settings, Format format, Picture* picture) {
+Form AdjustHead(const Settings& settings, Format format, const Form& before, bool is_opaque,
+                Picture* picture) {
   Metadata& metadata = picture->metadata;
   if (!settings.keep_metadata) {
     metadata.exif.clear();
@@ -161,9 +146,27 @@ void Adjust(const Settings& settings, Format format, Picture* picture) {
     metadata.jpeg_segments.clear();
     metadata.orientation = 0;
   }
-  AdjustImage(settings, format, picture);
-  if (format == Format::kPng) DropUnfitProfile(picture);
+  if (format == Format::kHdr && before.sample != zepcSampleF16) {
+    throw Failure("only half floats, of BC6H textures and JPEG XR files, can become .hdr files");
+  }
+  const Form after = FormFor(settings, format, before, is_opaque);
+  NoteLosses(before, after, is_opaque, &picture->notes);
+  if (IsBc5(settings, format)) picture->notes.emplace_back("BC5 holds red and green only");
+  DropProfileOfOtherColors(before.layout, after.layout, picture);
+  if (format == Format::kPng) DropUnfitProfile(after.layout, picture);
   NoteDropped(CapacityOf(format), picture);
+  return after;
+}
+
+void Adjust(const Settings& settings, Format format, Picture* picture) {
+  Image& image = picture->image;
+  const Form before = image.form();
+  const Form after = AdjustHead(settings, format, before, IsOpaque(image), picture);
+  const bool is_bc5 = IsBc5(settings, format);
+  if (!(before == after) || is_bc5) {
+    image = Converted(image, after, IsLight(after.sample) ? zepcOpacityDrop : zepcOpacityAuto);
+  }
+  if (is_bc5) ClearBlue(&image);
 }
 
 }  // namespace zepconvert

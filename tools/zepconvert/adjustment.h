@@ -13,6 +13,11 @@ namespace zepconvert {
 // there. Whatever is lost gets a note.
 void Adjust(const Settings& settings, Format format, Picture* picture);
 
+// The same for a picture whose pixels, of the form `before`, are not there yet. Returns the form
+// that they are to get.
+Form AdjustHead(const Settings& settings, Format format, const Form& before, bool is_opaque,
+                Picture* picture);
+
 }  // namespace zepconvert
 
 #endif  // ZEPJP_TOOLS_ZEPCONVERT_ADJUSTMENT_H_

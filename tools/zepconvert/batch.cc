@@ -9,6 +9,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <exception>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <system_error>
@@ -19,6 +20,7 @@
 #include "tools/zepconvert/format.h"
 #include "tools/zepconvert/memory.h"
 #include "tools/zepconvert/report.h"
+#include "tools/zepconvert/row_conversion.h"
 #include "zepcore.h"
 
 namespace zepconvert {
@@ -124,7 +126,7 @@ class Batch {
         settings_.jobs > 0 ? settings_.jobs : std::max(1u, std::thread::hardware_concurrency());
     const size_t count = std::min(static_cast<size_t>(wanted), results_.size());
     // The files share the cores; a single one may use all of them.
-    settings_.threads = count > 1 ? 1 : static_cast<int>(wanted);
+    if (settings_.threads == 0) settings_.threads = count > 1 ? 1 : static_cast<int>(wanted);
     zepSetNumThreads(settings_.threads);
     std::atomic<size_t> next{0};
     RunOnThreads(count, [&] {
@@ -136,31 +138,53 @@ class Batch {
  private:
   void Work(Result* result) {
     result->started = true;
+    Step step(&console_);
     try {
-      ConvertOne(result);
+      ConvertOne(&step, result);
     } catch (const std::bad_alloc&) {
       result->error = "not enough memory";
     } catch (const std::exception& failure) {
       result->error = failure.what();
     }
     Report(*result);
-    console_.Step();
   }
 
-  void ConvertOne(Result* result) {
-    Budget::Share share(&budget_, FileSize(result->job.input));
-    Bytes input;
+  void ConvertOne(Step* step, Result* result) {
+    // Larger files would fill the memory that is meant for pictures.
+    const int64_t mapped_from = settings_.memory / 4;
+    const int64_t file_size = FileSize(result->job.input);
+    Budget::Share share(&budget_, file_size < mapped_from ? file_size : 0);
+    FileBytes input;
     {
       const Timer timer(kRead, result);
-      input = ReadFile(result->job.input, {StreamBytes(settings_.max_pixels), IsKnown});
+      input =
+          ReadFile(result->job.input, {StreamBytes(settings_.max_pixels), IsKnown, mapped_from});
     }
-    share.GrowTo(EstimateMemory(settings_, result->job, input));
+    result->input_bytes = input.size();
+    const auto held = static_cast<int64_t>(input.held_bytes());
+    const int64_t need = held + EstimateMemory(settings_, result->job, input);
+    if (need > settings_.memory && ConvertRows(held, input, &share, step, result)) return;
+    share.GrowTo(need);
     const auto number = static_cast<size_t>(result - results_.data());
     Convert(settings_, input,
             settings_.report_directory.empty()
                 ? ""
                 : ErrorPicturePath(settings_.report_directory, number),
             result);
+  }
+
+  // For pictures that do not fit into the memory. False: this file cannot be converted so.
+  bool ConvertRows(int64_t held, ByteView input, Budget::Share* share, Step* step, Result* result) {
+    const std::unique_ptr<RowInput> rows = OpenForRows(settings_, result->job, input);
+    if (rows == nullptr) return false;
+    share->GrowTo(held + EstimateRowMemory(*rows));
+    try {
+      ConvertByRows(
+          settings_, rows.get(), [&](double done) { step->SetDone(done); }, result);
+    } catch (const std::system_error&) {
+      return false;  // the system refuses a thread
+    }
+    return true;
   }
 
   void Report(const Result& result) {

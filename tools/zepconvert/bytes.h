@@ -36,6 +36,8 @@ struct ByteView {
   // Of anything with data() and size().
   template <class Container>
   ByteView(const Container& bytes) : data(bytes.data()), size(bytes.size()) {}
+  ByteView(const void* first, size_t count)
+      : data(static_cast<const uint8_t*>(first)), size(count) {}
 
   const uint8_t* data;
   size_t size;

@@ -11,7 +11,7 @@ namespace zepconvert {
 
 class Console {
  public:
-  // The bar is shown on terminals only, and if there is more than one step.
+  // The bar is shown on terminals only, if there is more than one step or a long one.
   Console(size_t steps, bool quiet);
   ~Console();
   Console(const Console&) = delete;
@@ -19,17 +19,38 @@ class Console {
 
   // A line of its own: "zepconvert: text", made printable.
   void Say(const std::string& text);
-  // Moves the bar by one step.
-  void Step();
+  // Moves the bar by this part of a step.
+  void Advance(double part);
 
  private:
+  int Percent() const;
   void Draw();
   void Clear();
 
   std::mutex mutex_;
   size_t steps_;
-  size_t done_ = 0;
-  bool has_bar_;
+  double done_ = 0;  // steps
+  bool can_draw_;
+  bool has_bar_ = false;
+};
+
+// One step of the bar, which is complete when this object ends.
+class Step {
+ public:
+  explicit Step(Console* console) : console_(console) {}
+  ~Step() { SetDone(1); }
+  Step(const Step&) = delete;
+  Step& operator=(const Step&) = delete;
+
+  // From 0 to 1.
+  void SetDone(double done) {
+    console_->Advance(done - done_);
+    done_ = done;
+  }
+
+ private:
+  Console* console_;
+  double done_ = 0;
 };
 
 }  // namespace zepconvert

@@ -45,7 +45,10 @@ Picture Load(const Settings& settings, ByteView input) {
   }
   if (IsOfLibrary(format)) return ReadLibraryFile(settings, input);
   const auto read = format == Format::kPng ? ReadPng : ReadPnm;
-  return read(input, settings.max_pixels);
+  Picture picture = read(input, settings.max_pixels);
+  Image& image = picture.image;
+  image.CutTo(RegionIn(settings, image.width(), image.height()));
+  return picture;
 }
 
 Output Save(const Settings& settings, Format format, Picture* picture) {
@@ -60,11 +63,6 @@ Output Save(const Settings& settings, Format format, Picture* picture) {
     output.own = WritePnm(picture->image, format);
   }
   return output;
-}
-
-Format OutputFormat(const Settings& settings, const std::string& name) {
-  const Format format = FormatOfName(name);
-  return format == Format::kJpeg && settings.is_lossless ? Format::kLosslessJpeg : format;
 }
 
 void MeasureLoss(const Image& original, ByteView output, const std::string& error_picture,
@@ -126,6 +124,11 @@ Output Transcode(const Settings& settings, ByteView input, Picture* picture, Res
 
 }  // namespace
 
+Format OutputFormat(const Settings& settings, const std::string& name) {
+  const Format format = FormatOfName(name);
+  return format == Format::kJpeg && settings.is_lossless ? Format::kLosslessJpeg : format;
+}
+
 const char* StageName(Stage stage) {
   constexpr std::array<const char*, kStageCount> kNames = {"read", "decode", "convert", "encode",
                                                            "write"};
@@ -152,10 +155,9 @@ Picture LoadPicture(ByteView input) {
   return picture;
 }
 
-void Convert(const Settings& settings, const Bytes& input, const std::string& error_picture,
+void Convert(const Settings& settings, ByteView input, const std::string& error_picture,
              Result* result) {
   Picture picture;
-  result->input_bytes = input.size();
   const Output output = settings.transcodes ? Transcode(settings, input, &picture, result)
                                             : ConvertPixels(settings, input, &picture, result);
   result->output_bytes = output.view().size;

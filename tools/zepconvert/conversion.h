@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tools/zepconvert/bytes.h"
+#include "tools/zepconvert/format.h"
 #include "tools/zepconvert/picture.h"
 #include "tools/zepconvert/pixels.h"
 #include "tools/zepconvert/settings.h"
@@ -52,9 +53,12 @@ class Timer {
   double start_;
 };
 
+// The format of the output of this name.
+Format OutputFormat(const Settings& settings, const std::string& name);
+
 // `input` holds the file's bytes. If `error_picture` is a name, a lossy result is decoded again to
 // tell its PSNR, and its errors become a PNG file of that name.
-void Convert(const Settings& settings, const Bytes& input, const std::string& error_picture,
+void Convert(const Settings& settings, ByteView input, const std::string& error_picture,
              Result* result);
 
 // The picture in a file of any known format, with 8 bits a sample.

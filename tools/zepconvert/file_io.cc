@@ -2,6 +2,7 @@
 #include "tools/zepconvert/file_io.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -135,12 +136,6 @@ Existing FindExisting(const std::string& path) {
   return existing;
 }
 
-void WriteStream(const std::string& path, ByteView content) {
-  const Descriptor file(open(path.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC));
-  const bool good = file.get() >= 0 && WriteAll(file.get(), content.data, content.size);
-  if (!good) throw SystemFailure("cannot be written");
-}
-
 // Gives the file the owner and group of the one that it replaces, where the system allows it.
 // Without its group, the group's rights are dropped.
 mode_t TakeOwner(int file, const struct stat& before, mode_t mode) {
@@ -153,34 +148,76 @@ mode_t TakeOwner(int file, const struct stat& before, mode_t mode) {
 
 }  // namespace
 
-Bytes ReadFile(const std::string& path, const ReadLimits& limits) {
+FileBytes FileBytes::Mapped(const uint8_t* data, size_t size) {
+  FileBytes bytes;
+  bytes.mapped_ = {data, Unmap{size}};
+  return bytes;
+}
+
+void Unmap::operator()(const uint8_t* data) const { munmap(const_cast<uint8_t*>(data), size); }
+
+FileBytes ReadFile(const std::string& path, const ReadLimits& limits) {
   const Descriptor file(open(path.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC));
   if (file.get() < 0) throw SystemFailure("cannot be opened");
   struct stat info {};
   if (fstat(file.get(), &info) != 0) throw SystemFailure("cannot be read");
   if (S_ISDIR(info.st_mode)) throw Failure("is a directory");
   // Files that the system makes up as they are read have no size.
-  if (!S_ISREG(info.st_mode) || info.st_size <= 0) return ReadStream(file.get(), limits);
-  return ReadRegular(file.get(), static_cast<size_t>(info.st_size), limits);
+  if (!S_ISREG(info.st_mode) || info.st_size <= 0) {
+    return FileBytes(ReadStream(file.get(), limits));
+  }
+  const auto size = static_cast<size_t>(info.st_size);
+  if (info.st_size >= limits.mapped_from) {
+    void* const mapped = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, file.get(), 0);
+    if (mapped != MAP_FAILED) return FileBytes::Mapped(static_cast<const uint8_t*>(mapped), size);
+  }
+  return FileBytes(ReadRegular(file.get(), size, limits));
 }
 
-void WriteFile(const std::string& path, ByteView content, const std::string& source) {
+OutputFile::OutputFile(const std::string& path, const std::string& source) {
   const Existing existing = FindExisting(path);
+  path_ = existing.path;
   const bool is_new = existing.info.st_mode == 0;
-  if (!is_new && !S_ISREG(existing.info.st_mode)) return WriteStream(path, content);
-  const size_t slash = existing.path.rfind('/');
-  TemporaryFile file(slash == std::string::npos ? "" : existing.path.substr(0, slash + 1));
-  if (file.descriptor() < 0) throw SystemFailure("cannot be written");
+  if (!is_new && !S_ISREG(existing.info.st_mode)) {
+    descriptor_ = open(path.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC);
+  } else {
+    const size_t slash = path_.rfind('/');
+    temporary_ = std::make_unique<TemporaryFile>(
+        slash == std::string::npos ? "" : path_.substr(0, slash + 1));
+    descriptor_ = temporary_->descriptor();
+  }
+  if (descriptor_ < 0) throw SystemFailure("cannot be written");
+  if (temporary_ == nullptr) return;
   mode_t mode = RightsOf(source);
   if (is_new) {
     mode &= file_mode;
   } else {
     mode = existing.info.st_mode & (mode | 0111) & 0777;
-    mode = TakeOwner(file.descriptor(), existing.info, mode);
+    mode = TakeOwner(descriptor_, existing.info, mode);
   }
-  const bool good = WriteAll(file.descriptor(), content.data, content.size) &&
-                    fchmod(file.descriptor(), mode) == 0 && file.Finish(existing.path);
-  if (!good) throw SystemFailure("cannot be written");
+  mode_ = mode;
+}
+
+OutputFile::~OutputFile() {
+  if (temporary_ == nullptr && descriptor_ >= 0) close(descriptor_);
+}
+
+void OutputFile::Write(ByteView bytes) {
+  if (!WriteAll(descriptor_, bytes.data, bytes.size)) throw SystemFailure("cannot be written");
+  size_ += bytes.size;
+}
+
+void OutputFile::Finish() {
+  if (temporary_ == nullptr) return;
+  if (fchmod(descriptor_, mode_) != 0 || !temporary_->Finish(path_)) {
+    throw SystemFailure("cannot be written");
+  }
+}
+
+void WriteFile(const std::string& path, ByteView content, const std::string& source) {
+  OutputFile file(path, source);
+  file.Write(content);
+  file.Finish();
 }
 
 std::string OutputIdentity(const std::string& path) {

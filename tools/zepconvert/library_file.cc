@@ -2,6 +2,7 @@
 #include "tools/zepconvert/library_file.h"
 
 #include <algorithm>
+#include <exception>
 #include <limits>
 #include <string>
 #include <utility>
@@ -18,6 +19,7 @@ zepcDecodeOptions OptionsOf(const Settings& settings) {
   options.threads = settings.threads;
   options.keeps_damaged = 1;
   options.reduce = settings.reduce;
+  options.region = settings.region;
   return options;
 }
 
@@ -65,7 +67,128 @@ void NoteLargerCrop(const Settings& settings, ByteView input, ByteView output, P
   }
 }
 
+// The options of all formats, and what they point to.
+class EncodeOptions {
+ public:
+  EncodeOptions(const Settings& settings, Format format, const Metadata& metadata)
+      : metadata_(metadata.View()), jpeg_(settings.jpeg) {
+    jpeg_.scan_script = ScriptOf(settings);
+    options_.format = static_cast<zepcFormat>(format);
+    options_.threads = settings.threads;
+    options_.metadata = &metadata_;
+    options_.jpeg = &jpeg_;
+    options_.lossless_jpeg = &settings.lossless_jpeg;
+    options_.jpeg2000 = &settings.jpeg2000;
+    options_.jpeg_xr = &settings.jpeg_xr;
+    options_.dds = &settings.dds;
+    options_.tiff = &settings.tiff;
+  }
+  EncodeOptions(const EncodeOptions&) = delete;
+  EncodeOptions& operator=(const EncodeOptions&) = delete;
+
+  zepcEncodeOptions& get() { return options_; }
+
+ private:
+  zepcMetadata metadata_;
+  zepcJpegOptions jpeg_;
+  zepcEncodeOptions options_ = zepc::Make<zepcEncodeOptions>();
+};
+
+// A callback for the library: an exception of `call` ends the library's call and is thrown after
+// it.
+template <class Call>
+class Callback {
+ public:
+  explicit Callback(Call call) : call_(std::move(call)) {}
+
+  // What the library gets: 0 to go on.
+  template <class... Arguments>
+  int32_t operator()(Arguments... arguments) {
+    try {
+      return call_(arguments...) ? 0 : 1;
+    } catch (...) {
+      thrown_ = std::current_exception();
+      return 1;
+    }
+  }
+  void Rethrow() const {
+    if (thrown_ != nullptr) std::rethrow_exception(thrown_);
+  }
+
+ private:
+  Call call_;
+  std::exception_ptr thrown_;
+};
+
 }  // namespace
+
+Head ReadHead(const Settings& settings, ByteView input) {
+  return Guarded([&] {
+    zepcDecodeOptions options = OptionsOf(settings);
+    options.rows = [](void*, const zepcPixels*, int32_t) { return 0; };
+    const zepcInfo info = zepc::Probe(input.data, input.size, options);
+    const auto reduced = [&](int32_t side) {
+      return static_cast<int>((int64_t{side} + (int64_t{1} << settings.reduce) - 1) >>
+                              settings.reduce);
+    };
+    const zepcRect region = RegionIn(settings, reduced(info.width), reduced(info.height));
+    Head head;
+    head.width = region.width;
+    head.height = region.height;
+    head.form = {info.layout, info.sample, info.bits};
+    head.metadata = Metadata(zepc::ReadMetadata(input.data, input.size, options).metadata());
+    head.memory = info.memory;
+    return head;
+  });
+}
+
+void ReadRows(const Settings& settings, ByteView input,
+              const std::function<bool(const zepcPixels& rows)>& take, Picture* picture) {
+  Callback callback([&](const zepcPixels* rows) { return take(*rows); });
+  zepcDecodeOptions options = OptionsOf(settings);
+  options.rows = [](void* user, const zepcPixels* rows, int32_t) {
+    return (*static_cast<decltype(callback)*>(user))(rows);
+  };
+  options.rows_user = &callback;
+  try {
+    TakeMessages(Decode(input, options), picture);
+  } catch (const zepc::Error&) {
+    callback.Rethrow();
+    throw;
+  }
+}
+
+void WriteLibraryRows(const Settings& settings, Format format, const zepcPixels& shape,
+                      const Metadata& metadata,
+                      const std::function<bool(const zepcPixels& rows)>& next, OutputFile* file) {
+  Callback supply([&](const zepcPixels* rows) { return next(*rows); });
+  Callback write([&](const void* data, size_t size) {
+    file->Write({data, size});
+    return true;
+  });
+  EncodeOptions options(settings, format, metadata);
+  options.get().rows = [](void* user, const zepcPixels* rows, int32_t) {
+    return (*static_cast<decltype(supply)*>(user))(rows);
+  };
+  options.get().rows_user = &supply;
+  const auto on_bytes = [](void* user, const void* data, size_t size) {
+    return (*static_cast<decltype(write)*>(user))(data, size);
+  };
+  const zepcStatus status = zepcEncodeTo(&shape, &options.get(), on_bytes, &write);
+  supply.Rethrow();
+  write.Rethrow();
+  zepc::Check(status);
+}
+
+zepcRect RegionIn(const Settings& settings, int width, int height) {
+  const zepcRect& region = settings.region;
+  if (region.width == 0) return {0, 0, width, height};
+  if (region.x > width - region.width || region.y > height - region.height) {
+    throw Failure("the region is not inside the picture of " + std::to_string(width) + " x " +
+                  std::to_string(height) + " pixels");
+  }
+  return region;
+}
 
 zepcInfo ProbeLibraryFile(const Settings& settings, ByteView input) {
   return Guarded([&] {
@@ -90,20 +213,8 @@ Image ReadFirstScans(const Settings& settings, ByteView input, int scans) {
 }
 
 zepc::File WriteLibraryFile(const Settings& settings, Format format, const Picture& picture) {
-  const zepcMetadata metadata = picture.metadata.View();
-  auto options = zepc::Make<zepcEncodeOptions>();
-  options.format = static_cast<zepcFormat>(format);
-  options.threads = settings.threads;
-  options.metadata = &metadata;
-  zepcJpegOptions jpeg = settings.jpeg;
-  jpeg.scan_script = ScriptOf(settings);
-  options.jpeg = &jpeg;
-  options.lossless_jpeg = &settings.lossless_jpeg;
-  options.jpeg2000 = &settings.jpeg2000;
-  options.jpeg_xr = &settings.jpeg_xr;
-  options.dds = &settings.dds;
-  options.tiff = &settings.tiff;
-  return zepc::Encode(picture.image.pixels(), options);
+  EncodeOptions options(settings, format, picture.metadata);
+  return zepc::Encode(picture.image.pixels(), options.get());
 }
 
 bool IsLossless(const Settings& settings, Format format) {

@@ -5,9 +5,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "tools/zepconvert/bytes.h"
+#include "tools/zepconvert/file_io.h"
 #include "tools/zepconvert/format.h"
 #include "tools/zepconvert/picture.h"
 #include "tools/zepconvert/settings.h"
@@ -24,6 +26,30 @@ Picture ReadLibraryFile(const Settings& settings, ByteView input);
 // The picture after the first `scans` scans of a progressive JPEG file; after all where the file
 // has fewer.
 Image ReadFirstScans(const Settings& settings, ByteView input, int scans);
+
+// What is known before the rows of a picture, whose region settings.region names.
+struct Head {
+  int width = 0;
+  int height = 0;
+  Form form;
+  Metadata metadata;
+  int64_t memory = 0;  // that decoding by rows takes
+};
+Head ReadHead(const Settings& settings, ByteView input);
+
+// Calls `take` with the rows of that region until it returns false. `picture` gets the messages.
+void ReadRows(const Settings& settings, ByteView input,
+              const std::function<bool(const zepcPixels& rows)>& take, Picture* picture);
+
+// Writes a file while `next` fills its rows; false: there are none, which is a failure. `shape` has
+// the size and form of the picture.
+void WriteLibraryRows(const Settings& settings, Format format, const zepcPixels& shape,
+                      const Metadata& metadata,
+                      const std::function<bool(const zepcPixels& rows)>& next, OutputFile* file);
+
+// settings.region in a picture of this size; all of it where none is named. Fails where it is not
+// inside.
+zepcRect RegionIn(const Settings& settings, int width, int height);
 
 zepc::File WriteLibraryFile(const Settings& settings, Format format, const Picture& picture);
 

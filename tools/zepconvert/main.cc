@@ -56,6 +56,7 @@ struct Arguments {
   std::string dds_header = "fourcc";
   std::string script_file;
   std::string crop;
+  std::string region;
   std::string tiff_compression = "packbits";
   int32_t overlap = 1;
   std::string tiles;
@@ -124,8 +125,8 @@ std::string CheckCrop(const std::string& text) {
 // Fails where the script makes no sense.
 void ReadScript(const std::string& name, Settings* settings) {
   try {
-    const zepconvert::Bytes file = zepconvert::ReadFile(name, zepconvert::ReadLimits());
-    settings->scan_script = std::string(file.begin(), file.end());
+    const auto file = zepconvert::ReadFile(name, zepconvert::ReadLimits());
+    settings->scan_script = std::string(file.data(), file.data() + file.size());
     CheckScanScript(*settings);
   } catch (const std::exception& error) {
     throw zepconvert::Failure(name + ": " + error.what());
@@ -238,7 +239,7 @@ void DefineFormatOptions(CLI::App* app, Arguments* arguments) {
                   "filters across blocks of JPEG XR files: 0 none, 1 the first stage, 2 both (1)")
       ->check(CLI::Range(0, 2));
   app->add_option("--tiles", arguments->tiles,
-                  "tiles of JPEG XR files, as 512x256: multiples of 16 (one tile)")
+                  "tiles of JPEG 2000 and JPEG XR files, as 512x256: multiples of 16 (one tile)")
       ->check(CheckTiles);
   app->add_option("--compression", arguments->tiff_compression,
                   "of TIFF files: none or packbits (packbits)")
@@ -258,6 +259,10 @@ void DefineOptions(CLI::App* app, Arguments* arguments) {
   app->add_option("--scale", arguments->scale,
                   "reduce JPEG and JPEG 2000 inputs to 1/2, 1/4 or 1/8: 1, 2, 4, 8")
       ->check(CLI::IsMember(std::vector<int>{1, 2, 4, 8}).description(""));
+  app->add_option("--region", arguments->region,
+                  "convert a part, WIDTHxHEIGHT+LEFT+TOP, in pixels of the reduced input")
+      ->check(CheckCrop)
+      ->excludes("--transcode");
   app->add_option(
       "--to", arguments->to,
       "convert all files to jpg, ljpg, jp2, j2k, jxr, png, tif, ppm, pgm, pnm, pam, dds or hdr");
@@ -266,8 +271,12 @@ void DefineOptions(CLI::App* app, Arguments* arguments) {
                   "write a page with pictures, sizes, PSNR and times to this directory");
   app->add_option("-j,--jobs", settings.jobs, "files at the same time (all cores)")
       ->check(CLI::Range(1, 1024));
+  app->add_option("--threads", settings.threads,
+                  "threads for each file (all cores for one file, 1 for files at the same time)")
+      ->check(CLI::Range(1, 1024));
   app->add_option("--memory", arguments->megabytes,
-                  "files wait for each other where together they need more megabytes (1024)")
+                  "files wait for each other where together they need more megabytes; larger "
+                  "pictures are converted row by row (1024)")
       ->check(CLI::Range(1, 1 << 20));
   app->add_option("--max-megapixels", arguments->max_megapixels, "refuse larger pictures (268.4)")
       ->check(Between(0.000001, 4294.9));
@@ -368,6 +377,8 @@ void FinishSettings(const Arguments& arguments, Settings* settings) {
   settings->jpeg.restart_interval = settings->lossless_jpeg.restart_rows = arguments.restart;
   settings->jpeg_xr.overlap = arguments.overlap - 1;
   ParseTiles(arguments.tiles, &settings->jpeg_xr.tile_width, &settings->jpeg_xr.tile_height);
+  settings->jpeg2000.tile_width = settings->jpeg_xr.tile_width;
+  settings->jpeg2000.tile_height = settings->jpeg_xr.tile_height;
   SetTexture(arguments, &settings->dds);
   settings->tiff.is_uncompressed = kTiffCompressions.at(arguments.tiff_compression);
   settings->tiff.has_byte_planes = arguments.has_byte_planes;
@@ -379,6 +390,7 @@ void FinishSettings(const Arguments& arguments, Settings* settings) {
   settings->max_pixels = static_cast<int64_t>(arguments.max_megapixels * 1e6);
   settings->memory = arguments.megabytes << 20;
   ParseCrop(arguments.crop, &settings->crop);
+  ParseCrop(arguments.region, &settings->region);
   if (!arguments.script_file.empty()) ReadScript(arguments.script_file, settings);
 }
 

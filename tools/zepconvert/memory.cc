@@ -21,7 +21,8 @@ struct Need {
 Need NeedOfLibraryFile(const Settings& settings, ByteView input) {
   const zepcInfo info = ProbeLibraryFile(settings, input);
   const auto side = [&](int32_t length) { return std::max(1, length >> settings.reduce); };
-  const double pixels = static_cast<double>(side(info.width)) * side(info.height);
+  const zepcRect region = RegionIn(settings, side(info.width), side(info.height));
+  const double pixels = static_cast<double>(region.width) * region.height;
   return {static_cast<double>(info.memory), pixels * ChannelCount(info.layout),
           static_cast<double>(BytesOf(info.sample))};
 }
@@ -54,7 +55,7 @@ int64_t EstimateMemory(const Settings& settings, const Job& job, ByteView input)
     need = IsOfLibrary(format) ? NeedOfLibraryFile(settings, input)
                                : NeedOfOwnFile(settings, input, format);
   } catch (const std::exception&) {
-    return static_cast<int64_t>(input.size);  // the conversion will say what is wrong
+    return 0;  // the conversion will say what is wrong
   }
   const double picture = need.samples * need.sample_bytes;
   const double encoding = EncodingBytes(FormatOfName(job.output), need);
@@ -62,7 +63,16 @@ int64_t EstimateMemory(const Settings& settings, const Job& job, ByteView input)
   const bool decodes_again = settings.jpeg2000.psnr > 0 || !settings.report_directory.empty();
   const double again = decodes_again ? encoding + 2 * picture : 0;
   const double most = std::max({need.decoding, 2 * picture, picture + encoding + again});
-  return static_cast<int64_t>(input.size) + static_cast<int64_t>(most);
+  return static_cast<int64_t>(most);
+}
+
+int64_t EstimateRowMemory(const RowInput& rows) {
+  // The encoders of JPEG 2000 and JPEG XR hold a row of tiles.
+  constexpr double kTileRows = 1024;
+  const Form& form = rows.form();
+  const double samples = kTileRows * rows.width() * ChannelCount(form.layout);
+  const double encoding = samples * (9 + static_cast<double>(BytesOf(form.sample)));
+  return rows.memory() + static_cast<int64_t>(encoding);
 }
 
 }  // namespace zepconvert

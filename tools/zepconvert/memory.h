@@ -6,14 +6,17 @@
 #include <cstdint>
 
 #include "tools/zepconvert/bytes.h"
+#include "tools/zepconvert/row_input.h"
 #include "tools/zepconvert/settings.h"
 
 namespace zepconvert {
 
-// The most bytes at a time, about, with those of the input file. It is the file's size alone where
-// the header cannot be read or announces more pixels than are allowed: such a file is refused
-// before memory is taken.
+// The most bytes at a time, about, besides those of the input file. 0 where the header cannot be
+// read or announces more pixels than are allowed: such a file is refused before memory is taken.
 int64_t EstimateMemory(const Settings& settings, const Job& job, ByteView input);
+
+// The same for a conversion row by row.
+int64_t EstimateRowMemory(const RowInput& rows);
 
 }  // namespace zepconvert
 

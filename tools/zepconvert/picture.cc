@@ -88,6 +88,13 @@ Image::Image(int width, int height, const Form& form) : pixels_(zepc::Make<zepcP
 
 Image::Image(zepc::Picture decoded) : decoded_(std::move(decoded)), pixels_(decoded_.pixels()) {}
 
+void Image::CutTo(const zepcRect& part) {
+  const size_t pixel_bytes = BytesOf(pixels_.sample) * static_cast<size_t>(channels());
+  pixels_.data = Row(part.y) + static_cast<size_t>(part.x) * pixel_bytes;
+  pixels_.width = part.width;
+  pixels_.height = part.height;
+}
+
 bool IsOpaque(const Image& image) {
   const Form form = image.form();
   if (!HasAlpha(form.layout)) return true;

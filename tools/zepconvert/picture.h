@@ -48,6 +48,8 @@ class Image {
   int channels() const { return ChannelCount(pixels_.layout); }
   Form form() const { return {pixels_.layout, pixels_.sample, pixels_.bits}; }
   size_t SamplesInRow() const { return static_cast<size_t>(width() * int64_t{channels()}); }
+  // Leaves a part, which lies inside. Its memory stays that of the whole.
+  void CutTo(const zepcRect& part);
   uint8_t* Row(int y) { return static_cast<uint8_t*>(pixels_.data) + Offset(y); }
   const uint8_t* Row(int y) const { return static_cast<const uint8_t*>(pixels_.data) + Offset(y); }
 

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <png.h>
@@ -63,16 +64,18 @@ constexpr int kSkippedChunkCount = sizeof(kSkippedChunks) / 5;
 constexpr png_byte kTextChunk[] = "iTXt";
 constexpr char kXmpHead[] = "XML:com.adobe.xmp\0\0\0\0";  // and the zero that ends the literal
 
-class Reader {
+}  // namespace
+
+class PngReader::Parts {
  public:
-  explicit Reader(ByteView input) : next_(input.data), left_(input.size) {
+  explicit Parts(ByteView input) : next_(input.data), left_(input.size) {
     png_ = png_create_read_struct(PNG_LIBPNG_VER_STRING, &error_, KeepError, KeepWarning);
     if (png_ != nullptr) info_ = png_create_info_struct(png_);
     if (info_ != nullptr) png_set_read_fn(png_, this, ReadBytes);
   }
-  ~Reader() { png_destroy_read_struct(&png_, &info_, nullptr); }
-  Reader(const Reader&) = delete;
-  Reader& operator=(const Reader&) = delete;
+  ~Parts() { png_destroy_read_struct(&png_, &info_, nullptr); }
+  Parts(const Parts&) = delete;
+  Parts& operator=(const Parts&) = delete;
 
   bool ok() const { return info_ != nullptr; }
   const char* error() const { return error_.text; }
@@ -108,11 +111,16 @@ class Reader {
   // Deflate makes at most 1032 bytes of one: a picture that cannot be in the file is refused.
   bool CanHold(size_t file_size) const { return raw_bytes_ / 1032 <= file_size; }
 
-  bool ReadPixels(Image* image) {
+  int passes() const { return passes_; }
+
+  bool ReadRow(uint8_t* row) {
     if (setjmp(png_jmpbuf(png_)) != 0) return false;
-    for (int pass = 0; pass < passes_; ++pass) {
-      for (int y = 0; y < image->height(); ++y) png_read_row(png_, image->Row(y), nullptr);
-    }
+    png_read_row(png_, row, nullptr);
+    return true;
+  }
+
+  bool Finish() {
+    if (setjmp(png_jmpbuf(png_)) != 0) return false;
     png_read_end(png_, info_);
     return true;
   }
@@ -146,7 +154,7 @@ class Reader {
 
  private:
   static void ReadBytes(png_structp png, png_bytep out, size_t count) {
-    auto* reader = static_cast<Reader*>(png_get_io_ptr(png));
+    auto* reader = static_cast<Parts*>(png_get_io_ptr(png));
     if (count > reader->left_) png_error(png, "the file ends within the picture");
     std::memcpy(out, reader->next_, count);
     reader->next_ += count;
@@ -156,7 +164,7 @@ class Reader {
   // Takes the XMP packet from its chunk. 1: libpng need not keep the chunk; 0: it is treated as
   // usual.
   static int TakeChunk(png_structp png, png_unknown_chunkp chunk) {
-    auto* reader = static_cast<Reader*>(png_get_user_chunk_ptr(png));
+    auto* reader = static_cast<Parts*>(png_get_user_chunk_ptr(png));
     if (std::memcmp(chunk->name, kTextChunk, sizeof(kTextChunk)) != 0) return 0;
     constexpr size_t kHead = sizeof(kXmpHead);
     const bool is_xmp = chunk->size > kHead && std::memcmp(chunk->data, kXmpHead, kHead) == 0;
@@ -181,6 +189,8 @@ class Reader {
   std::vector<uint8_t> xmp_;
 };
 
+namespace {
+
 constexpr int kColorTypes[] = {PNG_COLOR_TYPE_GRAY, PNG_COLOR_TYPE_GRAY_ALPHA, PNG_COLOR_TYPE_RGB,
                                PNG_COLOR_TYPE_RGB_ALPHA};
 
@@ -192,24 +202,28 @@ std::vector<uint8_t> ExifOf(int orientation) {
   return {'M', 'M', 0, 42, 0, 0, 0, 8, 0, 1, 1, 0x12, 0, 3, 0, 0, 0, 1, 0, value, 0, 0, 0, 0, 0, 0};
 }
 
-class Writer {
+}  // namespace
+
+class PngWriter::Parts {
  public:
-  explicit Writer(Bytes* file) : file_(file) {
+  Parts() {
     png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, &error_, KeepError, KeepWarning);
     if (png_ != nullptr) info_ = png_create_info_struct(png_);
     if (info_ != nullptr) png_set_write_fn(png_, this, WriteBytes, [](png_structp) {});
   }
-  ~Writer() { png_destroy_write_struct(&png_, &info_); }
-  Writer(const Writer&) = delete;
-  Writer& operator=(const Writer&) = delete;
+  ~Parts() { png_destroy_write_struct(&png_, &info_); }
+  Parts(const Parts&) = delete;
+  Parts& operator=(const Parts&) = delete;
 
   bool ok() const { return info_ != nullptr; }
   const char* error() const { return error_.text; }
 
-  bool Write(const Image& image, const Metadata& metadata) {
+  Bytes* file() { return &file_; }
+
+  bool WriteHead(const zepcPixels& shape, const Metadata& metadata) {
     // libpng would refuse profiles that are in wide use, as that of 3144 bytes for sRGB.
     const bool has_profile =
-        !metadata.icc.empty() && PngProfileFault(metadata.icc, IsGrey(image.form().layout)).empty();
+        !metadata.icc.empty() && PngProfileFault(metadata.icc, IsGrey(shape.layout)).empty();
     if (has_profile) icc_chunk_ = MakeProfileChunk(metadata.icc);
     if (!metadata.xmp.empty()) {
       xmp_chunk_.assign(kXmpHead, kXmpHead + sizeof(kXmpHead));
@@ -217,27 +231,37 @@ class Writer {
     }
     exif_ = metadata.exif;
     if (exif_.empty() && metadata.orientation > 1) exif_ = ExifOf(metadata.orientation);
-    return WriteChunks(image, metadata);
+    return WriteChunks(shape, metadata);
+  }
+
+  bool WriteRow(const uint8_t* row) {
+    if (setjmp(png_jmpbuf(png_)) != 0) return false;
+    png_write_row(png_, row);
+    return true;
+  }
+
+  bool Finish() {
+    if (setjmp(png_jmpbuf(png_)) != 0) return false;
+    png_write_end(png_, info_);
+    return true;
   }
 
  private:
-  bool WriteChunks(const Image& image, const Metadata& metadata) {
+  bool WriteChunks(const zepcPixels& shape, const Metadata& metadata) {
     if (setjmp(png_jmpbuf(png_)) != 0) return false;
     png_set_user_limits(png_, 0x7FFFFFFF, 0x7FFFFFFF);
     // Photographs gain little from more effort.
     png_set_compression_level(png_, 3);
-    png_set_IHDR(png_, info_, static_cast<png_uint_32>(image.width()),
-                 static_cast<png_uint_32>(image.height()), image.form().bits,
-                 kColorTypes[image.channels() - 1], PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_BASE,
-                 PNG_FILTER_TYPE_BASE);
+    png_set_IHDR(png_, info_, static_cast<png_uint_32>(shape.width),
+                 static_cast<png_uint_32>(shape.height), shape.bits,
+                 kColorTypes[ChannelCount(shape.layout) - 1], PNG_INTERLACE_NONE,
+                 PNG_COMPRESSION_TYPE_BASE, PNG_FILTER_TYPE_BASE);
     SetMetadata(metadata);
     png_write_info_before_PLTE(png_, info_);
     WriteChunk(kProfileChunk, icc_chunk_);
     png_write_info(png_, info_);
     WriteChunk(kTextChunk, xmp_chunk_);
-    if (image.form().bits == 16 && !kIsBigEndianMachine) png_set_swap(png_);
-    for (int y = 0; y < image.height(); ++y) png_write_row(png_, image.Row(y));
-    png_write_end(png_, info_);
+    if (shape.bits == 16 && !kIsBigEndianMachine) png_set_swap(png_);
     return true;
   }
 
@@ -260,17 +284,17 @@ class Writer {
   }
 
   static void WriteBytes(png_structp png, png_bytep bytes, size_t count) {
-    auto* writer = static_cast<Writer*>(png_get_io_ptr(png));
+    auto* writer = static_cast<Parts*>(png_get_io_ptr(png));
     bool has_room = true;
     try {
-      writer->file_->insert(writer->file_->end(), bytes, bytes + count);
+      writer->file_.insert(writer->file_.end(), bytes, bytes + count);
     } catch (const std::bad_alloc&) {
       has_room = false;
     }
     if (!has_room) png_error(png, "not enough memory for the file");
   }
 
-  Bytes* file_;
+  Bytes file_;
   ErrorText error_;
   png_structp png_ = nullptr;
   png_infop info_ = nullptr;
@@ -278,6 +302,8 @@ class Writer {
   std::vector<uint8_t> xmp_chunk_;
   std::vector<uint8_t> exif_;
 };
+
+namespace {
 
 Failure PngFailure(const char* text) { return Failure(std::string("PNG: ") + text); }
 
@@ -287,25 +313,52 @@ int64_t BigEndian32(const uint8_t* bytes) {
 
 }  // namespace
 
-Picture ReadPng(ByteView input, int64_t max_pixels) {
-  Reader reader(input);
-  if (!reader.ok()) throw std::bad_alloc();
-  if (!reader.ReadHeader()) throw PngFailure(reader.error());
-  CheckPixels(reader.width(), reader.height(), max_pixels);
-  if (!reader.CanHold(input.size)) {
+PngReader::PngReader(ByteView input, int64_t max_pixels) : parts_(std::make_unique<Parts>(input)) {
+  if (!parts_->ok()) throw std::bad_alloc();
+  if (!parts_->ReadHeader()) throw PngFailure(parts_->error());
+  CheckPixels(parts_->width(), parts_->height(), max_pixels);
+  if (!parts_->CanHold(input.size)) {
     throw PngFailure("the file is too small for the picture it announces");
   }
-  Picture picture;
-  picture.image =
-      Image(static_cast<int>(reader.width()), static_cast<int>(reader.height()),
-            UnsignedForm(LayoutWithChannels(reader.channels()), reader.bits() == 16 ? 16 : 8));
-  if (!reader.ReadPixels(&picture.image)) throw PngFailure(reader.error());
-  reader.ReadMetadata(&picture.metadata);
-  picture.metadata.xmp = reader.xmp();
-  if (picture.metadata.icc.empty() && *reader.profile_fault() != 0) {
-    picture.notes.push_back(std::string("the colour profile was dropped: ") +
-                            reader.profile_fault());
+}
+
+PngReader::~PngReader() = default;
+
+int PngReader::width() const { return static_cast<int>(parts_->width()); }
+int PngReader::height() const { return static_cast<int>(parts_->height()); }
+int PngReader::passes() const { return parts_->passes(); }
+
+Form PngReader::form() const {
+  return UnsignedForm(LayoutWithChannels(parts_->channels()), parts_->bits() == 16 ? 16 : 8);
+}
+
+void PngReader::ReadRow(uint8_t* row) {
+  if (!parts_->ReadRow(row)) throw PngFailure(parts_->error());
+}
+
+void PngReader::Finish() {
+  if (!parts_->Finish()) throw PngFailure(parts_->error());
+}
+
+void PngReader::TakeMetadata(Picture* picture) {
+  Metadata& metadata = picture->metadata;
+  parts_->ReadMetadata(&metadata);
+  metadata.xmp = parts_->xmp();
+  if (metadata.icc.empty() && *parts_->profile_fault() != 0) {
+    picture->notes.push_back(std::string("the colour profile was dropped: ") +
+                             parts_->profile_fault());
   }
+}
+
+Picture ReadPng(ByteView input, int64_t max_pixels) {
+  PngReader reader(input, max_pixels);
+  Picture picture;
+  picture.image = Image(reader.width(), reader.height(), reader.form());
+  for (int pass = 0; pass < reader.passes(); ++pass) {
+    for (int y = 0; y < reader.height(); ++y) reader.ReadRow(picture.image.Row(y));
+  }
+  reader.Finish();
+  reader.TakeMetadata(&picture);
   return picture;
 }
 
@@ -315,12 +368,29 @@ Dimensions ReadPngSize(ByteView input) {
           input.data[24] == 16 ? 2 : 1};
 }
 
+PngWriter::PngWriter(const zepcPixels& shape, const Metadata& metadata)
+    : parts_(std::make_unique<Parts>()) {
+  if (!parts_->ok()) throw std::bad_alloc();
+  if (!parts_->WriteHead(shape, metadata)) throw PngFailure(parts_->error());
+}
+
+PngWriter::~PngWriter() = default;
+
+void PngWriter::WriteRow(const uint8_t* row) {
+  if (!parts_->WriteRow(row)) throw PngFailure(parts_->error());
+}
+
+void PngWriter::Finish() {
+  if (!parts_->Finish()) throw PngFailure(parts_->error());
+}
+
+Bytes PngWriter::TakeBytes() { return std::exchange(*parts_->file(), Bytes()); }
+
 Bytes WritePng(const Image& image, const Metadata& metadata) {
-  Bytes file;
-  Writer writer(&file);
-  if (!writer.ok()) throw std::bad_alloc();
-  if (!writer.Write(image, metadata)) throw PngFailure(writer.error());
-  return file;
+  PngWriter writer(image.pixels(), metadata);
+  for (int y = 0; y < image.height(); ++y) writer.WriteRow(image.Row(y));
+  writer.Finish();
+  return writer.TakeBytes();
 }
 
 }  // namespace zepconvert

@@ -11,17 +11,6 @@
 namespace zepconvert {
 namespace {
 
-struct Header {
-  int channels = 0;      // 1 to 4; 2 and 4 with opacity
-  bool is_cmyk = false;  // four inks, 0 none
-  int64_t width = 0;
-  int64_t height = 0;
-  int64_t max_value = 0;  // 1 to 65535; samples above 255 take two bytes
-  size_t size = 0;        // of the header
-
-  size_t SampleBytes() const { return max_value > 255 ? 2 : 1; }
-};
-
 // A number after white space and comments; negative where there is none.
 int64_t ReadNumber(ByteView file, size_t* at) {
   while (*at < file.size && (std::isspace(file.data[*at]) != 0 || file.data[*at] == '#')) {
@@ -48,7 +37,7 @@ std::string ReadWord(ByteView file, size_t* at) {
 }
 
 // Lines of a name and a value up to ENDHDR.
-void ReadPamHeader(ByteView file, Header* header) {
+void ReadPamHeader(ByteView file, PnmHeader* header) {
   size_t at = 2;
   int64_t channels = 0;
   while (at < file.size) {
@@ -76,8 +65,8 @@ void ReadPamHeader(ByteView file, Header* header) {
   header->size = at + 1;
 }
 
-Header ReadHeader(ByteView file) {
-  Header header;
+PnmHeader ReadHeader(ByteView file) {
+  PnmHeader header;
   if (file.size > 1 && file.data[1] == '7') {
     ReadPamHeader(file, &header);
   } else {
@@ -109,7 +98,7 @@ int64_t Scaled(int64_t value, int64_t most, int64_t max_value) {
 }
 
 // Samples of two bytes come with the high one first.
-void ReadRow(const Header& header, const uint8_t* in, int64_t most, size_t count, uint8_t* out) {
+void ReadRow(const PnmHeader& header, const uint8_t* in, int64_t most, size_t count, uint8_t* out) {
   if (header.max_value == 255) {
     std::memcpy(out, in, count);
     return;
@@ -125,75 +114,86 @@ void ReadRow(const Header& header, const uint8_t* in, int64_t most, size_t count
   }
 }
 
-std::string MakeHeader(const Image& image, Format format) {
-  const zepcPixels& pixels = image.pixels();
-  const std::string width = std::to_string(pixels.width);
-  const std::string height = std::to_string(pixels.height);
-  const std::string most = std::to_string((1 << pixels.bits) - 1);
+std::string MakeHeader(const zepcPixels& shape, Format format) {
+  const int channels = ChannelCount(shape.layout);
+  const std::string width = std::to_string(shape.width);
+  const std::string height = std::to_string(shape.height);
+  const std::string most = std::to_string((1 << shape.bits) - 1);
   if (format != Format::kPam) {
-    const bool is_ppm = format == Format::kPpm || image.channels() == 3;
+    const bool is_ppm = format == Format::kPpm || channels == 3;
     return std::string(is_ppm ? "P6" : "P5")
         .append("\n" + width + " " + height + "\n" + most + "\n");
   }
   constexpr const char* kTypes[] = {"GRAYSCALE", "GRAYSCALE_ALPHA", "RGB", "RGB_ALPHA"};
-  return "P7\nWIDTH " + width + "\nHEIGHT " + height + "\nDEPTH " +
-         std::to_string(image.channels()) + "\nMAXVAL " + most + "\nTUPLTYPE " +
-         (pixels.layout == zepcLayoutCmyk ? "CMYK" : kTypes[image.channels() - 1]) + "\nENDHDR\n";
+  return "P7\nWIDTH " + width + "\nHEIGHT " + height + "\nDEPTH " + std::to_string(channels) +
+         "\nMAXVAL " + most + "\nTUPLTYPE " +
+         (shape.layout == zepcLayoutCmyk ? "CMYK" : kTypes[channels - 1]) + "\nENDHDR\n";
 }
 
-// Each sample `copies` times.
-void WriteRow(const uint8_t* in, size_t count, size_t sample_bytes, int copies, uint8_t* out) {
-  if (sample_bytes == 1 && copies == 1) {
-    std::memcpy(out, in, count);
+}  // namespace
+
+PnmReader::PnmReader(ByteView input, int64_t max_pixels)
+    : input_(input), header_(ReadHeader(input)) {
+  CheckPixels(header_.width, header_.height, max_pixels);
+  const int64_t samples = header_.width * header_.height * header_.channels;
+  if (static_cast<int64_t>((input.size - header_.size) / header_.SampleBytes()) < samples) {
+    throw Failure("the file ends within the picture");
+  }
+}
+
+Form PnmReader::form() const {
+  return UnsignedForm(header_.is_cmyk ? zepcLayoutCmyk : LayoutWithChannels(header_.channels),
+                      BitsFor(header_.max_value));
+}
+
+void PnmReader::ReadRow(int y, uint8_t* row) const {
+  const size_t samples = static_cast<size_t>(header_.width) * static_cast<size_t>(header_.channels);
+  const uint8_t* const in =
+      input_.data + header_.size + static_cast<size_t>(y) * samples * header_.SampleBytes();
+  zepconvert::ReadRow(header_, in, (1 << BitsFor(header_.max_value)) - 1, samples, row);
+}
+
+Picture ReadPnm(ByteView input, int64_t max_pixels) {
+  const PnmReader reader(input, max_pixels);
+  Picture picture;
+  picture.image = Image(reader.width(), reader.height(), reader.form());
+  for (int y = 0; y < reader.height(); ++y) reader.ReadRow(y, picture.image.Row(y));
+  return picture;
+}
+
+Dimensions ReadPnmSize(ByteView input) {
+  const PnmHeader header = ReadHeader(input);
+  return {header.width, header.height, header.channels, static_cast<int>(header.SampleBytes())};
+}
+
+PnmWriter::PnmWriter(const zepcPixels& shape, Format format)
+    : header_(MakeHeader(shape, format)),
+      samples_(static_cast<size_t>(shape.width) * static_cast<size_t>(ChannelCount(shape.layout))),
+      sample_bytes_(BytesOf(shape.sample)),
+      copies_(format == Format::kPpm && ChannelCount(shape.layout) == 1 ? 3 : 1) {}
+
+void PnmWriter::WriteRow(const uint8_t* row, uint8_t* out) const {
+  if (sample_bytes_ == 1 && copies_ == 1) {
+    std::memcpy(out, row, samples_);
     return;
   }
-  for (size_t i = 0; i < count; ++i) {
-    uint16_t sample = in[i * sample_bytes];
-    if (sample_bytes == 2) std::memcpy(&sample, in + 2 * i, sizeof(sample));
-    for (int copy = 0; copy < copies; ++copy) {
-      if (sample_bytes == 2) *out++ = static_cast<uint8_t>(sample >> 8);
+  for (size_t i = 0; i < samples_; ++i) {
+    uint16_t sample = row[i * sample_bytes_];
+    if (sample_bytes_ == 2) std::memcpy(&sample, row + 2 * i, sizeof(sample));
+    for (int copy = 0; copy < copies_; ++copy) {
+      if (sample_bytes_ == 2) *out++ = static_cast<uint8_t>(sample >> 8);
       *out++ = static_cast<uint8_t>(sample & 255);
     }
   }
 }
 
-}  // namespace
-
-Picture ReadPnm(ByteView input, int64_t max_pixels) {
-  const Header header = ReadHeader(input);
-  CheckPixels(header.width, header.height, max_pixels);
-  const auto samples = static_cast<size_t>(header.width * header.height * header.channels);
-  if ((input.size - header.size) / header.SampleBytes() < samples) {
-    throw Failure("the file ends within the picture");
-  }
-  const zepcLayout layout = header.is_cmyk ? zepcLayoutCmyk : LayoutWithChannels(header.channels);
-  const int bits = BitsFor(header.max_value);
-  Picture picture;
-  picture.image = Image(static_cast<int>(header.width), static_cast<int>(header.height),
-                        UnsignedForm(layout, bits));
-  const size_t in_row = picture.image.SamplesInRow();
-  const uint8_t* in = input.data + header.size;
-  for (int y = 0; y < picture.image.height(); ++y, in += in_row * header.SampleBytes()) {
-    ReadRow(header, in, (1 << bits) - 1, in_row, picture.image.Row(y));
-  }
-  return picture;
-}
-
-Dimensions ReadPnmSize(ByteView input) {
-  const Header header = ReadHeader(input);
-  return {header.width, header.height, header.channels, static_cast<int>(header.SampleBytes())};
-}
-
 Bytes WritePnm(const Image& image, Format format) {
-  const std::string header = MakeHeader(image, format);
-  const int copies = format == Format::kPpm && image.channels() == 1 ? 3 : 1;
-  const size_t sample_bytes = BytesOf(image.form().sample);
-  const size_t row_bytes = image.SamplesInRow() * sample_bytes * static_cast<size_t>(copies);
-  Bytes file(header.begin(), header.end());
-  file.resize(header.size() + row_bytes * static_cast<size_t>(image.height()));
-  uint8_t* out = file.data() + header.size();
-  for (int y = 0; y < image.height(); ++y, out += row_bytes) {
-    WriteRow(image.Row(y), image.SamplesInRow(), sample_bytes, copies, out);
+  const PnmWriter writer(image.pixels(), format);
+  Bytes file(writer.header().begin(), writer.header().end());
+  file.resize(writer.header().size() + writer.row_bytes() * static_cast<size_t>(image.height()));
+  uint8_t* out = file.data() + writer.header().size();
+  for (int y = 0; y < image.height(); ++y, out += writer.row_bytes()) {
+    writer.WriteRow(image.Row(y), out);
   }
   return file;
 }

@@ -3,7 +3,9 @@
 #ifndef ZEPJP_TOOLS_ZEPCONVERT_PNM_FILE_H_
 #define ZEPJP_TOOLS_ZEPCONVERT_PNM_FILE_H_
 
+#include <cstddef>
 #include <cstdint>
+#include <string>
 
 #include "tools/zepconvert/bytes.h"
 #include "tools/zepconvert/format.h"
@@ -11,15 +13,58 @@
 
 namespace zepconvert {
 
-// Where the largest value is 2^n - 1 (n at least 2), samples stay as they are; others are scaled to
+struct PnmHeader {
+  int channels = 0;      // 1 to 4; 2 and 4 with opacity
+  bool is_cmyk = false;  // four inks, 0 none
+  int64_t width = 0;
+  int64_t height = 0;
+  int64_t max_value = 0;  // 1 to 65535; samples above 255 take two bytes
+  size_t size = 0;        // of the header
+
+  size_t SampleBytes() const { return max_value > 255 ? 2 : 1; }
+};
+
+// A file that is read row by row. Where the largest value is 2^n - 1 (n at least 2), samples stay as they are; others are scaled to
 // 8 bits or, above 255, to 16.
+class PnmReader {
+ public:
+  // A damaged header or a file that is too short is a failure.
+  PnmReader(ByteView input, int64_t max_pixels);
+
+  int width() const { return static_cast<int>(header_.width); }
+  int height() const { return static_cast<int>(header_.height); }
+  Form form() const;
+  void ReadRow(int y, uint8_t* row) const;
+
+ private:
+  ByteView input_;
+  PnmHeader header_;
+};
+
+// The whole picture.
 Picture ReadPnm(ByteView input, int64_t max_pixels);
 
 // What the header tells.
 Dimensions ReadPnmSize(ByteView input);
 
-// `format` is one of kPgm, kPpm, kPnm and kPam. Unsigned samples; in other files than PAM grey or
-// RGB. Grey becomes P5 unless kPpm asks for P6.
+// Makes a file row by row. `format` is one of kPgm, kPpm, kPnm and kPam. Unsigned samples; in other
+// files than PAM grey or RGB. Grey becomes P5 unless kPpm asks for P6.
+class PnmWriter {
+ public:
+  PnmWriter(const zepcPixels& shape, Format format);
+
+  const std::string& header() const { return header_; }
+  size_t row_bytes() const { return samples_ * sample_bytes_ * static_cast<size_t>(copies_); }
+  void WriteRow(const uint8_t* row, uint8_t* out) const;
+
+ private:
+  std::string header_;
+  size_t samples_;
+  size_t sample_bytes_;
+  int copies_;  // of each sample
+};
+
+// The whole file.
 Bytes WritePnm(const Image& image, Format format);
 
 }  // namespace zepconvert

@@ -174,7 +174,7 @@ std::string Plot(const std::vector<const Result*>& results) {
 // name there.
 std::string PlacePicture(const std::string& path, const fs::path& directory,
                          const std::string& stem) {
-  const Bytes bytes = ReadFile(path, ReadLimits());
+  const FileBytes bytes = ReadFile(path, ReadLimits());
   const Format format = FormatOfBytes(bytes.data(), bytes.size());
   const std::string name = stem + (format == Format::kJpeg ? ".jpg" : ".png");
   const std::string target = (directory / name).string();

@@ -28,13 +28,14 @@ struct Settings {
   zepcRect crop = {};           // width 0: all
   std::string scans_directory;  // for the scans of progressive files; empty: none are shown
   // Of all conversions.
-  int reduce = 0;  // inputs at 1/2^reduce of their size
+  int reduce = 0;        // inputs at 1/2^reduce of their size
+  zepcRect region = {};  // the part of the reduced picture that is wanted; width 0: all
   bool grey = false;
   bool keep_metadata = true;
   int64_t max_pixels = int64_t{1} << 28;
   int jobs = 0;                       // files at the same time; 0: one for each core
   int64_t memory = int64_t{1} << 30;  // of the files in work, about
-  int threads = 1;                    // for each file
+  int threads = 0;                    // for each file; 0: as the jobs leave cores
   bool quiet = false;
   std::string report_directory;  // empty: no report
 };
