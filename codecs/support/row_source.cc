@@ -7,6 +7,7 @@ namespace zepcodec {
 
 Status RowSource::Next(int count, Picture* rows, int* y) {
   const std::lock_guard<std::mutex> lock(mutex_);
+  if (!failure_.ok()) return failure_;
   count = std::min(count, form().height() - next_);
   *y = next_;
   if (count == 0) {
@@ -14,7 +15,8 @@ Status RowSource::Next(int count, Picture* rows, int* y) {
     return Status();
   }
   next_ += count;
-  return Read(*y, count, rows);
+  failure_ = Read(*y, count, rows);
+  return failure_;
 }
 
 Status RowSource::All(Picture* picture) {

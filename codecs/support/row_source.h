@@ -32,6 +32,7 @@ class RowSource {
  private:
   std::mutex mutex_;
   int next_ = 0;
+  Status failure_;  // after which nothing more is read
 };
 
 // The rows of a picture in memory, without a copy. The picture must outlive the rows.
