@@ -142,8 +142,6 @@ class Decoding {
         rows_(request_.options) {
     if (request_.options.max_pixels == 0) request_.options.max_pixels = kUsualMaxPixels;
     if (request_.options.max_memory == 0) request_.options.max_memory = kUsualMaxMemory;
-    if (options.rows != nullptr) request_.rows = &rows_;
-    request_.region = WantedRegion(RegionOf(options), turn_);
   }
 
   const zepcDecodeOptions& options() const { return request_.options; }
@@ -154,13 +152,15 @@ class Decoding {
   zepcStatus Probe(Findings* info) {
     codec_ = CodecOfFile(file_);
     if (codec_ == nullptr) return Fail(zepcStatusUnknownFormat, "the format is not known");
-    if (const zepcStatus status = ReadHeaders(info); status != zepcStatusOk) return status;
-    const Turn upright = UprightOf(info->orientation);
-    if (options().applies_orientation == 0 || upright.IsNone()) return zepcStatusOk;
-    // Rows cannot be handed out in the order in which they are stored.
-    turn_ = upright;
-    request_.rows = nullptr;
-    request_.region = WantedRegion(RegionOf(options()), upright);
+    if (options().applies_orientation != 0) {
+      request_.region = WantedRegion();
+      request_.rows = nullptr;
+      if (const zepcStatus status = ReadHeaders(info); status != zepcStatusOk) return status;
+      turn_ = UprightOf(info->orientation);
+    }
+    request_.region = WantedRegion(RegionOf(options()), turn_);
+    // Rows of a turned picture cannot be handed out in the order in which they are stored.
+    if (options().rows != nullptr && turn_.IsNone()) request_.rows = &rows_;
     return ReadHeaders(info);
   }
 
