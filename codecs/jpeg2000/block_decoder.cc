@@ -38,9 +38,9 @@ BlockDecoder::BlockDecoder(zepiSize most) {
 
 template <class T, class Value>
 void BlockDecoder::Store(const BlockJob& job, T* to, const Value& value) const {
-  const int32_t* from = samples_.data();
-  for (int64_t y = 0; y < job.size.height; ++y, to += job.row_step, from += job.size.width) {
-    for (int64_t x = 0; x < job.size.width; ++x) {
+  const int32_t* from = samples_.data() + job.part.y0 * job.size.width + job.part.x0;
+  for (int64_t y = 0; y < job.part.height(); ++y, to += job.row_step, from += job.size.width) {
+    for (int64_t x = 0; x < job.part.width(); ++x) {
       const T magnitude = value(from[x] & kMagnitude);
       to[x] = from[x] < 0 ? -magnitude : magnitude;
     }

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "codecs/jpeg2000/geometry.h"
 #include "codecs/jpeg2000/packet_reader.h"
 #include "zepjp.h"
 
@@ -21,13 +22,19 @@ struct BlockJob {
   bool reversible;
   double quantizer_step;
   zepiSize size;
-  // Where the coefficients go: the component and the place in its plane ...
+  // The part of the block that is wanted, and where its coefficients go: the place in a level of a
+  // component ...
+  Rect part;
   size_t component;
+  size_t level;
   int64_t x, y;
-  // ... which gives one of these two pointers, and the distance of its rows in elements.
+  // ... which gives one of these two pointers, and the distance of rows in elements.
   int32_t* integers;
   float* reals;
   int64_t row_step;
+
+  void SetTarget(int32_t* to) { integers = to; }
+  void SetTarget(float* to) { reals = to; }
 };
 
 class BlockDecoder {

@@ -521,11 +521,15 @@ std::vector<size_t> PaletteSources(const Boxes& boxes, size_t count) {
   return sources;
 }
 
-void ApplyBoxes(const Boxes& boxes, Messages* messages, Messages* notes, Image* image) {
+void MakeChannels(const Boxes& boxes, Messages* messages, Messages* notes, Image* image) {
   ApplyPalette(boxes, messages, notes, image);
   image->alpha = -1;
   image->is_premultiplied = false;
   ApplyDefinitions(boxes, image);
+}
+
+void ApplyBoxes(const Boxes& boxes, Messages* messages, Messages* notes, Image* image) {
+  MakeChannels(boxes, messages, notes, image);
   image->color = boxes.color;
   image->lab = boxes.lab;
   image->metadata = boxes.metadata;

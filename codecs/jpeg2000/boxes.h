@@ -57,7 +57,10 @@ Status ReadBoxes(const uint8_t* data, size_t size, Messages* messages, Messages*
 // palette.
 std::vector<size_t> PaletteSources(const Boxes& boxes, size_t count);
 
-// Turns decoded components into channels: palette, order, opacity, colour space.
+// Turns decoded components into channels: palette, order, opacity.
+void MakeChannels(const Boxes& boxes, Messages* messages, Messages* notes, Image* image);
+
+// The same, with the colour space and the metadata.
 void ApplyBoxes(const Boxes& boxes, Messages* messages, Messages* notes, Image* image);
 
 // Puts the boxes of a picture around its codestream.

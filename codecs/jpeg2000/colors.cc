@@ -16,119 +16,10 @@ int32_t LowestValue(const Component& component) {
   return component.is_signed ? -(1 << (component.bits - 1)) : 0;
 }
 
-// Fills one channel at the size of the finest component; samples of coarser components are
-// repeated. A look-up table converts codes of any depth to that of the picture.
-template <class T>
-void FillChannel(const Component& component, size_t channel, Picture* picture) {
-  const uint32_t most = (1U << component.bits) - 1;
-  const auto white = static_cast<uint32_t>(picture->MaxValue());
-  std::vector<T> codes(most + 1);
-  for (uint32_t i = 0; i <= most; ++i) {
-    codes[i] = static_cast<T>((uint64_t{i} * white + most / 2) / most);
-  }
-  const int32_t lowest = LowestValue(component);
-  const auto width = static_cast<size_t>(picture->width());
-  std::vector<int> columns(width);
-  for (size_t x = 0; x < width; ++x) {
-    columns[x] = static_cast<int>(x * static_cast<size_t>(component.width) / width);
-  }
-  const auto channels = static_cast<size_t>(picture->channels());
-  for (int y = 0; y < picture->height(); ++y) {
-    const int64_t row = int64_t{y} * component.height / picture->height();
-    const int32_t* const in = component.Row(static_cast<int>(row));
-    T* out = reinterpret_cast<T*>(picture->Row(y)) + channel;
-    for (const int x : columns) {
-      *out = codes[static_cast<size_t>(std::clamp(in[x] - lowest, 0, static_cast<int32_t>(most)))];
-      out += channels;
-    }
-  }
-}
-
 // CIE 15: the inverse of the cube root, which has a linear part near black.
 double LabInverse(double t) {
   constexpr double kKnee = 6.0 / 29;
   return t > kKnee ? t * t * t : 3 * kKnee * kKnee * (t - 4.0 / 29);
-}
-
-// L*a*b* to sRGB; colours outside its gamut are clipped.
-class LabToRgb {
- public:
-  // A sample is a code from 0 to 2^bits - 1, and its value (code - offset) * range / (2^bits - 1).
-  LabToRgb(const LabRange& range, const std::array<int, 3>& bits, int white) {
-    for (size_t i = 0; i < 3; ++i) {
-      axes_[i] = {range.range[i] / ((1 << bits[i]) - 1), range.OffsetOf(i, bits[i])};
-    }
-    // From XYZ to linear sRGB: relative to D65, or to D50 with Bradford adaptation.
-    if (range.is_d65) {
-      white_ = {0.95047, 1, 1.08883};
-      matrix_ = {{{3.2404542, -1.5371385, -0.4985314},
-                  {-0.9692660, 1.8760108, 0.0415560},
-                  {0.0556434, -0.2040259, 1.0572252}}};
-    } else {
-      white_ = {0.96422, 1, 0.82521};
-      matrix_ = {{{3.1338561, -1.6168667, -0.4906146},
-                  {-0.9787684, 1.9161415, 0.0334540},
-                  {0.0719453, -0.2289914, 1.4052427}}};
-    }
-    for (size_t i = 0; i <= kCurveSteps; ++i) {
-      const double light = static_cast<double>(i) / kCurveSteps;
-      const double curved =
-          light < 0.0031308 ? 12.92 * light : 1.055 * std::pow(light, 1 / 2.4) - 0.055;
-      curve_.push_back(static_cast<int>(std::lround(std::clamp(white * curved, 0.0, 1.0 * white))));
-    }
-  }
-
-  // Codes, counted from the lowest possible sample.
-  std::array<int, 3> Convert(const std::array<int32_t, 3>& lab) const {
-    const double y = (axes_[0].At(lab[0]) + 16) / 116;
-    const double x = y + axes_[1].At(lab[1]) / 500;
-    const double z = y - axes_[2].At(lab[2]) / 200;
-    const double xyz[3] = {white_[0] * LabInverse(x), white_[1] * LabInverse(y),
-                           white_[2] * LabInverse(z)};
-    std::array<int, 3> rgb{};
-    for (size_t c = 0; c < 3; ++c) {
-      rgb[c] = Curved(matrix_[c][0] * xyz[0] + matrix_[c][1] * xyz[1] + matrix_[c][2] * xyz[2]);
-    }
-    return rgb;
-  }
-
- private:
-  static constexpr size_t kCurveSteps = 1 << 14;
-
-  struct Axis {
-    double scale;
-    double offset;
-    double At(int32_t code) const { return (code - offset) * scale; }
-  };
-  int Curved(double light) const {
-    return curve_[static_cast<size_t>(std::lround(std::clamp(light, 0.0, 1.0) * kCurveSteps))];
-  }
-
-  std::array<Axis, 3> axes_;
-  std::array<double, 3> white_;
-  std::array<std::array<double, 3>, 3> matrix_;
-  std::vector<int> curve_;
-};
-
-void FillFromLab(const Image& image, Picture* picture) {
-  const std::array<const Component*, 3> parts = {&image.components[0], &image.components[1],
-                                                 &image.components[2]};
-  const LabToRgb to_rgb(image.lab, {parts[0]->bits, parts[1]->bits, parts[2]->bits},
-                        picture->MaxValue());
-  size_t at = 0;
-  for (int y = 0; y < picture->height(); ++y) {
-    for (int64_t x = 0; x < picture->width(); ++x) {
-      std::array<int32_t, 3> lab{};
-      for (size_t c = 0; c < 3; ++c) {
-        const int64_t row = int64_t{y} * parts[c]->height / picture->height();
-        lab[c] = parts[c]->Row(static_cast<int>(row))[x * parts[c]->width / picture->width()] -
-                 LowestValue(*parts[c]);
-      }
-      const std::array<int, 3> rgb = to_rgb.Convert(lab);
-      for (size_t c = 0; c < 3; ++c) picture->Set(at + c, rgb[c]);
-      at += static_cast<size_t>(picture->channels());
-    }
-  }
 }
 
 // Calls change(pixel) for each pixel; it may change the samples.
@@ -237,10 +128,157 @@ Status CheckColors(const Image& image, Messages* notes) {
   return Status();
 }
 
-void ConvertColors(const Image& image, Picture* picture) {
+// The place of a sample in a component's part: that of the picture, scaled and moved.
+int64_t Scaled(int64_t place, int64_t length, int64_t whole) { return place * length / whole; }
+
+}  // namespace
+
+// L*a*b* to sRGB; colours outside its gamut are clipped.
+class PictureMaker::LabToRgb {
+ public:
+  // A sample is a code from 0 to 2^bits - 1, and its value (code - offset) * range / (2^bits - 1).
+  LabToRgb(const LabRange& range, const std::array<int, 3>& bits, int white) {
+    for (size_t i = 0; i < 3; ++i) {
+      axes_[i] = {range.range[i] / ((1 << bits[i]) - 1), range.OffsetOf(i, bits[i])};
+    }
+    // From XYZ to linear sRGB: relative to D65, or to D50 with Bradford adaptation.
+    if (range.is_d65) {
+      white_ = {0.95047, 1, 1.08883};
+      matrix_ = {{{3.2404542, -1.5371385, -0.4985314},
+                  {-0.9692660, 1.8760108, 0.0415560},
+                  {0.0556434, -0.2040259, 1.0572252}}};
+    } else {
+      white_ = {0.96422, 1, 0.82521};
+      matrix_ = {{{3.1338561, -1.6168667, -0.4906146},
+                  {-0.9787684, 1.9161415, 0.0334540},
+                  {0.0719453, -0.2289914, 1.4052427}}};
+    }
+    for (size_t i = 0; i <= kCurveSteps; ++i) {
+      const double light = static_cast<double>(i) / kCurveSteps;
+      const double curved =
+          light < 0.0031308 ? 12.92 * light : 1.055 * std::pow(light, 1 / 2.4) - 0.055;
+      curve_.push_back(static_cast<int>(std::lround(std::clamp(white * curved, 0.0, 1.0 * white))));
+    }
+  }
+
+  // Codes, counted from the lowest possible sample.
+  std::array<int, 3> Convert(const std::array<int32_t, 3>& lab) const {
+    const double y = (axes_[0].At(lab[0]) + 16) / 116;
+    const double x = y + axes_[1].At(lab[1]) / 500;
+    const double z = y - axes_[2].At(lab[2]) / 200;
+    const double xyz[3] = {white_[0] * LabInverse(x), white_[1] * LabInverse(y),
+                           white_[2] * LabInverse(z)};
+    std::array<int, 3> rgb{};
+    for (size_t c = 0; c < 3; ++c) {
+      rgb[c] = Curved(matrix_[c][0] * xyz[0] + matrix_[c][1] * xyz[1] + matrix_[c][2] * xyz[2]);
+    }
+    return rgb;
+  }
+
+ private:
+  static constexpr size_t kCurveSteps = 1 << 14;
+
+  struct Axis {
+    double scale;
+    double offset;
+    double At(int32_t code) const { return (code - offset) * scale; }
+  };
+  int Curved(double light) const {
+    return curve_[static_cast<size_t>(std::lround(std::clamp(light, 0.0, 1.0) * kCurveSteps))];
+  }
+
+  std::array<Axis, 3> axes_;
+  std::array<double, 3> white_;
+  std::array<std::array<double, 3>, 3> matrix_;
+  std::vector<int> curve_;
+};
+
+PictureMaker::PictureMaker() = default;
+PictureMaker::~PictureMaker() = default;
+
+Status PictureMaker::Prepare(const Image& form, Messages* notes) {
+  if (Status status = CheckColors(form, notes); !status.ok()) return status;
+  const Shown shown = ChooseShown(form, notes);
+  shown_ = shown.components;
+  layout_ = shown.layout;
+  color_ = form.color;
+  is_premultiplied_ = form.is_premultiplied;
+  for (const size_t i : shown_) {
+    const Component& component = form.components[i];
+    if (component.WholeWidth() < 1 || component.WholeHeight() < 1) {
+      return Status::Error("a component without samples");
+    }
+    width_ = std::max(width_, component.WholeWidth());
+    height_ = std::max(height_, component.WholeHeight());
+    bits_ = std::max(bits_, component.bits);
+  }
+  const uint32_t white = (1U << bits_) - 1;
+  for (const size_t i : shown_) {
+    const uint32_t most = (1U << form.components[i].bits) - 1;
+    std::vector<uint16_t> codes(most == white ? 0 : most + 1);
+    for (size_t code = 0; code < codes.size(); ++code) {
+      codes[code] = static_cast<uint16_t>((uint64_t{code} * white + most / 2) / most);
+    }
+    codes_.push_back(std::move(codes));
+  }
+  if (color_ == ColorSpace::kLab) {
+    const auto bits = [&](size_t i) { return form.components[i].bits; };
+    lab_ = std::make_unique<LabToRgb>(form.lab, std::array<int, 3>{bits(0), bits(1), bits(2)},
+                                      static_cast<int>(white));
+  }
+  return Status();
+}
+
+// Samples of coarser components are repeated. A look-up table converts codes of other depths.
+template <class T>
+void PictureMaker::FillChannel(const Component& component, size_t channel, const Region& region,
+                               Picture* picture) const {
+  const std::vector<uint16_t>& codes = codes_[channel];
+  const int32_t lowest = LowestValue(component);
+  const int32_t most = (1 << component.bits) - 1;
+  std::vector<int> columns(static_cast<size_t>(region.width));
+  for (size_t x = 0; x < columns.size(); ++x) {
+    const int64_t place = region.x + static_cast<int64_t>(x);
+    columns[x] =
+        static_cast<int>(Scaled(place, component.WholeWidth(), width_) - component.part.left);
+  }
+  const auto channels = static_cast<size_t>(picture->channels());
+  for (int y = 0; y < region.height; ++y) {
+    const int64_t row =
+        Scaled(int64_t{region.y} + y, component.WholeHeight(), height_) - component.part.top;
+    const int32_t* const in = component.Row(static_cast<int>(row));
+    T* out = reinterpret_cast<T*>(picture->Row(y)) + channel;
+    for (const int x : columns) {
+      const int32_t code = std::clamp(in[x] - lowest, 0, most);
+      *out = static_cast<T>(codes.empty() ? code : codes[static_cast<size_t>(code)]);
+      out += channels;
+    }
+  }
+}
+
+void PictureMaker::FillFromLab(const Image& image, const Region& region, Picture* picture) const {
+  size_t at = 0;
+  for (int y = 0; y < region.height; ++y) {
+    for (int x = 0; x < region.width; ++x) {
+      std::array<int32_t, 3> lab{};
+      for (size_t c = 0; c < 3; ++c) {
+        const Component& one = image.components[c];
+        const int64_t row = Scaled(int64_t{region.y} + y, one.WholeHeight(), height_);
+        const int64_t column = Scaled(int64_t{region.x} + x, one.WholeWidth(), width_);
+        lab[c] = one.Row(static_cast<int>(row - one.part.top))[column - one.part.left] -
+                 LowestValue(one);
+      }
+      const std::array<int, 3> rgb = lab_->Convert(lab);
+      for (size_t c = 0; c < 3; ++c) picture->Set(at + c, rgb[c]);
+      at += static_cast<size_t>(picture->channels());
+    }
+  }
+}
+
+void PictureMaker::ConvertColors(const Image& image, const Region& region, Picture* picture) const {
   const bool has_three = picture->channels() >= 3;
   const bool is_cmyk = picture->layout() == PixelLayout::kCmyk;
-  switch (image.color) {
+  switch (color_) {
     case ColorSpace::kInvertedGrey:
     case ColorSpace::kCmy: InvertColors(picture); break;
     case ColorSpace::kYcc:
@@ -253,47 +291,43 @@ void ConvertColors(const Image& image, Picture* picture) {
       if (has_three) YccToRgb(picture);
       if (is_cmyk) InvertColors(picture);
       break;
-    case ColorSpace::kLab: FillFromLab(image, picture); break;
+    case ColorSpace::kLab: FillFromLab(image, region, picture); break;
     default: break;
   }
-  if (image.is_premultiplied && HasAlpha(picture->layout())) DivideByAlpha(picture);
+  if (is_premultiplied_ && HasAlpha(picture->layout())) DivideByAlpha(picture);
 }
 
-}  // namespace
-
-void SizeOfPicture(const Image& image, int* width, int* height) {
-  Messages ignored;
-  *width = *height = 0;
-  for (const size_t i : ChooseShown(image, &ignored).components) {
-    *width = std::max(*width, image.components[i].width);
-    *height = std::max(*height, image.components[i].height);
+Status PictureMaker::Make(const Image& image, const Region& region, Picture* picture) const {
+  if (!picture->Resize(region.width, region.height, layout_, bits_)) return Status::NoMemory();
+  for (size_t c = 0; c < shown_.size(); ++c) {
+    const Component& component = image.components[shown_[c]];
+    if (picture->type() == SampleType::kU8) {
+      FillChannel<uint8_t>(component, c, region, picture);
+    } else {
+      FillChannel<uint16_t>(component, c, region, picture);
+    }
   }
+  ConvertColors(image, region, picture);
+  return Status();
+}
+
+Region NeededOf(const Region& region, int width, int height, int component_width,
+                int component_height) {
+  const auto left = static_cast<int>(Scaled(region.x, component_width, width));
+  const auto top = static_cast<int>(Scaled(region.y, component_height, height));
+  const int64_t last_x = int64_t{region.x} + region.width - 1;
+  const int64_t last_y = int64_t{region.y} + region.height - 1;
+  return {left, top, static_cast<int>(Scaled(last_x, component_width, width)) + 1 - left,
+          static_cast<int>(Scaled(last_y, component_height, height)) + 1 - top};
 }
 
 Status ToPicture(const Image& image, Messages* notes, Picture* picture) {
-  if (Status status = CheckColors(image, notes); !status.ok()) return status;
-  const Shown shown = ChooseShown(image, notes);
-  int width = 0;
-  int height = 0;
-  int bits = 1;
-  for (const size_t i : shown.components) {
-    const Component& component = image.components[i];
-    if (component.width < 1 || component.height < 1) {
-      return Status::Error("a component without samples");
-    }
-    width = std::max(width, component.width);
-    height = std::max(height, component.height);
-    bits = std::max(bits, component.bits);
-  }
-  if (!picture->Resize(width, height, shown.layout, bits)) return Status::NoMemory();
-  for (size_t c = 0; c < shown.components.size(); ++c) {
-    const auto fill =
-        picture->type() == SampleType::kU8 ? FillChannel<uint8_t> : FillChannel<uint16_t>;
-    fill(image.components[shown.components[c]], c, picture);
-  }
-  ConvertColors(image, picture);
-  picture->metadata() = image.metadata;
-  return Status();
+  PictureMaker maker;
+  Status status = maker.Prepare(image, notes);
+  if (!status.ok()) return status;
+  status = maker.Make(image, {0, 0, maker.width(), maker.height()}, picture);
+  if (status.ok()) picture->metadata() = image.metadata;
+  return status;
 }
 
 Status FromPicture(const Picture& picture, Image* image) {

@@ -3,20 +3,68 @@
 #ifndef ZEPJP_CODECS_JPEG2000_COLORS_H_
 #define ZEPJP_CODECS_JPEG2000_COLORS_H_
 
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
 #include "codecs/jpeg2000/image.h"
 #include "codecs/support/messages.h"
 #include "codecs/support/picture.h"
+#include "codecs/support/region.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpeg2000 {
 
-// The picture of a file's components: grey, RGB or CMYK with the bits of the deepest component,
-// opacity last. Luminance and chroma (sYCC, e-sYCC, YCCK), CMY and L*a*b* are converted, samples of
-// coarser components are repeated, and premultiplied colours are divided by their opacity.
-// Components that are left out are mentioned in the notes. The sides of that picture: those of the
-// largest component that is shown.
-void SizeOfPicture(const Image& image, int* width, int* height);
+// Makes the picture of a file's components: grey, RGB or CMYK with the bits of the deepest
+// component, opacity last. Luminance and chroma (sYCC, e-sYCC, YCCK), CMY and L*a*b* are converted,
+// samples of coarser components are repeated, and premultiplied colours are divided by their
+// opacity. The picture is as large as the largest component that is shown.
+class PictureMaker {
+ public:
+  PictureMaker();
+  ~PictureMaker();
+  PictureMaker(const PictureMaker&) = delete;
+  PictureMaker& operator=(const PictureMaker&) = delete;
 
+  // For images of this form, whose samples are not looked at. Components that are left out are
+  // mentioned in the notes.
+  Status Prepare(const Image& form, Messages* notes);
+
+  int width() const { return width_; }
+  int height() const { return height_; }
+  PixelLayout layout() const { return layout_; }
+  int bits() const { return bits_; }
+
+  // The samples of a region, without metadata. The components need those samples only that NeededOf()
+  // tells. Several threads may call this.
+  Status Make(const Image& image, const Region& region, Picture* picture) const;
+
+ private:
+  class LabToRgb;
+
+  template <class T>
+  void FillChannel(const Component& component, size_t channel, const Region& region,
+                   Picture* picture) const;
+  void FillFromLab(const Image& image, const Region& region, Picture* picture) const;
+  void ConvertColors(const Image& image, const Region& region, Picture* picture) const;
+
+  int width_ = 0;
+  int height_ = 0;
+  PixelLayout layout_ = PixelLayout::kGrey;
+  int bits_ = 1;
+  ColorSpace color_ = ColorSpace::kUnknown;
+  bool is_premultiplied_ = false;
+  std::vector<size_t> shown_;                 // components, opacity last
+  std::vector<std::vector<uint16_t>> codes_;  // from those of the component; empty: the same
+  std::unique_ptr<LabToRgb> lab_;
+};
+
+// The part of a component that a region of a picture of this size shows.
+Region NeededOf(const Region& region, int width, int height, int component_width,
+                int component_height);
+
+// The whole picture of a whole image, with its metadata.
 Status ToPicture(const Image& image, Messages* notes, Picture* picture);
 
 // The components of a picture with unsigned samples.

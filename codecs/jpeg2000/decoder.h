@@ -18,6 +18,8 @@
 #include "codecs/support/messages.h"
 #include "codecs/support/picture.h"
 #include "codecs/support/progress.h"
+#include "codecs/support/region.h"
+#include "codecs/support/row_sink.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpeg2000 {
@@ -27,6 +29,8 @@ struct DecodeOptions {
   int reduce = 0;
   // Quality layers to decode; 0: all.
   int layers = 0;
+  // The part to decode, in pixels of the reduced picture that PictureMaker makes.
+  WantedRegion region;
   // Files that claim more pixels are refused, and those whose components together have more than
   // three times that number of samples.
   int64_t max_pixels = int64_t{1} << 28;

@@ -2,7 +2,6 @@
 #include "codecs/jpeg2000/encoder.h"
 
 #include <algorithm>
-#include <atomic>
 #include <deque>
 #include <new>
 #include <string>
@@ -13,7 +12,7 @@
 #include "codecs/jpeg2000/quantization.h"
 #include "codecs/jpeg2000/rate_control.h"
 #include "codecs/jpeg2000/tile_encoder.h"
-#include "codecs/support/parallel.h"
+#include "codecs/jpeg2000/tile_loop.h"
 
 namespace zepcodec::jpeg2000 {
 namespace {
@@ -149,30 +148,12 @@ Parameters MakeParameters(const Image& image, const EncodeOptions& options) {
   return parameters;
 }
 
-// Many tiles are shared out among the threads, few by their code-blocks.
-Status CodeTiles(const Image& image, const EncodeOptions& options, std::deque<TileEncoder>* tiles) {
-  const size_t threads = ThreadCount(options.threads);
-  const bool by_tile = tiles->size() >= 4 * threads;
-  std::atomic<bool> has_failed{false};
-  Status status = RunParallel(
-      by_tile ? threads : 1, tiles->size(),
-      [&] {
-        return [&](size_t i) {
-          if (!by_tile && options.progress != nullptr) {
-            const auto part = [&](size_t n) {
-              return static_cast<double>(n) / static_cast<double>(tiles->size());
-            };
-            options.progress->SetPart(part(i), part(i + 1));
-          }
-          if (!(*tiles)[i]
-                   .Code(image, by_tile ? 1 : threads, by_tile ? nullptr : options.progress)
-                   .ok())
-            has_failed = true;
-        };
-      },
-      options.progress);
-  if (options.progress != nullptr && options.progress->stopped()) return Status::Cancelled();
-  return has_failed ? Status::NoMemory() : status;
+Status CodeTiles(const SampleSource& source, const EncodeOptions& options, ThreadPool* pool,
+                 std::deque<TileEncoder>* tiles) {
+  return ForTiles(pool, tiles->size(), options.progress, {},
+                  [&](size_t i, ThreadPool* threads, Progress* progress) {
+                    return (*tiles)[i].Code(source, threads, progress);
+                  });
 }
 
 Status EncodeFile(const Image& image, const EncodeOptions& options, ByteBuffer* file) {
@@ -187,7 +168,8 @@ Status EncodeFile(const Image& image, const EncodeOptions& options, ByteBuffer* 
   for (int i = 0; i < size.TilesAcross() * size.TilesDown(); ++i) {
     tiles.emplace_back(size, parameters, i);
   }
-  status = CodeTiles(image, options, &tiles);
+  ThreadPool pool(options.threads);
+  status = CodeTiles(ImageSamples(image), options, &pool, &tiles);
   if (!status.ok()) return status;
 
   std::vector<uint8_t> bytes;

@@ -6,10 +6,6 @@
 namespace zepcodec::jpeg2000 {
 namespace {
 
-Rect Intersection(const Rect& a, const Rect& b) {
-  return {std::max(a.x0, b.x0), std::max(a.y0, b.y0), std::min(a.x1, b.x1), std::min(a.y1, b.y1)};
-}
-
 Rect Halved(const Rect& area, int times) {
   return {CeilShift(area.x0, times), CeilShift(area.y0, times), CeilShift(area.x1, times),
           CeilShift(area.y1, times)};
@@ -61,6 +57,10 @@ Resolution MakeResolution(const Rect& component, const ComponentCoding& coding, 
 }
 
 }  // namespace
+
+Rect Intersection(const Rect& a, const Rect& b) {
+  return {std::max(a.x0, b.x0), std::max(a.y0, b.y0), std::min(a.x1, b.x1), std::min(a.y1, b.y1)};
+}
 
 Rect BlockGrid::Area(int64_t block) const {
   const int64_t x = (first_column + block % across) << width_log2;

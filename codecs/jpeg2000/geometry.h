@@ -30,6 +30,11 @@ struct Rect {
   int64_t Count() const { return empty() ? 0 : width() * height(); }
 };
 
+Rect Intersection(const Rect& a, const Rect& b);
+constexpr Rect Moved(const Rect& area, int64_t x, int64_t y) {
+  return {area.x0 + x, area.y0 + y, area.x1 + x, area.y1 + y};
+}
+
 // With the numbers that the library uses.
 enum Orientation : int { kLL = 0, kLH = 1, kHL = 2, kHH = 3 };
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "codecs/support/metadata.h"
+#include "codecs/support/plain_vector.h"
 
 namespace zepcodec::jpeg2000 {
 
@@ -19,14 +20,24 @@ constexpr int kMostBits = 16;
 struct Component {
   int width = 0;
   int height = 0;
+  // Of which part of the whole component these are the samples. Without a width it is all of it.
+  struct Part {
+    int whole_width = 0;
+    int whole_height = 0;
+    int left = 0;
+    int top = 0;
+  };
+  Part part;
   int dx = 1;
   int dy = 1;
   int bits = 8;
   bool is_signed = false;
-  std::vector<int32_t> samples;  // rows without gaps
+  PlainVector<int32_t> samples;  // rows without gaps
 
   int32_t* Row(int y) { return samples.data() + size_t(y) * size_t(width); }
   const int32_t* Row(int y) const { return samples.data() + size_t(y) * size_t(width); }
+  int WholeWidth() const { return part.whole_width > 0 ? part.whole_width : width; }
+  int WholeHeight() const { return part.whole_width > 0 ? part.whole_height : height; }
 };
 
 // kYcc: sYCC and e-sYCC. kInvertedGrey: 0 is white.

@@ -71,7 +71,7 @@ class Estimate {
   }
   int64_t PlanesOf(const Rect& area) const {
     const Counts counts = Samples(area);
-    return kSampleBytes * std::min(counts.total, counts.most * int64_t{kComponentsAtOnce});
+    return kSampleBytes * std::min(counts.total, counts.most * int64_t{4});
   }
   // The first tile can be cut off by the picture's border, the one in the middle is whole.
   Rect LargestTile() const {

@@ -115,7 +115,7 @@ PacketResult ReadBody(const std::vector<Piece>& pieces, bool keep, Span* body) {
       result = PacketResult::kCut;
       continue;
     }
-    if (keep) Keep(piece, body->data);
+    if (keep && piece.block->wanted) Keep(piece, body->data);
     body->data += piece.length;
     body->size -= piece.length;
   }
@@ -128,7 +128,7 @@ bool PrepareBlocks(const PacketPlace& place, std::unique_ptr<PrecinctBlocks>* bl
                    Budget* budget) {
   if (*blocks == nullptr) {
     if (!budget->Memory(PrecinctBlocks::Memory(place.resolution, place.precinct))) return false;
-    *blocks = std::make_unique<PrecinctBlocks>(place.resolution, place.precinct);
+    *blocks = std::make_unique<PrecinctBlocks>(place.resolution, place.precinct, place.parts);
   }
   return budget->Work(kWorkOfBlock * (*blocks)->BlockCount());
 }
@@ -152,13 +152,18 @@ PacketResult ReadHeader(const PacketFormat& format, const PacketPlace& place,
 
 }  // namespace
 
-PrecinctBlocks::PrecinctBlocks(const Resolution& resolution, int64_t precinct) {
+PrecinctBlocks::PrecinctBlocks(const Resolution& resolution, int64_t precinct,
+                               const std::array<Rect, 3>& parts) {
   bands.resize(resolution.bands.size());
   for (size_t i = 0; i < bands.size(); ++i) {
     const BlockGrid grid = resolution.Blocks(resolution.bands[i], precinct);
     bands[i].inclusion = TagTree(grid.across, grid.down);
     bands[i].zero_planes = TagTree(grid.across, grid.down);
     bands[i].blocks.resize(static_cast<size_t>(grid.Count()));
+    for (size_t block = 0; block < bands[i].blocks.size(); ++block) {
+      const Rect area = grid.Area(static_cast<int64_t>(block));
+      bands[i].blocks[block].wanted = !Intersection(area, parts[i]).empty();
+    }
   }
 }
 

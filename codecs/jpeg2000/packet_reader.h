@@ -3,6 +3,7 @@
 #ifndef ZEPJP_CODECS_JPEG2000_PACKET_READER_H_
 #define ZEPJP_CODECS_JPEG2000_PACKET_READER_H_
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -38,7 +39,8 @@ struct CodedBlock {
   uint8_t zero_planes = 0;
   uint8_t length_bits = 3;
   bool included = false;
-  bool cut = false;  // bytes are missing, so later ones cannot be appended
+  bool cut = false;     // bytes are missing, so later ones cannot be appended
+  bool wanted = false;  // else passes are not kept
 };
 
 // The code-blocks of a precinct.
@@ -48,7 +50,8 @@ struct PrecinctBlocks {
     TagTree zero_planes;
     std::vector<CodedBlock> blocks;
   };
-  PrecinctBlocks(const Resolution& resolution, int64_t precinct);
+  // Blocks that meet the parts of their subbands are wanted.
+  PrecinctBlocks(const Resolution& resolution, int64_t precinct, const std::array<Rect, 3>& parts);
   // The memory of a precinct's blocks, in bytes.
   static int64_t Memory(const Resolution& resolution, int64_t precinct);
   int64_t BlockCount() const;
@@ -83,7 +86,8 @@ struct PacketPlace {
   const Resolution& resolution;
   int64_t precinct;
   int layer;
-  bool keep;  // its passes; the state for later headers is always kept
+  bool keep;                         // its passes; the state for later headers is always kept
+  const std::array<Rect, 3>& parts;  // of the subbands, that are wanted
 };
 
 // Reads the packet at the start of `source`, and advances `source` to the next one. `blocks` is

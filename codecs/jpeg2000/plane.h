@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Samples or coefficients of a tile's component: integers on the reversible path, floats on the
-// irreversible one.
+// Samples or coefficients of a part of a tile's component: integers on the reversible path, floats
+// on the irreversible one.
 #ifndef ZEPJP_CODECS_JPEG2000_PLANE_H_
 #define ZEPJP_CODECS_JPEG2000_PLANE_H_
 
@@ -10,45 +10,106 @@
 #include <utility>
 #include <vector>
 
-#include "codecs/jpeg2000/geometry.h"
+#include "codecs/jpeg2000/window.h"
+#include "codecs/support/plain_vector.h"
 
 namespace zepcodec::jpeg2000 {
 
-// Rows without gaps. Values are 0 at first.
+// A level holds its four subbands before the inverse transform, low-pass coefficients first, and
+// its samples after. Without margins the low-pass quarter of a level is the level below, in place.
+// With margins each level has memory of its own. Values are not set at first.
 template <class T>
 class Plane {
  public:
-  void Resize(const Rect& area) {
-    width_ = std::max<int64_t>(0, area.width());
-    height_ = std::max<int64_t>(0, area.height());
-    values_.assign(static_cast<size_t>(width_ * height_), T{});
+  void Make(const std::vector<Window>& windows) {
+    windows_ = windows;
+    in_place_ = true;
+    for (size_t r = 0; r + 1 < windows.size(); ++r) {
+      in_place_ &= windows[r].made.Count() == windows[r].taken.Count();
+    }
+    values_.resize(windows.size());
+    for (size_t r = in_place_ ? windows.size() - 1 : 0; r < windows.size(); ++r) {
+      values_[r].resize(static_cast<size_t>(windows[r].made.Count()));
+    }
   }
-  int64_t width() const { return width_; }
-  int64_t height() const { return height_; }
-  bool empty() const { return values_.empty(); }
-  // Hands over the values.
-  std::vector<T> Take() {
-    width_ = height_ = 0;
-    return std::move(values_);
+
+  bool in_place() const { return in_place_; }
+  size_t levels() const { return windows_.size() - 1; }
+  const Window& WindowAt(size_t level) const { return windows_[level]; }
+  // Elements from one row to the next.
+  int64_t Step(size_t level) const { return windows_[Owner(level)].made.width(); }
+  int32_t StepInBytes(size_t level) const {
+    return static_cast<int32_t>(Step(level) * int64_t{sizeof(T)});
   }
-  int32_t StepInBytes() const { return static_cast<int32_t>(width_ * int64_t{sizeof(T)}); }
-  T* At(int64_t x, int64_t y) { return values_.data() + y * width_ + x; }
-  const T* At(int64_t x, int64_t y) const { return values_.data() + y * width_ + x; }
+  T* At(size_t level, int64_t x, int64_t y) {
+    return values_[Owner(level)].data() + y * Step(level) + x;
+  }
+
+  // Coefficients that are to be set before the inverse transform.
+  int64_t CountCoefficients() const {
+    int64_t count = windows_.front().made.Count();
+    for (size_t r = 1; r < windows_.size(); ++r) {
+      count += windows_[r].made.Count() - windows_[r - 1].taken.Count();
+    }
+    return count;
+  }
+  // All values, in the order of memory.
+  int64_t CountValues() const {
+    size_t count = 0;
+    for (const PlainVector<T>& level : values_) count += level.size();
+    return static_cast<int64_t>(count);
+  }
+  // Sets those from `begin` up to but excluding `end` to 0.
+  void Clear(int64_t begin, int64_t end) {
+    for (PlainVector<T>& level : values_) {
+      const auto size = static_cast<int64_t>(level.size());
+      if (begin < std::min(size, end)) {
+        std::fill(level.data() + begin, level.data() + std::min(size, end), T{});
+      }
+      begin = std::max<int64_t>(0, begin - size);
+      end = std::max<int64_t>(0, end - size);
+    }
+  }
+
+  // The samples that are wanted of the highest level.
+  const Rect& area() const { return windows_.back().taken; }
+  T* Row(int64_t y) {
+    const Window& highest = windows_.back();
+    return At(levels(), highest.taken.x0 - highest.made.x0, highest.taken.y0 - highest.made.y0 + y);
+  }
+  // Whether Take() gives these samples alone.
+  bool CanTake() const { return windows_.back().made.Count() == area().Count(); }
+  PlainVector<T> Take() { return std::move(values_.back()); }
 
  private:
-  int64_t width_ = 0;
-  int64_t height_ = 0;
-  std::vector<T> values_;
+  // The level whose memory holds this one.
+  size_t Owner(size_t level) const { return in_place_ ? levels() : level; }
+
+  std::vector<Window> windows_;
+  std::vector<PlainVector<T>> values_;
+  bool in_place_ = true;
 };
 
 // Only one of the two planes is used.
-struct AnyPlane {
-  Plane<int32_t> integers;
-  Plane<float> reals;
-
-  void Resize(bool reversible, const Rect& area) {
-    reversible ? integers.Resize(area) : reals.Resize(area);
+class AnyPlane {
+ public:
+  void Make(bool reversible, const std::vector<Window>& windows) {
+    reversible_ = reversible;
+    reversible ? integers_.Make(windows) : reals_.Make(windows);
   }
+  bool reversible() const { return reversible_; }
+  Plane<int32_t>* integers() { return &integers_; }
+  Plane<float>* reals() { return &reals_; }
+  // Calls work(plane) for the one that is used.
+  template <class Work>
+  decltype(auto) Do(const Work& work) {
+    return reversible_ ? work(&integers_) : work(&reals_);
+  }
+
+ private:
+  bool reversible_ = true;
+  Plane<int32_t> integers_;
+  Plane<float> reals_;
 };
 
 }  // namespace zepcodec::jpeg2000

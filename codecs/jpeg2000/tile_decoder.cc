@@ -5,11 +5,10 @@
 #include <atomic>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "codecs/jpeg2000/block_decoder.h"
 #include "codecs/jpeg2000/budget.h"
-#include "codecs/jpeg2000/plane.h"
+#include "codecs/jpeg2000/row_bands.h"
 #include "codecs/jpeg2000/wavelet.h"
 #include "codecs/support/parallel.h"
 
@@ -18,18 +17,20 @@ namespace {
 
 class TileDecoder {
  public:
-  // The parts must outlive this.
+  // The arguments must outlive this.
   TileDecoder(const MarkerReader& reader, const Parameters& parameters, int number,
-              const Wanted& wanted, size_t threads, TileReport* report, Image* image)
+              const Wanted& wanted, ThreadPool* pool, Progress* progress, TileReport* report,
+              TileSamples* samples)
       : size_(reader.picture_size()),
         parts_(reader.tiles()[size_t(number)]),
         parameters_(parameters),
         number_(number),
         tiles_(static_cast<int64_t>(reader.present_tiles())),
         wanted_(wanted),
-        threads_(threads),
+        pool_(pool),
+        progress_(progress),
         report_(report),
-        image_(image) {}
+        samples_(samples) {}
 
   Status Decode();
 
@@ -37,19 +38,21 @@ class TileDecoder {
   Budget MakeBudget() const;
   bool MakeGeometry(Budget* budget);
   PacketSource Source();
-  // Decodes a range of components, excluding `end`.
-  Status DecodeComponents(const TilePackets& packets, size_t begin, size_t end);
-  std::vector<BlockJob> MakeJobs(const TilePackets& packets, size_t begin, size_t end);
-  void AddJobs(const TilePackets& packets, size_t component, int resolution,
-               std::vector<BlockJob>* jobs);
+  // The parts of the components that are decoded, on their own grids.
+  std::vector<Rect> PartsOfComponents() const;
+  WantedPackets MakeWindows() const;
+  // Whether the component transform can be undone.
+  bool CanTransform() const;
+  Status DecodePlanes(const TilePackets& packets, const WantedPackets& wanted);
+  std::vector<BlockJob> MakeJobs(const TilePackets& packets, const WantedPackets& wanted);
+  void AddJobs(const TilePackets& packets, size_t component, size_t resolution,
+               const Window& window, std::vector<BlockJob>* jobs);
+  Status ClearPlanes(const std::vector<BlockJob>& jobs);
   Status DecodeBlocks(const std::vector<BlockJob>& jobs);
-  Status InverseWavelets(size_t begin, size_t end);
-  void InverseComponents();
-  void Store(size_t component);
   int Highest(size_t component) const {
     return tile_.components[component].levels() - wanted_.reduce;
   }
-  // The area of a component that is decoded, on its own grid.
+  // The area of a component on the reduced grid.
   const Rect& AreaOf(size_t component) const {
     return tile_.components[component].resolutions[size_t(Highest(component))].area;
   }
@@ -57,19 +60,20 @@ class TileDecoder {
     return parameters_.components[component];
   }
   bool IsReversible(size_t component) const { return Own(component).coding.reversible; }
+  std::vector<AnyPlane>& planes() { return *samples_->planes(); }
 
   const SizeSegment& size_;
   const TileParts& parts_;
   const Parameters& parameters_;
   int number_;
   int64_t tiles_;  // the tiles that share the free part of the budget
-  Wanted wanted_;
-  size_t threads_;
+  const Wanted& wanted_;
+  ThreadPool* pool_;
+  Progress* progress_;
   TileReport* report_;
-  Image* image_;
+  TileSamples* samples_;
   Tile tile_;
   std::vector<uint8_t> joined_body_, joined_header_;
-  std::vector<AnyPlane> planes_;
   int64_t damaged_blocks_ = 0;
 };
 
@@ -128,6 +132,35 @@ PacketSource TileDecoder::Source() {
   return source;
 }
 
+std::vector<Rect> TileDecoder::PartsOfComponents() const {
+  std::vector<Rect> parts;
+  for (size_t c = 0; c < tile_.components.size(); ++c) {
+    parts.push_back(Intersection(wanted_.areas[c], AreaOf(c)));
+  }
+  if (!parameters_.tile.transforms_components || !CanTransform()) return parts;
+  // The transform needs the same places of three components, which may lie on different grids.
+  Rect all;
+  for (size_t c = 0; c < 3; ++c) {
+    if (parts[c].empty()) continue;
+    const Rect moved = Moved(parts[c], -AreaOf(c).x0, -AreaOf(c).y0);
+    all = all.empty() ? moved
+                      : Rect{std::min(all.x0, moved.x0), std::min(all.y0, moved.y0),
+                             std::max(all.x1, moved.x1), std::max(all.y1, moved.y1)};
+  }
+  for (size_t c = 0; c < 3; ++c) parts[c] = Moved(all, AreaOf(c).x0, AreaOf(c).y0);
+  return parts;
+}
+
+WantedPackets TileDecoder::MakeWindows() const {
+  WantedPackets wanted;
+  wanted.layers = wanted_.layers;
+  const std::vector<Rect> parts = PartsOfComponents();
+  for (size_t c = 0; c < parts.size(); ++c) {
+    wanted.windows.push_back(WindowsOf(tile_.components[c], Highest(c), parts[c], IsReversible(c)));
+  }
+  return wanted;
+}
+
 Status TileDecoder::Decode() {
   Budget budget = MakeBudget();
   const PacketSource source = Source();
@@ -135,52 +168,54 @@ Status TileDecoder::Decode() {
     report_->messages.AddIn(Place("tile", number_), "it has no data");
     return Status();
   }
+  if (!MakeGeometry(&budget)) return Status();
+  const WantedPackets wanted = MakeWindows();
   Status status;
-  if (MakeGeometry(&budget)) {
-    TilePackets packets(size_, parameters_, tile_, wanted_, &budget);
+  {
+    TilePackets packets(size_, parameters_, tile_, wanted, &budget);
     report_->layers_found = packets.Read(number_, source, &report_->messages).layers_found;
-    planes_.resize(tile_.components.size());
-    for (size_t c = 0; status.ok() && c < planes_.size(); c += kComponentsAtOnce) {
-      status = DecodeComponents(packets, c, std::min(c + kComponentsAtOnce, planes_.size()));
-    }
+    report_->work = budget.worked();
+    status = DecodePlanes(packets, wanted);
   }
   if (damaged_blocks_ > 0) {
     report_->messages.AddIn(Place("tile", number_),
                             std::to_string(damaged_blocks_) + " code-blocks are damaged");
   }
-  report_->work = budget.worked();
+  if (!status.ok() || planes().empty()) return status;
+  status = InverseWavelets(pool_, samples_->planes());
+  if (!status.ok() || !parameters_.tile.transforms_components) return status;
+  if (CanTransform()) return samples_->InverseComponents(pool_);
+  report_->messages.AddIn(Place("tile", number_),
+                          "its components differ too much for their transform");
   return status;
 }
 
-Status TileDecoder::DecodeComponents(const TilePackets& packets, size_t begin, size_t end) {
-  const std::vector<BlockJob> jobs = MakeJobs(packets, begin, end);
-  if (jobs.empty()) return Status();  // the samples already have the middle of their range
-  Status status = DecodeBlocks(jobs);
-  if (status.ok()) status = InverseWavelets(begin, end);
-  if (!status.ok()) return status;
-  if (begin == 0) InverseComponents();
-  for (size_t c = begin; c < end; ++c) {
-    Store(c);
-    planes_[c] = AnyPlane();
+Status TileDecoder::DecodePlanes(const TilePackets& packets, const WantedPackets& wanted) {
+  const std::vector<BlockJob> jobs = MakeJobs(packets, wanted);
+  if (jobs.empty()) return Status();
+  planes().resize(wanted.windows.size());
+  for (size_t c = 0; c < planes().size(); ++c) {
+    planes()[c].Make(IsReversible(c), wanted.windows[c]);
   }
-  return status;
+  Status status = ClearPlanes(jobs);
+  return status.ok() ? DecodeBlocks(jobs) : status;
 }
 
-// Also makes the planes, if there is anything to decode.
-std::vector<BlockJob> TileDecoder::MakeJobs(const TilePackets& packets, size_t begin, size_t end) {
+std::vector<BlockJob> TileDecoder::MakeJobs(const TilePackets& packets,
+                                            const WantedPackets& wanted) {
   std::vector<BlockJob> jobs;
-  for (size_t c = begin; c < end; ++c) {
-    for (int r = 0; r <= Highest(c); ++r) AddJobs(packets, c, r, &jobs);
+  for (size_t c = 0; c < wanted.windows.size(); ++c) {
+    for (size_t r = 0; r < wanted.windows[c].size(); ++r) {
+      AddJobs(packets, c, r, wanted.windows[c][r], &jobs);
+    }
   }
-  if (jobs.empty()) return jobs;
-  for (size_t c = begin; c < end; ++c) planes_[c].Resize(IsReversible(c), AreaOf(c));
   return jobs;
 }
 
-void TileDecoder::AddJobs(const TilePackets& packets, size_t component, int resolution,
-                          std::vector<BlockJob>* jobs) {
-  const Resolution& geometry = tile_.components[component].resolutions[size_t(resolution)];
-  const TilePackets::ForResolution& read = packets.At(component, size_t(resolution));
+void TileDecoder::AddJobs(const TilePackets& packets, size_t component, size_t resolution,
+                          const Window& window, std::vector<BlockJob>* jobs) {
+  const Resolution& geometry = tile_.components[component].resolutions[resolution];
+  const TilePackets::ForResolution& read = packets.At(component, resolution);
   for (size_t p = 0; p < read.precincts.size(); ++p) {
     const PrecinctBlocks* precinct = read.precincts[p].blocks.get();
     for (size_t b = 0; precinct != nullptr && b < geometry.bands.size(); ++b) {
@@ -188,8 +223,9 @@ void TileDecoder::AddJobs(const TilePackets& packets, size_t component, int reso
       const std::vector<CodedBlock>& blocks = precinct->bands[b].blocks;
       const BlockGrid grid = geometry.Blocks(band, static_cast<int64_t>(p));
       for (size_t i = 0; i < blocks.size(); ++i) {
-        if (blocks[i].kept == nullptr) continue;
+        if (blocks[i].kept == nullptr || blocks[i].zero_planes >= read.most_planes[b]) continue;
         const Rect area = grid.Area(static_cast<int64_t>(i));
+        const Rect part = Intersection(area, read.parts[b]);
         BlockJob job{};
         job.block = &blocks[i];
         job.orientation = band.orientation;
@@ -199,13 +235,33 @@ void TileDecoder::AddJobs(const TilePackets& packets, size_t component, int reso
         job.reversible = IsReversible(component);
         job.quantizer_step = read.steps[b].step;
         job.size = {static_cast<int32_t>(area.width()), static_cast<int32_t>(area.height())};
+        job.part = Moved(part, -area.x0, -area.y0);
         job.component = component;
-        job.x = band.plane_x + area.x0 - band.area.x0;
-        job.y = band.plane_y + area.y0 - band.area.y0;
+        job.level = resolution;
+        job.x = window.BandX(band) + part.x0 - read.parts[b].x0;
+        job.y = window.BandY(band) + part.y0 - read.parts[b].y0;
         jobs->push_back(job);
       }
     }
   }
+}
+
+// Where a code-block has no passes its coefficients are 0.
+Status TileDecoder::ClearPlanes(const std::vector<BlockJob>& jobs) {
+  std::vector<int64_t> missing(planes().size());
+  for (size_t c = 0; c < missing.size(); ++c) {
+    missing[c] = planes()[c].Do([](auto* plane) { return plane->CountCoefficients(); });
+  }
+  for (const BlockJob& job : jobs) missing[job.component] -= job.part.Count();
+  Status status;
+  for (size_t c = 0; status.ok() && c < missing.size(); ++c) {
+    if (missing[c] == 0) continue;
+    status = planes()[c].Do([&](auto* plane) {
+      return ForRowBands(pool_, plane->CountValues(), 1,
+                         [&](int64_t begin, int64_t end) { plane->Clear(begin, end); });
+    });
+  }
+  return status;
 }
 
 Status TileDecoder::DecodeBlocks(const std::vector<BlockJob>& jobs) {
@@ -215,122 +271,41 @@ Status TileDecoder::DecodeBlocks(const std::vector<BlockJob>& jobs) {
   }
   std::atomic<int64_t> damaged{0};
   Status status = RunParallel(
-      threads_, jobs.size(),
+      pool_, jobs.size(),
       [&] {
         return [&, decoder = BlockDecoder(most)](size_t i) mutable {
           BlockJob job = jobs[i];
-          AnyPlane& plane = planes_[job.component];
-          job.row_step = AreaOf(job.component).width();
-          if (job.reversible) {
-            job.integers = plane.integers.At(job.x, job.y);
-          } else {
-            job.reals = plane.reals.At(job.x, job.y);
-          }
+          planes()[job.component].Do([&](auto* plane) {
+            job.row_step = plane->Step(job.level);
+            job.SetTarget(plane->At(job.level, job.x, job.y));
+          });
           if (!decoder.Decode(job)) ++damaged;
         };
       },
-      wanted_.progress);
+      progress_);
   damaged_blocks_ += damaged;
   return status;
 }
 
-Status TileDecoder::InverseWavelets(size_t begin, size_t end) {
-  return RunParallel(threads_, end - begin, [&] {
-    return [&, begin](size_t i) {
-      const size_t c = begin + i;
-      const TileComponent& component = tile_.components[c];
-      if (IsReversible(c)) {
-        InverseWavelet(component, Highest(c), &planes_[c].integers);
-      } else {
-        InverseWavelet(component, Highest(c), &planes_[c].reals);
-      }
-    };
-  });
-}
-
-template <class T>
-void InverseOf(zepStatus(ZEP_CALL* transform)(T* const*, int32_t, zepiSize), Plane<T>* c0,
-               Plane<T>* c1, Plane<T>* c2) {
-  if (c0->empty()) return;
-  T* const planes[3] = {c0->At(0, 0), c1->At(0, 0), c2->At(0, 0)};
-  transform(planes, c0->StepInBytes(),
-            {static_cast<int32_t>(c0->width()), static_cast<int32_t>(c0->height())});
-}
-
-void TileDecoder::InverseComponents() {
-  if (!parameters_.tile.transforms_components) return;
-  bool fits = planes_.size() >= 3;
+bool TileDecoder::CanTransform() const {
+  bool fits = tile_.components.size() >= 3;
   for (size_t c = 1; fits && c < 3; ++c) {
     fits = AreaOf(c).width() == AreaOf(0).width() && AreaOf(c).height() == AreaOf(0).height() &&
            IsReversible(c) == IsReversible(0);
   }
-  if (!fits) {
-    report_->messages.AddIn(Place("tile", number_),
-                            "its components differ too much for their transform");
-  } else if (IsReversible(0)) {
-    InverseOf(zepiRCTInv_JPEG2K_32s_P3IR, &planes_[0].integers, &planes_[1].integers,
-              &planes_[2].integers);
-  } else {
-    InverseOf(zepiICTInv_JPEG2K_32f_P3IR, &planes_[0].reals, &planes_[1].reals, &planes_[2].reals);
-  }
-}
-
-// Clamps to `lowest` and `highest`.
-int32_t Limited(int32_t value, int32_t lowest, int32_t highest) {
-  return std::clamp(value, lowest, highest);
-}
-// NaN becomes the lowest value.
-int32_t Limited(float value, int32_t lowest, int32_t highest) {
-  const auto low = static_cast<float>(lowest);
-  const float limited = std::max(low, std::min(value, static_cast<float>(highest)));
-  return static_cast<int32_t>(limited - low + 0.5F) + lowest;
-}
-
-template <class T>
-void StoreSamples(const Plane<T>& plane, const SizeSegment::ComponentSize& sizes, int64_t left,
-                  int64_t top, Component* component) {
-  const int32_t offset = sizes.is_signed ? 0 : 1 << (sizes.bits - 1);
-  const int32_t half = 1 << (sizes.bits - 1);
-  for (int64_t y = 0; y < plane.height(); ++y) {
-    const T* from = plane.At(0, y);
-    int32_t* to = component->Row(static_cast<int>(top + y)) + left;
-    for (int64_t x = 0; x < plane.width(); ++x) {
-      to[x] = Limited(from[x], -half, half - 1) + offset;
-    }
-  }
-}
-
-// If a plane is the whole component, its memory becomes the samples.
-void TakeSamples(const SizeSegment::ComponentSize& sizes, Plane<int32_t>* plane,
-                 Component* component) {
-  const int32_t offset = sizes.is_signed ? 0 : 1 << (sizes.bits - 1);
-  const int32_t half = 1 << (sizes.bits - 1);
-  component->samples = plane->Take();
-  for (int32_t& sample : component->samples) sample = Limited(sample, -half, half - 1) + offset;
-}
-
-void TileDecoder::Store(size_t component) {
-  const SizeSegment::ComponentSize& sizes = size_.components[component];
-  const Rect whole = ComponentArea({size_.x0, size_.y0, size_.x1, size_.y1}, sizes.dx, sizes.dy);
-  const int64_t left = AreaOf(component).x0 - CeilShift(whole.x0, wanted_.reduce);
-  const int64_t top = AreaOf(component).y0 - CeilShift(whole.y0, wanted_.reduce);
-  Component* to = &image_->components[component];
-  const bool is_whole = to->samples.empty();
-  if (is_whole && IsReversible(component)) {
-    return TakeSamples(sizes, &planes_[component].integers, to);
-  }
-  if (is_whole) to->samples.resize(static_cast<size_t>(AreaOf(component).Count()));
-  if (IsReversible(component)) {
-    StoreSamples(planes_[component].integers, sizes, left, top, to);
-  } else {
-    StoreSamples(planes_[component].reals, sizes, left, top, to);
-  }
+  return fits;
 }
 
 }  // namespace
 
-Status DecodeTile(const MarkerReader& reader, int number, const Wanted& wanted, size_t threads,
-                  TileReport* report, Image* image) {
+Rect ReducedArea(const Rect& area, const SizeSegment::ComponentSize& component, int reduce) {
+  const Rect own = ComponentArea(area, component.dx, component.dy);
+  return {CeilShift(own.x0, reduce), CeilShift(own.y0, reduce), CeilShift(own.x1, reduce),
+          CeilShift(own.y1, reduce)};
+}
+
+Status DecodeTile(const MarkerReader& reader, int number, const Wanted& wanted, ThreadPool* pool,
+                  Progress* progress, TileReport* report, TileSamples* samples) {
   const TileParts& parts = reader.tiles()[size_t(number)];
   if (!parts.is_present) {
     // If all components are subsampled, some tiles have no samples.
@@ -341,8 +316,8 @@ Status DecodeTile(const MarkerReader& reader, int number, const Wanted& wanted, 
   }
   const std::unique_ptr<Parameters> own =
       parts.changes.empty() ? nullptr : reader.ParametersOf(parts);
-  return TileDecoder(reader, own == nullptr ? reader.parameters() : *own, number, wanted, threads,
-                     report, image)
+  return TileDecoder(reader, own == nullptr ? reader.parameters() : *own, number, wanted, pool,
+                     progress, report, samples)
       .Decode();
 }
 

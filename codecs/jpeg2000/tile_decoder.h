@@ -5,19 +5,24 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
-#include "codecs/jpeg2000/image.h"
 #include "codecs/jpeg2000/marker_reader.h"
 #include "codecs/jpeg2000/tile_packets.h"
-#include "codecs/support/byte_buffer.h"
+#include "codecs/jpeg2000/tile_samples.h"
 #include "codecs/support/messages.h"
+#include "codecs/support/progress.h"
 #include "codecs/support/status.h"
+#include "codecs/support/thread_pool.h"
 
 namespace zepcodec::jpeg2000 {
 
-// The number of components that are decoded together, at least the three that can have a component
-// transform. Later ones are decoded after them, so that not all are in memory twice.
-constexpr size_t kComponentsAtOnce = 4;
+// What is wanted of the picture.
+struct Wanted {
+  int reduce = 0;           // resolutions to leave out
+  int layers = 0;           // 0: all
+  std::vector<Rect> areas;  // of the components, on their reduced grids
+};
 
 // The result of decoding a tile.
 struct TileReport {
@@ -26,11 +31,13 @@ struct TileReport {
   int64_t work = 0;      // in the units of Budget
 };
 
-// Writes the tile's samples into the picture, whose components have their sizes. A component
-// without samples gets them here, which only one tile may do. Damage goes to the messages; the only
-// error is a lack of memory.
-Status DecodeTile(const MarkerReader& reader, int number, const Wanted& wanted, size_t threads,
-                  TileReport* report, Image* image);
+// The area of a tile's component on the reduced grid.
+Rect ReducedArea(const Rect& area, const SizeSegment::ComponentSize& component, int reduce);
+
+// Decodes the wanted part of a tile. Damage goes to the messages; the only errors are a lack of
+// memory and a stop by `progress`, which can be null.
+Status DecodeTile(const MarkerReader& reader, int number, const Wanted& wanted, ThreadPool* pool,
+                  Progress* progress, TileReport* report, TileSamples* samples);
 
 }  // namespace zepcodec::jpeg2000
 

@@ -2,11 +2,13 @@
 #include "codecs/jpeg2000/tile_encoder.h"
 
 #include <algorithm>
+#include <type_traits>
 #include <utility>
 
 #include "codecs/jpeg2000/marker_writer.h"
 #include "codecs/jpeg2000/progression.h"
 #include "codecs/jpeg2000/quantization.h"
+#include "codecs/jpeg2000/row_bands.h"
 #include "codecs/jpeg2000/wavelet.h"
 #include "codecs/support/parallel.h"
 
@@ -14,25 +16,11 @@ namespace zepcodec::jpeg2000 {
 namespace {
 
 template <class T>
-void LoadPlane(const Component& component, int64_t left, int64_t top, Plane<T>* plane) {
-  const int32_t half = 1 << (component.bits - 1);
-  const int32_t offset = component.is_signed ? 0 : half;
-  for (int64_t y = 0; y < plane->height(); ++y) {
-    const int32_t* from = component.Row(static_cast<int>(top + y)) + left;
-    T* to = plane->At(0, y);
-    for (int64_t x = 0; x < plane->width(); ++x) {
-      to[x] = static_cast<T>(std::clamp(from[x] - offset, -half, half - 1));
-    }
-  }
-}
-
-template <class T>
-void ForwardOf(zepStatus(ZEP_CALL* transform)(T* const*, int32_t, zepiSize), Plane<T>* c0,
-               Plane<T>* c1, Plane<T>* c2) {
-  if (c0->empty()) return;
-  T* const planes[3] = {c0->At(0, 0), c1->At(0, 0), c2->At(0, 0)};
-  transform(planes, c0->StepInBytes(),
-            {static_cast<int32_t>(c0->width()), static_cast<int32_t>(c0->height())});
+void ForwardOf(zepStatus(ZEP_CALL* transform)(T* const*, int32_t, zepiSize), int64_t begin,
+               int64_t end, Plane<T>* c0, Plane<T>* c1, Plane<T>* c2) {
+  T* const rows[3] = {c0->Row(begin), c1->Row(begin), c2->Row(begin)};
+  transform(rows, c0->StepInBytes(c0->levels()),
+            {static_cast<int32_t>(c0->area().width()), static_cast<int32_t>(end - begin)});
 }
 
 }  // namespace
@@ -40,54 +28,73 @@ void ForwardOf(zepStatus(ZEP_CALL* transform)(T* const*, int32_t, zepiSize), Pla
 TileEncoder::TileEncoder(const SizeSegment& size, const Parameters& parameters, int number)
     : size_(size), parameters_(parameters), tile_(MakeTile(size, parameters, number)) {}
 
-Status TileEncoder::Code(const Image& image, size_t threads, Progress* progress) {
-  LoadSamples(image);
-  if (parameters_.tile.transforms_components) ForwardComponents();
-  Status status = RunParallel(threads, planes_.size(), [&] {
-    return [&](size_t c) {
-      if (IsReversible(c)) {
-        ForwardWavelet(tile_.components[c], &planes_[c].integers);
-      } else {
-        ForwardWavelet(tile_.components[c], &planes_[c].reals);
-      }
-    };
-  });
+Status TileEncoder::Code(const SampleSource& source, ThreadPool* pool, Progress* progress) {
+  planes_.resize(tile_.components.size());
+  for (size_t c = 0; c < planes_.size(); ++c) {
+    const TileComponent& component = tile_.components[c];
+    planes_[c].Make(IsReversible(c),
+                    WindowsOf(component, component.levels(), component.area, IsReversible(c)));
+  }
+  Status status = LoadSamples(source, pool);
+  if (status.ok()) status = ForwardWavelets(pool, &planes_);
   if (!status.ok()) return status;
   MakeBlocks();
-  status = CodeBlocks(threads, progress);
+  status = CodeBlocks(pool, progress);
   planes_ = {};
   sources_ = {};
   return status;
 }
 
-void TileEncoder::LoadSamples(const Image& image) {
-  planes_.resize(tile_.components.size());
-  for (size_t c = 0; c < planes_.size(); ++c) {
-    const SizeSegment::ComponentSize& sizes = size_.components[c];
+// Components that are transformed together agree in their size, and their rows in the same band are
+// transformed while they are in the cache.
+Status TileEncoder::LoadSamples(const SampleSource& source, ThreadPool* pool) {
+  const bool transforms = parameters_.tile.transforms_components;
+  const size_t together = transforms ? 3 : 1;
+  Status status;
+  for (size_t c = 0; status.ok() && c < planes_.size(); c += c == 0 ? together : 1) {
+    const size_t count = c == 0 ? together : 1;
     const Rect& area = tile_.components[c].area;
-    const Rect whole = ComponentArea({size_.x0, size_.y0, size_.x1, size_.y1}, sizes.dx, sizes.dy);
-    planes_[c].Resize(IsReversible(c), area);
-    const int64_t left = area.x0 - whole.x0;
-    const int64_t top = area.y0 - whole.y0;
-    if (IsReversible(c)) {
-      LoadPlane(image.components[c], left, top, &planes_[c].integers);
-    } else {
-      LoadPlane(image.components[c], left, top, &planes_[c].reals);
-    }
+    if (area.empty()) continue;
+    const int64_t samples = static_cast<int64_t>(count) * area.width();
+    status = ForRowBands(pool, area.height(), samples, [&, c](int64_t begin, int64_t end) {
+      PlainVector<int32_t> buffer(static_cast<size_t>(area.width()));
+      for (size_t i = c; i < c + count; ++i) {
+        for (int64_t row = begin; row < end; ++row) LoadRow(source, i, row, buffer.data());
+      }
+      if (c == 0 && transforms) ForwardComponents(begin, end);
+    });
   }
+  return status;
 }
 
-void TileEncoder::ForwardComponents() {
-  if (IsReversible(0)) {
-    ForwardOf(zepiRCTFwd_JPEG2K_32s_P3IR, &planes_[0].integers, &planes_[1].integers,
-              &planes_[2].integers);
+void TileEncoder::LoadRow(const SampleSource& source, size_t component, int64_t row,
+                          int32_t* buffer) {
+  const SizeSegment::ComponentSize& sizes = size_.components[component];
+  const Rect whole = ComponentArea({size_.x0, size_.y0, size_.x1, size_.y1}, sizes.dx, sizes.dy);
+  const Rect& area = tile_.components[component].area;
+  source.Read(component, area.x0 - whole.x0, area.y0 - whole.y0 + row, area.width(), buffer);
+  const int32_t half = 1 << (sizes.bits - 1);
+  const int32_t offset = sizes.is_signed ? 0 : half;
+  planes_[component].Do([&](auto* plane) {
+    auto* const to = plane->Row(row);
+    std::transform(buffer, buffer + area.width(), to, [&](int32_t value) {
+      return static_cast<std::remove_reference_t<decltype(*to)>>(
+          std::clamp(value - offset, -half, half - 1));
+    });
+  });
+}
+
+void TileEncoder::ForwardComponents(int64_t begin, int64_t end) {
+  AnyPlane &c0 = planes_[0], &c1 = planes_[1], &c2 = planes_[2];
+  if (c0.reversible()) {
+    ForwardOf(zepiRCTFwd_JPEG2K_32s_P3IR, begin, end, c0.integers(), c1.integers(), c2.integers());
   } else {
-    ForwardOf(zepiICTFwd_JPEG2K_32f_P3IR, &planes_[0].reals, &planes_[1].reals, &planes_[2].reals);
+    ForwardOf(zepiICTFwd_JPEG2K_32f_P3IR, begin, end, c0.reals(), c1.reals(), c2.reals());
   }
 }
 
 BlockSource TileEncoder::SourceOf(size_t component, size_t resolution, const Band& band,
-                                  const Rect& area) const {
+                                  const Rect& area) {
   const ComponentCoding& coding = Own(component).coding;
   const int bits = size_.components[component].bits;
   const BandSteps steps =
@@ -99,9 +106,9 @@ BlockSource TileEncoder::SourceOf(size_t component, size_t resolution, const Ban
   const int64_t y = band.plane_y + area.y0 - band.area.y0;
   BlockSource source{};
   if (coding.reversible) {
-    source.integers = planes_[component].integers.At(x, y);
+    source.integers = planes_[component].integers()->At(resolution, x, y);
   } else {
-    source.reals = planes_[component].reals.At(x, y);
+    source.reals = planes_[component].reals()->At(resolution, x, y);
   }
   source.row_step = tile_.components[component].area.width();
   source.size = {static_cast<int32_t>(area.width()), static_cast<int32_t>(area.height())};
@@ -146,11 +153,11 @@ void TileEncoder::MakeBlocks() {
   }
 }
 
-Status TileEncoder::CodeBlocks(size_t threads, Progress* progress) {
+Status TileEncoder::CodeBlocks(ThreadPool* pool, Progress* progress) {
   const ComponentCoding& coding = Own(0).coding;
   const zepiSize most = {1 << coding.block_width_log2, 1 << coding.block_height_log2};
   return RunParallel(
-      threads, blocks_.size(),
+      pool, blocks_.size(),
       [&] {
         return [&, encoder = BlockEncoder(most)](size_t i) mutable {
           encoder.Encode(sources_[i], &blocks_[i]);

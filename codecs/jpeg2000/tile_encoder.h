@@ -11,12 +11,13 @@
 #include "codecs/jpeg2000/block_encoder.h"
 #include "codecs/jpeg2000/codestream.h"
 #include "codecs/jpeg2000/geometry.h"
-#include "codecs/jpeg2000/image.h"
 #include "codecs/jpeg2000/packet_writer.h"
 #include "codecs/jpeg2000/plane.h"
+#include "codecs/jpeg2000/sample_source.h"
 #include "codecs/support/byte_buffer.h"
 #include "codecs/support/progress.h"
 #include "codecs/support/status.h"
+#include "codecs/support/thread_pool.h"
 
 namespace zepcodec::jpeg2000 {
 
@@ -24,8 +25,8 @@ class TileEncoder {
  public:
   TileEncoder(const SizeSegment& size, const Parameters& parameters, int number);
 
-  // Transforms the tile's samples and codes all code-blocks in full.
-  Status Code(const Image& image, size_t threads, Progress* progress);
+  // Transforms the tile's samples and codes all code-blocks in full. `progress` can be null.
+  Status Code(const SampleSource& source, ThreadPool* pool, Progress* progress);
 
   std::deque<EncodedBlock>& blocks() { return blocks_; }
   // The size of the packets of the first `layers` layers with the present cuts.
@@ -36,14 +37,15 @@ class TileEncoder {
  private:
   using PrecinctsOfResolution = std::vector<PrecinctWriter>;
 
-  void LoadSamples(const Image& image);
-  void ForwardComponents();
+  // Also transforms the components.
+  Status LoadSamples(const SampleSource& source, ThreadPool* pool);
+  void LoadRow(const SampleSource& source, size_t component, int64_t row, int32_t* buffer);
+  void ForwardComponents(int64_t begin, int64_t end);
   void MakeBlocks();
   std::vector<PrecinctWriter::ForBand> MakePrecinct(size_t component, size_t resolution,
                                                     int64_t precinct);
-  BlockSource SourceOf(size_t component, size_t resolution, const Band& band,
-                       const Rect& area) const;
-  Status CodeBlocks(size_t threads, Progress* progress);
+  BlockSource SourceOf(size_t component, size_t resolution, const Band& band, const Rect& area);
+  Status CodeBlocks(ThreadPool* pool, Progress* progress);
   size_t MarkerBytes() const;
   bool IsReversible(size_t component) const { return Own(component).coding.reversible; }
   const Parameters::ForComponent& Own(size_t component) const {

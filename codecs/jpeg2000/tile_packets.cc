@@ -23,10 +23,21 @@ constexpr size_t kStartMarkerSize = 6;
 // Bytes of a precinct's state and its place in the order of packets, in vectors that double.
 constexpr int64_t kMemoryOfPrecinct = 48;
 
+// Whether a precinct has code-blocks in one of the parts. One without any is never left out.
+bool Meets(const Resolution& resolution, int64_t precinct, const std::array<Rect, 3>& parts) {
+  bool has_blocks = false;
+  for (size_t b = 0; b < resolution.bands.size(); ++b) {
+    const Rect area = resolution.Blocks(resolution.bands[b], precinct).clip;
+    if (!Intersection(area, parts[b]).empty()) return true;
+    has_blocks |= !area.empty();
+  }
+  return !has_blocks;
+}
+
 }  // namespace
 
 TilePackets::TilePackets(const SizeSegment& size, const Parameters& parameters, const Tile& tile,
-                         const Wanted& wanted, Budget* budget)
+                         const WantedPackets& wanted, Budget* budget)
     : size_(size), parameters_(parameters), tile_(tile), wanted_(wanted), budget_(budget) {}
 
 bool TilePackets::MakePrecincts() {
@@ -35,37 +46,41 @@ bool TilePackets::MakePrecincts() {
     components_[c].resize(tile_.components[c].resolutions.size());
   }
   for (size_t c = 0; c < tile_.components.size(); ++c) {
-    const Parameters::ForComponent& own = parameters_.components[c];
-    const std::vector<Resolution>& resolutions = tile_.components[c].resolutions;
-    for (size_t r = 0; r < resolutions.size(); ++r) {
-      const int64_t count = resolutions[r].PrecinctCount();
+    for (size_t r = 0; r < components_[c].size(); ++r) {
+      const int64_t count = tile_.components[c].resolutions[r].PrecinctCount();
       if (!budget_->Memory(kMemoryOfPrecinct * count) || !budget_->Work(kWorkOfPrecinct * count)) {
         return false;
       }
-      ForResolution* made = &components_[c][r];
-      for (size_t b = 0; b < resolutions[r].bands.size(); ++b) {
-        made->steps[b] = StepsOf(own.quantization, own.coding, size_.components[c].bits,
-                                 static_cast<int>(r), resolutions[r].bands[b]);
-        made->most_planes[b] = made->steps[b].most_planes + own.roi_shift;
-      }
-      made->precincts.resize(static_cast<size_t>(count));
+      MakeResolution(c, r, &components_[c][r]);
     }
   }
   return true;
 }
 
-bool TilePackets::IsWanted(const Packet& packet) const {
-  const int levels = tile_.components[size_t(packet.component)].levels();
-  return packet.resolution <= std::max(0, levels - wanted_.reduce) &&
-         (wanted_.layers == 0 || packet.layer < wanted_.layers);
+void TilePackets::MakeResolution(size_t component, size_t number, ForResolution* made) const {
+  const Parameters::ForComponent& own = parameters_.components[component];
+  const Resolution& resolution = tile_.components[component].resolutions[number];
+  const std::vector<Window>& windows = wanted_.windows[component];
+  const bool is_taken = number < windows.size() && !windows[number].made.empty();
+  for (size_t b = 0; b < resolution.bands.size(); ++b) {
+    const Band& band = resolution.bands[b];
+    made->steps[b] = StepsOf(own.quantization, own.coding, size_.components[component].bits,
+                             static_cast<int>(number), band);
+    made->most_planes[b] = made->steps[b].most_planes + own.roi_shift;
+    if (is_taken) made->parts[b] = windows[number].BandPart(band);
+  }
+  made->precincts.resize(static_cast<size_t>(resolution.PrecinctCount()));
+  for (size_t p = 0; is_taken && p < made->precincts.size(); ++p) {
+    made->precincts[p].wanted = Meets(resolution, static_cast<int64_t>(p), made->parts);
+  }
 }
 
 int64_t TilePackets::CountWanted() const {
   int64_t precincts = 0;
-  for (const TileComponent& component : tile_.components) {
-    const int highest = std::max(0, component.levels() - wanted_.reduce);
-    for (int r = 0; r <= highest; ++r) {
-      precincts += component.resolutions[size_t(r)].PrecinctCount();
+  for (const std::vector<ForResolution>& component : components_) {
+    for (const ForResolution& resolution : component) {
+      precincts += std::count_if(resolution.precincts.begin(), resolution.precincts.end(),
+                                 [](const PrecinctState& state) { return state.wanted; });
     }
   }
   const int layers = parameters_.tile.layers;
@@ -112,11 +127,10 @@ TilePackets::Outcome TilePackets::Read(int tile_number, const PacketSource& sour
 // If the data ends after a packet, only the last precinct is lost.
 int TilePackets::LayersFound() const {
   int found = parameters_.tile.layers;
-  for (size_t c = 0; c < components_.size(); ++c) {
-    const int highest = std::max(0, tile_.components[c].levels() - wanted_.reduce);
-    for (int r = 0; r <= highest; ++r) {
-      for (const PrecinctState& state : components_[c][size_t(r)].precincts) {
-        found = std::min(found, state.layers - (state.lost ? 1 : 0));
+  for (const std::vector<ForResolution>& component : components_) {
+    for (const ForResolution& resolution : component) {
+      for (const PrecinctState& state : resolution.precincts) {
+        if (state.wanted) found = std::min(found, state.layers - (state.lost ? 1 : 0));
       }
     }
   }
@@ -144,7 +158,7 @@ TilePackets::Progress TilePackets::Visit(const Packet& packet) {
                               .precincts[size_t(packet.precinct)];
   if (packet.layer < state->layers) return Progress::kGoOn;
   state->layers = packet.layer + 1;
-  if (IsWanted(packet)) --wanted_left_;
+  if (state->wanted && IsWanted(packet.layer)) --wanted_left_;
   const Progress progress = Read(packet, state);
   ++packet_;
   return progress;
@@ -191,7 +205,7 @@ PacketResult TilePackets::ReadAt(const Packet& packet) {
   const PacketFormat format = {parameters_.components[component].coding.block_style,
                                parameters_.tile.uses_eph, resolution.most_planes.data()};
   const PacketPlace place = {tile_.components[component].resolutions[number], packet.precinct,
-                             packet.layer, IsWanted(packet)};
+                             packet.layer, IsWanted(packet.layer), resolution.parts};
   return ReadPacket(format, place, &resolution.precincts[size_t(packet.precinct)].blocks, &source_,
                     budget_);
 }

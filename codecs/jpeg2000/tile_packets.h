@@ -15,16 +15,17 @@
 #include "codecs/jpeg2000/packet_reader.h"
 #include "codecs/jpeg2000/progression.h"
 #include "codecs/jpeg2000/quantization.h"
+#include "codecs/jpeg2000/window.h"
 #include "codecs/support/messages.h"
-#include "codecs/support/progress.h"
 
 namespace zepcodec::jpeg2000 {
 
 // The part of a tile that is wanted.
-struct Wanted {
-  int reduce = 0;                // resolutions to leave out
-  int layers = 0;                // 0: all
-  Progress* progress = nullptr;  // for the code-blocks; null: none
+struct WantedPackets {
+  int layers = 0;  // 0: all
+  // For each component, the resolutions that are wanted and their windows. Empty windows: nothing of
+  // the component is.
+  std::vector<std::vector<Window>> windows;
 };
 
 class TilePackets {
@@ -33,10 +34,12 @@ class TilePackets {
     std::unique_ptr<PrecinctBlocks> blocks;  // null: no packet had passes
     int32_t layers = 0;                      // layers whose packets were read
     bool lost = false;                       // a header was not readable, so no later one is
+    bool wanted = false;
   };
   struct ForResolution {
     std::array<BandSteps, 3> steps = {};  // for each band
     std::array<int, 3> most_planes = {};  // with the shift of a region of interest
+    std::array<Rect, 3> parts = {};       // that are wanted
     std::vector<PrecinctState> precincts;
   };
   struct Outcome {
@@ -47,7 +50,7 @@ class TilePackets {
 
   // All arguments must outlive this.
   TilePackets(const SizeSegment& size, const Parameters& parameters, const Tile& tile,
-              const Wanted& wanted, Budget* budget);
+              const WantedPackets& wanted, Budget* budget);
 
   // Reads until all wanted packets are there or the data ends. Damage gives one message.
   Outcome Read(int tile_number, const PacketSource& source, Messages* messages);
@@ -58,10 +61,12 @@ class TilePackets {
 
  private:
   enum class Progress { kGoOn, kStop };
-  bool IsWanted(const Packet& packet) const;
+  // Whether a layer is wanted of those precincts that are.
+  bool IsWanted(int layer) const { return wanted_.layers == 0 || layer < wanted_.layers; }
   int64_t CountWanted() const;
   // False: they take more memory or time than the budget of the tile.
   bool MakePrecincts();
+  void MakeResolution(size_t component, size_t number, ForResolution* made) const;
   int LayersFound() const;
   std::vector<ProgressionVolume> Volumes() const;
   Progress ReadVolume(const ProgressionVolume& volume);
@@ -80,7 +85,7 @@ class TilePackets {
   const SizeSegment& size_;
   const Parameters& parameters_;
   const Tile& tile_;
-  Wanted wanted_;
+  const WantedPackets& wanted_;
   Budget* budget_;
   std::vector<std::vector<ForResolution>> components_;
   PacketSource source_;

@@ -1,21 +1,21 @@
 // SPDX-License-Identifier: MIT
-// All levels of the wavelet transform of a tile's component, in place: the lower resolutions are in
-// the upper left corner of the plane. The reversible filter works on integers, the irreversible one
-// on floats.
+// All levels of the wavelet transform of a tile's components. The reversible filter works on
+// integers, the irreversible one on floats.
 #ifndef ZEPJP_CODECS_JPEG2000_WAVELET_H_
 #define ZEPJP_CODECS_JPEG2000_WAVELET_H_
 
-#include "codecs/jpeg2000/geometry.h"
+#include <vector>
+
 #include "codecs/jpeg2000/plane.h"
+#include "codecs/support/status.h"
+#include "codecs/support/thread_pool.h"
 
 namespace zepcodec::jpeg2000 {
 
-// From the picture to the lowest resolution.
-void ForwardWavelet(const TileComponent& component, Plane<int32_t>* plane);
-void ForwardWavelet(const TileComponent& component, Plane<float>* plane);
-// From the lowest resolution up to `resolution`, whose size the plane has.
-void InverseWavelet(const TileComponent& component, int resolution, Plane<int32_t>* plane);
-void InverseWavelet(const TileComponent& component, int resolution, Plane<float>* plane);
+// From the samples of the highest level to the lowest one. The planes have no margins.
+Status ForwardWavelets(ThreadPool* pool, std::vector<AnyPlane>* planes);
+// From the lowest level to the samples of the highest one.
+Status InverseWavelets(ThreadPool* pool, std::vector<AnyPlane>* planes);
 
 }  // namespace zepcodec::jpeg2000
 
