@@ -11,6 +11,7 @@
 #include "codecs/jpeg2000/colors.h"
 #include "codecs/jpeg2000/decoder.h"
 #include "codecs/jpeg2000/encoder.h"
+#include "codecs/jpeg2000/picture_decoder.h"
 #include "codecs/jpeg2000/rate_search.h"
 
 namespace zepcodec::api {
@@ -34,6 +35,8 @@ jpeg2000::DecodeOptions OptionsOf(const DecodeRequest& request) {
   options.max_pixels = request.options.max_pixels;
   options.threads = request.options.threads;
   options.progress = request.progress;
+  options.region = request.region;
+  options.rows = request.rows;
   return options;
 }
 
@@ -61,24 +64,18 @@ Status Probe(const File& file, const DecodeRequest& request, Findings* info) {
   info->bits = pixel.bits();
   info->sample = SampleOf(pixel.type());
   FillMetadata(pixel.metadata(), info);
-  int64_t memory = 0;
-  status = jpeg2000::EstimateMemory(file.data, file.size, OptionsOf(request), &memory);
-  // Interleaved samples come to the planes.
-  info->memory = memory +
-                 PictureBytes(info->width, info->height, pixel.channels() * BytesOf(pixel.type())) +
-                 MemoryOf(pixel.metadata());
+  info->gives_rows = true;
+  status = jpeg2000::EstimateMemory(file.data, file.size, OptionsOf(request), &info->memory);
+  info->memory += MemoryOf(pixel.metadata());
   return status;
 }
 
 Status Decode(const File& file, const DecodeRequest& request, Picture* picture, Report* report) {
-  jpeg2000::Image image;
   jpeg2000::FileInfo info;
-  Status status = jpeg2000::Decode(file.data, file.size, OptionsOf(request), &image, &info);
-  if (!status.ok()) return status;
+  Status status = jpeg2000::DecodePicture(file.data, file.size, OptionsOf(request), picture, &info);
   report->damage = std::move(info.messages);
   report->notes = std::move(info.notes);
-  status = jpeg2000::ToPicture(image, &report->notes, picture);
-  return status.ok() ? Cut(request.region, picture) : status;
+  return status;
 }
 
 Status CheckOptions(const zepcJpeg2000Options& options) {

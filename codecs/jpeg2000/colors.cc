@@ -313,6 +313,7 @@ Status PictureMaker::Make(const Image& image, const Region& region, Picture* pic
 
 Region NeededOf(const Region& region, int width, int height, int component_width,
                 int component_height) {
+  if (component_width < 1 || component_height < 1) return {};
   const auto left = static_cast<int>(Scaled(region.x, component_width, width));
   const auto top = static_cast<int>(Scaled(region.y, component_height, height));
   const int64_t last_x = int64_t{region.x} + region.width - 1;

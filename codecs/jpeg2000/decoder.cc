@@ -97,9 +97,8 @@ Status EstimateMemory(const uint8_t* data, size_t size, const DecodeOptions& opt
     Status status = Open(data, size, &info, &file);
     if (status.ok()) status = Check(file, options);
     if (!status.ok()) return status;
-    const size_t channels = PaletteSources(file.boxes, info.size.components.size()).size();
-    *bytes = MemoryOf(info.size, info.parameters, size, channels, options);
-    return status;
+    file.reader->ReadTileParts();
+    return MemoryOf(file, options, bytes);
   });
 }
 

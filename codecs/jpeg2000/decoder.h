@@ -31,6 +31,8 @@ struct DecodeOptions {
   int layers = 0;
   // The part to decode, in pixels of the reduced picture that PictureMaker makes.
   WantedRegion region;
+  // Null: a picture is wanted. For DecodePicture().
+  RowSink* rows = nullptr;
   // Files that claim more pixels are refused, and those whose components together have more than
   // three times that number of samples.
   int64_t max_pixels = int64_t{1} << 28;
@@ -63,8 +65,9 @@ constexpr int64_t kAlwaysAcceptedSamples = 1 << 24;
 Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Image* image,
               FileInfo* info);
 
-// The memory that Decode() takes for this file, in addition to the file itself; the estimate is
-// seldom more than twice that. Errors in the main header are the same as from Decode().
+// The memory that DecodePicture() takes for this file with these options, in addition to the file
+// itself; the estimate is seldom more than twice that. Errors in the main header are the same as from
+// DecodePicture().
 Status EstimateMemory(const uint8_t* data, size_t size, const DecodeOptions& options,
                       int64_t* bytes);
 

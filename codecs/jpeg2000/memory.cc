@@ -2,119 +2,234 @@
 #include "codecs/jpeg2000/memory.h"
 
 #include <algorithm>
+#include <vector>
 
 #include "codecs/jpeg2000/block_decoder.h"
 #include "codecs/jpeg2000/budget.h"
+#include "codecs/jpeg2000/colors.h"
 #include "codecs/jpeg2000/geometry.h"
-#include "codecs/jpeg2000/marker_reader.h"
-#include "codecs/jpeg2000/tile_decoder.h"
-#include "codecs/support/parallel.h"
+#include "codecs/jpeg2000/picture_decoder.h"
+#include "codecs/jpeg2000/row_bands.h"
+#include "codecs/jpeg2000/tile_loop.h"
+#include "codecs/jpeg2000/tile_plan.h"
+#include "codecs/jpeg2000/window.h"
+#include "codecs/support/thread_pool.h"
 
 namespace zepcodec::jpeg2000 {
 namespace {
 
 constexpr int64_t kSampleBytes = sizeof(int32_t);
-// Bytes of a code-block: the record and its nodes of two tag trees; its segments and spans, as the
-// heap rounds them; its job, in a vector that doubles.
-constexpr int64_t kBlockBytes =
-    sizeof(CodedBlock) + 22 + sizeof(CodedBlock::Kept) + 96 + 2 * sizeof(BlockJob);
+// Bytes of a code-block: the record and its nodes of two tag trees. If it is decoded, also its
+// segments and spans, as the heap rounds them, and its job, in a vector that doubles.
+constexpr int64_t kBlockBytes = sizeof(CodedBlock) + 22;
+constexpr int64_t kDecodedBlockBytes = sizeof(CodedBlock::Kept) + 96 + 3 * sizeof(BlockJob);
 constexpr int64_t kPrecinctBytes =
     sizeof(PrecinctBlocks) + 3 * (sizeof(PrecinctBlocks::ForBand) + 48) + 48;
-constexpr int64_t kLineBytes = 2 * sizeof(float);  // of the wavelet, for each sample of a strip
-constexpr int64_t kFixedBytes = 1 << 18;           // coders' states, tables, stacks of threads
+constexpr int64_t kStripBytes = 32 * sizeof(float);  // of the wavelet, for each row of a plane
+constexpr int64_t kFixedBytes = 1 << 18;             // coders' states, tables, stacks of threads
+constexpr int64_t kMost = int64_t{1} << 40;          // of samples that are counted
 
 class Estimate {
  public:
-  Estimate(const SizeSegment& size, const Parameters& parameters, int64_t bytes,
-           const DecodeOptions& options)
-      : size_(size), parameters_(parameters), bytes_(bytes), options_(options) {}
+  Estimate(const OpenedFile& file, const DecodeOptions& options)
+      : file_(file), options_(options), pool_(options.threads) {}
 
-  int64_t Bytes(int64_t channels_of_palette) const {
-    const int64_t tiles = int64_t{size_.TilesAcross()} * size_.TilesDown();
-    const auto threads = static_cast<int64_t>(ThreadCount(options_.threads));
-    const int64_t at_once = tiles >= 4 * threads ? threads : 1;  // as in DecodeTiles()
-    const Rect all = {size_.x0, size_.y0, size_.x1, size_.y1};
-    int64_t samples = kSampleBytes * Samples(all).total;
-    samples += tiles == 1 ? ExtraOfSingleTile(all) : at_once * PlanesOf(LargestTile());
-    samples = std::max(samples, channels_of_palette * kSampleBytes * Samples(all).most);
-    const int64_t lists = tiles * int64_t{sizeof(TileParts) + sizeof(TileReport)};
-    return samples + at_once * Bookkeeping(LargestTile()) + lists + bytes_ + threads * kFixedBytes;
+  Status Prepare() {
+    Messages ignored;
+    Image form;
+    MakeForm(file_, options_.reduce, &ignored, &ignored, &form);
+    PictureMaker maker;
+    Status status = maker.Prepare(form, &ignored);
+    if (status.ok()) status = options_.region.In(maker.width(), maker.height(), &region_);
+    if (!status.ok()) return status;
+    width_ = maker.width();
+    height_ = maker.height();
+    pixel_bytes_ = int64_t{ChannelCount(maker.layout())} * (maker.bits() > 8 ? 2 : 1);
+    channels_ = form.components.size();
+    plan_ = PlanTiles(file_, options_.reduce, width_, height_, region_);
+    return status;
+  }
+
+  int64_t Bytes() const {
+    const auto threads = static_cast<int64_t>(pool_.size());
+    const int64_t lists = static_cast<int64_t>(file_.reader->tiles().size()) *
+                          int64_t{sizeof(TileParts) + sizeof(TileReport) + sizeof(TilePart)};
+    return PictureBytes() + SampleBytes() + TilesAtOnce() * TileBytes() +
+           threads * (kFixedBytes + BandBytes()) + lists;
   }
 
  private:
-  struct Counts {
-    int64_t total = 0;
-    int64_t most = 0;  // for a component
-  };
+  bool gives_rows() const { return options_.rows != nullptr && !plan_.empty(); }
 
-  Rect AreaOf(const Rect& area, size_t component) const {
-    const SizeSegment::ComponentSize& sizes = size_.components[component];
-    const Rect own = ComponentArea(area, sizes.dx, sizes.dy);
-    return {CeilShift(own.x0, options_.reduce), CeilShift(own.y0, options_.reduce),
-            CeilShift(own.x1, options_.reduce), CeilShift(own.y1, options_.reduce)};
-  }
-  Counts Samples(const Rect& area) const {
-    Counts counts;
-    for (size_t c = 0; c < size_.components.size(); ++c) {
-      const int64_t count = AreaOf(area, c).Count();
-      counts.total += count;
-      counts.most = std::max(counts.most, count);
+  size_t MostInARow() const {
+    size_t most = 1, all = 0;
+    for (const auto& row : plan_) {
+      most = std::max(most, row.size());
+      all += row.size();
     }
-    return counts;
+    return gives_rows() ? most : std::max(most, all);
   }
-  // Integer planes become the samples; floating-point planes are converted one at a time.
-  int64_t ExtraOfSingleTile(const Rect& area) const {
-    const bool all_reversible =
-        std::all_of(parameters_.components.begin(), parameters_.components.end(),
-                    [](const Parameters::ForComponent& c) { return c.coding.reversible; });
-    return all_reversible ? 0 : kSampleBytes * Samples(area).most;
+
+  int64_t TilesAtOnce() const {
+    const size_t tiles = plan_.empty() ? file_.reader->tiles().size() : MostInARow();
+    return AreManyTiles(tiles, pool_) ? static_cast<int64_t>(pool_.size()) : 1;
   }
-  int64_t PlanesOf(const Rect& area) const {
-    const Counts counts = Samples(area);
-    return kSampleBytes * std::min(counts.total, counts.most * int64_t{4});
+
+  // The pixels in memory: all, those of a row of tiles, or a part of a single tile.
+  int64_t PictureBytes() const {
+    if (!gives_rows()) return pixel_bytes_ * region_.width * region_.height;
+    if (plan_.size() == 1 && plan_[0].size() == 1) {
+      const int64_t all = int64_t{region_.width} * region_.height;
+      return pixel_bytes_ * std::min(all, kPixelsAtOnce + region_.width);
+    }
+    int64_t most = 0;
+    for (const auto& row : plan_) most = std::max<int64_t>(most, row[0].region.height);
+    return pixel_bytes_ * region_.width * most;
   }
+
+  // All components, if they are decoded before there are pixels.
+  int64_t SampleBytes() const {
+    if (!plan_.empty()) return 0;
+    int64_t samples = 0;
+    for (size_t c = 0; c < file_.size().components.size(); ++c) {
+      const Rect area = file_.AreaOf(c, options_.reduce);
+      const Region part = NeededOf(region_, width_, height_, static_cast<int>(area.width()),
+                                   static_cast<int>(area.height()));
+      samples += int64_t{part.width} * part.height;
+    }
+    return kSampleBytes * samples;
+  }
+
+  // A thread's samples and pixels on the way to the picture.
+  int64_t BandBytes() const {
+    const auto components = static_cast<int64_t>(file_.size().components.size() + channels_);
+    const int64_t samples = std::max(kSamplesInABand, components * region_.width);
+    return (kSampleBytes + 2) *
+           std::min(samples, components * region_.width * int64_t{region_.height});
+  }
+
   // The first tile can be cut off by the picture's border, the one in the middle is whole.
-  Rect LargestTile() const {
-    const int middle = size_.TilesDown() / 2 * size_.TilesAcross() + size_.TilesAcross() / 2;
-    const Rect first = TileArea(size_, 0), other = TileArea(size_, middle);
-    return first.Count() > other.Count() ? first : other;
+  int LargestTile() const {
+    const SizeSegment& size = file_.size();
+    const int middle = size.TilesDown() / 2 * size.TilesAcross() + size.TilesAcross() / 2;
+    return TileArea(size, 0).Count() > TileArea(size, middle).Count() ? 0 : middle;
   }
-  int64_t Bookkeeping(const Rect& area) const {
-    int64_t precincts = 0, blocks = 0;
-    const Tile tile = MakeTile(size_, parameters_, area);
-    for (const TileComponent& component : tile.components) {
-      for (const Resolution& resolution : component.resolutions) {
-        precincts += resolution.PrecinctCount();
-        for (const Band& band : resolution.bands) blocks += BlocksOf(resolution, band);
+
+  // The largest part of a tile, in pixels.
+  Region LargestPart() const {
+    Region largest;
+    for (const auto& row : plan_) {
+      for (const TilePart& part : row) {
+        largest.width = std::max(largest.width, part.region.width);
+        largest.height = std::max(largest.height, part.region.height);
       }
     }
-    const int64_t samples =
-        std::min(area.Count(), int64_t{1} << 40) * static_cast<int64_t>(size_.components.size());
-    const int64_t most = kFreeMemory + kMemoryForByte * bytes_ + kMemoryForSample * samples;
-    return std::min(most, kPrecinctBytes * precincts + kBlockBytes * blocks) +
-           kLineBytes * std::max(area.width(),
-                                 area.height() * std::min<int64_t>(64, (area.width() + 1) / 2));
+    return plan_.empty() ? region_ : largest;
   }
+
+  int64_t TileBytes() const {
+    const Tile tile = MakeTile(file_.size(), file_.reader->parameters(), LargestTile());
+    const Region part = LargestPart();
+    int64_t planes = 0, records = 0, decoded = 0, longest = 0;
+    for (size_t c = 0; c < tile.components.size(); ++c) {
+      const TileComponent& component = tile.components[c];
+      const int highest = component.levels() - options_.reduce;
+      const Rect all = file_.AreaOf(c, options_.reduce);
+      const Rect& own = component.resolutions[static_cast<size_t>(highest)].area;
+      const int64_t across = Scaled(part.width, all.width(), width_);
+      const int64_t down = Scaled(part.height, all.height(), height_);
+      int64_t width = std::min(own.width(), across);
+      int64_t height = std::min(own.height(), down);
+      // Parts of other tiles can be smaller than their tile.
+      const bool is_whole = options_.region.is_all();
+      longest = std::max({longest, width, height});
+      for (int r = static_cast<int>(component.resolutions.size()); r-- > 0;) {
+        const Resolution& resolution = component.resolutions[static_cast<size_t>(r)];
+        records += kPrecinctBytes * resolution.PrecinctCount();
+        for (const Band& band : resolution.bands) records += kBlockBytes * Blocks(resolution, band);
+        if (r > highest) continue;
+        const int64_t margin = is_whole ? 0 : 10;
+        const Rect window = {0, 0, std::min(width + margin, resolution.area.width()),
+                             std::min(height + margin, resolution.area.height())};
+        if (!is_whole || r == highest) planes += kSampleBytes * window.Count();
+        decoded += kDecodedBlockBytes * BlocksIn(resolution, window);
+        width = (window.width() + 1) / 2;
+        height = (window.height() + 1) / 2;
+      }
+    }
+    const int64_t lines = std::min(kStripBytes * longest, planes);
+    const auto threads = static_cast<int64_t>(pool_.size()) / TilesAtOnce();
+    return planes + MostRecords(tile, records) + decoded + threads * lines + JoinedBytes();
+  }
+
+  // What the budget of a tile allows.
+  int64_t MostRecords(const Tile& tile, int64_t records) const {
+    const int64_t samples =
+        std::min(tile.area.Count(), kMost) * static_cast<int64_t>(file_.size().components.size());
+    int64_t bytes = 0;
+    for (const TileParts& parts : file_.reader->tiles()) bytes = std::max(bytes, BytesOf(parts));
+    return std::min(records, kFreeMemory + kMemoryForByte * bytes + kMemoryForSample * samples);
+  }
+
+  static int64_t BytesOf(const TileParts& parts) {
+    size_t bytes = 0;
+    for (const Span& span : parts.bodies) bytes += span.size;
+    for (const Span& span : parts.headers) bytes += span.size;
+    return static_cast<int64_t>(bytes);
+  }
+
+  // The data of a tile in several parts are joined.
+  int64_t JoinedBytes() const {
+    int64_t most = 0;
+    for (const TileParts& parts : file_.reader->tiles()) {
+      if (parts.bodies.size() > 1 || parts.headers.size() > 1) {
+        most = std::max(most, BytesOf(parts));
+      }
+    }
+    return most;
+  }
+
+  static int64_t Scaled(int64_t pixels, int64_t samples, int64_t whole) {
+    return CeilDivide(pixels * samples, whole) + 1;
+  }
+
   // Borders of precincts coincide with borders of blocks, so these blocks are whole.
-  static int64_t BlocksOf(const Resolution& resolution, const Band& band) {
+  static int64_t Blocks(const Resolution& resolution, const Band& band) {
     if (band.area.empty()) return 0;
     const int width = resolution.block_width_log2, height = resolution.block_height_log2;
     return (CeilShift(band.area.x1, width) - (band.area.x0 >> width)) *
            (CeilShift(band.area.y1, height) - (band.area.y0 >> height));
   }
 
-  const SizeSegment& size_;
-  const Parameters& parameters_;
-  int64_t bytes_;
+  // Those of all bands that meet a window of the resolution.
+  static int64_t BlocksIn(const Resolution& resolution, const Rect& window) {
+    int64_t blocks = 0;
+    for (const Band& band : resolution.bands) {
+      const int halving = band.orientation == kLL ? 0 : 1;
+      const int64_t across = (window.width() >> halving >> resolution.block_width_log2) + 2;
+      const int64_t down = (window.height() >> halving >> resolution.block_height_log2) + 2;
+      blocks += std::min(across * down, Blocks(resolution, band));
+    }
+    return blocks;
+  }
+
+  const OpenedFile& file_;
   const DecodeOptions& options_;
+  ThreadPool pool_;  // only for its size
+  Region region_;
+  int width_ = 0, height_ = 0;
+  int64_t pixel_bytes_ = 0;
+  size_t channels_ = 0;
+  std::vector<std::vector<TilePart>> plan_;
 };
 
 }  // namespace
 
-int64_t MemoryOf(const SizeSegment& size, const Parameters& parameters, size_t bytes,
-                 size_t channels_of_palette, const DecodeOptions& options) {
-  return Estimate(size, parameters, static_cast<int64_t>(bytes), options)
-      .Bytes(static_cast<int64_t>(channels_of_palette));
+Status MemoryOf(const OpenedFile& file, const DecodeOptions& options, int64_t* bytes) {
+  Estimate estimate(file, options);
+  Status status = estimate.Prepare();
+  if (status.ok()) *bytes = estimate.Bytes();
+  return status;
 }
 
 }  // namespace zepcodec::jpeg2000

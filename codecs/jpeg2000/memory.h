@@ -1,20 +1,16 @@
 // SPDX-License-Identifier: MIT
-// The memory that the decoder takes, estimated from the main header.
+// The memory that the decoder takes, estimated from the headers.
 #ifndef ZEPJP_CODECS_JPEG2000_MEMORY_H_
 #define ZEPJP_CODECS_JPEG2000_MEMORY_H_
 
-#include <cstddef>
 #include <cstdint>
 
-#include "codecs/jpeg2000/codestream.h"
-#include "codecs/jpeg2000/decoder.h"
+#include "codecs/jpeg2000/opened_file.h"
 
 namespace zepcodec::jpeg2000 {
 
-// For a codestream of `bytes` bytes whose headers were checked. `channels_of_palette`: 0 without a
-// palette.
-int64_t MemoryOf(const SizeSegment& size, const Parameters& parameters, size_t bytes,
-                 size_t channels_of_palette, const DecodeOptions& options);
+// What DecodePicture() takes, with the picture or the rows. The file's tile-parts were read.
+Status MemoryOf(const OpenedFile& file, const DecodeOptions& options, int64_t* bytes);
 
 }  // namespace zepcodec::jpeg2000
 
