@@ -105,16 +105,22 @@ Status CheckOptions(const zepcJpeg2000Options& options) {
   return Status();
 }
 
-Status Encode(RowSource* rows, const EncodeRequest& request, bool is_jp2, ByteBuffer* bytes) {
+Status EncodeToPsnr(double psnr, RowSource* rows, const jpeg2000::EncodeOptions& options,
+                    ByteBuffer* bytes) {
   Picture picture;
-  if (Status status = rows->All(&picture); !status.ok()) return status;
+  jpeg2000::Image image;
+  Status status = rows->All(&picture);
+  if (status.ok()) status = jpeg2000::FromPicture(picture, &image);
+  return status.ok() ? jpeg2000::EncodeToPsnr(psnr, image, options, bytes) : status;
+}
+
+Status Encode(RowSource* rows, const EncodeRequest& request, bool is_jp2, ByteBuffer* bytes) {
+  const Picture& form = rows->form();
   const zepcJpeg2000Options given = Complete(request.options.jpeg2000);
   if (Status status = CheckOptions(given); !status.ok()) return status;
-  if (!is_jp2 && (HasAlpha(picture.layout()) || picture.layout() == PixelLayout::kCmyk)) {
+  if (!is_jp2 && (HasAlpha(form.layout()) || form.layout() == PixelLayout::kCmyk)) {
     return Status::Unsupported("a codestream alone has no place to say what its channels are");
   }
-  jpeg2000::Image image;
-  if (Status status = jpeg2000::FromPicture(picture, &image); !status.ok()) return status;
   jpeg2000::EncodeOptions options;
   options.is_jp2 = is_jp2;
   options.reversible = given.ratio == 0 && given.psnr == 0;
@@ -129,13 +135,13 @@ Status Encode(RowSource* rows, const EncodeRequest& request, bool is_jp2, ByteBu
     options.layer_bytes.assign(given.layer_bytes, given.layer_bytes + given.layer_count);
     options.reversible = options.layer_bytes.back() == 0;
   }
-  if (given.psnr > 0) return jpeg2000::EncodeToPsnr(given.psnr, image, options, bytes);
+  if (given.psnr > 0) return EncodeToPsnr(given.psnr, rows, options, bytes);
   if (given.ratio > 0) {
-    const double size = static_cast<double>(picture.SizeInBytes()) / given.ratio;
+    const double size = static_cast<double>(form.SizeInBytes()) / given.ratio;
     constexpr auto kMost = static_cast<double>(SIZE_MAX / 2);
     options.layer_bytes = {static_cast<size_t>(std::clamp(size, 1.0, kMost))};
   }
-  return jpeg2000::Encode(image, options, bytes);
+  return jpeg2000::EncodePicture(rows, options, request.sink, bytes);
 }
 
 Status EncodeJp2(RowSource* rows, const EncodeRequest& request, ByteBuffer* bytes) {

@@ -540,9 +540,9 @@ void ApplyBoxes(const Boxes& boxes, Messages* messages, Messages* notes, Image* 
   if (boxes.unknown_color < 0 && LooksLikeYcc(*image)) image->color = ColorSpace::kYcc;
 }
 
-Status WriteBoxes(const Image& image, const std::vector<uint8_t>& codestream, ByteBuffer* file) {
-  std::vector<uint8_t> boxes(kSignature, kSignature + sizeof(kSignature));
-  BoxWriter writer(&boxes);
+Status WriteBoxes(const Image& image, std::vector<uint8_t>* bytes) {
+  bytes->insert(bytes->end(), kSignature, kSignature + sizeof(kSignature));
+  BoxWriter writer(bytes);
   const size_t type = writer.Open(Name("ftyp"));
   writer.Long(Name("jp2 "));
   writer.Long(0);
@@ -551,14 +551,9 @@ Status WriteBoxes(const Image& image, const std::vector<uint8_t>& codestream, By
   WriteHeader(image, &writer);
   WriteUuid(kExifUuid, image.metadata.exif, &writer);
   WriteUuid(kXmpUuid, image.metadata.xmp, &writer);
-  const size_t most = UINT32_MAX - 8;  // bytes in a box
-  if (codestream.size() > most || boxes.size() > most)
-    return Status::Error("too large for a JP2 file");
-  writer.Long(static_cast<uint32_t>(codestream.size()) + 8);
-  writer.Long(Name("jp2c"));
-  const bool fits = file->Resize(0) && file->Append(boxes.data(), boxes.size()) &&
-                    file->Append(codestream.data(), codestream.size());
-  return fits ? Status() : Status::NoMemory();
+  if (bytes->size() > UINT32_MAX - kBoxHeadSize) return Status::Error("too large for a JP2 file");
+  writer.Open(Name("jp2c"));
+  return Status();
 }
 
 }  // namespace zepcodec::jpeg2000

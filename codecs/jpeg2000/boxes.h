@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "codecs/jpeg2000/image.h"
-#include "codecs/support/byte_buffer.h"
 #include "codecs/support/byte_reader.h"
 #include "codecs/support/messages.h"
 #include "codecs/support/status.h"
@@ -63,8 +62,10 @@ void MakeChannels(const Boxes& boxes, Messages* messages, Messages* notes, Image
 // The same, with the colour space and the metadata.
 void ApplyBoxes(const Boxes& boxes, Messages* messages, Messages* notes, Image* image);
 
-// Puts the boxes of a picture around its codestream.
-Status WriteBoxes(const Image& image, const std::vector<uint8_t>& codestream, ByteBuffer* file);
+// Writes the boxes in front of a picture's codestream, and the head of the box around that. The box
+// goes to the end of the file; its length can be written to the last kBoxHeadSize bytes later.
+constexpr size_t kBoxHeadSize = 8;
+Status WriteBoxes(const Image& image, std::vector<uint8_t>* bytes);
 
 }  // namespace zepcodec::jpeg2000
 

@@ -331,30 +331,36 @@ Status ToPicture(const Image& image, Messages* notes, Picture* picture) {
   return status;
 }
 
-Status FromPicture(const Picture& picture, Image* image) {
-  if (picture.type() != SampleType::kU8 && picture.type() != SampleType::kU16) {
+Status FromForm(const Picture& form, Image* image) {
+  if (form.type() != SampleType::kU8 && form.type() != SampleType::kU16) {
     return Status::Unsupported("JPEG 2000 files hold unsigned integers here, no other samples");
   }
-  image->x1 = picture.width();
-  image->y1 = picture.height();
-  image->color = picture.layout() == PixelLayout::kCmyk ? ColorSpace::kCmyk
-                 : IsGrey(picture.layout())             ? ColorSpace::kGrey
-                                                        : ColorSpace::kRgb;
-  image->metadata = picture.metadata();
-  if (HasAlpha(picture.layout())) image->alpha = picture.channels() - 1;
+  image->x1 = form.width();
+  image->y1 = form.height();
+  image->color = form.layout() == PixelLayout::kCmyk ? ColorSpace::kCmyk
+                 : IsGrey(form.layout())             ? ColorSpace::kGrey
+                                                     : ColorSpace::kRgb;
+  image->metadata = form.metadata();
+  if (HasAlpha(form.layout())) image->alpha = form.channels() - 1;
+  Component component;
+  component.width = form.width();
+  component.height = form.height();
+  component.bits = form.bits();
+  image->components.assign(static_cast<size_t>(form.channels()), component);
+  return Status();
+}
+
+Status FromPicture(const Picture& picture, Image* image) {
+  if (Status status = FromForm(picture, image); !status.ok()) return status;
   const auto channels = static_cast<size_t>(picture.channels());
   for (size_t c = 0; c < channels; ++c) {
-    Component component;
-    component.width = picture.width();
-    component.height = picture.height();
-    component.bits = picture.bits();
-    component.samples.resize(picture.SampleCount() / channels);
+    PlainVector<int32_t>& samples = image->components[c].samples;
+    samples.resize(picture.SampleCount() / channels);
     size_t at = c;
-    for (int32_t& sample : component.samples) {
+    for (int32_t& sample : samples) {
       sample = picture.Get(at);
       at += channels;
     }
-    image->components.push_back(std::move(component));
   }
   return Status();
 }

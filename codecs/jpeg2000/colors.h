@@ -67,7 +67,8 @@ Region NeededOf(const Region& region, int width, int height, int component_width
 // The whole picture of a whole image, with its metadata.
 Status ToPicture(const Image& image, Messages* notes, Picture* picture);
 
-// The components of a picture with unsigned samples.
+// The components of a picture with unsigned samples; those of a picture's form have no samples.
+Status FromForm(const Picture& form, Image* image);
 Status FromPicture(const Picture& picture, Image* image);
 
 }  // namespace zepcodec::jpeg2000

@@ -7,6 +7,7 @@
 #include "codecs/jpeg2000/colors.h"
 #include "codecs/jpeg2000/memory.h"
 #include "codecs/jpeg2000/opened_file.h"
+#include "codecs/jpeg2000/without_exceptions.h"
 
 namespace zepcodec::jpeg2000 {
 namespace {

@@ -3,16 +3,20 @@
 
 #include <algorithm>
 #include <deque>
-#include <new>
+#include <functional>
+#include <memory>
 #include <string>
 
 #include "codecs/jpeg2000/boxes.h"
+#include "codecs/jpeg2000/colors.h"
 #include "codecs/jpeg2000/geometry.h"
 #include "codecs/jpeg2000/marker_writer.h"
 #include "codecs/jpeg2000/quantization.h"
 #include "codecs/jpeg2000/rate_control.h"
 #include "codecs/jpeg2000/tile_encoder.h"
 #include "codecs/jpeg2000/tile_loop.h"
+#include "codecs/jpeg2000/without_exceptions.h"
+#include "codecs/support/byte_order.h"
 
 namespace zepcodec::jpeg2000 {
 namespace {
@@ -38,8 +42,17 @@ Status CheckComponents(const Image& image) {
     }
     const Rect area =
         ComponentArea({image.x0, image.y0, image.x1, image.y1}, component.dx, component.dy);
-    if (area.empty() || area.width() != component.width || area.height() != component.height ||
-        component.samples.size() != static_cast<size_t>(area.Count())) {
+    if (area.empty() || area.width() != component.width || area.height() != component.height) {
+      return Status::Error("a component that does not fit the area of the picture");
+    }
+  }
+  return Status();
+}
+
+Status CheckSamples(const Image& image) {
+  for (const Component& component : image.components) {
+    const int64_t count = int64_t{component.width} * component.height;
+    if (component.samples.size() != static_cast<uint64_t>(count)) {
       return Status::Error("a component that does not fit the area of the picture");
     }
   }
@@ -148,60 +161,190 @@ Parameters MakeParameters(const Image& image, const EncodeOptions& options) {
   return parameters;
 }
 
-Status CodeTiles(const SampleSource& source, const EncodeOptions& options, ThreadPool* pool,
-                 std::deque<TileEncoder>* tiles) {
-  return ForTiles(pool, tiles->size(), options.progress, {},
-                  [&](size_t i, ThreadPool* threads, Progress* progress) {
-                    return (*tiles)[i].Code(source, threads, progress);
-                  });
+// Whether each tile has all its coding passes in one layer, so that it needs no other tile.
+bool AreTilesIndependent(const EncodeOptions& options) {
+  return options.layer_bytes.size() == 1 && options.layer_bytes[0] == 0;
 }
 
-Status EncodeFile(const Image& image, const EncodeOptions& options, ByteBuffer* file) {
-  Status status = CheckComponents(image);
-  if (status.ok()) status = CheckOptions(options);
-  if (!status.ok()) return status;
-  const SizeSegment size = MakeSize(image, options);
-  status = CheckTiles(size);
-  if (!status.ok()) return status;
-  const Parameters parameters = MakeParameters(image, options);
-  std::deque<TileEncoder> tiles;
-  for (int i = 0; i < size.TilesAcross() * size.TilesDown(); ++i) {
-    tiles.emplace_back(size, parameters, i);
-  }
-  ThreadPool pool(options.threads);
-  status = CodeTiles(ImageSamples(image), options, &pool, &tiles);
-  if (!status.ok()) return status;
+// Gives the samples of a row of tiles, down to but excluding the row `bottom` of the picture.
+using GetSamples = std::function<Status(int64_t bottom, std::unique_ptr<SampleSource>* samples)>;
 
+// A picture on its way to a file. `image` needs no samples.
+class FileEncoder {
+ public:
+  FileEncoder(const Image& image, const EncodeOptions& options, ByteSink* sink, ByteBuffer* file)
+      : image_(image), options_(options), sink_(sink), file_(file), pool_(options.threads) {}
+
+  Status Prepare();
+  // All tiles are in memory, for layers of limited size.
+  Status EncodeAtOnce(const SampleSource& samples);
+  // A row of tiles is in memory.
+  Status EncodeByRows(const GetSamples& get);
+
+ private:
+  int TileCount() const { return size_.TilesAcross() * size_.TilesDown(); }
+  Status WriteHeaders();
+  Status EncodeRow(int row, const SampleSource& samples);
+  Status WriteTile(int tile, const std::vector<uint8_t>& packets);
+  Status WriteEnd();
+  Status Append(const std::vector<uint8_t>& bytes);
+
+  const Image& image_;
+  const EncodeOptions& options_;
+  ByteSink* sink_;
+  ByteBuffer* file_;
+  ThreadPool pool_;
+  SizeSegment size_;
+  Parameters parameters_;
+  size_t box_bytes_ = 0;       // in front of the codestream
+  bool is_passed_on_ = false;  // the first bytes went to the sink
+};
+
+Status FileEncoder::Prepare() {
+  Status status = CheckComponents(image_);
+  if (status.ok()) status = CheckOptions(options_);
+  if (!status.ok()) return status;
+  size_ = MakeSize(image_, options_);
+  status = CheckTiles(size_);
+  if (!status.ok()) return status;
+  parameters_ = MakeParameters(image_, options_);
+  return WriteHeaders();
+}
+
+Status FileEncoder::WriteHeaders() {
   std::vector<uint8_t> bytes;
-  if (options.is_jp2) {
-    status = WriteBoxes(image, bytes, file);
+  if (options_.is_jp2) {
+    Status status = WriteBoxes(image_, &bytes);
     if (!status.ok()) return status;
   }
-  const size_t box_bytes = options.is_jp2 ? file->size() : 0;
-  WriteMainHeader(size, parameters, &bytes);
+  box_bytes_ = bytes.size();
+  WriteMainHeader(size_, parameters_, &bytes);
+  return file_->Resize(0) ? Append(bytes) : Status::NoMemory();
+}
+
+Status FileEncoder::Append(const std::vector<uint8_t>& bytes) {
+  return file_->Append(bytes.data(), bytes.size()) ? Status() : Status::NoMemory();
+}
+
+Status FileEncoder::EncodeAtOnce(const SampleSource& samples) {
+  std::deque<TileEncoder> tiles;
+  for (int i = 0; i < TileCount(); ++i) tiles.emplace_back(size_, parameters_, i);
+  Status status = ForTiles(&pool_, tiles.size(), options_.progress, {},
+                           [&](size_t i, ThreadPool* pool, Progress* progress) {
+                             return tiles[i].Code(samples, pool, progress);
+                           });
   constexpr size_t kEndSize = 2;
-  CutLayers(options.layer_bytes,
-            box_bytes + bytes.size() + tiles.size() * kTilePartHeaderSize + kEndSize, &tiles);
-  for (size_t i = 0; i < tiles.size(); ++i) {
+  const size_t others = file_->size() + tiles.size() * kTilePartHeaderSize + kEndSize;
+  if (status.ok()) status = CutLayers(options_.layer_bytes, others, &pool_, &tiles);
+  for (int i = 0; status.ok() && i < TileCount(); ++i) {
     std::vector<uint8_t> packets;
-    tiles[i].WritePackets(&packets);
-    WriteTilePartHeader(static_cast<int>(i), packets.size(), &bytes);
-    bytes.insert(bytes.end(), packets.begin(), packets.end());
+    tiles[size_t(i)].WritePackets(&packets);
+    status = WriteTile(i, packets);
   }
-  WriteMarker(kEoc, &bytes);
-  if (options.is_jp2) return WriteBoxes(image, bytes, file);
-  const bool fits = file->Resize(0) && file->Append(bytes.data(), bytes.size());
-  return fits ? Status() : Status::NoMemory();
+  return status.ok() ? WriteEnd() : status;
+}
+
+Status FileEncoder::EncodeByRows(const GetSamples& get) {
+  Status status;
+  for (int row = 0; status.ok() && row < size_.TilesDown(); ++row) {
+    std::unique_ptr<SampleSource> samples;
+    status = get(TileArea(size_, row * size_.TilesAcross()).y1, &samples);
+    if (status.ok()) status = EncodeRow(row, *samples);
+  }
+  return status.ok() ? WriteEnd() : status;
+}
+
+Status FileEncoder::EncodeRow(int row, const SampleSource& samples) {
+  const auto across = static_cast<size_t>(size_.TilesAcross());
+  const int first = row * size_.TilesAcross();
+  const PartOfWork work = {1.0 * row / size_.TilesDown(), 1.0 * (row + 1) / size_.TilesDown()};
+  std::vector<std::vector<uint8_t>> packets(across);
+  Status status = ForTiles(&pool_, across, options_.progress, work,
+                           [&](size_t i, ThreadPool* pool, Progress* progress) {
+                             TileEncoder tile(size_, parameters_, first + static_cast<int>(i));
+                             Status done = tile.Code(samples, pool, progress);
+                             if (!done.ok()) return done;
+                             TakeAllPasses(&tile);
+                             tile.WritePackets(&packets[i]);
+                             return done;
+                           });
+  for (size_t i = 0; status.ok() && i < across; ++i) {
+    status = WriteTile(first + static_cast<int>(i), packets[i]);
+    packets[i] = {};
+  }
+  return status;
+}
+
+// The last tile stays in the buffer, so that a file of one tile is never passed on before its end.
+Status FileEncoder::WriteTile(int tile, const std::vector<uint8_t>& packets) {
+  const bool is_last = tile + 1 == TileCount();
+  const bool has_length = packets.size() <= UINT32_MAX - kTilePartHeaderSize;
+  if (!has_length && !is_last) return Status::Error("a tile of more than 4 GiB");
+  std::vector<uint8_t> header;
+  WriteTilePartHeader(tile, has_length ? packets.size() + kTilePartHeaderSize : 0, &header);
+  Status status = Append(header);
+  if (status.ok()) status = Append(packets);
+  if (!status.ok() || is_last) return status;
+  const size_t before = file_->size();
+  status = PassOn(sink_, file_);
+  is_passed_on_ |= file_->size() < before;
+  return status;
+}
+
+Status FileEncoder::WriteEnd() {
+  std::vector<uint8_t> end;
+  WriteMarker(kEoc, &end);
+  Status status = Append(end);
+  const size_t length = file_->size() - (is_passed_on_ ? 0 : box_bytes_ - kBoxHeadSize);
+  if (options_.is_jp2 && !is_passed_on_ && uint64_t{length} <= UINT32_MAX) {
+    StoreNumber(ByteOrder::kBig, length, 4, file_->data() + box_bytes_ - kBoxHeadSize);
+  }
+  return status;
+}
+
+Status EncodeImage(const Image& image, const EncodeOptions& options, ByteBuffer* file) {
+  FileEncoder encoder(image, options, nullptr, file);
+  Status status = encoder.Prepare();
+  if (status.ok()) status = CheckSamples(image);
+  if (!status.ok()) return status;
+  if (!AreTilesIndependent(options)) return encoder.EncodeAtOnce(ImageSamples(image));
+  return encoder.EncodeByRows([&](int64_t, std::unique_ptr<SampleSource>* samples) {
+    *samples = std::make_unique<ImageSamples>(image);
+    return Status();
+  });
+}
+
+Status EncodeRows(RowSource* rows, const EncodeOptions& options, ByteSink* sink, ByteBuffer* file) {
+  Image image;
+  Status status = FromForm(rows->form(), &image);
+  if (!status.ok()) return status;
+  FileEncoder encoder(image, options, sink, file);
+  status = encoder.Prepare();
+  if (!status.ok()) return status;
+  Picture picture;
+  if (!AreTilesIndependent(options)) {
+    status = rows->All(&picture);
+    return status.ok() ? encoder.EncodeAtOnce(PictureSamples(picture, 0)) : status;
+  }
+  int next = 0;
+  return encoder.EncodeByRows([&](int64_t bottom, std::unique_ptr<SampleSource>* samples) {
+    int top = 0;
+    Status read = rows->Next(static_cast<int>(bottom) - next, &picture, &top);
+    next = static_cast<int>(bottom);
+    *samples = std::make_unique<PictureSamples>(picture, top);
+    return read;
+  });
 }
 
 }  // namespace
 
+Status EncodePicture(RowSource* rows, const EncodeOptions& options, ByteSink* sink,
+                     ByteBuffer* file) {
+  return WithoutExceptions([&] { return EncodeRows(rows, options, sink, file); });
+}
+
 Status Encode(const Image& image, const EncodeOptions& options, ByteBuffer* file) {
-  try {
-    return EncodeFile(image, options, file);
-  } catch (const std::bad_alloc&) {
-    return Status::NoMemory();
-  }
+  return WithoutExceptions([&] { return EncodeImage(image, options, file); });
 }
 
 }  // namespace zepcodec::jpeg2000

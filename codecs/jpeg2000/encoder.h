@@ -14,7 +14,9 @@
 #include "codecs/jpeg2000/codestream.h"
 #include "codecs/jpeg2000/image.h"
 #include "codecs/support/byte_buffer.h"
+#include "codecs/support/byte_sink.h"
 #include "codecs/support/progress.h"
+#include "codecs/support/row_source.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpeg2000 {
@@ -56,7 +58,13 @@ struct EncodeOptions {
   Progress* progress = nullptr;
 };
 
-// Encodes a picture to a file.
+// Encodes the rows of a picture. Without layers of a limited size only a row of tiles is in memory,
+// and finished tiles go to the sink, which may be null; `file` gets what is left. The length of a JP2
+// file's last box is open if it is not known when the first bytes go to the sink.
+Status EncodePicture(RowSource* rows, const EncodeOptions& options, ByteSink* sink,
+                     ByteBuffer* file);
+
+// Encodes the components of a picture to a file.
 Status Encode(const Image& image, const EncodeOptions& options, ByteBuffer* file);
 
 }  // namespace zepcodec::jpeg2000

@@ -106,7 +106,7 @@ void WriteTilePartHeader(int tile, size_t size, std::vector<uint8_t>* bytes) {
   {
     Segment segment(kSot, bytes);
     segment.Word(tile);
-    segment.Long(size + kTilePartHeaderSize);
+    segment.Long(size);
     segment.Byte(0);  // the first part
     segment.Byte(1);  // of one
   }

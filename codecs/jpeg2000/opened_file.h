@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <new>
 #include <optional>
 #include <vector>
 
@@ -43,16 +42,6 @@ void TakeReports(const std::vector<TileReport>& reports, FileInfo* info);
 // Decodes all tiles that meet the wanted areas. Those are the image's components, in this order.
 Status DecodeTiles(const OpenedFile& file, const Wanted& wanted, ThreadPool* pool,
                    Progress* progress, FileInfo* info, Image* image);
-
-// Nothing but a lack of memory is thrown.
-template <class Work>
-Status WithoutExceptions(const Work& work) {
-  try {
-    return work();
-  } catch (const std::bad_alloc&) {
-    return Status::NoMemory();
-  }
-}
 
 }  // namespace zepcodec::jpeg2000
 

@@ -136,4 +136,16 @@ size_t PrecinctWriter::BodySize() const {
   return size;
 }
 
+size_t PrecinctWriter::PacketBytes(size_t layers, size_t others) {
+  size_t size = 0;
+  std::vector<uint8_t> header;
+  Start(layers);
+  for (size_t layer = 0; layer < layers; ++layer) {
+    header.clear();
+    WriteHeader(&header);
+    size += header.size() + BodySize() + others;
+  }
+  return size;
+}
+
 }  // namespace zepcodec::jpeg2000

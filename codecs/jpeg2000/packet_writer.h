@@ -51,6 +51,8 @@ class PrecinctWriter {
   // The body of the packet whose header was written last.
   void WriteBody(std::vector<uint8_t>* body) const;
   size_t BodySize() const;
+  // The size of the packets of the first `layers` layers, with `others` more bytes for each.
+  size_t PacketBytes(size_t layers, size_t others);
 
  private:
   struct BlockState {

@@ -16,6 +16,7 @@
 #include "codecs/jpeg2000/row_bands.h"
 #include "codecs/jpeg2000/tile_loop.h"
 #include "codecs/jpeg2000/tile_plan.h"
+#include "codecs/jpeg2000/without_exceptions.h"
 
 namespace zepcodec::jpeg2000 {
 namespace {

@@ -9,13 +9,18 @@
 #include <vector>
 
 #include "codecs/jpeg2000/tile_encoder.h"
+#include "codecs/support/status.h"
+#include "codecs/support/thread_pool.h"
 
 namespace zepcodec::jpeg2000 {
 
 // `layer_bytes`: the size of the file up to and including each layer, 0 for no limit; `other_bytes`
 // of these are outside of packets.
-void CutLayers(const std::vector<size_t>& layer_bytes, size_t other_bytes,
-               std::deque<TileEncoder>* tiles);
+Status CutLayers(const std::vector<size_t>& layer_bytes, size_t other_bytes, ThreadPool* pool,
+                 std::deque<TileEncoder>* tiles);
+
+// Gives all passes of a tile to its only layer.
+void TakeAllPasses(TileEncoder* tile);
 
 }  // namespace zepcodec::jpeg2000
 

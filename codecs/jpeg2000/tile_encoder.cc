@@ -171,22 +171,12 @@ size_t TileEncoder::MarkerBytes() const {
          (parameters_.tile.uses_eph ? kHeaderEndSize : 0);
 }
 
-size_t TileEncoder::PacketBytes(size_t layers) {
-  size_t size = 0;
-  std::vector<uint8_t> header;
+void TileEncoder::AddPrecincts(std::vector<PrecinctWriter*>* precincts) {
   for (auto& component : precincts_) {
     for (auto& resolution : component) {
-      for (PrecinctWriter& precinct : resolution) {
-        precinct.Start(layers);
-        for (size_t layer = 0; layer < layers; ++layer) {
-          header.clear();
-          precinct.WriteHeader(&header);
-          size += header.size() + precinct.BodySize() + MarkerBytes();
-        }
-      }
+      for (PrecinctWriter& precinct : resolution) precincts->push_back(&precinct);
     }
   }
-  return size;
 }
 
 void TileEncoder::WritePackets(std::vector<uint8_t>* bytes) {

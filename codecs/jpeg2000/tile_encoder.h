@@ -29,8 +29,10 @@ class TileEncoder {
   Status Code(const SampleSource& source, ThreadPool* pool, Progress* progress);
 
   std::deque<EncodedBlock>& blocks() { return blocks_; }
-  // The size of the packets of the first `layers` layers with the present cuts.
-  size_t PacketBytes(size_t layers);
+  // Appends all precincts, which live as long as this.
+  void AddPrecincts(std::vector<PrecinctWriter*>* precincts);
+  // The size of the markers of a packet.
+  size_t MarkerBytes() const;
   // Writes all packets in their order.
   void WritePackets(std::vector<uint8_t>* bytes);
 
@@ -46,7 +48,6 @@ class TileEncoder {
                                                     int64_t precinct);
   BlockSource SourceOf(size_t component, size_t resolution, const Band& band, const Rect& area);
   Status CodeBlocks(ThreadPool* pool, Progress* progress);
-  size_t MarkerBytes() const;
   bool IsReversible(size_t component) const { return Own(component).coding.reversible; }
   const Parameters::ForComponent& Own(size_t component) const {
     return parameters_.components[component];
