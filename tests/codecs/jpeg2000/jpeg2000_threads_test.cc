@@ -1,0 +1,332 @@
+// SPDX-License-Identifier: MIT
+// Pictures, rows and files of the JPEG 2000 codec are the same for each number of threads, on damaged
+// files too, and where the system refuses threads or the caller stops the work.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "codecs/jpeg2000/colors.h"
+#include "codecs/jpeg2000/picture_decoder.h"
+#include "codecs/support/progress.h"
+#include "tests/codecs/jpeg2000/jpeg2000_random.h"
+#include "tests/codecs/support/pictures.h"
+#include "tests/codecs/support/refused_threads.h"
+
+namespace jpeg2000 = zepcodec::jpeg2000;
+
+namespace {
+
+using jpeg2000::DecodeOptions;
+using jpeg2000::EncodeOptions;
+using jpeg2000_files::Bytes;
+using jpeg2000_files::Encode;
+using jpeg2000_files::MakePicture;
+using jpeg2000_files::Shape;
+using jpeg2000_random::Number;
+using jpeg2000_random::Random;
+using jpeg2000_random::RandomOptions;
+using jpeg2000_random::RandomRegion;
+using jpeg2000_random::RandomShape;
+using zepcodec::ByteBuffer;
+using zepcodec::Picture;
+using zepcodec::PixelLayout;
+using zepcodec::Progress;
+using zepcodec::Region;
+using zepcodec::Status;
+using zepcodec::WantedRegion;
+
+constexpr int kThreadCounts[] = {1, 2, 3, 5, 16};
+
+struct Result {
+  Status status;
+  Picture picture;
+  std::string messages;
+};
+
+Result DecodePicture(const Bytes& file, const DecodeOptions& options) {
+  Result result;
+  jpeg2000::FileInfo info;
+  result.status =
+      jpeg2000::DecodePicture(file.data(), file.size(), options, &result.picture, &info);
+  for (const auto& message : info.messages.kept()) result.messages += message.ToString() + "\n";
+  for (const auto& note : info.notes.kept()) result.messages += note.ToString() + "\n";
+  return result;
+}
+
+// Puts rows together, and expects that they follow one another.
+class Collector : public zepcodec::RowSink {
+ public:
+  Collector(int width, int height) : width_(width), height_(height) {}
+
+  Status Take(const Picture& rows, int y) override {
+    EXPECT_EQ(y, next_);
+    EXPECT_EQ(rows.width(), width_);
+    EXPECT_LE(y + rows.height(), height_);
+    const bool has_room = y > 0 || picture.ResizeLike(rows, width_, height_);
+    EXPECT_TRUE(has_room);
+    std::memcpy(picture.Row(y), rows.Row(0), rows.SizeInBytes());
+    next_ += rows.height();
+    ++calls;
+    return next_ > stop_after ? Status::Cancelled() : Status();
+  }
+
+  Picture picture;
+  int calls = 0;
+  int stop_after = INT32_MAX;
+
+ private:
+  int width_, height_;
+  int next_ = 0;
+};
+
+// The rows, or the picture where rows are not given.
+Result DecodeRows(const Bytes& file, DecodeOptions options, int width, int height) {
+  Collector rows(width, height);
+  options.rows = &rows;
+  Result result = DecodePicture(file, options);
+  if (rows.calls > 0) {
+    EXPECT_EQ(result.picture.width(), 0);
+    result.picture = std::move(rows.picture);
+  }
+  return result;
+}
+
+Picture Part(const Picture& whole, const Region& region) {
+  Picture part = pictures::CopyOf(whole);
+  EXPECT_TRUE(zepcodec::Cut(region, &part).ok());
+  return part;
+}
+
+// A picture as the components of the whole file make it.
+Picture FromComponents(const Bytes& file, const DecodeOptions& options) {
+  jpeg2000_files::Decoded decoded = jpeg2000_files::Decode(file, options);
+  zepcodec::Messages notes;
+  Picture picture;
+  EXPECT_TRUE(jpeg2000::ToPicture(decoded.image, &notes, &picture).ok());
+  return picture;
+}
+
+// Damages some bytes after the main header.
+void Damage(Random* random, Bytes* file) {
+  const auto first = static_cast<int>(jpeg2000_files::Behind(*file, 0xFF93));
+  const auto last = static_cast<int>(file->size()) - 1;
+  for (int i = Number(1, 4, random); i > 0 && first < last; --i) {
+    (*file)[size_t(Number(first, last, random))] = static_cast<uint8_t>((*random)());
+  }
+}
+
+void ExpectSameEverywhere(const Bytes& file, DecodeOptions options, Random* random) {
+  const Picture expected = FromComponents(file, options);
+  options.threads = 1;
+  const Result one = DecodePicture(file, options);
+  ASSERT_TRUE(one.status.ok()) << one.status.text();
+  EXPECT_TRUE(pictures::Same(expected, one.picture));
+  const Region region = RandomRegion(expected.width(), expected.height(), random);
+  for (const int threads : kThreadCounts) {
+    SCOPED_TRACE(std::to_string(threads) + " threads");
+    options.threads = threads;
+    options.region = {};
+    const Result many = DecodePicture(file, options);
+    EXPECT_TRUE(pictures::Same(expected, many.picture));
+    EXPECT_EQ(one.messages, many.messages);
+    const Result rows = DecodeRows(file, options, expected.width(), expected.height());
+    EXPECT_TRUE(pictures::Same(expected, rows.picture));
+    EXPECT_EQ(one.messages, rows.messages);
+    options.region = WantedRegion(region, {});
+    EXPECT_TRUE(pictures::Same(Part(expected, region), DecodePicture(file, options).picture));
+    const Result part = DecodeRows(file, options, region.width, region.height);
+    EXPECT_TRUE(pictures::Same(Part(expected, region), part.picture));
+  }
+}
+
+TEST(Jpeg2000Threads, DecodeTheSame) {
+  Random random(1);
+  for (int i = 0; i < 30; ++i) {
+    SCOPED_TRACE(i);
+    const Shape shape = RandomShape(&random);
+    const EncodeOptions encode = RandomOptions(shape, &random);
+    DecodeOptions options;
+    options.reduce = Number(0, std::min(2, encode.levels), &random);
+    options.layers = Number(0, 2, &random);
+    if (std::min(shape.width, shape.height) < 12) options.reduce = 0;
+    Bytes file = Encode(MakePicture(shape), encode);
+    ExpectSameEverywhere(file, options, &random);
+    Damage(&random, &file);
+    if (jpeg2000_files::Decode(file, options).status.ok()) {
+      ExpectSameEverywhere(file, options, &random);
+    }
+  }
+}
+
+// A palette, and colours that are converted.
+TEST(Jpeg2000Threads, ColorsAreTheSame) {
+  Random random(2);
+  for (const jpeg2000::ColorSpace color :
+       {jpeg2000::ColorSpace::kYcc, jpeg2000::ColorSpace::kLab, jpeg2000::ColorSpace::kCmy}) {
+    for (const int sampling : {1, 2}) {
+      jpeg2000::Image image = MakePicture({150, 130, 3, 8, false, 0, 0, sampling, sampling});
+      image.color = color;
+      EncodeOptions encode;
+      encode.tile_width = encode.tile_height = 32;
+      ExpectSameEverywhere(Encode(image, encode), {}, &random);
+    }
+  }
+}
+
+// Rows that a caller gives when they are asked for.
+class Rows : public zepcodec::RowSource {
+ public:
+  explicit Rows(const Picture& picture) : picture_(picture) {
+    EXPECT_TRUE(form_.BorrowLike(picture, nullptr, picture.width(), picture.height()));
+  }
+  const Picture& form() const override { return form_; }
+  int most = 0;  // rows that were given at once
+
+ protected:
+  Status Read(int y, int count, Picture* rows) override {
+    EXPECT_TRUE(rows->ResizeLike(picture_, picture_.width(), count));
+    std::memcpy(rows->Row(0), picture_.Row(y), rows->SizeInBytes());
+    most = std::max(most, count);
+    return Status();
+  }
+
+ private:
+  const Picture& picture_;
+  Picture form_;
+};
+
+class Sink : public zepcodec::ByteSink {
+ public:
+  Status Write(const uint8_t* from, size_t size) override {
+    bytes.insert(bytes.end(), from, from + size);
+    return Status();
+  }
+  Bytes bytes;
+};
+
+TEST(Jpeg2000Threads, EncodeTheSame) {
+  for (const PixelLayout layout : {PixelLayout::kGrey, PixelLayout::kRgb, PixelLayout::kRgba}) {
+    const Picture picture = pictures::Detailed(330, 300, layout);
+    jpeg2000::Image image;
+    ASSERT_TRUE(jpeg2000::FromPicture(picture, &image).ok());
+    for (const int tile : {0, 96}) {
+      for (const size_t layer : {size_t{0}, size_t{9000}}) {
+        EncodeOptions options;
+        options.tile_width = options.tile_height = tile;
+        options.layer_bytes = {layer};
+        options.reversible = layer == 0;
+        options.threads = 1;
+        const Bytes expected = Encode(image, options);
+        for (const int threads : kThreadCounts) {
+          SCOPED_TRACE(std::to_string(threads) + " threads");
+          options.threads = threads;
+          EXPECT_EQ(expected, Encode(image, options));
+          Rows rows(picture);
+          ByteBuffer file;
+          ASSERT_TRUE(jpeg2000::EncodePicture(&rows, options, nullptr, &file).ok());
+          EXPECT_EQ(expected, pictures::ToBytes(file));
+          EXPECT_EQ(rows.most, tile == 0 || layer > 0 ? 300 : tile);
+        }
+      }
+    }
+  }
+}
+
+// The length of the last box is open if bytes left before it was known.
+TEST(Jpeg2000Threads, FilesGoToASink) {
+  const Picture picture = pictures::Detailed(700, 500, PixelLayout::kRgb);
+  for (const int tile : {0, 96}) {
+    for (const bool is_jp2 : {false, true}) {
+      EncodeOptions options;
+      options.is_jp2 = is_jp2;
+      options.tile_width = options.tile_height = tile;
+      Rows rows(picture), rows_again(picture);
+      ByteBuffer whole, rest;
+      Sink sink;
+      ASSERT_TRUE(jpeg2000::EncodePicture(&rows, options, nullptr, &whole).ok());
+      ASSERT_TRUE(jpeg2000::EncodePicture(&rows_again, options, &sink, &rest).ok());
+      EXPECT_EQ(sink.bytes.empty(), tile == 0);
+      Bytes expected = pictures::ToBytes(whole);
+      if (is_jp2 && tile > 0) {
+        const char name[] = {'j', 'p', '2', 'c'};
+        const auto box = std::search(expected.begin(), expected.end(), name, name + 4);
+        std::fill_n(box - 4, 4, uint8_t{0});
+      }
+      sink.bytes.insert(sink.bytes.end(), rest.data(), rest.data() + rest.size());
+      EXPECT_EQ(expected, sink.bytes);
+      DecodeOptions decode;
+      EXPECT_TRUE(pictures::Same(picture, DecodePicture(sink.bytes, decode).picture));
+    }
+  }
+}
+
+TEST(Jpeg2000Threads, CanBeStopped) {
+  const Picture picture = pictures::Detailed(400, 300, PixelLayout::kRgb);
+  jpeg2000::Image image;
+  ASSERT_TRUE(jpeg2000::FromPicture(picture, &image).ok());
+  for (const int tile : {0, 64}) {
+    EncodeOptions options;
+    options.tile_width = options.tile_height = tile;
+    const Bytes file = Encode(image, options);
+    for (const int threads : {1, 3}) {
+      for (const double end : {0.0, 0.4, 0.9}) {
+        Progress decoding([=](double done) { return done > end; });
+        DecodeOptions decode;
+        decode.threads = threads;
+        decode.progress = &decoding;
+        EXPECT_EQ(DecodePicture(file, decode).status.kind(), Status::Kind::kCancelled);
+        Progress encoding([=](double done) { return done > end; });
+        options.threads = threads;
+        options.progress = &encoding;
+        ByteBuffer bytes;
+        EXPECT_EQ(jpeg2000::Encode(image, options, &bytes).kind(), Status::Kind::kCancelled);
+      }
+      options.progress = nullptr;
+      Collector rows(400, 300);
+      rows.stop_after = 100;
+      DecodeOptions decode;
+      decode.threads = threads;
+      decode.rows = &rows;
+      EXPECT_EQ(DecodePicture(file, decode).status.kind(), Status::Kind::kCancelled);
+    }
+  }
+}
+
+TEST(Jpeg2000Threads, RefusedThreads) {
+  if (!refused_threads::CanRefuse()) GTEST_SKIP();
+  const Picture picture = pictures::Detailed(300, 200, PixelLayout::kRgb);
+  jpeg2000::Image image;
+  ASSERT_TRUE(jpeg2000::FromPicture(picture, &image).ok());
+  for (const int tile : {0, 32}) {
+    EncodeOptions options;
+    options.tile_width = options.tile_height = tile;
+    options.threads = 1;
+    const Bytes expected = Encode(image, options);
+    for (const int allowed : {0, 1, 3}) {
+      const refused_threads::After after(allowed);
+      options.threads = 8;
+      EXPECT_EQ(expected, Encode(image, options));
+      DecodeOptions decode;
+      decode.threads = 8;
+      EXPECT_TRUE(pictures::Same(picture, DecodePicture(expected, decode).picture));
+    }
+  }
+}
+
+TEST(Jpeg2000Threads, OneStartsNone) {
+  if (!refused_threads::CanRefuse()) GTEST_SKIP();
+  const Bytes file = Encode(MakePicture({200, 200, 3, 8}), {});
+  const refused_threads::After after(100);
+  EncodeOptions encode;
+  encode.threads = 1;
+  Encode(MakePicture({200, 200, 3, 8}), encode);
+  DecodeOptions decode;
+  decode.threads = 1;
+  EXPECT_TRUE(DecodePicture(file, decode).status.ok());
+  EXPECT_EQ(refused_threads::Started(), 0);
+}
+
+}  // namespace
