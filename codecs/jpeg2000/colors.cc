@@ -229,30 +229,36 @@ Status PictureMaker::Prepare(const Image& form, Messages* notes) {
   return Status();
 }
 
-// Samples of coarser components are repeated. A look-up table converts codes of other depths.
+// A look-up table converts codes of other depths. Samples of coarser components are repeated.
 template <class T>
 void PictureMaker::FillChannel(const Component& component, size_t channel, const Region& region,
                                Picture* picture) const {
   const std::vector<uint16_t>& codes = codes_[channel];
   const int32_t lowest = LowestValue(component);
   const int32_t most = (1 << component.bits) - 1;
-  std::vector<int> columns(static_cast<size_t>(region.width));
-  for (size_t x = 0; x < columns.size(); ++x) {
-    const int64_t place = region.x + static_cast<int64_t>(x);
-    columns[x] =
-        static_cast<int>(Scaled(place, component.WholeWidth(), width_) - component.part.left);
+  const auto width = static_cast<size_t>(region.width);
+  std::vector<size_t> columns;
+  if (component.WholeWidth() != width_) {
+    for (int64_t x = region.x; x < int64_t{region.x} + region.width; ++x) {
+      columns.push_back(
+          static_cast<size_t>(Scaled(x, component.WholeWidth(), width_) - component.part.left));
+    }
   }
+  std::vector<T> values(static_cast<size_t>(component.width));
   const auto channels = static_cast<size_t>(picture->channels());
   for (int y = 0; y < region.height; ++y) {
     const int64_t row =
         Scaled(int64_t{region.y} + y, component.WholeHeight(), height_) - component.part.top;
     const int32_t* const in = component.Row(static_cast<int>(row));
-    T* out = reinterpret_cast<T*>(picture->Row(y)) + channel;
-    for (const int x : columns) {
-      const int32_t code = std::clamp(in[x] - lowest, 0, most);
-      *out = static_cast<T>(codes.empty() ? code : codes[static_cast<size_t>(code)]);
-      out += channels;
+    std::transform(in, in + values.size(), values.begin(), [=](int32_t sample) {
+      return static_cast<T>(std::clamp(sample - lowest, 0, most));
+    });
+    for (T& value : values) {
+      if (!codes.empty()) value = static_cast<T>(codes[value]);
     }
+    const T* const from = values.data() + (columns.empty() ? region.x - component.part.left : 0);
+    T* const out = reinterpret_cast<T*>(picture->Row(y)) + channel;
+    for (size_t x = 0; x < width; ++x) out[x * channels] = from[columns.empty() ? x : columns[x]];
   }
 }
 
