@@ -59,7 +59,7 @@ jpeg2000::Image ToOurs(const rival::Picture& picture) {
     jpeg2000::Component component;
     component.width = picture.width;
     component.height = picture.height;
-    component.samples = plane;
+    component.samples.assign(plane.begin(), plane.end());
     image.components.push_back(std::move(component));
   }
   return image;

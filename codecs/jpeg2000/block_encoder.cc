@@ -73,7 +73,11 @@ void BlockEncoder::StoreBytes(EncodedBlock* block) {
   }
 }
 
-void BlockEncoder::Encode(const BlockSource& source, EncodedBlock* block) {
+void BlockEncoder::Encode(const BlockSource& source, int spare_planes, EncodedBlock* block) {
+  *block = EncodedBlock();
+  const int coded_planes = source.most_planes - spare_planes;
+  // The library counts distortion in squared steps of the lowest plane.
+  const double weight = std::ldexp(source.weight, 2 * spare_planes);
   const int shift = kMagnitudeBits - source.most_planes;
   if (source.integers != nullptr) {
     const int32_t most = (1 << source.most_planes) - 1;
@@ -88,7 +92,7 @@ void BlockEncoder::Encode(const BlockSource& source, EncodedBlock* block) {
   }
   int32_t planes = 0, passes = 0, segments = 0;
   zepiEncodeLoadCodeBlock_JPEG2K_32s_C1R(samples_.data(), 4 * source.size.width, source.size,
-                                         state_, source.orientation, source.most_planes, 0, 0,
+                                         state_, source.orientation, coded_planes, 0, 0,
                                          source.style, &planes, &passes, &segments);
   if (passes == 0) return;
   block->zero_planes = kMagnitudeBits - planes;
@@ -104,7 +108,7 @@ void BlockEncoder::Encode(const BlockSource& source, EncodedBlock* block) {
     if (length > 0 && block->bytes[length - 1] == 0xFF) continue;
     double distortion = 0;
     zepiEncodeGetDist_JPEG2K(state_, pass, &distortion);
-    AddToHull({pass + 1, length, distortion * source.weight, 0}, &block->cuts);
+    AddToHull({pass + 1, length, distortion * weight, 0}, &block->cuts);
   }
   if (block->cuts.empty() || block->cuts.back().passes < passes) {
     block->cuts.push_back({passes, block->bytes.size(), 0, 0});

@@ -33,7 +33,8 @@ class BlockEncoder {
   BlockEncoder& operator=(const BlockEncoder&) = delete;
   ~BlockEncoder();
 
-  void Encode(const BlockSource& source, EncodedBlock* block);
+  // Without that many of the lowest planes.
+  void Encode(const BlockSource& source, int spare_planes, EncodedBlock* block);
 
  private:
   template <class T, class Magnitude>

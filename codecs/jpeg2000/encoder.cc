@@ -13,6 +13,7 @@
 #include "codecs/jpeg2000/marker_writer.h"
 #include "codecs/jpeg2000/quantization.h"
 #include "codecs/jpeg2000/rate_control.h"
+#include "codecs/jpeg2000/rate_forecast.h"
 #include "codecs/jpeg2000/tile_encoder.h"
 #include "codecs/jpeg2000/tile_loop.h"
 #include "codecs/jpeg2000/without_exceptions.h"
@@ -182,6 +183,13 @@ class FileEncoder {
   Status EncodeByRows(const GetSamples& get);
 
  private:
+  bool CanForecast() const;
+  Status CodeInFull(const SampleSource& samples, std::deque<TileEncoder>* tiles);
+  Status CodeByForecast(const SampleSource& samples, std::deque<TileEncoder>* tiles);
+  template <class Code>
+  Status CodePart(double begin, double end, const Code& code);
+  Status Cut(std::deque<TileEncoder>* tiles, double* slope);
+  size_t BytesOutsideOfPackets() const;
   int TileCount() const { return size_.TilesAcross() * size_.TilesDown(); }
   Status WriteHeaders();
   Status EncodeRow(int row, const SampleSource& samples);
@@ -229,19 +237,68 @@ Status FileEncoder::Append(const std::vector<uint8_t>& bytes) {
 Status FileEncoder::EncodeAtOnce(const SampleSource& samples) {
   std::deque<TileEncoder> tiles;
   for (int i = 0; i < TileCount(); ++i) tiles.emplace_back(size_, parameters_, i);
-  Status status = ForTiles(&pool_, tiles.size(), options_.progress, {},
-                           [&](size_t i, ThreadPool* pool, Progress* progress) {
-                             return tiles[i].Code(samples, pool, progress);
-                           });
-  constexpr size_t kEndSize = 2;
-  const size_t others = file_->size() + tiles.size() * kTilePartHeaderSize + kEndSize;
-  if (status.ok()) status = CutLayers(options_.layer_bytes, others, &pool_, &tiles);
+  Status status = CanForecast() ? CodeByForecast(samples, &tiles) : CodeInFull(samples, &tiles);
   for (int i = 0; status.ok() && i < TileCount(); ++i) {
     std::vector<uint8_t> packets;
     tiles[size_t(i)].WritePackets(&packets);
     status = WriteTile(i, packets);
   }
   return status.ok() ? WriteEnd() : status;
+}
+
+// A forecast needs the coefficients of all tiles in memory, and a limited size.
+bool FileEncoder::CanForecast() const {
+  return TileCount() == 1 && !options_.reversible && options_.layer_bytes.back() > 0;
+}
+
+size_t FileEncoder::BytesOutsideOfPackets() const {
+  constexpr size_t kEndSize = 2;
+  return file_->size() + static_cast<size_t>(TileCount()) * kTilePartHeaderSize + kEndSize;
+}
+
+Status FileEncoder::Cut(std::deque<TileEncoder>* tiles, double* slope) {
+  return CutLayers(options_.layer_bytes, BytesOutsideOfPackets(), &pool_, tiles, slope);
+}
+
+Status FileEncoder::CodeInFull(const SampleSource& samples, std::deque<TileEncoder>* tiles) {
+  Status status = ForTiles(&pool_, tiles->size(), options_.progress, {},
+                           [&](size_t i, ThreadPool* pool, Progress* progress) {
+                             TileEncoder& tile = (*tiles)[i];
+                             Status done = tile.Transform(samples, pool);
+                             if (done.ok()) done = tile.CodeAll(pool, progress);
+                             tile.Release();
+                             return done;
+                           });
+  double ignored = 0;
+  return status.ok() ? Cut(tiles, &ignored) : status;
+}
+
+// Codes the planes that the size is likely to need, and all planes if that was too few.
+Status FileEncoder::CodeByForecast(const SampleSource& samples, std::deque<TileEncoder>* tiles) {
+  TileEncoder& tile = tiles->front();
+  Status status = tile.Transform(samples, &pool_);
+  if (status.ok())
+    status = CodePart(0, 0.2, [&](Progress* p) { return tile.CodeSample(&pool_, p); });
+  if (!status.ok()) return status;
+  const size_t most = *std::max_element(options_.layer_bytes.begin(), options_.layer_bytes.end());
+  const RateForecast forecast = ForecastRate(tile, most);
+  status = CodePart(0.2, 1,
+                    [&](Progress* p) { return tile.CodeOthers(forecast.spare_planes, &pool_, p); });
+  double slope = 0;
+  if (status.ok()) status = Cut(tiles, &slope);
+  if (status.ok() && forecast.spare_planes > 0 && slope < forecast.slope) {
+    status = tile.CodeAll(&pool_, options_.progress);
+    if (status.ok()) status = Cut(tiles, &slope);
+  }
+  tile.Release();
+  return status;
+}
+
+// Calls code(progress) for a part of the whole work.
+template <class Code>
+Status FileEncoder::CodePart(double begin, double end, const Code& code) {
+  if (options_.progress != nullptr) options_.progress->SetPart(begin, end);
+  return code(options_.progress);
 }
 
 Status FileEncoder::EncodeByRows(const GetSamples& get) {
@@ -262,8 +319,10 @@ Status FileEncoder::EncodeRow(int row, const SampleSource& samples) {
   Status status = ForTiles(&pool_, across, options_.progress, work,
                            [&](size_t i, ThreadPool* pool, Progress* progress) {
                              TileEncoder tile(size_, parameters_, first + static_cast<int>(i));
-                             Status done = tile.Code(samples, pool, progress);
+                             Status done = tile.Transform(samples, pool);
+                             if (done.ok()) done = tile.CodeAll(pool, progress);
                              if (!done.ok()) return done;
+                             tile.Release();
                              TakeAllPasses(&tile);
                              tile.WritePackets(&packets[i]);
                              return done;

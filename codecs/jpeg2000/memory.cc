@@ -40,8 +40,11 @@ class Estimate {
     MakeForm(file_, options_.reduce, &ignored, &ignored, &form);
     PictureMaker maker;
     Status status = maker.Prepare(form, &ignored);
-    if (status.ok()) status = options_.region.In(maker.width(), maker.height(), &region_);
     if (!status.ok()) return status;
+    // A region that is not inside is refused by the decoder.
+    if (!options_.region.In(maker.width(), maker.height(), &region_).ok()) {
+      region_ = {0, 0, maker.width(), maker.height()};
+    }
     width_ = maker.width();
     height_ = maker.height();
     pixel_bytes_ = int64_t{ChannelCount(maker.layout())} * (maker.bits() > 8 ? 2 : 1);

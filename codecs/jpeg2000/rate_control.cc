@@ -53,6 +53,8 @@ class RateControl {
 
   Status Sort();
   Status CutLayer(size_t layer, size_t bytes);
+  // Of the first step that was not taken in order; 0 if all were.
+  double slope() const { return taken_ < steps_.size() ? steps_[taken_].slope : 0; }
 
  private:
   void TakeSteps(size_t count, size_t layer);
@@ -187,7 +189,7 @@ void TakeAllPasses(TileEncoder* tile) {
 }
 
 Status CutLayers(const std::vector<size_t>& layer_bytes, size_t other_bytes, ThreadPool* pool,
-                 std::deque<TileEncoder>* tiles) {
+                 std::deque<TileEncoder>* tiles, double* slope) {
   for (TileEncoder& tile : *tiles) {
     for (EncodedBlock& block : tile.blocks()) block.layer_cuts.assign(layer_bytes.size(), 0);
   }
@@ -196,6 +198,7 @@ Status CutLayers(const std::vector<size_t>& layer_bytes, size_t other_bytes, Thr
   for (size_t layer = 0; status.ok() && layer < layer_bytes.size(); ++layer) {
     status = control.CutLayer(layer, layer_bytes[layer]);
   }
+  *slope = control.slope();
   return status;
 }
 

@@ -16,8 +16,9 @@ namespace zepcodec::jpeg2000 {
 
 // `layer_bytes`: the size of the file up to and including each layer, 0 for no limit; `other_bytes`
 // of these are outside of packets.
+// `slope`: that of the first step that the last layer lacks; 0 if it has all.
 Status CutLayers(const std::vector<size_t>& layer_bytes, size_t other_bytes, ThreadPool* pool,
-                 std::deque<TileEncoder>* tiles);
+                 std::deque<TileEncoder>* tiles, double* slope);
 
 // Gives all passes of a tile to its only layer.
 void TakeAllPasses(TileEncoder* tile);

@@ -23,12 +23,15 @@ void ForwardOf(zepStatus(ZEP_CALL* transform)(T* const*, int32_t, zepiSize), int
             {static_cast<int32_t>(c0->area().width()), static_cast<int32_t>(end - begin)});
 }
 
+// The blocks of all subbands are in the sample alike.
+bool IsInSample(size_t block) { return block % 8 == 0; }
+
 }  // namespace
 
 TileEncoder::TileEncoder(const SizeSegment& size, const Parameters& parameters, int number)
     : size_(size), parameters_(parameters), tile_(MakeTile(size, parameters, number)) {}
 
-Status TileEncoder::Code(const SampleSource& source, ThreadPool* pool, Progress* progress) {
+Status TileEncoder::Transform(const SampleSource& source, ThreadPool* pool) {
   planes_.resize(tile_.components.size());
   for (size_t c = 0; c < planes_.size(); ++c) {
     const TileComponent& component = tile_.components[c];
@@ -37,12 +40,13 @@ Status TileEncoder::Code(const SampleSource& source, ThreadPool* pool, Progress*
   }
   Status status = LoadSamples(source, pool);
   if (status.ok()) status = ForwardWavelets(pool, &planes_);
-  if (!status.ok()) return status;
-  MakeBlocks();
-  status = CodeBlocks(pool, progress);
+  if (status.ok()) MakeBlocks();
+  return status;
+}
+
+void TileEncoder::Release() {
   planes_ = {};
   sources_ = {};
-  return status;
 }
 
 // Components that are transformed together agree in their size, and their rows in the same band are
@@ -153,17 +157,43 @@ void TileEncoder::MakeBlocks() {
   }
 }
 
-Status TileEncoder::CodeBlocks(ThreadPool* pool, Progress* progress) {
+template <class IsWanted>
+Status TileEncoder::CodeBlocks(int spare_planes, const IsWanted& wanted, ThreadPool* pool,
+                               Progress* progress) {
   const ComponentCoding& coding = Own(0).coding;
   const zepiSize most = {1 << coding.block_width_log2, 1 << coding.block_height_log2};
   return RunParallel(
       pool, blocks_.size(),
       [&] {
         return [&, encoder = BlockEncoder(most)](size_t i) mutable {
-          encoder.Encode(sources_[i], &blocks_[i]);
+          if (wanted(i)) encoder.Encode(sources_[i], spare_planes, &blocks_[i]);
         };
       },
       progress);
+}
+
+Status TileEncoder::CodeAll(ThreadPool* pool, Progress* progress) {
+  return CodeBlocks(
+      0, [](size_t) { return true; }, pool, progress);
+}
+
+Status TileEncoder::CodeSample(ThreadPool* pool, Progress* progress) {
+  return CodeBlocks(0, IsInSample, pool, progress);
+}
+
+Status TileEncoder::CodeOthers(int spare_planes, ThreadPool* pool, Progress* progress) {
+  return CodeBlocks(
+      spare_planes, [](size_t i) { return !IsInSample(i); }, pool, progress);
+}
+
+double TileEncoder::SampleShare() const {
+  double sample = 0, all = 0;
+  for (size_t i = 0; i < sources_.size(); ++i) {
+    const double count = 1.0 * sources_[i].size.width * sources_[i].size.height;
+    all += count;
+    if (IsInSample(i)) sample += count;
+  }
+  return all > 0 ? sample / all : 1;
 }
 
 size_t TileEncoder::MarkerBytes() const {

@@ -25,10 +25,20 @@ class TileEncoder {
  public:
   TileEncoder(const SizeSegment& size, const Parameters& parameters, int number);
 
-  // Transforms the tile's samples and codes all code-blocks in full. `progress` can be null.
-  Status Code(const SampleSource& source, ThreadPool* pool, Progress* progress);
+  // Transforms the tile's samples. They stay in memory up to Release().
+  Status Transform(const SampleSource& source, ThreadPool* pool);
+  // Codes all code-blocks in full. `progress` can be null.
+  Status CodeAll(ThreadPool* pool, Progress* progress);
+  // Codes a sample of them in full, then the others without some of the lowest planes. Only of use
+  // where a plane counts the same in all subbands.
+  Status CodeSample(ThreadPool* pool, Progress* progress);
+  Status CodeOthers(int spare_planes, ThreadPool* pool, Progress* progress);
+  // The part of the coefficients that is in the sample.
+  double SampleShare() const;
+  void Release();
 
   std::deque<EncodedBlock>& blocks() { return blocks_; }
+  const std::deque<EncodedBlock>& blocks() const { return blocks_; }
   // Appends all precincts, which live as long as this.
   void AddPrecincts(std::vector<PrecinctWriter*>* precincts);
   // The size of the markers of a packet.
@@ -47,7 +57,9 @@ class TileEncoder {
   std::vector<PrecinctWriter::ForBand> MakePrecinct(size_t component, size_t resolution,
                                                     int64_t precinct);
   BlockSource SourceOf(size_t component, size_t resolution, const Band& band, const Rect& area);
-  Status CodeBlocks(ThreadPool* pool, Progress* progress);
+  // Codes the blocks that are wanted(index).
+  template <class IsWanted>
+  Status CodeBlocks(int spare_planes, const IsWanted& wanted, ThreadPool* pool, Progress* progress);
   bool IsReversible(size_t component) const { return Own(component).coding.reversible; }
   const Parameters::ForComponent& Own(size_t component) const {
     return parameters_.components[component];
