@@ -5,10 +5,11 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <optional>
 #include <vector>
 
 #include "codecs/jpeg2000/image.h"
+#include "codecs/jpeg2000/lab.h"
 #include "codecs/support/messages.h"
 #include "codecs/support/picture.h"
 #include "codecs/support/region.h"
@@ -22,11 +23,6 @@ namespace zepcodec::jpeg2000 {
 // opacity. The picture is as large as the largest component that is shown.
 class PictureMaker {
  public:
-  PictureMaker();
-  ~PictureMaker();
-  PictureMaker(const PictureMaker&) = delete;
-  PictureMaker& operator=(const PictureMaker&) = delete;
-
   // For images of this form, whose samples are not looked at. Components that are left out are
   // mentioned in the notes.
   Status Prepare(const Image& form, Messages* notes);
@@ -41,8 +37,6 @@ class PictureMaker {
   Status Make(const Image& image, const Region& region, Picture* picture) const;
 
  private:
-  class LabToRgb;
-
   template <class T>
   void FillChannel(const Component& component, size_t channel, const Region& region,
                    Picture* picture) const;
@@ -57,7 +51,7 @@ class PictureMaker {
   bool is_premultiplied_ = false;
   std::vector<size_t> shown_;                 // components, opacity last
   std::vector<std::vector<uint16_t>> codes_;  // from those of the component; empty: the same
-  std::unique_ptr<LabToRgb> lab_;
+  std::optional<LabToRgb> lab_;
 };
 
 // The part of a component that a region of a picture of this size shows.
