@@ -32,7 +32,7 @@ constexpr int64_t kMost = int64_t{1} << 40;          // of samples that are coun
 class Estimate {
  public:
   Estimate(const OpenedFile& file, const DecodeOptions& options)
-      : file_(file), options_(options), pool_(options.threads) {}
+      : file_(file), options_(options), threads_(ThreadCount(options.threads)) {}
 
   Status Prepare() {
     Messages ignored;
@@ -54,7 +54,7 @@ class Estimate {
   }
 
   int64_t Bytes() const {
-    const auto threads = static_cast<int64_t>(pool_.size());
+    const auto threads = static_cast<int64_t>(threads_);
     const int64_t lists = static_cast<int64_t>(file_.reader->tiles().size()) *
                           int64_t{sizeof(TileParts) + sizeof(TileReport) + sizeof(TilePart)};
     return PictureBytes() + SampleBytes() + TilesAtOnce() * TileBytes() +
@@ -75,7 +75,7 @@ class Estimate {
 
   int64_t TilesAtOnce() const {
     const size_t tiles = plan_.empty() ? file_.reader->tiles().size() : MostInARow();
-    return AreManyTiles(tiles, pool_) ? static_cast<int64_t>(pool_.size()) : 1;
+    return AreManyTiles(tiles, threads_) ? static_cast<int64_t>(threads_) : 1;
   }
 
   // The pixels in memory: all, those of a row of tiles, or a part of a single tile.
@@ -161,7 +161,7 @@ class Estimate {
       }
     }
     const int64_t lines = std::min(kStripBytes * longest, planes);
-    const auto threads = static_cast<int64_t>(pool_.size()) / TilesAtOnce();
+    const auto threads = static_cast<int64_t>(threads_) / TilesAtOnce();
     return planes + MostRecords(tile, records) + decoded + threads * lines + JoinedBytes();
   }
 
@@ -218,7 +218,7 @@ class Estimate {
 
   const OpenedFile& file_;
   const DecodeOptions& options_;
-  ThreadPool pool_;  // only for its size
+  size_t threads_;
   Region region_;
   int width_ = 0, height_ = 0;
   int64_t pixel_bytes_ = 0;

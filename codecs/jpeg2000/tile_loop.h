@@ -18,7 +18,7 @@ struct PartOfWork {
   double end = 1;
 };
 
-inline bool AreManyTiles(size_t tiles, const ThreadPool& pool) { return tiles >= 4 * pool.size(); }
+inline bool AreManyTiles(size_t tiles, size_t threads) { return tiles >= 4 * threads; }
 
 // Calls work(tile, pool, progress) for each tile. `progress` may be null.
 template <class Work>
@@ -29,7 +29,7 @@ Status ForTiles(ThreadPool* pool, size_t tiles, Progress* progress, const PartOf
     return part.begin + share * (part.end - part.begin);
   };
   Status failure;
-  if (!AreManyTiles(tiles, *pool)) {
+  if (!AreManyTiles(tiles, pool->size())) {
     for (size_t i = 0; failure.ok() && i < tiles; ++i) {
       if (progress != nullptr) progress->SetPart(place(i), place(i + 1));
       failure = work(i, pool, progress);

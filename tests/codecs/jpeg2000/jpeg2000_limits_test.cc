@@ -9,6 +9,7 @@
 
 #include "codecs/jpeg2000/budget.h"
 #include "codecs/jpeg2000/picture_decoder.h"
+#include "tests/codecs/jpeg2000/jpeg2000_random.h"
 #include "tests/codecs/jpeg2000/jpeg2000_streams.h"
 #include "tests/codecs/support/counted_memory.h"
 
@@ -320,6 +321,47 @@ TEST(Jpeg2000Limits, MemoryIsKnownBefore) {
                     reversible ? "5/3" : "9/7", 1 << block, tile, per_pixel,
                     static_cast<double>(estimate) / kPixels);
         EXPECT_LT(per_pixel, block == 6 ? 21 : 100);
+      }
+    }
+  }
+}
+
+// Takes rows and forgets them.
+class NoRows : public zepcodec::RowSink {
+ public:
+  zepcodec::Status Take(const zepcodec::Picture&, int) override { return {}; }
+};
+
+TEST(Jpeg2000Limits, MemoryOfRegionsAndRowsIsKnownBefore) {
+  jpeg2000_random::Random random(3);
+  for (const int tile : {0, 256, 700}) {
+    for (const int precinct : {0, 7}) {
+      jpeg2000::EncodeOptions encode;
+      encode.reversible = precinct == 0;
+      encode.tile_width = encode.tile_height = tile;
+      if (precinct > 0) encode.precincts = {{precinct, precinct}};
+      const Bytes file = jpeg2000_files::Encode(MakePicture({1200, 900, 3, 8, false}), encode);
+      for (int i = 0; i < 12; ++i) {
+        jpeg2000::DecodeOptions options;
+        options.threads = 1 + i % 3;
+        options.reduce = i % 4;
+        const int width = 1200 >> options.reduce, height = 900 >> options.reduce;
+        if (i % 2 == 0) {
+          options.region = {jpeg2000_random::RandomRegion(width, height, &random), {}};
+        }
+        NoRows rows;
+        if (i % 3 > 0) options.rows = &rows;
+        int64_t estimate = 0;
+        ASSERT_TRUE(jpeg2000::EstimateMemory(file.data(), file.size(), options, &estimate).ok());
+        const int64_t measured = counted_memory::PeakOf([&] {
+          zepcodec::Picture picture;
+          jpeg2000::FileInfo info;
+          EXPECT_TRUE(
+              jpeg2000::DecodePicture(file.data(), file.size(), options, &picture, &info).ok());
+        });
+        EXPECT_LE(measured, estimate) << tile << " " << precinct << " " << i;
+        EXPECT_LE(estimate, 3 * measured + (int64_t{1} << 21))
+            << tile << " " << precinct << " " << i;
       }
     }
   }
