@@ -27,6 +27,27 @@ struct Canvas {
   int x = 0, y = 0;  // of its first pixel in the whole picture
 };
 
+// Memory that a thread uses for one band after the other.
+struct BandMemory {
+  std::vector<PlainVector<int32_t>> samples;
+  Picture pixels;
+
+  PlainVector<int32_t> TakeSamples(size_t count) {
+    PlainVector<int32_t> taken;
+    if (!samples.empty()) {
+      taken = std::move(samples.back());
+      samples.pop_back();
+    }
+    taken.resize(count);
+    return taken;
+  }
+  void GiveBack(Image* image) {
+    for (Component& component : image->components) {
+      samples.push_back(std::move(component.samples));
+    }
+  }
+};
+
 class PictureDecoder {
  public:
   PictureDecoder(const OpenedFile& file, const DecodeOptions& options, FileInfo* info)
@@ -50,7 +71,7 @@ class PictureDecoder {
   template <class Read>
   Status Convert(const Region& region, ThreadPool* pool, const Read& read, Canvas* canvas) const;
   template <class Read>
-  bool ConvertBand(const Region& band, const Read& read, Canvas* canvas) const;
+  bool ConvertBand(const Region& band, const Read& read, BandMemory* memory, Canvas* canvas) const;
 
   const OpenedFile& file_;
   const DecodeOptions& options_;
@@ -112,7 +133,8 @@ Wanted PictureDecoder::WantedOf(const Region& region) const {
 // Makes the pixels of a band; read(component, x, y, count, to) gives samples on the reduced grid.
 // False: no memory.
 template <class Read>
-bool PictureDecoder::ConvertBand(const Region& band, const Read& read, Canvas* canvas) const {
+bool PictureDecoder::ConvertBand(const Region& band, const Read& read, BandMemory* memory,
+                                 Canvas* canvas) const {
   Image image;
   const Wanted wanted = WantedOf(band);
   for (size_t c = 0; c < components_.components.size(); ++c) {
@@ -123,7 +145,7 @@ bool PictureDecoder::ConvertBand(const Region& band, const Read& read, Canvas* c
                  static_cast<int>(own.y0 - whole.y0)};
     part.width = static_cast<int>(own.width());
     part.height = static_cast<int>(own.height());
-    part.samples.resize(static_cast<size_t>(own.Count()));
+    part.samples = memory->TakeSamples(static_cast<size_t>(own.Count()));
     for (int y = 0; y < part.height; ++y) {
       read(c, own.x0, own.y0 + y, own.width(), part.Row(y));
     }
@@ -131,8 +153,9 @@ bool PictureDecoder::ConvertBand(const Region& band, const Read& read, Canvas* c
   }
   Messages ignored;
   MakeChannels(file_.boxes, &ignored, &ignored, &image);
-  Picture pixels;
+  Picture& pixels = memory->pixels;
   if (!maker_.Make(image, band, &pixels).ok()) return false;
+  memory->GiveBack(&image);
   const size_t left = static_cast<size_t>(band.x - canvas->x) *
                       static_cast<size_t>(pixels.channels()) * pixels.BytesPerSample();
   for (int y = 0; y < band.height; ++y) {
@@ -146,10 +169,12 @@ Status PictureDecoder::Convert(const Region& region, ThreadPool* pool, const Rea
                                Canvas* canvas) const {
   std::atomic<bool> has_failed{false};
   const auto samples = static_cast<int64_t>(components_.components.size()) * region.width;
-  const Status status = ForRowBands(pool, region.height, samples, [&](int64_t begin, int64_t end) {
-    const Region band = {region.x, region.y + static_cast<int>(begin), region.width,
-                         static_cast<int>(end - begin)};
-    if (!ConvertBand(band, read, canvas)) has_failed = true;
+  const Status status = ForRowBandsWith(pool, region.height, samples, [&] {
+    return [&, memory = BandMemory()](int64_t begin, int64_t end) mutable {
+      const Region band = {region.x, region.y + static_cast<int>(begin), region.width,
+                           static_cast<int>(end - begin)};
+      if (!ConvertBand(band, read, &memory, canvas)) has_failed = true;
+    };
   });
   return has_failed ? Status::NoMemory() : status;
 }
