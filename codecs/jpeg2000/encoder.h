@@ -59,7 +59,7 @@ struct EncodeOptions {
 };
 
 // Encodes the rows of a picture. Without layers of a limited size only a row of tiles is in memory,
-// and finished tiles go to the sink, which may be null; `file` gets what is left. The length of a JP2
+// and finished tiles go to the sink, which may be null; `file` gets the rest. The length of a JP2
 // file's last box is open if it is not known when the first bytes go to the sink.
 Status EncodePicture(RowSource* rows, const EncodeOptions& options, ByteSink* sink,
                      ByteBuffer* file);

@@ -20,7 +20,7 @@ constexpr int kMostBits = 16;
 struct Component {
   int width = 0;
   int height = 0;
-  // Of which part of the whole component these are the samples. Without a width it is all of it.
+  // The place of the samples in the whole component. Without a width they are all of it.
   struct Part {
     int whole_width = 0;
     int whole_height = 0;

@@ -92,7 +92,7 @@ bool IsWhole(const OpenedFile& file, const Wanted& wanted) {
   return true;
 }
 
-// A missing tile of which no sample is wanted is reported if the whole picture is wanted.
+// With the whole picture, tiles without samples are decoded too, for their messages.
 std::vector<int> TilesToDecode(const OpenedFile& file, const Wanted& wanted) {
   const bool is_whole = IsWhole(file, wanted);
   std::vector<int> tiles;

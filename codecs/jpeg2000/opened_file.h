@@ -36,7 +36,7 @@ void MakeComponents(const OpenedFile& file, int reduce, Image* image);
 // The picture without samples, as the boxes tell it.
 void MakeForm(const OpenedFile& file, int reduce, Messages* messages, Messages* notes, Image* form);
 
-// Adds what is to be told of the tiles.
+// Adds the reports of the tiles to the messages and notes.
 void TakeReports(const std::vector<TileReport>& reports, FileInfo* info);
 
 // Decodes all tiles that meet the wanted areas. Those are the image's components, in this order.

@@ -32,7 +32,7 @@ bool IsSteeper(const Step& a, const Step& b) { return a.slope > b.slope; }
 
 // The number of later steps that are tried one by one after the first that does not fit.
 constexpr size_t kMostTried = 32;
-// The number of guesses before the search halves what is left.
+// The number of guesses before the search halves the rest.
 constexpr int kMostGuesses = 8;
 constexpr size_t kSortedAtOnce = 1 << 14;
 

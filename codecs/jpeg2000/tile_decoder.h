@@ -17,7 +17,7 @@
 
 namespace zepcodec::jpeg2000 {
 
-// What is wanted of the picture.
+// The part of the picture that is wanted.
 struct Wanted {
   int reduce = 0;           // resolutions to leave out
   int layers = 0;           // 0: all
