@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Any bytes as a JPEG 2000 file: the result is a picture or an error. A region of it and its rows have
-// the same pixels. The first byte selects what to leave out, and the region.
+// Any bytes as a JPEG 2000 file: the result is a picture or an error. A region of it and its rows
+// have the same pixels. The first byte selects what to leave out, and the region.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>

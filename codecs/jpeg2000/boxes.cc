@@ -365,8 +365,8 @@ void WriteLabRange(const LabRange& lab, BoxWriter* writer) {
   writer->Long(lab.is_d65 ? kD65 : kD50);
 }
 
-// A profile for other colours would change the meaning of the samples. Four channels are inks only by
-// a profile that says so.
+// A profile for other colours would change the meaning of the samples. Four channels are inks only
+// by a profile that says so.
 bool HasFittingProfile(const Image& image) {
   if (image.metadata.icc_profile.empty()) return false;
   const ColorSpace color = ColorOfProfile(image.metadata.icc_profile);

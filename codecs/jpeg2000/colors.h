@@ -32,8 +32,8 @@ class PictureMaker {
   PixelLayout layout() const { return layout_; }
   int bits() const { return bits_; }
 
-  // The samples of a region, without metadata. The components need those samples only that NeededOf()
-  // tells. Several threads may call this.
+  // The samples of a region, without metadata. The components need those samples only that
+  // NeededOf() tells. Several threads may call this.
   Status Make(const Image& image, const Region& region, Picture* picture) const;
 
  private:

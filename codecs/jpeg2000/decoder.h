@@ -66,8 +66,8 @@ Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Im
               FileInfo* info);
 
 // The memory that DecodePicture() takes for this file with these options, in addition to the file
-// itself; the estimate is seldom more than twice that. Errors in the main header are the same as from
-// DecodePicture().
+// itself; the estimate is seldom more than twice that. Errors in the main header are the same as
+// from DecodePicture().
 Status EstimateMemory(const uint8_t* data, size_t size, const DecodeOptions& options,
                       int64_t* bytes);
 

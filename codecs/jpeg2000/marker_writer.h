@@ -17,7 +17,8 @@ constexpr size_t kHeaderEndSize = 2;
 
 void WriteMainHeader(const SizeSegment& size, const Parameters& parameters,
                      std::vector<uint8_t>* bytes);
-// The header of a tile's only part. `size`: with this header; 0: the part goes to the end of the file.
+// The header of a tile's only part. `size`: with this header; 0: the part goes to the end of the
+// file.
 void WriteTilePartHeader(int tile, size_t size, std::vector<uint8_t>* bytes);
 // Precedes the packet of this number.
 void WriteStartMarker(int64_t packet, std::vector<uint8_t>* bytes);

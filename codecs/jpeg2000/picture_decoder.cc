@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The samples of a tile become pixels of the picture as soon as it is decoded, in bands of a few
-// rows that stay in the cache. If a pixel needs samples of several tiles, all components are decoded
-// first.
+// rows that stay in the cache. If a pixel needs samples of several tiles, all components are
+// decoded first.
 #include "codecs/jpeg2000/picture_decoder.h"
 
 #include <algorithm>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-// A sample of the code-blocks gets its share of the bytes, steepest steps first. The slope of the last
-// step that fits is about the one at which all blocks will be truncated. Half of it is allowed for
-// the difference. The lowest plane with a step above that, in any block of the sample, is the lowest
-// that is coded in the others: the steps of quantization are such that a plane counts the same in
-// all subbands.
+// A sample of the code-blocks gets its share of the bytes, steepest steps first. The slope of the
+// last step that fits is about the one at which all blocks will be truncated. Half of it is allowed
+// for the difference. The lowest plane with a step above that, in any block of the sample, is the
+// lowest that is coded in the others: the steps of quantization are such that a plane counts the
+// same in all subbands.
 #include "codecs/jpeg2000/rate_forecast.h"
 
 #include <algorithm>

@@ -16,7 +16,8 @@ namespace zepcodec::jpeg2000 {
 // Bands have about that number of samples, so that they stay in the second cache.
 constexpr int64_t kSamplesInABand = 1 << 16;
 
-// Makes a worker on each thread, and calls worker(begin, end) for bands of the rows 0 to `rows` - 1.
+// Makes a worker on each thread, and calls worker(begin, end) for bands of the first
+// `rows` rows.
 template <class MakeWorker>
 Status ForRowBandsWith(ThreadPool* pool, int64_t rows, int64_t samples_in_row,
                        const MakeWorker& make_worker) {

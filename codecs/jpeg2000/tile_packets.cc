@@ -23,7 +23,8 @@ constexpr size_t kStartMarkerSize = 6;
 // Bytes of a precinct's state and its place in the order of packets, in vectors that double.
 constexpr int64_t kMemoryOfPrecinct = 48;
 
-// Whether a precinct has code-blocks in one of the parts. Precincts without code-blocks are read too.
+// Whether a precinct has code-blocks in one of the parts. Precincts without code-blocks are read
+// too.
 bool Meets(const Resolution& resolution, int64_t precinct, const std::array<Rect, 3>& parts) {
   bool has_blocks = false;
   for (size_t b = 0; b < resolution.bands.size(); ++b) {

@@ -23,8 +23,8 @@ namespace zepcodec::jpeg2000 {
 // The part of a tile that is wanted.
 struct WantedPackets {
   int layers = 0;  // 0: all
-  // For each component, the resolutions that are wanted and their windows. Empty windows: nothing of
-  // the component is.
+  // For each component, the resolutions that are wanted and their windows. Empty windows: nothing
+  // of the component is.
   std::vector<std::vector<Window>> windows;
 };
 

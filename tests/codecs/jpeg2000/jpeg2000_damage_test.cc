@@ -153,8 +153,8 @@ size_t DifferentSamples(const Image& a, const Image& b) {
   return count;
 }
 
-// A changed byte in the body of the last packet (the highest frequencies) touches one block of 16 x 16
-// coefficients, the area of 32 x 32 samples and what the filter adds.
+// A changed byte in the body of the last packet (the highest frequencies) touches one block of 16 x
+// 16 coefficients, the area of 32 x 32 samples and what the filter adds.
 TEST(Jpeg2000Damage, ErrorsStayInTheirBlock) {
   const Image image = MakePicture({256, 256, 1, 8, false});
   EncodeOptions options;
@@ -239,7 +239,8 @@ TEST(Jpeg2000Damage, LargeClaimsTakeNoMemory) {
   EXPECT_FALSE(Decode(Claim(0x7FFFFFFF, 0x7FFFFFFF, 0xFF, 4)).status.ok());
   EXPECT_FALSE(Decode(Claim(60000, 60000, 0xFF, 4)).status.ok());
   EXPECT_FALSE(Decode(Claim(60000, 1, 0xFF, 4)).status.ok());
-  // Within what is always accepted, but with a precinct for four samples, or blocks of four by four.
+  // Within what is always accepted, but with a precinct for four samples, or blocks of four by
+  // four.
   for (const Bytes& file : {Claim(4000, 4000, 0x11, 4), Claim(4000, 4000, 0xFF, 0)}) {
     const Decoded decoded = Decode(file);
     EXPECT_TRUE(decoded.status.ok()) << decoded.status.text();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Pictures, rows and files of the JPEG 2000 codec are the same for each number of threads, on damaged
-// files too, and where the system refuses threads or the caller stops the work.
+// Pictures, rows and files of the JPEG 2000 codec are the same for each number of threads, on
+// damaged files too, and where the system refuses threads or the caller stops the work.
 #include <gtest/gtest.h>
 
 #include <algorithm>
