@@ -108,9 +108,6 @@ Shown ChooseShown(const Image& image, Messages* notes) {
 // Colour spaces with another kind of luminance would look wrong as RGB, so they are refused.
 Status CheckColors(const Image& image, Messages* notes) {
   constexpr int kLuminanceSpaces[] = {1, 4, 9, 19, 22, 23};
-  if (image.color == ColorSpace::kLab && image.components.size() < 3) {
-    return Status::Error("a picture in CIELab with fewer than three components");
-  }
   if (image.unknown_color < 0) return Status();
   const std::string number = "the JP2 colour space " + std::to_string(image.unknown_color);
   if (std::find(std::begin(kLuminanceSpaces), std::end(kLuminanceSpaces), image.unknown_color) !=
@@ -130,6 +127,9 @@ int64_t Scaled(int64_t place, int64_t length, int64_t whole) { return place * le
 Status PictureMaker::Prepare(const Image& form, Messages* notes) {
   if (Status status = CheckColors(form, notes); !status.ok()) return status;
   const Shown shown = ChooseShown(form, notes);
+  if (form.color == ColorSpace::kLab && ColorCount(shown.layout) < 3) {
+    return Status::Error("a picture in CIELab with fewer than three components");
+  }
   shown_ = shown.components;
   layout_ = shown.layout;
   color_ = form.color;
@@ -153,7 +153,7 @@ Status PictureMaker::Prepare(const Image& form, Messages* notes) {
     codes_.push_back(std::move(codes));
   }
   if (color_ == ColorSpace::kLab) {
-    const auto bits = [&](size_t i) { return form.components[i].bits; };
+    const auto bits = [&](size_t i) { return form.components[shown_[i]].bits; };
     lab_.emplace(form.lab, std::array<int, 3>{bits(0), bits(1), bits(2)}, static_cast<int>(white));
   }
   return Status();
@@ -198,7 +198,7 @@ void PictureMaker::FillFromLab(const Image& image, const Region& region, Picture
     for (int x = 0; x < region.width; ++x) {
       std::array<int32_t, 3> lab{};
       for (size_t c = 0; c < 3; ++c) {
-        const Component& one = image.components[c];
+        const Component& one = image.components[shown_[c]];
         const int64_t row = Scaled(int64_t{region.y} + y, one.WholeHeight(), height_);
         const int64_t column = Scaled(int64_t{region.x} + x, one.WholeWidth(), width_);
         lab[c] = one.Row(static_cast<int>(row - one.part.top))[column - one.part.left] -

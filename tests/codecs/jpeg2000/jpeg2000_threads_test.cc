@@ -181,6 +181,15 @@ TEST(Jpeg2000Threads, ColorsAreTheSame) {
   }
 }
 
+// Opacity is none of the three.
+TEST(Jpeg2000Threads, LabHasThreeColors) {
+  jpeg2000::Image image = MakePicture({20, 20, 3, 8});
+  image.color = jpeg2000::ColorSpace::kLab;
+  image.alpha = 2;
+  const Result result = DecodePicture(Encode(image, {}), {});
+  EXPECT_EQ(result.status.text(), "a picture in CIELab with fewer than three components");
+}
+
 // Rows that a caller gives when they are asked for.
 class Rows : public zepcodec::RowSource {
  public:
