@@ -6,12 +6,22 @@
 #include "codecs/api/codec.h"
 #include "codecs/api/structs.h"
 #include "codecs/dds/codec.h"
-#include "codecs/support/convert.h"
 
 namespace zepcodec::api {
 namespace {
 
 bool IsDds(const File& file) { return file.size >= 4 && std::memcmp(file.data, "DDS ", 4) == 0; }
+
+dds::DecodeOptions OptionsOf(const DecodeRequest& request) {
+  dds::DecodeOptions options;
+  options.max_pixels = request.options.max_pixels;
+  options.level = request.options.level;
+  options.threads = request.options.threads;
+  options.progress = request.progress;
+  options.region = request.region;
+  options.rows = request.rows;
+  return options;
+}
 
 Status Probe(const File& file, const DecodeRequest& request, Findings* info) {
   dds::Header header;
@@ -30,10 +40,8 @@ Status Probe(const File& file, const DecodeRequest& request, Findings* info) {
   if (request.options.level > info->levels) {
     return Status::BadOption("the file has levels up to " + std::to_string(info->levels));
   }
-  // Some formats are decoded to other channels first.
-  constexpr int64_t kBytesBetween = 4;
-  info->memory = PictureBytes(header.width, header.height,
-                              ChannelCount(layout) * BytesOf(type) + kBytesBetween);
+  info->gives_rows = request.rows != nullptr;
+  info->memory = dds::MemoryToDecode(header, OptionsOf(request));
   return Status();
 }
 
@@ -41,15 +49,12 @@ Status Decode(const File& file, const DecodeRequest& request, Picture* picture, 
   if (request.options.reduce > 0) {
     return Status::Unsupported("smaller versions of a texture are its levels (level, not reduce)");
   }
-  if (Stops(request.progress, 0, 1)) return Status::Cancelled();
   dds::Header header;
-  Status status = dds::Decode(file.data, file.size, request.options.max_pixels,
-                              request.options.level, picture, &header);
+  Status status = dds::Decode(file.data, file.size, OptionsOf(request), picture, &header);
   if (header.pictures > 1) {
     report->notes.Add("the first of " + std::to_string(header.pictures) + " pictures was taken");
   }
-  if (status.ok() && Stops(request.progress, 1, 1)) return Status::Cancelled();
-  return status.ok() ? Cut(request.region, picture) : status;
+  return status;
 }
 
 Status ReadTexture(const Picture& picture, zepcTexture texture, dds::EncodeOptions* options) {
@@ -73,15 +78,13 @@ Status ReadTexture(const Picture& picture, zepcTexture texture, dds::EncodeOptio
 }
 
 Status Encode(RowSource* rows, const EncodeRequest& request, ByteBuffer* bytes) {
-  Picture picture;
-  if (Status status = rows->All(&picture); !status.ok()) return status;
   constexpr int kBc7Modes[] = {-1, 6, -2};
   const zepcDdsOptions given = Complete(request.options.dds);
   dds::EncodeOptions options;
   for (const Status& status :
        {CheckRange("header", given.header, 0, 2), CheckRange("bc7_mode", given.bc7_mode, 0, 2),
         CheckRange("bc7_only", given.bc7_only, 0, 8),
-        ReadTexture(picture, given.texture, &options)}) {
+        ReadTexture(rows->form(), given.texture, &options)}) {
     if (!status.ok()) return status;
   }
   options.has_mipmaps = given.has_mipmaps != 0;
@@ -89,20 +92,8 @@ Status Encode(RowSource* rows, const EncodeRequest& request, ByteBuffer* bytes) 
   options.bc7_mode = given.bc7_only > 0 ? given.bc7_only - 1 : kBc7Modes[given.bc7_mode];
   options.threads = request.options.threads;
   options.progress = request.progress;
-  if (!IsUnsigned(picture.type())) {
-    return Status::Unsupported("textures are made of unsigned samples");
-  }
-  const PixelLayout wanted = dds::LayoutOf(options.format, options.is_ycocg);
-  if (picture.layout() == PixelLayout::kCmyk ||
-      (wanted == PixelLayout::kGrey && !IsGrey(picture.layout())) ||
-      (HasAlpha(picture.layout()) && !HasAlpha(wanted))) {
-    return Status::Unsupported("the texture cannot hold these channels");
-  }
-  if (picture.layout() == wanted && picture.bits() == 8)
-    return dds::Encode(picture, options, bytes);
-  Picture pixels;
-  Status status = Convert(picture, wanted, 8, {}, &pixels);
-  return status.ok() ? dds::Encode(pixels, options, bytes) : status;
+  options.sink = request.sink;
+  return dds::Encode(rows, options, bytes);
 }
 
 }  // namespace

@@ -5,12 +5,15 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
 #include "codecs/dds/header.h"
 #include "codecs/support/byte_buffer.h"
+#include "codecs/support/byte_sink.h"
 #include "codecs/support/picture.h"
 #include "codecs/support/progress.h"
+#include "codecs/support/region.h"
+#include "codecs/support/row_sink.h"
+#include "codecs/support/row_source.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::dds {
@@ -28,19 +31,36 @@ struct EncodeOptions {
   bool has_mipmaps = false;
   HeaderStyle style = HeaderStyle::kFourCc;
   int bc7_mode = -1;  // as zepiTextureEncodeBlockFromRGBA_BC7_8u_C4C1R() has it
-  int threads = 1;    // for BC7; 0: one for each processor
+  int threads = 1;    // 0: one for each processor
   // Reports progress and can cancel; null: neither.
   Progress* progress = nullptr;
+  // Takes the bytes of the file while it is made; null: `file` collects them.
+  ByteSink* sink = nullptr;
 };
 
-// Makes a file of a picture of the layout that LayoutOf() tells. There is no encoder for BC6H.
-Status Encode(const Picture& image, const EncodeOptions& options, ByteBuffer* file);
+// Makes a file of a picture of unsigned samples; pixels are converted to the layout that LayoutOf()
+// tells. A picture with more channels than the format is unsupported. With mipmaps the whole
+// picture is in memory, else some bands of rows. There is no encoder for BC6H.
+Status Encode(RowSource* rows, const EncodeOptions& options, ByteBuffer* file);
 
-// A level of the first picture, BC6H as half floats; level 0 is the picture itself. Pictures of
-// more pixels are refused, and files that hold less than their header announces, before memory is
-// taken.
-Status Decode(const uint8_t* data, size_t size, int64_t max_pixels, int level, Picture* image,
+struct DecodeOptions {
+  int64_t max_pixels = int64_t{1} << 28;  // files that claim more are refused
+  int level = 0;                          // 0 is the picture itself
+  int threads = 1;                        // 0: one for each processor
+  // Reports progress and can cancel; null: neither.
+  Progress* progress = nullptr;
+  WantedRegion region;
+  // Takes bands of rows instead of the picture; null: no.
+  RowSink* rows = nullptr;
+};
+
+// A level of the first picture, or a region of it, BC6H as half floats. Pictures of more pixels are
+// refused, and files that hold less than their header announces, before memory is taken.
+Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Picture* image,
               Header* header);
+
+// The memory that Decode() takes for a file with this header.
+int64_t MemoryToDecode(const Header& header, const DecodeOptions& options);
 
 }  // namespace zepcodec::dds
 

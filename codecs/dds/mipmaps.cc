@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "codecs/support/parallel.h"
+
 namespace zepcodec::dds {
 namespace {
 
@@ -35,35 +37,42 @@ uint64_t TotalWeight(int side) {
   return side == 1 || side % 2 != 0 ? static_cast<uint64_t>(side) : 2;
 }
 
+void HalveRow(const Picture& image, int y, Picture* half) {
+  const auto channels = static_cast<size_t>(image.channels());
+  const uint64_t total = TotalWeight(image.width()) * TotalWeight(image.height());
+  const Taps rows(image.height(), y);
+  uint8_t* out = half->Row(y);
+  for (int x = 0; x < half->width(); ++x) {
+    const Taps columns(image.width(), x);
+    for (size_t c = 0; c < channels; ++c) {
+      uint64_t sum = total / 2;
+      for (int i = 0; i < rows.count; ++i) {
+        const uint8_t* in =
+            image.Row(rows.first + i) + static_cast<size_t>(columns.first) * channels + c;
+        uint64_t row_sum = 0;
+        for (int j = 0; j < columns.count; ++j) {
+          row_sum += columns.weights[j] * in[static_cast<size_t>(j) * channels];
+        }
+        sum += rows.weights[i] * row_sum;
+      }
+      *out++ = static_cast<uint8_t>(sum / total);
+    }
+  }
+}
+
 }  // namespace
 
-Status Halve(const Picture& image, Picture* half) {
+Status Halve(const Picture& image, ThreadPool* pool, Picture* half) {
   const int width = std::max(image.width() / 2, 1);
   const int height = std::max(image.height() / 2, 1);
   if (!half->Resize(width, height, image.layout())) return Status::NoMemory();
-  const auto channels = static_cast<size_t>(image.channels());
-  const uint64_t total = TotalWeight(image.width()) * TotalWeight(image.height());
-  for (int y = 0; y < height; ++y) {
-    const Taps rows(image.height(), y);
-    uint8_t* out = half->Row(y);
-    for (int x = 0; x < width; ++x) {
-      const Taps columns(image.width(), x);
-      for (size_t c = 0; c < channels; ++c) {
-        uint64_t sum = total / 2;
-        for (int i = 0; i < rows.count; ++i) {
-          const uint8_t* in =
-              image.Row(rows.first + i) + static_cast<size_t>(columns.first) * channels + c;
-          uint64_t row_sum = 0;
-          for (int j = 0; j < columns.count; ++j) {
-            row_sum += columns.weights[j] * in[static_cast<size_t>(j) * channels];
-          }
-          sum += rows.weights[i] * row_sum;
-        }
-        *out++ = static_cast<uint8_t>(sum / total);
-      }
-    }
-  }
-  return Status();
+  constexpr int kBand = 16;  // rows
+  return RunParallel(pool, static_cast<size_t>((height + kBand - 1) / kBand), [&] {
+    return [&](size_t band) {
+      const int begin = static_cast<int>(band) * kBand;
+      for (int y = begin; y < std::min(begin + kBand, height); ++y) HalveRow(image, y, half);
+    };
+  });
 }
 
 }  // namespace zepcodec::dds

@@ -48,7 +48,8 @@ void MakeOpaque(zepcodec::Picture* rgba) {
 
 Bytes Encode(const zepcodec::Picture& image, const dds::EncodeOptions& options) {
   zepcodec::ByteBuffer file;
-  const zepcodec::Status status = dds::Encode(image, options, &file);
+  zepcodec::PictureRows rows(image);
+  const zepcodec::Status status = dds::Encode(&rows, options, &file);
   EXPECT_TRUE(status.ok()) << status.text();
   return pictures::ToBytes(file);
 }
@@ -62,13 +63,20 @@ Bytes File(BlockFormat format, HeaderStyle style = HeaderStyle::kFourCc, bool ha
   return Encode(Picture(width, height, dds::LayoutOf(format, false)), options);
 }
 
+dds::DecodeOptions OptionsFor(int level) {
+  dds::DecodeOptions options;
+  options.max_pixels = INT64_MAX;
+  options.level = level;
+  return options;
+}
+
 // In memory that ends where the file ends.
 zepcodec::Status Decode(const Bytes& file, int level, zepcodec::Picture* image,
                         dds::Header* header) {
   harness::Guarded<uint8_t> memory(file.size());
   if (!file.empty()) std::memcpy(memory.data(), file.data(), file.size());
   const zepcodec::Status status =
-      dds::Decode(memory.data(), file.size(), INT64_MAX, level, image, header);
+      dds::Decode(memory.data(), file.size(), OptionsFor(level), image, header);
   EXPECT_EQ(status.ok(), status.text().empty());
   return status;
 }
@@ -147,7 +155,7 @@ TEST(Dds, HalvesOfBc6h) {
     const Bytes file = HalfFile(number);
     zepcodec::Picture picture;
     dds::Header header;
-    ASSERT_EQ(dds::Decode(file.data(), file.size(), INT64_MAX, 0, &picture, &header).text(), "");
+    ASSERT_EQ(Decode(file, 0, &picture, &header).text(), "");
     EXPECT_EQ(header.format, number == 96 ? BlockFormat::kBc6hSigned : BlockFormat::kBc6hUnsigned);
     EXPECT_EQ(picture.type(), zepcodec::SampleType::kF16);
     std::vector<uint16_t> halves(picture.SampleCount());
@@ -170,12 +178,23 @@ TEST(Dds, YCoCgComesBackAsRgb) {
   EXPECT_LE(pictures::Compare(picture, image).mean, 4);
 }
 
-TEST(Dds, OptionsThatDoNotFit) {
+zepcodec::Status StatusOfEncoding(PixelLayout layout, const dds::EncodeOptions& options) {
+  const zepcodec::Picture picture = Picture(4, 4, layout);
+  zepcodec::PictureRows rows(picture);
   zepcodec::ByteBuffer file;
+  return dds::Encode(&rows, options, &file);
+}
+
+TEST(Dds, OptionsThatDoNotFit) {
   dds::EncodeOptions options;
-  EXPECT_FALSE(dds::Encode(Picture(4, 4, PixelLayout::kRgb), options, &file).ok());
+  EXPECT_TRUE(StatusOfEncoding(PixelLayout::kRgb, options).ok());
   options.is_ycocg = true;
-  EXPECT_FALSE(dds::Encode(Picture(4, 4, PixelLayout::kRgb), options, &file).ok());
+  EXPECT_FALSE(StatusOfEncoding(PixelLayout::kRgb, options).ok());
+  options = dds::EncodeOptions();
+  options.format = BlockFormat::kBc4;
+  EXPECT_FALSE(StatusOfEncoding(PixelLayout::kRgb, options).ok());
+  options.format = BlockFormat::kBc5;
+  EXPECT_FALSE(StatusOfEncoding(PixelLayout::kRgba, options).ok());
 }
 
 // The mean of an area whose borders lie anywhere, in floating point.
@@ -199,13 +218,18 @@ double MeanOfArea(const zepcodec::Picture& image, int x, int y, size_t channel, 
   return sum / (x_scale * y_scale);
 }
 
+bool Halve(const zepcodec::Picture& image, zepcodec::Picture* half) {
+  zepcodec::ThreadPool pool(2);
+  return dds::Halve(image, &pool, half).ok();
+}
+
 TEST(Dds, LevelsAreMeansOfAreas) {
   for (int width = 1; width <= 11; ++width) {
     for (int height = 1; height <= 9; ++height) {
       for (const PixelLayout layout : {PixelLayout::kGrey, PixelLayout::kRgba}) {
         const zepcodec::Picture image = Picture(width, height, layout);
         zepcodec::Picture half;
-        ASSERT_TRUE(dds::Halve(image, &half).ok());
+        ASSERT_TRUE(Halve(image, &half));
         ASSERT_EQ(half.width(), std::max(width / 2, 1));
         ASSERT_EQ(half.height(), std::max(height / 2, 1));
         const auto channels = static_cast<size_t>(image.channels());
@@ -229,7 +253,7 @@ TEST(Dds, AFullChainOfLevels) {
   zepcodec::Picture expected = Picture(37, 150, PixelLayout::kRgba);
   for (int level = 1; level < 8; ++level) {
     zepcodec::Picture half;
-    ASSERT_TRUE(dds::Halve(expected, &half).ok());
+    ASSERT_TRUE(Halve(expected, &half));
     expected = std::move(half);
     ASSERT_TRUE(Decode(file, level, &image, &header).ok());
     EXPECT_EQ(image.width(), std::max(37 >> level, 1));
@@ -394,8 +418,11 @@ TEST(Dds, TheLimitOfPixelsHolds) {
   const Bytes file = File(BlockFormat::kBc1, HeaderStyle::kFourCc, false, 20, 10);
   zepcodec::Picture image;
   dds::Header header;
-  EXPECT_TRUE(dds::Decode(file.data(), file.size(), 200, 0, &image, &header).ok());
-  EXPECT_NE(dds::Decode(file.data(), file.size(), 199, 0, &image, &header).text().find("limit"),
+  dds::DecodeOptions options;
+  options.max_pixels = 200;
+  EXPECT_TRUE(dds::Decode(file.data(), file.size(), options, &image, &header).ok());
+  options.max_pixels = 199;
+  EXPECT_NE(dds::Decode(file.data(), file.size(), options, &image, &header).text().find("limit"),
             std::string::npos);
 }
 

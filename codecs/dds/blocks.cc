@@ -1,0 +1,193 @@
+// SPDX-License-Identifier: MIT
+#include "codecs/dds/blocks.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "codecs/dds/codec.h"
+#include "codecs/dds/ycocg.h"
+#include "codecs/support/convert.h"
+#include "zepjp.h"
+
+namespace zepcodec::dds {
+namespace {
+
+// The layout that the functions of BC5 use.
+constexpr size_t kRg = 2;
+constexpr int kBand = 16;  // rows of pixels that are converted at once
+
+Status StatusOf(zepStatus status) {
+  return status == zepStatusOk ? Status() : Status::Error(zepStatusName(status));
+}
+
+// Channels of the stage's pixels; 0: the stage takes the picture's own.
+size_t ScratchChannels(const Coding& coding, bool encodes) {
+  if (coding.is_ycocg) return encodes ? 3 : 4;
+  if (coding.format == BlockFormat::kBc5) return kRg;
+  return encodes && coding.format == BlockFormat::kBc2 ? 4 : 0;
+}
+
+// The nearest of the sixteen values that BC2 has, v * 17.
+uint8_t AlphaOfBc2(uint8_t alpha) { return static_cast<uint8_t>((alpha + 8) / 17 * 17); }
+
+// The stage gives 16 v for the alpha v, so that nothing would be opaque; other programs show 17 v.
+void WidenAlphaOfBc2(uint8_t* rgba, size_t pixels) {
+  for (size_t i = 3; i < 4 * pixels; i += 4) rgba[i] = static_cast<uint8_t>(rgba[i] | rgba[i] >> 4);
+}
+
+Status EncodeStage(const Coding& coding, const uint8_t* pixels, zepiSize size, size_t channels,
+                   uint8_t* blocks) {
+  const int32_t step = size.width * static_cast<int32_t>(channels);
+  if (coding.is_ycocg) {
+    return StatusOf(zepiTextureEncodeBlockFromYCoCg_DXT5_8u_C3C1R(pixels, step, size, blocks));
+  }
+  switch (coding.format) {
+    case BlockFormat::kBc1:
+      return StatusOf(zepiTextureEncodeBlockFromRGBA_DXT1_8u_C4C1R(pixels, step, size, blocks));
+    case BlockFormat::kBc2:
+      return StatusOf(zepiTextureEncodeBlockFromRGBA_DXT3_8u_C4C1R(pixels, step, size, blocks));
+    case BlockFormat::kBc3:
+      return StatusOf(zepiTextureEncodeBlockFromRGBA_DXT5_8u_C4C1R(pixels, step, size, blocks));
+    case BlockFormat::kBc4:
+      return StatusOf(zepiTextureEncodeBlock_BC4_8u_C1R(pixels, step, size, blocks));
+    case BlockFormat::kBc5:
+      return StatusOf(zepiTextureEncodeBlockFromRG_BC5_8u_C2C1R(pixels, step, size, blocks));
+    case BlockFormat::kBc7:
+      return StatusOf(
+          zepiTextureEncodeBlockFromRGBA_BC7_8u_C4C1R(pixels, step, size, blocks, coding.bc7_mode));
+    default: return Status::Error("there is no encoder for BC6H");
+  }
+}
+
+}  // namespace
+
+Status BlockEncoder::Encode(const Picture& rows, uint8_t* blocks) {
+  const PixelLayout layout = LayoutOf(coding_.format, coding_.is_ycocg);
+  if (rows.layout() == layout && rows.bits() == 8) return EncodeLayout(rows, blocks);
+  Status status = Convert(rows, layout, 8, {}, &converted_);
+  return status.ok() ? EncodeLayout(converted_, blocks) : status;
+}
+
+Status BlockEncoder::EncodeLayout(const Picture& rows, uint8_t* blocks) {
+  const zepiSize size = {rows.width(), rows.height()};
+  const size_t channels = ScratchChannels(coding_, true);
+  if (channels == 0) {
+    return EncodeStage(coding_, rows.Row(0), size, static_cast<size_t>(rows.channels()), blocks);
+  }
+  const size_t pixels = rows.SampleCount() / static_cast<size_t>(rows.channels());
+  if (!scratch_.Resize(channels * pixels)) return Status::NoMemory();
+  FillScratch(rows);
+  return EncodeStage(coding_, scratch_.data(), size, channels, blocks);
+}
+
+void BlockEncoder::FillScratch(const Picture& rows) {
+  const uint8_t* in = rows.Row(0);
+  uint8_t* out = scratch_.data();
+  const size_t pixels = rows.SampleCount() / static_cast<size_t>(rows.channels());
+  if (coding_.is_ycocg) {
+    RgbToYCoCg(in, pixels, out);
+  } else if (coding_.format == BlockFormat::kBc5) {
+    for (size_t i = 0; i < pixels; ++i, in += 3, out += kRg) {
+      out[0] = in[0];
+      out[1] = in[1];
+    }
+  } else {
+    std::memcpy(out, in, 4 * pixels);
+    for (size_t i = 3; i < 4 * pixels; i += 4) out[i] = AlphaOfBc2(out[i]);
+  }
+}
+
+size_t BlockDecoder::MemoryOf(const Coding& coding, int width) {
+  constexpr size_t kMostBytes = 6;  // of a pixel
+  const size_t rows = 4 * kMostBytes + kBand * ScratchChannels(coding, false);
+  return (static_cast<size_t>(width) + 3) * rows;
+}
+
+Status BlockDecoder::Decode(const BlockRows& blocks, int left, int top, int y, int count,
+                            Picture* image) {
+  const int width = left + image->width();
+  const bool has_whole_rows = BlockRowBytes(coding_.format, width) == blocks.row_bytes;
+  if (left == 0 && top == 0 && has_whole_rows) {
+    return DecodeBands(blocks, y, count, image);
+  }
+  const size_t pixel = image->BytesPerSample() * static_cast<size_t>(image->channels());
+  const size_t row_bytes = pixel * static_cast<size_t>(width);
+  if (!row_.Resize(4 * row_bytes)) return Status::NoMemory();
+  const uint8_t* from = blocks.first;
+  for (const int end = y + count; y < end; from += blocks.row_bytes, top = 0) {
+    const int bottom = std::min(4, top + end - y);
+    Status status = DecodePixels(from, width, bottom, row_.data());
+    if (!status.ok()) return status;
+    for (; top < bottom; ++top, ++y) {
+      std::memcpy(
+          image->Row(y),
+          row_.data() + static_cast<size_t>(top) * row_bytes + static_cast<size_t>(left) * pixel,
+          image->Stride());
+    }
+  }
+  return Status();
+}
+
+// Pixels that a stage makes in another layout stay in the cache until they are converted.
+Status BlockDecoder::DecodeBands(const BlockRows& blocks, int y, int count, Picture* image) {
+  const int band = ScratchChannels(coding_, false) == 0 ? count : kBand;
+  Status status;
+  for (int row = 0; row < count && status.ok(); row += band) {
+    status = DecodePixels(blocks.first + static_cast<size_t>(row / 4) * blocks.row_bytes,
+                          image->width(), std::min(band, count - row), image->Row(y + row));
+  }
+  return status;
+}
+
+Status BlockDecoder::DecodePixels(const uint8_t* blocks, int width, int height, uint8_t* pixels) {
+  const size_t count = static_cast<size_t>(width) * static_cast<size_t>(height);
+  const size_t channels = ScratchChannels(coding_, false);
+  if (channels == 0) {
+    Status status = DecodeStage(blocks, width, height, pixels);
+    if (coding_.format == BlockFormat::kBc2) WidenAlphaOfBc2(pixels, count);
+    return status;
+  }
+  if (!scratch_.Resize(channels * count)) return Status::NoMemory();
+  Status status = DecodeStage(blocks, width, height, scratch_.data());
+  const uint8_t* in = scratch_.data();
+  if (coding_.is_ycocg) {
+    YCoCgToRgb(in, count, pixels);
+    return status;
+  }
+  for (size_t i = 0; i < count; ++i, in += kRg, pixels += 3) {
+    pixels[0] = in[0];
+    pixels[1] = in[1];
+    pixels[2] = 0;
+  }
+  return status;
+}
+
+Status BlockDecoder::DecodeStage(const uint8_t* blocks, int width, int height,
+                                 uint8_t* pixels) const {
+  const zepiSize size = {width, height};
+  auto* const halves = reinterpret_cast<uint16_t*>(pixels);
+  switch (coding_.format) {
+    case BlockFormat::kBc1:
+      return StatusOf(zepiTextureDecodeBlockToRGBA_DXT1_8u_C1C4R(blocks, pixels, 4 * width, size));
+    case BlockFormat::kBc2:
+      return StatusOf(zepiTextureDecodeBlockToRGBA_DXT3_8u_C1C4R(blocks, pixels, 4 * width, size));
+    case BlockFormat::kBc3:
+      return StatusOf(zepiTextureDecodeBlockToRGBA_DXT5_8u_C1C4R(blocks, pixels, 4 * width, size));
+    case BlockFormat::kBc4:
+      return StatusOf(zepiTextureDecodeBlock_BC4_8u_C1R(blocks, pixels, width, size));
+    case BlockFormat::kBc5:
+      return StatusOf(zepiTextureDecodeBlockToRG_BC5_8u_C1C2R(
+          blocks, pixels, static_cast<int32_t>(kRg) * width, size));
+    case BlockFormat::kBc7:
+      return StatusOf(zepiTextureDecodeBlockToRGBA_BC7_8u_C1C4R(blocks, pixels, 4 * width, size));
+    case BlockFormat::kBc6hUnsigned:
+      return StatusOf(
+          zepiTextureDecodeBlockToRGB_BC6HU_8u16u_C1C3R(blocks, halves, 6 * width, size));
+    case BlockFormat::kBc6hSigned:
+      return StatusOf(
+          zepiTextureDecodeBlockToRGB_BC6HS_8u16u_C1C3R(blocks, halves, 6 * width, size));
+  }
+  return Status();
+}
+
+}  // namespace zepcodec::dds
