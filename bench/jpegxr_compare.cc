@@ -89,7 +89,10 @@ void Compare(const std::string& path, const zepcodec::Picture& image, const Mode
   std::vector<uint8_t> theirs;
   std::vector<uint8_t> codestream;
   for (int round = 0; round < rounds; ++round) {
-    encode[0].Time([&] { Require(jpegxr::Encode(image, options, &ours)); });
+    encode[0].Time([&] {
+      zepcodec::PictureRows rows(image);
+      Require(jpegxr::Encode(&rows, options, &ours));
+    });
     encode[1].Time([&] {
       theirs = rival::EncodeJxr(image.Row(0), image.width(), image.height(), rival_options);
     });

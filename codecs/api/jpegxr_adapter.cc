@@ -22,6 +22,8 @@ jpegxr::DecodeOptions OptionsOf(const DecodeRequest& request) {
   options.max_pixels = request.options.max_pixels;
   options.threads = request.options.threads;
   options.progress = request.progress;
+  options.region = request.region;
+  options.rows = request.rows;
   return options;
 }
 
@@ -41,6 +43,7 @@ Status Probe(const File& file, const DecodeRequest& request, Findings* info) {
   info->components = static_cast<int32_t>(frame.plane.Components());
   info->tiles_across = static_cast<int32_t>(frame.columns.size()) - 1;
   info->tiles_down = static_cast<int32_t>(frame.rows.size()) - 1;
+  info->gives_rows = request.rows != nullptr && !found.has_own_alpha;
   FillMetadata(found.metadata, info);
   status = jpegxr::EstimateMemory(file.data, file.size, OptionsOf(request), &info->memory);
   info->memory += MemoryOf(found.metadata);
@@ -56,22 +59,21 @@ Status Decode(const File& file, const DecodeRequest& request, Picture* picture, 
   report->damage = std::move(info.messages);
   report->notes = std::move(info.notes);
   picture->metadata() = std::move(info.metadata);
-  return status.ok() ? Cut(request.region, picture) : status;
+  return status;
 }
 
 Status Encode(RowSource* rows, const EncodeRequest& request, ByteBuffer* bytes) {
-  Picture picture;
-  if (Status status = rows->All(&picture); !status.ok()) return status;
+  const Picture& form = rows->form();
   const zepcJpegXrOptions given = Complete(request.options.jpeg_xr);
   for (const Status& status : {CheckRange("quality", given.quality, 0, 100),
                                CheckRange("sampling", given.sampling, 0, zepcSampling420),
                                CheckRange("overlap", given.overlap, -1, 1)}) {
     if (!status.ok()) return status;
   }
-  if (HasAlpha(picture.layout()) || picture.layout() == PixelLayout::kCmyk) {
+  if (HasAlpha(form.layout()) || form.layout() == PixelLayout::kCmyk) {
     return Status::Unsupported("JPEG XR files hold grey and RGB here, no opacity and no inks");
   }
-  if (picture.bits() != 8 * BytesOf(picture.type())) {
+  if (form.bits() != 8 * BytesOf(form.type())) {
     return Status::Unsupported("JPEG XR files hold samples of 8 and 16 bits, none between");
   }
   jpegxr::EncodeOptions options;
@@ -86,7 +88,8 @@ Status Encode(RowSource* rows, const EncodeRequest& request, ByteBuffer* bytes) 
   options.tile_height = given.tile_height;
   options.threads = request.options.threads;
   options.progress = request.progress;
-  return jpegxr::Encode(picture, options, bytes);
+  options.sink = request.sink;
+  return jpegxr::Encode(rows, options, bytes);
 }
 
 }  // namespace

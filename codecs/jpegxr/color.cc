@@ -197,69 +197,40 @@ void DoubleRow(const int32_t* from, size_t count, int32_t* to) {
   to[2 * count - 2] = to[2 * count - 1] = from[count - 1];
 }
 
-// Chroma row `y` of the full picture.
-const int32_t* FullRow(const Window& plane, bool is_420, size_t y, int32_t* narrow, int32_t* wide) {
-  if (!is_420) {
-    DoubleRow(plane.Row(y), plane.width, wide);
-    return wide;
-  }
-  const int32_t* const row = plane.Row(y / 2);
-  if (y % 2 == 0 || y / 2 + 1 == plane.height) {
-    DoubleRow(row, plane.width, wide);
-    return wide;
-  }
-  const int32_t* const next = plane.Row(y / 2 + 1);
-  for (size_t x = 0; x < plane.width; ++x) narrow[x] = MeanUp(row[x], next[x]);
-  DoubleRow(narrow, plane.width, wide);
-  return wide;
-}
-
-constexpr size_t kRowsAtOnce = 16;
-
-// Calls make_worker()(y) for all rows, on several threads, each with a worker of its own.
-template <class MakeWorker>
-Status ForRows(size_t threads, size_t height, const MakeWorker& make_worker) {
-  return RunParallel(threads, (height + kRowsAtOnce - 1) / kRowsAtOnce, [&] {
-    return [&, worker = make_worker()](size_t item) mutable {
-      const size_t end = std::min(height, (item + 1) * kRowsAtOnce);
-      for (size_t y = item * kRowsAtOnce; y < end; ++y) worker(y);
-    };
-  });
+// A row between two others.
+const int32_t* MeanRow(const int32_t* row, const int32_t* next, size_t count, int32_t* mean) {
+  for (size_t x = 0; x < count; ++x) mean[x] = MeanUp(row[x], next[x]);
+  return mean;
 }
 
 }  // namespace
 
-PixelReader::PixelReader(const Picture& image, const FrameHeader& frame, size_t kept_mb_rows,
-                         CodedPlane* plane)
-    : image_(image), frame_(frame), plane_(plane) {
-  if (plane->header.color != ColorFormat::k420) return;
+PixelReader::PixelReader(const FrameHeader& frame, size_t kept_mb_rows, CodedPlane* plane)
+    : frame_(frame), plane_(plane) {
   const Window luma = plane->components[0].values.All();
-  const size_t kept = kept_mb_rows == 0 ? SIZE_MAX : 16 * kept_mb_rows;
-  for (Plane& narrow : narrow_) narrow.Resize(luma.width / 2, luma.height, kept);
+  if (IsSubsampled(plane->header.color)) {
+    for (auto& row : chroma_) row.resize(luma.width);
+  }
+  if (plane->header.color != ColorFormat::k420) return;
+  for (Plane& narrow : narrow_) narrow.Resize(luma.width / 2, luma.height, 16 * kept_mb_rows);
 }
 
-// Chroma at half the width.
 Window PixelReader::NarrowChroma(size_t component) {
   return plane_->header.color == ColorFormat::k420 ? narrow_[component - 1].All()
                                                    : plane_->components[component].values.All();
 }
 
-void PixelReader::ReadRow(size_t y, Scratch* scratch) {
+void PixelReader::ReadRow(size_t y, const uint8_t* pixels, const Picture& form) {
   const PlaneHeader& header = plane_->header;
   const bool is_small = IsSubsampled(header.color);
   const Window luma = plane_->components[0].values.All();
-  const auto width = static_cast<size_t>(image_.width());
-  const auto last = static_cast<size_t>(image_.height()) - 1;
+  const auto width = static_cast<size_t>(form.width());
   Rows<int32_t> rows = {luma.Row(y), nullptr, nullptr};
-  if (is_small) {
-    for (auto& row : scratch->chroma) row.resize(luma.width);
-  }
   if (header.Components() == 3) {
-    rows.u = is_small ? scratch->chroma[0].data() : plane_->components[1].values.All().Row(y);
-    rows.v = is_small ? scratch->chroma[1].data() : plane_->components[2].values.All().Row(y);
+    rows.u = is_small ? chroma_[0].data() : plane_->components[1].values.All().Row(y);
+    rows.v = is_small ? chroma_[1].data() : plane_->components[2].values.All().Row(y);
   }
-  const uint8_t* const pixels = image_.Row(static_cast<int>(std::min(y, last)));
-  const auto stride = static_cast<size_t>(image_.channels() * BytesOf(image_.type()));
+  const auto stride = static_cast<size_t>(form.channels() * BytesOf(form.type()));
   if (IsRgb8(frame_.type, header, stride)) {
     SplitRgbRow(pixels, width, ShiftOf(header), Offset(frame_.type, header),
                 {rows.y, rows.u, rows.v});
@@ -289,8 +260,10 @@ void PixelReader::HalveDown(size_t y) {
   }
 }
 
-void PixelReader::ReadMbRow(size_t mb_row) {
-  for (size_t y = 16 * mb_row; y < 16 * (mb_row + 1); ++y) ReadRow(y, &scratch_);
+void PixelReader::ReadMbRow(size_t mb_row, const Picture& rows) {
+  for (int y = 0; y < 16; ++y) {
+    ReadRow(16 * mb_row + static_cast<size_t>(y), rows.Row(std::min(y, rows.height() - 1)), rows);
+  }
   if (plane_->header.color != ColorFormat::k420) return;
   // The filter of the last row needs rows of the next row of macroblocks.
   const bool is_last = mb_row + 1 == frame_.MbHeight();
@@ -298,45 +271,48 @@ void PixelReader::ReadMbRow(size_t mb_row) {
   for (; halved_ < end; ++halved_) HalveDown(halved_);
 }
 
-Status FromImage(const Picture& image, const FrameHeader& frame, size_t threads,
-                 CodedPlane* plane) {
-  PixelReader reader(image, frame, 0, plane);
-  Status status = ForRows(threads, plane->components[0].values.height(), [&] {
-    return [&, scratch = PixelReader::Scratch()](size_t y) mutable { reader.ReadRow(y, &scratch); };
-  });
-  if (!status.ok() || plane->header.color != ColorFormat::k420) return status;
-  return ForRows(threads, plane->components[1].values.height(),
-                 [&] { return [&](size_t y) { reader.HalveDown(y); }; });
-}
-
-PixelWriter::PixelWriter(const FrameHeader& frame, int channel, CodedPlane* plane, Picture* image)
-    : frame_(frame), channel_(channel), plane_(plane), image_(image) {
+PixelWriter::PixelWriter(const FrameHeader& frame, int channel, const Region& region,
+                         CodedPlane* plane)
+    : frame_(frame),
+      channel_(channel),
+      plane_(plane),
+      left_(static_cast<size_t>(region.x) + frame.extra_left),
+      top_(static_cast<size_t>(region.y) + frame.extra_top) {
+  if (!IsSubsampled(plane->header.color)) return;
   const size_t width = plane->components[0].values.width();
   narrow_.resize(width);
   for (auto& row : wide_) row.resize(width + 16);
 }
 
-// A chroma component at full resolution.
+// A chroma component at full resolution, from the region's left border on.
 const int32_t* PixelWriter::ChromaRow(size_t component, size_t y) {
   const Window all = plane_->components[component].values.All();
   const ColorFormat color = plane_->header.color;
-  if (!IsSubsampled(color)) return all.Row(y);
-  return FullRow(all, color == ColorFormat::k420, y, narrow_.data(), wide_[component - 1].data());
+  if (!IsSubsampled(color)) return all.Row(y) + left_;
+  const size_t first = left_ / 2;
+  const size_t count = all.width - first;
+  const size_t row = color == ColorFormat::k420 ? y / 2 : y;
+  const bool is_between = color == ColorFormat::k420 && y % 2 != 0 && row + 1 < all.height;
+  const int32_t* from = all.Row(row) + first;
+  if (is_between) from = MeanRow(from, all.Row(row + 1) + first, count, narrow_.data());
+  int32_t* const wide = wide_[component - 1].data();
+  DoubleRow(from, count, wide);
+  return wide + left_ % 2;
 }
 
-void PixelWriter::WriteRow(size_t y) {
+void PixelWriter::WriteRow(int y, uint8_t* pixels, const Picture& form) {
   const PlaneHeader& header = plane_->header;
-  const auto stride = static_cast<size_t>(image_->channels() * BytesOf(image_->type()));
+  const auto stride = static_cast<size_t>(form.channels() * BytesOf(form.type()));
   const int32_t rounding = Rounding(frame_.type, header, frame_.has_alpha && channel_ > 0);
-  const size_t row = y + frame_.extra_top;
-  Rows<const int32_t> rows = {plane_->components[0].values.All().Row(row) + frame_.extra_left,
-                              nullptr, nullptr};
+  const size_t row = top_ + static_cast<size_t>(y);
+  Rows<const int32_t> rows = {plane_->components[0].values.All().Row(row) + left_, nullptr,
+                              nullptr};
   if (header.Components() == 3) {
-    rows.u = ChromaRow(1, row) + frame_.extra_left;
-    rows.v = ChromaRow(2, row) + frame_.extra_left;
+    rows.u = ChromaRow(1, row);
+    rows.v = ChromaRow(2, row);
   }
-  const auto width = static_cast<size_t>(image_->width());
-  uint8_t* const pixels = image_->Row(static_cast<int>(y)) + channel_ * BytesOf(image_->type());
+  const auto width = static_cast<size_t>(form.width());
+  pixels += channel_ * BytesOf(form.type());
   if (IsRgb8(frame_.type, header, stride)) {
     JoinRgbRow({rows.y, rows.u, rows.v}, width, ShiftOf(header),
                Offset(frame_.type, header) + rounding, pixels);
@@ -344,15 +320,6 @@ void PixelWriter::WriteRow(size_t y) {
     kJoin[static_cast<int>(frame_.type)](rows, width, frame_.type, header, rounding, stride,
                                          pixels);
   }
-}
-
-Status ToImage(const FrameHeader& frame, int channel, size_t threads, CodedPlane* plane,
-               Picture* image) {
-  return ForRows(threads, static_cast<size_t>(image->height()), [&] {
-    return [writer = PixelWriter(frame, channel, plane, image)](size_t y) mutable {
-      writer.WriteRow(y);
-    };
-  });
 }
 
 }  // namespace zepcodec::jpegxr

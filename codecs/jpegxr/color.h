@@ -9,11 +9,8 @@
 #include <vector>
 
 #include "codecs/jpegxr/coded_plane.h"
-#include "codecs/support/byte_buffer.h"
-#include "codecs/support/messages.h"
-#include "codecs/support/parallel.h"
 #include "codecs/support/picture.h"
-#include "codecs/support/status.h"
+#include "codecs/support/region.h"
 
 namespace zepcodec::jpegxr {
 
@@ -21,43 +18,34 @@ namespace zepcodec::jpegxr {
 // macroblocks.
 class PixelReader {
  public:
-  // Rows of chroma before they are halved.
-  struct Scratch {
-    std::vector<int32_t> chroma[2];
-  };
-
   // `kept_mb_rows`: as the plane was made with.
-  PixelReader(const Picture& image, const FrameHeader& frame, size_t kept_mb_rows,
-              CodedPlane* plane);
+  PixelReader(const FrameHeader& frame, size_t kept_mb_rows, CodedPlane* plane);
 
-  // Reads a row of macroblocks. With 4:2:0 the last row of chroma samples follows with the next
-  // row.
-  void ReadMbRow(size_t mb_row);
-
-  // The two steps of it: reads a row of samples; makes a row of 4:2:0 chroma from five rows.
-  void ReadRow(size_t y, Scratch* scratch);
-  void HalveDown(size_t y);
+  // Reads a row of macroblocks, whose pixels are those of `rows`. With 4:2:0 the last row of chroma
+  // samples follows with the next row.
+  void ReadMbRow(size_t mb_row, const Picture& rows);
 
  private:
+  void ReadRow(size_t y, const uint8_t* pixels, const Picture& form);
+  void HalveDown(size_t y);
   Window NarrowChroma(size_t component);
 
-  const Picture& image_;
   const FrameHeader& frame_;
   CodedPlane* plane_;
-  Plane narrow_[2];
-  Scratch scratch_;
+  Plane narrow_[2];                 // chroma at half the width
+  std::vector<int32_t> chroma_[2];  // rows of it at full width
   size_t halved_ = 0;
 };
 
-// Reads the whole picture.
-Status FromImage(const Picture& image, const FrameHeader& frame, size_t threads, CodedPlane* plane);
-
-// Writes rows of the picture; the first component goes to channel `channel` of its pixels.
+// Writes pixels of a region.
 class PixelWriter {
  public:
-  PixelWriter(const FrameHeader& frame, int channel, CodedPlane* plane, Picture* image);
+  // The first component goes to channel `channel` of the pixels.
+  PixelWriter(const FrameHeader& frame, int channel, const Region& region, CodedPlane* plane);
   static size_t MemoryOf(size_t mb_width) { return 3 * (16 * mb_width + 16) * sizeof(int32_t); }
-  void WriteRow(size_t y);
+
+  // Row `y` of the region, to pixels as the picture has them.
+  void WriteRow(int y, uint8_t* pixels, const Picture& form);
 
  private:
   const int32_t* ChromaRow(size_t component, size_t y);
@@ -65,12 +53,10 @@ class PixelWriter {
   const FrameHeader& frame_;
   int channel_;
   CodedPlane* plane_;
-  Picture* image_;
+  size_t left_;  // in the coded picture
+  size_t top_;
   std::vector<int32_t> wide_[2], narrow_;
 };
-
-Status ToImage(const FrameHeader& frame, int channel, size_t threads, CodedPlane* plane,
-               Picture* image);
 
 }  // namespace zepcodec::jpegxr
 

@@ -147,19 +147,20 @@ void ApplyTransform(int transform, Container* container) {
 }
 
 Status WriteContainer(const Picture& image, const std::vector<uint8_t>& codestream_header,
-                      const std::vector<Span>& packets, ByteBuffer* file) {
+                      const std::vector<Span>& packets, ByteSink* sink, ByteBuffer* file) {
   uint64_t size = codestream_header.size();
   for (const Span& packet : packets) size += packet.size;
   const uint64_t start = MakeHead(image, 0, 0).size();
   if (size + start > UINT32_MAX) return Status::Error("too large for a file of this kind");
   const std::vector<uint8_t> head = MakeHead(image, start, size);
-  if (!file->Resize(0) || !file->MakeRoom(static_cast<size_t>(start + size)) ||
+  if (!file->Resize(0) || (sink == nullptr && !file->MakeRoom(static_cast<size_t>(start + size))) ||
       !file->Append(head.data(), head.size()) ||
       !file->Append(codestream_header.data(), codestream_header.size())) {
     return Status::NoMemory();
   }
   for (const Span& packet : packets) {
     if (!file->Append(packet.data, packet.size)) return Status::NoMemory();
+    if (Status status = PassOn(sink, file); !status.ok()) return status;
   }
   return Status();
 }

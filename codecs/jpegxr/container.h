@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "codecs/support/byte_buffer.h"
+#include "codecs/support/byte_sink.h"
 #include "codecs/support/messages.h"
 #include "codecs/support/metadata.h"
 #include "codecs/support/parallel.h"
@@ -37,9 +38,9 @@ Status ReadContainer(const uint8_t* data, size_t size, Messages* messages, Messa
 // Takes the orientation from a codestream if the container has none.
 void ApplyTransform(int transform, Container* container);
 
-// Puts the codestream of a picture, with its metadata, into a file.
+// Puts the codestream of a picture, with its metadata, into a file. The sink may be null.
 Status WriteContainer(const Picture& image, const std::vector<uint8_t>& codestream_header,
-                      const std::vector<Span>& packets, ByteBuffer* file);
+                      const std::vector<Span>& packets, ByteSink* sink, ByteBuffer* file);
 
 }  // namespace zepcodec::jpegxr
 

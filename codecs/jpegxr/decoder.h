@@ -13,9 +13,10 @@
 #include "codecs/jpegxr/codestream.h"
 #include "codecs/support/byte_buffer.h"
 #include "codecs/support/messages.h"
-#include "codecs/support/parallel.h"
 #include "codecs/support/picture.h"
 #include "codecs/support/progress.h"
+#include "codecs/support/region.h"
+#include "codecs/support/row_sink.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpegxr {
@@ -28,12 +29,17 @@ struct DecodeOptions {
   int threads = 0;
   // Null: no callback.
   Progress* progress = nullptr;
+  WantedRegion region;
+  // Takes some rows at a time instead of the picture; null: no. A file whose opacity is a codestream of
+  // its own gives the picture nevertheless.
+  RowSink* rows = nullptr;
 };
 
 // The contents of a file's headers, and the damage that was found.
 struct FileInfo {
   FrameHeader frame;
   PixelLayout layout = PixelLayout::kGrey;  // includes opacity that is coded separately
+  bool has_own_alpha = false;               // which is a codestream of its own
   Metadata metadata;
   Messages messages;
   Messages notes;  // about metadata
@@ -44,7 +50,8 @@ struct FileInfo {
 // files can be shown.
 constexpr int64_t kAlwaysAcceptedSamples = 1 << 24;
 
-// Decodes a picture. On an error there is no picture; damaged parts are listed in the messages.
+// Decodes a picture, or a region of it. On an error there is no picture; damaged parts of the tiles
+// that were decoded are listed in the messages.
 Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Picture* image,
               FileInfo* info);
 

@@ -2,17 +2,13 @@
 #include "codecs/jpegxr/encoder.h"
 
 #include <algorithm>
-#include <memory>
 #include <new>
 #include <vector>
 
-#include "codecs/jpegxr/coded_plane.h"
-#include "codecs/jpegxr/color.h"
 #include "codecs/jpegxr/container.h"
+#include "codecs/jpegxr/frame_encoder.h"
 #include "codecs/jpegxr/header_writer.h"
 #include "codecs/jpegxr/quantizer.h"
-#include "codecs/jpegxr/tile_encoder.h"
-#include "codecs/jpegxr/transform.h"
 
 namespace zepcodec::jpegxr {
 namespace {
@@ -104,11 +100,8 @@ Status MakeFrameHeader(const Picture& image, const EncodeOptions& options, Frame
   return Status();
 }
 
-// The packets of each tile.
-using Packets = std::vector<std::vector<std::vector<uint8_t>>>;
-
-Status WriteFile(const Picture& image, const FrameHeader& frame, const Packets& tiles,
-                 ByteBuffer* file) {
+Status WriteFile(const Picture& form, const FrameHeader& frame, const Packets& tiles,
+                 ByteSink* sink, ByteBuffer* file) {
   std::vector<uint64_t> sizes;
   std::vector<Span> packets;
   for (const auto& tile : tiles) {
@@ -117,103 +110,28 @@ Status WriteFile(const Picture& image, const FrameHeader& frame, const Packets& 
       packets.push_back({packet.data(), packet.size(), 0});
     }
   }
-  return WriteContainer(image, MakeHeaders(frame, sizes), packets, file);
+  return WriteContainer(form, MakeHeaders(frame, sizes), packets, sink, file);
 }
 
-// Planes as a whole: for several threads, or where filters stop at tiles.
-Status EncodeWhole(const Picture& image, const FrameHeader& frame, size_t threads, uint32_t trim,
-                   Progress* progress, CodedPlane* plane, Packets* tiles) {
-  plane->Resize(frame.MbWidth(), frame.MbHeight());
-  Status status = FromImage(image, frame, threads, plane);
-  if (status.ok()) status = Forward(frame, threads, plane);
-  if (!status.ok()) return status;
-  return RunParallel(
-      threads, tiles->size(),
-      [&] {
-        return [&](size_t i) {
-          TileEncoder encoder(frame, i, trim, plane);
-          for (size_t y = 0; y < encoder.Height(); ++y) encoder.EncodeRow();
-          (*tiles)[i] = encoder.Finish();
-        };
-      },
-      progress);
-}
-
-// One row of macroblocks at a time, through all tiles in it; only a few rows are in memory, and
-// stay in the cache.
-class StripEncoder {
- public:
-  StripEncoder(const Picture& image, const FrameHeader& frame, uint32_t trim, CodedPlane* plane,
-               Packets* tiles)
-      : frame_(frame), trim_(trim), plane_(plane), tiles_(tiles) {
-    constexpr size_t kKeptMbRows = 4;
-    plane->Resize(frame.MbWidth(), frame.MbHeight(), kKeptMbRows);
-    reader_ = std::make_unique<PixelReader>(image, frame, kKeptMbRows, plane);
-  }
-
-  Status Encode(Progress* progress) {
-    const size_t rows = frame_.MbHeight();
-    for (size_t row = 0; row < rows; ++row) {
-      if (Stops(progress, row, rows)) return Status::Cancelled();
-      reader_->ReadMbRow(row);
-      ForwardMbRow(frame_, row, plane_);
-      if (row > 0) EncodeRow(row - 1);
-    }
-    EncodeRow(rows - 1);
-    return Status();
-  }
-
- private:
-  size_t TilesAcross() const { return frame_.columns.size() - 1; }
-
-  void EncodeRow(size_t row) {
-    ForwardDcRow(frame_, row, plane_);
-    const size_t first_tile = tile_row_ * TilesAcross();
-    if (row == frame_.rows[tile_row_]) {
-      for (size_t i = 0; i < TilesAcross(); ++i) {
-        encoders_.push_back(std::make_unique<TileEncoder>(frame_, first_tile + i, trim_, plane_));
-      }
-    }
-    for (auto& encoder : encoders_) encoder->EncodeRow();
-    if (row + 1 < frame_.rows[tile_row_ + 1]) return;
-    for (size_t i = 0; i < TilesAcross(); ++i) (*tiles_)[first_tile + i] = encoders_[i]->Finish();
-    encoders_.clear();
-    ++tile_row_;
-  }
-
-  const FrameHeader& frame_;
-  uint32_t trim_;
-  CodedPlane* plane_;
-  Packets* tiles_;
-  std::unique_ptr<PixelReader> reader_;
-  std::vector<std::unique_ptr<TileEncoder>> encoders_;
-  size_t tile_row_ = 0;
-};
-
-Status EncodeFile(const Picture& image, const EncodeOptions& options, ByteBuffer* file) {
-  Status status = CheckImage(image);
-  if (status.ok()) status = CheckOptions(options, image.type());
+Status EncodeFile(RowSource* rows, const EncodeOptions& options, ByteBuffer* file) {
+  const Picture& form = rows->form();
+  Status status = CheckImage(form);
+  if (status.ok()) status = CheckOptions(options, form.type());
   FrameHeader frame;
-  if (status.ok()) status = MakeFrameHeader(image, options, &frame);
+  if (status.ok()) status = MakeFrameHeader(form, options, &frame);
   if (!status.ok()) return status;
-  const size_t threads = ThreadCount(options.threads);
-  CodedPlane plane;
-  plane.header = frame.plane;
-  Packets tiles(frame.TileCount());
-  const auto trim = static_cast<uint32_t>(options.trim);
-  if (threads > 1 || (frame.has_hard_tiles && frame.overlap != Overlap::kNone)) {
-    status = EncodeWhole(image, frame, threads, trim, options.progress, &plane, &tiles);
-  } else {
-    status = StripEncoder(image, frame, trim, &plane, &tiles).Encode(options.progress);
-  }
-  return status.ok() ? WriteFile(image, frame, tiles, file) : status;
+  ThreadPool pool(options.threads);
+  Packets tiles;
+  status = EncodeFrame(rows, frame, static_cast<uint32_t>(options.trim), &pool, options.progress,
+                       &tiles);
+  return status.ok() ? WriteFile(form, frame, tiles, options.sink, file) : status;
 }
 
 }  // namespace
 
-Status Encode(const Picture& image, const EncodeOptions& options, ByteBuffer* file) {
+Status Encode(RowSource* rows, const EncodeOptions& options, ByteBuffer* file) {
   try {
-    return EncodeFile(image, options, file);
+    return EncodeFile(rows, options, file);
   } catch (const std::bad_alloc&) {
     return Status::NoMemory();
   }

@@ -9,10 +9,9 @@
 
 #include "codecs/jpegxr/codestream.h"
 #include "codecs/support/byte_buffer.h"
-#include "codecs/support/messages.h"
-#include "codecs/support/parallel.h"
-#include "codecs/support/picture.h"
+#include "codecs/support/byte_sink.h"
 #include "codecs/support/progress.h"
+#include "codecs/support/row_source.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpegxr {
@@ -45,10 +44,13 @@ struct EncodeOptions {
   int threads = 0;
   // Null: no callback.
   Progress* progress = nullptr;
+  // Takes the bytes of the file when all are made; null: `file` collects them.
+  ByteSink* sink = nullptr;
 };
 
-// Encodes a picture without opacity to a file.
-Status Encode(const Picture& image, const EncodeOptions& options, ByteBuffer* file);
+// Encodes a picture without opacity to a file. Some rows of macroblocks of it are in memory at a
+// time, or some rows of tiles if there are fewer tiles side by side than threads.
+Status Encode(RowSource* rows, const EncodeOptions& options, ByteBuffer* file);
 
 }  // namespace zepcodec::jpegxr
 

@@ -219,12 +219,6 @@ void FilterRow(const OverlapFilter& filter, const Window& plane, ptrdiff_t row) 
   FunctionsOf(filter).row(plane, row, filter.leak_limit);
 }
 
-void FilterPlane(const OverlapFilter& filter, const Window& plane) {
-  for (ptrdiff_t row = -1; row < static_cast<ptrdiff_t>(plane.height / 4); ++row) {
-    FilterRow(filter, plane, row);
-  }
-}
-
 void FilterSmallRows(const OverlapFilter& filter, const Window& plane, size_t begin, size_t end) {
   FunctionsOf(filter).small_rows(plane, begin, end);
 }

@@ -25,9 +25,8 @@ struct OverlapFilter {
 };
 
 // Filters across the border between the block rows `row` and row + 1. Row -1 and the last block row
-// stand for the plane's upper and lower border. FilterPlane does all rows.
+// stand for the plane's upper and lower border.
 void FilterRow(const OverlapFilter& filter, const Window& plane, ptrdiff_t row);
-void FilterPlane(const OverlapFilter& filter, const Window& plane);
 
 // The second stage of subsampled chroma, where a macroblock is two values wide. Filters the rows
 // from `begin` (even) up to but excluding `end`, and across the border above them.

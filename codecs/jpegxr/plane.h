@@ -6,7 +6,9 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <utility>
+#include <new>
+
+#include "codecs/support/byte_buffer.h"
 
 namespace zepcodec::jpegxr {
 
@@ -17,76 +19,54 @@ struct Window {
   size_t width = 0;
   size_t height = 0;
   size_t row_mask = SIZE_MAX;  // for a plane that keeps only some rows
+  size_t first_row = 0;        // in the plane
 
-  int32_t* Row(size_t y) const { return data + (y & row_mask) * stride; }
+  int32_t* Row(size_t y) const { return data + ((first_row + y) & row_mask) * stride; }
   int32_t StepInBytes() const { return static_cast<int32_t>(stride * sizeof(int32_t)); }
   Window Part(size_t x, size_t y, size_t part_width, size_t part_height) const {
-    return {Row(y) + x, stride, part_width, part_height};
+    return {data + x, stride, part_width, part_height, row_mask, first_row + y};
   }
 };
 
-// Zeroed memory, in large pages where the system has them: planes are touched once from end to end,
-// and faults of small pages would take longer than some of the stages.
-class ZeroedMemory {
- public:
-  ZeroedMemory() = default;
-  explicit ZeroedMemory(size_t bytes);  // throws std::bad_alloc
-  ZeroedMemory(ZeroedMemory&& other) noexcept { *this = std::move(other); }
-  ZeroedMemory& operator=(ZeroedMemory&& other) noexcept {
-    std::swap(start_, other.start_);
-    std::swap(bytes_, other.bytes_);
-    return *this;
-  }
-  ~ZeroedMemory();
-  void* get() const { return start_; }
-  // The bytes after rounding to whole pages.
-  static size_t WholePages(size_t bytes) {
-    return bytes < kLargePage ? bytes : (bytes + kLargePage - 1) / kLargePage * kLargePage;
-  }
-
- private:
-  static constexpr size_t kLargePage = size_t{1} << 21;
-
-  void* start_ = nullptr;
-  size_t bytes_ = 0;
-};
-
-// The values are 0 at first. Rows lie an odd number of cache lines apart, so that the rows of a
-// macroblock fall into different cache sets. With `kept_rows`, a power of two, memory is a ring:
-// each row replaces the one that many rows above it.
+// Rows lie an odd number of cache lines apart, so that the rows of a macroblock fall into different
+// cache sets. With `kept_rows`, a power of two, memory is a ring: each row replaces the one that
+// many rows above it.
 class Plane {
  public:
+  // The values are not set. Throws std::bad_alloc.
   void Resize(size_t width, size_t height, size_t kept_rows = SIZE_MAX) {
     width_ = width;
     height_ = height;
     stride_ = StrideOf(width);
     row_mask_ = kept_rows < height ? kept_rows - 1 : SIZE_MAX;
-    values_ = ZeroedMemory(RawBytes(width, height, kept_rows));
+    if (!values_.Resize(MemoryOf(width, height, kept_rows))) throw std::bad_alloc();
   }
   static size_t MemoryOf(size_t width, size_t height, size_t kept_rows) {
-    return ZeroedMemory::WholePages(RawBytes(width, height, kept_rows));
+    return StrideOf(width) * std::min(height, kept_rows) * sizeof(int32_t) + kLine;
   }
   size_t width() const { return width_; }
   size_t height() const { return height_; }
   Window All() {
-    return {static_cast<int32_t*>(values_.get()), stride_, width_, height_, row_mask_};
+    const auto start = reinterpret_cast<uintptr_t>(values_.data());
+    const size_t to_line = (kLine - start % kLine) % kLine;
+    return {reinterpret_cast<int32_t*>(values_.data() + to_line), stride_, width_, height_,
+            row_mask_};
   }
 
  private:
+  static constexpr size_t kLine = 64;  // bytes of a cache line
+
   static size_t StrideOf(size_t width) {
-    constexpr size_t kLine = 64 / sizeof(int32_t);
-    const size_t lines = (width + kLine - 1) / kLine;
-    return kLine * (lines + (lines % 2 == 0 ? 1 : 0));
-  }
-  static size_t RawBytes(size_t width, size_t height, size_t kept_rows) {
-    return StrideOf(width) * std::min(height, kept_rows) * sizeof(int32_t);
+    constexpr size_t kValues = kLine / sizeof(int32_t);
+    const size_t lines = (width + kValues - 1) / kValues;
+    return kValues * (lines + (lines % 2 == 0 ? 1 : 0));
   }
 
   size_t width_ = 0;
   size_t height_ = 0;
   size_t stride_ = 0;
   size_t row_mask_ = SIZE_MAX;
-  ZeroedMemory values_;
+  ByteBuffer values_;
 };
 
 }  // namespace zepcodec::jpegxr

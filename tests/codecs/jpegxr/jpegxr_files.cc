@@ -54,7 +54,8 @@ zepcodec::Picture MakeImage(int width, int height, int channels, SampleType type
 
 std::vector<uint8_t> Encode(const zepcodec::Picture& image, const jpegxr::EncodeOptions& options) {
   zepcodec::ByteBuffer file;
-  const zepcodec::Status status = jpegxr::Encode(image, options, &file);
+  zepcodec::PictureRows rows(image);
+  const zepcodec::Status status = jpegxr::Encode(&rows, options, &file);
   EXPECT_TRUE(status.ok()) << status.text();
   return {file.data(), file.data() + file.size()};
 }

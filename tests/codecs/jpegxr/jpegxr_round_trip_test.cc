@@ -243,7 +243,8 @@ TEST(JpegXrRoundTrip, BadOptionsAreRefused) {
   const auto fails = [&](auto change) {
     EncodeOptions options;
     change(&options);
-    return !jpegxr::Encode(image, options, &file).ok();
+    zepcodec::PictureRows rows(image);
+    return !jpegxr::Encode(&rows, options, &file).ok();
   };
   EXPECT_TRUE(fails([](EncodeOptions* o) { o->quality = 0; }));
   EXPECT_TRUE(fails([](EncodeOptions* o) { o->quantizer = 256; }));
@@ -253,7 +254,8 @@ TEST(JpegXrRoundTrip, BadOptionsAreRefused) {
   for (const auto layout : {zepcodec::PixelLayout::kRgba, zepcodec::PixelLayout::kCmyk}) {
     Picture wrong;
     ASSERT_TRUE(wrong.Resize(20, 20, layout));
-    EXPECT_FALSE(jpegxr::Encode(wrong, EncodeOptions(), &file).ok());
+    zepcodec::PictureRows rows(wrong);
+    EXPECT_FALSE(jpegxr::Encode(&rows, EncodeOptions(), &file).ok());
   }
 }
 

@@ -78,7 +78,8 @@ int EncodeFile(const std::string& from, const std::string& to, const Settings& s
   }
   std::copy(samples.begin(), samples.end(), image.Row(0));
   zepcodec::ByteBuffer file;
-  const zepcodec::Status status = jpegxr::Encode(image, OptionsOf(settings), &file);
+  zepcodec::PictureRows rows(image);
+  const zepcodec::Status status = jpegxr::Encode(&rows, OptionsOf(settings), &file);
   if (!status.ok()) return Fail(status);
   WriteAll(to, file.data(), file.size());
   return 0;
