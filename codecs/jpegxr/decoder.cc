@@ -37,19 +37,18 @@ class FileDecoder {
   bool HasOwnAlpha() const { return alpha_.size > 0 && !frame().has_alpha; }
   bool GivesRows() const { return options_.rows != nullptr && !HasOwnAlpha(); }
 
-  // The most memory that Decode() takes.
-  Status Memory(int64_t* bytes) const {
+  // The most memory that Decode() takes. It refuses regions that are not inside the picture.
+  int64_t Memory() const {
     Region region;
-    if (Status status = FindRegion(&region); !status.ok()) return status;
+    if (!FindRegion(&region).ok()) return 0;
     const size_t threads = ThreadCount(options_.threads);
-    *bytes = decoder_.Memory(region, threads);
+    int64_t bytes = decoder_.Memory(region, threads);
     if (HasOwnAlpha()) {
       FrameDecoder alpha(alpha_, options_);
-      if (OpenAlpha(&alpha).ok()) *bytes = std::max(*bytes, alpha.Memory(region, threads));
+      if (OpenAlpha(&alpha).ok()) bytes = std::max(bytes, alpha.Memory(region, threads));
     }
     const int64_t rows = GivesRows() ? kRowsAtOnce : region.height;
-    *bytes += int64_t{ChannelCount(Layout())} * BytesOf(frame().type) * region.width * rows;
-    return Status();
+    return bytes + int64_t{ChannelCount(Layout())} * BytesOf(frame().type) * region.width * rows;
   }
 
   Status Decode(Picture* image, FileInfo* info) {
