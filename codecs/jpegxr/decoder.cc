@@ -136,8 +136,10 @@ Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Pi
 Status EstimateMemory(const uint8_t* data, size_t size, const DecodeOptions& options,
                       int64_t* bytes) {
   FileInfo info;
-  return OpenFile(data, size, options, &info,
-                  [&](FileDecoder* decoder) { return decoder->Memory(bytes); });
+  return OpenFile(data, size, options, &info, [&](FileDecoder* decoder) {
+    *bytes = decoder->Memory();
+    return Status();
+  });
 }
 
 Status ReadFileInfo(const uint8_t* data, size_t size, FileInfo* info) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Three stages follow one another, each a row of macroblocks at a time: pixels become samples, the
-// components are transformed, the tiles are coded. The stages, the components and the groups of
+// Four stages follow one another, each a row of macroblocks at a time: pixels become samples, the
+// components are transformed, the coefficients of tiles are quantized and predicted, the tiles are coded. The stages, the components and the groups of
 // tiles side by side are lanes of a pipeline, so that several threads work on different rows.
 #include "codecs/jpegxr/frame_encoder.h"
 
@@ -10,6 +10,7 @@
 
 #include "codecs/jpegxr/coded_plane.h"
 #include "codecs/jpegxr/color.h"
+#include "codecs/jpegxr/plane_quantizer.h"
 #include "codecs/jpegxr/tile_encoder.h"
 #include "codecs/jpegxr/tile_lanes.h"
 #include "codecs/jpegxr/transform.h"
@@ -29,7 +30,8 @@ class Pipeline {
                 UsefulThreads(frame, pool->size())),
         progress_(progress),
         pool_(pool),
-        tiles_(tiles) {}
+        tiles_(tiles),
+        waiting_(pool->size() == 1 ? 1 : 4) {}
 
   Status Encode() {
     if (Stops(progress_, 0, 1)) return Status::Cancelled();
@@ -42,10 +44,15 @@ class Pipeline {
   }
 
  private:
-  enum Rank { kCoding, kTransform, kPixels };
+  enum Rank { kCoding, kQuantizing, kTransform, kPixels };
 
-  // The tiles of a group of columns in the row of tiles that is encoded.
-  using Encoders = std::vector<std::unique_ptr<TileEncoder>>;
+  // A group of tiles side by side, in the row of tiles that is encoded.
+  struct Group {
+    TileGroup columns;
+    std::vector<PlaneQuantizer> quantizers;
+    std::vector<std::unique_ptr<TileEncoder>> encoders;
+    std::vector<std::vector<QuantizedMacroblock>> rows;  // a ring
+  };
 
   size_t RowCount() const { return frame_.MbHeight(); }
 
@@ -68,22 +75,34 @@ class Pipeline {
     }
   }
 
-  void AddTiles(size_t phase, const TileGroup& group, size_t pixels,
+  void AddTiles(size_t phase, const TileGroup& columns, size_t pixels,
                 const std::vector<size_t>& transforms) {
     const std::vector<uint32_t>& rows = shares_.RowsOf(phase);
-    const auto encoders = std::make_shared<Encoders>();
-    const size_t lane =
-        lanes_.Add(kCoding, rows.size(), [this, &rows, group, encoders](size_t step) {
-          return EncodeRow(rows[step], group, encoders.get());
+    const auto group = std::make_shared<Group>();
+    group->columns = columns;
+    group->rows.resize(waiting_);
+    for (auto& row : group->rows) {
+      row.resize(frame_.columns[columns.end_column] - frame_.columns[columns.first_column]);
+    }
+    const size_t quantizing =
+        lanes_.Add(kQuantizing, rows.size(), [this, &rows, group](size_t step) {
+          QuantizeRow(rows[step], step, group.get());
+          return Status();
         });
+    const size_t coding = lanes_.Add(kCoding, rows.size(), [this, &rows, group](size_t step) {
+      return EncodeRow(rows[step], step, group.get());
+    });
     // The second stage of a row follows the first stage of the next row.
     for (const size_t transform : transforms) {
-      lanes_.Wait(lane, transform, [this, &rows](size_t step) {
+      lanes_.Wait(quantizing, transform, [this, &rows](size_t step) {
         return std::min<size_t>(rows[step] + 2, RowCount());
       });
     }
+    lanes_.Wait(quantizing, coding,
+                [this](size_t step) { return step < waiting_ ? 0 : step - waiting_ + 1; });
+    lanes_.Wait(coding, quantizing, [](size_t step) { return step + 1; });
     const size_t kept = shares_.kept_rows();
-    lanes_.Wait(pixels, lane, [this, phase, kept](size_t row) {
+    lanes_.Wait(pixels, quantizing, [this, phase, kept](size_t row) {
       return row < kept ? 0 : shares_.RowsAbove(phase, row - kept + 1);
     });
   }
@@ -102,20 +121,43 @@ class Pipeline {
     if (row + 1 == RowCount()) ForwardDcRow(frame_, row, c, &plane_);
   }
 
-  Status EncodeRow(size_t row, const TileGroup& group, Encoders* encoders) {
+  void QuantizeRow(size_t row, size_t step, Group* group) {
     const size_t tile_row = TileRowOf(frame_, row);
     const size_t first = tile_row * (frame_.columns.size() - 1);
+    const TileGroup& columns = group->columns;
     if (row == frame_.rows[tile_row]) {
-      for (size_t i = group.first_column; i < group.end_column; ++i) {
-        encoders->push_back(std::make_unique<TileEncoder>(frame_, first + i, trim_, &plane_));
+      group->quantizers.clear();
+      for (size_t i = columns.first_column; i < columns.end_column; ++i) {
+        group->quantizers.emplace_back(&plane_, AreaOfTile(frame_, first + i));
       }
     }
-    for (auto& encoder : *encoders) encoder->EncodeRow();
-    if (row + 1 == frame_.rows[tile_row + 1]) {
-      for (size_t i = group.first_column; i < group.end_column; ++i) {
-        (*tiles_)[first + i] = (*encoders)[i - group.first_column]->Finish();
+    QuantizedMacroblock* const macroblocks = group->rows[step % waiting_].data();
+    for (size_t i = columns.first_column; i < columns.end_column; ++i) {
+      group->quantizers[i - columns.first_column].QuantizeRow(macroblocks + frame_.columns[i] -
+                                                              frame_.columns[columns.first_column]);
+    }
+  }
+
+  Status EncodeRow(size_t row, size_t step, Group* group) {
+    const size_t tile_row = TileRowOf(frame_, row);
+    const size_t first = tile_row * (frame_.columns.size() - 1);
+    const TileGroup& columns = group->columns;
+    auto& encoders = group->encoders;
+    if (row == frame_.rows[tile_row]) {
+      for (size_t i = columns.first_column; i < columns.end_column; ++i) {
+        encoders.push_back(std::make_unique<TileEncoder>(frame_, first + i, trim_));
       }
-      encoders->clear();
+    }
+    const QuantizedMacroblock* const macroblocks = group->rows[step % waiting_].data();
+    for (size_t i = columns.first_column; i < columns.end_column; ++i) {
+      encoders[i - columns.first_column]->EncodeRow(macroblocks + frame_.columns[i] -
+                                                    frame_.columns[columns.first_column]);
+    }
+    if (row + 1 == frame_.rows[tile_row + 1]) {
+      for (size_t i = columns.first_column; i < columns.end_column; ++i) {
+        (*tiles_)[first + i] = encoders[i - columns.first_column]->Finish();
+      }
+      encoders.clear();
     }
     const size_t steps = RowCount() * shares_.groups().size();
     return Stops(progress_, ++coded_, steps) ? Status::Cancelled() : Status();
@@ -128,6 +170,7 @@ class Pipeline {
   Progress* progress_;
   ThreadPool* pool_;
   Packets* tiles_;
+  size_t waiting_;  // rows that are quantized and not coded, at most
   CodedPlane plane_;
   std::unique_ptr<PixelReader> reader_;
   std::atomic<size_t> coded_{0};

@@ -1,12 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The reverse of plane_decoder.cc, in the same order: the coefficients of a macroblock are copied
-// from their plane, quantized and predicted, then each band goes to its packet. All adaptive state
-// changes exactly as in the decoder, which sees the same symbols.
+// The reverse of plane_decoder.cc, in the same order: each band of a macroblock goes to its packet.
+// All adaptive state changes exactly as in the decoder, which sees the same symbols.
 #include "codecs/jpegxr/plane_encoder.h"
-
-#include <cstring>
-
-#include "codecs/jpegxr/wrapping.h"
 
 namespace zepcodec::jpegxr {
 namespace {
@@ -31,55 +26,20 @@ void AddPair(int32_t run, int32_t level, int32_t* pairs, uint32_t* count) {
   ++*count;
 }
 
-// The rows of a macroblock lie far apart, so hardware prefetchers do not find the next one.
-void Prefetch(Component& component, size_t x, size_t y) {
-  constexpr size_t kAhead = 2;
-  const size_t width = 4 * component.blocks_across;
-  if ((x + kAhead + 1) * width > component.values.width()) return;
-  const Window blocks = component.Macroblock(x + kAhead, y);
-  for (size_t row = 0; row < blocks.height; ++row) __builtin_prefetch(blocks.Row(row));
-}
-
 }  // namespace
 
-PlaneEncoder::PlaneEncoder(CodedPlane* plane, const TileArea& area, uint32_t trim)
-    : plane_(plane),
-      area_(area),
+PlaneEncoder::PlaneEncoder(const PlaneHeader& header, size_t width, uint32_t trim)
+    : header_(header),
+      width_(width),
       trim_(trim),
-      format_(plane->header.color),
+      format_(header.color),
       context_(format_),
-      above_(area.Width()),
-      row_(area.Width()) {
-  const PlaneHeader& header = plane->header;
-  const auto make = [&](uint8_t index, Band band, size_t c) {
-    return Quantizer(QuantizerStep(index, header.is_scaled, band, c), band);
-  };
-  for (size_t c = 0; c < 3; ++c) {
-    dc_quantizers_[c] = make(header.dc[c], Band::kDc, c);
-    lp_quantizers_[c] = make(header.lp[c], Band::kLp, c);
-    hp_quantizers_[c] = make(header.hp[c], Band::kHp, c);
-  }
-}
-
-void PlaneEncoder::QuantizeLow(size_t x, size_t y) {
-  for (size_t c = 0; c < plane_->header.Components(); ++c) {
-    const Window dcs = plane_->components[c].MacroblockDcs(area_.x0 + x, area_.y0 + y);
-    auto& low = current_->low[c];
-    low.fill(0);
-    for (size_t f = 0; f < dcs.width * dcs.height; ++f) {
-      const size_t row = dcs.width == 4 ? kRowOfFrequency[f] : f / 2;
-      const size_t column = dcs.width == 4 ? kColumnOfFrequency[f] : f % 2;
-      low[f] = dcs.Row(row)[column];
-    }
-    const int32_t dc = low[0];
-    lp_quantizers_[c].ApplyAll(16, low.data());
-    low[0] = dc_quantizers_[c].Apply(dc);
-  }
-}
+      above_(width),
+      row_(width) {}
 
 void PlaneEncoder::WriteDc(const LowBands& low, PacketWriter* writer) {
   Counts counts;
-  const size_t components = plane_->header.Components();
+  const size_t components = header_.Components();
   uint32_t high_parts = 0;
   for (size_t c = 0; c < components; ++c) {
     const bool has_high = MagnitudeOf(low[c][0]) >> context_.dc_bits.Of(c) != 0;
@@ -150,7 +110,7 @@ void PlaneEncoder::WriteLp(const LowBands& low, PacketWriter* writer) {
   Counts counts;
   zepiVLCScanSet_JPEGXR(context_.Codes(), kLpScan);
   const bool is_small = IsSubsampled(format_);
-  const size_t blocks = is_small ? 1 : plane_->header.Components();
+  const size_t blocks = is_small ? 1 : header_.Components();
   uint32_t pattern = 0;
   for (size_t c = 0; c < blocks; ++c) {
     LpBlock& block = lp_blocks_[c];
@@ -183,62 +143,16 @@ void PlaneEncoder::WriteLp(const LowBands& low, PacketWriter* writer) {
   context_.lp_bits.Update(counts.luma, counts.chroma);
 }
 
-// Copies, quantizes and predicts the blocks of a component, and finds those with significant
-// coefficients.
-void PlaneEncoder::QuantizeHp(size_t component, Direction direction, const Window& values) {
-  const size_t across = values.width / 4;
-  const size_t count = BlockCount(component);
-  int32_t* const blocks = blocks_[component].data();
-  for (size_t j = 0; j < count; ++j) {
-    const size_t column = across == 4 ? ColumnOfBlock(j) : j % 2;
-    const size_t row = across == 4 ? RowOfBlock(j) : j / 2;
-    const int32_t* const from = values.Row(4 * row) + 4 * column;
-    for (size_t r = 0; r < 4; ++r)
-      std::memcpy(blocks + 16 * j + 4 * r, from + r * values.stride, 16);
-  }
-  hp_quantizers_[component].ApplyAll(16 * count, blocks);
-  if (direction != Direction::kNone) SubtractHp(component, direction);
-  const uint32_t bits = context_.hp_bits.Of(component);
-  uint32_t pattern = 0;
-  for (size_t j = 0; j < count; ++j) {
-    pattern |= (BlockMagnitudes(blocks + 16 * j) >> bits != 0 ? 1U : 0U) << j;
-  }
-  current_->patterns[component] = pattern;
-}
-
-// From the last block to the first, because a block is predicted from the unchanged values of an
-// earlier one.
-void PlaneEncoder::SubtractHp(size_t component, Direction direction) {
-  const size_t across = plane_->components[component].blocks_across;
-  const bool is_up = direction == Direction::kUp;
-  constexpr size_t kDown[3] = {4, 8, 12}, kAcross[3] = {1, 2, 3};
-  for (size_t j = BlockCount(component); j-- > 0;) {
-    const size_t column = across == 4 ? ColumnOfBlock(j) : j % 2;
-    const size_t row = across == 4 ? RowOfBlock(j) : j / 2;
-    if ((is_up ? row : column) == 0) continue;
-    const size_t other_row = is_up ? row - 1 : row;
-    const size_t other_column = is_up ? column : column - 1;
-    const size_t other =
-        across == 4 ? BlockAt(other_row, other_column) : 2 * other_row + other_column;
-    for (const size_t f : is_up ? kDown : kAcross) {
-      const size_t place = 4u * kRowOfFrequency[f] + kColumnOfFrequency[f];
-      int32_t& value = blocks_[component][16 * j + place];
-      value = WrapSub(value, blocks_[component][16 * other + place]);
-    }
-  }
-}
-
-void PlaneEncoder::WriteBlocks(size_t component, zepiVLCContext* context,
-                               const BandWriters& writers) {
+void PlaneEncoder::WriteBlocks(size_t component, uint32_t pattern, const int32_t* blocks,
+                               zepiVLCContext* context, const BandWriters& writers) {
   const uint32_t model_bits = context_.hp_bits.Of(component);
-  const bool is_refined = plane_->header.bands == Bands::kAll && model_bits > trim_;
-  const uint32_t pattern = current_->patterns[component];
+  const bool is_refined = header_.bands == Bands::kAll && model_bits > trim_;
   PacketWriter& writer = *writers.hp;
   PacketWriter& refinement = *writers.refinement;
   int32_t packed[16] = {};
   constexpr int32_t kStep = 16;
   for (size_t j = 0; j < BlockCount(component); ++j) {
-    const int32_t* const block = &blocks_[component][16 * j];
+    const int32_t* const block = blocks + 16 * j;
     const bool is_coded = (pattern >> j & 1) != 0;
     if (is_coded) {
       zepiVLCEncode4x4Flex_JPEGXR_32s1u_C1R(
@@ -253,48 +167,43 @@ void PlaneEncoder::WriteBlocks(size_t component, zepiVLCContext* context,
   }
 }
 
-void PlaneEncoder::WriteHp(size_t x, size_t y, const BandWriters& writers) {
-  const Direction direction = HpDirection(format_, current_->low);
-  const size_t components = plane_->header.Components();
+void PlaneEncoder::WriteHp(size_t x, size_t y, const QuantizedMacroblock& macroblock,
+                           const BandWriters& writers) {
+  const size_t components = header_.Components();
+  Patterns& patterns = row_[x];
   for (size_t c = 0; c < components; ++c) {
-    QuantizeHp(c, direction, plane_->components[c].Macroblock(area_.x0 + x, area_.y0 + y));
+    const uint32_t bits = context_.hp_bits.Of(c);
+    patterns[c] = 0;
+    for (size_t j = 0; j < BlockCount(c); ++j) {
+      patterns[c] |= (macroblock.magnitudes[c][j] >> bits != 0 ? 1U : 0U) << j;
+    }
   }
-  const Neighbour* const left = x > 0 ? current_ - 1 : nullptr;
-  const Neighbour* const up = y > 0 ? &above_[x] : nullptr;
-  context_.pattern.Write(context_.predictor.ToDifferences(
-                             current_->patterns, {left == nullptr ? nullptr : &left->patterns,
-                                                  up == nullptr ? nullptr : &up->patterns}),
-                         writers.hp);
-  zepiVLCScanSet_JPEGXR(context_.Codes(),
-                        direction == Direction::kUp ? kVerticalScan : kHorizontalScan);
+  const Patterns differences = context_.predictor.ToDifferences(
+      patterns, {x > 0 ? &row_[x - 1] : nullptr, y > 0 ? &above_[x] : nullptr});
+  context_.pattern.Write(differences, writers.hp);
+  zepiVLCScanSet_JPEGXR(context_.Codes(), macroblock.hp_direction == Direction::kUp
+                                              ? kVerticalScan
+                                              : kHorizontalScan);
   zepiVLCContext contexts[2] = {};
-  for (size_t c = 0; c < components; ++c) WriteBlocks(c, &contexts[c == 0 ? 0 : 1], writers);
+  for (size_t c = 0; c < components; ++c) {
+    WriteBlocks(c, patterns[c], macroblock.blocks[c].data(), &contexts[c == 0 ? 0 : 1], writers);
+  }
   context_.hp_bits.Update(contexts[0].count, contexts[1].count);
 }
 
-void PlaneEncoder::EncodeMacroblock(size_t x, size_t y, const BandWriters& writers) {
-  const PlaneHeader& header = plane_->header;
+void PlaneEncoder::EncodeMacroblock(size_t x, size_t y, const QuantizedMacroblock& macroblock,
+                                    const BandWriters& writers) {
   if (x == 0) above_.swap(row_);
-  current_ = &row_[x];
   if (ResetsScans(x)) context_.ResetScans();
-  for (size_t c = 0; c < header.Components() && header.HasHp(); ++c) {
-    Prefetch(plane_->components[c], area_.x0 + x, area_.y0 + y);
-  }
-  QuantizeLow(x, y);
-  const Neighbours neighbours = {x > 0 ? current_ - 1 : nullptr, y > 0 ? &above_[x] : nullptr,
-                                 x > 0 && y > 0 ? &above_[x - 1] : nullptr};
-  const Direction dc = DcDirection(format_, neighbours);
-  LowBands predicted = current_->low;
-  SubtractPrediction(format_, dc, LpDirection(dc, neighbours, 0), neighbours, &predicted);
-  WriteDc(predicted, writers.dc);
-  if (header.HasLp()) WriteLp(predicted, writers.lp);
-  if (AdaptsCodes(x, area_.Width())) {
+  WriteDc(macroblock.low, writers.dc);
+  if (header_.HasLp()) WriteLp(macroblock.low, writers.lp);
+  if (AdaptsCodes(x, width_)) {
     context_.AdaptDc();
-    if (header.HasLp()) context_.AdaptLp();
+    if (header_.HasLp()) context_.AdaptLp();
   }
-  if (!header.HasHp()) return;
-  WriteHp(x, y, writers);
-  if (AdaptsCodes(x, area_.Width())) context_.AdaptHp();
+  if (!header_.HasHp()) return;
+  WriteHp(x, y, macroblock, writers);
+  if (AdaptsCodes(x, width_)) context_.AdaptHp();
 }
 
 }  // namespace zepcodec::jpegxr

@@ -14,10 +14,10 @@ void WritePacketHeader(size_t tile, size_t kind, PacketWriter* writer) {
 
 }  // namespace
 
-TileEncoder::TileEncoder(const FrameHeader& frame, size_t tile, uint32_t trim, CodedPlane* plane)
+TileEncoder::TileEncoder(const FrameHeader& frame, size_t tile, uint32_t trim)
     : area_(AreaOfTile(frame, tile)),
       packets_(frame.is_frequency_order ? PacketsOf(frame.plane.bands) : 1),
-      encoder_(plane, area_, trim) {
+      encoder_(frame.plane, area_.Width(), trim) {
   for (size_t i = 0; i < packets_.size(); ++i) {
     WritePacketHeader(tile, frame.is_frequency_order ? i + 1 : 0, &packets_[i]);
     const bool has_refinement = !frame.is_frequency_order || i == 3;
@@ -25,11 +25,11 @@ TileEncoder::TileEncoder(const FrameHeader& frame, size_t tile, uint32_t trim, C
   }
 }
 
-void TileEncoder::EncodeRow() {
+void TileEncoder::EncodeRow(const QuantizedMacroblock* macroblocks) {
   const BandWriters writers = {Packet(0), Packet(1), Packet(2), Packet(3)};
   for (size_t x = 0; x < area_.Width(); ++x) {
     for (PacketWriter& writer : packets_) writer.MakeRoom();
-    encoder_.EncodeMacroblock(x, row_, writers);
+    encoder_.EncodeMacroblock(x, row_, macroblocks[x], writers);
   }
   ++row_;
 }

@@ -15,11 +15,10 @@ namespace zepcodec::jpegxr {
 
 class TileEncoder {
  public:
-  TileEncoder(const FrameHeader& frame, size_t tile, uint32_t trim, CodedPlane* plane);
+  TileEncoder(const FrameHeader& frame, size_t tile, uint32_t trim);
 
-  size_t Height() const { return area_.Height(); }  // in macroblocks
   // Encodes the next row of macroblocks.
-  void EncodeRow();
+  void EncodeRow(const QuantizedMacroblock* macroblocks);
   // The finished packets, after the last row.
   std::vector<std::vector<uint8_t>> Finish();
 
