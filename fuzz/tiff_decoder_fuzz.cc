@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "codecs/tiff/codec.h"
+#include "parts.h"
 
 namespace tiff = zepcodec::tiff;
 
@@ -28,11 +29,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       std::max(tiff::kAlwaysAcceptedBytes, tiff::kMostExpansion * static_cast<int64_t>(size))) {
     std::abort();
   }
+  fuzz::RequireParts(size, picture, options, [&](const auto& part, zepcodec::Picture* to) {
+    tiff::FileInfo found;
+    return tiff::Decode(file.data(), file.size(), part, to, &found);
+  });
   // A decoded picture can be encoded, and decodes to the same samples again.
   tiff::EncodeOptions encode_options;
   encode_options.has_byte_planes = picture.bits() == 16 && size % 2 != 0;
   zepcodec::ByteBuffer again;
-  if (!tiff::Encode(picture, encode_options, &again).ok()) std::abort();
+  zepcodec::PictureRows rows(picture);
+  if (!tiff::Encode(&rows, encode_options, &again).ok()) std::abort();
   zepcodec::Picture back;
   if (!tiff::Decode(again.data(), again.size(), options, &back, &info).ok()) std::abort();
   if (!info.messages.empty() ||

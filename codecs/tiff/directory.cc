@@ -106,12 +106,12 @@ class DirectoryReader {
     if (fields_.Find(kTileWidth) != nullptr) return Status::Error("tiles are not supported");
     const uint32_t planar = fields_.Number(kPlanarConfiguration, 1);
     if (planar != 1 && planar != 2) return Status::Error("the directory is damaged");
-    strips_->is_planar = planar == 2 && info_->channels > 1;
+    info_->is_planar = planar == 2 && info_->channels > 1;
     const auto height = static_cast<uint32_t>(info_->height);
     const uint32_t rows = std::min(fields_.Number(kRowsPerStrip, height), height);
     if (rows < 1) return Status::Error("the directory announces strips without rows");
-    strips_->rows = static_cast<int>(rows);
-    const size_t planes = strips_->is_planar ? static_cast<size_t>(info_->channels) : 1;
+    info_->strip_rows = static_cast<int>(rows);
+    const size_t planes = info_->is_planar ? static_cast<size_t>(info_->channels) : 1;
     const size_t strips = planes * ((size_t{height} + rows - 1) / rows);
     strips_->offsets = fields_.Numbers(kStripOffsets, strips);
     strips_->sizes = fields_.Numbers(kStripByteCounts, strips);

@@ -42,8 +42,6 @@ constexpr uint32_t kStored = 1, kPacked = 32773;
 constexpr uint32_t kStoredPlanes = 65001, kPackedPlanes = 65002;
 
 struct Strips {
-  int rows = 0;            // of each but the last
-  bool is_planar = false;  // all strips of a channel, then those of the next
   bool is_inverted = false;
   std::vector<uint32_t> offsets;
   std::vector<uint32_t> sizes;

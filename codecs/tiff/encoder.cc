@@ -36,28 +36,17 @@ void AddResolution(const Resolution& resolution, std::vector<NewField>* fields) 
 
 class Encoder {
  public:
-  Encoder(const Picture& picture, const EncodeOptions& options, ByteBuffer* file)
-      : picture_(picture), options_(options), file_(file) {}
+  Encoder(RowSource* rows, const EncodeOptions& options, ByteBuffer* file)
+      : rows_(rows), form_(rows->form()), options_(options), file_(file) {}
 
   Status Encode() {
     if (Status status = Check(); !status.ok()) return status;
-    rows_in_strip_ = static_cast<int>(std::clamp<size_t>(kStripSize / picture_.Stride(), 1,
-                                                         static_cast<size_t>(picture_.height())));
-    constexpr uint8_t kHeader[8] = {'I', 'I', 42, 0, 0, 0, 0, 0};
-    if (!row_.Resize(picture_.Stride()) || !file_->Resize(0) ||
-        !file_->Append(kHeader, sizeof(kHeader))) {
-      return Status::NoMemory();
-    }
-    for (int y = 0; y < picture_.height(); ++y) {
-      if (y % rows_in_strip_ == 0) {
-        if (Stops(options_.progress, y, picture_.height())) return Status::Cancelled();
-        offsets_.push_back(static_cast<uint32_t>(file_->size()));
-        sizes_.push_back(0);
-      }
-      const size_t before = file_->size();
-      if (!AppendRow(y)) return Status::NoMemory();
-      if (file_->size() > kMostBytes) return Status::Error("the file would exceed 4 GB");
-      sizes_.back() += static_cast<uint32_t>(file_->size() - before);
+    rows_in_strip_ = static_cast<int>(
+        std::clamp<size_t>(kStripSize / form_.Stride(), 1, static_cast<size_t>(form_.height())));
+    if (Status status = AppendHeader(); !status.ok()) return status;
+    for (int y = 0; y < form_.height(); y += rows_in_strip_) {
+      if (Stops(options_.progress, y, form_.height())) return Status::Cancelled();
+      if (Status status = AppendStrip(); !status.ok()) return status;
     }
     return AppendDirectory();
   }
@@ -67,40 +56,83 @@ class Encoder {
   static constexpr uint64_t kMostBytes = uint64_t{0xF0000000};
 
   Status Check() const {
-    if (picture_.width() < 1 || picture_.height() < 1) {
+    if (form_.width() < 1 || form_.height() < 1) {
       return Status::Error("a picture must have pixels");
     }
-    if (picture_.channels() != 1 && picture_.channels() != 3) {
+    if (form_.channels() != 1 && form_.channels() != 3) {
       return Status::Error("a picture must be grey or RGB");
     }
-    if (picture_.bits() != 8 && picture_.bits() != 16) {
+    if (form_.bits() != 8 && form_.bits() != 16) {
       return Status::Error("samples must have 8 or 16 bits");
     }
-    if (options_.has_byte_planes && picture_.bits() != 16) {
+    if (options_.has_byte_planes && form_.bits() != 16) {
       return Status::Error("byte planes go with samples of 16 bits");
     }
-    if (picture_.Stride() > INT32_MAX / 2) return Status::Error("the picture is too wide");
+    if (form_.Stride() > INT32_MAX / 2) return Status::Error("the picture is too wide");
+    return Status();
+  }
+
+  bool IsPacked() const { return options_.compression == Compression::kPackBits; }
+
+  // The place of the directory is known at once if strips are not packed.
+  Status AppendHeader() {
+    constexpr uint8_t kHeader[8] = {'I', 'I', 42, 0, 0, 0, 0, 0};
+    const uint64_t end = sizeof(kHeader) + uint64_t{form_.SizeInBytes()};
+    if (!IsPacked() && end > kMostBytes) return TooLarge();
+    if (!row_.Resize(form_.Stride()) || !file_->Resize(0) ||
+        !file_->Append(kHeader, sizeof(kHeader))) {
+      return Status::NoMemory();
+    }
+    if (IsPacked()) return Status();
+    StoreNumber(ByteOrder::kLittle, end + end % 2, 4, file_->data() + 4);
+    const bool has_room = options_.sink != nullptr || file_->MakeRoom(form_.SizeInBytes() + 1);
+    return has_room ? Status() : Status::NoMemory();
+  }
+
+  static Status TooLarge() { return Status::Error("the file would exceed 4 GB"); }
+
+  uint64_t FileSize() const { return passed_on_ + file_->size(); }
+
+  Status AppendStrip() {
+    Picture strip;
+    int y = 0;
+    if (Status status = rows_->Next(rows_in_strip_, &strip, &y); !status.ok()) return status;
+    const uint64_t start = FileSize();
+    if (Status status = AppendRows(strip); !status.ok()) return status;
+    offsets_.push_back(static_cast<uint32_t>(start));
+    sizes_.push_back(static_cast<uint32_t>(FileSize() - start));
+    if (IsPacked()) return Status();
+    const size_t size = file_->size();
+    Status status = PassOn(options_.sink, file_);
+    passed_on_ += size - file_->size();
+    return status;
+  }
+
+  Status AppendRows(const Picture& strip) {
+    for (int row = 0; row < strip.height(); ++row) {
+      if (!AppendRow(strip.Row(row))) return Status::NoMemory();
+      if (FileSize() > kMostBytes) return TooLarge();
+    }
     return Status();
   }
 
   // The bytes of a row in the file's order, before packing.
-  const uint8_t* ArrangeRow(int y) {
-    const uint8_t* const row = picture_.Row(y);
-    const size_t samples = picture_.SamplesInRow();
+  const uint8_t* ArrangeRow(const uint8_t* row) {
+    const size_t samples = form_.SamplesInRow();
     if (options_.has_byte_planes) {
       zepiSplitRow_TIFF_16u8u_C1(reinterpret_cast<const uint16_t*>(row), row_.data(),
                                  static_cast<int32_t>(samples));
       return row_.data();
     }
-    if (picture_.bits() == 8 || !kIsBigEndianMachine) return row;
+    if (form_.bits() == 8 || !kIsBigEndianMachine) return row;
     for (size_t i = 0; i < 2 * samples; ++i) row_.data()[i] = row[i ^ 1];
     return row_.data();
   }
 
-  bool AppendRow(int y) {
-    const uint8_t* const row = ArrangeRow(y);
-    const size_t size = picture_.Stride();
-    if (options_.compression == Compression::kNone) return file_->Append(row, size);
+  bool AppendRow(const uint8_t* samples) {
+    const uint8_t* const row = ArrangeRow(samples);
+    const size_t size = form_.Stride();
+    if (!IsPacked()) return file_->Append(row, size);
     const size_t start = file_->size();
     const size_t room = size + (size + 127) / 128;
     if (!file_->MakeRoom(room) || !file_->Resize(start + room)) return false;
@@ -118,15 +150,15 @@ class Encoder {
   }
 
   std::vector<NewField> MakeFields() const {
-    const auto channels = static_cast<uint32_t>(picture_.channels());
-    const auto bits = static_cast<uint32_t>(picture_.bits());
-    const Metadata& metadata = picture_.metadata();
+    const auto channels = static_cast<uint32_t>(form_.channels());
+    const auto bits = static_cast<uint32_t>(form_.bits());
+    const Metadata& metadata = form_.metadata();
     std::vector<NewField> fields = SplitExif(metadata.exif);
     const auto add = [&](Tag tag, Type type, const std::vector<uint32_t>& numbers) {
       fields.push_back(NumberField(tag, type, numbers));
     };
-    add(kImageWidth, kLong, {static_cast<uint32_t>(picture_.width())});
-    add(kImageLength, kLong, {static_cast<uint32_t>(picture_.height())});
+    add(kImageWidth, kLong, {static_cast<uint32_t>(form_.width())});
+    add(kImageLength, kLong, {static_cast<uint32_t>(form_.height())});
     add(kBitsPerSample, kShort, std::vector<uint32_t>(channels, bits));
     add(kCompression, kShort, {CompressionNumber()});
     add(kPhotometric, kShort, {channels == 3 ? kRgb : kBlackIsZero});
@@ -145,19 +177,19 @@ class Encoder {
 
   Status AppendDirectory() {
     constexpr uint8_t kPadding = 0;
-    if (file_->size() % 2 != 0 && !file_->Append(&kPadding, 1)) return Status::NoMemory();
+    if (FileSize() % 2 != 0 && !file_->Append(&kPadding, 1)) return Status::NoMemory();
     std::vector<uint8_t> bytes;
-    AppendFields(MakeFields(), file_->size(), &bytes);
-    if (file_->size() + uint64_t{bytes.size()} > UINT32_MAX) {
-      return Status::Error("the file would exceed 4 GB");
-    }
-    StoreNumber(ByteOrder::kLittle, file_->size(), 4, file_->data() + 4);
+    AppendFields(MakeFields(), FileSize(), &bytes);
+    if (FileSize() + bytes.size() > UINT32_MAX) return TooLarge();
+    if (IsPacked()) StoreNumber(ByteOrder::kLittle, FileSize(), 4, file_->data() + 4);
     return file_->Append(bytes.data(), bytes.size()) ? Status() : Status::NoMemory();
   }
 
-  const Picture& picture_;
+  RowSource* rows_;
+  const Picture& form_;
   const EncodeOptions& options_;
   ByteBuffer* file_;
+  uint64_t passed_on_ = 0;  // bytes before those in `file_`
   ByteBuffer row_;
   int rows_in_strip_ = 0;
   std::vector<uint32_t> offsets_;
@@ -166,8 +198,8 @@ class Encoder {
 
 }  // namespace
 
-Status Encode(const Picture& picture, const EncodeOptions& options, ByteBuffer* file) {
-  return Encoder(picture, options, file).Encode();
+Status Encode(RowSource* rows, const EncodeOptions& options, ByteBuffer* file) {
+  return Encoder(rows, options, file).Encode();
 }
 
 }  // namespace zepcodec::tiff

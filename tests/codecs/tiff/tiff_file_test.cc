@@ -24,7 +24,8 @@ using zepcodec::Picture;
 
 Bytes Encode(const zepcodec::Picture& picture, const EncodeOptions& options) {
   zepcodec::ByteBuffer file;
-  const zepcodec::Status status = tiff::Encode(picture, options, &file);
+  zepcodec::PictureRows rows(picture);
+  const zepcodec::Status status = tiff::Encode(&rows, options, &file);
   EXPECT_TRUE(status.ok()) << status.text();
   return {file.data(), file.data() + file.size()};
 }
@@ -107,13 +108,18 @@ TEST(Tiff, BytePlanesPackBetter) {
   EXPECT_LT(planes * 10, mixed * 6);
 }
 
-TEST(Tiff, OptionsThatDoNotFit) {
+bool CanEncode(const Picture& picture, const EncodeOptions& options) {
+  zepcodec::PictureRows rows(picture);
   zepcodec::ByteBuffer file;
-  EXPECT_FALSE(tiff::Encode(zepcodec::Picture(), EncodeOptions(), &file).ok());
-  EXPECT_FALSE(tiff::Encode(pictures::Noisy(4, 4, 2, 8), EncodeOptions(), &file).ok());
-  EXPECT_FALSE(tiff::Encode(pictures::Noisy(4, 4, 1, 12), EncodeOptions(), &file).ok());
+  return tiff::Encode(&rows, options, &file).ok();
+}
+
+TEST(Tiff, OptionsThatDoNotFit) {
+  EXPECT_FALSE(CanEncode(zepcodec::Picture(), EncodeOptions()));
+  EXPECT_FALSE(CanEncode(pictures::Noisy(4, 4, 2, 8), EncodeOptions()));
+  EXPECT_FALSE(CanEncode(pictures::Noisy(4, 4, 1, 12), EncodeOptions()));
   const EncodeOptions planes = Options(Compression::kNone, true);
-  EXPECT_FALSE(tiff::Encode(pictures::Noisy(4, 4, 1, 8), planes, &file).ok());
+  EXPECT_FALSE(CanEncode(pictures::Noisy(4, 4, 1, 8), planes));
 }
 
 // A file field by field, as other programs might write it: fields of one short or long each, then strips.
