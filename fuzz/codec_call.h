@@ -4,17 +4,13 @@
 #define ZEPJP_FUZZ_CODEC_CALL_H_
 
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 
 #include "input.h"
+#include "require.h"
 #include "zepcodec.h"
 
 namespace fuzz {
-
-inline void Require(bool is_so) {
-  if (!is_so) std::abort();
-}
 
 // A failure must have a known status and a sentence.
 inline void RequireFailure(zepcStatus status) {

@@ -8,9 +8,9 @@
 #include <cstdint>
 #include <cstring>
 
-#include "codec_call.h"
 #include "codecs/support/region.h"
 #include "codecs/support/row_sink.h"
+#include "require.h"
 
 namespace fuzz {
 

@@ -64,9 +64,9 @@ struct CodedPlane {
   }
 
   // The bytes that Resize() takes.
-  static size_t MemoryOf(const PlaneHeader& header, size_t mb_width, size_t mb_height,
-                         size_t kept_mb_rows) {
-    size_t bytes = 0;
+  static uint64_t MemoryOf(const PlaneHeader& header, size_t mb_width, size_t mb_height,
+                           size_t kept_mb_rows) {
+    uint64_t bytes = 0;
     for (size_t c = 0; c < header.Components(); ++c) {
       const size_t across = BlocksAcross(header.color, c) * mb_width;
       const size_t down = BlocksDown(header.color, c) * mb_height;

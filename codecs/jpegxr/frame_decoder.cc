@@ -310,7 +310,7 @@ int64_t FrameDecoder::Memory(const Region& region, size_t threads) const {
   const TileArea area = AreaFor(region);
   const TileLanes shares(frame, TilesOf(frame, area), area.y1, UsefulThreads(frame, threads));
   constexpr size_t kRest = size_t{1} << 22;  // stacks of threads and other small things
-  size_t bytes = codestream_.size + PacketReader::kSpareBytes + kRest;
+  uint64_t bytes = codestream_.size + PacketReader::kSpareBytes + kRest;
   bytes += frame.TileCount() * sizeof(TileResult) * 2 +
            headers_.packet_offsets.capacity() * sizeof(uint64_t) +
            frame.MbHeight() * sizeof(uint32_t);

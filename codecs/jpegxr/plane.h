@@ -39,10 +39,11 @@ class Plane {
     height_ = height;
     stride_ = StrideOf(width);
     row_mask_ = kept_rows < height ? kept_rows - 1 : SIZE_MAX;
-    if (!values_.Resize(MemoryOf(width, height, kept_rows))) throw std::bad_alloc();
+    const uint64_t bytes = MemoryOf(width, height, kept_rows);
+    if (bytes > PTRDIFF_MAX || !values_.Resize(static_cast<size_t>(bytes))) throw std::bad_alloc();
   }
-  static size_t MemoryOf(size_t width, size_t height, size_t kept_rows) {
-    return StrideOf(width) * std::min(height, kept_rows) * sizeof(int32_t) + kLine;
+  static uint64_t MemoryOf(size_t width, size_t height, size_t kept_rows) {
+    return uint64_t{StrideOf(width)} * std::min(height, kept_rows) * sizeof(int32_t) + kLine;
   }
   size_t width() const { return width_; }
   size_t height() const { return height_; }
