@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "codecs/dds/codec.h"
+#include "harness/random.h"
 #include "tests/codecs/support/parts.h"
 #include "tests/codecs/support/pictures.h"
 #include "tests/codecs/support/refused_threads.h"
@@ -66,7 +67,7 @@ TEST(DdsParts, ThreadsMakeNoDifference) {
   for (dds::EncodeOptions options : AllOptions()) {
     for (const bool has_mipmaps : {false, true}) {
       options.has_mipmaps = has_mipmaps;
-      const Picture picture = Original(options, 61, 200);
+      const Picture picture = Original(options, 61, harness::Exhaustive() ? 200 : 40);
       options.threads = 1;
       const Bytes file = Encode(picture, options);
       const Picture whole = Decode(file, {});
@@ -119,7 +120,7 @@ TEST(DdsParts, RegionsOfSmallerLevels) {
 TEST(DdsParts, RowsInBytesOut) {
   for (dds::EncodeOptions options : AllOptions()) {
     for (const bool has_mipmaps : {false, true}) {
-      const Picture picture = Original(options, 200, 1000);
+      const Picture picture = Original(options, 200, harness::Exhaustive() ? 1000 : 200);
       options.has_mipmaps = has_mipmaps;
       options.sink = nullptr;
       const Bytes file = Encode(picture, options);
