@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Any bytes as a DDS file: each of its levels is decoded to a picture, or the file is an error. A region
-// is a part of the picture, and rows are its rows.
+// Any bytes as a DDS file: each of its levels is decoded to a picture, or the file is an error. A
+// region is a part of the picture, and rows are its rows.
 #include <cstddef>
 #include <cstdint>
 #include <vector>

@@ -30,8 +30,8 @@ struct DecodeOptions {
   // Null: no callback.
   Progress* progress = nullptr;
   WantedRegion region;
-  // Takes some rows at a time instead of the picture; null: no. A file whose opacity is a codestream of
-  // its own gives the picture nevertheless.
+  // Takes some rows at a time instead of the picture; null: no. A file whose opacity is a
+  // codestream of its own gives the picture nevertheless.
   RowSink* rows = nullptr;
 };
 

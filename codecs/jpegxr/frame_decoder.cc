@@ -118,7 +118,8 @@ class Pipeline {
   }
 
  private:
-  // Coding has the longest chain of steps. A single thread finishes rows while they are in the cache.
+  // Coding has the longest chain of steps. A single thread finishes rows while they are in the
+  // cache.
   enum Rank { kCoding, kPixels, kTransform, kCodingAlone };
 
   // The tiles of a group of columns in the row of tiles that is decoded.

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Four stages follow one another, each a row of macroblocks at a time: pixels become samples, the
-// components are transformed, the coefficients of tiles are quantized and predicted, the tiles are coded. The stages, the components and the groups of
-// tiles side by side are lanes of a pipeline, so that several threads work on different rows.
+// components are transformed, the coefficients of tiles are quantized and predicted, the tiles are
+// coded. The stages, the components and the groups of tiles side by side are lanes of a pipeline,
+// so that several threads work on different rows.
 #include "codecs/jpegxr/frame_encoder.h"
 
 #include <algorithm>
@@ -59,7 +60,8 @@ class Pipeline {
   void AddLanes() {
     const size_t pixels =
         lanes_.Add(kPixels, RowCount(), [this](size_t row) { return ReadRow(row); });
-    // At the end of a hard tile all rows of chroma are needed; the last one is made with the next row.
+    // At the end of a hard tile all rows of chroma are needed; the last one is made with the next
+    // row.
     const size_t more = frame_.has_hard_tiles && frame_.plane.color == ColorFormat::k420 ? 1 : 0;
     std::vector<size_t> transforms;
     for (size_t c = 0; c < plane_.header.Components(); ++c) {

@@ -50,8 +50,8 @@ TileLanes::TileLanes(const FrameHeader& frame, const TileRange& tiles, size_t en
     const size_t end = std::min<size_t>(frame.rows[i + 1], end_row);
     for (size_t row = frame.rows[i]; row < end; ++row) rows.push_back(static_cast<uint32_t>(row));
   }
-  // The row that is coded, the one beside it that is transformed, and the end of the one beyond that.
-  // Threads get some more, so that they seldom wait for one another.
+  // The row that is coded, the one beside it that is transformed, and the end of the one beyond
+  // that. Threads get some more, so that they seldom wait for one another.
   constexpr size_t kLeast = 4;
   constexpr size_t kSlack = 8;
   kept_rows_ = threads == 1  ? kLeast

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 // How the entropy coding of a frame's tiles is shared out, a row of macroblocks at a time.
 //
-// Tiles side by side are coded at the same time, in groups of columns. If these are fewer than the threads,
-// so are some rows of tiles: lane (group, phase) has every phases-th row of tiles. The other stages
-// follow row by row, so that only some rows of macroblocks are in memory.
+// Tiles side by side are coded at the same time, in groups of columns. If these are fewer than the
+// threads, so are some rows of tiles: lane (group, phase) has every phases-th row of tiles. The
+// other stages follow row by row, so that only some rows of macroblocks are in memory.
 #ifndef ZEPJP_CODECS_JPEGXR_TILE_LANES_H_
 #define ZEPJP_CODECS_JPEGXR_TILE_LANES_H_
 

@@ -17,8 +17,8 @@ namespace zepcodec {
 
 class Lanes {
  public:
-  // Returns the lane's number. Of the steps that are ready, those of the lowest rank are done first,
-  // and of these the ones with the lowest number.
+  // Returns the lane's number. Of the steps that are ready, those of the lowest rank are done
+  // first, and of these the ones with the lowest number.
   size_t Add(int rank, size_t steps, std::function<Status(size_t step)> work);
 
   // Step i of a lane waits until the other one has done needs(i) steps.

@@ -29,8 +29,8 @@ struct EncodeOptions {
   bool has_byte_planes = false;
   // Reports progress and can cancel; null: neither.
   Progress* progress = nullptr;
-  // Takes the bytes of the file while it is made, if these are not packed; null: `file` collects them.
-  // The size of packed strips is known at the end, and the first bytes of the file tell it.
+  // Takes the bytes of the file while it is made, if these are not packed; null: `file` collects
+  // them. The size of packed strips is known at the end, and the first bytes of the file tell it.
   ByteSink* sink = nullptr;
 };
 
@@ -69,14 +69,15 @@ struct FileInfo {
 constexpr int64_t kMostExpansion = 64;
 constexpr int64_t kAlwaysAcceptedBytes = int64_t{1} << 20;
 
-// Decodes the first picture of a file, or a region of it, from the strips that it meets. Time is bounded by three times the bytes of the picture and
-// by the number of strips; memory by twice the picture and 8 bytes for each strip. An error means
-// that there is no picture; damaged strips are 0 where bytes are lost, and get messages.
+// Decodes the first picture of a file, or a region of it, from the strips that it meets. Time is
+// bounded by three times the bytes of the picture and by the number of strips; memory by twice the
+// picture and 8 bytes for each strip. An error means that there is no picture; damaged strips are 0
+// where bytes are lost, and get messages.
 Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Picture* picture,
               FileInfo* info);
 
-// The memory that Decode() takes for a file with these headers. It refuses regions that are not inside
-// the picture.
+// The memory that Decode() takes for a file with these headers. It refuses regions that are not
+// inside the picture.
 int64_t MemoryToDecode(const FileInfo& info, const DecodeOptions& options);
 
 // Reads the directory alone.
