@@ -44,6 +44,8 @@ jpeg::DecodeOptions OptionsOf(const DecodeRequest& request) {
   options.max_pixels = request.options.max_pixels;
   options.threads = request.options.threads;
   options.progress = request.progress;
+  options.region = request.region;
+  options.rows = request.rows;
   return options;
 }
 
@@ -61,6 +63,7 @@ Status ProbeJpeg(const File& file, const DecodeRequest& request, Findings* info)
   info->is_progressive = frame.is_progressive ? 1 : 0;
   if (frame.is_progressive) info->layers = jpeg::CountScans(file.data, file.size);
   info->levels = frame.precision == 8 ? 3 : 0;
+  info->gives_rows = jpeg::GivesRows(found);
   info->memory = jpeg::MemoryNeed(found, OptionsOf(request));
   FillSaved(found.metadata, info);
   return Status();
@@ -73,7 +76,7 @@ Status DecodeJpeg(const File& file, const DecodeRequest& request, Picture* pictu
   if (!status.ok()) return status;
   report->damage = std::move(info.messages);
   picture->metadata() = jpeg::ToMetadata(info.metadata, &report->notes);
-  return Cut(request.region, picture);
+  return status;
 }
 
 Status CheckSides(const Picture& picture) {

@@ -6,10 +6,9 @@
 #include <algorithm>
 #include <vector>
 
-#include "codecs/jpeg/geometry.h"
 #include "codecs/jpeg/picture_writer.h"
 #include "codecs/jpeg/plane.h"
-#include "codecs/support/picture.h"
+#include "codecs/jpeg/window.h"
 
 namespace zepcodec::jpeg {
 
@@ -18,41 +17,53 @@ namespace zepcodec::jpeg {
 // above a second time.
 class BandWriter {
  public:
-  BandWriter(const Geometry& geometry, ColorModel model, Picture* image)
-      : geometry_(geometry), planes_(geometry.components.size()), writer_(model, image) {}
+  // The window must outlive the writer.
+  BandWriter(const Window& window, ColorModel model)
+      : window_(window), planes_(window.geometry.components.size()), writer_(model, window) {}
 
   // False: no memory.
   [[nodiscard]] bool Init() {
     for (size_t i = 0; i < planes_.size(); ++i) {
-      if (!planes_[i].AllocateWindow(geometry_, geometry_.components[i])) return false;
+      const Geometry& geometry = window_.geometry;
+      if (!planes_[i].AllocateWindow(geometry, geometry.components[i])) return false;
     }
-    return writer_.Init(geometry_, planes_);
+    return writer_.Init(planes_);
   }
 
   std::vector<Plane>* planes() { return &planes_; }
 
-  // A band of the rows of MCUs first..end-1. make_row(row) fills the window with the samples of a row,
-  // or returns false to end it all.
+  // To be called before a row of MCUs is decoded that is not the one after the last.
+  void MoveTo(int row) {
+    for (Plane& plane : planes_) plane.MoveTo(row);
+  }
+  // The planes hold the samples of a row of MCUs, and the last samples of the row above: writes the
+  // rows of pixels that are complete with it. Then the planes are ready for the next row of MCUs.
+  void Write(int row, const RowTarget& target) {
+    writer_.Write(window_.FirstLine(row), window_.EndLine(row), target);
+    Slide();
+  }
+
+  // A band of the rows of MCUs first..end-1. make_row(row) fills the planes with the samples of a row.
   template <class MakeRow>
-  bool Write(int first, int end, const MakeRow& make_row) {
-    const int above = std::max(first - 1, 0);
-    for (Plane& plane : planes_) plane.MoveTo(above);
-    int done = first == 0 ? 0 : first * geometry_.McuHeight() - 1;
-    for (int row = above; row < end; ++row) {
-      if (!make_row(row)) return false;
-      const int bottom = (row + 1) * geometry_.McuHeight();
-      const int last = row + 1 == geometry_.mcu_rows ? geometry_.height : bottom - 1;
-      if (row >= first) {
-        writer_.Write(done, last);
-        done = last;
-      }
-      for (Plane& plane : planes_) plane.Slide();
+  void WriteBand(int first, int end, const RowTarget& target, const MakeRow& make_row) {
+    const int above = std::max(first - 1, window_.mcus.first_row);
+    MoveTo(above);
+    if (above < first) {
+      make_row(above);
+      Slide();
     }
-    return true;
+    for (int row = first; row < end; ++row) {
+      make_row(row);
+      Write(row, target);
+    }
   }
 
  private:
-  const Geometry& geometry_;
+  void Slide() {
+    for (Plane& plane : planes_) plane.Slide();
+  }
+
+  const Window& window_;
   std::vector<Plane> planes_;
   PictureWriter writer_;
 };

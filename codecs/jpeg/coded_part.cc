@@ -58,10 +58,10 @@ bool CodedPart::DecodeIntervals(const ScanCode& code) {
 
 bool CodedPart::DecodeGuess(const ScanCode& code) {
   const Stretch& stretch = stretches_[0];
-  if (!blocks_.Resize(kMostBlocksInAPart)) return false;
-  keys_.reserve(kBlocksInAPart + kBlocksInAPart / 4);
+  if (!blocks_.Resize(most_blocks_)) return false;
+  keys_.reserve(most_blocks_ + 1);
   cursor_ = BlockCursor(stretch.begin);
-  while (count_ < static_cast<size_t>(kMostBlocksInAPart) && cursor_.at < stretch.end) {
+  while (count_ < most_blocks_ && cursor_.at < stretch.end) {
     const BlockCursor before = cursor_;
     if (DecodeBlock(code, &cursor_, blocks_.At(count_)) == zepStatusOk) {
       keys_.push_back(before.Key());
@@ -88,6 +88,7 @@ void CodedPart::SkipBadCode(const ScanCode& code, int32_t last_start) {
 CodedPart::Outcome CodedPart::Join(const ScanCode& code, BlockCursor* cursor, int64_t* next) {
   if (!IsWhole()) return JoinGuess(code, cursor, next);
   if (is_damaged_) return Outcome::kDamaged;
+  *next = first_block();
   runs_ = {{*next, static_cast<int64_t>(count_), blocks_.At(0), {}}};
   *next += static_cast<int64_t>(count_);
   return Outcome::kJoined;
@@ -95,7 +96,10 @@ CodedPart::Outcome CodedPart::Join(const ScanCode& code, BlockCursor* cursor, in
 
 CodedPart::Outcome CodedPart::JoinGuess(const ScanCode& code, BlockCursor* cursor, int64_t* next) {
   const Stretch& stretch = stretches_[0];
-  if (stretch.starts_interval) *cursor = BlockCursor(stretch.begin);
+  if (stretch.starts_interval) {
+    *cursor = BlockCursor(stretch.begin);
+    *next = stretch.first_block;
+  }
   const int64_t first = *next;
   size_t index = sound_from_;
   bool is_found = FindState(code, *cursor, &index);

@@ -103,20 +103,26 @@ struct BlockRun {
 
 class CodedPart {
  public:
-  // Either whole intervals or a single stretch of one.
-  explicit CodedPart(std::vector<Stretch> stretches) : stretches_(std::move(stretches)) {}
+  // Either whole intervals or a single stretch of one. Of a stretch, no more than `most_blocks` are
+  // decoded.
+  CodedPart(std::vector<Stretch> stretches, size_t most_blocks)
+      : stretches_(std::move(stretches)), most_blocks_(most_blocks) {}
 
   // Decodes the part on its own, into `storage`. False: no memory.
   [[nodiscard]] bool Decode(const ScanCode& code, BlockList storage);
 
   enum class Outcome { kJoined, kDamaged, kNoMemory };
   // Joins it to the part before, where the true decoder stands at `cursor` in front of block `next`.
-  // Both move to the end of this part. kDamaged: not all is well with the coded bytes.
+  // Both move to the end of this part; where it begins an interval, from anywhere. kDamaged: not all is well with the coded bytes.
   Outcome Join(const ScanCode& code, BlockCursor* cursor, int64_t* next);
 
   // Gives the storage back when the blocks are needed no more.
   BlockList TakeStorage() { return std::move(blocks_); }
 
+  // Where Join() begins if it begins an interval; else negative.
+  int64_t first_block() const {
+    return stretches_[0].starts_interval ? stretches_[0].first_block : -1;
+  }
   // The blocks that are known after Join().
   const std::vector<BlockRun>& runs() const { return runs_; }
   // The blocks that the true decoder had to decode again.
@@ -134,6 +140,7 @@ class CodedPart {
   DcValues DcBefore(const ScanCode& code, size_t index) const;
 
   std::vector<Stretch> stretches_;
+  size_t most_blocks_;
   BlockList blocks_;
   size_t count_ = 0;           // of blocks that were decoded
   std::vector<int64_t> keys_;  // of the decoder in front of each block, and after the last one
@@ -143,12 +150,6 @@ class CodedPart {
   BlockList bridge_;
   std::vector<BlockRun> runs_;
 };
-
-// A scan is cut into parts of about this many blocks. A part of a picture's flat areas has more.
-// Those beyond the limit are left to the bridge of the next part.
-constexpr int64_t kBlocksInAPart = 8192;
-constexpr int64_t kMostBlocksInAPart = 4 * kBlocksInAPart;
-constexpr int64_t kMostBytesOfPart = kMostBlocksInAPart * (64 * sizeof(int16_t) + sizeof(int64_t));
 
 }  // namespace zepcodec::jpeg
 

@@ -13,16 +13,16 @@ namespace zepcodec::jpeg {
 class CoefficientRows {
  public:
   // All references must outlive the object.
-  CoefficientRows(const Coefficients& coefficients, const Geometry& geometry,
+  CoefficientRows(const Coefficients& coefficients, const Window& window,
                   std::vector<Plane>* planes)
-      : coefficients_(coefficients), geometry_(geometry), planes_(*planes) {}
+      : coefficients_(coefficients), window_(window), planes_(*planes) {}
 
-  // Makes the samples of a row of MCUs.
+  // Makes the window's samples of a row of MCUs.
   void DecodeRow(int row) const;
 
  private:
   const Coefficients& coefficients_;
-  const Geometry& geometry_;
+  const Window& window_;
   std::vector<Plane>& planes_;
 };
 

@@ -225,8 +225,11 @@ bool TakeFirstDc(const Scan& scan, Coefficients* coefficients) {
 
 ScanOutcome DecodeScan(const ScanTask& task, Coefficients* coefficients, Messages* messages,
                        RowGate* gate) {
-  ScanSource source(task.data, task.size, task.begin, task.walk.McuCount(), task.restart_interval,
-                    messages);
+  const int64_t mcus = task.walk.McuCount();
+  ScanSource source(
+      task.data, task.size,
+      FindIntervals(task.data, task.size, task.begin, mcus, task.restart_interval, messages), mcus,
+      task.restart_interval, messages);
   int64_t idle_visits = 0;
   if (task.scan.first > 0) {
     BandScan scan(task, &source, gate, coefficients);

@@ -10,7 +10,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <vector>
 
 #include "codecs/jpeg/coefficients.h"
@@ -21,6 +20,8 @@
 #include "codecs/support/messages.h"
 #include "codecs/support/picture.h"
 #include "codecs/support/progress.h"
+#include "codecs/support/region.h"
+#include "codecs/support/row_sink.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpeg {
@@ -34,9 +35,13 @@ struct DecodeOptions {
   int64_t max_pixels = int64_t{1} << 28;
   // 0: one for each processor. The result is always the same.
   int threads = 1;
-  // Of progressive files: called after each scan, 1, 2, ..., with the picture so far. An error ends
-  // decoding.
-  std::function<Status(const Picture& image, int number, const Scan& scan)> on_scan;
+  // The part of the reduced picture that is wanted.
+  WantedRegion region;
+  // Takes the rows of the region if GivesRows(); null: the picture has them.
+  RowSink* rows = nullptr;
+  // Several threads decode a scan in parts of about this many blocks. Tests choose a smaller number,
+  // so that small pictures have several parts.
+  int64_t part_blocks = 8192;
   // Reports progress and can cancel; null: neither.
   Progress* progress = nullptr;
 };
@@ -73,11 +78,14 @@ constexpr int64_t kAlwaysAcceptedBlocks = 65536;
 // A progressive file may go through all blocks of a picture again and again in scans of a few
 // bytes. Blocks that take no bits are skipped where that is safe; a refinement has to look at those
 // that have coefficients. Decoding ends with a message after kMostIdleVisits such visits for each
-// block of the picture, or after kAlwaysAcceptedVisits in all, whichever is more. Pictures shown to
-// DecodeOptions::on_scan count too, a visit for each block. So time is bounded by bytes of the file
-// and blocks of the picture.
+// block of the picture, or after kAlwaysAcceptedVisits in all, whichever is more. So time is
+// bounded by bytes of the file and blocks of the picture.
 constexpr int64_t kMostIdleVisits = 256;
 constexpr int64_t kAlwaysAcceptedVisits = int64_t{1} << 20;
+
+// Whether Decode() gives rows while it decodes: files of 8 bits with a single scan. Others need all
+// scans for the first row. Their picture is complete, and DecodeOptions::rows gets nothing.
+bool GivesRows(const FileInfo& info);
 
 // Decodes a picture of 8 or 12 bits, grey, RGB or CMYK (also from YCCK). The picture's memory is
 // used again if it is large enough. An error means that there is no picture; a picture with damaged

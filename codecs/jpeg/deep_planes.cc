@@ -67,31 +67,40 @@ Status ToDeepPlanes(const Picture& picture, const Geometry& geometry,
   return Status();
 }
 
-Status ToDeepPlanes(const Coefficients& coefficients, std::vector<DeepPlane>* planes) {
+Status ToDeepPlanes(const Coefficients& coefficients, const Window& window,
+                    std::vector<DeepPlane>* planes) {
   *planes = std::vector<DeepPlane>(coefficients.planes.size());
   for (size_t i = 0; i < planes->size(); ++i) {
     const CoefficientPlane& blocks = coefficients.planes[i];
     DeepPlane& plane = (*planes)[i];
-    if (!plane.Allocate(blocks.across(), blocks.down())) return Status::NoMemory();
-    for (int y = 0; y < blocks.down(); ++y) {
-      for (int x = 0; x < blocks.across(); ++x) {
-        zepiDCTQuantInv8x8LS_JPEG_16s16u_C1R(blocks.Block(x, y), plane.At(8 * x, 8 * y),
-                                             plane.step(), coefficients.steps[i].data());
+    const FrameComponent& component = coefficients.frame.components[i];
+    const McuWindow part = window.mcus.In(component.h, component.v);
+    const int across = part.end_column - part.first_column;
+    const int down = part.end_row - part.first_row;
+    if (!plane.Allocate(across, down)) return Status::NoMemory();
+    for (int y = 0; y < down; ++y) {
+      for (int x = 0; x < across; ++x) {
+        zepiDCTQuantInv8x8LS_JPEG_16s16u_C1R(
+            blocks.Block(part.first_column + x, part.first_row + y), plane.At(8 * x, 8 * y),
+            plane.step(), coefficients.steps[i].data());
       }
     }
   }
   return Status();
 }
 
-Status ToPicture(const std::vector<DeepPlane>& planes, const Frame& frame, ColorModel model,
-                 Picture* picture) {
+Status ToPicture(const std::vector<DeepPlane>& planes, const Window& window, const Frame& frame,
+                 ColorModel model, Picture* picture) {
   const size_t channels = planes.size();
-  if (!picture->Resize(frame.width, frame.height, LayoutOfComponents(channels), kDeepBits)) {
+  const Region& region = window.region;
+  if (!picture->Resize(region.width, region.height, LayoutOfComponents(channels), kDeepBits)) {
     return Status::NoMemory();
   }
+  const int left = window.left;
+  const int top = region.y - window.mcus.first_row * window.geometry.McuHeight();
   size_t to = 0;
-  for (int y = 0; y < frame.height; ++y) {
-    for (int x = 0; x < frame.width; ++x) {
+  for (int y = top; y < top + region.height; ++y) {
+    for (int x = left; x < left + region.width; ++x) {
       int samples[4] = {}, pixel[4] = {};
       for (size_t i = 0; i < channels; ++i) {
         const FrameComponent& component = frame.components[i];

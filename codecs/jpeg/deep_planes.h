@@ -8,6 +8,7 @@
 
 #include "codecs/jpeg/coefficients.h"
 #include "codecs/jpeg/picture_writer.h"
+#include "codecs/jpeg/window.h"
 #include "codecs/support/byte_buffer.h"
 #include "codecs/support/picture.h"
 #include "codecs/support/status.h"
@@ -45,13 +46,14 @@ class DeepPlane {
 Status ToDeepPlanes(const Picture& picture, const Geometry& geometry,
                     std::vector<DeepPlane>* planes);
 
-// Dequantization and inverse transform of all blocks.
-Status ToDeepPlanes(const Coefficients& coefficients, std::vector<DeepPlane>* planes);
+// Dequantization and inverse transform of the blocks of a window, which become all of the planes.
+Status ToDeepPlanes(const Coefficients& coefficients, const Window& window,
+                    std::vector<DeepPlane>* planes);
 
-// Grey, RGB, or amounts of ink (4095 for full); components of less than the full resolution are
-// repeated.
-Status ToPicture(const std::vector<DeepPlane>& planes, const Frame& frame, ColorModel model,
-                 Picture* picture);
+// The window's region: grey, RGB, or amounts of ink (4095 for full). Components of less than the full
+// resolution are repeated.
+Status ToPicture(const std::vector<DeepPlane>& planes, const Window& window, const Frame& frame,
+                 ColorModel model, Picture* picture);
 
 }  // namespace zepcodec::jpeg
 

@@ -36,8 +36,10 @@ Geometry::Geometry(const Frame& frame, int scale)
   for (const FrameComponent& component : frame.components) {
     components.push_back(Place(component, frame, unit));
   }
-  // An odd number of cache lines: rows do not compete for the same places in the cache.
-  step = (mcus_per_row * max_h * unit + 63) / 64 * 64 | 64;
+  SetStep();
 }
+
+// An odd number of cache lines: rows do not compete for the same places in the cache.
+void Geometry::SetStep() { step = (mcus_per_row * McuWidth() + 63) / 64 * 64 | 64; }
 
 }  // namespace zepcodec::jpeg

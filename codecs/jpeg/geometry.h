@@ -38,6 +38,9 @@ struct Geometry {
 
   // Rows of the picture that an MCU spans.
   int McuHeight() const { return max_v * unit; }
+  int McuWidth() const { return max_h * unit; }
+  // From the MCUs of a row.
+  void SetStep();
 };
 
 // Threads work on bands of this many rows of MCUs. Decoding a band takes one row more, and encoding

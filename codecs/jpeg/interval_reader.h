@@ -34,6 +34,9 @@ class IntervalReader {
   // which it passes over. `ended_well`: the previous interval was decoded completely, so the next
   // restart marker should follow here. One that lost its FF to a wrong bit is then found.
   size_t Next(bool ended_well);
+  // Whether the next interval was found, or the current one is the last. Then the current one need
+  // not be decoded to find what follows.
+  bool KnowsNext() const { return NextFound() == interval_; }
   // Whether the marker before the current interval was damaged in this way.
   bool is_repaired() const { return is_repaired_; }
   // After every few calls of a decoder: the library counts bytes in 32 bits, files may be larger.

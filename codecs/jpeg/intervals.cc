@@ -214,10 +214,14 @@ class IntervalMatcher {
 
 }  // namespace
 
-Intervals FindIntervals(const uint8_t* data, size_t size, size_t begin, size_t count,
-                        Messages* messages) {
+Intervals FindIntervals(const uint8_t* data, size_t size, size_t begin, int64_t mcu_count,
+                        int restart_interval, Messages* messages) {
+  const size_t count = IntervalCount(mcu_count, restart_interval);
+  const auto faults = messages->count();
   MarkerList markers = MarkerCollector(data, size, count).Collect(begin);
-  return IntervalMatcher(data, begin, count, std::move(markers), messages).Match();
+  Intervals intervals = IntervalMatcher(data, begin, count, std::move(markers), messages).Match();
+  intervals.is_sound = messages->count() == faults && intervals.found.size() == count;
+  return intervals;
 }
 
 }  // namespace zepcodec::jpeg

@@ -6,10 +6,10 @@
 #include <cstdint>
 #include <vector>
 
+#include "codecs/jpeg/plane.h"
 #include "codecs/jpeg/upsampler.h"
-#include "codecs/support/byte_buffer.h"
+#include "codecs/jpeg/window.h"
 #include "codecs/support/picture.h"
-#include "codecs/support/status.h"
 
 namespace zepcodec::jpeg {
 
@@ -26,24 +26,29 @@ constexpr PixelLayout LayoutOf(ColorModel model) {
   }
 }
 
+// Rows for the decoder to fill: some of a region's, as wide as the region.
+struct RowTarget {
+  Picture* picture;
+  int y;  // of its first row, from the top of the region
+};
+
 class PictureWriter {
  public:
-  // The picture must have its final size and LayoutOf(model).
-  PictureWriter(ColorModel model, Picture* image) : model_(model), image_(image) {}
+  // The window must outlive the writer.
+  PictureWriter(ColorModel model, const Window& window) : model_(model), window_(window) {}
 
   // False: no memory.
-  [[nodiscard]] bool Init(const Geometry& geometry, const std::vector<Plane>& planes);
+  [[nodiscard]] bool Init(const std::vector<Plane>& planes);
 
-  // Writes rows first..last-1; Upsampler::Rows() says which are allowed.
-  void Write(int first, int last);
+  // Writes those of the picture's rows first..last-1 that are in the region; Upsampler::Rows() says
+  // which are allowed.
+  void Write(int first, int last, const RowTarget& target);
 
  private:
-  void Interleave(const uint8_t* const* planes, int channels, int first, int last);
-  void InvertInks(int first, int last);
+  void Interleave(const uint8_t* const* planes, int count, uint8_t* out) const;
 
   ColorModel model_;
-  Picture* image_;
-  int step_ = 0;
+  const Window& window_;
   std::vector<Upsampler> components_;
 };
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The samples of one component: all of its rows, or those of one row of MCUs and the row above.
+// The samples of one component in a window: all of its rows, or those of one row of MCUs and the row
+// above.
 #ifndef ZEPJP_CODECS_JPEG_PLANE_H_
 #define ZEPJP_CODECS_JPEG_PLANE_H_
 
@@ -7,18 +8,19 @@
 #include <cstring>
 
 #include "codecs/jpeg/geometry.h"
+#include "codecs/jpeg/window.h"
 #include "codecs/support/byte_buffer.h"
-#include "codecs/support/picture.h"
-#include "codecs/support/status.h"
 
 namespace zepcodec::jpeg {
 
 class Plane {
  public:
-  // Allocates all rows, filled with grey in case the component has no scan.
-  [[nodiscard]] bool AllocateAll(const Geometry& geometry, const ComponentGeometry& place) {
-    const int rows = geometry.mcu_rows * place.v * place.block_size;
-    if (!Allocate(geometry.step, 0, rows)) return false;
+  // Allocates all rows of the window, filled with grey in case the component has no scan.
+  [[nodiscard]] bool AllocateAll(const Window& window, const ComponentGeometry& place) {
+    const McuWindow rows = window.mcus.In(1, place.v * place.block_size);
+    if (!Allocate(window.geometry.step, rows.first_row, rows.end_row - rows.first_row)) {
+      return false;
+    }
     std::memset(samples_.data(), 128, samples_.size());
     return true;
   }

@@ -2,15 +2,18 @@
 #include "codecs/jpeg/scan_decoder.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
+#include <utility>
 
 namespace zepcodec::jpeg {
 
-ScanDecoder::ScanDecoder(const uint8_t* data, size_t size, size_t begin, const ScanLayout& layout,
-                         Messages* messages)
+ScanDecoder::ScanDecoder(const uint8_t* data, size_t size, Intervals intervals,
+                         const ScanLayout& layout, Messages* messages)
     : mcus_per_row_(layout.mcus_per_row),
-      source_(data, size, begin, int64_t{layout.mcus_per_row} * layout.mcu_rows,
-              layout.restart_interval, messages) {
+      window_(layout.window),
+      source_(data, size, std::move(intervals), layout.McuCount(), layout.restart_interval,
+              messages) {
   for (const ScanPart& part : layout.parts) {
     parts_.push_back({part, TransformFor(part.block_size), 0});
     blocks_in_mcu_ += part.blocks_across * part.blocks_down;
@@ -20,15 +23,22 @@ ScanDecoder::ScanDecoder(const uint8_t* data, size_t size, size_t begin, const S
 void ScanDecoder::DecodeRow(int row) {
   const int chunk = kChunkBlocks / blocks_in_mcu_;
   for (int mcu = 0, count = 0; mcu < mcus_per_row_; mcu += count) {
-    if (source_.Begin()) {
-      for (Part& part : parts_) part.last_dc = 0;
-    }
-    count = std::min(chunk, mcus_per_row_ - mcu);
+    if (source_.Begin()) BeginInterval(int64_t{row} * mcus_per_row_ + mcu);
+    const int most = source_.is_passed_over() ? mcus_per_row_ : chunk;
+    count = std::min(most, mcus_per_row_ - mcu);
     count = static_cast<int>(std::min<int64_t>(count, source_.mcus_left()));
-    DecodeBlocks(count);
-    ReconstructBlocks(row, mcu, count);
+    if (!source_.is_passed_over()) {
+      DecodeBlocks(count);
+      ReconstructBlocks(row, mcu, count);
+    }
     source_.End(count);
   }
+}
+
+void ScanDecoder::BeginInterval(int64_t first_mcu) {
+  for (Part& part : parts_) part.last_dc = 0;
+  const bool is_wanted = window_.Meets(first_mcu, source_.mcus_left(), mcus_per_row_);
+  if (!is_wanted && source_.MayPassOver()) source_.PassOver();
 }
 
 void ScanDecoder::DecodeBlocks(int mcus) {
@@ -51,12 +61,16 @@ void ScanDecoder::DecodeBlocks(int mcus) {
   }
 }
 
+// Those inside the window.
 void ScanDecoder::ReconstructBlocks(int row, int first_mcu, int mcus) {
-  const int16_t* block = blocks_;
-  for (int mcu = first_mcu; mcu < first_mcu + mcus; ++mcu) {
+  if (row < window_.first_row) return;
+  const int first = std::max(first_mcu, window_.first_column);
+  const int end = std::min(first_mcu + mcus, window_.end_column);
+  const int16_t* block = blocks_ + ptrdiff_t{first - first_mcu} * blocks_in_mcu_ * 64;
+  for (int mcu = first; mcu < end; ++mcu) {
     for (const Part& part : parts_) {
       const int step = part.plane->step();
-      const int left = mcu * part.blocks_across * part.block_size;
+      const int left = (mcu - window_.first_column) * part.blocks_across * part.block_size;
       for (int y = 0; y < part.blocks_down; ++y) {
         uint8_t* samples = part.plane->Row((row * part.blocks_down + y) * part.block_size) + left;
         for (int x = 0; x < part.blocks_across; ++x, block += 64) {

@@ -2,23 +2,14 @@
 #include "codecs/jpeg/scan_pipeline.h"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
+#include <new>
 #include <utility>
 
 #include "codecs/jpeg/band_writer.h"
-#include "codecs/jpeg/block_transform.h"
-#include "codecs/support/messages.h"
 
 namespace zepcodec::jpeg {
 namespace {
-
-int64_t BlocksInMcu(const ScanLayout& layout) {
-  int64_t blocks = 0;
-  for (const ScanPart& part : layout.parts)
-    blocks += int64_t{part.blocks_across} * part.blocks_down;
-  return blocks;
-}
 
 ScanCode CodeOf(const uint8_t* bytes, size_t size, const ScanLayout& layout) {
   ScanCode code = {bytes, static_cast<int32_t>(size), {}};
@@ -31,148 +22,55 @@ ScanCode CodeOf(const uint8_t* bytes, size_t size, const ScanLayout& layout) {
   return code;
 }
 
-// The blocks of a band, to be fetched in their order.
-class BlockSource {
- public:
-  explicit BlockSource(std::vector<BlockRun> runs) : runs_(std::move(runs)) {}
-
-  // What follows begins with block `index`, which is not before those fetched already.
-  void Seek(int64_t index) {
-    while (index >= runs_[run_].first + runs_[run_].count) ++run_;
-    next_ = index - runs_[run_].first;
-  }
-
-  // Valid until the next call.
-  const int16_t* Next(size_t component) {
-    while (next_ == runs_[run_].count) {
-      ++run_;
-      next_ = 0;
-    }
-    const BlockRun& run = runs_[run_];
-    const int16_t* block = run.blocks + 64 * next_++;
-    const int16_t offset = run.dc_offset[component];
-    if (offset == 0) return block;
-    std::memcpy(block_, block, sizeof(block_));
-    block_[0] = static_cast<int16_t>(static_cast<uint16_t>(block_[0] + offset));
-    return block_;
-  }
-
- private:
-  std::vector<BlockRun> runs_;
-  size_t run_ = 0;
-  int64_t next_ = 0;
-  alignas(64) int16_t block_[64];
-};
-
-// Reconstructs the blocks of a row of MCUs.
-void MakeRow(const ScanLayout& layout, int row, BlockSource* source, std::vector<Plane>* planes) {
-  struct Target {
-    InverseTransform inverse;
-    uint8_t* samples;
-    int step;
-  };
-  Target targets[4];
-  for (size_t i = 0; i < layout.parts.size(); ++i) {
-    const ScanPart& part = layout.parts[i];
-    Plane& plane = (*planes)[part.component];
-    targets[i] = {TransformFor(part.block_size),
-                  plane.Row(row * part.blocks_down * part.block_size), plane.step()};
-  }
-  for (int mcu = 0; mcu < layout.mcus_per_row; ++mcu) {
-    for (size_t i = 0; i < layout.parts.size(); ++i) {
-      const ScanPart& part = layout.parts[i];
-      const Target& target = targets[i];
-      for (int y = 0; y < part.blocks_down; ++y) {
-        uint8_t* samples = target.samples + ptrdiff_t{y} * part.block_size * target.step +
-                           mcu * part.blocks_across * part.block_size;
-        for (int x = 0; x < part.blocks_across; ++x, samples += part.block_size) {
-          target.inverse(source->Next(i), samples, target.step, part.steps);
-        }
-      }
-    }
-  }
-}
-
 }  // namespace
 
-ScanPipeline::ScanPipeline(const uint8_t* data, size_t size, size_t begin, const ScanLayout& layout,
-                           const Geometry& geometry, ColorModel model, Picture* picture)
-    : geometry_(geometry),
+ScanPipeline::ScanPipeline(const uint8_t* data, size_t size, size_t begin,
+                           const Intervals& intervals, const ScanLayout& layout,
+                           int64_t part_blocks, ColorModel model, RowOutput* output)
+    : layout_(layout),
+      part_blocks_(part_blocks),
       model_(model),
-      picture_(picture),
-      layout_(layout),
-      blocks_in_row_(layout.mcus_per_row * BlocksInMcu(layout)) {
-  const int64_t mcus = int64_t{layout.mcus_per_row} * layout.mcu_rows;
-  const int64_t interval = layout.restart_interval > 0 ? layout.restart_interval : mcus;
-  const auto count = static_cast<size_t>((mcus + interval - 1) / interval);
-  if (blocks_in_row_ * layout.mcu_rows < 2 * kBlocksInAPart) return;
+      output_(*output),
+      blocks_in_row_(layout.mcus_per_row * BlocksInMcu(layout)),
+      band_count_(DivideUp(layout.window.end_row - layout.window.first_row, kRowsInABand)) {
+  if (!intervals.is_sound || blocks_in_row_ * layout.mcu_rows < 2 * part_blocks) return;
   if (size - begin > std::numeric_limits<int32_t>::max()) return;
-  Messages faults;
-  const Intervals intervals = FindIntervals(data, size, begin, count, &faults);
-  if (faults.count() > 0 || intervals.found.size() != count) return;
   code_ = CodeOf(data + begin, size - begin, layout);
-  end_ = intervals.end;
-  PlanParts(intervals, begin, interval * BlocksInMcu(layout));
+  parts_ = PlanParts(data, begin, intervals, layout, part_blocks);
 }
 
-// Short intervals are put together to parts, long ones are cut.
-void ScanPipeline::PlanParts(const Intervals& intervals, size_t begin, int64_t interval_blocks) {
-  const int64_t all_blocks = blocks_in_row_ * layout_.mcu_rows;
-  std::vector<Stretch> whole;
-  for (size_t i = 0; i < intervals.found.size(); ++i) {
-    const bool is_last = i + 1 == intervals.found.size();
-    const size_t marker = is_last ? intervals.end : intervals.found[i + 1].start - 2;
-    const auto first = static_cast<int64_t>(i) * interval_blocks;
-    const Stretch interval = {static_cast<int32_t>(intervals.found[i].start - begin),
-                              static_cast<int32_t>(marker - begin),
-                              true,
-                              true,
-                              first,
-                              std::min(first + interval_blocks, all_blocks)};
-    if (interval_blocks > 2 * kBlocksInAPart) {
-      PlanStretches(interval);
-      continue;
-    }
-    whole.push_back(interval);
-    if (!is_last && interval.end_block - whole[0].first_block < kBlocksInAPart) continue;
-    parts_.push_back(std::make_unique<CodedPart>(std::move(whole)));
-    whole.clear();
-  }
-}
-
-void ScanPipeline::PlanStretches(const Stretch& interval) {
-  const int64_t count =
-      std::max<int64_t>((interval.end_block - interval.first_block) / kBlocksInAPart, 1);
-  const int64_t bytes = interval.end - interval.begin;
-  Stretch stretch = interval;
-  for (int64_t i = 1; i <= count; ++i) {
-    stretch.end = static_cast<int32_t>(interval.begin + bytes * i / count);
-    // Not between an FF and the 00 after it.
-    while (stretch.end < interval.end && code_.bytes[stretch.end - 1] == 0xFF) ++stretch.end;
-    stretch.ends_interval = i == count;
-    if (stretch.end <= stretch.begin && !stretch.ends_interval) continue;
-    parts_.push_back(std::make_unique<CodedPart>(std::vector<Stretch>{stretch}));
-    stretch.begin = stretch.end;
-    stretch.starts_interval = false;
-  }
+int ScanPipeline::BandStart(int band) const {
+  return layout_.window.first_row + band * kRowsInABand;
 }
 
 int ScanPipeline::BandEnd(int band) const {
-  return std::min((band + 1) * kRowsInABand, layout_.mcu_rows);
+  return std::min(BandStart(band) + kRowsInABand, layout_.window.end_row);
+}
+
+// What comes after the window is not decoded.
+bool ScanPipeline::HasAllBlocks() const {
+  return next_block_ >= layout_.window.end_row * blocks_in_row_;
 }
 
 bool ScanPipeline::BandIsReady() const {
-  return next_band_ < static_cast<int>(is_made_.size()) &&
+  return next_band_ < band_count_ && next_band_ - given_ < static_cast<int>(bands_.size()) &&
          next_block_ >= BandEnd(next_band_) * blocks_in_row_;
 }
 
 // As many parts as can be worked on, and then only where nobody works on what would free one.
 bool ScanPipeline::MayDecodePart() const {
-  return next_part_ < parts_.size() && (next_part_ - freed_ < most_parts_ || active_ == 0);
+  return next_part_ < parts_.size() && !HasAllBlocks() &&
+         (next_part_ - freed_ < most_parts_ || active_ == 0);
+}
+
+bool ScanPipeline::MayGive() const {
+  return !is_giving_ && given_ < next_band_ && BandAt(given_).is_made;
 }
 
 ScanPipeline::Work ScanPipeline::Choose() const {
-  if (!is_joining_ && joined_ < next_part_ && is_decoded_[joined_]) return Work::kJoin;
+  if (MayGive()) return Work::kGive;
+  const bool may_join = joined_ < next_part_ && is_decoded_[joined_] && !HasAllBlocks();
+  if (!is_joining_ && may_join) return Work::kJoin;
   if (BandIsReady()) return Work::kBand;
   return MayDecodePart() ? Work::kPart : Work::kNone;
 }
@@ -184,7 +82,7 @@ class ScanPipeline::Worker {
       : scan_(*scan),
         progress_(progress),
         lock_(scan->mutex_, std::defer_lock),
-        writer_(scan->geometry_, scan->model_, scan->picture_) {}
+        writer_(scan->output_.window(), scan->model_) {}
 
   // The other threads must not wait for one that ends early.
   void Work() {
@@ -207,6 +105,7 @@ class ScanPipeline::Worker {
       }
       ++scan_.active_;
       switch (work) {
+        case ScanPipeline::Work::kGive: Give(); break;
         case ScanPipeline::Work::kJoin: Join(); break;
         case ScanPipeline::Work::kBand: MakeBand(); break;
         default: DecodePart(); break;
@@ -217,9 +116,10 @@ class ScanPipeline::Worker {
     lock_.unlock();
   }
 
+  // The first reason to end counts.
   void Finish(const Status& status) {
     if (!lock_.owns_lock()) lock_.lock();
-    scan_.status_ = status;
+    if (!scan_.is_over_) scan_.status_ = status;
     scan_.is_over_ = true;
     scan_.has_changed_.notify_all();
   }
@@ -242,8 +142,8 @@ class ScanPipeline::Worker {
     const CodedPart::Outcome outcome = part.Join(scan_.code_, &scan_.cursor_, &next_block);
     lock_.lock();
     scan_.is_joining_ = false;
-    scan_.next_block_ = next_block;
     ++scan_.joined_;
+    scan_.next_block_ = scan_.FirstBlockAfterJoined(next_block);
     if (outcome == CodedPart::Outcome::kNoMemory) Finish(Status::NoMemory());
     if (outcome == CodedPart::Outcome::kDamaged) {
       scan_.is_sound_ = false;
@@ -253,19 +153,34 @@ class ScanPipeline::Worker {
 
   void MakeBand() {
     const int band = scan_.next_band_++;
-    const int first = band * kRowsInABand;
+    const int first = scan_.BandStart(band);
     const int end = scan_.BandEnd(band);
-    BlockSource source(scan_.RunsFrom(std::max(first - 1, 0)));
+    const McuWindow& window = scan_.layout_.window;
+    Band& place = scan_.BandAt(band);
+    place.is_made = false;
+    BlockSource source(scan_.RunsFrom(std::max(first - 1, window.first_row)));
     lock_.unlock();
-    writer_.Write(first, end, [&](int row) {
-      source.Seek(row * scan_.blocks_in_row_);
-      MakeRow(scan_.layout_, row, &source, writer_.planes());
-      return true;
-    });
-    const bool stops = Stops(progress_, end, scan_.layout_.mcu_rows);
+    const bool has_memory = scan_.output_.Open(first, end, &place.rows, &place.target);
+    if (has_memory) {
+      writer_.WriteBand(first, end, place.target,
+                        [&](int row) { MakeRow(scan_.layout_, row, &source, writer_.planes()); });
+    }
+    const bool stops = Stops(progress_, end - window.first_row, window.end_row - window.first_row);
     lock_.lock();
     scan_.BandIsMade(band);
+    if (!has_memory) Finish(Status::NoMemory());
     if (stops) Finish(Status::Cancelled());
+  }
+
+  void Give() {
+    scan_.is_giving_ = true;
+    const RowTarget target = scan_.BandAt(scan_.given_).target;
+    lock_.unlock();
+    const Status status = scan_.output_.Close(target);
+    lock_.lock();
+    scan_.is_giving_ = false;
+    if (!status.ok()) return Finish(status);
+    if (++scan_.given_ == scan_.band_count_) Finish(Status());
   }
 
   ScanPipeline& scan_;
@@ -286,6 +201,12 @@ std::vector<BlockRun> ScanPipeline::RunsFrom(int row) const {
   return runs;
 }
 
+// No band needs the blocks between parts.
+int64_t ScanPipeline::FirstBlockAfterJoined(int64_t next_block) const {
+  if (joined_ == parts_.size()) return std::numeric_limits<int64_t>::max();
+  return std::max(parts_[joined_]->first_block(), next_block);
+}
+
 // Memory that was used before costs less than new memory.
 BlockList ScanPipeline::TakeStorage() {
   if (storage_.empty()) return {};
@@ -296,10 +217,10 @@ BlockList ScanPipeline::TakeStorage() {
 
 // Frees the parts that no band needs any more. The next band to be finished still needs a row above it.
 void ScanPipeline::BandIsMade(int band) {
-  is_made_[static_cast<size_t>(band)] = true;
-  while (made_ < static_cast<int>(is_made_.size()) && is_made_[static_cast<size_t>(made_)]) ++made_;
-  if (made_ == static_cast<int>(is_made_.size())) is_over_ = true;
-  const int64_t needed = (int64_t{made_} * kRowsInABand - 1) * blocks_in_row_;
+  BandAt(band).is_made = true;
+  int made = given_;
+  while (made < next_band_ && BandAt(made).is_made) ++made;
+  const int64_t needed = int64_t{BandStart(made) - 1} * blocks_in_row_;
   for (; freed_ < joined_; ++freed_) {
     const std::vector<BlockRun>& runs = parts_[freed_]->runs();
     if (!runs.empty() && runs.back().first + runs.back().count > needed) break;
@@ -308,17 +229,18 @@ void ScanPipeline::BandIsMade(int band) {
   }
 }
 
-int64_t ScanPipeline::MostParts(int64_t blocks_in_row, int64_t threads) {
-  const int64_t of_band = kRowsInABand * blocks_in_row / kBlocksInAPart + 2;
+int64_t ScanPipeline::MostParts(int64_t blocks_in_row, int64_t part_blocks, int64_t threads) {
+  const int64_t of_band = kRowsInABand * blocks_in_row / part_blocks + 2;
   return threads * (of_band + 1) + 2;
 }
 
 Status ScanPipeline::Run(ThreadPool* pool, Progress* progress, bool* is_sound) {
-  const auto bands = static_cast<size_t>(DivideUp(layout_.mcu_rows, kRowsInABand));
   const size_t threads = std::min(pool->size(), parts_.size());
+  const auto count = static_cast<int64_t>(threads);
   is_decoded_.assign(parts_.size(), false);
-  is_made_.assign(bands, false);
-  most_parts_ = static_cast<size_t>(MostParts(blocks_in_row_, static_cast<int64_t>(threads)));
+  bands_ = std::vector<Band>(static_cast<size_t>(MostBands(count)));
+  most_parts_ = static_cast<size_t>(MostParts(blocks_in_row_, part_blocks_, count));
+  next_block_ = std::max<int64_t>(parts_[0]->first_block(), 0);
   const Status status = pool->Run(threads, [&] { Worker(this, progress).Work(); });
   *is_sound = is_sound_;
   return status.ok() ? status_ : status;

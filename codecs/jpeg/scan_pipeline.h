@@ -1,14 +1,16 @@
 // SPDX-License-Identifier: MIT
 // A sequential scan of all components on its way to a picture, on several threads.
 //
-// There are three kinds of work. Any thread decodes any part of the scan to blocks (coded_part.h).
+// There are four kinds of work. Any thread decodes any part of the scan to blocks (coded_part.h).
 // The parts are joined in their order, by one thread at a time, which takes little time. And any
 // thread reconstructs bands of the picture from joined blocks. Each thread chooses the work that
 // completes the picture's next rows soonest: joining before bands, bands before parts. So few parts
-// are in memory at a time, and no thread waits for long.
+// are in memory at a time, and no thread waits for long. Last, bands for a row sink are given to the
+// sink in their order, by one thread at a time.
 //
 // The result for a damaged file depends on how the single-threaded decoder resumes after each fault.
-// So any fault ends the work here, and that decoder decodes the file from the start.
+// So any fault ends the work here, and that decoder decodes the file from the start. The blocks before
+// the fault are the same for both, so the rows that a sink already has stay valid.
 #ifndef ZEPJP_CODECS_JPEG_SCAN_PIPELINE_H_
 #define ZEPJP_CODECS_JPEG_SCAN_PIPELINE_H_
 
@@ -19,10 +21,11 @@
 #include <mutex>
 #include <vector>
 
+#include "codecs/jpeg/block_rows.h"
 #include "codecs/jpeg/coded_part.h"
-#include "codecs/jpeg/geometry.h"
 #include "codecs/jpeg/intervals.h"
-#include "codecs/jpeg/picture_writer.h"
+#include "codecs/jpeg/part_plan.h"
+#include "codecs/jpeg/row_output.h"
 #include "codecs/jpeg/scan_decoder.h"
 #include "codecs/support/picture.h"
 #include "codecs/support/progress.h"
@@ -35,43 +38,52 @@ class ScanPipeline {
  public:
   // The most parts that are in memory at a time: those that are decoded, and those of the bands that
   // are made.
-  static int64_t MostParts(int64_t blocks_in_row, int64_t threads);
+  static int64_t MostParts(int64_t blocks_in_row, int64_t part_blocks, int64_t threads);
+  // The most bands that are made or wait for the sink.
+  static int64_t MostBands(int64_t threads) { return threads + 1; }
 
-  // The scan's data begins at data[begin]. `picture` has its size. What is referred to must outlive the
-  // pipeline.
-  ScanPipeline(const uint8_t* data, size_t size, size_t begin, const ScanLayout& layout,
-               const Geometry& geometry, ColorModel model, Picture* picture);
+  // The scan's data begins at data[begin]. What is referred to must outlive the pipeline.
+  ScanPipeline(const uint8_t* data, size_t size, size_t begin, const Intervals& intervals,
+               const ScanLayout& layout, int64_t part_blocks, ColorModel model, RowOutput* output);
 
   // Whether the scan is large enough, and its intervals are all there.
   bool IsWorthwhile() const { return parts_.size() > 1; }
 
-  // Makes the picture. `is_sound`: the picture is there. Otherwise the data is damaged.
+  // Makes the rows of the region. `is_sound`: they are made. Otherwise the data is damaged.
   Status Run(ThreadPool* pool, Progress* progress, bool* is_sound);
-  // Where the scan's data ends in the file.
-  size_t end() const { return end_; }
 
  private:
   class Worker;
-  enum class Work { kNone, kJoin, kBand, kPart };
+  enum class Work { kNone, kGive, kJoin, kBand, kPart };
+  // A band that is made or waits for the sink.
+  struct Band {
+    Picture rows;  // for a sink
+    RowTarget target;
+    bool is_made;
+  };
 
-  void PlanParts(const Intervals& intervals, size_t begin, int64_t interval_blocks);
-  void PlanStretches(const Stretch& interval);
   Work Choose() const;
+  bool HasAllBlocks() const;
   bool MayDecodePart() const;
   bool BandIsReady() const;
+  bool MayGive() const;
+  int BandStart(int band) const;
   int BandEnd(int band) const;
+  Band& BandAt(int band) { return bands_[static_cast<size_t>(band) % bands_.size()]; }
+  const Band& BandAt(int band) const { return bands_[static_cast<size_t>(band) % bands_.size()]; }
   std::vector<BlockRun> RunsFrom(int row) const;
   BlockList TakeStorage();
   void BandIsMade(int band);
+  int64_t FirstBlockAfterJoined(int64_t next_block) const;
 
-  const Geometry& geometry_;
-  ColorModel model_;
-  Picture* picture_;
   const ScanLayout& layout_;
+  const int64_t part_blocks_;
+  ColorModel model_;
+  RowOutput& output_;
   ScanCode code_;
-  size_t end_ = 0;
   int64_t blocks_in_row_ = 0;
-  std::vector<std::unique_ptr<CodedPart>> parts_;
+  CodedParts parts_;
+  int band_count_ = 0;
 
   std::mutex mutex_;
   std::condition_variable has_changed_;
@@ -82,11 +94,12 @@ class ScanPipeline {
   size_t joined_ = 0;     // parts
   size_t freed_ = 0;      // parts
   bool is_joining_ = false;
-  BlockCursor cursor_;      // of the true decoder
-  int64_t next_block_ = 0;  // after the joined parts
-  int next_band_ = 0;       // to be made
-  std::vector<bool> is_made_;
-  int made_ = 0;           // bands
+  BlockCursor cursor_;       // of the true decoder
+  int64_t next_block_ = 0;   // after the joined parts
+  std::vector<Band> bands_;  // band k in place k modulo their number
+  int next_band_ = 0;        // to be made
+  int given_ = 0;            // bands
+  bool is_giving_ = false;
   int active_ = 0;         // threads at work
   size_t most_parts_ = 0;  // in memory, if that is enough for a band
   bool is_sound_ = true;

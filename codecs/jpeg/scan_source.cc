@@ -3,22 +3,16 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 namespace zepcodec::jpeg {
-ScanSource::ScanSource(const uint8_t* data, size_t size, size_t begin, int64_t mcu_count,
+
+ScanSource::ScanSource(const uint8_t* data, size_t size, Intervals intervals, int64_t mcu_count,
                        int restart_interval, Messages* messages)
     : messages_(messages),
       mcu_count_(mcu_count),
-      restart_interval_(restart_interval),
-      reader_(data, size,
-              FindIntervals(
-                  data, size, begin,
-                  static_cast<size_t>((mcu_count + McusInAnInterval() - 1) / McusInAnInterval()),
-                  messages)) {}
-
-int64_t ScanSource::McusInAnInterval() const {
-  return restart_interval_ > 0 ? restart_interval_ : mcu_count_;
-}
+      mcus_in_interval_(McusInAnInterval(mcu_count, restart_interval)),
+      reader_(data, size, std::move(intervals)) {}
 
 bool ScanSource::Begin() {
   if (mcus_left_ > 0) return false;
@@ -37,13 +31,14 @@ void ScanSource::BeginInterval() {
   const int64_t mcus = mcu_count_ - mcus_done_;
   const size_t missing = reader_.Next(mcus_done_ > 0 && !lost_);
   lost_ = missing > 0;
-  mcus_left_ = std::min(McusInAnInterval(), mcus);
+  is_passed_over_ = false;
+  mcus_left_ = std::min(mcus_in_interval_, mcus);
   if (reader_.is_repaired()) {
     messages_->AddAt(reader_.offset() - 2, Place("MCU", mcus_done_),
                      "a damaged restart marker, read as one");
   }
   if (!lost_) return;
-  mcus_left_ = std::min(McusInAnInterval() * static_cast<int64_t>(missing), mcus);
+  mcus_left_ = std::min(mcus_in_interval_ * static_cast<int64_t>(missing), mcus);
   messages_->AddAt(
       reader_.offset(), Place("MCU", mcus_done_),
       (missing == 1 ? "a restart interval" : std::to_string(missing) + " restart intervals") +
@@ -52,7 +47,7 @@ void ScanSource::BeginInterval() {
 }
 
 void ScanSource::FinishInterval() {
-  const size_t left = lost_ ? 0 : reader_.LeftOver();
+  const size_t left = lost_ || is_passed_over_ ? 0 : reader_.LeftOver();
   if (left == 0) return;
   lost_ = true;  // the reader does not stand at the next marker
   messages_->AddAt(reader_.offset(), Place("MCU", mcus_done_ - 1),

@@ -13,8 +13,8 @@ namespace zepcodec::jpeg {
 
 class ScanSource {
  public:
-  // The scan's data begins at data[begin]; a restart interval of 0 MCUs means none.
-  ScanSource(const uint8_t* data, size_t size, size_t begin, int64_t mcu_count,
+  // A restart interval of 0 MCUs means none.
+  ScanSource(const uint8_t* data, size_t size, Intervals intervals, int64_t mcu_count,
              int restart_interval, Messages* messages);
 
   // To be called before MCUs are decoded. True: a restart interval begins, so predictions start
@@ -22,6 +22,11 @@ class ScanSource {
   bool Begin();
   // MCUs that may be decoded before the next call of Begin().
   int64_t mcus_left() const { return mcus_left_; }
+  // Whether the current interval can be left out.
+  bool MayPassOver() const { return !lost_ && reader_.KnowsNext(); }
+  // The current interval is not decoded. To be called right after its Begin().
+  void PassOver() { is_passed_over_ = true; }
+  bool is_passed_over() const { return is_passed_over_; }
   // To be called after MCUs were decoded.
   void End(int64_t mcus);
 
@@ -35,17 +40,17 @@ class ScanSource {
   IntervalReader& reader() { return reader_; }
 
  private:
-  int64_t McusInAnInterval() const;
   void BeginInterval();
   void FinishInterval();
 
   Messages* messages_;
   int64_t mcu_count_;
-  int64_t restart_interval_;
+  int64_t mcus_in_interval_;
   IntervalReader reader_;
   int64_t mcus_done_ = 0;
   int64_t mcus_left_ = 0;  // in the current interval
   bool lost_ = false;
+  bool is_passed_over_ = false;
 };
 
 }  // namespace zepcodec::jpeg

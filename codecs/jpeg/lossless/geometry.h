@@ -19,6 +19,8 @@ struct Sampling {
 struct ScanGeometry {
   ScanGeometry(const Frame& frame, const Scan& scan);
 
+  int64_t McuCount() const { return int64_t{mcus_per_row} * mcu_rows; }
+
   int mcus_per_row;
   int mcu_rows;
   std::vector<Sampling> mcu;  // of each part of the scan

@@ -11,8 +11,10 @@ ScanDecoder::ScanDecoder(const uint8_t* data, size_t size, const MarkerReader& h
       picture_(picture),
       geometry_(frame_, headers.scan()),
       prediction_{headers.scan().predictor(), frame_.precision, headers.scan().point_transform()},
-      source_(data, size, headers.position(), int64_t{geometry_.mcus_per_row} * geometry_.mcu_rows,
-              headers.restart_interval(), messages),
+      source_(data, size,
+              FindIntervals(data, size, headers.position(), geometry_.McuCount(),
+                            headers.restart_interval(), messages),
+              geometry_.McuCount(), headers.restart_interval(), messages),
       wide_(static_cast<size_t>(frame_.width)) {
   const std::vector<ScanComponent>& components = headers.scan().components;
   for (size_t i = 0; i < components.size(); ++i) {

@@ -298,28 +298,28 @@ TEST(JpegScans, CropsOutsideAreRefused) {
   }
 }
 
-TEST(JpegScans, EachScanIsShown) {
+TEST(JpegScans, EachScanAddsDetail) {
   jpeg::EncodeOptions encode_options;
   encode_options.progressive = true;
   const zepcodec::Picture image = pictures::Detailed(131, 67, PixelLayout::kRgb);
   const Bytes file = Encode(image, encode_options);
   jpeg::DecodeOptions options;
   std::vector<double> errors;
-  options.on_scan = [&](const zepcodec::Picture& so_far, int number, const jpeg::Scan& scan) {
-    EXPECT_EQ(number, static_cast<int>(errors.size()) + 1);
-    EXPECT_EQ(scan.first == 0, number == 1 || number == 7);
-    errors.push_back(pictures::Compare(so_far, image).mean);
-    return zepcodec::Status();
-  };
-  zepcodec::Picture result;
-  jpeg::FileInfo info;
-  ASSERT_TRUE(jpeg::Decode(file.data(), file.size(), options, &result, &info).ok());
-  EXPECT_EQ(errors.size(), jpeg::ProgressiveScript(3).size());
+  const auto scans = static_cast<int>(jpeg::ProgressiveScript(3).size());
+  for (options.scans = 1; options.scans <= scans; ++options.scans) {
+    zepcodec::Picture result;
+    jpeg::FileInfo info;
+    ASSERT_TRUE(jpeg::Decode(file.data(), file.size(), options, &result, &info).ok());
+    errors.push_back(pictures::Compare(result, image).mean);
+  }
+  EXPECT_TRUE(pictures::Same(DecodeGood(file), [&] {
+    options.scans = scans;
+    zepcodec::Picture result;
+    jpeg::FileInfo info;
+    EXPECT_TRUE(jpeg::Decode(file.data(), file.size(), options, &result, &info).ok());
+    return result;
+  }()));
   EXPECT_GT(errors.front(), 2 * errors.back());
-  options.on_scan = [](const zepcodec::Picture&, int, const jpeg::Scan&) {
-    return zepcodec::Status::Error("enough");
-  };
-  EXPECT_EQ(jpeg::Decode(file.data(), file.size(), options, &result, &info).text(), "enough");
 }
 
 // Cut anywhere or spoilt: a picture with a message, or an error.
@@ -440,19 +440,6 @@ TEST(JpegScans, RefinementsWithoutBitsEnd) {
   file.insert(file.end(), {0xFF, jpeg::kEoi});
   EXPECT_LT(SecondsToDecode(file, &messages), 2);
   EXPECT_NE(messages.find("more scans"), std::string::npos) << messages;
-  // As many as pictures may be shown.
-  int shown = 0;
-  jpeg::DecodeOptions options;
-  options.scale = 8;
-  options.on_scan = [&](const zepcodec::Picture&, int, const jpeg::Scan&) {
-    ++shown;
-    return zepcodec::Status();
-  };
-  zepcodec::Picture image;
-  jpeg::FileInfo info;
-  ASSERT_TRUE(jpeg::Decode(file.data(), file.size(), options, &image, &info).ok());
-  EXPECT_GT(shown, 20);
-  EXPECT_LE(shown, jpeg::kMostIdleVisits + 4);
 }
 
 }  // namespace
