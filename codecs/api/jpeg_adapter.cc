@@ -87,8 +87,7 @@ Status CheckSides(const Picture& picture) {
 }
 
 Status EncodeJpeg(RowSource* rows, const EncodeRequest& request, ByteBuffer* bytes) {
-  Picture picture;
-  if (Status status = rows->All(&picture); !status.ok()) return status;
+  const Picture& picture = rows->form();
   jpeg::EncodeOptions options;
   if (Status status = ReadJpegOptions(request.options.jpeg, &options); !status.ok()) return status;
   if (HasAlpha(picture.layout())) {
@@ -97,13 +96,14 @@ Status EncodeJpeg(RowSource* rows, const EncodeRequest& request, ByteBuffer* byt
   options.metadata = jpeg::ToSegments(picture.metadata());
   options.threads = request.options.threads;
   options.progress = request.progress;
+  options.sink = request.sink;
   if (Status status = CheckSides(picture); !status.ok()) return status;
   const bool is_deep = picture.bits() == 12 && picture.type() == SampleType::kU16;
   const bool is_usual = picture.bits() == 8 && picture.type() == SampleType::kU8;
   if (!is_usual && (!is_deep || picture.layout() == PixelLayout::kCmyk)) {
     return Status::Unsupported("a JPEG file holds samples of 8 bits, or grey or RGB of 12 bits");
   }
-  return jpeg::Encode(picture, options, bytes);
+  return jpeg::Encode(rows, options, bytes);
 }
 
 Status ProbeLossless(const File& file, const DecodeRequest&, Findings* info) {

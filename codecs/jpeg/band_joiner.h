@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "codecs/support/byte_buffer.h"
 #include "codecs/support/status.h"
@@ -26,6 +27,11 @@ struct OpenBits {
 OpenBits OpenBitsOf(const zepiEncodeHuffmanState& state);
 
 struct CodedBand {
+  // The coefficients of the first MCU, if that is not coded yet: its DC differences depend on the
+  // band above.
+  std::vector<int16_t> first_mcu;
+  std::vector<int16_t> last_dc;  // of each component
+  // All that is coded.
   ByteBuffer bytes;
   size_t head_size = 0;  // up to the first restart marker
   OpenBits head;         // before that marker, to be padded to a byte

@@ -4,13 +4,11 @@
 #include <algorithm>
 #include <array>
 #include <memory>
-#include <mutex>
 #include <new>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "codecs/jpeg/band_joiner.h"
 #include "codecs/jpeg/block_maker.h"
 #include "codecs/jpeg/coefficient_writer.h"
 #include "codecs/jpeg/deep_planes.h"
@@ -19,6 +17,7 @@
 #include "codecs/jpeg/markers/segment_writer.h"
 #include "codecs/jpeg/markers/standard_tables.h"
 #include "codecs/jpeg/scan_encoder.h"
+#include "codecs/jpeg/sequential_encoder.h"
 #include "codecs/jpeg/strip_maker.h"
 #include "codecs/support/parallel.h"
 #include "zepjp.h"
@@ -108,135 +107,7 @@ bool WriteHeaders(const Frame& frame, const EncodeOptions& options, const RawTab
   return writer.ok();
 }
 
-bool WriteStandardScanHeader(const Frame& frame, ByteBuffer* file) {
-  SegmentWriter writer(file);
-  for (int i = 0; i < (frame.components.size() > 1 ? 2 : 1); ++i) {
-    writer.Huffman(0, i, kDcHuffman[i]);
-    writer.Huffman(1, i, kAcHuffman[i]);
-  }
-  Scan scan;
-  for (int i = 0; i < static_cast<int>(frame.components.size()); ++i) {
-    const int table = frame.components[static_cast<size_t>(i)].quant_table;
-    scan.components.push_back({i, table, table});
-  }
-  writer.ScanHeader(frame, scan);
-  return writer.ok();
-}
-
-// The picture and how to encode it.
-struct Work {
-  const Picture& image;
-  const Frame& frame;
-  const Geometry& geometry;
-  const EncodeOptions& options;
-  std::vector<const CoderTables*> tables;  // of each component
-  ThreadPool* pool;
-};
-
-// Blocks are coded as they come, in bands that are joined in their order.
-class BandCoder {
- public:
-  BandCoder(const Work& work, ByteBuffer* file)
-      : work_(work),
-        bands_(static_cast<size_t>(DivideUp(work.geometry.mcu_rows, kRowsInABand))),
-        is_coded_(bands_.size()),
-        joiner_(file) {}
-
-  Status Encode();
-
- private:
-  Status EncodeBand(size_t index, StripMaker* strip);
-  Status JoinCoded(size_t index);
-  void Fail(const Status& status);
-
-  const Work& work_;
-  std::vector<CodedBand> bands_;
-  std::mutex mutex_;
-  // All below is guarded by the mutex.
-  std::vector<bool> is_coded_;
-  size_t next_ = 0;  // to be joined
-  bool is_joining_ = false;
-  BandJoiner joiner_;
-  Status status_;
-};
-
-Status BandCoder::Encode() {
-  const Status status = RunParallel(
-      work_.pool, bands_.size(),
-      [&] {
-        auto strip =
-            std::make_unique<StripMaker>(work_.image, work_.options.sampling, work_.geometry);
-        if (!strip->Init()) throw std::bad_alloc();
-        return [this, strip = std::move(strip)](size_t band) {
-          Status done = EncodeBand(band, strip.get());
-          if (done.ok()) done = JoinCoded(band);
-          if (!done.ok()) Fail(done);
-        };
-      },
-      work_.options.progress);
-  if (!status.ok() || !status_.ok()) return status.ok() ? status_ : status;
-  return joiner_.Finish() ? Status() : Status::NoMemory();
-}
-
-void BandCoder::Fail(const Status& status) {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  if (status_.ok()) status_ = status;
-}
-
-Status BandCoder::EncodeBand(size_t index, StripMaker* strip) {
-  CodedBand& band = bands_[index];
-  const int first = static_cast<int>(index) * kRowsInABand;
-  const int end = std::min(first + kRowsInABand, work_.geometry.mcu_rows);
-  ScanEncoder scan(work_.geometry, work_.tables, work_.options, first, &band.bytes);
-  if (first > 0) {
-    strip->Make(first - 1);
-    scan.SeeRowAbove(*strip);
-  }
-  for (int row = first; row < end; ++row) {
-    strip->Make(row);
-    if (Status status = scan.EncodeRow(*strip); !status.ok()) return status;
-  }
-  scan.Describe(&band);
-  return Status();
-}
-
-// Joins all bands that can be joined now, unless another thread is at it, which then joins these too.
-Status BandCoder::JoinCoded(size_t index) {
-  std::unique_lock<std::mutex> lock(mutex_);
-  is_coded_[index] = true;
-  if (is_joining_) return Status();
-  is_joining_ = true;
-  bool has_memory = true;
-  while (has_memory && next_ < bands_.size() && is_coded_[next_]) {
-    CodedBand& band = bands_[next_++];
-    lock.unlock();
-    has_memory = joiner_.Append(band);
-    band.bytes = ByteBuffer();
-    lock.lock();
-  }
-  is_joining_ = false;
-  return has_memory ? Status() : Status::NoMemory();
-}
-
-Status EncodeOnOneThread(const Work& work, ByteBuffer* file) {
-  StripMaker strip(work.image, work.options.sampling, work.geometry);
-  if (!strip.Init()) return Status::NoMemory();
-  ScanEncoder scan(work.geometry, work.tables, work.options, 0, file);
-  for (int row = 0; row < work.geometry.mcu_rows; ++row) {
-    if (Stops(work.options.progress, row, work.geometry.mcu_rows)) return Status::Cancelled();
-    strip.Make(row);
-    if (Status status = scan.EncodeRow(strip); !status.ok()) return status;
-  }
-  return scan.Finish();
-}
-
-Status EncodeAtOnce(const Work& work, ByteBuffer* file) {
-  if (!WriteStandardScanHeader(work.frame, file)) return Status::NoMemory();
-  const bool is_shared = work.pool->size() > 1 && work.geometry.mcu_rows > kRowsInABand;
-  return is_shared ? BandCoder(work, file).Encode() : EncodeOnOneThread(work, file);
-}
-
-void MakeBlocks(const Work& work, const BlockMaker& maker, const StripMaker& strip, int row,
+void MakeBlocks(const EncodeWork& work, const BlockMaker& maker, const StripMaker& strip, int row,
                 Coefficients* coefficients) {
   for (size_t i = 0; i < coefficients->planes.size(); ++i) {
     const ComponentGeometry& place = work.geometry.components[i];
@@ -247,8 +118,10 @@ void MakeBlocks(const Work& work, const BlockMaker& maker, const StripMaker& str
 }
 
 // All coefficients first, then scans with tables of their own.
-Status EncodeInScans(const Work& work, const Script& script, ByteBuffer* file) {
+Status EncodeInScans(const EncodeWork& work, const Script& script, ByteBuffer* file) {
   Coefficients coefficients;
+  Picture picture;
+  if (Status status = work.rows->All(&picture); !status.ok()) return status;
   if (!coefficients.Allocate(work.frame)) return Status::NoMemory();
   std::vector<const uint16_t*> steps;
   for (const CoderTables* tables : work.tables) steps.push_back(tables->steps);
@@ -256,8 +129,9 @@ Status EncodeInScans(const Work& work, const Script& script, ByteBuffer* file) {
   Status status = RunParallel(
       work.pool, static_cast<size_t>(work.geometry.mcu_rows),
       [&] {
-        auto strip = std::make_unique<StripMaker>(work.image, work.options.sampling, work.geometry);
+        auto strip = std::make_unique<StripMaker>(picture, work.options.sampling, work.geometry);
         if (!strip->Init()) throw std::bad_alloc();
+        strip->Use(&picture, 0);
         return [&, strip = std::move(strip)](size_t row) {
           strip->Make(static_cast<int>(row));
           MakeBlocks(work, maker, *strip, static_cast<int>(row), &coefficients);
@@ -290,14 +164,15 @@ Script ScriptOf(const EncodeOptions& options, int component_count) {
                              : SequentialScript(component_count);
 }
 
-Status EncodeDeep(const Picture& picture, const EncodeOptions& options, ByteBuffer* file) {
-  const int channels = picture.channels();
-  if (Status status = CheckSize(picture.width(), picture.height()); !status.ok()) return status;
+Status EncodeDeep(RowSource* rows, const EncodeOptions& options, ByteBuffer* file) {
+  const Picture& form = rows->form();
+  const int channels = form.channels();
+  if (Status status = CheckSize(form.width(), form.height()); !status.ok()) return status;
   if (Status status = CheckOptions(options); !status.ok()) return status;
   if (channels != 1 && channels != 3) {
     return Status::Error("not a grey or RGB picture of 12 bits");
   }
-  Frame frame = MakeFrame(picture.width(), picture.height(), channels, Sampling::k444);
+  Frame frame = MakeFrame(form.width(), form.height(), channels, Sampling::k444);
   const Script script = ScriptOf(options, channels);
   if (Status status = CheckScript(script, frame); !status.ok()) return status;
   frame.is_progressive = IsProgressive(script);
@@ -305,8 +180,10 @@ Status EncodeDeep(const Picture& picture, const EncodeOptions& options, ByteBuff
   RawTables raw;
   CoderTables tables[2];
   MakeTables(options.quality, &raw, tables);
+  Picture picture;
   std::vector<DeepPlane> planes;
   Coefficients coefficients;
+  if (Status status = rows->All(&picture); !status.ok()) return status;
   if (!file->Resize(0) || !WriteHeaders(frame, options, raw, file) ||
       !coefficients.Allocate(frame)) {
     return Status::NoMemory();
@@ -325,8 +202,14 @@ Status EncodeDeep(const Picture& picture, const EncodeOptions& options, ByteBuff
 
 }  // namespace
 
-Status Encode(const Picture& image, const EncodeOptions& options, ByteBuffer* file) {
-  if (image.bits() == kDeepBits) return EncodeDeep(image, options, file);
+Status Encode(const Picture& picture, const EncodeOptions& options, ByteBuffer* file) {
+  PictureRows rows(picture);
+  return Encode(&rows, options, file);
+}
+
+Status Encode(RowSource* rows, const EncodeOptions& options, ByteBuffer* file) {
+  const Picture& image = rows->form();
+  if (image.bits() == kDeepBits) return EncodeDeep(rows, options, file);
   if (Status status = CheckArguments(image, options); !status.ok()) return status;
   Frame frame = MakeFrame(image.width(), image.height(), image.channels(), options.sampling);
   const Script script = ScriptOf(options, image.channels());
@@ -338,7 +221,7 @@ Status Encode(const Picture& image, const EncodeOptions& options, ByteBuffer* fi
   MakeTables(options.quality, &raw, tables);
   if (!file->Resize(0) || !WriteHeaders(frame, options, raw, file)) return Status::NoMemory();
   ThreadPool pool(options.threads);
-  Work work = {image, frame, geometry, options, {}, &pool};
+  EncodeWork work = {rows, frame, geometry, options, {}, &pool};
   for (const FrameComponent& component : frame.components) {
     work.tables.push_back(&tables[component.quant_table]);
   }

@@ -11,8 +11,10 @@
 #include "codecs/jpeg/metadata.h"
 #include "codecs/jpeg/scan_script.h"
 #include "codecs/support/byte_buffer.h"
+#include "codecs/support/byte_sink.h"
 #include "codecs/support/picture.h"
 #include "codecs/support/progress.h"
+#include "codecs/support/row_source.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpeg {
@@ -41,12 +43,18 @@ struct EncodeOptions {
   int threads = 1;
   // Reports progress and can cancel; null: neither.
   Progress* progress = nullptr;
+  // Takes finished bytes of the file while it is made; null: all are kept.
+  ByteSink* sink = nullptr;
 };
 
 // Makes a file of a picture of 8 bits; or of a grey or RGB one of 12 bits: an extended file, its
 // chroma at full resolution, with the best Huffman tables. The file's memory is used again if it is
 // large enough.
 Status Encode(const Picture& picture, const EncodeOptions& options, ByteBuffer* file);
+
+// The same of rows, which need not be in memory at the same time. Files with the standard's Huffman
+// tables need a few bands of rows, all others need all rows.
+Status Encode(RowSource* rows, const EncodeOptions& options, ByteBuffer* file);
 
 }  // namespace zepcodec::jpeg
 

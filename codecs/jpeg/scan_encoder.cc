@@ -2,8 +2,9 @@
 #include "codecs/jpeg/scan_encoder.h"
 
 #include <algorithm>
-#include <cstring>
+#include <cstddef>
 #include <string>
+#include <utility>
 
 #include "codecs/jpeg/markers/markers.h"
 
@@ -24,6 +25,7 @@ ScanEncoder::ScanEncoder(const Geometry& geometry, const std::vector<const Coder
       restart_interval_(options.restart_interval),
       maker_(geometry, StepsOf(tables), IsPrecise(options)),
       file_(file),
+      first_row_(first_row),
       row_(first_row),
       is_band_(first_row > 0) {
   for (size_t i = 0; i < tables.size(); ++i) {
@@ -40,31 +42,42 @@ ScanEncoder::ScanEncoder(const Geometry& geometry, const std::vector<const Coder
   mcus_left_ = static_cast<int>((begun + (first_row == 0 ? 1 : 0)) * restart_interval_ - before);
 }
 
-void ScanEncoder::SeeRowAbove(const StripMaker& strip) {
-  TransformBlocks(strip, row_ - 1, mcus_per_row_ - 1, 1);
-  const int16_t* block = blocks_;
-  for (Part& part : parts_) {
-    const int count = part.place.h * part.place.v;
-    part.last_dc = block[64 * (count - 1)];
-    block += 64 * count;
-  }
-}
-
 Status ScanEncoder::EncodeRow(const StripMaker& strip) {
   const int chunk = kChunkBlocks / blocks_in_mcu_;
   for (int mcu = 0, count = 0; mcu < mcus_per_row_; mcu += count) {
     if (restart_interval_ > 0 && mcus_left_ == 0) {
       if (Status status = Restart(); !status.ok()) return status;
     }
-    count = std::min(chunk, mcus_per_row_ - mcu);
+    const bool waits = is_band_ && row_ == first_row_ && mcu == 0 && !has_restart_;
+    count = waits ? 1 : std::min(chunk, mcus_per_row_ - mcu);
     if (restart_interval_ > 0) count = std::min(count, mcus_left_);
     strip.FetchNext(row_, mcu, count);
     TransformBlocks(strip, row_, mcu, count);
-    if (Status status = CodeBlocks(count); !status.ok()) return status;
+    if (waits) {
+      KeepFirstMcu();
+    } else if (Status status = CodeBlocks(count); !status.ok()) {
+      return status;
+    }
     mcus_left_ -= count;
   }
   ++row_;
   return Status();
+}
+
+// It only predicts the DC coefficients of the next MCU.
+void ScanEncoder::KeepFirstMcu() {
+  first_mcu_.assign(blocks_, blocks_ + ptrdiff_t{64} * blocks_in_mcu_);
+  const int16_t* block = blocks_;
+  for (Part& part : parts_) {
+    block += ptrdiff_t{64} * part.place.h * part.place.v;
+    part.last_dc = block[-64];
+  }
+}
+
+Status ScanEncoder::EncodeFirstMcu(const CodedBand& band, const std::vector<int16_t>& last_dc) {
+  std::copy(band.first_mcu.begin(), band.first_mcu.end(), blocks_);
+  for (size_t i = 0; i < parts_.size(); ++i) parts_[i].last_dc = last_dc[i];
+  return CodeBlocks(1);
 }
 
 void ScanEncoder::TransformBlocks(const StripMaker& strip, int row, int first_mcu, int mcus) {
@@ -125,7 +138,9 @@ Status ScanEncoder::Restart() {
   return Status();
 }
 
-void ScanEncoder::Describe(CodedBand* band) const {
+void ScanEncoder::Describe(CodedBand* band) {
+  band->first_mcu = std::move(first_mcu_);
+  for (const Part& part : parts_) band->last_dc.push_back(part.last_dc);
   band->has_restart = has_restart_;
   band->head_size = has_restart_ ? head_size_ : file_->size();
   band->head = has_restart_ ? head_ : OpenBitsOf(state_);

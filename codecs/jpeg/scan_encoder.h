@@ -26,20 +26,20 @@ struct CoderTables {
 
 class ScanEncoder {
  public:
-  // Begins with a row of MCUs. One entry of `tables` for each component. All references must outlive
+  // Begins with a row of MCUs; if that is not the scan's first, for a band. One entry of `tables` for each component. All references must outlive
   // the encoder.
   ScanEncoder(const Geometry& geometry, const std::vector<const CoderTables*>& tables,
               const EncodeOptions& options, int first_row, ByteBuffer* file);
 
-  // Needed if the first row is not the first of the scan: `strip` holds the row above, whose last DC
-  // coefficients predict the first ones of this row.
-  void SeeRowAbove(const StripMaker& strip);
   // Codes a row of MCUs, the next one, from its samples.
   Status EncodeRow(const StripMaker& strip);
   // Writes the last byte if it is incomplete.
   Status Finish();
   // Instead of Finish(): fills in how to join the coded bytes, which are in `file`, to other bands.
-  void Describe(CodedBand* band) const;
+  void Describe(CodedBand* band);
+  // Instead of rows: codes the first MCU of a band, which comes after MCUs with these last DC
+  // coefficients.
+  Status EncodeFirstMcu(const CodedBand& band, const std::vector<int16_t>& last_dc);
 
  private:
   static constexpr int kChunkBlocks = 48;
@@ -52,6 +52,7 @@ class ScanEncoder {
   };
 
   void TransformBlocks(const StripMaker& strip, int row, int first_mcu, int mcus);
+  void KeepFirstMcu();
   Status CodeBlocks(int mcus);
   Status Restart();
 
@@ -62,10 +63,12 @@ class ScanEncoder {
   BlockMaker maker_;
   ByteBuffer* file_;
   int blocks_in_mcu_ = 0;
+  int first_row_ = 0;
   int row_ = 0;
   int mcus_left_ = 0;  // until the next restart marker
   int64_t restarts_ = 0;
   bool is_band_ = false;
+  std::vector<int16_t> first_mcu_;  // see CodedBand
   bool has_restart_ = false;
   size_t head_size_ = 0;  // see CodedBand
   OpenBits head_;

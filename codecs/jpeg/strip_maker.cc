@@ -21,31 +21,31 @@ bool StripMaker::Init() {
     const size_t plane_rows = static_cast<size_t>(geometry_.components[i].v) * 8;
     if (!planes_[i].Resize(step * plane_rows)) return false;
   }
-  const bool is_cmyk = image_.layout() == PixelLayout::kCmyk;
+  const bool is_cmyk = form_.layout() == PixelLayout::kCmyk;
   for (ByteBuffer& plane : chroma_) {
     if (is_cmyk && HalvesWidth() && !plane.Resize(step * rows)) return false;
   }
-  const size_t width = static_cast<size_t>(RoundUpToEven(image_.width()));
-  return padded_.Resize(width * static_cast<size_t>(image_.channels()) * rows);
+  const size_t width = static_cast<size_t>(RoundUpToEven(form_.width()));
+  return padded_.Resize(width * static_cast<size_t>(form_.channels()) * rows);
 }
 
 void StripMaker::FetchNext(int mcu_row, int first_mcu, int mcus) const {
   const int top = (mcu_row + 1) * geometry_.McuHeight();
-  const int bottom = std::min(top + geometry_.McuHeight(), image_.height());
-  const size_t mcu_bytes = static_cast<size_t>(geometry_.max_h * 8 * image_.channels());
+  const int bottom = std::min(top + geometry_.McuHeight(), top_ + rows_->height());
+  const size_t mcu_bytes = static_cast<size_t>(geometry_.max_h * 8 * form_.channels());
   const size_t begin = static_cast<size_t>(first_mcu) * mcu_bytes;
-  const size_t end = std::min(begin + static_cast<size_t>(mcus) * mcu_bytes, image_.Stride());
+  const size_t end = std::min(begin + static_cast<size_t>(mcus) * mcu_bytes, form_.Stride());
   constexpr size_t kCacheLine = 64;
   for (int y = top; y < bottom; ++y) {
-    const uint8_t* row = image_.Row(y);
+    const uint8_t* row = Row(y);
     for (size_t i = begin; i < end; i += kCacheLine) __builtin_prefetch(row + i, 0, 2);
   }
 }
 
 void StripMaker::Make(int mcu_row) {
   const int first = mcu_row * geometry_.McuHeight();
-  const int height = std::min(geometry_.McuHeight(), image_.height() - first);
-  if (image_.layout() == PixelLayout::kCmyk) {
+  const int height = std::min(geometry_.McuHeight(), form_.height() - first);
+  if (form_.layout() == PixelLayout::kCmyk) {
     ConvertCmyk(first, height);
   } else {
     Convert(first, height);
@@ -54,33 +54,33 @@ void StripMaker::Make(int mcu_row) {
 }
 
 void StripMaker::Convert(int first, int height) {
-  const int channels = image_.channels();
-  int32_t image_step = static_cast<int32_t>(image_.Stride());
-  const uint8_t* pixels = image_.Row(first);
-  zepiSize size = {image_.width(), height};
+  const int channels = form_.channels();
+  int32_t form_step = static_cast<int32_t>(form_.Stride());
+  const uint8_t* pixels = Row(first);
+  zepiSize size = {form_.width(), height};
   if (channels == 1) {
     for (int y = 0; y < height; ++y) {
-      std::memcpy(planes_[0].data() + y * geometry_.step, image_.Row(first + y), image_.Stride());
+      std::memcpy(planes_[0].data() + y * geometry_.step, Row(first + y), form_.Stride());
     }
     return;
   }
   if ((HalvesWidth() && size.width % 2 != 0) || (HalvesHeight() && height % 2 != 0)) {
     pixels = Padded(first, height, false);
     size = {RoundUpToEven(size.width), HalvesHeight() ? RoundUpToEven(height) : height};
-    image_step = size.width * channels;
+    form_step = size.width * channels;
   }
   uint8_t* const planes[3] = {planes_[0].data(), planes_[1].data(), planes_[2].data()};
   const auto convert = sampling_ == Sampling::k444   ? zepiRGBToYCbCr_JPEG_8u_C3P3R
                        : sampling_ == Sampling::k422 ? zepiRGBToYCbCr422_JPEG_8u_C3P3R
                                                      : zepiRGBToYCbCr411_JPEG_8u_C3P3R;
-  convert(pixels, image_step, planes, geometry_.step, size);
+  convert(pixels, form_step, planes, geometry_.step, size);
 }
 
 // Adobe's programs store 255 minus the amount of ink, and the conversion starts from that.
 void StripMaker::ConvertCmyk(int first, int height) {
   const int step = geometry_.step;
   const uint8_t* pixels = Padded(first, height, true);
-  const zepiSize size = {RoundUpToEven(image_.width()), RoundUpToEven(height)};
+  const zepiSize size = {RoundUpToEven(form_.width()), RoundUpToEven(height)};
   uint8_t* const chroma[2] = {(HalvesWidth() ? chroma_[0] : planes_[1]).data(),
                               (HalvesWidth() ? chroma_[1] : planes_[2]).data()};
   uint8_t* const planes[4] = {planes_[0].data(), chroma[0], chroma[1], planes_[3].data()};
@@ -96,13 +96,13 @@ void StripMaker::ConvertCmyk(int first, int height) {
 
 // The rows with a last column and row repeated where their number is odd.
 const uint8_t* StripMaker::Padded(int first, int height, bool invert) {
-  const size_t channels = static_cast<size_t>(image_.channels());
-  const size_t step = static_cast<size_t>(RoundUpToEven(image_.width())) * channels;
+  const size_t channels = static_cast<size_t>(form_.channels());
+  const size_t step = static_cast<size_t>(RoundUpToEven(form_.width())) * channels;
   for (int y = 0; y < RoundUpToEven(height); ++y) {
-    const uint8_t* pixels = image_.Row(first + std::min(y, height - 1));
+    const uint8_t* pixels = Row(first + std::min(y, height - 1));
     uint8_t* out = padded_.data() + static_cast<size_t>(y) * step;
-    std::memcpy(out, pixels, image_.Stride());
-    std::memcpy(out + step - channels, pixels + image_.Stride() - channels, channels);
+    std::memcpy(out, pixels, form_.Stride());
+    std::memcpy(out + step - channels, pixels + form_.Stride() - channels, channels);
     if (!invert) continue;
     for (size_t i = 0; i < step; ++i) out[i] = static_cast<uint8_t>(255 - out[i]);
   }

@@ -16,11 +16,19 @@ namespace zepcodec::jpeg {
 
 class StripMaker {
  public:
-  StripMaker(const Picture& image, Sampling sampling, const Geometry& geometry)
-      : image_(image), sampling_(sampling), geometry_(geometry) {}
+  // `form` has the layout and size of the picture, and need not have its rows.
+  StripMaker(const Picture& form, Sampling sampling, const Geometry& geometry)
+      : form_(form), sampling_(sampling), geometry_(geometry) {}
 
   // False: no memory.
   [[nodiscard]] bool Init();
+
+  // The rows that Make() reads: those of some rows of MCUs, from the picture's row `y` on. They must
+  // outlive the strips.
+  void Use(const Picture* rows, int y) {
+    rows_ = rows;
+    top_ = y;
+  }
 
   // Converts the rows under the given row of MCUs. Blocks that reach beyond the picture are filled
   // by repeating its last column and row; blocks completely beyond it keep their old values.
@@ -40,7 +48,11 @@ class StripMaker {
   bool HalvesWidth() const { return sampling_ != Sampling::k444; }
   bool HalvesHeight() const { return sampling_ == Sampling::k420; }
 
-  const Picture& image_;
+  const uint8_t* Row(int y) const { return rows_->Row(y - top_); }
+
+  const Picture& form_;
+  const Picture* rows_ = nullptr;
+  int top_ = 0;  // the picture's row that is the first of `rows_`
   Sampling sampling_;
   const Geometry& geometry_;
   std::vector<ByteBuffer> planes_;

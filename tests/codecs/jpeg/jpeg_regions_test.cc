@@ -233,4 +233,71 @@ TEST(JpegRows, EndWhereTheCallerWants) {
   }
 }
 
+// Bytes that an encoder passes on.
+class Written : public zepcodec::ByteSink {
+ public:
+  Status Write(const uint8_t* bytes, size_t size) override {
+    if (calls_-- == 0) return Status::WriteFailed();
+    all_.insert(all_.end(), bytes, bytes + size);
+    return Status();
+  }
+  void StopAfter(int calls) { calls_ = calls; }
+  const Bytes& all() const { return all_; }
+
+ private:
+  Bytes all_;
+  int calls_ = -1;
+};
+
+TEST(JpegRows, BecomeTheSameFiles) {
+  Random random(harness::Seed());
+  for (int round = 0; round < kRounds / 10; ++round) {
+    constexpr PixelLayout kLayouts[] = {PixelLayout::kGrey, PixelLayout::kRgb, PixelLayout::kCmyk};
+    const int width = 1 + random.Below(400), height = 1 + random.Below(900);
+    const Picture picture = pictures::Detailed(width, height, kLayouts[random.Below(3)]);
+    jpeg::EncodeOptions options;
+    options.sampling = static_cast<jpeg::Sampling>(random.Below(3));
+    constexpr int kIntervals[] = {0, 0, 1, 2, 17, 300, 4000};
+    options.restart_interval = kIntervals[random.Below(7)];
+    options.progressive = random.OneIn(8);
+    options.optimizes = random.OneIn(8);
+    const Bytes expected = Encode(picture, options);
+    for (const int threads : {1, 2, 6}) {
+      options.threads = threads;
+      row_parts::CopiedRows rows(picture);
+      Written written;
+      options.sink = &written;
+      zepcodec::ByteBuffer rest;
+      ASSERT_TRUE(jpeg::Encode(&rows, options, &rest).ok());
+      ASSERT_TRUE(written.Write(rest.data(), rest.size()).ok());
+      ASSERT_EQ(written.all(), expected) << width << " x " << height << ", " << threads;
+    }
+  }
+}
+
+TEST(JpegRows, ThatFailEndTheEncoder) {
+  Random random(harness::Seed());
+  const Picture picture = pictures::Noisy(700, 1200, 3, 8);
+  for (int round = 0; round < kRounds / 40; ++round) {
+    jpeg::EncodeOptions options;
+    options.quality = 95;
+    options.threads = 1 + random.Below(4);
+    row_parts::CopiedRows rows(picture);
+    rows.StopAt(random.Below(1200));
+    zepcodec::ByteBuffer file;
+    EXPECT_EQ(jpeg::Encode(&rows, options, &file).text(), "no more rows");
+    row_parts::CopiedRows again(picture);
+    Written written;
+    written.StopAfter(random.Below(3));
+    options.sink = &written;
+    EXPECT_EQ(jpeg::Encode(&again, options, &file).kind(), Status::Kind::kWriteFailed);
+    row_parts::CopiedRows cancelled(picture);
+    options.sink = nullptr;
+    int calls = random.Below(5);
+    zepcodec::Progress progress([&](double) { return calls-- <= 0; });
+    options.progress = &progress;
+    EXPECT_EQ(jpeg::Encode(&cancelled, options, &file).kind(), Status::Kind::kCancelled);
+  }
+}
+
 }  // namespace

@@ -1,0 +1,203 @@
+// SPDX-License-Identifier: MIT
+#include "codecs/jpeg/sequential_encoder.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <utility>
+
+#include "codecs/jpeg/band_joiner.h"
+#include "codecs/jpeg/markers/segment_writer.h"
+#include "codecs/jpeg/markers/standard_tables.h"
+#include "codecs/jpeg/strip_maker.h"
+#include "codecs/support/parallel.h"
+
+namespace zepcodec::jpeg {
+namespace {
+
+bool WriteStandardScanHeader(const Frame& frame, ByteBuffer* file) {
+  SegmentWriter writer(file);
+  for (int i = 0; i < (frame.components.size() > 1 ? 2 : 1); ++i) {
+    writer.Huffman(0, i, kDcHuffman[i]);
+    writer.Huffman(1, i, kAcHuffman[i]);
+  }
+  Scan scan;
+  for (int i = 0; i < static_cast<int>(frame.components.size()); ++i) {
+    const int table = frame.components[static_cast<size_t>(i)].quant_table;
+    scan.components.push_back({i, table, table});
+  }
+  writer.ScanHeader(frame, scan);
+  return writer.ok();
+}
+
+// Threads code bands, which are joined in their order. A thread that is too far ahead waits, so that
+// few bands are in memory.
+class BandCoder {
+ public:
+  BandCoder(const EncodeWork& work, ByteBuffer* file)
+      : work_(work),
+        file_(file),
+        bands_(static_cast<size_t>(DivideUp(work.geometry.mcu_rows, kRowsInABand))),
+        is_coded_(bands_.size()),
+        joiner_(file),
+        last_dc_(work.tables.size()) {}
+
+  Status Encode();
+
+ private:
+  static constexpr size_t kBandsAheadOfThread = 4;
+
+  Status EncodeBand(StripMaker* strip);
+  Status CodeRows(int first, StripMaker* strip, CodedBand* band) const;
+  Status JoinCoded(size_t index);
+  Status Join(CodedBand* band);
+  bool WaitForTurn();
+  void Fail(const Status& status);
+
+  const EncodeWork& work_;
+  ByteBuffer* file_;
+  std::vector<CodedBand> bands_;
+  std::mutex mutex_;
+  std::condition_variable has_joined_;
+  // All below is guarded by the mutex.
+  std::vector<bool> is_coded_;
+  size_t started_ = 0;
+  size_t next_ = 0;  // to be joined
+  bool is_joining_ = false;
+  BandJoiner joiner_;
+  std::vector<int16_t> last_dc_;  // of the joined bands
+  Status status_;
+};
+
+Status BandCoder::Encode() {
+  const Status status = RunParallel(
+      work_.pool, bands_.size(),
+      [&] {
+        auto strip = std::make_unique<StripMaker>(work_.rows->form(), work_.options.sampling,
+                                                  work_.geometry);
+        if (!strip->Init()) throw std::bad_alloc();
+        return [this, strip = std::move(strip)](size_t) {
+          try {
+            if (!WaitForTurn()) return;
+            if (Status done = EncodeBand(strip.get()); !done.ok()) Fail(done);
+          } catch (const std::bad_alloc&) {
+            Fail(Status::NoMemory());  // the other threads must not wait for this band
+          }
+        };
+      },
+      work_.options.progress);
+  if (!status.ok() || !status_.ok()) return status_.ok() ? status : status_;
+  return joiner_.Finish() ? Status() : Status::NoMemory();
+}
+
+// False: the work has failed.
+bool BandCoder::WaitForTurn() {
+  std::unique_lock<std::mutex> lock(mutex_);
+  const size_t most = kBandsAheadOfThread * work_.pool->size();
+  const size_t index = started_++;
+  has_joined_.wait(lock, [&] { return index < next_ + most || !status_.ok(); });
+  return status_.ok();
+}
+
+void BandCoder::Fail(const Status& status) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  if (status_.ok()) status_ = status;
+  has_joined_.notify_all();
+}
+
+Status BandCoder::EncodeBand(StripMaker* strip) {
+  Picture rows;
+  int y = 0;
+  Status status = work_.rows->Next(kRowsInABand * work_.geometry.McuHeight(), &rows, &y);
+  if (!status.ok()) return status;
+  strip->Use(&rows, y);
+  const int first = y / work_.geometry.McuHeight();
+  const auto index = static_cast<size_t>(first / kRowsInABand);
+  status = CodeRows(first, strip, &bands_[index]);
+  return status.ok() ? JoinCoded(index) : status;
+}
+
+Status BandCoder::CodeRows(int first, StripMaker* strip, CodedBand* band) const {
+  const int end = std::min(first + kRowsInABand, work_.geometry.mcu_rows);
+  ScanEncoder scan(work_.geometry, work_.tables, work_.options, first, &band->bytes);
+  for (int row = first; row < end; ++row) {
+    strip->Make(row);
+    if (Status status = scan.EncodeRow(*strip); !status.ok()) return status;
+  }
+  scan.Describe(band);
+  return Status();
+}
+
+// Joins all bands that can be joined now, unless another thread is at it, which then joins these too.
+Status BandCoder::JoinCoded(size_t index) {
+  std::unique_lock<std::mutex> lock(mutex_);
+  is_coded_[index] = true;
+  if (is_joining_) return Status();
+  is_joining_ = true;
+  Status status;
+  while (status.ok() && next_ < bands_.size() && is_coded_[next_]) {
+    CodedBand& band = bands_[next_];
+    lock.unlock();
+    status = Join(&band);
+    band = CodedBand();
+    lock.lock();
+    ++next_;
+    has_joined_.notify_all();
+  }
+  is_joining_ = false;
+  return status;
+}
+
+Status BandCoder::Join(CodedBand* band) {
+  if (!band->first_mcu.empty()) {
+    CodedBand first;
+    ScanEncoder scan(work_.geometry, work_.tables, work_.options, 0, &first.bytes);
+    if (Status status = scan.EncodeFirstMcu(*band, last_dc_); !status.ok()) return status;
+    scan.Describe(&first);
+    if (!joiner_.Append(first)) return Status::NoMemory();
+  }
+  if (!joiner_.Append(*band)) return Status::NoMemory();
+  last_dc_ = std::move(band->last_dc);
+  return PassOn(work_.options.sink, file_);
+}
+
+// Rows of MCUs that one thread asks for at a time: as many as a few megabytes of pixels hold.
+int RowsAtATime(const EncodeWork& work) {
+  constexpr size_t kBytes = size_t{1} << 22;
+  const size_t row = work.rows->form().Stride() * static_cast<size_t>(work.geometry.McuHeight());
+  return static_cast<int>(std::clamp<size_t>(kBytes / row, 1, kRowsInABand));
+}
+
+Status EncodeOnOneThread(const EncodeWork& work, ByteBuffer* file) {
+  StripMaker strip(work.rows->form(), work.options.sampling, work.geometry);
+  if (!strip.Init()) return Status::NoMemory();
+  ScanEncoder scan(work.geometry, work.tables, work.options, 0, file);
+  const int rows_at_a_time = RowsAtATime(work);
+  Picture rows;
+  for (int row = 0; row < work.geometry.mcu_rows; ++row) {
+    if (Stops(work.options.progress, row, work.geometry.mcu_rows)) return Status::Cancelled();
+    if (row % rows_at_a_time == 0) {
+      int y = 0;
+      const int count = rows_at_a_time * work.geometry.McuHeight();
+      if (Status status = work.rows->Next(count, &rows, &y); !status.ok()) return status;
+      strip.Use(&rows, y);
+    }
+    strip.Make(row);
+    if (Status status = scan.EncodeRow(strip); !status.ok()) return status;
+    if (Status status = PassOn(work.options.sink, file); !status.ok()) return status;
+  }
+  return scan.Finish();
+}
+
+}  // namespace
+
+Status EncodeAtOnce(const EncodeWork& work, ByteBuffer* file) {
+  if (!WriteStandardScanHeader(work.frame, file)) return Status::NoMemory();
+  const bool is_shared = work.pool->size() > 1 && work.geometry.mcu_rows > kRowsInABand;
+  return is_shared ? BandCoder(work, file).Encode() : EncodeOnOneThread(work, file);
+}
+
+}  // namespace zepcodec::jpeg
