@@ -106,7 +106,16 @@ Status EncodeJpeg(RowSource* rows, const EncodeRequest& request, ByteBuffer* byt
   return jpeg::Encode(rows, options, bytes);
 }
 
-Status ProbeLossless(const File& file, const DecodeRequest&, Findings* info) {
+jpeg::lossless::DecodeOptions LosslessOptionsOf(const DecodeRequest& request) {
+  jpeg::lossless::DecodeOptions options;
+  options.max_pixels = request.options.max_pixels;
+  options.region = request.region;
+  options.threads = request.options.threads;
+  options.progress = request.progress;
+  return options;
+}
+
+Status ProbeLossless(const File& file, const DecodeRequest& request, Findings* info) {
   jpeg::lossless::FileInfo found;
   Status status = jpeg::lossless::ReadFileInfo(file.data, file.size, &found);
   if (!status.ok()) return status;
@@ -117,7 +126,7 @@ Status ProbeLossless(const File& file, const DecodeRequest&, Findings* info) {
   info->bits = found.bits;
   info->sample = SampleOf(UnsignedOf(found.bits));
   info->is_lossless = found.point_transform == 0 ? 1 : 0;
-  info->memory = jpeg::lossless::MemoryNeed(found);
+  info->memory = jpeg::lossless::MemoryNeed(found, LosslessOptionsOf(request));
   FillSaved(found.metadata, info);
   return Status();
 }
@@ -127,11 +136,9 @@ Status DecodeLossless(const File& file, const DecodeRequest& request, Picture* p
   if (request.options.reduce > 0) {
     return Status::Unsupported("lossless JPEG files are decoded at their full size only");
   }
-  jpeg::lossless::DecodeOptions options;
-  options.max_pixels = request.options.max_pixels;
-  options.progress = request.progress;
   jpeg::lossless::FileInfo info;
-  Status status = jpeg::lossless::Decode(file.data, file.size, options, picture, &info);
+  Status status =
+      jpeg::lossless::Decode(file.data, file.size, LosslessOptionsOf(request), picture, &info);
   if (!status.ok()) return status;
   report->damage = std::move(info.messages);
   picture->metadata() = jpeg::ToMetadata(info.metadata, &report->notes);
@@ -139,7 +146,7 @@ Status DecodeLossless(const File& file, const DecodeRequest& request, Picture* p
     report->notes.Add("YCbCr was taken as RGB");
   // Files hold 0 for full ink.
   if (info.components == 4) Invert(picture);
-  return Cut(request.region, picture);
+  return status;
 }
 
 Status EncodeLossless(RowSource* rows, const EncodeRequest& request, ByteBuffer* bytes) {
@@ -156,7 +163,9 @@ Status EncodeLossless(RowSource* rows, const EncodeRequest& request, ByteBuffer*
   options.point_transform = given.point_transform;
   options.restart_rows = given.restart_rows;
   options.metadata = jpeg::ToSegments(picture.metadata());
+  options.threads = request.options.threads;
   options.progress = request.progress;
+  options.sink = request.sink;
   if (Status status = CheckSides(picture); !status.ok()) return status;
   if (HasAlpha(picture.layout()) || !IsUnsigned(picture.type()) || picture.bits() < 2) {
     return Status::Unsupported(

@@ -2,14 +2,13 @@
 #include "codecs/jpeg/sequential_encoder.h"
 
 #include <algorithm>
-#include <condition_variable>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <new>
 #include <utility>
 
 #include "codecs/jpeg/band_joiner.h"
+#include "codecs/jpeg/band_sequence.h"
 #include "codecs/jpeg/markers/segment_writer.h"
 #include "codecs/jpeg/markers/standard_tables.h"
 #include "codecs/jpeg/strip_maker.h"
@@ -33,79 +32,56 @@ bool WriteStandardScanHeader(const Frame& frame, ByteBuffer* file) {
   return writer.ok();
 }
 
-// Threads code bands, which are joined in their order. A thread that is too far ahead waits, so that
-// few bands are in memory.
+// Threads code bands, which are joined in their order.
 class BandCoder {
  public:
   BandCoder(const EncodeWork& work, ByteBuffer* file)
       : work_(work),
         file_(file),
-        bands_(static_cast<size_t>(DivideUp(work.geometry.mcu_rows, kRowsInABand))),
-        is_coded_(bands_.size()),
+        count_(static_cast<size_t>(DivideUp(work.geometry.mcu_rows, kRowsInABand))),
+        bands_(count_, kBandsOfThread * work.pool->size(),
+               [this](CodedBand* band) { return Join(band); }),
         joiner_(file),
         last_dc_(work.tables.size()) {}
 
   Status Encode();
 
  private:
-  static constexpr size_t kBandsAheadOfThread = 4;
+  static constexpr size_t kBandsOfThread = 3;
 
   Status EncodeBand(StripMaker* strip);
   Status CodeRows(int first, StripMaker* strip, CodedBand* band) const;
-  Status JoinCoded(size_t index);
   Status Join(CodedBand* band);
-  bool WaitForTurn();
-  void Fail(const Status& status);
 
   const EncodeWork& work_;
   ByteBuffer* file_;
-  std::vector<CodedBand> bands_;
-  std::mutex mutex_;
-  std::condition_variable has_joined_;
-  // All below is guarded by the mutex.
-  std::vector<bool> is_coded_;
-  size_t started_ = 0;
-  size_t next_ = 0;  // to be joined
-  bool is_joining_ = false;
+  size_t count_;
+  BandSequence bands_;
+  // Of the joined bands.
   BandJoiner joiner_;
-  std::vector<int16_t> last_dc_;  // of the joined bands
-  Status status_;
+  std::vector<int16_t> last_dc_;
 };
 
 Status BandCoder::Encode() {
   const Status status = RunParallel(
-      work_.pool, bands_.size(),
+      work_.pool, count_,
       [&] {
         auto strip = std::make_unique<StripMaker>(work_.rows->form(), work_.options.sampling,
                                                   work_.geometry);
         if (!strip->Init()) throw std::bad_alloc();
         return [this, strip = std::move(strip)](size_t) {
           try {
-            if (!WaitForTurn()) return;
-            if (Status done = EncodeBand(strip.get()); !done.ok()) Fail(done);
+            if (!bands_.Enter()) return;
+            if (Status done = EncodeBand(strip.get()); !done.ok()) bands_.Fail(done);
           } catch (const std::bad_alloc&) {
-            Fail(Status::NoMemory());  // the other threads must not wait for this band
+            bands_.Fail(Status::NoMemory());  // the other threads must not wait for this band
           }
         };
       },
       work_.options.progress);
-  if (!status.ok() || !status_.ok()) return status_.ok() ? status : status_;
+  if (!bands_.status().ok()) return bands_.status();
+  if (!status.ok()) return status;
   return joiner_.Finish() ? Status() : Status::NoMemory();
-}
-
-// False: the work has failed.
-bool BandCoder::WaitForTurn() {
-  std::unique_lock<std::mutex> lock(mutex_);
-  const size_t most = kBandsAheadOfThread * work_.pool->size();
-  const size_t index = started_++;
-  has_joined_.wait(lock, [&] { return index < next_ + most || !status_.ok(); });
-  return status_.ok();
-}
-
-void BandCoder::Fail(const Status& status) {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  if (status_.ok()) status_ = status;
-  has_joined_.notify_all();
 }
 
 Status BandCoder::EncodeBand(StripMaker* strip) {
@@ -115,9 +91,10 @@ Status BandCoder::EncodeBand(StripMaker* strip) {
   if (!status.ok()) return status;
   strip->Use(&rows, y);
   const int first = y / work_.geometry.McuHeight();
-  const auto index = static_cast<size_t>(first / kRowsInABand);
-  status = CodeRows(first, strip, &bands_[index]);
-  return status.ok() ? JoinCoded(index) : status;
+  CodedBand band;
+  status = CodeRows(first, strip, &band);
+  if (status.ok()) bands_.Add(static_cast<size_t>(first / kRowsInABand), std::move(band));
+  return status;
 }
 
 Status BandCoder::CodeRows(int first, StripMaker* strip, CodedBand* band) const {
@@ -129,26 +106,6 @@ Status BandCoder::CodeRows(int first, StripMaker* strip, CodedBand* band) const 
   }
   scan.Describe(band);
   return Status();
-}
-
-// Joins all bands that can be joined now, unless another thread is at it, which then joins these too.
-Status BandCoder::JoinCoded(size_t index) {
-  std::unique_lock<std::mutex> lock(mutex_);
-  is_coded_[index] = true;
-  if (is_joining_) return Status();
-  is_joining_ = true;
-  Status status;
-  while (status.ok() && next_ < bands_.size() && is_coded_[next_]) {
-    CodedBand& band = bands_[next_];
-    lock.unlock();
-    status = Join(&band);
-    band = CodedBand();
-    lock.lock();
-    ++next_;
-    has_joined_.notify_all();
-  }
-  is_joining_ = false;
-  return status;
 }
 
 Status BandCoder::Join(CodedBand* band) {

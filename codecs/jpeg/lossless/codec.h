@@ -8,9 +8,11 @@
 
 #include "codecs/jpeg/metadata.h"
 #include "codecs/support/byte_buffer.h"
+#include "codecs/support/byte_sink.h"
 #include "codecs/support/messages.h"
 #include "codecs/support/picture.h"
 #include "codecs/support/progress.h"
+#include "codecs/support/region.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpeg::lossless {
@@ -29,8 +31,12 @@ struct EncodeOptions {
   // For pictures of four components: CMYK where 0 is full ink, which an Adobe header announces.
   bool is_inverted_cmyk = false;
   jpeg::SavedSegments metadata;  // segments, written as they are
+  // 0: one for each processor. The file is always the same.
+  int threads = 1;
   // Reports progress and can cancel; null: neither.
   Progress* progress = nullptr;
+  // Takes finished bytes of the file while it is made by several threads; null: all are kept.
+  ByteSink* sink = nullptr;
 };
 
 // Makes a file of a picture of 1 to 4 components and 2 to 16 bits.
@@ -38,6 +44,12 @@ Status Encode(const Picture& picture, const EncodeOptions& options, ByteBuffer* 
 
 struct DecodeOptions {
   int64_t max_pixels = int64_t{1} << 28;  // files that claim more are refused
+  // The part of the picture that is wanted.
+  WantedRegion region;
+  // 0: one for each processor. The result is always the same.
+  int threads = 1;
+  // Several threads decode a scan in parts of about this many coded bytes. Tests choose fewer.
+  int64_t part_bytes = 1 << 17;
   // Reports progress and can cancel; null: neither.
   Progress* progress = nullptr;
 };
@@ -72,7 +84,7 @@ Status ReadFileInfo(const uint8_t* data, size_t size, FileInfo* info);
 
 // An upper bound of Decode()'s memory for the file that `info` was read from: with the picture,
 // without the file.
-int64_t MemoryNeed(const FileInfo& info);
+int64_t MemoryNeed(const FileInfo& info, const DecodeOptions& options);
 
 // Whether the first frame header of these bytes is that of a lossless process with Huffman coding.
 bool IsLosslessJpeg(const uint8_t* data, size_t size);

@@ -5,11 +5,13 @@
 
 #include "codecs/jpeg/lossless/codec.h"
 #include "codecs/jpeg/lossless/geometry.h"
+#include "codecs/jpeg/lossless/parallel_scan.h"
 #include "codecs/jpeg/lossless/rows.h"
 #include "codecs/jpeg/lossless/scan_decoder.h"
 #include "codecs/jpeg/markers/marker_reader.h"
 #include "codecs/jpeg/markers/marker_walk.h"
 #include "codecs/jpeg/markers/markers.h"
+#include "codecs/support/thread_pool.h"
 
 namespace zepcodec::jpeg::lossless {
 namespace {
@@ -66,7 +68,8 @@ class Decoder {
         options_(options),
         picture_(picture),
         info_(info),
-        reader_(data, size, &info->messages) {}
+        reader_(data, size, &info->messages),
+        pool_(options.threads) {}
 
   Status Decode() {
     if (Status status = ReadHeaders(&reader_, info_); !status.ok()) return status;
@@ -98,8 +101,11 @@ class Decoder {
     if (SampleCount(reader_.frame()) > std::max(bits, kAlwaysAcceptedSamples)) {
       return Status::Error("the file is too small for the " + claim + " that it announces");
     }
+    if (Status status = options_.region.In(info_->width, info_->height, &region_); !status.ok()) {
+      return status;
+    }
     const bool done =
-        picture_->Resize(info_->width, info_->height,
+        picture_->Resize(region_.width, region_.height,
                          LayoutOfComponents(static_cast<size_t>(info_->components)), info_->bits);
     return done ? Status() : Status::NoMemory();
   }
@@ -114,8 +120,9 @@ class Decoder {
   }
 
   Status DecodeScan() {
-    ScanDecoder scan(data_, size_, reader_, picture_, &info_->messages);
-    if (Status status = scan.Decode(options_.progress); !status.ok()) return status;
+    ScanDecoder scan(data_, size_, reader_, region_, picture_, &info_->messages);
+    Status status = scan.Decode(&pool_, options_.part_bytes, options_.progress);
+    if (!status.ok()) return status;
     for (const ScanComponent& part : reader_.scan().components) {
       decoded_[static_cast<size_t>(part.index)] = true;
     }
@@ -129,7 +136,7 @@ class Decoder {
     for (int c = 0; c < info_->components; ++c) {
       if (decoded_[static_cast<size_t>(c)]) continue;
       info_->messages.AddAt(reader_.position(), "component " + std::to_string(c) + " has no scan");
-      for (int y = 0; y < info_->height; ++y) JoinRows(rows, 1, 0, c, y, picture_);
+      for (int y = 0; y < region_.height; ++y) JoinRows(rows, 1, 0, c, 0, y, picture_);
     }
   }
 
@@ -139,6 +146,8 @@ class Decoder {
   Picture* picture_;
   FileInfo* info_;
   MarkerReader reader_;
+  ThreadPool pool_;
+  Region region_;
   std::array<bool, kMostComponents> decoded_{};
 };
 
@@ -164,13 +173,19 @@ bool IsLosslessJpeg(const uint8_t* data, size_t size) {
   return false;
 }
 
-int64_t MemoryNeed(const FileInfo& info) {
+int64_t MemoryNeed(const FileInfo& info, const DecodeOptions& options) {
   constexpr int64_t kOther = 1 << 16;        // tables, messages
   constexpr int64_t kBytesForInterval = 96;  // lists of markers and of intervals, as vectors grow
   constexpr int64_t kRows = 6;  // of each component: those of an MCU, the one above, one for all
   constexpr int64_t kBytesForSegment = 64;
   const int64_t width = info.width, height = info.height, components = info.components;
-  int64_t bytes = width * height * components * (info.bits > 8 ? 2 : 1);
+  Region region;
+  if (!options.region.In(info.width, info.height, &region).ok()) {
+    region = {0, 0, info.width, info.height};  // decoding will end before it takes memory
+  }
+  int64_t bytes = int64_t{region.width} * region.height * components * (info.bits > 8 ? 2 : 1);
+  bytes += ParallelScanNeed(width, components, options.part_bytes,
+                            static_cast<int64_t>(ThreadCount(options.threads)));
   bytes += (width + 4) * kRows * components * int64_t{sizeof(int16_t)};
   if (info.restart_interval > 0) bytes += height * kBytesForInterval;
   for (const jpeg::Segment& segment : info.metadata.segments) {

@@ -1,15 +1,25 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
 #include <array>
+#include <limits>
+#include <memory>
+#include <mutex>
+#include <new>
 #include <numeric>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "codecs/jpeg/band_joiner.h"
+#include "codecs/jpeg/band_sequence.h"
+#include "codecs/jpeg/geometry.h"
 #include "codecs/jpeg/lossless/codec.h"
-#include "codecs/jpeg/lossless/prediction.h"
+#include "codecs/jpeg/lossless/row_coder.h"
 #include "codecs/jpeg/lossless/rows.h"
 #include "codecs/jpeg/markers/markers.h"
 #include "codecs/jpeg/markers/segment_writer.h"
+#include "codecs/support/parallel.h"
+#include "codecs/support/thread_pool.h"
 #include "zepjp.h"
 
 namespace zepcodec::jpeg::lossless {
@@ -17,15 +27,7 @@ namespace {
 
 constexpr int kMostRestartInterval = 65535;
 
-constexpr size_t kCategories = 17;
-
 using Statistics = std::array<int32_t, 256>;
-
-struct Table {
-  std::array<uint8_t, 16> bits;
-  std::array<uint8_t, 256> categories;
-  zepiEncodeHuffmanSpec spec;
-};
 
 Status MakeTable(const Statistics& statistics, Table* table) {
   const bool done =
@@ -41,25 +43,8 @@ Status MakeTable(const Statistics& statistics, Table* table) {
 constexpr Statistics kPhotographs = {900, 800, 900, 950, 800, 500, 250, 125, 64,
                                      32,  16,  8,   4,   2,   1,   1,   1};
 
-// Counts the magnitude categories of differences. zepiGetHuffmanStatisticsOne_JPEG_16s_C1() counts
-// one difference, but a call for each takes almost as long as coding it. With four sets of counts,
-// repeated categories do not wait for the previous increment.
-void CountCategories(const Row& differences, int32_t* counts) {
-  constexpr size_t kSets = 4;
-  int32_t sets[kSets][32] = {};
-  for (size_t i = 0; i < differences.size(); ++i) {
-    const int difference = differences[i];
-    const auto magnitude = static_cast<unsigned>(difference < 0 ? -difference : difference);
-    ++sets[i % kSets][31 - __builtin_clz(2 * magnitude + 1)];
-  }
-  for (const auto& set : sets) {
-    for (size_t category = 0; category < kCategories; ++category) {
-      // A picture has up to 2^32 samples; counts saturate at 2^31 - 1, which changes no table much.
-      counts[category] = static_cast<int32_t>(
-          std::min<int64_t>(int64_t{counts[category]} + set[category], INT32_MAX));
-    }
-  }
-}
+// Rows of about this many samples are a band.
+constexpr size_t kSamplesInABand = size_t{1} << 18;
 
 class Encoder {
  public:
@@ -67,20 +52,18 @@ class Encoder {
       : picture_(picture),
         options_(options),
         file_(file),
-        components_(static_cast<size_t>(picture.channels())) {
-    for (size_t c = 0; c < components_; ++c) {
-      for (Row* row : {&samples_[c], &above_[c], &differences_[c]}) {
-        row->resize(static_cast<size_t>(picture.width()));
-      }
-    }
-  }
+        components_(static_cast<size_t>(picture.channels())),
+        pool_(options.threads) {}
 
   Status Encode() {
     if (Status status = Check(); !status.ok()) return status;
     if (!file_->Resize(0)) return Status::NoMemory();
+    rows_in_band_ =
+        static_cast<int>(std::max<size_t>(kSamplesInABand / picture_.SamplesInRow(), 1));
     if (Status status = MakeTables(); !status.ok()) return status;
     if (!AppendHeaders()) return Status::NoMemory();
-    if (Status status = AppendRows(); !status.ok()) return status;
+    const bool is_shared = pool_.size() > 1 && BandCount() > 1;
+    if (Status status = is_shared ? AppendBands() : AppendRows(); !status.ok()) return status;
     return AppendMarker(kEoi) ? Status() : Status::NoMemory();
   }
 
@@ -111,26 +94,24 @@ class Encoder {
     return Status();
   }
 
-  bool IsFirstRow(int y) const {
-    return y == 0 || (options_.restart_rows > 0 && y % options_.restart_rows == 0);
+  size_t BandCount() const {
+    return static_cast<size_t>(DivideUp(picture_.height(), rows_in_band_));
   }
 
-  // Computes the differences of row y. Rows must be requested in order, from the first one.
-  void PredictRow(int y) {
-    const Prediction prediction{options_.predictor, picture_.bits(), options_.point_transform};
-    Row* rows[kMostComponents] = {};
-    for (size_t c = 0; c < components_; ++c) {
-      std::swap(samples_[c], above_[c]);
-      rows[c] = &samples_[c];
-    }
-    SplitRow(picture_, y, options_.point_transform, rows);
-    for (size_t c = 0; c < components_; ++c) {
-      if (IsFirstRow(y)) {
-        SubtractFirstRow(prediction, samples_[c], &differences_[c]);
-      } else {
-        SubtractRow(prediction, samples_[c], above_[c], &differences_[c]);
-      }
-    }
+  // Calls work(coder, first, end) for the rows first..end-1 of each band.
+  template <class Work>
+  Status ForEachBand(const Work& work, Progress* progress) {
+    return RunParallel(
+        &pool_, BandCount(),
+        [&] {
+          auto coder = std::make_unique<RowCoder>(picture_, options_);
+          return [&, coder = std::move(coder)](size_t band) {
+            const int first = static_cast<int>(band) * rows_in_band_;
+            coder->MoveTo(first);
+            work(coder.get(), first, std::min(first + rows_in_band_, picture_.height()));
+          };
+        },
+        progress);
   }
 
   Status MakeTables() {
@@ -139,18 +120,27 @@ class Encoder {
       return MakeTable(kPhotographs, tables_.data());
     }
     tables_.resize(options_.tables == Tables::kShared ? 1 : components_);
-    std::vector<Statistics> statistics(tables_.size(), Statistics{});
-    for (int y = 0; y < picture_.height(); ++y) {
-      PredictRow(y);
-      for (size_t c = 0; c < components_; ++c) {
-        int32_t* const counts = statistics[std::min(c, tables_.size() - 1)].data();
-        CountCategories(differences_[c], counts);
-      }
+    std::vector<Counts> all(tables_.size(), Counts{});
+    std::mutex mutex;
+    Status status = ForEachBand(
+        [&](RowCoder* coder, int first, int end) {
+          std::vector<Counts> counts(all.size(), Counts{});
+          for (int y = first; y < end; ++y) coder->Count(&counts);
+          const std::lock_guard<std::mutex> lock(mutex);
+          for (size_t i = 0; i < all.size(); ++i) {
+            for (size_t k = 0; k < kCategories; ++k) all[i][k] += counts[i][k];
+          }
+        },
+        nullptr);
+    for (size_t i = 0; status.ok() && i < tables_.size(); ++i) {
+      // A picture has up to 2^34 samples; counts saturate at 2^31 - 1, which changes no table much.
+      Statistics statistics{};
+      std::transform(all[i].begin(), all[i].end(), statistics.begin(), [](int64_t count) {
+        return static_cast<int32_t>(std::min<int64_t>(count, std::numeric_limits<int32_t>::max()));
+      });
+      status = MakeTable(statistics, &tables_[i]);
     }
-    for (size_t i = 0; i < tables_.size(); ++i) {
-      if (Status status = MakeTable(statistics[i], &tables_[i]); !status.ok()) return status;
-    }
-    return Status();
+    return status;
   }
 
   size_t TableOf(size_t component) const { return std::min(component, tables_.size() - 1); }
@@ -201,50 +191,57 @@ class Encoder {
   }
 
   Status AppendRows() {
-    zepiEncodeHuffmanStateInit_JPEG_8u(&state_);
-    int restarts = 0;
-    for (int y = 0; y < picture_.height(); ++y) {
+    RowCoder coder(picture_, options_);
+    CodedBand all;
+    std::swap(all.bytes, *file_);
+    Status status;
+    for (int y = 0; status.ok() && y < picture_.height(); ++y) {
       if (Stops(options_.progress, y, picture_.height())) return Status::Cancelled();
-      if (y > 0 && IsFirstRow(y)) {
-        if (Status status = Code(true); !status.ok()) return status;
-        if (!AppendMarker(kRst0 + restarts++ % 8)) return Status::NoMemory();
-      }
-      PredictRow(y);
-      if (Status status = Code(false); !status.ok()) return status;
+      status = coder.Code(tables_, false, &all);
     }
-    return Code(true);
+    if (status.ok()) status = coder.Finish(&all.bytes);
+    std::swap(all.bytes, *file_);
+    return status;
   }
 
-  // Codes the differences of a row, or flushes the remaining bits.
-  Status Code(bool flushes) {
-    const int16_t* rows[kMostComponents] = {};
-    const zepiEncodeHuffmanSpec* tables[kMostComponents] = {};
-    for (size_t c = 0; c < components_; ++c) {
-      rows[c] = differences_[c].data();
-      tables[c] = &tables_[TableOf(c)].spec;
-    }
-    // A difference takes at most 31 bits, code and extra bits together, and each byte may be
-    // stuffed.
-    const size_t room = 8 * (picture_.SamplesInRow() + 2);
-    const size_t start = file_->size();
-    if (!file_->MakeRoom(room) || !file_->Resize(start + room)) return Status::NoMemory();
-    int32_t written = 0;
-    const zepStatus status = zepiEncodeHuffmanRow_JPEG_16s1u_P4C1(
-        rows, file_->data() + start, static_cast<int32_t>(room), &written, picture_.width(),
-        static_cast<int32_t>(components_), tables, &state_, flushes ? 1 : 0);
-    if (!file_->Resize(start + static_cast<size_t>(written))) return Status::NoMemory();
-    return status == zepStatusOk ? Status() : Status::Error(zepStatusName(status));
+  Status AppendBands() {
+    constexpr size_t kBandsOfThread = 4;
+    BandJoiner joiner(file_);
+    BandSequence bands(BandCount(), kBandsOfThread * pool_.size(), [&](CodedBand* band) {
+      if (!joiner.Append(*band)) return Status::NoMemory();
+      return PassOn(options_.sink, file_);
+    });
+    const auto code = [&](RowCoder* coder, int first, int end) {
+      CodedBand band;
+      for (int y = first; y < end; ++y) {
+        if (Status status = coder->Code(tables_, first > 0, &band); !status.ok()) return status;
+      }
+      coder->Describe(&band);
+      bands.Add(static_cast<size_t>(first / rows_in_band_), std::move(band));
+      return Status();
+    };
+    const Status status = ForEachBand(
+        [&](RowCoder* coder, int first, int end) {
+          try {
+            if (!bands.Enter()) return;
+            if (Status done = code(coder, first, end); !done.ok()) bands.Fail(done);
+          } catch (const std::bad_alloc&) {
+            bands.Fail(Status::NoMemory());  // the other threads must not wait for this band
+          }
+        },
+        options_.progress);
+    if (!bands.status().ok()) return bands.status();
+    if (!status.ok()) return status;
+    return joiner.Finish() ? Status() : Status::NoMemory();
   }
 
   const Picture& picture_;
   const EncodeOptions& options_;
   ByteBuffer* file_;
   size_t components_;
-  Row samples_[kMostComponents];
-  Row above_[kMostComponents];
-  Row differences_[kMostComponents];
+  ThreadPool pool_;
+  int rows_in_band_ = 1;
   std::vector<Table> tables_;
-  zepiEncodeHuffmanState state_;
 };
 
 }  // namespace

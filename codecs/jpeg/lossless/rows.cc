@@ -34,10 +34,10 @@ void SplitAny(const Picture& picture, int y, int shift, Row* const rows[kMostCom
 
 // `kCount` channels from a first one on, of pixels of `step` bytes.
 template <class T, size_t kCount>
-void Join(const Row* const rows[kMostComponents], size_t width, int shift, unsigned max_value,
-          size_t step, uint8_t* out) {
+void Join(const Row* const rows[kMostComponents], size_t left, size_t width, int shift,
+          unsigned max_value, size_t step, uint8_t* out) {
   const int16_t* in[kCount];
-  for (size_t c = 0; c < kCount; ++c) in[c] = rows[c]->data();
+  for (size_t c = 0; c < kCount; ++c) in[c] = rows[c]->data() + left;
   for (size_t x = 0; x < width; ++x, out += step) {
     T pixel[kCount];
     for (size_t c = 0; c < kCount; ++c) {
@@ -49,17 +49,18 @@ void Join(const Row* const rows[kMostComponents], size_t width, int shift, unsig
 }
 
 template <class T>
-void JoinAny(const Row* const rows[kMostComponents], int count, int shift, int channel, int y,
-             Picture* picture) {
+void JoinAny(const Row* const rows[kMostComponents], int count, int shift, int channel, int left,
+             int y, Picture* picture) {
   uint8_t* const out = picture->Row(y) + static_cast<size_t>(channel) * sizeof(T);
   const auto most = static_cast<unsigned>(picture->MaxValue());
   const size_t step = static_cast<size_t>(picture->channels()) * sizeof(T);
   const auto width = static_cast<size_t>(picture->width());
+  const auto from = static_cast<size_t>(left);
   switch (count) {
-    case 1: return Join<T, 1>(rows, width, shift, most, step, out);
-    case 2: return Join<T, 2>(rows, width, shift, most, step, out);
-    case 3: return Join<T, 3>(rows, width, shift, most, step, out);
-    default: return Join<T, 4>(rows, width, shift, most, step, out);
+    case 1: return Join<T, 1>(rows, from, width, shift, most, step, out);
+    case 2: return Join<T, 2>(rows, from, width, shift, most, step, out);
+    case 3: return Join<T, 3>(rows, from, width, shift, most, step, out);
+    default: return Join<T, 4>(rows, from, width, shift, most, step, out);
   }
 }
 
@@ -70,10 +71,10 @@ void SplitRow(const Picture& picture, int y, int shift, Row* const rows[kMostCom
                             : SplitAny<uint8_t>(picture, y, shift, rows);
 }
 
-void JoinRows(const Row* const rows[kMostComponents], int count, int shift, int channel, int y,
-              Picture* picture) {
-  return picture->bits() > 8 ? JoinAny<uint16_t>(rows, count, shift, channel, y, picture)
-                             : JoinAny<uint8_t>(rows, count, shift, channel, y, picture);
+void JoinRows(const Row* const rows[kMostComponents], int count, int shift, int channel, int left,
+              int y, Picture* picture) {
+  return picture->bits() > 8 ? JoinAny<uint16_t>(rows, count, shift, channel, left, y, picture)
+                             : JoinAny<uint8_t>(rows, count, shift, channel, left, y, picture);
 }
 
 }  // namespace zepcodec::jpeg::lossless

@@ -2,19 +2,26 @@
 #include "codecs/jpeg/lossless/scan_decoder.h"
 
 #include <algorithm>
+#include <cstring>
+
+#include "codecs/jpeg/geometry.h"
+#include "codecs/jpeg/lossless/parallel_scan.h"
 
 namespace zepcodec::jpeg::lossless {
 
 ScanDecoder::ScanDecoder(const uint8_t* data, size_t size, const MarkerReader& headers,
-                         Picture* picture, Messages* messages)
-    : frame_(headers.frame()),
+                         const Region& region, Picture* picture, Messages* messages)
+    : data_(data),
+      size_(size),
+      frame_(headers.frame()),
+      region_(region),
       picture_(picture),
       geometry_(frame_, headers.scan()),
       prediction_{headers.scan().predictor(), frame_.precision, headers.scan().point_transform()},
-      source_(data, size,
-              FindIntervals(data, size, headers.position(), geometry_.McuCount(),
-                            headers.restart_interval(), messages),
-              geometry_.McuCount(), headers.restart_interval(), messages),
+      restart_interval_(headers.restart_interval()),
+      intervals_(FindIntervals(data, size, headers.position(), geometry_.McuCount(),
+                               restart_interval_, messages)),
+      source_(data, size, intervals_, geometry_.McuCount(), restart_interval_, messages),
       wide_(static_cast<size_t>(frame_.width)) {
   const std::vector<ScanComponent>& components = headers.scan().components;
   for (size_t i = 0; i < components.size(); ++i) {
@@ -31,17 +38,62 @@ ScanDecoder::ScanDecoder(const uint8_t* data, size_t size, const MarkerReader& h
   }
 }
 
+// One sample of each component in an MCU, and adjacent channels.
+bool ScanDecoder::IsPlainScan() const {
+  bool is_plain = has_plain_mcus_ && IsPlain(frame_);
+  for (size_t i = 0; i < parts_.size(); ++i) {
+    is_plain = is_plain && parts_[i].component == parts_[0].component + static_cast<int>(i);
+  }
+  return is_plain;
+}
+
+Status ScanDecoder::DecodeParts(ThreadPool* pool, int64_t part_bytes, Progress* progress,
+                                bool* is_done) const {
+  DifferenceCode code{nullptr, 0, 0, parts_.size(), {}, true};
+  for (size_t i = 0; i < parts_.size(); ++i) {
+    code.tables[i] = tables_[i];
+    code.has_one_table =
+        code.has_one_table && std::memcmp(tables_[i], tables_[0], sizeof(*tables_[0])) == 0;
+  }
+  const RowPlace place = {static_cast<size_t>(geometry_.mcus_per_row),
+                          parts_.size(),
+                          parts_[0].component,
+                          prediction_,
+                          region_,
+                          picture_};
+  const auto mcus = McusInAnInterval(geometry_.McuCount(), restart_interval_);
+  const ParallelScan scan = {
+      data_, size_, intervals_, geometry_.mcu_rows, static_cast<int>(mcus / geometry_.mcus_per_row),
+      code,  place, part_bytes};
+  return DecodeOnThreads(scan, pool, progress, is_done);
+}
+
 // Restart intervals are whole rows.
-Status ScanDecoder::Decode(Progress* progress) {
-  for (int row = 0; row < geometry_.mcu_rows; ++row) {
+Status ScanDecoder::Decode(ThreadPool* pool, int64_t part_bytes, Progress* progress) {
+  bool is_done = false;
+  if (IsPlainScan()) {
+    Status status = DecodeParts(pool, part_bytes, progress, &is_done);
+    if (!status.ok() || is_done) return status;
+  }
+  for (int row = 0; row < geometry_.mcu_rows && FirstLine(row) < RegionEnd(); ++row) {
     if (Stops(progress, row, geometry_.mcu_rows)) return Status::Cancelled();
     const bool is_first = source_.Begin();
-    DecodeMcuRow();
-    Reconstruct(is_first);
-    TakeMcuRow(row);
+    if (is_first) BeginInterval(row);
+    if (!source_.is_passed_over()) {
+      DecodeMcuRow();
+      Reconstruct(is_first);
+      TakeMcuRow(row);
+    }
     source_.End(geometry_.mcus_per_row);
   }
   return Status();
+}
+
+// Intervals above the region are passed over.
+void ScanDecoder::BeginInterval(int row) {
+  const int64_t rows = source_.mcus_left() / geometry_.mcus_per_row;
+  const bool is_above = FirstLine(static_cast<int>(row + rows)) <= region_.y;
+  if (is_above && source_.MayPassOver()) source_.PassOver();
 }
 
 void ScanDecoder::DecodeMcuRow() {
@@ -97,17 +149,23 @@ void ScanDecoder::Reconstruct(bool is_first) {
   }
 }
 
+// The picture's row with the first sample of a row of MCUs.
+int ScanDecoder::FirstLine(int mcu_row) const {
+  const Sampling& sampling = parts_[0].sampling;
+  const auto lines = static_cast<int>(parts_[0].lines.size());
+  return DivideUp(int64_t{mcu_row} * lines * frame_.max_v, sampling.v);
+}
+
 // Copies the samples to the picture: all components at once if they are adjacent channels.
 void ScanDecoder::TakeMcuRow(int mcu_row) {
   const Row* rows[kMostComponents] = {};
   const int count = static_cast<int>(parts_.size());
-  bool is_plain = has_plain_mcus_ && IsPlain(frame_);
-  for (size_t i = 0; i < parts_.size(); ++i) {
-    rows[i] = &parts_[i].lines[0];
-    is_plain = is_plain && parts_[i].component == parts_[0].component + static_cast<int>(i);
-  }
-  if (is_plain) {
-    JoinRows(rows, count, prediction_.point_transform, parts_[0].component, mcu_row, picture_);
+  for (size_t i = 0; i < parts_.size(); ++i) rows[i] = &parts_[i].lines[0];
+  if (IsPlainScan()) {
+    if (mcu_row >= region_.y) {
+      JoinRows(rows, count, prediction_.point_transform, parts_[0].component, region_.x,
+               mcu_row - region_.y, picture_);
+    }
   } else {
     for (const Part& part : parts_) {
       const int lines = static_cast<int>(part.lines.size());
@@ -126,10 +184,11 @@ void ScanDecoder::TakeLine(const Part& part, const Row& line, int y) {
     wide_[x] = line[x * static_cast<size_t>(h) / static_cast<size_t>(frame_.max_h)];
   }
   const Row* rows[kMostComponents] = {&wide_};
-  const int first = (y * frame_.max_v + v - 1) / v;
-  const int last = std::min(((y + 1) * frame_.max_v + v - 1) / v, frame_.height);
+  const int first = std::max((y * frame_.max_v + v - 1) / v, region_.y);
+  const int last = std::min(((y + 1) * frame_.max_v + v - 1) / v, RegionEnd());
   for (int row = first; row < last; ++row) {
-    JoinRows(rows, 1, prediction_.point_transform, part.component, row, picture_);
+    JoinRows(rows, 1, prediction_.point_transform, part.component, region_.x, row - region_.y,
+             picture_);
   }
 }
 

@@ -14,7 +14,9 @@
 #include "codecs/jpeg/scan_source.h"
 #include "codecs/support/messages.h"
 #include "codecs/support/progress.h"
+#include "codecs/support/region.h"
 #include "codecs/support/status.h"
+#include "codecs/support/thread_pool.h"
 #include "zepjp.h"
 
 namespace zepcodec::jpeg::lossless {
@@ -23,12 +25,14 @@ namespace zepcodec::jpeg::lossless {
 class ScanDecoder {
  public:
   // Decodes the scan that `headers` has just read. All arguments must outlive the decoder.
-  ScanDecoder(const uint8_t* data, size_t size, const MarkerReader& headers, Picture* picture,
-              Messages* messages);
+  // The picture holds a region of the rows.
+  ScanDecoder(const uint8_t* data, size_t size, const MarkerReader& headers, const Region& region,
+              Picture* picture, Messages* messages);
 
-  Status Decode(Progress* progress);
+  // Decodes as far as the region needs it.
+  Status Decode(ThreadPool* pool, int64_t part_bytes, Progress* progress);
   // The offset of the marker after the scan.
-  size_t end() { return source_.reader().end(); }
+  size_t end() const { return intervals_.end; }
 
  private:
   struct Part {
@@ -39,17 +43,27 @@ class ScanDecoder {
     Row above;
   };
 
+  bool IsPlainScan() const;
+  Status DecodeParts(ThreadPool* pool, int64_t part_bytes, Progress* progress, bool* is_done) const;
+  void BeginInterval(int row);
+  int FirstLine(int mcu_row) const;
   void DecodeMcuRow();
   zepStatus DecodeLines();
   zepStatus DecodeMcus();
   void Reconstruct(bool is_first);
   void TakeMcuRow(int mcu_row);
   void TakeLine(const Part& part, const Row& line, int y);
+  int RegionEnd() const { return region_.y + region_.height; }
 
+  const uint8_t* data_;
+  size_t size_;
   const Frame& frame_;
+  const Region region_;
   Picture* picture_;
   ScanGeometry geometry_;
   Prediction prediction_;
+  int restart_interval_;
+  Intervals intervals_;
   ScanSource source_;
   std::vector<Part> parts_;
   const zepiDecodeHuffmanSpec* tables_[kMostComponents] = {};

@@ -86,7 +86,7 @@ TEST(JpegMemory, Lossless) {
       ASSERT_TRUE(ljpeg::Encode(picture, options, &file).ok());
       ljpeg::FileInfo info;
       ASSERT_TRUE(ljpeg::ReadFileInfo(file.data(), file.size(), &info).ok());
-      const int64_t need = ljpeg::MemoryNeed(info);
+      const int64_t need = ljpeg::MemoryNeed(info, {});
       const int64_t taken = PeakOf([&] {
         ljpeg::FileInfo again;
         zepcodec::Picture back;

@@ -28,7 +28,7 @@ using zepcodec::Region;
 using zepcodec::Status;
 using zepcodec::WantedRegion;
 
-constexpr int kRounds = ZEPJP_EXHAUSTIVE == 0 ? 60 : 1500;
+constexpr int kRounds = ZEPJP_EXHAUSTIVE == 0 ? 60 : 1000;
 
 class Random {
  public:

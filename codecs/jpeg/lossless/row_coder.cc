@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: MIT
+#include "codecs/jpeg/lossless/row_coder.h"
+
+#include <utility>
+
+#include "codecs/jpeg/lossless/prediction.h"
+#include "codecs/jpeg/markers/markers.h"
+
+namespace zepcodec::jpeg::lossless {
+namespace {
+
+// Counts the magnitude categories of differences. zepiGetHuffmanStatisticsOne_JPEG_16s_C1() counts
+// one difference, but a call for each takes almost as long as coding it. With four sets of counts,
+// repeated categories do not wait for the previous increment.
+void CountCategories(const Row& differences, Counts* counts) {
+  constexpr size_t kSets = 4;
+  int32_t sets[kSets][32] = {};
+  for (size_t i = 0; i < differences.size(); ++i) {
+    const int difference = differences[i];
+    const auto magnitude = static_cast<unsigned>(difference < 0 ? -difference : difference);
+    ++sets[i % kSets][31 - __builtin_clz(2 * magnitude + 1)];
+  }
+  for (const auto& set : sets) {
+    for (size_t category = 0; category < kCategories; ++category) {
+      (*counts)[category] += set[category];
+    }
+  }
+}
+
+}  // namespace
+
+RowCoder::RowCoder(const Picture& picture, const EncodeOptions& options)
+    : picture_(picture), options_(options), components_(static_cast<size_t>(picture.channels())) {
+  for (size_t c = 0; c < components_; ++c) {
+    for (Row* row : {&samples_[c], &above_[c], &differences_[c]}) {
+      row->resize(static_cast<size_t>(picture.width()));
+    }
+  }
+  MoveTo(0);
+}
+
+void RowCoder::MoveTo(int y) {
+  zepiEncodeHuffmanStateInit_JPEG_8u(&state_);
+  y_ = y;
+  if (IsFirstRow(y)) return;
+  --y_;
+  Split();
+  ++y_;
+}
+
+void RowCoder::Split() {
+  Row* rows[kMostComponents] = {};
+  for (size_t c = 0; c < components_; ++c) rows[c] = &samples_[c];
+  SplitRow(picture_, y_, options_.point_transform, rows);
+}
+
+// Computes the differences of the next row.
+void RowCoder::Predict() {
+  const Prediction prediction{options_.predictor, picture_.bits(), options_.point_transform};
+  for (size_t c = 0; c < components_; ++c) std::swap(samples_[c], above_[c]);
+  Split();
+  for (size_t c = 0; c < components_; ++c) {
+    if (IsFirstRow(y_)) {
+      SubtractFirstRow(prediction, samples_[c], &differences_[c]);
+    } else {
+      SubtractRow(prediction, samples_[c], above_[c], &differences_[c]);
+    }
+  }
+  ++y_;
+}
+
+void RowCoder::Count(std::vector<Counts>* counts) {
+  Predict();
+  for (size_t c = 0; c < components_; ++c) {
+    CountCategories(differences_[c], &(*counts)[std::min(c, counts->size() - 1)]);
+  }
+}
+
+Status RowCoder::Code(const std::vector<Table>& tables, bool is_band, CodedBand* band) {
+  if (y_ > 0 && IsFirstRow(y_)) {
+    if (Status status = Restart(is_band, band); !status.ok()) return status;
+  }
+  Predict();
+  return CodeRow(&tables, &band->bytes);
+}
+
+// The bits before the first marker of a band are padded when it is joined.
+Status RowCoder::Restart(bool is_band, CodedBand* band) {
+  if (is_band && !band->has_restart) {
+    band->head_size = band->bytes.size();
+    band->head = OpenBitsOf(state_);
+    zepiEncodeHuffmanStateInit_JPEG_8u(&state_);
+  } else if (Status status = Finish(&band->bytes); !status.ok()) {
+    return status;
+  }
+  band->has_restart = true;
+  const int number = y_ / options_.restart_rows - 1;
+  const uint8_t marker[2] = {0xFF, static_cast<uint8_t>(kRst0 + number % 8)};
+  return band->bytes.Append(marker, sizeof(marker)) ? Status() : Status::NoMemory();
+}
+
+void RowCoder::Describe(CodedBand* band) const {
+  if (band->has_restart) {
+    band->tail = OpenBitsOf(state_);
+  } else {
+    band->head_size = band->bytes.size();
+    band->head = OpenBitsOf(state_);
+  }
+}
+
+// Codes the differences of a row; without tables, flushes the remaining bits.
+Status RowCoder::CodeRow(const std::vector<Table>* tables, ByteBuffer* bytes) {
+  const int16_t* rows[kMostComponents] = {};
+  const zepiEncodeHuffmanSpec* specs[kMostComponents] = {};
+  for (size_t c = 0; tables != nullptr && c < components_; ++c) {
+    rows[c] = differences_[c].data();
+    specs[c] = &(*tables)[std::min(c, tables->size() - 1)].spec;
+  }
+  // A difference takes at most 31 bits, code and extra bits together, and each byte may be stuffed.
+  const size_t room = 8 * (picture_.SamplesInRow() + 2);
+  const size_t start = bytes->size();
+  if (!bytes->MakeRoom(room) || !bytes->Resize(start + room)) return Status::NoMemory();
+  int32_t written = 0;
+  const zepStatus status = zepiEncodeHuffmanRow_JPEG_16s1u_P4C1(
+      rows, bytes->data() + start, static_cast<int32_t>(room), &written, picture_.width(),
+      static_cast<int32_t>(components_), specs, &state_, tables == nullptr ? 1 : 0);
+  if (!bytes->Resize(start + static_cast<size_t>(written))) return Status::NoMemory();
+  return status == zepStatusOk ? Status() : Status::Error(zepStatusName(status));
+}
+
+}  // namespace zepcodec::jpeg::lossless
