@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Any bytes as a lossless JPEG file: the result is an error or a picture whose samples have no more
-// bits than it says.
+// bits than it says, on one and on two threads.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -23,6 +23,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (!ljpeg::IsLosslessJpeg(file.data(), file.size()) && info.messages.empty()) std::abort();
   for (size_t i = 0; i < picture.SampleCount(); ++i) {
     if (picture.Get(i) > picture.MaxValue()) std::abort();
+  }
+  options.threads = 2;
+  options.part_bytes = 5000;  // so that small pictures have several parts
+  zepcodec::Picture on_threads;
+  ljpeg::FileInfo info_on_threads;
+  if (!ljpeg::Decode(file.data(), file.size(), options, &on_threads, &info_on_threads).ok() ||
+      info_on_threads.messages.count() != info.messages.count()) {
+    std::abort();
+  }
+  for (size_t i = 0; i < picture.SampleCount(); ++i) {
+    if (picture.Get(i) != on_threads.Get(i)) std::abort();
   }
   // A decoded picture can be encoded, and decodes to the same samples again.
   ljpeg::EncodeOptions encode_options;

@@ -3,18 +3,19 @@
 #ifndef ZEPJP_CODECS_JPEG_BAND_WRITER_H_
 #define ZEPJP_CODECS_JPEG_BAND_WRITER_H_
 
-#include <algorithm>
+#include <cstddef>
 #include <vector>
 
 #include "codecs/jpeg/picture_writer.h"
 #include "codecs/jpeg/plane.h"
 #include "codecs/jpeg/window.h"
+#include "codecs/support/byte_buffer.h"
 
 namespace zepcodec::jpeg {
 
 // Up-sampling needs the samples above and below a row. So a band does not write the last row of pixels
-// of its last row of MCUs. The next band begins with that row, and for it decodes the row of MCUs
-// above a second time.
+// of its last row of MCUs. The next band begins with that row. It needs the last samples of the row
+// of MCUs above: from the band above if that is made, else it decodes that row a second time.
 class BandWriter {
  public:
   // The window must outlive the writer.
@@ -43,14 +44,33 @@ class BandWriter {
     Slide();
   }
 
+  // The last samples of a band, for the band below.
+  using Edge = std::vector<ByteBuffer>;  // a row of each component
+  // False: no memory.
+  [[nodiscard]] bool CopyEdge(Edge* edge) const {
+    edge->resize(planes_.size());
+    for (size_t i = 0; i < planes_.size(); ++i) {
+      ByteBuffer& row = (*edge)[i];
+      const auto size = static_cast<size_t>(planes_[i].step());
+      if (!row.Resize(0) || !row.Append(planes_[i].RowAbove(), size)) return false;
+    }
+    return true;
+  }
+
   // A band of the rows of MCUs first..end-1. make_row(row) fills the planes with the samples of a row.
+  // `edge`: of the band above, or null.
   template <class MakeRow>
-  void WriteBand(int first, int end, const RowTarget& target, const MakeRow& make_row) {
-    const int above = std::max(first - 1, window_.mcus.first_row);
-    MoveTo(above);
-    if (above < first) {
-      make_row(above);
+  void WriteBand(int first, int end, const Edge* edge, const RowTarget& target,
+                 const MakeRow& make_row) {
+    if (edge != nullptr) {
+      MoveTo(first);
+      for (size_t i = 0; i < planes_.size(); ++i) planes_[i].SetRowAbove((*edge)[i].data());
+    } else if (first > window_.mcus.first_row) {
+      MoveTo(first - 1);
+      make_row(first - 1);
       Slide();
+    } else {
+      MoveTo(first);
     }
     for (int row = first; row < end; ++row) {
       make_row(row);

@@ -26,26 +26,31 @@ class BlockSource {
     next_ = index - runs_[run_].first;
   }
 
-  // Valid until the next call.
-  const int16_t* Next(size_t component) {
+  // A copy with the right DC coefficient goes to `room`, if the part does not have the block so.
+  const int16_t* Next(size_t component, int16_t* room) {
     while (next_ == runs_[run_].count) {
       ++run_;
       next_ = 0;
     }
     const BlockRun& run = runs_[run_];
     const int16_t* block = run.blocks + 64 * next_++;
+    // The part may still be in the cache of another processor.
+    constexpr int64_t kAhead = 16;
+    if (next_ + kAhead < run.count) {
+      __builtin_prefetch(block + 64 * kAhead);
+      __builtin_prefetch(block + 64 * kAhead + 32);
+    }
     const int16_t offset = run.dc_offset[component];
     if (offset == 0) return block;
-    std::memcpy(block_, block, sizeof(block_));
-    block_[0] = static_cast<int16_t>(static_cast<uint16_t>(block_[0] + offset));
-    return block_;
+    std::memcpy(room, block, 64 * sizeof(*room));
+    room[0] = static_cast<int16_t>(static_cast<uint16_t>(block[0] + offset));
+    return room;
   }
 
  private:
   std::vector<BlockRun> runs_;
   size_t run_ = 0;
   int64_t next_ = 0;
-  alignas(64) int16_t block_[64];
 };
 
 // The blocks of an MCU.

@@ -58,10 +58,13 @@ bool CodedPart::DecodeIntervals(const ScanCode& code) {
 
 bool CodedPart::DecodeGuess(const ScanCode& code) {
   const Stretch& stretch = stretches_[0];
-  if (!blocks_.Resize(most_blocks_)) return false;
-  keys_.reserve(most_blocks_ + 1);
+  keys_.reserve(part_blocks_ + part_blocks_ / 4);
   cursor_ = BlockCursor(stretch.begin);
-  while (count_ < most_blocks_ && cursor_.at < stretch.end) {
+  while (count_ < kMostTimesThePart * part_blocks_ && cursor_.at < stretch.end) {
+    // Most parts need little more than the usual number of blocks.
+    if (count_ == blocks_.size() && !blocks_.Resize(count_ + part_blocks_ + part_blocks_ / 4)) {
+      return false;
+    }
     const BlockCursor before = cursor_;
     if (DecodeBlock(code, &cursor_, blocks_.At(count_)) == zepStatusOk) {
       keys_.push_back(before.Key());

@@ -101,12 +101,15 @@ struct BlockRun {
   DcValues dc_offset;  // to be added to the blocks of each component, modulo 2^16
 };
 
+// A part of a picture's flat areas has more blocks than others. Those beyond this multiple of the usual
+// number are left to the bridge of the next part.
+constexpr size_t kMostTimesThePart = 4;
+
 class CodedPart {
  public:
-  // Either whole intervals or a single stretch of one. Of a stretch, no more than `most_blocks` are
-  // decoded.
-  CodedPart(std::vector<Stretch> stretches, size_t most_blocks)
-      : stretches_(std::move(stretches)), most_blocks_(most_blocks) {}
+  // Either whole intervals or a single stretch of one, with about `part_blocks` blocks.
+  CodedPart(std::vector<Stretch> stretches, size_t part_blocks)
+      : stretches_(std::move(stretches)), part_blocks_(part_blocks) {}
 
   // Decodes the part on its own, into `storage`. False: no memory.
   [[nodiscard]] bool Decode(const ScanCode& code, BlockList storage);
@@ -140,7 +143,7 @@ class CodedPart {
   DcValues DcBefore(const ScanCode& code, size_t index) const;
 
   std::vector<Stretch> stretches_;
-  size_t most_blocks_;
+  size_t part_blocks_;
   BlockList blocks_;
   size_t count_ = 0;           // of blocks that were decoded
   std::vector<int64_t> keys_;  // of the decoder in front of each block, and after the last one

@@ -135,8 +135,8 @@ Status DecodeAllScans(FileReader* file, Coefficients* coefficients) {
   return Status();
 }
 
-Status WriteRows(FileReader* file, const Coefficients& coefficients, const RowOutput& output) {
-  const Window& window = output.window();
+Status WriteRows(FileReader* file, const Coefficients& coefficients, RowOutput* output) {
+  const Window& window = output->window();
   const int rows = window.mcus.end_row - window.mcus.first_row;
   return RunParallel(
       &file->pool, static_cast<size_t>(DivideUp(rows, kRowsInABand)),
@@ -147,7 +147,10 @@ Status WriteRows(FileReader* file, const Coefficients& coefficients, const RowOu
           const CoefficientRows blocks(coefficients, window, writer->planes());
           const int first = window.mcus.first_row + static_cast<int>(band) * kRowsInABand;
           const int end = std::min(first + kRowsInABand, window.mcus.end_row);
-          writer->WriteBand(first, end, output.Whole(), [&](int row) { blocks.DecodeRow(row); });
+          Picture unused;
+          RowTarget target;
+          if (!output->Open(first, end, &unused, &target)) throw std::bad_alloc();
+          writer->WriteBand(first, end, nullptr, target, [&](int row) { blocks.DecodeRow(row); });
         };
       },
       file->options.progress);

@@ -13,7 +13,7 @@ namespace zepcodec::jpeg {
 Status DecodeAllScans(FileReader* file, Coefficients* coefficients);
 
 // Only the blocks of the window are transformed. For a picture; not through a sink.
-Status WriteRows(FileReader* file, const Coefficients& coefficients, const RowOutput& output);
+Status WriteRows(FileReader* file, const Coefficients& coefficients, RowOutput* output);
 
 }  // namespace zepcodec::jpeg
 

@@ -38,7 +38,7 @@ Status DecodePicture(FileReader* file, const Window& window, Picture* picture) {
   if (file->info->frame.is_progressive) {
     Coefficients coefficients;
     Status status = DecodeAllScans(file, &coefficients);
-    return status.ok() ? WriteRows(file, coefficients, output) : status;
+    return status.ok() ? WriteRows(file, coefficients, &output) : status;
   }
   std::vector<Plane> planes;
   Status status = DecodePlanes(file, window, &planes);

@@ -76,7 +76,8 @@ int64_t PixelBytes(const FileInfo& info, const DecodeOptions& options, const Win
   if (options.rows == nullptr || !GivesRows(info)) return in_row * window.region.height;
   const int64_t of_one = window.geometry.McuHeight() + 1;
   if (threads == 1) return in_row * of_one;
-  const int64_t of_band = int64_t{kRowsInABand} * window.geometry.McuHeight() + 1;
+  const int64_t of_band =
+      int64_t{ScanPipeline::RowsInABand(threads)} * window.geometry.McuHeight() + 1;
   return in_row * std::min<int64_t>(ScanPipeline::MostBands(threads) * of_band,
                                     window.region.height + of_one);
 }

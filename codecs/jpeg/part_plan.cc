@@ -28,8 +28,8 @@ class Planner {
 
  private:
   void AddPart(std::vector<Stretch> stretches) {
-    parts_.push_back(std::make_unique<CodedPart>(
-        std::move(stretches), static_cast<size_t>(kMostTimesThePart * part_blocks_)));
+    parts_.push_back(
+        std::make_unique<CodedPart>(std::move(stretches), static_cast<size_t>(part_blocks_)));
   }
 
   void Cut(const Stretch& interval) {

@@ -14,11 +14,10 @@
 
 namespace zepcodec::jpeg {
 
-// A scan is cut into parts of about a number of blocks. A part of a picture's flat areas has more.
-// Those beyond this multiple are left to the bridge of the next part.
-constexpr int64_t kMostTimesThePart = 4;
+// A part of `part_blocks` blocks takes at most this memory, while its storage grows.
 constexpr int64_t MostBytesOfPart(int64_t part_blocks) {
-  return kMostTimesThePart * part_blocks * int64_t{64 * sizeof(int16_t) + sizeof(int64_t)};
+  constexpr auto kMost = static_cast<int64_t>(kMostTimesThePart);
+  return 2 * kMost * part_blocks * int64_t{64 * sizeof(int16_t) + sizeof(int64_t)};
 }
 
 using CodedParts = std::vector<std::unique_ptr<CodedPart>>;

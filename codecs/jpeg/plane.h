@@ -39,6 +39,12 @@ class Plane {
     first_row_ += rows_ - 1;
   }
 
+  // The row above the window, after Slide().
+  const uint8_t* RowAbove() const { return samples_.data(); }
+  void SetRowAbove(const uint8_t* samples) {
+    std::memcpy(samples_.data(), samples, static_cast<size_t>(step_));
+  }
+
   uint8_t* Row(int y) {
     return samples_.data() + static_cast<size_t>(y - first_row_) * static_cast<size_t>(step_);
   }

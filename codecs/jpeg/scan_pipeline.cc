@@ -6,8 +6,6 @@
 #include <new>
 #include <utility>
 
-#include "codecs/jpeg/band_writer.h"
-
 namespace zepcodec::jpeg {
 namespace {
 
@@ -31,8 +29,7 @@ ScanPipeline::ScanPipeline(const uint8_t* data, size_t size, size_t begin,
       part_blocks_(part_blocks),
       model_(model),
       output_(*output),
-      blocks_in_row_(layout.mcus_per_row * BlocksInMcu(layout)),
-      band_count_(DivideUp(layout.window.end_row - layout.window.first_row, kRowsInABand)) {
+      blocks_in_row_(layout.mcus_per_row * BlocksInMcu(layout)) {
   if (!intervals.is_sound || blocks_in_row_ * layout.mcu_rows < 2 * part_blocks) return;
   if (size - begin > std::numeric_limits<int32_t>::max()) return;
   code_ = CodeOf(data + begin, size - begin, layout);
@@ -40,11 +37,11 @@ ScanPipeline::ScanPipeline(const uint8_t* data, size_t size, size_t begin,
 }
 
 int ScanPipeline::BandStart(int band) const {
-  return layout_.window.first_row + band * kRowsInABand;
+  return layout_.window.first_row + band * rows_in_band_;
 }
 
 int ScanPipeline::BandEnd(int band) const {
-  return std::min(BandStart(band) + kRowsInABand, layout_.window.end_row);
+  return std::min(BandStart(band) + rows_in_band_, layout_.window.end_row);
 }
 
 // What comes after the window is not decoded.
@@ -53,7 +50,7 @@ bool ScanPipeline::HasAllBlocks() const {
 }
 
 bool ScanPipeline::BandIsReady() const {
-  return next_band_ < band_count_ && next_band_ - given_ < static_cast<int>(bands_.size()) &&
+  return next_band_ < band_count_ && next_band_ - given_ + 1 < static_cast<int>(bands_.size()) &&
          next_block_ >= BandEnd(next_band_) * blocks_in_row_;
 }
 
@@ -71,8 +68,9 @@ ScanPipeline::Work ScanPipeline::Choose() const {
   if (MayGive()) return Work::kGive;
   const bool may_join = joined_ < next_part_ && is_decoded_[joined_] && !HasAllBlocks();
   if (!is_joining_ && may_join) return Work::kJoin;
-  if (BandIsReady()) return Work::kBand;
-  return MayDecodePart() ? Work::kPart : Work::kNone;
+  if (BandIsReady() && (next_band_ == 0 || EdgeAbove(next_band_) != nullptr)) return Work::kBand;
+  if (MayDecodePart()) return Work::kPart;
+  return BandIsReady() ? Work::kBand : Work::kNone;
 }
 
 // A thread's share of the work. Between its steps it holds the mutex.
@@ -158,12 +156,17 @@ class ScanPipeline::Worker {
     const McuWindow& window = scan_.layout_.window;
     Band& place = scan_.BandAt(band);
     place.is_made = false;
+    place.number = -1;
+    const BandWriter::Edge* const edge = scan_.EdgeAbove(band);
     BlockSource source(scan_.RunsFrom(std::max(first - 1, window.first_row)));
     lock_.unlock();
-    const bool has_memory = scan_.output_.Open(first, end, &place.rows, &place.target);
+    bool has_memory = scan_.output_.Open(first, end, &place.rows, &place.target);
     if (has_memory) {
-      writer_.WriteBand(first, end, place.target,
-                        [&](int row) { MakeRow(scan_.layout_, row, &source, writer_.planes()); });
+      const auto make_row = [&](int row) {
+        MakeRow(scan_.layout_, row, &source, writer_.planes());
+      };
+      writer_.WriteBand(first, end, edge, place.target, make_row);
+      has_memory = writer_.CopyEdge(&place.edge);
     }
     const bool stops = Stops(progress_, end - window.first_row, window.end_row - window.first_row);
     lock_.lock();
@@ -215,9 +218,17 @@ BlockList ScanPipeline::TakeStorage() {
   return storage;
 }
 
+// Null if the band above is not made yet.
+const BandWriter::Edge* ScanPipeline::EdgeAbove(int band) const {
+  if (band == 0) return nullptr;
+  const Band& above = BandAt(band - 1);
+  return above.number == band - 1 ? &above.edge : nullptr;
+}
+
 // Frees the parts that no band needs any more. The next band to be finished still needs a row above it.
 void ScanPipeline::BandIsMade(int band) {
   BandAt(band).is_made = true;
+  BandAt(band).number = band;
   int made = given_;
   while (made < next_band_ && BandAt(made).is_made) ++made;
   const int64_t needed = int64_t{BandStart(made) - 1} * blocks_in_row_;
@@ -230,14 +241,16 @@ void ScanPipeline::BandIsMade(int band) {
 }
 
 int64_t ScanPipeline::MostParts(int64_t blocks_in_row, int64_t part_blocks, int64_t threads) {
-  const int64_t of_band = kRowsInABand * blocks_in_row / part_blocks + 2;
-  return threads * (of_band + 1) + 2;
+  const int64_t of_band = RowsInABand(threads) * blocks_in_row / part_blocks + 2;
+  return (threads + 1) / 2 * of_band + threads + 1;
 }
 
 Status ScanPipeline::Run(ThreadPool* pool, Progress* progress, bool* is_sound) {
   const size_t threads = std::min(pool->size(), parts_.size());
   const auto count = static_cast<int64_t>(threads);
   is_decoded_.assign(parts_.size(), false);
+  rows_in_band_ = RowsInABand(count);
+  band_count_ = DivideUp(layout_.window.end_row - layout_.window.first_row, rows_in_band_);
   bands_ = std::vector<Band>(static_cast<size_t>(MostBands(count)));
   most_parts_ = static_cast<size_t>(MostParts(blocks_in_row_, part_blocks_, count));
   next_block_ = std::max<int64_t>(parts_[0]->first_block(), 0);

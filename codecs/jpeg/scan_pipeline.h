@@ -2,11 +2,12 @@
 // A sequential scan of all components on its way to a picture, on several threads.
 //
 // There are four kinds of work. Any thread decodes any part of the scan to blocks (coded_part.h).
-// The parts are joined in their order, by one thread at a time, which takes little time. And any
-// thread reconstructs bands of the picture from joined blocks. Each thread chooses the work that
-// completes the picture's next rows soonest: joining before bands, bands before parts. So few parts
-// are in memory at a time, and no thread waits for long. Last, bands for a row sink are given to the
-// sink in their order, by one thread at a time.
+// The parts are joined in their order, by one thread at a time, which takes little time. Any thread
+// reconstructs bands of the picture from joined blocks. And bands for a row sink are given to the sink
+// in their order, by one thread at a time. Each thread chooses the work that completes the picture's
+// next rows soonest: bands before parts. So few parts are in memory at a time, and no thread waits for
+// long. But a band waits for the one above as long as there are parts to decode, since without that
+// it would decode a row a second time.
 //
 // The result for a damaged file depends on how the single-threaded decoder resumes after each fault.
 // So any fault ends the work here, and that decoder decodes the file from the start. The blocks before
@@ -14,6 +15,7 @@
 #ifndef ZEPJP_CODECS_JPEG_SCAN_PIPELINE_H_
 #define ZEPJP_CODECS_JPEG_SCAN_PIPELINE_H_
 
+#include <algorithm>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -21,6 +23,7 @@
 #include <mutex>
 #include <vector>
 
+#include "codecs/jpeg/band_writer.h"
 #include "codecs/jpeg/block_rows.h"
 #include "codecs/jpeg/coded_part.h"
 #include "codecs/jpeg/intervals.h"
@@ -39,8 +42,13 @@ class ScanPipeline {
   // The most parts that are in memory at a time: those that are decoded, and those of the bands that
   // are made.
   static int64_t MostParts(int64_t blocks_in_row, int64_t part_blocks, int64_t threads);
-  // The most bands that are made or wait for the sink.
-  static int64_t MostBands(int64_t threads) { return threads + 1; }
+  // The bands that are made or wait for the sink, and one above them.
+  static int64_t MostBands(int64_t threads) { return threads + 2; }
+  // Small bands are still in the cache when they are made. With more threads, more bands are made at
+  // the same time as the band above, and must decode a row of that a second time.
+  static int RowsInABand(int64_t threads) {
+    return static_cast<int>(std::clamp<int64_t>(threads, 3, kRowsInABand));
+  }
 
   // The scan's data begins at data[begin]. What is referred to must outlive the pipeline.
   ScanPipeline(const uint8_t* data, size_t size, size_t begin, const Intervals& intervals,
@@ -59,7 +67,9 @@ class ScanPipeline {
   struct Band {
     Picture rows;  // for a sink
     RowTarget target;
-    bool is_made;
+    BandWriter::Edge edge;
+    int number = -1;  // of the band whose edge this is
+    bool is_made = false;
   };
 
   Work Choose() const;
@@ -69,6 +79,7 @@ class ScanPipeline {
   bool MayGive() const;
   int BandStart(int band) const;
   int BandEnd(int band) const;
+  const BandWriter::Edge* EdgeAbove(int band) const;
   Band& BandAt(int band) { return bands_[static_cast<size_t>(band) % bands_.size()]; }
   const Band& BandAt(int band) const { return bands_[static_cast<size_t>(band) % bands_.size()]; }
   std::vector<BlockRun> RunsFrom(int row) const;
@@ -83,6 +94,7 @@ class ScanPipeline {
   ScanCode code_;
   int64_t blocks_in_row_ = 0;
   CodedParts parts_;
+  int rows_in_band_ = 1;
   int band_count_ = 0;
 
   std::mutex mutex_;
