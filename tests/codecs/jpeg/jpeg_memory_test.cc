@@ -19,6 +19,11 @@ using counted_memory::PeakOf;
 using jpeg_files::Bytes;
 using zepcodec::PixelLayout;
 
+class Discard : public zepcodec::RowSink {
+ public:
+  zepcodec::Status Take(const zepcodec::Picture&, int) override { return {}; }
+};
+
 void ExpectNeed(const Bytes& file, int scale) {
   jpeg::DecodeOptions options;
   options.scale = scale;
@@ -35,6 +40,41 @@ void ExpectNeed(const Bytes& file, int scale) {
   // A marker for each MCU is counted for the worst case.
   if (info.restart_interval != 1) {
     EXPECT_GE(taken, need * 6 / 10 - 100000) << need;
+  }
+}
+
+// A region and rows on one and several threads: never more than the need.
+TEST(JpegMemory, RegionsRowsAndThreadsTakeNoMoreThanTheirNeed) {
+  const zepcodec::Picture image = pictures::Detailed(1501, 1203, PixelLayout::kRgb);
+  for (const bool progressive : {false, true}) {
+    jpeg::EncodeOptions encode;
+    encode.progressive = progressive;
+    const Bytes file = jpeg_files::Encode(image, encode);
+    for (const zepcodec::Region& region :
+         {zepcodec::Region{0, 0, 1501, 1203}, zepcodec::Region{700, 500, 90, 200}}) {
+      for (const bool gives_rows : {false, true}) {
+        for (const int threads : {1, 2, 5}) {
+          SCOPED_TRACE(testing::Message() << progressive << region.width << gives_rows << threads);
+          Discard rows;
+          jpeg::DecodeOptions options;
+          options.region = {region, zepcodec::Turn()};
+          options.rows = gives_rows ? &rows : nullptr;
+          options.threads = threads;
+          jpeg::FileInfo info;
+          ASSERT_TRUE(jpeg::ReadFileInfo(file.data(), file.size(), &info).ok());
+          const int64_t need = jpeg::MemoryNeed(info, options);
+          const int64_t taken = PeakOf([&] {
+            jpeg::FileInfo again;
+            zepcodec::Picture part;
+            EXPECT_TRUE(jpeg::Decode(file.data(), file.size(), options, &part, &again).ok());
+          });
+          EXPECT_LE(taken, need);
+          if (threads == 1) {
+            EXPECT_GE(taken, need / 2 - 100000);
+          }
+        }
+      }
+    }
   }
 }
 
@@ -86,14 +126,21 @@ TEST(JpegMemory, Lossless) {
       ASSERT_TRUE(ljpeg::Encode(picture, options, &file).ok());
       ljpeg::FileInfo info;
       ASSERT_TRUE(ljpeg::ReadFileInfo(file.data(), file.size(), &info).ok());
-      const int64_t need = ljpeg::MemoryNeed(info, {});
-      const int64_t taken = PeakOf([&] {
-        ljpeg::FileInfo again;
-        zepcodec::Picture back;
-        EXPECT_TRUE(ljpeg::Decode(file.data(), file.size(), {}, &back, &again).ok());
-      });
-      EXPECT_LE(taken, need);
-      EXPECT_GE(taken, need * 6 / 10);
+      for (const int threads : {1, 3}) {
+        ljpeg::DecodeOptions decode;
+        decode.threads = threads;
+        decode.part_bytes = 20000;
+        const int64_t need = ljpeg::MemoryNeed(info, decode);
+        const int64_t taken = PeakOf([&] {
+          ljpeg::FileInfo again;
+          zepcodec::Picture back;
+          EXPECT_TRUE(ljpeg::Decode(file.data(), file.size(), decode, &back, &again).ok());
+        });
+        EXPECT_LE(taken, need);
+        if (threads == 1) {
+          EXPECT_GE(taken, need * 6 / 10);
+        }
+      }
     }
   }
 }
