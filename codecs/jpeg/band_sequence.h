@@ -17,12 +17,13 @@ namespace zepcodec::jpeg {
 
 class BandSequence {
  public:
-  // join() is called for one band at a time. Of bands that are not joined, about `most` are in memory.
+  // join() is called for one band at a time. About `most` bands are in memory before they are
+  // joined.
   BandSequence(size_t count, size_t most, std::function<Status(CodedBand*)> join)
       : most_(most), join_(std::move(join)), bands_(count), is_coded_(count) {}
 
-  // To be called before each band is coded, also one that fails. Waits while others are too far behind.
-  // False: the work has failed.
+  // To be called before each band is coded, also one that fails. Waits while too many bands are not
+  // joined yet. False: the work has failed.
   bool Enter() {
     std::unique_lock<std::mutex> lock(mutex_);
     const size_t number = entered_++;

@@ -57,8 +57,8 @@ class BandWriter {
     return true;
   }
 
-  // A band of the rows of MCUs first..end-1. make_row(row) fills the planes with the samples of a row.
-  // `edge`: of the band above, or null.
+  // A band of the rows of MCUs first..end-1. make_row(row) fills the planes with the samples of a
+  // row. `edge`: of the band above, or null.
   template <class MakeRow>
   void WriteBand(int first, int end, const Edge* edge, const RowTarget& target,
                  const MakeRow& make_row) {

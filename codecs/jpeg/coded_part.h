@@ -101,8 +101,8 @@ struct BlockRun {
   DcValues dc_offset;  // to be added to the blocks of each component, modulo 2^16
 };
 
-// A part of a picture's flat areas has more blocks than others. Those beyond this multiple of the usual
-// number are left to the bridge of the next part.
+// A part of a picture's flat areas has more blocks than others. Those beyond this multiple of the
+// usual number are left to the bridge of the next part.
 constexpr size_t kMostTimesThePart = 4;
 
 class CodedPart {
@@ -116,7 +116,8 @@ class CodedPart {
 
   enum class Outcome { kJoined, kDamaged, kNoMemory };
   // Joins it to the part before, where the true decoder stands at `cursor` in front of block `next`.
-  // Both move to the end of this part; where it begins an interval, from anywhere. kDamaged: not all is well with the coded bytes.
+  // Both move to the end of this part; where it begins an interval, from anywhere. kDamaged: not
+  // all is well with the coded bytes.
   Outcome Join(const ScanCode& code, BlockCursor* cursor, int64_t* next);
 
   // Gives the storage back when the blocks are needed no more.

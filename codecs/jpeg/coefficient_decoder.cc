@@ -31,7 +31,8 @@ void TakeSteps(FileReader* file, Coefficients* coefficients) {
   }
 }
 
-// False: there is a single scan, or not all is well, or there are more scans than files usually have.
+// False: there is a single scan, or not all is well, or there are more scans than files usually
+// have.
 bool PlanScans(FileReader* file, const Geometry& geometry, ScanWavefront* scans) {
   constexpr size_t kMostScans = 64;
   Messages faults;

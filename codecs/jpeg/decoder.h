@@ -39,8 +39,8 @@ struct DecodeOptions {
   WantedRegion region;
   // Takes the rows of the region if GivesRows(); null: the picture has them.
   RowSink* rows = nullptr;
-  // Several threads decode a scan in parts of about this many blocks. Tests choose a smaller number,
-  // so that small pictures have several parts.
+  // Several threads decode a scan in parts of about this many blocks. Tests choose a smaller
+  // number, so that small pictures have several parts.
   int64_t part_blocks = 2048;
   // Reports progress and can cancel; null: neither.
   Progress* progress = nullptr;

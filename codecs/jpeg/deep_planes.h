@@ -50,8 +50,8 @@ Status ToDeepPlanes(const Picture& picture, const Geometry& geometry,
 Status ToDeepPlanes(const Coefficients& coefficients, const Window& window,
                     std::vector<DeepPlane>* planes);
 
-// The window's region: grey, RGB, or amounts of ink (4095 for full). Components of less than the full
-// resolution are repeated.
+// The window's region: grey, RGB, or amounts of ink (4095 for full). Components of less than the
+// full resolution are repeated.
 Status ToPicture(const std::vector<DeepPlane>& planes, const Window& window, const Frame& frame,
                  ColorModel model, Picture* picture);
 

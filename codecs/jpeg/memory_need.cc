@@ -42,7 +42,8 @@ int64_t MetadataBytes(const SavedSegments& metadata) {
   return kCopiesOfMetadata * bytes;
 }
 
-// Samples between file and picture: planes or rows of MCUs of the window, and rows of full resolution.
+// Samples between file and picture: planes or rows of MCUs of the window, and rows of full
+// resolution.
 int64_t PlaneBytes(const Window& window, bool whole) {
   const Geometry& geometry = window.geometry;
   const int64_t step = geometry.step;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The samples of one component in a window: all of its rows, or those of one row of MCUs and the row
-// above.
+// The samples of one component in a window: all of its rows, or those of one row of MCUs and the
+// row above.
 #ifndef ZEPJP_CODECS_JPEG_PLANE_H_
 #define ZEPJP_CODECS_JPEG_PLANE_H_
 

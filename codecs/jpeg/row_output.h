@@ -33,8 +33,8 @@ class RowOutput {
     return picture_->Resize(window_.region.width, window_.region.height, layout_);
   }
 
-  // Where the rows are to be written that the rows of MCUs first..end-1 complete. For the sink these
-  // are the rows of `band`. False: no memory.
+  // Where the rows are to be written that the rows of MCUs first..end-1 complete. For the sink
+  // these are the rows of `band`. False: no memory.
   [[nodiscard]] bool Open(int first, int end, Picture* band, RowTarget* target) {
     const Window::Lines lines = window_.LinesOf(first, end);
     if (!has_sink()) {

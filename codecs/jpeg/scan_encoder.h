@@ -26,8 +26,8 @@ struct CoderTables {
 
 class ScanEncoder {
  public:
-  // Begins with a row of MCUs; if that is not the scan's first, for a band. One entry of `tables` for each component. All references must outlive
-  // the encoder.
+  // Begins with a row of MCUs; if that is not the scan's first, for a band. One entry of `tables`
+  // for each component. All references must outlive the encoder.
   ScanEncoder(const Geometry& geometry, const std::vector<const CoderTables*>& tables,
               const EncodeOptions& options, int first_row, ByteBuffer* file);
 

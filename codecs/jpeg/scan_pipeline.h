@@ -3,15 +3,15 @@
 //
 // There are four kinds of work. Any thread decodes any part of the scan to blocks (coded_part.h).
 // The parts are joined in their order, by one thread at a time, which takes little time. Any thread
-// reconstructs bands of the picture from joined blocks. And bands for a row sink are given to the sink
-// in their order, by one thread at a time. Each thread chooses the work that completes the picture's
-// next rows soonest: bands before parts. So few parts are in memory at a time, and no thread waits for
-// long. But a band waits for the one above as long as there are parts to decode, since without that
-// it would decode a row a second time.
+// reconstructs bands of the picture from joined blocks. And bands for a row sink are given to the
+// sink in their order, by one thread at a time. Each thread chooses the work that completes the
+// picture's next rows soonest: bands before parts. So few parts are in memory at a time, and no
+// thread waits for long. But a band waits for the one above as long as there are parts to decode,
+// since without that it would decode a row a second time.
 //
 // The result for a damaged file depends on how the single-threaded decoder resumes after each fault.
-// So any fault ends the work here, and that decoder decodes the file from the start. The blocks before
-// the fault are the same for both, so the rows that a sink already has stay valid.
+// So any fault ends the work here, and that decoder decodes the file from the start. The blocks
+// before the fault are the same for both, so the rows that a sink already has stay valid.
 #ifndef ZEPJP_CODECS_JPEG_SCAN_PIPELINE_H_
 #define ZEPJP_CODECS_JPEG_SCAN_PIPELINE_H_
 
@@ -44,13 +44,13 @@ class ScanPipeline {
   static int64_t MostParts(int64_t blocks_in_row, int64_t part_blocks, int64_t threads);
   // The bands that are made or wait for the sink, and one above them.
   static int64_t MostBands(int64_t threads) { return threads + 2; }
-  // Small bands are still in the cache when they are made. With more threads, more bands are made at
-  // the same time as the band above, and must decode a row of that a second time.
+  // Small bands are still in the cache when they are made. With more threads, more bands are made
+  // at the same time as the band above, and must decode a row of that a second time.
   static int RowsInABand(int64_t threads) {
     return static_cast<int>(std::clamp<int64_t>(threads, 3, kRowsInABand));
   }
 
-  // The scan's data begins at data[begin]. What is referred to must outlive the pipeline.
+  // The scan's data begins at data[begin]. All arguments must outlive the pipeline.
   ScanPipeline(const uint8_t* data, size_t size, size_t begin, const Intervals& intervals,
                const ScanLayout& layout, int64_t part_blocks, ColorModel model, RowOutput* output);
 

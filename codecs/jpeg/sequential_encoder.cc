@@ -121,7 +121,7 @@ Status BandCoder::Join(CodedBand* band) {
   return PassOn(work_.options.sink, file_);
 }
 
-// Rows of MCUs that one thread asks for at a time: as many as a few megabytes of pixels hold.
+// Rows of MCUs that one thread asks for at a time: a few megabytes of pixels.
 int RowsAtATime(const EncodeWork& work) {
   constexpr size_t kBytes = size_t{1} << 22;
   const size_t row = work.rows->form().Stride() * static_cast<size_t>(work.geometry.McuHeight());

@@ -23,8 +23,8 @@ class StripMaker {
   // False: no memory.
   [[nodiscard]] bool Init();
 
-  // The rows that Make() reads: those of some rows of MCUs, from the picture's row `y` on. They must
-  // outlive the strips.
+  // The rows that Make() reads: those of some rows of MCUs, from the picture's row `y` on. They
+  // must outlive the strips.
   void Use(const Picture* rows, int y) {
     rows_ = rows;
     top_ = y;

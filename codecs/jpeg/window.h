@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 // The part of a picture that is decoded: a region, and the MCUs that it needs.
 //
-// The up-sampling filters look at the sample next to each side of a pixel's own. So the window holds
-// the MCUs of the region and of one pixel more on each side. What the filters make of the window's own
-// border, where they take the edge of the window for the edge of the picture, is outside the region.
+// The up-sampling filters look at the sample next to each side of a pixel's own. So the window
+// holds the MCUs of the region and of one pixel more on each side. What the filters make of the
+// window's own border, where they take the edge of the window for the edge of the picture, is
+// outside the region.
 #ifndef ZEPJP_CODECS_JPEG_WINDOW_H_
 #define ZEPJP_CODECS_JPEG_WINDOW_H_
 
@@ -21,7 +22,7 @@ struct McuWindow {
   int first_row;
   int end_row;
 
-  // The same rectangle in units of which an MCU has `across` x `down`.
+  // The same rectangle in smaller units: an MCU has `across` x `down` units.
   McuWindow In(int across, int down) const {
     return {first_column * across, end_column * across, first_row * down, end_row * down};
   }
@@ -38,8 +39,8 @@ struct Window {
   int FirstLine(int mcu_row) const;
   int EndLine(int mcu_row) const;
 
-  // The rows of the region that the rows of MCUs first..end-1 complete; `y` counts from the region's
-  // top.
+  // The rows of the region that the rows of MCUs first..end-1 complete; `y` counts from the
+  // region's top.
   struct Lines {
     int y;
     int count;

@@ -7,8 +7,8 @@
 namespace zepcodec::jpeg::lossless {
 namespace {
 
-// MCUs that are decoded in one call. The true decoder may go past the end of a part by that many, so
-// the guess records the positions of more.
+// MCUs that are decoded in one call. The true decoder may go past the end of a part by that many,
+// so the guess records the positions of more.
 constexpr size_t kMcusInACall = 64;
 constexpr size_t kProbedMcus = 384;
 // A difference takes up to 31 bits, and each byte may be stuffed.
@@ -22,8 +22,8 @@ DifferenceCursor::DifferenceCursor(int32_t offset) : at(offset) {
   zepiDecodeHuffmanStateInit_JPEG_8u(&state);
 }
 
-// Whole bytes that were read ahead are given back, stuffed zeros too. So decoders that have read ahead
-// differently agree.
+// Whole bytes that were read ahead are given back, stuffed zeros too. So decoders that have read
+// ahead differently agree.
 int64_t DifferenceCursor::Position(const DifferenceCode& code) const {
   int32_t byte = at;
   for (int32_t count = state.numBits / 8; count > 0 && byte > 0; --count) {
@@ -104,7 +104,7 @@ bool DifferencePart::Probe(const DifferenceCode& code) {
   return true;
 }
 
-// Without them the true decoder finds what is wrong.
+// After a bad code the guess is given up, and the true decoder decodes the part.
 void DifferencePart::DecodeRest(const DifferenceCode& code) {
   if (count_ % components_ != 0) return;
   while (cursor_.at < Limit(code)) {

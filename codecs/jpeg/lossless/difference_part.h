@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: MIT
-// A part of a lossless scan without restart markers, decoded before it is known which samples it holds.
+// A part of a lossless scan without restart markers, decoded before it is known which samples it
+// holds.
 //
-// As with blocks (coded_part.h), a decoder that starts at a wrong bit soon reads the true codes. Here
-// an MCU is one difference of each component. A decoder that starts with the wrong component reads
-// true codes with a wrong table, and falls out of step until by chance it has the right one. With
-// equal tables it never does, but then it reads the right differences, and only the components
+// As with blocks (coded_part.h), a decoder that starts at a wrong bit soon reads the true codes.
+// Here an MCU is one difference of each component. A decoder that starts with the wrong component
+// reads true codes with a wrong table, and falls out of step until by chance it has the right one.
+// With equal tables it never does, but then it reads the right differences, and only the components
 // change places.
 //
-// The guess records the bit position of its first differences. The true decoder, which comes from the
-// part before, decodes MCUs one by one until it stands at one of these positions.
+// The guess records the bit position of its first differences. The true decoder, which comes from
+// the part before, decodes MCUs one by one until it stands at one of these positions.
 #ifndef ZEPJP_CODECS_JPEG_LOSSLESS_DIFFERENCE_PART_H_
 #define ZEPJP_CODECS_JPEG_LOSSLESS_DIFFERENCE_PART_H_
 
@@ -75,8 +76,9 @@ class DifferencePart {
   // Decodes the part on its own, into `storage`. False: no memory.
   [[nodiscard]] bool Decode(const DifferenceCode& code, ByteBuffer storage);
 
-  // Joins it to the part before, where the true decoder stands. `*left` MCUs of the interval are not
-  // decoded yet. Both move to the end of this part. False: not all is well with the coded bytes.
+  // Joins it to the part before, where the true decoder stands. `*left` MCUs of the interval are
+  // not decoded yet. Both move to the end of this part. False: not all is well with the coded
+  // bytes.
   bool Join(const DifferenceCode& code, DifferenceCursor* cursor, int64_t* left);
 
   // The MCUs that are known after Join().
@@ -85,8 +87,6 @@ class DifferencePart {
 
   // The most bytes of storage for a part of some coded bytes.
   static size_t StorageFor(size_t coded_bytes);
-  // The most MCUs that the true decoder decoded before it met the guess, for statistics.
-  size_t bridge_size() const { return bridge_.size(); }
 
  private:
   bool IsLast(const DifferenceCode& code) const { return end_ == code.end; }

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
-// A lossless scan on several threads: restart intervals side by side, or parts of a scan without them.
+// A lossless scan on several threads: restart intervals side by side, or parts of a scan without
+// them.
 //
-// Threads decode parts to differences (difference_part.h). One thread at a time joins the next part and
-// makes rows of samples, which take little time besides the decoding. As in ScanPipeline any fault
-// ends the work, and the scan is decoded anew by one thread.
+// Threads decode parts to differences (difference_part.h). One thread at a time joins the next part
+// and makes rows of samples, which take little time besides the decoding. As in ScanPipeline any
+// fault ends the work, and the scan is decoded anew by one thread.
 #ifndef ZEPJP_CODECS_JPEG_LOSSLESS_PARALLEL_SCAN_H_
 #define ZEPJP_CODECS_JPEG_LOSSLESS_PARALLEL_SCAN_H_
 

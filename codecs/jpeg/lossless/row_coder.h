@@ -36,8 +36,8 @@ class RowCoder {
   // Rows are coded from this one on.
   void MoveTo(int y);
 
-  // Adds the magnitude categories of the next row; components beyond the last entry of `counts` share
-  // that one.
+  // Adds the magnitude categories of the next row; components beyond the last entry of `counts`
+  // share that one.
   void Count(std::vector<Counts>* counts);
 
   // Codes the next row, after the restart marker if one comes before it. `is_band`: bytes of other

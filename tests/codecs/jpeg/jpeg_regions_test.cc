@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Regions and rows: the same samples as in the whole picture, for files of all kinds, damaged ones too.
+// Regions and rows: the same samples as in the whole picture, for files of all kinds, damaged ones
+// too.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -170,7 +171,8 @@ TEST(JpegRegions, EqualThePartOfTheWholePicture) {
   EXPECT_GT(cleared, kRounds / 4);
 }
 
-// With restart markers, damage above and beside the region goes unnoticed, and damage inside is told.
+// With restart markers, damage above and beside the region goes unnoticed, and damage inside is
+// told.
 TEST(JpegRegions, IntervalsOutsideAreNotRead) {
   jpeg::EncodeOptions encode;
   encode.restart_interval = 4;
@@ -183,7 +185,7 @@ TEST(JpegRegions, IntervalsOutsideAreNotRead) {
   for (const int threads : {1, 2}) {
     options.threads = threads;
     options.part_blocks = 64;
-    for (const size_t interval : {5, 8 * 13 + 2, 8 * 13 + 3, 8 * 20 + 3}) {
+    for (const size_t interval : {5u, 8u * 13 + 2, 8u * 13 + 3, 8u * 20 + 3}) {
       Bytes damaged = file;
       // No code has only ones.
       for (size_t i = 5; i < 11; i += 2) {
