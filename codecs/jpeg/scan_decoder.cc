@@ -63,9 +63,9 @@ void ScanDecoder::DecodeBlocks(int mcus) {
 
 // Those inside the window.
 void ScanDecoder::ReconstructBlocks(int row, int first_mcu, int mcus) {
-  if (row < window_.first_row) return;
   const int first = std::max(first_mcu, window_.first_column);
   const int end = std::min(first_mcu + mcus, window_.end_column);
+  if (row < window_.first_row || first >= end) return;
   const int16_t* block = blocks_ + ptrdiff_t{first - first_mcu} * blocks_in_mcu_ * 64;
   for (int mcu = first; mcu < end; ++mcu) {
     for (const Part& part : parts_) {
