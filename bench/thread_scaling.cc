@@ -124,16 +124,18 @@ std::vector<Way> AllWays() {
   static zepcJpegOptions optimized = Sized<zepcJpegOptions>();
   static zepcJpeg2000Options lossy = Sized<zepcJpeg2000Options>();
   static zepcJpegXrOptions tiles = Sized<zepcJpegXrOptions>();
-  static zepcDdsOptions textures[3] = {Sized<zepcDdsOptions>(), Sized<zepcDdsOptions>(),
-                                       Sized<zepcDdsOptions>()};
+  constexpr zepcTexture kTextures[] = {zepcTextureBc1, zepcTextureBc2, zepcTextureBc3,
+                                       zepcTextureBc5, zepcTextureBc7};
+  static zepcDdsOptions textures[std::size(kTextures)];
   progressive.is_progressive = 1;
   restarts.restart_interval = 64;
   optimized.optimizes = 1;
   lossy.ratio = 20;
   tiles.tile_width = tiles.tile_height = 1024;
-  textures[0].texture = zepcTextureBc1;
-  textures[1].texture = zepcTextureBc3;
-  textures[2].texture = zepcTextureBc7;
+  for (size_t i = 0; i < std::size(kTextures); ++i) {
+    textures[i] = Sized<zepcDdsOptions>();
+    textures[i].texture = kTextures[i];
+  }
   const auto jpeg = [](const zepcJpegOptions* jpeg_options) {
     return [=](zepcEncodeOptions* options) {
       options->format = zepcFormatJpeg;
@@ -167,8 +169,10 @@ std::vector<Way> AllWays() {
              options->jpeg_xr = &tiles;
            }},
           {"BC1", dds(&textures[0])},
-          {"BC3", dds(&textures[1])},
-          {"BC7", dds(&textures[2])}};
+          {"BC2", dds(&textures[1])},
+          {"BC3", dds(&textures[2])},
+          {"BC5", dds(&textures[3])},
+          {"BC7", dds(&textures[4])}};
 }
 
 }  // namespace

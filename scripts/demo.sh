@@ -5,9 +5,7 @@
 # times and quality beside those of libjpeg-turbo. All files are in build/demo.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-root=$PWD
-demo=$root/build/demo
-package=lomiri-wallpapers-16.04
+demo=$PWD/build/demo
 scripts/setup.sh build demo
 
 echo "== Building"
@@ -19,24 +17,8 @@ cmake --build "$demo/build" --target zepconvert photo_compare >"$demo/build.log"
 tool=$demo/build/tools/zepconvert/zepconvert
 
 echo "== Getting the pictures"
-mkdir -p "$demo/package"
-cd "$demo/package"
-if ! compgen -G "$package*.deb" >/dev/null; then
-  # A fresh system first needs the lists of packages.
-  apt-get download -q "$package" 2>download.log || {
-    as_root=()
-    [ "$(id -u)" -eq 0 ] || as_root=(sudo)
-    "${as_root[@]}" apt-get update -q
-    apt-get download -q "$package" 2>download.log || { cat download.log; exit 1; }
-  }
-fi
-dpkg-deb -x "$package"*.deb .
-
-rm -rf "$demo/photos" "$demo/png" "$demo/jpg" "$demo/report-png" "$demo/report-jpg"
-mkdir "$demo/photos"
-for photo in usr/share/backgrounds/*.jpg; do
-  [ -L "$photo" ] || cp "$photo" "$demo/photos/"
-done
+rm -rf "$demo/png" "$demo/jpg" "$demo/report-png" "$demo/report-jpg"
+scripts/photos.sh "$demo"
 
 cd "$demo"
 echo "== Converting JPEG to PNG"
