@@ -242,7 +242,7 @@ void ScanPipeline::BandIsMade(int band) {
 
 int64_t ScanPipeline::MostParts(int64_t blocks_in_row, int64_t part_blocks, int64_t threads) {
   const int64_t of_band = RowsInABand(threads) * blocks_in_row / part_blocks + 2;
-  return (threads + 1) / 2 * of_band + threads + 1;
+  return (threads + 1) / 2 * of_band + 2 * threads + 1;
 }
 
 Status ScanPipeline::Run(ThreadPool* pool, Progress* progress, bool* is_sound) {
