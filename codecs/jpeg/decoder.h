@@ -41,7 +41,7 @@ struct DecodeOptions {
   RowSink* rows = nullptr;
   // Several threads decode a scan in parts of about this many blocks. Tests choose a smaller
   // number, so that small pictures have several parts.
-  int64_t part_blocks = 2048;
+  int64_t part_blocks = 4096;
   // Reports progress and can cancel; null: neither.
   Progress* progress = nullptr;
 };
