@@ -78,6 +78,7 @@ std::vector<Errors> ErrorsOf(const zepcodec::Picture& picture, const jpeg::Encod
   const jpeg::Geometry geometry(coefficients.frame, 1);
   jpeg::StripMaker strip(picture, options.sampling, geometry);
   EXPECT_TRUE(strip.Init());
+  strip.Use(&picture, 0);
   std::vector<Errors> errors(coefficients.planes.size());
   for (int row = 0; row < geometry.mcu_rows; ++row) {
     strip.Make(row);
