@@ -13,8 +13,8 @@
 #include "codecs/support/progress.h"
 #include "harness/random.h"
 #include "tests/codecs/jpeg/jpeg_files.h"
+#include "tests/codecs/support/parts.h"
 #include "tests/codecs/support/pictures.h"
-#include "tests/codecs/support/row_parts.h"
 
 namespace jpeg = zepcodec::jpeg;
 
@@ -118,13 +118,13 @@ Bytes AnyFile(Random* random) {
 
 // The rows of a decoder with a sink, or its picture.
 Decoded DecodeRows(const Bytes& file, jpeg::DecodeOptions options, const Region& region) {
-  row_parts::Collector rows(region.width, region.height);
+  parts::Collector rows;
   options.rows = &rows;
   Decoded result = DecodeWith(file, options);
   if (!result.status.ok() || !jpeg::GivesRows(result.info)) return result;
-  EXPECT_TRUE(rows.is_complete());
+  EXPECT_EQ(rows.height(), region.height);
   EXPECT_EQ(result.image.width(), 0);
-  result.image = pictures::CopyOf(rows.picture());
+  result.image = rows.Joined();
   return result;
 }
 
@@ -217,39 +217,22 @@ TEST(JpegRows, EndWhereTheCallerWants) {
     jpeg::DecodeOptions options;
     options.threads = 1 + random.Below(4);
     options.part_blocks = 64;
-    row_parts::Collector rows(300, 700);
-    rows.StopAt(random.Below(700));
+    parts::Collector rows(1 + random.Below(20));
     options.rows = &rows;
     const Decoded decoded = DecodeWith(file, options);
-    EXPECT_TRUE(decoded.status.kind() == Status::Kind::kWriteFailed || rows.is_complete());
-    row_parts::Collector all(300, 700);
+    EXPECT_TRUE(decoded.status.kind() == Status::Kind::kCancelled || rows.height() == 700);
+    parts::Collector all;
     options.rows = &all;
     int calls = random.Below(12);
     zepcodec::Progress progress([&](double) { return calls-- <= 0; });
     options.progress = &progress;
     const Status status = DecodeWith(file, options).status;
-    EXPECT_EQ(status.ok(), all.is_complete());
+    EXPECT_EQ(status.ok(), all.height() == 700);
     if (!status.ok()) {
       EXPECT_EQ(status.kind(), Status::Kind::kCancelled);
     }
   }
 }
-
-// Bytes that an encoder passes on.
-class Written : public zepcodec::ByteSink {
- public:
-  Status Write(const uint8_t* bytes, size_t size) override {
-    if (calls_-- == 0) return Status::WriteFailed();
-    all_.insert(all_.end(), bytes, bytes + size);
-    return Status();
-  }
-  void StopAfter(int calls) { calls_ = calls; }
-  const Bytes& all() const { return all_; }
-
- private:
-  Bytes all_;
-  int calls_ = -1;
-};
 
 TEST(JpegRows, BecomeTheSameFiles) {
   Random random(harness::Seed());
@@ -266,13 +249,13 @@ TEST(JpegRows, BecomeTheSameFiles) {
     const Bytes expected = Encode(picture, options);
     for (const int threads : {1, 2, 6}) {
       options.threads = threads;
-      row_parts::CopiedRows rows(picture);
-      Written written;
+      parts::OwnRows rows(picture);
+      parts::Bytes written;
       options.sink = &written;
       zepcodec::ByteBuffer rest;
       ASSERT_TRUE(jpeg::Encode(&rows, options, &rest).ok());
-      ASSERT_TRUE(written.Write(rest.data(), rest.size()).ok());
-      ASSERT_EQ(written.all(), expected) << width << " x " << height << ", " << threads;
+      written.Take(rest);
+      ASSERT_EQ(written.taken, expected) << width << " x " << height << ", " << threads;
     }
   }
 }
@@ -284,16 +267,14 @@ TEST(JpegRows, ThatFailEndTheEncoder) {
     jpeg::EncodeOptions options;
     options.quality = 95;
     options.threads = 1 + random.Below(4);
-    row_parts::CopiedRows rows(picture);
-    rows.StopAt(random.Below(1200));
+    parts::OwnRows rows(picture, 1 + random.Below(5));
     zepcodec::ByteBuffer file;
-    EXPECT_EQ(jpeg::Encode(&rows, options, &file).text(), "no more rows");
-    row_parts::CopiedRows again(picture);
-    Written written;
-    written.StopAfter(random.Below(3));
+    EXPECT_EQ(jpeg::Encode(&rows, options, &file).kind(), Status::Kind::kCancelled);
+    parts::OwnRows again(picture);
+    parts::Bytes written(random.Below(3));
     options.sink = &written;
     EXPECT_EQ(jpeg::Encode(&again, options, &file).kind(), Status::Kind::kWriteFailed);
-    row_parts::CopiedRows cancelled(picture);
+    parts::OwnRows cancelled(picture);
     options.sink = nullptr;
     int calls = random.Below(5);
     zepcodec::Progress progress([&](double) { return calls-- <= 0; });

@@ -12,6 +12,7 @@
 #include "codecs/jpeg2000/picture_decoder.h"
 #include "codecs/support/progress.h"
 #include "tests/codecs/jpeg2000/jpeg2000_random.h"
+#include "tests/codecs/support/parts.h"
 #include "tests/codecs/support/pictures.h"
 #include "tests/codecs/support/refused_threads.h"
 
@@ -61,48 +62,18 @@ Result DecodePicture(const Bytes& file, const DecodeOptions& options) {
   return result;
 }
 
-// Puts rows together, and expects that they follow one another.
-class Collector : public zepcodec::RowSink {
- public:
-  Collector(int width, int height) : width_(width), height_(height) {}
-
-  Status Take(const Picture& rows, int y) override {
-    EXPECT_EQ(y, next_);
-    EXPECT_EQ(rows.width(), width_);
-    EXPECT_LE(y + rows.height(), height_);
-    const bool has_room = y > 0 || picture.ResizeLike(rows, width_, height_);
-    EXPECT_TRUE(has_room);
-    std::memcpy(picture.Row(y), rows.Row(0), rows.SizeInBytes());
-    next_ += rows.height();
-    ++calls;
-    return next_ > stop_after ? Status::Cancelled() : Status();
-  }
-
-  Picture picture;
-  int calls = 0;
-  int stop_after = INT32_MAX;
-
- private:
-  int width_, height_;
-  int next_ = 0;
-};
-
 // The rows, or the picture where rows are not given.
 Result DecodeRows(const Bytes& file, DecodeOptions options, int width, int height) {
-  Collector rows(width, height);
+  parts::Collector rows;
   options.rows = &rows;
   Result result = DecodePicture(file, options);
-  if (rows.calls > 0) {
+  if (rows.height() > 0) {
     EXPECT_EQ(result.picture.width(), 0);
-    result.picture = std::move(rows.picture);
+    result.picture = rows.Joined();
+    EXPECT_EQ(result.picture.width(), width);
+    EXPECT_EQ(result.picture.height(), height);
   }
   return result;
-}
-
-Picture Part(const Picture& whole, const Region& region) {
-  Picture part = pictures::CopyOf(whole);
-  EXPECT_TRUE(zepcodec::Cut(region, &part).ok());
-  return part;
 }
 
 // A picture as the components of the whole file make it.
@@ -141,9 +112,10 @@ void ExpectSameEverywhere(const Bytes& file, DecodeOptions options, Random* rand
     EXPECT_TRUE(pictures::Same(expected, rows.picture));
     EXPECT_EQ(one.messages, rows.messages);
     options.region = WantedRegion(region, {});
-    EXPECT_TRUE(pictures::Same(Part(expected, region), DecodePicture(file, options).picture));
+    EXPECT_TRUE(
+        pictures::Same(parts::PartOf(expected, region), DecodePicture(file, options).picture));
     const Result part = DecodeRows(file, options, region.width, region.height);
-    EXPECT_TRUE(pictures::Same(Part(expected, region), part.picture));
+    EXPECT_TRUE(pictures::Same(parts::PartOf(expected, region), part.picture));
   }
 }
 
@@ -190,37 +162,6 @@ TEST(Jpeg2000Threads, LabHasThreeColors) {
   EXPECT_EQ(result.status.text(), "a picture in CIELab with fewer than three components");
 }
 
-// Rows that a caller gives when they are asked for.
-class Rows : public zepcodec::RowSource {
- public:
-  explicit Rows(const Picture& picture) : picture_(picture) {
-    EXPECT_TRUE(form_.BorrowLike(picture, nullptr, picture.width(), picture.height()));
-  }
-  const Picture& form() const override { return form_; }
-  int most = 0;  // rows that were given at once
-
- protected:
-  Status Read(int y, int count, Picture* rows) override {
-    EXPECT_TRUE(rows->ResizeLike(picture_, picture_.width(), count));
-    std::memcpy(rows->Row(0), picture_.Row(y), rows->SizeInBytes());
-    most = std::max(most, count);
-    return Status();
-  }
-
- private:
-  const Picture& picture_;
-  Picture form_;
-};
-
-class Sink : public zepcodec::ByteSink {
- public:
-  Status Write(const uint8_t* from, size_t size) override {
-    bytes.insert(bytes.end(), from, from + size);
-    return Status();
-  }
-  Bytes bytes;
-};
-
 TEST(Jpeg2000Threads, EncodeTheSame) {
   for (const PixelLayout layout : {PixelLayout::kGrey, PixelLayout::kRgb, PixelLayout::kRgba}) {
     const Picture picture = pictures::Detailed(330, 300, layout);
@@ -238,11 +179,11 @@ TEST(Jpeg2000Threads, EncodeTheSame) {
           SCOPED_TRACE(std::to_string(threads) + " threads");
           options.threads = threads;
           EXPECT_EQ(expected, Encode(image, options));
-          Rows rows(picture);
+          parts::OwnRows rows(picture);
           ByteBuffer file;
           ASSERT_TRUE(jpeg2000::EncodePicture(&rows, options, nullptr, &file).ok());
           EXPECT_EQ(expected, pictures::ToBytes(file));
-          EXPECT_EQ(rows.most, tile == 0 || layer > 0 ? 300 : tile);
+          EXPECT_EQ(rows.largest(), tile == 0 || layer > 0 ? 300 : tile);
         }
       }
     }
@@ -257,22 +198,22 @@ TEST(Jpeg2000Threads, FilesGoToASink) {
       EncodeOptions options;
       options.is_jp2 = is_jp2;
       options.tile_width = options.tile_height = tile;
-      Rows rows(picture), rows_again(picture);
+      parts::OwnRows rows(picture), rows_again(picture);
       ByteBuffer whole, rest;
-      Sink sink;
+      parts::Bytes sink;
       ASSERT_TRUE(jpeg2000::EncodePicture(&rows, options, nullptr, &whole).ok());
       ASSERT_TRUE(jpeg2000::EncodePicture(&rows_again, options, &sink, &rest).ok());
-      EXPECT_EQ(sink.bytes.empty(), tile == 0);
+      EXPECT_EQ(sink.taken.empty(), tile == 0);
       Bytes expected = pictures::ToBytes(whole);
       if (is_jp2 && tile > 0) {
         const char name[] = {'j', 'p', '2', 'c'};
         const auto box = std::search(expected.begin(), expected.end(), name, name + 4);
         std::fill_n(box - 4, 4, uint8_t{0});
       }
-      sink.bytes.insert(sink.bytes.end(), rest.data(), rest.data() + rest.size());
-      EXPECT_EQ(expected, sink.bytes);
+      sink.Take(rest);
+      EXPECT_EQ(expected, sink.taken);
       DecodeOptions decode;
-      EXPECT_TRUE(pictures::Same(picture, DecodePicture(sink.bytes, decode).picture));
+      EXPECT_TRUE(pictures::Same(picture, DecodePicture(sink.taken, decode).picture));
     }
   }
 }
@@ -299,8 +240,7 @@ TEST(Jpeg2000Threads, CanBeStopped) {
         EXPECT_EQ(jpeg2000::Encode(image, options, &bytes).kind(), Status::Kind::kCancelled);
       }
       options.progress = nullptr;
-      Collector rows(400, 300);
-      rows.stop_after = 100;
+      parts::Collector rows(0);
       DecodeOptions decode;
       decode.threads = threads;
       decode.rows = &rows;

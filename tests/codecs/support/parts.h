@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -41,13 +42,13 @@ inline zepcodec::Picture PartOf(const zepcodec::Picture& whole, const zepcodec::
 // Joins the rows that a decoder gives.
 class Collector : public zepcodec::RowSink {
  public:
-  // Refuses the rows after `most` calls; 0: never.
-  explicit Collector(int most = 0) : most_(most) {}
+  // Refuses the rows after `most` calls; negative: never.
+  explicit Collector(int most = -1) : most_(most) {}
 
   zepcodec::Status Take(const zepcodec::Picture& rows, int y) override {
     EXPECT_EQ(y, height_);
     EXPECT_GT(rows.height(), 0);
-    if (most_ > 0 && ++calls_ > most_) return zepcodec::Status::Cancelled();
+    if (most_ >= 0 && ++calls_ > most_) return zepcodec::Status::Cancelled();
     largest_ = std::max(largest_, rows.height());
     samples_.insert(samples_.end(), rows.Row(0), rows.Row(0) + rows.SizeInBytes());
     height_ += rows.height();
@@ -55,6 +56,7 @@ class Collector : public zepcodec::RowSink {
     return zepcodec::Status();
   }
   zepcodec::Picture Joined() const { return pictures::CopyOf(joined_); }
+  int height() const { return height_; }    // of all rows so far
   int largest() const { return largest_; }  // rows in a call
 
  private:
@@ -69,19 +71,21 @@ class Collector : public zepcodec::RowSink {
 // Copies rows of a picture, as from a caller's callback.
 class OwnRows : public zepcodec::RowSource {
  public:
-  // Has no more rows after `most` calls; 0: always.
-  explicit OwnRows(const zepcodec::Picture& picture, int most = 0)
+  // Has no more rows after `most` calls; negative: always.
+  explicit OwnRows(const zepcodec::Picture& picture, int most = -1)
       : picture_(picture), most_(most) {
     EXPECT_TRUE(form_.BorrowLike(picture, nullptr, picture.width(), picture.height()));
     form_.metadata() = picture.metadata();
   }
   const zepcodec::Picture& form() const override { return form_; }
+  int largest() const { return largest_; }  // rows in a call
 
  protected:
   zepcodec::Status Read(int y, int count, zepcodec::Picture* rows) override {
-    if (most_ > 0 && ++calls_ > most_) return zepcodec::Status::Cancelled();
+    if (most_ >= 0 && ++calls_ > most_) return zepcodec::Status::Cancelled();
     EXPECT_TRUE(rows->ResizeLike(picture_, picture_.width(), count));
     std::memcpy(rows->Row(0), picture_.Row(y), rows->SizeInBytes());
+    largest_ = std::max(largest_, count);
     return zepcodec::Status();
   }
 
@@ -89,13 +93,18 @@ class OwnRows : public zepcodec::RowSource {
   const zepcodec::Picture& picture_;
   int most_;
   int calls_ = 0;
+  int largest_ = 0;
   zepcodec::Picture form_;
 };
 
 // Collects the bytes that an encoder passes on.
 class Bytes : public zepcodec::ByteSink {
  public:
+  // Fails after `most` calls; negative: never.
+  explicit Bytes(int most = -1) : most_(most) {}
+
   zepcodec::Status Write(const uint8_t* bytes, size_t size) override {
+    if (most_ >= 0 && ++calls_ > most_) return zepcodec::Status::WriteFailed();
     taken.insert(taken.end(), bytes, bytes + size);
     return zepcodec::Status();
   }
@@ -104,6 +113,10 @@ class Bytes : public zepcodec::ByteSink {
   }
 
   std::vector<uint8_t> taken;
+
+ private:
+  int most_;
+  int calls_ = 0;
 };
 
 }  // namespace parts
