@@ -23,7 +23,8 @@ READS_TOO = {"block_encoder", "difference_coder", "fixed_length", "huffman_table
 # Decoders that the fuzz target of another family runs.
 NO_TARGET = {"direct_coder"}  # progressive_decoder_fuzz.cc, one of its five kinds
 # Fuzz targets of codecs/ are named after the codec, such as jpeg_decoder_fuzz.cc.
-CODEC_TARGET = r"(dds|jpeg|jpeg2000|jpegxr|ljpeg|tiff)_decoder|zepcodec_(decoder|encoder|transcode)"
+CODEC_TARGET = (r"(dds|jpeg|jpeg2000|jpegxr|ljpeg|tiff)_decoder|"
+                r"zepcodec_(decoder|encoder|parts|transcode)")
 
 
 def families(source):
