@@ -23,6 +23,10 @@ cores, through \`zepcodec.h\`: the sum over ${#photos[@]} photographs of 8 megap
 take turns, and the shortest time of each photograph counts. \`processor time\` is how much more of it two threads take than
 one. The last columns are a model: the two times give the part S that stays and the part P that is divided,
 S + P = T(1) and S + P / 2 = T(2), and T(n) = S + P / n.
+
+Three limits show. A JPEG XR picture without tiles is a single chain of codes, which takes 80 % of the decoder's time.
+Decoding BC1 to BC5 takes little more time than the system needs to clear the memory of the picture. The scans of a
+progressive JPEG file depend on each other.
 TEXT
   for compiler in g++ clang++; do
     build=$work/$compiler
