@@ -20,7 +20,7 @@ int64_t BlocksInMcu(const ScanLayout& layout) {
 void MakeRow(const ScanLayout& layout, int row, BlockSource* source, std::vector<Plane>* planes) {
   constexpr int kChunkBlocks = 48;
   alignas(64) int16_t room[kChunkBlocks * 64];
-  const int16_t* blocks[kChunkBlocks];
+  const int16_t* blocks[kChunkBlocks] = {};
   struct Target {
     InverseTransform inverse;
     uint8_t* samples;
@@ -33,7 +33,7 @@ void MakeRow(const ScanLayout& layout, int row, BlockSource* source, std::vector
     targets[i] = {TransformFor(part.block_size),
                   plane.Row(row * part.blocks_down * part.block_size), plane.step()};
   }
-  const int64_t in_mcu = BlocksInMcu(layout);
+  const int64_t in_mcu = std::max<int64_t>(BlocksInMcu(layout), 1);
   source->Seek((int64_t{row} * layout.mcus_per_row + layout.window.first_column) * in_mcu);
   const int columns = layout.window.end_column - layout.window.first_column;
   const auto chunk = static_cast<int>(kChunkBlocks / in_mcu);

@@ -19,7 +19,7 @@ struct PlainAllocator {
 
   PlainAllocator() = default;
   template <class Other>
-  PlainAllocator(const PlainAllocator<Other>&) {}
+  PlainAllocator(const PlainAllocator<Other>&) {}  // NOLINT(google-explicit-constructor)
 
   T* allocate(size_t count) {
     uint8_t* const bytes =
