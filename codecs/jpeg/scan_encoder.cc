@@ -13,6 +13,7 @@ namespace {
 
 std::vector<const uint16_t*> StepsOf(const std::vector<const CoderTables*>& tables) {
   std::vector<const uint16_t*> steps;
+  steps.reserve(tables.size());
   for (const CoderTables* of_component : tables) steps.push_back(of_component->steps);
   return steps;
 }
