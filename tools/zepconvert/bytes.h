@@ -35,7 +35,8 @@ using Bytes = std::vector<uint8_t, UninitializedAllocator<uint8_t>>;
 struct ByteView {
   // Of anything with data() and size().
   template <class Container>
-  ByteView(const Container& bytes) : data(bytes.data()), size(bytes.size()) {}
+  ByteView(const Container& bytes)  // NOLINT(google-explicit-constructor)
+      : data(bytes.data()), size(bytes.size()) {}
   ByteView(const void* first, size_t count)
       : data(static_cast<const uint8_t*>(first)), size(count) {}
 
