@@ -315,7 +315,8 @@ TEST(Jpeg2000Limits, MemoryIsKnownBefore) {
               jpeg2000::DecodePicture(file.data(), file.size(), options, &picture, &info).ok());
         });
         EXPECT_LE(measured, estimate) << reversible << block << tile;
-        EXPECT_GE(measured * 2, estimate) << reversible << block << tile;
+        // With pointers of 32 bits, blocks take less than the estimate has for them.
+        EXPECT_GE(measured * 9 / 4, estimate) << reversible << block << tile;
         const double per_pixel = static_cast<double>(measured) / kPixels;
         std::printf("%s, blocks of %d, tiles of %d: %.1f bytes a pixel, %.1f expected\n",
                     reversible ? "5/3" : "9/7", 1 << block, tile, per_pixel,
