@@ -25,7 +25,7 @@ Target TargetFor(const zepcDecodeOptions& options, const Picture& picture);
 // Whether nothing has to be changed.
 bool IsAsWanted(const Target& target, const Picture& picture);
 
-// Of a pixel; what is not known yet counts as its most.
+// Of a pixel. A layout or sample that is not known yet counts with the largest size.
 int64_t PixelBytes(zepcLayout layout, zepcSample sample);
 
 // Hands rows to the caller's callback.

@@ -15,8 +15,8 @@ int64_t BlocksInMcu(const ScanLayout& layout) {
   return blocks;
 }
 
-// Blocks are copied some time before they are transformed: to load what was stored with shorter
-// instructions just before takes long.
+// Blocks are copied some time before they are transformed: a wide load of bytes that shorter stores
+// have just written takes long.
 void MakeRow(const ScanLayout& layout, int row, BlockSource* source, std::vector<Plane>* planes) {
   constexpr int kChunkBlocks = 48;
   alignas(64) int16_t room[kChunkBlocks * 64];
