@@ -40,8 +40,8 @@ class RowCheck : public zepcodec::RowSink {
   int next_ = 0;
 };
 
-// Decodes a region that follows from the seed with decode(options, &picture), as a picture and in
-// rows.
+// Decodes a region with decode(options, &picture), as a picture and in rows. The seed chooses the
+// region.
 template <class Options, class Decode>
 void RequireParts(size_t seed, const zepcodec::Picture& picture, Options options,
                   const Decode& decode) {

@@ -86,6 +86,18 @@ struct Codec {
   Status (*encode)(RowSource* rows, const EncodeRequest& request, ByteBuffer* bytes);
 };
 
+// A codec's own options with all that is asked of each codec.
+template <class Options>
+Options CommonOptions(const DecodeRequest& request) {
+  Options options;
+  options.max_pixels = request.options.max_pixels;
+  options.threads = request.options.threads;
+  options.progress = request.progress;
+  options.region = request.region;
+  options.rows = request.rows;
+  return options;
+}
+
 // For zepcFormatFacts::depths.
 constexpr uint32_t DepthsOf(std::initializer_list<int> depths) {
   uint32_t bits = 0;

@@ -13,13 +13,8 @@ namespace {
 bool IsDds(const File& file) { return file.size >= 4 && std::memcmp(file.data, "DDS ", 4) == 0; }
 
 dds::DecodeOptions OptionsOf(const DecodeRequest& request) {
-  dds::DecodeOptions options;
-  options.max_pixels = request.options.max_pixels;
+  auto options = CommonOptions<dds::DecodeOptions>(request);
   options.level = request.options.level;
-  options.threads = request.options.threads;
-  options.progress = request.progress;
-  options.region = request.region;
-  options.rows = request.rows;
   return options;
 }
 

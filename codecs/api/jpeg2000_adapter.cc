@@ -29,14 +29,9 @@ bool IsCodestream(const File& file) {
 }
 
 jpeg2000::DecodeOptions OptionsOf(const DecodeRequest& request) {
-  jpeg2000::DecodeOptions options;
+  auto options = CommonOptions<jpeg2000::DecodeOptions>(request);
   options.reduce = request.options.reduce;
   options.layers = request.options.layers;
-  options.max_pixels = request.options.max_pixels;
-  options.threads = request.options.threads;
-  options.progress = request.progress;
-  options.region = request.region;
-  options.rows = request.rows;
   return options;
 }
 

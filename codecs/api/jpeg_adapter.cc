@@ -38,14 +38,9 @@ Status CheckReduce(const DecodeRequest& request) {
 }
 
 jpeg::DecodeOptions OptionsOf(const DecodeRequest& request) {
-  jpeg::DecodeOptions options;
+  auto options = CommonOptions<jpeg::DecodeOptions>(request);
   options.scale = 1 << std::min(request.options.reduce, 3);
   options.scans = request.options.layers;
-  options.max_pixels = request.options.max_pixels;
-  options.threads = request.options.threads;
-  options.progress = request.progress;
-  options.region = request.region;
-  options.rows = request.rows;
   return options;
 }
 

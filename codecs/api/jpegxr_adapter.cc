@@ -17,16 +17,6 @@ bool IsJpegXr(const File& file) {
          file.data[3] <= 1;
 }
 
-jpegxr::DecodeOptions OptionsOf(const DecodeRequest& request) {
-  jpegxr::DecodeOptions options;
-  options.max_pixels = request.options.max_pixels;
-  options.threads = request.options.threads;
-  options.progress = request.progress;
-  options.region = request.region;
-  options.rows = request.rows;
-  return options;
-}
-
 Status Probe(const File& file, const DecodeRequest& request, Findings* info) {
   jpegxr::FileInfo found;
   Status status = jpegxr::ReadFileInfo(file.data, file.size, &found);
@@ -45,7 +35,8 @@ Status Probe(const File& file, const DecodeRequest& request, Findings* info) {
   info->tiles_down = static_cast<int32_t>(frame.rows.size()) - 1;
   info->gives_rows = request.rows != nullptr && !found.has_own_alpha;
   FillMetadata(found.metadata, info);
-  status = jpegxr::EstimateMemory(file.data, file.size, OptionsOf(request), &info->memory);
+  status = jpegxr::EstimateMemory(file.data, file.size,
+                                  CommonOptions<jpegxr::DecodeOptions>(request), &info->memory);
   info->memory += MemoryOf(found.metadata);
   return status;
 }
@@ -55,7 +46,8 @@ Status Decode(const File& file, const DecodeRequest& request, Picture* picture, 
     return Status::Unsupported("JPEG XR files are decoded at their full size only");
   }
   jpegxr::FileInfo info;
-  Status status = jpegxr::Decode(file.data, file.size, OptionsOf(request), picture, &info);
+  Status status = jpegxr::Decode(file.data, file.size,
+                                 CommonOptions<jpegxr::DecodeOptions>(request), picture, &info);
   report->damage = std::move(info.messages);
   report->notes = std::move(info.notes);
   picture->metadata() = std::move(info.metadata);

@@ -31,7 +31,7 @@ struct DecodeOptions {
   Progress* progress = nullptr;
   WantedRegion region;
   // Takes some rows at a time instead of the picture; null: no. A file whose opacity is a
-  // codestream of its own gives the picture nevertheless.
+  // codestream of its own always gives the picture.
   RowSink* rows = nullptr;
 };
 

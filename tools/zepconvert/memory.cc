@@ -55,7 +55,7 @@ int64_t EstimateMemory(const Settings& settings, const Job& job, ByteView input)
     need = IsOfLibrary(format) ? NeedOfLibraryFile(settings, input)
                                : NeedOfOwnFile(settings, input, format);
   } catch (const std::exception&) {
-    return 0;  // the conversion will say what is wrong
+    return 0;  // the conversion reports the error
   }
   const double picture = need.samples * need.sample_bytes;
   const double encoding = EncodingBytes(FormatOfName(job.output), need);

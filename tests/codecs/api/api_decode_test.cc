@@ -320,7 +320,7 @@ TEST(ApiDecode, LimitsAreKept) {
     EXPECT_GE(info.memory, 37 * 29 * (8 + 3));
     options.max_memory = info.memory;
     Decode(file, &options);
-    options.threads = 16;  // as many as there is memory for
+    options.threads = 16;  // or fewer, if memory is short
     Decode(file, &options);
     options.threads = 1;
     options.max_memory = info.memory - 1;

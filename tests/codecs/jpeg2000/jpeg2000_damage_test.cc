@@ -239,8 +239,8 @@ TEST(Jpeg2000Damage, LargeClaimsTakeNoMemory) {
   EXPECT_FALSE(Decode(Claim(0x7FFFFFFF, 0x7FFFFFFF, 0xFF, 4)).status.ok());
   EXPECT_FALSE(Decode(Claim(60000, 60000, 0xFF, 4)).status.ok());
   EXPECT_FALSE(Decode(Claim(60000, 1, 0xFF, 4)).status.ok());
-  // Within what is always accepted, but with a precinct for four samples, or blocks of four by
-  // four.
+  // Few enough samples to be accepted in any case, but with a precinct for four samples, or blocks
+  // of four by four.
   for (const Bytes& file : {Claim(4000, 4000, 0x11, 4), Claim(4000, 4000, 0xFF, 0)}) {
     const Decoded decoded = Decode(file);
     EXPECT_TRUE(decoded.status.ok()) << decoded.status.text();
