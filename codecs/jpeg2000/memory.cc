@@ -4,12 +4,12 @@
 #include <algorithm>
 #include <vector>
 
+#include "codecs/jpeg2000/areas.h"
 #include "codecs/jpeg2000/block_decoder.h"
 #include "codecs/jpeg2000/budget.h"
 #include "codecs/jpeg2000/colors.h"
 #include "codecs/jpeg2000/geometry.h"
 #include "codecs/jpeg2000/picture_decoder.h"
-#include "codecs/jpeg2000/row_bands.h"
 #include "codecs/jpeg2000/tile_loop.h"
 #include "codecs/jpeg2000/tile_plan.h"
 #include "codecs/jpeg2000/window.h"
@@ -57,8 +57,8 @@ class Estimate {
     const auto threads = static_cast<int64_t>(threads_);
     const int64_t lists = static_cast<int64_t>(file_.reader->tiles().size()) *
                           int64_t{sizeof(TileParts) + sizeof(TileReport) + sizeof(TilePart)};
-    return PictureBytes() + SampleBytes() + TilesAtOnce() * TileBytes() +
-           threads * (kFixedBytes + BandBytes()) + lists;
+    return PictureBytes() + SampleBytes() + TilesAtOnce() * TileBytes() + threads * kFixedBytes +
+           std::min(threads, AreasAtOnce()) * AreaBytes() + lists;
   }
 
  private:
@@ -103,12 +103,21 @@ class Estimate {
     return kSampleBytes * samples;
   }
 
-  // A thread's samples and pixels on the way to the picture.
-  int64_t BandBytes() const {
+  // At least one in each tile.
+  int64_t AreasAtOnce() const {
+    const Region part = LargestPart();
+    return TilesAtOnce() * CeilDivide(part.width, kAreaWidth) *
+           CeilDivide(part.height, kAreaHeight);
+  }
+
+  // A thread's samples and pixels on the way to the picture, and the memory of the wavelet's last
+  // step.
+  int64_t AreaBytes() const {
     const auto components = static_cast<int64_t>(file_.size().components.size() + channels_);
-    const int64_t samples = std::max(kSamplesInABand, components * region_.width);
-    return (kSampleBytes + 2) *
-           std::min(samples, components * region_.width * int64_t{region_.height});
+    const Region part = LargestPart();
+    const int64_t width = std::min<int64_t>(kAreaWidth, part.width) + 2;
+    const int64_t height = std::min<int64_t>(kAreaHeight, part.height) + 10;
+    return width * height * ((kSampleBytes + 2) * components + 3 * 2 * kSampleBytes);
   }
 
   // The first tile can be cut off by the picture's border, the one in the middle is whole.

@@ -175,10 +175,10 @@ Status DecodeTiles(const OpenedFile& file, const Wanted& wanted, ThreadPool* poo
   if (tiles.size() > 1) MakeSamples(image);
   std::vector<TileReport> reports(tiles.size());
   const auto decode = [&](size_t i, ThreadPool* threads, Progress* of_blocks) {
-    TileSamples samples(file.size());
+    TileSamples samples = {file.size(), {}, false};
     Status status =
         DecodeTile(*file.reader, tiles[i], wanted, threads, of_blocks, &reports[i], &samples);
-    return status.ok() ? samples.Store(threads, wanted.areas, image) : status;
+    return status.ok() ? Store(threads, wanted.areas, &samples, image) : status;
   };
   Status status = ForTiles(pool, tiles.size(), progress, {}, decode);
   if (!status.ok()) return status;

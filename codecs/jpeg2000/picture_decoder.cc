@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The samples of a tile become pixels of the picture as soon as it is decoded, in bands of a few
-// rows that stay in the cache. If a pixel needs samples of several tiles, all components are
+// The samples of a tile become pixels of the picture as soon as it is decoded, in small areas
+// that stay in the cache. If a pixel needs samples of several tiles, all components are
 // decoded first.
 #include "codecs/jpeg2000/picture_decoder.h"
 
@@ -11,9 +11,9 @@
 #include <utility>
 #include <vector>
 
+#include "codecs/jpeg2000/areas.h"
 #include "codecs/jpeg2000/colors.h"
 #include "codecs/jpeg2000/opened_file.h"
-#include "codecs/jpeg2000/row_bands.h"
 #include "codecs/jpeg2000/tile_loop.h"
 #include "codecs/jpeg2000/tile_plan.h"
 #include "codecs/jpeg2000/without_exceptions.h"
@@ -27,8 +27,8 @@ struct Canvas {
   int x = 0, y = 0;  // of its first pixel in the whole picture
 };
 
-// Memory that a thread uses for one band after the other.
-struct BandMemory {
+// Memory that a thread uses for one area after the other.
+struct AreaMemory {
   std::vector<PlainVector<int32_t>> samples;
   Picture pixels;
 
@@ -44,6 +44,19 @@ struct BandMemory {
   void GiveBack(Image* image) {
     for (Component& component : image->components) {
       samples.push_back(std::move(component.samples));
+    }
+  }
+};
+
+// Reads samples like SampleReader, from all components of a part of a picture.
+struct ImageReader {
+  const Image& image;
+  const std::vector<Rect>& areas;  // of the components on their grids
+
+  void Read(size_t c, const Rect& area, int32_t* to) const {
+    for (int64_t y = area.y0; y < area.y1; ++y, to += area.width()) {
+      const int32_t* const row = image.components[c].Row(static_cast<int>(y - areas[c].y0));
+      std::copy_n(row + (area.x0 - areas[c].x0), area.width(), to);
     }
   }
 };
@@ -68,10 +81,11 @@ class PictureDecoder {
   Status HandOut(const Picture& rows, int y) { return options_.rows->Take(rows, y - region_.y); }
   // The components' areas that a region shows, on their reduced grids.
   Wanted WantedOf(const Region& region) const;
-  template <class Read>
-  Status Convert(const Region& region, ThreadPool* pool, const Read& read, Canvas* canvas) const;
-  template <class Read>
-  bool ConvertBand(const Region& band, const Read& read, BandMemory* memory, Canvas* canvas) const;
+  template <class MakeReader>
+  Status Convert(const Region& region, ThreadPool* pool, const MakeReader& make_reader,
+                 Canvas* canvas) const;
+  template <class Reader>
+  bool ConvertArea(const Region& area, Reader* reader, AreaMemory* memory, Canvas* canvas) const;
 
   const OpenedFile& file_;
   const DecodeOptions& options_;
@@ -130,13 +144,13 @@ Wanted PictureDecoder::WantedOf(const Region& region) const {
   return wanted;
 }
 
-// Makes the pixels of a band; read(component, x, y, count, to) gives samples on the reduced grid.
+// Makes the pixels of an area from the samples on the reduced grid.
 // False: no memory.
-template <class Read>
-bool PictureDecoder::ConvertBand(const Region& band, const Read& read, BandMemory* memory,
+template <class Reader>
+bool PictureDecoder::ConvertArea(const Region& area, Reader* reader, AreaMemory* memory,
                                  Canvas* canvas) const {
   Image image;
-  const Wanted wanted = WantedOf(band);
+  const Wanted wanted = WantedOf(area);
   for (size_t c = 0; c < components_.components.size(); ++c) {
     Component part = components_.components[c];
     const Rect& own = wanted.areas[c];
@@ -146,34 +160,33 @@ bool PictureDecoder::ConvertBand(const Region& band, const Read& read, BandMemor
     part.width = static_cast<int>(own.width());
     part.height = static_cast<int>(own.height());
     part.samples = memory->TakeSamples(static_cast<size_t>(own.Count()));
-    for (int y = 0; y < part.height; ++y) {
-      read(c, own.x0, own.y0 + y, own.width(), part.Row(y));
-    }
+    reader->Read(c, own, part.samples.data());
     image.components.push_back(std::move(part));
   }
   Messages ignored;
   MakeChannels(file_.boxes, &ignored, &ignored, &image);
   Picture& pixels = memory->pixels;
-  if (!maker_.Make(image, band, &pixels).ok()) return false;
+  if (!maker_.Make(image, area, &pixels).ok()) return false;
   memory->GiveBack(&image);
-  const size_t left = static_cast<size_t>(band.x - canvas->x) *
+  const size_t left = static_cast<size_t>(area.x - canvas->x) *
                       static_cast<size_t>(pixels.channels()) * pixels.BytesPerSample();
-  for (int y = 0; y < band.height; ++y) {
-    std::memcpy(canvas->picture.Row(band.y - canvas->y + y) + left, pixels.Row(y), pixels.Stride());
+  for (int y = 0; y < area.height; ++y) {
+    std::memcpy(canvas->picture.Row(area.y - canvas->y + y) + left, pixels.Row(y), pixels.Stride());
   }
   return true;
 }
 
-template <class Read>
-Status PictureDecoder::Convert(const Region& region, ThreadPool* pool, const Read& read,
-                               Canvas* canvas) const {
+// Makes a reader on each thread.
+template <class MakeReader>
+Status PictureDecoder::Convert(const Region& region, ThreadPool* pool,
+                               const MakeReader& make_reader, Canvas* canvas) const {
   std::atomic<bool> has_failed{false};
-  const auto samples = static_cast<int64_t>(components_.components.size()) * region.width;
-  const Status status = ForRowBandsWith(pool, region.height, samples, [&] {
-    return [&, memory = BandMemory()](int64_t begin, int64_t end) mutable {
-      const Region band = {region.x, region.y + static_cast<int>(begin), region.width,
-                           static_cast<int>(end - begin)};
-      if (!ConvertBand(band, read, &memory, canvas)) has_failed = true;
+  const Status status = ForAreas(pool, region.width, region.height, [&] {
+    return [&, reader = make_reader(), memory = AreaMemory()](const Rect& area) mutable {
+      const Region part = {region.x + static_cast<int>(area.x0),
+                           region.y + static_cast<int>(area.y0), static_cast<int>(area.width()),
+                           static_cast<int>(area.height())};
+      if (!ConvertArea(part, &reader, &memory, canvas)) has_failed = true;
     };
   });
   return has_failed ? Status::NoMemory() : status;
@@ -188,11 +201,12 @@ Status PictureDecoder::DecodeWhole(Canvas* canvas) {
   }
   Status status = DecodeTiles(file_, wanted, &pool_, options_.progress, info_, &image);
   if (!status.ok()) return status;
-  const auto read = [&](size_t c, int64_t x, int64_t y, int64_t count, int32_t* to) {
-    const int32_t* const row = image.components[c].Row(static_cast<int>(y - wanted.areas[c].y0));
-    std::copy_n(row + (x - wanted.areas[c].x0), count, to);
-  };
-  return Convert(region_, &pool_, read, canvas);
+  return Convert(
+      region_, &pool_,
+      [&] {
+        return ImageReader{image, wanted.areas};
+      },
+      canvas);
 }
 
 Status PictureDecoder::DecodeSamples(const TilePart& part, ThreadPool* pool, Progress* progress,
@@ -229,26 +243,26 @@ Status PictureDecoder::DecodeRow(const std::vector<TilePart>& parts, const PartO
                                  Canvas* canvas) {
   return ForTiles(&pool_, parts.size(), options_.progress, work,
                   [&](size_t i, ThreadPool* pool, Progress* progress) {
-                    TileSamples samples(file_.size());
+                    TileSamples samples = {file_.size(), {}, false};
                     Status status = DecodeSamples(parts[i], pool, progress, &samples);
                     if (!status.ok()) return status;
-                    const auto read = [&](auto... place) { samples.Read(place...); };
-                    return Convert(parts[i].region, pool, read, canvas);
+                    return Convert(
+                        parts[i].region, pool, [&] { return SampleReader(&samples); }, canvas);
                   });
 }
 
 // Hands out the rows of a tile without a picture of all.
 Status PictureDecoder::DecodeAlone(const TilePart& part) {
-  TileSamples samples(file_.size());
+  TileSamples samples = {file_.size(), {}, false};
   Status status = DecodeSamples(part, &pool_, options_.progress, &samples);
-  const auto read = [&](auto... place) { samples.Read(place...); };
   const Region& all = part.region;
   const int most = static_cast<int>(std::max<int64_t>(1, kPixelsAtOnce / all.width));
   for (int y = 0; status.ok() && y < all.height; y += most) {
     const Region band = {all.x, all.y + y, all.width, std::min(most, all.height - y)};
     Canvas canvas;
     if (!MakeCanvas(band, &canvas)) return Status::NoMemory();
-    status = Convert(band, &pool_, read, &canvas);
+    status = Convert(
+        band, &pool_, [&] { return SampleReader(&samples); }, &canvas);
     if (status.ok()) status = HandOut(canvas.picture, band.y);
   }
   return status;

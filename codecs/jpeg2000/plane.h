@@ -45,29 +45,10 @@ class Plane {
     return values_[Owner(level)].data() + y * Step(level) + x;
   }
 
-  // Coefficients that are to be set before the inverse transform.
-  int64_t CountCoefficients() const {
-    int64_t count = windows_.front().made.Count();
-    for (size_t r = 1; r < windows_.size(); ++r) {
-      count += windows_[r].made.Count() - windows_[r - 1].taken.Count();
-    }
-    return count;
-  }
-  // All values, in the order of memory.
-  int64_t CountValues() const {
-    size_t count = 0;
-    for (const PlainVector<T>& level : values_) count += level.size();
-    return static_cast<int64_t>(count);
-  }
-  // Sets those from `begin` up to but excluding `end` to 0.
-  void Clear(int64_t begin, int64_t end) {
-    for (PlainVector<T>& level : values_) {
-      const auto size = static_cast<int64_t>(level.size());
-      if (begin < std::min(size, end)) {
-        std::fill(level.data() + begin, level.data() + std::min(size, end), T{});
-      }
-      begin = std::max<int64_t>(0, begin - size);
-      end = std::max<int64_t>(0, end - size);
+  // Sets a part of a level to 0.
+  void Clear(size_t level, const Rect& part) {
+    for (int64_t y = part.y0; y < part.y1; ++y) {
+      std::fill_n(At(level, part.x0, y), part.width(), T{});
     }
   }
 
@@ -77,9 +58,6 @@ class Plane {
     const Window& highest = windows_.back();
     return At(levels(), highest.taken.x0 - highest.made.x0, highest.taken.y0 - highest.made.y0 + y);
   }
-  // Whether Take() gives these samples alone.
-  bool CanTake() const { return windows_.back().made.Count() == area().Count(); }
-  PlainVector<T> Take() { return std::move(values_.back()); }
 
  private:
   // The level whose memory holds this one.

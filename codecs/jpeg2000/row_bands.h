@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 
 #include "codecs/support/parallel.h"
 #include "codecs/support/status.h"
@@ -16,26 +15,18 @@ namespace zepcodec::jpeg2000 {
 // Bands have about that number of samples, so that they stay in the second cache.
 constexpr int64_t kSamplesInABand = 1 << 16;
 
-// Makes a worker on each thread, and calls worker(begin, end) for bands of the first
-// `rows` rows.
-template <class MakeWorker>
-Status ForRowBandsWith(ThreadPool* pool, int64_t rows, int64_t samples_in_row,
-                       const MakeWorker& make_worker) {
+// Calls work(begin, end) for bands of the first `rows` rows.
+template <class Work>
+Status ForRowBands(ThreadPool* pool, int64_t rows, int64_t samples_in_row, const Work& work) {
   const int64_t at_once =
       std::max<int64_t>(1, kSamplesInABand / std::max<int64_t>(1, samples_in_row));
   const int64_t bands = (std::max<int64_t>(0, rows) + at_once - 1) / at_once;
   return RunParallel(pool, static_cast<size_t>(bands), [&] {
-    return [&, worker = make_worker()](size_t i) mutable {
+    return [&](size_t i) {
       const int64_t begin = static_cast<int64_t>(i) * at_once;
-      worker(begin, std::min(begin + at_once, rows));
+      work(begin, std::min(begin + at_once, rows));
     };
   });
-}
-
-// The same for work(begin, end) without memory of its own.
-template <class Work>
-Status ForRowBands(ThreadPool* pool, int64_t rows, int64_t samples_in_row, const Work& work) {
-  return ForRowBandsWith(pool, rows, samples_in_row, [&] { return std::cref(work); });
 }
 
 }  // namespace zepcodec::jpeg2000

@@ -8,12 +8,19 @@
 
 #include "codecs/jpeg2000/block_decoder.h"
 #include "codecs/jpeg2000/budget.h"
-#include "codecs/jpeg2000/row_bands.h"
 #include "codecs/jpeg2000/wavelet.h"
 #include "codecs/support/parallel.h"
 
 namespace zepcodec::jpeg2000 {
 namespace {
+
+struct BandPlace {
+  size_t component, resolution, band;
+};
+
+bool IsDecoded(const CodedBlock& block, int most_planes) {
+  return block.kept != nullptr && block.zero_planes < most_planes;
+}
 
 class TileDecoder {
  public:
@@ -47,8 +54,10 @@ class TileDecoder {
   std::vector<BlockJob> MakeJobs(const TilePackets& packets, const WantedPackets& wanted);
   void AddJobs(const TilePackets& packets, size_t component, size_t resolution,
                const Window& window, std::vector<BlockJob>* jobs);
-  Status ClearPlanes(const std::vector<BlockJob>& jobs);
-  Status DecodeBlocks(const std::vector<BlockJob>& jobs);
+  void ClearMissing(const TilePackets& packets, const WantedPackets& wanted,
+                    const BandPlace& place);
+  Status DecodeBlocks(const std::vector<BlockJob>& jobs, const TilePackets& packets,
+                      const WantedPackets& wanted);
   int Highest(size_t component) const {
     return tile_.components[component].levels() - wanted_.reduce;
   }
@@ -60,7 +69,7 @@ class TileDecoder {
     return parameters_.components[component];
   }
   bool IsReversible(size_t component) const { return Own(component).coding.reversible; }
-  std::vector<AnyPlane>& planes() { return *samples_->planes(); }
+  std::vector<AnyPlane>& planes() { return samples_->planes; }
 
   const SizeSegment& size_;
   const TileParts& parts_;
@@ -182,11 +191,13 @@ Status TileDecoder::Decode() {
                             std::to_string(damaged_blocks_) + " code-blocks are damaged");
   }
   if (!status.ok() || planes().empty()) return status;
-  status = InverseWavelets(pool_, samples_->planes());
+  status = InverseWavelets(pool_, &planes());
   if (!status.ok() || !parameters_.tile.transforms_components) return status;
-  if (CanTransform()) return samples_->InverseComponents(pool_);
-  report_->messages.AddIn(Place("tile", number_),
-                          "its components differ too much for their transform");
+  samples_->are_transformed = CanTransform();
+  if (!samples_->are_transformed) {
+    report_->messages.AddIn(Place("tile", number_),
+                            "its components differ too much for their transform");
+  }
   return status;
 }
 
@@ -197,8 +208,7 @@ Status TileDecoder::DecodePlanes(const TilePackets& packets, const WantedPackets
   for (size_t c = 0; c < planes().size(); ++c) {
     planes()[c].Make(IsReversible(c), wanted.windows[c]);
   }
-  Status status = ClearPlanes(jobs);
-  return status.ok() ? DecodeBlocks(jobs) : status;
+  return DecodeBlocks(jobs, packets, wanted);
 }
 
 std::vector<BlockJob> TileDecoder::MakeJobs(const TilePackets& packets,
@@ -223,7 +233,7 @@ void TileDecoder::AddJobs(const TilePackets& packets, size_t component, size_t r
       const std::vector<CodedBlock>& blocks = precinct->bands[b].blocks;
       const BlockGrid grid = geometry.Blocks(band, static_cast<int64_t>(p));
       for (size_t i = 0; i < blocks.size(); ++i) {
-        if (blocks[i].kept == nullptr || blocks[i].zero_planes >= read.most_planes[b]) continue;
+        if (!IsDecoded(blocks[i], read.most_planes[b])) continue;
         const Rect area = grid.Area(static_cast<int64_t>(i));
         const Rect part = Intersection(area, read.parts[b]);
         BlockJob job{};
@@ -247,34 +257,56 @@ void TileDecoder::AddJobs(const TilePackets& packets, size_t component, size_t r
 }
 
 // Where a code-block has no passes its coefficients are 0.
-Status TileDecoder::ClearPlanes(const std::vector<BlockJob>& jobs) {
-  std::vector<int64_t> missing(planes().size());
-  for (size_t c = 0; c < missing.size(); ++c) {
-    missing[c] = planes()[c].Do([](auto* plane) { return plane->CountCoefficients(); });
+void TileDecoder::ClearMissing(const TilePackets& packets, const WantedPackets& wanted,
+                               const BandPlace& place) {
+  const Resolution& geometry = tile_.components[place.component].resolutions[place.resolution];
+  const TilePackets::ForResolution& read = packets.At(place.component, place.resolution);
+  const Window& window = wanted.windows[place.component][place.resolution];
+  const Band& band = geometry.bands[place.band];
+  const Rect& wanted_part = read.parts[place.band];
+  const auto clear = [&](const Rect& area) {
+    const Rect part = Intersection(area, wanted_part);
+    if (part.empty()) return;
+    const Rect moved =
+        Moved(part, window.BandX(band) - wanted_part.x0, window.BandY(band) - wanted_part.y0);
+    planes()[place.component].Do([&](auto* plane) { plane->Clear(place.resolution, moved); });
+  };
+  for (size_t p = 0; p < read.precincts.size(); ++p) {
+    const BlockGrid grid = geometry.Blocks(band, static_cast<int64_t>(p));
+    const PrecinctBlocks* const precinct = read.precincts[p].blocks.get();
+    if (precinct == nullptr) {
+      clear(grid.clip);
+      continue;
+    }
+    const std::vector<CodedBlock>& blocks = precinct->bands[place.band].blocks;
+    for (size_t i = 0; i < blocks.size(); ++i) {
+      if (IsDecoded(blocks[i], read.most_planes[place.band])) continue;
+      clear(grid.Area(static_cast<int64_t>(i)));
+    }
   }
-  for (const BlockJob& job : jobs) missing[job.component] -= job.part.Count();
-  Status status;
-  for (size_t c = 0; status.ok() && c < missing.size(); ++c) {
-    if (missing[c] == 0) continue;
-    status = planes()[c].Do([&](auto* plane) {
-      return ForRowBands(pool_, plane->CountValues(), 1,
-                         [&](int64_t begin, int64_t end) { plane->Clear(begin, end); });
-    });
-  }
-  return status;
 }
 
-Status TileDecoder::DecodeBlocks(const std::vector<BlockJob>& jobs) {
+// Missing blocks first, as they come in large pieces.
+Status TileDecoder::DecodeBlocks(const std::vector<BlockJob>& jobs, const TilePackets& packets,
+                                 const WantedPackets& wanted) {
   zepiSize most = {1, 1};
   for (const BlockJob& job : jobs) {
     most = {std::max(most.width, job.size.width), std::max(most.height, job.size.height)};
   }
+  std::vector<BandPlace> bands;
+  for (size_t c = 0; c < wanted.windows.size(); ++c) {
+    for (size_t r = 0; r < wanted.windows[c].size(); ++r) {
+      const size_t count = tile_.components[c].resolutions[r].bands.size();
+      for (size_t b = 0; b < count; ++b) bands.push_back({c, r, b});
+    }
+  }
   std::atomic<int64_t> damaged{0};
   Status status = RunParallel(
-      pool_, jobs.size(),
+      pool_, bands.size() + jobs.size(),
       [&] {
         return [&, decoder = BlockDecoder(most)](size_t i) mutable {
-          BlockJob job = jobs[i];
+          if (i < bands.size()) return ClearMissing(packets, wanted, bands[i]);
+          BlockJob job = jobs[i - bands.size()];
           planes()[job.component].Do([&](auto* plane) {
             job.row_step = plane->Step(job.level);
             job.SetTarget(plane->At(job.level, job.x, job.y));

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "codecs/jpeg2000/row_bands.h"
+#include "codecs/jpeg2000/areas.h"
 #include "zepjp.h"
 
 namespace zepcodec::jpeg2000 {
@@ -27,77 +27,105 @@ struct Range {
   int32_t offset;
 };
 
-template <class T>
-void InverseOf(zepStatus(ZEP_CALL* transform)(T* const*, int32_t, zepiSize), int64_t begin,
-               int64_t end, Plane<T>* c0, Plane<T>* c1, Plane<T>* c2) {
-  T* const rows[3] = {c0->Row(begin), c1->Row(begin), c2->Row(begin)};
-  transform(rows, c0->StepInBytes(c0->levels()),
-            {static_cast<int32_t>(c0->area().width()), static_cast<int32_t>(end - begin)});
+Plane<int32_t>* Of(AnyPlane* plane, const Plane<int32_t>*) { return plane->integers(); }
+Plane<float>* Of(AnyPlane* plane, const Plane<float>*) { return plane->reals(); }
+
+void InverseComponents(int32_t* const* rows, zepiSize size) {
+  zepiRCTInv_JPEG2K_32s_P3IR(rows, 4 * size.width, size);
+}
+void InverseComponents(float* const* rows, zepiSize size) {
+  zepiICTInv_JPEG2K_32f_P3IR(rows, 4 * size.width, size);
+}
+
+Rect AreaOf(AnyPlane* plane) {
+  return plane->Do([](auto* own) { return own->area(); });
+}
+
+bool AreEqual(const Rect& a, const Rect& b) {
+  return a.x0 == b.x0 && a.y0 == b.y0 && a.x1 == b.x1 && a.y1 == b.y1;
 }
 
 }  // namespace
 
-Status TileSamples::InverseComponents(ThreadPool* pool) {
-  AnyPlane &c0 = planes_[0], &c1 = planes_[1], &c2 = planes_[2];
-  const Rect area = c0.Do([](auto* plane) { return plane->area(); });
-  if (area.empty()) return Status();
-  return ForRowBands(pool, area.height(), 3 * area.width(), [&](int64_t begin, int64_t end) {
-    if (c0.reversible()) {
-      InverseOf(zepiRCTInv_JPEG2K_32s_P3IR, begin, end, c0.integers(), c1.integers(),
-                c2.integers());
-    } else {
-      InverseOf(zepiICTInv_JPEG2K_32f_P3IR, begin, end, c0.reals(), c1.reals(), c2.reals());
-    }
-  });
+template <class T>
+void SampleReader::MakeThree(const Rect& part, Parts<T>* parts) {
+  for (size_t c = 0; c < 3; ++c) {
+    (*parts)[c].Make(part, Of(&tile_->planes[c], static_cast<Plane<T>*>(nullptr)));
+  }
+  for (int64_t y = 0; y < part.height(); ++y) {
+    T* const rows[3] = {(*parts)[0].Row(y), (*parts)[1].Row(y), (*parts)[2].Row(y)};
+    InverseComponents(rows, {static_cast<int32_t>(part.width()), 1});
+  }
+  made_ = part;
 }
 
-void TileSamples::Read(size_t component, int64_t x, int64_t y, int64_t count, int32_t* to) {
-  const Range range(size_.components[component]);
-  if (planes_.empty()) {
-    std::fill_n(to, count, range.middle());
+void SampleReader::Read(size_t component, const Rect& area, int32_t* to) {
+  const Range range(tile_->size.components[component]);
+  if (tile_->planes.empty()) {
+    std::fill_n(to, area.Count(), range.middle());
     return;
   }
-  planes_[component].Do([&](auto* plane) {
-    const auto* const from = plane->Row(y - plane->area().y0) + (x - plane->area().x0);
-    std::transform(from, from + count, to, [&](auto value) { return range.Limited(value); });
+  if (area.empty()) return;
+  tile_->planes[component].Do([&](auto* plane) {
+    auto* const parts = PartsFor(plane);
+    const Rect part = Moved(area, -plane->area().x0, -plane->area().y0);
+    const bool is_transformed = tile_->IsTransformed(component);
+    if (!is_transformed) {
+      (*parts)[0].Make(part, plane);
+      made_ = Rect();
+    } else if (!AreEqual(part, made_)) {
+      MakeThree(part, parts);
+    }
+    auto& own = (*parts)[is_transformed ? component : 0];
+    for (int64_t y = 0; y < part.height(); ++y, to += part.width()) {
+      const auto* const row = own.Row(y);
+      std::transform(row, row + part.width(), to, [&](auto value) { return range.Limited(value); });
+    }
   });
 }
 
-Status TileSamples::Store(ThreadPool* pool, const std::vector<Rect>& areas, Image* image) {
-  Status status;
-  for (size_t c = 0; !planes_.empty() && status.ok() && c < planes_.size(); ++c) {
-    Component& component = image->components[c];
-    const Rect own = planes_[c].Do([](auto* plane) { return plane->area(); });
-    const Rect part = Intersection(own, areas[c]);
-    if (part.empty()) continue;
-    if (component.samples.empty() && planes_[c].reversible() && planes_[c].integers()->CanTake() &&
-        own.Count() == areas[c].Count()) {
-      status = TakeIntegers(pool, c, &component);
-      continue;
-    }
-    if (component.samples.empty()) {
-      component.samples.resize(static_cast<size_t>(areas[c].Count()));
-    }
-    status = ForRowBands(pool, part.height(), part.width(), [&](int64_t begin, int64_t end) {
-      for (int64_t y = part.y0 + begin; y < part.y0 + end; ++y) {
-        Read(c, part.x0, y, part.width(),
-             component.Row(static_cast<int>(y - areas[c].y0)) + (part.x0 - areas[c].x0));
-      }
-    });
-    planes_[c] = AnyPlane();
+namespace {
+
+// Stores `count` components from the number `first` on, which agree in their planes' sizes.
+Status StoreTogether(ThreadPool* pool, size_t first, size_t count, const std::vector<Rect>& areas,
+                     TileSamples* tile, Image* image) {
+  for (size_t c = first; c < first + count; ++c) {
+    PlainVector<int32_t>& samples = image->components[c].samples;
+    if (samples.empty()) samples.resize(static_cast<size_t>(areas[c].Count()));
   }
+  const Rect own = AreaOf(&tile->planes[first]);
+  const Status status = ForAreas(pool, own.width(), own.height(), [&] {
+    return [&, reader = SampleReader(tile),
+            memory = PlainVector<int32_t>()](const Rect& part) mutable {
+      memory.resize(static_cast<size_t>(part.Count()));
+      for (size_t c = first; c < first + count; ++c) {
+        const Rect plane = AreaOf(&tile->planes[c]);
+        const Rect area = Moved(part, plane.x0, plane.y0);
+        const Rect shown = Intersection(area, areas[c]);
+        reader.Read(c, area, memory.data());
+        for (int64_t y = shown.y0; y < shown.y1 && !shown.empty(); ++y) {
+          const int32_t* const row = memory.data() + (y - area.y0) * area.width();
+          std::copy_n(row + (shown.x0 - area.x0), shown.width(),
+                      image->components[c].Row(static_cast<int>(y - areas[c].y0)) +
+                          (shown.x0 - areas[c].x0));
+        }
+      }
+    };
+  });
+  for (size_t c = first; c < first + count; ++c) tile->planes[c] = AnyPlane();
   return status;
 }
 
-Status TileSamples::TakeIntegers(ThreadPool* pool, size_t number, Component* component) {
-  const Range range(size_.components[number]);
-  component->samples = planes_[number].integers()->Take();
-  const auto count = static_cast<int64_t>(component->samples.size());
-  return ForRowBands(pool, count, 1, [&](int64_t begin, int64_t end) {
-    int32_t* const samples = component->samples.data();
-    std::transform(samples + begin, samples + end, samples + begin,
-                   [&](int32_t value) { return range.Limited(value); });
-  });
+}  // namespace
+
+Status Store(ThreadPool* pool, const std::vector<Rect>& areas, TileSamples* tile, Image* image) {
+  Status status;
+  size_t count = 0;
+  for (size_t c = 0; status.ok() && c < tile->planes.size(); c += count) {
+    count = tile->IsTransformed(c) ? 3 : 1;
+    status = StoreTogether(pool, c, count, areas, tile, image);
+  }
+  return status;
 }
 
 }  // namespace zepcodec::jpeg2000

@@ -14,7 +14,8 @@ namespace zepcodec::jpeg2000 {
 
 // From the samples of the highest level to the lowest one. The planes have no margins.
 Status ForwardWavelets(ThreadPool* pool, std::vector<AnyPlane>* planes);
-// From the lowest level to the samples of the highest one.
+// From the lowest level to the low-pass coefficients of the highest one. LevelPart does the last
+// step.
 Status InverseWavelets(ThreadPool* pool, std::vector<AnyPlane>* planes);
 
 }  // namespace zepcodec::jpeg2000

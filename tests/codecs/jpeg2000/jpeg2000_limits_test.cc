@@ -243,7 +243,7 @@ TEST(Jpeg2000Limits, ManyLevels) {
                                                       CodingStyle({32, {}, 0, 1, 0x44, 0, false}),
                                                       Quantization(32, 18), TilePart(0, body)}));
   EXPECT_TRUE(measured.decoded.status.ok());
-  EXPECT_LT(measured.memory, 5 * measured.samples() + (1 << 21));
+  EXPECT_LT(measured.memory, 9 * measured.samples() + (1 << 21));
 }
 
 TEST(Jpeg2000Limits, LongSidesAreRefused) {
