@@ -8,6 +8,7 @@
 
 #include "codecs/jpeg2000/geometry.h"
 #include "harness/guarded.h"
+#include "tests/codecs/jpeg2000/jpeg2000_sample.h"
 #include "tests/codecs/jpeg2000/jpeg2000_streams.h"
 
 namespace jpeg2000 = zepcodec::jpeg2000;
@@ -21,6 +22,7 @@ using jpeg2000_files::Bytes;
 using jpeg2000_files::Decode;
 using jpeg2000_files::Decoded;
 using jpeg2000_files::Encode;
+using jpeg2000_files::kIsSample;
 using jpeg2000_files::MakePicture;
 using jpeg2000_files::Psnr;
 using jpeg2000_streams::Codestream;
@@ -78,7 +80,7 @@ Bytes MakeFile(int kind) {
 TEST(Jpeg2000Damage, CutOffAnywhere) {
   for (int kind = 0; kind < 3; ++kind) {
     const Bytes file = MakeFile(kind);
-    for (size_t size = 0; size < file.size(); ++size) {
+    for (size_t size = 0; size < file.size(); size += kIsSample ? 7 : 1) {
       DecodeGuarded({file.begin(), file.begin() + static_cast<ptrdiff_t>(size)});
     }
   }
@@ -89,7 +91,9 @@ TEST(Jpeg2000Damage, AnyHeaderByteChanged) {
     const Bytes file = MakeFile(kind);
     const size_t end = Behind(file, jpeg2000::kSod) + 16;
     for (size_t i = 0; i < std::min(end, file.size()); ++i) {
+      const auto one = static_cast<int>(i % 8);
       for (const int change : {0x01, 0x02, 0x04, 0x08, 0x10, 0x20, 0x40, 0x80, 0xFF}) {
+        if (kIsSample && change != 0xFF && change != 1 << one) continue;
         Bytes damaged = file;
         damaged[i] = static_cast<uint8_t>(damaged[i] ^ change);
         DecodeGuarded(damaged);
@@ -102,7 +106,7 @@ TEST(Jpeg2000Damage, RandomBytesChanged) {
   std::mt19937 random(1);
   for (int kind = 0; kind < 3; ++kind) {
     const Bytes file = MakeFile(kind);
-    for (int round = 0; round < 1000; ++round) {
+    for (int round = 0; round < (kIsSample ? 200 : 1000); ++round) {
       Bytes damaged = file;
       for (int changes = 1 + round % 8; changes > 0; --changes) {
         damaged[random() % damaged.size()] = static_cast<uint8_t>(random());
@@ -114,7 +118,7 @@ TEST(Jpeg2000Damage, RandomBytesChanged) {
 
 TEST(Jpeg2000Damage, RandomBytes) {
   std::mt19937 random(2);
-  for (int round = 0; round < 1000; ++round) {
+  for (int round = 0; round < (kIsSample ? 200 : 1000); ++round) {
     Bytes file(random() % 300);
     for (uint8_t& byte : file) byte = static_cast<uint8_t>(random());
     if (file.size() > 2 && round % 2 == 0) {
@@ -163,15 +167,16 @@ TEST(Jpeg2000Damage, ErrorsStayInTheirBlock) {
       jpeg2000::kTerminateAll | jpeg2000::kPredictable | jpeg2000::kSegmentationSymbols;
   const Bytes file = Encode(image, options);
   size_t found = 0;
-  for (int i = 0; i < 40; ++i) {
+  const size_t tries = kIsSample ? 10 : 40;
+  for (size_t i = 0; i < tries; ++i) {
     Bytes damaged = file;
-    damaged[file.size() - 500 - 97 * size_t(i)] ^= 0x55;
+    damaged[file.size() - 500 - 97 * i] ^= 0x55;
     const Decoded decoded = Decode(damaged);
     ASSERT_TRUE(decoded.status.ok());
     EXPECT_LT(DifferentSamples(image, decoded.image), size_t{40 * 40});
     if (!decoded.info.messages.empty()) ++found;
   }
-  EXPECT_GT(found, 20u);
+  EXPECT_GT(found, tries / 2);
 }
 
 // With start markers, a packet that is lost takes its precinct with it and no other.

@@ -10,6 +10,7 @@
 #include "codecs/jpeg2000/budget.h"
 #include "codecs/jpeg2000/picture_decoder.h"
 #include "tests/codecs/jpeg2000/jpeg2000_random.h"
+#include "tests/codecs/jpeg2000/jpeg2000_sample.h"
 #include "tests/codecs/jpeg2000/jpeg2000_streams.h"
 #include "tests/codecs/support/counted_memory.h"
 
@@ -19,6 +20,7 @@ namespace {
 
 using jpeg2000_files::Bytes;
 using jpeg2000_files::Decoded;
+using jpeg2000_files::kIsSample;
 using jpeg2000_files::MakePicture;
 using jpeg2000_streams::Codestream;
 using jpeg2000_streams::Coding;
@@ -112,17 +114,17 @@ TEST(Jpeg2000Limits, RepeatedChangesOfOrderAreStopped) {
 
 TEST(Jpeg2000Limits, LayersAreNotVisitedAgainAndAgain) {
   const Bytes again = Volumes(std::vector<Volume>(1024, {0, 0, 4096, 1, 0, 0}));
-  std::vector<Bytes> pieces = {Size({512, 512, 32, 32, {{1, 1}}, 7}),
+  std::vector<Bytes> pieces = {Size({256, 256, 32, 32, {{1, 1}}, 7}),
                                CodingStyle({1, {}, 0, 4096, 0x44, 0, false}), Quantization(1),
                                again};
-  for (int i = 0; i < 256; ++i) pieces.push_back(TilePart(i, Bytes(4096, 0)));
+  for (int i = 0; i < 64; ++i) pieces.push_back(TilePart(i, Bytes(4096, 0)));
   const Measured measured = ExpectBounded(Codestream(pieces));
   EXPECT_NE(measured.text().find("stopped"), std::string::npos) << measured.text();
 }
 
 TEST(Jpeg2000Limits, TinyPrecinctsOfManyTiles) {
   for (const size_t bytes : {0U, 1U, 300U}) {
-    ExpectBounded(TinyPrecincts(16, {}, Bytes(bytes, 0)));
+    ExpectBounded(TinyPrecincts(kIsSample ? 4 : 16, {}, Bytes(bytes, 0)));
   }
 }
 
@@ -137,13 +139,13 @@ TEST(Jpeg2000Limits, PrecinctsWithBlocks) {
   EXPECT_EQ(measured.text(), "");
 }
 
-// 65025 tiles of a pixel in 16 components, each with a segment of its own and a long main header.
+// 16129 tiles of a pixel in 16 components, each with a segment of its own and a long main header.
 TEST(Jpeg2000Limits, ParametersAreNotKeptForEachTile) {
-  std::vector<Bytes> pieces = {Size({255, 255, 1, 1, std::vector<Sampling>(16), 7}),
+  std::vector<Bytes> pieces = {Size({127, 127, 1, 1, std::vector<Sampling>(16), 7}),
                                CodingStyle({}), Quantization(0),
                                Volumes(std::vector<Volume>(1024, {0, 0, 1, 1, 0, 0}))};
   const Bytes region = Segment(0xFF5E, {0, 0, 1});
-  for (int i = 0; i < 65025; ++i) pieces.push_back(TilePart(i, {0}, region));
+  for (int i = 0; i < 16129; ++i) pieces.push_back(TilePart(i, {0}, region));
   const Bytes file = Codestream(pieces);
   const Measured measured = ExpectBounded(file);
   EXPECT_TRUE(measured.decoded.status.ok());
@@ -263,7 +265,7 @@ TEST(Jpeg2000Limits, LongSidesAreRefused) {
 TEST(Jpeg2000Limits, ThinPictures) {
   Bytes body = PacketOfPasses(40, {0x5A, 0x33});
   body.insert(body.end(), 4096, 0);
-  constexpr uint32_t kLength = 3000000;
+  constexpr uint32_t kLength = kIsSample ? 600000 : 3000000;
   for (const bool reversible : {true, false}) {
     for (const bool is_tall : {true, false}) {
       const Bytes file =
@@ -293,7 +295,23 @@ TEST(Jpeg2000Limits, PalettesOverLargePictures) {
   }
 }
 
-// What zepconvert and others ask for before they decode.
+struct Memory {
+  int64_t estimate = 0;
+  int64_t measured = 0;
+};
+
+// What zepconvert and others ask for before they decode, and what decoding takes.
+Memory MemoryOf(const Bytes& file, const jpeg2000::DecodeOptions& options) {
+  Memory memory;
+  EXPECT_TRUE(jpeg2000::EstimateMemory(file.data(), file.size(), options, &memory.estimate).ok());
+  memory.measured = counted_memory::PeakOf([&] {
+    zepcodec::Picture picture;
+    jpeg2000::FileInfo info;
+    EXPECT_TRUE(jpeg2000::DecodePicture(file.data(), file.size(), options, &picture, &info).ok());
+  });
+  return memory;
+}
+
 TEST(Jpeg2000Limits, MemoryIsKnownBefore) {
   constexpr double kPixels = 450 * 350;
   for (const bool reversible : {true, false}) {
@@ -306,14 +324,7 @@ TEST(Jpeg2000Limits, MemoryIsKnownBefore) {
         const Bytes file = jpeg2000_files::Encode(MakePicture({450, 350, 3, 8, false}), encode);
         jpeg2000::DecodeOptions options;
         options.threads = 1;
-        int64_t estimate = 0;
-        ASSERT_TRUE(jpeg2000::EstimateMemory(file.data(), file.size(), options, &estimate).ok());
-        const int64_t measured = counted_memory::PeakOf([&] {
-          zepcodec::Picture picture;
-          jpeg2000::FileInfo info;
-          EXPECT_TRUE(
-              jpeg2000::DecodePicture(file.data(), file.size(), options, &picture, &info).ok());
-        });
+        const auto [estimate, measured] = MemoryOf(file, options);
         EXPECT_LE(measured, estimate) << reversible << block << tile;
         // With pointers of 32 bits, blocks take less than the estimate has for them.
         EXPECT_GE(measured * 9 / 4, estimate) << reversible << block << tile;
@@ -334,6 +345,7 @@ class NoRows : public zepcodec::RowSink {
 };
 
 TEST(Jpeg2000Limits, MemoryOfRegionsAndRowsIsKnownBefore) {
+  constexpr int kWidth = 1200, kHeight = kIsSample ? 360 : 900;
   jpeg2000_random::Random random(3);
   for (const int tile : {0, 256, 700}) {
     for (const int precinct : {0, 7}) {
@@ -341,25 +353,19 @@ TEST(Jpeg2000Limits, MemoryOfRegionsAndRowsIsKnownBefore) {
       encode.reversible = precinct == 0;
       encode.tile_width = encode.tile_height = tile;
       if (precinct > 0) encode.precincts = {{precinct, precinct}};
-      const Bytes file = jpeg2000_files::Encode(MakePicture({1200, 900, 3, 8, false}), encode);
-      for (int i = 0; i < 12; ++i) {
+      const Bytes file =
+          jpeg2000_files::Encode(MakePicture({kWidth, kHeight, 3, 8, false}), encode);
+      for (int i = 0; i < 12; i += kIsSample ? 5 : 1) {
         jpeg2000::DecodeOptions options;
         options.threads = 1 + i % 3;
         options.reduce = i % 4;
-        const int width = 1200 >> options.reduce, height = 900 >> options.reduce;
+        const int width = kWidth >> options.reduce, height = kHeight >> options.reduce;
         if (i % 2 == 0) {
           options.region = {jpeg2000_random::RandomRegion(width, height, &random), {}};
         }
         NoRows rows;
         if (i % 3 > 0) options.rows = &rows;
-        int64_t estimate = 0;
-        ASSERT_TRUE(jpeg2000::EstimateMemory(file.data(), file.size(), options, &estimate).ok());
-        const int64_t measured = counted_memory::PeakOf([&] {
-          zepcodec::Picture picture;
-          jpeg2000::FileInfo info;
-          EXPECT_TRUE(
-              jpeg2000::DecodePicture(file.data(), file.size(), options, &picture, &info).ok());
-        });
+        const auto [estimate, measured] = MemoryOf(file, options);
         EXPECT_LE(measured, estimate) << tile << " " << precinct << " " << i;
         EXPECT_LE(estimate, 3 * measured + (int64_t{1} << 21))
             << tile << " " << precinct << " " << i;

@@ -61,6 +61,20 @@ inline jpeg2000_files::Shape RandomShape(Random* random) {
   return shape;
 }
 
+struct RandomFile {
+  jpeg2000_files::Shape shape;
+  zepcodec::jpeg2000::EncodeOptions encode;
+  jpeg2000_files::Bytes bytes;
+};
+
+inline RandomFile MakeRandomFile(Random* random) {
+  RandomFile file;
+  file.shape = RandomShape(random);
+  file.encode = RandomOptions(file.shape, random);
+  file.bytes = jpeg2000_files::Encode(jpeg2000_files::MakePicture(file.shape), file.encode);
+  return file;
+}
+
 inline zepcodec::Region RandomRegion(int width, int height, Random* random) {
   zepcodec::Region region;
   region.x = Number(0, width - 1, random);

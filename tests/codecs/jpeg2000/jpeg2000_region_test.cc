@@ -6,6 +6,7 @@
 #include <string>
 
 #include "tests/codecs/jpeg2000/jpeg2000_random.h"
+#include "tests/codecs/jpeg2000/jpeg2000_sample.h"
 
 namespace jpeg2000 = zepcodec::jpeg2000;
 
@@ -13,18 +14,9 @@ namespace {
 
 using jpeg2000::Component;
 using jpeg2000::DecodeOptions;
-using jpeg2000::EncodeOptions;
 using jpeg2000::Image;
-using jpeg2000_files::Bytes;
-using jpeg2000_files::DecodeGood;
-using jpeg2000_files::Encode;
-using jpeg2000_files::MakePicture;
-using jpeg2000_files::Shape;
+using jpeg2000_files::kIsSample;
 using jpeg2000_random::Number;
-using jpeg2000_random::Random;
-using jpeg2000_random::RandomOptions;
-using jpeg2000_random::RandomRegion;
-using jpeg2000_random::RandomShape;
 using zepcodec::Region;
 using zepcodec::WantedRegion;
 
@@ -49,11 +41,9 @@ std::string DifferenceOfPart(const Image& part, const Image& whole) {
 }
 
 TEST(Jpeg2000Region, EqualsThePartOfThePicture) {
-  Random random(20);
-  for (int i = 0; i < 120; ++i) {
-    const Shape shape = RandomShape(&random);
-    const EncodeOptions encode = RandomOptions(shape, &random);
-    const Bytes file = Encode(MakePicture(shape), encode);
+  jpeg2000_random::Random random(20);
+  for (int i = 0; i < (kIsSample ? 30 : 120); ++i) {
+    const auto [shape, encode, file] = jpeg2000_random::MakeRandomFile(&random);
     DecodeOptions options;
     options.threads = Number(1, 3, &random);
     options.reduce = Number(0, std::min(3, encode.levels), &random);
@@ -69,10 +59,10 @@ TEST(Jpeg2000Region, EqualsThePartOfThePicture) {
     const bool is_empty =
         std::any_of(whole.components.begin(), whole.components.end(),
                     [](const Component& c) { return c.width < 1 || c.height < 1; });
-    for (int j = 0; !is_empty && j < 6; ++j) {
-      const Region region = RandomRegion(width, height, &random);
+    for (int j = 0; !is_empty && j < (kIsSample ? 3 : 6); ++j) {
+      const Region region = jpeg2000_random::RandomRegion(width, height, &random);
       options.region = WantedRegion(region, {});
-      const Image part = DecodeGood(file, options);
+      const Image part = jpeg2000_files::DecodeGood(file, options);
       EXPECT_EQ(DifferenceOfPart(part, whole), "")
           << "file " << i << ", region " << region.width << " x " << region.height << " at "
           << region.x << ", " << region.y << " of " << width << " x " << height;
@@ -81,7 +71,7 @@ TEST(Jpeg2000Region, EqualsThePartOfThePicture) {
 }
 
 TEST(Jpeg2000Region, OutsideIsRefused) {
-  const Bytes file = Encode(MakePicture({}), {});
+  const jpeg2000_files::Bytes file = jpeg2000_files::Encode(jpeg2000_files::MakePicture({}), {});
   for (const Region& region : {Region{0, 0, 62, 1}, Region{1, 0, 61, 1}, Region{0, 47, 1, 1},
                                Region{0, 0, 1, 0}, Region{-1, 0, 1, 1}}) {
     DecodeOptions options;

@@ -12,6 +12,7 @@
 #include "codecs/jpeg2000/picture_decoder.h"
 #include "codecs/support/progress.h"
 #include "tests/codecs/jpeg2000/jpeg2000_random.h"
+#include "tests/codecs/jpeg2000/jpeg2000_sample.h"
 #include "tests/codecs/support/parts.h"
 #include "tests/codecs/support/pictures.h"
 #include "tests/codecs/support/refused_threads.h"
@@ -24,13 +25,10 @@ using jpeg2000::DecodeOptions;
 using jpeg2000::EncodeOptions;
 using jpeg2000_files::Bytes;
 using jpeg2000_files::Encode;
+using jpeg2000_files::kIsSample;
 using jpeg2000_files::MakePicture;
-using jpeg2000_files::Shape;
 using jpeg2000_random::Number;
 using jpeg2000_random::Random;
-using jpeg2000_random::RandomOptions;
-using jpeg2000_random::RandomRegion;
-using jpeg2000_random::RandomShape;
 using zepcodec::ByteBuffer;
 using zepcodec::Picture;
 using zepcodec::PixelLayout;
@@ -38,9 +36,6 @@ using zepcodec::Progress;
 using zepcodec::Region;
 using zepcodec::Status;
 using zepcodec::WantedRegion;
-
-// A sample of the counts and files where a test takes much longer than natively.
-constexpr bool kIsSample = ZEPJP_EXHAUSTIVE == 0;
 
 std::vector<int> ThreadCounts() {
   return kIsSample ? std::vector<int>{1, 3} : std::vector<int>{1, 2, 3, 5, 16};
@@ -100,7 +95,7 @@ void ExpectSameEverywhere(const Bytes& file, DecodeOptions options, Random* rand
   const Result one = DecodePicture(file, options);
   ASSERT_TRUE(one.status.ok()) << one.status.text();
   EXPECT_TRUE(pictures::Same(expected, one.picture));
-  const Region region = RandomRegion(expected.width(), expected.height(), random);
+  const Region region = jpeg2000_random::RandomRegion(expected.width(), expected.height(), random);
   for (const int threads : ThreadCounts()) {
     SCOPED_TRACE(std::to_string(threads) + " threads");
     options.threads = threads;
@@ -121,15 +116,15 @@ void ExpectSameEverywhere(const Bytes& file, DecodeOptions options, Random* rand
 
 TEST(Jpeg2000Threads, DecodeTheSame) {
   Random random(1);
-  for (int i = 0; i < (kIsSample ? 10 : 30); ++i) {
+  for (int i = 0; i < (kIsSample ? 6 : 30); ++i) {
     SCOPED_TRACE(i);
-    const Shape shape = RandomShape(&random);
-    const EncodeOptions encode = RandomOptions(shape, &random);
+    jpeg2000_random::RandomFile made = jpeg2000_random::MakeRandomFile(&random);
+    const auto& shape = made.shape;
     DecodeOptions options;
-    options.reduce = Number(0, std::min(2, encode.levels), &random);
+    options.reduce = Number(0, std::min(2, made.encode.levels), &random);
     options.layers = Number(0, 2, &random);
     if (std::min(shape.width, shape.height) < 12) options.reduce = 0;
-    Bytes file = Encode(MakePicture(shape), encode);
+    Bytes& file = made.bytes;
     ExpectSameEverywhere(file, options, &random);
     Damage(&random, &file);
     if (jpeg2000_files::Decode(file, options).status.ok()) {
@@ -164,6 +159,7 @@ TEST(Jpeg2000Threads, LabHasThreeColors) {
 
 TEST(Jpeg2000Threads, EncodeTheSame) {
   for (const PixelLayout layout : {PixelLayout::kGrey, PixelLayout::kRgb, PixelLayout::kRgba}) {
+    if (kIsSample && layout != PixelLayout::kRgba) continue;
     const Picture picture = pictures::Detailed(330, 300, layout);
     jpeg2000::Image image;
     ASSERT_TRUE(jpeg2000::FromPicture(picture, &image).ok());
@@ -192,7 +188,7 @@ TEST(Jpeg2000Threads, EncodeTheSame) {
 
 // The length of the last box is open if bytes left before it was known.
 TEST(Jpeg2000Threads, FilesGoToASink) {
-  const Picture picture = pictures::Detailed(700, 500, PixelLayout::kRgb);
+  const Picture picture = pictures::Detailed(350, 250, PixelLayout::kRgb);
   for (const int tile : {0, 96}) {
     for (const bool is_jp2 : {false, true}) {
       EncodeOptions options;
