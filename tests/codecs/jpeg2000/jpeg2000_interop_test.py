@@ -3,7 +3,9 @@
 """JPEG 2000 files of the example codec in OpenJPEG's tools, and theirs here: lossless ones bit for bit, lossy
 ones within the rounding of the transforms.
 
-    jpeg2000_interop_test.py PATH_OF_JPEG2000_TOOL
+    jpeg2000_interop_test.py PATH_OF_JPEG2000_TOOL [sample]
+
+With "sample" some cases are left out, for a tool with sanitizers.
 """
 import array
 import itertools
@@ -15,6 +17,9 @@ import tempfile
 import unittest
 
 TOOL = os.path.abspath(sys.argv.pop(1))
+IS_SAMPLE = sys.argv[1:] == ["sample"]
+STYLES = range(0, 64, 7 if IS_SAMPLE else 1)
+SIDES = (1, 2, 5) if IS_SAMPLE else (1, 2, 3, 5, 9)
 ORDERS = ("LRCP", "RLCP", "RPCL", "PCRL", "CPRL")
 
 
@@ -152,15 +157,15 @@ class Jpeg2000Interop(unittest.TestCase):
 
     def test_styles_of_ours(self):
         picture = Picture()
-        for style in range(64):
+        for style in STYLES:
             self.check_ours(picture, "style=%d" % style, "layers=3000,0",
                             "block=%s" % ("64x64", "16x32", "4x1024", "1024x4")[style % 4])
 
     def test_styles_of_theirs(self):
         picture = Picture()
-        for style in range(64):
-            self.check_theirs(picture, "-M", str(style), "-r", "20,1")
-            self.check_theirs(picture, "-M", str(style), "-r", "30,8", "-b", "32,16")
+        for style in STYLES:
+            options = ["-r", "20,1"] if style % 2 else ["-r", "30,8", "-b", "32,16"]
+            self.check_theirs(picture, "-M", str(style), *options)
 
     def test_orders_and_tiles_of_ours(self):
         picture = Picture(origin=(7, 12))
@@ -186,7 +191,7 @@ class Jpeg2000Interop(unittest.TestCase):
         self.check_theirs(Picture(), "-POC", "T0=0,0,1,3,3,RLCP/T0=0,0,3,6,3,LRCP", "-r", "20,9,1")
 
     def test_depths(self):
-        for bits in range(1, 17):
+        for bits in range(1, 17, 3 if IS_SAMPLE else 1):
             for signed in (False, True):
                 picture = Picture(width=61, height=43, bits=bits, signed=signed)
                 self.check_ours(picture, name="a.jp2")
@@ -201,7 +206,7 @@ class Jpeg2000Interop(unittest.TestCase):
         self.check_theirs(picture, "-mct", "0", "-t", "30,26", "-p", "PCRL", "-n", "3")
 
     def test_small_sizes(self):
-        for width, height in itertools.product((1, 2, 3, 5, 9), repeat=2):
+        for width, height in itertools.product(SIDES, repeat=2):
             picture = Picture(width=width, height=height)
             self.check_ours(picture)
             self.check_theirs(picture, "-n", "1")
@@ -249,4 +254,4 @@ class Jpeg2000Interop(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main(verbosity=2)
+    unittest.main(argv=sys.argv[:1], verbosity=2)
