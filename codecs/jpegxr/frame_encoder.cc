@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: MIT
-// Four stages follow one another, each a row of macroblocks at a time: pixels become samples, the
-// components are transformed, the coefficients of tiles are quantized and predicted, the tiles are
-// coded. The stages, the components and the groups of tiles side by side are lanes of a pipeline,
-// so that several threads work on different rows.
+// Five stages follow one another, each a row of macroblocks at a time: pixels become samples, the
+// components are transformed, the coefficients of tiles are quantized and predicted, the low bands
+// of the tiles are coded, the high band is coded. The stages, the components and the groups of
+// tiles side by side are lanes of a pipeline, so that several threads work on different rows.
 #include "codecs/jpegxr/frame_encoder.h"
 
 #include <algorithm>
 #include <atomic>
+#include <deque>
 #include <memory>
 
 #include "codecs/jpegxr/coded_plane.h"
@@ -36,7 +37,7 @@ class Pipeline {
 
   Status Encode() {
     if (Stops(progress_, 0, 1)) return Status::Cancelled();
-    tiles_->resize(frame_.TileCount());
+    tiles_->assign(frame_.TileCount(), TilePacketBytes(PacketsOf(frame_)));
     plane_.header = frame_.plane;
     plane_.Resize(frame_.MbWidth(), frame_.MbHeight(), shares_.kept_rows());
     reader_ = std::make_unique<PixelReader>(frame_, shares_.kept_rows(), &plane_);
@@ -45,14 +46,21 @@ class Pipeline {
   }
 
  private:
-  enum Rank { kCoding, kQuantizing, kTransform, kPixels };
+  enum Rank { kCodingHigh, kCodingLow, kQuantizing, kTransform, kPixels };
 
-  // A group of tiles side by side, in the row of tiles that is encoded.
+  // A row of macroblocks of a group of tiles, between quantizing and coding.
+  struct Row {
+    std::vector<QuantizedMacroblock> macroblocks;
+    std::vector<LowBits> low;  // of each tile
+  };
+
+  // A group of tiles side by side. Each stage has those of the row of tiles that it works on.
   struct Group {
     TileGroup columns;
     std::vector<PlaneQuantizer> quantizers;
-    std::vector<std::unique_ptr<TileEncoder>> encoders;
-    std::vector<std::vector<QuantizedMacroblock>> rows;  // a ring
+    std::deque<LowTileEncoder> low_encoders;
+    std::deque<HighTileEncoder> high_encoders;
+    std::vector<Row> rows;  // a ring
   };
 
   size_t RowCount() const { return frame_.MbHeight(); }
@@ -83,16 +91,22 @@ class Pipeline {
     const auto group = std::make_shared<Group>();
     group->columns = columns;
     group->rows.resize(waiting_);
-    for (auto& row : group->rows) {
-      row.resize(frame_.columns[columns.end_column] - frame_.columns[columns.first_column]);
+    for (Row& row : group->rows) {
+      row.macroblocks.resize(frame_.columns[columns.end_column] -
+                             frame_.columns[columns.first_column]);
+      row.low.resize(columns.end_column - columns.first_column);
     }
     const size_t quantizing =
         lanes_.Add(kQuantizing, rows.size(), [this, &rows, group](size_t step) {
           QuantizeRow(rows[step], step, group.get());
           return Status();
         });
-    const size_t coding = lanes_.Add(kCoding, rows.size(), [this, &rows, group](size_t step) {
-      return EncodeRow(rows[step], step, group.get());
+    const size_t low = lanes_.Add(kCodingLow, rows.size(), [this, &rows, group](size_t step) {
+      EncodeLowRow(rows[step], step, group.get());
+      return Status();
+    });
+    const size_t high = lanes_.Add(kCodingHigh, rows.size(), [this, &rows, group](size_t step) {
+      return EncodeHighRow(rows[step], step, group.get());
     });
     // The second stage of a row follows the first stage of the next row.
     for (const size_t transform : transforms) {
@@ -100,9 +114,10 @@ class Pipeline {
         return std::min<size_t>(rows[step] + 2, RowCount());
       });
     }
-    lanes_.Wait(quantizing, coding,
+    lanes_.Wait(quantizing, high,
                 [this](size_t step) { return step < waiting_ ? 0 : step - waiting_ + 1; });
-    lanes_.Wait(coding, quantizing, [](size_t step) { return step + 1; });
+    lanes_.Wait(low, quantizing, [](size_t step) { return step + 1; });
+    lanes_.Wait(high, low, [](size_t step) { return step + 1; });
     const size_t kept = shares_.kept_rows();
     lanes_.Wait(pixels, quantizing, [this, phase, kept](size_t row) {
       return row < kept ? 0 : shares_.RowsAbove(phase, row - kept + 1);
@@ -123,44 +138,60 @@ class Pipeline {
     if (row + 1 == RowCount()) ForwardDcRow(frame_, row, c, &plane_);
   }
 
-  void QuantizeRow(size_t row, size_t step, Group* group) {
+  // A row of tiles, as it is needed for a row of macroblocks.
+  struct TileRow {
+    size_t first;  // tile of the frame
+    bool begins, ends;
+  };
+  TileRow TileRowAt(size_t row) const {
     const size_t tile_row = TileRowOf(frame_, row);
-    const size_t first = tile_row * (frame_.columns.size() - 1);
-    const TileGroup& columns = group->columns;
-    if (row == frame_.rows[tile_row]) {
-      group->quantizers.clear();
-      for (size_t i = columns.first_column; i < columns.end_column; ++i) {
-        group->quantizers.emplace_back(&plane_, AreaOfTile(frame_, first + i));
-      }
-    }
-    QuantizedMacroblock* const macroblocks = group->rows[step % waiting_].data();
+    return {tile_row * (frame_.columns.size() - 1), row == frame_.rows[tile_row],
+            row + 1 == frame_.rows[tile_row + 1]};
+  }
+
+  // Calls work(i, column, x) for each tile of a group: its number in the group, its column of
+  // tiles, and its first column of macroblocks in the group.
+  template <class Work>
+  void ForEachTile(const TileGroup& columns, const Work& work) const {
     for (size_t i = columns.first_column; i < columns.end_column; ++i) {
-      group->quantizers[i - columns.first_column].QuantizeRow(macroblocks + frame_.columns[i] -
-                                                              frame_.columns[columns.first_column]);
+      work(i - columns.first_column, i, frame_.columns[i] - frame_.columns[columns.first_column]);
     }
   }
 
-  Status EncodeRow(size_t row, size_t step, Group* group) {
-    const size_t tile_row = TileRowOf(frame_, row);
-    const size_t first = tile_row * (frame_.columns.size() - 1);
-    const TileGroup& columns = group->columns;
-    auto& encoders = group->encoders;
-    if (row == frame_.rows[tile_row]) {
-      for (size_t i = columns.first_column; i < columns.end_column; ++i) {
-        encoders.push_back(std::make_unique<TileEncoder>(frame_, first + i, trim_));
+  void QuantizeRow(size_t row, size_t step, Group* group) {
+    const TileRow tiles = TileRowAt(row);
+    if (tiles.begins) group->quantizers.clear();
+    Row& to = group->rows[step % waiting_];
+    ForEachTile(group->columns, [&](size_t i, size_t column, size_t x) {
+      if (tiles.begins) {
+        group->quantizers.emplace_back(&plane_, AreaOfTile(frame_, tiles.first + column));
       }
-    }
-    const QuantizedMacroblock* const macroblocks = group->rows[step % waiting_].data();
-    for (size_t i = columns.first_column; i < columns.end_column; ++i) {
-      encoders[i - columns.first_column]->EncodeRow(macroblocks + frame_.columns[i] -
-                                                    frame_.columns[columns.first_column]);
-    }
-    if (row + 1 == frame_.rows[tile_row + 1]) {
-      for (size_t i = columns.first_column; i < columns.end_column; ++i) {
-        (*tiles_)[first + i] = encoders[i - columns.first_column]->Finish();
-      }
-      encoders.clear();
-    }
+      group->quantizers[i].QuantizeRow(to.macroblocks.data() + x);
+    });
+  }
+
+  void EncodeLowRow(size_t row, size_t step, Group* group) {
+    const TileRow tiles = TileRowAt(row);
+    if (tiles.begins) group->low_encoders.clear();
+    Row& coded = group->rows[step % waiting_];
+    ForEachTile(group->columns, [&](size_t i, size_t column, size_t x) {
+      const size_t tile = tiles.first + column;
+      if (tiles.begins) group->low_encoders.emplace_back(frame_, tile);
+      group->low_encoders[i].EncodeRow(coded.macroblocks.data() + x, &coded.low[i]);
+      if (tiles.ends) group->low_encoders[i].Finish(&(*tiles_)[tile]);
+    });
+  }
+
+  Status EncodeHighRow(size_t row, size_t step, Group* group) {
+    const TileRow tiles = TileRowAt(row);
+    if (tiles.begins) group->high_encoders.clear();
+    const Row& coded = group->rows[step % waiting_];
+    ForEachTile(group->columns, [&](size_t i, size_t column, size_t x) {
+      const size_t tile = tiles.first + column;
+      if (tiles.begins) group->high_encoders.emplace_back(frame_, tile, trim_);
+      group->high_encoders[i].EncodeRow(coded.macroblocks.data() + x, coded.low[i]);
+      if (tiles.ends) group->high_encoders[i].Finish(&(*tiles_)[tile]);
+    });
     const size_t steps = RowCount() * shares_.groups().size();
     return Stops(progress_, ++coded_, steps) ? Status::Cancelled() : Status();
   }
@@ -172,7 +203,7 @@ class Pipeline {
   Progress* progress_;
   ThreadPool* pool_;
   Packets* tiles_;
-  size_t waiting_;  // rows that are quantized and not coded, at most
+  size_t waiting_;  // rows that are quantized and not coded yet, at most
   CodedPlane plane_;
   std::unique_ptr<PixelReader> reader_;
   std::atomic<size_t> coded_{0};

@@ -105,6 +105,23 @@ class PacketWriter {
     Put(number > 16 ? value & 0xFFFF : value, number < 16 ? number : 16);
   }
 
+  // Forgets all bits, but keeps the memory.
+  void Clear() {
+    to = bytes_.data();
+    accumulator = count = 0;
+  }
+
+  size_t SizeInBits() const { return 8 * static_cast<size_t>(to - bytes_.data()) + count; }
+
+  // Stores the last bits, with zeros that a reader looks at ahead. Nothing is to be written after
+  // this.
+  void Flush() {
+    for (uint32_t i = 0; i < 4; ++i) to[i] = static_cast<uint8_t>(accumulator >> (24 - 8 * i));
+  }
+
+  // Reads what was flushed, up to 16 bits at a time.
+  PacketReader Read() const { return {bytes_.data(), to}; }
+
   // Ends the packet with zero bits up to a whole byte, and frees spare memory.
   std::vector<uint8_t> Finish() {
     while (count > 0) {

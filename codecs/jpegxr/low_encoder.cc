@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The reverse of plane_decoder.cc, in the same order: each band of a macroblock goes to its packet.
-// All adaptive state changes exactly as in the decoder, which sees the same symbols.
-#include "codecs/jpegxr/plane_encoder.h"
+#include "codecs/jpegxr/low_encoder.h"
 
 namespace zepcodec::jpegxr {
 namespace {
@@ -28,16 +26,10 @@ void AddPair(int32_t run, int32_t level, int32_t* pairs, uint32_t* count) {
 
 }  // namespace
 
-PlaneEncoder::PlaneEncoder(const PlaneHeader& header, size_t width, uint32_t trim)
-    : header_(header),
-      width_(width),
-      trim_(trim),
-      format_(header.color),
-      context_(format_),
-      above_(width),
-      row_(width) {}
+LowEncoder::LowEncoder(const PlaneHeader& header, size_t width)
+    : header_(header), width_(width), format_(header.color), context_(format_) {}
 
-void PlaneEncoder::WriteDc(const LowBands& low, PacketWriter* writer) {
+void LowEncoder::WriteDc(const LowBands& low, PacketWriter* writer) {
   Counts counts;
   const size_t components = header_.Components();
   uint32_t high_parts = 0;
@@ -64,7 +56,7 @@ void PlaneEncoder::WriteDc(const LowBands& low, PacketWriter* writer) {
 }
 
 // Levels and refinement bits of U and V, which alternate.
-void PlaneEncoder::ScanSubsampledLp(const LowBands& low) {
+void LowEncoder::ScanSubsampledLp(const LowBands& low) {
   const bool is_422 = format_ == ColorFormat::k422;
   const size_t count = is_422 ? 7 : 3;
   const uint8_t* const order = is_422 ? kLp422 : kLp420;
@@ -87,12 +79,12 @@ void PlaneEncoder::ScanSubsampledLp(const LowBands& low) {
   }
 }
 
-void PlaneEncoder::WriteLpRefinement(const int32_t* packed, uint32_t bits, PacketWriter* writer) {
+void LowEncoder::WriteLpRefinement(const int32_t* packed, uint32_t bits, PacketWriter* writer) {
   const auto value = static_cast<uint32_t>(*packed);
   writer->Put(value >> 1, bits + (value & 1));
 }
 
-void PlaneEncoder::WriteSubsampledLp(PacketWriter* writer) {
+void LowEncoder::WriteSubsampledLp(PacketWriter* writer) {
   const bool is_422 = format_ == ColorFormat::k422;
   const LpBlock& block = lp_blocks_[1];
   const auto encode = is_422 ? zepiVLCEncodeDC422_JPEGXR_32s1u : zepiVLCEncodeDC420_JPEGXR_32s1u;
@@ -106,7 +98,7 @@ void PlaneEncoder::WriteSubsampledLp(PacketWriter* writer) {
   }
 }
 
-void PlaneEncoder::WriteLp(const LowBands& low, PacketWriter* writer) {
+void LowEncoder::WriteLp(const LowBands& low, PacketWriter* writer) {
   Counts counts;
   zepiVLCScanSet_JPEGXR(context_.Codes(), kLpScan);
   const bool is_small = IsSubsampled(format_);
@@ -143,67 +135,13 @@ void PlaneEncoder::WriteLp(const LowBands& low, PacketWriter* writer) {
   context_.lp_bits.Update(counts.luma, counts.chroma);
 }
 
-void PlaneEncoder::WriteBlocks(size_t component, uint32_t pattern, const int32_t* blocks,
-                               zepiVLCContext* context, const BandWriters& writers) {
-  const uint32_t model_bits = context_.hp_bits.Of(component);
-  const bool is_refined = header_.bands == Bands::kAll && model_bits > trim_;
-  PacketWriter& writer = *writers.hp;
-  PacketWriter& refinement = *writers.refinement;
-  int32_t packed[16] = {};
-  constexpr int32_t kStep = 16;
-  for (size_t j = 0; j < BlockCount(component); ++j) {
-    const int32_t* const block = blocks + 16 * j;
-    const bool is_coded = (pattern >> j & 1) != 0;
-    if (is_coded) {
-      zepiVLCEncode4x4Flex_JPEGXR_32s1u_C1R(
-          block, static_cast<uint32_t>(kStep), component == 0 ? 0 : 1, model_bits, trim_,
-          &writer.to, &writer.accumulator, &writer.count, context_.Codes(), packed, context);
-    }
-    if (is_refined) {
-      zepiFLCEncode4x4_JPEGXR_32s1u_C1R(block, kStep, packed, &refinement.to,
-                                        &refinement.accumulator, &refinement.count,
-                                        model_bits - trim_, trim_, is_coded ? 1 : 0);
-    }
-  }
-}
-
-void PlaneEncoder::WriteHp(size_t x, size_t y, const QuantizedMacroblock& macroblock,
-                           const BandWriters& writers) {
-  const size_t components = header_.Components();
-  Patterns& patterns = row_[x];
-  for (size_t c = 0; c < components; ++c) {
-    const uint32_t bits = context_.hp_bits.Of(c);
-    patterns[c] = 0;
-    for (size_t j = 0; j < BlockCount(c); ++j) {
-      patterns[c] |= (macroblock.magnitudes[c][j] >> bits != 0 ? 1U : 0U) << j;
-    }
-  }
-  const Patterns differences = context_.predictor.ToDifferences(
-      patterns, {x > 0 ? &row_[x - 1] : nullptr, y > 0 ? &above_[x] : nullptr});
-  context_.pattern.Write(differences, writers.hp);
-  zepiVLCScanSet_JPEGXR(context_.Codes(), macroblock.hp_direction == Direction::kUp
-                                              ? kVerticalScan
-                                              : kHorizontalScan);
-  zepiVLCContext contexts[2] = {};
-  for (size_t c = 0; c < components; ++c) {
-    WriteBlocks(c, patterns[c], macroblock.blocks[c].data(), &contexts[c == 0 ? 0 : 1], writers);
-  }
-  context_.hp_bits.Update(contexts[0].count, contexts[1].count);
-}
-
-void PlaneEncoder::EncodeMacroblock(size_t x, size_t y, const QuantizedMacroblock& macroblock,
-                                    const BandWriters& writers) {
-  if (x == 0) above_.swap(row_);
+void LowEncoder::Encode(size_t x, const LowBands& low, PacketWriter* dc, PacketWriter* lp) {
   if (ResetsScans(x)) context_.ResetScans();
-  WriteDc(macroblock.low, writers.dc);
-  if (header_.HasLp()) WriteLp(macroblock.low, writers.lp);
-  if (AdaptsCodes(x, width_)) {
-    context_.AdaptDc();
-    if (header_.HasLp()) context_.AdaptLp();
-  }
-  if (!header_.HasHp()) return;
-  WriteHp(x, y, macroblock, writers);
-  if (AdaptsCodes(x, width_)) context_.AdaptHp();
+  WriteDc(low, dc);
+  if (header_.HasLp()) WriteLp(low, lp);
+  if (!AdaptsCodes(x, width_)) return;
+  context_.AdaptDc();
+  if (header_.HasLp()) context_.AdaptLp();
 }
 
 }  // namespace zepcodec::jpegxr
