@@ -2,12 +2,18 @@
 // What the programs share that run a codec for tests beside other implementations:
 //
 //   TOOL decode|encode FROM TO [KEY=VALUE...]
+//   TOOL serve
+//
+// serve takes such commands as lines of words from standard input, and prints "end N" after the
+// output of each, where N is 0 for success: a process for each command takes longer than most
+// commands.
 #ifndef ZEPJP_TESTS_CODECS_SUPPORT_SAMPLE_TOOL_H_
 #define ZEPJP_TESTS_CODECS_SUPPORT_SAMPLE_TOOL_H_
 
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <iostream>
 #include <iterator>
 #include <map>
 #include <sstream>
@@ -61,18 +67,41 @@ inline int Fail(const zepcodec::Status& status) {
 
 using Command = int (*)(const std::string& from, const std::string& to, const Settings& settings);
 
-inline int Main(int argc, char** argv, Command decode, Command encode) {
-  if (argc < 4) {
-    std::fprintf(stderr, "%s decode|encode FROM TO [KEY=VALUE...]\n", argv[0]);
+struct Commands {
+  Command decode, encode;
+};
+
+// `words` are a command without the name of the program.
+inline int Do(const std::vector<std::string>& words, const Commands& commands) {
+  if (words.size() < 3 || (words[0] != "decode" && words[0] != "encode")) {
+    std::fprintf(stderr, "decode|encode FROM TO [KEY=VALUE...]\n");
     return 2;
   }
   Settings settings;
-  for (int i = 4; i < argc; ++i) {
-    const std::string text = argv[i];
+  for (size_t i = 3; i < words.size(); ++i) {
+    const std::string& text = words[i];
     const size_t equals = text.find('=');
     settings[text.substr(0, equals)] = equals == std::string::npos ? "" : text.substr(equals + 1);
   }
-  return (std::string(argv[1]) == "decode" ? decode : encode)(argv[2], argv[3], settings);
+  const Command command = words[0] == "decode" ? commands.decode : commands.encode;
+  return command(words[1], words[2], settings);
+}
+
+inline int Serve(const Commands& commands) {
+  std::string line;
+  while (std::getline(std::cin, line)) {
+    std::istringstream text(line);
+    const std::vector<std::string> words{std::istream_iterator<std::string>(text), {}};
+    std::printf("end %d\n", Do(words, commands));
+    std::fflush(stdout);
+  }
+  return 0;
+}
+
+inline int Main(int argc, char** argv, Command decode, Command encode) {
+  const std::vector<std::string> words(argv + 1, argv + argc);
+  const bool serves = words.size() == 1 && words[0] == "serve";
+  return serves ? Serve({decode, encode}) : Do(words, {decode, encode});
 }
 
 }  // namespace sample_tool
