@@ -109,7 +109,8 @@ TEST(JpegXrParts, ThreadsMakeNoDifference) {
 }
 
 TEST(JpegXrParts, ManyThreads) {
-  const Picture picture = jpegxr_files::MakeImage(300, 960, 3, SampleType::kU8, 2);
+  const int height = harness::Exhaustive() ? 960 : 480;
+  const Picture picture = jpegxr_files::MakeImage(150, height, 3, SampleType::kU8, 2);
   for (const int tile : {0, 64, 320}) {
     jpegxr::EncodeOptions options;
     options.overlap = Overlap::kBoth;
@@ -130,15 +131,15 @@ TEST(JpegXrParts, RegionsArePartsOfThePicture) {
   for (const jpegxr::EncodeOptions& options : AllOptions()) {
     const Bytes file = jpegxr_files::Encode(picture, options);
     const Picture whole = Decode(file, WithThreads(1)).picture;
+    int threads = 1;
     for (const Region& region : parts::Regions(kWidth, kHeight)) {
       const Picture part = parts::PartOf(whole, region);
-      for (const int threads : {1, 3}) {
-        jpegxr::DecodeOptions decoding = WithThreads(threads);
-        decoding.region = zepcodec::WantedRegion(region, {});
-        EXPECT_TRUE(pictures::Same(Decode(file, decoding).picture, part))
-            << region.x << " " << region.y << " " << region.width << " " << region.height;
-        EXPECT_TRUE(pictures::Same(DecodeRows(file, decoding).picture, part));
-      }
+      jpegxr::DecodeOptions decoding = WithThreads(threads);
+      decoding.region = zepcodec::WantedRegion(region, {});
+      EXPECT_TRUE(pictures::Same(Decode(file, decoding).picture, part))
+          << region.x << " " << region.y << " " << region.width << " " << region.height;
+      decoding.threads = threads = 4 - threads;
+      EXPECT_TRUE(pictures::Same(DecodeRows(file, decoding).picture, part));
     }
   }
 }
@@ -195,7 +196,8 @@ TEST(JpegXrParts, DamageIsTheSameOnAllThreads) {
 }
 
 TEST(JpegXrParts, RowsInBytesOut) {
-  const Picture picture = jpegxr_files::MakeImage(200, 700, 3, SampleType::kU8, 4);
+  const int height = harness::Exhaustive() ? 700 : 350;
+  const Picture picture = jpegxr_files::MakeImage(200, height, 3, SampleType::kU8, 4);
   for (jpegxr::EncodeOptions options : AllOptions()) {
     options.lossless = true;
     options.threads = 1;
