@@ -101,7 +101,7 @@ class DdsInterop(unittest.TestCase):
             yield self.load("magick.png").convert("RGBA")
         yield self.load(name).convert("RGBA")
 
-    def check(self, name):
+    def check(self, name, image_magick=True):
         """Decodes a file here and elsewhere, and explains each difference."""
         with open(name, "rb") as file:
             data = file.read()
@@ -109,7 +109,7 @@ class DdsInterop(unittest.TestCase):
         height, width = struct.unpack_from("<II", data, 12)
         ours = self.ours(name)
         self.assertEqual(ours.size, (width, height))
-        for theirs in self.readers(name, kind not in ("bc4", "bc5")):
+        for theirs in self.readers(name, image_magick and kind not in ("bc4", "bc5")):
             self.assertEqual(theirs.size, ours.size)
             getattr(self, "compare_" + kind)(list(ours.getdata()), list(theirs.getdata()), data,
                                              ours.size)
@@ -160,7 +160,7 @@ class DdsInterop(unittest.TestCase):
             for kind in ("bc1", "bc2", "bc3", "bc4", "bc5"):
                 with self.subTest((width, height, kind)):
                     run(TOOL, "--quiet", "small.png", "a.dds", "--format", kind, "--mipmaps")
-                    self.check("a.dds")
+                    self.check("a.dds", image_magick=False)
 
     def test_extended_header_elsewhere(self):
         # Pillow reads BC5 behind it.
