@@ -101,14 +101,42 @@ Status EncodeJpeg(RowSource* rows, const EncodeRequest& request, ByteBuffer* byt
   return jpeg::Encode(rows, options, bytes);
 }
 
-jpeg::lossless::DecodeOptions LosslessOptionsOf(const DecodeRequest& request) {
-  jpeg::lossless::DecodeOptions options;
-  options.max_pixels = request.options.max_pixels;
-  options.region = request.region;
-  options.threads = request.options.threads;
-  options.progress = request.progress;
-  return options;
-}
+// Lossless files hold 0 for full ink. All but inks passes unchanged.
+class InvertingSink : public RowSink {
+ public:
+  explicit InvertingSink(RowSink* to) : to_(to) {}
+
+  Status Take(const Picture& rows, int y) override {
+    if (rows.layout() != PixelLayout::kCmyk) return to_->Take(rows, y);
+    if (!inverted_.ResizeLike(rows, rows.width(), rows.height())) return Status::NoMemory();
+    std::memcpy(inverted_.Row(0), rows.Row(0), rows.SizeInBytes());
+    Invert(&inverted_);
+    return to_->Take(inverted_, y);
+  }
+
+ private:
+  RowSink* to_;
+  Picture inverted_;
+};
+
+class InvertingSource : public RowSource {
+ public:
+  explicit InvertingSource(RowSource* from) : from_(from) {}
+  const Picture& form() const override { return from_->form(); }
+
+ protected:
+  Status Read(int y, int count, Picture* rows) override {
+    if (Status status = from_->Next(count, &rows_, &y); !status.ok()) return status;
+    if (!rows->ResizeLike(rows_, rows_.width(), rows_.height())) return Status::NoMemory();
+    std::memcpy(rows->Row(0), std::as_const(rows_).Row(0), rows_.SizeInBytes());
+    Invert(rows);
+    return Status();
+  }
+
+ private:
+  RowSource* from_;
+  Picture rows_;
+};
 
 Status ProbeLossless(const File& file, const DecodeRequest& request, Findings* info) {
   jpeg::lossless::FileInfo found;
@@ -121,7 +149,12 @@ Status ProbeLossless(const File& file, const DecodeRequest& request, Findings* i
   info->bits = found.bits;
   info->sample = SampleOf(UnsignedOf(found.bits));
   info->is_lossless = found.point_transform == 0 ? 1 : 0;
-  info->memory = jpeg::lossless::MemoryNeed(found, LosslessOptionsOf(request));
+  info->gives_rows = jpeg::lossless::GivesRows(found);
+  info->memory =
+      jpeg::lossless::MemoryNeed(found, CommonOptions<jpeg::lossless::DecodeOptions>(request));
+  if (request.rows != nullptr && found.components == 4) {
+    info->memory += PictureBytes(found.width, found.rows_in_band, found.bits > 8 ? 8 : 4);
+  }
   FillSaved(found.metadata, info);
   return Status();
 }
@@ -131,22 +164,22 @@ Status DecodeLossless(const File& file, const DecodeRequest& request, Picture* p
   if (request.options.reduce > 0) {
     return Status::Unsupported("lossless JPEG files are decoded at their full size only");
   }
+  auto options = CommonOptions<jpeg::lossless::DecodeOptions>(request);
+  InvertingSink inverting(request.rows);
+  if (request.rows != nullptr) options.rows = &inverting;
   jpeg::lossless::FileInfo info;
-  Status status =
-      jpeg::lossless::Decode(file.data, file.size, LosslessOptionsOf(request), picture, &info);
+  Status status = jpeg::lossless::Decode(file.data, file.size, options, picture, &info);
   if (!status.ok()) return status;
   report->damage = std::move(info.messages);
   picture->metadata() = jpeg::ToMetadata(info.metadata, &report->notes);
   if (info.components == 3 && info.adobe_transform == 1)
     report->notes.Add("YCbCr was taken as RGB");
-  // Files hold 0 for full ink.
   if (info.components == 4) Invert(picture);
   return status;
 }
 
 Status EncodeLossless(RowSource* rows, const EncodeRequest& request, ByteBuffer* bytes) {
-  Picture picture;
-  if (Status status = rows->All(&picture); !status.ok()) return status;
+  const Picture& picture = rows->form();
   const zepcLosslessJpegOptions given = Complete(request.options.lossless_jpeg);
   jpeg::lossless::EncodeOptions options;
   for (const Status& status : {CheckRange("predictor", given.predictor, 0, 7),
@@ -157,6 +190,7 @@ Status EncodeLossless(RowSource* rows, const EncodeRequest& request, ByteBuffer*
   if (given.predictor > 0) options.predictor = given.predictor;
   options.point_transform = given.point_transform;
   options.restart_rows = given.restart_rows;
+  if (given.has_usual_table != 0) options.tables = jpeg::lossless::Tables::kFixed;
   options.metadata = jpeg::ToSegments(picture.metadata());
   options.threads = request.options.threads;
   options.progress = request.progress;
@@ -166,15 +200,9 @@ Status EncodeLossless(RowSource* rows, const EncodeRequest& request, ByteBuffer*
     return Status::Unsupported(
         "a lossless JPEG file holds grey, RGB or CMYK of 2 to 16 bits, no opacity");
   }
-  if (picture.layout() != PixelLayout::kCmyk) {
-    return jpeg::lossless::Encode(picture, options, bytes);
-  }
-  Picture inverted;
-  Status status = Convert(picture, picture.layout(), picture.bits(), {}, &inverted);
-  if (!status.ok()) return status;
-  Invert(&inverted);
-  options.is_inverted_cmyk = true;
-  return jpeg::lossless::Encode(inverted, options, bytes);
+  InvertingSource inverting(rows);
+  options.is_inverted_cmyk = picture.layout() == PixelLayout::kCmyk;
+  return jpeg::lossless::Encode(options.is_inverted_cmyk ? &inverting : rows, options, bytes);
 }
 
 }  // namespace

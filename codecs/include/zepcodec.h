@@ -420,6 +420,8 @@ typedef struct zepcLosslessJpegOptions {
   int32_t predictor;       /**< The predictor, 1 to 7; 0: 1. */
   int32_t point_transform; /**< The number of low bits to leave out, 0 to 15. */
   int32_t restart_rows;    /**< Rows between restart markers; 0: none. */
+  /** Not 0: a usual Huffman table instead of tables made for the picture; larger, but faster. */
+  int32_t has_usual_table;
 } zepcLosslessJpegOptions;
 
 /** Styles of JPEG 2000 code-blocks (ITU-T T.800, table A.19). */
@@ -534,8 +536,9 @@ typedef struct zepcEncodeOptions {
   /**
    * Not null: supplies the rows; `data` and `stride` of the pixels are not used then. Together with
    * zepcEncodeTo(), pictures larger than memory can be encoded: baseline JPEG with the usual
-   * Huffman tables needs a few rows of MCUs, a format with tiles one row of tiles. Other ways of
-   * coding need the whole picture, and ask for all rows first.
+   * Huffman tables needs a few rows of MCUs, lossless JPEG with the usual table some rows, a format
+   * with tiles one row of tiles. Other ways of coding need the whole picture, and ask for all rows
+   * first.
    */
   zepcSupply rows;
   void* rows_user; /**< Passed to `rows`. */

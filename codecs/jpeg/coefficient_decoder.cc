@@ -150,7 +150,7 @@ Status WriteRows(FileReader* file, const Coefficients& coefficients, RowOutput* 
           const int end = std::min(first + kRowsInABand, window.mcus.end_row);
           Picture unused;
           RowTarget target;
-          if (!output->Open(first, end, &unused, &target)) throw std::bad_alloc();
+          if (!output->OpenRows(first, end, &unused, &target)) throw std::bad_alloc();
           writer->WriteBand(first, end, nullptr, target, [&](int row) { blocks.DecodeRow(row); });
         };
       },

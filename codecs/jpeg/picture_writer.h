@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "codecs/jpeg/band_output.h"
 #include "codecs/jpeg/plane.h"
 #include "codecs/jpeg/upsampler.h"
 #include "codecs/jpeg/window.h"
@@ -25,12 +26,6 @@ constexpr PixelLayout LayoutOf(ColorModel model) {
     default: return PixelLayout::kCmyk;
   }
 }
-
-// Rows for the decoder to fill: some of a region's, as wide as the region.
-struct RowTarget {
-  Picture* picture;
-  int y;  // of its first row, from the top of the region
-};
 
 class PictureWriter {
  public:

@@ -160,7 +160,7 @@ class ScanPipeline::Worker {
     const BandWriter::Edge* const edge = scan_.EdgeAbove(band);
     BlockSource source(scan_.RunsFrom(std::max(first - 1, window.first_row)));
     lock_.unlock();
-    bool has_memory = scan_.output_.Open(first, end, &place.rows, &place.target);
+    bool has_memory = scan_.output_.OpenRows(first, end, &place.rows, &place.target);
     if (has_memory) {
       const auto make_row = [&](int row) {
         MakeRow(scan_.layout_, row, &source, writer_.planes());

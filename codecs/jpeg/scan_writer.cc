@@ -178,13 +178,14 @@ Status ScanWriter::WriteInBands(bool optimizes, ThreadPool* pool) {
   }
   if (Status status = WriteHeaders(optimizes); !status.ok()) return status;
   BandJoiner joiner(file_);
-  BandSequence bands(BandCount(), kBandsOfThread * pool->size(), [&](CodedBand* band) {
+  BandSequence<CodedBand> bands(BandCount(), kBandsOfThread * pool->size(), [&](CodedBand* band) {
     return joiner.Append(*band) ? Status() : Status::NoMemory();
   });
   const Status status = RunParallel(pool, BandCount(), [&] {
-    return [&](size_t index) {
+    return [&](size_t) {
       try {
-        if (!bands.Enter()) return;
+        size_t index = 0;
+        if (!bands.Enter(&index)) return;
         CodedBand coded;
         ScanWriter band = BandOf(index, &coded.bytes);
         if (Status done = band.EncodeRows(); !done.ok()) return bands.Fail(done);

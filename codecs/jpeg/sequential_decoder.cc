@@ -69,7 +69,7 @@ Status DecodeOnOneThread(FileReader* file, Intervals intervals, ScanLayout* layo
     scan.DecodeRow(row);
     if (row < window.first_row) continue;
     RowTarget target;
-    if (!output->Open(row, row + 1, &band, &target)) return Status::NoMemory();
+    if (!output->OpenRows(row, row + 1, &band, &target)) return Status::NoMemory();
     writer.Write(row, target);
     if (Status status = output->Close(target); !status.ok()) return status;
   }
@@ -148,7 +148,7 @@ Status WriteRows(FileReader* file, const std::vector<Plane>& planes, RowOutput* 
   Picture band;
   for (int row = window.mcus.first_row; row < window.mcus.end_row; ++row) {
     RowTarget target;
-    if (!output->Open(row, row + 1, &band, &target)) return Status::NoMemory();
+    if (!output->OpenRows(row, row + 1, &band, &target)) return Status::NoMemory();
     writer.Write(window.FirstLine(row), window.EndLine(row), target);
     if (Status status = output->Close(target); !status.ok()) return status;
   }

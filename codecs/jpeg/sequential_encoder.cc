@@ -56,7 +56,7 @@ class BandCoder {
   const EncodeWork& work_;
   ByteBuffer* file_;
   size_t count_;
-  BandSequence bands_;
+  BandSequence<CodedBand> bands_;
   // Of the joined bands.
   BandJoiner joiner_;
   std::vector<int16_t> last_dc_;

@@ -13,6 +13,8 @@
 #include "codecs/support/picture.h"
 #include "codecs/support/progress.h"
 #include "codecs/support/region.h"
+#include "codecs/support/row_sink.h"
+#include "codecs/support/row_source.h"
 #include "codecs/support/status.h"
 
 namespace zepcodec::jpeg::lossless {
@@ -35,17 +37,24 @@ struct EncodeOptions {
   int threads = 1;
   // Reports progress and can cancel; null: neither.
   Progress* progress = nullptr;
-  // Takes finished bytes of the file while it is made by several threads; null: all are kept.
+  // Takes finished bytes of the file while it is made; null: all are kept.
   ByteSink* sink = nullptr;
 };
 
 // Makes a file of a picture of 1 to 4 components and 2 to 16 bits.
 Status Encode(const Picture& picture, const EncodeOptions& options, ByteBuffer* file);
 
+// The same of rows, which need not be in memory at the same time. A file with the fixed table needs
+// a few bands of rows. Tables for the picture are known only after its last row, so these files
+// need all rows.
+Status Encode(RowSource* rows, const EncodeOptions& options, ByteBuffer* file);
+
 struct DecodeOptions {
   int64_t max_pixels = int64_t{1} << 28;  // files that claim more are refused
   // The part of the picture that is wanted.
   WantedRegion region;
+  // Takes the rows of the region if GivesRows(); null: the picture has them.
+  RowSink* rows = nullptr;
   // 0: one for each processor. The result is always the same.
   int threads = 1;
   // Several threads decode a scan in parts of about this many coded bytes. Tests choose fewer.
@@ -60,6 +69,8 @@ struct FileInfo {
   int height = 0;
   int components = 0;
   int bits = 0;
+  bool has_single_scan = false;  // the first scan holds all components
+  int rows_in_band = 0;          // that DecodeOptions::rows gets at a time
   // Of the last scan.
   int predictor = 0;
   int point_transform = 0;
@@ -73,6 +84,10 @@ struct FileInfo {
 // more samples than it has bits after the frame header; up to this many samples are always
 // accepted, so that small truncated files still show their first rows.
 constexpr int64_t kAlwaysAcceptedSamples = int64_t{1} << 20;
+
+// Whether Decode() gives rows while it decodes: files with a single scan. The others need all scans
+// for the first row. Their picture is complete, and DecodeOptions::rows gets nothing.
+bool GivesRows(const FileInfo& info);
 
 // Components come out as they are coded. An error means that there is no picture; a picture with
 // damaged parts comes with messages.

@@ -3,6 +3,7 @@
 #include <array>
 #include <string>
 
+#include "codecs/jpeg/band_output.h"
 #include "codecs/jpeg/lossless/codec.h"
 #include "codecs/jpeg/lossless/geometry.h"
 #include "codecs/jpeg/lossless/parallel_scan.h"
@@ -56,6 +57,11 @@ Status ReadHeaders(MarkerReader* reader, FileInfo* info) {
   Status status = NextScan(reader, &found);
   if (status.ok() && !found) status = Status::Error("the file has no picture in it");
   FillInfo(*reader, info);
+  if (status.ok()) {
+    const ScanGeometry geometry(reader->frame(), reader->scan());
+    info->has_single_scan = reader->scan().components.size() == reader->frame().components.size();
+    info->rows_in_band = RowsInABand(geometry, reader->restart_interval());
+  }
   return reader->AtMarker(status);
 }
 
@@ -73,9 +79,13 @@ class Decoder {
 
   Status Decode() {
     if (Status status = ReadHeaders(&reader_, info_); !status.ok()) return status;
-    if (Status status = MakePicture(); !status.ok()) return status;
+    if (Status status = CheckSize(); !status.ok()) return status;
+    const RowForm form = {region_.width, region_.height,
+                          LayoutOfComponents(static_cast<size_t>(info_->components)), info_->bits};
+    BandOutput output(form, picture_, GivesRows(*info_) ? options_.rows : nullptr);
+    if (!output.Init()) return Status::NoMemory();
     for (bool found = true; found && !IsRepeated();) {
-      if (Status status = DecodeScan(); !status.ok()) return status;
+      if (Status status = DecodeScan(&output); !status.ok()) return status;
       // All components are decoded: what follows does not matter.
       if (std::count(decoded_.begin(), decoded_.end(), true) == info_->components) break;
       if (Status status = NextScan(&reader_, &found); !status.ok()) {
@@ -89,7 +99,7 @@ class Decoder {
   }
 
  private:
-  Status MakePicture() {
+  Status CheckSize() {
     const int64_t pixels = int64_t{info_->width} * info_->height;
     const std::string claim =
         std::to_string(info_->width) + " x " + std::to_string(info_->height) + " pixels";
@@ -101,13 +111,7 @@ class Decoder {
     if (SampleCount(reader_.frame()) > std::max(bits, kAlwaysAcceptedSamples)) {
       return Status::Error("the file is too small for the " + claim + " that it announces");
     }
-    if (Status status = options_.region.In(info_->width, info_->height, &region_); !status.ok()) {
-      return status;
-    }
-    const bool done =
-        picture_->Resize(region_.width, region_.height,
-                         LayoutOfComponents(static_cast<size_t>(info_->components)), info_->bits);
-    return done ? Status() : Status::NoMemory();
+    return options_.region.In(info_->width, info_->height, &region_);
   }
 
   bool IsRepeated() {
@@ -119,8 +123,8 @@ class Decoder {
     return false;
   }
 
-  Status DecodeScan() {
-    ScanDecoder scan(data_, size_, reader_, region_, picture_, &info_->messages);
+  Status DecodeScan(BandOutput* output) {
+    ScanDecoder scan(data_, size_, reader_, region_, output, &info_->messages);
     Status status = scan.Decode(&pool_, options_.part_bytes, options_.progress);
     if (!status.ok()) return status;
     for (const ScanComponent& part : reader_.scan().components) {
@@ -153,6 +157,8 @@ class Decoder {
 
 }  // namespace
 
+bool GivesRows(const FileInfo& info) { return info.has_single_scan; }
+
 Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Picture* picture,
               FileInfo* info) {
   *info = FileInfo();
@@ -173,6 +179,16 @@ bool IsLosslessJpeg(const uint8_t* data, size_t size) {
   return false;
 }
 
+// The rows of the region, or the bands that a sink takes.
+int64_t PixelBytes(const FileInfo& info, const DecodeOptions& options, const Region& region,
+                   int64_t threads) {
+  const int64_t in_row = int64_t{region.width} * info.components * (info.bits > 8 ? 2 : 1);
+  if (options.rows == nullptr || !GivesRows(info)) return in_row * region.height;
+  const bool has_intervals = info.restart_interval > 0;
+  const int64_t bands = threads > 1 && has_intervals ? MostBands(threads) : 1;
+  return in_row * std::min<int64_t>(bands * info.rows_in_band, region.height);
+}
+
 int64_t MemoryNeed(const FileInfo& info, const DecodeOptions& options) {
   constexpr int64_t kOther = 1 << 16;        // tables, messages
   constexpr int64_t kBytesForInterval = 96;  // lists of markers and of intervals, as vectors grow
@@ -183,9 +199,9 @@ int64_t MemoryNeed(const FileInfo& info, const DecodeOptions& options) {
   if (!options.region.In(info.width, info.height, &region).ok()) {
     region = {0, 0, info.width, info.height};  // decoding will end before it takes memory
   }
-  int64_t bytes = int64_t{region.width} * region.height * components * (info.bits > 8 ? 2 : 1);
-  bytes += ParallelScanNeed(width, components, options.part_bytes,
-                            static_cast<int64_t>(ThreadCount(options.threads)));
+  const auto threads = static_cast<int64_t>(ThreadCount(options.threads));
+  int64_t bytes = PixelBytes(info, options, region, threads);
+  bytes += ParallelScanNeed(width, components, options.part_bytes, threads);
   bytes += (width + 4) * kRows * components * int64_t{sizeof(int16_t)};
   if (info.restart_interval > 0) bytes += height * kBytesForInterval;
   for (const jpeg::Segment& segment : info.metadata.segments) {

@@ -23,8 +23,12 @@ struct ScanGeometry {
 
   int mcus_per_row;
   int mcu_rows;
+  int lines;                  // of the picture in a row of MCUs that hold all components
   std::vector<Sampling> mcu;  // of each part of the scan
 };
+
+// The picture's rows that a sink gets at a time: whole restart intervals, if they are whole rows.
+int RowsInABand(const ScanGeometry& geometry, int restart_interval);
 
 // Whether all components have the picture's resolution.
 bool IsPlain(const Frame& frame);

@@ -11,7 +11,10 @@
 #include <utility>
 #include <vector>
 
+#include "codecs/jpeg/band_sequence.h"
+#include "codecs/jpeg/geometry.h"
 #include "codecs/jpeg/interval_reader.h"
+#include "codecs/jpeg/lossless/row_bands.h"
 #include "codecs/support/parallel.h"
 
 namespace zepcodec::jpeg::lossless {
@@ -34,6 +37,13 @@ DifferenceCode CodeOf(const ParallelScan& scan, size_t index) {
   return code;
 }
 
+// Rows of whole intervals.
+struct Band {
+  Picture rows;  // for a sink
+  RowTarget target{};
+  bool is_sound = false;
+};
+
 // Decodes an interval as far as the region needs it. False: it is damaged.
 bool DecodeInterval(const ParallelScan& scan, size_t index, RowAssembler* rows) {
   const DifferenceCode code = CodeOf(scan, index);
@@ -52,20 +62,53 @@ bool DecodeInterval(const ParallelScan& scan, size_t index, RowAssembler* rows) 
          BytesLeftOver(static_cast<size_t>(cursor.at), static_cast<size_t>(code.end)) == 0;
 }
 
+std::unique_ptr<Band> DecodeBand(const ParallelScan& scan, size_t number, RowAssembler* rows) {
+  auto band = std::make_unique<Band>();
+  const int first = static_cast<int>(number) * scan.rows_in_band;
+  const int end = first + scan.rows_in_band;
+  const bool has_memory =
+      OpenBand(scan.place.region, first, end, scan.output, &band->rows, &band->target);
+  if (!has_memory) throw std::bad_alloc();
+  rows->SetTarget(band->target);
+  const auto in_band = static_cast<size_t>(scan.rows_in_band / scan.rows_in_interval);
+  const size_t begin = number * in_band;
+  const size_t last = std::min(begin + in_band, scan.intervals.found.size());
+  band->is_sound = true;
+  for (size_t i = begin; i < last && band->is_sound; ++i) {
+    band->is_sound = DecodeInterval(scan, i, rows);
+  }
+  return band;
+}
+
 Status DecodeIntervals(const ParallelScan& scan, ThreadPool* pool, Progress* progress,
                        bool* is_done) {
-  std::atomic<bool> is_sound{true};
+  const auto count = static_cast<size_t>(DivideUp(scan.rows, scan.rows_in_band));
+  const auto most = static_cast<size_t>(MostBands(static_cast<int64_t>(pool->size())));
+  *is_done = true;
+  // Without a sink no thread has to wait.
+  BandSequence<std::unique_ptr<Band>> bands(count, scan.output->has_sink() ? most : count,
+                                            [&](std::unique_ptr<Band>* band) {
+                                              if ((*band)->is_sound)
+                                                return scan.output->Close((*band)->target);
+                                              *is_done = false;
+                                              return Status::Error("a damaged interval");
+                                            });
   const Status status = RunParallel(
-      pool, scan.intervals.found.size(),
+      pool, count,
       [&] {
         auto rows = std::make_unique<RowAssembler>(scan.place);
-        return [&, rows = std::move(rows)](size_t index) {
-          if (is_sound && !DecodeInterval(scan, index, rows.get())) is_sound = false;
+        return [&, rows = std::move(rows)](size_t) {
+          size_t number = 0;
+          try {
+            if (bands.Enter(&number)) bands.Add(number, DecodeBand(scan, number, rows.get()));
+          } catch (const std::bad_alloc&) {
+            bands.Fail(Status::NoMemory());  // the other threads must not wait for this band
+          }
         };
       },
       progress);
-  *is_done = is_sound;
-  return status;
+  if (!status.ok() || !*is_done) return status;
+  return bands.status();
 }
 
 int64_t MostParts(int64_t threads) { return 3 * threads; }
@@ -78,6 +121,7 @@ class PartPipeline {
         progress_(progress),
         code_(CodeOf(scan, 0)),
         rows_(scan.place),
+        bands_(scan.place.region, scan.rows_in_band, scan.output),
         left_(static_cast<int64_t>(scan.place.width) * scan.rows) {
     rows_.Start(0);
     const int64_t count = code_.end / scan.part_bytes;
@@ -157,9 +201,7 @@ class PartPipeline {
     const std::unique_ptr<DifferencePart> part = std::move(parts_[taken_]);
     lock->unlock();
     const bool is_sound = part->Join(code_, &cursor_, &left_);
-    if (is_sound) {
-      for (const McuRun& run : part->Runs()) rows_.Take(run);
-    }
+    const Status status = is_sound ? TakeRuns(part->Runs()) : Status();
     const bool stops = Stops(progress_, rows_.y(), scan_.rows);
     lock->lock();
     storage_.push_back(part->TakeStorage());
@@ -169,8 +211,20 @@ class PartPipeline {
       is_sound_ = false;
       Finish(Status());
     }
+    if (!status.ok()) Finish(status);
     if (stops) Finish(Status::Cancelled());
     if (rows_.y() >= LastRow(scan_)) Finish(Status());
+  }
+
+  Status TakeRuns(const std::vector<McuRun>& runs) {
+    for (const McuRun& run : runs) {
+      for (size_t done = 0; done < run.count && rows_.y() < LastRow(scan_);) {
+        if (Status status = bands_.MoveTo(rows_.y()); !status.ok()) return status;
+        rows_.SetTarget(bands_.target());
+        done += rows_.Take(run, done);
+      }
+    }
+    return rows_.y() < LastRow(scan_) ? Status() : bands_.Finish();
   }
 
   const ParallelScan& scan_;
@@ -178,6 +232,7 @@ class PartPipeline {
   const DifferenceCode code_;
   // Of the thread that takes parts.
   RowAssembler rows_;
+  RowBands bands_;
   DifferenceCursor cursor_;
   int64_t left_;
 

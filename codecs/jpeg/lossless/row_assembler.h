@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <utility>
 
+#include "codecs/jpeg/band_output.h"
 #include "codecs/jpeg/lossless/difference_part.h"
 #include "codecs/jpeg/lossless/prediction.h"
 #include "codecs/jpeg/lossless/rows.h"
@@ -15,14 +16,13 @@
 
 namespace zepcodec::jpeg::lossless {
 
-// What a thread needs to know to store rows.
+// What a thread needs to know to make rows.
 struct RowPlace {
   size_t width;
   size_t components;  // of the scan, which are adjacent channels
   int channel;        // of the first one
   Prediction prediction;
-  Region region;  // the part of the rows that the picture holds
-  Picture* picture;
+  Region region;  // the part of the picture that is wanted
 };
 
 class RowAssembler {
@@ -34,6 +34,8 @@ class RowAssembler {
     }
   }
 
+  // The next rows go to this band of the region.
+  void SetTarget(const RowTarget& target) { target_ = target; }
   // An interval begins with row `y`.
   void Start(int y) {
     y_ = y;
@@ -57,30 +59,31 @@ class RowAssembler {
     }
     if (y_ >= place_.region.y && y_ < place_.region.y + place_.region.height) {
       JoinRows(rows, static_cast<int>(place_.components), place_.prediction.point_transform,
-               place_.channel, place_.region.x, y_ - place_.region.y, place_.picture);
+               place_.channel, place_.region.x, y_ - place_.region.y - target_.y, target_.picture);
     }
     std::swap(rows_, above_);
     is_first_ = false;
     ++y_;
   }
 
-  // The next MCUs of the interval.
-  void Take(const McuRun& run) {
-    for (size_t done = 0; done < run.count;) {
-      const size_t count = std::min(run.count - done, place_.width - x_);
-      for (size_t c = 0; c < place_.components; ++c) {
-        std::copy_n(run.planes[c] + done, count, rows_[c].data() + x_);
-      }
-      done += count;
-      x_ += count;
-      if (x_ < place_.width) return;
+  // Takes the next MCUs of the interval, from number `done` of the run on, up to the end of a row.
+  // Returns how many.
+  size_t Take(const McuRun& run, size_t done) {
+    const size_t count = std::min(run.count - done, place_.width - x_);
+    for (size_t c = 0; c < place_.components; ++c) {
+      std::copy_n(run.planes[c] + done, count, rows_[c].data() + x_);
+    }
+    x_ += count;
+    if (x_ == place_.width) {
       EndRow();
       x_ = 0;
     }
+    return count;
   }
 
  private:
   const RowPlace place_;
+  RowTarget target_{};
   Row rows_[kMostComponents];
   Row above_[kMostComponents];
   size_t x_ = 0;

@@ -29,38 +29,35 @@ void CountCategories(const Row& differences, Counts* counts) {
 
 }  // namespace
 
-RowCoder::RowCoder(const Picture& picture, const EncodeOptions& options)
-    : picture_(picture), options_(options), components_(static_cast<size_t>(picture.channels())) {
+RowCoder::RowCoder(const Picture& form, const EncodeOptions& options)
+    : form_(form), options_(options), components_(static_cast<size_t>(form.channels())) {
   for (size_t c = 0; c < components_; ++c) {
     for (Row* row : {&samples_[c], &above_[c], &differences_[c]}) {
-      row->resize(static_cast<size_t>(picture.width()));
+      row->resize(static_cast<size_t>(form.width()));
     }
   }
-  MoveTo(0);
 }
 
-void RowCoder::MoveTo(int y) {
+void RowCoder::Begin(const RowBand& band) {
   zepiEncodeHuffmanStateInit_JPEG_8u(&state_);
-  y_ = y;
-  if (IsFirstRow(y)) return;
-  --y_;
-  Split();
-  ++y_;
+  band_ = &band;
+  y_ = band.y;
+  if (!IsFirstRow(options_, y_)) Split(band.above, 0);
 }
 
-void RowCoder::Split() {
-  Row* rows[kMostComponents] = {};
-  for (size_t c = 0; c < components_; ++c) rows[c] = &samples_[c];
-  SplitRow(picture_, y_, options_.point_transform, rows);
+void RowCoder::Split(const Picture& rows, int y) {
+  Row* samples[kMostComponents] = {};
+  for (size_t c = 0; c < components_; ++c) samples[c] = &samples_[c];
+  SplitRow(rows, y, options_.point_transform, samples);
 }
 
 // Computes the differences of the next row.
 void RowCoder::Predict() {
-  const Prediction prediction{options_.predictor, picture_.bits(), options_.point_transform};
+  const Prediction prediction{options_.predictor, form_.bits(), options_.point_transform};
   for (size_t c = 0; c < components_; ++c) std::swap(samples_[c], above_[c]);
-  Split();
+  Split(band_->rows, y_ - band_->y);
   for (size_t c = 0; c < components_; ++c) {
-    if (IsFirstRow(y_)) {
+    if (IsFirstRow(options_, y_)) {
       SubtractFirstRow(prediction, samples_[c], &differences_[c]);
     } else {
       SubtractRow(prediction, samples_[c], above_[c], &differences_[c]);
@@ -77,7 +74,7 @@ void RowCoder::Count(std::vector<Counts>* counts) {
 }
 
 Status RowCoder::Code(const std::vector<Table>& tables, bool is_band, CodedBand* band) {
-  if (y_ > 0 && IsFirstRow(y_)) {
+  if (y_ > 0 && IsFirstRow(options_, y_)) {
     if (Status status = Restart(is_band, band); !status.ok()) return status;
   }
   Predict();
@@ -117,12 +114,12 @@ Status RowCoder::CodeRow(const std::vector<Table>* tables, ByteBuffer* bytes) {
     specs[c] = &(*tables)[std::min(c, tables->size() - 1)].spec;
   }
   // A difference takes at most 31 bits, code and extra bits together, and each byte may be stuffed.
-  const size_t room = 8 * (picture_.SamplesInRow() + 2);
+  const size_t room = 8 * (form_.SamplesInRow() + 2);
   const size_t start = bytes->size();
   if (!bytes->MakeRoom(room) || !bytes->Resize(start + room)) return Status::NoMemory();
   int32_t written = 0;
   const zepStatus status = zepiEncodeHuffmanRow_JPEG_16s1u_P4C1(
-      rows, bytes->data() + start, static_cast<int32_t>(room), &written, picture_.width(),
+      rows, bytes->data() + start, static_cast<int32_t>(room), &written, form_.width(),
       static_cast<int32_t>(components_), specs, &state_, tables == nullptr ? 1 : 0);
   if (!bytes->Resize(start + static_cast<size_t>(written))) return Status::NoMemory();
   return status == zepStatusOk ? Status() : Status::Error(zepStatusName(status));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Codes rows of a picture in memory as differences: a thread's share of the encoder.
+// Codes rows of a picture as differences: a thread's share of the encoder.
 #ifndef ZEPJP_CODECS_JPEG_LOSSLESS_ROW_CODER_H_
 #define ZEPJP_CODECS_JPEG_LOSSLESS_ROW_CODER_H_
 
@@ -28,13 +28,27 @@ struct Table {
   zepiEncodeHuffmanSpec spec;
 };
 
+// Rows from y on, and the row above them. That one is missing if nothing is predicted from it.
+struct RowBand {
+  Picture rows;
+  Picture above;
+  int y = 0;
+};
+
+// Whether row y is the first one of a scan or restart interval.
+inline bool IsFirstRow(const EncodeOptions& options, int y) {
+  return y == 0 || (options.restart_rows > 0 && y % options.restart_rows == 0);
+}
+
 class RowCoder {
  public:
-  // Any thread may have one. All arguments must outlive it.
-  RowCoder(const Picture& picture, const EncodeOptions& options);
+  // Any thread may have one. All arguments must outlive it. `form`: of the picture.
+  RowCoder(const Picture& form, const EncodeOptions& options);
 
-  // Rows are coded from this one on.
-  void MoveTo(int y);
+  // The next rows are those of the band. It does not follow the rows before.
+  void Begin(const RowBand& band);
+  // It follows the rows before.
+  void Continue(const RowBand& band) { band_ = &band; }
 
   // Adds the magnitude categories of the next row; components beyond the last entry of `counts`
   // share that one.
@@ -49,17 +63,15 @@ class RowCoder {
   void Describe(CodedBand* band) const;
 
  private:
-  bool IsFirstRow(int y) const {
-    return y == 0 || (options_.restart_rows > 0 && y % options_.restart_rows == 0);
-  }
-  void Split();
+  void Split(const Picture& rows, int y);
   void Predict();
   Status Restart(bool is_band, CodedBand* band);
   Status CodeRow(const std::vector<Table>* tables, ByteBuffer* bytes);
 
-  const Picture& picture_;
+  const Picture& form_;
   const EncodeOptions& options_;
   const size_t components_;
+  const RowBand* band_ = nullptr;
   int y_ = 0;
   Row samples_[kMostComponents];
   Row above_[kMostComponents];

@@ -6,16 +6,17 @@
 
 #include "codecs/jpeg/geometry.h"
 #include "codecs/jpeg/lossless/parallel_scan.h"
+#include "codecs/jpeg/lossless/row_bands.h"
 
 namespace zepcodec::jpeg::lossless {
 
 ScanDecoder::ScanDecoder(const uint8_t* data, size_t size, const MarkerReader& headers,
-                         const Region& region, Picture* picture, Messages* messages)
+                         const Region& region, BandOutput* output, Messages* messages)
     : data_(data),
       size_(size),
       frame_(headers.frame()),
       region_(region),
-      picture_(picture),
+      output_(*output),
       geometry_(frame_, headers.scan()),
       prediction_{headers.scan().predictor(), frame_.precision, headers.scan().point_transform()},
       restart_interval_(headers.restart_interval()),
@@ -55,16 +56,19 @@ Status ScanDecoder::DecodeParts(ThreadPool* pool, int64_t part_bytes, Progress* 
     code.has_one_table =
         code.has_one_table && std::memcmp(tables_[i], tables_[0], sizeof(*tables_[0])) == 0;
   }
-  const RowPlace place = {static_cast<size_t>(geometry_.mcus_per_row),
-                          parts_.size(),
-                          parts_[0].component,
-                          prediction_,
-                          region_,
-                          picture_};
+  const RowPlace place = {static_cast<size_t>(geometry_.mcus_per_row), parts_.size(),
+                          parts_[0].component, prediction_, region_};
   const auto mcus = McusInAnInterval(geometry_.McuCount(), restart_interval_);
-  const ParallelScan scan = {
-      data_, size_, intervals_, geometry_.mcu_rows, static_cast<int>(mcus / geometry_.mcus_per_row),
-      code,  place, part_bytes};
+  const ParallelScan scan = {data_,
+                             size_,
+                             intervals_,
+                             geometry_.mcu_rows,
+                             static_cast<int>(mcus / geometry_.mcus_per_row),
+                             code,
+                             place,
+                             part_bytes,
+                             RowsInABand(geometry_, restart_interval_),
+                             &output_};
   return DecodeOnThreads(scan, pool, progress, is_done);
 }
 
@@ -75,6 +79,7 @@ Status ScanDecoder::Decode(ThreadPool* pool, int64_t part_bytes, Progress* progr
     Status status = DecodeParts(pool, part_bytes, progress, &is_done);
     if (!status.ok() || is_done) return status;
   }
+  RowBands bands(region_, RowsInABand(geometry_, restart_interval_), &output_);
   for (int row = 0; row < geometry_.mcu_rows && FirstLine(row) < RegionEnd(); ++row) {
     if (Stops(progress, row, geometry_.mcu_rows)) return Status::Cancelled();
     const bool is_first = source_.Begin();
@@ -82,11 +87,13 @@ Status ScanDecoder::Decode(ThreadPool* pool, int64_t part_bytes, Progress* progr
     if (!source_.is_passed_over()) {
       DecodeMcuRow();
       Reconstruct(is_first);
+      if (Status status = bands.MoveTo(FirstLine(row)); !status.ok()) return status;
+      target_ = bands.target();
       TakeMcuRow(row);
     }
     source_.End(geometry_.mcus_per_row);
   }
-  return Status();
+  return bands.Finish();
 }
 
 // Intervals above the region are passed over.
@@ -164,7 +171,7 @@ void ScanDecoder::TakeMcuRow(int mcu_row) {
   if (IsPlainScan()) {
     if (mcu_row >= region_.y) {
       JoinRows(rows, count, prediction_.point_transform, parts_[0].component, region_.x,
-               mcu_row - region_.y, picture_);
+               mcu_row - region_.y - target_.y, target_.picture);
     }
   } else {
     for (const Part& part : parts_) {
@@ -187,8 +194,8 @@ void ScanDecoder::TakeLine(const Part& part, const Row& line, int y) {
   const int first = std::max((y * frame_.max_v + v - 1) / v, region_.y);
   const int last = std::min(((y + 1) * frame_.max_v + v - 1) / v, RegionEnd());
   for (int row = first; row < last; ++row) {
-    JoinRows(rows, 1, prediction_.point_transform, part.component, region_.x, row - region_.y,
-             picture_);
+    JoinRows(rows, 1, prediction_.point_transform, part.component, region_.x,
+             row - region_.y - target_.y, target_.picture);
   }
 }
 

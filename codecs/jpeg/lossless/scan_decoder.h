@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "codecs/jpeg/band_output.h"
 #include "codecs/jpeg/lossless/geometry.h"
 #include "codecs/jpeg/lossless/prediction.h"
 #include "codecs/jpeg/lossless/rows.h"
@@ -25,9 +26,8 @@ namespace zepcodec::jpeg::lossless {
 class ScanDecoder {
  public:
   // Decodes the scan that `headers` has just read. All arguments must outlive the decoder.
-  // The picture holds a region of the rows.
   ScanDecoder(const uint8_t* data, size_t size, const MarkerReader& headers, const Region& region,
-              Picture* picture, Messages* messages);
+              BandOutput* output, Messages* messages);
 
   // Decodes as far as the region needs it.
   Status Decode(ThreadPool* pool, int64_t part_bytes, Progress* progress);
@@ -59,7 +59,8 @@ class ScanDecoder {
   size_t size_;
   const Frame& frame_;
   const Region region_;
-  Picture* picture_;
+  BandOutput& output_;
+  RowTarget target_{};  // of the rows at hand
   ScanGeometry geometry_;
   Prediction prediction_;
   int restart_interval_;

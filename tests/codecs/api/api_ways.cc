@@ -58,6 +58,15 @@ void AddLosslessJpeg(List* list) {
   });
   list->Add("lossless JPEG inks", kFormat, kCmyk8,
             [](Way* way) { way->lossless_jpeg.point_transform = 2; });
+  const std::pair<const char*, Shape> kUsual[] = {
+      {"RGB", kRgb8}, {"grey", kGrey16}, {"inks", kCmyk8}};
+  for (const auto& [name, shape] : kUsual) {
+    const std::string full = std::string("lossless JPEG usual table ") + name;
+    list->Add(full.c_str(), kFormat, shape, [](Way* way) {
+      way->lossless_jpeg.predictor = 5;
+      way->lossless_jpeg.has_usual_table = 1;
+    });
+  }
 }
 
 void AddJpeg2000(List* list) {

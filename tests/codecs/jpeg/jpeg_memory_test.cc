@@ -2,6 +2,7 @@
 // What the JPEG decoders say that they need is what they take, and not much more.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <utility>
 
@@ -22,6 +23,31 @@ using zepcodec::PixelLayout;
 class Discard : public zepcodec::RowSink {
  public:
   zepcodec::Status Take(const zepcodec::Picture&, int) override { return {}; }
+};
+
+class DiscardBytes : public zepcodec::ByteSink {
+ public:
+  zepcodec::Status Write(const uint8_t*, size_t) override { return {}; }
+};
+
+// Copies of the rows of a picture, as a callback makes them.
+class CopiedRows : public zepcodec::RowSource {
+ public:
+  explicit CopiedRows(const zepcodec::Picture& picture) : picture_(picture) {
+    (void)form_.BorrowLike(picture, nullptr, picture.width(), picture.height());
+  }
+  const zepcodec::Picture& form() const override { return form_; }
+
+ protected:
+  zepcodec::Status Read(int y, int count, zepcodec::Picture* rows) override {
+    if (!rows->ResizeLike(picture_, picture_.width(), count)) return zepcodec::Status::NoMemory();
+    std::copy_n(picture_.Row(y), rows->SizeInBytes(), rows->Row(0));
+    return {};
+  }
+
+ private:
+  const zepcodec::Picture& picture_;
+  zepcodec::Picture form_;
 };
 
 void ExpectNeed(const Bytes& file, int scale) {
@@ -111,14 +137,26 @@ TEST(JpegMemory, SeveralScansAndDeepSamples) {
   ExpectNeed(pictures::ToBytes(file), 1);
 }
 
+zepcodec::Picture Steps(int width, int height, int bits) {
+  zepcodec::Picture picture;
+  EXPECT_TRUE(picture.Resize(width, height, PixelLayout::kRgb, bits));
+  for (size_t i = 0; i < picture.SampleCount(); ++i) picture.Set(i, static_cast<int>(i * 7 & 255));
+  return picture;
+}
+
+// Decodes, and returns the most memory.
+int64_t PeakOfLossless(const Bytes& file, const ljpeg::DecodeOptions& options) {
+  return PeakOf([&] {
+    ljpeg::FileInfo info;
+    zepcodec::Picture back;
+    EXPECT_TRUE(ljpeg::Decode(file.data(), file.size(), options, &back, &info).ok());
+  });
+}
+
 TEST(JpegMemory, Lossless) {
   for (const int bits : {8, 16}) {
     for (const int restart_rows : {0, 1}) {
-      zepcodec::Picture picture;
-      ASSERT_TRUE(picture.Resize(701, 433, zepcodec::PixelLayout::kRgb, bits));
-      for (size_t i = 0; i < picture.SampleCount(); ++i) {
-        picture.Set(i, static_cast<int>(i * 7 & 255));
-      }
+      const zepcodec::Picture picture = Steps(701, 433, bits);
       ljpeg::EncodeOptions options;
       options.restart_rows = restart_rows;
       ASSERT_TRUE(jpeg::AddExif(Bytes(60000), &options.metadata));
@@ -131,16 +169,58 @@ TEST(JpegMemory, Lossless) {
         decode.threads = threads;
         decode.part_bytes = 20000;
         const int64_t need = ljpeg::MemoryNeed(info, decode);
-        const int64_t taken = PeakOf([&] {
-          ljpeg::FileInfo again;
-          zepcodec::Picture back;
-          EXPECT_TRUE(ljpeg::Decode(file.data(), file.size(), decode, &back, &again).ok());
-        });
+        const int64_t taken = PeakOfLossless(pictures::ToBytes(file), decode);
         EXPECT_LE(taken, need);
         if (threads == 1) {
           EXPECT_GE(taken, need * 6 / 10);
         }
       }
+    }
+  }
+}
+
+// Rows take no more than their need. A picture four times as high takes no more on one thread; the
+// list of intervals may grow.
+TEST(JpegMemory, LosslessByRows) {
+  for (const int restart_rows : {0, 1, 7}) {
+    for (const int threads : {1, 2, 4}) {
+      SCOPED_TRACE(testing::Message() << restart_rows << " " << threads);
+      int64_t decoding[2] = {};
+      int64_t encoding[2] = {};
+      for (const int times : {1, 4}) {
+        const zepcodec::Picture picture = Steps(301, 1000 * times, 16);
+        ljpeg::EncodeOptions encode;
+        encode.predictor = 4;
+        encode.restart_rows = restart_rows;
+        encode.tables = ljpeg::Tables::kFixed;
+        encode.threads = threads;
+        DiscardBytes sink;
+        encode.sink = &sink;
+        encoding[times / 4] = PeakOf([&] {
+          CopiedRows rows(picture);
+          zepcodec::ByteBuffer rest;
+          EXPECT_TRUE(ljpeg::Encode(&rows, encode, &rest).ok());
+        });
+        encode.sink = nullptr;
+        zepcodec::ByteBuffer made;
+        ASSERT_TRUE(ljpeg::Encode(picture, encode, &made).ok());
+        const Bytes file = pictures::ToBytes(made);
+        Discard rows;
+        ljpeg::DecodeOptions decode;
+        decode.rows = &rows;
+        decode.threads = threads;
+        decode.part_bytes = 4000;
+        ljpeg::FileInfo info;
+        ASSERT_TRUE(ljpeg::ReadFileInfo(file.data(), file.size(), &info).ok());
+        decoding[times / 4] = PeakOfLossless(file, decode);
+        EXPECT_LE(decoding[times / 4], ljpeg::MemoryNeed(info, decode));
+        EXPECT_LT(decoding[times / 4], 400000 * threads + 400000);
+        EXPECT_LT(encoding[times / 4], 2500000 * threads);
+      }
+      if (threads > 1) continue;
+      const int64_t lists = restart_rows > 0 ? 3000 / restart_rows * 96 : 0;
+      EXPECT_LE(decoding[1], decoding[0] + lists + 4096);
+      EXPECT_LE(encoding[1], encoding[0] + 4096);
     }
   }
 }

@@ -57,6 +57,42 @@ ljpeg::DecodeOptions OnThreads(int threads) {
   return options;
 }
 
+// Puts the rows together again.
+class Collect : public zepcodec::RowSink {
+ public:
+  Status Take(const Picture& rows, int y) override {
+    EXPECT_EQ(y, height_);
+    height_ = y + rows.height();
+    bytes_.insert(bytes_.end(), rows.Row(0), rows.Row(0) + rows.SizeInBytes());
+    EXPECT_TRUE(last_.ResizeLike(rows, rows.width(), 1));
+    return Status();
+  }
+  Picture Whole() const {
+    Picture picture;
+    if (height_ == 0) return picture;
+    EXPECT_TRUE(picture.ResizeLike(last_, last_.width(), height_));
+    EXPECT_EQ(picture.SizeInBytes(), bytes_.size());
+    if (picture.SizeInBytes() == bytes_.size()) {
+      std::copy(bytes_.begin(), bytes_.end(), picture.Row(0));
+    }
+    return picture;
+  }
+
+ private:
+  Bytes bytes_;
+  Picture last_;
+  int height_ = 0;
+};
+
+Decoded DecodeRows(const Bytes& file, ljpeg::DecodeOptions options) {
+  Collect rows;
+  options.rows = &rows;
+  Decoded result = Decode(file, options);
+  EXPECT_EQ(result.picture.width(), 0);
+  result.picture = rows.Whole();
+  return result;
+}
+
 void ExpectEqual(const Decoded& expected, const Decoded& decoded) {
   EXPECT_EQ(expected.status.text(), decoded.status.text());
   EXPECT_EQ(expected.messages, decoded.messages);
@@ -108,12 +144,15 @@ TEST(LjpegThreads, FilesPicturesAndRegionsAreTheSame) {
       encode.threads = threads;
       ASSERT_EQ(Encode(picture, encode), file) << threads;
       ExpectEqual(whole, Decode(file, OnThreads(threads)));
+      ExpectEqual(whole, DecodeRows(file, OnThreads(threads)));
     }
+    ExpectEqual(whole, DecodeRows(file, {}));
     ASSERT_TRUE(Cut(region, &whole.picture).ok());
     for (const int threads : {1, 2, 5}) {
       ljpeg::DecodeOptions options = OnThreads(threads);
       options.region = {region, zepcodec::Turn()};
       ExpectEqual(whole, Decode(file, options));
+      ExpectEqual(whole, DecodeRows(file, options));
     }
   }
 }
@@ -140,6 +179,7 @@ TEST(LjpegThreads, DamagedFilesAreTheSame) {
     }
     const Decoded whole = Decode(file, {});
     for (const int threads : {2, 3}) ExpectEqual(whole, Decode(file, OnThreads(threads)));
+    for (const int threads : {1, 2, 3}) ExpectEqual(whole, DecodeRows(file, OnThreads(threads)));
     if (!whole.status.ok()) continue;
     Decoded part;
     ASSERT_TRUE(part.picture.ResizeLike(whole.picture, picture.width(), picture.height()));
@@ -155,6 +195,37 @@ TEST(LjpegThreads, DamagedFilesAreTheSame) {
       EXPECT_TRUE(pictures::Same(part.picture, decoded.picture)) << threads;
       if (threads == 1) messages = decoded.messages;
       EXPECT_EQ(decoded.messages, messages);
+      ExpectEqual(decoded, DecodeRows(file, options));
+    }
+  }
+}
+
+// A sink that fails ends the call, also while intervals are decoded on threads.
+TEST(LjpegThreads, EndWhereTheSinkFails) {
+  class Failing : public zepcodec::RowSink {
+   public:
+    explicit Failing(int most) : most_(most) {}
+    Status Take(const Picture&, int) override {
+      return calls_++ < most_ ? Status() : Status::WriteFailed();
+    }
+    int calls() const { return calls_; }
+
+   private:
+    int most_;
+    int calls_ = 0;
+  };
+  for (const int restart_rows : {0, 1, 30}) {
+    ljpeg::EncodeOptions encode;
+    encode.restart_rows = restart_rows;
+    const Bytes file = Encode(pictures::Noisy(700, 600, 3, 8), encode);
+    for (const int most : {0, 1, 7}) {
+      for (const int threads : {1, 2, 4}) {
+        Failing rows(most);
+        ljpeg::DecodeOptions decode = OnThreads(threads);
+        decode.rows = &rows;
+        EXPECT_EQ(Decode(file, decode).status.kind(), Status::Kind::kWriteFailed);
+        EXPECT_EQ(rows.calls(), most + 1);
+      }
     }
   }
 }
