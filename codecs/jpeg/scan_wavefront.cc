@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "codecs/jpeg/scan_wavefront.h"
 
+#include <algorithm>
 #include <climits>
 #include <new>
+#include <utility>
 
 #include "codecs/support/parallel.h"
 
@@ -17,12 +19,28 @@ int BlocksDown(const Scan& scan, const ScanWalk& walk, int component) {
   return 0;
 }
 
+bool HasDc(const Scan& scan) { return scan.first == 0; }
+bool HasAc(const Scan& scan) { return scan.last > 0; }
+
+bool ShareComponent(const Scan& a, const Scan& b) {
+  return std::any_of(a.components.begin(), a.components.end(), [&](const ScanComponent& one) {
+    return std::any_of(b.components.begin(), b.components.end(),
+                       [&](const ScanComponent& other) { return one.index == other.index; });
+  });
+}
+
+// Whether the later of two scans needs the coefficients of the earlier one.
+bool Depends(const Scan& later, const Scan& earlier) {
+  const bool is_related = (HasDc(later) && HasDc(earlier)) || (HasAc(later) && HasAc(earlier));
+  return is_related && ShareComponent(later, earlier);
+}
+
 }  // namespace
 
 class ScanWavefront::Gate : public RowGate {
  public:
   Gate(ScanWavefront* wavefront, size_t index)
-      : wavefront_(*wavefront), index_(index), scan_(*wavefront->scans_[index]) {}
+      : wavefront_(*wavefront), index_(index), scan_(*wavefront->order_[index]) {}
 
   bool Enter(int row) override {
     if (row < free_rows_) return true;
@@ -66,14 +84,44 @@ void ScanWavefront::Add(const Scan& scan, const Tables& tables, size_t begin, si
   scans_.push_back(std::move(planned));
 }
 
+// Sorts by the bytes of a scan and of all that depend on it, which are fewer bytes.
+std::vector<ScanWavefront::PlannedScan*> ScanWavefront::InOrderOfWork() const {
+  const size_t count = scans_.size();
+  std::vector<std::vector<bool>> needs(count, std::vector<bool>(count));
+  std::vector<std::pair<size_t, PlannedScan*>> work;
+  for (size_t i = count; i-- > 0;) {
+    size_t bytes = 0;
+    for (size_t later = i; later < count; ++later) {
+      needs[i][later] = later == i || Depends(scans_[later]->scan, scans_[i]->scan);
+    }
+    for (size_t middle = i + 1; middle < count; ++middle) {
+      if (!needs[i][middle]) continue;
+      for (size_t later = middle; later < count; ++later) {
+        if (needs[middle][later]) needs[i][later] = true;
+      }
+    }
+    for (size_t later = i; later < count; ++later) {
+      const PlannedScan& scan = *scans_[later];
+      if (needs[i][later]) bytes += scan.end - scan.begin + 1;
+    }
+    work.push_back({bytes, scans_[i].get()});
+  }
+  std::reverse(work.begin(), work.end());
+  std::stable_sort(work.begin(), work.end(),
+                   [](const auto& a, const auto& b) { return a.first > b.first; });
+  std::vector<PlannedScan*> order;
+  for (const auto& [bytes, scan] : work) order.push_back(scan);
+  return order;
+}
+
 // Whether the scans before have passed all blocks of a row of a scan's MCUs.
 bool ScanWavefront::IsFree(size_t index, int row) const {
-  const PlannedScan& scan = *scans_[index];
+  const PlannedScan& scan = *order_[index];
   for (size_t i = 0; i < scan.walk.parts.size(); ++i) {
     const int component = scan.scan.components[i].index;
     const int64_t bottom = (int64_t{row} + 1) * scan.walk.parts[i].down;
     for (size_t before = 0; before < index; ++before) {
-      const PlannedScan& other = *scans_[before];
+      const PlannedScan& other = *order_[before];
       const int64_t down = BlocksDown(other.scan, other.walk, component);
       if (down > 0 && other.rows_done < INT_MAX && other.rows_done * down < bottom) return false;
     }
@@ -82,7 +130,7 @@ bool ScanWavefront::IsFree(size_t index, int row) const {
 }
 
 void ScanWavefront::Decode(size_t index) {
-  PlannedScan& scan = *scans_[index];
+  PlannedScan& scan = *order_[index];
   const ScanTask task = {
       data_,          size_, scan.begin, scan.scan, scan.walk, scan.tables, scan.restart_interval,
       scan.shows_lost};
@@ -103,6 +151,7 @@ void ScanWavefront::Fail() {
 }
 
 Status ScanWavefront::Run(ThreadPool* pool, Progress* progress, bool* is_sound) {
+  order_ = InOrderOfWork();
   const Status status = RunParallel(
       pool, scans_.size(),
       [&] {

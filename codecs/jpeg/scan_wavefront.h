@@ -3,8 +3,14 @@
 //
 // A scan refines the coefficients that earlier scans left in a block, so these scans must have passed
 // the block, but they need not be complete. All scans can go through the picture at the same time,
-// each some rows after the one it refines. Threads take the scans in their order. Before each row, a
-// scan waits until all earlier scans of the same components have passed the row's blocks.
+// each some rows after the one it refines. Before each row, a scan waits until all scans before it
+// with the same components have passed the row's blocks.
+//
+// Threads take the scans in an order that leaves no thread without work at the end: the scans that
+// most coded bytes depend on come first. A scan depends on earlier scans of the same component if
+// both have DC coefficients, or both have AC coefficients. So a scan of DC may change places with
+// one of AC. But the two must not be in the same block at the same time: the decoders of AC
+// coefficients put back the whole block where they try a second time.
 //
 // As in ScanPipeline, any fault ends the work, and the file is decoded scan by scan.
 #ifndef ZEPJP_CODECS_JPEG_SCAN_WAVEFRONT_H_
@@ -56,6 +62,7 @@ class ScanWavefront {
     int rows_done = 0;  // of MCUs; INT_MAX: all. Guarded by the mutex
   };
 
+  std::vector<PlannedScan*> InOrderOfWork() const;
   void Decode(size_t index);
   bool IsFree(size_t index, int row) const;
   void Fail();
@@ -65,6 +72,7 @@ class ScanWavefront {
   const Geometry& geometry_;
   Coefficients* coefficients_;
   std::vector<std::unique_ptr<PlannedScan>> scans_;
+  std::vector<PlannedScan*> order_;  // in which threads take them
 
   std::mutex mutex_;
   std::condition_variable has_changed_;

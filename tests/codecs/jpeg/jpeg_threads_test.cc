@@ -129,6 +129,29 @@ TEST_P(JpegThreads, ProgressiveFilesBecomeTheSamePictures) {
   }
 }
 
+// Threads take the scans in another order than that of the file.
+TEST(JpegScanOrder, AnyScriptMakesTheSamePicture) {
+  const char* const kScripts[] = {
+      "0,1,2: 0-0, 0, 2; 2: 1-63, 0, 1; 0: 1-63, 0, 2; 0,1,2: 0-0, 2, 1; 1: 1-9, 0, 0;"
+      "0: 1-63, 2, 1; 0,1,2: 0-0, 1, 0; 1: 10-63, 0, 0; 0: 1-63, 1, 0; 2: 1-63, 1, 0;",
+      "0: 0-0, 0, 0; 1,2: 0-0, 0, 1; 0: 1-5, 0, 0; 0: 6-63, 0, 0; 1: 1-63, 0, 0; 1: 0-0, 1, 0;"
+      "2: 0-0, 1, 0; 2: 1-63, 0, 3; 2: 1-63, 3, 2; 2: 1-63, 2, 1; 2: 1-63, 1, 0;",
+      "0; 1,2;"};
+  const zepcodec::Picture picture = pictures::Detailed(601, 487, PixelLayout::kRgb);
+  for (const char* script : kScripts) {
+    SCOPED_TRACE(script);
+    jpeg::EncodeOptions options;
+    ASSERT_TRUE(jpeg::ParseScript(script, &options.script).ok());
+    const Bytes file = Encode(picture, options);
+    ExpectEqualOnAll(file);
+    Bytes damaged = file;
+    damaged[damaged.size() / 2] ^= 0x10;
+    ExpectEqualOnAll(damaged);
+    Bytes cut(file.begin(), file.begin() + static_cast<ptrdiff_t>(file.size() / 3));
+    ExpectEqualOnAll(cut);
+  }
+}
+
 TEST_P(JpegThreads, CoefficientsAreTheSame) {
   jpeg::EncodeOptions options = OptionsOf(GetParam());
   options.progressive = true;
