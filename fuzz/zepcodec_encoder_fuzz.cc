@@ -47,6 +47,7 @@ void ReadJpeg(Input* input, Call* call) {
   call->lossless_jpeg.predictor = Pick(input, 9);
   call->lossless_jpeg.point_transform = Pick(input, 2) * Pick(input, 17);
   call->lossless_jpeg.restart_rows = Pick(input, 4);
+  call->lossless_jpeg.has_usual_table = flags & 1;
 }
 
 void ReadJpeg2000(Input* input, Call* call) {

@@ -49,9 +49,13 @@ class Decoder {
   std::thread thread_;
 };
 
-// Tiles for formats whose encoders would otherwise need the whole picture.
-void ChooseTiles(Format format, Settings* settings, Picture* picture) {
+// A table or tiles for formats whose encoders would otherwise need the whole picture.
+void ChooseCoding(Format format, Settings* settings, Picture* picture) {
   constexpr int32_t kSide = 1024;
+  if (format == Format::kLosslessJpeg) {
+    settings->lossless_jpeg.has_usual_table = 1;
+    picture->notes.emplace_back("a picture of this size is written with a usual Huffman table");
+  }
   const bool is_jpeg2000 = format == Format::kJp2 || format == Format::kJ2k;
   if (!is_jpeg2000 && format != Format::kJpegXr) return;
   int32_t* const width =
@@ -87,7 +91,7 @@ void ConvertByRows(Settings settings, RowInput* input, const OnProgress& on_prog
   // Whether all is opaque is only known after the last row.
   const bool is_opaque = !HasAlpha(input->form().layout);
   const Form form = AdjustHead(settings, format, input->form(), is_opaque, &picture);
-  ChooseTiles(format, &settings, &picture);
+  ChooseCoding(format, &settings, &picture);
   zepcPixels shape = zepc::Make<zepcPixels>();
   shape.width = result->width = input->width();
   shape.height = result->height = input->height();

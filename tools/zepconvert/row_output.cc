@@ -57,7 +57,6 @@ bool TakesRows(const Settings& settings, Format format) {
     case Format::kJ2k: return IsLossless(settings, format);
     case Format::kDds:
       return settings.dds.has_mipmaps == 0 && settings.dds.texture != zepcTextureBc5;
-    case Format::kLosslessJpeg:
     case Format::kHdr:
     case Format::kUnknown: return false;
     default: return true;

@@ -61,6 +61,13 @@ class RowsTest(ToolCase):
             self.run_tool(output, "again.ppm")
             self.assertEqual(read_pnm(self.path("again.ppm"))[3], self.samples)
 
+    def test_a_usual_table_is_chosen(self):
+        done = self.run_tool(*ROWS, "in.ppm", "rows.ljpg")
+        self.assertIn("usual Huffman table", done)
+        self.run_tool("rows.ljpg", "again.ppm")
+        self.assertEqual(read_pnm(self.path("again.ppm"))[3], self.samples)
+        self.same("rows.ljpg", "ppm")
+
     def test_opacity_is_laid_over_white_or_kept(self):
         self.write("in.png", png(WIDTH, HEIGHT, 4, picture(100, 55, 4) * (WIDTH * HEIGHT // 5500)))
         self.same("in.png", "jpg")
