@@ -40,36 +40,44 @@ bool Depends(const Scan& later, const Scan& earlier) {
 class ScanWavefront::Gate : public RowGate {
  public:
   Gate(ScanWavefront* wavefront, size_t index)
-      : wavefront_(*wavefront), index_(index), scan_(*wavefront->order_[index]) {}
+      : wavefront_(*wavefront),
+        index_(index),
+        scan_(*wavefront->order_[index]),
+        rows_at_once_(std::clamp(scan_.walk.mcu_rows / kParts, kFewestRows, kMostRows)) {}
 
   bool Enter(int row) override {
     if (row < free_rows_) return true;
+    const int end = std::min(row + rows_at_once_, scan_.walk.mcu_rows);
     std::unique_lock<std::mutex> lock(wavefront_.mutex_);
-    ++wavefront_.waiting_;
-    wavefront_.has_changed_.wait(
-        lock, [&] { return !wavefront_.is_sound_ || wavefront_.IsFree(index_, row); });
-    --wavefront_.waiting_;
+    if (!wavefront_.IsFree(index_, row)) {
+      ++wavefront_.waiting_;
+      wavefront_.has_changed_.wait(
+          lock, [&] { return !wavefront_.is_sound_ || wavefront_.IsFree(index_, end - 1); });
+      --wavefront_.waiting_;
+    }
     if (!wavefront_.is_sound_) return false;
     free_rows_ = row + 1;
-    // Rows in advance, as far as they are free already: not to ask for each.
-    while (free_rows_ < row + kRowsInAdvance && wavefront_.IsFree(index_, free_rows_)) ++free_rows_;
+    while (free_rows_ < end && wavefront_.IsFree(index_, free_rows_)) ++free_rows_;
     return true;
   }
 
   void Leave(int rows) override {
-    if (rows < told_ + kRowsInAdvance) return;
+    if (rows < told_ + rows_at_once_) return;
     const std::lock_guard<std::mutex> lock(wavefront_.mutex_);
     scan_.rows_done = told_ = rows;
     if (wavefront_.waiting_ > 0) wavefront_.has_changed_.notify_all();
   }
 
  private:
-  // Progress is published, and looked up, once for this number of rows.
-  static constexpr int kRowsInAdvance = 4;
+  // A thread that sleeps for each row would take longer than its scan.
+  static constexpr int kParts = 32;
+  static constexpr int kFewestRows = 4;
+  static constexpr int kMostRows = 32;
 
   ScanWavefront& wavefront_;
   size_t index_;
   PlannedScan& scan_;
+  const int rows_at_once_;  // for which progress is told, and asked for
   int free_rows_ = 0;
   int told_ = 0;
 };
