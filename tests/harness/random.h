@@ -6,9 +6,11 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 #include <limits>
 #include <random>
 #include <string>
+#include <vector>
 
 namespace harness {
 
@@ -23,6 +25,17 @@ inline bool Exhaustive() {
 }
 
 using Random = std::mt19937;
+
+// All values where tests run in full, otherwise one of them.
+template <class T>
+std::vector<T> AllOrOne(const std::vector<T>& values, Random& random) {
+  if (Exhaustive()) return values;
+  return {values[random() % values.size()]};
+}
+template <class T>
+std::vector<T> AllOrOne(std::initializer_list<T> values, Random& random) {
+  return AllOrOne(std::vector<T>(values), random);
+}
 
 enum class Pattern { kMin, kMax, kAlternating, kRamp, kNearLimits, kSmall, kRandom };
 constexpr Pattern kPatterns[] = {Pattern::kMin,   Pattern::kMax,        Pattern::kAlternating,
@@ -58,6 +71,15 @@ void FillPattern(T* data, size_t count, Pattern pattern, Random& random) {
     std::memcpy(bytes + i * sizeof(T), &value, sizeof(T));
   }
 }
+
+// Compiled once, with the optimization of the libraries: the tests themselves may have none.
+extern template void FillPattern(int8_t*, size_t, Pattern, Random&);
+extern template void FillPattern(uint8_t*, size_t, Pattern, Random&);
+extern template void FillPattern(int16_t*, size_t, Pattern, Random&);
+extern template void FillPattern(uint16_t*, size_t, Pattern, Random&);
+extern template void FillPattern(int32_t*, size_t, Pattern, Random&);
+extern template void FillPattern(uint32_t*, size_t, Pattern, Random&);
+extern template void FillPattern(float*, size_t, Pattern, Random&);
 
 }  // namespace harness
 
