@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "harness/random.h"
 #include "tests/codecs/api/api_ways.h"
 
 namespace {
@@ -29,21 +30,23 @@ zepcRect AnyRegion(int32_t width, int32_t height, std::mt19937* random) {
   return region;
 }
 
-// The corners, the whole, and some at random.
+// The whole, corners and lines, and some at random; in a sample, one fixed and one at random.
 std::vector<zepcRect> Regions(int32_t width, int32_t height, std::mt19937* random) {
   std::vector<zepcRect> regions = {{0, 0, width, height},
                                    {0, 0, 1, 1},
                                    {width - 1, height - 1, 1, 1},
                                    {width / 2, 0, 1, height},
                                    {0, height / 2, width, 1}};
-  for (int i = 0; i < 3; ++i) regions.push_back(AnyRegion(width, height, random));
+  regions = harness::AllOrOne(regions, *random);
+  const int others = harness::Exhaustive() ? 3 : 1;
+  for (int i = 0; i < others; ++i) regions.push_back(AnyRegion(width, height, random));
   return regions;
 }
 
 void ExpectParts(const Bytes& file, zepcDecodeOptions options) {
   static std::mt19937 random(16);
+  static size_t turn = 0;
   const Image whole = DecodeToImage(file, &options);
-  size_t turn = 0;
   for (const zepcRect& region : Regions(whole.width, whole.height, &random)) {
     options.region = region;
     options.threads = kThreads[turn++ % std::size(kThreads)];
@@ -171,16 +174,17 @@ Bytes Damaged(Bytes file, std::mt19937* random) {
 
 TEST(ApiParts, DamageIsTheSameForAllNumbersOfThreads) {
   std::mt19937 random(17);
+  const int rounds = harness::Exhaustive() ? 5 : 2;
   for (const Way& way : Ways()) {
     SCOPED_TRACE(way.name);
     const Bytes file = FileOf(way);
-    for (int i = 0; i < 5; ++i) {
+    for (int i = 0; i < rounds; ++i) {
       const Bytes damaged = Damaged(file, &random);
       auto options = Sized<zepcDecodeOptions>();
       options.keeps_damaged = 1;
       options.threads = 1;
       const Outcome wanted = TryDecode(damaged, options);
-      for (const int32_t threads : {2, 5}) {
+      for (const int32_t threads : harness::AllOrOne({2, 5}, random)) {
         options.threads = threads;
         ASSERT_TRUE(wanted == TryDecode(damaged, options)) << i << ", " << threads << " threads";
       }

@@ -5,14 +5,18 @@
 
 #include <algorithm>
 #include <cstring>
+#include <numeric>
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "harness/random.h"
 #include "tests/codecs/api/api_ways.h"
 
 namespace {
 
 using namespace api_pictures;
+using harness::AllOrOne;
 
 struct Collected {
   Image image;
@@ -45,11 +49,12 @@ Image DecodeByRows(const Bytes& file, zepcDecodeOptions options) {
 }
 
 TEST(ApiRows, OfDecodersMakeThePicture) {
+  harness::Random random(harness::Seed());
   for (const Way& way : Ways()) {
     SCOPED_TRACE(way.name);
     const Bytes file = FileOf(way);
-    for (const zepcLayout layout : {zepcLayoutNative, zepcLayoutBgra}) {
-      for (const int32_t threads : {1, 2, 6}) {
+    for (const zepcLayout layout : AllOrOne({zepcLayoutNative, zepcLayoutBgra}, random)) {
+      for (const int32_t threads : AllOrOne({1, 2, 6}, random)) {
         auto options = Sized<zepcDecodeOptions>();
         options.layout = layout;
         options.threads = threads;
@@ -147,10 +152,11 @@ void CloseLastBox(const Bytes& like, Bytes* file) {
 }
 
 TEST(ApiRows, MakeTheSameFile) {
+  harness::Random random(harness::Seed());
   for (const Way& way : Ways()) {
     SCOPED_TRACE(way.name);
     const Image image = PictureFor(way);
-    for (const int32_t threads : {1, 2, 6}) {
+    for (const int32_t threads : AllOrOne({1, 2, 6}, random)) {
       zepcEncodeOptions options = way.Options();
       options.threads = threads;
       const Bytes wanted = Encode(image, options);
@@ -178,24 +184,27 @@ TEST(ApiRows, WithBlueFirst) {
   }
 }
 
-// Each callback can end the call, at each of its calls.
+// Each callback can end the call, at each of its calls; a sample takes one of them.
 TEST(ApiRows, CallbacksEndTheCall) {
+  harness::Random random(harness::Seed());
   for (const Way& way : Ways()) {
     SCOPED_TRACE(way.name);
     const Image image = PictureFor(way);
-    for (const int32_t threads : {1, 3}) {
+    for (const int32_t threads : AllOrOne({1, 3}, random)) {
       zepcEncodeOptions options = way.Options();
       options.threads = threads;
       Supplier counting(image);
       Received all;
       ASSERT_EQ(EncodeRows(&counting, options, &all), zepcStatusOk);
-      for (const int32_t stop : {1, counting.calls / 2 + 1, counting.calls}) {
+      for (const int32_t stop : AllOrOne({1, counting.calls / 2 + 1, counting.calls}, random)) {
         Supplier supplier(image);
         supplier.fails_at = stop;
         Received file;
         EXPECT_EQ(EncodeRows(&supplier, options, &file), zepcStatusCancelled);
       }
-      for (int32_t stop = 1; stop <= all.calls; ++stop) {
+      std::vector<int32_t> calls(static_cast<size_t>(all.calls));
+      std::iota(calls.begin(), calls.end(), 1);
+      for (const int32_t stop : AllOrOne(calls, random)) {
         Supplier supplier(image);
         Received file;
         file.fails_at = stop;

@@ -4,16 +4,17 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <random>
 #include <string>
 #include <vector>
 
+#include "harness/random.h"
 #include "tests/codecs/api/api_ways.h"
 #include "tests/codecs/support/refused_threads.h"
 
 namespace {
 
 using namespace api_pictures;
+using harness::AllOrOne;
 
 // Large enough to be divided among threads.
 struct Work {
@@ -63,9 +64,10 @@ void ExpectSame(const Work& work, int32_t threads) {
 }
 
 TEST(ApiThreads, ChangeNothing) {
+  harness::Random random(harness::Seed());
   for (const Work& work : Works()) {
     SCOPED_TRACE(work.way->name);
-    for (const int32_t threads : {3, 16}) ExpectSame(work, threads);
+    for (const int32_t threads : AllOrOne({3, 16}, random)) ExpectSame(work, threads);
   }
 }
 
@@ -81,9 +83,10 @@ TEST(ApiThreads, OneStartsNone) {
 
 TEST(ApiThreads, FewerDoTheWorkIfTheSystemRefusesSome) {
   if (!refused_threads::CanRefuse()) GTEST_SKIP() << "threads cannot be refused here";
+  harness::Random random(harness::Seed());
   for (const Work& work : Works()) {
     SCOPED_TRACE(work.way->name);
-    for (const int allowed : {0, 2}) {
+    for (const int allowed : AllOrOne({0, 2}, random)) {
       const refused_threads::After refuse(allowed);
       ExpectSame(work, 4);
       EXPECT_LE(refused_threads::Started(), allowed);
@@ -100,11 +103,11 @@ struct Stop {
 int32_t OnProgress(void* user, double) { return --static_cast<Stop*>(user)->left == 0 ? 1 : 0; }
 
 TEST(ApiThreads, EndWhenTheCallerSaysSo) {
-  std::mt19937 random(5);
+  harness::Random random(harness::Seed());
   std::uniform_int_distribution<int32_t> any(1, 40);
   for (const Work& work : Works()) {
     SCOPED_TRACE(work.way->name);
-    for (const int32_t threads : {1, 2, 6}) {
+    for (const int32_t threads : AllOrOne({1, 2, 6}, random)) {
       Stop encoding(any(random));
       zepcEncodeOptions encode = EncodeOptions(*work.way, threads);
       encode.progress = OnProgress;

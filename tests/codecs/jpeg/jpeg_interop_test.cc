@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "harness/random.h"
 #include "tests/codecs/jpeg/jpeg_files.h"
 #include "tests/codecs/jpeg/libjpeg_codec.h"
 #include "tests/codecs/support/pictures.h"
@@ -91,10 +92,11 @@ std::string Name(const Size& size, const Settings& settings) {
 class JpegInterop : public ::testing::TestWithParam<PixelLayout> {};
 
 TEST_P(JpegInterop, TheirFilesDecodeHere) {
+  harness::Random random(harness::Seed());
   for (const Size& size : kSizes) {
     const zepcodec::Picture image = pictures::Detailed(size.width, size.height, GetParam());
     for (const auto& factors : kFactors) {
-      for (const int quality : {20, 75, 90, 100}) {
+      for (const int quality : harness::AllOrOne({20, 75, 90, 100}, random)) {
         Settings settings;
         settings.quality = quality;
         settings.sampling = factors[0];
@@ -281,8 +283,10 @@ TEST(JpegInteropColor, HeadersMeanTheSame) {
   }
 }
 
-// Every bit of every restart marker wrong once: both decoders, compared with what they make of the whole file.
+// Every bit of every restart marker wrong once, or every fifth in a sample: both decoders, compared with
+// what they make of the whole file.
 TEST(JpegInteropDamage, RestartMarkersCostLessThanThere) {
+  const size_t step = harness::Exhaustive() ? 1 : 5;
   for (const bool progressive : {false, true}) {
     Settings settings;
     settings.restart_interval = 5;
@@ -292,17 +296,19 @@ TEST(JpegInteropDamage, RestartMarkersCostLessThanThere) {
     const zepcodec::Picture whole = DecodeGood(file);
     const zepcodec::Picture whole_there = libjpeg_codec::Decompress(file);
     double here = 0, there = 0;
+    size_t next = 0, count = 0;
     const std::vector<size_t> markers = jpeg_files::RestartMarkers(file);
     for (const size_t marker : markers) {
       for (size_t bit = 0; bit < 16; ++bit) {
+        if (next++ % step != 0) continue;
+        ++count;
         Bytes changed = file;
         changed[marker + bit / 8] ^= static_cast<uint8_t>(1 << bit % 8);
         here += jpeg_files::LossOf(whole, Decode(changed).image);
         there += jpeg_files::LossOf(whole_there, libjpeg_codec::DecompressDamaged(changed));
       }
     }
-    const double count = 16 * static_cast<double>(markers.size());
-    EXPECT_LT(here / count, 0.002);
+    EXPECT_LT(here, 0.002 * static_cast<double>(count));
     EXPECT_LT(here, there / 20);
   }
 }

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "codecs/jpeg/lossless/codec.h"
+#include "harness/random.h"
 #include "tests/codecs/jpeg/jpeg_files.h"
 #include "tests/codecs/support/counted_memory.h"
 #include "tests/codecs/support/pictures.h"
@@ -71,6 +72,7 @@ void ExpectNeed(const Bytes& file, int scale) {
 
 // A region and rows on one and several threads: never more than the need.
 TEST(JpegMemory, RegionsRowsAndThreadsTakeNoMoreThanTheirNeed) {
+  harness::Random random(harness::Seed());
   const zepcodec::Picture image = pictures::Detailed(1501, 1203, PixelLayout::kRgb);
   for (const bool progressive : {false, true}) {
     jpeg::EncodeOptions encode;
@@ -79,7 +81,7 @@ TEST(JpegMemory, RegionsRowsAndThreadsTakeNoMoreThanTheirNeed) {
     for (const zepcodec::Region& region :
          {zepcodec::Region{0, 0, 1501, 1203}, zepcodec::Region{700, 500, 90, 200}}) {
       for (const bool gives_rows : {false, true}) {
-        for (const int threads : {1, 2, 5}) {
+        for (const int threads : harness::AllOrOne({1, 2, 5}, random)) {
           SCOPED_TRACE(testing::Message() << progressive << region.width << gives_rows << threads);
           Discard rows;
           jpeg::DecodeOptions options;
@@ -105,11 +107,12 @@ TEST(JpegMemory, RegionsRowsAndThreadsTakeNoMoreThanTheirNeed) {
 }
 
 TEST(JpegMemory, NeedIsWhatIsTaken) {
+  harness::Random random(harness::Seed());
   for (const PixelLayout layout : {PixelLayout::kGrey, PixelLayout::kRgb, PixelLayout::kCmyk}) {
     const zepcodec::Picture image = pictures::Smooth(401, 301, layout);
     for (const jpeg::Sampling sampling : {jpeg::Sampling::k444, jpeg::Sampling::k420}) {
       for (const bool progressive : {false, true}) {
-        for (const int restart_interval : {0, 1, 40}) {
+        for (const int restart_interval : harness::AllOrOne({0, 1, 40}, random)) {
           jpeg::EncodeOptions options;
           options.sampling = sampling;
           options.progressive = progressive;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "codecs/jpeg/markers/standard_tables.h"
+#include "harness/random.h"
 #include "tests/codecs/jpeg/jpeg_files.h"
 #include "tests/codecs/support/pictures.h"
 
@@ -27,7 +28,7 @@ using pictures::Compare;
 using pictures::Same;
 using zepcodec::PixelLayout;
 
-constexpr std::array<Sampling, 3> kSamplings = {Sampling::k444, Sampling::k422, Sampling::k420};
+const std::vector<Sampling> kSamplings = {Sampling::k444, Sampling::k422, Sampling::k420};
 constexpr std::array<PixelLayout, 3> kLayouts = {PixelLayout::kGrey, PixelLayout::kRgb,
                                                  PixelLayout::kCmyk};
 
@@ -39,11 +40,13 @@ jpeg::EncodeOptions Options(int quality, Sampling sampling, int restart_interval
   return options;
 }
 
+// Every width and every height, in a sample not all pairs of them.
 TEST(JpegRoundTrip, EverySizeAndSampling) {
+  const int step = harness::Exhaustive() ? 1 : 7;
   for (const PixelLayout layout : kLayouts) {
     for (const Sampling sampling : kSamplings) {
       for (int height = 1; height <= 40; ++height) {
-        for (int width = 1; width <= 40; ++width) {
+        for (int width = 1 + height % step; width <= 40; width += step) {
           const zepcodec::Picture image = pictures::Smooth(width, height, layout);
           const zepcodec::Picture decoded = DecodeGood(Encode(image, Options(97, sampling)));
           const pictures::Difference difference = Compare(image, decoded);
@@ -70,11 +73,12 @@ TEST(JpegRoundTrip, RestartIntervalsChangeNoSample) {
 }
 
 TEST(JpegRoundTrip, ExtremeSizes) {
+  harness::Random random(harness::Seed());
   const std::array<std::array<int, 2>, 4> sizes = {
       {{65535, 1}, {1, 65535}, {65535, 9}, {17, 65535}}};
   for (const auto& [width, height] : sizes) {
     const zepcodec::Picture image = pictures::Smooth(width, height, PixelLayout::kRgb);
-    for (const Sampling sampling : kSamplings) {
+    for (const Sampling sampling : harness::AllOrOne<Sampling>(kSamplings, random)) {
       const zepcodec::Picture decoded = DecodeGood(Encode(image, Options(95, sampling)));
       EXPECT_LE(Compare(image, decoded).mean, 2.5) << width << "x" << height;
     }

@@ -390,8 +390,9 @@ TEST(JpegScans, EmptyScansTakeNoTime) {
   // Nothing but headers.
   Bytes file = WithRepeatedScan(4000, false, band, 1);
   file.resize(file.size() - 2);
-  for (const int first : {1, 0}) {
-    for (const int approximation : {0x00, 0x10}) {
+  harness::Random random(harness::Seed());
+  for (const int first : harness::AllOrOne({1, 0}, random)) {
+    for (const int approximation : harness::AllOrOne({0x00, 0x10}, random)) {
       Bytes empty = file;
       const auto last = static_cast<uint8_t>(first == 0 ? 0 : 63);
       const Bytes scan = {0xFF, jpeg::kSos,

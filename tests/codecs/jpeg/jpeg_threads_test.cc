@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "codecs/support/progress.h"
+#include "harness/random.h"
 #include "tests/codecs/jpeg/jpeg_files.h"
 #include "tests/codecs/support/pictures.h"
 #include "tests/codecs/support/refused_threads.h"
@@ -25,12 +26,19 @@ using jpeg_files::Encode;
 using zepcodec::PixelLayout;
 using zepcodec::Status;
 
-// A sample of the counts and pictures where a test takes much longer than natively.
-constexpr bool kIsSample = ZEPJP_EXHAUSTIVE == 0;
-
-std::vector<int> ThreadCounts() {
-  return kIsSample ? std::vector<int>{3} : std::vector<int>{2, 5, 16};
+// One for all, so that a sample has all values.
+harness::Random& Random() {
+  static harness::Random random(harness::Seed());
+  return random;
 }
+
+// All of them, or in a sample one.
+template <class T>
+std::vector<T> Some(std::initializer_list<T> values) {
+  return harness::AllOrOne(values, Random());
+}
+
+std::vector<int> ThreadCounts() { return Some({2, 5, 16}); }
 
 Decoded DecodeWith(const Bytes& file, jpeg::DecodeOptions options, int threads) {
   Decoded result;
@@ -66,7 +74,7 @@ struct Kind {
 
 // Large enough for several parts and bands, with odd sizes.
 std::vector<Kind> Kinds() {
-  if (kIsSample) {
+  if (!harness::Exhaustive()) {
     return {{PixelLayout::kGrey, jpeg::Sampling::k444, 1209, 1003},
             {PixelLayout::kRgb, jpeg::Sampling::k420, 1137, 753}};
   }
@@ -96,7 +104,8 @@ INSTANTIATE_TEST_SUITE_P(Kinds, JpegThreads, testing::ValuesIn(Kinds()));
 TEST_P(JpegThreads, SequentialFilesBecomeTheSamePictures) {
   const zepcodec::Picture picture = PictureOf(GetParam());
   // None, shorter and longer than a part, one that is cut into parts, and a picture of a single one.
-  for (const int interval : {0, 1, 1500, 3000, 60000}) {
+  for (const int interval : harness::Exhaustive() ? std::vector<int>{0, 1, 1500, 3000, 60000}
+                                                  : std::vector<int>{0, 1500}) {
     SCOPED_TRACE(testing::Message() << "interval " << interval);
     jpeg::EncodeOptions options = OptionsOf(GetParam(), interval % 2 == 0 ? 90 : 20);
     options.restart_interval = interval;
@@ -122,7 +131,7 @@ TEST_P(JpegThreads, ProgressiveFilesBecomeTheSamePictures) {
     const Bytes file = Encode(PictureOf(GetParam()), options);
     ExpectEqualOnAll(file);
     jpeg::DecodeOptions some;
-    for (const int scans : {1, 2, 5}) {
+    for (const int scans : Some({1, 2, 5})) {
       some.scans = scans;
       ExpectEqualOnAll(file, some);
     }
@@ -179,7 +188,7 @@ TEST_P(JpegThreads, FilesAreTheSame) {
   for (const bool progressive : {false, true}) {
     for (const bool optimizes : {false, true}) {
       // The last one ends with a band.
-      for (const int interval : {0, 5, mcus_per_row, 12 * mcus_per_row}) {
+      for (const int interval : Some({0, 5, mcus_per_row, 12 * mcus_per_row})) {
         SCOPED_TRACE(testing::Message() << progressive << optimizes << ", interval " << interval);
         jpeg::EncodeOptions options = OptionsOf(GetParam());
         options.progressive = progressive;
@@ -220,7 +229,8 @@ TEST_P(DamagedFiles, BecomeTheSamePicturesAndMessages) {
   const size_t first = jpeg_files::FindMarker(file, jpeg::kSos) + 14;
   std::mt19937 random(1);
   const auto pick = [&](size_t end) { return random() % end; };
-  for (int round = 0; round < (kIsSample ? 4 : 12); ++round) {
+  const int rounds = harness::Exhaustive() ? 12 : 4;
+  for (int round = 0; round < rounds; ++round) {
     SCOPED_TRACE(round);
     Bytes damaged = file;
     const size_t at = first + pick(file.size() - first);
@@ -243,7 +253,8 @@ TEST_P(DamagedFiles, BecomeTheSamePicturesAndMessages) {
 TEST(JpegThreadsDecode, TooFewAndTooManyBlocks) {
   const Bytes file = Encode(pictures::Detailed(1153, 961, PixelLayout::kRgb));
   const size_t frame = jpeg_files::FindMarker(file, jpeg::kSof0);
-  for (const int height : {700, 945, 960, 977, 1100}) {
+  for (const int height : harness::Exhaustive() ? std::vector<int>{700, 945, 960, 977, 1100}
+                                                : std::vector<int>{945, 977}) {
     Bytes changed = file;
     changed[frame + 5] = static_cast<uint8_t>(height >> 8);
     changed[frame + 6] = static_cast<uint8_t>(height);
@@ -259,8 +270,8 @@ TEST_P(Work, EndsWhereTheCallerStopsIt) {
   jpeg::EncodeOptions encode;
   encode.progressive = GetParam();
   const Bytes file = Encode(picture, encode);
-  for (int most = 0; most < 6; ++most) {
-    for (const int threads : {1, 2, 4}) {
+  for (int most = 0; most < 6; most += harness::Exhaustive() ? 1 : 3) {
+    for (const int threads : Some({1, 2, 4})) {
       int calls = 0;
       double last = 0;
       const auto stops = [&](double done) {
