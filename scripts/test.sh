@@ -35,6 +35,8 @@ for preset in "${presets[@]}"; do
   timed "$preset build" "$preset.build" cmake --build --preset "$preset" -- -k 0
   echo "subdirs(\"$PWD/build/$preset\")" >>build/all/CTestTestfile.cmake
 done
+# Two tests run at the same time, so a thread that waits for another one must not spin.
+export OMP_WAIT_POLICY=passive
 export LSAN_OPTIONS=suppressions=$PWD/tests/lsan.supp:print_suppressions=0
 
 # Prints the time of each step before ctest's summary. For tests this is the sum over all tests,
