@@ -16,8 +16,8 @@
 
 #include "zepcore.h"
 
-// A constructor with priority 100. User code starts at 101, so in a static link the choices are made
-// before any constructor of the program runs.
+// A constructor with priority 100. User code starts at 101, so in a static link the choices are
+// made before any constructor of the program runs.
 #define ZEP_AT_LOAD __attribute__((constructor(100)))
 
 namespace zepjp {
@@ -58,8 +58,8 @@ inline bool ProcessorHasFloor() {
 #  error "No kernels for this processor: x86 with SSSE3 or 64-bit Arm"
 #endif
 
-// Checks that the processor has the minimum (SSSE3 or NEON), then asks the core library. Without the
-// minimum the program ends with a message on standard error.
+// Checks that the processor has the minimum (SSSE3 or NEON), then asks the core library. Without
+// the minimum the program ends with a message on standard error.
 inline Enabled EnabledAtLoad() {
   if (!ProcessorHasFloor()) {
     std::fprintf(stderr, "zepjp: this processor has no %s, which this library needs\n", kFloor);

@@ -117,8 +117,8 @@ class FarRows {
   void* memory_ = MAP_FAILED;
 };
 
-// Tests the order of checks: pointers, step, size. Argument kDst is the output `dst`, kStep the step,
-// and the size follows it.
+// Tests the order of checks: pointers, step, size. Argument kDst is the output `dst`, kStep the
+// step, and the size follows it.
 template <size_t kDst, size_t kStep, class Order>
 void ExpectTextureOrder(Order order, const uint8_t* dst, size_t dst_size) {
   order.template Null<0>()

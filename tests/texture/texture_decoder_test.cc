@@ -106,8 +106,8 @@ uint32_t Widened(uint32_t color) {
   return (r << 3 | r >> 2) | (g << 2 | g >> 4) << 8 | (b << 3 | b >> 2) << 16 | 255U << 24;
 }
 
-// The four colours of c0 with every c1. A channel depends on that channel of both only, so each has a
-// table of its third and fourth values by the bits of c1; they add up to the colours.
+// The four colours of c0 with every c1. A channel depends on that channel of both only, so each has
+// a table of its third and fourth values by the bits of c1; they add up to the colours.
 class PalettesOf {
  public:
   PalettesOf() : palettes_(4 * 65536) {}

@@ -11,9 +11,9 @@
 
 namespace zepconvert {
 
-// A file that is read row by row. Palettes are expanded; samples of less than 8 bits become 8. EXIF data, a colour profile, an XMP
-// packet and the resolution are kept; other chunks are skipped. It takes the memory of a few rows,
-// and at most 8 MB for each of EXIF data, profile and XMP.
+// A file that is read row by row. Palettes are expanded; samples of less than 8 bits become 8. EXIF
+// data, a colour profile, an XMP packet and the resolution are kept; other chunks are skipped. It
+// takes the memory of a few rows, and at most 8 MB for each of EXIF data, profile and XMP.
 class PngReader {
  public:
   // Reads up to the pixels. The bytes must outlive the reader.
@@ -25,7 +25,8 @@ class PngReader {
   int width() const;
   int height() const;
   Form form() const;
-  // More than 1: interlaced rows, which come once for each pass and become complete with the last pass.
+  // More than 1: interlaced rows, which come once for each pass and become complete with the last
+  // pass.
   int passes() const;
   // The next row. That of a later pass is added to what the earlier ones read.
   void ReadRow(uint8_t* row);

@@ -24,8 +24,8 @@ struct PnmHeader {
   size_t SampleBytes() const { return max_value > 255 ? 2 : 1; }
 };
 
-// A file that is read row by row. Where the largest value is 2^n - 1 (n at least 2), samples stay as they are; others are scaled to
-// 8 bits or, above 255, to 16.
+// A file that is read row by row. Where the largest value is 2^n - 1 (n at least 2), samples stay
+// as they are; others are scaled to 8 bits or, above 255, to 16.
 class PnmReader {
  public:
   // A damaged header or a file that is too short is a failure.

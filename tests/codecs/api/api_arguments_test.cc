@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Null pointers, sizes that are not set, members out of range: an error with a sentence, and outputs as
-// they were. Shorter structs, as programs compiled earlier have them, work.
+// Null pointers, sizes that are not set, members out of range: an error with a sentence, and
+// outputs as they were. Shorter structs, as programs compiled earlier have them, work.
 #include <gtest/gtest.h>
 
 #include <cmath>

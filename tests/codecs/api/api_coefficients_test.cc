@@ -66,8 +66,8 @@ struct Request {
   }
 };
 
-// Values in the blocks that the picture covers; blocks that only fill up MCUs need not be kept where a
-// scan has one component.
+// Values in the blocks that the picture covers; blocks that only fill up MCUs need not be kept
+// where a scan has one component.
 void Fill(zepcCoefficients* coefficients, int32_t count, int32_t most) {
   uint32_t chance = 9;
   for (int32_t c = 0; c < count; ++c) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The allocations of a call fail in turn (of very many only some), alone and with all later ones: the call says so, leaves
-// its outputs alone and gives back what it took. Without sanitizers, which have their own allocators.
+// The allocations of a call fail in turn (of very many only some), alone and with all later ones:
+// the call says so, leaves its outputs alone and gives back what it took. Without sanitizers, which
+// have their own allocators.
 #include <gtest/gtest.h>
 
 #include <cerrno>

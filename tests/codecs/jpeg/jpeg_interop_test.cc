@@ -159,7 +159,8 @@ double MeanSquareError(const zepcodec::Picture& image, const Bytes& file) {
   return sum / static_cast<double>(a.size());
 }
 
-// The precise transform rounds once, as there; the fast one twice, which shows where steps are even.
+// The precise transform rounds once, as there; the fast one twice, which shows where steps are
+// even.
 TEST_P(JpegInterop, OurFilesLoseNoMore) {
   const zepcodec::Picture image = pictures::Detailed(640, 480, GetParam());
   Settings theirs;
@@ -194,8 +195,8 @@ TEST_P(JpegInterop, CodedBytesAreTheSame) {
   }
 }
 
-// libjpeg's reduced transforms also look at higher frequencies, so this is not exact. At 1/8 it repeats
-// colour samples where the example filters them: compared where neither needs to.
+// libjpeg's reduced transforms also look at higher frequencies, so this is not exact. At 1/8 it
+// repeats colour samples where the example filters them: compared where neither needs to.
 TEST_P(JpegInterop, PreviewsAreClose) {
   const zepcodec::Picture image = pictures::Smooth(203, 117, GetParam());
   for (const auto& factors : kFactors) {
@@ -242,7 +243,8 @@ TEST(JpegInteropColor, RgbAndCmykAsTheyAre) {
   ExpectSamePicture(cmyk, "CMYK");
 }
 
-// With and without the headers that tell about colours, and with any of their values: both decoders see the same.
+// With and without the headers that tell about colours, and with any of their values: both decoders
+// see the same.
 TEST(JpegInteropColor, HeadersMeanTheSame) {
   const auto adobe = [](int transform) {
     return Bytes{0xFF, jpeg::kApp14,
@@ -283,8 +285,8 @@ TEST(JpegInteropColor, HeadersMeanTheSame) {
   }
 }
 
-// Every bit of every restart marker wrong once, or every fifth in a sample: both decoders, compared with
-// what they make of the whole file.
+// Every bit of every restart marker wrong once, or every fifth in a sample: both decoders, compared
+// with what they make of the whole file.
 TEST(JpegInteropDamage, RestartMarkersCostLessThanThere) {
   const size_t step = harness::Exhaustive() ? 1 : 5;
   for (const bool progressive : {false, true}) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// What the forward transform costs: the error of the coefficients in files beside that of the exact transform
-// (ITU-T T.81, A.3.3, in double precision, rounded once). The transform is orthonormal, so this is the error of the
-// samples too.
+// What the forward transform costs: the error of the coefficients in files beside that of the exact
+// transform (ITU-T T.81, A.3.3, in double precision, rounded once). The transform is orthonormal,
+// so this is the error of the samples too.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -152,7 +152,8 @@ TEST(JpegRestart, AWrongBitNearAMarkerCostsAnIntervalAtMost) {
   }
 }
 
-// Other bytes over a marker and the data on both sides of it: the two intervals are lost, and no other.
+// Other bytes over a marker and the data on both sides of it: the two intervals are lost, and no
+// other.
 TEST(JpegRestart, DamageThatRunsOverAMarker) {
   std::mt19937 random(5);
   const int rounds = harness::Exhaustive() ? 6 : 2;
@@ -174,7 +175,8 @@ TEST(JpegRestart, DamageThatRunsOverAMarker) {
   }
 }
 
-// A piece of the file is missing, and more than eight intervals with it: the rest is where it belongs.
+// A piece of the file is missing, and more than eight intervals with it: the rest is where it
+// belongs.
 TEST(JpegRestart, AMissingPieceMovesNothing) {
   const Kind kind = kKinds[0];  // 144 intervals
   const Bytes file = FileOf(kind, 5);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The JPEG example against itself: sizes, samplings, restart intervals, previews, metadata, and what
-// files may look like.
+// The JPEG example against itself: sizes, samplings, restart intervals, previews, metadata, and
+// what files may look like.
 #include <gtest/gtest.h>
 
 #include <array>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Progressive files, scan scripts, optimal tables, transcoding and cropping: coefficients equal those that libjpeg
-// reads.
+// Progressive files, scan scripts, optimal tables, transcoding and cropping: coefficients equal
+// those that libjpeg reads.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -160,7 +160,8 @@ TEST(JpegScans, WideStepsStayWide) {
   EXPECT_TRUE(pictures::Same(libjpeg_codec::Decompress(again), libjpeg_codec::Decompress(file)));
 }
 
-// The scans of DC and, of each component, of bands and their bits, in an order that keeps to the rules.
+// The scans of DC and, of each component, of bands and their bits, in an order that keeps to the
+// rules.
 jpeg::Script RandomScript(int components, harness::Random& random) {
   struct Band {
     int component, first, last, low;
@@ -429,8 +430,8 @@ TEST(JpegScans, RestartMarkersInDisorderTakeTheTimeOfTheirBytes) {
 TEST(JpegScans, RefinementsWithoutBitsEnd) {
   std::string messages;
   Bytes file = WithRepeatedScan(800, true, "0: 0-0,0,0; 0: 1-63,0,0;", 1);
-  // An end-of-band run for each 32767 blocks, and no other symbol: a table with the code 0 for the run of 2^14 and
-  // more blocks.
+  // An end-of-band run for each 32767 blocks, and no other symbol: a table with the code 0 for the
+  // run of 2^14 and more blocks.
   file.resize(file.size() - 2);
   const Bytes table = {0xFF, jpeg::kDht, 0, 20, 0x10, 1, 0, 0, 0, 0, 0,
                        0,    0,          0, 0,  0,    0, 0, 0, 0, 0, 0xE0};

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Several threads: the same pictures, files and messages as with one, on damaged files too, and where
-// the system refuses threads or the caller stops the work.
+// Several threads: the same pictures, files and messages as with one, on damaged files too, and
+// where the system refuses threads or the caller stops the work.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -103,7 +103,8 @@ INSTANTIATE_TEST_SUITE_P(Kinds, JpegThreads, testing::ValuesIn(Kinds()));
 
 TEST_P(JpegThreads, SequentialFilesBecomeTheSamePictures) {
   const zepcodec::Picture picture = PictureOf(GetParam());
-  // None, shorter and longer than a part, one that is cut into parts, and a picture of a single one.
+  // None, shorter and longer than a part, one that is cut into parts, and a picture of a single
+  // one.
   for (const int interval : harness::Exhaustive() ? std::vector<int>{0, 1, 1500, 3000, 60000}
                                                   : std::vector<int>{0, 1500}) {
     SCOPED_TRACE(testing::Message() << "interval " << interval);

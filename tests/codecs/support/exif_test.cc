@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// EXIF data taken apart and joined again: every value survives, in both byte orders; damage is left out.
+// EXIF data taken apart and joined again: every value survives, in both byte orders; damage is left
+// out.
 #include "codecs/support/exif.h"
 
 #include <gtest/gtest.h>

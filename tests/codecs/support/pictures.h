@@ -17,8 +17,8 @@ using Bytes = std::vector<uint8_t>;
 zepcodec::Picture Smooth(int width, int height, zepcodec::PixelLayout layout);
 // Gradients, discs and some noise, as in a photograph.
 zepcodec::Picture Detailed(int width, int height, zepcodec::PixelLayout layout, uint32_t seed = 1);
-// Of any depth, its channels the components of a file (four are inks): gradients with some noise, now
-// and then a sample of any value, the least and the largest among them.
+// Of any depth, its channels the components of a file (four are inks): gradients with some noise,
+// now and then a sample of any value, the least and the largest among them.
 zepcodec::Picture Noisy(int width, int height, int channels, int bits, uint32_t seed = 1);
 zepcodec::Picture CopyOf(const zepcodec::Picture& picture);
 

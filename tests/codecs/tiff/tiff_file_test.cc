@@ -122,7 +122,8 @@ TEST(Tiff, OptionsThatDoNotFit) {
   EXPECT_FALSE(CanEncode(pictures::Noisy(4, 4, 1, 8), planes));
 }
 
-// A file field by field, as other programs might write it: fields of one short or long each, then strips.
+// A file field by field, as other programs might write it: fields of one short or long each, then
+// strips.
 class Builder {
  public:
   explicit Builder(bool is_big_endian) : is_big_(is_big_endian) {}

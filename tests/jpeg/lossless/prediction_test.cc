@@ -97,7 +97,8 @@ template <class Half>
 void ExpectAllHalves(int32_t predictor, const Half& half) {
   constexpr size_t kCount = 65536;
   const size_t stride = harness::Exhaustive() ? 1 : 4099;
-  // Pairs (i, other): left and above (7), left and corner (6), above and corner, one after the other (5).
+  // Pairs (i, other): left and above (7), left and corner (6), above and corner, one after the
+  // other (5).
   std::vector<int16_t> src(2 * kCount), above(2 * kCount), got(2 * kCount);
   const size_t width = predictor == 5 ? 2 * kCount : kCount;
   for (size_t other = 0; other < kCount; other += stride) {

@@ -22,8 +22,8 @@ using harness::Edge;
 using harness::Pattern;
 using harness::Random;
 
-// The exports called `zepiWT<operation>_<suffix>` as static members named by the operation. (Templates,
-// because calling conventions do not pass through pointers.)
+// The exports called `zepiWT<operation>_<suffix>` as static members named by the operation.
+// (Templates, because calling conventions do not pass through pointers.)
 #define WAVELET_FUNCTION(operation, suffix)         \
   template <class... Args>                          \
   static zepStatus operation(Args... args) {        \

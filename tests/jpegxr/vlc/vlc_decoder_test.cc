@@ -148,7 +148,8 @@ TEST(VlcDecoder, AnyBytesAsTheModel) {
   }
 }
 
-// Every prefix of 16 bits (or a sample), followed by zeros, ones or noise, in every choice of tables.
+// Every prefix of 16 bits (or a sample), followed by zeros, ones or noise, in every choice of
+// tables.
 TEST(VlcDecoder, EveryBeginning_Exhaustive) {
   Random random(harness::Seed());
   const uint32_t step = harness::Exhaustive() ? 1 : 97;

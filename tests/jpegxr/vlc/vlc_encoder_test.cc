@@ -237,7 +237,8 @@ TEST(VlcEncoder, ByHand) {
   EXPECT_EQ(
       zepiVLCEncode4x4_JPEGXR_16s1u_C1R(block, 8, 0, 0, &dst, &acc, &count, state.get(), &context),
       zepStatusOk);
-  // Symbol 0 (a run, magnitude 1, the last): 0010, the sign 1, a run of 3 out of 14: 001 and one bit 0.
+  // Symbol 0 (a run, magnitude 1, the last): 0010, the sign 1, a run of 3 out of 14: 001 and one
+  // bit 0.
   EXPECT_EQ(dst, bytes);
   EXPECT_EQ(count, 9u);
   EXPECT_EQ(acc, 0b001010010u << 23);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Loaded in front of the C library (LD_PRELOAD), makes the system behave badly as the environment asks:
-// no threads, slow writes, files that grow while they are read.
+// Loaded in front of the C library (LD_PRELOAD), makes the system behave badly as the environment
+// asks: no threads, slow writes, files that grow while they are read.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <pthread.h>

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Lossless JPEG files: every sample comes back, whatever the options; damage costs no more than it must.
+// Lossless JPEG files: every sample comes back, whatever the options; damage costs no more than it
+// must.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -179,7 +180,8 @@ size_t Find(const Bytes& file, int marker) {
 
 constexpr int kFrame = 0xC3, kTable = 0xC4, kScan = 0xDA, kInterval = 0xDD;
 
-// Files from the text of ITU-T T.81, annex H: any sampling factors, one or several scans, each sample by itself.
+// Files from the text of ITU-T T.81, annex H: any sampling factors, one or several scans, each
+// sample by itself.
 class Model {
  public:
   struct Component {
