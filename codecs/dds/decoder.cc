@@ -38,6 +38,12 @@ size_t BlockRowsInBand(size_t threads, size_t block_rows) {
   return std::max((block_rows + bands - 1) / bands, kLeast);
 }
 
+// A batch of rows of the simple formats takes less time than a thread needs to wake up.
+int ThreadsFor(const DecodeOptions& options, BlockFormat format) {
+  const bool is_costly = HasHalves(format) || format == BlockFormat::kBc7;
+  return options.rows != nullptr && !is_costly ? 1 : options.threads;
+}
+
 class Decoder {
  public:
   Decoder(const Header& header, const Level& level, const Region& region, const uint8_t* data)
@@ -49,7 +55,7 @@ class Decoder {
   }
 
   Status Decode(const DecodeOptions& options, Picture* image) {
-    ThreadPool pool(options.threads);
+    ThreadPool pool(ThreadsFor(options, coding_.format));
     if (Stops(options.progress, 0, 1)) return Status::Cancelled();
     if (options.rows != nullptr) return DecodeRows(options, &pool);
     Status status = DecodeBlocks(0, BlockRowsOf(region_), options.progress, &pool, image);
@@ -136,7 +142,7 @@ int64_t MemoryToDecode(const Header& header, const DecodeOptions& options) {
       !options.region.In(place.width, place.height, &region).ok()) {
     return 0;  // Decode() refuses it
   }
-  const size_t threads = ThreadCount(options.threads);
+  const size_t threads = ThreadCount(ThreadsFor(options, header.format));
   const PixelLayout layout = LayoutOf(header.format, header.is_ycocg);
   const auto row = static_cast<size_t>(region.width) * static_cast<size_t>(ChannelCount(layout)) *
                    static_cast<size_t>(BytesOf(TypeOf(header.format)));
