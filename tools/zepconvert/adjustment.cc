@@ -139,9 +139,9 @@ void NoteDropped(const Capacity& capacity, Picture* picture) {
 Form AdjustHead(const Settings& settings, Format format, const Form& before, bool is_opaque,
                 Picture* picture) {
   Metadata& metadata = picture->metadata;
-  if (!settings.keep_metadata) {
+  if (settings.kept == Kept::kNothing) metadata.icc.clear();
+  if (settings.kept != Kept::kAll) {
     metadata.exif.clear();
-    metadata.icc.clear();
     metadata.xmp.clear();
     metadata.jpeg_segments.clear();
     metadata.orientation = 0;

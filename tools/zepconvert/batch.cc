@@ -16,11 +16,14 @@
 #include <thread>
 
 #include "tools/zepconvert/console.h"
+#include "tools/zepconvert/failure.h"
 #include "tools/zepconvert/file_io.h"
 #include "tools/zepconvert/format.h"
 #include "tools/zepconvert/memory.h"
 #include "tools/zepconvert/report.h"
 #include "tools/zepconvert/row_conversion.h"
+#include "tools/zepconvert/summary.h"
+#include "tools/zepconvert/text.h"
 #include "zepcore.h"
 
 namespace zepconvert {
@@ -140,7 +143,7 @@ class Batch {
     result->started = true;
     Step step(&console_);
     try {
-      ConvertOne(&step, result);
+      if (!result->job.is_left_out) ConvertOne(&step, result);
     } catch (const std::bad_alloc&) {
       result->error = "not enough memory";
     } catch (const std::exception& failure) {
@@ -150,19 +153,22 @@ class Batch {
   }
 
   void ConvertOne(Step* step, Result* result) {
+    const Job& job = result->job;
+    if (!job.error.empty()) throw Failure(job.error);
+    // The output file finds this out too, but only after the work.
+    if (!job.replaces) CheckFree(job.output);
     // Larger files would fill the memory that is meant for pictures.
     const int64_t mapped_from = settings_.memory / 4;
-    const int64_t file_size = FileSize(result->job.input);
+    const int64_t file_size = FileSize(job.input);
     Budget::Share share(&budget_, file_size < mapped_from ? file_size : 0);
     FileBytes input;
     {
       const Timer timer(kRead, result);
-      input =
-          ReadFile(result->job.input, {StreamBytes(settings_.max_pixels), IsKnown, mapped_from});
+      input = ReadFile(job.input, {StreamBytes(settings_.max_pixels), IsKnown, mapped_from});
     }
     result->input_bytes = input.size();
     const auto held = static_cast<int64_t>(input.held_bytes());
-    const int64_t need = held + EstimateMemory(settings_, result->job, input);
+    const int64_t need = held + EstimateMemory(settings_, job, input);
     if (need > settings_.memory && ConvertRows(held, input, &share, step, result)) return;
     share.GrowTo(need);
     const auto number = static_cast<size_t>(result - results_.data());
@@ -188,7 +194,7 @@ class Batch {
   }
 
   void Report(const Result& result) {
-    const std::string name = result.job.input + ": ";
+    const std::string name = ShownName(result.job.input) + ": ";
     if (!result.error.empty()) console_.Say(name + result.error);
     for (const std::string& warning : result.warnings) {
       console_.Say(std::string(name).append("damaged: ").append(warning));
@@ -197,6 +203,7 @@ class Batch {
     for (const std::string& note : result.notes) {
       console_.Say(std::string(name).append("note: ").append(note));
     }
+    if (settings_.is_verbose && result.ok()) console_.Say(LineAbout(result));
   }
 
   Settings settings_;

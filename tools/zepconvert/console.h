@@ -3,6 +3,7 @@
 #ifndef ZEPJP_TOOLS_ZEPCONVERT_CONSOLE_H_
 #define ZEPJP_TOOLS_ZEPCONVERT_CONSOLE_H_
 
+#include <chrono>
 #include <cstddef>
 #include <mutex>
 #include <string>
@@ -23,13 +24,20 @@ class Console {
   void Advance(double part);
 
  private:
-  int Percent() const;
-  void Draw();
+  using Clock = std::chrono::steady_clock;
+
+  bool IsDue(double seconds);
+  // How far the work is, how fast it goes and how long it will take.
+  std::string Progress(double seconds) const;
+  void Draw(double seconds);
   void Clear();
+  double SecondsSoFar() const;
 
   std::mutex mutex_;
   size_t steps_;
   double done_ = 0;  // steps
+  Clock::time_point start_ = Clock::now();
+  double drawn_at_ = 0;
   bool can_draw_;
   bool has_bar_ = false;
 };

@@ -76,7 +76,7 @@ void MeasureLoss(const Image& original, ByteView output, const std::string& erro
   result->psnr = Measure(before, after);
   result->modes = ModesOfBc7(output, before, after);
   const Bytes errors = WritePng(MakeErrorPicture(before, after), Metadata());
-  WriteFile(error_picture, errors, result->job.input);
+  WriteFile(error_picture, errors, result->job.input, true);
 }
 
 // Half floats of textures have no white, so they become no integers.
@@ -88,7 +88,7 @@ void CheckHalves(const Picture& picture, Format input, Format output) {
 
 // By way of its pixels.
 Output ConvertPixels(const Settings& settings, ByteView input, Picture* picture, Result* result) {
-  const Format format = OutputFormat(settings, result->job.output);
+  const Format format = result->job.format;
   if (!settings.scans_directory.empty()) WriteScans(settings, input, result->job.input);
   {
     const Timer timer(kDecode, result);
@@ -108,7 +108,7 @@ Output ConvertPixels(const Settings& settings, ByteView input, Picture* picture,
 
 Output Transcode(const Settings& settings, ByteView input, Picture* picture, Result* result) {
   if (FormatOfBytes(input.data, input.size) != Format::kJpeg ||
-      FormatOfName(result->job.output) != Format::kJpeg) {
+      result->job.format != Format::kJpeg) {
     throw Failure("only JPEG files with lossy coding are transcoded, to .jpg");
   }
   Output output;
@@ -123,11 +123,6 @@ Output Transcode(const Settings& settings, ByteView input, Picture* picture, Res
 }
 
 }  // namespace
-
-Format OutputFormat(const Settings& settings, const std::string& name) {
-  const Format format = FormatOfName(name);
-  return format == Format::kJpeg && settings.is_lossless ? Format::kLosslessJpeg : format;
-}
 
 const char* StageName(Stage stage) {
   constexpr std::array<const char*, kStageCount> kNames = {"read", "decode", "convert", "encode",
@@ -164,11 +159,9 @@ void Convert(const Settings& settings, ByteView input, const std::string& error_
   if (!error_picture.empty() && !result->lossless) {
     MeasureLoss(picture.image, output.view(), error_picture, result);
   }
-  try {
+  {
     const Timer timer(kWrite, result);
-    WriteFile(result->job.output, output.view(), result->job.input);
-  } catch (const Failure& failure) {
-    throw Failure(result->job.output + " " + failure.what());
+    WriteFile(result->job.output, output.view(), result->job.input, result->job.replaces);
   }
   result->warnings = std::move(picture.warnings);
   result->notes = std::move(picture.notes);

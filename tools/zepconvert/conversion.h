@@ -53,9 +53,6 @@ class Timer {
   double start_;
 };
 
-// The format of the output of this name.
-Format OutputFormat(const Settings& settings, const std::string& name);
-
 // `input` holds the file's bytes. If `error_picture` is a name, a lossy result is decoded again to
 // tell its PSNR, and its errors become a PNG file of that name.
 void Convert(const Settings& settings, ByteView input, const std::string& error_picture,

@@ -14,7 +14,9 @@
 #include <system_error>
 
 #include "tools/zepconvert/failure.h"
+#include "tools/zepconvert/settings.h"
 #include "tools/zepconvert/temporary_file.h"
+#include "tools/zepconvert/text.h"
 
 namespace zepconvert {
 namespace {
@@ -113,7 +115,19 @@ struct Existing {
   struct stat info {};  // without a file type where there is none yet
 };
 
-Existing FindExisting(const std::string& path) {
+Failure Taken(const char* what) { return Failure(std::string(what) + " (--force replaces it)"); }
+
+// Runs a part of writing; a failure gets the name of the file.
+template <class Call>
+void WithName(const std::string& path, const Call& call) {
+  try {
+    call();
+  } catch (const Failure& failure) {
+    throw Failure(ShownName(path) + " " + failure.what());
+  }
+}
+
+Existing FindExisting(const std::string& path, bool replaces) {
   Existing existing;
   existing.path = path;
   // Opened, so that the system can forbid to follow links of other users in shared directories.
@@ -129,7 +143,11 @@ Existing FindExisting(const std::string& path) {
   if (S_ISDIR(existing.info.st_mode)) throw Failure("is a directory");
   if (S_ISBLK(existing.info.st_mode)) throw Failure("is a block device");
   std::error_code error;
-  if (std::filesystem::is_symlink(path, error)) {
+  const bool is_link = std::filesystem::is_symlink(path, error);
+  if (!replaces && S_ISREG(existing.info.st_mode)) {
+    throw Taken(is_link ? "is a symbolic link to a file" : "exists");
+  }
+  if (is_link) {
     existing.path = std::filesystem::canonical(path, error).string();
     if (error) throw Failure("cannot be written: " + error.message());
   }
@@ -157,13 +175,18 @@ FileBytes FileBytes::Mapped(const uint8_t* data, size_t size) {
 void Unmap::operator()(const uint8_t* data) const { munmap(const_cast<uint8_t*>(data), size); }
 
 FileBytes ReadFile(const std::string& path, const ReadLimits& limits) {
-  const Descriptor file(open(path.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC));
+  const bool is_stream = path == kStandardStream;
+  const Descriptor file(is_stream ? dup(STDIN_FILENO)
+                                  : open(path.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC));
   if (file.get() < 0) throw SystemFailure("cannot be opened");
   struct stat info {};
   if (fstat(file.get(), &info) != 0) throw SystemFailure("cannot be read");
   if (S_ISDIR(info.st_mode)) throw Failure("is a directory");
-  // Files that the system makes up as they are read have no size.
-  if (!S_ISREG(info.st_mode) || info.st_size <= 0) {
+  // Files that the system makes up as they are read have no size. Of standard input a part may have
+  // been read.
+  const bool is_whole = S_ISREG(info.st_mode) && info.st_size > 0 &&
+                        (!is_stream || lseek(file.get(), 0, SEEK_CUR) == 0);
+  if (!is_whole) {
     return FileBytes(ReadStream(file.get(), limits));
   }
   const auto size = static_cast<size_t>(info.st_size);
@@ -174,28 +197,33 @@ FileBytes ReadFile(const std::string& path, const ReadLimits& limits) {
   return FileBytes(ReadRegular(file.get(), size, limits));
 }
 
-OutputFile::OutputFile(const std::string& path, const std::string& source) {
-  const Existing existing = FindExisting(path);
+OutputFile::OutputFile(const std::string& path, const std::string& source, bool replaces)
+    : name_(path), replaces_(replaces) {
+  WithName(path, [&] {
+    Open(source);
+    if (descriptor_ < 0) throw SystemFailure("cannot be written");
+  });
+}
+
+void OutputFile::Open(const std::string& source) {
+  if (name_ == kStandardStream) {
+    descriptor_ = dup(STDOUT_FILENO);
+    return;
+  }
+  const Existing existing = FindExisting(name_, replaces_);
   path_ = existing.path;
   const bool is_new = existing.info.st_mode == 0;
   if (!is_new && !S_ISREG(existing.info.st_mode)) {
-    descriptor_ = open(path.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC);
-  } else {
-    const size_t slash = path_.rfind('/');
-    temporary_ = std::make_unique<TemporaryFile>(
-        slash == std::string::npos ? "" : path_.substr(0, slash + 1));
-    descriptor_ = temporary_->descriptor();
+    descriptor_ = open(name_.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC);
+    return;
   }
-  if (descriptor_ < 0) throw SystemFailure("cannot be written");
-  if (temporary_ == nullptr) return;
-  mode_t mode = RightsOf(source);
-  if (is_new) {
-    mode &= file_mode;
-  } else {
-    mode = existing.info.st_mode & (mode | 0111) & 0777;
-    mode = TakeOwner(descriptor_, existing.info, mode);
-  }
-  mode_ = mode;
+  const size_t slash = path_.rfind('/');
+  temporary_ =
+      std::make_unique<TemporaryFile>(slash == std::string::npos ? "" : path_.substr(0, slash + 1));
+  descriptor_ = temporary_->descriptor();
+  if (descriptor_ < 0) return;
+  mode_ = is_new ? RightsOf(source) & file_mode
+                 : TakeOwner(descriptor_, existing.info, existing.info.st_mode & 0777);
 }
 
 OutputFile::~OutputFile() {
@@ -203,19 +231,36 @@ OutputFile::~OutputFile() {
 }
 
 void OutputFile::Write(ByteView bytes) {
-  if (!WriteAll(descriptor_, bytes.data, bytes.size)) throw SystemFailure("cannot be written");
+  WithName(name_, [&] {
+    if (!WriteAll(descriptor_, bytes.data, bytes.size)) throw SystemFailure("cannot be written");
+  });
   size_ += bytes.size;
 }
 
 void OutputFile::Finish() {
   if (temporary_ == nullptr) return;
-  if (fchmod(descriptor_, mode_) != 0 || !temporary_->Finish(path_)) {
+  WithName(name_, [&] {
+    if (fchmod(descriptor_, mode_) == 0 && temporary_->Finish(path_, replaces_)) return;
+    // Another program may have made a file meanwhile.
+    if (errno == EEXIST) throw Taken("exists");
     throw SystemFailure("cannot be written");
-  }
+  });
 }
 
-void WriteFile(const std::string& path, ByteView content, const std::string& source) {
-  OutputFile file(path, source);
+bool IsTaken(const std::string& path) {
+  struct stat info {};
+  if (path == kStandardStream || lstat(path.c_str(), &info) != 0) return false;
+  const bool is_link = S_ISLNK(info.st_mode);
+  return S_ISREG(info.st_mode) || (is_link && IsRegularFile(path));
+}
+
+void CheckFree(const std::string& path) {
+  if (IsTaken(path)) WithName(path, [&] { FindExisting(path, false); });
+}
+
+void WriteFile(const std::string& path, ByteView content, const std::string& source,
+               bool replaces) {
+  OutputFile file(path, source, replaces);
   file.Write(content);
   file.Finish();
 }

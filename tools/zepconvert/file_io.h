@@ -47,19 +47,20 @@ class FileBytes {
 };
 
 // A regular file is read up to the size that it has when it is opened: another program may be
-// writing to it.
+// writing to it. The name "-" is standard input.
 FileBytes ReadFile(const std::string& path, const ReadLimits& limits);
 
 class TemporaryFile;
 
 // A file that is written piece by piece under another name in the same directory, and renamed at
 // the end. A failure leaves no new file and no change to an old one. The new file gets the
-// permissions of `source` that the mask allows; a file that is replaced gets no wider ones than it
-// had. A symbolic link stays: the file that it points to is replaced. A pipe or a character device
-// is written to.
+// permissions of `source` that the mask allows; a file that is replaced keeps its own. A file that
+// exists is a failure unless `replaces` is true; then a symbolic link stays, and the file that it
+// points to is replaced. A pipe or a character device is written to; the name "-" is standard
+// output.
 class OutputFile {
  public:
-  OutputFile(const std::string& path, const std::string& source);
+  OutputFile(const std::string& path, const std::string& source, bool replaces);
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
@@ -69,15 +70,24 @@ class OutputFile {
   size_t size() const { return size_; }
 
  private:
-  std::string path_;
+  void Open(const std::string& source);
+
+  std::string name_;
+  std::string path_;                          // where it really is
   std::unique_ptr<TemporaryFile> temporary_;  // null: a pipe or a device
   int descriptor_ = -1;
   unsigned mode_ = 0;
+  bool replaces_;
   size_t size_ = 0;
 };
 
 // A whole file in this way.
-void WriteFile(const std::string& path, ByteView content, const std::string& source);
+void WriteFile(const std::string& path, ByteView content, const std::string& source, bool replaces);
+
+// True where a file or a link stands in the way, which `replaces` would allow.
+bool IsTaken(const std::string& path);
+// Fails where that is so.
+void CheckFree(const std::string& path);
 
 // Equal for all names under which WriteFile() would write to the same file.
 std::string OutputIdentity(const std::string& path);

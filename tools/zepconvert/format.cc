@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <vector>
 
 namespace zepconvert {
 namespace {
@@ -35,7 +36,21 @@ const zepcFormatFacts* FactsOf(Format format) {
   return facts;
 }
 
+// One format for all that people call by the same name.
+Format KindOf(Format format) {
+  switch (format) {
+    case Format::kLosslessJpeg: return Format::kJpeg;
+    case Format::kJ2k: return Format::kJp2;
+    case Format::kPpm:
+    case Format::kPgm:
+    case Format::kPam: return Format::kPnm;
+    default: return format;
+  }
+}
+
 }  // namespace
+
+bool IsSameKind(Format a, Format b) { return KindOf(a) == KindOf(b); }
 
 Capacity CapacityOf(Format format) {
   for (const OwnFormat& own : kOwnFormats) {
@@ -80,6 +95,21 @@ std::string Extension(Format format) {
   const zepcFormatFacts* const facts = FactsOf(format);
   const std::string all = facts == nullptr ? "" : facts->extensions;
   return all.substr(0, all.find(' '));
+}
+
+std::string KnownExtensions(const std::string& separator, const std::string& last_separator,
+                            const std::string& mark) {
+  std::vector<std::string> names;
+  for (int32_t i = 0; zepcFormatAt(i) != nullptr; ++i) {
+    names.push_back(Extension(static_cast<Format>(zepcFormatAt(i)->format)));
+  }
+  for (const OwnFormat& own : kOwnFormats) names.emplace_back(own.extension);
+  std::string list;
+  for (const std::string& name : names) {
+    if (!list.empty()) list += &name == &names.back() ? last_separator : separator;
+    list += mark + name;
+  }
+  return list;
 }
 
 }  // namespace zepconvert

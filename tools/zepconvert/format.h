@@ -49,12 +49,18 @@ struct Capacity {
 };
 Capacity CapacityOf(Format format);
 
+// True for equal ones, and within JPEG, JPEG 2000 and PNM.
+bool IsSameKind(Format a, Format b);
+
 // By the first bytes; of a JPEG file also by its frame header.
 Format FormatOfBytes(const uint8_t* data, size_t size);
 // By the extension of a file name; also by an extension alone, such as "jpg".
 Format FormatOfName(const std::string& name);
 // The usual extension, such as "jpg".
 std::string Extension(Format format);
+// The usual extensions of all formats, each after `mark`.
+std::string KnownExtensions(const std::string& separator, const std::string& last_separator,
+                            const std::string& mark = "");
 
 }  // namespace zepconvert
 

@@ -44,7 +44,8 @@ void WriteScans(const Settings& settings, ByteView input, const std::string& nam
     Image image = ReadFirstScans(settings, input, scan);
     const Form form = PngForm(image.form());
     if (!(form == image.form())) image = Converted(image, form);
-    WriteFile(NameOfScan(settings.scans_directory, name, scan), WritePng(image, Metadata()), name);
+    WriteFile(NameOfScan(settings.scans_directory, name, scan), WritePng(image, Metadata()), name,
+              settings.if_exists == IfExists::kReplace);
   }
 }
 

@@ -238,7 +238,7 @@ zepc::File TranscodeJpeg(const Settings& settings, ByteView input, Picture* pict
   options.optimizes = settings.jpeg.optimizes;
   options.restart_interval = settings.jpeg.restart_interval;
   options.scan_script = ScriptOf(settings);
-  options.drops_metadata = settings.keep_metadata ? 0 : 1;
+  options.drops_metadata = settings.kept == Kept::kAll ? 0 : 1;
   options.keeps_damaged = 1;
   options.max_pixels = settings.max_pixels;
   options.max_memory = std::numeric_limits<int64_t>::max();

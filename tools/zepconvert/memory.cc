@@ -58,7 +58,7 @@ int64_t EstimateMemory(const Settings& settings, const Job& job, ByteView input)
     return 0;  // the conversion reports the error
   }
   const double picture = need.samples * need.sample_bytes;
-  const double encoding = EncodingBytes(FormatOfName(job.output), need);
+  const double encoding = EncodingBytes(job.format, need);
   // A search for a PSNR and a report decode the result again.
   const bool decodes_again = settings.jpeg2000.psnr > 0 || !settings.report_directory.empty();
   const double again = decodes_again ? encoding + 2 * picture : 0;

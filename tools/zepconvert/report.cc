@@ -59,12 +59,6 @@ std::string Escape(const std::string& text) {
   return out;
 }
 
-std::string Number(double value, int digits) {
-  std::array<char, 64> text{};
-  std::snprintf(text.data(), text.size(), "%.*f", digits, value);
-  return text.data();
-}
-
 std::string Kilobytes(size_t bytes) { return Number(static_cast<double>(bytes) / 1000, 1); }
 
 std::string Decibels(double psnr) {
@@ -179,7 +173,7 @@ std::string PlacePicture(const std::string& path, const fs::path& directory,
   const std::string name = stem + (format == Format::kJpeg ? ".jpg" : ".png");
   const std::string target = (directory / name).string();
   if (format == Format::kJpeg || format == Format::kPng) {
-    WriteFile(target, bytes, path);
+    WriteFile(target, bytes, path, true);
   } else {
     const Picture picture = LoadPicture(bytes);
     const zepcLayout layout = picture.image.form().layout;
@@ -187,7 +181,7 @@ std::string PlacePicture(const std::string& path, const fs::path& directory,
               layout == zepcLayoutCmyk
                   ? WritePng(Converted(picture.image, UnsignedForm(zepcLayoutRgb, 8)), Metadata())
                   : WritePng(picture.image, picture.metadata),
-              path);
+              path, true);
   }
   return name;
 }
@@ -208,7 +202,7 @@ std::string Figure(const std::string& file, const std::string& caption) {
 
 // Why the pictures cannot be shown; empty where they can.
 std::string ReasonNotToShow(const Result& result) {
-  if (FormatOfName(result.job.output) == Format::kHdr) {
+  if (result.job.format == Format::kHdr) {
     return "half floats, which browsers do not show";
   }
   // A pipe cannot be read again.
@@ -264,7 +258,8 @@ void WriteReport(const std::string& directory, const std::vector<Result>& result
     html += Pictures(*result, static_cast<size_t>(result - results.data()), directory);
   }
   html += "</body>\n</html>\n";
-  WriteFile((fs::path(directory) / "index.html").string(), Bytes(html.begin(), html.end()), "");
+  WriteFile((fs::path(directory) / "index.html").string(), Bytes(html.begin(), html.end()), "",
+            true);
 }
 
 }  // namespace zepconvert

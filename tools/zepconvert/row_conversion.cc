@@ -79,14 +79,14 @@ void MoveTo(Items* to, Items* from) {
 std::unique_ptr<RowInput> OpenForRows(const Settings& settings, const Job& job, ByteView input) {
   const bool needs_pixels = !settings.report_directory.empty() || settings.transcodes ||
                             !settings.scans_directory.empty() || settings.reduce > 0;
-  if (needs_pixels || !TakesRows(settings, OutputFormat(settings, job.output))) return nullptr;
+  if (needs_pixels || !TakesRows(settings, job.format)) return nullptr;
   return OpenRows(settings, input);
 }
 
 void ConvertByRows(Settings settings, RowInput* input, const OnProgress& on_progress,
                    Result* result) {
   const Timer timer(kConvert, result);
-  const Format format = OutputFormat(settings, result->job.output);
+  const Format format = result->job.format;
   Picture picture = input->TakeHead();
   // Whether all is opaque is only known after the last row.
   const bool is_opaque = !HasAlpha(input->form().layout);
@@ -99,7 +99,7 @@ void ConvertByRows(Settings settings, RowInput* input, const OnProgress& on_prog
   shape.sample = form.sample;
   shape.bits = form.bits;
   result->lossless = IsLossless(settings, format);
-  OutputFile file(result->job.output, result->job.input);
+  OutputFile file(result->job.output, result->job.input, result->job.replaces);
   RowPipe pipe(IsLight(form.sample) ? zepcOpacityDrop : zepcOpacityAuto);
   Decoder decoder(input, &pipe);
   int32_t done = 0;

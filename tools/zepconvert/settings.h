@@ -8,9 +8,19 @@
 #include <optional>
 #include <string>
 
+#include "tools/zepconvert/format.h"
 #include "zepcodec.hpp"
 
 namespace zepconvert {
+
+// The name of standard input and output.
+constexpr char kStandardStream[] = "-";
+
+// Of the metadata.
+enum class Kept { kAll, kProfile, kNothing };
+
+// What becomes of a file that has the name of a result.
+enum class IfExists { kAsk, kKeep, kReplace };
 
 struct Settings {
   // Of each format of the library.
@@ -28,15 +38,21 @@ struct Settings {
   zepcRect crop = {};           // width 0: all
   std::string scans_directory;  // for the scans of progressive files; empty: none are shown
   // Of all conversions.
-  int reduce = 0;        // inputs at 1/2^reduce of their size
-  zepcRect region = {};  // the part of the reduced picture that is wanted; width 0: all
+  int reduce = 0;         // inputs at 1/2^reduce of their size
+  zepcRect region = {};   // the part of the reduced picture that is wanted; width 0: all
+  int32_t fit_width = 0;  // the most that results may have; 0: any
+  int32_t fit_height = 0;
+  bool turns_upright = false;
   bool grey = false;
-  bool keep_metadata = true;
+  Kept kept = Kept::kAll;
+  Format from = Format::kUnknown;  // inputs of this format alone, if it is known
+  IfExists if_exists = IfExists::kAsk;
   int64_t max_pixels = int64_t{1} << 28;
   int jobs = 0;                       // files at the same time; 0: one for each core
   int64_t memory = int64_t{1} << 30;  // of the files in work, about
   int threads = 0;                    // for each file; 0: as the jobs leave cores
   bool quiet = false;
+  bool is_verbose = false;
   std::string report_directory;  // empty: no report
 };
 
@@ -50,6 +66,10 @@ constexpr size_t StreamBytes(int64_t max_pixels) {
 struct Job {
   std::string input;
   std::string output;
+  Format format = Format::kUnknown;  // of the output
+  bool replaces = false;             // a file of the output's name
+  bool is_left_out = false;          // the output exists and stays
+  std::string error;                 // why there is nothing to do
 };
 
 }  // namespace zepconvert

@@ -91,11 +91,22 @@ TemporaryFile::~TemporaryFile() {
   slot_->state = kFree;
 }
 
-bool TemporaryFile::Finish(const std::string& path) {
+bool TemporaryFile::Finish(const std::string& path, bool replaces) {
   const int number = descriptor_;
   descriptor_ = -1;
   // Some file systems tell of a failed write only when the file is closed.
-  if (close(number) != 0 || rename(slot_->path, path.c_str()) != 0) return false;
+  if (close(number) != 0) return false;
+  if (!replaces) {
+    // A link is never made over a file, unlike a new name. The destructor removes the old name.
+    if (link(slot_->path, path.c_str()) == 0) return true;
+    if (errno == EEXIST) return false;
+    // File systems without links.
+    if (access(path.c_str(), F_OK) == 0) {
+      errno = EEXIST;
+      return false;
+    }
+  }
+  if (rename(slot_->path, path.c_str()) != 0) return false;
   exists_ = false;
   return true;
 }

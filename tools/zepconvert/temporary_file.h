@@ -24,8 +24,9 @@ class TemporaryFile {
 
   // Negative: there is no file; errno says why.
   int descriptor() const { return descriptor_; }
-  // Closes it and renames it. False: it is still a temporary file; errno says why.
-  bool Finish(const std::string& path);
+  // Closes it and renames it. False: it is still a temporary file; errno says why (EEXIST: there is
+  // a file of this name, which is not to be replaced).
+  bool Finish(const std::string& path, bool replaces);
 
   // Removes the temporary files of all threads. Signal handlers may call it; no further file is
   // made then.

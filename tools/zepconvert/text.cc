@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "tools/zepconvert/settings.h"
+
 namespace zepconvert {
 namespace {
 
@@ -58,6 +60,16 @@ std::string Printable(const std::string& text) {
     at += bytes;
   }
   return printable;
+}
+
+std::string ShownName(const std::string& path) {
+  return path == kStandardStream ? "standard stream" : path;
+}
+
+std::string Number(double value, int digits) {
+  char text[64];
+  std::snprintf(text, sizeof(text), "%.*f", digits, value);
+  return text;
 }
 
 }  // namespace zepconvert

@@ -12,6 +12,12 @@ namespace zepconvert {
 // UTF-8.
 std::string Printable(const std::string& text);
 
+// The name of a file in messages; that of standard input and output ("-") in words.
+std::string ShownName(const std::string& path);
+
+// With this many digits after the point.
+std::string Number(double value, int digits);
+
 }  // namespace zepconvert
 
 #endif  // ZEPJP_TOOLS_ZEPCONVERT_TEXT_H_
