@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "codecs/api/picture.h"
 
+#include <algorithm>
+
 #include "codecs/api/codec.h"
 #include "codecs/api/error.h"
 #include "codecs/api/structs.h"
@@ -78,6 +80,17 @@ int32_t zepcExifOrientation(const void* exif, size_t exif_size) {
     return zepcStatusOk;
   });
   return orientation;
+}
+
+void zepcExifSetUpright(void* exif, size_t exif_size) {
+  if (exif == nullptr) return;
+  auto* const bytes = static_cast<uint8_t*>(exif);
+  (void)api::Guarded([&] {
+    std::vector<uint8_t> copy(bytes, bytes + exif_size);
+    zepcodec::SetExifUpright(&copy);
+    std::copy(copy.begin(), copy.end(), bytes);
+    return zepcStatusOk;
+  });
 }
 
 zepcStatus zepcPictureMessage(const zepcPicture* picture, int32_t index, zepcMessage* message) {

@@ -4,6 +4,7 @@
 #include "codecs/api/codec.h"
 #include "codecs/api/error.h"
 #include "codecs/api/structs.h"
+#include "codecs/support/orientation.h"
 
 namespace zepcodec::api {
 namespace {
@@ -14,6 +15,15 @@ constexpr int64_t kMostOnASide = int64_t{1} << 28;
 bool IsBlendedLight(const PixelFormat& from, const OpacityUse& opacity, const PixelFormat& to) {
   return !IsUnsigned(to.type) && HasAlpha(from.layout) && !opacity.is_dropped &&
          (opacity.is_removed || !HasAlpha(to.layout));
+}
+
+ConstPixels ConstPixelsOf(const zepcPixels& pixels, const PixelFormat& format) {
+  return {static_cast<const uint8_t*>(pixels.data), pixels.stride, pixels.width, pixels.height,
+          format};
+}
+
+Pixels PixelsOf(const zepcPixels& pixels, const PixelFormat& format) {
+  return {static_cast<uint8_t*>(pixels.data), pixels.stride, pixels.width, pixels.height, format};
 }
 
 zepcStatus ConvertCaller(const zepcPixels& from, zepcOpacity opacity, const uint16_t* background,
@@ -29,10 +39,40 @@ zepcStatus ConvertCaller(const zepcPixels& from, zepcOpacity opacity, const uint
   if (!status.ok()) return StatusOf(status, zepcStatusBadArgument);
   constexpr uint16_t kWhite[3] = {65535, 65535, 65535};
   const OpacityUse use = OpacityOf(opacity, background == nullptr ? kWhite : background);
-  status = ConvertPixels(
-      {static_cast<const uint8_t*>(from.data), from.stride, from.width, from.height, *before}, use,
-      {static_cast<uint8_t*>(to.data), to.stride, to.width, to.height, *after});
+  status = ConvertPixels(ConstPixelsOf(from, *before), use, PixelsOf(to, *after));
   return StatusOf(status, zepcStatusUnsupported);
+}
+
+bool IsSame(const PixelFormat& a, const PixelFormat& b) {
+  return a.layout == b.layout && a.type == b.type && a.bits == b.bits && a.is_bgr == b.is_bgr;
+}
+
+zepcStatus TurnCaller(const zepcPixels& from, int32_t orientation, const zepcPixels& to) {
+  const std::optional<PixelFormat> before = FormatOf(from);
+  const std::optional<PixelFormat> after = FormatOf(to);
+  if (const zepcStatus bad = CheckPixels(from, before); bad != zepcStatusOk) return bad;
+  if (const zepcStatus bad = CheckPixels(to, after); bad != zepcStatusOk) return bad;
+  const Status status = CheckRange("orientation", orientation, 1, 8);
+  if (!status.ok()) return StatusOf(status, zepcStatusBadArgument);
+  if (!IsSame(*before, *after)) return BadArgument("the pixels have different forms");
+  const Turn turn = UprightOf(orientation);
+  const int32_t width = turn.transposes ? from.height : from.width;
+  const int32_t height = turn.transposes ? from.width : from.height;
+  if (to.width != width || to.height != height) {
+    return BadArgument("the size is not that of the upright picture");
+  }
+  TurnPixels(turn, ConstPixelsOf(from, *before), PixelsOf(to, *after));
+  return zepcStatusOk;
+}
+
+// Calls `call` with complete structs.
+template <class Call>
+zepcStatus GuardedPair(const zepcPixels* from, const zepcPixels* to, const Call& call) {
+  return Guarded([&] {
+    if (from == nullptr || to == nullptr) return BadArgument("a null pointer");
+    if (!HasSize(from) || !HasSize(to)) return BadArgument("the size of the pixels is not set");
+    return call(Complete(from), Complete(to));
+  });
 }
 
 }  // namespace
@@ -144,11 +184,13 @@ namespace api = zepcodec::api;
 
 zepcStatus zepcConvert(const zepcPixels* from, zepcOpacity opacity, const uint16_t* background,
                        const zepcPixels* to) {
-  return api::Guarded([&] {
-    if (from == nullptr || to == nullptr) return api::BadArgument("a null pointer");
-    if (!api::HasSize(from) || !api::HasSize(to)) {
-      return api::BadArgument("the size of the pixels is not set");
-    }
-    return api::ConvertCaller(api::Complete(from), opacity, background, api::Complete(to));
+  return api::GuardedPair(from, to, [&](const zepcPixels& before, const zepcPixels& after) {
+    return api::ConvertCaller(before, opacity, background, after);
+  });
+}
+
+zepcStatus zepcTurnUpright(const zepcPixels* from, int32_t orientation, const zepcPixels* to) {
+  return api::GuardedPair(from, to, [&](const zepcPixels& before, const zepcPixels& after) {
+    return api::TurnCaller(before, orientation, after);
   });
 }

@@ -213,6 +213,9 @@ typedef struct zepcMetadata {
 /** The orientation that EXIF data, a TIFF structure, tells: 1 to 8; 0: none. */
 ZEPC_API int32_t zepcExifOrientation(const void* exif, size_t exif_size);
 
+/** Sets the orientation in EXIF data to 1, in place, if there is one. */
+ZEPC_API void zepcExifSetUpright(void* exif, size_t exif_size);
+
 /** @} */
 /** @defgroup zepc_decode Decoding
  * @{ */
@@ -389,6 +392,15 @@ ZEPC_API void zepcPictureFree(zepcPicture* picture);
  */
 ZEPC_API zepcStatus zepcConvert(const zepcPixels* from, zepcOpacity opacity,
                                 const uint16_t* background, const zepcPixels* to);
+
+/**
+ * Turns and mirrors pixels: those of a picture with this EXIF orientation, 1 to 8, become upright.
+ *
+ * @param to A buffer of the same layout and samples, which does not overlap `from`. With
+ *   orientations 5 to 8, width and height change places.
+ */
+ZEPC_API zepcStatus zepcTurnUpright(const zepcPixels* from, int32_t orientation,
+                                    const zepcPixels* to);
 
 /** @} */
 /** @defgroup zepc_encode Encoding

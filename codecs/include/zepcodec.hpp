@@ -138,6 +138,11 @@ inline void Convert(const zepcPixels& from, const zepcPixels& to,
   Check(zepcConvert(&from, opacity, nullptr, &to));
 }
 
+/** Turns pixels of a picture with this EXIF orientation upright, into a buffer of that size. */
+inline void TurnUpright(const zepcPixels& from, int32_t orientation, const zepcPixels& to) {
+  Check(zepcTurnUpright(&from, orientation, &to));
+}
+
 /** Encodes pixels to a file. */
 inline File Encode(const zepcPixels& pixels, const zepcEncodeOptions& options) {
   void* data = nullptr;

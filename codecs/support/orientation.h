@@ -3,6 +3,7 @@
 #ifndef ZEPJP_CODECS_SUPPORT_ORIENTATION_H_
 #define ZEPJP_CODECS_SUPPORT_ORIENTATION_H_
 
+#include "codecs/support/convert.h"
 #include "codecs/support/picture.h"
 #include "codecs/support/status.h"
 
@@ -30,6 +31,9 @@ constexpr Turn UprightOf(int orientation) {
     default: return {};
   }
 }
+
+// Both have the same format; `to` has the size of the turned picture.
+void TurnPixels(const Turn& turn, const ConstPixels& from, const Pixels& to);
 
 // The metadata stays as it is.
 Status Apply(const Turn& turn, const Picture& from, Picture* to);

@@ -100,4 +100,50 @@ TEST(ApiConvert, BadArguments) {
   EXPECT_EQ(to.bytes, Blank(4, 4, {}).bytes);
 }
 
+// Where the upper left pixel of a stored picture of 3 x 2 pixels comes to lie in the upright one.
+TEST(ApiConvert, TurnsUpright) {
+  struct Case {
+    int32_t orientation;
+    std::vector<uint8_t> upright;  // rows of the result, one after the other
+    int32_t width;
+  };
+  // Stored: 1 2 3 above 4 5 6.
+  const Case cases[] = {{1, {1, 2, 3, 4, 5, 6}, 3}, {2, {3, 2, 1, 6, 5, 4}, 3},
+                        {3, {6, 5, 4, 3, 2, 1}, 3}, {4, {4, 5, 6, 1, 2, 3}, 3},
+                        {5, {1, 4, 2, 5, 3, 6}, 2}, {6, {4, 1, 5, 2, 6, 3}, 2},
+                        {7, {6, 3, 5, 2, 4, 1}, 2}, {8, {3, 6, 2, 5, 1, 4}, 2}};
+  for (const zepcLayout layout : {zepcLayoutGrey, zepcLayoutRgb, zepcLayoutRgba}) {
+    for (const zepcSample sample : {zepcSampleU8, zepcSampleU16}) {
+      const Shape shape = {layout, sample, sample == zepcSampleU8 ? 8 : 16};
+      Image from = Blank(3, 2, shape);
+      const size_t pixel_bytes = from.bytes.size() / 6;
+      for (size_t i = 0; i < 6; ++i) from.bytes[i * pixel_bytes] = static_cast<uint8_t>(i + 1);
+      for (const Case& one : cases) {
+        Image to = Blank(one.width, 6 / one.width, shape);
+        const zepcPixels before = from.Pixels();
+        const zepcPixels after = to.Pixels();
+        ASSERT_EQ(zepcTurnUpright(&before, one.orientation, &after), zepcStatusOk);
+        for (size_t i = 0; i < 6; ++i) EXPECT_EQ(to.bytes[i * pixel_bytes], one.upright[i]);
+      }
+    }
+  }
+}
+
+TEST(ApiConvert, TurningRefusesBadArguments) {
+  const Shape shape = {zepcLayoutRgb, zepcSampleU8, 8};
+  Image from = Blank(3, 2, shape);
+  Image to = Blank(2, 3, shape);
+  const Bytes untouched = to.bytes;
+  const zepcPixels before = from.Pixels();
+  zepcPixels after = to.Pixels();
+  EXPECT_EQ(zepcTurnUpright(nullptr, 6, &after), zepcStatusBadArgument);
+  EXPECT_EQ(zepcTurnUpright(&before, 6, nullptr), zepcStatusBadArgument);
+  EXPECT_EQ(zepcTurnUpright(&before, 0, &after), zepcStatusBadArgument);
+  EXPECT_EQ(zepcTurnUpright(&before, 9, &after), zepcStatusBadArgument);
+  EXPECT_EQ(zepcTurnUpright(&before, 2, &after), zepcStatusBadArgument);  // another size
+  after.layout = zepcLayoutBgr;
+  EXPECT_EQ(zepcTurnUpright(&before, 6, &after), zepcStatusBadArgument);
+  EXPECT_EQ(to.bytes, untouched);
+}
+
 }  // namespace

@@ -199,6 +199,19 @@ TEST(ApiMetadata, OrientationOfExif) {
   EXPECT_EQ(zepcExifOrientation("", 0), 0);
 }
 
+TEST(ApiMetadata, ExifBecomesUpright) {
+  for (const bool is_big_endian : {false, true}) {
+    Bytes exif = Exif(6, is_big_endian);
+    zepcExifSetUpright(exif.data(), exif.size());
+    EXPECT_EQ(exif, Exif(1, is_big_endian));
+    Bytes cut_off(exif.begin(), exif.begin() + 12);
+    const Bytes before = cut_off;
+    zepcExifSetUpright(cut_off.data(), cut_off.size());
+    EXPECT_EQ(cut_off, before);
+  }
+  zepcExifSetUpright(nullptr, 0);
+}
+
 TEST(ApiMetadata, FurtherSegmentsOfJpegFilesAreKept) {
   // A comment, the data of a photo editor, and what the encoder writes itself or what names other
   // pictures.
