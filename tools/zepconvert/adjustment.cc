@@ -130,7 +130,8 @@ void NoteDropped(const Capacity& capacity, Picture* picture) {
   }
   if (metadata.orientation > 1 && !capacity.keeps_exif) {
     picture->notes.emplace_back(
-        "the picture is stored turned or mirrored, and this kind of file cannot say so");
+        "the picture is stored turned or mirrored, and this kind of file cannot say so "
+        "(--auto-orient turns it)");
   }
 }
 

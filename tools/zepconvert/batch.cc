@@ -172,11 +172,11 @@ class Batch {
     if (need > settings_.memory && ConvertRows(held, input, &share, step, result)) return;
     share.GrowTo(need);
     const auto number = static_cast<size_t>(result - results_.data());
-    Convert(settings_, input,
-            settings_.report_directory.empty()
-                ? ""
-                : ErrorPicturePath(settings_.report_directory, number),
-            result);
+    Convert(
+        settings_, input,
+        settings_.report_directory.empty() ? ""
+                                           : ErrorPicturePath(settings_.report_directory, number),
+        [&](double done) { step->SetDone(done); }, result);
   }
 
   // For pictures that do not fit into the memory. False: this file cannot be converted so.
@@ -194,7 +194,7 @@ class Batch {
   }
 
   void Report(const Result& result) {
-    const std::string name = ShownName(result.job.input) + ": ";
+    const std::string name = ShownInput(result.job.input) + ": ";
     if (!result.error.empty()) console_.Say(name + result.error);
     for (const std::string& warning : result.warnings) {
       console_.Say(std::string(name).append("damaged: ").append(warning));

@@ -141,6 +141,9 @@ Command CommandOf(Arguments* arguments, Options* options) {
   command.inputs = arguments->files;
   command.is_recursive = arguments->is_recursive;
   command.out_dir = arguments->out_dir;
+  if (command.settings.transcodes && command.settings.kept == Kept::kProfile) {
+    throw Failure("--transcode keeps all metadata or none");
+  }
   return command;
 }
 

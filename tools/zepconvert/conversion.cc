@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tools/zepconvert/conversion.h"
 
+#include <algorithm>
 #include <chrono>
 #include <limits>
 #include <numeric>
@@ -15,6 +16,7 @@
 #include "tools/zepconvert/library_file.h"
 #include "tools/zepconvert/png_file.h"
 #include "tools/zepconvert/pnm_file.h"
+#include "tools/zepconvert/resize.h"
 
 namespace zepconvert {
 namespace {
@@ -31,30 +33,77 @@ struct Output {
   ByteView view() const { return library.size() > 0 ? ByteView(library) : ByteView(own); }
 };
 
-Picture Load(const Settings& settings, ByteView input) {
+bool HasSmallerVersions(Format format) {
+  return format == Format::kJpeg || format == Format::kJp2 || format == Format::kJ2k;
+}
+
+PictureSize Fitting(const Settings& settings, const PictureSize& size) {
+  return FitInto({settings.fit_width, settings.fit_height}, size);
+}
+
+// The settings with the largest reduction that leaves a picture of at least this size.
+Settings ReducedTo(const PictureSize& wanted, const zepcInfo& info, Settings settings) {
+  constexpr int32_t kMost = 3;  // which JPEG has
+  for (int32_t reduce = 1; reduce <= std::min(info.levels, kMost); ++reduce) {
+    Settings reduced = settings;
+    reduced.reduce = reduce;
+    const PictureSize size = SizeOf(reduced, info);
+    if (size.width < wanted.width || size.height < wanted.height) break;
+    settings = reduced;
+  }
+  return settings;
+}
+
+// Decodes no more than the wanted size needs, where the format has smaller versions.
+Picture LoadOfLibrary(const Settings& settings, Format format, ByteView input,
+                      const OnProgress& on_progress) {
+  const bool can_reduce = settings.fit_width > 0 && HasSmallerVersions(format) &&
+                          settings.reduce == 0 && settings.region.width == 0;
+  if (!can_reduce) {
+    Picture picture = ReadLibraryFile(settings, input, on_progress);
+    Shrink(Fitting(settings, SizeOf(picture.image)), &picture.image);
+    return picture;
+  }
+  const zepcInfo info = ProbeLibraryFile(settings, input);
+  const PictureSize wanted = Fitting(settings, SizeOf(settings, info));
+  Picture picture = ReadLibraryFile(ReducedTo(wanted, info, settings), input, on_progress);
+  Shrink(wanted, &picture.image);
+  return picture;
+}
+
+// A file that the tool reads itself.
+Picture LoadOwn(const Settings& settings, Format format, ByteView input) {
+  const auto read = format == Format::kPng ? ReadPng : ReadPnm;
+  Picture picture = read(input, settings.max_pixels);
+  if (settings.turns_upright) MakeUpright(&picture);
+  Image& image = picture.image;
+  image.CutTo(RegionIn(settings, image.width(), image.height()));
+  Shrink(Fitting(settings, SizeOf(image)), &image);
+  return picture;
+}
+
+Picture Load(const Settings& settings, ByteView input, const OnProgress& on_progress) {
   const Format format = FormatOfBytes(input.data, input.size);
   if (format == Format::kUnknown) {
     throw Failure(
         "neither a JPEG nor a JPEG 2000 nor a JPEG XR nor a PNG nor a TIFF nor a binary PGM, PPM "
         "or PAM nor a DDS file");
   }
-  const bool has_smaller_versions =
-      format == Format::kJpeg || format == Format::kJp2 || format == Format::kJ2k;
-  if (settings.reduce > 0 && !has_smaller_versions) {
+  if (settings.from != Format::kUnknown && !IsSameKind(format, settings.from)) {
+    throw Failure("is not of the format that --from names");
+  }
+  if (settings.reduce > 0 && !HasSmallerVersions(format)) {
     throw Failure("only JPEG (but lossless ones) and JPEG 2000 files can be reduced (--scale)");
   }
-  if (IsOfLibrary(format)) return ReadLibraryFile(settings, input);
-  const auto read = format == Format::kPng ? ReadPng : ReadPnm;
-  Picture picture = read(input, settings.max_pixels);
-  Image& image = picture.image;
-  image.CutTo(RegionIn(settings, image.width(), image.height()));
-  return picture;
+  return IsOfLibrary(format) ? LoadOfLibrary(settings, format, input, on_progress)
+                             : LoadOwn(settings, format, input);
 }
 
-Output Save(const Settings& settings, Format format, Picture* picture) {
+Output Save(const Settings& settings, Format format, Picture* picture,
+            const OnProgress& on_progress) {
   Output output;
   if (IsOfLibrary(format)) {
-    output.library = WriteLibraryFile(settings, format, *picture);
+    output.library = WriteLibraryFile(settings, format, *picture, on_progress);
   } else if (format == Format::kPng) {
     output.own = WritePng(picture->image, picture->metadata);
   } else if (format == Format::kHdr) {
@@ -87,12 +136,13 @@ void CheckHalves(const Picture& picture, Format input, Format output) {
 }
 
 // By way of its pixels.
-Output ConvertPixels(const Settings& settings, ByteView input, Picture* picture, Result* result) {
+Output ConvertPixels(const Settings& settings, ByteView input, const OnProgress& on_progress,
+                     Picture* picture, Result* result) {
   const Format format = result->job.format;
   if (!settings.scans_directory.empty()) WriteScans(settings, input, result->job.input);
   {
     const Timer timer(kDecode, result);
-    *picture = Load(settings, input);
+    *picture = Load(settings, input, [&](double done) { on_progress(done / 2); });
   }
   CheckHalves(*picture, FormatOfBytes(input.data, input.size), format);
   {
@@ -103,7 +153,7 @@ Output ConvertPixels(const Settings& settings, ByteView input, Picture* picture,
   result->height = picture->image.height();
   result->lossless = IsLossless(settings, format);
   const Timer timer(kEncode, result);
-  return Save(settings, format, picture);
+  return Save(settings, format, picture, [&](double done) { on_progress((1 + done) / 2); });
 }
 
 Output Transcode(const Settings& settings, ByteView input, Picture* picture, Result* result) {
@@ -139,7 +189,7 @@ Timer::~Timer() { *seconds_ += Now() - start_; }
 Picture LoadPicture(ByteView input) {
   Settings settings;
   settings.max_pixels = std::numeric_limits<int64_t>::max();
-  Picture picture = Load(settings, input);
+  Picture picture = Load(settings, input, [](double) {});
   const zepcLayout layout = picture.image.form().layout;
   const bool loses_alpha = HasAlpha(layout) && IsOpaque(picture.image);
   const Form form = UnsignedForm(!loses_alpha     ? layout
@@ -151,10 +201,11 @@ Picture LoadPicture(ByteView input) {
 }
 
 void Convert(const Settings& settings, ByteView input, const std::string& error_picture,
-             Result* result) {
+             const OnProgress& on_progress, Result* result) {
   Picture picture;
-  const Output output = settings.transcodes ? Transcode(settings, input, &picture, result)
-                                            : ConvertPixels(settings, input, &picture, result);
+  const Output output = settings.transcodes
+                            ? Transcode(settings, input, &picture, result)
+                            : ConvertPixels(settings, input, on_progress, &picture, result);
   result->output_bytes = output.view().size;
   if (!error_picture.empty() && !result->lossless) {
     MeasureLoss(picture.image, output.view(), error_picture, result);

@@ -56,7 +56,7 @@ class Timer {
 // `input` holds the file's bytes. If `error_picture` is a name, a lossy result is decoded again to
 // tell its PSNR, and its errors become a PNG file of that name.
 void Convert(const Settings& settings, ByteView input, const std::string& error_picture,
-             Result* result);
+             const OnProgress& on_progress, Result* result);
 
 // The picture in a file of any known format, with 8 bits a sample.
 Picture LoadPicture(ByteView input);

@@ -123,7 +123,7 @@ void WithName(const std::string& path, const Call& call) {
   try {
     call();
   } catch (const Failure& failure) {
-    throw Failure(ShownName(path) + " " + failure.what());
+    throw Failure(ShownOutput(path) + " " + failure.what());
   }
 }
 
@@ -181,7 +181,9 @@ FileBytes ReadFile(const std::string& path, const ReadLimits& limits) {
   if (file.get() < 0) throw SystemFailure("cannot be opened");
   struct stat info {};
   if (fstat(file.get(), &info) != 0) throw SystemFailure("cannot be read");
-  if (S_ISDIR(info.st_mode)) throw Failure("is a directory");
+  if (S_ISDIR(info.st_mode)) {
+    throw Failure("is a directory (--recursive converts the pictures in it)");
+  }
   // Files that the system makes up as they are read have no size. Of standard input a part may have
   // been read.
   const bool is_whole = S_ISREG(info.st_mode) && info.st_size > 0 &&

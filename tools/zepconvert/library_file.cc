@@ -20,6 +20,7 @@ zepcDecodeOptions OptionsOf(const Settings& settings) {
   options.keeps_damaged = 1;
   options.reduce = settings.reduce;
   options.region = settings.region;
+  options.applies_orientation = settings.turns_upright ? 1 : 0;
   return options;
 }
 
@@ -36,6 +37,12 @@ auto Guarded(const Call& call) {
 
 const char* ScriptOf(const Settings& settings) {
   return settings.scan_script.has_value() ? settings.scan_script->c_str() : nullptr;
+}
+
+// A callback of the library for an OnProgress.
+int32_t Report(void* user, double done) {
+  (*static_cast<const OnProgress*>(user))(done);
+  return 0;
 }
 
 void TakeMessages(const zepc::Picture& from, Picture* picture) {
@@ -127,11 +134,8 @@ Head ReadHead(const Settings& settings, ByteView input) {
     zepcDecodeOptions options = OptionsOf(settings);
     options.rows = [](void*, const zepcPixels*, int32_t) { return 0; };
     const zepcInfo info = zepc::Probe(input.data, input.size, options);
-    const auto reduced = [&](int32_t side) {
-      return static_cast<int>((int64_t{side} + (int64_t{1} << settings.reduce) - 1) >>
-                              settings.reduce);
-    };
-    const zepcRect region = RegionIn(settings, reduced(info.width), reduced(info.height));
+    const PictureSize size = SizeOf(settings, info);
+    const zepcRect region = RegionIn(settings, size.width, size.height);
     Head head;
     head.width = region.width;
     head.height = region.height;
@@ -197,8 +201,21 @@ zepcInfo ProbeLibraryFile(const Settings& settings, ByteView input) {
   });
 }
 
-Picture ReadLibraryFile(const Settings& settings, ByteView input) {
-  zepc::Picture decoded = Decode(input, OptionsOf(settings));
+PictureSize SizeOf(const Settings& settings, const zepcInfo& info) {
+  const auto reduced = [&](int32_t side) {
+    return static_cast<int>((int64_t{side} + (int64_t{1} << settings.reduce) - 1) >>
+                            settings.reduce);
+  };
+  const PictureSize size = {reduced(info.width), reduced(info.height)};
+  const bool swaps_sides = settings.turns_upright && info.orientation >= 5;
+  return swaps_sides ? PictureSize{size.height, size.width} : size;
+}
+
+Picture ReadLibraryFile(const Settings& settings, ByteView input, const OnProgress& on_progress) {
+  zepcDecodeOptions options = OptionsOf(settings);
+  options.progress = Report;
+  options.progress_user = const_cast<OnProgress*>(&on_progress);
+  zepc::Picture decoded = Decode(input, options);
   Picture picture;
   TakeMessages(decoded, &picture);
   picture.metadata = Metadata(decoded.metadata());
@@ -212,8 +229,11 @@ Image ReadFirstScans(const Settings& settings, ByteView input, int scans) {
   return Image(Decode(input, options));
 }
 
-zepc::File WriteLibraryFile(const Settings& settings, Format format, const Picture& picture) {
+zepc::File WriteLibraryFile(const Settings& settings, Format format, const Picture& picture,
+                            const OnProgress& on_progress) {
   EncodeOptions options(settings, format, picture.metadata);
+  options.get().progress = Report;
+  options.get().progress_user = const_cast<OnProgress*>(&on_progress);
   return zepc::Encode(picture.image.pixels(), options.get());
 }
 
@@ -233,6 +253,7 @@ bool IsLossless(const Settings& settings, Format format) {
 
 zepc::File TranscodeJpeg(const Settings& settings, ByteView input, Picture* picture) {
   auto options = zepc::Make<zepcTranscodeOptions>();
+  options.transform = settings.turns_upright ? zepcTransformUpright : zepcTransformNone;
   options.region = settings.crop;
   options.is_progressive = settings.jpeg.is_progressive;
   options.optimizes = settings.jpeg.optimizes;

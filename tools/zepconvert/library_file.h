@@ -12,6 +12,7 @@
 #include "tools/zepconvert/file_io.h"
 #include "tools/zepconvert/format.h"
 #include "tools/zepconvert/picture.h"
+#include "tools/zepconvert/resize.h"
 #include "tools/zepconvert/settings.h"
 #include "zepcodec.hpp"
 
@@ -20,8 +21,11 @@ namespace zepconvert {
 // The headers of a file. A file that cannot be decoded is a failure.
 zepcInfo ProbeLibraryFile(const Settings& settings, ByteView input);
 
+// The size of the picture that will be decoded, before settings.region is cut out.
+PictureSize SizeOf(const Settings& settings, const zepcInfo& info);
+
 // What can be saved of a damaged file, with warnings.
-Picture ReadLibraryFile(const Settings& settings, ByteView input);
+Picture ReadLibraryFile(const Settings& settings, ByteView input, const OnProgress& on_progress);
 
 // The picture after the first `scans` scans of a progressive JPEG file; after all where the file
 // has fewer.
@@ -51,7 +55,8 @@ void WriteLibraryRows(const Settings& settings, Format format, const zepcPixels&
 // inside.
 zepcRect RegionIn(const Settings& settings, int width, int height);
 
-zepc::File WriteLibraryFile(const Settings& settings, Format format, const Picture& picture);
+zepc::File WriteLibraryFile(const Settings& settings, Format format, const Picture& picture,
+                            const OnProgress& on_progress);
 
 // Whether such a file will hold the picture bit for bit.
 bool IsLossless(const Settings& settings, Format format);

@@ -20,8 +20,8 @@ struct Need {
 
 Need NeedOfLibraryFile(const Settings& settings, ByteView input) {
   const zepcInfo info = ProbeLibraryFile(settings, input);
-  const auto side = [&](int32_t length) { return std::max(1, length >> settings.reduce); };
-  const zepcRect region = RegionIn(settings, side(info.width), side(info.height));
+  const PictureSize size = SizeOf(settings, info);
+  const zepcRect region = RegionIn(settings, size.width, size.height);
   const double pixels = static_cast<double>(region.width) * region.height;
   return {static_cast<double>(info.memory), pixels * ChannelCount(info.layout),
           static_cast<double>(BytesOf(info.sample))};

@@ -346,7 +346,7 @@ void Options::DefineJpeg(Arguments* arguments) {
                                     ->group(group),
                                 jpeg);
   for (const char* other : {"--quality", "--lossless", "--sampling", "--depth", "--region",
-                            "--scale", "--fit", "--grey", "--auto-orient"}) {
+                            "--scale", "--fit", "--grey"}) {
     transcode->excludes(app_.get_option(other));
   }
   Limit(app_.add_option("--crop", arguments->crop,

@@ -143,6 +143,21 @@ zepcMetadata Metadata::View() const {
   return view;
 }
 
+void MakeUpright(Picture* picture) {
+  Image& image = picture->image;
+  Metadata& metadata = picture->metadata;
+  const int orientation = metadata.orientation;
+  if (orientation < 2) return;
+  const bool swaps_sides = orientation >= 5;
+  Image upright(swaps_sides ? image.height() : image.width(),
+                swaps_sides ? image.width() : image.height(), image.form());
+  zepc::TurnUpright(image.pixels(), orientation, upright.pixels());
+  image = std::move(upright);
+  metadata.orientation = 1;
+  zepcExifSetUpright(metadata.exif.data(), metadata.exif.size());
+  if (swaps_sides) std::swap(metadata.resolution_x, metadata.resolution_y);
+}
+
 void CheckPixels(int64_t width, int64_t height, int64_t max_pixels) {
   const std::string claim = std::to_string(width) + " x " + std::to_string(height) + " pixels";
   if (width < 1 || height < 1) throw Failure("the picture has " + claim);

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -67,6 +68,9 @@ bool IsOpaque(const Image& image);
 // The image in this form; opacity that has no place is blended over white.
 Image Converted(const Image& image, const Form& form, zepcOpacity opacity = zepcOpacityAuto);
 
+// Gets the finished part of the work, from 0 to 1.
+using OnProgress = std::function<void(double done)>;
+
 // What zepcMetadata points to.
 struct Metadata {
   Metadata() = default;
@@ -90,6 +94,9 @@ struct Picture {
   std::vector<std::string> notes;     // for the user to know; the exit code stays 0
   std::vector<std::string> warnings;  // damage in the file: the exit code becomes 4
 };
+
+// Turns the pixels as the orientation says, which becomes 1.
+void MakeUpright(Picture* picture);
 
 // What a file's header tells of its picture.
 struct Dimensions {

@@ -78,7 +78,8 @@ void MoveTo(Items* to, Items* from) {
 
 std::unique_ptr<RowInput> OpenForRows(const Settings& settings, const Job& job, ByteView input) {
   const bool needs_pixels = !settings.report_directory.empty() || settings.transcodes ||
-                            !settings.scans_directory.empty() || settings.reduce > 0;
+                            !settings.scans_directory.empty() || settings.reduce > 0 ||
+                            settings.fit_width > 0;
   if (needs_pixels || !TakesRows(settings, job.format)) return nullptr;
   return OpenRows(settings, input);
 }

@@ -3,7 +3,6 @@
 #ifndef ZEPJP_TOOLS_ZEPCONVERT_ROW_CONVERSION_H_
 #define ZEPJP_TOOLS_ZEPCONVERT_ROW_CONVERSION_H_
 
-#include <functional>
 #include <memory>
 
 #include "tools/zepconvert/bytes.h"
@@ -12,9 +11,6 @@
 #include "tools/zepconvert/settings.h"
 
 namespace zepconvert {
-
-// Gets the finished part of the work, from 0 to 1.
-using OnProgress = std::function<void(double done)>;
 
 // The rows of a file that can be converted so, or null.
 std::unique_ptr<RowInput> OpenForRows(const Settings& settings, const Job& job, ByteView input);

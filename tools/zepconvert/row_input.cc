@@ -82,6 +82,7 @@ class PngRows : public OwnRows<PngReader> {
   }
 
   bool is_interlaced() const { return reader_.passes() > 1; }
+  bool is_upright() const { return head_.metadata.orientation < 2; }
 
  protected:
   void ReadRow(int, uint8_t* row) override { reader_.ReadRow(row); }
@@ -94,7 +95,8 @@ std::unique_ptr<RowInput> OpenRows(const Settings& settings, ByteView input) {
   if (IsOfLibrary(format)) return std::make_unique<LibraryRows>(settings, input);
   if (format == Format::kPng) {
     auto rows = std::make_unique<PngRows>(settings, input);
-    if (rows->is_interlaced()) return nullptr;
+    const bool comes_turned = settings.turns_upright && !rows->is_upright();
+    if (rows->is_interlaced() || comes_turned) return nullptr;
     return rows;
   }
   if (format == Format::kUnknown) return nullptr;

@@ -25,7 +25,7 @@ std::string Size(size_t bytes) {
 }
 
 std::string LineAbout(const Result& result) {
-  const std::string names = ShownName(result.job.input) + " -> " + ShownName(result.job.output);
+  const std::string names = ShownInput(result.job.input) + " -> " + ShownOutput(result.job.output);
   if (result.job.is_left_out) return names + ": left out, it exists";
   return names + ": " + std::to_string(result.width) + " x " + std::to_string(result.height) +
          ", " + Size(result.input_bytes) + " -> " + Size(result.output_bytes) + ", " +

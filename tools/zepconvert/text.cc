@@ -62,8 +62,12 @@ std::string Printable(const std::string& text) {
   return printable;
 }
 
-std::string ShownName(const std::string& path) {
-  return path == kStandardStream ? "standard stream" : path;
+std::string ShownInput(const std::string& path) {
+  return path == kStandardStream ? "standard input" : path;
+}
+
+std::string ShownOutput(const std::string& path) {
+  return path == kStandardStream ? "standard output" : path;
 }
 
 std::string Number(double value, int digits) {

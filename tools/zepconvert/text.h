@@ -12,8 +12,9 @@ namespace zepconvert {
 // UTF-8.
 std::string Printable(const std::string& text);
 
-// The name of a file in messages; that of standard input and output ("-") in words.
-std::string ShownName(const std::string& path);
+// Names of files in messages; "-" in words.
+std::string ShownInput(const std::string& path);
+std::string ShownOutput(const std::string& path);
 
 // With this many digits after the point.
 std::string Number(double value, int digits);

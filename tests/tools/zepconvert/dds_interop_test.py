@@ -89,7 +89,7 @@ class DdsInterop(unittest.TestCase):
         return image
 
     def ours(self, name):
-        run(TOOL, "--quiet", name, "ours.png")
+        run(TOOL, "--force", "--quiet", name, "ours.png")
         return self.load("ours.png").convert("RGBA")
 
     def readers(self, name, image_magick=True):
@@ -151,7 +151,7 @@ class DdsInterop(unittest.TestCase):
         for kind in ("bc1", "bc2", "bc3", "bc4", "bc5"):
             for mipmaps in ([], ["--mipmaps"]):
                 with self.subTest(kind + " ".join(mipmaps)):
-                    run(TOOL, "--quiet", "rgba.png", "a.dds", "--format", kind, *mipmaps)
+                    run(TOOL, "--force", "--quiet", "rgba.png", "a.dds", "--format", kind, *mipmaps)
                     self.check("a.dds")
 
     def test_small_sizes_elsewhere(self):
@@ -159,17 +159,17 @@ class DdsInterop(unittest.TestCase):
             picture(width, height, True).save("small.png")
             for kind in ("bc1", "bc2", "bc3", "bc4", "bc5"):
                 with self.subTest((width, height, kind)):
-                    run(TOOL, "--quiet", "small.png", "a.dds", "--format", kind, "--mipmaps")
+                    run(TOOL, "--force", "--quiet", "small.png", "a.dds", "--format", kind, "--mipmaps")
                     self.check("a.dds", image_magick=False)
 
     def test_extended_header_elsewhere(self):
         # Pillow reads BC5 behind it.
-        run(TOOL, "--quiet", "rgb.png", "a.dds", "--format", "bc5")
-        run(TOOL, "--quiet", "rgb.png", "b.dds", "--format", "bc5", "--dds-header", "dx10")
+        run(TOOL, "--force", "--quiet", "rgb.png", "a.dds", "--format", "bc5")
+        run(TOOL, "--force", "--quiet", "rgb.png", "b.dds", "--format", "bc5", "--dds-header", "dx10")
         self.assertEqual(self.load("a.dds").tobytes(), self.load("b.dds").tobytes())
 
     def test_levels_elsewhere(self):
-        run(TOOL, "--quiet", "rgb.png", "a.dds", "--format", "bc1", "--mipmaps")
+        run(TOOL, "--force", "--quiet", "rgb.png", "a.dds", "--format", "bc1", "--mipmaps")
         run("nvddsinfo", "a.dds")
         out = subprocess.run(["nvddsinfo", "a.dds"], capture_output=True, text=True, check=True)
         self.assertIn("Mipmap count: 7", out.stdout)
@@ -197,10 +197,10 @@ class DdsInterop(unittest.TestCase):
             pixels = self.ours(name).convert("RGB").getdata()
             total = sum((a - b) ** 2 for p, q in zip(source, pixels) for a, b in zip(p, q))
             return 10 * math.log10(255 ** 2 * 3 * len(source) / total)
-        run(TOOL, "--quiet", "rgb.png", "a.dds", "--format", "bc1")
+        run(TOOL, "--force", "--quiet", "rgb.png", "a.dds", "--format", "bc1")
         run("nvcompress", "-nocuda", "-nomips", "-bc1", "rgb.png", "n.dds")
         self.assertGreater(psnr("a.dds"), psnr("n.dds") - 5)
-        run(TOOL, "--quiet", "rgb.png", "y.dds", "--format", "ycocg")
+        run(TOOL, "--force", "--quiet", "rgb.png", "y.dds", "--format", "ycocg")
         self.assertGreater(psnr("y.dds"), psnr("a.dds"))
 
 
@@ -235,8 +235,8 @@ class ExtendedFormats(unittest.TestCase):
         picture(121, 83, True).save("rgba.png")
         for options in ([], ["--fast"], ["--thorough"], *(["--mode", str(m)] for m in range(8))):
             with self.subTest(options):
-                run(TOOL, "--quiet", "rgba.png", "a.dds", "--format", "bc7", *options)
-                run(TOOL, "--quiet", "a.dds", "ours.png")
+                run(TOOL, "--force", "--quiet", "rgba.png", "a.dds", "--format", "bc7", *options)
+                run(TOOL, "--force", "--quiet", "a.dds", "ours.png")
                 self.assertEqual(self.load("ours.png").convert("RGBA").tobytes(),
                                  self.load("a.dds").convert("RGBA").tobytes())
 
@@ -248,7 +248,7 @@ class ExtendedFormats(unittest.TestCase):
             blocks[i] = blocks[i] & ~((2 << mode) - 1) & 255 | 1 << mode
         for number in (97, 98, 99):
             self.write("any.dds", number, 160, 160, bytes(blocks))
-            run(TOOL, "--quiet", "any.dds", "ours.png")
+            run(TOOL, "--force", "--quiet", "any.dds", "ours.png")
             if number != 97:
                 self.assertEqual(self.load("ours.png").convert("RGBA").tobytes(),
                                  self.load("any.dds").convert("RGBA").tobytes())
@@ -279,29 +279,29 @@ class ExtendedFormats(unittest.TestCase):
         # Pillow clamps to 0..1 and makes bytes. (Signed blocks with differences it decodes wrongly.)
         blocks = random.Random(2).randbytes(16 * 40 * 40)
         self.write("any.dds", 95, 160, 160, blocks)
-        run(TOOL, "--quiet", "any.dds", "ours.hdr")
+        run(TOOL, "--force", "--quiet", "any.dds", "ours.hdr")
         for our, their in zip(self.read_hdr("ours.hdr", 160, 160), self.load("any.dds").getdata()):
             # A step of RGBE is a part in 128 of the greatest channel.
             slack = 1.5 + max(our) / 64 * 255
             for a, b in zip(our, their):
                 self.assertLessEqual(abs(min(255, a * 255) - b), slack)
         # JPEG XR holds the same half floats.
-        run(TOOL, "--quiet", "any.dds", "any.jxr")
-        run(TOOL, "--quiet", "any.jxr", "again.hdr")
+        run(TOOL, "--force", "--quiet", "any.dds", "any.jxr")
+        run(TOOL, "--force", "--quiet", "any.jxr", "again.hdr")
         with open("ours.hdr", "rb") as ours, open("again.hdr", "rb") as again:
             self.assertEqual(ours.read(), again.read())
-        done = subprocess.run([TOOL, "any.jxr", "any.png"], stderr=subprocess.PIPE, text=True,
+        done = subprocess.run([TOOL, "--force", "any.jxr", "any.png"], stderr=subprocess.PIPE, text=True,
                               timeout=60, check=True)
         self.assertIn("linear light became samples of 16 bits, cut off at white", done.stderr)
         with self.assertRaises(AssertionError):
-            run(TOOL, "any.dds", "other.png")
+            run(TOOL, "--force", "any.dds", "other.png")
 
     def test_what_hdr_needs(self):
         picture(20, 20, False).save("rgb.png")
         for name in ("rgb.png", "a.dds"):
-            run(TOOL, "--quiet", "rgb.png", "a.dds")
+            run(TOOL, "--force", "--quiet", "rgb.png", "a.dds")
             with self.assertRaises(AssertionError):
-                run(TOOL, "--quiet", name, "no.hdr")
+                run(TOOL, "--force", "--quiet", name, "no.hdr")
             self.assertFalse(os.path.exists("no.hdr"))
 
 

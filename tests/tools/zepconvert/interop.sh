@@ -4,7 +4,8 @@
 # Chromium. A program that is not installed is left out, in CI it must be there.
 #   interop.sh PATH_OF_ZEPCONVERT
 set -euo pipefail
-tool=$(realpath "$1")
+program=$(realpath "$1")
+tool() { "$program" --force "$@"; }
 here=$(realpath "$(dirname "$0")")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -53,13 +54,13 @@ write("rgb.ppm", 157, 93, 3)
 write("grey.pgm", 157, 93, 1)
 PYTHON
 for sampling in 444 422 420; do
-  "$tool" rgb.ppm "ours-$sampling.jpg" --sampling $sampling
-  "$tool" rgb.ppm "ours-$sampling-restart.jpg" --sampling $sampling --restart 5 -q 75
+  tool rgb.ppm "ours-$sampling.jpg" --sampling $sampling
+  tool rgb.ppm "ours-$sampling-restart.jpg" --sampling $sampling --restart 5 -q 75
 done
-"$tool" grey.pgm ours-grey.jpg
-"$tool" rgb.ppm ours-progressive.jpg --progressive
-"$tool" grey.pgm ours-progressive-grey.jpg --progressive --restart 9
-"$tool" rgb.ppm ours-optimized.jpg --optimize
+tool grey.pgm ours-grey.jpg
+tool rgb.ppm ours-progressive.jpg --progressive
+tool grey.pgm ours-progressive-grey.jpg --progressive --restart 9
+tool rgb.ppm ours-optimized.jpg --optimize
 cat >script.txt <<'SCRIPT'
 # DC, then bands of luminance in two steps.
 0,1,2: 0-0, 0, 1;
@@ -68,9 +69,9 @@ cat >script.txt <<'SCRIPT'
 0: 10-63, 3, 2; 0: 1-63, 2, 1;  0: 1-63, 1, 0;
 0,1,2: 0-0, 1, 0;
 SCRIPT
-"$tool" rgb.ppm ours-script.jpg --script script.txt --sampling 422
+tool rgb.ppm ours-script.jpg --script script.txt --sampling 422
 ours=(ours-*.jpg)
-for file in "${ours[@]}"; do "$tool" "$file" "${file%.jpg}.pnm"; done
+for file in "${ours[@]}"; do tool "$file" "${file%.jpg}.pnm"; done
 
 if have cjpeg && have djpeg; then
   i=0
@@ -80,7 +81,7 @@ if have cjpeg && have djpeg; then
     i=$((i + 1))
     # shellcheck disable=SC2086
     cjpeg $options -outfile "turbo-$i.jpg" rgb.ppm
-    "$tool" "turbo-$i.jpg" "turbo-$i.pnm"
+    tool "turbo-$i.jpg" "turbo-$i.pnm"
     djpeg -dct int -pnm -outfile expected.pnm "turbo-$i.jpg"
     same "cjpeg $options" "turbo-$i.pnm" expected.pnm
   done
@@ -90,7 +91,7 @@ if have cjpeg && have djpeg; then
   done
   if cjpeg -arithmetic -outfile arithmetic.jpg rgb.ppm; then
     checks=$((checks + 1))
-    "$tool" arithmetic.jpg out.ppm 2>message && fail "arithmetic: no error"
+    tool arithmetic.jpg out.ppm 2>message && fail "arithmetic: no error"
     grep -q arithmetic message || fail "arithmetic: $(cat message)"
   fi
 fi
@@ -115,11 +116,11 @@ if have jpegtran && have djpeg; then
         turn=$((turn + 1))
         [ $is_sanitized = 1 ] && [ $((turn % 5)) -ne 0 ] && continue
         # shellcheck disable=SC2086
-        "$tool" theirs.jpg back.jpg --transcode $back
+        tool theirs.jpg back.jpg --transcode $back
         same_coefficients "jpegtran $way, --transcode $back of $file" "$file" back.jpg
       done
     done
-    "$tool" --quiet "$file" part.jpg --transcode --crop 70x50+33+18
+    tool --quiet "$file" part.jpg --transcode --crop 70x50+33+18
     jpegtran -crop 70x50+33+18 -outfile theirs.jpg "$file"
     same_coefficients "part of $file" theirs.jpg part.jpg
   done
@@ -139,13 +140,13 @@ if [ -n "$magick" ] || have magick; then
   done
   for factors in 1x1 2x1 2x2 1x2; do
     $magick rgb.ppm -sampling-factor $factors -interlace none -quality 88 magick.jpg
-    "$tool" magick.jpg here.ppm
+    tool magick.jpg here.ppm
     $magick magick.jpg -depth 8 there.ppm
     same "ImageMagick $factors" here.ppm there.ppm
   done
   # Inks: compared as a grey picture of each, since the colours depend on profiles.
   $magick rgb.ppm -colorspace CMYK -quality 90 cmyk.jpg
-  "$tool" cmyk.jpg cmyk-again.jpg -q 100 --sampling 444
+  tool cmyk.jpg cmyk-again.jpg -q 100 --sampling 444
   for ink in C M Y K; do
     $magick cmyk.jpg -channel $ink -separate -depth 8 first.pgm
     $magick cmyk-again.jpg -channel $ink -separate -depth 8 second.pgm
@@ -174,7 +175,7 @@ for file in sys.argv[1:]:
     Image.open(file).save(file[:-4] + ".pillow.pnm", format="PPM")
 PYTHON
   for i in 0 1 2 3 4; do
-    "$tool" pillow-$i.jpg here.pnm
+    tool pillow-$i.jpg here.pnm
     same "Pillow $i" here.pnm pillow-$i.expected.ppm
   done
   for file in "${ours[@]}"; do
@@ -191,7 +192,7 @@ if have img2dcm && have dcmj2pnm; then
     case $file in *42*) most=80 mean=4 ;; esac
     same "dcmtk reads $file" "${file%.jpg}.pnm" there.pnm $most $mean
     dcmj2pnm --write-jpeg --compr-quality 90 in.dcm dcmtk.jpg
-    "$tool" dcmtk.jpg here.pnm
+    tool dcmtk.jpg here.pnm
     checks=$((checks + 1))
     if command -v djpeg >/dev/null; then
       djpeg -dct int -pnm -outfile expected.pnm dcmtk.jpg
@@ -201,7 +202,7 @@ if have img2dcm && have dcmj2pnm; then
 fi
 
 if have chromium; then
-  for file in "${ours[@]}"; do "$tool" "$file" "${file%.jpg}.png"; done
+  for file in "${ours[@]}"; do tool "$file" "${file%.jpg}.png"; done
   python3 - "${ours[@]}" >page.html <<'PYTHON'
 import base64, sys
 def url(path, kind):

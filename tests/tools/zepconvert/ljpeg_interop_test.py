@@ -153,7 +153,7 @@ class LosslessJpeg(Exchange):
 
     def check_here(self, bits, samples):
         """dcmtk announces 16 bits for all that has more than 8."""
-        run(TOOL, "--quiet", "theirs.jpg", "out.pnm")
+        run(TOOL, "--force", "--quiet", "theirs.jpg", "out.pnm")
         with open("out.pnm", "rb") as file:
             data = file.read()
         announced = 255 if bits <= 8 else 65535
@@ -163,7 +163,7 @@ class LosslessJpeg(Exchange):
 
     def test_our_files_there(self):
         for channels, bits, predictor, samples in self.kinds():
-            run(TOOL, "--quiet", "in.pnm", "ours.jpg", "--lossless", "--predictor", str(predictor))
+            run(TOOL, "--force", "--quiet", "in.pnm", "ours.jpg", "--lossless", "--predictor", str(predictor))
             self.write_ours("ours.dcm", LOSSLESS, channels, bits)
             self.assertEqual(self.there(bits, len(samples)), to_bytes(samples, bits, "<"))
 
@@ -171,7 +171,7 @@ class LosslessJpeg(Exchange):
         samples = picture(self.width, self.height, 3, 8)
         write_pnm("in.pnm", self.width, self.height, 3, 8, samples)
         for rows in ("1", "5", "36"):
-            run(TOOL, "--quiet", "in.pnm", "ours.jpg", "--lossless", "--restart", rows, "--predictor", "5")
+            run(TOOL, "--force", "--quiet", "in.pnm", "ours.jpg", "--lossless", "--restart", rows, "--predictor", "5")
             self.write_ours("ours.dcm", LOSSLESS, 3, 8)
             self.assertEqual(self.there(8, len(samples)), bytes(samples))
 
@@ -214,7 +214,7 @@ class LosslessJpeg(Exchange):
                 with self.subTest(factors=factors, predictor=predictor):
                     with open("ours.jpg", "wb") as file:
                         file.write(self.reduced_file(factors, predictor))
-                    run(TOOL, "--quiet", "ours.jpg", "out.pnm")
+                    run(TOOL, "--force", "--quiet", "ours.jpg", "out.pnm")
                     self.write_ours("ours.dcm", LOSSLESS, 3, 16)
                     count = 3 * self.width * self.height
                     with open("out.pnm", "rb") as file:
@@ -226,7 +226,7 @@ class LosslessJpeg(Exchange):
             samples = picture(self.width, self.height, 1, bits)
             write_pnm("in.pnm", self.width, self.height, 1, bits, samples)
             cut = [value >> shift << shift for value in samples]
-            run(TOOL, "--quiet", "in.pnm", "ours.jpg", "--lossless", "--point-transform", str(shift),
+            run(TOOL, "--force", "--quiet", "in.pnm", "ours.jpg", "--lossless", "--point-transform", str(shift),
                 "--predictor", "4")
             self.write_ours("ours.dcm", LOSSLESS, 1, bits)
             self.assertEqual(self.there(bits, len(samples)), to_bytes(cut, bits, "<"))
@@ -237,7 +237,7 @@ class LosslessJpeg(Exchange):
         """Both make tables for the picture."""
         samples = picture(self.width, self.height, 1, 12)
         write_pnm("in.pnm", self.width, self.height, 1, 12, samples)
-        run(TOOL, "--quiet", "in.pnm", "ours.jpg", "--lossless", "--predictor", "4")
+        run(TOOL, "--force", "--quiet", "in.pnm", "ours.jpg", "--lossless", "--predictor", "4")
         self.write_theirs(1, 12, samples, "--encode-lossless", "+sv", "4")
         self.assertLessEqual(os.path.getsize("ours.jpg"), os.path.getsize("theirs.jpg"))
 
@@ -246,7 +246,7 @@ class TwelveBits(Exchange):
     """Extended sequential files, grey: dcmtk has no colours of 12 bits."""
 
     def decoded_here(self, name):
-        run(TOOL, "--quiet", name, "out.pgm")
+        run(TOOL, "--force", "--quiet", name, "out.pgm")
         with open("out.pgm", "rb") as file:
             data = file.read()
         head = b"P5\n%d %d\n4095\n" % self.size()
@@ -267,7 +267,7 @@ class TwelveBits(Exchange):
         write_pnm("in.pnm", self.width, self.height, 1, 12, samples)
         for options in ((), ("-q", "40"), ("-q", "100"), ("--restart", "3")):
             with self.subTest(options):
-                run(TOOL, "--quiet", "in.pnm", "ours.jpg", "--depth", "12", *options)
+                run(TOOL, "--force", "--quiet", "in.pnm", "ours.jpg", "--depth", "12", *options)
                 self.write_ours("ours.dcm", EXTENDED, 1, 12)
                 run("dcmdjpeg", "ours.dcm", "plain.dcm")
                 self.check_near(self.decoded_here("ours.jpg"), self.decoded_there("plain.dcm"), 2, 0.2)

@@ -66,7 +66,7 @@ class Tiff(unittest.TestCase):
         return data
 
     def check_here(self, name, expected):
-        run(TOOL, "--quiet", name, "out.pnm")
+        run(TOOL, "--force", "--quiet", name, "out.pnm")
         with open("out.pnm", "rb") as file:
             self.assertEqual(file.read(), expected)
 
@@ -86,7 +86,7 @@ class Tiff(unittest.TestCase):
             expected = self.write_pnm(channels, bits)
             for compression in ("none", "packbits"):
                 with self.subTest(channels=channels, bits=bits, compression=compression):
-                    run(TOOL, "--quiet", "in.pnm", "ours.tif", "--compression", compression)
+                    run(TOOL, "--force", "--quiet", "in.pnm", "ours.tif", "--compression", compression)
                     self.check_pillow("ours.tif", channels, bits)
                     self.assertEqual(run("tiffcp", "-c", "none", "-B", "ours.tif", "copy.tif"), "")
                     self.check_here("copy.tif", expected)
@@ -94,7 +94,7 @@ class Tiff(unittest.TestCase):
     def test_files_of_tiffcp_here(self):
         for channels, bits in itertools.product((1, 3), (8, 16)):
             expected = self.write_pnm(channels, bits)
-            run(TOOL, "--quiet", "in.pnm", "ours.tif", "--compression", "none")
+            run(TOOL, "--force", "--quiet", "in.pnm", "ours.tif", "--compression", "none")
             for compression, order, rows, planes in itertools.product(
                     ("none", "packbits"), "BL", ("1", "7", "1000"), ("contig", "separate")):
                 if planes == "separate" and bits == 16:
@@ -120,7 +120,7 @@ class Tiff(unittest.TestCase):
         """A number that nobody else knows, so that nobody shows nonsense."""
         expected = self.write_pnm(3, 16)
         for compression in ("none", "packbits"):
-            run(TOOL, "--quiet", "in.pnm", "ours.tif", "--byte-planes", "--compression", compression)
+            run(TOOL, "--force", "--quiet", "in.pnm", "ours.tif", "--byte-planes", "--compression", compression)
             self.check_here("ours.tif", expected)
             run("tiffcp", "-c", "none", "ours.tif", "copy.tif", code=1)
             with self.assertRaises(Exception), Image.open("ours.tif") as image:
@@ -128,11 +128,11 @@ class Tiff(unittest.TestCase):
 
     def test_what_cannot_be_read_is_named(self):
         self.write_pnm(3, 8)
-        run(TOOL, "--quiet", "in.pnm", "ours.tif")
+        run(TOOL, "--force", "--quiet", "in.pnm", "ours.tif")
         for options, word in ((["-c", "lzw"], "compression 5"), (["-c", "zip"], "compression 8"),
                               (["-t", "-c", "none"], "tiles")):
             run("tiffcp", *options, "ours.tif", "theirs.tif")
-            self.assertIn(word, run(TOOL, "theirs.tif", "out.pnm", code=1))
+            self.assertIn(word, run(TOOL, "--force", "theirs.tif", "out.pnm", code=1))
 
 
 if __name__ == "__main__":

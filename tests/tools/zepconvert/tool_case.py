@@ -92,6 +92,10 @@ class ToolCase(unittest.TestCase):
             return file.read()
 
     def run_tool(self, *arguments, code=0, **options):
+        """Most tests write the same names again and again."""
+        return self.run_plainly("--force", *arguments, code=code, **options)
+
+    def run_plainly(self, *arguments, code=0, **options):
         done = subprocess.run([TOOL, *arguments], cwd=self.directory, capture_output=True,
                               text=True, timeout=120, check=False, **options)
         self.assertEqual(done.returncode, code, done.stderr)

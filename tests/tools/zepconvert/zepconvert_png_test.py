@@ -202,7 +202,7 @@ class PngTest(ToolCase):
 
     def peak(self, *arguments, code=0):
         """Seconds and megabytes."""
-        process = subprocess.Popen([TOOL, *arguments], cwd=self.directory, stdout=subprocess.DEVNULL,
+        process = subprocess.Popen([TOOL, "--force", *arguments], cwd=self.directory, stdout=subprocess.DEVNULL,
                                    stderr=subprocess.DEVNULL)
         _, status, usage = os.wait4(process.pid, 0)
         process.returncode = os.waitstatus_to_exitcode(status)
@@ -255,7 +255,7 @@ class PngTest(ToolCase):
 
         def works(megabytes, *arguments):
             limit = int(megabytes * 2 ** 20)
-            return subprocess.run([TOOL, "-j", "1", *arguments], cwd=self.directory, check=False,
+            return subprocess.run([TOOL, "--force", "-j", "1", *arguments], cwd=self.directory, check=False,
                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
                                   preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (limit, limit))
                                   ).returncode == 0

@@ -51,7 +51,7 @@ class SystemTest(ToolCase):
         for name in names:
             self.write(name, self.read("in.ppm"))
         for output in ("jpg", "jp2", "jxr", "dds"):
-            self.assertEqual(self.run_tool(*names, "--to", output, "-j", "4",
+            self.assertEqual(self.run_tool(*names, "--to", output, "-j", "4", "--quiet",
                                            env=with_faults("NO_THREADS")), "")
             for i in range(6):
                 self.assertTrue(self.read("p%d.%s" % (i, output)))
@@ -69,6 +69,7 @@ class SystemTest(ToolCase):
             self.assertEqual(self.read("o/in.ppm"), self.read("in.ppm"))
 
     def test_two_inputs_for_one_file(self):
+        """Whatever the names, each input gets its own result."""
         self.run_tool("in.ppm", "a.png")
         self.run_tool("in.ppm", "a.jpg")
         os.mkdir(self.path("d"))
@@ -79,15 +80,26 @@ class SystemTest(ToolCase):
         self.run_tool("in.ppm", "b.png")
         for name in ("d/x.png", "d/x.jpg"):
             self.run_tool("in.ppm", name)
-        before = self.files()
-        for arguments in (["a.png", "./a.jpg", "--to", "pnm"], ["a.png", "here/a.jpg", "--to", "tif"],
-                          ["a.png", self.path("a.jpg"), "--to", "dds"],
-                          ["d/x.png", "link/x.jpg", "--to", "tif"], ["a.png", "b.png", "--to", "ppm"]):
-            with self.subTest(arguments):
-                self.assertIn("would both become", self.run_tool(*arguments, code=2))
-                self.assertEqual(self.files(), before)
+        for first, second, to in (("a.png", "./a.jpg", "pnm"), ("a.png", "here/a.jpg", "tif"),
+                                  ("a.png", self.path("a.jpg"), "dds"),
+                                  ("d/x.png", "link/x.jpg", "tif"), ("a.png", "b.png", "ppm")):
+            with self.subTest(to):
+                self.run_tool(first, second, "--to", to)
+                for name in (first, second):
+                    self.assertTrue(os.path.exists(self.path(name + "." + to)), name)
         self.assertEqual(self.read("a.ppm"), b"old")
         self.run_tool("a.png", "d/x.jpg", "--to", "tif")
+        self.assertTrue(os.path.exists(self.path("a.tif")))
+
+    def test_a_file_that_appears_meanwhile_stays(self):
+        self.write("big.png", transparent(400, 400))
+        process = self.start("big.png", "late.ppm")
+        self.write("late.ppm", b"mine")
+        text = process.communicate(timeout=60)[1]
+        self.assertEqual(process.returncode, 1)
+        self.assertIn("late.ppm exists (--force replaces it)", text)
+        self.assertEqual(self.read("late.ppm"), b"mine")
+        self.assertEqual(self.temporaries(), [])
 
     def test_private_files_stay_private(self):
         os.umask(0o022)
@@ -103,15 +115,15 @@ class SystemTest(ToolCase):
         for name in names:
             self.assertEqual(self.mode(name), 0o600, name)
 
-    def test_a_replaced_file_gets_no_wider_rights(self):
+    def test_a_replaced_file_keeps_its_rights(self):
         os.umask(0o022)
-        for old, source, new in ((0o600, 0o644, 0o600), (0o644, 0o600, 0o600), (0o664, 0o666, 0o664),
-                                 (0o755, 0o644, 0o755), (0o444, 0o644, 0o444)):
+        for old, source in ((0o600, 0o644), (0o644, 0o600), (0o664, 0o666), (0o755, 0o644),
+                            (0o444, 0o644)):
             self.write("a.png", b"old")
             os.chmod(self.path("a.png"), old)
             os.chmod(self.path("in.ppm"), source)
             self.run_tool("in.ppm", "a.png")
-            self.assertEqual(self.mode("a.png"), new)
+            self.assertEqual(self.mode("a.png"), old)
             self.assertEqual(self.read("a.png")[1:4], b"PNG")
         if os.geteuid() == 0:
             os.chown(self.path("a.png"), 12345, 23456)
@@ -269,7 +281,7 @@ class SystemTest(ToolCase):
             os.link(self.path("a.ppm"), self.path("m%d.ppm" % i))
 
         def peak(*options):
-            process = subprocess.Popen([TOOL, "--to", "j2k", "-j", "6", *options] +
+            process = subprocess.Popen([TOOL, "--force", "--to", "j2k", "-j", "6", *options] +
                                        ["m%d.ppm" % i for i in range(6)], cwd=self.directory)
             _, status, usage = os.wait4(process.pid, 0)
             process.returncode = os.waitstatus_to_exitcode(status)

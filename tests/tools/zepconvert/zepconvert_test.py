@@ -664,15 +664,10 @@ class ZepconvertTest(ToolCase):
                           ["in.ppm", "x.jxr", "--lossless", "--quality", "50"],
                           ["in.ppm", "x.dds", "--dds-header", "old"],
                           ["in.ppm", "x.jpg", "--nonsense"],
-                          ["in.ppm", "x.jpg", "--out-dir", "d"], ["in.ppm", "--to", "gif"],
-                          ["in.ppm", "a.jpg", "--to", "png", "sub/a.ppm"]):
+                          ["in.ppm", "x.jpg", "--out-dir", "d"], ["in.ppm", "--to", "gif"]):
             before = self.files()
             with self.subTest(arguments):
-                if "sub/a.ppm" in arguments:
-                    text = self.run_tool(*arguments, "--out-dir", ".", code=2)
-                    self.assertIn("would both become", text)
-                else:
-                    self.assertTrue(self.run_tool(*arguments, code=2))
+                self.assertTrue(self.run_tool(*arguments, code=2))
                 self.assertEqual(self.files(), before)
 
     def test_help_and_version(self):
@@ -759,7 +754,9 @@ class ZepconvertTest(ToolCase):
 
     def test_many_files(self):
         names = self.many(20)
-        self.assertEqual(self.run_tool(*names, "--to", "jpg", "--out-dir", "new/dir"), "")
+        text = self.run_tool(*names, "--to", "jpg", "--out-dir", "new/dir")
+        self.assertRegex(text, r"^zepconvert: 20 files converted in [\d.]+ m?s, 99\.\d kB -> "
+                               r"\d+\.\d kB\n$")
         self.run_tool("in.ppm", "a.jpg")
         for i in range(20):
             self.assertEqual(self.read("new/dir/p%d.jpg" % i), self.read("a.jpg"))
@@ -771,10 +768,10 @@ class ZepconvertTest(ToolCase):
 
     def test_progress_on_a_terminal_only(self):
         names = self.many(3)
-        self.assertEqual(self.run_tool(*names, "--to", "jpg"), "")
+        self.assertEqual(self.run_tool(*names, "--to", "jpg").count("\n"), 1)
         for options, expected in (([], True), (["--quiet"], False)):
             outer, inner = pty.openpty()
-            subprocess.run([TOOL, *names, "--to", "jpg", *options], cwd=self.directory,
+            subprocess.run([TOOL, "-f", *names, "--to", "jpg", *options], cwd=self.directory,
                            stderr=inner, check=True, timeout=60)
             os.close(inner)
             text = b""
