@@ -13,7 +13,6 @@
 #include <mutex>
 #include <new>
 #include <system_error>
-#include <thread>
 
 #include "tools/zepconvert/console.h"
 #include "tools/zepconvert/failure.h"
@@ -24,6 +23,7 @@
 #include "tools/zepconvert/row_conversion.h"
 #include "tools/zepconvert/summary.h"
 #include "tools/zepconvert/text.h"
+#include "tools/zepconvert/threads.h"
 #include "zepcore.h"
 
 namespace zepconvert {
@@ -97,20 +97,6 @@ bool IsKnown(const uint8_t* data, size_t size) {
   return FormatOfBytes(data, size) != Format::kUnknown;
 }
 
-// Runs `work` on this thread and on count - 1 others, or as many of those as the system gives.
-template <class Work>
-void RunOnThreads(size_t count, const Work& work) {
-  std::vector<std::thread> others;
-  try {
-    others.reserve(count);
-    while (others.size() + 1 < count) others.emplace_back(work);
-  } catch (const std::system_error&) {
-    // The threads that there are do the work.
-  }
-  work();
-  for (std::thread& other : others) other.join();
-}
-
 class Batch {
  public:
   Batch(const Settings& settings, const std::vector<Job>& jobs, const std::atomic<bool>& stop)
@@ -125,16 +111,14 @@ class Batch {
   }
 
   std::vector<Result> Run() {
-    const int64_t wanted =
-        settings_.jobs > 0 ? settings_.jobs : std::max(1u, std::thread::hardware_concurrency());
-    const size_t count = std::min(static_cast<size_t>(wanted), results_.size());
     // The files share the cores; a single one may use all of them.
-    if (settings_.threads == 0) settings_.threads = count > 1 ? 1 : static_cast<int>(wanted);
+    if (settings_.threads == 0) {
+      const bool is_single = ThreadCount(settings_.jobs, results_.size()) <= 1;
+      constexpr size_t kMany = 1024;
+      settings_.threads = is_single ? static_cast<int>(ThreadCount(settings_.jobs, kMany)) : 1;
+    }
     zepSetNumThreads(settings_.threads);
-    std::atomic<size_t> next{0};
-    RunOnThreads(count, [&] {
-      for (size_t i = next++; i < results_.size() && !stop_; i = next++) Work(&results_[i]);
-    });
+    ForEachOnThreads(settings_.jobs, results_.size(), stop_, [&](size_t i) { Work(&results_[i]); });
     return std::move(results_);
   }
 

@@ -12,6 +12,7 @@ namespace {
 constexpr uint8_t kPngSignature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
 
 struct OwnFormat {
+  const char* name;
   const char* extension;
   Format format;
   Capacity capacity;
@@ -20,12 +21,12 @@ constexpr uint32_t kEightOrSixteen = 1U << 7 | 1U << 15;
 constexpr uint32_t kTwoToSixteen = 0xFFFE;
 constexpr Capacity kPlain = {kTwoToSixteen, false, false, false, false, false, false, false};
 constexpr OwnFormat kOwnFormats[] = {
-    {"png", Format::kPng, {kEightOrSixteen, true, false, true, true, true, true, false}},
-    {"ppm", Format::kPpm, kPlain},
-    {"pgm", Format::kPgm, kPlain},
-    {"pnm", Format::kPnm, kPlain},
-    {"pam", Format::kPam, {kTwoToSixteen, true, true, false, false, false, false, false}},
-    {"hdr", Format::kHdr, {0, false, false, false, false, false, false, false}}};
+    {"PNG", "png", Format::kPng, {kEightOrSixteen, true, false, true, true, true, true, false}},
+    {"PPM", "ppm", Format::kPpm, kPlain},
+    {"PGM", "pgm", Format::kPgm, kPlain},
+    {"PNM", "pnm", Format::kPnm, kPlain},
+    {"PAM", "pam", Format::kPam, {kTwoToSixteen, true, true, false, false, false, false, false}},
+    {"Radiance", "hdr", Format::kHdr, {0, false, false, false, false, false, false, false}}};
 
 const zepcFormatFacts* FactsOf(Format format) {
   int32_t index = 0;
@@ -86,6 +87,14 @@ Format FormatOfName(const std::string& name) {
     if (extension == own.extension) return own.format;
   }
   return static_cast<Format>(zepcFormatOfName(extension.c_str()));
+}
+
+std::string NameOf(Format format) {
+  for (const OwnFormat& own : kOwnFormats) {
+    if (format == own.format) return own.name;
+  }
+  const zepcFormatFacts* const facts = FactsOf(format);
+  return facts == nullptr ? "" : facts->name;
 }
 
 std::string Extension(Format format) {

@@ -52,6 +52,9 @@ Capacity CapacityOf(Format format);
 // True for equal ones, and within JPEG, JPEG 2000 and PNM.
 bool IsSameKind(Format a, Format b);
 
+// "JPEG 2000 (JP2)"
+std::string NameOf(Format format);
+
 // By the first bytes; of a JPEG file also by its frame header.
 Format FormatOfBytes(const uint8_t* data, size_t size);
 // By the extension of a file name; also by an extension alone, such as "jpg".

@@ -16,6 +16,7 @@
 #include "tools/zepconvert/batch.h"
 #include "tools/zepconvert/command_line.h"
 #include "tools/zepconvert/failure.h"
+#include "tools/zepconvert/inspection.h"
 #include "tools/zepconvert/jobs.h"
 #include "tools/zepconvert/process.h"
 #include "tools/zepconvert/report.h"
@@ -25,6 +26,7 @@
 namespace {
 
 using zepconvert::Command;
+using zepconvert::Inspection;
 using zepconvert::Job;
 using zepconvert::Result;
 using zepconvert::Settings;
@@ -88,6 +90,17 @@ int ConvertFiles(const Command& command) {
   return code;
 }
 
+int LookAtFiles(const Command& command) {
+  zepconvert::HandleSignals(&stop_requested);
+  const std::vector<Inspection> all = zepconvert::InspectFiles(command, stop_requested);
+  const auto any = [&](auto predicate) { return std::any_of(all.begin(), all.end(), predicate); };
+  if (any([](const Inspection& one) { return !one.was_begun; })) {
+    return Fail(kInterrupted, "interrupted");
+  }
+  if (any([](const Inspection& one) { return !one.error.empty(); })) return kSomeFailed;
+  return any([](const Inspection& one) { return !one.damage.empty(); }) ? kSomeDamaged : kDone;
+}
+
 int Run(int argc, char** argv) {
   std::optional<Command> command;
   try {
@@ -96,7 +109,8 @@ int Run(int argc, char** argv) {
     return Fail(kUsage, error.what());
   }
   if (!command.has_value()) return kDone;
-  return ConvertFiles(*command);
+  return command->task == zepconvert::Task::kConvert ? ConvertFiles(*command)
+                                                     : LookAtFiles(*command);
 }
 
 }  // namespace

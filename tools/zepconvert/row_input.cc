@@ -103,4 +103,21 @@ std::unique_ptr<RowInput> OpenRows(const Settings& settings, ByteView input) {
   return std::make_unique<PnmRows>(settings, input);
 }
 
+void ReadAllRows(const Settings& settings, ByteView input, Picture* picture) {
+  const Format format = FormatOfBytes(input.data, input.size);
+  if (IsOfLibrary(format)) {
+    ReadRows(
+        settings, input, [](const zepcPixels&) { return true; }, picture);
+  } else if (format == Format::kPng) {
+    PngReader reader(input, settings.max_pixels);
+    Image row(reader.width(), 1, reader.form());
+    for (int pass = 0; pass < reader.passes(); ++pass) {
+      for (int y = 0; y < reader.height(); ++y) reader.ReadRow(row.Row(0));
+    }
+    reader.Finish();
+  } else {
+    const PnmReader reader(input, settings.max_pixels);  // which finds out whether all is there
+  }
+}
+
 }  // namespace zepconvert

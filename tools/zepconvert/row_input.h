@@ -42,6 +42,10 @@ class RowInput {
 // that is no picture is a failure. The bytes must outlive the result.
 std::unique_ptr<RowInput> OpenRows(const Settings& settings, ByteView input);
 
+// Decodes a file of any format in little memory and throws the rows away. `picture` gets the
+// messages.
+void ReadAllRows(const Settings& settings, ByteView input, Picture* picture);
+
 }  // namespace zepconvert
 
 #endif  // ZEPJP_TOOLS_ZEPCONVERT_ROW_INPUT_H_
