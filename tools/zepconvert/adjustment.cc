@@ -72,6 +72,9 @@ void NoteLosses(const Form& before, const Form& after, bool is_opaque,
     notes->emplace_back(IsLight(after.sample) ? "opacity was left out"
                                               : "transparent parts were laid over white");
   }
+  if (after.sample == zepcSampleF32) {
+    notes->emplace_back("of each 32-bit float the first 13 bits of the mantissa are kept");
+  }
   const std::string result = std::to_string(after.bits) + " bits";
   if (IsLight(before.sample) && !IsLight(after.sample)) {
     notes->push_back("linear light became samples of " + result + ", cut off at white");
@@ -110,6 +113,21 @@ void DropUnfitProfile(zepcLayout layout, Picture* picture) {
   if (fault.empty()) return;
   icc.clear();
   picture->notes.push_back("the colour profile was dropped: " + fault);
+}
+
+// A segment of a JPEG file has at most 65,533 bytes, the name of its kind among them.
+bool FitsSegment(size_t bytes, size_t name_bytes) { return bytes + name_bytes <= 65533; }
+
+void NoteTooLarge(Picture* picture) {
+  constexpr size_t kExifName = 6;
+  constexpr size_t kXmpName = 29;
+  const Metadata& metadata = picture->metadata;
+  if (!FitsSegment(metadata.exif.size(), kExifName)) {
+    picture->notes.emplace_back("EXIF data of more than 64 kB have no place in a JPEG file");
+  }
+  if (!FitsSegment(metadata.xmp.size(), kXmpName)) {
+    picture->notes.emplace_back("XMP of more than 64 kB has no place in a JPEG file");
+  }
 }
 
 void NoteDropped(const Capacity& capacity, Picture* picture) {
@@ -156,6 +174,7 @@ Form AdjustHead(const Settings& settings, Format format, const Form& before, boo
   DropProfileOfOtherColors(before.layout, after.layout, picture);
   if (format == Format::kPng) DropUnfitProfile(after.layout, picture);
   NoteDropped(CapacityOf(format), picture);
+  if (IsSameKind(format, Format::kJpeg)) NoteTooLarge(picture);
   return after;
 }
 

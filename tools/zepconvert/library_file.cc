@@ -74,6 +74,16 @@ void NoteLargerCrop(const Settings& settings, ByteView input, ByteView output, P
   }
 }
 
+// Turning moves incomplete MCUs to the left or top, where none can be.
+void NoteCutEdges(const Settings& settings, ByteView input, ByteView output, Picture* picture) {
+  if (!settings.turns_upright || settings.crop.width != 0) return;
+  const PictureSize before = SizeOf(settings, ProbeLibraryFile(settings, input));
+  const zepcInfo after = ProbeLibraryFile(settings, output);
+  if (after.width < before.width || after.height < before.height) {
+    picture->notes.emplace_back("incomplete MCUs were cut off at an edge: they cannot be turned");
+  }
+}
+
 // The options of all formats, and what they point to.
 class EncodeOptions {
  public:
@@ -271,6 +281,7 @@ zepc::File TranscodeJpeg(const Settings& settings, ByteView input, Picture* pict
   zepc::File file(data, size);
   if (status == zepcStatusDamaged) TakeDamage(settings, input, picture);
   NoteLargerCrop(settings, input, file, picture);
+  NoteCutEdges(settings, input, file, picture);
   return file;
 }
 

@@ -520,6 +520,43 @@ class ZepconvertTest(ToolCase):
                 for name in ("b.ppm", "b.dds"):
                     self.assertEqual("stored turned" in self.run_tool("o.jpg", name), not is_upright)
 
+    def test_auto_orient(self):
+        self.run_tool("in.ppm", "a.ljpg")
+        data = self.read("a.ljpg")
+        pixels = [self.samples[i:i + 3] for i in range(0, len(self.samples), 3)]
+        rows = [pixels[y * 50:(y + 1) * 50] for y in range(33)]
+        mirrored = [row[::-1] for row in rows]
+        turned = [list(row) for row in zip(*rows)]
+        upright = {1: rows, 2: mirrored, 3: mirrored[::-1], 4: rows[::-1], 5: turned,
+                   6: [row[::-1] for row in turned], 7: [row[::-1] for row in turned[::-1]],
+                   8: turned[::-1]}
+        for value, expected in upright.items():
+            exif = (b"Exif\0\0II*\0" + struct.pack("<IHHHIHHI", 8, 1, 0x112, 3, 1, value, 0, 0))
+            self.write("o.ljpg", data[:2] + b"\xFF\xE1" + struct.pack(">H", len(exif) + 2) + exif + data[2:])
+            for name in ("o.ljpg", "o.png", "o.tif", "o.jp2"):
+                if name != "o.ljpg":
+                    self.run_tool("o.ljpg", name)
+                for result in ("u.ppm", "u.png", "u.tif"):
+                    self.assertNotIn("turned", self.run_tool(name, result, "--auto-orient"))
+                    self.run_tool(result, "v.ppm")
+                    self.assertEqual(read_pnm(self.path("v.ppm")),
+                                     (len(expected[0]), len(expected), 3,
+                                      b"".join(b"".join(row) for row in expected)), (value, name))
+            self.run_tool("o.png", "u.png", "--auto-orient")
+            self.assertEqual(self.orientation("u.png"), 1)
+            # A part of the upright picture.
+            self.run_tool("o.png", "p.ppm", "--auto-orient", "--region", "7x5+2+3")
+            self.assertEqual(read_pnm(self.path("p.ppm"))[3],
+                             b"".join(b"".join(row[2:9]) for row in expected[3:8]))
+        self.run_tool("in.ppm", "b.jpg")
+        data = self.read("b.jpg")
+        self.write("o.jpg", data[:20] + b"\xFF\xE1" + struct.pack(">H", len(exif) + 2) + exif + data[20:])
+        self.assertIn("incomplete MCUs were cut off",
+                      self.run_tool("o.jpg", "t.jpg", "--transcode", "--auto-orient"))
+        self.assertEqual(self.orientation("t.jpg"), 1)
+        self.run_tool("t.jpg", "t.ppm")
+        self.assertEqual(read_pnm(self.path("t.ppm"))[:2], (33, 48))
+
     def orientation(self, name):
         """By the first entry for it in the EXIF data of a JPEG or PNG file; 0: none."""
         data = self.read(name)
