@@ -5,7 +5,7 @@
 #   bench_threads.sh [ROUNDS]   (default 5; the shortest time counts)
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/setup.sh build test bench demo
+scripts/setup.sh build test bench
 work=$PWD/build/bench-threads
 page=$PWD/docs/performance-threads.md
 scripts/photos.sh "$work"

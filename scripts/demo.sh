@@ -1,19 +1,28 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Shows the JPEG codec on photographs: installs missing packages, builds, converts the fifteen
-# pictures of Debian's lomiri-wallpapers-16.04 from JPEG to PNG and back, writes reports, and prints
-# times and quality beside those of libjpeg-turbo. All files are in build/demo.
+# Shows zepconvert on photographs: installs missing packages, builds the program, converts the
+# fifteen pictures of Debian's lomiri-wallpapers-16.04 from JPEG to PNG and back, and writes reports.
+# All files are in build/demo. It takes no arguments.
 set -euo pipefail
+case ${1:-} in
+  "") ;;
+  -h | --help) sed -n '3,5s/^# //p' "$0"; exit 0 ;;
+  *) echo "demo.sh takes no arguments, but was given \"$1\""; exit 2 ;;
+esac
 cd "$(dirname "$0")/.."
 demo=$PWD/build/demo
-scripts/setup.sh build demo
+scripts/setup.sh build
 
-echo "== Building"
+echo "== Building zepconvert (some minutes at the first time)"
 mkdir -p "$demo"
 cmake -S . -B "$demo/build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DZEPJP_BUILD_TESTS=OFF \
-  -DZEPJP_BUILD_BENCH=ON >"$demo/configure.log" || { cat "$demo/configure.log"; exit 1; }
-cmake --build "$demo/build" --target zepconvert photo_compare >"$demo/build.log" ||
-  { tail -n 60 "$demo/build.log"; exit 1; }
+  -DZEPJP_BUILD_EXAMPLES=OFF >"$demo/configure.log" || { cat "$demo/configure.log"; exit 1; }
+build=(cmake --build "$demo/build" --target zepconvert)
+if [ -t 1 ]; then
+  "${build[@]}" # which shows how far it is
+else
+  "${build[@]}" >"$demo/build.log" || { tail -n 60 "$demo/build.log"; exit 1; }
+fi
 tool=$demo/build/tools/zepconvert/zepconvert
 
 echo "== Getting the pictures"
@@ -26,9 +35,10 @@ echo "== Converting JPEG to PNG"
 echo "== Converting PNG to JPEG"
 "$tool" png/*.png --to jpg --out-dir jpg --report report-jpg
 
-echo "== Beside libjpeg-turbo, one core, quality 90, 4:2:0 (ratio above 1: zepjp is faster)"
-build/bench/photo_compare --rounds 3 photos/*.jpg | tee summary.txt
-echo
-echo "Reports to look at in a browser:"
-echo "  $demo/report-png/index.html"
-echo "  $demo/report-jpg/index.html"
+page=$demo/report-jpg/index.html
+if [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ] && command -v xdg-open >/dev/null; then
+  xdg-open "$page" >/dev/null 2>&1 &
+fi
+echo "== Reports to look at in a browser"
+echo "$demo/report-png/index.html"
+echo "$page"

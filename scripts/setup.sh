@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # Installs the Debian packages that are missing for the named purposes (scripts/packages.txt).
-#   setup.sh build demo test
+#   setup.sh build test
 set -euo pipefail
 cd "$(dirname "$0")"
 missing=()
