@@ -55,7 +55,8 @@ struct DecodeRequest {
   zepcDecodeOptions options;
   Progress* progress;  // null: no progress callback
   WantedRegion region;
-  RowSink* rows;  // null: a picture is wanted
+  RowSink* rows;       // null: a picture is wanted
+  bool metadata_only;  // pixels of any kind will do
 };
 
 struct EncodeRequest {

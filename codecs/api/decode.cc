@@ -52,7 +52,7 @@ class Decoding {
   Decoding(const File& file, const zepcDecodeOptions& options)
       : file_(file),
         watch_(options.progress, options.progress_user),
-        request_{options, watch_.progress(), {}, nullptr},
+        request_{options, watch_.progress(), {}, nullptr, false},
         rows_(request_.options) {
     if (request_.options.max_pixels == 0) request_.options.max_pixels = kUsualMaxPixels;
     if (request_.options.max_memory == 0) request_.options.max_memory = kUsualMaxMemory;
@@ -76,6 +76,11 @@ class Decoding {
     // Rows of a turned picture cannot be handed out in the order in which they are stored.
     if (options().rows != nullptr && turn_.IsNone()) request_.rows = &rows_;
     return ReadHeaders(info);
+  }
+
+  zepcStatus ProbeMetadata(Findings* info) {
+    request_.metadata_only = true;
+    return Probe(info);
   }
 
   // Fills the metadata and messages of `result`. zepcStatusDamaged where damage is accepted.
@@ -304,7 +309,7 @@ zepcStatus zepcReadMetadata(const void* data, size_t size, const zepcDecodeOptio
     auto result = std::make_unique<zepcPicture>();
     api::Findings info{};
     api::Decoding decoding({static_cast<const uint8_t*>(data), size}, api::Complete(options));
-    const zepcStatus status = decoding.Probe(&info);
+    const zepcStatus status = decoding.ProbeMetadata(&info);
     if (status != zepcStatusOk) return status;
     result->metadata = std::move(info.metadata);
     decoding.MakeMetadataUpright(&result->metadata);

@@ -51,9 +51,14 @@ class WholeRows : public RowSource {
 Status Probe(const File& file, const DecodeRequest& request, Findings* info) {
   tiff::FileInfo found;
   Status status = tiff::ReadFileInfo(file.data, file.size, &found);
-  if (!status.ok()) return status;
   info->width = found.width;
   info->height = found.height;
+  if (!status.ok()) {
+    if (!request.metadata_only || !found.has_read_metadata) return status;
+    info->layout = zepcLayoutGrey;
+    FillMetadata(found.metadata, info);
+    return Status();
+  }
   info->components = found.channels;
   info->layout = LayoutOf(LayoutWithChannels(found.channels));
   info->bits = found.bits;

@@ -336,7 +336,8 @@ ZEPC_API zepcStatus zepcProbe(const void* data, size_t size, const zepcDecodeOpt
 
 /**
  * Reads the headers and the metadata of a file, which zepcPictureMetadata() then describes. The
- * picture has no pixels and no messages. An encoder that takes its rows from a decoder needs the
+ * picture has no pixels and no messages. Of TIFF files the metadata are also read where the pixels
+ * are of a kind that zepcDecode() refuses. An encoder that takes its rows from a decoder needs the
  * metadata before the first row.
  */
 ZEPC_API zepcStatus zepcReadMetadata(const void* data, size_t size,

@@ -58,6 +58,7 @@ struct FileInfo {
   bool has_byte_planes = false;
   bool is_planar = false;  // all strips of a channel, then those of the next
   int strip_rows = 0;      // of each strip but the last
+  bool has_read_metadata = false;
   Metadata metadata;
   Messages messages;
   Messages notes;  // about metadata
@@ -80,7 +81,7 @@ Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Pi
 // inside the picture.
 int64_t MemoryToDecode(const FileInfo& info, const DecodeOptions& options);
 
-// Reads the directory alone.
+// Reads the directory alone. Where the pixels cannot be decoded, the metadata may have been read.
 Status ReadFileInfo(const uint8_t* data, size_t size, FileInfo* info);
 
 bool IsTiff(const uint8_t* data, size_t size);

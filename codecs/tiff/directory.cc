@@ -29,12 +29,12 @@ class DirectoryReader {
     }
     if (fields_.is_cut) return Status::Error("the file ends within its directory");
     info_->has_more_pictures = fields_.next != 0;
-    for (const auto read : {&DirectoryReader::ReadSize, &DirectoryReader::ReadSamples,
-                            &DirectoryReader::ReadCompression, &DirectoryReader::ReadColors,
-                            &DirectoryReader::ReadStrips}) {
+    if (Status status = ReadSize(); !status.ok()) return status;
+    ReadMetadata();
+    for (const auto read : {&DirectoryReader::ReadSamples, &DirectoryReader::ReadCompression,
+                            &DirectoryReader::ReadColors, &DirectoryReader::ReadStrips}) {
       if (Status status = (this->*read)(); !status.ok()) return status;
     }
-    ReadMetadata();
     return Status();
   }
 
@@ -121,6 +121,7 @@ class DirectoryReader {
 
   void ReadMetadata() {
     Metadata& metadata = info_->metadata;
+    info_->has_read_metadata = true;
     metadata.icc_profile = fields_.Bytes(kIccProfile);
     metadata.xmp = fields_.Bytes(kXmp);
     metadata.exif = JoinExif(CollectExif(file_, fields_, &info_->notes));

@@ -53,12 +53,16 @@ int DepthFor(const Settings& settings, Format format, int wanted) {
 
 Form FormFor(const Settings& settings, Format format, const Form& before, bool is_opaque) {
   const zepcLayout layout = LayoutFor(settings, format, before.layout, is_opaque);
-  if (format == Format::kHdr) return {zepcLayoutRgb, zepcSampleF16, 16};
+  if (format == Format::kHdr) {
+    return {IsGrey(before.layout) ? zepcLayoutGrey : zepcLayoutRgb, before.sample, before.bits};
+  }
   if (!IsLight(before.sample)) {
     return UnsignedForm(layout, DepthFor(settings, format, before.bits));
   }
   // JPEG XR holds light as it is.
-  if (format == Format::kJpegXr && layout == before.layout) return before;
+  if (format == Format::kJpegXr && IsGrey(layout) == IsGrey(before.layout)) {
+    return {layout, before.sample, before.bits};
+  }
   return UnsignedForm(layout, DepthFor(settings, format, 16));
 }
 
@@ -165,8 +169,8 @@ Form AdjustHead(const Settings& settings, Format format, const Form& before, boo
     metadata.jpeg_segments.clear();
     metadata.orientation = 0;
   }
-  if (format == Format::kHdr && before.sample != zepcSampleF16) {
-    throw Failure("only half floats, of BC6H textures and JPEG XR files, can become .hdr files");
+  if (format == Format::kHdr && !IsLight(before.sample)) {
+    throw Failure("only linear light (floats and fixed point) can become .hdr files");
   }
   const Form after = FormFor(settings, format, before, is_opaque);
   NoteLosses(before, after, is_opaque, &picture->notes);

@@ -10,10 +10,12 @@
 #include "tools/zepconvert/adjustment.h"
 #include "tools/zepconvert/failure.h"
 #include "tools/zepconvert/file_io.h"
+#include "tools/zepconvert/foreign_formats.h"
 #include "tools/zepconvert/format.h"
 #include "tools/zepconvert/hdr_file.h"
 #include "tools/zepconvert/jpeg_scans.h"
 #include "tools/zepconvert/library_file.h"
+#include "tools/zepconvert/own_file.h"
 #include "tools/zepconvert/png_file.h"
 #include "tools/zepconvert/pnm_file.h"
 #include "tools/zepconvert/resize.h"
@@ -73,8 +75,7 @@ Picture LoadOfLibrary(const Settings& settings, Format format, ByteView input,
 
 // A file that the tool reads itself.
 Picture LoadOwn(const Settings& settings, Format format, ByteView input) {
-  const auto read = format == Format::kPng ? ReadPng : ReadPnm;
-  Picture picture = read(input, settings.max_pixels);
+  Picture picture = ReadOwnFile(format, input, settings.max_pixels);
   if (settings.turns_upright) MakeUpright(&picture);
   Image& image = picture.image;
   image.CutTo(RegionIn(settings, image.width(), image.height()));
@@ -82,13 +83,17 @@ Picture LoadOwn(const Settings& settings, Format format, ByteView input) {
   return picture;
 }
 
+// The first picture of such a file is a preview.
+void RefuseRawPhotograph(Format format, ByteView input) {
+  if (!IsSameKind(format, Format::kTiff)) return;
+  const std::string name = RawPhotographName(input);
+  if (!name.empty()) throw Failure("a raw photograph (" + name + "), which needs a raw developer");
+}
+
 Picture Load(const Settings& settings, ByteView input, const OnProgress& on_progress) {
-  const Format format = FormatOfBytes(input.data, input.size);
-  if (format == Format::kUnknown) {
-    throw Failure(
-        "neither a JPEG nor a JPEG 2000 nor a JPEG XR nor a PNG nor a TIFF nor a binary PGM, PPM "
-        "or PAM nor a DDS file");
-  }
+  const Format format = ReadingFormat(input.data, input.size);
+  if (format == Format::kUnknown) throw Failure(WhyNotRead(input));
+  RefuseRawPhotograph(format, input);
   if (settings.from != Format::kUnknown && !IsSameKind(format, settings.from)) {
     throw Failure("is not of the format that --from names");
   }

@@ -6,6 +6,9 @@
 #include <cstring>
 #include <vector>
 
+#include "tools/zepconvert/pnm_header.h"
+#include "zepcodec.hpp"
+
 namespace zepconvert {
 namespace {
 
@@ -41,6 +44,7 @@ const zepcFormatFacts* FactsOf(Format format) {
 Format KindOf(Format format) {
   switch (format) {
     case Format::kLosslessJpeg: return Format::kJpeg;
+    case Format::kOtherTiff: return Format::kTiff;
     case Format::kJ2k: return Format::kJp2;
     case Format::kPpm:
     case Format::kPgm:
@@ -72,11 +76,20 @@ Capacity CapacityOf(Format format) {
 
 Format FormatOfBytes(const uint8_t* data, size_t size) {
   if (size >= 8 && std::memcmp(data, kPngSignature, 8) == 0) return Format::kPng;
-  if (size >= 3 && data[0] == 'P' && data[1] >= '5' && data[1] <= '7' &&
-      (std::isspace(data[2]) != 0 || data[2] == '#')) {
-    return Format::kPnm;
-  }
+  if (IsPnm(data, size)) return Format::kPnm;
   return static_cast<Format>(zepcFormatOfBytes(data, size));
+}
+
+Format ReadingFormat(const uint8_t* data, size_t size) {
+  const Format format = FormatOfBytes(data, size);
+#ifdef ZEPCONVERT_HAS_TIFF
+  if (format != Format::kTiff) return format;
+  auto options = zepc::Make<zepcDecodeOptions>();
+  options.max_pixels = INT64_MAX;
+  auto info = zepc::Make<zepcInfo>();
+  if (zepcProbe(data, size, &options, &info) != zepcStatusOk) return Format::kOtherTiff;
+#endif
+  return format;
 }
 
 Format FormatOfName(const std::string& name) {

@@ -27,7 +27,8 @@ enum class Format : int32_t {
   kPgm,
   kPnm,
   kPam,
-  kHdr
+  kHdr,
+  kOtherTiff  // of kinds that the library does not read; not written
 };
 
 constexpr bool IsOfLibrary(Format format) {
@@ -57,6 +58,9 @@ std::string NameOf(Format format);
 
 // By the first bytes; of a JPEG file also by its frame header.
 Format FormatOfBytes(const uint8_t* data, size_t size);
+// The format by which the file is read: kOtherTiff for a TIFF file that the library refuses, where
+// there is libtiff to read it.
+Format ReadingFormat(const uint8_t* data, size_t size);
 // By the extension of a file name; also by an extension alone, such as "jpg".
 Format FormatOfName(const std::string& name);
 // The usual extension, such as "jpg".

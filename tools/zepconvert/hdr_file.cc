@@ -4,21 +4,18 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstring>
 #include <string>
 #include <vector>
+
+#include "tools/zepconvert/light.h"
 
 namespace zepconvert {
 namespace {
 
-// Infinity and NaN count as the numbers that would follow the largest one.
-double ValueOf(const uint8_t* sample) {
-  uint16_t half;
-  std::memcpy(&half, sample, sizeof(half));
-  const int exponent = half >> 10 & 31, fraction = half & 1023;
-  const double magnitude =
-      exponent == 0 ? std::ldexp(fraction, -24) : std::ldexp(fraction + 1024, exponent - 25);
-  return (half & 0x8000) != 0 ? -magnitude : magnitude;
+// What the format can hold: NaN is 0, infinity the largest number.
+double Limited(double light) {
+  constexpr double kMost = 1e38;
+  return light > 0 ? std::min(light, kMost) : 0;
 }
 
 std::array<uint8_t, 4> SharedExponent(const std::array<double, 3>& rgb) {
@@ -60,16 +57,19 @@ Bytes WriteHdr(const Image& image, std::vector<std::string>* notes) {
   Bytes file(head.begin(), head.end());
   bool has_negative = false;
   std::vector<std::array<uint8_t, 4>> row(static_cast<size_t>(image.width()));
+  const Form form = image.form();
+  const bool is_grey = IsGrey(form.layout);
+  const size_t sample_bytes = BytesOf(form.sample);
   for (int y = 0; y < image.height(); ++y) {
-    const uint8_t* half = image.Row(y);
+    const uint8_t* sample = image.Row(y);
     for (auto& pixel : row) {
       std::array<double, 3> rgb{};
-      for (double& value : rgb) {
-        value = ValueOf(half);
-        half += sizeof(uint16_t);
-        has_negative = has_negative || value < 0;
-        value = std::max(value, 0.0);
+      for (size_t c = 0; c < rgb.size(); ++c) {
+        const double light = LightOf(sample + (is_grey ? 0 : c * sample_bytes), form.sample);
+        has_negative = has_negative || light < 0;
+        rgb[c] = Limited(light);
       }
+      sample += sample_bytes * static_cast<size_t>(image.channels());
       pixel = SharedExponent(rgb);
     }
     AppendRow(row, &file);

@@ -11,7 +11,7 @@
 
 namespace zepconvert {
 
-// Of RGB in half floats. Negative values become 0, with a note.
+// Of RGB or grey in samples of linear light. Negative values become 0, with a note.
 Bytes WriteHdr(const Image& image, std::vector<std::string>* notes);
 
 }  // namespace zepconvert

@@ -6,8 +6,7 @@
 
 #include "tools/zepconvert/format.h"
 #include "tools/zepconvert/library_file.h"
-#include "tools/zepconvert/png_file.h"
-#include "tools/zepconvert/pnm_file.h"
+#include "tools/zepconvert/own_file.h"
 
 namespace zepconvert {
 namespace {
@@ -28,11 +27,12 @@ Need NeedOfLibraryFile(const Settings& settings, ByteView input) {
 }
 
 Need NeedOfOwnFile(const Settings& settings, ByteView input, Format format) {
-  const Dimensions size = format == Format::kPng ? ReadPngSize(input) : ReadPnmSize(input);
+  const Dimensions size = ReadOwnSize(format, input, settings.max_pixels);
   CheckPixels(size.width, size.height, settings.max_pixels);
   const double samples =
       static_cast<double>(size.width) * static_cast<double>(size.height) * size.channels;
-  return {samples * size.sample_bytes, samples, static_cast<double>(size.sample_bytes)};
+  return {samples * size.sample_bytes + static_cast<double>(size.more_memory), samples,
+          static_cast<double>(size.sample_bytes)};
 }
 
 // What an encoder takes besides the picture: transforms work on coefficients of 4 bytes, other
@@ -49,7 +49,7 @@ double EncodingBytes(Format format, const Need& need) {
 }  // namespace
 
 int64_t EstimateMemory(const Settings& settings, const Job& job, ByteView input) {
-  const Format format = FormatOfBytes(input.data, input.size);
+  const Format format = ReadingFormat(input.data, input.size);
   Need need;
   try {
     need = IsOfLibrary(format) ? NeedOfLibraryFile(settings, input)

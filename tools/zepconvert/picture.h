@@ -104,6 +104,7 @@ struct Dimensions {
   int64_t height = 0;
   int channels = 4;
   int sample_bytes = 1;
+  int64_t more_memory = 0;  // that decoding takes beside the picture
 };
 
 // Refuses a picture beyond the limit before memory is taken.

@@ -2,7 +2,6 @@
 #include "tools/zepconvert/pnm_file.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstring>
 #include <string>
 
@@ -10,79 +9,6 @@
 
 namespace zepconvert {
 namespace {
-
-// A number after white space and comments; negative where there is none.
-int64_t ReadNumber(ByteView file, size_t* at) {
-  while (*at < file.size && (std::isspace(file.data[*at]) != 0 || file.data[*at] == '#')) {
-    if (file.data[*at] == '#') {
-      while (*at < file.size && file.data[*at] != '\n') ++*at;
-    } else {
-      ++*at;
-    }
-  }
-  int64_t number = -1;
-  for (; *at < file.size && std::isdigit(file.data[*at]) != 0; ++*at) {
-    number = std::max<int64_t>(number, 0) * 10 + (file.data[*at] - '0');
-    if (number > INT32_MAX) return -1;
-  }
-  return number;
-}
-
-// A word after white space.
-std::string ReadWord(ByteView file, size_t* at) {
-  while (*at < file.size && std::isspace(file.data[*at]) != 0) ++*at;
-  const size_t start = *at;
-  while (*at < file.size && std::isspace(file.data[*at]) == 0) ++*at;
-  return {file.data + start, file.data + *at};
-}
-
-// Lines of a name and a value up to ENDHDR.
-void ReadPamHeader(ByteView file, PnmHeader* header) {
-  size_t at = 2;
-  int64_t channels = 0;
-  while (at < file.size) {
-    const std::string name = ReadWord(file, &at);
-    if (name == "ENDHDR") break;
-    if (name == "WIDTH") {
-      header->width = ReadNumber(file, &at);
-    } else if (name == "HEIGHT") {
-      header->height = ReadNumber(file, &at);
-    } else if (name == "DEPTH") {
-      channels = ReadNumber(file, &at);
-    } else if (name == "MAXVAL") {
-      header->max_value = ReadNumber(file, &at);
-    } else if (name == "TUPLTYPE") {  // RGB and the like, which the number of channels tells too
-      header->is_cmyk = ReadWord(file, &at) == "CMYK";
-    } else {  // comments
-      while (at < file.size && file.data[at] != '\n') ++at;
-    }
-  }
-  if (channels < 1 || channels > 4) {
-    throw Failure("a PAM file of " + std::to_string(channels) + " channels; 1 to 4 can be read");
-  }
-  header->channels = static_cast<int>(channels);
-  header->is_cmyk = header->is_cmyk && channels == 4;
-  header->size = at + 1;
-}
-
-PnmHeader ReadHeader(ByteView file) {
-  PnmHeader header;
-  if (file.size > 1 && file.data[1] == '7') {
-    ReadPamHeader(file, &header);
-  } else {
-    header.channels = file.size > 1 && file.data[1] == '6' ? 3 : 1;
-    size_t at = 2;
-    header.width = ReadNumber(file, &at);
-    header.height = ReadNumber(file, &at);
-    header.max_value = ReadNumber(file, &at);
-    header.size = at + 1;
-  }
-  if (header.width < 1 || header.height < 1 || header.max_value < 1 || header.max_value > 65535 ||
-      header.size > file.size || std::isspace(file.data[header.size - 1]) == 0) {
-    throw Failure("the PNM header is damaged");
-  }
-  return header;
-}
 
 // The depth of samples up to this value.
 int BitsFor(int64_t max_value) {
@@ -98,7 +24,8 @@ int64_t Scaled(int64_t value, int64_t most, int64_t max_value) {
 }
 
 // Samples of two bytes come with the high one first.
-void ReadRow(const PnmHeader& header, const uint8_t* in, int64_t most, size_t count, uint8_t* out) {
+void ReadBytes(const PnmHeader& header, const uint8_t* in, int64_t most, uint8_t* out) {
+  const size_t count = header.SamplesInRow();
   if (header.max_value == 255) {
     std::memcpy(out, in, count);
     return;
@@ -111,6 +38,21 @@ void ReadRow(const PnmHeader& header, const uint8_t* in, int64_t most, size_t co
           static_cast<uint16_t>(Scaled(in[2 * i] << 8 | in[2 * i + 1], most, header.max_value));
       std::memcpy(out + 2 * i, &sample, sizeof(sample));
     }
+  }
+}
+
+constexpr uint8_t GreyOfBit(int bit) { return bit != 0 ? 0 : 255; }
+
+// The first pixel is the highest bit of a byte.
+void ReadBits(size_t count, const uint8_t* in, uint8_t* out) {
+  for (size_t i = 0; i < count; ++i) out[i] = GreyOfBit(in[i / 8] >> (7 - i % 8) & 1);
+}
+
+void ReadFloats(const PnmHeader& header, const uint8_t* in, uint8_t* out) {
+  for (size_t i = 0; i < header.SamplesInRow(); ++i, in += 4, out += 4) {
+    uint32_t value = 0;
+    for (int k = 0; k < 4; ++k) value = value << 8 | in[header.is_big_endian ? k : 3 - k];
+    std::memcpy(out, &value, sizeof(value));
   }
 }
 
@@ -133,28 +75,62 @@ std::string MakeHeader(const zepcPixels& shape, Format format) {
 }  // namespace
 
 PnmReader::PnmReader(ByteView input, int64_t max_pixels)
-    : input_(input), header_(ReadHeader(input)) {
+    : input_(input), header_(ReadPnmHeader(input)), at_(header_.size) {
   CheckPixels(header_.width, header_.height, max_pixels);
-  const int64_t samples = header_.width * header_.height * header_.channels;
-  if (static_cast<int64_t>((input.size - header_.size) / header_.SampleBytes()) < samples) {
+  if ((input.size - header_.size) / header_.LeastRowBytes() <
+      static_cast<uint64_t>(header_.height)) {
     throw Failure("the file ends within the picture");
   }
 }
 
 Form PnmReader::form() const {
-  return UnsignedForm(header_.is_cmyk ? zepcLayoutCmyk : LayoutWithChannels(header_.channels),
-                      BitsFor(header_.max_value));
+  const zepcLayout layout = header_.is_cmyk ? zepcLayoutCmyk : LayoutWithChannels(header_.channels);
+  if (header_.coding == PnmCoding::kFloats) return {layout, zepcSampleF32, 32};
+  return UnsignedForm(layout, BitsFor(header_.max_value));
 }
 
-void PnmReader::ReadRow(int y, uint8_t* row) const {
-  const size_t samples = static_cast<size_t>(header_.width) * static_cast<size_t>(header_.channels);
-  const uint8_t* const in =
-      input_.data + header_.size + static_cast<size_t>(y) * samples * header_.SampleBytes();
-  zepconvert::ReadRow(header_, in, (1 << BitsFor(header_.max_value)) - 1, samples, row);
+// The last row of floats comes first.
+const uint8_t* PnmReader::StoredRow(int y) const {
+  const int row = header_.coding == PnmCoding::kFloats ? height() - 1 - y : y;
+  return input_.data + header_.size + static_cast<size_t>(row) * header_.LeastRowBytes();
+}
+
+void PnmReader::ReadRow(int y, uint8_t* row) {
+  switch (header_.coding) {
+    case PnmCoding::kBytes:
+      ReadBytes(header_, StoredRow(y), (1 << BitsFor(header_.max_value)) - 1, row);
+      break;
+    case PnmCoding::kPackedBits: ReadBits(header_.SamplesInRow(), StoredRow(y), row); break;
+    case PnmCoding::kFloats: ReadFloats(header_, StoredRow(y), row); break;
+    case PnmCoding::kPlainBits:
+    case PnmCoding::kPlainText: ReadText(row); break;
+  }
+}
+
+void PnmReader::ReadText(uint8_t* row) {
+  const int64_t most = (1 << BitsFor(header_.max_value)) - 1;
+  for (size_t i = 0; i < header_.SamplesInRow(); ++i) {
+    SkipPnmSpace(input_, &at_);
+    if (at_ >= input_.size) throw Failure("the file ends within the picture");
+    // Bits need no space between them.
+    const bool is_bit = header_.coding == PnmCoding::kPlainBits;
+    const int64_t value = is_bit ? input_.data[at_++] - '0' : ReadPnmNumber(input_, &at_);
+    if (value < 0 || value > header_.max_value) {
+      throw Failure("damaged: byte " + std::to_string(at_) + ": not a sample");
+    }
+    if (is_bit) {
+      row[i] = GreyOfBit(value != 0);
+    } else if (header_.SampleBytes() == 1) {
+      row[i] = static_cast<uint8_t>(Scaled(value, most, header_.max_value));
+    } else {
+      const auto sample = static_cast<uint16_t>(Scaled(value, most, header_.max_value));
+      std::memcpy(row + 2 * i, &sample, sizeof(sample));
+    }
+  }
 }
 
 Picture ReadPnm(ByteView input, int64_t max_pixels) {
-  const PnmReader reader(input, max_pixels);
+  PnmReader reader(input, max_pixels);
   Picture picture;
   picture.image = Image(reader.width(), reader.height(), reader.form());
   for (int y = 0; y < reader.height(); ++y) reader.ReadRow(y, picture.image.Row(y));
@@ -162,7 +138,7 @@ Picture ReadPnm(ByteView input, int64_t max_pixels) {
 }
 
 Dimensions ReadPnmSize(ByteView input) {
-  const PnmHeader header = ReadHeader(input);
+  const PnmHeader header = ReadPnmHeader(input);
   return {header.width, header.height, header.channels, static_cast<int>(header.SampleBytes())};
 }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Binary PGM (P5) and PPM (P6) files, and PAM (P7) files, which also hold opacity and inks.
+// PBM, PGM and PPM files (P1 to P6), PAM files (P7), which also hold opacity and inks, and PFM files
+// (PF, Pf) of floats. P5, P6 and P7 are written.
 #ifndef ZEPJP_TOOLS_ZEPCONVERT_PNM_FILE_H_
 #define ZEPJP_TOOLS_ZEPCONVERT_PNM_FILE_H_
 
@@ -10,22 +11,12 @@
 #include "tools/zepconvert/bytes.h"
 #include "tools/zepconvert/format.h"
 #include "tools/zepconvert/picture.h"
+#include "tools/zepconvert/pnm_header.h"
 
 namespace zepconvert {
 
-struct PnmHeader {
-  int channels = 0;      // 1 to 4; 2 and 4 with opacity
-  bool is_cmyk = false;  // four inks, 0 none
-  int64_t width = 0;
-  int64_t height = 0;
-  int64_t max_value = 0;  // 1 to 65535; samples above 255 take two bytes
-  size_t size = 0;        // of the header
-
-  size_t SampleBytes() const { return max_value > 255 ? 2 : 1; }
-};
-
-// A file that is read row by row. Where the largest value is 2^n - 1 (n at least 2), samples stay
-// as they are; others are scaled to 8 bits or, above 255, to 16.
+// A file that is read row by row. Where the largest value is 2^n - 1 (n at least 2), samples stay as
+// they are; others are scaled to 8 bits or, above 255, to 16. Floats are linear light.
 class PnmReader {
  public:
   // A damaged header or a file that is too short is a failure.
@@ -34,11 +25,16 @@ class PnmReader {
   int width() const { return static_cast<int>(header_.width); }
   int height() const { return static_cast<int>(header_.height); }
   Form form() const;
-  void ReadRow(int y, uint8_t* row) const;
+  // Rows of text can only be read in order, each once.
+  void ReadRow(int y, uint8_t* row);
 
  private:
+  const uint8_t* StoredRow(int y) const;
+  void ReadText(uint8_t* row);
+
   ByteView input_;
   PnmHeader header_;
+  size_t at_;  // in text
 };
 
 // The whole picture.

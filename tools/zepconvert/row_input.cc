@@ -8,6 +8,9 @@
 #include "tools/zepconvert/library_file.h"
 #include "tools/zepconvert/png_file.h"
 #include "tools/zepconvert/pnm_file.h"
+#ifdef ZEPCONVERT_HAS_TIFF
+#  include "tools/zepconvert/tiff_file.h"
+#endif
 
 namespace zepconvert {
 namespace {
@@ -63,7 +66,6 @@ class OwnRows : public RowInput {
   virtual void ReadRow(int y, uint8_t* row) = 0;
   Reader reader_;
 
- private:
   zepcRect region_ = {};
 };
 
@@ -88,10 +90,30 @@ class PngRows : public OwnRows<PngReader> {
   void ReadRow(int, uint8_t* row) override { reader_.ReadRow(row); }
 };
 
+#ifdef ZEPCONVERT_HAS_TIFF
+class TiffRows : public OwnRows<TiffReader> {
+ public:
+  TiffRows(const Settings& settings, ByteView input) : OwnRows(settings, input) {
+    reader_.TakeHead(&head_);
+    memory_ += reader_.memory();
+  }
+
+  void Read(RowPipe* pipe, Picture* picture) override {
+    OwnRows::Read(pipe, picture);
+    reader_.Finish(picture);
+  }
+
+ protected:
+  void ReadRow(int y, uint8_t* row) override {
+    if (y >= region_.y) reader_.ReadRow(y, row);
+  }
+};
+#endif
+
 }  // namespace
 
 std::unique_ptr<RowInput> OpenRows(const Settings& settings, ByteView input) {
-  const Format format = FormatOfBytes(input.data, input.size);
+  const Format format = ReadingFormat(input.data, input.size);
   if (IsOfLibrary(format)) return std::make_unique<LibraryRows>(settings, input);
   if (format == Format::kPng) {
     auto rows = std::make_unique<PngRows>(settings, input);
@@ -99,6 +121,9 @@ std::unique_ptr<RowInput> OpenRows(const Settings& settings, ByteView input) {
     if (rows->is_interlaced() || comes_turned) return nullptr;
     return rows;
   }
+#ifdef ZEPCONVERT_HAS_TIFF
+  if (format == Format::kOtherTiff) return std::make_unique<TiffRows>(settings, input);
+#endif
   if (format == Format::kUnknown) return nullptr;
   return std::make_unique<PnmRows>(settings, input);
 }

@@ -228,7 +228,7 @@ class SystemTest(ToolCase):
     def test_inputs_without_an_end(self):
         start = time.monotonic()
         for name in ("/dev/zero", "/dev/urandom"):
-            self.assertIn("neither", self.run_tool(name, "out.png", code=1))
+            self.assertIn("unknown kind", self.run_tool(name, "out.png", code=1))
         endless = subprocess.Popen(["sh", "-c", "printf 'P6\\n9 9\\n255\\n'; exec cat /dev/zero"],
                                    stdout=subprocess.PIPE)
         text = self.run_tool("/dev/stdin", "out.png", "--max-megapixels", "0.001", code=1,

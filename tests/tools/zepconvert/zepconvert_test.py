@@ -722,7 +722,7 @@ class ZepconvertTest(ToolCase):
         self.write("head.ppm", b"P6\n50 ")
         self.write("progressive.jpg", jpg.replace(b"\xFF\xC0", b"\xFF\xC2", 1))
         self.write("cut.jpg", jpg[:100])
-        for name, text in (("text.jpg", "neither"), ("empty.jpg", "neither"),
+        for name, text in (("text.jpg", "a text file"), ("empty.jpg", "is empty"),
                            ("short.png", "ends"), ("short.ppm", "ends"), ("head.ppm", "header"),
                            ("progressive.jpg", "progressive"), ("cut.jpg", "byte"),
                            ("missing.jpg", "No such file"), (".", "directory")):
