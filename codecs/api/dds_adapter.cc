@@ -24,14 +24,13 @@ Status Probe(const File& file, const DecodeRequest& request, Findings* info) {
   if (!status.ok()) return status;
   info->width = header.width;
   info->height = header.height;
-  const PixelLayout layout = dds::LayoutOf(header.format, header.is_ycocg);
-  const SampleType type = dds::HasHalves(header.format) ? SampleType::kF16 : SampleType::kU8;
-  info->layout = LayoutOf(layout);
-  info->sample = SampleOf(type);
-  info->bits = 8 * BytesOf(type);
-  info->components = ChannelCount(layout);
+  const dds::PixelFormat result = dds::ResultOf(header);
+  info->layout = LayoutOf(result.layout);
+  info->sample = SampleOf(result.type);
+  info->bits = result.bits;
+  info->components = ChannelCount(result.layout);
   info->levels = header.levels - 1;
-  info->pictures = static_cast<int32_t>(std::min<int64_t>(header.pictures, INT32_MAX));
+  info->pictures = static_cast<int32_t>(std::min<int64_t>(header.PictureCount(), INT32_MAX));
   if (request.options.level > info->levels) {
     return Status::BadOption("the file has levels up to " + std::to_string(info->levels));
   }
@@ -46,9 +45,11 @@ Status Decode(const File& file, const DecodeRequest& request, Picture* picture, 
   }
   dds::Header header;
   Status status = dds::Decode(file.data, file.size, OptionsOf(request), picture, &header);
-  if (header.pictures > 1) {
-    report->notes.Add("the first of " + std::to_string(header.pictures) + " pictures was taken");
+  if (header.PictureCount() > 1) {
+    report->notes.Add("the first of " + std::to_string(header.PictureCount()) +
+                      " pictures was taken");
   }
+  if (dds::HasSignedValues(header.format)) report->notes.Add("values of -1 to 1 became 0 to 255");
   return status;
 }
 
@@ -93,12 +94,14 @@ Status Encode(RowSource* rows, const EncodeRequest& request, ByteBuffer* bytes) 
 
 }  // namespace
 
-const Codec kDdsCodec = {{zepcFormatDds, "DDS", "dds", "image/vnd.ms-dds",
-                          "textures BC1 to BC7, DXT1, DXT3, DXT5 and ATI1, ATI2, with their levels",
-                          "BC1 to BC5 and BC7, with levels", 0, 0, 0, 0, DepthsOf({8}), 1, 0},
-                         IsDds,
-                         Probe,
-                         Decode,
-                         Encode};
+const Codec kDdsCodec = {
+    {zepcFormatDds, "DDS", "dds", "image/vnd.ms-dds",
+     "textures BC1 to BC7, DXT1 to DXT5 and ATI1, ATI2, and pixels without blocks, with "
+     "their levels",
+     "BC1 to BC5 and BC7, with levels", 0, 0, 0, 0, DepthsOf({8}), 1, 0},
+    IsDds,
+    Probe,
+    Decode,
+    Encode};
 
 }  // namespace zepcodec::api

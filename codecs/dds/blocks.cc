@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "codecs/dds/codec.h"
+#include "codecs/dds/signed_blocks.h"
 #include "codecs/dds/ycocg.h"
 #include "codecs/support/convert.h"
 #include "zepjp.h"
@@ -23,7 +24,7 @@ Status StatusOf(zepStatus status) {
 // Channels of the stage's pixels; 0: the stage takes the picture's own.
 size_t ScratchChannels(const Coding& coding, bool encodes) {
   if (coding.is_ycocg) return encodes ? 3 : 4;
-  if (coding.format == BlockFormat::kBc5) return kRg;
+  if (coding.format == BlockFormat::kBc5 || coding.format == BlockFormat::kBc5Signed) return kRg;
   return encodes && coding.format == BlockFormat::kBc2 ? 4 : 0;
 }
 
@@ -75,11 +76,22 @@ Status EncodeStage(const Coding& coding, const uint8_t* pixels, zepiSize size, s
     case BlockFormat::kBc7:
       return StatusOf(
           zepiTextureEncodeBlockFromRGBA_BC7_8u_C4C1R(pixels, step, size, blocks, coding.bc7_mode));
-    default: return Status::Error("there is no encoder for BC6H");
+    default: return Status::Error("there is no encoder for this format");
   }
 }
 
 }  // namespace
+
+Coding CodingOf(const Header& header) {
+  const PixelFormat result = ResultOf(header);
+  Coding coding;
+  coding.format = header.format;
+  coding.is_ycocg = header.is_ycocg;
+  coding.pixels = header.pixels;
+  coding.is_premultiplied = header.is_premultiplied && result.layout == PixelLayout::kRgba &&
+                            (result.type == SampleType::kU8 || result.type == SampleType::kU16);
+  return coding;
+}
 
 Status BlockEncoder::Encode(const Picture& rows, uint8_t* blocks) {
   const PixelLayout layout = LayoutOf(coding_.format, coding_.is_ycocg);
@@ -124,6 +136,29 @@ size_t BlockDecoder::MemoryOf(const Coding& coding, int width) {
 
 Status BlockDecoder::Decode(const BlockRows& blocks, int left, int top, int y, int count,
                             Picture* image) {
+  Status status;
+  if (coding_.format == BlockFormat::kPixels) {
+    ReadPixels(blocks, left, top, y, count, image);
+  } else {
+    status = DecodeBlocks(blocks, left, top, y, count, image);
+  }
+  if (coding_.is_premultiplied && status.ok()) DivideByOpacity(image, y, count);
+  return status;
+}
+
+void BlockDecoder::ReadPixels(const BlockRows& rows, int left, int top, int y, int count,
+                              Picture* image) const {
+  const size_t row_bytes = rows.row_bytes / 4;
+  const uint8_t* from = rows.first + static_cast<size_t>(top) * row_bytes +
+                        static_cast<size_t>(left) * static_cast<size_t>(coding_.pixels.bytes);
+  for (int i = 0; i < count; ++i) {
+    reader_.Read(from + static_cast<size_t>(i) * row_bytes, static_cast<size_t>(image->width()),
+                 image->Row(y + i));
+  }
+}
+
+Status BlockDecoder::DecodeBlocks(const BlockRows& blocks, int left, int top, int y, int count,
+                                  Picture* image) {
   const int width = left + image->width();
   const bool has_whole_rows = BlockRowBytes(coding_.format, width) == blocks.row_bytes;
   if (left == 0 && top == 0 && has_whole_rows) {
@@ -193,6 +228,9 @@ Status BlockDecoder::DecodeStage(const uint8_t* blocks, int width, int height,
       return StatusOf(zepiTextureDecodeBlockToRGBA_DXT3_8u_C1C4R(blocks, pixels, 4 * width, size));
     case BlockFormat::kBc3:
       return StatusOf(zepiTextureDecodeBlockToRGBA_DXT5_8u_C1C4R(blocks, pixels, 4 * width, size));
+    case BlockFormat::kBc4Signed: DecodeSignedBlocks(blocks, 1, width, height, pixels); break;
+    case BlockFormat::kBc5Signed: DecodeSignedBlocks(blocks, 2, width, height, pixels); break;
+    case BlockFormat::kPixels: break;
     case BlockFormat::kBc4:
       return StatusOf(zepiTextureDecodeBlock_BC4_8u_C1R(blocks, pixels, width, size));
     case BlockFormat::kBc5:

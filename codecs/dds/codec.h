@@ -20,9 +20,25 @@ namespace zepcodec::dds {
 
 // The pixels that blocks are made of and decoded to. BC5 holds R and G of an RGB picture; B is 0.
 constexpr PixelLayout LayoutOf(BlockFormat format, bool is_ycocg) {
-  if (format == BlockFormat::kBc4) return PixelLayout::kGrey;
-  if (format == BlockFormat::kBc5 || is_ycocg || HasHalves(format)) return PixelLayout::kRgb;
-  return PixelLayout::kRgba;
+  switch (format) {
+    case BlockFormat::kBc4:
+    case BlockFormat::kBc4Signed: return PixelLayout::kGrey;
+    case BlockFormat::kBc5:
+    case BlockFormat::kBc5Signed:
+    case BlockFormat::kBc6hUnsigned:
+    case BlockFormat::kBc6hSigned: return PixelLayout::kRgb;
+    default: return is_ycocg ? PixelLayout::kRgb : PixelLayout::kRgba;
+  }
+}
+
+// What Decode() makes of a file.
+inline PixelFormat ResultOf(const Header& header) {
+  PixelFormat result = header.pixels;
+  if (header.format == BlockFormat::kPixels) return result;
+  result.layout = LayoutOf(header.format, header.is_ycocg);
+  result.type = HasHalves(header.format) ? SampleType::kF16 : SampleType::kU8;
+  result.bits = 8 * BytesOf(result.type);
+  return result;
 }
 
 struct EncodeOptions {
@@ -40,7 +56,8 @@ struct EncodeOptions {
 
 // Makes a file of a picture of unsigned samples; pixels are converted to the layout that LayoutOf()
 // tells. A picture with more channels than the format is unsupported. With mipmaps the whole
-// picture is in memory, else some bands of rows. There is no encoder for BC6H.
+// picture is in memory, else some bands of rows. There is no encoder for BC6H, signed
+// values and pixels without blocks.
 Status Encode(RowSource* rows, const EncodeOptions& options, ByteBuffer* file);
 
 struct DecodeOptions {
@@ -54,7 +71,8 @@ struct DecodeOptions {
   RowSink* rows = nullptr;
 };
 
-// A level of the first picture, or a region of it, BC6H as half floats. Pictures of more pixels are
+// A level of the first picture, or a region of it, BC6H as half floats. Colours that are multiplied
+// by their opacity are divided by it, except floats. Pictures of more pixels are
 // refused, and files that hold less than their header announces, before memory is taken.
 Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Picture* image,
               Header* header);

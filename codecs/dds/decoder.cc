@@ -12,8 +12,10 @@
 namespace zepcodec::dds {
 namespace {
 
-SampleType TypeOf(BlockFormat format) {
-  return HasHalves(format) ? SampleType::kF16 : SampleType::kU8;
+bool Resize(const PixelFormat& format, int width, int height, Picture* image) {
+  const bool is_unsigned = format.type == SampleType::kU8 || format.type == SampleType::kU16;
+  return is_unsigned ? image->Resize(width, height, format.layout, format.bits)
+                     : image->Resize(width, height, format.layout, format.type);
 }
 
 // Where a level's blocks are, if the file has it whole.
@@ -47,12 +49,11 @@ int ThreadsFor(const DecodeOptions& options, BlockFormat format) {
 class Decoder {
  public:
   Decoder(const Header& header, const Level& level, const Region& region, const uint8_t* data)
-      : coding_{header.format, header.is_ycocg, 0},
+      : coding_(CodingOf(header)),
+        result_(ResultOf(header)),
         region_(region),
-        row_bytes_(BlockRowBytes(header.format, level.width)) {
-    blocks_ = data + level.offset + static_cast<size_t>(region.x) / 4 * BlockSize(header.format);
-    layout_ = LayoutOf(header.format, header.is_ycocg);
-  }
+        row_bytes_(StoredRowBytes(coding_, level.width)),
+        blocks_(data + level.offset + StoredOffset(coding_, region.x)) {}
 
   Status Decode(const DecodeOptions& options, Picture* image) {
     ThreadPool pool(ThreadsFor(options, coding_.format));
@@ -94,7 +95,7 @@ class Decoder {
   Status DecodeBlocks(size_t first, size_t end, Progress* progress, ThreadPool* pool,
                       Picture* image) {
     const int top = TopOf(first);
-    if (!image->Resize(region_.width, TopOf(end) - top, layout_, TypeOf(coding_.format))) {
+    if (!Resize(result_, region_.width, TopOf(end) - top, image)) {
       return Status::NoMemory();
     }
     const size_t band = BlockRowsInBand(pool->size(), end - first);
@@ -116,10 +117,10 @@ class Decoder {
   }
 
   Coding coding_;
+  PixelFormat result_;
   Region region_;
   size_t row_bytes_;
-  const uint8_t* blocks_ = nullptr;  // at the region's left border
-  PixelLayout layout_ = PixelLayout::kGrey;
+  const uint8_t* blocks_;  // at the region's left border
 };
 
 }  // namespace
@@ -143,14 +144,14 @@ int64_t MemoryToDecode(const Header& header, const DecodeOptions& options) {
     return 0;  // Decode() refuses it
   }
   const size_t threads = ThreadCount(ThreadsFor(options, header.format));
-  const PixelLayout layout = LayoutOf(header.format, header.is_ycocg);
-  const auto row = static_cast<size_t>(region.width) * static_cast<size_t>(ChannelCount(layout)) *
-                   static_cast<size_t>(BytesOf(TypeOf(header.format)));
+  const PixelFormat result = ResultOf(header);
+  const auto row = static_cast<size_t>(region.width) *
+                   static_cast<size_t>(ChannelCount(result.layout) * BytesOf(result.type));
   const size_t all = Decoder::BlockRowsOf(region);
   const size_t at_once =
       options.rows == nullptr ? all : std::min(all, Decoder::BlockRowsAtOnce(threads));
   const size_t scratch =
-      threads * BlockDecoder::MemoryOf({header.format, header.is_ycocg, 0}, region.width);
+      threads * (BlockDecoder::MemoryOf(CodingOf(header), region.width) + sizeof(BlockDecoder));
   constexpr size_t kRest = size_t{1} << 16;
   return static_cast<int64_t>(4 * at_once * row + scratch + kRest);
 }

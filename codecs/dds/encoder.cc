@@ -20,7 +20,7 @@ Status CheckOptions(const EncodeOptions& options) {
   if (options.is_ycocg && options.format != BlockFormat::kBc3) {
     return Status::Error("Y Co Cg goes with BC3 only");
   }
-  if (HasHalves(options.format)) return Status::Error("there is no encoder for BC6H");
+  if (!IsWritten(options.format)) return Status::Error("there is no encoder for this format");
   if (options.bc7_mode < -2 || options.bc7_mode > 7) {
     return Status::Error("BC7 has modes 0 to 7");
   }
@@ -131,7 +131,10 @@ class Encoder {
   }
 
   Status EncodeBands(size_t count, int top, size_t row_bytes, RowSource* rows, uint8_t* blocks) {
-    const Coding coding = {options_.format, options_.is_ycocg, options_.bc7_mode};
+    Coding coding;
+    coding.format = options_.format;
+    coding.is_ycocg = options_.is_ycocg;
+    coding.bc7_mode = options_.bc7_mode;
     SharedStatus shared;
     if (Stops(options_.progress, 0, 1)) return Status::Cancelled();
     Status status = RunParallel(

@@ -22,30 +22,37 @@ constexpr uint32_t FourCc(const char (&name)[5]) {
 constexpr size_t kHeaderSize = 4, kFlags = 8, kHeight = 12, kWidth = 16, kLinearSize = 20;
 constexpr size_t kDepth = 24, kLevelCount = 28, kReserved = 32, kPixelFormatSize = 76,
                  kPixelFormatFlags = 80;
-constexpr size_t kFourCcField = 84, kCaps = 108, kCaps2 = 112, kPlainHeaderEnd = 128;
+constexpr size_t kFourCcField = 84, kBitCount = 88, kMasks = 92, kCaps = 108, kCaps2 = 112,
+                 kPlainHeaderEnd = 128;
 constexpr size_t kDxgiFormat = 128, kDimension = 132, kMiscFlags = 136, kArraySize = 140;
-constexpr size_t kDx10HeaderEnd = 148;
+constexpr size_t kOpacityMode = 144, kDx10HeaderEnd = 148;
 
 constexpr uint32_t kMagic = FourCc("DDS ");
 constexpr uint32_t kHasCapsAndSizeAndFormat = 0x1 | 0x2 | 0x4 | 0x1000;
 constexpr uint32_t kHasLevelCount = 0x20000, kHasLinearSize = 0x80000;
-constexpr uint32_t kHasFourCc = 0x4;
+constexpr uint32_t kHasOpacityBits = 0x1, kIsOpacity = 0x2, kHasFourCc = 0x4, kIsRgb = 0x40,
+                   kIsGrey = 0x20000;
 constexpr uint32_t kIsTexture = 0x1000, kIsComplex = 0x8, kHasMipmaps = 0x400000;
 constexpr uint32_t kIsCube = 0x200, kFaces = 0xFC00, kIsVolume = 0x200000;
 constexpr uint32_t kTexture2d = 3, kTexture3d = 4, kDx10Cube = 0x4;
+constexpr uint32_t kOpacityModes = 7, kPremultiplied = 2;
 constexpr uint32_t kMark[2] = {FourCc("ZEPJ"), FourCc("YCOC")};
 
 struct Name {
   uint32_t four_cc;
   BlockFormat format;
 };
-constexpr std::array<Name, 7> kNames = {{{FourCc("DXT1"), BlockFormat::kBc1},
-                                         {FourCc("DXT3"), BlockFormat::kBc2},
-                                         {FourCc("DXT5"), BlockFormat::kBc3},
-                                         {FourCc("ATI1"), BlockFormat::kBc4},
-                                         {FourCc("ATI2"), BlockFormat::kBc5},
-                                         {FourCc("BC4U"), BlockFormat::kBc4},
-                                         {FourCc("BC5U"), BlockFormat::kBc5}}};
+constexpr std::array<Name, 11> kNames = {{{FourCc("DXT1"), BlockFormat::kBc1},
+                                          {FourCc("DXT3"), BlockFormat::kBc2},
+                                          {FourCc("DXT5"), BlockFormat::kBc3},
+                                          {FourCc("ATI1"), BlockFormat::kBc4},
+                                          {FourCc("ATI2"), BlockFormat::kBc5},
+                                          {FourCc("BC4U"), BlockFormat::kBc4},
+                                          {FourCc("BC5U"), BlockFormat::kBc5},
+                                          {FourCc("DXT2"), BlockFormat::kBc2},
+                                          {FourCc("DXT4"), BlockFormat::kBc3},
+                                          {FourCc("BC4S"), BlockFormat::kBc4Signed},
+                                          {FourCc("BC5S"), BlockFormat::kBc5Signed}}};
 
 // Numbers of the extended header: three for each format, untyped, linear (in BC4 and BC5: unsigned)
 // and sRGB (in BC4 and BC5: signed). Those of BC6H (untyped, unsigned, signed) and BC7 follow
@@ -65,18 +72,42 @@ std::string NameOf(uint32_t four_cc) {
   return name;
 }
 
-// A volume of a single slice is a picture. Some programs write 0 where others write 1, for depth,
-// levels and elements of an array alike.
-bool IsFlat(const ByteReader& file) { return Field(file, kDepth) <= 1; }
+// Some programs write 0 where others write 1, for depth, levels and elements of an array alike.
+int64_t Count(const ByteReader& file, size_t offset) {
+  return std::max(int64_t{Field(file, offset)}, int64_t{1});
+}
 
 Status ParseFourCc(uint32_t four_cc, Header* header) {
+  if (FindNumberedPixels(four_cc, &header->pixels)) {
+    header->format = BlockFormat::kPixels;
+    return Status();
+  }
   const auto* found = std::find_if(kNames.begin(), kNames.end(),
                                    [&](const Name& name) { return name.four_cc == four_cc; });
   if (found == kNames.end()) {
     return Status::Error("the pixel format " + NameOf(four_cc) + " is not supported");
   }
   header->format = found->format;
+  header->is_premultiplied = four_cc == FourCc("DXT2") || four_cc == FourCc("DXT4");
   return Status();
+}
+
+Status ParseMasks(const ByteReader& file, Header* header) {
+  const uint32_t flags = Field(file, kPixelFormatFlags);
+  if ((flags & (kIsRgb | kIsGrey | kIsOpacity)) == 0) {
+    return Status::Error("pixels of this kind (flags " + std::to_string(flags) +
+                         ") are not supported");
+  }
+  Masks masks{};
+  const bool has_colors = (flags & (kIsRgb | kIsGrey)) != 0;
+  const size_t colors = (flags & kIsRgb) != 0 ? 3 : 1;
+  for (size_t i = 0; i < colors && has_colors; ++i) masks[i] = Field(file, kMasks + 4 * i);
+  if ((flags & (kHasOpacityBits | kIsOpacity)) != 0) masks[3] = Field(file, kMasks + 12);
+  const uint32_t bits = Field(file, kBitCount);
+  header->format = BlockFormat::kPixels;
+  if (MakeMaskedFormat(bits, masks, &header->pixels)) return Status();
+  return Status::Error("pixels of " + std::to_string(bits) +
+                       " bits with such masks are not supported");
 }
 
 Status ParseDxgi(uint32_t number, Header* header) {
@@ -87,12 +118,17 @@ Status ParseDxgi(uint32_t number, Header* header) {
                                                  : BlockFormat::kBc6hUnsigned;
     return Status();
   }
+  if (FindDxgiPixels(number, &header->pixels)) {
+    header->format = BlockFormat::kPixels;
+    return Status();
+  }
   if (number < kFirstDxgi || number >= kFirstDxgi + kDxgiCount) {
     return Status::Error(name + " of the extended header is not supported");
   }
   header->format = static_cast<BlockFormat>((number - kFirstDxgi) / 3);
   if (header->format >= BlockFormat::kBc4 && (number - kFirstDxgi) % 3 == 2) {
-    return Status::Error(name + " (signed values) is not supported");
+    header->format =
+        header->format == BlockFormat::kBc4 ? BlockFormat::kBc4Signed : BlockFormat::kBc5Signed;
   }
   return Status();
 }
@@ -107,20 +143,20 @@ uint32_t DxgiNumber(BlockFormat format) {
 }
 
 Status ParseFormat(const ByteReader& file, Header* header) {
-  if ((Field(file, kPixelFormatFlags) & kHasFourCc) == 0) {
-    return Status::Error("the picture is not compressed in blocks");
-  }
-  const uint32_t four_cc = Field(file, kFourCcField);
   header->data_offset = kPlainHeaderEnd;
+  if ((Field(file, kPixelFormatFlags) & kHasFourCc) == 0) return ParseMasks(file, header);
+  const uint32_t four_cc = Field(file, kFourCcField);
   if (four_cc != FourCc("DX10")) return ParseFourCc(four_cc, header);
   if (file.left() < kDx10HeaderEnd) return Status::Error("the file ends within its header");
   header->data_offset = kDx10HeaderEnd;
   const uint32_t dimension = Field(file, kDimension);
-  if (dimension != kTexture2d && !(dimension == kTexture3d && IsFlat(file))) {
-    return Status::Error("only two-dimensional textures are supported");
+  if (dimension != kTexture2d && dimension != kTexture3d) {
+    return Status::Error("textures of one dimension are not supported");
   }
-  header->pictures = std::max(int64_t{Field(file, kArraySize)}, int64_t{1});
+  header->pictures = dimension == kTexture3d ? 1 : Count(file, kArraySize);
+  header->depth = dimension == kTexture3d ? Count(file, kDepth) : 1;
   if ((Field(file, kMiscFlags) & kDx10Cube) != 0) header->pictures *= 6;
+  header->is_premultiplied = (Field(file, kOpacityMode) & kOpacityModes) == kPremultiplied;
   return ParseDxgi(Field(file, kDxgiFormat), header);
 }
 
@@ -136,7 +172,8 @@ Status ParseSize(const ByteReader& file, Header* header) {
   const bool has_levels =
       (Field(file, kFlags) & kHasLevelCount) != 0 || (Field(file, kCaps) & kHasMipmaps) != 0;
   const uint32_t levels = has_levels ? std::max(Field(file, kLevelCount), 1u) : 1;
-  const int most = FullLevelCount(header->width, header->height);
+  const auto depth = static_cast<int>(std::min<int64_t>(header->depth, kMostPixelsOnASide));
+  const int most = FullLevelCount(std::max(header->width, depth), header->height);
   if (levels > static_cast<uint32_t>(most)) {
     return Status::Error("the header announces " + std::to_string(levels) + " levels, of " +
                          std::to_string(most) + " at most");
@@ -145,13 +182,31 @@ Status ParseSize(const ByteReader& file, Header* header) {
   return Status();
 }
 
+uint64_t SliceBytes(const Header& header, int width, int height) {
+  const auto wide = static_cast<uint64_t>(width), high = static_cast<uint64_t>(height);
+  if (header.format == BlockFormat::kPixels) {
+    return wide * high * static_cast<uint64_t>(header.pixels.bytes);
+  }
+  return (wide + 3) / 4 * ((high + 3) / 4) * BlockSize(header.format);
+}
+
+int64_t DepthOf(const Header& header, int level) {
+  return std::max<int64_t>(header.depth >> level, 1);
+}
+
 Status CheckFileSize(const Header& header, size_t size) {
-  const Level last = LevelsOf(header).back();
   const auto left = static_cast<int64_t>(size - header.data_offset);
-  const auto picture = static_cast<int64_t>(last.offset + last.size - header.data_offset);
-  if (left / picture >= header.pictures) return Status();
-  return Status::Error("the header announces " + std::to_string(header.pictures) + " x " +
-                       std::to_string(picture) + " bytes of blocks, the file holds " +
+  auto picture = static_cast<int64_t>(SliceBytes(header, header.width, header.height));
+  int64_t pictures = header.PictureCount();
+  if (left / picture >= header.depth) {  // so the sizes of all levels are no large numbers
+    const Level last = LevelsOf(header).back();
+    const auto slices = static_cast<uint64_t>(DepthOf(header, header.levels - 1));
+    picture = static_cast<int64_t>(last.offset + slices * last.size - header.data_offset);
+    pictures = header.pictures;
+    if (left / picture >= pictures) return Status();
+  }
+  return Status::Error("the header announces " + std::to_string(pictures) + " x " +
+                       std::to_string(picture) + " bytes of pixels, the file holds " +
                        std::to_string(left));
 }
 
@@ -169,10 +224,8 @@ std::vector<Level> LevelsOf(const Header& header) {
   for (int i = 0; i < header.levels; ++i) {
     const int width = std::max(header.width >> i, 1);
     const int height = std::max(header.height >> i, 1);
-    const auto blocks_wide = (static_cast<uint64_t>(width) + 3) / 4;
-    const auto blocks_high = (static_cast<uint64_t>(height) + 3) / 4;
-    levels.push_back({width, height, offset, blocks_wide * blocks_high * BlockSize(header.format)});
-    offset += levels.back().size;
+    levels.push_back({width, height, offset, SliceBytes(header, width, height)});
+    offset += levels.back().size * static_cast<uint64_t>(DepthOf(header, i));
   }
   return levels;
 }
@@ -186,14 +239,12 @@ Status ParseHeader(const uint8_t* data, size_t size, Header* header) {
     return Status::Error("the header is damaged");
   }
   const uint32_t caps2 = Field(file, kCaps2);
-  if ((caps2 & kIsVolume) != 0 && !IsFlat(file)) {
-    return Status::Error("only two-dimensional textures are supported");
-  }
-  if (Status status = ParseSize(file, header); !status.ok()) return status;
+  if ((caps2 & kIsVolume) != 0) header->depth = Count(file, kDepth);
   if ((caps2 & kIsCube) != 0) {
     header->pictures = std::max(__builtin_popcount(caps2 & kFaces), 1);
   }
   if (Status status = ParseFormat(file, header); !status.ok()) return status;
+  if (Status status = ParseSize(file, header); !status.ok()) return status;
   header->is_ycocg = header->format == BlockFormat::kBc3 && Field(file, kReserved) == kMark[0] &&
                      Field(file, kReserved + 4) == kMark[1];
   return CheckFileSize(*header, size);
