@@ -133,11 +133,11 @@ void MeasureLoss(const Image& original, ByteView output, const std::string& erro
   WriteFile(error_picture, errors, result->job.input, true);
 }
 
-// Half floats of textures have no white, so they become no integers.
+// Floats of textures have no white, so they become no integers.
 void CheckHalves(const Picture& picture, Format input, Format output) {
   const bool is_texture = input == Format::kDds && IsLight(picture.image.form().sample);
   if (!is_texture || output == Format::kHdr || output == Format::kJpegXr) return;
-  throw Failure("BC6H holds half floats, which only .hdr and .jxr files take");
+  throw Failure("the texture holds floats, which only .hdr and .jxr files take");
 }
 
 // By way of its pixels.
