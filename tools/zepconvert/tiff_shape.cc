@@ -165,6 +165,25 @@ void ConvertChannel(const TiffShape& shape, const uint8_t* plane, size_t first, 
   }
 }
 
+// True where the stored samples are those of the result.
+bool IsAsWanted(const TiffShape& shape) {
+  const bool has_whole_bytes = shape.bits == 8 || shape.bits == 16;
+  const bool is_float = shape.is_float && shape.bits == 32;
+  return (is_float || (has_whole_bytes && !shape.is_float)) && !shape.is_planar &&
+         !shape.is_signed && !shape.is_inverted && shape.samples == ChannelCount(shape.form.layout);
+}
+
+void ConvertChannels(const TiffShape& shape, const std::vector<const uint8_t*>& planes,
+                     size_t count, uint8_t* out) {
+  const auto channels = static_cast<size_t>(ChannelCount(shape.form.layout));
+  const size_t step = shape.is_planar ? 1 : static_cast<size_t>(shape.samples);
+  for (size_t c = 0; c < channels; ++c) {
+    const bool is_opacity = HasAlpha(shape.form.layout) && c + 1 == channels;
+    ConvertChannel(shape, planes[shape.is_planar ? c : 0], shape.is_planar ? 0 : c, step, count,
+                   shape.is_inverted && !is_opacity, out + c * BytesOf(shape.form.sample));
+  }
+}
+
 template <class Sample>
 void UnmultiplyIntegers(uint32_t most, size_t channels, size_t pixels, uint8_t* row) {
   for (size_t i = 0; i < pixels; ++i, row += channels * sizeof(Sample)) {
@@ -226,12 +245,10 @@ TiffShape ReadTiffShape(TiffHandle* tiff) {
 
 void ConvertTiffRow(const TiffShape& shape, const std::vector<const uint8_t*>& planes, size_t count,
                     uint8_t* out) {
-  const auto channels = static_cast<size_t>(ChannelCount(shape.form.layout));
-  const size_t step = shape.is_planar ? 1 : static_cast<size_t>(shape.samples);
-  for (size_t c = 0; c < channels; ++c) {
-    const bool is_opacity = HasAlpha(shape.form.layout) && c + 1 == channels;
-    ConvertChannel(shape, planes[shape.is_planar ? c : 0], shape.is_planar ? 0 : c, step, count,
-                   shape.is_inverted && !is_opacity, out + c * BytesOf(shape.form.sample));
+  if (IsAsWanted(shape)) {
+    std::memcpy(out, planes[0], count * static_cast<size_t>(shape.samples * shape.bits / 8));
+  } else {
+    ConvertChannels(shape, planes, count, out);
   }
   if (shape.is_premultiplied) Unmultiply(shape.form, count, out);
 }
