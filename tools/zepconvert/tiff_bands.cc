@@ -18,7 +18,7 @@ class Scanlines : public TiffBands {
   Scanlines(TiffHandle* tiff, const TiffShape& shape)
       : TiffBands(tiff, shape),
         // libtiff fills what it takes for a row.
-        stored_(std::max(shape.RowBytes(shape.width),
+        stored_(std::max(static_cast<size_t>(shape.RowBytes(shape.width)),
                          static_cast<size_t>(TIFFScanlineSize64(tiff->get())))) {}
 
   void ReadRow(int y, uint8_t* row) override {
@@ -53,7 +53,7 @@ class Blocks : public TiffBands {
  public:
   Blocks(TiffHandle* tiff, const TiffShape& shape) : TiffBands(tiff, shape) {
     across_ = (shape.width + shape.band_width - 1) / shape.band_width;
-    block_row_bytes_ = shape.RowBytes(shape.band_width);
+    block_row_bytes_ = static_cast<size_t>(shape.RowBytes(shape.band_width));
     const bool has_whole_bytes = across_ == 1 || shape.band_width * shape.bits % 8 == 0;
     if (!has_whole_bytes) throw Failure("tiles of odd width cannot be read");
     const tmsize_t size = shape.is_tiled ? TIFFTileSize(tiff->get()) : TIFFStripSize(tiff->get());

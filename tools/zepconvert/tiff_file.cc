@@ -41,7 +41,7 @@ void CheckSize(const TiffHandle& tiff, const TiffShape& shape, ByteView input, i
   const int64_t band_width = std::max(shape.band_width, shape.width);
   constexpr int64_t kMostSamples = 4096;
   if (shape.samples > kMostSamples || band_width > most / band_rows ||
-      shape.RowBytes(band_width) > static_cast<uint64_t>(most / band_rows)) {
+      shape.RowBytes(band_width) > most / band_rows) {
     throw Failure("the strips or tiles are too large (--max-megapixels)");
   }
   const auto compression = tiff.Field<uint16_t>(TIFFTAG_COMPRESSION, COMPRESSION_NONE);
@@ -50,7 +50,7 @@ void CheckSize(const TiffHandle& tiff, const TiffShape& shape, ByteView input, i
   constexpr int64_t kAlwaysAccepted = int64_t{1} << 20, kOftenCut = 16;
   const auto file_bytes = static_cast<int64_t>(input.size);
   const int64_t rows = shape.height * shape.planes();
-  const auto row_bytes = static_cast<int64_t>(shape.RowBytes(shape.width));
+  const int64_t row_bytes = shape.RowBytes(shape.width);
   if (expansion > 0 && shape.is_exact &&
       row_bytes > (kAlwaysAccepted + kOftenCut * expansion * file_bytes) / rows) {
     throw Failure("the directory announces more pixels than the file can hold");

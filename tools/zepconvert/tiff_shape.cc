@@ -211,9 +211,9 @@ void UnmultiplyFloats(size_t channels, size_t pixels, uint8_t* row) {
 
 }  // namespace
 
-size_t TiffShape::RowBytes(int64_t pixels) const {
+int64_t TiffShape::RowBytes(int64_t pixels) const {
   const int64_t in_plane = is_planar ? 1 : samples;
-  return static_cast<size_t>((pixels * in_plane * bits + 7) / 8);
+  return (pixels * in_plane * bits + 7) / 8;
 }
 
 TiffShape ReadTiffShape(TiffHandle* tiff) {

@@ -34,7 +34,7 @@ struct TiffShape {
   // The planes that are read.
   int planes() const { return is_planar ? ChannelCount(form.layout) : 1; }
   // Stored bytes of a number of pixels in a row of a plane.
-  size_t RowBytes(int64_t pixels) const;
+  int64_t RowBytes(int64_t pixels) const;
 };
 
 // Fails for pictures that cannot be read. May tell libtiff to decode YCbCr in JPEG to RGB.

@@ -180,6 +180,21 @@ class LosslessJpeg(Exchange):
             self.write_theirs(channels, bits, samples, "--encode-lossless", "+sv", str(predictor))
             self.check_here(bits, samples)
 
+    def test_noise_of_sixteen_bits(self):
+        """All differences, 32768 among them, and carries of all predictors."""
+        state, samples = 1, []
+        for _ in range(self.width * self.height):
+            state = (state * 1103515245 + 12345) & 0x7FFFFFFF
+            samples.append((0, 32768, 65535, state >> 8 & 65535)[state >> 24 & 3])
+        write_pnm("in.pnm", self.width, self.height, 1, 16, samples)
+        for predictor in range(1, 8):
+            with self.subTest(predictor=predictor):
+                self.write_theirs(1, 16, samples, "--encode-lossless", "+sv", str(predictor))
+                self.check_here(16, samples)
+                run(TOOL, "--force", "--quiet", "in.pnm", "ours.jpg", "--lossless", "--predictor", str(predictor))
+                self.write_ours("ours.dcm", LOSSLESS, 1, 16)
+                self.assertEqual(self.there(16, len(samples)), to_bytes(samples, 16, "<"))
+
     def test_their_standard_process_here(self):
         for bits in (8, 12, 16):
             samples = picture(self.width, self.height, 1, bits)
