@@ -111,12 +111,6 @@ class Batch {
   }
 
   std::vector<Result> Run() {
-    // The files share the cores; a single one may use all of them.
-    if (settings_.threads == 0) {
-      const bool is_single = ThreadCount(settings_.jobs, results_.size()) <= 1;
-      constexpr size_t kMany = 1024;
-      settings_.threads = is_single ? static_cast<int>(ThreadCount(settings_.jobs, kMany)) : 1;
-    }
     zepSetNumThreads(settings_.threads);
     ForEachOnThreads(settings_.jobs, results_.size(), stop_, [&](size_t i) { Work(&results_[i]); });
     return std::move(results_);
@@ -158,8 +152,7 @@ class Batch {
     const auto number = static_cast<size_t>(result - results_.data());
     Convert(
         settings_, input,
-        settings_.report_directory.empty() ? ""
-                                           : ErrorPicturePath(settings_.report_directory, number),
+        settings_.report_directory.empty() ? "" : ReportStem(settings_.report_directory, number),
         [&](double done) { step->SetDone(done); }, result);
   }
 
@@ -198,6 +191,15 @@ class Batch {
 };
 
 }  // namespace
+
+void ShareCores(size_t files, Settings* settings) {
+  if (settings->threads == 0) {
+    const bool is_single = ThreadCount(settings->jobs, files) <= 1;
+    constexpr size_t kMany = 1024;
+    settings->threads = is_single ? static_cast<int>(ThreadCount(settings->jobs, kMany)) : 1;
+  }
+  settings->jobs = static_cast<int>(ThreadCount(settings->jobs, files));
+}
 
 std::vector<Result> ConvertAll(const Settings& settings, const std::vector<Job>& jobs,
                                const std::atomic<bool>& stop) {

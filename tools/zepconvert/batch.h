@@ -11,6 +11,10 @@
 
 namespace zepconvert {
 
+// Sets the numbers of jobs and threads: the files share the cores, and a single one may use all of
+// them.
+void ShareCores(size_t files, Settings* settings);
+
 // Files are converted at the same time as far as settings.jobs and settings.memory allow. When
 // `stop` becomes true, files in work are finished and no other is begun. One result for each job,
 // in their order.

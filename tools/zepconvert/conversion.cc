@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <limits>
 #include <numeric>
 #include <utility>
 
@@ -90,20 +89,6 @@ void RefuseRawPhotograph(Format format, ByteView input) {
   if (!name.empty()) throw Failure("a raw photograph (" + name + "), which needs a raw developer");
 }
 
-Picture Load(const Settings& settings, ByteView input, const OnProgress& on_progress) {
-  const Format format = ReadingFormat(input.data, input.size);
-  if (format == Format::kUnknown) throw Failure(WhyNotRead(input));
-  RefuseRawPhotograph(format, input);
-  if (settings.from != Format::kUnknown && !IsSameKind(format, settings.from)) {
-    throw Failure("is not of the format that --from names");
-  }
-  if (settings.reduce > 0 && !HasSmallerVersions(format)) {
-    throw Failure("only JPEG (but lossless ones) and JPEG 2000 files can be reduced (--scale)");
-  }
-  return IsOfLibrary(format) ? LoadOfLibrary(settings, format, input, on_progress)
-                             : LoadOwn(settings, format, input);
-}
-
 Output Save(const Settings& settings, Format format, Picture* picture,
             const OnProgress& on_progress) {
   Output output;
@@ -119,20 +104,6 @@ Output Save(const Settings& settings, Format format, Picture* picture,
   return output;
 }
 
-void MeasureLoss(const Image& original, ByteView output, const std::string& error_picture,
-                 Result* result) {
-  const Picture again = LoadPicture(output);
-  // Blocks may be less opaque than the picture.
-  const Form form = HasAlpha(again.image.form().layout) ? again.image.form()
-                                                        : UnsignedForm(original.form().layout, 8);
-  const Image before = Converted(original, form);
-  const Image after = Converted(again.image, form);
-  result->psnr = Measure(before, after);
-  result->modes = ModesOfBc7(output, before, after);
-  const Bytes errors = WritePng(MakeErrorPicture(before, after), Metadata());
-  WriteFile(error_picture, errors, result->job.input, true);
-}
-
 // Floats of textures have no white, so they become no integers.
 void CheckHalves(const Picture& picture, Format input, Format output) {
   const bool is_texture = input == Format::kDds && IsLight(picture.image.form().sample);
@@ -140,9 +111,9 @@ void CheckHalves(const Picture& picture, Format input, Format output) {
   throw Failure("the texture holds floats, which only .hdr and .jxr files take");
 }
 
-// By way of its pixels.
+// By way of its pixels. Tells whether other pixels than those of the input were encoded.
 Output ConvertPixels(const Settings& settings, ByteView input, const OnProgress& on_progress,
-                     Picture* picture, Result* result) {
+                     Picture* picture, bool* is_adjusted, Result* result) {
   const Format format = result->job.format;
   if (!settings.scans_directory.empty()) WriteScans(settings, input, result->job.input);
   {
@@ -150,13 +121,17 @@ Output ConvertPixels(const Settings& settings, ByteView input, const OnProgress&
     *picture = Load(settings, input, [&](double done) { on_progress(done / 2); });
   }
   CheckHalves(*picture, FormatOfBytes(input.data, input.size), format);
+  const Image& image = picture->image;
+  const Form form = image.form();
+  const int width = image.width(), height = image.height();
   {
     const Timer timer(kConvert, result);
     Adjust(settings, format, picture);
   }
-  result->width = picture->image.width();
-  result->height = picture->image.height();
-  result->lossless = IsLossless(settings, format);
+  *is_adjusted = !(image.form() == form) || image.width() != width || image.height() != height ||
+                 settings.dds.texture == zepcTextureBc5;
+  result->width = image.width();
+  result->height = image.height();
   const Timer timer(kEncode, result);
   return Save(settings, format, picture, [&](double done) { on_progress((1 + done) / 2); });
 }
@@ -191,36 +166,39 @@ Timer::Timer(Stage stage, Result* result) : seconds_(&result->seconds[stage]), s
 
 Timer::~Timer() { *seconds_ += Now() - start_; }
 
-Picture LoadPicture(ByteView input) {
-  Settings settings;
-  settings.max_pixels = std::numeric_limits<int64_t>::max();
-  Picture picture = Load(settings, input, [](double) {});
-  const zepcLayout layout = picture.image.form().layout;
-  const bool loses_alpha = HasAlpha(layout) && IsOpaque(picture.image);
-  const Form form = UnsignedForm(!loses_alpha     ? layout
-                                 : IsGrey(layout) ? zepcLayoutGrey
-                                                  : zepcLayoutRgb,
-                                 8);
-  if (!(picture.image.form() == form)) picture.image = Converted(picture.image, form);
-  return picture;
+Picture Load(const Settings& settings, ByteView input, const OnProgress& on_progress) {
+  const Format format = ReadingFormat(input.data, input.size);
+  if (format == Format::kUnknown) throw Failure(WhyNotRead(input));
+  RefuseRawPhotograph(format, input);
+  if (settings.from != Format::kUnknown && !IsSameKind(format, settings.from)) {
+    throw Failure("is not of the format that --from names");
+  }
+  if (settings.reduce > 0 && !HasSmallerVersions(format)) {
+    throw Failure("only JPEG (but lossless ones) and JPEG 2000 files can be reduced (--scale)");
+  }
+  return IsOfLibrary(format) ? LoadOfLibrary(settings, format, input, on_progress)
+                             : LoadOwn(settings, format, input);
 }
 
-void Convert(const Settings& settings, ByteView input, const std::string& error_picture,
+void Convert(const Settings& settings, ByteView input, const std::string& report_stem,
              const OnProgress& on_progress, Result* result) {
   Picture picture;
-  const Output output = settings.transcodes
-                            ? Transcode(settings, input, &picture, result)
-                            : ConvertPixels(settings, input, on_progress, &picture, result);
+  bool is_adjusted = true;
+  result->input_format = FormatOfBytes(input.data, input.size);
+  const Output output = settings.transcodes ? Transcode(settings, input, &picture, result)
+                                            : ConvertPixels(settings, input, on_progress, &picture,
+                                                            &is_adjusted, result);
   result->output_bytes = output.view().size;
-  if (!error_picture.empty() && !result->lossless) {
-    MeasureLoss(picture.image, output.view(), error_picture, result);
-  }
   {
     const Timer timer(kWrite, result);
     WriteFile(result->job.output, output.view(), result->job.input, result->job.replaces);
   }
-  result->warnings = std::move(picture.warnings);
-  result->notes = std::move(picture.notes);
+  result->warnings = picture.warnings;
+  result->notes = picture.notes;
+  if (!report_stem.empty()) {
+    result->evidence =
+        Examine({settings, result->job, input, output.view(), picture, is_adjusted}, report_stem);
+  }
 }
 
 }  // namespace zepconvert

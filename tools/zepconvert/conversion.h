@@ -11,9 +11,8 @@
 #include "tools/zepconvert/bytes.h"
 #include "tools/zepconvert/format.h"
 #include "tools/zepconvert/picture.h"
-#include "tools/zepconvert/pixels.h"
+#include "tools/zepconvert/report_evidence.h"
 #include "tools/zepconvert/settings.h"
-#include "tools/zepconvert/texture_modes.h"
 
 namespace zepconvert {
 
@@ -27,14 +26,13 @@ struct Result {
   std::string error;                  // empty: all went well
   std::vector<std::string> warnings;  // damage in the input
   std::vector<std::string> notes;     // what the user should know; the exit code stays 0
+  Format input_format = Format::kUnknown;
   int width = 0;
   int height = 0;
   size_t input_bytes = 0;
   size_t output_bytes = 0;
   std::array<double, kStageCount> seconds{};
-  bool lossless = true;
-  std::vector<ModeShare> modes;  // of BC7 blocks, with psnr
-  Psnr psnr;  // of a lossy result against the picture that was encoded, where asked for
+  Evidence evidence;  // for the report
 
   bool ok() const { return started && error.empty(); }
   double TotalSeconds() const;
@@ -53,13 +51,13 @@ class Timer {
   double start_;
 };
 
-// `input` holds the file's bytes. If `error_picture` is a name, a lossy result is decoded again to
-// tell its PSNR, and its errors become a PNG file of that name.
-void Convert(const Settings& settings, ByteView input, const std::string& error_picture,
+// `input` holds the file's bytes. `report_stem` begins the names of the report's pictures; empty:
+// there is no report.
+void Convert(const Settings& settings, ByteView input, const std::string& report_stem,
              const OnProgress& on_progress, Result* result);
 
-// The picture in a file of any known format, with 8 bits a sample.
-Picture LoadPicture(ByteView input);
+// The picture in a file of any known format.
+Picture Load(const Settings& settings, ByteView input, const OnProgress& on_progress);
 
 }  // namespace zepconvert
 

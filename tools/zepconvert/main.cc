@@ -68,16 +68,17 @@ void MakeDirectories(const Command& command, const std::vector<Job>& jobs) {
   }
 }
 
-int ConvertFiles(const Command& command) {
-  const Settings& settings = command.settings;
+int ConvertFiles(const Command& command, const std::string& command_line) {
+  Settings settings = command.settings;
   const std::string& report = settings.report_directory;
   std::vector<Job> jobs = MakeJobs(command);
   if (command.output == zepconvert::kStandardStream && isatty(STDOUT_FILENO) != 0) {
     return Fail(kUsage, "standard output is a terminal: name a file, or send it elsewhere");
   }
   if (!DecideReplacing(settings, &jobs)) return Fail(kInterrupted, "nothing was done");
+  if (!report.empty()) zepconvert::PrepareReport(settings);
   MakeDirectories(command, jobs);
-  if (!report.empty()) zepconvert::PrepareReport(report);
+  zepconvert::ShareCores(jobs.size(), &settings);
   zepconvert::HandleSignals(&stop_requested);
   const auto start = std::chrono::steady_clock::now();
   const std::vector<Result> results = zepconvert::ConvertAll(settings, jobs, stop_requested);
@@ -85,9 +86,11 @@ int ConvertFiles(const Command& command) {
   const bool is_batch = command.output.empty() && results.size() != 1;
   if (is_batch && !settings.quiet) zepconvert::PrintSummary(results, time.count());
   const int code = Judge(results);
-  if (code == kInterrupted) return Fail(kInterrupted, "interrupted");
-  if (!report.empty()) zepconvert::WriteReport(report, results);
-  return code;
+  if (!report.empty()) {
+    zepconvert::WriteReport(report, results,
+                            {command_line, settings.jobs, settings.threads, time.count()});
+  }
+  return code == kInterrupted ? Fail(kInterrupted, "interrupted") : code;
 }
 
 int LookAtFiles(const Command& command) {
@@ -109,8 +112,9 @@ int Run(int argc, char** argv) {
     return Fail(kUsage, error.what());
   }
   if (!command.has_value()) return kDone;
-  return command->task == zepconvert::Task::kConvert ? ConvertFiles(*command)
-                                                     : LookAtFiles(*command);
+  return command->task == zepconvert::Task::kConvert
+             ? ConvertFiles(*command, zepconvert::ShellLine({argv, argv + argc}))
+             : LookAtFiles(*command);
 }
 
 }  // namespace

@@ -59,10 +59,12 @@ int64_t EstimateMemory(const Settings& settings, const Job& job, ByteView input)
   }
   const double picture = need.samples * need.sample_bytes;
   const double encoding = EncodingBytes(job.format, need);
-  // A search for a PSNR and a report decode the result again.
-  const bool decodes_again = settings.jpeg2000.psnr > 0 || !settings.report_directory.empty();
-  const double again = decodes_again ? encoding + 2 * picture : 0;
-  const double most = std::max({need.decoding, 2 * picture, picture + encoding + again});
+  // A search for a PSNR decodes while it encodes.
+  const double search = settings.jpeg2000.psnr > 0 ? encoding + 2 * picture : 0;
+  // A report decodes the result, and perhaps the input, after the encoding.
+  const double report =
+      settings.report_directory.empty() ? 0 : 4 * picture + std::max(encoding, need.decoding);
+  const double most = std::max({need.decoding, 2 * picture, picture + encoding + search, report});
   return static_cast<int64_t>(most);
 }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A page that shows what was converted.
+// A page that shows what was converted: index.html in a directory, and its pictures in a directory
+// below. The page needs nothing else.
 #ifndef ZEPJP_TOOLS_ZEPCONVERT_REPORT_H_
 #define ZEPJP_TOOLS_ZEPCONVERT_REPORT_H_
 
@@ -7,18 +8,28 @@
 #include <vector>
 
 #include "tools/zepconvert/conversion.h"
+#include "tools/zepconvert/settings.h"
 
 namespace zepconvert {
 
-// Makes the directory where there is none.
-void PrepareReport(const std::string& directory);
+// Makes the directories where there are none. Fails where another page than a report would be
+// replaced, unless the settings allow that.
+void PrepareReport(const Settings& settings);
 
-// The file in it for the errors of the result with this number.
-std::string ErrorPicturePath(const std::string& directory, size_t number);
+// How the names of the pictures of the result with this number begin.
+std::string ReportStem(const std::string& directory, size_t number);
 
-// Writes index.html into the directory and the pictures beside it. The page needs nothing else: no
-// network, no script.
-void WriteReport(const std::string& directory, const std::vector<Result>& results);
+// What the page tells of the whole run.
+struct RunFacts {
+  std::string command_line;
+  int jobs = 1;     // files at the same time
+  int threads = 1;  // for each
+  double seconds = 0;
+};
+
+// Writes the page, and removes the pictures that only an earlier report had.
+void WriteReport(const std::string& directory, const std::vector<Result>& results,
+                 const RunFacts& facts);
 
 }  // namespace zepconvert
 

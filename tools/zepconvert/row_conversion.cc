@@ -99,7 +99,6 @@ void ConvertByRows(Settings settings, RowInput* input, const OnProgress& on_prog
   shape.layout = form.layout;
   shape.sample = form.sample;
   shape.bits = form.bits;
-  result->lossless = IsLossless(settings, format);
   OutputFile file(result->job.output, result->job.input, result->job.replaces);
   RowPipe pipe(IsLight(form.sample) ? zepcOpacityDrop : zepcOpacityAuto);
   Decoder decoder(input, &pipe);

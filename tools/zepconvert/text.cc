@@ -70,6 +70,23 @@ std::string ShownOutput(const std::string& path) {
   return path == kStandardStream ? "standard output" : path;
 }
 
+std::string ShellLine(const std::vector<std::string>& arguments) {
+  constexpr char kPlain[] =
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_./+,:=@%";
+  std::string line;
+  for (const std::string& argument : arguments) {
+    if (!line.empty()) line += ' ';
+    if (!argument.empty() && argument.find_first_not_of(kPlain) == std::string::npos) {
+      line += argument;
+      continue;
+    }
+    line += '\'';
+    for (const char c : argument) line += c == '\'' ? "'\\''" : std::string(1, c);
+    line += '\'';
+  }
+  return line;
+}
+
 std::string Number(double value, int digits) {
   char text[64];
   std::snprintf(text, sizeof(text), "%.*f", digits, value);

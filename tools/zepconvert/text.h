@@ -4,6 +4,7 @@
 #define ZEPJP_TOOLS_ZEPCONVERT_TEXT_H_
 
 #include <string>
+#include <vector>
 
 namespace zepconvert {
 
@@ -15,6 +16,9 @@ std::string Printable(const std::string& text);
 // Names of files in messages; "-" in words.
 std::string ShownInput(const std::string& path);
 std::string ShownOutput(const std::string& path);
+
+// Arguments as a shell takes them.
+std::string ShellLine(const std::vector<std::string>& arguments);
 
 // With this many digits after the point.
 std::string Number(double value, int digits);

@@ -14,6 +14,7 @@ import struct
 import subprocess
 import time
 import unittest
+import urllib.parse
 import zlib
 
 from tool_case import (TOOL, ToolCase, mean_difference, picture, png, pnm, read_pnm, segments)
@@ -843,25 +844,23 @@ class ZepconvertTest(ToolCase):
         self.run_tool("in.ppm", "<b>&.png", "cut.jpg", "missing.ppm", "--to", "jpg", "--out-dir",
                       "o", "--report", "r/e", code=1)
         html = self.read("r/e/index.html").decode()
-        for text in ("<svg", "dB", "50 x 33", "No such file", "damaged:", "&lt;b&gt;&amp;.png",
-                     ">read<", ">decode<", ">convert<", ">encode<", ">write<"):
+        for text in ("dB", "50 x 33", "No such file", "damaged:", "&lt;b&gt;&amp;.png",
+                     ">read<", ">decode<", ">convert<", ">encode<", ">write<", ">PNG (libpng)<"):
             self.assertIn(text, html)
-        for text in ("http", "<script", "<b>"):
+        for text in ("http", "<b>&"):
             self.assertNotIn(text, html)
-        sources = re.findall(r'(?:src|href)="([^"]+)"', html)
-        self.assertEqual(len(sources), 18)
+        sources = re.findall(r'(?:src|href)="([^"#]+)"', html)
+        self.assertEqual(len(sources), 9 + 6)
         for source in sources:
-            self.assertTrue(os.path.exists(self.path("r/e/" + source)), source)
-        self.assertIn(b"PNG", self.read("r/e/1-original.png")[:8])
+            self.assertTrue(os.path.exists(self.path("r/e/" + urllib.parse.unquote(source))), source)
         self.assertEqual(html.count("errors, times 8</figcaption>"), 3)
         self.assertRegex(html, r": R \d+\.\d\d dB, G \d+\.\d\d dB, B \d+\.\d\d dB")
         self.write("t.png", png(20, 10, 4, bytes(i * 7 % 256 for i in range(800))))
         self.run_tool("t.png", "t.dds", "--report", "r2")
         html = self.read("r2/index.html").decode()
         self.assertRegex(html, r": R .* dB, A \d+\.\d\d dB")
-        self.assertIn("<title>encode: ", html)
         for name in ("1-original.png", "1-result.png", "1-errors.png"):
-            self.assertEqual(self.read("r2/" + name)[1:4], b"PNG")
+            self.assertEqual(self.read("r2/zepconvert-report/" + name)[1:4], b"PNG")
 
 
 if __name__ == "__main__":
