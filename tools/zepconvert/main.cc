@@ -76,7 +76,11 @@ int ConvertFiles(const Command& command, const std::string& command_line) {
     return Fail(kUsage, "standard output is a terminal: name a file, or send it elsewhere");
   }
   if (!DecideReplacing(settings, &jobs)) return Fail(kInterrupted, "nothing was done");
-  if (!report.empty()) zepconvert::PrepareReport(settings);
+  try {
+    if (!report.empty()) zepconvert::PrepareReport(settings);
+  } catch (const zepconvert::Failure& error) {
+    return Fail(kUsage, error.what());
+  }
   MakeDirectories(command, jobs);
   zepconvert::ShareCores(jobs.size(), &settings);
   zepconvert::HandleSignals(&stop_requested);

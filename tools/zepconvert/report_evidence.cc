@@ -27,6 +27,14 @@ const Image& InForm(const Form& form, const Image& image, Image* storage) {
   return *storage;
 }
 
+// For whole files as they are.
+Settings PlainSettings(const Settings& settings) {
+  Settings plain;
+  plain.max_pixels = std::numeric_limits<int64_t>::max();
+  plain.threads = settings.threads;
+  return plain;
+}
+
 // How browsers show a picture.
 Form FormToShow(const Form& form) {
   return UnsignedForm(form.layout == zepcLayoutCmyk ? zepcLayoutRgb : form.layout, 8);
@@ -132,7 +140,7 @@ class Examination {
     }
     evidence_.losses =
         LossesBeforeCoding(conversion_.settings, conversion_.job.format,
-                           FactsOf(conversion_.settings, conversion_.input),
+                           FactsOf(PlainSettings(conversion_.settings), conversion_.input),
                            conversion_.is_adjusted ? input_ : conversion_.picture, *encoded_);
     if (evidence_.not_measured.empty()) {
       Compare();
@@ -150,10 +158,7 @@ class Examination {
       evidence_.not_measured = "zepconvert does not read files of this kind";
       return;
     }
-    Settings settings;
-    settings.max_pixels = std::numeric_limits<int64_t>::max();
-    settings.threads = conversion_.settings.threads;
-    result_ = Load(settings, conversion_.output, [](double) {}).image;
+    result_ = Load(PlainSettings(conversion_.settings), conversion_.output, [](double) {}).image;
   }
 
   // The part that a copy of coefficients took begins with whole MCUs.

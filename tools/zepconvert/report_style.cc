@@ -37,7 +37,9 @@ thead th, tfoot th, tfoot td { font-weight: bold; }
 td { white-space: nowrap; font-variant-numeric: tabular-nums; }
 .sortable th:first-child, .bad td { text-align: left; white-space: normal; }
 .sortable tbody th { min-width: 8em; overflow-wrap: anywhere; }
-.sortable td:nth-child(9) { white-space: normal; min-width: 7em; }
+.sortable :is(td, th):is(:nth-child(2), :nth-child(3), :nth-child(9)) { text-align: left; }
+.sortable td:nth-child(9) { white-space: normal; min-width: 11em; }
+tfoot small { font-weight: normal; display: block; }
 tbody tr:nth-child(even) { background: var(--even); }
 th button {
   font: inherit; color: inherit; background: none; border: 0; padding: 0; cursor: pointer;
@@ -48,8 +50,8 @@ th[aria-sort=ascending] button::after { content: " \2191"; opacity: 1; }
 th[aria-sort=descending] button::after { content: " \2193"; opacity: 1; }
 .legend { list-style: none; padding: 0; display: flex; flex-wrap: wrap; gap: 0.2em 1.2em; }
 .legend i { display: inline-block; width: 0.9em; height: 0.9em; margin-right: 0.4em; }
-.plot { display: grid; grid-template-columns: minmax(6em, 16em) 1fr; gap: 0.2em 0.8em; }
-.plot dt { text-align: right; }
+.plot { display: grid; grid-template-columns: fit-content(min(16em, 40%)) 1fr; gap: 0.2em 0.8em; }
+.plot dt { text-align: right; align-self: center; }
 .plot dd { margin: 0; display: flex; align-items: center; gap: 0.5em; }
 .plot b { font-weight: normal; }
 .bar { display: flex; flex: 1; height: 1.1em; }

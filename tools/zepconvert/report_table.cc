@@ -92,8 +92,9 @@ std::string Totals(const std::vector<Result>& results) {
   return "<tfoot><tr><th scope=\"row\">" + std::to_string(files) +
          (files == 1 ? " file" : " files") + "</th><td></td><td></td>" +
          Cell(pixels, Number(pixels / 1e6, 1) + " M") + CellsOfSizes(pixels, before, after) +
-         "<td></td>" + Element("td", psnr == kMost ? "" : "lowest " + Decibels(psnr)) +
-         Element("td", ssim == kMost ? "" : "lowest " + SsimText(ssim)) +
+         "<td></td>" +
+         Element("td", psnr == kMost ? "" : "<small>lowest</small>" + Decibels(psnr)) +
+         Element("td", ssim == kMost ? "" : "<small>lowest</small>" + SsimText(ssim)) +
          CellsOfTime(pixels, seconds) + "</tr></tfoot>\n";
 }
 
