@@ -138,6 +138,7 @@ class Examination {
       encoded_ = &conversion_.picture.image;
       DecodeResult();
     }
+    evidence_.is_cut_off = IsLight(encoded_->form().sample);
     evidence_.losses =
         LossesBeforeCoding(conversion_.settings, conversion_.job.format,
                            FactsOf(PlainSettings(conversion_.settings), conversion_.input),

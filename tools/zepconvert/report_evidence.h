@@ -35,6 +35,7 @@ struct Evidence {
   double ssim = std::numeric_limits<double>::quiet_NaN();
   int psnr_bits = 8;
   bool has_inks = false;
+  bool is_cut_off = false;       // light, shown and measured up to white
   std::vector<ModeShare> modes;  // of BC7 blocks
   std::array<Preview, kShownCount> previews;
   zepcRect part = {};  // the place of the parts

@@ -43,13 +43,15 @@ std::string PsnrOfChannels(const Evidence& evidence) {
 }
 
 std::string Measured(const Evidence& evidence) {
-  if (!evidence.not_measured.empty()) return "not compared: " + Escape(evidence.not_measured);
   std::string text = FateOfPixels(evidence);
-  if (evidence.is_lossless) return text;
-  text += "; " + PsnrOfChannels(evidence);
-  if (evidence.psnr_bits != 8) text += ", of " + std::to_string(evidence.psnr_bits) + " bits";
-  if (!std::isnan(evidence.ssim)) text += "; SSIM " + SsimText(evidence.ssim);
-  return text;
+  if (!evidence.not_measured.empty()) {
+    text += ": " + evidence.not_measured;
+  } else if (!evidence.is_lossless) {
+    text += "; " + PsnrOfChannels(evidence);
+    if (evidence.psnr_bits != 8) text += ", of " + std::to_string(evidence.psnr_bits) + " bits";
+    if (!std::isnan(evidence.ssim)) text += "; SSIM " + SsimText(evidence.ssim);
+  }
+  return evidence.is_cut_off ? text + "; light is cut off at white here" : text;
 }
 
 std::string TableOfModes(const std::vector<ModeShare>& modes) {

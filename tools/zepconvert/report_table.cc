@@ -103,8 +103,9 @@ std::string Totals(const std::vector<Result>& results) {
 bool IsConverted(const Result& result) { return ReasonForNone(result).empty(); }
 
 std::string FateOfPixels(const Evidence& evidence) {
-  if (evidence.is_lossless) return "lossless";
-  return evidence.losses.empty() ? "not measured" : Joined(evidence.losses);
+  std::vector<std::string> words = evidence.losses;
+  if (!evidence.not_measured.empty()) words.emplace_back("not compared");
+  return evidence.is_lossless ? "lossless" : Joined(words);
 }
 
 std::string SsimText(double ssim) { return Number(std::floor(ssim * 1e4) / 1e4, 4); }

@@ -228,7 +228,7 @@ class LossesTest(ReportCase):
         struct.pack_into("<IIIII", head, 128, 95, 3, 0, 1, 0)
         self.write("h.dds", bytes(head) + bytes(16))
         row = self.report("h.dds", "h.hdr")
-        self.assertEqual((row["loss"], row["PSNR"]), ("not measured", "\u2013"))
+        self.assertEqual((row["loss"], row["PSNR"]), ("not compared", "\u2013"))
         self.assertIn("does not read files of this kind", self.page())
         self.assertEqual(self.pictures(), ["1-original.png"])
 
