@@ -14,7 +14,7 @@ checks=0
 failures=0
 # A program with sanitizers takes much longer.
 is_sanitized=0
-if grep -q __asan_init "$tool"; then is_sanitized=1; fi
+if grep -q __asan_init "$program"; then is_sanitized=1; fi
 
 fail() {
   echo "FAILED: $*"
