@@ -82,13 +82,6 @@ Picture LoadOwn(const Settings& settings, Format format, ByteView input) {
   return picture;
 }
 
-// The first picture of such a file is a preview.
-void RefuseRawPhotograph(Format format, ByteView input) {
-  if (!IsSameKind(format, Format::kTiff)) return;
-  const std::string name = RawPhotographName(input);
-  if (!name.empty()) throw Failure("a raw photograph (" + name + "), which needs a raw developer");
-}
-
 Output Save(const Settings& settings, Format format, Picture* picture,
             const OnProgress& on_progress) {
   Output output;
@@ -168,8 +161,7 @@ Timer::~Timer() { *seconds_ += Now() - start_; }
 
 Picture Load(const Settings& settings, ByteView input, const OnProgress& on_progress) {
   const Format format = ReadingFormat(input.data, input.size);
-  if (format == Format::kUnknown) throw Failure(WhyNotRead(input));
-  RefuseRawPhotograph(format, input);
+  RefuseForeignFile(format, input);
   if (settings.from != Format::kUnknown && !IsSameKind(format, settings.from)) {
     throw Failure("is not of the format that --from names");
   }

@@ -5,12 +5,15 @@
 
 #include <nlohmann/json.hpp>
 
-#include "tools/zepconvert/failure.h"
+#include "tools/zepconvert/foreign_formats.h"
 #include "tools/zepconvert/library_file.h"
 #include "tools/zepconvert/png_file.h"
 #include "tools/zepconvert/pnm_file.h"
 #include "tools/zepconvert/summary.h"
 #include "tools/zepconvert/text.h"
+#ifdef ZEPCONVERT_HAS_TIFF
+#  include "tools/zepconvert/tiff_file.h"
+#endif
 
 namespace zepconvert {
 namespace {
@@ -53,6 +56,30 @@ Facts FactsOfPnm(const Settings& settings, ByteView input) {
   facts.height = reader.height();
   facts.form = reader.form();
   return facts;
+}
+
+#ifdef ZEPCONVERT_HAS_TIFF
+Facts FactsOfTiff(const Settings& settings, ByteView input) {
+  TiffReader reader(input, settings.max_pixels);
+  Picture head;
+  reader.TakeHead(&head);
+  Facts facts;
+  facts.width = reader.width();
+  facts.height = reader.height();
+  facts.form = reader.form();
+  facts.is_lossless = reader.is_lossless();
+  facts.pictures = reader.has_more_pictures() ? 2 : 1;
+  facts.metadata = std::move(head.metadata);
+  return facts;
+}
+#endif
+
+Facts FactsOfKind(const Settings& settings, Format format, ByteView input) {
+  if (IsOfLibrary(format)) return FactsOfLibraryFile(settings, input);
+#ifdef ZEPCONVERT_HAS_TIFF
+  if (format == Format::kOtherTiff) return FactsOfTiff(settings, input);
+#endif
+  return format == Format::kPng ? FactsOfPng(settings, input) : FactsOfPnm(settings, input);
 }
 
 const char* ColorsOf(zepcLayout layout) {
@@ -119,10 +146,8 @@ std::string DamageAtEnd(Format format, ByteView input) {
 
 Facts FactsOf(const Settings& settings, ByteView input) {
   const Format format = FormatOfBytes(input.data, input.size);
-  if (format == Format::kUnknown) throw Failure("is of no known format");
-  Facts facts = IsOfLibrary(format)      ? FactsOfLibraryFile(settings, input)
-                : format == Format::kPng ? FactsOfPng(settings, input)
-                                         : FactsOfPnm(settings, input);
+  RefuseForeignFile(format, input);
+  Facts facts = FactsOfKind(settings, ReadingFormat(input.data, input.size), input);
   facts.format = format;
   facts.bytes = input.size;
   facts.damage = DamageAtEnd(format, input);

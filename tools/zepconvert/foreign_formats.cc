@@ -5,7 +5,10 @@
 #include <cctype>
 #include <cstdint>
 #include <cstring>
+#include <string>
 #include <string_view>
+
+#include "tools/zepconvert/failure.h"
 
 namespace zepconvert {
 namespace {
@@ -187,14 +190,13 @@ class Directory {
   size_t count_;
 };
 
-}  // namespace
-
 std::string WhyNotRead(ByteView input) {
   if (input.size == 0) return "the file is empty";
   const char* const name = NameOf(input);
   return std::string(name == nullptr ? "an unknown kind of file" : name) + "; " + kReadable;
 }
 
+// Empty: the TIFF file is no raw photograph.
 std::string RawPhotographName(ByteView tiff) {
   constexpr uint32_t kNewSubfileType = 254, kMake = 271, kSubDirectories = 330, kDngVersion = 50706;
   if (HasAt(tiff, 8, "CR\2")) return "CR2";
@@ -205,6 +207,15 @@ std::string RawPhotographName(ByteView tiff) {
   if (!is_preview || !directory.Has(kSubDirectories)) return "";
   if (directory.TextBegins(kMake, "NIKON")) return "NEF";
   return directory.TextBegins(kMake, "SONY") ? "ARW" : "";
+}
+
+}  // namespace
+
+void RefuseForeignFile(Format format, ByteView input) {
+  if (format == Format::kUnknown) throw Failure(WhyNotRead(input));
+  if (!IsSameKind(format, Format::kTiff)) return;
+  const std::string name = RawPhotographName(input);
+  if (!name.empty()) throw Failure("a raw photograph (" + name + "), which needs a raw developer");
 }
 
 }  // namespace zepconvert

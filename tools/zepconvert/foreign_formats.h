@@ -3,19 +3,14 @@
 #ifndef ZEPJP_TOOLS_ZEPCONVERT_FOREIGN_FORMATS_H_
 #define ZEPJP_TOOLS_ZEPCONVERT_FOREIGN_FORMATS_H_
 
-#include <string>
-
 #include "tools/zepconvert/bytes.h"
+#include "tools/zepconvert/format.h"
 
 namespace zepconvert {
 
-// Why a file without a known signature cannot be read, with the name of its format where the first
-// bytes tell one.
-std::string WhyNotRead(ByteView input);
-
-// The name of the camera format if a TIFF file is a raw photograph, whose first picture is only a
-// preview; otherwise empty.
-std::string RawPhotographName(ByteView tiff);
+// Fails for a file of an unknown format, with the name of what it is where its first bytes tell.
+// Fails for raw photographs that are TIFF files, because their first picture is only a preview.
+void RefuseForeignFile(Format format, ByteView input);
 
 }  // namespace zepconvert
 

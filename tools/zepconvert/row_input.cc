@@ -98,6 +98,8 @@ class TiffRows : public OwnRows<TiffReader> {
     memory_ += reader_.memory();
   }
 
+  bool is_upright() const { return head_.metadata.orientation < 2; }
+
   void Read(RowPipe* pipe, Picture* picture) override {
     OwnRows::Read(pipe, picture);
     reader_.Finish(picture);
@@ -122,14 +124,18 @@ std::unique_ptr<RowInput> OpenRows(const Settings& settings, ByteView input) {
     return rows;
   }
 #ifdef ZEPCONVERT_HAS_TIFF
-  if (format == Format::kOtherTiff) return std::make_unique<TiffRows>(settings, input);
+  if (format == Format::kOtherTiff) {
+    auto rows = std::make_unique<TiffRows>(settings, input);
+    if (settings.turns_upright && !rows->is_upright()) return nullptr;
+    return rows;
+  }
 #endif
   if (format == Format::kUnknown) return nullptr;
   return std::make_unique<PnmRows>(settings, input);
 }
 
 void ReadAllRows(const Settings& settings, ByteView input, Picture* picture) {
-  const Format format = FormatOfBytes(input.data, input.size);
+  const Format format = ReadingFormat(input.data, input.size);
   if (IsOfLibrary(format)) {
     ReadRows(
         settings, input, [](const zepcPixels&) { return true; }, picture);
@@ -140,8 +146,17 @@ void ReadAllRows(const Settings& settings, ByteView input, Picture* picture) {
       for (int y = 0; y < reader.height(); ++y) reader.ReadRow(row.Row(0));
     }
     reader.Finish();
+#ifdef ZEPCONVERT_HAS_TIFF
+  } else if (format == Format::kOtherTiff) {
+    TiffReader reader(input, settings.max_pixels);
+    Image row(reader.width(), 1, reader.form());
+    for (int y = 0; y < reader.height(); ++y) reader.ReadRow(y, row.Row(0));
+    reader.Finish(picture);
+#endif
   } else {
-    const PnmReader reader(input, settings.max_pixels);  // which finds out whether all is there
+    PnmReader reader(input, settings.max_pixels);
+    Image row(reader.width(), 1, reader.form());
+    for (int y = 0; y < reader.height(); ++y) reader.ReadRow(y, row.Row(0));
   }
 }
 

@@ -23,6 +23,8 @@ class TiffReader {
   int width() const;
   int height() const;
   Form form() const;
+  bool is_lossless() const;
+  bool has_more_pictures() const;
   // That it takes beside a row of the picture, about.
   int64_t memory() const;
   // Metadata, and notes on the form of the samples.
