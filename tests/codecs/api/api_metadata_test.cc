@@ -102,6 +102,27 @@ TEST(ApiMetadata, ComesWithoutThePixels) {
   }
 }
 
+// A TIFF file with a compression that is not decoded.
+TEST(ApiMetadata, ComesWithoutReadablePixels) {
+  Bytes file = EncodeWith(Given(), zepcFormatTiff);
+  const Picture decoded = Decode(file);
+  const Bytes compression = {3, 1, 3, 0, 1, 0, 0, 0};  // the tag, short numbers, one of them
+  const auto place = std::search(file.begin(), file.end(), compression.begin(), compression.end());
+  ASSERT_NE(place, file.end());
+  place[8] = 5;
+  place[9] = 0;
+  auto info = Sized<zepcInfo>();
+  EXPECT_LT(zepcProbe(file.data(), file.size(), nullptr, &info), 0);
+  zepcPicture* made = nullptr;
+  ASSERT_EQ(zepcReadMetadata(file.data(), file.size(), nullptr, &made), zepcStatusOk);
+  const Picture head(made);
+  const zepcMetadata wanted = MetadataOf(decoded);
+  const zepcMetadata found = MetadataOf(head);
+  EXPECT_GT(found.exif_size, 0U);
+  EXPECT_EQ(Copy(found.exif, found.exif_size), Copy(wanted.exif, wanted.exif_size));
+  EXPECT_EQ(Copy(found.icc, found.icc_size), Copy(wanted.icc, wanted.icc_size));
+}
+
 TEST(ApiMetadata, ResolutionIsKeptWhereTheTableSaysSo) {
   for (const zepcFormat format : Formats()) {
     for (const zepcResolutionUnit unit : {zepcResolutionInch, zepcResolutionCm}) {
