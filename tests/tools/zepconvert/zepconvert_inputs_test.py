@@ -133,6 +133,8 @@ class InputsTest(ToolCase):
         half = packed[:len(packed) // 2]
         self.write("cut.tif", tiff(b"", fields, half))
         self.assertIn("damaged: rows from", self.run_tool("cut.tif", "cut.ppm", code=4))
+        self.run_plainly("--verify", "cut.tif", code=4)
+        self.run_plainly("--probe", "cut.tif")
         got = read_pnm(self.path("cut.ppm"))[3]
         self.assertEqual(got[:1500], self.samples[:1500])
         self.assertEqual(set(got[-150:]), {0})
