@@ -48,15 +48,18 @@ double Decibels(uint64_t sum_of_squares, uint64_t count, double peak) {
 void ReadLuma(const Image& image, int y, std::vector<uint8_t>* luma) {
   const uint8_t* const row = image.Row(y);
   const auto channels = static_cast<size_t>(image.channels());
+  const size_t width = luma->size();
   uint8_t* const out = luma->data();
-  if (channels < 3) {
-    for (size_t x = 0; x < luma->size(); ++x) out[x] = row[x * channels];
-    return;
-  }
-  for (size_t x = 0; x < luma->size(); ++x) {
-    const uint8_t* const pixel = row + x * channels;
-    out[x] = static_cast<uint8_t>(
+  const auto luma_of = [](const uint8_t* pixel) {
+    return static_cast<uint8_t>(
         (19595U * pixel[0] + 38470U * pixel[1] + 7471U * pixel[2] + 32768U) >> 16);
+  };
+  if (channels < 3) {
+    for (size_t x = 0; x < width; ++x) out[x] = row[x * channels];
+  } else if (channels == 3) {
+    for (size_t x = 0; x < width; ++x) out[x] = luma_of(row + x * 3);
+  } else {
+    for (size_t x = 0; x < width; ++x) out[x] = luma_of(row + x * 4);
   }
 }
 

@@ -10,8 +10,12 @@
 namespace zepconvert {
 namespace {
 
-// Where the area of the i-th of `count` pixels begins, of `size` in all.
-int Border(int i, int count, int size) { return static_cast<int>(int64_t{i} * size / count); }
+// Where the areas of `count` pixels begin, of `size` in all, and the end of the last one.
+std::vector<int> Borders(int count, int size) {
+  std::vector<int> borders;
+  for (int64_t i = 0; i <= count; ++i) borders.push_back(static_cast<int>(i * size / count));
+  return borders;
+}
 
 // The mean over the area of each pixel of one row of the reduced picture.
 template <class Sum>
@@ -19,7 +23,7 @@ class AreaRow {
  public:
   AreaRow(const Image& image, int width)
       : image_(image),
-        width_(width),
+        borders_(Borders(width, image.width())),
         channels_(static_cast<size_t>(image.channels())),
         has_alpha_(HasAlpha(image.form().layout)),
         sums_(image.SamplesInRow()) {}
@@ -27,12 +31,8 @@ class AreaRow {
   void Read(int top, int bottom, uint8_t* out) {
     std::fill(sums_.begin(), sums_.end(), 0);
     for (int y = top; y < bottom; ++y) Add(image_.Row(y));
-    for (int x = 0; x < width_; ++x) {
-      const int left = Border(x, width_, image_.width());
-      const int right = Border(x + 1, width_, image_.width());
-      const auto pixels = static_cast<uint64_t>(right - left) * static_cast<uint64_t>(bottom - top);
-      Average(static_cast<size_t>(left), static_cast<size_t>(right), pixels,
-              out + static_cast<size_t>(x) * channels_);
+    for (size_t x = 0; x + 1 < borders_.size(); ++x) {
+      Average(borders_[x], borders_[x + 1], bottom - top, out + x * channels_);
     }
   }
 
@@ -48,21 +48,25 @@ class AreaRow {
       sums_[i + channels_ - 1] += alpha;
     }
   }
-  void Average(size_t left, size_t right, uint64_t pixels, uint8_t* out) const {
+  void Average(int left, int right, int rows, uint8_t* out) const {
+    const size_t begin = static_cast<size_t>(left) * channels_;
+    const size_t end = static_cast<size_t>(right) * channels_;
     uint64_t totals[4] = {};
-    for (size_t x = left; x < right; ++x) {
-      for (size_t c = 0; c < channels_; ++c) totals[c] += sums_[x * channels_ + c];
+    for (size_t i = begin; i < end; i += channels_) {
+      for (size_t c = 0; c < channels_; ++c) totals[c] += sums_[i + c];
     }
-    const uint64_t alpha = totals[channels_ - 1];
+    // The weights of colours are their opacities.
+    const double mean = 1 / (static_cast<double>(right - left) * rows);
+    const auto alpha = static_cast<double>(totals[channels_ - 1]);
+    const double color_mean = !has_alpha_ ? mean : alpha == 0 ? 0 : 1 / alpha;
     for (size_t c = 0; c < channels_; ++c) {
-      const bool is_color = has_alpha_ && c + 1 < channels_;
-      const uint64_t weight = is_color ? alpha : pixels;
-      out[c] = weight == 0 ? uint8_t{0} : static_cast<uint8_t>((totals[c] + weight / 2) / weight);
+      const double factor = has_alpha_ && c + 1 == channels_ ? mean : color_mean;
+      out[c] = static_cast<uint8_t>(static_cast<double>(totals[c]) * factor + 0.5);
     }
   }
 
   const Image& image_;
-  const int width_;
+  const std::vector<int> borders_;
   const size_t channels_;
   const bool has_alpha_;
   std::vector<Sum> sums_;  // of columns; colours are multiplied by opacity
@@ -124,9 +128,9 @@ Image ReducedBy(const Image& image, int side) {
   const zepcRect size = ReducedSize(image.width(), image.height(), side);
   Image reduced(size.width, size.height, image.form());
   AreaRow<Sum> row(image, size.width);
-  for (int y = 0; y < size.height; ++y) {
-    row.Read(Border(y, size.height, image.height()), Border(y + 1, size.height, image.height()),
-             reduced.Row(y));
+  const std::vector<int> borders = Borders(size.height, image.height());
+  for (size_t y = 0; y + 1 < borders.size(); ++y) {
+    row.Read(borders[y], borders[y + 1], reduced.Row(static_cast<int>(y)));
   }
   return reduced;
 }
@@ -160,17 +164,17 @@ Image ReducedErrors(const Image& errors, int side) {
   const zepcRect size = ReducedSize(errors.width(), errors.height(), side);
   Image reduced(size.width, size.height, errors.form());
   std::vector<uint8_t> columns(static_cast<size_t>(errors.width()));
-  for (int y = 0; y < size.height; ++y) {
+  const std::vector<int> across = Borders(size.width, errors.width());
+  const std::vector<int> down = Borders(size.height, errors.height());
+  for (size_t y = 0; y + 1 < down.size(); ++y) {
     std::fill(columns.begin(), columns.end(), uint8_t{0});
-    const int bottom = Border(y + 1, size.height, errors.height());
-    for (int from = Border(y, size.height, errors.height()); from < bottom; ++from) {
+    for (int from = down[y]; from < down[y + 1]; ++from) {
       const uint8_t* const row = errors.Row(from);
       for (size_t x = 0; x < columns.size(); ++x) columns[x] = std::max(columns[x], row[x]);
     }
-    uint8_t* const out = reduced.Row(y);
-    for (int x = 0; x < size.width; ++x) {
-      out[x] = *std::max_element(columns.data() + Border(x, size.width, errors.width()),
-                                 columns.data() + Border(x + 1, size.width, errors.width()));
+    uint8_t* const out = reduced.Row(static_cast<int>(y));
+    for (size_t x = 0; x + 1 < across.size(); ++x) {
+      out[x] = *std::max_element(columns.data() + across[x], columns.data() + across[x + 1]);
     }
   }
   return reduced;
