@@ -176,7 +176,7 @@ void Convert(const Settings& settings, ByteView input, const std::string& report
              const OnProgress& on_progress, Result* result) {
   Picture picture;
   bool is_adjusted = true;
-  result->input_format = FormatOfBytes(input.data, input.size);
+  result->input_format = ReadingFormat(input.data, input.size);
   const Output output = settings.transcodes ? Transcode(settings, input, &picture, result)
                                             : ConvertPixels(settings, input, on_progress, &picture,
                                                             &is_adjusted, result);

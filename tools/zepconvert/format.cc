@@ -103,6 +103,7 @@ Format FormatOfName(const std::string& name) {
 }
 
 std::string NameOf(Format format) {
+  if (format == Format::kOtherTiff) return NameOf(Format::kTiff);
   for (const OwnFormat& own : kOwnFormats) {
     if (format == own.format) return own.name;
   }

@@ -139,10 +139,9 @@ class Examination {
       DecodeResult();
     }
     evidence_.is_cut_off = IsLight(encoded_->form().sample);
-    evidence_.losses =
-        LossesBeforeCoding(conversion_.settings, conversion_.job.format,
-                           FactsOf(PlainSettings(conversion_.settings), conversion_.input),
-                           conversion_.is_adjusted ? input_ : conversion_.picture, *encoded_);
+    const Picture& input = conversion_.is_adjusted ? input_ : conversion_.picture;
+    evidence_.losses = LossesBeforeCoding(conversion_.settings, conversion_.job.format,
+                                          FactsOfInput(), input, *encoded_);
     if (evidence_.not_measured.empty()) {
       Compare();
     } else {
@@ -153,6 +152,14 @@ class Examination {
 
  private:
   bool CopiesCoefficients() const { return conversion_.picture.image.pixels().data == nullptr; }
+
+  // Those by which a change of size or orientation is known.
+  Facts FactsOfInput() const {
+    const Settings& settings = conversion_.settings;
+    const bool may_change =
+        settings.fit_width > 0 || settings.fit_height > 0 || settings.turns_upright;
+    return may_change ? FactsOf(PlainSettings(settings), conversion_.input) : Facts();
+  }
 
   void DecodeResult() {
     if (FormatOfBytes(conversion_.output.data, conversion_.output.size) == Format::kUnknown) {

@@ -11,18 +11,23 @@
 namespace zepconvert {
 namespace {
 
-// The stages, and the work of libpng, which is not the library's.
-constexpr int kPngWork = kStageCount;
-constexpr int kKinds = kStageCount + 1;
+// The stages, and the work of other libraries.
+constexpr int kPngWork = kStageCount, kTiffWork = kPngWork + 1, kKindCount = kTiffWork + 1;
 
 std::string KindName(int kind) {
-  return kind == kPngWork ? "PNG (libpng)" : StageName(static_cast<Stage>(kind));
+  switch (kind) {
+    case kPngWork: return "PNG (libpng)";
+    case kTiffWork: return "TIFF (libtiff)";
+    default: return StageName(static_cast<Stage>(kind));
+  }
 }
 
 int KindOf(const Result& result, Stage stage) {
-  const bool is_png = (stage == kDecode && result.input_format == Format::kPng) ||
-                      (stage == kEncode && result.job.format == Format::kPng);
-  return is_png ? kPngWork : stage;
+  const Format format = stage == kDecode   ? result.input_format
+                        : stage == kEncode ? result.job.format
+                                           : Format::kUnknown;
+  if (format == Format::kPng) return kPngWork;
+  return format == Format::kOtherTiff ? kTiffWork : stage;
 }
 
 double PerMegapixel(const Result& result, double seconds) {
@@ -34,7 +39,7 @@ std::string Swatch(int kind) { return "<i class=\"kind-" + std::to_string(kind) 
 // A part of a bar.
 std::string Part(int kind, Stage stage, double ms, double percent) {
   const std::string name =
-      kind == kPngWork ? std::string(StageName(stage)) + " " + KindName(kind) : KindName(kind);
+      kind >= kStageCount ? std::string(StageName(stage)) + " " + KindName(kind) : KindName(kind);
   return "<i class=\"kind-" + std::to_string(kind) + "\" style=\"width:" + Number(percent, 3) +
          "%\" title=\"" + name + ": " + Number(ms, 2) + " ms\"></i>";
 }
@@ -54,10 +59,14 @@ std::string Bar(const Result& result, double most) {
          Number(PerMegapixel(result, result.TotalSeconds()), 1) + "</b></dd>\n";
 }
 
-std::string Legend() {
-  // The kinds are in the order of the work, that of libpng at the end.
+// The stages in the order of the work, then other libraries that took part.
+std::string Legend(const std::vector<Result>& results) {
   std::string html = "<ul class=\"legend\">";
-  for (int kind = 0; kind < kKinds; ++kind) {
+  for (int kind = 0; kind < kKindCount; ++kind) {
+    const bool is_used = std::any_of(results.begin(), results.end(), [&](const Result& result) {
+      return KindOf(result, kDecode) == kind || KindOf(result, kEncode) == kind;
+    });
+    if (kind >= kStageCount && !is_used) continue;
     html += "<li>" + Swatch(kind) + Element("span", KindName(kind)) + "</li>";
   }
   return html + "</ul>\n";
@@ -74,8 +83,8 @@ std::string PlotOfTimes(const std::vector<Result>& results) {
   for (const Result& result : results) {
     if (IsConverted(result)) bars += Bar(result, most);
   }
-  return "<h2>Time of each stage, in ms per megapixel</h2>\n" + Legend() + "<dl class=\"plot\">\n" +
-         bars + "</dl>\n";
+  return "<h2>Time of each stage, in ms per megapixel</h2>\n" + Legend(results) +
+         "<dl class=\"plot\">\n" + bars + "</dl>\n";
 }
 
 }  // namespace zepconvert

@@ -10,7 +10,7 @@ const char kReportStyle[] = R"(
   --text: #1a1a1a; --page: #fff; --line: #c8c8c8; --quiet: #555; --bad: #a00000; --link: #0550a0;
   --even: #f4f4f4; --check: #ddd;
   --kind-0: #4d4d4d; --kind-1: #0072b2; --kind-2: #cc79a7; --kind-3: #e69f00; --kind-4: #a6a6a6;
-  --kind-5: #009e73;
+  --kind-5: #009e73; --kind-6: #d55e00;
 }
 @media (prefers-color-scheme: dark) {
   :root {
@@ -62,6 +62,7 @@ th[aria-sort=descending] button::after { content: " \2193"; opacity: 1; }
 .kind-3 { background: var(--kind-3); }
 .kind-4 { background: var(--kind-4); }
 .kind-5 { background: var(--kind-5); }
+.kind-6 { background: var(--kind-6); }
 section { border-top: 1px solid var(--line); margin-top: 2em; }
 h4 { margin: 1em 0 0.4em; font-weight: normal; }
 .view {

@@ -14,9 +14,10 @@ import subprocess
 import unittest
 import urllib.parse
 
-from tool_case import ToolCase, picture, png, pnm, read_pnm
+from tool_case import TOOL, ToolCase, picture, png, pnm, read_pnm
 
 COMPARE = shutil.which("compare")
+CONVERT = shutil.which("convert")
 CHROMIUM = shutil.which("chromium")
 COLUMNS = ("file", "from", "to", "pixels", "original", "result", "ratio", "bits per pixel", "loss",
            "PSNR", "SSIM", "time, ms", "Mpixel/s")
@@ -120,6 +121,28 @@ class NumbersTest(ReportCase):
         self.assertEqual(rows[4][0], "2 files")
         self.assertEqual(float(totals["original"]), sizes[0] + sizes[1])
         self.assertEqual(float(totals["pixels"]), 2 * 50 * 33)
+
+    def test_other_libraries_have_their_colours(self):
+        self.report("in.ppm", "a.png")
+        self.assertIn('title="encode PNG (libpng): ', self.page())
+        self.report("a.png", "a.jpg")
+        self.assertIn('title="decode PNG (libpng): ', self.page())
+        self.assertIn('title="encode: ', self.page())
+        self.report("a.jpg", "b.ppm")
+        self.assertNotIn("libpng", self.page())
+
+    @unittest.skipUnless(CONVERT, "ImageMagick is not there")
+    def test_files_that_libtiff_reads(self):
+        subprocess.run([CONVERT, self.path("in.ppm"), "-compress", "lzw", self.path("in.tif")], check=True)
+        if not self.reads("in.tif"):
+            self.skipTest("zepconvert was built without libtiff")
+        row = self.report("in.tif", "a.png")
+        self.assertEqual((row["from"], row["to"], row["loss"]), ("TIFF", "PNG", "lossless"))
+        self.assertIn('title="decode TIFF (libtiff): ', self.page())
+
+    def reads(self, name):
+        return subprocess.run([TOOL, name, "read.ppm"], cwd=self.directory, capture_output=True,
+                              check=False).returncode == 0
 
     def test_facts_of_the_run(self):
         self.report("in.ppm", "it's.png", "--jobs", "1", "--threads", "3")
