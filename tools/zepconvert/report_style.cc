@@ -87,6 +87,7 @@ figure { margin: 0; min-width: 0; max-width: 60em; }
   background: #fff; outline: 1px solid #000; pointer-events: none;
 }
 .stage { cursor: grab; touch-action: pan-y; }
+.zoomed .stage { touch-action: none; }
 .stage.near { cursor: ew-resize; }
 .stage:focus-visible { outline: 3px solid var(--link); }
 .tools { display: flex; flex-wrap: wrap; align-items: center; gap: 0.4em 0.8em; padding: 0.3em 0; }
@@ -152,6 +153,7 @@ class Lens {
     const limit = (place, length) => Math.max(Math.min(place, 0), length * (1 - this.zoom));
     this.x = limit(x, this.frame.clientWidth);
     this.y = limit(y, this.frame.clientHeight);
+    this.view.classList.toggle('zoomed', this.zoom > 1);
     this.view.style.setProperty('--zoom', this.zoom);
     this.view.style.setProperty('--x', this.x + 'px');
     this.view.style.setProperty('--y', this.y + 'px');
