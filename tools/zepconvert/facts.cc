@@ -36,25 +36,23 @@ Facts FactsOfLibraryFile(const Settings& settings, ByteView input) {
   return facts;
 }
 
+// Of a file that the tool reads itself.
+template <class Reader>
+Facts FactsOfReader(const Reader& reader) {
+  Facts facts;
+  facts.width = reader.width();
+  facts.height = reader.height();
+  facts.form = reader.form();
+  return facts;
+}
+
 Facts FactsOfPng(const Settings& settings, ByteView input) {
   PngReader reader(input, settings.max_pixels);
   Picture head;
   reader.TakeMetadata(&head);
-  Facts facts;
-  facts.width = reader.width();
-  facts.height = reader.height();
-  facts.form = reader.form();
+  Facts facts = FactsOfReader(reader);
   facts.is_progressive = reader.passes() > 1;
   facts.metadata = std::move(head.metadata);
-  return facts;
-}
-
-Facts FactsOfPnm(const Settings& settings, ByteView input) {
-  const PnmReader reader(input, settings.max_pixels);
-  Facts facts;
-  facts.width = reader.width();
-  facts.height = reader.height();
-  facts.form = reader.form();
   return facts;
 }
 
@@ -63,12 +61,9 @@ Facts FactsOfTiff(const Settings& settings, ByteView input) {
   TiffReader reader(input, settings.max_pixels);
   Picture head;
   reader.TakeHead(&head);
-  Facts facts;
-  facts.width = reader.width();
-  facts.height = reader.height();
-  facts.form = reader.form();
+  Facts facts = FactsOfReader(reader);
   facts.is_lossless = reader.is_lossless();
-  facts.pictures = reader.has_more_pictures() ? 2 : 1;
+  facts.pictures = reader.pictures();
   facts.metadata = std::move(head.metadata);
   return facts;
 }
@@ -79,7 +74,8 @@ Facts FactsOfKind(const Settings& settings, Format format, ByteView input) {
 #ifdef ZEPCONVERT_HAS_TIFF
   if (format == Format::kOtherTiff) return FactsOfTiff(settings, input);
 #endif
-  return format == Format::kPng ? FactsOfPng(settings, input) : FactsOfPnm(settings, input);
+  return format == Format::kPng ? FactsOfPng(settings, input)
+                                : FactsOfReader(PnmReader(input, settings.max_pixels));
 }
 
 const char* ColorsOf(zepcLayout layout) {

@@ -103,7 +103,7 @@ class TiffReader::Parts {
     return compression != COMPRESSION_JPEG && compression != COMPRESSION_OJPEG &&
            compression != COMPRESSION_WEBP;
   }
-  bool has_more_pictures() const { return TIFFLastDirectory(tiff_.get()) == 0; }
+  int pictures() const { return static_cast<int>(TIFFNumberOfDirectories(tiff_.get())); }
 
   void TakeHead(Picture* picture) {
     Metadata& metadata = picture->metadata;
@@ -114,7 +114,7 @@ class TiffReader::Parts {
     metadata.orientation = orientation <= 8 ? orientation : 0;
     ReadResolution(tiff_, &metadata);
     picture->notes.insert(picture->notes.end(), shape_.notes.begin(), shape_.notes.end());
-    if (has_more_pictures()) {
+    if (pictures() > 1) {
       picture->notes.emplace_back("the first of several pictures was taken");
     }
   }
@@ -148,7 +148,7 @@ int TiffReader::width() const { return static_cast<int>(parts_->shape().width); 
 int TiffReader::height() const { return static_cast<int>(parts_->shape().height); }
 Form TiffReader::form() const { return parts_->shape().form; }
 bool TiffReader::is_lossless() const { return parts_->is_lossless(); }
-bool TiffReader::has_more_pictures() const { return parts_->has_more_pictures(); }
+int TiffReader::pictures() const { return parts_->pictures(); }
 int64_t TiffReader::memory() const { return parts_->bands().memory(); }
 void TiffReader::TakeHead(Picture* picture) { parts_->TakeHead(picture); }
 void TiffReader::ReadRow(int y, uint8_t* row) { parts_->bands().ReadRow(y, row); }

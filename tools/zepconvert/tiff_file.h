@@ -24,7 +24,7 @@ class TiffReader {
   int height() const;
   Form form() const;
   bool is_lossless() const;
-  bool has_more_pictures() const;
+  int pictures() const;
   // That it takes beside a row of the picture, about.
   int64_t memory() const;
   // Metadata, and notes on the form of the samples.

@@ -72,6 +72,18 @@ def mean_difference(a, b):
     return sum(abs(x - y) for x, y in zip(a, b)) / len(a)
 
 
+def read_terminal(outer):
+    """All that a program wrote to a terminal, until it has ended."""
+    text = b""
+    try:
+        while piece := os.read(outer, 4096):
+            text += piece
+    except OSError:  # nobody has the other side any more
+        pass
+    os.close(outer)
+    return text
+
+
 class ToolCase(unittest.TestCase):
     def setUp(self):
         directory = tempfile.TemporaryDirectory()

@@ -9,7 +9,7 @@ import pty
 import subprocess
 import unittest
 
-from tool_case import TOOL, ToolCase, pnm, read_pnm
+from tool_case import TOOL, ToolCase, pnm, read_pnm, read_terminal
 
 
 class FilesTest(ToolCase):
@@ -20,13 +20,7 @@ class FilesTest(ToolCase):
                                    stdout=inner, stderr=inner)
         os.close(inner)
         os.write(outer, answers)
-        text = b""
-        try:
-            while piece := os.read(outer, 4096):
-                text += piece
-        except OSError:
-            pass
-        os.close(outer)
+        text = read_terminal(outer)
         self.assertEqual(process.wait(timeout=60), code, text)
         return text.decode()
 

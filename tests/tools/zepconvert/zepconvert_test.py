@@ -17,7 +17,8 @@ import unittest
 import urllib.parse
 import zlib
 
-from tool_case import (TOOL, ToolCase, mean_difference, picture, png, pnm, read_pnm, segments)
+from tool_case import (TOOL, ToolCase, mean_difference, picture, png, pnm, read_pnm,
+                       read_terminal, segments)
 
 
 class ZepconvertTest(ToolCase):
@@ -812,13 +813,7 @@ class ZepconvertTest(ToolCase):
             subprocess.run([TOOL, "-f", *names, "--to", "jpg", *options], cwd=self.directory,
                            stderr=inner, check=True, timeout=60)
             os.close(inner)
-            text = b""
-            try:
-                while piece := os.read(outer, 4096):
-                    text += piece
-            except OSError:
-                pass
-            os.close(outer)
+            text = read_terminal(outer)
             self.assertEqual(b"3 of 3" in text, expected, text)
 
     def test_interrupt_leaves_whole_files(self):
