@@ -6,6 +6,7 @@ limits, names that are no text.
     zepconvert_system_test.py PATH_OF_ZEPCONVERT PATH_OF_LIBRARY_WITH_FAULTS
 """
 import os
+import pty
 import resource
 import signal
 import stat
@@ -15,7 +16,7 @@ import threading
 import time
 import unittest
 
-from tool_case import IS_SANITIZED, TOOL, ToolCase, png, pnm
+from tool_case import IS_SANITIZED, TOOL, ToolCase, png, pnm, read_terminal
 
 FAULTS = os.path.abspath(sys.argv.pop(1))
 
@@ -100,6 +101,20 @@ class SystemTest(ToolCase):
         self.assertIn("late.ppm exists (--force replaces it)", text)
         self.assertEqual(self.read("late.ppm"), b"mine")
         self.assertEqual(self.temporaries(), [])
+
+    def test_the_bar_tells_the_rate_and_the_time_left(self):
+        names = ["p%d.ppm" % i for i in range(14)]
+        for name in names:
+            self.write(name, self.read("in.ppm"))
+        outer, inner = pty.openpty()
+        process = subprocess.Popen([TOOL, "-j", "1", *names, "--to", "tif"], cwd=self.directory,
+                                   stderr=inner, env=with_faults("SLOW_WRITES"))
+        os.close(inner)
+        text = read_terminal(outer).decode()
+        self.assertEqual(process.wait(timeout=60), 0)
+        self.assertRegex(text, r"\r\[#+\.+\] \d+ of 14, \d+\.\d a second, \d+ s left")
+        self.assertRegex(text, r"\r\[#{32}\] 14 of 14, \d+\.\d a second\x1b\[K")
+        self.assertRegex(text, r"\r\x1b\[Kzepconvert: 14 files converted in ")
 
     def test_private_files_stay_private(self):
         os.umask(0o022)
