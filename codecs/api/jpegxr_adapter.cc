@@ -29,7 +29,7 @@ Status Probe(const File& file, const DecodeRequest& request, Findings* info) {
   info->height = static_cast<int32_t>(frame.height);
   info->layout = LayoutOf(found.layout);
   info->sample = SampleOf(frame.type);
-  info->bits = 8 * BytesOf(frame.type);
+  info->bits = frame.Bits();
   info->components = static_cast<int32_t>(frame.plane.Components());
   info->tiles_across = static_cast<int32_t>(frame.columns.size()) - 1;
   info->tiles_down = static_cast<int32_t>(frame.rows.size()) - 1;
@@ -89,7 +89,7 @@ Status Encode(RowSource* rows, const EncodeRequest& request, ByteBuffer* bytes) 
 const Codec kJpegXrCodec = {
     {zepcFormatJpegXr, "JPEG XR", "jxr wdp hdp", "image/jxr",
      "grey and RGB with and without opacity: 8, 16 and 32 bits, fixed point, half and single "
-     "floats",
+     "floats; RGBE, 555, 565 and 101010",
      "grey and RGB of the same kinds of samples, without loss or quantized", 1, 1, 1, 1,
      DepthsOf({8, 16}), 0, 0},
     IsJpegXr,

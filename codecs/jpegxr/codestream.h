@@ -62,6 +62,15 @@ constexpr bool HasShift(SampleType type) {
   return type != SampleType::kU8 && type != SampleType::kF16;
 }
 
+// RGB pixels whose samples are not the picture's: parts of a word, with numbers of bits, or
+// mantissas with an exponent in common. The picture has 8 bits, 10 bits or floats.
+enum class Packing { kNone, k555, k565, k101010, kRgbe };
+
+constexpr SampleType TypeOf(Packing packing) {
+  if (packing == Packing::kRgbe) return SampleType::kF32;
+  return packing == Packing::k101010 ? SampleType::kU16 : SampleType::kU8;
+}
+
 struct FrameHeader {
   bool has_hard_tiles = false;   // overlap filters stop at tiles
   bool has_old_filters = false;  // overlap as in sub-version 0
@@ -73,7 +82,8 @@ struct FrameHeader {
   bool is_bgr = false;
   bool has_alpha = false;
   bool is_rgb = false;  // the output format; otherwise grey
-  SampleType type = SampleType::kU8;
+  Packing packing = Packing::kNone;
+  SampleType type = SampleType::kU8;  // of the picture
   uint32_t width = 0;
   uint32_t height = 0;
   // Columns and rows of the coded picture that are not shown.
@@ -87,6 +97,7 @@ struct FrameHeader {
   PlaneHeader plane;
   PlaneHeader alpha;
 
+  int Bits() const { return packing == Packing::k101010 ? 10 : 8 * BytesOf(type); }
   uint32_t MbWidth() const { return (extra_left + width + extra_right) / 16; }
   uint32_t MbHeight() const { return (extra_top + height + extra_bottom) / 16; }
   size_t TileCount() const { return (columns.size() - 1) * (rows.size() - 1); }

@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "codecs/jpegxr/float_code.h"
+#include "codecs/jpegxr/packed_pixels.h"
 #include "codecs/jpegxr/rgb_rows.h"
 #include "codecs/jpegxr/wrapping.h"
 
@@ -31,16 +32,26 @@ constexpr int kScaledShift = 3;
 int ShiftOf(const PlaneHeader& header) { return header.is_scaled ? kScaledShift : 0; }
 
 // The middle of the range of samples, after scaling: it is coded as 0.
-int32_t Offset(SampleType type, const PlaneHeader& header) {
-  if (type == SampleType::kU8) return 128 << ShiftOf(header);
-  if (type == SampleType::kU16) return (32768 >> header.shift) << ShiftOf(header);
-  return 0;
+int32_t Middle(const FrameHeader& frame, const PlaneHeader& header) {
+  switch (frame.packing) {
+    case Packing::k555: return 16;
+    case Packing::k565: return 32;
+    case Packing::k101010: return 512;
+    default: break;
+  }
+  if (frame.type == SampleType::kU8) return 128;
+  return frame.type == SampleType::kU16 ? 32768 >> header.shift : 0;
+}
+
+int32_t Offset(const FrameHeader& frame, const PlaneHeader& header) {
+  return Middle(frame, header) << ShiftOf(header);
 }
 
 // The rounding term of the final shift. Opacity inside a picture's codestream rounds halves up.
-int32_t Rounding(SampleType type, const PlaneHeader& header, bool is_opacity) {
+int32_t Rounding(const FrameHeader& frame, const PlaneHeader& header, bool is_opacity) {
   if (!header.is_scaled) return 0;
-  return type == SampleType::kU16 || is_opacity ? 4 : 3;
+  const bool is_wide = frame.type == SampleType::kU16 && frame.packing == Packing::kNone;
+  return is_wide || is_opacity ? 4 : 3;
 }
 
 // Reads and writes samples of each type, at any alignment.
@@ -107,10 +118,9 @@ struct Rows {
 
 // A row of pixels that lie `stride` bytes apart.
 template <class T>
-void SplitRow(const uint8_t* from, size_t stride, size_t width, SampleType type,
-              const PlaneHeader& header, const Rows<int32_t>& rows) {
+void SplitRow(const uint8_t* from, size_t stride, size_t width, const PlaneHeader& header,
+              int32_t offset, const Rows<int32_t>& rows) {
   const int shift = ShiftOf(header);
-  const int32_t offset = Offset(type, header);
   for (size_t x = 0; x < width; ++x, from += stride) {
     const W r = W(Samples<T>::Decode(from, header)) << shift;
     if (header.color == ColorFormat::kGrey) {
@@ -127,30 +137,47 @@ void SplitRow(const uint8_t* from, size_t stride, size_t width, SampleType type,
   }
 }
 
+struct Rgb {
+  int32_t r, g, b;
+};
+
+Rgb JoinPixel(const Rows<const int32_t>& rows, size_t x, int32_t offset, int shift) {
+  const W t = -W(rows.u[x]);
+  const W v = rows.v[x];
+  const W g = W(rows.y[x]) + offset - (t >> 1);
+  const W r = t + g - ((v + 1) >> 1);
+  const W b = v + r;
+  return {(r >> shift).value, (g >> shift).value, (b >> shift).value};
+}
+
 template <class T>
-void JoinRow(const Rows<const int32_t>& rows, size_t width, SampleType type,
-             const PlaneHeader& header, int32_t rounding, size_t stride, uint8_t* to) {
+void JoinRow(const Rows<const int32_t>& rows, size_t width, const PlaneHeader& header,
+             int32_t offset, size_t stride, uint8_t* to) {
   const int shift = ShiftOf(header);
-  const W offset = W(Offset(type, header)) + rounding;
   for (size_t x = 0; x < width; ++x, to += stride) {
-    const W y = W(rows.y[x]) + offset;
     if (header.color == ColorFormat::kGrey) {
-      Samples<T>::Encode((y >> shift).value, header, to);
+      Samples<T>::Encode(((W(rows.y[x]) + offset) >> shift).value, header, to);
       continue;
     }
-    const W t = -W(rows.u[x]);
-    const W v = rows.v[x];
-    const W g = y - (t >> 1);
-    const W r = t + g - ((v + 1) >> 1);
-    const W b = v + r;
-    Samples<T>::Encode((r >> shift).value, header, to);
-    Samples<T>::Encode((g >> shift).value, header, to + sizeof(T));
-    Samples<T>::Encode((b >> shift).value, header, to + 2 * sizeof(T));
+    const Rgb pixel = JoinPixel(rows, x, offset, shift);
+    Samples<T>::Encode(pixel.r, header, to);
+    Samples<T>::Encode(pixel.g, header, to + sizeof(T));
+    Samples<T>::Encode(pixel.b, header, to + 2 * sizeof(T));
   }
 }
 
-bool IsRgb8(SampleType type, const PlaneHeader& header, size_t stride) {
-  return type == SampleType::kU8 && header.color != ColorFormat::kGrey && stride == 3;
+template <class T>
+void JoinPackedRow(const Rows<const int32_t>& rows, size_t width, const PlaneHeader& header,
+                   int32_t offset, size_t stride, uint8_t* to) {
+  for (size_t x = 0; x < width; ++x, to += stride) {
+    const Rgb pixel = JoinPixel(rows, x, offset, ShiftOf(header));
+    T::Store({pixel.r, pixel.g, pixel.b}, to);
+  }
+}
+
+bool IsRgb8(const FrameHeader& frame, const PlaneHeader& header, size_t stride) {
+  return frame.type == SampleType::kU8 && frame.packing == Packing::kNone &&
+         header.color != ColorFormat::kGrey && stride == 3;
 }
 
 using SplitFunction = decltype(&SplitRow<uint8_t>);
@@ -159,6 +186,21 @@ constexpr SplitFunction kSplit[] = {SplitRow<uint8_t>, SplitRow<uint16_t>, Split
                                     SplitRow<int32_t>, SplitRow<Half>,     SplitRow<float>};
 constexpr JoinFunction kJoin[] = {JoinRow<uint8_t>, JoinRow<uint16_t>, JoinRow<int16_t>,
                                   JoinRow<int32_t>, JoinRow<Half>,     JoinRow<float>};
+
+template <class T>
+JoinFunction JoinWords(const FrameHeader& frame) {
+  return frame.is_bgr ? JoinPackedRow<T> : JoinPackedRow<Reversed<T>>;
+}
+
+JoinFunction JoinOf(const FrameHeader& frame) {
+  switch (frame.packing) {
+    case Packing::k555: return JoinWords<Rgb555>(frame);
+    case Packing::k565: return JoinWords<Rgb565>(frame);
+    case Packing::k101010: return JoinWords<Rgb101010>(frame);
+    case Packing::kRgbe: return JoinPackedRow<Rgbe>;
+    default: return kJoin[static_cast<int>(frame.type)];
+  }
+}
 
 void RepeatLast(int32_t* row, size_t width, size_t whole) {
   std::fill(row + width, row + whole, row[width - 1]);
@@ -231,11 +273,11 @@ void PixelReader::ReadRow(size_t y, const uint8_t* pixels, const Picture& form) 
     rows.v = is_small ? chroma_[1].data() : plane_->components[2].values.All().Row(y);
   }
   const auto stride = static_cast<size_t>(form.channels() * BytesOf(form.type()));
-  if (IsRgb8(frame_.type, header, stride)) {
-    SplitRgbRow(pixels, width, ShiftOf(header), Offset(frame_.type, header),
-                {rows.y, rows.u, rows.v});
+  const int32_t offset = Offset(frame_, header);
+  if (IsRgb8(frame_, header, stride)) {
+    SplitRgbRow(pixels, width, ShiftOf(header), offset, {rows.y, rows.u, rows.v});
   } else {
-    kSplit[static_cast<int>(frame_.type)](pixels, stride, width, frame_.type, header, rows);
+    kSplit[static_cast<int>(frame_.type)](pixels, stride, width, header, offset, rows);
   }
   RepeatLast(rows.y, width, luma.width);
   if (header.Components() == 1) return;
@@ -303,7 +345,8 @@ const int32_t* PixelWriter::ChromaRow(size_t component, size_t y) {
 void PixelWriter::WriteRow(int y, uint8_t* pixels, const Picture& form) {
   const PlaneHeader& header = plane_->header;
   const auto stride = static_cast<size_t>(form.channels() * BytesOf(form.type()));
-  const int32_t rounding = Rounding(frame_.type, header, frame_.has_alpha && channel_ > 0);
+  const bool is_opacity = frame_.has_alpha && channel_ > 0;
+  const int32_t offset = Offset(frame_, header) + Rounding(frame_, header, is_opacity);
   const size_t row = top_ + static_cast<size_t>(y);
   Rows<const int32_t> rows = {plane_->components[0].values.All().Row(row) + left_, nullptr,
                               nullptr};
@@ -313,12 +356,10 @@ void PixelWriter::WriteRow(int y, uint8_t* pixels, const Picture& form) {
   }
   const auto width = static_cast<size_t>(form.width());
   pixels += channel_ * BytesOf(form.type());
-  if (IsRgb8(frame_.type, header, stride)) {
-    JoinRgbRow({rows.y, rows.u, rows.v}, width, ShiftOf(header),
-               Offset(frame_.type, header) + rounding, pixels);
+  if (IsRgb8(frame_, header, stride)) {
+    JoinRgbRow({rows.y, rows.u, rows.v}, width, ShiftOf(header), offset, pixels);
   } else {
-    kJoin[static_cast<int>(frame_.type)](rows, width, frame_.type, header, rounding, stride,
-                                         pixels);
+    JoinOf(frame_)(rows, width, header, offset, stride, pixels);
   }
 }
 

@@ -55,7 +55,8 @@ class FileDecoder {
     Region region;
     if (Status status = FindRegion(&region); !status.ok()) return status;
     Picture form;
-    if (!form.Resize(region.width, GivesRows() ? 1 : region.height, Layout(), frame().type)) {
+    if (!form.Resize(region.width, GivesRows() ? 1 : region.height, Layout(), frame().type,
+                     frame().Bits())) {
       return Status::NoMemory();
     }
     ThreadPool pool(options_.threads);
@@ -92,8 +93,9 @@ class FileDecoder {
   Status OpenAlpha(FrameDecoder* decoder) const {
     const Status status = decoder->ReadHeader();
     const FrameHeader& alpha = decoder->frame();
-    if (status.ok() && (alpha.width != frame().width || alpha.height != frame().height ||
-                        alpha.type != frame().type || alpha.is_rgb)) {
+    if (status.ok() &&
+        (alpha.width != frame().width || alpha.height != frame().height ||
+         alpha.type != frame().type || alpha.Bits() != frame().Bits() || alpha.is_rgb)) {
       return Status::Error("it does not fit the picture");
     }
     return status;

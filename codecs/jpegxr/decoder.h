@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 // A decoder for JPEG XR files (ITU-T T.832), put together from the stages in zepjp.h.
 //
-// It reads grey and RGB pictures with 8, 16 and 32-bit samples and floats, with opacity in either
-// form, in both orders of packets, with all kinds of overlap, tiles and quantizers, and with any
-// band left out. In a damaged file an error costs the rest of its tile.
+// It reads grey and RGB pictures with 8, 16 and 32-bit samples, floats and packed RGB, with opacity
+// in either form, in both orders of packets, with all kinds of overlap, tiles and quantizers, and
+// with any band left out. In a damaged file an error costs the rest of its tile.
 #ifndef ZEPJP_CODECS_JPEGXR_DECODER_H_
 #define ZEPJP_CODECS_JPEGXR_DECODER_H_
 

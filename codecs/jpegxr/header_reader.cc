@@ -11,7 +11,7 @@ namespace zepcodec::jpegxr {
 namespace {
 
 constexpr char kSignature[8] = "WMPHOTO";
-constexpr uint32_t kGreyOutput = 0, kRgbOutput = 7;
+constexpr uint32_t kGreyOutput = 0, kRgbOutput = 7, kRgbeOutput = 8;
 
 // By the number in the header.
 bool FindSampleType(uint32_t number, SampleType* type) {
@@ -24,6 +24,31 @@ bool FindSampleType(uint32_t number, SampleType* type) {
     case 7: *type = SampleType::kF32; return true;
     default: return false;
   }
+}
+
+Packing FindPacking(uint32_t color, uint32_t number) {
+  if (color == kRgbeOutput) return number == 1 ? Packing::kRgbe : Packing::kNone;
+  if (color != kRgbOutput) return Packing::kNone;
+  switch (number) {
+    case 8: return Packing::k555;
+    case 9: return Packing::k101010;
+    case 10: return Packing::k565;
+    default: return Packing::kNone;
+  }
+}
+
+// The kind of samples, by its numbers in the header.
+Status FindSamples(uint32_t color, uint32_t number, FrameHeader* frame) {
+  frame->is_rgb = color != kGreyOutput;
+  frame->packing = FindPacking(color, number);
+  if (frame->packing != Packing::kNone) {
+    frame->type = TypeOf(frame->packing);
+    return frame->has_alpha ? Status::Error("opacity beside packed samples") : Status();
+  }
+  if (color != kGreyOutput && color != kRgbOutput) return Status::Error("neither grey nor RGB");
+  return FindSampleType(number, &frame->type)
+             ? Status()
+             : Status::Error("samples of a kind that is not supported");
 }
 
 QuantizerSet ReadSet(size_t components, HeaderReader* reader) {
@@ -116,17 +141,13 @@ Status ReadFlags(HeaderReader* reader, FrameHeader* frame, Flags* flags) {
   reader->Bit();
   frame->has_alpha = reader->Bit();
   const uint32_t color = reader->Bits(4);
-  frame->is_rgb = color == kRgbOutput;
+  const uint32_t samples = reader->Bits(4);
   if (overlap > 2) return Status::Error("an unknown overlap");
   // Hard tiles came after the old filters.
   if (overlap > 0 && (filters > 1 || (frame->has_old_filters && frame->has_hard_tiles))) {
     return Status::Error("overlap filters of an unknown kind");
   }
-  if (color != kGreyOutput && color != kRgbOutput) return Status::Error("neither grey nor RGB");
-  if (!FindSampleType(reader->Bits(4), &frame->type)) {
-    return Status::Error("samples of a kind that is not supported");
-  }
-  return Status();
+  return FindSamples(color, samples, frame);
 }
 
 Status ReadGeometry(const Flags& flags, HeaderReader* reader, FrameHeader* frame) {
@@ -181,9 +202,12 @@ Status ReadFields(HeaderReader* reader, Headers* headers) {
   Flags flags;
   Status status = ReadFlags(reader, &frame, &flags);
   if (status.ok()) status = ReadGeometry(flags, reader, &frame);
-  if (status.ok()) status = ReadPlaneHeader(frame.type, reader, &frame.plane);
+  // Packed samples have the header of 8-bit ones.
+  const bool is_packed = frame.packing != Packing::kNone;
+  const SampleType type = is_packed ? SampleType::kU8 : frame.type;
+  if (status.ok()) status = ReadPlaneHeader(type, reader, &frame.plane);
   if (status.ok() && frame.has_alpha) {
-    status = ReadPlaneHeader(frame.type, reader, &frame.alpha);
+    status = ReadPlaneHeader(type, reader, &frame.alpha);
     if (status.ok() && frame.alpha.color != ColorFormat::kGrey) {
       status = Status::Error("opacity of several components");
     }

@@ -69,6 +69,13 @@ class Picture {
   [[nodiscard]] bool Resize(int width, int height, PixelLayout layout, SampleType type) {
     return Resize(width, height, layout, type, 8 * BytesOf(type));
   }
+  [[nodiscard]] bool Resize(int width, int height, PixelLayout layout, SampleType type, int bits) {
+    if (!Describe(width, height, layout, type, bits) || !samples_.Resize(SizeInBytes())) {
+      return false;
+    }
+    first_ = samples_.data();
+    return true;
+  }
   // Of the other picture's layout and samples.
   [[nodiscard]] bool ResizeLike(const Picture& other, int width, int height) {
     return Resize(width, height, other.layout_, other.type_, other.bits_);
@@ -146,14 +153,6 @@ class Picture {
   const Metadata& metadata() const { return metadata_; }
 
  private:
-  bool Resize(int width, int height, PixelLayout layout, SampleType type, int bits) {
-    if (!Describe(width, height, layout, type, bits) || !samples_.Resize(SizeInBytes())) {
-      return false;
-    }
-    first_ = samples_.data();
-    return true;
-  }
-
   bool Describe(int width, int height, PixelLayout layout, SampleType type, int bits) {
     width_ = width;
     height_ = height;

@@ -76,9 +76,6 @@ void NoteLosses(const Form& before, const Form& after, bool is_opaque,
     notes->emplace_back(IsLight(after.sample) ? "opacity was left out"
                                               : "transparent parts were laid over white");
   }
-  if (after.sample == zepcSampleF32) {
-    notes->emplace_back("of each 32-bit float the first 13 bits of the mantissa are kept");
-  }
   const std::string result = std::to_string(after.bits) + " bits";
   if (IsLight(before.sample) && !IsLight(after.sample)) {
     notes->push_back("linear light became samples of " + result + ", cut off at white");
@@ -174,6 +171,9 @@ Form AdjustHead(const Settings& settings, Format format, const Form& before, boo
   }
   const Form after = FormFor(settings, format, before, is_opaque);
   NoteLosses(before, after, is_opaque, &picture->notes);
+  if (format == Format::kJpegXr && after.sample == zepcSampleF32) {
+    picture->notes.emplace_back("of each 32-bit float the first 13 bits of the mantissa are kept");
+  }
   if (IsBc5(settings, format)) picture->notes.emplace_back("BC5 holds red and green only");
   DropProfileOfOtherColors(before.layout, after.layout, picture);
   if (format == Format::kPng) DropUnfitProfile(after.layout, picture);

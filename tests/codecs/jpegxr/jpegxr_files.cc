@@ -67,6 +67,10 @@ size_t CodestreamOf(const std::vector<uint8_t>& file) {
       file.begin());
 }
 
+void SetSamples(uint8_t kind, std::vector<uint8_t>* file) {
+  (*file)[CodestreamOf(*file) + 11] = kind;
+}
+
 std::vector<std::vector<uint8_t>> AllKinds() {
   std::vector<std::vector<uint8_t>> files;
   const auto add = [&](int channels, SampleType type, const jpegxr::EncodeOptions& options) {
@@ -85,7 +89,12 @@ std::vector<std::vector<uint8_t>> AllKinds() {
   options.tile_width = 32;
   options.tile_height = 32;
   add(3, SampleType::kU8, options);
-  files.push_back(files.back());
+  const std::vector<uint8_t> rgb = files.back();
+  for (const uint8_t kind : {kRgb565, kRgb101010, kRgbe}) {
+    files.push_back(rgb);
+    SetSamples(kind, &files.back());
+  }
+  files.push_back(rgb);
   files.back()[CodestreamOf(files.back()) + 8] &= 0xF0;  // with the old overlap filters
   options.color = jpegxr::ColorFormat::k422;
   options.has_hard_tiles = true;

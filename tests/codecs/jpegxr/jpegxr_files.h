@@ -24,6 +24,10 @@ std::vector<uint8_t> Encode(const zepcodec::Picture& image,
 // the overlap.
 size_t CodestreamOf(const std::vector<uint8_t>& file);
 
+// The number of the samples' kind, with the one of the colours in its upper half.
+void SetSamples(uint8_t kind, std::vector<uint8_t>* file);
+constexpr uint8_t kRgb555 = 0x78, kRgb101010 = 0x79, kRgb565 = 0x7A, kRgbe = 0x81;
+
 // One file of every kind, small ones.
 std::vector<std::vector<uint8_t>> AllKinds();
 

@@ -297,6 +297,57 @@ def check_theirs(bench):
         bench.theirs(picture, "-a", alpha, "-q", quantizer, "-Q", quantizer)
 
 
+def read_words(path, form):
+    """The 2304 pixels of a BMP file of 48 x 48, highest row first."""
+    data = path.read_bytes()
+    (start,) = struct.unpack_from("<I", data, 10)
+    words = struct.unpack_from(f"<2304{form}", data, start)
+    return [word for y in reversed(range(48)) for word in words[48 * y:48 * (y + 1)]]
+
+
+def check_words(bench):
+    """Pixels in words: the kind of samples is changed in files of 8 bits, as JxrEncApp reads no such pixels."""
+    picture = make_picture(48, 48, 3, U8, "soft", 7)
+    file, bmp = bench.path("words.jxr"), bench.path("words.bmp")
+    for (number, guid, form, bits), flag, quantizer, color in itertools.product(
+            ((8, 9, "H", (5, 5, 5)), (10, 10, "H", (5, 6, 5)), (9, 20, "I", (10, 10, 10))), (0, 4), (1, 10, 80),
+            (1, 3)):
+        what = f"words: {bits} flag {flag} quantizer {quantizer} color {color}"
+        bench.their_encode(picture, file, "-q", quantizer, "-d", color)
+        data = bytearray(file.read_bytes())
+        start = data.index(b"WMPHOTO")
+        data[start + 10] |= flag
+        data[start + 11] = 0x70 | number
+        data[data.index(bytes.fromhex("24c3dd6f034efe4bb1853d77768d")) + 15] = guid
+        file.write_bytes(data)
+        run("JxrDecApp", "-i", file, "-o", bmp, "-c", {8: 29, 10: 30, 9: 31}[number])
+        want = []
+        for word in read_words(bmp, form):
+            for place, width in ((bits[1] + bits[2], bits[0]), (bits[2], bits[1]), (0, bits[2])):
+                most = (1 << width) - 1
+                value = word >> place & most
+                want.append(value if width == 10 else (value * 510 + most) // (2 * most))
+        got = bench.our_decode(file)
+        expect(list(struct.unpack(f"<{len(want)}{'H' if number == 9 else 'B'}", got)) == want, what)
+
+
+def check_shared_exponents(bench):
+    rng = random.Random(8)
+    size = "-Y 35 +X 50\n"
+    pixels = bytes(rng.choice((0, 1, 130 + x % 50 + y % 9)) if c < 3 else 120 + (x + y) // 9
+                   for y in range(35) for x in range(50) for c in range(4))
+    source, file, out = bench.path("in.hdr"), bench.path("theirs.jxr"), bench.path("theirs.hdr")
+    source.write_bytes(b"#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n" + size.encode() + pixels)
+    for overlap, quantizer in itertools.product((0, 1, 2), (1, 2, 10, 40, 80)):
+        run("JxrEncApp", "-i", source, "-o", file, "-c", 16, "-l", overlap, "-q", quantizer)
+        run("JxrDecApp", "-i", file, "-o", out, "-c", 16)
+        theirs = out.read_bytes().split(size.encode(), 1)[1]
+        want = [theirs[i + c] * 2.0 ** (theirs[i + 3] - 136) for i in range(0, len(theirs), 4) for c in range(3)]
+        got = bench.our_decode(file)
+        expect(list(struct.unpack(f"<{len(want)}f", got)) == want,
+               f"shared exponents: overlap {overlap} quantizer {quantizer}")
+
+
 def check_ours(bench):
     sizes = [(1, 1), (16, 16), (17, 33), (50, 35), (100, 9), (130, 70)]
     for (w, h), channels, overlap in itertools.product(sizes, (1, 3), (0, 1, 2)):
@@ -434,6 +485,8 @@ def main():
         tool = Tool(sys.argv[1])
         bench = Bench(tool, directory)
         check_theirs(bench)
+        check_words(bench)
+        check_shared_exponents(bench)
         check_ours(bench)
         check_old_filters(bench)
         check_containers(bench)
