@@ -31,8 +31,6 @@ void FillSaved(const jpeg::SavedSegments& saved, Findings* info) {
   FillMetadata(jpeg::ToMetadata(saved, &ignored), info);
 }
 
-zepcLayout LayoutOfCount(size_t components) { return LayoutOf(LayoutOfComponents(components)); }
-
 Status CheckReduce(const DecodeRequest& request) {
   return CheckRange("reduce of a JPEG file", request.options.reduce, 0, 3);
 }
@@ -52,7 +50,7 @@ Status ProbeJpeg(const File& file, const DecodeRequest& request, Findings* info)
   info->width = frame.width;
   info->height = frame.height;
   info->components = static_cast<int32_t>(frame.components.size());
-  info->layout = LayoutOfCount(frame.components.size());
+  info->layout = LayoutOf(jpeg::LayoutOf(found.model));
   info->bits = frame.precision;
   info->sample = SampleOf(UnsignedOf(frame.precision));
   info->is_progressive = frame.is_progressive ? 1 : 0;
@@ -71,6 +69,9 @@ Status DecodeJpeg(const File& file, const DecodeRequest& request, Picture* pictu
   if (!status.ok()) return status;
   report->damage = std::move(info.messages);
   picture->metadata() = jpeg::ToMetadata(info.metadata, &report->notes);
+  if (info.frame.components.size() == 2) {
+    report->notes.Add("the file has two components; the first is shown as grey");
+  }
   return status;
 }
 
@@ -145,7 +146,7 @@ Status ProbeLossless(const File& file, const DecodeRequest& request, Findings* i
   info->width = found.width;
   info->height = found.height;
   info->components = found.components;
-  info->layout = LayoutOfCount(static_cast<size_t>(found.components));
+  info->layout = LayoutOf(LayoutOfComponents(static_cast<size_t>(found.components)));
   info->bits = found.bits;
   info->sample = SampleOf(UnsignedOf(found.bits));
   info->is_lossless = found.point_transform == 0 ? 1 : 0;
@@ -227,7 +228,8 @@ Status ReadJpegOptions(const zepcJpegOptions* given, jpeg::EncodeOptions* option
 
 const Codec kJpegCodec = {
     {zepcFormatJpeg, "JPEG", "jpg jpeg jpe jfif", "image/jpeg",
-     "baseline, extended and progressive files of 8 and 12 bits: grey, RGB, YCbCr, CMYK, YCCK",
+     "baseline, extended and progressive files of 8 and 12 bits: grey, RGB, YCbCr, CMYK, YCCK; "
+     "the first of two components",
      "baseline and progressive files: grey, RGB and CMYK of 8 bits, grey and RGB of 12", 1, 1, 1, 1,
      DepthsOf({8, 12}), 0, 1},
     IsJpeg,

@@ -118,6 +118,9 @@ Status DecodeCoefficients(const uint8_t* data, size_t size, const DecodeOptions&
   *info = FileInfo();
   FileReader file(data, size, options, info);
   if (Status status = file.ReadHeaders(); !status.ok()) return status;
+  if (info->frame.components.size() == 2) {
+    return Status::Unsupported("pictures of two components are decoded to samples only");
+  }
   return DecodeAllScans(&file, coefficients);
 }
 

@@ -3,7 +3,7 @@
 // zepjp.h.
 //
 // It reads grey, YCbCr, RGB, CMYK and YCCK pictures of 8 and 12 bits with any sampling factors,
-// restart intervals and number of scans. Damaged files are decoded as far as possible: each restart
+// restart intervals and number of scans. Of two components the first is shown as grey. Damaged files are decoded as far as possible: each restart
 // interval is decoded independently, and lost parts become flat areas.
 #ifndef ZEPJP_CODECS_JPEG_DECODER_H_
 #define ZEPJP_CODECS_JPEG_DECODER_H_
@@ -97,7 +97,7 @@ Status Decode(const uint8_t* data, size_t size, const DecodeOptions& options, Pi
 Status DecodeComponents(const uint8_t* data, size_t size, const DecodeOptions& options,
                         std::vector<ComponentSamples>* components, FileInfo* info);
 
-// Decodes the coefficients alone.
+// Decodes the coefficients alone. Files of two components are refused.
 Status DecodeCoefficients(const uint8_t* data, size_t size, const DecodeOptions& options,
                           Coefficients* coefficients, FileInfo* info);
 

@@ -91,9 +91,10 @@ Status ToDeepPlanes(const Coefficients& coefficients, const Window& window,
 
 Status ToPicture(const std::vector<DeepPlane>& planes, const Window& window, const Frame& frame,
                  ColorModel model, Picture* picture) {
-  const size_t channels = planes.size();
+  const PixelLayout layout = LayoutOf(model);
+  const auto channels = static_cast<size_t>(ChannelCount(layout));
   const Region& region = window.region;
-  if (!picture->Resize(region.width, region.height, LayoutOfComponents(channels), kDeepBits)) {
+  if (!picture->Resize(region.width, region.height, layout, kDeepBits)) {
     return Status::NoMemory();
   }
   const int left = window.left;

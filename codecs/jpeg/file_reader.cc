@@ -8,11 +8,12 @@ namespace zepcodec::jpeg {
 namespace {
 
 // The rules of libjpeg: a JFIF header means YCbCr even if an Adobe header says otherwise; an Adobe
-// header with an unknown transform counts as one with the usual transform.
+// header with an unknown transform counts as one with the usual transform. Of two components
+// nothing tells the meaning: the first one is the picture.
 ColorModel FindColorModel(const MarkerReader& reader) {
   const std::vector<FrameComponent>& components = reader.frame().components;
   const int transform = reader.adobe_transform();
-  if (components.size() == 1) return ColorModel::kGrey;
+  if (components.size() <= 2) return ColorModel::kGrey;
   if (components.size() == 4) return transform > 0 ? ColorModel::kYcck : ColorModel::kCmyk;
   if (reader.has_jfif()) return ColorModel::kYCbCr;
   if (transform >= 0) return transform == 0 ? ColorModel::kRgb : ColorModel::kYCbCr;

@@ -72,8 +72,8 @@ int64_t ThreadBytes(const FileInfo& info, const DecodeOptions& options, const Wi
 // The picture, or the bands that a sink takes.
 int64_t PixelBytes(const FileInfo& info, const DecodeOptions& options, const Window& window,
                    int64_t threads) {
-  const auto components = static_cast<int64_t>(info.frame.components.size());
-  const int64_t in_row = window.region.width * components * (info.frame.precision > 8 ? 2 : 1);
+  const int64_t channels = ChannelCount(LayoutOf(info.model));
+  const int64_t in_row = window.region.width * channels * (info.frame.precision > 8 ? 2 : 1);
   if (options.rows == nullptr || !GivesRows(info)) return in_row * window.region.height;
   const int64_t of_one = window.geometry.McuHeight() + 1;
   if (threads == 1) return in_row * of_one;

@@ -10,8 +10,8 @@ namespace zepcodec::jpeg {
 
 bool PictureWriter::Init(const std::vector<Plane>& planes) {
   const Geometry& geometry = window_.geometry;
-  components_.resize(planes.size());
-  for (size_t i = 0; i < planes.size(); ++i) {
+  components_.resize(static_cast<size_t>(ChannelCount(LayoutOf(model_))));
+  for (size_t i = 0; i < components_.size(); ++i) {
     if (!components_[i].Init(geometry, geometry.components[i], &planes[i])) return false;
   }
   return true;

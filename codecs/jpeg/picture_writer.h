@@ -14,7 +14,7 @@
 
 namespace zepcodec::jpeg {
 
-// The meaning of the components. Inks are inverted in all files, with or without an Adobe header: 0
+// The meaning of the components; a second one beside grey is left out. Inks are inverted in all files, with or without an Adobe header: 0
 // is full ink, as in other decoders.
 enum class ColorModel { kGrey, kYCbCr, kRgb, kYcck, kCmyk };
 

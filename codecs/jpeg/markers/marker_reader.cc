@@ -146,10 +146,9 @@ Status MarkerReader::CheckFrame(int marker, int components) {
   if (frame_.width == 0 || frame_.height == 0) {
     return Status::Error("the picture has no width or no height");
   }
-  const bool has_two = components == 2 && frame_.is_lossless;
-  if (components != 1 && components != 3 && components != 4 && !has_two) {
-    return Status::Error("a picture of " + std::to_string(components) + " components; " +
-                         (frame_.is_lossless ? "1 to 4" : "1, 3 or 4") + " can be read");
+  if (components < 1 || components > 4) {
+    return Status::Error("a picture of " + std::to_string(components) +
+                         " components; 1 to 4 can be read");
   }
   return Status();
 }

@@ -350,6 +350,53 @@ Bytes WithSecondComponent(const Bytes& file) {
   return both;
 }
 
+// The first two components of a JPEG file with a scan for each of three.
+Bytes WithoutThirdComponent(const Bytes& file) {
+  const auto find = [&](uint8_t marker, Bytes::const_iterator from) {
+    const uint8_t wanted[2] = {0xFF, marker};
+    return std::search(from, file.end(), std::begin(wanted), std::end(wanted));
+  };
+  const auto frame = find(0xC0, file.begin());
+  const auto second = find(0xDA, find(0xDA, file.begin()) + 2);
+  const auto third = find(0xDA, second + 2);
+  Bytes both(file.begin(), frame + 16);
+  both[both.size() - 13] -= 3;
+  both[both.size() - 7] = 2;
+  both.insert(both.end(), frame + 19, third);
+  both.insert(both.end(), {0xFF, 0xD9});
+  return both;
+}
+
+TEST(ApiDecode, TheFirstOfTwoComponentsOfJpegIsGrey) {
+  auto jpeg = Sized<zepcJpegOptions>();
+  jpeg.sampling = zepcSampling444;
+  jpeg.scan_script = "0; 1; 2;";
+  zepcEncodeOptions options = OptionsFor(zepcFormatJpeg);
+  options.jpeg = &jpeg;
+  const Bytes file = Encode(Make(40, 30, {zepcLayoutRgb, zepcSampleU8, 8}), options);
+  const Bytes both = WithoutThirdComponent(file);
+  EXPECT_EQ(Probe(both).layout, zepcLayoutGrey);
+  EXPECT_EQ(Probe(both).components, 2);
+  const Picture picture = Decode(both);
+  auto message = Sized<zepcMessage>();
+  ASSERT_EQ(zepcPictureMessage(picture.get(), 0, &message), zepcStatusOk);
+  EXPECT_STREQ(message.text, "the file has two components; the first is shown as grey");
+  EXPECT_EQ(message.is_damage, 0);
+  zepcCoefficients* coefficients = nullptr;
+  EXPECT_EQ(zepcJpegReadCoefficients(both.data(), both.size(), nullptr, &coefficients),
+            zepcStatusUnsupported);
+  // Luminance is the first component of the other file.
+  const Image grey = DecodeToImage(both), rgb = DecodeToImage(file);
+  ASSERT_EQ(grey.layout, zepcLayoutGrey);
+  for (int32_t y = 0; y < 30; ++y) {
+    for (int32_t x = 0; x < 40; ++x) {
+      const double luma =
+          0.299 * rgb.Get(x, y, 0) + 0.587 * rgb.Get(x, y, 1) + 0.114 * rgb.Get(x, y, 2);
+      ASSERT_NEAR(grey.Get(x, y, 0), luma, 3);
+    }
+  }
+}
+
 TEST(ApiDecode, TwoComponentsOfLosslessJpegAreGreyWithOpacity) {
   const Image grey = Make(20, 12, {zepcLayoutGrey, zepcSampleU8, 8});
   const Bytes file = WithSecondComponent(Encode(grey, zepcFormatLosslessJpeg));

@@ -78,6 +78,21 @@ void SetFactors(Random* random, Bytes* file) {
   }
 }
 
+// The first two of three components. The data is then that of another picture.
+void DropThird(Bytes* file) {
+  for (size_t at = 0; at + 14 < file->size(); ++at) {
+    const int marker = (*file)[at] == 0xFF ? (*file)[at + 1] : 0;
+    const bool is_frame = marker >= jpeg::kSof0 && marker <= jpeg::kSof2;
+    const bool is_scan = marker == jpeg::kSos && (*file)[at + 4] == 3;
+    if (!is_frame && !is_scan) continue;
+    const size_t count = is_frame ? at + 9 : at + 4;
+    const size_t size = is_frame ? 3 : 2;
+    (*file)[count] = 2;
+    (*file)[at + 3] = static_cast<uint8_t>((*file)[at + 3] - size);
+    *file = jpeg_files::Without(*file, count + 1 + 2 * size, size);
+  }
+}
+
 void Spoil(Random* random, Bytes* file) {
   const size_t scan = jpeg_files::FindMarker(*file, jpeg::kSos) + 14;
   if (scan >= file->size()) return;
@@ -111,6 +126,7 @@ Bytes AnyFile(Random* random) {
   Bytes file = Encode(is_deep ? pictures::Noisy(width, height, channels, 12)
                               : pictures::Detailed(width, height, layout),
                       options);
+  if (random->OneIn(6) && layout == PixelLayout::kRgb) DropThird(&file);
   if (random->OneIn(3)) SetFactors(random, &file);
   if (random->OneIn(3)) Spoil(random, &file);
   return file;

@@ -79,6 +79,7 @@ void SetColorSpaces(const zepcodec::Picture& image, const Settings& settings,
   info->input_components = image.channels();
   switch (image.layout()) {
     case zepcodec::PixelLayout::kGrey: info->in_color_space = JCS_GRAYSCALE; break;
+    case zepcodec::PixelLayout::kGreyAlpha: info->in_color_space = JCS_UNKNOWN; break;
     case zepcodec::PixelLayout::kRgb: info->in_color_space = JCS_RGB; break;
     default: info->in_color_space = JCS_CMYK;
   }
@@ -95,9 +96,7 @@ zepcodec::Picture ReadAll(Decompressor* decompressor, int scale) {
   info.scale_num = 1;
   info.scale_denom = static_cast<unsigned>(scale);
   jpeg_start_decompress(&info);
-  const auto layout = info.output_components == 1   ? zepcodec::PixelLayout::kGrey
-                      : info.output_components == 3 ? zepcodec::PixelLayout::kRgb
-                                                    : zepcodec::PixelLayout::kCmyk;
+  const auto layout = zepcodec::LayoutOfComponents(static_cast<size_t>(info.output_components));
   zepcodec::Picture image;
   if (!image.Resize(static_cast<int>(info.output_width), static_cast<int>(info.output_height),
                     layout)) {

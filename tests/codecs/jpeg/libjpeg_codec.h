@@ -26,7 +26,7 @@ struct Settings {
   bool force_baseline = true;  // quantizer steps up to 255
 };
 
-// CMYK pictures hold the amounts of ink; the file holds them inverted.
+// Grey with opacity becomes a file of two components. CMYK pictures hold the amounts of ink; the file holds them inverted.
 Bytes Compress(const zepcodec::Picture& image, const Settings& settings);
 
 struct Components {
