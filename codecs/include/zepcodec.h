@@ -628,8 +628,8 @@ typedef struct zepcTranscodeOptions {
 
 /**
  * Rewrites a JPEG file without changing its coefficients: with other tables, scans or restart
- * intervals, turned, mirrored, or cut to a region. All application segments are kept unless
- * `drops_metadata` is set. `options` may be null.
+ * intervals, turned, mirrored, or cut to a region. Two components are zepcStatusUnsupported.
+ * All application segments are kept unless `drops_metadata` is set. `options` may be null.
  */
 ZEPC_API zepcStatus zepcJpegTranscode(const void* data, size_t size,
                                       const zepcTranscodeOptions* options, void** file,
@@ -662,8 +662,8 @@ typedef struct zepcComponent {
 } zepcComponent;
 
 /**
- * Reads the coefficients of a JPEG file of 8 or 12 bits. Of `options`, which may be null, the
- * limits, `keeps_damaged` and the progress callback apply.
+ * Reads the coefficients of a JPEG file of 8 or 12 bits, with 1, 3 or 4 components. Of `options`,
+ * which may be null, the limits, `keeps_damaged` and the progress callback apply.
  */
 ZEPC_API zepcStatus zepcJpegReadCoefficients(const void* data, size_t size,
                                              const zepcDecodeOptions* options,

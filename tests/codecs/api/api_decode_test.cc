@@ -385,6 +385,10 @@ TEST(ApiDecode, TheFirstOfTwoComponentsOfJpegIsGrey) {
   zepcCoefficients* coefficients = nullptr;
   EXPECT_EQ(zepcJpegReadCoefficients(both.data(), both.size(), nullptr, &coefficients),
             zepcStatusUnsupported);
+  void* transcoded = nullptr;
+  size_t size = 0;
+  EXPECT_EQ(zepcJpegTranscode(both.data(), both.size(), nullptr, &transcoded, &size),
+            zepcStatusUnsupported);
   // Luminance is the first component of the other file.
   const Image grey = DecodeToImage(both), rgb = DecodeToImage(file);
   ASSERT_EQ(grey.layout, zepcLayoutGrey);
