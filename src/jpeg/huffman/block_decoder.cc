@@ -3,8 +3,8 @@
 //
 // Three decoders give the same coefficients, positions and states:
 //
-//   DecodePlain      the fast reader (quick_reader.h) over source bytes without FF, the common case
-//   DecodeStuffed    the fast reader over bytes with stuffed zeros
+//   ReadPlain        the fast reader (quick_reader.h) over source bytes without FF, the common case
+//   ReadStuffed      the fast reader over bytes with stuffed zeros
 //   DecodeCarefully  the reference reader (careful_block.h): bad codes, markers, the end of the
 //                    source
 //
@@ -69,46 +69,31 @@ HWY_INLINE bool TakeAcs(const zepiDecodeHuffmanSpec& table, QuickReader<Bytes>* 
   return k == 64;
 }
 
-// Decodes the coefficients; the DC difference is stored in place of DC.
-template <class Bytes>
-HWY_INLINE bool TakeBlock(const Bytes& bytes, uint32_t unused,
-                          const zepiDecodeHuffmanSpec& dc_table,
-                          const zepiDecodeHuffmanSpec& ac_table, int16_t* block,
-                          Progress* progress) {
-  QuickReader<Bytes> reader(bytes, unused);
-  int32_t difference = 0;
-  Clear(block);
-  if (!reader.Refill() || !reader.TakeDc(dc_table, &difference)) return false;
-  StoreCoefficient(difference, block);
-  return TakeAcs(ac_table, &reader, block) && reader.Finish(progress);
-}
-
 inline void AddLastDc(int16_t* block, int16_t* last_dc) {
   StoreCoefficient(LoadCoefficient(last_dc) + LoadCoefficient(block), block);
   std::memcpy(last_dc, block, sizeof(*block));
 }
 
-HWY_INLINE bool DecodePlain(const Source& from, int16_t* block, int16_t* last_dc,
-                            const zepiDecodeHuffmanSpec& dc_table,
-                            const zepiDecodeHuffmanSpec& ac_table, zepiDecodeHuffmanState* state) {
-  return ReadPlain(from, state, [&](const PlainBytes& bytes, uint32_t unused, Progress* progress) {
-    if (!TakeBlock(bytes, unused, dc_table, ac_table, block, progress)) return false;
+// Decodes the block with the fast reader; the DC difference is first stored in place of DC. This is
+// not a lambda: a compiler may keep a lambda as a function, which then has no newer instructions.
+struct BlockTaker {
+  int16_t* block;
+  int16_t* last_dc;
+  const zepiDecodeHuffmanSpec& dc_table;
+  const zepiDecodeHuffmanSpec& ac_table;
+
+  template <class Bytes>
+  HWY_INLINE bool operator()(const Bytes& bytes, uint32_t unused, Progress* progress) const {
+    QuickReader<Bytes> reader(bytes, unused);
+    int32_t difference = 0;
+    Clear(block);
+    if (!reader.Refill() || !reader.TakeDc(dc_table, &difference)) return false;
+    StoreCoefficient(difference, block);
+    if (!TakeAcs(ac_table, &reader, block) || !reader.Finish(progress)) return false;
     AddLastDc(block, last_dc);
     return true;
-  });
-}
-
-bool DecodeStuffed(const Source& from, int16_t* block, int16_t* last_dc,
-                   const zepiDecodeHuffmanSpec& dc_table, const zepiDecodeHuffmanSpec& ac_table,
-                   zepiDecodeHuffmanState* state) {
-  return ReadStuffed(from, state,
-                     [&](const StuffedBytes& bytes, uint32_t unused, Progress* progress) {
-                       if (!TakeBlock(bytes, unused, dc_table, ac_table, block, progress))
-                         return false;
-                       AddLastDc(block, last_dc);
-                       return true;
-                     });
-}
+  }
+};
 
 zepStatus DecodeCarefully(const Source& from, int16_t* block, int16_t* last_dc,
                           const zepiDecodeHuffmanSpec& dc_table,
@@ -123,7 +108,8 @@ HWY_NOINLINE zepStatus DecodeRare(const Source& from, int16_t* block, int16_t* l
                                   const zepiDecodeHuffmanSpec& dc_table,
                                   const zepiDecodeHuffmanSpec& ac_table,
                                   zepiDecodeHuffmanState* state) {
-  if (DecodeStuffed(from, block, last_dc, dc_table, ac_table, state)) return zepStatusOk;
+  const BlockTaker take = {block, last_dc, dc_table, ac_table};
+  if (ReadStuffed(from, state, take)) return zepStatusOk;
   return DecodeCarefully(from, block, last_dc, dc_table, ac_table, state);
 }
 
@@ -154,9 +140,8 @@ zepStatus ZEP_CALL Decode(const uint8_t* source, int32_t length, int32_t* positi
   // The rare case gets a Source of its own: the one of the common case stays in registers, because
   // its address is never taken.
   const Source from = {source, length, position, marker};
-  if (HWY_LIKELY(DecodePlain(from, block, last_dc, *dc_table, *ac_table, state))) {
-    return zepStatusOk;
-  }
+  const BlockTaker take = {block, last_dc, *dc_table, *ac_table};
+  if (HWY_LIKELY(ReadPlain(from, state, take))) return zepStatusOk;
   return DecodeRare({source, length, position, marker}, block, last_dc, *dc_table, *ac_table,
                     state);
 }
