@@ -119,10 +119,13 @@ HWY_INLINE bool EncodeQuickly(const int16_t* block, int32_t dc_difference,
   return true;
 }
 
-zepStatus ZEP_CALL Encode(const int16_t* block, uint8_t* bytes, int32_t length, int32_t* position,
-                          int16_t* last_dc, const zepiEncodeHuffmanSpec* dc_table,
-                          const zepiEncodeHuffmanSpec* ac_table, zepiEncodeHuffmanState* state,
-                          int32_t flushes) {
+// Not inlined: else g++ splits the function after the first checks and calls the rest with all
+// arguments once more.
+HWY_NOINLINE zepStatus ZEP_CALL Encode(const int16_t* block, uint8_t* bytes, int32_t length,
+                                       int32_t* position, int16_t* last_dc,
+                                       const zepiEncodeHuffmanSpec* dc_table,
+                                       const zepiEncodeHuffmanSpec* ac_table,
+                                       zepiEncodeHuffmanState* state, int32_t flushes) {
   if (auto bad = CheckDestination({bytes, length, position}, state)) return bad;
   if (HWY_UNLIKELY(flushes != 0)) return BitWriter({bytes, length, position}, state).Flush();
   if (auto bad = Checks().Ptr(block).Ptr(last_dc).Ptr(dc_table).Ptr(ac_table).Failed()) return bad;
