@@ -106,6 +106,17 @@ struct Rows {
   VRow row[8];
 };
 
+// The rows of a block in memory. Compilers turn a loop over the rows into a copy in the widest
+// registers. Loads of single rows then wait for the stores of that copy.
+HWY_INLINE Rows LoadRows(const int16_t* from) {
+  const auto row = [=](int y) ZEP_ATTR { return hn::LoadU(DRow(), from + 8 * y); };
+  return {{row(0), row(1), row(2), row(3), row(4), row(5), row(6), row(7)}};
+}
+HWY_INLINE void StoreRows(const Rows& rows, int16_t* to) {
+  const auto row = [&](int y) ZEP_ATTR { hn::StoreU(rows.row[y], DRow(), to + 8 * y); };
+  row(0), row(1), row(2), row(3), row(4), row(5), row(6), row(7);
+}
+
 // Joins successive rows in one register.
 HWY_INLINE V16 JoinRows(const VRow* rows) {
 #if HWY_TARGET <= HWY_AVX2 && HWY_ARCH_X86

@@ -173,9 +173,7 @@ HWY_INLINE void Transform(const Rows& x, int16_t* dst, const uint16_t* table) {
 }
 
 void ForwardValues(const int16_t* src, int16_t* dst, const uint16_t* table) {
-  Rows x;
-  for (int i = 0; i < 8; ++i) x.row[i] = hn::LoadU(DRow(), src + 8 * i);
-  Transform<Input::kValues>(x, dst, table);
+  Transform<Input::kValues>(LoadRows(src), dst, table);
 }
 
 void ForwardSamples8(const uint8_t* src, int32_t step, int16_t* dst, const uint16_t* table) {

@@ -55,10 +55,12 @@ constexpr int32_t kNoShift = (kHalf << kRowShift) - kTies;
 constexpr int32_t kLevelShift = (((128 << kColumnShift) + kHalf) << kRowShift) - kTies;
 
 // Added to the sums of row pass `vector`.
-HWY_INLINE V32 RowRounding(int vector, int32_t first_row) {
-  const V32 round = hn::Set(D32(), 1 << (kRowShift - 1));
-  if (vector != 0) return round;
-  return hn::Add(round, hn::IfThenElseZero(hn::FirstN(D32(), 4), hn::Set(D32(), first_row)));
+template <int32_t kFirstRow>
+HWY_INLINE V32 RowRounding(int vector) {
+  constexpr int32_t kOther = 1 << (kRowShift - 1), kFirst = kOther + kFirstRow;
+  alignas(32) static constexpr int32_t kSums[8] = {kFirst, kFirst, kFirst, kFirst,
+                                                   kOther, kOther, kOther, kOther};
+  return vector == 0 ? hn::Load(D32(), kSums) : hn::Set(D32(), kOther);
 }
 
 // Transforms rows of coefficients. Only the first kCorner of each row may be nonzero.
@@ -150,9 +152,9 @@ HWY_INLINE V16 Corner(V16 rows) {
   return hn::And(rows, hn::BitCast(D16(), hn::Set(d64, 0xFFFFFFFFU)));
 }
 
-// Dequantization and both passes; `first_row` as in RowRounding.
-template <int kCorner>
-HWY_INLINE Rows Transform(const int16_t* src, const uint16_t* table, int32_t first_row) {
+// Dequantization and both passes; kFirstRow as in RowRounding.
+template <int kCorner, int32_t kFirstRow>
+HWY_INLINE Rows Transform(const int16_t* src, const uint16_t* table) {
   constexpr int kUsed = (kCorner + kRowsInVector - 1) / kRowsInVector;  // vectors
   Rows x;
   for (int i = 0; i < kUsed; ++i) {
@@ -160,7 +162,7 @@ HWY_INLINE Rows Transform(const int16_t* src, const uint16_t* table, int32_t fir
     const V16 coefficients =
         hn::Mul(hn::LoadU(D16(), src + first),
                 hn::LoadU(D16(), reinterpret_cast<const int16_t*>(table) + first));
-    SplitRows(RowPass<kCorner>(Corner<kCorner>(coefficients), i, RowRounding(i, first_row)),
+    SplitRows(RowPass<kCorner>(Corner<kCorner>(coefficients), i, RowRounding<kFirstRow>(i)),
               x.row + i * kRowsInVector);
   }
   return ColumnPass<kCorner>(x);
@@ -168,7 +170,7 @@ HWY_INLINE Rows Transform(const int16_t* src, const uint16_t* table, int32_t fir
 
 template <int kCorner>
 void InverseSamples8(const int16_t* src, uint8_t* dst, int32_t step, const uint16_t* table) {
-  const Rows samples = Transform<kCorner>(src, table, kLevelShift);
+  const Rows samples = Transform<kCorner, kLevelShift>(src, table);
   const hn::FixedTag<uint8_t, 8> d8;
   for (int i = 0; i < 8; i += 2) {
     const auto two_rows = PackBlocks(samples.row[i], samples.row[i + 1]);
@@ -178,8 +180,7 @@ void InverseSamples8(const int16_t* src, uint8_t* dst, int32_t step, const uint1
 }
 
 void InverseValues(const int16_t* src, int16_t* dst, const uint16_t* table) {
-  const Rows values = Transform<8>(src, table, kNoShift);
-  for (int i = 0; i < 8; ++i) hn::StoreU(values.row[i], DRow(), dst + 8 * i);
+  StoreRows(Transform<8, kNoShift>(src, table), dst);
 }
 
 void InverseSamples12(const int16_t* src, uint16_t* dst, int32_t step, const uint16_t* table) {
