@@ -97,7 +97,8 @@ void FindFiles(Arguments* arguments, Command* command) {
   if (arguments->to.empty() || (writes_stream && !is_spread)) {
     if (!arguments->out_dir.empty()) throw Failure("--out-dir goes with --to");
     if (arguments->is_recursive) throw Failure("--recursive goes with --to");
-    if (files.size() != 2) throw Failure("give an input and an output, or --to FORMAT (--help tells more)");
+    if (files.size() != 2)
+      throw Failure("give an input and an output, or --to FORMAT (--help tells more)");
     command->output = files[1];
     files.pop_back();
   } else if (is_single_stream && !is_spread) {
