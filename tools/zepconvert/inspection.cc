@@ -20,7 +20,7 @@
 namespace zepconvert {
 namespace {
 
-// An inspection and what is printed of it.
+// An inspection and its text.
 struct Finding {
   Inspection inspection;
   std::string sentence;
