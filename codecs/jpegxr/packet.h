@@ -119,7 +119,7 @@ class PacketWriter {
     for (uint32_t i = 0; i < 4; ++i) to[i] = static_cast<uint8_t>(accumulator >> (24 - 8 * i));
   }
 
-  // Reads what was flushed, up to 16 bits at a time.
+  // Reads the flushed bits, up to 16 at a time.
   PacketReader Read() const { return {bytes_.data(), to}; }
 
   // Ends the packet with zero bits up to a whole byte, and frees spare memory.

@@ -28,7 +28,8 @@ struct Command {
   std::string out_dir;  // empty: beside the inputs
 };
 
-// Nothing: what was asked for (--help) has been printed. Fails on a wrong command line.
+// Empty after --help, --help-presets and --version, which print their text. Fails on a wrong
+// command line.
 std::optional<Command> ReadCommandLine(int argc, char** argv);
 
 }  // namespace zepconvert

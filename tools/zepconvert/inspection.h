@@ -18,7 +18,7 @@ struct Inspection {
   bool was_begun = false;
 };
 
-// Writes what is found to standard output, in the order of the files: of Task::kProbe from the
+// Writes the findings to standard output, in the order of the files: of Task::kProbe from the
 // headers, of Task::kVerify after decoding, for which no picture need fit into memory.
 std::vector<Inspection> InspectFiles(const Command& command, const std::atomic<bool>& stop);
 

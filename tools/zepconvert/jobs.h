@@ -24,7 +24,7 @@ struct Input {
 // directories are not followed.
 std::vector<Input> FindInputs(const Command& command);
 
-// One job for each input, but for those found in a directory that have the wanted format already.
+// One job for each input. Files in directories that have the wanted format already get none.
 // Results whose names would be equal keep the whole names of their inputs: x.jpg.png, x.tif.png.
 std::vector<Job> MakeJobs(const Command& command);
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A page that shows what was converted: index.html in a directory, and its pictures in a directory
+// A page about the converted files: index.html in a directory, and its pictures in a directory
 // below. The page needs nothing else.
 #ifndef ZEPJP_TOOLS_ZEPCONVERT_REPORT_H_
 #define ZEPJP_TOOLS_ZEPCONVERT_REPORT_H_
