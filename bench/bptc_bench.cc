@@ -128,10 +128,10 @@ BENCHMARK_CAPTURE(EncodeBc7, thorough, -2, 64)
 BENCHMARK_CAPTURE(DecodeEncoded, encoded, -1)
     ->Name("zepiTextureDecodeBlockToRGBA_BC7_8u_C1C4R/ours/encoded");
 BENCHMARK_CAPTURE(Fill, encoded, 4)
-    ->Name("zepiTextureDecodeBlockToRGBA_BC7_8u_C1C4R/rival/encoded");
+    ->Name("zepiTextureDecodeBlockToRGBA_BC7_8u_C1C4R/bound/encoded");
 BENCHMARK_CAPTURE(DecodeBc7, all, -1)
     ->Name("zepiTextureDecodeBlockToRGBA_BC7_8u_C1C4R/ours/all_modes");
-BENCHMARK_CAPTURE(Fill, rgba, 4)->Name("zepiTextureDecodeBlockToRGBA_BC7_8u_C1C4R/rival/all_modes");
+BENCHMARK_CAPTURE(Fill, rgba, 4)->Name("zepiTextureDecodeBlockToRGBA_BC7_8u_C1C4R/bound/all_modes");
 BENCHMARK_CAPTURE(DecodeBc7, mode0, 0)->Name("bc7_mode0/ours/2048x2048");
 BENCHMARK_CAPTURE(DecodeBc7, mode1, 1)->Name("bc7_mode1/ours/2048x2048");
 BENCHMARK_CAPTURE(DecodeBc7, mode2, 2)->Name("bc7_mode2/ours/2048x2048");
@@ -143,10 +143,10 @@ BENCHMARK_CAPTURE(DecodeBc7, mode7, 7)->Name("bc7_mode7/ours/2048x2048");
 BENCHMARK_CAPTURE(DecodeBc6h, hu, zepiTextureDecodeBlockToRGB_BC6HU_8u16u_C1C3R)
     ->Name("zepiTextureDecodeBlockToRGB_BC6HU_8u16u_C1C3R/ours/all_modes");
 BENCHMARK_CAPTURE(Fill, hu, 6)
-    ->Name("zepiTextureDecodeBlockToRGB_BC6HU_8u16u_C1C3R/rival/all_modes");
+    ->Name("zepiTextureDecodeBlockToRGB_BC6HU_8u16u_C1C3R/bound/all_modes");
 BENCHMARK_CAPTURE(DecodeBc6h, hs, zepiTextureDecodeBlockToRGB_BC6HS_8u16u_C1C3R)
     ->Name("zepiTextureDecodeBlockToRGB_BC6HS_8u16u_C1C3R/ours/all_modes");
 BENCHMARK_CAPTURE(Fill, hs, 6)
-    ->Name("zepiTextureDecodeBlockToRGB_BC6HS_8u16u_C1C3R/rival/all_modes");
+    ->Name("zepiTextureDecodeBlockToRGB_BC6HS_8u16u_C1C3R/bound/all_modes");
 
 }  // namespace

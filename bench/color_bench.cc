@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "rival_color.h"
+#include "rival_jpeg.h"
 #include "zepcore.h"
 #include "zepjp.h"
 
@@ -118,16 +118,16 @@ void Alone(const std::string& name, const Ours& ours) {
 void RegisterForward() {
   const std::vector<zepiSize> sizes = {kSmall, kCached, k4K};
   const auto rgb = [](Images& m) {
-    jsimd_rgb_ycc_convert_avx2(static_cast<unsigned>(m.size().width), m.rows3.data(),
-                               m.rival_results, 0, m.size().height);
+    rival::rgb_to_ycc(static_cast<unsigned>(m.size().width), m.rows3.data(), m.rival_results, 0,
+                      m.size().height);
   };
   const auto rgbx = [](Images& m) {
-    jsimd_extrgbx_ycc_convert_avx2(static_cast<unsigned>(m.size().width), m.rows4.data(),
-                                   m.rival_results, 0, m.size().height);
+    rival::rgbx_to_ycc(static_cast<unsigned>(m.size().width), m.rows4.data(), m.rival_results, 0,
+                       m.size().height);
   };
   const auto grey = [](Images& m) {
-    jsimd_rgb_gray_convert_avx2(static_cast<unsigned>(m.size().width), m.rows3.data(),
-                                m.rival_results, 0, m.size().height);
+    rival::rgb_to_gray(static_cast<unsigned>(m.size().width), m.rows3.data(), m.rival_results, 0,
+                       m.size().height);
   };
   Pair("zepiRGBToYCbCr_JPEG_8u_C3P3R", sizes, FORWARD_C(zepiRGBToYCbCr_JPEG_8u_C3P3R, 3), rgb);
   Pair("zepiBGRToYCbCr_JPEG_8u_C3P3R", {kCached}, FORWARD_C(zepiBGRToYCbCr_JPEG_8u_C3P3R, 3), rgb);
@@ -167,8 +167,8 @@ template <bool kVertical, bool kFourBytes>
 void RivalReduce(Images& m) {
   const auto width = static_cast<unsigned>(m.size().width);
   auto& rows = kFourBytes ? m.rows4 : m.rows3;
-  const auto convert = kFourBytes ? jsimd_extrgbx_ycc_convert_avx2 : jsimd_rgb_ycc_convert_avx2;
-  const auto down = kVertical ? jsimd_h2v2_downsample_avx2 : jsimd_h2v1_downsample_avx2;
+  const auto convert = kFourBytes ? rival::rgbx_to_ycc : rival::rgb_to_ycc;
+  const auto down = kVertical ? rival::h2v2_downsample : rival::h2v1_downsample;
   for (int32_t y = 0; y + 2 <= m.size().height; y += 2) {
     convert(width, rows.data() + y, m.rival_planes, static_cast<unsigned>(y), 2);
     for (int plane = 1; plane < 3; ++plane) {
@@ -211,8 +211,8 @@ void RegisterInverse() {
     };
   };
   const auto rival = [](Images& m) {
-    jsimd_ycc_rgb_convert_avx2(static_cast<unsigned>(m.size().width), m.rival_planes, 0,
-                               m.result_rows3.data(), m.size().height);
+    rival::ycc_to_rgb(static_cast<unsigned>(m.size().width), m.rival_planes, 0,
+                      m.result_rows3.data(), m.size().height);
   };
   Pair("zepiYCbCrToRGB_JPEG_8u_P3C3R", {kSmall, kCached, k4K},
        interleaved(zepiYCbCrToRGB_JPEG_8u_P3C3R, 3), rival);
@@ -231,10 +231,9 @@ void RegisterInverse() {
 template <int kRows, bool kFourBytes>
 void RivalMerged(Images& m) {
   auto& rows = kFourBytes ? m.result_rows4 : m.result_rows3;
-  const auto up = kRows == 1   ? kFourBytes ? jsimd_h2v1_extrgbx_merged_upsample_avx2
-                                            : jsimd_h2v1_merged_upsample_avx2
-                  : kFourBytes ? jsimd_h2v2_extrgbx_merged_upsample_avx2
-                               : jsimd_h2v2_merged_upsample_avx2;
+  const auto up = kRows == 1   ? kFourBytes ? rival::h2v1_to_rgbx : rival::h2v1_to_rgb
+                  : kFourBytes ? rival::h2v2_to_rgbx
+                               : rival::h2v2_to_rgb;
   for (int32_t y = 0; y < m.size().height; y += kRows) {
     up(static_cast<unsigned>(m.size().width), m.rival_planes, static_cast<unsigned>(y / kRows),
        rows.data() + y);
@@ -275,8 +274,8 @@ void RegisterReduced() {
 
 void RegisterOtherPixels() {
   const auto rival = [](Images& m) {
-    jsimd_ycc_extrgbx_convert_avx2(static_cast<unsigned>(m.size().width), m.rival_planes, 0,
-                                   m.result_rows4.data(), m.size().height);
+    rival::ycc_to_rgbx(static_cast<unsigned>(m.size().width), m.rival_planes, 0,
+                       m.result_rows4.data(), m.size().height);
   };
   const auto four = [](auto function) {
     return [function](Images& m) {
@@ -301,7 +300,7 @@ void RegisterOtherPixels() {
 template <bool kVertical>
 void RivalDown(Images& m) {
   const auto width = static_cast<unsigned>(m.size().width);
-  const auto down = kVertical ? jsimd_h2v2_downsample_avx2 : jsimd_h2v1_downsample_avx2;
+  const auto down = kVertical ? rival::h2v2_downsample : rival::h2v1_downsample;
   for (int32_t y = 0; y + 2 <= m.size().height; y += 2) {
     down(width, 2, kVertical ? 1 : 2, width / 16, m.plane_rows[0].data() + y,
          m.result_plane_rows[0].data() + (kVertical ? y / 2 : y));
@@ -310,15 +309,15 @@ void RivalDown(Images& m) {
 
 void RivalUpH2V1(Images& m) {
   uint8_t** output = m.result_plane_rows[0].data();
-  jsimd_h2v1_fancy_upsample_avx2(m.size().height, static_cast<unsigned>(m.size().width / 2),
-                                 m.plane_rows[0].data(), &output);
+  rival::h2v1_fancy_upsample(m.size().height, static_cast<unsigned>(m.size().width / 2),
+                             m.plane_rows[0].data(), &output);
 }
 
 // It reads one row above and below, so it gets the inner rows.
 void RivalUpH2V2(Images& m) {
   uint8_t** output = m.result_plane_rows[0].data();
-  jsimd_h2v2_fancy_upsample_avx2(m.size().height, static_cast<unsigned>(m.size().width / 2),
-                                 m.plane_rows[0].data() + 1, &output);
+  rival::h2v2_fancy_upsample(m.size().height, static_cast<unsigned>(m.size().width / 2),
+                             m.plane_rows[0].data() + 1, &output);
 }
 
 void RegisterSampling() {
@@ -389,7 +388,7 @@ void RegisterSampling() {
 // The limit of the memory: copying three bytes for each pixel.
 void RegisterCopies() {
   for (const zepiSize size : {kCached, k4K}) {
-    Register("copy_3_bytes/rival", size, [](Images& m) {
+    Register("copy_3_bytes/bound", size, [](Images& m) {
       std::memcpy(m.result(), m.interleaved(),
                   3 * static_cast<size_t>(m.size().width) * static_cast<size_t>(m.size().height));
     });

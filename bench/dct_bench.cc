@@ -8,16 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "rival_jpeg.h"
 #include "zepjp.h"
-
-extern "C" {
-void jsimd_convsamp_avx2(uint8_t** rows, unsigned column, int16_t* workspace);
-void jsimd_fdct_islow_avx2(int16_t* block);
-void jsimd_quantize_avx2(int16_t* coefficients, int16_t* divisors, int16_t* workspace);
-void jsimd_idct_islow_avx2(void* table, int16_t* block, uint8_t** output, unsigned column);
-void jsimd_idct_4x4_sse2(void* table, int16_t* block, uint8_t** output, unsigned column);
-void jsimd_idct_2x2_sse2(void* table, int16_t* block, uint8_t** output, unsigned column);
-}
 
 namespace {
 
@@ -114,14 +106,14 @@ void RegisterForward() {
                                             m.forward);
       },
       [](Blocks& m, size_t b) {
-        jsimd_convsamp_avx2(m.sample_rows, static_cast<unsigned>(8 * b), m.workspace);
-        jsimd_fdct_islow_avx2(m.workspace);
-        jsimd_quantize_avx2(&m.results[64 * b], m.divisors, m.workspace);
+        rival::convert_samples(m.sample_rows, static_cast<unsigned>(8 * b), m.workspace);
+        rival::forward_dct(m.workspace);
+        rival::quantize(&m.results[64 * b], m.divisors, m.workspace);
       });
   const auto rival_values = [](Blocks& m, size_t b) {
     std::memcpy(m.workspace, &m.coefficients[64 * b], 128);
-    jsimd_fdct_islow_avx2(m.workspace);
-    jsimd_quantize_avx2(&m.results[64 * b], m.divisors, m.workspace);
+    rival::forward_dct(m.workspace);
+    rival::quantize(&m.results[64 * b], m.divisors, m.workspace);
   };
   Pair(
       "zepiDCTQuantFwd8x8_JPEG_16s_C1",
@@ -156,7 +148,7 @@ void PairToSamples(const std::string& name, ToSamples ours, RivalToSamples rival
 }
 
 void RegisterInverse() {
-  const auto full = jsimd_idct_islow_avx2;
+  const auto full = rival::inverse_dct;
   PairToSamples("zepiDCTQuantInv8x8LS_JPEG_16s8u_C1R", zepiDCTQuantInv8x8LS_JPEG_16s8u_C1R, full);
   PairToSamples("zepiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R", zepiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R,
                 full);
@@ -194,7 +186,7 @@ void RegisterQuantization() {
            [](Blocks& m, size_t) { zepiQuantFwdTableInit_JPEG_8u16u(m.raw, m.forward); });
   Register("zepiQuantInvTableInit_JPEG_8u16u/ours/block",
            [](Blocks& m, size_t) { zepiQuantInvTableInit_JPEG_8u16u(m.raw, m.inverse); });
-  Register("copy_block/rival/block", [](Blocks& m, size_t b) {
+  Register("copy_block/bound/block", [](Blocks& m, size_t b) {
     std::memcpy(&m.results[64 * b], &m.coefficients[64 * b], 128);
   });
 }

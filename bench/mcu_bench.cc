@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "rival_color.h"
+#include "rival_jpeg.h"
 #include "zepcore.h"
 #include "zepjp.h"
 
@@ -100,23 +100,23 @@ template <int kColumns, int kRowsOf, bool kFourBytes>
 void RivalToBlocks(Line& line) {
   constexpr unsigned kWidth = 8 * kColumns * kMcus;
   uint8_t** planes[] = {line.Planes(0), line.Planes(1), line.Planes(2)};
-  const auto convert = kFourBytes ? jsimd_extrgbx_ycc_convert_avx2 : jsimd_rgb_ycc_convert_avx2;
+  const auto convert = kFourBytes ? rival::rgbx_to_ycc : rival::rgb_to_ycc;
   convert(kWidth, line.pixel_rows.data(), planes, 0, 8 * kRowsOf);
   for (int i = 1; i < 3 && kColumns == 2; ++i) {
     for (int y = 0; y < 8; ++y) {
-      const auto down = kRowsOf == 2 ? jsimd_h2v2_downsample_avx2 : jsimd_h2v1_downsample_avx2;
+      const auto down = kRowsOf == 2 ? rival::h2v2_downsample : rival::h2v1_downsample;
       down(kWidth, kRowsOf, 1, kWidth / 16, line.Planes(i) + kRowsOf * y, line.Reduced(i) + y);
     }
   }
   for (int mcu = 0; mcu < kMcus; ++mcu) {
     for (int block = 0; block < kColumns * kRowsOf; ++block) {
-      jsimd_convsamp_avx2(line.Planes(0) + block / kColumns * 8,
-                          static_cast<unsigned>(8 * (mcu * kColumns + block % kColumns)),
-                          line.Blocks(0, mcu) + 64 * block);
+      rival::convert_samples(line.Planes(0) + block / kColumns * 8,
+                             static_cast<unsigned>(8 * (mcu * kColumns + block % kColumns)),
+                             line.Blocks(0, mcu) + 64 * block);
     }
     for (int i = 1; i < 3; ++i) {
       uint8_t** chroma = kColumns == 2 ? line.Reduced(i) : line.Planes(i);
-      jsimd_convsamp_avx2(chroma, static_cast<unsigned>(8 * mcu), line.Blocks(i, mcu));
+      rival::convert_samples(chroma, static_cast<unsigned>(8 * mcu), line.Blocks(i, mcu));
     }
   }
 }
@@ -146,13 +146,12 @@ void RivalToPixels(Line& line) {
   }
   uint8_t** planes[] = {line.Planes(0), line.Planes(1), line.Planes(2)};
   if constexpr (kColumns == 1) {
-    const auto convert = kFourBytes ? jsimd_ycc_extrgbx_convert_avx2 : jsimd_ycc_rgb_convert_avx2;
+    const auto convert = kFourBytes ? rival::ycc_to_rgbx : rival::ycc_to_rgb;
     convert(kWidth, planes, 0, line.pixel_rows.data(), 8);
   } else {
-    const auto up = kRowsOf == 1 ? kFourBytes ? jsimd_h2v1_extrgbx_merged_upsample_avx2
-                                              : jsimd_h2v1_merged_upsample_avx2
-                    : kFourBytes ? jsimd_h2v2_extrgbx_merged_upsample_avx2
-                                 : jsimd_h2v2_merged_upsample_avx2;
+    const auto up = kRowsOf == 1 ? kFourBytes ? rival::h2v1_to_rgbx : rival::h2v1_to_rgb
+                    : kFourBytes ? rival::h2v2_to_rgbx
+                                 : rival::h2v2_to_rgb;
     for (unsigned y = 0; y < 8; ++y) up(kWidth, planes, y, line.pixel_rows.data() + kRowsOf * y);
   }
 }

@@ -160,8 +160,8 @@ DECODER(zepiTextureDecodeBlock_BC4_8u_C1R, zepiTextureEncodeBlock_BC4_8u_C1R, 1,
 DECODER(zepiTextureDecodeBlockToRG_BC5_8u_C1C2R, zepiTextureEncodeBlockFromRG_BC5_8u_C2C1R, 2, 16,
         squish::kBc5);
 
-BENCHMARK_CAPTURE(Fill, rgba, 4)->Name("fill_rgba/rival/2048x2048");
-BENCHMARK_CAPTURE(Fill, r, 1)->Name("fill_r/rival/2048x2048");
-BENCHMARK_CAPTURE(Fill, rg, 2)->Name("fill_rg/rival/2048x2048");
+BENCHMARK_CAPTURE(Fill, rgba, 4)->Name("fill_rgba/bound/2048x2048");
+BENCHMARK_CAPTURE(Fill, r, 1)->Name("fill_r/bound/2048x2048");
+BENCHMARK_CAPTURE(Fill, rg, 2)->Name("fill_rg/bound/2048x2048");
 
 }  // namespace
