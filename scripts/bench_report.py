@@ -1,44 +1,44 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Makes docs/performance.md and its plots from the results of the benchmarks.
+"""Makes docs/performance.md, its plots and docs/performance.json from the results of the
+benchmarks.
 
-Rows are named <work>/<who>/<size>; `ours` and `rival` of the same work and size make a ratio.
+  bench_report.py RESULTS DOCS [--compare OLD.json]
 """
-import collections
-import datetime
+import argparse
 import json
+import math
 import pathlib
-import platform
-import sys
+import re
 
 import matplotlib
 matplotlib.use("svg")
 import matplotlib.pyplot as plot  # noqa: E402  (after the choice of the backend)
 
+import bench_results  # noqa: E402
+
 SETS = ["AVX-512", "AVX2", "SSSE3"]
+COMPILERS = ["g++", "clang++"]
 
+HEAD = """# Performance
 
-def processor():
-    for line in pathlib.Path("/proc/cpuinfo").read_text().splitlines():
-        if line.startswith("model name"):
-            return line.split(":")[1].strip()
-    return platform.machine()
+Measured by `scripts/bench.sh` on {date}: {processor}, one core, release builds by g++ and by clang.
+All numbers are in [performance.json](performance.json), and `scripts/bench.sh --compare OLD.json`
+shows rows that became slower.
 
+Speeds are items (pixels, samples, blocks) a second, built by g++. *Ratio* is our speed divided by
+the rival's in the same run, for g++ / clang. The rivals:
 
-def read(directory):
-    """{bench: {(work, size): {set: {who: calls a second, in the bench's own unit}}}}"""
-    benches = collections.defaultdict(lambda: collections.defaultdict(dict))
-    for path in sorted(pathlib.Path(directory).glob("*.json")):
-        instruction_set, bench, _ = path.name.split(".")
-        for row in json.loads(path.read_text())["benchmarks"]:
-            parts = row["name"].removesuffix("/manual_time").split("/")
-            work, who, size = parts[0], parts[1], "/".join(parts[2:])
-            speed = row.get("items_per_second", row.get("blocks/s"))
-            if speed is None:
-                continue
-            cell = benches[bench][(work, size)].setdefault(instruction_set, {})
-            cell[who] = speed
-    return benches
+- JPEG: libjpeg-turbo with its kernels for AVX2, also in the columns of the other sets. The column
+  *SSE2* is the ratio of our SSSE3 kernel to its kernel for SSE2 (only where it has both).
+- JPEG 2000: OpenJPEG. JPEG XR: libjxr (refinement bits: a plain loop). PackBits: libtiff.
+- Textures: stb_dxt (encoding) and libsquish (decoding).
+- Prediction: plain loops, turned into vectors by the same compiler.
+
+Rows without a rival have none that does the same work. *Bound* is a copy or a fill of the same
+bytes. [performance-notes.md](performance-notes.md) tells what was tried. Whole codecs on two
+threads: [performance-threads.md](performance-threads.md).
+"""
 
 
 def number(value):
@@ -48,39 +48,49 @@ def number(value):
     return f"{value:.3g}"
 
 
+def ratio(row, compiler, instructions):
+    cell = row.get(compiler, {}).get(instructions, {})
+    return cell["ours"] / cell["rival"] if {"ours", "rival"} <= cell.keys() else None
+
+
+def ratios(row, instructions):
+    """The ratios of all compilers, as text."""
+    found = [ratio(row, compiler, instructions) for compiler in COMPILERS]
+    return " / ".join(f"{r:.2f}" for r in found if r)
+
+
+def best(row, who):
+    speeds = [cell.get(who, 0) for cell in row.get("g++", {}).values()]
+    return number(max(speeds)) if any(speeds) else ""
+
+
 def table(rows):
-    lines = ["| work | " + " | ".join(f"{s} | ratio" for s in SETS) + " | rival |",
-             "|---|" + "---:|---:|" * len(SETS) + "---:|"]
-    for (work, size), cells in rows.items():
-        rival = max((cell.get("rival", 0) for cell in cells.values()), default=0)
-        line = [f"{work} {size}"]
+    fair = any(ratios(row, "SSE2") for row in rows.values())
+    names = [column for name in SETS for column in (name, "ratio")] + ["SSE2"] * fair
+    lines = ["| work | " + " | ".join(names) + " | rival | bound |",
+             "|---|" + "---:|" * (len(names) + 2)]
+    for work, row in rows.items():
+        line = [work]
         for name in SETS:
-            ours = cells.get(name, {}).get("ours")
-            own_rival = cells.get(name, {}).get("rival")
-            line.append(number(ours) if ours else "")
-            line.append(f"{ours / own_rival:.2f}" if ours and own_rival else "")
-        line.append(number(rival) if rival else "")
-        lines.append("| " + " | ".join(line) + " |")
+            ours = row.get("g++", {}).get(name, {}).get("ours")
+            line += [number(ours) if ours else "", ratios(row, name)]
+        line += [ratios(row, "SSE2")] * fair
+        lines.append("| " + " | ".join(line + [best(row, "rival"), best(row, "bound")]) + " |")
     return "\n".join(lines)
 
 
 def draw(rows, path):
-    """Bars of the ratios to the rival, where there is one."""
-    names = [key for key, cells in rows.items()
-             if any("ours" in c and "rival" in c for c in cells.values())]
+    """Bars of the ratios to the rival, built by g++."""
+    names = [work for work, row in rows.items() if any(ratio(row, "g++", s) for s in SETS)]
     if not names:
         return False
     figure, axes = plot.subplots(figsize=(9, 0.5 * len(names) + 1.2))
-    for i, instruction_set in enumerate(SETS):
-        ratios = []
-        for key in names:
-            cell = rows[key].get(instruction_set, {})
-            both = "ours" in cell and "rival" in cell
-            ratios.append(cell["ours"] / cell["rival"] if both else 0)
-        axes.barh([y + 0.27 * (i - 1) for y in range(len(names))], ratios, height=0.25,
-                  label=instruction_set)
+    for i, instructions in enumerate(SETS):
+        axes.barh([y + 0.27 * (i - 1) for y in range(len(names))],
+                  [ratio(rows[work], "g++", instructions) or 0 for work in names],
+                  height=0.25, label=instructions)
     axes.axvline(1, color="black", linewidth=0.8)
-    axes.set_yticks(range(len(names)), [f"{work} {size}" for work, size in names], fontsize=7)
+    axes.set_yticks(range(len(names)), names, fontsize=7)
     axes.invert_yaxis()
     axes.set_xlabel("speed, as a multiple of the rival's best kernel for this processor")
     axes.legend(fontsize=7)
@@ -90,25 +100,68 @@ def draw(rows, path):
     return True
 
 
+def means(families):
+    """Geometric means of the ratios, a row for each family with a rival."""
+    columns = SETS + ["SSE2"]
+    lines = ["| family | rows | " + " | ".join(columns) + " |",
+             "|---|---:|" + "---:|" * len(columns)]
+    for family, rows in families.items():
+        count = sum(1 for row in rows.values() if ratios(row, "AVX2"))
+        if count == 0:
+            continue
+        cells = []
+        for instructions in columns:
+            means_of = []
+            for compiler in COMPILERS:
+                found = [ratio(row, compiler, instructions) for row in rows.values()]
+                logs = [math.log(r) for r in found if r]
+                if logs:
+                    means_of.append(f"{math.exp(sum(logs) / len(logs)):.2f}")
+            cells.append(" / ".join(means_of))
+        lines.append(f"| {family} | {count} | " + " | ".join(cells) + " |")
+    return "\n".join(lines)
+
+
+def below(families, limits):
+    """The rows that are slower than the rival on some set, each with the reason for it."""
+    lines = ["| work | set | ratio | reason |", "|---|---|---:|---|"]
+    for rows in families.values():
+        for work, row in rows.items():
+            for instructions in SETS:
+                # For SSSE3 the rival's kernel of the same age counts, where it can be chosen.
+                fair = "SSE2" if instructions == "SSSE3" and ratios(row, "SSE2") else instructions
+                found = [r for r in (ratio(row, c, fair) for c in COMPILERS) if r]
+                if not found or min(found) >= 1:
+                    continue
+                reason = next((limit["reason"] for limit in limits
+                               if re.search(limit["rows"], f"{work} {instructions}")), "not known")
+                lines.append(f"| {work} | {instructions} | {ratios(row, fair)} | {reason} |")
+    return "\n".join(lines)
+
+
 def main():
-    results, docs = sys.argv[1], pathlib.Path(sys.argv[2])
-    parts = [
-        "# Performance", "",
-        f"Measured by `scripts/bench.sh` on {datetime.date.today()}: {processor()}, one core, g++, "
-        "release build. Items (pixels, samples, blocks) a second; the ratio is to the rival in the "
-        "same run. The rival is libjpeg-turbo's best kernel for this processor (AVX2 where it has "
-        "one) also in the columns of the older instruction sets; for textures stb_dxt (encoding) and "
-        "libsquish (decoding), for JPEG 2000 OpenJPEG, for JPEG XR libjxr (refinement bits: a plain "
-        "loop), for PackBits libtiff, for prediction a copy. Rows without a rival have none that "
-        "does the same work.", ""]
-    for bench, rows in read(results).items():
-        title = bench.replace("_bench", "").replace("_", " ")
-        parts += [f"## {title.capitalize()}", ""]
-        picture = f"performance-{title.replace(' ', '-')}.svg"
-        if draw(rows, docs / picture):
+    parser = argparse.ArgumentParser()
+    parser.add_argument("results", type=pathlib.Path)
+    parser.add_argument("docs", type=pathlib.Path)
+    parser.add_argument("--compare", type=pathlib.Path, metavar="OLD.json")
+    arguments = parser.parse_args()
+    old = bench_results.load(arguments.compare) if arguments.compare else None
+    results = bench_results.collect(arguments.results)
+    bench_results.save(results, arguments.docs / "performance.json")
+
+    families = results["families"]
+    limits = json.loads(pathlib.Path("bench/limits.json").read_text())
+    parts = [HEAD.format(**results), "## Geometric means of the ratios", "", means(families), "",
+             "## Rows below the rival", "", below(families, limits), ""]
+    for family, rows in families.items():
+        parts += [f"## {family.capitalize()}", ""]
+        picture = f"performance-{family.replace(' ', '-')}.svg"
+        if draw(rows, arguments.docs / picture):
             parts += [f"![ratios]({picture})", ""]
         parts += [table(rows), ""]
-    (docs / "performance.md").write_text("\n".join(parts))
+    (arguments.docs / "performance.md").write_text("\n".join(parts))
+    if old:
+        bench_results.print_slower(old, results)
 
 
 if __name__ == "__main__":
