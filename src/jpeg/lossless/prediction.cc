@@ -13,7 +13,8 @@
 //   2, 3     do not use a: formulas on vectors
 //   1, 4, 5  use a without a factor, so samples are running sums of known values: a vector takes
 //            log2(lanes) steps
-//   6, 7     halve a, so every sample has to wait for the one before: sample by sample
+//   6, 7     halve a, so every sample has to wait for the one before. With some bits inverted, each
+//            is a rounded mean and a sum, s' = ((s + p + 1) >> 1) + q: two instructions
 #include <algorithm>
 
 #include "frame/checks.h"
@@ -186,58 +187,102 @@ HWY_INLINE V RunningSum(V v, V before) { return hn::Add(SumWithin128(v), before)
 HWY_INLINE V LastLane(V v) { return hn::Broadcast<7>(v); }
 #endif
 
-// For predictor 4 the running sum is that of x - b, the sample minus the one above it.
+// Predictors 1 to 5: from the differences to the next samples of a row. For predictor 4 the running
+// sum is that of x - b, the sample minus the one above it.
 template <int kPredictor>
-HWY_INLINE V Reconstruct(const uint8_t* src, const uint8_t* above, size_t x, V* before) {
-  const V known = Known<kPredictor>(src, above, x);
-  if constexpr (kPredictor == 2 || kPredictor == 3) return known;
-  const V sum = RunningSum(known, *before);
-  *before = LastLane(sum);
-  return kPredictor == 4 ? hn::Add(sum, Load(above, x)) : sum;
-}
+class Sums {
+ public:
+  using Tag = D;
+  HWY_INLINE Sums(uint32_t first, const uint8_t* above)
+      : before_(
+            hn::Set(D(), static_cast<uint16_t>(kPredictor == 4 ? first - Get(above, 0) : first))) {}
+  HWY_INLINE V Next(const uint8_t* src, const uint8_t* above, size_t x) {
+    const V known = Known<kPredictor>(src, above, x);
+    if constexpr (kPredictor == 2 || kPredictor == 3) return known;
+    const V sum = RunningSum(known, before_);
+    before_ = LastLane(sum);
+    return kPredictor == 4 ? hn::Add(sum, Load(above, x)) : sum;
+  }
 
+ private:
+  V before_;
+};
+
+// Predictors 6 and 7, in lane 0 of short vectors, as each sample waits for the one before.
 template <int kPredictor>
+class Means {
+ public:
+  using Tag = hn::Full128<uint16_t>;
+  using Samples = hn::VFromD<Tag>;
+  HWY_INLINE Means(uint32_t first, const uint8_t*)
+      : state_(hn::Xor(hn::Set(Tag(), static_cast<uint16_t>(first)), Inverted())) {}
+  HWY_INLINE Samples Next(const uint8_t* src, const uint8_t* above, size_t x) {
+    const Tag d;
+    const Samples difference = Get8(src, x), up = Get8(above, x);
+    Samples p, q;
+    if constexpr (kPredictor == 6) {
+      p = hn::Xor(Get8(above, x - 1), hn::Set(d, 0x7FFF));  // -1 - corner, its sign inverted
+      q = hn::Add(difference, up);
+    } else {
+      p = hn::Not(up);
+      q = hn::Sub(hn::Zero(d), difference);
+    }
+    const Samples s01 = Pair<0>(p, q), s23 = Pair<2>(p, q);
+    const Samples s45 = Pair<4>(p, q), s67 = Pair<6>(p, q);
+    const hn::RepartitionToWide<Tag> d32;
+    const hn::RepartitionToWide<decltype(d32)> d64;
+    const auto low = hn::InterleaveLower(d32, hn::BitCast(d32, s01), hn::BitCast(d32, s23));
+    const auto high = hn::InterleaveLower(d32, hn::BitCast(d32, s45), hn::BitCast(d32, s67));
+    const auto all = hn::InterleaveLower(d64, hn::BitCast(d64, low), hn::BitCast(d64, high));
+    return hn::Xor(hn::BitCast(d, all), Inverted());
+  }
+
+ private:
+  // The bits in which the state differs from the sample: a mean of signed samples is that of
+  // unsigned ones with their signs inverted, and a mean that is rounded down is that of the inverted
+  // samples.
+  static HWY_INLINE Samples Inverted() { return hn::Set(Tag(), kPredictor == 6 ? 0x8000 : 0xFFFF); }
+  static HWY_INLINE Samples Get8(const uint8_t* row, size_t x) {
+    return hn::BitCast(Tag(), hn::LoadU(hn::Full128<uint8_t>(), row + 2 * x));
+  }
+  template <int kLane>
+  HWY_INLINE Samples Step(Samples p, Samples q) {
+    const Samples mean = hn::AverageRound(state_, hn::ShiftRightLanes<kLane>(Tag(), p));
+    return state_ = hn::Add(mean, hn::ShiftRightLanes<kLane>(Tag(), q));
+  }
+  template <int kLane>
+  HWY_INLINE Samples Pair(Samples p, Samples q) {
+    const Samples first = Step<kLane>(p, q);
+    return hn::InterleaveLower(Tag(), first, Step<kLane + 1>(p, q));
+  }
+
+  Samples state_;
+};
+
+template <class Restorer>
 void InverseRow(const uint8_t* src, const uint8_t* above, uint8_t* dst, size_t width) {
-  uint32_t first = Get(dst, 0);
-  if constexpr (kPredictor == 4) first -= Get(above, 0);
-  V before = hn::Set(D(), static_cast<uint16_t>(first));
+  const typename Restorer::Tag d;
+  constexpr size_t kStep = hn::MaxLanes(d);
+  const hn::Repartition<uint8_t, decltype(d)> bytes;
+  Restorer restorer(Get(dst, 0), above);
   size_t x = 1;
-  for (; x + kSamples <= width; x += kSamples) {
-    Store(Reconstruct<kPredictor>(src, above, x, &before), dst, x);
+  for (; x + kStep <= width; x += kStep) {
+    hn::StoreU(hn::BitCast(bytes, restorer.Next(src, above, x)), bytes, dst + 2 * x);
   }
   if (x < width) {
     const size_t count = width - x;
     const Few differences(src, x, count), up(above, x, count);
-    HWY_ALIGN uint8_t out[2 * kSamples];
-    Store(Reconstruct<kPredictor>(differences.row(), up.row(), 1, &before), out, 0);
+    HWY_ALIGN uint8_t out[2 * kStep];
+    hn::StoreU(hn::BitCast(bytes, restorer.Next(differences.row(), up.row(), 1)), bytes, out);
     CopyBytes(out, dst + 2 * x, 2 * count);
-  }
-}
-
-void InverseRow6(const uint8_t* src, const uint8_t* above, uint8_t* dst, size_t width) {
-  uint32_t sample = Get(dst, 0);
-  for (size_t x = 1; x < width; ++x) {
-    const int32_t left = static_cast<int16_t>(sample);
-    const int32_t corner = static_cast<int16_t>(Get(above, x - 1));
-    const auto half = static_cast<uint32_t>((left - corner) >> 1);
-    sample = Get(src, x) + Get(above, x) + half;
-    Put(dst, x, sample);
-  }
-}
-
-void InverseRow7(const uint8_t* src, const uint8_t* above, uint8_t* dst, size_t width) {
-  uint32_t sample = Get(dst, 0);
-  for (size_t x = 1; x < width; ++x) {
-    sample = (Get(src, x) + ((sample + Get(above, x)) >> 1)) & 0xFFFF;
-    Put(dst, x, sample);
   }
 }
 
 constexpr Kernels kKernels = {
     .forward = {ForwardRow<1>, ForwardRow<2>, ForwardRow<3>, ForwardRow<4>, ForwardRow<5>,
                 ForwardRow<6>, ForwardRow<7>},
-    .inverse = {InverseRow<1>, InverseRow<2>, InverseRow<3>, InverseRow<4>, InverseRow<5>,
-                InverseRow6, InverseRow7},
+    .inverse = {InverseRow<Sums<1>>, InverseRow<Sums<2>>, InverseRow<Sums<3>>, InverseRow<Sums<4>>,
+                InverseRow<Sums<5>>, InverseRow<Means<6>>, InverseRow<Means<7>>},
 };
 
 }  // namespace
