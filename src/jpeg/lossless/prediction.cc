@@ -62,6 +62,7 @@ using D = hn::ScalableTag<uint16_t>;
 using D8 = hn::ScalableTag<uint8_t>;
 using V = hn::VFromD<D>;
 constexpr size_t kSamples = hn::MaxLanes(D());
+constexpr size_t kUnrolled = 4;  // vectors in a turn of a loop
 
 HWY_INLINE V Load(const uint8_t* row, size_t x) {
   return hn::BitCast(D(), hn::LoadU(D8(), row + 2 * x));
@@ -101,16 +102,26 @@ HWY_INLINE V Predict(V left, V above, V corner) {
 }
 
 template <int kPredictor>
-HWY_INLINE V Differences(const uint8_t* src, const uint8_t* above, size_t x) {
-  constexpr bool kHasLeft = kPredictor == 1 || kPredictor >= 4;
-  constexpr bool kHasAbove = kPredictor == 2 || kPredictor >= 4;
-  constexpr bool kHasCorner = kPredictor >= 3 && kPredictor <= 6;
-  const V zero = hn::Zero(D());
-  const V left = kHasLeft ? Load(src, x - 1) : zero;
-  const V up = kHasAbove ? Load(above, x) : zero;
-  const V corner = kHasCorner ? Load(above, x - 1) : zero;
-  return hn::Sub(Load(src, x), Predict<kPredictor>(left, up, corner));
-}
+struct Difference {
+  static HWY_INLINE V At(const uint8_t* src, const uint8_t* above, size_t x) {
+    constexpr bool kHasLeft = kPredictor == 1 || kPredictor >= 4;
+    constexpr bool kHasAbove = kPredictor == 2 || kPredictor >= 4;
+    constexpr bool kHasCorner = kPredictor >= 3 && kPredictor <= 6;
+    const V zero = hn::Zero(D());
+    const V left = kHasLeft ? Load(src, x - 1) : zero;
+    const V up = kHasAbove ? Load(above, x) : zero;
+    const V corner = kHasCorner ? Load(above, x - 1) : zero;
+    return hn::Sub(Load(src, x), Predict<kPredictor>(left, up, corner));
+  }
+};
+
+// Samples of predictors 2 and 3, from the differences.
+template <int kPredictor>
+struct Sample {
+  static HWY_INLINE V At(const uint8_t* src, const uint8_t* above, size_t x) {
+    return hn::Add(Load(src, x), Load(above, kPredictor == 2 ? x : x - 1));
+  }
+};
 
 // A copy of the sample before `begin` and of `count` samples from there, fewer than kSamples.
 class Few {
@@ -125,30 +136,22 @@ class Few {
 };
 
 // Goes from the end of the row to its start, because dst may be src.
-template <int kPredictor>
-void ForwardRow(const uint8_t* src, const uint8_t* above, uint8_t* dst, size_t width) {
+template <class Formula>
+void FormulaRow(const uint8_t* src, const uint8_t* above, uint8_t* dst, size_t width) {
   size_t x = width;
-  for (; x >= kSamples + 1; x -= kSamples) {
-    const size_t begin = x - kSamples;
-    Store(Differences<kPredictor>(src, above, begin), dst, begin);
+  for (; x > kUnrolled * kSamples; x -= kUnrolled * kSamples) {
+    for (size_t i = 1; i <= kUnrolled; ++i) {
+      Store(Formula::At(src, above, x - i * kSamples), dst, x - i * kSamples);
+    }
+  }
+  for (; x > kSamples; x -= kSamples) {
+    Store(Formula::At(src, above, x - kSamples), dst, x - kSamples);
   }
   if (x > 1) {
     const Few samples(src, 1, x - 1), up(above, 1, x - 1);
     HWY_ALIGN uint8_t out[2 * kSamples];
-    Store(Differences<kPredictor>(samples.row(), up.row(), 1), out, 0);
+    Store(Formula::At(samples.row(), up.row(), 1), out, 0);
     CopyBytes(out, dst + 2, 2 * (x - 1));
-  }
-}
-
-// The difference plus those terms of the predictor that do not depend on the row itself.
-template <int kPredictor>
-HWY_INLINE V Known(const uint8_t* src, const uint8_t* above, size_t x) {
-  const V difference = Load(src, x);
-  switch (kPredictor) {
-    case 2: return hn::Add(difference, Load(above, x));
-    case 3: return hn::Add(difference, Load(above, x - 1));
-    case 5: return hn::Add(difference, HalfDifference(Load(above, x), Load(above, x - 1)));
-    default: return difference;
   }
 }
 
@@ -187,18 +190,21 @@ HWY_INLINE V RunningSum(V v, V before) { return hn::Add(SumWithin128(v), before)
 HWY_INLINE V LastLane(V v) { return hn::Broadcast<7>(v); }
 #endif
 
-// Predictors 1 to 5: from the differences to the next samples of a row. For predictor 4 the running
-// sum is that of x - b, the sample minus the one above it.
+// Predictors 1, 4, and 5: the next samples of a row from their differences. For predictor 4 the
+// running sum is that of x - b, the sample minus the one above it.
 template <int kPredictor>
 class Sums {
  public:
   using Tag = D;
-  HWY_INLINE Sums(uint32_t first, const uint8_t* above)
-      : before_(
-            hn::Set(D(), static_cast<uint16_t>(kPredictor == 4 ? first - Get(above, 0) : first))) {}
+  HWY_INLINE Sums(uint32_t first, const uint8_t* above) {
+    if (kPredictor == 4) first -= Get(above, 0);
+    before_ = hn::Set(D(), static_cast<uint16_t>(first));
+  }
   HWY_INLINE V Next(const uint8_t* src, const uint8_t* above, size_t x) {
-    const V known = Known<kPredictor>(src, above, x);
-    if constexpr (kPredictor == 2 || kPredictor == 3) return known;
+    V known = Load(src, x);
+    if constexpr (kPredictor == 5) {
+      known = hn::Add(known, HalfDifference(Load(above, x), Load(above, x - 1)));
+    }
     const V sum = RunningSum(known, before_);
     before_ = LastLane(sum);
     return kPredictor == 4 ? hn::Add(sum, Load(above, x)) : sum;
@@ -279,10 +285,12 @@ void InverseRow(const uint8_t* src, const uint8_t* above, uint8_t* dst, size_t w
 }
 
 constexpr Kernels kKernels = {
-    .forward = {ForwardRow<1>, ForwardRow<2>, ForwardRow<3>, ForwardRow<4>, ForwardRow<5>,
-                ForwardRow<6>, ForwardRow<7>},
-    .inverse = {InverseRow<Sums<1>>, InverseRow<Sums<2>>, InverseRow<Sums<3>>, InverseRow<Sums<4>>,
-                InverseRow<Sums<5>>, InverseRow<Means<6>>, InverseRow<Means<7>>},
+    .forward = {FormulaRow<Difference<1>>, FormulaRow<Difference<2>>, FormulaRow<Difference<3>>,
+                FormulaRow<Difference<4>>, FormulaRow<Difference<5>>, FormulaRow<Difference<6>>,
+                FormulaRow<Difference<7>>},
+    .inverse = {InverseRow<Sums<1>>, FormulaRow<Sample<2>>, FormulaRow<Sample<3>>,
+                InverseRow<Sums<4>>, InverseRow<Sums<5>>, InverseRow<Means<6>>,
+                InverseRow<Means<7>>},
 };
 
 }  // namespace
