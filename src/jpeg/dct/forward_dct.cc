@@ -38,14 +38,23 @@ ZEP_BEFORE_NAMESPACE();
 namespace zepjp::HWY_NAMESPACE {
 namespace {
 
-// The input of the column pass: any 16-bit values, or unsigned samples. Sums of samples fit 16
-// bits, and the level shift only changes the sum of all rows, by a constant.
-enum class Input { kValues, kSamples };
+// The input of the column pass: any 16-bit values, small ones (-256 to 255), or unsigned samples.
+// Sums of samples and of small values fit 16 bits, and their dot products fit 32 bits. The level
+// shift only changes the sum of all rows, by a constant.
+enum class Input { kValues, kSmall, kSamples };
+
+HWY_INLINE bool AreSmall(const Rows& x) {
+  const DRow d;
+  const VRow offset = hn::Set(d, 256);
+  VRow all = hn::Zero(d);
+  for (const VRow& row : x.row) all = hn::Or(all, hn::Add(row, offset));
+  return hn::AllTrue(d, hn::Eq(hn::And(all, hn::Set(d, -512)), hn::Zero(d)));
+}
 
 // v << kBits, saturated.
 template <Input kInput, int kBits>
 HWY_INLINE VRow Scale(VRow v) {
-  if constexpr (kInput == Input::kSamples) return hn::ShiftLeft<kBits>(v);
+  if constexpr (kInput != Input::kValues) return hn::ShiftLeft<kBits>(v);
   for (int i = 0; i < kBits; ++i) v = hn::SaturatedAdd(v, v);
   return v;
 }
@@ -110,13 +119,13 @@ HWY_INLINE void OddRows(const Mirrored& m, Rows& out) {
   out.row[5] = hn::SaturatedAdd(TimesTan3(m765), m465);
 }
 
-// (a0 b0 + a1 b1 + 2^19) >> 20, where a b is a dot product of pairs. For samples the sum fits 32
-// bits. For values that saturate the columns it may reach 2^32. But a single dot product fits (two
-// factors add up to less than 2^16), and so does half the sum, floor((x + y) / 2).
+// (a0 b0 + a1 b1 + 2^19) >> 20, where a b is a dot product of pairs. For values that saturate the
+// columns the sum may reach 2^32. But a single dot product fits 32 bits (two factors add up to less
+// than 2^16), and so does half the sum, floor((x + y) / 2).
 template <Input kInput>
 HWY_INLINE V32 RoundedDots(V16 a0, V16 b0, V16 a1, V16 b1) {
   const D32 d;
-  if constexpr (kInput == Input::kSamples) {
+  if constexpr (kInput != Input::kValues) {
     return hn::ShiftRight<20>(DotAcc(DotAcc(hn::Set(d, 1 << 19), a0, b0), a1, b1));
   }
   const V32 x = DotAcc(hn::Zero(d), a0, b0), y = DotAcc(hn::Zero(d), a1, b1);
@@ -147,19 +156,30 @@ HWY_INLINE V16 RowPass(V16 rows, int vector) {
 // Quantizes in 16-bit lanes: (p + 2^14 - 1 + bit 15 of p) >> 15 for p = q c, saturated. The
 // rounding fixed-point product is (c q' + 2^14) >> 15 with q' the signed value of q's bits. It
 // differs only for ties that must be rounded down, where p = 2^14 modulo 2^16; `tie` is -1 there.
-// If q is 2^15 or more, q' = q - 2^16, and 2c is missing. c is added twice: the first sum cannot
-// overflow, because it lies between 0 and c, and the second one saturates.
+// If q is 2^15 or more (a step of 1), q' = q - 2^16, and 2c is missing. c is added twice: the first
+// sum cannot overflow, because it lies between 0 and c, and the second one saturates.
+template <bool kHasStepOne>
 HWY_INLINE V16 Quantize(V16 c, const uint16_t* table) {
   const D16 d;
   const V16 q = hn::BitCast(d, hn::LoadU(hn::RebindToUnsigned<D16>(), table));
   const V16 tie = hn::VecFromMask(d, hn::Eq(hn::Mul(c, q), hn::Set(d, 0x4000)));
   const V16 rounded = hn::Add(hn::MulFixedPoint15(c, q), tie);
+  if constexpr (!kHasStepOne) return rounded;
   const V16 rest = hn::And(c, hn::BroadcastSignBit(q));
   return hn::SaturatedAdd(hn::SaturatedAdd(rounded, rest), rest);
 }
 
-template <Input kInput>
-HWY_INLINE void Transform(const Rows& x, int16_t* dst, const uint16_t* table) {
+HWY_INLINE bool HasStepOne(const uint16_t* table) {
+  const D16 d;
+  V16 all = hn::Zero(d);
+  for (int i = 0; i < 64; i += static_cast<int>(hn::MaxLanes(d))) {
+    all = hn::Or(all, hn::LoadU(d, reinterpret_cast<const int16_t*>(table) + i));
+  }
+  return !hn::AllFalse(d, hn::Lt(all, hn::Zero(d)));
+}
+
+template <Input kInput, bool kHasStepOne>
+HWY_INLINE void TransformAndQuantize(const Rows& x, int16_t* dst, const uint16_t* table) {
   Rows columns;
   const Mirrored mirrored = Mirror(x);
   EvenRows<kInput>(mirrored, columns);
@@ -168,12 +188,26 @@ HWY_INLINE void Transform(const Rows& x, int16_t* dst, const uint16_t* table) {
   for (int i = 0; i < kVectors; ++i) {
     const V16 coefficients = RowPass<kInput>(JoinRows(columns.row + i * kRowsInVector), i);
     const int first = 8 * kRowsInVector * i;
-    hn::StoreU(Quantize(coefficients, table + first), D16(), dst + first);
+    hn::StoreU(Quantize<kHasStepOne>(coefficients, table + first), D16(), dst + first);
+  }
+}
+
+template <Input kInput>
+HWY_INLINE void Transform(const Rows& x, int16_t* dst, const uint16_t* table) {
+  if (HasStepOne(table)) {
+    TransformAndQuantize<kInput, true>(x, dst, table);
+  } else {
+    TransformAndQuantize<kInput, false>(x, dst, table);
   }
 }
 
 void ForwardValues(const int16_t* src, int16_t* dst, const uint16_t* table) {
-  Transform<Input::kValues>(LoadRows(src), dst, table);
+  const Rows x = LoadRows(src);
+  if (AreSmall(x)) {
+    Transform<Input::kSmall>(x, dst, table);
+  } else {
+    TransformAndQuantize<Input::kValues, true>(x, dst, table);
+  }
 }
 
 void ForwardSamples8(const uint8_t* src, int32_t step, int16_t* dst, const uint16_t* table) {

@@ -35,7 +35,8 @@ struct Inputs {
     const auto pattern = harness::kPatterns[random() % std::size(harness::kPatterns)];
     harness::FillPattern(src(), 64, pattern, random);
     harness::FillPattern(steps(), 64, Pattern::kRandom, random);
-    const uint32_t kind = random() % 4;
+    const auto kind = static_cast<int>(random() % 6);
+    const bool has_step_one = random() % 2 == 0;
     for (int i = 0; i < 64; ++i) {
       int16_t value;
       uint16_t step;
@@ -46,6 +47,9 @@ struct Inputs {
       if (kind == 1) step = 1;
       if (kind == 2) value = random() % 8 == 0 ? value : int16_t{0};
       if (kind == 3) step = random() % 2 == 0 ? 32768 : 65535;
+      if (kind >= 4) value = static_cast<int16_t>((value & 511) - 256);  // small for kernels
+      if (kind >= 4 && !has_step_one) step /= 2;
+      if (kind == 5 && i == round % 64) value = has_step_one ? 256 : -257;
       std::memcpy(block.raw() + 2 * i, &value, 2);
       std::memcpy(table.raw() + 2 * i, &step, 2);
     }
