@@ -19,6 +19,7 @@ import bench_results  # noqa: E402
 
 SETS = ["AVX-512", "AVX2", "SSSE3"]
 COMPILERS = ["g++", "clang++"]
+NOISE = 0.97
 
 HEAD = """# Performance
 
@@ -122,8 +123,13 @@ def means(families):
     return "\n".join(lines)
 
 
+def reason(limits, text):
+    """The first entry of bench/limits.json that matches `<work> <set>`."""
+    return next((limit["reason"] for limit in limits if re.search(limit["rows"], text)), "not known")
+
+
 def below(families, limits):
-    """The rows that are slower than the rival on some set, each with the reason for it."""
+    """The rows that are slower than the rival on some set."""
     lines = ["| work | set | ratio | reason |", "|---|---|---:|---|"]
     for rows in families.values():
         for work, row in rows.items():
@@ -133,9 +139,25 @@ def below(families, limits):
                 found = [r for r in (ratio(row, c, fair) for c in COMPILERS) if r]
                 if not found or min(found) >= 1:
                     continue
-                reason = next((limit["reason"] for limit in limits
-                               if re.search(limit["rows"], f"{work} {instructions}")), "not known")
-                lines.append(f"| {work} | {instructions} | {ratios(row, fair)} | {reason} |")
+                why = reason(limits, f"{work} {instructions}")
+                lines.append(f"| {work} | {instructions} | {ratios(row, fair)} | {why} |")
+    return "\n".join(lines)
+
+
+def against_older(families, limits):
+    """The rows that are slower on an instruction set than on the older one, by more than noise."""
+    lines = ["| work | sets | speed | reason |", "|---|---|---:|---|"]
+    for rows in families.values():
+        for work, row in rows.items():
+            for newer, older in zip(SETS, SETS[1:]):
+                found = []
+                for compiler in COMPILERS:
+                    ours = [row.get(compiler, {}).get(s, {}).get("ours") for s in (newer, older)]
+                    found += [ours[0] / ours[1]] if all(ours) else []
+                if found and min(found) < NOISE:
+                    lines.append(f"| {work} | {newer}, {older} | "
+                                 + " / ".join(f"{r:.2f}" for r in found)
+                                 + f" | {reason(limits, f'{work} {newer} older')} |")
     return "\n".join(lines)
 
 
@@ -152,7 +174,9 @@ def main():
     families = results["families"]
     limits = json.loads(pathlib.Path("bench/limits.json").read_text())
     parts = [HEAD.format(**results), "## Geometric means of the ratios", "", means(families), "",
-             "## Rows below the rival", "", below(families, limits), ""]
+             "## Rows below the rival", "", below(families, limits), "",
+             "## Rows slower than on an older instruction set", "",
+             against_older(families, limits), ""]
     for family, rows in families.items():
         parts += [f"## {family.capitalize()}", ""]
         picture = f"performance-{family.replace(' ', '-')}.svg"
