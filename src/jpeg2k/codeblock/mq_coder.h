@@ -16,11 +16,12 @@
 //
 // The symbols are close to random, so a branch on the symbol would be mispredicted so often that it
 // took longer than all the arithmetic. Both coders compute both outcomes and select with masks.
-// They branch only where one outcome is much more likely: on an MPS that needs no renormalisation,
-// and on runs of zeros.
+// They branch only where one outcome is much more likely: on runs of zeros, and in the decoder on an
+// MPS that needs no renormalisation.
 //
-//   encoder   C in 64 bits, so that a shift by several bits needs no loop; CT, the number of shifts
-//             before the next byte, starts at 12
+//   encoder   C and A in 64 bits, their lowest bits at bit 16, so that a shift by several bits needs
+//             no loop; CT, the number of shifts before the next byte, starts at 12. The sign of
+//             A - 2 Qe says which part the symbol takes; an MPS inverts it
 //   decoder   C and A in 64 bits, their lowest bits at bit 47; up to 32 bits of the segment are
 //             stored below C and wait to be shifted in
 #ifndef ZEPJP_SRC_JPEG2K_CODEBLOCK_MQ_CODER_H_
@@ -39,7 +40,7 @@ namespace zepjp::codeblock {
 // The registers: `code`, `interval` and `room` are C, A and CT of the standard.
 struct MqPosition {
   uint64_t code = 0;
-  uint32_t interval = 0x8000;
+  uint64_t interval = uint64_t{0x8000} << kEncoderPoint;
   int32_t room = 12;
   size_t size = 0;    // bytes of the block so far
   uint32_t last = 0;  // the last of them, which may still get a carry
@@ -79,8 +80,8 @@ class MqEncoder {
   // Ends a segment by the procedure of C.2.9; returns the size of the block so far.
   size_t Flush() {
     const uint64_t limit = at_.code + at_.interval;
-    at_.code |= 0xFFFF;
-    if (at_.code >= limit) at_.code -= 0x8000;
+    at_.code |= 2 * kHalf - 1;
+    if (at_.code >= limit) at_.code -= kHalf;
     for (int i = 0; i < 2; ++i) {
       at_.code <<= at_.room;
       at_.room = 0;
@@ -108,8 +109,9 @@ class MqEncoder {
   static size_t LengthUpTo(const MqPosition& position, const uint8_t* bytes, size_t start,
                            size_t total) {
     constexpr int kPoint = 56;  // the lowest bit of the last byte at the position
-    const uint64_t lower = position.code << position.room << (kPoint - 27);
-    const uint64_t upper = lower + (uint64_t{position.interval} << position.room << (kPoint - 27));
+    const int shift = position.room + kPoint - 27 - kEncoderPoint;
+    const uint64_t lower = position.code << shift;
+    const uint64_t upper = lower + (position.interval << shift);
     size_t length = position.size;
     const uint32_t carry = length == start ? 0 : bytes[length - 1] - position.last;
     uint64_t value = uint64_t{carry} << kPoint;
@@ -126,6 +128,8 @@ class MqEncoder {
   }
 
  private:
+  static constexpr uint64_t kHalf = uint64_t{0x8000} << kEncoderPoint;
+
   size_t DropFinalFf() {
     if (bytes_[at_.size - 1] == 0xFF) --at_.size;
     return at_.size;
@@ -139,35 +143,26 @@ class MqEncoder {
   // Codes up to `most` zeros of the run-length context as long as they need no renormalisation;
   // returns their number.
   HWY_INLINE static uint32_t SkipZeroRuns(uint32_t most, uint32_t run_state, MqPosition* at) {
-    const auto qe = static_cast<uint32_t>(kEncoderStates[run_state] >> kEncoderPoint);
+    const uint64_t qe = kEncoderStates[run_state].qe;
     uint32_t count = 0;
     if ((run_state & 1) != 0) return 0;
-    for (; count < most && at->interval - qe >= 0x8000; ++count) at->interval -= qe;
+    for (; count < most && at->interval - qe >= kHalf; ++count) at->interval -= qe;
     at->code += count * qe;
     return count;
   }
 
   HWY_INLINE void EncodeOne(Symbol symbol, ContextStates* contexts, MqPosition* at) const {
     uint8_t* context = &(*contexts)[symbol >> 1];
-    const uint64_t state = kEncoderStates[*context];
-    const auto qe = static_cast<uint32_t>(state >> kEncoderPoint);
-    const uint32_t is_lps = (static_cast<uint32_t>(state) ^ symbol) & 1;
-    const uint32_t interval = at->interval - qe;
-    constexpr uint32_t kRare = 0x2000;
-    if ((interval & 0x8000 & (is_lps - 1) & (qe - kRare) >> 8) != 0) {
-      at->interval = interval;
-      at->code += qe;
-      return;
-    }
-    // An MPS takes the lower part if the parts are exchanged, an LPS if they are not.
-    const uint32_t lower = 0u - ((interval - qe) >> 31 ^ is_lps);  // all ones: the lower part
-    at->code += qe & ~lower;
-    const uint32_t left = interval ^ ((interval ^ qe) & lower);
-    const int shift = __builtin_clz(left) - 16;
-    const uint32_t is_scaled = (left >> 15) ^ 1;
-    *context = static_cast<uint8_t>(state >> (8 + 8 * (is_scaled + is_lps)));
-    at->interval = left << shift;
-    at->code <<= shift;
+    const uint32_t bit = symbol & 1;
+    const EncoderState& state = kEncoderStates[*context];
+    const uint64_t above = at->interval + state.test[bit];
+    const auto upper = static_cast<uint64_t>(static_cast<int64_t>(above) >> 63);
+    const auto interval = static_cast<uint32_t>(state.qe + (above & upper));
+    const int shift = __builtin_clz(interval);
+    const uint32_t is_kept = 0u - (interval >> 31);  // all ones: no renormalisation
+    *context = static_cast<uint8_t>(state.next[bit] ^ (state.change[bit] & is_kept));
+    at->interval = interval << shift;
+    at->code = (at->code + (state.qe & upper)) << shift;
     at->room -= shift;
     while (HWY_UNLIKELY(at->room <= 0)) PutByte(at);
   }
@@ -176,7 +171,7 @@ class MqEncoder {
   // last byte, unless that is FF: then the next byte takes only seven bits and has room for it.
   HWY_INLINE void PutByte(MqPosition* at) const {
     uint8_t* last = bytes_ + at->size - 1;
-    int low = 19 - at->room;  // bits that stay
+    int low = 19 + kEncoderPoint - at->room;  // bits that stay
     uint32_t value = *last;
     if (value != 0xFF) {
       value += static_cast<uint32_t>(at->code >> (low + 8));

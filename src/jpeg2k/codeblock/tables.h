@@ -102,9 +102,32 @@ constexpr PackedStates MakePackedStates(int point) {
   }
   return packed;
 }
-constexpr int kEncoderPoint = 32, kDecoderPoint = 47;
-inline constexpr PackedStates kEncoderStates = MakePackedStates(kEncoderPoint);
+constexpr int kDecoderPoint = 47;
 inline constexpr PackedStates kDecoderStates = MakePackedStates(kDecoderPoint);
+
+// A state as the encoder needs it; the second index is the bit to code. The lowest bit of estimates
+// and intervals is bit `kEncoderPoint`, so that leading zeros in 32 bits are shifts due.
+constexpr int kEncoderPoint = 16;
+struct EncoderState {
+  uint64_t test[2];  // A + test is A - 2 Qe; above that, a sign: the bit takes the upper part
+  uint64_t qe;
+  uint8_t next[2];    // after renormalisation
+  uint8_t change[2];  // by exclusive or
+};
+constexpr std::array<EncoderState, kStateCount> MakeEncoderStates() {
+  std::array<EncoderState, kStateCount> states{};
+  for (size_t i = 0; i < kStateCount; ++i) {
+    states[i].qe = uint64_t{kEstimates[i].qe} << kEncoderPoint;
+    for (size_t bit = 0; bit < 2; ++bit) {
+      const uint64_t is_lps = (i ^ bit) & 1;
+      states[i].test[bit] = ((1 - is_lps) << 63) - 2 * states[i].qe;
+      states[i].next[bit] = kEstimates[i].next[is_lps];
+      states[i].change[bit] = static_cast<uint8_t>(i ^ states[i].next[bit]);
+    }
+  }
+  return states;
+}
+inline constexpr std::array<EncoderState, kStateCount> kEncoderStates = MakeEncoderStates();
 
 // A symbol to code: twice its context plus the bit, or kZeroRuns plus a number of zeros in the
 // run-length context.
