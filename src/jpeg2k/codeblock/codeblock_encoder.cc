@@ -7,8 +7,8 @@
 //
 //   1. Vector code transposes the samples into bit planes: for each plane, words with the bits of
 //      64 samples in scan order (stripes.h).
-//   2. A pass visits only the samples that it codes, by searching for one bits in such words. It
-//      writes symbols, a context and a bit in one byte, to a buffer.
+//   2. A pass computes the contexts of 64 samples at once (contexts.h). It writes symbols, a context
+//      and a bit in one byte, to a buffer (symbols-inl.h).
 //   3. The MQ coder codes the buffer, thousands of symbols at a time. Modelling and coding are
 //      separate loops, so that the coder's state stays in processor registers.
 //
@@ -21,12 +21,14 @@
 
 #include "frame/checks.h"
 #include "frame/memory.h"
+#include "jpeg2k/codeblock/contexts.h"
 #include "jpeg2k/codeblock/mq_coder.h"
 #include "jpeg2k/codeblock/stripes.h"
 #include "simd/dispatch.h"
 
 #define HWY_TARGET_INCLUDE "jpeg2k/codeblock/codeblock_encoder.cc"
 #include "hwy/foreach_target.h"
+#include "jpeg2k/codeblock/symbols-inl.h"
 #include "simd/ops-inl.h"
 
 #ifndef ZEPJP_CODEBLOCK_ENCODER
@@ -43,8 +45,9 @@ struct Pass {
 
 // The buffer of symbols is coded when it holds kSymbols or more. A word of samples adds at most 10
 // symbols for each of its 16 columns (a run, its two position bits and a sign; two symbols for each
-// of the three samples below), and a pass ends with at most 4 symbols of segmentation.
-constexpr size_t kSymbols = 4096, kMaxOfWord = 16 * 10 + 4;
+// of the three samples below), and a pass ends with at most 4 symbols of segmentation. Symbols are
+// stored eight at once.
+constexpr size_t kSymbols = 4096, kMaxOfWord = 16 * 10 + 8;
 
 struct Coder {
   int32_t pass_count;
@@ -55,8 +58,8 @@ struct Coder {
   Pass passes[kMaxPasses];
   Symbol symbols[kSymbols + kMaxOfWord];
   uint8_t* code;     // the byte before it is not FF
-  uint64_t* planes;  // the words of each plane and of the signs
-  void* stripes;
+  uint64_t* planes;  // the words of each plane
+  uint64_t* flags;
 };
 
 // A block to code.
@@ -73,8 +76,6 @@ struct Kernels {
   void (*encode)(const Job& job, Coder* coder);
 };
 
-constexpr size_t kSignPlane = kMaxPlanes;
-
 // An upper bound of the bytes of a coded block with a segment for each pass: 1090 for each column
 // of a stripe. Above INT32_MAX the allocation is refused.
 inline int64_t CodeBytes(zepiSize most) {
@@ -82,11 +83,25 @@ inline int64_t CodeBytes(zepiSize most) {
   return stripe > INT32_MAX ? stripe : stripe * ((int64_t{most.height} + 3) / 4);
 }
 inline size_t WordCount(zepiSize size) { return Stripes(size.width, size.height, 0).WordCount(); }
-inline size_t WindowStep(zepiSize size) { return static_cast<size_t>(size.width) + 2; }
-inline size_t StripesBytes(zepiSize size) {
-  const Stripes stripes(size.width, size.height, WindowStep(size));
-  return stripes.WordCount() * 24 + stripes.stripe_count * stripes.window_step * 4;
-}
+
+// The flags of the samples: words in scan order.
+struct Flags {
+  BorderedWords significant, negative;
+  uint64_t* visited;  // coded by the significance pass of this plane
+  uint64_t* refined;
+
+  static size_t Count(const Stripes& stripes) {
+    return 2 * BorderedWords::Count(stripes.stripe_count, stripes.words) + 2 * stripes.WordCount();
+  }
+  Flags(const Stripes& stripes, uint64_t* memory) {
+    const size_t bordered = BorderedWords::Count(stripes.stripe_count, stripes.words);
+    significant = {memory, stripes.words + 2};
+    negative = {memory + bordered, stripes.words + 2};
+    visited = memory + 2 * bordered;
+    refined = visited + stripes.WordCount();
+  }
+};
+inline size_t FlagCount(zepiSize size) { return Flags::Count(Stripes(size.width, size.height, 0)); }
 
 }  // namespace
 }  // namespace zepjp::codeblock
@@ -160,11 +175,12 @@ class BlockEncoder {
   BlockEncoder(const Job& job, Coder* coder)
       : coder_(*coder),
         style_(job.style),
-        zero_contexts_(ZeroContextsOf(job.subband)),
+        subband_(job.subband),
         lowest_(kMaxPlanes - job.planes),
-        stripes_(job.size.width, job.size.height, WindowStep(job.size)) {
-    std::memset(coder_.stripes, 0, StripesBytes(job.size));
-    stripes_.Place(coder_.stripes);
+        stripes_(job.size.width, job.size.height, 0),
+        flags_(stripes_, coder->flags),
+        seen_((job.style & kCausal) != 0 ? 0 : ~uint64_t{0}) {
+    std::memset(coder_.flags, 0, FlagCount(job.size) * sizeof(uint64_t));
     ReadPlanes(job);
   }
 
@@ -208,7 +224,7 @@ class BlockEncoder {
         for (int plane = below; plane < coder_.sf_bits; ++plane) {
           word[static_cast<size_t>(plane) * stripes_.WordCount()] = samples.Plane(plane);
         }
-        word[kSignPlane * stripes_.WordCount()] = samples.Plane(31);
+        *flags_.negative.At(stripe, g) = samples.Plane(31);
       }
     }
   }
@@ -249,100 +265,114 @@ class BlockEncoder {
     next_ = coder_.symbols;
   }
 
-  // Sample `i` of a word becomes significant: writes its sign. Raw signs are never inverted.
-  HWY_INLINE void PutSign(const Stripes::Columns& columns, uint64_t signs, uint32_t i) {
-    const auto sign = static_cast<uint32_t>(signs >> i & 1);
-    const Symbol context = is_raw_ ? Symbol{0} : Stripes::SignContext(columns.Of(i), i % 4);
-    *next_++ = static_cast<Symbol>(context ^ sign);
-    columns.SetSignificant(i, sign);
+  HWY_INLINE Neighbours NeighboursIn(const uint64_t* word, uint64_t now) const {
+    return NeighboursOf(word, flags_.significant.step, now, seen_);
+  }
+
+  // The symbols of a word in the passes in which samples become significant. Raw signs are never
+  // inverted.
+  HWY_INLINE ColumnSymbols SymbolsOf(const Neighbours& near, size_t stripe, size_t g, uint64_t bits,
+                                     uint64_t coded, uint64_t with_sign) const {
+    const uint64_t* negative = flags_.negative.At(stripe, g);
+    const SymbolBits<5> signs =
+        is_raw_ ? SymbolBits<5>{{*negative}} : SignSymbols(near, negative, flags_.negative.step);
+    return ColumnSymbols(SignificanceSymbols(near, subband_, bits), signs, 0, coded, with_sign);
+  }
+
+  // Columns, marked at their lowest bit, with a one.
+  static uint64_t ColumnsWith(uint64_t samples) {
+    samples |= samples >> 1;
+    return (samples | samples >> 2) & kRow0;
+  }
+
+  HWY_INLINE void PutColumns(const ColumnSymbols& symbols, uint64_t coded) {
+    Symbol* next = next_;
+    for (uint64_t left = ColumnsWith(coded); left != 0; left &= left - 1) {
+      symbols.Put(static_cast<size_t>(__builtin_ctzll(left)) / 4, &next);
+    }
+    next_ = next;
+  }
+
+  // A sample that becomes significant makes candidates of its neighbours that come later in the
+  // scan. All bits are known, so whole words of them are added, until none is new.
+  HWY_INLINE static uint64_t Propagate(uint64_t candidates, uint64_t bits, uint64_t open) {
+    for (;;) {
+      const uint64_t ones = candidates & bits;
+      const uint64_t below = ones << 1 & ~kRow0;
+      const uint64_t beside = ones | below | (ones >> 1 & ~kRow3);
+      const uint64_t all = candidates | ((below | beside << 4) & open);
+      if (all == candidates) return all;
+      candidates = all;
+    }
   }
 
   HWY_INLINE void PropagateSignificance(size_t stripe, size_t g) {
     const size_t at = stripe * stripes_.words + g;
-    const uint64_t before = stripes_.significant[at];
+    uint64_t* word = flags_.significant.At(stripe, g);
+    const uint64_t before = *word, bits = bits_[at];
     const uint64_t open = ~before & stripes_.Inside(stripe, g);
-    uint64_t candidates = stripes_.Neighbours(stripe, g, (style_ & kCausal) != 0) & open;
-    const Stripes::Columns columns =
-        stripes_.ColumnsOf(stripe, g, (style_ & kCausal) != 0, unused_);
-    const uint64_t bits = bits_[at], signs = PlaneWords(kSignPlane)[at];
-    uint64_t visited = 0;
-    while (candidates != 0) {
-      const auto i = static_cast<uint32_t>(__builtin_ctzll(candidates));
-      candidates &= candidates - 1;
-      visited |= uint64_t{1} << i;
-      const uint32_t* window = columns.Of(i);
-      const uint64_t bit = bits >> i & 1;
-      Put(zero_contexts_[*window >> (3 * (i % 4)) & 0x1FF], bit);
-      if (bit != 0) {
-        PutSign(columns, signs, i);
-        candidates |= kAhead[i % 4] << i & open;
-      }
-    }
-    stripes_.visited[at] = visited;
-    stripes_.significant[at] = before | (visited & bits);
-    AddSignificant(visited & bits, at);
+    const uint64_t candidates = NeighboursIn(word, before).Any() & open;
+    flags_.visited[at] = 0;
+    if (candidates == 0) return;
+    const uint64_t visited = Propagate(candidates, bits, open);
+    const uint64_t fresh = visited & bits;
+    const Neighbours near = NeighboursIn(word, before | fresh);
+    PutColumns(SymbolsOf(near, stripe, g, bits, visited, fresh), visited);
+    flags_.visited[at] = visited;
+    *word = before | fresh;
+    AddSignificant(fresh, at);
   }
 
   HWY_INLINE void Refine(size_t stripe, size_t g) {
     const size_t at = stripe * stripes_.words + g;
-    uint64_t left = stripes_.significant[at] & ~stripes_.visited[at];
+    const uint64_t* word = flags_.significant.At(stripe, g);
+    const uint64_t left = *word & ~flags_.visited[at];
     if (left == 0) return;
-    const uint64_t neighbours = stripes_.Neighbours(stripe, g, (style_ & kCausal) != 0);
-    const uint64_t refined = stripes_.refined[at], bits = bits_[at];
+    const uint64_t refined = flags_.refined[at];
+    const auto symbols = RefinementSymbols(bits_[at], NeighboursIn(word, *word).Any(), refined);
+    PutColumns(ColumnSymbols(symbols, {}, kRefinementBase, left, 0), left);
+    flags_.refined[at] = refined | left;
     AddRefined(left, at);
-    stripes_.refined[at] = refined | left;
-    for (; left != 0; left &= left - 1) {
-      const int i = __builtin_ctzll(left);
-      const uint64_t again = refined >> i & 1;
-      const auto context =
-          static_cast<uint32_t>(kFirstRefinement + (neighbours >> i & ~again & 1) + 2 * again);
-      Put(context, bits >> i & 1);
-    }
   }
 
   HWY_INLINE void CleanUp(size_t stripe, size_t g) {
     const size_t at = stripe * stripes_.words + g;
-    const uint64_t before = stripes_.significant[at];
-    const uint64_t open = ~(before | stripes_.visited[at]) & stripes_.Inside(stripe, g);
-    stripes_.visited[at] = 0;
+    uint64_t* word = flags_.significant.At(stripe, g);
+    const uint64_t before = *word, bits = bits_[at];
+    const uint64_t open = ~(before | flags_.visited[at]) & stripes_.Inside(stripe, g);
+    flags_.visited[at] = 0;
     if (open == 0) return;
-    const uint64_t neighbours = stripes_.Neighbours(stripe, g, (style_ & kCausal) != 0);
-    const Stripes::Columns columns =
-        stripes_.ColumnsOf(stripe, g, (style_ & kCausal) != 0, unused_);
-    const uint64_t bits = bits_[at], signs = PlaneWords(kSignPlane)[at];
-    uint64_t runs = RunColumns(open, neighbours);
-    const uint64_t ones =
-        kRow0 & (bits | bits >> 1 | bits >> 2 | bits >> 3);  // columns with a 1 bit
-    uint64_t left = open;
-    while (left != 0) {
-      auto i = static_cast<uint32_t>(__builtin_ctzll(left));
-      uint64_t bit = bits >> i & 1;
+    const uint64_t fresh = open & bits;
+    const Neighbours near = NeighboursIn(word, before | fresh);
+    const uint64_t runs = RunColumns(open, near.AnyBeside());
+    // A column that starts with a run codes the samples after its first one as usual.
+    const uint64_t in_runs = runs * 15;
+    const uint64_t down = fresh | (fresh << 1 & ~kRow0);
+    const uint64_t after = (down << 1 & ~kRow0) | (down << 3 & kRow3);
+    const uint64_t coded = open & (~in_runs | after);
+    const ColumnSymbols symbols = SymbolsOf(near, stripe, g, bits, coded, fresh);
+    const uint64_t empty = runs & ~ColumnsWith(fresh);
+    Symbol* next = next_;
+    for (uint64_t left = runs | ColumnsWith(coded); left != 0; left &= left - 1) {
+      const auto i = static_cast<uint32_t>(__builtin_ctzll(left));
       if ((runs >> i & 1) != 0) {
-        const uint32_t zeros = RunLength(runs & ~ones, i);
+        const uint32_t zeros = RunLength(empty, i);
         if (zeros > 0) {
-          *next_++ = static_cast<Symbol>(kZeroRuns + zeros);
-          left &= ~(~uint64_t{0} >> (64 - 4 * zeros) << i);
+          *next++ = static_cast<Symbol>(kZeroRuns + zeros);
+          left &= ~(~uint64_t{0} >> (64 - 4 * zeros) << i) | uint64_t{1} << i;
           continue;
         }
-        const uint64_t column = bits >> i & 15;
-        Put(kRun, 1);
-        const auto first = static_cast<uint32_t>(__builtin_ctzll(column));
-        Put(kUniform, first >> 1);
-        Put(kUniform, first & 1);
-        left &= ~(((uint64_t{1} << first) - 1) << i);
-        i += first;
-        bit = 1;
-      } else {
-        Put(zero_contexts_[*columns.Of(i) >> (3 * (i % 4)) & 0x1FF], bit);
+        const auto first = static_cast<uint32_t>(__builtin_ctzll(fresh >> i));
+        next[0] = 2 * kRun + 1;
+        next[1] = static_cast<Symbol>(2 * kUniform + first / 2);
+        next[2] = static_cast<Symbol>(2 * kUniform + first % 2);
+        next += 3;
       }
-      left &= left - 1;
-      if (bit != 0) {
-        PutSign(columns, signs, i);
-        runs &= ~(uint64_t{16} << (i & ~3u));  // the next column now has a significant neighbour
-      }
+      symbols.Put(i / 4, &next);
     }
-    stripes_.significant[at] = before | (open & bits);
-    AddSignificant(open & bits, at);
+    next_ = next;
+    *word = before | fresh;
+    AddSignificant(fresh, at);
   }
 
   static int64_t Count(uint64_t word) { return __builtin_popcountll(word); }
@@ -445,14 +475,15 @@ class BlockEncoder {
 
   Coder& coder_;
   const int style_;
-  const ZeroContexts& zero_contexts_;
+  const int subband_;
   const int lowest_;
-  Stripes stripes_;
+  const Stripes stripes_;
+  const Flags flags_;
+  const uint64_t seen_;  // zero if the stripe below is not seen
   bool has_fraction_ = false;
   ContextStates contexts_ = InitialContexts();
   MqEncoder mq_;
   RawEncoder raw_;
-  uint32_t unused_[18] = {};
   // The current pass.
   bool is_raw_ = false;
   int plane_ = 0;
@@ -501,7 +532,7 @@ void Free(zepiEncodeStateJPEG2K* state) {
   if (state->coder != nullptr) {
     if (state->coder->code != nullptr) Release(state->coder->code - 1);
     Release(state->coder->planes);
-    Release(state->coder->stripes);
+    Release(state->coder->flags);
   }
   Release(state->coder);
   Release(state);
@@ -518,9 +549,9 @@ bool AllocateCoder(zepiSize most, zepiEncodeStateJPEG2K* state) {
   coder->code = code == nullptr ? nullptr : code + 1;
   if (code != nullptr) *code = 0;
   const auto words = static_cast<int64_t>(WordCount(most));
-  coder->planes = static_cast<uint64_t*>(AllocateBytes(words * 8 * (kMaxPlanes + 1)));
-  coder->stripes = AllocateBytes(static_cast<int64_t>(StripesBytes(most)));
-  return code != nullptr && coder->planes != nullptr && coder->stripes != nullptr;
+  coder->planes = static_cast<uint64_t*>(AllocateBytes(words * 8 * kMaxPlanes));
+  coder->flags = static_cast<uint64_t*>(AllocateBytes(static_cast<int64_t>(FlagCount(most)) * 8));
+  return code != nullptr && coder->planes != nullptr && coder->flags != nullptr;
 }
 
 // The checks of GetRate, GetDist and GetTermPassLen.
