@@ -106,13 +106,12 @@ class Ours {
     size_t total = 0;
     for (int i = 0; i < kBlocks * kBlocks; ++i) {
       Coded& block = coded_[static_cast<size_t>(i)];
-      int32_t segments = 0, length = 1 << 16, unfinished = 0;
+      int32_t segments = 0, length = kCodeSize, unfinished = 0;
       zepiEncodeLoadCodeBlock_JPEG2K_32s_C1R(At(&samples_, i), 4 * kSide, {kBlock, kBlock}, state_,
                                              0, kPlanes, 0, 0, 0, &block.planes, &block.passes,
                                              &segments);
-      block.bytes.resize(1 << 16);
-      zepiEncodeStoreBits_JPEG2K_1u(block.bytes.data(), &length, state_, &unfinished);
-      block.bytes.resize(static_cast<size_t>(length));
+      zepiEncodeStoreBits_JPEG2K_1u(code_.data(), &length, state_, &unfinished);
+      block.bytes.assign(code_.data(), code_.data() + length);
       total += block.bytes.size();
       block.bytes.reserve(1);  // so that data() is not null
     }
@@ -162,8 +161,11 @@ class Ours {
     return samples->data() + block / kBlocks * kBlock * kSide + block % kBlocks * kBlock;
   }
 
+  static constexpr int32_t kCodeSize = 1 << 16;
+
   Samples samples_;
   Samples decoded_;
+  std::vector<uint8_t> code_ = std::vector<uint8_t>(kCodeSize);
   zepiEncodeStateJPEG2K* state_ = nullptr;
   Coded coded_[kBlocks * kBlocks];
 };

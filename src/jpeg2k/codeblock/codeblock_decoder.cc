@@ -21,9 +21,10 @@
 #include "jpeg2k/codeblock/stripes.h"
 #include "simd/dispatch.h"
 
+#define HWY_DISABLED_TARGETS ZEP_ALL_BUT_SCALAR_TARGETS
 #define HWY_TARGET_INCLUDE "jpeg2k/codeblock/codeblock_decoder.cc"
 #include "hwy/foreach_target.h"
-#include "simd/ops-inl.h"
+#include "simd/scalar-inl.h"
 
 #ifndef ZEPJP_CODEBLOCK_DECODER
 #  define ZEPJP_CODEBLOCK_DECODER
@@ -77,7 +78,7 @@ struct Kernels {
 }  // namespace zepjp::codeblock
 #endif  // ZEPJP_CODEBLOCK_DECODER
 
-ZEP_BEFORE_NAMESPACE();
+ZEP_BEFORE_SCALAR_NAMESPACE("bmi,bmi2,lzcnt");
 namespace zepjp::codeblock::HWY_NAMESPACE {
 namespace {
 
@@ -278,7 +279,7 @@ constexpr Kernels kKernels = {.decode = Decode};
 
 }  // namespace
 }  // namespace zepjp::codeblock::HWY_NAMESPACE
-HWY_AFTER_NAMESPACE();
+ZEP_AFTER_SCALAR_NAMESPACE();
 
 #if HWY_ONCE
 namespace zepjp::codeblock {

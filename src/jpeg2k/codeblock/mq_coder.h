@@ -22,7 +22,7 @@
 //   encoder   C and A in 64 bits, their lowest bits at bit 16, so that a shift by several bits needs
 //             no loop; CT, the number of shifts before the next byte, starts at 12. The sign of
 //             A - 2 Qe says which part the symbol takes; an MPS inverts it
-//   decoder   C and A in 64 bits, their lowest bits at bit 47; up to 32 bits of the segment are
+//   decoder   C and A in 64 bits, their lowest bits at bit 48; up to 32 bits of the segment are
 //             stored below C and wait to be shifted in
 #ifndef ZEPJP_SRC_JPEG2K_CODEBLOCK_MQ_CODER_H_
 #define ZEPJP_SRC_JPEG2K_CODEBLOCK_MQ_CODER_H_
@@ -244,7 +244,7 @@ class RawEncoder {
 // Decodes a segment; after its end, or a marker in it, the decoder reads 1 bits.
 //
 // The decoder's C is the code relative to the lower end of the interval, so that C < Qe selects the
-// lower part. `excess_` is A - 0x8000: it becomes negative exactly when renormalisation is due.
+// lower part.
 class MqDecoder {
  public:
   HWY_INLINE MqDecoder(const uint8_t* bytes, size_t size, const ContextStates& states)
@@ -270,10 +270,10 @@ class MqDecoder {
   HWY_INLINE uint32_t Decode(uint32_t context) {
     const uint64_t state = contexts_[context];
     const uint64_t qe = state & kEstimateBits;
-    const uint64_t excess = excess_ - qe, code = code_ - qe;
-    if (HWY_UNLIKELY(static_cast<int64_t>(excess | code) < 0)) return DecodeUnpredictable(context);
-    excess_ = excess;
-    code_ = code;
+    const uint64_t interval = interval_ - qe;
+    if (HWY_UNLIKELY(interval < kHalf || code_ < qe)) return DecodeUnpredictable(context);
+    interval_ = interval;
+    code_ -= qe;
     return state & 1;
   }
 
@@ -284,9 +284,9 @@ class MqDecoder {
     const uint64_t qe = state & kEstimateBits;
     uint32_t count = 0;
     if ((state & 1) != 0) return 0;
-    uint64_t distance = std::min(excess_, code_);
+    uint64_t distance = std::min(interval_ - kHalf, code_);
     for (; count < most && distance >= qe; ++count) distance -= qe;
-    excess_ -= count * qe;
+    interval_ -= count * qe;
     code_ -= count * qe;
     return count;
   }
@@ -295,26 +295,16 @@ class MqDecoder {
   HWY_INLINE uint32_t DecodeUnpredictable(uint32_t context) {
     const uint64_t state = contexts_[context];
     const uint64_t qe = state & kEstimateBits;
-    const uint64_t interval = excess_ + kHalf - qe;
-    uint64_t code = code_ - qe;
-    const auto lower =
-        static_cast<uint64_t>(static_cast<int64_t>(code) >> 63);  // all ones: lower part
-    code += qe & lower;
-    uint64_t left = interval ^ ((interval ^ qe) & lower);
-    const uint64_t is_lps = (lower ^ (interval - qe)) >> 63;
-    const uint64_t is_scaled = left >> 62 ^ 1;
-    contexts_[context] = kDecoderStates[state >> (8 + 8 * (is_lps + is_scaled)) & 0xFF];
-    int shift = __builtin_clzll(left) - 1;
-    excess_ = (left << shift) - kHalf;
-    code_ = code;
-    while (HWY_UNLIKELY(shift > ahead_)) {
-      code_ <<= ahead_;
-      shift -= ahead_;
-      Fill();
-    }
-    ahead_ -= shift;
-    // In a damaged segment C may exceed A; it then wraps like the register of the standard.
-    code_ = code_ << shift & ((kHalf << 1) - 1);
+    const uint64_t rest = interval_ - qe;
+    const uint64_t lower = uint64_t{0} - (code_ < qe);  // all ones: the lower part
+    const uint64_t is_lps = lower ^ (uint64_t{0} - (rest < qe));
+    code_ -= qe & ~lower;
+    interval_ = qe + ((rest - qe) & ~lower);
+    const int shift = __builtin_clzll(interval_);
+    const uint64_t is_scaled = (interval_ >> 63) ^ 1;
+    contexts_[context] = kDecoderStates[state >> (8 + 8 * (is_scaled - is_lps)) & 0xFF];
+    interval_ <<= shift;
+    ShiftIn(shift);
     return static_cast<uint32_t>((state ^ is_lps) & 1);
   }
 
@@ -343,6 +333,18 @@ class MqDecoder {
   static constexpr int kPoint = kDecoderPoint;  // the position of the lowest bit of C and A
   static constexpr uint64_t kHalf = uint64_t{0x8000} << kPoint;
   static constexpr uint64_t kEstimateBits = ~((uint64_t{1} << kPoint) - 1);
+
+  // In a damaged segment C may exceed A; its highest bits then get lost, as in the register of the
+  // standard.
+  HWY_INLINE void ShiftIn(int shift) {
+    while (HWY_UNLIKELY(shift > ahead_)) {
+      code_ <<= ahead_;
+      shift -= ahead_;
+      Fill();
+    }
+    ahead_ -= shift;
+    code_ <<= shift;
+  }
 
   // Refills four bytes at once if none of them is FF, else one.
   HWY_INLINE void Fill() {
@@ -381,7 +383,7 @@ class MqDecoder {
   uint32_t last_ = 0;
   int ahead_ = 0;
   int supplied_ = 0;
-  uint64_t excess_ = 0;  // A - 0x8000
+  uint64_t interval_ = kHalf;
   uint64_t code_ = 0;
   uint64_t contexts_[kContextCount];
 };

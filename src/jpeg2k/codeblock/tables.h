@@ -102,7 +102,7 @@ constexpr PackedStates MakePackedStates(int point) {
   }
   return packed;
 }
-constexpr int kDecoderPoint = 47;
+constexpr int kDecoderPoint = 48;
 inline constexpr PackedStates kDecoderStates = MakePackedStates(kDecoderPoint);
 
 // A state as the encoder needs it; the second index is the bit to code. The lowest bit of estimates
