@@ -12,9 +12,10 @@
 //   refinement pass    significant & ~visited
 //   cleanup pass       all samples that the other two did not code
 //
-// A context depends on the 3 x 3 neighbourhood of one sample. For that a second array, `windows`,
-// holds for each column of a stripe the significance of 3 columns by 6 rows in 18 bits: the window
-// of row y is one shift by 3y.
+// A context depends on the 3 x 3 neighbourhood of one sample. For that the decoder has a second
+// array, `windows`. It holds for each column of a stripe the significance of 3 columns by 6 rows in
+// 18 bits: the window of row y is one shift by 3y. The encoder computes contexts from words
+// (contexts.h) and has flags of its own.
 #ifndef ZEPJP_SRC_JPEG2K_CODEBLOCK_STRIPES_H_
 #define ZEPJP_SRC_JPEG2K_CODEBLOCK_STRIPES_H_
 
