@@ -335,6 +335,14 @@ class BlockEncoder {
     AddRefined(left, at);
   }
 
+  // Puts a symbol for the first run of empty columns; returns their samples.
+  HWY_INLINE static uint64_t PutZeroRun(uint64_t empty, Symbol** next) {
+    const auto i = static_cast<uint32_t>(__builtin_ctzll(empty));
+    const uint32_t zeros = RunLength(empty, i);
+    *(*next)++ = static_cast<Symbol>(kZeroRuns + zeros);
+    return ~uint64_t{0} >> (64 - 4 * zeros) << i;
+  }
+
   HWY_INLINE void CleanUp(size_t stripe, size_t g) {
     const size_t at = stripe * stripes_.words + g;
     uint64_t* word = flags_.significant.At(stripe, g);
@@ -350,18 +358,23 @@ class BlockEncoder {
     const uint64_t down = fresh | (fresh << 1 & ~kRow0);
     const uint64_t after = (down << 1 & ~kRow0) | (down << 3 & kRow3);
     const uint64_t coded = open & (~in_runs | after);
-    const ColumnSymbols symbols = SymbolsOf(near, stripe, g, bits, coded, fresh);
     const uint64_t empty = runs & ~ColumnsWith(fresh);
     Symbol* next = next_;
-    for (uint64_t left = runs | ColumnsWith(coded); left != 0; left &= left - 1) {
-      const auto i = static_cast<uint32_t>(__builtin_ctzll(left));
+    if ((coded | fresh) == 0) {
+      for (uint64_t left = empty; left != 0;) left &= ~PutZeroRun(left, &next);
+      next_ = next;
+      return;
+    }
+    const ColumnSymbols symbols = SymbolsOf(near, stripe, g, bits, coded, fresh);
+    for (uint64_t left = runs | ColumnsWith(coded); left != 0;) {
+      const uint64_t column = left & -left;
+      if ((empty & column) != 0) {
+        left &= ~PutZeroRun(empty & -column, &next);
+        continue;
+      }
+      left ^= column;
+      const auto i = static_cast<uint32_t>(__builtin_ctzll(column));
       if ((runs >> i & 1) != 0) {
-        const uint32_t zeros = RunLength(empty, i);
-        if (zeros > 0) {
-          *next++ = static_cast<Symbol>(kZeroRuns + zeros);
-          left &= ~(~uint64_t{0} >> (64 - 4 * zeros) << i) | uint64_t{1} << i;
-          continue;
-        }
         const auto first = static_cast<uint32_t>(__builtin_ctzll(fresh >> i));
         next[0] = 2 * kRun + 1;
         next[1] = static_cast<Symbol>(2 * kUniform + first / 2);
