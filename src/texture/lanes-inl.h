@@ -78,9 +78,10 @@ HWY_INLINE VI16 PairSums(V8 a, V8 w) {
 }
 HWY_INLINE VI16 PairSums(V8 a, const Bytes16& weights) { return PairSums(a, Each(weights)); }
 
-// Factors for floor(x / 3), x / 5, x / 7 and x / 14 as the upper half of a 32-bit product with the
-// reciprocal rounded up; exact for all x that occur.
-constexpr uint16_t kThird = 21846, kFifth = 13108, kSeventh = 9363, kFourteenth = 4682;
+// Factors for floor(x / 3), 2 x / 3, x / 5, x / 7 and x / 14 as the upper half of a 32-bit product
+// with the reciprocal rounded up; exact for all x that occur.
+constexpr uint16_t kThird = 21846, kTwoThirds = 43691, kFifth = 13108, kSeventh = 9363,
+                   kFourteenth = 4682;
 
 // Load or store eight bytes for each 128-bit block in its lower half.
 #  if HWY_TARGET == HWY_AVX3
@@ -114,18 +115,22 @@ HWY_INLINE void StoreLowerHalves(V8 v, uint8_t* to) {
 }
 #  endif
 
+HWY_INLINE V8 LowerDwords(V8 low, V8 high) {
+  return hn::BitCast(D8(),
+                     hn::InterleaveLower(D32(), hn::BitCast(D32(), low), hn::BitCast(D32(), high)));
+}
+HWY_INLINE V8 UpperDwords(V8 low, V8 high) {
+  return hn::BitCast(D8(),
+                     hn::InterleaveUpper(D32(), hn::BitCast(D32(), low), hn::BitCast(D32(), high)));
+}
+
 // Transposes the 4x4 matrix of 32-bit words (register by lane) in each 128-bit block.
 struct Four {
   V8 part[4];
 };
 HWY_INLINE Four TransposeDwords(const Four& v) {
-  const D32 d;
-  V32 in[4];
-  for (int i = 0; i < 4; ++i) in[i] = hn::BitCast(d, v.part[i]);
-  const V8 low01 = hn::BitCast(D8(), hn::InterleaveLower(d, in[0], in[1]));
-  const V8 low23 = hn::BitCast(D8(), hn::InterleaveLower(d, in[2], in[3]));
-  const V8 high01 = hn::BitCast(D8(), hn::InterleaveUpper(d, in[0], in[1]));
-  const V8 high23 = hn::BitCast(D8(), hn::InterleaveUpper(d, in[2], in[3]));
+  const V8 low01 = LowerDwords(v.part[0], v.part[1]), low23 = LowerDwords(v.part[2], v.part[3]);
+  const V8 high01 = UpperDwords(v.part[0], v.part[1]), high23 = UpperDwords(v.part[2], v.part[3]);
   return {{LowerHalves(low01, low23), UpperHalves(low01, low23), LowerHalves(high01, high23),
            UpperHalves(high01, high23)}};
 }
