@@ -4,10 +4,10 @@
 //
 // Two encoders give the same bytes, positions and states:
 //
-//   EncodeQuickly    vectors make a mask of the nonzero coefficients in zigzag order
-//                    (zigzag_scan-inl.h). A loop over its bits collects codes and extra bits in 64
-//                    bits (collector.h). It needs room for the longest possible block, and fails
-//                    if a symbol has no code.
+//   EncodeQuickly    vectors bring the coefficients into zigzag order as saturated bytes
+//                    (zigzag_bytes-inl.h). A loop over the nonzero ones looks up category and
+//                    extra bits, and collects codes and extra bits in 64 bits (collector.h). It
+//                    needs room for the longest possible block, and fails if a symbol has no code.
 //   EncodeCarefully  the reference writer (bit_writer.h), value by value. It runs if the first one
 //                    fails, and overwrites the bytes that the first one stored.
 #include <cstring>
@@ -22,7 +22,7 @@
 
 #define HWY_TARGET_INCLUDE "jpeg/huffman/block_encoder.cc"
 #include "hwy/foreach_target.h"
-#include "jpeg/huffman/zigzag_scan-inl.h"
+#include "jpeg/huffman/zigzag_bytes-inl.h"
 
 #ifndef ZEPJP_BLOCK_ENCODER_KERNELS
 #  define ZEPJP_BLOCK_ENCODER_KERNELS
@@ -36,6 +36,26 @@ struct Kernels {
 // The longest block in bytes: 7 pending bits, 16 + 16 bits for DC, 16 + 15 for each other
 // coefficient; every byte may be FF, which is stuffed.
 constexpr int32_t kMaxBlockBytes = 2 * ((7 + 32 + 63 * 31 + 7) / 8);
+
+// The category and the extra bits of a coefficient that fits a signed byte. The bytes -128, -127 and
+// 127 may be saturated: their category is so large that no symbol fits it.
+struct SmallValue {
+  uint16_t category, extra;
+};
+struct SmallValues {
+  SmallValue of[256];
+};
+constexpr SmallValues MakeSmallValues() {
+  SmallValues values = {};
+  for (int v = -128; v < 128; ++v) {
+    SmallValue& value = values.of[v & 255];
+    while ((v < 0 ? -v : v) >> value.category != 0) ++value.category;
+    value.extra = static_cast<uint16_t>((v < 0 ? v - 1 : v) & ((1 << value.category) - 1));
+    if (v < -126 || v > 126) value.category = 256;
+  }
+  return values;
+}
+constexpr SmallValues kSmallValues = MakeSmallValues();
 
 // Returns the difference to the last DC, which becomes this block's.
 inline int32_t ExchangeDc(const int16_t* block, int16_t* last_dc) {
@@ -55,6 +75,17 @@ zepStatus PutAc(int32_t value, uint32_t run, const zepiEncodeHuffmanSpec& table,
   if (category > 15) return zepStatusBadHuffTable;  // -32768 has no symbol
   if (auto bad = writer->PutCode(table.entry[run << 4 | category])) return bad;
   return writer->Put(static_cast<uint32_t>(ExtraBits(value)), category);
+}
+
+// Appends any nonzero coefficient after a run of any length. False for a symbol without a code.
+HWY_NOINLINE bool PutRare(int32_t value, uint64_t run, const zepiEncodeHuffmanSpec& table,
+                          Collector* to) {
+  for (; run > 15; run -= 16) {
+    if (!PutCode(table.entry[kRunOf16], to)) return false;
+  }
+  const uint32_t category = CategoryOf(value);
+  if (category > 15) return false;  // -32768 has no symbol
+  return PutValue(table.entry[run << 4 | category], value, category, to);
 }
 
 HWY_NOINLINE zepStatus EncodeCarefully(const int16_t* block, int32_t dc_difference,
@@ -84,20 +115,42 @@ ZEP_BEFORE_NAMESPACE();
 namespace zepjp::HWY_NAMESPACE {
 namespace {
 
-HWY_INLINE bool PutAcs(const ZigzagScan& scan, const zepiEncodeHuffmanSpec& table, Collector* to) {
-  int next = 1;  // the first index that is not coded yet
-  for (uint64_t left = scan.NonZero() & ~uint64_t{1}; left != 0; left &= left - 1) {
-    const int index = __builtin_ctzll(left);
-    auto run = static_cast<uint32_t>(index - next);
-    for (; HWY_UNLIKELY(run > 15); run -= 16) {
-      if (!PutValue(table.entry[kRunOf16], 0, 0, to)) return false;
+// The block in zigzag order, as signed bytes; those outside -127 to 127 are saturated.
+class Coefficients {
+ public:
+  HWY_INLINE explicit Coefficients(const int16_t* block) {
+    const ZigzagBytes zigzag = ToZigzagBytes(block, [](VCoefficients v) ZEP_ATTR { return v; });
+    for (size_t i = 0; i < 64; i += kBytesInVector) {
+      hn::Store(zigzag.part[i / kBytesInVector], DBytes(), reinterpret_cast<int8_t*>(bytes_ + i));
     }
-    const uint32_t category = CategoryOfMagnitude(scan.magnitude(index));
-    if (HWY_UNLIKELY(category > 15)) return false;  // -32768 has no symbol
-    if (!PutBits(table.entry[(run << 4) + category], scan.extra(index), category, to)) return false;
+    nonzero_ = NonZeroBits(zigzag);
+  }
+  uint64_t nonzero() const { return nonzero_; }
+  const SmallValue& operator[](uint64_t index) const { return kSmallValues.of[bytes_[index]]; }
+
+ private:
+  alignas(kBytesInVector) uint8_t bytes_[64];
+  uint64_t nonzero_;
+};
+
+HWY_INLINE bool PutAcs(const int16_t* block, const Coefficients& coefficients,
+                       const zepiEncodeHuffmanSpec& table, Collector* to) {
+  uint64_t next = 1;  // the first index that is not coded yet
+  for (uint64_t left = coefficients.nonzero() & ~uint64_t{1}; left != 0; left &= left - 1) {
+    const auto index = static_cast<uint64_t>(__builtin_ctzll(left));
+    const SmallValue& value = coefficients[index];
+    const uint64_t symbol = 16 * (index - next) + value.category;
+    if (HWY_LIKELY(symbol < 256)) {
+      if (!PutBits(table.entry[symbol], value.extra, value.category, to)) return false;
+    } else {
+      Collector copy = *to;
+      const int32_t any = LoadCoefficient(block + kNaturalOfZigzag[index]);
+      if (!PutRare(any, index - next, table, &copy)) return false;
+      *to = copy;
+    }
     next = index + 1;
   }
-  return next == 64 || PutValue(table.entry[kEndOfBlock], 0, 0, to);
+  return next == 64 || PutCode(table.entry[kEndOfBlock], to);
 }
 
 // False if there is too little room or a symbol without a code; then position and state have not
@@ -108,11 +161,11 @@ HWY_INLINE bool EncodeQuickly(const int16_t* block, int32_t dc_difference,
                               zepiEncodeHuffmanState* state) {
   const int64_t position = *to.position;
   if (HWY_UNLIKELY(position < 0 || to.length - position < kMaxBlockBytes)) return false;
-  const ZigzagScan scan(block);
+  const Coefficients coefficients(block);
   Collector collector(*state, to.bytes + position);
   const uint32_t category = CategoryOf(dc_difference);
   if (HWY_UNLIKELY(!PutValue(dc_table.entry[category], dc_difference, category, &collector) ||
-                   !PutAcs(scan, ac_table, &collector))) {
+                   !PutAcs(block, coefficients, ac_table, &collector))) {
     return false;
   }
   *to.position = static_cast<int32_t>(collector.Finish(state) - to.bytes);

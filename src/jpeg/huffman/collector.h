@@ -36,7 +36,7 @@ class Collector {
         bits_(state.bits >> (24 - NumPending(state))),
         free_(64 - static_cast<int>(NumPending(state))) {}
 
-  // Appends the lowest `count` bits of `value`, up to 32; the bits above them are 0.
+  // Appends the lowest `count` bits of `value`, up to 63; the bits above them are 0.
   HWY_INLINE void Put(uint64_t value, int count) {
     const uint64_t next = bits_ << count | value;
     free_ -= count;
@@ -56,9 +56,8 @@ class Collector {
     } else {
       StoreSome(bits_ << (free_ & 63), count >> 3);
     }
-    const uint64_t pending_and_last = bits_ & ((uint64_t{256} << rest) - 1);
-    StorePending(static_cast<uint32_t>(pending_and_last << (24 - rest)),
-                 static_cast<uint32_t>(rest), state);
+    // The bits above the last byte fall out.
+    StorePending(static_cast<uint32_t>(bits_) << (24 - rest), static_cast<uint32_t>(rest), state);
     return to_;
   }
 
@@ -81,9 +80,9 @@ class Collector {
     }
     uint64_t after;
     std::memcpy(&after, to_, 8);
-    const uint64_t is_after = ~uint64_t{0} << (8 * count);
-    bytes = (__builtin_bswap64(bytes) & ~is_after) | (after & is_after);
-    std::memcpy(to_, &bytes, 8);
+    const uint64_t ones = (uint64_t{1} << (8 * count)) - 1;
+    after ^= (__builtin_bswap64(bytes) ^ after) & ones;
+    std::memcpy(to_, &after, 8);
     to_ += count;
   }
 
@@ -92,19 +91,19 @@ class Collector {
   int free_;
 };
 
-// Appends the code of an encoder table's entry and the lowest `category` bits of `extra`. False if
-// the entry has no code.
-HWY_INLINE bool PutBits(uint64_t entry, uint64_t extra, uint32_t category, Collector* to) {
+// Appends the code of an encoder table's entry and `category` extra bits; the bits of `extra` above
+// them are 0. False if the entry has no code.
+HWY_INLINE bool PutBits(uint64_t entry, uint64_t extra, uint64_t category, Collector* to) {
   const uint64_t length = entry >> 16;
   if (HWY_UNLIKELY(length - 1 > 15)) return false;
-  const uint64_t code = entry & ((uint64_t{1} << length) - 1);
-  extra &= (uint64_t{1} << category) - 1;
+  const uint64_t code = entry & LowOnes(length);
   to->Put(code << category | extra, static_cast<int>(length + category));
   return true;
 }
+HWY_INLINE bool PutCode(uint64_t entry, Collector* to) { return PutBits(entry, 0, 0, to); }
 // Appends the code of an entry and the extra bits of a value. False if the entry has no code.
 HWY_INLINE bool PutValue(uint64_t entry, int64_t value, uint32_t category, Collector* to) {
-  return PutBits(entry, ExtraBits(value), category, to);
+  return PutBits(entry, ExtraBits(value) & LowOnes(category), category, to);
 }
 
 }  // namespace zepjp
