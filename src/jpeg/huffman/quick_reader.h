@@ -129,6 +129,18 @@ struct Progress {
   int32_t unused() const { return static_cast<int32_t>(read - taken); }
 };
 
+// The code of 9 to 16 bits at the start of 16 bits, as an entry of a `fast` table; 0 if there is
+// none.
+inline HWY_NOINLINE uint32_t FindLongCode(const zepiDecodeHuffmanSpec& table, uint32_t bits) {
+  for (int length = kFastCodeBits + 1; length <= kMaxCodeBits; ++length) {
+    const uint32_t code = bits >> (kMaxCodeBits - length);
+    if (!IsCode(table, length, code)) continue;
+    const uint32_t index = IndexOfCode(table, length, code);
+    return index > 255 ? 0 : static_cast<uint32_t>(length) << 16 | table.symbol[index];
+  }
+  return 0;
+}
+
 // Takes symbols and values from `bytes`, starting with the last `unused` bits of the state, up to
 // 32.
 template <class Bytes>
@@ -217,18 +229,6 @@ class QuickReader {
   HWY_INLINE void ReadCarefully(size_t end) {
     const size_t filled = (taken_ + 32) & ~size_t{7};
     read_ = read_ < end ? filled : read_;
-  }
-
-  // The code of 9 to 16 bits at the start of 16 bits, as an entry of a `fast` table; 0 if there is
-  // none.
-  static HWY_NOINLINE uint32_t FindLongCode(const zepiDecodeHuffmanSpec& table, uint32_t bits) {
-    for (int length = kFastCodeBits + 1; length <= kMaxCodeBits; ++length) {
-      const uint32_t code = bits >> (kMaxCodeBits - length);
-      if (!IsCode(table, length, code)) continue;
-      const uint32_t index = IndexOfCode(table, length, code);
-      return index > 255 ? 0 : static_cast<uint32_t>(length) << 16 | table.symbol[index];
-    }
-    return 0;
   }
 
   Bytes bytes_;

@@ -5,7 +5,7 @@
 // As with blocks, a fast coder and the reference coder give the same bytes, positions and states.
 // The fast one codes several samples at a time. It fails, and then has changed nothing, if there is
 // little room, a symbol without a code, a marker, or the end of the source; then the reference
-// coder goes on sample by sample. Long rows are decoded in chunks by row_reader.h.
+// coder goes on sample by sample. Long rows are decoded by row_reader.h.
 #include <algorithm>
 #include <cstring>
 
@@ -191,73 +191,60 @@ zepStatus DecodeCarefully(const RowsToDecode& rows, size_t begin, size_t end, co
   return status;
 }
 
-// Long rows are decoded in chunks of up to kLongChunk differences by RowReader. Its look-up tables
-// must be made first, which does not pay off for fewer than kLeastChunk differences.
-constexpr size_t kLongChunk = 2048, kLeastChunk = 128;
+// Long rows are decoded by RowReader. Its look-up tables must be made first, which does not pay off
+// for fewer than kWorthLists differences.
+constexpr size_t kWorthLists = 256;
 
-struct LongChunk {
+struct CodeLists {
   ShortCode lists[kMaxComponents][kShortCodes];
-  const ShortCode* codes[kMaxComponents];
-  int16_t differences[kLongChunk];  // component after component
+  const ShortCode* of[kMaxComponents];
 };
 
 // Components with the same table have the same list.
-inline void ListCodes(const RowsToDecode& rows, LongChunk* chunk) {
+inline void ListCodes(const RowsToDecode& rows, CodeLists* codes) {
   for (int i = 0; i < rows.components; ++i) {
     int same = 0;
     while (rows.tables[same] != rows.tables[i]) ++same;
-    if (same == i) ListShortCodes(*rows.tables[i], chunk->lists[i]);
-    chunk->codes[i] = chunk->lists[same];
+    if (same == i) ListShortCodes(*rows.tables[i], codes->lists[i]);
+    codes->of[i] = codes->lists[same];
   }
 }
 
-// Decodes columns to the chunk; returns how many were possible.
-HWY_INLINE size_t TakeColumns(const RowsToDecode& rows, size_t columns, RowReader* reader,
-                              LongChunk* chunk) {
-  RowReader local = *reader;
-  const int components = rows.components;
-  for (size_t x = 0; x < columns; ++x) {
-    int16_t* difference = chunk->differences + x;
-    for (int i = 0; i < components; ++i, difference += columns) {
-      if (!local.Take(*rows.tables[i], chunk->codes[i], difference)) return x;
+// Decodes the columns from `begin` whose bits are in a part of the source; returns their end.
+HWY_INLINE size_t DecodePart(const RowsToDecode& rows, const CodeLists& codes, size_t begin,
+                             size_t end, const Source& from, zepiDecodeHuffmanState* state) {
+  if (!IsUsual(from, *state)) return begin;
+  const auto components = static_cast<size_t>(rows.components);
+  const RowBytes bytes(from, *state, (end - begin) * components + 64);
+  const size_t need = RowReader::kMostBits * components + RowReader::kMostAhead;
+  RowReader reader(bytes, *state);
+  Progress done = reader.counts();
+  size_t x = begin;
+  for (; x < end && done.taken + need <= 8 * bytes.size(); ++x) {
+    for (size_t i = 0; i < components; ++i) {
+      int16_t difference;
+      if (HWY_UNLIKELY(!reader.Take(*rows.tables[i], codes.of[i], &difference))) {
+        bytes.Finish(done, from, state);
+        return x;
+      }
+      StoreCoefficient(difference, rows.rows[i] + x);
     }
+    done = reader.counts();
   }
-  *reader = local;
-  return columns;
+  bytes.Finish(done, from, state);
+  return x;
 }
 
-// Decodes `columns` columns from `begin`; returns how many were possible. If not all were, nothing
-// has changed.
-HWY_INLINE size_t DecodeChunk(const RowsToDecode& rows, size_t begin, size_t columns,
-                              const Source& from, zepiDecodeHuffmanState* state, LongChunk* chunk) {
-  if (!IsUsual(from, *state)) return 0;
-  RowReader reader(from, *state);
-  const size_t taken = TakeColumns(rows, columns, &reader, chunk);
-  if (taken < columns) return taken;
-  reader.Finish(from, state);
-  const int16_t* differences = chunk->differences;
-  for (int i = 0; i < rows.components; ++i, differences += columns) {
-    std::memcpy(rows.rows[i] + begin, differences, columns * sizeof(int16_t));
-  }
-  return columns;
-}
-
-// Decodes the start of a row in long chunks; returns the number of columns. A chunk that meets a
-// marker, the end or an invalid code is decoded again up to that column.
+// Decodes the start of a row; returns the number of columns.
 HWY_INLINE size_t DecodeLong(const RowsToDecode& rows, size_t width, const Source& from,
                              zepiDecodeHuffmanState* state) {
-  const auto components = static_cast<size_t>(rows.components);
-  if (width * components < 2 * kLeastChunk) return 0;
-  LongChunk chunk;
-  ListCodes(rows, &chunk);
+  if (width * static_cast<size_t>(rows.components) < kWorthLists) return 0;
+  CodeLists codes;
+  ListCodes(rows, &codes);
   size_t x = 0;
-  while ((width - x) * components >= kLeastChunk) {
-    size_t columns = std::min(width - x, kLongChunk / components);
-    const size_t taken = DecodeChunk(rows, x, columns, from, state, &chunk);
-    x += taken == columns ? columns : 0;
-    if (taken == columns) continue;
-    if (taken * components < kLeastChunk) break;
-    return x + DecodeChunk(rows, x, taken, from, state, &chunk);
+  for (size_t begin = width; x != begin && x < width;) {
+    begin = x;
+    x = DecodePart(rows, codes, begin, width, from, state);
   }
   return x;
 }

@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: MIT
-// The reader for long rows of differences in lossless JPEG (ITU-T T.81, H.2). A look-up by the next
-// eight bits gives the length of a code together with its extra bits. So the time from one code to
-// the next is only one look-up and one shift.
+// The reader for long rows of differences in lossless JPEG (ITU-T T.81, H.2). It first copies a part
+// of the source without stuffed zeros. A look-up by the next eight bits gives the length of a code
+// together with its extra bits. The window is loaded again after each difference, from a place that is known one difference
+// earlier, so no branch waits for bits.
 //
-// It refills exactly when the reference reader (jpeg/huffman/bit_reader.h) does, and by the same
-// amount: if fewer bits are valid than are needed, up to 25 or more. So the position and the state
-// are right without a separate count. A refill is needed about every 20 bits.
+// As in quick_reader.h, the reader counts the bits that the reference reader would have read.
 #ifndef ZEPJP_SRC_JPEG_LOSSLESS_ROW_READER_H_
 #define ZEPJP_SRC_JPEG_LOSSLESS_ROW_READER_H_
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "hwy/base.h"
 #include "jpeg/huffman/bit_reader.h"
@@ -38,50 +38,101 @@ inline void ListShortCodes(const zepiDecodeHuffmanSpec& table, ShortCode codes[k
   }
 }
 
-class RowReader {
+// The data bytes after those of the state, up to `room` of them, without stuffed zeros. They end
+// before a marker or a fill byte.
+class RowBytes {
  public:
-  // The state and the position must satisfy IsUsual().
-  RowReader(const Source& from, const zepiDecodeHuffmanState& state)
-      : next_(from.bytes + *from.position),
-        end_(from.bytes + from.length),
-        window_(state.numBits > 0 ? uint64_t{state.bits} << (64 - state.numBits) : 0),
-        ahead_(static_cast<uint32_t>(state.numBits)) {}
+  static constexpr size_t kMostBytes = 2048;
 
-  // Takes the next difference. False if there is no such code, or if a marker or the end of the
-  // source comes too early; then the reader must not be used further.
-  HWY_INLINE bool Take(const zepiDecodeHuffmanSpec& table, const ShortCode* codes,
-                       int16_t* difference) {
-    if (ahead_ < kFastCodeBits && HWY_UNLIKELY(!Fill())) return false;
-    const ShortCode code = codes[window_ >> (64 - kFastCodeBits)];
-    const auto bits = static_cast<uint32_t>(code & 0xFF);
-    if (HWY_UNLIKELY(ahead_ < bits)) return TakeAny(table, difference);
-    // Processors use only the lowest six bits of a shift count, so each mask compiles to nothing.
-    *difference = ValueOf(window_ << (code >> 8 & 63), code >> 16 & 63, code >> 32);
-    window_ <<= code & 63;
-    ahead_ -= bits;
-    return true;
+  RowBytes(const Source& from, const zepiDecodeHuffmanState& state, size_t room) {
+    const uint32_t newest = __builtin_bswap32(state.bits);
+    std::memcpy(bytes_, &newest, kStateBytes);
+    const uint8_t* next = from.bytes + *from.position;
+    const uint8_t* const end = from.bytes + from.length;
+    uint8_t* to = bytes_ + kStateBytes;
+    uint8_t* const limit = to + (room < kMostBytes ? room : kMostBytes);
+    while (to < limit && next != end) {
+      uint64_t eight = ~uint64_t{0};
+      if (end - next >= 8) std::memcpy(&eight, next, 8);
+      if (!HasFf(eight)) {
+        std::memcpy(to, &eight, 8);
+        to += 8;
+        next += 8;
+        continue;
+      }
+      const bool is_ff = *next == 0xFF;
+      if (is_ff && (end - next < 2 || next[1] != 0)) break;
+      *to++ = *next;
+      next += is_ff ? 2 : 1;
+    }
+    size_ = static_cast<size_t>(to - bytes_);
+    std::memset(to, 0, 8);
   }
 
-  // Stores the position and the state of the reference reader. At least four bytes must have been
-  // read.
-  void Finish(const Source& from, zepiDecodeHuffmanState* state) const {
-    const uint8_t* const start = from.bytes + *from.position;
-    const uint8_t* byte = next_;
-    uint32_t newest = 0;
-    for (int shift = 0; shift < 32; shift += 8) {
-      const bool is_stuffed = byte - start >= 2 && byte[-1] == 0 && byte[-2] == 0xFF;
-      byte -= is_stuffed ? 2 : 1;
-      newest |= uint32_t{*byte} << shift;
-    }
-    *from.position += static_cast<int32_t>(next_ - start);
-    state->bits = newest;
-    state->numBits = static_cast<int32_t>(ahead_);
+  size_t size() const { return size_; }  // with the bytes of the state
+
+  // The bits from bit `at`, at least 57 of them.
+  HWY_INLINE uint64_t Load(size_t at) const {
+    return LoadBigEndian64(bytes_ + (at >> 3)) << (at & 7);
+  }
+
+  // Stores the position and the state of the reference reader.
+  void Finish(const Progress& progress, const Source& from, zepiDecodeHuffmanState* state) const {
+    const size_t count = progress.bytes_read();
+    size_t stuffed = 0;
+    for (size_t i = 0; i < count; ++i) stuffed += bytes_[kStateBytes + i] == 0xFF ? 1 : 0;
+    *from.position += static_cast<int32_t>(count + stuffed);
+    state->bits = LoadBigEndian32(bytes_ + count);
+    state->numBits = progress.unused();
   }
 
  private:
-  HWY_INLINE void Use(uint32_t bits) {
-    window_ <<= bits;
-    ahead_ -= bits;
+  uint8_t bytes_[kStateBytes + kMostBytes + 8 + 8];  // eight bytes are copied and loaded at a time
+  size_t size_;
+};
+
+class RowReader {
+ public:
+  // The longest code with its extra bits, and what the reference reader reads ahead.
+  static constexpr size_t kMostBits = 31, kMostAhead = 40;
+
+  HWY_INLINE RowReader(const RowBytes& bytes, const zepiDecodeHuffmanState& state)
+      : bytes_(bytes),
+        counts_{8 * kStateBytes - static_cast<size_t>(state.numBits), 8 * kStateBytes},
+        window_(bytes.Load(counts_.taken)) {}
+
+  // Takes the next difference. False if there is no such code. There must be kMostBits bits.
+  HWY_INLINE bool Take(const zepiDecodeHuffmanSpec& table, const ShortCode* codes,
+                       int16_t* difference) {
+    const size_t taken = counts_.taken;
+    const ShortCode code = codes[window_ >> (64 - kFastCodeBits)];
+    const uint64_t next = bytes_.Load(taken);
+    const auto bits = static_cast<size_t>(code & 0xFF);
+    const auto length = static_cast<size_t>(code >> 8 & 0xFF);
+    if (HWY_UNLIKELY(bits == kNotShort)) {
+      Progress copy = counts_;
+      const bool is_done = TakeLong(table, window_, &copy, difference);
+      counts_ = copy;
+      window_ = bytes_.Load(counts_.taken);
+      return is_done;
+    }
+    // Processors use only the lowest six bits of a shift count, so each mask compiles to nothing.
+    *difference = ValueOf(window_ << (code >> 8 & 63), code >> 16 & 63, code >> 32);
+    window_ = next << (code & 63);
+    ReadCarefully(taken, taken + kFastCodeBits, &counts_.read);
+    ReadCarefully(taken + length, taken + bits, &counts_.read);
+    counts_.taken = taken + bits;
+    return true;
+  }
+
+  const Progress& counts() const { return counts_; }
+
+ private:
+  // Counts the refill that the reference reader makes after `taken` bits if it needs those up to
+  // `end`.
+  static HWY_INLINE void ReadCarefully(size_t taken, size_t end, size_t* read) {
+    const size_t filled = (taken + 32) & ~size_t{7};
+    *read = *read < end ? filled : *read;
   }
 
   // The value whose extra bits are the highest of `extra`: 63 - others of them; `ones` has that
@@ -92,82 +143,28 @@ class RowReader {
     return static_cast<int16_t>(static_cast<uint16_t>(bits - (ones & ~is_positive)));
   }
 
-  // Takes any code in the way of the reference reader. It works on a copy, so that the window of
-  // the reader can stay in a register.
-  HWY_INLINE bool TakeAny(const zepiDecodeHuffmanSpec& table, int16_t* difference) {
-    RowReader copy = *this;
-    const bool is_done = copy.TakeCarefully(table, difference);
-    *this = copy;
-    return is_done;
-  }
-
-  HWY_NOINLINE bool TakeCarefully(const zepiDecodeHuffmanSpec& table, int16_t* difference) {
-    const uint32_t entry = table.fast[window_ >> (64 - kFastCodeBits)];
-    uint32_t category = entry & 0xFFFF;
-    if (IsFastCode(entry)) {
-      Use(entry >> 16);
-    } else if (!TakeLongCode(table, &category)) {
-      return false;
-    }
-    if (category > 16) return false;
-    const uint32_t extra = category % 16;
-    if (ahead_ < extra && !Fill()) return false;
-    *difference =
-        category == 16 ? INT16_MIN : ValueOf(window_, 63 - extra, (uint64_t{1} << extra) - 1);
-    Use(extra);
+  // Takes any code. The reference reader takes nine bits of a long one, then one at a time.
+  static HWY_NOINLINE bool TakeLong(const zepiDecodeHuffmanSpec& table, uint64_t window,
+                                    Progress* counts, int16_t* difference) {
+    uint32_t entry = table.fast[window >> (64 - kFastCodeBits)];
+    const bool is_fast = IsFastCode(entry);
+    if (!is_fast) entry = FindLongCode(table, static_cast<uint32_t>(window >> (64 - kMaxCodeBits)));
+    const uint32_t category = entry & 0xFFFF;
+    if (entry == 0 || category > 16) return false;
+    const size_t length = entry >> 16, extra = category % 16, taken = counts->taken;
+    ReadCarefully(taken, taken + kFastCodeBits + (is_fast ? 0 : 1), &counts->read);
+    if (counts->read < taken + length) counts->read += 32;
+    ReadCarefully(taken + length, taken + length + extra, &counts->read);
+    counts->taken = taken + length + extra;
+    *difference = category == 16
+                      ? INT16_MIN
+                      : ValueOf(window << length, 63 - extra, (uint64_t{1} << extra) - 1);
     return true;
   }
 
-  // Takes nine bits, then one at a time.
-  bool TakeLongCode(const zepiDecodeHuffmanSpec& table, uint32_t* symbol) {
-    uint32_t code = 0;
-    for (int length = kFastCodeBits + 1, more = length; length <= kMaxCodeBits;
-         ++length, more = 1) {
-      if (ahead_ < static_cast<uint32_t>(more) && !Fill()) return false;
-      code = code << more | static_cast<uint32_t>(window_ >> (64 - more));
-      Use(static_cast<uint32_t>(more));
-      if (!IsCode(table, length, code)) continue;
-      const uint32_t index = IndexOfCode(table, length, code);
-      if (index > 255) return false;
-      *symbol = table.symbol[index];
-      return true;
-    }
-    return false;
-  }
-
-  // Refills to 25 bits or more. Bits after the valid ones may be set; they are bits of the bytes
-  // that follow.
-  HWY_INLINE bool Fill() {
-    if (HWY_LIKELY(end_ - next_ >= 8)) {
-      const uint64_t bytes = LoadBigEndian64(next_);
-      if (HWY_LIKELY(!HasFf(bytes))) {
-        window_ |= bytes >> ahead_;
-        next_ += (32 - ahead_) / 8;
-        ahead_ += (32 - ahead_) & ~7U;
-        return true;
-      }
-    }
-    RowReader copy = *this;
-    const bool is_done = copy.FillByBytes();
-    *this = copy;
-    return is_done;
-  }
-
-  HWY_NOINLINE bool FillByBytes() {
-    for (; ahead_ < 25; ahead_ += 8) {
-      if (next_ == end_) return false;
-      const bool is_ff = *next_ == 0xFF;
-      if (is_ff && (end_ - next_ < 2 || next_[1] != 0)) return false;
-      window_ |= uint64_t{*next_} << (56 - ahead_);
-      next_ += is_ff ? 2 : 1;
-    }
-    return true;
-  }
-
-  const uint8_t* next_;
-  const uint8_t* end_;
+  const RowBytes& bytes_;
+  Progress counts_;
   uint64_t window_;  // the next bit is the highest
-  uint32_t ahead_;   // the number of its bits that the reference reader would have read
 };
 
 }  // namespace zepjp
