@@ -14,15 +14,20 @@
 //   floor((R + 2G + B) / 4) = floor((floor((R + B) / 2) + G) / 2)   a mean of means cannot wrap
 //   (d w + 2^13) >> 14 = (d 2w + 2^14) >> 15                        one instruction if 2w < 2^15
 //
-// 32-bit elements with 14-bit weights would need products of 46 bits. So each value is cut into
-// halves, v = 2^16 h + l with 0 <= l < 2^16. The weighted sum is then S = 2^16 H + L, and
+// 32-bit elements with 14-bit weights would need products of 46 bits. Values that fit 16 bits, as
+// those of images do, need one dot product of pairs of 16-bit lanes for each result, because the
+// weights of Y add up to 2^14 and those of a chroma component to 0:
+//
+//   (S + 2^13) >> 14 = G + ((w_r (R - G) + w_b (B - G) + 2^13) >> 14)   without "G +" for chroma
+//
+// Otherwise each value is cut into halves, v = 2^16 h + l with 0 <= l < 2^16. The weighted sum is
+// then S = 2^16 H + L, and
 //
 //   (S + 2^13) >> 14 = 4H + ((L + 2^13) >> 14)
 //
 // H and L are dot products of signed 16-bit lanes, with l held as l - 2^15. |L| < 2^31, because the
 // magnitudes of the weights of each formula add up to less than 2^15. H may exceed 32 bits, but
-// only its low 30 bits affect the result, which keeps 32 bits. If all values of a vector fit 16
-// bits, as those of images do, one dot product is enough.
+// only its low 30 bits affect the result, which keeps 32 bits.
 #include "frame/checks.h"
 #include "frame/rows.h"
 #include "simd/dispatch.h"
@@ -235,69 +240,85 @@ HWY_INLINE HalfSums StartSums(int sum_of_weights) {
 
 HWY_INLINE V32 Join(HalfSums sums) { return hn::Add(hn::ShiftLeft<2>(sums.h), Descale(sums.l)); }
 
-// v fits signed 16 bits if v + 2^15 is below 2^16. AllFit16 takes the bitwise or of such sums.
-HWY_INLINE hn::VFromD<DU32> OffsetFrom16(V32 v) {
-  return hn::BitCast(DU32(), hn::Add(v, hn::Set(D32(), 32768)));
-}
-HWY_INLINE bool AllFit16(hn::VFromD<DU32> offset_values) {
-  return hn::AllTrue(DU32(), hn::Eq(hn::ShiftRight<16>(offset_values), hn::Zero(DU32())));
-}
-
-// The low 16 bits of `first` and of `second` in turn.
-HWY_INLINE V16 LowHalves(V32 first, V32 second) {
-  return hn::BitCast(D16(),
-                     hn::Or(hn::And(first, hn::Set(D32(), 0xFFFF)), hn::ShiftLeft<16>(second)));
+// Whether a lane of a + 1, b + 1 or c + 1 comes from the saturated values -2^15 and 2^15 - 1. (As
+// bytes, whose mask is one instruction on every set.)
+HWY_INLINE bool AnySaturated(V16 a1, V16 b1, V16 c1) {
+  const V16 least = hn::Min(hn::Min(a1, b1), c1);
+  const V16 is_bad = hn::VecFromMask(D16(), hn::Lt(least, hn::Set(D16(), -32766)));
+  return !hn::AllFalse(D8(), hn::MaskFromVec(hn::BitCast(D8(), is_bad)));
 }
 
 struct IctForward32 {
-  static HWY_INLINE Three<D32> Apply(Three<D32> rgb) {
-    if (AllFit16(
-            hn::Or(hn::Or(OffsetFrom16(rgb.c0), OffsetFrom16(rgb.c1)), OffsetFrom16(rgb.c2)))) {
-      const V16 rg = LowHalves(rgb.c0, rgb.c1);
-      const V16 b1 = LowHalves(rgb.c2, hn::Set(D32(), 1));
-      return {Weigh<4899, 9617, 1868>(rg, b1), Weigh<-2765, -5427, 8192>(rg, b1),
-              Weigh<8192, -6860, -1332>(rg, b1)};
-    }
+  static HWY_INLINE Three<D32> ApplyToHalves(const Three<D32>& rgb) {
     const HalfWords rg(rgb.c0, rgb.c1);
     const HalfWords b0(rgb.c2, hn::Zero(D32()));
-    return {Weigh<4899, 9617, 1868>(rg, b0), Weigh<-2765, -5427, 8192>(rg, b0),
-            Weigh<8192, -6860, -1332>(rg, b0)};
+    return {WeighHalves<4899, 9617, 1868>(rg, b0), WeighHalves<-2765, -5427, 8192>(rg, b0),
+            WeighHalves<8192, -6860, -1332>(rg, b0)};
+  }
+  // Replaces two vectors of each component, if they and their differences fit 16 bits.
+  static HWY_INLINE bool ApplyTo16(Three<D32>& low, Three<D32>& high) {
+    const V16 one = hn::Set(D16(), 1);
+    const V16 red = PackBlocks(hn::Sub(low.c0, low.c1), hn::Sub(high.c0, high.c1));
+    const V16 blue = PackBlocks(hn::Sub(low.c2, low.c1), hn::Sub(high.c2, high.c1));
+    const V16 blue1 = hn::Add(blue, one);
+    // If G is small, no difference has wrapped.
+    const V16 green1 = hn::Add(PackBlocks(low.c1, high.c1), one);
+    if (AnySaturated(hn::Add(red, one), blue1, green1)) return false;
+    const Pairs pairs(red, blue1);
+    low = FromDifferences(low.c1, pairs.low);
+    high = FromDifferences(high.c1, pairs.high);
+    return true;
   }
 
  private:
   template <int kRed, int kGreen, int kBlue>
-  static HWY_INLINE V32 Weigh(V16 rg, V16 b1) {
-    const V32 sum = DotAcc(hn::Zero(D32()), rg, Weights(kRed, kGreen));
-    return Descale(DotAcc(sum, b1, Weights(kBlue, kRound)));
-  }
-  template <int kRed, int kGreen, int kBlue>
-  static HWY_INLINE V32 Weigh(const HalfWords& rg, const HalfWords& b0) {
+  static HWY_INLINE V32 WeighHalves(const HalfWords& rg, const HalfWords& b0) {
     const HalfSums sums = AddWeighed(StartSums(kRed + kGreen + kBlue), rg, Weights(kRed, kGreen));
     return Join(AddWeighed(sums, b0, Weights(kBlue, 0)));
+  }
+  // The pairs are R - G and B - G + 1. In Cb, the weight of the 1 is the rounding term.
+  static HWY_INLINE Three<D32> FromDifferences(V32 green, V16 pairs) {
+    return {hn::Add(green, Weigh<4899, 1868>(pairs)), Weigh<-2765, 8192>(pairs),
+            Weigh<8192, -1332>(pairs)};
+  }
+  template <int kRed, int kBlue>
+  static HWY_INLINE V32 Weigh(V16 pairs) {
+    return Descale(DotAcc(hn::Set(D32(), kRound - kBlue), pairs, Weights(kRed, kBlue)));
   }
 };
 
 struct IctInverse32 {
-  static HWY_INLINE Three<D32> Apply(Three<D32> ycc) {
-    if (AllFit16(hn::Or(OffsetFrom16(ycc.c1), OffsetFrom16(ycc.c2)))) {
-      return Apply(ycc.c0, LowHalves(ycc.c1, ycc.c2));
-    }
-    return Apply(ycc.c0, HalfWords(ycc.c1, ycc.c2));
+  static HWY_INLINE Three<D32> ApplyToHalves(const Three<D32>& ycc) {
+    const HalfWords chroma(ycc.c1, ycc.c2);
+    return {hn::Add(ycc.c0, WeighHalves<0, 22970>(chroma)),
+            hn::Add(ycc.c0, WeighHalves<-5638, -11700>(chroma)),
+            hn::Add(ycc.c0, WeighHalves<29032, 0>(chroma))};
+  }
+  // Replaces two vectors of each component, if the chroma fits 16 bits.
+  static HWY_INLINE bool ApplyTo16(Three<D32>& low, Three<D32>& high) {
+    const V16 one = hn::Set(D16(), 1);
+    const V16 cb = PackBlocks(low.c1, high.c1);
+    const V16 cr = PackBlocks(low.c2, high.c2);
+    const V16 cb1 = hn::Add(cb, one);
+    if (AnySaturated(cb1, cb1, hn::Add(cr, one))) return false;
+    const Pairs pairs(cb, cr);
+    low = FromPairs(low, pairs.low);
+    high = FromPairs(high, pairs.high);
+    return true;
   }
 
  private:
-  template <class Chroma>
-  static HWY_INLINE Three<D32> Apply(V32 y, const Chroma& chroma) {
-    return {hn::Add(y, Weigh<0, 22970>(chroma)), hn::Add(y, Weigh<-5638, -11700>(chroma)),
-            hn::Add(y, Weigh<29032, 0>(chroma))};
-  }
   template <int kBlue, int kRed>
-  static HWY_INLINE V32 Weigh(V16 chroma) {
-    return Descale(DotAcc(hn::Set(D32(), kRound), chroma, Weights(kBlue, kRed)));
-  }
-  template <int kBlue, int kRed>
-  static HWY_INLINE V32 Weigh(const HalfWords& chroma) {
+  static HWY_INLINE V32 WeighHalves(const HalfWords& chroma) {
     return Join(AddWeighed(StartSums(kBlue + kRed), chroma, Weights(kBlue, kRed)));
+  }
+  // R and B: 2^14 of the weight adds the chroma itself; the rest is a multiplication that rounds.
+  static HWY_INLINE Three<D32> FromPairs(const Three<D32>& ycc, V16 chroma) {
+    const V16 rest = hn::MulFixedPoint15(chroma, Weights(2 * (29032 - 16384), 2 * (22970 - 16384)));
+    const V32 blue = DotAcc(hn::Add(ycc.c0, ycc.c1), rest, Weights(1, 0));
+    const V32 red = hn::Add(hn::Add(ycc.c0, ycc.c2), hn::ShiftRight<16>(hn::BitCast(D32(), rest)));
+    const V32 green = Descale(DotAcc(hn::Set(D32(), kRound), chroma, Weights(-5638, -11700)));
+    return {red, hn::Add(ycc.c0, green), blue};
   }
 };
 
@@ -321,12 +342,18 @@ struct IctInverseFloat {
   }
 };
 
+template <class Transform, class Source, class Target>
+struct TransformStep {
+  HWY_INLINE void operator()(const uint8_t* const* from, uint8_t* const* to, size_t x) const {
+    Target::Store(Transform::Apply(Source::Load(from, x)), to, x);
+  }
+};
+
 // Source and target may be the same rows: steps do not overlap, and the last one works on copies.
 template <class Transform, class Source, class Target>
 void TransformRow(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
   constexpr size_t kStep = Source::kLanes;
-  const auto step = [](const uint8_t* const* from, uint8_t* const* to, size_t x)
-                        ZEP_ATTR { Target::Store(Transform::Apply(Source::Load(from, x)), to, x); };
+  constexpr TransformStep<Transform, Source, Target> step;
   // Local copies of the pointers, which no store can change, so that they stay in registers.
   const uint8_t* from[Source::kPlanes];
   uint8_t* to[Target::kPlanes];
@@ -336,6 +363,51 @@ void TransformRow(const uint8_t* const* src, uint8_t* const* dst, size_t width) 
   for (size_t x = 0; x < whole; x += kStep) step(from, to, x);
   ForElements<kStep, Source, Target>(src, dst, whole, width, step);
 }
+
+// The rows of ICT `32s`: two vectors at a time with the arithmetic for 16 bits where it is possible.
+template <class Transform>
+class FixedPointRow {
+  using Planes = PlanarPixels<D32>;
+  static constexpr size_t kStep = 2 * Planes::kLanes;
+
+ public:
+  static void Apply(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
+    const size_t whole = width / kStep * kStep;
+    ApplySteps(src, dst, whole);
+    ForElements<kStep, Planes, Planes>(src, dst, whole, width, Last());
+  }
+
+ private:
+  struct Last {
+    HWY_INLINE void operator()(const uint8_t* const* from, uint8_t* const* to, size_t) const {
+      ApplySteps(from, to, kStep);
+    }
+  };
+
+  static HWY_INLINE void ApplySteps(const uint8_t* const* src, uint8_t* const* dst, size_t whole) {
+    for (size_t x = ApplyTo16(src, dst, 0, whole); x < whole;
+         x = ApplyTo16(src, dst, x + kStep, whole)) {
+      for (size_t i = x; i < x + kStep; i += Planes::kLanes) {
+        Planes::Store(Transform::ApplyToHalves(Planes::Load(src, i)), dst, i);
+      }
+    }
+  }
+
+  // Stops at the first step that needs more than 16 bits, and returns where. Not inlined, so that
+  // the constants of the other arithmetic take no registers.
+  static HWY_NOINLINE size_t ApplyTo16(const uint8_t* const* src, uint8_t* const* dst, size_t x,
+                                       size_t whole) {
+    const uint8_t* const from[3] = {src[0], src[1], src[2]};
+    uint8_t* const to[3] = {dst[0], dst[1], dst[2]};
+    for (; x < whole; x += kStep) {
+      Three<D32> low = Planes::Load(from, x), high = Planes::Load(from, x + Planes::kLanes);
+      if (HWY_UNLIKELY(!Transform::ApplyTo16(low, high))) break;
+      Planes::Store(low, to, x);
+      Planes::Store(high, to, x + Planes::kLanes);
+    }
+    return x;
+  }
+};
 
 template <class Transform, class D>
 constexpr ComponentRow kPlanesRow = TransformRow<Transform, PlanarPixels<D>, PlanarPixels<D>>;
@@ -359,8 +431,8 @@ constexpr Kernels kKernels = {
     .rct32 = kReversible<D32>,
     .ict_forward16 = kPlanesRow<IctForward16, D16>,
     .ict_inverse16 = kPlanesRow<IctInverse16, D16>,
-    .ict_forward32 = kPlanesRow<IctForward32, D32>,
-    .ict_inverse32 = kPlanesRow<IctInverse32, D32>,
+    .ict_forward32 = FixedPointRow<IctForward32>::Apply,
+    .ict_inverse32 = FixedPointRow<IctInverse32>::Apply,
     .ict_forward_float = kPlanesRow<IctForwardFloat, DF>,
     .ict_inverse_float = kPlanesRow<IctInverseFloat, DF>,
     .ict_forward_float_pixels = kToPlanesRow<IctForwardFloat, DF>,

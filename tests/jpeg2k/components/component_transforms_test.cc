@@ -222,6 +222,48 @@ TEST(ComponentTransforms, KnownPixels) {
             INT32_MAX);
 }
 
+// All triples of values near the limits of 16 and 32 bits, where other arithmetic begins: one of
+// them among small values, and all together.
+TEST(ComponentTransforms, FixedPointAroundItsLimits) {
+  std::vector<int32_t> limits = {INT32_MIN, INT32_MIN + 1, INT32_MAX - 1, INT32_MAX};
+  for (const int32_t limit : {-65536, -32768, 0, 32767, 65536, -(1 << 30), 1 << 30}) {
+    for (const int32_t offset : {-1, 0, 1}) limits.push_back(limit + offset);
+  }
+  constexpr size_t kCount = 64;
+  const auto compare = [&](auto exported, auto model) {
+    std::vector<int32_t> all[3];
+    for (const int32_t a : limits) {
+      for (const int32_t b : limits) {
+        for (const int32_t c : limits) {
+          const int32_t triple[3] = {a, b, c};
+          int32_t got[3][kCount] = {}, want[3][kCount] = {};
+          for (size_t i = 0; i < 3; ++i) {
+            got[i][37] = want[i][37] = triple[i];
+            all[i].push_back(triple[i]);
+          }
+          int32_t* const got_planes[3] = {got[0], got[1], got[2]};
+          int32_t* const want_planes[3] = {want[0], want[1], want[2]};
+          const zepiSize size = {static_cast<int32_t>(kCount), 1};
+          ASSERT_EQ(exported(got_planes, 4 * size.width, size), zepStatusOk);
+          model(want_planes, 4 * size.width, size);
+          ASSERT_EQ(std::memcmp(got, want, sizeof(got)), 0) << a << " " << b << " " << c;
+        }
+      }
+    }
+    std::vector<int32_t> want[3] = {all[0], all[1], all[2]};
+    int32_t* const got_planes[3] = {all[0].data(), all[1].data(), all[2].data()};
+    int32_t* const want_planes[3] = {want[0].data(), want[1].data(), want[2].data()};
+    const zepiSize size = {static_cast<int32_t>(all[0].size()), 1};
+    ASSERT_EQ(exported(got_planes, 4 * size.width, size), zepStatusOk);
+    model(want_planes, 4 * size.width, size);
+    for (size_t i = 0; i < 3; ++i) EXPECT_EQ(all[i], want[i]) << i;
+  };
+  compare([](auto... args) { return ::zepiICTFwd_JPEG2K_32s_P3IR(args...); },
+          [](auto... args) { return reference::zepiICTFwd_JPEG2K_32s_P3IR(args...); });
+  compare([](auto... args) { return ::zepiICTInv_JPEG2K_32s_P3IR(args...); },
+          [](auto... args) { return reference::zepiICTInv_JPEG2K_32s_P3IR(args...); });
+}
+
 template <class T, class Call>
 void ExpectChecksInPlace(harness::Named<Call> function) {
   T planes[3][8] = {};
