@@ -216,53 +216,6 @@ HWY_INLINE void StoreBlocks(hn::VFromD<hn::Simd<uint8_t, kLanes, 0>> v,
   }
 }
 
-// Stores the lanes of three vectors of bytes in turn: a0 b0 c0 a1 b1 c1 ...
-#  if HWY_TARGET == HWY_AVX3
-
-// For byte i of a store that begins at byte `start` of the triples: the vector and the lane from
-// which it comes.
-struct TripleIndices {
-  alignas(64) uint8_t from_ab[64];  // 64 and above: b
-  alignas(64) uint8_t from_c[64];
-  uint64_t is_c;
-};
-constexpr TripleIndices MakeTripleIndices(unsigned start) {
-  TripleIndices result = {};
-  for (unsigned i = 0; i < 64; ++i) {
-    const unsigned lane = (start + i) / 3;
-    const unsigned vector = (start + i) % 3;
-    result.from_ab[i] = static_cast<uint8_t>(lane + (vector == 1 ? 64 : 0));
-    result.from_c[i] = static_cast<uint8_t>(lane);
-    if (vector == 2) result.is_c |= uint64_t{1} << i;
-  }
-  return result;
-}
-
-template <unsigned kStart, class V, class D>
-HWY_INLINE void StoreTriplesPart(V a, V b, V c, D d, uint8_t* to) {
-  static constexpr TripleIndices kIndices = MakeTripleIndices(kStart);
-  const __m512i ab = _mm512_permutex2var_epi8(a.raw, _mm512_load_si512(kIndices.from_ab), b.raw);
-  const __m512i abc =
-      _mm512_mask_permutexvar_epi8(ab, kIndices.is_c, _mm512_load_si512(kIndices.from_c), c.raw);
-  hn::StoreU(V{abc}, d, to + kStart);
-}
-
-template <class D>
-HWY_INLINE void StoreTriples(hn::VFromD<D> a, hn::VFromD<D> b, hn::VFromD<D> c, D d, uint8_t* to) {
-  StoreTriplesPart<0>(a, b, c, d, to);
-  StoreTriplesPart<64>(a, b, c, d, to);
-  StoreTriplesPart<128>(a, b, c, d, to);
-}
-
-#  else
-
-template <class D>
-HWY_INLINE void StoreTriples(hn::VFromD<D> a, hn::VFromD<D> b, hn::VFromD<D> c, D d, uint8_t* to) {
-  hn::StoreInterleaved3(a, b, c, d, to);
-}
-
-#  endif
-
 // The memory layout of the elements of one step: kPlanes rows, kBytes for each element.
 template <int kPlanesOf, size_t kBytesOf>
 struct Span {

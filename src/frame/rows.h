@@ -30,10 +30,9 @@ constexpr int64_t kMaxSerialElements = 8192;
 // on one another. The runtime may use fewer threads than it is asked for.
 template <class RowFunction>
 void ForRows(zepiSize roi, const RowFunction& row) {
-  [[maybe_unused]] const int32_t threads = ownGetNumThreads();
 #ifdef _OPENMP
   if (int64_t{roi.width} * roi.height > kMaxSerialElements) {
-    const int32_t team = TeamSize(threads);
+    const int32_t team = TeamSize(ownGetNumThreads());
     if (team > 1) {
 #  pragma omp parallel for schedule(static) num_threads(team)
       for (int32_t y = 0; y < roi.height; ++y) row(y);

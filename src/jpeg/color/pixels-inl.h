@@ -25,16 +25,11 @@ struct Pairs {
   V16 second[4];  // (c2, 0)
 };
 
-constexpr int8_t kZero = -1;  // an index that makes TableLookupBytesOr0 give 0
-
 // Indices for TableLookupBytesOr0. They pick, from four pixels of `pixel_bytes` bytes that begin at
 // byte `shift`, the channels `first` and `second` as pairs of 16-bit lanes; a negative channel
 // gives 0.
-struct PairIndices {
-  alignas(16) int8_t bytes[16];
-};
-constexpr PairIndices MakePairIndices(int pixel_bytes, int shift, int first, int second) {
-  PairIndices result = {};
+constexpr BlockIndices MakePairIndices(int pixel_bytes, int shift, int first, int second) {
+  BlockIndices result = {};
   for (int pixel = 0; pixel < 4; ++pixel) {
     const int start = shift + pixel * pixel_bytes;
     result.bytes[4 * pixel] = static_cast<int8_t>(start + first);
@@ -47,8 +42,8 @@ constexpr PairIndices MakePairIndices(int pixel_bytes, int shift, int first, int
 
 // Indices for sums of two neighbouring pixels. For both couples of four pixels they pick
 // (c0, c0', c1, c1') to the lower half of the block and (c2, c2', 0, 0) to the upper half.
-constexpr PairIndices MakeCoupleIndices(int pixel_bytes, int shift) {
-  PairIndices result = {};
+constexpr BlockIndices MakeCoupleIndices(int pixel_bytes, int shift) {
+  BlockIndices result = {};
   for (int couple = 0; couple < 2; ++couple) {
     const int start = shift + couple * 2 * pixel_bytes;
     for (int pixel = 0; pixel < 2; ++pixel) {
@@ -62,38 +57,28 @@ constexpr PairIndices MakeCoupleIndices(int pixel_bytes, int shift) {
   return result;
 }
 
-HWY_INLINE V8 LoadIndices(const PairIndices& indices) {
-  return hn::LoadDup128(D8(), reinterpret_cast<const uint8_t*>(indices.bytes));
-}
-
-HWY_INLINE V8 Shuffle(V8 bytes, const PairIndices& indices) {
-  return hn::TableLookupBytesOr0(bytes, LoadIndices(indices));
-}
-
 // Interleaved pixels of kChannels bytes, 3 or 4; the fourth is ignored.
 //
-// A load of 16 bytes for four three-byte pixels reads four bytes too many. In the quarters marked
-// by the bits of kShifted the load starts four bytes earlier, so that it never reads beyond the
-// last pixel; their pixels begin at byte 4 of the block.
-template <int kChannels, unsigned kShifted = 1u << 3>
+// A load of 16 bytes for four three-byte pixels reads four bytes too many. So in every other
+// quarter the load starts four bytes earlier, and no half of the pixels reads beyond its end; the
+// pixels begin at byte 4 of the block.
+template <int kChannels>
 struct Interleaved : Span<1, kChannels> {
   // The bytes of N pixels, four pixels in each block of a quarter.
   struct Raw {
     V8 quarters[4];
   };
-  static constexpr int Shift(int quarter) {
-    return kChannels == 3 && (kShifted >> quarter & 1) != 0 ? 4 : 0;
-  }
+  static constexpr int Shift(int quarter) { return kChannels == 3 && quarter % 2 != 0 ? 4 : 0; }
 
-  template <int kQuarter>
-  static HWY_INLINE V8 LoadQuarter(const uint8_t* from) {
-    constexpr size_t kOffset = 4 * kChannels * kQuarter - Shift(kQuarter);
-    return LoadBlocks(D8(), from + kOffset, 16 * kChannels);
+  template <int kQuarter, class Parts>
+  static HWY_INLINE V8 LoadQuarter(Parts parts, const uint8_t* from) {
+    return LoadBlocksFrom<4 * kQuarter, kChannels>(parts, from, Shift(kQuarter));
   }
-  static HWY_INLINE Raw LoadRaw(const uint8_t* const* src, size_t x) {
+  template <class Parts>
+  static HWY_INLINE Raw LoadRaw(Parts parts, const uint8_t* const* src, size_t x) {
     const uint8_t* from = src[0] + x * kChannels;
-    return {
-        {LoadQuarter<0>(from), LoadQuarter<1>(from), LoadQuarter<2>(from), LoadQuarter<3>(from)}};
+    return {{LoadQuarter<0>(parts, from), LoadQuarter<1>(parts, from), LoadQuarter<2>(parts, from),
+             LoadQuarter<3>(parts, from)}};
   }
 
   template <int kQuarter>
@@ -111,8 +96,9 @@ struct Interleaved : Span<1, kChannels> {
     MakePairs<3>(raw, pairs);
     return pairs;
   }
-  static HWY_INLINE Pairs Load(const uint8_t* const* src, size_t x) {
-    return MakePairs(LoadRaw(src, x));
+  template <class Parts>
+  static HWY_INLINE Pairs Load(Parts parts, const uint8_t* const* src, size_t x) {
+    return MakePairs(LoadRaw(parts, src, x));
   }
 
   // Sums of horizontal neighbours among the four pixels of each block, ordered as in
@@ -138,11 +124,11 @@ HWY_INLINE void PairsOfBytes(V8 a, V8 b, V16 (&pairs)[4]) {
 
 // Three separate planes.
 struct Planar : Span<3, 1> {
-  static HWY_INLINE Pairs Load(const uint8_t* const* src, size_t x) {
-    const D8 d8;
+  template <class Parts>
+  static HWY_INLINE Pairs Load(Parts parts, const uint8_t* const* src, size_t x) {
     Pairs pairs;
-    PairsOfBytes(hn::LoadU(d8, src[0] + x), hn::LoadU(d8, src[1] + x), pairs.first);
-    PairsOfBytes(hn::LoadU(d8, src[2] + x), hn::Zero(d8), pairs.second);
+    PairsOfBytes(LoadPixels(parts, src[0] + x), LoadPixels(parts, src[1] + x), pairs.first);
+    PairsOfBytes(LoadPixels(parts, src[2] + x), hn::Zero(D8()), pairs.second);
     return pairs;
   }
 };
@@ -151,10 +137,10 @@ struct Planar : Span<3, 1> {
 // widened to 8 bits by appending its own upper bits.
 template <int kGreenBits>
 struct Packed : Span<1, 2> {
-  template <int kHalf>
-  static HWY_INLINE void LoadHalf(const uint8_t* const* src, size_t x, Pairs& pairs) {
+  template <int kHalf, class Parts>
+  static HWY_INLINE void LoadHalf(Parts parts, const uint8_t* from, Pairs& pairs) {
     const D16 d16;
-    const V16 word = hn::BitCast(d16, LoadBlocks(D8(), src[0] + 2 * x + 16 * kHalf, 32));
+    const V16 word = hn::BitCast(d16, LoadBlocksFrom<8 * kHalf, 2>(parts, from));
     const auto bits = [&](auto v, int mask) { return hn::And(v, hn::Set(d16, int16_t(mask))); };
     constexpr int kHighShift = kGreenBits + 5 - 3;  // moves the first field to bits 7..3
     const V16 c0 = hn::Or(bits(hn::ShiftRight<kHighShift>(word), 0xF8),
@@ -171,10 +157,11 @@ struct Packed : Span<1, 2> {
     pairs.second[2 * kHalf + 1] = hn::InterleaveUpper(d16, c2, zero);
   }
 
-  static HWY_INLINE Pairs Load(const uint8_t* const* src, size_t x) {
+  template <class Parts>
+  static HWY_INLINE Pairs Load(Parts parts, const uint8_t* const* src, size_t x) {
     Pairs pairs;
-    LoadHalf<0>(src, x, pairs);
-    LoadHalf<1>(src, x, pairs);
+    LoadHalf<0>(parts, src[0] + 2 * x, pairs);
+    LoadHalf<1>(parts, src[0] + 2 * x, pairs);
     return pairs;
   }
 };

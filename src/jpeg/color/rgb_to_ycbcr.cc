@@ -54,15 +54,23 @@ ZEP_BEFORE_NAMESPACE();
 namespace zepjp::HWY_NAMESPACE {
 namespace {
 
+template <const Rule& kRule, class Parts>
+HWY_INLINE void StoreYcc(const Pairs& pairs, Parts parts, uint8_t* const* dst, size_t x) {
+  StorePixels(Convert<kRule.shift>(pairs, kRule.y), parts, dst[0] + x);
+  StorePixels(Convert<kRule.shift>(pairs, kRule.cb), parts, dst[1] + x);
+  StorePixels(Convert<kRule.shift>(pairs, kRule.cr), parts, dst[2] + x);
+}
+
+template <class Source, const Rule& kRule>
+struct ConvertStep {
+  template <class Parts>
+  HWY_INLINE void Run(Parts parts, const uint8_t* const* src, uint8_t* const* dst, size_t x) const {
+    StoreYcc<kRule>(Source::Load(parts, src, x), parts, dst, x);
+  }
+};
 template <class Source, const Rule& kRule>
 void ConvertSpan(const uint8_t* const* src, uint8_t* const* dst, size_t begin, size_t end) {
-  ForElements<kPixels, Source, Span<3, 1>>(
-      src, dst, begin, end, [](const uint8_t* const* from, uint8_t* const* to, size_t x) ZEP_ATTR {
-        const Pairs pairs = Source::Load(from, x);
-        hn::StoreU(Convert<kRule.shift>(pairs, kRule.y), D8(), to[0] + x);
-        hn::StoreU(Convert<kRule.shift>(pairs, kRule.cb), D8(), to[1] + x);
-        hn::StoreU(Convert<kRule.shift>(pairs, kRule.cr), D8(), to[2] + x);
-      });
+  ForPixels<Source, Span<3, 1>>(src, dst, begin, end, ConvertStep<Source, kRule>());
 }
 
 template <class Source, class Order>
@@ -77,12 +85,16 @@ void ConvertRow(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
 }
 
 template <class Source, class Order>
-void LuminanceSpan(const uint8_t* const* src, uint8_t* const* dst, size_t begin, size_t end) {
+struct LuminanceStep {
   static constexpr Component kY = Order::kGroups.y;
-  ForElements<kPixels, Source, Span<1, 1>>(
-      src, dst, begin, end, [](const uint8_t* const* from, uint8_t* const* to, size_t x) ZEP_ATTR {
-        hn::StoreU(Convert<15>(Source::Load(from, x), kY), D8(), to[0] + x);
-      });
+  template <class Parts>
+  HWY_INLINE void Run(Parts parts, const uint8_t* const* src, uint8_t* const* dst, size_t x) const {
+    StorePixels(Convert<15>(Source::Load(parts, src, x), kY), parts, dst[0] + x);
+  }
+};
+template <class Source, class Order>
+void LuminanceSpan(const uint8_t* const* src, uint8_t* const* dst, size_t begin, size_t end) {
+  ForPixels<Source, Span<1, 1>>(src, dst, begin, end, LuminanceStep<Source, Order>());
 }
 
 template <class Source, class Order>
@@ -90,15 +102,23 @@ void LuminanceRow(const uint8_t* const* src, uint8_t* const* dst, size_t width) 
   LuminanceSpan<Source, Order>(src, dst, 0, width);
 }
 
+struct InksStep {
+  template <class Parts>
+  HWY_INLINE void Run(Parts parts, const uint8_t* const* src, uint8_t* const* dst, size_t x) const {
+    using Source = Interleaved<4>;
+    const Source::Raw raw = Source::LoadRaw(parts, src, x);
+    StoreYcc<Inks14::kGroups>(Source::MakePairs(raw), parts, dst, x);
+    StorePixels(PackBlocks(PackBlocks(Fourth(raw.quarters[0]), Fourth(raw.quarters[1])),
+                           PackBlocks(Fourth(raw.quarters[2]), Fourth(raw.quarters[3]))),
+                parts, dst[3] + x);
+  }
+  static HWY_INLINE V32 Fourth(V8 pixels) {
+    const hn::ScalableTag<uint32_t> d32;
+    return hn::BitCast(D32(), hn::ShiftRight<24>(hn::BitCast(d32, pixels)));
+  }
+};
 void CmykRowC4(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
-  ConvertSpan<Interleaved<4>, Inks14::kGroups>(src, dst, 0, width);
-  const uint8_t* from = src[0];
-  const auto store_k = [](const uint8_t* const* in, uint8_t* const* out, size_t x) ZEP_ATTR {
-    V8 c, m, y, k;
-    hn::LoadInterleaved4(D8(), in[0] + 4 * x, c, m, y, k);
-    hn::StoreU(k, D8(), out[0] + x);
-  };
-  ForElements<kPixels, Span<1, 4>, Span<1, 1>>(&from, dst + 3, 0, width, store_k);
+  ForPixels<Span<1, 4>, Span<4, 1>>(src, dst, 0, width, InksStep());
 }
 
 void CmykRowP4(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
@@ -123,7 +143,7 @@ struct ReducingStep {
   static HWY_INLINE GroupPairs LuminanceAndSums(const uint8_t* const* src, uint8_t* const* dst,
                                                 size_t x) {
     typename Source::Raw raw[kRows];
-    for (int row = 0; row < kRows; ++row) raw[row] = Source::LoadRaw(src + row, x);
+    for (int row = 0; row < kRows; ++row) raw[row] = Source::LoadRaw(Whole(), src + row, x);
     for (int row = 0; row < kRows; ++row) {
       hn::StoreU(Convert<15>(Source::MakePairs(raw[row]), kY), D8(), dst[row] + x);
     }

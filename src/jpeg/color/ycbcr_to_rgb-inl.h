@@ -8,7 +8,7 @@
 //   B = Y + ((29032 u + 8192) >> 14)
 //
 // each clamped to 0..255. Y is not part of the rounded sums, because 2^14 Y has no fraction to
-// round.
+// round. So the terms of u and v are computed once for all pixels that share them.
 //
 // Almost everything fits 16-bit lanes: the rounding fixed-point product (a b + 2^14) >> 15 is the
 // term of R for a = 2v and that of B for a = 2u, with |a| <= 256. Only the sum of two products in
@@ -26,17 +26,12 @@ ZEP_BEFORE_NAMESPACE();
 namespace zepjp::HWY_NAMESPACE {
 namespace {
 
-// Half of the pixels of a step: block b (128 bits) of half h holds the pixels 16b + 8h to
-// 16b + 8h + 7.
-struct Half {
-  V16 y, u2, v2;  // Y, 2 (Cb - 128), 2 (Cr - 128)
-};
-
 struct Rgb {
   V8 r, g, b;
 };
 
-struct RgbHalf {
+// What chroma adds to Y.
+struct Terms {
   V16 r, g, b;
 };
 
@@ -52,39 +47,23 @@ HWY_INLINE V16 GreenTerm(V16 u2, V16 v2) {
   return PackBlocks(hn::ShiftRight<14>(low), hn::ShiftRight<14>(high));
 }
 
-HWY_INLINE RgbHalf ConvertHalf(const Half& h) {
+// The terms of 2u and 2v.
+HWY_INLINE Terms TermsOf(V16 u2, V16 v2) {
   const D16 d16;
-  return {hn::Add(h.y, hn::MulFixedPoint15(h.v2, hn::Set(d16, 22970))),
-          hn::Add(h.y, GreenTerm(h.u2, h.v2)),
-          hn::Add(h.y, hn::MulFixedPoint15(h.u2, hn::Set(d16, 29032)))};
+  return {hn::MulFixedPoint15(v2, hn::Set(d16, 22970)), GreenTerm(u2, v2),
+          hn::MulFixedPoint15(u2, hn::Set(d16, 29032))};
 }
 
-HWY_INLINE Rgb Convert(const Half& low, const Half& high) {
-  const RgbHalf a = ConvertHalf(low);
-  const RgbHalf b = ConvertHalf(high);
-  return {PackBlocks(a.r, b.r), PackBlocks(a.g, b.g), PackBlocks(a.b, b.b)};
-}
-
-// 2 (chroma - 128) as signed 16-bit lanes.
-HWY_INLINE V16 Centred(V16 chroma) {
-  return hn::Sub(hn::ShiftLeft<1>(chroma), hn::Set(D16(), 256));
-}
-
-// Bytes as two halves of 16-bit lanes.
-HWY_INLINE V16 LowerWords(V8 v) {
-  return hn::BitCast(D16(), hn::InterleaveLower(D8(), v, hn::Zero(D8())));
-}
-HWY_INLINE V16 UpperWords(V8 v) {
-  return hn::BitCast(D16(), hn::InterleaveUpper(D8(), v, hn::Zero(D8())));
-}
-HWY_INLINE Rgb Convert(V8 y, V8 cb, V8 cr) {
-  return Convert({LowerWords(y), Centred(LowerWords(cb)), Centred(LowerWords(cr))},
-                 {UpperWords(y), Centred(UpperWords(cb)), Centred(UpperWords(cr))});
+// The first and the second pixels of PackBlocks.
+HWY_INLINE Rgb AddTerms(V16 first_y, const Terms& first, V16 second_y, const Terms& second) {
+  return {PackBlocks(hn::Add(first_y, first.r), hn::Add(second_y, second.r)),
+          PackBlocks(hn::Add(first_y, first.g), hn::Add(second_y, second.g)),
+          PackBlocks(hn::Add(first_y, first.b), hn::Add(second_y, second.b))};
 }
 
 HWY_INLINE Rgb Inks(const Rgb& p) {
-  const auto invert = [](V8 v) ZEP_ATTR { return hn::Xor(v, hn::Set(D8(), 255)); };
-  return {invert(p.r), invert(p.g), invert(p.b)};
+  const V8 all = hn::Set(D8(), 255);
+  return {hn::Xor(p.r, all), hn::Xor(p.g, all), hn::Xor(p.b, all)};
 }
 HWY_INLINE Rgb Reversed(const Rgb& p) { return {p.b, p.g, p.r}; }
 

@@ -11,6 +11,7 @@
 
 #define HWY_TARGET_INCLUDE "jpeg/color/ycbcr_to_rgb.cc"
 #include "hwy/foreach_target.h"
+#include "jpeg/color/store_pixels-inl.h"
 #include "jpeg/color/ycbcr_to_rgb-inl.h"
 
 #ifndef ZEPJP_YCBCR_TO_RGB_KERNELS
@@ -38,106 +39,135 @@ ZEP_BEFORE_NAMESPACE();
 namespace zepjp::HWY_NAMESPACE {
 namespace {
 
+// Results are parted as store_pixels-inl.h defines: even and odd pixels are converted in registers
+// of their own.
+HWY_INLINE Rgb AddTerms(V8 y, const Terms& even, const Terms& odd) {
+  const hn::Repartition<uint16_t, D8> d16;
+  const V16 even_y = hn::BitCast(D16(), hn::And(hn::BitCast(d16, y), hn::Set(d16, 255)));
+  const V16 odd_y = hn::BitCast(D16(), hn::ShiftRight<8>(hn::BitCast(d16, y)));
+  return AddTerms(even_y, even, odd_y, odd);
+}
+
+// 2 (c - 128) of the even or odd bytes.
+HWY_INLINE V16 EvenChroma(V8 c) { return hn::Sub(PairDot<2, 0>(c), hn::Set(D16(), 256)); }
+HWY_INLINE V16 OddChroma(V8 c) { return hn::Sub(PairDot<0, 2>(c), hn::Set(D16(), 256)); }
+
 // Separate planes Y, Cb, Cr.
 struct PlanarYcc : Span<3, 1> {
-  static HWY_INLINE Rgb Load(const uint8_t* const* src, size_t x) {
-    const D8 d8;
-    return Convert(hn::LoadU(d8, src[0] + x), hn::LoadU(d8, src[1] + x), hn::LoadU(d8, src[2] + x));
+  template <class Parts>
+  static HWY_INLINE Rgb Load(Parts parts, const uint8_t* const* src, size_t x) {
+    const V8 cb = LoadPixels(parts, src[1] + x), cr = LoadPixels(parts, src[2] + x);
+    return AddTerms(LoadPixels(parts, src[0] + x), TermsOf(EvenChroma(cb), EvenChroma(cr)),
+                    TermsOf(OddChroma(cb), OddChroma(cr)));
   }
 };
 
 // Planes Cb and Cr of half the width: pixels 2i and 2i + 1 share sample i. `x` is even.
 struct HalfYcc {
-  static HWY_INLINE V8 Twice(const uint8_t* chroma) {
-    const hn::RepartitionToWide<D8> d16;
-    const auto wide = hn::PromoteTo(d16, hn::LoadU(hn::Half<D8>(), chroma));
-    return hn::BitCast(D8(), hn::Or(wide, hn::ShiftLeft<8>(wide)));
+  static HWY_INLINE V16 Chroma(const uint8_t* from) {
+    const V16 wide = hn::PromoteTo(D16(), hn::LoadU(hn::Half<D8>(), from));
+    return hn::Sub(hn::ShiftLeft<1>(wide), hn::Set(D16(), 256));
   }
   static HWY_INLINE Rgb Load(const uint8_t* const* src, size_t x) {
-    return Convert(hn::LoadU(D8(), src[0] + x), Twice(src[1] + x / 2), Twice(src[2] + x / 2));
+    const Terms terms = TermsOf(Chroma(src[1] + x / 2), Chroma(src[2] + x / 2));
+    return AddTerms(hn::LoadU(D8(), src[0] + x), terms, terms);
   }
 };
 
 // Y0 Cb Y1 Cr: two pixels share their chroma.
 struct Ycc422 : Span<1, 2> {
-  static HWY_INLINE V16 Pick(V8 bytes, const int8_t (&indices)[16]) {
-    const V8 table = hn::LoadDup128(D8(), reinterpret_cast<const uint8_t*>(indices));
-    return hn::BitCast(D16(), hn::TableLookupBytesOr0(bytes, table));
-  }
-  static HWY_INLINE Half Load8(const uint8_t* from) {
-    alignas(16) static constexpr int8_t kY[16] = {0, -1, 2,  -1, 4,  -1, 6,  -1,
-                                                  8, -1, 10, -1, 12, -1, 14, -1};
-    alignas(16) static constexpr int8_t kCb[16] = {1, -1, 1, -1, 5,  -1, 5,  -1,
-                                                   9, -1, 9, -1, 13, -1, 13, -1};
-    alignas(16) static constexpr int8_t kCr[16] = {3,  -1, 3,  -1, 7,  -1, 7,  -1,
-                                                   11, -1, 11, -1, 15, -1, 15, -1};
-    const V8 bytes = LoadBlocks(D8(), from, 32);
-    return {Pick(bytes, kY), Centred(Pick(bytes, kCb)), Centred(Pick(bytes, kCr))};
-  }
-  static HWY_INLINE Rgb Load(const uint8_t* const* src, size_t x) {
-    return Convert(Load8(src[0] + 2 * x), Load8(src[0] + 2 * x + 16));
+  template <class Parts>
+  static HWY_INLINE Rgb Load(Parts parts, const uint8_t* const* src, size_t x) {
+    const uint8_t* from = src[0] + 2 * x;
+    const hn::Repartition<uint16_t, D8> d16;
+    const auto low = hn::BitCast(d16, LoadBlocksFrom<0, 2>(parts, from));
+    const auto high = hn::BitCast(d16, LoadBlocksFrom<8, 2>(parts, from));
+    const auto pack = [](auto a, auto b) ZEP_ATTR {
+      return PackBlocks(hn::BitCast(D16(), a), hn::BitCast(D16(), b));
+    };
+    const auto bytes = hn::Set(d16, 255);
+    const V8 y = pack(hn::And(low, bytes), hn::And(high, bytes));
+    const V8 chroma = pack(hn::ShiftRight<8>(low), hn::ShiftRight<8>(high));
+    const Terms terms = TermsOf(EvenChroma(chroma), OddChroma(chroma));
+    return AddTerms(y, terms, terms);
   }
 };
 
 struct ToRgb : Span<1, 3> {
-  static HWY_INLINE void Store(const Rgb& p, uint8_t* const* dst, size_t x, uint8_t = 0) {
-    StoreTriples(p.r, p.g, p.b, D8(), dst[0] + 3 * x);
+  template <class Parts>
+  static HWY_INLINE void Store(const Rgb& p, Parts parts, uint8_t* const* dst, size_t x, uint8_t) {
+    StoreThree(p.r, p.g, p.b, parts, dst[0] + 3 * x);
   }
 };
 
 struct ToRgbx : Span<1, 4> {
-  static HWY_INLINE void Store(const Rgb& p, uint8_t* const* dst, size_t x, uint8_t alpha) {
-    hn::StoreInterleaved4(p.r, p.g, p.b, hn::Set(D8(), alpha), D8(), dst[0] + 4 * x);
+  template <class Parts>
+  static HWY_INLINE void Store(const Rgb& p, Parts parts, uint8_t* const* dst, size_t x,
+                               uint8_t alpha) {
+    StoreFour(p.r, p.g, p.b, hn::Set(D8(), alpha), parts, dst[0] + 4 * x);
   }
 };
 
 // 16-bit pixels of the upper 5, kGreenBits and 5 bits of the channels, the first channel highest.
 template <int kGreenBits>
 struct ToPacked : Span<1, 2> {
-  static HWY_INLINE V16 Word(V16 first, V16 second, V16 third) {
-    const auto upper = [](V16 v, int bits) ZEP_ATTR {
-      return hn::And(v, hn::Set(D16(), int16_t(256 - (256 >> bits))));
-    };
-    const V16 high = hn::ShiftLeft<kGreenBits + 2>(upper(first, 5));
-    const V16 green = hn::ShiftLeft<kGreenBits - 3>(upper(second, kGreenBits));
-    return hn::Or(hn::Or(high, green), hn::ShiftRight<3>(third));
+  static HWY_INLINE V8 Masked(hn::VFromD<hn::Repartition<uint16_t, D8>> v, int mask) {
+    return hn::And(hn::BitCast(D8(), v), hn::Set(D8(), static_cast<uint8_t>(mask)));
   }
-  static HWY_INLINE void Store(const Rgb& p, uint8_t* const* dst, size_t x, uint8_t = 0) {
-    const V16 low = Word(LowerWords(p.r), LowerWords(p.g), LowerWords(p.b));
-    const V16 high = Word(UpperWords(p.r), UpperWords(p.g), UpperWords(p.b));
-    StoreBlocks(hn::BitCast(D8(), low), D8(), dst[0] + 2 * x, 32);
-    StoreBlocks(hn::BitCast(D8(), high), D8(), dst[0] + 2 * x + 16, 32);
+  template <class Parts>
+  static HWY_INLINE void Store(const Rgb& p, Parts parts, uint8_t* const* dst, size_t x, uint8_t) {
+    const hn::Repartition<uint16_t, D8> d16;
+    constexpr int kFirst = 6 - kGreenBits, kUpperGreen = 11 - kGreenBits;
+    const auto first = hn::BitCast(d16, p.r), green = hn::BitCast(d16, p.g);
+    const V8 high = hn::Or(Masked(hn::ShiftRight<kFirst>(first), 0xF8 >> kFirst),
+                           Masked(hn::ShiftRight<kUpperGreen>(green), 0xFF >> kUpperGreen));
+    const V8 low = hn::Or(Masked(hn::ShiftLeft<kGreenBits - 3>(green), 0xE0),
+                          Masked(hn::ShiftRight<3>(hn::BitCast(d16, p.b)), 0x1F));
+    StoreTwo(low, high, parts, dst[0] + 2 * x);
   }
 };
 
 struct ToPlanes : Span<3, 1> {
-  static HWY_INLINE void Store(const Rgb& p, uint8_t* const* dst, size_t x, uint8_t = 0) {
-    hn::StoreU(p.r, D8(), dst[0] + x);
-    hn::StoreU(p.g, D8(), dst[1] + x);
-    hn::StoreU(p.b, D8(), dst[2] + x);
+  template <class Parts>
+  static HWY_INLINE void Store(const Rgb& p, Parts parts, uint8_t* const* dst, size_t x, uint8_t) {
+    StorePixels(Ordered<1>(p.r), parts, dst[0] + x);
+    StorePixels(Ordered<1>(p.g), parts, dst[1] + x);
+    StorePixels(Ordered<1>(p.b), parts, dst[2] + x);
   }
 };
 
 // The channels in reverse order.
 template <class Target>
 struct Backward : Span<1, Target::kBytes> {
-  static HWY_INLINE void Store(const Rgb& p, uint8_t* const* dst, size_t x, uint8_t alpha = 0) {
-    Target::Store(Reversed(p), dst, x, alpha);
+  template <class Parts>
+  static HWY_INLINE void Store(const Rgb& p, Parts parts, uint8_t* const* dst, size_t x,
+                               uint8_t alpha) {
+    Target::Store(Reversed(p), parts, dst, x, alpha);
+  }
+};
+
+template <class Source, class Target>
+struct PixelStep {
+  uint8_t alpha;
+  template <class Parts>
+  HWY_INLINE void Run(Parts parts, const uint8_t* const* src, uint8_t* const* dst, size_t x) const {
+    Target::Store(Source::Load(parts, src, x), parts, dst, x, alpha);
   }
 };
 
 template <class Source, class Target>
 void ConvertRow(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
-  const auto step = [](const uint8_t* const* from, uint8_t* const* to, size_t x)
-                        ZEP_ATTR { Target::Store(Source::Load(from, x), to, x); };
-  ForElements<kPixels, Source, Target>(src, dst, 0, width, step);
+  ForPixels<Source, Target>(src, dst, 0, width, PixelStep<Source, Target>{0});
 }
 
 template <class Target>
 void ConvertPixels(const uint8_t* const* src, uint8_t* dst, size_t width, uint8_t alpha) {
-  const auto step = [alpha](const uint8_t* const* from, uint8_t* const* to, size_t x)
-                        ZEP_ATTR { Target::Store(PlanarYcc::Load(from, x), to, x, alpha); };
-  ForElements<kPixels, PlanarYcc, Target>(src, &dst, 0, width, step);
+  ForPixels<PlanarYcc, Target>(src, &dst, 0, width, PixelStep<PlanarYcc, Target>{alpha});
+}
+
+template <class Target>
+HWY_INLINE void ConvertHalfStep(const uint8_t* const* src, uint8_t* dst, size_t x, uint8_t alpha) {
+  Target::Store(HalfYcc::Load(src, x), Whole(), &dst, x, alpha);
 }
 
 // Converts the pixels from `begin`, which is even, to `end` - 1 on copies; they are fewer than a
@@ -148,41 +178,44 @@ HWY_NOINLINE void ConvertFewOfHalf(const uint8_t* const* src, uint8_t* dst, size
   HWY_ALIGN uint8_t in[3][kPixels];
   HWY_ALIGN uint8_t out[kPixels * Target::kBytes];
   const uint8_t* const from[] = {in[0], in[1], in[2]};
-  uint8_t* to = out;
   const size_t count = end - begin;
   CopyBytes(src[0] + begin, in[0], count);
   for (int i = 1; i < 3; ++i) CopyBytes(src[i] + begin / 2, in[i], (count + 1) / 2);
-  Target::Store(HalfYcc::Load(from, 0), &to, 0, alpha);
+  ConvertHalfStep<Target>(from, out, 0, alpha);
   CopyBytes(out, dst + begin * Target::kBytes, count * Target::kBytes);
 }
 
 template <class Target>
 void ConvertHalfPixels(const uint8_t* const* src, uint8_t* dst, size_t width, uint8_t alpha) {
-  const auto step = [=](size_t x)
-                        ZEP_ATTR { Target::Store(HalfYcc::Load(src, x), &dst, x, alpha); };
   const size_t even = width & ~size_t{1};
   size_t x = 0;
-  for (; x + kPixels <= even; x += kPixels) step(x);
+  for (; x + kPixels <= even; x += kPixels) ConvertHalfStep<Target>(src, dst, x, alpha);
   if (x < even && x > 0) {
-    step(even - kPixels);
+    ConvertHalfStep<Target>(src, dst, even - kPixels, alpha);
     x = even;
   }
   if (x < width) ConvertFewOfHalf<Target>(src, dst, x, width, alpha);
 }
 
+struct InksStep {
+  template <class Parts>
+  HWY_INLINE void Run(Parts parts, const uint8_t* const* src, uint8_t* const* dst, size_t x) const {
+    const Rgb inks = Inks(PlanarYcc::Load(parts, src, x));
+    StoreFour(inks.r, inks.g, inks.b, LoadPixels(parts, src[3] + x), parts, dst[0] + 4 * x);
+  }
+};
 void CmykRowC4(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
-  const auto step = [](const uint8_t* const* from, uint8_t* const* to, size_t x) ZEP_ATTR {
-    const Rgb inks = Inks(PlanarYcc::Load(from, x));
-    const V8 k = hn::LoadU(D8(), from[3] + x);
-    hn::StoreInterleaved4(inks.r, inks.g, inks.b, k, D8(), to[0] + 4 * x);
-  };
-  ForElements<kPixels, Span<4, 1>, Span<1, 4>>(src, dst, 0, width, step);
+  ForPixels<Span<4, 1>, Span<1, 4>>(src, dst, 0, width, InksStep());
 }
 
+struct InkPlanesStep {
+  template <class Parts>
+  HWY_INLINE void Run(Parts parts, const uint8_t* const* src, uint8_t* const* dst, size_t x) const {
+    ToPlanes::Store(Inks(PlanarYcc::Load(parts, src, x)), parts, dst, x, 0);
+  }
+};
 void CmykRowP4(const uint8_t* const* src, uint8_t* const* dst, size_t width) {
-  const auto step = [](const uint8_t* const* from, uint8_t* const* to, size_t x)
-                        ZEP_ATTR { ToPlanes::Store(Inks(PlanarYcc::Load(from, x)), to, x); };
-  ForElements<kPixels, Span<3, 1>, Span<3, 1>>(src, dst, 0, width, step);
+  ForPixels<PlanarYcc, ToPlanes>(src, dst, 0, width, InkPlanesStep());
   CopyBytes(src[3], dst[3], width);
 }
 

@@ -11,7 +11,7 @@
 
 #define HWY_TARGET_INCLUDE "jpeg/mcu/mcu_to_pixels.cc"
 #include "hwy/foreach_target.h"
-#include "jpeg/color/pixels-inl.h"
+#include "jpeg/color/triples-inl.h"
 #include "jpeg/color/ycbcr_to_rgb-inl.h"
 
 #ifndef ZEPJP_MCU_TO_PIXELS_KERNELS
@@ -59,15 +59,40 @@ struct Runs {
 
   HWY_INLINE V8 Bytes() const { return PackBlocks(Plus128(lower), Plus128(upper)); }
 };
-HWY_INLINE Runs Twice(V16 chroma) {
-  return {hn::InterleaveLower(D16(), chroma, chroma), hn::InterleaveUpper(D16(), chroma, chroma)};
+
+HWY_INLINE Runs Twice(V16 v) {
+  return {hn::InterleaveLower(D16(), v, v), hn::InterleaveUpper(D16(), v, v)};
 }
 
-HWY_INLINE Rgb Convert(const Runs& y, const Runs& cb, const Runs& cr) {
-  const auto doubled = [](V16 v) ZEP_ATTR { return hn::ShiftLeft<1>(v); };
-  return Convert({Plus128(y.lower), doubled(cb.lower), doubled(cr.lower)},
-                 {Plus128(y.upper), doubled(cb.upper), doubled(cr.upper)});
+HWY_INLINE Terms TermsOfValues(V16 cb, V16 cr) {
+  return TermsOf(hn::ShiftLeft<1>(cb), hn::ShiftLeft<1>(cr));
 }
+
+// The components of cells, and the terms of their chroma.
+struct CellRuns {
+  Runs components[4];
+  Terms lower, upper;
+
+  HWY_INLINE Rgb Convert() const {
+    const Runs& y = components[0];
+    return AddTerms(Plus128(y.lower), lower, Plus128(y.upper), upper);
+  }
+  // Full chroma.
+  HWY_INLINE void MakeTerms() {
+    const Runs &cb = components[1], &cr = components[2];
+    lower = TermsOfValues(cb.lower, cr.lower);
+    upper = TermsOfValues(cb.upper, cr.upper);
+  }
+  // Chroma of which each sample serves two neighbours.
+  HWY_INLINE void RepeatChroma(V16 cb, V16 cr) {
+    components[1] = Twice(cb);
+    components[2] = Twice(cr);
+    const Terms terms = TermsOfValues(cb, cr);
+    const Runs r = Twice(terms.r), g = Twice(terms.g), b = Twice(terms.b);
+    lower = {r.lower, g.lower, b.lower};
+    upper = {r.upper, g.upper, b.upper};
+  }
+};
 
 // The addresses of the two runs of the first cell, and the distance from each cell to the next.
 struct PixelTarget {
@@ -75,24 +100,6 @@ struct PixelTarget {
   uint8_t* second;
   ptrdiff_t step;
 };
-
-// A run of eight three-byte pixels has 24 bytes. They are stored in three parts: 0 and 1 are the
-// first 16 bytes of the first and of the second run, 2 the last 8 bytes of both. These are the
-// indices that pick the bytes of one channel of a part.
-constexpr PairIndices MakeTripleBytes(int part, int channel) {
-  PairIndices result = {};
-  for (int i = 0; i < 16; ++i) {
-    const int byte = part == 0 ? i : part == 1 ? 24 + i : i < 8 ? 16 + i : 32 + i;
-    result.bytes[i] = byte % 3 == channel ? static_cast<int8_t>(byte / 3) : kZero;
-  }
-  return result;
-}
-template <int kPart>
-HWY_INLINE V8 TriplePart(V8 a, V8 b, V8 c) {
-  static constexpr auto kA = MakeTripleBytes(kPart, 0), kB = MakeTripleBytes(kPart, 1),
-                        kC = MakeTripleBytes(kPart, 2);
-  return hn::Or(hn::Or(Shuffle(a, kA), Shuffle(b, kB)), Shuffle(c, kC));
-}
 
 template <size_t kBlocks>
 HWY_INLINE void StoreHalves(hn::VFromD<hn::Simd<uint8_t, 16 * kBlocks, 0>> v,
@@ -110,11 +117,16 @@ HWY_INLINE void StoreHalves(hn::VFromD<hn::Simd<uint8_t, 16 * kBlocks, 0>> v,
   }
 }
 
+constexpr int LaneOf(int pixel) { return pixel; }
+
+// A run of eight three-byte pixels has 24 bytes: the part in the middle belongs to both runs.
 HWY_INLINE void StoreThree(V8 a, V8 b, V8 c, const PixelTarget& to) {
   const D8 d8;
-  StoreBlocks(TriplePart<0>(a, b, c), d8, to.first, to.step);
-  StoreBlocks(TriplePart<1>(a, b, c), d8, to.second, to.step);
-  StoreHalves<kCells>(TriplePart<2>(a, b, c), d8, to.first + 16, to.second + 16, to.step);
+  V8 parts[3];
+  MakeTriples<LaneOf>(a, b, c, parts);
+  StoreBlocks(parts[0], d8, to.first, to.step);
+  StoreHalves<kCells>(parts[1], d8, to.first + 16, to.second, to.step);
+  StoreBlocks(parts[2], d8, to.second + 8, to.step);
 }
 
 HWY_INLINE void StoreFour(V8 a, V8 b, V8 c, V8 d, const PixelTarget& to) {
@@ -136,8 +148,8 @@ HWY_INLINE void StoreFour(V8 a, V8 b, V8 c, V8 d, const PixelTarget& to) {
 template <bool kIsBgr>
 struct ToThree {
   static constexpr size_t kChannels = 3, kComponents = 3;
-  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t, const PixelTarget& to) {
-    const Rgb rgb = Convert(runs[0], runs[1], runs[2]);
+  static HWY_INLINE void Store(const CellRuns& cells, uint8_t, const PixelTarget& to) {
+    const Rgb rgb = cells.Convert();
     const Rgb p = kIsBgr ? Reversed(rgb) : rgb;
     StoreThree(p.r, p.g, p.b, to);
   }
@@ -145,22 +157,23 @@ struct ToThree {
 template <bool kIsBgr>
 struct ToFour {
   static constexpr size_t kChannels = 4, kComponents = 3;
-  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t alpha, const PixelTarget& to) {
-    const Rgb rgb = Convert(runs[0], runs[1], runs[2]);
+  static HWY_INLINE void Store(const CellRuns& cells, uint8_t alpha, const PixelTarget& to) {
+    const Rgb rgb = cells.Convert();
     const Rgb p = kIsBgr ? Reversed(rgb) : rgb;
     StoreFour(p.r, p.g, p.b, hn::Set(D8(), alpha), to);
   }
 };
 struct ToInks {
   static constexpr size_t kChannels = 4, kComponents = 4;
-  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t, const PixelTarget& to) {
-    const Rgb p = Inks(Convert(runs[0], runs[1], runs[2]));
-    StoreFour(p.r, p.g, p.b, runs[3].Bytes(), to);
+  static HWY_INLINE void Store(const CellRuns& cells, uint8_t, const PixelTarget& to) {
+    const Rgb p = Inks(cells.Convert());
+    StoreFour(p.r, p.g, p.b, cells.components[3].Bytes(), to);
   }
 };
 struct ToSamples {
   static constexpr size_t kChannels = 3, kComponents = 3;
-  static HWY_INLINE void Store(const Runs (&runs)[4], uint8_t, const PixelTarget& to) {
+  static HWY_INLINE void Store(const CellRuns& cells, uint8_t, const PixelTarget& to) {
+    const Runs* runs = cells.components;
     StoreThree(runs[0].Bytes(), runs[1].Bytes(), runs[2].Bytes(), to);
   }
 };
@@ -168,12 +181,14 @@ struct ToSamples {
 template <class Target>
 void FromMcu444(const int16_t* const* src, uint8_t* dst, ptrdiff_t step, uint8_t alpha) {
   for (size_t y = 0; y < 8; y += 2 * kCells) {
-    Runs runs[4];
+    CellRuns cells;
     for (size_t i = 0; i < Target::kComponents; ++i) {
-      runs[i] = {LoadRows(src[i], y * kRowBytes), LoadRows(src[i], (y + kCells) * kRowBytes)};
+      cells.components[i] = {LoadRows(src[i], y * kRowBytes),
+                             LoadRows(src[i], (y + kCells) * kRowBytes)};
     }
+    cells.MakeTerms();
     uint8_t* to = dst + static_cast<ptrdiff_t>(y) * step;
-    Target::Store(runs, alpha, {to, to + static_cast<ptrdiff_t>(kCells) * step, step});
+    Target::Store(cells, alpha, {to, to + static_cast<ptrdiff_t>(kCells) * step, step});
   }
 }
 
@@ -182,17 +197,17 @@ void FromMcu444(const int16_t* const* src, uint8_t* dst, ptrdiff_t step, uint8_t
 template <class Target, int kRows>
 void FromReducedMcu(const int16_t* const* src, uint8_t* dst, ptrdiff_t step, uint8_t alpha) {
   for (size_t y = 0; y < 8; y += kCells) {
-    Runs runs[4];
-    runs[1] = Twice(LoadRows(src[1], y * kRowBytes));
-    runs[2] = Twice(LoadRows(src[2], y * kRowBytes));
+    CellRuns cells;
+    cells.RepeatChroma(LoadRows(src[1], y * kRowBytes), LoadRows(src[2], y * kRowBytes));
     const size_t top = kRows * y;
     for (size_t row = 0; row < kRows; ++row) {
       const size_t offset = top / 8 * 2 * kBlockBytes + (top % 8 + row) * kRowBytes;
       for (size_t i = 0; i < Target::kComponents; i += 3) {
-        runs[i] = {LoadRows<kRows>(src[i], offset), LoadRows<kRows>(src[i], offset + kBlockBytes)};
+        cells.components[i] = {LoadRows<kRows>(src[i], offset),
+                               LoadRows<kRows>(src[i], offset + kBlockBytes)};
       }
       uint8_t* to = dst + static_cast<ptrdiff_t>(top + row) * step;
-      Target::Store(runs, alpha, {to, to + 8 * Target::kChannels, kRows * step});
+      Target::Store(cells, alpha, {to, to + 8 * Target::kChannels, kRows * step});
     }
   }
 }

@@ -60,8 +60,8 @@ constexpr size_t kCells = kPixels / 16;
 
 // Interleaved pixels as cells: the four quarters are the halves of the two runs.
 template <int kChannels>
-struct Cells : Interleaved<kChannels, 1u << 1 | 1u << 3> {
-  using typename Interleaved<kChannels, 1u << 1 | 1u << 3>::Raw;
+struct Cells : Interleaved<kChannels> {
+  using typename Interleaved<kChannels>::Raw;
 
   static HWY_INLINE Raw LoadCells(const uint8_t* first, const uint8_t* second,
                                   ptrdiff_t cell_step) {
