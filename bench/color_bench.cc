@@ -16,7 +16,7 @@ namespace {
 
 constexpr zepiSize kCached = {1024, 8};
 constexpr zepiSize k4K = {3840, 2160};
-constexpr zepiSize kSmall = {8, 1};
+constexpr zepiSize kSmall[] = {{8, 1}, {16, 1}, {24, 1}};
 constexpr int kSlack = 256;  // the rival pads rows to whole registers
 
 // An image of up to four channels and its planes, in the forms that both sides need.
@@ -116,7 +116,7 @@ void Alone(const std::string& name, const Ours& ours) {
   }
 
 void RegisterForward() {
-  const std::vector<zepiSize> sizes = {kSmall, kCached, k4K};
+  const std::vector<zepiSize> sizes = {kSmall[0], kSmall[1], kSmall[2], kCached, k4K};
   const auto rgb = [](Images& m) {
     rival::rgb_to_ycc(static_cast<unsigned>(m.size().width), m.rows3.data(), m.rival_results, 0,
                       m.size().height);
@@ -214,7 +214,7 @@ void RegisterInverse() {
     rival::ycc_to_rgb(static_cast<unsigned>(m.size().width), m.rival_planes, 0,
                       m.result_rows3.data(), m.size().height);
   };
-  Pair("zepiYCbCrToRGB_JPEG_8u_P3C3R", {kSmall, kCached, k4K},
+  Pair("zepiYCbCrToRGB_JPEG_8u_P3C3R", {kSmall[0], kSmall[1], kSmall[2], kCached, k4K},
        interleaved(zepiYCbCrToRGB_JPEG_8u_P3C3R, 3), rival);
   Pair("zepiYCbCrToBGR_JPEG_8u_P3C3R", {kCached}, interleaved(zepiYCbCrToBGR_JPEG_8u_P3C3R, 3),
        rival);

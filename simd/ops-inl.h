@@ -223,6 +223,25 @@ struct Span {
   static constexpr size_t kBytes = kBytesOf;
 };
 
+// The step on copies of `count` elements, fewer than kStep.
+template <size_t kStep, class Source, class Target, class Step>
+HWY_NOINLINE void StepOnCopies(const uint8_t* const* src, uint8_t* const* dst, size_t begin,
+                               size_t count, Step step) {
+  HWY_ALIGN uint8_t in[Source::kPlanes][kStep * Source::kBytes];
+  HWY_ALIGN uint8_t out[Target::kPlanes][kStep * Target::kBytes];
+  const uint8_t* in_rows[Source::kPlanes];
+  uint8_t* out_rows[Target::kPlanes];
+  for (int i = 0; i < Source::kPlanes; ++i) {
+    CopyBytes(src[i] + begin * Source::kBytes, in[i], count * Source::kBytes);
+    in_rows[i] = in[i];
+  }
+  for (int i = 0; i < Target::kPlanes; ++i) out_rows[i] = out[i];
+  step(in_rows, out_rows, 0);
+  for (int i = 0; i < Target::kPlanes; ++i) {
+    CopyBytes(out[i], dst[i] + begin * Target::kBytes, count * Target::kBytes);
+  }
+}
+
 // Calls step(src, dst, x) for the elements `begin` to `end` - 1 of a row, kStep at a time. A step
 // reads kStep elements at src[i] + x * Source::kBytes and writes kStep at dst[i] + x *
 // Target::kBytes. The last step starts earlier and repeats some elements, so that it ends at `end`;
@@ -236,21 +255,8 @@ HWY_INLINE void ForElements(const uint8_t* const* src, uint8_t* const* dst, size
     size_t x = begin;
     for (; x + kStep <= end; x += kStep) step(src, dst, x);
     if (x < end) step(src, dst, end - kStep);
-    return;
-  }
-  if (count == 0) return;
-  HWY_ALIGN uint8_t in[Source::kPlanes][kStep * Source::kBytes];
-  HWY_ALIGN uint8_t out[Target::kPlanes][kStep * Target::kBytes];
-  const uint8_t* in_rows[Source::kPlanes];
-  uint8_t* out_rows[Target::kPlanes];
-  for (int i = 0; i < Source::kPlanes; ++i) {
-    CopyBytes(src[i] + begin * Source::kBytes, in[i], count * Source::kBytes);
-    in_rows[i] = in[i];
-  }
-  for (int i = 0; i < Target::kPlanes; ++i) out_rows[i] = out[i];
-  step(in_rows, out_rows, 0);
-  for (int i = 0; i < Target::kPlanes; ++i) {
-    CopyBytes(out[i], dst[i] + begin * Target::kBytes, count * Target::kBytes);
+  } else if (count > 0) {
+    StepOnCopies<kStep, Source, Target>(src, dst, begin, count, step);
   }
 }
 

@@ -28,8 +28,8 @@ struct Pairs {
 // Indices for TableLookupBytesOr0. They pick, from four pixels of `pixel_bytes` bytes that begin at
 // byte `shift`, the channels `first` and `second` as pairs of 16-bit lanes; a negative channel
 // gives 0.
-constexpr BlockIndices MakePairIndices(int pixel_bytes, int shift, int first, int second) {
-  BlockIndices result = {};
+constexpr BlockBytes MakePairIndices(int pixel_bytes, int shift, int first, int second) {
+  BlockBytes result = {};
   for (int pixel = 0; pixel < 4; ++pixel) {
     const int start = shift + pixel * pixel_bytes;
     result.bytes[4 * pixel] = static_cast<int8_t>(start + first);
@@ -42,8 +42,8 @@ constexpr BlockIndices MakePairIndices(int pixel_bytes, int shift, int first, in
 
 // Indices for sums of two neighbouring pixels. For both couples of four pixels they pick
 // (c0, c0', c1, c1') to the lower half of the block and (c2, c2', 0, 0) to the upper half.
-constexpr BlockIndices MakeCoupleIndices(int pixel_bytes, int shift) {
-  BlockIndices result = {};
+constexpr BlockBytes MakeCoupleIndices(int pixel_bytes, int shift) {
+  BlockBytes result = {};
   for (int couple = 0; couple < 2; ++couple) {
     const int start = shift + couple * 2 * pixel_bytes;
     for (int pixel = 0; pixel < 2; ++pixel) {
@@ -83,8 +83,8 @@ struct Interleaved : Span<1, kChannels> {
 
   template <int kQuarter>
   static HWY_INLINE void MakePairs(const Raw& raw, Pairs& pairs) {
-    static constexpr auto kFirst = MakePairIndices(kChannels, Shift(kQuarter), 0, 1);
-    static constexpr auto kSecond = MakePairIndices(kChannels, Shift(kQuarter), 2, -1);
+    static constexpr VectorBytes kFirst = MakePairIndices(kChannels, Shift(kQuarter), 0, 1);
+    static constexpr VectorBytes kSecond = MakePairIndices(kChannels, Shift(kQuarter), 2, -1);
     pairs.first[kQuarter] = hn::BitCast(D16(), Shuffle(raw.quarters[kQuarter], kFirst));
     pairs.second[kQuarter] = hn::BitCast(D16(), Shuffle(raw.quarters[kQuarter], kSecond));
   }
@@ -105,7 +105,7 @@ struct Interleaved : Span<1, kChannels> {
   // MakeCoupleIndices.
   template <int kQuarter>
   static HWY_INLINE V16 CoupleSums(const Raw& raw) {
-    static constexpr auto kCouples = MakeCoupleIndices(kChannels, Shift(kQuarter));
+    static constexpr VectorBytes kCouples = MakeCoupleIndices(kChannels, Shift(kQuarter));
     return PairDot<1, 1>(Shuffle(raw.quarters[kQuarter], kCouples));
   }
 };

@@ -226,10 +226,12 @@ HWY_AFTER_NAMESPACE();
 namespace zepjp {
 namespace {
 
-Kernels kernels;
+// The kernels that reduce chroma make half a vector of chroma from each vector of pixels, so they
+// need rows of twice the width.
+ByWidth<Kernels> kernels;
 
 ZEP_AT_LOAD
-void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
+void ChooseKernels() { kernels = ZEP_CHOOSE_BY_WIDTH(kKernels); }
 
 const uint8_t* Bytes(const uint16_t* words) { return reinterpret_cast<const uint8_t*>(words); }
 
@@ -285,130 +287,146 @@ using namespace zepjp;
 zepStatus ZEP_CALL zepiRGBToYCbCr_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                 uint8_t* const pDst[3], int32_t dstStep,
                                                 zepiSize roiSize) {
-  return ConvertParallel<1, 3>(kernels.rgb_c3, &pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertParallel<1, 3>(kernels.For(roiSize.width).rgb_c3, &pSrc, srcStep, pDst, dstStep,
+                               roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGRToYCbCr_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                 uint8_t* const pDst[3], int32_t dstStep,
                                                 zepiSize roiSize) {
-  return ConvertParallel<1, 3>(kernels.bgr_c3, &pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertParallel<1, 3>(kernels.For(roiSize.width).bgr_c3, &pSrc, srcStep, pDst, dstStep,
+                               roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGBToYCbCr_JPEG_8u_P3R(const uint8_t* const pSrc[3], int32_t srcStep,
                                               uint8_t* const pDst[3], int32_t dstStep,
                                               zepiSize roiSize) {
-  return ConvertParallel<3, 3>(kernels.rgb_p3, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertParallel<3, 3>(kernels.For(roiSize.width).rgb_p3, pSrc, srcStep, pDst, dstStep,
+                               roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGBToYCbCr_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
                                                 uint8_t* const pDst[3], int32_t dstStep,
                                                 zepiSize roiSize) {
-  return ConvertC4(kernels.rgb_c4, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertC4(kernels.For(roiSize.width).rgb_c4, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGRToYCbCr_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
                                                 uint8_t* const pDst[3], int32_t dstStep,
                                                 zepiSize roiSize) {
-  return ConvertC4(kernels.bgr_c4, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertC4(kernels.For(roiSize.width).bgr_c4, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGBToY_JPEG_8u_C3C1R(const uint8_t* pSrc, int32_t srcStep, uint8_t* pDst,
                                             int32_t dstStep, zepiSize roiSize) {
-  return ConvertParallel<1, 1>(kernels.rgb_to_y_c3, &pSrc, srcStep, &pDst, dstStep, roiSize);
+  return ConvertParallel<1, 1>(kernels.For(roiSize.width).rgb_to_y_c3, &pSrc, srcStep, &pDst,
+                               dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGRToY_JPEG_8u_C3C1R(const uint8_t* pSrc, int32_t srcStep, uint8_t* pDst,
                                             int32_t dstStep, zepiSize roiSize) {
-  return ConvertParallel<1, 1>(kernels.bgr_to_y_c3, &pSrc, srcStep, &pDst, dstStep, roiSize);
+  return ConvertParallel<1, 1>(kernels.For(roiSize.width).bgr_to_y_c3, &pSrc, srcStep, &pDst,
+                               dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGBToY_JPEG_8u_P3C1R(const uint8_t* const pSrc[3], int32_t srcStep,
                                             uint8_t* pDst, int32_t dstStep, zepiSize roiSize) {
-  return ConvertParallel<3, 1>(kernels.rgb_to_y_p3, pSrc, srcStep, &pDst, dstStep, roiSize);
+  return ConvertParallel<3, 1>(kernels.For(roiSize.width).rgb_to_y_p3, pSrc, srcStep, &pDst,
+                               dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiCMYKToYCCK_JPEG_8u_C4P4R(const uint8_t* pSrc, int32_t srcStep,
                                                 uint8_t* const pDst[4], int32_t dstStep,
                                                 zepiSize roiSize) {
-  return ConvertParallel<1, 4>(kernels.cmyk_c4, &pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertParallel<1, 4>(kernels.For(roiSize.width).cmyk_c4, &pSrc, srcStep, pDst, dstStep,
+                               roiSize);
 }
 
 zepStatus ZEP_CALL zepiCMYKToYCCK_JPEG_8u_P4R(const uint8_t* const pSrc[4], int32_t srcStep,
                                               uint8_t* const pDst[4], int32_t dstStep,
                                               zepiSize roiSize) {
-  return ConvertParallel<4, 4>(kernels.cmyk_p4, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertParallel<4, 4>(kernels.For(roiSize.width).cmyk_p4, pSrc, srcStep, pDst, dstStep,
+                               roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGB555ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc, int32_t srcStep,
                                                       uint8_t* const pDst[3], int32_t dstStep,
                                                       zepiSize roiSize) {
-  return ConvertPacked(kernels.rgb555, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertPacked(kernels.For(roiSize.width).rgb555, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGR555ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc, int32_t srcStep,
                                                       uint8_t* const pDst[3], int32_t dstStep,
                                                       zepiSize roiSize) {
-  return ConvertPacked(kernels.bgr555, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertPacked(kernels.For(roiSize.width).bgr555, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGB565ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc, int32_t srcStep,
                                                       uint8_t* const pDst[3], int32_t dstStep,
                                                       zepiSize roiSize) {
-  return ConvertPacked(kernels.rgb565, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertPacked(kernels.For(roiSize.width).rgb565, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGR565ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* pSrc, int32_t srcStep,
                                                       uint8_t* const pDst[3], int32_t dstStep,
                                                       zepiSize roiSize) {
-  return ConvertPacked(kernels.bgr565, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertPacked(kernels.For(roiSize.width).bgr565, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGBToYCbCr411_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                    uint8_t* const pDst[3], int32_t dstStep,
                                                    zepiSize roiSize) {
-  return Convert411(kernels.rgb_c3_411, kernels.rgb_to_y_c3, pSrc, srcStep, pDst, dstStep, roiSize);
+  return Convert411(kernels.For(roiSize.width / 2).rgb_c3_411,
+                    kernels.For(roiSize.width).rgb_to_y_c3, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGBToYCbCr411_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
                                                    uint8_t* const pDst[3], int32_t dstStep,
                                                    zepiSize roiSize) {
-  return Convert411(kernels.rgb_c4_411, kernels.rgb_to_y_c4, pSrc, srcStep, pDst, dstStep, roiSize);
+  return Convert411(kernels.For(roiSize.width / 2).rgb_c4_411,
+                    kernels.For(roiSize.width).rgb_to_y_c4, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGRToYCbCr411_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                    uint8_t* const pDst[3], int32_t dstStep,
                                                    zepiSize roiSize) {
-  return Convert411(kernels.bgr_c3_411, kernels.bgr_to_y_c3, pSrc, srcStep, pDst, dstStep, roiSize);
+  return Convert411(kernels.For(roiSize.width / 2).bgr_c3_411,
+                    kernels.For(roiSize.width).bgr_to_y_c3, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGRToYCbCr411_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
                                                    uint8_t* const pDst[3], int32_t dstStep,
                                                    zepiSize roiSize) {
-  return Convert411(kernels.bgr_c4_411, kernels.bgr_to_y_c4, pSrc, srcStep, pDst, dstStep, roiSize);
+  return Convert411(kernels.For(roiSize.width / 2).bgr_c4_411,
+                    kernels.For(roiSize.width).bgr_to_y_c4, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGBToYCbCr422_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                    uint8_t* const pDst[3], int32_t dstStep,
                                                    zepiSize roiSize) {
-  return Convert422(kernels.rgb_c3_422, pSrc, srcStep, pDst, dstStep, roiSize);
+  return Convert422(kernels.For(roiSize.width / 2).rgb_c3_422, pSrc, srcStep, pDst, dstStep,
+                    roiSize);
 }
 
 zepStatus ZEP_CALL zepiRGBToYCbCr422_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
                                                    uint8_t* const pDst[3], int32_t dstStep,
                                                    zepiSize roiSize) {
-  return Convert422(kernels.rgb_c4_422, pSrc, srcStep, pDst, dstStep, roiSize);
+  return Convert422(kernels.For(roiSize.width / 2).rgb_c4_422, pSrc, srcStep, pDst, dstStep,
+                    roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGRToYCbCr422_JPEG_8u_C3P3R(const uint8_t* pSrc, int32_t srcStep,
                                                    uint8_t* const pDst[3], int32_t dstStep,
                                                    zepiSize roiSize) {
-  return Convert422(kernels.bgr_c3_422, pSrc, srcStep, pDst, dstStep, roiSize);
+  return Convert422(kernels.For(roiSize.width / 2).bgr_c3_422, pSrc, srcStep, pDst, dstStep,
+                    roiSize);
 }
 
 zepStatus ZEP_CALL zepiBGRToYCbCr422_JPEG_8u_C4P3R(const uint8_t* pSrc, int32_t srcStep,
                                                    uint8_t* const pDst[3], int32_t dstStep,
                                                    zepiSize roiSize) {
-  return Convert422(kernels.bgr_c4_422, pSrc, srcStep, pDst, dstStep, roiSize);
+  return Convert422(kernels.For(roiSize.width / 2).bgr_c4_422, pSrc, srcStep, pDst, dstStep,
+                    roiSize);
 }
 
 #endif  // HWY_ONCE

@@ -84,14 +84,14 @@ HWY_INLINE void StorePieces(const V8 (&pieces)[kBytes], Whole, uint8_t* to) {
 
 #  else
 
-constexpr BlockIndices MakePartedIndices() {
-  BlockIndices result = {};
+constexpr BlockBytes MakePartedIndices() {
+  BlockBytes result = {};
   for (int i = 0; i < 16; ++i) result.bytes[i] = static_cast<int8_t>(PartedLane(i));
   return result;
 }
 template <int kBytes, bool kIsParted = true>
 HWY_INLINE V8 Ordered(V8 v) {
-  static constexpr BlockIndices kOrder = MakePartedIndices();
+  static constexpr VectorBytes kOrder = MakePartedIndices();
   return kIsParted ? Shuffle(v, kOrder) : v;
 }
 

@@ -23,8 +23,8 @@ namespace {
 constexpr bool kHasSelect = HWY_TARGET != HWY_SSSE3 && HWY_TARGET != HWY_SSE4;
 
 template <int LaneOf(int)>
-constexpr BlockIndices MakeTripleIndices(int part, int channel) {
-  BlockIndices result = {};
+constexpr BlockBytes MakeTripleIndices(int part, int channel) {
+  BlockBytes result = {};
   for (int i = 0; i < 16; ++i) {
     const int byte = 16 * part + i;
     result.bytes[i] = byte % 3 == channel ? static_cast<int8_t>(LaneOf(byte / 3)) : kZero;
@@ -32,10 +32,10 @@ constexpr BlockIndices MakeTripleIndices(int part, int channel) {
   return result;
 }
 template <int LaneOf(int)>
-constexpr BlockIndices MakeChannelIndices(int channel) {
-  BlockIndices result = {};
+constexpr BlockBytes MakeChannelIndices(int channel) {
+  BlockBytes result = {};
   for (int part = 0; part < 3; ++part) {
-    const BlockIndices indices = MakeTripleIndices<LaneOf>(part, channel);
+    const BlockBytes indices = MakeTripleIndices<LaneOf>(part, channel);
     for (int i = 0; i < 16; ++i) {
       if (indices.bytes[i] != kZero) result.bytes[i] = indices.bytes[i];
     }
@@ -43,32 +43,33 @@ constexpr BlockIndices MakeChannelIndices(int channel) {
   return result;
 }
 // All bits of the bytes that come from a channel.
-constexpr BlockIndices MakeChannelBytes(int part, int channel) {
-  BlockIndices result = {};
+constexpr BlockBytes MakeChannelBytes(int part, int channel) {
+  BlockBytes result = {};
   for (int i = 0; i < 16; ++i) result.bytes[i] = (16 * part + i) % 3 == channel ? -1 : 0;
   return result;
 }
 
 template <int LaneOf(int), int kPart>
 HWY_INLINE V8 SumOfShuffles(V8 a, V8 b, V8 c) {
-  static constexpr auto kA = MakeTripleIndices<LaneOf>(kPart, 0),
-                        kB = MakeTripleIndices<LaneOf>(kPart, 1),
-                        kC = MakeTripleIndices<LaneOf>(kPart, 2);
+  static constexpr VectorBytes kA = MakeTripleIndices<LaneOf>(kPart, 0),
+                               kB = MakeTripleIndices<LaneOf>(kPart, 1),
+                               kC = MakeTripleIndices<LaneOf>(kPart, 2);
   return hn::Or(hn::Or(Shuffle(a, kA), Shuffle(b, kB)), Shuffle(c, kC));
 }
 
 template <int kPart>
 HWY_INLINE V8 Selection(V8 a, V8 b, V8 c) {
-  static constexpr auto kA = MakeChannelBytes(kPart, 0), kB = MakeChannelBytes(kPart, 1);
-  return hn::IfThenElse(hn::MaskFromVec(LoadIndices(kA)), a,
-                        hn::IfThenElse(hn::MaskFromVec(LoadIndices(kB)), b, c));
+  static constexpr VectorBytes kA = MakeChannelBytes(kPart, 0), kB = MakeChannelBytes(kPart, 1);
+  return hn::IfThenElse(hn::MaskFromVec(kA.Load()), a,
+                        hn::IfThenElse(hn::MaskFromVec(kB.Load()), b, c));
 }
 
 template <int LaneOf(int)>
 HWY_INLINE void MakeTriples(V8 a, V8 b, V8 c, V8 (&parts)[3]) {
   if constexpr (kHasSelect) {
-    static constexpr auto kA = MakeChannelIndices<LaneOf>(0), kB = MakeChannelIndices<LaneOf>(1),
-                          kC = MakeChannelIndices<LaneOf>(2);
+    static constexpr VectorBytes kA = MakeChannelIndices<LaneOf>(0),
+                                 kB = MakeChannelIndices<LaneOf>(1),
+                                 kC = MakeChannelIndices<LaneOf>(2);
     a = Shuffle(a, kA), b = Shuffle(b, kB), c = Shuffle(c, kC);
     parts[0] = Selection<0>(a, b, c);
     parts[1] = Selection<1>(a, b, c);

@@ -84,18 +84,23 @@ HWY_INLINE void ForPixels(const uint8_t* const* src, uint8_t* const* dst, size_t
   ForElements<kPixels, Source, Target>(src, dst, begin, end, WholeStep<Step>{step});
 }
 
-// Indices for TableLookupBytesOr0 in each 128-bit block.
-struct BlockIndices {
-  alignas(16) int8_t bytes[16];
+// Bytes for each 128-bit block, such as indices for TableLookupBytesOr0.
+struct BlockBytes {
+  int8_t bytes[16];
 };
 constexpr int8_t kZero = -1;  // an index that makes TableLookupBytesOr0 give 0
 
-HWY_INLINE V8 LoadIndices(const BlockIndices& indices) {
-  return hn::LoadDup128(D8(), reinterpret_cast<const uint8_t*>(indices.bytes));
-}
+// They are repeated in memory: short rows have no time to repeat them in registers.
+struct VectorBytes {
+  HWY_ALIGN int8_t bytes[kPixels];
+  constexpr VectorBytes(const BlockBytes& block) : bytes() {
+    for (size_t i = 0; i < kPixels; ++i) bytes[i] = block.bytes[i % 16];
+  }
+  HWY_INLINE V8 Load() const { return hn::Load(D8(), reinterpret_cast<const uint8_t*>(bytes)); }
+};
 
-HWY_INLINE V8 Shuffle(V8 bytes, const BlockIndices& indices) {
-  return hn::TableLookupBytesOr0(bytes, LoadIndices(indices));
+HWY_INLINE V8 Shuffle(V8 bytes, const VectorBytes& indices) {
+  return hn::TableLookupBytesOr0(bytes, indices.Load());
 }
 
 }  // namespace

@@ -246,10 +246,12 @@ HWY_AFTER_NAMESPACE();
 namespace zepjp {
 namespace {
 
-Kernels kernels;
+// Planes with chroma of half the width are not converted by halves, so they need rows of twice the
+// width.
+ByWidth<Kernels> kernels;
 
 ZEP_AT_LOAD
-void ChooseKernels() { kernels = *ZEP_CHOOSE(kKernels); }
+void ChooseKernels() { kernels = ZEP_CHOOSE_BY_WIDTH(kKernels); }
 
 // Converts planes of equal size.
 zepStatus ConvertPlanes(PixelRow kernel, const uint8_t* const* src, int32_t src_step, uint8_t* dst,
@@ -300,124 +302,139 @@ using namespace zepjp;
 
 zepStatus ZEP_CALL zepiYCbCrToRGB_JPEG_8u_P3C3R(const uint8_t* const pSrc[3], int32_t srcStep,
                                                 uint8_t* pDst, int32_t dstStep, zepiSize roiSize) {
-  return ConvertParallel<3, 1>(kernels.p3_to_rgb, pSrc, srcStep, &pDst, dstStep, roiSize);
+  return ConvertParallel<3, 1>(kernels.For(roiSize.width).p3_to_rgb, pSrc, srcStep, &pDst, dstStep,
+                               roiSize);
 }
 
 zepStatus ZEP_CALL zepiYCbCrToRGB_JPEG_8u_P3R(const uint8_t* const pSrc[3], int32_t srcStep,
                                               uint8_t* const pDst[3], int32_t dstStep,
                                               zepiSize roiSize) {
-  return ConvertParallel<3, 3>(kernels.p3_to_p3, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertParallel<3, 3>(kernels.For(roiSize.width).p3_to_p3, pSrc, srcStep, pDst, dstStep,
+                               roiSize);
 }
 
 zepStatus ZEP_CALL zepiYCbCrToBGR_JPEG_8u_P3C3R(const uint8_t* const pSrc[3], int32_t srcStep,
                                                 uint8_t* pDst, int32_t dstStep, zepiSize roiSize) {
-  return ConvertParallel<3, 1>(kernels.p3_to_bgr, pSrc, srcStep, &pDst, dstStep, roiSize);
+  return ConvertParallel<3, 1>(kernels.For(roiSize.width).p3_to_bgr, pSrc, srcStep, &pDst, dstStep,
+                               roiSize);
 }
 
 zepStatus ZEP_CALL zepiYCCKToCMYK_JPEG_8u_P4C4R(const uint8_t* const pSrc[4], int32_t srcStep,
                                                 uint8_t* pDst, int32_t dstStep, zepiSize roiSize) {
-  return ConvertParallel<4, 1>(kernels.p4_to_cmyk, pSrc, srcStep, &pDst, dstStep, roiSize);
+  return ConvertParallel<4, 1>(kernels.For(roiSize.width).p4_to_cmyk, pSrc, srcStep, &pDst, dstStep,
+                               roiSize);
 }
 
 zepStatus ZEP_CALL zepiYCCKToCMYK_JPEG_8u_P4R(const uint8_t* const pSrc[4], int32_t srcStep,
                                               uint8_t* const pDst[4], int32_t dstStep,
                                               zepiSize roiSize) {
-  return ConvertParallel<4, 4>(kernels.p4_to_p4, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertParallel<4, 4>(kernels.For(roiSize.width).p4_to_p4, pSrc, srcStep, pDst, dstStep,
+                               roiSize);
 }
 
 zepStatus ZEP_CALL zepiYCbCr422ToRGB_JPEG_8u_C2C3R(const uint8_t* pSrc, int32_t srcStep,
                                                    uint8_t* pDst, int32_t dstStep,
                                                    zepiSize roiSize) {
   const bool odd_width = roiSize.width % 2 != 0;
-  return ConvertParallel<1, 1>(kernels.c2_to_rgb, &pSrc, srcStep, &pDst, dstStep, roiSize,
-                               odd_width);
+  return ConvertParallel<1, 1>(kernels.For(roiSize.width).c2_to_rgb, &pSrc, srcStep, &pDst, dstStep,
+                               roiSize, odd_width);
 }
 
 zepStatus ZEP_CALL zepiYCbCrToRGB_JPEG_8u_P3C4R(const uint8_t* const pSrc[3], int32_t srcStep,
                                                 uint8_t* pDst, int32_t dstStep, zepiSize roiSize,
                                                 uint8_t alpha) {
-  return ConvertPlanes(kernels.rgbx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
+  return ConvertPlanes(kernels.For(roiSize.width).rgbx, pSrc, srcStep, pDst, dstStep, roiSize,
+                       alpha);
 }
 
 zepStatus ZEP_CALL zepiYCbCrToBGR_JPEG_8u_P3C4R(const uint8_t* const pSrc[3], int32_t srcStep,
                                                 uint8_t* pDst, int32_t dstStep, zepiSize roiSize,
                                                 uint8_t alpha) {
-  return ConvertPlanes(kernels.bgrx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
+  return ConvertPlanes(kernels.For(roiSize.width).bgrx, pSrc, srcStep, pDst, dstStep, roiSize,
+                       alpha);
 }
 
 zepStatus ZEP_CALL zepiYCbCr411ToRGB_JPEG_8u_P3C3R(const uint8_t* const pSrc[3],
                                                    const int32_t srcStep[3], uint8_t* pDst,
                                                    int32_t dstStep, zepiSize roiSize) {
-  return ConvertHalf<2>(kernels.half_rgb, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertHalf<2>(kernels.For(roiSize.width / 2).half_rgb, pSrc, srcStep, pDst, dstStep,
+                        roiSize);
 }
 
 zepStatus ZEP_CALL zepiYCbCr411ToRGB_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
                                                    const int32_t srcStep[3], uint8_t* pDst,
                                                    int32_t dstStep, zepiSize roiSize,
                                                    uint8_t alpha) {
-  return ConvertHalf<2>(kernels.half_rgbx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
+  return ConvertHalf<2>(kernels.For(roiSize.width / 2).half_rgbx, pSrc, srcStep, pDst, dstStep,
+                        roiSize, alpha);
 }
 
 zepStatus ZEP_CALL zepiYCbCr411ToBGR_JPEG_8u_P3C3R(const uint8_t* const pSrc[3],
                                                    const int32_t srcStep[3], uint8_t* pDst,
                                                    int32_t dstStep, zepiSize roiSize) {
-  return ConvertHalf<2>(kernels.half_bgr, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertHalf<2>(kernels.For(roiSize.width / 2).half_bgr, pSrc, srcStep, pDst, dstStep,
+                        roiSize);
 }
 
 zepStatus ZEP_CALL zepiYCbCr411ToBGR_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
                                                    const int32_t srcStep[3], uint8_t* pDst,
                                                    int32_t dstStep, zepiSize roiSize,
                                                    uint8_t alpha) {
-  return ConvertHalf<2>(kernels.half_bgrx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
+  return ConvertHalf<2>(kernels.For(roiSize.width / 2).half_bgrx, pSrc, srcStep, pDst, dstStep,
+                        roiSize, alpha);
 }
 
 zepStatus ZEP_CALL zepiYCbCr422ToRGB_JPEG_8u_P3C3R(const uint8_t* const pSrc[3],
                                                    const int32_t srcStep[3], uint8_t* pDst,
                                                    int32_t dstStep, zepiSize roiSize) {
-  return ConvertHalf<1>(kernels.half_rgb, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertHalf<1>(kernels.For(roiSize.width / 2).half_rgb, pSrc, srcStep, pDst, dstStep,
+                        roiSize);
 }
 
 zepStatus ZEP_CALL zepiYCbCr422ToRGB_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
                                                    const int32_t srcStep[3], uint8_t* pDst,
                                                    int32_t dstStep, zepiSize roiSize,
                                                    uint8_t alpha) {
-  return ConvertHalf<1>(kernels.half_rgbx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
+  return ConvertHalf<1>(kernels.For(roiSize.width / 2).half_rgbx, pSrc, srcStep, pDst, dstStep,
+                        roiSize, alpha);
 }
 
 zepStatus ZEP_CALL zepiYCbCr422ToBGR_JPEG_8u_P3C3R(const uint8_t* const pSrc[3],
                                                    const int32_t srcStep[3], uint8_t* pDst,
                                                    int32_t dstStep, zepiSize roiSize) {
-  return ConvertHalf<1>(kernels.half_bgr, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertHalf<1>(kernels.For(roiSize.width / 2).half_bgr, pSrc, srcStep, pDst, dstStep,
+                        roiSize);
 }
 
 zepStatus ZEP_CALL zepiYCbCr422ToBGR_JPEG_8u_P3C4R(const uint8_t* const pSrc[3],
                                                    const int32_t srcStep[3], uint8_t* pDst,
                                                    int32_t dstStep, zepiSize roiSize,
                                                    uint8_t alpha) {
-  return ConvertHalf<1>(kernels.half_bgrx, pSrc, srcStep, pDst, dstStep, roiSize, alpha);
+  return ConvertHalf<1>(kernels.For(roiSize.width / 2).half_bgrx, pSrc, srcStep, pDst, dstStep,
+                        roiSize, alpha);
 }
 
 zepStatus ZEP_CALL zepiYCbCrToRGB555_JPEG_8u16u_P3C3R(const uint8_t* const pSrc[3], int32_t srcStep,
                                                       uint16_t* pDst, int32_t dstStep,
                                                       zepiSize roiSize) {
-  return ConvertPacked(kernels.rgb555, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertPacked(kernels.For(roiSize.width).rgb555, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiYCbCrToRGB565_JPEG_8u16u_P3C3R(const uint8_t* const pSrc[3], int32_t srcStep,
                                                       uint16_t* pDst, int32_t dstStep,
                                                       zepiSize roiSize) {
-  return ConvertPacked(kernels.rgb565, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertPacked(kernels.For(roiSize.width).rgb565, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiYCbCrToBGR555_JPEG_8u16u_P3C3R(const uint8_t* const pSrc[3], int32_t srcStep,
                                                       uint16_t* pDst, int32_t dstStep,
                                                       zepiSize roiSize) {
-  return ConvertPacked(kernels.bgr555, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertPacked(kernels.For(roiSize.width).bgr555, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 zepStatus ZEP_CALL zepiYCbCrToBGR565_JPEG_8u16u_P3C3R(const uint8_t* const pSrc[3], int32_t srcStep,
                                                       uint16_t* pDst, int32_t dstStep,
                                                       zepiSize roiSize) {
-  return ConvertPacked(kernels.bgr565, pSrc, srcStep, pDst, dstStep, roiSize);
+  return ConvertPacked(kernels.For(roiSize.width).bgr565, pSrc, srcStep, pDst, dstStep, roiSize);
 }
 #endif  // HWY_ONCE

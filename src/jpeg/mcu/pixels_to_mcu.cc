@@ -74,8 +74,9 @@ struct Cells : Interleaved<kChannels> {
   template <int kChannel, int kRun>
   static HWY_INLINE V16 Channel(const Raw& raw) {
     using Self = Cells<kChannels>;
-    static constexpr auto kLower = MakePairIndices(kChannels, Self::Shift(2 * kRun), kChannel, -1);
-    static constexpr auto kUpper =
+    static constexpr VectorBytes kLower =
+        MakePairIndices(kChannels, Self::Shift(2 * kRun), kChannel, -1);
+    static constexpr VectorBytes kUpper =
         MakePairIndices(kChannels, Self::Shift(2 * kRun + 1), kChannel, -1);
     return PackBlocks(hn::BitCast(D32(), Shuffle(raw.quarters[2 * kRun], kLower)),
                       hn::BitCast(D32(), Shuffle(raw.quarters[2 * kRun + 1], kUpper)));
