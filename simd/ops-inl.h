@@ -216,6 +216,49 @@ HWY_INLINE void StoreBlocks(hn::VFromD<hn::Simd<uint8_t, kLanes, 0>> v,
   }
 }
 
+// The 128-bit blocks of two vectors in turn: a0 b0 a1 b1 ...
+template <class D>
+HWY_INLINE void LoadBlocksInTurn(D d, const uint8_t* from, hn::VFromD<D>& a, hn::VFromD<D>& b) {
+  constexpr size_t kBytes = hn::MaxLanes(D());
+  const auto first = hn::LoadU(d, from), second = hn::LoadU(d, from + kBytes);
+#  if HWY_TARGET <= HWY_AVX3
+  if constexpr (kBytes == 64) {
+    const __m512i even = _mm512_setr_epi64(0, 1, 4, 5, 8, 9, 12, 13);
+    const __m512i odd = _mm512_setr_epi64(2, 3, 6, 7, 10, 11, 14, 15);
+    a = hn::VFromD<D>{_mm512_permutex2var_epi64(first.raw, even, second.raw)};
+    b = hn::VFromD<D>{_mm512_permutex2var_epi64(first.raw, odd, second.raw)};
+    return;
+  }
+#  endif
+  if constexpr (kBytes == 32) {
+    a = hn::ConcatLowerLower(d, second, first);
+    b = hn::ConcatUpperUpper(d, second, first);
+  } else {
+    a = first;
+    b = second;
+  }
+}
+template <class D>
+HWY_INLINE void StoreBlocksInTurn(hn::VFromD<D> a, hn::VFromD<D> b, D d, uint8_t* to) {
+  constexpr size_t kBytes = hn::MaxLanes(D());
+#  if HWY_TARGET <= HWY_AVX3
+  if constexpr (kBytes == 64) {
+    const __m512i first = _mm512_setr_epi64(0, 1, 8, 9, 2, 3, 10, 11);
+    const __m512i second = _mm512_setr_epi64(4, 5, 12, 13, 6, 7, 14, 15);
+    hn::StoreU(hn::VFromD<D>{_mm512_permutex2var_epi64(a.raw, first, b.raw)}, d, to);
+    hn::StoreU(hn::VFromD<D>{_mm512_permutex2var_epi64(a.raw, second, b.raw)}, d, to + 64);
+    return;
+  }
+#  endif
+  if constexpr (kBytes == 32) {
+    hn::StoreU(hn::ConcatLowerLower(d, b, a), d, to);
+    hn::StoreU(hn::ConcatUpperUpper(d, b, a), d, to + 32);
+  } else {
+    hn::StoreU(a, d, to);
+    hn::StoreU(b, d, to + kBytes);
+  }
+}
+
 // The memory layout of the elements of one step: kPlanes rows, kBytes for each element.
 template <int kPlanesOf, size_t kBytesOf>
 struct Span {
@@ -252,9 +295,14 @@ HWY_INLINE void ForElements(const uint8_t* const* src, uint8_t* const* dst, size
                             size_t end, const Step& step) {
   const size_t count = end - begin;
   if (count >= kStep) {
+    // Copies, because a step's stores could change the arrays of pointers.
+    const uint8_t* from[Source::kPlanes];
+    uint8_t* to[Target::kPlanes];
+    for (int i = 0; i < Source::kPlanes; ++i) from[i] = src[i];
+    for (int i = 0; i < Target::kPlanes; ++i) to[i] = dst[i];
     size_t x = begin;
-    for (; x + kStep <= end; x += kStep) step(src, dst, x);
-    if (x < end) step(src, dst, end - kStep);
+    for (; x + kStep <= end; x += kStep) step(from, to, x);
+    if (x < end) step(from, to, end - kStep);
   } else if (count > 0) {
     StepOnCopies<kStep, Source, Target>(src, dst, begin, count, step);
   }

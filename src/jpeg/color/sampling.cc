@@ -77,8 +77,7 @@ HWY_INLINE void StorePairs(V16 even_low, V16 odd_low, V16 even_high, V16 odd_hig
   const D8 d8;
   const V8 low = hn::BitCast(d8, hn::Or(even_low, hn::ShiftLeft<8>(odd_low)));
   const V8 high = hn::BitCast(d8, hn::Or(even_high, hn::ShiftLeft<8>(odd_high)));
-  StoreBlocks(low, d8, to, 32);
-  StoreBlocks(high, d8, to + 16, 32);
+  StoreBlocksInTurn(low, high, d8, to);
 }
 
 // Both triangle filters process the gaps between neighbours. The gap after sample i gives the

@@ -42,13 +42,23 @@ namespace {
 constexpr size_t kCells = kPixels / 16;
 constexpr size_t kRowBytes = 16, kBlockBytes = 128;
 
-// The values of kCells rows of a block that are kStride rows apart, limited to -128..127.
-template <int kStride = 1>
-HWY_INLINE V16 LoadRows(const int16_t* block, size_t offset) {
+// The values of kCells rows of a block, or of twice that number: rows of both vectors in turn. They
+// are limited to -128..127.
+HWY_INLINE V16 Limited(V8 bytes) {
   const D16 d16;
-  const auto* from = reinterpret_cast<const uint8_t*>(block) + offset;
-  const V8 bytes = kStride == 1 ? hn::LoadU(D8(), from) : LoadBlocks(D8(), from, 16 * kStride);
   return hn::Min(hn::Max(hn::BitCast(d16, bytes), hn::Set(d16, -128)), hn::Set(d16, 127));
+}
+HWY_INLINE V16 LoadRows(const int16_t* block, size_t offset) {
+  return Limited(hn::LoadU(D8(), reinterpret_cast<const uint8_t*>(block) + offset));
+}
+HWY_INLINE void LoadRows(const int16_t* block, size_t offset, V16 (&rows)[1]) {
+  rows[0] = LoadRows(block, offset);
+}
+HWY_INLINE void LoadRows(const int16_t* block, size_t offset, V16 (&rows)[2]) {
+  V8 even, odd;
+  LoadBlocksInTurn(D8(), reinterpret_cast<const uint8_t*>(block) + offset, even, odd);
+  rows[0] = Limited(even);
+  rows[1] = Limited(odd);
 }
 
 HWY_INLINE V16 Plus128(V16 v) { return hn::Add(v, hn::Set(D16(), 128)); }
@@ -200,11 +210,15 @@ void FromReducedMcu(const int16_t* const* src, uint8_t* dst, ptrdiff_t step, uin
     CellRuns cells;
     cells.RepeatChroma(LoadRows(src[1], y * kRowBytes), LoadRows(src[2], y * kRowBytes));
     const size_t top = kRows * y;
+    const size_t offset = top / 8 * 2 * kBlockBytes + top % 8 * kRowBytes;
+    V16 lower[4][kRows], upper[4][kRows];
+    for (size_t i = 0; i < Target::kComponents; i += 3) {
+      LoadRows(src[i], offset, lower[i]);
+      LoadRows(src[i], offset + kBlockBytes, upper[i]);
+    }
     for (size_t row = 0; row < kRows; ++row) {
-      const size_t offset = top / 8 * 2 * kBlockBytes + (top % 8 + row) * kRowBytes;
       for (size_t i = 0; i < Target::kComponents; i += 3) {
-        cells.components[i] = {LoadRows<kRows>(src[i], offset),
-                               LoadRows<kRows>(src[i], offset + kBlockBytes)};
+        cells.components[i] = {lower[i][row], upper[i][row]};
       }
       uint8_t* to = dst + static_cast<ptrdiff_t>(top + row) * step;
       Target::Store(cells, alpha, {to, to + 8 * Target::kChannels, kRows * step});

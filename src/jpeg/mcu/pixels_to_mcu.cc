@@ -151,18 +151,23 @@ struct Unconverted {
   }
 };
 
-// Stores kCells rows of a block that are kStride rows apart.
-template <int kStride>
-HWY_INLINE void StoreRows(V16 rows, uint8_t* to) {
-  const V8 bytes = hn::BitCast(D8(), rows);
-  if constexpr (kStride == 1) {
-    hn::StoreU(bytes, D8(), to);
-  } else {
-    StoreBlocks(bytes, D8(), to, 16 * kStride);
-  }
+// Stores kCells rows of a block, or twice that number: rows of both vectors in turn.
+HWY_INLINE void StoreRows(V16 rows, uint8_t* to) { hn::StoreU(hn::BitCast(D8(), rows), D8(), to); }
+HWY_INLINE void StoreRows(const V16 (&rows)[1], uint8_t* to) { StoreRows(rows[0], to); }
+HWY_INLINE void StoreRows(const V16 (&rows)[2], uint8_t* to) {
+  StoreBlocksInTurn(hn::BitCast(D8(), rows[0]), hn::BitCast(D8(), rows[1]), D8(), to);
 }
 
 constexpr size_t kRowBytes = 16, kBlockBytes = 128;
+
+// Rows of two blocks that are neighbours.
+template <int kRows>
+HWY_INLINE void StoreBothRuns(const V16 (&left)[kRows], const V16 (&right)[kRows], int16_t* blocks,
+                              size_t offset) {
+  uint8_t* to = reinterpret_cast<uint8_t*>(blocks) + offset;
+  StoreRows(left, to);
+  StoreRows(right, to + kBlockBytes);
+}
 
 template <class Conversion>
 void ToMcu444(const uint8_t* src, ptrdiff_t step, int16_t* const* dst) {
@@ -172,8 +177,8 @@ void ToMcu444(const uint8_t* src, ptrdiff_t step, int16_t* const* dst) {
         Conversion::Pixels::LoadCells(first, first + static_cast<ptrdiff_t>(kCells) * step, step);
     const auto store = [=](int component, V16 lower, V16 upper) ZEP_ATTR {
       uint8_t* to = reinterpret_cast<uint8_t*>(dst[component]) + y * kRowBytes;
-      StoreRows<1>(lower, to);
-      StoreRows<1>(upper, to + kCells * kRowBytes);
+      StoreRows(lower, to);
+      StoreRows(upper, to + kCells * kRowBytes);
     };
     store(0, Conversion::template Full<0, 0>(raw), Conversion::template Full<0, 1>(raw));
     store(1, Conversion::template Full<1, 0>(raw), Conversion::template Full<1, 1>(raw));
@@ -197,19 +202,21 @@ void ToReducedMcu(const uint8_t* src, ptrdiff_t step, int16_t* const* dst) {
       raw[row] = Conversion::Pixels::LoadCells(from, from + kRun, kRows * step);
     }
     const size_t offset = top / 8 * 2 * kBlockBytes + top % 8 * kRowBytes;
+    V16 left[kRows], right[kRows];
     for (int row = 0; row < kRows; ++row) {
-      uint8_t* to =
-          reinterpret_cast<uint8_t*>(dst[0]) + offset + static_cast<size_t>(row) * kRowBytes;
-      StoreRows<kRows>(Conversion::template Full<0, 0>(raw[row]), to);
-      StoreRows<kRows>(Conversion::template Full<0, 1>(raw[row]), to + kBlockBytes);
-      if constexpr (Conversion::kHasFourth) {
-        to = reinterpret_cast<uint8_t*>(dst[3]) + offset + static_cast<size_t>(row) * kRowBytes;
-        StoreRows<kRows>(Conversion::template Fourth<0>(raw[row]), to);
-        StoreRows<kRows>(Conversion::template Fourth<1>(raw[row]), to + kBlockBytes);
+      left[row] = Conversion::template Full<0, 0>(raw[row]);
+      right[row] = Conversion::template Full<0, 1>(raw[row]);
+    }
+    StoreBothRuns(left, right, dst[0], offset);
+    if constexpr (Conversion::kHasFourth) {
+      for (int row = 0; row < kRows; ++row) {
+        left[row] = Conversion::template Fourth<0>(raw[row]);
+        right[row] = Conversion::template Fourth<1>(raw[row]);
       }
+      StoreBothRuns(left, right, dst[3], offset);
     }
     const auto store = [=](int component, V16 rows) ZEP_ATTR {
-      StoreRows<1>(rows, reinterpret_cast<uint8_t*>(dst[component]) + y * kRowBytes);
+      StoreRows(rows, reinterpret_cast<uint8_t*>(dst[component]) + y * kRowBytes);
     };
     store(1, Conversion::template Reduced<1, kRows>(raw));
     store(2, Conversion::template Reduced<2, kRows>(raw));
@@ -233,14 +240,14 @@ void Split422(const uint8_t* src, ptrdiff_t step, int16_t* const* dst) {
     const uint8_t* from = src + static_cast<ptrdiff_t>(y) * step;
     const V16 left = words(from), right = words(from + 16);
     uint8_t* to = reinterpret_cast<uint8_t*>(dst[0]) + y * kRowBytes;
-    StoreRows<1>(Minus128(even(left)), to);
-    StoreRows<1>(Minus128(even(right)), to + kBlockBytes);
+    StoreRows(Minus128(even(left)), to);
+    StoreRows(Minus128(even(right)), to + kBlockBytes);
     const V16 left_chroma = odd_bytes(left), right_chroma = odd_bytes(right);
     const V16 cb = PackBlocks(even_words(left_chroma), even_words(right_chroma));
     const V16 cr = PackBlocks(hn::ShiftRight<16>(hn::BitCast(d32, left_chroma)),
                               hn::ShiftRight<16>(hn::BitCast(d32, right_chroma)));
-    StoreRows<1>(Minus128(cb), reinterpret_cast<uint8_t*>(dst[1]) + y * kRowBytes);
-    StoreRows<1>(Minus128(cr), reinterpret_cast<uint8_t*>(dst[2]) + y * kRowBytes);
+    StoreRows(Minus128(cb), reinterpret_cast<uint8_t*>(dst[1]) + y * kRowBytes);
+    StoreRows(Minus128(cr), reinterpret_cast<uint8_t*>(dst[2]) + y * kRowBytes);
   }
 }
 
