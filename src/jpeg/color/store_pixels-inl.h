@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Stores vectors of channels as pixels of one to four bytes. Included once per instruction set.
 //
-// The vectors are parted: each 128-bit block has the even ones of its 16 pixels in the lower half
-// and the odd ones in the upper half. That order saves the conversions most of their shuffles, and
-// the shuffles here restore the order of the pixels anyway.
+// The vectors are parted: each 128-bit block has the even pixels in its lower half and the odd
+// pixels in its upper half. This order saves shuffles in the conversions. The shuffles here restore
+// the order of the pixels at no extra cost.
 #if defined(ZEPJP_SRC_JPEG_COLOR_STORE_PIXELS_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #  ifdef ZEPJP_SRC_JPEG_COLOR_STORE_PIXELS_INL_H_
 #    undef ZEPJP_SRC_JPEG_COLOR_STORE_PIXELS_INL_H_
@@ -19,10 +19,9 @@ namespace {
 
 constexpr int PartedLane(int pixel) { return pixel / 16 * 16 + pixel % 2 * 8 + pixel % 16 / 2; }
 
-// Where pixels of kBytes bytes come from kBytes vectors of channels, these are as many pieces of
-// the result. Piece k is the bytes 16k to 16k + 15 of each block's pixels. With 512-bit vectors it
-// is the bytes 64k to 64k + 63 of all pixels, because a permutation across blocks costs no more
-// there than one within blocks.
+// Vectors of kBytes channels become kBytes pieces of the result. Piece k holds the bytes 16k to
+// 16k + 15 of each block's pixels. With 512-bit vectors it holds the bytes 64k to 64k + 63 of all
+// pixels: there, a permutation across blocks costs no more than one within blocks.
 #  if HWY_TARGET <= HWY_AVX3
 
 struct WideIndices {
@@ -101,7 +100,7 @@ HWY_INLINE void MakePieces(V8 a, V8 b, V8 c, V8 (&pieces)[3]) {
 
 #    if HWY_TARGET == HWY_AVX2
 
-// The 16 bytes kFirst and kFirst + 1 of the result.
+// The blocks kFirst and kFirst + 1 of the result.
 template <size_t kFirst, size_t kBytes>
 HWY_INLINE V8 TwoBlocks(const V8 (&pieces)[kBytes]) {
   const V8 first = pieces[kFirst % kBytes], second = pieces[(kFirst + 1) % kBytes];
@@ -122,7 +121,7 @@ HWY_INLINE void StorePieces(const V8 (&pieces)[kBytes], Halves parts, uint8_t* t
 
 #    else
 
-// Eight bytes are the smallest unit of which no half of the pixels has a fraction.
+// If kBytes is odd, the piece in the middle belongs to both halves.
 template <class Parts, size_t kBytes>
 HWY_INLINE void StorePieces(const V8 (&pieces)[kBytes], Parts parts, uint8_t* to) {
   const hn::Half<D8> half;

@@ -93,7 +93,7 @@ struct CellRuns {
     lower = TermsOfValues(cb.lower, cr.lower);
     upper = TermsOfValues(cb.upper, cr.upper);
   }
-  // Chroma of which each sample serves two neighbours.
+  // Each sample of chroma serves two neighbours.
   HWY_INLINE void RepeatChroma(V16 cb, V16 cr) {
     components[1] = Twice(cb);
     components[2] = Twice(cr);
