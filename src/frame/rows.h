@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "hwy/base.h"
 #include "zepcore.h"
 #include "zepjp.h"
 
@@ -26,6 +27,16 @@ T* Row(T* plane, int32_t step, int64_t y) {
 // Regions of up to this many elements stay on the calling thread.
 constexpr int64_t kMaxSerialElements = 8192;
 
+#ifdef _OPENMP
+// Not inline: clang asks the runtime for the thread's number wherever a parallel region stands,
+// which takes longer than a short row.
+template <class RowFunction>
+HWY_NOINLINE void ForRowsInTeam(int32_t team, int32_t height, const RowFunction& row) {
+#  pragma omp parallel for schedule(static) num_threads(team)
+  for (int32_t y = 0; y < height; ++y) row(y);
+}
+#endif
+
 // Calls row(y) for all rows of the region, on several threads if it is large. Rows must not depend
 // on one another. The runtime may use fewer threads than it is asked for.
 template <class RowFunction>
@@ -33,11 +44,7 @@ void ForRows(zepiSize roi, const RowFunction& row) {
 #ifdef _OPENMP
   if (int64_t{roi.width} * roi.height > kMaxSerialElements) {
     const int32_t team = TeamSize(ownGetNumThreads());
-    if (team > 1) {
-#  pragma omp parallel for schedule(static) num_threads(team)
-      for (int32_t y = 0; y < roi.height; ++y) row(y);
-      return;
-    }
+    if (team > 1) return ForRowsInTeam(team, roi.height, row);
   }
 #endif
   for (int32_t y = 0; y < roi.height; ++y) row(y);
