@@ -128,7 +128,8 @@ void Join(const uint8_t* const* yuv, size_t width, int shift, int32_t offset, ui
       r[i] = hn::Sub(hn::Add(t, g[i]), half_v);
       b[i] = hn::Add(v, r[i]);
     }
-    StoreTriples(PackFour(r, shift), PackFour(g, shift), PackFour(b, shift), D8(), to[0] + 3 * x);
+    hn::StoreInterleaved3(PackFour(r, shift), PackFour(g, shift), PackFour(b, shift), D8(),
+                          to[0] + 3 * x);
   };
   ForElements<kPixels, Span<3, 4>, Span<1, 3>>(yuv, &pixels, 0, width, step);
 }
