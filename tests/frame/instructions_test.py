@@ -51,7 +51,7 @@ EXPECTED = collections.defaultdict(lambda: VECTORS, {
 # What kernels leave to code of the floor: damaged and rare input, and functions that would gain
 # nothing. A number starts the mangled name of a class, all of whose members are meant.
 RARE = ("DecodeRare", "DecodeCarefully", "EncodeCarefully", "TakeCarefully", "TakeDcCarefully",
-        "FillByBytes", "FindLongCode", "TakeLongCode", "StoreStuffed", "TakeRareCoefficient",
+        "FillByBytes", "FindLongCode", "TakeLong", "PutRare", "StoreStuffed", "TakeRareCoefficient",
         "TakeRareFirst", "PutEscaped", "10WriterSink", "9BitWriter", "LengthUpTo", "Neighbours",
         "PackBc7", "PackFlatBc7")
 RARE_NAME = re.compile("|".join(n if n[0].isdigit() else f"{len(n)}{n}" for n in RARE))
