@@ -37,7 +37,7 @@ the rival's in the same run, for g++ / clang. The rivals:
 - Prediction: plain loops, turned into vectors by the same compiler.
 
 Rows without a rival have none that does the same work. *Bound* is a copy or a fill of the same
-bytes. [performance-notes.md](performance-notes.md) tells what was tried. Whole codecs on two
+bytes. [performance-notes.md](performance-notes.md) lists experiments. Whole codecs on two
 threads: [performance-threads.md](performance-threads.md).
 """
 
