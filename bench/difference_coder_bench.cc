@@ -15,7 +15,7 @@ constexpr int32_t kWidth = 4096;
 
 // A code for the categories 0 to 16, with the lengths 2, 3, 3, 3, 3, 3, 4, 5, ... of the example in
 // ITU-T T.81, K.3.
-constexpr uint8_t kCounts[16] = {0, 1, 5, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 0, 0};
+constexpr uint8_t kCounts[16] = {0, 1, 5, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 0, 0, 0};
 constexpr uint8_t kCategories[16] = {4, 3, 5, 2, 6, 1, 7, 0, 8, 9, 10, 11, 12, 13, 14, 15};
 
 struct Rows {

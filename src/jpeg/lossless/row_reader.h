@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The reader for long rows of differences in lossless JPEG (ITU-T T.81, H.2). It first copies a part
 // of the source without stuffed zeros. A look-up by the next eight bits gives the length of a code
-// together with its extra bits. The window is loaded again after each difference, from a place that is known one difference
-// earlier, so no branch waits for bits.
+// together with its extra bits. The window is loaded again after each difference, from a place that
+// is known one difference earlier, so no branch waits for bits.
 //
 // As in quick_reader.h, the reader counts the bits that the reference reader would have read.
 #ifndef ZEPJP_SRC_JPEG_LOSSLESS_ROW_READER_H_
@@ -79,14 +79,29 @@ class RowBytes {
   // Stores the position and the state of the reference reader.
   void Finish(const Progress& progress, const Source& from, zepiDecodeHuffmanState* state) const {
     const size_t count = progress.bytes_read();
-    size_t stuffed = 0;
-    for (size_t i = 0; i < count; ++i) stuffed += bytes_[kStateBytes + i] == 0xFF ? 1 : 0;
-    *from.position += static_cast<int32_t>(count + stuffed);
+    *from.position += static_cast<int32_t>(count + CountFf(count));
     state->bits = LoadBigEndian32(bytes_ + count);
     state->numBits = progress.unused();
   }
 
  private:
+  // The number of bytes FF among the first `count` after those of the state.
+  size_t CountFf(size_t count) const {
+    constexpr uint64_t kOnes = 0x0101010101010101;
+    const uint8_t* const from = bytes_ + kStateBytes;
+    size_t found = 0, i = 0;
+    for (; i + 8 <= count; i += 8) {
+      uint64_t eight;
+      std::memcpy(&eight, from + i, 8);
+      // The lowest bit of a byte is set if the byte is FF.
+      const uint64_t low = eight & (kOnes * 0x7F);
+      const uint64_t is_ff = ((low + kOnes) & eight) >> 7 & kOnes;
+      found += is_ff * kOnes >> 56;
+    }
+    for (; i < count; ++i) found += from[i] == 0xFF ? 1 : 0;
+    return found;
+  }
+
   uint8_t bytes_[kStateBytes + kMostBytes + 8 + 8];  // eight bytes are copied and loaded at a time
   size_t size_;
 };
