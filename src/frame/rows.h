@@ -41,9 +41,11 @@ HWY_NOINLINE void ForRowsInTeam(int32_t team, int32_t height, const RowFunction&
 // on one another. The runtime may use fewer threads than it is asked for.
 template <class RowFunction>
 void ForRows(zepiSize roi, const RowFunction& row) {
+  // Asked in each call, also if the answer is not needed: a core library of the program may count.
+  [[maybe_unused]] const int32_t threads = ownGetNumThreads();
 #ifdef _OPENMP
   if (int64_t{roi.width} * roi.height > kMaxSerialElements) {
-    const int32_t team = TeamSize(ownGetNumThreads());
+    const int32_t team = TeamSize(threads);
     if (team > 1) return ForRowsInTeam(team, roi.height, row);
   }
 #endif
