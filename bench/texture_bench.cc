@@ -11,15 +11,8 @@
 
 #include <squish.h>
 
+#include "rival_stb.h"
 #include "zepjp.h"
-
-#define STB_DXT_IMPLEMENTATION
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wconversion"
-#pragma GCC diagnostic ignored "-Wshadow"
-#pragma GCC diagnostic ignored "-Wunused-function"
-#include <stb/stb_dxt.h>
-#pragma GCC diagnostic pop
 
 namespace {
 

@@ -100,7 +100,7 @@ struct EncodeDxt {
 struct EncodeYCoCg {
   using Layout = YCoCgDxt5;
   static constexpr size_t kBlocks = 4 * kRegisterBlocks;
-  static constexpr size_t kMore = 1;  // a load of sixteen bytes, of which twelve are needed
+  static constexpr size_t kMore = 1;  // a load reads sixteen bytes and needs twelve
 
   static HWY_INLINE void Step(const uint8_t* src, ptrdiff_t step, uint8_t* dst) {
     constexpr size_t kNext = 12 * kRegisterBlocks;
