@@ -18,11 +18,12 @@ if command -v ccache >/dev/null; then
 fi
 
 times=()
-# timed WHAT LOG COMMAND...: measures the seconds of a step; prints its output if it fails.
+# timed WHAT LOG COMMAND...: measures the seconds of a step. If it fails, prints the end of its
+# output without the lines of a build's successful commands, which would push out the errors.
 timed() {
   local what=$1 log=build/$2.log start=$SECONDS
   shift 2
-  "$@" >"$log" 2>&1 || { tail -n 60 "$log"; echo "$what failed, see $log"; exit 1; }
+  "$@" >"$log" 2>&1 || { grep -v '^\[' "$log" | tail -n 60; echo "$what failed, see $log"; exit 1; }
   times+=("$(printf '%-20s %5d s' "$what" $((SECONDS - start)))")
 }
 

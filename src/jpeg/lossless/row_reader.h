@@ -96,7 +96,7 @@ class RowBytes {
       // The lowest bit of a byte is set if the byte is FF.
       const uint64_t low = eight & (kOnes * 0x7F);
       const uint64_t is_ff = ((low + kOnes) & eight) >> 7 & kOnes;
-      found += is_ff * kOnes >> 56;
+      found += static_cast<size_t>(is_ff * kOnes >> 56);
     }
     for (; i < count; ++i) found += from[i] == 0xFF ? 1 : 0;
     return found;
