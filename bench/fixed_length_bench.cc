@@ -114,6 +114,7 @@ template <class T>
 void DecodePlain(benchmark::State& state, uint32_t m) {
   const std::vector<uint8_t> bytes = Coded(Coefficients(m), m);
   std::vector<T> blocks(16 * kBlocks);
+  benchmark::DoNotOptimize(blocks.data());  // otherwise clang leaves the loop out
   for (auto _ : state) {
     PlainReader reader(bytes.data());
     for (size_t i = 0; i < kBlocks; ++i) {

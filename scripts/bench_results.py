@@ -22,28 +22,28 @@ def processor():
 
 
 def speeds(path):
-    """{(work, size): {who: items a second}}, the best of the repetitions."""
+    """{(work, size): {who: items a second}} of one run of a program."""
     found = collections.defaultdict(dict)
-    runs = json.loads(path.read_text())["benchmarks"]  # in the random order of their execution
-    for run in sorted(runs, key=lambda run: run["family_index"]):
+    for run in json.loads(path.read_text())["benchmarks"]:
         speed = run.get("items_per_second", run.get("blocks/s"))
         if run["run_type"] != "iteration" or speed is None:
             continue
         work, who, *size = run["run_name"].removesuffix("/manual_time").split("/")
-        cell = found[(work, "/".join(size))]
-        cell[who] = max(speed, cell.get(who, 0))
+        found[(work, "/".join(size))][who] = speed
     return found
 
 
 def collect(directory):
-    """All files <compiler>.<set>.<bench>.json of a directory."""
+    """All files <round>.<compiler>.<set>.<bench>.json of a directory, the best of the rounds."""
     families = collections.defaultdict(lambda: collections.defaultdict(dict))
     for path in sorted(pathlib.Path(directory).glob("*.json")):
-        compiler, instructions, bench, _ = path.name.split(".")
+        _, compiler, instructions, bench, _ = path.name.split(".")
         family = bench.replace("_bench", "").replace("_", " ")
         for row, cell in speeds(path).items():
-            families[family][" ".join(row)].setdefault(compiler, {})[instructions] = {
-                who: float(f"{speed:.4g}") for who, speed in cell.items()}
+            sets = families[family][" ".join(row)].setdefault(compiler, {})
+            best = sets.setdefault(instructions, {})
+            for who, speed in cell.items():
+                best[who] = max(best.get(who, 0), float(f"{speed:.4g}"))
     return {"date": str(datetime.date.today()), "processor": processor(), "families": families}
 
 
