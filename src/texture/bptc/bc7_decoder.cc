@@ -84,6 +84,14 @@ HWY_INLINE uint64_t SecondIndexes(const Bc7Block& block) {
   return InsertAnchor<k>(block.Bits<m.SecondIndexes(), 16 * k - 1>(), 0);
 }
 
+// All ones if the second set of indexes is that of the colours. Either choice is as likely as the
+// other, so it selects weights and not a branch.
+template <int kMode>
+HWY_INLINE uint64_t SelectionMask(const Bc7Block& block) {
+  if constexpr (kBc7Modes[kMode].selection_bits == 0) return 0;
+  return uint64_t{0} - block.Bits<kMode + 3, 1>();
+}
+
 // Shuffles for the rotation: after interpolation alpha is exchanged with a colour.
 constexpr Bytes16 kRotations[4] = {{{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15}},
                                    {{3, 1, 2, 0, 7, 5, 6, 4, 11, 9, 10, 8, 15, 13, 14, 12}},
@@ -225,18 +233,18 @@ HWY_INLINE __m512i Spread(__m256i ends, unsigned partition, int first) {
   }
 }
 
-template <int kMode, bool kSelected>
-HWY_INLINE __m512i WeightsOfChannels(__m512i first_set, __m512i second_set, int first) {
+// `from_second` has a bit for each byte whose weight is in the second set.
+template <int kMode>
+HWY_INLINE __m512i WeightsOfChannels(__m512i first_set, __m512i second_set, __mmask64 from_second,
+                                     int first) {
   constexpr Bc7Mode m = kBc7Modes[kMode];
   const __m512i one = WeightPairs<m.index_bits>(first_set, first);
   if constexpr (m.second_bits == 0) return one;
   const __m512i other = WeightPairs < m.second_bits == 0 ? 2 : m.second_bits > (second_set, first);
-  const __mmask64 alpha = 0xC0C0C0C0C0C0C0C0;
-  return kSelected ? _mm512_mask_mov_epi8(other, alpha, one)
-                   : _mm512_mask_mov_epi8(one, alpha, other);
+  return _mm512_mask_mov_epi8(one, from_second, other);
 }
 
-template <int kMode, bool kSelected>
+template <int kMode>
 HWY_INLINE void Interpolate(const Bc7Block& block, unsigned partition, uint8_t* dst,
                             ptrdiff_t step) {
   constexpr Bc7Mode m = kBc7Modes[kMode];
@@ -247,9 +255,11 @@ HWY_INLINE void Interpolate(const Bc7Block& block, unsigned partition, uint8_t* 
   if constexpr (m.second_bits != 0) {
     second = _mm512_set1_epi64(static_cast<int64_t>(SecondIndexes<kMode>(block)));
   }
+  constexpr __mmask64 kAlpha = 0xC0C0C0C0C0C0C0C0;
+  const __mmask64 from_second = kAlpha ^ SelectionMask<kMode>(block);
   VI16 mixed[2];
   for (int i = 0; i < 2; ++i) {
-    const V8 weights = {WeightsOfChannels<kMode, kSelected>(first, second, 2 * i)};
+    const V8 weights = {WeightsOfChannels<kMode>(first, second, from_second, 2 * i)};
     mixed[i] = Mix(V8{Spread<kMode>(ends, partition, 2 * i)}, weights);
   }
   V8 rows = PackBlocks(mixed[0], mixed[1]);
@@ -406,8 +416,15 @@ HWY_INLINE WeightWords WeightPairs(uint64_t indexes) {
 struct WeightRows {
   VQ8 row[4];
 };
-HWY_INLINE WeightRows JoinWeights(const WeightWords& color, const WeightWords& alpha) {
+// `exchange` is all ones if the second set is that of the colours, else 0.
+HWY_INLINE WeightRows JoinWeights(const WeightWords& first, const WeightWords& second,
+                                  uint64_t exchange) {
   const Q16 d;
+  const VQ16 mask = hn::BitCast(d, hn::Set(Q64(), exchange));
+  const VQ16 low = hn::And(mask, hn::Xor(first.low, second.low));
+  const VQ16 high = hn::And(mask, hn::Xor(first.high, second.high));
+  const WeightWords color = {hn::Xor(first.low, low), hn::Xor(first.high, high)};
+  const WeightWords alpha = {hn::Xor(second.low, low), hn::Xor(second.high, high)};
   return {{hn::BitCast(Q8(), hn::InterleaveLower(d, color.low, alpha.low)),
            hn::BitCast(Q8(), hn::InterleaveUpper(d, color.low, alpha.low)),
            hn::BitCast(Q8(), hn::InterleaveLower(d, color.high, alpha.high)),
@@ -463,7 +480,7 @@ HWY_INLINE V8 MixRows(const EndPoints<kSubsets>& ends, const Weights& weights, i
   return PackBlocks(a, b);
 }
 
-template <int kMode, bool kSelected>
+template <int kMode>
 HWY_INLINE void Interpolate(const Bc7Block& block, unsigned partition, uint8_t* dst,
                             ptrdiff_t step) {
   constexpr Bc7Mode m = kBc7Modes[kMode];
@@ -475,7 +492,7 @@ HWY_INLINE void Interpolate(const Bc7Block& block, unsigned partition, uint8_t* 
     }
   } else {
     const WeightWords second = WeightPairs<m.second_bits>(SecondIndexes<kMode>(block));
-    const WeightRows rows = kSelected ? JoinWeights(second, first) : JoinWeights(first, second);
+    const WeightRows rows = JoinWeights(first, second, SelectionMask<kMode>(block));
     const V8 rotation = Each(kRotations[block.Bits<kMode + 1, 2>()]);
     for (int row = 0; row < 4; row += kRows) {
       const V8 mixed = MixRows(ends, rows, row);
@@ -493,13 +510,7 @@ HWY_INLINE void DecodeMode(const Bc7Block& block, uint8_t* dst, ptrdiff_t step) 
   if constexpr (m.partition_bits != 0) {
     partition = static_cast<unsigned>(block.Bits<kMode + 1, m.partition_bits>());
   }
-  if constexpr (m.selection_bits != 0) {
-    if (block.Bits<kMode + 3, 1>() != 0) {
-      Interpolate<kMode, true>(block, partition, dst, step);
-      return;
-    }
-  }
-  Interpolate<kMode, false>(block, partition, dst, step);
+  Interpolate<kMode>(block, partition, dst, step);
 }
 
 HWY_INLINE void ClearBlock(uint8_t* dst, ptrdiff_t step) {
