@@ -31,6 +31,7 @@ LEVEL_NAMES = ("SSSE3", "SSE4", "AVX2", "AVX-512")
 # the kernels of a file have. Vector kernels use whole registers; None: no kernel for that set.
 VECTORS = (("ymm", 10), ("zmm", 10))
 BIT_CODER = (("bmi", 2), None)
+AVX2_VECTORS = (("ymm", 10), None)
 EXPECTED = collections.defaultdict(lambda: VECTORS, {
     "block_decoder.cc": BIT_CODER,
     "difference_coder.cc": BIT_CODER,
@@ -41,6 +42,7 @@ EXPECTED = collections.defaultdict(lambda: VECTORS, {
     "huffman_statistics.cc": (("bmi", 2), ("zmm", 5)),
     "progressive_decoder.cc": (("bmi", 2), ("bmi", 2)),
     "progressive_encoder.cc": (("bmi", 3), ("bmi", 3)),
+    "prediction.cc": AVX2_VECTORS,
     "vlc_encoder.cc": (("bmi", 1.5), ("evex", 5)),
     "fixed_length.cc": (("bmi", 5), ("evex", 3)),
     "forward_dct.cc": (("ymm", 30), ("ymm", 30)),  # a row of a block has 8 values of 32 bits

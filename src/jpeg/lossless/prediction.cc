@@ -11,15 +11,19 @@
 // sample that was just restored:
 //
 //   2, 3     do not use a: formulas on vectors
-//   1, 4, 5  use a without a factor, so samples are running sums of known values: a vector takes
-//            log2(lanes) steps
+//   1, 4, 5  use a without a factor, so samples are running sums of known values: those within a
+//            vector take log2(lanes) steps, and only one addition waits for the vector before
 //   6, 7     halve a, so every sample has to wait for the one before. With some bits inverted, each
 //            is a rounded mean and a sum, s' = ((s + p + 1) >> 1) + q: two instructions
+//
+// Processors with AVX-512 run the kernels for AVX2 too. Longer stores are not faster in the cache,
+// and running sums take more steps in longer vectors.
 #include <algorithm>
 
 #include "frame/checks.h"
 #include "simd/dispatch.h"
 
+#define HWY_DISABLED_TARGETS HWY_AVX3
 #define HWY_TARGET_INCLUDE "jpeg/lossless/prediction.cc"
 #include "hwy/foreach_target.h"
 #include "simd/ops-inl.h"
@@ -135,9 +139,18 @@ class Few {
   HWY_ALIGN uint8_t bytes_[4 * kSamples] = {};
 };
 
-// Goes from the end of the row to its start, because dst may be src.
+// Goes from the end of the row to its start, because dst may be src. So the vector at the start is
+// computed first and stored last; it may overlap the one after it.
 template <class Formula>
 void FormulaRow(const uint8_t* src, const uint8_t* above, uint8_t* dst, size_t width) {
+  if (width <= kSamples) {
+    const Few samples(src, 1, width - 1), up(above, 1, width - 1);
+    HWY_ALIGN uint8_t out[2 * kSamples];
+    Store(Formula::At(samples.row(), up.row(), 1), out, 0);
+    CopyBytes(out, dst + 2, 2 * (width - 1));
+    return;
+  }
+  const V start = Formula::At(src, above, 1);
   size_t x = width;
   for (; x > kUnrolled * kSamples; x -= kUnrolled * kSamples) {
     for (size_t i = 1; i <= kUnrolled; ++i) {
@@ -147,48 +160,29 @@ void FormulaRow(const uint8_t* src, const uint8_t* above, uint8_t* dst, size_t w
   for (; x > kSamples; x -= kSamples) {
     Store(Formula::At(src, above, x - kSamples), dst, x - kSamples);
   }
-  if (x > 1) {
-    const Few samples(src, 1, x - 1), up(above, 1, x - 1);
-    HWY_ALIGN uint8_t out[2 * kSamples];
-    Store(Formula::At(samples.row(), up.row(), 1), out, 0);
-    CopyBytes(out, dst + 2, 2 * (x - 1));
-  }
+  Store(start, dst, 1);
 }
 
-// RunningSum: lane i becomes the sum of lanes 0 to i plus `before`. SumWithin128 does so within
-// each 128-bit block.
-HWY_INLINE V SumWithin128(V v) {
+// The last lane of each 128-bit block, in all lanes of the block.
+HWY_INLINE V LastOfBlock(V v) { return hn::TableLookupBytes(v, hn::Set(D(), 0x0F0E)); }
+
+// Lane i of `sums` is the sum of lanes 0 to i; `total` is that of all lanes, in each lane.
+struct RunningSums {
+  V sums, total;
+};
+HWY_INLINE RunningSums SumUp(V v) {
   v = hn::Add(v, hn::ShiftLeftLanes<1>(D(), v));
   v = hn::Add(v, hn::ShiftLeftLanes<2>(D(), v));
-  return hn::Add(v, hn::ShiftLeftLanes<4>(D(), v));
-}
-#if HWY_TARGET == HWY_AVX3
-HWY_INLINE V RunningSum(V v, V before) {
-  v = SumWithin128(v);
-  // Adds the last lane of each block to all later blocks.
-  const __m512i last = _mm512_shuffle_epi8(v.raw, _mm512_set1_epi16(0x0F0E));
-  const __m512i zero = _mm512_setzero_si512();
-  const __m512i one = _mm512_alignr_epi64(last, zero, 6);
-  const __m512i two = _mm512_alignr_epi64(last, zero, 4);
-  const __m512i three = _mm512_alignr_epi64(last, zero, 2);
-  const __m512i sum = _mm512_add_epi16(_mm512_add_epi16(one, two), three);
-  return hn::Add(hn::Add(v, V{sum}), before);
-}
-HWY_INLINE V LastLane(V v) { return V{_mm512_permutexvar_epi16(_mm512_set1_epi16(31), v.raw)}; }
-#elif HWY_TARGET == HWY_AVX2
-HWY_INLINE V RunningSum(V v, V before) {
-  v = SumWithin128(v);
-  const __m256i last = _mm256_shuffle_epi8(v.raw, _mm256_set1_epi16(0x0F0E));
-  return hn::Add(hn::Add(v, V{_mm256_permute2x128_si256(last, last, 0x08)}), before);
-}
-HWY_INLINE V LastLane(V v) {
-  const __m256i upper = _mm256_permute4x64_epi64(v.raw, 0xFF);
-  return V{_mm256_shuffle_epi8(upper, _mm256_set1_epi16(0x0706))};
-}
+  v = hn::Add(v, hn::ShiftLeftLanes<4>(D(), v));
+  const V last = LastOfBlock(v);
+#if HWY_TARGET == HWY_AVX2
+  const V swapped = {_mm256_permute2x128_si256(last.raw, last.raw, 1)};
+  const V lower = {_mm256_blend_epi32(_mm256_setzero_si256(), swapped.raw, 0xF0)};
+  return {hn::Add(v, lower), hn::Add(last, swapped)};
 #else
-HWY_INLINE V RunningSum(V v, V before) { return hn::Add(SumWithin128(v), before); }
-HWY_INLINE V LastLane(V v) { return hn::Broadcast<7>(v); }
+  return {v, last};
 #endif
+}
 
 // Predictors 1, 4, and 5: the next samples of a row from their differences. For predictor 4 the
 // running sum is that of x - b, the sample minus the one above it.
@@ -205,8 +199,9 @@ class Sums {
     if constexpr (kPredictor == 5) {
       known = hn::Add(known, HalfDifference(Load(above, x), Load(above, x - 1)));
     }
-    const V sum = RunningSum(known, before_);
-    before_ = LastLane(sum);
+    const RunningSums own = SumUp(known);
+    const V sum = hn::Add(own.sums, before_);
+    before_ = hn::Add(before_, own.total);
     return kPredictor == 4 ? hn::Add(sum, Load(above, x)) : sum;
   }
 
