@@ -15,6 +15,8 @@
 // Encoding. Vectors make a field of m + 1 bits for each coefficient, magnitude and sign, and a mask
 // of the bits to write. If the fields fit bytes, one `pext` gathers the bits of eight fields (AVX2
 // and above); else they are written one by one.
+//
+// Processors with AVX-512 run the kernels for AVX2 too: comparisons into mask registers take longer.
 #include <cstring>
 
 #include "frame/checks.h"
@@ -22,6 +24,7 @@
 #include "jpegxr/vlc/vlc_writer.h"
 #include "simd/dispatch.h"
 
+#define HWY_DISABLED_TARGETS HWY_AVX3
 #define HWY_TARGET_INCLUDE "jpegxr/refinement/fixed_length.cc"
 #include "hwy/foreach_target.h"
 #include "simd/ops-inl.h"
@@ -78,10 +81,7 @@ HWY_INLINE V32 LoadRow(const T* block, ptrdiff_t step, ptrdiff_t row) {
   if constexpr (sizeof(T) == 4) {
     return v;
   } else {
-    // (Instead of PromoteTo, whose AVX-512 form with a mask g++ 12 does not compile.)
-    const hn::Repartition<T, D32> full;
-    const auto low = hn::ZeroExtendVector(full, v);
-    return hn::ShiftRight<16>(hn::BitCast(D32(), hn::InterleaveLower(full, low, low)));
+    return hn::PromoteTo(D32(), v);
   }
 }
 template <class T>
