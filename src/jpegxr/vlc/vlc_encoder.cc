@@ -8,6 +8,8 @@
 // through the mask: the count of trailing zeros is the run, and one look-up by the level and by
 // what follows (vlc_encoding_tables.h) gives the bits of index, sign and level, and the changes of
 // the counters.
+//
+// Processors with AVX-512 run the kernels for AVX2 too: comparisons into mask registers take longer.
 #include <cstring>
 
 #include "frame/checks.h"
@@ -15,6 +17,7 @@
 #include "jpegxr/vlc/vlc_writer.h"
 #include "simd/dispatch.h"
 
+#define HWY_DISABLED_TARGETS HWY_AVX3
 #define HWY_TARGET_INCLUDE "jpegxr/vlc/vlc_encoder.cc"
 #include "hwy/foreach_target.h"
 #include "simd/ops-inl.h"
