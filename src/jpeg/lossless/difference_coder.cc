@@ -196,8 +196,8 @@ zepStatus DecodeCarefully(const RowsToDecode& rows, size_t begin, size_t end, co
 constexpr size_t kWorthLists = 256;
 
 struct CodeLists {
-  ShortCode lists[kMaxComponents][kShortCodes];
-  const ShortCode* of[kMaxComponents];
+  ShortCodes lists[kMaxComponents];
+  const ShortCodes* of[kMaxComponents];
 };
 
 // Components with the same table have the same list.
@@ -205,8 +205,8 @@ inline void ListCodes(const RowsToDecode& rows, CodeLists* codes) {
   for (int i = 0; i < rows.components; ++i) {
     int same = 0;
     while (rows.tables[same] != rows.tables[i]) ++same;
-    if (same == i) ListShortCodes(*rows.tables[i], codes->lists[i]);
-    codes->of[i] = codes->lists[same];
+    if (same == i) codes->lists[i].List(*rows.tables[i]);
+    codes->of[i] = &codes->lists[same];
   }
 }
 
@@ -223,7 +223,7 @@ HWY_INLINE size_t DecodePart(const RowsToDecode& rows, const CodeLists& codes, s
   for (; x < end && done.taken + need <= 8 * bytes.size(); ++x) {
     for (size_t i = 0; i < components; ++i) {
       int16_t difference;
-      if (HWY_UNLIKELY(!reader.Take(*rows.tables[i], codes.of[i], &difference))) {
+      if (HWY_UNLIKELY(!reader.Take(*rows.tables[i], *codes.of[i], &difference))) {
         bytes.Finish(done, from, state);
         return x;
       }

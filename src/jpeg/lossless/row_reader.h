@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 // The reader for long rows of differences in lossless JPEG (ITU-T T.81, H.2). It first copies a part
 // of the source without stuffed zeros. A look-up by the next eight bits gives the length of a code
-// together with its extra bits. The window is loaded again after each difference, from a place that
-// is known one difference earlier, so no branch waits for bits.
+// together with its extra bits. The window is loaded again at each difference, so no branch waits
+// for bits. The look-up does not wait for that load: it takes the window that was loaded two
+// differences earlier. At least 57 bits were valid there, and the codes that the look-up knows have
+// at most 8 + 15 bits with their extra bits, so 11 bits are left, of which it needs 8.
 //
 // As in quick_reader.h, the reader counts the bits that the reference reader would have read.
 #ifndef ZEPJP_SRC_JPEG_LOSSLESS_ROW_READER_H_
@@ -15,28 +17,39 @@
 #include "hwy/base.h"
 #include "jpeg/huffman/bit_reader.h"
 #include "jpeg/huffman/elements.h"
+#include "jpeg/huffman/magnitude.h"
 #include "jpeg/huffman/quick_reader.h"
 
 namespace zepjp {
 
-// The entry of the look-up by the first eight bits of a code, in one word: byte 0 is the length of
-// the code with its extra bits, byte 1 the length of the code, byte 2 is 63 minus the number e of
-// extra bits; the upper half is 2^e - 1. If the code is longer than eight bits, or its category is
-// 16, byte 0 is kNotShort.
-using ShortCode = uint64_t;
-constexpr size_t kShortCodes = size_t{1} << kFastCodeBits;
-constexpr uint32_t kNotShort = 255;
+// The look-up by the first eight bits of a code, which has e extra bits. Each difference waits for
+// the bits of the one before, so they have an array of their own, whose addresses take no addition.
+struct ShortCodes {
+  static constexpr size_t kCount = size_t{1} << kFastCodeBits;
+  static constexpr uint8_t kNone = 255;  // if the code is longer or its category is 16
 
-inline void ListShortCodes(const zepiDecodeHuffmanSpec& table, ShortCode codes[kShortCodes]) {
-  for (size_t i = 0; i < kShortCodes; ++i) {
-    const uint32_t entry = table.fast[i];
-    const uint32_t extra = entry & 0xFFFF, length = entry >> 16;
-    const uint64_t ones = (uint64_t{1} << extra % 16) - 1;
-    const bool is_short = IsFastCode(entry) && extra < 16;
-    codes[i] =
-        is_short ? ones << 32 | (63 - extra) << 16 | length << 8 | (length + extra) : kNotShort;
+  struct Entry {
+    uint8_t length;  // of the code
+    uint8_t others;  // 64 minus the bits
+    uint16_t ones;   // 2^e - 1
+    uint16_t half;   // 2^(e-1), or 0 if e is 0: smaller extra bits stand for negative values
+    uint16_t unused;
+  };
+
+  void List(const zepiDecodeHuffmanSpec& table) {
+    for (size_t i = 0; i < kCount; ++i) {
+      const uint32_t code = table.fast[i];
+      const uint32_t extra = code & 0xFFFF, length = code >> 16, sum = length + extra;
+      const uint32_t power = 1U << extra % 16;
+      bits[i] = IsFastCode(code) && extra < 16 ? static_cast<uint8_t>(sum) : kNone;
+      entry[i] = {static_cast<uint8_t>(length), static_cast<uint8_t>(64 - sum),
+                  static_cast<uint16_t>(power - 1), static_cast<uint16_t>(power >> 1), 0};
+    }
   }
-}
+
+  uint8_t bits[kCount];  // the length of the code and its extra bits
+  Entry entry[kCount];
+};
 
 // The data bytes after those of the state, up to `room` of them, without stuffed zeros. They end
 // before a marker or a fill byte.
@@ -114,48 +127,65 @@ class RowReader {
   HWY_INLINE RowReader(const RowBytes& bytes, const zepiDecodeHuffmanState& state)
       : bytes_(bytes),
         counts_{8 * kStateBytes - static_cast<size_t>(state.numBits), 8 * kStateBytes},
-        window_(bytes.Load(counts_.taken)) {}
+        window_(bytes.Load(counts_.taken)),
+        next_window_(window_) {}
 
   // Takes the next difference. False if there is no such code. There must be kMostBits bits.
-  HWY_INLINE bool Take(const zepiDecodeHuffmanSpec& table, const ShortCode* codes,
+  HWY_INLINE bool Take(const zepiDecodeHuffmanSpec& table, const ShortCodes& codes,
                        int16_t* difference) {
     const size_t taken = counts_.taken;
-    const ShortCode code = codes[window_ >> (64 - kFastCodeBits)];
-    const uint64_t next = bytes_.Load(taken);
-    const auto bits = static_cast<size_t>(code & 0xFF);
-    const auto length = static_cast<size_t>(code >> 8 & 0xFF);
-    if (HWY_UNLIKELY(bits == kNotShort)) {
+    const auto index = static_cast<size_t>(window_ >> (64 - kFastCodeBits));
+    const size_t bits = codes.bits[index];
+    const ShortCodes::Entry& code = codes.entry[index];
+    const uint64_t here = bytes_.Load(taken);
+    if (HWY_UNLIKELY(bits == ShortCodes::kNone)) {
       Progress copy = counts_;
-      const bool is_done = TakeLong(table, window_, &copy, difference);
+      const bool is_done = TakeLong(table, here, &copy, difference);
       counts_ = copy;
-      window_ = bytes_.Load(counts_.taken);
+      window_ = next_window_ = bytes_.Load(counts_.taken);
       return is_done;
     }
-    // Processors use only the lowest six bits of a shift count, so each mask compiles to nothing.
-    *difference = ValueOf(window_ << (code >> 8 & 63), code >> 16 & 63, code >> 32);
-    window_ = next << (code & 63);
-    ReadCarefully(taken, taken + kFastCodeBits, &counts_.read);
-    ReadCarefully(taken + length, taken + bits, &counts_.read);
-    counts_.taken = taken + bits;
+    *difference = ValueOf(static_cast<uint32_t>(here >> code.others), code.ones, code.half);
+    window_ = next_window_ << bits;
+    next_window_ = here << bits;
+    // After a refill for the code there are bits enough for the rest, so there is only one.
+    const size_t for_code = taken + kFastCodeBits, for_all = taken + bits;
+    size_t read = counts_.read;
+    ReplaceIfLess(counts_.read, for_all, Refilled(taken + code.length), &read);
+    ReplaceIfLess(counts_.read, for_code, Refilled(taken), &read);
+    counts_ = {for_all, read};
     return true;
   }
 
   const Progress& counts() const { return counts_; }
 
  private:
+  // The bits that the reference reader has read if it refills after `taken` bits: at least 25 more.
+  static HWY_INLINE size_t Refilled(size_t taken) { return (taken + 32) & ~size_t{7}; }
+
   // Counts the refill that the reference reader makes after `taken` bits if it needs those up to
   // `end`.
-  static HWY_INLINE void ReadCarefully(size_t taken, size_t end, size_t* read) {
-    const size_t filled = (taken + 32) & ~size_t{7};
-    *read = *read < end ? filled : *read;
+  static void ReadCarefully(size_t taken, size_t end, size_t* read) {
+    if (*read < end) *read = Refilled(taken);
   }
 
-  // The value whose extra bits are the highest of `extra`: 63 - others of them; `ones` has that
-  // number of 1 bits.
-  static HWY_INLINE int16_t ValueOf(uint64_t extra, uint64_t others, uint64_t ones) {
-    const auto is_positive = static_cast<uint64_t>(static_cast<int64_t>(extra) >> 63);
-    const uint64_t bits = extra >> 1 >> others;
-    return static_cast<int16_t>(static_cast<uint16_t>(bits - (ones & ~is_positive)));
+  // In assembly, because g++ makes a branch of it, which would be mispredicted.
+  static HWY_INLINE void ReplaceIfLess(size_t a, size_t b, size_t value, size_t* replaced) {
+#ifdef __x86_64__
+    __asm__("cmpq %[b], %[a]\n\tcmovbq %[value], %[replaced]"
+            : [replaced] "+r"(*replaced)
+            : [a] "r"(a), [b] "r"(b), [value] "r"(value)
+            : "cc");
+#else
+    if (a < b) *replaced = value;
+#endif
+  }
+
+  // The value whose extra bits are the lowest ones of `bits`.
+  static HWY_INLINE int16_t ValueOf(uint32_t bits, uint32_t ones, uint32_t half) {
+    const uint32_t extra = bits & ones;
+    const auto is_negative = static_cast<uint32_t>(static_cast<int32_t>(extra - half) >> 31);
+    return static_cast<int16_t>(static_cast<uint16_t>(extra - (ones & is_negative)));
   }
 
   // Takes any code. The reference reader takes nine bits of a long one, then one at a time.
@@ -173,13 +203,14 @@ class RowReader {
     counts->taken = taken + length + extra;
     *difference = category == 16
                       ? INT16_MIN
-                      : ValueOf(window << length, 63 - extra, (uint64_t{1} << extra) - 1);
+                      : static_cast<int16_t>(DifferenceOfHighest(category, window << length));
     return true;
   }
 
   const RowBytes& bytes_;
   Progress counts_;
-  uint64_t window_;  // the next bit is the highest
+  // In both the next bit is the highest. They were loaded two differences ago and one ago.
+  uint64_t window_, next_window_;
 };
 
 }  // namespace zepjp
