@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "codecs/jpeg/lossless/row_coder.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <utility>
 
 #include "codecs/jpeg/lossless/prediction.h"
@@ -9,20 +12,35 @@
 namespace zepcodec::jpeg::lossless {
 namespace {
 
-// Counts the magnitude categories of differences. zepiGetHuffmanStatisticsOne_JPEG_16s_C1() counts
-// one difference, but a call for each takes almost as long as coding it. With four sets of counts,
-// repeated categories do not wait for the previous increment.
-void CountCategories(const Row& differences, Counts* counts) {
-  constexpr size_t kSets = 4;
-  int32_t sets[kSets][32] = {};
-  for (size_t i = 0; i < differences.size(); ++i) {
-    const int difference = differences[i];
-    const auto magnitude = static_cast<unsigned>(difference < 0 ? -difference : difference);
-    ++sets[i % kSets][31 - __builtin_clz(2 * magnitude + 1)];
+// Halves magnitudes; returns how many of them were not 0. In arithmetic of 16 bits without
+// comparisons, which compilers turn into vectors.
+uint16_t CountAndHalve(size_t count, uint16_t* magnitudes) {
+  uint16_t found = 0;
+  for (size_t i = 0; i < count; ++i) {
+    const uint16_t magnitude = magnitudes[i];
+    const uint16_t is_not_zero = static_cast<uint16_t>(magnitude + 0x7FFF) >> 15;  // up to 32768
+    found = static_cast<uint16_t>(found + is_not_zero);
+    magnitudes[i] = magnitude >> 1;
   }
-  for (const auto& set : sets) {
-    for (size_t category = 0; category < kCategories; ++category) {
-      (*counts)[category] += set[category];
+  return found;
+}
+
+// Counts the magnitude categories of differences. The category is the number of times that the
+// magnitude can be halved before it is 0.
+void CountCategories(const Row& differences, Counts* counts) {
+  constexpr size_t kMost = 4096;  // fewer than 2^16
+  uint16_t magnitudes[kMost];
+  for (size_t begin = 0; begin < differences.size(); begin += kMost) {
+    const size_t count = std::min(kMost, differences.size() - begin);
+    for (size_t i = 0; i < count; ++i) {
+      const int16_t difference = differences[begin + i];
+      const auto sign = static_cast<uint16_t>(difference >> 15);
+      magnitudes[i] = static_cast<uint16_t>((static_cast<uint16_t>(difference) ^ sign) - sign);
+    }
+    for (size_t category = 0, left = count; left > 0; ++category) {
+      const size_t higher = CountAndHalve(count, magnitudes);
+      (*counts)[category] += static_cast<int64_t>(left - higher);
+      left = higher;
     }
   }
 }
