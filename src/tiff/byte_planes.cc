@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: MIT
 // Splits a row of 16-bit samples into a row of high bytes and a row of low bytes, and joins them
 // again. Byte planes compress better: high bytes of neighbouring samples are often equal.
+//
+// Processors with AVX-512 run the kernels for AVX2 too: longer vectors take more steps to put their
+// halves in order.
 #include <cstring>
 
 #include "frame/checks.h"
 #include "simd/dispatch.h"
 
+#define HWY_DISABLED_TARGETS HWY_AVX3
 #define HWY_TARGET_INCLUDE "tiff/byte_planes.cc"
 #include "hwy/foreach_target.h"
 #include "simd/ops-inl.h"

@@ -42,6 +42,7 @@ EXPECTED = collections.defaultdict(lambda: VECTORS, {
     "huffman_statistics.cc": (("bmi", 2), ("zmm", 5)),
     "progressive_decoder.cc": (("bmi", 2), ("bmi", 2)),
     "progressive_encoder.cc": (("bmi", 3), ("bmi", 3)),
+    "byte_planes.cc": AVX2_VECTORS,
     "prediction.cc": AVX2_VECTORS,
     "vlc_encoder.cc": (("bmi", 1.5), None),
     "fixed_length.cc": (("bmi", 5), None),
