@@ -59,12 +59,16 @@ HWY_INLINE HalfSums StartSums(int sum_of_weights) {
 
 HWY_INLINE V32 Join(HalfSums sums) { return hn::Add(hn::ShiftLeft<2>(sums.h), Descale(sums.l)); }
 
-// Whether a lane of a + 1, b + 1 or c + 1 comes from the saturated values -2^15 and 2^15 - 1. (As
-// bytes, whose mask is one instruction on every set.)
-HWY_INLINE bool AnySaturated(V16 a1, V16 b1, V16 c1) {
-  const V16 least = hn::Min(hn::Min(a1, b1), c1);
-  const V16 is_bad = hn::VecFromMask(D16(), hn::Lt(least, hn::Set(D16(), -32766)));
-  return !hn::AllFalse(D8(), hn::MaskFromVec(hn::BitCast(D8(), is_bad)));
+// Whether a lane is negative. Up to AVX2 a mask has a bit for each byte; those of the upper bytes
+// are the signs.
+HWY_INLINE bool AnyNegative(V16 v) {
+#  if HWY_TARGET == HWY_AVX2
+  return (static_cast<uint32_t>(_mm256_movemask_epi8(v.raw)) & 0xAAAAAAAA) != 0;
+#  elif HWY_TARGET == HWY_SSE4 || HWY_TARGET == HWY_SSSE3
+  return (_mm_movemask_epi8(v.raw) & 0xAAAA) != 0;
+#  else
+  return !hn::AllFalse(D16(), hn::Lt(v, hn::Zero(D16())));
+#  endif
 }
 
 struct IctForward32 {
@@ -82,7 +86,9 @@ struct IctForward32 {
     const V16 blue1 = hn::Add(blue, one);
     // If G is small, no difference has wrapped.
     const V16 green1 = hn::Add(PackBlocks(low.c1, high.c1), one);
-    if (AnySaturated(hn::Add(red, one), blue1, green1)) return false;
+    // The saturated values -2^15 and 2^15 - 1, plus 1, are the two lowest ones.
+    const V16 least = hn::Min(hn::Min(hn::Add(red, one), blue1), green1);
+    if (AnyNegative(hn::VecFromMask(D16(), hn::Lt(least, hn::Set(D16(), -32766))))) return false;
     const Pairs pairs(red, blue1);
     low = FromDifferences(low.c1, pairs.low);
     high = FromDifferences(high.c1, pairs.high);
@@ -113,13 +119,14 @@ struct IctInverse32 {
             hn::Add(ycc.c0, WeighHalves<-5638, -11700>(chroma)),
             hn::Add(ycc.c0, WeighHalves<29032, 0>(chroma))};
   }
-  // Replaces two vectors of each component, if the chroma fits 16 bits.
+  // Replaces two vectors of each component, if the magnitudes of the chroma are below 2^14.
   static HWY_INLINE bool ApplyTo16(Three<D32>& low, Three<D32>& high) {
-    const V16 one = hn::Set(D16(), 1);
+    const hn::RebindToUnsigned<D16> du;
     const V16 cb = PackBlocks(low.c1, high.c1);
     const V16 cr = PackBlocks(low.c2, high.c2);
-    const V16 cb1 = hn::Add(cb, one);
-    if (AnySaturated(cb1, cb1, hn::Add(cr, one))) return false;
+    const auto bits = hn::BitCast(du, hn::Or(hn::Abs(cb), hn::Abs(cr)));
+    const auto sum = hn::SaturatedAdd(bits, hn::Set(du, 1 << 14));
+    if (AnyNegative(hn::BitCast(D16(), sum))) return false;
     const Pairs pairs(cb, cr);
     low = FromPairs(low, pairs.low);
     high = FromPairs(high, pairs.high);
@@ -131,11 +138,12 @@ struct IctInverse32 {
   static HWY_INLINE V32 WeighHalves(const HalfWords& chroma) {
     return Join(AddWeighed(StartSums(kBlue + kRed), chroma, Weights(kBlue, kRed)));
   }
-  // R and B: 2^14 of the weight adds the chroma itself; the rest is a multiplication that rounds.
+  // R and B: 2^14 of the weight is the chroma itself; the rest is a multiplication that rounds.
   static HWY_INLINE Three<D32> FromPairs(const Three<D32>& ycc, V16 chroma) {
     const V16 rest = hn::MulFixedPoint15(chroma, Weights(2 * (29032 - 16384), 2 * (22970 - 16384)));
-    const V32 blue = DotAcc(hn::Add(ycc.c0, ycc.c1), rest, Weights(1, 0));
-    const V32 red = hn::Add(hn::Add(ycc.c0, ycc.c2), hn::ShiftRight<16>(hn::BitCast(D32(), rest)));
+    const V16 product = hn::Add(chroma, rest);
+    const V32 blue = DotAcc(ycc.c0, product, Weights(1, 0));
+    const V32 red = hn::Add(ycc.c0, hn::ShiftRight<16>(hn::BitCast(D32(), product)));
     const V32 green = Descale(DotAcc(hn::Set(D32(), kRound), chroma, Weights(-5638, -11700)));
     return {red, hn::Add(ycc.c0, green), blue};
   }

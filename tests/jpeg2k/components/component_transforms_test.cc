@@ -226,7 +226,8 @@ TEST(ComponentTransforms, KnownPixels) {
 // them among small values, and all together.
 TEST(ComponentTransforms, FixedPointAroundItsLimits) {
   std::vector<int32_t> limits = {INT32_MIN, INT32_MIN + 1, INT32_MAX - 1, INT32_MAX};
-  for (const int32_t limit : {-65536, -32768, 0, 32767, 65536, -(1 << 30), 1 << 30}) {
+  for (const int32_t limit :
+       {-65536, -32768, -16384, 0, 16384, 32767, 65536, -(1 << 30), 1 << 30}) {
     for (const int32_t offset : {-1, 0, 1}) limits.push_back(limit + offset);
   }
   constexpr size_t kCount = 64;
