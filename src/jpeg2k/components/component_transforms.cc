@@ -9,6 +9,7 @@
 #define HWY_TARGET_INCLUDE "jpeg2k/components/component_transforms.cc"
 #include "hwy/foreach_target.h"
 #include "jpeg2k/components/fixed_point-inl.h"
+#include "jpeg2k/components/interleaved-inl.h"
 #include "jpeg2k/components/irreversible-inl.h"
 #include "jpeg2k/components/layouts-inl.h"
 #include "jpeg2k/components/reversible-inl.h"
@@ -64,32 +65,32 @@ void TransformRow(const uint8_t* const* src, uint8_t* const* dst, size_t width) 
 
 template <class Transform, class D>
 constexpr ComponentRow kPlanesRow = TransformRow<Transform, PlanarPixels<D>, PlanarPixels<D>>;
-template <class Transform, class D>
+template <class Transform, class T>
 constexpr ComponentRow kToPlanesRow =
-    TransformRow<Transform, InterleavedPixels<D>, PlanarPixels<D>>;
-template <class Transform, class D>
+    TransformRow<Transform, InterleavedPixels<DStores<T>>, PlanarPixels<DStores<T>>>;
+template <class Transform, class T>
 constexpr ComponentRow kToPixelsRow =
-    TransformRow<Transform, PlanarPixels<D>, InterleavedPixels<D>>;
+    TransformRow<Transform, PlanarPixels<DStores<T>>, InterleavedPixels<DStores<T>>>;
 
-template <class D>
+template <class T>
 constexpr Reversible kReversible = {
-    .forward_planes = kPlanesRow<RctForward, D>,
-    .inverse_planes = kPlanesRow<RctInverse, D>,
-    .forward_pixels = kToPlanesRow<RctForward, D>,
-    .inverse_pixels = kToPixelsRow<RctInverse, D>,
+    .forward_planes = kPlanesRow<RctForward, DStores<T>>,
+    .inverse_planes = kPlanesRow<RctInverse, DStores<T>>,
+    .forward_pixels = kToPlanesRow<RctForward, T>,
+    .inverse_pixels = kToPixelsRow<RctInverse, T>,
 };
 
 constexpr Kernels kKernels = {
-    .rct16 = kReversible<D16>,
-    .rct32 = kReversible<D32>,
+    .rct16 = kReversible<int16_t>,
+    .rct32 = kReversible<int32_t>,
     .ict_forward16 = kPlanesRow<IctForward16, D16>,
     .ict_inverse16 = kPlanesRow<IctInverse16, D16>,
     .ict_forward32 = FixedPointRow<IctForward32>::Apply,
     .ict_inverse32 = FixedPointRow<IctInverse32>::Apply,
     .ict_forward_float = kPlanesRow<IctForwardFloat, DF>,
     .ict_inverse_float = kPlanesRow<IctInverseFloat, DF>,
-    .ict_forward_float_pixels = kToPlanesRow<IctForwardFloat, DF>,
-    .ict_inverse_float_pixels = kToPixelsRow<IctInverseFloat, DF>,
+    .ict_forward_float_pixels = kToPlanesRow<IctForwardFloat, float>,
+    .ict_inverse_float_pixels = kToPixelsRow<IctInverseFloat, float>,
 };
 
 }  // namespace

@@ -23,23 +23,28 @@ ZEP_BEFORE_NAMESPACE();
 namespace zepjp::HWY_NAMESPACE {
 namespace {
 
+template <class V>
+HWY_INLINE V Times(V v, float weight) {
+  return hn::Mul(v, hn::Set(hn::DFromV<V>(), weight));
+}
+
 // One rounding for each product and each sum, from left to right.
 struct IctForwardFloat {
-  static HWY_INLINE Three<DF> Apply(Three<DF> rgb) {
+  template <class D>
+  static HWY_INLINE Three<D> Apply(const Three<D>& rgb) {
     return {
         hn::Add(hn::Add(Times(rgb.c0, 0.299f), Times(rgb.c1, 0.587f)), Times(rgb.c2, 0.114f)),
         hn::Add(hn::Sub(Times(rgb.c0, -0.16875f), Times(rgb.c1, 0.33126f)), Times(rgb.c2, 0.5f)),
         hn::Sub(hn::Sub(Times(rgb.c0, 0.5f), Times(rgb.c1, 0.41869f)), Times(rgb.c2, 0.08131f))};
   }
-  static HWY_INLINE VF Times(VF v, float weight) { return hn::Mul(v, hn::Set(DF(), weight)); }
 };
 
 struct IctInverseFloat {
-  static HWY_INLINE Three<DF> Apply(Three<DF> ycc) {
-    const VF green = hn::Sub(ycc.c0, IctForwardFloat::Times(ycc.c1, 0.34413f));
-    return {hn::Add(ycc.c0, IctForwardFloat::Times(ycc.c2, 1.402f)),
-            hn::Sub(green, IctForwardFloat::Times(ycc.c2, 0.71414f)),
-            hn::Add(ycc.c0, IctForwardFloat::Times(ycc.c1, 1.772f))};
+  template <class D>
+  static HWY_INLINE Three<D> Apply(const Three<D>& ycc) {
+    const auto green = hn::Sub(ycc.c0, Times(ycc.c1, 0.34413f));
+    return {hn::Add(ycc.c0, Times(ycc.c2, 1.402f)), hn::Sub(green, Times(ycc.c2, 0.71414f)),
+            hn::Add(ycc.c0, Times(ycc.c1, 1.772f))};
   }
 };
 

@@ -21,32 +21,41 @@ namespace zepjp::HWY_NAMESPACE {
 namespace {
 
 // floor((a + b) / 2)
-HWY_INLINE V16 Mean(V16 a, V16 b) {
+template <class V>
+HWY_INLINE V Mean(V a, V b) {
   return hn::Add(hn::And(a, b), hn::ShiftRight<1>(hn::Xor(a, b)));
 }
 
+// D: a tag of 16-bit or 32-bit lanes.
+template <class D>
+constexpr bool kIs16 = sizeof(hn::TFromD<D>) == 2;
+
 struct RctForward {
-  static HWY_INLINE Three<D16> Apply(Three<D16> rgb) {
-    return {Mean(Mean(rgb.c0, rgb.c2), rgb.c1), hn::Sub(rgb.c2, rgb.c1), hn::Sub(rgb.c0, rgb.c1)};
+  template <class D>
+  static HWY_INLINE Three<D> Apply(const Three<D>& rgb) {
+    return {Luma<D>(rgb), hn::Sub(rgb.c2, rgb.c1), hn::Sub(rgb.c0, rgb.c1)};
   }
-  static HWY_INLINE Three<D32> Apply(Three<D32> rgb) {
-    const V32 sum = hn::Add(hn::Add(rgb.c0, rgb.c2), hn::Add(rgb.c1, rgb.c1));
-    return {hn::ShiftRight<2>(sum), hn::Sub(rgb.c2, rgb.c1), hn::Sub(rgb.c0, rgb.c1)};
+
+ private:
+  template <class D>
+  static HWY_INLINE hn::VFromD<D> Luma(const Three<D>& rgb) {
+    if constexpr (kIs16<D>) return Mean(Mean(rgb.c0, rgb.c2), rgb.c1);
+    return hn::ShiftRight<2>(hn::Add(hn::Add(rgb.c0, rgb.c2), hn::Add(rgb.c1, rgb.c1)));
   }
 };
 
 struct RctInverse {
   template <class D>
-  static HWY_INLINE Three<D> FromGreen(hn::VFromD<D> green, const Three<D>& yuv) {
+  static HWY_INLINE Three<D> Apply(const Three<D>& yuv) {
+    const auto green = hn::Sub(yuv.c0, Quarter<D>(yuv));
     return {hn::Add(yuv.c2, green), green, hn::Add(yuv.c1, green)};
   }
-  static HWY_INLINE Three<D16> Apply(Three<D16> yuv) {
-    const V16 quarter = hn::ShiftRight<1>(Mean(yuv.c1, yuv.c2));
-    return FromGreen<D16>(hn::Sub(yuv.c0, quarter), yuv);
-  }
-  static HWY_INLINE Three<D32> Apply(Three<D32> yuv) {
-    const V32 quarter = hn::ShiftRight<2>(hn::Add(yuv.c1, yuv.c2));
-    return FromGreen<D32>(hn::Sub(yuv.c0, quarter), yuv);
+
+ private:
+  template <class D>
+  static HWY_INLINE hn::VFromD<D> Quarter(const Three<D>& yuv) {
+    if constexpr (kIs16<D>) return hn::ShiftRight<1>(Mean(yuv.c1, yuv.c2));
+    return hn::ShiftRight<2>(hn::Add(yuv.c1, yuv.c2));
   }
 };
 
