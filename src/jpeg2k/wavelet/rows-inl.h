@@ -14,6 +14,7 @@
 #include <algorithm>
 
 #include "jpeg2k/wavelet/columns-inl.h"
+#include "jpeg2k/wavelet/even_odd-inl.h"
 
 #if defined(ZEPJP_SRC_JPEG2K_WAVELET_ROWS_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #  ifdef ZEPJP_SRC_JPEG2K_WAVELET_ROWS_INL_H_
@@ -25,72 +26,6 @@
 ZEP_BEFORE_NAMESPACE();
 namespace zepjp::HWY_NAMESPACE {
 namespace {
-
-// One vector from the lanes of a followed by those of b: from lane 1 of a (MoveDown), or from the
-// last lane of a (MoveUp).
-#  if HWY_TARGET == HWY_AVX3
-template <class T>
-HWY_INLINE hn::Vec512<T> MoveDown(hn::Vec512<T> a, hn::Vec512<T> b) {
-  const hn::Full512<int32_t> d32;
-  const __m512i low = hn::BitCast(d32, a).raw, high = hn::BitCast(d32, b).raw;
-  __m512i moved = _mm512_alignr_epi32(high, low, sizeof(T) == 4 ? 1 : 4);
-  if (sizeof(T) == 2) moved = _mm512_alignr_epi8(moved, low, sizeof(T));
-  return hn::BitCast(hn::Full512<T>(), hn::Vec512<int32_t>{moved});
-}
-template <class T>
-HWY_INLINE hn::Vec512<T> MoveUp(hn::Vec512<T> a, hn::Vec512<T> b) {
-  const hn::Full512<int32_t> d32;
-  const __m512i low = hn::BitCast(d32, a).raw, high = hn::BitCast(d32, b).raw;
-  __m512i moved = _mm512_alignr_epi32(high, low, sizeof(T) == 4 ? 15 : 12);
-  if (sizeof(T) == 2) moved = _mm512_alignr_epi8(high, moved, 16 - sizeof(T));
-  return hn::BitCast(hn::Full512<T>(), hn::Vec512<int32_t>{moved});
-}
-#  elif HWY_TARGET == HWY_AVX2
-template <class T>
-HWY_INLINE hn::Vec256<T> MoveDown(hn::Vec256<T> a, hn::Vec256<T> b) {
-  const hn::Full256<int32_t> d32;
-  const __m256i low = hn::BitCast(d32, a).raw, high = hn::BitCast(d32, b).raw;
-  const __m256i middle = _mm256_permute2x128_si256(low, high, 0x21);
-  return hn::BitCast(hn::Full256<T>(),
-                     hn::Vec256<int32_t>{_mm256_alignr_epi8(middle, low, sizeof(T))});
-}
-template <class T>
-HWY_INLINE hn::Vec256<T> MoveUp(hn::Vec256<T> a, hn::Vec256<T> b) {
-  const hn::Full256<int32_t> d32;
-  const __m256i low = hn::BitCast(d32, a).raw, high = hn::BitCast(d32, b).raw;
-  const __m256i middle = _mm256_permute2x128_si256(low, high, 0x21);
-  return hn::BitCast(hn::Full256<T>(),
-                     hn::Vec256<int32_t>{_mm256_alignr_epi8(high, middle, 16 - sizeof(T))});
-}
-#  else
-template <class T>
-HWY_INLINE hn::Vec128<T> MoveDown(hn::Vec128<T> a, hn::Vec128<T> b) {
-  return hn::CombineShiftRightBytes<sizeof(T)>(hn::Full128<T>(), b, a);
-}
-template <class T>
-HWY_INLINE hn::Vec128<T> MoveUp(hn::Vec128<T> a, hn::Vec128<T> b) {
-  return hn::CombineShiftRightBytes<16 - sizeof(T)>(hn::Full128<T>(), b, a);
-}
-#  endif
-
-// A block: the even and the odd samples.
-template <class T>
-struct EvenOdd {
-  Vector<T> even, odd;
-};
-
-template <class T>
-HWY_INLINE EvenOdd<T> LoadEvenOdd(const T* from) {
-  const Tag<T> d;
-  const Vector<T> a = hn::LoadU(d, from), b = hn::LoadU(d, from + kLanesOf<T>);
-  return {hn::ConcatEven(d, b, a), hn::ConcatOdd(d, b, a)};
-}
-
-template <class T>
-HWY_INLINE void StoreEvenOdd(Vector<T> even, Vector<T> odd, T* to) {
-  const Tag<T> d;
-  hn::StoreInterleaved2(even, odd, d, to);
-}
 
 // `lanes` are the values from index `first` up of a row of `count` values; stores those that the
 // row has.
