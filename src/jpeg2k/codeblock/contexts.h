@@ -124,7 +124,8 @@ HWY_INLINE SymbolBits<5> SignSymbols(const Neighbours& near, const uint64_t* neg
   return {{own ^ is_inverted, ~(h ^ v), (~h & v) | opposite, h & ~opposite, ~uint64_t{0}}};
 }
 
-// Without `kRefinementBase`. The context is 14; it is 15 with neighbours, and 16 after the first refinement.
+// Without `kRefinementBase`. The context is 14; it is 15 with neighbours, and 16 after the first
+// refinement.
 constexpr Symbol kRefinementBase = 2 * kFirstRefinement;
 HWY_INLINE SymbolBits<3> RefinementSymbols(uint64_t bits, uint64_t neighbours, uint64_t again) {
   return {{bits, neighbours & ~again, again}};

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Tables of the embedded block coder (ISO/IEC 15444-1, annexes C and D), computed at compile time
-// from the standard's tables: the probability estimates of the MQ coder, the contexts of
-// significance and sign by neighbourhood, the passes and segments by style.
+// Tables of the embedded block coder (ISO/IEC 15444-1, annex D), computed at compile time from the
+// standard's tables: the contexts of significance and sign by neighbourhood, the passes and
+// segments by style.
 #ifndef ZEPJP_SRC_JPEG2K_CODEBLOCK_TABLES_H_
 #define ZEPJP_SRC_JPEG2K_CODEBLOCK_TABLES_H_
 
@@ -40,94 +40,6 @@ constexpr int SegmentEnd(int pass, int32_t style) {
 // Labels of contexts: 0 to 8 significance, 9 to 13 sign, 14 to 16 refinement.
 constexpr uint8_t kFirstRefinement = 14, kRun = 17, kUniform = 18;
 constexpr size_t kContextCount = 19;
-
-// A context's state: twice the index of the probability estimate, plus the most probable symbol.
-using ContextStates = std::array<uint8_t, kContextCount>;
-constexpr ContextStates InitialContexts() {
-  ContextStates states{};
-  states[0] = 2 * 4;
-  states[kRun] = 2 * 3;
-  states[kUniform] = 2 * 46;
-  return states;
-}
-
-struct Estimate {
-  uint16_t qe;      // of the less probable symbol
-  uint8_t next[2];  // the state after an MPS with renormalisation, and after an LPS
-};
-constexpr size_t kStateCount = 94;
-
-// Table C.2: estimate, next index after an MPS and after an LPS.
-struct EstimateRow {
-  uint16_t qe;
-  uint8_t nmps;
-  uint8_t nlps;
-};
-constexpr std::array<EstimateRow, 47> kEstimateRows = {
-    {{0x5601, 1, 1},   {0x3401, 2, 6},   {0x1801, 3, 9},   {0x0AC1, 4, 12},  {0x0521, 5, 29},
-     {0x0221, 38, 33}, {0x5601, 7, 6},   {0x5401, 8, 14},  {0x4801, 9, 14},  {0x3801, 10, 14},
-     {0x3001, 11, 17}, {0x2401, 12, 18}, {0x1C01, 13, 20}, {0x1601, 29, 21}, {0x5601, 15, 14},
-     {0x5401, 16, 14}, {0x5101, 17, 15}, {0x4801, 18, 16}, {0x3801, 19, 17}, {0x3401, 20, 18},
-     {0x3001, 21, 19}, {0x2801, 22, 19}, {0x2401, 23, 20}, {0x2201, 24, 21}, {0x1C01, 25, 22},
-     {0x1801, 26, 23}, {0x1601, 27, 24}, {0x1401, 28, 25}, {0x1201, 29, 26}, {0x1101, 30, 27},
-     {0x0AC1, 31, 28}, {0x09C1, 32, 29}, {0x08A1, 33, 30}, {0x0521, 34, 31}, {0x0441, 35, 32},
-     {0x02A1, 36, 33}, {0x0221, 37, 34}, {0x0141, 38, 35}, {0x0111, 39, 36}, {0x0085, 40, 37},
-     {0x0049, 41, 38}, {0x0025, 42, 39}, {0x0015, 43, 40}, {0x0009, 44, 41}, {0x0005, 45, 42},
-     {0x0001, 45, 43}, {0x5601, 46, 46}}};
-
-constexpr std::array<Estimate, kStateCount> MakeEstimates() {
-  std::array<Estimate, kStateCount> estimates{};
-  for (size_t i = 0; i < kStateCount; ++i) {
-    const EstimateRow& row = kEstimateRows[i / 2];
-    const size_t mps = i % 2;
-    const bool switches = i / 2 == 0 || i / 2 == 6 || i / 2 == 14;
-    estimates[i].qe = row.qe;
-    estimates[i].next[0] = static_cast<uint8_t>(2 * row.nmps + mps);
-    estimates[i].next[1] = static_cast<uint8_t>(2 * row.nlps + (switches ? 1 - mps : mps));
-  }
-  return estimates;
-}
-inline constexpr std::array<Estimate, kStateCount> kEstimates = MakeEstimates();
-
-// A state and its successors packed in one word: the state itself in bits 0 to 7; the next state in
-// bits 8 to 15 if no renormalisation is due (the same state), 16 to 23 after an MPS and 24 to 31
-// after an LPS; the estimate from bit `point` up.
-using PackedStates = std::array<uint64_t, kStateCount>;
-constexpr PackedStates MakePackedStates(int point) {
-  PackedStates packed{};
-  for (size_t i = 0; i < kStateCount; ++i) {
-    const Estimate& estimate = kEstimates[i];
-    packed[i] = i | i << 8 | uint64_t{estimate.next[0]} << 16 | uint64_t{estimate.next[1]} << 24 |
-                uint64_t{estimate.qe} << point;
-  }
-  return packed;
-}
-constexpr int kDecoderPoint = 48;
-inline constexpr PackedStates kDecoderStates = MakePackedStates(kDecoderPoint);
-
-// A state as the encoder needs it; the second index is the bit to code. The lowest bit of estimates
-// and intervals is bit `kEncoderPoint`, so that leading zeros in 32 bits are shifts due.
-constexpr int kEncoderPoint = 16;
-struct EncoderState {
-  uint64_t test[2];  // A + test is A - 2 Qe; above that, a sign: the bit takes the upper part
-  uint64_t qe;
-  uint8_t next[2];    // after renormalisation
-  uint8_t change[2];  // by exclusive or
-};
-constexpr std::array<EncoderState, kStateCount> MakeEncoderStates() {
-  std::array<EncoderState, kStateCount> states{};
-  for (size_t i = 0; i < kStateCount; ++i) {
-    states[i].qe = uint64_t{kEstimates[i].qe} << kEncoderPoint;
-    for (size_t bit = 0; bit < 2; ++bit) {
-      const uint64_t is_lps = (i ^ bit) & 1;
-      states[i].test[bit] = ((1 - is_lps) << 63) - 2 * states[i].qe;
-      states[i].next[bit] = kEstimates[i].next[is_lps];
-      states[i].change[bit] = static_cast<uint8_t>(i ^ states[i].next[bit]);
-    }
-  }
-  return states;
-}
-inline constexpr std::array<EncoderState, kStateCount> kEncoderStates = MakeEncoderStates();
 
 // A symbol to code: twice its context plus the bit, or kZeroRuns plus a number of zeros in the
 // run-length context.
