@@ -3,7 +3,7 @@
 // set.
 //
 // As in the encoder, a pass finds the samples that it codes by searching for one bits in words of
-// flags (stripes.h). In the decoder the words change during the search: when a sample becomes
+// flags (decoder_flags.h). In the decoder the words change during the search: when a sample becomes
 // significant, its neighbours that come later in the scan become candidates too.
 //
 // Samples are kept at the midpoint of the interval that is known so far. A sample decoded down to
@@ -35,10 +35,8 @@ class BlockDecoder {
   BlockDecoder(void* flags, DecoderRecord* progress)
       : progress_(*progress),
         is_causal_((progress->style & kCausal) != 0),
-        zero_contexts_(ZeroContextsOf(progress->subband)),
-        stripes_(StripesOf(progress->size)) {
-    stripes_.Place(flags);
-  }
+        tables_(DecoderTablesOf(progress->subband)),
+        flags_(progress->size, flags) {}
 
   void Decode(const uint8_t* src, size_t size) {
     const int end = SegmentEnd(progress_.pass, progress_.style);
@@ -70,8 +68,8 @@ class BlockDecoder {
       progress_.plane = progress_.planes - 1 - (progress_.pass + 2) / 3;
       midpoint_ = static_cast<uint32_t>((uint64_t{3} << progress_.plane) >> 1);
       const PassType type = TypeOf(progress_.pass);
-      for (size_t stripe = 0; stripe < stripes_.stripe_count; ++stripe) {
-        for (size_t g = 0; g < stripes_.words; ++g) {
+      for (size_t stripe = 0; stripe < flags_.stripes(); ++stripe) {
+        for (size_t g = 0; g < flags_.units(); ++g) {
           if (type == kSignificance) PropagateSignificance<kIsRaw>(stripe, g, &bits);
           if (type == kRefinement) Refine(stripe, g, &bits);
           if constexpr (!kIsRaw) {
@@ -88,135 +86,176 @@ class BlockDecoder {
     *source = bits;
   }
 
-  // The samples of a word, row by row.
-  struct Rows {
-    uint8_t* of[4];
-
-    uint8_t* At(uint32_t i) const { return of[i % 4] + (i & ~3u); }
-  };
-  HWY_INLINE Rows RowsOf(size_t stripe, size_t g) const {
-    Rows rows;
-    for (size_t y = 0; y < 4; ++y) {
-      rows.of[y] = progress_.dst + static_cast<ptrdiff_t>(4 * stripe + y) * progress_.step + 64 * g;
+  // The samples of a unit.
+  class Place {
+   public:
+    HWY_INLINE Place(const DecoderRecord& progress, size_t stripe, size_t g)
+        : first_(progress.dst + static_cast<ptrdiff_t>(4 * stripe) * progress.step + 32 * g),
+          step_(progress.step) {}
+    HWY_INLINE uint8_t* At(uint32_t i) const {
+      const uint32_t x = i * 43 >> 8, y = i - 6 * x;  // i / 6
+      return first_ + static_cast<ptrdiff_t>(y) * step_ + 4 * x;
     }
-    return rows;
+
+   private:
+    uint8_t* first_;
+    ptrdiff_t step_;
+  };
+
+  // The bordered words of a unit.
+  struct Unit {
+    uint64_t significant, negative;
+  };
+
+  // Stores the samples of a unit that became significant, and its flags.
+  HWY_INLINE void Store(size_t stripe, size_t g, uint64_t fresh, const Unit& unit) {
+    if (fresh == 0) return;
+    flags_.Store(stripe, g, unit.significant, unit.negative, is_causal_);
+    const Place place(progress_, stripe, g);
+    for (; fresh != 0; fresh &= fresh - 1) {
+      const auto i = static_cast<uint32_t>(__builtin_ctzll(fresh));
+      const auto sign = static_cast<uint32_t>(unit.negative >> (i + kBorder)) << 31;
+      const uint32_t value = sign | midpoint_;
+      std::memcpy(place.At(i), &value, 4);
+    }
   }
 
-  // Sample `i` of a word becomes significant: decodes its sign and stores its value.
+  // Decodes the significance of the samples in `left`, in order, and the signs of those that become
+  // significant. Such a sample adds its neighbours in `open` that come later to `left`.
+  //
+  // Which decision comes next depends on the bit that is decoded, and that is close to random. So
+  // each turn of the loop decodes one decision, significance or sign, and selects the next one with
+  // masks. A sample stays in `left` until its last decision.
   template <bool kIsRaw, class Bits>
-  HWY_INLINE void DecodeSign(const Stripes::Columns& columns, const Rows& rows, uint32_t i,
-                             Bits* bits) {
-    uint32_t sign;
-    if constexpr (kIsRaw) {
-      sign = bits->DecodeUnpredictable(0);
-    } else {
-      const Symbol context = Stripes::SignContext(columns.Of(i), i % 4);
-      sign = bits->DecodeUnpredictable(context / 2) ^ (context & 1);
+  HWY_INLINE void DecodeSamples(uint64_t left, uint64_t open, Bits* bits, Unit* unit) {
+    constexpr uint32_t kEnd = 63;
+    uint64_t significant = unit->significant, negative = unit->negative;
+    auto i = static_cast<uint32_t>(__builtin_ctzll(left));
+    uint64_t context = tables_.zero[Window(significant, i)];
+    uint64_t in_sign = 0;      // all ones: the next decision is a sign
+    uint64_t is_inverted = 0;  // all ones: that sign is coded inverted
+    left |= uint64_t{1} << kEnd;
+    while (i != kEnd) {
+      const uint64_t rest = left & (left - 1);
+      const auto next = static_cast<uint32_t>(__builtin_ctzll(rest));
+      const uint64_t next_context = tables_.zero[Window(significant, next)];
+      const uint32_t sign = SignWindow(significant, negative, i);
+      const uint64_t is_one = bits->Decode(static_cast<uint32_t>(context));
+      const uint64_t becomes = is_one & ~in_sign;
+      context = next_context ^ ((next_context ^ tables_.sign[sign]) & becomes);
+      const uint64_t self = uint64_t{1} << kBorder << i;
+      negative |= (is_one ^ is_inverted) & in_sign & self;
+      significant |= self & becomes;
+      left = rest | ((left | (kAhead << i & open)) & becomes);
+      if (!kIsRaw) is_inverted = static_cast<uint64_t>(int64_t{tables_.inverted[sign]}) & becomes;
+      in_sign = becomes;
+      i = static_cast<uint32_t>(__builtin_ctzll(left));
     }
-    columns.SetSignificant(i, sign);
-    const uint32_t value = sign << 31 | midpoint_;
-    std::memcpy(rows.At(i), &value, 4);
+    *unit = {significant, negative};
   }
 
   template <bool kIsRaw, class Bits>
   HWY_INLINE void PropagateSignificance(size_t stripe, size_t g, Bits* bits) {
-    const size_t at = stripe * stripes_.words + g;
-    uint64_t significant = stripes_.significant[at];
-    const uint64_t open = ~significant & stripes_.Inside(stripe, g);
-    uint64_t candidates = stripes_.Neighbours(stripe, g, is_causal_) & open;
-    uint64_t visited = 0;
-    stripes_.visited[at] = 0;
-    if (candidates == 0) return;
-    const Stripes::Columns columns = stripes_.ColumnsOf(stripe, g, is_causal_, unused_);
-    const Rows rows = RowsOf(stripe, g);
-    while (candidates != 0) {
-      const auto i = static_cast<uint32_t>(__builtin_ctzll(candidates));
-      const uint64_t sample = candidates & -candidates;
-      candidates ^= sample;
-      visited |= sample;
-      if (bits->DecodeUnpredictable(zero_contexts_[*columns.Of(i) >> (3 * (i % 4)) & 0x1FF]) == 0)
-        continue;
-      DecodeSign<kIsRaw>(columns, rows, i, bits);
-      significant |= sample;
-      candidates |= kAhead[i % 4] << i & open;
-    }
-    stripes_.visited[at] = visited;
-    stripes_.significant[at] = significant;
+    Unit unit = {*flags_.Significant(stripe, g), *flags_.Negative(stripe, g)};
+    uint64_t* visited = flags_.Visited(stripe, g);
+    *visited = 0;
+    if (unit.significant == 0) return;
+    const uint64_t open = ~(unit.significant >> kBorder) & flags_.Inside(stripe, g);
+    const uint64_t left = Neighbours(unit.significant) & open;
+    if (left == 0) return;
+    DecodeSamples<kIsRaw>(left, open, bits, &unit);
+    const uint64_t fresh = unit.significant >> kBorder & open;
+    *visited = left | ((fresh << 1 | fresh << 5 | fresh << 6 | fresh << 7) & open);
+    Store(stripe, g, fresh, unit);
   }
 
   template <class Bits>
   HWY_INLINE void Refine(size_t stripe, size_t g, Bits* bits) {
-    const size_t at = stripe * stripes_.words + g;
-    uint64_t left = stripes_.significant[at] & ~stripes_.visited[at];
+    const uint64_t significant = *flags_.Significant(stripe, g);
+    if (significant == 0) return;
+    uint64_t left = significant >> kBorder & ~*flags_.Visited(stripe, g) & flags_.Inside(stripe, g);
     if (left == 0) return;
-    const uint64_t neighbours = stripes_.Neighbours(stripe, g, is_causal_);
-    const uint64_t refined = stripes_.refined[at];
-    stripes_.refined[at] = refined | left;
-    const Rows rows = RowsOf(stripe, g);
-    // Exclusive-or masks for the decoded bits 0 and 1.
+    const uint64_t neighbours = Neighbours(significant);
+    uint64_t* const place_of_refined = flags_.Refined(stripe, g);
+    const uint64_t refined = *place_of_refined;
+    *place_of_refined = refined | left;
+    const Place place(progress_, stripe, g);
+    // Exclusive-or masks for any decoded bit, and for a 0.
     const uint32_t half = static_cast<uint32_t>((uint64_t{1} << progress_.plane) >> 1);
-    const uint32_t change[2] = {1u << progress_.plane | half, half};
+    const uint32_t bit = 1u << progress_.plane;
     for (; left != 0; left &= left - 1) {
       const auto i = static_cast<uint32_t>(__builtin_ctzll(left));
       const auto again = static_cast<uint32_t>(refined >> i & 1);
       const auto near = static_cast<uint32_t>(neighbours >> i & ~again & 1);
       const uint32_t context = kFirstRefinement + near + 2 * again;
-      uint8_t* place = rows.At(i);
+      uint8_t* sample = place.At(i);
       uint32_t value;
-      std::memcpy(&value, place, 4);
-      value ^= change[bits->DecodeUnpredictable(context)];
-      std::memcpy(place, &value, 4);
+      std::memcpy(&value, sample, 4);
+      value ^= half | (bit & ~static_cast<uint32_t>(bits->Decode(context)));
+      std::memcpy(sample, &value, 4);
     }
   }
 
+  // Decodes a run of columns that starts at `*i`, or its first part, and drops its samples from
+  // `left`. If a sample becomes significant, the run ends before it, `*i` moves to it, and the
+  // result is true.
+  HWY_INLINE static bool DecodeRun(uint32_t columns, MqDecoder* bits, uint64_t* left, uint32_t* i) {
+    const uint32_t zeros = bits->SkipZeros(kRun, columns);
+    *left = *left >> *i >> 6 * zeros << 6 * zeros << *i;
+    if (zeros == columns) return false;
+    *i += 6 * zeros;
+    if (bits->Decode(kRun) == 0) {
+      *left &= ~(uint64_t{15} << *i);
+      return false;
+    }
+    auto first = static_cast<uint32_t>(bits->Decode(kUniform) & 2);
+    first |= static_cast<uint32_t>(bits->Decode(kUniform) & 1);
+    *left &= ~(((uint64_t{1} << first) - 1) << *i);
+    *i += first;
+    return true;
+  }
+
   HWY_INLINE void CleanUp(size_t stripe, size_t g, MqDecoder* bits) {
-    const size_t at = stripe * stripes_.words + g;
-    uint64_t significant = stripes_.significant[at];
-    uint64_t left = ~(significant | stripes_.visited[at]) & stripes_.Inside(stripe, g);
-    stripes_.visited[at] = 0;
-    if (left == 0) return;
-    uint64_t runs = RunColumns(left, stripes_.Neighbours(stripe, g, is_causal_));
-    const Stripes::Columns columns = stripes_.ColumnsOf(stripe, g, is_causal_, unused_);
-    const Rows rows = RowsOf(stripe, g);
+    uint64_t significant = *flags_.Significant(stripe, g);
+    uint64_t* visited = flags_.Visited(stripe, g);
+    const uint64_t open = ~(significant >> kBorder | *visited) & flags_.Inside(stripe, g);
+    *visited = 0;
+    if (open == 0) return;
+    uint64_t left = open;
+    uint64_t negative = *flags_.Negative(stripe, g);
+    uint64_t runs = FullColumns(left & ~Neighbours(significant));
     while (left != 0) {
       auto i = static_cast<uint32_t>(__builtin_ctzll(left));
       if ((runs >> i & 1) != 0) {
-        const uint32_t zeros = bits->SkipZeros(kRun, RunLength(runs, i) - 1);
-        left = left >> i >> 4 * zeros << 4 * zeros << i;
-        i += 4 * zeros;
-        if (bits->Decode(kRun) == 0) {
-          left &= ~(uint64_t{15} << i);
-          continue;
-        }
-        uint32_t first = bits->DecodeUnpredictable(kUniform) << 1;
-        first |= bits->DecodeUnpredictable(kUniform);
-        left &= ~(((uint64_t{1} << first) - 1) << i);
-        i += first;
-      } else if (bits->Decode(zero_contexts_[*columns.Of(i) >> (3 * (i % 4)) & 0x1FF]) == 0) {
+        if (!DecodeRun(ColumnRun(runs, i), bits, &left, &i)) continue;
+      } else if (bits->Decode(tables_.zero[Window(significant, i)]) == 0) {
         left &= left - 1;
         continue;
       }
       left &= left - 1;
-      DecodeSign<false>(columns, rows, i, bits);
-      significant |= uint64_t{1} << i;
-      runs &= ~(uint64_t{16} << (i & ~3u));  // the next column now has a significant neighbour
+      const uint32_t sign = SignWindow(significant, negative, i);
+      const uint64_t is_negative =
+          bits->Decode(tables_.sign[sign]) ^ static_cast<uint64_t>(int64_t{tables_.inverted[sign]});
+      const uint64_t one = uint64_t{1} << i;
+      significant |= one << kBorder;
+      negative |= (one & is_negative) << kBorder;
+      runs &= ~(one * 0x78);  // the next column now has a significant neighbour
     }
-    stripes_.significant[at] = significant;
+    Store(stripe, g, significant >> kBorder & open, {significant, negative});
   }
 
   void CheckSymbol(MqDecoder* bits) {
     if ((progress_.style & kSegmentationSymbols) == 0) return;
-    uint32_t symbol = 0;
-    for (int i = 0; i < 4; ++i) symbol = symbol << 1 | bits->DecodeUnpredictable(kUniform);
+    uint64_t symbol = 0;
+    for (int i = 0; i < 4; ++i) symbol = symbol << 1 | (bits->Decode(kUniform) & 1);
     if (symbol != 0xA) progress_.has_failed = 1;
   }
 
   DecoderRecord& progress_;
   const bool is_causal_;
-  const ZeroContexts& zero_contexts_;
-  Stripes stripes_;
+  const DecoderTables& tables_;
+  const DecoderFlags flags_;
   uint32_t midpoint_ = 0;  // the magnitude of a sample that becomes significant
-  uint32_t unused_[18] = {};
 };
 
 }  // namespace

@@ -39,7 +39,7 @@ class BlockEncoder {
       : coder_(*coder),
         style_(job.style),
         subband_(job.subband),
-        stripes_(job.size.width, job.size.height, 0),
+        stripes_(job.size),
         flags_(ClearedFlags(job.size, stripes_, coder->flags)),
         planes_(ReadBitPlanes(job, stripes_, coder->planes, flags_.negative)),
         distortion_(planes_),

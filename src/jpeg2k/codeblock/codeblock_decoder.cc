@@ -95,7 +95,7 @@ void Attach(int32_t* dst, int32_t step, zepiSize size, void* state, int32_t subb
   progress.contexts = InitialContexts();
   Store(progress, state);
   if ((style & kKeepFlags) == 0) {
-    std::memset(FlagsOf(state), 0, static_cast<size_t>(FlagBytes(size)));
+    std::memset(FlagsOf(state), 0, static_cast<size_t>(DecoderFlags::Bytes(size)));
   }
   if ((style & kKeepBlock) != 0) return;
   for (int32_t y = 0; y < size.height; ++y) {
@@ -113,32 +113,42 @@ zepStatus Step(const uint8_t* src, int32_t size, void* state) {
   return progress.has_failed != 0 ? zepStatusJPEG2KDecodeError : zepStatusOk;
 }
 
-template <class Change>
-void ForSamples(const DecoderRecord& progress, Change change) {
+// After a failed pass on plane p: keeps the planes above p and sets bit p, the midpoint, in samples
+// that are not 0.
+void Conceal(const DecoderRecord& progress) {
+  const uint32_t bit = 1u << progress.plane;
   for (int32_t y = 0; y < progress.size.height; ++y) {
     uint8_t* row = progress.dst + y * progress.step;
     for (int32_t x = 0; x < progress.size.width; ++x, row += 4) {
       uint32_t sample;
       std::memcpy(&sample, row, 4);
-      sample = change(sample);
+      sample &= 0u - bit;
+      sample = (sample & 0x7FFFFFFF) != 0 ? sample | bit : 0;
       std::memcpy(row, &sample, 4);
     }
   }
 }
 
-// After a failed pass on plane p: keeps the planes above p and sets bit p, the midpoint, in samples
-// that are not 0.
-void Conceal(const DecoderRecord& progress) {
-  const uint32_t bit = 1u << progress.plane;
-  ForSamples(progress, [&](uint32_t sample) {
-    sample &= -bit;
-    return (sample & 0x7FFFFFFF) != 0 ? sample | bit : 0;
-  });
-}
-
 void ClearBelow(const DecoderRecord& progress) {
-  const uint32_t bit = 1u << progress.plane;
-  ForSamples(progress, [&](uint32_t sample) { return sample & -bit; });
+  const uint32_t mask = 0u - (1u << progress.plane);
+  const uint64_t masks = uint64_t{mask} << 32 | mask;
+  for (int32_t y = 0; y < progress.size.height; ++y) {
+    uint8_t* sample = progress.dst + y * progress.step;
+    int32_t left = progress.size.width;
+    for (; left >= 4; left -= 4, sample += 16) {
+      uint64_t four[2];
+      std::memcpy(four, sample, 16);
+      four[0] &= masks;
+      four[1] &= masks;
+      std::memcpy(sample, four, 16);
+    }
+    for (; left > 0; --left, sample += 4) {
+      uint32_t one;
+      std::memcpy(&one, sample, 4);
+      one &= mask;
+      std::memcpy(sample, &one, 4);
+    }
+  }
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The state of a code-block decoder: a record, then the flags of the samples (stripes.h). The
+// The state of a code-block decoder: a record, then the flags of the samples. The
 // memory is the caller's.
 #ifndef ZEPJP_SRC_JPEG2K_CODEBLOCK_DECODER_STATE_H_
 #define ZEPJP_SRC_JPEG2K_CODEBLOCK_DECODER_STATE_H_
@@ -7,8 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "jpeg2k/codeblock/decoder_flags.h"
 #include "jpeg2k/codeblock/mq_states.h"
-#include "jpeg2k/codeblock/stripes.h"
 #include "jpeg2k/codeblock/tables.h"
 #include "zepjp.h"
 
@@ -38,12 +38,13 @@ constexpr uint64_t kFixedBytes = 388, kAlignment = 32;
 static_assert(sizeof(DecoderRecord) <= kFixedBytes - (kAlignment - 1),
               "the size is part of the interface");
 
+// The flags fit: with u units and n stripes they take 32 (un + u + n) + 64 bytes. FlagBytes() is at
+// least 32u (2n + 1), and more than 64 bytes are left beside the record.
+static_assert(kFixedBytes - (kAlignment - 1) - sizeof(DecoderRecord) >= 64);
+
 inline uint64_t FlagBytes(zepiSize size) {
   const uint64_t row = ((static_cast<uint64_t>(size.width) + 2) * 4 + 31) / 32 * 32;
   return row * ((static_cast<uint64_t>(size.height) + 1) / 2 + 2);
-}
-inline Stripes StripesOf(zepiSize size) {
-  return Stripes(size.width, size.height, static_cast<size_t>(size.width) + 2);
 }
 inline void* FlagsOf(void* state) {
   const auto end = reinterpret_cast<uintptr_t>(state) + sizeof(DecoderRecord);

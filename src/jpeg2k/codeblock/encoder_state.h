@@ -55,7 +55,7 @@ inline int64_t CodeBytes(zepiSize most) {
   const int64_t stripe = int64_t{most.width} * 1090;
   return stripe > INT32_MAX ? stripe : stripe * ((int64_t{most.height} + 3) / 4);
 }
-inline size_t WordCount(zepiSize size) { return Stripes(size.width, size.height, 0).WordCount(); }
+inline size_t WordCount(zepiSize size) { return Stripes(size).WordCount(); }
 
 // The flags of the samples: words in scan order.
 struct Flags {
@@ -74,7 +74,7 @@ struct Flags {
     refined = visited + stripes.WordCount();
   }
 };
-inline size_t FlagCount(zepiSize size) { return Flags::Count(Stripes(size.width, size.height, 0)); }
+inline size_t FlagCount(zepiSize size) { return Flags::Count(Stripes(size)); }
 
 }  // namespace zepjp::codeblock
 

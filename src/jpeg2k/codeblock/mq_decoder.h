@@ -31,54 +31,49 @@ class MqDecoder {
   }
 
   HWY_INLINE void SetContexts(const ContextStates& states) {
-    for (size_t i = 0; i < kContextCount; ++i) contexts_[i] = kDecoderStates[states[i]];
+    for (size_t i = 0; i < kContextCount; ++i) contexts_[i] = DecoderStateOf(states[i]);
   }
   ContextStates states() const {
     ContextStates states{};
-    for (size_t i = 0; i < kContextCount; ++i) states[i] = static_cast<uint8_t>(contexts_[i]);
+    for (size_t i = 0; i < kContextCount; ++i)
+      states[i] = static_cast<uint8_t>((contexts_[i] & kDecoderPlace) / 4);
     return states;
-  }
-
-  // For contexts whose symbols are mostly the MPS: a branch skips renormalisation.
-  HWY_INLINE uint32_t Decode(uint32_t context) {
-    const uint64_t state = contexts_[context];
-    const uint64_t qe = state & kEstimateBits;
-    const uint64_t interval = interval_ - qe;
-    if (HWY_UNLIKELY(interval < kHalf || code_ < qe)) return DecodeUnpredictable(context);
-    interval_ = interval;
-    code_ -= qe;
-    return state & 1;
   }
 
   // Decodes up to `most` zeros of a context as long as they need no renormalisation; returns their
   // number.
   HWY_INLINE uint32_t SkipZeros(uint32_t context, uint32_t most) {
     const uint64_t state = contexts_[context];
-    const uint64_t qe = state & kEstimateBits;
+    const uint64_t qe = state - (state & kDecoderPlace);
     uint32_t count = 0;
     if ((state & 1) != 0) return 0;
     uint64_t distance = std::min(interval_ - kHalf, code_);
-    for (; count < most && distance >= qe; ++count) distance -= qe;
+    if (distance >> kPoint >= most * (qe >> kPoint)) {
+      count = most;
+    } else {
+      for (; distance >= qe; ++count) distance -= qe;
+    }
     interval_ -= count * qe;
     code_ -= count * qe;
     return count;
   }
 
-  // Decodes a symbol without branches, for contexts whose symbols are close to random.
-  HWY_INLINE uint32_t DecodeUnpredictable(uint32_t context) {
+  // Decodes a symbol without branches; returns all ones for a 1.
+  HWY_INLINE uint64_t Decode(uint32_t context) {
     const uint64_t state = contexts_[context];
-    const uint64_t qe = state & kEstimateBits;
+    const uint64_t place = state & kDecoderPlace, qe = state - place;
     const uint64_t rest = interval_ - qe;
     const uint64_t lower = uint64_t{0} - (code_ < qe);  // all ones: the lower part
     const uint64_t is_lps = lower ^ (uint64_t{0} - (rest < qe));
-    code_ -= qe & ~lower;
-    interval_ = qe + ((rest - qe) & ~lower);
+    code_ = code_ - qe + (qe & lower);
+    interval_ = rest ^ ((rest ^ qe) & lower);
     const int shift = __builtin_clzll(interval_);
-    const uint64_t is_scaled = (interval_ >> 63) ^ 1;
-    contexts_[context] = kDecoderStates[state >> (8 + 8 * (is_scaled - is_lps)) & 0xFF];
+    // -1 after an LPS, else 1 if no renormalisation is due.
+    const uint64_t step = is_lps + (interval_ >> 63);
+    contexts_[context] = kDecoderStates[static_cast<size_t>(place + step)];
     interval_ <<= shift;
     ShiftIn(shift);
-    return static_cast<uint32_t>((state ^ is_lps) & 1);
+    return is_lps ^ (uint64_t{0} - (state & 1));
   }
 
   // Whether the segment ends as an encoder with predictable termination would end it after the
@@ -105,28 +100,23 @@ class MqDecoder {
  private:
   static constexpr int kPoint = kDecoderPoint;  // the position of the lowest bit of C and A
   static constexpr uint64_t kHalf = uint64_t{0x8000} << kPoint;
-  static constexpr uint64_t kEstimateBits = ~((uint64_t{1} << kPoint) - 1);
 
   // In a damaged segment C may exceed A; its highest bits then get lost, as in the register of the
   // standard.
   HWY_INLINE void ShiftIn(int shift) {
-    while (HWY_UNLIKELY(shift > ahead_)) {
-      code_ <<= ahead_;
-      shift -= ahead_;
-      Fill();
-    }
-    ahead_ -= shift;
     code_ <<= shift;
+    ahead_ -= shift;
+    while (HWY_UNLIKELY(ahead_ < 0)) Fill();
   }
 
-  // Refills four bytes at once if none of them is FF, else one.
+  // Refills four bytes at once if none of them is FF, else one. `ahead_` may be negative: C is
+  // already shifted.
   HWY_INLINE void Fill() {
     if (last_ != 0xFF && size_ - position_ > 4 && position_ < size_) {
       uint32_t word;
       std::memcpy(&word, bytes_ + position_ + 1, 4);
       if (((~word - 0x01010101u) & word & 0x80808080u) == 0) {
-        code_ += uint64_t{__builtin_bswap32(word)} << (kPoint - 32);
-        ahead_ = 32;
+        Append(__builtin_bswap32(word), 32);
         position_ += 4;
         last_ = bytes_[position_];
         return;
@@ -138,16 +128,18 @@ class MqDecoder {
   void AddByte() {
     const uint32_t byte = position_ + 1 < size_ ? bytes_[position_ + 1] : 0xFF;
     if (last_ == 0xFF && byte > 0x8F) {
-      code_ += uint64_t{0xFF} << (kPoint - 8);
-      ahead_ = 8;
+      Append(0xFF, 8);
       ++supplied_;
       return;
     }
-    const int bits = last_ == 0xFF ? 7 : 8;
-    code_ += uint64_t{byte} << (kPoint - bits);
-    ahead_ = bits;
+    Append(byte, last_ == 0xFF ? 7 : 8);
     last_ = byte;
     ++position_;
+  }
+
+  HWY_INLINE void Append(uint32_t value, int bits) {
+    code_ += uint64_t{value} << (kPoint - bits - ahead_);
+    ahead_ += bits;
   }
 
   const uint8_t* bytes_;

@@ -16,8 +16,7 @@
 //
 // The symbols are close to random, so a branch on the symbol would be mispredicted so often that it
 // took longer than all the arithmetic. Both coders compute both outcomes and select with masks.
-// They branch only where one outcome is much more likely: on runs of zeros, and in the decoder on
-// an MPS that needs no renormalisation.
+// They branch only on runs of zeros.
 #ifndef ZEPJP_SRC_JPEG2K_CODEBLOCK_MQ_STATES_H_
 #define ZEPJP_SRC_JPEG2K_CODEBLOCK_MQ_STATES_H_
 
@@ -77,21 +76,28 @@ constexpr std::array<Estimate, kStateCount> MakeEstimates() {
 }
 inline constexpr std::array<Estimate, kStateCount> kEstimates = MakeEstimates();
 
-// A state and its successors packed in one word: the state itself in bits 0 to 7; the next state in
-// bits 8 to 15 if no renormalisation is due (the same state), 16 to 23 after an MPS and 24 to 31
-// after an LPS; the estimate from bit `point` up.
-using PackedStates = std::array<uint64_t, kStateCount>;
-constexpr PackedStates MakePackedStates(int point) {
-  PackedStates packed{};
-  for (size_t i = 0; i < kStateCount; ++i) {
-    const Estimate& estimate = kEstimates[i];
-    packed[i] = i | i << 8 | uint64_t{estimate.next[0]} << 16 | uint64_t{estimate.next[1]} << 24 |
-                uint64_t{estimate.qe} << point;
-  }
-  return packed;
-}
+// A state as the decoder needs it: the estimate from bit `kDecoderPoint` up; in bit 0 the most
+// probable symbol; in bits 0 to 8 the place in kDecoderStates of the next state after an MPS with
+// renormalisation. The place before has the next state after an LPS, and the place after has the
+// next state after an MPS without renormalisation, which is the same state.
 constexpr int kDecoderPoint = 48;
-inline constexpr PackedStates kDecoderStates = MakePackedStates(kDecoderPoint);
+constexpr uint64_t kDecoderPlace = 0x1FF;
+constexpr size_t DecoderPlace(size_t state) { return 4 * state + state % 2 + 2; }
+using DecoderStates = std::array<uint64_t, 4 * kStateCount + 1>;
+constexpr uint64_t DecoderStateOf(size_t state) {
+  return DecoderPlace(state) | uint64_t{kEstimates[state].qe} << kDecoderPoint;
+}
+constexpr DecoderStates MakeDecoderStates() {
+  DecoderStates states{};
+  for (size_t i = 0; i < kStateCount; ++i) {
+    const size_t place = DecoderPlace(i);
+    states[place - 1] = DecoderStateOf(kEstimates[i].next[1]);
+    states[place] = DecoderStateOf(kEstimates[i].next[0]);
+    states[place + 1] = DecoderStateOf(i);
+  }
+  return states;
+}
+inline constexpr DecoderStates kDecoderStates = MakeDecoderStates();
 
 // A state as the encoder needs it; the second index is the bit to code. The lowest bit of estimates
 // and intervals is bit `kEncoderPoint`, so that leading zeros in 32 bits are shifts due.

@@ -64,14 +64,7 @@ class RawDecoder {
  public:
   RawDecoder(const uint8_t* bytes, size_t size) : bytes_(bytes), size_(size) {}
 
-  uint32_t DecodeUnpredictable(uint32_t /*context*/) {
-    if (left_ == 0) {
-      left_ = value_ == 0xFF ? 7 : 8;
-      if (position_ == size_) ++supplied_;
-      value_ = position_ < size_ ? bytes_[position_++] : 0xFF;
-    }
-    return value_ >> --left_ & 1;
-  }
+  uint64_t Decode(uint32_t /*context*/) { return uint64_t{0} - Read(); }
 
   // Whether the segment ends by predictable termination: the rest of the last byte is 0, 1, 0 ...,
   // and an FF whose bits were all read is followed by a padding byte (or was omitted).
@@ -85,6 +78,15 @@ class RawDecoder {
   }
 
  private:
+  uint32_t Read() {
+    if (left_ == 0) {
+      left_ = value_ == 0xFF ? 7 : 8;
+      if (position_ == size_) ++supplied_;
+      value_ = position_ < size_ ? bytes_[position_++] : 0xFF;
+    }
+    return value_ >> --left_ & 1;
+  }
+
   const uint8_t* bytes_;
   size_t size_;
   size_t position_ = 0;

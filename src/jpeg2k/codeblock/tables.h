@@ -46,8 +46,9 @@ constexpr size_t kContextCount = 19;
 using Symbol = uint8_t;
 constexpr Symbol kZeroRuns = 0x80;
 
-// The bits of a 3 x 3 window, row by row: the sample itself is bit 4, the others its neighbours.
-enum Neighbour : uint32_t { kNW, kN, kNE, kW, kSelf, kE, kSW, kS, kSE };
+// The bits of a 3 x 3 window, column by column from the right: the sample itself is bit 4, the
+// others its neighbours.
+enum Neighbour : uint32_t { kNE, kE, kSE, kN, kSelf, kS, kNW, kW, kSW };
 
 // The context of significance for each window (table D.1).
 using ZeroContexts = std::array<uint8_t, 512>;
@@ -79,34 +80,38 @@ constexpr ZeroContexts MakeZeroContexts(int subband) {
   }
   return contexts;
 }
-inline constexpr std::array<ZeroContexts, 3> kZeroContexts = {
-    {MakeZeroContexts(0), MakeZeroContexts(2), MakeZeroContexts(3)}};
-// HL (2) and HH (3) have their own contexts; LL and LH share theirs.
-inline const ZeroContexts& ZeroContextsOf(int subband) {
-  return kZeroContexts[subband == 2 ? 1 : subband == 3 ? 2 : 0];
-}
 
-// Twice the context of a sign, plus 1 if the sign is coded inverted (tables D.2 and D.3). The index
-// has the significance of the neighbours N, W, E, S in bits 1, 3, 5, 7, and the sign of each in the
-// bit below.
-using SignContexts = std::array<Symbol, 256>;
+// The context of a sign depends on its four neighbours (tables D.2 and D.3). The index has the
+// significance of E, N, S, W in bits 0, 2, 4, 6, and the sign of each in the bit above.
 constexpr int SignIn(uint32_t index, int neighbour) {
   const uint32_t bits = index >> (2 * neighbour) & 3;
-  return bits == 2 ? 1 : bits == 3 ? -1 : 0;
+  return bits == 1 ? 1 : bits == 3 ? -1 : 0;
 }
 constexpr int Limited(int sum) { return sum > 0 ? 1 : sum < 0 ? -1 : 0; }
-constexpr SignContexts MakeSignContexts() {
-  SignContexts contexts{};
-  for (uint32_t index = 0; index < contexts.size(); ++index) {
-    const int v = Limited(SignIn(index, 0) + SignIn(index, 3));
-    const int h = Limited(SignIn(index, 1) + SignIn(index, 2));
-    const int context = h == 0 ? (v == 0 ? 9 : 10) : 12 + h * v;
-    const bool is_inverted = h < 0 || (h == 0 && v < 0);
-    contexts[index] = static_cast<Symbol>(2 * context + (is_inverted ? 1 : 0));
+
+// The contexts of a subband, in one record, so that one register reaches all tables.
+struct DecoderTables {
+  ZeroContexts zero;
+  std::array<uint8_t, 256> sign;
+  std::array<int8_t, 256> inverted;  // -1 if the sign is coded inverted
+};
+constexpr DecoderTables MakeDecoderTables(int subband) {
+  DecoderTables tables{};
+  tables.zero = MakeZeroContexts(subband);
+  for (uint32_t index = 0; index < tables.sign.size(); ++index) {
+    const int v = Limited(SignIn(index, 1) + SignIn(index, 2));
+    const int h = Limited(SignIn(index, 0) + SignIn(index, 3));
+    tables.sign[index] = static_cast<uint8_t>(h == 0 ? (v == 0 ? 9 : 10) : 12 + h * v);
+    tables.inverted[index] = h < 0 || (h == 0 && v < 0) ? -1 : 0;
   }
-  return contexts;
+  return tables;
 }
-inline constexpr SignContexts kSignContexts = MakeSignContexts();
+inline constexpr std::array<DecoderTables, 3> kDecoderTables = {
+    {MakeDecoderTables(0), MakeDecoderTables(2), MakeDecoderTables(3)}};
+// HL (2) and HH (3) have their own contexts; LL and LH share theirs.
+inline const DecoderTables& DecoderTablesOf(int subband) {
+  return kDecoderTables[subband == 2 ? 1 : subband == 3 ? 2 : 0];
+}
 
 }  // namespace zepjp::codeblock
 
