@@ -12,10 +12,10 @@ if(CMAKE_CROSSCOMPILING)
   file(CREATE_LINK ${HIGHWAY_INCLUDE_DIR}/hwy ${highway_include}/hwy SYMBOLIC)
 endif()
 
-# Kernels are vector code by hand: the compiler neither contracts floating point (the same bits on
-# every instruction set) nor vectorizes on its own. x86 kernels start at SSSE3, so that no scalar
-# target is generated; nothing else in their files runs before the check for it (simd/startup.h).
-set(kernel_flags -ffp-contract=off -fno-tree-vectorize
+# Kernels are vector code by hand: the compiler does not vectorize on its own. x86 kernels start at
+# SSSE3, so that no scalar target is generated; nothing else in their files runs before the check
+# for it (simd/startup.h).
+set(kernel_flags -fno-tree-vectorize
   $<$<CXX_COMPILER_ID:GNU>:-Wno-prio-ctor-dtor>)  # they are chosen before any caller runs
 set(kernel_definitions)
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|i.86|x86)$")
