@@ -20,9 +20,14 @@ set(kernel_flags -fno-tree-vectorize
 set(kernel_definitions)
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|i.86|x86)$")
   list(APPEND kernel_flags -mssse3)
-else()
+elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64|ARM64)$")
   # NEON alone, which every 64-bit Arm has: no choice at run time, so no function attributes either.
   set(kernel_definitions TOOLCHAIN_MISS_SYS_AUXV_H)
+else()
+  # Highway's scalar code for vectors of 128 bits. Highway avoids it before g++ 12.3, because the
+  # vectorizer may get it wrong; kernels are compiled without vectorizer.
+  set(kernel_definitions HWY_COMPILE_ONLY_EMU128 HWY_BROKEN_EMU128=0)
+  list(APPEND kernel_flags -include ${PROJECT_SOURCE_DIR}/simd/modest_inlining.h)
 endif()
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(i.86|x86)$")
   list(APPEND kernel_flags -mstackrealign)  # callers may keep the stack at 4 bytes

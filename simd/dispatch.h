@@ -22,14 +22,14 @@
 
 namespace zepjp {
 
-// One pointer for each instruction set, null for those that were not compiled.
+// One pointer for each instruction set, null for those that were not compiled. `baseline` is the
+// one that the whole library is compiled for: SSSE3, NEON, or Highway's scalar code for 128 bits.
 template <class T>
 struct PerTarget {
-  const T* ssse3;
+  const T* baseline;
   const T* sse4;
   const T* avx2;
   const T* avx512;
-  const T* neon;
 };
 
 template <class T>
@@ -37,7 +37,7 @@ const T* Choose(const PerTarget<T>& tables, const Enabled& enabled) {
   if (tables.avx512 != nullptr && enabled.avx512) return tables.avx512;
   if (tables.avx2 != nullptr && enabled.avx2) return tables.avx2;
   if (tables.sse4 != nullptr && enabled.sse4) return tables.sse4;
-  return tables.ssse3 != nullptr ? tables.ssse3 : tables.neon;
+  return tables.baseline;
 }
 
 template <class T>
@@ -69,8 +69,8 @@ ByWidth<T> ChooseByWidth(const PerTarget<T>& tables, Enabled enabled) {
 
 #define ZEP_TABLES(table)                                                    \
   {                                                                          \
-    HWY_CHOOSE_SSSE3(table), HWY_CHOOSE_SSE4(table), HWY_CHOOSE_AVX2(table), \
-        HWY_CHOOSE_AVX3(table), HWY_CHOOSE_NEON(table)                       \
+    &HWY_STATIC_DISPATCH(table), HWY_CHOOSE_SSE4(table), HWY_CHOOSE_AVX2(table), \
+        HWY_CHOOSE_AVX3(table)                       \
   }
 
 // The table of the best instruction set that is enabled here, and the one for each width of row.

@@ -82,7 +82,7 @@ HWY_INLINE hn::Vec128<int16_t> PairDot(hn::Vec128<uint8_t> v) {
   return hn::Vec128<int16_t>(vreinterpretq_s16_u16(vmlaq_n_u16(even, vshrq_n_u16(pairs, 8), kOdd)));
 }
 
-#  else  // x86
+#  elif HWY_ARCH_X86
 
 HWY_INLINE hn::Vec128<int16_t> PackBlocks(hn::Vec128<int32_t> low, hn::Vec128<int32_t> high) {
   return hn::Vec128<int16_t>{_mm_packs_epi32(low.raw, high.raw)};
@@ -149,6 +149,35 @@ HWY_INLINE hn::Vec512<int32_t> DotAcc(hn::Vec512<int32_t> acc, hn::Vec512<int16_
 }
 
 #    endif
+#  else  // any other processor, with vectors of 128 bits
+
+HWY_INLINE hn::Vec128<int16_t> PackBlocks(hn::Vec128<int32_t> low, hn::Vec128<int32_t> high) {
+  const hn::Full64<int16_t> half;
+  return hn::Combine(hn::Full128<int16_t>(), hn::DemoteTo(half, high), hn::DemoteTo(half, low));
+}
+HWY_INLINE hn::Vec128<uint8_t> PackBlocks(hn::Vec128<int16_t> low, hn::Vec128<int16_t> high) {
+  const hn::Full64<uint8_t> half;
+  return hn::Combine(hn::Full128<uint8_t>(), hn::DemoteTo(half, high), hn::DemoteTo(half, low));
+}
+HWY_INLINE hn::Vec128<int32_t> DotAcc(hn::Vec128<int32_t> acc, hn::Vec128<int16_t> a,
+                                      hn::Vec128<int16_t> b) {
+  const hn::Full128<int32_t> d;
+  const auto pairs_a = hn::BitCast(d, a), pairs_b = hn::BitCast(d, b);
+  const auto even = hn::Mul(hn::ShiftRight<16>(hn::ShiftLeft<16>(pairs_a)),
+                            hn::ShiftRight<16>(hn::ShiftLeft<16>(pairs_b)));
+  const auto odd = hn::Mul(hn::ShiftRight<16>(pairs_a), hn::ShiftRight<16>(pairs_b));
+  return hn::Add(acc, hn::Add(even, odd));
+}
+HWY_INLINE hn::Vec128<int32_t> Nearest(hn::Vec128<float> v) { return hn::NearestInt(v); }
+template <int kEven, int kOdd>
+HWY_INLINE hn::Vec128<int16_t> PairDot(hn::Vec128<uint8_t> v) {
+  const hn::Full128<uint16_t> d;
+  const auto pairs = hn::BitCast(d, v);
+  const auto even = hn::Mul(hn::And(pairs, hn::Set(d, 255)), hn::Set(d, kEven));
+  const auto odd = hn::Mul(hn::ShiftRight<8>(pairs), hn::Set(d, kOdd));
+  return hn::BitCast(hn::Full128<int16_t>(), hn::Add(even, odd));
+}
+
 #  endif
 
 // Reorders the 64-bit halves that PackBlocks leaves, [a0 b0 a1 b1 ...], to [a0 a1 ... b0 b1 ...].

@@ -55,11 +55,14 @@ inline bool ProcessorHasFloor() {
 #  endif
 }
 #else
-#  error "No kernels for this processor: x86 with SSSE3 or 64-bit Arm"
+// The kernels use no more than what the library was compiled for.
+constexpr char kFloor[] = "";
+
+inline bool ProcessorHasFloor() { return true; }
 #endif
 
-// Checks that the processor has the minimum (SSSE3 or NEON), then asks the core library. Without
-// the minimum the program ends with a message on standard error.
+// Checks that the processor has the minimum (SSSE3 on x86, NEON on Arm), then asks the core library.
+// Without the minimum the program ends with a message on standard error.
 inline Enabled EnabledAtLoad() {
   if (!ProcessorHasFloor()) {
     std::fprintf(stderr, "zepjp: this processor has no %s, which this library needs\n", kFloor);

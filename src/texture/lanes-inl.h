@@ -61,7 +61,7 @@ HWY_INLINE V8 UpperHalves(V8 low, V8 high) {
 
 // a[2i] * w[2i] + a[2i+1] * w[2i+1] in 16 bits, for unsigned a and signed w. The sum must fit.
 HWY_INLINE VI16 PairSums(V8 a, V8 w) {
-#  if HWY_TARGET == HWY_NEON
+#  if !HWY_ARCH_X86
   const V16 pairs = AsWords(a);
   const VI16 both = hn::BitCast(DI16(), w);
   const VI16 even = hn::BitCast(DI16(), hn::And(pairs, hn::Set(D16(), 255)));

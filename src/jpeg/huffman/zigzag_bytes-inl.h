@@ -84,8 +84,11 @@ HWY_INLINE VBytes PackSigned(VCoefficients low, VCoefficients high) {
   return VBytes(vcombine_s8(vqmovn_s16(low.raw), vqmovn_s16(high.raw)));
 #    elif HWY_TARGET == HWY_AVX2
   return VBytes{_mm256_packs_epi16(low.raw, high.raw)};
-#    else
+#    elif HWY_ARCH_X86
   return VBytes{_mm_packs_epi16(low.raw, high.raw)};
+#    else
+  const hn::Half<DBytes> half;
+  return hn::Combine(DBytes(), hn::DemoteTo(half, high), hn::DemoteTo(half, low));
 #    endif
 }
 

@@ -118,7 +118,7 @@ HWY_INLINE V WithSignOf(V magnitude, V like) {
   const V sign = hn::ShiftRight<15>(like);
   return hn::Sub(hn::Xor(magnitude, sign), sign);
 }
-#  if HWY_TARGET != HWY_NEON
+#  if HWY_ARCH_X86
 HWY_INLINE hn::Vec128<int16_t> WithSignOf(hn::Vec128<int16_t> magnitude, hn::Vec128<int16_t> like) {
   return hn::Vec128<int16_t>{_mm_sign_epi16(magnitude.raw, like.raw)};
 }

@@ -367,12 +367,13 @@ class EndPoints {
   }
 
  private:
-  // Places from 16 up give 0 from the first register, places below 16 from the second.
+  // Places from 16 up give 0 from the first register, places below 16 from the second. On x86 only
+  // indices from 128 up give 0, on other processors all from 16 up.
   HWY_INLINE V8 Spread3(V8 place) const {
-#  if HWY_TARGET == HWY_NEON
-    const V8 low_place = place;
-#  else
+#  if HWY_ARCH_X86
     const V8 low_place = hn::Add(place, hn::Set(D8(), 0x70));
+#  else
+    const V8 low_place = place;
 #  endif
     const V8 high_place = hn::Sub(place, hn::Set(D8(), 16));
     return hn::Or(hn::TableLookupBytesOr0(low_, low_place),
