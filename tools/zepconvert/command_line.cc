@@ -4,9 +4,11 @@
 #include <cstdio>
 #include <exception>
 
+#include "tools/zepconvert/completion.h"
 #include "tools/zepconvert/failure.h"
 #include "tools/zepconvert/file_io.h"
 #include "tools/zepconvert/library_file.h"
+#include "tools/zepconvert/manual.h"
 #include "tools/zepconvert/options.h"
 #include "tools/zepconvert/presets.h"
 
@@ -157,6 +159,14 @@ std::optional<Command> ReadCommandLine(int argc, char** argv) {
     options.app().parse(argc, argv);
     if (arguments.shows_presets) {
       std::fputs(PresetsHelp().c_str(), stdout);
+      return std::nullopt;
+    }
+    if (arguments.shows_manual) {
+      std::fputs(ManualPage(options).c_str(), stdout);
+      return std::nullopt;
+    }
+    if (!arguments.completed_shell.empty()) {
+      std::fputs(CompletionFor(arguments.completed_shell, options).c_str(), stdout);
       return std::nullopt;
     }
     return CommandOf(&arguments, &options);

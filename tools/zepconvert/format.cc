@@ -120,13 +120,18 @@ std::string Extension(Format format) {
   return all.substr(0, all.find(' '));
 }
 
-std::string KnownExtensions(const std::string& separator, const std::string& last_separator,
-                            const std::string& mark) {
+std::vector<std::string> Extensions() {
   std::vector<std::string> names;
   for (int32_t i = 0; zepcFormatAt(i) != nullptr; ++i) {
     names.push_back(Extension(static_cast<Format>(zepcFormatAt(i)->format)));
   }
   for (const OwnFormat& own : kOwnFormats) names.emplace_back(own.extension);
+  return names;
+}
+
+std::string KnownExtensions(const std::string& separator, const std::string& last_separator,
+                            const std::string& mark) {
+  const std::vector<std::string> names = Extensions();
   std::string list;
   for (const std::string& name : names) {
     if (!list.empty()) list += &name == &names.back() ? last_separator : separator;

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "zepcodec.h"
 
@@ -65,7 +66,9 @@ Format ReadingFormat(const uint8_t* data, size_t size);
 Format FormatOfName(const std::string& name);
 // The usual extension, such as "jpg".
 std::string Extension(Format format);
-// The usual extensions of all formats, each after `mark`.
+// The usual extensions of all formats.
+std::vector<std::string> Extensions();
+// The same in words, each after `mark`.
 std::string KnownExtensions(const std::string& separator, const std::string& last_separator,
                             const std::string& mark = "");
 

@@ -8,8 +8,10 @@
 #include <memory>
 #include <sstream>
 
+#include "tools/zepconvert/completion.h"
 #include "tools/zepconvert/failure.h"
 #include "tools/zepconvert/presets.h"
+#include "tools/zepconvert/usage.h"
 
 namespace zepconvert {
 namespace {
@@ -52,9 +54,11 @@ class HelpFormatter : public CLI::Formatter {
   HelpFormatter() { column_width(kHelpColumn); }
 
   std::string make_usage(const CLI::App*, std::string name) const override {
-    return "Usage: " + name + " [OPTIONS] IN OUT\n       " + name +
-           " [OPTIONS] --to FORMAT FILES...\n       " + name + " --probe FILES...\n       " + name +
-           " --verify FILES...\n";
+    std::string lines;
+    for (const char* usage : kUsages) {
+      lines += (lines.empty() ? "Usage: " : "       ") + name + " " + usage + "\n";
+    }
+    return lines;
   }
   std::string make_group(std::string group, bool is_positional,
                          std::vector<const CLI::Option*> options) const override {
@@ -115,10 +119,6 @@ CLI::Validator Between(double least, double most) {
   return CLI::Validator(check, "");
 }
 
-CLI::Validator OneOf(const std::vector<std::string>& words) {
-  return CLI::IsMember(words).description("");
-}
-
 std::string EndingsOf(const std::vector<Format>& formats) {
   std::string list;
   for (const Format format : formats) {
@@ -151,11 +151,7 @@ bool ParseSize(const std::string& text, int32_t* width, int32_t* height) {
          *height > 0;
 }
 
-Options::Options(Arguments* arguments)
-    : app_(
-          "Converts pictures between JPEG (baseline, progressive, lossless), JPEG 2000, JPEG XR,\n"
-          "PNG, TIFF, PNM and DDS files.\n",
-          "zepconvert") {
+Options::Options(Arguments* arguments) : app_(Wrapped(kPurpose, kHelpWidth) + "\n", "zepconvert") {
   app_.formatter(std::make_shared<HelpFormatter>());
   app_.set_help_flag();
   app_.add_option("files", arguments->files);
@@ -168,23 +164,21 @@ Options::Options(Arguments* arguments)
   DefineOthers(arguments);
   DefineReports(arguments);
   DefineLimits(arguments);
-  app_.footer(
-      "Examples:\n"
-      "  zepconvert photo.jpg photo.png\n"
-      "  zepconvert -q 85 scan.tif scan.jpg\n"
-      "  zepconvert --to jpg --fit 256x256 --out-dir thumbnails --recursive photos\n"
-      "  zepconvert --preset web --out-dir web *.png\n"
-      "  zepconvert map.jp2 town.png --region 1024x1024+20000+15000\n"
-      "  curl -s https://example.org/a.jxr | zepconvert - - --to png | display\n"
-      "\n"
-      "Exit codes: 0 done, 1 some file failed, 2 wrong usage, 3 interrupted, 4 all were written\n"
-      "but some input was damaged.");
+  DefineWords();
+  std::string footer = "Examples:\n";
+  for (const char* example : kExamples) footer += std::string("  ") + example + "\n";
+  app_.footer(footer + "\n" + Wrapped(std::string("Exit codes: ") + kExitCodes, kHelpWidth));
 }
 
 // Only results of these formats know the option.
 CLI::Option* Options::Limit(CLI::Option* option, std::vector<Format> outputs) {
   limits_.emplace_back(option, std::move(outputs));
   return option;
+}
+
+std::vector<std::string> Options::WordsOf(const CLI::Option* option) const {
+  const auto found = words_.find(option);
+  return found == words_.end() ? std::vector<std::string>() : found->second;
 }
 
 void Options::CheckFor(Format output) const {
@@ -245,8 +239,9 @@ void Options::DefineFiles(Arguments* arguments) {
 void Options::DefineContents(Arguments* arguments) {
   Settings& settings = arguments->settings;
   const std::string group = "Pictures";
-  app_.add_option("--preset", arguments->preset,
-                  "usual options for a purpose: " + PresetNames() + " (--help-presets tells more)")
+  app_.add_option(
+          "--preset", arguments->preset,
+          "usual options for a purpose: " + PresetsInWords() + " (--help-presets tells more)")
       ->option_text("NAME")
       ->check(CLI::Validator(CheckPreset, ""))
       ->group(group);
@@ -260,7 +255,6 @@ void Options::DefineContents(Arguments* arguments) {
   app_.add_option("--scale", arguments->scale,
                   "reduce JPEG and JPEG 2000 inputs to 1/2, 1/4 or 1/8: 1, 2, 4, 8")
       ->option_text("N")
-      ->check(CLI::IsMember(std::vector<int>{1, 2, 4, 8}).description(""))
       ->group(group);
   app_.add_option("--region", arguments->region,
                   "convert a part: width, height, left and top in pixels of the stored picture "
@@ -273,7 +267,6 @@ void Options::DefineContents(Arguments* arguments) {
       app_.add_option("--metadata", arguments->metadata,
                       "keep all metadata, the colour profile alone, or none (all)")
           ->option_text("all|profile|none")
-          ->check(OneOf({"all", "profile", "none"}))
           ->group(group);
   app_.add_flag("--no-metadata", arguments->no_metadata, "the same as --metadata none")
       ->excludes(metadata)
@@ -300,7 +293,6 @@ void Options::DefineShared(Arguments* arguments) {
   Limit(app_.add_option("--sampling", arguments->sampling,
                         "resolution of colours: 444, 422 or 420 (JPEG 420, JPEG XR 444)")
             ->option_text("S")
-            ->check(OneOf({"444", "422", "420"}))
             ->group(group),
         {Format::kJpeg, Format::kJpegXr});
   Limit(app_.add_option("--restart", arguments->restart,
@@ -338,7 +330,6 @@ void Options::DefineJpeg(Arguments* arguments) {
         jpeg);
   Limit(app_.add_option("--depth", settings.jpeg_depth, "bits of a sample: 8, or 12 (8)")
             ->option_text("N")
-            ->check(CLI::IsMember(std::vector<int>{8, 12}).description(""))
             ->group(group),
         jpeg);
   auto* const transcode = Limit(app_.add_flag("--transcode", settings.transcodes,
@@ -399,7 +390,6 @@ void Options::DefineJpeg2000(Arguments* arguments) {
                         "symbols, with commas between")
             ->option_text("S,S...")
             ->delimiter(',')
-            ->check(OneOf(Keys(kBlockStyles)))
             ->group(group),
         kJpeg2000Files);
 }
@@ -411,7 +401,6 @@ void Options::DefineTextures(Arguments* arguments) {
                         "bc1, bc2, bc3, bc4 (grey), bc5 (red and green), bc7 or ycocg (bc3 where "
                         "something is transparent, else bc1)")
             ->option_text("F")
-            ->check(OneOf(Keys(kTextures)))
             ->group(group),
         dds);
   auto* const mode =
@@ -437,7 +426,6 @@ void Options::DefineTextures(Arguments* arguments) {
   Limit(app_.add_option("--dds-header", arguments->dds_header,
                         "how the format is named: fourcc, unsigned (BC4U, BC5U) or dx10 (fourcc)")
             ->option_text("H")
-            ->check(OneOf(Keys(kDdsHeaders)))
             ->group(group),
         dds);
 }
@@ -455,7 +443,6 @@ void Options::DefineOthers(Arguments* arguments) {
   Limit(app_.add_option("--compression", arguments->tiff_compression,
                         "of TIFF files: none or packbits (packbits)")
             ->option_text("C")
-            ->check(OneOf({"none", "packbits"}))
             ->group(group),
         tiff);
   Limit(app_.add_flag("--byte-planes", arguments->has_byte_planes,
@@ -488,6 +475,11 @@ void Options::DefineReports(Arguments* arguments) {
                           ->group(group);
   auto* const help = app_.set_help_flag("-h,--help", "this text")->group(group);
   app_.add_flag("--help-presets", arguments->shows_presets, "what the presets mean")->group(group);
+  app_.add_flag("--manual", arguments->shows_manual, "the manual page, as roff text")->group(group);
+  app_.add_option("--completion", arguments->completed_shell,
+                  "a script that completes command lines: bash, zsh or fish")
+      ->option_text("SHELL")
+      ->group(group);
   app_.set_version_flag("--version", std::string("zepconvert ") + zepcVersion(), "its number")
       ->group(group);
   general_.insert(general_.end(), {probe, verify, json, verbose, quiet, help});
@@ -513,6 +505,25 @@ void Options::DefineLimits(Arguments* arguments) {
   limit(app_.add_option("--max-megapixels", arguments->max_megapixels,
                         "refuse larger pictures (268.4)"))
       ->check(Between(0.000001, 4294.9));
+}
+
+// The words that options take.
+void Options::DefineWords() {
+  const std::map<const char*, std::vector<std::string>> all = {
+      {"--completion", CompletedShells()},   {"--compression", {"none", "packbits"}},
+      {"--dds-header", Keys(kDdsHeaders)},   {"--depth", {"8", "12"}},
+      {"--format", Keys(kTextures)},         {"--metadata", {"all", "profile", "none"}},
+      {"--sampling", {"444", "422", "420"}}, {"--scale", {"1", "2", "4", "8"}},
+      {"--style", Keys(kBlockStyles)}};
+  for (const auto& [name, words] : all) {
+    CLI::Option* const option = app_.get_option(name);
+    option->check(CLI::IsMember(words).description(""));
+    words_.emplace(option, words);
+  }
+  // These have checks of their own.
+  words_.emplace(app_.get_option("--to"), Extensions());
+  words_.emplace(app_.get_option("--from"), Extensions());
+  words_.emplace(app_.get_option("--preset"), PresetNames());
 }
 
 }  // namespace zepconvert

@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -50,6 +51,8 @@ struct Arguments {
   bool verifies = false;
   bool prints_json = false;
   bool shows_presets = false;
+  bool shows_manual = false;
+  std::string completed_shell;
   bool has_mipmaps = false;
   bool has_byte_planes = false;
   bool is_progressive = false;
@@ -63,6 +66,9 @@ class Options {
   explicit Options(Arguments* arguments);
 
   CLI::App& app() { return app_; }
+  const CLI::App& app() const { return app_; }
+  // The words that an option takes; of other options none.
+  std::vector<std::string> WordsOf(const CLI::Option* option) const;
 
   // Fails where an option was given that does nothing for files of this format.
   void CheckFor(Format output) const;
@@ -83,12 +89,14 @@ class Options {
   void DefineOthers(Arguments* arguments);
   void DefineReports(Arguments* arguments);
   void DefineLimits(Arguments* arguments);
+  void DefineWords();
 
   CLI::App app_;
   // Options that only results of some formats know.
   std::vector<std::pair<const CLI::Option*, std::vector<Format>>> limits_;
   // Options that do not ask for a conversion.
   std::vector<const CLI::Option*> general_;
+  std::map<const CLI::Option*, std::vector<std::string>> words_;
 };
 
 // The values of options that are words or sizes.

@@ -41,11 +41,18 @@ const Preset& PresetOf(const std::string& name) {
                        [&](const Preset& preset) { return preset.name == name; });
 }
 
-std::string PresetNames() {
+std::vector<std::string> PresetNames() {
+  std::vector<std::string> names;
+  for (const Preset& preset : Presets()) names.emplace_back(preset.name);
+  return names;
+}
+
+std::string PresetsInWords() {
+  const std::vector<std::string> names = PresetNames();
   std::string list;
-  for (const Preset& preset : Presets()) {
-    if (!list.empty()) list += &preset == &Presets().back() ? " or " : ", ";
-    list += preset.name;
+  for (const std::string& name : names) {
+    if (!list.empty()) list += &name == &names.back() ? " or " : ", ";
+    list += name;
   }
   return list;
 }
@@ -53,7 +60,7 @@ std::string PresetNames() {
 std::string CheckPreset(const std::string& name) {
   const bool is_known = std::any_of(Presets().begin(), Presets().end(),
                                     [&](const Preset& preset) { return preset.name == name; });
-  return is_known ? "" : name + " is none of " + PresetNames();
+  return is_known ? "" : name + " is none of " + PresetsInWords();
 }
 
 std::string PresetsHelp() {

@@ -23,8 +23,9 @@ struct Preset {
 
 // The one of this name, which CheckPreset() knows.
 const Preset& PresetOf(const std::string& name);
+std::vector<std::string> PresetNames();
 // "a, b or c"
-std::string PresetNames();
+std::string PresetsInWords();
 // Empty, or why there is no such preset.
 std::string CheckPreset(const std::string& name);
 // What all of them mean.
