@@ -67,10 +67,10 @@ ByWidth<T> ChooseByWidth(const PerTarget<T>& tables, Enabled enabled) {
 // The targets that foreach_target.h skips in the files of scalar coders (simd/scalar-inl.h).
 #define ZEP_ALL_BUT_SCALAR_TARGETS (HWY_SSE4 | HWY_AVX3)
 
-#define ZEP_TABLES(table)                                                    \
-  {                                                                          \
+#define ZEP_TABLES(table)                                                        \
+  {                                                                              \
     &HWY_STATIC_DISPATCH(table), HWY_CHOOSE_SSE4(table), HWY_CHOOSE_AVX2(table), \
-        HWY_CHOOSE_AVX3(table)                       \
+        HWY_CHOOSE_AVX3(table)                                                   \
   }
 
 // The table of the best instruction set that is enabled here, and the one for each width of row.

@@ -18,7 +18,7 @@ uint64_t DigestOf(const Bytes& bytes) {
   return digest;
 }
 
-// Waves of 256 to 0 to 256 with some noise. Without library functions, whose last digits may differ.
+// Triangular waves with some noise, of integers: library functions may differ in their last digits.
 Image Waves(const Way& way) {
   Image image = Blank(kWayWidth, kWayHeight, way.shape);
   const auto channels = static_cast<int32_t>(ChannelsOf(way.shape.layout));
