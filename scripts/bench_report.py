@@ -4,6 +4,7 @@
 benchmarks.
 
   bench_report.py RESULTS DOCS [--compare OLD.json]
+  bench_report.py RESULTS DOCS --doubtful    prints the rows that are worth another run
 """
 import argparse
 import json
@@ -161,12 +162,41 @@ def against_older(families, limits):
     return "\n".join(lines)
 
 
+def is_doubtful(row, compiler):
+    """True if a row looks slower than the rival, or than on an older instruction set."""
+    # For SSSE3 the rival's kernel of the same age counts, where it can be chosen.
+    fair = ["SSE2" if name == "SSSE3" and ratio(row, compiler, "SSE2") else name for name in SETS]
+    ratios_found = [ratio(row, compiler, name) for name in fair]
+    speeds = [row.get(compiler, {}).get(name, {}).get("ours") for name in SETS]
+    pairs = [(newer, older) for newer, older in zip(speeds, speeds[1:]) if newer and older]
+    return (any(found and found < 1 for found in ratios_found)
+            or any(newer < NOISE * older for newer, older in pairs))
+
+
+def print_doubtful(families):
+    """A line for each program: compiler, program, and a pattern for its doubtful rows."""
+    for family, rows in families.items():
+        for compiler in COMPILERS:
+            patterns = []
+            for name, row in rows.items():
+                if is_doubtful(row, compiler):
+                    work, _, size = name.partition(" ")
+                    patterns.append(f"{work}/.*{size}".replace(" ", "."))
+            if patterns:
+                print(compiler, family.replace(" ", "_") + "_bench",
+                      f"^({'|'.join(patterns)})(/manual_time)?$")
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("results", type=pathlib.Path)
     parser.add_argument("docs", type=pathlib.Path)
     parser.add_argument("--compare", type=pathlib.Path, metavar="OLD.json")
+    parser.add_argument("--doubtful", action="store_true")
     arguments = parser.parse_args()
+    if arguments.doubtful:
+        print_doubtful(bench_results.collect(arguments.results)["families"])
+        return
     old = bench_results.load(arguments.compare) if arguments.compare else None
     results = bench_results.collect(arguments.results)
     bench_results.save(results, arguments.docs / "performance.json")
