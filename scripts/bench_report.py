@@ -146,7 +146,8 @@ def below(families, limits):
 
 
 def against_older(families, limits):
-    """The rows that are slower on an instruction set than on the older one, by more than noise."""
+    """The rows that are slower on an instruction set than on the older one, in both builds: the
+    sets run one after another, and a shared machine changes its speed meanwhile."""
     lines = ["| work | sets | speed | reason |", "|---|---|---:|---|"]
     for rows in families.values():
         for work, row in rows.items():
@@ -155,7 +156,7 @@ def against_older(families, limits):
                 for compiler in COMPILERS:
                     ours = [row.get(compiler, {}).get(s, {}).get("ours") for s in (newer, older)]
                     found += [ours[0] / ours[1]] if all(ours) else []
-                if found and min(found) < NOISE:
+                if found and max(found) < NOISE:
                     lines.append(f"| {work} | {newer}, {older} | "
                                  + " / ".join(f"{r:.2f}" for r in found)
                                  + f" | {reason(limits, f'{work} {newer} older')} |")
@@ -206,7 +207,7 @@ def main():
     parts = [HEAD.format(**results), "## Geometric means of the ratios", "", means(families), "",
              "## Rows below the rival", "", below(families, limits), "",
              "## Rows slower than on an older instruction set", "",
-             against_older(families, limits), ""]
+             "In both builds, by more than 3 %.", "", against_older(families, limits), ""]
     for family, rows in families.items():
         parts += [f"## {family.capitalize()}", ""]
         picture = f"performance-{family.replace(' ', '-')}.svg"
