@@ -25,7 +25,7 @@ NOISE = 0.97
 HEAD = """# Performance
 
 Measured by `scripts/bench.sh` on {date}: {processor}, one core, release builds by g++ and by clang.
-All numbers are in [performance.json](performance.json), and `scripts/bench.sh --compare OLD.json`
+All numbers are in `docs/performance.json`, and `scripts/bench.sh --compare OLD.json`
 shows rows that became slower.
 
 Speeds are items (pixels, samples, blocks) a second, built by g++. *Ratio* is our speed divided by
