@@ -3,6 +3,7 @@
 import os
 import pty
 import re
+import select
 import subprocess
 import sys
 import tempfile
@@ -66,6 +67,8 @@ class Zsh:
             found = re.search(pattern, text)
             if found:
                 return found
+            if not select.select([terminal], [], [], 60)[0]:
+                raise TimeoutError(text.decode())
             text += os.read(terminal, 4096)
 
 
