@@ -4,7 +4,7 @@
 // together with its extra bits. The window is loaded again at each difference, so no branch waits
 // for bits. The look-up does not wait for that load: it takes the window that was loaded two
 // differences earlier. At least 57 bits were valid there, and the codes that the look-up knows have
-// at most 8 + 15 bits with their extra bits, so 11 bits are left, of which it needs 8.
+// at most 8 + 15 bits with their extra bits, so 11 bits are left. It needs 8.
 //
 // As in quick_reader.h, the reader counts the bits that the reference reader would have read.
 #ifndef ZEPJP_SRC_JPEG_LOSSLESS_ROW_READER_H_
