@@ -7,7 +7,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh build test
 presets=("$@")
-[ ${#presets[@]} -gt 0 ] || presets=(release clang asan tsan serial i386 arm64 riscv64 ppc64le)
+[ ${#presets[@]} -gt 0 ] || presets=(release clang asan tsan serial i386 arm64 riscv64)
 [ "${presets[0]}" != --quick ] || presets=(quick)
 mkdir -p build/all
 
