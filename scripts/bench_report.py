@@ -129,14 +129,18 @@ def reason(limits, text):
     return next((limit["reason"] for limit in limits if re.search(limit["rows"], text)), "not known")
 
 
+def fair_set(row, instructions):
+    """For SSSE3 the rival's kernel of the same age counts, where it can be chosen."""
+    return "SSE2" if instructions == "SSSE3" and ratios(row, "SSE2") else instructions
+
+
 def below(families, limits):
     """The rows that are slower than the rival on some set."""
     lines = ["| work | set | ratio | reason |", "|---|---|---:|---|"]
     for rows in families.values():
         for work, row in rows.items():
             for instructions in SETS:
-                # For SSSE3 the rival's kernel of the same age counts, where it can be chosen.
-                fair = "SSE2" if instructions == "SSSE3" and ratios(row, "SSE2") else instructions
+                fair = fair_set(row, instructions)
                 found = [r for r in (ratio(row, c, fair) for c in COMPILERS) if r]
                 if not found or min(found) >= 1:
                     continue
@@ -165,9 +169,7 @@ def against_older(families, limits):
 
 def is_doubtful(row, compiler):
     """True if a row looks slower than the rival, or than on an older instruction set."""
-    # For SSSE3 the rival's kernel of the same age counts, where it can be chosen.
-    fair = ["SSE2" if name == "SSSE3" and ratio(row, compiler, "SSE2") else name for name in SETS]
-    ratios_found = [ratio(row, compiler, name) for name in fair]
+    ratios_found = [ratio(row, compiler, fair_set(row, name)) for name in SETS]
     speeds = [row.get(compiler, {}).get(name, {}).get("ours") for name in SETS]
     pairs = [(newer, older) for newer, older in zip(speeds, speeds[1:]) if newer and older]
     return (any(found and found < 1 for found in ratios_found)
